@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# What every target of the project has in common.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(vrel_options INTERFACE)
+target_include_directories(vrel_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(vrel_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fno-math-errno
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast>
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-sign-conversion>)
+
+# vrel_module(name SOURCES ... DEPENDS ... [PRIVATE_DEPENDS ...])
+# One subsystem. DEPENDS are the allowed arrows to other subsystems; third-party libraries stay private.
+function(vrel_module name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;PRIVATE_DEPENDS" ${ARGN})
+  if(ARG_SOURCES)
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC vrel_options ${ARG_DEPENDS} PRIVATE ${ARG_PRIVATE_DEPENDS})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE vrel_options ${ARG_DEPENDS})
+  endif()
+endfunction()
+
+# vrel_test(name LABEL label SOURCES ... DEPENDS ...)
+# One GoogleTest executable; every case is a CTest of its own under the label.
+include(GoogleTest)
+function(vrel_test name)
+  cmake_parse_arguments(ARG "" "LABEL" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. PROPERTIES LABELS ${ARG_LABEL} TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+endfunction()

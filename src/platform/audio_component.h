@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vrel {
+
+/// Names a kind of plug-in by its three codes. In a search a field of zero matches anything.
+struct AudioComponentDescription {
+  std::uint32_t componentType = 0;
+  std::uint32_t componentSubType = 0;
+  std::uint32_t componentManufacturer = 0;
+
+  bool operator==(const AudioComponentDescription&) const = default;
+};
+
+/// The four component types in use, as their four-character codes.
+inline constexpr std::uint32_t componentTypeMusicDevice = 0x61756D75;  // 'aumu'
+inline constexpr std::uint32_t componentTypeGenerator = 0x6175676E;    // 'augn'
+inline constexpr std::uint32_t componentTypeEffect = 0x61756678;       // 'aufx'
+inline constexpr std::uint32_t componentTypeMusicEffect = 0x61756D66;  // 'aumf'
+
+/// One plug-in that the machine has. Found by the scan; nothing is opened for it.
+struct AVAudioUnitComponent {
+  std::string name;
+  std::string manufacturerName;
+  AudioComponentDescription audioComponentDescription;
+
+  bool operator==(const AVAudioUnitComponent&) const = default;
+};
+
+/// The plug-ins installed on the machine. Main thread.
+class AVAudioUnitComponentManager {
+ public:
+  virtual ~AVAudioUnitComponentManager() = default;
+
+  /// All components that match, in the platform's order. An empty list is an answer like any other.
+  [[nodiscard]] virtual std::vector<AVAudioUnitComponent> componentsMatchingDescription(
+      const AudioComponentDescription& description) = 0;
+};
+
+}  // namespace vrel

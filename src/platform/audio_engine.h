@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "foundation/result.h"
+#include "platform/audio_node.h"
+
+namespace vrel {
+
+/// The audio graph and the device it plays on. Main thread only.
+///
+/// Order of calls: nodes are attached, then connected; `start` makes what is connected sound.
+/// A stop and start keeps nodes, connections, levels, taps and plug-in state.
+class AVAudioEngine {
+ public:
+  using Node = std::shared_ptr<AVAudioNode>;
+
+  virtual ~AVAudioEngine() = default;
+
+  /// The fixed nodes. Always attached.
+  [[nodiscard]] virtual std::shared_ptr<AVAudioMixerNode> mainMixerNode() = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVAudioOutputNode> outputNode() = 0;
+
+  /// Makes `node` known to the engine, or forgets it with all its connections. Attaching an attached
+  /// node and detaching an unknown one do nothing. Safe while running.
+  virtual void attach(const Node& node) = 0;
+  virtual void detach(const Node& node) = 0;
+
+  /// Links the output of `source` to the next free input of a mixer, or to the one input of any
+  /// other node, in place of what was there. With no format the platform negotiates: the channel
+  /// count of the source goes down the chain. Both nodes must be attached; otherwise nothing happens.
+  virtual void connect(const Node& source, const Node& destination, std::optional<AVAudioFormat> format) = 0;
+
+  /// Removes all links into, or out of, a node. Safe while running for a node whose chain is given up.
+  virtual void disconnectNodeInput(const Node& node) = 0;
+  virtual void disconnectNodeOutput(const Node& node) = 0;
+
+  [[nodiscard]] virtual bool isRunning() const = 0;
+
+  /// Nothing on success, or when already running.
+  [[nodiscard]] virtual Outcome start() = 0;
+
+  /// Returns when no block is being rendered any more.
+  virtual void stop() = 0;
+};
+
+/// Makes the engine and the nodes that are not plug-ins. Main thread.
+class AudioNodeFactory {
+ public:
+  virtual ~AudioNodeFactory() = default;
+  [[nodiscard]] virtual std::unique_ptr<AVAudioEngine> makeEngine() = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVAudioMixerNode> makeMixerNode() = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVAudioUnitReverb> makeReverbNode() = 0;
+};
+
+}  // namespace vrel

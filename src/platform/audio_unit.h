@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "foundation/result.h"
+#include "platform/audio_component.h"
+#include "platform/audio_node.h"
+#include "platform/property_list.h"
+
+namespace vrel {
+
+/// The plug-in inside a node. Main thread.
+class AUAudioUnit {
+ public:
+  virtual ~AUAudioUnit() = default;
+
+  /// The state for a document, and the state of a preset; none where the plug-in has no such state.
+  [[nodiscard]] virtual std::optional<PropertyListDictionary> fullStateForDocument() = 0;
+  [[nodiscard]] virtual std::optional<PropertyListDictionary> fullState() = 0;
+
+  /// Puts a state into the plug-in. A state that the plug-in can not read leaves it as it was.
+  virtual void setFullStateForDocument(const PropertyListDictionary& state) = 0;
+};
+
+/// A node that is a plug-in.
+class AVAudioUnit : public AVAudioNode {
+ public:
+  [[nodiscard]] virtual AUAudioUnit& auAudioUnit() = 0;
+
+  /// Clears what is sounding: held notes, tails, delay lines. Settings stay.
+  virtual void reset() = 0;
+};
+
+/// A plug-in that is played.
+class AVAudioUnitMIDIInstrument : public AVAudioUnit, public AVAudioMixing {
+ public:
+  /// Delivers one event at once and in order, raw as given: the plug-in gets it with its next block.
+  /// Wait-free, so it may be called for every message while audio runs. Main thread.
+  virtual void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) = 0;
+
+  /// The two-byte form; system messages of one byte give `data1` as 0.
+  virtual void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) = 0;
+};
+
+enum class AudioComponentInstantiationOptions : std::uint32_t {
+  inProcess = 0,
+  outOfProcess = 1,
+};
+
+/// Makes plug-in nodes, away from the main thread.
+class AudioUnitFactory {
+ public:
+  /// Gets a node, or an error, or neither. Called once, on any thread.
+  using UnitHandler = std::function<void(std::shared_ptr<AVAudioUnit>, std::optional<Error>)>;
+
+  virtual ~AudioUnitFactory() = default;
+
+  /// `AVAudioUnit.instantiate(with:options:completionHandler:)`. Returns at once.
+  virtual void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
+                           UnitHandler completionHandler) = 0;
+
+  /// `AVAudioUnitMIDIInstrument.instantiate(...)`: the same for a node that is played. The node
+  /// handed over may still be no AVAudioUnitMIDIInstrument; the caller looks.
+  virtual void instantiateMIDIInstrument(const AudioComponentDescription& description,
+                                         AudioComponentInstantiationOptions options, UnitHandler completionHandler) = 0;
+};
+
+}  // namespace vrel

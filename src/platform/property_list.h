@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "foundation/result.h"
+
+namespace vrel {
+
+struct PropertyListValue;
+
+using PropertyListData = std::vector<std::uint8_t>;
+using PropertyListArray = std::vector<PropertyListValue>;
+using PropertyListDictionary = std::map<std::string, PropertyListValue>;
+
+/// One value of a property list. Plug-in state travels in this form.
+struct PropertyListValue {
+  std::variant<bool, std::int64_t, double, std::string, PropertyListData, PropertyListArray, PropertyListDictionary>
+      content;
+
+  bool operator==(const PropertyListValue&) const = default;
+};
+
+/// Turns property lists to and from their binary form. Main thread.
+class NSPropertyListSerialization {
+ public:
+  virtual ~NSPropertyListSerialization() = default;
+
+  /// The binary form (format 200) of `dictionary`.
+  [[nodiscard]] virtual Result<PropertyListData> dataFromPropertyList(const PropertyListDictionary& dictionary) = 0;
+
+  /// The value that `data` holds. Fails on anything that is no property list, however broken.
+  [[nodiscard]] virtual Result<PropertyListValue> propertyListFromData(const PropertyListData& data) = 0;
+};
+
+}  // namespace vrel

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "foundation/thread_roles.h"
+
+namespace vrel::audio {
+
+/// The largest block any device delivers, frames. Buffers and plug-ins are sized for it once.
+inline constexpr std::uint32_t maximumBlockFrames = 1024;
+
+/// A connection carries one or two channels.
+inline constexpr std::uint32_t maximumStreamChannels = 2;
+
+/// The samples of one block on one connection. Borrowed; valid during the block.
+struct Stream {
+  std::array<float*, maximumStreamChannels> channels{};
+  std::uint32_t channelCount = 0;
+};
+
+/// What a node gets to render one block.
+struct ProcessBlock {
+  std::uint32_t frameCount = 0;    // 1 to maximumBlockFrames
+  std::span<const Stream> inputs;  // in the order they were connected; empty for a source
+  Stream output;                   // never shares memory with an input; holds silence on entry
+};
+
+/// The audio half of a node: everything of it that the audio thread may touch.
+///
+/// Order of calls: `prepare` from the control half before the node first stands in a plan and again
+/// when rate changes, never while a plan with this node is being rendered; then `process` once
+/// per block. It is kept alive by every plan it stands in, so it may outlive its node.
+class NodeProcessor {
+ public:
+  virtual ~NodeProcessor() = default;
+
+  /// Sizes everything for this rate, frames per second. Called again with an equal rate it costs
+  /// nothing and changes nothing.
+  virtual void prepare(double sampleRate) VREL_NOT_AUDIO_THREAD = 0;
+
+  /// How many channels leave the node, 1 or 2, when `inputChannelCount` (0 to 2) enter it.
+  [[nodiscard]] virtual std::uint32_t outputChannelCount(std::uint32_t inputChannelCount) const = 0;
+
+  /// Renders one block. An early return leaves silence.
+  virtual void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD = 0;
+};
+
+}  // namespace vrel::audio
