@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/tap.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+namespace vrel::audio {
+
+TapPoint::TapPoint() = default;
+
+TapPoint::~TapPoint() {
+  remove();
+}
+
+void TapPoint::install(std::uint32_t bufferSize, std::optional<AVAudioFormat> format, AVAudioNode::TapBlock block) {
+  remove();
+  if (!block) {
+    return;
+  }
+  const std::scoped_lock lock(delivery_);
+  if (!ring_ || ring_->bufferSize() != std::max<std::uint32_t>(bufferSize, 1)) {
+    ring_ = std::make_unique<TapRing>(bufferSize);
+  } else {
+    ring_->reset();
+  }
+  block_ = std::move(block);
+  format_ = format;
+  makeBuffers();
+  active_.store(ring_.get());
+}
+
+void TapPoint::remove() {
+  active_.store(nullptr);
+  // Sequentially consistent on both sides: either the audio thread sees the null, or we see it at work.
+  while (pushing_.load()) {
+    std::this_thread::yield();
+  }
+  AVAudioNode::TapBlock released;
+  const std::scoped_lock lock(delivery_);
+  if (delivering_ && !removedDuringDelivery_) {
+    removedDuringDelivery_ = std::move(block_);
+  } else {
+    released = std::move(block_);
+  }
+  block_ = nullptr;
+}
+
+void TapPoint::setSampleRate(double sampleRate) {
+  if (sampleRate == sampleRate_) {
+    return;
+  }
+  const std::scoped_lock lock(delivery_);
+  sampleRate_ = sampleRate;
+  if (block_) {
+    makeBuffers();
+  }
+}
+
+void TapPoint::makeBuffers() {
+  const double rate = format_ && format_->sampleRate > 0 ? format_->sampleRate : sampleRate_;
+  const std::uint32_t size = ring_->bufferSize();
+  const std::uint32_t channels = format_ ? format_->channelCount : maximumStreamChannels;
+  const auto make = [&](std::shared_ptr<AVAudioPCMBuffer>& buffer, std::uint32_t channelCount) {
+    const AVAudioFormat format{rate, channelCount};
+    if (!buffer || buffer->format() != format || buffer->frameCapacity() != size) {
+      buffer = std::make_shared<AVAudioPCMBuffer>(format, size);
+    }
+  };
+  make(stereo_, channels);
+  make(mono_, format_ ? channels : 1);
+}
+
+std::uint32_t TapPoint::push(const Stream& stream, std::uint32_t frameCount) noexcept {
+  pushing_.store(true);
+  TapRing* const ring = active_.load();
+  const std::uint32_t dropped = ring != nullptr ? ring->write(stream, frameCount) : 0;
+  pushing_.store(false);
+  return dropped;
+}
+
+std::size_t TapPoint::deliver() {
+  const std::scoped_lock lock(delivery_);
+  if (delivering_ || !block_) {
+    return 0;
+  }
+  delivering_ = true;
+  const std::size_t full = ring_->fullBuffers();
+  std::size_t done = 0;
+  // What the block does may be anything, its own removal and a new tap included: look each time.
+  while (done < full && block_ && !removedDuringDelivery_ && ring_->fullBuffers() > 0) {
+    const std::shared_ptr<AVAudioPCMBuffer> buffer = ring_->nextChannelCount() == 1 ? mono_ : stereo_;
+    ring_->read(*buffer);
+    block_(*buffer);
+    ++done;
+  }
+  endDelivery();
+  return done;
+}
+
+void TapPoint::endDelivery() {
+  delivering_ = false;
+  const AVAudioNode::TapBlock released = std::exchange(removedDuringDelivery_, nullptr);
+}
+
+}  // namespace vrel::audio

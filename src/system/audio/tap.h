@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "foundation/thread_roles.h"
+#include "platform/audio_buffer.h"
+#include "platform/audio_node.h"
+#include "system/audio/node_processor.h"
+#include "system/audio/tap_ring.h"
+
+namespace vrel::audio {
+
+/// The place in a node where somebody may listen. Every graph node has one, used or not.
+///
+/// Threads: the main thread installs and removes; the audio thread pushes, wait-free, into a ring
+/// of whole buffers; a tap thread (or the pump of an offline device) delivers full buffers to the
+/// block. Nothing of the listener ever runs on the audio thread: a ring that is full drops.
+///
+/// Invariants:
+/// 1. While `remove` runs it waits for a push and a delivery under way; after it nobody holds the
+///    block, whose captures have died on the thread that called `remove`.
+/// 2. The audio thread sees a ring through `active_` only, and only between its two writes of `pushing_`.
+/// 3. One audio thread pushes at a time: a node stands in one engine.
+class TapPoint {
+ public:
+  TapPoint();
+  ~TapPoint();
+  TapPoint(const TapPoint&) = delete;
+  TapPoint& operator=(const TapPoint&) = delete;
+
+  /// Delivers every `bufferSize` frames (at least 1) to `block`, in place of what was installed. A
+  /// format decides the channel count; without one the stream's own is kept. Main thread.
+  void install(std::uint32_t bufferSize, std::optional<AVAudioFormat> format,
+               AVAudioNode::TapBlock block) VREL_NOT_AUDIO_THREAD;
+
+  /// Once it has returned the block is not called any more. Nothing when none is installed. Main thread.
+  void remove() VREL_NOT_AUDIO_THREAD;
+
+  [[nodiscard]] bool installed() const { return active_.load(std::memory_order_acquire) != nullptr; }
+
+  /// The rate that delivered buffers carry, frames per second. Main thread.
+  void setSampleRate(double sampleRate) VREL_NOT_AUDIO_THREAD;
+
+  /// Takes the samples of one block. Returns how many buffers were dropped for want of room.
+  std::uint32_t push(const Stream& stream, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
+
+  /// Hands over the buffers that are full by now and returns their number. One caller at a time,
+  /// the engine's dispatcher.
+  std::size_t deliver() VREL_NOT_AUDIO_THREAD;
+
+ private:
+  void makeBuffers();
+  void endDelivery();
+
+  // Main thread.
+  std::unique_ptr<TapRing> ring_;  // kept after a removal for the next one of its size
+  double sampleRate_ = 0;
+
+  // Both sides of the hand-over to the audio thread.
+  std::atomic<TapRing*> active_{nullptr};
+  std::atomic<bool> pushing_{false};
+
+  // Guarded by `delivery_`; recursive, since a block on the main thread may remove its own tap.
+  std::recursive_mutex delivery_;
+  AVAudioNode::TapBlock block_;
+  AVAudioNode::TapBlock removedDuringDelivery_;
+  bool delivering_ = false;
+  std::optional<AVAudioFormat> format_;
+  std::shared_ptr<AVAudioPCMBuffer> mono_;
+  std::shared_ptr<AVAudioPCMBuffer> stereo_;  // or as many channels as the format asks for
+};
+
+}  // namespace vrel::audio
