@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// fails: cannot call function 'allocate' while role 'audioThreadRole' is held
+#include "foundation/thread_roles.h"
+
+void allocate() VREL_NOT_AUDIO_THREAD;
+void renderBlock();
+
+void renderBlock() {
+  const vrel::AudioThreadScope block;
+  allocate();
+}
