@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <locale>
+#include <vector>
+
+#include "platform/audio_component.h"
+
+// The lists of plug-ins that a channel and an effect slot can choose from. Main thread.
+//
+// Each component stands once, the last one found where two have the same codes. The order is that of
+// the manufacturers' names and, within one manufacturer, of the plug-ins' names, as the user's
+// language sorts them and with no regard to case. Manufacturers that differ in case alone stand next
+// to each other, each with its plug-ins together.
+
+namespace vrel {
+
+/// The user's locale as the environment names it; the classic one where the machine does not have it.
+[[nodiscard]] std::locale userLocale();
+
+/// Music devices and generators.
+[[nodiscard]] std::vector<AVAudioUnitComponent> scanInstrumentComponents(AVAudioUnitComponentManager& manager,
+                                                                         const std::locale& locale = userLocale());
+
+/// Effects and music effects.
+[[nodiscard]] std::vector<AVAudioUnitComponent> scanAudioEffectComponents(AVAudioUnitComponentManager& manager,
+                                                                          const std::locale& locale = userLocale());
+
+}  // namespace vrel
