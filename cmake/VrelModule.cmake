@@ -34,6 +34,14 @@ include(GoogleTest)
 function(vrel_test name)
   cmake_parse_arguments(ARG "" "LABEL" "SOURCES;DEPENDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. PROPERTIES LABELS ${ARG_LABEL} TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+  target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main
+    $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
+  # Cases are listed when CTest runs, so a build never executes what it made.
+  gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS ${ARG_LABEL} TIMEOUT 120)
+  # `tests_rt` builds what `ctest -L rt` needs, and so on for each label.
+  if(NOT TARGET tests_${ARG_LABEL})
+    add_custom_target(tests_${ARG_LABEL})
+  endif()
+  add_dependencies(tests_${ARG_LABEL} ${name})
 endfunction()

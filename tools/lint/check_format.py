@@ -10,9 +10,9 @@ import sys
 import source_tree
 
 
-def check_tree(root: pathlib.Path, clang_format: str, fix: bool) -> list[str]:
+def check_tree(root: pathlib.Path, clang_format: str, fix: bool, only: list[pathlib.Path] = ()) -> list[str]:
     problems = []
-    for path in source_tree.code_files(root):
+    for path in only or source_tree.code_files(root):
         file = root / path
         # The name is given, not the file, so that the .clang-format above it is found either way.
         result = subprocess.run([clang_format, "--style=file", "--fallback-style=none", f"--assume-filename={file}"],
@@ -33,8 +33,11 @@ def main() -> int:
     parser.add_argument("--root", type=pathlib.Path, default=pathlib.Path(__file__).resolve().parents[2])
     parser.add_argument("--clang-format", default="clang-format")
     parser.add_argument("--fix", action="store_true")
+    parser.add_argument("files", nargs="*", type=pathlib.Path, help="instead of the whole tree")
     arguments = parser.parse_args()
-    problems = check_tree(arguments.root.resolve(), arguments.clang_format, arguments.fix)
+    root = arguments.root.resolve()
+    only = [file.resolve().relative_to(root) for file in arguments.files]
+    problems = check_tree(root, arguments.clang_format, arguments.fix, only)
     return source_tree.report("check_format", problems)
 
 

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// The trap of the `rtcheck` preset: aborts on allocation, locks, waits and files inside a block.
+//
+// The C library's functions are defined a second time, in the executable, where the dynamic linker
+// finds them first. Each looks at the audio scope of its thread, and either aborts or passes the
+// call on. Libraries the program loads are caught too, since their calls go the same way.
+//
+// What is not seen: calls the C library makes inside itself (so `fopen` shows up as its `malloc`),
+// and system calls made without it.
+
+#include <atomic>
+
+namespace vrel::rt_trap {
+
+/// Aborts when this thread is inside a block. One line on standard error names the call, and a
+/// backtrace follows.
+void check(const char* call) noexcept;
+
+/// The next definition of a name after this program's own: the C library's. Never null.
+void* nextDefinition(const char* name) noexcept;
+
+/// The C library's function of one name, looked up at its first use. Usable before any constructor
+/// has run and from any thread.
+template <typename Function>
+class Real {
+ public:
+  explicit constexpr Real(const char* name) : name_(name) {}
+
+  template <typename... Arguments>
+  auto operator()(Arguments... arguments) noexcept {
+    void* found = address_.load(std::memory_order_acquire);
+    if (found == nullptr) {
+      found = nextDefinition(name_);
+      address_.store(found, std::memory_order_release);
+    }
+    return reinterpret_cast<Function*>(found)(arguments...);
+  }
+
+ private:
+  const char* name_;
+  std::atomic<void*> address_{nullptr};
+};
+
+}  // namespace vrel::rt_trap
