@@ -1,0 +1,29 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# shellcheck shell=bash
+# What ./run and ./test have in common. Sourced, from the root of the tree.
+
+# The system's own Python and compilers come first, whatever version manager the user has.
+export PATH="/usr/bin:/bin:$PATH"
+
+# quietly LOG COMMAND...: runs it with the output in a file, and shows the file's end when it fails.
+quietly() {
+  local log="$1"
+  shift
+  mkdir -p "$(dirname "$log")"
+  if ! "$@" >"$log" 2>&1; then
+    tail -n "${VREL_LOG_LINES:-60}" "$log" >&2
+    echo "failed: $* (all of it in $log)" >&2
+    return 1
+  fi
+}
+
+# build PRESET [TARGET...]: configures and builds, quietly.
+build() {
+  local preset="$1" arguments=()
+  shift
+  if (($# > 0)); then
+    arguments=(--target "$@")
+  fi
+  quietly "build/logs/$preset-configure.log" cmake --preset "$preset" || return 1
+  quietly "build/logs/$preset-build.log" cmake --build --preset "$preset" --parallel "$(nproc)" "${arguments[@]}"
+}
