@@ -11,7 +11,7 @@ quietly() {
   shift
   mkdir -p "$(dirname "$log")"
   if ! "$@" >"$log" 2>&1; then
-    tail -n "${VREL_LOG_LINES:-60}" "$log" >&2
+    tail -n "${VREL_LOG_LINES:-60}" "$log" | cut --characters=-400 >&2
     echo "failed: $* (all of it in $log)" >&2
     return 1
   fi
