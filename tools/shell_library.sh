@@ -5,13 +5,15 @@
 # The system's own Python and compilers come first, whatever version manager the user has.
 export PATH="/usr/bin:/bin:$PATH"
 
-# quietly LOG COMMAND...: runs it with the output in a file, and shows the file's end when it fails.
+# quietly LOG COMMAND...: runs it with the output in a file. When it fails, shows the file's end, without the tests
+# that passed and without the tails of endless lines.
 quietly() {
   local log="$1"
   shift
   mkdir -p "$(dirname "$log")"
   if ! "$@" >"$log" 2>&1; then
-    tail -n "${VREL_LOG_LINES:-60}" "$log" | cut --characters=-400 >&2
+    grep --invert-match --extended-regexp '^ +Start +[0-9]+:|Passed +[0-9.]+ sec$' "$log" |
+      tail -n "${VREL_LOG_LINES:-60}" | cut --characters=-400 >&2
     echo "failed: $* (all of it in $log)" >&2
     return 1
   fi
