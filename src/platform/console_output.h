@@ -5,8 +5,8 @@
 
 namespace vrel {
 
-/// Where the program tells what failed: plain lines on standard output. Main thread, unless the
-/// implementation says otherwise; never the audio thread.
+/// Where the program tells what failed: plain lines on standard output. Any thread but the audio
+/// thread; lines do not mix.
 class ConsoleOutput {
  public:
   virtual ~ConsoleOutput() = default;

@@ -11,6 +11,7 @@ namespace vrel {
 ///
 /// `async` may be called from any thread. `sync` runs the work on the queue and returns when it
 /// has ended; calling it from the queue's own work is a programming fault (it would wait forever).
+/// Letting go of a queue waits for the piece under way; what has not begun is let go of, not run.
 class DispatchQueue {
  public:
   using Work = std::function<void()>;

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/audio_engine.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/audio_engine.h"
+#include "platform/dispatch.h"
+
+namespace vrel {
+namespace {
+
+// Colours of new strips, taken in turn: red, green, blue.
+constexpr std::array<std::array<float, 3>, 7> stripPalette{{{1.0F, 0.33F, 0.0F},
+                                                            {1.0F, 0.82F, 0.0F},
+                                                            {0.0F, 0.76F, 0.76F},
+                                                            {0.7F, 0.2F, 0.8F},
+                                                            {0.2F, 0.8F, 0.2F},
+                                                            {0.85F, 0.2F, 0.2F},
+                                                            {0.2F, 0.4F, 0.9F}}};
+
+std::vector<float> stripColor(std::size_t stripCount) {
+  const auto& color = stripPalette[stripCount % stripPalette.size()];
+  return {color.begin(), color.end()};
+}
+
+}  // namespace
+
+std::shared_ptr<AudioEngine> AudioEngine::make(const EnginePlatform& platform) {
+  std::shared_ptr<AudioEngine> engine(new AudioEngine(platform));
+  engine->begin();
+  return engine;
+}
+
+AudioEngine::AudioEngine(const EnginePlatform& platform)
+    : platform_(platform),
+      engine_(platform.nodes.makeEngine()),
+      pool_(std::make_shared<PluginPool>(platform.units, platform.queues, platform.console)),
+      mutator_(*engine_, platform.console),
+      levels_(strips_, *engine_),
+      levelCapture_(strips_, levels_, *engine_, platform.nodes, platform.clock),
+      chains_(strips_, *engine_, platform.nodes, mutator_, levelCapture_),
+      pluginState_(platform.propertyLists, platform.console),
+      instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, platform.mainQueue,
+                    platform.console}),
+      effects_(
+          {*engine_, platform.units, mutator_, chains_, levels_, pluginState_, platform.mainQueue, platform.console}),
+      router_(*engine_, strips_.channels, midiCallbacks) {}
+
+void AudioEngine::begin() {
+  strips_.masterChannel = std::make_shared<AudioChannel>("MASTER", weak_from_this());
+  platform_.mainQueue.async([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) {
+      self->ensureEngineRunning("initialization");
+    }
+  });
+  levelCapture_.startMeterDecayTimer(platform_.mainQueue);
+  levelCapture_.installMainMixerTap();
+}
+
+AudioEngine::~AudioEngine() {
+  engine_->stop();
+  // No tap may hold a strip while it goes.
+  for (const auto& channel : strips_.channels) {
+    levelCapture_.removeMeterTap(*channel);
+  }
+  engine_->mainMixerNode()->removeTap(0);
+}
+
+bool AudioEngine::ensureEngineRunning(const std::string& reason) {
+  return mutator_.ensureEngineRunning(reason, [this] { chains_.prepareOutputGraph(); });
+}
+
+void AudioEngine::performGraphMutation(const std::string& label, const std::function<void()>& body) {
+  mutator_.performGraphMutation(label, body);
+}
+
+std::shared_ptr<AudioChannel> AudioEngine::addChannel(const std::string& name) {
+  auto channel = std::make_shared<AudioChannel>(name, weak_from_this());
+  channel->color.set(stripColor(strips_.channels.size()));
+  chains_.ensureMeterNode(*channel);
+  chains_.ensureReverbNode(*channel);
+  strips_.channels.push_back(channel);
+  applyMixerLevels();
+  return channel;
+}
+
+void AudioEngine::removeChannel(const AudioChannel& channel) {
+  const auto position = std::find_if(strips_.channels.begin(), strips_.channels.end(),
+                                     [&](const auto& each) { return each->id == channel.id; });
+  if (position == strips_.channels.end()) {
+    return;
+  }
+  const auto removed = *position;
+  strips_.channels.erase(position);
+  takeDown(*removed);
+  applyMixerLevels();
+}
+
+void AudioEngine::takeDown(AudioChannel& channel) {
+  if (!channel.effectNodes.get().empty()) {
+    performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(channel); });
+  }
+  if (channel.reverbNode.get() != nullptr) {
+    performGraphMutation("detachReverbNode", [&] { chains_.detachReverbNode(channel); });
+  }
+  levelCapture_.removeMeterTap(channel);
+  if (channel.meterNode.get() != nullptr) {
+    performGraphMutation("detachMeterNode", [&] { chains_.detachMeterNode(channel); });
+  }
+  // What was behind the instrument is gone, so it may leave a running engine.
+  instruments_.giveUpInstrumentNode(channel);
+  // Its next owner comes from the pool; a channel that somebody still holds must not touch it again.
+  channel.instrumentNode.set(nullptr);
+}
+
+void AudioEngine::removeAllChannels() {
+  for (const auto& channel : strips_.channels) {
+    takeDown(*channel);
+  }
+  strips_.channels.clear();
+  auto& master = *strips_.masterChannel;
+  master.effectSlots.set({});
+  if (!master.effectNodes.get().empty()) {
+    performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(master); });
+  } else if (engine_->isRunning()) {
+    return;  // the master chain is plain already
+  }
+  chains_.rebuildMasterEffectChain(true);
+}
+
+void AudioEngine::routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+  router_.routeMIDI(status, data1, data2);
+}
+
+void AudioEngine::sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+  router_.sendPerformanceMIDI(status, data1, data2);
+}
+
+void AudioEngine::panic() {
+  router_.panic();
+}
+
+void AudioEngine::applyMixerLevels() {
+  levels_.applyMixerLevels();
+}
+
+void AudioEngine::applyReverbMix(AudioChannel& channel) {
+  chains_.applyReverbMix(channel);
+}
+
+}  // namespace vrel

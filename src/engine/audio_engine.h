@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/channel_chains.h"
+#include "engine/effect_racks.h"
+#include "engine/engine_platform.h"
+#include "engine/graph_mutator.h"
+#include "engine/instrument_loader.h"
+#include "engine/level_capture.h"
+#include "engine/mix_levels.h"
+#include "engine/plugin_pool.h"
+#include "engine/plugin_state.h"
+#include "engine/strips.h"
+#include "midi/midi_router.h"
+
+namespace vrel {
+
+/// The one engine of the process: the strips of the song on stage, the master, and what plays them.
+///
+/// A facade: it owns the parts, sees to their order of birth and death, adds and removes strips, and
+/// hands everything else to the part that knows. The parts are reached by their own names, e.g.
+/// `engine.instruments().loadInstrument(...)`.
+///
+/// Threads: main thread. The platform engine starts on the first turn of the main queue after
+/// `make`, not in it. A failed start or restart leaves a stopped engine, silent and inert, and is
+/// told in a line and in `lastEngineStartError`.
+class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<AudioEngine> {
+ public:
+  /// The platform is borrowed and outlives the engine.
+  [[nodiscard]] static std::shared_ptr<AudioEngine> make(const EnginePlatform& platform);
+  ~AudioEngine() override;
+  AudioEngine(const AudioEngine&) = delete;
+  AudioEngine& operator=(const AudioEngine&) = delete;
+
+  [[nodiscard]] const std::vector<std::shared_ptr<AudioChannel>>& channels() const { return strips_.channels; }
+  [[nodiscard]] const std::shared_ptr<AudioChannel>& masterChannel() const { return strips_.masterChannel; }
+  [[nodiscard]] AVAudioEngine& engine() { return *engine_; }
+  [[nodiscard]] const Outcome& lastEngineStartError() const { return mutator_.lastEngineStartError(); }
+
+  [[nodiscard]] GraphMutator& graph() { return mutator_; }
+  [[nodiscard]] ChannelChains& chains() { return chains_; }
+  [[nodiscard]] MixLevels& levels() { return levels_; }
+  [[nodiscard]] LevelCapture& levelCapture() { return levelCapture_; }
+  [[nodiscard]] PluginPool& pluginPool() { return *pool_; }
+  [[nodiscard]] PluginState& pluginState() { return pluginState_; }
+  [[nodiscard]] InstrumentLoader& instruments() { return instruments_; }
+  [[nodiscard]] EffectRacks& effects() { return effects_; }
+  [[nodiscard]] MidiRouter& midiRouter() { return router_; }
+
+  /// Set by the interface when it first appears.
+  MidiRouter::Callbacks midiCallbacks;
+
+  /// Starts the platform engine if it does not run; reasons "routeMIDI" and "panic" never start it.
+  bool ensureEngineRunning(const std::string& reason);
+  void performGraphMutation(const std::string& label, const std::function<void()>& body);
+
+  /// A new strip at the end, with reverb and meter, in the next of seven colours.
+  std::shared_ptr<AudioChannel> addChannel(const std::string& name);
+
+  /// Takes the strip with the same id out, with all its nodes; its plug-in goes back to the pool.
+  void removeChannel(const AudioChannel& channel);
+
+  /// Takes out all strips and the master's effects. Leaves the levels to the caller.
+  void removeAllChannels();
+
+  void routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+  void sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+  void panic();
+
+  void applyMixerLevels() override;
+  void applyReverbMix(AudioChannel& channel) override;
+
+ private:
+  explicit AudioEngine(const EnginePlatform& platform);
+  void begin();
+  void takeDown(AudioChannel& channel);
+
+  EnginePlatform platform_;
+  std::unique_ptr<AVAudioEngine> engine_;
+  Strips strips_;
+  std::shared_ptr<PluginPool> pool_;
+  GraphMutator mutator_;
+  MixLevels levels_;
+  LevelCapture levelCapture_;
+  ChannelChains chains_;
+  PluginState pluginState_;
+  InstrumentLoader instruments_;
+  EffectRacks effects_;
+  MidiRouter router_;
+};
+
+}  // namespace vrel

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/effect_racks.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "document/plugin_path.h"
+#include "engine/channel/audio_channel.h"
+#include "engine/channel_chains.h"
+#include "engine/graph_mutator.h"
+#include "engine/mix_levels.h"
+#include "engine/plugin_state.h"
+#include "platform/audio_engine.h"
+#include "platform/console_output.h"
+#include "platform/dispatch.h"
+
+namespace vrel {
+namespace {
+
+std::string failureLine(const char* where, const AVAudioUnitComponent& component, const Error& error) {
+  return std::string("Failed to load effect plugin ") + where + " (" + component.manufacturerName + " - " +
+         component.name + "): " + error.description;
+}
+
+// The order of the slots after the move, as the list controls of the platform define it.
+std::vector<AudioPluginSlot> moved(const std::vector<AudioPluginSlot>& slots, const std::set<std::size_t>& fromOffsets,
+                                   std::size_t toOffset) {
+  std::vector<AudioPluginSlot> before;
+  std::vector<AudioPluginSlot> taken;
+  std::vector<AudioPluginSlot> after;
+  for (std::size_t offset = 0; offset < slots.size(); ++offset) {
+    auto& part = fromOffsets.contains(offset) ? taken : (offset < toOffset ? before : after);
+    part.push_back(slots[offset]);
+  }
+  before.insert(before.end(), taken.begin(), taken.end());
+  before.insert(before.end(), after.begin(), after.end());
+  return before;
+}
+
+}  // namespace
+
+void EffectRacks::instantiateEffectNode(const AVAudioUnitComponent& component,
+                                        std::function<void(UnitNode)> completion) {
+  const auto outOfProcess = [component, completion, &console = with_.console](const UnitNode& node,
+                                                                              const std::optional<Error>& error) {
+    if (error) {
+      console.print(failureLine("out-of-process", component, *error));
+    }
+    completion(node);
+  };
+  with_.units.instantiate(component.audioComponentDescription, AudioComponentInstantiationOptions::inProcess,
+                          [component, completion, outOfProcess, &console = with_.console, &units = with_.units](
+                              const UnitNode& node, const std::optional<Error>& error) {
+                            if (node != nullptr) {
+                              completion(node);
+                              return;
+                            }
+                            if (error) {
+                              console.print(failureLine("in-process", component, *error));
+                            }
+                            units.instantiate(component.audioComponentDescription,
+                                              AudioComponentInstantiationOptions::outOfProcess, outOfProcess);
+                          });
+}
+
+void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, const AVAudioUnitComponent& component,
+                                    const UnitNode& node, const std::function<void(bool)>& completion) {
+  with_.mutator.performGraphMutation("replaceEffectSlot", [&] {
+    auto nodes = channel.effectNodes.get();
+    if (const auto entry = nodes.find(slotId); entry != nodes.end()) {
+      with_.chains.removeNode(entry->second);
+    }
+    with_.engine.attach(node);
+    nodes[slotId] = node;
+    channel.effectNodes.set(std::move(nodes));
+
+    auto slots = channel.effectSlots.get();
+    auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+    if (slot == slots.end()) {
+      slot = slots.insert(slots.end(), AudioPluginSlot{});
+      slot->id = slotId;
+    }
+    slot->pluginPath = pluginKey(component);
+    slot->pluginName = component.name;
+    slot->manufacturerName = component.manufacturerName;
+    slot->stateBase64 = std::nullopt;
+    channel.effectSlots.set(std::move(slots));
+    with_.chains.rebuildChannelEffectChain(channel);
+  });
+  with_.levels.applyMixerLevels();
+  if (completion) {
+    completion(true);
+  }
+}
+
+void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
+  with_.mutator.performGraphMutation("removeEffectSlot", [&] {
+    auto nodes = channel.effectNodes.get();
+    if (const auto entry = nodes.find(slotId); entry != nodes.end()) {
+      with_.chains.removeNode(entry->second);
+      nodes.erase(entry);
+      channel.effectNodes.set(std::move(nodes));
+    }
+    auto slots = channel.effectSlots.get();
+    std::erase_if(slots, [&](const auto& each) { return each.id == slotId; });
+    channel.effectSlots.set(std::move(slots));
+    with_.chains.rebuildChannelEffectChain(channel);
+  });
+  with_.levels.applyMixerLevels();
+}
+
+void EffectRacks::moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets,
+                                 std::size_t toOffset) {
+  channel.effectSlots.set(moved(channel.effectSlots.get(), fromOffsets, toOffset));
+  with_.chains.rebuildChannelEffectChain(channel);
+}
+
+void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
+                                     const std::shared_ptr<AudioChannel>& channel,
+                                     const PluginComponentResolver& resolver, std::function<void()> completion) {
+  if (!channel->effectNodes.get().empty()) {
+    with_.mutator.performGraphMutation("detachEffectNodes", [&] { with_.chains.detachEffectNodes(*channel); });
+  }
+  channel->effectSlots.set(slots);
+  const auto isFilled = [](const AudioPluginSlot& slot) { return !slot.pluginPath.empty(); };
+  if (std::none_of(slots.begin(), slots.end(), isFilled)) {
+    with_.chains.rebuildChannelEffectChain(*channel);
+    if (completion) {
+      completion();
+    }
+    return;
+  }
+  // Every load holds the group; whoever lets go of it last posts the end to the main queue.
+  const std::shared_ptr<void> group(nullptr, [this, life = life_.watch(), weakChannel = std::weak_ptr(channel),
+                                              completion = std::move(completion), &mainQueue = with_.mainQueue](void*) {
+    mainQueue.async([this, life, weakChannel, completion] {
+      const auto target = weakChannel.lock();
+      if (life.isAlive() && target) {
+        restoreEnded(*target, completion);
+      }
+    });
+  });
+  for (const auto& slot : slots) {
+    const auto component = isFilled(slot) && resolver ? resolver(slot.pluginPath) : std::nullopt;
+    if (!component) {
+      continue;
+    }
+    instantiateEffectNode(*component, [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), slot, group,
+                                       &mainQueue = with_.mainQueue](const UnitNode& node) {
+      mainQueue.async([this, life, weakChannel, slot, group, node] {
+        const auto target = weakChannel.lock();
+        if (life.isAlive() && target && node != nullptr) {
+          with_.mutator.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*target, slot, node); });
+        }
+      });
+    });
+  }
+}
+
+void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node) {
+  with_.engine.attach(node);
+  if (const auto state = with_.pluginState.decodePluginState(slot.stateBase64)) {
+    node->auAudioUnit().setFullStateForDocument(*state);
+  }
+  node->reset();
+  auto nodes = channel.effectNodes.get();
+  nodes[slot.id] = node;
+  channel.effectNodes.set(std::move(nodes));
+}
+
+void EffectRacks::restoreEnded(AudioChannel& channel, const std::function<void()>& completion) {
+  with_.chains.rebuildChannelEffectChain(channel);
+  with_.levels.applyMixerLevels();
+  if (completion) {
+    completion();
+  }
+}
+
+}  // namespace vrel

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "engine/plugin_pool.h"
+#include "foundation/life_token.h"
+#include "foundation/uuid.h"
+#include "platform/audio_component.h"
+
+namespace vrel {
+
+class AudioChannel;
+class AudioUnitFactory;
+class AVAudioEngine;
+class AVAudioUnit;
+class ChannelChains;
+class ConsoleOutput;
+class GraphMutator;
+class MainQueue;
+class MixLevels;
+class PluginState;
+
+/// The insert effects of strips and master: slots as saved data, nodes as what lives in them.
+///
+/// A slot without a node is normal (the plug-in is missing or failed): it is passed over in the chain
+/// and kept in the list. A node is never without a slot. Effects are not pooled. Main thread, but for
+/// the handler of instantiateEffectNode, which comes on any thread.
+class EffectRacks {
+ public:
+  using UnitNode = std::shared_ptr<AVAudioUnit>;
+
+  struct Collaborators {
+    AVAudioEngine& engine;
+    AudioUnitFactory& units;
+    GraphMutator& mutator;
+    ChannelChains& chains;
+    MixLevels& levels;
+    PluginState& pluginState;
+    MainQueue& mainQueue;
+    ConsoleOutput& console;
+  };
+
+  explicit EffectRacks(const Collaborators& collaborators) : with_(collaborators) {}
+
+  /// Makes an effect in process or, when that fails, out of process. `completion` gets the node or
+  /// none, once, on any thread.
+  void instantiateEffectNode(const AVAudioUnitComponent& component, std::function<void(UnitNode)> completion);
+
+  /// Puts `node` into the slot with this id, or into a new slot at the end; the slot's saved state
+  /// goes with the old plug-in. `completion` may be empty; it gets true.
+  void replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, const AVAudioUnitComponent& component,
+                         const UnitNode& node, const std::function<void(bool)>& completion);
+
+  void removeEffectSlot(AudioChannel& channel, const Uuid& slotId);
+
+  /// Moves the slots at `fromOffsets` so that they stand before what was at `toOffset`; all offsets
+  /// are those before the move. Offsets out of range are ignored.
+  void moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets, std::size_t toOffset);
+
+  /// Makes `slots` the channel's rack and loads their plug-ins side by side. `completion` may be
+  /// empty; it is called when the last has answered, unless engine or channel have gone.
+  void restoreEffectSlots(const std::vector<AudioPluginSlot>& slots, const std::shared_ptr<AudioChannel>& channel,
+                          const PluginComponentResolver& resolver, std::function<void()> completion);
+
+ private:
+  void restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node);
+  void restoreEnded(AudioChannel& channel, const std::function<void()>& completion);
+
+  Collaborators with_;
+  LifeToken life_;
+};
+
+}  // namespace vrel

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "foundation/result.h"
+
+namespace vrel {
+
+class AVAudioEngine;
+class ConsoleOutput;
+
+/// The one way to change connections of chains that stay: the graph is never rewired while it runs.
+///
+/// The outermost call stops the engine, runs the change and starts the engine again; calls inside it
+/// just run. An engine that was not running is left so. A failed restart is told in a line and in
+/// `lastEngineStartError`, and the engine stays stopped. Main thread; hence a plain counter.
+///
+/// Without this wrapper one may set levels, attach a node that has no connections, give up the chain
+/// of a node that leaves, install taps, and send MIDI.
+class GraphMutator {
+ public:
+  GraphMutator(AVAudioEngine& engine, ConsoleOutput& console) : engine_(engine), console_(console) {}
+
+  /// `label` appears in the failure message only.
+  void performGraphMutation(const std::string& label, const std::function<void()>& body);
+
+  /// Starts the engine after `prepareOutputGraph`, for any reason but "routeMIDI" and "panic", which
+  /// never start it. Returns whether the engine runs.
+  bool ensureEngineRunning(const std::string& reason, const std::function<void()>& prepareOutputGraph);
+
+  [[nodiscard]] int graphMutationDepth() const { return graphMutationDepth_; }
+
+  /// The error of the most recent failed start; a successful start clears it.
+  [[nodiscard]] const Outcome& lastEngineStartError() const { return lastEngineStartError_; }
+
+ private:
+  AVAudioEngine& engine_;
+  ConsoleOutput& console_;
+  int graphMutationDepth_ = 0;
+  Outcome lastEngineStartError_;
+};
+
+}  // namespace vrel

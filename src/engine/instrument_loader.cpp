@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/instrument_loader.h"
+
+#include <utility>
+
+#include "document/plugin_path.h"
+#include "engine/channel/audio_channel.h"
+#include "engine/channel_chains.h"
+#include "engine/graph_mutator.h"
+#include "engine/level_capture.h"
+#include "engine/mix_levels.h"
+#include "engine/plugin_pool.h"
+#include "engine/plugin_state.h"
+#include "platform/audio_engine.h"
+#include "platform/console_output.h"
+
+namespace vrel {
+namespace {
+
+void clearPlaybackFile(AudioChannel& channel) {
+  channel.playbackBuffer.set(nullptr);
+  channel.playbackFile.set(nullptr);
+  channel.playbackFileDuration.set(0);
+  channel.playbackStartFrame.set(0);
+  channel.playbackFrameCount.set(0);
+  channel.playbackFilePath.set("");
+  channel.playbackLoop.set(false);
+  channel.playbackStartTime.set(0);
+  channel.playbackEndTime.set(0);
+  channel.playbackStopMode.set("toggle");
+}
+
+void clearPlaybackRun(AudioChannel& channel) {
+  channel.playbackIsPlaying.set(false);
+  channel.playbackStopRequested.set(false);
+  channel.playbackRunToken.set(std::nullopt);
+  channel.playbackMeterStartedAt.set(std::nullopt);
+  channel.playbackMeterPeaks.set({});
+  channel.peakL.set(0);
+  channel.peakR.set(0);
+}
+
+}  // namespace
+
+void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& channel,
+                                      const AVAudioUnitComponent& component,
+                                      const std::optional<std::string>& stateBase64, Completion completion) {
+  channel->status.set(channel_status::loading);
+  const auto key = pluginKey(component);
+  auto finish = [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), component, stateBase64,
+                 completion = std::move(completion)](const UnitNode& node) {
+    if (!life.isAlive()) {
+      return;
+    }
+    if (const auto target = weakChannel.lock()) {
+      finishLoad(*target, component, node, stateBase64, completion);
+    } else if (completion) {
+      completion(false);
+    }
+  };
+  if (auto node = with_.pool.take(key)) {
+    with_.mainQueue.async([finish = std::move(finish), node = std::move(node)] { finish(node); });
+    with_.pool.prewarmPlugin(key, nullptr);
+    return;
+  }
+  with_.pool.instantiateInstrumentNode(
+      component.audioComponentDescription, [finish = std::move(finish), &mainQueue = with_.mainQueue,
+                                            &console = with_.console](UnitNode node, std::optional<Error> error) {
+        mainQueue.async([finish, &console, node = std::move(node), error = std::move(error)] {
+          if (error) {
+            console.print("Failed to load plugin: " + error->description);
+          }
+          finish(error ? nullptr : node);
+        });
+      });
+}
+
+void InstrumentLoader::finishLoad(AudioChannel& channel, const AVAudioUnitComponent& component, const UnitNode& node,
+                                  const std::optional<std::string>& stateBase64, const Completion& completion) {
+  if (node != nullptr) {
+    installInstrumentNode(channel, node, pluginKey(component), component.name, stateBase64);
+  } else {
+    channel.status.set(channel_status::loadFailed);
+  }
+  if (completion) {
+    completion(node != nullptr);
+  }
+}
+
+void InstrumentLoader::giveUpInstrumentNode(AudioChannel& channel) {
+  const auto node = channel.instrumentNode.get();
+  if (node == nullptr) {
+    return;
+  }
+  with_.engine.disconnectNodeOutput(node);
+  with_.engine.detach(node);
+  const auto& path = channel.pluginPath.get();
+  auto unit = std::dynamic_pointer_cast<AVAudioUnit>(node);
+  if (unit != nullptr && !path.empty() && !isInternalPath(path)) {
+    with_.pool.returnNodeToPool(std::move(unit), path);
+  }
+}
+
+void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node,
+                                             const std::string& key, const std::string& name,
+                                             const std::optional<std::string>& stateBase64) {
+  giveUpInstrumentNode(channel);
+  if (auto* unit = dynamic_cast<AVAudioUnit*>(node.get())) {
+    restoreState(*unit, stateBase64);
+  }
+  with_.engine.attach(node);
+  channel.instrumentNode.set(node);
+  clearPlaybackFile(channel);
+  channel.pluginPath.set(key);
+  channel.pluginName.set(name);
+  channel.status.set(channel_status::running);
+  with_.chains.rebuildChannelEffectChain(channel);
+  with_.levels.applyMixerLevels();
+}
+
+void InstrumentLoader::restoreState(AVAudioUnit& unit, const std::optional<std::string>& stateBase64) {
+  if (const auto state = with_.pluginState.decodePluginState(stateBase64)) {
+    unit.auAudioUnit().setFullStateForDocument(*state);
+    unit.reset();
+  }
+}
+
+void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
+  with_.levelCapture.removeMeterTap(channel);
+  with_.mutator.performGraphMutation("unloadInstrument", [this, &channel] {
+    if (auto* player = dynamic_cast<AVAudioPlayerNode*>(channel.instrumentNode.get().get())) {
+      player->stop();
+    }
+    with_.chains.disconnectChannelChain(channel);
+    giveUpInstrumentNode(channel);
+  });
+  channel.instrumentNode.set(nullptr);
+  channel.pluginPath.set("");
+  channel.pluginName.set("");
+  channel.status.set(channel_status::noPlugin);
+  channel.visualClipMappings.set({});
+  clearPlaybackFile(channel);
+  clearPlaybackRun(channel);
+}
+
+void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::vector<VisualClipMapping>& mappings,
+                                            const Completion& completion) {
+  with_.levelCapture.removeMeterTap(channel);
+  with_.mutator.performGraphMutation("loadVisualInstrument", [this, &channel] {
+    giveUpInstrumentNode(channel);
+    with_.chains.disconnectChannelChain(channel);
+  });
+  channel.instrumentNode.set(nullptr);
+  clearPlaybackFile(channel);
+  clearPlaybackRun(channel);
+  channel.pluginPath.set(std::string(pathVisual));
+  channel.pluginName.set("Vrel Visual");
+  channel.status.set(channel_status::running);
+  channel.visualClipMappings.set(mappings);
+  with_.levels.applyMixerLevels();
+  if (completion) {
+    completion(true);
+  }
+}
+
+void InstrumentLoader::simulatePluginCrash(AudioChannel& channel) {
+  with_.levelCapture.removeMeterTap(channel);
+  if (channel.meterNode.get() != nullptr) {
+    with_.mutator.performGraphMutation("detachMeterNode", [this, &channel] { with_.chains.detachMeterNode(channel); });
+  }
+  if (const auto node = channel.instrumentNode.get()) {
+    with_.engine.disconnectNodeOutput(node);
+    with_.engine.detach(node);
+  }
+  channel.instrumentNode.set(nullptr);
+  channel.status.set(channel_status::crashed);
+}
+
+}  // namespace vrel

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "foundation/life_token.h"
+#include "platform/audio_component.h"
+
+namespace vrel {
+
+class AudioChannel;
+class AVAudioEngine;
+class AVAudioNode;
+class AVAudioUnit;
+class ChannelChains;
+class ConsoleOutput;
+class GraphMutator;
+class LevelCapture;
+class MainQueue;
+class MixLevels;
+class PluginPool;
+class PluginState;
+
+/// Gives a channel its instrument and takes it away.
+///
+/// A load never waits: a node parked in the pool is installed by the main queue's next work, any
+/// other when its instantiation answers. Until then, and when it fails, the channel keeps what it had.
+/// All operations are for the main thread.
+class InstrumentLoader {
+ public:
+  using Completion = std::function<void(bool succeeded)>;
+
+  struct Collaborators {
+    AVAudioEngine& engine;
+    GraphMutator& mutator;
+    ChannelChains& chains;
+    MixLevels& levels;
+    LevelCapture& levelCapture;
+    PluginPool& pool;
+    PluginState& pluginState;
+    MainQueue& mainQueue;
+    ConsoleOutput& console;
+  };
+
+  explicit InstrumentLoader(const Collaborators& collaborators) : with_(collaborators) {}
+
+  /// Loads `component` into the channel, with the saved state if there is one. `completion` is called
+  /// once, on the main queue, unless the engine has gone by then; false also when the channel has.
+  void loadInstrument(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
+                      const std::optional<std::string>& stateBase64, Completion completion);
+
+  /// Puts `node` in the place of the channel's instrument, state first, and wires it.
+  void installInstrumentNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node, const std::string& key,
+                             const std::string& name, const std::optional<std::string>& stateBase64);
+
+  /// Empties the strip; effects, reverb and meter stay, unlinked, for the next instrument.
+  void unloadInstrument(AudioChannel& channel);
+
+  /// Turns the strip to clips on notes. `completion` may be empty; it gets true.
+  void loadVisualInstrument(AudioChannel& channel, const std::vector<VisualClipMapping>& mappings,
+                            const Completion& completion);
+
+  /// Rehearses a crash: the node is lost, path, name and effects stay, the status tells.
+  void simulatePluginCrash(AudioChannel& channel);
+
+  /// Unlinks the instrument and makes the engine forget it; a hosted one goes back to the pool.
+  void giveUpInstrumentNode(AudioChannel& channel);
+
+ private:
+  using UnitNode = std::shared_ptr<AVAudioUnit>;
+  void finishLoad(AudioChannel& channel, const AVAudioUnitComponent& component, const UnitNode& node,
+                  const std::optional<std::string>& stateBase64, const Completion& completion);
+  void restoreState(AVAudioUnit& unit, const std::optional<std::string>& stateBase64);
+
+  Collaborators with_;
+  LifeToken life_;
+};
+
+}  // namespace vrel

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "platform/audio_component.h"
+#include "platform/audio_unit.h"
+#include "platform/dispatch.h"
+
+namespace vrel {
+
+class ConsoleOutput;
+
+/// From a plug-in key to the component it names, if it is installed. Must be safe on the pool queue.
+using PluginComponentResolver = std::function<std::optional<AVAudioUnitComponent>(const std::string& key)>;
+
+/// Instruments made ahead of time and parked, unconnected, by plug-in key, so that a song change need
+/// not wait for a plug-in. Nodes that a channel gives up come back here as they are: not reset, with
+/// the sound they were left with.
+///
+/// Threads: the pool and the set of keys being prewarmed are touched on the queue "vrel.plugin.pool"
+/// only; hence no lock. Only `take` makes the main thread wait for that queue, behind bookkeeping and
+/// resolver calls; instantiation runs elsewhere. Held by a shared_ptr: handlers in flight hold it weakly.
+class PluginPool : public std::enable_shared_from_this<PluginPool> {
+ public:
+  using Node = std::shared_ptr<AVAudioUnit>;
+  using UnitHandler = AudioUnitFactory::UnitHandler;
+
+  /// A key parks at most this many nodes that were given back.
+  static constexpr std::size_t largestCountPerKey = 2;
+
+  PluginPool(AudioUnitFactory& units, DispatchQueueFactory& queues, ConsoleOutput& console);
+
+  void setResolver(PluginComponentResolver resolver) { resolver_ = std::move(resolver); }
+  [[nodiscard]] const PluginComponentResolver& resolver() const { return resolver_; }
+
+  /// The oldest idle node of this key, or none. Runs `takePooledNode` on the queue and waits.
+  [[nodiscard]] Node take(const std::string& key);
+
+  /// On the pool queue only.
+  [[nodiscard]] Node takePooledNode(const std::string& key);
+
+  /// Parks a node that a channel gave up; beyond the limit it goes out of existence. Any thread.
+  void returnNodeToPool(Node node, const std::string& key);
+
+  /// Sees to a warm node for every instrument of these songs. Nothing without a resolver.
+  void prewarmPlugins(const std::vector<SongConfig>& songs);
+
+  /// The same for one key; with no `resolver` the stored one is used.
+  void prewarmPlugin(const std::string& key, PluginComponentResolver resolver);
+
+  /// The single place where an instrument is made: out of process, with no second try. Any thread.
+  void instantiateInstrumentNode(const AudioComponentDescription& description, UnitHandler completion);
+
+  /// How many nodes wait under `key`, and whether one is being made. For tests and the console; waits for the queue.
+  [[nodiscard]] std::size_t idleCount(const std::string& key);
+  [[nodiscard]] bool isPrewarming(const std::string& key);
+
+ private:
+  void prewarmStep(const std::string& key, const PluginComponentResolver& resolver);
+  void endPrewarm(const std::string& key, Node node, const std::optional<Error>& error);
+
+  AudioUnitFactory& units_;
+  ConsoleOutput& console_;
+  PluginComponentResolver resolver_;
+  std::map<std::string, std::vector<Node>> pluginNodePool_;
+  std::set<std::string> prewarmingPaths_;
+  // Last: letting go of a queue waits for the work under way, which may use all of the above.
+  std::unique_ptr<DispatchQueue> pluginPoolQueue_;
+};
+
+}  // namespace vrel

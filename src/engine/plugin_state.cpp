@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/plugin_state.h"
+
+#include <utility>
+
+#include "engine/channel/audio_channel.h"
+#include "foundation/base64.h"
+#include "platform/console_output.h"
+
+namespace vrel {
+
+std::optional<std::string> PluginState::stateText(AUAudioUnit& unit, const std::string& failurePrefix) {
+  auto state = unit.fullStateForDocument();
+  if (!state) {
+    state = unit.fullState();
+  }
+  if (!state) {
+    return std::nullopt;
+  }
+  const auto bytes = propertyLists_.dataFromPropertyList(*state);
+  if (!bytes) {
+    console_.print(failurePrefix + bytes.error().description);
+    return std::nullopt;
+  }
+  return base64Encode(bytes.value());
+}
+
+std::optional<std::string> PluginState::captureAudioUnitState(AUAudioUnit& unit) {
+  return stateText(unit, "Failed to capture audio unit state: ");
+}
+
+std::optional<std::string> PluginState::capturePluginState(const AudioChannel& channel) {
+  if (channel.pluginPath.get().empty()) {
+    return std::nullopt;
+  }
+  auto* unit = dynamic_cast<AVAudioUnit*>(channel.instrumentNode.get().get());
+  if (unit == nullptr) {
+    return std::nullopt;
+  }
+  return stateText(unit->auAudioUnit(), "Failed to capture plugin state for " + channel.name.get() + ": ");
+}
+
+std::vector<AudioPluginSlot> PluginState::captureEffectSlots(const AudioChannel& channel) {
+  std::vector<AudioPluginSlot> captured;
+  const auto& nodes = channel.effectNodes.get();
+  for (const auto& slot : channel.effectSlots.get()) {
+    if (slot.pluginPath.empty()) {
+      continue;
+    }
+    auto& copy = captured.emplace_back(slot);
+    if (const auto entry = nodes.find(slot.id); entry != nodes.end()) {
+      copy.stateBase64 = captureAudioUnitState(entry->second->auAudioUnit());
+    }
+  }
+  return captured;
+}
+
+std::optional<PropertyListDictionary> PluginState::decodePluginState(const std::optional<std::string>& text) {
+  if (!text || text->empty()) {
+    return std::nullopt;
+  }
+  const auto bytes = base64Decode(*text);
+  if (!bytes) {
+    return std::nullopt;
+  }
+  auto value = propertyLists_.propertyListFromData(*bytes);
+  if (!value) {
+    console_.print("Failed to decode audio unit state: " + value.error().description);
+    return std::nullopt;
+  }
+  auto* dictionary = std::get_if<PropertyListDictionary>(&value.value().content);
+  if (dictionary == nullptr) {
+    return std::nullopt;
+  }
+  return std::move(*dictionary);
+}
+
+ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState) {
+  ChannelConfig record;
+  record.name = channel.name.get();
+  record.volume = channel.volume.get();
+  record.gain = channel.gain.get();
+  record.reverb = channel.reverb.get();
+  record.mute = channel.mute.get();
+  record.solo = channel.solo.get();
+  record.pluginPath = channel.pluginPath.get();
+  record.color = channel.color.get();
+  record.minNote = channel.minNote.get();
+  record.maxNote = channel.maxNote.get();
+  record.transpose = channel.transpose.get();
+  record.sendSustain = channel.sendSustain.get();
+  record.sendExpression = channel.sendExpression.get();
+  record.sustainControlsRotor = channel.sustainControlsRotor.get();
+  record.playbackFilePath = channel.playbackFilePath.get();
+  record.playbackLoop = channel.playbackLoop.get();
+  record.playbackStartTime = channel.playbackStartTime.get();
+  record.playbackEndTime = channel.playbackEndTime.get();
+  record.playbackStopMode = channel.playbackStopMode.get();
+  record.visualClipMappings = channel.visualClipMappings.get();
+  record.pluginStateBase64 = pluginState.capturePluginState(channel);
+  record.effectSlots = pluginState.captureEffectSlots(channel);
+  return record;
+}
+
+}  // namespace vrel

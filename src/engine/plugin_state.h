@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "platform/property_list.h"
+
+namespace vrel {
+
+class AudioChannel;
+class AUAudioUnit;
+class ConsoleOutput;
+
+/// The sound of a plug-in as text for the document: base64 of a binary property list of the
+/// dictionary that the plug-in gives. Opaque: nothing in it is read or changed here.
+///
+/// A failure costs the one state only: it is told in a line and the field stays absent. Main thread.
+class PluginState {
+ public:
+  PluginState(NSPropertyListSerialization& propertyLists, ConsoleOutput& console)
+      : propertyLists_(propertyLists), console_(console) {}
+
+  /// The unit's document state, or else its preset state; none when it has neither.
+  [[nodiscard]] std::optional<std::string> captureAudioUnitState(AUAudioUnit& unit);
+
+  /// The state of the channel's instrument; none for a channel that hosts no plug-in.
+  [[nodiscard]] std::optional<std::string> capturePluginState(const AudioChannel& channel);
+
+  /// The slots that hold something, each with the present state of its node; a slot without a node
+  /// keeps the state it had, so that a plug-in missing on this machine loses nothing.
+  [[nodiscard]] std::vector<AudioPluginSlot> captureEffectSlots(const AudioChannel& channel);
+
+  /// The dictionary that such a text holds; none for no text, empty text or anything else.
+  [[nodiscard]] std::optional<PropertyListDictionary> decodePluginState(const std::optional<std::string>& text);
+
+ private:
+  /// `failurePrefix` begins the line that tells of a failure.
+  [[nodiscard]] std::optional<std::string> stateText(AUAudioUnit& unit, const std::string& failurePrefix);
+
+  NSPropertyListSerialization& propertyLists_;
+  ConsoleOutput& console_;
+};
+
+/// The document's record of a live channel, with the state of its plug-ins at this moment. The record
+/// has an id of its own.
+[[nodiscard]] ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState);
+
+}  // namespace vrel

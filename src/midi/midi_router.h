@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "document/setlist.h"
+
+namespace vrel {
+
+class AudioChannel;
+class AVAudioEngine;
+
+/// Takes the notes of visual channels.
+class VisualNoteTarget {
+ public:
+  virtual ~VisualNoteTarget() = default;
+  virtual void noteOn(std::uint8_t note, AudioChannel& channel) = 0;
+  virtual void noteOff(std::uint8_t note, AudioChannel& channel) = 0;
+};
+
+/// Starts the audio file of a playback channel.
+class PlaybackTarget {
+ public:
+  virtual ~PlaybackTarget() = default;
+  virtual void triggerPlayback(AudioChannel& channel) = 0;
+};
+
+/// Carries one message at a time from the input to the channels. This is where a note finds its
+/// instruments: `routing_rules.h` tells, per channel, what becomes of it.
+///
+/// Routing keeps no memory: no list of sounding notes, no map from a note-off to its note-on. A
+/// note-off is routed with the settings of the moment at which it arrives. Mute and solo are not
+/// read; they act on the mix alone, so that a muted instrument can be opened in the middle of a note.
+///
+/// Threads: main thread. Allocates nothing per channel. A stopped engine makes every operation
+/// return at once; no message ever starts it.
+class MidiRouter {
+ public:
+  using Channels = std::vector<std::shared_ptr<AudioChannel>>;
+
+  /// What the interface hears of the traffic. All optional; they run before the channels get the message.
+  struct Callbacks {
+    std::function<void(std::uint8_t note, bool isOn)> onMidiNoteActivity;
+    std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)> onMidiControlMessage;
+    std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)> onMidiPerformanceControlMessage;
+  };
+
+  /// All are borrowed. A target may be null: its channels then get nothing.
+  MidiRouter(const AVAudioEngine& engine, const Channels& channels, const Callbacks& callbacks)
+      : engine_(engine), channels_(channels), callbacks_(callbacks) {}
+
+  void setVisualNoteTarget(VisualNoteTarget* target) { visuals_ = target; }
+  void setPlaybackTarget(PlaybackTarget* target) { playbacks_ = target; }
+
+  /// One raw message from a keyboard or another source, channel nibble and all. Every channel sees it.
+  void routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+
+  /// A controller or bend that a learned control injects; no callback is raised.
+  void sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+
+  /// Stops every player and sends 192 events to every instrument: on each of the 16 MIDI channels
+  /// sustain off, modulation zero, reset all controllers, all notes off; then 128 note-offs on the first.
+  void panic();
+
+ private:
+  void raiseCallbacks(MidiMessage message) const;
+  void deliver(AudioChannel& channel, MidiMessage message) const;
+  [[nodiscard]] bool startsPlayback(const AudioChannel& channel, MidiMessage message) const;
+
+  const AVAudioEngine& engine_;
+  const Channels& channels_;
+  const Callbacks& callbacks_;
+  VisualNoteTarget* visuals_ = nullptr;
+  PlaybackTarget* playbacks_ = nullptr;
+};
+
+}  // namespace vrel

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/audio_unit.h"
+#include "simulation/simulated_audio_engine.h"
+
+namespace vrel::simulation {
+
+/// One event as an instrument got it.
+struct RecordedEvent {
+  int status;
+  int data1;
+  int data2;
+
+  bool operator==(const RecordedEvent&) const = default;
+};
+
+/// A plug-in that keeps what is done to it. `calls` has "state", "reset" and the like, in order.
+class ScriptedUnitCore : public AUAudioUnit {
+ public:
+  std::optional<PropertyListDictionary> fullStateForDocument() override {
+    ++documentStateReads;
+    return documentState;
+  }
+  std::optional<PropertyListDictionary> fullState() override {
+    ++presetStateReads;
+    return presetState;
+  }
+  void setFullStateForDocument(const PropertyListDictionary& state) override {
+    calls.emplace_back("state");
+    documentState = state;
+  }
+
+  std::optional<PropertyListDictionary> documentState;
+  std::optional<PropertyListDictionary> presetState;
+  int documentStateReads = 0;
+  int presetStateReads = 0;
+  std::vector<std::string> calls;
+};
+
+/// A scripted effect or generator.
+class ScriptedUnit : public SimulatedNodeOf<AVAudioUnit> {
+ public:
+  using SimulatedNodeOf::SimulatedNodeOf;
+  AUAudioUnit& auAudioUnit() override { return core; }
+  void reset() override { core.calls.emplace_back("reset"); }
+
+  ScriptedUnitCore core;
+};
+
+/// A scripted instrument: records the exact events it got.
+class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
+ public:
+  using SimulatedNodeOf::SimulatedNodeOf;
+  AUAudioUnit& auAudioUnit() override { return core; }
+  void reset() override { core.calls.emplace_back("reset"); }
+  void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) override {
+    events.push_back({status, data1, data2});
+  }
+  void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) override { events.push_back({status, data1, 0}); }
+  void setVolume(float linearGain) override { volume_ = linearGain; }
+  [[nodiscard]] float volume() const override { return volume_; }
+
+  ScriptedUnitCore core;
+  std::vector<RecordedEvent> events;
+
+ private:
+  float volume_ = 1.0F;
+};
+
+/// Answers no instantiation by itself: requests wait until the test answers them, in any order.
+class ScriptedUnitFactory : public AudioUnitFactory {
+ public:
+  struct Request {
+    AudioComponentDescription description;
+    AudioComponentInstantiationOptions options;
+    bool isForMIDIInstrument;
+    UnitHandler completionHandler;
+  };
+
+  void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
+                   UnitHandler completionHandler) override {
+    requests.push_back({description, options, false, std::move(completionHandler)});
+  }
+  void instantiateMIDIInstrument(const AudioComponentDescription& description,
+                                 AudioComponentInstantiationOptions options, UnitHandler completionHandler) override {
+    requests.push_back({description, options, true, std::move(completionHandler)});
+  }
+
+  /// Answers the request at `index` and takes it off the list. A node made here is named "instrument N"
+  /// or "effect N" in the order of answers.
+  std::shared_ptr<ScriptedInstrument> answerWithInstrument(std::size_t index = 0);
+  std::shared_ptr<ScriptedUnit> answerWithUnit(std::size_t index = 0);
+  void answer(std::size_t index, std::shared_ptr<AVAudioUnit> node, std::optional<Error> error);
+
+  std::vector<Request> requests;
+
+ private:
+  int instrumentCount_ = 0;
+  int unitCount_ = 0;
+};
+
+}  // namespace vrel::simulation

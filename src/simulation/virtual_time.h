@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "platform/clock.h"
+#include "platform/dispatch.h"
+
+namespace vrel::simulation {
+
+/// A clock that stands until a test moves it. One host tick is one nanosecond.
+class VirtualClock : public HostClock {
+ public:
+  [[nodiscard]] std::uint64_t AudioGetCurrentHostTime() const override { return nanoseconds_; }
+  [[nodiscard]] std::uint64_t AudioConvertHostTimeToNanos(std::uint64_t hostTime) const override { return hostTime; }
+  [[nodiscard]] std::uint64_t AudioConvertNanosToHostTime(std::uint64_t nanoseconds) const override {
+    return nanoseconds;
+  }
+  [[nodiscard]] double CACurrentMediaTime() const override { return seconds(); }
+
+  [[nodiscard]] double seconds() const { return static_cast<double>(nanoseconds_) * 1e-9; }
+  void setNanoseconds(std::uint64_t nanoseconds) { nanoseconds_ = nanoseconds; }
+
+ private:
+  std::uint64_t nanoseconds_ = 1'000'000'000;  // not 0, so that a time of 0 means never
+};
+
+/// A serial queue whose work runs when the test turns the crank. `sync` first runs what is before it.
+class CrankedQueue : public DispatchQueue {
+ public:
+  void async(Work work) override { pending_.push_back(std::move(work)); }
+  void sync(const Work& work) override;
+
+  /// Runs the oldest piece; false when there is none.
+  bool runOne();
+  void runAll();
+  [[nodiscard]] std::size_t pendingCount() const { return pending_.size(); }
+
+ private:
+  std::deque<Work> pending_;
+};
+
+/// The main queue on virtual time. Delayed work and timers fire in the order of their times.
+class CrankedMainQueue : public MainQueue {
+ public:
+  explicit CrankedMainQueue(VirtualClock& clock) : clock_(clock) {}
+
+  void async(Work work) override { ready_.async(std::move(work)); }
+  /// Nobody waits for the main queue: a programming fault, and fatal.
+  void sync(const Work& work) override;
+  void asyncAfter(double seconds, Work work) override;
+  std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) override;
+
+  bool runOne() { return ready_.runOne(); }
+  /// Runs all that is ready, and what that posts, with the clock standing.
+  void runAll() { ready_.runAll(); }
+  /// Moves the clock on, firing what falls due on the way, each at its own time.
+  void advance(double seconds);
+
+ private:
+  class Timer;
+  struct TimerState {
+    std::uint64_t intervalNanoseconds;
+    Work work;
+  };
+  void fireAt(std::uint64_t due, Work work) { delayed_.emplace(due, std::move(work)); }
+  void scheduleTick(std::uint64_t due, const std::weak_ptr<TimerState>& timer);
+
+  VirtualClock& clock_;
+  CrankedQueue ready_;
+  std::multimap<std::uint64_t, Work> delayed_;  // by due time, nanoseconds; equal times in order of arrival
+};
+
+/// Keeps the queues it made reachable by label.
+class CrankedQueueFactory : public DispatchQueueFactory {
+ public:
+  std::unique_ptr<DispatchQueue> makeSerialQueue(const std::string& label) override;
+
+  /// The queue of this label; making it must have come first, and it must still be held.
+  [[nodiscard]] CrankedQueue& queue(const std::string& label) { return *queues_.at(label); }
+
+ private:
+  std::map<std::string, CrankedQueue*> queues_;
+};
+
+}  // namespace vrel::simulation

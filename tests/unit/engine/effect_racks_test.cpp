@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/effect_racks.h"
+
+#include "document/plugin_path.h"
+#include "support/simulated_stage.h"
+
+namespace vrel {
+namespace {
+
+class Racks : public SimulatedStage {
+ protected:
+  [[nodiscard]] static PluginComponentResolver resolver() {
+    return [](const std::string& key) { return resolvePluginPath(key, {chorus}); };
+  }
+
+  static AudioPluginSlot slotFor(const std::string& path) {
+    AudioPluginSlot slot;
+    slot.pluginPath = path;
+    return slot;
+  }
+
+  static std::vector<std::string> names(const AudioChannel& channel) {
+    std::vector<std::string> result;
+    for (const auto& slot : channel.effectSlots.get()) {
+      result.push_back(slot.pluginName);
+    }
+    return result;
+  }
+};
+
+TEST_F(Racks, AnEffectIsTriedInProcessFirstAndThenOutOfProcess) {
+  std::shared_ptr<AVAudioUnit> made;
+  int calls = 0;
+  engine->effects().instantiateEffectNode(chorus, [&](auto node) {
+    made = node;
+    ++calls;
+  });
+  ASSERT_EQ(units.requests.size(), 1U);
+  EXPECT_EQ(units.requests[0].options, AudioComponentInstantiationOptions::inProcess);
+  units.answer(0, nullptr, Error{"needs its own process"});
+  EXPECT_EQ(console.lines.back(), "Failed to load effect plugin in-process (Maker - Chorus): needs its own process");
+  ASSERT_EQ(units.requests.size(), 1U);
+  EXPECT_EQ(units.requests[0].options, AudioComponentInstantiationOptions::outOfProcess);
+  const auto node = units.answerWithUnit();
+  EXPECT_EQ(made, node);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(Racks, AnEffectThatFailsBothWaysIsToldTwiceAndGivesNone) {
+  int calls = 0;
+  bool gotNode = true;
+  engine->effects().instantiateEffectNode(chorus, [&](auto node) {
+    gotNode = node != nullptr;
+    ++calls;
+  });
+  units.answer(0, nullptr, Error{"a"});
+  units.answer(0, nullptr, Error{"b"});
+  EXPECT_EQ(calls, 1);
+  EXPECT_FALSE(gotNode);
+  EXPECT_EQ(console.lines, (Lines{"Failed to load effect plugin in-process (Maker - Chorus): a",
+                                  "Failed to load effect plugin out-of-process (Maker - Chorus): b"}));
+}
+
+TEST_F(Racks, MovingASlotRewiresTheChainWithNoNodeMadeOrLost) {
+  const auto strip = addStrip("Piano");
+  addEffect(*strip.channel, "first");
+  addEffect(*strip.channel, "second");
+  addEffect(*strip.channel, "third");
+  const auto nodesBefore = strip.channel->effectNodes.get();
+  engine->effects().moveEffectSlot(*strip.channel, {0}, 3);
+  EXPECT_EQ(graph().chainFrom(strip.instrument),
+            "Piano > second > third > first > reverb 1 > meter 1 > main mixer > output");
+  EXPECT_EQ(strip.channel->effectNodes.get(), nodesBefore);
+  engine->effects().moveEffectSlot(*strip.channel, {1, 2}, 0);
+  EXPECT_EQ(graph().chainFrom(strip.instrument),
+            "Piano > third > first > second > reverb 1 > meter 1 > main mixer > output");
+}
+
+TEST_F(Racks, ReplacingASlotKeepsItsPlaceAndIdAndClearsItsState) {
+  const auto strip = addStrip("Piano");
+  const auto old = addEffect(*strip.channel, "old");
+  addEffect(*strip.channel, "after");
+  auto slots = strip.channel->effectSlots.get();
+  slots[0].stateBase64 = "c3RhdGU=";
+  strip.channel->effectSlots.set(slots);
+  const auto fresh = std::make_shared<simulation::ScriptedUnit>("fresh");
+  bool completed = false;
+  engine->effects().replaceEffectSlot(*strip.channel, slots[0].id, chorus, fresh, [&](bool ok) { completed = ok; });
+  EXPECT_TRUE(completed);
+  const auto& slot = strip.channel->effectSlots.get()[0];
+  EXPECT_EQ(slot.id, slots[0].id);
+  EXPECT_EQ(slot.pluginPath, chorusKey);
+  EXPECT_EQ(slot.pluginName, "Chorus");
+  EXPECT_EQ(slot.manufacturerName, "Maker");
+  EXPECT_FALSE(slot.stateBase64.has_value());
+  EXPECT_FALSE(graph().isAttached(old));
+  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > fresh > after > reverb 1 > meter 1 > main mixer > output");
+}
+
+TEST_F(Racks, ReplacingAnUnknownSlotAddsItAtTheEndInOneRestart) {
+  const auto strip = addStrip("Piano");
+  addEffect(*strip.channel, "first");
+  const auto fresh = std::make_shared<simulation::ScriptedUnit>("fresh");
+  const auto id = Uuid::fresh();
+  graph().record.clear();
+  engine->effects().replaceEffectSlot(*strip.channel, id, chorus, fresh, nullptr);
+  EXPECT_EQ(strip.channel->effectSlots.get().back().id, id);
+  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > first > fresh > reverb 1 > meter 1 > main mixer > output");
+  EXPECT_EQ(graph().count("stop"), 1);
+}
+
+TEST_F(Racks, RemovingASlotKeepsTheOrderOfTheOthers) {
+  const auto strip = addStrip("Piano");
+  addEffect(*strip.channel, "first");
+  const auto second = addEffect(*strip.channel, "second");
+  addEffect(*strip.channel, "third");
+  const auto slots = strip.channel->effectSlots.get();
+  engine->effects().removeEffectSlot(*strip.channel, slots[1].id);
+  EXPECT_EQ(strip.channel->effectSlots.get(), (std::vector{slots[0], slots[2]}));
+  EXPECT_FALSE(graph().isAttached(second));
+  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > first > third > reverb 1 > meter 1 > main mixer > output");
+}
+
+TEST_F(Racks, RestoringOnlyEmptySlotsRebuildsOnceAndCompletes) {
+  const auto strip = addStrip("Piano");
+  graph().record.clear();
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slotFor(""), slotFor("")}, strip.channel, resolver(), [&] { ++completions; });
+  EXPECT_EQ(completions, 1);
+  EXPECT_EQ(graph().count("stop"), 1);
+  EXPECT_EQ(graph().count("start"), 1);
+  EXPECT_EQ(strip.channel->effectSlots.get().size(), 2U);
+}
+
+TEST_F(Racks, RestoringLoadsAllSideBySideAndWiresThemInSlotOrderWhateverAnswersFirst) {
+  const auto strip = addStrip("Piano");
+  const auto known = propertyLists.ticketFor({PropertyListDictionary{{"depth", {0.5}}}});
+  auto second = slotFor(chorusKey);
+  second.stateBase64 = "cGwA";  // the ticket "pl" 0
+  ASSERT_EQ(known, (PropertyListData{'p', 'l', 0}));
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slotFor(chorusKey), second, slotFor("aucd:1:2:3")}, strip.channel, resolver(),
+                                       [&] { ++completions; });
+  ASSERT_EQ(units.requests.size(), 2U) << "a slot whose plug-in is not installed is passed over";
+  const auto answeredFirst = units.answerWithUnit(1);
+  mainQueue.runAll();
+  EXPECT_EQ(completions, 0);
+  units.answerWithUnit(0);
+  mainQueue.runAll();
+  EXPECT_EQ(completions, 1);
+  EXPECT_EQ(graph().chainFrom(strip.instrument),
+            "Piano > effect 2 > effect 1 > reverb 1 > meter 1 > main mixer > output");
+  EXPECT_EQ(answeredFirst->core.calls, (Lines{"state", "reset"}));
+  EXPECT_EQ(strip.channel->effectSlots.get().size(), 3U);
+}
+
+TEST_F(Racks, AFailedRestoreLeavesTheSlotWithItsDataAndStillCompletes) {
+  const auto strip = addStrip("Piano");
+  auto slot = slotFor(chorusKey);
+  slot.stateBase64 = "c3RhdGU=";
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slot}, strip.channel, resolver(), [&] { ++completions; });
+  units.answer(0, nullptr, std::nullopt);
+  units.answer(0, nullptr, std::nullopt);
+  mainQueue.runAll();
+  EXPECT_EQ(completions, 1);
+  EXPECT_TRUE(strip.channel->effectNodes.get().empty());
+  EXPECT_EQ(strip.channel->effectSlots.get(), std::vector{slot});
+}
+
+TEST_F(Racks, ANodeThatComesAfterItsChannelHasGoneIsDropped) {
+  auto strip = addStrip("Piano");
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slotFor(chorusKey)}, strip.channel, resolver(), [&] { ++completions; });
+  engine->removeChannel(*strip.channel);
+  strip.channel.reset();
+  const auto late = units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_FALSE(graph().isAttached(late));
+  EXPECT_EQ(completions, 0);
+}
+
+TEST_F(Racks, ANodeThatComesAfterTheEngineHasGoneIsDropped) {
+  const auto strip = addStrip("Piano");
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slotFor(chorusKey)}, strip.channel, resolver(), [&] { ++completions; });
+  engine.reset();
+  units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_EQ(completions, 0);
+  EXPECT_TRUE(strip.channel->effectNodes.get().empty());
+}
+
+}  // namespace
+}  // namespace vrel

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/graph_mutator.h"
+
+#include "support/simulated_stage.h"
+
+namespace vrel {
+namespace {
+
+class GraphMutation : public SimulatedStage {
+ protected:
+  void expectRestarts(int expected) {
+    EXPECT_EQ(graph().count("stop"), expected);
+    EXPECT_EQ(graph().count("start"), expected);
+  }
+};
+
+TEST_F(GraphMutation, StopsARunningEngineRunsTheBodyAndStartsIt) {
+  graph().record.clear();
+  bool ranWhileStopped = false;
+  engine->performGraphMutation("test", [&] { ranWhileStopped = !graph().isRunning(); });
+  EXPECT_TRUE(ranWhileStopped);
+  EXPECT_TRUE(graph().isRunning());
+  expectRestarts(1);
+}
+
+TEST_F(GraphMutation, NestedMutationDoesNotRestartTheEngine) {
+  const auto strip = addStrip("Piano");
+  graph().record.clear();
+  engine->performGraphMutation("outer", [&] {
+    EXPECT_EQ(engine->graph().graphMutationDepth(), 1);
+    engine->chains().rebuildChannelEffectChain(*strip.channel);
+    engine->performGraphMutation("inner", [&] { EXPECT_EQ(engine->graph().graphMutationDepth(), 1); });
+  });
+  expectRestarts(1);
+  EXPECT_EQ(engine->graph().graphMutationDepth(), 0);
+}
+
+TEST_F(GraphMutation, OnAStoppedEngineLeavesItStoppedAndSetsNoError) {
+  graph().stop();
+  graph().record.clear();
+  bool ran = false;
+  engine->performGraphMutation("test", [&] { ran = true; });
+  EXPECT_TRUE(ran);
+  EXPECT_FALSE(graph().isRunning());
+  expectRestarts(0);
+  EXPECT_FALSE(engine->lastEngineStartError().has_value());
+}
+
+TEST_F(GraphMutation, FailedRestartIsToldAndTheNextSuccessfulStartClearsIt) {
+  graph().startFailure = Error{"device is gone"};
+  engine->performGraphMutation("unloadInstrument", [] {});
+  EXPECT_EQ(engine->graph().graphMutationDepth(), 0);
+  EXPECT_EQ(engine->lastEngineStartError(), Error{"device is gone"});
+  EXPECT_EQ(console.lines,
+            Lines{"AVAudioEngine restart failed after graph mutation (unloadInstrument): device is gone"});
+  EXPECT_FALSE(graph().isRunning());
+
+  engine->performGraphMutation("later", [] {});
+  EXPECT_FALSE(graph().isRunning()) << "a wrapper never starts an engine that it did not stop";
+  EXPECT_TRUE(engine->lastEngineStartError().has_value());
+
+  graph().startFailure = std::nullopt;
+  EXPECT_TRUE(engine->ensureEngineRunning("initialization"));
+  EXPECT_FALSE(engine->lastEngineStartError().has_value());
+}
+
+TEST_F(GraphMutation, EveryConnectOfAChainHappensOnAStoppedEngine) {
+  const auto strip = addStrip("Piano");
+  addEffect(*strip.channel, "chorus");
+  engine->chains().rebuildChannelEffectChain(*strip.channel);
+  engine->chains().rebuildMasterEffectChain(true);
+  engine->removeChannel(*strip.channel);
+  EXPECT_EQ(graph().connectsWhileRunning, 0);
+}
+
+}  // namespace
+}  // namespace vrel

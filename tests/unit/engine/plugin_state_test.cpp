@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/plugin_state.h"
+
+#include "foundation/base64.h"
+#include "support/simulated_stage.h"
+
+namespace vrel {
+namespace {
+
+class State : public SimulatedStage {
+ protected:
+  const PropertyListDictionary document{{"document", {std::int64_t{1}}}};
+  const PropertyListDictionary preset{{"preset", {std::int64_t{2}}}};
+
+  std::string textOf(const PropertyListValue& value) { return base64Encode(propertyLists.ticketFor(value)); }
+};
+
+TEST_F(State, TheDocumentStateIsPreferredAndThePresetStateNotAskedFor) {
+  simulation::ScriptedUnitCore unit;
+  unit.documentState = document;
+  unit.presetState = preset;
+  EXPECT_EQ(engine->pluginState().captureAudioUnitState(unit), textOf({document}));
+  EXPECT_EQ(unit.presetStateReads, 0);
+}
+
+TEST_F(State, APluginWithAPresetStateOnlyIsSavedFromThat) {
+  simulation::ScriptedUnitCore unit;
+  unit.presetState = preset;
+  EXPECT_EQ(engine->pluginState().captureAudioUnitState(unit), textOf({preset}));
+}
+
+TEST_F(State, APluginWithNeitherGivesNone) {
+  simulation::ScriptedUnitCore unit;
+  EXPECT_EQ(engine->pluginState().captureAudioUnitState(unit), std::nullopt);
+  EXPECT_TRUE(console.lines.empty());
+}
+
+TEST_F(State, AFailedCaptureIsToldAndGivesNone) {
+  const auto strip = addStrip("Piano");
+  strip.instrument->core.documentState = document;
+  propertyLists.failure = Error{"too large"};
+  EXPECT_EQ(engine->pluginState().capturePluginState(*strip.channel), std::nullopt);
+  EXPECT_EQ(engine->pluginState().captureAudioUnitState(strip.instrument->core), std::nullopt);
+  EXPECT_EQ(console.lines, (Lines{"Failed to capture plugin state for Piano: too large",
+                                  "Failed to capture audio unit state: too large"}));
+}
+
+TEST_F(State, AnEmptyAPlaybackAndANodelessChannelHaveNone) {
+  const auto channel = engine->addChannel("A");
+  EXPECT_EQ(engine->pluginState().capturePluginState(*channel), std::nullopt);
+  channel->pluginPath.set("internal:playback");
+  channel->instrumentNode.set(std::make_shared<simulation::SimulatedPlayer>("player"));
+  EXPECT_EQ(engine->pluginState().capturePluginState(*channel), std::nullopt);
+  const auto strip = addStrip("Piano");
+  strip.instrument->core.documentState = document;
+  strip.channel->pluginPath.set("");
+  EXPECT_EQ(engine->pluginState().capturePluginState(*strip.channel), std::nullopt);
+}
+
+TEST_F(State, EmptyTextDecodesToNoneWithoutAWord) {
+  EXPECT_EQ(engine->pluginState().decodePluginState(""), std::nullopt);
+  EXPECT_EQ(engine->pluginState().decodePluginState(std::nullopt), std::nullopt);
+  EXPECT_EQ(engine->pluginState().decodePluginState("*** no base64 ***"), std::nullopt);
+  EXPECT_TRUE(console.lines.empty());
+}
+
+TEST_F(State, Base64ThatIsNoPropertyListIsTold) {
+  EXPECT_EQ(engine->pluginState().decodePluginState("bm9uc2Vuc2U="), std::nullopt);
+  EXPECT_EQ(console.lines, Lines{"Failed to decode audio unit state: not a property list"});
+}
+
+TEST_F(State, APropertyListThatIsAnArrayIsNotAccepted) {
+  EXPECT_EQ(engine->pluginState().decodePluginState(textOf({PropertyListArray{}})), std::nullopt);
+  EXPECT_TRUE(console.lines.empty());
+}
+
+TEST_F(State, WhatWasCapturedDecodesToTheSame) {
+  simulation::ScriptedUnitCore unit;
+  unit.documentState = document;
+  EXPECT_EQ(engine->pluginState().decodePluginState(engine->pluginState().captureAudioUnitState(unit)), document);
+}
+
+TEST_F(State, ASlotWithAMissingPluginKeepsItsOldState) {
+  const auto strip = addStrip("Piano");
+  AudioPluginSlot slot;
+  slot.pluginPath = chorusKey;
+  slot.stateBase64 = "b2xk";
+  strip.channel->effectSlots.set({slot});
+  EXPECT_EQ(engine->pluginState().captureEffectSlots(*strip.channel), std::vector{slot});
+}
+
+TEST_F(State, ASlotWithANodeGetsItsPresentStateAlsoWhenThereIsNone) {
+  const auto strip = addStrip("Piano");
+  const auto effect = addEffect(*strip.channel, "chorus");
+  auto slots = strip.channel->effectSlots.get();
+  slots[0].stateBase64 = "b2xk";
+  strip.channel->effectSlots.set(slots);
+  effect->core.documentState = document;
+  EXPECT_EQ(engine->pluginState().captureEffectSlots(*strip.channel)[0].stateBase64, textOf({document}));
+  effect->core.documentState = std::nullopt;
+  EXPECT_EQ(engine->pluginState().captureEffectSlots(*strip.channel)[0].stateBase64, std::nullopt);
+}
+
+TEST_F(State, ASlotWithAnEmptyPathIsGoneAfterTheCapture) {
+  const auto strip = addStrip("Piano");
+  addEmptySlot(*strip.channel, "");
+  addEmptySlot(*strip.channel, chorusKey);
+  const auto captured = engine->pluginState().captureEffectSlots(*strip.channel);
+  ASSERT_EQ(captured.size(), 1U);
+  EXPECT_EQ(captured[0].pluginPath, chorusKey);
+}
+
+}  // namespace
+}  // namespace vrel
