@@ -32,8 +32,12 @@ function(vrel_module name)
 endfunction()
 
 # vrel_test(name LABEL label SOURCES ... DEPENDS ...)
-# One GoogleTest executable; every case is a CTest of its own under the label.
+# One GoogleTest executable; every case is a CTest of its own under the label. The target `tests_rt` builds what
+# `ctest -L rt` needs, and so on for each label.
 include(GoogleTest)
+foreach(label unit rt sound plugins)
+  add_custom_target(tests_${label})
+endforeach()
 function(vrel_test name)
   cmake_parse_arguments(ARG "" "LABEL" "SOURCES;DEPENDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -42,10 +46,6 @@ function(vrel_test name)
   # Cases are listed when CTest runs, so a build never executes what it made.
   gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS ${ARG_LABEL} TIMEOUT 120)
-  # `tests_rt` builds what `ctest -L rt` needs, and so on for each label.
-  if(NOT TARGET tests_${ARG_LABEL})
-    add_custom_target(tests_${ARG_LABEL})
-  endif()
   add_dependencies(tests_${ARG_LABEL} ${name})
 endfunction()
 
@@ -62,6 +62,7 @@ endfunction()
 # vrel_fuzz(name SOURCES ... DEPENDS ... CORPUS folder)
 # One libFuzzer target. Its CTest replays the corpus and then fuzzes for a short while; what it finds on the way
 # stays in the build folder. For a long run: build/fuzz/fuzz/<name> NEW_CORPUS CORPUS
+add_custom_target(fuzz_targets)
 function(vrel_fuzz name)
   cmake_parse_arguments(ARG "" "CORPUS" "SOURCES;DEPENDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -73,8 +74,5 @@ function(vrel_fuzz name)
     COMMAND ${name} -max_total_time=20 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
             -artifact_prefix=${found}/ ${found} ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_CORPUS})
   set_tests_properties(fuzz.${name} PROPERTIES LABELS fuzz TIMEOUT 120)
-  if(NOT TARGET fuzz_targets)
-    add_custom_target(fuzz_targets)
-  endif()
   add_dependencies(fuzz_targets ${name})
 endfunction()
