@@ -25,16 +25,31 @@ class GraphNode {
   /// Whether any number of connections may enter, each a new input. All other nodes have one input.
   [[nodiscard]] virtual bool takesManyInputs() const { return false; }
 
+  /// The channel count that the node has of its own, connected or not; 0 where it takes what comes.
+  [[nodiscard]] virtual std::uint32_t ownChannelCount() const { return 0; }
+
+  /// The graph that the node is attached to, or null. A node stands in one graph at a time.
+  [[nodiscard]] const void* owner() const { return owner_; }
+  void setOwner(const void* owner) { owner_ = owner; }
+
   [[nodiscard]] const std::shared_ptr<TapPoint>& tapPoint() const { return tapPoint_; }
-  void setFormats(AVAudioFormat input, AVAudioFormat output) {
+
+  /// Notes what was negotiated. Returns whether the output differs from before.
+  bool setFormats(AVAudioFormat input, AVAudioFormat output) {
+    const bool changed = !(output == outputFormat_);
     inputFormat_ = input;
     outputFormat_ = output;
+    return changed;
   }
+  [[nodiscard]] std::uint32_t outputChannelCount() const { return outputFormat_.channelCount; }
 
  protected:
   std::shared_ptr<TapPoint> tapPoint_ = std::make_shared<TapPoint>();
   AVAudioFormat inputFormat_;
   AVAudioFormat outputFormat_;
+
+ private:
+  const void* owner_ = nullptr;
 };
 
 /// A graph node that stands behind `Interface`, one of the platform's kinds of node.

@@ -9,6 +9,8 @@
 
 namespace vrel::audio {
 
+class TapPoint;
+
 /// The largest block any device delivers, frames. Buffers and plug-ins are sized for it once.
 inline constexpr std::uint32_t maximumBlockFrames = 1024;
 
@@ -26,6 +28,7 @@ struct ProcessBlock {
   std::uint32_t frameCount = 0;    // 1 to maximumBlockFrames
   std::span<const Stream> inputs;  // in the order they were connected; empty for a source
   Stream output;                   // never shares memory with an input; holds silence on entry
+  TapPoint* tap = nullptr;         // for a processor that serves its tap itself; may be ignored by all others
 };
 
 /// The audio half of a node: everything of it that the audio thread may touch.
@@ -43,6 +46,9 @@ class NodeProcessor {
 
   /// How many channels leave the node, 1 or 2, when `inputChannelCount` (0 to 2) enter it.
   [[nodiscard]] virtual std::uint32_t outputChannelCount(std::uint32_t inputChannelCount) const = 0;
+
+  /// Whether `process` pushes to the tap itself, since what a listener gets is not the output.
+  [[nodiscard]] virtual bool servesTap() const { return false; }
 
   /// Renders one block. An early return leaves silence.
   virtual void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD = 0;

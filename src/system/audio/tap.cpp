@@ -71,12 +71,17 @@ void TapPoint::makeBuffers() {
   make(mono_, format_ ? channels : 1);
 }
 
-std::uint32_t TapPoint::push(const Stream& stream, std::uint32_t frameCount) noexcept {
+void TapPoint::push(const Stream& stream, std::uint32_t frameCount) noexcept {
+  if (active_.load(std::memory_order_relaxed) == nullptr) {
+    return;
+  }
   pushing_.store(true);
-  TapRing* const ring = active_.load();
-  const std::uint32_t dropped = ring != nullptr ? ring->write(stream, frameCount) : 0;
+  if (TapRing* const ring = active_.load(); ring != nullptr) {
+    if (const std::uint32_t dropped = ring->write(stream, frameCount); dropped > 0) {
+      dropped_.fetch_add(dropped, std::memory_order_relaxed);
+    }
+  }
   pushing_.store(false);
-  return dropped;
 }
 
 std::size_t TapPoint::deliver() {

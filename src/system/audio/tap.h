@@ -47,12 +47,15 @@ class TapPoint {
   /// The rate that delivered buffers carry, frames per second. Main thread.
   void setSampleRate(double sampleRate) VREL_NOT_AUDIO_THREAD;
 
-  /// Takes the samples of one block. Returns how many buffers were dropped for want of room.
-  std::uint32_t push(const Stream& stream, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
+  /// Takes the samples of one block.
+  void push(const Stream& stream, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
 
   /// Hands over the buffers that are full by now and returns their number. One caller at a time,
   /// the engine's dispatcher.
   std::size_t deliver() VREL_NOT_AUDIO_THREAD;
+
+  /// How many buffers found no room in the ring since it was last asked. Any thread.
+  [[nodiscard]] std::uint64_t takeDroppedBuffers() { return dropped_.exchange(0, std::memory_order_relaxed); }
 
  private:
   void makeBuffers();
@@ -65,6 +68,7 @@ class TapPoint {
   // Both sides of the hand-over to the audio thread.
   std::atomic<TapRing*> active_{nullptr};
   std::atomic<bool> pushing_{false};
+  std::atomic<std::uint64_t> dropped_{0};
 
   // Guarded by `delivery_`; recursive, since a block on the main thread may remove its own tap.
   std::recursive_mutex delivery_;

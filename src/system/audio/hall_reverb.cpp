@@ -1,0 +1,327 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/hall_reverb.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "system/audio/hall_tuning.h"
+
+namespace vrel::audio {
+namespace {
+
+// The repeated beginning: a slice, and the neighbours that the interpolation looks at.
+constexpr std::uint32_t repeatedFrames = 128;
+constexpr std::size_t clearingPortion = 4096;
+
+bool isPrime(std::uint32_t number) {
+  for (std::uint32_t divisor = 2; divisor * divisor <= number; ++divisor) {
+    if (number % divisor == 0) {
+      return false;
+    }
+  }
+  return number >= 2;
+}
+
+std::uint32_t primeFrames(double seconds, double sampleRate) {
+  auto frames = static_cast<std::uint32_t>(std::lround(seconds * sampleRate));
+  while (!isPrime(frames)) {
+    ++frames;
+  }
+  return frames;
+}
+
+/// The pole of y += (1 - pole) (x - y) with this amplitude at this angle.
+float poleFor(double amplitude, double angle) {
+  const double power = amplitude * amplitude;
+  const double a = 1.0 - power;
+  const double b = 1.0 - power * std::cos(angle);
+  return static_cast<float>((b - std::sqrt(b * b - a * a)) / a);
+}
+
+}  // namespace
+
+void HallReverb::DelayMemory::put(std::uint32_t offset, const float* source, std::uint32_t count) noexcept {
+  const std::uint32_t position = write + offset;
+  std::copy_n(source, count, samples + position);
+  if (write < repeatedFrames) {
+    std::copy_n(source, count, samples + size + position);
+  }
+}
+
+const float* HallReverb::DelayMemory::at(std::uint32_t offset, std::uint32_t framesAgo) const noexcept {
+  const std::uint32_t position = write + offset;
+  return samples + (position >= framesAgo ? position - framesAgo : position + size - framesAgo);
+}
+
+void HallReverb::DelayMemory::advance() noexcept {
+  write += sliceFrames;
+  if (write == size) {
+    write = 0;
+  }
+}
+
+void HallReverb::prepare(double sampleRate) {
+  if (sampleRate == sampleRate_) {
+    return;
+  }
+  sampleRate_ = sampleRate;
+  driftFrames_ = hall::driftSeconds * sampleRate;
+  highPassPole_ = static_cast<float>(std::exp(-2.0 * std::numbers::pi * hall::highPassHertz / sampleRate));
+  layOut(sampleRate);
+  for (std::size_t index = 0; index < lineCount; ++index) {
+    Line& line = lines_[index];
+    const double seconds = line.memory.delay / sampleRate;
+    line.loss = static_cast<float>(std::pow(10.0, -3.0 * seconds / hall::decaySeconds));
+    const double dampingExponent = -3.0 * seconds * (1.0 / hall::highDecaySeconds - 1.0 / hall::decaySeconds);
+    const double angle = 2.0 * std::numbers::pi * hall::highDecayHertz / sampleRate;
+    line.damping = poleFor(std::pow(10.0, dampingExponent), angle);
+    const double turn = 2.0 * std::numbers::pi * hall::driftHertz[index] * sliceFrames / sampleRate;
+    line.turnCosine = std::cos(turn);
+    line.turnSine = std::sin(turn);
+  }
+  resetStates();
+}
+
+void HallReverb::layOut(double sampleRate) {
+  std::vector<DelayMemory*> all;
+  for (std::size_t side = 0; side < sides_.size(); ++side) {
+    sides_[side].preDelay.delay = static_cast<std::uint32_t>(std::lround(hall::preDelaySeconds * sampleRate));
+    all.push_back(&sides_[side].preDelay);
+    for (std::size_t stage = 0; stage < allpassCount; ++stage) {
+      sides_[side].allpasses[stage].delay = primeFrames(hall::allpassSeconds[side][stage], sampleRate);
+      all.push_back(&sides_[side].allpasses[stage]);
+    }
+  }
+  for (std::size_t index = 0; index < lineCount; ++index) {
+    lines_[index].memory.delay = primeFrames(hall::lineSeconds[index], sampleRate);
+    all.push_back(&lines_[index].memory);
+  }
+  const auto reach = static_cast<std::uint32_t>(std::ceil(driftFrames_)) + 4;
+  std::size_t total = 0;
+  for (DelayMemory* const memory : all) {
+    // No delay may reach into the slice that is being written, at whatever rate.
+    memory->delay = std::max(memory->delay, sliceFrames + reach);
+    memory->size = (memory->delay + reach + 2 * sliceFrames) / sliceFrames * sliceFrames;
+    total += memory->size + repeatedFrames;
+  }
+  memory_.assign(total, 0.0F);
+  float* next = memory_.data();
+  for (DelayMemory* const memory : all) {
+    memory->samples = next;
+    next += memory->size + repeatedFrames;
+  }
+}
+
+void HallReverb::resetStates() noexcept {
+  cleared_ = memory_.size();
+  offset_ = 0;
+  for (Side& side : sides_) {
+    side.highPassInput = 0;
+    side.highPassOutput = 0;
+    side.preDelay.write = 0;
+    for (DelayMemory& allpass : side.allpasses) {
+      allpass.write = 0;
+    }
+  }
+  for (std::size_t index = 0; index < lineCount; ++index) {
+    Line& line = lines_[index];
+    const double phase = 2.0 * std::numbers::pi * static_cast<double>(index) / lineCount;
+    line.memory.write = 0;
+    line.lowPass = 0;
+    line.cosine = std::cos(phase);
+    line.sine = std::sin(phase);
+    line.delayEnd = line.memory.delay + driftFrames_ * line.sine;
+  }
+}
+
+bool HallReverb::clearPortion() noexcept {
+  if (cleared_ == memory_.size()) {
+    return true;
+  }
+  const std::size_t count = std::min(clearingPortion, memory_.size() - cleared_);
+  std::fill_n(memory_.begin() + static_cast<std::ptrdiff_t>(cleared_), count, 0.0F);
+  cleared_ += count;
+  return false;
+}
+
+void HallReverb::clearRest() noexcept {
+  std::fill(memory_.begin() + static_cast<std::ptrdiff_t>(cleared_), memory_.end(), 0.0F);
+  resetStates();
+}
+
+void HallReverb::process(const float* left, const float* right, float* wetLeft, float* wetRight,
+                         std::uint32_t frameCount) noexcept {
+  cleared_ = 0;
+  for (std::uint32_t done = 0; done < frameCount;) {
+    if (offset_ == 0) {
+      beginSlice();
+    }
+    const std::uint32_t count = std::min(frameCount - done, sliceFrames - offset_);
+    processPart(left + done, right + done, wetLeft + done, wetRight == nullptr ? nullptr : wetRight + done, count);
+    done += count;
+    offset_ += count;
+    if (offset_ == sliceFrames) {
+      endSlice();
+    }
+  }
+}
+
+void HallReverb::beginSlice() noexcept {
+  for (Line& line : lines_) {
+    const double sine = line.sine * line.turnCosine + line.cosine * line.turnSine;
+    const double cosine = line.cosine * line.turnCosine - line.sine * line.turnSine;
+    // Keeps the rotation on its circle for as long as the evening lasts.
+    const double correction = 1.5 - 0.5 * (sine * sine + cosine * cosine);
+    line.sine = sine * correction;
+    line.cosine = cosine * correction;
+    line.delayBegin = line.delayEnd;
+    line.delayEnd = line.memory.delay + driftFrames_ * line.sine;
+  }
+}
+
+void HallReverb::endSlice() noexcept {
+  offset_ = 0;
+  for (Side& side : sides_) {
+    side.preDelay.advance();
+    for (DelayMemory& allpass : side.allpasses) {
+      allpass.advance();
+    }
+  }
+  for (Line& line : lines_) {
+    line.memory.advance();
+  }
+}
+
+void HallReverb::processPart(const float* left, const float* right, float* wetLeft, float* wetRight,
+                             std::uint32_t count) noexcept {
+  std::array<Slice, 2> diffused;
+  diffuse(sides_[0], left, diffused[0], count);
+  diffuse(sides_[1], right, diffused[1], count);
+  for (std::size_t index = 0; index < lineCount; ++index) {
+    readLine(lines_[index], slices_[index].data(), count);
+  }
+  for (std::size_t first = 0; first < lineCount; first += 4) {
+    damp(first, count);
+  }
+  collect(diffused[0], hall::leftSigns, wetLeft, count);
+  if (wetRight != nullptr) {
+    collect(diffused[1], hall::rightSigns, wetRight, count);
+  }
+  mixLines(count);
+  for (std::size_t index = 0; index < lineCount; ++index) {
+    const Slice& input = diffused[index % 2];
+    Slice& slice = slices_[index];
+    const float gain = hall::inputSigns[index];
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+      slice[frame] += gain * input[frame];
+    }
+    lines_[index].memory.put(offset_, slice.data(), count);
+  }
+}
+
+void HallReverb::diffuse(Side& side, const float* input, Slice& diffused, std::uint32_t count) noexcept {
+  float previousInput = side.highPassInput;
+  float output = side.highPassOutput;
+  for (std::uint32_t frame = 0; frame < count; ++frame) {
+    output = highPassPole_ * (output + input[frame] - previousInput);
+    previousInput = input[frame];
+    diffused[frame] = output;
+  }
+  side.highPassInput = previousInput;
+  side.highPassOutput = output;
+
+  side.preDelay.put(offset_, diffused.data(), count);
+  std::copy_n(side.preDelay.at(offset_, side.preDelay.delay), count, diffused.data());
+  Slice stored;
+  for (DelayMemory& allpass : side.allpasses) {
+    const float* const delayed = allpass.at(offset_, allpass.delay);
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+      const float in = diffused[frame];
+      const float out = delayed[frame] - hall::allpassGain * in;
+      stored[frame] = in + hall::allpassGain * out;
+      diffused[frame] = out;
+    }
+    allpass.put(offset_, stored.data(), count);
+  }
+}
+
+void HallReverb::readLine(const Line& line, float* output, std::uint32_t count) const noexcept {
+  const double step = (line.delayEnd - line.delayBegin) / sliceFrames;
+  const double lowest = std::min(line.delayBegin, line.delayEnd - step);
+  const auto whole = static_cast<std::uint32_t>(lowest);
+  // Cubic interpolation between the frames `whole` and `whole + 1` ago. Where a whole number is
+  // crossed within the slice the fraction runs a hair past 1, where the curve goes on smoothly.
+  const float* const source = line.memory.at(offset_, whole + 2);
+  const auto begin = static_cast<float>(line.delayBegin - whole);
+  const auto perFrame = static_cast<float>(step);
+  for (std::uint32_t frame = 0; frame < count; ++frame) {
+    const float f = begin + perFrame * static_cast<float>(offset_ + frame);
+    const float above = f + 1.0F;
+    const float below = f - 1.0F;
+    const float further = f - 2.0F;
+    const float outer = f * below * (1.0F / 6.0F);
+    const float inner = above * further * 0.5F;
+    output[frame] = source[frame + 3] * (-outer * further) + source[frame + 2] * (inner * below) -
+                    source[frame + 1] * (inner * f) + source[frame] * (outer * above);
+  }
+}
+
+void HallReverb::damp(std::size_t firstLine, std::uint32_t count) noexcept {
+  // Four recursions side by side, since each alone waits for its own last result.
+  std::array<float, 4> state;
+  std::array<float, 4> pass;
+  std::array<float, 4> pole;
+  for (std::size_t lane = 0; lane < 4; ++lane) {
+    const Line& line = lines_[firstLine + lane];
+    state[lane] = line.lowPass;
+    pole[lane] = line.damping;
+    pass[lane] = (1.0F - line.damping) * line.loss;
+  }
+  for (std::uint32_t frame = 0; frame < count; ++frame) {
+    for (std::size_t lane = 0; lane < 4; ++lane) {
+      float& sample = slices_[firstLine + lane][frame];
+      state[lane] = pass[lane] * sample + pole[lane] * state[lane];
+      sample = state[lane];
+    }
+  }
+  for (std::size_t lane = 0; lane < 4; ++lane) {
+    lines_[firstLine + lane].lowPass = state[lane];
+  }
+}
+
+void HallReverb::mixLines(std::uint32_t count) noexcept {
+  // A Hadamard matrix by butterflies; each stage keeps energy up to a factor of two, set right at the end.
+  for (std::size_t half = 1; half < lineCount; half *= 2) {
+    const float scale = half == lineCount / 2 ? 0.25F : 1.0F;
+    for (std::size_t index = 0; index < lineCount; ++index) {
+      if ((index & half) != 0) {
+        continue;
+      }
+      Slice& upper = slices_[index];
+      Slice& lower = slices_[index + half];
+      for (std::uint32_t frame = 0; frame < count; ++frame) {
+        const float sum = upper[frame] + lower[frame];
+        const float difference = upper[frame] - lower[frame];
+        upper[frame] = sum * scale;
+        lower[frame] = difference * scale;
+      }
+    }
+  }
+}
+
+void HallReverb::collect(const Slice& early, const std::array<float, lineCount>& signs, float* wet,
+                         std::uint32_t count) const noexcept {
+  for (std::uint32_t frame = 0; frame < count; ++frame) {
+    wet[frame] = hall::earlyLevel * early[frame];
+  }
+  for (std::size_t index = 0; index < lineCount; ++index) {
+    const float gain = hall::lateLevel * signs[index];
+    const Slice& slice = slices_[index];
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+      wet[frame] += gain * slice[frame];
+    }
+  }
+}
+
+}  // namespace vrel::audio

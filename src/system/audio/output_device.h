@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+
+#include "foundation/result.h"
+
+namespace vrel::audio {
+
+/// What a device plays: the engine, seen from below.
+class BlockRenderer {
+ public:
+  virtual ~BlockRenderer() = default;
+
+  /// Fills both sides with the next `frameCount` frames, any number from 1. Takes the audio role on
+  /// the calling thread; never from two threads at a time.
+  virtual void render(float* left, float* right, std::uint32_t frameCount) noexcept = 0;
+
+  /// Delivers what waits for the end of a block. Called after each block, and outside the audio
+  /// role, by a device that is not in real time; a real one never calls it.
+  virtual void pump() = 0;
+};
+
+/// Where the sound goes. Main thread, except for what it calls.
+///
+/// Order of calls: `start`, then any number of blocks are asked for, then `stop`. Bigger blocks
+/// than the graph takes are split there, not here.
+class OutputDevice {
+ public:
+  virtual ~OutputDevice() = default;
+
+  /// Frames per second, and the usual size of a block. Fixed while it runs.
+  [[nodiscard]] virtual double sampleRate() const = 0;
+  [[nodiscard]] virtual std::uint32_t blockFrames() const = 0;
+
+  /// Whether blocks are due at fixed times, so that a late one is heard.
+  [[nodiscard]] virtual bool isRealTime() const = 0;
+
+  [[nodiscard]] virtual bool isRunning() const = 0;
+
+  /// Begins to ask `renderer` for blocks. It must outlive the run. An error when the device cannot
+  /// be opened, or already runs.
+  [[nodiscard]] virtual Outcome start(BlockRenderer& renderer) = 0;
+
+  /// Once it has returned, no block is asked for any more. Nothing when not running.
+  virtual void stop() = 0;
+};
+
+}  // namespace vrel::audio

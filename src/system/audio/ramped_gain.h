@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "foundation/thread_roles.h"
+#include "system/audio/node_processor.h"
+
+namespace vrel::audio {
+
+/// A level that the main thread sets and the audio thread follows in a short straight line, so that
+/// no step is heard. The line is 5 ms long whatever the size of the blocks.
+///
+/// Before the first block there is nothing to ramp from: it begins at the level as it stands.
+/// A factor of exactly 1 leaves samples as they are, exactly 0 makes them zero.
+class RampedGain {
+ public:
+  explicit RampedGain(float linearGain = 1.0F) noexcept : set_(linearGain) {}
+
+  /// Sets the level; any value is kept and read back. What is no finite number sounds as 0. Any thread.
+  void set(float linearGain) noexcept { set_.store(linearGain, std::memory_order_relaxed); }
+  [[nodiscard]] float get() const noexcept { return set_.load(std::memory_order_relaxed); }
+
+  /// Fits the length of the ramp to the rate. Not while a block is being rendered.
+  void prepare(double sampleRate) VREL_NOT_AUDIO_THREAD;
+
+  /// Multiplies all channels in place and moves on by `frameCount`.
+  void apply(const Stream& stream, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
+
+  /// Whether the level is 0, has arrived there, and is to stay.
+  [[nodiscard]] bool restsAtZero() const noexcept VREL_AUDIO_THREAD;
+
+ private:
+  [[nodiscard]] float target() const noexcept;
+  void follow(float target) noexcept;
+
+  std::atomic<float> set_;
+  std::uint32_t rampFrames_ = 240;
+
+  // Audio thread.
+  bool begun_ = false;
+  float from_ = 1.0F;
+  float to_ = 1.0F;
+  std::uint32_t position_ = 0;  // in the ramp; equal to rampFrames_ when it has arrived
+};
+
+}  // namespace vrel::audio

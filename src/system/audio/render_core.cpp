@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/render_core.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "system/audio/denormal_guard.h"
+#include "system/audio/finite_guard.h"
+
+namespace vrel::audio {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// No block of 1024 frames lasts anywhere near this long; who waits longer waits for a dead device.
+constexpr std::chrono::seconds longestWait{2};
+
+}  // namespace
+
+RenderCore::Turn RenderCore::publish(const RenderPlan* plan) {
+  plan_.store(plan);
+  return turn_.load();
+}
+
+bool RenderCore::waitUntilLeft(Turn turn) {
+  if (hasLeft(turn)) {
+    return true;
+  }
+  const Clock::time_point limit = Clock::now() + longestWait;
+  while (!hasLeft(turn)) {
+    if (Clock::now() > limit) {
+      RenderCounters::add(counters_.overdueWaits);
+      return false;
+    }
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+void RenderCore::render(float* left, float* right, std::uint32_t frameCount, double sampleRate) noexcept {
+  const DenormalGuard denormals;
+  const Clock::time_point begin = watchTime_ ? Clock::now() : Clock::time_point{};
+  std::fill_n(left, frameCount, 0.0F);
+  std::fill_n(right, frameCount, 0.0F);
+  for (std::uint32_t done = 0; done < frameCount;) {
+    const std::uint32_t count = std::min(frameCount - done, maximumBlockFrames);
+    renderSlice({left + done, right + done}, count);
+    done += count;
+  }
+  if (watchTime_) {
+    const std::chrono::duration<double> taken = Clock::now() - begin;
+    if (taken.count() * sampleRate > static_cast<double>(frameCount)) {
+      RenderCounters::add(counters_.lateBlocks);
+    }
+  }
+}
+
+void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount) noexcept {
+  // Only this thread writes the counter: odd from here, even again at the end.
+  const Turn turn = turn_.load(std::memory_order_relaxed);
+  turn_.store(turn + 1);
+  if (const RenderPlan* const plan = plan_.load(); plan != nullptr) {
+    plan->render(frameCount);
+    const Stream& result = plan->result();
+    if (silenceIfNotFinite(result, frameCount)) {
+      RenderCounters::add(counters_.nonFiniteBlocks);
+    }
+    for (std::uint32_t side = 0; side < sides.size() && result.channelCount > 0; ++side) {
+      std::copy_n(result.channels[std::min(side, result.channelCount - 1)], frameCount, sides[side]);
+    }
+    turn_.store(turn + 2);
+    RenderCounters::add(counters_.blocks);
+    if (silent_) {
+      silent_ = false;
+      fadedIn_ = 0;
+    }
+    fadeIn(sides, frameCount);
+  } else {
+    turn_.store(turn + 2);
+    RenderCounters::add(counters_.silentBlocks);
+    if (!silent_) {
+      silent_ = true;
+      fadedOut_ = 0;
+      edgeSamples_ = lastSamples_;
+    }
+  }
+  addFadeOut(sides, frameCount);
+  lastSamples_ = {sides[0][frameCount - 1], sides[1][frameCount - 1]};
+}
+
+void RenderCore::fadeIn(const Sides& sides, std::uint32_t frameCount) noexcept {
+  const std::uint32_t count = std::min(frameCount, edgeFrames - fadedIn_);
+  for (float* const samples : sides) {
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+      samples[frame] *= static_cast<float>(fadedIn_ + frame + 1) / static_cast<float>(edgeFrames);
+    }
+  }
+  fadedIn_ += count;
+}
+
+void RenderCore::addFadeOut(const Sides& sides, std::uint32_t frameCount) noexcept {
+  const std::uint32_t count = std::min(frameCount, edgeFrames - fadedOut_);
+  for (std::size_t side = 0; side < sides.size(); ++side) {
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+      const auto left = static_cast<float>(edgeFrames - fadedOut_ - frame - 1);
+      sides[side][frame] += edgeSamples_[side] * left / static_cast<float>(edgeFrames);
+    }
+  }
+  fadedOut_ += count;
+}
+
+}  // namespace vrel::audio

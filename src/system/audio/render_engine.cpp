@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/render_engine.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "system/audio/mixer_node.h"
+#include "system/audio/output_node.h"
+
+namespace vrel::audio {
+
+RenderEngine::RenderEngine(std::shared_ptr<OutputDevice> device, std::shared_ptr<RenderCounters> counters)
+    : device_(std::move(device)),
+      counters_(std::move(counters)),
+      mainMixer_(std::make_shared<MixerNode>()),
+      output_(std::make_shared<OutputNode>()),
+      taps_(counters_),
+      renderRate_(device_->sampleRate()),
+      core_(*counters_, device_->isRealTime()) {
+  graph_.setSampleRate(device_->sampleRate());
+  attachFixedNodes();
+}
+
+RenderEngine::~RenderEngine() {
+  stop();
+  if (deviceStarted_) {
+    device_->stop();
+  }
+  taps_.stopThread();
+}
+
+void RenderEngine::attachFixedNodes() {
+  attach(mainMixer_);
+  attach(output_);
+}
+
+std::shared_ptr<AVAudioMixerNode> RenderEngine::mainMixerNode() {
+  return mainMixer_;
+}
+
+std::shared_ptr<AVAudioOutputNode> RenderEngine::outputNode() {
+  return output_;
+}
+
+void RenderEngine::attach(const Node& node) {
+  if (!node || graph_.find(node.get()) != nullptr) {
+    return;
+  }
+  const NodeGraph::Entry* const entry = graph_.attach(node);
+  if (entry == nullptr) {
+    RenderCounters::add(counters_->refusedNodes);
+    return;
+  }
+  taps_.add(entry->graphNode->tapPoint());
+}
+
+void RenderEngine::detach(const Node& node) {
+  NodeGraph::Entry* const entry = graph_.find(node.get());
+  if (entry == nullptr || node == mainMixer_ || node == output_) {
+    return;
+  }
+  taps_.remove(entry->graphNode->tapPoint());
+  const bool linked = entry->destination != nullptr || !entry->sources.empty();
+  graph_.detach(*entry);
+  if (linked) {
+    linksChanged();
+  }
+  leaveRetired();
+}
+
+void RenderEngine::connect(const Node& source, const Node& destination, std::optional<AVAudioFormat> /*format*/) {
+  NodeGraph::Entry* const from = graph_.find(source.get());
+  NodeGraph::Entry* const to = graph_.find(destination.get());
+  if (from == nullptr || to == nullptr || source == output_ || !graph_.connect(*from, *to)) {
+    RenderCounters::add(counters_->refusedConnections);
+    return;
+  }
+  linksChanged();
+}
+
+void RenderEngine::disconnectNodeInput(const Node& node) {
+  NodeGraph::Entry* const entry = graph_.find(node.get());
+  if (entry != nullptr && graph_.disconnectInput(*entry)) {
+    linksChanged();
+  }
+}
+
+void RenderEngine::disconnectNodeOutput(const Node& node) {
+  NodeGraph::Entry* const entry = graph_.find(node.get());
+  if (entry != nullptr && graph_.disconnectOutput(*entry)) {
+    linksChanged();
+  }
+}
+
+Outcome RenderEngine::start() {
+  collectRetired();
+  if (isRunning()) {
+    return {};
+  }
+  if (!(device_->sampleRate() > 0)) {
+    return Error{"the audio device has no sample rate"};
+  }
+  graph_.setSampleRate(device_->sampleRate());
+  // The plan first: a device that begins to ask finds sound, not a gap.
+  replacePlan(compilePlan());
+  if (Outcome failure = startDevice()) {
+    stop();
+    return failure;
+  }
+  return {};
+}
+
+Outcome RenderEngine::startDevice() {
+  if (device_->isRealTime()) {
+    if (Outcome failure = taps_.startThread()) {
+      return failure;
+    }
+  }
+  if (deviceStarted_ && device_->isRunning()) {
+    return {};
+  }
+  renderRate_ = device_->sampleRate();
+  Outcome failure = device_->start(*this);
+  deviceStarted_ = !failure;
+  return failure;
+}
+
+void RenderEngine::stop() {
+  replacePlan(nullptr);
+  leaveRetired();
+}
+
+std::unique_ptr<RenderPlan> RenderEngine::compilePlan() {
+  std::unique_ptr<RenderPlan> plan;
+  if (spare_.empty()) {
+    plan = std::make_unique<RenderPlan>();
+  } else {
+    plan = std::move(spare_.back());
+    spare_.pop_back();
+  }
+  plan->compile(*graph_.find(output_.get()), graph_.sampleRate(), arena_);
+  return plan;
+}
+
+void RenderEngine::replacePlan(std::unique_ptr<RenderPlan> plan) {
+  const RenderCore::Turn turn = core_.publish(plan.get());
+  std::swap(plan, plan_);
+  if (plan) {
+    retired_.push_back({.plan = std::move(plan), .turn = turn});
+  }
+}
+
+void RenderEngine::linksChanged() {
+  collectRetired();
+  if (isRunning()) {
+    replacePlan(compilePlan());
+  }
+}
+
+void RenderEngine::collectRetired() {
+  const auto left = [this](Retired& retired) {
+    if (!core_.hasLeft(retired.turn)) {
+      return false;
+    }
+    retired.plan->clear();
+    spare_.push_back(std::move(retired.plan));
+    return true;
+  };
+  std::erase_if(retired_, left);
+}
+
+void RenderEngine::leaveRetired() {
+  for (const Retired& retired : retired_) {
+    core_.waitUntilLeft(retired.turn);
+  }
+  collectRetired();
+}
+
+void RenderEngine::render(float* left, float* right, std::uint32_t frameCount) noexcept {
+  const AudioThreadScope audioThread;
+  core_.render(left, right, frameCount, renderRate_);
+}
+
+void RenderEngine::pump() {
+  taps_.deliver();
+}
+
+}  // namespace vrel::audio

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "foundation/thread_roles.h"
+#include "platform/audio_engine.h"
+#include "system/audio/buffer_arena.h"
+#include "system/audio/node_graph.h"
+#include "system/audio/output_device.h"
+#include "system/audio/render_core.h"
+#include "system/audio/render_counters.h"
+#include "system/audio/render_plan.h"
+#include "system/audio/tap_dispatcher.h"
+
+namespace vrel::audio {
+
+class MixerNode;
+class OutputNode;
+
+/// The render graph: nodes and links on the main thread, a plan for the audio thread.
+///
+/// Scenario: nodes are attached and linked; `start` compiles a plan, opens the device if it does not
+/// run yet, and from the next block on the plan sounds. `stop` takes the plan away and leaves the
+/// device running on silence, so that a stop, a change and a start cost microseconds. A change
+/// of links while running takes effect at the next block, without silence.
+///
+/// Threads: the main thread, for all that is public here but the two calls of a device, `render` and `pump`.
+///
+/// Ownership: the engine shares its nodes with whoever made them; the plans share the nodes' processors. A
+/// node may outlive the engine and then is free for another one. The device outlives the
+/// engine, which stops it at its end if it has started it.
+///
+/// Invariants:
+/// 1. At most one plan is in force. One that was in force is emptied only when the audio thread has
+///    left it, and on the main thread.
+/// 2. When `stop` has returned, no processor is being called. When `detach` has returned, that node's is not.
+/// 3. Without a plan in force the device gets silence, with soft edges.
+///
+/// A format handed to `connect` is not needed here: all links carry floats at the device's rate, in the
+/// channel count of the source, and every node takes one channel as well as two.
+class RenderEngine final : public AVAudioEngine, private BlockRenderer {
+ public:
+  RenderEngine(std::shared_ptr<OutputDevice> device, std::shared_ptr<RenderCounters> counters);
+  ~RenderEngine() override;
+  RenderEngine(const RenderEngine&) = delete;
+  RenderEngine& operator=(const RenderEngine&) = delete;
+
+  [[nodiscard]] std::shared_ptr<AVAudioMixerNode> mainMixerNode() override;
+  [[nodiscard]] std::shared_ptr<AVAudioOutputNode> outputNode() override;
+
+  void attach(const Node& node) override;
+  void detach(const Node& node) override;
+  void connect(const Node& source, const Node& destination, std::optional<AVAudioFormat> format) override;
+  void disconnectNodeInput(const Node& node) override;
+  void disconnectNodeOutput(const Node& node) override;
+
+  [[nodiscard]] bool isRunning() const override { return core_.hasPlan(); }
+  [[nodiscard]] Outcome start() override;
+  void stop() override;
+
+  [[nodiscard]] const RenderCounters& counters() const { return *counters_; }
+
+  /// Plans that wait for the audio thread to leave them.
+  [[nodiscard]] std::size_t retiredPlans() const { return retired_.size(); }
+
+ private:
+  struct Retired {
+    std::unique_ptr<RenderPlan> plan;
+    RenderCore::Turn turn;
+  };
+
+  void render(float* left, float* right, std::uint32_t frameCount) noexcept override;
+  void pump() override;
+
+  void attachFixedNodes();
+  std::unique_ptr<RenderPlan> compilePlan();
+  void replacePlan(std::unique_ptr<RenderPlan> plan);
+  void linksChanged();
+  void collectRetired();
+  void leaveRetired();
+  [[nodiscard]] Outcome startDevice();
+
+  const std::shared_ptr<OutputDevice> device_;
+  const std::shared_ptr<RenderCounters> counters_;
+  const std::shared_ptr<MixerNode> mainMixer_;
+  const std::shared_ptr<OutputNode> output_;
+  NodeGraph graph_;
+  BufferArena arena_;
+  TapDispatcher taps_;
+
+  std::unique_ptr<RenderPlan> plan_;                // in force; null when stopped
+  std::vector<Retired> retired_;                    // maybe still being rendered
+  std::vector<std::unique_ptr<RenderPlan>> spare_;  // empty ones, to be filled again
+  bool deviceStarted_ = false;
+  double renderRate_;  // what `render` measures lateness by; written while no device runs
+
+  RenderCore core_;
+};
+
+}  // namespace vrel::audio

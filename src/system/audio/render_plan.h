@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "foundation/thread_roles.h"
+#include "system/audio/buffer_arena.h"
+#include "system/audio/node_graph.h"
+#include "system/audio/node_processor.h"
+#include "system/audio/tap.h"
+
+namespace vrel::audio {
+
+/// What the audio thread does in one block: processors in order, each with its buffers.
+///
+/// Threads: the main thread fills a plan with `compile`, once; from the moment it is published it is
+/// immutable, and the audio thread renders it. It goes back to the main thread when the audio
+/// thread has left it, to be emptied there: a plan shares ownership of its processors and taps, and
+/// their last share must not end inside a block.
+///
+/// Invariants:
+/// 1. A step stands behind all steps whose output it reads.
+/// 2. The output buffers of a step are none of its own inputs, nor the output of an earlier step that
+///    a later one still has to read. Apart from that, buffers are used again as soon as they are read.
+/// 3. Only nodes that reach the output stand in it.
+class RenderPlan {
+ public:
+  RenderPlan() = default;
+  RenderPlan(const RenderPlan&) = delete;
+  RenderPlan& operator=(const RenderPlan&) = delete;
+
+  /// Fills the empty plan with all that leads to `output`, and prepares the processors for the rate.
+  void compile(const NodeGraph::Entry& output, double sampleRate, BufferArena& arena) VREL_NOT_AUDIO_THREAD;
+
+  /// Back to an empty plan; its memory stays for the next `compile`.
+  void clear() VREL_NOT_AUDIO_THREAD;
+
+  /// Renders 1 to maximumBlockFrames frames.
+  void render(std::uint32_t frameCount) const noexcept VREL_AUDIO_THREAD;
+
+  /// What the output node rendered last.
+  [[nodiscard]] const Stream& result() const { return result_; }
+  [[nodiscard]] std::size_t stepCount() const { return steps_.size(); }
+
+  struct Step {
+    NodeProcessor* processor = nullptr;
+    TapPoint* tap = nullptr;
+    std::size_t firstInput = 0;
+    std::size_t inputCount = 0;
+    Stream output;
+  };
+
+  /// The steps in order and their inputs, for a look from outside.
+  [[nodiscard]] const std::vector<Step>& steps() const { return steps_; }
+  [[nodiscard]] const std::vector<Stream>& inputs() const { return inputs_; }
+
+ private:
+  Stream addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena);
+  Stream takeBuffers(std::uint32_t channelCount, BufferArena& arena);
+  void giveBack(const Stream& stream);
+
+  std::vector<Step> steps_;
+  std::vector<Stream> inputs_;
+  Stream result_;
+  std::vector<std::shared_ptr<NodeProcessor>> processors_;
+  std::vector<std::shared_ptr<TapPoint>> taps_;
+
+  // While compiling.
+  std::vector<float*> freeBuffers_;
+  std::size_t buffersTaken_ = 0;
+};
+
+}  // namespace vrel::audio
