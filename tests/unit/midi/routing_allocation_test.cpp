@@ -53,7 +53,7 @@ class RoutingAllocation : public SimulatedStage {
 
 TEST_F(RoutingAllocation, TheCounterCounts) {
   const auto before = allocationCount;
-  delete new int(1);
+  ::operator delete(::operator new(1));
   EXPECT_GT(allocationCount, before);
 }
 
