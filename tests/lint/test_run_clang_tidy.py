@@ -38,10 +38,10 @@ class RunClangTidy(lint_case.LintCase):
         self.assertEqual(self.run_driver(), ([], 0))
 
     def test_a_finding_in_a_source_fails_every_time(self):
-        self.write("src/main.cpp", "int main() {\n  int* nothing = 0;\n  return nothing == 0 ? 0 : 1;\n}\n")
+        self.write("src/main.cpp", "int main() {\n  bool yes = 1;\n  return yes ? 0 : 1;\n}\n")
         for _ in range(2):
             findings, _ = self.run_driver()
-            self.assert_told(findings, "main.cpp:2", "modernize-use-nullptr")
+            self.assert_told(findings, "main.cpp:2", "modernize-use-bool-literals")
 
     def test_a_badly_chosen_name_fails(self):
         for name, code in (("Bad_Type", "class Bad_Type {};"), ("BadFunction", "void BadFunction() {}"),
