@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Opening and saving a large setlist, held against what the JSON library needs at the least: one
+// parse and one dump of the same bytes. Both run in turns, so that the machine treats them alike.
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "document/setlist_coding.h"
+#include "foundation/base64.h"
+
+namespace {
+
+constexpr std::size_t songCount = 200;
+constexpr std::size_t channelCount = 16;
+constexpr std::size_t stateSize = 64 * 1024;
+
+std::string randomState(std::uint32_t seed) {
+  std::vector<std::uint8_t> bytes(stateSize);
+  for (auto& byte : bytes) {
+    seed = seed * 1664525U + 1013904223U;
+    byte = static_cast<std::uint8_t>(seed >> 24U);
+  }
+  return vrel::base64Encode(bytes);
+}
+
+std::string largeDocument() {
+  vrel::SetlistFile setlist;
+  for (std::size_t song = 0; song < songCount; ++song) {
+    auto& channels = setlist.songs.emplace_back().channels;
+    channels.resize(channelCount);
+    for (std::size_t channel = 0; channel < channelCount; ++channel) {
+      channels[channel].pluginPath = "aucd:1635085685:1:2";
+      channels[channel].pluginStateBase64 = randomState(static_cast<std::uint32_t>(song * channelCount + channel));
+    }
+  }
+  return vrel::encodeSetlist(setlist).value();
+}
+
+template <typename Work>
+double secondsFor(Work work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+void decodeAndEncode(benchmark::State& state) {
+  const std::string document = largeDocument();
+  double ours = 0;
+  double bare = 0;
+  for ([[maybe_unused]] auto turn : state) {
+    bare += secondsFor([&] { benchmark::DoNotOptimize(nlohmann::json::parse(document).dump(2)); });
+    const double seconds = secondsFor([&] {
+      const auto setlist = vrel::readSetlist(document);
+      benchmark::DoNotOptimize(vrel::encodeSetlist(setlist.value()).value());
+    });
+    ours += seconds;
+    state.SetIterationTime(seconds);
+  }
+  const auto rounds = static_cast<double>(state.iterations());
+  state.counters["megabytes"] = static_cast<double>(document.size()) / 1e6;
+  state.counters["bare_seconds"] = bare / rounds;
+  state.counters["ratio"] = ours / bare;
+}
+
+}  // namespace
+
+BENCHMARK(decodeAndEncode)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK_MAIN();

@@ -1,0 +1,104 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Writes the first corpus of each fuzz target. What a fuzzer finds later is added beside it by hand."""
+
+import json
+import pathlib
+import struct
+
+CORPUS = pathlib.Path(__file__).resolve().parent / "corpus"
+
+SLOT = {"plugin_path": "aucd:1635083896:7:8", "plugin_name": "Hall", "manufacturer_name": "Acme", "state_base64": "AAEC"}
+CHANNEL = {
+    "name": "Piano", "volume": 0.85, "gain": 0.5, "reverb": 0.1, "mute": False, "solo": True,
+    "plugin_path": "aucd:1635085685:1:2", "plugin_state_base64": "YnBsaXN0MDA=", "color": [1.0, 0.33, 0.0],
+    "min_note": 0, "max_note": 127, "transpose": -12, "send_sustain": True, "send_expression": False,
+    "sustain_controls_rotor": True, "effect_slots": [SLOT], "playback_file_path": "/a.wav", "playback_loop": True,
+    "playback_start_time": 1.5, "playback_end_time": 6e1, "playback_stop_mode": "toggle",
+    "visual_clip_mappings": [{"note": 60, "file_path": "/a.mov", "trigger_mode": "toggle"}],
+}
+ASSIGNMENT = {"target": {"kind": "channel_volume", "channelIndex": 3},
+              "binding": {"statusType": 176, "midiChannel": 0, "number": 7}}
+SONG = {
+    "name": "Opening", "tempo_bpm": 97, "song_notes": "one\ntwo", "keyboard_start_note": 21, "keyboard_key_count": 88,
+    "channels": [CHANNEL], "master_channel_color": [0.5, 0.5, 0.5], "master_effect_slots": [SLOT],
+    "midi_control_assignments": [ASSIGNMENT],
+}
+
+SETLISTS = {
+    "empty_object": b"{}",
+    "empty_array": b"[]",
+    "empty_file": b"",
+    "whole": json.dumps({"version": 3, "songs": [SONG], "global_midi_control_assignments": [ASSIGNMENT]}).encode(),
+    "legacy": json.dumps([SONG, {}]).encode(),
+    "defaults": b'{"songs": [{"channels": [{"effect_slots": [{}], "visual_clip_mappings": [{}]}]}]}',
+    "nulls": b'{"version": null, "songs": [{"name": null, "channels": [{"send_sustain": null, "color": null}]}]}',
+    "colours": b'{"songs": [{"channels": [{"color": [0.2]}, {"color": [0.1, 0.2, 0.3, 0.4]}, {"color": []}]}]}',
+    "numbers": b'{"songs": [{"channels": [{"min_note": 6e1, "max_note": 60.0, "volume": 3.4028235e38, "gain": -0.0}]}]}',
+    "escapes": rb'{"songs": [{"name": "\ud834\udd1e \u0000 \/ \" \\ \n", "song_notes": "caf\u00e9"}]}',
+    "byte_order_mark": b"\xef\xbb\xbf{}",
+    "equal_keys": b'{"version": 1, "version": 2, "songs": 1, "songs": []}',
+    "out_of_width": b'{"songs": [{"channels": [{"min_note": 300}]}]}',
+    "fraction": b'{"songs": [{"tempo_bpm": 120.5}]}',
+    "float_out_of_width": b'{"songs": [{"channels": [{"volume": 1e39}]}]}',
+    "number_out_of_double": b'{"x": 1e400}',
+    "unknown_control": json.dumps([{"midi_control_assignments": [{**ASSIGNMENT, "target": {"kind": "warp"}}]}]).encode(),
+    "missing_binding": b'[{"midi_control_assignments": [{"target": {"kind": "panic"}}]}]',
+    "not_utf8": b'{"songs": [{"name": "\xff\xc0\x80"}]}',
+    "lone_surrogate": rb'{"songs": [{"name": "\ud800"}]}',
+    "zero_byte": b"{}\x00{",
+    "deep": b"[" * 400,
+    "cut": json.dumps({"songs": [SONG]}).encode()[:150],
+}
+
+
+def chunk(name: bytes, content: bytes) -> bytes:
+    return name + struct.pack(">I", len(content)) + content
+
+
+def midi(division: int, tracks: list[bytes], form: int | None = None, announced: int | None = None) -> bytes:
+    form = (1 if len(tracks) > 1 else 0) if form is None else form
+    header = struct.pack(">HHH", form, len(tracks) if announced is None else announced, division)
+    return chunk(b"MThd", header) + b"".join(chunk(b"MTrk", track) for track in tracks)
+
+
+END = b"\x00\xff\x2f\x00"
+NOTE = b"\x00\x90\x3c\x64\x60\x80\x3c\x40"
+RUNNING = b"\x00\x90\x3c\x64\x10\x3e\x64\x10\x3c\x00\x00\x3e\x00"
+TEMPO = b"\x00\xff\x51\x03\x07\xa1\x20\x83\x60\xff\x51\x03\x03\xd0\x90"
+TEXTS = b"\x00\xff\x01\x06song 1\x10\xff\x06\x05panic\x00\xff\x03\x04name"
+TWO_BYTES = b"\x00\xc0\x05\x10\xd0\x40\x10\xe0\x00\x40\x00\xb0\x40\x7f"
+EXCLUSIVE = b"\x00\xf0\x05\x7e\x7f\x09\x01\xf7\x00\xf7\x02\xf8\xf7"
+
+MIDI_FILES = {
+    "empty_file": b"",
+    "one_note": midi(96, [NOTE + END]),
+    "running_status": midi(480, [RUNNING + END]),
+    "tempo_track": midi(480, [TEMPO + END, NOTE + RUNNING + END, TWO_BYTES + END]),
+    "texts": midi(96, [TEXTS + NOTE + END]),
+    "exclusive": midi(96, [EXCLUSIVE + NOTE + END]),
+    "running_after_exclusive": midi(96, [NOTE + EXCLUSIVE + b"\x00\x3c\x00" + END]),
+    "film_frames": midi(0xE728, [NOTE + END]),
+    "drop_frames": midi(0xE350, [NOTE + END]),
+    "unknown_chunk": chunk(b"XFIH", b"abc").join([midi(96, [], 0, 1), chunk(b"MTrk", NOTE + END)]),
+    "format_two": midi(96, [NOTE + END, NOTE + END], 2),
+    "no_division": midi(0, [NOTE + END]),
+    "no_end": midi(96, [NOTE]),
+    "long_delta": midi(96, [b"\xff\xff\xff\x7f" + NOTE[1:] + END]),
+    "five_byte_delta": midi(96, [b"\xff\xff\xff\xff\x7f" + NOTE[1:] + END]),
+    "lying_length": midi(96, [NOTE + END])[:-2],
+    "missing_track": midi(96, [NOTE + END], 1, 2),
+    "data_without_status": midi(96, [b"\x00\x3c\x64" + END]),
+}
+
+
+def main() -> None:
+    for target, files in (("setlist", SETLISTS), ("standard_midi_file", MIDI_FILES)):
+        folder = CORPUS / target
+        folder.mkdir(parents=True, exist_ok=True)
+        for name, content in files.items():
+            (folder / name).write_bytes(content)
+
+
+if __name__ == "__main__":
+    main()
