@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/lv2/hosted_plugin.h"
+
+#include <lilv/lilv.h>
+#include <lv2/atom/atom.h>
+
+#include <exception>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "foundation/thread_roles.h"
+#include "system/plugins/lv2/urid_map.h"
+
+namespace vrel::lv2 {
+
+void HostedPluginRelease::operator()(HostedPlugin* plugin) const {
+  world->thread().post([plugin] { delete plugin; });
+}
+
+Result<HostedPluginPointer> HostedPlugin::make(const std::shared_ptr<Lv2World>& world,
+                                               std::shared_ptr<const PluginDescription> description,
+                                               const HostSettings& settings, double sampleRate) {
+  HostedPluginPointer plugin(new HostedPlugin(*world, std::move(description), settings, sampleRate),
+                             HostedPluginRelease{world});
+  if (const Outcome failure = plugin->open(*world)) {
+    return Error{"plug-in " + plugin->description().name + " " + failure->description};
+  }
+  return plugin;
+}
+
+HostedPlugin::HostedPlugin(Lv2World& world, std::shared_ptr<const PluginDescription> description,
+                           const HostSettings& settings, double sampleRate)
+    : description_(std::move(description)),
+      sampleRate_(sampleRate),
+      urids_(world.urids()),
+      log_(description_->name, settings),
+      worker_(settings),
+      files_(description_->bundlePath),
+      features_(urids_, settings, sampleRate, log_, worker_, files_),
+      ports_(*description_, sampleRate, urids_) {}
+
+HostedPlugin::~HostedPlugin() {
+  if (instance_ == nullptr) {
+    return;
+  }
+  worker_.detach();
+  lilv_instance_deactivate(instance_);
+  lilv_instance_free(instance_);
+}
+
+Outcome HostedPlugin::findObstacle() const {
+  if (const auto missing = features_.firstMissing(*description_)) {
+    return Error{"asks for feature " + *missing + ", which this host does not have"};
+  }
+  for (const PortDescription& port : description_->ports) {
+    if (port.kind == PortKind::unsupported && !port.isOptional) {
+      return Error{"has a port of a kind that this host does not know: " + port.symbol};
+    }
+  }
+  std::error_code ignored;
+  if (!std::filesystem::exists(description_->libraryPath, ignored)) {
+    return Error{"has no library file: " + description_->libraryPath};
+  }
+  return std::nullopt;
+}
+
+Outcome HostedPlugin::open(Lv2World& world) {
+  if (Outcome obstacle = findObstacle()) {
+    return obstacle;
+  }
+  const Error refused{"could not be instantiated"};
+  const LilvPlugin* plugin = world.libraryPlugin(description_->uri);
+  if (plugin == nullptr) {
+    return refused;
+  }
+  try {
+    instance_ = lilv_plugin_instantiate(plugin, sampleRate_, features_.list());
+  } catch (const std::exception& thrown) {
+    return Error{refused.description + ": " + thrown.what()};
+  } catch (...) {
+    return refused;
+  }
+  if (instance_ == nullptr) {
+    return refused;
+  }
+  for (std::uint32_t index = 0; index < description_->ports.size(); ++index) {
+    lilv_instance_connect_port(instance_, index, ports_.location(index));
+  }
+  const auto* work = lilv_instance_get_extension_data(instance_, LV2_WORKER__interface);
+  worker_.attach(handle(), static_cast<const LV2_Worker_Interface*>(work));
+  const auto* state = lilv_instance_get_extension_data(instance_, LV2_STATE__interface);
+  stateInterface_ = static_cast<const LV2_State_Interface*>(state);
+  const std::lock_guard lock(worker_.workMutex());
+  if (description_->wantsDefaultState) {
+    loadDefaultState(world);
+  }
+  lilv_instance_activate(instance_);
+  return std::nullopt;
+}
+
+void HostedPlugin::loadDefaultState(Lv2World& world) {
+  LilvNode* uri = lilv_new_uri(world.library(), description_->uri.c_str());
+  LilvState* state = lilv_state_new_from_world(world.library(), urids_.mapFeature(), uri);
+  lilv_node_free(uri);
+  if (state == nullptr) {
+    return;
+  }
+  const auto setPort = [](const char* symbol, void* self, const void* value, std::uint32_t size, std::uint32_t type) {
+    auto& plugin = *static_cast<HostedPlugin*>(self);
+    if (size != sizeof(float) || type != plugin.urids_.map(LV2_ATOM__Float)) {
+      return;
+    }
+    const auto& ports = plugin.description_->ports;
+    for (std::uint32_t index = 0; index < ports.size(); ++index) {
+      if (ports[index].symbol == symbol && ports[index].kind == PortKind::control && ports[index].isInput) {
+        plugin.ports_.setControl(index, *static_cast<const float*>(value));
+      }
+    }
+  };
+  lilv_state_restore(state, instance_, setPort, this, 0, features_.list());
+  lilv_state_free(state);
+}
+
+void HostedPlugin::runAndAnswer(std::uint32_t frameCount, bool performNow) noexcept {
+  const InsideBlockScope insideBlock(!performNow);
+  const ForeignCodeScope foreignCode;
+  lilv_instance_run(instance_, frameCount);
+  worker_.endBlock(performNow);
+}
+
+LV2_Handle HostedPlugin::handle() const {
+  return lilv_instance_get_handle(instance_);
+}
+
+void HostedPlugin::settle() noexcept {
+  ports_.beginBlock();
+  runAndAnswer(0, true);
+}
+
+void HostedPlugin::reactivate() noexcept {
+  lilv_instance_deactivate(instance_);
+  lilv_instance_activate(instance_);
+}
+
+}  // namespace vrel::lv2

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "platform/audio_unit.h"
+#include "system/plugins/lv2/lv2_processor.h"
+
+namespace vrel::lv2 {
+
+/// The control half of a plug-in unit: its state and its reset. Main thread.
+///
+/// There is one state of a plug-in here, the one for a document; none beside it.
+class Lv2Instance final : public AUAudioUnit {
+ public:
+  explicit Lv2Instance(std::shared_ptr<Lv2Processor> processor) : processor_(std::move(processor)) {}
+
+  /// Form and content: see state_snapshot.h.
+  [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
+  [[nodiscard]] std::optional<PropertyListDictionary> fullState() override { return std::nullopt; }
+
+  /// A state of another plug-in, or one that can not be read, changes nothing; the plug-in's log tells.
+  void setFullStateForDocument(const PropertyListDictionary& state) override;
+
+  void reset() { processor_->reset(); }
+
+  [[nodiscard]] const std::shared_ptr<Lv2Processor>& processor() const { return processor_; }
+
+ private:
+  std::shared_ptr<Lv2Processor> processor_;
+};
+
+}  // namespace vrel::lv2

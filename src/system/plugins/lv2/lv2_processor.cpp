@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/lv2/lv2_processor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include "system/audio/finite_guard.h"
+#include "system/plugins/lv2/plugin_state.h"
+
+namespace vrel::lv2 {
+
+Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings settings, HostedPluginPointer plugin)
+    : world_(std::move(world)),
+      settings_(std::move(settings)),
+      counters_(settings_.counters),
+      plugin_(std::move(plugin)) {}
+
+void Lv2Processor::prepare(double sampleRate) {
+  if (sampleRate == plugin_->sampleRate()) {
+    return;
+  }
+  Result<HostedPluginPointer> next = remade(sampleRate);
+  if (!next) {
+    plugin_->log().write("stays at its old sample rate: " + next.error().description);
+    return;
+  }
+  const ControlHold hold(gate_);
+  if (hold) {
+    plugin_ = std::move(next).value();
+  }
+}
+
+Result<HostedPluginPointer> Lv2Processor::remade(double sampleRate) {
+  const StateSnapshot state = captureState(*plugin_);
+  std::optional<Result<HostedPluginPointer>> made;
+  world_->thread().runAndWait(
+      [&] { made.emplace(HostedPlugin::make(world_, plugin_->sharedDescription(), settings_, sampleRate)); });
+  if (made->ok()) {
+    if (const Outcome failure = restoreState(*made->value(), state)) {
+      made->value()->log().write("lost its state at the new sample rate: " + failure->description);
+    }
+  }
+  return *std::move(made);
+}
+
+std::uint32_t Lv2Processor::outputChannelCount(std::uint32_t /*inputChannelCount*/) const {
+  const auto outputs = static_cast<std::uint32_t>(plugin_->ports().audioOutputs().size());
+  return std::min(outputs, audio::maximumStreamChannels);
+}
+
+void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
+  if (!gate_.tryEnterBlock()) {
+    counters_->skippedBlocks.fetch_add(1, std::memory_order_relaxed);
+    return;
+  }
+  plugin_->ports().beginBlock();
+  takeEvents();
+  fillInputs(block);
+  plugin_->run(block.frameCount);
+  writeOutputs(block);
+  gate_.leave();
+}
+
+void Lv2Processor::takeEvents() noexcept {
+  while (const MidiRecord* record = events_.front()) {
+    if (!plugin_->ports().appendMidi(*record)) {
+      return;
+    }
+    events_.pop();
+  }
+}
+
+void Lv2Processor::fillInputs(const audio::ProcessBlock& block) noexcept {
+  const std::span<float* const> inputs = plugin_->ports().audioInputs();
+  const audio::Stream source = block.inputs.empty() ? audio::Stream{} : block.inputs.front();
+  const bool isMixedDown = inputs.size() == 1 && source.channelCount > 1;
+  for (std::size_t index = 0; index < inputs.size(); ++index) {
+    float* const input = inputs[index];
+    if (source.channelCount == 0 || index >= audio::maximumStreamChannels) {
+      std::fill_n(input, block.frameCount, 0.0F);
+    } else if (isMixedDown) {
+      for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
+        input[frame] = 0.5F * (source.channels[0][frame] + source.channels[1][frame]);
+      }
+    } else {
+      std::copy_n(source.channels[index < source.channelCount ? index : 0], block.frameCount, input);
+    }
+  }
+}
+
+void Lv2Processor::writeOutputs(const audio::ProcessBlock& block) noexcept {
+  constexpr float glideSeconds = 0.01F;
+  const float wanted = gain_.load(std::memory_order_relaxed);
+  const float target = std::isfinite(wanted) ? wanted : 0.0F;
+  if (!std::exchange(hasSounded_, true)) {
+    soundingGain_ = target;
+  }
+  const float step = 1.0F / (glideSeconds * static_cast<float>(plugin_->sampleRate()));
+  for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
+    soundingGain_ += std::clamp(target - soundingGain_, -step, step);
+    gains_[frame] = soundingGain_;
+  }
+  const std::span<float* const> outputs = plugin_->ports().audioOutputs();
+  for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
+    const float* const output = outputs[std::min<std::size_t>(channel, outputs.size() - 1)];
+    for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
+      block.output.channels[channel][frame] = output[frame] * gains_[frame];
+    }
+  }
+  if (audio::silenceIfNotFinite(block.output, block.frameCount)) {
+    counters_->silencedBlocks.fetch_add(1, std::memory_order_relaxed);
+  }
+}
+
+bool Lv2Processor::sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+  if (midiMessageBytes(status) == 0) {
+    return false;
+  }
+  if (!events_.push({{status, data1, data2}})) {
+    counters_->droppedEvents.fetch_add(1, std::memory_order_relaxed);
+    return false;
+  }
+  return true;
+}
+
+void Lv2Processor::reset() {
+  const Outcome failure = withPlugin([this](HostedPlugin& plugin) -> Outcome {
+    while (events_.front() != nullptr) {
+      events_.pop();
+    }
+    const std::lock_guard lock(plugin.worker().workMutex());
+    plugin.reactivate();
+    return std::nullopt;
+  });
+  if (failure) {
+    plugin_->log().write(failure->description);
+  }
+}
+
+Outcome Lv2Processor::withPlugin(const std::function<Outcome(HostedPlugin&)>& action) {
+  const ControlHold hold(gate_);
+  if (!hold) {
+    return Error{"does not come back from its block"};
+  }
+  return action(*plugin_);
+}
+
+}  // namespace vrel::lv2

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/lv2/lv2_world.h"
+
+#include <lilv/lilv.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "system/plugins/lv2/describe_plugin.h"
+#include "system/plugins/lv2/urid_map.h"
+
+namespace vrel::lv2 {
+namespace {
+
+bool matches(std::uint32_t wanted, std::uint32_t code) {
+  return wanted == 0 || wanted == code;
+}
+
+bool matches(const AudioComponentDescription& wanted, const AudioComponentDescription& codes) {
+  return matches(wanted.componentType, codes.componentType) &&
+         matches(wanted.componentSubType, codes.componentSubType) &&
+         matches(wanted.componentManufacturer, codes.componentManufacturer);
+}
+
+}  // namespace
+
+std::shared_ptr<Lv2World> Lv2World::open() {
+  return std::shared_ptr<Lv2World>(new Lv2World());
+}
+
+Lv2World::Lv2World() : urids_(std::make_unique<UridMap>()) {
+  auto done = std::make_shared<std::promise<void>>();
+  scanned_ = done->get_future().share();
+  thread_.post([this, done] {
+    scan();
+    done->set_value();
+  });
+}
+
+Lv2World::~Lv2World() {
+  scanned_.wait();
+  // Posted last: released units may still stand in the queue, and need both to the end.
+  thread_.post([library = library_, urids = std::shared_ptr<UridMap>(std::move(urids_))] { lilv_world_free(library); });
+}
+
+std::vector<AVAudioUnitComponent> Lv2World::componentsMatchingDescription(
+    const AudioComponentDescription& description) {
+  scanned_.wait();
+  std::vector<AVAudioUnitComponent> components;
+  for (const auto& plugin : plugins_) {
+    if (matches(description, plugin->codes)) {
+      components.push_back({plugin->name, plugin->manufacturerName, plugin->codes});
+    }
+  }
+  return components;
+}
+
+std::shared_ptr<const PluginDescription> Lv2World::find(const AudioComponentDescription& codes) const {
+  scanned_.wait();
+  const auto found =
+      std::find_if(plugins_.begin(), plugins_.end(), [&codes](const auto& plugin) { return plugin->codes == codes; });
+  return found == plugins_.end() ? nullptr : *found;
+}
+
+const LilvPlugin* Lv2World::libraryPlugin(const std::string& uri) const {
+  LilvNode* node = lilv_new_uri(library_, uri.c_str());
+  const LilvPlugin* plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(library_), node);
+  lilv_node_free(node);
+  return plugin;
+}
+
+void Lv2World::scan() {
+  library_ = lilv_world_new();
+  lilv_world_load_all(library_);
+  const LilvPlugins* all = lilv_world_get_all_plugins(library_);
+  for (LilvIter* step = lilv_plugins_begin(all); !lilv_plugins_is_end(all, step); step = lilv_plugins_next(all, step)) {
+    PluginDescription description = describePlugin(library_, lilv_plugins_get(all, step));
+    if (description.codes.componentType != 0) {
+      plugins_.push_back(std::make_shared<const PluginDescription>(std::move(description)));
+    }
+  }
+}
+
+}  // namespace vrel::lv2

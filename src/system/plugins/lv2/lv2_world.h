@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// The LV2 plug-ins of the machine.
+//
+// Threads: the library behind it is not thread-safe, so one thread, the world thread, owns it; the
+// scan, every instantiation and every release run there, in order. `componentsMatchingDescription`
+// reads a finished list and waits only while the scan, begun on opening, still runs.
+// Ownership: held by the application and by every unit made from it; closes with the last of them.
+// Failure: a bundle that can not be read, or whose plug-in has no audio output, is left out of the
+// list; the others are not touched by it.
+
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/audio_component.h"
+#include "system/plugins/lv2/plugin_description.h"
+#include "system/plugins/lv2/serial_thread.h"
+
+struct LilvWorldImpl;   // the library's names for its world
+struct LilvPluginImpl;  // and for a plug-in in it
+
+namespace vrel::lv2 {
+
+class UridMap;
+
+class Lv2World final : public AVAudioUnitComponentManager, public std::enable_shared_from_this<Lv2World> {
+ public:
+  /// Begins the scan of the bundles on LV2_PATH, or in the usual places, and returns at once.
+  [[nodiscard]] static std::shared_ptr<Lv2World> open();
+
+  ~Lv2World() override;
+  Lv2World(const Lv2World&) = delete;
+  Lv2World& operator=(const Lv2World&) = delete;
+
+  [[nodiscard]] std::vector<AVAudioUnitComponent> componentsMatchingDescription(
+      const AudioComponentDescription& description) override;
+
+  /// The plug-in with exactly these codes, null when it is not installed. Any thread.
+  [[nodiscard]] std::shared_ptr<const PluginDescription> find(const AudioComponentDescription& codes) const;
+
+  /// Where everything that touches the library must run.
+  [[nodiscard]] SerialThread& thread() { return thread_; }
+
+  /// One map for all plug-ins of this world. Any thread.
+  [[nodiscard]] UridMap& urids() { return *urids_; }
+
+  /// The library's own objects. World thread; the plug-in is null when the library does not know it.
+  [[nodiscard]] LilvWorldImpl* library() { return library_; }
+  [[nodiscard]] const LilvPluginImpl* libraryPlugin(const std::string& uri) const;
+
+ private:
+  Lv2World();
+  void scan();
+
+  LilvWorldImpl* library_ = nullptr;
+  std::unique_ptr<UridMap> urids_;
+  std::vector<std::shared_ptr<const PluginDescription>> plugins_;  // written by the scan only
+  std::shared_future<void> scanned_;
+  SerialThread thread_;  // goes first, and takes what is still posted with it
+};
+
+}  // namespace vrel::lv2

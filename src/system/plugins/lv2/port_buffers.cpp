@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/lv2/port_buffers.h"
+
+#include <lv2/atom/util.h>
+#include <lv2/midi/midi.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "system/audio/node_processor.h"
+
+namespace vrel::lv2 {
+namespace {
+
+/// The first two audio ports of each direction carry the stream; the rest, if they are optional, and
+/// optional CV ports have nothing to say to this host.
+bool isLeftUnconnected(const PortDescription& port, std::size_t earlierOfItsKind) {
+  if (port.kind == PortKind::unsupported) {
+    return true;
+  }
+  const bool isSpare =
+      port.kind == PortKind::cv || (port.kind == PortKind::audio && earlierOfItsKind >= audio::maximumStreamChannels);
+  return port.isOptional && isSpare;
+}
+
+}  // namespace
+
+PortBuffers::PortBuffers(const PluginDescription& description, double sampleRate, UridMap& urids)
+    : locations_(description.ports.size()),
+      controls_(description.ports.size()),
+      bounds_(description.ports.size()),
+      sequenceType_(urids.map(LV2_ATOM__Sequence)),
+      chunkType_(urids.map(LV2_ATOM__Chunk)),
+      midiType_(urids.map(LV2_MIDI__MidiEvent)) {
+  makeAudio(description);
+  for (std::uint32_t index = 0; index < description.ports.size(); ++index) {
+    const PortDescription& port = description.ports[index];
+    if (port.kind == PortKind::control) {
+      makeControl(port, index, sampleRate);
+    } else if (port.kind == PortKind::atom) {
+      makeAtom(port, index);
+    }
+  }
+  beginBlock();
+}
+
+void PortBuffers::makeAudio(const PluginDescription& description) {
+  const auto isSampled = [](const PortDescription& port) {
+    return port.kind == PortKind::audio || port.kind == PortKind::cv;
+  };
+  const auto count = std::count_if(description.ports.begin(), description.ports.end(), isSampled);
+  samples_.resize(static_cast<std::size_t>(count) * audio::maximumBlockFrames);
+  float* next = samples_.data();
+  for (std::size_t index = 0; index < description.ports.size(); ++index) {
+    const PortDescription& port = description.ports[index];
+    auto& list = port.isInput ? audioInputs_ : audioOutputs_;
+    if (!isSampled(port) || isLeftUnconnected(port, list.size())) {
+      continue;
+    }
+    if (port.kind == PortKind::audio) {
+      list.push_back(next);
+    }
+    locations_[index] = next;
+    next += audio::maximumBlockFrames;
+  }
+}
+
+void PortBuffers::makeControl(const PortDescription& port, std::uint32_t index, double sampleRate) {
+  const auto scale = port.scalesWithRate ? static_cast<float>(sampleRate) : 1.0F;
+  constexpr float unbounded = std::numeric_limits<float>::max();
+  float minimum = std::isfinite(port.minimum) ? port.minimum * scale : -unbounded;
+  float maximum = std::isfinite(port.maximum) ? port.maximum * scale : unbounded;
+  if (minimum > maximum) {  // data that contradicts itself bounds nothing
+    minimum = -unbounded;
+    maximum = unbounded;
+  }
+  bounds_[index] = {minimum, maximum};
+  const float fallback = minimum > -unbounded ? minimum : 0.0F;
+  setControl(index, std::isfinite(port.defaultValue) ? port.defaultValue : fallback);
+  locations_[index] = &controls_[index];
+}
+
+void PortBuffers::makeAtom(const PortDescription& port, std::uint32_t index) {
+  auto atom = std::make_unique<AtomPort>();
+  const std::uint32_t bytes = std::clamp(port.minimumBytes, sequenceBytes, maximumAtomBytes);
+  atom->storage.resize((bytes + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t));
+  atom->isInput = port.isInput;
+  if (port.takesMidi && (midiInput_ == nullptr || (port.isDesignated && !midiIsDesignated_))) {
+    midiInput_ = atom.get();
+    midiIsDesignated_ = port.isDesignated;
+  }
+  locations_[index] = atom->storage.data();
+  atoms_.push_back(std::move(atom));
+}
+
+void PortBuffers::beginBlock() noexcept {
+  for (const auto& atom : atoms_) {
+    LV2_Atom_Sequence& sequence = *atom->sequence();
+    if (atom->isInput) {
+      sequence.atom = {sizeof(LV2_Atom_Sequence_Body), sequenceType_};
+      sequence.body = {0, 0};
+    } else {
+      sequence.atom = {atom->bytes() - static_cast<std::uint32_t>(sizeof(LV2_Atom)), chunkType_};
+    }
+  }
+}
+
+bool PortBuffers::appendMidi(const MidiRecord& record) noexcept {
+  const std::uint32_t size = midiMessageBytes(record.bytes[0]);
+  if (midiInput_ == nullptr || size == 0) {
+    return true;
+  }
+  LV2_Atom_Sequence& sequence = *midiInput_->sequence();
+  const std::uint32_t used = static_cast<std::uint32_t>(sizeof(LV2_Atom)) + lv2_atom_pad_size(sequence.atom.size);
+  const std::uint32_t needed = static_cast<std::uint32_t>(sizeof(LV2_Atom_Event)) + lv2_atom_pad_size(size);
+  if (needed > midiInput_->bytes() - used) {
+    return false;
+  }
+  auto* place = reinterpret_cast<std::byte*>(&sequence) + used;
+  LV2_Atom_Event event{};
+  event.time.frames = 0;
+  event.body = {size, midiType_};
+  std::memcpy(place, &event, sizeof event);
+  std::memcpy(place + sizeof event, record.bytes.data(), size);
+  sequence.atom.size += needed;
+  return true;
+}
+
+void PortBuffers::setControl(std::uint32_t index, float value) {
+  if (std::isfinite(value)) {
+    controls_[index] = std::clamp(value, bounds_[index].minimum, bounds_[index].maximum);
+  }
+}
+
+}  // namespace vrel::lv2

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "system/plugins/lv2/atom_urids.h"
+#include "system/plugins/lv2/message_ring.h"
+#include "system/plugins/lv2/midi_record.h"
+#include "system/plugins/lv2/serial_thread.h"
+#include "system/plugins/lv2/urid_map.h"
+
+namespace vrel::lv2 {
+namespace {
+
+TEST(MidiRecord, LengthFollowsFromTheStatus) {
+  EXPECT_EQ(midiMessageBytes(0x00), 0U);
+  EXPECT_EQ(midiMessageBytes(0x7F), 0U);
+  EXPECT_EQ(midiMessageBytes(0x80), 3U);
+  EXPECT_EQ(midiMessageBytes(0xBF), 3U);
+  EXPECT_EQ(midiMessageBytes(0xC0), 2U);
+  EXPECT_EQ(midiMessageBytes(0xDF), 2U);
+  EXPECT_EQ(midiMessageBytes(0xE0), 3U);
+  EXPECT_EQ(midiMessageBytes(0xF0), 3U);
+  EXPECT_EQ(midiMessageBytes(0xF8), 1U);
+  EXPECT_EQ(midiMessageBytes(0xFF), 1U);
+}
+
+TEST(Rings, RecordsCrossTwoThreadsInOrder) {
+  SpscRing<std::uint32_t, 8> ring;
+  constexpr std::uint32_t total = 100000;
+  std::thread producer([&ring] {
+    for (std::uint32_t value = 0; value < total;) {
+      value += ring.push(value) ? 1U : 0U;
+    }
+  });
+  for (std::uint32_t expected = 0; expected < total;) {
+    if (const std::uint32_t* value = ring.front()) {
+      EXPECT_EQ(*value, expected++);
+      ring.pop();
+    }
+  }
+  producer.join();
+  EXPECT_EQ(ring.front(), nullptr);
+}
+
+TEST(Rings, MessagesOfAllLengthsCrossTwoThreadsWhole) {
+  MessageRing ring;
+  constexpr std::uint32_t total = 20000;
+  const auto lengthOf = [](std::uint32_t number) { return number * 7919 % 3000; };
+  std::thread producer([&] {
+    for (std::uint32_t number = 0; number < total;) {
+      const std::vector<std::byte> message(lengthOf(number), static_cast<std::byte>(number));
+      number += ring.write(message) ? 1U : 0U;
+    }
+  });
+  std::vector<std::byte> out(MessageRing::maximumMessageBytes);
+  for (std::uint32_t number = 0; number < total;) {
+    if (const auto length = ring.read(out)) {
+      ASSERT_EQ(*length, lengthOf(number));
+      for (std::uint32_t index = 0; index < *length; ++index) {
+        ASSERT_EQ(out[index], static_cast<std::byte>(number));
+      }
+      ++number;
+    }
+  }
+  producer.join();
+}
+
+TEST(Rings, AMessageWithoutRoomIsNotWrittenAtAll) {
+  MessageRing ring;
+  std::vector<std::byte> out(MessageRing::maximumMessageBytes);
+  EXPECT_FALSE(ring.write(std::vector<std::byte>(MessageRing::maximumMessageBytes + 1)));
+  EXPECT_TRUE(ring.write(std::vector<std::byte>(MessageRing::maximumMessageBytes)));
+  EXPECT_FALSE(ring.write({}));
+  EXPECT_EQ(ring.read(out), MessageRing::maximumMessageBytes);
+  EXPECT_FALSE(ring.read(out).has_value());
+  EXPECT_TRUE(ring.write({}));
+  EXPECT_EQ(ring.read(out), 0U);
+}
+
+TEST(UridMap, NumbersAreStableAndComeBackAsTheirUris) {
+  UridMap urids;
+  const LV2_URID first = urids.map("urn:a");
+  const LV2_URID second = urids.map("urn:b");
+  EXPECT_NE(first, 0U);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(urids.map(std::string("urn:a")), first);
+  EXPECT_STREQ(urids.unmap(second), "urn:b");
+  EXPECT_EQ(urids.unmap(0), nullptr);
+  EXPECT_EQ(urids.unmap(second + 1), nullptr);
+}
+
+TEST(SerialThread, WorkRunsInOrderAndAllOfItBeforeTheEnd) {
+  std::vector<int> order;
+  {
+    SerialThread thread;
+    for (int number = 0; number < 100; ++number) {
+      thread.post([&order, number] { order.push_back(number); });
+    }
+    thread.runAndWait([&] { EXPECT_TRUE(thread.isCurrent()); });
+    EXPECT_EQ(order.size(), 100U);
+    thread.runAndWait([&] { thread.runAndWait([&order] { order.push_back(100); }); });
+    thread.post([&order] { order.push_back(101); });
+  }
+  std::vector<int> expected(102);
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_EQ(order, expected);
+}
+
+/// Lays words out as a plug-in would.
+std::vector<std::uint8_t> bytesOf(std::span<const std::uint32_t> words) {
+  std::vector<std::uint8_t> bytes(words.size_bytes());
+  std::memcpy(bytes.data(), words.data(), bytes.size());
+  return bytes;
+}
+
+TEST(AtomUrids, NumbersDeepInsideAValueAreFound) {
+  UridMap urids;
+  const AtomUrids atoms(urids);
+  const LV2_URID object = urids.map(LV2_ATOM__Object);
+  const LV2_URID urid = urids.map(LV2_ATOM__URID);
+  const LV2_URID vector = urids.map(LV2_ATOM__Vector);
+  const LV2_URID integer = urids.map(LV2_ATOM__Int);
+  // An object (id 0, class 501) with two properties: 502 is the number 503, 504 a vector of numbers.
+  const std::array<std::uint32_t, 18> words{0, 501, 502,    0, 4,    urid, 503, 0, 504,
+                                            0, 16,  vector, 4, urid, 505,  506, 0, 0};
+  std::vector<std::uint8_t> value = bytesOf(std::span(words).first(16));
+  std::vector<LV2_URID> found;
+  EXPECT_TRUE(atoms.translate(object, value, [&found](LV2_URID number) {
+    found.push_back(number);
+    return number;
+  }));
+  EXPECT_EQ(found, (std::vector<LV2_URID>{501, 502, urid, 503, 504, vector, urid, 505, 506}));
+  EXPECT_EQ(value, bytesOf(std::span(words).first(16)));
+
+  std::vector<std::uint8_t> plain = bytesOf(std::array<std::uint32_t, 1>{77});
+  EXPECT_TRUE(atoms.translate(integer, plain, [](LV2_URID) { return LV2_URID{1}; }));
+  EXPECT_EQ(plain, bytesOf(std::array<std::uint32_t, 1>{77}));
+}
+
+TEST(AtomUrids, EveryTruncationOfAValueEndsWithoutReadingPastIt) {
+  UridMap urids;
+  const AtomUrids atoms(urids);
+  const LV2_URID tuple = urids.map(LV2_ATOM__Tuple);
+  const LV2_URID sequence = urids.map(LV2_ATOM__Sequence);
+  const LV2_URID urid = urids.map(LV2_ATOM__URID);
+  const std::array<std::uint32_t, 12> words{4, urid, 9, 0, 24, tuple, 4, urid, 9, 0, 4, urid};
+  const auto same = [](LV2_URID number) { return number; };
+  for (std::size_t length = 0; length <= words.size() * 4; ++length) {
+    std::vector<std::uint8_t> value = bytesOf(words);
+    value.resize(length);
+    value.shrink_to_fit();
+    const bool isWhole = length == 0 || (length >= 12 && length <= 16);  // the last padding may be missing
+    EXPECT_EQ(atoms.translate(tuple, value, same), isWhole) << length;
+    EXPECT_EQ(atoms.translate(sequence, value, same), length == 8) << length;
+  }
+}
+
+TEST(AtomUrids, EndlessNestingIsRefused) {
+  UridMap urids;
+  const AtomUrids atoms(urids);
+  const LV2_URID tuple = urids.map(LV2_ATOM__Tuple);
+  std::vector<std::uint32_t> words;
+  for (std::uint32_t level = 100; level > 0; --level) {
+    words.push_back((level - 1) * 8);
+    words.push_back(tuple);
+  }
+  std::vector<std::uint8_t> value = bytesOf(words);
+  EXPECT_FALSE(atoms.translate(tuple, value, [](LV2_URID number) { return number; }));
+}
+
+}  // namespace
+}  // namespace vrel::lv2
