@@ -40,7 +40,7 @@ std::vector<AudioPluginSlot> moved(const std::vector<AudioPluginSlot>& slots, co
 }  // namespace
 
 void EffectRacks::instantiateEffectNode(const AVAudioUnitComponent& component,
-                                        std::function<void(UnitNode)> completion) {
+                                        const std::function<void(UnitNode)>& completion) {
   const auto outOfProcess = [component, completion, &console = with_.console](const UnitNode& node,
                                                                               const std::optional<Error>& error) {
     if (error) {

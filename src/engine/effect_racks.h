@@ -52,7 +52,7 @@ class EffectRacks {
 
   /// Makes an effect in process or, when that fails, out of process. `completion` gets the node or
   /// none, once, on any thread.
-  void instantiateEffectNode(const AVAudioUnitComponent& component, std::function<void(UnitNode)> completion);
+  void instantiateEffectNode(const AVAudioUnitComponent& component, const std::function<void(UnitNode)>& completion);
 
   /// Puts `node` into the slot with this id, or into a new slot at the end; the slot's saved state
   /// goes with the old plug-in. `completion` may be empty; it gets true.

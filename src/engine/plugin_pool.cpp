@@ -72,7 +72,7 @@ void PluginPool::prewarmStep(const std::string& key, const PluginComponentResolv
     return;
   }
   instantiateInstrumentNode(component->audioComponentDescription,
-                            [weak = weak_from_this(), key](Node node, std::optional<Error> error) {
+                            [weak = weak_from_this(), key](Node node, const std::optional<Error>& error) {
                               if (const auto self = weak.lock()) {
                                 self->endPrewarm(key, std::move(node), error);
                               }

@@ -35,7 +35,7 @@ class SimulatedPropertyLists : public NSPropertyListSerialization {
         return ticket;
       }
     }
-    const PropertyListData ticket{'p', 'l', static_cast<std::uint8_t>(values_.size())};
+    PropertyListData ticket{'p', 'l', static_cast<std::uint8_t>(values_.size())};
     values_.emplace(ticket, value);
     return ticket;
   }

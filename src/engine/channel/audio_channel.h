@@ -52,7 +52,7 @@ class ChannelMixer {
 class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
  public:
   /// Makes no node and touches no graph.
-  AudioChannel(std::string name, std::weak_ptr<ChannelMixer> engine);
+  AudioChannel(std::string channelName, std::weak_ptr<ChannelMixer> owner);
 
   const Uuid id = Uuid::fresh();
   Observable<std::string> name;

@@ -195,7 +195,7 @@ void HallReverb::endSlice() noexcept {
 
 void HallReverb::processPart(const float* left, const float* right, float* wetLeft, float* wetRight,
                              std::uint32_t count) noexcept {
-  std::array<Slice, 2> diffused;
+  std::array<Slice, 2> diffused;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the next two lines
   diffuse(sides_[0], left, diffused[0], count);
   diffuse(sides_[1], right, diffused[1], count);
   for (std::size_t index = 0; index < lineCount; ++index) {
@@ -269,9 +269,9 @@ void HallReverb::readLine(const Line& line, float* output, std::uint32_t count) 
 
 void HallReverb::damp(std::size_t firstLine, std::uint32_t count) noexcept {
   // Four recursions side by side, since each alone waits for its own last result.
-  std::array<float, 4> state;
-  std::array<float, 4> pass;
-  std::array<float, 4> pole;
+  std::array<float, 4> state{};
+  std::array<float, 4> pass{};
+  std::array<float, 4> pole{};
   for (std::size_t lane = 0; lane < 4; ++lane) {
     const Line& line = lines_[firstLine + lane];
     state[lane] = line.lowPass;

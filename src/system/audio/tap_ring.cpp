@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t minimumFrames = 7200;
 constexpr std::size_t minimumSlots = 4;
 
-static_assert(minimumFrames >= 4 * maximumBlockFrames);
+static_assert(minimumFrames >= std::size_t{4} * maximumBlockFrames);
 
 }  // namespace
 

@@ -22,7 +22,7 @@ class Capture : public SimulatedStage {
   static void setUnity(AudioChannel& channel) { channel.volume.set(0.75F); }
 
   std::shared_ptr<AudioChannel> playingFile(std::vector<std::pair<float, float>> peaks) {
-    const auto channel = engine->addChannel("File");
+    auto channel = engine->addChannel("File");
     setUnity(*channel);
     channel->pluginPath.set("internal:playback");
     channel->playbackIsPlaying.set(true);
