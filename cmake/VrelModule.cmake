@@ -58,21 +58,3 @@ function(vrel_benchmark name)
   add_test(NAME bench.${name} COMMAND ${name} --benchmark_min_time=0.001)
   set_tests_properties(bench.${name} PROPERTIES LABELS bench TIMEOUT 300)
 endfunction()
-
-# vrel_fuzz(name SOURCES ... DEPENDS ... CORPUS folder)
-# One libFuzzer target. Its CTest replays the corpus and then fuzzes for a short while; what it finds on the way
-# stays in the build folder. For a long run: build/fuzz/fuzz/<name> NEW_CORPUS CORPUS
-add_custom_target(fuzz_targets)
-function(vrel_fuzz name)
-  cmake_parse_arguments(ARG "" "CORPUS" "SOURCES;DEPENDS" ${ARGN})
-  add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS})
-  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
-  set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}.found)
-  file(MAKE_DIRECTORY ${found})
-  add_test(NAME fuzz.${name}
-    COMMAND ${name} -max_total_time=20 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
-            -artifact_prefix=${found}/ ${found} ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_CORPUS})
-  set_tests_properties(fuzz.${name} PROPERTIES LABELS fuzz TIMEOUT 120)
-  add_dependencies(fuzz_targets ${name})
-endfunction()
