@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/event_log.h"
+
+#include <cerrno>
+#include <nlohmann/json.hpp>
+#include <system_error>
+#include <utility>
+
+namespace vrel::render {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+void writeLine(std::ofstream& file, const Json& object) {
+  file << object.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace
+
+EventLog::EventLog(std::string path, std::ofstream file) : path_(std::move(path)), file_(std::move(file)) {}
+
+Result<EventLog> EventLog::create(const std::string& path) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  if (!file) {
+    return Error{"can not write " + path + ": " + std::generic_category().message(errno)};
+  }
+  return EventLog(path, std::move(file));
+}
+
+void EventLog::midi(double seconds, std::size_t strip, std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+  writeLine(
+      file_,
+      {{"t", seconds}, {"kind", "midi"}, {"channel", strip}, {"status", status}, {"data1", data1}, {"data2", data2}});
+}
+
+void EventLog::status(double seconds, std::size_t strip, const std::string& text) {
+  writeLine(file_, {{"t", seconds}, {"kind", "status"}, {"channel", strip}, {"status", text}});
+}
+
+void EventLog::song(double seconds, std::size_t index) {
+  writeLine(file_, {{"t", seconds}, {"kind", "song"}, {"index", index}});
+}
+
+Outcome EventLog::close() {
+  file_.close();
+  if (!file_) {
+    return Error{"can not write " + path_ + " to its end"};
+  }
+  return {};
+}
+
+}  // namespace vrel::render

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/load_problems.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "document/plugin_path.h"
+#include "engine/audio_engine.h"
+
+namespace vrel::render {
+namespace {
+
+std::string reason(const std::string& path, const std::vector<AVAudioUnitComponent>& components) {
+  if (path == pathPlayback) {
+    return "audio files can not be played yet";
+  }
+  if (!resolvePluginPath(path, components)) {
+    return path + " is not installed";
+  }
+  return path + " did not load";
+}
+
+void addEffectProblems(std::vector<std::string>& problems, const std::string& where, const AudioChannel& channel,
+                       const SongStage::Components& components) {
+  const auto& nodes = channel.effectNodes.get();
+  for (const auto& slot : channel.effectSlots.get()) {
+    if (!slot.pluginPath.empty() && !nodes.contains(slot.id)) {
+      problems.push_back(where + ": no effect \"" + slot.pluginName + "\" (" +
+                         reason(slot.pluginPath, components.effects) + ")");
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine& engine,
+                                      const SongStage::Components& components) {
+  std::vector<std::string> problems;
+  const std::string songName = "song \"" + song.name + "\", ";
+  const auto& channels = engine.channels();
+  for (std::size_t strip = 0; strip < std::min(channels.size(), song.channels.size()); ++strip) {
+    const auto& channel = *channels[strip];
+    const std::string where = songName + "channel \"" + channel.name.get() + "\"";
+    const auto& status = channel.status.get();
+    if (status == channel_status::loadFailed || status == channel_status::crashed) {
+      problems.push_back(where + ": " + status + " (" +
+                         reason(song.channels[strip].pluginPath, components.instruments) + ")");
+    }
+    addEffectProblems(problems, where, channel, components);
+  }
+  addEffectProblems(problems, songName + "master", *engine.masterChannel(), components);
+  return problems;
+}
+
+}  // namespace vrel::render

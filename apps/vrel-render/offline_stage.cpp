@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/offline_stage.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+#include <variant>
+
+#include "document/component_scan.h"
+#include "platform/console_output.h"
+#include "vrel-render/load_problems.h"
+
+namespace vrel::render {
+namespace {
+
+lv2::HostSettings hostSettings(const OfflineStage::Settings& settings, ConsoleOutput& console,
+                               std::shared_ptr<PluginCounters> counters) {
+  lv2::HostSettings host;
+  host.sampleRate = settings.rate;
+  host.nominalBlockFrames = settings.block;
+  host.workerMode = lv2::WorkerMode::withinBlock;
+  host.log = [&console](const std::string& line) { console.print(line); };
+  host.counters = std::move(counters);
+  return host;
+}
+
+void addCount(std::vector<std::string>& problems, std::uint64_t count, const std::string& what) {
+  if (count > 0) {
+    problems.push_back(std::to_string(count) + " " + what);
+  }
+}
+
+}  // namespace
+
+OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> world, ConsoleOutput& console,
+                           EventLog* log)
+    : console_(console),
+      device_(std::make_shared<audio::OfflineDevice>(settings.rate, settings.block)),
+      nodes_(device_, renderCounters_),
+      lv2Units_(world, hostSettings(settings, console, pluginCounters_)),
+      units_(lv2Units_, mainLoop_),
+      components_{scanInstrumentComponents(*world), scanAudioEffectComponents(*world)},
+      engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console})),
+      stage_(*engine_, console, components_),
+      recorder_(*engine_, stage_, clock_, log),
+      input_(mainLoop_, engine_) {}
+
+Outcome OfflineStage::start(std::vector<SongConfig> songs) {
+  stage_.songs = std::move(songs);
+  mainLoop_.runPending();
+  if (engine_->engine().isRunning()) {
+    return {};
+  }
+  return engine_->lastEngineStartError().value_or(Error{"the audio engine did not start"});
+}
+
+void OfflineStage::applySong(std::size_t index) {
+  if (index >= stage_.songs.size()) {
+    return;
+  }
+  stage_.applySong(static_cast<std::ptrdiff_t>(index));
+  recorder_.watchStrips();
+  waitForPlugins();
+  noteLoadProblems(stage_.songs[index]);
+}
+
+void OfflineStage::waitForPlugins() {
+  // The pool comes first: asking it lets its queue do what was posted to it, so that whatever has no answer
+  // yet will bring one to the main queue, which ends the sleep.
+  mainLoop_.waitUntil([this] { return isPoolIdle() && stage_.pendingLoads() == 0; });
+  mainLoop_.runPending();
+}
+
+bool OfflineStage::isPoolIdle() {
+  std::set<std::string> keys;
+  for (const auto& song : stage_.songs) {
+    for (const auto& channel : song.channels) {
+      keys.insert(channel.pluginPath);
+    }
+  }
+  return std::none_of(keys.begin(), keys.end(),
+                      [this](const std::string& key) { return engine_->pluginPool().isPrewarming(key); });
+}
+
+void OfflineStage::noteLoadProblems(const SongConfig& song) {
+  for (auto& problem : loadProblems(song, *engine_, components_)) {
+    if (std::find(loadProblems_.begin(), loadProblems_.end(), problem) == loadProblems_.end()) {
+      loadProblems_.push_back(std::move(problem));
+    }
+  }
+}
+
+void OfflineStage::perform(const ShowStep& step) {
+  mainLoop_.advanceUpTo(step.seconds);
+  if (const auto* packet = std::get_if<MidiPacket>(&step.action)) {
+    input_.receive(*packet);
+  } else if (const auto* song = std::get_if<SongStep>(&step.action)) {
+    if (song->index && *song->index < stage_.songs.size()) {
+      applySong(*song->index);
+    } else {
+      console_.print("'" + song->text + "' names no song of the setlist");
+    }
+  } else {
+    engine_->panic();
+  }
+  mainLoop_.runPending();
+}
+
+audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
+  mainLoop_.advanceUpTo(seconds);
+  return device_->renderBlock();
+}
+
+const std::vector<SongConfig>& OfflineStage::captureSongs() {
+  stage_.captureCurrentSong();
+  return stage_.songs;
+}
+
+std::vector<std::string> OfflineStage::problems() const {
+  std::vector<std::string> problems = loadProblems_;
+  if (const auto& error = engine_->lastEngineStartError()) {
+    problems.push_back("the audio engine did not start again: " + error->description);
+  }
+  const auto& plugins = *pluginCounters_;
+  addCount(problems, plugins.droppedEvents, "events found no room in an instrument");
+  addCount(problems, plugins.silencedBlocks, "blocks of a plug-in were not finite and were silenced");
+  addCount(problems, plugins.skippedBlocks, "blocks went by without a plug-in that was being set up");
+  addCount(problems, plugins.refusedWork, "pieces of a plug-in's background work found no room");
+  const auto& blocks = *renderCounters_;
+  addCount(problems, blocks.silentBlocks, "blocks were silent, since the engine was stopped");
+  addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix were not finite and were silenced");
+  addCount(problems, blocks.droppedMidiEvents, "events were dropped");
+  addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");
+  addCount(problems, blocks.refusedNodes, "nodes were refused by the audio graph");
+  return problems;
+}
+
+}  // namespace vrel::render

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "engine/audio_engine.h"
+#include "foundation/result.h"
+#include "performance/song_stage.h"
+#include "system/audio/offline_device.h"
+#include "system/audio/render_counters.h"
+#include "system/audio/render_node_factory.h"
+#include "system/dispatch/offline_main_loop.h"
+#include "system/dispatch/serial_queue.h"
+#include "system/plugins/lv2/lv2_unit_factory.h"
+#include "system/property_list/libplist_serialization.h"
+#include "vrel-render/main_queue_units.h"
+#include "vrel-render/packet_input.h"
+#include "vrel-render/show.h"
+#include "vrel-render/stage_recorder.h"
+
+namespace vrel {
+class ConsoleOutput;
+}  // namespace vrel
+
+namespace vrel::render {
+
+class EventLog;
+
+/// The whole program without a console: the machine's plug-ins, the render graph and the logic on it, on
+/// a clock of its own that moves only here. One thread, which plays main thread and audio thread in turn.
+class OfflineStage {
+ public:
+  struct Settings {
+    int rate = 48000;           // frames per second
+    std::uint32_t block = 128;  // frames
+  };
+
+  /// All are borrowed; the log may be null.
+  OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> world, ConsoleOutput& console, EventLog* log);
+  OfflineStage(const OfflineStage&) = delete;
+  OfflineStage& operator=(const OfflineStage&) = delete;
+
+  /// Starts the engine with an empty stage. Comes first, once.
+  [[nodiscard]] Outcome start(std::vector<SongConfig> songs);
+
+  /// Puts a song on stage and waits, with the clock standing, until all its plug-ins and those made
+  /// ahead have answered. An index out of range does nothing.
+  void applySong(std::size_t index);
+
+  /// Does what the performer does, at its own time, after what falls due before it.
+  void perform(const ShowStep& step);
+
+  /// Does what falls due before `seconds` of the show, then renders the next block. What it gives stands
+  /// until the next call.
+  audio::OfflineDevice::Block renderBlockUntil(double seconds);
+
+  /// The setlist as a save would write it: the song on stage captured.
+  [[nodiscard]] const std::vector<SongConfig>& captureSongs();
+
+  [[nodiscard]] const std::vector<SongConfig>& songs() const { return stage_.songs; }
+  [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return recorder_.songsApplied(); }
+
+  /// What went wrong so far: what is missing in the songs that were on stage, and what was counted in the blocks.
+  [[nodiscard]] std::vector<std::string> problems() const;
+
+ private:
+  [[nodiscard]] bool isPoolIdle();
+  void waitForPlugins();
+  void noteLoadProblems(const SongConfig& song);
+
+  // In the order of birth; what stands further down uses what stands above.
+  ConsoleOutput& console_;
+  system::OfflineClock clock_;
+  system::OfflineMainLoop mainLoop_{clock_};
+  system::SerialQueueFactory queues_;
+  system::LibplistSerialization propertyLists_;
+  std::shared_ptr<audio::OfflineDevice> device_;
+  std::shared_ptr<audio::RenderCounters> renderCounters_ = std::make_shared<audio::RenderCounters>();
+  std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
+  audio::RenderNodeFactory nodes_;
+  lv2::Lv2UnitFactory lv2Units_;
+  MainQueueUnits units_;
+  SongStage::Components components_;
+  std::shared_ptr<AudioEngine> engine_;
+  SongStage stage_;
+  StageRecorder recorder_;
+  PacketInput input_;
+  std::vector<std::string> loadProblems_;  // each once
+};
+
+}  // namespace vrel::render

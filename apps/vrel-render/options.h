@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "foundation/result.h"
+
+namespace vrel::render {
+
+/// What the command line asks for. Paths are absent where nothing was given.
+struct Options {
+  bool help = false;
+  bool listPlugins = false;
+  std::string setlistPath{};  // empty only with one of the two above
+  std::optional<std::string> showPath{};
+  std::optional<std::string> outPath{};
+  std::optional<std::string> eventsPath{};
+  std::optional<std::string> savePath{};
+  std::uint32_t song = 0;
+  int rate = 48000;           // frames per second, 8000 to 192000
+  std::uint32_t block = 128;  // frames
+  double tail = 2;            // seconds, 0 to a day
+};
+
+/// Reads the arguments, without the program's name. An error is one line about the first thing that
+/// is wrong. What the files hold is not looked at.
+[[nodiscard]] Result<Options> parseOptions(std::span<const std::string> arguments);
+
+/// Several lines, with a line end.
+[[nodiscard]] std::string usage();
+
+}  // namespace vrel::render

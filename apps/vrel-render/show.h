@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "midi/standard_midi_file.h"
+
+namespace vrel::render {
+
+/// A message as it comes from a keyboard: the bytes of one packet.
+using MidiPacket = std::vector<std::uint8_t>;
+
+/// A click on a song of the list; no index where the text names none.
+struct SongStep {
+  std::optional<std::uint32_t> index{};
+  std::string text{};  // as it stood in the file, for a person
+
+  bool operator==(const SongStep&) const = default;
+};
+
+/// A press of the panic button.
+struct PanicStep {
+  bool operator==(const PanicStep&) const = default;
+};
+
+/// What the performer does at one moment.
+struct ShowStep {
+  double seconds = 0;  // since the start of the show
+  std::variant<MidiPacket, SongStep, PanicStep> action{};
+
+  bool operator==(const ShowStep&) const = default;
+};
+
+/// The steps of a performance, in the file's order. Texts and markers other than `song ...` and `panic`
+/// are passed over.
+[[nodiscard]] std::vector<ShowStep> showSteps(const MidiFile& file);
+
+}  // namespace vrel::render

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/stage_recorder.h"
+
+#include <cstdint>
+#include <string>
+
+#include "engine/audio_engine.h"
+#include "performance/song_stage.h"
+#include "system/dispatch/offline_main_loop.h"
+#include "system/plugins/observable_instrument.h"
+#include "vrel-render/event_log.h"
+
+namespace vrel::render {
+
+StageRecorder::StageRecorder(AudioEngine& engine, SongStage& stage, const system::OfflineClock& clock, EventLog* log)
+    : engine_(engine),
+      clock_(clock),
+      log_(log),
+      applied_(stage.songApplied.connect([this](std::size_t index) { songWasApplied(index); })) {}
+
+StageRecorder::~StageRecorder() {
+  leaveStrips();
+}
+
+void StageRecorder::songWasApplied(std::size_t index) {
+  leaveStrips();
+  songsApplied_.push_back(index);
+  if (log_ != nullptr) {
+    log_->song(clock_.seconds(), index);
+  }
+}
+
+// An instrument goes back to the pool, from where another strip may take it.
+void StageRecorder::leaveStrips() {
+  connections_.clear();
+  for (const auto& weak : instruments_) {
+    if (auto* instrument = dynamic_cast<ObservableInstrument*>(weak.lock().get())) {
+      instrument->setEventObserver(nullptr);
+    }
+  }
+  instruments_.clear();
+}
+
+void StageRecorder::watchStrips() {
+  if (log_ == nullptr) {
+    return;
+  }
+  const auto& channels = engine_.channels();
+  for (std::size_t strip = 0; strip < channels.size(); ++strip) {
+    watch(*channels[strip], strip);
+  }
+}
+
+void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
+  if (channel.status.get() != channel_status::noPlugin) {
+    log_->status(clock_.seconds(), strip, channel.status.get());
+  }
+  connections_.push_back(channel.status.changed.connect(
+      [this, strip](const std::string& text) { log_->status(clock_.seconds(), strip, text); }));
+  connections_.push_back(channel.instrumentNode.changed.connect(
+      [this, strip](const std::shared_ptr<AVAudioNode>& node) { watchInstrument(node, strip); }));
+  watchInstrument(channel.instrumentNode.get(), strip);
+}
+
+void StageRecorder::watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip) {
+  auto* instrument = dynamic_cast<ObservableInstrument*>(node.get());
+  if (instrument == nullptr) {
+    return;
+  }
+  instruments_.push_back(node);
+  instrument->setEventObserver([this, strip](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+    log_->midi(clock_.seconds(), strip, status, data1, data2);
+  });
+}
+
+}  // namespace vrel::render
