@@ -2,12 +2,20 @@
 #include "system/audio/render_engine.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "system/audio/mixer_node.h"
 #include "system/audio/output_node.h"
 
 namespace vrel::audio {
+namespace {
+
+// Frames per second. What lies outside is a fault of a driver, and would size delays accordingly.
+constexpr double lowestSampleRate = 1000;
+constexpr double highestSampleRate = 1e6;
+
+}  // namespace
 
 RenderEngine::RenderEngine(std::shared_ptr<OutputDevice> device, std::shared_ptr<RenderCounters> counters)
     : device_(std::move(device)),
@@ -97,10 +105,11 @@ Outcome RenderEngine::start() {
   if (isRunning()) {
     return {};
   }
-  if (!(device_->sampleRate() > 0)) {
-    return Error{"the audio device has no sample rate"};
+  const double sampleRate = device_->sampleRate();
+  if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate)) {
+    return Error{"the audio device has a sample rate of " + std::to_string(sampleRate) + ", which can not be used"};
   }
-  graph_.setSampleRate(device_->sampleRate());
+  graph_.setSampleRate(sampleRate);
   // The plan first: a device that begins to ask finds sound, not a gap.
   replacePlan(compilePlan());
   if (Outcome failure = startDevice()) {

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "support/audio/graph_stage.h"
+#include "support/audio/hammering_device.h"
+#include "support/audio/measure.h"
+#include "system/audio/denormal_guard.h"
+#include "system/audio/finite_guard.h"
+#include "system/audio/paced_null_device.h"
+
+namespace vrel::audio::test {
+namespace {
+
+TEST(RunningGraph, StopsAndStartsUnderARenderThatNeverPauses) {
+  StageOn<HammeringDevice> stage(std::make_shared<HammeringDevice>());
+  std::vector<Strip> strips;
+  for (std::uint32_t index = 0; index < 8; ++index) {
+    strips.push_back(stage.addStrip(1 + index % 2, noise(index)));
+    strips.back().reverb->setWetDryMix(index % 3 == 0 ? 30.0F : 0.0F);
+  }
+  ASSERT_FALSE(stage.engine->start());
+  for (std::size_t turn = 0; turn < 200; ++turn) {
+    const Strip& strip = strips[turn % strips.size()];
+    stage.engine->stop();
+    const std::uint64_t blocks = strip.source->log()->blocks.load();
+    stage.unwire(strip);
+    std::this_thread::yield();
+    EXPECT_EQ(strip.source->log()->blocks.load(), blocks) << "rendered while stopped";
+    stage.wire(strip);
+    ASSERT_FALSE(stage.engine->start());
+    strip.meter->setOutputVolume(static_cast<float>(turn % 7) / 7.0F);
+    strip.reverb->setWetDryMix(static_cast<float>(turn % 5) * 20.0F);
+  }
+  EXPECT_EQ(stage.engine->retiredPlans(), 0U);
+  EXPECT_EQ(stage.counters->nonFiniteBlocks.load(), 0U);
+  EXPECT_EQ(stage.counters->overdueWaits.load(), 0U);
+}
+
+TEST(RunningGraph, TakesNewLinksWithoutAStop) {
+  StageOn<HammeringDevice> stage(std::make_shared<HammeringDevice>());
+  const Strip strip = stage.addStrip(2, noise(1));
+  ASSERT_FALSE(stage.engine->start());
+  stage.device->awaitBlocks(1);
+  const std::uint64_t silent = stage.counters->silentBlocks.load();
+  for (int turn = 0; turn < 300; ++turn) {
+    stage.unwire(strip);
+    stage.wire(strip);
+  }
+  stage.device->awaitBlocks(2);
+  EXPECT_EQ(stage.counters->silentBlocks.load(), silent);
+  stage.engine->stop();
+  EXPECT_EQ(stage.engine->retiredPlans(), 0U);
+}
+
+TEST(RunningGraph, FewPlansAreEverMade) {
+  // Plans that were left are filled again: what waits never piles up.
+  StageOn<HammeringDevice> stage(std::make_shared<HammeringDevice>());
+  const Strip strip = stage.addStrip(2, noise(1));
+  ASSERT_FALSE(stage.engine->start());
+  for (int turn = 0; turn < 100; ++turn) {
+    stage.engine->disconnectNodeOutput(strip.meter);
+    stage.link(strip.meter, stage.engine->mainMixerNode());
+    stage.device->awaitBlocks(2);
+    EXPECT_LE(stage.engine->retiredPlans(), 2U);
+  }
+}
+
+TEST(RunningGraph, TheEngineMayDieWhileTheDeviceRuns) {
+  const auto device = std::make_shared<HammeringDevice>();
+  for (int turn = 0; turn < 10; ++turn) {
+    StageOn<HammeringDevice> stage(device);
+    const Strip strip = stage.addStrip(2, noise(1));
+    strip.meter->installTap(0, 128, std::nullopt, [](const AVAudioPCMBuffer&) {});
+    ASSERT_FALSE(stage.engine->start());
+    device->awaitBlocks(3);
+    stage.engine.reset();
+    EXPECT_FALSE(device->isRunning());
+  }
+}
+
+TEST(RunningGraph, LevelsMayChangeFromTheMainThreadAtAnyTime) {
+  StageOn<HammeringDevice> stage(std::make_shared<HammeringDevice>());
+  const Strip strip = stage.addStrip(2, noise(1));
+  ASSERT_FALSE(stage.engine->start());
+  for (int turn = 0; turn < 5000; ++turn) {
+    strip.meter->setOutputVolume(static_cast<float>(turn % 100) / 100.0F);
+    strip.reverb->setWetDryMix(static_cast<float>(turn % 101));
+    ASSERT_EQ(strip.reverb->wetDryMix(), static_cast<float>(turn % 101));
+  }
+  stage.device->awaitBlocks(2);
+}
+
+TEST(PacedDevice, AsksForBlocksAndStops) {
+  const auto device = std::make_shared<PacedNullDevice>(48000, 32);
+  StageOn<PacedNullDevice> stage(device);
+  const Strip strip = stage.addStrip(1, constant(1));
+  ASSERT_FALSE(stage.engine->start());
+  while (device->blocksPlayed() < 20) {
+    std::this_thread::yield();
+  }
+  stage.engine->stop();
+  EXPECT_GE(strip.source->log()->frames.load(), 20U * 32U - 32U);
+  device->stop();
+  const std::uint64_t played = device->blocksPlayed();
+  EXPECT_FALSE(device->isRunning());
+  // A device that went away is opened again by the next start.
+  ASSERT_FALSE(stage.engine->start());
+  EXPECT_TRUE(device->isRunning());
+  while (device->blocksPlayed() < played + 2) {
+    std::this_thread::yield();
+  }
+}
+
+TEST(PacedDevice, RefusesNonsenseAndASecondUser) {
+  const auto device = std::make_shared<PacedNullDevice>(48000, 128);
+  StageOn<PacedNullDevice> first(device);
+  StageOn<PacedNullDevice> second(device);
+  ASSERT_FALSE(first.engine->start());
+  EXPECT_TRUE(second.engine->start());
+  EXPECT_FALSE(second.engine->isRunning());
+  StageOn<PacedNullDevice> third(std::make_shared<PacedNullDevice>(48000, 0));
+  EXPECT_TRUE(third.engine->start());
+}
+
+TEST(Counters, ABlockThatTakesLongerThanItLastsIsLate) {
+  const auto device = std::make_shared<PacedNullDevice>(48000, 32);
+  StageOn<PacedNullDevice> stage(device);
+  const auto slow = makeSource(1, [](std::uint64_t, std::uint32_t) {
+    // Each frame takes as long as it lasts, so the block with all the rest takes longer.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::nanoseconds(1'000'000'000 / 48000 + 1);
+    while (std::chrono::steady_clock::now() < until) {
+    }
+    return 0.0F;
+  });
+  stage.engine->attach(slow);
+  stage.link(slow, stage.engine->mainMixerNode());
+  ASSERT_FALSE(stage.engine->start());
+  while (slow->log()->blocks.load() < 5) {
+    std::this_thread::yield();
+  }
+  device->stop();
+  EXPECT_GE(stage.counters->lateBlocks.load(), 5U);
+}
+
+TEST(DenormalGuard, FlushesInsideAndRestoresAfter) {
+  volatile float tiny = 1e-38F;
+  {
+    const DenormalGuard guard;
+    volatile float product = tiny * 0.01F;
+    EXPECT_EQ(product, 0.0F);
+  }
+  volatile float product = tiny * 0.01F;
+  EXPECT_NE(product, 0.0F);
+}
+
+TEST(FiniteGuard, SilencesAllChannelsWhenOneSampleIsBad) {
+  for (const float bad : {std::numeric_limits<float>::quiet_NaN(), -std::numeric_limits<float>::infinity()}) {
+    for (const std::size_t where : {0U, 1U, 15U, 16U, 36U}) {
+      std::vector<float> left(37, 0.5F);
+      std::vector<float> right(37, std::numeric_limits<float>::max());
+      const Stream stream{.channels = {left.data(), right.data()}, .channelCount = 2};
+      EXPECT_FALSE(silenceIfNotFinite(stream, 37));
+      EXPECT_EQ(left[3], 0.5F);
+      right[where] = bad;
+      EXPECT_TRUE(silenceIfNotFinite(stream, 37));
+      EXPECT_EQ(peak(left), 0);
+      EXPECT_EQ(peak(right), 0);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vrel::audio::test
