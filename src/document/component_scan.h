@@ -4,6 +4,7 @@
 #include <locale>
 #include <vector>
 
+#include "document/collation.h"
 #include "platform/audio_component.h"
 
 // The lists of plug-ins that a channel and an effect slot can choose from. Main thread.
@@ -14,9 +15,6 @@
 // to each other, each with its plug-ins together.
 
 namespace vrel {
-
-/// The user's locale as the environment names it; the classic one where the machine does not have it.
-[[nodiscard]] std::locale userLocale();
 
 /// Music devices and generators.
 [[nodiscard]] std::vector<AVAudioUnitComponent> scanInstrumentComponents(AVAudioUnitComponentManager& manager,

@@ -42,11 +42,16 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       levelCapture_(strips_, levels_, *engine_, platform.nodes, platform.clock),
       chains_(strips_, *engine_, platform.nodes, mutator_, levelCapture_),
       pluginState_(platform.propertyLists, platform.console),
-      instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, platform.mainQueue,
-                    platform.console}),
-      effects_(
-          {*engine_, platform.units, mutator_, chains_, levels_, pluginState_, platform.mainQueue, platform.console}),
-      router_(*engine_, strips_.channels, midiCallbacks) {}
+      musicalContext_(std::make_shared<HostMusicalContext>(platform.clock)),
+      instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, *musicalContext_,
+                    platform.mainQueue, platform.console}),
+      effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
+                platform.mainQueue, platform.console}),
+      router_(*engine_, strips_.channels, midiCallbacks) {
+  if (platform.hardware != nullptr) {
+    deviceSettings_.emplace(*platform.hardware, *engine_, mutator_, platform.console);
+  }
+}
 
 void AudioEngine::begin() {
   strips_.masterChannel = std::make_shared<AudioChannel>("MASTER", weak_from_this());
@@ -55,21 +60,46 @@ void AudioEngine::begin() {
       self->ensureEngineRunning("initialization");
     }
   });
+  if (platform_.midi != nullptr) {
+    midiInput_.emplace(
+        *platform_.midi, platform_.mainQueue, platform_.console,
+        [this](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) { routeMIDI(status, data1, data2); });
+    midiInput_->setupMIDI();
+  }
   levelCapture_.startMeterDecayTimer(platform_.mainQueue);
   levelCapture_.installMainMixerTap();
 }
 
 AudioEngine::~AudioEngine() {
+  musicalContext_->engineHasGone();
   engine_->stop();
   // No tap may hold a strip while it goes.
   for (const auto& channel : strips_.channels) {
     levelCapture_.removeMeterTap(*channel);
   }
   engine_->mainMixerNode()->removeTap(0);
+  midiInput_.reset();
 }
 
 bool AudioEngine::ensureEngineRunning(const std::string& reason) {
-  return mutator_.ensureEngineRunning(reason, [this] { chains_.prepareOutputGraph(); });
+  const bool isRunning = mutator_.ensureEngineRunning(reason, [this] { chains_.prepareOutputGraph(); });
+  tellOutputRate();
+  return isRunning;
+}
+
+std::vector<AudioOutputDevice> AudioEngine::availableOutputDevices() {
+  return deviceSettings_ ? deviceSettings_->availableOutputDevices() : std::vector<AudioOutputDevice>{};
+}
+
+void AudioEngine::applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID) {
+  if (deviceSettings_) {
+    deviceSettings_->applyAudioSettings(frameSize, deviceUID, [this] { chains_.prepareOutputGraph(); });
+    tellOutputRate();
+  }
+}
+
+void AudioEngine::tellOutputRate() {
+  musicalContext_->setOutputSampleRate(engine_->outputNode()->outputFormat(0).sampleRate);
 }
 
 void AudioEngine::performGraphMutation(const std::string& label, const std::function<void()>& body) {

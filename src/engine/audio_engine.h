@@ -4,19 +4,23 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "engine/audio_device_settings.h"
 #include "engine/channel_chains.h"
 #include "engine/effect_racks.h"
 #include "engine/engine_platform.h"
 #include "engine/graph_mutator.h"
+#include "engine/host_musical_context.h"
 #include "engine/instrument_loader.h"
 #include "engine/level_capture.h"
 #include "engine/mix_levels.h"
 #include "engine/plugin_pool.h"
 #include "engine/plugin_state.h"
 #include "engine/strips.h"
+#include "midi/midi_input.h"
 #include "midi/midi_router.h"
 
 namespace vrel {
@@ -49,15 +53,28 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   [[nodiscard]] LevelCapture& levelCapture() { return levelCapture_; }
   [[nodiscard]] PluginPool& pluginPool() { return *pool_; }
   [[nodiscard]] PluginState& pluginState() { return pluginState_; }
+  [[nodiscard]] HostMusicalContext& musicalContext() { return *musicalContext_; }
   [[nodiscard]] InstrumentLoader& instruments() { return instruments_; }
   [[nodiscard]] EffectRacks& effects() { return effects_; }
   [[nodiscard]] MidiRouter& midiRouter() { return router_; }
+
+  /// Null where the platform has no devices, or no MIDI.
+  [[nodiscard]] AudioDeviceSettings* deviceSettings() { return deviceSettings_ ? &*deviceSettings_ : nullptr; }
+  [[nodiscard]] MidiInput* midiInput() { return midiInput_ ? &*midiInput_ : nullptr; }
 
   /// Set by the interface when it first appears.
   MidiRouter::Callbacks midiCallbacks;
 
   /// Starts the platform engine if it does not run; reasons "routeMIDI" and "panic" never start it.
   bool ensureEngineRunning(const std::string& reason);
+  /// The output devices that can be chosen, by name.
+  [[nodiscard]] std::vector<AudioOutputDevice> availableOutputDevices();
+  /// Block size in frames, and the saved device or none for the system's default; see AudioDeviceSettings.
+  void applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID);
+
+  /// The song's tempo, limited to 20 to 300, with no jump of the plug-ins' beat.
+  void setTempo(std::uint32_t bpm) { musicalContext_->setTempo(bpm); }
+
   void performGraphMutation(const std::string& label, const std::function<void()>& body);
 
   /// A new strip at the end, with reverb and meter, in the next of seven colours.
@@ -79,6 +96,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
  private:
   explicit AudioEngine(const EnginePlatform& platform);
   void begin();
+  void tellOutputRate();
   void takeDown(AudioChannel& channel);
 
   EnginePlatform platform_;
@@ -90,9 +108,12 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   LevelCapture levelCapture_;
   ChannelChains chains_;
   PluginState pluginState_;
+  std::shared_ptr<HostMusicalContext> musicalContext_;
   InstrumentLoader instruments_;
   EffectRacks effects_;
   MidiRouter router_;
+  std::optional<AudioDeviceSettings> deviceSettings_;
+  std::optional<MidiInput> midiInput_;
 };
 
 }  // namespace vrel

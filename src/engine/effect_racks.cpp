@@ -8,6 +8,7 @@
 #include "engine/channel/audio_channel.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
+#include "engine/host_musical_context.h"
 #include "engine/mix_levels.h"
 #include "engine/plugin_state.h"
 #include "platform/audio_engine.h"
@@ -70,6 +71,7 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
     if (const auto entry = nodes.find(slotId); entry != nodes.end()) {
       with_.chains.removeNode(entry->second);
     }
+    configureHostCallbacks(*node);
     with_.engine.attach(node);
     nodes[slotId] = node;
     channel.effectNodes.set(std::move(nodes));
@@ -157,11 +159,17 @@ void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
   }
 }
 
+void EffectRacks::configureHostCallbacks(AVAudioUnit& unit) {
+  with_.musicalContext.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), with_.console);
+}
+
 void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node) {
+  configureHostCallbacks(*node);
   with_.engine.attach(node);
   if (const auto state = with_.pluginState.decodePluginState(slot.stateBase64)) {
     node->auAudioUnit().setFullStateForDocument(*state);
   }
+  configureHostCallbacks(*node);  // a plug-in can lose them in taking a state
   node->reset();
   auto nodes = channel.effectNodes.get();
   nodes[slot.id] = node;

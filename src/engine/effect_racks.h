@@ -24,6 +24,7 @@ class AVAudioUnit;
 class ChannelChains;
 class ConsoleOutput;
 class GraphMutator;
+class HostMusicalContext;
 class MainQueue;
 class MixLevels;
 class PluginState;
@@ -44,6 +45,7 @@ class EffectRacks {
     ChannelChains& chains;
     MixLevels& levels;
     PluginState& pluginState;
+    HostMusicalContext& musicalContext;
     MainQueue& mainQueue;
     ConsoleOutput& console;
   };
@@ -71,6 +73,7 @@ class EffectRacks {
                           const PluginComponentResolver& resolver, std::function<void()> completion);
 
  private:
+  void configureHostCallbacks(AVAudioUnit& unit);
   void restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node);
   void restoreEnded(AudioChannel& channel, const std::function<void()>& completion);
 

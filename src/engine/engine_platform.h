@@ -3,12 +3,14 @@
 
 namespace vrel {
 
+class AudioHardware;
 class AudioNodeFactory;
 class AudioUnitFactory;
 class ConsoleOutput;
 class DispatchQueueFactory;
 class HostClock;
 class MainQueue;
+class MIDIService;
 class NSPropertyListSerialization;
 
 /// What the engine asks of the machine. All borrowed; they outlive the engine and all its work.
@@ -20,6 +22,10 @@ struct EnginePlatform {
   HostClock& clock;
   NSPropertyListSerialization& propertyLists;
   ConsoleOutput& console;
+
+  // Null where the program plays to no device or hears no keyboard.
+  AudioHardware* hardware = nullptr;
+  MIDIService* midi = nullptr;
 };
 
 }  // namespace vrel

@@ -21,11 +21,14 @@ void GraphMutator::performGraphMutation(const std::string& label, const std::fun
   if (!wasRunning) {
     return;
   }
-  lastEngineStartError_ = engine_.start();
-  if (lastEngineStartError_) {
-    console_.print("AVAudioEngine restart failed after graph mutation (" + label +
-                   "): " + lastEngineStartError_->description);
+  if (const auto& error = startEngine()) {
+    console_.print("AVAudioEngine restart failed after graph mutation (" + label + "): " + error->description);
   }
+}
+
+const Outcome& GraphMutator::startEngine() {
+  lastEngineStartError_ = engine_.start();
+  return lastEngineStartError_;
 }
 
 bool GraphMutator::ensureEngineRunning(const std::string& reason, const std::function<void()>& prepareOutputGraph) {
@@ -36,11 +39,11 @@ bool GraphMutator::ensureEngineRunning(const std::string& reason, const std::fun
     return false;
   }
   prepareOutputGraph();
-  lastEngineStartError_ = engine_.start();
-  if (lastEngineStartError_) {
-    console_.print("AVAudioEngine start failed (" + reason + "): " + lastEngineStartError_->description);
+  const auto& error = startEngine();
+  if (error) {
+    console_.print("AVAudioEngine start failed (" + reason + "): " + error->description);
   }
-  return !lastEngineStartError_;
+  return !error;
 }
 
 }  // namespace vrel

@@ -30,6 +30,9 @@ class GraphMutator {
   /// never start it. Returns whether the engine runs.
   bool ensureEngineRunning(const std::string& reason, const std::function<void()>& prepareOutputGraph);
 
+  /// Starts the engine and keeps the outcome as `lastEngineStartError`.
+  const Outcome& startEngine();
+
   [[nodiscard]] int graphMutationDepth() const { return graphMutationDepth_; }
 
   /// The error of the most recent failed start; a successful start clears it.

@@ -7,6 +7,7 @@
 #include "engine/channel/audio_channel.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
+#include "engine/host_musical_context.h"
 #include "engine/level_capture.h"
 #include "engine/mix_levels.h"
 #include "engine/plugin_pool.h"
@@ -106,7 +107,7 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
                                              const std::optional<std::string>& stateBase64) {
   giveUpInstrumentNode(channel);
   if (auto* unit = dynamic_cast<AVAudioUnit*>(node.get())) {
-    restoreState(*unit, stateBase64);
+    prepareUnit(*unit, stateBase64);
   }
   with_.engine.attach(node);
   channel.instrumentNode.set(node);
@@ -115,12 +116,20 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
   channel.pluginName.set(name);
   channel.status.set(channel_status::running);
   with_.chains.rebuildChannelEffectChain(channel);
+  if (stateBase64) {
+    with_.musicalContext.stateWasRestored();
+  }
   with_.levels.applyMixerLevels();
 }
 
-void InstrumentLoader::restoreState(AVAudioUnit& unit, const std::optional<std::string>& stateBase64) {
+void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64) {
+  const auto configure = [&] {
+    with_.musicalContext.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), with_.console);
+  };
+  configure();
   if (const auto state = with_.pluginState.decodePluginState(stateBase64)) {
     unit.auAudioUnit().setFullStateForDocument(*state);
+    configure();  // a plug-in can lose them in taking a state
     unit.reset();
   }
 }

@@ -20,6 +20,7 @@ class AVAudioUnit;
 class ChannelChains;
 class ConsoleOutput;
 class GraphMutator;
+class HostMusicalContext;
 class LevelCapture;
 class MainQueue;
 class MixLevels;
@@ -43,6 +44,7 @@ class InstrumentLoader {
     LevelCapture& levelCapture;
     PluginPool& pool;
     PluginState& pluginState;
+    HostMusicalContext& musicalContext;
     MainQueue& mainQueue;
     ConsoleOutput& console;
   };
@@ -75,7 +77,7 @@ class InstrumentLoader {
   using UnitNode = std::shared_ptr<AVAudioUnit>;
   void finishLoad(AudioChannel& channel, const AVAudioUnitComponent& component, const UnitNode& node,
                   const std::optional<std::string>& stateBase64, const Completion& completion);
-  void restoreState(AVAudioUnit& unit, const std::optional<std::string>& stateBase64);
+  void prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64);
 
   Collaborators with_;
   LifeToken life_;

@@ -9,6 +9,7 @@
 #include "foundation/result.h"
 #include "platform/audio_component.h"
 #include "platform/audio_node.h"
+#include "platform/host_callbacks.h"
 #include "platform/property_list.h"
 
 namespace vrel {
@@ -24,12 +25,28 @@ class AUAudioUnit {
 
   /// Puts a state into the plug-in. A state that the plug-in can not read leaves it as it was.
   virtual void setFullStateForDocument(const PropertyListDictionary& state) = 0;
+
+  /// What the plug-in asks for musical time and transport from now on. Set before it is connected.
+  virtual void setMusicalContextBlock(AUHostMusicalContextBlock /*block*/) {}
+  virtual void setTransportStateBlock(AUHostTransportStateBlock /*block*/) {}
+};
+
+/// The low-level handle of a plug-in, for what the above can not tell it. Main thread.
+class AudioUnitHandle {
+ public:
+  virtual ~AudioUnitHandle() = default;
+
+  /// `AudioUnitSetProperty` with kAudioUnitProperty_HostCallbacks, global scope, element 0.
+  [[nodiscard]] virtual OSStatus setHostCallbacks(const HostCallbackInfo& hostCallbackInfo) = 0;
 };
 
 /// A node that is a plug-in.
 class AVAudioUnit : public AVAudioNode {
  public:
   [[nodiscard]] virtual AUAudioUnit& auAudioUnit() = 0;
+
+  /// Null for a plug-in that has no low-level handle.
+  [[nodiscard]] virtual AudioUnitHandle* audioUnit() { return nullptr; }
 
   /// Clears what is sounding: held notes, tails, delay lines. Settings stay.
   virtual void reset() = 0;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/audio_unit.h"
@@ -22,7 +23,7 @@ struct RecordedEvent {
   bool operator==(const RecordedEvent&) const = default;
 };
 
-/// A plug-in that keeps what is done to it. `calls` has "state", "reset" and the like, in order.
+/// A plug-in that keeps what is done to it. `calls` has "host callbacks", "state" and "reset", in order.
 class ScriptedUnitCore : public AUAudioUnit {
  public:
   std::optional<PropertyListDictionary> fullStateForDocument() override {
@@ -38,6 +39,14 @@ class ScriptedUnitCore : public AUAudioUnit {
     documentState = state;
   }
 
+  void setMusicalContextBlock(AUHostMusicalContextBlock block) override { musicalContextBlock = std::move(block); }
+  void setTransportStateBlock(AUHostTransportStateBlock block) override {
+    calls.emplace_back("host callbacks");
+    transportStateBlock = std::move(block);
+  }
+
+  AUHostMusicalContextBlock musicalContextBlock;
+  AUHostTransportStateBlock transportStateBlock;
   std::optional<PropertyListDictionary> documentState;
   std::optional<PropertyListDictionary> presetState;
   int documentStateReads = 0;
@@ -45,14 +54,28 @@ class ScriptedUnitCore : public AUAudioUnit {
   std::vector<std::string> calls;
 };
 
+/// A low-level handle that keeps what it was told, and answers as told.
+class ScriptedHandle : public AudioUnitHandle {
+ public:
+  OSStatus setHostCallbacks(const HostCallbackInfo& hostCallbackInfo) override {
+    info = hostCallbackInfo;
+    return status;
+  }
+
+  HostCallbackInfo info;
+  OSStatus status = 0;
+};
+
 /// A scripted effect or generator.
 class ScriptedUnit : public SimulatedNodeOf<AVAudioUnit> {
  public:
   using SimulatedNodeOf::SimulatedNodeOf;
   AUAudioUnit& auAudioUnit() override { return core; }
+  AudioUnitHandle* audioUnit() override { return handle ? &*handle : nullptr; }
   void reset() override { core.calls.emplace_back("reset"); }
 
   ScriptedUnitCore core;
+  std::optional<ScriptedHandle> handle;
 };
 
 /// A scripted instrument: records the exact events it got.
@@ -60,6 +83,7 @@ class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
  public:
   using SimulatedNodeOf::SimulatedNodeOf;
   AUAudioUnit& auAudioUnit() override { return core; }
+  AudioUnitHandle* audioUnit() override { return handle ? &*handle : nullptr; }
   void reset() override { core.calls.emplace_back("reset"); }
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) override {
     events.push_back({status, data1, data2});
@@ -69,6 +93,7 @@ class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
   [[nodiscard]] float volume() const override { return volume_; }
 
   ScriptedUnitCore core;
+  std::optional<ScriptedHandle> handle;
   std::vector<RecordedEvent> events;
 
  private:

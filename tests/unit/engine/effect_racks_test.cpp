@@ -150,7 +150,7 @@ TEST_F(Racks, RestoringLoadsAllSideBySideAndWiresThemInSlotOrderWhateverAnswersF
   EXPECT_EQ(completions, 1);
   EXPECT_EQ(graph().chainFrom(strip.instrument),
             "Piano > effect 2 > effect 1 > reverb 1 > meter 1 > main mixer > output");
-  EXPECT_EQ(answeredFirst->core.calls, (Lines{"state", "reset"}));
+  EXPECT_EQ(answeredFirst->core.calls, (Lines{"host callbacks", "state", "host callbacks", "reset"}));
   EXPECT_EQ(strip.channel->effectSlots.get().size(), 3U);
 }
 

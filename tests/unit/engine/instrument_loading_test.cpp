@@ -28,7 +28,7 @@ TEST_F(Loading, AnInstrumentIsMadeInstalledAndWired) {
   EXPECT_EQ(channel->pluginPath.get(), pianoKey);
   EXPECT_EQ(channel->pluginName.get(), "Piano");
   EXPECT_EQ(graph().chainFrom(node), "instrument 1 > reverb 1 > meter 1 > main mixer > output");
-  EXPECT_TRUE(node->core.calls.empty());
+  EXPECT_EQ(node->core.calls, Lines{"host callbacks"});
 }
 
 TEST_F(Loading, AMissDoesNotPrewarm) {
@@ -63,7 +63,7 @@ TEST_F(Loading, ASavedStateGoesInBeforeTheNodeIsAttachedAndIsFollowedByAReset) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", stateText(saved));
-  EXPECT_EQ(node->core.calls, (Lines{"state", "reset"}));
+  EXPECT_EQ(node->core.calls, (Lines{"host callbacks", "state", "host callbacks", "reset"}));
   EXPECT_EQ(node->core.documentState, saved);
 }
 
@@ -71,7 +71,7 @@ TEST_F(Loading, AStateThatCannotBeDecodedIsToldAndTheInstrumentLoadsWithItsOwn) 
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", "bm9uc2Vuc2U=");
-  EXPECT_TRUE(node->core.calls.empty());
+  EXPECT_EQ(node->core.calls, Lines{"host callbacks"});
   EXPECT_EQ(channel->status.get(), "RUNNING");
   EXPECT_EQ(console.lines, Lines{"Failed to decode audio unit state: not a property list"});
 }

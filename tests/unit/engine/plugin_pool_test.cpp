@@ -145,7 +145,8 @@ TEST_F(Pool, AUsedNodeLoadedWithoutStateKeepsTheSoundItWasLeftWith) {
   engine->instruments().loadInstrument(next, piano, std::nullopt, nullptr);
   settle();
   EXPECT_EQ(next->instrumentNode.get(), strip.instrument);
-  EXPECT_TRUE(strip.instrument->core.calls.empty()) << "neither reset nor given a state";
+  EXPECT_EQ(strip.instrument->core.calls, (Lines{"host callbacks", "host callbacks"}))
+      << "neither reset nor given a state";
   EXPECT_EQ(strip.instrument->core.documentState, edited);
 }
 

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/audio_hardware.h"
+
+namespace vrel {
+
+using MIDIClientRef = std::uint32_t;
+using MIDIPortRef = std::uint32_t;
+using MIDIEndpointRef = std::uint32_t;
+
+/// The bytes of one packet as the source sent them.
+using MIDIPacket = std::span<const std::uint8_t>;
+
+/// Packets that came together, in order. Borrowed for the call.
+using MIDIPacketList = std::span<const MIDIPacket>;
+
+struct MIDINotification {
+  std::int32_t messageID = 0;
+};
+
+/// Sources have appeared or vanished.
+inline constexpr std::int32_t kMIDIMsgSetupChanged = 1;
+
+/// The system's MIDI. The operations are for the main thread; the blocks come on a thread of the
+/// service, and not any more once their client or port is disposed of.
+class MIDIService {
+ public:
+  using NotifyBlock = std::function<void(const MIDINotification&)>;
+  using ReadBlock = std::function<void(MIDIPacketList)>;
+
+  virtual ~MIDIService() = default;
+
+  /// Status 0 on success, with the new reference in the last argument.
+  [[nodiscard]] virtual OSStatus MIDIClientCreateWithBlock(const std::string& name, NotifyBlock notifyBlock,
+                                                           MIDIClientRef& client) = 0;
+  [[nodiscard]] virtual OSStatus MIDIInputPortCreateWithBlock(MIDIClientRef client, const std::string& portName,
+                                                              ReadBlock readBlock, MIDIPortRef& port) = 0;
+
+  /// The sources of this moment, by index.
+  [[nodiscard]] virtual std::size_t MIDIGetNumberOfSources() = 0;
+  [[nodiscard]] virtual MIDIEndpointRef MIDIGetSource(std::size_t index) = 0;
+
+  /// Makes the port read this source, too. Connecting a connected source changes nothing.
+  virtual OSStatus MIDIPortConnectSource(MIDIPortRef port, MIDIEndpointRef source) = 0;
+
+  /// The source's name (kMIDIPropertyName); none when it can not be read.
+  [[nodiscard]] virtual std::optional<std::string> MIDIObjectGetName(MIDIEndpointRef source) = 0;
+
+  virtual void MIDIPortDispose(MIDIPortRef port) = 0;
+  virtual void MIDIClientDispose(MIDIClientRef client) = 0;
+};
+
+}  // namespace vrel

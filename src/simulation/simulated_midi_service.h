@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/midi_service.h"
+
+namespace vrel::simulation {
+
+/// MIDI sources as a test lays them out. The test plays the service's thread by `send` and `notify`.
+class SimulatedMIDIService : public MIDIService {
+ public:
+  OSStatus MIDIClientCreateWithBlock(const std::string& name, NotifyBlock notifyBlock, MIDIClientRef& client) override {
+    record.push_back("client " + name);
+    notify = std::move(notifyBlock);
+    client = clientStatus == 0 ? 1 : 0;
+    return clientStatus;
+  }
+  OSStatus MIDIInputPortCreateWithBlock(MIDIClientRef /*client*/, const std::string& portName, ReadBlock readBlock,
+                                        MIDIPortRef& port) override {
+    record.push_back("port " + portName);
+    read = std::move(readBlock);
+    port = portStatus == 0 ? 2 : 0;
+    return portStatus;
+  }
+  std::size_t MIDIGetNumberOfSources() override { return sources.size(); }
+  MIDIEndpointRef MIDIGetSource(std::size_t index) override { return static_cast<MIDIEndpointRef>(index + 100); }
+  OSStatus MIDIPortConnectSource(MIDIPortRef /*port*/, MIDIEndpointRef source) override {
+    record.push_back("connect " + std::to_string(source));
+    return connectStatus;
+  }
+  std::optional<std::string> MIDIObjectGetName(MIDIEndpointRef source) override { return sources.at(source - 100); }
+  void MIDIPortDispose(MIDIPortRef port) override { record.push_back("dispose port " + std::to_string(port)); }
+  void MIDIClientDispose(MIDIClientRef client) override {
+    record.push_back("dispose client " + std::to_string(client));
+  }
+
+  /// Hands over one packet list.
+  void send(const std::vector<std::vector<std::uint8_t>>& packets) const {
+    const std::vector<MIDIPacket> list(packets.begin(), packets.end());
+    read(list);
+  }
+
+  std::vector<std::optional<std::string>> sources;  // their names; none can not be read
+  OSStatus clientStatus = 0;
+  OSStatus portStatus = 0;
+  OSStatus connectStatus = 0;
+  NotifyBlock notify;
+  ReadBlock read;
+  std::vector<std::string> record;
+};
+
+}  // namespace vrel::simulation

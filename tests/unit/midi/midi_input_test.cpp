@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "midi/midi_input.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulation/recording_console.h"
+#include "simulation/simulated_midi_service.h"
+#include "simulation/virtual_time.h"
+
+namespace vrel {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class Input : public testing::Test {
+ protected:
+  void setUp() { input->setupMIDI(); }
+
+  Lines received() {
+    mainQueue.runAll();
+    return std::exchange(routed, {});
+  }
+
+  simulation::VirtualClock clock;
+  simulation::CrankedMainQueue mainQueue{clock};
+  simulation::RecordingConsole console;
+  simulation::SimulatedMIDIService service;
+  Lines routed;
+  std::optional<MidiInput> input{
+      std::in_place, service, mainQueue, console, [this](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+        routed.push_back(std::to_string(status) + " " + std::to_string(data1) + " " + std::to_string(data2));
+      }};
+};
+
+TEST_F(Input, APacketOfTwoBytesIsPostedWithAThirdOfZero) {
+  setUp();
+  service.send({{0xC3, 0x05}});
+  EXPECT_EQ(received(), Lines{"195 5 0"});
+}
+
+TEST_F(Input, APacketOfOneByteOrNonePostsNothing) {
+  setUp();
+  service.send({{0xF8}, {}});
+  EXPECT_EQ(mainQueue.runOne(), false);
+}
+
+TEST_F(Input, OnlyTheFirstMessageOfAPacketCounts) {
+  setUp();
+  service.send({{0x90, 60, 100, 0x90, 64, 101}});
+  EXPECT_EQ(received(), Lines{"144 60 100"});
+}
+
+TEST_F(Input, AListOfThreePacketsPostsThreeMessagesInOrder) {
+  setUp();
+  service.send({{0x90, 60, 1}, {0xB0, 64, 127}, {0x80, 60, 2}});
+  EXPECT_EQ(received(), (Lines{"144 60 1", "176 64 127", "128 60 2"}));
+}
+
+TEST_F(Input, BytesAreRawAndNothingIsInterpreted) {
+  setUp();
+  service.send({{0x45, 0xFF, 0x81}, {0xF0, 0x7E, 0x7F, 0x09}});
+  EXPECT_EQ(received(), (Lines{"69 255 129", "240 126 127"}));
+}
+
+TEST_F(Input, NothingIsRoutedBeforeTheMainQueueGetsToIt) {
+  setUp();
+  service.send({{0x90, 60, 1}});
+  EXPECT_TRUE(routed.empty());
+}
+
+TEST_F(Input, WithNoSourcesTheNameIsDisconnectedAndOneLineTellsIt) {
+  setUp();
+  EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
+  EXPECT_EQ(console.lines, Lines{"Connected MIDI port: Disconnected"});
+  EXPECT_EQ(service.record, (Lines{"client VRELMIDIClient", "port VRELMIDIInputPort"}));
+}
+
+TEST_F(Input, OfTwoSourcesBothAreConnectedAndTheLastOneNames) {
+  service.sources = {"A", "B"};
+  setUp();
+  EXPECT_EQ(input->currentMidiPortName(), "B");
+  EXPECT_EQ(service.record, (Lines{"client VRELMIDIClient", "port VRELMIDIInputPort", "connect 100", "connect 101"}));
+}
+
+TEST_F(Input, ASourceWithoutANameLeavesThePreviousName) {
+  service.sources = {"A", std::nullopt};
+  service.connectStatus = -1;
+  setUp();
+  EXPECT_EQ(input->currentMidiPortName(), "A");
+}
+
+TEST_F(Input, ASetupChangeReconnectsAndTellsTheNewNameAtOnce) {
+  service.sources = {"A", "B"};
+  setUp();
+  Lines names;
+  input->onMidiPortNameChanged = [&](const std::string& name) { names.push_back(name); };
+  service.sources = {"A"};
+  service.notify({kMIDIMsgSetupChanged});
+  mainQueue.runAll();
+  service.sources = {};
+  service.notify({kMIDIMsgSetupChanged});
+  mainQueue.runAll();
+  EXPECT_EQ(names, (Lines{"A", "Disconnected"}));
+  EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
+}
+
+TEST_F(Input, OtherNotificationsAreIgnored) {
+  setUp();
+  service.notify({2});
+  service.notify({4});
+  EXPECT_FALSE(mainQueue.runOne());
+}
+
+TEST_F(Input, AClientThatCanNotBeMadeIsToldAndThereIsNoPort) {
+  service.clientStatus = -10830;
+  setUp();
+  EXPECT_EQ(console.lines, Lines{"Error creating MIDI client: -10830"});
+  EXPECT_EQ(service.record, Lines{"client VRELMIDIClient"});
+  EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
+}
+
+TEST_F(Input, APortThatCanNotBeMadeIsTold) {
+  service.portStatus = 7;
+  service.sources = {"A"};
+  setUp();
+  EXPECT_EQ(console.lines, Lines{"Error creating MIDI port: 7"});
+  EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
+}
+
+TEST_F(Input, WhatIsQueuedWhenTheInputEndsIsDropped) {
+  setUp();
+  const auto linesBefore = console.lines;
+  service.send({{0x90, 60, 1}});
+  service.notify({kMIDIMsgSetupChanged});
+  input.reset();
+  EXPECT_TRUE(received().empty());
+  service.send({{0x90, 60, 1}});
+  service.notify({kMIDIMsgSetupChanged});
+  EXPECT_FALSE(mainQueue.runOne());
+  EXPECT_EQ(console.lines, linesBefore);
+}
+
+TEST_F(Input, ThePortIsDisposedOfBeforeTheClient) {
+  setUp();
+  service.record.clear();
+  input.reset();
+  EXPECT_EQ(service.record, (Lines{"dispose port 2", "dispose client 1"}));
+}
+
+TEST_F(Input, DisposalComesAlsoWhenNothingWasMade) {
+  service.clientStatus = -1;
+  setUp();
+  service.record.clear();
+  input.reset();
+  EXPECT_EQ(service.record, (Lines{"dispose port 0", "dispose client 0"}));
+}
+
+}  // namespace
+}  // namespace vrel
