@@ -20,6 +20,7 @@ namespace {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-identifier-naming): the fuzzer looks for this name.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string bytes(data, data + size);
   const auto setlist = vrel::readSetlist(bytes);

@@ -23,6 +23,7 @@ void require(bool met, const char* words) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-identifier-naming): the fuzzer looks for this name.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto file = vrel::readStandardMidiFile(std::span(data, size));
   if (!file) {

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t songCount = 200;
 constexpr std::size_t channelCount = 16;
-constexpr std::size_t stateSize = 64 * 1024;
+constexpr std::size_t stateSize = 65'536;
 
 std::string randomState(std::uint32_t seed) {
   std::vector<std::uint8_t> bytes(stateSize);

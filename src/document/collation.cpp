@@ -33,9 +33,9 @@ wchar_t takeCharacter(std::string_view& text) {
 
 }  // namespace
 
-std::locale userLocale() {
+std::locale userLocale(const char* name) {
   try {
-    return std::locale("");
+    return std::locale(name);
   } catch (const std::runtime_error&) {
     return std::locale::classic();
   }

@@ -10,8 +10,9 @@
 
 namespace vrel {
 
-/// The user's locale as the environment names it; the classic one where the machine does not have it.
-[[nodiscard]] std::locale userLocale();
+/// The locale of that name, by default the one that the user's environment asks for; the classic one
+/// where the machine does not have it.
+[[nodiscard]] std::locale userLocale(const char* name = "");
 
 /// A text that compares as `name`, UTF-8, does in the language of `locale`, with no regard to case.
 [[nodiscard]] std::wstring collationKey(std::string_view name, const std::locale& locale);

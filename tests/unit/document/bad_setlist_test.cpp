@@ -21,7 +21,6 @@ namespace vrel {
 namespace {
 
 using nlohmann::json;
-using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 

@@ -150,12 +150,9 @@ TEST(ComponentScan, NamesThatAreNoUtf8DoNotBreakTheOrder) {
   EXPECT_EQ(scanInstrumentComponents(manager).size(), 7U);
 }
 
-TEST(ComponentScan, AnUnknownLocaleOfTheUserFallsBack) {
-  ASSERT_EQ(setenv("LC_ALL", "xx_NOWHERE.UTF-8", 1), 0);
-  EXPECT_EQ(userLocale(), std::locale::classic());
-  ASSERT_EQ(setenv("LC_ALL", "C", 1), 0);
-  EXPECT_EQ(userLocale().name(), "C");
-  unsetenv("LC_ALL");
+TEST(ComponentScan, ALocaleThatTheMachineDoesNotHaveFallsBack) {
+  EXPECT_EQ(userLocale("xx_NOWHERE.UTF-8"), std::locale::classic());
+  EXPECT_EQ(userLocale("POSIX").name(), "C");
 }
 
 }  // namespace

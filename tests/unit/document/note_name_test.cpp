@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 
 namespace vrel {
 namespace {
@@ -18,7 +20,7 @@ TEST(NoteName, CountsOctavesFromMinusOne) {
 
 TEST(NoteName, UsesSharps) {
   const std::array names = {"C4", "C#4", "D4", "D#4", "E4", "F4", "F#4", "G4", "G#4", "A4", "A#4", "B4"};
-  for (std::uint8_t index = 0; index < names.size(); ++index) {
+  for (std::size_t index = 0; index < names.size(); ++index) {
     EXPECT_EQ(noteName(static_cast<std::uint8_t>(60 + index)), names[index]);
   }
 }
