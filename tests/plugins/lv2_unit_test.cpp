@@ -384,7 +384,7 @@ TEST(Unit, TheMainThreadMayDoAnythingWhileBlocksRender) {
     }
     isDone = true;
     renderer.join();
-    EXPECT_TRUE(stage.lines().empty()) << stage.lines().front();
+    EXPECT_TRUE(stage.lines().empty()) << uri;
   }
 }
 
