@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "document/app_state.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "document/component_scan.h"
+#include "platform/console_output.h"
+#include "platform/dispatch.h"
+#include "platform/user_defaults.h"
+
+namespace vrel {
+namespace {
+
+const std::string blendModeKey = "vrel.visual.blendMode";
+const std::string backgroundVideoKey = "vrel.visual.backgroundVideoPath";
+const std::string frameSizeKey = "vrel.audio.ioBufferFrameSize";
+const std::string outputDeviceKey = "vrel.audio.outputDeviceUID";
+
+constexpr double loadingTimeoutSeconds = 30.0;
+
+constexpr std::array<std::int64_t, 6> allowedFrameSizes{32, 64, 128, 256, 512, 1024};
+constexpr std::uint32_t fallbackFrameSize = 128;
+
+constexpr std::array<std::pair<VisualBlendMode, const char*>, 4> blendModeTexts{
+    {{VisualBlendMode::multiply, "multiply"},
+     {VisualBlendMode::screen, "screen"},
+     {VisualBlendMode::plusLighter, "plusLighter"},
+     {VisualBlendMode::normal, "normal"}}};
+
+std::uint32_t allowedFrameSize(std::int64_t stored) {
+  const bool isAllowed =
+      std::find(allowedFrameSizes.begin(), allowedFrameSizes.end(), stored) != allowedFrameSizes.end();
+  return isAllowed ? static_cast<std::uint32_t>(stored) : fallbackFrameSize;
+}
+
+void writeText(NSUserDefaults& defaults, const std::string& key, const std::optional<std::string>& text) {
+  if (text && !text->empty()) {
+    defaults.setString(key, *text);
+  } else {
+    defaults.removeObjectForKey(key);
+  }
+}
+
+}  // namespace
+
+std::string storedText(VisualBlendMode mode) {
+  const auto* entry = std::find_if(blendModeTexts.begin(), blendModeTexts.end(),
+                                   [mode](const auto& each) { return each.first == mode; });
+  return entry->second;
+}
+
+std::optional<VisualBlendMode> visualBlendModeFromStoredText(const std::string& text) {
+  const auto* entry = std::find_if(blendModeTexts.begin(), blendModeTexts.end(),
+                                   [&text](const auto& each) { return text == each.second; });
+  return entry == blendModeTexts.end() ? std::nullopt : std::optional(entry->first);
+}
+
+AppState::AppState(NSUserDefaults& defaults, AVAudioUnitComponentManager& components, MainQueue& mainQueue,
+                   ConsoleOutput& console)
+    : defaults_(defaults), components_(components), mainQueue_(mainQueue), console_(console) {
+  readDefaults();
+  writeDefaultsThrough();
+  scanPlugins();
+}
+
+void AppState::readDefaults() {
+  const auto blendMode = defaults_.stringForKey(blendModeKey);
+  visualBlendMode.set(blendMode ? visualBlendModeFromStoredText(*blendMode).value_or(VisualBlendMode::plusLighter)
+                                : VisualBlendMode::plusLighter);
+  visualBackgroundVideoPath.set(defaults_.stringForKey(backgroundVideoKey));
+  audioIOBufferFrameSize.set(allowedFrameSize(defaults_.integerForKey(frameSizeKey)));
+  audioOutputDeviceUID.set(defaults_.stringForKey(outputDeviceKey));
+}
+
+void AppState::writeDefaultsThrough() {
+  visualBlendMode.setEffect([this] { defaults_.setString(blendModeKey, storedText(visualBlendMode.get())); });
+  visualBackgroundVideoPath.setEffect(
+      [this] { writeText(defaults_, backgroundVideoKey, visualBackgroundVideoPath.get()); });
+  audioIOBufferFrameSize.setEffect([this] { defaults_.setInteger(frameSizeKey, audioIOBufferFrameSize.get()); });
+  audioOutputDeviceUID.setEffect([this] { writeText(defaults_, outputDeviceKey, audioOutputDeviceUID.get()); });
+}
+
+void AppState::scanPlugins() {
+  scannedPlugins.set(scanInstrumentComponents(components_));
+  scannedAudioEffectPlugins.set(scanAudioEffectPlugins());
+}
+
+std::vector<AVAudioUnitComponent> AppState::scanAudioEffectPlugins() {
+  return scanAudioEffectComponents(components_);
+}
+
+void AppState::beginLoadingSession(int count, const std::string& message) {
+  if (count <= 0) {
+    return;
+  }
+  const auto token = Uuid::fresh();
+  loadingSessionToken.set(token);
+  loadingMessage.set(message);
+  totalLoadsCount.set(count);
+  remainingLoadsCount.set(count);
+  showLoadingModal.set(true);
+  mainQueue_.asyncAfter(loadingTimeoutSeconds, [this, life = life_.watch(), token] {
+    if (life.isAlive()) {
+      loadingSessionTimedOut(token);
+    }
+  });
+}
+
+void AppState::loadingSessionTimedOut(const Uuid& token) {
+  if (loadingSessionToken.get() != token || !showLoadingModal.get()) {
+    return;
+  }
+  console_.print("Audio unit loading timed out after 30 seconds");
+  finishLoadingSession();
+}
+
+void AppState::completeOneLoad() {
+  remainingLoadsCount.set(std::max(remainingLoadsCount.get() - 1, 0));
+  if (remainingLoadsCount.get() == 0) {
+    finishLoadingSession();
+  }
+}
+
+void AppState::finishLoadingSession() {
+  loadingSessionToken.set(Uuid::fresh());
+  showLoadingModal.set(false);
+  loadingMessage.set("");
+  remainingLoadsCount.set(0);
+  totalLoadsCount.set(0);
+}
+
+void AppState::noteActivity(std::uint8_t note, bool isOn) {
+  auto notes = pressedNotes.get();
+  if (isOn) {
+    notes.insert(note);
+  } else {
+    notes.erase(note);
+  }
+  pressedNotes.set(std::move(notes));
+}
+
+void AppState::performanceControl(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+  constexpr float largestData = 127.0F;
+  constexpr int bendCentre = 8192;
+  const float proportion = static_cast<float>(data2) / largestData;
+  if ((status & 0xF0) == 0xE0) {
+    const int bend = int{data2} * 128 + int{data1} - bendCentre;
+    pitchBendValue.set(std::clamp(static_cast<float>(bend) / static_cast<float>(bendCentre), -1.0F, 1.0F));
+    return;
+  }
+  if ((status & 0xF0) != 0xB0) {
+    return;
+  }
+  if (data1 == 64) {
+    sustainPedalValue.set(proportion);
+  } else if (data1 == 11) {
+    expressionValue.set(proportion);
+  } else if (data1 == 1) {
+    modulationValue.set(proportion);
+  }
+}
+
+void AppState::resetPerformanceValues() {
+  sustainPedalValue.set(0);
+  expressionValue.set(0);
+  modulationValue.set(0);
+  pitchBendValue.set(0);
+}
+
+}  // namespace vrel
