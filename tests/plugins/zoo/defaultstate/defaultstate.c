@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:defaultstate"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 #include <lv2/state/state.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:echo"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 // Writes every message it gets into its audio, one per frame and in order: the bytes as one number
 // of 24 bits on the left, the length on the right. What finds no frame in its block waits for the

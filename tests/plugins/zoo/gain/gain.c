@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:gain"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 // Stereo through, times "gain". The sum of its other controls and of its CV input comes back on
 // "peak". Its data has a default above its bounds, and a control with no default at all.

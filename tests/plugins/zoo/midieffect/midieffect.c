@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:midieffect"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 static void run(LV2_Handle handle, uint32_t frames) {
   Zoo* zoo = handle;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:mono"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 // A constant on one output while a key is down.
 

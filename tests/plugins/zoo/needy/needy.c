@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:needy"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 // Its data asks for a feature that nobody has; without it, it ends the program.
 

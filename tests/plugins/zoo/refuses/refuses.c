@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #define ZOO_URI "urn:vrel:zoo:refuses"
-#include "../zoo.h"
+#include "plugins/zoo/zoo.h"
 
 static Zoo* make(double rate, const LV2_Feature* const* features) {
   (void)rate;
