@@ -18,6 +18,6 @@ const char* __ubsan_default_options() {
 }
 
 const char* __tsan_default_options() {
-  return "halt_on_error=1:second_deadlock_stack=1";
+  return "halt_on_error=1:second_deadlock_stack=1:atexit_sleep_ms=50";
 }
 }
