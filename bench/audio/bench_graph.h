@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "system/audio/graph_node.h"
+#include "system/audio/mixer_node.h"
+#include "system/audio/output_device.h"
+#include "system/audio/render_engine.h"
+#include "system/audio/reverb_node.h"
+
+namespace vrel::audio::bench {
+
+inline constexpr std::size_t stripCount = 16;
+inline constexpr std::uint32_t blockFrames = 128;
+inline constexpr double sampleRate = 48000;
+
+/// A small instrument that always plays the same chord: four voices of two saws through a low pass.
+class ChordProcessor final : public NodeProcessor {
+ public:
+  void prepare(double rate) VREL_NOT_AUDIO_THREAD override { perHertz_ = static_cast<float>(1.0 / rate); }
+  [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t) const override { return 2; }
+
+  void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
+    for (Voice& voice : voices_) {
+      for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
+        for (std::size_t side = 0; side < 2; ++side) {
+          voice.phase[side] += voice.hertz * (side == 0 ? 1.0F : 1.003F) * perHertz_;
+          voice.phase[side] -= voice.phase[side] >= 1.0F ? 1.0F : 0.0F;
+          voice.lowPass[side] += 0.2F * (2.0F * voice.phase[side] - 1.0F - voice.lowPass[side]);
+          block.output.channels[side][frame] += 0.05F * voice.lowPass[side];
+        }
+      }
+    }
+  }
+
+ private:
+  struct Voice {
+    float hertz;
+    std::array<float, 2> phase{};
+    std::array<float, 2> lowPass{};
+  };
+  float perHertz_ = 0;
+  std::array<Voice, 4> voices_{Voice{.hertz = 110}, Voice{.hertz = 138.6F}, Voice{.hertz = 164.8F},
+                               Voice{.hertz = 220}};
+};
+
+class ChordNode final : public GraphNodeOf<AVAudioNode> {
+ public:
+  [[nodiscard]] std::shared_ptr<NodeProcessor> processor() const override { return processor_; }
+
+ private:
+  std::shared_ptr<ChordProcessor> processor_ = std::make_shared<ChordProcessor>();
+};
+
+/// A tone control: one low pass on each side.
+class ToneProcessor final : public NodeProcessor {
+ public:
+  void prepare(double) VREL_NOT_AUDIO_THREAD override {}
+  [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t count) const override { return count; }
+  void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
+    for (std::uint32_t side = 0; !block.inputs.empty() && side < block.output.channelCount; ++side) {
+      for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
+        state_[side] += 0.5F * (block.inputs[0].channels[side][frame] - state_[side]);
+        block.output.channels[side][frame] = state_[side];
+      }
+    }
+  }
+
+ private:
+  std::array<float, 2> state_{};
+};
+
+class ToneNode final : public GraphNodeOf<AVAudioNode> {
+ public:
+  [[nodiscard]] std::shared_ptr<NodeProcessor> processor() const override { return processor_; }
+
+ private:
+  std::shared_ptr<ToneProcessor> processor_ = std::make_shared<ToneProcessor>();
+};
+
+/// One strip: the instrument, `effectCount` effects, the reverb and the meter mixer with its tap.
+struct Strip {
+  Strip(RenderEngine& engine, std::size_t effectCount) {
+    chain.push_back(std::make_shared<ChordNode>());
+    for (std::size_t effect = 0; effect < effectCount; ++effect) {
+      chain.push_back(std::make_shared<ToneNode>());
+    }
+    const auto reverb = std::make_shared<ReverbNode>();
+    reverb->setWetDryMix(30);
+    chain.push_back(reverb);
+    const auto meter = std::make_shared<MixerNode>();
+    meter->setOutputVolume(0.7F);
+    meter->installTap(0, 128, std::nullopt, [](const AVAudioPCMBuffer&) {});
+    chain.push_back(meter);
+    for (const AVAudioEngine::Node& node : chain) {
+      engine.attach(node);
+    }
+    wire(engine);
+  }
+
+  void wire(RenderEngine& engine) const {
+    for (std::size_t index = 0; index + 1 < chain.size(); ++index) {
+      engine.connect(chain[index], chain[index + 1], std::nullopt);
+    }
+    engine.connect(chain.back(), engine.mainMixerNode(), std::nullopt);
+  }
+  void unwire(RenderEngine& engine) const {
+    for (const AVAudioEngine::Node& node : chain) {
+      engine.disconnectNodeInput(node);
+      engine.disconnectNodeOutput(node);
+    }
+  }
+
+  std::vector<AVAudioEngine::Node> chain;
+};
+
+/// An engine with sixteen of them.
+class BenchGraph {
+ public:
+  BenchGraph(const std::shared_ptr<OutputDevice>& device, std::size_t effectCount) : engine(device, counters) {
+    engine.connect(engine.mainMixerNode(), engine.outputNode(), std::nullopt);
+    for (std::size_t strip = 0; strip < stripCount; ++strip) {
+      strips.emplace_back(engine, effectCount);
+    }
+    engine.mainMixerNode()->installTap(0, 256, std::nullopt, [](const AVAudioPCMBuffer&) {});
+  }
+
+  std::shared_ptr<RenderCounters> counters = std::make_shared<RenderCounters>();
+  RenderEngine engine;
+  std::vector<Strip> strips;
+};
+
+/// The middle one of what was measured.
+inline double median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+}  // namespace vrel::audio::bench
