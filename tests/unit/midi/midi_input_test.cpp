@@ -19,7 +19,7 @@ using Lines = std::vector<std::string>;
 
 class Input : public testing::Test {
  protected:
-  void setUp() { input->setupMIDI(); }
+  void start() { input->setupMIDI(); }
 
   Lines received() {
     mainQueue.runAll();
@@ -38,43 +38,43 @@ class Input : public testing::Test {
 };
 
 TEST_F(Input, APacketOfTwoBytesIsPostedWithAThirdOfZero) {
-  setUp();
+  start();
   service.send({{0xC3, 0x05}});
   EXPECT_EQ(received(), Lines{"195 5 0"});
 }
 
 TEST_F(Input, APacketOfOneByteOrNonePostsNothing) {
-  setUp();
+  start();
   service.send({{0xF8}, {}});
   EXPECT_EQ(mainQueue.runOne(), false);
 }
 
 TEST_F(Input, OnlyTheFirstMessageOfAPacketCounts) {
-  setUp();
+  start();
   service.send({{0x90, 60, 100, 0x90, 64, 101}});
   EXPECT_EQ(received(), Lines{"144 60 100"});
 }
 
 TEST_F(Input, AListOfThreePacketsPostsThreeMessagesInOrder) {
-  setUp();
+  start();
   service.send({{0x90, 60, 1}, {0xB0, 64, 127}, {0x80, 60, 2}});
   EXPECT_EQ(received(), (Lines{"144 60 1", "176 64 127", "128 60 2"}));
 }
 
 TEST_F(Input, BytesAreRawAndNothingIsInterpreted) {
-  setUp();
+  start();
   service.send({{0x45, 0xFF, 0x81}, {0xF0, 0x7E, 0x7F, 0x09}});
   EXPECT_EQ(received(), (Lines{"69 255 129", "240 126 127"}));
 }
 
 TEST_F(Input, NothingIsRoutedBeforeTheMainQueueGetsToIt) {
-  setUp();
+  start();
   service.send({{0x90, 60, 1}});
   EXPECT_TRUE(routed.empty());
 }
 
 TEST_F(Input, WithNoSourcesTheNameIsDisconnectedAndOneLineTellsIt) {
-  setUp();
+  start();
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
   EXPECT_EQ(console.lines, Lines{"Connected MIDI port: Disconnected"});
   EXPECT_EQ(service.record, (Lines{"client VRELMIDIClient", "port VRELMIDIInputPort"}));
@@ -82,7 +82,7 @@ TEST_F(Input, WithNoSourcesTheNameIsDisconnectedAndOneLineTellsIt) {
 
 TEST_F(Input, OfTwoSourcesBothAreConnectedAndTheLastOneNames) {
   service.sources = {"A", "B"};
-  setUp();
+  start();
   EXPECT_EQ(input->currentMidiPortName(), "B");
   EXPECT_EQ(service.record, (Lines{"client VRELMIDIClient", "port VRELMIDIInputPort", "connect 100", "connect 101"}));
 }
@@ -90,13 +90,13 @@ TEST_F(Input, OfTwoSourcesBothAreConnectedAndTheLastOneNames) {
 TEST_F(Input, ASourceWithoutANameLeavesThePreviousName) {
   service.sources = {"A", std::nullopt};
   service.connectStatus = -1;
-  setUp();
+  start();
   EXPECT_EQ(input->currentMidiPortName(), "A");
 }
 
 TEST_F(Input, ASetupChangeReconnectsAndTellsTheNewNameAtOnce) {
   service.sources = {"A", "B"};
-  setUp();
+  start();
   Lines names;
   input->onMidiPortNameChanged = [&](const std::string& name) { names.push_back(name); };
   service.sources = {"A"};
@@ -110,7 +110,7 @@ TEST_F(Input, ASetupChangeReconnectsAndTellsTheNewNameAtOnce) {
 }
 
 TEST_F(Input, OtherNotificationsAreIgnored) {
-  setUp();
+  start();
   service.notify({2});
   service.notify({4});
   EXPECT_FALSE(mainQueue.runOne());
@@ -118,7 +118,7 @@ TEST_F(Input, OtherNotificationsAreIgnored) {
 
 TEST_F(Input, AClientThatCanNotBeMadeIsToldAndThereIsNoPort) {
   service.clientStatus = -10830;
-  setUp();
+  start();
   EXPECT_EQ(console.lines, Lines{"Error creating MIDI client: -10830"});
   EXPECT_EQ(service.record, Lines{"client VRELMIDIClient"});
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
@@ -127,13 +127,13 @@ TEST_F(Input, AClientThatCanNotBeMadeIsToldAndThereIsNoPort) {
 TEST_F(Input, APortThatCanNotBeMadeIsTold) {
   service.portStatus = 7;
   service.sources = {"A"};
-  setUp();
+  start();
   EXPECT_EQ(console.lines, Lines{"Error creating MIDI port: 7"});
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
 }
 
 TEST_F(Input, WhatIsQueuedWhenTheInputEndsIsDropped) {
-  setUp();
+  start();
   const auto linesBefore = console.lines;
   service.send({{0x90, 60, 1}});
   service.notify({kMIDIMsgSetupChanged});
@@ -146,7 +146,7 @@ TEST_F(Input, WhatIsQueuedWhenTheInputEndsIsDropped) {
 }
 
 TEST_F(Input, ThePortIsDisposedOfBeforeTheClient) {
-  setUp();
+  start();
   service.record.clear();
   input.reset();
   EXPECT_EQ(service.record, (Lines{"dispose port 2", "dispose client 1"}));
@@ -154,7 +154,7 @@ TEST_F(Input, ThePortIsDisposedOfBeforeTheClient) {
 
 TEST_F(Input, DisposalComesAlsoWhenNothingWasMade) {
   service.clientStatus = -1;
-  setUp();
+  start();
   service.record.clear();
   input.reset();
   EXPECT_EQ(service.record, (Lines{"dispose port 0", "dispose client 0"}));

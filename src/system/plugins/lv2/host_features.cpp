@@ -17,7 +17,6 @@ namespace vrel::lv2 {
 HostFeatures::HostFeatures(UridMap& urids, const HostSettings& settings, double sampleRate, PluginLog& log,
                            PluginWorker& worker, StateFiles& files)
     : sampleRate_(static_cast<float>(sampleRate)),
-      minimumBlockFrames_(0),  // a restored state is run through once with no frames
       maximumBlockFrames_(audio::maximumBlockFrames),
       nominalBlockFrames_(static_cast<std::int32_t>(settings.nominalBlockFrames)),
       sequenceBytes_(PortBuffers::sequenceBytes) {

@@ -37,7 +37,7 @@ class HostFeatures {
   void offer(const char* uri, void* data = nullptr) { features_.push_back({uri, data}); }
 
   float sampleRate_;
-  std::int32_t minimumBlockFrames_;
+  std::int32_t minimumBlockFrames_ = 0;  // a restored state is run through once with no frames
   std::int32_t maximumBlockFrames_;
   std::int32_t nominalBlockFrames_;
   std::int32_t sequenceBytes_;
