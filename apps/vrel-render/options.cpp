@@ -71,7 +71,7 @@ constexpr std::array<std::string_view, 7> optionsWithValue = {"--out",  "--event
 
 std::filesystem::path placeOf(const std::string& path) {
   std::error_code ignored;
-  const auto place = std::filesystem::weakly_canonical(path, ignored);
+  const auto place = std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
   return place.empty() ? std::filesystem::path(path) : place;
 }
 

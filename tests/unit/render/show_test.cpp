@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/show.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vrel::render {
+namespace {
+
+MidiFileEvent text(double seconds, const std::string& words, MidiFileText::Kind kind = MidiFileText::Kind::marker) {
+  return {seconds, MidiFileText{kind, words}};
+}
+
+std::vector<ShowStep> stepsOf(std::vector<MidiFileEvent> events) {
+  return showSteps({std::move(events), 10});
+}
+
+TEST(Show, MessagesArePacketsOfTwoOrThreeBytes) {
+  EXPECT_EQ(stepsOf({{0, MidiFileMessage{0x93, 60, 100}},
+                     {0.5, MidiFileMessage{0x83, 60, 0}},
+                     {1, MidiFileMessage{0xC3, 5, 0}},
+                     {1, MidiFileMessage{0xDF, 77, 0}},
+                     {2, MidiFileMessage{0xE0, 0, 64}}}),
+            (std::vector<ShowStep>{{0, MidiPacket{0x93, 60, 100}},
+                                   {0.5, MidiPacket{0x83, 60, 0}},
+                                   {1, MidiPacket{0xC3, 5}},
+                                   {1, MidiPacket{0xDF, 77}},
+                                   {2, MidiPacket{0xE0, 0, 64}}}));
+}
+
+TEST(Show, MarkersAndTextsPressSongsAndPanic) {
+  EXPECT_EQ(stepsOf({text(0, "song 2"), text(1, "panic", MidiFileText::Kind::text), text(2, "  song   17\n")}),
+            (std::vector<ShowStep>{{0, SongStep{2, "song 2"}}, {1, PanicStep{}}, {2, SongStep{17, "song   17"}}}));
+}
+
+TEST(Show, ASongThatIsNoNumberIsKeptToBeTold) {
+  for (const char* words : {"song", "song x", "song -1", "song 1.5", "song 1 2", "song 99999999999"}) {
+    EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, SongStep{std::nullopt, words}}})) << words;
+  }
+}
+
+TEST(Show, OtherTextsArePassedOver) {
+  EXPECT_TRUE(stepsOf({text(0, ""), text(0, "Verse"), text(0, "songbird 1"), text(0, "panic!"), text(0, "Song 1"),
+                       text(0, "PANIC"), text(0, " ")})
+                  .empty());
+}
+
+TEST(Show, TheOrderOfTheFileStays) {
+  const auto steps = stepsOf({{1, MidiFileMessage{0x90, 1, 1}}, text(1, "panic"), {1, MidiFileMessage{0x90, 2, 2}}});
+  ASSERT_EQ(steps.size(), 3U);
+  EXPECT_TRUE(std::holds_alternative<PanicStep>(steps[1].action));
+}
+
+}  // namespace
+}  // namespace vrel::render
