@@ -125,6 +125,14 @@ TEST_P(ReverbAtRate, NoLineStandsOutOfTheLateTail) {
   }
 }
 
+TEST_P(ReverbAtRate, TheTailDoesNotRepeatItself) {
+  const double rate = GetParam();
+  const std::vector<float> response = Hall(rate, 1, 100).wet(impulse(), 3)[0];
+  for (const double begin : {0.2, 0.5, 1.0, 2.0}) {
+    EXPECT_LT(strongestRepetition(between(response, rate, begin, begin + 0.8), rate, 0.002, 0.3), 0.16) << begin;
+  }
+}
+
 TEST_P(ReverbAtRate, StaysStableAndLosesEverythingInAMinute) {
   const double rate = GetParam();
   Hall hall(rate, 2, 100);

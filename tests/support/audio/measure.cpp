@@ -162,4 +162,23 @@ double spectralPeakDecibels(std::span<const float> samples, double sampleRate, d
   return 10.0 * std::log10(largest);
 }
 
+double strongestRepetition(std::span<const float> samples, double sampleRate, double shortest, double longest) {
+  Spectrum data(std::bit_ceil(samples.size() * 2));
+  // The difference from sample to sample, so that the lows do not hide the rest.
+  for (std::size_t index = 1; index < samples.size(); ++index) {
+    data[index] = static_cast<double>(samples[index]) - static_cast<double>(samples[index - 1]);
+  }
+  transform(data, false);
+  for (std::complex<double>& bin : data) {
+    bin = std::norm(bin);
+  }
+  transform(data, true);
+  double strongest = 0;
+  for (auto lag = static_cast<std::size_t>(shortest * sampleRate);
+       lag <= static_cast<std::size_t>(longest * sampleRate); ++lag) {
+    strongest = std::max(strongest, std::abs(data[lag].real()) / data[0].real());
+  }
+  return strongest;
+}
+
 }  // namespace vrel::audio::test

@@ -36,4 +36,8 @@ double echoDensity(std::span<const float> samples);
 /// Gaussian noise 10 to 12; a resonance stands higher.
 double spectralPeakDecibels(std::span<const float> samples, double sampleRate, double lowHertz, double highHertz);
 
+/// How much a stretch repeats itself after any time between the two: the strongest correlation with itself,
+/// 0 to 1. Small for noise; a flutter or a beat of equal delays shows. Seconds.
+double strongestRepetition(std::span<const float> samples, double sampleRate, double shortest, double longest);
+
 }  // namespace vrel::audio::test
