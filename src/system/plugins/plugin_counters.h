@@ -13,6 +13,11 @@ struct PluginCounters {
   std::atomic<std::uint64_t> skippedBlocks{0};   // the unit was being reset or restored just then
   std::atomic<std::uint64_t> refusedWork{0};     // a worker message found no room
   std::atomic<std::uint64_t> mutedLogLines{0};   // written inside a block, where nothing may be logged
+
+  // Of plug-ins in processes of their own.
+  std::atomic<std::uint64_t> lateBlocks{0};          // the answer was not there in time; the block was silent
+  std::atomic<std::uint64_t> lateAnswersDropped{0};  // an answer came after its block had been given up
+  std::atomic<std::uint64_t> deaths{0};              // the process ended by itself
 };
 
 }  // namespace vrel

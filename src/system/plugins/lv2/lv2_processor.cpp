@@ -2,7 +2,6 @@
 #include "system/plugins/lv2/lv2_processor.h"
 
 #include <algorithm>
-#include <cmath>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -93,22 +92,12 @@ void Lv2Processor::fillInputs(const audio::ProcessBlock& block) noexcept {
 }
 
 void Lv2Processor::writeOutputs(const audio::ProcessBlock& block) noexcept {
-  constexpr float glideSeconds = 0.01F;
-  const float wanted = gain_.load(std::memory_order_relaxed);
-  const float target = std::isfinite(wanted) ? wanted : 0.0F;
-  if (!std::exchange(hasSounded_, true)) {
-    soundingGain_ = target;
-  }
-  const float step = 1.0F / (glideSeconds * static_cast<float>(plugin_->sampleRate()));
-  for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-    soundingGain_ += std::clamp(target - soundingGain_, -step, step);
-    gains_[frame] = soundingGain_;
-  }
+  const float* const gains = gain_.glide(block.frameCount, plugin_->sampleRate());
   const std::span<float* const> outputs = plugin_->ports().audioOutputs();
   for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
     const float* const output = outputs[std::min<std::size_t>(channel, outputs.size() - 1)];
     for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-      block.output.channels[channel][frame] = output[frame] * gains_[frame];
+      block.output.channels[channel][frame] = output[frame] * gains[frame];
     }
   }
   if (audio::silenceIfNotFinite(block.output, block.frameCount)) {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,8 +8,9 @@
 #include "foundation/result.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
+#include "system/plugins/gliding_gain.h"
 #include "system/plugins/lv2/hosted_plugin.h"
-#include "system/plugins/lv2/midi_record.h"
+#include "system/plugins/midi_record.h"
 #include "system/plugins/lv2/unit_gate.h"
 
 namespace vrel::lv2 {
@@ -35,8 +34,8 @@ class Lv2Processor final : public audio::NodeProcessor {
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
 
   /// Factor on the output; the block glides to it. Not a number means silence.
-  void setGain(float linearGain) { gain_.store(linearGain, std::memory_order_relaxed); }
-  [[nodiscard]] float gain() const { return gain_.load(std::memory_order_relaxed); }
+  void setGain(float linearGain) { gain_.set(linearGain); }
+  [[nodiscard]] float gain() const { return gain_.get(); }
 
   /// Forgets pending events and clears what sounds.
   void reset() VREL_NOT_AUDIO_THREAD;
@@ -60,15 +59,10 @@ class Lv2Processor final : public audio::NodeProcessor {
   // Between the main thread and the block.
   UnitGate gate_;
   MidiRing events_;
-  std::atomic<float> gain_{1.0F};
+  GlidingGain gain_;
 
   // With the gate.
   HostedPluginPointer plugin_;
-
-  // The block's.
-  std::array<float, audio::maximumBlockFrames> gains_{};
-  float soundingGain_ = 1.0F;
-  bool hasSounded_ = false;
 };
 
 }  // namespace vrel::lv2

@@ -4,6 +4,7 @@
 #include <lilv/lilv.h>
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 #include "system/plugins/lv2/describe_plugin.h"
@@ -70,6 +71,9 @@ const LilvPlugin* Lv2World::libraryPlugin(const std::string& uri) const {
 }
 
 void Lv2World::scan() {
+  // While it reads bundles the library writes to memory that all worlds of the process share.
+  static std::mutex scanning;
+  const std::lock_guard lock(scanning);
   library_ = lilv_world_new();
   lilv_world_load_all(library_);
   const LilvPlugins* all = lilv_world_get_all_plugins(library_);

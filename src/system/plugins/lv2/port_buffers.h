@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "system/plugins/lv2/midi_record.h"
+#include "system/plugins/midi_record.h"
 #include "system/plugins/lv2/plugin_description.h"
 #include "system/plugins/lv2/urid_map.h"
 

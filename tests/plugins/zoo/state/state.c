@@ -11,8 +11,8 @@
 // value of 13 is refused.
 
 typedef struct {
-  int32_t value;
-  int32_t content;
+  _Atomic int32_t value;  // a host may save while it runs
+  _Atomic int32_t content;
   char path[4096];  // empty when there is no file
   bool mustLoad;
   const LV2_State_Make_Path* makePath;
@@ -85,7 +85,8 @@ static LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, 
           LV2_STATE_IS_POD);
     freePath->free_path(freePath->handle, abstract);
   }
-  return store(state, urid(zoo, ZOO_URI "#value"), &kept->value, sizeof kept->value, urid(zoo, LV2_ATOM__Int),
+  const int32_t value = kept->value;
+  return store(state, urid(zoo, ZOO_URI "#value"), &value, sizeof value, urid(zoo, LV2_ATOM__Int),
                LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
 }
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "system/plugins/lv2/spsc_ring.h"
+#include "system/plugins/spsc_ring.h"
 
-namespace vrel::lv2 {
+namespace vrel {
 
 /// One MIDI message on its way into a plug-in: raw bytes, status first.
 struct MidiRecord {
@@ -31,4 +31,4 @@ static_assert(std::is_trivially_copyable_v<MidiRecord> && sizeof(MidiRecord) == 
 using MidiRing = SpscRing<MidiRecord, 2048>;
 static_assert(MidiRing::capacity >= 10 * 192);
 
-}  // namespace vrel::lv2
+}  // namespace vrel

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <type_traits>
 
-namespace vrel::lv2 {
+namespace vrel {
 
 /// A queue of small records from one thread to one other, wait-free on both sides.
 ///
@@ -51,4 +51,4 @@ class SpscRing {
   std::array<Record, capacity> records_{};
 };
 
-}  // namespace vrel::lv2
+}  // namespace vrel

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/guest_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/pidfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+extern char** environ;  // NOLINT(readability-redundant-declaration): declared by no header of POSIX
+
+namespace vrel::sandbox {
+namespace {
+
+Error systemError(const char* what, int code) {
+  return Error{std::string(what) + ": " + std::generic_category().message(code)};
+}
+
+std::string makeFolder() {
+  std::error_code failure;
+  std::string folder = (std::filesystem::temp_directory_path(failure) / "vrel-plugin-XXXXXX").string();
+  return failure || mkdtemp(folder.data()) == nullptr ? std::string() : folder;
+}
+
+void removeFolder(const std::string& folder) {
+  if (!folder.empty()) {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+  }
+}
+
+/// This process's environment with the folder as the place for temporary files.
+std::vector<std::string> environmentWith(const std::string& folder) {
+  constexpr std::string_view name = "TMPDIR=";
+  std::vector<std::string> variables;
+  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+    if (folder.empty() || std::string_view(*variable).substr(0, name.size()) != name) {
+      variables.emplace_back(*variable);
+    }
+  }
+  if (!folder.empty()) {
+    variables.push_back(std::string(name) + folder);
+  }
+  return variables;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+  std::vector<char*> result;
+  for (std::string& text : texts) {
+    result.push_back(text.data());
+  }
+  result.push_back(nullptr);
+  return result;
+}
+
+/// What the new process is to begin with.
+class SpawnSettings {
+ public:
+  explicit SpawnSettings(int guestSocket) {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+    posix_spawn_file_actions_adddup2(&actions_, guestSocket, guestSocketNumber);
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    // What a plug-in prints is not what the program prints.
+    posix_spawn_file_actions_adddup2(&actions_, STDERR_FILENO, STDOUT_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&actions_, guestSocketNumber + 1);
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setpgroup(&attributes_, 0);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+  }
+  ~SpawnSettings() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  int spawn(pid_t& id, const std::string& program, const std::string& folder) {
+    std::vector<std::string> arguments = {program, std::to_string(getpid())};
+    std::vector<std::string> environment = environmentWith(folder);
+    return posix_spawn(&id, program.c_str(), &actions_, &attributes_, pointers(arguments).data(),
+                       pointers(environment).data());
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+  posix_spawnattr_t attributes_{};
+};
+
+/// One byte, and the descriptor beside it. The socket is new, so there is room.
+bool sendDescriptor(int socket, int descriptor) {
+  char byte = 0;
+  iovec content{&byte, 1};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+  msghdr message{};
+  message.msg_iov = &content;
+  message.msg_iovlen = 1;
+  message.msg_control = control.data();
+  message.msg_controllen = control.size();
+  cmsghdr* const head = CMSG_FIRSTHDR(&message);
+  head->cmsg_level = SOL_SOCKET;
+  head->cmsg_type = SCM_RIGHTS;
+  head->cmsg_len = CMSG_LEN(sizeof(int));
+  std::memcpy(CMSG_DATA(head), &descriptor, sizeof descriptor);
+  return sendmsg(socket, &message, MSG_NOSIGNAL) == 1;
+}
+
+std::string wordsFor(const siginfo_t& info) {
+  return info.si_code == CLD_EXITED ? "ended with code " + std::to_string(info.si_status)
+                                    : "was killed by signal " + std::to_string(info.si_status);
+}
+
+}  // namespace
+
+GuestProcess::GuestProcess(pid_t id, FileDescriptor end, std::string folder)
+    : id_(id), end_(std::move(end)), folder_(std::move(folder)) {}
+
+GuestProcess::GuestProcess(GuestProcess&& other) noexcept
+    : id_(std::exchange(other.id_, -1)), end_(std::move(other.end_)), folder_(std::move(other.folder_)) {}
+
+GuestProcess::~GuestProcess() {
+  if (id_ > 0) {
+    kill();
+    pollfd wait{end_.get(), POLLIN, 0};
+    constexpr int patienceMilliseconds = 2000;  // for a process that hangs in the kernel
+    poll(&wait, 1, patienceMilliseconds);
+    (void)reap();
+  }
+}
+
+Result<GuestProcess> GuestProcess::start(const std::string& program, const FileDescriptor& memory,
+                                         FileDescriptor& socket) {
+  std::array<int, 2> ends{};
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    return systemError("no socket", errno);
+  }
+  FileDescriptor hostEnd(ends[0]);
+  FileDescriptor guestEnd(ends[1]);
+  // A descriptor that is copied onto its own number would keep the mark that closes it.
+  if (guestEnd.get() == guestSocketNumber) {
+    guestEnd = FileDescriptor(fcntl(guestEnd.get(), F_DUPFD_CLOEXEC, guestSocketNumber + 1));
+  }
+  if (fcntl(hostEnd.get(), F_SETFL, O_NONBLOCK) != 0 || !sendDescriptor(hostEnd.get(), memory.get())) {
+    return systemError("no socket", errno);
+  }
+  const std::string folder = makeFolder();
+  pid_t id = -1;
+  if (const int failure = SpawnSettings(guestEnd.get()).spawn(id, program, folder); failure != 0) {
+    removeFolder(folder);
+    return systemError(("can not start " + program).c_str(), failure);
+  }
+  FileDescriptor end(pidfd_open(id, 0));
+  if (!end) {
+    const Error error = systemError("no watch on a process", errno);
+    ::kill(-id, SIGKILL);
+    waitpid(id, nullptr, 0);
+    removeFolder(folder);
+    return error;
+  }
+  socket = std::move(hostEnd);
+  return GuestProcess(id, std::move(end), folder);
+}
+
+void GuestProcess::kill() const {
+  // The number is the process's own until it is reaped, which only `reap` does.
+  if (id_ > 0) {
+    ::kill(-id_, SIGKILL);
+    ::kill(id_, SIGKILL);
+  }
+}
+
+std::optional<GuestProcess::Ended> GuestProcess::reap() {
+  siginfo_t info{};
+  if (id_ <= 0 || waitid(P_PIDFD, static_cast<id_t>(end_.get()), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+      info.si_pid == 0) {
+    return std::nullopt;
+  }
+  ::kill(-id_, SIGKILL);  // what it has left running
+  waitid(P_PIDFD, static_cast<id_t>(end_.get()), &info, WEXITED | WNOHANG);
+  id_ = -1;
+  end_.close();
+  removeFolder(folder_);
+  return Ended{wordsFor(info)};
+}
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// The slow road between host and guest: messages on a stream socket, each a head and a body.
+//
+//   message        from   body                                     answer
+//   instantiate    host   InstantiateRequest                       ready, or failed
+//   prepare        host   sample rate, 8 bytes of double           done
+//   captureState   host   none                                     state
+//   restoreState   host   a dictionary                             done
+//   reset          host   none                                     done
+//   quit           host   none                                     the guest ends
+//   ready          guest  channels that leave the plug-in, 4 bytes
+//   failed         guest  words; the guest then ends
+//   done           guest  none
+//   state          guest  a dictionary
+//   log            guest  one line, at any time
+//
+// An answer carries the number of its request. A request that the plug-in refuses is done all the
+// same, and a line tells. What comes from the guest is checked; a guest that sends anything else is killed.
+// Beside the first message the guest gets the descriptor of the shared memory.
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+
+#include "system/plugins/sandbox/byte_coding.h"
+
+namespace vrel::sandbox {
+
+enum class MessageKind : std::uint32_t {
+  instantiate = 1,
+  prepare,
+  captureState,
+  restoreState,
+  reset,
+  quit,
+  ready = 101,
+  failed,
+  done,
+  state,
+  log,
+};
+
+struct MessageHead {
+  MessageKind kind;
+  std::uint32_t request;  // number of the request
+  std::uint32_t size;     // of the body, bytes
+};
+static_assert(std::is_trivially_copyable_v<MessageHead> && sizeof(MessageHead) == 12);
+
+/// The largest body of each kind, bytes; none for a kind that does not exist.
+[[nodiscard]] std::optional<std::uint32_t> largestBody(MessageKind kind);
+
+/// Whether a guest sends messages of this kind.
+[[nodiscard]] constexpr bool isFromGuest(MessageKind kind) {
+  return static_cast<std::uint32_t>(kind) > 100;
+}
+
+struct Message {
+  MessageKind kind;
+  std::uint32_t request = 0;
+  Bytes body{};
+};
+
+/// What the guest is to become.
+struct InstantiateRequest {
+  std::string bundlePath;  // with a separator at its end
+  std::string pluginUri;
+  std::uint32_t componentType = 0;
+  std::uint32_t componentSubType = 0;
+  std::uint32_t componentManufacturer = 0;
+  double sampleRate = 0;  // frames per second
+  std::uint32_t nominalBlockFrames = 0;
+  bool worksWithinBlock = false;  // the plug-in's slow work is done by the block, so that a render repeats exactly
+  bool isRealTime = false;        // ask for real-time scheduling and memory that stays
+
+  bool operator==(const InstantiateRequest&) const = default;
+};
+[[nodiscard]] Bytes toBytes(const InstantiateRequest& request);
+[[nodiscard]] std::optional<InstantiateRequest> instantiateRequestFromBytes(std::span<const std::uint8_t> bytes);
+
+/// Head and body in one piece, ready to be sent.
+[[nodiscard]] Bytes toBytes(const Message& message);
+
+/// Cuts a stream into messages.
+class MessageParser {
+ public:
+  /// Takes what came in.
+  void add(std::span<const std::uint8_t> bytes);
+
+  /// The next whole message. None when more must come first, and after damage.
+  [[nodiscard]] std::optional<Message> next();
+
+  /// A head of no known kind, or with a body too large for it, came in. Nothing helps then.
+  [[nodiscard]] bool isDamaged() const { return isDamaged_; }
+
+ private:
+  Bytes pending_;
+  std::size_t taken_ = 0;  // bytes at the beginning of pending_ that are done with
+  bool isDamaged_ = false;
+};
+
+}  // namespace vrel::sandbox
