@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/user_defaults/ini_user_defaults.h"
+
+#include <charconv>
+#include <cstddef>
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "platform/console_output.h"
+#include "system/user_defaults/ini_text.h"
+#include "system/user_defaults/settings_file.h"
+
+namespace vrel::system {
+namespace {
+
+// Bytes. Settings are a handful of lines: more than this is no settings file.
+constexpr std::size_t mostBytes = std::size_t{1} << 20U;
+
+std::filesystem::path environmentPath(const char* name) {
+  const char* const text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): before other threads, by contract
+  return text == nullptr ? std::filesystem::path() : std::filesystem::path(text);
+}
+
+}  // namespace
+
+std::filesystem::path IniUserDefaults::userPath() {
+  const std::filesystem::path place = std::filesystem::path("vrel") / "defaults.ini";
+  // A relative one does not count, so that the settings never depend on the working folder.
+  if (const auto configuration = environmentPath("XDG_CONFIG_HOME"); configuration.is_absolute()) {
+    return configuration / place;
+  }
+  const auto home = environmentPath("HOME");
+  return home.is_absolute() ? home / ".config" / place : std::filesystem::path();
+}
+
+IniUserDefaults::IniUserDefaults(std::filesystem::path path, ConsoleOutput& console)
+    : path_(std::move(path)), console_(console) {
+  read();
+}
+
+void IniUserDefaults::read() {
+  if (path_.empty()) {
+    return;
+  }
+  const auto file = readFileStart(path_, mostBytes);
+  if (!file) {
+    console_.print("Failed to read the settings: " + file.error().description);
+    isDamaged_ = true;
+    return;
+  }
+  std::string_view text = file.value().text;
+  if (!file.value().isWhole) {
+    text = text.substr(0, text.find_last_of('\n') + 1);  // half a line would give half a value
+  }
+  auto content = readIni(text);
+  values_ = std::move(content.values);
+  isDamaged_ = content.isDamaged || !file.value().isWhole;
+  if (isDamaged_) {
+    console_.print("The settings are damaged, what can not be read of them is lost: " + path_.string());
+  }
+}
+
+void IniUserDefaults::write() {
+  const Outcome failure = path_.empty() ? Outcome(Error{"this user has no configuration folder"})
+                                        : replaceFile(path_, writeIni(values_), isDamaged_ ? ".damaged" : "");
+  if (failure) {
+    if (!std::exchange(failureIsTold_, true)) {
+      console_.print("Failed to save the settings, they hold for this run only: " + failure->description);
+    }
+    return;
+  }
+  isDamaged_ = false;
+  failureIsTold_ = false;
+}
+
+std::optional<std::string> IniUserDefaults::stringForKey(const std::string& key) {
+  const auto entry = values_.find(key);
+  return entry == values_.end() ? std::nullopt : std::optional(entry->second);
+}
+
+std::int64_t IniUserDefaults::integerForKey(const std::string& key) {
+  const auto entry = values_.find(key);
+  if (entry == values_.end()) {
+    return 0;
+  }
+  const std::string& text = entry->second;
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size() ? number : 0;
+}
+
+void IniUserDefaults::setString(const std::string& key, const std::string& value) {
+  values_.insert_or_assign(key, value);
+  write();
+}
+
+void IniUserDefaults::setInteger(const std::string& key, std::int64_t value) {
+  setString(key, std::to_string(value));
+}
+
+void IniUserDefaults::removeObjectForKey(const std::string& key) {
+  if (values_.erase(key) > 0 || failureIsTold_) {
+    write();
+  }
+}
+
+}  // namespace vrel::system
