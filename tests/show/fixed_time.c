@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <time.h>
+
+// The time of day stands still.
+
+time_t time(time_t* place);
+
+time_t time(time_t* place) {
+  const time_t now = 1000000000;
+  if (place != NULL) {
+    *place = now;
+  }
+  return now;
+}

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vrel {
+
+/// What a program did: its exit code (-1 when a signal ended it) and what it wrote.
+struct ProgramRun {
+  int exitCode = -1;
+  std::string output;
+  std::string errors;
+
+  /// The errors without what the plug-in library itself says of bundles it can not read.
+  [[nodiscard]] std::string ownErrors() const;
+};
+
+/// Runs a program to its end. `environment` holds NAME=VALUE texts, over those of this process.
+[[nodiscard]] ProgramRun runProgram(const std::vector<std::string>& command,
+                                    const std::vector<std::string>& environment = {});
+
+/// Runs vrel-render on the installed plug-ins, or on those of the zoo only.
+[[nodiscard]] ProgramRun render(const std::vector<std::string>& arguments,
+                                const std::vector<std::string>& environment = {});
+[[nodiscard]] ProgramRun renderOnZoo(const std::vector<std::string>& arguments);
+
+}  // namespace vrel

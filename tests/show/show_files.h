@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+
+namespace vrel {
+
+/// A test with a folder of its own, which goes with it.
+class ShowTest : public testing::Test {
+ protected:
+  ShowTest();
+  ~ShowTest() override;
+
+  /// The path of a file in the folder.
+  [[nodiscard]] std::string at(const std::string& name) const { return (folder_ / name).string(); }
+
+  std::string write(const std::string& name, const std::string& bytes) const;
+  std::string write(const std::string& name, const SetlistFile& setlist) const;
+  [[nodiscard]] std::string read(const std::string& name) const;
+  [[nodiscard]] bool exists(const std::string& name) const { return std::filesystem::exists(at(name)); }
+
+  /// The lines of an event file.
+  [[nodiscard]] std::vector<nlohmann::json> events(const std::string& name) const;
+
+ private:
+  std::filesystem::path folder_;
+};
+
+/// Makes a MIDI file of one track in which a tick is a millisecond.
+class MidiFileMaker {
+ public:
+  /// Times must not fall.
+  MidiFileMaker& message(std::uint32_t milliseconds, const std::vector<std::uint8_t>& bytes);
+  MidiFileMaker& marker(std::uint32_t milliseconds, const std::string& text);
+  [[nodiscard]] std::string bytes() const;
+
+ private:
+  void add(std::uint32_t milliseconds, const std::string& event);
+
+  std::uint32_t now_ = 0;
+  std::string track_;
+};
+
+/// The path of a plug-in of the zoo.
+[[nodiscard]] std::string zooInstrument(const std::string& name);
+[[nodiscard]] std::string zooEffect(const std::string& name);
+
+/// A strip that plays `pluginPath` as loud as it comes, with no reverb.
+[[nodiscard]] ChannelConfig stripOf(const std::string& name, const std::string& pluginPath);
+[[nodiscard]] SongConfig songOf(const std::string& name, const std::vector<ChannelConfig>& channels);
+[[nodiscard]] SetlistFile setlistOf(const std::vector<SongConfig>& songs);
+
+}  // namespace vrel
