@@ -36,7 +36,7 @@ std::shared_ptr<AudioEngine> AudioEngine::make(const EnginePlatform& platform) {
 AudioEngine::AudioEngine(const EnginePlatform& platform)
     : platform_(platform),
       engine_(platform.nodes.makeEngine()),
-      pool_(std::make_shared<PluginPool>(platform.units, platform.queues, platform.console)),
+      pool_(std::make_unique<PluginPool>(platform.units, platform.queues, platform.console)),
       mutator_(*engine_, platform.console),
       levels_(strips_, *engine_),
       levelCapture_(strips_, levels_, *engine_, platform.nodes, platform.clock),

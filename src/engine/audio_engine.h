@@ -102,7 +102,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   EnginePlatform platform_;
   std::unique_ptr<AVAudioEngine> engine_;
   Strips strips_;
-  std::shared_ptr<PluginPool> pool_;
+  std::unique_ptr<PluginPool> pool_;
   GraphMutator mutator_;
   MixLevels levels_;
   LevelCapture levelCapture_;

@@ -8,7 +8,14 @@
 namespace vrel {
 
 PluginPool::PluginPool(AudioUnitFactory& units, DispatchQueueFactory& queues, ConsoleOutput& console)
-    : units_(units), console_(console), pluginPoolQueue_(queues.makeSerialQueue("vrel.plugin.pool")) {}
+    : units_(units), console_(console), pluginPoolQueue_(queues.makeSerialQueue("vrel.plugin.pool")) {
+  door_->pool = this;
+}
+
+PluginPool::~PluginPool() {
+  const std::lock_guard lock(door_->mutex);
+  door_->pool = nullptr;
+}
 
 PluginPool::Node PluginPool::take(const std::string& key) {
   Node node;
@@ -72,9 +79,10 @@ void PluginPool::prewarmStep(const std::string& key, const PluginComponentResolv
     return;
   }
   instantiateInstrumentNode(component->audioComponentDescription,
-                            [weak = weak_from_this(), key](Node node, const std::optional<Error>& error) {
-                              if (const auto self = weak.lock()) {
-                                self->endPrewarm(key, std::move(node), error);
+                            [door = door_, key](Node node, const std::optional<Error>& error) {
+                              const std::lock_guard lock(door->mutex);
+                              if (door->pool != nullptr) {
+                                door->pool->endPrewarm(key, std::move(node), error);
                               }
                             });
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -27,8 +28,10 @@ using PluginComponentResolver = std::function<std::optional<AVAudioUnitComponent
 ///
 /// Threads: the pool and the set of keys being prewarmed are touched on the queue "vrel.plugin.pool"
 /// only; hence no lock. Only `take` makes the main thread wait for that queue, behind bookkeeping and
-/// resolver calls; instantiation runs elsewhere. Held by a shared_ptr: handlers in flight hold it weakly.
-class PluginPool : public std::enable_shared_from_this<PluginPool> {
+/// resolver calls; instantiation runs elsewhere.
+/// Ownership: one owner, on whose thread the pool ends, whatever is in flight: a handler that answers
+/// late, on any thread, finds the pool through a door that its end has closed.
+class PluginPool {
  public:
   using Node = std::shared_ptr<AVAudioUnit>;
   using UnitHandler = AudioUnitFactory::UnitHandler;
@@ -37,6 +40,9 @@ class PluginPool : public std::enable_shared_from_this<PluginPool> {
   static constexpr std::size_t largestCountPerKey = 2;
 
   PluginPool(AudioUnitFactory& units, DispatchQueueFactory& queues, ConsoleOutput& console);
+  ~PluginPool();
+  PluginPool(const PluginPool&) = delete;
+  PluginPool& operator=(const PluginPool&) = delete;
 
   void setResolver(PluginComponentResolver resolver) { resolver_ = std::move(resolver); }
   [[nodiscard]] const PluginComponentResolver& resolver() const { return resolver_; }
@@ -64,6 +70,13 @@ class PluginPool : public std::enable_shared_from_this<PluginPool> {
   [[nodiscard]] bool isPrewarming(const std::string& key);
 
  private:
+  // Never a shared_ptr to the pool itself: its last holder might be a handler on the pool's own queue,
+  // which can not wait for its own end.
+  struct Door {
+    std::mutex mutex;
+    PluginPool* pool = nullptr;  // guarded by mutex; null once the pool has ended
+  };
+
   void prewarmStep(const std::string& key, const PluginComponentResolver& resolver);
   void endPrewarm(const std::string& key, Node node, const std::optional<Error>& error);
 
@@ -72,6 +85,7 @@ class PluginPool : public std::enable_shared_from_this<PluginPool> {
   PluginComponentResolver resolver_;
   std::map<std::string, std::vector<Node>> pluginNodePool_;
   std::set<std::string> prewarmingPaths_;
+  const std::shared_ptr<Door> door_ = std::make_shared<Door>();
   // Last: letting go of a queue waits for the work under way, which may use all of the above.
   std::unique_ptr<DispatchQueue> pluginPoolQueue_;
 };

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/plugin_pool.h"
 
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <thread>
+
 #include "document/plugin_path.h"
 #include "support/simulated_stage.h"
 
@@ -148,6 +153,60 @@ TEST_F(Pool, AUsedNodeLoadedWithoutStateKeepsTheSoundItWasLeftWith) {
   EXPECT_EQ(strip.instrument->core.calls, (Lines{"host callbacks", "host callbacks"}))
       << "neither reset nor given a state";
   EXPECT_EQ(strip.instrument->core.documentState, edited);
+}
+
+/// A queue that notes the thread of its end, and that, entered by a handler, gives the pool's owner
+/// every chance to let go meanwhile.
+struct SlowEntry {
+  std::atomic<bool> isHolding{false};
+  std::atomic<bool> isEntered{false};
+  std::atomic<bool> ownerLetGo{false};
+  std::thread::id endedOn;
+};
+
+class SlowQueue : public DispatchQueue {
+ public:
+  explicit SlowQueue(SlowEntry& entry) : entry_(entry) {}
+  ~SlowQueue() override { entry_.endedOn = std::this_thread::get_id(); }
+  void async(Work work) override {
+    if (!entry_.isHolding) {
+      work();
+      return;
+    }
+    entry_.isEntered = true;
+    constexpr int patience = 100'000;
+    for (int turn = 0; turn < patience && !entry_.ownerLetGo; ++turn) {
+      std::this_thread::yield();
+    }
+  }
+  void sync(const Work& work) override { work(); }
+
+ private:
+  SlowEntry& entry_;
+};
+
+class SlowQueueFactory : public DispatchQueueFactory {
+ public:
+  std::unique_ptr<DispatchQueue> makeSerialQueue(const std::string& /*label*/) override {
+    return std::make_unique<SlowQueue>(entry);
+  }
+  SlowEntry entry;
+};
+
+TEST_F(Pool, EndsOnItsOwnersThreadAlsoWhileAHandlerIsAtTheDoor) {
+  SlowQueueFactory slowQueues;
+  auto ending = std::make_unique<PluginPool>(units, slowQueues, console);
+  ending->prewarmPlugin(pianoKey, [](const std::string&) { return std::optional(piano); });
+  ASSERT_EQ(units.requests.size(), 1U);
+  slowQueues.entry.isHolding = true;
+  std::thread service([&] { units.answer(0, nullptr, Error{"late"}); });
+  while (!slowQueues.entry.isEntered) {
+    std::this_thread::yield();
+  }
+  ending.reset();
+  slowQueues.entry.ownerLetGo = true;
+  service.join();
+  EXPECT_EQ(slowQueues.entry.endedOn, std::this_thread::get_id());
 }
 
 TEST_F(Pool, AnAnswerAfterTheEngineHasGoneIsDropped) {
