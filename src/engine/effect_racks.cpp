@@ -42,18 +42,18 @@ std::vector<AudioPluginSlot> moved(const std::vector<AudioPluginSlot>& slots, co
 
 void EffectRacks::instantiateEffectNode(const AVAudioUnitComponent& component,
                                         const std::function<void(UnitNode)>& completion) {
-  const auto outOfProcess = [component, completion, &console = with_.console](const UnitNode& node,
+  const auto outOfProcess = [component, completion, &console = with_.console](UnitNode node,
                                                                               const std::optional<Error>& error) {
     if (error) {
       console.print(failureLine("out-of-process", component, *error));
     }
-    completion(node);
+    completion(std::move(node));
   };
   with_.units.instantiate(component.audioComponentDescription, AudioComponentInstantiationOptions::inProcess,
                           [component, completion, outOfProcess, &console = with_.console, &units = with_.units](
-                              const UnitNode& node, const std::optional<Error>& error) {
+                              UnitNode node, const std::optional<Error>& error) {
                             if (node != nullptr) {
-                              completion(node);
+                              completion(std::move(node));
                               return;
                             }
                             if (error) {
@@ -132,31 +132,45 @@ void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
     }
     return;
   }
-  // Every load holds the group; whoever lets go of it last posts the end to the main queue.
-  const std::shared_ptr<void> group(nullptr, [this, life = life_.watch(), weakChannel = std::weak_ptr(channel),
-                                              completion = std::move(completion), &mainQueue = with_.mainQueue](void*) {
-    mainQueue.async([this, life, weakChannel, completion] {
-      const auto target = weakChannel.lock();
-      if (life.isAlive() && target) {
-        restoreEnded(*target, completion);
-      }
-    });
-  });
+  const auto group = std::make_shared<LoadGroup>(LoadGroup{.pending = 1, .channel = channel, .completion = {}});
+  group->completion = std::move(completion);
   for (const auto& slot : slots) {
     const auto component = isFilled(slot) && resolver ? resolver(slot.pluginPath) : std::nullopt;
-    if (!component) {
-      continue;
+    if (component) {
+      ++group->pending;
+      restoreWhenMade(slot, *component, group);
     }
-    instantiateEffectNode(*component, [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), slot, group,
-                                       &mainQueue = with_.mainQueue](const UnitNode& node) {
-      mainQueue.async([this, life, weakChannel, slot, group, node] {
-        const auto target = weakChannel.lock();
-        if (life.isAlive() && target && node != nullptr) {
-          with_.mutator.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*target, slot, node); });
-        }
-      });
-    });
   }
+  leave(group);
+}
+
+void EffectRacks::restoreWhenMade(const AudioPluginSlot& slot, const AVAudioUnitComponent& component,
+                                  const std::shared_ptr<LoadGroup>& group) {
+  instantiateEffectNode(
+      component, [this, life = life_.watch(), slot, group, &mainQueue = with_.mainQueue](UnitNode node) {
+        mainQueue.async([this, life, slot, group, node = std::move(node)] {
+          if (!life.isAlive()) {
+            return;
+          }
+          const auto channel = group->channel.lock();
+          if (channel && node != nullptr) {
+            with_.mutator.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
+          }
+          leave(group);
+        });
+      });
+}
+
+void EffectRacks::leave(const std::shared_ptr<LoadGroup>& group) {
+  if (--group->pending > 0) {
+    return;
+  }
+  with_.mainQueue.async([this, life = life_.watch(), group] {
+    const auto channel = group->channel.lock();
+    if (life.isAlive() && channel) {
+      restoreEnded(*channel, group->completion);
+    }
+  });
 }
 
 void EffectRacks::configureHostCallbacks(AVAudioUnit& unit) {
@@ -164,6 +178,11 @@ void EffectRacks::configureHostCallbacks(AVAudioUnit& unit) {
 }
 
 void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node) {
+  const auto& slots = channel.effectSlots.get();
+  const bool isWanted = std::any_of(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slot.id; });
+  if (!isWanted || channel.effectNodes.get().contains(slot.id)) {
+    return;  // the slot was removed, or filled by hand, while its plug-in was on the way
+  }
   configureHostCallbacks(*node);
   with_.engine.attach(node);
   if (const auto state = with_.pluginState.decodePluginState(slot.stateBase64)) {

@@ -67,12 +67,23 @@ class EffectRacks {
   /// are those before the move. Offsets out of range are ignored.
   void moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets, std::size_t toOffset);
 
-  /// Makes `slots` the channel's rack and loads their plug-ins side by side. `completion` may be
-  /// empty; it is called when the last has answered, unless engine or channel have gone.
+  /// Makes `slots` the channel's rack and loads their plug-ins side by side. A plug-in whose slot has
+  /// been removed or filled by the time it comes is dropped. `completion` may be empty; it is called
+  /// when the last has answered, unless engine or channel have gone.
   void restoreEffectSlots(const std::vector<AudioPluginSlot>& slots, const std::shared_ptr<AudioChannel>& channel,
                           const PluginComponentResolver& resolver, std::function<void()> completion);
 
  private:
+  /// The loads of one rack. Touched on the main thread only, so that it needs no lock.
+  struct LoadGroup {
+    std::size_t pending = 0;  // loads that have not answered, and whoever still adds to them
+    std::weak_ptr<AudioChannel> channel;
+    std::function<void()> completion;
+  };
+
+  void restoreWhenMade(const AudioPluginSlot& slot, const AVAudioUnitComponent& component,
+                       const std::shared_ptr<LoadGroup>& group);
+  void leave(const std::shared_ptr<LoadGroup>& group);
   void configureHostCallbacks(AVAudioUnit& unit);
   void restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node);
   void restoreEnded(AudioChannel& channel, const std::function<void()>& completion);

@@ -1,11 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/effect_racks.h"
 
+#include <memory>
+#include <utility>
+#include <vector>
+
 #include "document/plugin_path.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
 namespace {
+
+/// A main queue that runs nothing and shows what it was given.
+class KeepingQueue : public MainQueue {
+ public:
+  void async(Work work) override { kept.push_back(std::move(work)); }
+  void sync(const Work& /*work*/) override { FAIL() << "somebody waits for the main queue"; }
+  void asyncAfter(double /*seconds*/, Work work) override { kept.push_back(std::move(work)); }
+  std::unique_ptr<RepeatingTimer> repeatingTimer(double /*intervalSeconds*/, Work /*work*/) override {
+    return std::make_unique<RepeatingTimer>();
+  }
+
+  std::vector<Work> kept;
+};
 
 class Racks : public SimulatedStage {
  protected:
@@ -154,6 +171,75 @@ TEST_F(Racks, RestoringLoadsAllSideBySideAndWiresThemInSlotOrderWhateverAnswersF
   EXPECT_EQ(strip.channel->effectSlots.get().size(), 3U);
 }
 
+TEST_F(Racks, ARestoreRestartsOnceForEachNodeAndOnceForTheChain) {
+  const auto strip = addStrip("Piano");
+  engine->effects().restoreEffectSlots({slotFor(chorusKey), slotFor(chorusKey)}, strip.channel, resolver(), nullptr);
+  graph().record.clear();
+  units.answerWithUnit();
+  units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_EQ(graph().count("stop"), 3);
+  EXPECT_EQ(graph().count("start"), 3);
+}
+
+TEST_F(Racks, ARestoreTakesTheFormerNodesOff) {
+  const auto strip = addStrip("Piano");
+  const auto former = addEffect(*strip.channel, "former");
+  engine->chains().rebuildChannelEffectChain(*strip.channel);
+  engine->effects().restoreEffectSlots({}, strip.channel, resolver(), nullptr);
+  EXPECT_FALSE(graph().isAttached(former));
+  EXPECT_TRUE(strip.channel->effectSlots.get().empty());
+  EXPECT_TRUE(strip.channel->effectNodes.get().empty());
+  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > reverb 1 > meter 1 > main mixer > output");
+}
+
+TEST_F(Racks, ARestoreOfPluginsThatAreNotInstalledCompletesOnTheMainQueue) {
+  const auto strip = addStrip("Piano");
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slotFor("aucd:1:2:3")}, strip.channel, resolver(), [&] { ++completions; });
+  EXPECT_EQ(completions, 0);
+  mainQueue.runAll();
+  EXPECT_EQ(completions, 1);
+}
+
+TEST_F(Racks, APluginWhoseSlotWasRemovedOnItsWayIsDropped) {
+  const auto strip = addStrip("Piano");
+  const auto slot = slotFor(chorusKey);
+  int completions = 0;
+  engine->effects().restoreEffectSlots({slot}, strip.channel, resolver(), [&] { ++completions; });
+  engine->effects().removeEffectSlot(*strip.channel, slot.id);
+  const auto late = units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_FALSE(graph().isAttached(late));
+  EXPECT_TRUE(strip.channel->effectNodes.get().empty());
+  EXPECT_EQ(completions, 1);
+}
+
+TEST_F(Racks, APluginWhoseSlotWasFilledByHandOnItsWayIsDropped) {
+  const auto strip = addStrip("Piano");
+  const auto slot = slotFor(chorusKey);
+  engine->effects().restoreEffectSlots({slot}, strip.channel, resolver(), nullptr);
+  const auto chosen = std::make_shared<simulation::ScriptedUnit>("chosen");
+  engine->effects().replaceEffectSlot(*strip.channel, slot.id, chorus, chosen, nullptr);
+  const auto late = units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_FALSE(graph().isAttached(late));
+  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > chosen > reverb 1 > meter 1 > main mixer > output");
+}
+
+TEST_F(Racks, ARestoreThatTheMainQueueNeverGetsToPostsNothingAsItGoes) {
+  KeepingQueue lastQueue;
+  simulation::SimulatedNodeFactory otherNodes;
+  auto other = AudioEngine::make({otherNodes, units, lastQueue, queues, clock, propertyLists, console});
+  other->effects().restoreEffectSlots({slotFor(chorusKey)}, other->addChannel("A"), resolver(), nullptr);
+  units.answerWithUnit();
+  other.reset();
+  auto left = std::move(lastQueue.kept);
+  lastQueue.kept.clear();
+  left.clear();
+  EXPECT_TRUE(lastQueue.kept.empty()) << "a queue at its end takes no more work";
+}
+
 TEST_F(Racks, AFailedRestoreLeavesTheSlotWithItsDataAndStillCompletes) {
   const auto strip = addStrip("Piano");
   auto slot = slotFor(chorusKey);
@@ -164,6 +250,7 @@ TEST_F(Racks, AFailedRestoreLeavesTheSlotWithItsDataAndStillCompletes) {
   units.answer(0, nullptr, std::nullopt);
   mainQueue.runAll();
   EXPECT_EQ(completions, 1);
+  EXPECT_TRUE(console.lines.empty()) << "without an error there is nothing to tell";
   EXPECT_TRUE(strip.channel->effectNodes.get().empty());
   EXPECT_EQ(strip.channel->effectSlots.get(), std::vector{slot});
 }
