@@ -68,6 +68,7 @@ void AudioEngine::begin() {
   }
   levelCapture_.startMeterDecayTimer(platform_.mainQueue);
   levelCapture_.installMainMixerTap();
+  tellOutputRate();
 }
 
 AudioEngine::~AudioEngine() {

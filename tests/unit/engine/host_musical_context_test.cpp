@@ -81,10 +81,18 @@ TEST_F(BeatClock, AnOutputWithoutARateCountsAs44100) {
   EXPECT_DOUBLE_EQ(context().currentSamplePosition(), 44100.0);
 }
 
-TEST_F(BeatClock, TheRateIsThatOfTheOutputFromTheFirstStartOn) {
+TEST_F(BeatClock, TheRateIsThatOfTheOutputAsOfTheLastStart) {
   wait(1.0);
+  dynamic_cast<simulation::SimulatedNode&>(*graph().outputNode()).format.sampleRate = 96000.0;
   engine->ensureEngineRunning("initialization");
-  EXPECT_DOUBLE_EQ(context().currentSamplePosition(), graph().outputNode()->outputFormat(0).sampleRate);
+  EXPECT_DOUBLE_EQ(context().currentSamplePosition(), 96000.0);
+}
+
+TEST_F(BeatClock, TheRateIsThatOfTheOutputAlsoBeforeTheFirstStart) {
+  simulation::SimulatedNodeFactory otherNodes;
+  const auto other = AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console});
+  wait(1.0);
+  EXPECT_DOUBLE_EQ(other->musicalContext().currentSamplePosition(), 48000.0);
 }
 
 TEST_F(BeatClock, TimeBeforeTheAnchorCountsAsNoTime) {
