@@ -102,7 +102,8 @@ void LevelCapture::feedPlaybackMeter(AudioChannel& channel) {
   if (channel.pluginPath.get() != pathPlayback || !channel.playbackIsPlaying.get() || !startedAt || peaks.empty()) {
     return;
   }
-  const double duration = std::max(channel.playbackEndTime.get() - channel.playbackStartTime.get(), shortestDuration);
+  // In this order, since a length that is no number must not come through to the index below.
+  const double duration = std::max(shortestDuration, channel.playbackEndTime.get() - channel.playbackStartTime.get());
   const double elapsed = clock_.CACurrentMediaTime() - *startedAt;
   const double position = channel.playbackLoop.get() ? std::fmod(elapsed, duration) : std::min(elapsed, duration);
   const double proportion = std::clamp(position / duration, 0.0, 1.0);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/level_capture.h"
 
+#include <limits>
+
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -67,6 +69,16 @@ TEST_F(Capture, FurtherChannelsAndEmptyBuffersAreIgnored) {
   EXPECT_EQ(strip.channel->rawMeterPeakR, 0.2F);
 }
 
+TEST_F(Capture, SamplesThatAreNoNumbersLeaveThePeaksAlone) {
+  const auto strip = addStrip("Broken");
+  setUnity(*strip.channel);
+  auto& meter = meterOf(*strip.channel);
+  meter.feedTap(*frame({0.5F, 0.25F}));
+  meter.feedTap(*frame({std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN()}));
+  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.5F);
+  EXPECT_EQ(strip.channel->rawMeterPeakR, 0.25F);
+}
+
 TEST_F(Capture, TheMainMixersTapFeedsTheMasterAtTheMastersLevel) {
   auto& master = *engine->masterChannel();
   setUnity(master);
@@ -102,6 +114,47 @@ TEST_F(Capture, APeakOfOneIsGoneAfter23Ticks) {
   mainQueue.advance(1.0 / 60.0);
   EXPECT_EQ(channel->peakL.get(), 0.0F);
   EXPECT_EQ(engine->masterChannel()->peakR.get(), 0.0F);
+}
+
+TEST_F(Capture, ATickTakesATenthAndAHundredth) {
+  const auto channel = engine->addChannel("A");
+  channel->peakL.set(1.0F);
+  channel->peakR.set(0.5F);
+  mainQueue.advance(1.5 / 60.0);
+  EXPECT_FLOAT_EQ(channel->peakL.get(), 0.89F);
+  EXPECT_FLOAT_EQ(channel->peakR.get(), 0.44F);
+}
+
+TEST_F(Capture, EachTickFeedsThePlaybackMeters) {
+  const auto channel = playingFile({{0.1F, 0.2F}});
+  mainQueue.advance(1.5 / 60.0);
+  EXPECT_FLOAT_EQ(channel->rawMeterPeakL, 0.1F);
+  EXPECT_FLOAT_EQ(channel->rawMeterPeakR, 0.2F);
+}
+
+TEST_F(Capture, OnlyAPlaybackThatRunsIsFed) {
+  const auto expectNothing = [this](auto&& change) {
+    const auto channel = playingFile({{0.5F, 0.5F}});
+    change(*channel);
+    engine->levelCapture().feedPlaybackMeter(*channel);
+    EXPECT_EQ(channel->rawMeterPeakL, 0.0F);
+  };
+  expectNothing([](AudioChannel& channel) { channel.pluginPath.set(pianoKey); });
+  expectNothing([](AudioChannel& channel) { channel.playbackIsPlaying.set(false); });
+  expectNothing([](AudioChannel& channel) { channel.playbackMeterStartedAt.set(std::nullopt); });
+  expectNothing([](AudioChannel& channel) { channel.mute.set(true); });
+}
+
+TEST_F(Capture, APlaybackWithoutALengthStaysAmongItsPeaks) {
+  for (const double end : {1.0, -5.0, std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+                           std::numeric_limits<double>::quiet_NaN()}) {
+    const auto channel = playingFile({{0.25F, 0.25F}, {0.5F, 0.5F}});
+    channel->playbackEndTime.set(end);
+    channel->playbackLoop.set(true);
+    clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 700'000'000);
+    engine->levelCapture().feedPlaybackMeter(*channel);
+    EXPECT_GT(channel->rawMeterPeakL, 0.0F) << end;
+  }
 }
 
 TEST_F(Capture, SilentChannelsCauseNoNotifications) {
