@@ -2,7 +2,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <set>
 #include <string>
@@ -49,7 +51,8 @@ class AppState {
   Observable<std::vector<SongConfig>> songs;
   Observable<std::optional<std::size_t>> selectedSongIndex;
   Observable<std::string> newSongName;
-  Observable<bool> isDirty{false};  // unsaved edits; set by each edit, never derived
+  Observable<std::optional<std::filesystem::path>> currentFilePath;  // last loaded from or saved to
+  Observable<bool> isDirty{false};                                   // unsaved edits; set by each edit, never derived
   Observable<bool> showCloseDialog{false};
   Observable<bool> allowedToClose{false};
 

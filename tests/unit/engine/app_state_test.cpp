@@ -39,6 +39,7 @@ TEST_F(Session, BeginsEmptyAndDisconnected) {
   const auto& session = make();
   EXPECT_TRUE(session.songs.get().empty());
   EXPECT_FALSE(session.selectedSongIndex.get().has_value());
+  EXPECT_FALSE(session.currentFilePath.get().has_value());
   EXPECT_FALSE(session.isDirty.get());
   EXPECT_EQ(session.tempoBpm.get(), 120U);
   EXPECT_EQ(session.activeMidiPortName.get(), "Disconnected");
