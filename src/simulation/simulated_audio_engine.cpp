@@ -26,9 +26,9 @@ void SimulatedAudioEngine::detach(const Node& node) {
   std::erase_if(connections_, [&](const auto& link) { return link.first == node || link.second == node; });
 }
 
-void SimulatedAudioEngine::connect(const Node& source, const Node& destination,
-                                   std::optional<AVAudioFormat> /*format*/) {
+void SimulatedAudioEngine::connect(const Node& source, const Node& destination, std::optional<AVAudioFormat> format) {
   record.push_back("connect " + nameOf(source) + " -> " + nameOf(destination));
+  connectFormats.push_back(format);
   if (running_) {
     ++connectsWhileRunning;
   }

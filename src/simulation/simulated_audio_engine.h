@@ -111,6 +111,8 @@ class SimulatedAudioEngine : public AVAudioEngine {
   /// When set, every start fails with this.
   std::optional<Error> startFailure;
   int connectsWhileRunning = 0;
+  /// The format given with each connect, in order.
+  std::vector<std::optional<AVAudioFormat>> connectFormats;
 
  private:
   void disconnectQuietly(const Node& source, const Node& destination);

@@ -14,16 +14,32 @@ TEST_F(Channel, IsBornEmptyWithTheStatedDefaults) {
   EXPECT_EQ(channel.volume.get(), 0.8F);
   EXPECT_EQ(channel.gain.get(), 0.5F);
   EXPECT_EQ(channel.reverb.get(), 0.0F);
+  EXPECT_FALSE(channel.mute.get());
+  EXPECT_FALSE(channel.solo.get());
   EXPECT_EQ(channel.pluginPath.get(), "");
+  EXPECT_EQ(channel.pluginName.get(), "");
   EXPECT_EQ(channel.status.get(), "No plugin");
   EXPECT_EQ(channel.color.get(), (std::vector{1.0F, 0.33F, 0.0F}));
   EXPECT_EQ(channel.minNote.get(), 0);
   EXPECT_EQ(channel.maxNote.get(), 127);
+  EXPECT_EQ(channel.transpose.get(), 0);
   EXPECT_TRUE(channel.sendSustain.get());
   EXPECT_TRUE(channel.sendExpression.get());
   EXPECT_FALSE(channel.sustainControlsRotor.get());
+  EXPECT_TRUE(channel.effectSlots.get().empty());
+  EXPECT_EQ(channel.playbackFilePath.get(), "");
+  EXPECT_FALSE(channel.playbackLoop.get());
+  EXPECT_EQ(channel.playbackStartTime.get(), 0.0);
+  EXPECT_EQ(channel.playbackEndTime.get(), 0.0);
   EXPECT_EQ(channel.playbackStopMode.get(), "toggle");
+  EXPECT_TRUE(channel.visualClipMappings.get().empty());
+  EXPECT_FALSE(channel.playbackIsPlaying.get());
+  EXPECT_FALSE(channel.playbackRunToken.get().has_value());
+  EXPECT_EQ(channel.peakL.get(), 0.0F);
   EXPECT_EQ(channel.instrumentNode.get(), nullptr);
+  EXPECT_EQ(channel.reverbNode.get(), nullptr);
+  EXPECT_EQ(channel.meterNode.get(), nullptr);
+  EXPECT_FALSE(channel.meterTapInstalled.get());
 }
 
 TEST_F(Channel, SettingSoloToItsPresentValueReappliesTheLevelsOfAllChannels) {
@@ -47,6 +63,15 @@ TEST_F(Channel, EachOfTheFourMixValuesReappliesTheLevels) {
   expectReapplied([&] { channel->gain.set(channel->gain.get()); });
   expectReapplied([&] { channel->mute.set(channel->mute.get()); });
   expectReapplied([&] { channel->solo.set(channel->solo.get()); });
+}
+
+TEST_F(Channel, SettingTheReverbToItsPresentValueReappliesItsMix) {
+  const auto channel = engine->addChannel("A");
+  auto& reverb = dynamic_cast<simulation::SimulatedReverb&>(*channel->reverbNode.get());
+  channel->reverb.set(0.5F);
+  reverb.setWetDryMix(1.0F);
+  channel->reverb.set(0.5F);
+  EXPECT_EQ(reverb.wetDryMix(), 37.5F);
 }
 
 TEST_F(Channel, WhoseEngineHasGoneTakesAllAssignmentsAndDoesNothingMore) {
@@ -92,6 +117,55 @@ TEST_F(Channel, CapturedTwiceGivesEqualValuesUnderDifferentIds) {
   EXPECT_EQ(first.volume, 0.3F);
   first.id = second.id;
   EXPECT_EQ(first, second);
+}
+
+TEST_F(Channel, EveryStoredValueIsCaptured) {
+  ChannelConfig wanted;
+  wanted.name = "Track";
+  wanted.volume = 0.1F;
+  wanted.gain = 0.2F;
+  wanted.reverb = 0.3F;
+  wanted.mute = true;
+  wanted.solo = true;
+  wanted.pluginPath = "internal:playback";
+  wanted.color = {0.4F, 0.5F, 0.6F};
+  wanted.minNote = 7;
+  wanted.maxNote = 8;
+  wanted.transpose = -9;
+  wanted.sendSustain = false;
+  wanted.sendExpression = false;
+  wanted.sustainControlsRotor = true;
+  wanted.playbackFilePath = "/music/track.wav";
+  wanted.playbackLoop = true;
+  wanted.playbackStartTime = 1.5;
+  wanted.playbackEndTime = 2.5;
+  wanted.playbackStopMode = "other";
+  wanted.visualClipMappings = {VisualClipMapping{}};
+  const auto channel = engine->addChannel(wanted.name);
+  channel->volume.set(wanted.volume);
+  channel->gain.set(wanted.gain);
+  channel->reverb.set(wanted.reverb);
+  channel->mute.set(wanted.mute);
+  channel->solo.set(wanted.solo);
+  channel->pluginPath.set(wanted.pluginPath);
+  channel->color.set(wanted.color);
+  channel->minNote.set(wanted.minNote);
+  channel->maxNote.set(wanted.maxNote);
+  channel->transpose.set(wanted.transpose);
+  channel->sendSustain.set(wanted.sendSustain);
+  channel->sendExpression.set(wanted.sendExpression);
+  channel->sustainControlsRotor.set(wanted.sustainControlsRotor);
+  channel->playbackFilePath.set(wanted.playbackFilePath);
+  channel->playbackLoop.set(wanted.playbackLoop);
+  channel->playbackStartTime.set(wanted.playbackStartTime);
+  channel->playbackEndTime.set(wanted.playbackEndTime);
+  channel->playbackStopMode.set(wanted.playbackStopMode);
+  channel->visualClipMappings.set(wanted.visualClipMappings);
+  wanted.effectSlots = {addEmptySlot(*channel, chorusKey)};
+  const auto captured = makeChannelConfig(*channel, engine->pluginState());
+  EXPECT_NE(captured.id, channel->id);
+  wanted.id = captured.id;
+  EXPECT_EQ(captured, wanted);
 }
 
 TEST_F(Channel, VolumeBeyondTheTopIsKeptAndOnlyItsLevelIsLimited) {

@@ -80,6 +80,16 @@ TEST_F(Chains, AReverbSendOfOneAndAnythingAboveGives75Percent) {
   EXPECT_EQ(reverbOf(*channel).wetDryMix(), 0.0F);
 }
 
+TEST_F(Chains, ANewReverbGetsTheSendAsItIsAndTheNextRebuildLimitsIt) {
+  const auto strip = addStrip("Piano");
+  strip.channel->reverbNode.set(nullptr);
+  strip.channel->reverb.set(2.0F);
+  engine->chains().ensureReverbNode(*strip.channel);
+  EXPECT_EQ(reverbOf(*strip.channel).wetDryMix(), 150.0F);
+  engine->chains().rebuildChannelEffectChain(*strip.channel);
+  EXPECT_EQ(reverbOf(*strip.channel).wetDryMix(), 75.0F);
+}
+
 TEST_F(Chains, AMeterNodeLostInACrashIsMadeAgainByTheNextRebuild) {
   const auto strip = addStrip("Piano");
   engine->instruments().simulatePluginCrash(*strip.channel);
@@ -87,6 +97,8 @@ TEST_F(Chains, AMeterNodeLostInACrashIsMadeAgainByTheNextRebuild) {
   const auto second = std::make_shared<simulation::ScriptedInstrument>("Second");
   engine->instruments().installInstrumentNode(*strip.channel, second, pianoKey, "Piano", std::nullopt);
   EXPECT_EQ(graph().chainFrom(second), "Second > reverb 1 > meter 2 > main mixer > output");
+  EXPECT_EQ(meterOf(*strip.channel).outputVolume(), engine->levels().channelOutputLevel(*strip.channel));
+  EXPECT_NE(meterOf(*strip.channel).tap, nullptr);
 }
 
 }  // namespace

@@ -1,14 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <algorithm>
-
+#include "simulation/simulated_midi_service.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
 namespace {
 
-class EngineLifecycle : public SimulatedStage {
- protected:
-  [[nodiscard]] bool recorded(const std::string& line) { return graph().count(line) > 0; }
+class EngineLifecycle : public SimulatedStage {};
+
+/// Notes whether the graph still ran when the input let go of the service.
+class WatchingMIDIService : public simulation::SimulatedMIDIService {
+ public:
+  explicit WatchingMIDIService(const simulation::SimulatedNodeFactory& nodes) : nodes_(nodes) {}
+  void MIDIPortDispose(MIDIPortRef port) override {
+    ranAtDisposal = nodes_.engine->isRunning();
+    SimulatedMIDIService::MIDIPortDispose(port);
+  }
+
+  bool ranAtDisposal = true;
+
+ private:
+  const simulation::SimulatedNodeFactory& nodes_;
 };
 
 TEST_F(EngineLifecycle, StartsOnTheFirstTurnOfTheMainQueueNotInTheInitialiser) {
@@ -18,6 +29,50 @@ TEST_F(EngineLifecycle, StartsOnTheFirstTurnOfTheMainQueueNotInTheInitialiser) {
   mainQueue.runOne();
   EXPECT_TRUE(otherNodes.engine->isRunning());
   EXPECT_EQ(otherNodes.engine->record, (Lines{"connect main mixer -> output", "start"}));
+}
+
+TEST_F(EngineLifecycle, TheMixerMeetsTheOutputInTheOutputsFormatAndChainsNegotiate) {
+  graph().stop();
+  dynamic_cast<simulation::SimulatedNode&>(*graph().outputNode()).format = {96000.0, 2};
+  graph().connectFormats.clear();
+  engine->ensureEngineRunning("initialization");
+  EXPECT_EQ(graph().connectFormats, (std::vector{std::optional(AVAudioFormat{96000.0, 2})}));
+  graph().connectFormats.clear();
+  addStrip("Piano");
+  engine->chains().rebuildMasterEffectChain(true);
+  EXPECT_EQ(graph().connectFormats, std::vector<std::optional<AVAudioFormat>>(4));
+}
+
+TEST_F(EngineLifecycle, PacketsOfTheMidiServiceReachTheInstruments) {
+  simulation::SimulatedNodeFactory otherNodes;
+  simulation::SimulatedMIDIService service;
+  service.sources = {"Keys"};
+  const auto other =
+      AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console, nullptr, &service});
+  mainQueue.runAll();
+  ASSERT_NE(other->midiInput(), nullptr);
+  EXPECT_EQ(other->midiInput()->currentMidiPortName(), "Keys");
+  const auto instrument = std::make_shared<simulation::ScriptedInstrument>("Piano");
+  other->instruments().installInstrumentNode(*other->addChannel("A"), instrument, pianoKey, "Piano", std::nullopt);
+  service.send({{0x90, 60, 100}});
+  EXPECT_TRUE(instrument->events.empty());
+  mainQueue.runAll();
+  EXPECT_EQ(instrument->events, (Events{{0x90, 60, 100}}));
+}
+
+TEST_F(EngineLifecycle, EndOfLifeStopsThePlatformEngineThenDisposesOfPortAndClientAndDropsWhatIsQueued) {
+  simulation::SimulatedNodeFactory otherNodes;
+  WatchingMIDIService service(otherNodes);
+  auto other =
+      AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console, nullptr, &service});
+  mainQueue.runAll();
+  ASSERT_TRUE(otherNodes.engine->isRunning());
+  service.record.clear();
+  service.send({{0x90, 60, 100}});
+  other.reset();
+  EXPECT_FALSE(service.ranAtDisposal);
+  EXPECT_EQ(service.record, (Lines{"dispose port 2", "dispose client 1"}));
+  mainQueue.runAll();
 }
 
 TEST_F(EngineLifecycle, AnEngineThatHasGoneBeforeItsFirstTurnIsNotStarted) {
@@ -60,17 +115,25 @@ TEST_F(EngineLifecycle, ANewStripHasMeterAndReverbAttachedAndUnconnectedWithoutA
   EXPECT_EQ(dynamic_cast<simulation::SimulatedReverb&>(*channel->reverbNode.get()).preset, 12);
 }
 
+TEST_F(EngineLifecycle, ANewStripIsLevelledAtOnce) {
+  const auto channel = engine->addChannel("Lead");
+  EXPECT_EQ(meterOf(*channel).outputVolume(), engine->levels().channelOutputLevel(*channel));
+  EXPECT_NE(meterOf(*channel).outputVolume(), 1.0F) << "the default fader is not at unity";
+}
+
 TEST_F(EngineLifecycle, TheEighthStripHasTheColourOfTheFirst) {
   std::vector<std::vector<float>> colors;
   for (int strip = 0; strip < 8; ++strip) {
     colors.push_back(engine->addChannel("S")->color.get());
   }
-  EXPECT_EQ(colors[0], (std::vector{1.0F, 0.33F, 0.0F}));
-  EXPECT_EQ(colors[6], (std::vector{0.2F, 0.4F, 0.9F}));
-  EXPECT_EQ(colors[7], colors[0]);
-  colors.pop_back();
-  std::sort(colors.begin(), colors.end());
-  EXPECT_EQ(std::unique(colors.begin(), colors.end()), colors.end());
+  EXPECT_EQ(colors, (std::vector<std::vector<float>>{{1.0F, 0.33F, 0.0F},
+                                                     {1.0F, 0.82F, 0.0F},
+                                                     {0.0F, 0.76F, 0.76F},
+                                                     {0.7F, 0.2F, 0.8F},
+                                                     {0.2F, 0.8F, 0.2F},
+                                                     {0.85F, 0.2F, 0.2F},
+                                                     {0.2F, 0.4F, 0.9F},
+                                                     {1.0F, 0.33F, 0.0F}}));
 }
 
 TEST_F(EngineLifecycle, RemovingAllOfNothingOnARunningEngineDoesNotStopIt) {

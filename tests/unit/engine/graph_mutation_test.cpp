@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/graph_mutator.h"
 
+#include <functional>
+
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -8,6 +10,20 @@ namespace {
 
 class GraphMutation : public SimulatedStage {
  protected:
+  /// What is printed when the restart fails that `operation` causes first.
+  Lines failureOf(const std::function<void()>& operation) {
+    graph().startFailure = std::nullopt;
+    engine->ensureEngineRunning("test");
+    console.lines.clear();
+    graph().startFailure = Error{"gone"};
+    operation();
+    return console.lines;
+  }
+
+  static Lines failureUnder(const std::string& label) {
+    return {"AVAudioEngine restart failed after graph mutation (" + label + "): gone"};
+  }
+
   void expectRestarts(int expected) {
     EXPECT_EQ(graph().count("stop"), expected);
     EXPECT_EQ(graph().count("start"), expected);
@@ -62,6 +78,29 @@ TEST_F(GraphMutation, FailedRestartIsToldAndTheNextSuccessfulStartClearsIt) {
   graph().startFailure = std::nullopt;
   EXPECT_TRUE(engine->ensureEngineRunning("initialization"));
   EXPECT_FALSE(engine->lastEngineStartError().has_value());
+}
+
+TEST_F(GraphMutation, EachOperationTellsAFailureUnderItsOwnLabel) {
+  auto& chains = engine->chains();
+  auto& loader = engine->instruments();
+  auto& effects = engine->effects();
+  const auto strip = addStrip("Piano");
+  auto& channel = *strip.channel;
+  EXPECT_EQ(failureOf([&] { chains.rebuildChannelEffectChain(channel); }), failureUnder("rebuildChannelEffectChain"));
+  EXPECT_EQ(failureOf([&] { chains.rebuildMasterEffectChain(true); }), failureUnder("rebuildMasterEffectChain"));
+  const auto effect = std::make_shared<simulation::ScriptedUnit>("effect");
+  const auto slotId = Uuid::fresh();
+  EXPECT_EQ(failureOf([&] { effects.replaceEffectSlot(channel, slotId, chorus, effect, nullptr); }),
+            failureUnder("replaceEffectSlot"));
+  EXPECT_EQ(failureOf([&] { effects.removeEffectSlot(channel, slotId); }), failureUnder("removeEffectSlot"));
+  addEffect(channel, "second");
+  EXPECT_EQ(failureOf([&] { effects.restoreEffectSlots({}, strip.channel, nullptr, nullptr); }),
+            failureUnder("detachEffectNodes"));
+  EXPECT_EQ(failureOf([&] { loader.unloadInstrument(channel); }), failureUnder("unloadInstrument"));
+  EXPECT_EQ(failureOf([&] { loader.loadVisualInstrument(channel, {}, nullptr); }),
+            failureUnder("loadVisualInstrument"));
+  EXPECT_EQ(failureOf([&] { loader.simulatePluginCrash(channel); }), failureUnder("detachMeterNode"));
+  EXPECT_EQ(failureOf([&] { engine->removeChannel(channel); }), failureUnder("detachReverbNode"));
 }
 
 TEST_F(GraphMutation, EveryConnectOfAChainHappensOnAStoppedEngine) {

@@ -9,6 +9,49 @@ namespace {
 
 class Loading : public SimulatedStage {
  protected:
+  /// Gives every field that belongs to a playback or to its run a value of its own.
+  static void fillPlayback(AudioChannel& channel) {
+    channel.playbackBuffer.set(std::make_shared<AVAudioPCMBuffer>(AVAudioFormat{48000.0, 2}, std::uint32_t{1}));
+    channel.playbackFileDuration.set(9.0);
+    channel.playbackStartFrame.set(3);
+    channel.playbackFrameCount.set(7);
+    channel.playbackFilePath.set("/music/click.wav");
+    channel.playbackLoop.set(true);
+    channel.playbackStartTime.set(1.0);
+    channel.playbackEndTime.set(4.0);
+    channel.playbackStopMode.set("other");
+    channel.playbackIsPlaying.set(true);
+    channel.playbackStopRequested.set(true);
+    channel.playbackRunToken.set(Uuid::fresh());
+    channel.playbackMeterStartedAt.set(1.0);
+    channel.playbackMeterPeaks.set({{0.5F, 0.5F}});
+    channel.peakL.set(0.5F);
+    channel.peakR.set(0.5F);
+  }
+
+  static void expectNoPlaybackFile(const AudioChannel& channel) {
+    EXPECT_EQ(channel.playbackBuffer.get(), nullptr);
+    EXPECT_EQ(channel.playbackFile.get(), nullptr);
+    EXPECT_EQ(channel.playbackFileDuration.get(), 0.0);
+    EXPECT_EQ(channel.playbackStartFrame.get(), 0);
+    EXPECT_EQ(channel.playbackFrameCount.get(), 0U);
+    EXPECT_EQ(channel.playbackFilePath.get(), "");
+    EXPECT_FALSE(channel.playbackLoop.get());
+    EXPECT_EQ(channel.playbackStartTime.get(), 0.0);
+    EXPECT_EQ(channel.playbackEndTime.get(), 0.0);
+    EXPECT_EQ(channel.playbackStopMode.get(), "toggle");
+  }
+
+  static void expectNoPlaybackRun(const AudioChannel& channel) {
+    EXPECT_FALSE(channel.playbackIsPlaying.get());
+    EXPECT_FALSE(channel.playbackStopRequested.get());
+    EXPECT_FALSE(channel.playbackRunToken.get().has_value());
+    EXPECT_FALSE(channel.playbackMeterStartedAt.get().has_value());
+    EXPECT_TRUE(channel.playbackMeterPeaks.get().empty());
+    EXPECT_EQ(channel.peakL.get(), 0.0F);
+    EXPECT_EQ(channel.peakR.get(), 0.0F);
+  }
+
   std::string stateText(const PropertyListDictionary& state) { return base64Encode(propertyLists.ticketFor({state})); }
 
   const PropertyListDictionary saved{{"cutoff", {0.25}}};
@@ -87,18 +130,49 @@ TEST_F(Loading, ANewInstrumentSendsTheOldOneToThePoolUnderItsOwnKey) {
 
 TEST_F(Loading, AnInstrumentClearsThePlaybackFields) {
   const auto channel = engine->addChannel("A");
-  channel->playbackFilePath.set("/music/click.wav");
-  channel->playbackLoop.set(true);
-  channel->playbackEndTime.set(4.0);
-  channel->playbackStopMode.set("other");
-  channel->playbackFrameCount.set(7);
+  fillPlayback(*channel);
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", std::nullopt);
-  EXPECT_EQ(channel->playbackFilePath.get(), "");
-  EXPECT_FALSE(channel->playbackLoop.get());
-  EXPECT_EQ(channel->playbackEndTime.get(), 0.0);
-  EXPECT_EQ(channel->playbackStopMode.get(), "toggle");
-  EXPECT_EQ(channel->playbackFrameCount.get(), 0U);
+  expectNoPlaybackFile(*channel);
+}
+
+TEST_F(Loading, UnloadClearsWhatBelongsToPlaybackAndClips) {
+  const auto strip = addStrip("Piano");
+  fillPlayback(*strip.channel);
+  strip.channel->visualClipMappings.set({VisualClipMapping{}});
+  engine->instruments().unloadInstrument(*strip.channel);
+  expectNoPlaybackFile(*strip.channel);
+  expectNoPlaybackRun(*strip.channel);
+  EXPECT_TRUE(strip.channel->visualClipMappings.get().empty());
+}
+
+TEST_F(Loading, VisualModeTakesTheInstrumentAndClearsWhatBelongsToPlayback) {
+  const auto strip = addStrip("Piano");
+  fillPlayback(*strip.channel);
+  const std::vector mappings{VisualClipMapping{}};
+  bool completed = false;
+  engine->instruments().loadVisualInstrument(*strip.channel, mappings, [&](bool ok) { completed = ok; });
+  EXPECT_TRUE(completed);
+  expectNoPlaybackFile(*strip.channel);
+  expectNoPlaybackRun(*strip.channel);
+  EXPECT_EQ(strip.channel->pluginPath.get(), "internal:visual");
+  EXPECT_EQ(strip.channel->visualClipMappings.get(), mappings);
+  EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr);
+  EXPECT_FALSE(graph().isAttached(strip.instrument));
+  EXPECT_FALSE(strip.channel->meterTapInstalled.get());
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 1U);
+}
+
+TEST_F(Loading, AParkedNodeIsInstalledByTheMainQueuesNextWorkNotByTheCall) {
+  engine->removeChannel(*addStrip("Piano").channel);
+  const auto channel = engine->addChannel("A");
+  bool completed = false;
+  engine->instruments().loadInstrument(channel, piano, std::nullopt, [&](bool ok) { completed = ok; });
+  EXPECT_EQ(channel->status.get(), "Loading...");
+  EXPECT_FALSE(completed);
+  mainQueue.runAll();
+  EXPECT_EQ(channel->status.get(), "RUNNING");
+  EXPECT_TRUE(completed);
 }
 
 TEST_F(Loading, UnloadEmptiesTheStripAndKeepsItsRack) {
@@ -133,17 +207,6 @@ TEST_F(Loading, UnloadStopsAPlayerAndDoesNotPoolIt) {
   engine->instruments().unloadInstrument(*channel);
   EXPECT_EQ(player->stopCount, 1);
   EXPECT_EQ(engine->pluginPool().idleCount("internal:playback"), 0U);
-}
-
-TEST_F(Loading, VisualModeTakesTheInstrumentAway) {
-  const auto strip = addStrip("Piano");
-  bool completed = false;
-  engine->instruments().loadVisualInstrument(*strip.channel, {VisualClipMapping{}}, [&](bool ok) { completed = ok; });
-  EXPECT_TRUE(completed);
-  EXPECT_EQ(strip.channel->pluginPath.get(), "internal:visual");
-  EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr);
-  EXPECT_FALSE(graph().isAttached(strip.instrument));
-  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 1U);
 }
 
 TEST_F(Loading, ARehearsedCrashKeepsPathAndEffectsAndLosesTheNode) {

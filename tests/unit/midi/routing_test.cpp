@@ -131,6 +131,29 @@ TEST_F(Routing, ANoteOnWithoutVelocityIsANoteOffForTheInterfaceAndGoesOnAsItCame
   EXPECT_EQ(callbacks, (Lines{"activity 60 off", "control 144 60 0"}));
 }
 
+TEST_F(Routing, CallbacksRunBeforeTheChannelsGetTheMessage) {
+  std::vector<std::size_t> eventsBefore;
+  engine->midiCallbacks.onMidiNoteActivity = [&](uint8_t, bool) {
+    eventsBefore.push_back(strip.instrument->events.size());
+  };
+  engine->midiCallbacks.onMidiPerformanceControlMessage = [&](uint8_t, uint8_t, uint8_t) {
+    eventsBefore.push_back(strip.instrument->events.size());
+  };
+  routed(0x90, 60, 100);
+  routed(0xB0, 7, 100);
+  EXPECT_EQ(eventsBefore, (std::vector<std::size_t>{0, 0}));
+}
+
+TEST_F(Routing, AStripWithoutAPathGetsNothingButThePanic) {
+  channel().pluginPath.set("");
+  EXPECT_EQ(routed(0x90, 60, 100), Events{});
+  EXPECT_EQ(routed(0xE0, 1, 2), Events{});
+  engine->sendPerformanceMIDI(0xB0, 64, 127);
+  EXPECT_EQ(strip.instrument->events, Events{});
+  engine->panic();
+  EXPECT_EQ(strip.instrument->events.size(), 192U);
+}
+
 TEST_F(Routing, CallbacksRunInOrderAndOnlyForTheirMessages) {
   const std::vector<std::tuple<int, int, int, Lines>> cases{
       {0x83, 60, 5, {"activity 60 off", "control 131 60 5"}},
