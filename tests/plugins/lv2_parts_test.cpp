@@ -13,9 +13,9 @@
 
 #include "system/plugins/lv2/atom_urids.h"
 #include "system/plugins/lv2/message_ring.h"
-#include "system/plugins/midi_record.h"
 #include "system/plugins/lv2/serial_thread.h"
 #include "system/plugins/lv2/urid_map.h"
+#include "system/plugins/midi_record.h"
 
 namespace vrel::lv2 {
 namespace {
