@@ -199,10 +199,15 @@ TEST_F(Pool, EndsOnItsOwnersThreadAlsoWhileAHandlerIsAtTheDoor) {
   ending->prewarmPlugin(pianoKey, [](const std::string&) { return std::optional(piano); });
   ASSERT_EQ(units.requests.size(), 1U);
   slowQueues.entry.isHolding = true;
-  std::thread service([&] { units.answer(0, nullptr, Error{"late"}); });
-  while (!slowQueues.entry.isEntered) {
+  std::atomic<bool> isAnswered{false};
+  std::thread service([&] {
+    units.answer(0, nullptr, Error{"late"});
+    isAnswered = true;
+  });
+  while (!slowQueues.entry.isEntered && !isAnswered) {
     std::this_thread::yield();
   }
+  EXPECT_TRUE(slowQueues.entry.isEntered);
   ending.reset();
   slowQueues.entry.ownerLetGo = true;
   service.join();
