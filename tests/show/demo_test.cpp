@@ -21,9 +21,10 @@ namespace {
 class Demo : public ShowTest {
  protected:
   ProgramRun play(const std::vector<std::string>& environment = {}) const {
-    auto run = render({"--out", at("out.wav"), "--events", at("events.jsonl"), VREL_DEMO_FOLDER "/demo.vrel",
-                       VREL_DEMO_FOLDER "/demo.mid"},
-                      environment);
+    const std::string folder = VREL_DEMO_FOLDER;
+    auto run =
+        render({"--out", at("out.wav"), "--events", at("events.jsonl"), folder + "/demo.vrel", folder + "/demo.mid"},
+               environment);
     EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
     return run;
   }
@@ -113,10 +114,10 @@ TEST_F(Demo, TwoRunsGiveTheSameBytes) {
                                               "ASAN_OPTIONS=verify_asan_link_order=0"};
   play(fixedTime);
   const std::string sound = read("out.wav");
-  const std::string log = read("events.jsonl");
+  const auto log = events("events.jsonl");
   play(fixedTime);
   EXPECT_TRUE(read("out.wav") == sound);
-  EXPECT_TRUE(read("events.jsonl") == log);
+  EXPECT_TRUE(events("events.jsonl") == log);
 }
 
 }  // namespace
