@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "foundation/thread_roles.h"
@@ -29,13 +30,18 @@ struct ProcessBlock {
   std::span<const Stream> inputs;  // in the order they were connected; empty for a source
   Stream output;                   // never shares memory with an input; holds silence on entry
   TapPoint* tap = nullptr;         // for a processor that serves its tap itself; may be ignored by all others
+
+  // Nobody may wait in this block for longer, nanoseconds of the monotonic clock. None where no time
+  // is due: a render that takes as long as it takes.
+  std::optional<std::int64_t> deadline{};
 };
 
 /// The audio half of a node: everything of it that the audio thread may touch.
 ///
 /// Order of calls: `prepare` from the control half before the node first stands in a plan and again
-/// when rate changes, never while a plan with this node is being rendered; then `process` once
-/// per block. It is kept alive by every plan it stands in, so it may outlive its node.
+/// when rate changes, never while a plan with this node is being rendered; then, once per block,
+/// `begin` if nothing leads into it, and `process`. It is kept alive by every plan it stands in, so it may outlive its
+/// node.
 class NodeProcessor {
  public:
   virtual ~NodeProcessor() = default;
@@ -49,6 +55,10 @@ class NodeProcessor {
 
   /// Whether `process` pushes to the tap itself, since what a listener gets is not the output.
   [[nodiscard]] virtual bool servesTap() const { return false; }
+
+  /// Comes before the first `process` of the block, to all processors that are sources in the plan: who
+  /// lets others work on the block sets them going here, and collects in `process`.
+  virtual void begin(std::uint32_t /*frameCount*/) noexcept VREL_AUDIO_THREAD {}
 
   /// Renders one block. An early return leaves silence.
   virtual void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD = 0;

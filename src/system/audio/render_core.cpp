@@ -16,6 +16,15 @@ using Clock = std::chrono::steady_clock;
 // No block of 1024 frames lasts anywhere near this long; who waits longer waits for a dead device.
 constexpr std::chrono::seconds longestWait{2};
 
+// The share of a block's time in which a processor may wait for others; the rest is for what follows it.
+constexpr double waitingShare = 0.75;
+
+/// When the wait for the frames up to `endFrame` of a block that began at `begin` is over.
+std::int64_t deadlineOf(Clock::time_point begin, std::uint32_t endFrame, double sampleRate) {
+  const auto start = std::chrono::duration_cast<std::chrono::nanoseconds>(begin.time_since_epoch());
+  return start.count() + static_cast<std::int64_t>(1e9 * waitingShare * endFrame / sampleRate);
+}
+
 }  // namespace
 
 RenderCore::Turn RenderCore::publish(const RenderPlan* plan) {
@@ -45,7 +54,9 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
   std::fill_n(right, frameCount, 0.0F);
   for (std::uint32_t done = 0; done < frameCount;) {
     const std::uint32_t count = std::min(frameCount - done, maximumBlockFrames);
-    renderSlice({left + done, right + done}, count);
+    const auto deadline =
+        watchTime_ ? std::optional(deadlineOf(begin, done + count, sampleRate)) : std::optional<std::int64_t>();
+    renderSlice({left + done, right + done}, count, deadline);
     done += count;
   }
   if (watchTime_) {
@@ -56,12 +67,13 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
   }
 }
 
-void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount) noexcept {
+void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount,
+                             std::optional<std::int64_t> deadline) noexcept {
   // Only this thread writes the counter: odd from here, even again at the end.
   const Turn turn = turn_.load(std::memory_order_relaxed);
   turn_.store(turn + 1);
   if (const RenderPlan* const plan = plan_.load(); plan != nullptr) {
-    plan->render(frameCount);
+    plan->render(frameCount, deadline);
     const Stream& result = plan->result();
     if (silenceIfNotFinite(result, frameCount)) {
       RenderCounters::add(counters_.nonFiniteBlocks);

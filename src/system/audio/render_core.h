@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <optional>
 
 #include "foundation/thread_roles.h"
 #include "system/audio/render_counters.h"
@@ -41,7 +42,8 @@ class RenderCore {
  private:
   using Sides = std::array<float*, maximumStreamChannels>;
 
-  void renderSlice(const Sides& sides, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
+  void renderSlice(const Sides& sides, std::uint32_t frameCount,
+                   std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
   void fadeIn(const Sides& sides, std::uint32_t frameCount) noexcept;
   void addFadeOut(const Sides& sides, std::uint32_t frameCount) noexcept;
 

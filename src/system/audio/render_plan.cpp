@@ -67,7 +67,12 @@ void RenderPlan::giveBack(const Stream& stream) {
   }
 }
 
-void RenderPlan::render(std::uint32_t frameCount) const noexcept {
+void RenderPlan::render(std::uint32_t frameCount, std::optional<std::int64_t> deadline) const noexcept {
+  for (const Step& step : steps_) {
+    if (step.inputCount == 0) {
+      step.processor->begin(frameCount);
+    }
+  }
   for (const Step& step : steps_) {
     for (std::uint32_t channel = 0; channel < step.output.channelCount; ++channel) {
       std::fill_n(step.output.channels[channel], frameCount, 0.0F);
@@ -75,7 +80,8 @@ void RenderPlan::render(std::uint32_t frameCount) const noexcept {
     const ProcessBlock block{.frameCount = frameCount,
                              .inputs = std::span(inputs_).subspan(step.firstInput, step.inputCount),
                              .output = step.output,
-                             .tap = step.tap};
+                             .tap = step.tap,
+                             .deadline = deadline};
     step.processor->process(block);
     if (!step.processor->servesTap()) {
       step.tap->push(step.output, frameCount);

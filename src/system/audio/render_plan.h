@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "foundation/thread_roles.h"
@@ -38,8 +39,9 @@ class RenderPlan {
   /// Back to an empty plan; its memory stays for the next `compile`.
   void clear() VREL_NOT_AUDIO_THREAD;
 
-  /// Renders 1 to maximumBlockFrames frames.
-  void render(std::uint32_t frameCount) const noexcept VREL_AUDIO_THREAD;
+  /// Renders 1 to maximumBlockFrames frames: begins all sources, then takes the steps in order. The
+  /// deadline is that of `ProcessBlock`.
+  void render(std::uint32_t frameCount, std::optional<std::int64_t> deadline = {}) const noexcept VREL_AUDIO_THREAD;
 
   /// What the output node rendered last.
   [[nodiscard]] const Stream& result() const { return result_; }
