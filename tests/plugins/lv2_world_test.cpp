@@ -60,7 +60,7 @@ TEST(Components, ABrokenBundleHidesNothingButItself) {
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:brokendata"), "");
   // sine, mono, echo, gain, monoeffect, generator, worker, state, defaultstate, refuses, needy,
   // notanumber, nolibrary, wide, midieffect, strangeport, nameless
-  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 17U);
+  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 24U);
 }
 
 TEST(Components, NamesComeFromThePluginOrElseFromItsUri) {

@@ -15,7 +15,7 @@ namespace vrel {
 /// Where the music stands at the first frame of a block. Copied bytewise between processes.
 struct MusicalTime {
   double tempoBpm = 120;
-  double beat = 0;            // since beat 0 of the song
+  double beat = 0;  // since beat 0 of the song
   double beatsPerBar = 4;
   double barStartBeat = 0;    // the downbeat of the bar that holds `beat`
   double samplePosition = 0;  // frames
@@ -44,10 +44,10 @@ class HostTimeBlocks {
       return time;
     }
     std::uint64_t flags = 0;
-    const bool isKnown = context_ && transport_ &&
-                         context_(&time.tempoBpm, &time.beatsPerBar, &time.beatUnit, &time.beat, nullptr,
-                                  &time.barStartBeat) &&
-                         transport_(&flags, &time.samplePosition, nullptr, nullptr);
+    const bool isKnown =
+        context_ && transport_ &&
+        context_(&time.tempoBpm, &time.beatsPerBar, &time.beatUnit, &time.beat, nullptr, &time.barStartBeat) &&
+        transport_(&flags, &time.samplePosition, nullptr, nullptr);
     isTaken_.store(false, std::memory_order_release);
     time.isKnown = isKnown ? 1 : 0;
     time.isMoving = (flags & transportStateMoving) != 0 ? 1 : 0;

@@ -6,6 +6,7 @@
 #include <lv2/midi/midi.h>
 #include <lv2/resize-port/resize-port.h>
 #include <lv2/state/state.h>
+#include <lv2/time/time.h>
 
 #include <limits>
 #include <memory>
@@ -146,6 +147,8 @@ class Reader {
   void readAtomPort(const LilvPort* port, PortDescription& description) const {
     description.takesMidi =
         description.isInput && lilv_port_supports_event(plugin_, port, uri(LV2_MIDI__MidiEvent).get());
+    description.takesTime =
+        description.isInput && lilv_port_supports_event(plugin_, port, uri(LV2_TIME__Position).get());
     const Node designation(lilv_port_get(plugin_, port, uri(LV2_CORE__designation).get()));
     description.isDesignated = designation && lilv_node_equals(designation.get(), uri(LV2_CORE__control).get());
     const Node size(lilv_port_get(plugin_, port, uri(LV2_RESIZE_PORT__minimumSize).get()));

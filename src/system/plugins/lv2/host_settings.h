@@ -24,6 +24,7 @@ struct HostSettings {
   double sampleRate = 48000;  // frames per second; a unit follows the graph when that has another
   std::uint32_t nominalBlockFrames = 128;
   WorkerMode workerMode = WorkerMode::thread;
+  bool guardsBuffers = false;  // a plug-in that writes outside its port buffers crashes: for a process of its own
   LogSink log;
   std::shared_ptr<PluginCounters> counters = std::make_shared<PluginCounters>();
 };

@@ -40,7 +40,7 @@ HostedPlugin::HostedPlugin(Lv2World& world, std::shared_ptr<const PluginDescript
       worker_(settings),
       files_(description_->bundlePath),
       features_(urids_, settings, sampleRate, log_, worker_, files_),
-      ports_(*description_, sampleRate, urids_) {}
+      ports_(*description_, sampleRate, urids_, settings.guardsBuffers) {}
 
 HostedPlugin::~HostedPlugin() {
   if (instance_ == nullptr) {

@@ -24,6 +24,9 @@ class Lv2Instance final : public AUAudioUnit {
   /// A state of another plug-in, or one that can not be read, changes nothing; the plug-in's log tells.
   void setFullStateForDocument(const PropertyListDictionary& state) override;
 
+  void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }
+  void setTransportStateBlock(AUHostTransportStateBlock block) override { processor_->time().set(std::move(block)); }
+
   void reset() { processor_->reset(); }
 
   [[nodiscard]] const std::shared_ptr<Lv2Processor>& processor() const { return processor_; }

@@ -30,6 +30,7 @@ void Lv2Processor::prepare(double sampleRate) {
   const ControlHold hold(gate_);
   if (hold) {
     plugin_ = std::move(next).value();
+    timeNews_.forget();
   }
 }
 
@@ -57,11 +58,22 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
     return;
   }
   plugin_->ports().beginBlock();
+  tellTime(block.frameCount);
   takeEvents();
   fillInputs(block);
   plugin_->run(block.frameCount);
   writeOutputs(block);
   gate_.leave();
+}
+
+void Lv2Processor::tellTime(std::uint32_t frameCount) noexcept {
+  if (!plugin_->ports().takesTime()) {
+    return;
+  }
+  const MusicalTime time = time_.read();
+  if (time.isKnown != 0 && timeNews_.isNews(time, frameCount, plugin_->sampleRate())) {
+    plugin_->ports().appendTime(time);
+  }
 }
 
 void Lv2Processor::takeEvents() noexcept {
@@ -123,6 +135,7 @@ void Lv2Processor::reset() {
     }
     const std::lock_guard lock(plugin.worker().workMutex());
     plugin.reactivate();
+    timeNews_.forget();
     return std::nullopt;
   });
   if (failure) {

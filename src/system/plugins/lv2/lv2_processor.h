@@ -10,8 +10,10 @@
 #include "system/audio/node_processor.h"
 #include "system/plugins/gliding_gain.h"
 #include "system/plugins/lv2/hosted_plugin.h"
-#include "system/plugins/midi_record.h"
+#include "system/plugins/lv2/time_position.h"
 #include "system/plugins/lv2/unit_gate.h"
+#include "system/plugins/midi_record.h"
+#include "system/plugins/musical_time.h"
 
 namespace vrel::lv2 {
 
@@ -37,6 +39,9 @@ class Lv2Processor final : public audio::NodeProcessor {
   void setGain(float linearGain) { gain_.set(linearGain); }
   [[nodiscard]] float gain() const { return gain_.get(); }
 
+  /// Where the plug-in's time comes from.
+  [[nodiscard]] HostTimeBlocks& time() { return time_; }
+
   /// Forgets pending events and clears what sounds.
   void reset() VREL_NOT_AUDIO_THREAD;
 
@@ -47,6 +52,7 @@ class Lv2Processor final : public audio::NodeProcessor {
   [[nodiscard]] HostedPlugin& plugin() { return *plugin_; }
 
  private:
+  void tellTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
   void takeEvents() noexcept VREL_AUDIO_THREAD;
   void fillInputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void writeOutputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
@@ -60,8 +66,10 @@ class Lv2Processor final : public audio::NodeProcessor {
   UnitGate gate_;
   MidiRing events_;
   GlidingGain gain_;
+  HostTimeBlocks time_;
 
   // With the gate.
+  TimeNews timeNews_;
   HostedPluginPointer plugin_;
 };
 

@@ -26,14 +26,18 @@ bool matches(const AudioComponentDescription& wanted, const AudioComponentDescri
 }  // namespace
 
 std::shared_ptr<Lv2World> Lv2World::open() {
-  return std::shared_ptr<Lv2World>(new Lv2World());
+  return std::shared_ptr<Lv2World>(new Lv2World(std::nullopt));
 }
 
-Lv2World::Lv2World() : urids_(std::make_unique<UridMap>()) {
+std::shared_ptr<Lv2World> Lv2World::openOne(const PluginAddress& address) {
+  return std::shared_ptr<Lv2World>(new Lv2World(address));
+}
+
+Lv2World::Lv2World(const std::optional<PluginAddress>& only) : urids_(std::make_unique<UridMap>()) {
   auto done = std::make_shared<std::promise<void>>();
   scanned_ = done->get_future().share();
-  thread_.post([this, done] {
-    scan();
+  thread_.post([this, done, only] {
+    only ? readOne(*only) : scan();
     done->set_value();
   });
 }
@@ -82,6 +86,19 @@ void Lv2World::scan() {
     if (description.codes.componentType != 0) {
       plugins_.push_back(std::make_shared<const PluginDescription>(std::move(description)));
     }
+  }
+}
+
+void Lv2World::readOne(const PluginAddress& address) {
+  library_ = lilv_world_new();
+  LilvNode* bundle = lilv_new_file_uri(library_, nullptr, address.bundlePath.c_str());
+  lilv_world_load_bundle(library_, bundle);
+  lilv_node_free(bundle);
+  if (const LilvPlugin* plugin = libraryPlugin(address.uri)) {
+    // The bundles that define classes are not read, so its class is not known here, and with it its type.
+    PluginDescription description = describePlugin(library_, plugin);
+    description.codes = address.codes;
+    plugins_.push_back(std::make_shared<const PluginDescription>(std::move(description)));
   }
 }
 

@@ -12,6 +12,7 @@
 
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,10 +27,20 @@ namespace vrel::lv2 {
 
 class UridMap;
 
+/// One plug-in that is known from elsewhere, so that nothing need be scanned for it.
+struct PluginAddress {
+  std::string bundlePath;  // with a separator at its end
+  std::string uri;
+  AudioComponentDescription codes;
+};
+
 class Lv2World final : public AVAudioUnitComponentManager, public std::enable_shared_from_this<Lv2World> {
  public:
   /// Begins the scan of the bundles on LV2_PATH, or in the usual places, and returns at once.
   [[nodiscard]] static std::shared_ptr<Lv2World> open();
+
+  /// A world of one plug-in: reads its bundle and no other. It has no components when it is not there.
+  [[nodiscard]] static std::shared_ptr<Lv2World> openOne(const PluginAddress& address);
 
   ~Lv2World() override;
   Lv2World(const Lv2World&) = delete;
@@ -52,8 +63,9 @@ class Lv2World final : public AVAudioUnitComponentManager, public std::enable_sh
   [[nodiscard]] const LilvPluginImpl* libraryPlugin(const std::string& uri) const;
 
  private:
-  Lv2World();
+  explicit Lv2World(const std::optional<PluginAddress>& only);
   void scan();
+  void readOne(const PluginAddress& address);
 
   LilvWorldImpl* library_ = nullptr;
   std::unique_ptr<UridMap> urids_;

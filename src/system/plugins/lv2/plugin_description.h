@@ -18,6 +18,7 @@ struct PortDescription {
   bool isInput = false;
   bool isOptional = false;      // may be left unconnected
   bool takesMidi = false;       // an atom input that wants MIDI events
+  bool takesTime = false;       // an atom input that wants the position in the music
   bool isDesignated = false;    // the control port of the plug-in
   bool scalesWithRate = false;  // a control whose bounds are multiples of the sample rate
   float defaultValue = 0;       // as given: may be NaN or out of bounds

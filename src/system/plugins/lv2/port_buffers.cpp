@@ -29,10 +29,12 @@ bool isLeftUnconnected(const PortDescription& port, std::size_t earlierOfItsKind
 
 }  // namespace
 
-PortBuffers::PortBuffers(const PluginDescription& description, double sampleRate, UridMap& urids)
-    : locations_(description.ports.size()),
+PortBuffers::PortBuffers(const PluginDescription& description, double sampleRate, UridMap& urids, bool isGuarded)
+    : isGuarded_(isGuarded),
+      locations_(description.ports.size()),
       controls_(description.ports.size()),
       bounds_(description.ports.size()),
+      timeForge_(urids),
       sequenceType_(urids.map(LV2_ATOM__Sequence)),
       chunkType_(urids.map(LV2_ATOM__Chunk)),
       midiType_(urids.map(LV2_MIDI__MidiEvent)) {
@@ -48,24 +50,29 @@ PortBuffers::PortBuffers(const PluginDescription& description, double sampleRate
   beginBlock();
 }
 
+void* PortBuffers::takeMemory(std::size_t bytes) {
+  if (isGuarded_) {
+    return guarded_.emplace_back(bytes).data();
+  }
+  const std::size_t wordCount = (bytes + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t);
+  return plain_.emplace_back(std::make_unique<Words>(wordCount))->data();
+}
+
 void PortBuffers::makeAudio(const PluginDescription& description) {
   const auto isSampled = [](const PortDescription& port) {
     return port.kind == PortKind::audio || port.kind == PortKind::cv;
   };
-  const auto count = std::count_if(description.ports.begin(), description.ports.end(), isSampled);
-  samples_.resize(static_cast<std::size_t>(count) * audio::maximumBlockFrames);
-  float* next = samples_.data();
   for (std::size_t index = 0; index < description.ports.size(); ++index) {
     const PortDescription& port = description.ports[index];
     auto& list = port.isInput ? audioInputs_ : audioOutputs_;
     if (!isSampled(port) || isLeftUnconnected(port, list.size())) {
       continue;
     }
+    auto* const samples = static_cast<float*>(takeMemory(audio::maximumBlockFrames * sizeof(float)));
     if (port.kind == PortKind::audio) {
-      list.push_back(next);
+      list.push_back(samples);
     }
-    locations_[index] = next;
-    next += audio::maximumBlockFrames;
+    locations_[index] = samples;
   }
 }
 
@@ -87,13 +94,17 @@ void PortBuffers::makeControl(const PortDescription& port, std::uint32_t index, 
 void PortBuffers::makeAtom(const PortDescription& port, std::uint32_t index) {
   auto atom = std::make_unique<AtomPort>();
   const std::uint32_t bytes = std::clamp(port.minimumBytes, sequenceBytes, maximumAtomBytes);
-  atom->storage.resize((bytes + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t));
+  atom->wordCount = (bytes + static_cast<std::uint32_t>(sizeof(std::uint64_t)) - 1) / sizeof(std::uint64_t);
+  atom->words = static_cast<std::uint64_t*>(takeMemory(atom->bytes()));
   atom->isInput = port.isInput;
   if (port.takesMidi && (midiInput_ == nullptr || (port.isDesignated && !midiIsDesignated_))) {
     midiInput_ = atom.get();
     midiIsDesignated_ = port.isDesignated;
   }
-  locations_[index] = atom->storage.data();
+  if (port.takesTime && timeInput_ == nullptr) {
+    timeInput_ = atom.get();
+  }
+  locations_[index] = atom->words;
   atoms_.push_back(std::move(atom));
 }
 
@@ -128,6 +139,15 @@ bool PortBuffers::appendMidi(const MidiRecord& record) noexcept {
   std::memcpy(place + sizeof event, record.bytes.data(), size);
   sequence.atom.size += needed;
   return true;
+}
+
+void PortBuffers::appendTime(const MusicalTime& time) noexcept {
+  if (timeInput_ != nullptr) {
+    LV2_Atom_Sequence& sequence = *timeInput_->sequence();
+    const std::uint32_t used = static_cast<std::uint32_t>(sizeof(LV2_Atom)) + lv2_atom_pad_size(sequence.atom.size);
+    auto* const place = reinterpret_cast<std::uint8_t*>(&sequence) + used;
+    sequence.atom.size += timeForge_.write(time, {place, timeInput_->bytes() - used});
+  }
 }
 
 void PortBuffers::setControl(std::uint32_t index, float value) {

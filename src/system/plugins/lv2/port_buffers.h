@@ -3,14 +3,17 @@
 
 #include <lv2/atom/atom.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <vector>
 
-#include "system/plugins/midi_record.h"
+#include "system/plugins/lv2/guarded_memory.h"
 #include "system/plugins/lv2/plugin_description.h"
+#include "system/plugins/lv2/time_position.h"
 #include "system/plugins/lv2/urid_map.h"
+#include "system/plugins/midi_record.h"
 
 namespace vrel::lv2 {
 
@@ -21,13 +24,15 @@ namespace vrel::lv2 {
 /// unconnected. Not thread-safe: it belongs to whoever holds the unit's gate.
 class PortBuffers {
  public:
-  /// What every atom port gets at least: a full MidiRing fits, 24 bytes an event behind the head.
-  static constexpr std::uint32_t sequenceBytes = sizeof(LV2_Atom_Sequence) + 24 * MidiRing::capacity;
+  /// What every atom port gets at least: the time and a full MidiRing fit, 24 bytes an event behind the head.
+  static constexpr std::uint32_t sequenceBytes =
+      sizeof(LV2_Atom_Sequence) + TimePositionForge::largestEvent + 24 * MidiRing::capacity;
 
   /// A plug-in that asks for more than this in one atom port gets this, bytes.
   static constexpr std::uint32_t maximumAtomBytes = 16U << 20U;
 
-  PortBuffers(const PluginDescription& description, double sampleRate, UridMap& urids);
+  /// With `isGuarded` every audio and atom port has a guarded piece of memory of its own.
+  PortBuffers(const PluginDescription& description, double sampleRate, UridMap& urids, bool isGuarded = false);
   PortBuffers(const PortBuffers&) = delete;
   PortBuffers& operator=(const PortBuffers&) = delete;
 
@@ -41,6 +46,10 @@ class PortBuffers {
   /// no port that takes MIDI the event is done with.
   [[nodiscard]] bool appendMidi(const MidiRecord& record) noexcept;
 
+  /// Whether a port takes the time; and adds it, at the first frame. To be done before all other events.
+  [[nodiscard]] bool takesTime() const { return timeInput_ != nullptr; }
+  void appendTime(const MusicalTime& time) noexcept;
+
   /// Buffers of maximumBlockFrames, in port order.
   [[nodiscard]] std::span<float* const> audioInputs() const { return audioInputs_; }
   [[nodiscard]] std::span<float* const> audioOutputs() const { return audioOutputs_; }
@@ -52,26 +61,31 @@ class PortBuffers {
 
  private:
   struct AtomPort {
-    std::vector<std::uint64_t> storage;  // of words, so that atoms stand on eight bytes
+    std::uint64_t* words = nullptr;  // so that atoms stand on eight bytes
+    std::uint32_t wordCount = 0;
     bool isInput = false;
 
-    [[nodiscard]] LV2_Atom_Sequence* sequence() { return reinterpret_cast<LV2_Atom_Sequence*>(storage.data()); }
-    [[nodiscard]] std::uint32_t bytes() const {
-      return static_cast<std::uint32_t>(storage.size() * sizeof(std::uint64_t));
-    }
+    [[nodiscard]] LV2_Atom_Sequence* sequence() const { return reinterpret_cast<LV2_Atom_Sequence*>(words); }
+    [[nodiscard]] std::uint32_t bytes() const { return wordCount * static_cast<std::uint32_t>(sizeof(std::uint64_t)); }
   };
+
+  using Words = std::vector<std::uint64_t>;
 
   struct Bounds {
     float minimum;
     float maximum;
   };
 
+  /// Memory for a port, all zero.
+  [[nodiscard]] void* takeMemory(std::size_t bytes);
   void makeAudio(const PluginDescription& description);
   void makeControl(const PortDescription& port, std::uint32_t index, double sampleRate);
   void makeAtom(const PortDescription& port, std::uint32_t index);
 
+  const bool isGuarded_;
+  std::vector<GuardedMemory> guarded_;
+  std::vector<std::unique_ptr<Words>> plain_;
   std::vector<void*> locations_;
-  std::vector<float> samples_;
   std::vector<float*> audioInputs_;
   std::vector<float*> audioOutputs_;
   std::vector<float> controls_;
@@ -79,6 +93,8 @@ class PortBuffers {
   std::vector<std::unique_ptr<AtomPort>> atoms_;
   AtomPort* midiInput_ = nullptr;
   bool midiIsDesignated_ = false;
+  AtomPort* timeInput_ = nullptr;
+  TimePositionForge timeForge_;
   LV2_URID sequenceType_;
   LV2_URID chunkType_;
   LV2_URID midiType_;
