@@ -47,6 +47,7 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
                     platform.mainQueue, platform.console}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
                 platform.mainQueue, platform.console}),
+      deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue}),
       router_(*engine_, strips_.channels, midiCallbacks) {
   if (platform.hardware != nullptr) {
     deviceSettings_.emplace(*platform.hardware, *engine_, mutator_, platform.console);

@@ -17,6 +17,7 @@
 #include "engine/instrument_loader.h"
 #include "engine/level_capture.h"
 #include "engine/mix_levels.h"
+#include "engine/plugin_deaths.h"
 #include "engine/plugin_pool.h"
 #include "engine/plugin_state.h"
 #include "engine/strips.h"
@@ -75,6 +76,9 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   /// The song's tempo, limited to 20 to 300, with no jump of the plug-ins' beat.
   void setTempo(std::uint32_t bpm) { musicalContext_->setTempo(bpm); }
 
+  /// The process of this plug-in has ended by itself. To be called once, on the main thread.
+  void pluginDied(const std::shared_ptr<AVAudioNode>& node) { deaths_.pluginDied(node); }
+
   void performGraphMutation(const std::string& label, const std::function<void()>& body);
 
   /// A new strip at the end, with reverb and meter, in the next of seven colours.
@@ -111,6 +115,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   std::shared_ptr<HostMusicalContext> musicalContext_;
   InstrumentLoader instruments_;
   EffectRacks effects_;
+  PluginDeaths deaths_;
   MidiRouter router_;
   std::optional<AudioDeviceSettings> deviceSettings_;
   std::optional<MidiInput> midiInput_;

@@ -111,6 +111,22 @@ void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
   with_.levels.applyMixerLevels();
 }
 
+bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node) {
+  auto nodes = channel.effectNodes.get();
+  const auto entry = std::find_if(nodes.begin(), nodes.end(), [&](const auto& each) { return each.second == node; });
+  if (entry == nodes.end()) {
+    return false;
+  }
+  with_.mutator.performGraphMutation("loseEffectNode", [&] {
+    with_.chains.removeNode(entry->second);
+    nodes.erase(entry);
+    channel.effectNodes.set(std::move(nodes));
+    with_.chains.rebuildChannelEffectChain(channel);
+  });
+  with_.levels.applyMixerLevels();
+  return true;
+}
+
 void EffectRacks::moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets,
                                  std::size_t toOffset) {
   channel.effectSlots.set(moved(channel.effectSlots.get(), fromOffsets, toOffset));

@@ -20,6 +20,7 @@ namespace vrel {
 class AudioChannel;
 class AudioUnitFactory;
 class AVAudioEngine;
+class AVAudioNode;
 class AVAudioUnit;
 class ChannelChains;
 class ConsoleOutput;
@@ -62,6 +63,10 @@ class EffectRacks {
                          const UnitNode& node, const std::function<void(bool)>& completion);
 
   void removeEffectSlot(AudioChannel& channel, const Uuid& slotId);
+
+  /// Takes a node that has died out of the chain; its slot stays, with the state that was saved. False
+  /// when the rack has no such node.
+  bool loseEffectNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node);
 
   /// Moves the slots at `fromOffsets` so that they stand before what was at `toOffset`; all offsets
   /// are those before the move. Offsets out of range are ignored.

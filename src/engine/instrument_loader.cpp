@@ -185,4 +185,18 @@ void InstrumentLoader::simulatePluginCrash(AudioChannel& channel) {
   channel.status.set(channel_status::crashed);
 }
 
+void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channel) {
+  const auto& path = channel->pluginPath.get();
+  if (path.empty()) {
+    unloadInstrument(*channel);
+    with_.levels.applyMixerLevels();
+    return;
+  }
+  const auto& resolver = with_.pool.resolver();
+  const auto component = resolver && !isInternalPath(path) ? resolver(path) : std::nullopt;
+  if (component) {
+    loadInstrument(channel, *component, std::nullopt, nullptr);
+  }
+}
+
 }  // namespace vrel

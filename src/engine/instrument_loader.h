@@ -70,6 +70,10 @@ class InstrumentLoader {
   /// Rehearses a crash: the node is lost, path, name and effects stay, the status tells.
   void simulatePluginCrash(AudioChannel& channel);
 
+  /// Brings back what the strip's path names: an instrument anew, with no state; a strip without a path
+  /// becomes empty. Nothing for what is not installed, and for clips and files.
+  void reviveChannel(const std::shared_ptr<AudioChannel>& channel);
+
   /// Unlinks the instrument and makes the engine forget it; a hosted one goes back to the pool.
   void giveUpInstrumentNode(AudioChannel& channel);
 

@@ -42,6 +42,14 @@ void PluginPool::returnNodeToPool(Node node, const std::string& key) {
   });
 }
 
+void PluginPool::forgetNode(const std::shared_ptr<AVAudioNode>& node) {
+  pluginPoolQueue_->async([this, node] {
+    for (auto& [key, idle] : pluginNodePool_) {
+      std::erase(idle, node);
+    }
+  });
+}
+
 void PluginPool::prewarmPlugins(const std::vector<SongConfig>& songs) {
   if (!resolver_) {
     return;

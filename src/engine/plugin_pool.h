@@ -56,6 +56,9 @@ class PluginPool {
   /// Parks a node that a channel gave up; beyond the limit it goes out of existence. Any thread.
   void returnNodeToPool(Node node, const std::string& key);
 
+  /// Lets go of a parked node that has died. Any thread.
+  void forgetNode(const std::shared_ptr<AVAudioNode>& node);
+
   /// Sees to a warm node for every instrument of these songs. Nothing without a resolver.
   void prewarmPlugins(const std::vector<SongConfig>& songs);
 
