@@ -4,8 +4,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -165,7 +165,7 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
     removeFolder(folder);
     return systemError(("can not start " + program).c_str(), failure);
   }
-  FileDescriptor end(pidfd_open(id, 0));
+  FileDescriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
   if (!end) {
     const Error error = systemError("no watch on a process", errno);
     ::kill(-id, SIGKILL);
@@ -186,9 +186,14 @@ void GuestProcess::kill() const {
 }
 
 std::optional<GuestProcess::Ended> GuestProcess::reap() {
+  if (id_ <= 0) {
+    return std::nullopt;
+  }
   siginfo_t info{};
-  if (id_ <= 0 || waitid(P_PIDFD, static_cast<id_t>(end_.get()), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
-      info.si_pid == 0) {
+  const int failed = waitid(P_PIDFD, static_cast<id_t>(end_.get()), &info, WEXITED | WNOHANG | WNOWAIT);
+  // A program that ignores its children's ends has nothing left to reap.
+  const bool isGone = failed != 0 && errno == ECHILD;
+  if (!isGone && (failed != 0 || info.si_pid == 0)) {
     return std::nullopt;
   }
   ::kill(-id_, SIGKILL);  // what it has left running
@@ -196,7 +201,7 @@ std::optional<GuestProcess::Ended> GuestProcess::reap() {
   id_ = -1;
   end_.close();
   removeFolder(folder_);
-  return Ended{wordsFor(info)};
+  return Ended{isGone ? "ended" : wordsFor(info)};
 }
 
 }  // namespace vrel::sandbox

@@ -64,6 +64,8 @@ struct Message {
   MessageKind kind;
   std::uint32_t request = 0;
   Bytes body{};
+
+  bool operator==(const Message&) const = default;
 };
 
 /// What the guest is to become.

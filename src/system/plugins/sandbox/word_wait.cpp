@@ -32,8 +32,7 @@ void sleepWhile(SharedWord& word, Sequence old, std::optional<std::int64_t> dead
     until.tv_sec = *deadline / nanosecondsPerSecond;
     until.tv_nsec = *deadline % nanosecondsPerSecond;
   }
-  syscall(SYS_futex, &word.value, FUTEX_WAIT_BITSET, old, deadline ? &until : nullptr, nullptr,
-          FUTEX_BITSET_MATCH_ANY);
+  syscall(SYS_futex, &word.value, FUTEX_WAIT_BITSET, old, deadline ? &until : nullptr, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
 }  // namespace

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// One plug-in in a process of its own. Started by a program that hosts it, never by hand.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "system/plugins/sandbox/guest/guest_program.h"
+#include "system/plugins/sandbox/guest_process.h"
+
+int main(int argc, char** argv) {
+  using vrel::sandbox::FileDescriptor;
+  using vrel::sandbox::GuestProgram;
+  if (argc != 2) {
+    std::fputs("vrel-plugin-host holds a plug-in for another program, which starts it\n", stderr);
+    return 2;
+  }
+  if (!GuestProgram::tieToParent(std::atoi(argv[1]))) {
+    return EXIT_FAILURE;
+  }
+  GuestProgram program{FileDescriptor(vrel::sandbox::guestSocketNumber)};
+  // Not through the exit handlers: a plug-in's library may have left some that reach into what is gone.
+  std::_Exit(program.serve());
+}

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/guest/guest_program.h"
+
+#include <sys/prctl.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "system/plugins/lv2/hosted_plugin.h"
+#include "system/plugins/lv2/lv2_world.h"
+#include "system/plugins/sandbox/property_list_bytes.h"
+
+namespace vrel::sandbox {
+namespace {
+
+constexpr std::size_t longestLine = 4096;
+
+/// There is nobody left to serve, and a plug-in in the midst of something must not hold this up.
+[[noreturn]] void leave() {
+  std::_Exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+bool GuestProgram::tieToParent(int parent) {
+  return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
+}
+
+bool GuestProgram::receiveMemory() {
+  char byte = 0;
+  iovec content{&byte, 1};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+  msghdr message{};
+  message.msg_iov = &content;
+  message.msg_iovlen = 1;
+  message.msg_control = control.data();
+  message.msg_controllen = control.size();
+  if (recvmsg(socket_.get(), &message, MSG_CMSG_CLOEXEC) != 1) {
+    return false;
+  }
+  const cmsghdr* const head = CMSG_FIRSTHDR(&message);
+  if (head == nullptr || head->cmsg_type != SCM_RIGHTS || head->cmsg_len != CMSG_LEN(sizeof(int))) {
+    return false;
+  }
+  int number = -1;
+  std::memcpy(&number, CMSG_DATA(head), sizeof number);
+  const FileDescriptor descriptor(number);
+  Result<SharedMemory> memory = SharedMemory::map(descriptor);
+  if (!memory) {
+    return false;
+  }
+  memory_ = std::make_unique<SharedMemory>(std::move(memory).value());
+  return true;
+}
+
+int GuestProgram::serve() {
+  if (!receiveMemory()) {
+    return EXIT_FAILURE;
+  }
+  const Message first = nextMessage();
+  const auto request = first.kind == MessageKind::instantiate ? instantiateRequestFromBytes(first.body) : std::nullopt;
+  if (!request) {
+    return EXIT_FAILURE;
+  }
+  if (const Outcome failure = instantiate(*request)) {
+    const std::string& words = failure->description;
+    send({MessageKind::failed, first.request, Bytes(words.begin(), words.end())});
+    return EXIT_FAILURE;
+  }
+  for (;;) {
+    const Message message = nextMessage();
+    if (message.kind == MessageKind::quit) {
+      break;
+    }
+    handle(message);
+  }
+  loop_.reset();
+  instance_.reset();
+  world_.reset();
+  return EXIT_SUCCESS;
+}
+
+Message GuestProgram::nextMessage() {
+  for (;;) {
+    if (auto message = parser_.next()) {
+      return *std::move(message);
+    }
+    std::array<std::uint8_t, 65536> buffer{};
+    const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
+    if (count > 0) {
+      parser_.add(std::span(buffer).first(static_cast<std::size_t>(count)));
+    }
+    if (count == 0 || (count < 0 && errno != EINTR) || parser_.isDamaged()) {
+      leave();
+    }
+  }
+}
+
+Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
+  const AudioComponentDescription codes{request.componentType, request.componentSubType, request.componentManufacturer};
+  world_ = lv2::Lv2World::openOne({request.bundlePath, request.pluginUri, codes});
+  const auto description = world_->find(codes);
+  if (description == nullptr) {
+    return Error{request.bundlePath + " has no plug-in " + request.pluginUri};
+  }
+  lv2::HostSettings settings;
+  settings.sampleRate = request.sampleRate;
+  settings.nominalBlockFrames = request.nominalBlockFrames;
+  settings.workerMode = request.worksWithinBlock ? lv2::WorkerMode::withinBlock : lv2::WorkerMode::thread;
+  settings.guardsBuffers = true;
+  settings.log = [this](const std::string& line) { log(line); };
+  settings.counters = counters_;
+  std::optional<Result<lv2::HostedPluginPointer>> plugin;
+  world_->thread().runAndWait(
+      [&] { plugin.emplace(lv2::HostedPlugin::make(world_, description, settings, request.sampleRate)); });
+  if (!plugin->ok()) {
+    return plugin->error();
+  }
+  auto processor = std::make_shared<lv2::Lv2Processor>(world_, settings, std::move(*plugin).value());
+  ByteWriter ready;
+  ready.number<std::uint32_t>(processor->outputChannelCount(0));
+  instance_ = std::make_unique<lv2::Lv2Instance>(processor);
+  loop_ = std::make_unique<AudioLoop>(memory_->block(), std::move(processor), counters_,
+                                      AudioLoop::Settings{.isRealTime = request.isRealTime});
+  send({MessageKind::ready, 0, ready.take()});
+  return std::nullopt;
+}
+
+void GuestProgram::handle(const Message& message) {
+  switch (message.kind) {
+    case MessageKind::prepare:
+      instance_->processor()->prepare(ByteReader(message.body).number<double>());
+      break;
+    case MessageKind::restoreState:
+      if (const auto state = dictionaryFromBytes(message.body)) {
+        instance_->setFullStateForDocument(*state);
+      }
+      break;
+    case MessageKind::reset:
+      instance_->reset();
+      break;
+    case MessageKind::captureState:
+      send({MessageKind::state, message.request,
+            toBytes(instance_->fullStateForDocument().value_or(PropertyListDictionary{}))});
+      return;
+    default:
+      leave();
+  }
+  send({MessageKind::done, message.request});
+}
+
+void GuestProgram::send(const Message& message) {
+  const Bytes bytes = toBytes(message);
+  const std::lock_guard lock(sending_);
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count > 0) {
+      sent += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      leave();
+    }
+  }
+}
+
+void GuestProgram::log(const std::string& line) {
+  const std::size_t length = std::min(line.size(), longestLine);
+  send({MessageKind::log, 0, Bytes(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(length))});
+}
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "system/plugins/lv2/lv2_instance.h"
+#include "system/plugins/plugin_counters.h"
+#include "system/plugins/sandbox/file_descriptor.h"
+#include "system/plugins/sandbox/guest/audio_loop.h"
+#include "system/plugins/sandbox/messages.h"
+#include "system/plugins/sandbox/shared_memory.h"
+
+namespace vrel::sandbox {
+
+/// The whole of a guest: one plug-in, made and served as the host asks.
+///
+/// Threads: messages are served on the main thread, one after the other; the plug-in's library work runs
+/// on the world thread, blocks in the audio loop. Lines of the plug-in's log come from any of them.
+/// Failure: a plug-in that can not be made is told to the host, and the guest ends. A host that is
+/// gone ends the guest at once.
+class GuestProgram {
+ public:
+  /// Dies with the thread that started it; `parent` is its process. False when that has gone already.
+  [[nodiscard]] static bool tieToParent(int parent);
+
+  explicit GuestProgram(FileDescriptor socket) : socket_(std::move(socket)) {}
+
+  /// Serves until the host says quit. Returns the exit code.
+  [[nodiscard]] int serve();
+
+ private:
+  [[nodiscard]] bool receiveMemory();
+  [[nodiscard]] Message nextMessage();
+  [[nodiscard]] Outcome instantiate(const InstantiateRequest& request);
+  void handle(const Message& message);
+  void send(const Message& message);
+  void log(const std::string& line);
+
+  const FileDescriptor socket_;
+  std::mutex sending_;
+  MessageParser parser_;
+  std::unique_ptr<SharedMemory> memory_;
+  const std::shared_ptr<PluginCounters> counters_ = std::make_shared<PluginCounters>();
+  std::shared_ptr<lv2::Lv2World> world_;
+  std::unique_ptr<lv2::Lv2Instance> instance_;
+  std::unique_ptr<AudioLoop> loop_;  // ends first
+};
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/guest_link.h"
+
+#include <utility>
+
+#include "system/plugins/sandbox/word_wait.h"
+
+namespace vrel::sandbox {
+
+Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Patience patience) {
+  const Error dead{"its process has ended"};
+  const Error slow{"it does not answer"};
+  std::unique_lock lock(mutex_);
+  if (isDead()) {
+    return dead;
+  }
+  const bool isLate = !owed_.empty();
+  if (isLate && answer == MessageKind::state) {
+    return slow;
+  }
+  const std::uint32_t request = ++lastRequest_;
+  owed_.emplace(request, answer);
+  send({kind, request, std::move(body)});
+  if (isLate) {
+    return slow;
+  }
+  awaited_ = request;
+  answer_.reset();
+  const auto isOver = [this] { return answer_.has_value() || isDead(); };
+  if (patience) {
+    answered_.wait_for(lock, *patience, isOver);
+  } else {
+    answered_.wait(lock, isOver);
+  }
+  awaited_.reset();
+  if (!answer_) {
+    return isDead() ? dead : slow;
+  }
+  Bytes result = *std::move(answer_);
+  answer_.reset();
+  return result;
+}
+
+bool GuestLink::deliver(Message message) {
+  const std::lock_guard lock(mutex_);
+  const auto owed = owed_.find(message.request);
+  if (owed == owed_.end() || owed->second != message.kind) {
+    return false;
+  }
+  owed_.erase(owed);
+  if (awaited_ == message.request) {
+    answer_ = std::move(message.body);
+    answered_.notify_all();
+  }
+  return true;
+}
+
+void GuestLink::markDead() {
+  {
+    const std::lock_guard lock(mutex_);
+    isDead_.store(true, std::memory_order_release);
+  }
+  answered_.notify_all();
+  post(block().answer, endOfBlocks);
+}
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/sandbox_processor.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "system/audio/finite_guard.h"
+#include "system/plugins/sandbox/word_wait.h"
+
+namespace vrel::sandbox {
+namespace {
+
+// Without a deadline, how often the guest's life is looked at. Its death also wakes the wait.
+constexpr std::int64_t lookNanoseconds = 50'000'000;
+
+void count(std::atomic<std::uint64_t>& counter, std::uint64_t amount = 1) noexcept {
+  counter.fetch_add(amount, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+SandboxProcessor::SandboxProcessor(Supervisor::Ready ready, Settings settings)
+    : guest_(std::move(ready.guest)), outputChannelCount_(ready.outputChannelCount), settings_(std::move(settings)) {}
+
+void SandboxProcessor::prepare(double sampleRate) {
+  if (sampleRate == settings_.sampleRate) {
+    return;
+  }
+  settings_.sampleRate = sampleRate;
+  ByteWriter writer;
+  writer.number(sampleRate);
+  // A guest that is slow or dead is silent until it has done it; there is nothing to be told beyond that.
+  (void)guest_->ask(MessageKind::prepare, writer.take(), MessageKind::done, settings_.patience);
+}
+
+bool SandboxProcessor::sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+  if (midiMessageBytes(status) == 0) {
+    return false;
+  }
+  if (!events_.push({{status, data1, data2}})) {
+    count(settings_.counters->droppedEvents);
+    return false;
+  }
+  ++sentEvents_;
+  return true;
+}
+
+void SandboxProcessor::begin(std::uint32_t frameCount) noexcept {
+  isBegun_ = true;
+  isAwaited_ = request(frameCount, {});
+}
+
+void SandboxProcessor::process(const audio::ProcessBlock& block) noexcept {
+  if (!std::exchange(isBegun_, false)) {
+    isAwaited_ = request(block.frameCount, block.inputs.empty() ? audio::Stream{} : block.inputs.front());
+  }
+  if (guest_->isDead()) {
+    return;
+  }
+  if (!isAwaited_) {
+    count(settings_.counters->lateBlocks);
+    return;
+  }
+  if (awaitAnswer(block.deadline)) {
+    takeAnswer(block);
+  } else if (!guest_->isDead()) {
+    isGivenUp_ = true;
+    count(settings_.counters->lateBlocks);
+  }
+}
+
+bool SandboxProcessor::request(std::uint32_t frameCount, const audio::Stream& input) noexcept {
+  SharedBlock& shared = guest_->block();
+  if (guest_->isDead() || read(shared.answer) != asked_) {
+    return false;
+  }
+  if (std::exchange(isGivenUp_, false)) {
+    count(settings_.counters->lateAnswersDropped);
+  }
+  const Sequence sequence = nextSequence(asked_);
+  BlockRequest& request = shared.requests[sequence % 2];
+  request.frameCount = frameCount;
+  request.inputChannelCount = input.channelCount;
+  request.time = time_.read();
+  for (std::uint32_t channel = 0; channel < input.channelCount; ++channel) {
+    std::copy_n(input.channels[channel], frameCount, request.input[channel].data());
+  }
+  takeEvents(request);
+  asked_ = sequence;
+  post(shared.request, sequence);
+  return true;
+}
+
+void SandboxProcessor::takeEvents(BlockRequest& request) noexcept {
+  std::uint32_t eventCount = 0;
+  const std::uint32_t forgotten = forgottenEvents_.load(std::memory_order_acquire);
+  while (const MidiRecord* record = events_.front()) {
+    const bool isForgotten = static_cast<std::int32_t>(forgotten - takenEvents_) > 0;
+    if (!isForgotten) {
+      if (eventCount == request.events.size()) {
+        break;
+      }
+      request.events[eventCount++] = *record;
+    }
+    events_.pop();
+    ++takenEvents_;
+  }
+  request.eventCount = eventCount;
+}
+
+bool SandboxProcessor::awaitAnswer(std::optional<std::int64_t> deadline) noexcept {
+  SharedWord& word = guest_->block().answer;
+  for (;;) {
+    const Sequence before = read(word);
+    if (before == asked_) {
+      return true;
+    }
+    if (guest_->isDead() || (deadline && monotonicNanoseconds() >= *deadline)) {
+      return false;
+    }
+    (void)waitWhile(word, before, deadline.value_or(monotonicNanoseconds() + lookNanoseconds));
+  }
+}
+
+void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
+  const BlockAnswer& answer = guest_->block().answers[asked_ % 2];
+  const float* const gains = gain_.glide(block.frameCount, settings_.sampleRate);
+  for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
+    const float* const source = answer.output[std::min(channel, outputChannelCount_ - 1)].data();
+    for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
+      block.output.channels[channel][frame] = source[frame] * gains[frame];
+    }
+  }
+  addCounts(answer.counts);
+  if (audio::silenceIfNotFinite(block.output, block.frameCount)) {
+    count(settings_.counters->silencedBlocks);
+  }
+}
+
+void SandboxProcessor::addCounts(const GuestCounts& counts) noexcept {
+  const GuestCounts before = std::exchange(counted_, counts);
+  const auto add = [](std::atomic<std::uint64_t>& counter, std::uint64_t now, std::uint64_t earlier) {
+    if (now > earlier) {
+      count(counter, now - earlier);
+    }
+  };
+  PluginCounters& counters = *settings_.counters;
+  add(counters.droppedEvents, counted_.droppedEvents, before.droppedEvents);
+  add(counters.silencedBlocks, counted_.silencedBlocks, before.silencedBlocks);
+  add(counters.skippedBlocks, counted_.skippedBlocks, before.skippedBlocks);
+  add(counters.refusedWork, counted_.refusedWork, before.refusedWork);
+  add(counters.mutedLogLines, counted_.mutedLogLines, before.mutedLogLines);
+}
+
+}  // namespace vrel::sandbox

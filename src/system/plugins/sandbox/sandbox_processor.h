@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "foundation/thread_roles.h"
+#include "system/audio/node_processor.h"
+#include "system/plugins/gliding_gain.h"
+#include "system/plugins/midi_record.h"
+#include "system/plugins/musical_time.h"
+#include "system/plugins/plugin_counters.h"
+#include "system/plugins/sandbox/supervisor.h"
+
+namespace vrel::sandbox {
+
+/// The audio half of a unit whose plug-in lives in a guest: asks for a block in `begin` (a source) or
+/// at the start of `process` (an effect), and takes the answer in `process`.
+///
+/// With a deadline, an answer that is not there by then is given up: the block is silent, and the answer,
+/// when it comes, is dropped. Until it has come the guest is not asked again, and events wait. Without a
+/// deadline it waits for as long as the guest lives. A dead guest is silent at once.
+///
+/// Threads: `begin` and `process` belong to the block, all else to the main thread.
+class SandboxProcessor final : public audio::NodeProcessor {
+ public:
+  struct Settings {
+    double sampleRate = 48000;  // at which the plug-in was made
+    GuestLink::Patience patience;
+    std::shared_ptr<PluginCounters> counters;
+  };
+
+  SandboxProcessor(Supervisor::Ready ready, Settings settings);
+
+  /// For another rate the guest makes its plug-in anew; waits for that, within the patience.
+  void prepare(double sampleRate) override VREL_NOT_AUDIO_THREAD;
+  [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t /*inputChannelCount*/) const override {
+    return outputChannelCount_;
+  }
+  void begin(std::uint32_t frameCount) noexcept override VREL_AUDIO_THREAD;
+  void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
+
+  /// Hands one message to the next block; false when it is no message or there is no room. Wait-free.
+  bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+
+  /// The next block forgets what has been sent so far.
+  void forgetEvents() { forgottenEvents_.store(sentEvents_, std::memory_order_release); }
+
+  [[nodiscard]] GlidingGain& gain() { return gain_; }
+  [[nodiscard]] HostTimeBlocks& time() { return time_; }
+  [[nodiscard]] Guest& guest() { return *guest_; }
+  [[nodiscard]] GuestLink::Patience patience() const { return settings_.patience; }
+
+ private:
+  [[nodiscard]] bool request(std::uint32_t frameCount, const audio::Stream& input) noexcept VREL_AUDIO_THREAD;
+  void takeEvents(BlockRequest& request) noexcept VREL_AUDIO_THREAD;
+  [[nodiscard]] bool awaitAnswer(std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
+  void takeAnswer(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
+  void addCounts(const GuestCounts& counts) noexcept VREL_AUDIO_THREAD;
+
+  const std::shared_ptr<Guest> guest_;
+  const std::uint32_t outputChannelCount_;
+  Settings settings_;
+  GlidingGain gain_;
+  HostTimeBlocks time_;
+
+  // From the main thread to the block.
+  MidiRing events_;
+  std::uint32_t sentEvents_ = 0;  // the main thread's
+  std::atomic<std::uint32_t> forgottenEvents_{0};
+
+  // The block's.
+  std::uint32_t takenEvents_ = 0;
+  Sequence asked_ = 0;
+  bool isBegun_ = false;    // `begin` was called, `process` was not
+  bool isAwaited_ = false;  // the answer to `asked_` is still good for this block
+  bool isGivenUp_ = false;  // the answer to `asked_` comes for nothing
+  GuestCounts counted_{};
+};
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/sandboxed_unit.h"
+
+#include "system/plugins/sandbox/property_list_bytes.h"
+
+namespace vrel::sandbox {
+
+std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() {
+  const Result<Bytes> answer =
+      processor_->guest().ask(MessageKind::captureState, {}, MessageKind::state, processor_->patience());
+  if (!answer) {
+    tell("did not give its state: " + answer.error().description + "; the last one known is kept");
+    return lastState_;
+  }
+  if (auto state = dictionaryFromBytes(answer.value())) {
+    lastState_ = std::move(state);
+  } else {
+    tell("gave a damaged state; the last one known is kept");
+  }
+  return lastState_;
+}
+
+void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& state) {
+  lastState_ = state;
+  const Result<Bytes> answer =
+      processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->patience());
+  if (!answer) {
+    tell("has not taken its state yet: " + answer.error().description);
+  }
+}
+
+void SandboxedInstance::reset() {
+  processor_->forgetEvents();
+  const Result<Bytes> answer =
+      processor_->guest().ask(MessageKind::reset, {}, MessageKind::done, processor_->patience());
+  if (!answer) {
+    tell("was not reset in time: " + answer.error().description);
+  }
+}
+
+void SandboxedInstance::tell(const std::string& what) const {
+  if (log_) {
+    log_("plug-in " + name_ + " " + what);
+  }
+}
+
+}  // namespace vrel::sandbox

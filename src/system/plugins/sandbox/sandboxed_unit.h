@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "platform/audio_unit.h"
+#include "system/audio/graph_node.h"
+#include "system/plugins/observable_instrument.h"
+#include "system/plugins/sandbox/sandbox_processor.h"
+#include "system/plugins/sandboxed_node.h"
+
+namespace vrel::sandbox {
+
+/// The control half of a sandboxed unit: state, time and reset, by messages. Main thread.
+///
+/// A guest that is dead or out of patience costs the plug-in's latest changes, not its state: the last
+/// state that went in or came out is given back, and a line tells.
+class SandboxedInstance final : public AUAudioUnit {
+ public:
+  using Log = std::function<void(const std::string&)>;
+
+  SandboxedInstance(std::shared_ptr<SandboxProcessor> processor, std::string name, Log log)
+      : processor_(std::move(processor)), name_(std::move(name)), log_(std::move(log)) {}
+
+  [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
+  [[nodiscard]] std::optional<PropertyListDictionary> fullState() override { return std::nullopt; }
+  void setFullStateForDocument(const PropertyListDictionary& state) override;
+  void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }
+  void setTransportStateBlock(AUHostTransportStateBlock block) override { processor_->time().set(std::move(block)); }
+  void reset();
+
+  [[nodiscard]] const std::shared_ptr<SandboxProcessor>& processor() const { return processor_; }
+
+ private:
+  void tell(const std::string& what) const;
+
+  const std::shared_ptr<SandboxProcessor> processor_;
+  const std::string name_;
+  const Log log_;
+  std::optional<PropertyListDictionary> lastState_;
+};
+
+/// What both kinds of node have in common. Main thread.
+template <typename Interface>
+class SandboxedNodeOf : public audio::GraphNodeOf<Interface>, public SandboxedNode {
+ public:
+  SandboxedNodeOf(std::shared_ptr<SandboxProcessor> processor, std::string name, SandboxedInstance::Log log)
+      : instance_(std::move(processor), std::move(name), std::move(log)) {}
+
+  [[nodiscard]] AUAudioUnit& auAudioUnit() override { return instance_; }
+  void reset() override { instance_.reset(); }
+  [[nodiscard]] std::shared_ptr<audio::NodeProcessor> processor() const override { return instance_.processor(); }
+  [[nodiscard]] int processId() const override { return instance_.processor()->guest().processId(); }
+
+ protected:
+  SandboxedInstance instance_;
+};
+
+/// An effect or a generator in a process of its own.
+class SandboxedUnit final : public SandboxedNodeOf<AVAudioUnit> {
+ public:
+  using SandboxedNodeOf::SandboxedNodeOf;
+};
+
+/// An instrument in a process of its own; `sendMIDIEvent` is wait-free.
+class SandboxedInstrument final : public SandboxedNodeOf<AVAudioUnitMIDIInstrument>, public ObservableInstrument {
+ public:
+  using SandboxedNodeOf::SandboxedNodeOf;
+
+  void setVolume(float linearGain) override { instance_.processor()->gain().set(linearGain); }
+  [[nodiscard]] float volume() const override { return instance_.processor()->gain().get(); }
+
+  /// As for an instrument in this process: what is no message, or finds no room, is not observed.
+  void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) override {
+    if (instance_.processor()->sendEvent(status, data1, data2) && observer_) {
+      observer_(status, data1, data2);
+    }
+  }
+  void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) override { sendMIDIEvent(status, data1, 0); }
+
+  void setEventObserver(EventObserver observer) override { observer_ = std::move(observer); }
+
+ private:
+  EventObserver observer_;
+};
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/sandboxing_unit_factory.h"
+
+#include <utility>
+
+#include "platform/dispatch.h"
+#include "system/plugins/sandbox/sandboxed_unit.h"
+
+namespace vrel::sandbox {
+namespace {
+
+std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioComponentDescription& codes,
+                                      const std::string& name, const SandboxSettings& settings) {
+  auto processor = std::make_shared<SandboxProcessor>(
+      std::move(ready), SandboxProcessor::Settings{settings.sampleRate, settings.patience, settings.counters});
+  if (codes.componentType == componentTypeMusicDevice) {
+    return std::make_shared<SandboxedInstrument>(std::move(processor), name, settings.log);
+  }
+  return std::make_shared<SandboxedUnit>(std::move(processor), name, settings.log);
+}
+
+/// What is known of a unit once it has been made, for the case that it dies.
+struct Made {
+  std::weak_ptr<AVAudioUnit> node;
+  int processId = 0;
+};
+
+}  // namespace
+
+SandboxingUnitFactory::SandboxingUnitFactory(AudioUnitFactory& inProcess, std::shared_ptr<Supervisor> supervisor,
+                                             Finder finder, MainQueue& mainQueue, SandboxSettings settings)
+    : inProcess_(inProcess),
+      supervisor_(std::move(supervisor)),
+      finder_(std::move(finder)),
+      mainQueue_(mainQueue),
+      settings_(std::move(settings)) {}
+
+void SandboxingUnitFactory::setDeathHandler(DeathHandler handler) {
+  *deathHandler_ = std::move(handler);
+}
+
+void SandboxingUnitFactory::instantiate(const AudioComponentDescription& description,
+                                        AudioComponentInstantiationOptions options, UnitHandler completionHandler) {
+  if (options == AudioComponentInstantiationOptions::outOfProcess) {
+    launch(description, std::move(completionHandler));
+  } else {
+    inProcess_.instantiate(description, options, std::move(completionHandler));
+  }
+}
+
+void SandboxingUnitFactory::instantiateMIDIInstrument(const AudioComponentDescription& description,
+                                                      AudioComponentInstantiationOptions options,
+                                                      UnitHandler completionHandler) {
+  if (options == AudioComponentInstantiationOptions::outOfProcess) {
+    launch(description, std::move(completionHandler));
+  } else {
+    inProcess_.instantiateMIDIInstrument(description, options, std::move(completionHandler));
+  }
+}
+
+void SandboxingUnitFactory::launch(const AudioComponentDescription& description, UnitHandler completionHandler) {
+  const std::optional<PluginPlace> place = finder_(description);
+  if (!place) {
+    completionHandler(nullptr, Error{"component not installed"});
+    return;
+  }
+  Supervisor::Launch launch;
+  launch.request = {.bundlePath = place->bundlePath,
+                    .pluginUri = place->uri,
+                    .componentType = description.componentType,
+                    .componentSubType = description.componentSubType,
+                    .componentManufacturer = description.componentManufacturer,
+                    .sampleRate = settings_.sampleRate,
+                    .nominalBlockFrames = settings_.nominalBlockFrames,
+                    .worksWithinBlock = settings_.worksWithinBlock,
+                    .isRealTime = settings_.isRealTime};
+  const auto made = std::make_shared<Made>();
+  launch.done = [made, description, name = place->name, settings = settings_,
+                 handler = std::move(completionHandler)](Result<Supervisor::Ready> result) {
+    if (!result) {
+      handler(nullptr, result.error());
+      return;
+    }
+    made->processId = result.value().guest->processId();
+    auto node = makeNode(std::move(result).value(), description, name, settings);
+    made->node = node;
+    handler(std::move(node), std::nullopt);
+  };
+  launch.died = [made, counters = settings_.counters, &mainQueue = mainQueue_,
+                 weakHandler = std::weak_ptr(deathHandler_)] {
+    counters->deaths.fetch_add(1, std::memory_order_relaxed);
+    mainQueue.async([made, weakHandler] {
+      const auto handler = weakHandler.lock();
+      const auto node = made->node.lock();
+      if (handler != nullptr && *handler && node != nullptr) {
+        (*handler)(node, made->processId);
+      }
+    });
+  };
+  supervisor_->launch(std::move(launch));
+}
+
+}  // namespace vrel::sandbox

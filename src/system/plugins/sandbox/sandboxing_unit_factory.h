@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/audio_unit.h"
+#include "system/plugins/plugin_counters.h"
+#include "system/plugins/sandbox/supervisor.h"
+
+namespace vrel {
+class MainQueue;
+}  // namespace vrel
+
+namespace vrel::sandbox {
+
+/// Where a plug-in is found on this machine.
+struct PluginPlace {
+  std::string name;
+  std::string bundlePath;  // with a separator at its end
+  std::string uri;
+};
+
+struct SandboxSettings {
+  double sampleRate = 48000;  // frames per second
+  std::uint32_t nominalBlockFrames = 128;
+  bool worksWithinBlock = false;  // see InstantiateRequest
+  bool isRealTime = true;
+
+  /// How long the main thread waits for a plug-in's state, or for its reset; none while rendering a
+  /// file, where a plug-in has all the time it lives.
+  GuestLink::Patience patience = std::chrono::seconds(2);
+
+  std::function<void(const std::string&)> log;  // any thread
+  std::shared_ptr<PluginCounters> counters = std::make_shared<PluginCounters>();
+};
+
+/// Makes nodes whose plug-ins run in processes of their own (option 1), and hands all other requests
+/// (option 0) to the factory of this process.
+///
+/// Threads: main. A sandboxed instantiation takes as long as it takes and answers on the supervisor's
+/// thread. All that is borrowed outlives the supervisor.
+/// Failure: a plug-in that dies while it is made is an error like any other. One that dies later is
+/// reported once, to `onUnitDied`.
+class SandboxingUnitFactory final : public AudioUnitFactory {
+ public:
+  /// Finds a plug-in by its codes; none when it is not installed. Any thread; may wait for a scan.
+  using Finder = std::function<std::optional<PluginPlace>(const AudioComponentDescription&)>;
+
+  /// The node, if anybody still holds it, and the process that it had. Main queue.
+  using DeathHandler = std::function<void(const std::shared_ptr<AVAudioUnit>& node, int processId)>;
+
+  SandboxingUnitFactory(AudioUnitFactory& inProcess, std::shared_ptr<Supervisor> supervisor, Finder finder,
+                        MainQueue& mainQueue, SandboxSettings settings);
+
+  /// Set before the first request, on the main thread; called until the factory goes.
+  void setDeathHandler(DeathHandler handler);
+
+  void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
+                   UnitHandler completionHandler) override;
+  void instantiateMIDIInstrument(const AudioComponentDescription& description,
+                                 AudioComponentInstantiationOptions options, UnitHandler completionHandler) override;
+
+ private:
+  void launch(const AudioComponentDescription& description, UnitHandler completionHandler);
+
+  AudioUnitFactory& inProcess_;
+  const std::shared_ptr<Supervisor> supervisor_;
+  const Finder finder_;
+  MainQueue& mainQueue_;
+  const SandboxSettings settings_;
+  const std::shared_ptr<DeathHandler> deathHandler_ = std::make_shared<DeathHandler>();  // used on the main thread
+};
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "foundation/result.h"
+#include "system/plugins/sandbox/guest_link.h"
+#include "system/plugins/sandbox/messages.h"
+
+namespace vrel::sandbox {
+
+class Supervisor;
+
+/// The program's hold on a guest. At its end the guest is asked to end, and is killed when it does not.
+/// Any thread but the audio thread lets go of it.
+class Guest {
+ public:
+  Guest(std::shared_ptr<Supervisor> supervisor, std::shared_ptr<GuestLink> link, std::uint64_t key, int processId);
+  ~Guest();
+  Guest(const Guest&) = delete;
+  Guest& operator=(const Guest&) = delete;
+
+  [[nodiscard]] SharedBlock& block() const { return link_->block(); }
+  [[nodiscard]] bool isDead() const noexcept { return link_->isDead(); }
+  [[nodiscard]] int processId() const { return processId_; }
+
+  /// See GuestLink::ask. Main thread.
+  [[nodiscard]] Result<Bytes> ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Patience patience);
+
+ private:
+  const std::shared_ptr<Supervisor> supervisor_;
+  const std::shared_ptr<GuestLink> link_;
+  const std::uint64_t key_;
+  const int processId_;
+};
+
+/// Starts guests, carries their messages, notices their deaths and sees to it that nothing of them
+/// remains. One thread does all this and never waits for a guest.
+///
+/// Life of a guest: it is started; it has all the time it wants to say `ready`; it serves until its
+/// `Guest` is let go of; then it has `closingGrace` to end before it is killed. One that dies, closes
+/// its socket or sends what it may not is killed and reaped at any time.
+///
+/// Threads: `launch` from any but the audio thread. Callbacks and lines come on the supervisor's thread;
+/// they must not wait for it.
+/// Ownership: every Guest holds the supervisor. Its end waits for its guests' ends, bounded; let go of
+/// on its own thread, it ends by itself soon after. Guests die with its thread, so also when
+/// the whole program is killed.
+class Supervisor : public std::enable_shared_from_this<Supervisor> {
+ public:
+  struct Settings {
+    std::string helperPath;                       // of vrel-plugin-host
+    std::function<void(const std::string&)> log;  // one line; may be empty
+    std::chrono::milliseconds closingGrace = std::chrono::milliseconds(1000);
+  };
+
+  struct Ready {
+    std::shared_ptr<Guest> guest;
+    std::uint32_t outputChannelCount = 0;  // 1 or 2
+  };
+
+  struct Launch {
+    InstantiateRequest request;
+    std::function<void(Result<Ready>)> done;  // called once, also when the supervisor ends first
+    std::function<void()> died;               // called once, for a guest that was ready and not let go of
+  };
+
+  [[nodiscard]] static Result<std::shared_ptr<Supervisor>> start(Settings settings);
+  ~Supervisor();
+  Supervisor(const Supervisor&) = delete;
+  Supervisor& operator=(const Supervisor&) = delete;
+
+  /// Returns at once.
+  void launch(Launch launch);
+
+  /// How many processes there are at this moment, those that are closing included. Any thread.
+  [[nodiscard]] std::size_t processCount() const;
+
+  /// The helper beside the running program, or where the variable VREL_PLUGIN_HOST of the environment says.
+  [[nodiscard]] static std::string defaultHelperPath();
+
+ private:
+  friend class Guest;
+  class Core;
+  explicit Supervisor(std::shared_ptr<Core> core);
+
+  const std::shared_ptr<Core> core_;
+};
+
+}  // namespace vrel::sandbox

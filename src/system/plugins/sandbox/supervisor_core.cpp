@@ -1,0 +1,347 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/supervisor_core.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <span>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace vrel::sandbox {
+namespace {
+
+// Of one event: the bell has tag 0, a guest's socket twice its key, its end one more.
+constexpr std::uint64_t bellTag = 0;
+
+// As much as is read of one guest before the others have their turn.
+constexpr int readsPerTurn = 16;
+constexpr int readsAtTheEnd = 8192;
+
+std::string printable(std::span<const std::uint8_t> bytes) {
+  std::string text(bytes.begin(), bytes.end());
+  std::replace_if(
+      text.begin(), text.end(), [](char each) { return each >= 0 && each < ' '; }, ' ');
+  return text;
+}
+
+}  // namespace
+
+Outcome Supervisor::Core::begin(const std::shared_ptr<Core>& self) {
+  events_ = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
+  bell_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!events_ || !bell_) {
+    return Error{"no supervision of plug-ins: " + std::generic_category().message(errno)};
+  }
+  watch(bell_.get(), bellTag);
+  try {
+    thread_ = std::thread([self] { self->run(); });
+  } catch (const std::system_error& thrown) {
+    return Error{std::string("no supervision of plug-ins: ") + thrown.what()};
+  }
+  return std::nullopt;
+}
+
+void Supervisor::Core::end() {
+  post([](Core& core) {
+    core.isEnding_ = true;
+    for (auto& [key, record] : core.guests_) {
+      core.close(key, record);
+    }
+  });
+  if (std::this_thread::get_id() == thread_.get_id()) {
+    thread_.detach();
+  } else {
+    thread_.join();
+  }
+}
+
+void Supervisor::Core::post(Command command) {
+  const std::lock_guard lock(mutex_);
+  if (isEnded_) {
+    return;
+  }
+  commands_.push_back(std::move(command));
+  eventfd_write(bell_.get(), 1);
+}
+
+void Supervisor::Core::watch(int descriptor, std::uint64_t tag) {
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.u64 = tag;
+  epoll_ctl(events_.get(), EPOLL_CTL_ADD, descriptor, &event);
+}
+
+void Supervisor::Core::run() {
+  while (!isEnding_ || !guests_.empty()) {
+    std::array<epoll_event, 32> ready{};
+    const int count = epoll_wait(events_.get(), ready.data(), static_cast<int>(ready.size()), waitMilliseconds());
+    for (int index = 0; index < count; ++index) {
+      const epoll_event& event = ready[static_cast<std::size_t>(index)];
+      handleEvent(event.data.u64, event.events);
+    }
+    killOverdue();
+  }
+  // Commands hold launches, and those must be answered.
+  runCommands();
+  const std::lock_guard lock(mutex_);
+  isEnded_ = true;
+}
+
+int Supervisor::Core::waitMilliseconds() const {
+  auto next = Clock::time_point::max();
+  for (const auto& [key, record] : guests_) {
+    next = std::min(next, record.killAt);
+  }
+  if (next == Clock::time_point::max()) {
+    return -1;
+  }
+  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
+  return static_cast<int>(std::clamp<std::int64_t>(wait, 0, INT_MAX));
+}
+
+void Supervisor::Core::runCommands() {
+  eventfd_t rings = 0;
+  eventfd_read(bell_.get(), &rings);
+  std::vector<Command> commands;
+  {
+    const std::lock_guard lock(mutex_);
+    commands.swap(commands_);
+  }
+  for (const Command& command : commands) {
+    command(*this);
+  }
+}
+
+void Supervisor::Core::handleEvent(std::uint64_t tag, std::uint32_t events) {
+  if (tag == bellTag) {
+    runCommands();
+    return;
+  }
+  const std::uint64_t key = tag / 2;
+  const auto found = guests_.find(key);
+  if (found == guests_.end()) {
+    return;  // it went while an earlier event was handled
+  }
+  if (tag % 2 == 1) {
+    guestEnded(key);
+    return;
+  }
+  if ((events & EPOLLOUT) != 0) {
+    flush(key, found->second);
+  }
+  if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0) {
+    receive(key, found->second, false);
+  }
+}
+
+void Supervisor::Core::start(const std::weak_ptr<Supervisor>& supervisor, const Launch& launch) {
+  if (isEnding_) {
+    launch.done(Error{"the plug-in host is closing"});
+    return;
+  }
+  FileDescriptor descriptor;
+  Result<SharedMemory> memory = SharedMemory::create(descriptor);
+  if (!memory) {
+    launch.done(memory.error());
+    return;
+  }
+  FileDescriptor socket;
+  Result<GuestProcess> process = GuestProcess::start(settings_.helperPath, descriptor, socket);
+  if (!process) {
+    launch.done(process.error());
+    return;
+  }
+  const std::uint64_t key = ++lastKey_;
+  auto link = std::make_shared<GuestLink>(std::move(memory).value());
+  Record& record = guests_
+                       .emplace(key, Record{.supervisor = supervisor,
+                                            .launch = launch,
+                                            .process = std::move(process).value(),
+                                            .socket = std::move(socket),
+                                            .link = std::move(link)})
+                       .first->second;
+  processCount_ = guests_.size();
+  watch(record.socket.get(), 2 * key);
+  watch(record.process.endDescriptor(), 2 * key + 1);
+  send(key, {MessageKind::instantiate, 0, toBytes(launch.request)});
+}
+
+void Supervisor::Core::send(std::uint64_t key, const Message& message) {
+  const auto found = guests_.find(key);
+  if (found == guests_.end()) {
+    return;
+  }
+  const Bytes bytes = toBytes(message);
+  Bytes& outgoing = found->second.outgoing;
+  outgoing.insert(outgoing.end(), bytes.begin(), bytes.end());
+  flush(key, found->second);
+}
+
+void Supervisor::Core::flush(std::uint64_t key, Record& record) {
+  while (record.sent < record.outgoing.size()) {
+    const ssize_t count = ::send(record.socket.get(), record.outgoing.data() + record.sent,
+                                 record.outgoing.size() - record.sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0) {
+      break;
+    }
+    record.sent += static_cast<std::size_t>(count);
+  }
+  if (record.sent == record.outgoing.size()) {
+    record.outgoing = {};
+    record.sent = 0;
+  }
+  const bool waits = !record.outgoing.empty();
+  if (waits != record.waitsForRoom) {
+    record.waitsForRoom = waits;
+    epoll_event event{};
+    event.events = EPOLLIN | (waits ? EPOLLOUT : 0U);
+    event.data.u64 = 2 * key;
+    epoll_ctl(events_.get(), EPOLL_CTL_MOD, record.socket.get(), &event);
+  }
+}
+
+void Supervisor::Core::receive(std::uint64_t key, Record& record, bool isLast) {
+  std::array<std::uint8_t, 65536> buffer{};
+  const int turns = isLast ? readsAtTheEnd : readsPerTurn;
+  for (int turn = 0; record.socket && turn < turns; ++turn) {
+    const ssize_t count = ::recv(record.socket.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+      return;
+    }
+    bool isSound = count > 0;
+    if (isSound) {
+      record.parser.add(std::span(buffer).first(static_cast<std::size_t>(count)));
+      while (std::optional<Message> message = record.parser.next()) {
+        isSound = isSound && accept(key, record, *std::move(message));
+      }
+      isSound = isSound && !record.parser.isDamaged();
+    }
+    if (!isSound) {
+      // Closed from the other side, or garbage: nothing more is heard from this one.
+      if (count > 0) {
+        tell(record, "sent a message that makes no sense, and is ended");
+      }
+      record.socket.close();
+      record.process.kill();
+    }
+  }
+}
+
+bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message) {
+  if (message.kind == MessageKind::log) {
+    if (settings_.log) {
+      settings_.log(printable(message.body));
+    }
+    return true;
+  }
+  if (record.stage == Stage::closing) {
+    return isFromGuest(message.kind);
+  }
+  if (record.stage == Stage::serving) {
+    return record.link->deliver(std::move(message));
+  }
+  ByteReader reader(message.body);
+  if (message.kind == MessageKind::failed) {
+    answerLaunch(record, Error{printable(message.body)});
+    close(key, record);
+    return true;
+  }
+  const auto outputChannelCount = reader.number<std::uint32_t>();
+  if (message.kind != MessageKind::ready || outputChannelCount < 1 ||
+      outputChannelCount > audio::maximumStreamChannels) {
+    return false;
+  }
+  becomeReady(key, record, outputChannelCount);
+  return true;
+}
+
+void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount) {
+  std::shared_ptr<Supervisor> supervisor = record.supervisor.lock();
+  if (supervisor == nullptr) {
+    answerLaunch(record, Error{"the plug-in host is closing"});
+    close(key, record);
+    return;
+  }
+  record.stage = Stage::serving;
+  // The handler gets this thread's only share of the supervisor, so that whoever lets go of it last
+  // is most likely another thread, which can wait for its end. A guest let go of in the handler closes by a command.
+  answerLaunch(record, Ready{std::make_shared<Guest>(std::move(supervisor), record.link, key, record.process.id()),
+                             outputChannelCount});
+}
+
+void Supervisor::Core::answerLaunch(Record& record, Result<Ready> result) {
+  if (const auto done = std::exchange(record.launch.done, nullptr)) {
+    done(std::move(result));
+  }
+}
+
+void Supervisor::Core::letGo(std::uint64_t key) {
+  if (const auto found = guests_.find(key); found != guests_.end()) {
+    close(key, found->second);
+  }
+}
+
+void Supervisor::Core::close(std::uint64_t key, Record& record) {
+  if (record.stage == Stage::closing) {
+    return;
+  }
+  if (record.stage == Stage::instantiating && record.launch.done) {
+    // Nobody waits for it any more, and it can not hear that before it has been made.
+    answerLaunch(record, Error{"the plug-in host is closing"});
+    record.process.kill();
+  }
+  record.stage = Stage::closing;
+  record.launch.done = nullptr;
+  record.launch.died = nullptr;
+  record.killAt = Clock::now() + settings_.closingGrace;
+  send(key, {MessageKind::quit});
+}
+
+void Supervisor::Core::killOverdue() {
+  const auto now = Clock::now();
+  for (auto& [key, record] : guests_) {
+    if (record.killAt <= now) {
+      record.killAt = Clock::time_point::max();
+      record.process.kill();
+    }
+  }
+}
+
+void Supervisor::Core::guestEnded(std::uint64_t key) {
+  const auto found = guests_.find(key);
+  Record& record = found->second;
+  receive(key, record, true);  // its last words
+  const std::optional<GuestProcess::Ended> ended = record.process.reap();
+  if (!ended) {
+    return;
+  }
+  record.link->markDead();
+  const Record last = std::move(record);
+  guests_.erase(found);
+  processCount_ = guests_.size();
+  if (last.stage == Stage::closing) {
+    return;
+  }
+  tell(last, "process " + ended->words);
+  if (last.launch.done) {
+    last.launch.done(Error{last.launch.request.pluginUri + ": its process " + ended->words});
+  } else if (last.launch.died) {
+    last.launch.died();
+  }
+}
+
+void Supervisor::Core::tell(const Record& record, const std::string& text) const {
+  if (settings_.log) {
+    settings_.log("plug-in " + record.launch.request.pluginUri + " " + text);
+  }
+}
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "foundation/result.h"
+#include "system/plugins/sandbox/file_descriptor.h"
+#include "system/plugins/sandbox/guest_process.h"
+#include "system/plugins/sandbox/supervisor.h"
+
+namespace vrel::sandbox {
+
+/// The supervisor's thread and all that belongs to it. The thread holds a share of this object, so that
+/// the supervisor may be let go of anywhere, on this very thread too.
+///
+/// Everything is for the thread itself, but for `begin`, `end`, `post` and `processCount`.
+class Supervisor::Core {
+ public:
+  using Command = std::function<void(Core&)>;
+
+  explicit Core(Settings settings) : settings_(std::move(settings)) {}
+
+  [[nodiscard]] Outcome begin(const std::shared_ptr<Core>& self);
+
+  /// All guests are to end; waits for that unless it is called on the thread itself.
+  void end();
+
+  /// Has the thread do something. Dropped when it has ended. Any thread.
+  void post(Command command);
+  [[nodiscard]] std::size_t processCount() const { return processCount_; }
+
+  // What is posted.
+  void start(const std::weak_ptr<Supervisor>& supervisor, const Launch& launch);
+  void send(std::uint64_t key, const Message& message);
+  void letGo(std::uint64_t key);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  enum class Stage { instantiating, serving, closing };
+
+  struct Record {
+    std::weak_ptr<Supervisor> supervisor;
+    Launch launch;
+    GuestProcess process;
+    FileDescriptor socket;
+    std::shared_ptr<GuestLink> link;
+    Stage stage = Stage::instantiating;
+    Clock::time_point killAt = Clock::time_point::max();
+    MessageParser parser{};
+    Bytes outgoing{};
+    std::size_t sent = 0;  // bytes of `outgoing`
+    bool waitsForRoom = false;
+  };
+
+  void run();
+  [[nodiscard]] int waitMilliseconds() const;
+  void runCommands();
+  void handleEvent(std::uint64_t tag, std::uint32_t events);
+  void watch(int descriptor, std::uint64_t tag);
+
+  void flush(std::uint64_t key, Record& record);
+  void receive(std::uint64_t key, Record& record, bool isLast);
+  [[nodiscard]] bool accept(std::uint64_t key, Record& record, Message message);
+  void becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount);
+  void answerLaunch(Record& record, Result<Ready> result);
+  void close(std::uint64_t key, Record& record);
+  void killOverdue();
+  void guestEnded(std::uint64_t key);
+  void tell(const Record& record, const std::string& text) const;
+
+  const Settings settings_;
+  FileDescriptor events_;  // an epoll instance
+  FileDescriptor bell_;    // rings for commands
+  std::thread thread_;
+  std::atomic<std::size_t> processCount_{0};
+
+  std::mutex mutex_;
+  std::vector<Command> commands_;  // under mutex_
+  bool isEnded_ = false;           // under mutex_
+
+  // The thread's.
+  bool isEnding_ = false;
+  std::uint64_t lastKey_ = 0;
+  std::map<std::uint64_t, Record> guests_;
+};
+
+}  // namespace vrel::sandbox

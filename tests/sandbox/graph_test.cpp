@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Sandboxed instruments in the running graph: what one does is not heard in the others.
+
+#include <csignal>
+#include <thread>
+
+#include "sandbox/processes.h"
+#include "sandbox/sandbox_stage.h"
+#include "system/audio/offline_device.h"
+#include "system/audio/paced_null_device.h"
+#include "system/audio/render_engine.h"
+
+namespace vrel::sandbox {
+namespace {
+
+class InTheGraph : public SandboxStage {
+ protected:
+  static constexpr std::uint32_t frames = 128;
+
+  /// What leaves a unit, from its first loud sample on.
+  class Recorder {
+   public:
+    explicit Recorder(AVAudioNode& node) : node_(node) {
+      node_.installTap(0, frames, std::nullopt, [this](const AVAudioPCMBuffer& buffer) {
+        const float* const samples = buffer.floatChannelData()[0];
+        const std::lock_guard lock(mutex_);
+        for (std::uint32_t frame = 0; frame < buffer.frameLength; ++frame) {
+          if (!samples_.empty() || samples[frame] != 0.0F) {
+            samples_.push_back(samples[frame]);
+          }
+        }
+      });
+    }
+    ~Recorder() { node_.removeTap(0); }
+
+    [[nodiscard]] std::vector<float> samples() const {
+      const std::lock_guard lock(mutex_);
+      return samples_;
+    }
+
+   private:
+    AVAudioNode& node_;
+    mutable std::mutex mutex_;
+    std::vector<float> samples_;
+  };
+
+  /// The sine as it is without anybody beside it.
+  std::vector<float> undisturbed(std::size_t count) {
+    lv2::Player player(inProcess_.make("urn:vrel:zoo:sine").unit);
+    player.send(0x90, 69, 100);
+    auto samples = player.play(count + frames).left;
+    const auto loud = std::find_if(samples.begin(), samples.end(), [](float sample) { return sample != 0.0F; });
+    return {loud, loud + static_cast<std::ptrdiff_t>(count)};
+  }
+
+  static void expectBegin(const std::vector<float>& samples, const std::vector<float>& expected) {
+    ASSERT_GE(samples.size(), expected.size());
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), samples.begin()));
+  }
+
+  struct Graph {
+    std::shared_ptr<audio::RenderEngine> engine;
+    std::shared_ptr<AVAudioUnitMIDIInstrument> sine;
+    std::shared_ptr<AVAudioUnitMIDIInstrument> rebel;
+  };
+
+  Graph graphOn(const std::shared_ptr<audio::OutputDevice>& device) {
+    Graph graph;
+    graph.engine = std::make_shared<audio::RenderEngine>(device, std::make_shared<audio::RenderCounters>());
+    graph.rebel = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(rebel());
+    graph.sine = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(make("urn:vrel:zoo:sine").unit);
+    for (const auto& unit : {graph.rebel, graph.sine}) {
+      graph.engine->attach(unit);
+      graph.engine->connect(unit, graph.engine->mainMixerNode(), std::nullopt);
+    }
+    graph.engine->connect(graph.engine->mainMixerNode(), graph.engine->outputNode(), std::nullopt);
+    return graph;
+  }
+
+  static void misbehave(const Graph& graph, int what) {
+    const int process = dynamic_cast<SandboxedNode&>(*graph.rebel).processId();
+    if (what < 0) {
+      kill(process, -what);
+    } else {
+      graph.rebel->sendMIDIEvent(0x90, static_cast<std::uint8_t>(what), 64);
+    }
+  }
+};
+
+/// A run of the sine beside a rebel that misbehaves in the midst of it. Empty when the machine, busy with
+/// something else, let a block of the sine itself go by.
+class PacedRun : public InTheGraph, public testing::WithParamInterface<int> {
+ protected:
+  std::vector<float> sineBeside(int what) {
+    const auto device = std::make_shared<audio::PacedNullDevice>(48000, frames);
+    const Graph graph = graphOn(device);
+    Recorder recorder(*graph.sine);
+    EXPECT_EQ(graph.engine->start(), std::nullopt);
+    graph.rebel->sendMIDIEvent(0x90, 60, 64);
+    graph.sine->sendMIDIEvent(0x90, 69, 100);
+    EXPECT_TRUE(happensWithin(5s, [&] { return recorder.samples().size() > 40 * frames; }));
+    misbehave(graph, what);
+    EXPECT_TRUE(happensWithin(5s, [&] { return recorder.samples().size() > 300 * frames; }));
+    graph.engine->stop();
+    const auto samples = recorder.samples();
+    const bool hasGaps = std::search_n(samples.begin(), samples.end(), 8, 0.0F) != samples.end();
+    return hasGaps ? std::vector<float>() : samples;
+  }
+};
+
+TEST_P(PacedRun, TheOtherStripSoundsSampleForSampleAsWithoutTheFault) {
+  std::vector<float> samples;
+  for (int attempt = 0; attempt < 8 && samples.empty(); ++attempt) {
+    samples = sineBeside(GetParam());
+  }
+  expectBegin(samples, undisturbed(300 * frames));
+}
+
+INSTANTIATE_TEST_SUITE_P(Misdeeds, PacedRun,
+                         testing::Values(-SIGKILL, -SIGSTOP, int{misdeed::hangForever}, int{misdeed::writeToNothing},
+                                         int{misdeed::notANumber}, int{misdeed::infinite},
+                                         int{misdeed::sleepTenBlocks}));
+
+using InTheOfflineGraph = InTheGraph;
+
+TEST_F(InTheOfflineGraph, ADeathInTheMidstOfARenderChangesNothingForTheOther) {
+  const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
+  const Graph graph = graphOn(device);
+  Recorder recorder(*graph.sine);
+  ASSERT_EQ(graph.engine->start(), std::nullopt);
+  graph.rebel->sendMIDIEvent(0x90, 60, 64);
+  graph.sine->sendMIDIEvent(0x90, 69, 100);
+  for (int block = 0; block < 300; ++block) {
+    if (block == 100) {
+      misbehave(graph, -SIGKILL);
+    }
+    (void)device->renderBlock();
+  }
+  expectBegin(recorder.samples(), undisturbed(299 * frames));
+  EXPECT_TRUE(happensWithin(5s, [this] { return deaths().size() == 1; }));
+}
+
+TEST_F(InTheOfflineGraph, AllSourcesWorkAtTheSameTime) {
+  const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
+  const Graph graph = graphOn(device);
+  const auto second = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(rebel());
+  graph.engine->attach(second);
+  graph.engine->connect(second, graph.engine->mainMixerNode(), std::nullopt);
+  ASSERT_EQ(graph.engine->start(), std::nullopt);
+  graph.rebel->sendMIDIEvent(0x90, misdeed::sleepLong, 64);
+  second->sendMIDIEvent(0x90, misdeed::sleepLong, 64);
+  const auto start = std::chrono::steady_clock::now();
+  (void)device->renderBlock();
+  const auto taken = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(taken, 500ms);
+  EXPECT_LT(taken, 900ms) << "one behind the other takes a second";
+}
+
+}  // namespace
+}  // namespace vrel::sandbox
