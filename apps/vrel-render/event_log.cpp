@@ -41,6 +41,15 @@ void EventLog::song(double seconds, std::size_t index) {
   writeLine(file_, {{"t", seconds}, {"kind", "song"}, {"index", index}});
 }
 
+void EventLog::sandbox(double seconds, std::size_t strip, int processId) {
+  writeLine(file_, {{"t", seconds}, {"kind", "sandbox"}, {"channel", strip}, {"pid", processId}});
+  file_.flush();  // for whoever watches the processes meanwhile
+}
+
+void EventLog::crash(double seconds, std::size_t strip, int processId) {
+  writeLine(file_, {{"t", seconds}, {"kind", "crash"}, {"channel", strip}, {"pid", processId}});
+}
+
 Outcome EventLog::close() {
   file_.close();
   if (!file_) {

@@ -22,9 +22,21 @@ void MainQueueUnits::instantiateMIDIInstrument(const AudioComponentDescription& 
 }
 
 AudioUnitFactory::UnitHandler MainQueueUnits::onMainQueue(UnitHandler completionHandler) {
-  return [this, handler = std::move(completionHandler)](std::shared_ptr<AVAudioUnit> node, std::optional<Error> error) {
-    mainQueue_.async([handler, node = std::move(node), error = std::move(error)] { handler(node, error); });
+  const std::lock_guard lock(mutex_);
+  return [this, number = ++lastRequest_, handler = std::move(completionHandler)](std::shared_ptr<AVAudioUnit> node,
+                                                                                 std::optional<Error> error) {
+    answer(number, [handler, node = std::move(node), error = std::move(error)] { handler(node, error); });
   };
+}
+
+void MainQueueUnits::answer(std::uint64_t number, std::function<void()> work) {
+  const std::lock_guard lock(mutex_);
+  heldBack_.emplace(number, std::move(work));
+  for (auto next = heldBack_.begin(); next != heldBack_.end() && next->first == lastAnswer_ + 1;) {
+    mainQueue_.async(std::move(next->second));
+    next = heldBack_.erase(next);
+    ++lastAnswer_;
+  }
 }
 
 }  // namespace vrel::render

@@ -24,6 +24,25 @@ lv2::HostSettings hostSettings(const OfflineStage::Settings& settings, ConsoleOu
   return host;
 }
 
+sandbox::SandboxSettings sandboxSettings(const lv2::HostSettings& host) {
+  sandbox::SandboxSettings settings;
+  settings.sampleRate = host.sampleRate;
+  settings.nominalBlockFrames = host.nominalBlockFrames;
+  settings.worksWithinBlock = true;
+  settings.isRealTime = false;
+  settings.patience = std::nullopt;
+  settings.log = host.log;
+  settings.counters = host.counters;
+  return settings;
+}
+
+sandbox::SandboxingUnitFactory::Finder finderIn(const std::shared_ptr<lv2::Lv2World>& world) {
+  return [world](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
+    const auto plugin = world->find(codes);
+    return plugin ? std::optional(sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+  };
+}
+
 void addCount(std::vector<std::string>& problems, std::uint64_t count, const std::string& what) {
   if (count > 0) {
     problems.push_back(std::to_string(count) + " " + what);
@@ -38,14 +57,39 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       device_(std::make_shared<audio::OfflineDevice>(settings.rate, settings.block)),
       nodes_(device_, renderCounters_),
       lv2Units_(world, hostSettings(settings, console, pluginCounters_)),
-      units_(lv2Units_, mainLoop_),
+      sandboxUnits_(makeSandbox(settings, world)),
+      units_(sandboxUnits_ ? static_cast<AudioUnitFactory&>(*sandboxUnits_) : lv2Units_, mainLoop_),
       components_{scanInstrumentComponents(*world), scanAudioEffectComponents(*world)},
       engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console})),
       stage_(*engine_, console, components_),
       recorder_(*engine_, stage_, clock_, log),
-      input_(mainLoop_, engine_) {}
+      input_(mainLoop_, engine_) {
+  if (sandboxUnits_) {
+    sandboxUnits_->setDeathHandler(
+        [this](const std::shared_ptr<AVAudioUnit>& node, int processId) { pluginDied(node, processId); });
+  }
+}
+
+std::unique_ptr<sandbox::SandboxingUnitFactory> OfflineStage::makeSandbox(const Settings& settings,
+                                                                          const std::shared_ptr<lv2::Lv2World>& world) {
+  if (!settings.sandbox) {
+    return nullptr;
+  }
+  const lv2::HostSettings host = hostSettings(settings, console_, pluginCounters_);
+  auto supervisor =
+      sandbox::Supervisor::start({.helperPath = sandbox::Supervisor::defaultHelperPath(), .log = host.log});
+  if (!supervisor) {
+    sandboxFailure_ = supervisor.error();
+    return nullptr;
+  }
+  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finderIn(world),
+                                                          mainLoop_, sandboxSettings(host));
+}
 
 Outcome OfflineStage::start(std::vector<SongConfig> songs) {
+  if (sandboxFailure_) {
+    return sandboxFailure_;
+  }
   stage_.songs = std::move(songs);
   mainLoop_.runPending();
   if (engine_->engine().isRunning()) {
@@ -116,6 +160,11 @@ const std::vector<SongConfig>& OfflineStage::captureSongs() {
   return stage_.songs;
 }
 
+void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId) {
+  recorder_.instrumentDied(node, processId);
+  engine_->pluginDied(node);
+}
+
 std::vector<std::string> OfflineStage::problems() const {
   std::vector<std::string> problems = loadProblems_;
   if (const auto& error = engine_->lastEngineStartError()) {
@@ -126,6 +175,7 @@ std::vector<std::string> OfflineStage::problems() const {
   addCount(problems, plugins.silencedBlocks, "blocks of a plug-in were not finite and were silenced");
   addCount(problems, plugins.skippedBlocks, "blocks went by without a plug-in that was being set up");
   addCount(problems, plugins.refusedWork, "pieces of a plug-in's background work found no room");
+  addCount(problems, plugins.deaths, "plug-ins died");
   const auto& blocks = *renderCounters_;
   addCount(problems, blocks.silentBlocks, "blocks were silent, since the engine was stopped");
   addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix were not finite and were silenced");

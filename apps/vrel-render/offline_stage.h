@@ -17,6 +17,7 @@
 #include "system/dispatch/offline_main_loop.h"
 #include "system/dispatch/serial_queue.h"
 #include "system/plugins/lv2/lv2_unit_factory.h"
+#include "system/plugins/sandbox/sandboxing_unit_factory.h"
 #include "system/property_list/libplist_serialization.h"
 #include "vrel-render/main_queue_units.h"
 #include "vrel-render/packet_input.h"
@@ -38,6 +39,7 @@ class OfflineStage {
   struct Settings {
     int rate = 48000;           // frames per second
     std::uint32_t block = 128;  // frames
+    bool sandbox = true;        // instruments in processes of their own
   };
 
   /// All are borrowed; the log may be null.
@@ -72,6 +74,9 @@ class OfflineStage {
   [[nodiscard]] bool isPoolIdle();
   void waitForPlugins();
   void noteLoadProblems(const SongConfig& song);
+  [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(
+      const Settings& settings, const std::shared_ptr<lv2::Lv2World>& world);
+  void pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId);
 
   // In the order of birth; what stands further down uses what stands above.
   ConsoleOutput& console_;
@@ -84,6 +89,8 @@ class OfflineStage {
   std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
   audio::RenderNodeFactory nodes_;
   lv2::Lv2UnitFactory lv2Units_;
+  Outcome sandboxFailure_;
+  std::unique_ptr<sandbox::SandboxingUnitFactory> sandboxUnits_;  // null when all is in this process
   MainQueueUnits units_;
   SongStage::Components components_;
   std::shared_ptr<AudioEngine> engine_;

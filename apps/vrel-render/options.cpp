@@ -58,6 +58,11 @@ Outcome setValue(Options& options, std::string_view name, const std::string& val
       return mustBe("seconds from 0 to 86400");
     }
     options.tail = *tail;
+  } else if (name == "--sandbox") {
+    if (value != "on" && value != "off") {
+      return mustBe("on or off");
+    }
+    options.sandbox = value == "on";
   } else if (value.empty()) {
     return mustBe("the path of a file");
   } else {
@@ -66,8 +71,8 @@ Outcome setValue(Options& options, std::string_view name, const std::string& val
   return {};
 }
 
-constexpr std::array<std::string_view, 7> optionsWithValue = {"--out",  "--events", "--save", "--song",
-                                                              "--rate", "--block",  "--tail"};
+constexpr std::array<std::string_view, 8> optionsWithValue = {"--out",  "--events", "--save", "--song",
+                                                              "--rate", "--block",  "--tail", "--sandbox"};
 
 std::filesystem::path placeOf(const std::string& path) {
   std::error_code ignored;
@@ -159,6 +164,7 @@ std::string usage() {
          "  --song N            the song to start with, counted from 0 (default 0)\n"
          "  --rate HZ           frames per second (default 48000)\n"
          "  --block FRAMES      32 64 128 256 512 or 1024 (default 128)\n"
+         "  --sandbox on|off    instruments in processes of their own (default on)\n"
          "  --tail SECONDS      rendered after the last message (default 2)\n";
 }
 

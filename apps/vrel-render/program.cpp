@@ -137,7 +137,8 @@ class Run {
   }
 
   Outcome play(SetlistFile setlist) {
-    OfflineStage stage({options_.rate, options_.block}, lv2::Lv2World::open(), console_, log_ ? &*log_ : nullptr);
+    OfflineStage stage({options_.rate, options_.block, options_.sandbox}, lv2::Lv2World::open(), console_,
+                       log_ ? &*log_ : nullptr);
     if (auto failure = stage.start(std::move(setlist.songs))) {
       return failure;
     }

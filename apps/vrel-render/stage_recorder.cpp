@@ -8,6 +8,7 @@
 #include "performance/song_stage.h"
 #include "system/dispatch/offline_main_loop.h"
 #include "system/plugins/observable_instrument.h"
+#include "system/plugins/sandboxed_node.h"
 #include "vrel-render/event_log.h"
 
 namespace vrel::render {
@@ -62,7 +63,19 @@ void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
   watchInstrument(channel.instrumentNode.get(), strip);
 }
 
+void StageRecorder::instrumentDied(const std::shared_ptr<AVAudioNode>& node, int processId) {
+  const auto& channels = engine_.channels();
+  for (std::size_t strip = 0; strip < channels.size() && log_ != nullptr; ++strip) {
+    if (channels[strip]->instrumentNode.get() == node) {
+      log_->crash(clock_.seconds(), strip, processId);
+    }
+  }
+}
+
 void StageRecorder::watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip) {
+  if (const auto* sandboxed = dynamic_cast<SandboxedNode*>(node.get())) {
+    log_->sandbox(clock_.seconds(), strip, sandboxed->processId());
+  }
   auto* instrument = dynamic_cast<ObservableInstrument*>(node.get());
   if (instrument == nullptr) {
     return;

@@ -34,6 +34,9 @@ class StageRecorder {
   /// To be called when a song has been applied, before the main queue runs: from now on its strips are watched.
   void watchStrips();
 
+  /// To be called when an instrument's process has died, before its strip loses it.
+  void instrumentDied(const std::shared_ptr<AVAudioNode>& node, int processId);
+
   /// The indices of the songs that went on stage, in order.
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return songsApplied_; }
 

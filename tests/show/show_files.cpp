@@ -64,6 +64,12 @@ std::string ShowTest::read(const std::string& name) const {
 }
 
 std::vector<nlohmann::json> ShowTest::events(const std::string& name) const {
+  auto events = allEvents(name);
+  std::erase_if(events, [](const nlohmann::json& event) { return event.at("kind") == "sandbox"; });
+  return events;
+}
+
+std::vector<nlohmann::json> ShowTest::allEvents(const std::string& name) const {
   std::istringstream lines(read(name));
   std::vector<nlohmann::json> events;
   for (std::string line; std::getline(lines, line);) {

@@ -27,8 +27,10 @@ class ShowTest : public testing::Test {
   [[nodiscard]] std::string read(const std::string& name) const;
   [[nodiscard]] bool exists(const std::string& name) const { return std::filesystem::exists(at(name)); }
 
-  /// The lines of an event file.
+  /// The lines of an event file; without those that tell which process an instrument has, which is another one
+  /// in each run, or with them.
   [[nodiscard]] std::vector<nlohmann::json> events(const std::string& name) const;
+  [[nodiscard]] std::vector<nlohmann::json> allEvents(const std::string& name) const;
 
  private:
   std::filesystem::path folder_;

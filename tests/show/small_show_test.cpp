@@ -261,12 +261,12 @@ TEST_F(SmallShow, TwoRunsGiveTheSameBytes) {
   }
   play(setlist, show);
   const std::string firstSound = read("out.wav");
-  const std::string firstEvents = read("events.jsonl");
+  const Events firstEvents = events();
   EXPECT_GT(soundIn(firstSound).peak(), 0.1F);
   for (int run = 0; run < 3; ++run) {
     play(setlist, show);
     EXPECT_TRUE(read("out.wav") == firstSound);
-    EXPECT_EQ(read("events.jsonl"), firstEvents);
+    EXPECT_EQ(events(), firstEvents);
   }
 }
 
