@@ -81,13 +81,14 @@ static void cleanup(LV2_Handle handle) {
 static void misbehave(Zoo* zoo, uint32_t frames) {
   const Rebel* rebel = zoo->extra;
   static char load[8 << 20];
+  static int* volatile nothing = NULL;
   float* const left = zooAudio(zoo, 1);
   switch (rebel->misdeed) {
     case hangForever:
       hang();
       break;
     case writeToNothing:
-      *(volatile int*)8 = 1;
+      *nothing = 1;
       break;
     case leaveTheProgram:
       _exit(3);
