@@ -35,7 +35,7 @@ endfunction()
 # One GoogleTest executable; every case is a CTest of its own under the label. The target `tests_rt` builds what
 # `ctest -L rt` needs, and so on for each label.
 include(GoogleTest)
-foreach(label unit rt sound plugins show)
+foreach(label unit rt sound plugins show devices)
   add_custom_target(tests_${label})
 endforeach()
 function(vrel_test name)

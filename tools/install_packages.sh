@@ -8,9 +8,11 @@ packages=(
   # building
   build-essential cmake ninja-build pkg-config git python3
   nlohmann-json3-dev liblilv-dev lv2-dev libplist-dev libsndfile1-dev
+  librtaudio-dev librtmidi-dev libjack-jackd2-dev libasound2-dev
   # testing
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev
+  jackd2
   # instruments and effects for the demo and the tests
   mda-lv2 setbfree
 )

@@ -23,13 +23,18 @@ class BlockRenderer {
 
 /// Where the sound goes. Main thread, except for what it calls.
 ///
-/// Order of calls: `start`, then any number of blocks are asked for, then `stop`. Bigger blocks
+/// Order of calls: `prepare`, `start`, then any number of blocks are asked for, then `stop`. Bigger blocks
 /// than the graph takes are split there, not here.
 class OutputDevice {
  public:
   virtual ~OutputDevice() = default;
 
-  /// Frames per second, and the usual size of a block. Fixed while it runs.
+  /// Takes over settings that were changed, and looks for a device that was lost; it has stopped then, if it
+  /// had to be opened anew. An error when there is no device.
+  [[nodiscard]] virtual Outcome prepare() { return {}; }
+
+  /// Frames per second, and the usual size of a block. Fixed while it runs, but for a block size that
+  /// others who share the device may change.
   [[nodiscard]] virtual double sampleRate() const = 0;
   [[nodiscard]] virtual std::uint32_t blockFrames() const = 0;
 

@@ -105,6 +105,9 @@ Outcome RenderEngine::start() {
   if (isRunning()) {
     return {};
   }
+  if (Outcome failure = device_->prepare()) {
+    return failure;
+  }
   const double sampleRate = device_->sampleRate();
   if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate)) {
     return Error{"the audio device has a sample rate of " + std::to_string(sampleRate) + ", which can not be used"};

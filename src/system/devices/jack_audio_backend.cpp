@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/devices/jack_audio_backend.h"
+
+#include <jack/jack.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <iterator>
+
+#include "system/devices/jack_client.h"
+
+namespace vrel::system {
+namespace {
+
+constexpr const char* audioType = JACK_DEFAULT_AUDIO_TYPE;
+
+/// Two ports of a client of its own, linked to the device's first two.
+class JackStream final : public OutputStream {
+ public:
+  explicit JackStream(std::string deviceName) : deviceName_(std::move(deviceName)) {}
+  ~JackStream() override { stop(); }
+  JackStream(const JackStream&) = delete;
+  JackStream& operator=(const JackStream&) = delete;
+
+  [[nodiscard]] Outcome open(const std::string& serverName);
+
+  [[nodiscard]] double sampleRate() const override { return sampleRate_; }
+  [[nodiscard]] std::uint32_t blockFrames() const override;
+  [[nodiscard]] bool changeBlockFrames(std::uint32_t frames) override;
+  [[nodiscard]] Outcome start(audio::BlockRenderer& renderer) override;
+  void stop() override;
+  [[nodiscard]] std::optional<std::string> lossReason() const override;
+  [[nodiscard]] std::uint64_t underruns() const override { return underruns_.load(std::memory_order_relaxed); }
+
+ private:
+  [[nodiscard]] bool registerAll(jack_client_t* client);
+  [[nodiscard]] bool link(jack_client_t* client) const;
+
+  // Called by JACK, from its threads.
+  static int process(jack_nframes_t frames, void* stream);
+  static int countUnderrun(void* stream);
+  static int noticeSampleRate(jack_nframes_t rate, void* stream);
+
+  const std::string deviceName_;
+  double sampleRate_ = 0;
+  std::array<jack_port_t*, 2> ports_{};
+  audio::BlockRenderer* renderer_ = nullptr;  // written while JACK asks for no blocks
+  bool isActive_ = false;
+  std::atomic<bool> isRateChanged_{false};
+  std::atomic<std::uint64_t> underruns_{0};
+  std::unique_ptr<JackClient> client_;  // last: its threads use the above
+};
+
+Outcome JackStream::open(const std::string& serverName) {
+  client_ = JackClient::open("vrel", serverName, {.process = process, .owner = this});
+  if (!client_) {
+    return Error{"no JACK server runs"};
+  }
+  bool isRegistered = false;
+  client_->use([&](jack_client_t* client) {
+    sampleRate_ = jack_get_sample_rate(client);
+    isRegistered = registerAll(client);
+  });
+  return isRegistered ? Outcome() : Error{"the JACK server gives no ports"};
+}
+
+bool JackStream::registerAll(jack_client_t* client) {
+  constexpr std::array<const char*, 2> names = {"left", "right"};
+  for (std::size_t side = 0; side < ports_.size(); ++side) {
+    ports_[side] = jack_port_register(client, names[side], audioType, JackPortIsOutput | JackPortIsTerminal, 0);
+  }
+  return ports_[0] != nullptr && ports_[1] != nullptr && jack_set_xrun_callback(client, countUnderrun, this) == 0 &&
+         jack_set_sample_rate_callback(client, noticeSampleRate, this) == 0;
+}
+
+std::uint32_t JackStream::blockFrames() const {
+  std::uint32_t frames = 0;
+  client_->use([&](jack_client_t* client) { frames = jack_get_buffer_size(client); });
+  return frames;
+}
+
+bool JackStream::changeBlockFrames(std::uint32_t frames) {
+  // A server that refuses plays on with its own size, which is better than not to play.
+  client_->use([&](jack_client_t* client) {
+    if (jack_get_buffer_size(client) != frames) {
+      jack_set_buffer_size(client, frames);
+    }
+  });
+  return true;
+}
+
+Outcome JackStream::start(audio::BlockRenderer& renderer) {
+  renderer_ = &renderer;
+  if (!client_->activate()) {
+    return Error{"the JACK server does not take part"};
+  }
+  isActive_ = true;
+  bool isLinked = false;
+  client_->use([&](jack_client_t* client) { isLinked = link(client); });
+  if (!isLinked) {
+    stop();
+    return Error{"the JACK server does not link to " + deviceName_};
+  }
+  return {};
+}
+
+bool JackStream::link(jack_client_t* client) const {
+  auto inputs = jackPorts(client, audioType, JackPortIsInput | JackPortIsPhysical);
+  std::erase_if(inputs, [this](const std::string& port) { return jackPortOwner(port) != deviceName_; });
+  if (inputs.empty()) {
+    return false;
+  }
+  for (std::size_t side = 0; side < ports_.size(); ++side) {
+    // On a single loudspeaker both sides are heard.
+    const auto& input = inputs[std::min(side, inputs.size() - 1)];
+    if (jack_connect(client, jack_port_name(ports_[side]), input.c_str()) != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void JackStream::stop() {
+  if (std::exchange(isActive_, false)) {
+    client_->deactivate();
+  }
+}
+
+std::optional<std::string> JackStream::lossReason() const {
+  if (client_->isServerGone()) {
+    return "the JACK server has gone";
+  }
+  return isRateChanged_ ? std::optional<std::string>("its sample rate has changed") : std::nullopt;
+}
+
+int JackStream::process(jack_nframes_t frames, void* stream) {
+  const auto& self = *static_cast<JackStream*>(stream);
+  auto* const left = static_cast<float*>(jack_port_get_buffer(self.ports_[0], frames));
+  auto* const right = static_cast<float*>(jack_port_get_buffer(self.ports_[1], frames));
+  self.renderer_->render(left, right, frames);
+  return 0;
+}
+
+int JackStream::countUnderrun(void* stream) {
+  static_cast<JackStream*>(stream)->underruns_.fetch_add(1, std::memory_order_relaxed);
+  return 0;
+}
+
+int JackStream::noticeSampleRate(jack_nframes_t rate, void* stream) {
+  auto& self = *static_cast<JackStream*>(stream);
+  if (static_cast<double>(rate) != self.sampleRate_) {
+    self.isRateChanged_ = true;
+  }
+  return 0;
+}
+
+std::vector<AudioDeviceDescription> listDevices(jack_client_t* client) {
+  std::vector<AudioDeviceDescription> devices;
+  // A port that takes sound in is an output of the machine.
+  for (const bool isOutput : {true, false}) {
+    const auto flags = (isOutput ? JackPortIsInput : JackPortIsOutput) | JackPortIsPhysical;
+    for (const auto& port : jackPorts(client, audioType, static_cast<unsigned long>(flags))) {
+      const auto name = jackPortOwner(port);
+      auto device = std::find_if(devices.begin(), devices.end(), [&](const auto& each) { return each.name == name; });
+      if (device == devices.end()) {
+        devices.push_back({.name = name, .title = "JACK: " + name, .isDefaultOutput = isOutput && devices.empty()});
+        device = std::prev(devices.end());
+      }
+      device->outputChannels += isOutput ? 1 : 0;
+    }
+  }
+  return devices;
+}
+
+}  // namespace
+
+std::vector<AudioDeviceDescription> JackAudioBackend::devices() {
+  std::vector<AudioDeviceDescription> devices;
+  if (const auto client = JackClient::open("vrel-list", serverName_, {})) {
+    client->use([&](jack_client_t* library) { devices = listDevices(library); });
+  }
+  return devices;
+}
+
+Result<std::unique_ptr<OutputStream>> JackAudioBackend::open(const std::string& deviceName,
+                                                             std::optional<std::uint32_t> frames) {
+  auto stream = std::make_unique<JackStream>(deviceName);
+  if (Outcome failure = stream->open(serverName_)) {
+    return *failure;
+  }
+  if (frames) {
+    static_cast<void>(stream->changeBlockFrames(*frames));
+  }
+  return std::unique_ptr<OutputStream>(std::move(stream));
+}
+
+}  // namespace vrel::system

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/devices/jack_client.h"
+
+#include <chrono>
+#include <cstddef>
+#include <thread>
+
+namespace vrel::system {
+namespace {
+
+jack_client_t* join(const std::string& clientName, const std::string& serverName) {
+  // For the whole process.
+  jack_set_error_function([](const char*) {});
+  jack_set_info_function([](const char*) {});
+  const auto name = clientName.substr(0, static_cast<std::size_t>(jack_client_name_size()) - 1);
+  if (serverName.empty()) {
+    return jack_client_open(name.c_str(), JackNoStartServer, nullptr);
+  }
+  const auto options = static_cast<jack_options_t>(JackNoStartServer | JackServerName);
+  return jack_client_open(name.c_str(), options, nullptr, serverName.c_str());
+}
+
+}  // namespace
+
+std::mutex& JackClient::libraryMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::vector<JackClient*>& JackClient::openClients() {
+  static std::vector<JackClient*> clients;
+  return clients;
+}
+
+std::unique_ptr<JackClient> JackClient::open(const std::string& clientName, const std::string& serverName,
+                                             const Callbacks& callbacks) {
+  std::unique_ptr<JackClient> client(new JackClient(callbacks));  // ends after the lock, which its end takes, too
+  const std::lock_guard lock(libraryMutex());
+  auto& others = openClients();
+  for (auto* const other : others) {
+    if (other->isServerGone_) {
+      other->close();
+    }
+  }
+  client->client_ = join(clientName, serverName);
+  for (auto* const other : others) {
+    if (other->isServerGone_) {
+      // It died during the call above; the library may have freed it by now, or not.
+      other->client_ = nullptr;
+    }
+  }
+  if (client->client_ == nullptr) {
+    return nullptr;
+  }
+  others.push_back(client.get());
+  jack_on_shutdown(client->client_, noteShutdown, client.get());
+  if (callbacks.process != nullptr) {
+    jack_set_process_callback(client->client_, process, client.get());
+  }
+  return client;
+}
+
+JackClient::~JackClient() {
+  const std::lock_guard lock(libraryMutex());
+  close();
+  std::erase(openClients(), this);
+}
+
+void JackClient::close() {
+  constexpr int mostWaits = 1000;
+  if (client_ == nullptr) {
+    return;
+  }
+  if (!isServerGone_) {
+    jack_deactivate(client_);
+  }
+  // Nobody else is left to wait for a block that the server's death has caught.
+  for (int waits = 0; isInBlock_ && waits < mostWaits; ++waits) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  jack_client_close(client_);
+  client_ = nullptr;
+}
+
+bool JackClient::activate() {
+  bool isActive = false;
+  use([&](jack_client_t* client) { isActive = jack_activate(client) == 0; });
+  return isActive;
+}
+
+void JackClient::deactivate() {
+  if (!use([](jack_client_t* client) { jack_deactivate(client); })) {
+    const std::lock_guard lock(libraryMutex());
+    close();
+  }
+}
+
+int JackClient::process(jack_nframes_t frames, void* client) {
+  auto& self = *static_cast<JackClient*>(client);
+  self.isInBlock_ = true;
+  const int status = self.callbacks_.process(frames, self.callbacks_.owner);
+  self.isInBlock_ = false;
+  return status;
+}
+
+void JackClient::noteShutdown(void* client) {
+  auto& self = *static_cast<JackClient*>(client);
+  self.isServerGone_ = true;
+  if (self.callbacks_.serverGone != nullptr) {
+    self.callbacks_.serverGone(self.callbacks_.owner);
+  }
+}
+
+std::vector<std::string> jackPorts(jack_client_t* client, const char* type, unsigned long flags) {
+  struct Free {
+    void operator()(const char** names) const { jack_free(static_cast<void*>(names)); }
+  };
+  const std::unique_ptr<const char*[], Free> names(jack_get_ports(client, nullptr, type, flags));
+  std::vector<std::string> ports;
+  for (std::size_t index = 0; names && names[index] != nullptr; ++index) {
+    ports.emplace_back(names[index]);
+  }
+  return ports;
+}
+
+std::string jackPortOwner(const std::string& portName) {
+  return portName.substr(0, portName.find(':'));
+}
+
+}  // namespace vrel::system

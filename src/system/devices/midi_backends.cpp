@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/devices/alsa_midi_backend.h"
+#include "system/devices/jack_midi_backend.h"
+#include "system/devices/midi_backend.h"
+
+namespace vrel::system {
+
+MidiBackends makeMidiBackends(const std::string& jackServerName) {
+  MidiBackends backends;
+  backends.push_back(std::make_unique<JackMidiBackend>(jackServerName));
+  backends.push_back(std::make_unique<AlsaMidiBackend>());
+  return backends;
+}
+
+}  // namespace vrel::system

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <jack/jack.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vrel::system::test {
+
+struct CloseClient {
+  void operator()(jack_client_t* client) const { jack_client_close(client); }
+};
+using Client = std::unique_ptr<jack_client_t, CloseClient>;
+
+/// The tests' own way to JACK, apart from what is tested. When a server dies, the library lets no client of the
+/// process live on past the opening of another one, so a test's own must be gone by then.
+void silenceLibrary();
+[[nodiscard]] Client joinServer(const std::string& clientName, const std::string& serverName);
+
+/// Keeps what the system's playback ports are given.
+class Recorder {
+ public:
+  Recorder(const std::string& serverName, std::size_t mostFrames);
+
+  /// Frames recorded so far.
+  [[nodiscard]] std::size_t recorded() const { return recorded_.load(std::memory_order_acquire); }
+  [[nodiscard]] const std::vector<float>& side(std::size_t index) const { return sides_.at(index); }
+
+ private:
+  static int process(jack_nframes_t frames, void* recorder);
+
+  std::array<std::vector<float>, 2> sides_;
+  std::atomic<std::size_t> recorded_{0};
+  std::array<jack_port_t*, 2> ports_{};
+  Client client_;  // last: its thread uses the above
+};
+
+/// Another program with MIDI outputs. It must end before its server does.
+class MidiPeer {
+ public:
+  MidiPeer(const std::string& serverName, const std::string& clientName);
+
+  using Message = std::vector<std::uint8_t>;
+
+  void addPort(const std::string& name);
+  void removePort();
+
+  /// Sends over the last added port, several in each block, and returns when JACK has taken all.
+  void send(const std::vector<Message>& messages);
+
+  /// Whether something is linked to the last added port.
+  [[nodiscard]] bool isLinked() const;
+
+  /// Lets a few blocks pass: a link made in one is there only in a later one.
+  void passBlocks() const;
+
+ private:
+  static int process(jack_nframes_t frames, void* peer);
+
+  std::atomic<jack_port_t*> port_{nullptr};
+  std::atomic<const std::vector<Message>*> pending_{nullptr};
+  std::size_t sent_ = 0;
+  std::atomic<std::uint32_t> blocks_{0};
+  Client client_;
+};
+
+}  // namespace vrel::system::test
