@@ -8,7 +8,8 @@
 
 namespace vrel::render {
 
-MainQueueUnits::MainQueueUnits(AudioUnitFactory& units, MainQueue& mainQueue) : units_(units), mainQueue_(mainQueue) {}
+MainQueueUnits::MainQueueUnits(AudioUnitFactory& units, MainQueue& mainQueue)
+    : units_(units), order_(std::make_shared<Order>(mainQueue)) {}
 
 void MainQueueUnits::instantiate(const AudioComponentDescription& description,
                                  AudioComponentInstantiationOptions options, UnitHandler completionHandler) {
@@ -22,20 +23,24 @@ void MainQueueUnits::instantiateMIDIInstrument(const AudioComponentDescription& 
 }
 
 AudioUnitFactory::UnitHandler MainQueueUnits::onMainQueue(UnitHandler completionHandler) {
-  const std::lock_guard lock(mutex_);
-  return [this, number = ++lastRequest_, handler = std::move(completionHandler)](std::shared_ptr<AVAudioUnit> node,
-                                                                                 std::optional<Error> error) {
-    answer(number, [handler, node = std::move(node), error = std::move(error)] { handler(node, error); });
+  std::uint64_t number = 0;
+  {
+    const std::lock_guard lock(order_->mutex);
+    number = ++order_->lastRequest;
+  }
+  return [order = order_, number, handler = std::move(completionHandler)](std::shared_ptr<AVAudioUnit> node,
+                                                                          std::optional<Error> error) {
+    order->answer(number, [handler, node = std::move(node), error = std::move(error)] { handler(node, error); });
   };
 }
 
-void MainQueueUnits::answer(std::uint64_t number, std::function<void()> work) {
-  const std::lock_guard lock(mutex_);
-  heldBack_.emplace(number, std::move(work));
-  for (auto next = heldBack_.begin(); next != heldBack_.end() && next->first == lastAnswer_ + 1;) {
-    mainQueue_.async(std::move(next->second));
-    next = heldBack_.erase(next);
-    ++lastAnswer_;
+void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> work) {
+  const std::lock_guard lock(mutex);
+  heldBack.emplace(number, std::move(work));
+  for (auto next = heldBack.begin(); next != heldBack.end() && next->first == lastAnswer + 1;) {
+    mainQueue.async(std::move(next->second));
+    next = heldBack.erase(next);
+    ++lastAnswer;
   }
 }
 

@@ -22,7 +22,7 @@ namespace vrel::render {
 /// node a channel finds in the pool, and with it every sample, is the same in each run.
 class MainQueueUnits final : public AudioUnitFactory {
  public:
-  /// Both are borrowed and outlive all answers.
+  /// Both are borrowed; the queue outlives all answers.
   MainQueueUnits(AudioUnitFactory& units, MainQueue& mainQueue);
 
   void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
@@ -33,15 +33,21 @@ class MainQueueUnits final : public AudioUnitFactory {
  private:
   [[nodiscard]] UnitHandler onMainQueue(UnitHandler completionHandler);
 
-  void answer(std::uint64_t number, std::function<void()> work);
+  /// Brings answers to the main queue in the order of their requests. Shared with the handlers: one may still
+  /// be at its end on another thread when its answer has run, and all of this has gone.
+  struct Order {
+    explicit Order(MainQueue& queue) : mainQueue(queue) {}
+    void answer(std::uint64_t number, std::function<void()> work);
+
+    MainQueue& mainQueue;
+    std::mutex mutex;
+    std::uint64_t lastRequest = 0;                            // under mutex, as all below
+    std::uint64_t lastAnswer = 0;                             // that went to the main queue
+    std::map<std::uint64_t, std::function<void()>> heldBack;  // answers that came before those of earlier requests
+  };
 
   AudioUnitFactory& units_;
-  MainQueue& mainQueue_;
-
-  std::mutex mutex_;
-  std::uint64_t lastRequest_ = 0;                            // under mutex_, as all below
-  std::uint64_t lastAnswer_ = 0;                             // that went to the main queue
-  std::map<std::uint64_t, std::function<void()>> heldBack_;  // answers that came before those of earlier requests
+  const std::shared_ptr<Order> order_;
 };
 
 }  // namespace vrel::render

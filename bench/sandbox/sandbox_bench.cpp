@@ -200,7 +200,7 @@ void compare(benchmark::State& state, Subject& subject, Reference& reference, in
     referenceSeconds.push_back(secondsOf([&] { run(reference); }));
     const double taken = secondsOf([&] { run(subject); });
     subjectSeconds.push_back(taken);
-    state.SetIterationTime(taken / rounds);
+    state.SetIterationTime(taken);
   }
   const auto median = [](std::vector<double>& values) {
     std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());

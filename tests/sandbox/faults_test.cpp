@@ -2,6 +2,8 @@
 // What plug-ins and processes do to those who host them, at every stage of a plug-in's life. Each case ends
 // with the stage's own check that no process remains.
 
+#include <unistd.h>
+
 #include <csignal>
 #include <string>
 #include <thread>
@@ -216,6 +218,29 @@ TEST_F(Faults, AWorkerMessageThatIsTooLargeIsRefusedAndCounted) {
   player.send(0x90, misdeed::askForTooMuchWork, 64);
   EXPECT_EQ(player.block(128), constant(64));
   EXPECT_EQ(counters().refusedWork, 1U);
+}
+
+class FaultsInRealTime : public Faults {
+ protected:
+  FaultsInRealTime() : Faults(std::nullopt, VREL_PLUGIN_HOST_PROGRAM, true) {}
+};
+
+TEST_F(FaultsInRealTime, APluginPlaysWithTheSchedulingAndTheMemoryOfADevice) {
+  DeadlinePlayer player(rebel());
+  player.key(60, 64);
+  EXPECT_EQ(player.block(1s), constant(64));
+}
+
+TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "no right to real-time scheduling here";
+  }
+  const auto unit = rebel();
+  DeadlinePlayer player(unit);
+  player.key(misdeed::hangForever);
+  EXPECT_EQ(player.block(5ms), constant(0));
+  EXPECT_TRUE(happensWithin(10s, [this] { return deaths().size() == 1; }));
+  EXPECT_TRUE(isTold("was killed by signal"));
 }
 
 // State.

@@ -8,10 +8,10 @@
 
 namespace vrel::sandbox {
 
-SandboxStage::SandboxStage(GuestLink::Patience patience, std::string helper) {
+SandboxStage::SandboxStage(GuestLink::Patience patience, std::string helper, bool isRealTime) {
   settings_.patience = patience;
   settings_.worksWithinBlock = true;
-  settings_.isRealTime = false;
+  settings_.isRealTime = isRealTime;
   settings_.log = [lines = lines_](const std::string& line) {
     const std::lock_guard lock(lines->mutex);
     lines->all.push_back(line);

@@ -28,7 +28,8 @@ using std::chrono_literals::operator""s;
 
 class SandboxStage : public testing::Test {
  protected:
-  explicit SandboxStage(GuestLink::Patience patience = std::nullopt, std::string helper = VREL_PLUGIN_HOST_PROGRAM);
+  explicit SandboxStage(GuestLink::Patience patience = std::nullopt, std::string helper = VREL_PLUGIN_HOST_PROGRAM,
+                        bool isRealTime = false);
   ~SandboxStage() override;
 
   using Made = lv2::Stage::Made;

@@ -28,6 +28,10 @@ class GlidingGain {
     if (!std::exchange(hasSounded_, true)) {
       sounding_ = target;
     }
+    if (sounding_ == target) {
+      std::fill_n(gains_.data(), frameCount, target);
+      return gains_.data();
+    }
     const float step = 1.0F / (glideSeconds * static_cast<float>(sampleRate));
     for (std::uint32_t frame = 0; frame < frameCount; ++frame) {
       sounding_ += std::clamp(target - sounding_, -step, step);

@@ -10,9 +10,6 @@
 namespace vrel::sandbox {
 namespace {
 
-// Without a deadline, how often the guest's life is looked at. Its death also wakes the wait.
-constexpr std::int64_t lookNanoseconds = 50'000'000;
-
 void count(std::atomic<std::uint64_t>& counter, std::uint64_t amount = 1) noexcept {
   counter.fetch_add(amount, std::memory_order_relaxed);
 }
@@ -118,7 +115,7 @@ bool SandboxProcessor::awaitAnswer(std::optional<std::int64_t> deadline) noexcep
     if (guest_->isDead() || (deadline && monotonicNanoseconds() >= *deadline)) {
       return false;
     }
-    (void)waitWhile(word, before, deadline.value_or(monotonicNanoseconds() + lookNanoseconds));
+    (void)waitWhile(word, before, deadline);  // a death changes the word too
   }
 }
 

@@ -11,19 +11,7 @@
 namespace vrel::sandbox {
 namespace {
 
-// A hand-over between processors that are awake takes about this long. Longer spinning would take the
-// processor from the very process that is waited for.
-constexpr int spins = 100;
-
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-
-void relax() noexcept {
-#if defined(__x86_64__) || defined(__i386__)
-  __builtin_ia32_pause();
-#elif defined(__aarch64__)
-  asm volatile("yield");
-#endif
-}
 
 // Not the private kind: the word is shared with another process.
 void sleepWhile(SharedWord& word, Sequence old, std::optional<std::int64_t> deadline) noexcept {
@@ -50,12 +38,8 @@ Sequence read(SharedWord& word) noexcept {
 }
 
 Sequence waitWhile(SharedWord& word, Sequence old, std::optional<std::int64_t> deadline) noexcept {
-  for (int spin = 0; spin < spins; ++spin) {
-    if (const Sequence now = read(word); now != old) {
-      return now;
-    }
-    relax();
-  }
+  // No spinning: it takes the processor from the process that is waited for. On two processors any of it made the
+  // hand-over slower, however short.
   std::atomic_ref sleeps(word.sleeps);
   sleeps.store(1);
   if (std::atomic_ref(word.value).load() == old) {

@@ -13,9 +13,8 @@ void post(SharedWord& word, Sequence value) noexcept;
 
 [[nodiscard]] Sequence read(SharedWord& word) noexcept;
 
-/// Waits while the word has the value `old`: spins for a few microseconds, then sleeps. Returns the word
-/// as it is then, at the latest at `deadline` (nanoseconds of the monotonic clock; none is never). May
-/// return early with the old value. Neither allocates nor locks.
+/// Sleeps while the word has the value `old`. Returns the word as it is then, at the latest at `deadline` (nanoseconds
+/// of the monotonic clock; none is never). May return early with the old value. Neither allocates nor locks.
 [[nodiscard]] Sequence waitWhile(SharedWord& word, Sequence old, std::optional<std::int64_t> deadline) noexcept;
 
 /// Nanoseconds of the monotonic clock.

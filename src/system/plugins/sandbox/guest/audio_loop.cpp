@@ -23,10 +23,16 @@ namespace {
 // Below the priorities that audio servers give their own threads and their clients'.
 constexpr int realTimePriority = 60;
 
+constexpr rlim_t longestRunMicroseconds = 2'000'000;
+
 void becomeRealTime(SharedBlock& shared) {
   sched_param parameters{};
   parameters.sched_priority = realTimePriority;
-  (void)pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters);
+  if (pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) == 0) {
+    // Who computes for so long without once waiting for a block holds up the machine: the system ends it.
+    const rlimit longestRun{longestRunMicroseconds, longestRunMicroseconds};
+    (void)setrlimit(RLIMIT_RTTIME, &longestRun);
+  }
   // All memory only where there is no limit: with one, the plug-in's next large allocation would fail.
   rlimit limit{};
   if (getrlimit(RLIMIT_MEMLOCK, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY) {
@@ -48,7 +54,11 @@ GuestCounts countsOf(const PluginCounters& counters) {
 
 AudioLoop::AudioLoop(SharedBlock& shared, std::shared_ptr<lv2::Lv2Processor> processor,
                      std::shared_ptr<const PluginCounters> counters, Settings settings)
-    : shared_(shared), processor_(std::move(processor)), counters_(std::move(counters)), settings_(settings) {
+    : shared_(shared),
+      processor_(std::move(processor)),
+      counters_(std::move(counters)),
+      settings_(settings),
+      outputChannelCount_(processor_->outputChannelCount(0)) {
   passTimeOn();
   thread_ = std::thread([this] { run(); });
 }
@@ -91,6 +101,7 @@ void AudioLoop::run() noexcept {
     if (sequence != done) {
       answer(shared_.requests[sequence % 2], shared_.answers[sequence % 2]);
       done = sequence;
+      answered_.store(sequence, std::memory_order_release);
       post(shared_.answer, sequence);
     }
   }
@@ -107,7 +118,7 @@ void AudioLoop::answer(const BlockRequest& request, BlockAnswer& answer) noexcep
   // The input is the host's to write and the plug-in's copy is made from it; it is not written here.
   auto& samples = const_cast<StereoSamples&>(request.input);
   input.channelCount = request.inputChannelCount;
-  output.channelCount = processor_->outputChannelCount(input.channelCount);
+  output.channelCount = outputChannelCount_;
   for (std::uint32_t channel = 0; channel < audio::maximumStreamChannels; ++channel) {
     input.channels[channel] = samples[channel].data();
     output.channels[channel] = answer.output[channel].data();

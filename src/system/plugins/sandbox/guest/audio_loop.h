@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <thread>
 
@@ -22,6 +24,10 @@ class AudioLoop {
   AudioLoop(SharedBlock& shared, std::shared_ptr<lv2::Lv2Processor> processor,
             std::shared_ptr<const PluginCounters> counters, Settings settings);
   ~AudioLoop();
+  /// Makes what the blocks answered so far have done to the plug-in known to the calling thread. The host may
+  /// have learned of it already, but this process does not see that.
+  void catchUp() const { (void)answered_.load(std::memory_order_acquire); }
+
   AudioLoop(const AudioLoop&) = delete;
   AudioLoop& operator=(const AudioLoop&) = delete;
 
@@ -34,6 +40,8 @@ class AudioLoop {
   const std::shared_ptr<lv2::Lv2Processor> processor_;
   const std::shared_ptr<const PluginCounters> counters_;
   const Settings settings_;
+  const std::uint32_t outputChannelCount_;  // the same at every rate
+  std::atomic<Sequence> answered_{0};
   MusicalTime time_;  // of the block under way; the audio thread's
   std::thread thread_;
 };

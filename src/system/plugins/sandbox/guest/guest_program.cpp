@@ -134,6 +134,7 @@ Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
 }
 
 void GuestProgram::handle(const Message& message) {
+  loop_->catchUp();
   switch (message.kind) {
     case MessageKind::prepare:
       instance_->processor()->prepare(ByteReader(message.body).number<double>());
