@@ -19,6 +19,11 @@ quietly() {
   fi
 }
 
+# configure PRESET: quietly.
+configure() {
+  quietly "build/logs/$1-configure.log" cmake --preset "$1"
+}
+
 # build PRESET [TARGET...]: configures and builds, quietly.
 build() {
   local preset="$1" arguments=()
@@ -26,6 +31,6 @@ build() {
   if (($# > 0)); then
     arguments=(--target "$@")
   fi
-  quietly "build/logs/$preset-configure.log" cmake --preset "$preset" || return 1
+  configure "$preset" || return 1
   quietly "build/logs/$preset-build.log" cmake --build --preset "$preset" --parallel "$(nproc)" "${arguments[@]}"
 }

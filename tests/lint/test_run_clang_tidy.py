@@ -50,6 +50,18 @@ class RunClangTidy(lint_case.LintCase):
                 self.write("src/main.cpp", code + "\n" + GOOD)
                 self.assert_told(self.run_driver()[0], f"'{name}'", "readability-identifier-naming")
 
+    def test_a_broken_thread_role_fails(self):
+        self.write_commands(f"-std=c++20 -Wthread-safety -Werror -I{lint_case.TOOLS.parents[1] / 'src'}")
+        self.write("src/main.cpp", '#include "foundation/thread_roles.h"\n\nvoid process() noexcept VREL_AUDIO_THREAD;\n\n'
+                                   "int main() {\n  process();\n  return 0;\n}\n")
+        self.assert_told(self.run_driver()[0], "main.cpp:6", "requires holding role 'audioThreadRole'")
+
+    def test_a_compiler_warning_fails(self):
+        self.write_commands("-std=c++20 -Wshadow -Werror")
+        self.write("src/main.cpp", "int main() {\n  const int one = 1;\n  {\n    const int one = 2;\n    return one;\n"
+                                   "  }\n  return one;\n}\n")
+        self.assert_told(self.run_driver()[0], "main.cpp:4", "shadows a local variable")
+
     def test_a_change_in_a_header_is_noticed(self):
         self.assertEqual(self.run_driver(), ([], 2))
         self.write("src/thing.h", "#pragma once\nint twice(int value);\ntypedef int Number;\n")
