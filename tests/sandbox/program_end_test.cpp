@@ -16,7 +16,7 @@
 namespace vrel::sandbox {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 class ProgramEnd : public testing::TestWithParam<int> {};
 

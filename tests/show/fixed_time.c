@@ -3,12 +3,10 @@
 
 // The time of day stands still.
 
-time_t time(time_t* place);
-
-time_t time(time_t* place) {
+time_t time(time_t* timer) {
   const time_t now = 1000000000;
-  if (place != NULL) {
-    *place = now;
+  if (timer != NULL) {
+    *timer = now;
   }
   return now;
 }

@@ -21,7 +21,7 @@ namespace vrel {
 namespace {
 
 using nlohmann::json;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 class SandboxShow : public ShowTest {
  protected:

@@ -25,7 +25,7 @@ class TimePositionForge {
   [[nodiscard]] std::uint32_t write(const MusicalTime& time, std::span<std::uint8_t> room) noexcept;
 
  private:
-  LV2_Atom_Forge forge_;
+  LV2_Atom_Forge forge_{};
   LV2_URID position_;
   LV2_URID frame_;
   LV2_URID speed_;

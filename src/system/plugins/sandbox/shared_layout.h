@@ -37,6 +37,7 @@ inline constexpr Sequence endOfBlocks = 0x80000000;
 
 using StereoSamples = std::array<std::array<float, audio::maximumBlockFrames>, audio::maximumStreamChannels>;
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): lies in shared memory, which begins as zeros
 struct BlockRequest {
   std::uint32_t frameCount;
   std::uint32_t inputChannelCount;  // 0 for a source
@@ -67,6 +68,7 @@ struct alignas(64) SharedWord {
   std::uint32_t sleeps;
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): lies in shared memory, which begins as zeros
 struct SharedBlock {
   SharedWord request;
   SharedWord answer;

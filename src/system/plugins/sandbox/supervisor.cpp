@@ -49,6 +49,7 @@ std::size_t Supervisor::processCount() const {
 }
 
 std::string Supervisor::defaultHelperPath() {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
   if (const char* const given = std::getenv("VREL_PLUGIN_HOST"); given != nullptr && *given != '\0') {
     return given;
   }
