@@ -12,7 +12,7 @@ packages=(
   # testing
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev
-  jackd2
+  jackd2 pulseaudio
   # instruments and effects for the demo and the tests
   mda-lv2 setbfree
 )

@@ -85,7 +85,8 @@ TEST(AudioHardware, AServersOutputIsListedWhileItRuns) {
 
   stage.server.stop();
   std::vector<std::string> uids;
-  for (const auto id : stage.hardware.devices().value()) {
+  const auto others = stage.hardware.devices();
+  for (const auto id : others.value()) {
     uids.push_back(stage.hardware.deviceUID(id).value());
   }
   EXPECT_THAT(uids, testing::Not(Contains("jack:system")));

@@ -15,7 +15,6 @@
 namespace vrel::system::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 class AudioLoss : public testing::Test {

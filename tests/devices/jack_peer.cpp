@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "child_process.h"
 #include "jack_server.h"
 
 namespace vrel::system::test {

@@ -4,8 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <jack/jack.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -26,47 +25,50 @@ std::string textOf(const std::string& path) {
 
 }  // namespace
 
-JackServer::JackServer()
-    : name_("vrel-test-" + std::to_string(::getpid())), logPath_(testing::TempDir() + name_ + ".log") {
+JackServer::JackServer() {
   silenceLibrary();
+  EXPECT_TRUE(eventually([this] {
+    takeName();
+    return nameLock_ >= 0;
+  })) << "other tests hold all names for servers";
+  logPath_ = testing::TempDir() + name_ + ".log";
 }
 
 JackServer::~JackServer() {
-  end(SIGKILL);
+  process_.end(SIGTERM);
   std::error_code ignored;
   std::filesystem::remove(logPath_, ignored);
+  if (nameLock_ >= 0) {
+    ::close(nameLock_);
+  }
+}
+
+void JackServer::takeName() {
+  constexpr int names = 4;
+  for (int number = 0; number < names && nameLock_ < 0; ++number) {
+    name_ = "vrel-test-" + std::to_string(number);
+    nameLock_ = ::open((testing::TempDir() + name_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (nameLock_ >= 0 && ::flock(nameLock_, LOCK_EX | LOCK_NB) != 0) {
+      ::close(nameLock_);
+      nameLock_ = -1;
+    }
+  }
 }
 
 void JackServer::start() {
   ASSERT_FALSE(isRunning());
   const std::vector<std::string> driver = {"-d", "dummy", "-m", "-r", "48000", "-p", "128"};
-  for (const std::string mode : {"-R", "-r"}) {
+  for (const std::string mode : {"-R", "-R", "-r"}) {
     std::vector<std::string> arguments = {"jackd", mode, "-S", "-t", "5000", "-n", name_};
     arguments.insert(arguments.end(), driver.begin(), driver.end());
-    launch(arguments);
+    process_.start(arguments, logPath_);
     if (waitUntilReady()) {
       return;
     }
     std::printf("jackd %s does not come up:\n%s\n", mode.c_str(), textOf(logPath_).c_str());
-    end(SIGKILL);
+    process_.end(SIGKILL);
   }
   FAIL() << "no JACK server can be started here (Debian's package jackd2 is needed): " << textOf(logPath_);
-}
-
-void JackServer::launch(const std::vector<std::string>& arguments) {
-  std::vector<char*> pointers;
-  for (const auto& argument : arguments) {
-    pointers.push_back(const_cast<char*>(argument.c_str()));
-  }
-  pointers.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, logPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-  if (posix_spawnp(&process_, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) {
-    process_ = 0;
-  }
-  posix_spawn_file_actions_destroy(&actions);
 }
 
 bool JackServer::waitUntilReady() {
@@ -74,32 +76,17 @@ bool JackServer::waitUntilReady() {
   const auto joins = [&] {
     const auto client = joinServer("ready", name_);
     isReady = client != nullptr;
-    return isReady || hasEnded();
+    return isReady || !process_.isRunning();
   };
   return eventually(joins) && isReady;
 }
 
-bool JackServer::hasEnded() {
-  if (process_ != 0 && ::waitpid(process_, nullptr, WNOHANG) == process_) {
-    process_ = 0;
-  }
-  return process_ == 0;
-}
-
-void JackServer::end(int signal) {
-  if (process_ != 0) {
-    ::kill(process_, signal);
-    ::waitpid(process_, nullptr, 0);
-    process_ = 0;
-  }
-}
-
 void JackServer::kill() {
-  end(SIGKILL);
+  process_.end(SIGKILL);
 }
 
 void JackServer::stop() {
-  end(SIGTERM);
+  process_.end(SIGTERM);
 }
 
 }  // namespace vrel::system::test

@@ -33,7 +33,8 @@ std::string readableName(jack_client_t* client, const std::string& portName) {
   if (jack_port_get_aliases(port, aliases.data()) < 1 || first.front() == '\0') {
     return portName;
   }
-  return first.c_str();
+  first.resize(first.find('\0'));
+  return first;
 }
 
 /// Whether the port shows one of ALSA's.

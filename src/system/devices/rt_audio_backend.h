@@ -13,6 +13,8 @@
 
 namespace vrel::system {
 
+struct RtAudioLibrary;
+
 /// The devices that RtAudio finds on one of its ways. One stream at a time.
 class RtAudioBackend final : public AudioBackend {
  public:
@@ -26,7 +28,7 @@ class RtAudioBackend final : public AudioBackend {
  private:
   const RtAudio::Api api_;
   // One for the list and the stream: only so does RtAudio still know of a device that is in use.
-  std::unique_ptr<RtAudio> library_;
+  std::shared_ptr<RtAudioLibrary> library_;
 };
 
 }  // namespace vrel::system

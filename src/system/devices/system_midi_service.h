@@ -46,8 +46,8 @@ class SystemMidiService final : public MIDIService {
 
  private:
   struct Endpoint {
-    MIDIEndpointRef ref;
-    MidiBackend* backend;
+    MIDIEndpointRef ref = 0;
+    MidiBackend* backend = nullptr;
     MidiSource source;
   };
 

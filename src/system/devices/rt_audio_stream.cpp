@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/devices/rt_audio_stream.h"
+
+#include <pthread.h>
+#include <sched.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "system/devices/bounded_call.h"
+
+namespace vrel::system {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t usualFrames = 128;
+constexpr unsigned usualRate = 48000;
+
+// A device that keeps silent for this long, or fails this often, does not come back. A sound server may take its
+// time for the first blocks.
+constexpr auto longestSilence = std::chrono::milliseconds(800);
+constexpr auto longestStart = std::chrono::seconds(8);
+constexpr std::uint32_t firstBlocks = 32;
+constexpr std::uint32_t mostFaults = 16;
+
+// What the performer waits at most for a device that is to be silent.
+constexpr auto longestEnd = std::chrono::milliseconds(500);
+
+// RtAudio tells faults of its own thread without saying of which stream; there is one at a time.
+std::atomic<std::uint32_t> faults{0};
+
+void noteFault(RtAudioError::Type /*type*/, const std::string& /*text*/) {
+  faults.fetch_add(1, std::memory_order_relaxed);
+}
+
+/// RtAudio would do the same, and tell the terminal.
+void hurry() {
+  constexpr int priority = 70;
+  sched_param parameters{};
+  parameters.sched_priority = priority;
+  pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);
+}
+
+}  // namespace
+
+/// What RtAudio's thread uses. It lives until RtAudio has let go of it.
+struct RtAudioStream::Session {
+  Session(std::shared_ptr<RtAudioLibrary> itsLibrary, double buffered)
+      : library(std::move(itsLibrary)), leastBuffered(buffered) {}
+
+  static int fill(void* output, void* input, unsigned frames, double time, RtAudioStreamStatus status, void* session);
+  void render(float* output, unsigned frames);
+
+  /// Once it has returned, the renderer is not called any more.
+  void takeRenderer();
+
+  const std::shared_ptr<RtAudioLibrary> library;
+  const double leastBuffered;
+  bool isOpen = false;
+  double sampleRate = usualRate;
+  unsigned blockFrames = usualFrames;
+  unsigned channels = 2;
+  std::vector<float> sides;  // both, for a device with one channel
+  std::atomic<audio::BlockRenderer*> renderer{nullptr};
+  std::atomic<bool> isRendering{false};
+  std::atomic<Clock::rep> lastBlock{0};
+  std::atomic<std::uint32_t> blocks{0};
+  std::atomic<const char*> loss{nullptr};  // in words; it stays
+  std::atomic<std::uint64_t> underruns{0};
+};
+
+int RtAudioStream::Session::fill(void* output, void* /*input*/, unsigned frames, double /*time*/,
+                                 RtAudioStreamStatus status, void* session) {
+  auto& self = *static_cast<Session*>(session);
+  if (self.blocks.fetch_add(1, std::memory_order_relaxed) == 0) {
+    hurry();
+  }
+  self.lastBlock.store(Clock::now().time_since_epoch().count(), std::memory_order_relaxed);
+  if ((status & RTAUDIO_OUTPUT_UNDERFLOW) != 0) {
+    self.underruns.fetch_add(1, std::memory_order_relaxed);
+  }
+  self.render(static_cast<float*>(output), frames);
+  return 0;
+}
+
+void RtAudioStream::Session::render(float* output, unsigned frames) {
+  // In one order with takeRenderer: either it sees that a block is under way, or the block sees that nobody renders.
+  isRendering = true;
+  audio::BlockRenderer* const current = renderer;
+  float* const left = channels == 1 ? sides.data() : output;
+  float* const right = left + frames;
+  if (current != nullptr) {
+    current->render(left, right, frames);
+  } else {
+    std::fill(left, right + frames, 0.0F);
+  }
+  isRendering = false;
+  for (unsigned frame = 0; channels == 1 && frame < frames; ++frame) {
+    output[frame] = 0.5F * (left[frame] + right[frame]);
+  }
+}
+
+void RtAudioStream::Session::takeRenderer() {
+  renderer = nullptr;
+  while (isRendering) {
+    std::this_thread::yield();
+  }
+}
+
+RtAudioStream::RtAudioStream(std::shared_ptr<RtAudioLibrary> library, double leastBuffered)
+    : session_(std::make_shared<Session>(std::move(library), leastBuffered)) {}
+
+RtAudioStream::~RtAudioStream() {
+  stop();
+  if (!session_->isOpen || session_->library->isStuck) {
+    return;
+  }
+  const auto close = [session = session_] { session->library->audio.closeStream(); };
+  if (!endsWithin(longestEnd, close)) {
+    session_->library->isStuck = true;
+  }
+}
+
+Outcome RtAudioStream::open(unsigned device, const RtAudio::DeviceInfo& info, std::optional<std::uint32_t> frames) {
+  auto& session = *session_;
+  auto& library = session.library->audio;
+  session.channels = std::min(2U, info.outputChannels);
+  const auto& rates = info.sampleRates;
+  const bool hasUsual = std::find(rates.begin(), rates.end(), usualRate) != rates.end();
+  const unsigned rate = hasUsual || info.preferredSampleRate == 0 ? usualRate : info.preferredSampleRate;
+  session.blockFrames = frames.value_or(usualFrames);
+  RtAudio::StreamParameters parameters;
+  parameters.deviceId = device;
+  parameters.nChannels = session.channels;
+  RtAudio::StreamOptions options;
+  options.flags = RTAUDIO_NONINTERLEAVED;
+  options.numberOfBuffers = std::max(2U, static_cast<unsigned>(session.leastBuffered * rate) / session.blockFrames);
+  options.streamName = "vrel";
+  try {
+    library.openStream(&parameters, nullptr, RTAUDIO_FLOAT32, rate, &session.blockFrames, &Session::fill, &session,
+                       &options, noteFault);
+    session.sampleRate = library.getStreamSampleRate();
+  } catch (const std::exception& failure) {
+    return Error{failure.what()};
+  }
+  session.isOpen = library.isStreamOpen();
+  if (!session.isOpen) {
+    return Error{"it can not be opened"};
+  }
+  if (session.channels == 1) {
+    session.sides.resize(std::size_t{2} * session.blockFrames);
+  }
+  return {};
+}
+
+double RtAudioStream::sampleRate() const {
+  return session_->sampleRate;
+}
+
+std::uint32_t RtAudioStream::blockFrames() const {
+  return session_->blockFrames;
+}
+
+Outcome RtAudioStream::start(audio::BlockRenderer& renderer) {
+  auto& session = *session_;
+  faults = 0;
+  session.blocks = 0;
+  session.loss = nullptr;
+  session.lastBlock = Clock::now().time_since_epoch().count();
+  session.renderer = &renderer;
+  Outcome outcome;
+  try {
+    session.library->audio.startStream();
+    if (!session.library->audio.isStreamRunning()) {
+      outcome = Error{"it does not start"};
+    }
+  } catch (const std::exception& failure) {
+    outcome = Error{failure.what()};
+  }
+  if (outcome) {
+    session.takeRenderer();
+  }
+  return outcome;
+}
+
+void RtAudioStream::stop() {
+  session_->takeRenderer();
+  if (session_->library->isStuck || !session_->library->audio.isStreamRunning()) {
+    return;
+  }
+  const auto abort = [session = session_] {
+    auto& library = session->library->audio;
+    try {
+      library.abortStream();  // what is still to be heard is silence, and may never be taken
+    } catch (const std::exception&) {
+      library.closeStream();
+    }
+  };
+  if (!endsWithin(longestEnd, abort)) {
+    session_->loss = "it hangs";
+    session_->library->isStuck = true;
+  }
+}
+
+std::optional<std::string> RtAudioStream::lossReason() const {
+  auto& session = *session_;
+  if (session.renderer != nullptr && session.loss == nullptr) {
+    const Clock::duration last(session.lastBlock.load(std::memory_order_relaxed));
+    const auto silence = Clock::now().time_since_epoch() - last;
+    const auto longest = session.blocks < firstBlocks ? Clock::duration(longestStart) : Clock::duration(longestSilence);
+    if (faults.load(std::memory_order_relaxed) >= mostFaults) {
+      session.loss = "it fails";
+    } else if (silence > longest) {
+      session.loss = "it asks for no more sound";
+    }
+  }
+  const char* const loss = session.loss;
+  return loss != nullptr ? std::optional<std::string>(loss) : std::nullopt;
+}
+
+std::uint64_t RtAudioStream::underruns() const {
+  return session_->underruns.load(std::memory_order_relaxed);
+}
+
+}  // namespace vrel::system

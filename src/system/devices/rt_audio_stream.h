@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <RtAudio.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "system/devices/audio_backend.h"
+
+namespace vrel::system {
+
+/// RtAudio on one of its ways. Once it is stuck, nobody waits for it any more, and it is not called again.
+struct RtAudioLibrary {
+  explicit RtAudioLibrary(RtAudio::Api api) : audio(api) { audio.showWarnings(false); }
+
+  RtAudio audio;
+  std::atomic<bool> isStuck{false};
+};
+
+/// An output that RtAudio plays.
+///
+/// A sound server that hangs keeps RtAudio's calls for as long as it likes. Those that end a stream are made on a
+/// thread of their own, and left behind with all they need when they take too long.
+class RtAudioStream final : public OutputStream {
+ public:
+  /// `leastBuffered` in seconds of sound.
+  RtAudioStream(std::shared_ptr<RtAudioLibrary> library, double leastBuffered);
+  ~RtAudioStream() override;
+  RtAudioStream(const RtAudioStream&) = delete;
+  RtAudioStream& operator=(const RtAudioStream&) = delete;
+
+  /// Once; with blocks of `frames` where the device lets itself be asked.
+  [[nodiscard]] Outcome open(unsigned device, const RtAudio::DeviceInfo& info, std::optional<std::uint32_t> frames);
+
+  [[nodiscard]] double sampleRate() const override;
+  [[nodiscard]] std::uint32_t blockFrames() const override;
+  [[nodiscard]] bool changeBlockFrames(std::uint32_t frames) override { return frames == blockFrames(); }
+  [[nodiscard]] Outcome start(audio::BlockRenderer& renderer) override;
+  void stop() override;
+  [[nodiscard]] std::optional<std::string> lossReason() const override;
+  [[nodiscard]] std::uint64_t underruns() const override;
+
+ private:
+  struct Session;
+
+  std::shared_ptr<Session> session_;
+};
+
+}  // namespace vrel::system

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "child_process.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+namespace vrel::system::test {
+
+ChildProcess::~ChildProcess() {
+  end(SIGTERM);
+}
+
+void ChildProcess::start(const std::vector<std::string>& arguments, const std::string& logPath) {
+  std::vector<char*> pointers;
+  for (const auto& argument : arguments) {
+    pointers.push_back(const_cast<char*>(argument.c_str()));
+  }
+  pointers.push_back(nullptr);
+  const int log = ::open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  process_ = ::fork();
+  if (process_ == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    ::dup2(log, STDOUT_FILENO);
+    ::dup2(log, STDERR_FILENO);
+    ::execvp(pointers[0], pointers.data());
+    ::_exit(127);
+  }
+  ::close(log);
+  if (process_ < 0) {
+    process_ = 0;
+  }
+}
+
+bool ChildProcess::isRunning() {
+  if (process_ != 0 && ::waitpid(process_, nullptr, WNOHANG) == process_) {
+    process_ = 0;
+  }
+  return process_ != 0;
+}
+
+void ChildProcess::signal(int signal) const {
+  if (process_ != 0) {
+    ::kill(process_, signal);
+  }
+}
+
+void ChildProcess::end(int signal) {
+  this->signal(signal);
+  if (process_ != 0) {
+    ::waitpid(process_, nullptr, 0);
+    process_ = 0;
+  }
+}
+
+}  // namespace vrel::system::test

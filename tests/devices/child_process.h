@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vrel::system::test {
+
+/// Asks again and again until the answer is yes or the time is up; the last answer.
+inline bool eventually(const std::function<bool()>& holds,
+                       std::chrono::milliseconds limit = std::chrono::milliseconds(20000)) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!holds()) {
+    if (std::chrono::steady_clock::now() > end) {
+      return holds();
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+/// A program that the test starts, and that ends with it however it ends.
+class ChildProcess {
+ public:
+  ChildProcess() = default;
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  /// Starts it, by name, with what it writes in a file. A program that is not there ends at once.
+  void start(const std::vector<std::string>& arguments, const std::string& logPath);
+
+  [[nodiscard]] bool isRunning();
+
+  void signal(int signal) const;
+
+  /// Sends the signal and waits until it has ended.
+  void end(int signal);
+
+ private:
+  pid_t process_ = 0;
+};
+
+}  // namespace vrel::system::test
