@@ -8,6 +8,8 @@
 #include <atomic>
 #include <ctime>
 
+#include "foundation/thread_roles.h"
+
 namespace vrel::sandbox {
 namespace {
 
@@ -20,6 +22,8 @@ void sleepWhile(SharedWord& word, Sequence old, std::optional<std::int64_t> dead
     until.tv_sec = *deadline / nanosecondsPerSecond;
     until.tv_nsec = *deadline % nanosecondsPerSecond;
   }
+  // What is waited for is a plug-in's own processing: the one wait that a block may make.
+  const ForeignCodeScope foreignCode;
   syscall(SYS_futex, &word.value, FUTEX_WAIT_BITSET, old, deadline ? &until : nullptr, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
