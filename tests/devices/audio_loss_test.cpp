@@ -28,7 +28,7 @@ class AudioLoss : public testing::Test {
 };
 
 TEST_F(AudioLoss, TheServersDeathIsToldOnceAndSettingsAppliedAgainBringTheSoundBack) {
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   auto output = makeOutput();
   for (int round = 1; round <= 3; ++round) {
     ASSERT_FALSE(output->start(stage.renderer));
@@ -45,7 +45,7 @@ TEST_F(AudioLoss, TheServersDeathIsToldOnceAndSettingsAppliedAgainBringTheSoundB
     ASSERT_TRUE(failure);
     EXPECT_THAT(failure->description, HasSubstr("no audio output device"));
 
-    ASSERT_NO_FATAL_FAILURE(stage.server.start());
+    stage.server.start();
     const auto device = stage.hardware.devices().value().at(0);
     ASSERT_EQ(stage.hardware.setCurrentOutputDevice(device), 0);
     ASSERT_EQ(stage.hardware.setBufferFrameSize(device, 128), 0);
@@ -61,7 +61,7 @@ TEST_F(AudioLoss, TheServersDeathIsToldOnceAndSettingsAppliedAgainBringTheSoundB
 }
 
 TEST_F(AudioLoss, AServerThatEndsInGoodOrderIsALossToo) {
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   auto output = makeOutput();
   ASSERT_FALSE(output->start(stage.renderer));
   stage.server.stop();
@@ -70,7 +70,7 @@ TEST_F(AudioLoss, AServerThatEndsInGoodOrderIsALossToo) {
 }
 
 TEST_F(AudioLoss, AnOutputThatIsGoneIsNotTold) {
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   auto output = makeOutput();
   ASSERT_FALSE(output->start(stage.renderer));
   stage.server.kill();
@@ -81,7 +81,7 @@ TEST_F(AudioLoss, AnOutputThatIsGoneIsNotTold) {
 }
 
 TEST_F(AudioLoss, TheWholeEngineComesBackByItsSettings) {
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   auto output = makeOutput();
   audio::RenderEngine engine(output, std::make_shared<audio::RenderCounters>());
   simulation::RecordingConsole console;
@@ -100,7 +100,7 @@ TEST_F(AudioLoss, TheWholeEngineComesBackByItsSettings) {
   EXPECT_THAT(console.lines,
               testing::Contains(HasSubstr("restart failed after audio settings change: no audio output device")));
 
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   ASSERT_FALSE(engine.start());
   settings.applyAudioSettings(64, "jack:system", [] {});
   EXPECT_TRUE(engine.isRunning());
@@ -110,7 +110,7 @@ TEST_F(AudioLoss, TheWholeEngineComesBackByItsSettings) {
 
 TEST_F(AudioLoss, LossesLeaveNothingBehind) {
   const auto round = [&] {
-    ASSERT_NO_FATAL_FAILURE(stage.server.start());
+    stage.server.start();
     auto output = makeOutput();
     ASSERT_FALSE(output->start(stage.renderer));
     stage.server.kill();

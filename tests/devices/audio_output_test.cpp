@@ -23,7 +23,7 @@ std::size_t firstFrame(const Recorder& recorder) {
 TEST(AudioOutput, ASineArrivesAtThePlaybackSideSampleForSample) {
   constexpr std::size_t frames = 96000;
   OutputStage stage;
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   SystemAudioOutput output(stage.hardware, stage.loop, {});
   EXPECT_EQ(output.sampleRate(), 48000);
   EXPECT_EQ(output.blockFrames(), 128U);
@@ -47,7 +47,7 @@ TEST(AudioOutput, ASineArrivesAtThePlaybackSideSampleForSample) {
 
 TEST(AudioOutput, AfterStopNoBlockIsAskedFor) {
   OutputStage stage;
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   SystemAudioOutput output(stage.hardware, stage.loop, {});
   for (int round = 0; round < 3; ++round) {
     ASSERT_FALSE(output.start(stage.renderer));
@@ -66,7 +66,7 @@ TEST(AudioOutput, AfterStopNoBlockIsAskedFor) {
 
 TEST(AudioOutput, TheBlockSizeIsSetOnTheDeviceAtTheNextStart) {
   OutputStage stage;
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   SystemAudioOutput output(stage.hardware, stage.loop, {});
   const auto device = stage.hardware.defaultOutputDevice().value();
   for (const std::uint32_t frames : {32U, 64U, 128U, 256U, 512U, 1024U}) {
@@ -81,7 +81,7 @@ TEST(AudioOutput, TheBlockSizeIsSetOnTheDeviceAtTheNextStart) {
 
 TEST(AudioOutput, ABlockSizeThatAnotherProgramSetsIsFollowed) {
   OutputStage stage;
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   SystemAudioOutput output(stage.hardware, stage.loop, {});
   ASSERT_FALSE(output.start(stage.renderer));
   const auto other = joinServer("other", stage.server.name());
@@ -95,7 +95,7 @@ TEST(AudioOutput, ABlockSizeThatAnotherProgramSetsIsFollowed) {
 
 TEST(AudioOutput, SettingsReachADeviceThatRunsOnWithoutTheGraph) {
   OutputStage stage;
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   auto output = std::make_shared<SystemAudioOutput>(stage.hardware, stage.loop, SystemAudioOutput::LostBlock());
   audio::RenderEngine engine(output, std::make_shared<audio::RenderCounters>());
   ASSERT_FALSE(engine.start());
@@ -112,7 +112,7 @@ TEST(AudioOutput, SettingsReachADeviceThatRunsOnWithoutTheGraph) {
 
 TEST(AudioOutput, OpeningAndClosingLeavesNothingBehind) {
   OutputStage stage;
-  ASSERT_NO_FATAL_FAILURE(stage.server.start());
+  stage.server.start();
   const auto round = [&] {
     SystemAudioOutput output(stage.hardware, stage.loop, {});
     ASSERT_FALSE(output.start(stage.renderer));

@@ -6,20 +6,9 @@
 
 #include <algorithm>
 
-#include "child_process.h"
-#include "jack_server.h"
+#include "support/devices/child_process.h"
 
 namespace vrel::system::test {
-
-void silenceLibrary() {
-  jack_set_error_function([](const char*) {});
-  jack_set_info_function([](const char*) {});
-}
-
-Client joinServer(const std::string& clientName, const std::string& serverName) {
-  const auto options = static_cast<jack_options_t>(JackNoStartServer | JackServerName);
-  return Client(jack_client_open(clientName.c_str(), options, nullptr, serverName.c_str()));
-}
 
 Recorder::Recorder(const std::string& serverName, std::size_t mostFrames)
     : client_(joinServer("recorder", serverName)) {

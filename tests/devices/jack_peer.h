@@ -7,21 +7,12 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "support/devices/jack_access.h"
+
 namespace vrel::system::test {
-
-struct CloseClient {
-  void operator()(jack_client_t* client) const { jack_client_close(client); }
-};
-using Client = std::unique_ptr<jack_client_t, CloseClient>;
-
-/// The tests' own way to JACK, apart from what is tested. When a server dies, the library lets no client of the
-/// process live on past the opening of another one, so a test's own must be gone by then.
-void silenceLibrary();
-[[nodiscard]] Client joinServer(const std::string& clientName, const std::string& serverName);
 
 /// Keeps what the system's playback ports are given.
 class Recorder {

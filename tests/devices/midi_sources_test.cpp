@@ -8,10 +8,10 @@
 #include <optional>
 
 #include "jack_peer.h"
-#include "jack_server.h"
 #include "midi/midi_input.h"
 #include "process_count.h"
 #include "simulation/recording_console.h"
+#include "support/devices/jack_server.h"
 #include "system/devices/system_midi_service.h"
 #include "system/dispatch/offline_main_loop.h"
 
@@ -96,7 +96,7 @@ std::vector<Message> manyMessages() {
 }
 
 TEST_F(MidiSources, MessagesOfAnotherProgramArriveInOrderByteForByte) {
-  ASSERT_NO_FATAL_FAILURE(server.start());
+  server.start();
   MidiPeer peer(server.name(), "keys");
   peer.addPort("out");
   begin();
@@ -110,7 +110,7 @@ TEST_F(MidiSources, MessagesOfAnotherProgramArriveInOrderByteForByte) {
 }
 
 TEST_F(MidiSources, TwoSourcesDeliverSideBySide) {
-  ASSERT_NO_FATAL_FAILURE(server.start());
+  server.start();
   MidiPeer left(server.name(), "left");
   MidiPeer right(server.name(), "right");
   left.addPort("out");
@@ -124,7 +124,7 @@ TEST_F(MidiSources, TwoSourcesDeliverSideBySide) {
 }
 
 TEST_F(MidiSources, AnotherProgramMayLinkToThePortItself) {
-  ASSERT_NO_FATAL_FAILURE(server.start());
+  server.start();
   begin();
   const auto other = joinServer("patchbay", server.name());
   const auto* const ourPort = jack_port_by_name(other.get(), "VRELMIDIClient:VRELMIDIInputPort");
@@ -133,7 +133,7 @@ TEST_F(MidiSources, AnotherProgramMayLinkToThePortItself) {
 }
 
 TEST_F(MidiSources, ASourceThatComesAndGoesAHundredTimesIsNoticedAndLeavesNothingBehind) {
-  ASSERT_NO_FATAL_FAILURE(server.start());
+  server.start();
   MidiPeer peer(server.name(), "keys");
   begin();
   std::size_t descriptors = 0;
@@ -171,7 +171,7 @@ TEST_F(MidiSources, ASourceThatComesAndGoesAHundredTimesIsNoticedAndLeavesNothin
 }
 
 TEST_F(MidiSources, ProgramsThatComeAndGoLeaveNothingBehind) {
-  ASSERT_NO_FATAL_FAILURE(server.start());
+  server.start();
   begin();
   std::size_t descriptors = 0;
   for (int round = 0; round < 20; ++round) {
@@ -200,7 +200,7 @@ TEST_F(MidiSources, TheServerMayStartLaterDieAndComeBack) {
   EXPECT_EQ(service.MIDIGetNumberOfSources(), 0U);
   for (std::uint8_t round = 0; round < 3; ++round) {
     int seen = notices;
-    ASSERT_NO_FATAL_FAILURE(server.start());
+    server.start();
     ASSERT_TRUE(eventuallyNoticed(seen)) << "the server is there";
     {
       MidiPeer peer(server.name(), "keys");
@@ -230,7 +230,7 @@ TEST_F(MidiSources, WithoutAServerNothingIsWrittenToTheTerminal) {
 }
 
 TEST_F(MidiSources, TheProgramsInputConnectsItselfAndShowsTheName) {
-  ASSERT_NO_FATAL_FAILURE(server.start());
+  server.start();
   OfflineClock clock;
   OfflineMainLoop loop(clock);
   simulation::RecordingConsole console;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "jack_server.h"
+#include "support/devices/jack_server.h"
 #include "system/devices/audio_backend.h"
 #include "system/devices/system_audio_hardware.h"
 #include "system/devices/system_audio_output.h"

@@ -11,8 +11,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "child_process.h"
 #include "output_stage.h"
+#include "support/devices/child_process.h"
 
 namespace vrel::system::test {
 namespace {

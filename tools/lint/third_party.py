@@ -18,7 +18,7 @@ LIBRARIES = (
     Library("LV2", re.compile(r"(lilv|lv2|suil)(/.*|\.h)"),
             ("src/system/plugins/lv2", "tests/plugins")),
     Library("RtAudio, RtMidi and JACK", re.compile(r"(rtaudio/|rtmidi/)?Rt(Audio|Midi)\.h|jack/.*"),
-            ("src/system/devices", "tests/devices")),
+            ("src/system/devices", "tests/devices", "tests/support/devices", "bench/devices")),
     Library("ALSA", re.compile(r"alsa/.*"), ("src/system/devices",)),
     Library("FFmpeg, libsndfile and the resamplers",
             re.compile(r"lib(av|sw)\w+/.*|sndfile\.hh?|samplerate\.h|soxr\.h"),

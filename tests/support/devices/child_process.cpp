@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "child_process.h"
+#include "support/devices/child_process.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -49,8 +49,10 @@ void ChildProcess::signal(int signal) const {
 }
 
 void ChildProcess::end(int signal) {
+  constexpr auto patience = std::chrono::seconds(10);
   this->signal(signal);
-  if (process_ != 0) {
+  if (!eventually([this] { return !isRunning(); }, patience)) {
+    this->signal(SIGKILL);
     ::waitpid(process_, nullptr, 0);
     process_ = 0;
   }

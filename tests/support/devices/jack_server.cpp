@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "jack_server.h"
+#include "support/devices/jack_server.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <jack/jack.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 
-#include "jack_peer.h"
+#include "support/devices/jack_access.h"
 
 namespace vrel::system::test {
 namespace {
@@ -23,15 +23,22 @@ std::string textOf(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::string inTemporaryFolder(const std::string& file) {
+  return std::filesystem::temp_directory_path() / file;
+}
+
 }  // namespace
 
 JackServer::JackServer() {
   silenceLibrary();
-  EXPECT_TRUE(eventually([this] {
+  const auto hasName = [this] {
     takeName();
     return nameLock_ >= 0;
-  })) << "other tests hold all names for servers";
-  logPath_ = testing::TempDir() + name_ + ".log";
+  };
+  if (!eventually(hasName, std::chrono::seconds(60))) {
+    throw std::runtime_error("other tests hold all names for servers");
+  }
+  logPath_ = inTemporaryFolder(name_ + ".log");
 }
 
 JackServer::~JackServer() {
@@ -47,7 +54,7 @@ void JackServer::takeName() {
   constexpr int names = 4;
   for (int number = 0; number < names && nameLock_ < 0; ++number) {
     name_ = "vrel-test-" + std::to_string(number);
-    nameLock_ = ::open((testing::TempDir() + name_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    nameLock_ = ::open(inTemporaryFolder(name_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (nameLock_ >= 0 && ::flock(nameLock_, LOCK_EX | LOCK_NB) != 0) {
       ::close(nameLock_);
       nameLock_ = -1;
@@ -56,7 +63,9 @@ void JackServer::takeName() {
 }
 
 void JackServer::start() {
-  ASSERT_FALSE(isRunning());
+  if (isRunning()) {
+    throw std::logic_error("the JACK server runs already");
+  }
   const std::vector<std::string> driver = {"-d", "dummy", "-m", "-r", "48000", "-p", "128"};
   for (const std::string mode : {"-R", "-R", "-r"}) {
     std::vector<std::string> arguments = {"jackd", mode, "-S", "-t", "5000", "-n", name_};
@@ -68,7 +77,8 @@ void JackServer::start() {
     std::printf("jackd %s does not come up:\n%s\n", mode.c_str(), textOf(logPath_).c_str());
     process_.end(SIGKILL);
   }
-  FAIL() << "no JACK server can be started here (Debian's package jackd2 is needed): " << textOf(logPath_);
+  throw std::runtime_error("no JACK server can be started here (Debian's package jackd2 is needed): " +
+                           textOf(logPath_));
 }
 
 bool JackServer::waitUntilReady() {

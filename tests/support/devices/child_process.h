@@ -39,7 +39,7 @@ class ChildProcess {
 
   void signal(int signal) const;
 
-  /// Sends the signal and waits until it has ended.
+  /// Sends the signal and waits until it has ended; kills it when it takes too long.
   void end(int signal);
 
  private:

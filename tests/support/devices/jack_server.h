@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "child_process.h"
+#include "support/devices/child_process.h"
 
 namespace vrel::system::test {
 
@@ -15,6 +15,7 @@ namespace vrel::system::test {
 /// object, and with the test's process. In real time where the machine allows it; if not, without, which is told.
 class JackServer {
  public:
+  /// Waits for a name, and throws when other tests do not give one back.
   JackServer();
   ~JackServer();
   JackServer(const JackServer&) = delete;
@@ -22,7 +23,7 @@ class JackServer {
 
   [[nodiscard]] const std::string& name() const { return name_; }
 
-  /// Starts it, and waits until a client can join. A failure is a failure of the test, with the server's words.
+  /// Starts it, and waits until a client can join. Throws the server's words when it does not come up.
   void start();
 
   /// As by an impatient user (SIGKILL), or in good order (SIGTERM). Returns when the process has ended.

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <jack/jack.h>
+
+#include <memory>
+#include <string>
+
+namespace vrel::system::test {
+
+struct CloseClient {
+  void operator()(jack_client_t* client) const { jack_client_close(client); }
+};
+using Client = std::unique_ptr<jack_client_t, CloseClient>;
+
+/// The tests' own way to JACK, apart from what is tested. When a server dies, the library lets no client of the
+/// process live on past the opening of another one, so a test's own must be gone by then.
+void silenceLibrary();
+
+/// Null when there is no such server.
+[[nodiscard]] Client joinServer(const std::string& clientName, const std::string& serverName);
+
+}  // namespace vrel::system::test
