@@ -34,9 +34,9 @@ OSStatus beatAndTempo(void* hostUserData, double* currentBeat, double* currentTe
   if (hostUserData == nullptr) {
     return cannotDoInCurrentContext;
   }
-  const auto& context = contextOf(hostUserData);
-  give(currentBeat, context.currentBeat());
-  give(currentTempo, context.currentTempoBpm());
+  const auto moment = contextOf(hostUserData).currentMoment();
+  give(currentBeat, moment.beat);
+  give(currentTempo, moment.tempoBpm);
   return 0;
 }
 
@@ -46,11 +46,11 @@ OSStatus musicalTimeLocation(void* hostUserData, std::uint32_t* deltaSampleOffse
   if (hostUserData == nullptr) {
     return cannotDoInCurrentContext;
   }
-  const auto& context = contextOf(hostUserData);
-  give(deltaSampleOffsetToNextBeat, context.sampleOffsetToNextBeat());
+  const auto moment = contextOf(hostUserData).currentMoment();
+  give(deltaSampleOffsetToNextBeat, moment.sampleOffsetToNextBeat());
   give(timeSignatureNumerator, beatsPerMeasure);
   give(timeSignatureDenominator, beatUnit);
-  give(currentMeasureDownBeat, context.currentMeasureDownbeat());
+  give(currentMeasureDownBeat, moment.measureDownbeat());
   return 0;
 }
 
@@ -64,7 +64,7 @@ OSStatus transportState2(void* hostUserData, bool* isPlaying, bool* isRecording,
   give(isPlaying, context.isHostTransportRunning());
   give(isRecording, false);
   give(transportStateChanged, context.hasTransportStateChanged());
-  give(currentSampleInTimeLine, context.currentSamplePosition());
+  give(currentSampleInTimeLine, context.currentMoment().samplePosition());
   give(isCycling, false);
   give(cycleStartBeat, 0.0);
   give(cycleEndBeat, 0.0);
@@ -93,31 +93,27 @@ double HostMusicalContext::elapsedSeconds() const {
   return now < start ? 0.0 : static_cast<double>(clock_.AudioConvertHostTimeToNanos(now - start)) / 1e9;
 }
 
-double HostMusicalContext::currentBeat() const {
-  return startBeat_ + elapsedSeconds() * currentTempoBpm_ / secondsPerMinute;
+HostMusicalContext::Moment HostMusicalContext::currentMoment() const {
+  const double tempo = currentTempoBpm_;
+  const double rate = outputSampleRate_;
+  return {startBeat_ + elapsedSeconds() * tempo / secondsPerMinute, tempo, rate > 0 ? rate : fallbackSampleRate};
 }
 
-double HostMusicalContext::currentMeasureDownbeat() const {
-  return std::floor(currentBeat() / beatsPerMeasure) * beatsPerMeasure;
+double HostMusicalContext::Moment::measureDownbeat() const {
+  return std::floor(beat / beatsPerMeasure) * beatsPerMeasure;
 }
 
-std::int64_t HostMusicalContext::sampleOffsetToNextBeat() const {
-  const double beat = currentBeat();
+std::int64_t HostMusicalContext::Moment::sampleOffsetToNextBeat() const {
   const double beatsToGo = std::max(std::ceil(beat) - beat, 0.0);
-  return std::max<std::int64_t>(std::llround(beatsToGo * secondsPerMinute / currentTempoBpm_ * sampleRate()), 0);
+  return std::max<std::int64_t>(std::llround(beatsToGo * secondsPerMinute / tempoBpm * framesPerSecond), 0);
 }
 
-double HostMusicalContext::currentSamplePosition() const {
-  return currentBeat() * secondsPerMinute / currentTempoBpm_ * sampleRate();
+double HostMusicalContext::Moment::samplePosition() const {
+  return beat * secondsPerMinute / tempoBpm * framesPerSecond;
 }
 
 bool HostMusicalContext::hasTransportStateChanged() const {
   return changedUntilHostTime_ >= clock_.AudioGetCurrentHostTime();
-}
-
-double HostMusicalContext::sampleRate() const {
-  const double rate = outputSampleRate_;
-  return rate > 0 ? rate : fallbackSampleRate;
 }
 
 void HostMusicalContext::setTempo(std::uint32_t bpm) {
@@ -160,12 +156,13 @@ AUHostMusicalContextBlock HostMusicalContext::musicalContextBlock() const {
     if (!context->isEngineAlive_) {
       return false;
     }
-    give(currentTempo, context->currentTempoBpm());
+    const auto moment = context->currentMoment();
+    give(currentTempo, moment.tempoBpm);
     give(timeSignatureNumerator, beatsPerMeasure);
     give(timeSignatureDenominator, beatUnit);
-    give(currentBeatPosition, context->currentBeat());
-    give(sampleOffsetToNextBeat, context->sampleOffsetToNextBeat());
-    give(currentMeasureDownbeatPosition, context->currentMeasureDownbeat());
+    give(currentBeatPosition, moment.beat);
+    give(sampleOffsetToNextBeat, moment.sampleOffsetToNextBeat());
+    give(currentMeasureDownbeatPosition, moment.measureDownbeat());
     return true;
   };
 }
@@ -178,7 +175,7 @@ AUHostTransportStateBlock HostMusicalContext::transportStateBlock() const {
       return false;
     }
     give(transportStateFlags, context->isHostTransportRunning() ? transportStateMoving : 0);
-    give(currentSamplePosition, context->currentSamplePosition());
+    give(currentSamplePosition, context->currentMoment().samplePosition());
     give(cycleStartBeatPosition, 0.0);
     give(cycleEndBeatPosition, 0.0);
     return true;

@@ -36,12 +36,20 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   [[nodiscard]] bool isHostTransportRunning() const { return isTransportRunning_; }
   [[nodiscard]] std::uint64_t transportStateChangedUntilHostTime() const { return changedUntilHostTime_; }
 
-  [[nodiscard]] double currentBeat() const;
-  /// The downbeat of the measure that holds the current beat.
-  [[nodiscard]] double currentMeasureDownbeat() const;
-  /// Frames until the next whole beat, rounded; 0 on the beat.
-  [[nodiscard]] std::int64_t sampleOffsetToNextBeat() const;
-  [[nodiscard]] double currentSamplePosition() const;
+  /// Where the music stands: one reading of the clock, so that all that follows from it agrees.
+  struct Moment {
+    double beat = 0;
+    double tempoBpm = 0;
+    double framesPerSecond = 0;
+
+    /// The downbeat of the measure that holds the beat.
+    [[nodiscard]] double measureDownbeat() const;
+    /// Frames until the next whole beat, rounded; 0 on the beat.
+    [[nodiscard]] std::int64_t sampleOffsetToNextBeat() const;
+    [[nodiscard]] double samplePosition() const;
+  };
+  [[nodiscard]] Moment currentMoment() const;
+  [[nodiscard]] double currentBeat() const { return currentMoment().beat; }
   [[nodiscard]] bool hasTransportStateChanged() const;
 
   /// Sets the tempo, limited to 20 to 300, without a jump of the beat.
@@ -69,7 +77,6 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
 
  private:
   [[nodiscard]] double elapsedSeconds() const;
-  [[nodiscard]] double sampleRate() const;
   void anchorAtBeatZero();
   void tellChangeFor(std::uint64_t nanoseconds);
 

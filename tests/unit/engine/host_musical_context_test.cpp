@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/host_musical_context.h"
 
+#include <cmath>
+#include <memory>
+
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -37,16 +40,16 @@ class BeatClock : public SimulatedStage {
 TEST_F(BeatClock, TwoSecondsAfterCreationAt120ItStandsAtBeatFour) {
   wait(2.0);
   EXPECT_DOUBLE_EQ(context().currentBeat(), 4.0);
-  EXPECT_DOUBLE_EQ(context().currentMeasureDownbeat(), 4.0);
-  EXPECT_EQ(context().sampleOffsetToNextBeat(), 0);
-  EXPECT_DOUBLE_EQ(context().currentSamplePosition(), 96000.0);
+  EXPECT_DOUBLE_EQ(context().currentMoment().measureDownbeat(), 4.0);
+  EXPECT_EQ(context().currentMoment().sampleOffsetToNextBeat(), 0);
+  EXPECT_DOUBLE_EQ(context().currentMoment().samplePosition(), 96000.0);
 }
 
 TEST_F(BeatClock, ABeatOfSevenAndAHalfHasDownbeatFourAndHalfABeatToGo) {
   wait(3.75);
   EXPECT_DOUBLE_EQ(context().currentBeat(), 7.5);
-  EXPECT_DOUBLE_EQ(context().currentMeasureDownbeat(), 4.0);
-  EXPECT_EQ(context().sampleOffsetToNextBeat(), 12000);
+  EXPECT_DOUBLE_EQ(context().currentMoment().measureDownbeat(), 4.0);
+  EXPECT_EQ(context().currentMoment().sampleOffsetToNextBeat(), 12000);
 }
 
 TEST_F(BeatClock, TempoIsLimited) {
@@ -78,21 +81,21 @@ TEST_F(BeatClock, AfterATempoChangeTheTransportCountsAsChangedForOneSecond) {
 TEST_F(BeatClock, AnOutputWithoutARateCountsAs44100) {
   context().setOutputSampleRate(0.0);
   wait(1.0);
-  EXPECT_DOUBLE_EQ(context().currentSamplePosition(), 44100.0);
+  EXPECT_DOUBLE_EQ(context().currentMoment().samplePosition(), 44100.0);
 }
 
 TEST_F(BeatClock, TheRateIsThatOfTheOutputAsOfTheLastStart) {
   wait(1.0);
   dynamic_cast<simulation::SimulatedNode&>(*graph().outputNode()).format.sampleRate = 96000.0;
   engine->ensureEngineRunning("initialization");
-  EXPECT_DOUBLE_EQ(context().currentSamplePosition(), 96000.0);
+  EXPECT_DOUBLE_EQ(context().currentMoment().samplePosition(), 96000.0);
 }
 
 TEST_F(BeatClock, TheRateIsThatOfTheOutputAlsoBeforeTheFirstStart) {
   simulation::SimulatedNodeFactory otherNodes;
   const auto other = AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console});
   wait(1.0);
-  EXPECT_DOUBLE_EQ(other->musicalContext().currentSamplePosition(), 48000.0);
+  EXPECT_DOUBLE_EQ(other->musicalContext().currentMoment().samplePosition(), 48000.0);
 }
 
 TEST_F(BeatClock, TimeBeforeTheAnchorCountsAsNoTime) {
@@ -204,6 +207,31 @@ TEST_F(BeatClock, TheBlocksGiveTheContextAndNeverTheChangedFlag) {
   context().songSwitchBegan(120);
   EXPECT_TRUE(context().transportStateBlock()(&flags, nullptr, nullptr, nullptr));
   EXPECT_EQ(flags, 0U);
+}
+
+/// A clock that goes on by a millisecond whenever it is read, as a real one does between two readings.
+class GoingClock : public simulation::VirtualClock {
+ public:
+  [[nodiscard]] std::uint64_t AudioGetCurrentHostTime() const override { return time_ += 1'000'000; }
+
+ private:
+  mutable std::uint64_t time_ = 0;
+};
+
+TEST_F(BeatClock, OneAnswerTellsOneMomentAlsoAtTheEndOfABeat) {
+  const GoingClock going;
+  const auto music = std::make_shared<HostMusicalContext>(going);
+  music->setOutputSampleRate(48000.0);
+  const auto block = music->musicalContextBlock();
+  constexpr double framesPerBeat = 24000.0;
+  for (int call = 0; call < 5000; ++call) {
+    double beat = 0;
+    std::int64_t offset = 0;
+    double downbeat = 0;
+    ASSERT_TRUE(block(nullptr, nullptr, nullptr, &beat, &offset, &downbeat));
+    ASSERT_EQ(downbeat, std::floor(beat / 4) * 4);
+    ASSERT_NEAR(static_cast<double>(offset), (std::ceil(beat) - beat) * framesPerBeat, 0.51) << beat;
+  }
 }
 
 TEST_F(BeatClock, ABlockThatOutlivesTheEngineReportsSo) {
