@@ -58,6 +58,7 @@ class CrankedMainQueue : public MainQueue {
   std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) override;
 
   bool runOne() { return ready_.runOne(); }
+  [[nodiscard]] std::size_t pendingCount() const { return ready_.pendingCount(); }
   /// Runs all that is ready, and what that posts, with the clock standing.
   void runAll() { ready_.runAll(); }
   /// Moves the clock on, firing what falls due on the way, each at its own time.

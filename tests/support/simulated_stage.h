@@ -22,9 +22,8 @@ using Lines = std::vector<std::string>;
 using Events = std::vector<simulation::RecordedEvent>;
 
 /// An engine on a simulated machine, started, on virtual time.
-class SimulatedStage : public testing::Test {
- protected:
-  SimulatedStage() { mainQueue.runAll(); }
+struct SimulatedMachine {
+  SimulatedMachine() { mainQueue.runAll(); }
 
   [[nodiscard]] simulation::SimulatedAudioEngine& graph() { return *nodes.engine; }
   [[nodiscard]] simulation::CrankedQueue& poolQueue() { return queues.queue("vrel.plugin.pool"); }
@@ -89,5 +88,8 @@ class SimulatedStage : public testing::Test {
   std::shared_ptr<AudioEngine> engine =
       AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console});
 };
+
+/// A test that plays on one such machine.
+class SimulatedStage : public testing::Test, protected SimulatedMachine {};
 
 }  // namespace vrel
