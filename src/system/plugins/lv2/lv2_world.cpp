@@ -4,11 +4,15 @@
 #include <lilv/lilv.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <memory>
 #include <mutex>
 #include <utility>
 
+#include "system/plugins/lv2/bundle_search.h"
 #include "system/plugins/lv2/describe_plugin.h"
 #include "system/plugins/lv2/urid_map.h"
+#include "system/plugins/scratch_folder.h"
 
 namespace vrel::lv2 {
 namespace {
@@ -21,6 +25,41 @@ bool matches(const AudioComponentDescription& wanted, const AudioComponentDescri
   return matches(wanted.componentType, codes.componentType) &&
          matches(wanted.componentSubType, codes.componentSubType) &&
          matches(wanted.componentManufacturer, codes.componentManufacturer);
+}
+
+struct NodeDeleter {
+  void operator()(LilvNode* node) const { lilv_node_free(node); }
+};
+using Node = std::unique_ptr<LilvNode, NodeDeleter>;
+
+struct HeapDeleter {
+  void operator()(char* text) const { lilv_free(text); }
+};
+
+/// A world that reads data and runs nothing: there are bundles that would have a library of theirs asked what is in
+/// them, and a scan is no place for a plug-in's code.
+LilvWorld* newWorld() {
+  LilvWorld* const world = lilv_world_new();
+  const Node no(lilv_new_bool(world, false));
+  lilv_world_set_option(world, LILV_OPTION_DYN_MANIFEST, no.get());
+  return world;
+}
+
+void loadBundle(LilvWorld* world, const std::filesystem::path& folder) {
+  const Node bundle(lilv_new_file_uri(world, nullptr, (folder / "").c_str()));
+  lilv_world_load_bundle(world, bundle.get());
+}
+
+/// The files are opened at the first question about the plug-in, wherever they stand.
+bool hasReadableData(const LilvPlugin* plugin) {
+  const LilvNodes* const files = lilv_plugin_get_data_uris(plugin);
+  for (LilvIter* step = lilv_nodes_begin(files); !lilv_nodes_is_end(files, step); step = lilv_nodes_next(files, step)) {
+    const std::unique_ptr<char, HeapDeleter> path(lilv_node_get_path(lilv_nodes_get(files, step), nullptr));
+    if (path == nullptr || !isReadableData(path.get())) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -39,6 +78,9 @@ Lv2World::Lv2World(const std::optional<PluginAddress>& only) : urids_(std::make_
   thread_.post([this, done, only] {
     only ? readOne(*only) : scan();
     done->set_value();
+    if (!only) {
+      ScratchFolder::sweep();
+    }
   });
 }
 
@@ -78,11 +120,17 @@ void Lv2World::scan() {
   // While it reads bundles the library writes to memory that all worlds of the process share.
   static std::mutex scanning;
   const std::lock_guard lock(scanning);
-  library_ = lilv_world_new();
-  lilv_world_load_all(library_);
+  library_ = newWorld();
+  for (const auto& folder : findBundles()) {
+    loadBundle(library_, folder);
+  }
   const LilvPlugins* all = lilv_world_get_all_plugins(library_);
   for (LilvIter* step = lilv_plugins_begin(all); !lilv_plugins_is_end(all, step); step = lilv_plugins_next(all, step)) {
-    PluginDescription description = describePlugin(library_, lilv_plugins_get(all, step));
+    const LilvPlugin* const plugin = lilv_plugins_get(all, step);
+    if (!hasReadableData(plugin)) {
+      continue;
+    }
+    PluginDescription description = describePlugin(library_, plugin);
     if (description.codes.componentType != 0) {
       plugins_.push_back(std::make_shared<const PluginDescription>(std::move(description)));
     }
@@ -90,10 +138,8 @@ void Lv2World::scan() {
 }
 
 void Lv2World::readOne(const PluginAddress& address) {
-  library_ = lilv_world_new();
-  LilvNode* bundle = lilv_new_file_uri(library_, nullptr, address.bundlePath.c_str());
-  lilv_world_load_bundle(library_, bundle);
-  lilv_node_free(bundle);
+  library_ = newWorld();
+  loadBundle(library_, address.bundlePath);
   if (const LilvPlugin* plugin = libraryPlugin(address.uri)) {
     // The bundles that define classes are not read, so its class is not known here, and with it its type.
     PluginDescription description = describePlugin(library_, plugin);

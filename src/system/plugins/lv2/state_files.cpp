@@ -67,13 +67,6 @@ StateFiles::StateFiles(std::string bundlePath)
           }},
       freePath_{this, [](LV2_State_Free_Path_Handle, char* path) { std::free(path); }} {}
 
-StateFiles::~StateFiles() {
-  if (!root_.empty()) {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
-}
-
 void StateFiles::beginSave() {
   savedNames_.clear();
 }
@@ -129,16 +122,15 @@ Outcome StateFiles::placeFiles(const Contents& contents) {
 }
 
 bool StateFiles::ensureFolder() {
-  if (!root_.empty()) {
+  if (folder_) {
     return true;
   }
-  std::error_code failed;
-  std::string pattern = (fs::temp_directory_path(failed) / "vrel-state-XXXXXX").string();
-  if (failed || ::mkdtemp(pattern.data()) == nullptr) {
-    return false;
+  Result<ScratchFolder> made = ScratchFolder::make();
+  if (made) {
+    folder_.emplace(std::move(made).value());
+    root_ = folder_->path();
   }
-  root_ = pattern;
-  return true;
+  return made.ok();
 }
 
 fs::path StateFiles::generationFolder() const {

@@ -26,6 +26,7 @@
 
 #include "foundation/result.h"
 #include "platform/property_list.h"
+#include "system/plugins/scratch_folder.h"
 
 namespace vrel::lv2 {
 
@@ -38,7 +39,6 @@ class StateFiles {
   static constexpr std::uint64_t maximumContentBytes = 64ULL << 20U;
 
   explicit StateFiles(std::string bundlePath);
-  ~StateFiles();
   StateFiles(const StateFiles&) = delete;
   StateFiles& operator=(const StateFiles&) = delete;
 
@@ -63,7 +63,8 @@ class StateFiles {
   [[nodiscard]] std::string absolutePath(const std::string& abstract) const;
 
   std::filesystem::path bundle_;
-  std::filesystem::path root_;  // empty until the first need
+  std::optional<ScratchFolder> folder_;  // made on the first need
+  std::filesystem::path root_;           // its path; empty before
   int generation_ = 0;
   std::map<std::string, std::string> savedNames_;  // absolute path to name, of the save under way
   LV2_State_Make_Path makePath_;

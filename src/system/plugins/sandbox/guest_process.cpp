@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -28,17 +27,9 @@ Error systemError(const char* what, int code) {
   return Error{std::string(what) + ": " + std::generic_category().message(code)};
 }
 
-std::string makeFolder() {
-  std::error_code failure;
-  std::string folder = (std::filesystem::temp_directory_path(failure) / "vrel-plugin-XXXXXX").string();
-  return failure || mkdtemp(folder.data()) == nullptr ? std::string() : folder;
-}
-
-void removeFolder(const std::string& folder) {
-  if (!folder.empty()) {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-  }
+std::optional<ScratchFolder> makeFolder() {
+  Result<ScratchFolder> made = ScratchFolder::make();
+  return made ? std::optional(std::move(made).value()) : std::nullopt;
 }
 
 /// This process's environment with the folder as the place for temporary files.
@@ -128,7 +119,7 @@ std::string wordsFor(const siginfo_t& info) {
 
 }  // namespace
 
-GuestProcess::GuestProcess(pid_t id, FileDescriptor end, std::string folder)
+GuestProcess::GuestProcess(pid_t id, FileDescriptor end, std::optional<ScratchFolder> folder)
     : id_(id), end_(std::move(end)), folder_(std::move(folder)) {}
 
 GuestProcess::GuestProcess(GuestProcess&& other) noexcept
@@ -159,10 +150,10 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
   if (fcntl(hostEnd.get(), F_SETFL, O_NONBLOCK) != 0 || !sendDescriptor(hostEnd.get(), memory.get())) {
     return systemError("no socket", errno);
   }
-  const std::string folder = makeFolder();
+  std::optional<ScratchFolder> folder = makeFolder();
+  const std::string place = folder ? folder->path().string() : std::string();
   pid_t id = -1;
-  if (const int failure = SpawnSettings(guestEnd.get()).spawn(id, program, folder); failure != 0) {
-    removeFolder(folder);
+  if (const int failure = SpawnSettings(guestEnd.get()).spawn(id, program, place); failure != 0) {
     return systemError(("can not start " + program).c_str(), failure);
   }
   FileDescriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
@@ -170,11 +161,10 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
     const Error error = systemError("no watch on a process", errno);
     ::kill(-id, SIGKILL);
     waitpid(id, nullptr, 0);
-    removeFolder(folder);
     return error;
   }
   socket = std::move(hostEnd);
-  return GuestProcess(id, std::move(end), folder);
+  return GuestProcess(id, std::move(end), std::move(folder));
 }
 
 void GuestProcess::kill() const {
@@ -200,7 +190,7 @@ std::optional<GuestProcess::Ended> GuestProcess::reap() {
   waitid(P_PIDFD, static_cast<id_t>(end_.get()), &info, WEXITED | WNOHANG);
   id_ = -1;
   end_.close();
-  removeFolder(folder_);
+  folder_.reset();
   return Ended{isGone ? "ended" : wordsFor(info)};
 }
 

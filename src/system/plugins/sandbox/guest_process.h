@@ -8,6 +8,7 @@
 
 #include "foundation/result.h"
 #include "system/plugins/sandbox/file_descriptor.h"
+#include "system/plugins/scratch_folder.h"
 
 namespace vrel::sandbox {
 
@@ -47,11 +48,11 @@ class GuestProcess {
   [[nodiscard]] std::optional<Ended> reap();
 
  private:
-  GuestProcess(pid_t id, FileDescriptor end, std::string folder);
+  GuestProcess(pid_t id, FileDescriptor end, std::optional<ScratchFolder> folder);
 
   pid_t id_ = -1;  // -1 when nothing is left
   FileDescriptor end_;
-  std::string folder_;
+  std::optional<ScratchFolder> folder_;  // none where none could be made
 };
 
 }  // namespace vrel::sandbox
