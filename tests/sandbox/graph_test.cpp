@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Sandboxed instruments in the running graph: what one does is not heard in the others.
 
+#include <algorithm>
 #include <csignal>
+#include <functional>
+#include <ostream>
 #include <thread>
 
 #include "sandbox/processes.h"
@@ -15,7 +18,10 @@ namespace {
 
 class InTheGraph : public SandboxStage {
  protected:
-  static constexpr std::uint32_t frames = 128;
+  // Large blocks leave a busy machine time enough to play them.
+  static constexpr std::uint32_t frames = 512;
+
+  InTheGraph() : SandboxStage(100ms) {}
 
   /// What leaves a unit, from its first loud sample on.
   class Recorder {
@@ -67,10 +73,10 @@ class InTheGraph : public SandboxStage {
     std::shared_ptr<AVAudioUnitMIDIInstrument> rebel;
   };
 
-  Graph graphOn(const std::shared_ptr<audio::OutputDevice>& device) {
+  Graph graphOn(const std::shared_ptr<audio::OutputDevice>& device, const std::string& name = "kind") {
     Graph graph;
     graph.engine = std::make_shared<audio::RenderEngine>(device, graph.counters);
-    graph.rebel = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(rebel());
+    graph.rebel = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(rebel(name));
     graph.sine = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(make("urn:vrel:zoo:sine").unit);
     for (const auto& unit : {graph.rebel, graph.sine}) {
       graph.engine->attach(unit);
@@ -79,35 +85,92 @@ class InTheGraph : public SandboxStage {
     graph.engine->connect(graph.engine->mainMixerNode(), graph.engine->outputNode(), std::nullopt);
     return graph;
   }
-
-  static void misbehave(const Graph& graph, int what) {
-    const int process = dynamic_cast<SandboxedNode&>(*graph.rebel).processId();
-    if (what < 0) {
-      kill(process, -what);
-    } else {
-      graph.rebel->sendMIDIEvent(0x90, static_cast<std::uint8_t>(what), 64);
-    }
-  }
 };
 
-/// A run of the sine beside a rebel that misbehaves in the midst of it. Empty when the machine, busy with
+/// What happens to a rebel while the sine beside it plays.
+struct Fault {
+  const char* name;
+  const char* rebel;
+  std::function<void(AVAudioUnitMIDIInstrument& rebel)> happen;
+};
+
+void PrintTo(const Fault& fault, std::ostream* stream) {
+  *stream << fault.name;
+}
+
+Fault signalled(const char* name, int signal) {
+  return {name, "kind", [signal](AVAudioUnitMIDIInstrument& rebel) {
+            kill(dynamic_cast<SandboxedNode&>(rebel).processId(), signal);
+          }};
+}
+
+Fault keyed(const char* name, std::uint8_t key) {
+  return {name, "kind", [key](AVAudioUnitMIDIInstrument& rebel) { rebel.sendMIDIEvent(0x90, key, 64); }};
+}
+
+void takeForeignState(AVAudioUnitMIDIInstrument& rebel) {
+  PropertyListDictionary state;
+  state["format"] = {std::int64_t{1}};
+  state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
+  state["ports"] = {PropertyListDictionary{}};
+  state["properties"] = {PropertyListArray{}};
+  state["files"] = {PropertyListDictionary{}};
+  rebel.auAudioUnit().setFullStateForDocument(state);
+}
+
+void sendTooMuch(AVAudioUnitMIDIInstrument& rebel) {
+  for (int count = 0; count < 5000; ++count) {
+    rebel.sendMIDIEvent(0x90, 60, 64);
+  }
+}
+
+const std::vector<Fault>& faults() {
+  static const std::vector<Fault> all = {
+      signalled("Killed", SIGKILL),
+      signalled("Stopped", SIGSTOP),
+      keyed("EndlessLoop", misdeed::hangForever),
+      keyed("WriteToNothing", misdeed::writeToNothing),
+      keyed("WriteBehindTheBuffer", misdeed::writeBehindTheBuffer),
+      keyed("WriteBeforeTheBuffer", misdeed::writeBeforeTheBuffer),
+      keyed("NotANumber", misdeed::notANumber),
+      keyed("Infinite", misdeed::infinite),
+      keyed("Denormal", misdeed::denormal),
+      keyed("TenBlocksLate", misdeed::sleepTenBlocks),
+      keyed("TooMuchWork", misdeed::askForTooMuchWork),
+      {"TooManyEvents", "kind", sendTooMuch},
+      {"EndlessLoopInRestoring", "hang-restore", takeForeignState},
+      {"EndlessLoopInSaving", "hang-save",
+       [](AVAudioUnitMIDIInstrument& rebel) { (void)rebel.auAudioUnit().fullStateForDocument(); }},
+      {"StoppedAndAskedForItsState", "kind",
+       [](AVAudioUnitMIDIInstrument& rebel) {
+         stop(dynamic_cast<SandboxedNode&>(rebel).processId());
+         (void)rebel.auAudioUnit().fullStateForDocument();
+       }},
+  };
+  return all;
+}
+
+/// A run of the sine beside a rebel that comes to grief in the midst of it. Empty when the machine, busy with
 /// something else, let a block of the sine, or of the recording, go by.
-class PacedRun : public InTheGraph, public testing::WithParamInterface<int> {
+class PacedRun : public InTheGraph, public testing::WithParamInterface<Fault> {
  protected:
-  std::vector<float> sineBeside(int what) {
+  static constexpr std::size_t before = 20 * frames;
+  static constexpr std::size_t whole = 100 * frames;
+
+  std::vector<float> sineBeside(const Fault& fault) {
     const auto device = std::make_shared<audio::PacedNullDevice>(48000, frames);
-    const Graph graph = graphOn(device);
+    const Graph graph = graphOn(device, fault.rebel);
     Recorder recorder(*graph.sine);
     EXPECT_EQ(graph.engine->start(), std::nullopt);
     graph.rebel->sendMIDIEvent(0x90, 60, 64);
     graph.sine->sendMIDIEvent(0x90, 69, 100);
-    EXPECT_TRUE(happensWithin(5s, [&] { return recorder.samples().size() > 40 * frames; }));
-    const auto expected = undisturbed(40 * frames);
+    EXPECT_TRUE(happensWithin(10s, [&] { return recorder.samples().size() > before; }));
+    const auto expected = undisturbed(before);
     if (const auto begin = recorder.samples(); !std::equal(expected.begin(), expected.end(), begin.begin())) {
       return {};  // before anything was done to it
     }
-    misbehave(graph, what);
-    EXPECT_TRUE(happensWithin(5s, [&] { return recorder.samples().size() > 300 * frames; }));
+    fault.happen(*graph.rebel);
+    EXPECT_TRUE(happensWithin(10s, [&] { return recorder.samples().size() > whole; }));
     graph.engine->stop();
     const auto samples = recorder.samples();
     const bool hasGaps = std::search_n(samples.begin(), samples.end(), 8, 0.0F) != samples.end();
@@ -120,13 +183,11 @@ TEST_P(PacedRun, TheOtherStripSoundsSampleForSampleAsWithoutTheFault) {
   for (int attempt = 0; attempt < 8 && samples.empty(); ++attempt) {
     samples = sineBeside(GetParam());
   }
-  expectBegin(samples, undisturbed(300 * frames));
+  expectBegin(samples, undisturbed(whole));
 }
 
-INSTANTIATE_TEST_SUITE_P(Misdeeds, PacedRun,
-                         testing::Values(-SIGKILL, -SIGSTOP, int{misdeed::hangForever}, int{misdeed::writeToNothing},
-                                         int{misdeed::notANumber}, int{misdeed::infinite},
-                                         int{misdeed::sleepTenBlocks}));
+INSTANTIATE_TEST_SUITE_P(Faults, PacedRun, testing::ValuesIn(faults()),
+                         [](const auto& parameter) { return std::string(parameter.param.name); });
 
 using InTheOfflineGraph = InTheGraph;
 
@@ -137,13 +198,13 @@ TEST_F(InTheOfflineGraph, ADeathInTheMidstOfARenderChangesNothingForTheOther) {
   ASSERT_EQ(graph.engine->start(), std::nullopt);
   graph.rebel->sendMIDIEvent(0x90, 60, 64);
   graph.sine->sendMIDIEvent(0x90, 69, 100);
-  for (int block = 0; block < 300; ++block) {
-    if (block == 100) {
-      misbehave(graph, -SIGKILL);
+  for (int block = 0; block < 150; ++block) {
+    if (block == 50) {
+      kill(processOf(graph.rebel), SIGKILL);
     }
     (void)device->renderBlock();
   }
-  expectBegin(recorder.samples(), undisturbed(299 * frames));
+  expectBegin(recorder.samples(), undisturbed(149 * frames));
   EXPECT_TRUE(happensWithin(5s, [this] { return deaths().size() == 1; }));
 }
 

@@ -60,6 +60,9 @@ class SandboxStage : public testing::Test {
   [[nodiscard]] std::size_t guestCount() const { return supervisor_->processCount(); }
 
   lv2::Stage inProcess_;
+  system::OfflineClock clock_;
+  system::OfflineMainLoop mainLoop_{clock_};
+  std::unique_ptr<SandboxingUnitFactory> factory_;
 
  private:
   struct Lines {
@@ -68,11 +71,8 @@ class SandboxStage : public testing::Test {
   };
 
   std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
-  system::OfflineClock clock_;
-  system::OfflineMainLoop mainLoop_{clock_};
   SandboxSettings settings_;
   std::shared_ptr<Supervisor> supervisor_;
-  std::unique_ptr<SandboxingUnitFactory> factory_;
   std::vector<int> deaths_;
 };
 
