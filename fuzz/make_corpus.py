@@ -4,6 +4,7 @@
 
 import json
 import pathlib
+import plistlib
 import struct
 
 CORPUS = pathlib.Path(__file__).resolve().parent / "corpus"
@@ -92,8 +93,99 @@ MIDI_FILES = {
 }
 
 
+def property_list(value: object) -> bytes:
+    return plistlib.dumps(value, fmt=plistlib.FMT_BINARY)
+
+
+def made_by_hand(objects: list[bytes], top: int) -> bytes:
+    """A binary property list of these objects, also such as no encoder would write."""
+    content = b"bplist00"
+    offsets = b""
+    for item in objects:
+        offsets += bytes([len(content)])
+        content += item
+    return content + offsets + bytes(6) + b"\x01\x01" + struct.pack(">QQQ", len(objects), top, len(content))
+
+
+STATE = {
+    "format": 1, "uri": "urn:x", "ports": {"gain": 0.5, "high": 2.0}, "files": {"a.bin": bytes(range(40))},
+    "properties": [{"key": "urn:k", "type": "urn:t", "flags": 3, "value": b"\x00\x01", "uris": {"7": "urn:u"}}],
+}
+
+PROPERTY_LISTS = {
+    "empty_file": b"",
+    "header_only": b"bplist00",
+    "state": property_list(STATE),
+    "array": property_list([1, "two", 3.0, [True, False]]),
+    "wide_text": property_list({"caf\u00e9": "\U0001d11e", "empty": ""}),
+    "numbers": property_list({"a": -1, "b": 2**63 - 1, "c": -2**63, "d": 1e300, "e": 300, "f": 70000}),
+    "long": property_list({"bytes": bytes(300), "text": "x" * 300, "list": list(range(40))}),
+    "cut": property_list(STATE)[:-40],
+    "too_wide": property_list([2**64 - 1]),
+    "holds_itself": made_by_hand([b"\xa1\x00"], 0),
+    "key_is_number": made_by_hand([b"\x10\x01", b"\xd1\x00\x00"], 1),
+    "same_key_twice": made_by_hand([b"\x51k", b"\x10\x01", b"\xd2\x00\x00\x01\x01"], 2),
+    "date": made_by_hand([b"\x33" + bytes(8)], 0),
+    "grows": made_by_hand([b"\x10\x01"] + [bytes([0xA2, level, level]) for level in range(12)], 12),
+    "lying_length": made_by_hand([b"\x4f\x13" + b"\xff" * 8], 0),
+    "single_real": made_by_hand([b"\x51k", b"\x22\x7f\xc0\x00\x00", b"\xd1\x00\x01"], 2),
+}
+
+
+def message(kind: int, body: bytes = b"", request: int = 1, announced: int | None = None) -> bytes:
+    return struct.pack("<III", kind, request, len(body) if announced is None else announced) + body
+
+
+def text(value: bytes) -> bytes:
+    return struct.pack("<I", len(value)) + value
+
+
+def carried(value: object) -> bytes:
+    """A value of a dictionary as it goes from process to process."""
+    if isinstance(value, bool):
+        return b"\x00" + bytes([value])
+    if isinstance(value, int):
+        return b"\x01" + struct.pack("<q", value)
+    if isinstance(value, float):
+        return b"\x02" + struct.pack("<d", value)
+    if isinstance(value, str):
+        return b"\x03" + text(value.encode())
+    if isinstance(value, bytes):
+        return b"\x04" + text(value)
+    if isinstance(value, list):
+        return b"\x05" + struct.pack("<I", len(value)) + b"".join(map(carried, value))
+    return b"\x06" + dictionary(value)
+
+
+def dictionary(value: dict[str, object]) -> bytes:
+    return struct.pack("<I", len(value)) + b"".join(text(key.encode()) + carried(value[key]) for key in sorted(value))
+
+
+INSTANTIATE = (text(b"/lv2/x.lv2/") + text(b"urn:x") + struct.pack("<III", 1, 2, 3) + struct.pack("<d", 48000.0)
+               + struct.pack("<I", 128) + b"\x01\x00")
+
+# The first byte says how large the pieces are that the rest comes in.
+MESSAGES = {
+    "ready": b"\x00" + message(101, struct.pack("<I", 2)),
+    "instantiate": b"\x05" + message(1, INSTANTIATE),
+    "state": b"\x07" + message(104, dictionary(STATE)),
+    "restore_and_quit": b"\xff" + message(4, dictionary(STATE), 2) + message(5, request=3) + message(6),
+    "log_lines": b"\x0b" + message(105, b"one line") + message(105) + message(103),
+    "failed": b"\x01" + message(102, b"no such plug-in"),
+    "prepare": b"\x02" + message(2, struct.pack("<d", 44100.0)),
+    "unknown_kind": b"\x03" + message(77, b"x"),
+    "too_large": b"\x03" + message(103, announced=1),
+    "cut_head": b"\x00" + message(103)[:-3],
+    "cut_body": b"\x00" + message(104, dictionary(STATE))[:-9],
+    "lying_count": b"\x10" + message(104, struct.pack("<I", 0xFFFFFFFF)),
+    "deep": b"\x10" + message(104, dictionary({"a": [[[[[[[[[[1]]]]]]]]]]})),
+}
+
+
 def main() -> None:
-    for target, files in (("setlist", SETLISTS), ("standard_midi_file", MIDI_FILES)):
+    corpora = {"setlist": SETLISTS, "standard_midi_file": MIDI_FILES, "property_list": PROPERTY_LISTS,
+               "sandbox_messages": MESSAGES}
+    for target, files in corpora.items():
         folder = CORPUS / target
         folder.mkdir(parents=True, exist_ok=True)
         for name, content in files.items():
