@@ -45,10 +45,15 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       musicalContext_(std::make_shared<HostMusicalContext>(platform.clock)),
       instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, *musicalContext_,
                     platform.mainQueue, platform.console}),
+      playbackLoader_({platform.files, platform.nodes, *engine_, mutator_, chains_, levels_, instruments_,
+                       platform.console}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
                 platform.mainQueue, platform.console}),
       deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue}),
-      router_(*engine_, strips_.channels, midiCallbacks) {
+      router_(*engine_, strips_.channels, midiCallbacks),
+      playbackRuns_(platform.queues, platform.mainQueue, platform.clock) {
+  router_.setPlaybackTarget(&playbackRuns_);
+  instruments_.setPlaybackRevival([this](AudioChannel& channel) { playbackLoader_.loadAgain(channel); });
   if (platform.hardware != nullptr) {
     deviceSettings_.emplace(*platform.hardware, *engine_, mutator_, platform.console);
   }

@@ -17,12 +17,14 @@
 #include "engine/instrument_loader.h"
 #include "engine/level_capture.h"
 #include "engine/mix_levels.h"
+#include "engine/playback_loader.h"
 #include "engine/plugin_deaths.h"
 #include "engine/plugin_pool.h"
 #include "engine/plugin_state.h"
 #include "engine/strips.h"
 #include "midi/midi_input.h"
 #include "midi/midi_router.h"
+#include "playback/playback_runs.h"
 
 namespace vrel {
 
@@ -56,6 +58,8 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   [[nodiscard]] PluginState& pluginState() { return pluginState_; }
   [[nodiscard]] HostMusicalContext& musicalContext() { return *musicalContext_; }
   [[nodiscard]] InstrumentLoader& instruments() { return instruments_; }
+  [[nodiscard]] PlaybackLoader& playbackLoader() { return playbackLoader_; }
+  [[nodiscard]] PlaybackRuns& playbackRuns() { return playbackRuns_; }
   [[nodiscard]] EffectRacks& effects() { return effects_; }
   [[nodiscard]] MidiRouter& midiRouter() { return router_; }
 
@@ -114,11 +118,13 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   PluginState pluginState_;
   std::shared_ptr<HostMusicalContext> musicalContext_;
   InstrumentLoader instruments_;
+  PlaybackLoader playbackLoader_;
   EffectRacks effects_;
   PluginDeaths deaths_;
   MidiRouter router_;
   std::optional<AudioDeviceSettings> deviceSettings_;
   std::optional<MidiInput> midiInput_;
+  PlaybackRuns playbackRuns_;
 };
 
 }  // namespace vrel

@@ -3,6 +3,7 @@
 
 namespace vrel {
 
+class AudioFileFactory;
 class AudioHardware;
 class AudioNodeFactory;
 class AudioUnitFactory;
@@ -23,9 +24,10 @@ struct EnginePlatform {
   NSPropertyListSerialization& propertyLists;
   ConsoleOutput& console;
 
-  // Null where the program plays to no device or hears no keyboard.
+  // Null where the program plays to no device, hears no keyboard or reads no audio files.
   AudioHardware* hardware = nullptr;
   MIDIService* midi = nullptr;
+  AudioFileFactory* files = nullptr;
 };
 
 }  // namespace vrel

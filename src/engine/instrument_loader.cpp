@@ -192,6 +192,12 @@ void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channe
     with_.levels.applyMixerLevels();
     return;
   }
+  if (path == pathPlayback) {
+    if (revivePlayback_) {
+      revivePlayback_(*channel);
+    }
+    return;
+  }
   const auto& resolver = with_.pool.resolver();
   const auto component = resolver && !isInternalPath(path) ? resolver(path) : std::nullopt;
   if (component) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "document/setlist.h"
@@ -70,9 +71,12 @@ class InstrumentLoader {
   /// Rehearses a crash: the node is lost, path, name and effects stay, the status tells.
   void simulatePluginCrash(AudioChannel& channel);
 
-  /// Brings back what the strip's path names: an instrument anew, with no state; a strip without a path
-  /// becomes empty. Nothing for what is not installed, and for clips and files.
+  /// Brings back what the strip's path names: an instrument anew, with no state; a file with
+  /// its present range and modes; a strip without a path becomes empty. Nothing for what is not installed, and for clips.
   void reviveChannel(const std::shared_ptr<AudioChannel>& channel);
+
+  /// What brings back a channel whose path is "internal:playback".
+  void setPlaybackRevival(std::function<void(AudioChannel&)> revive) { revivePlayback_ = std::move(revive); }
 
   /// Unlinks the instrument and makes the engine forget it; a hosted one goes back to the pool.
   void giveUpInstrumentNode(AudioChannel& channel);
@@ -84,6 +88,7 @@ class InstrumentLoader {
   void prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64);
 
   Collaborators with_;
+  std::function<void(AudioChannel&)> revivePlayback_;
   LifeToken life_;
 };
 

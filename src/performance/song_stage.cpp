@@ -28,7 +28,7 @@ void applyRouting(AudioChannel& channel, const ChannelConfig& record) {
   channel.sustainControlsRotor.set(record.sustainControlsRotor);
 }
 
-// Keeps what the file says of a playback, so that a save loses none of it.
+// Keeps what the file says of a playback, so that a save loses none of it should the file be missing today.
 void keepPlayback(AudioChannel& channel, const ChannelConfig& record) {
   channel.pluginPath.set(record.pluginPath);
   channel.playbackFilePath.set(record.playbackFilePath);
@@ -74,9 +74,7 @@ void SongStage::buildChannel(const ChannelConfig& record) {
     engine_.instruments().loadVisualInstrument(*channel, record.visualClipMappings, nullptr);
   } else if (record.pluginPath == pathPlayback) {
     keepPlayback(*channel, record);
-    channel->status.set(channel_status::loadFailed);
-    console_.print("Failed to load playback file: channels that play audio files are not supported yet (" +
-                   record.name + ")");
+    engine_.playbackLoader().loadPlaybackInstrument(*channel, record);
   } else if (!record.pluginPath.empty()) {
     loadInstrument(channel, record);
     return;

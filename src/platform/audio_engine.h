@@ -53,6 +53,7 @@ class AudioNodeFactory {
   [[nodiscard]] virtual std::unique_ptr<AVAudioEngine> makeEngine() = 0;
   [[nodiscard]] virtual std::shared_ptr<AVAudioMixerNode> makeMixerNode() = 0;
   [[nodiscard]] virtual std::shared_ptr<AVAudioUnitReverb> makeReverbNode() = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVAudioPlayerNode> makePlayerNode() = 0;
 };
 
 }  // namespace vrel

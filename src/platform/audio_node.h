@@ -3,11 +3,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "platform/audio_buffer.h"
 
 namespace vrel {
+
+class AVAudioFile;
 
 /// One node of the audio graph. Nodes are shared between the channel that uses them and the graph
 /// they are attached to. All operations are for the main thread.
@@ -61,10 +64,35 @@ class AVAudioUnitReverb : public AVAudioNode {
   [[nodiscard]] virtual float wetDryMix() const = 0;
 };
 
-/// Plays an audio file. Main thread, except where an operation says otherwise.
+enum class AVAudioPlayerNodeBufferOptions : std::uint32_t { none = 0, loops = 1 };
+
+/// Plays stretches of audio files and buffers, one behind the other, in the order in which they were scheduled.
+///
+/// The operations of its own may be called from any one thread at a time and may wait for the disk; `stop`
+/// never does, and may be called from a further thread.
 class AVAudioPlayerNode : public AVAudioNode, public AVAudioMixing {
  public:
+  /// Called once, on any thread: when the platform has taken the last of what was scheduled and the next
+  /// can follow without a gap, or when the node is stopped. Must only hand on, and never wait.
+  using CompletionHandler = std::function<void()>;
+
+  /// Forgets what is scheduled, and is silent from the next block on. What has been taken to its last
+  /// frame already still sounds to its end, unless something else is played.
   virtual void stop() = 0;
+
+  /// What is scheduled sounds from the next block on.
+  virtual void play() = 0;
+
+  /// Makes ready for a run of at least this many frames, so that the run itself need not.
+  virtual void prepareWithFrameCount(std::uint32_t frameCount) = 0;
+
+  /// Adds a stretch of a file, `frameCount` frames from `startingFrame` on. Frames that can not be read are silent.
+  virtual void scheduleSegment(const std::shared_ptr<AVAudioFile>& file, std::int64_t startingFrame,
+                               std::uint32_t frameCount, CompletionHandler completionHandler) = 0;
+
+  /// Adds a buffer, once or, with `loops`, again and again until the node is stopped.
+  virtual void scheduleBuffer(const std::shared_ptr<AVAudioPCMBuffer>& buffer, AVAudioPlayerNodeBufferOptions options,
+                              CompletionHandler completionHandler) = 0;
 };
 
 }  // namespace vrel

@@ -107,4 +107,8 @@ std::shared_ptr<AVAudioUnitReverb> SimulatedNodeFactory::makeReverbNode() {
   return std::make_shared<SimulatedReverb>("reverb " + std::to_string(++reverbCount_));
 }
 
+std::shared_ptr<AVAudioPlayerNode> SimulatedNodeFactory::makePlayerNode() {
+  return std::make_shared<SimulatedPlayer>("player " + std::to_string(++playerCount_));
+}
+
 }  // namespace vrel::simulation

@@ -8,46 +8,10 @@
 #include <vector>
 
 #include "platform/audio_engine.h"
+#include "simulation/simulated_node.h"
+#include "simulation/simulated_player.h"
 
 namespace vrel::simulation {
-
-/// What all simulated nodes have: a name for the record, formats, and a tap that a test can feed.
-class SimulatedNode {
- public:
-  explicit SimulatedNode(std::string nodeName) : name(std::move(nodeName)) {}
-  virtual ~SimulatedNode() = default;
-
-  /// Plays the tap thread; false when no tap is installed.
-  bool feedTap(const AVAudioPCMBuffer& buffer) const {
-    if (tap) {
-      tap(buffer);
-    }
-    return tap != nullptr;
-  }
-
-  std::string name;
-  AVAudioFormat format{48000.0, 2};
-  AVAudioNode::TapBlock tap;
-  std::uint32_t tapBufferSize = 0;
-  std::optional<AVAudioFormat> tapFormat;
-};
-
-/// A simulated node behind `Interface`.
-template <typename Interface>
-class SimulatedNodeOf : public Interface, public SimulatedNode {
- public:
-  using SimulatedNode::SimulatedNode;
-
-  [[nodiscard]] AVAudioFormat inputFormat(int /*bus*/) const override { return format; }
-  [[nodiscard]] AVAudioFormat outputFormat(int /*bus*/) const override { return format; }
-  void installTap(int /*bus*/, std::uint32_t bufferSize, std::optional<AVAudioFormat> wanted,
-                  AVAudioNode::TapBlock block) override {
-    tap = std::move(block);
-    tapBufferSize = bufferSize;
-    tapFormat = wanted;
-  }
-  void removeTap(int /*bus*/) override { tap = nullptr; }
-};
 
 class SimulatedMixer : public SimulatedNodeOf<AVAudioMixerNode> {
  public:
@@ -70,19 +34,6 @@ class SimulatedReverb : public SimulatedNodeOf<AVAudioUnitReverb> {
 
  private:
   float wetDryMix_ = 0.0F;
-};
-
-class SimulatedPlayer : public SimulatedNodeOf<AVAudioPlayerNode> {
- public:
-  using SimulatedNodeOf::SimulatedNodeOf;
-  void stop() override { ++stopCount; }
-  void setVolume(float linearGain) override { volume_ = linearGain; }
-  [[nodiscard]] float volume() const override { return volume_; }
-
-  int stopCount = 0;
-
- private:
-  float volume_ = 1.0F;
 };
 
 /// A graph that renders nothing and records every attach, connect, disconnect, start and stop, in
@@ -131,6 +82,7 @@ class SimulatedNodeFactory : public AudioNodeFactory {
   std::unique_ptr<AVAudioEngine> makeEngine() override;
   std::shared_ptr<AVAudioMixerNode> makeMixerNode() override;
   std::shared_ptr<AVAudioUnitReverb> makeReverbNode() override;
+  std::shared_ptr<AVAudioPlayerNode> makePlayerNode() override;
 
   /// The engine made last; valid while its owner lives.
   SimulatedAudioEngine* engine = nullptr;
@@ -138,6 +90,7 @@ class SimulatedNodeFactory : public AudioNodeFactory {
  private:
   int mixerCount_ = 0;
   int reverbCount_ = 0;
+  int playerCount_ = 0;
 };
 
 }  // namespace vrel::simulation

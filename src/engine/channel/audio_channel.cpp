@@ -14,6 +14,9 @@ AudioChannel::AudioChannel(std::string channelName, std::weak_ptr<ChannelMixer> 
   gain.setEffect(applyLevels);
   mute.setEffect(applyLevels);
   solo.setEffect(applyLevels);
+  playbackRunToken.setEffect([this] { playbackRunView->runNumber.fetch_add(1); });
+  playbackStopRequested.setEffect([this] { playbackRunView->stopRequested.store(playbackStopRequested.get()); });
+  playbackLoop.setEffect([this] { playbackRunView->loops.store(playbackLoop.get()); });
   reverb.setEffect([this] {
     if (const auto mixer = engine.lock()) {
       mixer->applyReverbMix(*this);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "document/setlist.h"
+#include "engine/channel/playback_run_view.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
 #include "platform/audio_buffer.h"
@@ -46,7 +47,7 @@ class ChannelMixer {
 /// but only the engine's load and unload operations change what sounds; assigning the path drives
 /// nothing. Values are not limited here; the limits stand where a value is used.
 ///
-/// Threads: main thread, but for the raw peaks, which are under `meterLock`, and `meterLevel`.
+/// Threads: main thread, but for the raw peaks, which are under `meterLock`, `meterLevel` and `playbackRunView`.
 /// Ownership: the engine's list owns the channels, a channel owns its nodes beside the graph, and
 /// `engine` is weak; a channel whose engine has gone takes all assignments and does nothing more.
 class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
@@ -91,6 +92,9 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<std::optional<Uuid>> playbackRunToken;
   Observable<std::optional<double>> playbackMeterStartedAt;             // media time, seconds
   Observable<std::vector<std::pair<float, float>>> playbackMeterPeaks;  // left, right
+
+  /// What the player queue sees of the run: follows the token, the stop request and the loop.
+  const std::shared_ptr<PlaybackRunView> playbackRunView = std::make_shared<PlaybackRunView>();
 
   Observable<float> peakL{0};  // displayed peaks, linear
   Observable<float> peakR{0};

@@ -19,4 +19,8 @@ std::shared_ptr<AVAudioUnitReverb> RenderNodeFactory::makeReverbNode() {
   return std::make_shared<ReverbNode>();
 }
 
+std::shared_ptr<AVAudioPlayerNode> RenderNodeFactory::makePlayerNode() {
+  return nullptr;
+}
+
 }  // namespace vrel::audio

@@ -19,6 +19,7 @@ class RenderNodeFactory final : public AudioNodeFactory {
   [[nodiscard]] std::unique_ptr<AVAudioEngine> makeEngine() override;
   [[nodiscard]] std::shared_ptr<AVAudioMixerNode> makeMixerNode() override;
   [[nodiscard]] std::shared_ptr<AVAudioUnitReverb> makeReverbNode() override;
+  [[nodiscard]] std::shared_ptr<AVAudioPlayerNode> makePlayerNode() override;
 
  private:
   std::shared_ptr<OutputDevice> device_;

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "foundation/result.h"
+#include "platform/audio_buffer.h"
+
+namespace vrel {
+
+/// An audio file open for reading, whatever it is stored as: floats, in frames from 0 to `length`.
+///
+/// One user at a time, on any thread; operations may wait for the disk. What happens to the file's name after
+/// the opening does not matter.
+class AVAudioFile {
+ public:
+  virtual ~AVAudioFile() = default;
+
+  [[nodiscard]] virtual AVAudioFormat processingFormat() const = 0;
+
+  /// Frames in the whole file.
+  [[nodiscard]] virtual std::int64_t length() const = 0;
+
+  /// The frame that the next read begins with, exactly.
+  [[nodiscard]] virtual std::int64_t framePosition() const = 0;
+  virtual void setFramePosition(std::int64_t frame) = 0;
+
+  /// Fills `buffer`, which has the processing format, with the next frames, at most `frameCount` and its
+  /// capacity, sets its `frameLength`, and moves on. Fewer frames, or none, at the end of the file.
+  [[nodiscard]] virtual Outcome readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) = 0;
+};
+
+/// Opens audio files. Any thread.
+class AudioFileFactory {
+ public:
+  virtual ~AudioFileFactory() = default;
+
+  /// `AVAudioFile(forReading:)`.
+  [[nodiscard]] virtual Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) = 0;
+
+  /// `AVAudioPCMBuffer(pcmFormat:frameCapacity:)`: null when there is not so much memory to spare.
+  [[nodiscard]] virtual std::shared_ptr<AVAudioPCMBuffer> makePCMBuffer(AVAudioFormat format,
+                                                                        std::uint32_t frameCapacity) = 0;
+};
+
+}  // namespace vrel

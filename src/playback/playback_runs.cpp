@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "playback/playback_runs.h"
+
+#include <optional>
+#include <utility>
+
+#include "engine/channel/audio_channel.h"
+#include "platform/clock.h"
+
+namespace vrel {
+namespace {
+
+void becomeIdle(AudioChannel& channel) {
+  channel.playbackIsPlaying.set(false);
+  channel.playbackStopRequested.set(false);
+  channel.playbackRunToken.set(std::nullopt);
+  channel.playbackMeterStartedAt.set(std::nullopt);
+}
+
+}  // namespace
+
+struct PlaybackRuns::Door {
+  explicit Door(MainQueue& postTo) : mainQueue(postTo) {}
+
+  /// Drops the work when the runs have ended.
+  void async(DispatchQueue::Work work) {
+    const std::lock_guard lock(mutex);
+    if (queue != nullptr) {
+      queue->async(std::move(work));
+    }
+  }
+
+  MainQueue& mainQueue;
+  std::mutex mutex;
+  DispatchQueue* queue = nullptr;  // guarded by mutex
+};
+
+/// One run as the player queue and the completions know it. Nothing in it changes.
+struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
+  /// The node, while this run is the channel's; on the player queue.
+  [[nodiscard]] std::shared_ptr<AVAudioPlayerNode> currentNode() const {
+    const auto seen = view.lock();
+    return seen != nullptr && seen->runNumber.load() == runNumber ? node.lock() : nullptr;
+  }
+
+  void begin() {
+    const auto player = currentNode();
+    const auto seen = view.lock();
+    if (player == nullptr || seen == nullptr) {
+      return;
+    }
+    player->stop();
+    const bool loops = seen->loops.load();
+    if (file != nullptr) {
+      scheduleSegment(*player, loops);
+    } else if (buffer != nullptr && !stopAtRangeEnd) {
+      using Options = AVAudioPlayerNodeBufferOptions;
+      player->scheduleBuffer(buffer, loops ? Options::loops : Options::none, endOfRun());
+    } else if (buffer != nullptr) {
+      player->scheduleBuffer(buffer, AVAudioPlayerNodeBufferOptions::none, nextPass());
+    }
+    player->play();
+  }
+
+  void scheduleSegment(AVAudioPlayerNode& player, bool loops) {
+    player.scheduleSegment(file, startFrame, frameCount, loops ? nextPass() : endOfRun());
+  }
+
+  [[nodiscard]] std::function<void()> endOfRun() {
+    return [run = shared_from_this()] { run->postEnd(); };
+  }
+  [[nodiscard]] std::function<void()> nextPass() {
+    return [run = shared_from_this()] { run->door->async([run] { run->passAgain(); }); };
+  }
+
+  void passAgain() {
+    const auto player = currentNode();
+    const auto seen = view.lock();
+    if (player == nullptr || seen == nullptr) {
+      return;
+    }
+    if (seen->stopRequested.load()) {
+      player->stop();
+      postEnd();
+    } else if (file != nullptr) {
+      scheduleSegment(*player, true);
+    } else {
+      player->scheduleBuffer(buffer, AVAudioPlayerNodeBufferOptions::none, nextPass());
+    }
+  }
+
+  void postEnd() const {
+    door->mainQueue.async([weakChannel = channel, ended = token] {
+      const auto owner = weakChannel.lock();
+      if (owner != nullptr && owner->playbackRunToken.get() == ended) {
+        becomeIdle(*owner);
+      }
+    });
+  }
+
+  std::shared_ptr<Door> door;
+  std::weak_ptr<AudioChannel> channel;  // for the main thread: its last holder must not be another one
+  std::weak_ptr<PlaybackRunView> view;
+  std::weak_ptr<AVAudioPlayerNode> node;
+  Uuid token;
+  std::uint64_t runNumber = 0;
+  std::shared_ptr<AVAudioFile> file;
+  std::int64_t startFrame = 0;
+  std::uint32_t frameCount = 0;
+  std::shared_ptr<AVAudioPCMBuffer> buffer;
+  bool stopAtRangeEnd = false;
+};
+
+PlaybackRuns::PlaybackRuns(DispatchQueueFactory& queues, MainQueue& mainQueue, HostClock& clock)
+    : clock_(clock),
+      door_(std::make_shared<Door>(mainQueue)),
+      playbackQueue_(queues.makeSerialQueue("vrel.playback.player")) {
+  const std::lock_guard lock(door_->mutex);
+  door_->queue = playbackQueue_.get();
+}
+
+PlaybackRuns::~PlaybackRuns() {
+  const std::lock_guard lock(door_->mutex);
+  door_->queue = nullptr;
+}
+
+void PlaybackRuns::triggerPlayback(AudioChannel& channel) {
+  if (const auto playerNode = std::dynamic_pointer_cast<AVAudioPlayerNode>(channel.instrumentNode.get())) {
+    triggerPlayback(channel, playerNode);
+  }
+}
+
+void PlaybackRuns::triggerPlayback(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
+  if (!channel.playbackIsPlaying.get()) {
+    startRun(channel, playerNode);
+  } else if (channel.playbackStopMode.get() != "toggle" && channel.playbackLoop.get()) {
+    channel.playbackStopRequested.set(true);
+  } else {
+    endRun(channel, playerNode);
+  }
+}
+
+void PlaybackRuns::endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
+  becomeIdle(channel);
+  playbackQueue_->async([node = std::weak_ptr(playerNode)] {
+    if (const auto player = node.lock()) {
+      player->stop();
+    }
+  });
+}
+
+void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
+  const auto run = std::make_shared<Run>();
+  run->buffer = channel.playbackBuffer.get();
+  run->file = channel.playbackFile.get();
+  run->startFrame = channel.playbackStartFrame.get();
+  run->frameCount = channel.playbackFrameCount.get();
+  if (run->buffer == nullptr && (run->file == nullptr || run->frameCount == 0)) {
+    return;
+  }
+  run->token = Uuid::fresh();
+  channel.playbackRunToken.set(run->token);
+  channel.playbackIsPlaying.set(true);
+  channel.playbackStopRequested.set(false);
+  channel.playbackMeterStartedAt.set(clock_.CACurrentMediaTime());
+  run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get() == "rangeEnd";
+  run->door = door_;
+  run->channel = channel.weak_from_this();
+  run->view = channel.playbackRunView;
+  run->runNumber = channel.playbackRunView->runNumber.load();
+  run->node = playerNode;
+  playbackQueue_->async([run] { run->begin(); });
+}
+
+}  // namespace vrel
