@@ -37,6 +37,10 @@ void ChannelChains::prepareOutputGraph() {
   }
 }
 
+bool ChannelChains::isMaster(const AudioChannel& channel) const {
+  return strips_.isMaster(channel);
+}
+
 void ChannelChains::rebuildChannelEffectChain(AudioChannel& channel) {
   if (strips_.isMaster(channel)) {
     rebuildMasterEffectChain(false);

@@ -30,6 +30,8 @@ class ChannelChains {
   /// Main mixer to output in the output's own format; then the master's rack if it has a node.
   void prepareOutputGraph();
 
+  [[nodiscard]] bool isMaster(const AudioChannel& channel) const;
+
   /// Rewires one strip, with its tap and reverb mix; given the master, rewires that where it needs it.
   /// Does nothing, not even the tap, without an instrument.
   void rebuildChannelEffectChain(AudioChannel& channel);

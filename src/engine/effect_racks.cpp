@@ -95,6 +95,21 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
   }
 }
 
+void EffectRacks::loadEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                             const AVAudioUnitComponent& component, std::function<void(bool)> completion) {
+  instantiateEffectNode(component, [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), slotId, component,
+                                    completion = std::move(completion), &mainQueue = with_.mainQueue](UnitNode node) {
+    mainQueue.async([this, life, weakChannel, slotId, component, completion, node = std::move(node)] {
+      const auto target = weakChannel.lock();
+      if (life.isAlive() && target != nullptr && node != nullptr) {
+        replaceEffectSlot(*target, slotId, component, node, completion);
+      } else if (completion) {
+        completion(false);
+      }
+    });
+  });
+}
+
 void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
   with_.mutator.performGraphMutation("removeEffectSlot", [&] {
     auto nodes = channel.effectNodes.get();
@@ -109,6 +124,9 @@ void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
     with_.chains.rebuildChannelEffectChain(channel);
   });
   with_.levels.applyMixerLevels();
+  if (with_.chains.isMaster(channel)) {
+    with_.chains.rebuildMasterEffectChain(true);
+  }
 }
 
 bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node) {

@@ -62,6 +62,13 @@ class EffectRacks {
   void replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, const AVAudioUnitComponent& component,
                          const UnitNode& node, const std::function<void(bool)>& completion);
 
+  /// Makes `component` and puts it into the slot as above, in whatever order several such loads end.
+  /// `completion` may be empty; it is called once, on the main queue, with false when the plug-in does
+  /// not load or engine or channel have gone by then.
+  void loadEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                  const AVAudioUnitComponent& component, std::function<void(bool)> completion);
+
+  /// Takes the slot and its node out. The master is wired anew in any case.
   void removeEffectSlot(AudioChannel& channel, const Uuid& slotId);
 
   /// Takes a node that has died out of the chain; its slot stays, with the state that was saved. False

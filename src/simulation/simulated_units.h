@@ -23,7 +23,8 @@ struct RecordedEvent {
   bool operator==(const RecordedEvent&) const = default;
 };
 
-/// A plug-in that keeps what is done to it. `calls` has "host callbacks", "state" and "reset", in order.
+/// A plug-in that keeps what is done to it. `calls` has "host callbacks", "state" and "reset", in order;
+/// so has the record of a graph that `alsoTells` points to, among what is done there.
 class ScriptedUnitCore : public AUAudioUnit {
  public:
   std::optional<PropertyListDictionary> fullStateForDocument() override {
@@ -35,14 +36,21 @@ class ScriptedUnitCore : public AUAudioUnit {
     return presetState;
   }
   void setFullStateForDocument(const PropertyListDictionary& state) override {
-    calls.emplace_back("state");
+    note("state");
     documentState = state;
   }
 
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { musicalContextBlock = std::move(block); }
   void setTransportStateBlock(AUHostTransportStateBlock block) override {
-    calls.emplace_back("host callbacks");
+    note("host callbacks");
     transportStateBlock = std::move(block);
+  }
+
+  void note(const std::string& call) {
+    calls.push_back(call);
+    if (alsoTells != nullptr) {
+      alsoTells->push_back(call);
+    }
   }
 
   AUHostMusicalContextBlock musicalContextBlock;
@@ -52,6 +60,7 @@ class ScriptedUnitCore : public AUAudioUnit {
   int documentStateReads = 0;
   int presetStateReads = 0;
   std::vector<std::string> calls;
+  std::vector<std::string>* alsoTells = nullptr;
 };
 
 /// A low-level handle that keeps what it was told, and answers as told.
@@ -72,7 +81,7 @@ class ScriptedUnit : public SimulatedNodeOf<AVAudioUnit> {
   using SimulatedNodeOf::SimulatedNodeOf;
   AUAudioUnit& auAudioUnit() override { return core; }
   AudioUnitHandle* audioUnit() override { return handle ? &*handle : nullptr; }
-  void reset() override { core.calls.emplace_back("reset"); }
+  void reset() override { core.note("reset"); }
 
   ScriptedUnitCore core;
   std::optional<ScriptedHandle> handle;
@@ -84,7 +93,7 @@ class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
   using SimulatedNodeOf::SimulatedNodeOf;
   AUAudioUnit& auAudioUnit() override { return core; }
   AudioUnitHandle* audioUnit() override { return handle ? &*handle : nullptr; }
-  void reset() override { core.calls.emplace_back("reset"); }
+  void reset() override { core.note("reset"); }
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) override {
     events.push_back({status, data1, data2});
   }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "document/plugin_path.h"
+#include "foundation/base64.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -138,6 +139,64 @@ TEST_F(Racks, RemovingASlotKeepsTheOrderOfTheOthers) {
   EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > first > third > reverb 1 > meter 1 > main mixer > output");
 }
 
+TEST_F(Racks, RemovingASlotOfTheMasterRewiresTheMasterAlsoAfterTheLevels) {
+  auto& master = *engine->masterChannel();
+  addEffect(master, "first");
+  addEffect(master, "second");
+  engine->chains().rebuildMasterEffectChain(false);
+  graph().record.clear();
+  engine->effects().removeEffectSlot(master, master.effectSlots.get()[0].id);
+  EXPECT_EQ(graph().chainFrom(graph().mainMixerNode()), "main mixer > second > output");
+  EXPECT_EQ(graph().count("stop"), 2);
+  engine->effects().removeEffectSlot(master, master.effectSlots.get()[0].id);
+  EXPECT_EQ(graph().chainFrom(graph().mainMixerNode()), "main mixer > output");
+}
+
+TEST_F(Racks, AnEffectThatIsLoadedGoesIntoItsSlotOnTheMainQueue) {
+  const auto strip = addStrip("Piano");
+  std::vector<bool> results;
+  engine->effects().loadEffect(strip.channel, Uuid::fresh(), chorus, [&](bool ok) { results.push_back(ok); });
+  units.answerWithUnit();
+  EXPECT_TRUE(strip.channel->effectSlots.get().empty()) << "the answer comes on any thread";
+  mainQueue.runAll();
+  EXPECT_EQ(results, std::vector<bool>{true});
+  EXPECT_EQ(names(*strip.channel), Lines{"Chorus"});
+  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > effect 1 > reverb 1 > meter 1 > main mixer > output");
+}
+
+TEST_F(Racks, AnEffectThatIsLoadedMayStandInTheMaster) {
+  engine->effects().loadEffect(engine->masterChannel(), Uuid::fresh(), chorus, nullptr);
+  units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_EQ(graph().chainFrom(graph().mainMixerNode()), "main mixer > effect 1 > output");
+}
+
+TEST_F(Racks, AnEffectThatDoesNotLoadOrComesTooLateChangesNothingAndSaysSo) {
+  auto strip = addStrip("Piano");
+  std::vector<bool> results;
+  const auto load = [&] {
+    engine->effects().loadEffect(strip.channel, Uuid::fresh(), chorus, [&](bool ok) { results.push_back(ok); });
+  };
+  load();
+  units.answer(0, nullptr, std::nullopt);
+  units.answer(0, nullptr, std::nullopt);
+  mainQueue.runAll();
+  EXPECT_EQ(results, std::vector<bool>{false});
+  EXPECT_TRUE(strip.channel->effectSlots.get().empty());
+
+  load();
+  load();
+  engine->removeChannel(*strip.channel);
+  strip.channel.reset();
+  const std::weak_ptr<simulation::ScriptedUnit> late = units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_TRUE(late.expired());
+  engine.reset();
+  units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_EQ(results, (std::vector<bool>{false, false, false}));
+}
+
 TEST_F(Racks, RestoringOnlyEmptySlotsRebuildsOnceAndCompletes) {
   const auto strip = addStrip("Piano");
   graph().record.clear();
@@ -169,6 +228,46 @@ TEST_F(Racks, RestoringLoadsAllSideBySideAndWiresThemInSlotOrderWhateverAnswersF
             "Piano > effect 2 > effect 1 > reverb 1 > meter 1 > main mixer > output");
   EXPECT_EQ(answeredFirst->core.calls, (Lines{"host callbacks", "state", "host callbacks", "reset"}));
   EXPECT_EQ(strip.channel->effectSlots.get().size(), 3U);
+}
+
+TEST_F(Racks, AnEffectIsToldTheTimeBeforeItIsAttachedAndGetsItsStateAfterwards) {
+  const auto strip = addStrip("Piano");
+  auto slot = slotFor(chorusKey);
+  slot.stateBase64 = base64Encode(propertyLists.ticketFor({PropertyListDictionary{{"depth", {0.5}}}}));
+  engine->effects().restoreEffectSlots({slot}, strip.channel, resolver(), nullptr);
+  const auto node = std::make_shared<simulation::ScriptedUnit>("chorus");
+  node->core.alsoTells = &graph().record;
+  units.answer(0, node, std::nullopt);
+  graph().record.clear();
+  mainQueue.runOne();
+  EXPECT_EQ(graph().record,
+            (Lines{"stop", "host callbacks", "attach chorus", "state", "host callbacks", "reset", "start"}));
+
+  const auto other = std::make_shared<simulation::ScriptedUnit>("other");
+  other->core.alsoTells = &graph().record;
+  graph().record.clear();
+  engine->effects().replaceEffectSlot(*strip.channel, Uuid::fresh(), chorus, other, nullptr);
+  graph().record.resize(3);
+  EXPECT_EQ(graph().record, (Lines{"stop", "host callbacks", "attach other"}));
+}
+
+TEST_F(Racks, AMixIsAppliedToEveryChangeOfARack) {
+  const auto strip = addStrip("Piano");
+  const auto wanted = meterOf(*strip.channel).outputVolume();
+  const auto expectMix = [&](auto&& change) {
+    meterOf(*strip.channel).setOutputVolume(-1.0F);
+    change();
+    EXPECT_EQ(meterOf(*strip.channel).outputVolume(), wanted);
+  };
+  const auto id = Uuid::fresh();
+  const auto node = std::make_shared<simulation::ScriptedUnit>("chorus");
+  expectMix([&] { engine->effects().replaceEffectSlot(*strip.channel, id, chorus, node, nullptr); });
+  expectMix([&] { EXPECT_TRUE(engine->effects().loseEffectNode(*strip.channel, node)); });
+  expectMix([&] { engine->effects().removeEffectSlot(*strip.channel, id); });
+  expectMix([&] {
+    engine->effects().restoreEffectSlots({slotFor("aucd:1:2:3")}, strip.channel, resolver(), nullptr);
+    mainQueue.runAll();
+  });
 }
 
 TEST_F(Racks, ARestoreRestartsOnceForEachNodeAndOnceForTheChain) {

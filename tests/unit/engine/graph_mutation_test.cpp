@@ -2,6 +2,8 @@
 #include "engine/graph_mutator.h"
 
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "support/simulated_stage.h"
 
@@ -96,6 +98,13 @@ TEST_F(GraphMutation, EachOperationTellsAFailureUnderItsOwnLabel) {
   addEffect(channel, "second");
   EXPECT_EQ(failureOf([&] { effects.restoreEffectSlots({}, strip.channel, nullptr, nullptr); }),
             failureUnder("detachEffectNodes"));
+  auto wanted = AudioPluginSlot{};
+  wanted.pluginPath = chorusKey;
+  effects.restoreEffectSlots(
+      {wanted}, strip.channel, [](const std::string&) { return std::optional(chorus); }, nullptr);
+  units.answerWithUnit();
+  EXPECT_EQ(failureOf([&] { mainQueue.runOne(); }), failureUnder("restoreEffectSlot"));
+  effects.restoreEffectSlots({}, strip.channel, nullptr, nullptr);
   EXPECT_EQ(failureOf([&] { loader.unloadInstrument(channel); }), failureUnder("unloadInstrument"));
   EXPECT_EQ(failureOf([&] { loader.loadVisualInstrument(channel, {}, nullptr); }),
             failureUnder("loadVisualInstrument"));

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/instrument_loader.h"
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "foundation/base64.h"
 #include "support/simulated_stage.h"
 
@@ -105,9 +111,70 @@ TEST_F(Loading, NeitherNodeNorErrorFailsWithoutALine) {
 TEST_F(Loading, ASavedStateGoesInBeforeTheNodeIsAttachedAndIsFollowedByAReset) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
+  node->core.alsoTells = &graph().record;
+  graph().record.clear();
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", stateText(saved));
-  EXPECT_EQ(node->core.calls, (Lines{"host callbacks", "state", "host callbacks", "reset"}));
+  graph().record.resize(5);
+  EXPECT_EQ(graph().record, (Lines{"host callbacks", "state", "host callbacks", "reset", "attach Piano"}));
   EXPECT_EQ(node->core.documentState, saved);
+}
+
+TEST_F(Loading, WhoeverHearsOfANewInstrumentFindsItInTheGraph) {
+  const auto channel = engine->addChannel("A");
+  bool wasAttached = false;
+  const auto connection =
+      channel->instrumentNode.changed.connect([&](const auto& node) { wasAttached = graph().isAttached(node); });
+  const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
+  engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", std::nullopt);
+  EXPECT_TRUE(wasAttached);
+}
+
+TEST_F(Loading, AnAnswerWithANodeAndAnErrorCountsAsFailed) {
+  const auto channel = engine->addChannel("A");
+  engine->instruments().loadInstrument(channel, piano, std::nullopt, nullptr);
+  units.answer(0, std::make_shared<simulation::ScriptedInstrument>("broken"), Error{"half made"});
+  mainQueue.runAll();
+  EXPECT_EQ(console.lines, Lines{"Failed to load plugin: half made"});
+  EXPECT_EQ(channel->status.get(), "Load failed");
+  EXPECT_EQ(channel->instrumentNode.get(), nullptr);
+}
+
+TEST_F(Loading, OnlyWhatStandsUnderAPluginsKeyIsParked) {
+  for (const std::string path : {"", "internal:playback", "internal:visual"}) {
+    auto strip = addStrip("Piano");
+    strip.channel->pluginPath.set(path);
+    const std::weak_ptr<simulation::ScriptedInstrument> node = std::exchange(strip.instrument, nullptr);
+    engine->instruments().unloadInstrument(*strip.channel);
+    settle();
+    EXPECT_EQ(engine->pluginPool().idleCount(path), 0U) << path;
+    EXPECT_TRUE(node.expired()) << path;
+  }
+}
+
+TEST_F(Loading, AMixIsAppliedToWhatWasInstalled) {
+  const auto strip = addStrip("Piano");
+  meterOf(*strip.channel).setOutputVolume(-1.0F);
+  const auto next = std::make_shared<simulation::ScriptedInstrument>("Organ");
+  engine->instruments().installInstrumentNode(*strip.channel, next, organKey, "Organ", std::nullopt);
+  EXPECT_EQ(meterOf(*strip.channel).outputVolume(), engine->levels().channelOutputLevel(*strip.channel));
+  meterOf(*strip.channel).setOutputVolume(-1.0F);
+  strip.channel->pluginPath.set("");
+  engine->instruments().reviveChannel(strip.channel);
+  EXPECT_EQ(meterOf(*strip.channel).outputVolume(), engine->levels().channelOutputLevel(*strip.channel));
+  meterOf(*strip.channel).setOutputVolume(-1.0F);
+  engine->instruments().loadVisualInstrument(*strip.channel, {}, nullptr);
+  EXPECT_EQ(meterOf(*strip.channel).outputVolume(), engine->levels().channelOutputLevel(*strip.channel));
+}
+
+TEST_F(Loading, VisualModeLeavesTheRackAttachedAndUnlinked) {
+  const auto strip = addStrip("Piano");
+  const auto effect = addEffect(*strip.channel, "chorus");
+  engine->chains().rebuildChannelEffectChain(*strip.channel);
+  engine->instruments().loadVisualInstrument(*strip.channel, {}, nullptr);
+  EXPECT_TRUE(graph().isAttached(effect));
+  EXPECT_EQ(graph().chainFrom(effect), "chorus");
+  EXPECT_EQ(graph().chainFrom(strip.channel->reverbNode.get()), "reverb 1");
+  EXPECT_EQ(graph().chainFrom(strip.channel->meterNode.get()), "meter 1");
 }
 
 TEST_F(Loading, AStateThatCannotBeDecodedIsToldAndTheInstrumentLoadsWithItsOwn) {

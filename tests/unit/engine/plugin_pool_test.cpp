@@ -79,6 +79,14 @@ TEST_F(Pool, ANodeThatIsNoInstrumentCountsAsNone) {
   EXPECT_FALSE(pool().isPrewarming(pianoKey));
 }
 
+TEST_F(Pool, AnAnswerWithANodeAndAnErrorCountsAsFailed) {
+  pool().prewarmPlugin(pianoKey, nullptr);
+  poolQueue().runAll();
+  units.answer(0, std::make_shared<simulation::ScriptedInstrument>("broken"), Error{"half made"});
+  EXPECT_EQ(pool().idleCount(pianoKey), 0U);
+  EXPECT_EQ(console.lines, Lines{"Prewarm failed for " + pianoKey + ": half made"});
+}
+
 TEST_F(Pool, TwoLoadsBackToBackTakeTheWarmNodeAndMakeTheOtherAndRefill) {
   const auto warm = park(pianoKey);
   const auto first = engine->addChannel("A");
@@ -117,13 +125,14 @@ TEST_F(Pool, SentinelsEnterAndLeaveAndTheResolverFindsNothing) {
   bool wasWarming = false;
   pool().setResolver([&](const std::string& key) {
     asked.push_back(key);
+    wasWarming = pool().isPrewarming(key);
     return std::optional<AVAudioUnitComponent>{};
   });
   pool().prewarmPlugins({songOf({"internal:playback", "internal:playback"})});
   poolQueue().runAll();
-  wasWarming = pool().isPrewarming("internal:playback");
   EXPECT_EQ(asked, Lines{"internal:playback"});
-  EXPECT_FALSE(wasWarming);
+  EXPECT_TRUE(wasWarming);
+  EXPECT_FALSE(pool().isPrewarming("internal:playback"));
   EXPECT_EQ(pool().idleCount("internal:playback"), 0U);
   EXPECT_TRUE(units.requests.empty());
 }

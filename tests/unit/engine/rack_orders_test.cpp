@@ -144,6 +144,27 @@ TEST(RackOrders, SlotsMayBeRemovedFilledAndMovedBetweenAnyTwoAnswers) {
   });
 }
 
+TEST(RackOrders, LoadsByHandEndInAnyOrderAndTheLastAnswerStays) {
+  EveryOrder::walk([](EveryOrder& order) {
+    RackMachine machine;
+    auto& effects = machine.engine->effects();
+    auto& channel = *machine.strip.channel;
+    const auto taken = Uuid::fresh();
+    std::vector<bool> results;
+    const auto load = [&](const Uuid& slotId) {
+      effects.loadEffect(machine.strip.channel, slotId, RackMachine::chorus, [&](bool ok) { results.push_back(ok); });
+    };
+    load(taken);
+    load(taken);
+    load(Uuid::fresh());
+    machine.playOut(order, {[&] { effects.removeEffectSlot(channel, taken); }}, {Ending::node, Ending::error});
+    EXPECT_EQ(results.size(), 3U);
+    EXPECT_EQ(static_cast<std::size_t>(std::count(results.begin(), results.end(), true)), machine.made.size());
+    EXPECT_EQ(channel.effectSlots.get().size(), channel.effectNodes.get().size());
+    machine.expectSoundStrip();
+  });
+}
+
 TEST(RackOrders, ASecondRestoreMayBeginBetweenAnyTwoAnswersOfTheFirst) {
   EveryOrder::walk([](EveryOrder& order) {
     RackMachine machine;
