@@ -18,9 +18,9 @@ namespace vrel::system {
 /// The user's settings in an INI file, read once and written through at every set.
 ///
 /// Main thread. The file is replaced in one step, so that a crash leaves the old or the new one. Of a damaged file
-/// only what can not be read is lost, and before it is overwritten it is moved aside, to the same name with
-/// ".damaged" at its end. A file that can not be written leaves the values in force for this run, and is
-/// told in one line, until it can be written again.
+/// only what can not be read is lost, and before it is replaced it is kept under the same name with ".damaged" at its
+/// end, and a number after that where an earlier one is kept already. A file that can not be written leaves the values
+/// in force for this run, and is told in one line, until it can be written again.
 class IniUserDefaults final : public NSUserDefaults {
  public:
   /// Reads the file, which need not be there. An empty path keeps the values for this run only.

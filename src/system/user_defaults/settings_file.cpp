@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <string>
 #include <system_error>
 
 namespace vrel::system {
@@ -44,6 +45,25 @@ Outcome makeFolder(const fs::path& folder) {
     return Error{folder.string() + ": " + error.message()};
   }
   return {};
+}
+
+/// Gives the file a second name that nothing has yet; 0 or the error's number. It stays in its place as
+/// well, so that there is no moment without a file. No file, no work.
+int keepAside(const fs::path& target, const std::string& suffix) {
+  constexpr int mostKept = 99;
+  for (int number = 1; number <= mostKept; ++number) {
+    const std::string kept = target.string() + suffix + (number == 1 ? "" : std::to_string(number));
+    if (::link(target.c_str(), kept.c_str()) == 0 || errno == ENOENT) {
+      return 0;
+    }
+    std::error_code ignored;
+    if (errno == EEXIST || fs::exists(fs::symlink_status(kept, ignored))) {
+      continue;
+    }
+    // What can have one name only, such as a folder: it has to go for the new file to come.
+    return std::rename(target.c_str(), kept.c_str()) == 0 ? 0 : errno;
+  }
+  return EEXIST;
 }
 
 }  // namespace
@@ -95,9 +115,8 @@ Outcome replaceFile(const fs::path& path, std::string_view text, const std::stri
     code = errno;
   }
   // Only now, so that the old file is given up for nothing less than a whole new one.
-  const std::string kept = target.string() + keptSuffix;
-  if (code == 0 && !keptSuffix.empty() && std::rename(target.c_str(), kept.c_str()) != 0 && errno != ENOENT) {
-    code = errno;
+  if (code == 0 && !keptSuffix.empty()) {
+    code = keepAside(target, keptSuffix);
   }
   if (code == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) {
     code = errno;

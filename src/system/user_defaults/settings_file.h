@@ -21,7 +21,7 @@ struct FileStart {
 
 /// Puts `text` in the place of the file in one step: a reader, or a crash, finds the old or the new content.
 /// Makes missing folders. A link stays one, and what it leads to is replaced. With a `keptSuffix`, the old file
-/// is kept under its name with this at the end.
+/// is kept under its name with this at the end, and a number where that name is taken.
 [[nodiscard]] Outcome replaceFile(const std::filesystem::path& path, std::string_view text,
                                   const std::string& keptSuffix);
 

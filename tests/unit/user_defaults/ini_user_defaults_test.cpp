@@ -3,10 +3,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -112,6 +114,68 @@ TEST_F(UserDefaults, OfADamagedFileOnlyTheUnreadableIsLostAndTheFileIsKeptAside)
   defaults.setInteger("c", 4);
   EXPECT_EQ(textOf(path.string() + ".damaged"), damaged) << "kept aside once";
   EXPECT_EQ(console.lines.size(), 1U);
+}
+
+TEST_F(UserDefaults, EachDamagedFileIsKeptAndNoneTakesThePlaceOfAnEarlierOne) {
+  const auto damaged = [](int number) { return "a=1\nnot readable " + std::to_string(number) + "\n"; };
+  for (int number = 1; number <= 3; ++number) {
+    writeFile(damaged(number));
+    open().setString("b", "2");
+    EXPECT_EQ(textOf(path), "[defaults]\na=1\nb=2\n");
+  }
+  EXPECT_EQ(textOf(path.string() + ".damaged"), damaged(1));
+  EXPECT_EQ(textOf(path.string() + ".damaged2"), damaged(2));
+  EXPECT_EQ(textOf(path.string() + ".damaged3"), damaged(3));
+  EXPECT_EQ(filesInFolder(), 4);
+}
+
+TEST_F(UserDefaults, AFolderInThePlaceOfTheFileMakesWay) {
+  fs::create_directories(path / "with something in it");
+  auto defaults = open();
+  EXPECT_THAT(console.lines, ElementsAre(HasSubstr("Failed to read the settings")));
+  defaults.setString("a", "1");
+  EXPECT_EQ(textOf(path), "[defaults]\na=1\n");
+  EXPECT_TRUE(fs::is_directory(path.string() + ".damaged/with something in it"));
+}
+
+/// A disk that takes no more than so many bytes of a file.
+class SmallDisk {
+ public:
+  explicit SmallDisk(rlim_t bytes) : formerAction_(std::signal(SIGXFSZ, SIG_IGN)) {
+    ::getrlimit(RLIMIT_FSIZE, &former_);
+    const rlimit small{bytes, former_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+  }
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+  ~SmallDisk() {
+    ::setrlimit(RLIMIT_FSIZE, &former_);
+    std::signal(SIGXFSZ, formerAction_);
+  }
+
+ private:
+  void (*formerAction_)(int);
+  rlimit former_{};
+};
+
+TEST_F(UserDefaults, ADiskThatTakesNoMoreLeavesTheOldFileWholeAndTheValueInForce) {
+  const std::string value(100, 'x');
+  for (const std::string former : {"[defaults]\na=1\n", "a=1\nnot readable\n"}) {
+    writeFile(former);
+    auto defaults = open();
+    console.lines.clear();
+    {
+      const SmallDisk disk(40);
+      defaults.setString("a", value);
+    }
+    EXPECT_THAT(console.lines, ElementsAre(HasSubstr("Failed to save the settings")));
+    EXPECT_EQ(defaults.stringForKey("a"), value);
+    EXPECT_EQ(textOf(path), former);
+    EXPECT_EQ(filesInFolder(), 1) << "and nothing half written beside it";
+    defaults.setString("b", "2");
+    EXPECT_EQ(textOf(path), "[defaults]\na=" + value + "\nb=2\n");
+    fs::remove(path.string() + ".damaged");
+  }
 }
 
 TEST_F(UserDefaults, BinaryJunkIsEmptyAndKeptAside) {
