@@ -2,6 +2,7 @@
 #include "performance/performance_display.h"
 
 #include <cstdint>
+#include <string>
 
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
@@ -20,6 +21,13 @@ void showPerformance(AppState& state, AudioEngine& engine) {
                                                                   std::uint8_t data2) {
     state.performanceControl(status, data1, data2);
   };
+}
+
+void showMidiPortName(AppState& state, AudioEngine& engine) {
+  if (auto* input = engine.midiInput()) {
+    input->onMidiPortNameChanged = [&state](const std::string& name) { state.activeMidiPortName.set(name); };
+    state.activeMidiPortName.set(input->currentMidiPortName());
+  }
 }
 
 }  // namespace vrel

@@ -14,4 +14,8 @@ void performPanic(AppState& state, AudioEngine& engine);
 /// state must outlive the engine.
 void showPerformance(AppState& state, AudioEngine& engine);
 
+/// Shows the name of the MIDI input, from now on and as it is now: the first connection usually comes
+/// before there is anything to show it. The state must outlive the engine.
+void showMidiPortName(AppState& state, AudioEngine& engine);
+
 }  // namespace vrel

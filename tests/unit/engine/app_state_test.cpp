@@ -3,49 +3,80 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "performance/performance_display.h"
+#include "simulation/simulated_components.h"
+#include "simulation/simulated_midi_service.h"
 #include "simulation/simulated_user_defaults.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
 namespace {
 
-class Components : public AVAudioUnitComponentManager {
- public:
-  std::vector<AVAudioUnitComponent> componentsMatchingDescription(
-      const AudioComponentDescription& description) override {
-    std::vector<AVAudioUnitComponent> matching;
-    for (const auto& component : list) {
-      if (component.audioComponentDescription.componentType == description.componentType) {
-        matching.push_back(component);
-      }
-    }
-    return matching;
-  }
-  std::vector<AVAudioUnitComponent> list;
-};
-
 class Session : public SimulatedStage {
  protected:
   AppState& make() { return state.emplace(defaults, components, mainQueue, console); }
 
   simulation::SimulatedUserDefaults defaults;
-  Components components;
+  simulation::SimulatedComponentManager components;
   std::optional<AppState> state;
 };
 
-TEST_F(Session, BeginsEmptyAndDisconnected) {
+TEST_F(Session, BeginsWithNothingOpenAndNothingUnsaved) {
   const auto& session = make();
+  EXPECT_EQ(session.language.get(), Language::english);
   EXPECT_TRUE(session.songs.get().empty());
   EXPECT_FALSE(session.selectedSongIndex.get().has_value());
+  EXPECT_EQ(session.newSongName.get(), "");
   EXPECT_FALSE(session.currentFilePath.get().has_value());
   EXPECT_FALSE(session.isDirty.get());
+  EXPECT_FALSE(session.showCloseDialog.get());
+  EXPECT_FALSE(session.allowedToClose.get());
+  EXPECT_EQ(session.songNotes.get(), "");
   EXPECT_EQ(session.tempoBpm.get(), 120U);
+  EXPECT_TRUE(session.globalMidiControlAssignments.get().empty());
+  EXPECT_EQ(defaults.writeCount, 0) << "reading the settings writes none";
+}
+
+TEST_F(Session, BeginsWithNothingPressedAndDisconnected) {
+  const auto& session = make();
+  EXPECT_TRUE(session.pressedNotes.get().empty());
+  EXPECT_FALSE(session.lastMouseNote.get().has_value());
+  EXPECT_EQ(session.sustainPedalValue.get(), 0.0F);
+  EXPECT_EQ(session.expressionValue.get(), 0.0F);
+  EXPECT_EQ(session.modulationValue.get(), 0.0F);
+  EXPECT_EQ(session.pitchBendValue.get(), 0.0F);
   EXPECT_EQ(session.activeMidiPortName.get(), "Disconnected");
   EXPECT_EQ(session.keyboardStartNote.get(), 21);
   EXPECT_EQ(session.keyboardKeyCount.get(), 88);
-  EXPECT_EQ(defaults.writeCount, 0) << "reading the settings writes none";
+  EXPECT_FALSE(session.isLiveModeEnabled.get());
+  EXPECT_FALSE(session.isMidiLearnMode.get());
+}
+
+TEST_F(Session, BeginsWithNoSelectorOpenNothingLoadingAndNoSwitchUnderWay) {
+  const auto& session = make();
+  EXPECT_FALSE(session.pluginSelectorChannelId.get().has_value());
+  EXPECT_EQ(session.pluginSelectorFilter.get(), "");
+  EXPECT_EQ(session.audioEffectSelectorFilter.get(), "");
+  EXPECT_FALSE(session.pluginMenuChannelId.get().has_value());
+  EXPECT_FALSE(session.showLoadingModal.get());
+  EXPECT_EQ(session.loadingMessage.get(), "");
+  EXPECT_EQ(session.remainingLoadsCount.get(), 0);
+  EXPECT_EQ(session.totalLoadsCount.get(), 0);
+  EXPECT_FALSE(session.songSwitchInProgress.get());
+  EXPECT_FALSE(session.songSwitchElapsedMs.get().has_value());
+  EXPECT_FALSE(session.songSwitchStartedAtUptime.get().has_value());
+  EXPECT_EQ(session.songSwitchPendingLoads.get(), 0);
+  EXPECT_NE(session.songSwitchLoadToken.get(), session.loadingSessionToken.get());
+}
+
+TEST_F(Session, ItsColoursAreOrangeAndTeal) {
+  EXPECT_EQ(AppState::accentColor, (Color{1.0, 1.0 / 3.0, 0.0}));
+  EXPECT_EQ(AppState::secondaryColor, (Color{0.0, 194.0 / 255.0, 194.0 / 255.0}));
 }
 
 TEST_F(Session, ABufferSizeThatCanNotBeChosenGives128) {
@@ -64,8 +95,18 @@ TEST_F(Session, ABlendModeThatIsNoCaseGivesPlusLighter) {
   EXPECT_EQ(make().visualBlendMode.get(), VisualBlendMode::plusLighter);
   defaults.values["vrel.visual.blendMode"] = "dissolve";
   EXPECT_EQ(make().visualBlendMode.get(), VisualBlendMode::plusLighter);
-  defaults.values["vrel.visual.blendMode"] = "multiply";
-  EXPECT_EQ(make().visualBlendMode.get(), VisualBlendMode::multiply);
+}
+
+TEST_F(Session, EachBlendModeIsStoredAsTheTextOfItsCase) {
+  const std::vector<std::pair<VisualBlendMode, std::string>> texts{{VisualBlendMode::multiply, "multiply"},
+                                                                   {VisualBlendMode::screen, "screen"},
+                                                                   {VisualBlendMode::plusLighter, "plusLighter"},
+                                                                   {VisualBlendMode::normal, "normal"}};
+  for (const auto& [mode, text] : texts) {
+    make().visualBlendMode.set(mode);
+    EXPECT_EQ(defaults.stringForKey("vrel.visual.blendMode"), text);
+    EXPECT_EQ(make().visualBlendMode.get(), mode);
+  }
 }
 
 TEST_F(Session, SettingsAreWrittenThroughAndReadByTheNextStart) {
@@ -87,6 +128,8 @@ TEST_F(Session, EveryAssignmentWritesAlsoAnEqualOneAndAnyFrameSize) {
   EXPECT_EQ(defaults.writeCount, 1);
   session.audioIOBufferFrameSize.set(77);
   EXPECT_EQ(defaults.integerForKey("vrel.audio.ioBufferFrameSize"), 77);
+  session.visualBlendMode.set(session.visualBlendMode.get());
+  EXPECT_EQ(defaults.writeCount, 3);
 }
 
 TEST_F(Session, AnEmptyTextRemovesItsKeySoThatTheNextStartReadsAbsent) {
@@ -97,6 +140,7 @@ TEST_F(Session, AnEmptyTextRemovesItsKeySoThatTheNextStartReadsAbsent) {
   session.audioOutputDeviceUID.set(std::nullopt);
   EXPECT_TRUE(defaults.values.empty());
   EXPECT_FALSE(make().visualBackgroundVideoPath.get().has_value());
+  EXPECT_FALSE(make().audioOutputDeviceUID.get().has_value());
 }
 
 TEST_F(Session, TheScanFillsBothListsSortedAndOnce) {
@@ -131,6 +175,28 @@ TEST_F(Session, ALoadingSessionCountsDownAndEnds) {
   session.completeOneLoad();
   EXPECT_FALSE(session.showLoadingModal.get());
   EXPECT_EQ(session.totalLoadsCount.get(), 0);
+  EXPECT_EQ(session.loadingMessage.get(), "");
+}
+
+TEST_F(Session, AFinishedLoadingSessionLeavesNothingOfIt) {
+  auto& session = make();
+  session.beginLoadingSession(3, "Loading");
+  const auto token = session.loadingSessionToken.get();
+  session.finishLoadingSession();
+  EXPECT_NE(session.loadingSessionToken.get(), token) << "its job is disarmed";
+  EXPECT_FALSE(session.showLoadingModal.get());
+  EXPECT_EQ(session.loadingMessage.get(), "");
+  EXPECT_EQ(session.remainingLoadsCount.get(), 0);
+  EXPECT_EQ(session.totalLoadsCount.get(), 0);
+}
+
+TEST_F(Session, TheJobOfASessionWhoseModalWasClosedDoesNothing) {
+  auto& session = make();
+  session.beginLoadingSession(1, "Loading");
+  session.showLoadingModal.set(false);
+  mainQueue.advance(31);
+  EXPECT_TRUE(console.lines.empty());
+  EXPECT_EQ(session.remainingLoadsCount.get(), 1);
 }
 
 TEST_F(Session, ACompletionWithNothingLeftEndsTheSessionWithoutGoingNegative) {
@@ -236,6 +302,25 @@ TEST_F(Session, TheEnginesTrafficIsShown) {
   EXPECT_TRUE(session.pressedNotes.get().empty()) << "a stopped engine hears nothing";
 }
 
+TEST_F(Session, TheNameOfTheMidiInputIsShownAlsoOfAConnectionThatCameBefore) {
+  auto& session = make();
+  showMidiPortName(session, *engine);
+  EXPECT_EQ(session.activeMidiPortName.get(), "Disconnected") << "a machine without MIDI";
+
+  simulation::SimulatedNodeFactory otherNodes;
+  simulation::SimulatedMIDIService service;
+  service.sources = {"Keys"};
+  const auto other =
+      AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console, nullptr, &service});
+  EXPECT_EQ(session.activeMidiPortName.get(), "Disconnected");
+  showMidiPortName(session, *other);
+  EXPECT_EQ(session.activeMidiPortName.get(), "Keys");
+  service.sources = {"Pads"};
+  service.notify({kMIDIMsgSetupChanged});
+  mainQueue.runAll();
+  EXPECT_EQ(session.activeMidiPortName.get(), "Pads");
+}
+
 TEST_F(Session, PanicClearsTheDisplayAndSilencesTheInstruments) {
   auto& session = make();
   const auto strip = addStrip("Piano");
@@ -245,6 +330,20 @@ TEST_F(Session, PanicClearsTheDisplayAndSilencesTheInstruments) {
   EXPECT_TRUE(session.pressedNotes.get().empty());
   EXPECT_EQ(session.sustainPedalValue.get(), 0.0F);
   EXPECT_EQ(strip.instrument->events.size(), 192U);
+}
+
+TEST_F(Session, APanicClearsTheNotesFirstThenTheValuesAndThenSilencesTheInstruments) {
+  auto& session = make();
+  const auto strip = addStrip("Piano");
+  session.noteActivity(60, true);
+  session.performanceControl(0xB0, 64, 127);
+  Lines order;
+  const auto notes = session.pressedNotes.changed.connect(
+      [&](const auto&) { order.push_back("notes, pedal at " + std::to_string(session.sustainPedalValue.get() > 0)); });
+  const auto values = session.sustainPedalValue.changed.connect(
+      [&](float) { order.push_back("values, events " + std::to_string(strip.instrument->events.size())); });
+  performPanic(session, *engine);
+  EXPECT_EQ(order, (Lines{"notes, pedal at 1", "values, events 0"}));
 }
 
 TEST_F(Session, PanicOnAStoppedEngineClearsTheDisplayAndSendsNothing) {

@@ -98,14 +98,20 @@ TEST_F(Input, ASetupChangeReconnectsAndTellsTheNewNameAtOnce) {
   service.sources = {"A", "B"};
   start();
   Lines names;
-  input->onMidiPortNameChanged = [&](const std::string& name) { names.push_back(name); };
+  input->onMidiPortNameChanged = [&](const std::string& name) {
+    EXPECT_EQ(input->currentMidiPortName(), name);
+    EXPECT_EQ(console.lines.back(), names.empty() ? "Connected MIDI port: B" : "Connected MIDI port: A");
+    names.push_back(name);
+  };
   service.sources = {"A"};
+  service.record.clear();
   service.notify({kMIDIMsgSetupChanged});
   mainQueue.runAll();
   service.sources = {};
   service.notify({kMIDIMsgSetupChanged});
   mainQueue.runAll();
   EXPECT_EQ(names, (Lines{"A", "Disconnected"}));
+  EXPECT_EQ(service.record, Lines{"connect 100"}) << "nothing is made anew";
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
 }
 
