@@ -30,6 +30,7 @@ class SimulatedAudioHardware : public AudioHardware {
     for (const auto& device : list) {
       ids.push_back(device.id);
     }
+    ids.insert(ids.end(), vanishing.begin(), vanishing.end());
     return ids;
   }
 
@@ -52,6 +53,7 @@ class SimulatedAudioHardware : public AudioHardware {
   }
 
   std::vector<Device> list;
+  std::vector<AudioObjectID> vanishing;  // listed still, and gone when they are asked for anything
   AudioObjectID defaultDevice = 0;
   bool listFails = false;
   OSStatus deviceStatus = 0;

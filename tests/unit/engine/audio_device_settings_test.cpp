@@ -1,7 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/audio_device_settings.h"
 
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/app_state.h"
+#include "simulation/simulated_components.h"
 #include "simulation/simulated_hardware.h"
+#include "simulation/simulated_user_defaults.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -12,7 +19,9 @@ class DeviceSettings : public SimulatedStage {
   DeviceSettings() {
     hardware.list = {{1, {}, "in", "Microphone"},     {2, {2}, "uid-b", "beta"},
                      {3, {0, 2}, "uid-a", "Alpha"},   {4, {2}, std::nullopt, "No UID"},
-                     {5, {2}, "uid-n", std::nullopt}, {6, {0, 0}, "uid-0", "No channels"}};
+                     {5, {2}, "uid-n", std::nullopt}, {6, {0, 0}, "uid-0", "No channels"},
+                     {7, {2}, "", "Empty UID"},       {8, {2}, "uid-e", ""}};
+    hardware.vanishing = {9};
     hardware.defaultDevice = 2;
     graph().record.clear();
   }
@@ -46,6 +55,46 @@ TEST_F(DeviceSettings, TheSavedDeviceIsSetAndThenItsBufferOnAStoppedEngine) {
 TEST_F(DeviceSettings, ASavedDeviceThatIsNotThereFallsBackToTheDefault) {
   apply(128, "uid-gone");
   EXPECT_EQ(hardware.record, (Lines{"device 2", "frames 128 on 2"}));
+}
+
+TEST_F(DeviceSettings, ASavedDeviceThatIsNotThereStaysSavedAndIsTakenWhenItIsBack) {
+  simulation::SimulatedUserDefaults defaults;
+  simulation::SimulatedComponentManager components;
+  AppState session(defaults, components, mainQueue, console);
+  session.audioOutputDeviceUID.set("uid-gone");
+  const auto applySaved = [&] { apply(session.audioIOBufferFrameSize.get(), session.audioOutputDeviceUID.get()); };
+  applySaved();
+  EXPECT_EQ(hardware.record.front(), "device 2");
+  EXPECT_EQ(session.audioOutputDeviceUID.get(), "uid-gone");
+  hardware.list.push_back({10, {2}, "uid-gone", "Back"});
+  hardware.record.clear();
+  applySaved();
+  EXPECT_EQ(hardware.record.front(), "device 10");
+}
+
+TEST_F(DeviceSettings, OfTwoDevicesWithOneUidTheFirstByNameIsTaken) {
+  hardware.list = {{2, {2}, "uid", "beta"}, {3, {2}, "uid", "Alpha"}};
+  apply(64, "uid");
+  EXPECT_EQ(hardware.record.front(), "device 3");
+}
+
+TEST_F(DeviceSettings, ADefaultThatIsNoOutputSetsNothing) {
+  hardware.defaultDevice = 1;
+  apply(128, std::nullopt);
+  EXPECT_TRUE(hardware.record.empty());
+  EXPECT_EQ(graph().record, (Lines{"stop", "start"}));
+}
+
+TEST_F(DeviceSettings, TheRestartThatSucceedsClearsTheError) {
+  graph().startFailure = Error{"busy"};
+  apply(64, "uid-a");
+  graph().startFailure = std::nullopt;
+  apply(64, "uid-a");
+  EXPECT_EQ(engine->lastEngineStartError(), Error{"busy"}) << "what does not run is not started here";
+  ASSERT_TRUE(engine->ensureEngineRunning("test"));
+  apply(128, "uid-a");
+  EXPECT_FALSE(engine->lastEngineStartError().has_value());
+  EXPECT_TRUE(graph().isRunning());
 }
 
 TEST_F(DeviceSettings, WithoutASavedDeviceTheDefaultIsTaken) {

@@ -218,5 +218,28 @@ TEST_F(Capture, InstallingAndRemovingATapMayBeRepeated) {
   EXPECT_NE(meterOf(*strip.channel).tap, nullptr);
 }
 
+TEST_F(Capture, ATapWhoseMeterNodeIsGoneCountsAsInstalled) {
+  const auto strip = addStrip("Piano");
+  auto& capture = engine->levelCapture();
+  strip.channel->meterNode.set(nullptr);
+  capture.removeMeterTap(*strip.channel);
+  EXPECT_TRUE(strip.channel->meterTapInstalled.get());
+  capture.installMeterTap(*strip.channel);
+  ASSERT_NE(strip.channel->meterNode.get(), nullptr) << "a meter node is made all the same";
+  EXPECT_EQ(meterOf(*strip.channel).tap, nullptr);
+}
+
+TEST_F(Capture, TheLevelFollowsTheSolosOfOthersWithoutAnyoneAsking) {
+  const auto strip = addStrip("Piano");
+  const auto other = addStrip("Organ", organKey);
+  setUnity(*strip.channel);
+  other.channel->solo.set(true);
+  meterOf(*strip.channel).feedTap(*frame({0.5F, 0.5F}));
+  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.0F);
+  engine->removeChannel(*other.channel);
+  meterOf(*strip.channel).feedTap(*frame({0.5F, 0.5F}));
+  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.5F);
+}
+
 }  // namespace
 }  // namespace vrel
