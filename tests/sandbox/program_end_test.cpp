@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <string>
 
+#include "sandbox/own_scratch.h"
 #include "sandbox/processes.h"
 
 namespace vrel::sandbox {
@@ -20,7 +21,8 @@ using namespace std::chrono_literals;
 
 class ProgramEnd : public testing::TestWithParam<int> {};
 
-TEST_P(ProgramEnd, NoGuestOutlivesTheProgramHoweverItIsKilled) {
+TEST_P(ProgramEnd, NothingOutlivesTheProgramHoweverItIsKilled) {
+  const OwnScratch scratch;
   std::array<int, 2> pipe{};
   ASSERT_EQ(::pipe(pipe.data()), 0);
   const pid_t victim = fork();
@@ -41,6 +43,9 @@ TEST_P(ProgramEnd, NoGuestOutlivesTheProgramHoweverItIsKilled) {
   kill(victim, GetParam());
   ASSERT_EQ(waitpid(victim, nullptr, 0), victim);
   EXPECT_TRUE(happensWithin(5s, [&] { return std::none_of(guests.begin(), guests.end(), isThere); }));
+  EXPECT_EQ(scratch.count(), 5U) << "nobody was left to remove the guests' folders";
+  ScratchFolder::sweep();
+  EXPECT_EQ(scratch.count(), 0U) << "which the next program does";
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnd, testing::Values(SIGKILL, SIGTERM));

@@ -2,20 +2,18 @@
 // Strips of the engine over real processes: a strip whose plug-in dies shows it, and is brought back.
 
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <iterator>
+#include <tuple>
 
 #include "document/component_scan.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
+#include "sandbox/own_scratch.h"
 #include "sandbox/processes.h"
 #include "sandbox/sandbox_stage.h"
 #include "simulation/recording_console.h"
 #include "system/audio/offline_device.h"
 #include "system/audio/render_node_factory.h"
 #include "system/dispatch/serial_queue.h"
-#include "system/plugins/scratch_folder.h"
 #include "system/property_list/libplist_serialization.h"
 
 namespace vrel::sandbox {
@@ -91,23 +89,6 @@ class RevivedStrips : public SandboxStage {
   system::SerialQueueFactory queues_;
   system::LibplistSerialization propertyLists_;
   simulation::RecordingConsole console_;
-};
-
-/// All temporary files of the test stand in one place.
-class OwnScratch {
- public:
-  OwnScratch() { setenv("TMPDIR", folder_.path().c_str(), 1); }
-  ~OwnScratch() { usual_ ? setenv("TMPDIR", usual_->c_str(), 1) : unsetenv("TMPDIR"); }
-
-  [[nodiscard]] std::size_t count() const {
-    const std::filesystem::directory_iterator entries(folder_.path());
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-  }
-
- private:
-  const std::optional<std::string> usual_ =
-      std::getenv("TMPDIR") != nullptr ? std::optional<std::string>(std::getenv("TMPDIR")) : std::nullopt;
-  const ScratchFolder folder_ = ScratchFolder::make().value();
 };
 
 TEST_F(RevivedStrips, ADeathShowsTheSameAsItsRehearsal) {
