@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -136,6 +137,35 @@ class BenchGraph {
   RenderEngine engine;
   std::vector<Strip> strips;
 };
+
+/// Renders when told to, with the delivery of taps apart, as a device in real time has it.
+class ManualDevice final : public OutputDevice {
+ public:
+  [[nodiscard]] double sampleRate() const override { return bench::sampleRate; }
+  [[nodiscard]] std::uint32_t blockFrames() const override { return bench::blockFrames; }
+  [[nodiscard]] bool isRealTime() const override { return false; }
+  [[nodiscard]] bool isRunning() const override { return renderer_ != nullptr; }
+  [[nodiscard]] Outcome start(BlockRenderer& renderer) override {
+    renderer_ = &renderer;
+    return {};
+  }
+  void stop() override { renderer_ = nullptr; }
+
+  void render() { renderer_->render(left_.data(), right_.data(), bench::blockFrames); }
+  void pump() { renderer_->pump(); }
+  [[nodiscard]] float sample() const { return left_[0]; }
+
+ private:
+  BlockRenderer* renderer_ = nullptr;
+  std::array<float, bench::blockFrames> left_{};
+  std::array<float, bench::blockFrames> right_{};
+};
+
+using Clock = std::chrono::steady_clock;
+
+inline double microsecondsSince(Clock::time_point begin) {
+  return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+}
 
 /// The middle one of what was measured.
 inline double median(std::vector<double> values) {

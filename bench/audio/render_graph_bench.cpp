@@ -18,35 +18,6 @@
 namespace vrel::audio::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double microsecondsSince(Clock::time_point begin) {
-  return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
-}
-
-/// Renders when told to, with the delivery of taps apart, as a device in real time has it.
-class ManualDevice final : public OutputDevice {
- public:
-  [[nodiscard]] double sampleRate() const override { return bench::sampleRate; }
-  [[nodiscard]] std::uint32_t blockFrames() const override { return bench::blockFrames; }
-  [[nodiscard]] bool isRealTime() const override { return false; }
-  [[nodiscard]] bool isRunning() const override { return renderer_ != nullptr; }
-  [[nodiscard]] Outcome start(BlockRenderer& renderer) override {
-    renderer_ = &renderer;
-    return {};
-  }
-  void stop() override { renderer_ = nullptr; }
-
-  void render() { renderer_->render(left_.data(), right_.data(), bench::blockFrames); }
-  void pump() { renderer_->pump(); }
-  [[nodiscard]] float sample() const { return left_[0]; }
-
- private:
-  BlockRenderer* renderer_ = nullptr;
-  std::array<float, bench::blockFrames> left_{};
-  std::array<float, bench::blockFrames> right_{};
-};
-
 /// The same processors on buffers of their own, called one after the other by hand.
 class BareLoop {
  public:
