@@ -12,8 +12,8 @@
 #include "document/plugin_path.h"
 #include "engine/instrument_loader.h"
 #include "engine/plugin_pool.h"
-#include "orders.h"
 #include "support/every_order.h"
+#include "support/orders.h"
 #include "support/simulated_stage.h"
 
 // Loads, prewarming, and what the user does meanwhile, in every order in which they can come about.

@@ -10,8 +10,8 @@
 
 #include "document/plugin_path.h"
 #include "engine/effect_racks.h"
-#include "orders.h"
 #include "support/every_order.h"
+#include "support/orders.h"
 #include "support/simulated_stage.h"
 
 // Racks that are restored while the user goes on, in every order in which it can come about.

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "orders.h"
 #include "performance/song_stage.h"
 #include "support/every_order.h"
+#include "support/orders.h"
 #include "support/simulated_stage.h"
 
 // Songs that change while the plug-ins of the last one are still on their way, in every order of answers.

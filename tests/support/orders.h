@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "support/every_order.h"
-#include "support/simulated_stage.h"
 
 namespace vrel {
 
@@ -18,10 +17,11 @@ enum class Ending { node, error, neither };
 using Happenings = std::vector<std::function<void()>>;
 
 /// Brings about an answer to every request, by `answer(index, ending)`, and every happening, in the order
-/// that is told, until there is none left. After each, all that has been posted runs.
-template <typename Answer>
-void answerInOrder(SimulatedMachine& machine, EveryOrder& order, Happenings happenings,
-                   const std::vector<Ending>& endings, Answer answer) {
+/// that is told, until there is none left. After each, all that has been posted runs. The machine has
+/// `units.requests`, which shrink by an answer, and `settle()`.
+template <typename Machine, typename Answer>
+void answerInOrder(Machine& machine, EveryOrder& order, Happenings happenings, const std::vector<Ending>& endings,
+                   Answer answer) {
   while (!machine.units.requests.empty() || !happenings.empty()) {
     const auto answers = machine.units.requests.size() * endings.size();
     const auto way = order.choose(answers + happenings.size());
