@@ -34,6 +34,15 @@ AudioUnitFactory::UnitHandler MainQueueUnits::onMainQueue(UnitHandler completion
   };
 }
 
+void MainQueueUnits::behindAnswers(std::function<void()> work) {
+  const std::lock_guard lock(order_->mutex);
+  if (order_->lastAnswer == order_->lastRequest) {
+    order_->mainQueue.async(std::move(work));
+  } else {
+    order_->followers.emplace(order_->lastRequest, std::move(work));
+  }
+}
+
 void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> work) {
   const std::lock_guard lock(mutex);
   heldBack.emplace(number, std::move(work));
@@ -41,6 +50,10 @@ void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> w
     mainQueue.async(std::move(next->second));
     next = heldBack.erase(next);
     ++lastAnswer;
+  }
+  while (!followers.empty() && followers.begin()->first <= lastAnswer) {
+    mainQueue.async(std::move(followers.begin()->second));
+    followers.erase(followers.begin());
   }
 }
 

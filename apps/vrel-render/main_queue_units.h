@@ -18,6 +18,8 @@ namespace vrel::render {
 /// Makes plug-ins through another factory and brings each answer to the main queue, in the order of the
 /// requests: plug-ins made side by side are ready in any order, and what is wired first is summed first.
 ///
+/// What is told of a plug-in that was made goes by here, too, so that nobody hears of it before its answer.
+///
 /// While the main thread builds a song no answer gets in between, whenever a plug-in was ready; so which
 /// node a channel finds in the pool, and with it every sample, is the same in each run.
 class MainQueueUnits final : public AudioUnitFactory {
@@ -29,6 +31,9 @@ class MainQueueUnits final : public AudioUnitFactory {
                    UnitHandler completionHandler) override;
   void instantiateMIDIInstrument(const AudioComponentDescription& description,
                                  AudioComponentInstantiationOptions options, UnitHandler completionHandler) override;
+
+  /// Runs `work` on the main queue, behind the answers to all requests made so far. Any thread.
+  void behindAnswers(std::function<void()> work);
 
  private:
   [[nodiscard]] UnitHandler onMainQueue(UnitHandler completionHandler);
@@ -44,6 +49,7 @@ class MainQueueUnits final : public AudioUnitFactory {
     std::uint64_t lastRequest = 0;                            // under mutex, as all below
     std::uint64_t lastAnswer = 0;                             // that went to the main queue
     std::map<std::uint64_t, std::function<void()>> heldBack;  // answers that came before those of earlier requests
+    std::multimap<std::uint64_t, std::function<void()>> followers;  // work by the request whose answer it awaits
   };
 
   AudioUnitFactory& units_;

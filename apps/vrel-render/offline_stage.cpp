@@ -65,8 +65,10 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       recorder_(*engine_, stage_, clock_, log),
       input_(mainLoop_, engine_) {
   if (sandboxUnits_) {
-    sandboxUnits_->setDeathHandler(
-        [this](const std::shared_ptr<AVAudioUnit>& node, int processId) { pluginDied(node, processId); });
+    // A plug-in may die while its answer is held back, and must not be handed out after that as if it lived.
+    sandboxUnits_->setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node, int processId) {
+      units_.behindAnswers([this, node, processId] { pluginDied(node, processId); });
+    });
   }
 }
 
