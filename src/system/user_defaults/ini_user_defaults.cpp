@@ -37,41 +37,65 @@ std::filesystem::path IniUserDefaults::userPath() {
 
 IniUserDefaults::IniUserDefaults(std::filesystem::path path, ConsoleOutput& console)
     : path_(std::move(path)), console_(console) {
-  read();
+  if (!path_.empty()) {
+    values_ = readFile().values;
+  }
 }
 
-void IniUserDefaults::read() {
-  if (path_.empty()) {
-    return;
-  }
+IniUserDefaults::FileContent IniUserDefaults::readFile() {
   const auto file = readFileStart(path_, mostBytes);
   if (!file) {
-    console_.print("Failed to read the settings: " + file.error().description);
-    isDamaged_ = true;
-    return;
+    tellDamage("Failed to read the settings: " + file.error().description);
+    return {.values = {}, .isThere = true, .isDamaged = true};
   }
   std::string_view text = file.value().text;
   if (!file.value().isWhole) {
     text = text.substr(0, text.find_last_of('\n') + 1);  // half a line would give half a value
   }
   auto content = readIni(text);
-  values_ = std::move(content.values);
-  isDamaged_ = content.isDamaged || !file.value().isWhole;
-  if (isDamaged_) {
-    console_.print("The settings are damaged, what can not be read of them is lost: " + path_.string());
+  const bool isDamaged = content.isDamaged || !file.value().isWhole;
+  if (isDamaged) {
+    tellDamage("The settings are damaged, what can not be read of them is lost: " + path_.string());
+  }
+  return {.values = std::move(content.values), .isThere = !file.value().text.empty(), .isDamaged = isDamaged};
+}
+
+void IniUserDefaults::tellDamage(const std::string& line) {
+  if (!std::exchange(damageIsTold_, true)) {
+    console_.print(line);
   }
 }
 
+IniUserDefaults::Values IniUserDefaults::merged(const FileContent& file) const {
+  // What a sound file does not say any more was removed from it; of any other nothing can be concluded.
+  Values values = file.isThere && !file.isDamaged ? Values() : values_;
+  for (const auto& [key, value] : file.values) {
+    values.insert_or_assign(key, value);
+  }
+  for (const auto& key : unsaved_) {
+    if (const auto entry = values_.find(key); entry != values_.end()) {
+      values.insert_or_assign(key, entry->second);
+    } else {
+      values.erase(key);
+    }
+  }
+  return values;
+}
+
 void IniUserDefaults::write() {
-  const Outcome failure = path_.empty() ? Outcome(Error{"this user has no configuration folder"})
-                                        : replaceFile(path_, writeIni(values_), isDamaged_ ? ".damaged" : "");
+  Outcome failure = Error{"this user has no configuration folder"};
+  if (!path_.empty()) {
+    const FileContent file = readFile();
+    failure = replaceFile(path_, writeIni(merged(file)), file.isDamaged ? ".damaged" : "");
+  }
   if (failure) {
     if (!std::exchange(failureIsTold_, true)) {
       console_.print("Failed to save the settings, they hold for this run only: " + failure->description);
     }
     return;
   }
-  isDamaged_ = false;
+  unsaved_.clear();
+  damageIsTold_ = false;
   failureIsTold_ = false;
 }
 
@@ -93,6 +117,7 @@ std::int64_t IniUserDefaults::integerForKey(const std::string& key) {
 
 void IniUserDefaults::setString(const std::string& key, const std::string& value) {
   values_.insert_or_assign(key, value);
+  unsaved_.insert(key);
   write();
 }
 
@@ -102,6 +127,7 @@ void IniUserDefaults::setInteger(const std::string& key, std::int64_t value) {
 
 void IniUserDefaults::removeObjectForKey(const std::string& key) {
   if (values_.erase(key) > 0 || failureIsTold_) {
+    unsaved_.insert(key);
     write();
   }
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "platform/user_defaults.h"
@@ -17,10 +18,11 @@ namespace vrel::system {
 
 /// The user's settings in an INI file, read once and written through at every set.
 ///
-/// Main thread. The file is replaced in one step, so that a crash leaves the old or the new one. Of a damaged file
-/// only what can not be read is lost, and before it is replaced it is kept under the same name with ".damaged" at its
-/// end, and a number after that where an earlier one is kept already. A file that can not be written leaves the values
-/// in force for this run, and is told in one line, until it can be written again.
+/// Main thread. The file is replaced in one step, so that a crash leaves the old or the new one. A set changes its own
+/// key only: what somebody else has written to the file meanwhile, by hand or in another run, stays there. Of a damaged
+/// file only what can not be read is lost, and before it is replaced it is kept under the same name with ".damaged" at
+/// its end, and a number after that where an earlier one is kept already. A file that can not be written leaves the
+/// values in force for this run, and is told in one line, until it can be written again.
 class IniUserDefaults final : public NSUserDefaults {
  public:
   /// Reads the file, which need not be there. An empty path keeps the values for this run only.
@@ -37,14 +39,26 @@ class IniUserDefaults final : public NSUserDefaults {
   [[nodiscard]] static std::filesystem::path userPath();
 
  private:
-  void read();
+  using Values = std::map<std::string, std::string>;
+
+  /// What the file says now, as far as it can be read.
+  struct FileContent {
+    Values values;
+    bool isThere = false;
+    bool isDamaged = false;
+  };
+  [[nodiscard]] FileContent readFile();
+  /// The values that the file should have: its own, but for the keys that were set or removed here.
+  [[nodiscard]] Values merged(const FileContent& file) const;
+  void tellDamage(const std::string& line);
   void write();
 
   const std::filesystem::path path_;
   ConsoleOutput& console_;
-  std::map<std::string, std::string> values_;
-  bool isDamaged_ = false;      // the file on the disk holds what could not be read
-  bool failureIsTold_ = false;  // since the last successful write
+  Values values_;                  // in force
+  std::set<std::string> unsaved_;  // keys set or removed since the last successful write
+  bool damageIsTold_ = false;      // since the last successful write
+  bool failureIsTold_ = false;     // since the last successful write
 };
 
 }  // namespace vrel::system

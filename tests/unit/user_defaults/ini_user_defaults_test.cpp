@@ -54,6 +54,26 @@ class UserDefaults : public testing::Test {
   simulation::RecordingConsole console;
 };
 
+/// A disk that takes no more than so many bytes of a file.
+class SmallDisk {
+ public:
+  explicit SmallDisk(rlim_t bytes) : formerAction_(std::signal(SIGXFSZ, SIG_IGN)) {
+    ::getrlimit(RLIMIT_FSIZE, &former_);
+    const rlimit small{bytes, former_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+  }
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+  ~SmallDisk() {
+    ::setrlimit(RLIMIT_FSIZE, &former_);
+    std::signal(SIGXFSZ, formerAction_);
+  }
+
+ private:
+  void (*formerAction_)(int);
+  rlimit former_{};
+};
+
 TEST_F(UserDefaults, WithoutAFileThereIsNothingAndNothingIsMade) {
   auto defaults = open();
   EXPECT_EQ(defaults.stringForKey("a"), std::nullopt);
@@ -116,6 +136,52 @@ TEST_F(UserDefaults, OfADamagedFileOnlyTheUnreadableIsLostAndTheFileIsKeptAside)
   EXPECT_EQ(console.lines.size(), 1U);
 }
 
+TEST_F(UserDefaults, WhatSomebodyElseHasWrittenMeanwhileStays) {
+  writeFile("mine=1\nremoved=1\nboth=1\n");
+  auto defaults = open();
+  auto other = open();
+  other.setString("theirs", "2");
+  other.setString("both", "2");
+  other.removeObjectForKey("removed");
+  defaults.setString("mine", "3");
+  EXPECT_EQ(textOf(path), "[defaults]\nboth=2\nmine=3\ntheirs=2\n");
+  EXPECT_EQ(defaults.stringForKey("both"), "1") << "this run goes by what it has read";
+  defaults.removeObjectForKey("both");
+  EXPECT_EQ(textOf(path), "[defaults]\nmine=3\ntheirs=2\n");
+}
+
+TEST_F(UserDefaults, AFileThatIsDamagedWhileTheProgramRunsIsKeptToo) {
+  writeFile("a=1\nb=2\n");
+  auto defaults = open();
+  const std::string damaged = "a=5\nnot readable\n";
+  writeFile(damaged);
+  defaults.setString("c", "3");
+  EXPECT_THAT(console.lines, ElementsAre(HasSubstr("damaged")));
+  EXPECT_EQ(textOf(path.string() + ".damaged"), damaged);
+  EXPECT_EQ(textOf(path), "[defaults]\na=5\nb=2\nc=3\n") << "what was read before is not lost with it";
+}
+
+TEST_F(UserDefaults, AFileThatIsRemovedWhileTheProgramRunsIsWrittenAnew) {
+  writeFile("a=1\n");
+  auto defaults = open();
+  fs::remove(path);
+  defaults.setString("b", "2");
+  EXPECT_EQ(textOf(path), "[defaults]\na=1\nb=2\n");
+}
+
+TEST_F(UserDefaults, WhatCouldNotBeSavedIsSavedByTheNextSetThatCanBe) {
+  writeFile("a=1\nb=1\n");
+  auto defaults = open();
+  {
+    const SmallDisk disk(0);
+    defaults.setString("a", "2");
+    defaults.removeObjectForKey("b");
+  }
+  open().setString("theirs", "4");
+  defaults.setString("c", "3");
+  EXPECT_EQ(textOf(path), "[defaults]\na=2\nc=3\ntheirs=4\n");
+}
+
 TEST_F(UserDefaults, EachDamagedFileIsKeptAndNoneTakesThePlaceOfAnEarlierOne) {
   const auto damaged = [](int number) { return "a=1\nnot readable " + std::to_string(number) + "\n"; };
   for (int number = 1; number <= 3; ++number) {
@@ -137,26 +203,6 @@ TEST_F(UserDefaults, AFolderInThePlaceOfTheFileMakesWay) {
   EXPECT_EQ(textOf(path), "[defaults]\na=1\n");
   EXPECT_TRUE(fs::is_directory(path.string() + ".damaged/with something in it"));
 }
-
-/// A disk that takes no more than so many bytes of a file.
-class SmallDisk {
- public:
-  explicit SmallDisk(rlim_t bytes) : formerAction_(std::signal(SIGXFSZ, SIG_IGN)) {
-    ::getrlimit(RLIMIT_FSIZE, &former_);
-    const rlimit small{bytes, former_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &small);
-  }
-  SmallDisk(const SmallDisk&) = delete;
-  SmallDisk& operator=(const SmallDisk&) = delete;
-  ~SmallDisk() {
-    ::setrlimit(RLIMIT_FSIZE, &former_);
-    std::signal(SIGXFSZ, formerAction_);
-  }
-
- private:
-  void (*formerAction_)(int);
-  rlimit former_{};
-};
 
 TEST_F(UserDefaults, ADiskThatTakesNoMoreLeavesTheOldFileWholeAndTheValueInForce) {
   const std::string value(100, 'x');
