@@ -11,6 +11,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+Json channelOf(const EventLog::Strip& strip) {
+  return strip ? Json(*strip) : Json();
+}
+
 void writeLine(std::ofstream& file, const Json& object) {
   file << object.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
@@ -41,13 +45,13 @@ void EventLog::song(double seconds, std::size_t index) {
   writeLine(file_, {{"t", seconds}, {"kind", "song"}, {"index", index}});
 }
 
-void EventLog::sandbox(double seconds, std::size_t strip, int processId) {
-  writeLine(file_, {{"t", seconds}, {"kind", "sandbox"}, {"channel", strip}, {"pid", processId}});
+void EventLog::sandbox(double seconds, Strip strip, int processId) {
+  writeLine(file_, {{"t", seconds}, {"kind", "sandbox"}, {"channel", channelOf(strip)}, {"pid", processId}});
   file_.flush();  // for whoever watches the processes meanwhile
 }
 
-void EventLog::crash(double seconds, std::size_t strip, int processId) {
-  writeLine(file_, {{"t", seconds}, {"kind", "crash"}, {"channel", strip}, {"pid", processId}});
+void EventLog::crash(double seconds, Strip strip, int processId) {
+  writeLine(file_, {{"t", seconds}, {"kind", "crash"}, {"channel", channelOf(strip)}, {"pid", processId}});
 }
 
 Outcome EventLog::close() {

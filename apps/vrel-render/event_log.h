@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "foundation/result.h"
@@ -16,10 +17,11 @@ namespace vrel::render {
 ///   {"t":seconds,"kind":"midi","channel":strip,"status":byte,"data1":byte,"data2":byte}
 ///   {"t":seconds,"kind":"status","channel":strip,"status":"text"}
 ///   {"t":seconds,"kind":"song","index":index}
-///   {"t":seconds,"kind":"sandbox","channel":strip,"pid":process}   an instrument with a process of its own
+///   {"t":seconds,"kind":"sandbox","channel":strip,"pid":process}   a plug-in with a process of its own
 ///   {"t":seconds,"kind":"crash","channel":strip,"pid":process}     that process has ended by itself
 ///
-/// Seconds are those of the show and read back exactly. A failed write is told by `close`.
+/// The channel of an effect of the master is null. Seconds are those of the show and read back exactly. A failed write
+/// is told by `close`.
 class EventLog {
  public:
   /// Creates the file, in place of what was there.
@@ -28,8 +30,9 @@ class EventLog {
   void midi(double seconds, std::size_t strip, std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
   void status(double seconds, std::size_t strip, const std::string& text);
   void song(double seconds, std::size_t index);
-  void sandbox(double seconds, std::size_t strip, int processId);
-  void crash(double seconds, std::size_t strip, int processId);
+  using Strip = std::optional<std::size_t>;
+  void sandbox(double seconds, Strip strip, int processId);
+  void crash(double seconds, Strip strip, int processId);
 
   /// Completes the file.
   [[nodiscard]] Outcome close();

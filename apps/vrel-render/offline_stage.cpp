@@ -163,7 +163,7 @@ const std::vector<SongConfig>& OfflineStage::captureSongs() {
 }
 
 void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId) {
-  recorder_.instrumentDied(node, processId);
+  recorder_.pluginDied(node, processId);
   engine_->pluginDied(node);
 }
 

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel-render/stage_recorder.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 
 #include "engine/audio_engine.h"
@@ -50,6 +53,7 @@ void StageRecorder::watchStrips() {
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
     watch(*channels[strip], strip);
   }
+  watchEffects(*engine_.masterChannel(), std::nullopt);
 }
 
 void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
@@ -61,21 +65,60 @@ void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
   connections_.push_back(channel.instrumentNode.changed.connect(
       [this, strip](const std::shared_ptr<AVAudioNode>& node) { watchInstrument(node, strip); }));
   watchInstrument(channel.instrumentNode.get(), strip);
+  watchEffects(channel, strip);
 }
 
-void StageRecorder::instrumentDied(const std::shared_ptr<AVAudioNode>& node, int processId) {
+void StageRecorder::pluginDied(const std::shared_ptr<AVAudioNode>& node, int processId) {
+  if (log_ == nullptr) {
+    return;
+  }
   const auto& channels = engine_.channels();
-  for (std::size_t strip = 0; strip < channels.size() && log_ != nullptr; ++strip) {
-    if (channels[strip]->instrumentNode.get() == node) {
-      log_->crash(clock_.seconds(), strip, processId);
+  for (std::size_t strip = 0; strip < channels.size(); ++strip) {
+    if (tellCrash(*channels[strip], strip, node, processId)) {
+      return;
     }
+  }
+  (void)tellCrash(*engine_.masterChannel(), std::nullopt, node, processId);
+}
+
+bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip,
+                              const std::shared_ptr<AVAudioNode>& node, int processId) {
+  const auto& effects = channel.effectNodes.get();
+  const bool isHere =
+      channel.instrumentNode.get() == node ||
+      std::any_of(effects.begin(), effects.end(), [&node](const auto& entry) { return entry.second == node; });
+  if (isHere) {
+    log_->crash(clock_.seconds(), strip, processId);
+  }
+  return isHere;
+}
+
+void StageRecorder::watchEffects(AudioChannel& channel, EventLog::Strip strip) {
+  using Nodes = std::map<Uuid, std::shared_ptr<AVAudioUnit>>;
+  const auto tellNew = [this, strip](const Nodes& before, const Nodes& now) {
+    for (const auto& [slot, node] : now) {
+      const auto earlier = before.find(slot);
+      if (earlier == before.end() || earlier->second != node) {
+        tellProcess(node.get(), strip);
+      }
+    }
+  };
+  const auto known = std::make_shared<Nodes>(channel.effectNodes.get());
+  tellNew({}, *known);
+  connections_.push_back(channel.effectNodes.changed.connect([known, tellNew](const Nodes& now) {
+    tellNew(*known, now);
+    *known = now;
+  }));
+}
+
+void StageRecorder::tellProcess(AVAudioNode* node, EventLog::Strip strip) {
+  if (const auto* sandboxed = dynamic_cast<SandboxedNode*>(node)) {
+    log_->sandbox(clock_.seconds(), strip, sandboxed->processId());
   }
 }
 
 void StageRecorder::watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip) {
-  if (const auto* sandboxed = dynamic_cast<SandboxedNode*>(node.get())) {
-    log_->sandbox(clock_.seconds(), strip, sandboxed->processId());
-  }
+  tellProcess(node.get(), strip);
   auto* instrument = dynamic_cast<ObservableInstrument*>(node.get());
   if (instrument == nullptr) {
     return;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/observable.h"
+#include "vrel-render/event_log.h"
 
 namespace vrel {
 class AudioChannel;
@@ -19,10 +20,8 @@ class OfflineClock;
 
 namespace vrel::render {
 
-class EventLog;
-
-/// Writes down what happens on stage: songs, the statuses of strips, and every event that an
-/// instrument gets. Main thread. A strip that stays empty has no status worth a line.
+/// Writes down what happens on stage: songs, the statuses of strips, every event that an instrument gets, and
+/// the processes of plug-ins. Main thread. A strip that stays empty has no status worth a line.
 class StageRecorder {
  public:
   /// All are borrowed; without a log nothing but the songs is kept.
@@ -34,8 +33,8 @@ class StageRecorder {
   /// To be called when a song has been applied, before the main queue runs: from now on its strips are watched.
   void watchStrips();
 
-  /// To be called when an instrument's process has died, before its strip loses it.
-  void instrumentDied(const std::shared_ptr<AVAudioNode>& node, int processId);
+  /// To be called when a plug-in's process has died, before its strip loses it.
+  void pluginDied(const std::shared_ptr<AVAudioNode>& node, int processId);
 
   /// The indices of the songs that went on stage, in order.
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return songsApplied_; }
@@ -44,6 +43,10 @@ class StageRecorder {
   void songWasApplied(std::size_t index);
   void watch(AudioChannel& channel, std::size_t strip);
   void watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip);
+  void watchEffects(AudioChannel& channel, EventLog::Strip strip);
+  void tellProcess(AVAudioNode* node, EventLog::Strip strip);
+  [[nodiscard]] bool tellCrash(const AudioChannel& channel, EventLog::Strip strip,
+                               const std::shared_ptr<AVAudioNode>& node, int processId);
   void leaveStrips();
 
   AudioEngine& engine_;

@@ -35,13 +35,14 @@ class SandboxShow : public ShowTest {
     return events;
   }
 
-  /// The process of the strip, as soon as the run has told it.
-  [[nodiscard]] int processOf(const std::string& name, std::size_t strip) const {
+  /// The strip's process with this number, counted from 0, as soon as the run has told it.
+  [[nodiscard]] int processOf(const std::string& name, std::size_t strip, int number = 0) const {
     for (int wait = 0; wait < 5000; ++wait) {
       std::ifstream file(at(name + ".jsonl"));
+      int count = 0;
       for (std::string line; std::getline(file, line) && !file.eof();) {
         const json event = json::parse(line);
-        if (event.at("kind") == "sandbox" && event.at("channel") == strip) {
+        if (event.at("kind") == "sandbox" && event.at("channel") == strip && count++ == number) {
           return event.at("pid");
         }
       }
@@ -111,6 +112,7 @@ class SandboxShowWithARebel : public SandboxShow {
     rebel.maxNote = 31;
     auto sine = stripOf("Sine", zooInstrument("sine"));
     sine.minNote = 32;
+    sine.effectSlots = effects_;
     MidiFileMaker show;
     show.message(0, {0x90, 69, 100});
     for (std::uint32_t count = 1; count <= 6; ++count) {
@@ -124,6 +126,7 @@ class SandboxShowWithARebel : public SandboxShow {
   }
 
   std::future<ProgramRun> run_;
+  std::vector<AudioPluginSlot> effects_;  // behind the sine
   const std::string zooPlugin_ = zooInstrument("rebel-kind");
 };
 
@@ -165,6 +168,37 @@ TEST_F(SandboxShowWithARebel, AStoppedProcessIsWaitedForAndNothingIsLost) {
   ASSERT_EQ(kill(process, SIGCONT), 0);
   ASSERT_EQ(run_.get().exitCode, 0);
   EXPECT_TRUE(read("stopped.wav") == read("whole.wav"));
+}
+
+TEST_F(SandboxShowWithARebel, AnEffectThatHadToHaveAProcessAndLosesItIsPassedOver) {
+  render("whole");
+  ASSERT_EQ(run_.get().exitCode, 0);
+  effects_ = {{.pluginPath = zooEffect("shy"), .pluginName = "Zoo Shy"}};
+  render("killed");
+  const int effect = processOf("killed", 1, 1);
+  ASSERT_GT(effect, 0);
+  std::this_thread::sleep_for(800ms);
+  ASSERT_EQ(kill(effect, SIGKILL), 0);
+  const auto killed = run_.get();
+  ASSERT_EQ(killed.exitCode, 0) << killed.errors;
+  EXPECT_NE(killed.output.find("Failed to load effect plugin in-process (The Zoo - Zoo Shy): "), std::string::npos);
+  const auto crashes = eventsOfKind("killed", "crash");
+  ASSERT_EQ(crashes.size(), 1U);
+  EXPECT_EQ(crashes[0].at("channel"), 1);
+  EXPECT_EQ(crashes[0].at("pid"), effect);
+  EXPECT_EQ(eventsOfKind("killed", "status"), eventsOfKind("whole", "status")) << "the strip runs on";
+  EXPECT_GT(soundIn(read("killed.wav")).peak(), 0.1F);
+}
+
+TEST_F(SandboxShow, AnEffectOfTheMasterHasNoStripToBeToldOf) {
+  auto song = songOf("One", {stripOf("A", zooInstrument("sine"))});
+  song.masterEffectSlots = {{.pluginPath = zooEffect("shy"), .pluginName = "Zoo Shy"}};
+  auto command = arguments("run", "on");
+  command.push_back(write("show.vrel", setlistOf({song})));
+  ASSERT_EQ(renderOnZoo(command).exitCode, 0);
+  const auto processes = eventsOfKind("run", "sandbox");
+  ASSERT_EQ(processes.size(), 2U);
+  EXPECT_TRUE(processes[0].at("channel").is_null() != processes[1].at("channel").is_null());
 }
 
 TEST_F(SandboxShow, WithoutTheHelperProgramEveryStripFailsToLoadAndTheRunSaysWhy) {
