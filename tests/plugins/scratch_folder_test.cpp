@@ -7,8 +7,10 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,14 +20,14 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(ScratchFolder, GoesWithItsObjectAndAllThatIsInIt) {
-  std::optional<ScratchFolder> folder = ScratchFolder::make().value();
+  auto folder = std::make_unique<ScratchFolder>(ScratchFolder::make().value());
   const fs::path path = folder->path();
   fs::create_directories(path / "deeper");
   std::ofstream(path / "deeper" / "file") << "text";
-  ScratchFolder moved = *std::move(folder);
+  auto moved = std::make_unique<ScratchFolder>(std::move(*folder));
   folder.reset();
   EXPECT_TRUE(fs::exists(path)) << "it has moved on";
-  { const ScratchFolder last = std::move(moved); }
+  moved.reset();
   EXPECT_FALSE(fs::exists(path));
 }
 

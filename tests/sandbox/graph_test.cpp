@@ -94,6 +94,7 @@ struct Fault {
   std::function<void(AVAudioUnitMIDIInstrument& rebel)> happen;
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): the test library looks for this name
 void PrintTo(const Fault& fault, std::ostream* stream) {
   *stream << fault.name;
 }

@@ -16,7 +16,7 @@ LIBRARIES = (
     Library("Qt", re.compile(r"Q[A-Z]\w*(/.*)?|Qt\w*/.*|q[a-z0-9]+\.h"),
             ("src/console", "src/shell", "src/system/desktop", "apps/vrel")),
     Library("LV2", re.compile(r"(lilv|lv2|suil)(/.*|\.h)"),
-            ("src/system/plugins/lv2", "tests/plugins")),
+            ("src/system/plugins/lv2", "tests/plugins", "bench/sandbox/herald")),
     Library("RtAudio, RtMidi and JACK", re.compile(r"(rtaudio/|rtmidi/)?Rt(Audio|Midi)\.h|jack/.*"),
             ("src/system/devices", "tests/devices", "tests/support/devices", "bench/devices")),
     Library("ALSA", re.compile(r"alsa/.*"), ("src/system/devices",)),

@@ -76,11 +76,13 @@ Lv2World::Lv2World(const std::optional<PluginAddress>& only) : urids_(std::make_
   auto done = std::make_shared<std::promise<void>>();
   scanned_ = done->get_future().share();
   thread_.post([this, done, only] {
-    only ? readOne(*only) : scan();
-    done->set_value();
-    if (!only) {
+    if (only) {
+      readOne(*only);
+    } else {
+      scan();
       ScratchFolder::sweep();
     }
+    done->set_value();
   });
 }
 

@@ -126,11 +126,12 @@ bool StateFiles::ensureFolder() {
     return true;
   }
   Result<ScratchFolder> made = ScratchFolder::make();
-  if (made) {
-    folder_.emplace(std::move(made).value());
-    root_ = folder_->path();
+  if (!made) {
+    return false;
   }
-  return made.ok();
+  folder_.emplace(std::move(made).value());
+  root_ = folder_->path();
+  return true;
 }
 
 fs::path StateFiles::generationFolder() const {
