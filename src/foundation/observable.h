@@ -70,6 +70,16 @@ class Observable {
     }
   }
 
+  /// Changes the value where it is, for one that is too large to be copied. Counts as a real change.
+  template <typename Change>
+  void modify(Change change) {
+    change(value_);
+    if (effect_) {
+      effect_();
+    }
+    changed.emit(value_);
+  }
+
   /// Runs on every assignment. For the object that owns this value.
   void setEffect(std::function<void()> effect) { effect_ = std::move(effect); }
 

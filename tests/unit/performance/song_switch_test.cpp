@@ -1,0 +1,462 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "performance/song_switch.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "document/app_state.h"
+#include "performance/channel_builder.h"
+#include "performance/console_selection.h"
+#include "simulation/simulated_user_defaults.h"
+#include "support/simulated_stage.h"
+
+namespace vrel {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+ChannelConfig record(const std::string& name, const std::string& path, const std::vector<std::string>& effects = {}) {
+  ChannelConfig config;
+  config.name = name;
+  config.pluginPath = path;
+  for (const auto& effect : effects) {
+    config.effectSlots.emplace_back().pluginPath = effect;
+  }
+  return config;
+}
+
+class Switch : public SimulatedStage {
+ protected:
+  Switch() {
+    state.scannedPlugins.set({piano, organ});
+    state.scannedAudioEffectPlugins.set({chorus});
+  }
+
+  void addSong(const std::string& name, std::vector<ChannelConfig> channels) {
+    state.songs.modify([&](std::vector<SongConfig>& songs) {
+      auto& song = songs.emplace_back();
+      song.name = name;
+      song.channels = std::move(channels);
+    });
+  }
+
+  [[nodiscard]] const SongConfig& song(std::size_t index) const { return state.songs.get()[index]; }
+
+  void changeSong(std::size_t index, const std::function<void(SongConfig&)>& change) {
+    state.songs.modify([&](std::vector<SongConfig>& songs) { change(songs[index]); });
+  }
+
+  void answerAll() {
+    settle();
+    while (!units.requests.empty()) {
+      if (units.requests[0].isForMIDIInstrument) {
+        units.answerWithInstrument();
+      } else {
+        units.answerWithUnit();
+      }
+      settle();
+    }
+  }
+
+  [[nodiscard]] AudioChannel& strip(std::size_t index) { return *engine->channels()[index]; }
+
+  static const Events& eventsOf(const AudioChannel& channel) {
+    return dynamic_cast<simulation::ScriptedInstrument&>(*channel.instrumentNode.get()).events;
+  }
+
+  class NoComponents : public AVAudioUnitComponentManager {
+    std::vector<AVAudioUnitComponent> componentsMatchingDescription(
+        const AudioComponentDescription& /*sought*/) override {
+      return {};
+    }
+  };
+
+  simulation::SimulatedUserDefaults defaults;
+  NoComponents components;
+  AppState state{defaults, components, mainQueue, console};
+  ConsoleSelection selection;
+  ChannelBuilder builder{state, *engine, console};
+  SongSwitch songSwitch{{state, *engine, mainQueue, clock, console, selection, builder}};
+};
+
+TEST_F(Switch, AnIndexOutOfRangeChangesAndCapturesNothing) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  strip(0).volume.set(0.1F);
+  state.isDirty.set(true);
+  const auto before = state.songs.get();
+  const auto token = state.songSwitchLoadToken.get();
+  songSwitch.applySong(1);
+  songSwitch.applySong(-1);
+  EXPECT_EQ(state.selectedSongIndex.get(), 0U);
+  EXPECT_EQ(state.songs.get(), before);
+  EXPECT_EQ(state.songSwitchLoadToken.get(), token);
+  EXPECT_TRUE(state.isDirty.get());
+  EXPECT_EQ(selection.channelsViewVersion.get(), 1U);
+}
+
+TEST_F(Switch, TheFirstSongCapturesNothing) {
+  addSong("One", {record("Piano", pianoKey)});
+  state.songNotes.set("not of this song");
+  const auto before = state.songs.get();
+  songSwitch.applySong(0);
+  EXPECT_EQ(state.songs.get(), before);
+}
+
+TEST_F(Switch, ASelectionThatIsTooLargeCapturesNothing) {
+  addSong("One", {record("Piano", pianoKey)});
+  state.selectedSongIndex.set(7);
+  const auto before = state.songs.get();
+  songSwitch.captureCurrentSong();
+  EXPECT_EQ(state.songs.get(), before);
+}
+
+TEST_F(Switch, ASongWithNoPluginsEndsTheSwitchAtOnceAndWithoutAModal) {
+  addSong("Empty", {record("Free", "")});
+  songSwitch.applySong(0);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 0);
+  EXPECT_EQ(state.songSwitchStartedAtUptime.get(), std::nullopt);
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(strip(0).status.get(), "No plugin");
+}
+
+TEST_F(Switch, BuildsTheStripsOfTheRecordWithAllTheirValues) {
+  auto low = record("Low", pianoKey, {chorusKey});
+  low.volume = 0.3F;
+  low.gain = 0.6F;
+  low.reverb = 0.4F;
+  low.mute = true;
+  low.solo = true;
+  low.color = {0.1F, 0.2F, 0.3F};
+  low.minNote = 10;
+  low.maxNote = 59;
+  low.transpose = -12;
+  low.sendSustain = false;
+  low.sendExpression = false;
+  low.sustainControlsRotor = true;
+  addSong("One", {low, record("High", organKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  songSwitch.captureCurrentSong();
+  auto captured = song(0).channels;
+  ASSERT_EQ(captured.size(), 2U);
+  EXPECT_NE(captured[0].id, low.id) << "a capture makes records anew";
+  captured[0].id = low.id;
+  captured[0].pluginStateBase64 = low.pluginStateBase64;
+  captured[0].effectSlots[0].stateBase64 = std::nullopt;
+  EXPECT_EQ(captured[0], low);
+  EXPECT_EQ(strip(0).status.get(), "RUNNING");
+  EXPECT_EQ(strip(1).pluginPath.get(), organKey);
+}
+
+TEST_F(Switch, CountsInstrumentsEffectsAndTheMastersRackAndShowsThemInTheModal) {
+  addSong("One", {record("Piano", pianoKey, {chorusKey, "", chorusKey}), record("Gone", "aucd:1635085685:77:78"),
+                  record("Free", "", {chorusKey})});
+  changeSong(0, [](SongConfig& song) { song.masterEffectSlots.emplace_back().pluginPath = chorusKey; });
+  std::vector<int> totals;
+  const auto watch = state.totalLoadsCount.changed.connect([&](int count) { totals.push_back(count); });
+  songSwitch.applySong(0);
+  EXPECT_TRUE(state.songSwitchInProgress.get());
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 5) << "the one that is not installed has ended";
+  EXPECT_TRUE(state.showLoadingModal.get());
+  EXPECT_EQ(state.loadingMessage.get(), "Loading Audio Units");
+  EXPECT_EQ(state.remainingLoadsCount.get(), 5);
+  answerAll();
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_THAT(totals, ElementsAre(6, 0));
+}
+
+TEST_F(Switch, TheModalSpeaksTheLanguageOfTheSession) {
+  const std::vector<std::pair<Language, std::string>> messages = {{Language::english, "Loading Audio Units"},
+                                                                  {Language::spanish, "Cargando Audio Units"},
+                                                                  {Language::french, "Chargement des Audio Units"},
+                                                                  {Language::italian, "Caricamento Audio Units"},
+                                                                  {Language::german, "Audio Units werden geladen"}};
+  for (const auto& [language, message] : messages) {
+    state.language.set(language);
+    addSong("One", {record("Piano", pianoKey)});
+    songSwitch.applySong(static_cast<std::ptrdiff_t>(state.songs.get().size()) - 1);
+    EXPECT_EQ(state.loadingMessage.get(), message);
+  }
+}
+
+TEST_F(Switch, SelectingTheSongOnStageReloadsItAndClearsTheDirtyMark) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  const auto before = engine->channels()[0];
+  before->volume.set(0.25F);
+  state.songNotes.set("slow");
+  state.isDirty.set(true);
+  songSwitch.applySong(0);
+  answerAll();
+  EXPECT_NE(engine->channels()[0], before);
+  EXPECT_EQ(strip(0).volume.get(), 0.25F);
+  EXPECT_EQ(state.songNotes.get(), "slow");
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(Switch, AnUnknownPluginKeepsItsSilentStripAndTheSwitchEnds) {
+  addSong("One", {record("Gone", "aucd:1635085685:77:78", {chorusKey}), record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  EXPECT_EQ(strip(0).pluginPath.get(), "") << "the next capture stores it without";
+  EXPECT_EQ(strip(0).effectNodes.get().size(), 1U);
+  EXPECT_EQ(strip(1).status.get(), "RUNNING");
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, APluginThatFailsEndsItsLoadLikeAnyOther) {
+  addSong("One", {record("Piano", pianoKey, {chorusKey})});
+  songSwitch.applySong(0);
+  settle();
+  while (!units.requests.empty()) {
+    units.answer(0, nullptr, Error{"broken"});
+    settle();
+  }
+  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, APluginThatNeverAnswersEndsTheSwitchAfterHalfAMinute) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  settle();
+  mainQueue.advance(29.9);
+  settle();
+  EXPECT_TRUE(state.songSwitchInProgress.get());
+  EXPECT_TRUE(state.showLoadingModal.get());
+  mainQueue.advance(0.2);
+  settle();
+  EXPECT_EQ(console.lines,
+            (Lines{"Audio unit loading timed out after 30 seconds", "Song switch timed out after 30 seconds"}));
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 30000);
+  EXPECT_TRUE(engine->musicalContext().isHostTransportRunning());
+
+  answerAll();
+  EXPECT_EQ(strip(0).status.get(), "RUNNING") << "it comes late and plays all the same";
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
+  EXPECT_EQ(state.remainingLoadsCount.get(), 0);
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 30000);
+}
+
+TEST_F(Switch, ATimeoutOfAnEarlierSwitchIsNoNews) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Organ", organKey)});
+  songSwitch.applySong(0);
+  mainQueue.advance(20);
+  songSwitch.applySong(1);
+  mainQueue.advance(15);
+  settle();
+  EXPECT_TRUE(state.songSwitchInProgress.get());
+  EXPECT_TRUE(console.lines.empty());
+}
+
+TEST_F(Switch, ATempoOutOfBoundsShowsAsItIsAndTheBeatIsLimited) {
+  addSong("Fast", {});
+  addSong("Slow", {});
+  changeSong(0, [](SongConfig& song) { song.tempoBpm = 500; });
+  changeSong(1, [](SongConfig& song) { song.tempoBpm = 5; });
+  songSwitch.applySong(0);
+  EXPECT_EQ(state.tempoBpm.get(), 500U);
+  EXPECT_EQ(engine->musicalContext().currentTempoBpm(), 300);
+  songSwitch.applySong(1);
+  EXPECT_EQ(state.tempoBpm.get(), 5U);
+  EXPECT_EQ(engine->musicalContext().currentTempoBpm(), 20);
+  EXPECT_EQ(song(0).tempoBpm, 500U) << "the capture keeps the record's value";
+}
+
+TEST_F(Switch, TheBeatStandsDuringTheSwitchAndStartsFromZeroAtItsEnd) {
+  addSong("One", {record("Piano", pianoKey)});
+  mainQueue.advance(3);
+  songSwitch.applySong(0);
+  auto& beat = engine->musicalContext();
+  EXPECT_FALSE(beat.isHostTransportRunning());
+  EXPECT_TRUE(beat.hasTransportStateChanged());
+  mainQueue.advance(1.5);
+  answerAll();
+  EXPECT_TRUE(beat.isHostTransportRunning());
+  EXPECT_EQ(beat.currentBeat(), 0);
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 1500);
+}
+
+TEST_F(Switch, InstrumentsAreStoppedWhenTheSongGoesAndStoppedAndStartedWhenTheNextOneStands) {
+  addSong("One", {record("Piano", pianoKey), record("Organ", organKey)});
+  addSong("Two", {});
+  songSwitch.applySong(0);
+  answerAll();
+  const auto instrument = engine->channels()[0]->instrumentNode.get();
+  const auto& events = eventsOf(strip(0));
+  EXPECT_EQ(events, (Events{{0xFC, 0, 0}, {0xFA, 0, 0}}));
+  EXPECT_EQ(eventsOf(strip(1)), (Events{{0xFC, 0, 0}, {0xFA, 0, 0}}));
+  songSwitch.applySong(1);
+  EXPECT_EQ(events, (Events{{0xFC, 0, 0}, {0xFA, 0, 0}, {0xFC, 0, 0}}));
+}
+
+TEST_F(Switch, TheOutgoingSongIsCapturedWithEverythingThatIsLive) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Organ", organKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  state.songNotes.set("Intro twice");
+  state.tempoBpm.set(97);
+  state.keyboardStartNote.set(36);
+  state.keyboardKeyCount.set(61);
+  engine->masterChannel()->color.set({0.5F, 0.6F, 0.7F});
+  strip(0).transpose.set(5);
+  dynamic_cast<simulation::ScriptedInstrument&>(*strip(0).instrumentNode.get()).core.documentState =
+      PropertyListDictionary{{"tone", {0.5}}};
+  songSwitch.applySong(1);
+  const auto& captured = song(0);
+  EXPECT_EQ(captured.songNotes, "Intro twice");
+  EXPECT_EQ(captured.tempoBpm, 97U);
+  EXPECT_EQ(captured.keyboardStartNote, 36);
+  EXPECT_EQ(captured.keyboardKeyCount, 61);
+  EXPECT_EQ(captured.masterChannelColor, (std::vector<float>{0.5F, 0.6F, 0.7F}));
+  EXPECT_EQ(captured.channels[0].transpose, 5);
+  EXPECT_TRUE(captured.channels[0].pluginStateBase64.has_value());
+  EXPECT_EQ(captured.name, "One");
+
+  EXPECT_EQ(state.songNotes.get(), "") << "the next song brings its own";
+  EXPECT_EQ(state.tempoBpm.get(), 120U);
+  songSwitch.applySong(0);
+  EXPECT_EQ(state.songNotes.get(), "Intro twice");
+  EXPECT_EQ(state.keyboardStartNote.get(), 36);
+  EXPECT_EQ(state.keyboardKeyCount.get(), 61);
+  EXPECT_EQ(engine->masterChannel()->color.get(), (std::vector<float>{0.5F, 0.6F, 0.7F}));
+}
+
+TEST_F(Switch, ACaptureLeavesTheDirtyMarkAlone) {
+  addSong("One", {});
+  songSwitch.applySong(0);
+  songSwitch.captureCurrentSong();
+  EXPECT_FALSE(state.isDirty.get());
+  state.isDirty.set(true);
+  songSwitch.captureCurrentSong();
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(Switch, KeysHeldDuringTheSwitchAreReleasedInTheNewSong) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  engine->routeMIDI(0x90, 60, 100);
+  const auto& before = eventsOf(strip(0));
+  const auto held = engine->channels()[0]->instrumentNode.get();
+  songSwitch.applySong(1);
+  answerAll();
+  engine->routeMIDI(0x80, 60, 0);
+  EXPECT_THAT(before, Not(Contains(simulation::RecordedEvent{0x80, 60, 0})));
+  EXPECT_THAT(eventsOf(strip(0)), Contains(simulation::RecordedEvent{0x80, 60, 0}));
+}
+
+TEST_F(Switch, AClickDuringTheSwitchStoresTheChannelsAsTheyStand) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {});
+  songSwitch.applySong(0);
+  songSwitch.applySong(1);
+  EXPECT_EQ(song(0).channels[0].pluginPath, "") << "its instrument had not arrived";
+  EXPECT_EQ(state.selectedSongIndex.get(), 1U);
+}
+
+TEST_F(Switch, LateAnswersOfAnEarlierSwitchCountForNothing) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Organ", organKey)});
+  songSwitch.applySong(0);
+  songSwitch.applySong(1);
+  settle();
+  ASSERT_FALSE(units.requests.empty());
+  ASSERT_EQ(units.requests[0].description, piano.audioComponentDescription);
+  const auto late = units.answerWithInstrument(0);
+  settle();
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 1);
+  EXPECT_EQ(state.remainingLoadsCount.get(), 1);
+  EXPECT_TRUE(state.songSwitchInProgress.get());
+  EXPECT_EQ(strip(0).status.get(), "Loading...");
+  EXPECT_FALSE(graph().isAttached(late));
+  answerAll();
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, TheMastersVolumeAndMuteStayAcrossSongs) {
+  addSong("One", {});
+  addSong("Two", {});
+  engine->masterChannel()->volume.set(0.33F);
+  engine->masterChannel()->mute.set(true);
+  songSwitch.applySong(0);
+  songSwitch.applySong(1);
+  EXPECT_EQ(engine->masterChannel()->volume.get(), 0.33F);
+  EXPECT_TRUE(engine->masterChannel()->mute.get());
+}
+
+TEST_F(Switch, TheFirstStripIsSelectedAndAllAreDrawnAnew) {
+  addSong("One", {record("Piano", ""), record("Organ", "")});
+  addSong("Empty", {});
+  songSwitch.applySong(0);
+  EXPECT_EQ(selection.selectedChannelId.get(), strip(0).id);
+  EXPECT_EQ(selection.channelsViewVersion.get(), 1U);
+  songSwitch.applySong(1);
+  EXPECT_EQ(selection.selectedChannelId.get(), std::nullopt);
+  EXPECT_EQ(selection.channelsViewVersion.get(), 2U);
+}
+
+TEST_F(Switch, LearningEndsAfterTheCapture) {
+  addSong("One", {});
+  songSwitch.applySong(0);
+  state.songNotes.set("kept");
+  std::vector<std::string> notesAtCancel;
+  songSwitch.cancelMidiLearn = [&] { notesAtCancel.push_back(song(0).songNotes); };
+  songSwitch.applySong(0);
+  EXPECT_THAT(notesAtCancel, ElementsAre("kept"));
+}
+
+TEST_F(Switch, EffectsOfStripsAndMasterAreRestoredBehindTheInstrument) {
+  addSong("One", {record("Piano", pianoKey, {chorusKey})});
+  changeSong(0, [](SongConfig& song) { song.masterEffectSlots.emplace_back().pluginPath = chorusKey; });
+  songSwitch.applySong(0);
+  answerAll();
+  const auto instrument = strip(0).instrumentNode.get();
+  EXPECT_EQ(graph().chainFrom(instrument), dynamic_cast<simulation::ScriptedInstrument&>(*instrument).name +
+                                               " > effect 2 > reverb 1 > meter 1 > main mixer > effect 1 > output");
+}
+
+TEST_F(Switch, TheSecondTimeRoundTheInstrumentsComeFromThePool) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Organ", organKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  songSwitch.applySong(1);
+  settle();
+  EXPECT_EQ(strip(0).status.get(), "RUNNING");
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, ClipsLoseNothingInACapture) {
+  auto clips = record("Clips", "internal:visual");
+  clips.visualClipMappings = {VisualClipMapping{}};
+  addSong("One", {clips});
+  songSwitch.applySong(0);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+  songSwitch.captureCurrentSong();
+  auto captured = song(0).channels;
+  captured[0].id = clips.id;
+  EXPECT_EQ(captured[0], clips);
+}
+
+}  // namespace
+}  // namespace vrel
