@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "foundation/move_item.h"
 #include "platform/audio_engine.h"
 #include "platform/dispatch.h"
 
@@ -45,8 +46,8 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       musicalContext_(std::make_shared<HostMusicalContext>(platform.clock)),
       instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, *musicalContext_,
                     platform.mainQueue, platform.console}),
-      playbackLoader_({platform.files, platform.nodes, *engine_, mutator_, chains_, levels_, instruments_,
-                       platform.console}),
+      playbackLoader_(
+          {platform.files, platform.nodes, *engine_, mutator_, chains_, levels_, instruments_, platform.console}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
                 platform.mainQueue, platform.console}),
       deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue}),
@@ -121,6 +122,13 @@ std::shared_ptr<AudioChannel> AudioEngine::addChannel(const std::string& name) {
   strips_.channels.push_back(channel);
   applyMixerLevels();
   return channel;
+}
+
+void AudioEngine::moveChannel(std::size_t from, std::size_t to) {
+  auto& channels = strips_.channels;
+  if (from < channels.size() && to <= channels.size()) {
+    moveItem(channels, from, to);
+  }
 }
 
 void AudioEngine::removeChannel(const AudioChannel& channel) {

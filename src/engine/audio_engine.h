@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -87,6 +88,10 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
 
   /// A new strip at the end, with reverb and meter, in the next of seven colours.
   std::shared_ptr<AudioChannel> addChannel(const std::string& name);
+
+  /// Moves the strip at `from` before the one at `to`, both counted as they stand now. Changes no sound. Nothing for
+  /// positions out of range; `to` may be the number of strips.
+  void moveChannel(std::size_t from, std::size_t to);
 
   /// Takes the strip with the same id out, with all its nodes; its plug-in goes back to the pool.
   void removeChannel(const AudioChannel& channel);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "performance/channel_builder.h"
 
-#include <string>
+#include <array>
+#include <cstddef>
 
 #include "document/app_state.h"
 #include "document/plugin_path.h"
@@ -9,6 +10,26 @@
 #include "platform/console_output.h"
 
 namespace vrel {
+namespace {
+
+/// What the record says of a file, so that a save loses none of it should the file be missing today.
+void keepPlayback(AudioChannel& channel, const ChannelConfig& record) {
+  channel.pluginPath.set(record.pluginPath);
+  channel.playbackFilePath.set(record.playbackFilePath);
+  channel.playbackLoop.set(record.playbackLoop);
+  channel.playbackStartTime.set(record.playbackStartTime);
+  channel.playbackEndTime.set(record.playbackEndTime);
+  channel.playbackStopMode.set(record.playbackStopMode);
+}
+
+}  // namespace
+
+std::string audioUnitsLoadingMessage(Language language) {
+  static const std::array<const char*, 5> messages{"Loading Audio Units", "Cargando Audio Units",
+                                                   "Chargement des Audio Units", "Caricamento Audio Units",
+                                                   "Audio Units werden geladen"};
+  return messages.at(static_cast<std::size_t>(language));
+}
 
 std::shared_ptr<AudioChannel> ChannelBuilder::addChannel(const ChannelConfig& record) {
   auto channel = engine_.addChannel(record.name);
@@ -34,7 +55,8 @@ void ChannelBuilder::load(const std::shared_ptr<AudioChannel>& channel, const Ch
     engine_.instruments().loadVisualInstrument(*channel, record.visualClipMappings, nullptr);
     instrumentEnded(channel, record.effectSlots, progress);
   } else if (record.pluginPath == pathPlayback) {
-    loadPlayback(channel, record);
+    keepPlayback(*channel, record);
+    engine_.playbackLoader().loadPlaybackInstrument(*channel, record);
     instrumentEnded(channel, record.effectSlots, progress);
   } else if (record.pluginPath.empty()) {
     restoreEffects(channel, record.effectSlots, progress.effectsEnded);
@@ -61,11 +83,6 @@ void ChannelBuilder::loadInstrument(const std::shared_ptr<AudioChannel>& channel
                                        });
 }
 
-void ChannelBuilder::loadPlayback(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& record) {
-  console_.print("Failed to load playback file: not yet (" + record.name + ")");
-  channel->status.set(channel_status::loadFailed);
-}
-
 /// The rack follows the instrument, whether that came or not.
 void ChannelBuilder::instrumentEnded(const std::shared_ptr<AudioChannel>& channel,
                                      const std::vector<AudioPluginSlot>& slots, const Progress& progress) {
@@ -74,6 +91,8 @@ void ChannelBuilder::instrumentEnded(const std::shared_ptr<AudioChannel>& channe
   }
   if (channel != nullptr) {
     restoreEffects(channel, slots, progress.effectsEnded);
+  } else {
+    progress.effectsEnded();
   }
   progress.instrumentEnded();
 }

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "document/setlist.h"
@@ -14,6 +15,10 @@ class AppState;
 class AudioChannel;
 class AudioEngine;
 class ConsoleOutput;
+enum class Language;
+
+/// What the loading modal says while plug-ins load.
+[[nodiscard]] std::string audioUnitsLoadingMessage(Language language);
 
 /// Makes strips from their records: for a song that goes on stage, and for a strip that is pasted.
 ///
@@ -45,7 +50,6 @@ class ChannelBuilder {
  private:
   void loadInstrument(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& record,
                       const Progress& progress);
-  void loadPlayback(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& record);
   void instrumentEnded(const std::shared_ptr<AudioChannel>& channel, const std::vector<AudioPluginSlot>& slots,
                        const Progress& progress);
 

@@ -2,7 +2,6 @@
 #include "performance/song_switch.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -22,13 +21,6 @@ namespace {
 
 constexpr std::uint8_t midiStart = 0xFA;
 constexpr std::uint8_t midiStop = 0xFC;
-
-std::string loadingMessage(Language language) {
-  static const std::array<const char*, 5> messages{"Loading Audio Units", "Cargando Audio Units",
-                                                   "Chargement des Audio Units", "Caricamento Audio Units",
-                                                   "Audio Units werden geladen"};
-  return messages.at(static_cast<std::size_t>(language));
-}
 
 int loadsOf(const std::vector<AudioPluginSlot>& slots) {
   return static_cast<int>(
@@ -156,7 +148,7 @@ void SongSwitch::beginSongSwitch(const Uuid& token, int pendingLoads) {
   with_.state.songSwitchElapsedMs.set(std::nullopt);
   with_.state.songSwitchPendingLoads.set(pendingLoads);
   with_.state.songSwitchStartedAtUptime.set(with_.clock.CACurrentMediaTime());
-  with_.state.beginLoadingSession(pendingLoads, loadingMessage(with_.state.language.get()));
+  with_.state.beginLoadingSession(pendingLoads, audioUnitsLoadingMessage(with_.state.language.get()));
   with_.mainQueue.asyncAfter(songSwitchTimeoutSeconds, [this, life = life_.watch(), token] {
     if (life.isAlive()) {
       songSwitchTimedOut(token);

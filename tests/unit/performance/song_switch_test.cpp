@@ -6,83 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "document/app_state.h"
-#include "performance/channel_builder.h"
-#include "performance/console_selection.h"
-#include "simulation/simulated_user_defaults.h"
-#include "support/simulated_stage.h"
+#include "support/simulated_session.h"
 
 namespace vrel {
 namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::Not;
 
-ChannelConfig record(const std::string& name, const std::string& path, const std::vector<std::string>& effects = {}) {
-  ChannelConfig config;
-  config.name = name;
-  config.pluginPath = path;
-  for (const auto& effect : effects) {
-    config.effectSlots.emplace_back().pluginPath = effect;
-  }
-  return config;
-}
-
-class Switch : public SimulatedStage {
- protected:
-  Switch() {
-    state.scannedPlugins.set({piano, organ});
-    state.scannedAudioEffectPlugins.set({chorus});
-  }
-
-  void addSong(const std::string& name, std::vector<ChannelConfig> channels) {
-    state.songs.modify([&](std::vector<SongConfig>& songs) {
-      auto& song = songs.emplace_back();
-      song.name = name;
-      song.channels = std::move(channels);
-    });
-  }
-
-  [[nodiscard]] const SongConfig& song(std::size_t index) const { return state.songs.get()[index]; }
-
-  void changeSong(std::size_t index, const std::function<void(SongConfig&)>& change) {
-    state.songs.modify([&](std::vector<SongConfig>& songs) { change(songs[index]); });
-  }
-
-  void answerAll() {
-    settle();
-    while (!units.requests.empty()) {
-      if (units.requests[0].isForMIDIInstrument) {
-        units.answerWithInstrument();
-      } else {
-        units.answerWithUnit();
-      }
-      settle();
-    }
-  }
-
-  [[nodiscard]] AudioChannel& strip(std::size_t index) { return *engine->channels()[index]; }
-
-  static const Events& eventsOf(const AudioChannel& channel) {
-    return dynamic_cast<simulation::ScriptedInstrument&>(*channel.instrumentNode.get()).events;
-  }
-
-  class NoComponents : public AVAudioUnitComponentManager {
-    std::vector<AVAudioUnitComponent> componentsMatchingDescription(
-        const AudioComponentDescription& /*sought*/) override {
-      return {};
-    }
-  };
-
-  simulation::SimulatedUserDefaults defaults;
-  NoComponents components;
-  AppState state{defaults, components, mainQueue, console};
-  ConsoleSelection selection;
-  ChannelBuilder builder{state, *engine, console};
-  SongSwitch songSwitch{{state, *engine, mainQueue, clock, console, selection, builder}};
-};
+using Switch = SimulatedSession;
 
 TEST_F(Switch, AnIndexOutOfRangeChangesAndCapturesNothing) {
   addSong("One", {record("Piano", pianoKey)});

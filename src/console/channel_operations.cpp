@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/channel_operations.h"
+
+#include <algorithm>
+#include <string>
+
+#include "console/song_list.h"
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "performance/channel_builder.h"
+#include "performance/console_selection.h"
+
+namespace vrel {
+
+void ChannelOperations::moveChannels(const std::set<std::size_t>& fromOffsets, std::size_t toOffset) {
+  const auto count = engine_.channels().size();
+  if (state_.isLiveModeEnabled.get() || fromOffsets.empty() || *fromOffsets.begin() >= count || toOffset > count) {
+    return;
+  }
+  engine_.moveChannel(*fromOffsets.begin(), toOffset);
+  state_.isDirty.set(true);
+}
+
+void ChannelOperations::addChannelFromButton() {
+  if (state_.isLiveModeEnabled.get()) {
+    return;
+  }
+  const auto channel = engine_.addChannel("Instrument " + std::to_string(engine_.channels().size() + 1));
+  const auto range = keyboardNoteRange(state_);
+  channel->minNote.set(range.low);
+  channel->maxNote.set(range.high);
+  selection_.selectedChannelId.set(channel->id);
+  channelListChanged();
+}
+
+void ChannelOperations::addChannelFromConfig(const ChannelConfig& config, std::optional<std::size_t> insertAt) {
+  if (state_.isLiveModeEnabled.get()) {
+    return;
+  }
+  const auto channel = builder_.addChannel(config);
+  if (insertAt) {
+    const auto last = engine_.channels().size() - 1;
+    engine_.moveChannel(last, std::min(*insertAt, last));
+  }
+  const bool hasInstrument = !config.pluginPath.empty();
+  const bool hasEffects = std::any_of(config.effectSlots.begin(), config.effectSlots.end(),
+                                      [](const auto& slot) { return !slot.pluginPath.empty(); });
+  state_.beginLoadingSession(int{hasInstrument} + int{hasEffects}, audioUnitsLoadingMessage(state_.language.get()));
+  const auto completeOneLoad = [this](bool wasCounted) {
+    return [this, wasCounted] {
+      if (wasCounted) {
+        state_.completeOneLoad();
+      }
+    };
+  };
+  builder_.load(channel, config,
+                {.isWanted = [] { return true; },
+                 .instrumentEnded = completeOneLoad(hasInstrument),
+                 .effectsEnded = completeOneLoad(hasEffects)});
+  selection_.selectedChannelId.set(channel->id);
+  channelListChanged();
+}
+
+void ChannelOperations::copyChannel(const AudioChannel& channel) {
+  if (state_.isLiveModeEnabled.get()) {
+    return;
+  }
+  channelClipboard.set(makeChannelConfig(channel, engine_.pluginState()));
+  selection_.selectedChannelId.set(channel.id);
+}
+
+void ChannelOperations::cutChannel(const AudioChannel& channel) {
+  if (state_.isLiveModeEnabled.get()) {
+    return;
+  }
+  copyChannel(channel);
+  engine_.removeChannel(channel);
+  selectFirstChannel();
+  channelListChanged();
+}
+
+void ChannelOperations::pasteChannel(const std::optional<Uuid>& afterChannelId) {
+  if (state_.isLiveModeEnabled.get() || !channelClipboard.get()) {
+    return;
+  }
+  auto before = indexOf(afterChannelId);
+  if (!before) {
+    before = indexOf(selection_.selectedChannelId.get());
+  }
+  addChannelFromConfig(*channelClipboard.get(), before ? *before + 1 : engine_.channels().size());
+}
+
+void ChannelOperations::duplicateChannel(const AudioChannel& channel) {
+  const auto index = indexOf(channel.id);
+  if (state_.isLiveModeEnabled.get() || !index) {
+    return;
+  }
+  addChannelFromConfig(makeChannelConfig(channel, engine_.pluginState()), *index + 1);
+}
+
+void ChannelOperations::removeChannelFromConsole(const AudioChannel& channel) {
+  if (state_.isLiveModeEnabled.get()) {
+    return;
+  }
+  const auto id = channel.id;
+  engine_.removeChannel(channel);
+  if (selection_.selectedChannelId.get() == id) {
+    selectFirstChannel();
+  }
+  channelListChanged();
+}
+
+std::optional<std::size_t> ChannelOperations::indexOf(const std::optional<Uuid>& channelId) const {
+  const auto& channels = engine_.channels();
+  const auto found = std::find_if(channels.begin(), channels.end(),
+                                  [&](const auto& channel) { return channelId && channel->id == *channelId; });
+  return found == channels.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - channels.begin()));
+}
+
+void ChannelOperations::selectFirstChannel() {
+  const auto& channels = engine_.channels();
+  selection_.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
+}
+
+void ChannelOperations::channelListChanged() {
+  selection_.channelsViewVersion.set(selection_.channelsViewVersion.get() + 1);
+  state_.isDirty.set(true);
+}
+
+}  // namespace vrel

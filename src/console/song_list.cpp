@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/song_list.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "foundation/move_item.h"
+#include "performance/console_selection.h"
+#include "performance/song_switch.h"
+
+namespace vrel {
+namespace {
+
+/// Unicode's white space and line ends, in UTF-8.
+constexpr std::array<std::string_view, 25> blanks{" ",
+                                                  "\t",
+                                                  "\n",
+                                                  "\v",
+                                                  "\f",
+                                                  "\r",
+                                                  "\xC2\x85",
+                                                  "\xC2\xA0",
+                                                  "\xE1\x9A\x80",
+                                                  "\xE2\x80\x80",
+                                                  "\xE2\x80\x81",
+                                                  "\xE2\x80\x82",
+                                                  "\xE2\x80\x83",
+                                                  "\xE2\x80\x84",
+                                                  "\xE2\x80\x85",
+                                                  "\xE2\x80\x86",
+                                                  "\xE2\x80\x87",
+                                                  "\xE2\x80\x88",
+                                                  "\xE2\x80\x89",
+                                                  "\xE2\x80\x8A",
+                                                  "\xE2\x80\xA8",
+                                                  "\xE2\x80\xA9",
+                                                  "\xE2\x80\xAF",
+                                                  "\xE2\x81\x9F",
+                                                  "\xE3\x80\x80"};
+
+std::string_view withoutBlanksAround(std::string_view text) {
+  const auto leads = [&text](std::string_view blank) { return text.starts_with(blank); };
+  const auto trails = [&text](std::string_view blank) { return text.ends_with(blank); };
+  const auto* blank = blanks.end();
+  while ((blank = std::find_if(blanks.begin(), blanks.end(), leads)) != blanks.end()) {
+    text.remove_prefix(blank->size());
+  }
+  while ((blank = std::find_if(blanks.begin(), blanks.end(), trails)) != blanks.end()) {
+    text.remove_suffix(blank->size());
+  }
+  return text;
+}
+
+std::string numbered(std::size_t position, const std::string& name) {
+  const std::string number = std::to_string(position);
+  return (number.size() < 2 ? "0" : "") + number + ". " + name;
+}
+
+}  // namespace
+
+KeyboardNoteRange keyboardNoteRange(const AppState& state) {
+  const int low = state.keyboardStartNote.get();
+  const int high = std::max(low, std::min(low + int{state.keyboardKeyCount.get()}, 128) - 1);
+  return {static_cast<std::uint8_t>(low), static_cast<std::uint8_t>(high)};
+}
+
+ChannelConfig newSongChannel(KeyboardNoteRange range) {
+  ChannelConfig channel;
+  channel.name = "Piano Lead";
+  channel.minNote = range.low;
+  channel.maxNote = range.high;
+  return channel;
+}
+
+void SongList::addSong() {
+  const auto& name = state_.newSongName.get();
+  if (name.empty()) {
+    return;
+  }
+  const auto& songs = state_.songs.get();
+  SongConfig song;
+  song.name = numbered(songs.size() + 1, name);
+  if (!songs.empty()) {
+    song.keyboardStartNote = songs.back().keyboardStartNote;
+    song.keyboardKeyCount = songs.back().keyboardKeyCount;
+  }
+  song.channels = {newSongChannel(keyboardNoteRange(state_))};
+  state_.songs.modify([&song](auto& list) { list.push_back(std::move(song)); });
+  state_.newSongName.set("");
+  state_.isDirty.set(true);
+}
+
+void SongList::clickSong(std::size_t row) {
+  if (editingSongId.get()) {
+    commitSongRename();
+  }
+  songSwitch_.applySong(static_cast<std::ptrdiff_t>(row));
+}
+
+void SongList::beginSongRename(Uuid songId) {
+  if (const auto index = indexOf(songId)) {
+    editingSongId.set(songId);
+    focusedSongEditorId.set(songId);
+    editingSongNameDraft.set(state_.songs.get()[*index].name);
+  }
+}
+
+void SongList::commitSongRename() {
+  const auto index = editingSongId.get() ? indexOf(*editingSongId.get()) : std::nullopt;
+  if (index) {
+    const std::string name(withoutBlanksAround(editingSongNameDraft.get()));
+    if (!name.empty() && name != state_.songs.get()[*index].name) {
+      state_.songs.modify([&](auto& list) { list[*index].name = name; });
+      state_.isDirty.set(true);
+    }
+  }
+  cancelSongRename();
+}
+
+void SongList::cancelSongRename() {
+  editingSongId.set(std::nullopt);
+  focusedSongEditorId.set(std::nullopt);
+  editingSongNameDraft.set("");
+}
+
+void SongList::deleteSong(Uuid songId) {
+  const auto index = indexOf(songId);
+  if (!index) {
+    return;
+  }
+  const auto onStage = songOnStage();
+  state_.songs.modify([&](auto& list) { list.erase(list.begin() + static_cast<std::ptrdiff_t>(*index)); });
+  if (state_.songs.get().empty()) {
+    clearStage();
+  } else if (onStage == songId) {
+    state_.selectedSongIndex.set(std::nullopt);  // what is gone is not captured
+    songSwitch_.applySong(static_cast<std::ptrdiff_t>(std::min(state_.songs.get().size() - 1, *index)));
+  } else if (onStage) {
+    state_.selectedSongIndex.set(indexOf(*onStage));
+  }
+  if (editingSongId.get() == songId) {
+    cancelSongRename();
+  }
+  state_.isDirty.set(true);  // behind the switch, which clears it
+}
+
+void SongList::clearStage() {
+  state_.selectedSongIndex.set(std::nullopt);
+  state_.songNotes.set("");
+  engine_.removeAllChannels();
+  selection_.selectedChannelId.set(std::nullopt);
+}
+
+void SongList::moveSongs(const std::set<std::size_t>& fromOffsets, std::size_t toOffset) {
+  const auto count = state_.songs.get().size();
+  if (fromOffsets.empty() || *fromOffsets.begin() >= count || toOffset > count) {
+    return;
+  }
+  const auto from = *fromOffsets.begin();
+  if (toOffset == from || toOffset == from + 1) {
+    return;
+  }
+  const auto onStage = songOnStage();
+  state_.songs.modify([&](auto& list) { moveItem(list, from, toOffset); });
+  state_.selectedSongIndex.set(onStage ? indexOf(*onStage) : std::nullopt);
+  state_.isDirty.set(true);
+}
+
+std::optional<std::size_t> SongList::indexOf(const Uuid& songId) const {
+  const auto& songs = state_.songs.get();
+  const auto found = std::find_if(songs.begin(), songs.end(), [&](const auto& song) { return song.id == songId; });
+  return found == songs.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - songs.begin()));
+}
+
+std::optional<Uuid> SongList::songOnStage() const {
+  const auto selected = state_.selectedSongIndex.get();
+  const auto& songs = state_.songs.get();
+  return selected && *selected < songs.size() ? std::optional(songs[*selected].id) : std::nullopt;
+}
+
+}  // namespace vrel
