@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <variant>
@@ -128,10 +127,6 @@ std::string textOf(const PropertyListDictionary& state) {
 
 enum class Place { inProcess, sandboxed };
 
-void PrintTo(Place place, std::ostream* stream) {
-  *stream << (place == Place::inProcess ? "InProcess" : "Sandboxed");
-}
-
 class RealPlugins : public sandbox::SandboxStage {
  protected:
   [[nodiscard]] AudioUnitFactory& factoryIn(Place place) {
@@ -214,7 +209,9 @@ TEST_P(RealOrders, ASavedSoundComesBackInTheStripItBelongsTo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Hosting, RealOrders, testing::Values(Place::inProcess, Place::sandboxed),
-                         testing::PrintToStringParamName());
+                         [](const auto& tested) {
+                           return tested.param == Place::inProcess ? "InProcess" : "Sandboxed";
+                         });
 
 class RealRacks : public RealPlugins {};
 

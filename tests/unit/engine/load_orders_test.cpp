@@ -45,7 +45,7 @@ struct LoadingMachine : SimulatedMachine {
   void answer(std::size_t index, Ending ending) {
     const bool isPiano = units.requests[index].description == piano.audioComponentDescription;
     if (ending == Ending::node) {
-      made.push_back({isPiano ? pianoKey : organKey, units.answerWithInstrument(index)});
+      made.emplace_back(isPiano ? pianoKey : organKey, units.answerWithInstrument(index));
     } else {
       units.answer(index, nullptr, ending == Ending::error ? std::optional(Error{"broken"}) : std::nullopt);
     }

@@ -73,8 +73,8 @@ struct RackMachine : SimulatedMachine {
     EXPECT_EQ(graph().chainFrom(source), sourceName + " > " + rackOf(channel) + rest);
     const auto& rackNodes = channel.effectNodes.get();
     const auto& slots = channel.effectSlots.get();
-    for (const auto& [id, node] : rackNodes) {
-      EXPECT_TRUE(std::any_of(slots.begin(), slots.end(), [&](const auto& slot) { return slot.id == id; }))
+    for (const auto& entry : rackNodes) {
+      EXPECT_TRUE(std::any_of(slots.begin(), slots.end(), [&](const auto& slot) { return slot.id == entry.first; }))
           << "a node without a slot";
     }
     for (const auto& weakNode : made) {
