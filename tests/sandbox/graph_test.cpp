@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Sandboxed instruments in the running graph: what one does is not heard in the others.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <functional>
@@ -17,6 +19,10 @@ namespace vrel::sandbox {
 namespace {
 
 class InTheGraph : public SandboxStage {
+ public:
+  using SandboxStage::make;
+  using SandboxStage::makeLater;
+
  protected:
   // Large blocks leave a busy machine time enough to play them.
   static constexpr std::uint32_t frames = 512;
@@ -87,11 +93,11 @@ class InTheGraph : public SandboxStage {
   }
 };
 
-/// What happens to a rebel while the sine beside it plays.
+/// What happens to a rebel, or to another plug-in, while the sine plays.
 struct Fault {
-  const char* name;
-  const char* rebel;
-  std::function<void(AVAudioUnitMIDIInstrument& rebel)> happen;
+  std::string name;
+  std::string rebel;
+  std::function<void(InTheGraph& stage, AVAudioUnitMIDIInstrument& rebel)> happen;
 };
 
 // NOLINTNEXTLINE(readability-identifier-naming): the test library looks for this name
@@ -99,37 +105,94 @@ void PrintTo(const Fault& fault, std::ostream* stream) {
   *stream << fault.name;
 }
 
-Fault signalled(const char* name, int signal) {
-  return {name, "kind", [signal](AVAudioUnitMIDIInstrument& rebel) {
-            kill(dynamic_cast<SandboxedNode&>(rebel).processId(), signal);
+pid_t processOf(AVAudioUnit& unit) {
+  return dynamic_cast<SandboxedNode&>(unit).processId();
+}
+
+/// An endless loop, or what a signal does: at every stage of a plug-in's life.
+struct Misfortune {
+  std::string name;
+  int signal;  // 0 for a loop, in which it is anyway
+};
+
+/// Makes the call; its plug-in, which never returns from it, meets with the misfortune in the midst of it.
+void during(const Misfortune& misfortune, pid_t process, const std::function<void()>& call) {
+  std::thread other([&] {
+    std::this_thread::sleep_for(30ms);
+    if (misfortune.signal != 0) {
+      kill(process, misfortune.signal);
+    }
+  });
+  call();
+  other.join();
+}
+
+Fault whileMade(const Misfortune& misfortune) {
+  return {misfortune.name + "WhileMade", "kind", [misfortune](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
+            const auto before = childrenOf(getpid());
+            (void)stage.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
+            std::vector<pid_t> now;
+            EXPECT_TRUE(happensWithin(5s, [&] { return (now = childrenOf(getpid())).size() > before.size(); }));
+            for (const pid_t child : now) {
+              if (misfortune.signal != 0 && std::find(before.begin(), before.end(), child) == before.end()) {
+                kill(child, misfortune.signal);
+              }
+            }
+          }};
+}
+
+Fault inRestoring(const Misfortune& misfortune) {
+  return {misfortune.name + "InRestoring", "hang-restore",
+          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            PropertyListDictionary state;
+            state["format"] = {std::int64_t{1}};
+            state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
+            state["ports"] = {PropertyListDictionary{}};
+            state["properties"] = {PropertyListArray{}};
+            state["files"] = {PropertyListDictionary{}};
+            during(misfortune, processOf(rebel), [&] { rebel.auAudioUnit().setFullStateForDocument(state); });
+          }};
+}
+
+Fault whilePlaying(const Misfortune& misfortune) {
+  return {misfortune.name + "WhilePlaying", "kind",
+          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            if (misfortune.signal != 0) {
+              kill(processOf(rebel), misfortune.signal);
+            } else {
+              rebel.sendMIDIEvent(0x90, misdeed::hangForever, 64);
+            }
+          }};
+}
+
+Fault inSaving(const Misfortune& misfortune) {
+  return {misfortune.name + "InSaving", "hang-save",
+          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            during(misfortune, processOf(rebel), [&] { (void)rebel.auAudioUnit().fullStateForDocument(); });
+          }};
+}
+
+Fault inClosing(const Misfortune& misfortune) {
+  return {misfortune.name + "InClosing", "kind", [misfortune](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
+            auto unit = stage.make("urn:vrel:zoo:rebel-hang-cleanup").unit;
+            const pid_t process = processOf(*unit);
+            during(misfortune, process, [&] { unit.reset(); });
           }};
 }
 
 Fault keyed(const char* name, std::uint8_t key) {
-  return {name, "kind", [key](AVAudioUnitMIDIInstrument& rebel) { rebel.sendMIDIEvent(0x90, key, 64); }};
+  return {name, "kind",
+          [key](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) { rebel.sendMIDIEvent(0x90, key, 64); }};
 }
 
-void takeForeignState(AVAudioUnitMIDIInstrument& rebel) {
-  PropertyListDictionary state;
-  state["format"] = {std::int64_t{1}};
-  state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
-  state["ports"] = {PropertyListDictionary{}};
-  state["properties"] = {PropertyListArray{}};
-  state["files"] = {PropertyListDictionary{}};
-  rebel.auAudioUnit().setFullStateForDocument(state);
-}
-
-void sendTooMuch(AVAudioUnitMIDIInstrument& rebel) {
+void sendTooMuch(InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
   for (int count = 0; count < 5000; ++count) {
     rebel.sendMIDIEvent(0x90, 60, 64);
   }
 }
 
-const std::vector<Fault>& faults() {
-  static const std::vector<Fault> all = {
-      signalled("Killed", SIGKILL),
-      signalled("Stopped", SIGSTOP),
-      keyed("EndlessLoop", misdeed::hangForever),
+std::vector<Fault> faults() {
+  std::vector<Fault> all = {
       keyed("WriteToNothing", misdeed::writeToNothing),
       keyed("WriteBehindTheBuffer", misdeed::writeBehindTheBuffer),
       keyed("WriteBeforeTheBuffer", misdeed::writeBeforeTheBuffer),
@@ -139,15 +202,12 @@ const std::vector<Fault>& faults() {
       keyed("TenBlocksLate", misdeed::sleepTenBlocks),
       keyed("TooMuchWork", misdeed::askForTooMuchWork),
       {"TooManyEvents", "kind", sendTooMuch},
-      {"EndlessLoopInRestoring", "hang-restore", takeForeignState},
-      {"EndlessLoopInSaving", "hang-save",
-       [](AVAudioUnitMIDIInstrument& rebel) { (void)rebel.auAudioUnit().fullStateForDocument(); }},
-      {"StoppedAndAskedForItsState", "kind",
-       [](AVAudioUnitMIDIInstrument& rebel) {
-         stop(dynamic_cast<SandboxedNode&>(rebel).processId());
-         (void)rebel.auAudioUnit().fullStateForDocument();
-       }},
   };
+  for (const Misfortune& misfortune : {Misfortune{"Killed", SIGKILL}, {"Stopped", SIGSTOP}, {"EndlessLoop", 0}}) {
+    for (const auto at : {whileMade, inRestoring, whilePlaying, inSaving, inClosing}) {
+      all.push_back(at(misfortune));
+    }
+  }
   return all;
 }
 
@@ -170,9 +230,12 @@ class PacedRun : public InTheGraph, public testing::WithParamInterface<Fault> {
     if (const auto begin = recorder.samples(); !std::equal(expected.begin(), expected.end(), begin.begin())) {
       return {};  // before anything was done to it
     }
-    fault.happen(*graph.rebel);
+    fault.happen(*this, *graph.rebel);
     EXPECT_TRUE(happensWithin(10s, [&] { return recorder.samples().size() > whole; }));
     graph.engine->stop();
+    for (const pid_t child : childrenOf(getpid())) {
+      kill(child, SIGKILL);  // what loops would take the processor from the next attempt
+    }
     const auto samples = recorder.samples();
     const bool hasGaps = std::search_n(samples.begin(), samples.end(), 8, 0.0F) != samples.end();
     return hasGaps || graph.counters->droppedTapBuffers > 0 ? std::vector<float>() : samples;
@@ -188,7 +251,7 @@ TEST_P(PacedRun, TheOtherStripSoundsSampleForSampleAsWithoutTheFault) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, PacedRun, testing::ValuesIn(faults()),
-                         [](const auto& parameter) { return std::string(parameter.param.name); });
+                         [](const auto& parameter) { return parameter.param.name; });
 
 using InTheOfflineGraph = InTheGraph;
 

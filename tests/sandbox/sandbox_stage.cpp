@@ -9,6 +9,8 @@
 namespace vrel::sandbox {
 
 SandboxStage::SandboxStage(GuestLink::Patience patience, std::string helper, bool isRealTime) {
+  // The scan reads the environment, which some tests change.
+  (void)inProcess_.world->componentsMatchingDescription({});
   settings_.patience = patience;
   settings_.worksWithinBlock = true;
   settings_.isRealTime = isRealTime;
