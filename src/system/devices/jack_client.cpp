@@ -20,6 +20,9 @@ jack_client_t* join(const std::string& clientName, const std::string& serverName
   return jack_client_open(name.c_str(), options, nullptr, serverName.c_str());
 }
 
+// A client was told that its server has gone, and others may not have been yet.
+std::atomic<bool> serverDeath{false};
+
 }  // namespace
 
 std::mutex& JackClient::libraryMutex() {
@@ -36,28 +39,41 @@ std::unique_ptr<JackClient> JackClient::open(const std::string& clientName, cons
                                              const Callbacks& callbacks) {
   std::unique_ptr<JackClient> client(new JackClient(callbacks));  // ends after the lock, which its end takes, too
   const std::lock_guard lock(libraryMutex());
-  auto& others = openClients();
-  for (auto* const other : others) {
-    if (other->isServerGone_) {
-      other->close();
-    }
+  if (serverDeath.exchange(false)) {
+    closeAll();
   }
   client->client_ = join(clientName, serverName);
-  for (auto* const other : others) {
-    if (other->isServerGone_) {
-      // It died during the call above; the library may have freed it by now, or not.
-      other->client_ = nullptr;
-    }
+  if (serverDeath.exchange(false)) {
+    letGoOfAll();
   }
   if (client->client_ == nullptr) {
     return nullptr;
   }
-  others.push_back(client.get());
+  openClients().push_back(client.get());
   jack_on_shutdown(client->client_, noteShutdown, client.get());
   if (callbacks.process != nullptr) {
     jack_set_process_callback(client->client_, process, client.get());
   }
   return client;
+}
+
+void JackClient::closeAll() {
+  for (auto* const each : openClients()) {
+    each->noteServerGone();
+    each->close();
+  }
+}
+
+void JackClient::letGoOfAll() {
+  constexpr int mostWaits = 100;
+  for (auto* const each : openClients()) {
+    // Freed by the library, or about to be told: in both cases nothing calls back any more.
+    for (int waits = 0; !each->isServerGone_ && waits < mostWaits; ++waits) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    each->noteServerGone();
+    each->client_ = nullptr;
+  }
 }
 
 JackClient::~JackClient() {
@@ -104,10 +120,13 @@ int JackClient::process(jack_nframes_t frames, void* client) {
 }
 
 void JackClient::noteShutdown(void* client) {
-  auto& self = *static_cast<JackClient*>(client);
-  self.isServerGone_ = true;
-  if (self.callbacks_.serverGone != nullptr) {
-    self.callbacks_.serverGone(self.callbacks_.owner);
+  serverDeath = true;
+  static_cast<JackClient*>(client)->noteServerGone();
+}
+
+void JackClient::noteServerGone() {
+  if (!isServerGone_.exchange(true) && callbacks_.serverGone != nullptr) {
+    callbacks_.serverGone(callbacks_.owner);
   }
 }
 

@@ -16,8 +16,9 @@ namespace vrel::system {
 ///
 /// What the library does, and this class is there for:
 /// 1. When a client is opened after a server has died, the library frees all clients of the process that it
-///    still had. So dead ones are closed here before another one is opened, and all questions to the library are asked
-///    one at a time, and none to a dead client.
+///    still had, those too that have not been told of the death yet, and never will be. So all are told and closed here
+///    before another one is opened, and all questions to the library are asked one at a time, and none to a dead
+///    client.
 /// 2. Closing stops the library's threads at any instruction. So a block under way is waited for, and what the library
 ///    calls back must neither lock nor allocate, whether on the audio thread or not.
 /// 3. It writes to the terminal. Here it does not; what matters of a failure is told in our own words.
@@ -64,6 +65,9 @@ class JackClient {
 
   [[nodiscard]] static std::mutex& libraryMutex();
   [[nodiscard]] static std::vector<JackClient*>& openClients();
+  void noteServerGone();
+  static void closeAll();    // while no client is being opened
+  static void letGoOfAll();  // when the server died while one was
   void close();
   static int process(jack_nframes_t frames, void* client);
   static void noteShutdown(void* client);
