@@ -31,21 +31,25 @@ function(vrel_module name)
   endif()
 endfunction()
 
-# vrel_test(name LABEL label SOURCES ... DEPENDS ...)
-# One GoogleTest executable; every case is a CTest of its own under the label. The target `tests_rt` builds what
-# `ctest -L rt` needs, and so on for each label.
+# vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource])
+# One GoogleTest executable; every case is a CTest of its own under the label. Of those with the same resource one runs
+# at a time. The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label.
 include(GoogleTest)
-foreach(label unit rt sound plugins show devices)
+foreach(label unit rt sound media plugins show devices)
   add_custom_target(tests_${label})
 endforeach()
 function(vrel_test name)
-  cmake_parse_arguments(ARG "" "LABEL" "SOURCES;DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "LABEL;RESOURCE_LOCK" "SOURCES;DEPENDS" ${ARGN})
+  set(properties LABELS ${ARG_LABEL} TIMEOUT 120)
+  if(ARG_RESOURCE_LOCK)
+    list(APPEND properties RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
+  endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main
     $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
   # Cases are listed when CTest runs, so a build never executes what it made.
   gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS ${ARG_LABEL} TIMEOUT 120)
+    PROPERTIES ${properties})
   add_dependencies(tests_${ARG_LABEL} ${name})
 endfunction()
 

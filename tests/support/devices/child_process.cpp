@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 
 namespace vrel::system::test {
@@ -20,24 +21,36 @@ void ChildProcess::start(const std::vector<std::string>& arguments, const std::s
     pointers.push_back(const_cast<char*>(argument.c_str()));
   }
   pointers.push_back(nullptr);
+  // Some programs end with their input.
+  std::array<int, 2> input = {-1, -1};
+  static_cast<void>(::pipe2(input.data(), O_CLOEXEC));
   const int log = ::open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   process_ = ::fork();
   if (process_ == 0) {
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    ::dup2(input[0], STDIN_FILENO);
     ::dup2(log, STDOUT_FILENO);
     ::dup2(log, STDERR_FILENO);
     ::execvp(pointers[0], pointers.data());
     ::_exit(127);
   }
   ::close(log);
+  ::close(input[0]);
+  input_ = input[1];
   if (process_ < 0) {
-    process_ = 0;
+    noteEnd();
   }
+}
+
+void ChildProcess::noteEnd() {
+  process_ = 0;
+  ::close(input_);
+  input_ = -1;
 }
 
 bool ChildProcess::isRunning() {
   if (process_ != 0 && ::waitpid(process_, nullptr, WNOHANG) == process_) {
-    process_ = 0;
+    noteEnd();
   }
   return process_ != 0;
 }
@@ -54,7 +67,7 @@ void ChildProcess::end(int signal) {
   if (!eventually([this] { return !isRunning(); }, patience)) {
     this->signal(SIGKILL);
     ::waitpid(process_, nullptr, 0);
-    process_ = 0;
+    noteEnd();
   }
 }
 

@@ -32,7 +32,8 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  /// Starts it, by name, with what it writes in a file. A program that is not there ends at once.
+  /// Starts it, by name, with what it writes in a file, and with nothing to read for as long as it runs. A program that
+  /// is not there ends at once.
   void start(const std::vector<std::string>& arguments, const std::string& logPath);
 
   [[nodiscard]] bool isRunning();
@@ -43,7 +44,10 @@ class ChildProcess {
   void end(int signal);
 
  private:
+  void noteEnd();
+
   pid_t process_ = 0;
+  int input_ = -1;  // our end of what it reads
 };
 
 }  // namespace vrel::system::test

@@ -23,43 +23,50 @@ std::string textOf(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+const std::filesystem::path jackFolder = "/dev/shm";
+
+/// Where the server of this name waits for clients.
+std::filesystem::path socketOf(const std::string& name) {
+  return jackFolder / ("jack_" + name + "_" + std::to_string(::getuid()) + "_0");
+}
+
+/// JACK keeps what is told about ports in a database of the user's, which all its programs open. One that is killed
+/// while it makes it leaves it damaged, and each program that opens it later ends with a bus error.
+void removeLeftovers(const std::string& name) {
+  std::error_code ignored;
+  std::filesystem::remove_all(jackFolder / ("jack_db-" + std::to_string(::getuid())), ignored);
+  std::filesystem::remove(socketOf(name), ignored);
+}
+
 std::string inTemporaryFolder(const std::string& file) {
   return std::filesystem::temp_directory_path() / file;
 }
 
 }  // namespace
 
-JackServer::JackServer() {
+JackServer::JackServer() : logPath_(inTemporaryFolder(name_ + ".log")) {
   silenceLibrary();
-  const auto hasName = [this] {
-    takeName();
-    return nameLock_ >= 0;
-  };
-  if (!eventually(hasName, std::chrono::seconds(60))) {
-    throw std::runtime_error("other tests hold all names for servers");
+  if (!eventually([this] { return takeTurn(); }, std::chrono::seconds(100))) {
+    throw std::runtime_error("another program keeps the JACK server for itself");
   }
-  logPath_ = inTemporaryFolder(name_ + ".log");
 }
 
 JackServer::~JackServer() {
   process_.end(SIGTERM);
   std::error_code ignored;
   std::filesystem::remove(logPath_, ignored);
-  if (nameLock_ >= 0) {
-    ::close(nameLock_);
+  if (turn_ >= 0) {
+    ::close(turn_);
   }
 }
 
-void JackServer::takeName() {
-  constexpr int names = 4;
-  for (int number = 0; number < names && nameLock_ < 0; ++number) {
-    name_ = "vrel-test-" + std::to_string(number);
-    nameLock_ = ::open(inTemporaryFolder(name_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (nameLock_ >= 0 && ::flock(nameLock_, LOCK_EX | LOCK_NB) != 0) {
-      ::close(nameLock_);
-      nameLock_ = -1;
-    }
+bool JackServer::takeTurn() {
+  turn_ = ::open(inTemporaryFolder(name_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (turn_ >= 0 && ::flock(turn_, LOCK_EX | LOCK_NB) != 0) {
+    ::close(turn_);
+    turn_ = -1;
   }
+  return turn_ >= 0;
 }
 
 void JackServer::start() {
@@ -70,6 +77,7 @@ void JackServer::start() {
   for (const std::string mode : {"-R", "-R", "-r"}) {
     std::vector<std::string> arguments = {"jackd", mode, "-S", "-t", "5000", "-n", name_};
     arguments.insert(arguments.end(), driver.begin(), driver.end());
+    removeLeftovers(name_);
     process_.start(arguments, logPath_);
     if (waitUntilReady()) {
       return;
@@ -84,6 +92,9 @@ void JackServer::start() {
 bool JackServer::waitUntilReady() {
   bool isReady = false;
   const auto joins = [&] {
+    if (!std::filesystem::exists(socketOf(name_))) {
+      return !process_.isRunning();  // no client before: it would make the database side by side with the server
+    }
     const auto client = joinServer("ready", name_);
     isReady = client != nullptr;
     return isReady || !process_.isRunning();

@@ -10,12 +10,16 @@ namespace vrel::system::test {
 /// A JACK server on the dummy driver, 48000 frames per second and 128 frames per block, with ports that show what
 /// is played. It waits for its clients in every block, so a busy machine makes it slow but loses no sound.
 ///
-/// Its name is one of a few, taken for the time of the object's life: a server that was killed leaves an entry among
-/// the eight that a machine has room for, until one of the same name starts. The server ends with the
-/// object, and with the test's process. In real time where the machine allows it; if not, without, which is told.
+/// One at a time on the whole machine: the others wait. JACK's clients meet their server at a place that has the
+/// client's name and not the server's, so two programs that open clients of one name at the same time, on whatever
+/// servers, may get each other's. The server's name is always the same, too: one that was killed leaves an entry
+/// among the eight that a machine has room for, until one of its name starts.
+///
+/// The server ends with the object, and with the test's process. In real time where the machine allows it; if not,
+/// without, which is told.
 class JackServer {
  public:
-  /// Waits for a name, and throws when other tests do not give one back.
+  /// Waits for its turn, and throws when other programs do not end.
   JackServer();
   ~JackServer();
   JackServer(const JackServer&) = delete;
@@ -33,12 +37,12 @@ class JackServer {
   [[nodiscard]] bool isRunning() { return process_.isRunning(); }
 
  private:
-  void takeName();
+  [[nodiscard]] bool takeTurn();
   [[nodiscard]] bool waitUntilReady();
 
-  std::string name_;
+  const std::string name_ = "vrel-test";
   std::string logPath_;
-  int nameLock_ = -1;  // a locked file
+  int turn_ = -1;  // a locked file
   ChildProcess process_;
 };
 
