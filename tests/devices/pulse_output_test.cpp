@@ -10,9 +10,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 #include "output_stage.h"
 #include "support/devices/child_process.h"
+#include "system/devices/rt_audio_stream.h"
 
 namespace vrel::system::test {
 namespace {
@@ -168,6 +170,20 @@ TEST_F(PulseOutput, AServerThatHangsHoldsNothingUp) {
   ASSERT_FALSE(failure) << failure->description;
   EXPECT_TRUE(eventually([&] { return renderer.blocks > blocks; }));
   output.stop();
+}
+
+TEST_F(PulseOutput, AServerThatHangsWhileADeviceIsOpenedIsLeftBehind) {
+  ASSERT_NO_FATAL_FAILURE(startServer());
+  const auto library = std::make_shared<RtAudioLibrary>(RtAudio::LINUX_PULSE);
+  auto stream = std::make_unique<RtAudioStream>(library, 0);
+  server.signal(SIGSTOP);
+  const auto failure = stream->open("stage", 256);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->description, "it hangs");
+  EXPECT_TRUE(library->isStuck);
+  stream.reset();
+  server.end(SIGKILL);
+  EXPECT_TRUE(eventually([&] { return library.use_count() == 1; })) << "what hung has let go";
 }
 
 }  // namespace

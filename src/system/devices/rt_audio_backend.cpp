@@ -70,24 +70,14 @@ Result<std::unique_ptr<OutputStream>> RtAudioBackend::open(const std::string& de
   if (devices().empty()) {
     return Error{"it is not there any more"};
   }
-  try {
-    const unsigned count = library_->audio.getDeviceCount();
-    for (unsigned index = 0; index < count; ++index) {
-      const auto info = library_->audio.getDeviceInfo(index);
-      if (!info.probed || info.name != deviceName || info.outputChannels == 0) {
-        continue;
-      }
-      auto stream = std::make_unique<RtAudioStream>(library_, api_ == RtAudio::LINUX_PULSE ? soundServerBuffer : 0);
-      if (Outcome failure = stream->open(index, info, frames)) {
-        library_.reset();  // half open, it must neither be closed nor used again
-        return *failure;
-      }
-      return std::unique_ptr<OutputStream>(std::move(stream));
+  auto stream = std::make_unique<RtAudioStream>(library_, api_ == RtAudio::LINUX_PULSE ? soundServerBuffer : 0);
+  if (Outcome failure = stream->open(deviceName, frames)) {
+    if (!library_->isStuck) {
+      library_.reset();
     }
-  } catch (const std::exception& failure) {
-    return Error{failure.what()};
+    return *failure;
   }
-  return Error{"it is not there any more"};
+  return std::unique_ptr<OutputStream>(std::move(stream));
 }
 
 }  // namespace vrel::system

@@ -28,7 +28,8 @@ constexpr auto longestStart = std::chrono::seconds(8);
 constexpr std::uint32_t firstBlocks = 32;
 constexpr std::uint32_t mostFaults = 16;
 
-// What the performer waits at most for a device that is to be silent.
+// What the performer waits at most for a device that is to play, and for one that is to be silent.
+constexpr auto longestOpen = std::chrono::seconds(2);
 constexpr auto longestEnd = std::chrono::milliseconds(500);
 
 // RtAudio tells faults of its own thread without saying of which stream; there is one at a time.
@@ -53,6 +54,8 @@ struct RtAudioStream::Session {
   Session(std::shared_ptr<RtAudioLibrary> itsLibrary, double buffered)
       : library(std::move(itsLibrary)), leastBuffered(buffered) {}
 
+  [[nodiscard]] Outcome open(const std::string& deviceName, std::optional<std::uint32_t> frames);
+  [[nodiscard]] Outcome openDevice(unsigned device, const RtAudio::DeviceInfo& info, std::uint32_t frames);
   static int fill(void* output, void* input, unsigned frames, double time, RtAudioStreamStatus status, void* session);
   void render(float* output, unsigned frames);
 
@@ -117,7 +120,7 @@ RtAudioStream::RtAudioStream(std::shared_ptr<RtAudioLibrary> library, double lea
 
 RtAudioStream::~RtAudioStream() {
   stop();
-  if (!session_->isOpen || session_->library->isStuck) {
+  if (session_->library->isStuck || !session_->isOpen) {
     return;
   }
   const auto close = [session = session_] { session->library->audio.closeStream(); };
@@ -126,36 +129,57 @@ RtAudioStream::~RtAudioStream() {
   }
 }
 
-Outcome RtAudioStream::open(unsigned device, const RtAudio::DeviceInfo& info, std::optional<std::uint32_t> frames) {
-  auto& session = *session_;
-  auto& library = session.library->audio;
-  session.channels = std::min(2U, info.outputChannels);
-  const auto& rates = info.sampleRates;
-  const bool hasUsual = std::find(rates.begin(), rates.end(), usualRate) != rates.end();
-  const unsigned rate = hasUsual || info.preferredSampleRate == 0 ? usualRate : info.preferredSampleRate;
-  session.blockFrames = frames.value_or(usualFrames);
-  RtAudio::StreamParameters parameters;
-  parameters.deviceId = device;
-  parameters.nChannels = session.channels;
-  RtAudio::StreamOptions options;
-  options.flags = RTAUDIO_NONINTERLEAVED;
-  options.numberOfBuffers = std::max(2U, static_cast<unsigned>(session.leastBuffered * rate) / session.blockFrames);
-  options.streamName = "vrel";
+Outcome RtAudioStream::Session::open(const std::string& deviceName, std::optional<std::uint32_t> frames) {
+  auto& audio = library->audio;
   try {
-    library.openStream(&parameters, nullptr, RTAUDIO_FLOAT32, rate, &session.blockFrames, &Session::fill, &session,
-                       &options, noteFault);
-    session.sampleRate = library.getStreamSampleRate();
+    const unsigned count = audio.getDeviceCount();
+    for (unsigned index = 0; index < count; ++index) {
+      const auto info = audio.getDeviceInfo(index);
+      if (info.probed && info.name == deviceName && info.outputChannels > 0) {
+        return openDevice(index, info, frames.value_or(usualFrames));
+      }
+    }
   } catch (const std::exception& failure) {
     return Error{failure.what()};
   }
-  session.isOpen = library.isStreamOpen();
-  if (!session.isOpen) {
+  return Error{"it is not there any more"};
+}
+
+Outcome RtAudioStream::Session::openDevice(unsigned device, const RtAudio::DeviceInfo& info, std::uint32_t frames) {
+  auto& audio = library->audio;
+  channels = std::min(2U, info.outputChannels);
+  const auto& rates = info.sampleRates;
+  const bool hasUsual = std::find(rates.begin(), rates.end(), usualRate) != rates.end();
+  const unsigned rate = hasUsual || info.preferredSampleRate == 0 ? usualRate : info.preferredSampleRate;
+  blockFrames = frames;
+  RtAudio::StreamParameters parameters;
+  parameters.deviceId = device;
+  parameters.nChannels = channels;
+  RtAudio::StreamOptions options;
+  options.flags = RTAUDIO_NONINTERLEAVED;
+  options.numberOfBuffers = std::max(2U, static_cast<unsigned>(leastBuffered * rate) / blockFrames);
+  options.streamName = "vrel";
+  audio.openStream(&parameters, nullptr, RTAUDIO_FLOAT32, rate, &blockFrames, &Session::fill, this, &options,
+                   noteFault);
+  isOpen = audio.isStreamOpen();
+  if (!isOpen) {
     return Error{"it can not be opened"};
   }
-  if (session.channels == 1) {
-    session.sides.resize(std::size_t{2} * session.blockFrames);
+  sampleRate = audio.getStreamSampleRate();
+  if (channels == 1) {
+    sides.resize(std::size_t{2} * blockFrames);
   }
   return {};
+}
+
+Outcome RtAudioStream::open(const std::string& deviceName, std::optional<std::uint32_t> frames) {
+  const auto outcome = std::make_shared<Outcome>();
+  const auto open = [session = session_, outcome, deviceName, frames] { *outcome = session->open(deviceName, frames); };
+  if (!endsWithin(longestOpen, open)) {
+    session_->library->isStuck = true;
+    return Error{"it hangs"};
+  }
+  return *outcome;
 }
 
 double RtAudioStream::sampleRate() const {

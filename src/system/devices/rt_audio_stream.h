@@ -23,8 +23,8 @@ struct RtAudioLibrary {
 
 /// An output that RtAudio plays.
 ///
-/// A sound server that hangs keeps RtAudio's calls for as long as it likes. Those that end a stream are made on a
-/// thread of their own, and left behind with all they need when they take too long.
+/// A sound server that hangs keeps RtAudio's calls for as long as it likes. Those that open and end a stream are made
+/// on a thread of their own, and left behind with all they need when they take too long.
 class RtAudioStream final : public OutputStream {
  public:
   /// `leastBuffered` in seconds of sound.
@@ -33,8 +33,9 @@ class RtAudioStream final : public OutputStream {
   RtAudioStream(const RtAudioStream&) = delete;
   RtAudioStream& operator=(const RtAudioStream&) = delete;
 
-  /// Once; with blocks of `frames` where the device lets itself be asked.
-  [[nodiscard]] Outcome open(unsigned device, const RtAudio::DeviceInfo& info, std::optional<std::uint32_t> frames);
+  /// Once; with blocks of `frames` where the device lets itself be asked. After a failure the library is either stuck
+  /// or half open, and must not be used again.
+  [[nodiscard]] Outcome open(const std::string& deviceName, std::optional<std::uint32_t> frames);
 
   [[nodiscard]] double sampleRate() const override;
   [[nodiscard]] std::uint32_t blockFrames() const override;
