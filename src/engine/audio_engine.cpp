@@ -44,8 +44,9 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       chains_(strips_, *engine_, platform.nodes, mutator_, levelCapture_),
       pluginState_(platform.propertyLists, platform.console),
       musicalContext_(std::make_shared<HostMusicalContext>(platform.clock)),
+      visualEngine_(platform.videos, platform.mainQueue, platform.queues),
       instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, *musicalContext_,
-                    platform.mainQueue, platform.console}),
+                    visualEngine_, platform.mainQueue, platform.console}),
       playbackLoader_(
           {platform.files, platform.nodes, *engine_, mutator_, chains_, levels_, instruments_, platform.console}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
@@ -54,6 +55,7 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       router_(*engine_, strips_.channels, midiCallbacks),
       playbackRuns_(platform.queues, platform.mainQueue, platform.clock) {
   router_.setPlaybackTarget(&playbackRuns_);
+  router_.setVisualNoteTarget(&visualEngine_);
   instruments_.setPlaybackRevival([this](AudioChannel& channel) { playbackLoader_.loadAgain(channel); });
   if (platform.hardware != nullptr) {
     deviceSettings_.emplace(*platform.hardware, *engine_, mutator_, platform.console);
@@ -144,6 +146,7 @@ void AudioEngine::removeChannel(const AudioChannel& channel) {
 }
 
 void AudioEngine::takeDown(AudioChannel& channel) {
+  visualEngine_.unloadChannel(channel);
   if (!channel.effectNodes.get().empty()) {
     performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(channel); });
   }

@@ -26,6 +26,7 @@
 #include "midi/midi_input.h"
 #include "midi/midi_router.h"
 #include "playback/playback_runs.h"
+#include "visuals/visual_engine.h"
 
 namespace vrel {
 
@@ -61,6 +62,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   [[nodiscard]] InstrumentLoader& instruments() { return instruments_; }
   [[nodiscard]] PlaybackLoader& playbackLoader() { return playbackLoader_; }
   [[nodiscard]] PlaybackRuns& playbackRuns() { return playbackRuns_; }
+  [[nodiscard]] VrelVisualEngine& visualEngine() { return visualEngine_; }
   [[nodiscard]] EffectRacks& effects() { return effects_; }
   [[nodiscard]] MidiRouter& midiRouter() { return router_; }
 
@@ -122,6 +124,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   ChannelChains chains_;
   PluginState pluginState_;
   std::shared_ptr<HostMusicalContext> musicalContext_;
+  VrelVisualEngine visualEngine_;
   InstrumentLoader instruments_;
   PlaybackLoader playbackLoader_;
   EffectRacks effects_;

@@ -13,6 +13,7 @@ class HostClock;
 class MainQueue;
 class MIDIService;
 class NSPropertyListSerialization;
+class VideoFactory;
 
 /// What the engine asks of the machine. All borrowed; they outlive the engine and all its work.
 struct EnginePlatform {
@@ -24,10 +25,11 @@ struct EnginePlatform {
   NSPropertyListSerialization& propertyLists;
   ConsoleOutput& console;
 
-  // Null where the program plays to no device, hears no keyboard or reads no audio files.
+  // Null where the program plays to no device, hears no keyboard, reads no audio files or shows no clips.
   AudioHardware* hardware = nullptr;
   MIDIService* midi = nullptr;
   AudioFileFactory* files = nullptr;
+  VideoFactory* videos = nullptr;
 };
 
 }  // namespace vrel

@@ -14,6 +14,7 @@
 #include "engine/plugin_state.h"
 #include "platform/audio_engine.h"
 #include "platform/console_output.h"
+#include "visuals/visual_engine.h"
 
 namespace vrel {
 namespace {
@@ -135,6 +136,7 @@ void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<std::s
 }
 
 void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
+  with_.visuals.unloadChannel(channel);
   with_.levelCapture.removeMeterTap(channel);
   with_.mutator.performGraphMutation("unloadInstrument", [this, &channel] {
     if (auto* player = dynamic_cast<AVAudioPlayerNode*>(channel.instrumentNode.get().get())) {
@@ -166,6 +168,7 @@ void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::ve
   channel.pluginName.set("Vrel Visual");
   channel.status.set(channel_status::running);
   channel.visualClipMappings.set(mappings);
+  with_.visuals.loadChannel(channel, nullptr);
   with_.levels.applyMixerLevels();
   if (completion) {
     completion(true);

@@ -27,6 +27,7 @@ class MainQueue;
 class MixLevels;
 class PluginPool;
 class PluginState;
+class VrelVisualEngine;
 
 /// Gives a channel its instrument and takes it away.
 ///
@@ -46,6 +47,7 @@ class InstrumentLoader {
     PluginPool& pool;
     PluginState& pluginState;
     HostMusicalContext& musicalContext;
+    VrelVisualEngine& visuals;
     MainQueue& mainQueue;
     ConsoleOutput& console;
   };
@@ -72,7 +74,8 @@ class InstrumentLoader {
   void simulatePluginCrash(AudioChannel& channel);
 
   /// Brings back what the strip's path names: an instrument anew, with no state; a file with
-  /// its present range and modes; a strip without a path becomes empty. Nothing for what is not installed, and for clips.
+  /// its present range and modes; a strip without a path becomes empty. Nothing for what is not installed, and for
+  /// clips.
   void reviveChannel(const std::shared_ptr<AudioChannel>& channel);
 
   /// What brings back a channel whose path is "internal:playback".

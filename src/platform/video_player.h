@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+// How clips are played: an asset is a file, an item is an asset to be played, a player has items to show and
+// makes pictures of them, and a looper keeps a player in one item for ever.
+//
+// Ownership: everything is shared and goes with its last holder, on any thread and without a wait.
+
+namespace vrel {
+
+/// One picture of a clip, as it is meant to be seen: turned and mirrored as the file asks. Immutable; any thread.
+class VideoPicture {
+ public:
+  virtual ~VideoPicture() = default;
+  [[nodiscard]] virtual std::size_t width() const = 0;   // pixels
+  [[nodiscard]] virtual std::size_t height() const = 0;  // pixels
+  /// Seconds from the first picture of the clip.
+  [[nodiscard]] virtual double seconds() const = 0;
+  /// Whether any pixel may let through what lies below.
+  [[nodiscard]] virtual bool hasAlpha() const = 0;
+  /// Writes red, green, blue and alpha, a byte each and not multiplied, row by row from the top left. Takes
+  /// milliseconds. False, and `pixels` worth nothing, when there is no room for `width * height * 4` bytes or the
+  /// picture can not be converted.
+  [[nodiscard]] virtual bool copyPixels(std::span<std::uint8_t> pixels) const = 0;
+};
+
+/// A movie file. Making one reads nothing.
+class AVURLAsset {
+ public:
+  using Completion = std::function<void()>;
+  virtual ~AVURLAsset() = default;
+  /// Reads what is asked for, of "playable", "duration" and "tracks", ahead of first use. The completion is called
+  /// once, on any thread, whatever came of it.
+  virtual void loadValuesAsynchronouslyForKeys(const std::vector<std::string>& keys, Completion completion) = 0;
+};
+
+/// An asset in a player's queue. Main thread.
+class AVPlayerItem {
+ public:
+  virtual ~AVPlayerItem() = default;
+  /// How far ahead a playing player makes pictures: seconds. A wish.
+  virtual void setPreferredForwardBufferDuration(double seconds) = 0;
+};
+
+enum class AVPlayerActionAtItemEnd { advance, pause, none };
+
+/// Shows the items of its queue, silently or not. Made on any thread; from then on one thread, the main one.
+/// No operation waits or reads a file. Without an item that can be decoded it has no picture, and no other fault.
+class AVQueuePlayer {
+ public:
+  virtual ~AVQueuePlayer() = default;
+
+  virtual void setActionAtItemEnd(AVPlayerActionAtItemEnd action) = 0;
+  virtual void setMuted(bool muted) = 0;
+  virtual void setAutomaticallyWaitsToMinimizeStalling(bool waits) = 0;
+
+  /// Exact when both tolerances are 0. Time 0 is the first picture, which a prepared clip has ready.
+  virtual void seekToTime(double seconds, double toleranceBefore, double toleranceAfter) = 0;
+  virtual void play() = 0;
+  virtual void pause() = 0;
+
+  /// The item under way, or null.
+  [[nodiscard]] virtual std::shared_ptr<AVPlayerItem> currentItem() const = 0;
+
+  /// The picture that is due now; null while there is none. To be asked once for each picture of the screen.
+  [[nodiscard]] virtual std::shared_ptr<const VideoPicture> copyPicture() = 0;
+};
+
+/// Keeps a player repeating an item without a gap, for as long as it lives.
+class AVPlayerLooper {
+ public:
+  virtual ~AVPlayerLooper() = default;
+};
+
+/// Makes all of these. Any thread.
+class VideoFactory {
+ public:
+  virtual ~VideoFactory() = default;
+  [[nodiscard]] virtual bool fileExistsAtPath(const std::string& path) = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVPlayerItem> makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVQueuePlayer> makeQueuePlayer() = 0;
+  /// `playerLooperWithPlayer:templateItem:`.
+  [[nodiscard]] virtual std::shared_ptr<AVPlayerLooper> makePlayerLooper(
+      const std::shared_ptr<AVQueuePlayer>& player, const std::shared_ptr<AVPlayerItem>& templateItem) = 0;
+};
+
+}  // namespace vrel

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/video_player.h"
+
+namespace vrel::simulation {
+
+/// What was asked of one player and of what belongs to it, in words, in order.
+using VideoCalls = std::vector<std::string>;
+
+class SimulatedAsset : public AVURLAsset {
+ public:
+  SimulatedAsset(std::string filePath, std::vector<Completion>& pendingLoads)
+      : path(std::move(filePath)), pendingLoads_(pendingLoads) {}
+  void loadValuesAsynchronouslyForKeys(const std::vector<std::string>& keys, Completion completion) override {
+    loadedKeys = keys;
+    pendingLoads_.push_back(std::move(completion));
+  }
+
+  const std::string path;
+  std::vector<std::string> loadedKeys;
+
+ private:
+  std::vector<Completion>& pendingLoads_;
+};
+
+class SimulatedItem : public AVPlayerItem {
+ public:
+  explicit SimulatedItem(std::shared_ptr<AVURLAsset> itemAsset) : asset(std::move(itemAsset)) {}
+  void setPreferredForwardBufferDuration(double seconds) override { forwardBuffer = seconds; }
+
+  const std::shared_ptr<AVURLAsset> asset;
+  double forwardBuffer = 0;  // seconds; 0 is as the platform thinks fit
+};
+
+/// Shows no pictures; it remembers what was asked of it.
+class SimulatedQueuePlayer : public AVQueuePlayer {
+ public:
+  void setActionAtItemEnd(AVPlayerActionAtItemEnd action) override {
+    calls.emplace_back(action == AVPlayerActionAtItemEnd::none ? "at end none" : "at end other");
+  }
+  void setMuted(bool muted) override { calls.emplace_back(muted ? "muted" : "not muted"); }
+  void setAutomaticallyWaitsToMinimizeStalling(bool waits) override { calls.emplace_back(waits ? "waits" : "no wait"); }
+  void seekToTime(double seconds, double toleranceBefore, double toleranceAfter) override {
+    std::ostringstream words;
+    words << "seek " << seconds << " " << toleranceBefore << " " << toleranceAfter;
+    calls.push_back(words.str());
+  }
+  void play() override {
+    calls.emplace_back("play");
+    isPlaying = true;
+  }
+  void pause() override {
+    calls.emplace_back("pause");
+    isPlaying = false;
+  }
+  std::shared_ptr<AVPlayerItem> currentItem() const override { return item; }
+  std::shared_ptr<const VideoPicture> copyPicture() override { return nullptr; }
+
+  VideoCalls calls;
+  bool isPlaying = false;
+  std::shared_ptr<SimulatedItem> item;
+};
+
+/// Files that a test lays out by path. Assets load when the test says so.
+class SimulatedVideos : public VideoFactory {
+ public:
+  bool fileExistsAtPath(const std::string& path) override { return paths.count(path) > 0; }
+  std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) override {
+    lastAsset = std::make_shared<SimulatedAsset>(path, pendingLoads);
+    return lastAsset;
+  }
+  std::shared_ptr<AVPlayerItem> makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) override {
+    return std::make_shared<SimulatedItem>(asset);
+  }
+  std::shared_ptr<AVQueuePlayer> makeQueuePlayer() override {
+    ++playersMade;
+    return std::make_shared<SimulatedQueuePlayer>();
+  }
+  std::shared_ptr<AVPlayerLooper> makePlayerLooper(const std::shared_ptr<AVQueuePlayer>& player,
+                                                   const std::shared_ptr<AVPlayerItem>& templateItem) override {
+    auto& queue = dynamic_cast<SimulatedQueuePlayer&>(*player);
+    queue.calls.emplace_back("loop");
+    queue.item = std::dynamic_pointer_cast<SimulatedItem>(templateItem);
+    return std::make_shared<AVPlayerLooper>();
+  }
+
+  /// Lets all assets that were asked to load say that they have.
+  void finishLoads() {
+    for (const auto& completion : std::exchange(pendingLoads, {})) {
+      completion();
+    }
+  }
+
+  std::set<std::string> paths;
+  std::vector<AVURLAsset::Completion> pendingLoads;
+  std::shared_ptr<SimulatedAsset> lastAsset;
+  int playersMade = 0;
+};
+
+}  // namespace vrel::simulation

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/life_token.h"
+#include "foundation/observable.h"
+#include "midi/midi_router.h"
+#include "platform/dispatch.h"
+#include "visuals/visual_clip_player.h"
+
+namespace vrel {
+
+class AudioChannel;
+class VideoFactory;
+
+/// Shows clips on notes: owns the clip players of all visual channels on stage, and tells by `activePlayers` what is
+/// to be seen. It knows no windows.
+///
+/// Threads: main thread. Players are built on the queue "vrel.visual.builder", which never holds up a note: a
+/// note that comes before them builds its own.
+class VrelVisualEngine : public VisualNoteTarget {
+ public:
+  using Players = std::vector<std::shared_ptr<VrelVisualClipPlayer>>;
+  using Completion = std::function<void()>;
+
+  /// All are borrowed and outlive the engine. Without a factory there are no clips.
+  VrelVisualEngine(VideoFactory* factory, MainQueue& mainQueue, DispatchQueueFactory& queues);
+  VrelVisualEngine(const VrelVisualEngine&) = delete;
+  VrelVisualEngine& operator=(const VrelVisualEngine&) = delete;
+
+  /// The clips now shown, in the order in which they were started: the last lies on top. Each once.
+  Observable<Players> activePlayers;
+
+  /// All prepared players, by `playerKey`.
+  [[nodiscard]] const std::map<std::string, std::shared_ptr<VrelVisualClipPlayer>>& playersByChannelAndNote() const {
+    return playersByChannelAndNote_;
+  }
+  /// The channel's id, a colon and the note.
+  [[nodiscard]] static std::string playerKey(const Uuid& channelId, std::uint8_t note);
+
+  /// Forgets the channel's players and builds them anew in the background. The completion comes on the main queue
+  /// once they stand, or once it is clear that they will not; at once for a channel that shows no clips.
+  void loadChannel(AudioChannel& channel, Completion completion);
+
+  /// Forgets all players of the channel. What shows of them vanishes at once.
+  void unloadChannel(const AudioChannel& channel);
+
+  void noteOn(std::uint8_t note, AudioChannel& channel) override;
+  void noteOff(std::uint8_t note, AudioChannel& channel) override;
+
+  /// Loads under way. 0: what was loaded stands.
+  [[nodiscard]] std::size_t pendingLoads() const { return pendingLoads_; }
+
+ private:
+  struct Load;
+  static Players build(const Load& load, VideoFactory* factory, MainQueue& mainQueue);
+  void install(const Load& load, const Players& players);
+  void keep(const std::string& key, const std::shared_ptr<VrelVisualClipPlayer>& player);
+  [[nodiscard]] std::shared_ptr<VrelVisualClipPlayer> find(const std::string& key) const;
+  [[nodiscard]] bool isActive(const VrelVisualClipPlayer& player) const;
+  void fadeOutAndDeactivate(const std::shared_ptr<VrelVisualClipPlayer>& player);
+  void deactivate(const Players& players);
+
+  VideoFactory* const factory_;
+  MainQueue& mainQueue_;
+  std::map<std::string, std::shared_ptr<VrelVisualClipPlayer>> playersByChannelAndNote_;
+  std::size_t pendingLoads_ = 0;
+  LifeToken life_;
+  // Last: letting go of a queue waits for the work under way.
+  std::unique_ptr<DispatchQueue> builderQueue_;
+};
+
+}  // namespace vrel
