@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/player_feeder.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <system_error>
+
+#include "system/audio/node_processor.h"
+#include "system/audio/player_stream.h"
+
+namespace vrel::audio {
+namespace {
+
+constexpr std::chrono::milliseconds lookEvery{4};
+
+// Half of what is left when a piece is consumed: the next one may still come.
+constexpr std::uint32_t finishingFrames = PlayerStream::lookahead / 2;
+
+}  // namespace
+
+PlayerFeeder::~PlayerFeeder() {
+  {
+    const std::scoped_lock lock(mutex_);
+    isEnding_ = true;
+  }
+  bell_.notify_one();
+  if (thread_.joinable()) {
+    thread_.join();
+  }
+}
+
+Outcome PlayerFeeder::startThread() {
+  const std::scoped_lock lock(mutex_);
+  if (thread_.joinable()) {
+    return {};
+  }
+  try {
+    thread_ = std::thread([this] { serve(); });
+  } catch (const std::system_error& failure) {
+    return Error{std::string("there is no thread that reads audio files: ") + failure.what()};
+  }
+  return {};
+}
+
+void PlayerFeeder::add(const std::shared_ptr<PlayerStream>& stream) {
+  const std::scoped_lock lock(mutex_);
+  std::erase_if(streams_, [](const auto& weak) { return weak.expired(); });
+  streams_.push_back(stream);
+}
+
+void PlayerFeeder::wake() {
+  {
+    const std::scoped_lock lock(mutex_);
+    ++wakes_;
+  }
+  bell_.notify_one();
+}
+
+std::vector<std::shared_ptr<PlayerStream>> PlayerFeeder::streams() {
+  std::vector<std::shared_ptr<PlayerStream>> alive;
+  const std::scoped_lock lock(mutex_);
+  for (const auto& weak : streams_) {
+    if (auto stream = weak.lock()) {
+      alive.push_back(std::move(stream));
+    }
+  }
+  return alive;
+}
+
+void PlayerFeeder::serve() {
+  std::size_t seen = 0;
+  bool isActive = false;
+  while (true) {
+    {
+      std::unique_lock lock(mutex_);
+      const auto isCalled = [&] { return isEnding_ || wakes_ != seen; };
+      if (isActive) {
+        bell_.wait_for(lock, lookEvery, isCalled);
+      } else {
+        bell_.wait(lock, isCalled);
+      }
+      if (isEnding_) {
+        return;
+      }
+      seen = wakes_;
+    }
+    isActive = false;
+    for (bool again = true; again;) {
+      again = false;
+      for (const auto& stream : streams()) {
+        again = stream->feed() || again;  // a chunk each, so that none waits for all of another
+      }
+    }
+    for (const auto& stream : streams()) {
+      stream->finish(finishingFrames);
+      isActive = stream->isActive() || isActive;
+    }
+  }
+}
+
+void PlayerFeeder::feedBeforeBlock(const std::function<void()>& handOn) {
+  const auto all = streams();
+  if (all.empty()) {
+    return;
+  }
+  for (bool again = true; again;) {
+    std::size_t before = 0;
+    {
+      const std::scoped_lock lock(mutex_);
+      before = wakes_;
+    }
+    handOn();
+    again = false;
+    for (const auto& stream : all) {
+      while (stream->feed()) {
+        again = true;
+      }
+    }
+    const std::scoped_lock lock(mutex_);
+    again = again || wakes_ != before;
+  }
+  for (const auto& stream : all) {
+    stream->finish(maximumBlockFrames);
+  }
+}
+
+}  // namespace vrel::audio

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "foundation/thread_roles.h"
+
+namespace vrel::audio {
+
+/// The frames of one run on their way from the disk to the audio thread: a ring of two sides, with one
+/// writer and one reader, neither of whom waits.
+class PlayerLane {
+ public:
+  static constexpr std::uint32_t capacity = 1U << 16U;  // frames
+
+  PlayerLane() {
+    for (auto& side : sides_) {
+      side.resize(capacity);
+    }
+  }
+
+  /// An empty lane with a number of its own. Only while nobody writes or reads.
+  void reset(std::uint64_t serial) {
+    serial_ = serial;
+    written_.store(0);
+    read_.store(0);
+    isComplete.store(false);
+  }
+
+  /// Tells one run from the next on the same lane.
+  [[nodiscard]] std::uint64_t serial() const { return serial_; }
+
+  /// Frames that have been written, and read, since the reset.
+  [[nodiscard]] std::uint64_t written() const { return written_.load(std::memory_order_acquire); }
+  [[nodiscard]] std::uint64_t read() const { return read_.load(std::memory_order_acquire); }
+
+  [[nodiscard]] std::uint32_t waiting() const { return static_cast<std::uint32_t>(written() - read()); }
+  [[nodiscard]] std::uint32_t room() const { return capacity - waiting(); }
+
+  /// At most `room` frames. Writer.
+  void write(const float* left, const float* right, std::uint32_t frameCount) {
+    const std::uint64_t begin = written_.load(std::memory_order_relaxed);
+    const std::uint32_t place = static_cast<std::uint32_t>(begin % capacity);
+    const std::uint32_t first = std::min(frameCount, capacity - place);
+    const std::array<const float*, 2> input{left, right};
+    for (std::size_t side = 0; side < sides_.size(); ++side) {
+      std::copy_n(input[side], first, sides_[side].data() + place);
+      std::copy_n(input[side] + first, frameCount - first, sides_[side].data());
+    }
+    written_.store(begin + frameCount, std::memory_order_release);
+  }
+
+  /// Takes up to `frameCount` frames and returns how many there were. Reader.
+  std::uint32_t take(float* left, float* right, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD {
+    const std::uint64_t begin = read_.load(std::memory_order_relaxed);
+    const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(frameCount, written() - begin));
+    const std::uint32_t place = static_cast<std::uint32_t>(begin % capacity);
+    const std::uint32_t first = std::min(count, capacity - place);
+    const std::array<float*, 2> output{left, right};
+    for (std::size_t side = 0; side < sides_.size(); ++side) {
+      std::copy_n(sides_[side].data() + place, first, output[side]);
+      std::copy_n(sides_[side].data(), count - first, output[side] + first);
+    }
+    read_.store(begin + count, std::memory_order_release);
+    return count;
+  }
+
+  /// All that is scheduled has been written: who finds the lane empty has come to the end.
+  std::atomic<bool> isComplete{false};
+
+ private:
+  std::uint64_t serial_ = 0;
+  std::array<std::vector<float>, 2> sides_;
+  alignas(64) std::atomic<std::uint64_t> written_{0};
+  alignas(64) std::atomic<std::uint64_t> read_{0};
+};
+
+}  // namespace vrel::audio

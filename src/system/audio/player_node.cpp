@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/player_node.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/audio_file.h"
+#include "system/audio/player_feeder.h"
+
+namespace vrel::audio {
+
+PlayerProcessor::PlayerProcessor(std::shared_ptr<PlayerStream> stream, std::shared_ptr<RenderCounters> counters)
+    : stream_(std::move(stream)), counters_(std::move(counters)) {}
+
+void PlayerProcessor::prepare(double sampleRate) {
+  gain_.prepare(sampleRate);
+  stream_->setSampleRate(sampleRate);
+}
+
+void PlayerProcessor::process(const ProcessBlock& block) noexcept {
+  PlayerLane* const lane = stream_->enterLane();
+  const std::uint64_t serial = lane != nullptr ? lane->serial() : 0;
+  if (serial != serial_) {
+    edge_ = last_;
+    edgeDone_ = 0;
+    serial_ = serial;
+  }
+  takeLane(lane, block);
+  stream_->leaveLane();
+  addEdge(block);
+  gain_.apply(block.output, block.frameCount);
+}
+
+void PlayerProcessor::takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept {
+  last_ = {};
+  if (lane == nullptr) {
+    return;
+  }
+  // In this order: what is written before the end is told is seen with it.
+  const bool isComplete = lane->isComplete.load();
+  const auto& sides = block.output.channels;
+  const std::uint32_t taken = lane->take(sides[0], sides[1], block.frameCount);
+  if (taken == block.frameCount) {
+    last_ = {sides[0][taken - 1], sides[1][taken - 1]};
+  } else if (!isComplete) {
+    RenderCounters::add(counters_->starvedBlocks);
+  }
+}
+
+void PlayerProcessor::addEdge(const ProcessBlock& block) noexcept {
+  const std::uint32_t count = std::min(block.frameCount, edgeFrames - edgeDone_);
+  for (std::size_t side = 0; side < edge_.size(); ++side) {
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+      const auto left = static_cast<float>(edgeFrames - edgeDone_ - frame - 1);
+      block.output.channels[side][frame] += edge_[side] * left / static_cast<float>(edgeFrames);
+    }
+  }
+  edgeDone_ += count;
+}
+
+PlayerNode::PlayerNode(std::shared_ptr<PlayerFeeder> feeder, std::shared_ptr<AudioConverterFactory> converters,
+                       const std::shared_ptr<RenderCounters>& counters)
+    : feeder_(std::move(feeder)),
+      stream_(std::make_shared<PlayerStream>(std::move(converters), counters)),
+      processor_(std::make_shared<PlayerProcessor>(stream_, counters)) {
+  feeder_->add(stream_);
+}
+
+void PlayerNode::prepareWithFrameCount(std::uint32_t /*frameCount*/) {
+  stream_->prepare();
+}
+
+void PlayerNode::scheduleSegment(const std::shared_ptr<AVAudioFile>& file, std::int64_t startingFrame,
+                                 std::uint32_t frameCount, CompletionHandler completionHandler) {
+  PlayerStream::Piece piece;
+  piece.file = file;
+  piece.start = startingFrame;
+  piece.frameCount = frameCount;
+  piece.completionHandler = std::move(completionHandler);
+  schedule(std::move(piece));
+}
+
+void PlayerNode::scheduleBuffer(const std::shared_ptr<AVAudioPCMBuffer>& buffer, AVAudioPlayerNodeBufferOptions options,
+                                CompletionHandler completionHandler) {
+  PlayerStream::Piece piece;
+  piece.buffer = buffer;
+  piece.frameCount = buffer->frameLength;
+  piece.loops = options == AVAudioPlayerNodeBufferOptions::loops && piece.frameCount > 0;
+  piece.completionHandler = std::move(completionHandler);
+  schedule(std::move(piece));
+}
+
+void PlayerNode::schedule(PlayerStream::Piece piece) {
+  stream_->schedule(std::move(piece));
+  feeder_->wake();
+}
+
+}  // namespace vrel::audio

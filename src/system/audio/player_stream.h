@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "foundation/thread_roles.h"
+#include "platform/audio_buffer.h"
+#include "platform/audio_converter.h"
+#include "system/audio/player_lane.h"
+#include "system/audio/render_counters.h"
+
+namespace vrel {
+class AVAudioFile;
+}  // namespace vrel
+
+namespace vrel::audio {
+
+/// What a player is to play, and the way of its frames from the disk to the block.
+///
+/// Scenario: a piece is scheduled, and its first frames are read at once, by the caller; `play` makes them
+/// sound from the next block on; the feeder reads the rest ahead of the block. Each run fills a lane of its
+/// own, so that a stop and a new run need not wait for the block under way.
+///
+/// A piece is consumed when its last frame has been read and no more than `lookahead` frames are left to
+/// sound: early enough for the next piece to follow without a gap, and late enough for a run that ends
+/// there to end with the sound. Its completion handler is called then, or at a stop, without a lock held.
+///
+/// Threads: schedule, play and prepare on the player queue; `stop` there or on the main thread; `feed` and
+/// `finish` on the feeder's; `setSampleRate` on the main thread; lanes are taken and left on the audio thread.
+/// `io_` is held while frames are read and is never taken by `stop` or the audio thread; `state_` is held for moments.
+class PlayerStream {
+ public:
+  static constexpr std::uint32_t lookahead = 4096;  // frames of the device
+
+  struct Piece {
+    std::shared_ptr<AVAudioFile> file;         // either this
+    std::shared_ptr<AVAudioPCMBuffer> buffer;  // or this
+    std::int64_t start = 0;                    // frame
+    std::int64_t frameCount = 0;
+    bool loops = false;
+    std::function<void()> completionHandler;
+
+    std::int64_t done = 0;     // frames that have been read
+    std::uint64_t endsAt = 0;  // the lane's frame behind its last, once all are read
+    [[nodiscard]] bool isRead() const { return done >= frameCount; }
+  };
+
+  /// Without converters every file sounds at the device's rate.
+  PlayerStream(std::shared_ptr<AudioConverterFactory> converters, std::shared_ptr<RenderCounters> counters);
+  PlayerStream(const PlayerStream&) = delete;
+  PlayerStream& operator=(const PlayerStream&) = delete;
+
+  void schedule(Piece piece);
+  void play();
+  void stop();
+  void prepare();
+  void setSampleRate(double sampleRate) { sampleRate_.store(sampleRate); }
+
+  /// Reads the next frames if there is room for them, and tells whose pieces are consumed. False when there
+  /// was nothing to do.
+  bool feed();
+
+  /// Whether it has to be fed again without being told so.
+  [[nodiscard]] bool isActive();
+
+  /// Gives what lags behind in the conversion when nothing follows in time: no more than `frames` are left.
+  bool finish(std::uint32_t frames);
+
+  /// The lane that sounds, kept from being filled anew until it is left; null for silence.
+  [[nodiscard]] PlayerLane* enterLane() noexcept VREL_AUDIO_THREAD;
+  void leaveLane() noexcept VREL_AUDIO_THREAD { entered_.store(nullptr); }
+
+ private:
+  using Handlers = std::vector<std::function<void()>>;
+
+  void takeFreshLane();
+  [[nodiscard]] bool wantsHead();
+  [[nodiscard]] bool readSome();
+  [[nodiscard]] std::uint32_t readPiece(const Piece& piece, std::uint32_t frames, double& rate);
+  void carryOver(std::uint32_t frames, double rate);
+  void convertAndWrite(std::uint32_t frames);
+  [[nodiscard]] Piece* nextUnread();
+  void noteCompletion();
+  [[nodiscard]] Handlers takeConsumed();
+
+  const std::shared_ptr<AudioConverterFactory> converters_;
+  const std::shared_ptr<RenderCounters> counters_;
+  std::atomic<double> sampleRate_{0};
+
+  std::mutex io_;                              // before state_
+  std::shared_ptr<AVAudioPCMBuffer> scratch_;  // under io_, as all until state_
+  std::array<const float*, 2> read_{};         // what was read last, both sides
+  std::array<std::vector<float>, 2> silence_;
+  std::array<std::vector<float>, 2> converted_;
+  std::unique_ptr<AVAudioConverter> converter_;
+  std::array<double, 2> converterRates_{};  // in, out; equal for none
+  std::uint64_t lastSerial_ = 0;
+
+  std::mutex state_;
+  std::deque<Piece> pieces_;  // under state_, as all below; consumed ones are gone
+  std::uint64_t generation_ = 0;
+  std::vector<std::unique_ptr<PlayerLane>> lanes_;
+  PlayerLane* filling_ = nullptr;
+  bool isPlaying_ = false;
+  bool isLeaving_ = false;   // stopped behind its last piece: the lane may sound to its end
+  bool isFinished_ = false;  // nothing lags behind in the converter
+
+  std::atomic<PlayerLane*> sounding_{nullptr};
+  std::atomic<PlayerLane*> entered_{nullptr};
+};
+
+}  // namespace vrel::audio
