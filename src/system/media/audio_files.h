@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/audio_converter.h"
+#include "platform/audio_file.h"
+
+namespace vrel::system {
+
+/// Opens what libsndfile reads (WAV, AIFF, FLAC, Ogg, MP3), by what is in the file and not by its name; anything
+/// else that has sound through FFmpeg (AAC, movies). Any thread.
+class AudioFiles final : public AudioFileFactory, public AudioConverterFactory {
+ public:
+  /// Buffers of more bytes are not made: who wants one streams instead.
+  static constexpr std::uint64_t largestBufferBytes = std::uint64_t{256} << 20U;
+
+  [[nodiscard]] Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) override;
+  [[nodiscard]] std::shared_ptr<AVAudioPCMBuffer> makePCMBuffer(AVAudioFormat format,
+                                                                std::uint32_t frameCapacity) override;
+  [[nodiscard]] std::unique_ptr<AVAudioConverter> makeConverter(double inputRate, double outputRate) override;
+};
+
+}  // namespace vrel::system

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/media/clip_factory.h"
+
+#include <atomic>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "platform/clock.h"
+#include "system/media/clip_decoder.h"
+#include "system/media/clip_stream.h"
+#include "system/media/clip_workshop.h"
+
+namespace vrel::system {
+namespace {
+
+using Workshop = std::shared_ptr<ClipWorkshop>;
+
+class Asset final : public AVURLAsset {
+ public:
+  Asset(std::string filePath, std::weak_ptr<ClipWorkshop> workshop)
+      : path(std::move(filePath)), workshop_(std::move(workshop)) {}
+
+  // Opening reads all three, and leaves what was read in the system's cache.
+  void loadValuesAsynchronouslyForKeys(const std::vector<std::string>& /*keys*/, Completion completion) override {
+    const auto workshop = workshop_.lock();
+    if (workshop == nullptr) {
+      completion();
+      return;
+    }
+    workshop->runErrand([filePath = path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
+      static_cast<void>(ClipDecoder::open(filePath, &isOver));
+      completion();
+    });
+  }
+
+  const std::string path;
+
+ private:
+  const std::weak_ptr<ClipWorkshop> workshop_;
+};
+
+class Item final : public AVPlayerItem {
+ public:
+  explicit Item(std::shared_ptr<AVURLAsset> itemAsset) : asset(std::move(itemAsset)) {}
+  void setPreferredForwardBufferDuration(double seconds) override {
+    if (stream != nullptr) {
+      stream->setForwardBuffer(seconds);
+    }
+  }
+
+  const std::shared_ptr<AVURLAsset> asset;
+  std::shared_ptr<ClipStream> stream;  // null while it is in no queue
+};
+
+class Player final : public AVQueuePlayer {
+ public:
+  Player(const HostClock& clock, Workshop workshop) : clock_(clock), workshop_(std::move(workshop)) {}
+  ~Player() override {
+    if (item_ != nullptr) {
+      workshop_->retire(item_->stream);
+    }
+  }
+  Player(const Player&) = delete;
+  Player& operator=(const Player&) = delete;
+
+  void setActionAtItemEnd(AVPlayerActionAtItemEnd /*action*/) override {}
+  void setMuted(bool /*muted*/) override {}
+  void setAutomaticallyWaitsToMinimizeStalling(bool /*waits*/) override {}
+
+  // There is no way but to the first picture, from where all clips are played.
+  void seekToTime(double /*seconds*/, double /*toleranceBefore*/, double /*toleranceAfter*/) override {
+    if (item_ != nullptr) {
+      item_->stream->rewind();
+    }
+  }
+  void play() override {
+    if (item_ != nullptr) {
+      item_->stream->play(clock_.CACurrentMediaTime());
+      workshop_->wake();
+    }
+  }
+  void pause() override {
+    if (item_ != nullptr) {
+      item_->stream->pause(clock_.CACurrentMediaTime());
+      workshop_->wake();
+    }
+  }
+  [[nodiscard]] std::shared_ptr<AVPlayerItem> currentItem() const override { return item_; }
+  [[nodiscard]] std::shared_ptr<const VideoPicture> copyPicture() override {
+    if (item_ == nullptr) {
+      return nullptr;
+    }
+    auto picture = item_->stream->picture(clock_.CACurrentMediaTime());
+    if (item_->stream->wish() != ClipStream::Wish::nothing) {
+      workshop_->wake();
+    }
+    return picture;
+  }
+
+  /// Once: the item begins to prepare itself.
+  void take(const std::shared_ptr<AVURLAsset>& asset) {
+    item_ = std::make_shared<Item>(asset);
+    item_->stream = workshop_->open(dynamic_cast<Asset&>(*asset).path);
+  }
+  [[nodiscard]] const std::shared_ptr<Item>& item() const { return item_; }
+
+ private:
+  const HostClock& clock_;
+  const Workshop workshop_;
+  std::shared_ptr<Item> item_;
+};
+
+class Looper final : public AVPlayerLooper {
+ public:
+  explicit Looper(std::shared_ptr<ClipStream> stream) : stream_(std::move(stream)) {}
+  ~Looper() override { stream_->setLooping(false); }
+  Looper(const Looper&) = delete;
+  Looper& operator=(const Looper&) = delete;
+
+ private:
+  const std::shared_ptr<ClipStream> stream_;
+};
+
+}  // namespace
+
+ClipFactory::ClipFactory(const HostClock& clock) : clock_(clock), workshop_(std::make_shared<ClipWorkshop>()) {}
+ClipFactory::~ClipFactory() = default;
+
+bool ClipFactory::fileExistsAtPath(const std::string& path) {
+  std::error_code failure;
+  return std::filesystem::exists(path, failure);
+}
+
+std::shared_ptr<AVURLAsset> ClipFactory::makeAsset(const std::string& path) {
+  return std::make_shared<Asset>(path, workshop_);
+}
+
+std::shared_ptr<AVPlayerItem> ClipFactory::makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) {
+  return std::make_shared<Item>(asset);
+}
+
+std::shared_ptr<AVQueuePlayer> ClipFactory::makeQueuePlayer() {
+  return std::make_shared<Player>(clock_, workshop_);
+}
+
+std::shared_ptr<AVPlayerLooper> ClipFactory::makePlayerLooper(const std::shared_ptr<AVQueuePlayer>& player,
+                                                              const std::shared_ptr<AVPlayerItem>& templateItem) {
+  auto& queue = dynamic_cast<Player&>(*player);
+  queue.take(dynamic_cast<Item&>(*templateItem).asset);
+  return std::make_shared<Looper>(queue.item()->stream);
+}
+
+}  // namespace vrel::system

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/video_player.h"
+
+namespace vrel {
+class HostClock;
+}  // namespace vrel
+
+namespace vrel::system {
+
+class ClipWorkshop;
+
+/// Plays movie files from the disk. A clip begins to prepare itself when its looper is made. Sound is never read,
+/// whether muted or not, and a start never waits, whatever is asked for.
+///
+/// The clock is borrowed. Clips may outlive the factory, and then the threads live as long as the last clip.
+class ClipFactory final : public VideoFactory {
+ public:
+  explicit ClipFactory(const HostClock& clock);
+  ~ClipFactory() override;
+  ClipFactory(const ClipFactory&) = delete;
+  ClipFactory& operator=(const ClipFactory&) = delete;
+
+  [[nodiscard]] bool fileExistsAtPath(const std::string& path) override;
+  [[nodiscard]] std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) override;
+  [[nodiscard]] std::shared_ptr<AVPlayerItem> makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) override;
+  [[nodiscard]] std::shared_ptr<AVQueuePlayer> makeQueuePlayer() override;
+  /// Player and item must come from this factory.
+  [[nodiscard]] std::shared_ptr<AVPlayerLooper> makePlayerLooper(
+      const std::shared_ptr<AVQueuePlayer>& player, const std::shared_ptr<AVPlayerItem>& templateItem) override;
+
+ private:
+  const HostClock& clock_;
+  const std::shared_ptr<ClipWorkshop> workshop_;
+};
+
+}  // namespace vrel::system

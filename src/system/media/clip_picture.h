@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "platform/video_player.h"
+
+struct AVFrame;
+
+namespace vrel::system {
+
+/// How stored rows become the picture as it is meant to be seen: first mirrored along the stored axes, then, where
+/// `transposed`, rows and columns change places.
+struct ClipOrientation {
+  bool transposed = false;
+  bool mirrorsX = false;
+  bool mirrorsY = false;
+
+  /// From the nine numbers of a display matrix; null means upright. Other angles than quarter turns go to the nearest.
+  [[nodiscard]] static ClipOrientation fromDisplayMatrix(const std::int32_t* matrix);
+
+  bool operator==(const ClipOrientation&) const = default;
+};
+
+/// A decoded picture, kept as the decoder gave it, so that holding many costs little and showing decides the rest.
+class ClipPicture final : public VideoPicture {
+ public:
+  /// Takes over the frame, which must not be null.
+  ClipPicture(AVFrame* frame, double seconds, double duration, ClipOrientation orientation);
+  ~ClipPicture() override;
+  ClipPicture(const ClipPicture&) = delete;
+  ClipPicture& operator=(const ClipPicture&) = delete;
+
+  [[nodiscard]] std::size_t width() const override;
+  [[nodiscard]] std::size_t height() const override;
+  [[nodiscard]] double seconds() const override { return seconds_; }
+  [[nodiscard]] bool hasAlpha() const override;
+  [[nodiscard]] bool copyPixels(std::span<std::uint8_t> pixels) const override;
+
+  [[nodiscard]] double endSeconds() const { return seconds_ + duration_; }
+  /// What it takes in memory.
+  [[nodiscard]] std::size_t byteCount() const;
+
+ private:
+  [[nodiscard]] int storedWidth() const;  // with square pixels
+  [[nodiscard]] bool convert(std::span<std::uint8_t> pixels) const;
+
+  AVFrame* frame_;
+  double seconds_;
+  double duration_;
+  ClipOrientation orientation_;
+};
+
+using ClipPicturePointer = std::shared_ptr<const ClipPicture>;
+
+}  // namespace vrel::system

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/media/clip_stream.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+namespace vrel::system {
+namespace {
+
+constexpr double worstLateness = 0.5;   // seconds; a clip that is later goes on from where it is
+constexpr double shortestPass = 0.001;  // seconds
+
+}  // namespace
+
+ClipStream::ClipStream(std::string path, const std::atomic<bool>& isOver) : path_(std::move(path)), isOver_(isOver) {}
+
+void ClipStream::rewind() {
+  std::deque<Timed> dropped;  // freed after the lock
+  const std::lock_guard lock(mutex_);
+  dropped.swap(ahead_);
+  ++start_;
+  hasEnded_ = false;
+  position_ = 0;
+  startedAt_.reset();
+  shown_ = kept_.empty() ? nullptr : kept_.front();
+  queueKept(0);
+}
+
+void ClipStream::play(double now) {
+  const std::lock_guard lock(mutex_);
+  if (!isPlaying_ && startedAt_) {
+    startedAt_ = now - position_;
+  } else if (!startedAt_ && !kept_.empty()) {
+    startedAt_ = now;
+  }
+  isPlaying_ = true;
+}
+
+void ClipStream::pause(double now) {
+  const std::lock_guard lock(mutex_);
+  position_ = isPlaying_ ? positionAt(now) : position_;
+  isPlaying_ = false;
+}
+
+void ClipStream::setForwardBuffer(double seconds) {
+  const std::lock_guard lock(mutex_);
+  forwardBuffer_ = seconds;
+}
+
+void ClipStream::setLooping(bool loops) {
+  const std::lock_guard lock(mutex_);
+  loops_ = loops;
+}
+
+// A clip that was started before it had a picture counts its time from the first one on.
+double ClipStream::positionAt(double now) {
+  if (!isPlaying_) {
+    return position_;
+  }
+  if (!startedAt_ && !kept_.empty()) {
+    startedAt_ = now - position_;
+  }
+  return startedAt_ ? std::max(0.0, now - *startedAt_) : 0;
+}
+
+ClipPicturePointer ClipStream::picture(double now) {
+  std::vector<ClipPicturePointer> dropped;  // freed after the lock
+  const std::lock_guard lock(mutex_);
+  double position = positionAt(now);
+  position_ = position;
+  if (kept_.empty()) {
+    return nullptr;
+  }
+  if (isWhole_) {
+    return pictureOfWholeClip(position);
+  }
+  if (startedAt_ && !ahead_.empty() && position - ahead_.back().seconds > worstLateness && !hasEnded_) {
+    *startedAt_ += position - ahead_.back().seconds;
+    position = ahead_.back().seconds;
+  }
+  while (!ahead_.empty() && ahead_.front().seconds <= position) {
+    dropped.push_back(std::exchange(shown_, std::move(ahead_.front().picture)));
+    ahead_.pop_front();
+  }
+  return shown_ != nullptr ? shown_ : kept_.front();
+}
+
+ClipPicturePointer ClipStream::pictureOfWholeClip(double position) {
+  const double inPass = loops_ ? std::fmod(position, passSeconds_) : position;
+  const auto after = std::upper_bound(kept_.begin(), kept_.end(), inPass,
+                                      [](double seconds, const auto& each) { return seconds < each->seconds(); });
+  return after == kept_.begin() ? kept_.front() : *std::prev(after);
+}
+
+void ClipStream::queueKept(double passStart) {
+  for (const auto& each : kept_) {
+    ahead_.push_back({passStart + each->seconds(), each});
+  }
+}
+
+ClipStream::Wish ClipStream::wish() const {
+  const std::lock_guard lock(mutex_);
+  if (!isPrepared_) {
+    return isPlaying_ ? Wish::decoding : Wish::preparing;
+  }
+  if (isWhole_ || kept_.empty()) {
+    return Wish::nothing;
+  }
+  if (!isPlaying_) {
+    return isAwake_ ? Wish::resting : Wish::nothing;
+  }
+  if (decodedStart_ != start_ || skipped_ > 0) {
+    return Wish::decoding;
+  }
+  const bool isFarEnough = !ahead_.empty() && ahead_.back().seconds > position_ + forwardBuffer_;
+  const bool isFull = ahead_.size() >= aheadPictures;
+  return hasEnded_ || (isFarEnough && ahead_.size() > 1) || isFull ? Wish::nothing : Wish::decoding;
+}
+
+void ClipStream::step() {
+  switch (wish()) {
+    case Wish::nothing:
+      return;
+    case Wish::resting: {
+      decoder_->rest();
+      const std::lock_guard lock(mutex_);
+      isAwake_ = false;
+      decodedStart_ = start_ - 1;
+      return;
+    }
+    case Wish::preparing:
+    case Wish::decoding:
+      if (isPrepared()) {
+        decode();
+      } else {
+        prepare();
+      }
+  }
+}
+
+void ClipStream::prepare() {
+  if (decoder_ == nullptr) {
+    auto opened = ClipDecoder::open(path_, &isOver_);
+    if (!opened) {
+      endPreparation(true);
+      return;
+    }
+    decoder_ = std::move(opened).value();
+  }
+  if (auto picture = decoder_->next()) {
+    keep(std::move(picture));
+  } else {
+    endPreparation(true);
+  }
+}
+
+void ClipStream::keep(ClipPicturePointer picture) {
+  bool isEnough = false;
+  {
+    const std::lock_guard lock(mutex_);
+    keptBytes_ += picture->byteCount();
+    ahead_.push_back({picture->seconds(), picture});
+    kept_.push_back(std::move(picture));
+    isEnough = kept_.size() >= keptPictures || keptBytes_ >= keptBytes;
+  }
+  if (isEnough) {
+    endPreparation(false);
+  }
+}
+
+void ClipStream::endPreparation(bool isWholeClip) {
+  const double length = decoder_ != nullptr ? std::max(decoder_->passSeconds(), shortestPass) : shortestPass;
+  if (isWholeClip) {
+    decoder_.reset();
+  } else {
+    decoder_->rest();
+  }
+  const std::lock_guard lock(mutex_);
+  isPrepared_ = true;
+  isWhole_ = isWholeClip;
+  passSeconds_ = length;
+  decodedStart_ = start_ - 1;  // decoding has yet to follow any start
+  if (isWholeClip) {
+    ahead_.clear();
+  }
+}
+
+void ClipStream::followFromStart() {
+  const bool isReadable = decoder_->rewind();
+  const std::lock_guard lock(mutex_);
+  isAwake_ = isReadable;
+  skipped_ = isReadable ? kept_.size() : 0;
+}
+
+void ClipStream::decode() {
+  bool isBehindAStart = false;
+  {
+    const std::lock_guard lock(mutex_);
+    isBehindAStart = decodedStart_ != start_;
+    decodedStart_ = start_;
+  }
+  if (isBehindAStart) {
+    passStart_ = 0;
+    followFromStart();
+  }
+  auto picture = decoder_->next();
+  if (picture == nullptr) {
+    endPass();
+    return;
+  }
+  const std::lock_guard lock(mutex_);
+  if (decodedStart_ != start_) {
+    return;  // rewound meanwhile
+  }
+  if (skipped_ > 0) {
+    --skipped_;
+    return;
+  }
+  ahead_.push_back({passStart_ + picture->seconds(), std::move(picture)});
+}
+
+// What can not be read again, in whole or beyond what is kept, is repeated from what is kept.
+void ClipStream::endPass() {
+  bool isWorthReading = false;
+  {
+    const std::lock_guard lock(mutex_);
+    hasEnded_ = hasEnded_ || (decodedStart_ == start_ && !loops_);
+    if (decodedStart_ != start_ || hasEnded_) {
+      return;
+    }
+    isWorthReading = isAwake_ && skipped_ == 0;
+    skipped_ = 0;
+    isAwake_ = isWorthReading;
+    passStart_ += std::max({decoder_->passSeconds(), kept_.back()->endSeconds(), shortestPass});
+  }
+  if (isWorthReading) {
+    followFromStart();
+  } else {
+    decoder_->rest();
+  }
+  const std::lock_guard lock(mutex_);
+  if (decodedStart_ == start_) {
+    queueKept(passStart_);
+  }
+}
+
+bool ClipStream::isPrepared() const {
+  const std::lock_guard lock(mutex_);
+  return isPrepared_;
+}
+
+std::size_t ClipStream::keptByteCount() const {
+  const std::lock_guard lock(mutex_);
+  return keptBytes_;
+}
+
+}  // namespace vrel::system

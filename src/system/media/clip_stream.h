@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "system/media/clip_decoder.h"
+
+namespace vrel::system {
+
+/// One clip between the thread that shows it and the thread that decodes it.
+///
+/// Its first pictures are decoded ahead and kept: at most `keptPictures`, and no more after `keptBytes`, but at
+/// least one. That is what a prepared clip takes in memory, besides the container's index; its codec is let go of.
+/// Once started, decoding goes on behind those, at most `aheadPictures` pictures before they are due. A clip with no
+/// more pictures than are kept is never decoded again.
+///
+/// A pass follows on the other where the last picture ends. Pictures that come too late are shown late; the clip
+/// holds its last one until then.
+///
+/// Threads: the showing side on one thread, `step` and `wish` on any but one at a time. The showing side waits for a
+/// few assignments at most.
+class ClipStream {
+ public:
+  static constexpr std::size_t keptPictures = 8;
+  static constexpr std::size_t keptBytes = std::size_t{24} << 20;
+  static constexpr std::size_t aheadPictures = 16;  // with the kept ones that are still to come
+
+  enum class Wish { nothing, preparing, resting, decoding };
+
+  /// `isOver` breaks off reading; it outlives the stream's last `step`.
+  ClipStream(std::string path, const std::atomic<bool>& isOver);
+
+  // The showing side. Times are the media clock's, in seconds.
+  void rewind();
+  void play(double now);
+  void pause(double now);
+  [[nodiscard]] ClipPicturePointer picture(double now);
+  void setForwardBuffer(double seconds);
+  void setLooping(bool loops);
+
+  // The decoding side.
+  /// The most useful next step.
+  [[nodiscard]] Wish wish() const;
+  /// Opens the file, decodes one picture, begins another pass or lets the codec go.
+  void step();
+
+  /// The first pictures stand ready, or it is known that there are none.
+  [[nodiscard]] bool isPrepared() const;
+  /// What the kept pictures take: bytes.
+  [[nodiscard]] std::size_t keptByteCount() const;
+
+ private:
+  struct Timed {
+    double seconds;  // from the start of the first pass
+    ClipPicturePointer picture;
+  };
+
+  void prepare();
+  void keep(ClipPicturePointer picture);
+  void endPreparation(bool isWholeClip);
+  void decode();
+  void endPass();
+  void followFromStart();
+  void queueKept(double passStart);
+  [[nodiscard]] double positionAt(double now);
+  [[nodiscard]] ClipPicturePointer pictureOfWholeClip(double position);
+
+  const std::string path_;
+  const std::atomic<bool>& isOver_;
+
+  // Used by `step` only.
+  std::unique_ptr<ClipDecoder> decoder_;
+  double passStart_ = 0;
+
+  mutable std::mutex mutex_;  // guards all below
+  std::vector<ClipPicturePointer> kept_;
+  std::size_t keptBytes_ = 0;
+  bool isPrepared_ = false;
+  bool isWhole_ = false;            // all pictures are kept
+  double passSeconds_ = 0;          // of a whole clip
+  bool isAwake_ = false;            // the codec is there
+  std::uint64_t start_ = 0;         // counts rewinds
+  std::uint64_t decodedStart_ = 0;  // the one that decoding follows
+  std::size_t skipped_ = 0;         // kept pictures that decoding has yet to pass by
+  std::deque<Timed> ahead_;
+  ClipPicturePointer shown_;
+  bool isPlaying_ = false;
+  bool loops_ = true;
+  bool hasEnded_ = false;
+  double forwardBuffer_ = 0.25;      // seconds
+  double position_ = 0;              // while paused
+  std::optional<double> startedAt_;  // media time of position 0, from the first picture on
+};
+
+}  // namespace vrel::system

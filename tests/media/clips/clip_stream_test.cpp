@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/media/clip_stream.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "media/clips/clip_files.h"
+
+namespace vrel::system {
+namespace {
+
+using test::clipFile;
+using test::countOf;
+using testing::Each;
+using testing::ElementsAre;
+
+/// A clip whose decoding the test cranks: no threads, no real time.
+class ClipStreams : public testing::Test {
+ protected:
+  /// Lets decoding do all it wants to.
+  static void settle(ClipStream& stream) {
+    for (int steps = 0; stream.wish() != ClipStream::Wish::nothing; ++steps) {
+      ASSERT_LT(steps, 1000) << "a clip wants without end";
+      stream.step();
+    }
+  }
+
+  static void start(ClipStream& stream, double now) {
+    stream.rewind();
+    stream.play(now);
+  }
+
+  /// The numbers of the pictures at the middle of each 25th of a second, decoding in between.
+  static std::vector<int> watch(ClipStream& stream, double from, int pictures) {
+    std::vector<int> counts;
+    for (int index = 0; index < pictures; ++index) {
+      settle(stream);
+      counts.push_back(countOf(stream.picture(from + (index + 0.5) * 0.04)));
+    }
+    return counts;
+  }
+
+  static std::vector<int> repeated(int length, int pictures) {
+    std::vector<int> counts;
+    for (int index = 0; index < pictures; ++index) {
+      counts.push_back(index % length);
+    }
+    return counts;
+  }
+
+  const std::atomic<bool> isOver{false};
+};
+
+TEST_F(ClipStreams, APreparedClipHoldsItsFirstPicturesAndNoMore) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  EXPECT_FALSE(stream.isPrepared());
+  settle(stream);
+  EXPECT_TRUE(stream.isPrepared());
+  EXPECT_GT(stream.keptByteCount(), 8U * 64 * 48 * 3 / 2 - 1);
+  EXPECT_LT(stream.keptByteCount(), ClipStream::keptBytes);
+  stream.rewind();
+  EXPECT_EQ(countOf(stream.picture(5)), 0);
+}
+
+TEST_F(ClipStreams, AStartShowsTheFirstPictureBeforeAnythingIsDecoded) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  start(stream, 10);
+  for (int count = 0; count < static_cast<int>(ClipStream::keptPictures); ++count) {
+    EXPECT_EQ(countOf(stream.picture(10 + (count + 0.5) * 0.04)), count) << "without a step";
+  }
+}
+
+TEST_F(ClipStreams, LoopsWithoutASeam) {
+  for (const auto* name : {"count-h264.mp4", "count-vp9.webm", "lying.mp4", "with-sound.mp4"}) {
+    ClipStream stream(clipFile(name), isOver);
+    settle(stream);
+    start(stream, 100);
+    EXPECT_EQ(watch(stream, 100, 110), repeated(25, 110)) << name;
+  }
+}
+
+TEST_F(ClipStreams, AShortClipLoopsWithoutBeingDecodedAgain) {
+  ClipStream stream(clipFile("short.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  EXPECT_EQ(stream.wish(), ClipStream::Wish::nothing);
+  EXPECT_EQ(watch(stream, 0, 23), repeated(5, 23));
+}
+
+TEST_F(ClipStreams, OnePictureStandsForAsLongAsItPlays) {
+  ClipStream stream(clipFile("one-picture.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  EXPECT_THAT(watch(stream, 0, 10), Each(0));
+}
+
+TEST_F(ClipStreams, ShowsUnevenPicturesUntilTheNextIsDue) {
+  ClipStream stream(clipFile("uneven.mkv"), isOver);
+  settle(stream);
+  start(stream, 0);
+  for (int count = 0; count < 25; ++count) {
+    settle(stream);
+    EXPECT_EQ(countOf(stream.picture(count * count / 100.0 + 0.002)), count);
+    settle(stream);
+    if (count == 24) {
+      break;
+    }
+    EXPECT_EQ(countOf(stream.picture((count + 1) * (count + 1) / 100.0 - 0.002)), count);
+  }
+}
+
+TEST_F(ClipStreams, ARestartBeginsWithTheFirstPictureAndFollowsOn) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  watch(stream, 0, 20);
+  start(stream, 1);
+  EXPECT_EQ(countOf(stream.picture(1)), 0);
+  EXPECT_EQ(watch(stream, 1, 40), repeated(25, 40));
+}
+
+TEST_F(ClipStreams, APauseHoldsThePictureAndARewoundPauseTheFirst) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  EXPECT_EQ(watch(stream, 0, 13).back(), 12);
+  stream.pause(0.51);
+  settle(stream);
+  EXPECT_EQ(countOf(stream.picture(9)), 12);
+  stream.rewind();
+  EXPECT_EQ(countOf(stream.picture(9)), 0);
+  EXPECT_EQ(stream.wish(), ClipStream::Wish::nothing) << "the codec rests";
+}
+
+TEST_F(ClipStreams, AClipStartedUnpreparedCountsFromItsFirstPicture) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  start(stream, 0);
+  EXPECT_EQ(stream.picture(0.3), nullptr);
+  EXPECT_EQ(stream.wish(), ClipStream::Wish::decoding) << "it comes before what is only prepared";
+  settle(stream);
+  EXPECT_EQ(countOf(stream.picture(5)), 0);
+  EXPECT_EQ(watch(stream, 5, 40), repeated(25, 40));
+}
+
+TEST_F(ClipStreams, WhatCanNotBeDecodedShowsNothingAndWantsNothing) {
+  for (const auto* name : {"gone.mp4", "empty.mp4", "text.mov", "only-sound.mp4", "only-header.mkv"}) {
+    ClipStream stream(clipFile(name), isOver);
+    settle(stream);
+    start(stream, 0);
+    EXPECT_EQ(stream.picture(0.1), nullptr) << name;
+    EXPECT_EQ(stream.wish(), ClipStream::Wish::nothing) << name;
+    EXPECT_EQ(stream.keptByteCount(), 0U);
+  }
+}
+
+TEST_F(ClipStreams, AFileRemovedAfterItWasPreparedPlaysOn) {
+  const auto path = testing::TempDir() + "removed-clip.mp4";
+  std::filesystem::copy_file(clipFile("count-h264.mp4"), path, std::filesystem::copy_options::overwrite_existing);
+  ClipStream stream(path, isOver);
+  settle(stream);
+  std::filesystem::remove(path);
+  start(stream, 0);
+  EXPECT_EQ(watch(stream, 0, 60), repeated(25, 60));
+}
+
+TEST_F(ClipStreams, AFileCutWhileItPlaysGoesOnWithWhatIsKept) {
+  const auto path = testing::TempDir() + "cut-clip.mp4";
+  std::filesystem::copy_file(clipFile("count-h264.mp4"), path, std::filesystem::copy_options::overwrite_existing);
+  ClipStream stream(path, isOver);
+  settle(stream);
+  start(stream, 0);
+  watch(stream, 0, 10);
+  std::ofstream(path, std::ios::trunc).close();
+  const auto counts = watch(stream, 0.4, 100);
+  EXPECT_THAT(counts, Each(testing::Ge(0))) << "never black";
+  std::filesystem::remove(path);
+}
+
+TEST_F(ClipStreams, DecodingThatLagsShowsPicturesLateAndInOrder) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  EXPECT_EQ(countOf(stream.picture(0.9)), 7) << "the last that is there";
+  settle(stream);
+  EXPECT_EQ(countOf(stream.picture(0.9 + 0.06)), 8) << "and on from it";
+}
+
+TEST_F(ClipStreams, WithoutALooperStandsOnItsLastPicture) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  stream.setLooping(false);
+  start(stream, 0);
+  EXPECT_EQ(watch(stream, 0, 40).back(), 24);
+  settle(stream);
+}
+
+TEST_F(ClipStreams, DecodesNoFurtherAheadThanItIsAllowed) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  stream.setForwardBuffer(1000);
+  start(stream, 0);
+  settle(stream);
+  // All that was decoded is due at once; what was not comes later.
+  EXPECT_EQ(countOf(stream.picture(0.96)), static_cast<int>(ClipStream::aheadPictures) - 1);
+}
+
+}  // namespace
+}  // namespace vrel::system

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "system/media/audio_files.h"
+
+namespace vrel::system::test {
+
+inline std::string mediaFile(const std::string& name) {
+  return std::string(VREL_MEDIA_FOLDER) + "/" + name;
+}
+
+/// The file, which must open.
+inline std::shared_ptr<AVAudioFile> opened(const std::string& name) {
+  AudioFiles files;
+  auto file = files.openForReading(mediaFile(name));
+  EXPECT_TRUE(file.ok()) << name << ": " << (file.ok() ? "" : file.error().description);
+  return file.ok() ? file.value() : nullptr;
+}
+
+/// What one read gives: a list per channel, as long as what was read.
+inline std::vector<std::vector<float>> readAt(AVAudioFile& file, std::int64_t frame, std::uint32_t count) {
+  AVAudioPCMBuffer buffer(file.processingFormat(), count);
+  file.setFramePosition(frame);
+  const auto failure = file.readIntoBuffer(buffer, count);
+  EXPECT_FALSE(failure) << failure->description;
+  std::vector<std::vector<float>> channels;
+  for (std::uint32_t channel = 0; channel < file.processingFormat().channelCount; ++channel) {
+    const float* const samples = buffer.floatChannelData()[channel];
+    channels.emplace_back(samples, samples + buffer.frameLength);
+  }
+  return channels;
+}
+
+/// The left side of frame `n` of the "count" files.
+inline float countAt(std::int64_t n) {
+  return static_cast<float>(n % 20000) / 32768.0F;
+}
+
+}  // namespace vrel::system::test
