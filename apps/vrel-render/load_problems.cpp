@@ -11,13 +11,15 @@ namespace vrel::render {
 namespace {
 
 std::string reason(const std::string& path, const std::vector<AVAudioUnitComponent>& components) {
-  if (path == pathPlayback) {
-    return "audio files can not be played yet";
-  }
   if (!resolvePluginPath(path, components)) {
     return path + " is not installed";
   }
   return path + " did not load";
+}
+
+std::string instrumentReason(const ChannelConfig& record, const SongStage::Components& components) {
+  return record.pluginPath == pathPlayback ? record.playbackFilePath + " can not be played"
+                                           : reason(record.pluginPath, components.instruments);
 }
 
 void addEffectProblems(std::vector<std::string>& problems, const std::string& where, const AudioChannel& channel,
@@ -44,7 +46,7 @@ std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine&
     const auto& status = channel.status.get();
     if (status == channel_status::loadFailed || status == channel_status::crashed) {
       problems.push_back(where + ": " + status + " (" +
-                         reason(song.channels[strip].pluginPath, components.instruments) + ")");
+                         instrumentReason(song.channels[strip], components) + ")");
     }
     addEffectProblems(problems, where, channel, components);
   }

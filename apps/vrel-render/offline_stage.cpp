@@ -8,6 +8,7 @@
 
 #include "document/component_scan.h"
 #include "platform/console_output.h"
+#include "system/audio/player_feeder.h"
 #include "vrel-render/load_problems.h"
 
 namespace vrel::render {
@@ -55,12 +56,13 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
                            EventLog* log)
     : console_(console),
       device_(std::make_shared<audio::OfflineDevice>(settings.rate, settings.block)),
-      nodes_(device_, renderCounters_),
+      nodes_(device_, renderCounters_, files_),
       lv2Units_(world, hostSettings(settings, console, pluginCounters_)),
       sandboxUnits_(makeSandbox(settings, world)),
       units_(sandboxUnits_ ? static_cast<AudioUnitFactory&>(*sandboxUnits_) : lv2Units_, mainLoop_),
       components_{scanInstrumentComponents(*world), scanAudioEffectComponents(*world)},
-      engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console})),
+      engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console, nullptr, nullptr,
+                                 files_.get()})),
       stage_(*engine_, console, components_),
       recorder_(*engine_, stage_, clock_, log),
       input_(mainLoop_, engine_) {
@@ -154,6 +156,11 @@ void OfflineStage::perform(const ShowStep& step) {
 
 audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
   mainLoop_.advanceUpTo(seconds);
+  // The block waits for the disk, and for all that a file's end brings about.
+  nodes_.playerFeeder().feedBeforeBlock([this] {
+    engine_->playbackRuns().playbackQueue().sync([] {});
+    mainLoop_.runPending();
+  });
   return device_->renderBlock();
 }
 
@@ -182,6 +189,8 @@ std::vector<std::string> OfflineStage::problems() const {
   addCount(problems, blocks.silentBlocks, "blocks were silent, since the engine was stopped");
   addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix were not finite and were silenced");
   addCount(problems, blocks.droppedMidiEvents, "events were dropped");
+  addCount(problems, blocks.starvedBlocks, "blocks went by without a file that was not read in time");
+  addCount(problems, blocks.unreadFrames, "frames of audio files could not be read and were silent");
   addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");
   addCount(problems, blocks.refusedNodes, "nodes were refused by the audio graph");
   return problems;

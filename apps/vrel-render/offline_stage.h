@@ -16,6 +16,7 @@
 #include "system/audio/render_node_factory.h"
 #include "system/dispatch/offline_main_loop.h"
 #include "system/dispatch/serial_queue.h"
+#include "system/media/audio_files.h"
 #include "system/plugins/lv2/lv2_unit_factory.h"
 #include "system/plugins/sandbox/sandboxing_unit_factory.h"
 #include "system/property_list/libplist_serialization.h"
@@ -87,6 +88,7 @@ class OfflineStage {
   std::shared_ptr<audio::OfflineDevice> device_;
   std::shared_ptr<audio::RenderCounters> renderCounters_ = std::make_shared<audio::RenderCounters>();
   std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
+  std::shared_ptr<system::AudioFiles> files_ = std::make_shared<system::AudioFiles>();
   audio::RenderNodeFactory nodes_;
   lv2::Lv2UnitFactory lv2Units_;
   Outcome sandboxFailure_;
