@@ -117,9 +117,7 @@ TEST_F(Wav, APathThatCanNotBeWrittenIsAnError) {
 
 TEST_F(Wav, AFullDiskIsAnErrorThatStays) {
   const std::string full = "/dev/full";
-  if (!std::filesystem::exists(full)) {
-    GTEST_SKIP() << "this machine has no " << full;
-  }
+  ASSERT_TRUE(std::filesystem::exists(full));
   auto writer = WavWriter::create(full, 48000);
   if (!writer.ok()) {
     return;  // told even earlier
