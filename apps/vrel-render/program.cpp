@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,7 +35,8 @@ constexpr int exitUsage = 2;
 constexpr double longestShow = 24 * 60 * 60;  // seconds
 
 int fail(int exitCode, const Error& error) {
-  std::fprintf(stderr, "vrel-render: %s%s\n", error.description.c_str(), exitCode == exitUsage ? " (see --help)" : "");
+  const std::string hint = exitCode == exitUsage ? " (see --help)" : "";
+  std::fprintf(stderr, "vrel-render: %s%s\n", oneLine(error.description).c_str(), hint.c_str());
   return exitCode;
 }
 
@@ -57,6 +60,18 @@ int listPlugins(ConsoleOutput& console) {
   return exitSuccess;
 }
 
+/// What is wrong with a setlist, at its place. The reader's own error is about the old form, a bare array, which helps
+/// nobody whose file is not in that form.
+std::string setlistFault(std::string_view bytes, const Error& readerError) {
+  constexpr std::string_view blanksAndMark = " \t\r\n\xEF\xBB\xBF";
+  const std::size_t root = bytes.find_first_not_of(blanksAndMark);
+  if (root != std::string_view::npos && bytes[root] == '[') {
+    return readerError.description;
+  }
+  const auto setlist = decodeSetlist(bytes);
+  return setlist ? readerError.description : setlist.error().description;
+}
+
 Result<SetlistFile> readSetlistFile(const std::string& path) {
   const auto bytes = readFile(path);
   if (!bytes) {
@@ -64,7 +79,7 @@ Result<SetlistFile> readSetlistFile(const std::string& path) {
   }
   auto setlist = readSetlist(bytes.value());
   if (!setlist) {
-    return Error{path + " is no setlist: " + setlist.error().description};
+    return Error{path + " is no setlist: " + setlistFault(bytes.value(), setlist.error())};
   }
   return setlist;
 }

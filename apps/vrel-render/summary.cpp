@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel-render/summary.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <sstream>
@@ -33,6 +34,14 @@ std::string soundLine(const Summary& summary) {
 
 }  // namespace
 
+std::string oneLine(std::string text) {
+  const auto isControl = [](char character) {
+    return static_cast<unsigned char>(character) < 0x20 || character == '\x7F';
+  };
+  std::replace_if(text.begin(), text.end(), isControl, '?');
+  return text;
+}
+
 std::vector<std::string> summaryLines(const Summary& summary) {
   std::vector<std::string> lines = {songLine(summary.songNames), soundLine(summary)};
   if (summary.problems.empty()) {
@@ -43,6 +52,7 @@ std::vector<std::string> summaryLines(const Summary& summary) {
       lines.push_back("  " + problem);
     }
   }
+  std::transform(lines.begin(), lines.end(), lines.begin(), oneLine);
   return lines;
 }
 

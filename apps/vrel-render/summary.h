@@ -18,6 +18,9 @@ struct Summary {
   std::vector<std::string> problems{};
 };
 
+/// The text with a question mark for every control character: names of files and songs may hold line ends.
+[[nodiscard]] std::string oneLine(std::string text);
+
 /// A few lines for a person.
 [[nodiscard]] std::vector<std::string> summaryLines(const Summary& summary);
 

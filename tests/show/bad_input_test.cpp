@@ -56,6 +56,7 @@ TEST_F(BadInput, AFileThatCanNotBeReadExitsWithOne) {
   expectRefusal(1, at("none.vrel"), {at("none.vrel")});
   expectRefusal(1, at("none.mid"), {goodSetlist(), at("none.mid")});
   expectRefusal(1, "can not read", {testing::TempDir()});
+  expectRefusal(1, "two?lines", {at("two\nlines")});
 }
 
 TEST_F(BadInput, AFileThatIsNoSetlistExitsWithOne) {
@@ -64,6 +65,15 @@ TEST_F(BadInput, AFileThatIsNoSetlistExitsWithOne) {
   expectRefusal(1, "is no setlist", {write("c.vrel", "{\"songs\": 5}")});
   expectRefusal(1, "is no setlist", {write("d.vrel", "{\"songs\": [{\"name\": \"\xFF\xFE\"}]}")});
   expectRefusal(1, "is no setlist", {write("e.vrel", std::string(1'000'000, '['))});
+}
+
+TEST_F(BadInput, ADamagedSetlistIsToldWithThePlaceOfTheDamage) {
+  expectRefusal(1, "songs: expected an array, found number", {write("a.vrel", "{\"songs\": 5}")});
+  expectRefusal(1, "volume", {write("b.vrel", "{\"songs\": [{\"channels\": [{\"volume\": \"loud\"}]}]}")});
+  expectRefusal(1, "expected an object, found number", {write("c.vrel", "7")});
+  // The oldest files are bare arrays of songs, with or without a byte order mark.
+  expectRefusal(1, "tempo_bpm", {write("d.vrel", " [{\"tempo_bpm\": true}]")});
+  expectRefusal(1, "tempo_bpm", {write("e.vrel", "\xEF\xBB\xBF[{\"tempo_bpm\": true}]")});
 }
 
 TEST_F(BadInput, AFileThatIsNoMidiFileExitsWithOneAndWritesNothing) {
@@ -91,9 +101,7 @@ TEST_F(BadInput, AnOutputThatCanNotBeWrittenExitsWithOne) {
 }
 
 TEST_F(BadInput, AFullDiskExitsWithOne) {
-  if (!std::filesystem::exists("/dev/full")) {
-    GTEST_SKIP() << "this machine has no device that is always full";
-  }
+  ASSERT_TRUE(std::filesystem::exists("/dev/full"));
   const std::string setlist = goodSetlist();
   expectRefusal(1, "/dev/full", {setlist, "--tail", "0.5", "--out", "/dev/full"});
   expectRefusal(1, "/dev/full", {setlist, "--tail", "0.1", "--events", "/dev/full"});

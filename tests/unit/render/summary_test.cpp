@@ -32,5 +32,11 @@ TEST(RenderSummary, EveryProblemHasALine) {
                    "  a", "  b"}));
 }
 
+TEST(RenderSummary, ANameWithALineEndStaysInItsLine) {
+  EXPECT_EQ(summaryLines({.songNames = {"One\nTwo\r\x7F"}, .rendered = {.frames = 48000}})[0],
+            "Played 1 song: \"One?Two??\"");
+  EXPECT_EQ(oneLine("Ünder\t"), "Ünder?");
+}
+
 }  // namespace
 }  // namespace vrel::render
