@@ -4,42 +4,19 @@
 // In an executable of its own, since it counts every allocation of the process.
 #include <benchmark/benchmark.h>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <new>
 #include <vector>
 
 #include "bench_graph.h"
 #include "engine/audio_engine.h"
 #include "simulation/recording_console.h"
+#include "support/allocations/allocation_count.h"
 #include "system/audio/render_node_factory.h"
 #include "system/dispatch/offline_main_loop.h"
 #include "system/dispatch/serial_queue.h"
 #include "system/property_list/libplist_serialization.h"
-
-namespace {
-
-std::atomic<std::size_t> allocationCount{0};
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  allocationCount.fetch_add(1, std::memory_order_relaxed);
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 namespace vrel::audio::bench {
 namespace {
@@ -132,11 +109,11 @@ void metersOf64Strips(benchmark::State& state) {
   for (int warm = 0; warm < 10; ++warm) {
     turn();
   }
-  const std::size_t allocationsBefore = allocationCount;
+  const std::size_t allocationsBefore = test::allocationCount();
   for (auto _ : state) {
     turn();
   }
-  const std::size_t allocations = allocationCount - allocationsBefore;
+  const std::size_t allocations = test::allocationCount() - allocationsBefore;
   if (!metered.hasPeaks()) {
     state.SkipWithError("the meters saw nothing");
     return;

@@ -3,31 +3,10 @@
 // In an executable of its own, since it counts every allocation of the process.
 
 #include <cstdint>
-#include <cstdlib>
 #include <new>
 
+#include "support/allocations/allocation_count.h"
 #include "support/simulated_stage.h"
-
-namespace {
-
-std::size_t allocationCount = 0;
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocationCount;
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 namespace vrel {
 namespace {
@@ -41,20 +20,20 @@ class RoutingAllocation : public SimulatedStage {
       added.instrument->events.reserve(1000);
       added.channel->sustainControlsRotor.set(strip % 2 == 0);
     }
-    const auto before = allocationCount;
+    const auto before = test::allocationCount();
     for (int kind = 0x80; kind <= 0xF0; kind += 0x10) {
       const auto status = static_cast<std::uint8_t>(kind);
       engine->routeMIDI(status, 64, 100);
       engine->sendPerformanceMIDI(status, 64, 100);
     }
-    return allocationCount - before;
+    return test::allocationCount() - before;
   }
 };
 
 TEST_F(RoutingAllocation, TheCounterCounts) {
-  const auto before = allocationCount;
+  const auto before = test::allocationCount();
   ::operator delete(::operator new(1));
-  EXPECT_GT(allocationCount, before);
+  EXPECT_GT(test::allocationCount(), before);
 }
 
 TEST_F(RoutingAllocation, RoutingTo64StripsAllocatesNothing) {
