@@ -277,12 +277,17 @@ TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
 
 // State.
 
-TEST_F(FaultsWithLittlePatience, AHangingCaptureGivesTheLastStateKnownAndALine) {
-  const auto source = rebel();
-  lv2::Player player(source);
+/// The state of a rebel that plays the level 64. The unit has given it, and so knows it.
+std::optional<PropertyListDictionary> stateAfterAKey(const std::shared_ptr<AVAudioUnit>& unit) {
+  lv2::Player player(unit);
   player.send(0x90, 60, 64);
   (void)player.block(128);
-  const auto state = source->auAudioUnit().fullStateForDocument();
+  return unit->auAudioUnit().fullStateForDocument();
+}
+
+TEST_F(FaultsWithLittlePatience, AHangingCaptureGivesTheLastStateKnownAndALine) {
+  const auto source = rebel();
+  const auto state = stateAfterAKey(source);
   ASSERT_TRUE(state);
   stop(processOf(source));
   const auto start = Clock::now();
@@ -316,11 +321,7 @@ TEST_F(FaultsWithLittlePatience, APluginThatHangsInRestoringKeepsItsStateForTheN
 }
 
 TEST_F(FaultsWithLittlePatience, StoppedWhileAStateGoesInTheCallReturnsAndTheStateIsTakenLater) {
-  const auto source = rebel();
-  lv2::Player player(source);
-  player.send(0x90, 60, 64);
-  (void)player.block(128);
-  const auto state = source->auAudioUnit().fullStateForDocument();
+  const auto state = stateAfterAKey(rebel());
   ASSERT_TRUE(state);
   const auto unit = rebel();
   stop(processOf(unit));
