@@ -54,6 +54,10 @@ void EventLog::crash(double seconds, Strip strip, int processId) {
   writeLine(file_, {{"t", seconds}, {"kind", "crash"}, {"channel", channelOf(strip)}, {"pid", processId}});
 }
 
+void EventLog::clip(double seconds, std::size_t strip, std::uint8_t note, double opacity) {
+  writeLine(file_, {{"t", seconds}, {"kind", "clip"}, {"channel", strip}, {"note", note}, {"opacity", opacity}});
+}
+
 Outcome EventLog::close() {
   file_.close();
   if (!file_) {

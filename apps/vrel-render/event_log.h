@@ -19,6 +19,7 @@ namespace vrel::render {
 ///   {"t":seconds,"kind":"song","index":index}
 ///   {"t":seconds,"kind":"sandbox","channel":strip,"pid":process}   a plug-in with a process of its own
 ///   {"t":seconds,"kind":"crash","channel":strip,"pid":process}     that process has ended by itself
+///   {"t":seconds,"kind":"clip","channel":strip,"note":note,"opacity":1 or 0}   a clip starts, or begins to fade
 ///
 /// The channel of an effect of the master is null. Seconds are those of the show and read back exactly. A failed write
 /// is told by `close`.
@@ -33,6 +34,7 @@ class EventLog {
   using Strip = std::optional<std::size_t>;
   void sandbox(double seconds, Strip strip, int processId);
   void crash(double seconds, Strip strip, int processId);
+  void clip(double seconds, std::size_t strip, std::uint8_t note, double opacity);
 
   /// Completes the file.
   [[nodiscard]] Outcome close();

@@ -62,9 +62,10 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       units_(sandboxUnits_ ? static_cast<AudioUnitFactory&>(*sandboxUnits_) : lv2Units_, mainLoop_),
       components_{scanInstrumentComponents(*world), scanAudioEffectComponents(*world)},
       engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console, nullptr, nullptr,
-                                 files_.get()})),
+                                 files_.get(), &clips_})),
       stage_(*engine_, console, components_),
       recorder_(*engine_, stage_, clock_, log),
+      clipRecorder_(*engine_, clock_, log),
       input_(mainLoop_, engine_) {
   if (sandboxUnits_) {
     // A plug-in may die while its answer is held back, and must not be handed out after that as if it lived.
@@ -115,7 +116,8 @@ void OfflineStage::applySong(std::size_t index) {
 void OfflineStage::waitForPlugins() {
   // The pool comes first: asking it lets its queue do what was posted to it, so that whatever has no answer
   // yet will bring one to the main queue, which ends the sleep.
-  mainLoop_.waitUntil([this] { return isPoolIdle() && stage_.pendingLoads() == 0; });
+  mainLoop_.waitUntil(
+      [this] { return isPoolIdle() && stage_.pendingLoads() == 0 && engine_->visualEngine().pendingLoads() == 0; });
   mainLoop_.runPending();
 }
 

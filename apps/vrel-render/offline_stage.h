@@ -17,9 +17,11 @@
 #include "system/dispatch/offline_main_loop.h"
 #include "system/dispatch/serial_queue.h"
 #include "system/media/audio_files.h"
+#include "system/media/clip_factory.h"
 #include "system/plugins/lv2/lv2_unit_factory.h"
 #include "system/plugins/sandbox/sandboxing_unit_factory.h"
 #include "system/property_list/libplist_serialization.h"
+#include "vrel-render/clip_recorder.h"
 #include "vrel-render/main_queue_units.h"
 #include "vrel-render/packet_input.h"
 #include "vrel-render/show.h"
@@ -89,6 +91,7 @@ class OfflineStage {
   std::shared_ptr<audio::RenderCounters> renderCounters_ = std::make_shared<audio::RenderCounters>();
   std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
   std::shared_ptr<system::AudioFiles> files_ = std::make_shared<system::AudioFiles>();
+  system::ClipFactory clips_{clock_};
   audio::RenderNodeFactory nodes_;
   lv2::Lv2UnitFactory lv2Units_;
   Outcome sandboxFailure_;
@@ -98,6 +101,7 @@ class OfflineStage {
   std::shared_ptr<AudioEngine> engine_;
   SongStage stage_;
   StageRecorder recorder_;
+  ClipRecorder clipRecorder_;
   PacketInput input_;
   std::vector<std::string> loadProblems_;  // each once
 };
