@@ -65,8 +65,7 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
                                  files_.get(), &clips_})),
       stage_(*engine_, console, components_),
       recorder_(*engine_, stage_, clock_, log),
-      clipRecorder_(*engine_, clock_, log),
-      input_(mainLoop_, engine_) {
+      clipRecorder_(*engine_, clock_, log) {
   if (sandboxUnits_) {
     // A plug-in may die while its answer is held back, and must not be handed out after that as if it lived.
     sandboxUnits_->setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node, int processId) {
@@ -142,8 +141,8 @@ void OfflineStage::noteLoadProblems(const SongConfig& song) {
 
 void OfflineStage::perform(const ShowStep& step) {
   mainLoop_.advanceUpTo(step.seconds);
-  if (const auto* packet = std::get_if<MidiPacket>(&step.action)) {
-    input_.receive(*packet);
+  if (const auto* message = std::get_if<MidiFileMessage>(&step.action)) {
+    engine_->routeMIDI(message->status, message->data1, message->data2);
   } else if (const auto* song = std::get_if<SongStep>(&step.action)) {
     if (song->index && *song->index < stage_.songs.size()) {
       applySong(*song->index);

@@ -23,7 +23,6 @@
 #include "system/property_list/libplist_serialization.h"
 #include "vrel-render/clip_recorder.h"
 #include "vrel-render/main_queue_units.h"
-#include "vrel-render/packet_input.h"
 #include "vrel-render/show.h"
 #include "vrel-render/stage_recorder.h"
 
@@ -102,7 +101,6 @@ class OfflineStage {
   SongStage stage_;
   StageRecorder recorder_;
   ClipRecorder clipRecorder_;
-  PacketInput input_;
   std::vector<std::string> loadProblems_;  // each once
 };
 

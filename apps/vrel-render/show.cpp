@@ -27,17 +27,6 @@ std::optional<std::uint32_t> indexIn(std::string_view text) {
   return index;
 }
 
-bool hasOneDataByte(std::uint8_t status) {
-  return (status & 0xE0) == 0xC0;
-}
-
-MidiPacket packetOf(const MidiFileMessage& message) {
-  if (hasOneDataByte(message.status)) {
-    return {message.status, message.data1};
-  }
-  return {message.status, message.data1, message.data2};
-}
-
 std::optional<ShowStep> stepOf(double seconds, const MidiFileText& marker) {
   const std::string_view text = trimmed(marker.text);
   if (text == "panic") {
@@ -56,7 +45,7 @@ std::vector<ShowStep> showSteps(const MidiFile& file) {
   std::vector<ShowStep> steps;
   for (const auto& event : file.events) {
     if (const auto* message = std::get_if<MidiFileMessage>(&event.content)) {
-      steps.push_back({event.seconds, packetOf(*message)});
+      steps.push_back({event.seconds, *message});
     } else if (const auto* text = std::get_if<MidiFileText>(&event.content)) {
       if (auto step = stepOf(event.seconds, *text)) {
         steps.push_back(std::move(*step));

@@ -11,9 +11,6 @@
 
 namespace vrel::render {
 
-/// A message as it comes from a keyboard: the bytes of one packet.
-using MidiPacket = std::vector<std::uint8_t>;
-
 /// A click on a song of the list; no index where the text names none.
 struct SongStep {
   std::optional<std::uint32_t> index{};
@@ -30,7 +27,7 @@ struct PanicStep {
 /// What the performer does at one moment.
 struct ShowStep {
   double seconds = 0;  // since the start of the show
-  std::variant<MidiPacket, SongStep, PanicStep> action{};
+  std::variant<MidiFileMessage, SongStep, PanicStep> action{};
 
   bool operator==(const ShowStep&) const = default;
 };

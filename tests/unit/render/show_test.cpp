@@ -18,17 +18,17 @@ std::vector<ShowStep> stepsOf(std::vector<MidiFileEvent> events) {
   return showSteps({std::move(events), 10});
 }
 
-TEST(Show, MessagesArePacketsOfTwoOrThreeBytes) {
+TEST(Show, MessagesAreStepsWithAZeroWhereTheyHaveNoThirdByte) {
   EXPECT_EQ(stepsOf({{0, MidiFileMessage{0x93, 60, 100}},
                      {0.5, MidiFileMessage{0x83, 60, 0}},
                      {1, MidiFileMessage{0xC3, 5, 0}},
                      {1, MidiFileMessage{0xDF, 77, 0}},
                      {2, MidiFileMessage{0xE0, 0, 64}}}),
-            (std::vector<ShowStep>{{0, MidiPacket{0x93, 60, 100}},
-                                   {0.5, MidiPacket{0x83, 60, 0}},
-                                   {1, MidiPacket{0xC3, 5}},
-                                   {1, MidiPacket{0xDF, 77}},
-                                   {2, MidiPacket{0xE0, 0, 64}}}));
+            (std::vector<ShowStep>{{0, MidiFileMessage{0x93, 60, 100}},
+                                   {0.5, MidiFileMessage{0x83, 60, 0}},
+                                   {1, MidiFileMessage{0xC3, 5, 0}},
+                                   {1, MidiFileMessage{0xDF, 77, 0}},
+                                   {2, MidiFileMessage{0xE0, 0, 64}}}));
 }
 
 TEST(Show, MarkersAndTextsPressSongsAndPanic) {
