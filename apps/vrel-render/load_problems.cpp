@@ -45,8 +45,7 @@ std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine&
     const std::string where = songName + "channel \"" + channel.name.get() + "\"";
     const auto& status = channel.status.get();
     if (status == channel_status::loadFailed || status == channel_status::crashed) {
-      problems.push_back(where + ": " + status + " (" +
-                         instrumentReason(song.channels[strip], components) + ")");
+      problems.push_back(where + ": " + status + " (" + instrumentReason(song.channels[strip], components) + ")");
     }
     addEffectProblems(problems, where, channel, components);
   }
