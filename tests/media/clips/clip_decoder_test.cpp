@@ -22,7 +22,6 @@ using test::countOf;
 using test::lumaOf;
 using test::pixelOf;
 using testing::DoubleNear;
-using testing::ElementsAre;
 using testing::Pointwise;
 
 std::unique_ptr<ClipDecoder> opened(const std::string& name) {

@@ -18,7 +18,6 @@ namespace {
 using test::clipFile;
 using test::countOf;
 using testing::Each;
-using testing::ElementsAre;
 
 /// A clip whose decoding the test cranks: no threads, no real time.
 class ClipStreams : public testing::Test {

@@ -12,7 +12,6 @@
 namespace vrel {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
