@@ -17,7 +17,6 @@ namespace vrel::system::test {
 namespace {
 
 using audio::test::OfflinePlayers;
-using audio::test::Recording;
 
 std::vector<float> twice(const std::vector<float>& samples) {
   std::vector<float> both = samples;

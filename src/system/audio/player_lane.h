@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -15,7 +16,7 @@ namespace vrel::audio {
 /// writer and one reader, neither of whom waits.
 class PlayerLane {
  public:
-  static constexpr std::uint32_t capacity = 1U << 16U;  // frames
+  static constexpr std::uint32_t capacity = 1U << 15U;  // frames; more would only push others out of the caches
 
   PlayerLane() {
     for (auto& side : sides_) {
@@ -55,12 +56,11 @@ class PlayerLane {
   }
 
   /// Takes up to `frameCount` frames and returns how many there were. Reader.
-  std::uint32_t take(float* left, float* right, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD {
+  std::uint32_t take(const std::array<float*, 2>& output, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD {
     const std::uint64_t begin = read_.load(std::memory_order_relaxed);
     const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(frameCount, written() - begin));
     const std::uint32_t place = static_cast<std::uint32_t>(begin % capacity);
     const std::uint32_t first = std::min(count, capacity - place);
-    const std::array<float*, 2> output{left, right};
     for (std::size_t side = 0; side < sides_.size(); ++side) {
       std::copy_n(sides_[side].data() + place, first, output[side]);
       std::copy_n(sides_[side].data(), count - first, output[side] + first);

@@ -39,7 +39,7 @@ void PlayerProcessor::takeLane(PlayerLane* lane, const ProcessBlock& block) noex
   // In this order: what is written before the end is told is seen with it.
   const bool isComplete = lane->isComplete.load();
   const auto& sides = block.output.channels;
-  const std::uint32_t taken = lane->take(sides[0], sides[1], block.frameCount);
+  const std::uint32_t taken = lane->take(sides, block.frameCount);
   if (taken == block.frameCount) {
     last_ = {sides[0][taken - 1], sides[1][taken - 1]};
   } else if (!isComplete) {

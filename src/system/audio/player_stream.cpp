@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <utility>
 
 #include "platform/audio_file.h"
@@ -12,8 +14,8 @@ namespace {
 
 constexpr std::uint32_t chunkFrames = 4096;         // read at once
 constexpr std::uint32_t headFrames = 4096;          // read before a run begins
-constexpr std::uint32_t convertedRoom = 1U << 15U;  // more than comes of one chunk
-constexpr std::uint32_t mostConvertedFrames = 1U << 13U;
+constexpr std::uint32_t convertedRoom = 3U << 12U;  // more than comes of one chunk
+constexpr std::uint32_t mostConvertedFrames = 1U << 12U;
 
 }  // namespace
 
@@ -49,6 +51,7 @@ void PlayerStream::schedule(Piece piece) {
       }
       filling_->isComplete.store(false);
       pieces_.push_back(std::move(piece));
+      resting_.store(nullptr);
     }
     while (wantsHead() && readSome()) {
     }
@@ -88,6 +91,7 @@ void PlayerStream::stop() {
     }
     isLeaving_ = isLeaving_ || (isPlaying_ && pieces_.empty());
     pieces_.clear();
+    resting_.store(nullptr);
     ++generation_;
     isPlaying_ = false;
     if (!isLeaving_) {
@@ -122,7 +126,36 @@ PlayerStream::Piece* PlayerStream::nextUnread() {
   return next == pieces_.end() ? nullptr : &*next;
 }
 
+bool PlayerStream::mayRest() const {
+  const PlayerLane* const lane = resting_.load();
+  return lane != nullptr && lane->read() < nextLook_.load();
+}
+
+// Under both: when there is room to read on, when a piece is consumed, or when the conversion has to be finished.
+void PlayerStream::noteNextLook() {
+  if (filling_ == nullptr) {
+    return;
+  }
+  const auto before = [](std::uint64_t frame, std::uint64_t distance) {
+    return frame > distance ? frame - distance : 0;
+  };
+  std::uint64_t look = UINT64_MAX;
+  if (nextUnread() != nullptr) {
+    look = before(filling_->written(), PlayerLane::capacity - convertedRoom);
+  }
+  if (!pieces_.empty() && pieces_.front().isRead()) {
+    look = std::min(look, before(pieces_.front().endsAt, lookahead));
+  } else if (pieces_.empty() && converter_ != nullptr && !isFinished_) {
+    look = before(filling_->written(), lookahead);
+  }
+  nextLook_.store(look);
+  resting_.store(filling_);
+}
+
 bool PlayerStream::feed() {
+  if (mayRest()) {
+    return false;
+  }
   Handlers consumed;
   bool didRead = false;
   {
@@ -130,6 +163,7 @@ bool PlayerStream::feed() {
     didRead = readSome();
     const std::scoped_lock state(state_);
     consumed = takeConsumed();
+    noteNextLook();
   }
   for (const auto& handler : consumed) {
     handler();
@@ -270,6 +304,9 @@ PlayerStream::Handlers PlayerStream::takeConsumed() {
 }
 
 bool PlayerStream::finish(std::uint32_t frames) {
+  if (mayRest()) {
+    return false;
+  }
   const std::scoped_lock both(io_, state_);
   if (converter_ == nullptr || isFinished_ || filling_ == nullptr || !pieces_.empty() || filling_->waiting() > frames) {
     return false;

@@ -75,7 +75,7 @@ class PlayerStream {
 
   /// The lane that sounds, kept from being filled anew until it is left; null for silence.
   [[nodiscard]] PlayerLane* enterLane() noexcept VREL_AUDIO_THREAD;
-  void leaveLane() noexcept VREL_AUDIO_THREAD { entered_.store(nullptr); }
+  void leaveLane() noexcept VREL_AUDIO_THREAD { entered_.store(nullptr, std::memory_order_release); }
 
  private:
   using Handlers = std::vector<std::function<void()>>;
@@ -89,6 +89,8 @@ class PlayerStream {
   [[nodiscard]] Piece* nextUnread();
   void noteCompletion();
   [[nodiscard]] Handlers takeConsumed();
+  [[nodiscard]] bool mayRest() const;
+  void noteNextLook();
 
   const std::shared_ptr<AudioConverterFactory> converters_;
   const std::shared_ptr<RenderCounters> counters_;
@@ -111,6 +113,10 @@ class PlayerStream {
   bool isPlaying_ = false;
   bool isLeaving_ = false;   // stopped behind its last piece: the lane may sound to its end
   bool isFinished_ = false;  // nothing lags behind in the converter
+
+  // Until so many frames of this lane have been taken there is nothing to do; null to look at once.
+  std::atomic<const PlayerLane*> resting_{nullptr};
+  std::atomic<std::uint64_t> nextLook_{0};
 
   std::atomic<PlayerLane*> sounding_{nullptr};
   std::atomic<PlayerLane*> entered_{nullptr};

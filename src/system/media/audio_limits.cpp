@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <limits>
+#include <system_error>
 
 namespace vrel::system {
 namespace {
@@ -20,7 +20,7 @@ constexpr std::int64_t mostChannels = 64;
 Outcome unreadable(const std::string& path) {
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (file < 0) {
-    return Error{path + ": " + std::strerror(errno)};
+    return Error{path + ": " + std::generic_category().message(errno)};
   }
   struct stat status {};
   const bool isKnown = ::fstat(file, &status) == 0;

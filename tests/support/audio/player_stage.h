@@ -39,10 +39,11 @@ class OfflinePlayers {
   /// Plays `frameCount` frames from `start` again and again, `passes` times.
   void loop(const std::shared_ptr<AVAudioPlayerNode>& player, const std::shared_ptr<AVAudioFile>& file,
             std::int64_t start, std::uint32_t frameCount, int passes) {
+    const std::weak_ptr<AVAudioPlayerNode> weak = player;  // what is scheduled is the player's
     player->scheduleSegment(file, start, frameCount, [=, this] {
-      queue.push_back([=, this] {
-        if (passes > 1) {
-          loop(player, file, start, frameCount, passes - 1);
+      queue.emplace_back([=, this] {
+        if (const auto alive = weak.lock(); alive != nullptr && passes > 1) {
+          loop(alive, file, start, frameCount, passes - 1);
         }
       });
     });

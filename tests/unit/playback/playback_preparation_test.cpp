@@ -68,7 +68,8 @@ TEST(PlaybackRange, ALengthBeyond32BitsStopsTheProgram) {
 
 std::shared_ptr<AVAudioPCMBuffer> bufferOf(const std::vector<std::vector<float>>& channels) {
   const auto frames = channels.empty() ? 0U : static_cast<std::uint32_t>(channels.front().size());
-  auto made = std::make_shared<AVAudioPCMBuffer>(AVAudioFormat{rate, static_cast<std::uint32_t>(channels.size())}, frames);
+  auto made =
+      std::make_shared<AVAudioPCMBuffer>(AVAudioFormat{rate, static_cast<std::uint32_t>(channels.size())}, frames);
   auto& buffer = *made;
   for (std::size_t channel = 0; channel < channels.size(); ++channel) {
     std::copy(channels[channel].begin(), channels[channel].end(), buffer.floatChannelData()[channel]);
@@ -86,7 +87,7 @@ TEST(PlaybackEnvelope, AShortFileHasOneEntry) {
 TEST(PlaybackEnvelope, OfAMonoFileHasEqualSides) {
   std::vector<float> samples(5120);
   for (std::size_t frame = 0; frame < samples.size(); ++frame) {
-    samples[frame] = static_cast<float>(frame / 512) * -0.1F;
+    samples[frame] = -0.1F * static_cast<float>(static_cast<std::uint32_t>(frame) >> 9U);
   }
   const auto envelope = playbackEnvelope(*bufferOf({samples}));
   ASSERT_THAT(envelope, SizeIs(10));

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/audio_engine.h"
+#include "simulation/recording_console.h"
+#include "simulation/simulated_audio_engine.h"
+#include "simulation/simulated_audio_files.h"
+#include "simulation/simulated_property_lists.h"
+#include "simulation/simulated_units.h"
+#include "simulation/virtual_time.h"
+#include "support/audio/player_stage.h"
+#include "system/media/audio_files.h"
+#include "system/media/wav_writer.h"
+
+namespace vrel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t trackCount = 16;
+constexpr std::uint32_t blockFrames = 128;
+constexpr std::uint32_t trackFrames = 200000;
+
+/// Sixteen tracks in a folder that goes with them; the last two have another rate.
+class Tracks {
+ public:
+  Tracks() {
+    std::filesystem::create_directories(folder_);
+    std::vector<float> left(trackFrames);
+    for (std::size_t track = 0; track < trackCount; ++track) {
+      for (std::size_t frame = 0; frame < left.size(); ++frame) {
+        left[frame] = static_cast<float>((frame * (track + 3)) % 1009) / 20000.0F;
+      }
+      auto writer = system::WavWriter::create(path(track), rate(track));
+      if (!writer || writer.value().write(left, left) || writer.value().close()) {
+        std::abort();
+      }
+    }
+  }
+  ~Tracks() { std::filesystem::remove_all(folder_); }
+  Tracks(const Tracks&) = delete;
+  Tracks& operator=(const Tracks&) = delete;
+
+  static int rate(std::size_t track) { return track >= trackCount - 2 ? 44100 : 48000; }
+  [[nodiscard]] std::string path(std::size_t track) const {
+    return (folder_ / (std::to_string(track) + ".wav")).string();
+  }
+  [[nodiscard]] std::shared_ptr<AVAudioFile> open(std::size_t track) const {
+    system::AudioFiles files;
+    auto file = files.openForReading(path(track));
+    return file.ok() ? file.value() : nullptr;
+  }
+
+ private:
+  const std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "vrel-playback-bench";
+};
+
+double secondsSince(Clock::time_point begin) {
+  return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+/// The least that can be done: read, convert where rates differ, mix.
+class BareLoop {
+ public:
+  explicit BareLoop(const Tracks& tracks) {
+    for (std::size_t track = 0; track < trackCount; ++track) {
+      Voice voice;
+      voice.file = tracks.open(track);
+      voice.chunk = std::make_shared<AVAudioPCMBuffer>(voice.file->processingFormat(), chunkFrames);
+      if (Tracks::rate(track) != 48000) {
+        voice.converter = files_.makeConverter(Tracks::rate(track), 48000);
+      }
+      voices_.push_back(std::move(voice));
+    }
+  }
+
+  void renderBlock() {
+    mix_ = {};
+    for (auto& voice : voices_) {
+      while (voice.left.size() - voice.taken < blockFrames) {
+        readOn(voice);
+      }
+      for (std::size_t frame = 0; frame < blockFrames; ++frame) {
+        mix_[0][frame] += voice.left[voice.taken + frame];
+        mix_[1][frame] += voice.right[voice.taken + frame];
+      }
+      voice.taken += blockFrames;
+    }
+    benchmark::DoNotOptimize(mix_);
+  }
+
+ private:
+  static constexpr std::uint32_t chunkFrames = 4096;
+  struct Voice {
+    std::shared_ptr<AVAudioFile> file;
+    std::shared_ptr<AVAudioPCMBuffer> chunk;
+    std::unique_ptr<AVAudioConverter> converter;
+    std::vector<float> left;
+    std::vector<float> right;
+    std::size_t taken = 0;
+  };
+
+  void readOn(Voice& voice) {
+    if (voice.file->framePosition() == voice.file->length()) {
+      voice.file->setFramePosition(0);
+    }
+    if (voice.file->readIntoBuffer(*voice.chunk, chunkFrames)) {
+      std::abort();
+    }
+    const auto* const* const sides = voice.chunk->floatChannelData();
+    const std::size_t rest = voice.left.size() - voice.taken;
+    for (auto* side : {&voice.left, &voice.right}) {
+      std::copy(side->begin() + static_cast<std::ptrdiff_t>(voice.taken), side->end(), side->begin());
+      side->resize(rest + 2 * chunkFrames);
+    }
+    voice.taken = 0;
+    std::size_t given = voice.chunk->frameLength;
+    if (voice.converter != nullptr) {
+      given = voice.converter
+                  ->convert({sides[0], sides[1]}, voice.chunk->frameLength,
+                            {voice.left.data() + rest, voice.right.data() + rest}, 2 * chunkFrames)
+                  .given;
+    } else {
+      std::copy_n(sides[0], given, voice.left.data() + rest);
+      std::copy_n(sides[1], given, voice.right.data() + rest);
+    }
+    voice.left.resize(rest + given);
+    voice.right.resize(rest + given);
+  }
+
+  system::AudioFiles files_;
+  std::vector<Voice> voices_;
+  std::array<std::array<float, blockFrames>, 2> mix_{};
+};
+
+/// Sixteen loops at once through players, feeder and graph, against the bare loop in turn with it.
+void sixteenLoops(benchmark::State& state) {
+  const Tracks tracks;
+  audio::test::OfflinePlayers stage(std::make_shared<system::AudioFiles>(), 48000, blockFrames);
+  for (std::size_t track = 0; track < trackCount; ++track) {
+    const auto player = stage.addPlayer();
+    stage.loop(player, tracks.open(track), 0, trackFrames, 1000000);
+    player->play();
+  }
+  BareLoop bare(tracks);
+  const auto renderBlock = [&] {
+    stage.factory.playerFeeder().feedBeforeBlock([&] { stage.runQueue(); });
+    benchmark::DoNotOptimize(stage.device->renderBlock());
+  };
+  constexpr int blocksInTurn = 512;
+  for (int block = 0; block < blocksInTurn; ++block) {
+    renderBlock();
+    bare.renderBlock();
+  }
+  double ours = 0;
+  double least = 0;
+  for ([[maybe_unused]] auto turn : state) {
+    auto begin = Clock::now();
+    for (int block = 0; block < blocksInTurn; ++block) {
+      renderBlock();
+    }
+    ours += secondsSince(begin);
+    begin = Clock::now();
+    for (int block = 0; block < blocksInTurn; ++block) {
+      bare.renderBlock();
+    }
+    least += secondsSince(begin);
+  }
+  state.counters["over_bare"] = ours / least;
+  state.counters["us_per_block"] = ours * 1e6 / (static_cast<double>(state.iterations()) * blocksInTurn);
+  state.counters["starved"] = static_cast<double>(stage.counters->starvedBlocks.load());
+}
+BENCHMARK(sixteenLoops)->Unit(benchmark::kMillisecond);
+
+/// A note on the main thread: a start and a stop by turns, with the player queue standing.
+void triggerPlayback(benchmark::State& state) {
+  simulation::VirtualClock clock;
+  simulation::CrankedMainQueue mainQueue(clock);
+  simulation::CrankedQueueFactory queues;
+  simulation::SimulatedNodeFactory nodes;
+  simulation::ScriptedUnitFactory units;
+  simulation::SimulatedPropertyLists propertyLists;
+  simulation::RecordingConsole console;
+  simulation::SimulatedAudioFiles files;
+  files.sounds["/a.wav"] = {48000, {std::vector<float>(48000, 0.5F)}, {}, 0};
+  const auto engine =
+      AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console, nullptr, nullptr, &files});
+  mainQueue.runAll();
+  const auto channel = engine->addChannel("Track");
+  ChannelConfig record;
+  record.playbackFilePath = "/a.wav";
+  engine->playbackLoader().loadPlaybackInstrument(*channel, record);
+  const int opened = files.openCount;
+  std::size_t notes = 0;
+  for ([[maybe_unused]] auto turn : state) {
+    engine->playbackRuns().triggerPlayback(*channel);
+    if (++notes % 1024 == 0) {
+      state.PauseTiming();
+      queues.queue("vrel.playback.player").runAll();
+      mainQueue.runAll();
+      state.ResumeTiming();
+    }
+  }
+  state.counters["files_opened"] = files.openCount - opened;
+}
+BENCHMARK(triggerPlayback);
+
+/// What the player queue does for a note: stop, schedule with the first frames read, play. What it leaves sounds in
+/// the next block, which is looked at.
+void runTask(benchmark::State& state) {
+  const Tracks tracks;
+  audio::test::OfflinePlayers stage;
+  const auto player = stage.addPlayer();
+  const auto file = tracks.open(0);
+  double silentBlocks = 0;
+  for ([[maybe_unused]] auto turn : state) {
+    player->stop();
+    player->scheduleSegment(file, 1000, 100000, [] {});
+    player->play();
+    state.PauseTiming();
+    silentBlocks += stage.device->renderBlock().left[0] == 0 ? 1 : 0;
+    state.ResumeTiming();
+  }
+  state.counters["silent_blocks"] = silentBlocks;
+}
+BENCHMARK(runTask)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace vrel
