@@ -9,7 +9,7 @@ packages=(
   build-essential cmake ninja-build pkg-config git python3
   nlohmann-json3-dev liblilv-dev lv2-dev libplist-dev libsndfile1-dev
   librtaudio-dev librtmidi-dev libjack-jackd2-dev libasound2-dev
-  libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libsoxr-dev
+  ffmpeg libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libsoxr-dev
   # testing
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev
