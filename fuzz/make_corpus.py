@@ -6,6 +6,8 @@ import json
 import pathlib
 import plistlib
 import struct
+import subprocess
+import tempfile
 
 CORPUS = pathlib.Path(__file__).resolve().parent / "corpus"
 
@@ -182,9 +184,36 @@ MESSAGES = {
 }
 
 
+SOUND = ["-f", "lavfi", "-i", "sine=frequency=440:sample_rate=8000:duration=0.1"]
+PICTURES = ["-f", "lavfi", "-i", "testsrc=size=32x24:rate=10:duration=0.3"]
+
+
+def media(name: str, *arguments: str) -> bytes:
+    """What FFmpeg's program makes under this name."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = pathlib.Path(folder) / name
+        subprocess.run(["ffmpeg", "-loglevel", "error", "-nostdin", *arguments, "-bitexact", str(path)], check=True)
+        return path.read_bytes()
+
+
+def sounds() -> dict[str, bytes]:
+    files = {name: media(name, *SOUND) for name in ("a.wav", "a.aiff", "a.mp3", "a.m4a")}
+    return files | {"empty_file": b"", "cut": files["a.m4a"][:600], "text": b"no sound"}
+
+
+def clips() -> dict[str, bytes]:
+    files = {
+        "mjpeg.mkv": media("a.mkv", *PICTURES, "-c:v", "mjpeg", "-pix_fmt", "yuvj420p"),
+        "h264.mp4": media("a.mp4", *PICTURES, "-c:v", "libx264"),
+        "vp9.webm": media("a.webm", *PICTURES, "-c:v", "libvpx-vp9"),
+        "sound_only.m4a": media("a.m4a", *SOUND),
+    }
+    return files | {"empty_file": b"", "cut": files["h264.mp4"][:700], "text": b"no pictures"}
+
+
 def main() -> None:
     corpora = {"setlist": SETLISTS, "standard_midi_file": MIDI_FILES, "property_list": PROPERTY_LISTS,
-               "sandbox_messages": MESSAGES}
+               "sandbox_messages": MESSAGES, "audio_files": sounds(), "clips": clips()}
     for target, files in corpora.items():
         folder = CORPUS / target
         folder.mkdir(parents=True, exist_ok=True)

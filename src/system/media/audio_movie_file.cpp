@@ -2,8 +2,6 @@
 #include "system/media/audio_movie_file.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/intreadwrite.h>
 #include <libswresample/swresample.h>
@@ -16,6 +14,7 @@ extern "C" {
 #include <vector>
 
 #include "system/media/audio_limits.h"
+#include "system/media/ffmpeg_handles.h"
 
 namespace vrel::system {
 namespace {
@@ -23,18 +22,7 @@ namespace {
 // A decoder that begins in the middle of a stream is right after some packets; twice what any codec here needs.
 constexpr std::int64_t prerollFrames = 16384;
 
-template <auto release>
-struct Releaser {
-  template <typename T>
-  void operator()(T* held) const {
-    release(&held);
-  }
-};
-using Container = std::unique_ptr<AVFormatContext, Releaser<avformat_close_input>>;
-using Codec = std::unique_ptr<AVCodecContext, Releaser<avcodec_free_context>>;
-using Packet = std::unique_ptr<AVPacket, Releaser<av_packet_free>>;
-using Frame = std::unique_ptr<AVFrame, Releaser<av_frame_free>>;
-using Samples = std::unique_ptr<SwrContext, Releaser<swr_free>>;
+using Samples = std::unique_ptr<SwrContext, FFmpegRelease<swr_free>>;
 
 bool hasPacketsOfOneLength(AVCodecID codec) {
   return codec == AV_CODEC_ID_AAC || codec == AV_CODEC_ID_OPUS || codec == AV_CODEC_ID_MP3 ||
@@ -55,8 +43,9 @@ class AudioMovieFile::Decoder {
   /// What went wrong, or nothing.
   [[nodiscard]] Outcome open(const std::string& path);
 
-  [[nodiscard]] int rate() const { return codec_->sample_rate; }
-  [[nodiscard]] int channels() const { return codec_->ch_layout.nb_channels; }
+  /// Those of the first frame: a damaged stream changes them in its middle.
+  [[nodiscard]] int rate() const { return rate_; }
+  [[nodiscard]] int channels() const { return channels_; }
 
   /// The end of the last frame. Moves the reading position anywhere.
   [[nodiscard]] std::int64_t countFrames();
@@ -81,12 +70,15 @@ class AudioMovieFile::Decoder {
   [[nodiscard]] std::int64_t onGrid(std::int64_t told) const;
   [[nodiscard]] bool rewind(std::int64_t timestamp);
 
-  Container container_;
-  Codec codec_;
-  Packet packet_{av_packet_alloc()};
-  Frame frame_{av_frame_alloc()};
+  FFmpegContainer container_;
+  FFmpegCodec codec_;
+  FFmpegPacket packet_{av_packet_alloc()};
+  FFmpegFrame frame_{av_frame_alloc()};
   Samples samples_;
   bool isBegun_ = false;
+  int rate_ = 0;
+  int channels_ = 0;
+  int sampleFormat_ = 0;
   AVStream* stream_ = nullptr;
   std::int64_t origin_ = 0;               // of frame 0, in frames of the stream's own time
   std::int64_t grid_ = 0;                 // where some packet begins, likewise
@@ -220,6 +212,11 @@ bool AudioMovieFile::Decoder::sendNextPacket() {
 }
 
 void AudioMovieFile::Decoder::holdDecoded() {
+  if (channels_ == 0) {
+    rate_ = frame_->sample_rate;
+    channels_ = frame_->ch_layout.nb_channels;
+    sampleFormat_ = frame_->format;
+  }
   heldFrames_ = frame_->nb_samples;
   const std::int64_t timestamp = frame_->best_effort_timestamp;
   if (timestamp != AV_NOPTS_VALUE) {
@@ -240,13 +237,13 @@ void AudioMovieFile::Decoder::holdDecoded() {
     channel.assign(static_cast<std::size_t>(heldFrames_), 0.0F);
     output.push_back(reinterpret_cast<std::uint8_t*>(channel.data()));
   }
-  if (frame_->sample_rate != rate() || frame_->ch_layout.nb_channels != channels()) {
+  if (frame_->sample_rate != rate_ || frame_->ch_layout.nb_channels != channels_ || frame_->format != sampleFormat_) {
     return;  // became another stream in the middle: silent
   }
   if (samples_ == nullptr) {
     SwrContext* made = nullptr;
-    swr_alloc_set_opts2(&made, &frame_->ch_layout, AV_SAMPLE_FMT_FLTP, rate(), &frame_->ch_layout,
-                        static_cast<AVSampleFormat>(frame_->format), rate(), 0, nullptr);
+    swr_alloc_set_opts2(&made, &frame_->ch_layout, AV_SAMPLE_FMT_FLTP, rate_, &frame_->ch_layout,
+                        static_cast<AVSampleFormat>(frame_->format), rate_, 0, nullptr);
     samples_.reset(made);
     if (made == nullptr || swr_init(made) < 0) {
       samples_.reset();

@@ -2,8 +2,6 @@
 #include "system/media/clip_decoder.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/display.h>
 }
 
@@ -16,6 +14,8 @@ extern "C" {
 #include <system_error>
 #include <utility>
 
+#include "system/media/ffmpeg_handles.h"
+
 namespace vrel::system {
 namespace {
 
@@ -26,14 +26,6 @@ constexpr double longestLastPicture = 10;  // seconds; only the last picture has
 
 // Files that hold moving pictures; no lists of other files, no devices.
 constexpr auto containers = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpeg,mpegts,flv,ogg,mxf";
-
-template <auto release>
-struct Releaser {
-  template <typename T>
-  void operator()(T* held) const {
-    release(&held);
-  }
-};
 
 const AVCodec* decoderFor(const AVStream& stream) {
   // The usual decoder of these two leaves the second layer, which holds the alpha, alone.
@@ -66,10 +58,10 @@ int isReadingOver(void* isOver) {
 }  // namespace
 
 struct ClipDecoder::Parts {
-  std::unique_ptr<AVFormatContext, Releaser<avformat_close_input>> container;
-  std::unique_ptr<AVCodecContext, Releaser<avcodec_free_context>> codec;  // null while it rests
-  std::unique_ptr<AVPacket, Releaser<av_packet_free>> packet{av_packet_alloc()};
-  std::unique_ptr<AVFrame, Releaser<av_frame_free>> frame{av_frame_alloc()};
+  FFmpegContainer container;
+  FFmpegCodec codec;  // null while it rests
+  FFmpegPacket packet{av_packet_alloc()};
+  FFmpegFrame frame{av_frame_alloc()};
   AVStream* stream = nullptr;
   ClipOrientation orientation;
   const std::atomic<bool>* isOver = nullptr;
