@@ -2,10 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "show/render_run.h"
@@ -110,6 +113,43 @@ TEST_F(PlaybackShow, TracksAndPluginsTogetherRenderTheSameEachTime) {
   EXPECT_TRUE(sound.isFinite());
   EXPECT_GT(sound.rmsDecibels(96000, 120000), -40);
   EXPECT_EQ(play(setlist, show, "again.wav").left, sound.left);
+}
+
+TEST_F(PlaybackShow, PluginsLoopedTracksAndClipsTogetherRenderWithNothingLate) {
+  auto low = stripOf("Sine", zooInstrument("sine"));
+  low.maxNote = 59;
+  auto clips = stripOf("Clips", "internal:visual");
+  for (const auto& [note, file] : {std::pair{80, "count-h264.mp4"}, {81, "count-vp9.webm"}}) {
+    VisualClipMapping mapping;
+    mapping.note = static_cast<std::uint8_t>(note);
+    mapping.filePath = std::string(VREL_CLIP_FOLDER "/") + file;
+    clips.visualClipMappings.push_back(mapping);
+  }
+  const auto drums = track(write("drums.wav", trackOf(48000, 9600)), 60, true);
+  const auto click = track(write("click.wav", trackOf(44100, 4410)), 61, true);
+  MidiFileMaker show;
+  for (const auto note : std::array<std::uint8_t, 4>{40, 60, 61, 80}) {
+    show.message(100, {0x90, note, 100});
+  }
+  show.message(900, {0x80, 80, 0}).message(900, {0x90, 81, 100}).message(1900, {0x80, 81, 0});
+  show.message(2900, {0x80, 40, 0});
+  const auto run = renderOnZoo({"--tail", "0", "--out", at("out.wav"), "--events", at("events"),
+                                write("show.vrel", setlistOf({songOf("All", {low, drums, click, clips})})),
+                                write("show.mid", show.bytes())});
+  ASSERT_EQ(run.exitCode, 0) << run.output << run.errors;
+  EXPECT_THAT(run.output, HasSubstr("Problems: none"));
+  EXPECT_EQ(run.ownErrors(), "");
+  const auto sound = soundIn(read("out.wav"));
+  for (std::size_t frame = 4800; frame + 960 <= sound.frameCount(); frame += 960) {
+    EXPECT_GT(sound.rmsDecibels(frame, frame + 960), -30) << "a gap at " << frame;
+  }
+  std::vector<double> opacities;
+  for (const auto& line : allEvents("events")) {
+    if (line.at("kind") == "clip") {
+      opacities.push_back(line.at("opacity"));
+    }
+  }
+  EXPECT_THAT(opacities, testing::ElementsAre(1, 0, 1, 0));
 }
 
 TEST_F(PlaybackShow, AFileThatIsMissingIsToldAndHurtsNothing) {

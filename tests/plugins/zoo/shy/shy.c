@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#define _GNU_SOURCE
+#define _GNU_SOURCE  // NOLINT(readability-identifier-naming): the C library asks for this name
 #define ZOO_URI "urn:vrel:zoo:shy"
 #include "plugins/zoo/zoo.h"
 
