@@ -54,11 +54,14 @@ function(vrel_test name)
 endfunction()
 
 # vrel_benchmark(name SOURCES ... DEPENDS ...)
-# One Google Benchmark executable. Its CTest shows that it runs; figures come from running it by hand.
+# One Google Benchmark executable. Its CTest shows that it runs; figures come from running it by hand. The target
+# `benchmarks` builds them all.
+add_custom_target(benchmarks)
 function(vrel_benchmark name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} benchmark::benchmark benchmark::benchmark_main)
   add_test(NAME bench.${name} COMMAND ${name} --benchmark_min_time=0.001)
   set_tests_properties(bench.${name} PROPERTIES LABELS bench TIMEOUT 300)
+  add_dependencies(benchmarks ${name})
 endfunction()
