@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vrel {
+
+/// A question that has to be answered before anything else is done.
+struct NSAlert {
+  enum class Style { warning, informational };
+
+  Style alertStyle = Style::warning;
+  std::string messageText;
+  std::string informativeText;
+  std::vector<std::string> buttons;  // in order; the first is the one that Return presses
+};
+
+/// Kinds of file that a panel offers.
+enum class FileType {
+  setlist,  // extension "vrel", or any file where the system knows no such type
+  movie,
+};
+
+/// Asks for one existing file; no directories, no hidden files.
+struct NSOpenPanel {
+  FileType allowedType = FileType::setlist;
+};
+
+/// Asks for the name of a file to write.
+struct NSSavePanel {
+  FileType allowedType = FileType::setlist;
+  std::string suggestedName;
+};
+
+/// A rectangle of the desktop, in its pixels, from the upper left.
+struct ScreenRect {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+
+  bool operator==(const ScreenRect&) const = default;
+};
+
+/// A screen, without what its bars and docks take: where a window may stand.
+struct NSScreen {
+  std::string name;
+  ScreenRect visibleFrame;
+};
+
+/// The desktop that the program runs on. Main thread. Alerts and panels return when they are answered; the main loop
+/// runs meanwhile, so the caller must expect any other work of the main queue in between.
+class Desktop {
+ public:
+  virtual ~Desktop() = default;
+
+  /// The index of the button that was pressed; none when the alert was sent away without an answer.
+  [[nodiscard]] virtual std::optional<std::size_t> runModal(const NSAlert& alert) = 0;
+
+  /// The file that was chosen; none when the panel was cancelled.
+  [[nodiscard]] virtual std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) = 0;
+  [[nodiscard]] virtual std::optional<std::filesystem::path> runModal(const NSSavePanel& panel) = 0;
+
+  /// The screens there are, the main one first; may be empty.
+  [[nodiscard]] virtual std::vector<NSScreen> screens() = 0;
+
+  /// Takes the caret out of whatever control of the front window has it. Nothing without such a window.
+  virtual void makeNothingFirstResponder() = 0;
+
+  /// The answer to a request to quit that was put off.
+  virtual void replyToApplicationShouldTerminate(bool shouldTerminate) = 0;
+};
+
+}  // namespace vrel

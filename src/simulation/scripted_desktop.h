@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/desktop.h"
+
+namespace vrel::simulation {
+
+/// A desktop whose person is a list of answers. What is asked is recorded; a question that nobody answers is cancelled.
+class ScriptedDesktop : public Desktop {
+ public:
+  std::deque<std::size_t> alertAnswers;  // indices of buttons
+  std::deque<std::filesystem::path> openPanelAnswers;
+  std::deque<std::filesystem::path> savePanelAnswers;
+  std::vector<NSScreen> screenList;
+  std::function<void()> whileAsking;  // the main loop goes on while a question stands
+
+  std::vector<NSAlert> alerts;
+  std::vector<NSOpenPanel> openPanels;
+  std::vector<NSSavePanel> savePanels;
+  std::vector<bool> terminationReplies;
+  int focusClearings = 0;
+
+  std::optional<std::size_t> runModal(const NSAlert& alert) override {
+    alerts.push_back(alert);
+    return answered(alertAnswers);
+  }
+
+  std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) override {
+    openPanels.push_back(panel);
+    return answered(openPanelAnswers);
+  }
+
+  std::optional<std::filesystem::path> runModal(const NSSavePanel& panel) override {
+    savePanels.push_back(panel);
+    return answered(savePanelAnswers);
+  }
+
+  std::vector<NSScreen> screens() override { return screenList; }
+
+  void makeNothingFirstResponder() override { ++focusClearings; }
+
+  void replyToApplicationShouldTerminate(bool shouldTerminate) override {
+    terminationReplies.push_back(shouldTerminate);
+  }
+
+ private:
+  template <typename Answer>
+  std::optional<Answer> answered(std::deque<Answer>& answers) {
+    if (whileAsking) {
+      whileAsking();
+    }
+    if (answers.empty()) {
+      return std::nullopt;
+    }
+    const auto answer = answers.front();
+    answers.pop_front();
+    return answer;
+  }
+};
+
+}  // namespace vrel::simulation
