@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "document/component_scan.h"
+#include "document/recent_files_coding.h"
 #include "platform/console_output.h"
 #include "platform/dispatch.h"
+#include "platform/file_manager.h"
 #include "platform/user_defaults.h"
 
 namespace vrel {
@@ -16,6 +18,9 @@ const std::string blendModeKey = "vrel.visual.blendMode";
 const std::string backgroundVideoKey = "vrel.visual.backgroundVideoPath";
 const std::string frameSizeKey = "vrel.audio.ioBufferFrameSize";
 const std::string outputDeviceKey = "vrel.audio.outputDeviceUID";
+
+// Five paths of the longest kind take less than a tenth of it.
+constexpr std::uintmax_t mostRecentFilesBytes = std::uintmax_t{1} << 20U;
 
 constexpr double loadingTimeoutSeconds = 30.0;
 
@@ -56,38 +61,38 @@ std::optional<VisualBlendMode> visualBlendModeFromStoredText(const std::string& 
   return entry == blendModeTexts.end() ? std::nullopt : std::optional(entry->first);
 }
 
-AppState::AppState(NSUserDefaults& defaults, AVAudioUnitComponentManager& components, MainQueue& mainQueue,
-                   ConsoleOutput& console)
-    : defaults_(defaults), components_(components), mainQueue_(mainQueue), console_(console) {
+AppState::AppState(const Collaborators& collaborators, std::filesystem::path recentPath)
+    : recentFilesPath(std::move(recentPath)), with_(collaborators) {
   readDefaults();
   writeDefaultsThrough();
+  loadRecentFiles();
   scanPlugins();
 }
 
 void AppState::readDefaults() {
-  const auto blendMode = defaults_.stringForKey(blendModeKey);
+  const auto blendMode = with_.defaults.stringForKey(blendModeKey);
   visualBlendMode.set(blendMode ? visualBlendModeFromStoredText(*blendMode).value_or(VisualBlendMode::plusLighter)
                                 : VisualBlendMode::plusLighter);
-  visualBackgroundVideoPath.set(defaults_.stringForKey(backgroundVideoKey));
-  audioIOBufferFrameSize.set(allowedFrameSize(defaults_.integerForKey(frameSizeKey)));
-  audioOutputDeviceUID.set(defaults_.stringForKey(outputDeviceKey));
+  visualBackgroundVideoPath.set(with_.defaults.stringForKey(backgroundVideoKey));
+  audioIOBufferFrameSize.set(allowedFrameSize(with_.defaults.integerForKey(frameSizeKey)));
+  audioOutputDeviceUID.set(with_.defaults.stringForKey(outputDeviceKey));
 }
 
 void AppState::writeDefaultsThrough() {
-  visualBlendMode.setEffect([this] { defaults_.setString(blendModeKey, storedText(visualBlendMode.get())); });
+  visualBlendMode.setEffect([this] { with_.defaults.setString(blendModeKey, storedText(visualBlendMode.get())); });
   visualBackgroundVideoPath.setEffect(
-      [this] { writeText(defaults_, backgroundVideoKey, visualBackgroundVideoPath.get()); });
-  audioIOBufferFrameSize.setEffect([this] { defaults_.setInteger(frameSizeKey, audioIOBufferFrameSize.get()); });
-  audioOutputDeviceUID.setEffect([this] { writeText(defaults_, outputDeviceKey, audioOutputDeviceUID.get()); });
+      [this] { writeText(with_.defaults, backgroundVideoKey, visualBackgroundVideoPath.get()); });
+  audioIOBufferFrameSize.setEffect([this] { with_.defaults.setInteger(frameSizeKey, audioIOBufferFrameSize.get()); });
+  audioOutputDeviceUID.setEffect([this] { writeText(with_.defaults, outputDeviceKey, audioOutputDeviceUID.get()); });
 }
 
 void AppState::scanPlugins() {
-  scannedPlugins.set(scanInstrumentComponents(components_));
+  scannedPlugins.set(scanInstrumentComponents(with_.components));
   scannedAudioEffectPlugins.set(scanAudioEffectPlugins());
 }
 
 std::vector<AVAudioUnitComponent> AppState::scanAudioEffectPlugins() {
-  return scanAudioEffectComponents(components_);
+  return scanAudioEffectComponents(with_.components);
 }
 
 void AppState::beginLoadingSession(int count, const std::string& message) {
@@ -100,7 +105,7 @@ void AppState::beginLoadingSession(int count, const std::string& message) {
   totalLoadsCount.set(count);
   remainingLoadsCount.set(count);
   showLoadingModal.set(true);
-  mainQueue_.asyncAfter(loadingTimeoutSeconds, [this, life = life_.watch(), token] {
+  with_.mainQueue.asyncAfter(loadingTimeoutSeconds, [this, life = life_.watch(), token] {
     if (life.isAlive()) {
       loadingSessionTimedOut(token);
     }
@@ -111,7 +116,7 @@ void AppState::loadingSessionTimedOut(const Uuid& token) {
   if (loadingSessionToken.get() != token || !showLoadingModal.get()) {
     return;
   }
-  console_.print("Audio unit loading timed out after 30 seconds");
+  with_.console.print("Audio unit loading timed out after 30 seconds");
   finishLoadingSession();
 }
 
@@ -166,6 +171,47 @@ void AppState::resetPerformanceValues() {
   expressionValue.set(0);
   modulationValue.set(0);
   pitchBendValue.set(0);
+}
+
+void AppState::loadRecentFiles() {
+  if (!with_.files.fileExists(recentFilesPath)) {
+    return;
+  }
+  const auto bytes = with_.files.contents(recentFilesPath, mostRecentFilesBytes);
+  const auto entries = bytes ? decodeRecentFiles(bytes.value()) : bytes.error();
+  std::vector<std::filesystem::path> existing;
+  if (!entries) {
+    with_.console.print("Failed to load recent files: " + entries.error().description);
+  } else {
+    for (const auto& path : entries.value()) {
+      const bool isListed = std::find(existing.begin(), existing.end(), path) != existing.end();
+      if (!isListed && existing.size() < mostRecentFiles && with_.files.fileExists(path)) {
+        existing.push_back(path);
+      }
+    }
+  }
+  recentFiles.set(std::move(existing));
+}
+
+void AppState::saveRecentFiles() {
+  const auto bytes = encodeRecentFiles(recentFiles.get());
+  if (const Outcome failure = bytes ? with_.files.write(recentFilesPath, bytes.value()) : bytes.error()) {
+    with_.console.print("Failed to save recent files: " + failure->description);
+  }
+}
+
+void AppState::addRecentFile(const std::filesystem::path& path) {
+  auto paths = recentFiles.get();
+  paths.erase(std::remove(paths.begin(), paths.end(), path), paths.end());
+  paths.insert(paths.begin(), path);
+  paths.resize(std::min(paths.size(), mostRecentFiles));
+  recentFiles.set(std::move(paths));
+  saveRecentFiles();
+}
+
+void AppState::clearRecentFiles() {
+  recentFiles.set({});
+  saveRecentFiles();
 }
 
 }  // namespace vrel

@@ -19,6 +19,7 @@
 namespace vrel {
 
 class ConsoleOutput;
+class FileManager;
 class MainQueue;
 class NSUserDefaults;
 
@@ -43,15 +44,25 @@ using Color = std::array<double, 3>;
 /// on stage until it is captured. `selectedSongIndex` may be stale; readers compare it with the size.
 class AppState {
  public:
-  /// Reads the user's settings and scans the plug-ins. All collaborators are borrowed.
-  AppState(NSUserDefaults& defaults, AVAudioUnitComponentManager& components, MainQueue& mainQueue,
-           ConsoleOutput& console);
+  struct Collaborators {
+    NSUserDefaults& defaults;
+    AVAudioUnitComponentManager& components;
+    MainQueue& mainQueue;
+    ConsoleOutput& console;
+    FileManager& files;
+  };
+
+  static constexpr std::size_t mostRecentFiles = 5;
+
+  /// Reads the user's settings and the recent list, then scans the plug-ins. All collaborators are borrowed.
+  AppState(const Collaborators& collaborators, std::filesystem::path recentPath);
 
   Observable<Language> language{Language::english};
   Observable<std::vector<SongConfig>> songs;
   Observable<std::optional<std::size_t>> selectedSongIndex;
   Observable<std::string> newSongName;
   Observable<std::optional<std::filesystem::path>> currentFilePath;  // last loaded from or saved to
+  Observable<std::vector<std::filesystem::path>> recentFiles;        // most recent first, each path once
   Observable<bool> isDirty{false};                                   // unsaved edits; set by each edit, never derived
   Observable<bool> showCloseDialog{false};
   Observable<bool> allowedToClose{false};
@@ -103,6 +114,8 @@ class AppState {
   Observable<std::uint8_t> keyboardStartNote{21};
   Observable<std::uint8_t> keyboardKeyCount{88};
 
+  const std::filesystem::path recentFilesPath;  // where the recent list is kept, outside any setlist
+
   /// Fills both lists of plug-ins. Opens none of them.
   void scanPlugins();
   [[nodiscard]] std::vector<AVAudioUnitComponent> scanAudioEffectPlugins();
@@ -121,15 +134,22 @@ class AppState {
 
   void resetPerformanceValues();
 
+  /// Takes the list from its file, without the entries whose file is gone. The file is not written. No file, no word;
+  /// one that can not be read is told, and the list is empty then.
+  void loadRecentFiles();
+  /// Writes the list to its file; a failure is told, and the list stays. Makes no directory.
+  void saveRecentFiles();
+  /// Puts a file at the head of the list, and writes it.
+  void addRecentFile(const std::filesystem::path& path);
+  /// Empties the list, and writes it.
+  void clearRecentFiles();
+
  private:
   void readDefaults();
   void writeDefaultsThrough();
   void loadingSessionTimedOut(const Uuid& token);
 
-  NSUserDefaults& defaults_;
-  AVAudioUnitComponentManager& components_;
-  MainQueue& mainQueue_;
-  ConsoleOutput& console_;
+  Collaborators with_;
   LifeToken life_;
 };
 

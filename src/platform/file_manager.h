@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -14,8 +15,9 @@ class FileManager {
  public:
   virtual ~FileManager() = default;
 
-  /// The bytes of a file. A directory, a pipe or a device is refused, not waited for.
-  [[nodiscard]] virtual Result<std::string> contents(const std::filesystem::path& path) = 0;
+  /// The bytes of a file. A directory, a pipe or a device is refused, not waited for; a file of more than `mostBytes`
+  /// is refused unread.
+  [[nodiscard]] virtual Result<std::string> contents(const std::filesystem::path& path, std::uintmax_t mostBytes) = 0;
 
   /// Replaces the bytes of a file in place, or makes it. What was there is lost from the first byte on, also when the
   /// rest can not be written. Makes no directories.

@@ -11,6 +11,7 @@
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
 #include "performance/song_switch.h"
+#include "simulation/simulated_file_manager.h"
 #include "simulation/simulated_user_defaults.h"
 #include "support/simulated_stage.h"
 
@@ -34,6 +35,7 @@ class SimulatedSession : public SimulatedStage {
   SimulatedSession() {
     state.scannedPlugins.set({piano, organ});
     state.scannedAudioEffectPlugins.set({chorus});
+    files.placeDirectory("/home/me");
   }
 
   void addSong(const std::string& name, std::vector<ChannelConfig> channels) {
@@ -78,7 +80,8 @@ class SimulatedSession : public SimulatedStage {
 
   simulation::SimulatedUserDefaults defaults;
   NoComponents components;
-  AppState state{defaults, components, mainQueue, console};
+  simulation::SimulatedFileManager files;
+  AppState state{{defaults, components, mainQueue, console, files}, "/home/me/recent_setlists.json"};
   ConsoleSelection selection;
   ChannelBuilder builder{state, *engine, console};
   SongSwitch songSwitch{{state, *engine, mainQueue, clock, console, selection, builder}};

@@ -2,6 +2,7 @@
 #include "document/app_state.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <set>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "performance/performance_display.h"
 #include "simulation/simulated_components.h"
+#include "simulation/simulated_file_manager.h"
 #include "simulation/simulated_midi_service.h"
 #include "simulation/simulated_user_defaults.h"
 #include "support/simulated_stage.h"
@@ -19,10 +21,13 @@ namespace {
 
 class Session : public SimulatedStage {
  protected:
-  AppState& make() { return state.emplace(defaults, components, mainQueue, console); }
+  AppState& make() { return state.emplace(collaborators, recentPath); }
 
   simulation::SimulatedUserDefaults defaults;
   simulation::SimulatedComponentManager components;
+  simulation::SimulatedFileManager files;
+  const std::filesystem::path recentPath = "/home/me/recent_setlists.json";
+  AppState::Collaborators collaborators{defaults, components, mainQueue, console, files};
   std::optional<AppState> state;
 };
 

@@ -7,6 +7,7 @@
 
 #include "document/app_state.h"
 #include "simulation/simulated_components.h"
+#include "simulation/simulated_file_manager.h"
 #include "simulation/simulated_hardware.h"
 #include "simulation/simulated_user_defaults.h"
 #include "support/simulated_stage.h"
@@ -60,7 +61,8 @@ TEST_F(DeviceSettings, ASavedDeviceThatIsNotThereFallsBackToTheDefault) {
 TEST_F(DeviceSettings, ASavedDeviceThatIsNotThereStaysSavedAndIsTakenWhenItIsBack) {
   simulation::SimulatedUserDefaults defaults;
   simulation::SimulatedComponentManager components;
-  AppState session(defaults, components, mainQueue, console);
+  simulation::SimulatedFileManager files;
+  AppState session({defaults, components, mainQueue, console, files}, "/recent_setlists.json");
   session.audioOutputDeviceUID.set("uid-gone");
   const auto applySaved = [&] { apply(session.audioIOBufferFrameSize.get(), session.audioOutputDeviceUID.get()); };
   applySaved();

@@ -9,6 +9,7 @@
 #include "document/app_state.h"
 #include "simulation/recording_console.h"
 #include "simulation/simulated_components.h"
+#include "simulation/simulated_file_manager.h"
 #include "simulation/virtual_time.h"
 #include "system/user_defaults/ini_user_defaults.h"
 
@@ -28,7 +29,8 @@ struct Program {
   simulation::CrankedMainQueue mainQueue{clock};
   simulation::SimulatedComponentManager components;
   IniUserDefaults defaults;
-  AppState session{defaults, components, mainQueue, console};
+  simulation::SimulatedFileManager files;
+  AppState session{{defaults, components, mainQueue, console, files}, "/recent_setlists.json"};
 };
 
 class SessionSettings : public testing::Test {
