@@ -35,6 +35,7 @@ bool holds(const VrelVisualEngine::Players& players, const Uuid& id) {
 
 // A load takes its time; this is what it was asked for.
 struct VrelVisualEngine::Load {
+  std::uint64_t number;
   Uuid channelId;
   std::weak_ptr<AudioChannel> channel;
   std::vector<VisualClipMapping> mappings;
@@ -56,8 +57,9 @@ void VrelVisualEngine::loadChannel(AudioChannel& channel, Completion completion)
     return;
   }
   ++pendingLoads_;
-  auto load =
-      std::make_shared<const Load>(Load{channel.id, channel.weak_from_this(), channel.visualClipMappings.get()});
+  awaitedLoads_[channel.id] = ++lastLoad_;
+  auto load = std::make_shared<const Load>(
+      Load{lastLoad_, channel.id, channel.weak_from_this(), channel.visualClipMappings.get()});
   builderQueue_->async([this, life = life_.watch(), factory = factory_, &mainQueue = mainQueue_, load = std::move(load),
                         completion = std::move(completion)]() mutable {
     // The engine is only looked at on the main queue, where it dies.
@@ -89,6 +91,11 @@ VrelVisualEngine::Players VrelVisualEngine::build(const Load& load, VideoFactory
 }
 
 void VrelVisualEngine::install(const Load& load, const Players& players) {
+  const auto awaited = awaitedLoads_.find(load.channelId);
+  if (awaited == awaitedLoads_.end() || awaited->second != load.number) {
+    return;  // the channel was unloaded or loaded anew meanwhile
+  }
+  awaitedLoads_.erase(awaited);
   const auto channel = load.channel.lock();
   if (players.empty() || channel == nullptr || channel->id != load.channelId ||
       channel->pluginPath.get() != pathVisual) {
@@ -170,15 +177,19 @@ void VrelVisualEngine::deactivate(const Players& players) {
   }
 }
 
+// Whoever hears of a fade may change the list of players, so they are collected first.
 void VrelVisualEngine::unloadChannel(const AudioChannel& channel) {
+  awaitedLoads_.erase(channel.id);
   const auto prefix = keyPrefix(channel.id);
   Players unloaded;
   for (auto each = playersByChannelAndNote_.lower_bound(prefix);
-       each != playersByChannelAndNote_.end() && each->first.starts_with(prefix);) {
-    each->second->fadeOut();
-    unloaded.push_back(std::move(each->second));
-    each = playersByChannelAndNote_.erase(each);
+       each != playersByChannelAndNote_.end() && each->first.starts_with(prefix); ++each) {
+    unloaded.push_back(each->second);
   }
+  for (const auto& player : unloaded) {
+    player->fadeOut();
+  }
+  std::erase_if(playersByChannelAndNote_, [&](const auto& each) { return each.first.starts_with(prefix); });
   deactivate(unloaded);
 }
 

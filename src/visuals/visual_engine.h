@@ -46,7 +46,8 @@ class VrelVisualEngine : public VisualNoteTarget {
   [[nodiscard]] static std::string playerKey(const Uuid& channelId, std::uint8_t note);
 
   /// Forgets the channel's players and builds them anew in the background. The completion comes on the main queue
-  /// once they stand, or once it is clear that they will not; at once for a channel that shows no clips.
+  /// once they stand, or once it is clear that they will not; at once for a channel that shows no clips. Players that
+  /// a later load or unload of the channel has overtaken are dropped.
   void loadChannel(AudioChannel& channel, Completion completion);
 
   /// Forgets all players of the channel. What shows of them vanishes at once.
@@ -71,6 +72,8 @@ class VrelVisualEngine : public VisualNoteTarget {
   VideoFactory* const factory_;
   MainQueue& mainQueue_;
   std::map<std::string, std::shared_ptr<VrelVisualClipPlayer>> playersByChannelAndNote_;
+  std::map<Uuid, std::uint64_t> awaitedLoads_;  // by channel: the load whose players may come in
+  std::uint64_t lastLoad_ = 0;
   std::size_t pendingLoads_ = 0;
   LifeToken life_;
   // Last: letting go of a queue waits for the work under way.

@@ -109,6 +109,21 @@ TEST_F(VisualNotes, TwoHeldClipsLieInTheOrderOfTheirPresses) {
   EXPECT_THAT(shownNotes(), ElementsAre(60));
 }
 
+TEST_F(VisualNotes, ALaterClipStaysOnTopWhicheverIsReleasedFirst) {
+  addClips({clip(60, "/a.mov"), clip(61, "/b.mov"), clip(62, "/c.mov")});
+  noteOn(61);
+  noteOn(60);
+  noteOn(62);
+  noteOff(60);
+  EXPECT_THAT(shownNotes(), ElementsAre(61, 60, 62));
+  mainQueue.advance(1);
+  EXPECT_THAT(shownNotes(), ElementsAre(61, 62));
+  noteOff(62);
+  noteOn(60);
+  mainQueue.advance(1);
+  EXPECT_THAT(shownNotes(), ElementsAre(61, 60)) << "started anew, it lies on top";
+}
+
 TEST_F(VisualNotes, OneNoteOnTwoChannelsStartsTwoPlayers) {
   const auto first = addClips({clip(60, "/a.mov")});
   const auto second = addClips({clip(60, "/b.mov")});

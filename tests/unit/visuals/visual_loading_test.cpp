@@ -64,6 +64,34 @@ TEST_F(VisualLoading, OvertakenByAnotherModeInstallsNothing) {
   EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
 }
 
+TEST_F(VisualLoading, OvertakenByAnUnloadInstallsNothing) {
+  const auto channel = addUnbuilt({clip(60, "/a.mov")});
+  builderQueue().runAll();
+  visuals().unloadChannel(*channel);
+  settle();
+  EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
+  EXPECT_EQ(visuals().pendingLoads(), 0U);
+}
+
+TEST_F(VisualLoading, OvertakenByALaterLoadOfTheChannelInstallsOnlyTheLater) {
+  const auto channel = addUnbuilt({clip(60, "/a.mov"), clip(61, "/b.mov")});
+  builderQueue().runAll();
+  engine->instruments().loadVisualInstrument(*channel, {clip(60, "/c.mov")}, nullptr);
+  mainQueue.runAll();
+  EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
+  settle();
+  ASSERT_THAT(visuals().playersByChannelAndNote(), SizeIs(1));
+  EXPECT_EQ(playerOf(*channel, 60)->filePath, "/c.mov");
+}
+
+TEST_F(VisualLoading, OvertakenByAnInstrumentLoadedOverItInstallsNothing) {
+  const auto channel = addUnbuilt({clip(60, "/a.mov")});
+  builderQueue().runAll();
+  channel->pluginPath.set("aumu:test:vrel");
+  settle();
+  EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
+}
+
 TEST_F(VisualLoading, OvertakenByTheEndOfTheEngineCompletes) {
   const auto channel = addClips({clip(60, "/a.mov")});
   bool completed = false;
@@ -157,6 +185,28 @@ TEST_F(VisualLoading, UnloadingTheInstrumentTakesTheClips) {
   engine->instruments().unloadInstrument(*channel);
   EXPECT_THAT(shownNotes(), IsEmpty());
   EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
+}
+
+TEST_F(VisualLoading, AnUnloadTellsReadersOfTheListOnceForAllItsClips) {
+  const auto channel = addClips({clip(60, "/a.mov"), clip(61, "/b.mov"), clip(62, "/c.mov")});
+  noteOn(60);
+  noteOn(61);
+  int changes = 0;
+  const auto connection = visuals().activePlayers.changed.connect([&](const auto&) { ++changes; });
+  visuals().unloadChannel(*channel);
+  EXPECT_EQ(changes, 1);
+  visuals().unloadChannel(*channel);
+  EXPECT_EQ(changes, 1);
+}
+
+TEST_F(VisualLoading, AnObserverOfAFadeMayUnloadTheChannelItself) {
+  const auto channel = addClips({clip(60, "/a.mov"), clip(61, "/b.mov")});
+  noteOn(60);
+  const auto connection =
+      playerOf(*channel, 60)->opacity.changed.connect([&](const double&) { visuals().unloadChannel(*channel); });
+  visuals().unloadChannel(*channel);
+  EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
+  EXPECT_THAT(shownNotes(), IsEmpty());
 }
 
 TEST_F(VisualLoading, KeysEndInTheNoteAndDifferByChannel) {
