@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "performance/live_mode.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <system_error>
+
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "performance/performance_display.h"
+#include "performance/song_switch.h"
+#include "platform/desktop.h"
+
+namespace vrel {
+namespace {
+
+/// Leaves all but ASCII as it is: no other letter is a command.
+std::string lowerCased(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter; });
+  return text;
+}
+
+std::optional<std::size_t> decimalNumber(const std::string& text) {
+  std::size_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [parsed, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc{} && parsed == end ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
+
+void LiveMode::setLiveMode(bool enabled) {
+  with_.state.isLiveModeEnabled.set(enabled);
+  if (!enabled) {
+    return;
+  }
+  if (clearFocus) {
+    clearFocus();
+  }
+  with_.desktop.makeNothingFirstResponder();
+}
+
+bool LiveMode::handleLiveKeyDown(const KeyEvent& event) {
+  if (!with_.state.isLiveModeEnabled.get() || !event.charactersIgnoringModifiers ||
+      contains(event.modifierFlags, ModifierFlags::control | ModifierFlags::option)) {
+    return false;
+  }
+  const std::string key = lowerCased(*event.charactersIgnoringModifiers);
+  if (contains(event.modifierFlags, ModifierFlags::command)) {
+    return handleCommandKey(key);
+  }
+  if (key == "p" || key == " ") {
+    performPanic(with_.state, with_.engine);
+    return true;
+  }
+  if (event.keyCode == KeyEvent::downArrow || event.keyCode == KeyEvent::upArrow) {
+    return handleArrow(event.keyCode == KeyEvent::downArrow);
+  }
+  if (key == "0") {
+    toggleMute(*with_.engine.masterChannel());
+    return true;
+  }
+  return handleDigit(key);
+}
+
+bool LiveMode::handleCommandKey(const std::string& key) {
+  const auto number = decimalNumber(key);
+  if (!number || *number < 1 || *number > 9) {
+    return false;
+  }
+  applyExclusiveSolo(*number - 1);
+  return true;
+}
+
+/// Used also where it changes nothing: a hand that misses its moment must not move something else.
+bool LiveMode::handleArrow(bool isDown) {
+  const auto selected = with_.state.selectedSongIndex.get();
+  if (with_.state.songSwitchInProgress.get() || !selected) {
+    return true;
+  }
+  const auto last = static_cast<std::ptrdiff_t>(with_.state.songs.get().size()) - 1;
+  const auto index = static_cast<std::ptrdiff_t>(*selected);
+  with_.songSwitch.applySong(isDown ? std::min(index + 1, last) : std::max(index - 1, std::ptrdiff_t{0}));
+  return true;
+}
+
+bool LiveMode::handleDigit(const std::string& key) {
+  const auto number = decimalNumber(key);
+  if (key < "1" || key > "9" || !number) {
+    return false;
+  }
+  const auto& channels = with_.engine.channels();
+  if (*number <= channels.size()) {
+    toggleMute(*channels[*number - 1]);
+  }
+  return true;
+}
+
+void LiveMode::toggleMute(AudioChannel& channel) {
+  channel.mute.set(!channel.mute.get());
+  with_.engine.applyMixerLevels();
+  with_.state.isDirty.set(true);
+}
+
+void LiveMode::applyExclusiveSolo(std::size_t position) {
+  const auto& channels = with_.engine.channels();
+  if (position >= channels.size()) {
+    return;
+  }
+  const auto soloed =
+      std::count_if(channels.begin(), channels.end(), [](const auto& channel) { return channel->solo.get(); });
+  const bool isClearing = soloed == 1 && channels[position]->solo.get();
+  for (std::size_t index = 0; index < channels.size(); ++index) {
+    channels[index]->solo.set(!isClearing && index == position);
+    with_.engine.applyMixerLevels();
+  }
+  with_.state.isDirty.set(true);
+}
+
+}  // namespace vrel

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "platform/key_event.h"
+
+namespace vrel {
+
+class AppState;
+class AudioChannel;
+class AudioEngine;
+class Desktop;
+class SongSwitch;
+
+/// The mode for the stage: while it is on, the operations that arrange the setlist refuse, each for itself, and the
+/// computer's keyboard is a remote control.
+///
+///   P, space       panic
+///   1 to 9         mute of that strip
+///   0              mute of the master
+///   Cmd+1 to 9     only that strip is soloed, or none
+///   up, down       the song before, the song after
+///
+/// Sound and MIDI are the same in both modes. The mode is no part of the setlist. Main thread.
+class LiveMode {
+ public:
+  struct Collaborators {
+    AppState& state;
+    AudioEngine& engine;
+    SongSwitch& songSwitch;
+    Desktop& desktop;
+  };
+
+  /// All are borrowed.
+  explicit LiveMode(const Collaborators& collaborators) : with_(collaborators) {}
+
+  /// The interface forgets which of its fields has the caret. Called when the mode is switched on.
+  std::function<void()> clearFocus;
+
+  void setLiveMode(bool enabled);
+
+  /// Whether the key was used; one that was not is for others. All keys but the arrows work during a song switch.
+  bool handleLiveKeyDown(const KeyEvent& event);
+
+  /// Solos the strip alone, or none when it is soloed alone already.
+  void applyExclusiveSolo(std::size_t position);
+
+ private:
+  bool handleCommandKey(const std::string& key);
+  bool handleArrow(bool isDown);
+  bool handleDigit(const std::string& key);
+  void toggleMute(AudioChannel& channel);
+
+  Collaborators with_;
+};
+
+}  // namespace vrel
