@@ -19,6 +19,12 @@ inline std::string clipFile(const std::string& name) {
   return std::string(VREL_CLIP_FOLDER) + "/" + name;
 }
 
+/// Missing, empty or damaged beyond use, or without moving pictures, or with some that nothing here decodes.
+inline std::vector<std::string> filesWithoutPictures() {
+  return {"gone.mp4",       "empty.mp4",         "text.mov", "without-index.mp4", "only-header.mkv", "only-sound.mp4",
+          "only-cover.mp4", "unknown-codec.mkv", "."};
+}
+
 using Pixel = std::array<std::uint8_t, 4>;  // red, green, blue, alpha
 
 /// The pixel in the middle of a quarter: 0 or 1 from the left and from the top.

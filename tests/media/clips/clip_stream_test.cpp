@@ -4,9 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -45,13 +48,14 @@ class ClipStreams : public testing::Test {
     return counts;
   }
 
-  static std::vector<int> repeated(int length, int pictures) {
+  static std::vector<int> repeatedFrom(int first, int length, int pictures) {
     std::vector<int> counts;
     for (int index = 0; index < pictures; ++index) {
-      counts.push_back(index % length);
+      counts.push_back((first + index) % length);
     }
     return counts;
   }
+  static std::vector<int> repeated(int length, int pictures) { return repeatedFrom(0, length, pictures); }
 
   const std::atomic<bool> isOver{false};
 };
@@ -67,6 +71,32 @@ TEST_F(ClipStreams, APreparedClipHoldsItsFirstPicturesAndNoMore) {
   EXPECT_EQ(countOf(stream.picture(5)), 0);
 }
 
+TEST_F(ClipStreams, OfLargePicturesHoldsFewerButOneAtLeast) {
+  ClipStream fewer(clipFile("many-lines.mkv"), isOver);
+  settle(fewer);
+  constexpr std::size_t picture = std::size_t{3840} * 2160 * 3 / 2;
+  EXPECT_GE(fewer.keptByteCount(), 2 * picture);
+  EXPECT_LT(fewer.keptByteCount(), ClipStream::keptBytes + picture);
+  start(fewer, 0);
+  EXPECT_THAT(watch(fewer, 0, 12), Each(testing::Ge(0)));
+  ClipStream one(clipFile("most-lines.mkv"), isOver);
+  settle(one);
+  EXPECT_GT(one.keptByteCount(), ClipStream::keptBytes);
+  EXPECT_LT(one.keptByteCount(), 3 * ClipStream::keptBytes);
+}
+
+TEST_F(ClipStreams, ATruncatedClipRepeatsWhatIsThere) {
+  ClipStream stream(clipFile("truncated.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  const auto counts = watch(stream, 0, 100);
+  const auto length = 1 + *std::max_element(counts.begin(), counts.end());
+  EXPECT_GT(length, static_cast<int>(ClipStream::keptPictures));
+  EXPECT_LT(length, 25);
+  EXPECT_EQ(std::vector(counts.end() - 3 * length, counts.end()),
+            repeatedFrom(counts[counts.size() - 3 * length], length, 3 * length));
+}
+
 TEST_F(ClipStreams, AStartShowsTheFirstPictureBeforeAnythingIsDecoded) {
   ClipStream stream(clipFile("count-h264.mp4"), isOver);
   settle(stream);
@@ -77,7 +107,7 @@ TEST_F(ClipStreams, AStartShowsTheFirstPictureBeforeAnythingIsDecoded) {
 }
 
 TEST_F(ClipStreams, LoopsWithoutASeam) {
-  for (const auto* name : {"count-h264.mp4", "count-vp9.webm", "lying.mp4", "with-sound.mp4"}) {
+  for (const auto* name : {"count-h264.mp4", "count-vp9.webm", "lying-long.mp4", "lying-short.mkv", "with-sound.mp4"}) {
     ClipStream stream(clipFile(name), isOver);
     settle(stream);
     start(stream, 100);
@@ -149,7 +179,7 @@ TEST_F(ClipStreams, AClipStartedUnpreparedCountsFromItsFirstPicture) {
 }
 
 TEST_F(ClipStreams, WhatCanNotBeDecodedShowsNothingAndWantsNothing) {
-  for (const auto* name : {"gone.mp4", "empty.mp4", "text.mov", "only-sound.mp4", "only-header.mkv"}) {
+  for (const auto& name : test::filesWithoutPictures()) {
     ClipStream stream(clipFile(name), isOver);
     settle(stream);
     start(stream, 0);
@@ -159,27 +189,64 @@ TEST_F(ClipStreams, WhatCanNotBeDecodedShowsNothingAndWantsNothing) {
   }
 }
 
-TEST_F(ClipStreams, AFileRemovedAfterItWasPreparedPlaysOn) {
-  const auto path = testing::TempDir() + "removed-clip.mp4";
-  std::filesystem::copy_file(clipFile("count-h264.mp4"), path, std::filesystem::copy_options::overwrite_existing);
-  ClipStream stream(path, isOver);
-  settle(stream);
+/// A clip of a megabyte, so that a reader has most of it still on the disk, playing from a file of its own.
+class ChangedWhileItPlays : public ClipStreams, public testing::WithParamInterface<const char*> {
+ protected:
+  ChangedWhileItPlays() {
+    std::filesystem::copy_file(clipFile(GetParam()), path, std::filesystem::copy_options::overwrite_existing);
+    settle(stream);
+    start(stream, 0);
+    EXPECT_EQ(watch(stream, 0, 10), repeated(25, 10));
+  }
+  ~ChangedWhileItPlays() override { std::filesystem::remove(path); }
+
+  void overwriteWith(const std::string& bytes) { std::ofstream(path, std::ios::trunc | std::ios::binary) << bytes; }
+
+  const std::string path = testing::TempDir() + "changed-" + GetParam();
+  ClipStream stream{path, isOver};
+};
+
+INSTANTIATE_TEST_SUITE_P(All, ChangedWhileItPlays, testing::Values("large-mjpeg.mkv", "large-h264.mp4"));
+
+TEST_P(ChangedWhileItPlays, ARemovedFilePlaysOn) {
   std::filesystem::remove(path);
-  start(stream, 0);
-  EXPECT_EQ(watch(stream, 0, 60), repeated(25, 60));
+  EXPECT_EQ(watch(stream, 0.4, 65), repeatedFrom(10, 25, 65));
 }
 
-TEST_F(ClipStreams, AFileCutWhileItPlaysGoesOnWithWhatIsKept) {
-  const auto path = testing::TempDir() + "cut-clip.mp4";
-  std::filesystem::copy_file(clipFile("count-h264.mp4"), path, std::filesystem::copy_options::overwrite_existing);
-  ClipStream stream(path, isOver);
-  settle(stream);
-  start(stream, 0);
-  watch(stream, 0, 10);
-  std::ofstream(path, std::ios::trunc).close();
+TEST_P(ChangedWhileItPlays, AFileReplacedByNamePlaysOnAsItWas) {
+  std::filesystem::copy_file(clipFile("upright.mp4"), path + ".new", std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::rename(path + ".new", path);
+  EXPECT_EQ(watch(stream, 0.4, 65), repeatedFrom(10, 25, 65));
+  start(stream, 10);
+  EXPECT_EQ(watch(stream, 10, 40), repeated(25, 40)) << "also from a new start";
+}
+
+TEST_P(ChangedWhileItPlays, OfAFileCutToNothingWhatIsKeptGoesOn) {
+  overwriteWith("");
   const auto counts = watch(stream, 0.4, 100);
   EXPECT_THAT(counts, Each(testing::Ge(0))) << "never black";
-  std::filesystem::remove(path);
+  const std::vector<int> last(counts.end() - 24, counts.end());
+  EXPECT_EQ(last, repeatedFrom(last.front(), static_cast<int>(ClipStream::keptPictures), 24)) << "and it moves";
+  start(stream, 10);
+  EXPECT_EQ(watch(stream, 10, 8), repeated(8, 8));
+}
+
+TEST_P(ChangedWhileItPlays, OverwrittenItIsNeverBlack) {
+  const auto moving = [](const std::string& name) {
+    std::ifstream file(clipFile(name), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  for (const auto& bytes :
+       {moving("count-vp9.webm"), moving("large-mjpeg.mkv").substr(7), std::string(2'000'000, 'x')}) {
+    overwriteWith(bytes);
+    for (int index = 0; index < 60; ++index) {
+      settle(stream);
+      ASSERT_NE(stream.picture(0.4 + index * 0.04), nullptr) << index;
+    }
+    start(stream, 10);
+    EXPECT_EQ(countOf(stream.picture(10)), 0);
+    start(stream, 0);
+  }
 }
 
 TEST_F(ClipStreams, DecodingThatLagsShowsPicturesLateAndInOrder) {

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Makes the clips that the tests show, good ones and bad ones, in the folder given.
 
-"count" clips have 25 grey pictures, 25 a second; picture n has a luma of 20 + 8 n.
+"count" clips have 25 grey pictures, 25 a second; picture n has a luma of 20 + 8 n. "large" ones are like them in their
+first quarter and noise elsewhere, so that no reader takes them in at once.
 """
 
 import pathlib
@@ -11,6 +12,8 @@ import subprocess
 import sys
 
 COUNT = "nullsrc=size=64x48:rate=25:duration={seconds},format=yuv420p,geq=lum='20+8*N':cb=128:cr=128"
+LARGE = ("nullsrc=size=320x240:rate=25:duration=1,format=yuv420p,"
+         "geq=lum='if(lt(X,160)*lt(Y,120),20+8*N,255*random(1))':cb=128:cr=128")
 # Dark, less dark, less bright and bright: top left, top right, bottom left, bottom right.
 QUARTERS = ("nullsrc=size=64x48:rate=25:duration=0.4,format=yuv420p,"
             "geq=lum='40+50*gte(X,32)+100*gte(Y,24)':cb=128:cr=128")
@@ -31,13 +34,24 @@ def make_good(folder):
     h264 = ["-c:v", "libx264", "-preset", "veryfast", "-qp", "10", "-bf", "2"]
     ffmpeg(*count, *h264, str(folder / "count-h264.mp4"))
     ffmpeg(*count, *h264, str(folder / "count-h264.mkv"))
+    ffmpeg(*count, *h264, str(folder / "count-h264.mov"))
     ffmpeg(*count, "-c:v", "libx265", "-x265-params", "log-level=none", "-qp", "10", str(folder / "count-hevc.mp4"))
+    ffmpeg("-i", str(folder / "count-hevc.mp4"), "-c", "copy", str(folder / "count-hevc.mkv"))
     ffmpeg(*count, "-c:v", "libvpx-vp9", "-crf", "10", "-b:v", "0", str(folder / "count-vp9.webm"))
+    ffmpeg("-i", str(folder / "count-vp9.webm"), "-c", "copy", str(folder / "count-vp9.mp4"))
     ffmpeg(*count, "-c:v", "prores_ks", str(folder / "count-prores.mov"))
-    ffmpeg(*count, "-c:v", "mjpeg", "-pix_fmt", "yuvj420p", "-q:v", "2", str(folder / "count-mjpeg.mkv"))
+    mjpeg = ["-c:v", "mjpeg", "-pix_fmt", "yuvj420p", "-q:v", "2"]
+    ffmpeg(*count, *mjpeg, str(folder / "count-mjpeg.mkv"))
+    ffmpeg("-i", str(folder / "count-mjpeg.mkv"), "-c", "copy", str(folder / "count-mjpeg.mov"))
+    ffmpeg(*pictures(LARGE), *mjpeg, str(folder / "large-mjpeg.mkv"))
+    ffmpeg(*pictures(LARGE), *h264, "-movflags", "+faststart", str(folder / "large-h264.mp4"))
     sound = ["-f", "lavfi", "-i", "sine=duration=3"]
     ffmpeg(*count, *sound, *h264, "-c:a", "aac", str(folder / "with-sound.mp4"))
     ffmpeg(*sound, "-c:a", "aac", str(folder / "only-sound.mp4"))
+    ffmpeg(*sound, *pictures("color=gray:size=64x48:duration=0.04"), "-c:a", "aac", "-c:v", "mjpeg", "-pix_fmt",
+           "yuvj420p", "-disposition:v:0", "attached_pic", str(folder / "only-cover.mp4"))
+    for name, size in (("many-lines", "3840x2160"), ("most-lines", "8192x4608"), ("too-many-lines", "8192x4624")):
+        ffmpeg(*pictures(f"color=gray:size={size}:rate=25:duration=0.2"), *mjpeg, str(folder / f"{name}.mkv"))
     ffmpeg(*pictures(COUNT.format(seconds=0.2)), *h264, str(folder / "short.mp4"))
     ffmpeg(*pictures(COUNT.format(seconds=0.04)), *h264, str(folder / "one-picture.mp4"))
     # Picture n comes at n * n / 100 seconds.
@@ -54,29 +68,54 @@ def make_good(folder):
            str(folder / "alpha-vp9.webm"))
 
 
-def lie_about_length(data):
-    """All lengths of an MP4 header as long as they can be told."""
+def lie_about_length(data, ticks):
+    """All lengths that an MP4 header tells as a whole."""
     data = bytearray(data)
     for name, place in ((b"mvhd", 16), (b"mdhd", 16), (b"tkhd", 20)):
         at = data.find(name)
         assert at > 0 and data[at + 4] == 0
-        data[at + 4 + place:at + 8 + place] = struct.pack(">I", 0x7FFFFFFF)
+        data[at + 4 + place:at + 8 + place] = struct.pack(">I", ticks)
     return bytes(data)
 
 
+def lie_in_matroska(data, ticks):
+    at = data.find(b"\x44\x89\x88")
+    assert at > 0
+    return data[:at + 3] + struct.pack(">d", ticks) + data[at + 11:]
+
+
+def lie_about_codec(data):
+    codec = b"V_MPEG4/ISO/AVC"
+    assert codec in data
+    return data.replace(codec, b"V_UNHEARD_OF/1X")
+
+
 def make_bad(folder):
-    whole = (folder / "count-h264.mkv").read_bytes()
-    mjpeg = (folder / "count-mjpeg.mkv").read_bytes()
-    (folder / "truncated.mkv").write_bytes(mjpeg[:len(mjpeg) * 6 // 10])
-    (folder / "only-header.mkv").write_bytes(whole[:300])
-    (folder / "renamed.mp4").write_bytes(whole)
-    (folder / "empty.mp4").write_bytes(b"")
-    (folder / "text.mov").write_text("This is no movie.\n" * 100, encoding="ascii")
-    (folder / "lying.mp4").write_bytes(lie_about_length((folder / "count-h264.mp4").read_bytes()))
+    def read(name):
+        return (folder / name).read_bytes()
+
+    def write(name, data):
+        (folder / name).write_bytes(data)
+
+    whole = read("count-h264.mkv")
+    mjpeg = read("count-mjpeg.mkv")
+    write("truncated.mkv", mjpeg[:len(mjpeg) * 6 // 10])
+    large = read("large-h264.mp4")
+    write("truncated.mp4", large[:len(large) * 6 // 10])
+    write("without-index.mp4", read("count-h264.mp4")[:1000])
+    write("only-header.mkv", whole[:300])
+    write("renamed.mp4", whole)
+    write("empty.mp4", b"")
+    write("text.mov", b"This is no movie.\n" * 100)
+    write("unknown-codec.mkv", lie_about_codec(whole))
+    write("lying-long.mp4", lie_about_length(read("count-h264.mp4"), 0x7FFFFFFF))
+    write("lying-short.mp4", lie_about_length(read("count-h264.mp4"), 1))
+    write("lying-long.mkv", lie_in_matroska(whole, 1e12))
+    write("lying-short.mkv", lie_in_matroska(whole, 1))
     noise = bytearray(mjpeg)
     for at in range(len(noise) // 2, len(noise), 7):
         noise[at] ^= 0x5A
-    (folder / "damaged.mkv").write_bytes(bytes(noise))
+    write("damaged.mkv", bytes(noise))
 
 
 def main():
