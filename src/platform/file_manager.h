@@ -25,6 +25,9 @@ class FileManager {
 
   [[nodiscard]] virtual bool fileExists(const std::filesystem::path& path) = 0;
 
+  /// The whole path without links, so that one file has one. What does not exist is taken as it is written.
+  [[nodiscard]] virtual std::filesystem::path canonicalPath(const std::filesystem::path& path) = 0;
+
   /// Makes a directory with all above it; success when it is there already.
   [[nodiscard]] virtual Outcome createDirectory(const std::filesystem::path& path) = 0;
 

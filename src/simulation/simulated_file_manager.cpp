@@ -119,6 +119,11 @@ Outcome SimulatedFileManager::writeAtomically(const fs::path& path, const std::s
   return failed;
 }
 
+fs::path SimulatedFileManager::canonicalPath(const fs::path& path) {
+  const auto link = links.find(path);
+  return (link == links.end() ? path : link->second).lexically_normal();
+}
+
 Outcome SimulatedFileManager::createDirectory(const fs::path& path) {
   if (directories.contains(path)) {
     return {};

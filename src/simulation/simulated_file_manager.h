@@ -22,7 +22,8 @@ class SimulatedFileManager : public FileManager {
  public:
   std::map<std::filesystem::path, std::string> files;
   std::set<std::filesystem::path> directories{"/"};
-  std::set<std::filesystem::path> unreadable;      // files
+  std::map<std::filesystem::path, std::filesystem::path> links;  // that canonicalPath follows
+  std::set<std::filesystem::path> unreadable;                    // files
   std::set<std::filesystem::path> readOnly;        // files, and directories in which nothing can be made or removed
   std::optional<std::size_t> freeBytes;            // for writes from now on; none: endless
   std::optional<std::size_t> stepsBeforePowerCut;  // none: the power stays
@@ -39,6 +40,7 @@ class SimulatedFileManager : public FileManager {
   Result<std::string> contents(const std::filesystem::path& path, std::uintmax_t mostBytes) override;
   Outcome write(const std::filesystem::path& path, const std::string& bytes) override;
   bool fileExists(const std::filesystem::path& path) override;
+  std::filesystem::path canonicalPath(const std::filesystem::path& path) override;
   Outcome createDirectory(const std::filesystem::path& path) override;
   std::vector<std::string> fileNames(const std::filesystem::path& directory) override;
   Outcome remove(const std::filesystem::path& path) override;

@@ -35,7 +35,7 @@ class SimulatedSession : public SimulatedStage {
   SimulatedSession() {
     state.scannedPlugins.set({piano, organ});
     state.scannedAudioEffectPlugins.set({chorus});
-    files.placeDirectory("/home/me");
+    files.placeDirectory(state.recentFilesPath.parent_path());
   }
 
   void addSong(const std::string& name, std::vector<ChannelConfig> channels) {

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/setlist_copies.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include "document/setlist_coding.h"
+#include "foundation/fnv1a64.h"
+#include "platform/console_output.h"
+#include "platform/file_manager.h"
+
+namespace vrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view copyExtension = ".vrel";
+constexpr std::size_t numberDigits = 6;       // at least
+constexpr std::size_t mostNumberDigits = 15;  // far from where the numbers end
+constexpr std::size_t mostNameBytes = 100;    // of the setlist's name, so that any name makes a directory
+
+std::string nameOf(std::uint64_t number) {
+  const std::string digits = std::to_string(number);
+  return std::string(numberDigits - std::min(numberDigits, digits.size()), '0') + digits + std::string(copyExtension);
+}
+
+/// The number that a name begins with, and what follows it.
+std::optional<std::pair<std::uint64_t, std::string_view>> numberedName(std::string_view name) {
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+  const auto digits = static_cast<std::size_t>(end - name.data());
+  if (error != std::errc() || digits < numberDigits || digits > mostNumberDigits) {
+    return std::nullopt;
+  }
+  return std::pair(number, name.substr(digits));
+}
+
+/// No more than the bytes that fit, and no half of a character.
+std::string shortened(std::string name) {
+  if (name.size() > mostNameBytes) {
+    std::size_t length = mostNameBytes;
+    while (length > 0 && (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80) {
+      --length;
+    }
+    name.resize(length);
+  }
+  return name;
+}
+
+std::string hexText(std::uint64_t number) {
+  constexpr std::size_t digits = 16;
+  std::string text(digits, '0');
+  for (std::size_t index = digits; index-- > 0; number >>= 4U) {
+    text[index] = "0123456789abcdef"[number & 0xFU];
+  }
+  return text;
+}
+
+}  // namespace
+
+fs::path SetlistCopies::directoryOf(const fs::path& setlist) const {
+  const auto whole = files_.canonicalPath(setlist);
+  return directory_ / (shortened(whole.filename().string()) + "-" + hexText(fnv1a64(whole.string())));
+}
+
+SetlistCopies::Numbers SetlistCopies::numbersIn(const fs::path& directory) const {
+  Numbers numbers;
+  for (const auto& name : files_.fileNames(directory)) {
+    if (const auto numbered = numberedName(name); numbered && numbered->second == copyExtension) {
+      numbers.push_back(numbered->first);
+    }
+  }
+  std::sort(numbers.begin(), numbers.end(), std::greater<>());
+  return numbers;
+}
+
+std::vector<fs::path> SetlistCopies::copiesOf(const fs::path& setlist) const {
+  std::vector<fs::path> copies;
+  if (!directory_.empty()) {
+    const auto directory = directoryOf(setlist);
+    for (const auto number : numbersIn(directory)) {
+      copies.push_back(directory / nameOf(number));
+    }
+  }
+  return copies;
+}
+
+void SetlistCopies::keep(const fs::path& setlist) {
+  if (!files_.fileExists(setlist)) {
+    return;
+  }
+  if (directory_.empty()) {
+    tell(setlist, Error{"this user has no place for them"});
+    return;
+  }
+  const auto bytes = files_.contents(setlist, mostSetlistBytes);
+  if (!bytes) {
+    tell(setlist, bytes.error());
+    return;
+  }
+  const auto directory = directoryOf(setlist);
+  const auto numbers = numbersIn(directory);
+  const auto newest = numbers.empty() ? 0 : numbers.front();
+  const bool isKept = !numbers.empty() && holds(directory / nameOf(newest), bytes.value());
+  if (!isKept && readSetlist(bytes.value())) {
+    if (const auto failure = add(directory, newest + 1, bytes.value())) {
+      tell(setlist, *failure);
+    }
+  }
+  tidy(directory);
+}
+
+bool SetlistCopies::holds(const fs::path& copy, const std::string& bytes) const {
+  const auto kept = files_.contents(copy, bytes.size());
+  return kept && kept.value() == bytes;
+}
+
+Outcome SetlistCopies::add(const fs::path& directory, std::uint64_t number, const std::string& bytes) {
+  const auto failure = files_.createDirectory(directory);
+  return failure ? failure : files_.writeAtomically(directory / nameOf(number), bytes);
+}
+
+/// Drops what is too old, and what a copy that was never finished has left. A failure costs space only.
+void SetlistCopies::tidy(const fs::path& directory) {
+  const auto numbers = numbersIn(directory);
+  for (std::size_t index = mostCopies; index < numbers.size(); ++index) {
+    static_cast<void>(files_.remove(directory / nameOf(numbers[index])));
+  }
+  for (const auto& name : files_.fileNames(directory)) {
+    // Beyond the newest there may be one that is being written right now, by another run of the program.
+    const auto numbered = numberedName(name);
+    if (numbered && numbered->second.size() > copyExtension.size() && numbered->second.starts_with(copyExtension) &&
+        !numbers.empty() && numbered->first <= numbers.front()) {
+      static_cast<void>(files_.remove(directory / name));
+    }
+  }
+}
+
+void SetlistCopies::tell(const fs::path& setlist, const Error& error) {
+  console_.print("Failed to keep a copy of " + setlist.string() + ": " + error.description);
+}
+
+}  // namespace vrel

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/result.h"
+
+namespace vrel {
+
+class ConsoleOutput;
+class FileManager;
+
+/// The last good versions of setlists that were saved over.
+///
+/// A save writes into the file itself, so a power cut in its middle leaves half a file. What was there before lies here
+/// by then, brought to the disk. Each setlist has a directory of its own, named after the file and after its whole
+/// path, links followed: files of one name in two places share nothing. In it stand "000001.vrel", "000002.vrel" and so
+/// on, the highest number being the newest, each a setlist that can be opened as it is.
+///
+/// Only what can be opened is kept: a damaged file pushes no good copy out. What the newest copy holds already is not
+/// kept twice. Main thread.
+class SetlistCopies {
+ public:
+  static constexpr std::size_t mostCopies = 20;  // for each setlist; the oldest goes
+
+  /// Keeps all under `directory`, which is made when the first copy is. An empty one means that there is no place for
+  /// them. The others are borrowed.
+  SetlistCopies(FileManager& files, ConsoleOutput& console, std::filesystem::path directory)
+      : files_(files), console_(console), directory_(std::move(directory)) {}
+
+  /// Keeps what the setlist holds now. What can not be kept is told on the console, and stops nothing.
+  void keep(const std::filesystem::path& setlist);
+
+  /// The copies of a setlist, newest first.
+  [[nodiscard]] std::vector<std::filesystem::path> copiesOf(const std::filesystem::path& setlist) const;
+
+  [[nodiscard]] std::filesystem::path directoryOf(const std::filesystem::path& setlist) const;
+
+ private:
+  using Numbers = std::vector<std::uint64_t>;
+
+  [[nodiscard]] Numbers numbersIn(const std::filesystem::path& directory) const;
+  [[nodiscard]] bool holds(const std::filesystem::path& copy, const std::string& bytes) const;
+  [[nodiscard]] Outcome add(const std::filesystem::path& directory, std::uint64_t number, const std::string& bytes);
+  void tidy(const std::filesystem::path& directory);
+  void tell(const std::filesystem::path& setlist, const Error& error);
+
+  FileManager& files_;
+  ConsoleOutput& console_;
+  const std::filesystem::path directory_;
+};
+
+}  // namespace vrel

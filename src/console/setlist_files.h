@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+
+namespace vrel {
+
+class AppState;
+class AudioEngine;
+class ConsoleOutput;
+class Desktop;
+class FileManager;
+class SetlistCopies;
+class SongSwitch;
+struct NSAlert;
+
+/// How a setlist gets from disk to stage and back, and what is asked before one is lost.
+///
+/// No failure of a file is shown in a dialog: it goes to the console, and everything stays as it was. A setlist is
+/// written into its file in place; the last good version of an existing one is kept beforehand, see SetlistCopies. One
+/// of more than `mostSetlistBytes` is neither read nor written.
+///
+/// Main thread, which is blocked while a setlist is captured, read or written; a question lets the main queue go on.
+class SetlistFiles {
+ public:
+  struct Collaborators {
+    AppState& state;
+    AudioEngine& engine;
+    SongSwitch& songSwitch;
+    FileManager& files;
+    Desktop& desktop;
+    ConsoleOutput& console;
+    SetlistCopies& copies;
+  };
+
+  /// All are borrowed.
+  explicit SetlistFiles(const Collaborators& collaborators) : with_(collaborators) {}
+
+  /// A fresh setlist of one song on stage; with `confirm` it is asked for first. The assignments that hold across all
+  /// songs go on into it. Nothing in Live mode.
+  void newSetlist(bool confirm);
+
+  /// Has a file chosen, asks, and loads it. Nothing in Live mode.
+  void openSetlist();
+
+  /// Asks, and loads a file of the recent list. Nothing in Live mode.
+  void openRecentSetlist(const std::filesystem::path& path);
+
+  /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there.
+  void loadSetlist(const std::filesystem::path& path);
+
+  /// Saves where the setlist was loaded from or saved to last, also in Live mode; has a file chosen when there is none.
+  /// Whether it is saved.
+  bool saveSetlist();
+
+  /// Has a file chosen and saves there. Refused in Live mode, unless `force`. Whether it is saved.
+  bool saveSetlistAs(bool force);
+
+  /// Takes what is on stage into the setlist and writes it. Whether it is saved.
+  bool writeSetlist(const std::filesystem::path& path);
+
+  /// Asks what becomes of the setlist before another takes its place. Whether it may be given up.
+  [[nodiscard]] bool confirmSetlistChange();
+
+  /// Asks what becomes of the setlist before the program ends, and tells the desktop whether it may.
+  void confirmTermination();
+
+ private:
+  [[nodiscard]] bool mayGiveUp(const NSAlert& alert);
+
+  Collaborators with_;
+};
+
+}  // namespace vrel
