@@ -66,5 +66,15 @@ TEST_F(ClipShow, TellsWhenClipsStartAndFadeAtTheirExactTimes) {
                                                     line(0.5, 1, 62, 0), line(1.0, 1, 62, 1), line(1.5, 1, 62, 0)));
 }
 
+TEST_F(ClipShow, AClipStartedAgainWithinItsFadeIsToldAgainAndARestartOfOneThatShowsIsNot) {
+  const auto path = write("clip.mov", std::string("no movie"));
+  const auto setlist = setlistOf({songOf("One", {clips({clip(60, path, VisualTriggerMode::hold)})})});
+  MidiFileMaker show;
+  show.message(100, {0x90, 60, 100}).message(200, {0x80, 60, 0}).message(250, {0x90, 60, 100});
+  show.message(800, {0x90, 60, 100}).message(1000, {0x80, 60, 0});
+  EXPECT_THAT(clipLines(setlist, show),
+              ElementsAre(line(0.1, 0, 60, 1), line(0.2, 0, 60, 0), line(0.25, 0, 60, 1), line(1.0, 0, 60, 0)));
+}
+
 }  // namespace
 }  // namespace vrel
