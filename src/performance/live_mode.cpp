@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <string>
 #include <system_error>
 
 #include "document/app_state.h"
@@ -42,60 +43,66 @@ void LiveMode::setLiveMode(bool enabled) {
   with_.desktop.makeNothingFirstResponder();
 }
 
-bool LiveMode::handleLiveKeyDown(const KeyEvent& event) {
-  if (!with_.state.isLiveModeEnabled.get() || !event.charactersIgnoringModifiers ||
+std::optional<LiveMode::Command> LiveMode::commandFor(const KeyEvent& event) {
+  if (!event.charactersIgnoringModifiers ||
       contains(event.modifierFlags, ModifierFlags::control | ModifierFlags::option)) {
-    return false;
+    return std::nullopt;
   }
   const std::string key = lowerCased(*event.charactersIgnoringModifiers);
+  const auto number = decimalNumber(key);
   if (contains(event.modifierFlags, ModifierFlags::command)) {
-    return handleCommandKey(key);
+    return number && *number >= 1 && *number <= 9 ? std::optional(Command{Command::Kind::exclusiveSolo, *number - 1})
+                                                  : std::nullopt;
   }
   if (key == "p" || key == " ") {
-    performPanic(with_.state, with_.engine);
-    return true;
+    return Command{Command::Kind::panic};
   }
   if (event.keyCode == KeyEvent::downArrow || event.keyCode == KeyEvent::upArrow) {
-    return handleArrow(event.keyCode == KeyEvent::downArrow);
+    return Command{event.keyCode == KeyEvent::downArrow ? Command::Kind::nextSong : Command::Kind::previousSong};
   }
   if (key == "0") {
-    toggleMute(*with_.engine.masterChannel());
-    return true;
+    return Command{Command::Kind::masterMute};
   }
-  return handleDigit(key);
+  return key >= "1" && key <= "9" && number ? std::optional(Command{Command::Kind::channelMute, *number - 1})
+                                            : std::nullopt;
 }
 
-bool LiveMode::handleCommandKey(const std::string& key) {
-  const auto number = decimalNumber(key);
-  if (!number || *number < 1 || *number > 9) {
+bool LiveMode::handleLiveKeyDown(const KeyEvent& event) {
+  const auto command = with_.state.isLiveModeEnabled.get() ? commandFor(event) : std::nullopt;
+  if (!command) {
     return false;
   }
-  applyExclusiveSolo(*number - 1);
+  switch (command->kind) {
+    case Command::Kind::panic:
+      performPanic(with_.state, with_.engine);
+      break;
+    case Command::Kind::exclusiveSolo:
+      applyExclusiveSolo(command->position);
+      break;
+    case Command::Kind::nextSong:
+    case Command::Kind::previousSong:
+      stepSong(command->kind == Command::Kind::nextSong);
+      break;
+    case Command::Kind::masterMute:
+      toggleMute(*with_.engine.masterChannel());
+      break;
+    case Command::Kind::channelMute:
+      if (const auto& channels = with_.engine.channels(); command->position < channels.size()) {
+        toggleMute(*channels[command->position]);
+      }
+      break;
+  }
   return true;
 }
 
-/// Used also where it changes nothing: a hand that misses its moment must not move something else.
-bool LiveMode::handleArrow(bool isDown) {
+void LiveMode::stepSong(bool isForward) {
   const auto selected = with_.state.selectedSongIndex.get();
   if (with_.state.songSwitchInProgress.get() || !selected) {
-    return true;
+    return;
   }
   const auto last = static_cast<std::ptrdiff_t>(with_.state.songs.get().size()) - 1;
   const auto index = static_cast<std::ptrdiff_t>(*selected);
-  with_.songSwitch.applySong(isDown ? std::min(index + 1, last) : std::max(index - 1, std::ptrdiff_t{0}));
-  return true;
-}
-
-bool LiveMode::handleDigit(const std::string& key) {
-  const auto number = decimalNumber(key);
-  if (key < "1" || key > "9" || !number) {
-    return false;
-  }
-  const auto& channels = with_.engine.channels();
-  if (*number <= channels.size()) {
-    toggleMute(*channels[*number - 1]);
-  }
-  return true;
+  with_.songSwitch.applySong(isForward ? std::min(index + 1, last) : std::max(index - 1, std::ptrdiff_t{0}));
 }
 
 void LiveMode::toggleMute(AudioChannel& channel) {

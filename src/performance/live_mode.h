@@ -3,7 +3,7 @@
 
 #include <cstddef>
 #include <functional>
-#include <string>
+#include <optional>
 
 #include "platform/key_event.h"
 
@@ -42,16 +42,25 @@ class LiveMode {
 
   void setLiveMode(bool enabled);
 
-  /// Whether the key was used; one that was not is for others. All keys but the arrows work during a song switch.
+  /// What a key stands for while the mode is on.
+  struct Command {
+    enum class Kind { panic, exclusiveSolo, nextSong, previousSong, masterMute, channelMute };
+    Kind kind = Kind::panic;
+    std::size_t position = 0;  // of the strip, from 0; it need not be there
+  };
+
+  /// None for a key that is for others. Any thread.
+  [[nodiscard]] static std::optional<Command> commandFor(const KeyEvent& event);
+
+  /// Whether the key was used, which all that stand for something are, also where they change nothing: a hand that
+  /// misses its moment must not move something else. All but the arrows work during a song switch.
   bool handleLiveKeyDown(const KeyEvent& event);
 
   /// Solos the strip alone, or none when it is soloed alone already.
   void applyExclusiveSolo(std::size_t position);
 
  private:
-  bool handleCommandKey(const std::string& key);
-  bool handleArrow(bool isDown);
-  bool handleDigit(const std::string& key);
+  void stepSong(bool isForward);
   void toggleMute(AudioChannel& channel);
 
   Collaborators with_;
