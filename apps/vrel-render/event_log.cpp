@@ -6,6 +6,8 @@
 #include <system_error>
 #include <utility>
 
+#include "document/stored_texts.h"
+
 namespace vrel::render {
 namespace {
 
@@ -43,6 +45,27 @@ void EventLog::status(double seconds, std::size_t strip, const std::string& text
 
 void EventLog::song(double seconds, std::size_t index) {
   writeLine(file_, {{"t", seconds}, {"kind", "song"}, {"index", index}});
+}
+
+void EventLog::songSwitch(double seconds, std::size_t index, int milliseconds, int pendingLoads) {
+  writeLine(file_, {{"t", seconds},
+                    {"kind", "switch"},
+                    {"index", index},
+                    {"milliseconds", milliseconds},
+                    {"pendingLoads", pendingLoads}});
+}
+
+void EventLog::control(double seconds, const MidiControlTarget& target, bool isPressed, float value) {
+  writeLine(file_, {{"t", seconds},
+                    {"kind", "control"},
+                    {"target", storedText(target.kind)},
+                    {"channel", target.channelIndex ? Json(*target.channelIndex) : Json()},
+                    {"value", value},
+                    {"pressed", isPressed}});
+}
+
+void EventLog::dirty(double seconds, bool isDirty) {
+  writeLine(file_, {{"t", seconds}, {"kind", "dirty"}, {"dirty", isDirty}});
 }
 
 void EventLog::sandbox(double seconds, Strip strip, int processId) {

@@ -8,21 +8,26 @@
 #include <optional>
 #include <string>
 
+#include "document/setlist.h"
 #include "foundation/result.h"
 
 namespace vrel::render {
 
-/// A file with one JSON object a line, in the order of occurrence:
+/// A file with one JSON object a line, in the order of occurrence. Each begins with {"t":seconds,"kind":"...", and goes
+/// on:
 ///
-///   {"t":seconds,"kind":"midi","channel":strip,"status":byte,"data1":byte,"data2":byte}
-///   {"t":seconds,"kind":"status","channel":strip,"status":"text"}
-///   {"t":seconds,"kind":"song","index":index}
-///   {"t":seconds,"kind":"sandbox","channel":strip,"pid":process}   a plug-in with a process of its own
-///   {"t":seconds,"kind":"crash","channel":strip,"pid":process}     that process has ended by itself
-///   {"t":seconds,"kind":"clip","channel":strip,"note":note,"opacity":1 or 0}   a clip starts, or begins to fade
+///   midi      "channel":strip,"status":byte,"data1":byte,"data2":byte    what an instrument got
+///   status    "channel":strip,"status":"text"
+///   song      "index":index                            it takes the stage; from here on all strips are its own
+///   switch    "index":index,"milliseconds":n,"pendingLoads":n    the song stands; so many plug-ins were waited for
+///   control   "target":"word","channel":strip,"value":0 to 1,"pressed":true or false    a learned control acts
+///   dirty     "dirty":true or false                    whether there are edits that no file has
+///   sandbox   "channel":strip,"pid":process            a plug-in with a process of its own
+///   crash     "channel":strip,"pid":process            that process has ended by itself
+///   clip      "channel":strip,"note":note,"opacity":1 or 0    a clip starts, or begins to fade
 ///
-/// The channel of an effect of the master is null. Seconds are those of the show and read back exactly. A failed write
-/// is told by `close`.
+/// The channel is null for an effect of the master and for a control of no strip. Seconds are those of the show and
+/// read back exactly. A failed write is told by `close`.
 class EventLog {
  public:
   /// Creates the file, in place of what was there.
@@ -31,6 +36,9 @@ class EventLog {
   void midi(double seconds, std::size_t strip, std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
   void status(double seconds, std::size_t strip, const std::string& text);
   void song(double seconds, std::size_t index);
+  void songSwitch(double seconds, std::size_t index, int milliseconds, int pendingLoads);
+  void control(double seconds, const MidiControlTarget& target, bool isPressed, float value);
+  void dirty(double seconds, bool isDirty);
   using Strip = std::optional<std::size_t>;
   void sandbox(double seconds, Strip strip, int processId);
   void crash(double seconds, Strip strip, int processId);

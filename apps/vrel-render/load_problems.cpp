@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "document/app_state.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 
@@ -17,26 +18,25 @@ std::string reason(const std::string& path, const std::vector<AVAudioUnitCompone
   return path + " did not load";
 }
 
-std::string instrumentReason(const ChannelConfig& record, const SongStage::Components& components) {
+std::string instrumentReason(const ChannelConfig& record, const AppState& state) {
   return record.pluginPath == pathPlayback ? record.playbackFilePath + " can not be played"
-                                           : reason(record.pluginPath, components.instruments);
+                                           : reason(record.pluginPath, state.scannedPlugins.get());
 }
 
 void addEffectProblems(std::vector<std::string>& problems, const std::string& where, const AudioChannel& channel,
-                       const SongStage::Components& components) {
+                       const AppState& state) {
   const auto& nodes = channel.effectNodes.get();
   for (const auto& slot : channel.effectSlots.get()) {
     if (!slot.pluginPath.empty() && !nodes.contains(slot.id)) {
       problems.push_back(where + ": no effect \"" + slot.pluginName + "\" (" +
-                         reason(slot.pluginPath, components.effects) + ")");
+                         reason(slot.pluginPath, state.scannedAudioEffectPlugins.get()) + ")");
     }
   }
 }
 
 }  // namespace
 
-std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine& engine,
-                                      const SongStage::Components& components) {
+std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine& engine, const AppState& state) {
   std::vector<std::string> problems;
   const std::string songName = "song \"" + song.name + "\", ";
   const auto& channels = engine.channels();
@@ -45,11 +45,11 @@ std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine&
     const std::string where = songName + "channel \"" + channel.name.get() + "\"";
     const auto& status = channel.status.get();
     if (status == channel_status::loadFailed || status == channel_status::crashed) {
-      problems.push_back(where + ": " + status + " (" + instrumentReason(song.channels[strip], components) + ")");
+      problems.push_back(where + ": " + status + " (" + instrumentReason(song.channels[strip], state) + ")");
     }
-    addEffectProblems(problems, where, channel, components);
+    addEffectProblems(problems, where, channel, state);
   }
-  addEffectProblems(problems, songName + "master", *engine.masterChannel(), components);
+  addEffectProblems(problems, songName + "master", *engine.masterChannel(), state);
   return problems;
 }
 

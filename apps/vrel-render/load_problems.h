@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "document/setlist.h"
-#include "performance/song_stage.h"
 
 namespace vrel {
+class AppState;
 class AudioEngine;
 }  // namespace vrel
 
@@ -16,6 +16,6 @@ namespace vrel::render {
 /// What of `song`, which has just been put on stage and has no load under way, is missing there and
 /// why: one text for each strip and each effect that does not sound. Main thread.
 [[nodiscard]] std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine& engine,
-                                                    const SongStage::Components& components);
+                                                    const AppState& state);
 
 }  // namespace vrel::render

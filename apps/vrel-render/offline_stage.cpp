@@ -4,9 +4,8 @@
 #include <algorithm>
 #include <set>
 #include <utility>
-#include <variant>
 
-#include "document/component_scan.h"
+#include "document/setlist_coding.h"
 #include "platform/console_output.h"
 #include "system/audio/player_feeder.h"
 #include "vrel-render/load_problems.h"
@@ -60,11 +59,12 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       lv2Units_(world, hostSettings(settings, console, pluginCounters_)),
       sandboxUnits_(makeSandbox(settings, world)),
       units_(sandboxUnits_ ? static_cast<AudioUnitFactory&>(*sandboxUnits_) : lv2Units_, mainLoop_),
-      components_{scanInstrumentComponents(*world), scanAudioEffectComponents(*world)},
+      defaults_({}, console),
+      state_({defaults_, *world, mainLoop_, console, sessionFiles_}, {}),
       engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console, nullptr, nullptr,
                                  files_.get(), &clips_})),
-      stage_(*engine_, console, components_),
-      recorder_(*engine_, stage_, clock_, log),
+      performer_({state_, *engine_, mainLoop_, clock_, console}),
+      recorder_({state_, *engine_, performer_, clock_}, log),
       clipRecorder_(*engine_, clock_, log) {
   if (sandboxUnits_) {
     // A plug-in may die while its answer is held back, and must not be handed out after that as if it lived.
@@ -90,11 +90,12 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> OfflineStage::makeSandbox(const 
                                                           mainLoop_, sandboxSettings(host));
 }
 
-Outcome OfflineStage::start(std::vector<SongConfig> songs) {
+Outcome OfflineStage::start(SetlistFile setlist) {
   if (sandboxFailure_) {
     return sandboxFailure_;
   }
-  stage_.songs = std::move(songs);
+  state_.songs.set(std::move(setlist.songs));
+  state_.globalMidiControlAssignments.set(std::move(setlist.globalMidiControlAssignments));
   mainLoop_.runPending();
   if (engine_->engine().isRunning()) {
     return {};
@@ -103,26 +104,31 @@ Outcome OfflineStage::start(std::vector<SongConfig> songs) {
 }
 
 void OfflineStage::applySong(std::size_t index) {
-  if (index >= stage_.songs.size()) {
-    return;
+  performer_.songSwitch().applySong(static_cast<std::ptrdiff_t>(index));
+  standStill();
+}
+
+void OfflineStage::standStill() {
+  if (songsWaitedFor_ < songsApplied().size()) {
+    songsWaitedFor_ = songsApplied().size();
+    waitForPlugins();
+    noteLoadProblems();
   }
-  stage_.applySong(static_cast<std::ptrdiff_t>(index));
-  recorder_.watchStrips();
-  waitForPlugins();
-  noteLoadProblems(stage_.songs[index]);
+  mainLoop_.runPending();
 }
 
 void OfflineStage::waitForPlugins() {
   // The pool comes first: asking it lets its queue do what was posted to it, so that whatever has no answer
   // yet will bring one to the main queue, which ends the sleep.
-  mainLoop_.waitUntil(
-      [this] { return isPoolIdle() && stage_.pendingLoads() == 0 && engine_->visualEngine().pendingLoads() == 0; });
+  mainLoop_.waitUntil([this] {
+    return isPoolIdle() && !state_.songSwitchInProgress.get() && engine_->visualEngine().pendingLoads() == 0;
+  });
   mainLoop_.runPending();
 }
 
 bool OfflineStage::isPoolIdle() {
   std::set<std::string> keys;
-  for (const auto& song : stage_.songs) {
+  for (const auto& song : songs()) {
     for (const auto& channel : song.channels) {
       keys.insert(channel.pluginPath);
     }
@@ -131,8 +137,8 @@ bool OfflineStage::isPoolIdle() {
                       [this](const std::string& key) { return engine_->pluginPool().isPrewarming(key); });
 }
 
-void OfflineStage::noteLoadProblems(const SongConfig& song) {
-  for (auto& problem : loadProblems(song, *engine_, components_)) {
+void OfflineStage::noteLoadProblems() {
+  for (auto& problem : loadProblems(songs()[songsApplied().back()], *engine_, state_)) {
     if (std::find(loadProblems_.begin(), loadProblems_.end(), problem) == loadProblems_.end()) {
       loadProblems_.push_back(std::move(problem));
     }
@@ -141,18 +147,8 @@ void OfflineStage::noteLoadProblems(const SongConfig& song) {
 
 void OfflineStage::perform(const ShowStep& step) {
   mainLoop_.advanceUpTo(step.seconds);
-  if (const auto* message = std::get_if<MidiFileMessage>(&step.action)) {
-    engine_->routeMIDI(message->status, message->data1, message->data2);
-  } else if (const auto* song = std::get_if<SongStep>(&step.action)) {
-    if (song->index && *song->index < stage_.songs.size()) {
-      applySong(*song->index);
-    } else {
-      console_.print("'" + song->text + "' names no song of the setlist");
-    }
-  } else {
-    engine_->panic();
-  }
-  mainLoop_.runPending();
+  performer_.perform(step.action);
+  standStill();
 }
 
 audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
@@ -165,9 +161,9 @@ audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
   return device_->renderBlock();
 }
 
-const std::vector<SongConfig>& OfflineStage::captureSongs() {
-  stage_.captureCurrentSong();
-  return stage_.songs;
+SetlistFile OfflineStage::captureSetlist() {
+  performer_.songSwitch().captureCurrentSong();
+  return {setlistVersion, songs(), state_.globalMidiControlAssignments.get()};
 }
 
 void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId) {

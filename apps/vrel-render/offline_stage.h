@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "document/app_state.h"
 #include "document/setlist.h"
 #include "engine/audio_engine.h"
 #include "foundation/result.h"
-#include "performance/song_stage.h"
 #include "system/audio/offline_device.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
@@ -21,8 +21,11 @@
 #include "system/plugins/lv2/lv2_unit_factory.h"
 #include "system/plugins/sandbox/sandboxing_unit_factory.h"
 #include "system/property_list/libplist_serialization.h"
+#include "system/user_defaults/ini_user_defaults.h"
 #include "vrel-render/clip_recorder.h"
 #include "vrel-render/main_queue_units.h"
+#include "vrel-render/no_files.h"
+#include "vrel-render/performer.h"
 #include "vrel-render/show.h"
 #include "vrel-render/stage_recorder.h"
 
@@ -50,7 +53,7 @@ class OfflineStage {
   OfflineStage& operator=(const OfflineStage&) = delete;
 
   /// Starts the engine with an empty stage. Comes first, once.
-  [[nodiscard]] Outcome start(std::vector<SongConfig> songs);
+  [[nodiscard]] Outcome start(SetlistFile setlist);
 
   /// Puts a song on stage and waits, with the clock standing, until all its plug-ins and those made
   /// ahead have answered. An index out of range does nothing.
@@ -64,9 +67,9 @@ class OfflineStage {
   audio::OfflineDevice::Block renderBlockUntil(double seconds);
 
   /// The setlist as a save would write it: the song on stage captured.
-  [[nodiscard]] const std::vector<SongConfig>& captureSongs();
+  [[nodiscard]] SetlistFile captureSetlist();
 
-  [[nodiscard]] const std::vector<SongConfig>& songs() const { return stage_.songs; }
+  [[nodiscard]] const std::vector<SongConfig>& songs() const { return state_.songs.get(); }
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return recorder_.songsApplied(); }
 
   /// What went wrong so far: what is missing in the songs that were on stage, and what was counted in the blocks.
@@ -74,8 +77,9 @@ class OfflineStage {
 
  private:
   [[nodiscard]] bool isPoolIdle();
+  void standStill();
   void waitForPlugins();
-  void noteLoadProblems(const SongConfig& song);
+  void noteLoadProblems();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(
       const Settings& settings, const std::shared_ptr<lv2::Lv2World>& world);
   void pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId);
@@ -96,11 +100,14 @@ class OfflineStage {
   Outcome sandboxFailure_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> sandboxUnits_;  // null when all is in this process
   MainQueueUnits units_;
-  SongStage::Components components_;
+  NoFiles sessionFiles_;
+  system::IniUserDefaults defaults_;  // of this run only
+  AppState state_;
   std::shared_ptr<AudioEngine> engine_;
-  SongStage stage_;
+  Performer performer_;
   StageRecorder recorder_;
   ClipRecorder clipRecorder_;
+  std::size_t songsWaitedFor_ = 0;         // of those that went on stage
   std::vector<std::string> loadProblems_;  // each once
 };
 

@@ -154,7 +154,7 @@ class Run {
   Outcome play(SetlistFile setlist) {
     OfflineStage stage({options_.rate, options_.block, options_.sandbox}, lv2::Lv2World::open(), console_,
                        log_ ? &*log_ : nullptr);
-    if (auto failure = stage.start(std::move(setlist.songs))) {
+    if (auto failure = stage.start(std::move(setlist))) {
       return failure;
     }
     stage.applySong(options_.song);
@@ -170,8 +170,7 @@ class Run {
       return failure;
     }
     if (options_.savePath) {
-      setlist.songs = stage.captureSongs();
-      if (auto failure = save(setlist)) {
+      if (auto failure = save(stage.captureSetlist())) {
         return failure;
       }
     }

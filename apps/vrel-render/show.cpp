@@ -32,6 +32,9 @@ std::optional<ShowStep> stepOf(double seconds, const MidiFileText& marker) {
   if (text == "panic") {
     return ShowStep{seconds, PanicStep{}};
   }
+  if (text == "tap") {
+    return ShowStep{seconds, TapStep{}};
+  }
   constexpr std::string_view song = "song";
   if (!text.starts_with(song) || (text != song && blanks.find(text[song.size()]) == std::string_view::npos)) {
     return std::nullopt;

@@ -24,16 +24,23 @@ struct PanicStep {
   bool operator==(const PanicStep&) const = default;
 };
 
+/// A press of the tap button.
+struct TapStep {
+  bool operator==(const TapStep&) const = default;
+};
+
+using ShowAction = std::variant<MidiFileMessage, SongStep, PanicStep, TapStep>;
+
 /// What the performer does at one moment.
 struct ShowStep {
   double seconds = 0;  // since the start of the show
-  std::variant<MidiFileMessage, SongStep, PanicStep> action{};
+  ShowAction action{};
 
   bool operator==(const ShowStep&) const = default;
 };
 
-/// The steps of a performance, in the file's order. Texts and markers other than `song ...` and `panic`
-/// are passed over.
+/// The steps of a performance, in the file's order. Texts and markers other than `song ...`, `panic` and `tap` are
+/// passed over.
 [[nodiscard]] std::vector<ShowStep> showSteps(const MidiFile& file);
 
 }  // namespace vrel::render

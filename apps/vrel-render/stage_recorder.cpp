@@ -7,31 +7,66 @@
 #include <optional>
 #include <string>
 
+#include "document/app_state.h"
 #include "engine/audio_engine.h"
-#include "performance/song_stage.h"
 #include "system/dispatch/offline_main_loop.h"
 #include "system/plugins/observable_instrument.h"
 #include "system/plugins/sandboxed_node.h"
 #include "vrel-render/event_log.h"
+#include "vrel-render/performer.h"
 
 namespace vrel::render {
 
-StageRecorder::StageRecorder(AudioEngine& engine, SongStage& stage, const system::OfflineClock& clock, EventLog* log)
-    : engine_(engine),
-      clock_(clock),
-      log_(log),
-      applied_(stage.songApplied.connect([this](std::size_t index) { songWasApplied(index); })) {}
+StageRecorder::StageRecorder(const Collaborators& collaborators, EventLog* log) : with_(collaborators), log_(log) {
+  sessionLinks_.push_back(with_.performer.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
+  if (log_ == nullptr) {
+    return;
+  }
+  sessionLinks_.push_back(
+      with_.performer.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
+  sessionLinks_.push_back(with_.state.songSwitchInProgress.changed.connect([this](bool isInProgress) {
+    if (!isInProgress && !isBuilding_) {
+      switchHasEnded();
+    }
+  }));
+  sessionLinks_.push_back(with_.performer.midiLearn().controlWillAct.connect(
+      [this](const MidiControlTarget& target, bool isPressed, float value) {
+        log_->control(now(), target, isPressed, value);
+      }));
+  sessionLinks_.push_back(with_.state.isDirty.changed.connect([this](bool isDirty) { log_->dirty(now(), isDirty); }));
+}
 
 StageRecorder::~StageRecorder() {
   leaveStrips();
 }
 
-void StageRecorder::songWasApplied(std::size_t index) {
+double StageRecorder::now() const {
+  return with_.clock.seconds();
+}
+
+void StageRecorder::songChanges() {
   leaveStrips();
+  const std::size_t index = with_.state.selectedSongIndex.get().value_or(0);
   songsApplied_.push_back(index);
+  isBuilding_ = true;
+  pendingLoads_ = with_.state.songSwitchPendingLoads.get();
   if (log_ != nullptr) {
-    log_->song(clock_.seconds(), index);
+    log_->song(now(), index);
   }
+}
+
+// A song that waits for nothing has ended its switch before its strips could be told of.
+void StageRecorder::songIsBuilt() {
+  isBuilding_ = false;
+  leaveStrips();
+  watchStrips();
+  if (!with_.state.songSwitchInProgress.get()) {
+    switchHasEnded();
+  }
+}
+
+void StageRecorder::switchHasEnded() {
+  log_->songSwitch(now(), songsApplied_.back(), with_.state.songSwitchElapsedMs.get().value_or(0), pendingLoads_);
 }
 
 // An instrument goes back to the pool, from where another strip may take it.
@@ -46,22 +81,19 @@ void StageRecorder::leaveStrips() {
 }
 
 void StageRecorder::watchStrips() {
-  if (log_ == nullptr) {
-    return;
-  }
-  const auto& channels = engine_.channels();
+  const auto& channels = with_.engine.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
     watch(*channels[strip], strip);
   }
-  watchEffects(*engine_.masterChannel(), std::nullopt);
+  watchEffects(*with_.engine.masterChannel(), std::nullopt);
 }
 
 void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
   if (channel.status.get() != channel_status::noPlugin) {
-    log_->status(clock_.seconds(), strip, channel.status.get());
+    log_->status(now(), strip, channel.status.get());
   }
-  connections_.push_back(channel.status.changed.connect(
-      [this, strip](const std::string& text) { log_->status(clock_.seconds(), strip, text); }));
+  connections_.push_back(
+      channel.status.changed.connect([this, strip](const std::string& text) { log_->status(now(), strip, text); }));
   connections_.push_back(channel.instrumentNode.changed.connect(
       [this, strip](const std::shared_ptr<AVAudioNode>& node) { watchInstrument(node, strip); }));
   watchInstrument(channel.instrumentNode.get(), strip);
@@ -72,13 +104,13 @@ void StageRecorder::pluginDied(const std::shared_ptr<AVAudioNode>& node, int pro
   if (log_ == nullptr) {
     return;
   }
-  const auto& channels = engine_.channels();
+  const auto& channels = with_.engine.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
     if (tellCrash(*channels[strip], strip, node, processId)) {
       return;
     }
   }
-  (void)tellCrash(*engine_.masterChannel(), std::nullopt, node, processId);
+  (void)tellCrash(*with_.engine.masterChannel(), std::nullopt, node, processId);
 }
 
 bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip,
@@ -88,7 +120,7 @@ bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip
       channel.instrumentNode.get() == node ||
       std::any_of(effects.begin(), effects.end(), [&node](const auto& entry) { return entry.second == node; });
   if (isHere) {
-    log_->crash(clock_.seconds(), strip, processId);
+    log_->crash(now(), strip, processId);
   }
   return isHere;
 }
@@ -113,7 +145,7 @@ void StageRecorder::watchEffects(AudioChannel& channel, EventLog::Strip strip) {
 
 void StageRecorder::tellProcess(AVAudioNode* node, EventLog::Strip strip) {
   if (const auto* sandboxed = dynamic_cast<SandboxedNode*>(node)) {
-    log_->sandbox(clock_.seconds(), strip, sandboxed->processId());
+    log_->sandbox(now(), strip, sandboxed->processId());
   }
 }
 
@@ -125,7 +157,7 @@ void StageRecorder::watchInstrument(const std::shared_ptr<AVAudioNode>& node, st
   }
   instruments_.push_back(node);
   instrument->setEventObserver([this, strip](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
-    log_->midi(clock_.seconds(), strip, status, data1, data2);
+    log_->midi(now(), strip, status, data1, data2);
   });
 }
 

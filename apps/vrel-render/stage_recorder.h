@@ -9,10 +9,10 @@
 #include "vrel-render/event_log.h"
 
 namespace vrel {
+class AppState;
 class AudioChannel;
 class AudioEngine;
 class AVAudioNode;
-class SongStage;
 namespace system {
 class OfflineClock;
 }  // namespace system
@@ -20,18 +20,25 @@ class OfflineClock;
 
 namespace vrel::render {
 
-/// Writes down what happens on stage: songs, the statuses of strips, every event that an instrument gets, and
-/// the processes of plug-ins. Main thread. A strip that stays empty has no status worth a line.
+class Performer;
+
+/// Writes down what happens on stage: songs, how long they took, the statuses of strips, every event that an instrument
+/// gets, the processes of plug-ins, and the dirty mark. Main thread. A strip that stays empty has no status worth a
+/// line.
 class StageRecorder {
  public:
+  struct Collaborators {
+    AppState& state;
+    AudioEngine& engine;
+    Performer& performer;
+    const system::OfflineClock& clock;
+  };
+
   /// All are borrowed; without a log nothing but the songs is kept.
-  StageRecorder(AudioEngine& engine, SongStage& stage, const system::OfflineClock& clock, EventLog* log);
+  StageRecorder(const Collaborators& collaborators, EventLog* log);
   ~StageRecorder();
   StageRecorder(const StageRecorder&) = delete;
   StageRecorder& operator=(const StageRecorder&) = delete;
-
-  /// To be called when a song has been applied, before the main queue runs: from now on its strips are watched.
-  void watchStrips();
 
   /// To be called when a plug-in's process has died, before its strip loses it.
   void pluginDied(const std::shared_ptr<AVAudioNode>& node, int processId);
@@ -40,7 +47,10 @@ class StageRecorder {
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return songsApplied_; }
 
  private:
-  void songWasApplied(std::size_t index);
+  void songChanges();
+  void songIsBuilt();
+  void switchHasEnded();
+  void watchStrips();
   void watch(AudioChannel& channel, std::size_t strip);
   void watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip);
   void watchEffects(AudioChannel& channel, EventLog::Strip strip);
@@ -48,12 +58,14 @@ class StageRecorder {
   [[nodiscard]] bool tellCrash(const AudioChannel& channel, EventLog::Strip strip,
                                const std::shared_ptr<AVAudioNode>& node, int processId);
   void leaveStrips();
+  [[nodiscard]] double now() const;
 
-  AudioEngine& engine_;
-  const system::OfflineClock& clock_;
+  Collaborators with_;
   EventLog* log_;
   std::vector<std::size_t> songsApplied_;
-  Signal<std::size_t>::Connection applied_;
+  bool isBuilding_ = false;  // the strips of the song on stage are not all there yet
+  int pendingLoads_ = 0;     // when the last switch began
+  std::vector<std::shared_ptr<void>> sessionLinks_;
   std::vector<std::shared_ptr<void>> connections_;  // to the strips of the song on stage
   std::vector<std::weak_ptr<AVAudioNode>> instruments_;
 };

@@ -33,12 +33,17 @@ wchar_t takeCharacter(std::string_view& text) {
 
 }  // namespace
 
-std::locale userLocale(const char* name) {
+std::locale localeNamed(const char* name) {
   try {
     return std::locale(name);
   } catch (const std::runtime_error&) {
     return std::locale::classic();
   }
+}
+
+const std::locale& userLocale() {
+  static const std::locale locale = localeNamed("");
+  return locale;
 }
 
 std::wstring collationKey(std::string_view name, const std::locale& locale) {

@@ -10,9 +10,11 @@
 
 namespace vrel {
 
-/// The locale of that name, by default the one that the user's environment asks for; the classic one
-/// where the machine does not have it.
-[[nodiscard]] std::locale userLocale(const char* name = "");
+/// The locale of that name; the classic one where the machine does not have it.
+[[nodiscard]] std::locale localeNamed(const char* name);
+
+/// The one that the user's environment asked for at the first call. Reading a locale takes longer than sorting by it.
+[[nodiscard]] const std::locale& userLocale();
 
 /// A text that compares as `name`, UTF-8, does in the language of `locale`, with no regard to case.
 [[nodiscard]] std::wstring collationKey(std::string_view name, const std::locale& locale);

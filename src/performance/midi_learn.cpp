@@ -120,6 +120,7 @@ void MidiLearn::handleMidiControlMessage(uint8_t status, uint8_t data1, uint8_t 
   const float value = valueOf(statusType, data1, data2);
   const bool isPressed = isNewPress(binding, data2);
   for (const auto& assignment : assignments) {
+    controlWillAct.emit(assignment.target, isPressed, value);
     performMidiControl(assignment.target, isPressed, value);
   }
 }

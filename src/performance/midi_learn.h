@@ -45,6 +45,9 @@ class MidiLearn {
   /// What the next message of the hardware is tied to.
   Observable<std::optional<MidiControlTarget>> pendingMidiLearnTarget;
 
+  /// Emitted for each control of the console that the hardware moves, before it acts.
+  Signal<const MidiControlTarget&, bool, float> controlWillAct;
+
   /// The assigned controllers that are in the upper half now; each fires again only after it left it.
   [[nodiscard]] const BindingSet& activeMidiTriggerBindings() const { return activeMidiTriggerBindings_; }
 

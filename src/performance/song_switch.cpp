@@ -76,6 +76,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   beginSongSwitch(token, loadsOf(song));
   with_.state.selectedSongIndex.set(static_cast<std::size_t>(index));
   takeOver(song);
+  stripsWillGo.emit();
   with_.engine.pluginPool().prewarmPlugins(with_.state.songs.get());
   with_.engine.removeAllChannels();
   for (const auto& record : song.channels) {

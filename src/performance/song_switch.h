@@ -8,6 +8,7 @@
 
 #include "document/setlist.h"
 #include "foundation/life_token.h"
+#include "foundation/observable.h"
 #include "foundation/uuid.h"
 
 namespace vrel {
@@ -46,6 +47,10 @@ class SongSwitch {
 
   /// What is being learned or held by a learned control ends here. Called in each switch after the capture.
   std::function<void()> cancelMidiLearn;
+
+  /// Emitted in each switch when the outgoing song is stored and has been told to stop, before its strips go. No load
+  /// of the next one has begun.
+  Signal<> stripsWillGo;
 
   /// Puts a song on stage, also one that is there already. Does nothing with an index out of range.
   void applySong(std::ptrdiff_t index);

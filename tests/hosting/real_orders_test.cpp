@@ -14,12 +14,12 @@
 #include "engine/audio_engine.h"
 #include "foundation/base64.h"
 #include "hosting/held_units.h"
-#include "performance/song_stage.h"
 #include "sandbox/sandbox_stage.h"
 #include "simulation/recording_console.h"
 #include "simulation/virtual_time.h"
 #include "support/every_order.h"
 #include "support/orders.h"
+#include "support/session_on.h"
 #include "system/audio/offline_device.h"
 #include "system/audio/render_node_factory.h"
 #include "system/property_list/libplist_serialization.h"
@@ -254,13 +254,14 @@ TEST_F(RealRacks, TheSongMayChangeBetweenAnyTwoAnswersAndSoundsTheSame) {
   std::vector<float> expected;
   const auto runs = EveryOrder::walk([&](EveryOrder& order) {
     RealMachine machine(factoryIn(Place::inProcess));
-    SongStage stage(*machine.engine, machine.console,
-                    {scanInstrumentComponents(*inProcess_.world), scanAudioEffectComponents(*inProcess_.world)});
-    stage.songs = songs;
-    stage.applySong(0);
+    SessionOn session(*machine.engine, machine.mainQueue, machine.clock, machine.console);
+    session.state.scannedPlugins.set(scanInstrumentComponents(*inProcess_.world));
+    session.state.scannedAudioEffectPlugins.set(scanAudioEffectComponents(*inProcess_.world));
+    session.setSongs(songs);
+    session.songSwitch.applySong(0);
     machine.settle();
-    machine.playOut(order, {[&] { stage.applySong(1); }});
-    EXPECT_EQ(stage.pendingLoads(), 0U);
+    machine.playOut(order, {[&] { session.songSwitch.applySong(1); }});
+    EXPECT_FALSE(session.state.songSwitchInProgress.get());
     const auto strip = machine.engine->channels().at(0);
     ASSERT_EQ(strip->status.get(), "RUNNING");
     const auto sound = machine.soundOf(strip);

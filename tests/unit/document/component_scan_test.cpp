@@ -129,7 +129,7 @@ TEST(ComponentScan, NamesInUtf8AreFoldedAsTheLocaleKnows) {
   manager.add("õhm", "c");  // between the two as they are written, before both when folded
   manager.add("Zed", "a");
   // Comes with the C library of every Debian machine.
-  const std::locale locale = userLocale("C.UTF-8");
+  const std::locale locale = localeNamed("C.UTF-8");
   ASSERT_NE(locale, std::locale::classic());
   EXPECT_EQ(instruments(manager, locale), (Names{"Zed/a", "õhm/c", "ÖHM/b", "öhm/a"}));
 }
@@ -149,8 +149,8 @@ TEST(ComponentScan, NamesThatAreNoUtf8DoNotBreakTheOrder) {
 }
 
 TEST(ComponentScan, ALocaleThatTheMachineDoesNotHaveFallsBack) {
-  EXPECT_EQ(userLocale("xx_NOWHERE.UTF-8"), std::locale::classic());
-  EXPECT_EQ(userLocale("POSIX").name(), "C");
+  EXPECT_EQ(localeNamed("xx_NOWHERE.UTF-8"), std::locale::classic());
+  EXPECT_EQ(localeNamed("POSIX").name(), "C");
 }
 
 }  // namespace

@@ -355,5 +355,23 @@ TEST_F(Dispatch, AStoppedEngineCarriesNothingOut) {
   EXPECT_FALSE(state.isDirty.get());
 }
 
+TEST_F(Dispatch, EachControlIsToldOfBeforeItActs) {
+  assign(onChannel(Kind::channelVolume, 1), knob);
+  assign(onChannel(Kind::channelMute, 2), knob);
+  strip(1).volume.set(0.5F);
+  std::vector<std::tuple<MidiControlTarget, bool, float>> told;
+  std::vector<float> volumes;
+  const auto connection =
+      learn.controlWillAct.connect([&](const MidiControlTarget& target, bool isPressed, float value) {
+        told.emplace_back(target, isPressed, value);
+        volumes.push_back(strip(1).volume.get());
+      });
+  play({0xB0, 20, 127});
+  play({0xB0, 21, 127});
+  EXPECT_EQ(told, (std::vector<std::tuple<MidiControlTarget, bool, float>>{
+                      {onChannel(Kind::channelVolume, 1), true, 1.0F}, {onChannel(Kind::channelMute, 2), true, 1.0F}}));
+  EXPECT_EQ(volumes, (std::vector{0.5F, 1.0F}));
+}
+
 }  // namespace
 }  // namespace vrel

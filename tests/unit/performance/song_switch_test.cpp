@@ -391,5 +391,38 @@ TEST_F(Switch, ClipsLoseNothingInACapture) {
   EXPECT_EQ(captured[0], clips);
 }
 
+TEST_F(Switch, AFileThatIsMissingTodayIsKeptInTheDocument) {
+  auto file = record("Track", "internal:playback");
+  file.playbackFilePath = "/music/track.wav";
+  file.playbackLoop = true;
+  file.playbackStartTime = 1.5;
+  file.playbackEndTime = 9.5;
+  file.playbackStopMode = "other";
+  addSong("One", {file});
+  songSwitch.applySong(0);
+  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  songSwitch.captureCurrentSong();
+  auto captured = song(0).channels;
+  captured[0].id = file.id;
+  EXPECT_EQ(captured[0], file);
+}
+
+TEST_F(Switch, TheOldStripsStillStandWhenTheyAreAboutToGo) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Organ", organKey, {chorusKey})});
+  songSwitch.applySong(0);
+  answerAll();
+  int tellings = 0;
+  const auto connection = songSwitch.stripsWillGo.connect([&] {
+    ++tellings;
+    EXPECT_EQ(strip(0).name.get(), "Piano");
+    EXPECT_EQ(eventsOf(strip(0)).back(), (simulation::RecordedEvent{0xFC, 0, 0}));
+    EXPECT_EQ(state.selectedSongIndex.get(), 1U);
+    EXPECT_EQ(state.songSwitchPendingLoads.get(), 2);
+  });
+  songSwitch.applySong(1);
+  EXPECT_EQ(tellings, 1);
+}
+
 }  // namespace
 }  // namespace vrel

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "performance/song_stage.h"
+#include "support/session_on.h"
 #include "unit/playback/playback_stage.h"
 
 namespace vrel {
@@ -130,17 +130,18 @@ TEST_F(PlaybackLoading, ReviveLoadsTheFileAgain) {
 }
 
 TEST_F(PlaybackLoading, ASongPutsItsFilesOnStageAndKeepsThemInTheDocument) {
-  SongStage stage(*engine, console, {});
+  SessionOn session(*engine, mainQueue, clock, console);
   SongConfig song;
   song.channels = {record(true, "rangeEnd")};
   song.channels[0].name = "Track";
-  stage.songs = {song};
-  stage.applySong(0);
+  session.setSongs({song});
+  session.songSwitch.applySong(0);
+  EXPECT_FALSE(session.state.songSwitchInProgress.get()) << "a file is there at once";
   settle();
   ASSERT_THAT(engine->channels(), SizeIs(1));
   EXPECT_EQ(engine->channels()[0]->status.get(), channel_status::running);
-  stage.captureCurrentSong();
-  const auto& saved = stage.songs[0].channels[0];
+  session.songSwitch.captureCurrentSong();
+  const auto& saved = session.state.songs.get()[0].channels[0];
   EXPECT_EQ(saved.pluginPath, "internal:playback");
   EXPECT_EQ(saved.playbackFilePath, "/click.wav");
   EXPECT_TRUE(saved.playbackLoop);

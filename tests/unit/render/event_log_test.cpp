@@ -35,11 +35,21 @@ TEST_F(RenderEventLog, ALineHasExactlyItsFields) {
   log.value().song(0.5, 2);
   log.value().status(0.75, 1, "Loading...");
   log.value().midi(1.5, 3, 0x95, 60, 127);
+  log.value().songSwitch(2, 2, 17, 3);
+  log.value().control(2.5, {MidiControlKind::channelVolume, 1}, false, 0.5F);
+  log.value().control(2.5, {MidiControlKind::panic, {}}, true, 1);
+  log.value().dirty(3, true);
   EXPECT_FALSE(log.value().close());
   EXPECT_EQ(content(),
             "{\"t\":0.5,\"kind\":\"song\",\"index\":2}\n"
             "{\"t\":0.75,\"kind\":\"status\",\"channel\":1,\"status\":\"Loading...\"}\n"
-            "{\"t\":1.5,\"kind\":\"midi\",\"channel\":3,\"status\":149,\"data1\":60,\"data2\":127}\n");
+            "{\"t\":1.5,\"kind\":\"midi\",\"channel\":3,\"status\":149,\"data1\":60,\"data2\":127}\n"
+            "{\"t\":2.0,\"kind\":\"switch\",\"index\":2,\"milliseconds\":17,\"pendingLoads\":3}\n"
+            "{\"t\":2.5,\"kind\":\"control\",\"target\":\"channel_volume\",\"channel\":1,\"value\":0.5,"
+            "\"pressed\":false}\n"
+            "{\"t\":2.5,\"kind\":\"control\",\"target\":\"panic\",\"channel\":null,\"value\":1.0,"
+            "\"pressed\":true}\n"
+            "{\"t\":3.0,\"kind\":\"dirty\",\"dirty\":true}\n");
 }
 
 TEST_F(RenderEventLog, TimesReadBackExactly) {

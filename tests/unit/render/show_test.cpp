@@ -36,6 +36,10 @@ TEST(Show, MarkersAndTextsPressSongsAndPanic) {
             (std::vector<ShowStep>{{0, SongStep{2, "song 2"}}, {1, PanicStep{}}, {2, SongStep{17, "song   17"}}}));
 }
 
+TEST(Show, AMarkerTapsTheTempo) {
+  EXPECT_EQ(stepsOf({text(0.5, "tap"), text(1, " tap ")}), (std::vector<ShowStep>{{0.5, TapStep{}}, {1, TapStep{}}}));
+}
+
 TEST(Show, ASongThatIsNoNumberIsKeptToBeTold) {
   for (const char* words : {"song", "song x", "song -1", "song 1.5", "song 1 2", "song 99999999999"}) {
     EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, SongStep{std::nullopt, words}}})) << words;
@@ -44,7 +48,7 @@ TEST(Show, ASongThatIsNoNumberIsKeptToBeTold) {
 
 TEST(Show, OtherTextsArePassedOver) {
   EXPECT_TRUE(stepsOf({text(0, ""), text(0, "Verse"), text(0, "songbird 1"), text(0, "panic!"), text(0, "Song 1"),
-                       text(0, "PANIC"), text(0, " ")})
+                       text(0, "taps"), text(0, "PANIC"), text(0, " ")})
                   .empty());
 }
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "performance/song_stage.h"
+#include "support/session_on.h"
 #include "unit/visuals/visual_stage.h"
 
 namespace vrel {
@@ -103,19 +103,20 @@ TEST_F(VisualLoading, OvertakenByTheEndOfTheEngineCompletes) {
 }
 
 TEST_F(VisualLoading, AnotherSongAppliedMeanwhileGetsNoneOfTheOldPlayers) {
-  SongStage stage(*engine, console, {});
-  stage.songs.resize(2);
-  for (auto& song : stage.songs) {
+  SessionOn session(*engine, mainQueue, clock, console);
+  std::vector<SongConfig> songs(2);
+  for (auto& song : songs) {
     song.channels.resize(1);
     song.channels[0].pluginPath = "internal:visual";
   }
   for (int note = 0; note < 100; ++note) {
-    stage.songs[0].channels[0].visualClipMappings.push_back(clip(static_cast<std::uint8_t>(note), "/a.mov"));
+    songs[0].channels[0].visualClipMappings.push_back(clip(static_cast<std::uint8_t>(note), "/a.mov"));
   }
-  stage.songs[1].channels[0].visualClipMappings = {clip(60, "/b.mov")};
-  stage.applySong(0);
+  songs[1].channels[0].visualClipMappings = {clip(60, "/b.mov")};
+  session.setSongs(songs);
+  session.songSwitch.applySong(0);
   builderQueue().runAll();
-  stage.applySong(1);
+  session.songSwitch.applySong(1);
   settle();
   ASSERT_THAT(visuals().playersByChannelAndNote(), SizeIs(1));
   EXPECT_EQ(visuals().playersByChannelAndNote().begin()->second->filePath, "/b.mov");

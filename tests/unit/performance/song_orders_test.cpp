@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "performance/song_stage.h"
 #include "support/every_order.h"
 #include "support/orders.h"
+#include "support/session_on.h"
 #include "support/simulated_stage.h"
 
 // Songs that change while the plug-ins of the last one are still on their way, in every order of answers.
@@ -19,21 +19,21 @@ namespace vrel {
 namespace {
 
 /// Two songs, each with an instrument and an effect behind it.
-struct SongMachine : SimulatedMachine {
-  SongMachine() {
-    addSong({pianoKey}, {});
-    addSong({organKey}, {chorusKey});
+struct SongMachine : SimulatedMachine, SessionOn {
+  SongMachine() : SessionOn(*engine, mainQueue, clock, console) {
+    state.scannedPlugins.set({piano, organ});
+    state.scannedAudioEffectPlugins.set({chorus});
+    setSongs({songOf(pianoKey, {}), songOf(organKey, {chorusKey})});
   }
 
-  void addSong(const std::vector<std::string>& instruments, const std::vector<std::string>& effects) {
-    auto& song = stage.songs.emplace_back();
-    for (const auto& path : instruments) {
-      auto& record = song.channels.emplace_back();
-      record.pluginPath = path;
-      for (const auto& effect : effects) {
-        record.effectSlots.emplace_back().pluginPath = effect;
-      }
+  static SongConfig songOf(const std::string& instrument, const std::vector<std::string>& effects) {
+    SongConfig song;
+    auto& record = song.channels.emplace_back();
+    record.pluginPath = instrument;
+    for (const auto& effect : effects) {
+      record.effectSlots.emplace_back().pluginPath = effect;
     }
+    return song;
   }
 
   void answer(std::size_t index, Ending ending) {
@@ -73,12 +73,13 @@ struct SongMachine : SimulatedMachine {
     }
   }
 
-  SongStage stage{*engine, console, {{piano, organ}, {chorus}}};
   std::vector<std::weak_ptr<AVAudioNode>> made;
 };
 
 void expectTheSecondSong(SongMachine& machine) {
-  EXPECT_EQ(machine.stage.pendingLoads(), 0U);
+  EXPECT_EQ(machine.state.songSwitchPendingLoads.get(), 0);
+  EXPECT_FALSE(machine.state.songSwitchInProgress.get());
+  EXPECT_FALSE(machine.state.showLoadingModal.get());
   ASSERT_EQ(machine.engine->channels().size(), 1U);
   const auto& channel = *machine.engine->channels()[0];
   const auto node = channel.instrumentNode.get();
@@ -97,9 +98,9 @@ void expectTheSecondSong(SongMachine& machine) {
 TEST(SongOrders, TheSongMayChangeBetweenAnyTwoAnswers) {
   const auto runs = EveryOrder::walk([](EveryOrder& order) {
     SongMachine machine;
-    machine.stage.applySong(0);
+    machine.songSwitch.applySong(0);
     machine.settle();
-    machine.playOut(order, {[&] { machine.stage.applySong(1); }}, {Ending::node});
+    machine.playOut(order, {[&] { machine.songSwitch.applySong(1); }}, {Ending::node});
     expectTheSecondSong(machine);
     EXPECT_EQ(machine.engine->channels()[0]->status.get(), "RUNNING");
     EXPECT_EQ(machine.engine->channels()[0]->effectNodes.get().size(), 1U);
@@ -110,9 +111,9 @@ TEST(SongOrders, TheSongMayChangeBetweenAnyTwoAnswers) {
 TEST(SongOrders, AndAnyOfThemMayFail) {
   EveryOrder::walk([](EveryOrder& order) {
     SongMachine machine;
-    machine.stage.applySong(0);
+    machine.songSwitch.applySong(0);
     machine.settle();
-    machine.playOut(order, {[&] { machine.stage.applySong(1); }}, {Ending::node, Ending::error});
+    machine.playOut(order, {[&] { machine.songSwitch.applySong(1); }}, {Ending::node, Ending::error});
     expectTheSecondSong(machine);
   });
 }
@@ -120,17 +121,19 @@ TEST(SongOrders, AndAnyOfThemMayFail) {
 TEST(SongOrders, TheSongMayChangeToAndFroAndIsTakenAsItStoodWhenItWasLeft) {
   EveryOrder::walk([](EveryOrder& order) {
     SongMachine machine;
-    machine.stage.applySong(1);
+    machine.songSwitch.applySong(1);
     machine.settle();
     bool hadArrived = false;
     machine.playOut(order, {[&] {
                       hadArrived = machine.engine->channels()[0]->instrumentNode.get() != nullptr;
-                      machine.stage.applySong(0);
+                      machine.songSwitch.applySong(0);
                       machine.settle();
-                      machine.stage.applySong(1);
+                      machine.songSwitch.applySong(1);
                     }},
                     {Ending::node});
-    EXPECT_EQ(machine.stage.pendingLoads(), 0U);
+    EXPECT_EQ(machine.state.songSwitchPendingLoads.get(), 0);
+    EXPECT_FALSE(machine.state.songSwitchInProgress.get());
+    EXPECT_FALSE(machine.state.showLoadingModal.get());
     EXPECT_EQ(machine.engine->channels()[0]->status.get(), hadArrived ? "RUNNING" : "No plugin");
     machine.expectNothingLost();
   });

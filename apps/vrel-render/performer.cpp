@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/performer.h"
+
+#include <cstddef>
+#include <variant>
+
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "performance/performance_display.h"
+#include "platform/console_output.h"
+
+namespace vrel::render {
+
+Performer::Performer(const Collaborators& collaborators)
+    : with_(collaborators),
+      builder_(with_.state, with_.engine, with_.console),
+      songSwitch_({with_.state, with_.engine, with_.mainQueue, with_.clock, with_.console, selection_, builder_}),
+      tempo_(with_.state, with_.engine, with_.clock),
+      midiLearn_(with_.state, with_.engine, tempo_) {
+  songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
+  midiLearn_.listenToEngine();
+  showPerformance(with_.state, with_.engine);
+}
+
+void Performer::perform(const ShowAction& action) {
+  std::visit([this](const auto& step) { act(step); }, action);
+}
+
+void Performer::act(const MidiFileMessage& message) {
+  with_.engine.routeMIDI(message.status, message.data1, message.data2);
+}
+
+void Performer::act(const SongStep& song) {
+  if (song.index && *song.index < with_.state.songs.get().size()) {
+    songSwitch_.applySong(static_cast<std::ptrdiff_t>(*song.index));
+  } else {
+    with_.console.print("'" + song.text + "' names no song of the setlist");
+  }
+}
+
+void Performer::act(const PanicStep& /*panic*/) {
+  performPanic(with_.state, with_.engine);
+}
+
+void Performer::act(const TapStep& /*tap*/) {
+  tempo_.tapTempo();
+}
+
+}  // namespace vrel::render

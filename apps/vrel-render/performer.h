@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "performance/channel_builder.h"
+#include "performance/console_selection.h"
+#include "performance/midi_learn.h"
+#include "performance/song_switch.h"
+#include "performance/tempo.h"
+#include "vrel-render/show.h"
+
+namespace vrel {
+class AppState;
+class AudioEngine;
+class ConsoleOutput;
+class HostClock;
+class MainQueue;
+}  // namespace vrel
+
+namespace vrel::render {
+
+/// Does what a performer's hand does, to the logic that a console's controls would reach. Nothing waits: a song whose
+/// marker has been performed may still be loading. Main thread.
+class Performer {
+ public:
+  struct Collaborators {
+    AppState& state;
+    AudioEngine& engine;
+    MainQueue& mainQueue;
+    const HostClock& clock;
+    ConsoleOutput& console;
+  };
+
+  /// All are borrowed.
+  explicit Performer(const Collaborators& collaborators);
+
+  void perform(const ShowAction& action);
+
+  [[nodiscard]] SongSwitch& songSwitch() { return songSwitch_; }
+  [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
+  [[nodiscard]] ConsoleSelection& selection() { return selection_; }
+
+ private:
+  void act(const MidiFileMessage& message);
+  void act(const SongStep& song);
+  void act(const PanicStep& panic);
+  void act(const TapStep& tap);
+
+  Collaborators with_;
+  ConsoleSelection selection_;
+  ChannelBuilder builder_;
+  SongSwitch songSwitch_;
+  Tempo tempo_;
+  MidiLearn midiLearn_;
+};
+
+}  // namespace vrel::render
