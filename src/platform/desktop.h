@@ -17,6 +17,8 @@ struct NSAlert {
   std::string messageText;
   std::string informativeText;
   std::vector<std::string> buttons;  // in order; the first is the one that Return presses
+
+  bool operator==(const NSAlert&) const = default;
 };
 
 /// Kinds of file that a panel offers.

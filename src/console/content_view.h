@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "console/channel_operations.h"
+#include "console/reorder.h"
+#include "console/setlist_copies.h"
+#include "console/setlist_files.h"
+#include "console/song_list.h"
+#include "console/strip_controls.h"
+#include "foundation/uuid.h"
+#include "performance/channel_builder.h"
+#include "performance/console_selection.h"
+#include "performance/live_mode.h"
+#include "performance/midi_learn.h"
+#include "performance/song_switch.h"
+#include "performance/tempo.h"
+#include "platform/notification_center.h"
+
+namespace vrel {
+
+class AppState;
+class AudioEngine;
+class ConsoleOutput;
+class Desktop;
+class FileManager;
+class HostClock;
+class MainQueue;
+
+/// Everything that the main window does, without the window.
+///
+/// A facade: it owns the parts, brings the commands of the menus to them, and has no logic of its own. The parts are
+/// reached by their own names, e.g. `content.songList().addSong()`. One for the life of the program. Main thread.
+class ContentView {
+ public:
+  struct Collaborators {
+    AppState& appState;
+    AudioEngine& audioEngine;
+    MainQueue& mainQueue;
+    const HostClock& clock;
+    ConsoleOutput& console;
+    Desktop& desktop;
+    FileManager& files;
+    NSNotificationCenter& notifications;
+    std::filesystem::path copiesDirectory;  // of setlists that a save replaces
+  };
+
+  /// All are borrowed and outlive this.
+  explicit ContentView(const Collaborators& collaborators);
+
+  /// The window has come up: connects what is played with what is shown, and puts a first song on stage when there is
+  /// none.
+  void contentDidAppear();
+
+  [[nodiscard]] AppState& appState() { return with_.appState; }
+  [[nodiscard]] AudioEngine& audioEngine() { return with_.audioEngine; }
+  [[nodiscard]] ConsoleSelection& selection() { return selection_; }
+  [[nodiscard]] SongSwitch& songSwitch() { return songSwitch_; }
+  [[nodiscard]] SongList& songList() { return songList_; }
+  [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
+  [[nodiscard]] StripControls& stripControls() { return stripControls_; }
+  [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
+  [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
+  [[nodiscard]] LiveMode& liveMode() { return liveMode_; }
+  [[nodiscard]] Tempo& tempo() { return tempo_; }
+
+  /// The text of the notes panel has changed.
+  void setSongNotes(const std::string& text);
+  /// The language picker has another value.
+  void setLanguage(Language language);
+  /// What every panic button does.
+  void panic();
+
+  /// What a row of the song list, and a strip, does as the target of a drag.
+  [[nodiscard]] ReorderDropDelegate songReorderDropDelegate(Uuid song);
+  [[nodiscard]] ReorderDropDelegate channelReorderDropDelegate(Uuid channel);
+
+ private:
+  void observe(const std::string& notification, NSNotificationCenter::Listeners::Listener listener);
+  void observeMenus();
+  void withSelectedChannel(void (ChannelOperations::*operation)(const AudioChannel&));
+  void selectAChannel();
+
+  Collaborators with_;
+  ConsoleSelection selection_;
+  ChannelBuilder builder_;
+  SongSwitch songSwitch_;
+  Tempo tempo_;
+  MidiLearn midiLearn_;
+  LiveMode liveMode_;
+  SongList songList_;
+  ChannelOperations channelOperations_;
+  StripControls stripControls_;
+  SetlistCopies copies_;
+  SetlistFiles setlistFiles_;
+  std::vector<NSNotificationCenter::Listeners::Connection> observers_;
+};
+
+}  // namespace vrel

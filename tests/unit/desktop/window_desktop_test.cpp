@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/desktop/window_desktop.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "system/dispatch/main_loop.h"
+
+namespace vrel::system {
+namespace {
+
+/// A window that remembers what it was asked for.
+class AskedWindow final : public WindowServices {
+ public:
+  std::vector<PanelAnswer> panels;
+  std::vector<std::string> suggestedNames;
+  int focusClearings = 0;
+  int quits = 0;
+
+  void showOpenPanel(const NSOpenPanel& /*panel*/, PanelAnswer answer) override { panels.push_back(std::move(answer)); }
+  void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) override {
+    suggestedNames.push_back(panel.suggestedName);
+    panels.push_back(std::move(answer));
+  }
+  void clearFocus() override { ++focusClearings; }
+  void quit() override { ++quits; }
+};
+
+class WindowDesktopTest : public testing::Test {
+ protected:
+  static NSAlert question(const std::string& text) {
+    return {NSAlert::Style::warning, text, "", {"Guardar", "No guardar", "Cancelar"}};
+  }
+
+  MainLoop loop;
+  AskedWindow window;
+  WindowDesktop desktop{loop, window};
+};
+
+using Button = std::optional<std::size_t>;
+
+TEST_F(WindowDesktopTest, AnAlertIsShownUntilItIsAnsweredAndOtherWorkGoesOn) {
+  bool otherWorkRan = false;
+  loop.async([&] {
+    EXPECT_EQ(desktop.shownAlert.get(), question("?"));
+    otherWorkRan = true;
+  });
+  loop.async([&] { desktop.answerAlert(1); });
+  EXPECT_EQ(desktop.runModal(question("?")), Button(1));
+  EXPECT_TRUE(otherWorkRan);
+  EXPECT_EQ(desktop.shownAlert.get(), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, AnAlertThatIsSentAwayHasNoAnswer) {
+  loop.async([&] { desktop.answerAlert(std::nullopt); });
+  EXPECT_EQ(desktop.runModal(question("?")), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, AButtonThatIsNotThereAnswersNothing) {
+  loop.async([&] {
+    desktop.answerAlert(3);
+    desktop.answerAlert(2);
+    desktop.answerAlert(0);  // too late
+  });
+  EXPECT_EQ(desktop.runModal(question("?")), Button(2));
+  desktop.answerAlert(0);  // nobody asks
+}
+
+TEST_F(WindowDesktopTest, AQuestionInsideAQuestionIsAnsweredFirst) {
+  std::vector<std::string> shown;
+  const auto connection = desktop.shownAlert.changed.connect(
+      [&](const std::optional<NSAlert>& alert) { shown.push_back(alert ? alert->messageText : ""); });
+  Button inner;
+  loop.async([&] {
+    loop.async([&] { desktop.answerAlert(0); });
+    inner = desktop.runModal(question("inner"));
+    loop.async([&] { desktop.answerAlert(2); });
+  });
+  EXPECT_EQ(desktop.runModal(question("outer")), Button(2));
+  EXPECT_EQ(inner, Button(0));
+  EXPECT_EQ(shown, (std::vector<std::string>{"outer", "inner", "outer", ""}));
+}
+
+TEST_F(WindowDesktopTest, APanelBringsItsFileBackOnTheMainQueue) {
+  loop.async([&] { loop.async([&] { window.panels.at(0)("/gig.vrel"); }); });
+  EXPECT_EQ(desktop.runModal(NSSavePanel{FileType::setlist, "Untitled.vrel"}), std::filesystem::path("/gig.vrel"));
+  EXPECT_EQ(window.suggestedNames, std::vector<std::string>{"Untitled.vrel"});
+  loop.async([&] { window.panels.at(1)(std::nullopt); });
+  EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, TheEndOfTheProgramCancelsAllQuestions) {
+  loop.async([&] { desktop.cancelQuestions(); });
+  EXPECT_EQ(desktop.runModal(question("?")), std::nullopt);
+  EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, OnlyAYesEndsTheProgram) {
+  desktop.replyToApplicationShouldTerminate(false);
+  EXPECT_EQ(window.quits, 0);
+  desktop.replyToApplicationShouldTerminate(true);
+  EXPECT_EQ(window.quits, 1);
+  desktop.makeNothingFirstResponder();
+  EXPECT_EQ(window.focusClearings, 1);
+  desktop.setScreens({{"left", {0, 0, 800, 600}}});
+  EXPECT_EQ(desktop.screens().size(), 1U);
+}
+
+}  // namespace
+}  // namespace vrel::system
