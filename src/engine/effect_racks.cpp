@@ -23,6 +23,14 @@ std::string failureLine(const char* where, const AVAudioUnitComponent& component
          component.name + "): " + error.description;
 }
 
+// False when the slot was removed, or filled by hand, while its plug-in was on the way. The sound is not stopped for
+// one that nobody wants any more: the master's rack outlives the songs.
+bool isStillWanted(const AudioChannel& channel, const AudioPluginSlot& slot) {
+  const auto& slots = channel.effectSlots.get();
+  return std::any_of(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slot.id; }) &&
+         !channel.effectNodes.get().contains(slot.id);
+}
+
 // The order of the slots after the move, as the list controls of the platform define it.
 std::vector<AudioPluginSlot> moved(const std::vector<AudioPluginSlot>& slots, const std::set<std::size_t>& fromOffsets,
                                    std::size_t toOffset) {
@@ -187,7 +195,7 @@ void EffectRacks::restoreWhenMade(const AudioPluginSlot& slot, const AVAudioUnit
             return;
           }
           const auto channel = group->channel.lock();
-          if (channel && node != nullptr) {
+          if (channel && node != nullptr && isStillWanted(*channel, slot)) {
             with_.mutator.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
           }
           leave(group);
@@ -212,11 +220,6 @@ void EffectRacks::configureHostCallbacks(AVAudioUnit& unit) {
 }
 
 void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node) {
-  const auto& slots = channel.effectSlots.get();
-  const bool isWanted = std::any_of(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slot.id; });
-  if (!isWanted || channel.effectNodes.get().contains(slot.id)) {
-    return;  // the slot was removed, or filled by hand, while its plug-in was on the way
-  }
   configureHostCallbacks(*node);
   with_.engine.attach(node);
   if (const auto state = with_.pluginState.decodePluginState(slot.stateBase64)) {

@@ -326,6 +326,16 @@ TEST_F(Racks, APluginWhoseSlotWasFilledByHandOnItsWayIsDropped) {
   EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > chosen > reverb 1 > meter 1 > main mixer > output");
 }
 
+TEST_F(Racks, APluginThatTheMasterNoLongerWantsStopsNoSound) {
+  const auto& master = engine->masterChannel();
+  engine->effects().restoreEffectSlots({slotFor(chorusKey)}, master, resolver(), nullptr);
+  engine->effects().restoreEffectSlots({}, master, resolver(), nullptr);
+  const auto record = graph().record;
+  units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_EQ(graph().record, record);
+}
+
 TEST_F(Racks, ARestoreThatTheMainQueueNeverGetsToPostsNothingAsItGoes) {
   KeepingQueue lastQueue;
   simulation::SimulatedNodeFactory otherNodes;
