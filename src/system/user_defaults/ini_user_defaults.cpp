@@ -3,12 +3,12 @@
 
 #include <charconv>
 #include <cstddef>
-#include <cstdlib>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "platform/console_output.h"
+#include "system/files/user_folders.h"
 #include "system/user_defaults/ini_text.h"
 #include "system/user_defaults/settings_file.h"
 
@@ -18,21 +18,11 @@ namespace {
 // Bytes. Settings are a handful of lines: more than this is no settings file.
 constexpr std::size_t mostBytes = std::size_t{1} << 20U;
 
-std::filesystem::path environmentPath(const char* name) {
-  const char* const text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): before other threads, by contract
-  return text == nullptr ? std::filesystem::path() : std::filesystem::path(text);
-}
-
 }  // namespace
 
 std::filesystem::path IniUserDefaults::userPath() {
-  const std::filesystem::path place = std::filesystem::path("vrel") / "defaults.ini";
-  // A relative one does not count, so that the settings never depend on the working folder.
-  if (const auto configuration = environmentPath("XDG_CONFIG_HOME"); configuration.is_absolute()) {
-    return configuration / place;
-  }
-  const auto home = environmentPath("HOME");
-  return home.is_absolute() ? home / ".config" / place : std::filesystem::path();
+  const auto folder = userFolder("XDG_CONFIG_HOME", ".config");
+  return folder.empty() ? folder : folder / "vrel" / "defaults.ini";
 }
 
 IniUserDefaults::IniUserDefaults(std::filesystem::path path, ConsoleOutput& console)

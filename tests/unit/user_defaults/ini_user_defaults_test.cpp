@@ -3,12 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +16,7 @@
 #include <string>
 
 #include "simulation/recording_console.h"
+#include "support/small_disk.h"
 
 namespace vrel::system {
 namespace {
@@ -52,26 +51,6 @@ class UserDefaults : public testing::Test {
   fs::path root;
   fs::path path;
   simulation::RecordingConsole console;
-};
-
-/// A disk that takes no more than so many bytes of a file.
-class SmallDisk {
- public:
-  explicit SmallDisk(rlim_t bytes) : formerAction_(std::signal(SIGXFSZ, SIG_IGN)) {
-    ::getrlimit(RLIMIT_FSIZE, &former_);
-    const rlimit small{bytes, former_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &small);
-  }
-  SmallDisk(const SmallDisk&) = delete;
-  SmallDisk& operator=(const SmallDisk&) = delete;
-  ~SmallDisk() {
-    ::setrlimit(RLIMIT_FSIZE, &former_);
-    std::signal(SIGXFSZ, formerAction_);
-  }
-
- private:
-  void (*formerAction_)(int);
-  rlimit former_{};
 };
 
 TEST_F(UserDefaults, WithoutAFileThereIsNothingAndNothingIsMade) {

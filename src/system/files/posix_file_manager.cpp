@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/files/posix_file_manager.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <system_error>
+
+#include "foundation/uuid.h"
+#include "system/files/file_calls.h"
+#include "system/files/open_file.h"
+
+namespace vrel::system {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr auto anySize = std::numeric_limits<std::uintmax_t>::max();
+
+Outcome outcome(const fs::path& path, int code) {
+  if (code == 0) {
+    return {};
+  }
+  const auto reason = code == notAPlainFile ? "Not a plain file" : std::generic_category().message(code);
+  return Error{path.string() + ": " + reason};
+}
+
+/// Why a path is not to be opened at all: 0 for a plain file, and for none.
+int refusal(const fs::path& path) {
+  if (path.native().find('\0') != std::string::npos) {
+    return ENOENT;  // the system would take what stands before it for the path
+  }
+  std::error_code ignored;
+  const auto type = fs::status(path, ignored).type();
+  if (type == fs::file_type::directory) {
+    return EISDIR;
+  }
+  const bool isSpecial = type == fs::file_type::fifo || type == fs::file_type::socket ||
+                         type == fs::file_type::character || type == fs::file_type::block;
+  return isSpecial ? notAPlainFile : 0;
+}
+
+/// The first code that is no success. Nothing is done after a failure.
+template <typename... Steps>
+int inTurn(Steps... steps) {
+  int code = 0;
+  static_cast<void>((((code = steps()) == 0) && ...));
+  return code;
+}
+
+/// Brings the names in a directory to the disk.
+int syncDirectory(FileCalls& calls, const fs::path& directory) {
+  OpenFile file(calls);
+  const int code = inTurn([&] { return file.open(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY); },
+                          [&] { return file.sync(); }, [&] { return file.close(); });
+  return code == EINVAL ? 0 : code;  // some file systems have nothing to sync there
+}
+
+/// A name beside the file that nobody else has.
+fs::path nameBeside(const fs::path& path) {
+  constexpr std::size_t mostNameBytes = 200;  // leaves room for what is appended
+  constexpr std::size_t mark = 8;
+  return path.parent_path() /
+         (path.filename().string().substr(0, mostNameBytes) + "." + Uuid::fresh().text().substr(0, mark));
+}
+
+}  // namespace
+
+Result<std::string> PosixFileManager::contents(const fs::path& path, std::uintmax_t mostBytes) {
+  std::string bytes;
+  OpenFile file(calls_);
+  int code = 0;
+  try {
+    code = inTurn([&] { return refusal(path); }, [&] { return file.open(path, O_RDONLY); },
+                  [&] { return file.expectPlain(mostBytes); }, [&] { return file.readAll(mostBytes, bytes); });
+  } catch (const std::bad_alloc&) {
+    code = ENOMEM;
+  }
+  if (const auto failure = outcome(path, code)) {
+    return *failure;
+  }
+  return bytes;
+}
+
+Outcome PosixFileManager::write(const fs::path& path, const std::string& bytes) {
+  const bool isNew = !fileExists(path);
+  OpenFile file(calls_);
+  return outcome(path, inTurn([&] { return refusal(path); }, [&] { return file.open(path, O_WRONLY | O_CREAT); },
+                              [&] { return file.expectPlain(anySize); }, [&] { return file.reserve(bytes.size()); },
+                              [&] { return file.truncate(); }, [&] { return file.writeAll(bytes); },
+                              [&] { return file.sync(); }, [&] { return file.close(); },
+                              [&] { return isNew ? syncDirectory(calls_, path.parent_path()) : 0; }));
+}
+
+Outcome PosixFileManager::writeAtomically(const fs::path& path, const std::string& bytes) {
+  const auto target = canonicalPath(path);
+  if (const int code = refusal(target); code != 0) {
+    return outcome(path, code);
+  }
+  const auto fresh = nameBeside(target);
+  OpenFile file(calls_);
+  if (const int code = file.open(fresh, O_WRONLY | O_CREAT | O_EXCL); code != 0) {
+    return outcome(path, code);
+  }
+  const int code = inTurn([&] { return file.takeModeOf(target); }, [&] { return file.writeAll(bytes); },
+                          [&] { return file.sync(); }, [&] { return file.close(); },
+                          [&] { return calls_.rename(fresh.c_str(), target.c_str()) < 0 ? errno : 0; });
+  if (code != 0) {
+    calls_.unlink(fresh.c_str());
+    return outcome(path, code);
+  }
+  return outcome(path, syncDirectory(calls_, target.parent_path()));
+}
+
+bool PosixFileManager::fileExists(const fs::path& path) {
+  std::error_code ignored;
+  return path.native().find('\0') == std::string::npos && fs::exists(path, ignored);
+}
+
+fs::path PosixFileManager::canonicalPath(const fs::path& path) {
+  std::error_code error;
+  const auto whole = fs::absolute(path, error);
+  auto canonical = error ? path : fs::weakly_canonical(whole, error);
+  return error ? whole.lexically_normal() : canonical;
+}
+
+Outcome PosixFileManager::createDirectory(const fs::path& path) {
+  std::error_code ignored;
+  if (fs::is_directory(path, ignored)) {
+    return {};
+  }
+  const auto above = path.parent_path();
+  if (above != path && !above.empty()) {
+    if (auto failure = createDirectory(above)) {
+      return failure;
+    }
+  }
+  constexpr mode_t forTheUserOnly = 0700;
+  if (calls_.mkdir(path.c_str(), forTheUserOnly) < 0) {
+    const int code = errno;
+    return fs::is_directory(path, ignored) ? std::nullopt : outcome(path, code);
+  }
+  return outcome(path, syncDirectory(calls_, above));
+}
+
+std::vector<std::string> PosixFileManager::fileNames(const fs::path& directory) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator entry(directory, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    std::error_code ignored;
+    if (entry->is_regular_file(ignored)) {
+      names.push_back(entry->path().filename().string());
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+Outcome PosixFileManager::remove(const fs::path& path) {
+  return outcome(path, calls_.unlink(path.c_str()) < 0 ? errno : 0);
+}
+
+}  // namespace vrel::system

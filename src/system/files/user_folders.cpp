@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/files/user_folders.h"
+
+#include <cstdlib>
+
+namespace vrel::system {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path environmentPath(const char* name) {
+  const char* const text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): before other threads, by contract
+  return text == nullptr ? fs::path() : fs::path(text);
+}
+
+fs::path inStateFolder(const fs::path& place) {
+  const auto folder = userFolder("XDG_STATE_HOME", fs::path(".local") / "state");
+  return folder.empty() ? fs::path() : folder / "vrel" / place;
+}
+
+}  // namespace
+
+fs::path userFolder(const char* variable, const fs::path& belowHome) {
+  if (const auto folder = environmentPath(variable); folder.is_absolute()) {
+    return folder;
+  }
+  const auto home = environmentPath("HOME");
+  return home.is_absolute() ? home / belowHome : fs::path();
+}
+
+fs::path userRecentFilesPath() {
+  return inStateFolder("recent_setlists.json");
+}
+
+fs::path userCopiesFolder() {
+  return inStateFolder("copies");
+}
+
+}  // namespace vrel::system

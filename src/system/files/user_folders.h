@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+
+// Where the program keeps what belongs to the user, as the environment tells it. Empty where it tells nothing. To be
+// asked before other threads are started.
+
+namespace vrel::system {
+
+/// The folder that `variable` names, and without it `belowHome` in the user's home. A relative one does not count, so
+/// that nothing depends on the working folder.
+[[nodiscard]] std::filesystem::path userFolder(const char* variable, const std::filesystem::path& belowHome);
+
+/// "vrel/recent_setlists.json" in the user's state folder. The folder is made by whoever installs the program, or with
+/// the first copy of a setlist.
+[[nodiscard]] std::filesystem::path userRecentFilesPath();
+
+/// "vrel/copies" in the user's state folder.
+[[nodiscard]] std::filesystem::path userCopiesFolder();
+
+}  // namespace vrel::system
