@@ -6,6 +6,7 @@
 
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
+#include "performance/key_name.h"
 #include "performance/performance_display.h"
 #include "platform/console_output.h"
 
@@ -16,7 +17,8 @@ Performer::Performer(const Collaborators& collaborators)
       builder_(with_.state, with_.engine, with_.console),
       songSwitch_({with_.state, with_.engine, with_.mainQueue, with_.clock, with_.console, selection_, builder_}),
       tempo_(with_.state, with_.engine, with_.clock),
-      midiLearn_(with_.state, with_.engine, tempo_) {
+      midiLearn_(with_.state, with_.engine, tempo_),
+      liveMode_({with_.state, with_.engine, songSwitch_, desktop_}) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   midiLearn_.listenToEngine();
   showPerformance(with_.state, with_.engine);
@@ -44,6 +46,23 @@ void Performer::act(const PanicStep& /*panic*/) {
 
 void Performer::act(const TapStep& /*tap*/) {
   tempo_.tapTempo();
+}
+
+void Performer::act(const LiveStep& live) {
+  if (live.isOn) {
+    liveMode_.setLiveMode(*live.isOn);
+  } else {
+    with_.console.print("'" + live.text + "' turns Live mode neither on nor off");
+  }
+}
+
+// Outside Live mode a key is for a text field, of which there is none here.
+void Performer::act(const KeyStep& key) {
+  if (const auto event = keyEventFromName(key.name)) {
+    (void)liveMode_.handleLiveKeyDown(*event);
+  } else {
+    with_.console.print("'key " + key.name + "' names no key");
+  }
 }
 
 }  // namespace vrel::render

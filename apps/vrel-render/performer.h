@@ -3,9 +3,11 @@
 
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
+#include "performance/live_mode.h"
 #include "performance/midi_learn.h"
 #include "performance/song_switch.h"
 #include "performance/tempo.h"
+#include "vrel-render/no_desktop.h"
 #include "vrel-render/show.h"
 
 namespace vrel {
@@ -44,6 +46,8 @@ class Performer {
   void act(const SongStep& song);
   void act(const PanicStep& panic);
   void act(const TapStep& tap);
+  void act(const LiveStep& live);
+  void act(const KeyStep& key);
 
   Collaborators with_;
   ConsoleSelection selection_;
@@ -51,6 +55,8 @@ class Performer {
   SongSwitch songSwitch_;
   Tempo tempo_;
   MidiLearn midiLearn_;
+  NoDesktop desktop_;
+  LiveMode liveMode_;
 };
 
 }  // namespace vrel::render

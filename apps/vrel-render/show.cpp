@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel-render/show.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace vrel::render {
 namespace {
@@ -27,19 +29,33 @@ std::optional<std::uint32_t> indexIn(std::string_view text) {
   return index;
 }
 
-std::optional<ShowStep> stepOf(double seconds, const MidiFileText& marker) {
-  const std::string_view text = trimmed(marker.text);
+std::optional<bool> switchPositionIn(std::string_view text) {
+  if (text == "on" || text == "off") {
+    return text == "on";
+  }
+  return std::nullopt;
+}
+
+std::optional<ShowAction> actionOf(std::string_view text) {
+  const std::size_t end = std::min(text.find_first_of(blanks), text.size());
+  const std::string_view word = text.substr(0, end);
+  const std::string_view rest = trimmed(text.substr(end));
+  if (word == "song") {
+    return SongStep{indexIn(rest), std::string(text)};
+  }
+  if (word == "live") {
+    return LiveStep{switchPositionIn(rest), std::string(text)};
+  }
+  if (word == "key") {
+    return KeyStep{std::string(rest)};
+  }
   if (text == "panic") {
-    return ShowStep{seconds, PanicStep{}};
+    return PanicStep{};
   }
   if (text == "tap") {
-    return ShowStep{seconds, TapStep{}};
+    return TapStep{};
   }
-  constexpr std::string_view song = "song";
-  if (!text.starts_with(song) || (text != song && blanks.find(text[song.size()]) == std::string_view::npos)) {
-    return std::nullopt;
-  }
-  return ShowStep{seconds, SongStep{indexIn(trimmed(text.substr(song.size()))), std::string(text)}};
+  return std::nullopt;
 }
 
 }  // namespace
@@ -50,8 +66,8 @@ std::vector<ShowStep> showSteps(const MidiFile& file) {
     if (const auto* message = std::get_if<MidiFileMessage>(&event.content)) {
       steps.push_back({event.seconds, *message});
     } else if (const auto* text = std::get_if<MidiFileText>(&event.content)) {
-      if (auto step = stepOf(event.seconds, *text)) {
-        steps.push_back(std::move(*step));
+      if (auto action = actionOf(trimmed(text->text))) {
+        steps.push_back({event.seconds, std::move(*action)});
       }
     }
   }

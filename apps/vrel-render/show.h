@@ -29,7 +29,22 @@ struct TapStep {
   bool operator==(const TapStep&) const = default;
 };
 
-using ShowAction = std::variant<MidiFileMessage, SongStep, PanicStep, TapStep>;
+/// The switch of Live mode; no position where the text names none.
+struct LiveStep {
+  std::optional<bool> isOn{};
+  std::string text{};
+
+  bool operator==(const LiveStep&) const = default;
+};
+
+/// A press of a key of the computer's keyboard.
+struct KeyStep {
+  std::string name{};  // as `keyEventFromName` knows it
+
+  bool operator==(const KeyStep&) const = default;
+};
+
+using ShowAction = std::variant<MidiFileMessage, SongStep, PanicStep, TapStep, LiveStep, KeyStep>;
 
 /// What the performer does at one moment.
 struct ShowStep {
@@ -39,8 +54,8 @@ struct ShowStep {
   bool operator==(const ShowStep&) const = default;
 };
 
-/// The steps of a performance, in the file's order. Texts and markers other than `song ...`, `panic` and `tap` are
-/// passed over.
+/// The steps of a performance, in the file's order. Texts and markers that begin with none of the words `song`,
+/// `panic`, `tap`, `live` and `key` are passed over.
 [[nodiscard]] std::vector<ShowStep> showSteps(const MidiFile& file);
 
 }  // namespace vrel::render

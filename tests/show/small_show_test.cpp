@@ -239,6 +239,38 @@ TEST_F(SmallShow, TapsSetTheTempoOfTheSong) {
   EXPECT_EQ(eventsOfKind("dirty"), (Events{dirty(0.5, true), dirty(0.7, false)}));
 }
 
+TEST_F(SmallShow, TheKeysOfLiveModeActOnlyWhileItIsOn) {
+  const auto three = songOf("One", {stripOf("A", sine), stripOf("B", sine), stripOf("C", sine)});
+  MidiFileMaker show;
+  show.marker(100, "key 1").marker(100, "key down");
+  show.marker(200, "live on").marker(300, "key 1").marker(400, "key cmd+2").marker(500, "key 0");
+  show.message(600, {0x90, 60, 100}).marker(700, "key 0").marker(900, "key cmd+3");
+  show.marker(1100, "key cmd+3").marker(1300, "key space").marker(1400, "key down").marker(1500, "key down");
+  show.marker(1600, "live off").marker(1700, "key up");
+  play(setlistOf({three, songOf("Two", {})}), show, {"--tail", "0.1", "--save", at("saved.vrel")});
+  EXPECT_EQ(eventsOfKind("song"), (Events{song(0, 0), song(1.4, 1), song(1.5, 1)}));
+  const auto saved = readSetlist(read("saved.vrel"));
+  ASSERT_TRUE(saved.ok());
+  const auto& channels = saved.value().songs[0].channels;
+  EXPECT_TRUE(channels[0].mute);
+  for (const auto& channel : channels) {
+    EXPECT_FALSE(channel.solo) << "the second press has taken it back";
+  }
+  const auto played = sound();
+  EXPECT_LT(played.rmsDecibels(30000, 33000), -80) << "the master is muted";
+  EXPECT_GT(played.rmsDecibels(36000, 40000), -20);
+  EXPECT_LT(played.rmsDecibels(64000, 66000), -80) << "panic";
+}
+
+TEST_F(SmallShow, AMarkerThatNamesNoKeyIsToldAndTheShowGoesOn) {
+  MidiFileMaker show;
+  show.marker(0, "live maybe").marker(0, "key f5").marker(10, "tap").marker(20, "live on").marker(30, "key p");
+  const auto run = play(setlistOf({songOf("One", {stripOf("Sine", sine)})}), show, {"--tail", "0.1"});
+  EXPECT_NE(run.output.find("'live maybe' turns Live mode neither on nor off"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("'key f5' names no key"), std::string::npos) << run.output;
+  EXPECT_EQ(eventsOfKind("midi").size(), 2 + 192U);
+}
+
 TEST_F(SmallShow, AMarkerThatNamesNoSongIsToldAndTheShowGoesOn) {
   MidiFileMaker show;
   show.marker(0, "song 7").marker(10, "song x").marker(20, "Verse").message(30, {0x90, 60, 100});

@@ -7,12 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "document/app_state.h"
-#include "performance/channel_builder.h"
-#include "performance/console_selection.h"
-#include "performance/song_switch.h"
-#include "simulation/simulated_file_manager.h"
-#include "simulation/simulated_user_defaults.h"
+#include "support/session_on.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -30,9 +25,9 @@ inline ChannelConfig record(const std::string& name, const std::string& path,
 }
 
 /// A session with a song switch on a simulated machine that has a piano, an organ and a chorus.
-class SimulatedSession : public SimulatedStage {
+class SimulatedSession : public SimulatedStage, protected SessionOn {
  protected:
-  SimulatedSession() {
+  SimulatedSession() : SessionOn(*engine, mainQueue, clock, console) {
     state.scannedPlugins.set({piano, organ});
     state.scannedAudioEffectPlugins.set({chorus});
     files.placeDirectory(state.recentFilesPath.parent_path());
@@ -70,21 +65,6 @@ class SimulatedSession : public SimulatedStage {
   static const Events& eventsOf(const AudioChannel& channel) {
     return dynamic_cast<simulation::ScriptedInstrument&>(*channel.instrumentNode.get()).events;
   }
-
-  class NoComponents : public AVAudioUnitComponentManager {
-    std::vector<AVAudioUnitComponent> componentsMatchingDescription(
-        const AudioComponentDescription& /*sought*/) override {
-      return {};
-    }
-  };
-
-  simulation::SimulatedUserDefaults defaults;
-  NoComponents components;
-  simulation::SimulatedFileManager files;
-  AppState state{{defaults, components, mainQueue, console, files}, "/home/me/recent_setlists.json"};
-  ConsoleSelection selection;
-  ChannelBuilder builder{state, *engine, console};
-  SongSwitch songSwitch{{state, *engine, mainQueue, clock, console, selection, builder}};
 };
 
 }  // namespace vrel

@@ -40,6 +40,22 @@ TEST(Show, AMarkerTapsTheTempo) {
   EXPECT_EQ(stepsOf({text(0.5, "tap"), text(1, " tap ")}), (std::vector<ShowStep>{{0.5, TapStep{}}, {1, TapStep{}}}));
 }
 
+TEST(Show, MarkersSwitchLiveModeAndPressKeys) {
+  EXPECT_EQ(stepsOf({text(0, "live on"), text(1, "live  off"), text(2, "key p"), text(3, " key cmd+3\n")}),
+            (std::vector<ShowStep>{{0, LiveStep{true, "live on"}},
+                                   {1, LiveStep{false, "live  off"}},
+                                   {2, KeyStep{"p"}},
+                                   {3, KeyStep{"cmd+3"}}}));
+}
+
+TEST(Show, WhatLiveModeCanNotFollowIsKeptToBeTold) {
+  for (const char* words : {"live", "live maybe", "live on off", "live ON"}) {
+    EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, LiveStep{std::nullopt, words}}})) << words;
+  }
+  EXPECT_EQ(stepsOf({text(1, "key"), text(1, "key no such")}),
+            (std::vector<ShowStep>{{1, KeyStep{""}}, {1, KeyStep{"no such"}}}));
+}
+
 TEST(Show, ASongThatIsNoNumberIsKeptToBeTold) {
   for (const char* words : {"song", "song x", "song -1", "song 1.5", "song 1 2", "song 99999999999"}) {
     EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, SongStep{std::nullopt, words}}})) << words;
@@ -48,7 +64,8 @@ TEST(Show, ASongThatIsNoNumberIsKeptToBeTold) {
 
 TEST(Show, OtherTextsArePassedOver) {
   EXPECT_TRUE(stepsOf({text(0, ""), text(0, "Verse"), text(0, "songbird 1"), text(0, "panic!"), text(0, "Song 1"),
-                       text(0, "taps"), text(0, "PANIC"), text(0, " ")})
+                       text(0, "taps"), text(0, "lively on"), text(0, "keys p"), text(0, "panic now"), text(0, "tap 2"),
+                       text(0, "PANIC"), text(0, " ")})
                   .empty());
 }
 

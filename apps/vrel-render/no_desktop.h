@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "platform/desktop.h"
+
+namespace vrel::render {
+
+/// The desktop of a program without one: no screen, no control has the caret, and every question is sent away.
+class NoDesktop final : public Desktop {
+ public:
+  std::optional<std::size_t> runModal(const NSAlert& /*alert*/) override { return std::nullopt; }
+  std::optional<std::filesystem::path> runModal(const NSOpenPanel& /*panel*/) override { return std::nullopt; }
+  std::optional<std::filesystem::path> runModal(const NSSavePanel& /*panel*/) override { return std::nullopt; }
+  std::vector<NSScreen> screens() override { return {}; }
+  void makeNothingFirstResponder() override {}
+  void replyToApplicationShouldTerminate(bool /*shouldTerminate*/) override {}
+};
+
+}  // namespace vrel::render
