@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What a song switch costs the main thread, beside the plug-ins' states alone, and for how many blocks nothing sounds.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "performance/switch_stage.h"
+#include "system/audio/paced_null_device.h"
+
+namespace vrel::bench {
+namespace {
+
+using audio::bench::Clock;
+using audio::bench::median;
+using audio::bench::microsecondsSince;
+
+/// All states on stage captured, and put back: what no switch can do without.
+double microsecondsOfStates(SwitchStage& stage) {
+  auto& states = stage.engine->pluginState();
+  const auto begin = Clock::now();
+  for (const auto& channel : stage.engine->channels()) {
+    auto& unit = dynamic_cast<AVAudioUnit&>(*channel->instrumentNode.get()).auAudioUnit();
+    const auto captured = states.capturePluginState(*channel);
+    if (const auto state = states.decodePluginState(captured)) {
+      unit.setFullStateForDocument(*state);
+    }
+    for (const auto& slot : states.captureEffectSlots(*channel)) {
+      if (const auto state = states.decodePluginState(slot.stateBase64)) {
+        dynamic_cast<AVAudioUnit&>(*channel->effectNodes.get().at(slot.id))
+            .auAudioUnit()
+            .setFullStateForDocument(*state);
+      }
+    }
+  }
+  return microsecondsSince(begin);
+}
+
+void switchInRealTime(benchmark::State& state) {
+  SoundWatch watch;
+  const auto device = std::make_shared<audio::PacedNullDevice>(
+      audio::bench::sampleRate, audio::bench::blockFrames,
+      [&watch](std::span<const float> left, std::span<const float> /*right*/) { watch.see(left.back()); });
+  SwitchStage stage(device, static_cast<std::size_t>(state.range(0)));
+  std::vector<double> passes;
+  std::vector<double> wholes;
+  std::vector<double> gaps;
+  std::vector<double> states;
+  for (auto _ : state) {
+    if (!stage.isPoolWarm()) {
+      state.SkipWithError("the pool is not warm");
+      break;
+    }
+    states.push_back(microsecondsOfStates(stage));
+    const auto silentBefore = watch.silentBlocks();
+    const auto begin = Clock::now();
+    stage.apply();
+    passes.push_back(microsecondsSince(begin));
+    stage.finish();
+    wholes.push_back(microsecondsSince(begin));
+    state.SetIterationTime(passes.back() * 1e-6);
+    stage.standStill();
+    const auto since = device->blocksPlayed();
+    while (!watch.isSounding() && device->blocksPlayed() < since + 1000) {
+      std::this_thread::yield();
+    }
+    gaps.push_back(static_cast<double>(watch.silentBlocks() - silentBefore));
+  }
+  if (!stage.trouble().empty() || !watch.isSounding()) {
+    state.SkipWithError(stage.trouble().empty() ? "no sound came back" : stage.trouble().front().c_str());
+    return;
+  }
+  state.counters["pass_ms"] = median(passes) / 1000;
+  state.counters["worst_pass_ms"] = *std::max_element(passes.begin(), passes.end()) / 1000;
+  state.counters["pass_over_states"] = median(passes) / median(states);
+  state.counters["silent_blocks"] = median(gaps);
+  state.counters["most_silent_blocks"] = *std::max_element(gaps.begin(), gaps.end());
+  state.counters["complete_ms"] = median(wholes) / 1000;
+}
+BENCHMARK(switchInRealTime)
+    ->Name("Switch/InRealTime")
+    ->ArgName("strips")
+    ->Arg(16)
+    ->Iterations(50)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+/// One show of each size, switched in turns, so that whatever else the machine does meets all.
+void passAsStripsGrow(benchmark::State& state) {
+  constexpr std::array<std::size_t, 6> sizes{1, 2, 4, 8, 16, 32};
+  std::vector<std::unique_ptr<SwitchStage>> stages;
+  for (const auto size : sizes) {
+    stages.push_back(std::make_unique<SwitchStage>(std::make_shared<audio::bench::ManualDevice>(), size));
+  }
+  std::map<std::size_t, std::vector<double>> perStrip;
+  for (auto _ : state) {
+    for (std::size_t index = 0; index < sizes.size(); ++index) {
+      const auto begin = Clock::now();
+      stages[index]->apply();
+      perStrip[sizes[index]].push_back(microsecondsSince(begin) / static_cast<double>(sizes[index]));
+      stages[index]->standStill();
+    }
+  }
+  for (const auto size : sizes) {
+    state.counters["us_per_strip_of_" + std::to_string(size)] = median(perStrip[size]);
+  }
+  state.counters["of_16_over_4"] = median(perStrip[16]) / median(perStrip[4]);
+  state.counters["of_32_over_8"] = median(perStrip[32]) / median(perStrip[8]);
+}
+BENCHMARK(passAsStripsGrow)->Name("Switch/PassAsStripsGrow")->Iterations(50)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace vrel::bench
