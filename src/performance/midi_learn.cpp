@@ -267,7 +267,7 @@ bool MidiLearn::holdsAnyPlugin() const {
 AudioChannel* MidiLearn::channelAt(const MidiControlTarget& target) const {
   const auto& channels = engine_.channels();
   const auto index = target.channelIndex;
-  if (!index || *index < 0 || static_cast<std::size_t>(*index) >= channels.size()) {
+  if (!index || static_cast<std::uint64_t>(*index) >= channels.size()) {  // of a negative one, too
     return nullptr;
   }
   return channels[static_cast<std::size_t>(*index)].get();

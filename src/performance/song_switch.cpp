@@ -104,7 +104,7 @@ void SongSwitch::takeOver(const SongConfig& song) {
 void SongSwitch::sendToInstruments(std::uint8_t status) {
   for (const auto& channel : with_.engine.channels()) {
     if (auto* instrument = channel->midiInstrument()) {
-      instrument->sendMIDIEvent(status, 0, 0);
+      instrument->sendMIDIEvent(status, 0);
     }
   }
 }
@@ -126,7 +126,7 @@ void SongSwitch::buildChannel(const ChannelConfig& record, const Uuid& token) {
 void SongSwitch::restoreMasterEffects(const std::vector<AudioPluginSlot>& slots, const Uuid& token) {
   with_.builder.restoreEffects(with_.engine.masterChannel(), slots,
                                [this, life = life_.watch(), loads = loadsOf(slots), token] {
-                                 if (life.isAlive()) {
+                                 if (life.isAlive() && with_.state.songSwitchLoadToken.get() == token) {
                                    with_.engine.chains().rebuildMasterEffectChain(true);
                                    completeLoads(loads, token);
                                  }
@@ -173,8 +173,8 @@ void SongSwitch::finishSongSwitchIfReady(const Uuid& token) {
   with_.engine.musicalContext().songSwitchEnded();
   for (const auto& channel : with_.engine.channels()) {
     if (auto* instrument = channel->midiInstrument()) {
-      instrument->sendMIDIEvent(midiStop, 0, 0);
-      instrument->sendMIDIEvent(midiStart, 0, 0);
+      instrument->sendMIDIEvent(midiStop, 0);
+      instrument->sendMIDIEvent(midiStart, 0);
     }
   }
   constexpr double millisecondsPerSecond = 1000.0;

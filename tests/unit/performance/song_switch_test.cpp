@@ -326,6 +326,46 @@ TEST_F(Switch, LateAnswersOfAnEarlierSwitchCountForNothing) {
   EXPECT_FALSE(state.songSwitchInProgress.get());
 }
 
+TEST_F(Switch, AnEffectOfTheMasterThatComesForAnEarlierSongStopsNoSound) {
+  addSong("One", {});
+  addSong("Two", {});
+  changeSong(0, [](SongConfig& song) { song.masterEffectSlots.emplace_back().pluginPath = chorusKey; });
+  songSwitch.applySong(0);
+  songSwitch.applySong(1);
+  settle();
+  const auto record = graph().record;
+  answerAll();
+  EXPECT_EQ(graph().record, record);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, ASongWithNoPluginsLeavesTheModalOfTheOneBeforeToItsTimeout) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Free", {});
+  songSwitch.applySong(0);
+  songSwitch.applySong(1);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+  EXPECT_TRUE(state.showLoadingModal.get());
+  answerAll();
+  EXPECT_EQ(state.remainingLoadsCount.get(), 1);
+  mainQueue.advance(31);
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(console.lines, (Lines{"Audio unit loading timed out after 30 seconds"}));
+}
+
+TEST_F(Switch, AFileThatCannotBeReadEndsItsLoadAndKeepsItsEffects) {
+  addSong("One", {record("Track", "internal:playback", {chorusKey})});
+  songSwitch.applySong(0);
+  EXPECT_EQ(state.totalLoadsCount.get(), 2);
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 1);
+  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  ASSERT_EQ(console.lines.size(), 1U);
+  EXPECT_THAT(console.lines[0], testing::StartsWith("Failed to load playback file: "));
+  answerAll();
+  EXPECT_EQ(strip(0).effectNodes.get().size(), 1U);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
 TEST_F(Switch, TheMastersVolumeAndMuteStayAcrossSongs) {
   addSong("One", {});
   addSong("Two", {});
