@@ -25,6 +25,7 @@ ContentView::ContentView(const Collaborators& collaborators)
       setlistFiles_(
           {with_.appState, with_.audioEngine, songSwitch_, with_.files, with_.desktop, with_.console, copies_}) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
+  liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   observeMenus();
 }
 
