@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A line of text that somebody else holds. It follows `echo` except while a person types in it: what is typed comes back late,
+// through another thread, and must not overwrite what was typed since.
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+TextField {
+    id: field
+
+    required property string spokenName
+    property string echo
+    property bool followsEcho: true
+    property bool isEditing
+
+    signal typed(string text)
+
+    function follow(): void {
+        isEditing = false;
+        if (followsEcho && text !== echo) {
+            text = echo;
+            cursorPosition = 0;
+        }
+    }
+
+    implicitHeight: Theme.touch
+    leftPadding: Theme.gap
+    rightPadding: Theme.gap
+    color: Theme.ink
+    placeholderTextColor: Theme.quietInk
+    selectionColor: Theme.teal
+    selectedTextColor: Theme.darkInk
+    font.pixelSize: Theme.bodyText
+    selectByMouse: true
+    verticalAlignment: TextInput.AlignVCenter
+
+    Accessible.role: Accessible.EditableText
+    Accessible.name: spokenName
+
+    Component.onCompleted: follow()
+    onEchoChanged: if (!isEditing) follow()
+    onTextEdited: {
+        isEditing = true;
+        typed(text);
+    }
+    onActiveFocusChanged: {
+        if (!activeFocus) {
+            cursorPosition = 0;
+            settle.restart();
+        }
+    }
+
+    background: Rectangle {
+        color: Theme.well
+        radius: Theme.radius
+        border.width: field.activeFocus ? 2 : 1
+        border.color: field.activeFocus ? Theme.teal : Theme.line
+    }
+
+    // The last letter's echo is still on its way when the caret leaves.
+    Timer {
+        id: settle
+
+        interval: 300
+        onTriggered: if (!field.activeFocus) field.follow()
+    }
+}

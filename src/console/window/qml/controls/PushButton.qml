@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A button of the console: a flat field with one word, large enough for a finger.
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+AbstractButton {
+    id: button
+
+    property color fill: Theme.raised
+    property color ink: Theme.inkOn(fill)
+    property color edge: Theme.line
+    property int edgeWidth: 1
+    property int textSize: Theme.bodyText
+    property string spokenName: text
+    property bool isOffered: true
+
+    implicitWidth: Math.max(Theme.touch, implicitContentWidth + 2 * Theme.gap)
+    implicitHeight: Theme.touch
+    enabled: isOffered
+    opacity: isOffered ? 1 : 0.4
+
+    Accessible.role: Accessible.Button
+    Accessible.name: spokenName
+    Accessible.onPressAction: button.clicked()
+
+    background: Rectangle {
+        color: button.down ? Qt.lighter(button.fill, 1.35) : button.fill
+        radius: Theme.radius
+        border.width: button.visualFocus ? 3 : button.edgeWidth
+        border.color: button.visualFocus ? Theme.teal : button.edge
+    }
+
+    contentItem: Text {
+        text: button.text
+        color: button.ink
+        font.pixelSize: button.textSize
+        font.bold: true
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 11
+        wrapMode: Text.WordWrap
+        elide: Text.ElideRight
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+    }
+}

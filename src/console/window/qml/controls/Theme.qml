@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The colours and sizes of the console: near black, so that nothing glares on a dark stage, with few bright fields for
+// what must be found at once.
+pragma Singleton
+
+import QtQuick
+
+QtObject {
+    readonly property color background: "#08090b"
+    readonly property color panel: "#121417"
+    readonly property color raised: "#24272c"
+    readonly property color well: "#0b0c0e"
+    readonly property color line: "#383d44"
+    readonly property color ink: "#f4f5f7"
+    readonly property color quietInk: "#aeb4bd"
+    readonly property color darkInk: "#000000"
+
+    readonly property color accent: Qt.rgba(1, 1 / 3, 0, 1)
+    readonly property color teal: Qt.rgba(0, 194 / 255, 194 / 255, 1)
+    readonly property color live: Qt.rgba(180 / 255, 40 / 255, 40 / 255, 1)
+    readonly property color edit: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
+    readonly property color panic: "#e3121f"
+    readonly property color warning: "#ffcc1f"
+    readonly property color ready: "#35d05a"
+    readonly property color muteLit: "#c22f16"
+    readonly property color soloLit: "#0b7f8a"
+    readonly property color litInk: Qt.rgba(220 / 255, 220 / 255, 220 / 255, 1)
+    readonly property color learnable: Qt.rgba(1, 0.5, 0, 1)
+    readonly property color learning: Qt.rgba(0, 1, 1, 1)
+
+    readonly property int touch: 48
+    readonly property int dragDistance: 8
+    readonly property int gap: 8
+    readonly property int radius: 6
+    readonly property int song: 60
+    readonly property int strip: 132
+    readonly property int masterInEdit: 120
+    readonly property int masterInLive: 97
+
+    readonly property int smallText: 14
+    readonly property int bodyText: 17
+    readonly property int strongText: 21
+    readonly property int songText: 26
+    readonly property int tempoText: 44
+
+    // Words on a field of this colour: dark on a bright one, light on a dark one.
+    function inkOn(field: color): color {
+        return field.r * 0.3 + field.g * 0.59 + field.b * 0.11 > 0.45 ? darkInk : ink;
+    }
+
+    // A colour that says that something has failed.
+    function isAlarm(sign: color): bool {
+        return sign.r > 0.6 && sign.g < 0.4 && sign.b < 0.4;
+    }
+
+    function faded(sign: color, opacity: real): color {
+        return Qt.rgba(sign.r, sign.g, sign.b, opacity);
+    }
+}

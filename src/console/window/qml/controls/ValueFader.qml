@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A level from 0 to 1. The place of the finger is the level: no relative drag, no threshold. While it is held it shows the finger,
+// not the echo of the logic, and one finger on each of several faders is fine.
+import QtQuick
+import Vrel.Console
+
+Item {
+    id: fader
+
+    required property string spokenName
+    property real value
+    property string valueText
+    property color color: Theme.teal
+    property LearnTarget learn: null
+
+    readonly property bool isHeld: touch.isHeld
+    readonly property real shownValue: isHeld || settle.running ? touch.heldValue : value
+    readonly property real minimumValue: 0
+    readonly property real maximumValue: 1
+    readonly property real stepSize: 0.02
+
+    signal moved(real value)
+
+    function put(level: real): void {
+        const limited = Math.min(1, Math.max(0, level));
+        touch.heldValue = limited;
+        settle.restart();
+        moved(limited);
+    }
+
+    implicitWidth: Theme.touch
+    implicitHeight: 100
+    activeFocusOnTab: true
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: spokenName
+    Accessible.description: valueText
+    Accessible.focusable: true
+    Accessible.onIncreaseAction: fader.put(fader.shownValue + fader.stepSize)
+    Accessible.onDecreaseAction: fader.put(fader.shownValue - fader.stepSize)
+    Accessible.onPressAction: if (fader.learn) fader.learn.claims()
+
+    Keys.onUpPressed: put(shownValue + stepSize)
+    Keys.onDownPressed: put(shownValue - stepSize)
+    onValueChanged: if (Math.abs(value - touch.heldValue) < 0.001) settle.stop()
+
+    Rectangle {
+        anchors.fill: parent
+        color: Qt.rgba(28 / 255, 28 / 255, 28 / 255, 1)
+        border.width: fader.activeFocus ? 2 : 1
+        border.color: fader.activeFocus ? Theme.teal : Qt.rgba(40 / 255, 40 / 255, 40 / 255, 1)
+        radius: 3
+    }
+
+    Rectangle {
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+            margins: 2
+        }
+        height: Math.max(0, fader.shownValue * (fader.height - 4))
+        color: Theme.faded(fader.color, 0.75)
+        radius: 2
+    }
+
+    Rectangle {
+        x: 0
+        y: Math.min(fader.height - height, Math.max(0, (1 - fader.shownValue) * fader.height - height / 2))
+        width: fader.width
+        height: 6
+        radius: 2
+        color: fader.isHeld ? Theme.ink : Qt.lighter(fader.color, 1.5)
+    }
+
+    MultiPointTouchArea {
+        id: touch
+
+        property bool isHeld
+        property real heldValue
+
+        function follow(): void {
+            if (isHeld && height > 0)
+                fader.put(1 - finger.y / height);
+        }
+
+        anchors.fill: parent
+        maximumTouchPoints: 1
+        touchPoints: TouchPoint {
+            id: finger
+        }
+        onPressed: {
+            if (fader.learn && fader.learn.claims())
+                return;
+            heldValue = fader.value;
+            isHeld = true;
+            follow();
+        }
+        onUpdated: follow()
+        onReleased: isHeld = false
+        onCanceled: isHeld = false
+    }
+
+    // What was put last stays shown until its echo comes.
+    Timer {
+        id: settle
+
+        interval: 400
+    }
+}

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Covers the window while instruments load.
+import QtQuick
+import QtQuick.Layouts
+import Vrel.Console
+
+ModalShade {
+    id: modal
+
+    required property ConsoleModel desk
+
+    readonly property real progress: desk.session.loadingProgress
+
+    objectName: "loadingModal"
+    visible: desk.session.showLoading
+    darkness: 0.7
+
+    Accessible.role: Accessible.Dialog
+    Accessible.name: desk.session.loadingMessage
+
+    Panel {
+        anchors.centerIn: parent
+        width: Math.min(620, parent.width - 64)
+        height: body.implicitHeight + 48
+        border.width: 2
+        border.color: Theme.teal
+
+        ColumnLayout {
+            id: body
+
+            anchors.fill: parent
+            anchors.margins: 24
+            spacing: 18
+
+            Text {
+                Layout.fillWidth: true
+                text: modal.desk.session.loadingMessage
+                color: Theme.ink
+                font.pixelSize: Theme.songText
+                font.bold: true
+                wrapMode: Text.Wrap
+                horizontalAlignment: Text.AlignHCenter
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+
+            Rectangle {
+                objectName: "loadingBar"
+                Layout.fillWidth: true
+                implicitHeight: 16
+                radius: 8
+                color: Theme.well
+                border.width: 1
+                border.color: Theme.line
+                visible: modal.progress >= 0
+
+                Accessible.role: Accessible.ProgressBar
+                Accessible.name: modal.desk.session.loadingMessage
+
+                Rectangle {
+                    width: Math.min(1, Math.max(0, modal.progress)) * parent.width
+                    height: parent.height
+                    radius: 8
+                    color: Theme.teal
+                }
+            }
+
+            Text {
+                objectName: "loadingCounters"
+                Layout.fillWidth: true
+                text: modal.desk.session.remainingLoads + " / " + modal.desk.session.totalLoads
+                color: Theme.quietInk
+                font.pixelSize: Theme.strongText
+                font.bold: true
+                horizontalAlignment: Text.AlignHCenter
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+    }
+}

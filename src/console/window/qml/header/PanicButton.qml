@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Silences everything. Acts when it is touched, not when it is let go.
+import QtQuick
+import Vrel.Console
+
+PushButton {
+    id: panic
+
+    required property ConsoleModel desk
+
+    function act(): void {
+        if (!learn.claims())
+            desk.commands.panic();
+    }
+
+    objectName: "panicButton"
+    implicitWidth: 160
+    text: desk.texts.panic
+    textSize: 30
+    fill: Theme.panic
+    ink: Theme.ink
+    edge: Theme.ink
+    edgeWidth: 3
+    onPressed: act()
+    Accessible.onPressAction: act()
+
+    LearnTarget {
+        id: learn
+
+        desk: panic.desk
+        word: "panic"
+    }
+}

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The menu bar, made from the description that the logic gives. A new description waits while a menu is open: the line under the
+// finger must not be taken away.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+MenuBar {
+    id: bar
+
+    required property ConsoleModel desk
+
+    readonly property var given: desk.menuBar.menus
+    property var shown: []
+    property int openMenus
+
+    function takeUp(): void {
+        if (openMenus === 0 && given)
+            shown = given;
+    }
+
+    objectName: "menuBar"
+    onGivenChanged: takeUp()
+    Component.onCompleted: takeUp()
+
+    Accessible.role: Accessible.MenuBar
+
+    background: Rectangle {
+        color: Theme.panel
+    }
+
+    delegate: MenuBarItem {
+        id: title
+
+        readonly property TitleMenu titleMenu: menu as TitleMenu
+
+        objectName: titleMenu ? "menu" + titleMenu.place : ""
+        implicitHeight: 44
+        leftPadding: 16
+        rightPadding: 16
+        Accessible.role: Accessible.MenuItem
+        Accessible.name: text
+        Accessible.onPressAction: title.triggered()
+
+        background: Rectangle {
+            color: title.highlighted || title.down ? Theme.raised : "transparent"
+        }
+        contentItem: Text {
+            text: title.text
+            color: Theme.ink
+            font.pixelSize: Theme.bodyText
+            verticalAlignment: Text.AlignVCenter
+        }
+    }
+
+    // As many menus as there are; a menu whose words or lines change stays.
+    Instantiator {
+        model: bar.shown.length
+
+        delegate: TitleMenu {
+            required property int index
+
+            desk: bar.desk
+            place: index
+            title: bar.shown[index] ? bar.shown[index].title : ""
+            items: bar.shown[index] ? bar.shown[index].items : []
+            onVisibleChanged: {
+                bar.openMenus += visible ? 1 : -1;
+                settle.restart();
+            }
+        }
+        onObjectAdded: (index, object) => bar.insertMenu(index, object as Menu)
+        onObjectRemoved: (index, object) => bar.removeMenu(object as Menu)
+    }
+
+    Timer {
+        id: settle
+
+        interval: 1
+        onTriggered: bar.takeUp()
+    }
+}

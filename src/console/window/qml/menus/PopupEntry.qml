@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One line of a menu: its check mark, its words and its keys.
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vrel.Console
+
+MenuItem {
+    id: entry
+
+    property string keys
+
+    readonly property color paint: highlighted && enabled ? Theme.darkInk : enabled ? Theme.ink : Theme.faded(Theme.quietInk, 0.55)
+
+    implicitHeight: Theme.touch
+
+    Accessible.role: Accessible.MenuItem
+    Accessible.name: text
+    Accessible.checkable: checkable
+    Accessible.checked: checked
+    Accessible.onPressAction: entry.triggered()
+
+    background: Rectangle {
+        color: entry.highlighted && entry.enabled ? Theme.accent : "transparent"
+        radius: 4
+    }
+    indicator: Text {
+        x: 12
+        anchors.verticalCenter: parent.verticalCenter
+        visible: entry.checkable && entry.checked
+        text: "\u2713"
+        color: entry.paint
+        font.pixelSize: Theme.strongText
+        font.bold: true
+    }
+    arrow: Text {
+        x: entry.width - width - 12
+        anchors.verticalCenter: parent.verticalCenter
+        visible: entry.subMenu !== null
+        text: "\u203a"
+        color: entry.paint
+        font.pixelSize: Theme.songText
+    }
+    contentItem: RowLayout {
+        spacing: 16
+
+        Text {
+            Layout.fillWidth: true
+            Layout.leftMargin: 32
+            text: entry.text
+            color: entry.paint
+            font.pixelSize: Theme.bodyText
+            elide: Text.ElideRight
+        }
+        Text {
+            Layout.rightMargin: entry.subMenu ? 24 : 8
+            text: entry.keys
+            color: entry.paint
+            font.pixelSize: Theme.smallText
+        }
+    }
+}

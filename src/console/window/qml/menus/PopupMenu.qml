@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A menu of the console. It is modal, so that the press that sends it away does nothing else.
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+Menu {
+    id: menu
+
+    modal: true
+    dim: false
+    margins: 4
+    padding: 4
+    implicitWidth: 330
+    overlap: 0
+
+    delegate: PopupEntry {}
+
+    background: Rectangle {
+        color: Theme.raised
+        radius: Theme.radius
+        border.width: 1
+        border.color: Theme.quietInk
+    }
+}

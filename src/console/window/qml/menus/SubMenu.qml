@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A menu within a menu. There is no third level.
+import QtQuick
+import Vrel.Console
+
+PopupMenu {
+    id: menu
+
+    required property ConsoleModel desk
+    required property var items
+
+    MenuFiller {
+        desk: menu.desk
+        menu: menu
+        items: menu.items
+    }
+}

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Puts one more song at the end of the setlist.
+import QtQuick
+import QtQuick.Layouts
+import Vrel.Console
+
+RowLayout {
+    id: row
+
+    required property ConsoleModel desk
+
+    function add(): void {
+        if (name.text === "")
+            return;
+        desk.commands.addSong(name.text);
+        name.clear();
+    }
+
+    spacing: Theme.gap
+
+    EntryField {
+        id: name
+
+        objectName: "newSongField"
+        Layout.fillWidth: true
+        spokenName: row.desk.texts.addSong
+        placeholderText: row.desk.texts.addSong
+        readOnly: row.desk.session.isLive
+        followsEcho: false
+        onAccepted: row.add()
+    }
+    PushButton {
+        objectName: "addSongButton"
+        Layout.preferredWidth: 56
+        text: "+"
+        spokenName: row.desk.texts.addSong
+        textSize: 28
+        onClicked: row.add()
+    }
+}

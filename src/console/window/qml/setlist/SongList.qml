@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The rows of the songs, and the drag that puts them in another order. The order changes while the drag passes over rows; the
+// drop itself only ends it.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+ListView {
+    id: list
+
+    required property ConsoleModel desk
+
+    readonly property int selected: desk.session.selectedSongIndex
+
+    function idAt(row: int): string {
+        const item = list.itemAtIndex(row) as SongRow;
+        return item ? item.entry.songId : "";
+    }
+
+    function showSelected(): void {
+        if (selected < 0 || selected >= count || tracker.isDragging)
+            return;
+        // The songs before and after it are in sight, too.
+        positionViewAtIndex(Math.max(0, selected - 1), ListView.Contain);
+        positionViewAtIndex(Math.min(count - 1, selected + 1), ListView.Contain);
+        positionViewAtIndex(selected, ListView.Contain);
+    }
+
+    objectName: "songList"
+    clip: true
+    model: desk.songs
+    boundsBehavior: Flickable.StopAtBounds
+    keyNavigationEnabled: false
+    onSelectedChanged: showSelected()
+    onCountChanged: showSelected()
+    onHeightChanged: showSelected()
+
+    Accessible.role: Accessible.List
+    Accessible.name: desk.texts.setlist
+
+    ScrollBar.vertical: ScrollBar {
+        policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
+        width: 14
+    }
+
+    delegate: SongRow {
+        width: list.width - 16
+        desk: list.desk
+        isDragged: tracker.draggedId === entry.songId
+        onMenuWanted: menu.openFor(entry)
+    }
+
+    move: Transition {
+        NumberAnimation {
+            property: "y"
+            duration: 90
+        }
+    }
+    displaced: move
+
+    SongMenu {
+        id: menu
+
+        desk: list.desk
+    }
+
+    Text {
+        anchors.fill: parent
+        visible: list.count === 0
+        text: list.desk.texts.noSongs
+        color: Theme.quietInk
+        font.pixelSize: Theme.strongText
+        wrapMode: Text.WordWrap
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+    }
+
+    ReorderTracker {
+        id: tracker
+
+        count: list.count
+        rowLength: Theme.song
+        onBegan: id => list.desk.commands.dragSong(id)
+        onEntered: id => list.desk.commands.songDropEntered(id)
+        onExited: id => list.desk.commands.songDropExited(id)
+        onDropped: id => list.desk.commands.songDropped(id)
+    }
+
+    SongDragArea {
+        list: list
+        tracker: tracker
+        onTaken: row => tracker.begin(list.idAt(row))
+        onMovedOver: row => tracker.moveOver(list.idAt(row))
+    }
+}

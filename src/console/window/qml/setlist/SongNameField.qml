@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The name of a song while it is being changed. Return ends it, or a click on a row; losing the caret does not.
+import QtQuick
+import Vrel.Console
+
+EntryField {
+    id: field
+
+    required property ConsoleModel desk
+
+    objectName: "songNameField"
+    enabled: !desk.session.isLive
+    spokenName: desk.texts.renameSong
+    placeholderText: "Nombre de canción"
+    echo: desk.session.songNameDraft
+    font.pixelSize: Theme.songText
+    onTyped: text => desk.commands.setSongNameDraft(text)
+    onAccepted: desk.commands.commitSongRename()
+    Component.onCompleted: {
+        forceActiveFocus(Qt.OtherFocusReason);
+        selectAll();
+    }
+}

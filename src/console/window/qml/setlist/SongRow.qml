@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One song: its handle and its name. A click plays it from the list; a double click gives it another name.
+import QtQuick
+import Vrel.Console
+
+Rectangle {
+    id: row
+
+    required property ConsoleModel desk
+    required property MirrorObject entry
+    required property int index
+    property bool isDragged
+
+    readonly property bool isSelected: index === desk.session.selectedSongIndex
+    readonly property bool isEdited: entry.songId === desk.session.editingSongId
+    readonly property color ink: isSelected ? Theme.inkOn(Theme.accent) : Theme.ink
+
+    signal menuWanted
+
+    function showEditor(): void {
+        if (isEdited)
+            editor.setSource(Qt.resolvedUrl("SongNameField.qml"), {
+                "desk": desk
+            });
+        else
+            editor.setSource("");
+    }
+
+    function act(): void {
+        desk.commands.clickSong(index);
+    }
+
+    objectName: "songRow" + index
+    onIsEditedChanged: showEditor()
+    Component.onCompleted: showEditor()
+    height: Theme.song
+    z: isDragged ? 1 : 0
+    color: isSelected ? Theme.accent : press.containsPress ? Theme.raised : "transparent"
+    radius: Theme.radius
+    border.width: isDragged ? 3 : 0
+    border.color: Theme.teal
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: entry.name
+    Accessible.selected: isSelected
+    Accessible.selectable: true
+    Accessible.onPressAction: act()
+
+    Rectangle {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 1
+        color: Theme.raised
+        visible: !row.isSelected
+    }
+
+    DragGlyph {
+        objectName: "songHandle" + row.index
+        width: Theme.touch
+        height: row.height
+        color: row.isSelected ? row.ink : Theme.quietInk
+    }
+
+    MouseArea {
+        id: press
+
+        anchors.fill: parent
+        anchors.leftMargin: Theme.touch
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        onPressed: forceActiveFocus(Qt.MouseFocusReason)
+        onClicked: mouse => {
+            if (mouse.button === Qt.RightButton)
+                row.menuWanted();
+            else
+                row.act();
+        }
+        onDoubleClicked: mouse => {
+            if (mouse.button === Qt.LeftButton && !row.desk.session.isLive)
+                row.desk.commands.beginSongRename(row.entry.songId);
+        }
+        onPressAndHold: row.menuWanted()
+    }
+
+    Text {
+        objectName: "songName" + row.index
+        anchors.fill: parent
+        anchors.leftMargin: Theme.touch + 4
+        anchors.rightMargin: Theme.gap
+        visible: !row.isEdited
+        text: row.entry.name
+        color: row.ink
+        font.pixelSize: Theme.songText
+        font.bold: row.isSelected
+        elide: Text.ElideRight
+        verticalAlignment: Text.AlignVCenter
+    }
+
+    Loader {
+        id: editor
+
+        anchors.fill: parent
+        anchors.leftMargin: Theme.touch
+        anchors.rightMargin: 4
+        anchors.topMargin: 5
+        anchors.bottomMargin: 5
+    }
+}

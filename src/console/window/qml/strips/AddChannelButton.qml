@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import QtQuick
+import Vrel.Console
+
+Item {
+    id: place
+
+    required property ConsoleModel desk
+
+    width: Theme.strip
+
+    PushButton {
+        objectName: "addChannelButton"
+        anchors.fill: parent
+        anchors.rightMargin: Theme.gap
+        text: place.desk.texts.addChannel
+        textSize: Theme.strongText
+        fill: Theme.panel
+        isOffered: !place.desk.session.isLive
+        onClicked: place.desk.commands.addChannel()
+    }
+}

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One channel of the song on stage: which it is, how its instrument is, and what is heard of it.
+import QtQuick
+import QtQuick.Layouts
+import Vrel.Console
+
+Item {
+    id: strip
+
+    required property ConsoleModel desk
+    required property MirrorObject entry
+    required property int index
+    property bool isDragged
+
+    readonly property bool isFailed: Theme.isAlarm(entry.statusColor)
+
+    signal faderHeld(bool isHeld)
+    signal menuWanted
+    signal dragBegan
+    signal dragMoved(real x)
+    signal dragEnded
+
+    objectName: "strip" + index
+    width: Theme.strip
+    z: isDragged ? 1 : 0
+
+    Accessible.role: Accessible.Grouping
+    Accessible.name: entry.number + " " + entry.name
+    Accessible.description: entry.statusText
+    Accessible.selected: entry.isSelected
+    Accessible.selectable: true
+    Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
+
+    Rectangle {
+        id: plate
+
+        anchors.fill: parent
+        anchors.rightMargin: Theme.gap
+        radius: Theme.radius
+        color: strip.isFailed ? Qt.rgba(0.23, 0.02, 0.03, 1) : Theme.background
+        border.width: strip.isFailed || strip.isDragged ? 3 : strip.entry.isSelected ? 2 : 1
+        border.color: strip.isDragged ? Theme.teal : strip.isFailed ? Theme.panic : strip.entry.isSelected ? Theme.ink : Theme.raised
+
+        MouseArea {
+            anchors.fill: parent
+            acceptedButtons: Qt.LeftButton | Qt.RightButton
+            onPressed: forceActiveFocus(Qt.MouseFocusReason)
+            onClicked: mouse => {
+                strip.desk.commands.selectStrip(strip.entry.channelId);
+                if (mouse.button === Qt.RightButton)
+                    strip.menuWanted();
+            }
+            onPressAndHold: strip.menuWanted()
+        }
+
+        ColumnLayout {
+            anchors.fill: parent
+            anchors.margins: 7
+            spacing: 6
+
+            StripHeader {
+                Layout.fillWidth: true
+                desk: strip.desk
+                entry: strip.entry
+                onMenuWanted: strip.menuWanted()
+                onDragBegan: strip.dragBegan()
+                onDragMoved: x => strip.dragMoved(x)
+                onDragEnded: strip.dragEnded()
+            }
+
+            StripStatus {
+                Layout.fillWidth: true
+                entry: strip.entry
+                isFailed: strip.isFailed
+            }
+
+            LevelColumn {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                desk: strip.desk
+                faderName: "fader" + strip.index
+                spokenName: strip.desk.texts.volume + " " + strip.entry.number + " " + strip.entry.name
+                channelId: strip.entry.channelId
+                value: strip.entry.volume
+                valueText: strip.entry.volumeText
+                color: strip.entry.color
+                learnWord: "channel_volume"
+                learnIndex: strip.entry.index
+                onMoved: level => strip.desk.commands.setVolume(strip.entry.channelId, level)
+                onHeld: isHeld => strip.faderHeld(isHeld)
+            }
+
+            LampButton {
+                objectName: "mute" + strip.index
+                Layout.fillWidth: true
+                desk: strip.desk
+                text: strip.desk.texts.mute
+                spokenName: text + " " + strip.entry.number + " " + strip.entry.name
+                isOn: strip.entry.mute
+                lamp: Theme.muteLit
+                learnWord: "channel_mute"
+                learnIndex: strip.entry.index
+                onActed: strip.desk.commands.toggleMute(strip.entry.channelId)
+            }
+
+            LampButton {
+                objectName: "solo" + strip.index
+                Layout.fillWidth: true
+                desk: strip.desk
+                text: strip.desk.texts.solo
+                spokenName: text + " " + strip.entry.number + " " + strip.entry.name
+                isOn: strip.entry.solo
+                lamp: Theme.soloLit
+                learnWord: "channel_solo"
+                learnIndex: strip.entry.index
+                onActed: strip.desk.commands.toggleSolo(strip.entry.channelId)
+            }
+        }
+    }
+}

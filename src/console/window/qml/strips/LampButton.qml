@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Mute or solo: a word that lights up while it is on.
+import QtQuick
+import Vrel.Console
+
+PushButton {
+    id: button
+
+    required property ConsoleModel desk
+    required property string learnWord
+    required property color lamp
+    property int learnIndex: -1
+    property bool isOn
+
+    signal acted
+
+    textSize: Theme.bodyText
+    fill: isOn ? lamp : Theme.raised
+    ink: isOn ? Theme.litInk : Theme.quietInk
+    edge: isOn ? Qt.lighter(lamp, 1.5) : Theme.line
+    edgeWidth: isOn ? 2 : 1
+    onClicked: {
+        if (!learn.claims())
+            acted();
+    }
+
+    Accessible.role: Accessible.CheckBox
+    Accessible.checkable: true
+    Accessible.checked: isOn
+    Accessible.onToggleAction: button.clicked()
+
+    LearnTarget {
+        id: learn
+
+        desk: button.desk
+        word: button.learnWord
+        channelIndex: button.learnIndex
+    }
+}

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A fader with its meter beside it and its reading under it.
+import QtQuick
+import Vrel.Console
+
+Item {
+    id: column
+
+    required property ConsoleModel desk
+    required property string faderName
+    required property string spokenName
+    required property string channelId
+    required property string learnWord
+    property int learnIndex: -1
+    property real value
+    property string valueText
+    property color color
+
+    signal moved(real level)
+    signal held(bool isHeld)
+
+    implicitHeight: 130
+
+    Row {
+        id: levels
+
+        anchors.horizontalCenter: parent.horizontalCenter
+        height: parent.height - reading.height - 4
+        spacing: 8
+
+        ValueFader {
+            id: fader
+
+            objectName: column.faderName
+            width: Math.min(54, column.width - 30)
+            height: parent.height
+            spokenName: column.spokenName
+            value: column.value
+            valueText: column.valueText
+            color: column.color
+            learn: learnTarget
+            onMoved: level => column.moved(level)
+            onIsHeldChanged: column.held(fader.isHeld)
+            Component.onDestruction: if (fader.isHeld) column.held(false)
+
+            LearnTarget {
+                id: learnTarget
+
+                desk: column.desk
+                word: column.learnWord
+                channelIndex: column.learnIndex
+            }
+        }
+
+        LevelMeter {
+            width: 20
+            height: parent.height
+            channelId: column.channelId
+        }
+    }
+
+    Text {
+        id: reading
+
+        anchors.bottom: parent.bottom
+        width: parent.width
+        text: column.valueText
+        color: Theme.ink
+        font.pixelSize: 16
+        font.bold: true
+        horizontalAlignment: Text.AlignHCenter
+    }
+}

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The row of strips. It scrolls sideways, but never while a finger holds a fader; strips change places while one is dragged by its
+// number.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+ListView {
+    id: list
+
+    required property ConsoleModel desk
+    property int heldFaders
+
+    function idAt(row: int): string {
+        const item = list.itemAtIndex(row) as ChannelStrip;
+        return item ? item.entry.channelId : "";
+    }
+
+    function scrollBy(distance: real): void {
+        const last = Math.max(0, contentWidth + rightMargin - width);
+        contentX = originX + Math.min(last, Math.max(0, contentX - originX + distance));
+    }
+
+    // `place` is where the drag is, from the left end of what is seen.
+    function dragTo(place: real): void {
+        tracker.place = place;
+        tracker.moveOver(idAt(tracker.rowAt(contentX - originX + Math.min(width - 1, Math.max(0, place)))));
+    }
+
+    objectName: "stripList"
+    orientation: ListView.Horizontal
+    clip: true
+    interactive: heldFaders === 0
+    boundsBehavior: Flickable.StopAtBounds
+    keyNavigationEnabled: false
+    cacheBuffer: 40 * Theme.strip
+    model: desk.strips
+
+    Accessible.role: Accessible.List
+    Accessible.name: desk.texts.channelStrips
+
+    ScrollBar.horizontal: ScrollBar {
+        policy: list.contentWidth + list.rightMargin > list.width ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
+        height: 16
+    }
+
+    delegate: ChannelStrip {
+        height: list.height - 18
+        desk: list.desk
+        isDragged: tracker.draggedId === entry.channelId
+        onFaderHeld: isHeld => list.heldFaders += isHeld ? 1 : -1
+        onMenuWanted: menu.openFor(entry)
+        onDragBegan: tracker.begin(entry.channelId)
+        onDragMoved: x => list.dragTo(mapToItem(list, x, 0).x)
+        onDragEnded: tracker.end()
+    }
+
+    rightMargin: Theme.strip
+
+    AddChannelButton {
+        parent: list.contentItem
+        x: list.originX + list.count * Theme.strip
+        height: list.height - 18
+        desk: list.desk
+    }
+
+    move: Transition {
+        NumberAnimation {
+            property: "x"
+            duration: 90
+        }
+    }
+    displaced: move
+
+    StripMenu {
+        id: menu
+
+        desk: list.desk
+    }
+
+    ReorderTracker {
+        id: tracker
+
+        property real place
+
+        count: list.count
+        rowLength: Theme.strip
+        onBegan: id => list.desk.commands.dragChannel(id)
+        onEntered: id => list.desk.commands.channelDropEntered(id)
+        onExited: id => list.desk.commands.channelDropExited(id)
+        onDropped: id => list.desk.commands.channelDropped(id)
+    }
+
+    // Near an end the row moves on by itself.
+    Timer {
+        interval: 16
+        repeat: true
+        running: tracker.isDragging && (tracker.place < Theme.touch || tracker.place > list.width - Theme.touch)
+        onTriggered: {
+            list.scrollBy(tracker.place < Theme.touch ? -12 : 12);
+            list.dragTo(tracker.place);
+        }
+    }
+
+    WheelHandler {
+        target: null
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        orientation: Qt.Vertical
+        onWheel: event => list.scrollBy(-event.angleDelta.y)
+    }
+}

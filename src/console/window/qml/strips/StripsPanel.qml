@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The channel strips in their order, the button that adds one, and the master strip, which is always in sight.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Vrel.Console
+
+Panel {
+    id: panel
+
+    required property ConsoleModel desk
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.gap
+        spacing: Theme.gap
+
+        Caption {
+            Layout.fillWidth: true
+            text: panel.desk.texts.channelStrips
+            font.pixelSize: Theme.bodyText
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            spacing: Theme.gap
+
+            StripList {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                desk: panel.desk
+            }
+
+            MasterStrip {
+                Layout.preferredWidth: panel.desk.session.isLive ? Theme.masterInLive : Theme.masterInEdit
+                Layout.fillHeight: true
+                desk: panel.desk
+            }
+        }
+    }
+}

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Counts the moment it is touched: how long a finger stays is no part of a tempo.
+import QtQuick
+import Vrel.Console
+
+PushButton {
+    id: tap
+
+    required property ConsoleModel desk
+
+    function act(): void {
+        if (!learn.claims())
+            desk.commands.tapTempo();
+    }
+
+    objectName: "tapButton"
+    text: "TAP"
+    textSize: Theme.songText
+    fill: Theme.raised
+    ink: Theme.accent
+    edge: Theme.accent
+    edgeWidth: 2
+    onPressed: act()
+    Accessible.onPressAction: act()
+
+    LearnTarget {
+        id: learn
+
+        desk: tap.desk
+        word: "tap_tempo"
+    }
+}

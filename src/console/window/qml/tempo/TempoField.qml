@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The tempo as a number that can be typed over. What is no number leaves the tempo as it was. In Live mode the digits of the
+// keyboard are commands, so the field is only read then.
+import QtQuick
+import Vrel.Console
+
+EntryField {
+    id: field
+
+    required property ConsoleModel desk
+
+    function commit(): void {
+        const words = text.trim();
+        if (isEditing && /^[+-]?[0-9]{1,18}$/.test(words))
+            desk.commands.setTempo(Math.min(300, Math.max(20, Number(words))));
+        isEditing = false;
+    }
+
+    objectName: "tempoField"
+    spokenName: desk.texts.tempoTitle
+    echo: desk.session.tempoBpm
+    readOnly: desk.session.isLive
+    font.pixelSize: Theme.tempoText
+    font.bold: true
+    horizontalAlignment: TextInput.AlignHCenter
+    inputMethodHints: Qt.ImhDigitsOnly
+    leftPadding: 2
+    rightPadding: 2
+    onReleased: selectAll()
+    onAccepted: {
+        commit();
+        follow();
+        selectAll();
+    }
+    onEditingFinished: commit()
+    Keys.onEscapePressed: {
+        follow();
+        selectAll();
+    }
+}
