@@ -5,9 +5,9 @@
 #include <set>
 #include <utility>
 
-#include "document/setlist_coding.h"
 #include "platform/console_output.h"
 #include "system/audio/player_feeder.h"
+#include "system/files/user_folders.h"
 #include "vrel-render/load_problems.h"
 
 namespace vrel::render {
@@ -60,10 +60,10 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       sandboxUnits_(makeSandbox(settings, world)),
       units_(sandboxUnits_ ? static_cast<AudioUnitFactory&>(*sandboxUnits_) : lv2Units_, mainLoop_),
       defaults_({}, console),
-      state_({defaults_, *world, mainLoop_, console, sessionFiles_}, {}),
+      state_({defaults_, *world, mainLoop_, console, runFiles_}, {}),
       engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console, nullptr, nullptr,
                                  files_.get(), &clips_})),
-      performer_({state_, *engine_, mainLoop_, clock_, console}),
+      performer_({state_, *engine_, mainLoop_, clock_, console, runFiles_}, system::userCopiesFolder()),
       recorder_({state_, *engine_, performer_, clock_}, log),
       clipRecorder_(*engine_, clock_, log) {
   if (sandboxUnits_) {
@@ -161,9 +161,8 @@ audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
   return device_->renderBlock();
 }
 
-SetlistFile OfflineStage::captureSetlist() {
-  performer_.songSwitch().captureCurrentSong();
-  return {setlistVersion, songs(), state_.globalMidiControlAssignments.get()};
+bool OfflineStage::save(const std::string& path) {
+  return performer_.setlistFiles().writeSetlist(path);
 }
 
 void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId) {

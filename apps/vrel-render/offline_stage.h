@@ -16,6 +16,8 @@
 #include "system/audio/render_node_factory.h"
 #include "system/dispatch/offline_main_loop.h"
 #include "system/dispatch/serial_queue.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
 #include "system/media/audio_files.h"
 #include "system/media/clip_factory.h"
 #include "system/plugins/lv2/lv2_unit_factory.h"
@@ -24,8 +26,8 @@
 #include "system/user_defaults/ini_user_defaults.h"
 #include "vrel-render/clip_recorder.h"
 #include "vrel-render/main_queue_units.h"
-#include "vrel-render/no_files.h"
 #include "vrel-render/performer.h"
+#include "vrel-render/run_files.h"
 #include "vrel-render/show.h"
 #include "vrel-render/stage_recorder.h"
 
@@ -66,8 +68,8 @@ class OfflineStage {
   /// until the next call.
   audio::OfflineDevice::Block renderBlockUntil(double seconds);
 
-  /// The setlist as a save would write it: the song on stage captured.
-  [[nodiscard]] SetlistFile captureSetlist();
+  /// Saves the setlist with the song on stage as it stands; a failure is told on the console. Whether it is saved.
+  [[nodiscard]] bool save(const std::string& path);
 
   [[nodiscard]] const std::vector<SongConfig>& songs() const { return state_.songs.get(); }
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return recorder_.songsApplied(); }
@@ -100,7 +102,9 @@ class OfflineStage {
   Outcome sandboxFailure_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> sandboxUnits_;  // null when all is in this process
   MainQueueUnits units_;
-  NoFiles sessionFiles_;
+  system::FileCalls fileCalls_;
+  system::PosixFileManager machineFiles_{fileCalls_};
+  RunFiles runFiles_{machineFiles_};
   system::IniUserDefaults defaults_;  // of this run only
   AppState state_;
   std::shared_ptr<AudioEngine> engine_;

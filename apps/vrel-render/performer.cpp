@@ -2,6 +2,7 @@
 #include "vrel-render/performer.h"
 
 #include <cstddef>
+#include <utility>
 #include <variant>
 
 #include "document/app_state.h"
@@ -12,13 +13,15 @@
 
 namespace vrel::render {
 
-Performer::Performer(const Collaborators& collaborators)
+Performer::Performer(const Collaborators& collaborators, std::filesystem::path copiesFolder)
     : with_(collaborators),
       builder_(with_.state, with_.engine, with_.console),
       songSwitch_({with_.state, with_.engine, with_.mainQueue, with_.clock, with_.console, selection_, builder_}),
       tempo_(with_.state, with_.engine, with_.clock),
       midiLearn_(with_.state, with_.engine, tempo_),
-      liveMode_({with_.state, with_.engine, songSwitch_, desktop_}) {
+      liveMode_({with_.state, with_.engine, songSwitch_, desktop_}),
+      copies_(with_.files, with_.console, std::move(copiesFolder)),
+      setlistFiles_({with_.state, with_.engine, songSwitch_, with_.files, desktop_, with_.console, copies_}) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   midiLearn_.listenToEngine();
   showPerformance(with_.state, with_.engine);

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <filesystem>
+
+#include "console/setlist_copies.h"
+#include "console/setlist_files.h"
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
 #include "performance/live_mode.h"
@@ -14,6 +18,7 @@ namespace vrel {
 class AppState;
 class AudioEngine;
 class ConsoleOutput;
+class FileManager;
 class HostClock;
 class MainQueue;
 }  // namespace vrel
@@ -30,14 +35,16 @@ class Performer {
     MainQueue& mainQueue;
     const HostClock& clock;
     ConsoleOutput& console;
+    FileManager& files;
   };
 
-  /// All are borrowed.
-  explicit Performer(const Collaborators& collaborators);
+  /// All are borrowed. The last good versions of what is saved over are kept in the folder.
+  Performer(const Collaborators& collaborators, std::filesystem::path copiesFolder);
 
   void perform(const ShowAction& action);
 
   [[nodiscard]] SongSwitch& songSwitch() { return songSwitch_; }
+  [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
   [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
   [[nodiscard]] ConsoleSelection& selection() { return selection_; }
 
@@ -57,6 +64,8 @@ class Performer {
   MidiLearn midiLearn_;
   NoDesktop desktop_;
   LiveMode liveMode_;
+  SetlistCopies copies_;
+  SetlistFiles setlistFiles_;
 };
 
 }  // namespace vrel::render

@@ -16,10 +16,11 @@
 #include "document/setlist_coding.h"
 #include "midi/standard_midi_file.h"
 #include "system/dispatch/standard_output.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
 #include "system/media/wav_writer.h"
 #include "system/plugins/lv2/lv2_world.h"
 #include "vrel-render/event_log.h"
-#include "vrel-render/file_io.h"
 #include "vrel-render/offline_stage.h"
 #include "vrel-render/options.h"
 #include "vrel-render/renderer.h"
@@ -70,6 +71,15 @@ std::string setlistFault(std::string_view bytes, const Error& readerError) {
   }
   const auto setlist = decodeSetlist(bytes);
   return setlist ? readerError.description : setlist.error().description;
+}
+
+Result<std::string> readFile(const std::string& path) {
+  system::FileCalls calls;
+  auto bytes = system::PosixFileManager(calls).contents(path, mostSetlistBytes);
+  if (!bytes) {
+    return Error{"can not read " + bytes.error().description};
+  }
+  return bytes;
 }
 
 Result<SetlistFile> readSetlistFile(const std::string& path) {
@@ -166,13 +176,12 @@ class Run {
     if (!rendered) {
       return rendered.error();
     }
+    const bool isSaved = !options_.savePath || stage.save(*options_.savePath);
     if (auto failure = closeFiles()) {
       return failure;
     }
-    if (options_.savePath) {
-      if (auto failure = save(stage.captureSetlist())) {
-        return failure;
-      }
+    if (!isSaved) {
+      return Error{"could not save " + *options_.savePath};
     }
     tell(stage, rendered.value());
     return {};
@@ -185,14 +194,6 @@ class Run {
       }
     }
     return log_ ? log_->close() : std::nullopt;
-  }
-
-  [[nodiscard]] Outcome save(const SetlistFile& setlist) const {
-    const auto text = encodeSetlist(setlist);
-    if (!text) {
-      return Error{"can not write " + *options_.savePath + ": " + text.error().description};
-    }
-    return replaceFile(*options_.savePath, text.value());
   }
 
   void tell(const OfflineStage& stage, const Rendered& rendered) {

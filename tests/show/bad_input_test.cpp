@@ -8,6 +8,7 @@
 
 #include "show/render_run.h"
 #include "show/show_files.h"
+#include "show/sound_file.h"
 
 namespace vrel {
 namespace {
@@ -16,12 +17,13 @@ using Arguments = std::vector<std::string>;
 
 class BadInput : public ShowTest {
  protected:
-  /// Runs, and expects this exit code, nothing on standard output, and one line on standard error with `words`.
-  static void expectRefusal(int exitCode, const std::string& words, const Arguments& arguments) {
+  /// Runs, and expects this exit code, this on standard output, and one line on standard error with `words`.
+  static void expectRefusal(int exitCode, const std::string& words, const Arguments& arguments,
+                            const std::string& output = "") {
     SCOPED_TRACE(testing::PrintToString(arguments));
     const auto run = renderOnZoo(arguments);
     EXPECT_EQ(run.exitCode, exitCode);
-    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.output, output);
     const std::string errors = run.ownErrors();
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
     EXPECT_TRUE(errors.starts_with("vrel-render: ")) << errors;
@@ -97,7 +99,15 @@ TEST_F(BadInput, AnOutputThatCanNotBeWrittenExitsWithOne) {
   const std::string setlist = goodSetlist();
   expectRefusal(1, at("no/out.wav"), {setlist, "--tail", "0.1", "--out", at("no/out.wav")});
   expectRefusal(1, at("no/e.jsonl"), {setlist, "--tail", "0.1", "--events", at("no/e.jsonl")});
-  expectRefusal(1, at("no/s.vrel"), {setlist, "--tail", "0.1", "--save", at("no/s.vrel")});
+  expectRefusal(1, at("no/s.vrel"), {setlist, "--tail", "0.1", "--save", at("no/s.vrel")},
+                "Failed to save setlist: " + at("no/s.vrel") + ": No such file or directory\n");
+}
+
+TEST_F(BadInput, AfterASaveThatFailedTheSoundIsWhole) {
+  expectRefusal(1, "could not save",
+                {goodSetlist(), "--tail", "0.1", "--out", at("out.wav"), "--save", at("no/s.vrel")},
+                "Failed to save setlist: " + at("no/s.vrel") + ": No such file or directory\n");
+  EXPECT_EQ(soundIn(read("out.wav")).frameCount(), 4864U);  // 38 blocks
 }
 
 TEST_F(BadInput, AFullDiskExitsWithOne) {

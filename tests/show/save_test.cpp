@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "document/setlist_coding.h"
 #include "show/render_run.h"
@@ -100,6 +102,34 @@ TEST_F(SavedShow, TheSetlistCanBeSavedOverItself) {
   const auto saved = readSetlist(read("show.vrel"));
   ASSERT_TRUE(saved.ok());
   EXPECT_TRUE(saved.value().songs[0].channels[0].pluginStateBase64);
+}
+
+TEST_F(SavedShow, WhatIsSavedOverIsKeptAmongTheCopiesOfTheUser) {
+  write("show.vrel", sampleSetlist());
+  const auto before = read("show.vrel");
+  playAndSave("show.vrel", "show.vrel", MidiFileMaker());
+  std::vector<std::string> copies;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(at("state"))) {
+    const std::string folder = entry.path().parent_path().filename().string();
+    if (entry.is_regular_file() && folder.starts_with("show.vrel-")) {
+      copies.push_back(read(std::filesystem::relative(entry.path(), at("")).string()));
+    }
+  }
+  EXPECT_EQ(copies, std::vector{before});
+  EXPECT_FALSE(std::filesystem::exists(at("state/vrel/recent_setlists.json")));
+}
+
+TEST_F(SavedShow, ASaveIsToldInTheDirtyMark) {
+  write("first.vrel", sampleSetlist());
+  const auto show = MidiFileMaker().message(100, {0xB0, 1, 64}).bytes();
+  const auto run = renderOnZoo({at("first.vrel"), write("show.mid", show), "--save", at("saved.vrel"), "--events",
+                                at("events.jsonl"), "--tail", "0"});
+  EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
+  auto marks = events("events.jsonl");
+  std::erase_if(marks, [](const auto& event) { return event.at("kind") != "dirty"; });
+  ASSERT_EQ(marks.size(), 2U);
+  EXPECT_EQ(marks[0].at("dirty"), true);
+  EXPECT_EQ(marks[1].at("dirty"), false);
 }
 
 TEST_F(SavedShow, AnEmptySetlistIsSavedEmpty) {

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -43,6 +44,7 @@ ShowTest::ShowTest() {
   folder_ = std::filesystem::path(testing::TempDir()) /
             (std::string("vrel_show_") + test->name() + "_" + std::to_string(getpid()));
   std::filesystem::create_directory(folder_);
+  setenv("XDG_STATE_HOME", at("state").c_str(), 1);  // NOLINT(concurrency-mt-unsafe): no other threads yet
 }
 
 ShowTest::~ShowTest() {

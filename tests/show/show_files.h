@@ -13,7 +13,8 @@
 
 namespace vrel {
 
-/// A test with a folder of its own, which goes with it.
+/// A test with a folder of its own, which goes with it. What the programs that it runs keep for their user stands
+/// there, too, under "state".
 class ShowTest : public testing::Test {
  protected:
   ShowTest();

@@ -217,7 +217,10 @@ TEST_F(SmallShow, ALearnedControlActsAndIsTold) {
   };
   EXPECT_EQ(eventsOfKind("control"), (Events{control(0.2, "channel_volume", 1, 1), control(0.2, "channel_mute", 0, 1),
                                              control(0.4, "panic", nullptr, 90.0F / 127)}));
-  EXPECT_EQ(eventsOfKind("dirty"), Events{dirty(0.2, true)});
+  const auto marks = eventsOfKind("dirty");
+  ASSERT_EQ(marks.size(), 2U);
+  EXPECT_EQ(marks[0], dirty(0.2, true));
+  EXPECT_EQ(marks[1].at("dirty"), false) << "it is saved at the end";
   const auto saved = readSetlist(read("saved.vrel"));
   ASSERT_TRUE(saved.ok());
   EXPECT_TRUE(saved.value().songs[0].channels[0].mute);

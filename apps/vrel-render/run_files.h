@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/file_manager.h"
+
+namespace vrel::render {
+
+/// The files of the machine, for a run that leaves no trace in the user's recent list: the file without a name stands
+/// for that list, is never there and takes everything.
+class RunFiles final : public FileManager {
+ public:
+  /// Borrowed.
+  explicit RunFiles(FileManager& files) : files_(files) {}
+
+  Result<std::string> contents(const std::filesystem::path& path, std::uintmax_t mostBytes) override {
+    return files_.contents(path, mostBytes);
+  }
+  Outcome write(const std::filesystem::path& path, const std::string& bytes) override {
+    return path.empty() ? Outcome{} : files_.write(path, bytes);
+  }
+  bool fileExists(const std::filesystem::path& path) override { return !path.empty() && files_.fileExists(path); }
+  std::filesystem::path canonicalPath(const std::filesystem::path& path) override { return files_.canonicalPath(path); }
+  Outcome createDirectory(const std::filesystem::path& path) override { return files_.createDirectory(path); }
+  std::vector<std::string> fileNames(const std::filesystem::path& directory) override {
+    return files_.fileNames(directory);
+  }
+  Outcome remove(const std::filesystem::path& path) override { return files_.remove(path); }
+  Outcome writeAtomically(const std::filesystem::path& path, const std::string& bytes) override {
+    return files_.writeAtomically(path, bytes);
+  }
+
+ private:
+  FileManager& files_;
+};
+
+}  // namespace vrel::render
