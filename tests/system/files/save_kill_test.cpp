@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/setlist_copies.h"
+#include "console/setlist_files.h"
+#include "document/app_state.h"
+#include "document/setlist_coding.h"
+#include "performance/channel_builder.h"
+#include "performance/console_selection.h"
+#include "performance/song_switch.h"
+#include "simulation/scripted_desktop.h"
+#include "simulation/simulated_components.h"
+#include "simulation/simulated_user_defaults.h"
+#include "support/simulated_stage.h"
+#include "system/files/posix_file_manager.h"
+#include "system/files/scratch_test.h"
+#include "system/files/watched_calls.h"
+
+// A program that saves is killed at every call of the system that the save makes. Afterwards the next run opens the old
+// version or the new one, from the file or from the newest copy.
+
+namespace vrel::system {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+/// One run of the program on the real disk, with everything else simulated.
+struct Program : SimulatedMachine {
+  Program(FileCalls& calls, const fs::path& root)
+      : files(calls),
+        state({defaults, components, mainQueue, console, files}, root / "recent_setlists.json"),
+        copies(files, console, root / "state" / "copies") {}
+
+  simulation::SimulatedUserDefaults defaults;
+  simulation::SimulatedComponentManager components;
+  simulation::ScriptedDesktop desktop;
+  PosixFileManager files;
+  AppState state;
+  ConsoleSelection selection;
+  ChannelBuilder builder{state, *engine, console};
+  SongSwitch songSwitch{{state, *engine, mainQueue, clock, console, selection, builder}};
+  SetlistCopies copies;
+  SetlistFiles setlistFiles{{state, *engine, songSwitch, files, desktop, console, copies}};
+};
+
+class KilledSave : public ScratchTest {
+ protected:
+  /// A setlist of several pieces on the disk, told by the notes of its first song.
+  static std::string version(const std::string& notes) {
+    SetlistFile setlist;
+    setlist.songs.resize(3);
+    setlist.songs[0].songNotes = notes;
+    setlist.songs[0].channels.resize(1);
+    setlist.songs[2].channels.resize(2);
+    setlist.songs[2].channels[1].pluginPath = "aucd:1635085685:1:2";
+    setlist.songs[2].channels[1].pluginStateBase64 = std::string(100'000, 'A');
+    return encodeSetlist(setlist).value();
+  }
+
+  /// In a process of its own: opens the gig, edits it to be `notes`, and saves it, to be killed before the given call
+  /// of the save. Whether the save came to its end.
+  bool saveInChild(const std::string& notes, std::size_t killedCall) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      WatchedCalls calls;
+      calls.mostBytesPerWrite = 30'000;
+      Program program(calls, root);
+      program.setlistFiles.loadSetlist(gig);
+      program.state.songNotes.set(notes);
+      calls.before = [killedCall, count = std::size_t{0}](const std::string& /*call*/) mutable {
+        if (count++ == killedCall) {
+          ::kill(::getpid(), SIGKILL);
+        }
+        return 0;
+      };
+      ::_exit(program.setlistFiles.saveSetlist() && program.console.lines.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (WIFSIGNALED(status)) {
+      EXPECT_EQ(WTERMSIG(status), SIGKILL);
+      return false;
+    }
+    EXPECT_EQ(WEXITSTATUS(status), EXIT_SUCCESS) << "a save that nobody kills is one without a word";
+    return true;
+  }
+
+  /// What the next run opens: the file, or where that is damaged the newest of the copies it tells of.
+  [[nodiscard]] std::string openedByTheNextRun() {
+    Program program(plainCalls, root);
+    program.setlistFiles.loadSetlist(gig);
+    fs::path opened = gig;
+    isFileDamaged = program.state.songs.get().empty();
+    if (isFileDamaged) {
+      const auto kept = program.copies.copiesOf(gig);
+      EXPECT_THAT(program.console.lines.back(), HasSubstr(program.copies.directoryOf(gig).string()));
+      if (kept.empty()) {
+        return "nothing to open";
+      }
+      opened = kept.front();
+      program.setlistFiles.loadSetlist(opened);
+    }
+    EXPECT_EQ(program.state.songs.get().size(), 3U);
+    EXPECT_EQ(program.state.currentFilePath.get(), opened);
+    return textOf(opened);
+  }
+
+  /// Leaves the disk as `prepare` makes it before every kill. How many calls a save makes is found out on the way.
+  void killEach(const std::string& old, const std::function<void()>& prepare) {
+    const auto fresh = version("new");
+    bool wasDamaged = false;
+    std::size_t calls = 0;
+    for (bool isSaved = false; !isSaved; ++calls) {
+      fs::remove_all(root);
+      fs::create_directory(root);
+      prepare();
+      isSaved = saveInChild("new", calls);
+      const auto opened = openedByTheNextRun();
+      EXPECT_TRUE(opened == fresh || opened == old) << "killed before call " << calls;
+      EXPECT_TRUE(!isSaved || (opened == fresh && !isFileDamaged));
+      wasDamaged = wasDamaged || isFileDamaged;
+      ASSERT_LT(calls, 500U);
+    }
+    EXPECT_GT(calls, 30U);
+    EXPECT_TRUE(wasDamaged) << "or nothing was killed where it hurts";
+    EXPECT_EQ(textOf(gig), fresh);
+  }
+
+  [[nodiscard]] std::vector<fs::path> copiesOfTheGig() { return Program(plainCalls, root).copies.copiesOf(gig); }
+
+  FileCalls plainCalls;
+  const fs::path gig = root / "gig.vrel";
+  bool isFileDamaged = false;
+};
+
+TEST_F(KilledSave, TheFirstOneOverAFileCostsNeitherVersion) {
+  killEach(version("old"), [this] { writeFile(gig, version("old")); });
+  EXPECT_EQ(copiesOfTheGig().size(), 1U);
+}
+
+TEST_F(KilledSave, OneThatDropsTheOldestCopyCostsNeitherVersion) {
+  fs::path folder;
+  killEach(version("old"), [&] {
+    writeFile(gig, version("old"));
+    folder = Program(plainCalls, root).copies.directoryOf(gig);
+    fs::create_directories(folder);
+    for (int number = 101; number <= 120; ++number) {
+      writeFile(folder / ("000" + std::to_string(number) + ".vrel"), version("older"));
+    }
+  });
+  EXPECT_EQ(copiesOfTheGig().size(), 20U);
+  EXPECT_EQ(copiesOfTheGig().front(), folder / "000121.vrel");
+  EXPECT_EQ(copiesOfTheGig().back(), folder / "000102.vrel");
+}
+
+TEST_F(KilledSave, WhatItLeavesOfACopyIsGoneAfterTheNextSave) {
+  writeFile(gig, version("old"));
+  std::size_t leftovers = 0;
+  for (std::size_t call = 0; !saveInChild("new", call); ++call) {
+    const auto folder = Program(plainCalls, root).copies.directoryOf(gig);
+    if (fs::exists(folder) && static_cast<std::size_t>(entriesIn(folder)) > copiesOfTheGig().size()) {
+      ++leftovers;
+      EXPECT_TRUE(saveInChild("second", SIZE_MAX));
+      EXPECT_EQ(static_cast<std::size_t>(entriesIn(folder)), copiesOfTheGig().size()) << "killed before call " << call;
+    }
+    fs::remove_all(root / "state");
+    writeFile(gig, version("old"));
+  }
+  EXPECT_GT(leftovers, 3U);
+}
+
+}  // namespace
+}  // namespace vrel::system
