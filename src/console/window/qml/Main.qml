@@ -73,7 +73,7 @@ Window {
                 ColumnLayout {
                     Layout.fillWidth: false
                     Layout.fillHeight: true
-                    Layout.preferredWidth: Math.max(340, Math.min(460, window.width * 0.32))
+                    Layout.preferredWidth: Math.max(340, Math.min(600, window.width * 0.32))
                     spacing: 6
 
                     SetlistPanel {

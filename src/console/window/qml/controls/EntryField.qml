@@ -12,6 +12,7 @@ TextField {
     property string echo
     property bool followsEcho: true
     property bool isEditing
+    property bool selectsAll
 
     signal typed(string text)
 
@@ -21,6 +22,8 @@ TextField {
             text = echo;
             cursorPosition = 0;
         }
+        if (selectsAll && activeFocus)
+            selectAll();
     }
 
     implicitHeight: Theme.touch
@@ -32,6 +35,7 @@ TextField {
     selectedTextColor: Theme.darkInk
     font.pixelSize: Theme.bodyText
     selectByMouse: true
+    autoScroll: activeFocus
     verticalAlignment: TextInput.AlignVCenter
 
     Accessible.role: Accessible.EditableText

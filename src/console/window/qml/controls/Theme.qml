@@ -32,7 +32,7 @@ QtObject {
     readonly property int dragDistance: 8
     readonly property int gap: 8
     readonly property int radius: 6
-    readonly property int song: 60
+    readonly property int song: 64
     readonly property int strip: 132
     readonly property int masterInEdit: 120
     readonly property int masterInLive: 97
@@ -40,8 +40,8 @@ QtObject {
     readonly property int smallText: 14
     readonly property int bodyText: 17
     readonly property int strongText: 21
-    readonly property int songText: 26
-    readonly property int tempoText: 44
+    readonly property int songText: 30
+    readonly property int tempoText: 52
 
     // Words on a field of this colour: dark on a bright one, light on a dark one.
     function inkOn(field: color): color {

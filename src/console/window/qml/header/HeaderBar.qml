@@ -62,7 +62,7 @@ Panel {
             Layout.fillHeight: true
             text: header.desk.session.modeWord
             spokenName: header.isLive ? header.desk.texts.modeLive : header.desk.texts.modeEdit
-            textSize: 28
+            textSize: 34
             fill: header.isLive ? Theme.live : Theme.edit
             ink: Theme.ink
             edge: header.isLive ? Theme.ink : Theme.line

@@ -16,7 +16,7 @@ PushButton {
     objectName: "panicButton"
     implicitWidth: 160
     text: desk.texts.panic
-    textSize: 30
+    textSize: 34
     fill: Theme.panic
     ink: Theme.ink
     edge: Theme.ink

@@ -39,7 +39,7 @@ MenuItem {
         visible: entry.subMenu !== null
         text: "\u203a"
         color: entry.paint
-        font.pixelSize: Theme.songText
+        font.pixelSize: 26
     }
     contentItem: RowLayout {
         spacing: 16

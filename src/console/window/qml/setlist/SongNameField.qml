@@ -13,11 +13,12 @@ EntryField {
     spokenName: desk.texts.renameSong
     placeholderText: "Nombre de canción"
     echo: desk.session.songNameDraft
-    font.pixelSize: Theme.songText
+    selectsAll: true
+    font.pixelSize: Theme.strongText + 3
     onTyped: text => desk.commands.setSongNameDraft(text)
     onAccepted: desk.commands.commitSongRename()
     Component.onCompleted: {
         forceActiveFocus(Qt.OtherFocusReason);
-        selectAll();
+        follow();
     }
 }

@@ -91,6 +91,8 @@ Rectangle {
         color: row.ink
         font.pixelSize: Theme.songText
         font.bold: row.isSelected
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 22
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
     }

@@ -12,12 +12,13 @@ Item {
     required property int index
     property bool isDragged
 
-    readonly property bool isFailed: Theme.isAlarm(entry.statusColor)
+    readonly property color sign: entry.statusColor
+    readonly property bool isFailed: Theme.isAlarm(sign)
 
     signal faderHeld(bool isHeld)
     signal menuWanted
     signal dragBegan
-    signal dragMoved(real x)
+    signal dragMoved(real x) // in the window
     signal dragEnded
 
     objectName: "strip" + index

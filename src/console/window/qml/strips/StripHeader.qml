@@ -11,7 +11,7 @@ Item {
 
     signal menuWanted
     signal dragBegan
-    signal dragMoved(real x)
+    signal dragMoved(real x) // in the window
     signal dragEnded
 
     implicitHeight: 2 * Theme.touch + 4

@@ -53,7 +53,7 @@ ListView {
         onFaderHeld: isHeld => list.heldFaders += isHeld ? 1 : -1
         onMenuWanted: menu.openFor(entry)
         onDragBegan: tracker.begin(entry.channelId)
-        onDragMoved: x => list.dragTo(mapToItem(list, x, 0).x)
+        onDragMoved: x => list.dragTo(list.mapFromItem(null, x, 0).x)
         onDragEnded: tracker.end()
     }
 

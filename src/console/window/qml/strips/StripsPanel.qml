@@ -16,10 +16,26 @@ Panel {
         anchors.margins: Theme.gap
         spacing: Theme.gap
 
-        Caption {
+        RowLayout {
             Layout.fillWidth: true
-            text: panel.desk.texts.channelStrips
-            font.pixelSize: Theme.bodyText
+            Layout.fillHeight: false
+            Layout.preferredHeight: 44
+            spacing: Theme.gap
+
+            Caption {
+                Layout.fillWidth: true
+                text: panel.desk.texts.channelStrips
+                font.pixelSize: Theme.bodyText
+            }
+
+            Repeater {
+                model: panel.desk.strips
+
+                FailureSign {
+                    Layout.preferredHeight: 44
+                    onClicked: strips.positionViewAtIndex(index, ListView.Contain)
+                }
+            }
         }
 
         RowLayout {
@@ -28,6 +44,8 @@ Panel {
             spacing: Theme.gap
 
             StripList {
+                id: strips
+
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 desk: panel.desk

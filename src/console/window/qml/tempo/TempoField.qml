@@ -19,6 +19,7 @@ EntryField {
     objectName: "tempoField"
     spokenName: desk.texts.tempoTitle
     echo: desk.session.tempoBpm
+    selectsAll: true
     readOnly: desk.session.isLive
     font.pixelSize: Theme.tempoText
     font.bold: true
@@ -30,11 +31,7 @@ EntryField {
     onAccepted: {
         commit();
         follow();
-        selectAll();
     }
     onEditingFinished: commit()
-    Keys.onEscapePressed: {
-        follow();
-        selectAll();
-    }
+    Keys.onEscapePressed: follow()
 }

@@ -34,7 +34,7 @@ Panel {
             PushButton {
                 objectName: "tempoDown"
                 Layout.preferredWidth: Theme.touch
-                Layout.preferredHeight: 64
+                Layout.preferredHeight: 68
                 text: "\u2212"
                 spokenName: panel.desk.texts.tempoTitle + " \u2212"
                 textSize: 32
@@ -44,12 +44,12 @@ Panel {
             TempoField {
                 desk: panel.desk
                 Layout.fillWidth: true
-                Layout.preferredHeight: 64
+                Layout.preferredHeight: 68
             }
             PushButton {
                 objectName: "tempoUp"
                 Layout.preferredWidth: Theme.touch
-                Layout.preferredHeight: 64
+                Layout.preferredHeight: 68
                 text: "+"
                 spokenName: panel.desk.texts.tempoTitle + " +"
                 textSize: 32
@@ -59,7 +59,7 @@ Panel {
             TapButton {
                 desk: panel.desk
                 Layout.preferredWidth: 88
-                Layout.preferredHeight: 64
+                Layout.preferredHeight: 68
             }
         }
     }
