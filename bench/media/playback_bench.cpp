@@ -87,12 +87,12 @@ class BareLoop {
   void renderBlock() {
     mix_ = {};
     for (auto& voice : voices_) {
-      while (voice.left.size() - voice.taken < blockFrames) {
+      while (voice.filled - voice.taken < blockFrames) {
         readOn(voice);
       }
       for (std::size_t frame = 0; frame < blockFrames; ++frame) {
-        mix_[0][frame] += voice.left[voice.taken + frame];
-        mix_[1][frame] += voice.right[voice.taken + frame];
+        mix_[0][frame] += voice.sides[0][voice.taken + frame];
+        mix_[1][frame] += voice.sides[1][voice.taken + frame];
       }
       voice.taken += blockFrames;
     }
@@ -105,8 +105,8 @@ class BareLoop {
     std::shared_ptr<AVAudioFile> file;
     std::shared_ptr<AVAudioPCMBuffer> chunk;
     std::unique_ptr<AVAudioConverter> converter;
-    std::vector<float> left;
-    std::vector<float> right;
+    std::array<std::vector<float>, 2> sides{std::vector<float>(3 * chunkFrames), std::vector<float>(3 * chunkFrames)};
+    std::size_t filled = 0;
     std::size_t taken = 0;
   };
 
@@ -118,24 +118,20 @@ class BareLoop {
       std::abort();
     }
     const auto* const* const sides = voice.chunk->floatChannelData();
-    const std::size_t rest = voice.left.size() - voice.taken;
-    for (auto* side : {&voice.left, &voice.right}) {
-      std::copy(side->begin() + static_cast<std::ptrdiff_t>(voice.taken), side->end(), side->begin());
-      side->resize(rest + 2 * chunkFrames);
+    const std::size_t rest = voice.filled - voice.taken;
+    for (auto& side : voice.sides) {
+      std::copy_n(side.data() + voice.taken, rest, side.data());
     }
     voice.taken = 0;
     std::size_t given = voice.chunk->frameLength;
+    const std::array<float*, 2> output{voice.sides[0].data() + rest, voice.sides[1].data() + rest};
     if (voice.converter != nullptr) {
-      given = voice.converter
-                  ->convert({sides[0], sides[1]}, voice.chunk->frameLength,
-                            {voice.left.data() + rest, voice.right.data() + rest}, 2 * chunkFrames)
-                  .given;
+      given = voice.converter->convert({sides[0], sides[1]}, voice.chunk->frameLength, output, 2 * chunkFrames).given;
     } else {
-      std::copy_n(sides[0], given, voice.left.data() + rest);
-      std::copy_n(sides[1], given, voice.right.data() + rest);
+      std::copy_n(sides[0], given, output[0]);
+      std::copy_n(sides[1], given, output[1]);
     }
-    voice.left.resize(rest + given);
-    voice.right.resize(rest + given);
+    voice.filled = rest + given;
   }
 
   system::AudioFiles files_;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace vrel {
@@ -15,7 +16,8 @@ struct AVAudioFormat {
   bool operator==(const AVAudioFormat&) const = default;
 };
 
-/// Samples held in memory, one plain array per channel. Owns its memory; sized once.
+/// Samples held in memory, one plain array per channel. Sized once. Its memory is its own, or borrowed from who made
+/// it.
 class AVAudioPCMBuffer {
  public:
   AVAudioPCMBuffer(AVAudioFormat format, std::uint32_t frameCapacity)
@@ -27,6 +29,9 @@ class AVAudioPCMBuffer {
       channels_[channel] = samples_.data() + static_cast<std::size_t>(channel) * frameCapacity;
     }
   }
+  /// Over memory that outlives it: for each channel of the format, `frameCapacity` floats.
+  AVAudioPCMBuffer(AVAudioFormat format, std::uint32_t frameCapacity, std::span<float* const> borrowed)
+      : format_(format), frameCapacity_(frameCapacity), channels_(borrowed.begin(), borrowed.end()) {}
   AVAudioPCMBuffer(const AVAudioPCMBuffer&) = delete;
   AVAudioPCMBuffer& operator=(const AVAudioPCMBuffer&) = delete;
 

@@ -28,7 +28,7 @@ struct Stream {
 struct ProcessBlock {
   std::uint32_t frameCount = 0;    // 1 to maximumBlockFrames
   std::span<const Stream> inputs;  // in the order they were connected; empty for a source
-  Stream output;                   // never shares memory with an input; holds silence on entry
+  Stream output;                   // never shares memory with an input; holds silence on entry, unless `fillsOutput`
   TapPoint* tap = nullptr;         // for a processor that serves its tap itself; may be ignored by all others
 
   // Nobody may wait in this block for longer, nanoseconds of the monotonic clock. None where no time
@@ -55,6 +55,9 @@ class NodeProcessor {
 
   /// Whether `process` pushes to the tap itself, since what a listener gets is not the output.
   [[nodiscard]] virtual bool servesTap() const { return false; }
+
+  /// Whether `process` writes every sample of its output in every block, so that it need not hold silence before.
+  [[nodiscard]] virtual bool fillsOutput() const { return false; }
 
   /// Comes before the first `process` of the block, to all processors that are sources in the plan: who
   /// lets others work on the block sets them going here, and collects in `process`.

@@ -47,6 +47,7 @@ void PlayerFeeder::add(const std::shared_ptr<PlayerStream>& stream) {
   const std::scoped_lock lock(mutex_);
   std::erase_if(streams_, [](const auto& weak) { return weak.expired(); });
   streams_.push_back(stream);
+  ++additions_;
 }
 
 void PlayerFeeder::wake() {
@@ -99,9 +100,25 @@ void PlayerFeeder::serve() {
   }
 }
 
+// Sharing each stream anew before every block would cost more than most rounds do.
+void PlayerFeeder::holdStreams() {
+  std::erase_if(held_, [](const auto& stream) { return stream.use_count() == 1; });
+  const std::scoped_lock lock(mutex_);
+  if (heldAdditions_ == additions_) {
+    return;
+  }
+  heldAdditions_ = additions_;
+  held_.clear();
+  for (const auto& weak : streams_) {
+    if (auto stream = weak.lock()) {
+      held_.push_back(std::move(stream));
+    }
+  }
+}
+
 void PlayerFeeder::feedBeforeBlock(const std::function<void()>& handOn) {
-  const auto all = streams();
-  if (all.empty()) {
+  holdStreams();
+  if (held_.empty()) {
     return;
   }
   for (bool again = true; again;) {
@@ -112,7 +129,7 @@ void PlayerFeeder::feedBeforeBlock(const std::function<void()>& handOn) {
     }
     handOn();
     again = false;
-    for (const auto& stream : all) {
+    for (const auto& stream : held_) {
       while (stream->feed()) {
         again = true;
       }
@@ -120,7 +137,7 @@ void PlayerFeeder::feedBeforeBlock(const std::function<void()>& handOn) {
     const std::scoped_lock lock(mutex_);
     again = again || wakes_ != before;
   }
-  for (const auto& stream : all) {
+  for (const auto& stream : held_) {
     stream->finish(maximumBlockFrames);
   }
 }

@@ -40,14 +40,20 @@ class PlayerFeeder {
 
  private:
   [[nodiscard]] std::vector<std::shared_ptr<PlayerStream>> streams();
+  void holdStreams();
   void serve();
 
   std::mutex mutex_;
   std::condition_variable bell_;
   std::vector<std::weak_ptr<PlayerStream>> streams_;  // under mutex_, as all below
   std::size_t wakes_ = 0;
+  std::size_t additions_ = 0;
   bool isEnding_ = false;
   std::thread thread_;
+
+  // The offline rounds' own: what they feed, and how many had been added when they last looked.
+  std::vector<std::shared_ptr<PlayerStream>> held_;
+  std::size_t heldAdditions_ = 0;
 };
 
 }  // namespace vrel::audio

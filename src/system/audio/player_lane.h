@@ -42,17 +42,30 @@ class PlayerLane {
   [[nodiscard]] std::uint32_t waiting() const { return static_cast<std::uint32_t>(written() - read()); }
   [[nodiscard]] std::uint32_t room() const { return capacity - waiting(); }
 
-  /// At most `room` frames. Writer.
-  void write(const float* left, const float* right, std::uint32_t frameCount) {
-    const std::uint64_t begin = written_.load(std::memory_order_relaxed);
-    const std::uint32_t place = static_cast<std::uint32_t>(begin % capacity);
-    const std::uint32_t first = std::min(frameCount, capacity - place);
-    const std::array<const float*, 2> input{left, right};
-    for (std::size_t side = 0; side < sides_.size(); ++side) {
-      std::copy_n(input[side], first, sides_[side].data() + place);
-      std::copy_n(input[side] + first, frameCount - first, sides_[side].data());
+  /// The next frames to be written, those in one piece of memory: less than `room` where the ring ends.
+  struct Space {
+    std::array<float*, 2> sides{};
+    std::uint32_t frameCount = 0;
+  };
+  [[nodiscard]] Space space() {
+    const std::uint32_t place = static_cast<std::uint32_t>(written() % capacity);
+    return {{sides_[0].data() + place, sides_[1].data() + place}, std::min(room(), capacity - place)};
+  }
+
+  /// So many frames of the space hold sound now. Writer.
+  void commit(std::uint32_t frameCount) { written_.fetch_add(frameCount, std::memory_order_release); }
+
+  /// Copies at most `room` frames. Writer.
+  void write(const std::array<const float*, 2>& input, std::uint32_t frameCount) {
+    for (std::uint32_t done = 0; done < frameCount;) {
+      const Space piece = space();
+      const std::uint32_t count = std::min(frameCount - done, piece.frameCount);
+      for (std::size_t side = 0; side < input.size(); ++side) {
+        std::copy_n(input[side] + done, count, piece.sides[side]);
+      }
+      commit(count);
+      done += count;
     }
-    written_.store(begin + frameCount, std::memory_order_release);
   }
 
   /// Takes up to `frameCount` frames and returns how many there were. Reader.
@@ -66,6 +79,7 @@ class PlayerLane {
       std::copy_n(sides_[side].data(), count - first, output[side] + first);
     }
     read_.store(begin + count, std::memory_order_release);
+    fetchAhead(place + count, frameCount);
     return count;
   }
 
@@ -73,6 +87,17 @@ class PlayerLane {
   std::atomic<bool> isComplete{false};
 
  private:
+  // All lanes together are larger than the near caches: what the next block reads is asked for in time.
+  void fetchAhead(std::uint32_t place, std::uint32_t frameCount) const noexcept VREL_AUDIO_THREAD {
+    for (const auto& side : sides_) {
+      for (std::uint32_t frame = 0; frame < frameCount; frame += floatsPerLine) {
+        __builtin_prefetch(side.data() + (place + frame) % capacity);
+      }
+    }
+  }
+
+  static constexpr std::uint32_t floatsPerLine = 16;
+
   std::uint64_t serial_ = 0;
   std::array<std::vector<float>, 2> sides_;
   alignas(64) std::atomic<std::uint64_t> written_{0};

@@ -25,16 +25,19 @@ void PlayerProcessor::process(const ProcessBlock& block) noexcept {
     edgeDone_ = 0;
     serial_ = serial;
   }
-  takeLane(lane, block);
+  const std::uint32_t taken = takeLane(lane, block);
   stream_->leaveLane();
+  for (float* const samples : block.output.channels) {
+    std::fill(samples + taken, samples + block.frameCount, 0.0F);
+  }
   addEdge(block);
   gain_.apply(block.output, block.frameCount);
 }
 
-void PlayerProcessor::takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept {
+std::uint32_t PlayerProcessor::takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept {
   last_ = {};
   if (lane == nullptr) {
-    return;
+    return 0;
   }
   // In this order: what is written before the end is told is seen with it.
   const bool isComplete = lane->isComplete.load();
@@ -45,6 +48,7 @@ void PlayerProcessor::takeLane(PlayerLane* lane, const ProcessBlock& block) noex
   } else if (!isComplete) {
     RenderCounters::add(counters_->starvedBlocks);
   }
+  return taken;
 }
 
 void PlayerProcessor::addEdge(const ProcessBlock& block) noexcept {

@@ -21,12 +21,13 @@ class PlayerProcessor final : public NodeProcessor {
 
   void prepare(double sampleRate) VREL_NOT_AUDIO_THREAD override;
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t /*inputChannelCount*/) const override { return 2; }
+  [[nodiscard]] bool fillsOutput() const override { return true; }
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override;
 
   [[nodiscard]] RampedGain& gain() { return gain_; }
 
  private:
-  void takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
+  [[nodiscard]] std::uint32_t takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void addEdge(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
 
   static constexpr std::uint32_t edgeFrames = 64;

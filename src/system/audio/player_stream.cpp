@@ -12,12 +12,16 @@
 namespace vrel::audio {
 namespace {
 
-constexpr std::uint32_t chunkFrames = 4096;         // read at once
-constexpr std::uint32_t headFrames = 4096;          // read before a run begins
-constexpr std::uint32_t convertedRoom = 3U << 12U;  // more than comes of one chunk
+constexpr std::uint32_t chunkFrames = 4096;      // read at once
+constexpr std::uint32_t headFrames = 4096;       // read before a run begins
+constexpr std::uint32_t neededRoom = 3U << 12U;  // more than comes of one chunk
 constexpr std::uint32_t mostConvertedFrames = 1U << 12U;
 
 }  // namespace
+
+AVAudioFormat PlayerStream::Piece::format() const {
+  return file != nullptr ? file->processingFormat() : buffer->format();
+}
 
 PlayerStream::PlayerStream(std::shared_ptr<AudioConverterFactory> converters, std::shared_ptr<RenderCounters> counters)
     : converters_(std::move(converters)), counters_(std::move(counters)) {}
@@ -141,7 +145,7 @@ void PlayerStream::noteNextLook() {
   };
   std::uint64_t look = UINT64_MAX;
   if (nextUnread() != nullptr) {
-    look = before(filling_->written(), PlayerLane::capacity - convertedRoom);
+    look = before(filling_->written(), PlayerLane::capacity - neededRoom);
   }
   if (!pieces_.empty() && pieces_.front().isRead()) {
     look = std::min(look, before(pieces_.front().endsAt, lookahead));
@@ -176,34 +180,42 @@ bool PlayerStream::isActive() {
   return !pieces_.empty() || (filling_ != nullptr && !filling_->isComplete.load());
 }
 
-// Under io_. The state is left alone while the disk is waited for, so that a stop need not wait.
+// Under io_. The state is left alone while the disk is waited for, so that a stop need not wait; the lane
+// is given to nobody else meanwhile.
 bool PlayerStream::readSome() {
   Piece piece;
   std::uint64_t generation = 0;
+  PlayerLane* lane = nullptr;
   {
     const std::scoped_lock state(state_);
     const Piece* const next = nextUnread();
-    if (next == nullptr || filling_ == nullptr || filling_->room() < convertedRoom) {
+    if (next == nullptr || filling_ == nullptr || filling_->room() < neededRoom) {
       return false;
     }
     piece = *next;
     generation = generation_;
+    lane = filling_;
   }
-  const double target = sampleRate_.load();
-  const double source =
-      piece.file != nullptr ? piece.file->processingFormat().sampleRate : piece.buffer->format().sampleRate;
-  const double ratio = source > 0 && target > source ? target / source : 1;
+  const Rates rates{piece.format().sampleRate, sampleRate_.load()};
+  const double ratio = rates[0] > 0 && rates[1] > rates[0] ? rates[1] / rates[0] : 1;
   const auto most = std::clamp<std::int64_t>(static_cast<std::int64_t>(mostConvertedFrames / ratio), 1, chunkFrames);
-  const auto frames = static_cast<std::uint32_t>(std::min(most, piece.frameCount - piece.done));
-  double rate = source;
-  const std::uint32_t count = readPiece(piece, frames, rate);
+  auto frames = static_cast<std::uint32_t>(std::min(most, piece.frameCount - piece.done));
+  const bool isStraight = piece.file != nullptr && piece.format().channelCount == read_.size() && !converts(rates);
+  if (isStraight) {
+    const PlayerLane::Space space = lane->space();
+    frames = std::min(frames, space.frameCount);
+    AVAudioPCMBuffer straight(piece.format(), frames, space.sides);
+    readFile(piece, straight, frames);
+  } else {
+    readAside(piece, frames);
+  }
   const std::scoped_lock state(state_);
   if (generation != generation_) {
     return true;  // stopped meanwhile
   }
-  carryOver(count, rate);
+  carryOver(frames, rates, isStraight);
   Piece& reading = *nextUnread();
-  reading.done += count;
+  reading.done += frames;
   if (reading.isRead() && reading.loops) {
     reading.done = 0;
   }
@@ -211,71 +223,68 @@ bool PlayerStream::readSome() {
   return true;
 }
 
-std::uint32_t PlayerStream::readPiece(const Piece& piece, std::uint32_t frames, double& rate) {
-  const auto& format = piece.file != nullptr ? piece.file->processingFormat() : piece.buffer->format();
-  rate = format.sampleRate;
-  std::int64_t at = 0;
-  std::uint32_t got = 0;
-  if (piece.file == nullptr) {
-    at = piece.start + piece.done;
-    got = frames;
-  } else {
+// What can not be read is silent and takes its time all the same.
+void PlayerStream::readFile(const Piece& piece, AVAudioPCMBuffer& to, std::uint32_t frames) {
+  if (piece.file->framePosition() != piece.start + piece.done) {
+    piece.file->setFramePosition(piece.start + piece.done);
+  }
+  const std::uint32_t got = piece.file->readIntoBuffer(to, frames) ? 0 : std::min(to.frameLength, frames);
+  if (got == frames) {
+    return;
+  }
+  for (std::uint32_t channel = 0; channel < to.format().channelCount; ++channel) {
+    std::fill(to.floatChannelData()[channel] + got, to.floatChannelData()[channel] + frames, 0.0F);
+  }
+  RenderCounters::add(counters_->unreadFrames, frames - got);
+}
+
+void PlayerStream::readAside(const Piece& piece, std::uint32_t frames) {
+  const AVAudioFormat format = piece.format();
+  if (piece.file != nullptr) {
     if (scratch_ == nullptr || !(scratch_->format() == format)) {
       scratch_ = std::make_shared<AVAudioPCMBuffer>(format, chunkFrames);
     }
-    scratch_->frameLength = 0;
-    if (piece.file->framePosition() != piece.start + piece.done) {
-      piece.file->setFramePosition(piece.start + piece.done);
-    }
-    got = piece.file->readIntoBuffer(*scratch_, frames) ? 0 : std::min(scratch_->frameLength, frames);
+    readFile(piece, *scratch_, frames);
   }
   const AVAudioPCMBuffer& from = piece.file != nullptr ? *scratch_ : *piece.buffer;
+  const std::int64_t at = piece.file != nullptr ? 0 : piece.start + piece.done;
   for (std::size_t side = 0; side < read_.size(); ++side) {
-    if (format.channelCount == 0) {
-      read_[side] = silence_[side].data();
-      continue;
-    }
-    float* const samples = from.floatChannelData()[std::min<std::size_t>(side, format.channelCount - 1)] + at;
-    if (piece.file != nullptr) {
-      std::fill(samples + got, samples + frames, 0.0F);
-    }
-    read_[side] = samples;
+    const std::size_t channel = std::min<std::size_t>(side, std::max(format.channelCount, 1U) - 1);
+    read_[side] = format.channelCount > 0 ? from.floatChannelData()[channel] + at : silence_[side].data();
   }
-  if (got < frames) {
-    RenderCounters::add(counters_->unreadFrames, frames - got);
-  }
-  return frames;
+}
+
+bool PlayerStream::converts(const Rates& rates) const {
+  return converters_ != nullptr && rates[0] > 0 && rates[1] > 0 && rates[0] != rates[1];
 }
 
 // Under both. Moments only: a conversion of one chunk at most.
-void PlayerStream::carryOver(std::uint32_t frames, double rate) {
-  const std::array<double, 2> rates{rate, sampleRate_.load()};
-  const bool converts = converters_ != nullptr && rates[0] > 0 && rates[1] > 0 && rates[0] != rates[1];
-  if (converts && rates != converterRates_) {
-    converter_ = converters_->makeConverter(rates[0], rates[1]);
-    for (auto& side : converted_) {
-      side.resize(convertedRoom);
-    }
-  } else if (!converts) {
+void PlayerStream::carryOver(std::uint32_t frames, const Rates& rates, bool isStraight) {
+  if (!converts(rates)) {
     converter_ = nullptr;
+  } else if (rates != converterRates_) {
+    converter_ = converters_->makeConverter(rates[0], rates[1]);
   }
   converterRates_ = rates;
-  if (converter_ != nullptr) {
+  if (isStraight) {
+    filling_->commit(frames);
+  } else if (converter_ != nullptr) {
     convertAndWrite(frames);
   } else {
-    filling_->write(read_[0], read_[1], std::min(frames, filling_->room()));
+    filling_->write(read_, std::min(frames, filling_->room()));
   }
 }
 
 void PlayerStream::convertAndWrite(std::uint32_t frames) {
   std::uint32_t taken = 0;
   while (true) {
-    const auto room = std::min(convertedRoom, filling_->room());
-    const auto progress = converter_->convert({read_[0] + taken, read_[1] + taken}, frames - taken,
-                                              {converted_[0].data(), converted_[1].data()}, room);
-    filling_->write(converted_[0].data(), converted_[1].data(), progress.given);
+    const PlayerLane::Space space = filling_->space();
+    const auto progress =
+        converter_->convert({read_[0] + taken, read_[1] + taken}, frames - taken, space.sides, space.frameCount);
+    filling_->commit(progress.given);
     taken += progress.taken;
-    if (taken >= frames || (progress.taken == 0 && progress.given == 0)) {
+    const bool hasGivenAll = taken >= frames && progress.given < space.frameCount;
+    if (hasGivenAll || (progress.taken == 0 && progress.given == 0)) {
       return;
     }
   }
@@ -311,9 +320,10 @@ bool PlayerStream::finish(std::uint32_t frames) {
   if (converter_ == nullptr || isFinished_ || filling_ == nullptr || !pieces_.empty() || filling_->waiting() > frames) {
     return false;
   }
-  while (const std::uint32_t given = converter_->finish({converted_[0].data(), converted_[1].data()},
-                                                        std::min(convertedRoom, filling_->room()))) {
-    filling_->write(converted_[0].data(), converted_[1].data(), given);
+  for (std::uint32_t given = 1; given > 0;) {
+    const PlayerLane::Space space = filling_->space();
+    given = space.frameCount > 0 ? converter_->finish(space.sides, space.frameCount) : 0;
+    filling_->commit(given);
   }
   isFinished_ = true;
   filling_->isComplete.store(true);

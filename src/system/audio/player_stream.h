@@ -50,6 +50,7 @@ class PlayerStream {
     std::int64_t done = 0;     // frames that have been read
     std::uint64_t endsAt = 0;  // the lane's frame behind its last, once all are read
     [[nodiscard]] bool isRead() const { return done >= frameCount; }
+    [[nodiscard]] AVAudioFormat format() const;
   };
 
   /// Without converters every file sounds at the device's rate.
@@ -79,12 +80,15 @@ class PlayerStream {
 
  private:
   using Handlers = std::vector<std::function<void()>>;
+  using Rates = std::array<double, 2>;  // in, out
 
   void takeFreshLane();
   [[nodiscard]] bool wantsHead();
   [[nodiscard]] bool readSome();
-  [[nodiscard]] std::uint32_t readPiece(const Piece& piece, std::uint32_t frames, double& rate);
-  void carryOver(std::uint32_t frames, double rate);
+  void readFile(const Piece& piece, AVAudioPCMBuffer& to, std::uint32_t frames);
+  void readAside(const Piece& piece, std::uint32_t frames);
+  [[nodiscard]] bool converts(const Rates& rates) const;
+  void carryOver(std::uint32_t frames, const Rates& rates, bool isStraight);
   void convertAndWrite(std::uint32_t frames);
   [[nodiscard]] Piece* nextUnread();
   void noteCompletion();
@@ -98,11 +102,10 @@ class PlayerStream {
 
   std::mutex io_;                              // before state_
   std::shared_ptr<AVAudioPCMBuffer> scratch_;  // under io_, as all until state_
-  std::array<const float*, 2> read_{};         // what was read last, both sides
+  std::array<const float*, 2> read_{};         // what was read last but not straight into the lane, both sides
   std::array<std::vector<float>, 2> silence_;
-  std::array<std::vector<float>, 2> converted_;
   std::unique_ptr<AVAudioConverter> converter_;
-  std::array<double, 2> converterRates_{};  // in, out; equal for none
+  Rates converterRates_{};  // equal for none
   std::uint64_t lastSerial_ = 0;
 
   std::mutex state_;

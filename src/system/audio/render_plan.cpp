@@ -36,6 +36,8 @@ Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, Buf
   step.tap = entry.graphNode->tapPoint().get();
   step.firstInput = inputs_.size();
   step.inputCount = inputs.size();
+  step.fillsOutput = processor->fillsOutput();
+  step.servesTap = processor->servesTap();
   step.output = takeBuffers(entry.graphNode->outputChannelCount(), arena);
   inputs_.insert(inputs_.end(), inputs.begin(), inputs.end());
   for (const Stream& input : inputs) {
@@ -74,7 +76,7 @@ void RenderPlan::render(std::uint32_t frameCount, std::optional<std::int64_t> de
     }
   }
   for (const Step& step : steps_) {
-    for (std::uint32_t channel = 0; channel < step.output.channelCount; ++channel) {
+    for (std::uint32_t channel = 0; channel < step.output.channelCount && !step.fillsOutput; ++channel) {
       std::fill_n(step.output.channels[channel], frameCount, 0.0F);
     }
     const ProcessBlock block{.frameCount = frameCount,
@@ -83,7 +85,7 @@ void RenderPlan::render(std::uint32_t frameCount, std::optional<std::int64_t> de
                              .tap = step.tap,
                              .deadline = deadline};
     step.processor->process(block);
-    if (!step.processor->servesTap()) {
+    if (!step.servesTap) {
       step.tap->push(step.output, frameCount);
     }
   }

@@ -52,6 +52,8 @@ class RenderPlan {
     TapPoint* tap = nullptr;
     std::size_t firstInput = 0;
     std::size_t inputCount = 0;
+    bool fillsOutput = false;
+    bool servesTap = false;
     Stream output;
   };
 

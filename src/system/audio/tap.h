@@ -54,6 +54,9 @@ class TapPoint {
   /// the engine's dispatcher.
   std::size_t deliver() VREL_NOT_AUDIO_THREAD;
 
+  /// Whether there is nothing to deliver or to count, at a look. Any thread.
+  [[nodiscard]] bool isIdle() const { return !installed() && dropped_.load(std::memory_order_relaxed) == 0; }
+
   /// How many buffers found no room in the ring since it was last asked. Any thread.
   [[nodiscard]] std::uint64_t takeDroppedBuffers() { return dropped_.exchange(0, std::memory_order_relaxed); }
 

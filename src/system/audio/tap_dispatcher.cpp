@@ -61,6 +61,9 @@ void TapDispatcher::deliver() {
   const std::scoped_lock lock(mutex_);
   // By index, since a listener on the main thread may change the list.
   for (std::size_t index = 0; index < taps_.size(); ++index) {
+    if (taps_[index]->isIdle()) {
+      continue;
+    }
     const std::shared_ptr<TapPoint> tap = taps_[index];
     tap->deliver();
     RenderCounters::add(counters_->droppedTapBuffers, tap->takeDroppedBuffers());
