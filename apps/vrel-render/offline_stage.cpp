@@ -64,7 +64,7 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       engine_(AudioEngine::make({nodes_, units_, mainLoop_, queues_, clock_, propertyLists_, console, nullptr, nullptr,
                                  files_.get(), &clips_})),
       performer_({state_, *engine_, mainLoop_, clock_, console, runFiles_}, system::userCopiesFolder()),
-      recorder_({state_, *engine_, performer_, clock_}, log),
+      recorder_({state_, *engine_, performer_.content(), clock_}, log),
       clipRecorder_(*engine_, clock_, log) {
   if (sandboxUnits_) {
     // A plug-in may die while its answer is held back, and must not be handed out after that as if it lived.
@@ -104,7 +104,7 @@ Outcome OfflineStage::start(SetlistFile setlist) {
 }
 
 void OfflineStage::applySong(std::size_t index) {
-  performer_.songSwitch().applySong(static_cast<std::ptrdiff_t>(index));
+  performer_.content().songSwitch().applySong(static_cast<std::ptrdiff_t>(index));
   standStill();
 }
 
@@ -162,7 +162,7 @@ audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
 }
 
 bool OfflineStage::save(const std::string& path) {
-  return performer_.setlistFiles().writeSetlist(path);
+  return performer_.content().setlistFiles().writeSetlist(path);
 }
 
 void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId) {

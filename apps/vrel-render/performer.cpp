@@ -2,7 +2,6 @@
 #include "vrel-render/performer.h"
 
 #include <cstddef>
-#include <utility>
 #include <variant>
 
 #include "document/app_state.h"
@@ -13,18 +12,12 @@
 
 namespace vrel::render {
 
-Performer::Performer(const Collaborators& collaborators, std::filesystem::path copiesFolder)
+Performer::Performer(const Collaborators& collaborators, const std::filesystem::path& copiesFolder)
     : with_(collaborators),
-      builder_(with_.state, with_.engine, with_.console),
-      songSwitch_({with_.state, with_.engine, with_.mainQueue, with_.clock, with_.console, selection_, builder_}),
-      tempo_(with_.state, with_.engine, with_.clock),
-      midiLearn_(with_.state, with_.engine, tempo_),
-      liveMode_({with_.state, with_.engine, songSwitch_, desktop_}),
-      copies_(with_.files, with_.console, std::move(copiesFolder)),
-      setlistFiles_({with_.state, with_.engine, songSwitch_, with_.files, desktop_, with_.console, copies_}) {
-  songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
-  midiLearn_.listenToEngine();
+      content_({with_.state, with_.engine, with_.mainQueue, with_.clock, with_.console, desktop_, with_.files,
+                notifications_, copiesFolder}) {
   showPerformance(with_.state, with_.engine);
+  content_.midiLearn().listenToEngine();
 }
 
 void Performer::perform(const ShowAction& action) {
@@ -37,23 +30,42 @@ void Performer::act(const MidiFileMessage& message) {
 
 void Performer::act(const SongStep& song) {
   if (song.index && *song.index < with_.state.songs.get().size()) {
-    songSwitch_.applySong(static_cast<std::ptrdiff_t>(*song.index));
+    content_.songSwitch().applySong(static_cast<std::ptrdiff_t>(*song.index));
   } else {
     with_.console.print("'" + song.text + "' names no song of the setlist");
   }
 }
 
 void Performer::act(const PanicStep& /*panic*/) {
-  performPanic(with_.state, with_.engine);
+  click({MidiControlKind::panic, {}}, [this] { content_.panic(); });
 }
 
 void Performer::act(const TapStep& /*tap*/) {
-  tempo_.tapTempo();
+  click({MidiControlKind::tapTempo, {}}, [this] { content_.tempo().tapTempo(); });
+}
+
+void Performer::click(const MidiControlTarget& target, const std::function<void()>& action) {
+  if (with_.state.isMidiLearnMode.get()) {
+    content_.midiLearn().selectMidiLearnTarget(target);
+  } else {
+    action();
+  }
+}
+
+void Performer::act(const LearnStep& learn) {
+  if (!learn.target) {
+    with_.console.print("'" + learn.text + "' names no control");
+    return;
+  }
+  if (!with_.state.isMidiLearnMode.get()) {
+    content_.midiLearn().toggleMidiLearnMode();
+  }
+  content_.midiLearn().selectMidiLearnTarget(*learn.target);
 }
 
 void Performer::act(const LiveStep& live) {
   if (live.isOn) {
-    liveMode_.setLiveMode(*live.isOn);
+    content_.liveMode().setLiveMode(*live.isOn);
   } else {
     with_.console.print("'" + live.text + "' turns Live mode neither on nor off");
   }
@@ -62,7 +74,7 @@ void Performer::act(const LiveStep& live) {
 // Outside Live mode a key is for a text field, of which there is none here.
 void Performer::act(const KeyStep& key) {
   if (const auto event = keyEventFromName(key.name)) {
-    (void)liveMode_.handleLiveKeyDown(*event);
+    (void)content_.liveMode().handleLiveKeyDown(*event);
   } else {
     with_.console.print("'key " + key.name + "' names no key");
   }

@@ -2,15 +2,10 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 
-#include "console/setlist_copies.h"
-#include "console/setlist_files.h"
-#include "performance/channel_builder.h"
-#include "performance/console_selection.h"
-#include "performance/live_mode.h"
-#include "performance/midi_learn.h"
-#include "performance/song_switch.h"
-#include "performance/tempo.h"
+#include "console/content_view.h"
+#include "platform/notification_center.h"
 #include "vrel-render/no_desktop.h"
 #include "vrel-render/show.h"
 
@@ -25,7 +20,7 @@ class MainQueue;
 
 namespace vrel::render {
 
-/// Does what a performer's hand does, to the logic that a console's controls would reach. Nothing waits: a song whose
+/// Does what a performer's hand does, to the logic that the controls of a console reach. Nothing waits: a song whose
 /// marker has been performed may still be loading. Main thread.
 class Performer {
  public:
@@ -39,33 +34,27 @@ class Performer {
   };
 
   /// All are borrowed. The last good versions of what is saved over are kept in the folder.
-  Performer(const Collaborators& collaborators, std::filesystem::path copiesFolder);
+  Performer(const Collaborators& collaborators, const std::filesystem::path& copiesFolder);
 
   void perform(const ShowAction& action);
 
-  [[nodiscard]] SongSwitch& songSwitch() { return songSwitch_; }
-  [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
-  [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
-  [[nodiscard]] ConsoleSelection& selection() { return selection_; }
+  [[nodiscard]] ContentView& content() { return content_; }
 
  private:
+  /// A control of the console that can be learned is clicked: in learn mode it is chosen instead.
+  void click(const MidiControlTarget& target, const std::function<void()>& action);
   void act(const MidiFileMessage& message);
   void act(const SongStep& song);
   void act(const PanicStep& panic);
   void act(const TapStep& tap);
+  void act(const LearnStep& learn);
   void act(const LiveStep& live);
   void act(const KeyStep& key);
 
   Collaborators with_;
-  ConsoleSelection selection_;
-  ChannelBuilder builder_;
-  SongSwitch songSwitch_;
-  Tempo tempo_;
-  MidiLearn midiLearn_;
   NoDesktop desktop_;
-  LiveMode liveMode_;
-  SetlistCopies copies_;
-  SetlistFiles setlistFiles_;
+  NSNotificationCenter notifications_;
+  ContentView content_;
 };
 
 }  // namespace vrel::render

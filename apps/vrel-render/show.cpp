@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include "document/stored_texts.h"
+
 namespace vrel::render {
 namespace {
 
@@ -36,12 +38,28 @@ std::optional<bool> switchPositionIn(std::string_view text) {
   return std::nullopt;
 }
 
+/// "KIND" or "KIND CHANNEL", as the kind is written in a setlist, with a channel if and only if it is of one.
+std::optional<MidiControlTarget> targetIn(std::string_view text) {
+  const std::size_t end = std::min(text.find_first_of(blanks), text.size());
+  const auto kind = midiControlKind(text.substr(0, end));
+  const std::string_view rest = trimmed(text.substr(end));
+  const auto channel = indexIn(rest);
+  const bool isOfChannel = text.starts_with("channel_");
+  if (!kind || channel.has_value() != isOfChannel || (!isOfChannel && !rest.empty())) {
+    return std::nullopt;
+  }
+  return MidiControlTarget{*kind, channel ? std::optional<std::int64_t>(*channel) : std::nullopt};
+}
+
 std::optional<ShowAction> actionOf(std::string_view text) {
   const std::size_t end = std::min(text.find_first_of(blanks), text.size());
   const std::string_view word = text.substr(0, end);
   const std::string_view rest = trimmed(text.substr(end));
   if (word == "song") {
     return SongStep{indexIn(rest), std::string(text)};
+  }
+  if (word == "learn") {
+    return LearnStep{targetIn(rest), std::string(text)};
   }
   if (word == "live") {
     return LiveStep{switchPositionIn(rest), std::string(text)};

@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "document/setlist.h"
 #include "midi/standard_midi_file.h"
 
 namespace vrel::render {
@@ -37,6 +38,14 @@ struct LiveStep {
   bool operator==(const LiveStep&) const = default;
 };
 
+/// The Learn button, and then a click on a control of the console; no target where the text names none.
+struct LearnStep {
+  std::optional<MidiControlTarget> target{};
+  std::string text{};
+
+  bool operator==(const LearnStep&) const = default;
+};
+
 /// A press of a key of the computer's keyboard.
 struct KeyStep {
   std::string name{};  // as `keyEventFromName` knows it
@@ -44,7 +53,7 @@ struct KeyStep {
   bool operator==(const KeyStep&) const = default;
 };
 
-using ShowAction = std::variant<MidiFileMessage, SongStep, PanicStep, TapStep, LiveStep, KeyStep>;
+using ShowAction = std::variant<MidiFileMessage, SongStep, PanicStep, TapStep, LearnStep, LiveStep, KeyStep>;
 
 /// What the performer does at one moment.
 struct ShowStep {
@@ -55,7 +64,7 @@ struct ShowStep {
 };
 
 /// The steps of a performance, in the file's order. Texts and markers that begin with none of the words `song`,
-/// `panic`, `tap`, `live` and `key` are passed over.
+/// `panic`, `tap`, `learn`, `live` and `key` are passed over.
 [[nodiscard]] std::vector<ShowStep> showSteps(const MidiFile& file);
 
 }  // namespace vrel::render

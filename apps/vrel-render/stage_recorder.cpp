@@ -7,29 +7,29 @@
 #include <optional>
 #include <string>
 
+#include "console/content_view.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 #include "system/dispatch/offline_main_loop.h"
 #include "system/plugins/observable_instrument.h"
 #include "system/plugins/sandboxed_node.h"
 #include "vrel-render/event_log.h"
-#include "vrel-render/performer.h"
 
 namespace vrel::render {
 
 StageRecorder::StageRecorder(const Collaborators& collaborators, EventLog* log) : with_(collaborators), log_(log) {
-  sessionLinks_.push_back(with_.performer.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
+  sessionLinks_.push_back(with_.content.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
   if (log_ == nullptr) {
     return;
   }
   sessionLinks_.push_back(
-      with_.performer.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
+      with_.content.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
   sessionLinks_.push_back(with_.state.songSwitchInProgress.changed.connect([this](bool isInProgress) {
     if (!isInProgress && !isBuilding_) {
       switchHasEnded();
     }
   }));
-  sessionLinks_.push_back(with_.performer.midiLearn().controlWillAct.connect(
+  sessionLinks_.push_back(with_.content.midiLearn().controlWillAct.connect(
       [this](const MidiControlTarget& target, bool isPressed, float value) {
         log_->control(now(), target, isPressed, value);
       }));

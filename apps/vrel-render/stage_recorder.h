@@ -13,14 +13,13 @@ class AppState;
 class AudioChannel;
 class AudioEngine;
 class AVAudioNode;
+class ContentView;
 namespace system {
 class OfflineClock;
 }  // namespace system
 }  // namespace vrel
 
 namespace vrel::render {
-
-class Performer;
 
 /// Writes down what happens on stage: songs, how long they took, the statuses of strips, every event that an instrument
 /// gets, the processes of plug-ins, and the dirty mark. Main thread. A strip that stays empty has no status worth a
@@ -30,7 +29,7 @@ class StageRecorder {
   struct Collaborators {
     AppState& state;
     AudioEngine& engine;
-    Performer& performer;
+    ContentView& content;
     const system::OfflineClock& clock;
   };
 

@@ -232,6 +232,27 @@ TEST_F(SmallShow, ALearnedControlActsAndIsTold) {
   EXPECT_LT(played.rmsDecibels(24000, 40000), -80);
 }
 
+TEST_F(SmallShow, AControlIsLearnedInTheShowAndKeptInTheSetlist) {
+  MidiFileMaker show;
+  show.marker(0, "learn channel_volume 0").message(10, {0xB3, 7, 5});
+  show.message(100, {0xB3, 7, 127}).marker(200, "learn tap_tempo").marker(210, "panic").message(220, {0xB0, 50, 1});
+  show.marker(300, "learn nothing").message(400, {0xB0, 50, 127});
+  const auto run =
+      play(setlistOf({songOf("One", {stripOf("Sine", sine)})}), show, {"--tail", "0", "--save", at("saved.vrel")});
+  EXPECT_NE(run.output.find("'learn nothing' names no control"), std::string::npos) << run.output;
+  const auto controls = eventsOfKind("control");
+  ASSERT_EQ(controls.size(), 2U);
+  EXPECT_EQ(controls[0].at("target"), "channel_volume");
+  EXPECT_EQ(controls[1].at("target"), "panic") << "it was clicked last";
+  const auto saved = readSetlist(read("saved.vrel"));
+  ASSERT_TRUE(saved.ok());
+  EXPECT_EQ(saved.value().songs[0].channels[0].volume, 1.0F);
+  EXPECT_EQ(saved.value().globalMidiControlAssignments,
+            (std::vector<MidiControlAssignment>{{{MidiControlKind::channelVolume, 0}, {0xB0, 3, 7}}}));
+  EXPECT_EQ(saved.value().songs[0].midiControlAssignments,
+            (std::vector<MidiControlAssignment>{{{MidiControlKind::panic, {}}, {0xB0, 0, 50}}}));
+}
+
 TEST_F(SmallShow, TapsSetTheTempoOfTheSong) {
   MidiFileMaker show;
   show.marker(100, "tap").marker(500, "tap").marker(700, "song 1").marker(1000, "song 0");

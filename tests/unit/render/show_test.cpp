@@ -48,6 +48,17 @@ TEST(Show, MarkersSwitchLiveModeAndPressKeys) {
                                    {3, KeyStep{"cmd+3"}}}));
 }
 
+TEST(Show, MarkersLearnTheControlsThatTheyName) {
+  EXPECT_EQ(stepsOf({text(0, "learn panic"), text(1, "learn  channel_volume  12")}),
+            (std::vector<ShowStep>{
+                {0, LearnStep{MidiControlTarget{MidiControlKind::panic, {}}, "learn panic"}},
+                {1, LearnStep{MidiControlTarget{MidiControlKind::channelVolume, 12}, "learn  channel_volume  12"}}}));
+  for (const char* words : {"learn", "learn volume", "learn channel_volume", "learn panic 2", "learn channel_mute x",
+                            "learn channel_mute 1 2", "learn panic now"}) {
+    EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, LearnStep{std::nullopt, words}}})) << words;
+  }
+}
+
 TEST(Show, WhatLiveModeCanNotFollowIsKeptToBeTold) {
   for (const char* words : {"live", "live maybe", "live on off", "live ON"}) {
     EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, LiveStep{std::nullopt, words}}})) << words;
