@@ -9,11 +9,15 @@ packages=(
   build-essential cmake ninja-build pkg-config git python3
   nlohmann-json3-dev liblilv-dev lv2-dev libplist-dev libsndfile1-dev
   librtaudio-dev librtmidi-dev libjack-jackd2-dev libasound2-dev
+  qt6-base-dev qt6-declarative-dev libgl-dev
+  qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
+  qml6-module-qtquick-templates qml6-module-qtquick-window
   ffmpeg libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libsoxr-dev
   # testing
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev
   jackd2 pulseaudio jalv
+  xvfb xdotool fonts-dejavu-core
   # instruments and effects for the demo and the tests
   mda-lv2 setbfree
 )

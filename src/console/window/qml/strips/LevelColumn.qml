@@ -55,6 +55,7 @@ Item {
         LevelMeter {
             width: 20
             height: parent.height
+            board: column.desk.meters
             channelId: column.channelId
         }
     }

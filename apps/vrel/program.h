@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "console/content_view.h"
+#include "console/window/console_commands.h"
+#include "console/window/console_mirror.h"
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "platform/console_output.h"
+#include "platform/notification_center.h"
+#include "system/desktop/window_desktop.h"
+#include "system/dispatch/standard_output.h"
+#include "system/dispatch/system_clock.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
+#include "system/user_defaults/ini_user_defaults.h"
+#include "vrel/machine.h"
+
+namespace vrel::system {
+class MainLoop;
+}  // namespace vrel::system
+
+namespace vrel::app {
+
+class WindowSide;
+
+/// The whole program but for its window: session, engine, and what the window does. Main thread, that is, the one on
+/// which it is made.
+class Program {
+ public:
+  /// Makes the session, which scans the plug-ins, and then the engine. Both are borrowed.
+  Program(system::MainLoop& loop, WindowSide& window);
+  ~Program();
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  /// What the program does first once it is all there: settings of the devices, a first song, the menus.
+  void start();
+
+  void carryOut(const window::ConsoleCommands::Action& action);
+  void setScreens(std::vector<NSScreen> screens);
+  /// The system asks whether the program may end.
+  void requestTermination();
+  void cancelQuestions() { desktop_.cancelQuestions(); }
+
+  [[nodiscard]] AppState& state() { return state_; }
+  [[nodiscard]] AudioEngine& engine() { return *engine_; }
+
+ private:
+  /// Lines for the person at the machine: on standard output, and the last one in the window.
+  class Teller final : public ConsoleOutput {
+   public:
+    explicit Teller(Program& program) : program_(program) {}
+    void print(const std::string& line) override;
+
+   private:
+    Program& program_;
+    system::StandardOutput output_;
+  };
+
+  // In the order of birth; what stands further down uses what stands above.
+  system::MainLoop& loop_;
+  WindowSide& window_;
+  Teller console_{*this};
+  system::SystemClock clock_;
+  system::FileCalls fileCalls_;
+  system::PosixFileManager files_{fileCalls_};
+  system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
+  Machine machine_;
+  AppState state_;
+  std::shared_ptr<AudioEngine> engine_;
+  system::WindowDesktop desktop_;
+  NSNotificationCenter notifications_;
+  ContentView content_;
+  window::MirrorSource mirrorSource_;
+  window::ConsoleMirror mirror_;
+  window::ConsoleActions actions_;
+  std::unique_ptr<RepeatingTimer> troubleTimer_;
+  LifeToken life_;
+};
+
+}  // namespace vrel::app

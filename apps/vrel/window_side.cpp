@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/window_side.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QStandardPaths>
+#include <QUrl>
+#include <QVariant>
+#include <cstdlib>
+#include <optional>
+#include <utility>
+
+#include "console/content_view.h"
+#include "performance/live_mode.h"
+#include "platform/key_event.h"
+#include "vrel/key_translation.h"
+
+namespace vrel::app {
+namespace {
+
+constexpr int framesPerSecond = 60;
+
+NSScreen screenOf(const QScreen& screen) {
+  const QRect area = screen.availableGeometry();
+  return {screen.name().toStdString(), {area.x(), area.y(), area.width(), area.height()}};
+}
+
+QStringList nameFilters(FileType type) {
+  if (type == FileType::movie) {
+    return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv"), QStringLiteral("*")};
+  }
+  return {QStringLiteral("Vrel (*.vrel)"), QStringLiteral("* (*)")};
+}
+
+}  // namespace
+
+WindowSide::WindowSide(window::ConsoleCommands::Post postCommand, PostToLogic postToLogic)
+    : postToLogic_(std::move(postToLogic)), model_(std::move(postCommand)) {
+  frames_.setTimerType(Qt::PreciseTimer);
+  frames_.setInterval(1000 / framesPerSecond);
+  connect(&frames_, &QTimer::timeout, this, [this] {
+    if (quickWindow_ != nullptr && quickWindow_->isExposed()) {
+      Q_EMIT model_.meters()->frame();
+    }
+  });
+}
+
+WindowSide::~WindowSide() = default;
+
+bool WindowSide::load() {
+  window::registerQmlTypes();
+  engine_ = std::make_unique<QQmlApplicationEngine>();
+  engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
+  engine_->setInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)}});
+  engine_->load(QUrl(QStringLiteral("qrc:/qt/qml/Vrel/Console/qml/Main.qml")));
+  if (engine_->rootObjects().isEmpty()) {
+    return false;
+  }
+  quickWindow_ = qobject_cast<QQuickWindow*>(engine_->rootObjects().constFirst());
+  if (quickWindow_ == nullptr) {
+    return false;
+  }
+  // Ahead of every control of the window, whichever has the focus.
+  qApp->installEventFilter(this);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, &WindowSide::tellScreens);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &WindowSide::tellScreens);
+  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &WindowSide::tellScreens);
+  tellScreens();
+  frames_.start();
+  return true;
+}
+
+void WindowSide::tellScreens() {
+  std::vector<NSScreen> screens;
+  const QScreen* const main = QGuiApplication::primaryScreen();
+  if (main != nullptr) {
+    screens.push_back(screenOf(*main));
+  }
+  for (const QScreen* screen : QGuiApplication::screens()) {
+    if (screen != main) {
+      screens.push_back(screenOf(*screen));
+    }
+  }
+  if (onScreens) {
+    onScreens(std::move(screens));
+  }
+}
+
+void WindowSide::here(std::function<void()> action) {
+  QMetaObject::invokeMethod(this, std::move(action), Qt::QueuedConnection);
+}
+
+void WindowSide::apply(window::MirrorBatch batch, std::function<void()> taken) {
+  here([this, batch = std::move(batch), taken = std::move(taken)] {
+    model_.apply(batch);
+    postToLogic_(taken);
+    if (engine_ == nullptr && !load()) {
+      QCoreApplication::exit(EXIT_FAILURE);
+    }
+  });
+}
+
+void WindowSide::setWindowFrame(const ScreenRect& frame) {
+  here([this, frame] {
+    if (quickWindow_ != nullptr) {
+      quickWindow_->setGeometry(frame.x, frame.y, frame.width, frame.height);
+    }
+  });
+}
+
+void WindowSide::showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) {
+  here([this, panel, answer = std::move(answer)] {
+    askForFile(QFileDialog::AcceptOpen, panel.allowedType, {}, answer);
+  });
+}
+
+void WindowSide::showSavePanel(const NSSavePanel& panel, PanelAnswer answer) {
+  here([this, panel, answer = std::move(answer)] {
+    askForFile(QFileDialog::AcceptSave, panel.allowedType, QString::fromStdString(panel.suggestedName), answer);
+  });
+}
+
+void WindowSide::askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName,
+                            PanelAnswer answer) {
+  auto* const dialog = new QFileDialog;
+  dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setObjectName(QStringLiteral("filePanel"));
+  dialog->setWindowModality(Qt::ApplicationModal);
+  dialog->setAcceptMode(mode);
+  dialog->setNameFilters(nameFilters(type));
+  if (mode == QFileDialog::AcceptSave) {
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setDefaultSuffix(QStringLiteral("vrel"));
+    dialog->selectFile(suggestedName);
+  } else {
+    dialog->setFileMode(QFileDialog::ExistingFile);
+  }
+  connect(dialog, &QFileDialog::finished, this, [this, dialog, answer = std::move(answer)](int result) {
+    std::optional<std::filesystem::path> file;
+    if (result == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
+      file = dialog->selectedFiles().constFirst().toStdString();
+    }
+    postToLogic_([answer, file] { answer(file); });
+  });
+  dialog->open();
+}
+
+void WindowSide::clearFocus() {
+  here([this] {
+    if (quickWindow_ != nullptr && quickWindow_->activeFocusItem() != nullptr) {
+      quickWindow_->contentItem()->forceActiveFocus();
+    }
+  });
+}
+
+void WindowSide::quit() {
+  here([] { QCoreApplication::quit(); });
+}
+
+bool WindowSide::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::ShortcutOverride:
+    case QEvent::KeyPress:
+      return watched == quickWindow_ && handleKey(event);
+    case QEvent::Close:
+      // The program ends by its guard only; the window stays as long as the program.
+      if (watched == quickWindow_) {
+        event->ignore();
+        if (onCloseRequest) {
+          onCloseRequest();
+        }
+        return true;
+      }
+      return false;
+    case QEvent::Quit:
+      return false;
+    default:
+      return false;
+  }
+}
+
+bool WindowSide::handleKey(QEvent* event) {
+  const bool isLive = model_.session()->value(QStringLiteral("isLive")).toBool();
+  const bool isAsked = model_.alert()->value(QStringLiteral("shown")).toBool();
+  if (!isLive || isAsked) {
+    return false;
+  }
+  const auto& pressed = *static_cast<QKeyEvent*>(event);
+  const KeyEvent key = keyEventOf(pressed);
+  const auto command = LiveMode::commandFor(key);
+  if (!command) {
+    return false;
+  }
+  event->accept();
+  // A key that is held steps on through the songs; a mute that is held must not flicker.
+  const bool mayRepeat =
+      command->kind == LiveMode::Command::Kind::nextSong || command->kind == LiveMode::Command::Kind::previousSong;
+  if (event->type() == QEvent::KeyPress && (mayRepeat || !pressed.isAutoRepeat())) {
+    model_.commands()->post(
+        [key](window::ConsoleActions& actions) { (void)actions.content.liveMode().handleLiveKeyDown(key); });
+  }
+  return true;
+}
+
+}  // namespace vrel::app

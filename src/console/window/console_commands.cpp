@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/window/console_commands.h"
+
+#include <QStringList>
+#include <QVariant>
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "console/content_view.h"
+#include "document/app_state.h"
+#include "document/stored_texts.h"
+#include "engine/audio_engine.h"
+
+namespace vrel::window {
+
+void ConsoleCommands::withContent(std::function<void(ContentView&)> action) const {
+  post_([action = std::move(action)](ConsoleActions& actions) { action(actions.content); });
+}
+
+void ConsoleCommands::withSong(const QString& songId, void (*action)(ContentView&, std::size_t row)) const {
+  withContent([id = songId.toStdString(), action](ContentView& content) {
+    const auto& songs = content.appState().songs.get();
+    const auto found = std::find_if(songs.begin(), songs.end(), [&](const auto& song) { return song.id.text() == id; });
+    if (found != songs.end()) {
+      action(content, static_cast<std::size_t>(found - songs.begin()));
+    }
+  });
+}
+
+void ConsoleCommands::withChannel(const QString& channelId,
+                                  std::function<void(ContentView&, AudioChannel&)> action) const {
+  withContent([id = channelId.toStdString(), action = std::move(action)](ContentView& content) {
+    const auto& channels = content.audioEngine().channels();
+    const auto found =
+        std::find_if(channels.begin(), channels.end(), [&](const auto& channel) { return channel->id.text() == id; });
+    if (found != channels.end()) {
+      const auto channel = *found;  // an action may take the strip away
+      action(content, *channel);
+    }
+  });
+}
+
+void ConsoleCommands::clickSong(int row) {
+  if (row >= 0) {
+    withContent([row](ContentView& content) { content.songList().clickSong(static_cast<std::size_t>(row)); });
+  }
+}
+
+void ConsoleCommands::addSong(const QString& name) {
+  withContent([name = name.toStdString()](ContentView& content) {
+    content.appState().newSongName.set(name);
+    content.songList().addSong();
+  });
+}
+
+void ConsoleCommands::beginSongRename(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) {
+    content.songList().beginSongRename(content.appState().songs.get()[row].id);
+  });
+}
+
+void ConsoleCommands::setSongNameDraft(const QString& draft) {
+  withContent(
+      [draft = draft.toStdString()](ContentView& content) { content.songList().editingSongNameDraft.set(draft); });
+}
+
+void ConsoleCommands::commitSongRename() {
+  withContent([](ContentView& content) { content.songList().commitSongRename(); });
+}
+
+void ConsoleCommands::deleteSong(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) {
+    content.songList().deleteSong(content.appState().songs.get()[row].id);
+  });
+}
+
+void ConsoleCommands::dragSong(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) {
+    content.songList().draggedSongId.set(content.appState().songs.get()[row].id);
+  });
+}
+
+void ConsoleCommands::songDropEntered(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) {
+    content.songReorderDropDelegate(content.appState().songs.get()[row].id).dropEntered();
+  });
+}
+
+void ConsoleCommands::songDropExited(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) {
+    content.songReorderDropDelegate(content.appState().songs.get()[row].id).dropExited();
+  });
+}
+
+void ConsoleCommands::songDropped(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) {
+    (void)content.songReorderDropDelegate(content.appState().songs.get()[row].id).performDrop();
+  });
+}
+
+void ConsoleCommands::selectStrip(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    content.selection().selectedChannelId.set(channel.id);
+  });
+}
+
+void ConsoleCommands::setChannelName(const QString& channelId, const QString& name) {
+  withChannel(channelId, [name = name.toStdString()](ContentView& content, AudioChannel& channel) {
+    content.stripControls().setName(channel, name);
+  });
+}
+
+void ConsoleCommands::setVolume(const QString& channelId, double position) {
+  withChannel(channelId, [position](ContentView& content, AudioChannel& channel) {
+    content.stripControls().setVolume(channel, static_cast<float>(position));
+  });
+}
+
+void ConsoleCommands::toggleMute(const QString& channelId) {
+  withChannel(channelId,
+              [](ContentView& content, AudioChannel& channel) { content.stripControls().toggleMute(channel); });
+}
+
+void ConsoleCommands::toggleSolo(const QString& channelId) {
+  withChannel(channelId,
+              [](ContentView& content, AudioChannel& channel) { content.stripControls().toggleSolo(channel); });
+}
+
+void ConsoleCommands::dragChannel(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    // In Live mode a drag carries nothing.
+    if (!content.appState().isLiveModeEnabled.get()) {
+      content.channelOperations().draggedChannelId.set(channel.id);
+    }
+  });
+}
+
+void ConsoleCommands::channelDropEntered(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    content.channelReorderDropDelegate(channel.id).dropEntered();
+  });
+}
+
+void ConsoleCommands::channelDropExited(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    content.channelReorderDropDelegate(channel.id).dropExited();
+  });
+}
+
+void ConsoleCommands::channelDropped(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    (void)content.channelReorderDropDelegate(channel.id).performDrop();
+  });
+}
+
+void ConsoleCommands::addChannel() {
+  withContent([](ContentView& content) { content.channelOperations().addChannelFromButton(); });
+}
+
+void ConsoleCommands::cutChannel(const QString& channelId) {
+  withChannel(channelId,
+              [](ContentView& content, AudioChannel& channel) { content.channelOperations().cutChannel(channel); });
+}
+
+void ConsoleCommands::copyChannel(const QString& channelId) {
+  withChannel(channelId,
+              [](ContentView& content, AudioChannel& channel) { content.channelOperations().copyChannel(channel); });
+}
+
+void ConsoleCommands::pasteChannel(const QString& afterChannelId) {
+  withChannel(afterChannelId, [](ContentView& content, AudioChannel& channel) {
+    content.channelOperations().pasteChannel(channel.id);
+  });
+}
+
+void ConsoleCommands::duplicateChannel(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    content.channelOperations().duplicateChannel(channel);
+  });
+}
+
+void ConsoleCommands::deleteChannel(const QString& channelId) {
+  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
+    content.channelOperations().removeChannelFromConsole(channel);
+  });
+}
+
+void ConsoleCommands::setMasterVolume(double position) {
+  withContent([position](ContentView& content) {
+    content.stripControls().setVolume(*content.audioEngine().masterChannel(), static_cast<float>(position));
+  });
+}
+
+void ConsoleCommands::toggleMasterMute() {
+  withContent([](ContentView& content) { content.stripControls().toggleMute(*content.audioEngine().masterChannel()); });
+}
+
+void ConsoleCommands::setTempo(int bpm) {
+  withContent([bpm](ContentView& content) { content.tempo().setTempo(static_cast<std::uint32_t>(std::max(bpm, 0))); });
+}
+
+void ConsoleCommands::tapTempo() {
+  withContent([](ContentView& content) { content.tempo().tapTempo(); });
+}
+
+void ConsoleCommands::setSongNotes(const QString& notes) {
+  withContent([notes = notes.toStdString()](ContentView& content) { content.setSongNotes(notes); });
+}
+
+void ConsoleCommands::setLanguage(int index) {
+  constexpr int languages = 5;
+  if (index >= 0 && index < languages) {
+    withContent([index](ContentView& content) { content.setLanguage(static_cast<Language>(index)); });
+  }
+}
+
+void ConsoleCommands::toggleLiveMode() {
+  withContent(
+      [](ContentView& content) { content.liveMode().setLiveMode(!content.appState().isLiveModeEnabled.get()); });
+}
+
+void ConsoleCommands::toggleLearn() {
+  withContent([](ContentView& content) { content.midiLearn().toggleMidiLearnMode(); });
+}
+
+void ConsoleCommands::selectLearnTarget(const QString& kind, int channelIndex) {
+  withContent([kind = kind.toStdString(), channelIndex](ContentView& content) {
+    if (const auto known = midiControlKind(kind)) {
+      const auto index = channelIndex < 0 ? std::nullopt : std::optional<std::int64_t>(channelIndex);
+      content.midiLearn().selectMidiLearnTarget({*known, index});
+    }
+  });
+}
+
+void ConsoleCommands::panic() {
+  withContent([](ContentView& content) { content.panic(); });
+}
+
+void ConsoleCommands::activateMenuItem(const QVariantList& path) {
+  QStringList words = QVariant(path).toStringList();
+  words.resize(2);
+  post_([action = words[0].toStdString(), object = words[1].toStdString()](ConsoleActions& actions) {
+    actions.activateMenuItem(action, object);
+  });
+}
+
+void ConsoleCommands::answerAlert(int button) {
+  post_([button](ConsoleActions& actions) {
+    actions.answerAlert(button < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(button)));
+  });
+}
+
+}  // namespace vrel::window

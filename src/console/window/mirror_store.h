@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QAbstractListModel>
+#include <QHash>
+#include <QObject>
+#include <QQmlPropertyMap>
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "console/window/mirror_source.h"
+
+namespace vrel::window {
+
+/// The window's copy of one object of the logic. QML reads its values by name and never writes them.
+class MirrorObject : public QQmlPropertyMap {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("the logic makes these")
+
+ public:
+  explicit MirrorObject(QObject* parent) : QQmlPropertyMap(this, parent) {}
+
+ protected:
+  /// A write from QML changes nothing.
+  QVariant updateValue(const QString& key, const QVariant& /*input*/) override { return value(key); }
+};
+
+/// The window's copy of a list: one role, `entry`, with a `MirrorObject` for each row. Rows are inserted, moved and
+/// removed one by one, so that views keep what they have under way.
+class MirrorList : public QAbstractListModel {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("the logic makes these")
+  Q_PROPERTY(int count READ count NOTIFY countChanged)
+
+ public:
+  static constexpr int entryRole = Qt::UserRole;
+
+  explicit MirrorList(QObject* parent) : QAbstractListModel(parent) {}
+
+  [[nodiscard]] int count() const { return static_cast<int>(rows_.size()); }
+  [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : count(); }
+  [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
+  [[nodiscard]] QHash<int, QByteArray> roleNames() const override { return {{entryRole, "entry"}}; }
+
+  /// Brings the rows into this order row by row.
+  void setRows(const std::vector<MirrorObject*>& wanted);
+
+ Q_SIGNALS:
+  void countChanged();
+
+ private:
+  void removeRowAt(std::size_t row);
+
+  std::vector<MirrorObject*> rows_;  // owned by the store
+};
+
+/// The window's side of the mirror: all copies, brought up to date by the batches of the logic. The window's thread.
+class MirrorStore : public QObject {
+  Q_OBJECT
+
+ public:
+  explicit MirrorStore(QObject* parent = nullptr) : QObject(parent) {}
+
+  /// The copy with this id; made, without values, when it is not there yet.
+  [[nodiscard]] MirrorObject* object(MirrorId id);
+  [[nodiscard]] MirrorList* list(MirrorId id);
+
+  void apply(const MirrorBatch& batch);
+
+ private:
+  std::unordered_map<MirrorId, MirrorObject*> objects_;  // children of this
+  std::unordered_map<MirrorId, MirrorList*> lists_;      // children of this
+};
+
+}  // namespace vrel::window
