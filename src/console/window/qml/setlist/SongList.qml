@@ -43,6 +43,7 @@ ListView {
     ScrollBar.vertical: ScrollBar {
         policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
         width: 14
+        Accessible.name: list.desk.texts.setlist
     }
 
     delegate: SongRow {

@@ -24,7 +24,6 @@ PushButton {
             acted();
     }
 
-    Accessible.role: Accessible.CheckBox
     Accessible.checkable: true
     Accessible.checked: isOn
     Accessible.onToggleAction: button.clicked()

@@ -44,6 +44,7 @@ ListView {
     ScrollBar.horizontal: ScrollBar {
         policy: list.contentWidth + list.rightMargin > list.width ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
         height: 16
+        Accessible.name: list.desk.texts.channelStrips
     }
 
     delegate: ChannelStrip {

@@ -28,12 +28,18 @@ Panel {
                 font.pixelSize: Theme.bodyText
             }
 
-            Repeater {
-                model: panel.desk.strips
+            Row {
+                Layout.maximumWidth: panel.width - 260
+                clip: true
+                spacing: Theme.gap
 
-                FailureSign {
-                    Layout.preferredHeight: 44
-                    onClicked: strips.positionViewAtIndex(index, ListView.Contain)
+                Repeater {
+                    model: panel.desk.strips
+
+                    FailureSign {
+                        height: 44
+                        onClicked: strips.positionViewAtIndex(index, ListView.Contain)
+                    }
                 }
             }
         }

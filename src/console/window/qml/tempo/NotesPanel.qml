@@ -22,67 +22,18 @@ Panel {
             text: panel.desk.texts.notesTitle
         }
 
-        ScrollView {
-            id: scroll
-
-            contentWidth: availableWidth
+        Flickable {
             Layout.fillWidth: true
             Layout.fillHeight: true
             clip: true
+            boundsBehavior: Flickable.StopAtBounds
 
-            TextArea {
-                id: area
-
-                readonly property string echo: panel.desk.session.songNotes
-                readonly property int song: panel.desk.session.selectedSongIndex
-                property bool isEditing
-                property bool isFollowing
-
-                function follow(): void {
-                    isEditing = false;
-                    if (text === echo)
-                        return;
-                    isFollowing = true;
-                    text = echo;
-                    isFollowing = false;
-                }
-
-                objectName: "notesArea"
-                text: ""
-                readOnly: panel.desk.session.isLive
-                color: Theme.ink
-                selectionColor: Theme.teal
-                selectedTextColor: Theme.darkInk
-                font.pixelSize: Theme.strongText
-                wrapMode: TextEdit.Wrap
-                selectByMouse: true
-                Accessible.role: Accessible.EditableText
+            ScrollBar.vertical: ScrollBar {
                 Accessible.name: panel.desk.texts.notesTitle
+            }
 
-                Component.onCompleted: follow()
-                onEchoChanged: if (!isEditing) follow()
-                onSongChanged: follow()
-                onActiveFocusChanged: if (!activeFocus) settle.restart()
-                onTextChanged: {
-                    if (isFollowing || !activeFocus)
-                        return;
-                    isEditing = true;
-                    panel.desk.commands.setSongNotes(text);
-                }
-
-                background: Rectangle {
-                    color: Theme.well
-                    radius: Theme.radius
-                    border.width: area.activeFocus ? 2 : 1
-                    border.color: area.activeFocus ? Theme.teal : Theme.line
-                }
-
-                Timer {
-                    id: settle
-
-                    interval: 300
-                    onTriggered: if (!area.activeFocus) area.follow()
-                }
+            TextArea.flickable: NotesArea {
+                desk: panel.desk
             }
         }
     }

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The text of the notes. What is typed comes back late, through another thread, and must not overwrite what was typed since; but
+// the notes of another song replace everything at once.
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+TextArea {
+    id: area
+
+    required property ConsoleModel desk
+
+    readonly property string echo: desk.session.songNotes
+    readonly property int song: desk.session.selectedSongIndex
+    property bool isEditing
+    property bool isFollowing
+
+    function follow(): void {
+        isEditing = false;
+        if (text === echo)
+            return;
+        isFollowing = true;
+        text = echo;
+        isFollowing = false;
+    }
+
+    objectName: "notesArea"
+    readOnly: desk.session.isLive
+    color: Theme.ink
+    selectionColor: Theme.teal
+    selectedTextColor: Theme.darkInk
+    font.pixelSize: Theme.strongText
+    wrapMode: TextEdit.Wrap
+    selectByMouse: true
+
+    Accessible.role: Accessible.EditableText
+    Accessible.name: desk.texts.notesTitle
+
+    Component.onCompleted: follow()
+    onEchoChanged: {
+        if (!isEditing)
+            follow();
+    }
+    onSongChanged: follow()
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            settle.restart();
+    }
+    onTextChanged: {
+        if (isFollowing || !activeFocus)
+            return;
+        isEditing = true;
+        desk.commands.setSongNotes(text);
+    }
+
+    background: Rectangle {
+        color: Theme.well
+        radius: Theme.radius
+        border.width: area.activeFocus ? 2 : 1
+        border.color: area.activeFocus ? Theme.teal : Theme.line
+    }
+
+    // The last letter's echo is still on its way when the caret leaves.
+    Timer {
+        id: settle
+
+        interval: 300
+        onTriggered: {
+            if (!area.activeFocus)
+                area.follow();
+        }
+    }
+}
