@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-// A show of two songs on the real engine and in the real graph, in real time, with instruments and effects that cost
-// nothing but their states.
+// A show of two songs on the real engine and in the real graph, in real time.
 
 #include <algorithm>
 #include <atomic>
@@ -14,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "audio/bench_graph.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
+#include "performance/plugin_casts.h"
 #include "simulation/recording_console.h"
 #include "support/session_on.h"
 #include "system/audio/render_node_factory.h"
@@ -27,69 +26,7 @@
 
 namespace vrel::bench {
 
-inline constexpr std::size_t stateBytes = 16U << 10U;
 inline constexpr std::size_t effectsPerStrip = 2;
-
-/// Keeps the state that it was given, as large as it came.
-class KeptState final : public AUAudioUnit {
- public:
-  explicit KeptState(std::size_t size) : state_{{"data", {PropertyListData(size, std::uint8_t{0x5A})}}} {}
-  std::optional<PropertyListDictionary> fullStateForDocument() override { return state_; }
-  std::optional<PropertyListDictionary> fullState() override { return state_; }
-  void setFullStateForDocument(const PropertyListDictionary& state) override { state_ = state; }
-
- private:
-  PropertyListDictionary state_;
-};
-
-/// Plays its chord from the first block on.
-class ChordInstrument final : public audio::GraphNodeOf<AVAudioUnitMIDIInstrument> {
- public:
-  AUAudioUnit& auAudioUnit() override { return state_; }
-  void reset() override {}
-  [[nodiscard]] std::shared_ptr<audio::NodeProcessor> processor() const override { return processor_; }
-  void setVolume(float linearGain) override { volume_ = linearGain; }
-  [[nodiscard]] float volume() const override { return volume_; }
-  void sendMIDIEvent(std::uint8_t /*status*/, std::uint8_t /*data1*/, std::uint8_t /*data2*/) override {}
-  void sendMIDIEvent(std::uint8_t /*status*/, std::uint8_t /*data1*/) override {}
-
- private:
-  KeptState state_{stateBytes};
-  float volume_ = 1;
-  std::shared_ptr<audio::NodeProcessor> processor_ = std::make_shared<audio::bench::ChordProcessor>();
-};
-
-class ToneEffect final : public audio::GraphNodeOf<AVAudioUnit> {
- public:
-  AUAudioUnit& auAudioUnit() override { return state_; }
-  void reset() override {}
-  [[nodiscard]] std::shared_ptr<audio::NodeProcessor> processor() const override { return processor_; }
-
- private:
-  KeptState state_{64};
-  std::shared_ptr<audio::NodeProcessor> processor_ = std::make_shared<audio::bench::ToneProcessor>();
-};
-
-/// Makes them on a thread of its own.
-class ChordUnits final : public AudioUnitFactory {
- public:
-  void instantiate(const AudioComponentDescription& /*description*/, AudioComponentInstantiationOptions /*options*/,
-                   UnitHandler completionHandler) override {
-    thread_.async([completionHandler = std::move(completionHandler)] {
-      completionHandler(std::make_shared<ToneEffect>(), std::nullopt);
-    });
-  }
-  void instantiateMIDIInstrument(const AudioComponentDescription& /*description*/,
-                                 AudioComponentInstantiationOptions /*options*/,
-                                 UnitHandler completionHandler) override {
-    thread_.async([completionHandler = std::move(completionHandler)] {
-      completionHandler(std::make_shared<ChordInstrument>(), std::nullopt);
-    });
-  }
-
- private:
-  system::SerialQueue thread_;
-};
 
 /// Counts the blocks in which nothing sounded.
 class SoundWatch {
@@ -107,31 +44,26 @@ class SoundWatch {
   std::atomic<bool> isSounding_{false};
 };
 
-/// The program without its windows, with a song on stage. No two strips play the same instrument, in neither song.
+/// The program without its windows, with a song on stage. No two strips of a song play the same instrument.
 class SwitchStage {
  public:
-  SwitchStage(std::shared_ptr<audio::OutputDevice> device, std::size_t strips) : nodes_(std::move(device), counters_) {
+  SwitchStage(std::shared_ptr<audio::OutputDevice> device, const CastMaker& makeCast)
+      : cast_(makeCast(loop_)), nodes_(std::move(device), counters_) {
     loop_.runPending();
-    std::vector<AVAudioUnitComponent> instruments;
-    for (std::size_t index = 0; index < 2 * strips; ++index) {
-      instruments.push_back({"Chord", "Bench", {componentTypeMusicDevice, static_cast<std::uint32_t>(index + 1), 1}});
-      keys_.push_back(pluginKey(instruments.back()));
-    }
-    const AVAudioUnitComponent tone{"Tone", "Bench", {componentTypeEffect, 1, 1}};
-    session_.state.scannedPlugins.set(instruments);
-    session_.state.scannedAudioEffectPlugins.set({tone});
-    std::vector<SongConfig> songs(2);
-    for (std::size_t index = 0; index < 2 * strips; ++index) {
-      auto& record = songs[index / strips].channels.emplace_back();
-      record.name = "Strip";
-      record.pluginPath = keys_[index];
+    session_.state.scannedPlugins.set(cast_.instruments);
+    session_.state.scannedAudioEffectPlugins.set({cast_.effect});
+    SongConfig song;
+    for (const auto& instrument : cast_.instruments) {
+      auto& record = song.channels.emplace_back();
+      record.name = instrument.name;
+      record.pluginPath = pluginKey(instrument);
       for (std::size_t effect = 0; effect < effectsPerStrip; ++effect) {
-        record.effectSlots.emplace_back().pluginPath = pluginKey(tone);
+        record.effectSlots.emplace_back().pluginPath = pluginKey(cast_.effect);
       }
     }
-    session_.setSongs(std::move(songs));
-    // Each song once: from then on the pool is warm and every strip has its state.
-    for (int song = 0; song < 3; ++song) {
+    session_.setSongs({song, song});
+    // Each song twice: from then on the pool is warm and every strip has its state.
+    for (int turn = 0; turn < 4; ++turn) {
       apply();
       standStill();
     }
@@ -149,24 +81,24 @@ class SwitchStage {
   /// Until nothing is under way and the pool is warm.
   void standStill() {
     finish();
-    for (const auto& key : keys_) {
-      while (engine->pluginPool().isPrewarming(key)) {
+    for (const auto& instrument : cast_.instruments) {
+      while (engine->pluginPool().isPrewarming(pluginKey(instrument))) {
         loop_.runPending();
       }
     }
     loop_.runPending();
   }
   [[nodiscard]] bool isPoolWarm() {
-    const auto isThere = [this](const std::string& key) { return engine->pluginPool().idleCount(key) > 0; };
-    return std::all_of(keys_.begin(), keys_.end(), isThere);
+    const auto isThere = [this](const auto& each) { return engine->pluginPool().idleCount(pluginKey(each)) > 0; };
+    return std::all_of(cast_.instruments.begin(), cast_.instruments.end(), isThere);
   }
   [[nodiscard]] const std::vector<std::string>& trouble() const { return console_.lines; }
 
  private:
+  system::MainLoop loop_;
+  Cast cast_;
   std::shared_ptr<audio::RenderCounters> counters_ = std::make_shared<audio::RenderCounters>();
   audio::RenderNodeFactory nodes_;
-  ChordUnits units_;
-  system::MainLoop loop_;
   system::SerialQueueFactory queues_;
   system::SystemClock clock_;
   system::LibplistSerialization propertyLists_;
@@ -174,11 +106,10 @@ class SwitchStage {
 
  public:
   std::shared_ptr<AudioEngine> engine =
-      AudioEngine::make({nodes_, units_, loop_, queues_, clock_, propertyLists_, console_});
+      AudioEngine::make({nodes_, *cast_.units, loop_, queues_, clock_, propertyLists_, console_});
 
  private:
   SessionOn session_{*engine, loop_, clock_, console_};
-  std::vector<std::string> keys_;
   std::ptrdiff_t next_ = 0;
 };
 
