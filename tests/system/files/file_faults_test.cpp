@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>

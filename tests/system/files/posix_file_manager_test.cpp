@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -268,14 +270,28 @@ TEST_F(ForAPlainUser, AFolderThatMayNotBeEnteredIsAnErrorAndNotTheEnd) {
   EXPECT_EQ(files.write(path, "new"), refusalOf(path));
 }
 
+/// Goes on in a space of its own for mounts, as its root. False where that is not allowed.
+bool enterOwnMountSpace() {
+  const auto user = std::to_string(::geteuid());
+  const auto group = std::to_string(::getegid());
+  const bool isRoot = ::geteuid() == 0;
+  if (::unshare(isRoot ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0) {
+    return false;
+  }
+  if (!isRoot) {
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " + user + " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " + group + " 1";
+  }
+  return ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
 /// Runs a test on a disk of 64 KiB, which belongs to a process of its own. False where nobody may mount one.
 bool runOnTinyDisk(const fs::path& mountPoint, const std::function<void()>& test) {
   constexpr int notAllowed = 77;
   const pid_t child = ::fork();
   if (child == 0) {
-    const int spaces = ::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-    if (::unshare(spaces) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        ::mount("none", mountPoint.c_str(), "tmpfs", 0, "size=64k") != 0) {
+    if (!enterOwnMountSpace() || ::mount("none", mountPoint.c_str(), "tmpfs", 0, "size=64k") != 0) {
       ::_exit(notAllowed);
     }
     test();

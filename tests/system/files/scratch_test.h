@@ -8,7 +8,19 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
+
+#include "foundation/result.h"
+
+namespace vrel {
+
+/// What a failed test shows of a failure.
+inline std::ostream& operator<<(std::ostream& out, const Error& error) {
+  return out << error.description;
+}
+
+}  // namespace vrel
 
 namespace vrel::system {
 
