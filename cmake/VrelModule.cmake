@@ -35,7 +35,7 @@ endfunction()
 # One GoogleTest executable; every case is a CTest of its own under the label. Of those with the same resource one runs
 # at a time. The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label.
 include(GoogleTest)
-foreach(label unit rt sound media plugins show devices)
+foreach(label unit rt sound media plugins show devices ui)
   add_custom_target(tests_${label})
 endforeach()
 function(vrel_test name)

@@ -51,6 +51,7 @@ class Program {
 
   [[nodiscard]] AppState& state() { return state_; }
   [[nodiscard]] AudioEngine& engine() { return *engine_; }
+  [[nodiscard]] ContentView& content() { return content_; }
 
  private:
   /// Lines for the person at the machine: on standard output, and the last one in the window.

@@ -41,6 +41,7 @@ QStringList nameFilters(FileType type) {
 
 WindowSide::WindowSide(window::ConsoleCommands::Post postCommand, PostToLogic postToLogic)
     : postToLogic_(std::move(postToLogic)), model_(std::move(postCommand)) {
+  onQuit = [] { QCoreApplication::quit(); };
   frames_.setTimerType(Qt::PreciseTimer);
   frames_.setInterval(1000 / framesPerSecond);
   connect(&frames_, &QTimer::timeout, this, [this] {
@@ -159,7 +160,7 @@ void WindowSide::clearFocus() {
 }
 
 void WindowSide::quit() {
-  here([] { QCoreApplication::quit(); });
+  here([this] { onQuit(); });
 }
 
 bool WindowSide::eventFilter(QObject* watched, QEvent* event) {
@@ -176,8 +177,6 @@ bool WindowSide::eventFilter(QObject* watched, QEvent* event) {
         }
         return true;
       }
-      return false;
-    case QEvent::Quit:
       return false;
     default:
       return false;

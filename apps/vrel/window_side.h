@@ -40,6 +40,8 @@ class WindowSide final : public QObject, public system::WindowServices {
   std::function<void(std::vector<NSScreen>)> onScreens;
   /// The window manager wants the window closed.
   std::function<void()> onCloseRequest;
+  /// The program may end; ends Qt's loop, unless told otherwise.
+  std::function<void()> onQuit;
 
   /// Any thread; `taken` is called on the main thread when it is shown.
   void apply(window::MirrorBatch batch, std::function<void()> taken);

@@ -7,13 +7,6 @@
 
 namespace vrel {
 
-std::string songSwitchStatusText(bool isInProgress, std::optional<int> elapsedMs) {
-  if (isInProgress) {
-    return "Switching...";
-  }
-  return "Switch: " + (elapsedMs ? std::to_string(*elapsedMs) + " ms" : "--");
-}
-
 std::string stripStatusText(const std::string& status, Language language) {
   if (status == channel_status::crashed) {
     return std::string(text(TextKey::crashed, language));

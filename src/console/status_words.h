@@ -9,9 +9,6 @@ namespace vrel {
 
 enum class Language;
 
-/// The line in the head of the song list: "Switching...", "Switch: 12 ms", or "Switch: --" before the first one.
-[[nodiscard]] std::string songSwitchStatusText(bool isInProgress, std::optional<int> elapsedMs);
-
 /// What a strip's status cell shows: two words of the status are translated, all others stand as they are.
 [[nodiscard]] std::string stripStatusText(const std::string& status, Language language);
 

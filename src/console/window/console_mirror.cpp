@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "console/content_view.h"
+#include "console/song_switch_status.h"
 #include "console/status_words.h"
 #include "document/app_state.h"
 #include "document/stored_texts.h"
@@ -61,6 +62,7 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
   mirrorTexts();
   mirrorMaster();
   mirrorAlert(shownAlert);
+  setMenus({});
   source_.refresh = [this] { refresh(); };
   const auto refreshSoon = [this](const auto&) { source_.schedule(); };
   connections_.push_back(content_.appState().songs.changed.connect(refreshSoon));
@@ -95,9 +97,8 @@ void ConsoleMirror::mirrorSession() {
       state.selectedSongIndex);
   session_.follow("switchInProgress", state.songSwitchInProgress);
   session_.derive(
-      "switchText",
-      [&state] { return songSwitchStatusText(state.songSwitchInProgress.get(), state.songSwitchElapsedMs.get()); },
-      state.songSwitchInProgress, state.songSwitchElapsedMs);
+      "switchText", [&state] { return songSwitchStatus(state).text; }, state.songSwitchInProgress,
+      state.songSwitchElapsedMs);
   session_.follow("tempoBpm", state.tempoBpm);
   session_.follow("songNotes", state.songNotes);
   session_.follow("midiPortName", state.activeMidiPortName);
@@ -169,17 +170,16 @@ void ConsoleMirror::mirrorMaster() {
 
 void ConsoleMirror::mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert) {
   const auto show = [this](const std::optional<NSAlert>& alert) {
-    if (alert) {
-      alert_.set("isWarning", alert->alertStyle == NSAlert::Style::warning);
-      alert_.set("message", alert->messageText);
-      alert_.set("informative", alert->informativeText);
-      QStringList buttons;
-      for (const auto& button : alert->buttons) {
-        buttons.append(QString::fromStdString(button));
-      }
-      alert_.set("buttons", QVariant(buttons));
-    }
     alert_.set("shown", alert.has_value());
+    const NSAlert words = alert.value_or(NSAlert());
+    alert_.set("isWarning", words.alertStyle == NSAlert::Style::warning);
+    alert_.set("message", words.messageText);
+    alert_.set("informative", words.informativeText);
+    QStringList buttons;
+    for (const auto& button : words.buttons) {
+      buttons.append(QString::fromStdString(button));
+    }
+    alert_.set("buttons", QVariant(buttons));
   };
   show(shownAlert.get());
   connections_.push_back(shownAlert.changed.connect(show));

@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/window/mirror_store.h"
 
+#include <QTimer>
 #include <algorithm>
+#include <chrono>
 
 namespace vrel::window {
+namespace {
+
+constexpr std::chrono::seconds longestFarewell{2};
+
+}  // namespace
 
 QVariant MirrorList::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= count() || role != entryRole) {
@@ -80,7 +87,8 @@ void MirrorStore::apply(const MirrorBatch& batch) {
   }
   for (const MirrorId id : batch.gone) {
     if (const auto found = objects_.find(id); found != objects_.end()) {
-      found->second->deleteLater();  // a view may look at it until the end of this turn
+      // The row that shows it goes later than the list's entry: its way out may be animated.
+      QTimer::singleShot(longestFarewell, found->second, &QObject::deleteLater);
       objects_.erase(found);
     }
   }

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/two_sides.h"
+
+#include <utility>
+#include <vector>
+
+#include "vrel/program.h"
+
+namespace vrel::app {
+
+TwoSides::TwoSides()
+    : window([this](auto action) { logic.postCommand(std::move(action)); },
+             [this](auto action) { logic.post(std::move(action)); }) {
+  window.onScreens = [this](std::vector<NSScreen> screens) {
+    logic.postToProgram([screens = std::move(screens)](Program& program) { program.setScreens(screens); });
+  };
+  window.onCloseRequest = [this] { logic.postToProgram([](Program& program) { program.requestTermination(); }); };
+}
+
+TwoSides::~TwoSides() {
+  logic.end();
+}
+
+}  // namespace vrel::app

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QScreen>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "console_driver.h"
+
+namespace vrel::app::test {
+namespace {
+
+class Console : public testing::Test {
+ protected:
+  void SetUp() override { driver.open(); }
+
+  void addSongs(const std::vector<std::string>& names) {
+    for (const auto& name : names) {
+      const int before = songCount();
+      driver.click("newSongField");
+      driver.type(name);
+      driver.click("addSongButton");
+      ASSERT_TRUE(driver.eventually([&] { return songCount() == before + 1; })) << name;
+    }
+  }
+
+  [[nodiscard]] int songCount() { return driver.program().window.model().songs()->count(); }
+  [[nodiscard]] int stripCount() { return driver.program().window.model().strips()->count(); }
+
+  [[nodiscard]] std::vector<std::string> songNames() {
+    return driver.fromLogic<std::vector<std::string>>([](Program& program) {
+      std::vector<std::string> names;
+      for (const auto& song : program.state().songs.get()) {
+        names.push_back(song.name);
+      }
+      return names;
+    });
+  }
+
+  [[nodiscard]] bool alertIsShown() const { return driver.isShown("alertBox"); }
+
+  bool becomesLive() {
+    driver.click("liveButton");
+    return driver.eventually([this] { return driver.session("isLive").toBool(); });
+  }
+
+  ConsoleDriver driver;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(Console, OpensOverTheWholeScreenWithOneSongOnStage) {
+  const auto* const window = driver.program().window.quickWindow();
+  EXPECT_EQ(window->geometry(), window->screen()->availableGeometry());
+  EXPECT_EQ(songNames(), Names{"01. Untitled Song"});
+  EXPECT_EQ(driver.session("selectedSongIndex").toInt(), 0);
+  EXPECT_TRUE(driver.isShown("songRow0"));
+  EXPECT_TRUE(driver.isShown("strip0"));
+  EXPECT_FALSE(driver.isShown("strip1"));
+  EXPECT_TRUE(driver.isShown("masterStrip"));
+  EXPECT_FALSE(alertIsShown());
+}
+
+TEST_F(Console, ASongIsAddedByNameAndAClickPutsItOnStage) {
+  addSongs({"Opener"});
+  EXPECT_EQ(songNames(), (Names{"01. Untitled Song", "02. Opener"}));
+  EXPECT_EQ(driver.session("selectedSongIndex").toInt(), 0);
+  driver.click("songRow1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 1; }));
+  EXPECT_TRUE(driver.session("switchText").toString().startsWith(QStringLiteral("Switch: ")));
+}
+
+TEST_F(Console, ADoubleClickRenamesASong) {
+  driver.doubleClick("songName0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songNameField"); }));
+  driver.key("ctrl+a");
+  driver.type("Ballad");
+  driver.key("Return");
+  EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"Ballad"}; }));
+  EXPECT_FALSE(driver.isShown("songNameField"));
+  EXPECT_TRUE(driver.session("isDirty").toBool());
+}
+
+TEST_F(Console, ASongIsDraggedToItsPlaceByItsHandle) {
+  addSongs({"Two", "Three"});
+  driver.drag("songHandle2", "songHandle0");
+  EXPECT_TRUE(driver.eventually([this] {
+    return songNames() == Names{"03. Three", "01. Untitled Song", "02. Two"};
+  })) << testing::PrintToString(songNames());
+  // The song on stage stays there, on its new row.
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 1; }));
+}
+
+TEST_F(Console, AStripIsAddedAndDraggedToItsPlace) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(driver.eventually([this] { return stripCount() == 2; }));
+  driver.drag("stripNumber1", "stripNumber0");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<std::string>(
+               [](Program& program) { return program.engine().channels().front()->name.get(); }) == "Instrument 2";
+  }));
+}
+
+TEST_F(Console, AFaderGoesToWhereItIsPressed) {
+  const auto volume = [this] {
+    return driver.fromLogic<float>([](Program& program) { return program.engine().channels()[0]->volume.get(); });
+  };
+  driver.click("fader0", {0.5, 0.75});
+  EXPECT_TRUE(driver.eventually([&] { return std::abs(volume() - 0.25F) < 0.03F; })) << volume();
+  EXPECT_FALSE(driver.session("isDirty").toBool());
+  driver.click("masterFader", {0.5, 0.5});
+  EXPECT_TRUE(driver.eventually([&] {
+    return std::abs(driver.fromLogic<float>([](Program& program) {
+             return program.engine().masterChannel()->volume.get();
+           }) - 0.5F) < 0.03F;
+  }));
+}
+
+TEST_F(Console, MuteAndSoloArePressed) {
+  driver.click("mute0");
+  driver.click("solo0");
+  driver.click("masterMute");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<bool>([](Program& program) {
+      const auto& strip = *program.engine().channels()[0];
+      return strip.mute.get() && strip.solo.get() && program.engine().masterChannel()->mute.get();
+    });
+  }));
+  EXPECT_TRUE(driver.session("isDirty").toBool());
+}
+
+TEST_F(Console, TheTempoIsSteppedTypedAndTapped) {
+  driver.click("tempoUp");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() == 121; }));
+  driver.click("tempoDown");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() == 120; }));
+  driver.click("tempoField");
+  driver.key("ctrl+a");
+  driver.type("93");
+  driver.key("Return");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() == 93; }));
+  driver.click("tapButton");
+  driver.click("tapButton");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() > 93; }));
+}
+
+TEST_F(Console, NotesAreTyped) {
+  driver.click("notesArea");
+  driver.type("capo 2");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("songNotes").toString() == QStringLiteral("capo 2"); }));
+}
+
+TEST_F(Console, LearnSelectsAControlInsteadOfMovingIt) {
+  driver.click("learnButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLearning").toBool(); }));
+  const auto before = driver.value("fader0", "value");
+  driver.click("fader0", {0.5, 0.9});
+  EXPECT_TRUE(driver.eventually(
+      [this] { return driver.session("pendingLearnTarget").toString() == QStringLiteral("channel_volume/0"); }));
+  EXPECT_EQ(driver.value("fader0", "value"), before);
+  EXPECT_EQ(driver.session("learnLabel").toString(), QStringLiteral("Move MIDI"));
+  driver.onLogic([](Program& program) { program.content().midiLearn().handleMidiControlMessage(0xB0, 21, 64); });
+  EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLearning").toBool(); }));
+  driver.onLogic([](Program& program) { program.content().midiLearn().handleMidiControlMessage(0xB0, 21, 127); });
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("fader0", "value").toDouble() == 1.0; }));
+}
+
+TEST_F(Console, InLiveModeTheKeysAreARemoteControlWhateverWasClickedLast) {
+  addSongs({"Two"});
+  driver.click("notesArea");
+  ASSERT_TRUE(becomesLive());
+  driver.click("tempoField");
+  const auto isMuted = [this] {
+    return driver.fromLogic<bool>([](Program& program) { return program.engine().channels()[0]->mute.get(); });
+  };
+  driver.key("1");
+  EXPECT_TRUE(driver.eventually(isMuted));
+  driver.key("ctrl+1");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<bool>([](Program& program) { return program.engine().channels()[0]->solo.get(); });
+  }));
+  driver.key("0");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<bool>([](Program& program) { return program.engine().masterChannel()->mute.get(); });
+  }));
+  driver.key("Down");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 1; }));
+  driver.key("Up");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 0; }));
+  for (const auto* panic : {"p", "shift+p", "space"}) {
+    driver.onLogic([](Program& program) { program.state().pressedNotes.set({60}); });
+    driver.key(panic);
+    EXPECT_TRUE(driver.eventually([this] {
+      return driver.fromLogic<bool>([](Program& program) { return program.state().pressedNotes.get().empty(); });
+    })) << panic;
+  }
+  EXPECT_EQ(driver.session("songNotes").toString(), QString());
+  EXPECT_EQ(driver.session("tempoBpm").toInt(), 120);
+}
+
+TEST_F(Console, InEditModeTheSameKeysAreLetters) {
+  driver.onLogic([](Program& program) { program.state().pressedNotes.set({60}); });
+  driver.click("notesArea");
+  driver.type("p 1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("songNotes").toString() == QStringLiteral("p 1"); }));
+  EXPECT_FALSE(driver.fromLogic<bool>([](Program& program) {
+    return program.state().pressedNotes.get().empty() || program.engine().channels()[0]->mute.get();
+  }));
+}
+
+TEST_F(Console, LiveModeRefusesWhatArrangesTheSetlist) {
+  ASSERT_TRUE(becomesLive());
+  driver.doubleClick("songName0");
+  EXPECT_FALSE(driver.isShown("songNameField"));
+  EXPECT_TRUE(driver.isShown("liveBanner"));
+  EXPECT_EQ(driver.session("modeWord").toString(), QStringLiteral("LIVE"));
+}
+
+TEST_F(Console, TheLanguagePickerChangesAllWordsAtOnce) {
+  driver.click("languagePicker");
+  driver.click("language1");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.value("panicButton", "text").toString() == QStringLiteral("PÁNICO");
+  })) << driver.value("panicButton", "text").toString().toStdString();
+}
+
+TEST_F(Console, ClosingTheWindowAsksFirstAndCancelKeepsItOpen) {
+  driver.program().window.quickWindow()->close();
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  EXPECT_EQ(driver.value("alertMessage", "text").toString(), QStringLiteral("Guardar el setlist antes de salir?"));
+  // Nothing behind the question can be reached.
+  driver.click("tempoUp");
+  driver.click("alertButton2");
+  EXPECT_TRUE(driver.eventually([this] { return !alertIsShown(); }));
+  EXPECT_FALSE(driver.hasQuit());
+  EXPECT_TRUE(driver.program().window.quickWindow()->isVisible());
+  EXPECT_EQ(driver.session("tempoBpm").toInt(), 120);
+}
+
+TEST_F(Console, EscapeSendsTheQuestionAwayAndReturnPressesItsFirstButton) {
+  driver.program().window.quickWindow()->close();
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !alertIsShown(); }));
+  EXPECT_FALSE(driver.hasQuit());
+
+  const auto file = driver.home() / "gig.vrel";
+  driver.onLogic([&](Program& program) { program.content().setlistFiles().writeSetlist(file); });
+  driver.click("mute0");
+  driver.program().window.quickWindow()->close();
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  EXPECT_EQ(driver.value("alertMessage", "text").toString(), QStringLiteral("Guardar cambios en el setlist?"));
+  driver.key("Return");
+  EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
+  std::ifstream saved(file);
+  const std::string text(std::istreambuf_iterator<char>(saved), {});
+  EXPECT_NE(text.find("\"mute\": true"), std::string::npos) << text;
+}
+
+TEST_F(Console, QuittingWithoutSavingEndsTheProgram) {
+  driver.program().window.quickWindow()->close();
+  driver.click("alertButton1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
+}
+
+}  // namespace
+}  // namespace vrel::app::test
