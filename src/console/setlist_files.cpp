@@ -83,9 +83,10 @@ void SetlistFiles::openSetlist() {
   }
 }
 
-void SetlistFiles::openRecentSetlist(const std::filesystem::path& path) {
+void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
+  const auto chosen = std::move(path);  // the list changes when the guard saves
   if (!with_.state.isLiveModeEnabled.get() && confirmSetlistChange()) {
-    loadSetlist(path);
+    loadSetlist(chosen);
   }
 }
 

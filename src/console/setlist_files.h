@@ -43,8 +43,8 @@ class SetlistFiles {
   /// Has a file chosen, asks, and loads it. Nothing in Live mode.
   void openSetlist();
 
-  /// Asks, and loads a file of the recent list. Nothing in Live mode.
-  void openRecentSetlist(const std::filesystem::path& path);
+  /// Asks, and loads a file of the recent list, of which the path may be a part. Nothing in Live mode.
+  void openRecentSetlist(std::filesystem::path path);
 
   /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there.
   void loadSetlist(const std::filesystem::path& path);

@@ -182,6 +182,18 @@ TEST_F(SetlistOnDisk, ARecentOneIsOpenedBehindTheGuard) {
   EXPECT_EQ(desktop.alerts.size(), 2U);
 }
 
+TEST_F(SetlistOnDisk, ARecentOneIsOpenedAlsoWhenTheGuardSavesAndMovesTheList) {
+  files.place(other, setlistText({"Three"}));
+  setlistFiles.loadSetlist(other);
+  openGig();
+  desktop.savePanelAnswers = {"/home/me/third.vrel"};
+  state.currentFilePath.set(std::nullopt);
+  desktop.alertAnswers = {saveButton};
+  setlistFiles.openRecentSetlist(state.recentFiles.get()[1]);
+  EXPECT_EQ(songNames(), Names{"Three"});
+  EXPECT_EQ(state.recentFiles.get(), (Paths{other, "/home/me/third.vrel", gig}));
+}
+
 TEST_F(SetlistOnDisk, InLiveModeNothingIsOpenedAndNoNewSetlistBegun) {
   openGig();
   state.isLiveModeEnabled.set(true);
