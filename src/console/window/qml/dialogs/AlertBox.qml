@@ -12,8 +12,12 @@ ModalShade {
     required property ConsoleModel desk
 
     readonly property MirrorObject alert: desk.alert
-    readonly property var words: alert.buttons
-    readonly property color sign: alert.isWarning ? Theme.warning : Theme.teal
+    // Nothing has been asked yet when the window comes up.
+    readonly property bool isWarning: alert.isWarning === true
+    readonly property string message: alert.message ?? ""
+    readonly property string informative: alert.informative ?? ""
+    readonly property var words: alert.buttons ?? []
+    readonly property color sign: isWarning ? Theme.warning : Theme.teal
 
     function answer(button: int): void {
         desk.commands.answerAlert(button);
@@ -28,8 +32,8 @@ ModalShade {
     Keys.onEscapePressed: answer(-1)
 
     Accessible.role: Accessible.AlertMessage
-    Accessible.name: alert.message
-    Accessible.description: alert.informative
+    Accessible.name: message
+    Accessible.description: informative
 
     Panel {
         anchors.centerIn: parent
@@ -51,7 +55,7 @@ ModalShade {
 
                 AlertSign {
                     Layout.alignment: Qt.AlignTop
-                    isWarning: box.alert.isWarning
+                    isWarning: box.isWarning
                     color: box.sign
                 }
 
@@ -62,7 +66,7 @@ ModalShade {
                     Text {
                         objectName: "alertMessage"
                         Layout.fillWidth: true
-                        text: box.alert.message
+                        text: box.message
                         color: Theme.ink
                         font.pixelSize: 24
                         font.bold: true
@@ -74,7 +78,7 @@ ModalShade {
                         objectName: "alertInformative"
                         Layout.fillWidth: true
                         visible: text !== ""
-                        text: box.alert.informative
+                        text: box.informative
                         color: Theme.quietInk
                         font.pixelSize: 18
                         wrapMode: Text.Wrap

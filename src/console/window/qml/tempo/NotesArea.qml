@@ -15,6 +15,9 @@ TextArea {
     property bool isEditing
     property bool isFollowing
 
+    // Another song's notes are shown, from their beginning.
+    signal turned
+
     function follow(): void {
         isEditing = false;
         if (text === echo)
@@ -41,7 +44,10 @@ TextArea {
         if (!isEditing)
             follow();
     }
-    onSongChanged: follow()
+    onSongChanged: {
+        follow();
+        turned();
+    }
     onActiveFocusChanged: {
         if (!activeFocus)
             settle.restart();

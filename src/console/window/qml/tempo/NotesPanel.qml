@@ -23,6 +23,8 @@ Panel {
         }
 
         Flickable {
+            id: page
+
             Layout.fillWidth: true
             Layout.fillHeight: true
             clip: true
@@ -34,6 +36,7 @@ Panel {
 
             TextArea.flickable: NotesArea {
                 desk: panel.desk
+                onTurned: page.contentY = 0
             }
         }
     }
