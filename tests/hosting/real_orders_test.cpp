@@ -13,15 +13,11 @@
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "foundation/base64.h"
-#include "hosting/held_units.h"
+#include "hosting/real_machine.h"
+#include "hosting/real_plugins.h"
 #include "sandbox/sandbox_stage.h"
-#include "simulation/recording_console.h"
-#include "simulation/virtual_time.h"
 #include "support/every_order.h"
-#include "support/orders.h"
 #include "support/session_on.h"
-#include "system/audio/offline_device.h"
-#include "system/audio/render_node_factory.h"
 #include "system/property_list/libplist_serialization.h"
 
 // Real plug-ins in the real graph, on virtual time: whatever comes first, the sound is the same.
@@ -29,136 +25,9 @@
 namespace vrel {
 namespace {
 
-constexpr const char* sineUri = "urn:vrel:zoo:sine";
-constexpr const char* stateUri = "urn:vrel:zoo:state";
-constexpr const char* gainUri = "urn:vrel:zoo:gain";
-
-/// An engine that renders real plug-ins, made by `factory`, into memory.
-struct RealMachine {
-  explicit RealMachine(AudioUnitFactory& factory) : units(factory) { mainQueue.runAll(); }
-
-  void settle() {
-    auto& poolQueue = queues.queue("vrel.plugin.pool");
-    while (mainQueue.runOne() || poolQueue.runOne()) {
-    }
-  }
-
-  void playOut(EveryOrder& order, Happenings happenings) {
-    answerInOrder(*this, order, std::move(happenings), {Ending::node},
-                  [this](std::size_t index, Ending /*ending*/) { units.answer(index); });
-  }
-
-  std::shared_ptr<AudioChannel> addLoadingStrip(const AVAudioUnitComponent& component,
-                                                const std::optional<std::string>& state = std::nullopt) {
-    const auto channel = engine->addChannel("strip");
-    engine->instruments().loadInstrument(channel, component, state, nullptr);
-    return channel;
-  }
-
-  /// What comes out when this strip alone is heard and a key is struck: left and right in turn.
-  std::vector<float> soundOf(const std::shared_ptr<AudioChannel>& heard) {
-    for (const auto& channel : engine->channels()) {
-      channel->solo.set(channel == heard);
-    }
-    render(30);  // the levels are there
-    if (auto* instrument = heard->midiInstrument()) {
-      instrument->sendMIDIEvent(0x90, 69, 100);
-    }
-    return render(6);
-  }
-
-  std::vector<float> render(int blocks) {
-    std::vector<float> sound;
-    for (int block = 0; block < blocks; ++block) {
-      const auto samples = device->renderBlock();
-      for (std::size_t frame = 0; frame < samples.left.size(); ++frame) {
-        sound.push_back(samples.left[frame]);
-        sound.push_back(samples.right[frame]);
-      }
-    }
-    return sound;
-  }
-
-  /// Every plug-in that lives is in a strip or parked; whatever is parked is let go of.
-  void expectNothingLost(const std::vector<std::string>& keys) {
-    std::vector<std::shared_ptr<AVAudioNode>> held;
-    for (const auto& channel : engine->channels()) {
-      held.push_back(channel->instrumentNode.get());
-      for (const auto& [id, node] : channel->effectNodes.get()) {
-        held.push_back(node);
-      }
-    }
-    for (const auto& key : keys) {
-      EXPECT_FALSE(engine->pluginPool().isPrewarming(key));
-      while (const auto node = engine->pluginPool().take(key)) {
-        held.push_back(node);
-      }
-    }
-    for (const auto& weakNode : units.made) {
-      const auto node = weakNode.lock();
-      EXPECT_EQ(node != nullptr ? std::count(held.begin(), held.end(), node) : 1, 1);
-    }
-    EXPECT_TRUE(engine->engine().isRunning());
-    EXPECT_TRUE(console.lines.empty()) << console.lines.front();
-  }
-
-  simulation::VirtualClock clock;
-  simulation::CrankedMainQueue mainQueue{clock};
-  simulation::CrankedQueueFactory queues;
-  std::shared_ptr<audio::OfflineDevice> device = std::make_shared<audio::OfflineDevice>(48000.0, 128U);
-  audio::RenderNodeFactory nodes{device, std::make_shared<audio::RenderCounters>()};
-  HeldUnits units;
-  system::LibplistSerialization propertyLists;
-  simulation::RecordingConsole console;
-  std::shared_ptr<AudioEngine> engine =
-      AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console});
-};
-
 float loudest(const std::vector<float>& sound) {
   return lv2::peak(sound);
 }
-
-/// A state as a setlist holds it.
-std::string textOf(const PropertyListDictionary& state) {
-  const auto bytes = system::LibplistSerialization().dataFromPropertyList(state);
-  EXPECT_TRUE(bytes.ok());
-  return bytes.ok() ? base64Encode(bytes.value()) : "";
-}
-
-enum class Place { inProcess, sandboxed };
-
-class RealPlugins : public sandbox::SandboxStage {
- protected:
-  [[nodiscard]] AudioUnitFactory& factoryIn(Place place) {
-    return place == Place::inProcess ? static_cast<AudioUnitFactory&>(*inProcess_.factory) : *factory_;
-  }
-  [[nodiscard]] AVAudioUnitComponent component(const char* uri) const { return inProcess_.component(uri); }
-
-  [[nodiscard]] PluginComponentResolver resolver() const {
-    return [components = all()](const std::string& key) { return resolvePluginPath(key, components); };
-  }
-  [[nodiscard]] std::vector<AVAudioUnitComponent> all() const {
-    return {component(sineUri), component(stateUri), component(gainUri)};
-  }
-
-  /// The state plug-in's state with 70 in it, and a file that says 120.
-  [[nodiscard]] std::string keptState() const {
-    lv2::Player player(inProcess_.make(stateUri).unit);
-    player.send(0x90, 70, 1);
-    player.send(0x90, 120, 1);
-    player.block(1);
-    return textOf(player.unit().auAudioUnit().fullStateForDocument().value_or(PropertyListDictionary{}));
-  }
-
-  [[nodiscard]] AudioPluginSlot gainSlot(double gain) const {
-    auto state = inProcess_.make(gainUri).unit->auAudioUnit().fullStateForDocument().value_or(PropertyListDictionary{});
-    std::get<PropertyListDictionary>(state["ports"].content)["gain"] = {gain};
-    AudioPluginSlot slot;
-    slot.pluginPath = pluginKey(component(gainUri));
-    slot.stateBase64 = textOf(state);
-    return slot;
-  }
-};
 
 class RealOrders : public RealPlugins, public testing::WithParamInterface<Place> {};
 
@@ -185,7 +54,7 @@ TEST_P(RealOrders, AStripSoundsTheSameWhateverAnsweredFirstAndWhoeverLeft) {
 
 TEST_P(RealOrders, ASavedSoundComesBackInTheStripItBelongsTo) {
   const auto state = component(stateUri);
-  const auto saved = keptState();
+  const auto saved = keptState(70, 120);
   std::vector<float> expected;
   EveryOrder::walk([&](EveryOrder& order) {
     RealMachine machine(factoryIn(GetParam()));
