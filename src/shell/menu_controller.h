@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/life_token.h"
+#include "foundation/observable.h"
+#include "platform/desktop.h"
+#include "platform/notification_center.h"
+#include "shell/menu_item.h"
+
+namespace vrel {
+
+class AppState;
+class AudioEngine;
+class LiveMode;
+class MainQueue;
+class MidiLearn;
+
+/// The menu bar as data, in the language of the session, and what its items do.
+///
+/// The bar is made anew, as a whole, after each command and after each change of the session that it shows; never
+/// inside either, but in a turn of the main queue, so that a menu is not replaced while its own item is carried out.
+/// Several wishes for a rebuild make one. Commands that belong to the main view are passed on as notifications.
+///
+/// Nothing happens before the first `rebuildMenus`, nor once the engine is gone. Main thread.
+class VrelMenuController {
+ public:
+  struct Collaborators {
+    NSNotificationCenter& notifications;
+    MainQueue& mainQueue;
+    Desktop& desktop;
+    LiveMode& liveMode;
+    MidiLearn& midiLearn;
+  };
+
+  /// What the menus set off elsewhere; without one, the command does nothing.
+  struct Hooks {
+    std::function<void()> terminate;
+    std::function<void(const std::optional<NSScreen>& screen)> openProjection;
+    std::function<void()> toggleProjectionFullscreen;
+    std::function<void()> closeProjection;
+    std::function<void()> refreshProjection;  // blend mode or background video have changed
+    std::function<void()> showHelp;
+  };
+
+  /// All are borrowed. `mainMenu` is the bar that the system has given the program, if it has.
+  explicit VrelMenuController(const Collaborators& collaborators, MenuBar mainMenu = {});
+
+  Hooks hooks;
+
+  /// The bar was made anew.
+  Signal<> menusRebuilt;
+
+  [[nodiscard]] const MenuBar& mainMenu() const { return mainMenu_; }
+
+  /// Makes the bar for these two, from now on. The session is borrowed, and the engine not kept alive.
+  void rebuildMenus(AppState& appState, const std::shared_ptr<AudioEngine>& audioEngine);
+
+  /// The same in a turn of the main queue.
+  void rebuildMenusSoon(AppState& appState, const std::shared_ptr<AudioEngine>& audioEngine);
+
+  /// For a change that is not the session's: screens or devices that have come or gone.
+  void rebuildMenusSoon();
+
+  /// Carries out an item by what it does and to what, whether or not the bar still has it. Nothing where an item with
+  /// this action would be disabled now, or there is no such action.
+  void perform(const std::string& action, const std::string& representedObject = {});
+
+  void noop() {}
+  void newSetlist();
+  void openSetlist();
+  void openRecentSetlist(const std::string& path);
+  void clearRecentSetlists();
+  void saveSetlist();
+  void saveSetlistAs();
+  void copyChannel();
+  void cutChannel();
+  void pasteChannel();
+  void duplicateChannel();
+  void modeEdit();
+  void modeLive();
+  void toggleLearn();
+  void clearMidiLearn();
+  /// By the text of the defaults; nothing for one that is no mode.
+  void selectVisualBlendMode(const std::string& mode);
+  void chooseVisualBackgroundVideo();
+  void clearVisualBackgroundVideo();
+  /// By the place in the list of screens; the main screen for one that is not there.
+  void openVisualProjection(const std::string& screenIndex);
+  void toggleVisualProjectionFullscreen();
+  void closeVisualProjection();
+  /// In frames; nothing for a size that the menu does not have.
+  void selectAudioBufferSize(const std::string& frames);
+  void selectSystemAudioOutput();
+  void selectAudioOutput(const std::string& uid);
+  void showHelp();
+
+ private:
+  /// The session and the engine, while both are there.
+  struct Session {
+    AppState& state;
+    std::shared_ptr<AudioEngine> engine;
+  };
+  [[nodiscard]] std::optional<Session> session() const;
+
+  void take(AppState& appState, const std::shared_ptr<AudioEngine>& audioEngine);
+  void observe(AppState& appState);
+  void rebuild();
+  void post(const char* action, const NSNotificationCenter::Object& object = std::nullopt);
+  void setLiveMode(bool isWanted);
+  void setBackgroundVideo(AppState& state, const std::optional<std::string>& path);
+  void setOutput(const std::optional<std::string>& uid);
+
+  Collaborators with_;
+  MenuBar mainMenu_;
+  AppState* appState_ = nullptr;
+  std::weak_ptr<AudioEngine> audioEngine_;
+  std::vector<std::shared_ptr<void>> connections_;
+  bool isRebuildQueued_ = false;
+  bool showsMidiAssignments_ = false;
+  LifeToken life_;
+};
+
+}  // namespace vrel

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "console/content_view.h"
+#include "platform/notification_center.h"
+#include "shell/menu_controller.h"
+#include "simulation/scripted_desktop.h"
+#include "simulation/simulated_hardware.h"
+#include "support/session_on.h"
+#include "support/simulated_stage.h"
+
+namespace vrel {
+
+/// Stands before the engine that plays on it.
+struct SimulatedDevices {
+  simulation::SimulatedAudioHardware hardware;
+};
+
+/// The console with its menus, on a machine with two output devices and two screens.
+class ShellStage : public testing::Test, protected SimulatedDevices, protected SimulatedMachine, protected SessionOn {
+ protected:
+  ShellStage() : SessionOn(engineWithDevices(), mainQueue, clock, console) {
+    files.placeDirectory(state.recentFilesPath.parent_path());
+    desktop.screenList = {{"Laptop", {0, 30, 1920, 1050}}, {"Projector", {1920, 0, 1280, 720}}};
+  }
+
+  /// The bar stands, and counts from here on how often it is made anew.
+  void raiseMenus() {
+    menus.rebuildMenus(state, engine);
+    rebuilds_ = menus.menusRebuilt.connect([this] { ++rebuildCount; });
+  }
+
+  [[nodiscard]] const MenuItem& menu(std::size_t index) const { return menus.mainMenu().at(index); }
+
+  /// The first item of the whole bar with this action; one without a title when there is none.
+  [[nodiscard]] MenuItem itemFor(const std::string& action) const { return find(menus.mainMenu(), action); }
+
+  simulation::ScriptedDesktop desktop;
+  NSNotificationCenter notifications;
+  ContentView content{{state, *engine, mainQueue, clock, console, desktop, files, notifications, "/home/me/copies"}};
+  VrelMenuController menus{{notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()}};
+  int rebuildCount = 0;
+
+ private:
+  AudioEngine& engineWithDevices() {
+    hardware.list = {{2, {2}, "uid-b", "Beta"}, {3, {2}, "uid-a", "Alpha"}};
+    hardware.defaultDevice = 2;
+    engine = AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console, &hardware});
+    mainQueue.runAll();
+    return *engine;
+  }
+
+  static MenuItem find(const std::vector<MenuItem>& items, const std::string& action) {
+    for (const auto& item : items) {
+      if (item.action == action) {
+        return item;
+      }
+      if (auto found = find(item.children, action); !found.title.empty()) {
+        return found;
+      }
+    }
+    return {};
+  }
+
+  Signal<>::Connection rebuilds_;
+};
+
+}  // namespace vrel
