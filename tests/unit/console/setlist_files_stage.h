@@ -66,4 +66,26 @@ class SetlistFilesStage : public SimulatedSession {
   }
 };
 
+/// A test of what becomes of "the gig", a file with two songs.
+class SetlistOnDisk : public SetlistFilesStage {
+ protected:
+  /// The gig with two songs, opened.
+  void openGig() {
+    files.place(gig, setlistText({"One", "Two"}));
+    setlistFiles.loadSetlist(gig);
+    settle();
+    console.lines.clear();
+  }
+
+  void expectNothingChanged() {
+    EXPECT_EQ(songNames(), (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(stripNames(), std::vector<std::string>{"Strip of One"});
+    EXPECT_EQ(state.selectedSongIndex.get(), 0U);
+    EXPECT_EQ(state.currentFilePath.get(), gig);
+    EXPECT_EQ(state.recentFiles.get(), std::vector<std::filesystem::path>{gig});
+  }
+
+  const std::filesystem::path other = "/home/me/other.vrel";
+};
+
 }  // namespace vrel
