@@ -23,8 +23,8 @@ class Demo : public ShowTest {
   ProgramRun play(const std::vector<std::string>& environment = {}) const {
     const std::string folder = VREL_DEMO_FOLDER;
     auto run =
-        render({"--out", at("out.wav"), "--events", at("events.jsonl"), folder + "/demo.vrel", folder + "/demo.mid"},
-               environment);
+        runRender({"--out", at("out.wav"), "--events", at("events.jsonl"), folder + "/demo.vrel", folder + "/demo.mid"},
+                  environment);
     EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
     return run;
   }

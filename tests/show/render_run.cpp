@@ -92,14 +92,14 @@ ProgramRun runProgram(const std::vector<std::string>& command, const std::vector
   return run;
 }
 
-ProgramRun render(const std::vector<std::string>& arguments, const std::vector<std::string>& environment) {
+ProgramRun runRender(const std::vector<std::string>& arguments, const std::vector<std::string>& environment) {
   std::vector<std::string> command = {VREL_RENDER_PROGRAM};
   command.insert(command.end(), arguments.begin(), arguments.end());
   return runProgram(command, environment);
 }
 
 ProgramRun renderOnZoo(const std::vector<std::string>& arguments) {
-  return render(arguments, {"LV2_PATH=" VREL_ZOO_PATH});
+  return runRender(arguments, {"LV2_PATH=" VREL_ZOO_PATH});
 }
 
 }  // namespace vrel

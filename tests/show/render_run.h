@@ -21,7 +21,7 @@ struct ProgramRun {
                                     const std::vector<std::string>& environment = {});
 
 /// Runs vrel-render on the installed plug-ins, or on those of the zoo only.
-[[nodiscard]] ProgramRun render(const std::vector<std::string>& arguments,
+[[nodiscard]] ProgramRun runRender(const std::vector<std::string>& arguments,
                                 const std::vector<std::string>& environment = {});
 [[nodiscard]] ProgramRun renderOnZoo(const std::vector<std::string>& arguments);
 

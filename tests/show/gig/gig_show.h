@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+
+#include "document/setlist.h"
+
+namespace vrel {
+
+inline constexpr std::size_t gigSongs = 40;
+
+/// 40 songs on plug-ins of the zoo, audio files and clips, with effects, splits and learned controls.
+[[nodiscard]] SetlistFile gigSetlist();
+
+/// What the keeper, the third strip of each song, is played once: its state is that note from then on. It is played no
+/// more, but for that of one song, which hears none but a note of the show.
+[[nodiscard]] std::uint8_t keeperNoteOf(std::size_t song);
+
+/// What a performer does in so many song switches, and what has become of the setlist then.
+struct GigShow {
+  std::string midi;              // the bytes of a MIDI file
+  SetlistFile expected;          // what a save at the end must hold, but for what nobody can foretell
+  std::set<std::size_t> tapped;  // songs whose tempo was tapped
+  std::size_t switches = 0;
+};
+
+/// Plays notes, moves learned controls, learns others, taps, panics, and uses the keys of Live mode, on a setlist like
+/// the one above.
+[[nodiscard]] GigShow gigShow(const SetlistFile& opened, std::size_t switches);
+
+/// Takes over from what was saved what nobody can foretell: tempos that were tapped, and the state of the one
+/// instrument that keeps what was played. False where something of that is not as it must be.
+[[nodiscard]] bool takeUnforeseen(GigShow& show, const SetlistFile& saved);
+
+}  // namespace vrel

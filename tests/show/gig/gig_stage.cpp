@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "show/gig/gig_stage.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace vrel {
+namespace {
+
+lv2::HostSettings hostSettings(ConsoleOutput& console, std::shared_ptr<PluginCounters> counters) {
+  lv2::HostSettings host;
+  host.sampleRate = GigStage::sampleRate;
+  host.nominalBlockFrames = GigStage::blockFrames;
+  host.log = [&console](const std::string& line) { console.print(line); };
+  host.counters = std::move(counters);
+  return host;
+}
+
+}  // namespace
+
+GigStage::GigStage(const std::filesystem::path& copiesFolder)
+    : host_(hostSettings(console_, pluginCounters_)),
+      lv2Units_(world_, host_),
+      units_(makeSandbox(world_, host_)),
+      defaults_({}, console_),
+      state_({defaults_, *world_, mainLoop_, console_, files_}, {}),
+      engine_(AudioEngine::make({nodes_, *units_, mainLoop_, queues_, clock_, propertyLists_, console_, nullptr,
+                                 nullptr, audioFiles_.get(), &clips_})),
+      performer_({state_, *engine_, mainLoop_, clock_, console_, files_}, copiesFolder),
+      counted_(performer_.content().songSwitch().stripsWillGo.connect([this] { ++switches_; })) {
+  units_->setDeathHandler(
+      [this](const std::shared_ptr<AVAudioUnit>& node, int /*processId*/) { engine_->pluginDied(node); });
+  mainLoop_.runPending();
+}
+
+std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
+                                                                      const lv2::HostSettings& host) {
+  auto supervisor = sandbox::Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = host.log});
+  if (!supervisor) {
+    throw std::runtime_error(supervisor.error().description);
+  }
+  const auto finder = [world](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
+    const auto plugin = world->find(codes);
+    return plugin ? std::optional(sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+  };
+  sandbox::SandboxSettings settings;
+  settings.sampleRate = host.sampleRate;
+  settings.nominalBlockFrames = host.nominalBlockFrames;
+  settings.log = host.log;
+  settings.counters = host.counters;
+  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finder, mainLoop_,
+                                                          settings);
+}
+
+void GigStage::load(const std::string& setlistPath) {
+  performer_.content().setlistFiles().loadSetlist(setlistPath);
+  finishSwitch();
+}
+
+bool GigStage::save(const std::string& setlistPath) {
+  return performer_.content().setlistFiles().writeSetlist(setlistPath);
+}
+
+void GigStage::perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& stands) {
+  const std::size_t before = switches_;
+  double seconds = 0;
+  for (const auto& step : steps) {
+    wait(step.seconds - seconds);
+    seconds = step.seconds;
+    const std::size_t earlier = switches_;
+    const double begun = clock_.CACurrentMediaTime();
+    performer_.perform(step.action);
+    if (switches_ != earlier) {
+      finishSwitch();
+      switchTimes_.push_back((clock_.CACurrentMediaTime() - begun) * 1e3);
+      stands(switches_ - before);
+    }
+  }
+}
+
+void GigStage::wait(double seconds) {
+  if (seconds > 0) {
+    const auto isOver = std::make_shared<bool>(false);
+    mainLoop_.asyncAfter(seconds, [isOver] { *isOver = true; });
+    mainLoop_.runUntil([isOver] { return *isOver; });
+  }
+}
+
+void GigStage::finishSwitch() {
+  mainLoop_.runUntil([this] { return !state_.songSwitchInProgress.get(); });
+}
+
+void GigStage::settle() {
+  finishSwitch();
+  while (!isPoolIdle() || engine_->visualEngine().pendingLoads() > 0) {
+    wait(0.001);
+  }
+}
+
+bool GigStage::isPoolIdle() {
+  const auto& songs = state_.songs.get();
+  return std::none_of(songs.begin(), songs.end(), [this](const SongConfig& song) {
+    return std::any_of(song.channels.begin(), song.channels.end(), [this](const ChannelConfig& channel) {
+      return engine_->pluginPool().isPrewarming(channel.pluginPath);
+    });
+  });
+}
+
+}  // namespace vrel
