@@ -22,7 +22,7 @@ struct ProgramRun {
 
 /// Runs vrel-render on the installed plug-ins, or on those of the zoo only.
 [[nodiscard]] ProgramRun runRender(const std::vector<std::string>& arguments,
-                                const std::vector<std::string>& environment = {});
+                                   const std::vector<std::string>& environment = {});
 [[nodiscard]] ProgramRun renderOnZoo(const std::vector<std::string>& arguments);
 
 }  // namespace vrel

@@ -70,7 +70,8 @@ TEST_F(SandboxShow, TheDemoSoundsTheSameWithAndWithout) {
   for (const std::string sandbox : {"on", "off"}) {
     auto command = arguments(sandbox, sandbox);
     command.insert(command.end(), {demo, VREL_DEMO_FOLDER "/demo.mid"});
-    const auto run = runRender(command, {"LD_PRELOAD=" VREL_FIXED_TIME_LIBRARY, "ASAN_OPTIONS=verify_asan_link_order=0"});
+    const auto run =
+        runRender(command, {"LD_PRELOAD=" VREL_FIXED_TIME_LIBRARY, "ASAN_OPTIONS=verify_asan_link_order=0"});
     ASSERT_EQ(run.exitCode, 0) << run.output << run.errors;
     EXPECT_NE(run.output.find("Problems: none"), std::string::npos) << run.output;
   }
