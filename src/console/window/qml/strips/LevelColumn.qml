@@ -54,7 +54,7 @@ Item {
 
         LevelMeter {
             width: 20
-            height: parent.height
+            height: levels.height
             board: column.desk.meters
             channelId: column.channelId
         }
