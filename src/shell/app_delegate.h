@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+namespace vrel {
+
+class AppState;
+class NSNotificationCenter;
+
+/// What the system is told when it asks whether the program may end.
+enum class NSApplicationTerminateReply { NSTerminateCancel = 0, NSTerminateNow = 1, NSTerminateLater = 2 };
+
+/// Turns the system's request to quit into the notification "vrel.requestTermination", which the main view answers
+/// with its alert, and in the end with `Desktop::replyToApplicationShouldTerminate`. Where nobody listens nobody
+/// answers, and the program goes on. Main thread.
+class VrelAppDelegate {
+ public:
+  explicit VrelAppDelegate(NSNotificationCenter& notifications) : notifications_(notifications) {}
+
+  /// Null until the window is there. Borrowed.
+  AppState* appState = nullptr;
+
+  /// Always NSTerminateLater. A request that comes while the alert of an earlier one stands waits for the same answer.
+  NSApplicationTerminateReply applicationShouldTerminate();
+
+ private:
+  NSNotificationCenter& notifications_;
+  bool isAsking_ = false;
+};
+
+}  // namespace vrel
