@@ -38,6 +38,9 @@ void clearPlaybackRun(AudioChannel& channel) {
   channel.playbackRunToken.set(std::nullopt);
   channel.playbackMeterStartedAt.set(std::nullopt);
   channel.playbackMeterPeaks.set({});
+}
+
+void clearPeaks(AudioChannel& channel) {
   channel.peakL.set(0);
   channel.peakR.set(0);
 }
@@ -113,6 +116,7 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
   with_.engine.attach(node);
   channel.instrumentNode.set(node);
   clearPlaybackFile(channel);
+  clearPlaybackRun(channel);
   channel.pluginPath.set(key);
   channel.pluginName.set(name);
   channel.status.set(channel_status::running);
@@ -152,6 +156,7 @@ void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
   channel.visualClipMappings.set({});
   clearPlaybackFile(channel);
   clearPlaybackRun(channel);
+  clearPeaks(channel);
 }
 
 void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::vector<VisualClipMapping>& mappings,
@@ -164,6 +169,7 @@ void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::ve
   channel.instrumentNode.set(nullptr);
   clearPlaybackFile(channel);
   clearPlaybackRun(channel);
+  clearPeaks(channel);
   channel.pluginPath.set(std::string(pathVisual));
   channel.pluginName.set("Vrel Visual");
   channel.status.set(channel_status::running);

@@ -90,6 +90,28 @@ TEST_F(PlaybackLoading, GivesTheOldPluginBackToThePool) {
   EXPECT_EQ(nodes.engine->count("detach piano"), 1);
 }
 
+TEST_F(PlaybackLoading, APluginInItsPlaceEndsTheRunForGood) {
+  const auto channel = addPlayback(record(true, "rangeEnd"));
+  const auto node = channel->instrumentNode.get();
+  noteOn();
+  settle();
+  noteOn();
+  ASSERT_TRUE(channel->playbackStopRequested.get());
+  engine->instruments().installInstrumentNode(*channel, std::make_shared<simulation::ScriptedInstrument>("piano"),
+                                              "aucd:1:2:3", "Piano", std::nullopt);
+  EXPECT_FALSE(channel->playbackIsPlaying.get());
+  EXPECT_FALSE(channel->playbackStopRequested.get());
+  EXPECT_FALSE(channel->playbackRunToken.get());
+  EXPECT_FALSE(channel->playbackMeterStartedAt.get());
+  EXPECT_THAT(channel->playbackMeterPeaks.get(), IsEmpty());
+  EXPECT_EQ(channel->playbackStopMode.get(), "toggle");
+  auto& player = dynamic_cast<simulation::SimulatedPlayer&>(*node);
+  player.calls.clear();
+  player.consumeOne();
+  settle();
+  EXPECT_THAT(player.calls, IsEmpty()) << "a late completion is harmless";
+}
+
 TEST_F(PlaybackLoading, MutatesTheGraphOnce) {
   nodes.engine->record.clear();
   addPlayback(record());

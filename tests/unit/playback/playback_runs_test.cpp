@@ -192,6 +192,25 @@ TEST_F(PlaybackRun, ABufferLoopsByItselfUnlessItMustStopAtItsExit) {
   expectIdle(*channel);
 }
 
+TEST_F(PlaybackRun, ABufferStopsAtItsExitInNoModeButTheOneOfThatName) {
+  const auto channel = load(true, "some other word");
+  channel->playbackFile.set(nullptr);
+  noteOn();
+  settle();
+  EXPECT_THAT(playerOf(*channel).calls, ElementsAre("stop", "buffer, loops", "play"));
+}
+
+TEST_F(PlaybackRun, PlaysTheRangeBetweenEntryAndExit) {
+  auto config = record();
+  config.playbackStartTime = 0.25;
+  config.playbackEndTime = 0.5;
+  const auto channel = addPlayback(config);
+  playerOf(*channel).calls.clear();
+  noteOn();
+  settle();
+  EXPECT_THAT(playerOf(*channel).calls, ElementsAre("stop", "segment 12000 + 12000", "play"));
+}
+
 TEST_F(PlaybackRun, WithNothingToPlayStaysIdle) {
   const auto channel = load();
   const auto node = std::dynamic_pointer_cast<AVAudioPlayerNode>(channel->instrumentNode.get());
