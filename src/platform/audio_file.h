@@ -28,7 +28,8 @@ class AVAudioFile {
   virtual void setFramePosition(std::int64_t frame) = 0;
 
   /// Fills `buffer`, which has the processing format, with the next frames, at most `frameCount` and its
-  /// capacity, sets its `frameLength`, and moves on. Fewer frames, or none, at the end of the file.
+  /// capacity, sets its `frameLength`, and moves on. Fewer frames, or none, at the end of the file; with a failure
+  /// those that came before it.
   [[nodiscard]] virtual Outcome readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +24,18 @@ inline std::shared_ptr<AVAudioFile> opened(const std::string& name) {
   EXPECT_TRUE(file.ok()) << name << ": " << (file.ok() ? "" : file.error().description);
   return file.ok() ? file.value() : nullptr;
 }
+
+/// A copy of a file for a test that does something to it.
+struct CopiedFile {
+  CopiedFile(const std::string& name, const std::string& copyName) : path(mediaFile(copyName)) {
+    std::filesystem::copy_file(mediaFile(name), path, std::filesystem::copy_options::overwrite_existing);
+  }
+  ~CopiedFile() { std::filesystem::remove(path); }
+  CopiedFile(const CopiedFile&) = delete;
+  CopiedFile& operator=(const CopiedFile&) = delete;
+
+  const std::string path;
+};
 
 /// What one read gives: a list per channel, as long as what was read.
 inline std::vector<std::vector<float>> readAt(AVAudioFile& file, std::int64_t frame, std::uint32_t count) {

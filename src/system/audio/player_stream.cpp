@@ -228,7 +228,9 @@ void PlayerStream::readFile(const Piece& piece, AVAudioPCMBuffer& to, std::uint3
   if (piece.file->framePosition() != piece.start + piece.done) {
     piece.file->setFramePosition(piece.start + piece.done);
   }
-  const std::uint32_t got = piece.file->readIntoBuffer(to, frames) ? 0 : std::min(to.frameLength, frames);
+  to.frameLength = 0;
+  static_cast<void>(piece.file->readIntoBuffer(to, frames));
+  const std::uint32_t got = std::min(to.frameLength, frames);
   if (got == frames) {
     return;
   }

@@ -7,12 +7,16 @@
 #include "system/media/audio_movie_file.h"
 #include "system/media/audio_rate_converter.h"
 #include "system/media/audio_sound_file.h"
+#include "system/media/audio_vorbis_file.h"
 
 namespace vrel::system {
 
 Result<std::shared_ptr<AVAudioFile>> AudioFiles::openForReading(const std::string& path) {
   if (auto failure = unreadable(path)) {
     return *failure;
+  }
+  if (auto vorbis = AudioVorbisFile::open(path)) {
+    return vorbis;
   }
   if (auto sound = AudioSoundFile::open(path)) {
     return sound;

@@ -10,8 +10,8 @@
 
 namespace vrel::system {
 
-/// Opens what libsndfile reads (WAV, AIFF, FLAC, Ogg, MP3), by what is in the file and not by its name; anything
-/// else that has sound through FFmpeg (AAC, movies). Any thread.
+/// Opens what libsndfile reads (WAV, AIFF, FLAC, Opus, MP3), and Vorbis with its own library, by what is in the file
+/// and not by its name; anything else that has sound through FFmpeg (AAC, movies). Any thread.
 class AudioFiles final : public AudioFileFactory, public AudioConverterFactory {
  public:
   /// Buffers of more bytes are not made: who wants one streams instead.

@@ -22,6 +22,11 @@ namespace {
 // A decoder that begins in the middle of a stream is right after some packets; twice what any codec here needs.
 constexpr std::int64_t prerollFrames = 16384;
 
+// Files that hold sound, with or without pictures: no lists of other files, no devices.
+constexpr auto containers =
+    "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpeg,mpegts,flv,ogg,mxf,asf,"
+    "aac,ac3,eac3,dts,mp3,amr,ape,wv,tta,tak,flac,wav,w64,aiff,caf,au";
+
 using Samples = std::unique_ptr<SwrContext, FFmpegRelease<swr_free>>;
 
 bool hasPacketsOfOneLength(AVCodecID codec) {
@@ -95,6 +100,7 @@ Outcome AudioMovieFile::Decoder::open(const std::string& path) {
   AVFormatContext* opened = nullptr;
   AVDictionary* options = nullptr;
   av_dict_set(&options, "protocol_whitelist", "file", 0);
+  av_dict_set(&options, "format_whitelist", containers, 0);
   const int status = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
   av_dict_free(&options);
   container_.reset(opened);

@@ -36,32 +36,70 @@ void spread(const float* interleaved, std::uint32_t channels, std::uint32_t fram
 }  // namespace
 
 struct AudioSoundFile::Handle {
-  explicit Handle(SNDFILE* sound) : file(sound) {}
+  Handle() = default;
   ~Handle() { sf_close(file); }
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
 
-  SNDFILE* file;
-  sf_count_t at = 0;         // the frame that the library reads next; negative when that is unknown
-  bool seeksExactly = true;  // the library's way to a frame of an Ogg stream misses it
+  [[nodiscard]] Outcome open(const std::string& path) {
+    file = sf_open(path.c_str(), SFM_READ, &info);
+    if (file == nullptr) {
+      return Error{path + ": " + sf_strerror(nullptr)};
+    }
+    if ((info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_VORBIS) {
+      return Error{path + ": this library misses frames of Vorbis sound"};
+    }
+    if (info.seekable == 0) {
+      return Error{path + " can only be read from its beginning"};
+    }
+    return unplayable(path, info.samplerate, info.channels, 0);
+  }
+
+  /// Whether its last frame is where the header says.
+  [[nodiscard]] bool isWhole() const {
+    std::vector<float> frame(static_cast<std::size_t>(info.channels));
+    return info.frames == 0 ||
+           (sf_seek(file, info.frames - 1, SEEK_SET) == info.frames - 1 && sf_readf_float(file, frame.data(), 1) == 1);
+  }
+
+  /// Reads all there is.
+  [[nodiscard]] sf_count_t countFrames() const {
+    std::vector<float> piece(std::size_t{pieceFrames} * static_cast<std::size_t>(info.channels));
+    sf_count_t frames = 0;
+    for (sf_count_t got = 1; got > 0; frames += got) {
+      got = std::max<sf_count_t>(sf_readf_float(file, piece.data(), pieceFrames), 0);
+    }
+    return frames;
+  }
+
+  /// Where a header tells of more than is there, what is there. Each look has a handle of its own: a search that failed
+  /// leaves one in no good state.
+  [[nodiscard]] static std::int64_t framesIn(const std::string& path) {
+    Handle probe;
+    if (!probe.open(path) && probe.isWhole()) {
+      return probe.info.frames;
+    }
+    Handle reader;
+    return reader.open(path) ? 0 : reader.countFrames();
+  }
+
+  SNDFILE* file = nullptr;
+  SF_INFO info{};
+  sf_count_t at = 0;  // the frame that the library reads next; negative when that is unknown
 };
 
 Result<std::shared_ptr<AVAudioFile>> AudioSoundFile::open(const std::string& path) {
-  SF_INFO info{};
-  SNDFILE* const file = sf_open(path.c_str(), SFM_READ, &info);
-  if (file == nullptr) {
-    return Error{path + ": " + sf_strerror(nullptr)};
+  auto handle = std::make_unique<Handle>();
+  if (auto failure = handle->open(path)) {
+    return *failure;
   }
-  auto handle = std::make_unique<Handle>(file);
-  if (info.seekable == 0) {
-    return Error{path + " can only be read from its beginning"};
-  }
-  if (auto failure = unplayable(path, info.samplerate, info.channels, info.frames)) {
+  const SF_INFO& info = handle->info;
+  const std::int64_t length = Handle::framesIn(path);
+  if (auto failure = unplayable(path, info.samplerate, info.channels, length)) {
     return *failure;
   }
   const AVAudioFormat format{static_cast<double>(info.samplerate), static_cast<std::uint32_t>(info.channels)};
-  handle->seeksExactly = (info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_OGG;
-  return std::shared_ptr<AVAudioFile>(new AudioSoundFile(path, std::move(handle), format, info.frames));
+  return std::shared_ptr<AVAudioFile>(new AudioSoundFile(path, std::move(handle), format, length));
 }
 
 AudioSoundFile::AudioSoundFile(std::string path, std::unique_ptr<Handle> handle, AVAudioFormat format,
@@ -75,20 +113,8 @@ void AudioSoundFile::setFramePosition(std::int64_t frame) {
 }
 
 bool AudioSoundFile::place() {
-  auto& at = handle_->at;
-  if (handle_->seeksExactly) {
-    at = sf_seek(handle_->file, position_, SEEK_SET);
-    return at == position_;
-  }
-  if (at < 0 || at > position_) {
-    at = sf_seek(handle_->file, 0, SEEK_SET);
-  }
-  while (at >= 0 && at < position_) {
-    const auto piece = std::min<sf_count_t>(position_ - at, pieceFrames);
-    const sf_count_t got = sf_readf_float(handle_->file, interleaved_.data(), piece);
-    at = got > 0 ? at + got : -1;
-  }
-  return at == position_;
+  handle_->at = sf_seek(handle_->file, position_, SEEK_SET);
+  return handle_->at == position_;
 }
 
 Outcome AudioSoundFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {
