@@ -7,6 +7,7 @@
 
 #include "system/dispatch/main_loop.h"
 #include "system/files/user_folders.h"
+#include "vrel/menu_mirror.h"
 #include "vrel/window_side.h"
 
 namespace vrel::app {
@@ -29,15 +30,19 @@ Program::Program(system::MainLoop& loop, WindowSide& window)
                       window_.apply(std::move(batch), [this] { mirrorSource_.delivered(); });
                     }),
       mirror_(mirrorSource_, content_, desktop_.shownAlert, *window.model().meters()),
+      menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn()}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
-               [](const std::string&, const std::string&) {}} {
+               [this](const std::string& action, const std::string& object) { menus_.perform(action, object); }},
+      app_({state_, engine_, content_, menus_, notifications_, desktop_}),
+      menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
   machine_.setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node) { engine_->pluginDied(node); });
 }
 
 Program::~Program() = default;
 
 void Program::start() {
-  content_.contentDidAppear();
+  app_.contentDidAppear();
+  troubleTimer_ = loop_.repeatingTimer(1, [this] { mirror_.setTroubledBlocks(machine_.troubledBlocks()); });
 }
 
 void Program::carryOut(const window::ConsoleCommands::Action& action) {
@@ -47,10 +52,29 @@ void Program::carryOut(const window::ConsoleCommands::Action& action) {
 
 void Program::setScreens(std::vector<NSScreen> screens) {
   desktop_.setScreens(std::move(screens));
+  menus_.rebuildMenusSoon();
+}
+
+void Program::windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen) {
+  class Window final : public NSWindow {
+   public:
+    Window(WindowSide& window, bool isFullScreen, const std::optional<NSScreen>& screen)
+        : window_(window), isFullScreen_(isFullScreen), screen_(screen) {}
+    [[nodiscard]] bool isFullScreen() const override { return isFullScreen_; }
+    [[nodiscard]] std::optional<NSScreen> screen() const override { return screen_; }
+    void setFrame(const ScreenRect& frame) override { window_.setWindowFrame(frame); }
+
+   private:
+    WindowSide& window_;
+    const bool isFullScreen_;
+    const std::optional<NSScreen>& screen_;
+  };
+  Window resolved(window_, isFullScreen, screen);
+  app_.windowResolved(resolved);
 }
 
 void Program::requestTermination() {
-  notifications_.post("vrel.requestTermination");
+  (void)app_.appDelegate().applicationShouldTerminate();
 }
 
 }  // namespace vrel::app

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@
 #include "engine/audio_engine.h"
 #include "platform/console_output.h"
 #include "platform/notification_center.h"
+#include "shell/menu_controller.h"
+#include "shell/vrel_app.h"
 #include "system/desktop/window_desktop.h"
 #include "system/dispatch/standard_output.h"
 #include "system/dispatch/system_clock.h"
@@ -45,6 +48,7 @@ class Program {
 
   void carryOut(const window::ConsoleCommands::Action& action);
   void setScreens(std::vector<NSScreen> screens);
+  void windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen);
   /// The system asks whether the program may end.
   void requestTermination();
   void cancelQuestions() { desktop_.cancelQuestions(); }
@@ -81,9 +85,11 @@ class Program {
   ContentView content_;
   window::MirrorSource mirrorSource_;
   window::ConsoleMirror mirror_;
+  VrelMenuController menus_;
   window::ConsoleActions actions_;
+  VrelApp app_;
+  std::shared_ptr<void> menusShown_;
   std::unique_ptr<RepeatingTimer> troubleTimer_;
-  LifeToken life_;
 };
 
 }  // namespace vrel::app

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel/two_sides.h"
 
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,9 @@ TwoSides::TwoSides()
              [this](auto action) { logic.post(std::move(action)); }) {
   window.onScreens = [this](std::vector<NSScreen> screens) {
     logic.postToProgram([screens = std::move(screens)](Program& program) { program.setScreens(screens); });
+  };
+  window.onWindowResolved = [this](bool isFullScreen, const std::optional<NSScreen>& screen) {
+    logic.postToProgram([=](Program& program) { program.windowResolved(isFullScreen, screen); });
   };
   window.onCloseRequest = [this] { logic.postToProgram([](Program& program) { program.requestTermination(); }); };
 }

@@ -71,7 +71,10 @@ bool WindowSide::load() {
   connect(qGuiApp, &QGuiApplication::screenAdded, this, &WindowSide::tellScreens);
   connect(qGuiApp, &QGuiApplication::screenRemoved, this, &WindowSide::tellScreens);
   connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &WindowSide::tellScreens);
+  connect(quickWindow_, &QWindow::visibilityChanged, this, &WindowSide::tellWindow);
+  connect(quickWindow_, &QWindow::screenChanged, this, &WindowSide::tellWindow);
   tellScreens();
+  tellWindow();
   frames_.start();
   return true;
 }
@@ -89,6 +92,14 @@ void WindowSide::tellScreens() {
   }
   if (onScreens) {
     onScreens(std::move(screens));
+  }
+}
+
+void WindowSide::tellWindow() {
+  const QScreen* const screen = quickWindow_->screen();
+  if (onWindowResolved) {
+    onWindowResolved(quickWindow_->visibility() == QWindow::FullScreen,
+                     screen != nullptr ? std::optional(screenOf(*screen)) : std::nullopt);
   }
 }
 

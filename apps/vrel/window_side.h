@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "console/window/console_model.h"
@@ -38,6 +39,8 @@ class WindowSide final : public QObject, public system::WindowServices {
 
   /// The screens there are; told again whenever they change.
   std::function<void(std::vector<NSScreen>)> onScreens;
+  /// The window is there, or has another state or screen than before.
+  std::function<void(bool isFullScreen, const std::optional<NSScreen>& screen)> onWindowResolved;
   /// The window manager wants the window closed.
   std::function<void()> onCloseRequest;
   /// The program may end; ends Qt's loop, unless told otherwise.
@@ -62,6 +65,7 @@ class WindowSide final : public QObject, public system::WindowServices {
   [[nodiscard]] bool load();
   void askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName, PanelAnswer answer);
   void tellScreens();
+  void tellWindow();
   [[nodiscard]] bool handleKey(QEvent* event);
 
   PostToLogic postToLogic_;

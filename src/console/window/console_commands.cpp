@@ -35,8 +35,8 @@ void ConsoleCommands::withChannel(const QString& channelId,
     const auto found =
         std::find_if(channels.begin(), channels.end(), [&](const auto& channel) { return channel->id.text() == id; });
     if (found != channels.end()) {
-      const auto channel = *found;  // an action may take the strip away
-      action(content, *channel);
+      const std::shared_ptr<AudioChannel> kept(*found);  // an action may take the strip away
+      action(content, *kept);
     }
   });
 }

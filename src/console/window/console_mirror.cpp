@@ -3,6 +3,8 @@
 
 #include <QColor>
 #include <QStringList>
+#include <algorithm>
+#include <limits>
 #include <set>
 #include <string>
 #include <utility>
@@ -111,6 +113,7 @@ void ConsoleMirror::mirrorSession() {
       [&state] { return loadingProgress(state.totalLoadsCount.get(), state.remainingLoadsCount.get()).value_or(-1); },
       state.totalLoadsCount, state.remainingLoadsCount);
   session_.set("problems", std::string());
+  setTroubledBlocks(0);
 }
 
 void ConsoleMirror::mirrorPerformance() {
@@ -187,6 +190,10 @@ void ConsoleMirror::mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert) 
 
 void ConsoleMirror::setMenus(const QVariantList& menus) {
   menuBar_.set("menus", QVariant(menus));
+}
+
+void ConsoleMirror::setTroubledBlocks(std::uint64_t count) {
+  session_.set("lateBlocks", static_cast<int>(std::min<std::uint64_t>(count, std::numeric_limits<int>::max())));
 }
 
 void ConsoleMirror::setProblem(const std::string& line) {

@@ -3,6 +3,7 @@
 
 #include <QVariantList>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -48,6 +49,9 @@ class ConsoleMirror {
   /// The menus, as a list of maps; see `menuBar.menus` in MenuBarView.qml.
   void setMenus(const QVariantList& menus);
 
+  /// How many blocks have not been what they should have been.
+  void setTroubledBlocks(std::uint64_t count);
+
   /// A line that the program told its user.
   void setProblem(const std::string& line);
 
@@ -64,7 +68,7 @@ class ConsoleMirror {
   void refresh();
   void refreshSongs();
   void refreshStrips();
-  [[nodiscard]] std::unique_ptr<Strip> makeStrip(const std::shared_ptr<AudioChannel>& channel);
+  [[nodiscard]] std::unique_ptr<Strip> makeStrip(const std::shared_ptr<AudioChannel>& shared);
   void connectMeter(AudioChannel& channel, const QString& key, std::vector<std::shared_ptr<void>>& connections,
                     std::shared_ptr<MeterCell>& cell);
 

@@ -2,7 +2,7 @@
 #include "console/window/console_model.h"
 
 // Made by the build out of the classes that are marked for QML.
-void qml_register_types_Vrel_Console();
+void qml_register_types_Vrel_Console();  // NOLINT(readability-identifier-naming)
 
 namespace vrel::window {
 

@@ -104,10 +104,11 @@ TEST_F(RealMainLoop, ATimerSkipsTheTicksThatABusyMomentMissed) {
 
 TEST_F(RealMainLoop, WhatIsLeftIsLetGoOfUnrunAndMayPostAsItGoes) {
   struct Poster {
-    system::MainLoop& loop;
+    explicit Poster(system::MainLoop& ending) : loop(ending) {}
     ~Poster() {
       loop.async([] { FAIL(); });
     }
+    system::MainLoop& loop;
   };
   bool isRun = false;
   {
