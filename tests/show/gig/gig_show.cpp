@@ -176,21 +176,19 @@ GigShow gigShow(const SetlistFile& opened, std::size_t switches) {
   return {score.file.bytes(), score.setlist, score.tapped, score.switches};
 }
 
+const std::optional<std::string>& playedState(const SetlistFile& setlist) {
+  return setlist.songs.at(keeperSong).channels.at(2).pluginStateBase64;
+}
+
 bool takeUnforeseen(GigShow& show, const SetlistFile& saved) {
-  if (saved.songs.size() != gigSongs || saved.songs[keeperSong].channels.size() < 3) {
-    return false;
-  }
-  bool isAsItMust = true;
+  bool isAsItMust = saved.songs.size() == gigSongs;
   for (const std::size_t index : show.tapped) {
-    const auto tempo = saved.songs[index].tempoBpm;
+    const auto tempo = saved.songs.at(index).tempoBpm;
     isAsItMust = isAsItMust && tempo >= 20 && tempo <= 300;
-    show.expected.songs[index].tempoBpm = tempo;
+    show.expected.songs.at(index).tempoBpm = tempo;
   }
-  auto& state = show.expected.songs[keeperSong].channels[2].pluginStateBase64;
-  const auto& savedState = saved.songs[keeperSong].channels[2].pluginStateBase64;
-  isAsItMust = isAsItMust && savedState && state != savedState;
-  state = savedState;
-  return isAsItMust;
+  show.expected.songs.at(keeperSong).channels.at(2).pluginStateBase64 = playedState(saved);
+  return isAsItMust && playedState(saved);
 }
 
 }  // namespace vrel

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -15,9 +16,12 @@ inline constexpr std::size_t gigSongs = 40;
 /// 40 songs on plug-ins of the zoo, audio files and clips, with effects, splits and learned controls.
 [[nodiscard]] SetlistFile gigSetlist();
 
-/// What the keeper, the third strip of each song, is played once: its state is that note from then on. It is played no
-/// more, but for that of one song, which hears none but a note of the show.
+/// Each song's third strip, its keeper, has the last note that it was played as its state. It hears this note, which
+/// the show does not play; only that of one song hears a note of the show.
 [[nodiscard]] std::uint8_t keeperNoteOf(std::size_t song);
+
+/// The state of the one keeper that is played in the show.
+[[nodiscard]] const std::optional<std::string>& playedState(const SetlistFile& setlist);
 
 /// What a performer does in so many song switches, and what has become of the setlist then.
 struct GigShow {

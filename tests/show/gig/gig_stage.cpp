@@ -87,6 +87,22 @@ void GigStage::wait(double seconds) {
   }
 }
 
+void GigStage::playNote(std::uint8_t note) {
+  performer_.perform(MidiFileMessage{0x90, note, 100});
+  performer_.perform(MidiFileMessage{0x80, note, 0});
+  // What a plug-in misses in a block in which it is late it gets in the next one in which it is asked.
+  constexpr std::uint64_t blocksInTime = 4;
+  std::uint64_t late = 0;
+  std::uint64_t begun = 0;
+  do {
+    late = pluginCounters_->lateBlocks;
+    begun = device_->blocks;
+    while (device_->blocks < begun + blocksInTime) {
+      wait(0.001);
+    }
+  } while (pluginCounters_->lateBlocks != late);
+}
+
 void GigStage::finishSwitch() {
   mainLoop_.runUntil([this] { return !state_.songSwitchInProgress.get(); });
 }

@@ -51,6 +51,9 @@ class GigStage {
   /// called with the number of switches so far.
   void perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& stands);
 
+  /// Plays a note on the song on stage, and returns when every instrument has got it.
+  void playNote(std::uint8_t note);
+
   /// Until the song stands.
   void finishSwitch();
   /// Until nothing is made ahead any more either.
