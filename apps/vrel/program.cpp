@@ -25,6 +25,7 @@ Program::Program(system::MainLoop& loop, WindowSide& window)
       desktop_(loop, window),
       content_(
           {state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder()}),
+      meterReadings_(*engine_, loop),
       mirrorSource_(loop,
                     [this](window::MirrorBatch batch) {
                       window_.apply(std::move(batch), [this] { mirrorSource_.delivered(); });

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "console/content_view.h"
+#include "console/meter_readings.h"
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
 #include "document/app_state.h"
@@ -83,6 +84,7 @@ class Program {
   system::WindowDesktop desktop_;
   NSNotificationCenter notifications_;
   ContentView content_;
+  MeterReadings meterReadings_;
   window::MirrorSource mirrorSource_;
   window::ConsoleMirror mirror_;
   VrelMenuController menus_;
