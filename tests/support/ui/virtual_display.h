@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "support/devices/child_process.h"
+
+namespace vrel::app::test {
+
+/// An X server without a screen, on a display that no other one has; ends with the object and with the process.
+class VirtualDisplay {
+ public:
+  /// Waits until it takes clients, and makes it the display of this process, with Qt drawing in software. Throws when
+  /// there is none.
+  VirtualDisplay(int width, int height);
+  ~VirtualDisplay();
+  VirtualDisplay(const VirtualDisplay&) = delete;
+  VirtualDisplay& operator=(const VirtualDisplay&) = delete;
+
+ private:
+  std::filesystem::path folder_;
+  system::test::ChildProcess server_;
+};
+
+/// A fresh folder for temporary files.
+[[nodiscard]] std::filesystem::path makeTemporaryFolder();
+
+/// Makes the folder the home of this process, with nothing of the user's own in it.
+void moveHome(const std::filesystem::path& folder);
+
+}  // namespace vrel::app::test
