@@ -7,6 +7,7 @@ class AppState;
 class NSNotificationCenter;
 
 /// What the system is told when it asks whether the program may end.
+// NOLINTNEXTLINE(readability-identifier-naming): the platform's names
 enum class NSApplicationTerminateReply { NSTerminateCancel = 0, NSTerminateNow = 1, NSTerminateLater = 2 };
 
 /// Turns the system's request to quit into the notification "vrel.requestTermination", which the main view answers
