@@ -14,11 +14,11 @@ class Library:
 
 LIBRARIES = (
     Library("Qt", re.compile(r"Q[A-Z]\w*(/.*)?|Qt\w*/.*|q[a-z0-9]+\.h"),
-            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/ui")),
+            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/ui", "bench/console")),
     Library("LV2", re.compile(r"(lilv|lv2|suil)(/.*|\.h)"),
-            ("src/system/plugins/lv2", "tests/plugins", "bench/sandbox/herald")),
+            ("src/system/plugins/lv2", "tests/plugins", "bench/performance/ballast", "bench/sandbox/herald")),
     Library("RtAudio, RtMidi and JACK", re.compile(r"(rtaudio/|rtmidi/)?Rt(Audio|Midi)\.h|jack/.*"),
-            ("src/system/devices", "tests/devices", "tests/support/devices", "bench/devices")),
+            ("src/system/devices", "tests/devices", "tests/support/devices", "bench/devices", "bench/console")),
     Library("ALSA", re.compile(r"alsa/.*"), ("src/system/devices",)),
     Library("FFmpeg, libsndfile, libvorbisfile and the resamplers",
             re.compile(r"lib(av|sw)\w+/.*|sndfile\.hh?|vorbis/.*|samplerate\.h|soxr\.h"),

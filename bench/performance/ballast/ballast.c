@@ -61,8 +61,8 @@ static LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, 
   (void)flags;
   (void)features;
   const Ballast* ballast = handle;
-  return store(state, urid(ballast, BALLAST_URI "#state"), ballast->state, stateBytes,
-               urid(ballast, LV2_ATOM__Chunk), LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
+  return store(state, urid(ballast, BALLAST_URI "#state"), ballast->state, stateBytes, urid(ballast, LV2_ATOM__Chunk),
+               LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
 }
 
 static LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function retrieve, LV2_State_Handle state,
