@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <optional>
+#include <utility>
+
+#include "console/content_view.h"
+#include "platform/notification_center.h"
+#include "simulation/scripted_desktop.h"
+#include "support/simulated_session.h"
+
+namespace vrel::window {
+
+/// A console on a simulated machine, with nothing on stage yet.
+class ConsoleStage : public SimulatedSession {
+ protected:
+  void appear() {
+    content.contentDidAppear();
+    answerAll();
+  }
+
+  simulation::ScriptedDesktop desktop;
+  NSNotificationCenter notifications;
+  ContentView content{{state, *engine, mainQueue, clock, console, desktop, files, notifications, "/home/me/copies"}};
+};
+
+}  // namespace vrel::window
