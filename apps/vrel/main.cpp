@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QQuickStyle>
 
+#include "vrel/appearance.h"
 #include "vrel/two_sides.h"
 
 int main(int argc, char** argv) {
@@ -9,6 +10,7 @@ int main(int argc, char** argv) {
   QApplication::setApplicationName(QStringLiteral("VREL"));
   QApplication::setQuitOnLastWindowClosed(false);
   QQuickStyle::setStyle(QStringLiteral("Basic"));
+  vrel::app::darkenApplication();
 
   vrel::app::TwoSides program;
   program.start();

@@ -13,6 +13,10 @@
 namespace vrel::app {
 void Program::Teller::print(const std::string& line) {
   output_.print(line);
+  // The window has a place of its own for the name of the port.
+  if (line.starts_with("Connected MIDI port: ")) {
+    return;
+  }
   program_.loop_.async([&program = program_, line] { program.mirror_.setProblem(line); });
 }
 

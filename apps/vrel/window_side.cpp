@@ -2,13 +2,14 @@
 #include "vrel/window_side.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
-#include <QStandardPaths>
+#include <QSize>
 #include <QUrl>
 #include <QVariant>
 #include <cstdlib>
@@ -24,6 +25,7 @@ namespace vrel::app {
 namespace {
 
 constexpr int framesPerSecond = 60;
+constexpr QSize roomyPanel(960, 640);
 
 NSScreen screenOf(const QScreen& screen) {
   const QRect area = screen.availableGeometry();
@@ -144,6 +146,8 @@ void WindowSide::askForFile(QFileDialog::AcceptMode mode, FileType type, const Q
   dialog->setObjectName(QStringLiteral("filePanel"));
   dialog->setWindowModality(Qt::ApplicationModal);
   dialog->setAcceptMode(mode);
+  dialog->setDirectory(panelFolder_);
+  dialog->resize(roomyPanel);
   dialog->setNameFilters(nameFilters(type));
   if (mode == QFileDialog::AcceptSave) {
     dialog->setFileMode(QFileDialog::AnyFile);
@@ -156,6 +160,7 @@ void WindowSide::askForFile(QFileDialog::AcceptMode mode, FileType type, const Q
     std::optional<std::filesystem::path> file;
     if (result == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
       file = dialog->selectedFiles().constFirst().toStdString();
+      panelFolder_ = dialog->directory().absolutePath();
     }
     postToLogic_([answer, file] { answer(file); });
   });

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QDir>
 #include <QFileDialog>
 #include <QObject>
 #include <QString>
@@ -71,6 +72,7 @@ class WindowSide final : public QObject, public system::WindowServices {
   PostToLogic postToLogic_;
   window::ConsoleModel model_;
   QTimer frames_;
+  QString panelFolder_ = QDir::homePath();  // where the last file was chosen
   std::unique_ptr<QQmlApplicationEngine> engine_;
   QQuickWindow* quickWindow_ = nullptr;  // owned by the engine
 };
