@@ -14,7 +14,7 @@ class Library:
 
 LIBRARIES = (
     Library("Qt", re.compile(r"Q[A-Z]\w*(/.*)?|Qt\w*/.*|q[a-z0-9]+\.h"),
-            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/ui", "bench/console")),
+            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/ui", "tests/unit/window", "tests/support/ui", "bench/console")),
     Library("LV2", re.compile(r"(lilv|lv2|suil)(/.*|\.h)"),
             ("src/system/plugins/lv2", "tests/plugins", "bench/performance/ballast", "bench/sandbox/herald")),
     Library("RtAudio, RtMidi and JACK", re.compile(r"(rtaudio/|rtmidi/)?Rt(Audio|Midi)\.h|jack/.*"),
