@@ -36,6 +36,7 @@ TextField {
     font.pixelSize: Theme.bodyText
     selectByMouse: true
     autoScroll: activeFocus
+    activeFocusOnPress: !readOnly
     verticalAlignment: TextInput.AlignVCenter
 
     Accessible.role: Accessible.EditableText
@@ -43,12 +44,15 @@ TextField {
 
     Component.onCompleted: follow()
     onEchoChanged: if (!isEditing) follow()
+    onReadOnlyChanged: if (readOnly) focus = false
     onTextEdited: {
         isEditing = true;
         typed(text);
     }
     onActiveFocusChanged: {
-        if (!activeFocus) {
+        if (activeFocus && readOnly) {
+            focus = false; // a menu that closes would give the caret back
+        } else if (!activeFocus) {
             cursorPosition = 0;
             settle.restart();
         }

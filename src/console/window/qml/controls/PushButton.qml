@@ -15,7 +15,8 @@ AbstractButton {
     property string spokenName: text
     property bool isOffered: true
 
-    implicitWidth: Math.max(Theme.touch, implicitContentWidth + 2 * Theme.gap)
+    padding: 6
+    implicitWidth: Math.max(Theme.touch, implicitContentWidth + 4 * padding)
     implicitHeight: Theme.touch
     enabled: isOffered
     opacity: isOffered ? 1 : 0.4

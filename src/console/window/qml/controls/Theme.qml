@@ -33,7 +33,7 @@ QtObject {
     readonly property int gap: 8
     readonly property int radius: 6
     readonly property int song: 64
-    readonly property int strip: 132
+    readonly property int strip: 138
     readonly property int masterInEdit: 120
     readonly property int masterInLive: 97
 

@@ -82,7 +82,6 @@ Item {
         spokenName: header.entry.number + " " + header.entry.name
         echo: header.entry.name
         readOnly: header.desk.session.isLive
-        font.bold: true
         font.pixelSize: 15
         leftPadding: 5
         rightPadding: 3

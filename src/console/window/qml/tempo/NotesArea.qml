@@ -29,6 +29,7 @@ TextArea {
 
     objectName: "notesArea"
     readOnly: desk.session.isLive
+    activeFocusOnPress: !readOnly
     color: Theme.ink
     selectionColor: Theme.teal
     selectedTextColor: Theme.darkInk
@@ -48,8 +49,14 @@ TextArea {
         follow();
         turned();
     }
+    onReadOnlyChanged: {
+        if (readOnly)
+            focus = false;
+    }
     onActiveFocusChanged: {
-        if (!activeFocus)
+        if (activeFocus && readOnly)
+            focus = false; // a menu that closes would give the caret back
+        else if (!activeFocus)
             settle.restart();
     }
     onTextChanged: {
