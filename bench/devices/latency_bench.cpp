@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "note_probe.h"
+#include "percentile.h"
 #include "support/devices/child_process.h"
 #include "support/devices/jack_server.h"
 #include "support/devices/live_stage.h"
@@ -77,20 +77,15 @@ struct Host {
   std::vector<double> frames;  // of each note; `never` where it was not heard
 };
 
-double percentile(const std::vector<double>& sorted, double part) {
-  const auto rank = static_cast<std::size_t>(std::ceil(part * static_cast<double>(sorted.size())));
-  return sorted[std::max<std::size_t>(rank, 1) - 1];
-}
-
 void tell(std::array<Host, NoteProbe::hostCount>& hosts, double blockFrames) {
   std::printf("%-6s %8s %8s %8s %8s %8s   frames;  99%% in periods\n", "", "least", "median", "90%", "99%", "most");
   for (auto& [name, frames] : hosts) {
     std::sort(frames.begin(), frames.end());
     std::printf("%-6s", name);
     for (const double part : {0.0, 0.5, 0.9, 0.99, 1.0}) {
-      std::printf(" %8.0f", percentile(frames, part));
+      std::printf(" %8.0f", vrel::bench::percentile(frames, part));
     }
-    std::printf("            %14.2f\n", percentile(frames, 0.99) / blockFrames);
+    std::printf("            %14.2f\n", vrel::bench::percentile(frames, 0.99) / blockFrames);
   }
 }
 

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How long a note is on its road through the logic: from the thread that posts its message to the main queue until
+// `sendMIDIEvent` of the last of 32 strips that play it. With the real window, whose meters all move, and without one;
+// each in a process of its own, on one JACK server, with all instruments in processes of their own.
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QTimer>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "console/road_stage.h"
+#include "percentile.h"
+#include "support/devices/jack_server.h"
+#include "support/ui/virtual_display.h"
+
+namespace vrel::app::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+constexpr std::size_t strips = 32;
+constexpr int screenWidth = 5000;  // room for all strips
+constexpr int screenHeight = 900;
+constexpr double longestPause = 8;  // milliseconds between two messages; the mean is half of it
+constexpr int warmUpMs = 1000;
+
+struct Options {
+  std::size_t notes = 4000;
+  std::string road;  // the case to measure in this process; empty: each in one of its own
+};
+
+Options parse(const std::vector<std::string>& arguments) {
+  Options options;
+  for (std::size_t index = 0; index + 1 < arguments.size(); index += 2) {
+    if (arguments[index] == "--notes") {
+      options.notes = std::stoul(arguments[index + 1]);
+    } else if (arguments[index] == "--case") {
+      options.road = arguments[index + 1];
+    } else {
+      throw std::invalid_argument("usage: note_road_bench [--notes N]");
+    }
+  }
+  return options;
+}
+
+/// What Qt is told of it.
+struct CommandLine {
+  int count = 1;
+  char name[16] = "note_road_bench";
+  char* arguments[2] = {name, nullptr};
+};
+
+void pump(int milliseconds) {
+  QEventLoop loop;
+  QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+  loop.exec();
+}
+
+/// Plays at random times; in milliseconds, how long each message was on its road. On a thread of its own.
+std::vector<double> playAll(RoadStage& stage, std::size_t notes) {
+  std::vector<double> roads(notes, -1);
+  std::size_t current = 0;  // the logic's thread
+  Clock::time_point postedAt;
+  stage.watchLastStrip([&] { roads[current] = Milliseconds(Clock::now() - postedAt).count(); });
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> pause(0, longestPause);
+  for (std::size_t note = 0; note < notes; ++note) {
+    std::this_thread::sleep_for(std::chrono::duration_cast<Clock::duration>(Milliseconds(pause(random))));
+    const auto velocity = static_cast<std::uint8_t>(note % 2 == 0 ? 20 + random() % 100 : 0);
+    stage.post(0x90, 60, velocity, [&, note, now = Clock::now()] {
+      current = note;
+      postedAt = now;
+    });
+  }
+  // All that is posted has been carried out once this has.
+  stage.watchLastStrip([] {});
+  return roads;
+}
+
+struct Measured {
+  std::vector<double> roads;
+  double seconds = 0;
+};
+
+Measured measure(RoadStage& stage, std::size_t notes, const std::function<void(const std::atomic<bool>&)>& wait) {
+  Measured measured;
+  std::exception_ptr failure;
+  std::atomic<bool> isDone{false};
+  std::thread playing([&] {
+    try {
+      const auto start = Clock::now();
+      measured.roads = playAll(stage, notes);
+      measured.seconds = Milliseconds(Clock::now() - start).count() / 1000;
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    isDone = true;
+    isDone.notify_all();
+  });
+  wait(isDone);
+  playing.join();
+  if (failure) {
+    std::rethrow_exception(failure);
+  }
+  return measured;
+}
+
+/// False when a message has not come through.
+bool tell(const char* name, std::vector<double> roads) {
+  std::sort(roads.begin(), roads.end());
+  const bool isComplete = roads.front() >= 0;
+  std::printf("%-16s", name);
+  for (const double part : {0.5, 0.9, 0.99, 1.0}) {
+    std::printf(" %8.3f", vrel::bench::percentile(roads, part));
+  }
+  std::printf("%s", isComplete ? "" : "  a message was LOST");
+  return isComplete;
+}
+
+bool measureWithoutWindow(std::size_t notes) {
+  CommandLine line;
+  const QCoreApplication application(line.count, line.arguments);
+  const auto sleepUntil = [](const std::function<bool()>& holds) { return system::test::eventually(holds); };
+  RoadStage stage(strips, sleepUntil);
+  std::this_thread::sleep_for(std::chrono::milliseconds(warmUpMs));
+  const auto measured = measure(stage, notes, [](const std::atomic<bool>& isDone) { isDone.wait(false); });
+  const bool isComplete = tell("without a window", measured.roads);
+  std::printf("\n");
+  return isComplete;
+}
+
+bool measureWithWindow(std::size_t notes) {
+  const test::VirtualDisplay display(screenWidth, screenHeight);
+  CommandLine line;
+  const QApplication application(line.count, line.arguments);
+  QApplication::setQuitOnLastWindowClosed(false);
+  QQuickStyle::setStyle(QStringLiteral("Basic"));
+  const auto pumpUntil = [](const std::function<bool()>& holds) {
+    constexpr int patienceMs = 20000;
+    QElapsedTimer time;
+    time.start();
+    while (!holds()) {
+      if (time.elapsed() > patienceMs) {
+        return holds();
+      }
+      pump(5);
+    }
+    return true;
+  };
+  RoadStage stage(strips, pumpUntil);
+  if (!pumpUntil([&] { return stage.isEveryStripSeen(); })) {
+    throw std::runtime_error("the window does not show all strips");
+  }
+  pump(warmUpMs);
+
+  std::atomic<std::uint64_t> frames{0};
+  std::uint64_t ticks = 0;
+  std::uint64_t moved = 0;
+  QObject context;
+  QObject::connect(
+      stage.window(), &QQuickWindow::frameSwapped, &context, [&] { ++frames; }, Qt::DirectConnection);
+  QObject::connect(stage.meterFrames(), &window::MeterBoard::frame, &context, [&] {
+    ++ticks;
+    moved += stage.movedMeters();
+  });
+  const auto measured = measure(stage, notes, [](const std::atomic<bool>& isDone) {
+    while (!isDone) {
+      pump(20);
+    }
+  });
+  const bool isComplete = tell("with a window", measured.roads);
+  std::printf("   %.1f frames a second; in each, %.1f of %zu meters moved\n",
+              static_cast<double>(frames) / measured.seconds,
+              static_cast<double>(moved) / static_cast<double>(std::max<std::uint64_t>(ticks, 1)), strips);
+  return isComplete;
+}
+
+/// Each case in a process of its own, on one server.
+bool measureEach(const std::string& program, const Options& options) {
+  system::test::JackServer server;
+  server.start();
+  ::setenv("JACK_DEFAULT_SERVER", server.name().c_str(), 1);
+  ::setenv("JACK_NO_START_SERVER", "1", 1);
+  std::printf("%zu messages, each to %zu strips; milliseconds from the post to the last strip's sendMIDIEvent\n",
+              options.notes, strips);
+  std::printf("%-16s %8s %8s %8s %8s\n", "", "median", "90%", "99%", "most");
+  std::fflush(stdout);
+  bool isGood = true;
+  for (const std::string road : {"none", "window"}) {
+    const std::string command = "'" + program + "' --notes " + std::to_string(options.notes) + " --case " + road;
+    isGood = std::system(command.c_str()) == 0 && isGood;  // NOLINT(concurrency-mt-unsafe): there is one thread
+  }
+  return isGood;
+}
+
+bool run(const std::string& program, const Options& options) {
+  ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
+  if (options.road.empty()) {
+    return measureEach(program, options);
+  }
+  const auto home = test::makeTemporaryFolder();
+  test::moveHome(home);
+  // No other plug-in: the scan is not what is measured.
+  std::filesystem::create_directory(home / "lv2");
+  std::filesystem::create_directory_symlink(std::filesystem::path(VREL_ZOO_PATH) / "sine.lv2", home / "lv2/sine.lv2");
+  ::setenv("LV2_PATH", (home / "lv2").c_str(), 1);
+  const bool isGood = options.road == "window" ? measureWithWindow(options.notes) : measureWithoutWindow(options.notes);
+  std::filesystem::remove_all(home);
+  return isGood;
+}
+
+}  // namespace
+}  // namespace vrel::app::bench
+
+int main(int argumentCount, char** arguments) {
+  using namespace vrel::app::bench;
+  try {
+    return run(arguments[0], parse({arguments + 1, arguments + argumentCount})) ? EXIT_SUCCESS : EXIT_FAILURE;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return EXIT_FAILURE;
+  }
+}

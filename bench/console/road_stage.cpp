@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/road_stage.h"
+
+#include <QPointF>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "document/plugin_path.h"
+#include "system/plugins/observable_instrument.h"
+
+namespace vrel::app::bench {
+namespace {
+
+constexpr const char* instrumentName = "Zoo Sine";
+
+SongConfig songOf(const AVAudioUnitComponent& instrument, std::size_t strips) {
+  SongConfig song;
+  song.name = "Full";
+  for (std::size_t strip = 0; strip < strips; ++strip) {
+    auto& record = song.channels.emplace_back();
+    record.name = "Strip " + std::to_string(strip + 1);
+    record.pluginPath = pluginKey(instrument);
+  }
+  return song;
+}
+
+const QQuickItem* findIn(const QQuickItem& item, const QString& name) {
+  if (item.objectName() == name && item.isVisible()) {
+    return &item;
+  }
+  const auto children = item.childItems();
+  for (const QQuickItem* child : children) {
+    if (const auto* const found = findIn(*child, name)) {
+      return found;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+RoadStage::RoadStage(std::size_t strips, WaitUntil waitUntil) : waitUntil_(std::move(waitUntil)) {
+  program_.start();
+  putOnStage(strips);
+}
+
+void RoadStage::putOnStage(std::size_t strips) {
+  const bool isFound = onLogic<bool>([strips](Program& program) {
+    const auto& found = program.state().scannedPlugins.get();
+    const auto instrument =
+        std::find_if(found.begin(), found.end(), [](const auto& each) { return each.name == instrumentName; });
+    if (instrument == found.end()) {
+      return false;
+    }
+    const auto last = static_cast<std::ptrdiff_t>(program.state().songs.get().size());
+    program.state().songs.modify([&](auto& songs) { songs.push_back(songOf(*instrument, strips)); });
+    program.content().songSwitch().applySong(last);
+    return true;
+  });
+  if (!isFound) {
+    throw std::runtime_error(std::string("there is no ") + instrumentName);
+  }
+  const auto isComplete = [this, strips] {
+    return onLogic<bool>([strips](Program& program) {
+      const auto& channels = program.engine().channels();
+      return !program.state().songSwitchInProgress.get() && program.engine().engine().isRunning() &&
+             channels.size() == strips && std::all_of(channels.begin(), channels.end(), [](const auto& channel) {
+               return channel->midiInstrument() != nullptr;
+             });
+    });
+  };
+  if (!waitUntil_(isComplete)) {
+    throw std::runtime_error("the song does not come on stage; is there a JACK server?");
+  }
+  engine_ = onLogic<AudioEngine*>([](Program& program) { return &program.engine(); });
+  using Ids = std::vector<std::string>;
+  const auto ids = onLogic<Ids>([](Program& program) {
+    Ids all;
+    for (const auto& channel : program.engine().channels()) {
+      all.push_back(channel->id.text());
+    }
+    return all;
+  });
+  for (const auto& id : ids) {
+    meters_.push_back({program_.window.model().meters()->cell(QString::fromStdString(id))});
+  }
+}
+
+void RoadStage::watchLastStrip(std::function<void()> onEvent) {
+  const bool isWatched = onLogic<bool>([&](Program& program) {
+    auto* const instrument = dynamic_cast<ObservableInstrument*>(program.engine().channels().back()->midiInstrument());
+    if (instrument != nullptr) {
+      instrument->setEventObserver([onEvent](std::uint8_t, std::uint8_t, std::uint8_t) { onEvent(); });
+    }
+    return instrument != nullptr;
+  });
+  if (!isWatched) {
+    throw std::runtime_error("the instrument does not tell its events");
+  }
+}
+
+void RoadStage::post(std::uint8_t status, std::uint8_t data1, std::uint8_t data2, std::function<void()> before) {
+  program_.logic.post([engine = engine_, status, data1, data2, before = std::move(before)] {
+    before();
+    engine->routeMIDI(status, data1, data2);
+  });
+}
+
+std::size_t RoadStage::movedMeters() {
+  std::size_t moved = 0;
+  for (auto& meter : meters_) {
+    const float now = meter.cell->left.load(std::memory_order_relaxed);
+    moved += now != meter.shown ? 1 : 0;
+    meter.shown = now;
+  }
+  return moved;
+}
+
+bool RoadStage::isEveryStripSeen() {
+  const auto* const strip =
+      window() == nullptr ? nullptr : findIn(*window()->contentItem(), "strip" + QString::number(meters_.size() - 1));
+  return strip != nullptr && strip->mapToScene({strip->width(), 0}).x() <= window()->width();
+}
+
+}  // namespace vrel::app::bench
