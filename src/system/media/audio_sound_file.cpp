@@ -4,7 +4,10 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <fstream>
+#include <string_view>
 #include <utility>
 
 #include "system/media/audio_limits.h"
@@ -33,6 +36,15 @@ void spread(const float* interleaved, std::uint32_t channels, std::uint32_t fram
   }
 }
 
+/// Whether it is an Ogg file, by its first page, of anything but Opus: the library misses frames of Vorbis sound, and
+/// loses memory over headers that are damaged.
+bool isOtherOgg(const std::string& path) {
+  std::array<char, 64> bytes{};
+  std::ifstream(path, std::ios::binary).read(bytes.data(), bytes.size());
+  const std::string_view begin(bytes.data(), bytes.size());
+  return begin.starts_with("OggS") && begin.find("OpusHead") == std::string_view::npos;
+}
+
 }  // namespace
 
 struct AudioSoundFile::Handle {
@@ -42,6 +54,9 @@ struct AudioSoundFile::Handle {
   Handle& operator=(const Handle&) = delete;
 
   [[nodiscard]] Outcome open(const std::string& path) {
+    if (isOtherOgg(path)) {
+      return Error{path + " is for another library"};
+    }
     file = sf_open(path.c_str(), SFM_READ, &info);
     if (file == nullptr) {
       return Error{path + ": " + sf_strerror(nullptr)};

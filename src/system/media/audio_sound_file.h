@@ -10,7 +10,7 @@
 
 namespace vrel::system {
 
-/// A file that libsndfile reads, but for Vorbis, in which it does not always find the frame that it is sent to.
+/// A file that libsndfile reads. Of Ogg files only Opus.
 class AudioSoundFile final : public AVAudioFile {
  public:
   [[nodiscard]] static Result<std::shared_ptr<AVAudioFile>> open(const std::string& path);
