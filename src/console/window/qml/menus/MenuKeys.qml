@@ -11,21 +11,27 @@ Instantiator {
     required property ConsoleModel desk
     required property bool isAllowed
 
-    model: desk.menuBar.menus
+    // As many as there are: a key that is pressed while the menus change finds its line.
+    model: desk.menuBar.menus ? desk.menuBar.menus.length : 0
 
     delegate: Instantiator {
         id: column
 
-        required property var modelData
+        required property int index
 
-        model: modelData.items
+        readonly property var menu: keys.desk.menuBar.menus[index]
+        readonly property var items: menu ? menu.items : []
+
+        model: items.length
 
         delegate: Shortcut {
-            required property var modelData
+            required property int index
 
-            sequence: modelData.shortcut ? modelData.shortcut : ""
-            enabled: keys.isAllowed && modelData.shortcut !== "" && modelData.enabled === true
-            onActivated: keys.desk.commands.activateMenuItem(modelData.path)
+            readonly property var line: column.items[index]
+
+            sequence: line && line.shortcut ? line.shortcut : ""
+            enabled: keys.isAllowed && sequence !== "" && line !== undefined && line.enabled === true
+            onActivated: keys.desk.commands.activateMenuItem(line.path)
         }
     }
 }

@@ -27,11 +27,22 @@ EntryField {
     inputMethodHints: Qt.ImhDigitsOnly
     leftPadding: 2
     rightPadding: 2
-    onReleased: selectAll()
+    onActiveFocusChanged: selecting.restart()
     onAccepted: {
         commit();
         follow();
     }
     onEditingFinished: commit()
     Keys.onEscapePressed: follow()
+
+    // The press that brings the caret puts it somewhere; what is typed then replaces the whole number.
+    Timer {
+        id: selecting
+
+        interval: 50
+        onTriggered: {
+            if (field.activeFocus && !field.isEditing)
+                field.selectAll();
+        }
+    }
 }
