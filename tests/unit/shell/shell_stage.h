@@ -21,10 +21,20 @@ struct SimulatedDevices {
   simulation::SimulatedAudioHardware hardware;
 };
 
-/// The console with its menus, on a machine with two output devices and two screens.
-class ShellStage : public testing::Test, protected SimulatedDevices, protected SimulatedMachine, protected SessionOn {
+/// A machine whose engine plays on two output devices.
+struct MachineWithDevices : SimulatedDevices, SimulatedMachine {
+  MachineWithDevices() {
+    hardware.list = {{2, {2}, "uid-b", "Beta"}, {3, {2}, "uid-a", "Alpha"}};
+    hardware.defaultDevice = 2;
+    engine = AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console, &hardware});
+    mainQueue.runAll();
+  }
+};
+
+/// The console with its menus, on such a machine with two screens.
+class ShellStage : public testing::Test, protected MachineWithDevices, protected SessionOn {
  protected:
-  ShellStage() : SessionOn(engineWithDevices(), mainQueue, clock, console) {
+  ShellStage() : SessionOn(*engine, mainQueue, clock, console) {
     files.placeDirectory(state.recentFilesPath.parent_path());
     desktop.screenList = {{"Laptop", {0, 30, 1920, 1050}}, {"Projector", {1920, 0, 1280, 720}}};
   }
@@ -47,14 +57,6 @@ class ShellStage : public testing::Test, protected SimulatedDevices, protected S
   int rebuildCount = 0;
 
  private:
-  AudioEngine& engineWithDevices() {
-    hardware.list = {{2, {2}, "uid-b", "Beta"}, {3, {2}, "uid-a", "Alpha"}};
-    hardware.defaultDevice = 2;
-    engine = AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console, &hardware});
-    mainQueue.runAll();
-    return *engine;
-  }
-
   static MenuItem find(const std::vector<MenuItem>& items, const std::string& action) {
     for (const auto& item : items) {
       if (item.action == action) {
