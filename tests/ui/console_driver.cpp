@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console_driver.h"
 
+#include <gtest/gtest.h>
+
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -10,15 +12,15 @@
 #include <QQuickWindow>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QWidget>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
+#include "support/ui/virtual_display.h"
+
 namespace vrel::app::test {
 namespace {
-
-using system::test::ChildProcess;
 
 constexpr int patienceMs = 20000;
 constexpr int pauseMs = 30;  // between the events of one gesture, as a quick hand makes it
@@ -27,40 +29,41 @@ constexpr int pauseMs = 30;  // between the events of one gesture, as a quick ha
 class Desktop {
  public:
   Desktop() {
-    const std::string number = folder_.path().toStdString() + "/display";
-    // The server chooses a free display and writes its number to the descriptor.
-    server_.start({"sh", "-c", "exec Xvfb -displayfd 3 -screen 0 1440x900x24 -nolisten tcp 3>" + number},
-                  folder_.path().toStdString() + "/xvfb.log");
-    std::string display;
-    if (!system::test::eventually([&] {
-          std::ifstream file(number);
-          return static_cast<bool>(std::getline(file, display)) && !display.empty();
-        })) {
-      throw std::runtime_error("Xvfb does not come up");
-    }
-    ::setenv("DISPLAY", (":" + display).c_str(), 1);
-    ::setenv("QT_QPA_PLATFORM", "xcb", 1);
-    ::setenv("QT_QUICK_BACKEND", "software", 1);
-    ::unsetenv("WAYLAND_DISPLAY");
-    application_ = std::make_unique<QApplication>(argumentCount_, arguments_);
     QApplication::setQuitOnLastWindowClosed(false);
     QQuickStyle::setStyle(QStringLiteral("Basic"));
   }
 
  private:
-  QTemporaryDir folder_;
-  ChildProcess server_;
+  VirtualDisplay display_{1440, 900};
   int argumentCount_ = 1;
   char name_[9] = "ui_tests";
   char* arguments_[2] = {name_, nullptr};
-  std::unique_ptr<QApplication> application_;
+  QApplication application_{argumentCount_, arguments_};
 };
+
+/// Gone before the program's static objects are, which Qt needs to clear up.
+class DesktopEnvironment : public testing::Environment {
+ public:
+  void SetUp() override { desktop_ = std::make_unique<Desktop>(); }
+  void TearDown() override { desktop_.reset(); }
+
+ private:
+  std::unique_ptr<Desktop> desktop_;
+};
+
+const auto* const environment = testing::AddGlobalTestEnvironment(new DesktopEnvironment);
+
+/// Lines and titles of menus go by their words.
+bool isCalled(const QQuickItem& item, const QString& name) {
+  return item.objectName() == name || ((item.inherits("QQuickMenuItem") || item.inherits("QQuickMenuBarItem")) &&
+                                       item.property("text").toString() == name);
+}
 
 void findIn(QQuickItem& item, const QString& name, QQuickItem*& found) {
   if (!item.isVisible()) {
     return;
   }
-  if (item.objectName() == name) {
+  if (isCalled(item, name)) {
     found = &item;
   }
   const auto children = item.childItems();
@@ -69,15 +72,22 @@ void findIn(QQuickItem& item, const QString& name, QQuickItem*& found) {
   }
 }
 
+QWidget* shownPanel() {
+  const auto windows = QApplication::topLevelWidgets();
+  for (QWidget* window : windows) {
+    if (window->isVisible() && window->objectName() == QLatin1String("filePanel")) {
+      return window;
+    }
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 ConsoleDriver::ConsoleDriver() : folder_(std::make_unique<QTemporaryDir>()) {
   home_ = folder_->path().toStdString();
-  ::setenv("HOME", home_.c_str(), 1);
-  for (const auto* variable : {"XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
-    ::unsetenv(variable);
-  }
-  static Desktop desktop;
+  moveHome(home_);
+  ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
 }
 
 ConsoleDriver::~ConsoleDriver() {
@@ -217,6 +227,31 @@ void ConsoleDriver::key(const std::string& name) {
 void ConsoleDriver::type(const std::string& text) {
   xdotool("type --delay 10 '" + text + "'");
   pump(pauseMs);
+}
+
+bool ConsoleDriver::isPanelShown() const {
+  return shownPanel() != nullptr;
+}
+
+void ConsoleDriver::waitForPanel() {
+  if (!eventually([] { return shownPanel() != nullptr; })) {
+    throw std::runtime_error("no file is asked for");
+  }
+  // No window manager gives the keyboard to a new window here.
+  shownPanel()->activateWindow();
+  eventually([] { return shownPanel() == nullptr || shownPanel()->isActiveWindow(); });
+}
+
+void ConsoleDriver::answerPanel(const std::filesystem::path& file) {
+  waitForPanel();
+  key("ctrl+a");
+  type(file.string());
+  key("Return");
+}
+
+void ConsoleDriver::cancelPanel() {
+  waitForPanel();
+  key("Escape");
 }
 
 void ConsoleDriver::onLogic(const std::function<void(Program&)>& action) {

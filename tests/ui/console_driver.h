@@ -30,7 +30,7 @@ struct Place {
 /// by real pointer and key events. One at a time. The test's thread is Qt's.
 class ConsoleDriver {
  public:
-  /// Starts the X server, once for the process. Throws when there is none.
+  /// The X server starts with the first test of the process.
   ConsoleDriver();
   ~ConsoleDriver();
   ConsoleDriver(const ConsoleDriver&) = delete;
@@ -44,7 +44,7 @@ class ConsoleDriver {
   /// Lets Qt work until the answer is yes; the last answer when that takes too long.
   bool eventually(const std::function<bool()>& holds);
 
-  /// The item that can be seen under this name; null when there is none.
+  /// The item that can be seen under this name; null when there is none. What stands in a menu is named by its words.
   [[nodiscard]] QQuickItem* find(const std::string& name) const;
   [[nodiscard]] bool isShown(const std::string& name) const;
   /// A value of an item; invalid when it is not there.
@@ -58,6 +58,12 @@ class ConsoleDriver {
   /// A key with its modifiers as xdotool calls it, such as "ctrl+s".
   void key(const std::string& name);
   void type(const std::string& text);
+
+  /// Whether a file is asked for.
+  [[nodiscard]] bool isPanelShown() const;
+  /// Waits for the panel that asks for a file, and types this one.
+  void answerPanel(const std::filesystem::path& file);
+  void cancelPanel();
 
   /// Runs it on the logic's thread and waits for it.
   void onLogic(const std::function<void(Program&)>& action);
@@ -73,6 +79,7 @@ class ConsoleDriver {
   [[nodiscard]] TwoSides& program() { return *program_; }
 
  private:
+  void waitForPanel();
   void pointTo(const std::string& name, Place place);
   void pump(int milliseconds);
   void xdotool(const std::string& arguments) const;

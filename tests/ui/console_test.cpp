@@ -11,15 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "console_driver.h"
+#include "console_fixture.h"
 
 namespace vrel::app::test {
 namespace {
 
-class Console : public testing::Test {
+class Console : public ConsoleFixture {
  protected:
-  void SetUp() override { driver.open(); }
-
   void addSongs(const std::vector<std::string>& names) {
     for (const auto& name : names) {
       const int before = songCount();
@@ -33,24 +31,10 @@ class Console : public testing::Test {
   [[nodiscard]] int songCount() { return driver.program().window.model().songs()->count(); }
   [[nodiscard]] int stripCount() { return driver.program().window.model().strips()->count(); }
 
-  [[nodiscard]] std::vector<std::string> songNames() {
-    return driver.fromLogic<std::vector<std::string>>([](Program& program) {
-      std::vector<std::string> names;
-      for (const auto& song : program.state().songs.get()) {
-        names.push_back(song.name);
-      }
-      return names;
-    });
-  }
-
-  [[nodiscard]] bool alertIsShown() const { return driver.isShown("alertBox"); }
-
   bool becomesLive() {
     driver.click("liveButton");
     return driver.eventually([this] { return driver.session("isLive").toBool(); });
   }
-
-  ConsoleDriver driver;
 };
 
 using Names = std::vector<std::string>;

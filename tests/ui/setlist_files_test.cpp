@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "console_fixture.h"
+#include "system/plugins/sandboxed_node.h"
+
+namespace vrel::app::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string textOf(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class SetlistFile : public ConsoleFixture {
+ protected:
+  /// The window manager wants the program gone, and its question stands.
+  void askToQuit() {
+    driver.program().window.quickWindow()->close();
+    ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  }
+
+  void load(const std::filesystem::path& setlist) {
+    driver.onLogic([&](Program& program) { program.content().setlistFiles().loadSetlist(setlist); });
+  }
+
+  /// A copy of the example: its first song has two instruments in processes of their own.
+  [[nodiscard]] std::filesystem::path example() const {
+    const auto copy = driver.home() / "example.vrel";
+    std::filesystem::copy_file(VREL_EXAMPLE_SETLIST, copy);
+    return copy;
+  }
+
+  const std::filesystem::path file = driver.home() / "gig.vrel";
+};
+
+TEST_F(SetlistFile, SavingOnTheWayOutAsksForAFileWhereThereIsNoneAndThenEnds) {
+  askToQuit();
+  driver.click("alertButton0");
+  driver.answerPanel(file);
+  EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
+  EXPECT_NE(textOf(file).find("01. Untitled Song"), std::string::npos);
+}
+
+TEST_F(SetlistFile, APanelThatIsCancelledOnTheWayOutKeepsTheProgram) {
+  askToQuit();
+  driver.click("alertButton0");
+  driver.cancelPanel();
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isPanelShown(); }));
+  driver.program().window.quickWindow()->requestActivate();
+  driver.click("tempoUp");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() == 121; }));
+  EXPECT_FALSE(driver.hasQuit());
+  EXPECT_FALSE(alertIsShown());
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(SetlistFile, ANameWithoutAnExtensionGetsOne) {
+  askToQuit();
+  driver.click("alertButton0");
+  driver.answerPanel(driver.home() / "evening");
+  EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
+  EXPECT_TRUE(std::filesystem::exists(driver.home() / "evening.vrel"));
+}
+
+TEST_F(SetlistFile, ADamagedFileLeavesEverythingAndTheLineSaysWhereItsCopiesAre) {
+  for (int save = 0; save < 2; ++save) {  // the second keeps a copy of the first
+    driver.onLogic([this](Program& program) { program.content().setlistFiles().writeSetlist(file); });
+  }
+  std::ofstream(file) << "{ \"songs\": [";
+  driver.click("tempoUp");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() == 121; }));
+  load(file);
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.session("problems").toString().startsWith(QStringLiteral("Earlier versions of it are kept in "));
+  })) << driver.session("problems").toString().toStdString();
+  EXPECT_TRUE(driver.isShown("problems"));
+  const std::filesystem::path copies =
+      driver.session("problems").toString().section(QStringLiteral(" in "), -1).toStdString();
+  EXPECT_TRUE(std::filesystem::is_directory(copies)) << copies;
+  EXPECT_EQ(songNames(), Names{"01. Untitled Song"});
+  EXPECT_EQ(driver.session("tempoBpm").toInt(), 121);
+}
+
+TEST_F(SetlistFile, WhileInstrumentsLoadTheModalCountsThemAndThenGoesAway) {
+  // Looked at whenever it changes: loading may be over between two looks of a test.
+  QQuickItem* const modal = driver.program().window.quickWindow()->findChild<QQuickItem*>("loadingModal");
+  ASSERT_NE(modal, nullptr);
+  bool wasShown = false;
+  QObject::connect(modal, &QQuickItem::visibleChanged, modal, [&] { wasShown = wasShown || modal->isVisible(); });
+  load(example());
+  EXPECT_TRUE(driver.eventually([&] { return wasShown; }));
+  EXPECT_TRUE(driver.eventually([&] { return !driver.isShown("loadingModal"); }));
+  EXPECT_TRUE(driver.eventually([&] { return driver.session("remainingLoads").toInt() == 0; }));
+  EXPECT_TRUE(driver.eventually([&] { return driver.isShown("strip1"); }));
+  EXPECT_EQ(driver.session("fileName").toString(), QStringLiteral("example.vrel"));
+}
+
+TEST_F(SetlistFile, APluginThatCrashesIsShownOnItsStripAndTheOthersRunOn) {
+  load(example());
+  const auto isRunning = [this](std::size_t strip) {
+    return driver.fromLogic<bool>([strip](Program& program) {
+      const auto& channels = program.engine().channels();
+      return channels.size() == 2 && channels[strip]->status.get() == channel_status::running;
+    });
+  };
+  ASSERT_TRUE(driver.eventually([&] { return isRunning(0) && isRunning(1); }));
+  const int process = driver.fromLogic<int>([](Program& program) {
+    const auto* const node = dynamic_cast<SandboxedNode*>(program.engine().channels()[0]->instrumentNode.get().get());
+    return node != nullptr ? node->processId() : 0;
+  });
+  ASSERT_GT(process, 1);
+  ::kill(process, SIGKILL);
+  EXPECT_TRUE(driver.eventually([&] { return driver.isShown("failure0"); }));
+  EXPECT_TRUE(driver.eventually([&] {
+    auto* const strips = driver.program().window.model().strips();
+    return strips->data(strips->index(0), window::MirrorList::entryRole)
+               .value<window::MirrorObject*>()
+               ->value(QStringLiteral("statusText")) == QVariant(QStringLiteral("CRASHED"));
+  }));
+  EXPECT_FALSE(driver.isShown("failure1"));
+  EXPECT_TRUE(isRunning(1));
+}
+
+}  // namespace
+}  // namespace vrel::app::test
