@@ -10,7 +10,8 @@ packages=(
   nlohmann-json3-dev liblilv-dev lv2-dev libplist-dev libsndfile1-dev libvorbis-dev
   librtaudio-dev librtmidi-dev libjack-jackd2-dev libasound2-dev
   qt6-base-dev qt6-declarative-dev qt6-wayland libgl-dev
-  qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
+  qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
+  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-templates qml6-module-qtquick-window
   ffmpeg libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libsoxr-dev
   # testing
