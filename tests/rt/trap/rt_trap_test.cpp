@@ -304,6 +304,26 @@ TEST(RtTrapRules, AnotherThreadMayAllocateDuringABlock) {
   other.join();
 }
 
+// Libraries end their threads so, and the C library does it by unwinding.
+TEST(RtTrapRules, AThreadMayBeCancelledInACallThatIsWatched) {
+  std::array<int, 2> silent{};
+  ASSERT_EQ(::pipe(silent.data()), 0);
+  const auto waitForEver = [](void* file) -> void* {
+    char byte = 0;
+    while (::read(*static_cast<int*>(file), &byte, 1) >= 0) {
+    }
+    return nullptr;
+  };
+  pthread_t waiting{};
+  ASSERT_EQ(pthread_create(&waiting, nullptr, waitForEver, silent.data()), 0);
+  pthread_cancel(waiting);
+  void* end = nullptr;
+  EXPECT_EQ(pthread_join(waiting, &end), 0);
+  EXPECT_EQ(end, PTHREAD_CANCELED);
+  ::close(silent[0]);
+  ::close(silent[1]);
+}
+
 TEST(RtTrapRules, TheBlockGoesOnAfterForeignCode) {
   EXPECT_DEATH(
       {
