@@ -305,21 +305,29 @@ TEST(RtTrapRules, AnotherThreadMayAllocateDuringABlock) {
 }
 
 // Libraries end their threads so, and the C library does it by unwinding.
-TEST(RtTrapRules, AThreadMayBeCancelledInACallThatIsWatched) {
-  std::array<int, 2> silent{};
+TEST(RtTrapRules, AThreadMayBeCancelledWhileItWaitsInACallThatIsWatched) {
+  static std::array<int, 2> silent{};
   ASSERT_EQ(::pipe(silent.data()), 0);
-  const auto waitForEver = [](void* file) -> void* {
+  const auto read = [](void*) -> void* {
     char byte = 0;
-    while (::read(*static_cast<int*>(file), &byte, 1) >= 0) {
-    }
-    return nullptr;
+    return ::read(silent[0], &byte, 1) == 1 ? nullptr : &silent;
   };
-  pthread_t waiting{};
-  ASSERT_EQ(pthread_create(&waiting, nullptr, waitForEver, silent.data()), 0);
-  pthread_cancel(waiting);
-  void* end = nullptr;
-  EXPECT_EQ(pthread_join(waiting, &end), 0);
-  EXPECT_EQ(end, PTHREAD_CANCELED);
+  const auto waitOnFutex = [](void*) -> void* {
+    static int word = 0;
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
+    while (true) {
+      ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, 0, nullptr, nullptr, 0);
+    }
+  };
+  for (void* (*const wait)(void*) : {+read, +waitOnFutex}) {
+    pthread_t waiting{};
+    ASSERT_EQ(pthread_create(&waiting, nullptr, wait, nullptr), 0);
+    ::usleep(10'000);  // by now it waits; were it late, it would end before
+    pthread_cancel(waiting);
+    void* end = nullptr;
+    EXPECT_EQ(pthread_join(waiting, &end), 0);
+    EXPECT_EQ(end, PTHREAD_CANCELED);
+  }
   ::close(silent[0]);
   ::close(silent[1]);
 }

@@ -22,27 +22,23 @@ void check(const char* call) noexcept;
 void* nextDefinition(const char* name) noexcept;
 
 /// The C library's function of one name, looked up at its first use. Usable before any constructor
-/// has run and from any thread. A call may end by unwinding, as the one that a cancelled thread waits in does.
+/// has run and from any thread.
 template <typename Function>
 class Real {
  public:
   explicit constexpr Real(const char* name) : name_(name) {}
 
   template <typename... Arguments>
-  auto operator()(Arguments... arguments) {
-    return reinterpret_cast<Function*>(found())(arguments...);
+  auto operator()(Arguments... arguments) noexcept {
+    void* found = address_.load(std::memory_order_acquire);
+    if (found == nullptr) {
+      found = nextDefinition(name_);
+      address_.store(found, std::memory_order_release);
+    }
+    return reinterpret_cast<Function*>(found)(arguments...);
   }
 
  private:
-  void* found() noexcept {
-    void* address = address_.load(std::memory_order_acquire);
-    if (address == nullptr) {
-      address = nextDefinition(name_);
-      address_.store(address, std::memory_order_release);
-    }
-    return address;
-  }
-
   const char* name_;
   std::atomic<void*> address_{nullptr};
 };
