@@ -29,6 +29,32 @@ bool isOfWholeSetlist(MidiControlKind kind) {
          ((kindsOfWholeSetlist >> bit) & 1U) != 0;
 }
 
+bool isTrigger(MidiControlKind kind) {
+  switch (kind) {
+    case MidiControlKind::panic:
+    case MidiControlKind::tapTempo:
+    case MidiControlKind::channelMute:
+    case MidiControlKind::channelSolo:
+    case MidiControlKind::masterMute:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isOfAStrip(MidiControlKind kind) {
+  switch (kind) {
+    case MidiControlKind::channelVolume:
+    case MidiControlKind::channelGain:
+    case MidiControlKind::channelReverb:
+    case MidiControlKind::channelMute:
+    case MidiControlKind::channelSolo:
+      return true;
+    default:
+      return false;
+  }
+}
+
 bool isLearnable(uint8_t statusType) {
   return statusType == statusNoteOff || statusType == statusNoteOn || statusType == statusController ||
          statusType == statusPitchBend;
@@ -120,7 +146,6 @@ void MidiLearn::handleMidiControlMessage(uint8_t status, uint8_t data1, uint8_t 
   const float value = valueOf(statusType, data1, data2);
   const bool isPressed = isNewPress(binding, data2);
   for (const auto& assignment : assignments) {
-    controlWillAct.emit(assignment.target, isPressed, value);
     performMidiControl(assignment.target, isPressed, value);
   }
 }
@@ -179,22 +204,30 @@ void MidiLearn::clearAllMidiLearn() {
   state_.isDirty.set(true);
 }
 
+bool MidiLearn::acts(const MidiControlTarget& target, bool isPressed) const {
+  return (isPressed || !isTrigger(target.kind)) && (!isOfAStrip(target.kind) || channelAt(target) != nullptr);
+}
+
 void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPressed, float value) {
+  if (!acts(target, isPressed)) {
+    return;
+  }
+  controlWillAct.emit(target, isPressed, value);
   switch (target.kind) {
     case MidiControlKind::panic:
     case MidiControlKind::tapTempo:
     case MidiControlKind::channelMute:
     case MidiControlKind::channelSolo:
     case MidiControlKind::masterMute:
-      return isPressed ? press(target) : void();
+      return press(target);
     case MidiControlKind::channelVolume:
-      return setFader(channelAt(target), &AudioChannel::volume, value);
+      return setFader(*channelAt(target), &AudioChannel::volume, value);
     case MidiControlKind::channelGain:
-      return setFader(channelAt(target), &AudioChannel::gain, value);
+      return setFader(*channelAt(target), &AudioChannel::gain, value);
     case MidiControlKind::channelReverb:
-      return setFader(channelAt(target), &AudioChannel::reverb, value);
+      return setFader(*channelAt(target), &AudioChannel::reverb, value);
     case MidiControlKind::masterVolume:
-      return setFader(engine_.masterChannel().get(), &AudioChannel::volume, value);
+      return setFader(*engine_.masterChannel(), &AudioChannel::volume, value);
     case MidiControlKind::performancePitchBend:
       return bend(value);
     case MidiControlKind::performanceModulation:
@@ -213,29 +246,25 @@ void MidiLearn::press(const MidiControlTarget& target) {
     case MidiControlKind::tapTempo:
       return tempo_.tapTempo();
     case MidiControlKind::channelMute:
-      return toggle(channelAt(target), &AudioChannel::mute);
+      return toggle(*channelAt(target), &AudioChannel::mute);
     case MidiControlKind::channelSolo:
-      return toggle(channelAt(target), &AudioChannel::solo);
+      return toggle(*channelAt(target), &AudioChannel::solo);
     case MidiControlKind::masterMute:
-      return toggle(engine_.masterChannel().get(), &AudioChannel::mute);
+      return toggle(*engine_.masterChannel(), &AudioChannel::mute);
     default:
       return;
   }
 }
 
-void MidiLearn::setFader(AudioChannel* channel, Observable<float> AudioChannel::*fader, float value) {
-  if (channel != nullptr) {
-    (channel->*fader).set(value);
-    state_.isDirty.set(true);
-  }
+void MidiLearn::setFader(AudioChannel& channel, Observable<float> AudioChannel::*fader, float value) {
+  (channel.*fader).set(value);
+  state_.isDirty.set(true);
 }
 
-void MidiLearn::toggle(AudioChannel* channel, Observable<bool> AudioChannel::*button) {
-  if (channel != nullptr) {
-    (channel->*button).set(!(channel->*button).get());
-    engine_.applyMixerLevels();
-    state_.isDirty.set(true);
-  }
+void MidiLearn::toggle(AudioChannel& channel, Observable<bool> AudioChannel::*button) {
+  (channel.*button).set(!(channel.*button).get());
+  engine_.applyMixerLevels();
+  state_.isDirty.set(true);
 }
 
 void MidiLearn::bend(float value) {

@@ -75,7 +75,8 @@ class MidiLearn {
   /// Forgets the assignments of the setlist and of every song. Changes nothing at all when there are none.
   void clearAllMidiLearn();
 
-  /// Carries out one target. Triggers act when pressed, the others take `value`, 0 to 1.
+  /// Carries out one target. Triggers act when pressed, the others take `value`, 0 to 1. One of a strip that there is
+  /// not is passed over.
   void performMidiControl(const MidiControlTarget& target, bool isPressed, float value);
 
  private:
@@ -83,9 +84,10 @@ class MidiLearn {
   [[nodiscard]] bool holdsAnyPlugin() const;
   [[nodiscard]] AudioChannel* channelAt(const MidiControlTarget& target) const;
   [[nodiscard]] bool isNewPress(const MidiControlBinding& binding, std::uint8_t data2);
+  [[nodiscard]] bool acts(const MidiControlTarget& target, bool isPressed) const;
   void press(const MidiControlTarget& target);
-  void toggle(AudioChannel* channel, Observable<bool> AudioChannel::*button);
-  void setFader(AudioChannel* channel, Observable<float> AudioChannel::*fader, float value);
+  void toggle(AudioChannel& channel, Observable<bool> AudioChannel::*button);
+  void setFader(AudioChannel& channel, Observable<float> AudioChannel::*fader, float value);
   void bend(float value);
   void sendController(std::uint8_t controller, Observable<float>& display, float value);
 

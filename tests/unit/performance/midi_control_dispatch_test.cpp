@@ -373,5 +373,16 @@ TEST_F(Dispatch, EachControlIsToldOfBeforeItActs) {
   EXPECT_EQ(volumes, (std::vector{0.5F, 1.0F}));
 }
 
+TEST_F(Dispatch, WhatDoesNotActIsNotTold) {
+  assign(onChannel(Kind::channelVolume, 99), knob);
+  assign(onChannel(Kind::channelMute, 0), knob);
+  int told = 0;
+  const auto connection = learn.controlWillAct.connect([&](const MidiControlTarget&, bool, float) { ++told; });
+  play({0xB0, 20, 3});
+  EXPECT_EQ(told, 0) << "there is no such strip, and nothing was pressed";
+  play({0xB0, 20, 127});
+  EXPECT_EQ(told, 1) << "of the button";
+}
+
 }  // namespace
 }  // namespace vrel
