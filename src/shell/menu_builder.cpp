@@ -272,6 +272,9 @@ MenuItem Builder::outputs() const {
   for (const auto& device : contents_.outputDevices) {
     items.push_back(checked(command(device.name, menu_actions::selectAudioOutput, device.uid), device.uid == current));
   }
+  if (contents_.outputDevices.empty()) {
+    items.push_back(unavailable(words(TextKey::audioNoOutputs)));
+  }
   return menu(words(TextKey::audioOutput), std::move(items));
 }
 

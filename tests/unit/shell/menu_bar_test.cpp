@@ -304,6 +304,20 @@ TEST_F(MenuBarTest, WithoutABackgroundVideoOnlyTheChoiceOfOneIsThere) {
             Lines{"Choose Background Video... | chooseVisualBackgroundVideo"});
 }
 
+TEST_F(MenuBarTest, WithNoOutputDeviceAtAllTheSubmenuSaysSoBelowTheSystems) {
+  const std::array<std::string, 5> none{"No audio outputs found", "No se han encontrado salidas de audio",
+                                        "Aucune sortie audio trouvee", "Nessuna uscita audio trovata",
+                                        "Keine Audioausgaenge gefunden"};
+  hardware.list.clear();
+  for (const Language language : allLanguages) {
+    setLanguage(language);
+    const auto& outputs = menu(settings).children[1].children;
+    ASSERT_EQ(outputs.size(), 2U);
+    EXPECT_EQ(outputs[0].action, menu_actions::selectSystemAudioOutput);
+    EXPECT_EQ(described({outputs[1]}), Lines{none.at(static_cast<std::size_t>(language)) + " (off)"});
+  }
+}
+
 TEST_F(MenuBarTest, TheCurrentBlendModeSizeAndDeviceAreChecked) {
   state.visualBlendMode.set(VisualBlendMode::multiply);
   state.audioIOBufferFrameSize.set(1024);
