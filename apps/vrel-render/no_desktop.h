@@ -14,6 +14,7 @@ namespace vrel::render {
 class NoDesktop final : public Desktop {
  public:
   std::optional<std::size_t> runModal(const NSAlert& /*alert*/) override { return std::nullopt; }
+  [[nodiscard]] bool isAlertShown() const override { return false; }
   std::optional<std::filesystem::path> runModal(const NSOpenPanel& /*panel*/) override { return std::nullopt; }
   std::optional<std::filesystem::path> runModal(const NSSavePanel& /*panel*/) override { return std::nullopt; }
   std::vector<NSScreen> screens() override { return {}; }

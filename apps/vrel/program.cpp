@@ -11,6 +11,7 @@
 #include "vrel/window_side.h"
 
 namespace vrel::app {
+
 void Program::Teller::print(const std::string& line) {
   output_.print(line);
   // The window has a place of its own for the name of the port.
@@ -18,6 +19,10 @@ void Program::Teller::print(const std::string& line) {
     return;
   }
   program_.loop_.async([&program = program_, line] { program.mirror_.setProblem(line); });
+}
+
+Program::UnrunWork::~UnrunWork() {
+  loop.dropWork();
 }
 
 Program::Program(system::MainLoop& loop, WindowSide& window)
@@ -38,7 +43,7 @@ Program::Program(system::MainLoop& loop, WindowSide& window)
       menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn()}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
                [this](const std::string& action, const std::string& object) { menus_.perform(action, object); }},
-      app_({state_, engine_, content_, menus_, notifications_, desktop_}),
+      app_({state_, engine_, content_, menus_, notifications_, desktop_, loop}),
       menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
   machine_.setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node) { engine_->pluginDied(node); });
 }
@@ -80,6 +85,10 @@ void Program::windowResolved(bool isFullScreen, const std::optional<NSScreen>& s
 
 void Program::requestTermination() {
   (void)app_.appDelegate().applicationShouldTerminate();
+}
+
+void Program::systemEnds() {
+  app_.systemEnds();
 }
 
 }  // namespace vrel::app

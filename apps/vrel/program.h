@@ -50,8 +50,10 @@ class Program {
   void carryOut(const window::ConsoleCommands::Action& action);
   void setScreens(std::vector<NSScreen> screens);
   void windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen);
-  /// The system asks whether the program may end.
+  /// A person asks whether the program may end.
   void requestTermination();
+  /// The system does, and does not wait for ever.
+  void systemEnds();
   void cancelQuestions() { desktop_.cancelQuestions(); }
 
   [[nodiscard]] AppState& state() { return state_; }
@@ -70,10 +72,21 @@ class Program {
     system::StandardOutput output_;
   };
 
+  /// Work that nobody will run any more goes when all that posts has gone. It may hold plug-ins, which still tell the
+  /// console how they end.
+  struct UnrunWork {
+    system::MainLoop& loop;
+    explicit UnrunWork(system::MainLoop& mainLoop) : loop(mainLoop) {}
+    ~UnrunWork();
+    UnrunWork(const UnrunWork&) = delete;
+    UnrunWork& operator=(const UnrunWork&) = delete;
+  };
+
   // In the order of birth; what stands further down uses what stands above.
   system::MainLoop& loop_;
   WindowSide& window_;
   Teller console_{*this};
+  UnrunWork unrunWork_{loop_};
   system::SystemClock clock_;
   system::FileCalls fileCalls_;
   system::PosixFileManager files_{fileCalls_};

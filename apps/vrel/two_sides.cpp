@@ -21,7 +21,13 @@ TwoSides::TwoSides()
   window.onCloseRequest = [this] { logic.postToProgram([](Program& program) { program.requestTermination(); }); };
 }
 
+void TwoSides::systemEnds() {
+  logic.postToProgram([](Program& program) { program.systemEnds(); });
+}
+
 TwoSides::~TwoSides() {
+  // Nobody looks at a window that does not answer any more.
+  window.leaveScreen();
   logic.end();
 }
 

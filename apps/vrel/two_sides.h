@@ -17,6 +17,9 @@ class TwoSides {
 
   void start() { logic.start(window); }
 
+  /// The system is about to end, and does not wait for ever.
+  void systemEnds();
+
   LogicSide logic;
   WindowSide window;  // ends after the logic, which uses it
 };

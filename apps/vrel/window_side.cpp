@@ -19,6 +19,8 @@
 #include "console/content_view.h"
 #include "performance/live_mode.h"
 #include "platform/key_event.h"
+#include "shell/vrel_app.h"
+#include "vrel/file_panel.h"
 #include "vrel/key_translation.h"
 
 namespace vrel::app {
@@ -43,7 +45,8 @@ QStringList nameFilters(FileType type) {
 
 WindowSide::WindowSide(window::ConsoleCommands::Post postCommand, PostToLogic postToLogic)
     : postToLogic_(std::move(postToLogic)), model_(std::move(postCommand)) {
-  onQuit = [] { QCoreApplication::quit(); };
+  // Not `quit`, which a window may refuse: this one refuses to be closed.
+  onQuit = [] { QCoreApplication::exit(EXIT_SUCCESS); };
   frames_.setTimerType(Qt::PreciseTimer);
   frames_.setInterval(1000 / framesPerSecond);
   connect(&frames_, &QTimer::timeout, this, [this] {
@@ -53,13 +56,27 @@ WindowSide::WindowSide(window::ConsoleCommands::Post postCommand, PostToLogic po
   });
 }
 
-WindowSide::~WindowSide() = default;
+WindowSide::~WindowSide() {
+  leaveScreen();
+}
+
+void WindowSide::leaveScreen() {
+  frames_.stop();
+  for (const auto& panel : std::exchange(panels_, {})) {
+    delete panel.data();
+  }
+  if (quickWindow_ != nullptr) {
+    quickWindow_->hide();
+  }
+}
 
 bool WindowSide::load() {
   window::registerQmlTypes();
   engine_ = std::make_unique<QQmlApplicationEngine>();
   engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
-  engine_->setInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)}});
+  const WindowSize size = defaultWindowSize(screens());
+  engine_->setInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)},
+                                 {QStringLiteral("openingSize"), QSize(size.width, size.height)}});
   engine_->load(QUrl(QStringLiteral("qrc:/qt/qml/Vrel/Console/qml/Main.qml")));
   if (engine_->rootObjects().isEmpty()) {
     return false;
@@ -81,7 +98,7 @@ bool WindowSide::load() {
   return true;
 }
 
-void WindowSide::tellScreens() {
+std::vector<NSScreen> WindowSide::screens() {
   std::vector<NSScreen> screens;
   const QScreen* const main = QGuiApplication::primaryScreen();
   if (main != nullptr) {
@@ -92,8 +109,12 @@ void WindowSide::tellScreens() {
       screens.push_back(screenOf(*screen));
     }
   }
+  return screens;
+}
+
+void WindowSide::tellScreens() {
   if (onScreens) {
-    onScreens(std::move(screens));
+    onScreens(screens());
   }
 }
 
@@ -141,7 +162,9 @@ void WindowSide::showSavePanel(const NSSavePanel& panel, PanelAnswer answer) {
 
 void WindowSide::askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName,
                             PanelAnswer answer) {
-  auto* const dialog = new QFileDialog;
+  auto* const dialog = new FilePanel;
+  std::erase_if(panels_, [](const auto& panel) { return panel.isNull(); });
+  panels_.emplace_back(dialog);
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setObjectName(QStringLiteral("filePanel"));
   dialog->setWindowModality(Qt::ApplicationModal);
@@ -183,7 +206,8 @@ bool WindowSide::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
     case QEvent::ShortcutOverride:
     case QEvent::KeyPress:
-      return watched == quickWindow_ && handleKey(event);
+    case QEvent::KeyRelease:
+      return watched == quickWindow_ && handleKey(*static_cast<QKeyEvent*>(event));
     case QEvent::Close:
       // The program ends by its guard only; the window stays as long as the program.
       if (watched == quickWindow_) {
@@ -199,23 +223,26 @@ bool WindowSide::eventFilter(QObject* watched, QEvent* event) {
   }
 }
 
-bool WindowSide::handleKey(QEvent* event) {
+bool WindowSide::handleKey(QKeyEvent& event) {
+  const bool isHeld = keyRepeat_.isOfHeldKey(event);
+  if (event.type() == QEvent::KeyRelease) {
+    return false;
+  }
   const bool isLive = model_.session()->value(QStringLiteral("isLive")).toBool();
   const bool isAsked = model_.alert()->value(QStringLiteral("shown")).toBool();
-  if (!isLive || isAsked) {
-    return false;
-  }
-  const auto& pressed = *static_cast<QKeyEvent*>(event);
-  const KeyEvent key = keyEventOf(pressed);
-  const auto command = LiveMode::commandFor(key);
+  const KeyEvent key = keyEventOf(event);
+  const auto command = isLive && !isAsked ? LiveMode::commandFor(key) : std::nullopt;
   if (!command) {
-    return false;
+    // A command of the menus is given once, however long its keys are held; a control gets them all the same.
+    const bool isKeptFromMenus = isHeld && event.type() == QEvent::ShortcutOverride;
+    event.setAccepted(isKeptFromMenus || event.isAccepted());
+    return isKeptFromMenus;
   }
-  event->accept();
+  event.accept();
   // A key that is held steps on through the songs; a mute that is held must not flicker.
   const bool mayRepeat =
       command->kind == LiveMode::Command::Kind::nextSong || command->kind == LiveMode::Command::Kind::previousSong;
-  if (event->type() == QEvent::KeyPress && (mayRepeat || !pressed.isAutoRepeat())) {
+  if (event.type() == QEvent::KeyPress && (mayRepeat || !isHeld)) {
     model_.commands()->post(
         [key](window::ConsoleActions& actions) { (void)actions.content.liveMode().handleLiveKeyDown(key); });
   }

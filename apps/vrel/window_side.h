@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QTimer>
 #include <functional>
@@ -14,7 +15,9 @@
 #include "console/window/console_model.h"
 #include "platform/desktop.h"
 #include "system/desktop/window_desktop.h"
+#include "vrel/key_repeat.h"
 
+class QKeyEvent;
 class QQuickWindow;
 class QQmlApplicationEngine;
 
@@ -47,6 +50,9 @@ class WindowSide final : public QObject, public system::WindowServices {
   /// The program may end; ends Qt's loop, unless told otherwise.
   std::function<void()> onQuit;
 
+  /// Takes the window and what it asks from the screen. It shows nothing any more.
+  void leaveScreen();
+
   /// Any thread; `taken` is called on the main thread when it is shown.
   void apply(window::MirrorBatch batch, std::function<void()> taken);
   void setWindowFrame(const ScreenRect& frame);
@@ -65,14 +71,17 @@ class WindowSide final : public QObject, public system::WindowServices {
   /// Makes the window. False when it can not be made; Qt has told why.
   [[nodiscard]] bool load();
   void askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName, PanelAnswer answer);
+  [[nodiscard]] static std::vector<NSScreen> screens();
   void tellScreens();
   void tellWindow();
-  [[nodiscard]] bool handleKey(QEvent* event);
+  [[nodiscard]] bool handleKey(QKeyEvent& event);
 
   PostToLogic postToLogic_;
   window::ConsoleModel model_;
+  KeyRepeat keyRepeat_;
   QTimer frames_;
-  QString panelFolder_ = QDir::homePath();  // where the last file was chosen
+  QString panelFolder_ = QDir::homePath();     // where the last file was chosen
+  std::vector<QPointer<QFileDialog>> panels_;  // null when they have been answered; they delete themselves then
   std::unique_ptr<QQmlApplicationEngine> engine_;
   QQuickWindow* quickWindow_ = nullptr;  // owned by the engine
 };

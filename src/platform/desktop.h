@@ -63,6 +63,9 @@ class Desktop {
   /// The index of the button that was pressed; none when the alert was sent away without an answer.
   [[nodiscard]] virtual std::optional<std::size_t> runModal(const NSAlert& alert) = 0;
 
+  /// Whether an alert waits for its answer.
+  [[nodiscard]] virtual bool isAlertShown() const = 0;
+
   /// The file that was chosen; none when the panel was cancelled.
   [[nodiscard]] virtual std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) = 0;
   [[nodiscard]] virtual std::optional<std::filesystem::path> runModal(const NSSavePanel& panel) = 0;

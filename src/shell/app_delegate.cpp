@@ -11,6 +11,7 @@ NSApplicationTerminateReply VrelAppDelegate::applicationShouldTerminate() {
     isAsking_ = true;
     notifications_.post("vrel.requestTermination");
     isAsking_ = false;
+    ++answerCount_;
   }
   return NSApplicationTerminateReply::NSTerminateLater;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
+
 namespace vrel {
 
 class AppState;
@@ -23,9 +25,13 @@ class VrelAppDelegate {
   /// Always NSTerminateLater. A request that comes while the alert of an earlier one stands waits for the same answer.
   NSApplicationTerminateReply applicationShouldTerminate();
 
+  /// How often a request has been answered.
+  [[nodiscard]] std::uint64_t answerCount() const { return answerCount_; }
+
  private:
   NSNotificationCenter& notifications_;
   bool isAsking_ = false;
+  std::uint64_t answerCount_ = 0;
 };
 
 }  // namespace vrel

@@ -4,6 +4,7 @@
 #include "console/content_view.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
+#include "platform/dispatch.h"
 #include "shell/menu_controller.h"
 
 namespace vrel {
@@ -23,15 +24,12 @@ VrelApp::~VrelApp() {
   with_.menus.hooks.terminate = nullptr;
 }
 
-std::optional<NSScreen> VrelApp::mainScreen() const {
-  const auto screens = with_.desktop.screens();
-  return screens.empty() ? std::nullopt : std::optional(screens.front());
-}
-
-WindowSize VrelApp::defaultSize() const {
-  constexpr WindowSize withoutScreen{1440, 900};
-  const auto screen = mainScreen();
-  return screen ? WindowSize{screen->visibleFrame.width, screen->visibleFrame.height} : withoutScreen;
+WindowSize defaultWindowSize(const std::vector<NSScreen>& screens) {
+  if (screens.empty()) {
+    return {1440, 900};
+  }
+  const ScreenRect& area = screens.front().visibleFrame;
+  return {area.width, area.height};
 }
 
 void VrelApp::windowResolved(NSWindow& window) {
@@ -45,8 +43,8 @@ void VrelApp::applyInitialFrame(NSWindow& window) {
     return;
   }
   auto screen = window.screen();
-  if (!screen) {
-    screen = mainScreen();
+  if (const auto screens = with_.desktop.screens(); !screen && !screens.empty()) {
+    screen = screens.front();
   }
   if (screen) {
     window.setFrame(screen->visibleFrame);
@@ -57,6 +55,16 @@ void VrelApp::applyInitialFrame(NSWindow& window) {
 void VrelApp::contentDidAppear() {
   applyAudioSettings();
   with_.content.contentDidAppear();
+}
+
+void VrelApp::systemEnds() {
+  const auto before = appDelegate_.answerCount();
+  with_.mainQueue.asyncAfter(systemPatienceSeconds, [this, watch = life_.watch(), before] {
+    if (watch.isAlive() && appDelegate_.answerCount() == before && with_.desktop.isAlertShown()) {
+      with_.desktop.replyToApplicationShouldTerminate(true);
+    }
+  });
+  appDelegate_.applicationShouldTerminate();
 }
 
 void VrelApp::applyAudioSettings() {

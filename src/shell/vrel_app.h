@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/life_token.h"
 #include "foundation/observable.h"
 #include "platform/desktop.h"
 #include "shell/app_delegate.h"
@@ -14,6 +15,7 @@ namespace vrel {
 class AppState;
 class AudioEngine;
 class ContentView;
+class MainQueue;
 class NSNotificationCenter;
 class VrelMenuController;
 
@@ -35,6 +37,9 @@ struct WindowSize {
   bool operator==(const WindowSize&) const = default;
 };
 
+/// Of the window before anybody moves it: what may be used of the main screen, the first of them, or 1440 by 900.
+[[nodiscard]] WindowSize defaultWindowSize(const std::vector<NSScreen>& screens);
+
 /// The program around its main window: its first frame, and the settings that act on more than what is shown.
 ///
 ///   made               session and engine stand; settings are followed from here on
@@ -51,7 +56,11 @@ class VrelApp {
     VrelMenuController& menus;
     NSNotificationCenter& notifications;
     Desktop& desktop;
+    MainQueue& mainQueue;
   };
+
+  /// How long a system that ends waits for the person's answer.
+  static constexpr double systemPatienceSeconds = 30;
 
   /// All are borrowed and outlive this. The menus' Quit comes here.
   explicit VrelApp(const Collaborators& collaborators);
@@ -62,17 +71,18 @@ class VrelApp {
   [[nodiscard]] VrelAppDelegate& appDelegate() { return appDelegate_; }
   [[nodiscard]] bool didApplyInitialWindowFrame() const { return didApplyInitialWindowFrame_; }
 
-  /// Of the window before anybody moves it: what may be used of the main screen, or 1440 by 900.
-  [[nodiscard]] WindowSize defaultSize() const;
-
   /// The window is there, or has another state than before. It fills its screen the first time that it is not in full
   /// screen and there is a screen.
   void windowResolved(NSWindow& window);
 
   void contentDidAppear();
 
+  /// The system is about to end. The person is asked as ever. Where nobody answers the alert in time the program ends
+  /// unsaved, which is still in better order than being killed; who has answered may take their time over a file's
+  /// name.
+  void systemEnds();
+
  private:
-  [[nodiscard]] std::optional<NSScreen> mainScreen() const;
   void applyInitialFrame(NSWindow& window);
   void applyAudioSettings();
   void rebuildMenus();
@@ -81,6 +91,7 @@ class VrelApp {
   VrelAppDelegate appDelegate_;
   bool didApplyInitialWindowFrame_ = false;
   std::vector<std::shared_ptr<void>> connections_;
+  LifeToken life_;
 };
 
 }  // namespace vrel

@@ -30,8 +30,13 @@ class ScriptedDesktop : public Desktop {
 
   std::optional<std::size_t> runModal(const NSAlert& alert) override {
     alerts.push_back(alert);
-    return answered(alertAnswers);
+    ++standingAlerts_;
+    const auto answer = answered(alertAnswers);
+    --standingAlerts_;
+    return answer;
   }
+
+  [[nodiscard]] bool isAlertShown() const override { return standingAlerts_ > 0; }
 
   std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) override {
     openPanels.push_back(panel);
@@ -52,6 +57,8 @@ class ScriptedDesktop : public Desktop {
   }
 
  private:
+  int standingAlerts_ = 0;
+
   template <typename Answer>
   std::optional<Answer> answered(std::deque<Answer>& answers) {
     if (whileAsking) {

@@ -9,6 +9,9 @@
 namespace vrel::system {
 
 std::optional<std::size_t> WindowDesktop::runModal(const NSAlert& alert) {
+  if (isCancelled_) {
+    return std::nullopt;
+  }
   const auto question = std::make_shared<Question>(Question{alert, false, {}});
   questions_.push_back(question);
   showTopQuestion();
@@ -40,6 +43,9 @@ void WindowDesktop::cancelQuestions() {
 
 std::optional<std::filesystem::path> WindowDesktop::waitForPanel(
     const std::function<void(WindowServices::PanelAnswer)>& show) {
+  if (isCancelled_) {
+    return std::nullopt;
+  }
   struct Answer {
     bool isThere = false;
     std::optional<std::filesystem::path> file;

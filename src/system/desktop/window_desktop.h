@@ -50,6 +50,7 @@ class WindowDesktop final : public Desktop {
   void cancelQuestions();
 
   [[nodiscard]] std::optional<std::size_t> runModal(const NSAlert& alert) override;
+  [[nodiscard]] bool isAlertShown() const override { return shownAlert.get().has_value(); }
   [[nodiscard]] std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) override;
   [[nodiscard]] std::optional<std::filesystem::path> runModal(const NSSavePanel& panel) override;
   [[nodiscard]] std::vector<NSScreen> screens() override { return screens_; }

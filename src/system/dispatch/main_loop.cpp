@@ -34,6 +34,10 @@ class MainLoop::Timer final : public RepeatingTimer {
 };
 
 MainLoop::~MainLoop() {
+  dropWork();
+}
+
+void MainLoop::dropWork() {
   // What goes may post as it goes, which must find the queue whole.
   while (true) {
     std::deque<Work> ready;

@@ -22,8 +22,9 @@ namespace vrel::system {
 /// A question to the person runs the loop once more inside the work that asks it (`runUntil`); all other work goes on
 /// meanwhile, in its order.
 ///
-/// Threads: `async` and `asyncAfter` from any; everything else, and all work, on the thread that runs it. What is left
-/// at the end of the loop is let go of, not run; timers may outlive it. Work must not throw.
+/// Threads: `async` and `asyncAfter` from any; everything else, and all work, on the thread that runs it, the end on
+/// any when nobody runs it. What is left at the end of the loop is let go of, not run; timers may outlive it. Work must
+/// not throw.
 class MainLoop final : public MainQueue {
  public:
   MainLoop() = default;
@@ -44,6 +45,9 @@ class MainLoop final : public MainQueue {
 
   /// Runs what is ready now, and all that this posts, without sleeping.
   void runPending();
+
+  /// Lets go of all work, unrun, and of what this posts as it goes. Not from within work.
+  void dropWork();
 
  private:
   using Time = std::chrono::steady_clock::time_point;

@@ -46,8 +46,10 @@ using Button = std::optional<std::size_t>;
 
 TEST_F(WindowDesktopTest, AnAlertIsShownUntilItIsAnsweredAndOtherWorkGoesOn) {
   bool otherWorkRan = false;
+  EXPECT_FALSE(desktop.isAlertShown());
   loop.async([&] {
     EXPECT_EQ(desktop.shownAlert.get(), question("?"));
+    EXPECT_TRUE(desktop.isAlertShown());
     otherWorkRan = true;
   });
   loop.async([&] { desktop.answerAlert(1); });
@@ -97,7 +99,36 @@ TEST_F(WindowDesktopTest, APanelBringsItsFileBackOnTheMainQueue) {
 TEST_F(WindowDesktopTest, TheEndOfTheProgramCancelsAllQuestions) {
   loop.async([&] { desktop.cancelQuestions(); });
   EXPECT_EQ(desktop.runModal(question("?")), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, AQuestionThatComesAfterTheEndIsNotEvenShown) {
+  desktop.cancelQuestions();
+  int changes = 0;
+  const auto counting = desktop.shownAlert.changed.connect([&](const auto&) { ++changes; });
+  EXPECT_EQ(desktop.runModal(question("?")), std::nullopt);
   EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+  EXPECT_EQ(desktop.runModal(NSSavePanel{}), std::nullopt);
+  EXPECT_EQ(changes, 0);
+  EXPECT_TRUE(window.panels.empty());
+}
+
+TEST_F(WindowDesktopTest, APanelThatStandsAtTheEndIsCancelledAndItsLateFileIsNobodys) {
+  loop.async([&] { desktop.cancelQuestions(); });
+  EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+  ASSERT_EQ(window.panels.size(), 1U);
+  window.panels[0]("/gig.vrel");
+  EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, TheEndCancelsAQuestionInsideAQuestion) {
+  Button inner = 0;
+  loop.async([&] {
+    loop.async([&] { desktop.cancelQuestions(); });
+    inner = desktop.runModal(question("inner"));
+  });
+  EXPECT_EQ(desktop.runModal(question("outer")), std::nullopt);
+  EXPECT_EQ(inner, std::nullopt);
+  EXPECT_EQ(desktop.shownAlert.get(), std::nullopt);
 }
 
 TEST_F(WindowDesktopTest, OnlyAYesEndsTheProgram) {

@@ -120,6 +120,17 @@ TEST_F(RealMainLoop, WhatIsLeftIsLetGoOfUnrunAndMayPostAsItGoes) {
   EXPECT_FALSE(isRun);
 }
 
+TEST_F(RealMainLoop, WorkThatIsDroppedGoesAtOnceAndTheLoopStaysOfUse) {
+  const auto held = std::make_shared<int>(0);
+  loop.async([held, this] { note("ready")(); });
+  loop.asyncAfter(1000, [held, this] { note("delayed")(); });
+  loop.dropWork();
+  EXPECT_EQ(held.use_count(), 1);
+  loop.async(note("after"));
+  loop.runPending();
+  EXPECT_EQ(notes, Notes{"after"});
+}
+
 TEST_F(RealMainLoop, ATimerMayOutliveItsLoop) {
   auto ending = std::make_unique<system::MainLoop>();
   const auto timer = ending->repeatingTimer(0.001, note("tick"));

@@ -50,16 +50,16 @@ class VrelAppTest : public ShellStage {
     return all;
   }
 
-  VrelApp app{{state, engine, content, menus, notifications, desktop}};
+  VrelApp app{{state, engine, content, menus, notifications, desktop, mainQueue}};
   ScriptedWindow window;
   NSScreen laptop;
   NSScreen projector;
 };
 
 TEST_F(VrelAppTest, TheDefaultSizeIsWhatMayBeUsedOfTheMainScreen) {
-  EXPECT_EQ(app.defaultSize(), (WindowSize{1920, 1050}));
+  EXPECT_EQ(defaultWindowSize(desktop.screenList), (WindowSize{1920, 1050}));
   desktop.screenList.clear();
-  EXPECT_EQ(app.defaultSize(), (WindowSize{1440, 900}));
+  EXPECT_EQ(defaultWindowSize(desktop.screenList), (WindowSize{1440, 900}));
 }
 
 TEST_F(VrelAppTest, TheWindowFillsItsScreenOnce) {
@@ -200,6 +200,55 @@ TEST_F(VrelAppTest, ASecondRequestToQuitWaitsForTheSameAnswer) {
   app.appDelegate().applicationShouldTerminate();
   EXPECT_EQ(desktop.alerts.size(), 1U);
   EXPECT_EQ(desktop.terminationReplies, std::vector{false});
+}
+
+TEST_F(VrelAppTest, ASystemThatEndsAsksAsAPersonDoesAndTakesTheAnswer) {
+  start();
+  desktop.alertAnswers = {2};
+  app.systemEnds();
+  ASSERT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(desktop.alerts[0].messageText, "Guardar el setlist antes de salir?");
+  mainQueue.advance(VrelApp::systemPatienceSeconds + 1);
+  EXPECT_EQ(desktop.terminationReplies, std::vector{false});
+}
+
+TEST_F(VrelAppTest, ASystemThatEndsWaitsForAnAnswerAndThenDoesWithout) {
+  start();
+  std::vector<bool> inTime{false};
+  desktop.whileAsking = [&] {
+    mainQueue.advance(VrelApp::systemPatienceSeconds - 1);
+    inTime = desktop.terminationReplies;
+    mainQueue.advance(1);
+  };
+  app.systemEnds();
+  EXPECT_TRUE(inTime.empty());
+  EXPECT_EQ(desktop.terminationReplies, (std::vector{true, false}));
+}
+
+TEST_F(VrelAppTest, ASystemThatEndsLeavesThePersonTimeToNameTheFile) {
+  start();
+  desktop.alertAnswers = {0};
+  desktop.whileAsking = [&] {
+    if (!desktop.savePanels.empty()) {
+      mainQueue.advance(2 * VrelApp::systemPatienceSeconds);
+    }
+  };
+  desktop.savePanelAnswers = {"/home/me/gig.vrel"};
+  app.systemEnds();
+  EXPECT_EQ(desktop.savePanels.size(), 1U);
+  EXPECT_TRUE(files.fileExists("/home/me/gig.vrel"));
+  EXPECT_EQ(desktop.terminationReplies, std::vector{true});
+}
+
+TEST_F(VrelAppTest, ASystemThatEndsDoesNotWaitForAQuestionThatStoodAlreadyEither) {
+  start();
+  desktop.whileAsking = [&] {
+    app.systemEnds();
+    mainQueue.advance(VrelApp::systemPatienceSeconds);
+  };
+  menus.perform(menu_actions::terminate);
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(desktop.terminationReplies, (std::vector{true, false}));
 }
 
 TEST(VrelAppDelegate, WithNobodyToAnswerTheProgramGoesOnWaitingAndMayAskAgain) {

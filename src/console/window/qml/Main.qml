@@ -9,6 +9,8 @@ Window {
     id: window
 
     required property ConsoleModel desk
+    // Of one screen: the window must not open across the one that the audience sees.
+    required property size openingSize
 
     readonly property bool isLive: desk.session.isLive
     readonly property bool isAsked: desk.alert.shown
@@ -21,8 +23,8 @@ Window {
     }
 
     objectName: "consoleWindow"
-    width: Screen.desktopAvailableWidth > 0 ? Screen.desktopAvailableWidth : 1440
-    height: Screen.desktopAvailableHeight > 0 ? Screen.desktopAvailableHeight : 900
+    width: openingSize.width
+    height: openingSize.height
     visible: true
     flags: Qt.Window | Qt.FramelessWindowHint
     title: desk.texts.appTitle
