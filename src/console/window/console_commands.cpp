@@ -35,8 +35,7 @@ void ConsoleCommands::withChannel(const QString& channelId,
     const auto found =
         std::find_if(channels.begin(), channels.end(), [&](const auto& channel) { return channel->id.text() == id; });
     if (found != channels.end()) {
-      const std::shared_ptr<AudioChannel> kept(*found);  // an action may take the strip away
-      action(content, *kept);
+      action(content, *std::shared_ptr<AudioChannel>(*found));  // kept, since an action may take the strip away
     }
   });
 }
