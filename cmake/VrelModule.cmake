@@ -33,7 +33,8 @@ endfunction()
 
 # vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource])
 # One GoogleTest executable; every case is a CTest of its own under the label. Of those with the same resource one runs
-# at a time. The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label.
+# at a time. The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label. VREL_TEST_OPTIONS are for the
+# cases' own code: its size makes sanitizers slow to compile, and what they are to watch is the code under test.
 include(GoogleTest)
 foreach(label unit rt sound media plugins show devices ui)
   add_custom_target(tests_${label})
@@ -45,6 +46,7 @@ function(vrel_test name)
     list(APPEND properties RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
   endif()
   add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${VREL_TEST_OPTIONS})
   target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main
     $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
   # Cases are listed when CTest runs, so a build never executes what it made.
