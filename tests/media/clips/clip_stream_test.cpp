@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -202,7 +203,7 @@ class ChangedWhileItPlays : public ClipStreams, public testing::WithParamInterfa
 
   void overwriteWith(const std::string& bytes) { std::ofstream(path, std::ios::trunc | std::ios::binary) << bytes; }
 
-  const std::string path = testing::TempDir() + "changed-" + GetParam();
+  const std::string path = testing::TempDir() + "changed-" + std::to_string(::getpid()) + "-" + GetParam();
   ClipStream stream{path, isOver};
 };
 
