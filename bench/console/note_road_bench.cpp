@@ -36,7 +36,7 @@ using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr std::size_t strips = 32;
-constexpr int screenWidth = 5000;  // room for all strips
+constexpr int screenWidth = 5800;  // room for all strips
 constexpr int screenHeight = 900;
 constexpr double longestPause = 8;  // milliseconds between two messages; the mean is half of it
 constexpr int warmUpMs = 1000;
