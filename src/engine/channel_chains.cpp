@@ -41,6 +41,10 @@ bool ChannelChains::isMaster(const AudioChannel& channel) const {
   return strips_.isMaster(channel);
 }
 
+bool ChannelChains::isOnStage(const AudioChannel& channel) const {
+  return strips_.holds(channel);
+}
+
 void ChannelChains::rebuildChannelEffectChain(AudioChannel& channel) {
   if (strips_.isMaster(channel)) {
     rebuildMasterEffectChain(false);

@@ -32,6 +32,10 @@ class ChannelChains {
 
   [[nodiscard]] bool isMaster(const AudioChannel& channel) const;
 
+  /// False for a channel that was taken out and that somebody still holds: a node that is attached for it would stay in
+  /// the graph for good.
+  [[nodiscard]] bool isOnStage(const AudioChannel& channel) const;
+
   /// Rewires one strip, with its tap and reverb mix; given the master, rewires that where it needs it.
   /// Does nothing, not even the tap, without an instrument.
   void rebuildChannelEffectChain(AudioChannel& channel);

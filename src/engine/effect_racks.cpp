@@ -109,7 +109,7 @@ void EffectRacks::loadEffect(const std::shared_ptr<AudioChannel>& channel, const
                                     completion = std::move(completion), &mainQueue = with_.mainQueue](UnitNode node) {
     mainQueue.async([this, life, weakChannel, slotId, component, completion, node = std::move(node)] {
       const auto target = weakChannel.lock();
-      if (life.isAlive() && target != nullptr && node != nullptr) {
+      if (life.isAlive() && target != nullptr && node != nullptr && with_.chains.isOnStage(*target)) {
         replaceEffectSlot(*target, slotId, component, node, completion);
       } else if (completion) {
         completion(false);
@@ -195,7 +195,7 @@ void EffectRacks::restoreWhenMade(const AudioPluginSlot& slot, const AVAudioUnit
             return;
           }
           const auto channel = group->channel.lock();
-          if (channel && node != nullptr && isStillWanted(*channel, slot)) {
+          if (channel && node != nullptr && with_.chains.isOnStage(*channel) && isStillWanted(*channel, slot)) {
             with_.mutator.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
           }
           leave(group);

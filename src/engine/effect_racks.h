@@ -64,7 +64,7 @@ class EffectRacks {
 
   /// Makes `component` and puts it into the slot as above, in whatever order several such loads end.
   /// `completion` may be empty; it is called once, on the main queue, with false when the plug-in does
-  /// not load or engine or channel have gone by then.
+  /// not load, the engine has gone by then, or the channel is no longer on stage.
   void loadEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
                   const AVAudioUnitComponent& component, std::function<void(bool)> completion);
 

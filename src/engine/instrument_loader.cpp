@@ -57,7 +57,7 @@ void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& chann
     if (!life.isAlive()) {
       return;
     }
-    if (const auto target = weakChannel.lock()) {
+    if (const auto target = weakChannel.lock(); target != nullptr && with_.chains.isOnStage(*target)) {
       finishLoad(*target, component, node, stateBase64, completion);
     } else if (completion) {
       completion(false);

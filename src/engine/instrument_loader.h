@@ -55,7 +55,7 @@ class InstrumentLoader {
   explicit InstrumentLoader(const Collaborators& collaborators) : with_(collaborators) {}
 
   /// Loads `component` into the channel, with the saved state if there is one. `completion` is called
-  /// once, on the main queue, unless the engine has gone by then; false also when the channel has.
+  /// once, on the main queue, unless the engine has gone by then; false also when the channel is no longer on stage.
   void loadInstrument(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
                       const std::optional<std::string>& stateBase64, Completion completion);
 

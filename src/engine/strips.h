@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -15,6 +16,12 @@ struct Strips {
   std::shared_ptr<AudioChannel> masterChannel;
 
   [[nodiscard]] bool isMaster(const AudioChannel& channel) const { return channel.id == masterChannel->id; }
+
+  /// False for one that was taken out and that somebody still holds.
+  [[nodiscard]] bool holds(const AudioChannel& channel) const {
+    return isMaster(channel) || std::any_of(channels.begin(), channels.end(),
+                                            [&channel](const auto& each) { return each->id == channel.id; });
+  }
 };
 
 }  // namespace vrel

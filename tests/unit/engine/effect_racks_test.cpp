@@ -376,6 +376,21 @@ TEST_F(Racks, ANodeThatComesAfterItsChannelHasGoneIsDropped) {
   EXPECT_EQ(completions, 0);
 }
 
+TEST_F(Racks, ANodeThatComesAfterItsStripWasTakenOutIsDroppedThoughSomebodyHoldsTheStrip) {
+  const auto strip = addStrip("Piano");
+  std::vector<bool> results;
+  engine->effects().restoreEffectSlots({slotFor(chorusKey)}, strip.channel, resolver(), nullptr);
+  engine->effects().loadEffect(strip.channel, Uuid::fresh(), chorus, [&](bool ok) { results.push_back(ok); });
+  engine->removeChannel(*strip.channel);
+  const auto restored = units.answerWithUnit();
+  const auto loaded = units.answerWithUnit();
+  mainQueue.runAll();
+  EXPECT_FALSE(graph().isAttached(restored));
+  EXPECT_FALSE(graph().isAttached(loaded));
+  EXPECT_TRUE(strip.channel->effectNodes.get().empty());
+  EXPECT_EQ(results, std::vector<bool>{false});
+}
+
 TEST_F(Racks, ANodeThatComesAfterTheEngineHasGoneIsDropped) {
   const auto strip = addStrip("Piano");
   int completions = 0;

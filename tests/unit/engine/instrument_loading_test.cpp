@@ -301,6 +301,25 @@ TEST_F(Loading, AnAnswerForAChannelThatHasGoneWiresNothingAndEndsTheLoad) {
   EXPECT_EQ(ended, false);
 }
 
+TEST_F(Loading, AnAnswerForAStripThatWasTakenOutWiresNothingThoughSomebodyHoldsTheStrip) {
+  const auto made = engine->addChannel("A");
+  const auto parked = engine->addChannel("B");
+  std::vector<bool> ended;
+  const auto note = [&](bool ok) { ended.push_back(ok); };
+  engine->instruments().loadInstrument(made, piano, std::nullopt, note);
+  const auto spare = std::make_shared<simulation::ScriptedInstrument>("spare");
+  engine->pluginPool().returnNodeToPool(spare, pianoKey);
+  engine->instruments().loadInstrument(parked, piano, std::nullopt, note);
+  engine->removeAllChannels();
+  const auto late = units.answerWithInstrument();
+  settle();
+  EXPECT_FALSE(graph().isAttached(late));
+  EXPECT_FALSE(graph().isAttached(spare));
+  EXPECT_EQ(made->instrumentNode.get(), nullptr);
+  EXPECT_EQ(parked->instrumentNode.get(), nullptr);
+  EXPECT_EQ(ended, (std::vector<bool>{false, false}));
+}
+
 TEST_F(Loading, AnAnswerAfterTheEngineHasGoneDoesNothing) {
   const auto channel = engine->addChannel("A");
   bool ended = false;
