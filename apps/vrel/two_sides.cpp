@@ -19,6 +19,7 @@ TwoSides::TwoSides()
     logic.postToProgram([=](Program& program) { program.windowResolved(isFullScreen, screen); });
   };
   window.onCloseRequest = [this] { logic.postToProgram([](Program& program) { program.requestTermination(); }); };
+  window.onSystemEnd = [this] { systemEnds(); };
 }
 
 void TwoSides::systemEnds() {

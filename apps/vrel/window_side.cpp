@@ -190,6 +190,16 @@ void WindowSide::askForFile(QFileDialog::AcceptMode mode, FileType type, const Q
   dialog->open();
 }
 
+void WindowSide::cancelPanels() {
+  here([this] {
+    for (const auto& panel : std::exchange(panels_, {})) {
+      if (panel != nullptr) {
+        panel->reject();
+      }
+    }
+  });
+}
+
 void WindowSide::clearFocus() {
   here([this] {
     if (quickWindow_ != nullptr && quickWindow_->activeFocusItem() != nullptr) {
@@ -208,6 +218,14 @@ bool WindowSide::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
       return watched == quickWindow_ && handleKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::Quit:
+      // The program itself ends its loop in another way.
+      if (watched == qApp && onSystemEnd) {
+        event->ignore();
+        onSystemEnd();
+        return true;
+      }
+      return false;
     case QEvent::Close:
       // The program ends by its guard only; the window stays as long as the program.
       if (watched == quickWindow_) {

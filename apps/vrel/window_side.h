@@ -47,6 +47,8 @@ class WindowSide final : public QObject, public system::WindowServices {
   std::function<void(bool isFullScreen, const std::optional<NSScreen>& screen)> onWindowResolved;
   /// The window manager wants the window closed.
   std::function<void()> onCloseRequest;
+  /// The system ends the session.
+  std::function<void()> onSystemEnd;
   /// The program may end; ends Qt's loop, unless told otherwise.
   std::function<void()> onQuit;
 
@@ -60,6 +62,7 @@ class WindowSide final : public QObject, public system::WindowServices {
   // Main thread.
   void showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) override;
   void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) override;
+  void cancelPanels() override;
   void clearFocus() override;
   void quit() override;
 

@@ -6,6 +6,8 @@
 
 #include <QApplication>
 #include <QColor>
+#include <QCoreApplication>
+#include <QEvent>
 #include <QImage>
 #include <QPixmap>
 #include <QProcess>
@@ -61,13 +63,24 @@ TEST_F(ProgramEnd, AFilePanelThatStandsGoesWithTheProgram) {
   EXPECT_EQ(songNames(), std::vector<std::string>{"01. Untitled Song"});
 }
 
-TEST_F(ProgramEnd, AQuestionOverAFilePanelEndsWithBoth) {
+TEST_F(ProgramEnd, AQuestionIsNotHiddenByAFilePanel) {
   driver.key("ctrl+o");
   ASSERT_TRUE(driver.eventually([this] { return driver.isPanelShown(); }));
   driver.program().systemEnds();
   ASSERT_TRUE(asks());
-  driver.close();
-  EXPECT_FALSE(driver.isPanelShown());
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isPanelShown(); }));
+  driver.click("alertButton2");
+  EXPECT_TRUE(driver.eventually([this] { return !alertIsShown(); }));
+  EXPECT_EQ(songNames(), std::vector<std::string>{"01. Untitled Song"});
+}
+
+TEST_F(ProgramEnd, ASessionThatEndsAsksAsTheWindowDoes) {
+  QEvent end(QEvent::Quit);
+  QCoreApplication::sendEvent(qApp, &end);
+  EXPECT_FALSE(end.isAccepted());
+  ASSERT_TRUE(asks());
+  driver.click("alertButton1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
 }
 
 TEST_F(ProgramEnd, AskedForTwiceTheQuestionStandsOnce) {

@@ -25,6 +25,8 @@ class WindowServices {
   virtual ~WindowServices() = default;
   virtual void showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) = 0;
   virtual void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) = 0;
+  /// Cancels the panels that stand; each still answers.
+  virtual void cancelPanels() = 0;
   virtual void clearFocus() = 0;
   virtual void quit() = 0;
 };
@@ -32,7 +34,8 @@ class WindowServices {
 /// The desktop as seen from the main thread, with a window on a thread of its own.
 ///
 /// A question runs the main loop until it is answered, so notes go on sounding. Of questions that are asked while
-/// others stand, the last one is shown and answered first. Main thread; all is borrowed.
+/// others stand, the last one is shown and answered first. A panel would cover an alert that comes later, and keep it
+/// from being answered, so it is cancelled. Main thread; all is borrowed.
 class WindowDesktop final : public Desktop {
  public:
   WindowDesktop(MainLoop& loop, WindowServices& window) : loop_(loop), window_(window) {}
@@ -72,6 +75,7 @@ class WindowDesktop final : public Desktop {
   WindowServices& window_;
   std::vector<NSScreen> screens_;
   std::vector<std::shared_ptr<Question>> questions_;  // the last one is shown
+  int standingPanels_ = 0;
   bool isCancelled_ = false;
 };
 

@@ -27,6 +27,11 @@ class AskedWindow final : public WindowServices {
     suggestedNames.push_back(panel.suggestedName);
     panels.push_back(std::move(answer));
   }
+  void cancelPanels() override {
+    for (const auto& answer : std::exchange(panels, {})) {
+      answer(std::nullopt);
+    }
+  }
   void clearFocus() override { ++focusClearings; }
   void quit() override { ++quits; }
 };
@@ -118,6 +123,19 @@ TEST_F(WindowDesktopTest, APanelThatStandsAtTheEndIsCancelledAndItsLateFileIsNob
   ASSERT_EQ(window.panels.size(), 1U);
   window.panels[0]("/gig.vrel");
   EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+}
+
+TEST_F(WindowDesktopTest, AnAlertSendsAPanelAwayThatWouldCoverIt) {
+  Button answer;
+  loop.async([&] {
+    loop.async([&] {
+      EXPECT_TRUE(window.panels.empty());
+      desktop.answerAlert(2);
+    });
+    answer = desktop.runModal(question("?"));
+  });
+  EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
+  EXPECT_EQ(answer, Button(2));
 }
 
 TEST_F(WindowDesktopTest, TheEndCancelsAQuestionInsideAQuestion) {
