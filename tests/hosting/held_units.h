@@ -19,11 +19,11 @@ class HeldUnits : public AudioUnitFactory {
 
   void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
                    UnitHandler completionHandler) override {
-    units_.instantiate(description, options, hold(std::move(completionHandler)));
+    units_.instantiate(description, options, hold(description, std::move(completionHandler)));
   }
   void instantiateMIDIInstrument(const AudioComponentDescription& description,
                                  AudioComponentInstantiationOptions options, UnitHandler completionHandler) override {
-    units_.instantiateMIDIInstrument(description, options, hold(std::move(completionHandler)));
+    units_.instantiateMIDIInstrument(description, options, hold(description, std::move(completionHandler)));
   }
 
   /// Waits for the plug-in of this request, hands it over and takes the request off the list.
@@ -40,6 +40,7 @@ class HeldUnits : public AudioUnitFactory {
     std::optional<Error> error;
   };
   struct Request {
+    AudioComponentDescription description;
     std::future<Answer> answer;
     UnitHandler completionHandler;
   };
@@ -48,9 +49,9 @@ class HeldUnits : public AudioUnitFactory {
   std::vector<std::weak_ptr<AVAudioUnit>> made;
 
  private:
-  UnitHandler hold(UnitHandler completionHandler) {
+  UnitHandler hold(const AudioComponentDescription& description, UnitHandler completionHandler) {
     const auto promise = std::make_shared<std::promise<Answer>>();
-    requests.push_back({promise->get_future(), std::move(completionHandler)});
+    requests.push_back({description, promise->get_future(), std::move(completionHandler)});
     return [promise](std::shared_ptr<AVAudioUnit> node, std::optional<Error> error) {
       promise->set_value({std::move(node), std::move(error)});
     };

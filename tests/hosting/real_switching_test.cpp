@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,13 +22,14 @@
 #include "sandbox/processes.h"
 #include "simulation/scripted_desktop.h"
 #include "support/session_on.h"
+#include "system/plugins/sandboxed_node.h"
 
 // Song switches with real plug-ins in the real graph, on virtual time: each comes when the test lets it.
 
 namespace vrel {
 namespace {
 
-class RealSwitching : public RealPlugins, public testing::WithParamInterface<Place> {
+class RealShows : public RealPlugins {
  protected:
   /// A machine on which a session in Live mode plays these songs, the first on stage.
   struct Show {
@@ -107,6 +114,10 @@ class RealSwitching : public RealPlugins, public testing::WithParamInterface<Pla
     }
     return record;
   }
+};
+
+class RealSwitching : public RealShows, public testing::WithParamInterface<Place> {
+ protected:
   /// No two states are the same.
   [[nodiscard]] std::vector<SongConfig> songs() const {
     std::vector<SongConfig> songs(3);
@@ -159,6 +170,118 @@ TEST_P(RealSwitching, AnArrowKeyHeldDownForTenSecondsLosesNothingAndLeavesNothin
   EXPECT_EQ(show.captured(), before);
   show.machine.expectNothingLost({pluginKey(component(sineUri)), pluginKey(component(stateUri))});
   EXPECT_TRUE(deaths().empty());
+}
+
+class APluginThatNeverAnswers : public RealShows {
+ protected:
+  static constexpr const char* hangingUri = "urn:vrel:zoo:rebel-hang-instantiate";
+
+  /// Two songs, of which the second has an instrument that hangs as it is made, and another one.
+  APluginThatNeverAnswers() {
+    std::vector<SongConfig> songs(2);
+    songs[0].channels = {strip(sineUri, {})};
+    songs[1].channels = {strip(hangingUri, {}), strip(sineUri, {})};
+    show.emplace(*factory_, *inProcess_.world, std::vector{songs[0]});
+    show->session.setSongs(std::move(songs));
+  }
+  ~APluginThatNeverAnswers() override { endTheHangingGuests(); }
+
+  void answerTheOthers() {
+    show->machine.settle();
+    for (auto other = nextOther(); other < requests().size(); other = nextOther()) {
+      show->machine.units.answer(other);
+      show->machine.settle();
+    }
+  }
+  [[nodiscard]] std::vector<HeldUnits::Request>& requests() { return show->machine.units.requests; }
+  [[nodiscard]] AudioChannel& channel(std::size_t index) { return *show->machine.engine->channels().at(index); }
+
+  void endTheHangingGuests() {
+    std::set<pid_t> hanging;
+    EXPECT_TRUE(sandbox::happensWithin(std::chrono::seconds(20), [&] {
+      hanging = guestsWithoutAPlugin();
+      return hanging.size() >= requests().size();
+    }));
+    for (const auto process : hanging) {
+      kill(process, SIGKILL);
+    }
+  }
+
+  std::optional<Show> show;
+
+ private:
+  [[nodiscard]] std::set<pid_t> guestsWithoutAPlugin() {
+    const auto all = sandbox::childrenOf(getpid());
+    std::set<pid_t> guests(all.begin(), all.end());
+    for (const auto& made : show->machine.units.made) {
+      const auto node = made.lock();
+      if (const auto* sandboxed = dynamic_cast<const SandboxedNode*>(node.get())) {
+        guests.erase(sandboxed->processId());
+      }
+    }
+    return guests;
+  }
+
+  [[nodiscard]] std::size_t nextOther() {
+    const auto& hanging = component(hangingUri).audioComponentDescription;
+    return static_cast<std::size_t>(std::find_if(requests().begin(), requests().end(),
+                                                 [&](const auto& each) { return each.description != hanging; }) -
+                                    requests().begin());
+  }
+};
+
+TEST_F(APluginThatNeverAnswers, IsGivenUpAfterHalfAMinuteAndTheOthersPlayAllTheWhile) {
+  const auto& state = show->session.state;
+  auto& machine = show->machine;
+  show->press("down");
+  answerTheOthers();
+  EXPECT_EQ(requests().size(), 2U) << "for the strip, and to be made ahead";
+  EXPECT_EQ(channel(0).status.get(), "Loading...");
+  EXPECT_EQ(channel(1).status.get(), "RUNNING");
+  channel(1).midiInstrument()->sendMIDIEvent(0x90, 69, 100);
+  EXPECT_GT(lv2::peak(machine.render(4)), 0.1F);
+
+  machine.mainQueue.advance(29.999);
+  machine.settle();
+  EXPECT_TRUE(show->isSwitching());
+  EXPECT_TRUE(state.showLoadingModal.get());
+  EXPECT_TRUE(machine.console.lines.empty()) << machine.console.lines.front();
+  machine.mainQueue.advance(0.001);
+  machine.settle();
+  EXPECT_EQ(machine.console.lines, (std::vector<std::string>{"Audio unit loading timed out after 30 seconds",
+                                                             "Song switch timed out after 30 seconds"}));
+  EXPECT_FALSE(show->isSwitching());
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 30000);
+  EXPECT_GT(lv2::peak(machine.render(4)), 0.1F);
+
+  EXPECT_TRUE(show->press("up")) << "the arrows act again";
+  answerTheOthers();
+  EXPECT_EQ(show->selected(), 0U);
+  EXPECT_FALSE(show->isSwitching());
+}
+
+TEST_F(APluginThatNeverAnswers, MayDieLaterAndNoCounterHearsOfIt) {
+  const auto& state = show->session.state;
+  auto& machine = show->machine;
+  show->press("down");
+  answerTheOthers();
+  machine.mainQueue.advance(SongSwitch::songSwitchTimeoutSeconds);
+  machine.settle();
+  ASSERT_FALSE(show->isSwitching());
+  machine.console.lines.clear();
+  endTheHangingGuests();
+  while (!requests().empty()) {
+    machine.units.answer(0);
+    machine.settle();
+  }
+  EXPECT_EQ(channel(0).status.get(), "Load failed");
+  EXPECT_EQ(channel(1).status.get(), "RUNNING");
+  EXPECT_EQ(machine.console.lines.size(), 2U) << "of the strip, and of what was made ahead";
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
+  EXPECT_EQ(state.remainingLoadsCount.get(), 0);
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 30000);
+  EXPECT_FALSE(state.showLoadingModal.get());
 }
 
 TEST_P(RealSwitching, SoundIsBackWithTheFirstInstrumentThatHasCome) {

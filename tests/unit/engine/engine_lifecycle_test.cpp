@@ -173,6 +173,7 @@ TEST_F(EngineLifecycle, RemovingAStripDetachesAllItsNodesAndGivesTheInstrumentBa
   engine->removeChannel(*strip.channel);
   EXPECT_TRUE(engine->channels().empty());
   EXPECT_FALSE(graph().isAttached(strip.instrument));
+  EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr) << "its next owner comes from the pool";
   EXPECT_FALSE(graph().isAttached(effect));
   EXPECT_FALSE(graph().isAttached(meter));
   EXPECT_FALSE(graph().isAttached(reverb));

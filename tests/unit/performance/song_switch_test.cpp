@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -167,11 +168,12 @@ TEST_F(Switch, APluginThatNeverAnswersEndsTheSwitchAfterHalfAMinute) {
   addSong("One", {record("Piano", pianoKey)});
   songSwitch.applySong(0);
   settle();
-  mainQueue.advance(29.9);
+  mainQueue.advance(29.999);
   settle();
   EXPECT_TRUE(state.songSwitchInProgress.get());
   EXPECT_TRUE(state.showLoadingModal.get());
-  mainQueue.advance(0.2);
+  EXPECT_TRUE(console.lines.empty());
+  mainQueue.advance(0.001);
   settle();
   EXPECT_EQ(console.lines,
             (Lines{"Audio unit loading timed out after 30 seconds", "Song switch timed out after 30 seconds"}));
@@ -185,6 +187,49 @@ TEST_F(Switch, APluginThatNeverAnswersEndsTheSwitchAfterHalfAMinute) {
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
   EXPECT_EQ(state.remainingLoadsCount.get(), 0);
   EXPECT_EQ(state.songSwitchElapsedMs.get(), 30000);
+}
+
+TEST_F(Switch, ItsTimeoutClosesTheModalOfAnotherLoadToo) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  mainQueue.advance(10);
+  state.beginLoadingSession(2, "Loading Audio Units");
+  mainQueue.advance(20);
+  settle();
+  EXPECT_EQ(console.lines, (Lines{"Song switch timed out after 30 seconds"}));
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(state.totalLoadsCount.get(), 0);
+}
+
+TEST_F(Switch, ASwitchThatHasGoneIsNotTimedOut) {
+  addSong("One", {record("Piano", pianoKey)});
+  auto other = std::make_unique<SongSwitch>(
+      SongSwitch::Collaborators{state, *engine, mainQueue, clock, console, selection, builder});
+  other->applySong(0);
+  other.reset();
+  mainQueue.advance(31);
+  settle();
+  EXPECT_EQ(console.lines, (Lines{"Audio unit loading timed out after 30 seconds"}));
+  answerAll();
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 1) << "nobody counts any more";
+}
+
+TEST_F(Switch, AClockThatGoesBackGivesNoTimeBelowZero) {
+  addSong("One", {record("Piano", pianoKey)});
+  mainQueue.advance(5);
+  songSwitch.applySong(0);
+  clock.setNanoseconds(clock.AudioConvertHostTimeToNanos(clock.AudioGetCurrentHostTime()) - 3'000'000'000);
+  answerAll();
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 0);
+}
+
+TEST_F(Switch, TheTimeOfTheOneBeforeIsNotShownForTheNext) {
+  addSong("Free", {});
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  ASSERT_EQ(state.songSwitchElapsedMs.get(), 0);
+  songSwitch.applySong(1);
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), std::nullopt);
 }
 
 TEST_F(Switch, ATimeoutOfAnEarlierSwitchIsNoNews) {
@@ -219,12 +264,17 @@ TEST_F(Switch, TheBeatStandsDuringTheSwitchAndStartsFromZeroAtItsEnd) {
   songSwitch.applySong(0);
   auto& beat = engine->musicalContext();
   EXPECT_FALSE(beat.isHostTransportRunning());
+  EXPECT_EQ(beat.currentBeat(), 0);
+  mainQueue.advance(1.999);
   EXPECT_TRUE(beat.hasTransportStateChanged());
-  mainQueue.advance(1.5);
+  mainQueue.advance(0.501);
+  EXPECT_FALSE(beat.hasTransportStateChanged());
   answerAll();
   EXPECT_TRUE(beat.isHostTransportRunning());
   EXPECT_EQ(beat.currentBeat(), 0);
-  EXPECT_EQ(state.songSwitchElapsedMs.get(), 1500);
+  EXPECT_EQ(state.songSwitchElapsedMs.get(), 2500);
+  mainQueue.advance(1.999);
+  EXPECT_TRUE(beat.hasTransportStateChanged());
 }
 
 TEST_F(Switch, InstrumentsAreStoppedWhenTheSongGoesAndStoppedAndStartedWhenTheNextOneStands) {
@@ -271,6 +321,22 @@ TEST_F(Switch, TheOutgoingSongIsCapturedWithEverythingThatIsLive) {
   EXPECT_EQ(state.keyboardStartNote.get(), 36);
   EXPECT_EQ(state.keyboardKeyCount.get(), 61);
   EXPECT_EQ(engine->masterChannel()->color.get(), (std::vector<float>{0.5F, 0.6F, 0.7F}));
+}
+
+TEST_F(Switch, TheMastersRackIsCapturedWithTheStatesOfItsEffects) {
+  addSong("One", {});
+  addSong("Two", {});
+  changeSong(0, [](SongConfig& song) { song.masterEffectSlots.emplace_back().pluginPath = chorusKey; });
+  songSwitch.applySong(0);
+  answerAll();
+  const auto slot = song(0).masterEffectSlots[0];
+  dynamic_cast<simulation::ScriptedUnit&>(*engine->masterChannel()->effectNodes.get().at(slot.id)).core.documentState =
+      PropertyListDictionary{{"depth", {0.5}}};
+  songSwitch.applySong(1);
+  ASSERT_EQ(song(0).masterEffectSlots.size(), 1U);
+  EXPECT_EQ(song(0).masterEffectSlots[0].id, slot.id);
+  EXPECT_TRUE(song(0).masterEffectSlots[0].stateBase64.has_value());
+  EXPECT_TRUE(song(1).masterEffectSlots.empty());
 }
 
 TEST_F(Switch, ACaptureLeavesTheDirtyMarkAlone) {
@@ -323,6 +389,36 @@ TEST_F(Switch, LateAnswersOfAnEarlierSwitchCountForNothing) {
   EXPECT_EQ(strip(0).status.get(), "Loading...");
   EXPECT_FALSE(graph().isAttached(late));
   answerAll();
+  EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, LateAnswersOfAnEarlierSwitchStayOutOfTheGraphWhoeverStillHoldsTheirStrips) {
+  addSong("One", {record("Piano", pianoKey, {chorusKey}), record("Free", "", {chorusKey})});
+  addSong("Two", {record("Organ", organKey)});
+  songSwitch.applySong(0);
+  settle();
+  const auto held = engine->channels();
+  const auto askedFor = units.requests.size();
+  songSwitch.applySong(1);
+  settle();
+  std::vector<std::shared_ptr<AVAudioNode>> late;
+  for (std::size_t answered = 0; answered < askedFor; ++answered) {
+    late.emplace_back(units.requests[0].isForMIDIInstrument
+                          ? std::shared_ptr<AVAudioNode>(units.answerWithInstrument(0))
+                          : std::shared_ptr<AVAudioNode>(units.answerWithUnit(0)));
+    settle();
+  }
+  EXPECT_THAT(units.requests,
+              testing::Each(testing::Field(&simulation::ScriptedUnitFactory::Request::isForMIDIInstrument, true)))
+      << "the effect behind the instrument is wanted no more";
+  answerAll();
+  ASSERT_GE(late.size(), 3U);
+  for (const auto& node : late) {
+    EXPECT_EQ(graph().isAttached(node), node == strip(0).instrumentNode.get());
+  }
+  EXPECT_EQ(held[0]->instrumentNode.get(), nullptr);
+  EXPECT_TRUE(held[1]->effectNodes.get().empty());
+  EXPECT_EQ(strip(0).status.get(), "RUNNING");
   EXPECT_FALSE(state.songSwitchInProgress.get());
 }
 
@@ -417,6 +513,27 @@ TEST_F(Switch, TheSecondTimeRoundTheInstrumentsComeFromThePool) {
   settle();
   EXPECT_EQ(strip(0).status.get(), "RUNNING");
   EXPECT_FALSE(state.songSwitchInProgress.get());
+}
+
+TEST_F(Switch, WhatTheSetlistNeedsIsMadeAheadBeforeTheOldSongGivesItsInstrumentsBack) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Free", {record("Free", "")});
+  songSwitch.applySong(0);
+  answerAll();
+  ASSERT_NE(engine->pluginPool().take(pianoKey), nullptr);
+  songSwitch.applySong(1);
+  EXPECT_TRUE(engine->pluginPool().isPrewarming(pianoKey));
+  answerAll();
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 2U) << "the one that came back, and the one that was made";
+}
+
+TEST_F(Switch, TheMasterIsWiredAnewOnceItsRackStandsAlsoAnEmptyOne) {
+  addSong("Free", {});
+  songSwitch.applySong(0);
+  const auto stops = graph().count("stop");
+  songSwitch.applySong(0);
+  EXPECT_EQ(graph().count("stop"), stops + 1);
+  EXPECT_EQ(graph().chainFrom(graph().mainMixerNode()), "main mixer > output");
 }
 
 TEST_F(Switch, ClipsLoseNothingInACapture) {
