@@ -87,6 +87,7 @@ std::optional<VrelMenuController::Session> VrelMenuController::session() const {
 }
 
 void VrelMenuController::take(AppState& appState, const std::shared_ptr<AudioEngine>& audioEngine) {
+  isOutputListTold_ = isOutputListTold_ && audioEngine_.lock() == audioEngine;
   audioEngine_ = audioEngine;
   if (appState_ != &appState) {
     appState_ = &appState;
@@ -139,8 +140,12 @@ void VrelMenuController::rebuild() {
     return;
   }
   showsMidiAssignments_ = hasMidiAssignments(current->state);
-  mainMenu_ = buildMenuBar({current->state, with_.desktop.screens().size(), current->engine->availableOutputDevices()},
-                           mainMenu_);
+  // On stage nothing may hold up the notes, and asking the machine for its devices takes as long as its drivers like.
+  if (!current->state.isLiveModeEnabled.get() || !isOutputListTold_) {
+    outputDevices_ = current->engine->availableOutputDevices();
+    isOutputListTold_ = true;
+  }
+  mainMenu_ = buildMenuBar({current->state, with_.desktop.screens().size(), outputDevices_}, mainMenu_);
   menusRebuilt.emit();
 }
 
@@ -299,6 +304,7 @@ void VrelMenuController::selectAudioBufferSize(const std::string& frames) {
   }
   current->state.audioIOBufferFrameSize.set(*frameSize);
   current->engine->applyAudioSettings(*frameSize, current->state.audioOutputDeviceUID.get());
+  isOutputListTold_ = false;
   rebuildMenusSoon();
 }
 
@@ -316,6 +322,7 @@ void VrelMenuController::setOutput(const std::optional<std::string>& uid) {
   if (const auto current = session()) {
     current->state.audioOutputDeviceUID.set(uid);
     current->engine->applyAudioSettings(current->state.audioIOBufferFrameSize.get(), uid);
+    isOutputListTold_ = false;
     rebuildMenusSoon();
   }
 }

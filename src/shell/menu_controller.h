@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/audio_device_settings.h"
 #include "foundation/life_token.h"
 #include "foundation/observable.h"
 #include "platform/desktop.h"
@@ -25,7 +26,8 @@ class MidiLearn;
 ///
 /// The bar is made anew, as a whole, after each command and after each change of the session that it shows; never
 /// inside either, but in a turn of the main queue, so that a menu is not replaced while its own item is carried out.
-/// Several wishes for a rebuild make one. Commands that belong to the main view are passed on as notifications.
+/// Several wishes for a rebuild make one. Commands that belong to the main view are passed on as notifications. In Live
+/// mode the list of output devices stays as it was when the mode began, unless an audio setting is chosen.
 ///
 /// Nothing happens before the first `rebuildMenus`, nor once the engine is gone. Main thread.
 class VrelMenuController {
@@ -122,6 +124,8 @@ class VrelMenuController {
   std::weak_ptr<AudioEngine> audioEngine_;
   std::vector<std::shared_ptr<void>> connections_;
   bool isRebuildQueued_ = false;
+  std::vector<AudioOutputDevice> outputDevices_;
+  bool isOutputListTold_ = false;
   bool showsMidiAssignments_ = false;
   LifeToken life_;
 };

@@ -352,6 +352,25 @@ TEST_F(MenuBarTest, DevicesAndScreensThatComeAreThereAfterARebuild) {
   EXPECT_EQ(menu(visual).children[0].children.back().title, "Display 3");
 }
 
+TEST_F(MenuBarTest, InLiveModeTheMachineIsAskedForItsDevicesOnlyWhenOneIsChosen) {
+  const auto lastDevice = [this] { return menu(settings).children[1].children.back().representedObject; };
+  state.isLiveModeEnabled.set(true);
+  hardware.list.push_back({4, {2}, "uid-c", "Gamma"});
+  rebuilt();
+  EXPECT_EQ(lastDevice(), "uid-b");
+  menus.perform(menu_actions::selectAudioBufferSize, "256");
+  mainQueue.runAll();
+  EXPECT_EQ(lastDevice(), "uid-c");
+  hardware.list.push_back({5, {2}, "uid-d", "Delta 2"});
+  hardware.list.erase(hardware.list.begin());
+  rebuilt();
+  EXPECT_EQ(lastDevice(), "uid-c");
+  state.isLiveModeEnabled.set(false);
+  rebuilt();
+  EXPECT_EQ(menu(settings).children[1].children.size(), 4U);
+  EXPECT_EQ(menu(settings).children[1].children[2].representedObject, "uid-d");
+}
+
 MenuItem quit(const std::string& title) {
   MenuItem item;
   item.title = title;
