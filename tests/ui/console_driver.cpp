@@ -224,6 +224,14 @@ void ConsoleDriver::key(const std::string& name) {
   pump(pauseMs);
 }
 
+void ConsoleDriver::holdKey(const std::string& name) {
+  constexpr int longEnoughMs = 1200;  // a server of X repeats keys 25 times a second, from half a second on
+  xdotool("keydown " + name);
+  pump(longEnoughMs);
+  xdotool("keyup " + name);
+  pump(pauseMs);
+}
+
 void ConsoleDriver::type(const std::string& text) {
   xdotool("type --delay 10 '" + text + "'");
   pump(pauseMs);

@@ -57,6 +57,8 @@ class ConsoleDriver {
   void drag(const std::string& from, const std::string& to, Place place = {});
   /// A key with its modifiers as xdotool calls it, such as "ctrl+s".
   void key(const std::string& name);
+  /// Keeps it down until it must have repeated itself many times.
+  void holdKey(const std::string& name);
   void type(const std::string& text);
 
   /// Whether a file is asked for.

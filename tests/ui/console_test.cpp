@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -153,6 +154,36 @@ TEST_F(Console, LearnSelectsAControlInsteadOfMovingIt) {
   EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLearning").toBool(); }));
   driver.onLogic([](Program& program) { program.content().midiLearn().handleMidiControlMessage(0xB0, 21, 127); });
   EXPECT_TRUE(driver.eventually([this] { return driver.value("fader0", "value").toDouble() == 1.0; }));
+}
+
+TEST_F(Console, LearnTakesAKeyAtAFaderAsItTakesAPress) {
+  driver.find("fader0")->forceActiveFocus(Qt::TabFocusReason);
+  driver.click("learnButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLearning").toBool(); }));
+  driver.find("fader0")->forceActiveFocus(Qt::TabFocusReason);
+  const auto before = driver.value("fader0", "shownValue");
+  driver.key("Up");
+  EXPECT_TRUE(driver.eventually(
+      [this] { return driver.session("pendingLearnTarget").toString() == QStringLiteral("channel_volume/0"); }));
+  EXPECT_EQ(driver.value("fader0", "shownValue"), before);
+  driver.click("learnButton");
+  ASSERT_TRUE(driver.eventually([this] { return !driver.session("isLearning").toBool(); }));
+  driver.find("fader0")->forceActiveFocus(Qt::TabFocusReason);
+  driver.key("Up");
+  EXPECT_TRUE(
+      driver.eventually([&] { return driver.value("fader0", "shownValue").toDouble() > before.toDouble() + 0.01; }));
+}
+
+TEST_F(Console, InLiveModeAMuteThatIsHeldDoesNotFlicker) {
+  ASSERT_TRUE(becomesLive());
+  int changes = 0;
+  std::shared_ptr<void> watch;
+  driver.onLogic([&](Program& program) {
+    watch = program.engine().channels()[0]->mute.changed.connect([&](bool /*isMuted*/) { ++changes; });
+  });
+  driver.holdKey("1");
+  driver.onLogic([&](Program& /*program*/) { watch.reset(); });
+  EXPECT_EQ(changes, 1);
 }
 
 TEST_F(Console, InLiveModeTheKeysAreARemoteControlWhateverWasClickedLast) {

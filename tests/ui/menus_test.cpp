@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QQuickWindow>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -137,6 +138,16 @@ TEST_F(Menus, ModeAndLearnHaveKeysOfTheirOwn) {
   EXPECT_TRUE(driver.eventually([this] { return driver.session("isLive").toBool(); }));
   driver.key("ctrl+shift+e");
   EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLive").toBool(); }));
+}
+
+// A save that is held would push every older copy out, and each is work that notes have to wait for.
+TEST_F(Menus, AKeyThatIsHeldActsOnce) {
+  driver.click("strip0", {0.5, 0.2});
+  driver.holdKey("ctrl+d");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("strip1"); }));
+  const auto strips =
+      driver.fromLogic<std::size_t>([](Program& program) { return program.engine().channels().size(); });
+  EXPECT_EQ(strips, 2U);
 }
 
 TEST_F(Menus, InLiveModeWhatArrangesTheSetlistIsDisabledAndDoesNothing) {

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMessageBox>
 #include <QQuickWindow>
+#include <QTimer>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -71,6 +75,37 @@ TEST_F(SetlistFile, ANameWithoutAnExtensionGetsOne) {
   driver.answerPanel(driver.home() / "evening");
   EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
   EXPECT_TRUE(std::filesystem::exists(driver.home() / "evening.vrel"));
+}
+
+TEST_F(SetlistFile, ANameWithDotsIsNoNameWithAnExtension) {
+  askToQuit();
+  driver.click("alertButton0");
+  driver.answerPanel(driver.home() / "01. Friday 20.11");
+  EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
+  EXPECT_TRUE(std::filesystem::exists(driver.home() / "01. Friday 20.11.vrel"));
+  EXPECT_FALSE(std::filesystem::exists(driver.home() / "01. Friday 20.11"));
+}
+
+TEST_F(SetlistFile, AnExistingOneIsNotReplacedUnaskedUnderAnUnfinishedName) {
+  const auto existing = driver.home() / "01. Friday.vrel";
+  std::ofstream(existing) << "mine";
+  askToQuit();
+  driver.click("alertButton0");
+  // The question has a loop of its own, in which the driver waits until it is answered.
+  bool isAskedAbout = false;
+  QTimer answering;
+  QObject::connect(&answering, &QTimer::timeout, [&isAskedAbout] {
+    if (auto* const question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+      isAskedAbout = question->text().contains(QStringLiteral("01. Friday.vrel"));
+      question->button(QMessageBox::No)->click();
+    }
+  });
+  answering.start(20);
+  driver.answerPanel(driver.home() / "01. Friday");
+  EXPECT_TRUE(driver.eventually([&isAskedAbout] { return isAskedAbout; }));
+  EXPECT_TRUE(driver.isPanelShown());
+  EXPECT_EQ(textOf(existing), "mine");
+  EXPECT_FALSE(driver.hasQuit());
 }
 
 TEST_F(SetlistFile, ADamagedFileLeavesEverythingAndTheLineSaysWhereItsCopiesAre) {

@@ -28,6 +28,12 @@ Item {
         moved(limited);
     }
 
+    // Learn mode takes a key as it takes a press.
+    function step(by: real): void {
+        if (!learn || !learn.claims())
+            put(shownValue + by);
+    }
+
     implicitWidth: Theme.touch
     implicitHeight: 100
     activeFocusOnTab: true
@@ -36,12 +42,12 @@ Item {
     Accessible.name: spokenName
     Accessible.description: valueText
     Accessible.focusable: true
-    Accessible.onIncreaseAction: fader.put(fader.shownValue + fader.stepSize)
-    Accessible.onDecreaseAction: fader.put(fader.shownValue - fader.stepSize)
+    Accessible.onIncreaseAction: fader.step(fader.stepSize)
+    Accessible.onDecreaseAction: fader.step(-fader.stepSize)
     Accessible.onPressAction: if (fader.learn) fader.learn.claims()
 
-    Keys.onUpPressed: put(shownValue + stepSize)
-    Keys.onDownPressed: put(shownValue - stepSize)
+    Keys.onUpPressed: step(stepSize)
+    Keys.onDownPressed: step(-stepSize)
     onValueChanged: if (Math.abs(value - touch.heldValue) < 0.001) settle.stop()
 
     Rectangle {
