@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/menu_mirror.h"
+
+#include <gtest/gtest.h>
+
+#include <QKeySequence>
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+#include <QVariantMap>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vrel::app {
+namespace {
+
+MenuItem command(const std::string& title, const std::string& action, const std::string& object = {}) {
+  MenuItem item;
+  item.title = title;
+  item.action = action;
+  item.representedObject = object;
+  return item;
+}
+
+/// The only item of the only menu.
+QVariantMap mirrored(MenuItem item) {
+  MenuItem menu;
+  menu.title = "File";
+  menu.children = {std::move(item)};
+  const auto menus = menusForQml({menu});
+  EXPECT_EQ(menus.size(), 1);
+  EXPECT_EQ(menus.value(0).toMap().value("title"), QVariant("File"));
+  const auto items = menus.value(0).toMap().value("items").toList();
+  EXPECT_EQ(items.size(), 1);
+  return items.value(0).toMap();
+}
+
+QString shortcutOf(const std::string& key, ModifierFlags modifiers) {
+  MenuItem item = command("Item", "noop");
+  item.key = key;
+  item.modifiers = modifiers;
+  return mirrored(item).value("shortcut").toString();
+}
+
+TEST(MenuMirror, ACommandGoesOverWithWhatItDoesAndToWhat) {
+  const auto item = mirrored(command("Año.vrel", "openRecentSetlist:", "/home/me/Año.vrel"));
+  EXPECT_EQ(item.value("title").toString(), QString::fromUtf8("Año.vrel"));
+  EXPECT_EQ(item.value("path").toList(), (QVariantList{"openRecentSetlist:", QString::fromUtf8("/home/me/Año.vrel")}));
+  EXPECT_EQ(item.value("shortcut").toString(), "");
+  EXPECT_TRUE(item.value("enabled").toBool());
+  EXPECT_FALSE(item.value("checked").toBool());
+  EXPECT_FALSE(item.value("separator").toBool());
+  EXPECT_TRUE(item.value("items").toList().isEmpty());
+}
+
+TEST(MenuMirror, CommandIsWhatQtCallsControlAndTheOthersAreWhereTheyAreOnTheBoard) {
+  const auto command = ModifierFlags::command;
+  EXPECT_EQ(shortcutOf("n", command), "Ctrl+N");
+  EXPECT_EQ(shortcutOf("S", command | ModifierFlags::shift), "Ctrl+Shift+S");
+  EXPECT_EQ(shortcutOf("f", command | ModifierFlags::option), "Ctrl+Alt+F");
+  EXPECT_EQ(shortcutOf("k", command | ModifierFlags::control), "Meta+Ctrl+K");
+  EXPECT_EQ(shortcutOf("/", command), "Ctrl+/");
+  EXPECT_EQ(shortcutOf("", command), "");
+}
+
+TEST(MenuMirror, EveryShortcutIsOneThatQtKnows) {
+  for (const auto* const key : {"q", "n", "S", "/"}) {
+    const auto text = shortcutOf(key, ModifierFlags::command | ModifierFlags::shift);
+    const auto sequence = QKeySequence::fromString(text, QKeySequence::PortableText);
+    ASSERT_EQ(sequence.count(), 1) << key;
+    EXPECT_NE(sequence[0].key(), Qt::Key_unknown) << key;
+    EXPECT_EQ(sequence[0].keyboardModifiers(), Qt::ControlModifier | Qt::ShiftModifier) << key;
+  }
+}
+
+TEST(MenuMirror, MarksStatesAndSeparatorsGoOver) {
+  MenuItem checked = command("Live Mode", "modeLive");
+  checked.isChecked = true;
+  EXPECT_TRUE(mirrored(checked).value("checked").toBool());
+  EXPECT_TRUE(mirrored(checked).value("checkable").toBool());
+  MenuItem disabled = command("Save As...", "saveSetlistAs");
+  disabled.isEnabled = false;
+  EXPECT_FALSE(mirrored(disabled).value("enabled").toBool());
+  MenuItem line;
+  line.isSeparator = true;
+  EXPECT_TRUE(mirrored(line).value("separator").toBool());
+}
+
+TEST(MenuMirror, AMenuWithinAMenuKeepsItsLinesInTheirOrder) {
+  MenuItem recent;
+  recent.title = "Open Recent";
+  recent.children = {command("a.vrel", "openRecentSetlist:", "/a.vrel"), command("Clear", "clearRecentSetlists")};
+  const auto items = mirrored(recent).value("items").toList();
+  ASSERT_EQ(items.size(), 2);
+  EXPECT_EQ(items[0].toMap().value("title"), QVariant("a.vrel"));
+  EXPECT_EQ(items[1].toMap().value("path").toList(), (QVariantList{"clearRecentSetlists", ""}));
+}
+
+}  // namespace
+}  // namespace vrel::app
