@@ -1,16 +1,33 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/window/mirror_store.h"
 
-#include <QTimer>
 #include <algorithm>
-#include <chrono>
 
 namespace vrel::window {
-namespace {
 
-constexpr std::chrono::seconds longestFarewell{2};
+void MirrorObject::farewell() {
+  isGone_ = true;
+  leave();
+}
 
-}  // namespace
+void MirrorHold::setEntry(MirrorObject* entry) {
+  if (entry == entry_) {
+    return;
+  }
+  letGo();
+  entry_ = entry;
+  if (entry != nullptr) {
+    ++entry->holds_;
+  }
+  Q_EMIT entryChanged();
+}
+
+void MirrorHold::letGo() {
+  if (entry_ != nullptr) {
+    --entry_->holds_;
+    entry_->leave();
+  }
+}
 
 QVariant MirrorList::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= count() || role != entryRole) {
@@ -87,8 +104,7 @@ void MirrorStore::apply(const MirrorBatch& batch) {
   }
   for (const MirrorId id : batch.gone) {
     if (const auto found = objects_.find(id); found != objects_.end()) {
-      // The row that shows it goes later than the list's entry: its way out may be animated.
-      QTimer::singleShot(longestFarewell, found->second, &QObject::deleteLater);
+      found->second->farewell();
       objects_.erase(found);
     }
   }

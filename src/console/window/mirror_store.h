@@ -5,6 +5,7 @@
 #include <QAbstractListModel>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QQmlPropertyMap>
 #include <cstddef>
 #include <memory>
@@ -16,6 +17,8 @@
 namespace vrel::window {
 
 /// The window's copy of one object of the logic. QML reads its values by name and never writes them.
+///
+/// When the logic has let go of the object, the copy lives on for as long as a `MirrorHold` holds it.
 class MirrorObject : public QQmlPropertyMap {
   Q_OBJECT
   QML_ELEMENT
@@ -24,9 +27,47 @@ class MirrorObject : public QQmlPropertyMap {
  public:
   explicit MirrorObject(QObject* parent) : QQmlPropertyMap(this, parent) {}
 
+  /// The logic has let go of it. Deletes it as soon as nobody holds it.
+  void farewell();
+
  protected:
   /// A write from QML changes nothing.
   QVariant updateValue(const QString& key, const QVariant& /*input*/) override { return value(key); }
+
+ private:
+  friend class MirrorHold;
+
+  void leave() {
+    if (isGone_ && holds_ == 0) {
+      deleteLater();
+    }
+  }
+
+  int holds_ = 0;
+  bool isGone_ = false;
+};
+
+/// Keeps a copy alive for the item that shows it: a view takes an item away later than the row behind it, and until
+/// then the item goes on reading. Stands in that item, and goes with it.
+class MirrorHold : public QObject {
+  Q_OBJECT
+  QML_ELEMENT
+  Q_PROPERTY(vrel::window::MirrorObject* entry READ entry WRITE setEntry NOTIFY entryChanged REQUIRED)
+
+ public:
+  using QObject::QObject;
+  ~MirrorHold() override { letGo(); }
+
+  [[nodiscard]] MirrorObject* entry() const { return entry_; }
+  void setEntry(MirrorObject* entry);
+
+ Q_SIGNALS:
+  void entryChanged();
+
+ private:
+  void letGo();
+
+  QPointer<MirrorObject> entry_;  // null when the store has ended
 };
 
 /// The window's copy of a list: one role, `entry`, with a `MirrorObject` for each row. Rows are inserted, moved and

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QPointer>
 #include <QQmlComponent>
 #include <QQmlContext>
@@ -10,6 +12,8 @@
 #include <QStringList>
 #include <memory>
 #include <vector>
+
+#include "console/window/console_model.h"
 
 namespace vrel::window {
 namespace {
@@ -150,16 +154,96 @@ TEST_F(Store, AWriteFromQmlChangesNothing) {
   EXPECT_EQ(view->property("seen").toDouble(), 0.75);
 }
 
-TEST_F(Store, WhatIsGoneLivesOnForTheRowsThatStillShowIt) {
-  show({101});
-  const QPointer<MirrorObject> before = store.object(101);
-  MirrorBatch batch;
-  batch.lists[listId] = {};
-  batch.gone = {101, 104};  // 104 was never shown
-  store.apply(batch);
+/// What a view makes of a row, with all that it reads of it.
+class View {
+ public:
+  explicit View(MirrorObject* entry) : component_(&engine_) {
+    registerQmlTypes();
+    component_.setData(
+        "import QtQml\nimport Vrel.Console\n"
+        "QtObject { required property MirrorObject entry\n"
+        " readonly property string seen: entry.name\n"
+        " property MirrorHold hold: MirrorHold { entry: view.entry }\n id: view }",
+        {});
+    item_.reset(component_.createWithInitialProperties({{QStringLiteral("entry"), QVariant::fromValue(entry)}}));
+    EXPECT_NE(item_, nullptr) << component_.errorString().toStdString();
+    QObject::connect(&engine_, &QQmlEngine::warnings, &engine_, [this](const auto& told) { warnings += told.size(); });
+  }
+
+  [[nodiscard]] QString seen() const { return item_->property("seen").toString(); }
+  void takeAway() { item_.reset(); }
+
+  qsizetype warnings = 0;
+
+ private:
+  QQmlEngine engine_;
+  QQmlComponent component_;
+  std::unique_ptr<QObject> item_;
+};
+
+void deleteWhatShallGo() {
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+class Farewell : public Store {
+ protected:
+  Farewell() {
+    MirrorBatch batch;
+    batch.values[101][QStringLiteral("name")] = QStringLiteral("Lead");
+    batch.lists[listId] = {101};
+    store.apply(batch);
+    entry = store.object(101);
+  }
+
+  void sayFarewell() {
+    MirrorBatch batch;
+    batch.lists[listId] = {};
+    batch.gone = {101, 104};  // 104 was never shown
+    store.apply(batch);
+    deleteWhatShallGo();
+  }
+
+  QPointer<MirrorObject> entry;
+};
+
+TEST_F(Farewell, WhatIsGoneIsDeletedWhenNothingShowsIt) {
+  sayFarewell();
   EXPECT_EQ(list().count(), 0);
-  EXPECT_FALSE(before.isNull());
-  EXPECT_NE(store.object(101), before.get());
+  EXPECT_TRUE(entry.isNull());
+  EXPECT_TRUE(store.object(101)->isEmpty()) << "a copy under the same id would be a new one";
+}
+
+TEST_F(Farewell, WhatIsGoneLivesOnForWhatStillShowsItAndNoLonger) {
+  View first(entry);
+  View second(entry);
+  sayFarewell();
+  ASSERT_FALSE(entry.isNull());
+  EXPECT_EQ(second.seen(), QStringLiteral("Lead"));
+  first.takeAway();
+  deleteWhatShallGo();
+  ASSERT_FALSE(entry.isNull());
+  EXPECT_EQ(second.seen(), QStringLiteral("Lead"));
+  second.takeAway();
+  deleteWhatShallGo();
+  EXPECT_TRUE(entry.isNull());
+  EXPECT_EQ(first.warnings + second.warnings, 0) << "nothing was read of what was no longer there";
+}
+
+TEST_F(Farewell, AViewThatGoesFirstTakesNothingWithIt) {
+  View view(entry);
+  view.takeAway();
+  deleteWhatShallGo();
+  EXPECT_FALSE(entry.isNull());
+  sayFarewell();
+  EXPECT_TRUE(entry.isNull());
+}
+
+TEST(MirrorHold, OutlivesTheStore) {
+  auto store = std::make_unique<MirrorStore>();
+  MirrorHold hold;
+  hold.setEntry(store->object(101));
+  store.reset();
+  EXPECT_EQ(hold.entry(), nullptr);
 }
 
 }  // namespace

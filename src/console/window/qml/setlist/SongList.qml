@@ -61,15 +61,6 @@ ListView {
     }
     displaced: move
 
-    // A row that is gone is let go of at once, not with the next frame: its mirror does not live that long.
-    Connections {
-        target: list.model
-
-        function onRowsRemoved(): void {
-            list.forceLayout();
-        }
-    }
-
     SongMenu {
         id: menu
 

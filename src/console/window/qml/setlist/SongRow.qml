@@ -46,6 +46,10 @@ Rectangle {
     Accessible.selectable: true
     Accessible.onPressAction: act()
 
+    MirrorHold {
+        entry: row.entry
+    }
+
     Rectangle {
         anchors.bottom: parent.bottom
         width: parent.width
@@ -91,8 +95,10 @@ Rectangle {
         color: row.ink
         font.pixelSize: Theme.songText
         font.bold: row.isSelected
-        fontSizeMode: Text.HorizontalFit
-        minimumPixelSize: 22
+        // Two long names that begin alike must be told apart.
+        wrapMode: Text.Wrap
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 20
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
     }

@@ -32,6 +32,10 @@ Item {
     Accessible.selectable: true
     Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
 
+    MirrorHold {
+        entry: strip.entry
+    }
+
     Rectangle {
         id: plate
 
@@ -91,30 +95,40 @@ Item {
                 onHeld: isHeld => strip.faderHeld(isHeld)
             }
 
-            LampButton {
-                objectName: "mute" + strip.index
+            // Side by side where the window is low: a fader needs its length.
+            GridLayout {
                 Layout.fillWidth: true
-                desk: strip.desk
-                text: strip.desk.texts.mute
-                spokenName: text + " " + strip.entry.number + " " + strip.entry.name
-                isOn: strip.entry.mute
-                lamp: Theme.muteLit
-                learnWord: "channel_mute"
-                learnIndex: strip.entry.index
-                onActed: strip.desk.commands.toggleMute(strip.entry.channelId)
-            }
+                columns: strip.height < 500 ? 2 : 1
+                columnSpacing: 6
+                rowSpacing: 6
 
-            LampButton {
-                objectName: "solo" + strip.index
-                Layout.fillWidth: true
-                desk: strip.desk
-                text: strip.desk.texts.solo
-                spokenName: text + " " + strip.entry.number + " " + strip.entry.name
-                isOn: strip.entry.solo
-                lamp: Theme.soloLit
-                learnWord: "channel_solo"
-                learnIndex: strip.entry.index
-                onActed: strip.desk.commands.toggleSolo(strip.entry.channelId)
+                LampButton {
+                    objectName: "mute" + strip.index
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 50
+                    desk: strip.desk
+                    text: strip.desk.texts.mute
+                    spokenName: text + " " + strip.entry.number + " " + strip.entry.name
+                    isOn: strip.entry.mute
+                    lamp: Theme.muteLit
+                    learnWord: "channel_mute"
+                    learnIndex: strip.entry.index
+                    onActed: strip.desk.commands.toggleMute(strip.entry.channelId)
+                }
+
+                LampButton {
+                    objectName: "solo" + strip.index
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 50
+                    desk: strip.desk
+                    text: strip.desk.texts.solo
+                    spokenName: text + " " + strip.entry.number + " " + strip.entry.name
+                    isOn: strip.entry.solo
+                    lamp: Theme.soloLit
+                    learnWord: "channel_solo"
+                    learnIndex: strip.entry.index
+                    onActed: strip.desk.commands.toggleSolo(strip.entry.channelId)
+                }
             }
         }
     }

@@ -18,4 +18,8 @@ PushButton {
     fill: Theme.panic
     ink: Theme.ink
     edge: Theme.panic
+
+    MirrorHold {
+        entry: sign.entry
+    }
 }
