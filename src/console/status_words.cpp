@@ -27,6 +27,10 @@ std::vector<float> stripStatusColor(const std::string& status) {
   return {0.6F, 0.6F, 0.6F};
 }
 
+bool isMidiPort(const std::string& shownName) {
+  return shownName != "Disconnected";
+}
+
 std::optional<double> loadingProgress(int totalLoads, int remainingLoads) {
   if (totalLoads < 1) {
     return std::nullopt;

@@ -15,6 +15,9 @@ enum class Language;
 /// Its colour, red, green and blue, 0 to 1: red for a crash, green for what runs, grey for the rest.
 [[nodiscard]] std::vector<float> stripStatusColor(const std::string& status);
 
+/// Whether the name that is shown for the MIDI input is that of a port.
+[[nodiscard]] bool isMidiPort(const std::string& shownName);
+
 /// How much of a loading session is done, 0 to 1; none without one.
 [[nodiscard]] std::optional<double> loadingProgress(int totalLoads, int remainingLoads);
 

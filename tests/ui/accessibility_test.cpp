@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QAccessible>
@@ -79,6 +80,60 @@ TEST_F(Accessibility, TheAnswersOfAQuestionHaveNames) {
   for (const auto* answer : {"Guardar", "No guardar", "Cancelar"}) {
     EXPECT_TRUE(found.names.contains(answer)) << answer << " in " << testing::PrintToString(found.names);
   }
+}
+
+TEST_F(Accessibility, EveryControlIsAmongThem) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("strip1"); }));
+  const Found found = walk();
+  EXPECT_THAT(found.names, testing::IsSupersetOf({"PANIC",
+                                                  "Learn",
+                                                  "Edit Mode",
+                                                  "Language",
+                                                  "01. Untitled Song",
+                                                  "Add Song",
+                                                  "TEMPO / METRONOME",
+                                                  "TEMPO / METRONOME +",
+                                                  "TEMPO / METRONOME \u2212",
+                                                  "TAP",
+                                                  "PERFORMANCE NOTES",
+                                                  "+ Add Channel",
+                                                  "1 Piano Lead",
+                                                  "2 Instrument 2",
+                                                  "Volume 1 Piano Lead",
+                                                  "Volume 2 Instrument 2",
+                                                  "MUTE 1 Piano Lead",
+                                                  "SOLO 2 Instrument 2",
+                                                  "Volume MASTER",
+                                                  "MUTE MASTER",
+                                                  "File",
+                                                  "Edit",
+                                                  "Mode"}));
+  EXPECT_EQ(found.nameless, std::vector<std::string>());
+}
+
+TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {
+  const auto expectNamed = [this](const std::string& shown, const std::string& name) {
+    EXPECT_TRUE(driver.eventually([&] { return driver.isShown(shown) && walk().names.contains(name); })) << name;
+    EXPECT_EQ(walk().nameless, std::vector<std::string>()) << shown;
+  };
+  driver.rightClick("stripNumber0");
+  expectNamed("stripMenuCut", "Cut Channel");
+  driver.key("Escape");
+  driver.rightClick("songName0");
+  expectNamed("songMenuRename", "Rename Song");
+  driver.click("songMenuRename");
+  expectNamed("songNameField", "Rename Song");
+  driver.key("Return");
+  driver.click("languagePicker");
+  expectNamed("language1", "ES");
+  driver.key("Escape");
+  driver.onLogic([](Program& program) { program.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); });
+  expectNamed("problems", driver.session("problems").toString().toStdString());
+  driver.click("learnButton");
+  expectNamed("learnButton", driver.session("learnLabel").toString().toStdString());
+  driver.click("liveButton");
+  expectNamed("liveBanner", "Live Mode");
 }
 
 }  // namespace

@@ -104,6 +104,8 @@ void ConsoleMirror::mirrorSession() {
   session_.follow("tempoBpm", state.tempoBpm);
   session_.follow("songNotes", state.songNotes);
   session_.follow("midiPortName", state.activeMidiPortName);
+  session_.derive(
+      "hasMidiPort", [&state] { return isMidiPort(state.activeMidiPortName.get()); }, state.activeMidiPortName);
   session_.follow("showLoading", state.showLoadingModal);
   session_.follow("loadingMessage", state.loadingMessage);
   session_.follow("remainingLoads", state.remainingLoadsCount);
@@ -113,6 +115,7 @@ void ConsoleMirror::mirrorSession() {
       [&state] { return loadingProgress(state.totalLoadsCount.get(), state.remainingLoadsCount.get()).value_or(-1); },
       state.totalLoadsCount, state.remainingLoadsCount);
   session_.set("problems", std::string());
+  session_.set("problemCount", problemCount_);
   setTroubledBlocks(0);
 }
 
@@ -198,6 +201,7 @@ void ConsoleMirror::setTroubledBlocks(std::uint64_t count) {
 
 void ConsoleMirror::setProblem(const std::string& line) {
   session_.set("problems", line);
+  session_.set("problemCount", ++problemCount_);  // the same words again are another problem
 }
 
 void ConsoleMirror::refresh() {

@@ -85,6 +85,7 @@ class ConsoleMirror {
   std::vector<MirrorId> songRows_;
   std::vector<MirrorId> stripRows_;
   std::shared_ptr<MeterCell> masterCell_;
+  int problemCount_ = 0;
   std::vector<std::shared_ptr<void>> connections_;
 };
 

@@ -183,6 +183,28 @@ TEST_F(Copy, TheSessionShowsFileModeAndLoading) {
   EXPECT_EQ(text(mirror_ids::session, "problems"), "no sound device");
 }
 
+TEST_F(Copy, TheSameTroubleAgainIsAnotherOne) {
+  const auto count = [this] {
+    settle();
+    return store.object(mirror_ids::session)->value(QStringLiteral("problemCount")).toInt();
+  };
+  EXPECT_EQ(count(), 0);
+  mirror->setProblem("disk full");
+  EXPECT_EQ(count(), 1);
+  mirror->setProblem("disk full");
+  EXPECT_EQ(count(), 2);
+}
+
+TEST_F(Copy, TheSessionTellsWhetherThereIsAMidiPort) {
+  const auto hasPort = [this] {
+    settle();
+    return store.object(mirror_ids::session)->value(QStringLiteral("hasMidiPort")).toBool();
+  };
+  EXPECT_FALSE(hasPort()) << "nothing has been connected yet";
+  state.activeMidiPortName.set("Keystation 88");
+  EXPECT_TRUE(hasPort());
+}
+
 TEST_F(Copy, AQuestionIsShownWithItsWordsAndGoesWithItsAnswer) {
   open();
   const auto value = [this](const char* name) {

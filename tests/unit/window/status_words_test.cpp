@@ -33,6 +33,11 @@ TEST(StatusWords, ACrashIsRedWhatRunsIsGreenAndTheRestIsGrey) {
   EXPECT_EQ(other[1], other[2]);
 }
 
+TEST(StatusWords, WhatStandsForNoPortIsNoMidiPort) {
+  EXPECT_FALSE(isMidiPort("Disconnected"));
+  EXPECT_TRUE(isMidiPort("Keystation 88"));
+}
+
 TEST(StatusWords, HowMuchIsLoadedIsAProportionOfTheSession) {
   EXPECT_EQ(loadingProgress(4, 4), 0.0);
   EXPECT_EQ(loadingProgress(4, 1), 0.75);

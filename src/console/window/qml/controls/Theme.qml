@@ -26,13 +26,12 @@ QtObject {
     readonly property color soloLit: "#0b7f8a"
     readonly property color litInk: Qt.rgba(220 / 255, 220 / 255, 220 / 255, 1)
     readonly property color learnable: Qt.rgba(1, 0.5, 0, 1)
-    readonly property color learning: Qt.rgba(0, 1, 1, 1)
 
     readonly property int touch: 48
     readonly property int dragDistance: 8
     readonly property int gap: 8
     readonly property int radius: 6
-    readonly property int song: 64
+    readonly property int song: 62
     readonly property int strip: 138
     readonly property int masterInEdit: 120
     readonly property int masterInLive: 97

@@ -41,6 +41,9 @@ GridLayout {
             KeyNavigation.backtab: previous
             KeyNavigation.left: previous
             KeyNavigation.right: next
+            // The one in the frame that the keys have moved to; without any, the box answers with the first.
+            Keys.onReturnPressed: row.chosen(index)
+            Keys.onEnterPressed: row.chosen(index)
             onClicked: row.chosen(index)
         }
     }

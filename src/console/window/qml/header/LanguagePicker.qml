@@ -59,6 +59,7 @@ ComboBox {
         highlighted: picker.highlightedIndex === index
         Accessible.role: Accessible.ListItem
         Accessible.name: modelData
+        Accessible.onPressAction: choice.clicked()
 
         background: Rectangle {
             color: choice.highlighted ? Theme.accent : Theme.raised

@@ -1,20 +1,37 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Which MIDI port the console listens to.
+// Which MIDI port the console listens to. Bright when there is none: no note would come through.
 import QtQuick
 import Vrel.Console
 
-Text {
-    id: port
+Column {
+    id: label
 
     required property ConsoleModel desk
 
     readonly property string portName: desk.session.midiPortName
+    readonly property color nameColor: desk.session.hasMidiPort ? Theme.ink : Theme.warning
 
     objectName: "midiPort"
-    text: "MIDI  " + (portName === "" ? "\u2014" : portName)
-    color: portName === "" ? Theme.warning : Theme.quietInk
-    font.pixelSize: Theme.smallText
-    elide: Text.ElideRight
     Accessible.role: Accessible.StaticText
-    Accessible.name: text
+    Accessible.name: caption.text + " " + portName
+
+    Text {
+        id: caption
+
+        width: label.width
+        text: "MIDI IN"
+        color: Qt.rgba(0.706, 0.706, 0.706, 1)
+        font.pixelSize: 11
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+    Text {
+        width: label.width
+        text: label.portName
+        color: label.nameColor
+        font.pixelSize: Theme.smallText
+        font.bold: true
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
 }

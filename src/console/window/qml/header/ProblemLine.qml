@@ -1,34 +1,46 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The last trouble the program told, so that it is not lost in a log that nobody on stage reads.
+// The last trouble the program told, so that it is not lost in a log that nobody on stage reads. A press sends it away, and the
+// room that it took goes back to the strips.
 import QtQuick
 import Vrel.Console
 
-Rectangle {
+PushButton {
     id: line
 
     required property ConsoleModel desk
 
-    readonly property string words: desk.session.problems
+    readonly property int number: desk.session.problemCount
+    property int seen: 0
 
     objectName: "problems"
-    visible: words !== ""
-    implicitHeight: 34
-    radius: Theme.radius
-    color: Theme.panel
-    border.width: 1
-    border.color: Theme.warning
+    visible: number > seen
+    implicitHeight: 40
+    text: desk.session.problems
+    fill: Theme.panel
+    edge: Theme.warning
+    onClicked: seen = number
 
     Accessible.role: Accessible.AlertMessage
-    Accessible.name: words
 
-    Text {
-        anchors.fill: parent
-        anchors.leftMargin: 2 * Theme.gap
-        anchors.rightMargin: 2 * Theme.gap
-        text: line.words
-        color: Theme.warning
-        font.pixelSize: Theme.bodyText
-        elide: Text.ElideRight
-        verticalAlignment: Text.AlignVCenter
+    contentItem: Item {
+        Text {
+            anchors.fill: parent
+            anchors.leftMargin: Theme.gap
+            anchors.rightMargin: 2 * Theme.touch
+            text: line.text
+            color: Theme.warning
+            font.pixelSize: Theme.bodyText
+            elide: Text.ElideRight
+            verticalAlignment: Text.AlignVCenter
+        }
+        Text {
+            anchors.right: parent.right
+            anchors.rightMargin: Theme.gap
+            anchors.verticalCenter: parent.verticalCenter
+            text: "\u00d7"
+            color: Theme.warning
+            font.pixelSize: 28
+            font.bold: true
+        }
     }
 }

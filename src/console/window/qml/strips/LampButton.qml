@@ -14,6 +14,7 @@ PushButton {
 
     signal acted
 
+    padding: 2
     textSize: Theme.bodyText
     fill: isOn ? lamp : Theme.raised
     ink: isOn ? Theme.litInk : Theme.quietInk

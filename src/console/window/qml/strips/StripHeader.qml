@@ -75,6 +75,8 @@ Item {
     }
 
     EntryField {
+        id: name
+
         objectName: "stripName" + header.entry.index
         y: Theme.touch + 4
         width: parent.width
@@ -82,11 +84,30 @@ Item {
         spokenName: header.entry.number + " " + header.entry.name
         echo: header.entry.name
         readOnly: header.desk.session.isLive
+        color: activeFocus ? Theme.ink : "transparent"
         font.pixelSize: 15
         leftPadding: 5
         rightPadding: 3
         onTyped: text => header.desk.commands.setChannelName(header.entry.channelId, text)
         onPressed: header.desk.commands.selectStrip(header.entry.channelId)
         onAccepted: header.forceActiveFocus(Qt.OtherFocusReason)
+    }
+
+    // What stands in the field while nobody types there: a line of it would cut a long name off.
+    Text {
+        objectName: "stripNameShown" + header.entry.index
+        anchors.fill: name
+        anchors.leftMargin: 5
+        anchors.rightMargin: 3
+        visible: !name.activeFocus
+        text: name.text
+        color: Theme.ink
+        font.pixelSize: Theme.bodyText
+        font.bold: true
+        wrapMode: Text.Wrap
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 14
+        elide: Text.ElideRight
+        verticalAlignment: Text.AlignVCenter
     }
 }

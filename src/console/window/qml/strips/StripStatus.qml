@@ -45,12 +45,13 @@ ColumnLayout {
     Text {
         objectName: "stripInstrument" + status.entry.index
         Layout.fillWidth: true
-        Layout.preferredHeight: 36
+        Layout.preferredHeight: 42
         text: status.entry.isPlaying ? "\u25b6 " + status.entry.instrumentText : status.entry.instrumentText
         color: status.entry.isPlaying ? Theme.ready : Theme.quietInk
         font.pixelSize: Theme.smallText
         wrapMode: Text.Wrap
-        maximumLineCount: 2
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 11
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
         Accessible.role: Accessible.StaticText

@@ -15,7 +15,7 @@ TextArea {
     property bool isEditing
     property bool isFollowing
 
-    // Another song's notes are shown, from their beginning.
+    // Another song's notes are shown, or these are only read from now on: from their beginning.
     signal turned
 
     function follow(): void {
@@ -25,6 +25,7 @@ TextArea {
         isFollowing = true;
         text = echo;
         isFollowing = false;
+        cursorPosition = 0;
     }
 
     objectName: "notesArea"
@@ -50,8 +51,11 @@ TextArea {
         turned();
     }
     onReadOnlyChanged: {
-        if (readOnly)
-            focus = false;
+        if (!readOnly)
+            return;
+        focus = false;
+        cursorPosition = 0; // the page goes where the caret is
+        turned();
     }
     onActiveFocusChanged: {
         if (activeFocus && readOnly)

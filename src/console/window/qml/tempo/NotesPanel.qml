@@ -31,6 +31,7 @@ Panel {
             boundsBehavior: Flickable.StopAtBounds
 
             ScrollBar.vertical: ScrollBar {
+                policy: page.contentHeight > page.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
                 Accessible.name: panel.desk.texts.notesTitle
             }
 
