@@ -29,6 +29,13 @@ TEST_F(PlaybackLoading, WiresAPlayerLikeAnyInstrument) {
   EXPECT_THAT(console.lines, IsEmpty());
 }
 
+TEST_F(PlaybackLoading, AMixIsAppliedToTheFile) {
+  const auto channel = engine->addChannel("Click");
+  channel->meterNode.get()->setOutputVolume(-1.0F);
+  engine->playbackLoader().loadPlaybackInstrument(*channel, record());
+  EXPECT_EQ(channel->meterNode.get()->outputVolume(), engine->levels().channelOutputLevel(*channel));
+}
+
 TEST_F(PlaybackLoading, AnEndOfZeroHoldsTheDurationAfterwards) {
   const auto channel = addPlayback(record());
   EXPECT_EQ(channel->playbackEndTime.get(), 1.0);
