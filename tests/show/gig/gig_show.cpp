@@ -47,6 +47,14 @@ ChannelConfig clipStrip() {
   return strip;
 }
 
+bool hasTrack(std::size_t song) {
+  return song % 4 == 1;
+}
+
+bool hasClips(std::size_t song) {
+  return song % 5 == 2;
+}
+
 SongConfig gigSong(std::size_t index) {
   auto bass = splitStrip("Bass", zooInstrument("sine"), 0, 59);
   bass.transpose = static_cast<std::int8_t>(index % 25) - 12;
@@ -56,10 +64,10 @@ SongConfig gigSong(std::size_t index) {
   const auto keeperNote = index == keeperSong ? keptNote : keeperNoteOf(index);
   auto song = songOf("Song " + std::to_string(index),
                      {bass, lead, splitStrip("Keeper", zooInstrument("state"), keeperNote, keeperNote)});
-  if (index % 4 == 1) {
+  if (hasTrack(index)) {
     song.channels.push_back(trackStrip(index % 8 == 1));
   }
-  if (index % 5 == 2) {
+  if (hasClips(index)) {
     song.channels.push_back(clipStrip());
   }
   if (index % 6 == 0) {
@@ -95,6 +103,7 @@ class Score {
     file.message(at(9), {0x80, 48, 0}).message(at(9), {0x80, keptNote, 0});
     if (slot % 10 == 9) {
       file.marker(at(10), "panic");
+      ++deeds.panics;
     }
     if (slot % 25 == 11) {
       useKeys();
@@ -105,6 +114,7 @@ class Score {
   SetlistFile setlist;
   std::set<std::size_t> tapped;
   std::size_t switches = 0;
+  GigDeeds deeds;
 
  private:
   /// The moment in this song's time, in twelfths.
@@ -120,6 +130,8 @@ class Score {
     for (const std::uint8_t note : {std::uint8_t{36}, std::uint8_t{48}, keptNote}) {
       file.message(at(2), {0x90, note, 100});
     }
+    deeds.tracks += hasTrack(song_) ? 1 : 0;
+    deeds.clips += hasClips(song_) ? 2 : 0;
     file.message(at(3), {0xE0, 0, 70}).message(at(3), {0xB0, 64, 127});
   }
 
@@ -173,7 +185,7 @@ GigShow gigShow(const SetlistFile& opened, std::size_t switches) {
   for (std::size_t slot = 0; score.switches < switches; ++slot) {
     score.play(slot);
   }
-  return {score.file.bytes(), score.setlist, score.tapped, score.switches};
+  return {score.file.bytes(), score.setlist, score.tapped, score.switches, score.deeds};
 }
 
 const std::optional<std::string>& playedState(const SetlistFile& setlist) {
@@ -182,13 +194,15 @@ const std::optional<std::string>& playedState(const SetlistFile& setlist) {
 
 bool takeUnforeseen(GigShow& show, const SetlistFile& saved) {
   bool isAsItMust = saved.songs.size() == gigSongs;
+  bool isAnyTempoNew = false;
   for (const std::size_t index : show.tapped) {
     const auto tempo = saved.songs.at(index).tempoBpm;
     isAsItMust = isAsItMust && tempo >= 20 && tempo <= 300;
+    isAnyTempoNew = isAnyTempoNew || tempo != show.expected.songs.at(index).tempoBpm;
     show.expected.songs.at(index).tempoBpm = tempo;
   }
   show.expected.songs.at(keeperSong).channels.at(2).pluginStateBase64 = playedState(saved);
-  return isAsItMust && playedState(saved);
+  return isAsItMust && isAnyTempoNew && playedState(saved);
 }
 
 }  // namespace vrel

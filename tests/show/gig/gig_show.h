@@ -23,12 +23,25 @@ inline constexpr std::size_t gigSongs = 40;
 /// The state of the one keeper that is played in the show.
 [[nodiscard]] const std::optional<std::string>& playedState(const SetlistFile& setlist);
 
+/// How often it came to what is more than notes and faders.
+struct GigDeeds {
+  std::size_t tracks = 0;  // that were started
+  std::size_t clips = 0;
+  std::size_t panics = 0;
+
+  bool operator==(const GigDeeds&) const = default;
+};
+
+/// The instruments of each song.
+inline constexpr std::size_t gigInstruments = 3;
+
 /// What a performer does in so many song switches, and what has become of the setlist then.
 struct GigShow {
   std::string midi;              // the bytes of a MIDI file
   SetlistFile expected;          // what a save at the end must hold, but for what nobody can foretell
   std::set<std::size_t> tapped;  // songs whose tempo was tapped
   std::size_t switches = 0;
+  GigDeeds deeds;
 };
 
 /// Plays notes, moves learned controls, learns others, taps, panics, and uses the keys of Live mode, on a setlist like

@@ -5,6 +5,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "system/plugins/sandboxed_node.h"
+#include "visuals/visual_clip_player.h"
+
 namespace vrel {
 namespace {
 
@@ -31,7 +34,40 @@ GigStage::GigStage(const std::filesystem::path& copiesFolder)
       counted_(performer_.content().songSwitch().stripsWillGo.connect([this] { ++switches_; })) {
   units_->setDeathHandler(
       [this](const std::shared_ptr<AVAudioUnit>& node, int /*processId*/) { engine_->pluginDied(node); });
+  watchDeeds();
   mainLoop_.runPending();
+}
+
+void GigStage::watchDeeds() {
+  watching_.push_back(
+      performer_.content().selection().channelsViewVersion.changed.connect([this](std::uint64_t) { watchTracks(); }));
+  watching_.push_back(
+      engine_->visualEngine().activePlayers.changed.connect([this](const VrelVisualEngine::Players& players) {
+        std::set<Uuid> shown;
+        for (const auto& player : players) {
+          shown.insert(player->id);
+          deeds_.clips += shownClips_.contains(player->id) ? 0 : 1;
+        }
+        shownClips_ = std::move(shown);
+      }));
+  // The gig only ever steps on the pedal: it is a panic that lets go of it.
+  watching_.push_back(
+      state_.sustainPedalValue.changed.connect([this](float value) { deeds_.panics += value == 0 ? 1 : 0; }));
+}
+
+void GigStage::watchTracks() {
+  watchingTracks_.clear();
+  for (const auto& channel : engine_->channels()) {
+    watchingTracks_.push_back(
+        channel->playbackIsPlaying.changed.connect([this](bool isPlaying) { deeds_.tracks += isPlaying ? 1 : 0; }));
+  }
+}
+
+std::size_t GigStage::sandboxedInstruments() const {
+  const auto& channels = engine_->channels();
+  return static_cast<std::size_t>(std::count_if(channels.begin(), channels.end(), [](const auto& channel) {
+    return dynamic_cast<const SandboxedNode*>(channel->instrumentNode.get().get()) != nullptr;
+  }));
 }
 
 std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,

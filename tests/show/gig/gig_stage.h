@@ -8,13 +8,16 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
+#include "foundation/uuid.h"
 #include "platform/console_output.h"
 #include "show/gig/block_watch.h"
+#include "show/gig/gig_show.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
 #include "system/dispatch/main_loop.h"
@@ -66,6 +69,9 @@ class GigStage {
   [[nodiscard]] const audio::RenderCounters& renderCounters() const { return *renderCounters_; }
   [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
   [[nodiscard]] const AppState& state() const { return state_; }
+  [[nodiscard]] const GigDeeds& deeds() const { return deeds_; }
+  /// Instruments on stage that have a process of their own.
+  [[nodiscard]] std::size_t sandboxedInstruments() const;
 
  private:
   /// Keeps what the program tells. Any thread.
@@ -85,6 +91,8 @@ class GigStage {
     std::vector<std::string> lines_;
   };
 
+  void watchDeeds();
+  void watchTracks();
   void wait(double seconds);
   [[nodiscard]] bool isPoolIdle();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
@@ -116,6 +124,10 @@ class GigStage {
   std::size_t switches_ = 0;
   std::vector<double> switchTimes_;
   Signal<>::Connection counted_;
+  GigDeeds deeds_;
+  std::set<Uuid> shownClips_;
+  std::vector<std::shared_ptr<void>> watching_;
+  std::vector<std::shared_ptr<void>> watchingTracks_;  // of the song on stage
 };
 
 }  // namespace vrel

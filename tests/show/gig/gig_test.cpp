@@ -145,6 +145,11 @@ class Gig : public ShowTest {
     return render::showSteps(readStandardMidiFile(std::vector<std::uint8_t>(midi.begin(), midi.end())).value());
   }
 
+  /// Of the many events that a panic sends an instrument, one.
+  static bool isOfPanic(const nlohmann::json& event) {
+    return event.at("kind") == "midi" && event.at("status") == 0xB0 && event.at("data1") == 123;
+  }
+
   void expectSaved(GigShow& show, const std::string& name) const {
     const auto saved = readSetlist(read(name));
     ASSERT_TRUE(saved.ok());
@@ -168,6 +173,13 @@ void expectNothingGrew(const Holding& first, const Holding& last, std::size_t sw
   }
 }
 
+void expectDeeds(const GigDeeds& meant, const GigDeeds& done) {
+  EXPECT_GT(std::min({meant.tracks, meant.clips, meant.panics}), 0U);
+  EXPECT_EQ(done.tracks, meant.tracks);
+  EXPECT_EQ(done.clips, meant.clips);
+  EXPECT_EQ(done.panics, meant.panics);
+}
+
 void expectNoTrouble(const GigStage& stage) {
   EXPECT_EQ(stage.watch().lateByProgram, 0U);
   const auto& blocks = stage.renderCounters();
@@ -175,6 +187,7 @@ void expectNoTrouble(const GigStage& stage) {
   EXPECT_EQ(blocks.droppedMidiEvents, 0U);
   EXPECT_EQ(blocks.refusedConnections, 0U);
   EXPECT_EQ(blocks.refusedNodes, 0U);
+  EXPECT_EQ(blocks.starvedBlocks, 0U);
   EXPECT_EQ(blocks.unreadFrames, 0U);
   EXPECT_EQ(blocks.overdueWaits, 0U);
   const auto& plugins = stage.pluginCounters();
@@ -189,6 +202,7 @@ TEST_F(Gig, IsNeverLateNeverGrowsAndLeavesTheSetlistAsItWas) {
   auto show = gigShow(openedOnce(stage), switchCount());
   std::vector<Holding> rounds;  // always at the first song, which begins a round
   stage.perform(stepsOf(show.midi), [&](std::size_t switches) {
+    EXPECT_EQ(stage.sandboxedInstruments(), gigInstruments);
     if (switches % 20 == 0) {
       EXPECT_TRUE(stage.save(at("saved.vrel")));
     }
@@ -203,6 +217,7 @@ TEST_F(Gig, IsNeverLateNeverGrowsAndLeavesTheSetlistAsItWas) {
   ASSERT_GE(rounds.size(), 3U);
   expectNothingGrew(rounds[1], rounds.back(), show.switches - gigSongs);
   EXPECT_GT(stage.watch().soundingBlocks, stage.watch().blocks / 2);
+  expectDeeds(show.deeds, stage.deeds());
   expectNoTrouble(stage);
   expectSaved(show, "saved.vrel");
 }
@@ -223,8 +238,12 @@ TEST_F(Gig, RendersToTheSameSetlist) {
   std::map<std::string, std::size_t> kinds;
   for (const auto& event : events("events.jsonl")) {
     ++kinds[event.at("kind").get<std::string>()];
+    kinds["panic"] += isOfPanic(event) ? 1 : 0;
+    kinds["clip start"] += event.at("kind") == "clip" && event.at("opacity") == 1 ? 1 : 0;
   }
   EXPECT_EQ(kinds["switch"], show.switches + 1);
+  EXPECT_EQ(kinds["panic"], show.deeds.panics * gigInstruments);
+  EXPECT_EQ(kinds["clip start"], show.deeds.clips);
   EXPECT_GT(kinds["control"], show.switches);
   EXPECT_GT(kinds["clip"], 0U);
   EXPECT_GT(kinds["dirty"], show.switches);
