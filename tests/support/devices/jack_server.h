@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <csignal>
 #include <string>
 
 #include "support/devices/child_process.h"
@@ -33,6 +34,9 @@ class JackServer {
   /// As by an impatient user (SIGKILL), or in good order (SIGTERM). Returns when the process has ended.
   void kill();
   void stop();
+
+  /// Has it answer nobody any more, as one that hangs.
+  void hang() const { process_.signal(SIGSTOP); }
 
   [[nodiscard]] bool isRunning() { return process_.isRunning(); }
 
