@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QColor>
+#include <QImage>
+#include <QPoint>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
@@ -31,6 +34,23 @@ class Console : public ConsoleFixture {
 
   [[nodiscard]] int songCount() { return driver.program().window.model().songs()->count(); }
   [[nodiscard]] int stripCount() { return driver.program().window.model().strips()->count(); }
+
+  /// How much of the middle of an item's left edge is of a colour.
+  [[nodiscard]] double paintedEdge(const std::string& name, bool (*isColoured)(const QColor&)) {
+    const QQuickItem* const item = driver.find(name);
+    const QImage image = driver.program().window.quickWindow()->grabWindow();
+    const QPoint middle = item->mapToScene(QPointF(0, item->height() / 2)).toPoint();
+    constexpr int reach = 14;  // four times a dash and the gap behind it
+    int painted = 0;
+    for (int y = middle.y() - reach; y < middle.y() + reach; ++y) {
+      bool isPainted = false;
+      for (int x = middle.x() - 1; x <= middle.x() + 1; ++x) {
+        isPainted = isPainted || isColoured(image.pixelColor(x, y));
+      }
+      painted += isPainted ? 1 : 0;
+    }
+    return painted / (2.0 * reach);
+  }
 
   bool becomesLive() {
     driver.click("liveButton");
@@ -154,6 +174,22 @@ TEST_F(Console, LearnSelectsAControlInsteadOfMovingIt) {
   EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLearning").toBool(); }));
   driver.onLogic([](Program& program) { program.content().midiLearn().handleMidiControlMessage(0xB0, 21, 127); });
   EXPECT_TRUE(driver.eventually([this] { return driver.value("fader0", "value").toDouble() == 1.0; }));
+}
+
+TEST_F(Console, WhatCanBeLearnedIsDashedInOrangeAndWhatWaitsDrawnThroughInCyan) {
+  const auto isOrange = [](const QColor& color) {
+    return color.red() > 150 && color.green() < 170 && color.blue() < 90;
+  };
+  const auto isCyan = [](const QColor& color) {
+    return color.red() < 130 && color.green() > 150 && color.blue() > 150;
+  };
+  EXPECT_EQ(paintedEdge("solo0", isOrange), 0);
+  driver.click("learnButton");
+  driver.click("mute0");
+  EXPECT_TRUE(driver.eventually([&] { return paintedEdge("mute0", isCyan) > 0.9; })) << paintedEdge("mute0", isCyan);
+  const double dashes = paintedEdge("solo0", isOrange);
+  EXPECT_GT(dashes, 0.4);
+  EXPECT_LT(dashes, 0.8);
 }
 
 TEST_F(Console, LearnTakesAKeyAtAFaderAsItTakesAPress) {

@@ -6,23 +6,29 @@ import Vrel.Console
 Canvas {
     id: frame
 
+    required property bool isLearning
     required property bool isPending
     readonly property real inset: 10 // room for the glow
 
-    readonly property color stroke: isPending ? Theme.learning : Theme.learnable
-
-    onIsPendingChanged: requestPaint()
+    visible: look.isShown
     onPaint: {
         const context = getContext("2d");
         context.reset();
-        context.strokeStyle = stroke;
-        context.lineWidth = isPending ? 2 : 1.5;
-        context.shadowColor = Theme.faded(stroke, isPending ? 0.55 : 0.35);
-        context.shadowBlur = isPending ? 6 : 3;
-        if (!isPending)
-            context.setLineDash([4 / 1.5, 3 / 1.5]);
+        context.strokeStyle = look.stroke;
+        context.lineWidth = look.strokeWidth;
+        context.shadowColor = look.shadow;
+        context.shadowBlur = look.shadowRadius;
+        context.setLineDash(Array.from(look.dashes));
         context.beginPath();
-        context.roundedRect(inset, inset, width - 2 * inset, height - 2 * inset, 4, 4);
+        context.roundedRect(inset, inset, width - 2 * inset, height - 2 * inset, look.cornerRadius, look.cornerRadius);
         context.stroke();
+    }
+
+    LearnLook {
+        id: look
+
+        isEnabled: frame.isLearning
+        isPending: frame.isPending
+        onChanged: frame.requestPaint()
     }
 }

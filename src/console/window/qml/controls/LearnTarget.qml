@@ -27,7 +27,7 @@ Item {
     LearnFrame {
         anchors.fill: parent
         anchors.margins: -inset
-        visible: target.isLearning
+        isLearning: target.isLearning
         isPending: target.isPending
     }
 }
