@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QVariant>
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -40,10 +41,8 @@ void ConsoleCommands::withChannel(const QString& channelId,
   });
 }
 
-void ConsoleCommands::clickSong(int row) {
-  if (row >= 0) {
-    withContent([row](ContentView& content) { content.songList().clickSong(static_cast<std::size_t>(row)); });
-  }
+void ConsoleCommands::clickSong(const QString& songId) {
+  withSong(songId, [](ContentView& content, std::size_t row) { content.songList().clickSong(row); });
 }
 
 void ConsoleCommands::addSong(const QString& name) {
@@ -197,6 +196,16 @@ void ConsoleCommands::toggleMasterMute() {
 
 void ConsoleCommands::setTempo(int bpm) {
   withContent([bpm](ContentView& content) { content.tempo().setTempo(static_cast<std::uint32_t>(std::max(bpm, 0))); });
+}
+
+void ConsoleCommands::stepTempo(int by) {
+  withContent([by](ContentView& content) {
+    const auto now = static_cast<std::int64_t>(content.appState().tempoBpm.get());
+    const auto next = std::clamp<std::int64_t>(now + by, Tempo::slowestBpm, Tempo::fastestBpm);
+    if (next != now) {
+      content.tempo().setTempo(static_cast<std::uint32_t>(next));
+    }
+  });
 }
 
 void ConsoleCommands::tapTempo() {

@@ -41,7 +41,7 @@ class ConsoleCommands : public QObject {
 
   explicit ConsoleCommands(Post post, QObject* parent = nullptr) : QObject(parent), post_(std::move(post)) {}
 
-  Q_INVOKABLE void clickSong(int row);
+  Q_INVOKABLE void clickSong(const QString& songId);
   Q_INVOKABLE void addSong(const QString& name);
   Q_INVOKABLE void beginSongRename(const QString& songId);
   Q_INVOKABLE void setSongNameDraft(const QString& draft);
@@ -71,6 +71,8 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void toggleMasterMute();
 
   Q_INVOKABLE void setTempo(int bpm);
+  /// From the tempo as it is when the step comes to its turn; nothing at the end of the range.
+  Q_INVOKABLE void stepTempo(int by);
   Q_INVOKABLE void tapTempo();
   Q_INVOKABLE void setSongNotes(const QString& notes);
   Q_INVOKABLE void setLanguage(int index);

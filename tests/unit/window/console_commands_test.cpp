@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QVariantList>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -69,6 +70,7 @@ TEST_F(Commands, AStripOrSongThatIsGoneDoesNothing) {
     commands.pasteChannel(id);
     commands.duplicateChannel(id);
     commands.deleteChannel(id);
+    commands.clickSong(id);
     commands.beginSongRename(id);
     commands.deleteSong(id);
     commands.dragSong(id);
@@ -109,15 +111,14 @@ TEST_F(Commands, ALanguageThatDoesNotExistChangesNothing) {
   EXPECT_EQ(state.language.get(), Language::german);
 }
 
-TEST_F(Commands, ARowBeforeTheFirstOrBehindTheLastIsNoSong) {
-  for (const int row : {-1, 2, 1000}) {
-    commands.clickSong(row);
-  }
+TEST_F(Commands, AClickPutsTheSongOnStageThatWasSeenUnderIt) {
+  addSong("Three", {});
+  const QString clicked = songId(1);
+  commands.deleteSong(songId(0));
+  commands.clickSong(clicked);  // the window still shows it on the second row
   settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Two", "Three"}));
   EXPECT_EQ(state.selectedSongIndex.get(), 0U);
-  commands.clickSong(1);
-  settle();
-  EXPECT_EQ(state.selectedSongIndex.get(), 1U);
 }
 
 TEST_F(Commands, SongsAreAddedRenamedMovedAndDeleted) {
@@ -195,6 +196,35 @@ TEST_F(Commands, ATempoBelowZeroIsTheLowest) {
   commands.setTempo(0);
   settle();
   EXPECT_EQ(state.tempoBpm.get(), lowest);
+}
+
+TEST_F(Commands, NoStepOfTheTempoIsLostHoweverFastTheyCome) {
+  commands.setTempo(120);
+  for (int press = 0; press < 5; ++press) {
+    commands.stepTempo(1);
+  }
+  commands.stepTempo(-1);
+  settle();
+  EXPECT_EQ(state.tempoBpm.get(), 124U);
+}
+
+TEST_F(Commands, AStepBeyondTheEndOfTheRangeIsNoEdit) {
+  for (const auto& [tempo, by] : {std::pair(20, -1), std::pair(300, 1)}) {
+    commands.setTempo(tempo);
+    settle();
+    state.isDirty.set(false);
+    commands.stepTempo(by);
+    settle();
+    EXPECT_EQ(state.tempoBpm.get(), static_cast<std::uint32_t>(tempo));
+    EXPECT_FALSE(state.isDirty.get());
+  }
+}
+
+TEST_F(Commands, AStepFromATempoOutOfRangeComesBackIntoIt) {
+  state.tempoBpm.set(500);
+  commands.stepTempo(1);
+  settle();
+  EXPECT_EQ(state.tempoBpm.get(), 300U);
 }
 
 TEST_F(Commands, OnlyControlsThatAFileKnowsAreLearned) {

@@ -11,10 +11,6 @@ Panel {
 
     implicitHeight: body.implicitHeight + 2 * Theme.gap
 
-    function step(by: int): void {
-        desk.commands.setTempo(desk.session.tempoBpm + by);
-    }
-
     ColumnLayout {
         id: body
 
@@ -39,7 +35,7 @@ Panel {
                 spokenName: panel.desk.texts.tempoTitle + " \u2212"
                 textSize: 32
                 autoRepeat: true
-                onClicked: panel.step(-1)
+                onClicked: panel.desk.commands.stepTempo(-1)
             }
             TempoField {
                 desk: panel.desk
@@ -54,7 +50,7 @@ Panel {
                 spokenName: panel.desk.texts.tempoTitle + " +"
                 textSize: 32
                 autoRepeat: true
-                onClicked: panel.step(1)
+                onClicked: panel.desk.commands.stepTempo(1)
             }
             TapButton {
                 desk: panel.desk
