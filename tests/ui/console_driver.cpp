@@ -99,7 +99,9 @@ void ConsoleDriver::open() {
   program_ = std::make_unique<TwoSides>();
   program_->window.onQuit = [this] { hasQuit_ = true; };
   program_->start();
-  if (!eventually([this] { return program_->window.quickWindow() != nullptr && isShown("panicButton"); })) {
+  // The menus come last, and move what lies below them.
+  if (!eventually(
+          [this] { return program_->window.quickWindow() != nullptr && isShown("panicButton") && isShown("menu0"); })) {
     throw std::runtime_error("the window does not open");
   }
   program_->window.quickWindow()->requestActivate();
