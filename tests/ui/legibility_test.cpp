@@ -91,6 +91,19 @@ TEST_F(Legibility, NorInWhatTheModalAndTheLearnButtonSay) {
   driver.onLogic([](Program& program) { program.state().finishLoadingSession(); });
 }
 
+TEST_F(Legibility, NorInTheMenus) {
+  for (const Language language : allLanguages) {
+    speak(language);
+    const std::string file(text(TextKey::fileMenu, language));
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(file) && driver.isShown("menu6"); })) << file;
+    for (int place = 0; place <= 6; ++place) {
+      driver.click("menu" + std::to_string(place));
+      EXPECT_EQ(cutOff(), std::vector<std::string>()) << place << " in " << code(language);
+      driver.key("Escape");
+    }
+  }
+}
+
 TEST_F(Legibility, LongNamesOfSongsAndStripsTakeASecondLine) {
   driver.onLogic([](Program& program) {
     program.state().songs.modify(

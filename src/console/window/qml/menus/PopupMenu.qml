@@ -11,7 +11,7 @@ Menu {
     dim: false
     margins: 4
     padding: 4
-    implicitWidth: 330
+    implicitWidth: 370
     overlap: 0
 
     delegate: PopupEntry {}

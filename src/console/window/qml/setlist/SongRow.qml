@@ -27,7 +27,7 @@ Rectangle {
     }
 
     function act(): void {
-        desk.commands.clickSong(index);
+        desk.commands.clickSong(entry.songId);
     }
 
     objectName: "songRow" + index
