@@ -11,7 +11,7 @@ namespace vrel {
 struct MidiLearnableOverlay {
   static constexpr double cornerRadius = 4.0;
 
-  Color color;  // of stroke and shadow
+  Color color{};  // of stroke and shadow
   double strokeWidth = 0.0;
   double dashOn = 0.0;  // both 0: drawn through
   double dashOff = 0.0;
