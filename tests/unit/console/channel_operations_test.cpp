@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/channel_operations.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,14 @@ class Channels : public SimulatedSession {
       all.push_back(channel->name.get());
     }
     return all;
+  }
+
+  [[nodiscard]] std::size_t selectedIndex() const {
+    const auto& channels = engine->channels();
+    const auto found = std::find_if(channels.begin(), channels.end(), [this](const auto& channel) {
+      return channel->id == selection.selectedChannelId.get();
+    });
+    return static_cast<std::size_t>(found - channels.begin());
   }
 
   void expectChanged() {
@@ -183,6 +193,26 @@ TEST_F(Channels, AnUnknownPluginEndsItsLoad) {
   EXPECT_EQ(state.remainingLoadsCount.get(), 1);
   answerAll();
   EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Channels, AStripOfAFileOrOfClipsIsPastedWithWhatItPlaysAndEndsItsLoad) {
+  auto file = record("File", "internal:playback");
+  file.playbackFilePath = "/home/me/intro.wav";
+  file.playbackLoop = true;
+  auto clips = record("Clips", "internal:visual");
+  clips.visualClipMappings.emplace_back().note = 48;
+  for (const auto& each : {file, clips}) {
+    operations.channelClipboard.set(each);
+    operations.pasteChannel(std::nullopt);
+    answerAll();
+    EXPECT_FALSE(state.showLoadingModal.get()) << each.name;
+    operations.copyChannel(strip(selectedIndex()));
+    const auto& copy = *operations.channelClipboard.get();
+    EXPECT_EQ(copy.pluginPath, each.pluginPath);
+    EXPECT_EQ(copy.playbackFilePath, each.playbackFilePath);
+    EXPECT_EQ(copy.playbackLoop, each.playbackLoop);
+    EXPECT_EQ(copy.visualClipMappings, each.visualClipMappings);
+  }
 }
 
 TEST_F(Channels, LiveModeRefusesAll) {

@@ -181,6 +181,19 @@ TEST_F(Songs, DeletingOneAboveTheStageMovesOnlyTheSelection) {
   EXPECT_TRUE(state.isDirty.get());
 }
 
+TEST_F(Songs, DeletingOneBelowTheStageOrWithNoneOnStageLeavesTheSelection) {
+  addLetters("ABC");
+  list.deleteSong(song(2).id);
+  EXPECT_EQ(state.selectedSongIndex.get(), std::nullopt);
+  EXPECT_TRUE(state.isDirty.get());
+  songSwitch.applySong(0);
+  list.deleteSong(song(1).id);
+  EXPECT_EQ(names(), Names{"A"});
+  EXPECT_EQ(state.selectedSongIndex.get(), 0U);
+  EXPECT_EQ(strip(0).name.get(), "A");
+  EXPECT_TRUE(state.isDirty.get());
+}
+
 TEST_F(Songs, DeletingOneThatIsNotThereOrBeingRenamed) {
   addLetters("AB");
   list.deleteSong(Uuid::fresh());
