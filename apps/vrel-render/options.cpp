@@ -159,7 +159,7 @@ std::string usage() {
   return "vrel-render [options] SETLIST.vrel [SHOW.mid]\n"
          "  --list-plugins      list the installed plug-ins: key, type, manufacturer, name\n"
          "  --out FILE.wav      the main output, 32-bit float stereo\n"
-         "  --events FILE.jsonl what the instruments got, one JSON object a line\n"
+         "  --events FILE.jsonl what happened, one JSON object a line\n"
          "  --save FILE.vrel    saves the setlist there at the end\n"
          "  --song N            the song to start with, counted from 0 (default 0)\n"
          "  --rate HZ           frames per second (default 48000)\n"
