@@ -187,7 +187,9 @@ void expectNoTrouble(const GigStage& stage) {
   EXPECT_EQ(blocks.droppedMidiEvents, 0U);
   EXPECT_EQ(blocks.refusedConnections, 0U);
   EXPECT_EQ(blocks.refusedNodes, 0U);
-  EXPECT_EQ(blocks.starvedBlocks, 0U);
+  if (!isSanitized) {
+    EXPECT_EQ(blocks.starvedBlocks, 0U);  // a sanitizer slows down the thread that reads ahead
+  }
   EXPECT_EQ(blocks.unreadFrames, 0U);
   EXPECT_EQ(blocks.overdueWaits, 0U);
   const auto& plugins = stage.pluginCounters();
