@@ -11,8 +11,9 @@ bool KeyRepeat::isOfHeldKey(const QKeyEvent& event) {
     releasedAt_ = event.timestamp();
     return false;
   }
-  const bool isReleasedNow =
-      releasedKey_ != 0 && event.nativeScanCode() == releasedKey_ && event.timestamp() == releasedAt_;
+  // What programs send in place of a board has no time.
+  const bool isReleasedNow = releasedKey_ != 0 && event.nativeScanCode() == releasedKey_ && event.timestamp() != 0 &&
+                             event.timestamp() == releasedAt_;
   return event.isAutoRepeat() || isReleasedNow;
 }
 

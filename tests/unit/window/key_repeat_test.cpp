@@ -51,6 +51,12 @@ TEST_F(KeyOnTheBoard, ThatAQuickFingerPressesTwiceIsNotHeld) {
   EXPECT_FALSE(press(keyOfD, 121));
 }
 
+TEST_F(KeyOnTheBoard, WhoseEventsHaveNoTimeIsNotHeld) {
+  EXPECT_FALSE(press(keyOfD, 0));
+  release(keyOfD, 0);
+  EXPECT_FALSE(press(keyOfD, 0));
+}
+
 TEST_F(KeyOnTheBoard, ThatGoesDownAsAnotherComesUpIsNotHeld) {
   EXPECT_FALSE(press(keyOfD, 100));
   release(keyOfD, 120);
