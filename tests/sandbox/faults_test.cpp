@@ -192,6 +192,18 @@ TEST_F(Faults, AStoppedProcessIsSilentAndPlaysAgainWhenItGoesOn) {
   EXPECT_TRUE(happensWithin(5s, [&] { return player.block(20ms) == constant(64); }));
 }
 
+TEST_F(Faults, AskedToEndItPlaysOnForAsLongAsItsHost) {
+  const auto unit = rebel();
+  lv2::Player player(unit);
+  player.send(0x90, 60, 64);
+  ASSERT_EQ(player.block(128), constant(64));
+  for (const int asked : {SIGTERM, SIGHUP, SIGINT}) {
+    kill(processOf(unit), asked);
+    EXPECT_EQ(player.block(128), constant(64));
+  }
+  EXPECT_FALSE(happensWithin(50ms, [&] { return !deaths().empty(); }));
+}
+
 TEST_F(Faults, AnAnswerThatWasGivenUpNeverSoundsAndEventsWaitForTheNextOne) {
   const auto unit = rebel();
   DeadlinePlayer player(unit);

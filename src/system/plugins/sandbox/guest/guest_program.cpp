@@ -30,6 +30,10 @@ constexpr std::size_t longestLine = 4096;
 }  // namespace
 
 bool GuestProgram::tieToParent(int parent) {
+  // A system that ends asks all processes at once. The host answers, after a question perhaps, and plays on until then.
+  for (const int asked : {SIGTERM, SIGHUP, SIGINT}) {
+    (void)std::signal(asked, SIG_IGN);
+  }
   return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
 }
 

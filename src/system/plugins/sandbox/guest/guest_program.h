@@ -22,7 +22,8 @@ namespace vrel::sandbox {
 /// gone ends the guest at once.
 class GuestProgram {
  public:
-  /// Dies with the thread that started it; `parent` is its process. False when that has gone already.
+  /// Dies with the thread that started it, and not when asked to; `parent` is its process. False when that has gone
+  /// already.
   [[nodiscard]] static bool tieToParent(int parent);
 
   explicit GuestProgram(FileDescriptor socket) : socket_(std::move(socket)) {}
