@@ -47,6 +47,9 @@ std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine&
     if (status == channel_status::loadFailed || status == channel_status::crashed) {
       problems.push_back(where + ": " + status + " (" + instrumentReason(song.channels[strip], state) + ")");
     }
+    if (status == channel_status::loading) {
+      problems.push_back(where + ": " + status + " (" + song.channels[strip].pluginPath + " did not answer)");
+    }
     addEffectProblems(problems, where, channel, state);
   }
   addEffectProblems(problems, songName + "master", *engine.masterChannel(), state);

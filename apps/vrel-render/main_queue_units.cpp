@@ -45,12 +45,36 @@ void MainQueueUnits::behindAnswers(std::function<void()> work) {
 
 void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> work) {
   const std::lock_guard lock(mutex);
+  if (passedOver.erase(number) > 0) {
+    mainQueue.async(std::move(work));
+    return;
+  }
   heldBack.emplace(number, std::move(work));
   for (auto next = heldBack.begin(); next != heldBack.end() && next->first == lastAnswer + 1;) {
     mainQueue.async(std::move(next->second));
     next = heldBack.erase(next);
     ++lastAnswer;
   }
+  bringFollowers();
+}
+
+void MainQueueUnits::passOverUnanswered() {
+  const std::lock_guard lock(order_->mutex);
+  while (order_->lastAnswer < order_->lastRequest) {
+    order_->passOver(++order_->lastAnswer);
+  }
+  order_->bringFollowers();
+}
+
+void MainQueueUnits::Order::passOver(std::uint64_t number) {
+  if (auto held = heldBack.extract(number)) {
+    mainQueue.async(std::move(held.mapped()));
+  } else {
+    passedOver.insert(number);
+  }
+}
+
+void MainQueueUnits::Order::bringFollowers() {
   while (!followers.empty() && followers.begin()->first <= lastAnswer) {
     mainQueue.async(std::move(followers.begin()->second));
     followers.erase(followers.begin());

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 
 #include "platform/audio_unit.h"
 
@@ -32,6 +33,10 @@ class MainQueueUnits final : public AudioUnitFactory {
   void instantiateMIDIInstrument(const AudioComponentDescription& description,
                                  AudioComponentInstantiationOptions options, UnitHandler completionHandler) override;
 
+  /// Whoever has not answered yet holds up nobody any more: what waits behind goes to the main queue now, and the late
+  /// answers when they come. Any thread.
+  void passOverUnanswered();
+
   /// Runs `work` on the main queue, behind the answers to all requests made so far. Any thread.
   void behindAnswers(std::function<void()> work);
 
@@ -43,11 +48,14 @@ class MainQueueUnits final : public AudioUnitFactory {
   struct Order {
     explicit Order(MainQueue& queue) : mainQueue(queue) {}
     void answer(std::uint64_t number, std::function<void()> work);
+    void passOver(std::uint64_t number);
+    void bringFollowers();
 
     MainQueue& mainQueue;
     std::mutex mutex;
     std::uint64_t lastRequest = 0;                            // under mutex, as all below
-    std::uint64_t lastAnswer = 0;                             // that went to the main queue
+    std::uint64_t lastAnswer = 0;                             // that went to the main queue, or was passed over
+    std::set<std::uint64_t> passedOver;                       // requests that are still to be answered
     std::map<std::uint64_t, std::function<void()>> heldBack;  // answers that came before those of earlier requests
     std::multimap<std::uint64_t, std::function<void()>> followers;  // work by the request whose answer it awaits
   };

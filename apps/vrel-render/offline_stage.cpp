@@ -2,6 +2,7 @@
 #include "vrel-render/offline_stage.h"
 
 #include <algorithm>
+#include <chrono>
 #include <set>
 #include <utility>
 
@@ -118,23 +119,40 @@ void OfflineStage::standStill() {
 }
 
 void OfflineStage::waitForPlugins() {
-  // The pool comes first: asking it lets its queue do what was posted to it, so that whatever has no answer
-  // yet will bring one to the main queue, which ends the sleep.
-  mainLoop_.waitUntil([this] {
-    return isPoolIdle() && !state_.songSwitchInProgress.get() && engine_->visualEngine().pendingLoads() == 0;
-  });
+  constexpr std::chrono::seconds patience{static_cast<int>(SongSwitch::songSwitchTimeoutSeconds)};
+  if (!mainLoop_.waitUntil([this] { return hasSettled(); }, patience)) {
+    goOnWithoutAnswers();
+  }
   mainLoop_.runPending();
 }
 
-bool OfflineStage::isPoolIdle() {
-  std::set<std::string> keys;
+void OfflineStage::goOnWithoutAnswers() {
+  console_.print("a plug-in or a file does not answer; the show goes on without it");
+  constexpr std::chrono::seconds forWhatWaitedBehind{1};
+  units_.passOverUnanswered();
+  mainLoop_.waitUntil([this] { return hasSettled(); }, forWhatWaitedBehind);
+  unanswered_.merge(pluginsBeingMade());
+  performer_.content().songSwitch().songSwitchTimedOut(state_.songSwitchLoadToken.get());
+}
+
+bool OfflineStage::hasSettled() {
+  // The pool comes first: asking it lets its queue do what was posted to it, so that whatever has no answer
+  // yet will bring one to the main queue, which ends the sleep.
+  return pluginsBeingMade().empty() && !state_.songSwitchInProgress.get() &&
+         engine_->visualEngine().pendingLoads() == 0;
+}
+
+std::set<std::string> OfflineStage::pluginsBeingMade() {
+  std::set<std::string> paths;
   for (const auto& song : songs()) {
     for (const auto& channel : song.channels) {
-      keys.insert(channel.pluginPath);
+      paths.insert(channel.pluginPath);
     }
   }
-  return std::none_of(keys.begin(), keys.end(),
-                      [this](const std::string& key) { return engine_->pluginPool().isPrewarming(key); });
+  std::erase_if(paths, [this](const std::string& path) {
+    return unanswered_.contains(path) || !engine_->pluginPool().isPrewarming(path);
+  });
+  return paths;
 }
 
 void OfflineStage::noteLoadProblems() {

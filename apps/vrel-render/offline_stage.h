@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,8 @@ class OfflineStage {
   [[nodiscard]] Outcome start(SetlistFile setlist);
 
   /// Puts a song on stage and waits, with the clock standing, until all its plug-ins and those made
-  /// ahead have answered. An index out of range does nothing.
+  /// ahead have answered. A plug-in that never does is waited for as long as a song switch is on stage, in the
+  /// machine's own time, and the show goes on without it. An index out of range does nothing.
   void applySong(std::size_t index);
 
   /// Does what the performer does, at its own time, after what falls due before it.
@@ -78,9 +80,11 @@ class OfflineStage {
   [[nodiscard]] std::vector<std::string> problems() const;
 
  private:
-  [[nodiscard]] bool isPoolIdle();
+  [[nodiscard]] std::set<std::string> pluginsBeingMade();
+  [[nodiscard]] bool hasSettled();
   void standStill();
   void waitForPlugins();
+  void goOnWithoutAnswers();
   void noteLoadProblems();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(
       const Settings& settings, const std::shared_ptr<lv2::Lv2World>& world);
@@ -112,6 +116,7 @@ class OfflineStage {
   StageRecorder recorder_;
   ClipRecorder clipRecorder_;
   std::size_t songsWaitedFor_ = 0;         // of those that went on stage
+  std::set<std::string> unanswered_;       // paths of plug-ins that are waited for no more
   std::vector<std::string> loadProblems_;  // each once
 };
 

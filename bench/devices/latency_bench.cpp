@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -132,7 +133,7 @@ bool run(const Options& options) {
     }
     stage.loop().async([&isDone] { isDone = true; });
   });
-  stage.loop().waitUntil([&isDone] { return isDone; });
+  stage.loop().waitUntil([&isDone] { return isDone; }, std::chrono::hours(1));
   measuring.join();
   if (failure) {
     std::rethrow_exception(failure);

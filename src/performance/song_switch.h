@@ -58,11 +58,14 @@ class SongSwitch {
   /// Stores what is on stage in the selected song; nothing when there is none. Does not touch the dirty mark.
   void captureCurrentSong();
 
+  /// Ends the switch of this token without the loads that it still waits for; nothing when another one has taken its
+  /// place. Comes of itself after `songSwitchTimeoutSeconds`; called where the clock stands meanwhile.
+  void songSwitchTimedOut(const Uuid& token);
+
  private:
   void beginSongSwitch(const Uuid& token, int pendingLoads);
   void completeSongSwitchLoad(const Uuid& token);
   void finishSongSwitchIfReady(const Uuid& token);
-  void songSwitchTimedOut(const Uuid& token);
   [[nodiscard]] bool isUnderWay(const Uuid& token) const;
 
   void takeOver(const SongConfig& song);

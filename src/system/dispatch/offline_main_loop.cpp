@@ -60,13 +60,16 @@ void OfflineMainLoop::advanceUpTo(double seconds) {
   advance(seconds, false);
 }
 
-void OfflineMainLoop::waitUntil(const std::function<bool()>& predicate) {
+bool OfflineMainLoop::waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds patience) {
   while (!predicate()) {
     if (!runOne()) {
       std::unique_lock lock(mutex_);
-      arrived_.wait(lock, [this] { return !ready_.empty(); });
+      if (!arrived_.wait_for(lock, patience, [this] { return !ready_.empty(); })) {
+        return false;
+      }
     }
   }
+  return true;
 }
 
 bool OfflineMainLoop::runOne() {

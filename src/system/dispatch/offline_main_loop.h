@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -69,7 +70,9 @@ class OfflineMainLoop final : public MainQueue {
   /// Runs what is ready until `predicate` holds, sleeping for posts of other threads in between. The
   /// predicate is asked at first and after each piece of work, on this thread; what it looks at must change
   /// by work on this queue only.
-  void waitUntil(const std::function<bool()>& predicate);
+  ///
+  /// Gives up once no work has come for `patience` of the machine's own time. Whether the predicate holds.
+  bool waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds patience);
 
  private:
   class Timer;

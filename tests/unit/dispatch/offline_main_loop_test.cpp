@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -20,6 +21,9 @@ class MainLoop : public testing::Test {
   DispatchQueue::Work note(const std::string& name) {
     return [this, name] { notes.emplace_back(name, clock.seconds()); };
   }
+
+  /// Longer than anything here takes.
+  static constexpr std::chrono::seconds patience{60};
 
   using Notes = std::vector<std::pair<std::string, double>>;
   OfflineClock clock;
@@ -157,7 +161,7 @@ TEST_F(MainLoop, WaitingRunsPostsOfOtherThreadsOnTheWaitingThreadWhileTheClockSt
       });
     }
   });
-  loop.waitUntil([&] { return arrived == 100; });
+  EXPECT_TRUE(loop.waitUntil([&] { return arrived == 100; }, patience));
   poster.join();
   EXPECT_EQ(where, std::this_thread::get_id());
   EXPECT_EQ(clock.seconds(), 0.5);
@@ -166,8 +170,16 @@ TEST_F(MainLoop, WaitingRunsPostsOfOtherThreadsOnTheWaitingThreadWhileTheClockSt
 
 TEST_F(MainLoop, WaitingForWhatHoldsAlreadyRunsNothing) {
   loop.async(note("ready"));
-  loop.waitUntil([] { return true; });
+  EXPECT_TRUE(loop.waitUntil([] { return true; }, patience));
   EXPECT_TRUE(notes.empty());
+}
+
+TEST_F(MainLoop, WaitingForWhatNeverComesIsGivenUpAndTheClockStands) {
+  loop.asyncAfter(1, note("later"));
+  loop.async(note("ready"));
+  EXPECT_FALSE(loop.waitUntil([] { return false; }, std::chrono::milliseconds(1)));
+  EXPECT_EQ(notes, (Notes{{"ready", 0}}));
+  EXPECT_EQ(clock.seconds(), 0);
 }
 
 TEST_F(MainLoop, WorkLeftAtTheEndIsLetGoOfUnrun) {

@@ -77,6 +77,25 @@ TEST_F(UnitsInOrder, AFailureHoldsUpNobody) {
   EXPECT_EQ(machine.told, (Told{"first failed", "second"}));
 }
 
+TEST_F(UnitsInOrder, WhoeverIsPassedOverHoldsUpNobodyAndIsHeardWhenItAnswers) {
+  Machine machine;
+  for (const auto* name : {"silent", "ready", "late"}) {
+    machine.request(name);
+  }
+  machine.tellBehind("death");
+  machine.plugins.answerWithUnit(1);
+  machine.mainQueue.runAll();
+  EXPECT_TRUE(machine.told.empty());
+  machine.units.passOverUnanswered();
+  machine.mainQueue.runAll();
+  EXPECT_EQ(machine.told, (Told{"ready", "death"}));
+  machine.request("new");
+  machine.plugins.answerWithUnit(2);
+  machine.plugins.answerWithUnit(1);
+  machine.mainQueue.runAll();
+  EXPECT_EQ(machine.told, (Told{"ready", "death", "new", "late"})) << "the silent one keeps nobody";
+}
+
 TEST_F(UnitsInOrder, NobodyHearsOfADeathBeforeTheAnswerThatBroughtThePlugin) {
   Machine machine;
   machine.request("first");
