@@ -63,7 +63,7 @@ class RevivedStrips : public SandboxStage {
   }
 
   void waitUntilRunning(const AudioChannel& channel) {
-    mainLoop_.waitUntil([&] { return channel.status.get() == channel_status::running; });
+    EXPECT_TRUE(mainLoop_.waitUntil([&] { return channel.status.get() == channel_status::running; }, 30s));
   }
 
   static int processOfStrip(const AudioChannel& channel) {

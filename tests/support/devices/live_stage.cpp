@@ -2,6 +2,8 @@
 #include "support/devices/live_stage.h"
 
 #include <algorithm>
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -64,11 +66,13 @@ Outcome LiveStage::load(const std::string& uri) {
   if (found == all.end()) {
     return Error{"no such instrument is installed: " + uri};
   }
-  std::optional<bool> isLoaded;
+  const auto isLoaded = std::make_shared<std::optional<bool>>();  // its answer may come after we have gone
   engine_->instruments().loadInstrument(engine_->addChannel(found->name), *found, std::nullopt,
-                                        [&](bool succeeded) { isLoaded = succeeded; });
-  loop_.waitUntil([&] { return isLoaded.has_value(); });
-  return *isLoaded ? Outcome() : Error{"the instrument does not load: " + uri};
+                                        [isLoaded](bool succeeded) { *isLoaded = succeeded; });
+  if (!loop_.waitUntil([&] { return isLoaded->has_value(); }, std::chrono::seconds(30))) {
+    return Error{"the instrument does not answer: " + uri};
+  }
+  return **isLoaded ? Outcome() : Error{"the instrument does not load: " + uri};
 }
 
 const std::vector<std::string>& LiveStage::lines() {
