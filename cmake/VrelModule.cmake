@@ -47,6 +47,10 @@ function(vrel_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${VREL_TEST_OPTIONS})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  if(NOT TARGET vrel_keep_libraries_loaded)
+    list(REMOVE_ITEM ARG_DEPENDS vrel_keep_libraries_loaded)
+  endif()
   target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main
     $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
   # Cases are listed when CTest runs, so a build never executes what it made.

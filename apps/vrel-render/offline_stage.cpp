@@ -31,7 +31,7 @@ sandbox::SandboxSettings sandboxSettings(const lv2::HostSettings& host) {
   settings.nominalBlockFrames = host.nominalBlockFrames;
   settings.worksWithinBlock = true;
   settings.isRealTime = false;
-  settings.patience = std::nullopt;
+  settings.timeout = std::nullopt;
   settings.log = host.log;
   settings.counters = host.counters;
   return settings;
@@ -119,8 +119,8 @@ void OfflineStage::standStill() {
 }
 
 void OfflineStage::waitForPlugins() {
-  constexpr std::chrono::seconds patience{static_cast<int>(SongSwitch::songSwitchTimeoutSeconds)};
-  if (!mainLoop_.waitUntil([this] { return hasSettled(); }, patience)) {
+  constexpr std::chrono::seconds timeout{static_cast<int>(SongSwitch::songSwitchTimeoutSeconds)};
+  if (!mainLoop_.waitUntil([this] { return hasSettled(); }, timeout)) {
     goOnWithoutAnswers();
   }
   mainLoop_.runPending();
@@ -203,7 +203,7 @@ std::vector<std::string> OfflineStage::problems() const {
   addCount(problems, blocks.silentBlocks, "blocks were silent, since the engine was stopped");
   addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix were not finite and were silenced");
   addCount(problems, blocks.droppedMidiEvents, "events were dropped");
-  addCount(problems, blocks.starvedBlocks, "blocks went by without a file that was not read in time");
+  addCount(problems, blocks.underrunBlocks, "blocks went by without a file that was not read in time");
   addCount(problems, blocks.unreadFrames, "frames of audio files could not be read and were silent");
   addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");
   addCount(problems, blocks.refusedNodes, "nodes were refused by the audio graph");

@@ -3,10 +3,9 @@
 #include <QQuickStyle>
 #include <chrono>
 
-#include "vrel/appearance.h"
-#include "vrel/end_deadline.h"
-#include "vrel/end_signals.h"
-#include "vrel/two_sides.h"
+#include "vrel/application.h"
+#include "vrel/termination.h"
+#include "vrel/widgets.h"
 
 int main(int argc, char** argv) {
   using namespace std::chrono_literals;
@@ -16,9 +15,9 @@ int main(int argc, char** argv) {
   QQuickStyle::setStyle(QStringLiteral("Basic"));
   vrel::app::darkenApplication();
 
-  vrel::app::EndDeadline deadline;
-  vrel::app::TwoSides program;
-  const vrel::app::EndSignals signals([&program] { program.systemEnds(); });
+  vrel::app::ShutdownWatchdog deadline;
+  vrel::app::Application program;
+  const vrel::app::TerminationSignals signals([&program] { program.systemEnds(); });
   program.start();
   const int result = QApplication::exec();
   deadline.start(10s);

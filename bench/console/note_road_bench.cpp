@@ -153,11 +153,11 @@ bool measureWithWindow(std::size_t notes) {
   QApplication::setQuitOnLastWindowClosed(false);
   QQuickStyle::setStyle(QStringLiteral("Basic"));
   const auto pumpUntil = [](const std::function<bool()>& holds) {
-    constexpr int patienceMs = 20000;
+    constexpr int timeoutMs = 20000;
     QElapsedTimer time;
     time.start();
     while (!holds()) {
-      if (time.elapsed() > patienceMs) {
+      if (time.elapsed() > timeoutMs) {
         return holds();
       }
       pump(5);

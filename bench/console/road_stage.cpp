@@ -48,25 +48,25 @@ RoadStage::RoadStage(std::size_t strips, WaitUntil waitUntil) : waitUntil_(std::
 }
 
 void RoadStage::putOnStage(std::size_t strips) {
-  const bool isFound = onLogic<bool>([strips](Program& program) {
-    const auto& found = program.state().scannedPlugins.get();
+  const bool isFound = onLogic<bool>([strips](Session& session) {
+    const auto& found = session.state().scannedPlugins.get();
     const auto instrument =
         std::find_if(found.begin(), found.end(), [](const auto& each) { return each.name == instrumentName; });
     if (instrument == found.end()) {
       return false;
     }
-    const auto last = static_cast<std::ptrdiff_t>(program.state().songs.get().size());
-    program.state().songs.modify([&](auto& songs) { songs.push_back(songOf(*instrument, strips)); });
-    program.content().songSwitch().applySong(last);
+    const auto last = static_cast<std::ptrdiff_t>(session.state().songs.get().size());
+    session.state().songs.modify([&](auto& songs) { songs.push_back(songOf(*instrument, strips)); });
+    session.content().songSwitch().applySong(last);
     return true;
   });
   if (!isFound) {
     throw std::runtime_error(std::string("there is no ") + instrumentName);
   }
   const auto isComplete = [this, strips] {
-    return onLogic<bool>([strips](Program& program) {
-      const auto& channels = program.engine().channels();
-      return !program.state().songSwitchInProgress.get() && program.engine().engine().isRunning() &&
+    return onLogic<bool>([strips](Session& session) {
+      const auto& channels = session.engine().channels();
+      return !session.state().songSwitchInProgress.get() && session.engine().engine().isRunning() &&
              channels.size() == strips && std::all_of(channels.begin(), channels.end(), [](const auto& channel) {
                return channel->midiInstrument() != nullptr;
              });
@@ -75,11 +75,11 @@ void RoadStage::putOnStage(std::size_t strips) {
   if (!waitUntil_(isComplete)) {
     throw std::runtime_error("the song does not come on stage; is there a JACK server?");
   }
-  engine_ = onLogic<AudioEngine*>([](Program& program) { return &program.engine(); });
+  engine_ = onLogic<AudioEngine*>([](Session& session) { return &session.engine(); });
   using Ids = std::vector<std::string>;
-  const auto ids = onLogic<Ids>([](Program& program) {
+  const auto ids = onLogic<Ids>([](Session& session) {
     Ids all;
-    for (const auto& channel : program.engine().channels()) {
+    for (const auto& channel : session.engine().channels()) {
       all.push_back(channel->id.text());
     }
     return all;
@@ -90,8 +90,8 @@ void RoadStage::putOnStage(std::size_t strips) {
 }
 
 void RoadStage::watchLastStrip(std::function<void()> onEvent) {
-  const bool isWatched = onLogic<bool>([&](Program& program) {
-    auto* const instrument = dynamic_cast<ObservableInstrument*>(program.engine().channels().back()->midiInstrument());
+  const bool isWatched = onLogic<bool>([&](Session& session) {
+    auto* const instrument = dynamic_cast<ObservableInstrument*>(session.engine().channels().back()->midiInstrument());
     if (instrument != nullptr) {
       instrument->setEventObserver([onEvent](std::uint8_t, std::uint8_t, std::uint8_t) { onEvent(); });
     }

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "console/window/meter_board.h"
-#include "vrel/program.h"
-#include "vrel/two_sides.h"
+#include "vrel/application.h"
+#include "vrel/session.h"
 
 class QQuickWindow;
 
@@ -49,9 +49,9 @@ class RoadStage {
 
  private:
   template <typename T>
-  T onLogic(const std::function<T(Program&)>& ask) {
+  T onLogic(const std::function<T(Session&)>& ask) {
     auto answer = std::make_shared<std::promise<T>>();
-    program_.logic.postToProgram([answer, ask](Program& program) { answer->set_value(ask(program)); });
+    program_.logic.postToSession([answer, ask](Session& session) { answer->set_value(ask(session)); });
     return answer->get_future().get();
   }
 
@@ -63,7 +63,7 @@ class RoadStage {
   };
 
   const WaitUntil waitUntil_;
-  TwoSides program_;
+  Application program_;
   AudioEngine* engine_ = nullptr;  // the logic's
   std::vector<Meter> meters_;
 };

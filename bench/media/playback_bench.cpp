@@ -175,7 +175,7 @@ void sixteenLoops(benchmark::State& state) {
   }
   state.counters["over_bare"] = ours / least;
   state.counters["us_per_block"] = ours * 1e6 / (static_cast<double>(state.iterations()) * blocksInTurn);
-  state.counters["starved"] = static_cast<double>(stage.counters->starvedBlocks.load());
+  state.counters["starved"] = static_cast<double>(stage.counters->underrunBlocks.load());
 }
 BENCHMARK(sixteenLoops)->Unit(benchmark::kMillisecond);
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/status_words.h"
 
+#include "channel/audio_channel.h"
 #include "document/app_state.h"
-#include "engine/channel/audio_channel.h"
 #include "text/text.h"
 
 namespace vrel {

@@ -19,7 +19,7 @@
 #include "engine/level_capture.h"
 #include "engine/mix_levels.h"
 #include "engine/playback_loader.h"
-#include "engine/plugin_deaths.h"
+#include "engine/plugin_crash_handler.h"
 #include "engine/plugin_pool.h"
 #include "engine/plugin_state.h"
 #include "engine/strips.h"
@@ -128,7 +128,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   InstrumentLoader instruments_;
   PlaybackLoader playbackLoader_;
   EffectRacks effects_;
-  PluginDeaths deaths_;
+  PluginCrashHandler deaths_;
   MidiRouter router_;
   std::optional<AudioDeviceSettings> deviceSettings_;
   std::optional<MidiInput> midiInput_;

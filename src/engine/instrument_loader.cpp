@@ -3,8 +3,8 @@
 
 #include <utility>
 
+#include "channel/audio_channel.h"
 #include "document/plugin_path.h"
-#include "engine/channel/audio_channel.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
 #include "engine/host_musical_context.h"

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "channel/audio_channel.h"
 #include "document/plugin_path.h"
-#include "engine/channel/audio_channel.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
 #include "engine/instrument_loader.h"

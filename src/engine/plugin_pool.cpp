@@ -9,12 +9,12 @@ namespace vrel {
 
 PluginPool::PluginPool(AudioUnitFactory& units, DispatchQueueFactory& queues, ConsoleOutput& console)
     : units_(units), console_(console), pluginPoolQueue_(queues.makeSerialQueue("vrel.plugin.pool")) {
-  door_->pool = this;
+  gate_->pool = this;
 }
 
 PluginPool::~PluginPool() {
-  const std::lock_guard lock(door_->mutex);
-  door_->pool = nullptr;
+  const std::lock_guard lock(gate_->mutex);
+  gate_->pool = nullptr;
 }
 
 PluginPool::Node PluginPool::take(const std::string& key) {
@@ -87,10 +87,10 @@ void PluginPool::prewarmStep(const std::string& key, const PluginComponentResolv
     return;
   }
   instantiateInstrumentNode(component->audioComponentDescription,
-                            [door = door_, key](Node node, const std::optional<Error>& error) {
-                              const std::lock_guard lock(door->mutex);
-                              if (door->pool != nullptr) {
-                                door->pool->endPrewarm(key, std::move(node), error);
+                            [gate = gate_, key](Node node, const std::optional<Error>& error) {
+                              const std::lock_guard lock(gate->mutex);
+                              if (gate->pool != nullptr) {
+                                gate->pool->endPrewarm(key, std::move(node), error);
                               }
                             });
 }

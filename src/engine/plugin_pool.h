@@ -30,7 +30,7 @@ using PluginComponentResolver = std::function<std::optional<AVAudioUnitComponent
 /// only; hence no lock. Only `take` makes the main thread wait for that queue, behind bookkeeping and
 /// resolver calls; instantiation runs elsewhere.
 /// Ownership: one owner, on whose thread the pool ends, whatever is in flight: a handler that answers
-/// late, on any thread, finds the pool through a door that its end has closed.
+/// late, on any thread, finds the pool through a gate that its end has closed.
 class PluginPool {
  public:
   using Node = std::shared_ptr<AVAudioUnit>;
@@ -75,7 +75,7 @@ class PluginPool {
  private:
   // Never a shared_ptr to the pool itself: its last holder might be a handler on the pool's own queue,
   // which can not wait for its own end.
-  struct Door {
+  struct Gate {
     std::mutex mutex;
     PluginPool* pool = nullptr;  // guarded by mutex; null once the pool has ended
   };
@@ -88,7 +88,7 @@ class PluginPool {
   PluginComponentResolver resolver_;
   std::map<std::string, std::vector<Node>> pluginNodePool_;
   std::set<std::string> prewarmingPaths_;
-  const std::shared_ptr<Door> door_ = std::make_shared<Door>();
+  const std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
   // Last: letting go of a queue waits for the work under way, which may use all of the above.
   std::unique_ptr<DispatchQueue> pluginPoolQueue_;
 };

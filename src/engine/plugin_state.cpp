@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "engine/channel/audio_channel.h"
+#include "channel/audio_channel.h"
 #include "foundation/base64.h"
 #include "platform/console_output.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "engine/channel/audio_channel.h"
+#include "channel/audio_channel.h"
 
 namespace vrel {
 

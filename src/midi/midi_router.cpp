@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "midi/midi_router.h"
 
+#include "channel/audio_channel.h"
 #include "document/plugin_path.h"
-#include "engine/channel/audio_channel.h"
 #include "midi/midi_bytes.h"
 #include "midi/routing_rules.h"
 #include "platform/audio_engine.h"

@@ -6,27 +6,13 @@
 #include <memory>
 #include <vector>
 
+#include "channel/note_targets.h"
 #include "document/setlist.h"
 
 namespace vrel {
 
 class AudioChannel;
 class AVAudioEngine;
-
-/// Takes the notes of visual channels.
-class VisualNoteTarget {
- public:
-  virtual ~VisualNoteTarget() = default;
-  virtual void noteOn(std::uint8_t note, AudioChannel& channel) = 0;
-  virtual void noteOff(std::uint8_t note, AudioChannel& channel) = 0;
-};
-
-/// Starts the audio file of a playback channel.
-class PlaybackTarget {
- public:
-  virtual ~PlaybackTarget() = default;
-  virtual void triggerPlayback(AudioChannel& channel) = 0;
-};
 
 /// Carries one message at a time from the input to the channels. This is where a note finds its
 /// instruments: `routing_rules.h` tells, per channel, what becomes of it.

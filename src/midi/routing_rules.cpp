@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "engine/channel/audio_channel.h"
+#include "channel/audio_channel.h"
 #include "midi/midi_bytes.h"
 
 namespace vrel {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "engine/channel/audio_channel.h"
+#include "channel/audio_channel.h"
 #include "platform/clock.h"
 
 namespace vrel {
@@ -19,8 +19,8 @@ void becomeIdle(AudioChannel& channel) {
 
 }  // namespace
 
-struct PlaybackRuns::Door {
-  explicit Door(MainQueue& postTo) : mainQueue(postTo) {}
+struct PlaybackRuns::Gate {
+  explicit Gate(MainQueue& postTo) : mainQueue(postTo) {}
 
   /// Drops the work when the runs have ended.
   void async(DispatchQueue::Work work) {
@@ -70,7 +70,7 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     return [run = shared_from_this()] { run->postEnd(); };
   }
   [[nodiscard]] std::function<void()> nextPass() {
-    return [run = shared_from_this()] { run->door->async([run] { run->passAgain(); }); };
+    return [run = shared_from_this()] { run->gate->async([run] { run->passAgain(); }); };
   }
 
   void passAgain() {
@@ -90,7 +90,7 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
   }
 
   void postEnd() const {
-    door->mainQueue.async([weakChannel = channel, ended = token] {
+    gate->mainQueue.async([weakChannel = channel, ended = token] {
       const auto owner = weakChannel.lock();
       if (owner != nullptr && owner->playbackRunToken.get() == ended) {
         becomeIdle(*owner);
@@ -98,7 +98,7 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     });
   }
 
-  std::shared_ptr<Door> door;
+  std::shared_ptr<Gate> gate;
   std::weak_ptr<AudioChannel> channel;  // for the main thread: its last holder must not be another one
   std::weak_ptr<PlaybackRunView> view;
   std::weak_ptr<AVAudioPlayerNode> node;
@@ -113,15 +113,15 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
 
 PlaybackRuns::PlaybackRuns(DispatchQueueFactory& queues, MainQueue& mainQueue, HostClock& clock)
     : clock_(clock),
-      door_(std::make_shared<Door>(mainQueue)),
+      gate_(std::make_shared<Gate>(mainQueue)),
       playbackQueue_(queues.makeSerialQueue("vrel.playback.player")) {
-  const std::lock_guard lock(door_->mutex);
-  door_->queue = playbackQueue_.get();
+  const std::lock_guard lock(gate_->mutex);
+  gate_->queue = playbackQueue_.get();
 }
 
 PlaybackRuns::~PlaybackRuns() {
-  const std::lock_guard lock(door_->mutex);
-  door_->queue = nullptr;
+  const std::lock_guard lock(gate_->mutex);
+  gate_->queue = nullptr;
 }
 
 void PlaybackRuns::triggerPlayback(AudioChannel& channel) {
@@ -164,7 +164,7 @@ void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudio
   channel.playbackStopRequested.set(false);
   channel.playbackMeterStartedAt.set(clock_.CACurrentMediaTime());
   run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get() == "rangeEnd";
-  run->door = door_;
+  run->gate = gate_;
   run->channel = channel.weak_from_this();
   run->view = channel.playbackRunView;
   run->runNumber = channel.playbackRunView->runNumber.load();

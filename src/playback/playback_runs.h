@@ -6,8 +6,8 @@
 #include <memory>
 #include <mutex>
 
+#include "channel/note_targets.h"
 #include "foundation/uuid.h"
-#include "midi/midi_router.h"
 #include "platform/dispatch.h"
 
 namespace vrel {
@@ -25,7 +25,7 @@ struct PlaybackRunView;
 /// What comes back late is known by the run it belongs to and does nothing when that is over.
 ///
 /// A completion may come from any thread and after the end of this object: it finds the queue through a
-/// door that the end has closed.
+/// gate that the end has closed.
 class PlaybackRuns : public PlaybackTarget {
  public:
   /// The clock and the main queue are borrowed; they outlive all completions.
@@ -42,14 +42,14 @@ class PlaybackRuns : public PlaybackTarget {
   [[nodiscard]] DispatchQueue& playbackQueue() { return *playbackQueue_; }
 
  private:
-  struct Door;
+  struct Gate;
   struct Run;
 
   void endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
   void startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
 
   HostClock& clock_;
-  const std::shared_ptr<Door> door_;
+  const std::shared_ptr<Gate> gate_;
   // Last: letting go of a queue waits for the work under way.
   std::unique_ptr<DispatchQueue> playbackQueue_;
 };

@@ -59,7 +59,7 @@ void VrelApp::contentDidAppear() {
 
 void VrelApp::systemEnds() {
   const auto before = appDelegate_.answerCount();
-  with_.mainQueue.asyncAfter(systemPatienceSeconds, [this, watch = life_.watch(), before] {
+  with_.mainQueue.asyncAfter(systemTimeoutSeconds, [this, watch = life_.watch(), before] {
     if (watch.isAlive() && appDelegate_.answerCount() == before && with_.desktop.isAlertShown()) {
       with_.desktop.replyToApplicationShouldTerminate(true);
     }

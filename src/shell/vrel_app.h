@@ -60,7 +60,7 @@ class VrelApp {
   };
 
   /// How long a system that ends waits for the person's answer.
-  static constexpr double systemPatienceSeconds = 30;
+  static constexpr double systemTimeoutSeconds = 30;
 
   /// All are borrowed and outlive this. The menus' Quit comes here.
   explicit VrelApp(const Collaborators& collaborators);

@@ -78,12 +78,12 @@ Outcome SimulatedFileManager::writeInPlace(const fs::path& path, const std::stri
   }
   auto& file = files[path];
   file.clear();
-  const std::size_t largestPiece = bytes.size() / piecesOfAWrite + 1;
+  const std::size_t largestSegment = bytes.size() / piecesOfAWrite + 1;
   while (file.size() < bytes.size()) {
     if (!step()) {
       return failure(path, "Input/output error");
     }
-    const std::size_t piece = std::min(largestPiece, bytes.size() - file.size());
+    const std::size_t piece = std::min(largestSegment, bytes.size() - file.size());
     const std::size_t fitting = std::min(piece, freeBytes.value_or(piece));
     file += bytes.substr(file.size(), fitting);
     if (freeBytes) {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "channel/audio_channel.h"
 #include "document/plugin_path.h"
-#include "engine/channel/audio_channel.h"
 
 namespace vrel {
 namespace {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "channel/note_targets.h"
 #include "foundation/life_token.h"
 #include "foundation/observable.h"
-#include "midi/midi_router.h"
 #include "platform/dispatch.h"
 #include "visuals/visual_clip_player.h"
 

@@ -15,7 +15,7 @@ class CheckIncludes(lint_case.LintCase):
         self.write("src/foundation/result.cpp", '#include "foundation/result.h"\n#include <vector>\n')
         self.module("platform", "vrel_foundation")
         self.module("document", "vrel_platform")
-        self.module("engine/channel", "vrel_document")
+        self.module("channel", "vrel_document")
         self.module("system/audio", "vrel_platform")
         self.module("engine", "vrel_engine_channel")
 
@@ -31,7 +31,7 @@ class CheckIncludes(lint_case.LintCase):
         return check_includes.check_tree(self.root)
 
     def test_a_clean_tree_passes(self):
-        self.write("src/engine/thing.cpp", '#include "engine/channel/thing.h"\n#include "foundation/result.h"\n')
+        self.write("src/engine/thing.cpp", '#include "channel/thing.h"\n#include "foundation/result.h"\n')
         self.write("apps/vrel-render/main.cpp", '#include "system/audio/thing.h"\n#include <nlohmann/json.hpp>\n')
         self.assertEqual(self.problems(), [])
 
@@ -44,16 +44,16 @@ class CheckIncludes(lint_case.LintCase):
         self.assert_told(self.problems(), "src/system/audio/thing.cpp:1", "out of reach")
 
     def test_an_inner_folder_is_a_module_of_its_own(self):
-        self.write("src/engine/channel/thing.cpp", '#include "engine/thing.h"\n')
-        self.assert_told(self.problems(), "src/engine/channel/thing.cpp:1", "out of reach")
+        self.write("src/channel/thing.cpp", '#include "engine/thing.h"\n')
+        self.assert_told(self.problems(), "src/channel/thing.cpp:1", "out of reach")
 
     def test_two_modules_of_one_folder_are_told_apart_by_their_sources(self):
         self.write("src/midi/CMakeLists.txt", "vrel_module(vrel_midi SOURCES router.cpp DEPENDS vrel_engine_channel)\n"
                                               "vrel_module(vrel_midi_file SOURCES file.cpp DEPENDS vrel_foundation)\n")
-        self.write("src/midi/router.cpp", '#include "engine/channel/thing.h"\n')
+        self.write("src/midi/router.cpp", '#include "channel/thing.h"\n')
         self.write("src/midi/file.cpp", '#include "foundation/result.h"\n')
         self.assertEqual(self.problems(), [])
-        self.write("src/midi/file.cpp", '#include "engine/channel/thing.h"\n')
+        self.write("src/midi/file.cpp", '#include "channel/thing.h"\n')
         self.assert_told(self.problems(), "src/midi/file.cpp:1", "vrel_midi_file does not depend on")
 
     def test_a_private_dependency_is_not_passed_on(self):

@@ -9,7 +9,7 @@ import pathlib
 import re
 
 # The logic stands on the platform's interfaces only, so it never sees what stands behind them.
-LOGIC_FOLDERS = ("document", "text", "engine", "midi", "performance", "playback", "visuals", "console", "shell")
+LOGIC_FOLDERS = ("document", "channel", "text", "engine", "midi", "performance", "playback", "visuals", "console", "shell")
 BEHIND_THE_PLATFORM = ("system", "simulation")
 
 LINK_CALL = re.compile(r"\btarget_link_libraries\s*\(([^)]*)\)", re.DOTALL)

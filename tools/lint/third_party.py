@@ -14,11 +14,12 @@ class Library:
 
 LIBRARIES = (
     Library("Qt", re.compile(r"Q[A-Z]\w*(/.*)?|Qt\w*/.*|q[a-z0-9]+\.h"),
-            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/ui", "tests/unit/window", "tests/support/ui", "bench/console")),
+            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/apps/vrel",
+             "tests/console/window", "tests/support/desktop", "tests/support/ui", "bench/console")),
     Library("LV2", re.compile(r"(lilv|lv2|suil)(/.*|\.h)"),
-            ("src/system/plugins/lv2", "tests/plugins", "bench/performance/ballast", "bench/sandbox/herald")),
+            ("src/system/plugins/lv2", "tests/system/plugins/lv2", "tests/support/zoo", "bench/performance/ballast", "bench/sandbox/herald")),
     Library("RtAudio, RtMidi and JACK", re.compile(r"(rtaudio/|rtmidi/)?Rt(Audio|Midi)\.h|jack/.*"),
-            ("src/system/devices", "tests/devices", "tests/support/devices", "bench/devices", "bench/console")),
+            ("src/system/devices", "tests/system/devices", "tests/support/devices", "bench/devices", "bench/console")),
     Library("ALSA", re.compile(r"alsa/.*"), ("src/system/devices",)),
     Library("FFmpeg, libsndfile, libvorbisfile and the resamplers",
             re.compile(r"lib(av|sw)\w+/.*|sndfile\.hh?|vorbis/.*|samplerate\.h|soxr\.h"),
@@ -35,7 +36,7 @@ OPERATING_SYSTEM = re.compile(
     r"(sys|linux|arpa|net|netinet|asm|bits)/.*"
     r"|(unistd|fcntl|pthread|dlfcn|poll|sched|semaphore|spawn|execinfo|dirent|termios|glob|ftw|malloc|strings"
     r"|pwd|getopt|libgen|mqueue|aio|ucontext|sysexits|syslog|link|elf|endian|byteswap)\.h")
-WITHOUT_OPERATING_SYSTEM = ("src/foundation", "src/platform", "src/document", "src/engine", "src/midi",
+WITHOUT_OPERATING_SYSTEM = ("src/foundation", "src/platform", "src/document", "src/channel", "src/engine", "src/midi",
                             "src/performance", "src/playback", "src/visuals", "src/console", "src/shell",
                             "src/simulation")
 

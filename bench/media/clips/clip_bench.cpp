@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "channel/audio_channel.h"
 #include "document/plugin_path.h"
-#include "engine/channel/audio_channel.h"
 #include "simulation/virtual_time.h"
 #include "system/media/clip_decoder.h"
 #include "system/media/clip_factory.h"

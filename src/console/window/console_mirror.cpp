@@ -44,7 +44,7 @@ struct ConsoleMirror::Strip {
   explicit Strip(MirrorSource& source) : object(source) {}
   std::shared_ptr<AudioChannel> channel;  // what it looks at, until the next refresh lets go of it
   std::shared_ptr<MeterCell> cell;
-  MirroredObject object;
+  MirrorPublisher object;
   std::vector<std::shared_ptr<void>> connections;
 };
 
@@ -116,7 +116,7 @@ void ConsoleMirror::mirrorSession() {
       state.totalLoadsCount, state.remainingLoadsCount);
   session_.set("problems", std::string());
   session_.set("problemCount", problemCount_);
-  setTroubledBlocks(0);
+  setDropouts(0);
 }
 
 void ConsoleMirror::mirrorPerformance() {
@@ -195,7 +195,7 @@ void ConsoleMirror::setMenus(const QVariantList& menus) {
   menuBar_.set("menus", QVariant(menus));
 }
 
-void ConsoleMirror::setTroubledBlocks(std::uint64_t count) {
+void ConsoleMirror::setDropouts(std::uint64_t count) {
   session_.set("lateBlocks", static_cast<int>(std::min<std::uint64_t>(count, std::numeric_limits<int>::max())));
 }
 
@@ -217,7 +217,7 @@ void ConsoleMirror::refreshSongs() {
     const SongConfig& song = songs[index];
     auto& object = songs_[song.id];
     if (object == nullptr) {
-      object = std::make_unique<MirroredObject>(source_);
+      object = std::make_unique<MirrorPublisher>(source_);
       object->set("songId", song.id.text());
     }
     object->set("name", song.name);
@@ -259,7 +259,7 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   AudioChannel& channel = *shared;
   AppState& state = content_.appState();
   auto& selected = content_.selection().selectedChannelId;
-  MirroredObject& object = strip->object;
+  MirrorPublisher& object = strip->object;
   object.set("channelId", channel.id.text());
   object.follow("name", channel.name);
   object.derive(

@@ -50,7 +50,7 @@ class ConsoleMirror {
   void setMenus(const QVariantList& menus);
 
   /// How many blocks have not been what they should have been.
-  void setTroubledBlocks(std::uint64_t count);
+  void setDropouts(std::uint64_t count);
 
   /// A line that the program told its user.
   void setProblem(const std::string& line);
@@ -75,12 +75,12 @@ class ConsoleMirror {
   MirrorSource& source_;
   ContentView& content_;
   MeterBoard& meters_;
-  MirroredObject session_;
-  MirroredObject master_;
-  MirroredObject texts_;
-  MirroredObject alert_;
-  MirroredObject menuBar_;
-  std::map<Uuid, std::unique_ptr<MirroredObject>> songs_;
+  MirrorPublisher session_;
+  MirrorPublisher master_;
+  MirrorPublisher texts_;
+  MirrorPublisher alert_;
+  MirrorPublisher menuBar_;
+  std::map<Uuid, std::unique_ptr<MirrorPublisher>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;
   std::vector<MirrorId> stripRows_;

@@ -19,11 +19,11 @@ class ConsoleModel : public QObject {
   Q_OBJECT
   QML_ELEMENT
   QML_UNCREATABLE("the program makes it")
-  Q_PROPERTY(vrel::window::MirrorObject* session READ session CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorObject* master READ master CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorObject* texts READ texts CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorObject* alert READ alert CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorObject* menuBar READ menuBar CONSTANT)
+  Q_PROPERTY(vrel::window::MirrorItem* session READ session CONSTANT)
+  Q_PROPERTY(vrel::window::MirrorItem* master READ master CONSTANT)
+  Q_PROPERTY(vrel::window::MirrorItem* texts READ texts CONSTANT)
+  Q_PROPERTY(vrel::window::MirrorItem* alert READ alert CONSTANT)
+  Q_PROPERTY(vrel::window::MirrorItem* menuBar READ menuBar CONSTANT)
   Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT)
   Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT)
   Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT)
@@ -33,11 +33,11 @@ class ConsoleModel : public QObject {
   explicit ConsoleModel(ConsoleCommands::Post post, QObject* parent = nullptr)
       : QObject(parent), commands_(std::move(post)) {}
 
-  [[nodiscard]] MirrorObject* session() { return store_.object(mirror_ids::session); }
-  [[nodiscard]] MirrorObject* master() { return store_.object(mirror_ids::master); }
-  [[nodiscard]] MirrorObject* texts() { return store_.object(mirror_ids::texts); }
-  [[nodiscard]] MirrorObject* alert() { return store_.object(mirror_ids::alert); }
-  [[nodiscard]] MirrorObject* menuBar() { return store_.object(mirror_ids::menuBar); }
+  [[nodiscard]] MirrorItem* session() { return store_.object(mirror_ids::session); }
+  [[nodiscard]] MirrorItem* master() { return store_.object(mirror_ids::master); }
+  [[nodiscard]] MirrorItem* texts() { return store_.object(mirror_ids::texts); }
+  [[nodiscard]] MirrorItem* alert() { return store_.object(mirror_ids::alert); }
+  [[nodiscard]] MirrorItem* menuBar() { return store_.object(mirror_ids::menuBar); }
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }

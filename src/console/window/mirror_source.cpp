@@ -56,7 +56,7 @@ void MirrorSource::delivered() {
   deliver();
 }
 
-void MirroredObject::setVariant(const QString& name, QVariant value) {
+void MirrorPublisher::setVariant(const QString& name, QVariant value) {
   const auto [sent, isNew] = sent_.try_emplace(name, value);
   if (isNew || sent->second != value) {
     sent->second = value;

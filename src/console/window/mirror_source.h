@@ -104,16 +104,16 @@ inline QVariant toVariant(const QVariant& value) {
 /// One object of the logic as the window sees it: values under names, which follow for as long as this lives.
 ///
 /// What is followed must outlive this or fall silent. Main thread.
-class MirroredObject {
+class MirrorPublisher {
  public:
   const MirrorId id;
 
-  explicit MirroredObject(MirrorSource& source) : id(source.newId()), source_(source) {}
+  explicit MirrorPublisher(MirrorSource& source) : id(source.newId()), source_(source) {}
   /// One that both sides know by its id.
-  MirroredObject(MirrorSource& source, MirrorId fixedId) : id(fixedId), source_(source) {}
-  ~MirroredObject() { source_.remove(id); }
-  MirroredObject(const MirroredObject&) = delete;
-  MirroredObject& operator=(const MirroredObject&) = delete;
+  MirrorPublisher(MirrorSource& source, MirrorId fixedId) : id(fixedId), source_(source) {}
+  ~MirrorPublisher() { source_.remove(id); }
+  MirrorPublisher(const MirrorPublisher&) = delete;
+  MirrorPublisher& operator=(const MirrorPublisher&) = delete;
 
   template <typename T>
   void set(const char* name, const T& value) {

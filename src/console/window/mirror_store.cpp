@@ -5,12 +5,12 @@
 
 namespace vrel::window {
 
-void MirrorObject::farewell() {
+void MirrorItem::farewell() {
   isGone_ = true;
   leave();
 }
 
-void MirrorHold::setEntry(MirrorObject* entry) {
+void MirrorRef::setEntry(MirrorItem* entry) {
   if (entry == entry_) {
     return;
   }
@@ -22,7 +22,7 @@ void MirrorHold::setEntry(MirrorObject* entry) {
   Q_EMIT entryChanged();
 }
 
-void MirrorHold::letGo() {
+void MirrorRef::letGo() {
   if (entry_ != nullptr) {
     --entry_->holds_;
     entry_->leave();
@@ -43,7 +43,7 @@ void MirrorList::removeRowAt(std::size_t row) {
   endRemoveRows();
 }
 
-void MirrorList::setRows(const std::vector<MirrorObject*>& wanted) {
+void MirrorList::setRows(const std::vector<MirrorItem*>& wanted) {
   const auto before = rows_.size();
   for (std::size_t row = rows_.size(); row-- > 0;) {
     if (std::find(wanted.begin(), wanted.end(), rows_[row]) == wanted.end()) {
@@ -71,10 +71,10 @@ void MirrorList::setRows(const std::vector<MirrorObject*>& wanted) {
   }
 }
 
-MirrorObject* MirrorStore::object(MirrorId id) {
+MirrorItem* MirrorStore::object(MirrorId id) {
   auto& object = objects_[id];
   if (object == nullptr) {
-    object = new MirrorObject(this);
+    object = new MirrorItem(this);
   }
   return object;
 }
@@ -89,13 +89,13 @@ MirrorList* MirrorStore::list(MirrorId id) {
 
 void MirrorStore::apply(const MirrorBatch& batch) {
   for (const auto& [id, values] : batch.values) {
-    MirrorObject* const changed = object(id);
+    MirrorItem* const changed = object(id);
     for (const auto& [name, value] : values) {
       changed->insert(name, value);
     }
   }
   for (const auto& [id, ids] : batch.lists) {
-    std::vector<MirrorObject*> rows;
+    std::vector<MirrorItem*> rows;
     rows.reserve(ids.size());
     for (const MirrorId row : ids) {
       rows.push_back(object(row));

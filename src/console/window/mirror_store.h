@@ -18,14 +18,14 @@ namespace vrel::window {
 
 /// The window's copy of one object of the logic. QML reads its values by name and never writes them.
 ///
-/// When the logic has let go of the object, the copy lives on for as long as a `MirrorHold` holds it.
-class MirrorObject : public QQmlPropertyMap {
+/// When the logic has let go of the object, the copy lives on for as long as a `MirrorRef` holds it.
+class MirrorItem : public QQmlPropertyMap {
   Q_OBJECT
   QML_ELEMENT
   QML_UNCREATABLE("the logic makes these")
 
  public:
-  explicit MirrorObject(QObject* parent) : QQmlPropertyMap(this, parent) {}
+  explicit MirrorItem(QObject* parent) : QQmlPropertyMap(this, parent) {}
 
   /// The logic has let go of it. Deletes it as soon as nobody holds it.
   void farewell();
@@ -35,7 +35,7 @@ class MirrorObject : public QQmlPropertyMap {
   QVariant updateValue(const QString& key, const QVariant& /*input*/) override { return value(key); }
 
  private:
-  friend class MirrorHold;
+  friend class MirrorRef;
 
   void leave() {
     if (isGone_ && holds_ == 0) {
@@ -49,17 +49,17 @@ class MirrorObject : public QQmlPropertyMap {
 
 /// Keeps a copy alive for the item that shows it: a view takes an item away later than the row behind it, and until
 /// then the item goes on reading. Stands in that item, and goes with it.
-class MirrorHold : public QObject {
+class MirrorRef : public QObject {
   Q_OBJECT
   QML_ELEMENT
-  Q_PROPERTY(vrel::window::MirrorObject* entry READ entry WRITE setEntry NOTIFY entryChanged REQUIRED)
+  Q_PROPERTY(vrel::window::MirrorItem* entry READ entry WRITE setEntry NOTIFY entryChanged REQUIRED)
 
  public:
   using QObject::QObject;
-  ~MirrorHold() override { letGo(); }
+  ~MirrorRef() override { letGo(); }
 
-  [[nodiscard]] MirrorObject* entry() const { return entry_; }
-  void setEntry(MirrorObject* entry);
+  [[nodiscard]] MirrorItem* entry() const { return entry_; }
+  void setEntry(MirrorItem* entry);
 
  Q_SIGNALS:
   void entryChanged();
@@ -67,10 +67,10 @@ class MirrorHold : public QObject {
  private:
   void letGo();
 
-  QPointer<MirrorObject> entry_;  // null when the store has ended
+  QPointer<MirrorItem> entry_;  // null when the store has ended
 };
 
-/// The window's copy of a list: one role, `entry`, with a `MirrorObject` for each row. Rows are inserted, moved and
+/// The window's copy of a list: one role, `entry`, with a `MirrorItem` for each row. Rows are inserted, moved and
 /// removed one by one, so that views keep what they have under way.
 class MirrorList : public QAbstractListModel {
   Q_OBJECT
@@ -89,7 +89,7 @@ class MirrorList : public QAbstractListModel {
   [[nodiscard]] QHash<int, QByteArray> roleNames() const override { return {{entryRole, "entry"}}; }
 
   /// Brings the rows into this order row by row.
-  void setRows(const std::vector<MirrorObject*>& wanted);
+  void setRows(const std::vector<MirrorItem*>& wanted);
 
  Q_SIGNALS:
   void countChanged();
@@ -97,7 +97,7 @@ class MirrorList : public QAbstractListModel {
  private:
   void removeRowAt(std::size_t row);
 
-  std::vector<MirrorObject*> rows_;  // owned by the store
+  std::vector<MirrorItem*> rows_;  // owned by the store
 };
 
 /// The window's side of the mirror: all copies, brought up to date by the batches of the logic. The window's thread.
@@ -108,14 +108,14 @@ class MirrorStore : public QObject {
   explicit MirrorStore(QObject* parent = nullptr) : QObject(parent) {}
 
   /// The copy with this id; made, without values, when it is not there yet.
-  [[nodiscard]] MirrorObject* object(MirrorId id);
+  [[nodiscard]] MirrorItem* object(MirrorId id);
   [[nodiscard]] MirrorList* list(MirrorId id);
 
   void apply(const MirrorBatch& batch);
 
  private:
-  std::unordered_map<MirrorId, MirrorObject*> objects_;  // children of this
-  std::unordered_map<MirrorId, MirrorList*> lists_;      // children of this
+  std::unordered_map<MirrorId, MirrorItem*> objects_;  // children of this
+  std::unordered_map<MirrorId, MirrorList*> lists_;    // children of this
 };
 
 }  // namespace vrel::window

@@ -272,21 +272,21 @@ void HallReverb::damp(std::size_t firstLine, std::uint32_t count) noexcept {
   std::array<float, 4> state{};
   std::array<float, 4> pass{};
   std::array<float, 4> pole{};
-  for (std::size_t lane = 0; lane < 4; ++lane) {
-    const Line& line = lines_[firstLine + lane];
-    state[lane] = line.lowPass;
-    pole[lane] = line.damping;
-    pass[lane] = (1.0F - line.damping) * line.loss;
+  for (std::size_t fifo = 0; fifo < 4; ++fifo) {
+    const Line& line = lines_[firstLine + fifo];
+    state[fifo] = line.lowPass;
+    pole[fifo] = line.damping;
+    pass[fifo] = (1.0F - line.damping) * line.loss;
   }
   for (std::uint32_t frame = 0; frame < count; ++frame) {
-    for (std::size_t lane = 0; lane < 4; ++lane) {
-      float& sample = slices_[firstLine + lane][frame];
-      state[lane] = pass[lane] * sample + pole[lane] * state[lane];
-      sample = state[lane];
+    for (std::size_t fifo = 0; fifo < 4; ++fifo) {
+      float& sample = slices_[firstLine + fifo][frame];
+      state[fifo] = pass[fifo] * sample + pole[fifo] * state[fifo];
+      sample = state[fifo];
     }
   }
-  for (std::size_t lane = 0; lane < 4; ++lane) {
-    lines_[firstLine + lane].lowPass = state[lane];
+  for (std::size_t fifo = 0; fifo < 4; ++fifo) {
+    lines_[firstLine + fifo].lowPass = state[fifo];
   }
 }
 

@@ -20,7 +20,7 @@ namespace vrel::audio {
 /// sides are taken from the lines with orthogonal signs.
 ///
 /// Works in slices of 64 frames on a grid that is fixed in time, so the result does not depend on
-/// the size of the blocks. All memory is one piece, sized by `prepare`.
+/// the size of the blocks. All memory is one segment, sized by `prepare`.
 class HallReverb {
  public:
   /// Sizes everything for the rate and clears it. Frames per second.
@@ -41,7 +41,7 @@ class HallReverb {
   static constexpr std::size_t allpassCount = 4;  // per side
   static constexpr std::uint32_t sliceFrames = 64;
 
-  /// A ring whose beginning is repeated behind its end, so that any slice can be read in one piece.
+  /// A ring whose beginning is repeated behind its end, so that any slice can be read in one segment.
   struct DelayMemory {
     float* samples = nullptr;
     std::uint32_t size = 0;   // a multiple of sliceFrames

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds lookEvery{4};
 
-// Half of what is left when a piece is consumed: the next one may still come.
+// Half of what is left when a segment is consumed: the next one may still come.
 constexpr std::uint32_t finishingFrames = PlayerStream::lookahead / 2;
 
 }  // namespace
@@ -24,7 +24,7 @@ PlayerFeeder::~PlayerFeeder() {
     const std::scoped_lock lock(mutex_);
     isEnding_ = true;
   }
-  bell_.notify_one();
+  called_.notify_one();
   if (thread_.joinable()) {
     thread_.join();
   }
@@ -55,7 +55,7 @@ void PlayerFeeder::wake() {
     const std::scoped_lock lock(mutex_);
     ++wakes_;
   }
-  bell_.notify_one();
+  called_.notify_one();
 }
 
 std::vector<std::shared_ptr<PlayerStream>> PlayerFeeder::streams() {
@@ -77,9 +77,9 @@ void PlayerFeeder::serve() {
       std::unique_lock lock(mutex_);
       const auto isCalled = [&] { return isEnding_ || wakes_ != seen; };
       if (isActive) {
-        bell_.wait_for(lock, lookEvery, isCalled);
+        called_.wait_for(lock, lookEvery, isCalled);
       } else {
-        bell_.wait(lock, isCalled);
+        called_.wait(lock, isCalled);
       }
       if (isEnding_) {
         return;

@@ -44,7 +44,7 @@ class PlayerFeeder {
   void serve();
 
   std::mutex mutex_;
-  std::condition_variable bell_;
+  std::condition_variable called_;
   std::vector<std::weak_ptr<PlayerStream>> streams_;  // under mutex_, as all below
   std::size_t wakes_ = 0;
   std::size_t additions_ = 0;

@@ -18,15 +18,15 @@ void PlayerProcessor::prepare(double sampleRate) {
 }
 
 void PlayerProcessor::process(const ProcessBlock& block) noexcept {
-  PlayerLane* const lane = stream_->enterLane();
-  const std::uint64_t serial = lane != nullptr ? lane->serial() : 0;
+  PlaybackFifo* const fifo = stream_->acquireFifo();
+  const std::uint64_t serial = fifo != nullptr ? fifo->serial() : 0;
   if (serial != serial_) {
     edge_ = last_;
     edgeDone_ = 0;
     serial_ = serial;
   }
-  const std::uint32_t taken = takeLane(lane, block);
-  stream_->leaveLane();
+  const std::uint32_t taken = takeFrom(fifo, block);
+  stream_->releaseFifo();
   for (float* const samples : block.output.channels) {
     std::fill(samples + taken, samples + block.frameCount, 0.0F);
   }
@@ -34,19 +34,19 @@ void PlayerProcessor::process(const ProcessBlock& block) noexcept {
   gain_.apply(block.output, block.frameCount);
 }
 
-std::uint32_t PlayerProcessor::takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept {
+std::uint32_t PlayerProcessor::takeFrom(PlaybackFifo* fifo, const ProcessBlock& block) noexcept {
   last_ = {};
-  if (lane == nullptr) {
+  if (fifo == nullptr) {
     return 0;
   }
   // In this order: what is written before the end is told is seen with it.
-  const bool isComplete = lane->isComplete.load();
+  const bool isComplete = fifo->isComplete.load();
   const auto& sides = block.output.channels;
-  const std::uint32_t taken = lane->take(sides, block.frameCount);
+  const std::uint32_t taken = fifo->take(sides, block.frameCount);
   if (taken == block.frameCount) {
     last_ = {sides[0][taken - 1], sides[1][taken - 1]};
   } else if (!isComplete) {
-    RenderCounters::add(counters_->starvedBlocks);
+    RenderCounters::add(counters_->underrunBlocks);
   }
   return taken;
 }
@@ -76,26 +76,26 @@ void PlayerNode::prepareWithFrameCount(std::uint32_t /*frameCount*/) {
 
 void PlayerNode::scheduleSegment(const std::shared_ptr<AVAudioFile>& file, std::int64_t startingFrame,
                                  std::uint32_t frameCount, CompletionHandler completionHandler) {
-  PlayerStream::Piece piece;
-  piece.file = file;
-  piece.start = startingFrame;
-  piece.frameCount = frameCount;
-  piece.completionHandler = std::move(completionHandler);
-  schedule(std::move(piece));
+  PlayerStream::Segment segment;
+  segment.file = file;
+  segment.start = startingFrame;
+  segment.frameCount = frameCount;
+  segment.completionHandler = std::move(completionHandler);
+  schedule(std::move(segment));
 }
 
 void PlayerNode::scheduleBuffer(const std::shared_ptr<AVAudioPCMBuffer>& buffer, AVAudioPlayerNodeBufferOptions options,
                                 CompletionHandler completionHandler) {
-  PlayerStream::Piece piece;
-  piece.buffer = buffer;
-  piece.frameCount = buffer->frameLength;
-  piece.loops = options == AVAudioPlayerNodeBufferOptions::loops && piece.frameCount > 0;
-  piece.completionHandler = std::move(completionHandler);
-  schedule(std::move(piece));
+  PlayerStream::Segment segment;
+  segment.buffer = buffer;
+  segment.frameCount = buffer->frameLength;
+  segment.loops = options == AVAudioPlayerNodeBufferOptions::loops && segment.frameCount > 0;
+  segment.completionHandler = std::move(completionHandler);
+  schedule(std::move(segment));
 }
 
-void PlayerNode::schedule(PlayerStream::Piece piece) {
-  stream_->schedule(std::move(piece));
+void PlayerNode::schedule(PlayerStream::Segment segment) {
+  stream_->schedule(std::move(segment));
   feeder_->wake();
 }
 

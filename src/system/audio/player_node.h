@@ -13,7 +13,7 @@ namespace vrel::audio {
 
 class PlayerFeeder;
 
-/// The audio half of a player: takes from the lane that sounds. A lane that is left in the middle of its sound
+/// The audio half of a player: takes from the fifo that sounds. A fifo that is left in the middle of its sound
 /// ends in a short ramp; one that has not been fed in time is silent, and the block is counted.
 class PlayerProcessor final : public NodeProcessor {
  public:
@@ -27,7 +27,7 @@ class PlayerProcessor final : public NodeProcessor {
   [[nodiscard]] RampedGain& gain() { return gain_; }
 
  private:
-  [[nodiscard]] std::uint32_t takeLane(PlayerLane* lane, const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
+  [[nodiscard]] std::uint32_t takeFrom(PlaybackFifo* fifo, const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void addEdge(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
 
   static constexpr std::uint32_t edgeFrames = 64;
@@ -37,7 +37,7 @@ class PlayerProcessor final : public NodeProcessor {
   RampedGain gain_;
 
   // Audio thread.
-  std::uint64_t serial_ = 0;     // of the lane in the last block; 0 for none
+  std::uint64_t serial_ = 0;     // of the fifo in the last block; 0 for none
   std::array<float, 2> last_{};  // samples of the last block
   std::array<float, 2> edge_{};  // where the ramp to zero begins
   std::uint32_t edgeDone_ = edgeFrames;
@@ -63,7 +63,7 @@ class PlayerNode final : public GraphNodeOf<AVAudioPlayerNode> {
   [[nodiscard]] float volume() const override { return processor_->gain().get(); }
 
  private:
-  void schedule(PlayerStream::Piece piece);
+  void schedule(PlayerStream::Segment segment);
 
   const std::shared_ptr<PlayerFeeder> feeder_;
   const std::shared_ptr<PlayerStream> stream_;

@@ -19,7 +19,7 @@ constexpr std::uint32_t mostConvertedFrames = 1U << 12U;
 
 }  // namespace
 
-AVAudioFormat PlayerStream::Piece::format() const {
+AVAudioFormat PlayerStream::Segment::format() const {
   return file != nullptr ? file->processingFormat() : buffer->format();
 }
 
@@ -28,15 +28,15 @@ PlayerStream::PlayerStream(std::shared_ptr<AudioConverterFactory> converters, st
 
 void PlayerStream::prepare() {
   const std::scoped_lock both(io_, state_);
-  if (lanes_.empty()) {
-    lanes_.push_back(std::make_unique<PlayerLane>());
+  if (fifos_.empty()) {
+    fifos_.push_back(std::make_unique<PlaybackFifo>());
   }
   for (auto& side : silence_) {
     side.resize(chunkFrames);
   }
 }
 
-void PlayerStream::schedule(Piece piece) {
+void PlayerStream::schedule(Segment segment) {
   prepare();
   Handlers consumed;
   {
@@ -44,9 +44,9 @@ void PlayerStream::schedule(Piece piece) {
     {
       const std::scoped_lock state(state_);
       if (filling_ == nullptr || isLeaving_) {
-        takeFreshLane();
+        takeFreeFifo();
       } else if (isPlaying_ && filling_->waiting() == 0) {
-        RenderCounters::add(counters_->starvedBlocks);  // it came too late to follow without a gap
+        RenderCounters::add(counters_->underrunBlocks);  // it came too late to follow without a gap
       }
       if (isFinished_) {
         converter_ = nullptr;
@@ -54,14 +54,14 @@ void PlayerStream::schedule(Piece piece) {
         isFinished_ = false;
       }
       filling_->isComplete.store(false);
-      pieces_.push_back(std::move(piece));
+      segments_.push_back(std::move(segment));
       resting_.store(nullptr);
     }
     while (wantsHead() && readSome()) {
     }
     const std::scoped_lock state(state_);
     if (filling_ != nullptr) {
-      noteCompletion();  // of a piece without frames
+      noteCompletion();  // of a segment without frames
     }
     if (isPlaying_) {
       sounding_.store(filling_);
@@ -90,11 +90,11 @@ void PlayerStream::stop() {
   Handlers stopped;
   {
     const std::scoped_lock state(state_);
-    for (auto& piece : pieces_) {
-      stopped.push_back(std::move(piece.completionHandler));
+    for (auto& segment : segments_) {
+      stopped.push_back(std::move(segment.completionHandler));
     }
-    isLeaving_ = isLeaving_ || (isPlaying_ && pieces_.empty());
-    pieces_.clear();
+    isLeaving_ = isLeaving_ || (isPlaying_ && segments_.empty());
+    segments_.clear();
     resting_.store(nullptr);
     ++generation_;
     isPlaying_ = false;
@@ -108,14 +108,14 @@ void PlayerStream::stop() {
   }
 }
 
-void PlayerStream::takeFreshLane() {
-  const auto isFree = [this](const auto& lane) {
-    return lane.get() != sounding_.load() && lane.get() != entered_.load();
+void PlayerStream::takeFreeFifo() {
+  const auto isFree = [this](const auto& fifo) {
+    return fifo.get() != sounding_.load() && fifo.get() != entered_.load();
   };
-  auto found = std::find_if(lanes_.begin(), lanes_.end(), isFree);
-  if (found == lanes_.end()) {
-    lanes_.push_back(std::make_unique<PlayerLane>());
-    found = std::prev(lanes_.end());
+  auto found = std::find_if(fifos_.begin(), fifos_.end(), isFree);
+  if (found == fifos_.end()) {
+    fifos_.push_back(std::make_unique<PlaybackFifo>());
+    found = std::prev(fifos_.end());
   }
   filling_ = found->get();
   filling_->reset(++lastSerial_);
@@ -125,17 +125,18 @@ void PlayerStream::takeFreshLane() {
   converterRates_ = {};
 }
 
-PlayerStream::Piece* PlayerStream::nextUnread() {
-  const auto next = std::find_if(pieces_.begin(), pieces_.end(), [](const Piece& piece) { return !piece.isRead(); });
-  return next == pieces_.end() ? nullptr : &*next;
+PlayerStream::Segment* PlayerStream::nextUnread() {
+  const auto next =
+      std::find_if(segments_.begin(), segments_.end(), [](const Segment& segment) { return !segment.isRead(); });
+  return next == segments_.end() ? nullptr : &*next;
 }
 
 bool PlayerStream::mayRest() const {
-  const PlayerLane* const lane = resting_.load();
-  return lane != nullptr && lane->read() < nextLook_.load();
+  const PlaybackFifo* const fifo = resting_.load();
+  return fifo != nullptr && fifo->read() < nextLook_.load();
 }
 
-// Under both: when there is room to read on, when a piece is consumed, or when the conversion has to be finished.
+// Under both: when there is room to read on, when a segment is consumed, or when the conversion has to be finished.
 void PlayerStream::noteNextLook() {
   if (filling_ == nullptr) {
     return;
@@ -145,11 +146,11 @@ void PlayerStream::noteNextLook() {
   };
   std::uint64_t look = UINT64_MAX;
   if (nextUnread() != nullptr) {
-    look = before(filling_->written(), PlayerLane::capacity - neededRoom);
+    look = before(filling_->written(), PlaybackFifo::capacity - neededRoom);
   }
-  if (!pieces_.empty() && pieces_.front().isRead()) {
-    look = std::min(look, before(pieces_.front().endsAt, lookahead));
-  } else if (pieces_.empty() && converter_ != nullptr && !isFinished_) {
+  if (!segments_.empty() && segments_.front().isRead()) {
+    look = std::min(look, before(segments_.front().endsAt, lookahead));
+  } else if (segments_.empty() && converter_ != nullptr && !isFinished_) {
     look = before(filling_->written(), lookahead);
   }
   nextLook_.store(look);
@@ -177,44 +178,44 @@ bool PlayerStream::feed() {
 
 bool PlayerStream::isActive() {
   const std::scoped_lock state(state_);
-  return !pieces_.empty() || (filling_ != nullptr && !filling_->isComplete.load());
+  return !segments_.empty() || (filling_ != nullptr && !filling_->isComplete.load());
 }
 
-// Under io_. The state is left alone while the disk is waited for, so that a stop need not wait; the lane
+// Under io_. The state is left alone while the disk is waited for, so that a stop need not wait; the fifo
 // is given to nobody else meanwhile.
 bool PlayerStream::readSome() {
-  Piece piece;
+  Segment segment;
   std::uint64_t generation = 0;
-  PlayerLane* lane = nullptr;
+  PlaybackFifo* fifo = nullptr;
   {
     const std::scoped_lock state(state_);
-    const Piece* const next = nextUnread();
+    const Segment* const next = nextUnread();
     if (next == nullptr || filling_ == nullptr || filling_->room() < neededRoom) {
       return false;
     }
-    piece = *next;
+    segment = *next;
     generation = generation_;
-    lane = filling_;
+    fifo = filling_;
   }
-  const Rates rates{piece.format().sampleRate, sampleRate_.load()};
+  const Rates rates{segment.format().sampleRate, sampleRate_.load()};
   const double ratio = rates[0] > 0 && rates[1] > rates[0] ? rates[1] / rates[0] : 1;
   const auto most = std::clamp<std::int64_t>(static_cast<std::int64_t>(mostConvertedFrames / ratio), 1, chunkFrames);
-  auto frames = static_cast<std::uint32_t>(std::min(most, piece.frameCount - piece.done));
-  const bool isStraight = piece.file != nullptr && piece.format().channelCount == read_.size() && !converts(rates);
+  auto frames = static_cast<std::uint32_t>(std::min(most, segment.frameCount - segment.done));
+  const bool isStraight = segment.file != nullptr && segment.format().channelCount == read_.size() && !converts(rates);
   if (isStraight) {
-    const PlayerLane::Space space = lane->space();
+    const PlaybackFifo::Space space = fifo->space();
     frames = std::min(frames, space.frameCount);
-    AVAudioPCMBuffer straight(piece.format(), frames, space.sides);
-    readFile(piece, straight, frames);
+    AVAudioPCMBuffer straight(segment.format(), frames, space.sides);
+    readFile(segment, straight, frames);
   } else {
-    readAside(piece, frames);
+    readAside(segment, frames);
   }
   const std::scoped_lock state(state_);
   if (generation != generation_) {
     return true;  // stopped meanwhile
   }
-  carryOver(frames, rates, isStraight);
-  Piece& reading = *nextUnread();
+  moveToFifo(frames, rates, isStraight);
+  Segment& reading = *nextUnread();
   reading.done += frames;
   if (reading.isRead() && reading.loops) {
     reading.done = 0;
@@ -224,12 +225,12 @@ bool PlayerStream::readSome() {
 }
 
 // What can not be read is silent and takes its time all the same.
-void PlayerStream::readFile(const Piece& piece, AVAudioPCMBuffer& to, std::uint32_t frames) {
-  if (piece.file->framePosition() != piece.start + piece.done) {
-    piece.file->setFramePosition(piece.start + piece.done);
+void PlayerStream::readFile(const Segment& segment, AVAudioPCMBuffer& to, std::uint32_t frames) {
+  if (segment.file->framePosition() != segment.start + segment.done) {
+    segment.file->setFramePosition(segment.start + segment.done);
   }
   to.frameLength = 0;
-  static_cast<void>(piece.file->readIntoBuffer(to, frames));
+  static_cast<void>(segment.file->readIntoBuffer(to, frames));
   const std::uint32_t got = std::min(to.frameLength, frames);
   if (got == frames) {
     return;
@@ -240,16 +241,16 @@ void PlayerStream::readFile(const Piece& piece, AVAudioPCMBuffer& to, std::uint3
   RenderCounters::add(counters_->unreadFrames, frames - got);
 }
 
-void PlayerStream::readAside(const Piece& piece, std::uint32_t frames) {
-  const AVAudioFormat format = piece.format();
-  if (piece.file != nullptr) {
+void PlayerStream::readAside(const Segment& segment, std::uint32_t frames) {
+  const AVAudioFormat format = segment.format();
+  if (segment.file != nullptr) {
     if (scratch_ == nullptr || !(scratch_->format() == format)) {
       scratch_ = std::make_shared<AVAudioPCMBuffer>(format, chunkFrames);
     }
-    readFile(piece, *scratch_, frames);
+    readFile(segment, *scratch_, frames);
   }
-  const AVAudioPCMBuffer& from = piece.file != nullptr ? *scratch_ : *piece.buffer;
-  const std::int64_t at = piece.file != nullptr ? 0 : piece.start + piece.done;
+  const AVAudioPCMBuffer& from = segment.file != nullptr ? *scratch_ : *segment.buffer;
+  const std::int64_t at = segment.file != nullptr ? 0 : segment.start + segment.done;
   for (std::size_t side = 0; side < read_.size(); ++side) {
     const std::size_t channel = std::min<std::size_t>(side, std::max(format.channelCount, 1U) - 1);
     read_[side] = format.channelCount > 0 ? from.floatChannelData()[channel] + at : silence_[side].data();
@@ -261,7 +262,7 @@ bool PlayerStream::converts(const Rates& rates) const {
 }
 
 // Under both. Moments only: a conversion of one chunk at most.
-void PlayerStream::carryOver(std::uint32_t frames, const Rates& rates, bool isStraight) {
+void PlayerStream::moveToFifo(std::uint32_t frames, const Rates& rates, bool isStraight) {
   if (!converts(rates)) {
     converter_ = nullptr;
   } else if (rates != converterRates_) {
@@ -280,7 +281,7 @@ void PlayerStream::carryOver(std::uint32_t frames, const Rates& rates, bool isSt
 void PlayerStream::convertAndWrite(std::uint32_t frames) {
   std::uint32_t taken = 0;
   while (true) {
-    const PlayerLane::Space space = filling_->space();
+    const PlaybackFifo::Space space = filling_->space();
     const auto progress =
         converter_->convert({read_[0] + taken, read_[1] + taken}, frames - taken, space.sides, space.frameCount);
     filling_->commit(progress.given);
@@ -294,9 +295,9 @@ void PlayerStream::convertAndWrite(std::uint32_t frames) {
 
 // Under both.
 void PlayerStream::noteCompletion() {
-  for (auto& piece : pieces_) {
-    if (piece.isRead() && piece.endsAt == 0) {
-      piece.endsAt = filling_->written();
+  for (auto& segment : segments_) {
+    if (segment.isRead() && segment.endsAt == 0) {
+      segment.endsAt = filling_->written();
     }
   }
   if (nextUnread() == nullptr && converter_ == nullptr) {
@@ -306,10 +307,10 @@ void PlayerStream::noteCompletion() {
 
 PlayerStream::Handlers PlayerStream::takeConsumed() {
   Handlers consumed;
-  while (!pieces_.empty() && pieces_.front().isRead() && filling_ != nullptr &&
-         pieces_.front().endsAt <= filling_->read() + lookahead) {
-    consumed.push_back(std::move(pieces_.front().completionHandler));
-    pieces_.pop_front();
+  while (!segments_.empty() && segments_.front().isRead() && filling_ != nullptr &&
+         segments_.front().endsAt <= filling_->read() + lookahead) {
+    consumed.push_back(std::move(segments_.front().completionHandler));
+    segments_.pop_front();
   }
   return consumed;
 }
@@ -319,11 +320,12 @@ bool PlayerStream::finish(std::uint32_t frames) {
     return false;
   }
   const std::scoped_lock both(io_, state_);
-  if (converter_ == nullptr || isFinished_ || filling_ == nullptr || !pieces_.empty() || filling_->waiting() > frames) {
+  if (converter_ == nullptr || isFinished_ || filling_ == nullptr || !segments_.empty() ||
+      filling_->waiting() > frames) {
     return false;
   }
   for (std::uint32_t given = 1; given > 0;) {
-    const PlayerLane::Space space = filling_->space();
+    const PlaybackFifo::Space space = filling_->space();
     given = space.frameCount > 0 ? converter_->finish(space.sides, space.frameCount) : 0;
     filling_->commit(given);
   }
@@ -332,17 +334,17 @@ bool PlayerStream::finish(std::uint32_t frames) {
   return true;
 }
 
-PlayerLane* PlayerStream::enterLane() noexcept {
+PlaybackFifo* PlayerStream::acquireFifo() noexcept {
   // A stop between the two looks makes it look again; nobody stops twice in that time.
   constexpr int mostLooks = 8;
-  PlayerLane* lane = sounding_.load();
+  PlaybackFifo* fifo = sounding_.load();
   for (int look = 0; look < mostLooks; ++look) {
-    entered_.store(lane);
-    PlayerLane* const again = sounding_.load();
-    if (again == lane) {
-      return lane;
+    entered_.store(fifo);
+    PlaybackFifo* const again = sounding_.load();
+    if (again == fifo) {
+      return fifo;
     }
-    lane = again;
+    fifo = again;
   }
   entered_.store(nullptr);
   return nullptr;

@@ -13,7 +13,7 @@
 #include "foundation/thread_roles.h"
 #include "platform/audio_buffer.h"
 #include "platform/audio_converter.h"
-#include "system/audio/player_lane.h"
+#include "system/audio/playback_fifo.h"
 #include "system/audio/render_counters.h"
 
 namespace vrel {
@@ -24,22 +24,22 @@ namespace vrel::audio {
 
 /// What a player is to play, and the way of its frames from the disk to the block.
 ///
-/// Scenario: a piece is scheduled, and its first frames are read at once, by the caller; `play` makes them
-/// sound from the next block on; the feeder reads the rest ahead of the block. Each run fills a lane of its
+/// Scenario: a segment is scheduled, and its first frames are read at once, by the caller; `play` makes them
+/// sound from the next block on; the feeder reads the rest ahead of the block. Each run fills a fifo of its
 /// own, so that a stop and a new run need not wait for the block under way.
 ///
-/// A piece is consumed when its last frame has been read and no more than `lookahead` frames are left to
-/// sound: early enough for the next piece to follow without a gap, and late enough for a run that ends
+/// A segment is consumed when its last frame has been read and no more than `lookahead` frames are left to
+/// sound: early enough for the next segment to follow without a gap, and late enough for a run that ends
 /// there to end with the sound. Its completion handler is called then, or at a stop, without a lock held.
 ///
 /// Threads: schedule, play and prepare on the player queue; `stop` there or on the main thread; `feed` and
-/// `finish` on the feeder's; `setSampleRate` on the main thread; lanes are taken and left on the audio thread.
+/// `finish` on the feeder's; `setSampleRate` on the main thread; fifos are taken and left on the audio thread.
 /// `io_` is held while frames are read and is never taken by `stop` or the audio thread; `state_` is held for moments.
 class PlayerStream {
  public:
   static constexpr std::uint32_t lookahead = 4096;  // frames of the device
 
-  struct Piece {
+  struct Segment {
     std::shared_ptr<AVAudioFile> file;         // either this
     std::shared_ptr<AVAudioPCMBuffer> buffer;  // or this
     std::int64_t start = 0;                    // frame
@@ -48,7 +48,7 @@ class PlayerStream {
     std::function<void()> completionHandler;
 
     std::int64_t done = 0;     // frames that have been read
-    std::uint64_t endsAt = 0;  // the lane's frame behind its last, once all are read
+    std::uint64_t endsAt = 0;  // the fifo's frame behind its last, once all are read
     [[nodiscard]] bool isRead() const { return done >= frameCount; }
     [[nodiscard]] AVAudioFormat format() const;
   };
@@ -58,13 +58,13 @@ class PlayerStream {
   PlayerStream(const PlayerStream&) = delete;
   PlayerStream& operator=(const PlayerStream&) = delete;
 
-  void schedule(Piece piece);
+  void schedule(Segment segment);
   void play();
   void stop();
   void prepare();
   void setSampleRate(double sampleRate) { sampleRate_.store(sampleRate); }
 
-  /// Reads the next frames if there is room for them, and tells whose pieces are consumed. False when there
+  /// Reads the next frames if there is room for them, and tells whose segments are consumed. False when there
   /// was nothing to do.
   bool feed();
 
@@ -74,23 +74,23 @@ class PlayerStream {
   /// Gives what lags behind in the conversion when nothing follows in time: no more than `frames` are left.
   bool finish(std::uint32_t frames);
 
-  /// The lane that sounds, kept from being filled anew until it is left; null for silence.
-  [[nodiscard]] PlayerLane* enterLane() noexcept VREL_AUDIO_THREAD;
-  void leaveLane() noexcept VREL_AUDIO_THREAD { entered_.store(nullptr, std::memory_order_release); }
+  /// The fifo that sounds, kept from being filled anew until it is left; null for silence.
+  [[nodiscard]] PlaybackFifo* acquireFifo() noexcept VREL_AUDIO_THREAD;
+  void releaseFifo() noexcept VREL_AUDIO_THREAD { entered_.store(nullptr, std::memory_order_release); }
 
  private:
   using Handlers = std::vector<std::function<void()>>;
   using Rates = std::array<double, 2>;  // in, out
 
-  void takeFreshLane();
+  void takeFreeFifo();
   [[nodiscard]] bool wantsHead();
   [[nodiscard]] bool readSome();
-  void readFile(const Piece& piece, AVAudioPCMBuffer& to, std::uint32_t frames);
-  void readAside(const Piece& piece, std::uint32_t frames);
+  void readFile(const Segment& segment, AVAudioPCMBuffer& to, std::uint32_t frames);
+  void readAside(const Segment& segment, std::uint32_t frames);
   [[nodiscard]] bool converts(const Rates& rates) const;
-  void carryOver(std::uint32_t frames, const Rates& rates, bool isStraight);
+  void moveToFifo(std::uint32_t frames, const Rates& rates, bool isStraight);
   void convertAndWrite(std::uint32_t frames);
-  [[nodiscard]] Piece* nextUnread();
+  [[nodiscard]] Segment* nextUnread();
   void noteCompletion();
   [[nodiscard]] Handlers takeConsumed();
   [[nodiscard]] bool mayRest() const;
@@ -102,27 +102,27 @@ class PlayerStream {
 
   std::mutex io_;                              // before state_
   std::shared_ptr<AVAudioPCMBuffer> scratch_;  // under io_, as all until state_
-  std::array<const float*, 2> read_{};         // what was read last but not straight into the lane, both sides
+  std::array<const float*, 2> read_{};         // what was read last but not straight into the fifo, both sides
   std::array<std::vector<float>, 2> silence_;
   std::unique_ptr<AVAudioConverter> converter_;
   Rates converterRates_{};  // equal for none
   std::uint64_t lastSerial_ = 0;
 
   std::mutex state_;
-  std::deque<Piece> pieces_;  // under state_, as all below; consumed ones are gone
+  std::deque<Segment> segments_;  // under state_, as all below; consumed ones are gone
   std::uint64_t generation_ = 0;
-  std::vector<std::unique_ptr<PlayerLane>> lanes_;
-  PlayerLane* filling_ = nullptr;
+  std::vector<std::unique_ptr<PlaybackFifo>> fifos_;
+  PlaybackFifo* filling_ = nullptr;
   bool isPlaying_ = false;
-  bool isLeaving_ = false;   // stopped behind its last piece: the lane may sound to its end
+  bool isLeaving_ = false;   // stopped behind its last segment: the fifo may sound to its end
   bool isFinished_ = false;  // nothing lags behind in the converter
 
-  // Until so many frames of this lane have been taken there is nothing to do; null to look at once.
-  std::atomic<const PlayerLane*> resting_{nullptr};
+  // Until so many frames of this fifo have been taken there is nothing to do; null to look at once.
+  std::atomic<const PlaybackFifo*> resting_{nullptr};
   std::atomic<std::uint64_t> nextLook_{0};
 
-  std::atomic<PlayerLane*> sounding_{nullptr};
-  std::atomic<PlayerLane*> entered_{nullptr};
+  std::atomic<PlaybackFifo*> sounding_{nullptr};
+  std::atomic<PlaybackFifo*> entered_{nullptr};
 };
 
 }  // namespace vrel::audio

@@ -19,7 +19,7 @@ struct RenderCounters {
   Count droppedMidiEvents{0};   // the ring of a unit was full
   Count refusedConnections{0};  // would have closed a circle, or between nodes that are not attached
   Count refusedNodes{0};        // made by another system, or attached to another engine
-  Count starvedBlocks{0};       // of players, whose frames were not read in time
+  Count underrunBlocks{0};      // of players, whose frames were not read in time
   Count unreadFrames{0};        // of files, that could not be read and were silent
   Count overdueWaits{0};        // a block that did not end within the time a stop waits for it
 

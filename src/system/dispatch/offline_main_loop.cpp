@@ -60,11 +60,11 @@ void OfflineMainLoop::advanceUpTo(double seconds) {
   advance(seconds, false);
 }
 
-bool OfflineMainLoop::waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds patience) {
+bool OfflineMainLoop::waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout) {
   while (!predicate()) {
     if (!runOne()) {
       std::unique_lock lock(mutex_);
-      if (!arrived_.wait_for(lock, patience, [this] { return !ready_.empty(); })) {
+      if (!arrived_.wait_for(lock, timeout, [this] { return !ready_.empty(); })) {
         return false;
       }
     }

@@ -72,7 +72,7 @@ class OfflineMainLoop final : public MainQueue {
   /// by work on this queue only.
   ///
   /// Gives up once no work has come for `patience` of the machine's own time. Whether the predicate holds.
-  bool waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds patience);
+  bool waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout);
 
  private:
   class Timer;

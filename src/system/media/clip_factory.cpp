@@ -9,27 +9,27 @@
 
 #include "platform/clock.h"
 #include "system/media/clip_decoder.h"
+#include "system/media/clip_decoder_pool.h"
 #include "system/media/clip_stream.h"
-#include "system/media/clip_workshop.h"
 
 namespace vrel::system {
 namespace {
 
-using Workshop = std::shared_ptr<ClipWorkshop>;
+using Workshop = std::shared_ptr<ClipDecoderPool>;
 
 class Asset final : public AVURLAsset {
  public:
-  Asset(std::string filePath, std::weak_ptr<ClipWorkshop> workshop)
-      : path(std::move(filePath)), workshop_(std::move(workshop)) {}
+  Asset(std::string filePath, std::weak_ptr<ClipDecoderPool> pool)
+      : path(std::move(filePath)), pool_(std::move(pool)) {}
 
   // Opening reads all three, and leaves what was read in the system's cache.
   void loadValuesAsynchronouslyForKeys(const std::vector<std::string>& /*keys*/, Completion completion) override {
-    const auto workshop = workshop_.lock();
-    if (workshop == nullptr) {
+    const auto pool = pool_.lock();
+    if (pool == nullptr) {
       completion();
       return;
     }
-    workshop->runErrand([filePath = path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
+    pool->post([filePath = path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
       static_cast<void>(ClipDecoder::open(filePath, &isOver));
       completion();
     });
@@ -38,7 +38,7 @@ class Asset final : public AVURLAsset {
   const std::string path;
 
  private:
-  const std::weak_ptr<ClipWorkshop> workshop_;
+  const std::weak_ptr<ClipDecoderPool> pool_;
 };
 
 class Item final : public AVPlayerItem {
@@ -56,10 +56,10 @@ class Item final : public AVPlayerItem {
 
 class Player final : public AVQueuePlayer {
  public:
-  Player(const HostClock& clock, Workshop workshop) : clock_(clock), workshop_(std::move(workshop)) {}
+  Player(const HostClock& clock, Workshop pool) : clock_(clock), pool_(std::move(pool)) {}
   ~Player() override {
     if (item_ != nullptr) {
-      workshop_->retire(item_->stream);
+      pool_->retire(item_->stream);
     }
   }
   Player(const Player&) = delete;
@@ -78,13 +78,13 @@ class Player final : public AVQueuePlayer {
   void play() override {
     if (item_ != nullptr) {
       item_->stream->play(clock_.CACurrentMediaTime());
-      workshop_->wake();
+      pool_->wake();
     }
   }
   void pause() override {
     if (item_ != nullptr) {
       item_->stream->pause(clock_.CACurrentMediaTime());
-      workshop_->wake();
+      pool_->wake();
     }
   }
   [[nodiscard]] std::shared_ptr<AVPlayerItem> currentItem() const override { return item_; }
@@ -93,8 +93,8 @@ class Player final : public AVQueuePlayer {
       return nullptr;
     }
     auto picture = item_->stream->picture(clock_.CACurrentMediaTime());
-    if (item_->stream->wish() != ClipStream::Wish::nothing) {
-      workshop_->wake();
+    if (item_->stream->request() != ClipStream::Request::nothing) {
+      pool_->wake();
     }
     return picture;
   }
@@ -102,13 +102,13 @@ class Player final : public AVQueuePlayer {
   /// Once: the item begins to prepare itself.
   void take(const std::shared_ptr<AVURLAsset>& asset) {
     item_ = std::make_shared<Item>(asset);
-    item_->stream = workshop_->open(dynamic_cast<Asset&>(*asset).path);
+    item_->stream = pool_->open(dynamic_cast<Asset&>(*asset).path);
   }
   [[nodiscard]] const std::shared_ptr<Item>& item() const { return item_; }
 
  private:
   const HostClock& clock_;
-  const Workshop workshop_;
+  const Workshop pool_;
   std::shared_ptr<Item> item_;
 };
 
@@ -125,7 +125,7 @@ class Looper final : public AVPlayerLooper {
 
 }  // namespace
 
-ClipFactory::ClipFactory(const HostClock& clock) : clock_(clock), workshop_(std::make_shared<ClipWorkshop>()) {}
+ClipFactory::ClipFactory(const HostClock& clock) : clock_(clock), pool_(std::make_shared<ClipDecoderPool>()) {}
 ClipFactory::~ClipFactory() = default;
 
 bool ClipFactory::fileExistsAtPath(const std::string& path) {
@@ -134,7 +134,7 @@ bool ClipFactory::fileExistsAtPath(const std::string& path) {
 }
 
 std::shared_ptr<AVURLAsset> ClipFactory::makeAsset(const std::string& path) {
-  return std::make_shared<Asset>(path, workshop_);
+  return std::make_shared<Asset>(path, pool_);
 }
 
 std::shared_ptr<AVPlayerItem> ClipFactory::makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) {
@@ -142,7 +142,7 @@ std::shared_ptr<AVPlayerItem> ClipFactory::makePlayerItem(const std::shared_ptr<
 }
 
 std::shared_ptr<AVQueuePlayer> ClipFactory::makeQueuePlayer() {
-  return std::make_shared<Player>(clock_, workshop_);
+  return std::make_shared<Player>(clock_, pool_);
 }
 
 std::shared_ptr<AVPlayerLooper> ClipFactory::makePlayerLooper(const std::shared_ptr<AVQueuePlayer>& player,

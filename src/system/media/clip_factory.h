@@ -12,7 +12,7 @@ class HostClock;
 
 namespace vrel::system {
 
-class ClipWorkshop;
+class ClipDecoderPool;
 
 /// Plays movie files from the disk. A clip begins to prepare itself when its looper is made. Sound is never read,
 /// whether muted or not, and a start never waits, whatever is asked for.
@@ -35,7 +35,7 @@ class ClipFactory final : public VideoFactory {
 
  private:
   const HostClock& clock_;
-  const std::shared_ptr<ClipWorkshop> workshop_;
+  const std::shared_ptr<ClipDecoderPool> pool_;
 };
 
 }  // namespace vrel::system

@@ -100,38 +100,38 @@ void ClipStream::queueKept(double passStart) {
   }
 }
 
-ClipStream::Wish ClipStream::wish() const {
+ClipStream::Request ClipStream::request() const {
   const std::lock_guard lock(mutex_);
   if (!isPrepared_) {
-    return isPlaying_ ? Wish::decoding : Wish::preparing;
+    return isPlaying_ ? Request::decoding : Request::preparing;
   }
   if (isWhole_ || kept_.empty()) {
-    return Wish::nothing;
+    return Request::nothing;
   }
   if (!isPlaying_) {
-    return isAwake_ ? Wish::resting : Wish::nothing;
+    return isAwake_ ? Request::resting : Request::nothing;
   }
   if (decodedStart_ != start_ || skipped_ > 0) {
-    return Wish::decoding;
+    return Request::decoding;
   }
   const bool isFarEnough = !ahead_.empty() && ahead_.back().seconds > position_ + forwardBuffer_;
   const bool isFull = ahead_.size() >= aheadPictures;
-  return hasEnded_ || (isFarEnough && ahead_.size() > 1) || isFull ? Wish::nothing : Wish::decoding;
+  return hasEnded_ || (isFarEnough && ahead_.size() > 1) || isFull ? Request::nothing : Request::decoding;
 }
 
 void ClipStream::step() {
-  switch (wish()) {
-    case Wish::nothing:
+  switch (request()) {
+    case Request::nothing:
       return;
-    case Wish::resting: {
+    case Request::resting: {
       decoder_->rest();
       const std::lock_guard lock(mutex_);
       isAwake_ = false;
       decodedStart_ = start_ - 1;
       return;
     }
-    case Wish::preparing:
-    case Wish::decoding:
+    case Request::preparing:
+    case Request::decoding:
       if (isPrepared()) {
         decode();
       } else {

@@ -25,7 +25,7 @@ namespace vrel::system {
 /// A pass follows on the other where the last picture ends. Pictures that come too late are shown late; the clip
 /// holds its last one until then.
 ///
-/// Threads: the showing side on one thread, `step` and `wish` on any but one at a time. The showing side waits for a
+/// Threads: the showing side on one thread, `step` and `request` on any but one at a time. The showing side waits for a
 /// few assignments at most.
 class ClipStream {
  public:
@@ -33,7 +33,7 @@ class ClipStream {
   static constexpr std::size_t keptBytes = std::size_t{24} << 20;
   static constexpr std::size_t aheadPictures = 16;  // with the kept ones that are still to come
 
-  enum class Wish { nothing, preparing, resting, decoding };
+  enum class Request { nothing, preparing, resting, decoding };
 
   /// `isOver` breaks off reading; it outlives the stream's last `step`.
   ClipStream(std::string path, const std::atomic<bool>& isOver);
@@ -48,7 +48,7 @@ class ClipStream {
 
   // The decoding side.
   /// The most useful next step.
-  [[nodiscard]] Wish wish() const;
+  [[nodiscard]] Request request() const;
   /// Opens the file, decodes one picture, begins another pass or lets the codec go.
   void step();
 

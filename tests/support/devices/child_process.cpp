@@ -62,9 +62,9 @@ void ChildProcess::signal(int signal) const {
 }
 
 void ChildProcess::end(int signal) {
-  constexpr auto patience = std::chrono::seconds(10);
+  constexpr auto timeout = std::chrono::seconds(10);
   this->signal(signal);
-  if (!eventually([this] { return !isRunning(); }, patience)) {
+  if (!eventually([this] { return !isRunning(); }, timeout)) {
     this->signal(SIGKILL);
     ::waitpid(process_, nullptr, 0);
     noteEnd();

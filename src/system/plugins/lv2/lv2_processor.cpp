@@ -30,7 +30,7 @@ void Lv2Processor::prepare(double sampleRate) {
   const ControlHold hold(gate_);
   if (hold) {
     plugin_ = std::move(next).value();
-    timeNews_.forget();
+    transportChange_.forget();
   }
 }
 
@@ -71,7 +71,7 @@ void Lv2Processor::tellTime(std::uint32_t frameCount) noexcept {
     return;
   }
   const MusicalTime time = time_.read();
-  if (time.isKnown != 0 && timeNews_.isNews(time, frameCount, plugin_->sampleRate())) {
+  if (time.isKnown != 0 && transportChange_.hasChanged(time, frameCount, plugin_->sampleRate())) {
     plugin_->ports().appendTime(time);
   }
 }
@@ -135,7 +135,7 @@ void Lv2Processor::reset() {
     }
     const std::lock_guard lock(plugin.worker().workMutex());
     plugin.reactivate();
-    timeNews_.forget();
+    transportChange_.forget();
     return std::nullopt;
   });
   if (failure) {

@@ -69,7 +69,7 @@ class Lv2Processor final : public audio::NodeProcessor {
   HostTimeBlocks time_;
 
   // With the gate.
-  TimeNews timeNews_;
+  TransportChangeDetector transportChange_;
   HostedPluginPointer plugin_;
 };
 

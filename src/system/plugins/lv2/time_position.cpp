@@ -56,7 +56,8 @@ std::uint32_t TimePositionForge::write(const MusicalTime& time, std::span<std::u
   return forge_.offset;
 }
 
-bool TimeNews::isNews(const MusicalTime& time, std::uint32_t frameCount, double sampleRate) noexcept {
+bool TransportChangeDetector::hasChanged(const MusicalTime& time, std::uint32_t frameCount,
+                                         double sampleRate) noexcept {
   const double beatsPerSecond = told_.tempoBpm / secondsPerMinute;
   const double expectedBeat = told_.beat + framesSince_ / sampleRate * beatsPerSecond;
   const bool isSame = hasTold_ && time.tempoBpm == told_.tempoBpm && time.isMoving == told_.isMoving &&

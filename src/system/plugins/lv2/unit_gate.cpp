@@ -7,10 +7,10 @@
 namespace vrel::lv2 {
 
 bool UnitGate::enterControl() {
-  constexpr auto patience = std::chrono::seconds(2);
+  constexpr auto timeout = std::chrono::seconds(2);
   const auto start = std::chrono::steady_clock::now();
   while (!tryTake()) {
-    if (std::chrono::steady_clock::now() - start > patience) {
+    if (std::chrono::steady_clock::now() - start > timeout) {
       return false;
     }
     // Longer than a spin, much shorter than a block: the block must not be starved of its processor.

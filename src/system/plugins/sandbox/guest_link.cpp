@@ -7,7 +7,7 @@
 
 namespace vrel::sandbox {
 
-Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Patience patience) {
+Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout) {
   const Error dead{"its process has ended"};
   const Error slow{"it does not answer"};
   std::unique_lock lock(mutex_);
@@ -27,8 +27,8 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
   awaited_ = request;
   answer_.reset();
   const auto isOver = [this] { return answer_.has_value() || isDead(); };
-  if (patience) {
-    answered_.wait_for(lock, *patience, isOver);
+  if (timeout) {
+    answered_.wait_for(lock, *timeout, isOver);
   } else {
     answered_.wait(lock, isOver);
   }

@@ -23,7 +23,7 @@ namespace vrel::sandbox {
 class GuestLink {
  public:
   /// How long a question waits for its answer; none is for as long as the guest lives.
-  using Patience = std::optional<std::chrono::milliseconds>;
+  using Timeout = std::optional<std::chrono::milliseconds>;
   using Send = std::function<void(Message)>;
 
   explicit GuestLink(SharedMemory memory) : memory_(std::move(memory)) {}
@@ -32,10 +32,9 @@ class GuestLink {
   [[nodiscard]] bool isDead() const noexcept { return isDead_.load(std::memory_order_acquire); }
 
   /// Sends a request and waits for its answer, of the kind `answer`. Fails when the guest is dead or out
-  /// of patience. A guest that still owes an answer is given further requests without waiting, but is not
+  /// of timeout. A guest that still owes an answer is given further requests without waiting, but is not
   /// asked for what only an answer could give.
-  [[nodiscard]] Result<Bytes> ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer,
-                                  Patience patience);
+  [[nodiscard]] Result<Bytes> ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout);
 
   /// Gives an answer to whoever waits for it. False for one that nobody can have asked for.
   [[nodiscard]] bool deliver(Message message);

@@ -129,8 +129,8 @@ GuestProcess::~GuestProcess() {
   if (id_ > 0) {
     kill();
     pollfd wait{end_.get(), POLLIN, 0};
-    constexpr int patienceMilliseconds = 2000;  // for a process that hangs in the kernel
-    poll(&wait, 1, patienceMilliseconds);
+    constexpr int timeoutMilliseconds = 2000;  // for a process that hangs in the kernel
+    poll(&wait, 1, timeoutMilliseconds);
     (void)reap();
   }
 }

@@ -27,7 +27,7 @@ void SandboxProcessor::prepare(double sampleRate) {
   ByteWriter writer;
   writer.number(sampleRate);
   // A guest that is slow or dead is silent until it has done it; there is nothing to be told beyond that.
-  (void)guest_->ask(MessageKind::prepare, writer.take(), MessageKind::done, settings_.patience);
+  (void)guest_->ask(MessageKind::prepare, writer.take(), MessageKind::done, settings_.timeout);
 }
 
 bool SandboxProcessor::sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {

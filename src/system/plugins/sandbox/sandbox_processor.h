@@ -28,13 +28,13 @@ class SandboxProcessor final : public audio::NodeProcessor {
  public:
   struct Settings {
     double sampleRate = 48000;  // at which the plug-in was made
-    GuestLink::Patience patience;
+    GuestLink::Timeout timeout;
     std::shared_ptr<PluginCounters> counters;
   };
 
   SandboxProcessor(Supervisor::Ready ready, Settings settings);
 
-  /// For another rate the guest makes its plug-in anew; waits for that, within the patience.
+  /// For another rate the guest makes its plug-in anew; waits for that, within the timeout.
   void prepare(double sampleRate) override VREL_NOT_AUDIO_THREAD;
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t /*inputChannelCount*/) const override {
     return outputChannelCount_;
@@ -51,7 +51,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   [[nodiscard]] GlidingGain& gain() { return gain_; }
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
   [[nodiscard]] Guest& guest() { return *guest_; }
-  [[nodiscard]] GuestLink::Patience patience() const { return settings_.patience; }
+  [[nodiscard]] GuestLink::Timeout timeout() const { return settings_.timeout; }
 
  private:
   [[nodiscard]] bool request(std::uint32_t frameCount, const audio::Stream& input) noexcept VREL_AUDIO_THREAD;

@@ -7,7 +7,7 @@ namespace vrel::sandbox {
 
 std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() {
   const Result<Bytes> answer =
-      processor_->guest().ask(MessageKind::captureState, {}, MessageKind::state, processor_->patience());
+      processor_->guest().ask(MessageKind::captureState, {}, MessageKind::state, processor_->timeout());
   if (!answer) {
     tell("did not give its state: " + answer.error().description + "; the last one known is kept");
     return lastState_;
@@ -23,7 +23,7 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
 void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& state) {
   lastState_ = state;
   const Result<Bytes> answer =
-      processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->patience());
+      processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());
   if (!answer) {
     tell("has not taken its state yet: " + answer.error().description);
   }
@@ -32,7 +32,7 @@ void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& st
 void SandboxedInstance::reset() {
   processor_->forgetEvents();
   const Result<Bytes> answer =
-      processor_->guest().ask(MessageKind::reset, {}, MessageKind::done, processor_->patience());
+      processor_->guest().ask(MessageKind::reset, {}, MessageKind::done, processor_->timeout());
   if (!answer) {
     tell("was not reset in time: " + answer.error().description);
   }

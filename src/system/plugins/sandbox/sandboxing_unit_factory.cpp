@@ -12,7 +12,7 @@ namespace {
 std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioComponentDescription& codes,
                                       const std::string& name, const SandboxSettings& settings) {
   auto processor = std::make_shared<SandboxProcessor>(
-      std::move(ready), SandboxProcessor::Settings{settings.sampleRate, settings.patience, settings.counters});
+      std::move(ready), SandboxProcessor::Settings{settings.sampleRate, settings.timeout, settings.counters});
   if (codes.componentType == componentTypeMusicDevice) {
     return std::make_shared<SandboxedInstrument>(std::move(processor), name, settings.log);
   }

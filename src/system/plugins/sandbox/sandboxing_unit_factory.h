@@ -33,7 +33,7 @@ struct SandboxSettings {
 
   /// How long the main thread waits for a plug-in's state, or for its reset; none while rendering a
   /// file, where a plug-in has all the time it lives.
-  GuestLink::Patience patience = std::chrono::seconds(2);
+  GuestLink::Timeout timeout = std::chrono::seconds(2);
 
   std::function<void(const std::string&)> log;  // any thread
   std::shared_ptr<PluginCounters> counters = std::make_shared<PluginCounters>();

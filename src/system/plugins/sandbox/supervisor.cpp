@@ -17,12 +17,12 @@ Guest::~Guest() {
   supervisor_->core_->post([key = key_](Supervisor::Core& core) { core.letGo(key); });
 }
 
-Result<Bytes> Guest::ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Patience patience) {
+Result<Bytes> Guest::ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Timeout timeout) {
   const auto send = [this](Message message) {
     supervisor_->core_->post([key = key_, message = std::make_shared<const Message>(std::move(message))](
                                  Supervisor::Core& core) { core.send(key, *message); });
   };
-  return link_->ask(send, kind, std::move(body), answer, patience);
+  return link_->ask(send, kind, std::move(body), answer, timeout);
 }
 
 Supervisor::Supervisor(std::shared_ptr<Core> core) : core_(std::move(core)) {}

@@ -29,7 +29,7 @@ class Guest {
   [[nodiscard]] int processId() const { return processId_; }
 
   /// See GuestLink::ask. Main thread.
-  [[nodiscard]] Result<Bytes> ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Patience patience);
+  [[nodiscard]] Result<Bytes> ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Timeout timeout);
 
  private:
   const std::shared_ptr<Supervisor> supervisor_;

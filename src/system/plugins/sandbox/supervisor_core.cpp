@@ -19,7 +19,7 @@ namespace vrel::sandbox {
 namespace {
 
 // Of one event: the bell has tag 0, a guest's socket twice its key, its end one more.
-constexpr std::uint64_t bellTag = 0;
+constexpr std::uint64_t wakeTag = 0;
 
 // As much as is read of one guest before the others have their turn.
 constexpr int readsPerTurn = 16;
@@ -36,11 +36,11 @@ std::string printable(std::span<const std::uint8_t> bytes) {
 
 Outcome Supervisor::Core::begin(const std::shared_ptr<Core>& self) {
   events_ = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
-  bell_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-  if (!events_ || !bell_) {
+  wakeDescriptor_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!events_ || !wakeDescriptor_) {
     return Error{"no supervision of plug-ins: " + std::generic_category().message(errno)};
   }
-  watch(bell_.get(), bellTag);
+  watch(wakeDescriptor_.get(), wakeTag);
   try {
     thread_ = std::thread([self] { self->run(); });
   } catch (const std::system_error& thrown) {
@@ -69,7 +69,7 @@ void Supervisor::Core::post(Command command) {
     return;
   }
   commands_.push_back(std::move(command));
-  eventfd_write(bell_.get(), 1);
+  eventfd_write(wakeDescriptor_.get(), 1);
 }
 
 void Supervisor::Core::watch(int descriptor, std::uint64_t tag) {
@@ -109,7 +109,7 @@ int Supervisor::Core::waitMilliseconds() const {
 
 void Supervisor::Core::runCommands() {
   eventfd_t rings = 0;
-  eventfd_read(bell_.get(), &rings);
+  eventfd_read(wakeDescriptor_.get(), &rings);
   std::vector<Command> commands;
   {
     const std::lock_guard lock(mutex_);
@@ -121,7 +121,7 @@ void Supervisor::Core::runCommands() {
 }
 
 void Supervisor::Core::handleEvent(std::uint64_t tag, std::uint32_t events) {
-  if (tag == bellTag) {
+  if (tag == wakeTag) {
     runCommands();
     return;
   }

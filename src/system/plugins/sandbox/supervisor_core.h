@@ -79,8 +79,8 @@ class Supervisor::Core {
   void tell(const Record& record, const std::string& text) const;
 
   const Settings settings_;
-  FileDescriptor events_;  // an epoll instance
-  FileDescriptor bell_;    // rings for commands
+  FileDescriptor events_;          // an epoll instance
+  FileDescriptor wakeDescriptor_;  // rings for commands
   std::thread thread_;
   std::atomic<std::size_t> processCount_{0};
 

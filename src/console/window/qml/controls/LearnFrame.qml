@@ -24,7 +24,7 @@ Canvas {
         context.stroke();
     }
 
-    LearnLook {
+    LearnHighlight {
         id: look
 
         isEnabled: frame.isLearning

@@ -11,7 +11,7 @@ ModalShade {
 
     required property ConsoleModel desk
 
-    readonly property MirrorObject alert: desk.alert
+    readonly property MirrorItem alert: desk.alert
     // Nothing has been asked yet when the window comes up.
     readonly property bool isWarning: alert.isWarning === true
     readonly property string message: alert.message ?? ""

@@ -9,7 +9,7 @@ PopupMenu {
     required property ConsoleModel desk
     property string songId
 
-    function openFor(entry: MirrorObject): void {
+    function openFor(entry: MirrorItem): void {
         songId = entry.songId;
         popup();
     }

@@ -7,7 +7,7 @@ Rectangle {
     id: row
 
     required property ConsoleModel desk
-    required property MirrorObject entry
+    required property MirrorItem entry
     required property int index
     property bool isDragged
 
@@ -46,7 +46,7 @@ Rectangle {
     Accessible.selectable: true
     Accessible.onPressAction: act()
 
-    MirrorHold {
+    MirrorRef {
         entry: row.entry
     }
 

@@ -8,7 +8,7 @@ Item {
     id: strip
 
     required property ConsoleModel desk
-    required property MirrorObject entry
+    required property MirrorItem entry
     required property int index
     property bool isDragged
 
@@ -32,7 +32,7 @@ Item {
     Accessible.selectable: true
     Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
 
-    MirrorHold {
+    MirrorRef {
         entry: strip.entry
     }
 

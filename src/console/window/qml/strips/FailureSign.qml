@@ -6,7 +6,7 @@ import Vrel.Console
 PushButton {
     id: sign
 
-    required property MirrorObject entry
+    required property MirrorItem entry
     required property int index
 
     readonly property color statusColor: entry.statusColor
@@ -19,7 +19,7 @@ PushButton {
     ink: Theme.ink
     edge: Theme.panic
 
-    MirrorHold {
+    MirrorRef {
         entry: sign.entry
     }
 }

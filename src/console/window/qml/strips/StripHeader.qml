@@ -7,7 +7,7 @@ Item {
     id: header
 
     required property ConsoleModel desk
-    required property MirrorObject entry
+    required property MirrorItem entry
 
     signal menuWanted
     signal dragBegan

@@ -11,7 +11,7 @@ PopupMenu {
 
     readonly property bool isAllowed: !desk.session.isLive
 
-    function openFor(entry: MirrorObject): void {
+    function openFor(entry: MirrorItem): void {
         channelId = entry.channelId;
         popup();
     }

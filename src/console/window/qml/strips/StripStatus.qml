@@ -7,7 +7,7 @@ import Vrel.Console
 ColumnLayout {
     id: status
 
-    required property MirrorObject entry
+    required property MirrorItem entry
     required property bool isFailed
 
     spacing: 4

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/application.h"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "vrel/session.h"
+
+namespace vrel::app {
+
+LogicThread::~LogicThread() {
+  end();
+}
+
+void LogicThread::start(UiThread& window) {
+  thread_ = std::thread([this, &window] { run(window); });
+}
+
+void LogicThread::run(UiThread& window) {
+  session_ = std::make_unique<Session>(loop_, window);
+  session_->start();
+  loop_.runUntil([this] { return isEnding_; });
+  session_.reset();
+}
+
+void LogicThread::end() {
+  if (!thread_.joinable()) {
+    return;
+  }
+  loop_.async([this] {
+    isEnding_ = true;
+    session_->cancelQuestions();
+  });
+  thread_.join();
+}
+
+void LogicThread::post(std::function<void()> action) {
+  loop_.async(std::move(action));
+}
+
+void LogicThread::postToSession(std::function<void(Session&)> action) {
+  loop_.async([this, action = std::move(action)] {
+    if (session_ != nullptr && !isEnding_) {
+      action(*session_);
+    }
+  });
+}
+
+void LogicThread::postCommand(window::ConsoleCommands::Action action) {
+  postToSession([action = std::move(action)](Session& session) { session.carryOut(action); });
+}
+
+Application::Application()
+    : window([this](auto action) { logic.postCommand(std::move(action)); },
+             [this](auto action) { logic.post(std::move(action)); }) {
+  window.onScreens = [this](std::vector<NSScreen> screens) {
+    logic.postToSession([screens = std::move(screens)](Session& session) { session.setScreens(screens); });
+  };
+  window.onWindowResolved = [this](bool isFullScreen, const std::optional<NSScreen>& screen) {
+    logic.postToSession([=](Session& session) { session.windowResolved(isFullScreen, screen); });
+  };
+  window.onCloseRequest = [this] { logic.postToSession([](Session& session) { session.requestTermination(); }); };
+  window.onSystemEnd = [this] { systemEnds(); };
+}
+
+void Application::systemEnds() {
+  logic.postToSession([](Session& session) { session.systemEnds(); });
+}
+
+Application::~Application() {
+  // Nobody looks at a window that does not answer any more.
+  window.leaveScreen();
+  logic.end();
+}
+
+}  // namespace vrel::app

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "console/window/console_commands.h"
+#include "system/dispatch/main_loop.h"
+#include "vrel/ui_thread.h"
+
+namespace vrel::app {
+
+class Session;
+class UiThread;
+
+/// The main thread of the program, apart from the window's: a note never waits for a frame, and a desktop that hangs
+/// stops no sound.
+///
+/// Threads: made, started and ended on the window's thread. Posts from any; what is posted before the program is made
+/// or after it has ended is dropped.
+class LogicThread {
+ public:
+  LogicThread() = default;
+  ~LogicThread();
+  LogicThread(const LogicThread&) = delete;
+  LogicThread& operator=(const LogicThread&) = delete;
+
+  /// Makes the program on its thread, and runs it. The window is borrowed and outlives `end`.
+  void start(UiThread& window);
+
+  /// Lets go of the program and waits for its thread. Nothing is called on the window any more.
+  void end();
+
+  void post(std::function<void()> action);
+  void postCommand(window::ConsoleCommands::Action action);
+
+  /// Runs `action` with the program.
+  void postToSession(std::function<void(Session&)> action);
+
+ private:
+  void run(UiThread& window);
+
+  system::MainLoop loop_;
+  std::unique_ptr<Session> session_;  // on its thread
+  bool isEnding_ = false;             // on its thread
+  std::thread thread_;
+};
+
+/// The program: its logic on one thread, its window on another, each posting to the other. Made, started and let go of
+/// on Qt's thread, whose loop its maker runs.
+class Application {
+ public:
+  Application();
+  ~Application();
+  Application(const Application&) = delete;
+  Application& operator=(const Application&) = delete;
+
+  void start() { logic.start(window); }
+
+  /// The system is about to end, and does not wait for ever.
+  void systemEnds();
+
+  LogicThread logic;
+  UiThread window;  // ends after the logic, which uses it
+};
+
+}  // namespace vrel::app

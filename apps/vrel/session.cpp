@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/session.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "system/dispatch/main_loop.h"
+#include "system/files/user_folders.h"
+#include "vrel/menu_mirror.h"
+#include "vrel/ui_thread.h"
+
+namespace vrel::app {
+
+void Session::ConsoleLog::print(const std::string& line) {
+  output_.print(line);
+  // The window has a place of its own for the name of the port.
+  if (line.starts_with("Connected MIDI port: ")) {
+    return;
+  }
+  session_.loop_.async([&session = session_, line] { session.mirror_.setProblem(line); });
+}
+
+Session::UnrunWork::~UnrunWork() {
+  loop.dropWork();
+}
+
+Session::Session(system::MainLoop& loop, UiThread& window)
+    : loop_(loop),
+      window_(window),
+      platform_({}, loop, clock_, console_),
+      state_({defaults_, platform_.components(), loop, console_, files_}, system::userRecentFilesPath()),
+      engine_(AudioEngine::make(platform_.platform())),
+      desktop_(loop, window),
+      content_(
+          {state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder()}),
+      meterReadings_(*engine_, loop),
+      mirrorSource_(loop,
+                    [this](window::MirrorBatch batch) {
+                      window_.apply(std::move(batch), [this] { mirrorSource_.delivered(); });
+                    }),
+      mirror_(mirrorSource_, content_, desktop_.shownAlert, *window.model().meters()),
+      menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn()}),
+      actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
+               [this](const std::string& action, const std::string& object) { menus_.perform(action, object); }},
+      app_({state_, engine_, content_, menus_, notifications_, desktop_, loop}),
+      menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
+  platform_.setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node) { engine_->pluginDied(node); });
+}
+
+Session::~Session() = default;
+
+void Session::start() {
+  app_.contentDidAppear();
+  dropoutTimer_ = loop_.repeatingTimer(1, [this] { mirror_.setDropouts(platform_.dropouts()); });
+}
+
+void Session::carryOut(const window::ConsoleCommands::Action& action) {
+  action(actions_);
+  mirrorSource_.schedule();
+}
+
+void Session::setScreens(std::vector<NSScreen> screens) {
+  desktop_.setScreens(std::move(screens));
+  menus_.rebuildMenusSoon();
+}
+
+void Session::windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen) {
+  class Window final : public NSWindow {
+   public:
+    Window(UiThread& window, bool isFullScreen, const std::optional<NSScreen>& screen)
+        : window_(window), isFullScreen_(isFullScreen), screen_(screen) {}
+    [[nodiscard]] bool isFullScreen() const override { return isFullScreen_; }
+    [[nodiscard]] std::optional<NSScreen> screen() const override { return screen_; }
+    void setFrame(const ScreenRect& frame) override { window_.setWindowFrame(frame); }
+
+   private:
+    UiThread& window_;
+    const bool isFullScreen_;
+    const std::optional<NSScreen>& screen_;
+  };
+  Window resolved(window_, isFullScreen, screen);
+  app_.windowResolved(resolved);
+}
+
+void Session::requestTermination() {
+  (void)app_.appDelegate().applicationShouldTerminate();
+}
+
+void Session::systemEnds() {
+  app_.systemEnds();
+}
+
+}  // namespace vrel::app

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/content_view.h"
+#include "console/meter_readings.h"
+#include "console/window/console_commands.h"
+#include "console/window/console_mirror.h"
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "platform/console_output.h"
+#include "platform/notification_center.h"
+#include "shell/menu_controller.h"
+#include "shell/vrel_app.h"
+#include "system/desktop/window_desktop.h"
+#include "system/dispatch/standard_output.h"
+#include "system/dispatch/system_clock.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
+#include "system/user_defaults/ini_user_defaults.h"
+#include "vrel/system_platform.h"
+
+namespace vrel::system {
+class MainLoop;
+}  // namespace vrel::system
+
+namespace vrel::app {
+
+class UiThread;
+
+/// The whole program but for its window: session, engine, and what the window does. Main thread, that is, the one on
+/// which it is made.
+class Session {
+ public:
+  /// Makes the session, which scans the plug-ins, and then the engine. Both are borrowed.
+  Session(system::MainLoop& loop, UiThread& window);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// What the program does first once it is all there: settings of the devices, a first song, the menus.
+  void start();
+
+  void carryOut(const window::ConsoleCommands::Action& action);
+  void setScreens(std::vector<NSScreen> screens);
+  void windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen);
+  /// A person asks whether the program may end.
+  void requestTermination();
+  /// The system does, and does not wait for ever.
+  void systemEnds();
+  void cancelQuestions() { desktop_.cancelQuestions(); }
+
+  [[nodiscard]] AppState& state() { return state_; }
+  [[nodiscard]] AudioEngine& engine() { return *engine_; }
+  [[nodiscard]] ContentView& content() { return content_; }
+
+ private:
+  /// Lines for the person at the machine: on standard output, and the last one in the window.
+  class ConsoleLog final : public ConsoleOutput {
+   public:
+    explicit ConsoleLog(Session& session) : session_(session) {}
+    void print(const std::string& line) override;
+
+   private:
+    Session& session_;
+    system::StandardOutput output_;
+  };
+
+  /// Work that nobody will run any more goes when all that posts has gone. It may hold plug-ins, which still tell the
+  /// console how they end.
+  struct UnrunWork {
+    system::MainLoop& loop;
+    explicit UnrunWork(system::MainLoop& mainLoop) : loop(mainLoop) {}
+    ~UnrunWork();
+    UnrunWork(const UnrunWork&) = delete;
+    UnrunWork& operator=(const UnrunWork&) = delete;
+  };
+
+  // In the order of birth; what stands further down uses what stands above.
+  system::MainLoop& loop_;
+  UiThread& window_;
+  ConsoleLog console_{*this};
+  UnrunWork unrunWork_{loop_};
+  system::SystemClock clock_;
+  system::FileCalls fileCalls_;
+  system::PosixFileManager files_{fileCalls_};
+  system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
+  SystemPlatform platform_;
+  AppState state_;
+  std::shared_ptr<AudioEngine> engine_;
+  system::WindowDesktop desktop_;
+  NSNotificationCenter notifications_;
+  ContentView content_;
+  MeterReadings meterReadings_;
+  window::MirrorSource mirrorSource_;
+  window::ConsoleMirror mirror_;
+  VrelMenuController menus_;
+  window::ConsoleActions actions_;
+  VrelApp app_;
+  std::shared_ptr<void> menusShown_;
+  std::unique_ptr<RepeatingTimer> dropoutTimer_;
+};
+
+}  // namespace vrel::app

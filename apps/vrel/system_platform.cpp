@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/system_platform.h"
+
+#include <optional>
+#include <utility>
+
+#include "platform/console_output.h"
+
+namespace vrel::app {
+namespace {
+
+lv2::HostSettings hostSettings(const system::SystemAudioOutput& output, std::function<void(const std::string&)> log,
+                               std::shared_ptr<PluginCounters> counters) {
+  lv2::HostSettings settings;
+  settings.sampleRate = output.sampleRate();
+  settings.nominalBlockFrames = output.blockFrames();
+  settings.log = std::move(log);
+  settings.counters = std::move(counters);
+  return settings;
+}
+
+}  // namespace
+
+SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, HostClock& clock, ConsoleOutput& console)
+    : mainQueue_(mainQueue),
+      clock_(clock),
+      console_(console),
+      hardware_(system::makeAudioBackends(settings.jackServerName)),
+      midi_(system::makeMidiBackends(settings.jackServerName)),
+      output_(std::make_shared<system::SystemAudioOutput>(hardware_, mainQueue, log())),
+      clips_(clock),
+      nodes_(output_, renderCounters_, files_),
+      lv2Units_(world_, hostSettings(*output_, log(), pluginCounters_)),
+      sandbox_(makeSandbox(settings)) {}
+
+std::function<void(const std::string&)> SystemPlatform::log() {
+  return [&console = console_](const std::string& line) { console.print(line); };
+}
+
+std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(const Settings& settings) {
+  auto supervisor = sandbox::Supervisor::start({.helperPath = settings.pluginHostProgram.empty()
+                                                                  ? sandbox::Supervisor::defaultHelperPath()
+                                                                  : settings.pluginHostProgram,
+                                                .log = log()});
+  if (!supervisor) {
+    console_.print("plug-ins run in this process: " + supervisor.error().description);
+    return nullptr;
+  }
+  const auto find = [world = world_](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
+    const auto plugin = world->find(codes);
+    return plugin ? std::optional(sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+  };
+  sandbox::SandboxSettings sandboxSettings;
+  sandboxSettings.sampleRate = output_->sampleRate();
+  sandboxSettings.nominalBlockFrames = output_->blockFrames();
+  sandboxSettings.log = log();
+  sandboxSettings.counters = pluginCounters_;
+  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), find, mainQueue_,
+                                                          std::move(sandboxSettings));
+}
+
+EnginePlatform SystemPlatform::platform() {
+  AudioUnitFactory& units = sandbox_ ? static_cast<AudioUnitFactory&>(*sandbox_) : lv2Units_;
+  return {nodes_,   units,      mainQueue_, queues_,      clock_, propertyLists_,
+          console_, &hardware_, &midi_,     files_.get(), &clips_};
+}
+
+void SystemPlatform::setDeathHandler(std::function<void(const std::shared_ptr<AVAudioUnit>&)> handler) {
+  if (sandbox_) {
+    sandbox_->setDeathHandler(
+        [handler = std::move(handler)](const std::shared_ptr<AVAudioUnit>& node, int) { handler(node); });
+  }
+}
+
+std::uint64_t SystemPlatform::dropouts() const {
+  return output_->underruns() + pluginCounters_->lateBlocks + renderCounters_->underrunBlocks;
+}
+
+}  // namespace vrel::app

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "engine/engine_platform.h"
+#include "system/audio/render_counters.h"
+#include "system/audio/render_node_factory.h"
+#include "system/devices/system_audio_hardware.h"
+#include "system/devices/system_audio_output.h"
+#include "system/devices/system_midi_service.h"
+#include "system/dispatch/serial_queue.h"
+#include "system/media/audio_files.h"
+#include "system/media/clip_factory.h"
+#include "system/plugins/lv2/lv2_unit_factory.h"
+#include "system/plugins/lv2/lv2_world.h"
+#include "system/plugins/sandbox/sandboxing_unit_factory.h"
+#include "system/property_list/libplist_serialization.h"
+
+namespace vrel {
+class ConsoleOutput;
+class HostClock;
+class MainQueue;
+}  // namespace vrel
+
+namespace vrel::app {
+
+/// The real parts behind the platform's operations, for playing on this machine: its sound and MIDI devices, its LV2
+/// plug-ins with instruments in processes of their own, its audio files and clips. Main thread.
+///
+/// Failure: where processes can not be started the instruments run in this one, and that is told in a line.
+class SystemPlatform {
+ public:
+  struct Settings {
+    std::string jackServerName;     // empty: the one that the environment names
+    std::string pluginHostProgram;  // empty: the one beside this program
+  };
+
+  /// All is borrowed and outlives this.
+  SystemPlatform(const Settings& settings, MainQueue& mainQueue, HostClock& clock, ConsoleOutput& console);
+  SystemPlatform(const SystemPlatform&) = delete;
+  SystemPlatform& operator=(const SystemPlatform&) = delete;
+
+  /// What the engine asks of the machine; holds for as long as this lives.
+  [[nodiscard]] EnginePlatform platform();
+  [[nodiscard]] AVAudioUnitComponentManager& components() { return *world_; }
+
+  /// Called on the main thread when the process of a plug-in has ended by itself.
+  void setDeathHandler(std::function<void(const std::shared_ptr<AVAudioUnit>&)> handler);
+
+  /// Blocks that were not what they should have been: gaps that the device heard, plug-ins that were late, files that
+  /// were not read in time.
+  [[nodiscard]] std::uint64_t dropouts() const;
+
+  [[nodiscard]] const system::SystemAudioOutput& output() const { return *output_; }
+  [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
+
+ private:
+  [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const Settings& settings);
+  [[nodiscard]] std::function<void(const std::string&)> log();
+
+  // In the order of birth; what stands further down uses what stands above.
+  MainQueue& mainQueue_;
+  HostClock& clock_;
+  ConsoleOutput& console_;
+  system::SerialQueueFactory queues_;
+  system::LibplistSerialization propertyLists_;
+  system::SystemAudioHardware hardware_;
+  system::SystemMidiService midi_;
+  std::shared_ptr<system::SystemAudioOutput> output_;
+  std::shared_ptr<audio::RenderCounters> renderCounters_ = std::make_shared<audio::RenderCounters>();
+  std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
+  std::shared_ptr<system::AudioFiles> files_ = std::make_shared<system::AudioFiles>();
+  system::ClipFactory clips_;
+  audio::RenderNodeFactory nodes_;
+  std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
+  lv2::Lv2UnitFactory lv2Units_;
+  std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null where processes can not be started
+};
+
+}  // namespace vrel::app

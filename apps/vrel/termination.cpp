@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/termination.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+namespace vrel::app {
+namespace {
+
+/// All that the handler knows. -1: nobody listens.
+std::atomic<int> wakeDescriptorOfProcess = -1;
+static_assert(std::atomic<int>::is_always_lock_free, "a handler takes no lock");
+
+// Whatever thread it interrupts: it may only write.
+extern "C" void ring(int /*signal*/) {
+  const int error = errno;
+  const std::uint64_t once = 1;
+  // A bell that can not be rung has been rung already.
+  [[maybe_unused]] const auto written = ::write(wakeDescriptorOfProcess.load(), &once, sizeof once);
+  errno = error;
+}
+
+}  // namespace
+
+TerminationSignals::TerminationSignals(std::function<void()> asked)
+    : asked_(std::move(asked)), wakeDescriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  struct sigaction ignored {};
+  ignored.sa_handler = SIG_IGN;
+  ::sigaction(SIGPIPE, &ignored, &pipeBefore_);
+  for (std::size_t index = 0; index < handledSignals.size(); ++index) {
+    ::sigaction(handledSignals.at(index), nullptr, &before_.at(index));
+  }
+  if (wakeDescriptor_ < 0) {
+    return;  // the signals end the process, as they do everywhere
+  }
+  notifier_ = std::make_unique<QSocketNotifier>(wakeDescriptor_, QSocketNotifier::Read);
+  QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { answer(); });
+  wakeDescriptorOfProcess = wakeDescriptor_;
+  struct sigaction action {};
+  action.sa_handler = ring;
+  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+  for (std::size_t index = 0; index < handledSignals.size(); ++index) {
+    if (before_.at(index).sa_handler != SIG_IGN) {
+      ::sigaction(handledSignals.at(index), &action, nullptr);
+    }
+  }
+}
+
+TerminationSignals::~TerminationSignals() {
+  for (std::size_t index = 0; index < handledSignals.size(); ++index) {
+    ::sigaction(handledSignals.at(index), &before_.at(index), nullptr);
+  }
+  ::sigaction(SIGPIPE, &pipeBefore_, nullptr);
+  wakeDescriptorOfProcess = -1;
+  notifier_.reset();
+  if (wakeDescriptor_ >= 0) {
+    ::close(wakeDescriptor_);
+  }
+}
+
+void TerminationSignals::answer() {
+  std::uint64_t rings = 0;
+  if (::read(wakeDescriptor_, &rings, sizeof rings) == static_cast<ssize_t>(sizeof rings)) {
+    asked_();
+  }
+}
+
+ShutdownWatchdog::~ShutdownWatchdog() {
+  if (!thread_.joinable()) {
+    return;
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    isInTime_ = true;
+  }
+  ended_.notify_one();
+  thread_.join();
+}
+
+void ShutdownWatchdog::start(std::chrono::milliseconds limit) {
+  thread_ = std::thread([this, limit] {
+    std::unique_lock lock(mutex_);
+    if (!ended_.wait_for(lock, limit, [this] { return isInTime_; })) {
+      std::fputs("ended without waiting any longer for a device or a plug-in that does not let go\n", stderr);
+      // Nothing is cleared up: whoever hangs holds what that needs.
+      std::_Exit(EXIT_FAILURE);
+    }
+  });
+}
+
+}  // namespace vrel::app

@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel/ui_thread.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QSize>
+#include <QUrl>
+#include <QVariant>
+#include <cstdlib>
+#include <optional>
+#include <utility>
+
+#include "console/content_view.h"
+#include "performance/live_mode.h"
+#include "platform/key_event.h"
+#include "shell/vrel_app.h"
+#include "vrel/keys.h"
+#include "vrel/widgets.h"
+
+namespace vrel::app {
+namespace {
+
+constexpr int framesPerSecond = 60;
+constexpr QSize roomyPanel(960, 640);
+
+NSScreen screenOf(const QScreen& screen) {
+  const QRect area = screen.availableGeometry();
+  return {screen.name().toStdString(), {area.x(), area.y(), area.width(), area.height()}};
+}
+
+QStringList nameFilters(FileType type) {
+  if (type == FileType::movie) {
+    return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv"), QStringLiteral("*")};
+  }
+  return {QStringLiteral("Vrel (*.vrel)"), QStringLiteral("* (*)")};
+}
+
+}  // namespace
+
+UiThread::UiThread(window::ConsoleCommands::Post postCommand, PostToLogic postToLogic)
+    : postToLogic_(std::move(postToLogic)), model_(std::move(postCommand)) {
+  // Not `quit`, which a window may refuse: this one refuses to be closed.
+  onQuit = [] { QCoreApplication::exit(EXIT_SUCCESS); };
+  frames_.setTimerType(Qt::PreciseTimer);
+  frames_.setInterval(1000 / framesPerSecond);
+  connect(&frames_, &QTimer::timeout, this, [this] {
+    if (quickWindow_ != nullptr && quickWindow_->isExposed()) {
+      Q_EMIT model_.meters()->frame();
+    }
+  });
+}
+
+UiThread::~UiThread() {
+  leaveScreen();
+}
+
+void UiThread::leaveScreen() {
+  frames_.stop();
+  for (const auto& panel : std::exchange(panels_, {})) {
+    delete panel.data();
+  }
+  if (quickWindow_ != nullptr) {
+    quickWindow_->hide();
+  }
+}
+
+bool UiThread::load() {
+  window::registerQmlTypes();
+  engine_ = std::make_unique<QQmlApplicationEngine>();
+  engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
+  const WindowSize size = defaultWindowSize(screens());
+  engine_->setInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)},
+                                 {QStringLiteral("openingSize"), QSize(size.width, size.height)}});
+  engine_->load(QUrl(QStringLiteral("qrc:/qt/qml/Vrel/Console/qml/Main.qml")));
+  if (engine_->rootObjects().isEmpty()) {
+    return false;
+  }
+  quickWindow_ = qobject_cast<QQuickWindow*>(engine_->rootObjects().constFirst());
+  if (quickWindow_ == nullptr) {
+    return false;
+  }
+  // Ahead of every control of the window, whichever has the focus.
+  qApp->installEventFilter(this);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, &UiThread::tellScreens);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &UiThread::tellScreens);
+  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &UiThread::tellScreens);
+  connect(quickWindow_, &QWindow::visibilityChanged, this, &UiThread::tellWindow);
+  connect(quickWindow_, &QWindow::screenChanged, this, &UiThread::tellWindow);
+  tellScreens();
+  tellWindow();
+  frames_.start();
+  return true;
+}
+
+std::vector<NSScreen> UiThread::screens() {
+  std::vector<NSScreen> screens;
+  const QScreen* const main = QGuiApplication::primaryScreen();
+  if (main != nullptr) {
+    screens.push_back(screenOf(*main));
+  }
+  for (const QScreen* screen : QGuiApplication::screens()) {
+    if (screen != main) {
+      screens.push_back(screenOf(*screen));
+    }
+  }
+  return screens;
+}
+
+void UiThread::tellScreens() {
+  if (onScreens) {
+    onScreens(screens());
+  }
+}
+
+void UiThread::tellWindow() {
+  const QScreen* const screen = quickWindow_->screen();
+  if (onWindowResolved) {
+    onWindowResolved(quickWindow_->visibility() == QWindow::FullScreen,
+                     screen != nullptr ? std::optional(screenOf(*screen)) : std::nullopt);
+  }
+}
+
+void UiThread::here(std::function<void()> action) {
+  QMetaObject::invokeMethod(this, std::move(action), Qt::QueuedConnection);
+}
+
+void UiThread::apply(window::MirrorBatch batch, std::function<void()> taken) {
+  here([this, batch = std::move(batch), taken = std::move(taken)] {
+    model_.apply(batch);
+    postToLogic_(taken);
+    if (engine_ == nullptr && !load()) {
+      QCoreApplication::exit(EXIT_FAILURE);
+    }
+  });
+}
+
+void UiThread::setWindowFrame(const ScreenRect& frame) {
+  here([this, frame] {
+    if (quickWindow_ != nullptr) {
+      quickWindow_->setGeometry(frame.x, frame.y, frame.width, frame.height);
+    }
+  });
+}
+
+void UiThread::showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) {
+  here([this, panel, answer = std::move(answer)] {
+    askForFile(QFileDialog::AcceptOpen, panel.allowedType, {}, answer);
+  });
+}
+
+void UiThread::showSavePanel(const NSSavePanel& panel, PanelAnswer answer) {
+  here([this, panel, answer = std::move(answer)] {
+    askForFile(QFileDialog::AcceptSave, panel.allowedType, QString::fromStdString(panel.suggestedName), answer);
+  });
+}
+
+void UiThread::askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName,
+                          PanelAnswer answer) {
+  auto* const dialog = new FilePanel;
+  std::erase_if(panels_, [](const auto& panel) { return panel.isNull(); });
+  panels_.emplace_back(dialog);
+  dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setObjectName(QStringLiteral("filePanel"));
+  dialog->setWindowModality(Qt::ApplicationModal);
+  dialog->setAcceptMode(mode);
+  dialog->setDirectory(panelFolder_);
+  dialog->resize(roomyPanel);
+  dialog->setNameFilters(nameFilters(type));
+  if (mode == QFileDialog::AcceptSave) {
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setDefaultSuffix(QStringLiteral("vrel"));
+    dialog->selectFile(suggestedName);
+  } else {
+    dialog->setFileMode(QFileDialog::ExistingFile);
+  }
+  connect(dialog, &QFileDialog::finished, this, [this, dialog, answer = std::move(answer)](int result) {
+    std::optional<std::filesystem::path> file;
+    if (result == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
+      file = dialog->selectedFiles().constFirst().toStdString();
+      panelFolder_ = dialog->directory().absolutePath();
+    }
+    postToLogic_([answer, file] { answer(file); });
+  });
+  dialog->open();
+}
+
+void UiThread::cancelPanels() {
+  here([this] {
+    for (const auto& panel : std::exchange(panels_, {})) {
+      if (panel != nullptr) {
+        panel->reject();
+      }
+    }
+  });
+}
+
+void UiThread::clearFocus() {
+  here([this] {
+    if (quickWindow_ != nullptr && quickWindow_->activeFocusItem() != nullptr) {
+      quickWindow_->contentItem()->forceActiveFocus();
+    }
+  });
+}
+
+void UiThread::quit() {
+  here([this] { onQuit(); });
+}
+
+bool UiThread::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::ShortcutOverride:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+      return watched == quickWindow_ && handleKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::Quit:
+      // The program itself ends its loop in another way.
+      if (watched == qApp && onSystemEnd) {
+        event->ignore();
+        onSystemEnd();
+        return true;
+      }
+      return false;
+    case QEvent::Close:
+      // The program ends by its guard only; the window stays as long as the program.
+      if (watched == quickWindow_) {
+        event->ignore();
+        if (onCloseRequest) {
+          onCloseRequest();
+        }
+        return true;
+      }
+      return false;
+    default:
+      return false;
+  }
+}
+
+bool UiThread::handleKey(QKeyEvent& event) {
+  const bool isHeld = keyRepeat_.isOfHeldKey(event);
+  if (event.type() == QEvent::KeyRelease) {
+    return false;
+  }
+  const bool isLive = model_.session()->value(QStringLiteral("isLive")).toBool();
+  const bool isAsked = model_.alert()->value(QStringLiteral("shown")).toBool();
+  const KeyEvent key = keyEventOf(event);
+  const auto command = isLive && !isAsked ? LiveMode::commandFor(key) : std::nullopt;
+  if (!command) {
+    // A command of the menus is given once, however long its keys are held; a control gets them all the same.
+    const bool isKeptFromMenus = isHeld && event.type() == QEvent::ShortcutOverride;
+    event.setAccepted(isKeptFromMenus || event.isAccepted());
+    return isKeptFromMenus;
+  }
+  event.accept();
+  // A key that is held steps on through the songs; a mute that is held must not flicker.
+  const bool mayRepeat =
+      command->kind == LiveMode::Command::Kind::nextSong || command->kind == LiveMode::Command::Kind::previousSong;
+  if (event.type() == QEvent::KeyPress && (mayRepeat || !isHeld)) {
+    model_.commands()->post(
+        [key](window::ConsoleActions& actions) { (void)actions.content.liveMode().handleLiveKeyDown(key); });
+  }
+  return true;
+}
+
+}  // namespace vrel::app

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDir>
+#include <QFileDialog>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "console/window/console_model.h"
+#include "platform/desktop.h"
+#include "system/desktop/window_desktop.h"
+#include "vrel/keys.h"
+
+class QKeyEvent;
+class QQuickWindow;
+class QQmlApplicationEngine;
+
+namespace vrel::app {
+
+/// The window, on the thread that Qt knows as its own: shows what the logic sends, and takes what a person does to it.
+/// It opens with the first that is sent; a window that can not be made ends Qt's loop with a failure.
+///
+/// The logic calls the `WindowServices` on the main thread; each call is posted here. Nothing here waits for the logic.
+class UiThread final : public QObject, public system::WindowServices {
+  Q_OBJECT
+
+ public:
+  /// Runs something on the main thread, or drops it when the logic has gone. Any thread.
+  using PostToLogic = std::function<void(std::function<void()>)>;
+
+  UiThread(window::ConsoleCommands::Post postCommand, PostToLogic postToLogic);
+  ~UiThread() override;
+
+  [[nodiscard]] window::ConsoleModel& model() { return model_; }
+  /// Null before it is made.
+  [[nodiscard]] QQuickWindow* quickWindow() const { return quickWindow_; }
+
+  /// The screens there are; told again whenever they change.
+  std::function<void(std::vector<NSScreen>)> onScreens;
+  /// The window is there, or has another state or screen than before.
+  std::function<void(bool isFullScreen, const std::optional<NSScreen>& screen)> onWindowResolved;
+  /// The window manager wants the window closed.
+  std::function<void()> onCloseRequest;
+  /// The system ends the session.
+  std::function<void()> onSystemEnd;
+  /// The program may end; ends Qt's loop, unless told otherwise.
+  std::function<void()> onQuit;
+
+  /// Takes the window and what it asks from the screen. It shows nothing any more.
+  void leaveScreen();
+
+  /// Any thread; `taken` is called on the main thread when it is shown.
+  void apply(window::MirrorBatch batch, std::function<void()> taken);
+  void setWindowFrame(const ScreenRect& frame);
+
+  // Main thread.
+  void showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) override;
+  void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) override;
+  void cancelPanels() override;
+  void clearFocus() override;
+  void quit() override;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void here(std::function<void()> action);
+  /// Makes the window. False when it can not be made; Qt has told why.
+  [[nodiscard]] bool load();
+  void askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName, PanelAnswer answer);
+  [[nodiscard]] static std::vector<NSScreen> screens();
+  void tellScreens();
+  void tellWindow();
+  [[nodiscard]] bool handleKey(QKeyEvent& event);
+
+  PostToLogic postToLogic_;
+  window::ConsoleModel model_;
+  KeyRepeat keyRepeat_;
+  QTimer frames_;
+  QString panelFolder_ = QDir::homePath();     // where the last file was chosen
+  std::vector<QPointer<QFileDialog>> panels_;  // null when they have been answered; they delete themselves then
+  std::unique_ptr<QQmlApplicationEngine> engine_;
+  QQuickWindow* quickWindow_ = nullptr;  // owned by the engine
+};
+
+}  // namespace vrel::app

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+
+#include "foundation/life_token.h"
+
+namespace vrel {
+
+class AVAudioNode;
+class EffectRacks;
+class InstrumentLoader;
+class MainQueue;
+class PluginPool;
+struct Strips;
+
+/// What follows when the process of a plug-in has died under it. Main thread.
+///
+/// An instrument's strip shows the crash as in the rehearsal; an effect's slot stays, without its node;
+/// a parked node is never handed out. A node on its way into a strip, in work that stands in the main
+/// queue, is looked for once more behind that work.
+class PluginCrashHandler {
+ public:
+  struct Collaborators {
+    Strips& strips;
+    InstrumentLoader& instruments;
+    EffectRacks& effects;
+    PluginPool& pool;
+    MainQueue& mainQueue;
+  };
+
+  explicit PluginCrashHandler(const Collaborators& collaborators) : with_(collaborators) {}
+
+  /// To be called once for a node that has died.
+  void pluginDied(const std::shared_ptr<AVAudioNode>& node);
+
+ private:
+  [[nodiscard]] bool takeFromStrips(const std::shared_ptr<AVAudioNode>& node);
+
+  Collaborators with_;
+  LifeToken life_;
+};
+
+}  // namespace vrel

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "apps/vrel-render/gig/gig_stage.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "system/plugins/sandboxed_node.h"
+#include "visuals/visual_clip_player.h"
+
+namespace vrel {
+namespace {
+
+lv2::HostSettings hostSettings(ConsoleOutput& console, std::shared_ptr<PluginCounters> counters) {
+  lv2::HostSettings host;
+  host.sampleRate = GigStage::sampleRate;
+  host.nominalBlockFrames = GigStage::blockFrames;
+  host.log = [&console](const std::string& line) { console.print(line); };
+  host.counters = std::move(counters);
+  return host;
+}
+
+}  // namespace
+
+GigStage::GigStage(const std::filesystem::path& copiesFolder)
+    : host_(hostSettings(console_, pluginCounters_)),
+      lv2Units_(world_, host_),
+      units_(makeSandbox(world_, host_)),
+      defaults_({}, console_),
+      state_({defaults_, *world_, mainLoop_, console_, files_}, {}),
+      engine_(AudioEngine::make({nodes_, *units_, mainLoop_, queues_, clock_, propertyLists_, console_, nullptr,
+                                 nullptr, audioFiles_.get(), &clips_})),
+      performer_({state_, *engine_, mainLoop_, clock_, console_, files_}, copiesFolder),
+      counted_(performer_.content().songSwitch().stripsWillGo.connect([this] { ++switches_; })) {
+  units_->setDeathHandler(
+      [this](const std::shared_ptr<AVAudioUnit>& node, int /*processId*/) { engine_->pluginDied(node); });
+  watchDeeds();
+  mainLoop_.runPending();
+}
+
+void GigStage::watchDeeds() {
+  watching_.push_back(
+      performer_.content().selection().channelsViewVersion.changed.connect([this](std::uint64_t) { watchTracks(); }));
+  watching_.push_back(
+      engine_->visualEngine().activePlayers.changed.connect([this](const VrelVisualEngine::Players& players) {
+        std::set<Uuid> shown;
+        for (const auto& player : players) {
+          shown.insert(player->id);
+          deeds_.clips += shownClips_.contains(player->id) ? 0 : 1;
+        }
+        shownClips_ = std::move(shown);
+      }));
+  // The gig only ever steps on the pedal: it is a panic that lets go of it.
+  watching_.push_back(
+      state_.sustainPedalValue.changed.connect([this](float value) { deeds_.panics += value == 0 ? 1 : 0; }));
+}
+
+void GigStage::watchTracks() {
+  watchingTracks_.clear();
+  for (const auto& channel : engine_->channels()) {
+    watchingTracks_.push_back(
+        channel->playbackIsPlaying.changed.connect([this](bool isPlaying) { deeds_.tracks += isPlaying ? 1 : 0; }));
+  }
+}
+
+std::size_t GigStage::sandboxedInstruments() const {
+  const auto& channels = engine_->channels();
+  return static_cast<std::size_t>(std::count_if(channels.begin(), channels.end(), [](const auto& channel) {
+    return dynamic_cast<const SandboxedNode*>(channel->instrumentNode.get().get()) != nullptr;
+  }));
+}
+
+std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
+                                                                      const lv2::HostSettings& host) {
+  auto supervisor = sandbox::Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = host.log});
+  if (!supervisor) {
+    throw std::runtime_error(supervisor.error().description);
+  }
+  const auto finder = [world](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
+    const auto plugin = world->find(codes);
+    return plugin ? std::optional(sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+  };
+  sandbox::SandboxSettings settings;
+  settings.sampleRate = host.sampleRate;
+  settings.nominalBlockFrames = host.nominalBlockFrames;
+  settings.log = host.log;
+  settings.counters = host.counters;
+  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finder, mainLoop_,
+                                                          settings);
+}
+
+void GigStage::load(const std::string& setlistPath) {
+  performer_.content().setlistFiles().loadSetlist(setlistPath);
+  finishSwitch();
+}
+
+bool GigStage::save(const std::string& setlistPath) {
+  return performer_.content().setlistFiles().writeSetlist(setlistPath);
+}
+
+void GigStage::perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& stands) {
+  const std::size_t before = switches_;
+  double seconds = 0;
+  for (const auto& step : steps) {
+    wait(step.seconds - seconds);
+    seconds = step.seconds;
+    const std::size_t earlier = switches_;
+    const double begun = clock_.CACurrentMediaTime();
+    performer_.perform(step.action);
+    if (switches_ != earlier) {
+      finishSwitch();
+      switchTimes_.push_back((clock_.CACurrentMediaTime() - begun) * 1e3);
+      stands(switches_ - before);
+    }
+  }
+}
+
+void GigStage::wait(double seconds) {
+  if (seconds > 0) {
+    const auto isOver = std::make_shared<bool>(false);
+    mainLoop_.asyncAfter(seconds, [isOver] { *isOver = true; });
+    mainLoop_.runUntil([isOver] { return *isOver; });
+  }
+}
+
+void GigStage::playNote(std::uint8_t note) {
+  performer_.perform(MidiFileMessage{0x90, note, 100});
+  performer_.perform(MidiFileMessage{0x80, note, 0});
+  // What a plug-in misses in a block in which it is late it gets in the next one in which it is asked.
+  constexpr std::uint64_t blocksInTime = 4;
+  std::uint64_t late = 0;
+  std::uint64_t begun = 0;
+  do {
+    late = pluginCounters_->lateBlocks;
+    begun = device_->blocks;
+    while (device_->blocks < begun + blocksInTime) {
+      wait(0.001);
+    }
+  } while (pluginCounters_->lateBlocks != late);
+}
+
+void GigStage::finishSwitch() {
+  mainLoop_.runUntil([this] { return !state_.songSwitchInProgress.get(); });
+}
+
+void GigStage::settle() {
+  finishSwitch();
+  while (!isPoolIdle() || engine_->visualEngine().pendingLoads() > 0) {
+    wait(0.001);
+  }
+}
+
+bool GigStage::isPoolIdle() {
+  const auto& songs = state_.songs.get();
+  return std::none_of(songs.begin(), songs.end(), [this](const SongConfig& song) {
+    return std::any_of(song.channels.begin(), song.channels.end(), [this](const ChannelConfig& channel) {
+      return engine_->pluginPool().isPrewarming(channel.pluginPath);
+    });
+  });
+}
+
+}  // namespace vrel

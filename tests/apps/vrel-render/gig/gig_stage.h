@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "apps/vrel-render/gig/block_watch.h"
+#include "apps/vrel-render/gig/gig_show.h"
+#include "document/app_state.h"
+#include "engine/audio_engine.h"
+#include "foundation/uuid.h"
+#include "platform/console_output.h"
+#include "system/audio/render_counters.h"
+#include "system/audio/render_node_factory.h"
+#include "system/dispatch/main_loop.h"
+#include "system/dispatch/serial_queue.h"
+#include "system/dispatch/system_clock.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
+#include "system/media/audio_files.h"
+#include "system/media/clip_factory.h"
+#include "system/plugins/lv2/lv2_unit_factory.h"
+#include "system/plugins/sandbox/sandboxing_unit_factory.h"
+#include "system/property_list/libplist_serialization.h"
+#include "system/user_defaults/ini_user_defaults.h"
+#include "vrel-render/performer.h"
+#include "vrel-render/run_files.h"
+
+namespace vrel {
+
+/// The whole program without a console, in real time, on a device that is watched.
+class GigStage {
+ public:
+  static constexpr double sampleRate = 48000;
+  static constexpr std::uint32_t blockFrames = 256;
+
+  /// Plug-ins are those on LV2_PATH. Copies of what is saved over are kept in the folder.
+  explicit GigStage(const std::filesystem::path& copiesFolder);
+  GigStage(const GigStage&) = delete;
+  GigStage& operator=(const GigStage&) = delete;
+
+  void load(const std::string& setlistPath);
+  [[nodiscard]] bool save(const std::string& setlistPath);
+
+  /// Does the steps at their own times, but for the time that songs take to stand. After every switch `stands` is
+  /// called with the number of switches so far.
+  void perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& stands);
+
+  /// Plays a note on the song on stage, and returns when every instrument has got it.
+  void playNote(std::uint8_t note);
+
+  /// Until the song stands.
+  void finishSwitch();
+  /// Until nothing is made ahead any more either.
+  void settle();
+
+  /// Milliseconds from each click on a song until it stood.
+  [[nodiscard]] const std::vector<double>& switchTimes() const { return switchTimes_; }
+  [[nodiscard]] std::vector<std::string> lines() const { return console_.lines(); }
+  [[nodiscard]] const BlockWatch& watch() const { return *device_; }
+  [[nodiscard]] const audio::RenderCounters& renderCounters() const { return *renderCounters_; }
+  [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
+  [[nodiscard]] const AppState& state() const { return state_; }
+  [[nodiscard]] const GigDeeds& deeds() const { return deeds_; }
+  /// Instruments on stage that have a process of their own.
+  [[nodiscard]] std::size_t sandboxedInstruments() const;
+
+ private:
+  /// Keeps what the program tells. Any thread.
+  class Lines final : public ConsoleOutput {
+   public:
+    void print(const std::string& line) override {
+      const std::lock_guard lock(mutex_);
+      lines_.push_back(line);
+    }
+    [[nodiscard]] std::vector<std::string> lines() const {
+      const std::lock_guard lock(mutex_);
+      return lines_;
+    }
+
+   private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+  };
+
+  void watchDeeds();
+  void watchTracks();
+  void wait(double seconds);
+  [[nodiscard]] bool isPoolIdle();
+  [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
+                                                                            const lv2::HostSettings& host);
+
+  // In the order of birth; what stands further down uses what stands above.
+  Lines console_;
+  system::SystemClock clock_;
+  system::MainLoop mainLoop_;
+  system::SerialQueueFactory queues_;
+  system::LibplistSerialization propertyLists_;
+  std::shared_ptr<audio::RenderCounters> renderCounters_ = std::make_shared<audio::RenderCounters>();
+  std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
+  std::shared_ptr<BlockWatch> device_ = std::make_shared<BlockWatch>(sampleRate, blockFrames, pluginCounters_);
+  std::shared_ptr<system::AudioFiles> audioFiles_ = std::make_shared<system::AudioFiles>();
+  system::ClipFactory clips_{clock_};
+  audio::RenderNodeFactory nodes_{device_, renderCounters_, audioFiles_};
+  std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
+  lv2::HostSettings host_;
+  lv2::Lv2UnitFactory lv2Units_;
+  std::unique_ptr<sandbox::SandboxingUnitFactory> units_;
+  system::FileCalls fileCalls_;
+  system::PosixFileManager machineFiles_{fileCalls_};
+  render::RunFiles files_{machineFiles_};
+  system::IniUserDefaults defaults_;  // of this run only
+  AppState state_;
+  std::shared_ptr<AudioEngine> engine_;
+  render::Performer performer_;
+  std::size_t switches_ = 0;
+  std::vector<double> switchTimes_;
+  Signal<>::Connection counted_;
+  GigDeeds deeds_;
+  std::set<Uuid> shownClips_;
+  std::vector<std::shared_ptr<void>> watching_;
+  std::vector<std::shared_ptr<void>> watchingTracks_;  // of the song on stage
+};
+
+}  // namespace vrel

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QQuickWindow>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "apps/vrel/console_fixture.h"
+
+namespace vrel::app::test {
+namespace {
+
+/// What a screen reader finds in the window.
+class Accessibility : public ConsoleFixture {
+ protected:
+  Accessibility() { QAccessible::setActive(true); }
+  ~Accessibility() override { QAccessible::setActive(false); }
+
+  struct Found {
+    std::set<std::string> names;
+    std::vector<std::string> nameless;
+  };
+
+  [[nodiscard]] Found walk() {
+    Found found;
+    auto* const top = QAccessible::queryAccessibleInterface(driver.program().window.quickWindow());
+    if (top != nullptr) {
+      visit(*top, found);
+    }
+    return found;
+  }
+
+ private:
+  static bool isInteractive(QAccessibleInterface& item) {
+    if (item.state().focusable) {
+      return true;
+    }
+    auto* const actions = item.actionInterface();
+    return actions != nullptr && !actions->actionNames().isEmpty();
+  }
+
+  static void visit(QAccessibleInterface& item, Found& found) {
+    for (int child = 0; child < item.childCount(); ++child) {
+      auto* const next = item.child(child);
+      if (next == nullptr || next->state().invisible) {
+        continue;
+      }
+      if (isInteractive(*next)) {
+        const auto name = next->text(QAccessible::Name).trimmed().toStdString();
+        found.names.insert(name);
+        if (name.empty()) {
+          const auto* const object = next->object();
+          found.nameless.push_back(object == nullptr ? "?"
+                                                     : std::string(object->metaObject()->className()) + " " +
+                                                           object->objectName().toStdString());
+        }
+      }
+      visit(*next, found);
+    }
+  }
+};
+
+TEST_F(Accessibility, EverythingThatCanBeUsedHasAName) {
+  const Found found = walk();
+  EXPECT_EQ(found.nameless, std::vector<std::string>());
+  EXPECT_GT(found.names.size(), 15U) << testing::PrintToString(found.names);
+  EXPECT_TRUE(found.names.contains("PANIC")) << testing::PrintToString(found.names);
+}
+
+TEST_F(Accessibility, TheAnswersOfAQuestionHaveNames) {
+  driver.program().window.quickWindow()->close();
+  // It comes up softly, and what can not be seen has no place there.
+  EXPECT_TRUE(driver.eventually([this] { return walk().names.contains("Guardar"); }));
+  const Found found = walk();
+  EXPECT_EQ(found.nameless, std::vector<std::string>());
+  for (const auto* answer : {"Guardar", "No guardar", "Cancelar"}) {
+    EXPECT_TRUE(found.names.contains(answer)) << answer << " in " << testing::PrintToString(found.names);
+  }
+}
+
+TEST_F(Accessibility, EveryControlIsAmongThem) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("strip1"); }));
+  const Found found = walk();
+  EXPECT_THAT(found.names, testing::IsSupersetOf({"PANIC",
+                                                  "Learn",
+                                                  "Edit Mode",
+                                                  "Language",
+                                                  "01. Untitled Song",
+                                                  "Add Song",
+                                                  "TEMPO / METRONOME",
+                                                  "TEMPO / METRONOME +",
+                                                  "TEMPO / METRONOME \u2212",
+                                                  "TAP",
+                                                  "PERFORMANCE NOTES",
+                                                  "+ Add Channel",
+                                                  "1 Piano Lead",
+                                                  "2 Instrument 2",
+                                                  "Volume 1 Piano Lead",
+                                                  "Volume 2 Instrument 2",
+                                                  "MUTE 1 Piano Lead",
+                                                  "SOLO 2 Instrument 2",
+                                                  "Volume MASTER",
+                                                  "MUTE MASTER",
+                                                  "File",
+                                                  "Edit",
+                                                  "Mode"}));
+  EXPECT_EQ(found.nameless, std::vector<std::string>());
+}
+
+TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {
+  const auto expectNamed = [this](const std::string& shown, const std::string& name) {
+    EXPECT_TRUE(driver.eventually([&] { return driver.isShown(shown) && walk().names.contains(name); })) << name;
+    EXPECT_EQ(walk().nameless, std::vector<std::string>()) << shown;
+  };
+  driver.rightClick("stripNumber0");
+  expectNamed("stripMenuCut", "Cut Channel");
+  driver.key("Escape");
+  driver.rightClick("songName0");
+  expectNamed("songMenuRename", "Rename Song");
+  driver.click("songMenuRename");
+  expectNamed("songNameField", "Rename Song");
+  driver.key("Return");
+  driver.click("languagePicker");
+  expectNamed("language1", "ES");
+  driver.key("Escape");
+  driver.onLogic([](Session& session) { session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); });
+  expectNamed("problems", driver.session("problems").toString().toStdString());
+  driver.click("learnButton");
+  expectNamed("learnButton", driver.session("learnLabel").toString().toStdString());
+  driver.click("liveButton");
+  expectNamed("liveBanner", "Live Mode");
+}
+
+}  // namespace
+}  // namespace vrel::app::test

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QQuickWindow>
+#include <string>
+#include <vector>
+
+#include "apps/vrel/console_fixture.h"
+
+namespace vrel::app::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+/// Songs and strips by their menus.
+class Arranging : public ConsoleFixture {
+ protected:
+  [[nodiscard]] Names stripNames() {
+    return driver.fromLogic<Names>([](Session& session) {
+      Names names;
+      for (const auto& channel : session.engine().channels()) {
+        names.push_back(channel->name.get());
+      }
+      return names;
+    });
+  }
+
+  bool hasStrips(const Names& names) {
+    return driver.eventually([&] { return stripNames() == names; });
+  }
+
+  void choose(const std::string& line) {
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(line); })) << line;
+    driver.click(line);
+    ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(line); })) << line;
+  }
+
+  void onStrip(const std::string& number, const std::string& line) {
+    driver.rightClick("stripNumber" + number);
+    choose(line);
+  }
+};
+
+TEST_F(Arranging, AStripIsCopiedPastedDuplicatedCutAndDeletedByItsMenu) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(hasStrips({"Piano Lead", "Instrument 2"}));
+  driver.rightClick("stripNumber0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("stripMenuPaste"); }));
+  EXPECT_FALSE(driver.value("stripMenuPaste", "enabled").toBool()) << "nothing has been copied";
+  choose("stripMenuCopy");
+  onStrip("1", "stripMenuPaste");
+  EXPECT_TRUE(hasStrips({"Piano Lead", "Instrument 2", "Piano Lead"}));
+  onStrip("1", "stripMenuDuplicate");
+  EXPECT_TRUE(hasStrips({"Piano Lead", "Instrument 2", "Instrument 2", "Piano Lead"}));
+  onStrip("0", "stripMenuCut");
+  EXPECT_TRUE(hasStrips({"Instrument 2", "Instrument 2", "Piano Lead"}));
+  onStrip("2", "stripMenuDelete");
+  EXPECT_TRUE(hasStrips({"Instrument 2", "Instrument 2"}));
+}
+
+TEST_F(Arranging, InLiveModeTheMenuOfAStripOffersNothing) {
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLive").toBool(); }));
+  driver.rightClick("stripNumber0");
+  for (const auto* line : {"Cut", "Copy", "Paste", "Duplicate", "Delete"}) {
+    const auto name = std::string("stripMenu") + line;
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(name); })) << line;
+    EXPECT_FALSE(driver.value(name, "enabled").toBool()) << line;
+  }
+}
+
+TEST_F(Arranging, ASongIsAddedWithReturnAndRenamedAndDeletedByItsMenu) {
+  driver.click("newSongField");
+  driver.type("Two");
+  driver.key("Return");
+  ASSERT_TRUE(driver.eventually([this] { return songNames() == Names{"01. Untitled Song", "02. Two"}; }));
+  driver.rightClick("songName1");
+  choose("songMenuRename");
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("songNameField", "activeFocus").toBool(); }));
+  driver.key("ctrl+a");
+  driver.type("Encore");
+  driver.click("songRow0");  // ends the edit, too
+  EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"01. Untitled Song", "Encore"}; }));
+  driver.rightClick("songName0");
+  choose("songMenuDelete");
+  EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"Encore"}; }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 0; }));
+}
+
+TEST_F(Arranging, PanicIsPressed) {
+  driver.onLogic([](Session& session) { session.state().pressedNotes.set({60}); });
+  driver.click("panicButton");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<bool>([](Session& session) { return session.state().pressedNotes.get().empty(); });
+  }));
+}
+
+TEST_F(Arranging, ReturnGivesTheAnswerThatTheKeysHaveMovedTo) {
+  driver.program().window.quickWindow()->close();
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  driver.key("Tab");
+  driver.key("Tab");
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("alertButton2", "activeFocus").toBool(); }));
+  driver.key("Return");
+  EXPECT_TRUE(driver.eventually([this] { return !alertIsShown(); }));
+  EXPECT_FALSE(driver.isPanelShown()) << "the first answer would have asked for a file";
+  EXPECT_FALSE(driver.hasQuit());
+}
+
+TEST_F(Arranging, TroubleThatHasBeenReadIsSentAwayAndComesAgain) {
+  const auto fail = [](Session& session) { session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); };
+  for (int time = 0; time < 2; ++time) {
+    driver.onLogic(fail);
+    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("problems"); })) << time;
+    driver.click("problems");
+    EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("problems"); })) << time;
+  }
+}
+
+}  // namespace
+}  // namespace vrel::app::test

@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "apps/vrel/console_driver.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QPointF>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QWidget>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+
+#include "support/ui/virtual_display.h"
+
+namespace vrel::app::test {
+namespace {
+
+constexpr int timeoutMs = 20000;
+constexpr int pauseMs = 30;  // between the events of one gesture, as a quick hand makes it
+
+/// An X server for the whole process, and Qt on it.
+class Desktop {
+ public:
+  Desktop() {
+    QApplication::setQuitOnLastWindowClosed(false);
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+  }
+
+ private:
+  VirtualDisplay display_{1440, 900};
+  int argumentCount_ = 1;
+  char name_[9] = "ui_tests";
+  char* arguments_[2] = {name_, nullptr};
+  QApplication application_{argumentCount_, arguments_};
+};
+
+/// Gone before the program's static objects are, which Qt needs to clear up.
+class DesktopEnvironment : public testing::Environment {
+ public:
+  void SetUp() override { desktop_ = std::make_unique<Desktop>(); }
+  void TearDown() override { desktop_.reset(); }
+
+ private:
+  std::unique_ptr<Desktop> desktop_;
+};
+
+const auto* const environment = testing::AddGlobalTestEnvironment(new DesktopEnvironment);
+
+/// Lines and titles of menus go by their words.
+bool isCalled(const QQuickItem& item, const QString& name) {
+  return item.objectName() == name || ((item.inherits("QQuickMenuItem") || item.inherits("QQuickMenuBarItem")) &&
+                                       item.property("text").toString() == name);
+}
+
+void findIn(QQuickItem& item, const QString& name, QQuickItem*& found) {
+  if (!item.isVisible()) {
+    return;
+  }
+  if (isCalled(item, name)) {
+    found = &item;
+  }
+  const auto children = item.childItems();
+  for (QQuickItem* child : children) {
+    findIn(*child, name, found);
+  }
+}
+
+QWidget* shownPanel() {
+  const auto windows = QApplication::topLevelWidgets();
+  for (QWidget* window : windows) {
+    if (window->isVisible() && window->objectName() == QLatin1String("filePanel")) {
+      return window;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+ConsoleDriver::ConsoleDriver() : folder_(std::make_unique<QTemporaryDir>()) {
+  home_ = folder_->path().toStdString();
+  moveHome(home_);
+  ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
+}
+
+ConsoleDriver::~ConsoleDriver() {
+  close();
+}
+
+void ConsoleDriver::open() {
+  hasQuit_ = false;
+  program_ = std::make_unique<Application>();
+  program_->window.onQuit = [this] { hasQuit_ = true; };
+  program_->start();
+  // The menus come last, and move what lies below them.
+  if (!eventually(
+          [this] { return program_->window.quickWindow() != nullptr && isShown("panicButton") && isShown("menu0"); })) {
+    throw std::runtime_error("the window does not open");
+  }
+  program_->window.quickWindow()->requestActivate();
+  eventually([this] { return program_->window.quickWindow()->isActive(); });
+}
+
+void ConsoleDriver::close() {
+  program_.reset();
+}
+
+bool ConsoleDriver::eventually(const std::function<bool()>& holds) {
+  QElapsedTimer time;
+  time.start();
+  while (!holds()) {
+    if (time.elapsed() > timeoutMs) {
+      return holds();
+    }
+    pump(5);
+  }
+  return true;
+}
+
+void ConsoleDriver::pump(int milliseconds) {
+  QEventLoop loop;
+  QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+  loop.exec();
+}
+
+QQuickItem* ConsoleDriver::find(const std::string& name) const {
+  QQuickItem* found = nullptr;
+  if (auto* const window = program_->window.quickWindow()) {
+    findIn(*window->contentItem(), QString::fromStdString(name), found);
+  }
+  return found;
+}
+
+bool ConsoleDriver::isShown(const std::string& name) const {
+  return find(name) != nullptr;
+}
+
+QVariant ConsoleDriver::value(const std::string& name, const char* property) const {
+  const QQuickItem* const item = find(name);
+  return item != nullptr ? item->property(property) : QVariant();
+}
+
+QVariant ConsoleDriver::session(const char* name) {
+  return program_->window.model().session()->value(QString::fromLatin1(name));
+}
+
+std::optional<QPointF> ConsoleDriver::screenPoint(const std::string& name, Place place) const {
+  const QQuickItem* const item = find(name);
+  if (item == nullptr) {
+    return std::nullopt;
+  }
+  return item->mapToGlobal(QPointF(item->width() * place.x, item->height() * place.y));
+}
+
+void ConsoleDriver::pointTo(const std::string& name, Place place) {
+  std::optional<QPointF> point;
+  if (!eventually([&] {
+        // Where it stays: an item that still moves is not where the pointer goes.
+        const auto before = screenPoint(name, place);
+        pump(pauseMs);
+        point = screenPoint(name, place);
+        return point && before == point;
+      })) {
+    throw std::runtime_error("nothing is shown under the name " + name);
+  }
+  xdotool("mousemove " + std::to_string(static_cast<int>(point->x())) + " " +
+          std::to_string(static_cast<int>(point->y())));
+  pump(pauseMs);
+}
+
+void ConsoleDriver::xdotool(const std::string& arguments) const {
+  if (std::system(("xdotool " + arguments).c_str()) != 0) {
+    throw std::runtime_error("xdotool failed: " + arguments);
+  }
+}
+
+void ConsoleDriver::click(const std::string& name, Place place) {
+  pointTo(name, place);
+  xdotool("mousedown 1");
+  pump(pauseMs);
+  xdotool("mouseup 1");
+  pump(pauseMs);
+}
+
+void ConsoleDriver::doubleClick(const std::string& name) {
+  pointTo(name, {});
+  xdotool("click --repeat 2 --delay 60 1");
+  pump(pauseMs);
+}
+
+void ConsoleDriver::rightClick(const std::string& name) {
+  pointTo(name, {});
+  xdotool("click 3");
+  pump(pauseMs);
+}
+
+void ConsoleDriver::drag(const std::string& from, const std::string& to, Place place) {
+  pointTo(from, {});
+  const auto start = screenPoint(from, {});
+  const auto end = screenPoint(to, place);
+  if (!start || !end) {
+    throw std::runtime_error("nowhere to drag to: " + to);
+  }
+  xdotool("mousedown 1");
+  pump(pauseMs);
+  constexpr int steps = 12;
+  for (int step = 1; step <= steps; ++step) {
+    const QPointF point = *start + (*end - *start) * step / steps;
+    xdotool("mousemove " + std::to_string(static_cast<int>(point.x())) + " " +
+            std::to_string(static_cast<int>(point.y())));
+    pump(pauseMs);
+  }
+  xdotool("mouseup 1");
+  pump(pauseMs);
+}
+
+void ConsoleDriver::key(const std::string& name) {
+  xdotool("key " + name);
+  pump(pauseMs);
+}
+
+void ConsoleDriver::holdKey(const std::string& name) {
+  constexpr int longEnoughMs = 1200;  // a server of X repeats keys 25 times a second, from half a second on
+  xdotool("keydown " + name);
+  pump(longEnoughMs);
+  xdotool("keyup " + name);
+  pump(pauseMs);
+}
+
+void ConsoleDriver::type(const std::string& text) {
+  xdotool("type --delay 10 '" + text + "'");
+  pump(pauseMs);
+}
+
+bool ConsoleDriver::isPanelShown() const {
+  return shownPanel() != nullptr;
+}
+
+void ConsoleDriver::waitForPanel() {
+  if (!eventually([] { return shownPanel() != nullptr; })) {
+    throw std::runtime_error("no file is asked for");
+  }
+  // No window manager gives the keyboard to a new window here.
+  shownPanel()->activateWindow();
+  eventually([] { return shownPanel() == nullptr || shownPanel()->isActiveWindow(); });
+}
+
+void ConsoleDriver::answerPanel(const std::filesystem::path& file) {
+  waitForPanel();
+  key("ctrl+a");
+  type(file.string());
+  key("Return");
+}
+
+void ConsoleDriver::cancelPanel() {
+  waitForPanel();
+  key("Escape");
+}
+
+void ConsoleDriver::onLogic(const std::function<void(Session&)>& action) {
+  bool isDone = false;
+  program_->logic.postToSession([&](Session& session) {
+    action(program);
+    QMetaObject::invokeMethod(
+        qApp, [&isDone] { isDone = true; }, Qt::QueuedConnection);
+  });
+  if (!eventually([&] { return isDone; })) {
+    throw std::runtime_error("the logic does not answer");
+  }
+}
+
+}  // namespace vrel::app::test

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QPointF>
+#include <QString>
+#include <QVariant>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "support/devices/child_process.h"
+#include "vrel/application.h"
+#include "vrel/session.h"
+
+class QObject;
+class QQuickItem;
+class QTemporaryDir;
+
+namespace vrel::app::test {
+
+/// Where in an item: proportions of its width and height.
+struct Place {
+  double x = 0.5;
+  double y = 0.5;
+};
+
+/// The real program in this process, in a real window on an X server of the test's own, with a home of its own, moved
+/// by real pointer and key events. One at a time. The test's thread is Qt's.
+class ConsoleDriver {
+ public:
+  /// The X server starts with the first test of the process.
+  ConsoleDriver();
+  ~ConsoleDriver();
+  ConsoleDriver(const ConsoleDriver&) = delete;
+  ConsoleDriver& operator=(const ConsoleDriver&) = delete;
+
+  /// Opens the program and waits for its window.
+  void open();
+  /// Ends the program as its end by the guard does.
+  void close();
+
+  /// Lets Qt work until the answer is yes; the last answer when that takes too long.
+  bool eventually(const std::function<bool()>& holds);
+
+  /// The item that can be seen under this name; null when there is none. What stands in a menu is named by its words.
+  [[nodiscard]] QQuickItem* find(const std::string& name) const;
+  [[nodiscard]] bool isShown(const std::string& name) const;
+  /// A value of an item; invalid when it is not there.
+  [[nodiscard]] QVariant value(const std::string& name, const char* property) const;
+  [[nodiscard]] QVariant session(const char* name);
+
+  void click(const std::string& name, Place place = {});
+  void doubleClick(const std::string& name);
+  void rightClick(const std::string& name);
+  void drag(const std::string& from, const std::string& to, Place place = {});
+  /// A key with its modifiers as xdotool calls it, such as "ctrl+s".
+  void key(const std::string& name);
+  /// Keeps it down until it must have repeated itself many times.
+  void holdKey(const std::string& name);
+  void type(const std::string& text);
+
+  /// Whether a file is asked for.
+  [[nodiscard]] bool isPanelShown() const;
+  /// Waits for the panel that asks for a file, and types this one.
+  void answerPanel(const std::filesystem::path& file);
+  void cancelPanel();
+
+  /// Runs it on the logic's thread and waits for it.
+  void onLogic(const std::function<void(Session&)>& action);
+  template <typename T>
+  [[nodiscard]] T fromLogic(const std::function<T(Session&)>& get) {
+    std::optional<T> got;
+    onLogic([&](Session& session) { got = get(session); });
+    return *got;
+  }
+
+  [[nodiscard]] const std::filesystem::path& home() const { return home_; }
+  [[nodiscard]] bool hasQuit() const { return hasQuit_; }
+  [[nodiscard]] Application& program() { return *program_; }
+
+ private:
+  void waitForPanel();
+  void pointTo(const std::string& name, Place place);
+  void pump(int milliseconds);
+  void xdotool(const std::string& arguments) const;
+  [[nodiscard]] std::optional<QPointF> screenPoint(const std::string& name, Place place) const;
+
+  std::unique_ptr<QTemporaryDir> folder_;
+  std::filesystem::path home_;
+  std::unique_ptr<Application> program_;
+  bool hasQuit_ = false;
+};
+
+}  // namespace vrel::app::test

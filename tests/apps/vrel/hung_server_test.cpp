@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The end of the program when the sound server does not answer any more.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "apps/vrel/whole_program.h"
+#include "support/devices/jack_server.h"
+
+namespace vrel::app::test {
+namespace {
+
+class HungServer : public WholeProgram {
+ protected:
+  void SetUp() override {
+    server.start();
+    ::setenv("JACK_DEFAULT_SERVER", server.name().c_str(), 1);
+    WholeProgram::SetUp();
+  }
+
+  static bool showsWindow() { return std::system("xdotool search --onlyvisible --name VREL >/dev/null 2>&1") == 0; }
+
+  void TearDown() override { ::unsetenv("JACK_DEFAULT_SERVER"); }
+
+  system::test::JackServer server;
+};
+
+TEST_F(HungServer, KeepsNeitherTheWindowNorTheProgram) {
+  ASSERT_TRUE(opens());
+  ASSERT_TRUE(asksWhenToldToQuit());
+  server.hang();
+  press("Tab");
+  press("space");
+  EXPECT_TRUE(driver.eventually([] { return !showsWindow(); }));
+  EXPECT_TRUE(ends());
+  EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+  server.kill();
+}
+
+TEST_F(HungServer, ThatDiesWhileTheQuestionStandsIsNotWaitedFor) {
+  ASSERT_TRUE(opens());
+  ASSERT_TRUE(asksWhenToldToQuit());
+  server.kill();
+  press("Tab");
+  press("space");
+  ASSERT_TRUE(ends());
+  EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+  EXPECT_EQ(program.exitCode(), 0);
+}
+
+}  // namespace
+}  // namespace vrel::app::test

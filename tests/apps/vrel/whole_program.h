@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QScreen>
+#include <QString>
+#include <QStringList>
+#include <cstdlib>
+#include <string>
+
+#include "apps/vrel/console_driver.h"
+
+namespace vrel::app::test {
+
+/// The program as it is built, in a process of its own on the same screen.
+class WholeProgram : public testing::Test {
+ protected:
+  void SetUp() override {
+    program.setStandardOutputFile(QString::fromStdString(driver.home() / "vrel.log"));
+    program.setProcessChannelMode(QProcess::MergedChannels);
+    // What the libraries under the window keep is known, and told to the tests' own process only.
+    auto environment = QProcessEnvironment::systemEnvironment();
+    const QString sanitizer = QStringLiteral("ASAN_OPTIONS");
+    environment.insert(sanitizer, environment.value(sanitizer) + QStringLiteral(":detect_leaks=0"));
+    program.setProcessEnvironment(environment);
+    program.start(QStringLiteral(VREL_PROGRAM), QStringList());
+  }
+
+  ~WholeProgram() override {
+    program.kill();
+    program.waitForFinished();
+  }
+
+  /// By its one control that shines red from afar, until a question dims it.
+  [[nodiscard]] static bool showsPanic() {
+    const QImage corner = QGuiApplication::primaryScreen()->grabWindow(0, 1140, 50, 300, 100).toImage();
+    int red = 0;
+    for (int y = 0; y < corner.height(); ++y) {
+      for (int x = 0; x < corner.width(); ++x) {
+        const QColor color = corner.pixelColor(x, y);
+        red += color.red() > 180 && color.green() < 80 && color.blue() < 80 ? 1 : 0;
+      }
+    }
+    return red > 1000;
+  }
+
+  bool opens() {
+    return driver.eventually([] { return showsPanic(); });
+  }
+  bool asks() {
+    return driver.eventually([] { return !showsPanic(); });
+  }
+  /// By its key, which it may not have yet.
+  bool asksWhenToldToQuit() {
+    return driver.eventually([] {
+      press("ctrl+q");
+      return !showsPanic();
+    });
+  }
+  bool ends() {
+    return driver.eventually([this] { return session.state() == QProcess::NotRunning; });
+  }
+  /// There is no window manager to give the window the keyboard.
+  static void press(const std::string& key) {
+    const std::string window = "xdotool search --onlyvisible --name VREL";
+    EXPECT_EQ(std::system((window + " windowfocus key " + key + " 2>/dev/null").c_str()), 0);
+  }
+
+  ConsoleDriver driver;  // the screen and a home
+  QProcess program;
+};
+
+}  // namespace vrel::app::test

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/setlist_files_stage.h"
+
+namespace vrel {
+namespace {
+
+using Names = std::vector<std::string>;
+using testing::IsEmpty;
+
+class SetlistGuard : public SetlistOnDisk {
+ protected:
+  const NSAlert& asked() {
+    EXPECT_EQ(desktop.alerts.size(), 1U);
+    EXPECT_EQ(desktop.alerts.back().buttons, (Names{"Guardar", "No guardar", "Cancelar"}));
+    return desktop.alerts.back();
+  }
+};
+
+TEST_F(SetlistGuard, WarnsOfUnsavedEditsBeforeAChange) {
+  state.isDirty.set(true);
+  static_cast<void>(setlistFiles.confirmSetlistChange());
+  EXPECT_EQ(asked().alertStyle, NSAlert::Style::warning);
+  EXPECT_EQ(asked().messageText, "Guardar cambios en el setlist actual?");
+  EXPECT_EQ(asked().informativeText,
+            "Vas a cambiar de setlist. Si continuas sin guardar, perderas los cambios realizados.");
+}
+
+TEST_F(SetlistGuard, AsksBeforeAChangeWithoutEditsToo) {
+  static_cast<void>(setlistFiles.confirmSetlistChange());
+  EXPECT_EQ(asked().alertStyle, NSAlert::Style::informational);
+  EXPECT_EQ(asked().messageText, "Guardar el setlist actual?");
+  EXPECT_EQ(asked().informativeText, "Vas a cambiar de setlist. Puedes guardar el setlist actual antes de continuar.");
+}
+
+TEST_F(SetlistGuard, WarnsOfUnsavedEditsBeforeTheEnd) {
+  state.isDirty.set(true);
+  setlistFiles.confirmTermination();
+  EXPECT_EQ(asked().alertStyle, NSAlert::Style::warning);
+  EXPECT_EQ(asked().messageText, "Guardar cambios en el setlist?");
+  EXPECT_EQ(asked().informativeText, "Si sales sin guardar, perderas los cambios realizados.");
+}
+
+TEST_F(SetlistGuard, AsksBeforeTheEndWithoutEditsToo) {
+  setlistFiles.confirmTermination();
+  EXPECT_EQ(asked().alertStyle, NSAlert::Style::informational);
+  EXPECT_EQ(asked().messageText, "Guardar el setlist antes de salir?");
+  EXPECT_EQ(asked().informativeText, "Puedes guardar el setlist o salir sin guardar.");
+}
+
+TEST_F(SetlistGuard, TheAnswersOfAChange) {
+  openGig();
+  desktop.alertAnswers = {doNotSaveButton, cancelButton};
+  EXPECT_TRUE(setlistFiles.confirmSetlistChange());
+  EXPECT_FALSE(setlistFiles.confirmSetlistChange());
+  EXPECT_FALSE(setlistFiles.confirmSetlistChange()) << "sent away without an answer";
+  EXPECT_EQ(files.files[gig], setlistText({"One", "Two"})) << "none of them saves";
+}
+
+TEST_F(SetlistGuard, SaveWritesWhereTheSetlistCameFrom) {
+  openGig();
+  state.songNotes.set("saved by the guard");
+  desktop.alertAnswers = {saveButton};
+  EXPECT_TRUE(setlistFiles.confirmSetlistChange());
+  EXPECT_THAT(desktop.savePanels, IsEmpty());
+  EXPECT_EQ(decodeSetlist(files.files[gig]).value().songs[0].songNotes, "saved by the guard");
+}
+
+TEST_F(SetlistGuard, ASaveThatIsCancelledKeepsTheOldSetlistOnStage) {
+  addSong("Mine", {record("Strip of Mine", "")});
+  songSwitch.applySong(0);
+  files.place(other, setlistText({"Three"}));
+  desktop.openPanelAnswers = {other};
+  desktop.alertAnswers = {saveButton};
+  setlistFiles.openSetlist();
+  EXPECT_EQ(desktop.savePanels.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Mine"});
+  EXPECT_EQ(stripNames(), Names{"Strip of Mine"});
+}
+
+TEST_F(SetlistGuard, ASaveThatFailsKeepsTheOldSetlistOnStage) {
+  openGig();
+  files.readOnly.insert(gig);
+  files.place(other, setlistText({"Three"}));
+  desktop.alertAnswers = {saveButton};
+  setlistFiles.openRecentSetlist(other);
+  expectNothingChanged();
+}
+
+TEST_F(SetlistGuard, TheAnswersOfTheEnd) {
+  openGig();
+  desktop.alertAnswers = {saveButton, doNotSaveButton, cancelButton};
+  for (int question = 0; question < 4; ++question) {
+    setlistFiles.confirmTermination();
+  }
+  EXPECT_EQ(desktop.terminationReplies, (std::vector<bool>{true, true, false, false}));
+}
+
+TEST_F(SetlistGuard, TheProgramDoesNotEndOnASaveThatFailsOrIsCancelled) {
+  openGig();
+  files.readOnly.insert(gig);
+  desktop.alertAnswers = {saveButton, saveButton};
+  setlistFiles.confirmTermination();
+  state.currentFilePath.set(std::nullopt);
+  setlistFiles.confirmTermination();
+  EXPECT_EQ(desktop.terminationReplies, (std::vector<bool>{false, false}));
+  EXPECT_EQ(desktop.savePanels.size(), 1U);
+}
+
+}  // namespace
+}  // namespace vrel

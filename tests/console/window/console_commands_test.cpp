@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/window/console_commands.h"
+
+#include <gtest/gtest.h>
+
+#include <QVariantList>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "console/window/console_stage.h"
+
+namespace vrel::window {
+namespace {
+
+class Commands : public ConsoleStage {
+ protected:
+  Commands() {
+    addSong("One", {record("A", "")});
+    addSong("Two", {});
+    appear();
+    content.songList().clickSong(0);
+    answerAll();
+    state.isDirty.set(false);
+  }
+
+  [[nodiscard]] QString stripId(std::size_t index) { return QString::fromStdString(strip(index).id.text()); }
+  [[nodiscard]] QString songId(std::size_t index) { return QString::fromStdString(song(index).id.text()); }
+  [[nodiscard]] std::vector<std::string> songNames() {
+    std::vector<std::string> names;
+    for (const auto& each : state.songs.get()) {
+      names.push_back(each.name);
+    }
+    return names;
+  }
+
+  std::vector<std::optional<std::size_t>> answers;
+  using MenuItems = std::vector<std::pair<std::string, std::string>>;
+  MenuItems menuItems;
+  ConsoleActions actions{
+      content, [this](std::optional<std::size_t> button) { answers.push_back(button); },
+      [this](const std::string& action, const std::string& object) { menuItems.emplace_back(action, object); }};
+  ConsoleCommands commands{
+      [this](const ConsoleCommands::Action& action) { mainQueue.async([this, action] { action(actions); }); }};
+};
+
+TEST_F(Commands, NothingHappensBeforeTheMainQueueRuns) {
+  commands.toggleMute(stripId(0));
+  EXPECT_FALSE(strip(0).mute.get());
+  settle();
+  EXPECT_TRUE(strip(0).mute.get());
+}
+
+TEST_F(Commands, AStripOrSongThatIsGoneDoesNothing) {
+  const auto named = {QString(), QStringLiteral("nobody"), QStringLiteral("00000000-0000-0000-0000-000000000000")};
+  for (const QString& id : named) {
+    commands.selectStrip(id);
+    commands.setChannelName(id, QStringLiteral("Lead"));
+    commands.setVolume(id, 0);
+    commands.toggleMute(id);
+    commands.toggleSolo(id);
+    commands.dragChannel(id);
+    commands.channelDropEntered(id);
+    commands.channelDropExited(id);
+    commands.channelDropped(id);
+    commands.cutChannel(id);
+    commands.copyChannel(id);
+    commands.pasteChannel(id);
+    commands.duplicateChannel(id);
+    commands.deleteChannel(id);
+    commands.clickSong(id);
+    commands.beginSongRename(id);
+    commands.deleteSong(id);
+    commands.dragSong(id);
+    commands.songDropEntered(id);
+    commands.songDropExited(id);
+    commands.songDropped(id);
+  }
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"One", "Two"}));
+  ASSERT_EQ(engine->channels().size(), 1U);
+  EXPECT_EQ(strip(0).name.get(), "A");
+  EXPECT_FALSE(state.isDirty.get());
+  EXPECT_FALSE(content.channelOperations().channelClipboard.get().has_value());
+  EXPECT_FALSE(content.channelOperations().draggedChannelId.get().has_value());
+  EXPECT_FALSE(content.songList().draggedSongId.get().has_value());
+  EXPECT_FALSE(content.songList().editingSongId.get().has_value());
+}
+
+TEST_F(Commands, AStripThatGoesBeforeItsCommandIsCarriedOutIsPassedOver) {
+  const QString id = stripId(0);
+  commands.deleteChannel(id);
+  commands.toggleMute(id);
+  commands.deleteChannel(id);
+  settle();
+  EXPECT_TRUE(engine->channels().empty());
+}
+
+TEST_F(Commands, ALanguageThatDoesNotExistChangesNothing) {
+  const auto before = state.language.get();
+  for (const int index : {-1, 5, 1000}) {
+    commands.setLanguage(index);
+  }
+  settle();
+  EXPECT_EQ(state.language.get(), before);
+  EXPECT_FALSE(state.isDirty.get());
+  commands.setLanguage(4);
+  settle();
+  EXPECT_EQ(state.language.get(), Language::german);
+}
+
+TEST_F(Commands, AClickPutsTheSongOnStageThatWasSeenUnderIt) {
+  addSong("Three", {});
+  const QString clicked = songId(1);
+  commands.deleteSong(songId(0));
+  commands.clickSong(clicked);  // the window still shows it on the second row
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Two", "Three"}));
+  EXPECT_EQ(state.selectedSongIndex.get(), 0U);
+}
+
+TEST_F(Commands, SongsAreAddedRenamedMovedAndDeleted) {
+  commands.addSong(QStringLiteral("Three"));
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"One", "Two", "03. Three"}));
+  commands.beginSongRename(songId(0));
+  commands.setSongNameDraft(QStringLiteral("Opener"));
+  commands.commitSongRename();
+  settle();
+  EXPECT_EQ(song(0).name, "Opener");
+  commands.dragSong(songId(1));
+  settle();
+  commands.songDropEntered(songId(0));
+  commands.songDropped(songId(0));
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Two", "Opener", "03. Three"}));
+  commands.deleteSong(songId(0));
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Opener", "03. Three"}));
+}
+
+TEST_F(Commands, StripsAreArrangedAndPlayed) {
+  commands.addChannel();
+  settle();
+  ASSERT_EQ(engine->channels().size(), 2U);
+  commands.selectStrip(stripId(0));
+  commands.setChannelName(stripId(0), QStringLiteral("Lead"));
+  commands.setVolume(stripId(0), 0.25);
+  commands.toggleSolo(stripId(0));
+  commands.setMasterVolume(0.5);
+  commands.toggleMasterMute();
+  settle();
+  EXPECT_EQ(content.selection().selectedChannelId.get(), strip(0).id);
+  EXPECT_EQ(strip(0).name.get(), "Lead");
+  EXPECT_EQ(strip(0).volume.get(), 0.25F);
+  EXPECT_TRUE(strip(0).solo.get());
+  EXPECT_EQ(engine->masterChannel()->volume.get(), 0.5F);
+  EXPECT_TRUE(engine->masterChannel()->mute.get());
+
+  commands.dragChannel(stripId(1));
+  settle();
+  commands.channelDropEntered(stripId(0));
+  commands.channelDropped(stripId(0));
+  settle();
+  EXPECT_EQ(strip(1).name.get(), "Lead");
+  commands.copyChannel(stripId(1));
+  commands.pasteChannel(stripId(1));
+  settle();
+  EXPECT_EQ(engine->channels().size(), 3U);
+  commands.duplicateChannel(stripId(1));
+  settle();
+  EXPECT_EQ(engine->channels().size(), 4U);
+  commands.cutChannel(stripId(0));
+  settle();
+  EXPECT_EQ(engine->channels().size(), 3U);
+}
+
+TEST_F(Commands, InLiveModeADragCarriesNothing) {
+  commands.toggleLiveMode();
+  commands.dragChannel(stripId(0));
+  settle();
+  EXPECT_TRUE(state.isLiveModeEnabled.get());
+  EXPECT_FALSE(content.channelOperations().draggedChannelId.get().has_value());
+}
+
+TEST_F(Commands, ATempoBelowZeroIsTheLowest) {
+  commands.setTempo(-5);
+  settle();
+  const auto lowest = state.tempoBpm.get();
+  EXPECT_GT(lowest, 0U);
+  commands.setTempo(static_cast<int>(lowest) + 60);
+  settle();
+  EXPECT_EQ(state.tempoBpm.get(), lowest + 60);
+  commands.setTempo(0);
+  settle();
+  EXPECT_EQ(state.tempoBpm.get(), lowest);
+}
+
+TEST_F(Commands, NoStepOfTheTempoIsLostHoweverFastTheyCome) {
+  commands.setTempo(120);
+  for (int press = 0; press < 5; ++press) {
+    commands.stepTempo(1);
+  }
+  commands.stepTempo(-1);
+  settle();
+  EXPECT_EQ(state.tempoBpm.get(), 124U);
+}
+
+TEST_F(Commands, AStepBeyondTheEndOfTheRangeIsNoEdit) {
+  for (const auto& [tempo, by] : {std::pair(20, -1), std::pair(300, 1)}) {
+    commands.setTempo(tempo);
+    settle();
+    state.isDirty.set(false);
+    commands.stepTempo(by);
+    settle();
+    EXPECT_EQ(state.tempoBpm.get(), static_cast<std::uint32_t>(tempo));
+    EXPECT_FALSE(state.isDirty.get());
+  }
+}
+
+TEST_F(Commands, AStepFromATempoOutOfRangeComesBackIntoIt) {
+  state.tempoBpm.set(500);
+  commands.stepTempo(1);
+  settle();
+  EXPECT_EQ(state.tempoBpm.get(), 300U);
+}
+
+TEST_F(Commands, OnlyControlsThatAFileKnowsAreLearned) {
+  commands.toggleLearn();
+  commands.selectLearnTarget(QStringLiteral("channel_volumes"), 0);
+  settle();
+  EXPECT_FALSE(content.midiLearn().pendingMidiLearnTarget.get().has_value());
+  commands.selectLearnTarget(QStringLiteral("channel_volume"), 0);
+  settle();
+  EXPECT_EQ(content.midiLearn().pendingMidiLearnTarget.get(), (MidiControlTarget{MidiControlKind::channelVolume, 0}));
+  commands.selectLearnTarget(QStringLiteral("panic"), -1);
+  settle();
+  EXPECT_EQ(content.midiLearn().pendingMidiLearnTarget.get(),
+            (MidiControlTarget{MidiControlKind::panic, std::nullopt}));
+}
+
+TEST_F(Commands, NotesAndPanicReachTheSong) {
+  commands.setSongNotes(QStringLiteral("capo 2"));
+  state.pressedNotes.set({60});
+  commands.panic();
+  settle();
+  EXPECT_EQ(state.songNotes.get(), "capo 2");
+  EXPECT_TRUE(state.pressedNotes.get().empty());
+}
+
+TEST_F(Commands, AnswersAndMenuItemsAreHandedOn) {
+  commands.answerAlert(1);
+  commands.answerAlert(-1);
+  commands.activateMenuItem({QStringLiteral("vrel.openRecentSetlist"), QStringLiteral("/home/me/gig.vrel")});
+  commands.activateMenuItem({QStringLiteral("vrel.saveSetlist")});
+  commands.activateMenuItem({});
+  settle();
+  EXPECT_EQ(answers, (std::vector<std::optional<std::size_t>>{1, std::nullopt}));
+  EXPECT_EQ(menuItems,
+            (MenuItems{{"vrel.openRecentSetlist", "/home/me/gig.vrel"}, {"vrel.saveSetlist", ""}, {"", ""}}));
+}
+
+}  // namespace
+}  // namespace vrel::window

@@ -1,0 +1,313 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/setlist_coding.h"
+#include "shell/menu_actions.h"
+#include "shell/shell_stage.h"
+
+namespace vrel {
+namespace {
+
+class MenuCommands : public ShellStage {
+ protected:
+  MenuCommands() {
+    raiseMenus();
+    hardware.record.clear();
+  }
+
+  static std::vector<MidiControlAssignment> learned() {
+    return {{{MidiControlKind::panic, std::nullopt}, {0xB0, 0, 1}}};
+  }
+};
+
+TEST_F(MenuCommands, ThoseOfTheMainViewArePassedOnByNameAndRebuildTheBarAfterwards) {
+  state.globalMidiControlAssignments.set(learned());
+  mainQueue.runAll();
+  // The main view itself would ask for files.
+  NSNotificationCenter center;
+  VrelMenuController controller({center, mainQueue, desktop, content.liveMode(), content.midiLearn()});
+  controller.rebuildMenus(state, engine);
+  int rebuilds = 0;
+  const auto counting = controller.menusRebuilt.connect([&] { ++rebuilds; });
+  for (const std::string action : {"newSetlist", "openSetlist", "clearRecentSetlists", "saveSetlist", "saveSetlistAs",
+                                   "copyChannel", "cutChannel", "pasteChannel", "duplicateChannel", "clearMidiLearn"}) {
+    std::vector<NSNotificationCenter::Object> posted;
+    const auto listening = center.addObserver(
+        "vrel." + action, [&](const NSNotificationCenter::Object& object) { posted.push_back(object); });
+    rebuilds = 0;
+    controller.perform(action);
+    EXPECT_EQ(posted, std::vector<NSNotificationCenter::Object>{std::nullopt}) << action;
+    EXPECT_EQ(rebuilds, 0) << action;
+    mainQueue.runAll();
+    EXPECT_EQ(rebuilds, 1) << action;
+  }
+}
+
+TEST_F(MenuCommands, ARecentFileIsPassedOnWithItsPath) {
+  std::vector<NSNotificationCenter::Object> posted;
+  const auto listening = notifications.addObserver(
+      "vrel.openRecentSetlist", [&](const NSNotificationCenter::Object& object) { posted.push_back(object); });
+  menus.perform(menu_actions::openRecentSetlist, "/home/me/gig.vrel");
+  menus.perform(menu_actions::openRecentSetlist);
+  EXPECT_EQ(posted, std::vector<NSNotificationCenter::Object>{"/home/me/gig.vrel"});
+}
+
+TEST_F(MenuCommands, AfterASetlistLoadTheRecentListInTheMenuShowsTheFileFirst) {
+  SetlistFile setlist;
+  setlist.songs.emplace_back();
+  const std::filesystem::path gig = "/home/me/gig.vrel";
+  files.files[gig] = encodeSetlist(setlist).value();
+  state.recentFiles.set({"/home/me/older.vrel"});
+  mainQueue.runAll();
+  desktop.openPanelAnswers = {gig};
+  desktop.alertAnswers = {1};
+  menus.perform(menu_actions::openSetlist);
+  settle();
+  const auto& recent = menu(1).children[2].children;
+  ASSERT_EQ(recent.size(), 3U);
+  EXPECT_EQ(recent[0].title, "gig.vrel");
+  EXPECT_EQ(recent[0].representedObject, gig.string());
+  EXPECT_EQ(recent[1].title, "older.vrel");
+}
+
+TEST_F(MenuCommands, AModeIsTakenOnlyWhenItIsNotTheModeYet) {
+  menus.perform(menu_actions::modeEdit);
+  EXPECT_FALSE(state.isLiveModeEnabled.get());
+  EXPECT_EQ(desktop.focusClearings, 0);
+  menus.perform(menu_actions::modeLive);
+  EXPECT_TRUE(state.isLiveModeEnabled.get());
+  EXPECT_EQ(desktop.focusClearings, 1);
+  menus.perform(menu_actions::modeLive);
+  EXPECT_EQ(desktop.focusClearings, 1);
+  mainQueue.runAll();
+  EXPECT_TRUE(itemFor(menu_actions::modeLive).isChecked);
+  menus.perform(menu_actions::modeEdit);
+  EXPECT_FALSE(state.isLiveModeEnabled.get());
+}
+
+TEST_F(MenuCommands, LearnGoesOnAndOffAgain) {
+  menus.perform(menu_actions::toggleLearn);
+  content.midiLearn().selectMidiLearnTarget({MidiControlKind::panic, std::nullopt});
+  EXPECT_TRUE(state.isMidiLearnMode.get());
+  mainQueue.runAll();
+  EXPECT_TRUE(itemFor(menu_actions::toggleLearn).isChecked);
+  menus.perform(menu_actions::toggleLearn);
+  EXPECT_FALSE(state.isMidiLearnMode.get());
+  EXPECT_EQ(content.midiLearn().pendingMidiLearnTarget.get(), std::nullopt);
+}
+
+TEST_F(MenuCommands, ABlendModeIsTakenByItsTextAndTheProjectionRefreshedAtOnce) {
+  std::vector<VisualBlendMode> refreshed;
+  menus.hooks.refreshProjection = [&] { refreshed.push_back(state.visualBlendMode.get()); };
+  menus.perform(menu_actions::selectVisualBlendMode, "multiply");
+  menus.perform(menu_actions::selectVisualBlendMode, "darken");
+  EXPECT_EQ(refreshed, std::vector{VisualBlendMode::multiply});
+  EXPECT_EQ(state.visualBlendMode.get(), VisualBlendMode::multiply);
+  mainQueue.runAll();
+  EXPECT_TRUE(itemFor(menu_actions::selectVisualBlendMode).isChecked);
+}
+
+TEST_F(MenuCommands, ABackgroundVideoIsChosenAmongMoviesAndTakenAwayAgain) {
+  std::vector<std::optional<std::string>> refreshed;
+  menus.hooks.refreshProjection = [&] { refreshed.push_back(state.visualBackgroundVideoPath.get()); };
+  desktop.openPanelAnswers = {"/home/me/sea.mp4"};
+  menus.perform(menu_actions::chooseVisualBackgroundVideo);
+  ASSERT_EQ(desktop.openPanels.size(), 1U);
+  EXPECT_EQ(desktop.openPanels[0].allowedType, FileType::movie);
+  mainQueue.runAll();
+  EXPECT_EQ(itemFor(menu_actions::noop).title, "sea.mp4");
+  menus.perform(menu_actions::clearVisualBackgroundVideo);
+  EXPECT_EQ(refreshed, (std::vector<std::optional<std::string>>{"/home/me/sea.mp4", std::nullopt}));
+  mainQueue.runAll();
+  EXPECT_EQ(itemFor(menu_actions::noop).title, "");
+}
+
+TEST_F(MenuCommands, ACancelledPanelLeavesTheBackgroundVideo) {
+  state.visualBackgroundVideoPath.set("/home/me/sea.mp4");
+  menus.perform(menu_actions::chooseVisualBackgroundVideo);
+  EXPECT_EQ(desktop.openPanels.size(), 1U);
+  EXPECT_EQ(state.visualBackgroundVideoPath.get(), "/home/me/sea.mp4");
+}
+
+TEST_F(MenuCommands, TheProjectionOpensOnTheScreenOfTheItemOrOnTheMainOne) {
+  std::vector<std::optional<std::string>> opened;
+  menus.hooks.openProjection = [&](const std::optional<NSScreen>& screen) {
+    opened.push_back(screen ? std::optional(screen->name) : std::nullopt);
+  };
+  menus.perform(menu_actions::openVisualProjection, "1");
+  menus.perform(menu_actions::openVisualProjection, "2");
+  menus.perform(menu_actions::openVisualProjection, "wall");
+  desktop.screenList.clear();
+  menus.perform(menu_actions::openVisualProjection, "0");
+  EXPECT_EQ(opened, (std::vector<std::optional<std::string>>{"Projector", "Laptop", std::nullopt}));
+}
+
+TEST_F(MenuCommands, ThoseOfTheProjectionAreEnabledWithNoneOpenAndThenDoNothing) {
+  const MenuBar before = menus.mainMenu();
+  for (const char* const action :
+       {menu_actions::toggleVisualProjectionFullscreen, menu_actions::closeVisualProjection}) {
+    EXPECT_TRUE(itemFor(action).isEnabled);
+    menus.perform(action);
+  }
+  mainQueue.runAll();
+  EXPECT_EQ(menus.mainMenu(), before);
+}
+
+TEST_F(MenuCommands, WhatTheProgramHasIsReachedThroughItsHooks) {
+  Lines reached;
+  menus.hooks.toggleProjectionFullscreen = [&] { reached.emplace_back("full screen"); };
+  menus.hooks.closeProjection = [&] { reached.emplace_back("close"); };
+  menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
+  menus.hooks.terminate = [&] { reached.emplace_back("quit"); };
+  for (const char* const action : {menu_actions::toggleVisualProjectionFullscreen, menu_actions::closeVisualProjection,
+                                   menu_actions::showHelp, menu_actions::terminate}) {
+    menus.perform(action);
+  }
+  EXPECT_EQ(reached, (Lines{"full screen", "close", "help", "quit"}));
+}
+
+TEST_F(MenuCommands, ABufferSizeIsKeptAndAppliedAtOnce) {
+  menus.perform(menu_actions::selectAudioBufferSize, "512");
+  EXPECT_EQ(state.audioIOBufferFrameSize.get(), 512U);
+  EXPECT_EQ(hardware.record, (Lines{"device 2", "frames 512 on 2"}));
+  mainQueue.runAll();
+  EXPECT_TRUE(menu(5).children[0].children[4].isChecked);
+}
+
+TEST_F(MenuCommands, ABufferSizeThatTheMenuDoesNotHaveIsPassedOver) {
+  for (const char* const size : {"", "0", "100", "-128", "128 samples", "4294967424"}) {
+    menus.perform(menu_actions::selectAudioBufferSize, size);
+  }
+  EXPECT_EQ(state.audioIOBufferFrameSize.get(), 128U);
+  EXPECT_EQ(hardware.record, Lines{});
+}
+
+TEST_F(MenuCommands, AnOutputIsKeptAndAppliedAtOnceAndSoIsTheSystems) {
+  menus.perform(menu_actions::selectAudioOutput, "uid-a");
+  EXPECT_EQ(state.audioOutputDeviceUID.get(), "uid-a");
+  menus.perform(menu_actions::selectSystemAudioOutput);
+  EXPECT_EQ(state.audioOutputDeviceUID.get(), std::nullopt);
+  menus.perform(menu_actions::selectAudioOutput);
+  EXPECT_EQ(hardware.record, (Lines{"device 3", "frames 128 on 3", "device 2", "frames 128 on 2"}));
+}
+
+TEST_F(MenuCommands, AnItemIsCarriedOutThoughTheBarHasItNoMore) {
+  hardware.list.erase(hardware.list.begin() + 1);
+  menus.rebuildMenus(state, engine);
+  EXPECT_EQ(menu(5).children[1].children.size(), 2U);
+  menus.perform(menu_actions::selectAudioOutput, "uid-a");
+  EXPECT_EQ(state.audioOutputDeviceUID.get(), "uid-a");
+}
+
+TEST_F(MenuCommands, AnItemThatHasBeenDisabledSinceItWasShownDoesNothing) {
+  state.recentFiles.set({"/home/me/gig.vrel"});
+  mainQueue.runAll();
+  ASSERT_TRUE(itemFor(menu_actions::clearRecentSetlists).isEnabled);
+  state.isLiveModeEnabled.set(true);
+  menus.perform(menu_actions::clearRecentSetlists);
+  EXPECT_EQ(state.recentFiles.get().size(), 1U);
+  state.isLiveModeEnabled.set(false);
+  menus.perform(menu_actions::clearRecentSetlists);
+  EXPECT_EQ(state.recentFiles.get().size(), 0U);
+}
+
+TEST_F(MenuCommands, UnknownActionsAndRowsDoNothing) {
+  menus.perform(menu_actions::noop);
+  menus.perform("formatDisk");
+  menus.perform("");
+  menus.noop();
+  mainQueue.runAll();
+  EXPECT_EQ(rebuildCount, 0);
+}
+
+TEST_F(MenuCommands, SeveralCommandsOfOneTurnMakeOneRebuildAfterIt) {
+  menus.perform(menu_actions::modeLive);
+  menus.perform(menu_actions::toggleLearn);
+  menus.perform(menu_actions::selectVisualBlendMode, "normal");
+  EXPECT_EQ(rebuildCount, 0);
+  mainQueue.runAll();
+  EXPECT_EQ(rebuildCount, 1);
+  menus.perform(menu_actions::toggleLearn);
+  mainQueue.runAll();
+  EXPECT_EQ(rebuildCount, 2);
+}
+
+TEST_F(MenuCommands, WhatChangesElsewhereIsShownAfterItsTurn) {
+  content.liveMode().setLiveMode(true);
+  EXPECT_TRUE(itemFor(menu_actions::modeEdit).isChecked);
+  mainQueue.runAll();
+  EXPECT_TRUE(itemFor(menu_actions::modeLive).isChecked);
+  content.midiLearn().toggleMidiLearnMode();
+  mainQueue.runAll();
+  EXPECT_TRUE(itemFor(menu_actions::toggleLearn).isChecked);
+  content.liveMode().setLiveMode(false);
+  setSongs({SongConfig{.midiControlAssignments = learned()}});
+  mainQueue.runAll();
+  EXPECT_TRUE(itemFor(menu_actions::clearMidiLearn).isEnabled);
+}
+
+TEST_F(MenuCommands, AnEditOfASongLeavesTheBarAlone) {
+  setSongs({SongConfig{.name = "One"}});
+  mainQueue.runAll();
+  EXPECT_EQ(rebuildCount, 0);
+}
+
+TEST_F(MenuCommands, DoNothingBeforeTheBarWasBuilt) {
+  VrelMenuController unbuilt({notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()});
+  unbuilt.perform(menu_actions::modeLive);
+  unbuilt.rebuildMenusSoon();
+  mainQueue.runAll();
+  EXPECT_FALSE(state.isLiveModeEnabled.get());
+  EXPECT_TRUE(unbuilt.mainMenu().empty());
+}
+
+TEST_F(MenuCommands, DoNothingOnceTheEngineIsGone) {
+  auto other = AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console});
+  mainQueue.runAll();
+  menus.rebuildMenus(state, other);
+  other.reset();
+  rebuildCount = 0;
+  Lines reached;
+  menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
+  menus.hooks.openProjection = [&](const auto&) { reached.emplace_back("projection"); };
+  const auto listening =
+      notifications.addObserver("vrel.pasteChannel", [&](const auto&) { reached.emplace_back("paste"); });
+  menus.showHelp();
+  menus.openVisualProjection("0");
+  menus.pasteChannel();
+  menus.modeLive();
+  menus.toggleLearn();
+  menus.selectVisualBlendMode("normal");
+  menus.chooseVisualBackgroundVideo();
+  menus.selectAudioBufferSize("64");
+  menus.selectAudioOutput("uid-a");
+  mainQueue.runAll();
+  EXPECT_EQ(reached, Lines{});
+  EXPECT_EQ(rebuildCount, 0);
+  EXPECT_FALSE(state.isLiveModeEnabled.get());
+  EXPECT_FALSE(state.isMidiLearnMode.get());
+  EXPECT_EQ(state.visualBlendMode.get(), VisualBlendMode::plusLighter);
+  EXPECT_TRUE(desktop.openPanels.empty());
+  EXPECT_EQ(state.audioIOBufferFrameSize.get(), 128U);
+  EXPECT_EQ(state.audioOutputDeviceUID.get(), std::nullopt);
+}
+
+TEST_F(MenuCommands, ARebuildThatIsQueuedWhenTheMenusGoIsDropped) {
+  auto shortLived = std::make_unique<VrelMenuController>(
+      VrelMenuController::Collaborators{notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()});
+  int rebuilds = 0;
+  const auto counting = shortLived->menusRebuilt.connect([&] { ++rebuilds; });
+  shortLived->rebuildMenusSoon(state, engine);
+  shortLived.reset();
+  mainQueue.runAll();
+  EXPECT_EQ(rebuilds, 0);
+}
+
+}  // namespace
+}  // namespace vrel

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/devices/jack_peer.h"
+
+#include <gtest/gtest.h>
+#include <jack/midiport.h>
+
+#include <algorithm>
+
+#include "support/devices/child_process.h"
+
+namespace vrel::system::test {
+
+Recorder::Recorder(const std::string& serverName, std::size_t mostFrames)
+    : client_(joinServer("recorder", serverName)) {
+  for (auto& side : sides_) {
+    side.resize(mostFrames);
+  }
+  ports_[0] = jack_port_register(client_.get(), "in_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+  ports_[1] = jack_port_register(client_.get(), "in_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+  jack_set_process_callback(client_.get(), process, this);
+  EXPECT_EQ(jack_activate(client_.get()), 0);
+  EXPECT_EQ(jack_connect(client_.get(), "system:monitor_1", "recorder:in_1"), 0);
+  EXPECT_EQ(jack_connect(client_.get(), "system:monitor_2", "recorder:in_2"), 0);
+}
+
+int Recorder::process(jack_nframes_t frames, void* recorder) {
+  auto& self = *static_cast<Recorder*>(recorder);
+  const std::size_t position = self.recorded_.load(std::memory_order_relaxed);
+  const std::size_t count = std::min<std::size_t>(frames, self.sides_[0].size() - position);
+  for (std::size_t side = 0; side < self.sides_.size(); ++side) {
+    const auto* const samples = static_cast<const float*>(jack_port_get_buffer(self.ports_[side], frames));
+    std::copy_n(samples, count, self.sides_[side].data() + position);
+  }
+  self.recorded_.store(position + count, std::memory_order_release);
+  return 0;
+}
+
+MidiPeer::MidiPeer(const std::string& serverName, const std::string& clientName)
+    : client_(joinServer(clientName, serverName)) {
+  jack_set_process_callback(client_.get(), process, this);
+  EXPECT_EQ(jack_activate(client_.get()), 0);
+}
+
+void MidiPeer::addPort(const std::string& name) {
+  auto* const port = jack_port_register(client_.get(), name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+  ASSERT_NE(port, nullptr);
+  port_ = port;
+}
+
+void MidiPeer::removePort() {
+  passBlocks();  // so that its buffer is empty when nobody clears it any more
+  ASSERT_EQ(jack_port_unregister(client_.get(), port_.exchange(nullptr)), 0);
+}
+
+void MidiPeer::send(const std::vector<Message>& messages) {
+  passBlocks();
+  sent_ = 0;
+  pending_ = &messages;
+  EXPECT_TRUE(eventually([this] { return pending_ == nullptr; })) << "JACK does not ask for MIDI";
+}
+
+void MidiPeer::passBlocks() const {
+  const auto before = blocks_.load();
+  EXPECT_TRUE(eventually([&] { return blocks_ - before > 3; })) << "JACK asks for no blocks";
+}
+
+bool MidiPeer::isLinked() const {
+  return jack_port_connected(port_) > 0;
+}
+
+int MidiPeer::process(jack_nframes_t frames, void* peer) {
+  constexpr std::size_t mostInBlock = 7;
+  auto& self = *static_cast<MidiPeer*>(peer);
+  ++self.blocks_;
+  auto* const port = self.port_.load();
+  if (port == nullptr) {
+    return 0;
+  }
+  void* const buffer = jack_port_get_buffer(port, frames);
+  jack_midi_clear_buffer(buffer);
+  const auto* const messages = self.pending_.load();
+  if (messages == nullptr) {
+    return 0;
+  }
+  for (std::size_t count = 0; count < mostInBlock && self.sent_ < messages->size(); ++count, ++self.sent_) {
+    const auto& message = (*messages)[self.sent_];
+    jack_midi_event_write(buffer, static_cast<jack_nframes_t>(count * frames / mostInBlock), message.data(),
+                          message.size());
+  }
+  if (self.sent_ == messages->size()) {
+    self.pending_ = nullptr;
+  }
+  return 0;
+}
+
+}  // namespace vrel::system::test

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#define ZOO_URI "urn:vrel:zoo:monoeffect"
+#include "support/zoo/zoo.h"
+
+static void run(LV2_Handle handle, uint32_t frames) {
+  Zoo* zoo = handle;
+  memcpy(zoo->ports[1], zoo->ports[0], frames * sizeof(float));
+}
+
+ZOO_PLUGIN(zooMake, run, NULL, NULL)

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/media/clip_factory.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "simulation/virtual_time.h"
+#include "system/media/clips/clip_files.h"
+
+namespace vrel::system {
+namespace {
+
+using test::clipFile;
+using test::countOf;
+
+/// Real threads, on a clock that stands until the test moves it.
+class ClipPlayers : public testing::Test {
+ protected:
+  struct Clip {
+    std::shared_ptr<AVQueuePlayer> player;
+    std::shared_ptr<AVPlayerLooper> looper;
+  };
+
+  Clip make(const std::string& name) {
+    Clip clip{factory.makeQueuePlayer(), nullptr};
+    clip.looper = factory.makePlayerLooper(clip.player, factory.makePlayerItem(factory.makeAsset(clipFile(name))));
+    return clip;
+  }
+
+  static bool waitUntil(const std::function<bool()>& isSo) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!isSo() && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return isSo();
+  }
+
+  void moveTo(double seconds) { clock.setNanoseconds(1'000'000'000 + static_cast<std::uint64_t>(seconds * 1e9)); }
+
+  simulation::VirtualClock clock;
+  ClipFactory factory{clock};
+};
+
+TEST_F(ClipPlayers, PrepareThemselvesAndLoop) {
+  const auto clip = make("count-h264.mp4");
+  ASSERT_TRUE(waitUntil([&] { return clip.player->copyPicture() != nullptr; }));
+  clip.player->seekToTime(0, 0, 0);
+  clip.player->play();
+  EXPECT_EQ(countOf(clip.player->copyPicture()), 0);
+  for (int index = 0; index < 60; ++index) {
+    moveTo((index + 0.5) * 0.04);
+    EXPECT_TRUE(waitUntil([&] { return countOf(clip.player->copyPicture()) == index % 25; })) << index;
+  }
+}
+
+TEST_F(ClipPlayers, ManyAtOnceKeepToTheirOwnClips) {
+  std::vector<Clip> clips;
+  for (int index = 0; index < 20; ++index) {
+    clips.push_back(make(index % 2 == 0 ? "count-h264.mp4" : "text.mov"));
+  }
+  for (std::size_t index = 0; index < clips.size(); index += 2) {
+    EXPECT_TRUE(waitUntil([&] { return countOf(clips[index].player->copyPicture()) == 0; }));
+    clips[index].player->play();
+  }
+  moveTo(0.5);
+  for (std::size_t index = 0; index < clips.size(); index += 2) {
+    EXPECT_TRUE(waitUntil([&] { return countOf(clips[index].player->copyPicture()) == 12; }));
+    EXPECT_EQ(clips[index + 1].player->copyPicture(), nullptr);
+  }
+}
+
+TEST_F(ClipPlayers, GoAtAnyTimeAndOutliveTheirFactory) {
+  auto own = std::make_unique<ClipFactory>(clock);
+  const auto makeOwn = [&] {
+    auto player = own->makeQueuePlayer();
+    auto looper = own->makePlayerLooper(player, own->makePlayerItem(own->makeAsset(clipFile("count-vp9.webm"))));
+    return Clip{player, looper};
+  };
+  for (int index = 0; index < 20; ++index) {
+    const auto clip = makeOwn();
+    clip.player->play();
+  }
+  const auto last = makeOwn();
+  own.reset();
+  EXPECT_TRUE(waitUntil([&] { return countOf(last.player->copyPicture()) == 0; }));
+}
+
+TEST_F(ClipPlayers, AssetsTellThatTheyHaveLoadedWhateverTheyAre) {
+  std::atomic<int> loaded{0};
+  std::vector<std::shared_ptr<AVURLAsset>> assets;
+  for (const auto* name : {"count-h264.mp4", "gone.mp4", "text.mov"}) {
+    assets.push_back(factory.makeAsset(clipFile(name)));
+    assets.back()->loadValuesAsynchronouslyForKeys({"playable", "duration", "tracks"}, [&] { ++loaded; });
+  }
+  EXPECT_TRUE(waitUntil([&] { return loaded == 3; }));
+}
+
+TEST_F(ClipPlayers, WithoutAnItemShowNothing) {
+  const auto player = factory.makeQueuePlayer();
+  player->setMuted(true);
+  player->seekToTime(0, 0, 0);
+  player->play();
+  player->pause();
+  EXPECT_EQ(player->copyPicture(), nullptr);
+  EXPECT_EQ(player->currentItem(), nullptr);
+}
+
+TEST_F(ClipPlayers, FilesAreFoundByPath) {
+  EXPECT_TRUE(factory.fileExistsAtPath(clipFile("text.mov")));
+  EXPECT_FALSE(factory.fileExistsAtPath(clipFile("gone.mp4")));
+}
+
+}  // namespace
+}  // namespace vrel::system

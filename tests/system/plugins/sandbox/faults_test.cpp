@@ -1,0 +1,439 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What plug-ins and processes do to those who host them, at every stage of a plug-in's life. Each case ends
+// with the stage's own check that no process remains.
+
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+#include <thread>
+
+#include "system/plugins/sandbox/processes.h"
+#include "system/plugins/sandbox/sandbox_stage.h"
+
+namespace vrel::sandbox {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Runs `action` on another thread after `wait`.
+class Later {
+ public:
+  Later(std::chrono::milliseconds wait, const std::function<void()>& action)
+      : thread_([wait, action] {
+          std::this_thread::sleep_for(wait);
+          action();
+        }) {}
+  ~Later() { thread_.join(); }
+
+ private:
+  std::thread thread_;
+};
+
+class Faults : public SandboxStage {
+ protected:
+  using SandboxStage::SandboxStage;
+
+  /// The one process that there is, also before it is ready.
+  [[nodiscard]] static pid_t onlyChild() {
+    EXPECT_TRUE(happensWithin(5s, [] { return childrenOf(getpid()).size() == 1; }));
+    return childrenOf(getpid()).front();
+  }
+
+  [[nodiscard]] bool isReportedDead(pid_t process) {
+    return happensWithin(5s, [&] { return deaths() == std::vector<int>{process}; });
+  }
+};
+
+/// The main thread waits for at most a little while.
+class FaultsWithShortTimeout : public Faults {
+ protected:
+  FaultsWithShortTimeout() : Faults(300ms) {}
+};
+
+// Instantiation.
+
+TEST_F(Faults, KilledWhileItIsMadeTheInstantiationFails) {
+  auto pending = makeLater("urn:vrel:zoo:rebel-hang-instantiate");
+  kill(onlyChild(), SIGKILL);
+  const Made made = pending.get();
+  EXPECT_EQ(made.unit, nullptr);
+  ASSERT_TRUE(made.error);
+  EXPECT_NE(made.error->description.find("was killed by signal 9"), std::string::npos) << made.error->description;
+  EXPECT_TRUE(deaths().empty()) << "a failure, not a death of a unit";
+}
+
+TEST_F(Faults, StoppedWhileItIsMadeItIsMadeWhenItGoesOn) {
+  auto pending = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
+  const pid_t process = onlyChild();
+  stop(process);
+  EXPECT_EQ(pending.wait_for(600ms), std::future_status::timeout);
+  kill(process, SIGCONT);
+  EXPECT_NE(pending.get().unit, nullptr);
+}
+
+TEST_F(Faults, APluginThatNeverComesUpGoesWithTheProgramAndIsAnswered) {
+  std::future<Made> pending;
+  {
+    class Inner : public Faults {
+     public:
+      void TestBody() override {}
+      using SandboxStage::makeLater;
+    };
+    Inner inner;
+    pending = inner.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
+    (void)onlyChild();
+  }
+  EXPECT_TRUE(childrenOf(getpid()).empty());
+  EXPECT_EQ(pending.get().error, Error{"the plug-in host is closing"});
+}
+
+TEST_F(Faults, APluginThatTakesItsTimeIsWaitedForAndNobodyIsHeldUp) {
+  const auto start = Clock::now();
+  auto slow = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
+  EXPECT_LT(Clock::now() - start, 100ms) << "asking does not wait";
+  lv2::Player player(rebel());
+  player.send(0x90, 60, 64);
+  EXPECT_EQ(player.block(128), constant(64)) << "another plays meanwhile";
+  EXPECT_NE(slow.get().unit, nullptr);
+  EXPECT_GE(Clock::now() - start, 300ms);
+}
+
+TEST_F(Faults, APluginThatTakesTwentySecondsDelaysNobodyAndIsThereInTheEnd) {
+  setenv("VREL_ZOO_SECONDS", "20", 1);
+  const auto start = Clock::now();
+  auto slow = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
+  (void)onlyChild();
+  unsetenv("VREL_ZOO_SECONDS");
+  for (int count = 0; count < 3; ++count) {
+    lv2::Player player(rebel());
+    player.send(0x90, 60, 64);
+    EXPECT_EQ(player.block(128), constant(64));
+  }
+  EXPECT_EQ(slow.wait_for(0s), std::future_status::timeout) << "the others were made and played before it";
+  EXPECT_NE(slow.get().unit, nullptr);
+  EXPECT_GE(Clock::now() - start, 20s);
+}
+
+// The library's loading, which no scan does.
+
+TEST_F(Faults, ALibraryThatEndsTheProcessThatLoadsItFailsItsInstantiation) {
+  const Made made = make("urn:vrel:zoo:landmine");
+  EXPECT_EQ(made.unit, nullptr);
+  ASSERT_TRUE(made.error);
+  EXPECT_NE(made.error->description.find("was killed by signal 9"), std::string::npos) << made.error->description;
+}
+
+// Running.
+
+class FaultsWhileRunning : public Faults, public testing::WithParamInterface<int> {};
+
+TEST_P(FaultsWhileRunning, AMisdeedThatEndsTheProcessSilencesTheUnitAtOnceAndIsReportedOnce) {
+  const auto unit = rebel();
+  lv2::Player player(unit);
+  player.send(0x90, 60, 64);
+  ASSERT_EQ(player.block(128), constant(64));
+  player.send(0x90, static_cast<std::uint8_t>(GetParam()), 64);
+  EXPECT_EQ(player.block(128), constant(0)) << "with no deadline it waits only for the living";
+  EXPECT_TRUE(isReportedDead(processOf(unit)));
+  EXPECT_EQ(player.block(128), constant(0));
+  EXPECT_EQ(deaths().size(), 1U);
+  EXPECT_EQ(counters().deaths, 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Misdeeds, FaultsWhileRunning,
+                         testing::Values(misdeed::writeToNothing, misdeed::leaveTheProgram,
+                                         misdeed::writeBehindTheBuffer, misdeed::writeBeforeTheBuffer));
+
+TEST_F(Faults, ADeathIsNoticedWithinATenthOfASecond) {
+  // A machine busy with something else may be late itself: the quickest of a few counts.
+  bool isInTime = false;
+  for (std::size_t attempt = 1; attempt <= 5 && !isInTime; ++attempt) {
+    const auto unit = rebel();
+    kill(processOf(unit), SIGKILL);
+    isInTime = happensWithin(100ms, [&] { return deaths().size() == attempt; });
+    EXPECT_TRUE(happensWithin(5s, [&] { return deaths().size() == attempt; }));
+  }
+  EXPECT_TRUE(isInTime);
+}
+
+TEST_F(Faults, KilledWithinABlockThatHasNoDeadlineTheBlockEnds) {
+  const auto unit = rebel();
+  lv2::Player player(unit);
+  player.send(0x90, misdeed::hangForever, 64);
+  const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
+  EXPECT_EQ(player.block(128), constant(0));
+}
+
+TEST_F(Faults, AnEndlessLoopCostsOneWaitAndThenNothing) {
+  const auto unit = rebel();
+  DeadlinePlayer player(unit);
+  player.key(misdeed::hangForever);
+  EXPECT_EQ(player.block(5ms), constant(0));
+  const auto start = Clock::now();
+  for (int block = 0; block < 1000; ++block) {
+    EXPECT_EQ(player.block(5ms), constant(0));
+  }
+  EXPECT_LT(Clock::now() - start, 1s) << "one that owes an answer is not waited for";
+  EXPECT_EQ(counters().lateBlocks, 1001U);
+  EXPECT_TRUE(deaths().empty()) << "it lives, after all";
+}
+
+TEST_F(Faults, AStoppedProcessIsSilentAndPlaysAgainWhenItGoesOn) {
+  const auto unit = rebel();
+  DeadlinePlayer player(unit);
+  player.key(60, 64);
+  ASSERT_EQ(player.block(std::nullopt), constant(64));
+  stop(processOf(unit));
+  for (int block = 0; block < 5; ++block) {
+    EXPECT_EQ(player.block(3ms), constant(0));
+  }
+  kill(processOf(unit), SIGCONT);
+  EXPECT_TRUE(happensWithin(5s, [&] { return player.block(20ms) == constant(64); }));
+}
+
+TEST_F(Faults, AskedToEndItPlaysOnForAsLongAsItsHost) {
+  const auto unit = rebel();
+  lv2::Player player(unit);
+  player.send(0x90, 60, 64);
+  ASSERT_EQ(player.block(128), constant(64));
+  for (const int asked : {SIGTERM, SIGHUP, SIGINT}) {
+    kill(processOf(unit), asked);
+    EXPECT_EQ(player.block(128), constant(64));
+  }
+  EXPECT_FALSE(happensWithin(50ms, [&] { return !deaths().empty(); }));
+}
+
+TEST_F(Faults, AnAnswerThatWasGivenUpNeverSoundsAndEventsWaitForTheNextOne) {
+  const auto unit = rebel();
+  DeadlinePlayer player(unit);
+  player.key(60, 32);
+  ASSERT_EQ(player.block(std::nullopt), constant(32));
+  player.key(misdeed::sleepLong);
+  EXPECT_EQ(player.block(1ms), constant(0));
+  player.key(60, 96);
+  EXPECT_EQ(player.block(1ms), constant(0)) << "it is still at the block that was given up";
+  lv2::Sound next = constant(0);
+  EXPECT_TRUE(happensWithin(10s, [&] { return (next = player.block(5s)) != constant(0); }));
+  EXPECT_EQ(next, constant(96)) << "the late answer, at the old velocity, is dropped";
+  EXPECT_EQ(counters().lateAnswersDropped, 1U);
+  EXPECT_GE(counters().lateBlocks, 2U);
+}
+
+TEST_F(Faults, WithoutADeadlineASlowBlockIsWaitedFor) {
+  const auto unit = rebel();
+  DeadlinePlayer player(unit);
+  player.key(60, 64);
+  player.key(misdeed::sleepLong);
+  EXPECT_EQ(player.block(std::nullopt), constant(64));
+  EXPECT_EQ(counters().lateBlocks, 0U);
+}
+
+TEST_F(Faults, WhatIsNoNumberIsSilencedAndCounted) {
+  lv2::Player player(rebel());
+  player.send(0x90, 60, 64);
+  player.send(0x90, misdeed::notANumber, 64);
+  EXPECT_EQ(player.block(128), constant(0));
+  player.send(0x90, misdeed::infinite, 64);
+  EXPECT_EQ(player.block(128), constant(0));
+  EXPECT_EQ(counters().silencedBlocks, 2U);
+  EXPECT_EQ(player.block(128), constant(64)) << "the unit goes on";
+}
+
+TEST_F(Faults, DenormalsComeThroughWithoutHarm) {
+  lv2::Player player(rebel());
+  player.send(0x90, misdeed::denormal, 64);
+  EXPECT_LT(lv2::peak(player.block(128).left), 1e-30F);
+  EXPECT_EQ(counters().silencedBlocks, 0U);
+}
+
+TEST_F(Faults, MoreEventsThanFitAreCountedAndTheRestArrives) {
+  lv2::Player player(rebel());
+  for (int index = 0; index < 5000; ++index) {
+    player.send(0x90, 60, static_cast<std::uint8_t>(1 + index % 100));
+  }
+  EXPECT_EQ(counters().droppedEvents, 5000U - MidiRing::capacity);
+  EXPECT_EQ(player.block(128), constant(1 + (MidiRing::capacity - 1) % 100));
+}
+
+TEST_F(Faults, AWorkerMessageThatIsTooLargeIsRefusedAndCounted) {
+  lv2::Player player(rebel());
+  player.send(0x90, 60, 64);
+  player.send(0x90, misdeed::askForTooMuchWork, 64);
+  EXPECT_EQ(player.block(128), constant(64));
+  EXPECT_EQ(counters().refusedWork, 1U);
+}
+
+class FaultsInRealTime : public Faults {
+ protected:
+  FaultsInRealTime() : Faults(std::nullopt, VREL_PLUGIN_HOST_PROGRAM, true) {}
+};
+
+TEST_F(FaultsInRealTime, APluginPlaysWithTheSchedulingAndTheMemoryOfADevice) {
+  DeadlinePlayer player(rebel());
+  player.key(60, 64);
+  EXPECT_EQ(player.block(1s), constant(64));
+}
+
+TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "no right to real-time scheduling here";
+  }
+  const auto unit = rebel();
+  DeadlinePlayer player(unit);
+  player.key(misdeed::hangForever);
+  EXPECT_EQ(player.block(5ms), constant(0));
+  EXPECT_TRUE(happensWithin(10s, [this] { return deaths().size() == 1; }));
+  EXPECT_TRUE(isTold("was killed by signal"));
+}
+
+// State.
+
+/// The state of a rebel that plays the level 64. The unit has given it, and so knows it.
+std::optional<PropertyListDictionary> stateAfterAKey(const std::shared_ptr<AVAudioUnit>& unit) {
+  lv2::Player player(unit);
+  player.send(0x90, 60, 64);
+  (void)player.block(128);
+  return unit->auAudioUnit().fullStateForDocument();
+}
+
+TEST_F(FaultsWithShortTimeout, AHangingCaptureGivesTheLastStateKnownAndALine) {
+  const auto source = rebel();
+  const auto state = stateAfterAKey(source);
+  ASSERT_TRUE(state);
+  stop(processOf(source));
+  const auto start = Clock::now();
+  EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
+  EXPECT_LT(Clock::now() - start, 2s);
+  EXPECT_TRUE(isTold("the last one known is kept"));
+  const auto again = Clock::now();
+  EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
+  EXPECT_LT(Clock::now() - again, 250ms) << "one that owes an answer is not asked again";
+  kill(processOf(source), SIGCONT);
+  EXPECT_TRUE(happensWithin(5s, [&] { return source->auAudioUnit().fullStateForDocument() == state; }));
+}
+
+TEST_F(FaultsWithShortTimeout, APluginThatHangsInSavingIsLetGoOf) {
+  const auto unit = rebel("hang-save");
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), std::nullopt);
+}
+
+TEST_F(FaultsWithShortTimeout, APluginThatHangsInRestoringKeepsItsStateForTheNextSave) {
+  const auto state = rebel()->auAudioUnit().fullStateForDocument();
+  ASSERT_TRUE(state);
+  auto foreign = *state;
+  foreign["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
+  const auto unit = rebel("hang-restore");
+  const auto start = Clock::now();
+  unit->auAudioUnit().setFullStateForDocument(foreign);
+  unit->reset();
+  EXPECT_LT(Clock::now() - start, 2s);
+  EXPECT_TRUE(isTold("has not taken its state yet"));
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), foreign);
+}
+
+TEST_F(FaultsWithShortTimeout, StoppedWhileAStateGoesInTheCallReturnsAndTheStateIsTakenLater) {
+  const auto state = stateAfterAKey(rebel());
+  ASSERT_TRUE(state);
+  const auto unit = rebel();
+  stop(processOf(unit));
+  const auto start = Clock::now();
+  unit->auAudioUnit().setFullStateForDocument(*state);
+  EXPECT_LT(Clock::now() - start, 2s);
+  EXPECT_TRUE(isTold("has not taken its state yet"));
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state) << "a save meanwhile loses nothing";
+  kill(processOf(unit), SIGCONT);
+  lv2::Player revived(unit);
+  EXPECT_TRUE(happensWithin(5s, [&] { return revived.block(128) == constant(64); }));
+}
+
+TEST_F(Faults, KilledWhileItsStateIsAskedForTheLastOneKnownComesBack) {
+  const auto unit = rebel("hang-save");
+  const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), std::nullopt);
+  EXPECT_TRUE(isTold("its process has ended"));
+}
+
+TEST_F(Faults, KilledWhileAStateGoesInTheCallReturns) {
+  auto state = rebel()->auAudioUnit().fullStateForDocument().value();
+  state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
+  const auto unit = rebel("hang-restore");
+  const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
+  unit->auAudioUnit().setFullStateForDocument(state);
+  EXPECT_TRUE(isReportedDead(processOf(unit)));
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state);
+}
+
+// Closing.
+
+TEST_F(Faults, APluginThatHangsInClosingIsKilledAndNobodyWaits) {
+  auto unit = rebel("hang-cleanup");
+  const pid_t process = processOf(unit);
+  const auto start = Clock::now();
+  unit.reset();
+  EXPECT_LT(Clock::now() - start, 150ms) << "less than it is given to close";
+  EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
+  EXPECT_TRUE(deaths().empty());
+}
+
+TEST_F(Faults, AStoppedProcessThatIsLetGoOfIsKilled) {
+  auto unit = rebel();
+  const pid_t process = processOf(unit);
+  stop(process);
+  unit.reset();
+  EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
+}
+
+TEST_F(Faults, OneInAnEndlessLoopThatIsLetGoOfIsKilled) {
+  auto unit = rebel();
+  const pid_t process = processOf(unit);
+  {
+    DeadlinePlayer player(unit);
+    player.key(misdeed::hangForever);
+    (void)player.block(1ms);
+  }
+  unit.reset();
+  EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
+}
+
+TEST_F(Faults, KilledWhileItClosesNothingIsReported) {
+  auto unit = rebel("hang-cleanup");
+  const pid_t process = processOf(unit);
+  unit.reset();
+  kill(process, SIGKILL);
+  EXPECT_TRUE(happensWithin(5s, [&] { return guestCount() == 0; }));
+  EXPECT_TRUE(deaths().empty());
+}
+
+// All of it again and again.
+
+TEST_F(Faults, AHundredKillsAndRevivesLeaveNothingBehind) {
+  const auto round = [this] {
+    const auto unit = rebel();
+    lv2::Player player(unit);
+    player.send(0x90, 60, 64);
+    EXPECT_EQ(player.block(128), constant(64));
+    kill(processOf(unit), SIGKILL);
+    EXPECT_TRUE(happensWithin(5s, [this] { return guestCount() == 0; }));
+  };
+  for (int warm = 0; warm < 10; ++warm) {
+    round();
+  }
+  const std::size_t descriptors = descriptorCount();
+  const std::size_t memory = residentBytes();
+  for (int count = 0; count < 100; ++count) {
+    round();
+  }
+  EXPECT_EQ(counters().deaths, 110U);
+  EXPECT_EQ(descriptorCount(), descriptors);
+  EXPECT_EQ(sharedMappingCount(), 0U);
+  EXPECT_TRUE(childrenOf(getpid()).empty());
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  EXPECT_LT(residentBytes(), memory + (4U << 20U));
+#else
+  (void)memory;
+#endif
+}
+
+}  // namespace
+}  // namespace vrel::sandbox

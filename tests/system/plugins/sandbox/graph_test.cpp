@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Sandboxed instruments in the running graph: what one does is not heard in the others.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <functional>
+#include <ostream>
+#include <thread>
+
+#include "system/audio/offline_device.h"
+#include "system/audio/paced_null_device.h"
+#include "system/audio/render_engine.h"
+#include "system/plugins/sandbox/processes.h"
+#include "system/plugins/sandbox/sandbox_stage.h"
+
+namespace vrel::sandbox {
+namespace {
+
+class InTheGraph : public SandboxStage {
+ public:
+  using SandboxStage::make;
+  using SandboxStage::makeLater;
+
+ protected:
+  // Large blocks leave a busy machine time enough to play them.
+  static constexpr std::uint32_t frames = 512;
+
+  InTheGraph() : SandboxStage(100ms) {}
+
+  /// What leaves a unit, from its first loud sample on.
+  class Recorder {
+   public:
+    explicit Recorder(AVAudioNode& node) : node_(node) {
+      node_.installTap(0, frames, std::nullopt, [this](const AVAudioPCMBuffer& buffer) {
+        const float* const samples = buffer.floatChannelData()[0];
+        const std::lock_guard lock(mutex_);
+        for (std::uint32_t frame = 0; frame < buffer.frameLength; ++frame) {
+          if (!samples_.empty() || samples[frame] != 0.0F) {
+            samples_.push_back(samples[frame]);
+          }
+        }
+      });
+    }
+    ~Recorder() { node_.removeTap(0); }
+
+    [[nodiscard]] std::vector<float> samples() const {
+      const std::lock_guard lock(mutex_);
+      return samples_;
+    }
+
+   private:
+    AVAudioNode& node_;
+    mutable std::mutex mutex_;
+    std::vector<float> samples_;
+  };
+
+  /// The sine as it is without anybody beside it.
+  std::vector<float> undisturbed(std::size_t count) {
+    lv2::Player player(inProcess_.make("urn:vrel:zoo:sine").unit);
+    player.send(0x90, 69, 100);
+    auto samples = player.play(count + frames).left;
+    const auto loud = std::find_if(samples.begin(), samples.end(), [](float sample) { return sample != 0.0F; });
+    return {loud, loud + static_cast<std::ptrdiff_t>(count)};
+  }
+
+  static void expectBegin(const std::vector<float>& samples, const std::vector<float>& expected) {
+    ASSERT_GE(samples.size(), expected.size());
+    const auto differs = std::mismatch(expected.begin(), expected.end(), samples.begin());
+    EXPECT_EQ(differs.first - expected.begin(), static_cast<std::ptrdiff_t>(expected.size()))
+        << "the first sample that differs";
+  }
+
+  struct Graph {
+    std::shared_ptr<audio::RenderCounters> counters = std::make_shared<audio::RenderCounters>();
+    std::shared_ptr<audio::RenderEngine> engine;
+    std::shared_ptr<AVAudioUnitMIDIInstrument> sine;
+    std::shared_ptr<AVAudioUnitMIDIInstrument> rebel;
+  };
+
+  Graph graphOn(const std::shared_ptr<audio::OutputDevice>& device, const std::string& name = "kind") {
+    Graph graph;
+    graph.engine = std::make_shared<audio::RenderEngine>(device, graph.counters);
+    graph.rebel = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(rebel(name));
+    graph.sine = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(make("urn:vrel:zoo:sine").unit);
+    for (const auto& unit : {graph.rebel, graph.sine}) {
+      graph.engine->attach(unit);
+      graph.engine->connect(unit, graph.engine->mainMixerNode(), std::nullopt);
+    }
+    graph.engine->connect(graph.engine->mainMixerNode(), graph.engine->outputNode(), std::nullopt);
+    return graph;
+  }
+};
+
+/// What happens to a rebel, or to another plug-in, while the sine plays.
+struct Fault {
+  std::string name;
+  std::string rebel;
+  std::function<void(InTheGraph& stage, AVAudioUnitMIDIInstrument& rebel)> happen;
+};
+
+// NOLINTNEXTLINE(readability-identifier-naming): the test library looks for this name
+void PrintTo(const Fault& fault, std::ostream* stream) {
+  *stream << fault.name;
+}
+
+pid_t processOf(AVAudioUnit& unit) {
+  return dynamic_cast<SandboxedNode&>(unit).processId();
+}
+
+/// An endless loop, or what a signal does: at every stage of a plug-in's life.
+struct Misfortune {
+  std::string name;
+  int signal;  // 0 for a loop, in which it is anyway
+};
+
+/// Makes the call; its plug-in, which never returns from it, meets with the misfortune in the midst of it.
+void during(const Misfortune& misfortune, pid_t process, const std::function<void()>& call) {
+  std::thread other([&] {
+    std::this_thread::sleep_for(30ms);
+    if (misfortune.signal != 0) {
+      kill(process, misfortune.signal);
+    }
+  });
+  call();
+  other.join();
+}
+
+Fault whileMade(const Misfortune& misfortune) {
+  return {misfortune.name + "WhileMade", "kind", [misfortune](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
+            const auto before = childrenOf(getpid());
+            (void)stage.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
+            std::vector<pid_t> now;
+            EXPECT_TRUE(happensWithin(5s, [&] { return (now = childrenOf(getpid())).size() > before.size(); }));
+            for (const pid_t child : now) {
+              if (misfortune.signal != 0 && std::find(before.begin(), before.end(), child) == before.end()) {
+                kill(child, misfortune.signal);
+              }
+            }
+          }};
+}
+
+Fault inRestoring(const Misfortune& misfortune) {
+  return {misfortune.name + "InRestoring", "hang-restore",
+          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            PropertyListDictionary state;
+            state["format"] = {std::int64_t{1}};
+            state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
+            state["ports"] = {PropertyListDictionary{}};
+            state["properties"] = {PropertyListArray{}};
+            state["files"] = {PropertyListDictionary{}};
+            during(misfortune, processOf(rebel), [&] { rebel.auAudioUnit().setFullStateForDocument(state); });
+          }};
+}
+
+Fault whilePlaying(const Misfortune& misfortune) {
+  return {misfortune.name + "WhilePlaying", "kind",
+          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            if (misfortune.signal != 0) {
+              kill(processOf(rebel), misfortune.signal);
+            } else {
+              rebel.sendMIDIEvent(0x90, misdeed::hangForever, 64);
+            }
+          }};
+}
+
+Fault inSaving(const Misfortune& misfortune) {
+  return {misfortune.name + "InSaving", "hang-save",
+          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            during(misfortune, processOf(rebel), [&] { (void)rebel.auAudioUnit().fullStateForDocument(); });
+          }};
+}
+
+Fault inClosing(const Misfortune& misfortune) {
+  return {misfortune.name + "InClosing", "kind", [misfortune](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
+            auto unit = stage.make("urn:vrel:zoo:rebel-hang-cleanup").unit;
+            const pid_t process = processOf(*unit);
+            during(misfortune, process, [&] { unit.reset(); });
+          }};
+}
+
+Fault keyed(const char* name, std::uint8_t key) {
+  return {name, "kind",
+          [key](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) { rebel.sendMIDIEvent(0x90, key, 64); }};
+}
+
+void sendTooMuch(InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+  for (int count = 0; count < 5000; ++count) {
+    rebel.sendMIDIEvent(0x90, 60, 64);
+  }
+}
+
+std::vector<Fault> faults() {
+  std::vector<Fault> all = {
+      keyed("WriteToNothing", misdeed::writeToNothing),
+      keyed("WriteBehindTheBuffer", misdeed::writeBehindTheBuffer),
+      keyed("WriteBeforeTheBuffer", misdeed::writeBeforeTheBuffer),
+      keyed("NotANumber", misdeed::notANumber),
+      keyed("Infinite", misdeed::infinite),
+      keyed("Denormal", misdeed::denormal),
+      keyed("TenBlocksLate", misdeed::sleepTenBlocks),
+      keyed("TooMuchWork", misdeed::askForTooMuchWork),
+      {"TooManyEvents", "kind", sendTooMuch},
+  };
+  for (const Misfortune& misfortune : {Misfortune{"Killed", SIGKILL}, {"Stopped", SIGSTOP}, {"EndlessLoop", 0}}) {
+    for (const auto at : {whileMade, inRestoring, whilePlaying, inSaving, inClosing}) {
+      all.push_back(at(misfortune));
+    }
+  }
+  return all;
+}
+
+/// A run of the sine beside a rebel that comes to grief in the midst of it. Empty when the machine, busy with
+/// something else, let a block of the sine, or of the recording, go by.
+class PacedRun : public InTheGraph, public testing::WithParamInterface<Fault> {
+ protected:
+  static constexpr std::size_t before = 20 * frames;
+  static constexpr std::size_t whole = 100 * frames;
+
+  std::vector<float> sineBeside(const Fault& fault) {
+    const auto device = std::make_shared<audio::PacedNullDevice>(48000, frames);
+    const Graph graph = graphOn(device, fault.rebel);
+    Recorder recorder(*graph.sine);
+    EXPECT_EQ(graph.engine->start(), std::nullopt);
+    graph.rebel->sendMIDIEvent(0x90, 60, 64);
+    graph.sine->sendMIDIEvent(0x90, 69, 100);
+    EXPECT_TRUE(happensWithin(10s, [&] { return recorder.samples().size() > before; }));
+    const auto expected = undisturbed(before);
+    if (const auto begin = recorder.samples(); !std::equal(expected.begin(), expected.end(), begin.begin())) {
+      return {};  // before anything was done to it
+    }
+    fault.happen(*this, *graph.rebel);
+    EXPECT_TRUE(happensWithin(10s, [&] { return recorder.samples().size() > whole; }));
+    graph.engine->stop();
+    for (const pid_t child : childrenOf(getpid())) {
+      kill(child, SIGKILL);  // what loops would take the processor from the next attempt
+    }
+    const auto samples = recorder.samples();
+    const bool hasGaps = std::search_n(samples.begin(), samples.end(), 8, 0.0F) != samples.end();
+    return hasGaps || graph.counters->droppedTapBuffers > 0 ? std::vector<float>() : samples;
+  }
+};
+
+TEST_P(PacedRun, TheOtherStripSoundsSampleForSampleAsWithoutTheFault) {
+  std::vector<float> samples;
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  while (samples.empty() && std::chrono::steady_clock::now() < end) {
+    samples = sineBeside(GetParam());
+  }
+  expectBegin(samples, undisturbed(whole));
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, PacedRun, testing::ValuesIn(faults()),
+                         [](const auto& parameter) { return parameter.param.name; });
+
+using InTheOfflineGraph = InTheGraph;
+
+TEST_F(InTheOfflineGraph, ADeathInTheMidstOfARenderChangesNothingForTheOther) {
+  const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
+  const Graph graph = graphOn(device);
+  Recorder recorder(*graph.sine);
+  ASSERT_EQ(graph.engine->start(), std::nullopt);
+  graph.rebel->sendMIDIEvent(0x90, 60, 64);
+  graph.sine->sendMIDIEvent(0x90, 69, 100);
+  for (int block = 0; block < 150; ++block) {
+    if (block == 50) {
+      kill(processOf(graph.rebel), SIGKILL);
+    }
+    (void)device->renderBlock();
+  }
+  expectBegin(recorder.samples(), undisturbed(149 * frames));
+  EXPECT_TRUE(happensWithin(5s, [this] { return deaths().size() == 1; }));
+}
+
+TEST_F(InTheOfflineGraph, AllSourcesWorkAtTheSameTime) {
+  const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
+  const Graph graph = graphOn(device);
+  const auto second = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(rebel());
+  graph.engine->attach(second);
+  graph.engine->connect(second, graph.engine->mainMixerNode(), std::nullopt);
+  ASSERT_EQ(graph.engine->start(), std::nullopt);
+  graph.rebel->sendMIDIEvent(0x90, misdeed::sleepLong, 64);
+  second->sendMIDIEvent(0x90, misdeed::sleepLong, 64);
+  const auto start = std::chrono::steady_clock::now();
+  (void)device->renderBlock();
+  const auto taken = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(taken, 500ms);
+  EXPECT_LT(taken, 900ms) << "one behind the other takes a second";
+}
+
+}  // namespace
+}  // namespace vrel::sandbox

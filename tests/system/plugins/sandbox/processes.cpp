@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/processes.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+#include <thread>
+
+namespace vrel::sandbox {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What the system's table says of a process; all zero when it has gone.
+struct TableLine {
+  char state = 0;
+  pid_t parent = 0;
+};
+
+TableLine lineOf(const fs::path& entry) {
+  std::ifstream file(entry / "stat");
+  std::string line;
+  std::getline(file, line);
+  const std::size_t behindName = line.rfind(')');
+  if (behindName == std::string::npos) {
+    return {};
+  }
+  std::istringstream rest(line.substr(behindName + 1));
+  TableLine result;
+  rest >> result.state >> result.parent;
+  return result;
+}
+
+}  // namespace
+
+std::vector<pid_t> childrenOf(pid_t process) {
+  std::vector<pid_t> children;
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator("/proc", ignored)) {
+    const std::string name = entry.path().filename().string();
+    if (name.find_first_not_of("0123456789") == std::string::npos && lineOf(entry.path()).parent == process) {
+      children.push_back(std::stoi(name));
+    }
+  }
+  return children;
+}
+
+bool isThere(pid_t process) {
+  return kill(process, 0) == 0;
+}
+
+void stop(pid_t process) {
+  kill(process, SIGSTOP);
+  (void)happensWithin(std::chrono::seconds(5),
+                      [process] { return lineOf(fs::path("/proc") / std::to_string(process)).state == 'T'; });
+}
+
+std::size_t descriptorCount() {
+  std::size_t count = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    ++count;
+  }
+  return count;
+}
+
+std::size_t sharedMappingCount() {
+  std::ifstream file("/proc/self/maps");
+  std::size_t count = 0;
+  for (std::string line; std::getline(file, line);) {
+    count += line.find("memfd:vrel-plugin") != std::string::npos ? 1U : 0U;
+  }
+  return count;
+}
+
+std::size_t residentBytes() {
+  std::ifstream file("/proc/self/statm");
+  std::size_t total = 0;
+  std::size_t resident = 0;
+  file >> total >> resident;
+  return resident * 4096;
+}
+
+bool happensWithin(std::chrono::milliseconds time, const std::function<bool()>& condition) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+}  // namespace vrel::sandbox

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/sandbox/sandbox_stage.h"
+
+#include <algorithm>
+
+#include "system/plugins/sandbox/processes.h"
+#include "system/plugins/sandbox/word_wait.h"
+
+namespace vrel::sandbox {
+
+SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool isRealTime) {
+  // The scan reads the environment, which some tests change.
+  (void)inProcess_.world->componentsMatchingDescription({});
+  settings_.timeout = timeout;
+  settings_.worksWithinBlock = true;
+  settings_.isRealTime = isRealTime;
+  settings_.log = [lines = lines_](const std::string& line) {
+    const std::lock_guard lock(lines->mutex);
+    lines->all.push_back(line);
+  };
+  supervisor_ =
+      Supervisor::start({.helperPath = std::move(helper), .log = settings_.log, .closingGrace = 200ms}).value();
+  const auto finder = [world = inProcess_.world](const AudioComponentDescription& codes) -> std::optional<PluginPlace> {
+    const auto plugin = world->find(codes);
+    return plugin ? std::optional(PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+  };
+  factory_ = std::make_unique<SandboxingUnitFactory>(*inProcess_.factory, supervisor_, finder, mainLoop_, settings_);
+  factory_->setDeathHandler(
+      [this](const std::shared_ptr<AVAudioUnit>& /*node*/, int processId) { deaths_.push_back(processId); });
+}
+
+SandboxStage::~SandboxStage() {
+  factory_.reset();
+  supervisor_.reset();
+  EXPECT_TRUE(childrenOf(getpid()).empty()) << "a process is left behind";
+}
+
+std::future<SandboxStage::Made> SandboxStage::makeLater(const std::string& uri) {
+  auto made = std::make_shared<std::promise<Made>>();
+  factory_->instantiate(inProcess_.component(uri).audioComponentDescription,
+                        AudioComponentInstantiationOptions::outOfProcess,
+                        [made](std::shared_ptr<AVAudioUnit> unit, std::optional<Error> error) {
+                          made->set_value({std::move(unit), std::move(error)});
+                        });
+  return made->get_future();
+}
+
+SandboxStage::Made SandboxStage::make(const std::string& uri) {
+  return makeLater(uri).get();
+}
+
+std::vector<std::string> SandboxStage::lines() const {
+  const std::lock_guard lock(lines_->mutex);
+  return lines_->all;
+}
+
+bool SandboxStage::isTold(const std::string& part) const {
+  const auto all = lines();
+  return std::any_of(all.begin(), all.end(),
+                     [&part](const std::string& line) { return line.find(part) != std::string::npos; });
+}
+
+lv2::Sound DeadlinePlayer::block(std::optional<std::chrono::microseconds> wait) {
+  constexpr std::uint32_t frames = 128;
+  lv2::Sound sound{std::vector<float>(frames), std::vector<float>(frames)};
+  const audio::Stream output{{sound.left.data(), sound.right.data()}, 2};
+  std::optional<std::int64_t> deadline;
+  if (wait) {
+    deadline = monotonicNanoseconds() + std::chrono::nanoseconds(*wait).count();
+  }
+  const AudioThreadScope block;
+  processor_->begin(frames);
+  processor_->process({.frameCount = frames, .inputs = {}, .output = output, .deadline = deadline});
+  return sound;
+}
+
+}  // namespace vrel::sandbox
