@@ -17,7 +17,7 @@ class CheckIncludes(lint_case.LintCase):
         self.module("document", "vrel_platform")
         self.module("channel", "vrel_document")
         self.module("system/audio", "vrel_platform")
-        self.module("engine", "vrel_engine_channel")
+        self.module("engine", "vrel_channel")
 
     def module(self, folder: str, depends: str) -> None:
         name = "vrel_" + folder.replace("/", "_")
@@ -48,7 +48,7 @@ class CheckIncludes(lint_case.LintCase):
         self.assert_told(self.problems(), "src/channel/thing.cpp:1", "out of reach")
 
     def test_two_modules_of_one_folder_are_told_apart_by_their_sources(self):
-        self.write("src/midi/CMakeLists.txt", "vrel_module(vrel_midi SOURCES router.cpp DEPENDS vrel_engine_channel)\n"
+        self.write("src/midi/CMakeLists.txt", "vrel_module(vrel_midi SOURCES router.cpp DEPENDS vrel_channel)\n"
                                               "vrel_module(vrel_midi_file SOURCES file.cpp DEPENDS vrel_foundation)\n")
         self.write("src/midi/router.cpp", '#include "channel/thing.h"\n')
         self.write("src/midi/file.cpp", '#include "foundation/result.h"\n')
@@ -103,12 +103,12 @@ class CheckIncludes(lint_case.LintCase):
         self.assertIn("src/document: the folder depends on itself in a circle", told)
 
     def test_logic_that_leans_on_the_system_fails(self):
-        self.module("engine", "vrel_engine_channel vrel_system_audio")
+        self.module("engine", "vrel_channel vrel_system_audio")
         self.assert_told(self.problems(), "vrel_engine is logic and must not depend on vrel_system_audio")
 
     def test_a_link_outside_of_the_module_call_fails(self):
         self.write("src/engine/CMakeLists.txt",
-                   "vrel_module(vrel_engine SOURCES thing.cpp DEPENDS vrel_engine_channel)\n"
+                   "vrel_module(vrel_engine SOURCES thing.cpp DEPENDS vrel_channel)\n"
                    "target_link_libraries(vrel_engine PRIVATE vrel_system_audio)\n")
         self.assert_told(self.problems(), "outside of vrel_module")
 
