@@ -183,8 +183,8 @@ class SlowQueue : public DispatchQueue {
       return;
     }
     entry_.isEntered = true;
-    constexpr int timeout = 100'000;
-    for (int turn = 0; turn < patience && !entry_.ownerLetGo; ++turn) {
+    constexpr int mostTurns = 100'000;
+    for (int turn = 0; turn < mostTurns && !entry_.ownerLetGo; ++turn) {
       std::this_thread::yield();
     }
   }
