@@ -267,7 +267,7 @@ void ConsoleDriver::cancelPanel() {
 void ConsoleDriver::onLogic(const std::function<void(Session&)>& action) {
   bool isDone = false;
   program_->logic.postToSession([&](Session& session) {
-    action(program);
+    action(session);
     QMetaObject::invokeMethod(
         qApp, [&isDone] { isDone = true; }, Qt::QueuedConnection);
   });

@@ -163,7 +163,7 @@ TEST_F(WholeProgram, AsksAtTheFirstSignalAndEndsAtTheSecond) {
   ASSERT_TRUE(opens());
   program.terminate();
   ASSERT_TRUE(asks());
-  EXPECT_EQ(session.state(), QProcess::Running);
+  EXPECT_EQ(program.state(), QProcess::Running);
   program.terminate();
   ASSERT_TRUE(ends());
   EXPECT_EQ(program.exitStatus(), QProcess::CrashExit);

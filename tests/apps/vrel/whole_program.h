@@ -65,7 +65,7 @@ class WholeProgram : public testing::Test {
     });
   }
   bool ends() {
-    return driver.eventually([this] { return session.state() == QProcess::NotRunning; });
+    return driver.eventually([this] { return program.state() == QProcess::NotRunning; });
   }
   /// There is no window manager to give the window the keyboard.
   static void press(const std::string& key) {
