@@ -8,6 +8,13 @@ set(CMAKE_C_STANDARD 11)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# Where it is installed, what was compiled before is not compiled again, in whichever build folder.
+find_program(VREL_CCACHE ccache)
+if(VREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${VREL_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${VREL_CCACHE})
+endif()
+
 add_library(vrel_options INTERFACE)
 target_include_directories(vrel_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 # Three warnings of GCC guess from optimised code and are wrong about std::variant, std::optional, std::string and
@@ -17,6 +24,10 @@ target_compile_options(vrel_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast>
   $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overread>
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-sign-conversion>)
+if(CMAKE_UNITY_BUILD)
+  # It asks whether a class is defined in the file that is compiled, which in a batch of sources is none.
+  target_compile_options(vrel_options INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()
 
 # vrel_module(name SOURCES ... DEPENDS ... [PRIVATE_DEPENDS ...])
 # One subsystem. DEPENDS are the allowed arrows to other subsystems; third-party libraries stay private.

@@ -17,7 +17,7 @@ namespace {
 
 using Learning = MidiLearnStage;
 
-constexpr MidiMessage knob{0xB0, 20, 70};
+constexpr MidiMessage knobTurn{0xB0, 20, 70};
 
 TEST_F(Learning, TheButtonArmsAndDisarms) {
   EXPECT_FALSE(state.isMidiLearnMode.get());
@@ -47,7 +47,7 @@ TEST_F(Learning, TheButtonEndsAWait) {
   learn.toggleMidiLearnMode();
   EXPECT_FALSE(state.isMidiLearnMode.get());
   EXPECT_EQ(learn.pendingMidiLearnTarget.get(), std::nullopt);
-  play(knob);
+  play(knobTurn);
   EXPECT_TRUE(assignmentsOf(0).empty());
 }
 
@@ -63,9 +63,9 @@ TEST_F(Learning, TheFirstMessageIsBoundAndEndsLearnMode) {
 }
 
 TEST_F(Learning, ACapturedMessageIsNotCarriedOut) {
-  learnOn(onChannel(Kind::channelMute, 0), knob);
+  learnOn(onChannel(Kind::channelMute, 0), knobTurn);
   waitFor(onChannel(Kind::channelMute, 1));
-  play(knob);
+  play(knobTurn);
   EXPECT_FALSE(strip(0).mute.get());
   EXPECT_FALSE(strip(1).mute.get());
   EXPECT_TRUE(learn.activeMidiTriggerBindings().empty());
@@ -115,18 +115,18 @@ TEST_F(Learning, AftertouchProgramsPressureAndSystemMessagesBindNothing) {
 TEST_F(Learning, WithAStoppedEngineAMovedControlTeachesNothing) {
   waitFor(onConsole(Kind::panic));
   graph().stop();
-  play(knob);
+  play(knobTurn);
   EXPECT_EQ(learn.pendingMidiLearnTarget.get(), onConsole(Kind::panic));
   EXPECT_TRUE(assignmentsOf(0).empty());
   ASSERT_FALSE(graph().start()) << "no failure";
-  play(knob);
+  play(knobTurn);
   EXPECT_EQ(assignmentsOf(0).size(), 1U);
 }
 
 TEST_F(Learning, WithoutAPendingTargetAssignedControlsKeepWorking) {
-  learnOn(onChannel(Kind::channelMute, 1), knob);
+  learnOn(onChannel(Kind::channelMute, 1), knobTurn);
   learn.toggleMidiLearnMode();
-  play(knob);
+  play(knobTurn);
   EXPECT_TRUE(strip(1).mute.get());
   EXPECT_TRUE(state.isMidiLearnMode.get());
 }
@@ -151,7 +151,7 @@ TEST_F(Learning, EachKindGoesToItsList) {
   };
   for (const auto& [target, belongsToAll] : isGlobal) {
     learn.clearAllMidiLearn();
-    learnOn(target, knob);
+    learnOn(target, knobTurn);
     EXPECT_EQ(globals().size(), belongsToAll ? 1U : 0U) << static_cast<int>(target.kind);
     EXPECT_EQ(assignmentsOf(0).size(), belongsToAll ? 0U : 1U) << static_cast<int>(target.kind);
     EXPECT_TRUE(assignmentsOf(1).empty());
@@ -159,7 +159,7 @@ TEST_F(Learning, EachKindGoesToItsList) {
 }
 
 TEST_F(Learning, AVolumeLearnedAnewReplacesTheOneOfAnotherSong) {
-  learnOn(onChannel(Kind::channelVolume, 2), knob);
+  learnOn(onChannel(Kind::channelVolume, 2), knobTurn);
   songSwitch.applySong(1);
   learnOn(onChannel(Kind::channelVolume, 2), {0xB0, 30, 1});
   EXPECT_EQ(globals(), (Assignments{{onChannel(Kind::channelVolume, 2), {0xB0, 0, 30}}}));
@@ -167,15 +167,15 @@ TEST_F(Learning, AVolumeLearnedAnewReplacesTheOneOfAnotherSong) {
 
 TEST_F(Learning, AMuteIsLearnedForTheSongOnStageOnly) {
   songSwitch.applySong(1);
-  learnOn(onChannel(Kind::channelMute, 2), knob);
+  learnOn(onChannel(Kind::channelMute, 2), knobTurn);
   EXPECT_TRUE(assignmentsOf(0).empty());
   EXPECT_EQ(assignmentsOf(1), (Assignments{{onChannel(Kind::channelMute, 2), {0xB0, 0, 20}}}));
 }
 
 TEST_F(Learning, ATargetLearnedAnewMovesToTheEndAndTheOthersStay) {
-  learnOn(onChannel(Kind::channelMute, 0), knob);
-  learnOn(onChannel(Kind::channelMute, 1), knob);
-  learnOn(onChannel(Kind::channelSolo, 0), knob);
+  learnOn(onChannel(Kind::channelMute, 0), knobTurn);
+  learnOn(onChannel(Kind::channelMute, 1), knobTurn);
+  learnOn(onChannel(Kind::channelSolo, 0), knobTurn);
   learnOn(onChannel(Kind::channelMute, 0), {0x90, 36, 1});
   EXPECT_EQ(assignmentsOf(0), (Assignments{{onChannel(Kind::channelMute, 1), {0xB0, 0, 20}},
                                            {onChannel(Kind::channelSolo, 0), {0xB0, 0, 20}},
@@ -186,19 +186,19 @@ TEST_F(Learning, WithNoSongOnStageASongsKindKeepsWaiting) {
   state.selectedSongIndex.set(std::nullopt);
   state.isDirty.set(false);
   waitFor(onConsole(Kind::masterMute));
-  play(knob);
+  play(knobTurn);
   EXPECT_TRUE(state.isMidiLearnMode.get());
   EXPECT_EQ(learn.pendingMidiLearnTarget.get(), onConsole(Kind::masterMute));
   EXPECT_FALSE(state.isDirty.get());
   state.selectedSongIndex.set(9);
-  play(knob);
+  play(knobTurn);
   EXPECT_TRUE(state.isMidiLearnMode.get());
   EXPECT_FALSE(state.isDirty.get());
 }
 
 TEST_F(Learning, WithNoSongOnStageAGlobalKindIsLearnedAndLiesIdle) {
   state.selectedSongIndex.set(std::nullopt);
-  learnOn(onChannel(Kind::channelVolume, 0), knob);
+  learnOn(onChannel(Kind::channelVolume, 0), knobTurn);
   EXPECT_EQ(globals().size(), 1U);
   EXPECT_TRUE(learn.effectiveMidiAssignments().empty());
   const float before = strip(0).volume.get();
@@ -207,8 +207,8 @@ TEST_F(Learning, WithNoSongOnStageAGlobalKindIsLearnedAndLiesIdle) {
 }
 
 TEST_F(Learning, TheSetlistsAssignmentsComeBeforeTheSongs) {
-  learnOn(onChannel(Kind::channelMute, 0), knob);
-  learnOn(onChannel(Kind::channelGain, 0), knob);
+  learnOn(onChannel(Kind::channelMute, 0), knobTurn);
+  learnOn(onChannel(Kind::channelGain, 0), knobTurn);
   const auto effective = learn.effectiveMidiAssignments();
   ASSERT_EQ(effective.size(), 2U);
   EXPECT_EQ(effective[0].target.kind, Kind::channelGain);
@@ -227,11 +227,11 @@ TEST_F(Learning, ClearingWithNothingAssignedChangesNotEvenLearnMode) {
 }
 
 TEST_F(Learning, ClearingForgetsEveryAssignmentAndWhatIsHeld) {
-  learnOn(onChannel(Kind::channelVolume, 0), knob);
+  learnOn(onChannel(Kind::channelVolume, 0), knobTurn);
   songSwitch.applySong(1);
-  learnOn(onChannel(Kind::channelMute, 0), knob);
+  learnOn(onChannel(Kind::channelMute, 0), knobTurn);
   songSwitch.applySong(0);
-  play(knob);
+  play(knobTurn);
   ASSERT_EQ(learn.activeMidiTriggerBindings().size(), 1U);
   waitFor(onConsole(Kind::panic));
   state.isDirty.set(false);
@@ -245,8 +245,8 @@ TEST_F(Learning, ClearingForgetsEveryAssignmentAndWhatIsHeld) {
 }
 
 TEST_F(Learning, ASongSwitchEndsLearnModeAndLetsGoOfWhatIsHeld) {
-  learnOn(onChannel(Kind::channelVolume, 0), knob);
-  play(knob);
+  learnOn(onChannel(Kind::channelVolume, 0), knobTurn);
+  play(knobTurn);
   waitFor(onConsole(Kind::panic));
   songSwitch.applySong(1);
   EXPECT_FALSE(state.isMidiLearnMode.get());
@@ -257,8 +257,8 @@ TEST_F(Learning, ASongSwitchEndsLearnModeAndLetsGoOfWhatIsHeld) {
 
 TEST_F(Learning, APedalHeldAcrossASwitchIsPressedAnewByItsNextMessage) {
   changeSong(1, [](SongConfig& song) { song.midiControlAssignments = {{{Kind::channelMute, 0}, {0xB0, 0, 20}}}; });
-  learnOn(onChannel(Kind::channelMute, 0), knob);
-  play(knob);
+  learnOn(onChannel(Kind::channelMute, 0), knobTurn);
+  play(knobTurn);
   songSwitch.applySong(1);
   play({0xB0, 20, 80});
   EXPECT_TRUE(strip(0).mute.get());
@@ -282,7 +282,7 @@ TEST_F(Learning, AMessageAfterTheEndOfTheLearnerDoesNothing) {
     other.listenToEngine();
   }
   state.isMidiLearnMode.set(true);
-  play(knob);
+  play(knobTurn);
   EXPECT_TRUE(state.isMidiLearnMode.get());
 }
 

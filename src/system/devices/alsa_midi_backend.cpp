@@ -13,7 +13,7 @@
 namespace vrel::system {
 namespace {
 
-constexpr const char* keyPrefix = "alsa:";
+constexpr const char* alsaKeyPrefix = "alsa:";
 
 /// Looked at first, since the library tells the terminal when it is not there.
 bool hasSequencer() {
@@ -73,7 +73,7 @@ std::vector<MidiSource> AlsaMidiBackend::listSources() {
     const unsigned count = lister_ ? lister_->getPortCount() : 0;
     for (unsigned port = 0; port < count; ++port) {
       if (const auto name = lister_->getPortName(port); !name.empty()) {
-        sources.push_back({.key = keyPrefix + name, .name = name});
+        sources.push_back({.key = alsaKeyPrefix + name, .name = name});
       }
     }
   } catch (const std::exception&) {

@@ -18,7 +18,7 @@ namespace {
 constexpr const char* midiType = JACK_DEFAULT_MIDI_TYPE;
 constexpr std::size_t ringBytes = std::size_t{1} << 18U;
 constexpr long retryNanoseconds = 500'000'000;
-constexpr std::string_view keyPrefix = "jack:";
+constexpr std::string_view jackKeyPrefix = "jack:";
 
 /// What the port is called by those who know it: bridges of hardware give it a second name.
 std::string readableName(jack_client_t* client, const std::string& portName) {
@@ -88,7 +88,7 @@ std::vector<MidiSource> JackMidiBackend::sources() {
 
 Outcome JackMidiBackend::connect(const std::string& key) {
   const std::lock_guard lock(mutex_);
-  const auto name = key.starts_with(keyPrefix) ? key.substr(keyPrefix.size()) : std::string();
+  const auto name = key.starts_with(jackKeyPrefix) ? key.substr(jackKeyPrefix.size()) : std::string();
   int status = -1;
   if (client_ && !name.empty()) {
     client_->use([&](jack_client_t* client) { status = jack_connect(client, name.c_str(), jack_port_name(port_)); });
@@ -147,7 +147,7 @@ bool JackMidiBackend::noticeChange() {
   known_ = std::move(sources);
   std::erase_if(linked_, [this](const std::string& name) {
     return std::none_of(known_.begin(), known_.end(),
-                        [&](const auto& source) { return source.key == std::string(keyPrefix) + name; });
+                        [&](const auto& source) { return source.key == std::string(jackKeyPrefix) + name; });
   });
   return differs || isServerNew || wasServerLost;
 }
@@ -177,7 +177,7 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
     const std::string own = jack_get_client_name(client);
     for (const auto& name : jackPorts(client, midiType, JackPortIsOutput)) {
       if (jackPortOwner(name) != own) {
-        sources.push_back({.key = std::string(keyPrefix) + name,
+        sources.push_back({.key = std::string(jackKeyPrefix) + name,
                            .name = readableName(client, name),
                            .isBridged = isBridge(client, name)});
       }

@@ -42,8 +42,8 @@ struct Heard {
 };
 
 TEST(Tap, DeliversEverySampleInBuffersOfItsSize) {
-  for (const std::uint32_t blockFrames : {1U, 31U, 128U, 1000U, 1024U}) {
-    OfflineStage stage(48000, blockFrames);
+  for (const std::uint32_t frames : {1U, 31U, 128U, 1000U, 1024U}) {
+    OfflineStage stage(48000, frames);
     const Wave wave = noise(1);
     const Strip strip = stage.addStrip(2, wave);
     Heard heard;

@@ -15,9 +15,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// A backend as a test lays it out.
-class ListedBackend final : public AudioBackend {
+class ListedOutputs final : public AudioBackend {
  public:
-  ListedBackend(std::string prefix, std::vector<AudioDeviceDescription> list)
+  ListedOutputs(std::string prefix, std::vector<AudioDeviceDescription> list)
       : prefix_(std::move(prefix)), list_(std::move(list)) {}
   std::string uidPrefix() const override { return prefix_; }
   std::vector<AudioDeviceDescription> devices() override { return list_; }
@@ -33,10 +33,10 @@ class ListedBackend final : public AudioBackend {
 
 TEST(AudioHardware, TheFirstBackendThatHasAnOutputIsListed) {
   AudioBackends backends;
-  backends.push_back(std::make_unique<ListedBackend>("none", std::vector<AudioDeviceDescription>()));
-  backends.push_back(std::make_unique<ListedBackend>(
+  backends.push_back(std::make_unique<ListedOutputs>("none", std::vector<AudioDeviceDescription>()));
+  backends.push_back(std::make_unique<ListedOutputs>(
       "inputs", std::vector<AudioDeviceDescription>{{.name = "microphone", .title = "Microphone"}}));
-  backends.push_back(std::make_unique<ListedBackend>(
+  backends.push_back(std::make_unique<ListedOutputs>(
       "cards", std::vector<AudioDeviceDescription>{
                    {.name = "line in", .title = "Line in"},
                    {.name = "first", .title = "First", .outputChannels = 2},
@@ -56,7 +56,7 @@ TEST(AudioHardware, TheFirstBackendThatHasAnOutputIsListed) {
 
 TEST(AudioHardware, WhatCanNotBeSetIsRefused) {
   AudioBackends backends;
-  backends.push_back(std::make_unique<ListedBackend>(
+  backends.push_back(std::make_unique<ListedOutputs>(
       "cards", std::vector<AudioDeviceDescription>{{.name = "in", .title = "In"},
                                                    {.name = "out", .title = "Out", .outputChannels = 2}}));
   SystemAudioHardware hardware(std::move(backends));
@@ -127,7 +127,7 @@ TEST(AudioHardware, WithoutADeviceTheStartSaysSoAndTheRestGoesOn) {
 
 TEST(AudioHardware, ADeviceThatCanNotBeOpenedIsNamed) {
   AudioBackends backends;
-  backends.push_back(std::make_unique<ListedBackend>(
+  backends.push_back(std::make_unique<ListedOutputs>(
       "cards", std::vector<AudioDeviceDescription>{{.name = "out", .title = "Out", .outputChannels = 2}}));
   SystemAudioHardware hardware(std::move(backends));
   OfflineClock clock;

@@ -12,9 +12,9 @@ namespace {
 using testing::ElementsAre;
 
 /// A backend as a test lays it out; the test plays its thread.
-class ListedBackend final : public MidiBackend {
+class ListedMidi final : public MidiBackend {
  public:
-  explicit ListedBackend(bool canBeBridged) : canBeBridged_(canBeBridged) {}
+  explicit ListedMidi(bool canBeBridged) : canBeBridged_(canBeBridged) {}
 
   void begin(const std::string& clientName, const std::string& portName, Listener theListener) override {
     names = clientName + ":" + portName;
@@ -41,10 +41,10 @@ class MidiServiceOnLists : public testing::Test {
  protected:
   MidiServiceOnLists() {
     MidiBackends backends;
-    backends.push_back(std::make_unique<ListedBackend>(false));
-    backends.push_back(std::make_unique<ListedBackend>(true));
-    jack = static_cast<ListedBackend*>(backends[0].get());
-    alsa = static_cast<ListedBackend*>(backends[1].get());
+    backends.push_back(std::make_unique<ListedMidi>(false));
+    backends.push_back(std::make_unique<ListedMidi>(true));
+    jack = static_cast<ListedMidi*>(backends[0].get());
+    alsa = static_cast<ListedMidi*>(backends[1].get());
     service = std::make_unique<SystemMidiService>(std::move(backends));
     jack->list = {{.key = "j1", .name = "Keys"}};
     alsa->list = {{.key = "a1", .name = "Pad"}, {.key = "refuses", .name = ""}};
@@ -62,8 +62,8 @@ class MidiServiceOnLists : public testing::Test {
     ASSERT_EQ(service->MIDIInputPortCreateWithBlock(client, "Port", read, port), 0);
   }
 
-  ListedBackend* jack = nullptr;
-  ListedBackend* alsa = nullptr;
+  ListedMidi* jack = nullptr;
+  ListedMidi* alsa = nullptr;
   std::unique_ptr<SystemMidiService> service;
   MIDIClientRef client = 0;
   MIDIPortRef port = 0;

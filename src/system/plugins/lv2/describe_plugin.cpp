@@ -9,31 +9,16 @@
 #include <lv2/time/time.h>
 
 #include <limits>
-#include <memory>
 #include <string>
 
 #include "system/plugins/lv2/component_codes.h"
+#include "system/plugins/lv2/lilv_pointers.h"
 
 namespace vrel::lv2 {
 namespace {
 
 constexpr const char* rdfType = "http://www.w3.org/1999/02/22-rdf-syntax-ns#type";
 constexpr const char* doapName = "http://usefulinc.com/ns/doap#name";
-
-struct NodeDeleter {
-  void operator()(LilvNode* node) const { lilv_node_free(node); }
-};
-using Node = std::unique_ptr<LilvNode, NodeDeleter>;
-
-struct NodesDeleter {
-  void operator()(LilvNodes* nodes) const { lilv_nodes_free(nodes); }
-};
-using Nodes = std::unique_ptr<LilvNodes, NodesDeleter>;
-
-struct HeapDeleter {
-  void operator()(char* text) const { lilv_free(text); }
-};
-using HeapText = std::unique_ptr<char, HeapDeleter>;
 
 std::string text(const LilvNode* node) {
   const char* characters = node != nullptr ? lilv_node_as_string(node) : nullptr;

@@ -11,6 +11,7 @@
 
 #include "system/plugins/lv2/bundle_search.h"
 #include "system/plugins/lv2/describe_plugin.h"
+#include "system/plugins/lv2/lilv_pointers.h"
 #include "system/plugins/lv2/urid_map.h"
 #include "system/plugins/scratch_folder.h"
 
@@ -26,15 +27,6 @@ bool matches(const AudioComponentDescription& wanted, const AudioComponentDescri
          matches(wanted.componentSubType, codes.componentSubType) &&
          matches(wanted.componentManufacturer, codes.componentManufacturer);
 }
-
-struct NodeDeleter {
-  void operator()(LilvNode* node) const { lilv_node_free(node); }
-};
-using Node = std::unique_ptr<LilvNode, NodeDeleter>;
-
-struct HeapDeleter {
-  void operator()(char* text) const { lilv_free(text); }
-};
 
 /// A world that reads data and runs nothing: there are bundles that would have a library of theirs asked what is in
 /// them, and a scan is no place for a plug-in's code.
@@ -54,7 +46,7 @@ void loadBundle(LilvWorld* world, const std::filesystem::path& folder) {
 bool hasReadableData(const LilvPlugin* plugin) {
   const LilvNodes* const files = lilv_plugin_get_data_uris(plugin);
   for (LilvIter* step = lilv_nodes_begin(files); !lilv_nodes_is_end(files, step); step = lilv_nodes_next(files, step)) {
-    const std::unique_ptr<char, HeapDeleter> path(lilv_node_get_path(lilv_nodes_get(files, step), nullptr));
+    const HeapText path(lilv_node_get_path(lilv_nodes_get(files, step), nullptr));
     if (path == nullptr || !isReadableData(path.get())) {
       return false;
     }

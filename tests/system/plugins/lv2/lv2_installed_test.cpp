@@ -21,7 +21,7 @@ namespace {
 constexpr const char* electricPiano = "http://drobilla.net/plugins/mda/EPiano";
 constexpr const char* piano = "http://drobilla.net/plugins/mda/Piano";
 constexpr const char* organ = "http://gareus.org/oss/lv2/b_synth";
-constexpr std::size_t second = 48000;
+constexpr std::size_t oneSecond = 48000;
 
 float rootMeanSquare(const std::vector<float>& samples) {
   double sum = 0;
@@ -40,14 +40,14 @@ using InstalledInstrument = Installed;
 
 TEST_P(InstalledInstrument, ANoteSoundsAndItsReleaseDecays) {
   Player player(stage_.make(GetParam()).unit);
-  EXPECT_LT(peak(player.play(second / 4).left), 0.001F);
+  EXPECT_LT(peak(player.play(oneSecond / 4).left), 0.001F);
   player.send(0x90, 60, 100);
-  const float held = rootMeanSquare(player.play(second / 2).left);
+  const float held = rootMeanSquare(player.play(oneSecond / 2).left);
   EXPECT_GT(held, 0.005F);
   EXPECT_LT(held, 1.0F);
   player.send(0x80, 60, 0);
-  player.play(second * 3);
-  EXPECT_LT(rootMeanSquare(player.play(second / 4).left), held / 20);
+  player.play(oneSecond * 3);
+  EXPECT_LT(rootMeanSquare(player.play(oneSecond / 4).left), held / 20);
 }
 
 TEST_P(InstalledInstrument, APanicSilences) {
@@ -56,11 +56,11 @@ TEST_P(InstalledInstrument, APanicSilences) {
     player.send(0x90, note, 100);
   }
   player.send(0xB0, 64, 127);
-  const float held = rootMeanSquare(player.play(second / 2).left);
+  const float held = rootMeanSquare(player.play(oneSecond / 2).left);
   EXPECT_GT(held, 0.005F);
   player.panic();
-  player.play(second * 3);
-  EXPECT_LT(rootMeanSquare(player.play(second / 4).left), held / 20);
+  player.play(oneSecond * 3);
+  EXPECT_LT(rootMeanSquare(player.play(oneSecond / 4).left), held / 20);
 }
 
 // Not the organ: it seeds its noise by the clock, so copies made in different seconds differ. Not the electric piano:
@@ -72,7 +72,7 @@ TEST_P(RepeatableInstrument, TwoCopiesPlayingTheSameGiveTheSameBytes) {
     Player player(stage_.make(GetParam()).unit);
     player.send(0x90, 60, 100);
     player.send(0x90, 64, 80);
-    return player.play(second);
+    return player.play(oneSecond);
   };
   const Sound first = render();
   EXPECT_GT(peak(first.left), 0.01F);
@@ -98,7 +98,7 @@ TEST_P(InstalledInstrument, ItsStateComesBackInAnotherCopy) {
     Player player(stage_.make(GetParam()).unit);
     player.unit().auAudioUnit().setFullStateForDocument(state);
     player.send(0x90, 60, 100);
-    EXPECT_GT(rootMeanSquare(player.play(second / 2).left), 0.005F);
+    EXPECT_GT(rootMeanSquare(player.play(oneSecond / 2).left), 0.005F);
     return player.unit().auAudioUnit().fullStateForDocument().value();
   };
   Player original(stage_.make(GetParam()).unit);
@@ -137,8 +137,8 @@ TEST(InstalledPlugins, TheRotorControllerReachesTheOrgan) {
     Player player(stage.make(organ).unit);
     player.send(0xB0, 1, rotor);
     player.send(0x90, 60, 100);
-    player.play(8 * second);  // the horn takes its time
-    return unsteadiness(player.play(2 * second).left);
+    player.play(8 * oneSecond);  // the horn takes its time
+    return unsteadiness(player.play(2 * oneSecond).left);
   };
   EXPECT_GT(unsteadinessWith(127), 1.5F * unsteadinessWith(0));
 }
@@ -172,10 +172,10 @@ TEST(InstalledPlugins, AParameterOfThePianoTravelsInItsState) {
     ports["env_release"] = {release};
     player.unit().auAudioUnit().setFullStateForDocument(state);
     player.send(0x90, 60, 100);
-    player.play(second / 4);
+    player.play(oneSecond / 4);
     player.send(0x80, 60, 0);
-    player.play(second / 10);
-    return rootMeanSquare(player.play(second / 4).left);
+    player.play(oneSecond / 10);
+    return rootMeanSquare(player.play(oneSecond / 4).left);
   };
   EXPECT_GT(tailAfter(1.0), 3 * tailAfter(0.0));
 }
@@ -209,7 +209,7 @@ TEST(InstalledPlugins, SixteenInstrumentsComeAndGo) {
     players.back().send(0x90, static_cast<std::uint8_t>(48 + count), 100);
   }
   for (Player& player : players) {
-    EXPECT_GT(peak(player.play(second / 4).left), 0.005F);
+    EXPECT_GT(peak(player.play(oneSecond / 4).left), 0.005F);
   }
 }
 
