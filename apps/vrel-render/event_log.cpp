@@ -18,7 +18,7 @@ Json channelOf(const EventLog::Strip& strip) {
 }
 
 void writeLine(std::ofstream& file, const Json& object) {
-  file << object.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+  file << object.dump() << '\n';
 }
 
 }  // namespace
@@ -39,8 +39,8 @@ void EventLog::midi(double seconds, std::size_t strip, std::uint8_t status, std:
       {{"t", seconds}, {"kind", "midi"}, {"channel", strip}, {"status", status}, {"data1", data1}, {"data2", data2}});
 }
 
-void EventLog::status(double seconds, std::size_t strip, const std::string& text) {
-  writeLine(file_, {{"t", seconds}, {"kind", "status"}, {"channel", strip}, {"status", text}});
+void EventLog::status(double seconds, std::size_t strip, ChannelStatus status) {
+  writeLine(file_, {{"t", seconds}, {"kind", "status"}, {"channel", strip}, {"status", statusText(status)}});
 }
 
 void EventLog::song(double seconds, std::size_t index) {

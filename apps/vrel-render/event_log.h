@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "channel/channel_status.h"
 #include "document/setlist.h"
 #include "foundation/result.h"
 
@@ -34,7 +35,7 @@ class EventLog {
   [[nodiscard]] static Result<EventLog> create(const std::string& path);
 
   void midi(double seconds, std::size_t strip, std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
-  void status(double seconds, std::size_t strip, const std::string& text);
+  void status(double seconds, std::size_t strip, ChannelStatus status);
   void song(double seconds, std::size_t index);
   void songSwitch(double seconds, std::size_t index, int milliseconds, int pendingLoads);
   void control(double seconds, const MidiControlTarget& target, bool isPressed, float value);

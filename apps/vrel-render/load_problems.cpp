@@ -43,12 +43,13 @@ std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine&
   for (std::size_t strip = 0; strip < std::min(channels.size(), song.channels.size()); ++strip) {
     const auto& channel = *channels[strip];
     const std::string where = songName + "channel \"" + channel.name.get() + "\"";
-    const auto& status = channel.status.get();
-    if (status == channel_status::loadFailed || status == channel_status::crashed) {
-      problems.push_back(where + ": " + status + " (" + instrumentReason(song.channels[strip], state) + ")");
+    const ChannelStatus status = channel.status.get();
+    const std::string problem = where + ": " + std::string(statusText(status)) + " (";
+    if (status == ChannelStatus::loadFailed || status == ChannelStatus::crashed) {
+      problems.push_back(problem + instrumentReason(song.channels[strip], state) + ")");
     }
-    if (status == channel_status::loading) {
-      problems.push_back(where + ": " + status + " (" + song.channels[strip].pluginPath + " did not answer)");
+    if (status == ChannelStatus::loading) {
+      problems.push_back(problem + song.channels[strip].pluginPath + " did not answer)");
     }
     addEffectProblems(problems, where, channel, state);
   }

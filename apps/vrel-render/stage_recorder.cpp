@@ -89,11 +89,11 @@ void StageRecorder::watchStrips() {
 }
 
 void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
-  if (channel.status.get() != channel_status::noPlugin) {
+  if (channel.status.get() != ChannelStatus::noPlugin) {
     log_->status(now(), strip, channel.status.get());
   }
   connections_.push_back(
-      channel.status.changed.connect([this, strip](const std::string& text) { log_->status(now(), strip, text); }));
+      channel.status.changed.connect([this, strip](ChannelStatus status) { log_->status(now(), strip, status); }));
   connections_.push_back(channel.instrumentNode.changed.connect(
       [this, strip](const std::shared_ptr<AVAudioNode>& node) { watchInstrument(node, strip); }));
   watchInstrument(channel.instrumentNode.get(), strip);

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "channel/channel_status.h"
 #include "channel/playback_run_view.h"
 #include "document/setlist.h"
 #include "foundation/observable.h"
@@ -23,15 +24,6 @@ namespace vrel {
 
 class AudioChannel;
 class AVAudioFile;
-
-/// The closed vocabulary of `AudioChannel::status`.
-namespace channel_status {
-inline const std::string noPlugin = "No plugin";
-inline const std::string loading = "Loading...";
-inline const std::string loadFailed = "Load failed";
-inline const std::string running = "RUNNING";
-inline const std::string crashed = "CRASHED";
-}  // namespace channel_status
 
 /// What a channel tells of its own accord: that a value was assigned on which the mix depends.
 class ChannelMixer {
@@ -68,7 +60,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
 
   Observable<std::string> pluginPath;
   Observable<std::string> pluginName;
-  Observable<std::string> status{channel_status::noPlugin};
+  Observable<ChannelStatus> status{ChannelStatus::noPlugin};
   Observable<std::vector<float>> color{{1.0F, 0.33F, 0.0F}};  // red, green, blue, 0 to 1
 
   // Read by the router at each message.

@@ -7,13 +7,14 @@
 
 namespace vrel {
 
+enum class ChannelStatus;
 enum class Language;
 
-/// What a strip's status cell shows: two words of the status are translated, all others stand as they are.
-[[nodiscard]] std::string stripStatusText(const std::string& status, Language language);
+/// What a strip's status cell shows: running and crashed are translated, all others have their own text.
+[[nodiscard]] std::string stripStatusText(ChannelStatus status, Language language);
 
 /// Its colour, red, green and blue, 0 to 1: red for a crash, green for what runs, grey for the rest.
-[[nodiscard]] std::vector<float> stripStatusColor(const std::string& status);
+[[nodiscard]] std::vector<float> stripStatusColor(ChannelStatus status);
 
 /// Whether the name that is shown for the MIDI input is that of a port.
 [[nodiscard]] bool isMidiPort(const std::string& shownName);

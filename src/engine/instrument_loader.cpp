@@ -50,7 +50,7 @@ void clearPeaks(AudioChannel& channel) {
 void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& channel,
                                       const AVAudioUnitComponent& component,
                                       const std::optional<std::string>& stateBase64, Completion completion) {
-  channel->status.set(channel_status::loading);
+  channel->status.set(ChannelStatus::loading);
   const auto key = pluginKey(component);
   auto finish = [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), component, stateBase64,
                  completion = std::move(completion)](const UnitNode& node) {
@@ -85,7 +85,7 @@ void InstrumentLoader::finishLoad(AudioChannel& channel, const AVAudioUnitCompon
   if (node != nullptr) {
     installInstrumentNode(channel, node, pluginKey(component), component.name, stateBase64);
   } else {
-    channel.status.set(channel_status::loadFailed);
+    channel.status.set(ChannelStatus::loadFailed);
   }
   if (completion) {
     completion(node != nullptr);
@@ -119,7 +119,7 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
   clearPlaybackRun(channel);
   channel.pluginPath.set(key);
   channel.pluginName.set(name);
-  channel.status.set(channel_status::running);
+  channel.status.set(ChannelStatus::running);
   with_.chains.rebuildChannelEffectChain(channel);
   if (stateBase64) {
     with_.musicalContext.stateWasRestored();
@@ -152,7 +152,7 @@ void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
   channel.instrumentNode.set(nullptr);
   channel.pluginPath.set("");
   channel.pluginName.set("");
-  channel.status.set(channel_status::noPlugin);
+  channel.status.set(ChannelStatus::noPlugin);
   channel.visualClipMappings.set({});
   clearPlaybackFile(channel);
   clearPlaybackRun(channel);
@@ -172,7 +172,7 @@ void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::ve
   clearPeaks(channel);
   channel.pluginPath.set(std::string(pathVisual));
   channel.pluginName.set("Vrel Visual");
-  channel.status.set(channel_status::running);
+  channel.status.set(ChannelStatus::running);
   channel.visualClipMappings.set(mappings);
   with_.visuals.loadChannel(channel, nullptr);
   with_.levels.applyMixerLevels();
@@ -191,7 +191,7 @@ void InstrumentLoader::simulatePluginCrash(AudioChannel& channel) {
     with_.engine.detach(node);
   }
   channel.instrumentNode.set(nullptr);
-  channel.status.set(channel_status::crashed);
+  channel.status.set(ChannelStatus::crashed);
 }
 
 void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channel) {

@@ -57,7 +57,7 @@ void PlaybackLoader::loadPlaybackInstrument(AudioChannel& channel, const Channel
           : Result<PreparedPlayback>(Error{"this program reads no audio files: " + record.playbackFilePath});
   if (!prepared) {
     with_.console.print("Failed to load playback file: " + prepared.error().description);
-    channel.status.set(channel_status::loadFailed);
+    channel.status.set(ChannelStatus::loadFailed);
     return;
   }
   with_.mutator.performGraphMutation("loadPlaybackInstrument", [&] { install(channel, record, prepared.value()); });
@@ -73,7 +73,7 @@ void PlaybackLoader::install(AudioChannel& channel, const ChannelConfig& record,
   storePrepared(channel, prepared);
   channel.pluginPath.set(std::string(pathPlayback));
   channel.pluginName.set("Vrel Player - " + std::filesystem::path(record.playbackFilePath).filename().string());
-  channel.status.set(channel_status::running);
+  channel.status.set(ChannelStatus::running);
   with_.chains.rebuildChannelEffectChain(channel);
   const auto& buffer = prepared.buffer;
   player->prepareWithFrameCount(

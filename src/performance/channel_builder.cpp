@@ -70,7 +70,7 @@ void ChannelBuilder::loadInstrument(const std::shared_ptr<AudioChannel>& channel
   const auto component = resolvePluginPath(record.pluginPath, state_.scannedPlugins.get());
   if (!component) {
     console_.print("Failed to load plugin: " + record.pluginPath + " is not installed (" + record.name + ")");
-    channel->status.set(channel_status::loadFailed);
+    channel->status.set(ChannelStatus::loadFailed);
     instrumentEnded(channel, record.effectSlots, progress);
     return;
   }

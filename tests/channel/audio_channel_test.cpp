@@ -18,7 +18,7 @@ TEST_F(Channel, IsBornEmptyWithTheStatedDefaults) {
   EXPECT_FALSE(channel.solo.get());
   EXPECT_EQ(channel.pluginPath.get(), "");
   EXPECT_EQ(channel.pluginName.get(), "");
-  EXPECT_EQ(channel.status.get(), "No plugin");
+  EXPECT_EQ(channel.status.get(), ChannelStatus::noPlugin);
   EXPECT_EQ(channel.color.get(), (std::vector{1.0F, 0.33F, 0.0F}));
   EXPECT_EQ(channel.minNote.get(), 0);
   EXPECT_EQ(channel.maxNote.get(), 127);
@@ -93,11 +93,11 @@ TEST_F(Channel, FailedLoadLeavesThePreviousInstrumentSounding) {
   const auto strip = addStrip("Piano");
   bool succeeded = true;
   engine->instruments().loadInstrument(strip.channel, organ, std::nullopt, [&](bool ok) { succeeded = ok; });
-  EXPECT_EQ(strip.channel->status.get(), "Loading...");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::loading);
   units.answer(0, nullptr, Error{"no such organ"});
   mainQueue.runAll();
   EXPECT_FALSE(succeeded);
-  EXPECT_EQ(strip.channel->status.get(), "Load failed");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(strip.channel->pluginPath.get(), pianoKey);
   EXPECT_EQ(strip.channel->instrumentNode.get(), strip.instrument);
   EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > reverb 1 > meter 1 > main mixer > output");
@@ -185,7 +185,7 @@ TEST_F(Channel, InVisualModeHasNoSourceYetKeepsMeterAndReverb) {
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
   EXPECT_NE(channel->meterNode.get(), nullptr);
   EXPECT_NE(channel->reverbNode.get(), nullptr);
-  EXPECT_EQ(channel->status.get(), "RUNNING");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(channel->pluginName.get(), "Vrel Visual");
   EXPECT_EQ(channel->visualClipMappings.get().size(), 1U);
 }
@@ -195,7 +195,7 @@ TEST_F(Channel, AssigningThePathAloneDrivesNothing) {
   const auto before = graph().record.size();
   strip.channel->pluginPath.set(organKey);
   EXPECT_EQ(graph().record.size(), before);
-  EXPECT_EQ(strip.channel->status.get(), "RUNNING");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ TEST_F(Channels, TheButtonAddsAnEmptyOneOverTheKeyboardShown) {
   EXPECT_EQ(strip(3).minNote.get(), 36);
   EXPECT_EQ(strip(3).maxNote.get(), 96);
   EXPECT_EQ(strip(3).volume.get(), 0.8F);
-  EXPECT_EQ(strip(3).status.get(), "No plugin");
+  EXPECT_EQ(strip(3).status.get(), ChannelStatus::noPlugin);
   EXPECT_EQ(selection.selectedChannelId.get(), strip(3).id);
   expectChanged();
 }
@@ -123,7 +123,7 @@ TEST_F(Channels, TheOnlyOneThatIsCutCanBePastedIntoAnotherSong) {
   operations.pasteChannel(std::nullopt);
   EXPECT_EQ(names(), Names{"X"});
   answerAll();
-  EXPECT_EQ(strip(0).status.get(), "RUNNING");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
 }
 
 TEST_F(Channels, CuttingSelectsTheFirstThatIsLeft) {
@@ -189,7 +189,7 @@ TEST_F(Channels, OneThatIsRemovedWhileItLoadsLeavesNoModal) {
 
 TEST_F(Channels, AnUnknownPluginEndsItsLoad) {
   operations.addChannelFromConfig(record("X", "aucd:1635085685:77:78", {chorusKey}), std::nullopt);
-  EXPECT_EQ(strip(3).status.get(), "Load failed");
+  EXPECT_EQ(strip(3).status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(state.remainingLoadsCount.get(), 1);
   answerAll();
   EXPECT_FALSE(state.showLoadingModal.get());

@@ -107,8 +107,8 @@ TEST_F(MissingMedia, TheSetlistOpensWithEveryStripAndItsStatus) {
   open();
   EXPECT_EQ(state.songs.get().size(), 3U);
   ASSERT_EQ(mediaEngine->channels().size(), 4U);
-  EXPECT_EQ(mediaEngine->channels()[0]->status.get(), "Load failed");
-  EXPECT_EQ(mediaEngine->channels()[1]->status.get(), "Load failed");
+  EXPECT_EQ(mediaEngine->channels()[0]->status.get(), ChannelStatus::loadFailed);
+  EXPECT_EQ(mediaEngine->channels()[1]->status.get(), ChannelStatus::loadFailed);
   EXPECT_FALSE(state.songSwitchInProgress.get());
   EXPECT_FALSE(state.showLoadingModal.get());
   EXPECT_FALSE(state.isDirty.get());

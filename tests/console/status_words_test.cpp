@@ -3,27 +3,28 @@
 
 #include <gtest/gtest.h>
 
-#include "channel/audio_channel.h"
+#include "channel/channel_status.h"
 #include "document/app_state.h"
 #include "text/text.h"
 
 namespace vrel {
 namespace {
 
-TEST(StatusWords, RunningAndCrashedAreTranslatedAndAllOthersStandAsTheyAre) {
-  EXPECT_EQ(stripStatusText(channel_status::crashed, Language::english), "CRASHED");
-  EXPECT_EQ(stripStatusText(channel_status::running, Language::english), "RUNNING");
-  EXPECT_EQ(stripStatusText(channel_status::running, Language::german), "AKTIV");
+TEST(StatusWords, RunningAndCrashedAreTranslatedAndAllOthersAreNot) {
+  EXPECT_EQ(stripStatusText(ChannelStatus::crashed, Language::english), "CRASHED");
+  EXPECT_EQ(stripStatusText(ChannelStatus::running, Language::english), "RUNNING");
+  EXPECT_EQ(stripStatusText(ChannelStatus::running, Language::german), "AKTIV");
   for (const auto language : allLanguages) {
-    EXPECT_EQ(stripStatusText("Missing plugin", language), "Missing plugin");
-    EXPECT_EQ(stripStatusText("", language), "");
+    EXPECT_EQ(stripStatusText(ChannelStatus::noPlugin, language), "No plugin");
+    EXPECT_EQ(stripStatusText(ChannelStatus::loading, language), "Loading...");
+    EXPECT_EQ(stripStatusText(ChannelStatus::loadFailed, language), "Load failed");
   }
 }
 
 TEST(StatusWords, ACrashIsRedWhatRunsIsGreenAndTheRestIsGrey) {
-  const auto crashed = stripStatusColor(channel_status::crashed);
-  const auto running = stripStatusColor(channel_status::running);
-  const auto other = stripStatusColor("Loading");
+  const auto crashed = stripStatusColor(ChannelStatus::crashed);
+  const auto running = stripStatusColor(ChannelStatus::running);
+  const auto other = stripStatusColor(ChannelStatus::loading);
   ASSERT_EQ(crashed.size(), 3U);
   ASSERT_EQ(running.size(), 3U);
   ASSERT_EQ(other.size(), 3U);
@@ -31,9 +32,11 @@ TEST(StatusWords, ACrashIsRedWhatRunsIsGreenAndTheRestIsGrey) {
   EXPECT_GT(running[1], 1.5F * running[0]);
   EXPECT_EQ(other[0], other[1]);
   EXPECT_EQ(other[1], other[2]);
+  EXPECT_EQ(stripStatusColor(ChannelStatus::noPlugin), other);
+  EXPECT_EQ(stripStatusColor(ChannelStatus::loadFailed), other);
 }
 
-TEST(StatusWords, WhatStandsForNoPortIsNoMidiPort) {
+TEST(StatusWords, DisconnectedIsNotTheNameOfAPort) {
   EXPECT_FALSE(isMidiPort("Disconnected"));
   EXPECT_TRUE(isMidiPort("Keystation 88"));
 }

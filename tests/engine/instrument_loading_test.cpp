@@ -67,13 +67,14 @@ TEST_F(Loading, AnInstrumentIsMadeInstalledAndWired) {
   const auto channel = engine->addChannel("Lead");
   int successes = 0;
   engine->instruments().loadInstrument(channel, piano, std::nullopt, [&](bool ok) { successes += ok ? 1 : 0; });
-  EXPECT_EQ(channel->status.get(), "Loading...");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loading);
   EXPECT_EQ(channel->pluginPath.get(), "");
   const auto node = units.answerWithInstrument();
-  EXPECT_EQ(channel->status.get(), "Loading...") << "the answer may come on any thread, so it waits for the main queue";
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loading)
+      << "the answer may come on any thread, so it waits for the main queue";
   mainQueue.runAll();
   EXPECT_EQ(successes, 1);
-  EXPECT_EQ(channel->status.get(), "RUNNING");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(channel->pluginPath.get(), pianoKey);
   EXPECT_EQ(channel->pluginName.get(), "Piano");
   EXPECT_EQ(graph().chainFrom(node), "instrument 1 > reverb 1 > meter 1 > main mixer > output");
@@ -94,7 +95,7 @@ TEST_F(Loading, AGeneratorIsMadeAsAPlainUnit) {
   EXPECT_FALSE(units.requests.at(0).isForMIDIInstrument);
   units.answerWithUnit();
   mainQueue.runAll();
-  EXPECT_EQ(channel->status.get(), "RUNNING");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
 }
 
 TEST_F(Loading, NeitherNodeNorErrorFailsWithoutALine) {
@@ -104,7 +105,7 @@ TEST_F(Loading, NeitherNodeNorErrorFailsWithoutALine) {
   units.answer(0, nullptr, std::nullopt);
   mainQueue.runAll();
   EXPECT_FALSE(ok);
-  EXPECT_EQ(channel->status.get(), "Load failed");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_TRUE(console.lines.empty());
 }
 
@@ -135,7 +136,7 @@ TEST_F(Loading, AnAnswerWithANodeAndAnErrorCountsAsFailed) {
   units.answer(0, std::make_shared<simulation::ScriptedInstrument>("broken"), Error{"half made"});
   mainQueue.runAll();
   EXPECT_EQ(console.lines, Lines{"Failed to load plugin: half made"});
-  EXPECT_EQ(channel->status.get(), "Load failed");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
 }
 
@@ -182,7 +183,7 @@ TEST_F(Loading, AStateThatCannotBeDecodedIsToldAndTheInstrumentLoadsWithItsOwn) 
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", "bm9uc2Vuc2U=");
   EXPECT_EQ(node->core.calls, Lines{"host callbacks"});
-  EXPECT_EQ(channel->status.get(), "RUNNING");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(console.lines, Lines{"Failed to decode audio unit state: not a property list"});
 }
 
@@ -235,10 +236,10 @@ TEST_F(Loading, AParkedNodeIsInstalledByTheMainQueuesNextWorkNotByTheCall) {
   const auto channel = engine->addChannel("A");
   bool completed = false;
   engine->instruments().loadInstrument(channel, piano, std::nullopt, [&](bool ok) { completed = ok; });
-  EXPECT_EQ(channel->status.get(), "Loading...");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loading);
   EXPECT_FALSE(completed);
   mainQueue.runAll();
-  EXPECT_EQ(channel->status.get(), "RUNNING");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_TRUE(completed);
 }
 
@@ -247,7 +248,7 @@ TEST_F(Loading, UnloadEmptiesTheStripAndKeepsItsRack) {
   const auto effect = addEffect(*strip.channel, "chorus");
   engine->chains().rebuildChannelEffectChain(*strip.channel);
   engine->instruments().unloadInstrument(*strip.channel);
-  EXPECT_EQ(strip.channel->status.get(), "No plugin");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::noPlugin);
   EXPECT_EQ(strip.channel->pluginPath.get(), "");
   EXPECT_EQ(strip.channel->pluginName.get(), "");
   EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr);
@@ -280,13 +281,13 @@ TEST_F(Loading, ARehearsedCrashKeepsPathAndEffectsAndLosesTheNode) {
   const auto strip = addStrip("Piano");
   const auto effect = addEffect(*strip.channel, "chorus");
   engine->instruments().simulatePluginCrash(*strip.channel);
-  EXPECT_EQ(strip.channel->status.get(), "CRASHED");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::crashed);
   EXPECT_EQ(strip.channel->pluginPath.get(), pianoKey);
   EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr);
   EXPECT_TRUE(graph().isAttached(effect));
   EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 0U) << "a dead node is not parked";
   engine->instruments().simulatePluginCrash(*strip.channel);
-  EXPECT_EQ(strip.channel->status.get(), "CRASHED");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::crashed);
 }
 
 TEST_F(Loading, AnAnswerForAChannelThatHasGoneWiresNothingAndEndsTheLoad) {

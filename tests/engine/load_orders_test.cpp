@@ -51,9 +51,10 @@ struct LoadingMachine : SimulatedMachine {
     }
   }
 
-  [[nodiscard]] std::string statusOf(const std::string& strip) {
+  /// None for a strip that was removed.
+  [[nodiscard]] std::optional<ChannelStatus> statusOf(const std::string& strip) {
     const auto channel = channels[strip].lock();
-    return channel != nullptr ? channel->status.get() : "gone";
+    return channel != nullptr ? std::optional(channel->status.get()) : std::nullopt;
   }
 
   [[nodiscard]] std::string instrumentOf(const std::string& strip) {
@@ -81,11 +82,11 @@ struct LoadingMachine : SimulatedMachine {
   void expectSoundStrip(const AudioChannel& channel) {
     const auto node = channel.instrumentNode.get();
     if (node == nullptr) {
-      EXPECT_NE(channel.status.get(), "RUNNING") << channel.name.get();
+      EXPECT_NE(channel.status.get(), ChannelStatus::running) << channel.name.get();
       EXPECT_EQ(channel.pluginPath.get(), "") << channel.name.get();
       return;
     }
-    EXPECT_EQ(channel.status.get(), "RUNNING") << channel.name.get();
+    EXPECT_EQ(channel.status.get(), ChannelStatus::running) << channel.name.get();
     EXPECT_EQ(channel.pluginPath.get(), pianoKey);
     EXPECT_TRUE(graph().isAttached(node));
     EXPECT_TRUE(graph().chainFrom(node).ends_with(" > main mixer > output")) << graph().chainFrom(node);
@@ -146,7 +147,7 @@ TEST(LoadOrders, WhateverAnswersFirstAndHoweverEachStripGetsItsOwn) {
     for (const auto* strip : {"A", "B"}) {
       const auto& results = machine.results[strip];
       ASSERT_EQ(results.size(), 1U);
-      EXPECT_EQ(machine.statusOf(strip), results[0] ? "RUNNING" : "Load failed");
+      EXPECT_EQ(machine.statusOf(strip), results[0] ? ChannelStatus::running : ChannelStatus::loadFailed);
       EXPECT_EQ(machine.instrumentOf(strip).empty(), !results[0]);
     }
     machine.expectEverythingInItsPlace();
@@ -162,12 +163,12 @@ TEST(LoadOrders, AStripThatIsRemovedMeanwhileTakesNothingFromTheOthers) {
     machine.addLoadingStrip("B");
     playOut(machine, order, {[&] { machine.remove("A"); }, [&] { machine.addLoadingStrip("C"); }},
             {Ending::node, Ending::error});
-    EXPECT_EQ(machine.statusOf("A"), "gone");
+    EXPECT_EQ(machine.statusOf("A"), std::nullopt);
     for (const auto* strip : {"A", "B", "C"}) {
       EXPECT_EQ(machine.results[strip].size(), 1U) << strip;
     }
-    EXPECT_EQ(machine.statusOf("B"), machine.results["B"][0] ? "RUNNING" : "Load failed");
-    EXPECT_EQ(machine.statusOf("C"), machine.results["C"][0] ? "RUNNING" : "Load failed");
+    EXPECT_EQ(machine.statusOf("B"), machine.results["B"][0] ? ChannelStatus::running : ChannelStatus::loadFailed);
+    EXPECT_EQ(machine.statusOf("C"), machine.results["C"][0] ? ChannelStatus::running : ChannelStatus::loadFailed);
     machine.expectEverythingInItsPlace();
   });
 }
@@ -196,7 +197,7 @@ TEST(LoadOrders, AFailedReloadLeavesWhatPlays) {
     machine.addLoadingStrip("B");
     playOut(machine, order, {}, {Ending::error, Ending::neither});
     EXPECT_EQ(machine.instrumentOf("A"), playing);
-    EXPECT_EQ(machine.statusOf("A"), "Load failed");
+    EXPECT_EQ(machine.statusOf("A"), ChannelStatus::loadFailed);
     EXPECT_EQ(machine.channels["A"].lock()->pluginPath.get(), LoadingMachine::pianoKey);
     const auto node = machine.channels["A"].lock()->instrumentNode.get();
     EXPECT_EQ(machine.graph().chainFrom(node), playing + " > reverb 1 > meter 1 > main mixer > output");
@@ -218,8 +219,8 @@ TEST(LoadOrders, UnloadRehearsedCrashAndRevivalMayComeBetweenAnyTwoAnswers) {
              [&] { machine.engine->instruments().simulatePluginCrash(*strip); },
              [&] { machine.engine->instruments().reviveChannel(strip); }},
             {Ending::node});
-    const bool sounds = strip->status.get() == "RUNNING";
-    EXPECT_EQ(strip->instrumentNode.get() != nullptr, sounds) << strip->status.get();
+    const bool sounds = strip->status.get() == ChannelStatus::running;
+    EXPECT_EQ(strip->instrumentNode.get() != nullptr, sounds) << statusText(strip->status.get());
     if (sounds) {
       machine.expectSoundStrip(*strip);
     }
@@ -256,8 +257,8 @@ TEST(LoadOrders, TheTurnsOfTheTwoQueuesDoNotMatter) {
       }
       ways[order.choose(ways.size())]();
     }
-    EXPECT_EQ(machine.statusOf("A"), "RUNNING");
-    EXPECT_EQ(machine.statusOf("B"), "RUNNING");
+    EXPECT_EQ(machine.statusOf("A"), ChannelStatus::running);
+    EXPECT_EQ(machine.statusOf("B"), ChannelStatus::running);
     EXPECT_EQ(machine.pool().idleCount(LoadingMachine::pianoKey), 1U);
     machine.expectEverythingInItsPlace();
   });

@@ -20,13 +20,13 @@ TEST_F(Deaths, TheStripOfADeadInstrumentShowsTheCrashAndKeepsWhatItIsMeantToPlay
   const auto other = addStrip("Organ", organKey);
   engine->pluginDied(strip.instrument);
   settle();
-  EXPECT_EQ(strip.channel->status.get(), "CRASHED");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::crashed);
   EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr);
   EXPECT_EQ(strip.channel->pluginPath.get(), pianoKey);
   EXPECT_EQ(strip.channel->pluginName.get(), "Piano");
   EXPECT_EQ(strip.channel->effectNodes.get().size(), 1U);
   EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 0U) << "the dead are not handed out again";
-  EXPECT_EQ(other.channel->status.get(), "RUNNING");
+  EXPECT_EQ(other.channel->status.get(), ChannelStatus::running);
   EXPECT_TRUE(graph().isRunning());
 }
 
@@ -52,7 +52,7 @@ TEST_F(Deaths, ANodeThatDiesOnItsWayIntoAStripCrashesTheStrip) {
   mainQueue.async([&] { engine->pluginDied(parked); });
   engine->instruments().loadInstrument(channel, piano, std::nullopt, nullptr);
   settle();
-  EXPECT_EQ(channel->status.get(), "CRASHED");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::crashed);
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
 }
 
@@ -66,7 +66,7 @@ TEST_F(Deaths, ADeadEffectLosesItsNodeAndTheChainClosesAroundIt) {
   strip.channel->effectSlots.set(slots);
   engine->pluginDied(dead);
   settle();
-  EXPECT_EQ(strip.channel->status.get(), "RUNNING");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(strip.channel->effectNodes.get().size(), 1U);
   EXPECT_EQ(strip.channel->effectSlots.get(), slots) << "the slot stays, with its saved state";
   EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > Delay > reverb 1 > meter 1 > main mixer > output");
@@ -85,7 +85,7 @@ TEST_F(Deaths, ANodeThatNobodyHasChangesNothing) {
   const auto strip = addStrip("Piano");
   engine->pluginDied(std::make_shared<simulation::ScriptedInstrument>("stray"));
   settle();
-  EXPECT_EQ(strip.channel->status.get(), "RUNNING");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
 }
 
 TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAnewWithoutState) {
@@ -94,10 +94,10 @@ TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAnewWithoutState) {
   engine->pluginDied(strip.instrument);
   settle();
   engine->instruments().reviveChannel(strip.channel);
-  EXPECT_EQ(strip.channel->status.get(), "Loading...");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::loading);
   const auto node = units.answerWithInstrument();
   settle();
-  EXPECT_EQ(strip.channel->status.get(), "RUNNING");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(strip.channel->instrumentNode.get(), node);
   EXPECT_EQ(node->core.calls, Lines{"host callbacks"});
 }
@@ -106,7 +106,7 @@ TEST_F(Deaths, RevivingAnEmptyStripEmptiesItAgain) {
   const auto channel = engine->addChannel("Lead");
   engine->instruments().simulatePluginCrash(*channel);
   engine->instruments().reviveChannel(channel);
-  EXPECT_EQ(channel->status.get(), "No plugin");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::noPlugin);
 }
 
 TEST_F(Deaths, RevivingWhatIsNotInstalledDoesNothing) {
@@ -115,7 +115,7 @@ TEST_F(Deaths, RevivingWhatIsNotInstalledDoesNothing) {
   engine->pluginDied(strip.instrument);
   settle();
   engine->instruments().reviveChannel(strip.channel);
-  EXPECT_EQ(strip.channel->status.get(), "CRASHED");
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::crashed);
   EXPECT_TRUE(units.requests.empty());
 }
 

@@ -96,11 +96,11 @@ TEST_F(Pool, TwoLoadsBackToBackTakeTheWarmNodeAndMakeTheOtherAndRefill) {
   ASSERT_EQ(units.requests.size(), 2U) << "the refill of the first, found free, and the direct one of the second";
   settle();
   EXPECT_EQ(first->instrumentNode.get(), warm);
-  EXPECT_EQ(second->status.get(), "Loading...");
+  EXPECT_EQ(second->status.get(), ChannelStatus::loading);
   units.answerWithInstrument(1);
   units.answerWithInstrument(0);
   settle();
-  EXPECT_EQ(second->status.get(), "RUNNING");
+  EXPECT_EQ(second->status.get(), ChannelStatus::running);
   EXPECT_EQ(pool().idleCount(pianoKey), 1U);
 }
 

@@ -174,7 +174,7 @@ TEST_F(RapidSwitching, TheLastSongStandsWithinTheTimeOfOneSwitch) {
   EXPECT_EQ(state.selectedSongIndex.get(), last);
   ASSERT_EQ(engine->channels().size(), song(last).channels.size());
   for (std::size_t index = 0; index + 1 < engine->channels().size(); ++index) {
-    EXPECT_EQ(strip(index).status.get(), channel_status::running);
+    EXPECT_EQ(strip(index).status.get(), ChannelStatus::running);
     EXPECT_EQ(strip(index).effectNodes.get().size(), 2U);
   }
 }

@@ -84,9 +84,9 @@ void expectTheSecondSong(SongMachine& machine) {
   const auto& channel = *machine.engine->channels()[0];
   const auto node = channel.instrumentNode.get();
   if (node == nullptr) {
-    EXPECT_EQ(channel.status.get(), "Load failed");
+    EXPECT_EQ(channel.status.get(), ChannelStatus::loadFailed);
   } else {
-    EXPECT_EQ(channel.status.get(), "RUNNING");
+    EXPECT_EQ(channel.status.get(), ChannelStatus::running);
     EXPECT_EQ(channel.pluginPath.get(), SongMachine::organKey);
     EXPECT_TRUE(machine.graph().chainFrom(node).ends_with(" > main mixer > output"));
   }
@@ -102,7 +102,7 @@ TEST(SongOrders, TheSongMayChangeBetweenAnyTwoAnswers) {
     machine.settle();
     machine.playOut(order, {[&] { machine.songSwitch.applySong(1); }}, {Ending::node});
     expectTheSecondSong(machine);
-    EXPECT_EQ(machine.engine->channels()[0]->status.get(), "RUNNING");
+    EXPECT_EQ(machine.engine->channels()[0]->status.get(), ChannelStatus::running);
     EXPECT_EQ(machine.engine->channels()[0]->effectNodes.get().size(), 1U);
   });
   EXPECT_GT(runs, 100U);
@@ -134,7 +134,8 @@ TEST(SongOrders, TheSongMayChangeToAndFroAndIsTakenAsItStoodWhenItWasLeft) {
     EXPECT_EQ(machine.state.songSwitchPendingLoads.get(), 0);
     EXPECT_FALSE(machine.state.songSwitchInProgress.get());
     EXPECT_FALSE(machine.state.showLoadingModal.get());
-    EXPECT_EQ(machine.engine->channels()[0]->status.get(), hadArrived ? "RUNNING" : "No plugin");
+    EXPECT_EQ(machine.engine->channels()[0]->status.get(),
+              hadArrived ? ChannelStatus::running : ChannelStatus::noPlugin);
     machine.expectNothingLost();
   });
 }

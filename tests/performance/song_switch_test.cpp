@@ -57,7 +57,7 @@ TEST_F(Switch, ASongWithNoPluginsEndsTheSwitchAtOnceAndWithoutAModal) {
   EXPECT_EQ(state.songSwitchElapsedMs.get(), 0);
   EXPECT_EQ(state.songSwitchStartedAtUptime.get(), std::nullopt);
   EXPECT_FALSE(state.showLoadingModal.get());
-  EXPECT_EQ(strip(0).status.get(), "No plugin");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::noPlugin);
 }
 
 TEST_F(Switch, BuildsTheStripsOfTheRecordWithAllTheirValues) {
@@ -85,7 +85,7 @@ TEST_F(Switch, BuildsTheStripsOfTheRecordWithAllTheirValues) {
   captured[0].pluginStateBase64 = low.pluginStateBase64;
   captured[0].effectSlots[0].stateBase64 = std::nullopt;
   EXPECT_EQ(captured[0], low);
-  EXPECT_EQ(strip(0).status.get(), "RUNNING");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
   EXPECT_EQ(strip(1).pluginPath.get(), organKey);
 }
 
@@ -142,10 +142,10 @@ TEST_F(Switch, AnUnknownPluginKeepsItsSilentStripAndTheSwitchEnds) {
   addSong("One", {record("Gone", "aucd:1635085685:77:78", {chorusKey}), record("Piano", pianoKey)});
   songSwitch.applySong(0);
   answerAll();
-  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(strip(0).pluginPath.get(), "") << "the next capture stores it without";
   EXPECT_EQ(strip(0).effectNodes.get().size(), 1U);
-  EXPECT_EQ(strip(1).status.get(), "RUNNING");
+  EXPECT_EQ(strip(1).status.get(), ChannelStatus::running);
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
   EXPECT_FALSE(state.songSwitchInProgress.get());
 }
@@ -158,7 +158,7 @@ TEST_F(Switch, APluginThatFailsEndsItsLoadLikeAnyOther) {
     units.answer(0, nullptr, Error{"broken"});
     settle();
   }
-  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
   EXPECT_FALSE(state.songSwitchInProgress.get());
 }
@@ -297,7 +297,7 @@ TEST_F(Switch, AFileThatCannotBeReadEndsItsLoadAndKeepsItsEffects) {
   songSwitch.applySong(0);
   EXPECT_EQ(state.totalLoadsCount.get(), 2);
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 1);
-  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
   ASSERT_EQ(console.lines.size(), 1U);
   EXPECT_THAT(console.lines[0], testing::StartsWith("Failed to load playback file: "));
   answerAll();
@@ -354,7 +354,7 @@ TEST_F(Switch, TheSecondTimeRoundTheInstrumentsComeFromThePool) {
   answerAll();
   songSwitch.applySong(1);
   settle();
-  EXPECT_EQ(strip(0).status.get(), "RUNNING");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
   EXPECT_FALSE(state.songSwitchInProgress.get());
 }
 
@@ -400,7 +400,7 @@ TEST_F(Switch, AFileThatIsMissingTodayIsKeptInTheDocument) {
   file.playbackStopMode = "other";
   addSong("One", {file});
   songSwitch.applySong(0);
-  EXPECT_EQ(strip(0).status.get(), "Load failed");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
   songSwitch.captureCurrentSong();
   auto captured = song(0).channels;
   captured[0].id = file.id;

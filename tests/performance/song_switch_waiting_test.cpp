@@ -34,7 +34,7 @@ TEST_F(SwitchThatWaits, APluginThatNeverAnswersEndsTheSwitchAfterHalfAMinute) {
   EXPECT_TRUE(engine->musicalContext().isHostTransportRunning());
 
   answerAll();
-  EXPECT_EQ(strip(0).status.get(), "RUNNING") << "it comes late and plays all the same";
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running) << "it comes late and plays all the same";
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
   EXPECT_EQ(state.remainingLoadsCount.get(), 0);
   EXPECT_EQ(state.songSwitchElapsedMs.get(), 30000);
@@ -108,7 +108,7 @@ TEST_F(SwitchThatWaits, LateAnswersOfAnEarlierSwitchCountForNothing) {
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 1);
   EXPECT_EQ(state.remainingLoadsCount.get(), 1);
   EXPECT_TRUE(state.songSwitchInProgress.get());
-  EXPECT_EQ(strip(0).status.get(), "Loading...");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loading);
   EXPECT_FALSE(graph().isAttached(late));
   answerAll();
   EXPECT_FALSE(state.songSwitchInProgress.get());
@@ -140,7 +140,7 @@ TEST_F(SwitchThatWaits, LateAnswersOfAnEarlierSwitchStayOutOfTheGraphWhoeverStil
   }
   EXPECT_EQ(held[0]->instrumentNode.get(), nullptr);
   EXPECT_TRUE(held[1]->effectNodes.get().empty());
-  EXPECT_EQ(strip(0).status.get(), "RUNNING");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
   EXPECT_FALSE(state.songSwitchInProgress.get());
 }
 

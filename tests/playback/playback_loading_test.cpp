@@ -22,7 +22,7 @@ TEST_F(PlaybackLoading, WiresAPlayerLikeAnyInstrument) {
   const auto channel = addPlayback(record());
   EXPECT_EQ(nodes.engine->chainFrom(channel->instrumentNode.get()),
             "player 1 > reverb 1 > meter 1 > main mixer > output");
-  EXPECT_EQ(channel->status.get(), channel_status::running);
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(channel->pluginPath.get(), "internal:playback");
   EXPECT_EQ(channel->pluginName.get(), "Vrel Player - click.wav");
   EXPECT_FALSE(channel->meterTapInstalled.get());
@@ -65,7 +65,7 @@ TEST_F(PlaybackLoading, OfAMissingFileLeavesTheChannelWithoutPlayer) {
   auto config = record();
   config.playbackFilePath = "/gone.wav";
   const auto channel = addPlayback(config);
-  EXPECT_EQ(channel->status.get(), "Load failed");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
   EXPECT_THAT(console.lines, ElementsAre("Failed to load playback file: no such file: /gone.wav"));
   noteOn();
@@ -78,7 +78,7 @@ TEST_F(PlaybackLoading, InAProgramWithoutFilesTellsSo) {
   const auto other = AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console});
   const auto channel = other->addChannel("Click");
   other->playbackLoader().loadPlaybackInstrument(*channel, record());
-  EXPECT_EQ(channel->status.get(), "Load failed");
+  EXPECT_EQ(channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_THAT(console.lines,
               ElementsAre("Failed to load playback file: this program reads no audio files: /click.wav"));
 }
@@ -150,7 +150,7 @@ TEST_F(PlaybackLoading, ReviveLoadsTheFileAgain) {
   engine->instruments().simulatePluginCrash(*channel);
   ASSERT_EQ(channel->instrumentNode.get(), nullptr);
   engine->instruments().reviveChannel(channel);
-  EXPECT_EQ(channel->status.get(), channel_status::running);
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(channel->playbackStartFrame.get(), 12000);
   EXPECT_TRUE(channel->playbackLoop.get());
   EXPECT_EQ(channel->playbackStopMode.get(), "rangeEnd");
@@ -168,7 +168,7 @@ TEST_F(PlaybackLoading, ASongPutsItsFilesOnStageAndKeepsThemInTheDocument) {
   EXPECT_FALSE(session.state.songSwitchInProgress.get()) << "a file is there at once";
   settle();
   ASSERT_THAT(engine->channels(), SizeIs(1));
-  EXPECT_EQ(engine->channels()[0]->status.get(), channel_status::running);
+  EXPECT_EQ(engine->channels()[0]->status.get(), ChannelStatus::running);
   session.songSwitch.captureCurrentSong();
   const auto& saved = session.state.songs.get()[0].channels[0];
   EXPECT_EQ(saved.pluginPath, "internal:playback");

@@ -27,7 +27,7 @@ TEST_F(VisualLoading, BuildsPlayersInTheBackgroundAndWarmsThemUp) {
   EXPECT_EQ(playerOf(*channel, 61), nullptr);
   EXPECT_THAT(videos.pendingLoads, SizeIs(2));
   EXPECT_THAT(console.lines, IsEmpty());
-  EXPECT_EQ(channel->status.get(), channel_status::running);
+  EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_THAT(channel->visualClipMappings.get(), SizeIs(3)) << "the mapping stays in the song";
 }
 

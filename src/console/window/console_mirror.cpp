@@ -266,6 +266,8 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
       "statusText", [&] { return stripStatusText(channel.status.get(), state.language.get()); }, channel.status,
       state.language);
   object.derive(
+      "statusKind", [&] { return static_cast<int>(channel.status.get()); }, channel.status);
+  object.derive(
       "statusColor", [&] { return colorOf(stripStatusColor(channel.status.get())); }, channel.status);
   object.derive(
       "instrumentText",

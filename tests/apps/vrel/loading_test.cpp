@@ -83,8 +83,8 @@ TEST_F(Loading, TheModalSaysHowFarItIsAndKeepsEveryPressButPanicUntilTheLastInst
   EXPECT_EQ(driver.session("tempoBpm").toInt(), 120);
   EXPECT_TRUE(driver.fromLogic<bool>([](Session& session) {
     const auto& channels = session.engine().channels();
-    return channels.size() == 2 && channels[0]->status.get() == channel_status::running &&
-           channels[1]->status.get() == channel_status::running;
+    return channels.size() == 2 && channels[0]->status.get() == ChannelStatus::running &&
+           channels[1]->status.get() == ChannelStatus::running;
   }));
 }
 

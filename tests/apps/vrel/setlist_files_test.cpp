@@ -140,7 +140,7 @@ TEST_F(SetlistFile, APluginThatCrashesIsShownOnItsStripAndTheOthersRunOn) {
   const auto isRunning = [this](std::size_t strip) {
     return driver.fromLogic<bool>([strip](Session& session) {
       const auto& channels = session.engine().channels();
-      return channels.size() == 2 && channels[strip]->status.get() == channel_status::running;
+      return channels.size() == 2 && channels[strip]->status.get() == ChannelStatus::running;
     });
   };
   ASSERT_TRUE(driver.eventually([&] { return isRunning(0) && isRunning(1); }));

@@ -120,15 +120,16 @@ TEST_F(Copy, AStripWithoutAPluginSaysSoInTheLanguageChosen) {
 
 TEST_F(Copy, TheStatusIsShownInTheWordsOfTheLanguage) {
   open();
-  strip(0).status.set(channel_status::crashed);
+  strip(0).status.set(ChannelStatus::crashed);
   settle();
   EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("CRASHED")));
+  EXPECT_EQ(row(mirror_ids::strips, 0, "statusKind"), QVariant(static_cast<int>(ChannelStatus::crashed)));
   const auto red = row(mirror_ids::strips, 0, "statusColor").value<QColor>();
   EXPECT_GT(red.red(), red.green());
   state.language.set(Language::german);
   settle();
   EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("ABGESTÜRZT")));
-  strip(0).status.set(channel_status::running);
+  strip(0).status.set(ChannelStatus::running);
   settle();
   EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("AKTIV")));
 }

@@ -42,7 +42,7 @@ TEST_P(RealOrders, AStripSoundsTheSameWhateverAnsweredFirstAndWhoeverLeft) {
     const auto staying = machine.addLoadingStrip(sine);
     ASSERT_EQ(machine.units.requests.size(), 3U);
     machine.playOut(order, {[&] { machine.engine->removeChannel(*leaving.lock()); }});
-    ASSERT_EQ(staying->status.get(), "RUNNING");
+    ASSERT_EQ(staying->status.get(), ChannelStatus::running);
     const auto sound = machine.soundOf(staying);
     expected = expected.empty() ? sound : expected;
     EXPECT_GT(loudest(sound), 0.1F);
@@ -132,7 +132,7 @@ TEST_F(RealRacks, TheSongMayChangeBetweenAnyTwoAnswersAndSoundsTheSame) {
     machine.playOut(order, {[&] { session.songSwitch.applySong(1); }});
     EXPECT_FALSE(session.state.songSwitchInProgress.get());
     const auto strip = machine.engine->channels().at(0);
-    ASSERT_EQ(strip->status.get(), "RUNNING");
+    ASSERT_EQ(strip->status.get(), ChannelStatus::running);
     const auto sound = machine.soundOf(strip);
     expected = expected.empty() ? sound : expected;
     EXPECT_GT(loudest(sound), 0.1F);

@@ -161,7 +161,7 @@ TEST_P(RealSwitching, AnArrowKeyHeldDownForTenSecondsLosesNothingAndLeavesNothin
   EXPECT_EQ(show.selected(), last);
   ASSERT_EQ(show.machine.engine->channels().size(), before[last].channels.size());
   for (const auto& channel : show.machine.engine->channels()) {
-    EXPECT_EQ(channel->status.get(), "RUNNING");
+    EXPECT_EQ(channel->status.get(), ChannelStatus::running);
     EXPECT_EQ(channel->effectNodes.get().size(), channel->effectSlots.get().size());
   }
   EXPECT_EQ(show.captured(), before);
@@ -236,8 +236,8 @@ TEST_F(APluginThatNeverAnswers, IsGivenUpAfterHalfAMinuteAndTheOthersPlayAllTheW
   show->press("down");
   answerTheOthers();
   EXPECT_EQ(requests().size(), 2U) << "for the strip, and to be made ahead";
-  EXPECT_EQ(channel(0).status.get(), "Loading...");
-  EXPECT_EQ(channel(1).status.get(), "RUNNING");
+  EXPECT_EQ(channel(0).status.get(), ChannelStatus::loading);
+  EXPECT_EQ(channel(1).status.get(), ChannelStatus::running);
   channel(1).midiInstrument()->sendMIDIEvent(0x90, 69, 100);
   EXPECT_GT(lv2::peak(machine.render(4)), 0.1F);
 
@@ -275,8 +275,8 @@ TEST_F(APluginThatNeverAnswers, MayDieLaterAndNoCounterHearsOfIt) {
     machine.units.answer(0);
     machine.settle();
   }
-  EXPECT_EQ(channel(0).status.get(), "Load failed");
-  EXPECT_EQ(channel(1).status.get(), "RUNNING");
+  EXPECT_EQ(channel(0).status.get(), ChannelStatus::loadFailed);
+  EXPECT_EQ(channel(1).status.get(), ChannelStatus::running);
   EXPECT_EQ(machine.console.lines.size(), 2U) << "of the strip, and of what was made ahead";
   EXPECT_EQ(state.songSwitchPendingLoads.get(), 0);
   EXPECT_EQ(state.remainingLoadsCount.get(), 0);
@@ -289,7 +289,7 @@ TEST_P(RealSwitching, SoundIsBackWithTheFirstInstrumentThatHasCome) {
   show.press("down");
   auto& engine = *show.machine.engine;
   EXPECT_EQ(lv2::peak(show.machine.render(1)), 0.0F) << "the song before has gone at once";
-  while (engine.channels().at(0)->status.get() != "RUNNING" && !show.machine.units.requests.empty()) {
+  while (engine.channels().at(0)->status.get() != ChannelStatus::running && !show.machine.units.requests.empty()) {
     show.machine.units.answer(0);
     show.machine.settle();
   }

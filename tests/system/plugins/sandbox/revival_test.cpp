@@ -63,7 +63,7 @@ class RevivedStrips : public SandboxStage {
   }
 
   void waitUntilRunning(const AudioChannel& channel) {
-    EXPECT_TRUE(mainLoop_.waitUntil([&] { return channel.status.get() == channel_status::running; }, 30s));
+    EXPECT_TRUE(mainLoop_.waitUntil([&] { return channel.status.get() == ChannelStatus::running; }, 30s));
   }
 
   static int processOfStrip(const AudioChannel& channel) {
@@ -74,11 +74,11 @@ class RevivedStrips : public SandboxStage {
     kill(processOfStrip(*show.rebel), SIGKILL);
     ASSERT_TRUE(happensWithin(5s, [&] {
       mainLoop_.runPending();
-      return show.rebel->status.get() == channel_status::crashed;
+      return show.rebel->status.get() == ChannelStatus::crashed;
     }));
     show.render();
     show.engine->instruments().reviveChannel(show.rebel);
-    ASSERT_EQ(show.rebel->status.get(), channel_status::loading);
+    ASSERT_EQ(show.rebel->status.get(), ChannelStatus::loading);
     waitUntilRunning(*show.rebel);
     show.render();
   }
@@ -101,7 +101,7 @@ TEST_F(RevivedStrips, ADeathShowsTheSameAsItsRehearsal) {
   kill(processOfStrip(*show.rebel), SIGKILL);
   ASSERT_TRUE(happensWithin(5s, [&] {
     mainLoop_.runPending();
-    return show.rebel->status.get() == "CRASHED";
+    return show.rebel->status.get() == ChannelStatus::crashed;
   }));
   const auto afterDeath = look(*show.rebel);
   show.engine->instruments().reviveChannel(show.rebel);
