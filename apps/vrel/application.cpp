@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/main_thread.h"
 #include "vrel/session.h"
 
 namespace vrel::app {
@@ -18,6 +19,7 @@ void LogicThread::start(UiThread& window) {
 }
 
 void LogicThread::run(UiThread& window) {
+  const MainThreadScope mainThread;
   session_ = std::make_unique<Session>(loop_, window);
   session_->start();
   loop_.runUntil([this] { return isEnding_; });

@@ -5,6 +5,8 @@
 #include <array>
 #include <utility>
 
+#include "foundation/contracts.h"
+#include "foundation/main_thread.h"
 #include "foundation/move_item.h"
 #include "platform/audio_engine.h"
 #include "platform/dispatch.h"
@@ -127,6 +129,9 @@ std::shared_ptr<AudioChannel> AudioEngine::addChannel(const std::string& name) {
 }
 
 void AudioEngine::moveChannel(std::size_t from, std::size_t to) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   auto& channels = strips_.channels;
   if (from < channels.size() && to <= channels.size()) {
     moveItem(channels, from, to);
@@ -134,6 +139,9 @@ void AudioEngine::moveChannel(std::size_t from, std::size_t to) {
 }
 
 void AudioEngine::removeChannel(const AudioChannel& channel) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   const auto position = std::find_if(strips_.channels.begin(), strips_.channels.end(),
                                      [&](const auto& each) { return each->id == channel.id; });
   if (position == strips_.channels.end()) {
@@ -164,6 +172,9 @@ void AudioEngine::takeDown(AudioChannel& channel) {
 }
 
 void AudioEngine::removeAllChannels() {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   for (const auto& channel : strips_.channels) {
     takeDown(*channel);
   }

@@ -9,6 +9,8 @@
 #include "engine/graph_mutator.h"
 #include "engine/level_capture.h"
 #include "engine/strips.h"
+#include "foundation/contracts.h"
+#include "foundation/main_thread.h"
 #include "platform/audio_engine.h"
 
 namespace vrel {
@@ -30,6 +32,9 @@ ChannelChains::ChannelChains(Strips& strips, AVAudioEngine& engine, AudioNodeFac
     : strips_(strips), engine_(engine), nodes_(nodes), mutator_(mutator), levelCapture_(levelCapture) {}
 
 void ChannelChains::prepareOutputGraph() {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   const auto output = engine_.outputNode();
   engine_.connect(engine_.mainMixerNode(), output, output->inputFormat(0));
   if (hasWiredEffect(*strips_.masterChannel)) {
@@ -41,11 +46,18 @@ bool ChannelChains::isMaster(const AudioChannel& channel) const {
   return strips_.isMaster(channel);
 }
 
+bool ChannelChains::mayChangeChains() const {
+  return isMainThread() && mutator_.graphMutationDepth() > 0;
+}
+
 bool ChannelChains::isOnStage(const AudioChannel& channel) const {
   return strips_.holds(channel);
 }
 
 void ChannelChains::rebuildChannelEffectChain(AudioChannel& channel) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   if (strips_.isMaster(channel)) {
     rebuildMasterEffectChain(false);
     return;
@@ -97,6 +109,9 @@ ChannelChains::Node ChannelChains::connectEffects(AudioChannel& channel, Node pr
 }
 
 void ChannelChains::rebuildMasterEffectChain(bool force) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   if (!hasWiredEffect(*strips_.masterChannel) && engine_.isRunning() && !force) {
     return;
   }
@@ -110,6 +125,9 @@ void ChannelChains::connectMaster() {
 }
 
 void ChannelChains::ensureReverbNode(AudioChannel& channel) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   if (strips_.isMaster(channel) || channel.reverbNode.get() != nullptr) {
     return;
   }
@@ -122,6 +140,9 @@ void ChannelChains::ensureReverbNode(AudioChannel& channel) {
 }
 
 void ChannelChains::ensureMeterNode(AudioChannel& channel) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   if (channel.meterNode.get() != nullptr) {
     return;
   }
@@ -131,12 +152,18 @@ void ChannelChains::ensureMeterNode(AudioChannel& channel) {
 }
 
 void ChannelChains::applyReverbMix(AudioChannel& channel) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   if (const auto& reverb = channel.reverbNode.get()) {
     reverb->setWetDryMix(wettestPercent * std::clamp(channel.reverb.get(), 0.0F, 1.0F));
   }
 }
 
 void ChannelChains::detachEffectNodes(AudioChannel& channel) {
+  if (!VREL_EXPECTS(mayChangeChains())) {
+    return;
+  }
   for (const auto& [slotId, node] : channel.effectNodes.get()) {
     removeNode(node);
   }
@@ -144,11 +171,17 @@ void ChannelChains::detachEffectNodes(AudioChannel& channel) {
 }
 
 void ChannelChains::detachReverbNode(AudioChannel& channel) {
+  if (!VREL_EXPECTS(mayChangeChains())) {
+    return;
+  }
   removeNode(channel.reverbNode.get());
   channel.reverbNode.set(nullptr);
 }
 
 void ChannelChains::detachMeterNode(AudioChannel& channel) {
+  if (!VREL_EXPECTS(mayChangeChains())) {
+    return;
+  }
   removeNode(channel.meterNode.get());
   channel.meterNode.set(nullptr);
   channel.peakL.set(0.0F);
@@ -156,6 +189,9 @@ void ChannelChains::detachMeterNode(AudioChannel& channel) {
 }
 
 void ChannelChains::disconnectChannelChain(AudioChannel& channel) {
+  if (!VREL_EXPECTS(mayChangeChains())) {
+    return;
+  }
   if (const auto& instrument = channel.instrumentNode.get()) {
     engine_.disconnectNodeOutput(instrument);
   }
@@ -173,6 +209,9 @@ void ChannelChains::disconnectChannelChain(AudioChannel& channel) {
 }
 
 void ChannelChains::removeNode(const Node& node) {
+  if (!VREL_EXPECTS(mayChangeChains())) {
+    return;
+  }
   engine_.disconnectNodeInput(node);
   engine_.disconnectNodeOutput(node);
   engine_.detach(node);

@@ -1,26 +1,41 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/graph_mutator.h"
 
+#include "foundation/contracts.h"
+#include "foundation/main_thread.h"
 #include "platform/audio_engine.h"
 #include "platform/console_output.h"
 
 namespace vrel {
 
 void GraphMutator::performGraphMutation(const std::string& label, const std::function<void()>& body) {
+  if (!VREL_EXPECTS(isMainThread()) || !VREL_EXPECTS(body != nullptr)) {
+    return;
+  }
   if (graphMutationDepth_ > 0) {
     body();
     return;
   }
-  const bool wasRunning = engine_.isRunning();
-  if (wasRunning) {
-    engine_.stop();
-  }
-  ++graphMutationDepth_;
+  const OutermostMutation mutation(*this, label);
   body();
-  --graphMutationDepth_;
-  if (!wasRunning) {
-    return;
+}
+
+GraphMutator::OutermostMutation::OutermostMutation(GraphMutator& mutator, const std::string& label)
+    : mutator_(mutator), label_(label), wasRunning_(mutator.engine_.isRunning()) {
+  if (wasRunning_) {
+    mutator_.engine_.stop();
   }
+  ++mutator_.graphMutationDepth_;
+}
+
+GraphMutator::OutermostMutation::~OutermostMutation() {
+  --mutator_.graphMutationDepth_;
+  if (wasRunning_) {
+    mutator_.restartEngine(label_);
+  }
+}
+
+void GraphMutator::restartEngine(const std::string& label) {
   if (const auto& error = startEngine()) {
     console_.print("AVAudioEngine restart failed after graph mutation (" + label + "): " + error->description);
   }
@@ -32,6 +47,9 @@ const Outcome& GraphMutator::startEngine() {
 }
 
 bool GraphMutator::ensureEngineRunning(const std::string& reason, const std::function<void()>& prepareOutputGraph) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return false;
+  }
   if (engine_.isRunning()) {
     return true;
   }

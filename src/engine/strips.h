@@ -17,7 +17,7 @@ struct Strips {
 
   [[nodiscard]] bool isMaster(const AudioChannel& channel) const { return channel.id == masterChannel->id; }
 
-  /// False for one that was taken out and that somebody still holds.
+  /// False for one that was taken out but is still referenced.
   [[nodiscard]] bool holds(const AudioChannel& channel) const {
     return isMaster(channel) || std::any_of(channels.begin(), channels.end(),
                                             [&channel](const auto& each) { return each->id == channel.id; });

@@ -8,25 +8,35 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/contracts.h"
+#include "foundation/main_thread.h"
+
 namespace vrel {
 
 /// A list of listeners that one object calls and others join for as long as they keep the
-/// connection. Main thread only. A listener may join, leave or emit again while it is called.
+/// connection. Main thread, which is checked: elsewhere `emit` calls nobody. A listener may join, leave or emit again
+/// while it is called.
 template <typename... Arguments>
 class Signal {
  public:
   using Listener = std::function<void(Arguments...)>;
 
-  /// Keeps a listener joined; letting go of it leaves the signal. May outlive the signal.
+  /// Keeps a listener joined; releasing it leaves the signal. May outlive the signal.
   using Connection = std::shared_ptr<void>;
 
   [[nodiscard]] Connection connect(Listener listener) {
     auto entry = std::make_shared<Listener>(std::move(listener));
+    if (!VREL_EXPECTS(isMainThread()) || !VREL_EXPECTS(*entry != nullptr)) {
+      return nullptr;
+    }
     listeners_.push_back(entry);
     return entry;
   }
 
   void emit(Arguments... arguments) {
+    if (!VREL_EXPECTS(isMainThread())) {
+      return;
+    }
     if (listeners_.empty()) {
       return;
     }
@@ -43,10 +53,11 @@ class Signal {
   std::vector<std::weak_ptr<Listener>> listeners_;
 };
 
-/// A value that tells its readers when it changes. Main thread only.
+/// A value that notifies its readers when it changes. Main thread, which is checked: elsewhere an assignment is
+/// refused.
 ///
 /// `changed` is emitted on a real change only. The owner may add an effect, which runs on every
-/// assignment, equal or not, after the value is stored and before the readers are told.
+/// assignment, equal or not, after the value is stored and before the readers are notified.
 template <typename T>
 class Observable {
  public:
@@ -58,6 +69,9 @@ class Observable {
   [[nodiscard]] const T& get() const { return value_; }
 
   void set(T value) {
+    if (!VREL_EXPECTS(isMainThread())) {
+      return;
+    }
     const bool differs = !(value_ == value);
     if (differs) {
       value_ = std::move(value);
@@ -73,6 +87,9 @@ class Observable {
   /// Changes the value where it is, for one that is too large to be copied. Counts as a real change.
   template <typename Change>
   void modify(Change change) {
+    if (!VREL_EXPECTS(isMainThread())) {
+      return;
+    }
     change(value_);
     if (effect_) {
       effect_();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/channel_chains.h"
 
+#include "support/contract_policy.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -29,6 +30,21 @@ TEST_F(Chains, ASlotWithoutANodeIsPassedOverAndSaved) {
   engine->chains().rebuildChannelEffectChain(*strip.channel);
   EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > first > third > reverb 1 > meter 1 > main mixer > output");
   EXPECT_EQ(engine->pluginState().captureEffectSlots(*strip.channel).size(), 3U);
+}
+
+TEST_F(Chains, TakingAChainApartOutsideOfAGraphMutationDoesNothingOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  const auto strip = addStrip("Piano");
+  const auto before = contractViolations();
+  const auto chain = graph().chainFrom(strip.instrument);
+  engine->chains().detachReverbNode(*strip.channel);
+  engine->chains().detachMeterNode(*strip.channel);
+  engine->chains().disconnectChannelChain(*strip.channel);
+  engine->chains().removeNode(strip.instrument);
+  EXPECT_EQ(contractViolations(), before + 4);
+  EXPECT_EQ(graph().chainFrom(strip.instrument), chain);
+  EXPECT_NE(strip.channel->reverbNode.get(), nullptr);
+  EXPECT_NE(strip.channel->meterNode.get(), nullptr);
 }
 
 TEST_F(Chains, RebuildingAStripWithoutInstrumentDoesNothingNotEvenTheTap) {

@@ -3,8 +3,11 @@
 
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <thread>
 
+#include "support/contract_policy.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -51,6 +54,52 @@ TEST_F(GraphMutation, NestedMutationDoesNotRestartTheEngine) {
   });
   expectRestarts(1);
   EXPECT_EQ(engine->graph().graphMutationDepth(), 0);
+}
+
+TEST_F(GraphMutation, ABodyThatThrowsLeavesTheEngineRunningAndPassesItsExceptionOn) {
+  graph().record.clear();
+  EXPECT_THROW(engine->performGraphMutation("test", [] { throw std::runtime_error("thrown"); }), std::runtime_error);
+  EXPECT_TRUE(graph().isRunning());
+  EXPECT_EQ(engine->graph().graphMutationDepth(), 0);
+  expectRestarts(1);
+  engine->performGraphMutation("next", [] {});
+  expectRestarts(2);
+}
+
+TEST_F(GraphMutation, AnInnerBodyThatThrowsEndsTheOuterOneToo) {
+  graph().record.clear();
+  const auto outer = [&] { engine->performGraphMutation("inner", [] { throw std::runtime_error("thrown"); }); };
+  EXPECT_THROW(engine->performGraphMutation("outer", outer), std::runtime_error);
+  EXPECT_EQ(engine->graph().graphMutationDepth(), 0);
+  expectRestarts(1);
+}
+
+TEST_F(GraphMutation, ARestartThatFailsAfterABodyThatThrowsIsLogged) {
+  graph().startFailure = Error{"gone"};
+  EXPECT_THROW(engine->performGraphMutation("test", [] { throw std::runtime_error("thrown"); }), std::runtime_error);
+  EXPECT_EQ(console.lines, failureUnder("test"));
+  EXPECT_EQ(engine->lastEngineStartError(), Error{"gone"});
+}
+
+TEST_F(GraphMutation, IsForTheMainThreadOnly) {
+  const test::ContractPolicyScope policy(ContractPolicy::terminate);
+  EXPECT_DEATH(std::thread([&] { engine->performGraphMutation("test", [] {}); }).join(), "isMainThread");
+}
+
+TEST_F(GraphMutation, OnAnotherThreadChangesNothingOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  const auto strip = addStrip("Piano");
+  graph().record.clear();
+  bool ran = false;
+  std::thread([&] {
+    engine->performGraphMutation("test", [&] { ran = true; });
+    EXPECT_FALSE(engine->ensureEngineRunning("test"));
+    engine->chains().rebuildChannelEffectChain(*strip.channel);
+    engine->removeChannel(*strip.channel);
+  }).join();
+  EXPECT_FALSE(ran);
+  EXPECT_TRUE(graph().record.empty());
+  EXPECT_EQ(engine->channels().size(), 1U);
 }
 
 TEST_F(GraphMutation, OnAStoppedEngineLeavesItStoppedAndSetsNoError) {

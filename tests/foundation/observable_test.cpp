@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
 #include <vector>
+
+#include "support/contract_policy.h"
 
 namespace vrel {
 namespace {
@@ -34,6 +37,28 @@ TEST(Observable, AReaderThatLetGoOfItsConnectionHearsNothing) {
   auto connection = value.changed.connect([&](int) { ++calls; });
   connection.reset();
   value.set(2);
+  EXPECT_EQ(calls, 0);
+}
+
+TEST(Observable, IsOfTheMainThreadOnly) {
+  const test::ContractPolicyScope policy(ContractPolicy::terminate);
+  EXPECT_DEATH(std::thread([] { Observable<int>().set(1); }).join(), "Contract violated at observable.h.*isMainThread");
+}
+
+TEST(Observable, RefusesAnAssignmentOnAnotherThreadOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  const auto before = contractViolations();
+  Observable<int> value{1};
+  int calls = 0;
+  const auto connection = value.changed.connect([&](int) { ++calls; });
+  std::thread([&] {
+    value.set(2);
+    value.modify([](int& number) { number = 3; });
+    value.changed.emit(4);
+    EXPECT_EQ(value.changed.connect([&](int) { ++calls; }), nullptr);
+  }).join();
+  EXPECT_EQ(contractViolations(), before + 4);
+  EXPECT_EQ(value.get(), 1);
   EXPECT_EQ(calls, 0);
 }
 

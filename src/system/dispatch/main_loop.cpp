@@ -2,9 +2,10 @@
 #include "system/dispatch/main_loop.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
+
+#include "foundation/contracts.h"
+#include "foundation/main_thread.h"
 
 namespace vrel::system {
 namespace {
@@ -43,7 +44,7 @@ void MainLoop::dropWork() {
     std::deque<Work> ready;
     std::multimap<Time, Work> delayed;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       ready.swap(ready_);
       delayed.swap(delayed_);
     }
@@ -54,26 +55,30 @@ void MainLoop::dropWork() {
 }
 
 void MainLoop::async(Work work) {
+  if (!VREL_EXPECTS(work != nullptr)) {
+    return;
+  }
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ready_.push_back(std::move(work));
   }
   arrived_.notify_one();
 }
 
 void MainLoop::sync(const Work& /*work*/) {
-  std::fputs("nobody waits for the main queue\n", stderr);
-  std::abort();
+  static_cast<void>(VREL_EXPECTS(!"nobody waits for the main queue"));
 }
 
 void MainLoop::asyncAfter(double seconds, Work work) {
+  if (!VREL_EXPECTS(work != nullptr)) {
+    return;
+  }
   fireAt(Clock::now() + durationOf(seconds), std::move(work));
 }
 
 std::unique_ptr<RepeatingTimer> MainLoop::repeatingTimer(double intervalSeconds, Work work) {
-  if (!(intervalSeconds > 0)) {
-    std::fputs("a repeating timer needs an interval above zero\n", stderr);
-    std::abort();
+  if (!VREL_EXPECTS(isMainThread()) || !VREL_EXPECTS(intervalSeconds > 0) || !VREL_EXPECTS(work != nullptr)) {
+    return nullptr;
   }
   const auto interval = std::max(durationOf(intervalSeconds), Clock::duration(1));
   auto state = std::make_shared<TimerState>(TimerState{Clock::now() + interval, interval, std::move(work)});
@@ -82,12 +87,18 @@ std::unique_ptr<RepeatingTimer> MainLoop::repeatingTimer(double intervalSeconds,
 }
 
 void MainLoop::runUntil(const std::function<bool()>& predicate) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   while (!predicate()) {
     runOne(true);
   }
 }
 
 void MainLoop::runPending() {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   while (runOne(false)) {
   }
 }
@@ -103,14 +114,14 @@ void MainLoop::moveDueWork() {
 bool MainLoop::runOne(bool waits) {
   Work work;
   {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     moveDueWork();
     while (waits && ready_.empty()) {
       if (delayed_.empty()) {
-        arrived_.wait(lock);
+        arrived_.wait(lock.native());
       } else {
         const Time next = delayed_.begin()->first;
-        arrived_.wait_until(lock, next);
+        arrived_.wait_until(lock.native(), next);
       }
       moveDueWork();
     }
@@ -126,7 +137,7 @@ bool MainLoop::runOne(bool waits) {
 
 void MainLoop::fireAt(Time due, Work work) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     delayed_.emplace(due, std::move(work));
   }
   arrived_.notify_one();

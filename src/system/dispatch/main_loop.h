@@ -8,8 +8,8 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
+#include "foundation/mutex.h"
 #include "platform/dispatch.h"
 
 namespace vrel::system {
@@ -22,9 +22,9 @@ namespace vrel::system {
 /// A question to the person runs the loop once more inside the work that asks it (`runUntil`); all other work goes on
 /// meanwhile, in its order.
 ///
-/// Threads: `async` and `asyncAfter` from any; everything else, and all work, on the thread that runs it, the end on
-/// any when nobody runs it. What is left at the end of the loop is let go of, not run; timers may outlive it. Work must
-/// not throw.
+/// Threads: `async` and `asyncAfter` from any; everything else, and all work, on the main thread, which is checked; the
+/// end on any when nobody runs it. What is left at the end of the loop is dropped, not run; timers may outlive it. Work
+/// must not throw.
 class MainLoop final : public MainQueue {
  public:
   MainLoop() = default;
@@ -33,11 +33,11 @@ class MainLoop final : public MainQueue {
   MainLoop& operator=(const MainLoop&) = delete;
 
   void async(Work work) override;
-  /// Nobody waits for the main queue: a programming fault, and fatal.
+  /// Nobody waits for the main queue: a programming fault, which drops the work.
   void sync(const Work& work) override;
   /// A delay that is negative or no number counts as 0.
   void asyncAfter(double seconds, Work work) override;
-  /// The interval must be above 0.
+  /// The interval must be above 0; null otherwise.
   [[nodiscard]] std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) override;
 
   /// Runs work, sleeping in between, until `predicate` holds. It is asked at first and after each piece of work.
@@ -46,7 +46,7 @@ class MainLoop final : public MainQueue {
   /// Runs what is ready now, and all that this posts, without sleeping.
   void runPending();
 
-  /// Lets go of all work, unrun, and of what this posts as it goes. Not from within work.
+  /// Drops all work, unrun, and what its destructors post. Not from within work.
   void dropWork();
 
  private:
@@ -56,14 +56,14 @@ class MainLoop final : public MainQueue {
 
   void fireAt(Time due, Work work);
   void scheduleTick(const std::weak_ptr<TimerState>& timer);
-  void moveDueWork();  // mutex_ is held
-  /// Runs one piece of work, waiting for it if told to. False when there was none.
+  void moveDueWork() VREL_REQUIRES(mutex_);
+  /// Runs one piece of work, and waits for it if `waits`. False when there was none.
   bool runOne(bool waits);
 
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable arrived_;
-  std::deque<Work> ready_;             // guarded by mutex_
-  std::multimap<Time, Work> delayed_;  // by due time; equal times in order of arrival; guarded by mutex_
+  std::deque<Work> ready_ VREL_GUARDED_BY(mutex_);
+  std::multimap<Time, Work> delayed_ VREL_GUARDED_BY(mutex_);  // by due time; equal times in order of arrival
 };
 
 }  // namespace vrel::system

@@ -2,9 +2,10 @@
 #include "system/dispatch/offline_main_loop.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
+
+#include "foundation/contracts.h"
+#include "foundation/main_thread.h"
 
 namespace vrel::system {
 
@@ -21,26 +22,30 @@ class OfflineMainLoop::Timer final : public RepeatingTimer {
 };
 
 void OfflineMainLoop::async(Work work) {
+  if (!VREL_EXPECTS(work != nullptr)) {
+    return;
+  }
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ready_.push_back(std::move(work));
   }
   arrived_.notify_one();
 }
 
 void OfflineMainLoop::sync(const Work& /*work*/) {
-  std::fputs("nobody waits for the main queue\n", stderr);
-  std::abort();
+  static_cast<void>(VREL_EXPECTS(!"nobody waits for the main queue"));
 }
 
 void OfflineMainLoop::asyncAfter(double seconds, Work work) {
+  if (!VREL_EXPECTS(work != nullptr)) {
+    return;
+  }
   fireAt(clock_.seconds() + (seconds > 0 ? seconds : 0), std::move(work));
 }
 
 std::unique_ptr<RepeatingTimer> OfflineMainLoop::repeatingTimer(double intervalSeconds, Work work) {
-  if (!(intervalSeconds > 0)) {
-    std::fputs("a repeating timer needs an interval above zero\n", stderr);
-    std::abort();
+  if (!VREL_EXPECTS(isMainThread()) || !VREL_EXPECTS(intervalSeconds > 0) || !VREL_EXPECTS(work != nullptr)) {
+    return nullptr;
   }
   auto state = std::make_shared<TimerState>(TimerState{clock_.seconds(), intervalSeconds, std::move(work)});
   scheduleTick(1, state);
@@ -48,6 +53,9 @@ std::unique_ptr<RepeatingTimer> OfflineMainLoop::repeatingTimer(double intervalS
 }
 
 void OfflineMainLoop::runPending() {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   while (runOne()) {
   }
 }
@@ -61,10 +69,13 @@ void OfflineMainLoop::advanceUpTo(double seconds) {
 }
 
 bool OfflineMainLoop::waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return false;
+  }
   while (!predicate()) {
     if (!runOne()) {
-      std::unique_lock lock(mutex_);
-      if (!arrived_.wait_for(lock, timeout, [this] { return !ready_.empty(); })) {
+      MutexLock lock(mutex_);
+      if (!arrived_.wait_for(lock.native(), timeout, [this]() VREL_REQUIRES(mutex_) { return !ready_.empty(); })) {
         return false;
       }
     }
@@ -75,7 +86,7 @@ bool OfflineMainLoop::waitUntil(const std::function<bool()>& predicate, std::chr
 bool OfflineMainLoop::runOne() {
   Work work;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (ready_.empty()) {
       return false;
     }
@@ -87,6 +98,9 @@ bool OfflineMainLoop::runOne() {
 }
 
 void OfflineMainLoop::advance(double seconds, bool isLimitIncluded) {
+  if (!VREL_EXPECTS(isMainThread())) {
+    return;
+  }
   runPending();
   while (fireNext(seconds, isLimitIncluded)) {
     runPending();
@@ -99,7 +113,7 @@ void OfflineMainLoop::advance(double seconds, bool isLimitIncluded) {
 bool OfflineMainLoop::fireNext(double limit, bool isLimitIncluded) {
   Work work;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto next = delayed_.begin();
     if (next == delayed_.end() || next->first > limit || (!isLimitIncluded && next->first == limit)) {
       return false;
@@ -115,7 +129,7 @@ bool OfflineMainLoop::fireNext(double limit, bool isLimitIncluded) {
 }
 
 void OfflineMainLoop::fireAt(double due, Work work) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   delayed_.emplace(due, std::move(work));
 }
 

@@ -9,15 +9,15 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
+#include "foundation/mutex.h"
 #include "platform/clock.h"
 #include "platform/dispatch.h"
 
 namespace vrel::system {
 
-/// A clock that stands until the main loop moves it: the time of a show that is rendered as fast as
-/// the machine can. A host tick is a nanosecond. Read from any thread, moved on the main thread.
+/// A clock that only the main loop advances: the time of a show that is rendered as fast as the
+/// machine can. A host tick is a nanosecond. Read from any thread, moved on the main thread.
 class OfflineClock final : public HostClock {
  public:
   [[nodiscard]] std::uint64_t AudioGetCurrentHostTime() const override;
@@ -40,23 +40,23 @@ class OfflineClock final : public HostClock {
 
 /// The main queue of a program that makes its own time.
 ///
-/// Two things stand apart: work that is ready runs in `runPending` and `waitUntil`, with the clock
-/// standing; delayed work and timers fire only while `advanceTo` or `advanceUpTo` moves the clock, each at its own
+/// Ready work and delayed work are separate: ready work runs in `runPending` and `waitUntil`, while the clock is
+/// stopped; delayed work and timers fire only while `advanceTo` or `advanceUpTo` moves the clock, each at its own
 /// time, and what they post runs before the clock moves on. So what a show does depends on its times alone,
 /// never on how long other threads take, as long as one waits for those.
 ///
-/// Threads: `async` and `asyncAfter` from any; everything else, and all work, on the thread that cranks.
-/// The clock is borrowed. What is left at the end of the loop is let go of, not run; timers may outlive it.
+/// Threads: `async` and `asyncAfter` from any; everything else, and all work, on the main thread, which is checked.
+/// The clock is borrowed. What is left at the end of the loop is dropped, not run; timers may outlive it.
 class OfflineMainLoop final : public MainQueue {
  public:
   explicit OfflineMainLoop(OfflineClock& clock) : clock_(clock) {}
 
   void async(Work work) override;
-  /// Nobody waits for the main queue: a programming fault, and fatal.
+  /// Nobody waits for the main queue: a programming fault, which drops the work.
   void sync(const Work& work) override;
   /// Counted from the time that the clock shows now. A delay that is negative or no number counts as 0.
   void asyncAfter(double seconds, Work work) override;
-  /// Ticks at whole multiples of the interval, which must be above 0, so that no error adds up.
+  /// Ticks at whole multiples of the interval, so that no error adds up. The interval must be above 0; null otherwise.
   [[nodiscard]] std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) override;
 
   /// Runs all that is ready, and all that this posts.
@@ -71,7 +71,7 @@ class OfflineMainLoop final : public MainQueue {
   /// predicate is asked at first and after each piece of work, on this thread; what it looks at must change
   /// by work on this queue only.
   ///
-  /// Gives up once no work has come for `patience` of the machine's own time. Whether the predicate holds.
+  /// Gives up once no work has come for `timeout` of the machine's own time. Whether the predicate holds.
   bool waitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout);
 
  private:
@@ -89,10 +89,10 @@ class OfflineMainLoop final : public MainQueue {
   void scheduleTick(std::uint64_t count, const std::weak_ptr<TimerState>& timer);
 
   OfflineClock& clock_;
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable arrived_;
-  std::deque<Work> ready_;               // guarded by mutex_
-  std::multimap<double, Work> delayed_;  // by due time; equal times in order of arrival; guarded by mutex_
+  std::deque<Work> ready_ VREL_GUARDED_BY(mutex_);
+  std::multimap<double, Work> delayed_ VREL_GUARDED_BY(mutex_);  // by due time; equal times in order of arrival
 };
 
 }  // namespace vrel::system

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/main_thread.h"
+#include "support/contract_policy.h"
 #include "system/dispatch/system_clock.h"
 
 namespace vrel::system {
@@ -129,6 +131,39 @@ TEST_F(RealMainLoop, WorkThatIsDroppedGoesAtOnceAndTheLoopStaysOfUse) {
   loop.async(note("after"));
   loop.runPending();
   EXPECT_EQ(notes, Notes{"after"});
+}
+
+TEST_F(RealMainLoop, RunsNothingOnAnotherThreadThanTheMainOneOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  loop.async(note("ready"));
+  std::thread([this] {
+    loop.runPending();
+    loop.runUntil([] { return false; });
+    EXPECT_EQ(loop.repeatingTimer(1, [] {}), nullptr);
+  }).join();
+  EXPECT_TRUE(notes.empty());
+  runUntilNoted(1);
+  EXPECT_EQ(notes, Notes{"ready"});
+}
+
+TEST_F(RealMainLoop, RunsOnTheThreadThatHasTakenTheMainRole) {
+  std::thread([this] {
+    const MainThreadScope mainThread;
+    loop.async(note("elsewhere"));
+    loop.runPending();
+  }).join();
+  EXPECT_EQ(notes, Notes{"elsewhere"});
+}
+
+TEST_F(RealMainLoop, EmptyWorkAndTimersWithoutAnIntervalAreRefusedOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  const auto before = contractViolations();
+  loop.async(nullptr);
+  loop.asyncAfter(0, nullptr);
+  EXPECT_EQ(loop.repeatingTimer(0, note("tick")), nullptr);
+  EXPECT_EQ(contractViolations(), before + 3);
+  loop.runPending();
+  EXPECT_TRUE(notes.empty());
 }
 
 TEST_F(RealMainLoop, ATimerMayOutliveItsLoop) {

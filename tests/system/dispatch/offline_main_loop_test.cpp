@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/contract_policy.h"
+
 namespace vrel::system {
 namespace {
 
@@ -203,8 +205,31 @@ TEST_F(MainLoop, HostTimeFollowsTheShowInNanosecondsAndIsNeverZero) {
   EXPECT_EQ(clock.CACurrentMediaTime(), 1.25);
 }
 
-TEST_F(MainLoop, WaitingForTheMainQueueIsFatal) {
+TEST_F(MainLoop, WaitingForTheMainQueueIsFatalInDevelopment) {
+  const test::ContractPolicyScope policy(ContractPolicy::terminate);
   EXPECT_DEATH(loop.sync([] {}), "nobody waits for the main queue");
+}
+
+TEST_F(MainLoop, WaitingForTheMainQueueDropsTheWorkOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  loop.sync(note("waited"));
+  loop.runPending();
+  EXPECT_TRUE(notes.empty());
+}
+
+TEST_F(MainLoop, RunsNothingOnAnotherThreadThanTheMainOneOnStage) {
+  const test::ContractPolicyScope policy(ContractPolicy::recover);
+  loop.async(note("ready"));
+  std::thread([this] {
+    loop.runPending();
+    loop.advanceTo(1);
+    EXPECT_FALSE(loop.waitUntil([] { return true; }, timeout));
+    EXPECT_EQ(loop.repeatingTimer(1, [] {}), nullptr);
+  }).join();
+  EXPECT_TRUE(notes.empty());
+  EXPECT_EQ(clock.seconds(), 0);
+  loop.runPending();
+  EXPECT_EQ(notes.size(), 1U);
 }
 
 }  // namespace
