@@ -9,12 +9,11 @@ namespace vrel {
 
 PluginPool::PluginPool(AudioUnitFactory& units, DispatchQueueFactory& queues, ConsoleOutput& console)
     : units_(units), console_(console), pluginPoolQueue_(queues.makeSerialQueue("vrel.plugin.pool")) {
-  gate_->pool = this;
+  gate_->open(*this);
 }
 
 PluginPool::~PluginPool() {
-  const std::lock_guard lock(gate_->mutex);
-  gate_->pool = nullptr;
+  gate_->close();
 }
 
 PluginPool::Node PluginPool::take(const std::string& key) {
@@ -88,10 +87,7 @@ void PluginPool::prewarmStep(const std::string& key, const PluginComponentResolv
   }
   instantiateInstrumentNode(component->audioComponentDescription,
                             [gate = gate_, key](Node node, const std::optional<Error>& error) {
-                              const std::lock_guard lock(gate->mutex);
-                              if (gate->pool != nullptr) {
-                                gate->pool->endPrewarm(key, std::move(node), error);
-                              }
+                              gate->pass([&](PluginPool& pool) { pool.endPrewarm(key, std::move(node), error); });
                             });
 }
 

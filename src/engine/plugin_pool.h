@@ -4,13 +4,13 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "document/setlist.h"
+#include "foundation/gate.h"
 #include "platform/audio_component.h"
 #include "platform/audio_unit.h"
 #include "platform/dispatch.h"
@@ -73,13 +73,6 @@ class PluginPool {
   [[nodiscard]] bool isPrewarming(const std::string& key);
 
  private:
-  // Never a shared_ptr to the pool itself: its last holder might be a handler on the pool's own queue,
-  // which can not wait for its own end.
-  struct Gate {
-    std::mutex mutex;
-    PluginPool* pool = nullptr;  // guarded by mutex; null once the pool has ended
-  };
-
   void prewarmStep(const std::string& key, const PluginComponentResolver& resolver);
   void endPrewarm(const std::string& key, Node node, const std::optional<Error>& error);
 
@@ -88,7 +81,9 @@ class PluginPool {
   PluginComponentResolver resolver_;
   std::map<std::string, std::vector<Node>> pluginNodePool_;
   std::set<std::string> prewarmingPaths_;
-  const std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
+  // Instead of a shared_ptr to the pool: its last holder might be a handler on the pool's own queue, which cannot wait
+  // for its own end.
+  const std::shared_ptr<Gate<PluginPool>> gate_ = std::make_shared<Gate<PluginPool>>();
   // Last: letting go of a queue waits for the work under way, which may use all of the above.
   std::unique_ptr<DispatchQueue> pluginPoolQueue_;
 };

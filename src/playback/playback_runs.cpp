@@ -19,22 +19,6 @@ void becomeIdle(AudioChannel& channel) {
 
 }  // namespace
 
-struct PlaybackRuns::Gate {
-  explicit Gate(MainQueue& postTo) : mainQueue(postTo) {}
-
-  /// Drops the work when the runs have ended.
-  void async(DispatchQueue::Work work) {
-    const std::lock_guard lock(mutex);
-    if (queue != nullptr) {
-      queue->async(std::move(work));
-    }
-  }
-
-  MainQueue& mainQueue;
-  std::mutex mutex;
-  DispatchQueue* queue = nullptr;  // guarded by mutex
-};
-
 /// One run as the player queue and the completions know it. Nothing in it changes.
 struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
   /// The node, while this run is the channel's; on the player queue.
@@ -70,7 +54,9 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     return [run = shared_from_this()] { run->postEnd(); };
   }
   [[nodiscard]] std::function<void()> nextPass() {
-    return [run = shared_from_this()] { run->gate->async([run] { run->passAgain(); }); };
+    return [run = shared_from_this()] {
+      run->gate->pass([&run](DispatchQueue& queue) { queue.async([run] { run->passAgain(); }); });
+    };
   }
 
   void passAgain() {
@@ -90,7 +76,7 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
   }
 
   void postEnd() const {
-    gate->mainQueue.async([weakChannel = channel, ended = token] {
+    mainQueue.async([weakChannel = channel, ended = token] {
       const auto owner = weakChannel.lock();
       if (owner != nullptr && owner->playbackRunToken.get() == ended) {
         becomeIdle(*owner);
@@ -98,7 +84,11 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     });
   }
 
-  std::shared_ptr<Gate> gate;
+  Run(MainQueue& postTo, std::shared_ptr<Gate<DispatchQueue>> playerQueue)
+      : mainQueue(postTo), gate(std::move(playerQueue)) {}
+
+  MainQueue& mainQueue;
+  std::shared_ptr<Gate<DispatchQueue>> gate;
   std::weak_ptr<AudioChannel> channel;  // for the main thread: its last holder must not be another one
   std::weak_ptr<PlaybackRunView> view;
   std::weak_ptr<AVAudioPlayerNode> node;
@@ -112,16 +102,12 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
 };
 
 PlaybackRuns::PlaybackRuns(DispatchQueueFactory& queues, MainQueue& mainQueue, HostClock& clock)
-    : clock_(clock),
-      gate_(std::make_shared<Gate>(mainQueue)),
-      playbackQueue_(queues.makeSerialQueue("vrel.playback.player")) {
-  const std::lock_guard lock(gate_->mutex);
-  gate_->queue = playbackQueue_.get();
+    : clock_(clock), mainQueue_(mainQueue), playbackQueue_(queues.makeSerialQueue("vrel.playback.player")) {
+  gate_->open(*playbackQueue_);
 }
 
 PlaybackRuns::~PlaybackRuns() {
-  const std::lock_guard lock(gate_->mutex);
-  gate_->queue = nullptr;
+  gate_->close();
 }
 
 void PlaybackRuns::triggerPlayback(AudioChannel& channel) {
@@ -150,7 +136,7 @@ void PlaybackRuns::endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPl
 }
 
 void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
-  const auto run = std::make_shared<Run>();
+  const auto run = std::make_shared<Run>(mainQueue_, gate_);
   run->buffer = channel.playbackBuffer.get();
   run->file = channel.playbackFile.get();
   run->startFrame = channel.playbackStartFrame.get();
@@ -164,7 +150,6 @@ void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudio
   channel.playbackStopRequested.set(false);
   channel.playbackMeterStartedAt.set(clock_.CACurrentMediaTime());
   run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get() == "rangeEnd";
-  run->gate = gate_;
   run->channel = channel.weak_from_this();
   run->view = channel.playbackRunView;
   run->runNumber = channel.playbackRunView->runNumber.load();

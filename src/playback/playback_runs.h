@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "channel/note_targets.h"
+#include "foundation/gate.h"
 #include "foundation/uuid.h"
 #include "platform/dispatch.h"
 
@@ -42,14 +42,14 @@ class PlaybackRuns : public PlaybackTarget {
   [[nodiscard]] DispatchQueue& playbackQueue() { return *playbackQueue_; }
 
  private:
-  struct Gate;
   struct Run;
 
   void endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
   void startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
 
   HostClock& clock_;
-  const std::shared_ptr<Gate> gate_;
+  MainQueue& mainQueue_;
+  const std::shared_ptr<Gate<DispatchQueue>> gate_ = std::make_shared<Gate<DispatchQueue>>();  // to the player queue
   // Last: letting go of a queue waits for the work under way.
   std::unique_ptr<DispatchQueue> playbackQueue_;
 };

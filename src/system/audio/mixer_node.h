@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "system/audio/graph_node.h"
-#include "system/audio/ramped_gain.h"
+#include "system/audio/smoothed_gain.h"
 
 namespace vrel::audio {
 
@@ -18,10 +18,10 @@ class MixerProcessor final : public NodeProcessor {
   [[nodiscard]] bool servesTap() const override { return true; }
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override;
 
-  [[nodiscard]] RampedGain& gain() { return gain_; }
+  [[nodiscard]] SmoothedGain& gain() { return gain_; }
 
  private:
-  RampedGain gain_;
+  SmoothedGain gain_;
 };
 
 /// The main mixer, and the meter mixer at the end of each strip.

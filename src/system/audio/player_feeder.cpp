@@ -21,7 +21,7 @@ constexpr std::uint32_t finishingFrames = PlayerStream::lookahead / 2;
 
 PlayerFeeder::~PlayerFeeder() {
   {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     isEnding_ = true;
   }
   called_.notify_one();
@@ -31,7 +31,7 @@ PlayerFeeder::~PlayerFeeder() {
 }
 
 Outcome PlayerFeeder::startThread() {
-  const std::scoped_lock lock(mutex_);
+  const MutexLock lock(mutex_);
   if (thread_.joinable()) {
     return {};
   }
@@ -44,7 +44,7 @@ Outcome PlayerFeeder::startThread() {
 }
 
 void PlayerFeeder::add(const std::shared_ptr<PlayerStream>& stream) {
-  const std::scoped_lock lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(streams_, [](const auto& weak) { return weak.expired(); });
   streams_.push_back(stream);
   ++additions_;
@@ -52,7 +52,7 @@ void PlayerFeeder::add(const std::shared_ptr<PlayerStream>& stream) {
 
 void PlayerFeeder::wake() {
   {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     ++wakes_;
   }
   called_.notify_one();
@@ -60,7 +60,7 @@ void PlayerFeeder::wake() {
 
 std::vector<std::shared_ptr<PlayerStream>> PlayerFeeder::streams() {
   std::vector<std::shared_ptr<PlayerStream>> alive;
-  const std::scoped_lock lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& weak : streams_) {
     if (auto stream = weak.lock()) {
       alive.push_back(std::move(stream));
@@ -74,12 +74,12 @@ void PlayerFeeder::serve() {
   bool isActive = false;
   while (true) {
     {
-      std::unique_lock lock(mutex_);
-      const auto isCalled = [&] { return isEnding_ || wakes_ != seen; };
+      MutexLock lock(mutex_);
+      const auto isCalled = [&]() VREL_REQUIRES(mutex_) { return isEnding_ || wakes_ != seen; };
       if (isActive) {
-        called_.wait_for(lock, lookEvery, isCalled);
+        called_.wait_for(lock.native(), lookEvery, isCalled);
       } else {
-        called_.wait(lock, isCalled);
+        called_.wait(lock.native(), isCalled);
       }
       if (isEnding_) {
         return;
@@ -103,7 +103,7 @@ void PlayerFeeder::serve() {
 // Sharing each stream anew before every block would cost more than most rounds do.
 void PlayerFeeder::holdStreams() {
   std::erase_if(held_, [](const auto& stream) { return stream.use_count() == 1; });
-  const std::scoped_lock lock(mutex_);
+  const MutexLock lock(mutex_);
   if (heldAdditions_ == additions_) {
     return;
   }
@@ -124,7 +124,7 @@ void PlayerFeeder::feedBeforeBlock(const std::function<void()>& handOn) {
   for (bool again = true; again;) {
     std::size_t before = 0;
     {
-      const std::scoped_lock lock(mutex_);
+      const MutexLock lock(mutex_);
       before = wakes_;
     }
     handOn();
@@ -134,7 +134,7 @@ void PlayerFeeder::feedBeforeBlock(const std::function<void()>& handOn) {
         again = true;
       }
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     again = again || wakes_ != before;
   }
   for (const auto& stream : held_) {

@@ -4,10 +4,10 @@
 #include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "foundation/result.h"
 #include "foundation/thread_roles.h"
 
@@ -43,12 +43,12 @@ class PlayerFeeder {
   void holdStreams();
   void serve();
 
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable called_;
-  std::vector<std::weak_ptr<PlayerStream>> streams_;  // under mutex_, as all below
-  std::size_t wakes_ = 0;
-  std::size_t additions_ = 0;
-  bool isEnding_ = false;
+  std::vector<std::weak_ptr<PlayerStream>> streams_ VREL_GUARDED_BY(mutex_);
+  std::size_t wakes_ VREL_GUARDED_BY(mutex_) = 0;
+  std::size_t additions_ VREL_GUARDED_BY(mutex_) = 0;
+  bool isEnding_ VREL_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 
   // The offline rounds' own: what they feed, and how many had been added when they last looked.

@@ -39,12 +39,12 @@ std::uint32_t PlayerProcessor::takeFrom(PlaybackFifo* fifo, const ProcessBlock& 
   if (fifo == nullptr) {
     return 0;
   }
-  // In this order: what is written before the end is told is seen with it.
+  // In this order: what is written before the end is marked is seen with it.
   const bool isComplete = fifo->isComplete.load();
-  const auto& sides = block.output.channels;
-  const std::uint32_t taken = fifo->take(sides, block.frameCount);
+  const auto& channels = block.output.channels;
+  const std::uint32_t taken = fifo->take(channels, block.frameCount);
   if (taken == block.frameCount) {
-    last_ = {sides[0][taken - 1], sides[1][taken - 1]};
+    last_ = {channels[0][taken - 1], channels[1][taken - 1]};
   } else if (!isComplete) {
     RenderCounters::add(counters_->underrunBlocks);
   }
@@ -53,10 +53,10 @@ std::uint32_t PlayerProcessor::takeFrom(PlaybackFifo* fifo, const ProcessBlock& 
 
 void PlayerProcessor::addEdge(const ProcessBlock& block) noexcept {
   const std::uint32_t count = std::min(block.frameCount, edgeFrames - edgeDone_);
-  for (std::size_t side = 0; side < edge_.size(); ++side) {
+  for (std::size_t channel = 0; channel < edge_.size(); ++channel) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
       const auto left = static_cast<float>(edgeFrames - edgeDone_ - frame - 1);
-      block.output.channels[side][frame] += edge_[side] * left / static_cast<float>(edgeFrames);
+      block.output.channels[channel][frame] += edge_[channel] * left / static_cast<float>(edgeFrames);
     }
   }
   edgeDone_ += count;

@@ -7,7 +7,7 @@
 
 #include "system/audio/graph_node.h"
 #include "system/audio/player_stream.h"
-#include "system/audio/ramped_gain.h"
+#include "system/audio/smoothed_gain.h"
 
 namespace vrel::audio {
 
@@ -24,7 +24,7 @@ class PlayerProcessor final : public NodeProcessor {
   [[nodiscard]] bool fillsOutput() const override { return true; }
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override;
 
-  [[nodiscard]] RampedGain& gain() { return gain_; }
+  [[nodiscard]] SmoothedGain& gain() { return gain_; }
 
  private:
   [[nodiscard]] std::uint32_t takeFrom(PlaybackFifo* fifo, const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
@@ -34,7 +34,7 @@ class PlayerProcessor final : public NodeProcessor {
 
   const std::shared_ptr<PlayerStream> stream_;
   const std::shared_ptr<RenderCounters> counters_;
-  RampedGain gain_;
+  SmoothedGain gain_;
 
   // Audio thread.
   std::uint64_t serial_ = 0;     // of the fifo in the last block; 0 for none

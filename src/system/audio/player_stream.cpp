@@ -27,12 +27,13 @@ PlayerStream::PlayerStream(std::shared_ptr<AudioConverterFactory> converters, st
     : converters_(std::move(converters)), counters_(std::move(counters)) {}
 
 void PlayerStream::prepare() {
-  const std::scoped_lock both(io_, state_);
+  const MutexLock io(io_);
+  const MutexLock state(state_);
   if (fifos_.empty()) {
     fifos_.push_back(std::make_unique<PlaybackFifo>());
   }
-  for (auto& side : silence_) {
-    side.resize(chunkFrames);
+  for (auto& channel : silence_) {
+    channel.resize(chunkFrames);
   }
 }
 
@@ -40,9 +41,9 @@ void PlayerStream::schedule(Segment segment) {
   prepare();
   Handlers consumed;
   {
-    const std::scoped_lock io(io_);
+    const MutexLock io(io_);
     {
-      const std::scoped_lock state(state_);
+      const MutexLock state(state_);
       if (filling_ == nullptr || isLeaving_) {
         takeFreeFifo();
       } else if (isPlaying_ && filling_->waiting() == 0) {
@@ -59,7 +60,7 @@ void PlayerStream::schedule(Segment segment) {
     }
     while (wantsHead() && readSome()) {
     }
-    const std::scoped_lock state(state_);
+    const MutexLock state(state_);
     if (filling_ != nullptr) {
       noteCompletion();  // of a segment without frames
     }
@@ -74,12 +75,12 @@ void PlayerStream::schedule(Segment segment) {
 }
 
 bool PlayerStream::wantsHead() {
-  const std::scoped_lock state(state_);
+  const MutexLock state(state_);
   return filling_ != nullptr && filling_->waiting() < headFrames;
 }
 
 void PlayerStream::play() {
-  const std::scoped_lock state(state_);
+  const MutexLock state(state_);
   isPlaying_ = true;
   if (!isLeaving_) {
     sounding_.store(filling_);
@@ -89,7 +90,7 @@ void PlayerStream::play() {
 void PlayerStream::stop() {
   Handlers stopped;
   {
-    const std::scoped_lock state(state_);
+    const MutexLock state(state_);
     for (auto& segment : segments_) {
       stopped.push_back(std::move(segment.completionHandler));
     }
@@ -118,7 +119,7 @@ void PlayerStream::takeFreeFifo() {
     found = std::prev(fifos_.end());
   }
   filling_ = found->get();
-  filling_->reset(++lastSerial_);
+  filling_->begin(++lastSerial_);
   isLeaving_ = false;
   isFinished_ = false;
   converter_ = nullptr;
@@ -136,7 +137,7 @@ bool PlayerStream::mayRest() const {
   return fifo != nullptr && fifo->read() < nextLook_.load();
 }
 
-// Under both: when there is room to read on, when a segment is consumed, or when the conversion has to be finished.
+// When there is room to read on, when a segment is consumed, or when the conversion has to be finished.
 void PlayerStream::noteNextLook() {
   if (filling_ == nullptr) {
     return;
@@ -146,7 +147,7 @@ void PlayerStream::noteNextLook() {
   };
   std::uint64_t look = UINT64_MAX;
   if (nextUnread() != nullptr) {
-    look = before(filling_->written(), PlaybackFifo::capacity - neededRoom);
+    look = before(filling_->written(), PlaybackFifo::capacityFrames - neededRoom);
   }
   if (!segments_.empty() && segments_.front().isRead()) {
     look = std::min(look, before(segments_.front().endsAt, lookahead));
@@ -164,9 +165,9 @@ bool PlayerStream::feed() {
   Handlers consumed;
   bool didRead = false;
   {
-    const std::scoped_lock io(io_);
+    const MutexLock io(io_);
     didRead = readSome();
-    const std::scoped_lock state(state_);
+    const MutexLock state(state_);
     consumed = takeConsumed();
     noteNextLook();
   }
@@ -177,18 +178,18 @@ bool PlayerStream::feed() {
 }
 
 bool PlayerStream::isActive() {
-  const std::scoped_lock state(state_);
+  const MutexLock state(state_);
   return !segments_.empty() || (filling_ != nullptr && !filling_->isComplete.load());
 }
 
-// Under io_. The state is left alone while the disk is waited for, so that a stop need not wait; the fifo
+// The state is left alone while the disk is waited for, so that a stop need not wait; the fifo
 // is given to nobody else meanwhile.
 bool PlayerStream::readSome() {
   Segment segment;
   std::uint64_t generation = 0;
   PlaybackFifo* fifo = nullptr;
   {
-    const std::scoped_lock state(state_);
+    const MutexLock state(state_);
     const Segment* const next = nextUnread();
     if (next == nullptr || filling_ == nullptr || filling_->room() < neededRoom) {
       return false;
@@ -205,12 +206,12 @@ bool PlayerStream::readSome() {
   if (isStraight) {
     const PlaybackFifo::Space space = fifo->space();
     frames = std::min(frames, space.frameCount);
-    AVAudioPCMBuffer straight(segment.format(), frames, space.sides);
+    AVAudioPCMBuffer straight(segment.format(), frames, space.channels);
     readFile(segment, straight, frames);
   } else {
     readAside(segment, frames);
   }
-  const std::scoped_lock state(state_);
+  const MutexLock state(state_);
   if (generation != generation_) {
     return true;  // stopped meanwhile
   }
@@ -224,7 +225,7 @@ bool PlayerStream::readSome() {
   return true;
 }
 
-// What can not be read is silent and takes its time all the same.
+// What cannot be read is silent and takes its time all the same.
 void PlayerStream::readFile(const Segment& segment, AVAudioPCMBuffer& to, std::uint32_t frames) {
   if (segment.file->framePosition() != segment.start + segment.done) {
     segment.file->setFramePosition(segment.start + segment.done);
@@ -251,9 +252,9 @@ void PlayerStream::readAside(const Segment& segment, std::uint32_t frames) {
   }
   const AVAudioPCMBuffer& from = segment.file != nullptr ? *scratch_ : *segment.buffer;
   const std::int64_t at = segment.file != nullptr ? 0 : segment.start + segment.done;
-  for (std::size_t side = 0; side < read_.size(); ++side) {
-    const std::size_t channel = std::min<std::size_t>(side, std::max(format.channelCount, 1U) - 1);
-    read_[side] = format.channelCount > 0 ? from.floatChannelData()[channel] + at : silence_[side].data();
+  for (std::size_t channel = 0; channel < read_.size(); ++channel) {
+    const std::size_t source = std::min<std::size_t>(channel, std::max(format.channelCount, 1U) - 1);
+    read_[channel] = format.channelCount > 0 ? from.floatChannelData()[source] + at : silence_[channel].data();
   }
 }
 
@@ -261,7 +262,7 @@ bool PlayerStream::converts(const Rates& rates) const {
   return converters_ != nullptr && rates[0] > 0 && rates[1] > 0 && rates[0] != rates[1];
 }
 
-// Under both. Moments only: a conversion of one chunk at most.
+// Moments only: a conversion of one chunk at most.
 void PlayerStream::moveToFifo(std::uint32_t frames, const Rates& rates, bool isStraight) {
   if (!converts(rates)) {
     converter_ = nullptr;
@@ -283,7 +284,7 @@ void PlayerStream::convertAndWrite(std::uint32_t frames) {
   while (true) {
     const PlaybackFifo::Space space = filling_->space();
     const auto progress =
-        converter_->convert({read_[0] + taken, read_[1] + taken}, frames - taken, space.sides, space.frameCount);
+        converter_->convert({read_[0] + taken, read_[1] + taken}, frames - taken, space.channels, space.frameCount);
     filling_->commit(progress.given);
     taken += progress.taken;
     const bool hasGivenAll = taken >= frames && progress.given < space.frameCount;
@@ -293,7 +294,6 @@ void PlayerStream::convertAndWrite(std::uint32_t frames) {
   }
 }
 
-// Under both.
 void PlayerStream::noteCompletion() {
   for (auto& segment : segments_) {
     if (segment.isRead() && segment.endsAt == 0) {
@@ -319,14 +319,15 @@ bool PlayerStream::finish(std::uint32_t frames) {
   if (mayRest()) {
     return false;
   }
-  const std::scoped_lock both(io_, state_);
+  const MutexLock io(io_);
+  const MutexLock state(state_);
   if (converter_ == nullptr || isFinished_ || filling_ == nullptr || !segments_.empty() ||
       filling_->waiting() > frames) {
     return false;
   }
   for (std::uint32_t given = 1; given > 0;) {
     const PlaybackFifo::Space space = filling_->space();
-    given = space.frameCount > 0 ? converter_->finish(space.sides, space.frameCount) : 0;
+    given = space.frameCount > 0 ? converter_->finish(space.channels, space.frameCount) : 0;
     filling_->commit(given);
   }
   isFinished_ = true;

@@ -7,9 +7,9 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "foundation/thread_roles.h"
 #include "platform/audio_buffer.h"
 #include "platform/audio_converter.h"
@@ -82,40 +82,40 @@ class PlayerStream {
   using Handlers = std::vector<std::function<void()>>;
   using Rates = std::array<double, 2>;  // in, out
 
-  void takeFreeFifo();
+  void takeFreeFifo() VREL_REQUIRES(io_, state_);
   [[nodiscard]] bool wantsHead();
-  [[nodiscard]] bool readSome();
+  [[nodiscard]] bool readSome() VREL_REQUIRES(io_);
   void readFile(const Segment& segment, AVAudioPCMBuffer& to, std::uint32_t frames);
-  void readAside(const Segment& segment, std::uint32_t frames);
+  void readAside(const Segment& segment, std::uint32_t frames) VREL_REQUIRES(io_);
   [[nodiscard]] bool converts(const Rates& rates) const;
-  void moveToFifo(std::uint32_t frames, const Rates& rates, bool isStraight);
-  void convertAndWrite(std::uint32_t frames);
-  [[nodiscard]] Segment* nextUnread();
-  void noteCompletion();
-  [[nodiscard]] Handlers takeConsumed();
+  void moveToFifo(std::uint32_t frames, const Rates& rates, bool isStraight) VREL_REQUIRES(io_, state_);
+  void convertAndWrite(std::uint32_t frames) VREL_REQUIRES(io_, state_);
+  [[nodiscard]] Segment* nextUnread() VREL_REQUIRES(state_);
+  void noteCompletion() VREL_REQUIRES(io_, state_);
+  [[nodiscard]] Handlers takeConsumed() VREL_REQUIRES(state_);
   [[nodiscard]] bool mayRest() const;
-  void noteNextLook();
+  void noteNextLook() VREL_REQUIRES(io_, state_);
 
   const std::shared_ptr<AudioConverterFactory> converters_;
   const std::shared_ptr<RenderCounters> counters_;
   std::atomic<double> sampleRate_{0};
 
-  std::mutex io_;                              // before state_
-  std::shared_ptr<AVAudioPCMBuffer> scratch_;  // under io_, as all until state_
-  std::array<const float*, 2> read_{};         // what was read last but not straight into the fifo, both sides
-  std::array<std::vector<float>, 2> silence_;
-  std::unique_ptr<AVAudioConverter> converter_;
-  Rates converterRates_{};  // equal for none
-  std::uint64_t lastSerial_ = 0;
+  Mutex io_;  // before state_
+  std::shared_ptr<AVAudioPCMBuffer> scratch_ VREL_GUARDED_BY(io_);
+  std::array<const float*, 2> read_ VREL_GUARDED_BY(io_){};  // what was read last but not straight into the fifo
+  std::array<std::vector<float>, 2> silence_ VREL_GUARDED_BY(io_);
+  std::unique_ptr<AVAudioConverter> converter_ VREL_GUARDED_BY(io_);
+  Rates converterRates_ VREL_GUARDED_BY(io_){};  // equal for none
+  std::uint64_t lastSerial_ VREL_GUARDED_BY(io_) = 0;
 
-  std::mutex state_;
-  std::deque<Segment> segments_;  // under state_, as all below; consumed ones are gone
-  std::uint64_t generation_ = 0;
-  std::vector<std::unique_ptr<PlaybackFifo>> fifos_;
-  PlaybackFifo* filling_ = nullptr;
-  bool isPlaying_ = false;
-  bool isLeaving_ = false;   // stopped behind its last segment: the fifo may sound to its end
-  bool isFinished_ = false;  // nothing lags behind in the converter
+  Mutex state_;
+  std::deque<Segment> segments_ VREL_GUARDED_BY(state_);  // consumed ones are gone
+  std::uint64_t generation_ VREL_GUARDED_BY(state_) = 0;
+  std::vector<std::unique_ptr<PlaybackFifo>> fifos_ VREL_GUARDED_BY(state_);
+  PlaybackFifo* filling_ VREL_GUARDED_BY(state_) = nullptr;
+  bool isPlaying_ VREL_GUARDED_BY(state_) = false;
+  bool isLeaving_ VREL_GUARDED_BY(state_) = false;   // stopped behind its last segment: the fifo may sound to its end
+  bool isFinished_ VREL_GUARDED_BY(state_) = false;  // nothing lags behind in the converter
 
   // Until so many frames of this fifo have been taken there is nothing to do; null to look at once.
   std::atomic<const PlaybackFifo*> resting_{nullptr};

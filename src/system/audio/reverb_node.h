@@ -9,7 +9,7 @@
 
 #include "system/audio/graph_node.h"
 #include "system/audio/hall_reverb.h"
-#include "system/audio/ramped_gain.h"
+#include "system/audio/smoothed_gain.h"
 
 namespace vrel::audio {
 
@@ -24,13 +24,13 @@ class ReverbProcessor final : public NodeProcessor {
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override;
 
   /// The share of the hall, 0 to 1.
-  [[nodiscard]] RampedGain& mix() { return mix_; }
+  [[nodiscard]] SmoothedGain& mix() { return mix_; }
 
  private:
   void addHall(const Stream& input, const ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void enterSoftly(Stream& input, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
 
-  RampedGain mix_{0.0F};
+  SmoothedGain mix_{0.0F};
   HallReverb hall_;
   std::uint32_t entryFrames_ = 0;
 

@@ -18,16 +18,16 @@ void TapPoint::install(std::uint32_t bufferSize, std::optional<AVAudioFormat> fo
   if (!block) {
     return;
   }
-  const std::scoped_lock lock(delivery_);
-  if (!ring_ || ring_->bufferSize() != std::max<std::uint32_t>(bufferSize, 1)) {
-    ring_ = std::make_unique<TapRing>(bufferSize);
+  const RecursiveMutexLock lock(delivery_);
+  if (!fifo_ || fifo_->bufferSize() != std::max<std::uint32_t>(bufferSize, 1)) {
+    fifo_ = std::make_unique<TapFifo>(bufferSize);
   } else {
-    ring_->reset();
+    fifo_->reset();
   }
   block_ = std::move(block);
   format_ = format;
   makeBuffers();
-  active_.store(ring_.get());
+  active_.store(fifo_.get());
 }
 
 void TapPoint::remove() {
@@ -37,7 +37,7 @@ void TapPoint::remove() {
     std::this_thread::yield();
   }
   AVAudioNode::TapBlock released;
-  const std::scoped_lock lock(delivery_);
+  const RecursiveMutexLock lock(delivery_);
   if (delivering_ && !removedDuringDelivery_) {
     removedDuringDelivery_ = std::move(block_);
   } else {
@@ -50,7 +50,7 @@ void TapPoint::setSampleRate(double sampleRate) {
   if (sampleRate == sampleRate_) {
     return;
   }
-  const std::scoped_lock lock(delivery_);
+  const RecursiveMutexLock lock(delivery_);
   sampleRate_ = sampleRate;
   if (block_) {
     makeBuffers();
@@ -59,7 +59,7 @@ void TapPoint::setSampleRate(double sampleRate) {
 
 void TapPoint::makeBuffers() {
   const double rate = format_ && format_->sampleRate > 0 ? format_->sampleRate : sampleRate_;
-  const std::uint32_t size = ring_->bufferSize();
+  const std::uint32_t size = fifo_->bufferSize();
   const std::uint32_t channels = format_ ? format_->channelCount : maximumStreamChannels;
   const auto make = [&](std::shared_ptr<AVAudioPCMBuffer>& buffer, std::uint32_t channelCount) {
     const AVAudioFormat format{rate, channelCount};
@@ -76,8 +76,8 @@ void TapPoint::push(const Stream& stream, std::uint32_t frameCount) noexcept {
     return;
   }
   pushing_.store(true);
-  if (TapRing* const ring = active_.load(); ring != nullptr) {
-    if (const std::uint32_t dropped = ring->write(stream, frameCount); dropped > 0) {
+  if (TapFifo* const fifo = active_.load(); fifo != nullptr) {
+    if (const std::uint32_t dropped = fifo->write(stream, frameCount); dropped > 0) {
       dropped_.fetch_add(dropped, std::memory_order_relaxed);
     }
   }
@@ -85,17 +85,17 @@ void TapPoint::push(const Stream& stream, std::uint32_t frameCount) noexcept {
 }
 
 std::size_t TapPoint::deliver() {
-  const std::scoped_lock lock(delivery_);
+  const RecursiveMutexLock lock(delivery_);
   if (delivering_ || !block_) {
     return 0;
   }
   delivering_ = true;
-  const std::size_t full = ring_->fullBuffers();
+  const std::size_t full = fifo_->fullBuffers();
   std::size_t done = 0;
   // What the block does may be anything, its own removal and a new tap included: look each time.
-  while (done < full && block_ && !removedDuringDelivery_ && ring_->fullBuffers() > 0) {
-    const std::shared_ptr<AVAudioPCMBuffer> buffer = ring_->nextChannelCount() == 1 ? mono_ : stereo_;
-    ring_->read(*buffer);
+  while (done < full && block_ && !removedDuringDelivery_ && fifo_->fullBuffers() > 0) {
+    const std::shared_ptr<AVAudioPCMBuffer> buffer = fifo_->nextChannelCount() == 1 ? mono_ : stereo_;
+    fifo_->read(*buffer);
     block_(*buffer);
     ++done;
   }

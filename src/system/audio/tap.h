@@ -5,27 +5,27 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 
+#include "foundation/mutex.h"
 #include "foundation/thread_roles.h"
 #include "platform/audio_buffer.h"
 #include "platform/audio_node.h"
 #include "system/audio/node_processor.h"
-#include "system/audio/tap_ring.h"
+#include "system/audio/tap_fifo.h"
 
 namespace vrel::audio {
 
 /// The place in a node where somebody may listen. Every graph node has one, used or not.
 ///
-/// Threads: the main thread installs and removes; the audio thread pushes, wait-free, into a ring
+/// Threads: the main thread installs and removes; the audio thread pushes, wait-free, into a fifo
 /// of whole buffers; a tap thread (or the pump of an offline device) delivers full buffers to the
-/// block. Nothing of the listener ever runs on the audio thread: a ring that is full drops.
+/// block. Nothing of the listener ever runs on the audio thread: a fifo that is full drops.
 ///
 /// Invariants:
 /// 1. While `remove` runs it waits for a push and a delivery under way; after it nobody holds the
 ///    block, whose captures have died on the thread that called `remove`.
-/// 2. The audio thread sees a ring through `active_` only, and only between its two writes of `pushing_`.
+/// 2. The audio thread sees a fifo through `active_` only, and only between its two writes of `pushing_`.
 /// 3. One audio thread pushes at a time: a node stands in one engine.
 class TapPoint {
  public:
@@ -57,30 +57,30 @@ class TapPoint {
   /// Whether there is nothing to deliver or to count, at a look. Any thread.
   [[nodiscard]] bool isIdle() const { return !installed() && dropped_.load(std::memory_order_relaxed) == 0; }
 
-  /// How many buffers found no room in the ring since it was last asked. Any thread.
+  /// How many buffers found no room in the fifo since it was last asked. Any thread.
   [[nodiscard]] std::uint64_t takeDroppedBuffers() { return dropped_.exchange(0, std::memory_order_relaxed); }
 
  private:
-  void makeBuffers();
-  void endDelivery();
+  void makeBuffers() VREL_REQUIRES(delivery_);
+  void endDelivery() VREL_REQUIRES(delivery_);
 
   // Main thread.
-  std::unique_ptr<TapRing> ring_;  // kept after a removal for the next one of its size
+  std::unique_ptr<TapFifo> fifo_;  // kept after a removal for the next one of its size
   double sampleRate_ = 0;
 
   // Both sides of the hand-over to the audio thread.
-  std::atomic<TapRing*> active_{nullptr};
+  std::atomic<TapFifo*> active_{nullptr};
   std::atomic<bool> pushing_{false};
   std::atomic<std::uint64_t> dropped_{0};
 
-  // Guarded by `delivery_`; recursive, since a block on the main thread may remove its own tap.
-  std::recursive_mutex delivery_;
-  AVAudioNode::TapBlock block_;
-  AVAudioNode::TapBlock removedDuringDelivery_;
-  bool delivering_ = false;
-  std::optional<AVAudioFormat> format_;
-  std::shared_ptr<AVAudioPCMBuffer> mono_;
-  std::shared_ptr<AVAudioPCMBuffer> stereo_;  // or as many channels as the format asks for
+  // Recursive, since a block on the main thread may remove its own tap.
+  RecursiveMutex delivery_;
+  AVAudioNode::TapBlock block_ VREL_GUARDED_BY(delivery_);
+  AVAudioNode::TapBlock removedDuringDelivery_ VREL_GUARDED_BY(delivery_);
+  bool delivering_ VREL_GUARDED_BY(delivery_) = false;
+  std::optional<AVAudioFormat> format_ VREL_GUARDED_BY(delivery_);
+  std::shared_ptr<AVAudioPCMBuffer> mono_ VREL_GUARDED_BY(delivery_);
+  std::shared_ptr<AVAudioPCMBuffer> stereo_ VREL_GUARDED_BY(delivery_);  // or as many channels as the format asks for
 };
 
 }  // namespace vrel::audio

@@ -23,12 +23,12 @@ TapDispatcher::~TapDispatcher() {
 }
 
 void TapDispatcher::add(const std::shared_ptr<TapPoint>& tap) {
-  const std::scoped_lock lock(mutex_);
+  const RecursiveMutexLock lock(mutex_);
   taps_.push_back(tap);
 }
 
 void TapDispatcher::remove(const std::shared_ptr<TapPoint>& tap) {
-  const std::scoped_lock lock(mutex_);
+  const RecursiveMutexLock lock(mutex_);
   std::erase(taps_, tap);
 }
 
@@ -58,7 +58,7 @@ void TapDispatcher::stopThread() {
 }
 
 void TapDispatcher::deliver() {
-  const std::scoped_lock lock(mutex_);
+  const RecursiveMutexLock lock(mutex_);
   // By index, since a listener on the main thread may change the list.
   for (std::size_t index = 0; index < taps_.size(); ++index) {
     if (taps_[index]->isIdle()) {

@@ -3,10 +3,10 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "foundation/result.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/render_counters.h"
@@ -42,8 +42,8 @@ class TapDispatcher {
 
  private:
   std::shared_ptr<RenderCounters> counters_;
-  std::recursive_mutex mutex_;  // recursive: a pumped block may attach and detach nodes
-  std::vector<std::shared_ptr<TapPoint>> taps_;
+  RecursiveMutex mutex_;  // recursive: a pumped block may attach and detach nodes
+  std::vector<std::shared_ptr<TapPoint>> taps_ VREL_GUARDED_BY(mutex_);
   std::atomic<bool> stopping_{false};
   std::thread thread_;
 };

@@ -16,7 +16,7 @@ namespace vrel::system {
 namespace {
 
 constexpr const char* midiType = JACK_DEFAULT_MIDI_TYPE;
-constexpr std::size_t ringBytes = std::size_t{1} << 18U;
+constexpr std::size_t fifoBytes = std::size_t{1} << 18U;
 constexpr long retryNanoseconds = 500'000'000;
 constexpr std::string_view jackKeyPrefix = "jack:";
 
@@ -47,7 +47,7 @@ bool isBridge(jack_client_t* client, const std::string& portName) {
 
 }  // namespace
 
-JackMidiBackend::JackMidiBackend(std::string serverName) : serverName_(std::move(serverName)), ring_(ringBytes) {
+JackMidiBackend::JackMidiBackend(std::string serverName) : serverName_(std::move(serverName)), packets_(fifoBytes) {
   sem_init(&wake_, 0, 0);
 }
 
@@ -63,7 +63,7 @@ void JackMidiBackend::begin(const std::string& clientName, const std::string& po
   isEnding_ = false;
   {
     // Now, so that whoever asks next finds the sources.
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     openClient();
   }
   thread_ = std::thread([this] { serve(); });
@@ -75,19 +75,19 @@ void JackMidiBackend::end() {
   if (thread_.joinable()) {
     thread_.join();
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   client_.reset();
   known_.clear();
   linked_.clear();
 }
 
 std::vector<MidiSource> JackMidiBackend::sources() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return listSources();
 }
 
 Outcome JackMidiBackend::connect(const std::string& key) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto name = key.starts_with(jackKeyPrefix) ? key.substr(jackKeyPrefix.size()) : std::string();
   int status = -1;
   if (client_ && !name.empty()) {
@@ -107,7 +107,7 @@ void JackMidiBackend::serve() {
     if (isEnding_) {
       return;
     }
-    while (ring_.pop(packet)) {
+    while (packets_.pop(packet)) {
       listener_.packet(packet);
     }
     if (noticeChange()) {
@@ -128,7 +128,7 @@ void JackMidiBackend::sleepUntilWoken() {
 }
 
 bool JackMidiBackend::noticeChange() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const bool wasServerLost = client_ && client_->isServerGone();
   if (wasServerLost) {
     client_.reset();
@@ -145,7 +145,7 @@ bool JackMidiBackend::noticeChange() {
   auto sources = listSources();
   const bool differs = sources != known_ || hasLostLink();
   known_ = std::move(sources);
-  std::erase_if(linked_, [this](const std::string& name) {
+  std::erase_if(linked_, [this](const std::string& name) VREL_REQUIRES(mutex_) {
     return std::none_of(known_.begin(), known_.end(),
                         [&](const auto& source) { return source.key == std::string(jackKeyPrefix) + name; });
   });
@@ -188,10 +188,11 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
 
 bool JackMidiBackend::hasLostLink() const {
   bool isLost = false;
+  const auto& linked = linked_;
   if (client_) {
     // A port that went and came again under its name, before anyone looked, is not linked any more.
     client_->use([&](jack_client_t*) {
-      isLost = std::any_of(linked_.begin(), linked_.end(), [this](const std::string& name) {
+      isLost = std::any_of(linked.begin(), linked.end(), [this](const std::string& name) {
         return jack_port_connected_to(port_, name.c_str()) == 0;
       });
     });
@@ -207,7 +208,7 @@ int JackMidiBackend::process(jack_nframes_t frames, void* backend) {
   jack_midi_event_t event{};
   for (std::uint32_t index = 0; index < count; ++index) {
     if (jack_midi_event_get(&event, buffer, index) == 0) {
-      static_cast<void>(self.ring_.push({event.buffer, event.size}));
+      static_cast<void>(self.packets_.push({event.buffer, event.size}));
     }
   }
   if (count > 0) {

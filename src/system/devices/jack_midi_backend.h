@@ -7,16 +7,16 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "foundation/byte_fifo.h"
+#include "foundation/mutex.h"
 #include "system/devices/jack_client.h"
 #include "system/devices/midi_backend.h"
-#include "system/devices/packet_ring.h"
 
 namespace vrel::system {
 
@@ -40,16 +40,16 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] std::vector<MidiSource> sources() override;
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
-  /// Packets that were lost because nobody took them. Any thread.
-  [[nodiscard]] std::uint64_t dropped() const { return ring_.dropped(); }
+  /// Packets that were dropped because nobody took them in time. Any thread.
+  [[nodiscard]] std::uint64_t dropped() const { return packets_.dropped(); }
 
  private:
   void serve();
   void sleepUntilWoken();
   [[nodiscard]] bool noticeChange();
-  void openClient();
-  [[nodiscard]] std::vector<MidiSource> listSources() const;
-  [[nodiscard]] bool hasLostLink() const;
+  void openClient() VREL_REQUIRES(mutex_);
+  [[nodiscard]] std::vector<MidiSource> listSources() const VREL_REQUIRES(mutex_);
+  [[nodiscard]] bool hasLostLink() const VREL_REQUIRES(mutex_);
 
   // Called by JACK, from its threads.
   static int process(jack_nframes_t frames, void* backend);
@@ -61,16 +61,16 @@ class JackMidiBackend final : public MidiBackend {
   std::string portName_;
   Listener listener_;
 
-  PacketRing ring_;
+  ByteFifo packets_;
   sem_t wake_{};
   std::atomic<bool> isEnding_{false};
   std::atomic<bool> havePortsChanged_{false};
   std::atomic<jack_port_t*> port_{nullptr};
 
-  std::mutex mutex_;                    // one question to the server at a time
-  std::vector<MidiSource> known_;       // guarded by mutex_
-  std::set<std::string> linked_;        // ports we were asked to read; guarded by mutex_
-  std::unique_ptr<JackClient> client_;  // guarded by mutex_; null without a server
+  Mutex mutex_;  // one question to the server at a time
+  std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);
+  std::set<std::string> linked_ VREL_GUARDED_BY(mutex_);        // ports we were asked to read
+  std::unique_ptr<JackClient> client_ VREL_GUARDED_BY(mutex_);  // null without a server
   std::thread thread_;
 };
 

@@ -6,11 +6,11 @@
 
 #include <exception>
 #include <filesystem>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <utility>
 
+#include "foundation/mutex.h"
 #include "foundation/thread_roles.h"
 #include "system/plugins/lv2/urid_map.h"
 
@@ -93,7 +93,7 @@ Outcome HostedPlugin::open(Lv2World& world) {
   worker_.attach(handle(), static_cast<const LV2_Worker_Interface*>(work));
   const auto* state = lilv_instance_get_extension_data(instance_, LV2_STATE__interface);
   stateInterface_ = static_cast<const LV2_State_Interface*>(state);
-  const std::lock_guard lock(worker_.workMutex());
+  const MutexLock lock(worker_.workMutex());
   if (description_->wantsDefaultState) {
     loadDefaultState(world);
   }

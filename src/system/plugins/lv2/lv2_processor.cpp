@@ -2,11 +2,11 @@
 #include "system/plugins/lv2/lv2_processor.h"
 
 #include <algorithm>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <utility>
 
+#include "foundation/mutex.h"
 #include "system/audio/finite_guard.h"
 #include "system/plugins/lv2/plugin_state.h"
 
@@ -19,6 +19,7 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
       plugin_(std::move(plugin)) {}
 
 void Lv2Processor::prepare(double sampleRate) {
+  gain_.prepare(sampleRate);
   if (sampleRate == plugin_->sampleRate()) {
     return;
   }
@@ -104,14 +105,12 @@ void Lv2Processor::fillInputs(const audio::ProcessBlock& block) noexcept {
 }
 
 void Lv2Processor::writeOutputs(const audio::ProcessBlock& block) noexcept {
-  const float* const gains = gain_.glide(block.frameCount, plugin_->sampleRate());
   const std::span<float* const> outputs = plugin_->ports().audioOutputs();
   for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
     const float* const output = outputs[std::min<std::size_t>(channel, outputs.size() - 1)];
-    for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-      block.output.channels[channel][frame] = output[frame] * gains[frame];
-    }
+    std::copy_n(output, block.frameCount, block.output.channels[channel]);
   }
+  gain_.apply(block.output, block.frameCount);
   if (audio::silenceIfNotFinite(block.output, block.frameCount)) {
     counters_->silencedBlocks.fetch_add(1, std::memory_order_relaxed);
   }
@@ -133,7 +132,7 @@ void Lv2Processor::reset() {
     while (events_.front() != nullptr) {
       events_.pop();
     }
-    const std::lock_guard lock(plugin.worker().workMutex());
+    const MutexLock lock(plugin.worker().workMutex());
     plugin.reactivate();
     transportChange_.forget();
     return std::nullopt;

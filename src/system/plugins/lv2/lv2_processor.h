@@ -8,7 +8,7 @@
 #include "foundation/result.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
-#include "system/plugins/gliding_gain.h"
+#include "system/audio/smoothed_gain.h"
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/time_position.h"
 #include "system/plugins/lv2/unit_gate.h"
@@ -35,7 +35,7 @@ class Lv2Processor final : public audio::NodeProcessor {
   /// Hands one message to the next block; false when it is no message or there is no room. Wait-free.
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
 
-  /// Factor on the output; the block glides to it. Not a number means silence.
+  /// Factor on the output, which the blocks follow smoothly. Not a number means silence.
   void setGain(float linearGain) { gain_.set(linearGain); }
   [[nodiscard]] float gain() const { return gain_.get(); }
 
@@ -65,7 +65,7 @@ class Lv2Processor final : public audio::NodeProcessor {
   // Between the main thread and the block.
   UnitGate gate_;
   MidiRing events_;
-  GlidingGain gain_;
+  audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 
   // With the gate.

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <utility>
 
+#include "foundation/mutex.h"
 #include "system/plugins/lv2/bundle_search.h"
 #include "system/plugins/lv2/describe_plugin.h"
 #include "system/plugins/lv2/lilv_pointers.h"
@@ -112,8 +112,8 @@ const LilvPlugin* Lv2World::libraryPlugin(const std::string& uri) const {
 
 void Lv2World::scan() {
   // While it reads bundles the library writes to memory that all worlds of the process share.
-  static std::mutex scanning;
-  const std::lock_guard lock(scanning);
+  static Mutex scanning;
+  const MutexLock lock(scanning);
   library_ = newWorld();
   for (const auto& folder : findBundles()) {
     loadBundle(library_, folder);

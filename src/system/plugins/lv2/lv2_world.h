@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
+#include "foundation/serial_thread.h"
 #include "platform/audio_component.h"
 #include "system/plugins/lv2/plugin_description.h"
-#include "system/plugins/lv2/serial_thread.h"
 
 struct LilvWorldImpl;   // the library's names for its world
 struct LilvPluginImpl;  // and for a plug-in in it
@@ -72,7 +72,7 @@ class Lv2World final : public AVAudioUnitComponentManager, public std::enable_sh
   std::unique_ptr<UridMap> urids_;
   std::vector<std::shared_ptr<const PluginDescription>> plugins_;  // written by the scan only
   std::shared_future<void> scanned_;
-  SerialThread thread_;  // goes first, and takes what is still posted with it
+  SerialThread thread_{SerialThread::AtEnd::runWork};  // ends first, and runs what is still posted
 };
 
 }  // namespace vrel::lv2

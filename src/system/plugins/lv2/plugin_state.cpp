@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <mutex>
 #include <string>
 #include <utility>
 
+#include "foundation/mutex.h"
 #include "system/plugins/lv2/atom_urids.h"
 
 namespace vrel::lv2 {
@@ -162,12 +162,12 @@ StateSnapshot capture(HostedPlugin& plugin) {
 }  // namespace
 
 StateSnapshot captureState(HostedPlugin& plugin) {
-  const std::lock_guard lock(plugin.worker().workMutex());
+  const MutexLock lock(plugin.worker().workMutex());
   return capture(plugin);
 }
 
 Outcome restoreState(HostedPlugin& plugin, const StateSnapshot& snapshot) {
-  const std::lock_guard lock(plugin.worker().workMutex());
+  const MutexLock lock(plugin.worker().workMutex());
   Outcome failure;
   if (plugin.stateInterface() != nullptr && plugin.stateInterface()->restore != nullptr) {
     const StateSnapshot before = capture(plugin);

@@ -2,8 +2,6 @@
 #include "system/plugins/lv2/plugin_worker.h"
 
 #include <cerrno>
-#include <optional>
-#include <span>
 
 namespace vrel::lv2 {
 
@@ -31,8 +29,8 @@ void PluginWorker::attach(LV2_Handle plugin, const LV2_Worker_Interface* interfa
   if (interface_ == nullptr) {
     return;
   }
-  requestBytes_.resize(MessageRing::maximumMessageBytes);
-  responseBytes_.resize(MessageRing::maximumMessageBytes);
+  request_.reserve(longestMessage);
+  response_.reserve(longestMessage);
   if (mode_ == WorkerMode::thread) {
     thread_ = std::thread([this] { serve(); });
   }
@@ -46,9 +44,9 @@ void PluginWorker::endBlock(bool performNow) noexcept {
     while (performOne()) {
     }
   }
-  while (const std::optional<std::uint32_t> size = responses_.read(responseBytes_)) {
+  while (responses_.pop(response_)) {
     if (interface_->work_response != nullptr) {
-      interface_->work_response(plugin_, *size, responseBytes_.data());
+      interface_->work_response(plugin_, static_cast<std::uint32_t>(response_.size()), response_.data());
     }
   }
   if (interface_->end_run != nullptr) {
@@ -70,11 +68,11 @@ LV2_Worker_Status PluginWorker::respond(LV2_Worker_Respond_Handle self, std::uin
   return worker.store(worker.responses_, size, data);
 }
 
-LV2_Worker_Status PluginWorker::store(MessageRing& ring, std::uint32_t size, const void* data) {
+LV2_Worker_Status PluginWorker::store(ByteFifo& fifo, std::uint32_t size, const void* data) {
   if (data == nullptr && size > 0) {
     return LV2_WORKER_ERR_UNKNOWN;
   }
-  if (!ring.write({static_cast<const std::byte*>(data), size})) {
+  if (!fifo.push({static_cast<const std::uint8_t*>(data), size})) {
     counters_->refusedWork.fetch_add(1, std::memory_order_relaxed);
     return LV2_WORKER_ERR_NO_SPACE;
   }
@@ -82,11 +80,10 @@ LV2_Worker_Status PluginWorker::store(MessageRing& ring, std::uint32_t size, con
 }
 
 bool PluginWorker::performOne() {
-  const std::optional<std::uint32_t> size = requests_.read(requestBytes_);
-  if (!size) {
+  if (!requests_.pop(request_)) {
     return false;
   }
-  interface_->work(plugin_, &PluginWorker::respond, this, *size, requestBytes_.data());
+  interface_->work(plugin_, &PluginWorker::respond, this, static_cast<std::uint32_t>(request_.size()), request_.data());
   return true;
 }
 
@@ -97,7 +94,7 @@ void PluginWorker::serve() {
     if (stopping_.load(std::memory_order_acquire)) {
       return;
     }
-    const std::lock_guard lock(workMutex_);
+    const MutexLock lock(workMutex_);
     performOne();  // nothing is there when the control half has done it already
   }
 }

@@ -8,19 +8,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "foundation/byte_fifo.h"
+#include "foundation/mutex.h"
 #include "system/plugins/lv2/host_settings.h"
-#include "system/plugins/lv2/message_ring.h"
 
 namespace vrel::lv2 {
 
 /// Slow work that a plug-in asks for in its block, and the answers it gets.
 ///
 /// Messages: a request (plug-in to worker) and a response (worker to plug-in) are the plug-in's own
-/// bytes, any length that fits a MessageRing. A message without room is refused with
+/// bytes, up to `longestMessage` of them. A message without room is refused with
 /// LV2_WORKER_ERR_NO_SPACE and counted; the plug-in deals with it.
 ///
 /// Threads: whoever holds the unit's gate calls `endBlock`. In WorkerMode::thread the worker thread
@@ -28,6 +28,9 @@ namespace vrel::lv2 {
 /// whatever must not meet the work (restoring, activating, saving) and then plays the worker itself.
 class PluginWorker {
  public:
+  static constexpr std::size_t fifoBytes = std::size_t{1} << 16U;
+  static constexpr std::size_t longestMessage = fifoBytes - ByteFifo::headBytes;
+
   explicit PluginWorker(const HostSettings& settings);
   ~PluginWorker();
   PluginWorker(const PluginWorker&) = delete;
@@ -43,13 +46,13 @@ class PluginWorker {
   /// WorkerMode::withinBlock, first does what was asked for, here.
   void endBlock(bool performNow) noexcept;
 
-  [[nodiscard]] std::mutex& workMutex() { return workMutex_; }
+  [[nodiscard]] Mutex& workMutex() { return workMutex_; }
   [[nodiscard]] LV2_Worker_Schedule* feature() { return &feature_; }
 
  private:
   static LV2_Worker_Status schedule(LV2_Worker_Schedule_Handle self, std::uint32_t size, const void* data);
   static LV2_Worker_Status respond(LV2_Worker_Respond_Handle self, std::uint32_t size, const void* data);
-  LV2_Worker_Status store(MessageRing& ring, std::uint32_t size, const void* data);
+  LV2_Worker_Status store(ByteFifo& fifo, std::uint32_t size, const void* data);
   bool performOne();
   void serve();
 
@@ -58,12 +61,12 @@ class PluginWorker {
   LV2_Worker_Schedule feature_;
   LV2_Handle plugin_ = nullptr;
   const LV2_Worker_Interface* interface_ = nullptr;
-  MessageRing requests_;
-  MessageRing responses_;
-  std::vector<std::byte> requestBytes_;   // the worker's
-  std::vector<std::byte> responseBytes_;  // the block's
+  ByteFifo requests_{fifoBytes};
+  ByteFifo responses_{fifoBytes};
+  std::vector<std::uint8_t> request_;   // the worker's
+  std::vector<std::uint8_t> response_;  // the block's
 
-  std::mutex workMutex_;
+  Mutex workMutex_;
   sem_t wake_{};
   std::atomic<bool> stopping_{false};
   std::thread thread_;

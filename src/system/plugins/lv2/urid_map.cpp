@@ -11,7 +11,7 @@ UridMap::UridMap()
                     }} {}
 
 LV2_URID UridMap::map(std::string_view uri) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (const auto known = urids_.find(uri); known != urids_.end()) {
     return known->second;
   }
@@ -22,7 +22,7 @@ LV2_URID UridMap::map(std::string_view uri) {
 }
 
 const char* UridMap::unmap(LV2_URID urid) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return urid == 0 || urid > uris_.size() ? nullptr : uris_[urid - 1].c_str();
 }
 

@@ -4,10 +4,11 @@
 #include <lv2/urid/urid.h>
 
 #include <deque>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+
+#include "foundation/mutex.h"
 
 namespace vrel::lv2 {
 
@@ -32,9 +33,9 @@ class UridMap {
   [[nodiscard]] LV2_URID_Unmap* unmapFeature() { return &unmapFeature_; }
 
  private:
-  mutable std::mutex mutex_;
-  std::deque<std::string> uris_;  // never moves its elements, so plug-ins may keep the pointers
-  std::unordered_map<std::string_view, LV2_URID> urids_;
+  mutable Mutex mutex_;
+  std::deque<std::string> uris_ VREL_GUARDED_BY(mutex_);  // never moves its elements, so plug-ins may keep the pointers
+  std::unordered_map<std::string_view, LV2_URID> urids_ VREL_GUARDED_BY(mutex_);
   LV2_URID_Map mapFeature_;
   LV2_URID_Unmap unmapFeature_;
 };

@@ -20,13 +20,14 @@ SandboxProcessor::SandboxProcessor(Supervisor::Ready ready, Settings settings)
     : guest_(std::move(ready.guest)), outputChannelCount_(ready.outputChannelCount), settings_(std::move(settings)) {}
 
 void SandboxProcessor::prepare(double sampleRate) {
+  gain_.prepare(sampleRate);
   if (sampleRate == settings_.sampleRate) {
     return;
   }
   settings_.sampleRate = sampleRate;
   ByteWriter writer;
   writer.number(sampleRate);
-  // A guest that is slow or dead is silent until it has done it; there is nothing to be told beyond that.
+  // A guest that is slow or dead is silent until it has done it; there is nothing to report beyond that.
   (void)guest_->ask(MessageKind::prepare, writer.take(), MessageKind::done, settings_.timeout);
 }
 
@@ -121,13 +122,11 @@ bool SandboxProcessor::awaitAnswer(std::optional<std::int64_t> deadline) noexcep
 
 void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
   const BlockAnswer& answer = guest_->block().answers[asked_ % 2];
-  const float* const gains = gain_.glide(block.frameCount, settings_.sampleRate);
   for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
     const float* const source = answer.output[std::min(channel, outputChannelCount_ - 1)].data();
-    for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-      block.output.channels[channel][frame] = source[frame] * gains[frame];
-    }
+    std::copy_n(source, block.frameCount, block.output.channels[channel]);
   }
+  gain_.apply(block.output, block.frameCount);
   addCounts(answer.counts);
   if (audio::silenceIfNotFinite(block.output, block.frameCount)) {
     count(settings_.counters->silencedBlocks);

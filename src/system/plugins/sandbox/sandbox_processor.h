@@ -8,7 +8,7 @@
 
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
-#include "system/plugins/gliding_gain.h"
+#include "system/audio/smoothed_gain.h"
 #include "system/plugins/midi_record.h"
 #include "system/plugins/musical_time.h"
 #include "system/plugins/plugin_counters.h"
@@ -48,7 +48,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   /// The next block forgets what has been sent so far.
   void forgetEvents() { forgottenEvents_.store(sentEvents_, std::memory_order_release); }
 
-  [[nodiscard]] GlidingGain& gain() { return gain_; }
+  [[nodiscard]] audio::SmoothedGain& gain() { return gain_; }
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
   [[nodiscard]] Guest& guest() { return *guest_; }
   [[nodiscard]] GuestLink::Timeout timeout() const { return settings_.timeout; }
@@ -63,7 +63,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   const std::shared_ptr<Guest> guest_;
   const std::uint32_t outputChannelCount_;
   Settings settings_;
-  GlidingGain gain_;
+  audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 
   // From the main thread to the block.

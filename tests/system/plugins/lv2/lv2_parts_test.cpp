@@ -5,15 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <numeric>
 #include <span>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "system/plugins/lv2/atom_urids.h"
-#include "system/plugins/lv2/message_ring.h"
-#include "system/plugins/lv2/serial_thread.h"
 #include "system/plugins/lv2/urid_map.h"
 #include "system/plugins/midi_record.h"
 
@@ -51,41 +48,6 @@ TEST(Rings, RecordsCrossTwoThreadsInOrder) {
   EXPECT_EQ(ring.front(), nullptr);
 }
 
-TEST(Rings, MessagesOfAllLengthsCrossTwoThreadsWhole) {
-  MessageRing ring;
-  constexpr std::uint32_t total = 20000;
-  const auto lengthOf = [](std::uint32_t number) { return number * 7919 % 3000; };
-  std::thread producer([&] {
-    for (std::uint32_t number = 0; number < total;) {
-      const std::vector<std::byte> message(lengthOf(number), static_cast<std::byte>(number));
-      number += ring.write(message) ? 1U : 0U;
-    }
-  });
-  std::vector<std::byte> out(MessageRing::maximumMessageBytes);
-  for (std::uint32_t number = 0; number < total;) {
-    if (const auto length = ring.read(out)) {
-      ASSERT_EQ(*length, lengthOf(number));
-      for (std::uint32_t index = 0; index < *length; ++index) {
-        ASSERT_EQ(out[index], static_cast<std::byte>(number));
-      }
-      ++number;
-    }
-  }
-  producer.join();
-}
-
-TEST(Rings, AMessageWithoutRoomIsNotWrittenAtAll) {
-  MessageRing ring;
-  std::vector<std::byte> out(MessageRing::maximumMessageBytes);
-  EXPECT_FALSE(ring.write(std::vector<std::byte>(MessageRing::maximumMessageBytes + 1)));
-  EXPECT_TRUE(ring.write(std::vector<std::byte>(MessageRing::maximumMessageBytes)));
-  EXPECT_FALSE(ring.write({}));
-  EXPECT_EQ(ring.read(out), MessageRing::maximumMessageBytes);
-  EXPECT_FALSE(ring.read(out).has_value());
-  EXPECT_TRUE(ring.write({}));
-  EXPECT_EQ(ring.read(out), 0U);
-}
-
 TEST(UridMap, NumbersAreStableAndComeBackAsTheirUris) {
   UridMap urids;
   const LV2_URID first = urids.map("urn:a");
@@ -96,23 +58,6 @@ TEST(UridMap, NumbersAreStableAndComeBackAsTheirUris) {
   EXPECT_STREQ(urids.unmap(second), "urn:b");
   EXPECT_EQ(urids.unmap(0), nullptr);
   EXPECT_EQ(urids.unmap(second + 1), nullptr);
-}
-
-TEST(SerialThread, WorkRunsInOrderAndAllOfItBeforeTheEnd) {
-  std::vector<int> order;
-  {
-    SerialThread thread;
-    for (int number = 0; number < 100; ++number) {
-      thread.post([&order, number] { order.push_back(number); });
-    }
-    thread.runAndWait([&] { EXPECT_TRUE(thread.isCurrent()); });
-    EXPECT_EQ(order.size(), 100U);
-    thread.runAndWait([&] { thread.runAndWait([&order] { order.push_back(100); }); });
-    thread.post([&order] { order.push_back(101); });
-  }
-  std::vector<int> expected(102);
-  std::iota(expected.begin(), expected.end(), 0);
-  EXPECT_EQ(order, expected);
 }
 
 /// Lays words out as a plug-in would.

@@ -9,16 +9,16 @@
 
 namespace vrel::audio {
 
-/// A level that the main thread sets and the audio thread follows in a short straight line, so that
-/// no step is heard. The line is 5 ms long whatever the size of the blocks.
+/// A level that the main thread sets and the audio thread follows in a linear ramp of 5 ms, whatever the size of the
+/// blocks, so that no step is heard.
 ///
-/// Before the first block there is nothing to ramp from: it begins at the level as it stands.
-/// A factor of exactly 1 leaves samples as they are, exactly 0 makes them zero.
-class RampedGain {
+/// Before the first block there is nothing to ramp from: it begins at its level. A factor of exactly 1 leaves samples
+/// as they are, exactly 0 makes them zero.
+class SmoothedGain {
  public:
-  explicit RampedGain(float linearGain = 1.0F) noexcept : set_(linearGain) {}
+  explicit SmoothedGain(float linearGain = 1.0F) noexcept : set_(linearGain) {}
 
-  /// Sets the level; any value is kept and read back. What is no finite number sounds as 0. Any thread.
+  /// Sets the level; any value is kept and read back. A value that is not finite sounds as 0. Any thread.
   void set(float linearGain) noexcept { set_.store(linearGain, std::memory_order_relaxed); }
   [[nodiscard]] float get() const noexcept { return set_.load(std::memory_order_relaxed); }
 

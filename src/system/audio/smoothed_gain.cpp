@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "system/audio/ramped_gain.h"
+#include "system/audio/smoothed_gain.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,7 +27,7 @@ void scale(const Stream& stream, std::uint32_t begin, std::uint32_t end, float f
 
 }  // namespace
 
-void RampedGain::prepare(double sampleRate) {
+void SmoothedGain::prepare(double sampleRate) {
   const auto frames = static_cast<std::uint32_t>(std::max(1.0, std::round(sampleRate * rampSeconds)));
   if (frames != rampFrames_) {
     rampFrames_ = frames;
@@ -36,12 +36,12 @@ void RampedGain::prepare(double sampleRate) {
   }
 }
 
-float RampedGain::target() const noexcept {
+float SmoothedGain::target() const noexcept {
   const float gain = get();
   return std::isfinite(gain) ? gain : 0.0F;
 }
 
-void RampedGain::follow(float target) noexcept {
+void SmoothedGain::follow(float target) noexcept {
   if (!begun_) {
     begun_ = true;
     from_ = target;
@@ -55,16 +55,18 @@ void RampedGain::follow(float target) noexcept {
   }
 }
 
-void RampedGain::apply(const Stream& stream, std::uint32_t frameCount) noexcept {
+void SmoothedGain::apply(const Stream& stream, std::uint32_t frameCount) noexcept {
   follow(target());
   const std::uint32_t ramped = std::min(frameCount, rampFrames_ - position_);
   if (ramped > 0) {
+    // Counted back from the end, so that the last frame is at the level exactly.
+    const float end = to_;
     const float step = (to_ - from_) / static_cast<float>(rampFrames_);
-    const float first = static_cast<float>(position_ + 1);
+    const auto left = static_cast<float>(rampFrames_ - position_ - 1);
     for (std::uint32_t channel = 0; channel < stream.channelCount; ++channel) {
       float* const samples = stream.channels[channel];
       for (std::uint32_t frame = 0; frame < ramped; ++frame) {
-        samples[frame] *= from_ + step * (first + static_cast<float>(frame));
+        samples[frame] *= end - step * (left - static_cast<float>(frame));
       }
     }
     position_ += ramped;
@@ -72,7 +74,7 @@ void RampedGain::apply(const Stream& stream, std::uint32_t frameCount) noexcept 
   scale(stream, ramped, frameCount, to_);
 }
 
-bool RampedGain::restsAtZero() const noexcept {
+bool SmoothedGain::restsAtZero() const noexcept {
   return target() == 0.0F && (!begun_ || (to_ == 0.0F && position_ >= rampFrames_));
 }
 
