@@ -25,7 +25,7 @@ void MainQueueUnits::instantiateMIDIInstrument(const AudioComponentDescription& 
 AudioUnitFactory::UnitHandler MainQueueUnits::onMainQueue(UnitHandler completionHandler) {
   std::uint64_t number = 0;
   {
-    const std::lock_guard lock(order_->mutex);
+    const MutexLock lock(order_->mutex);
     number = ++order_->lastRequest;
   }
   return [order = order_, number, handler = std::move(completionHandler)](std::shared_ptr<AVAudioUnit> node,
@@ -35,7 +35,7 @@ AudioUnitFactory::UnitHandler MainQueueUnits::onMainQueue(UnitHandler completion
 }
 
 void MainQueueUnits::behindAnswers(std::function<void()> work) {
-  const std::lock_guard lock(order_->mutex);
+  const MutexLock lock(order_->mutex);
   if (order_->lastAnswer == order_->lastRequest) {
     order_->mainQueue.async(std::move(work));
   } else {
@@ -44,7 +44,7 @@ void MainQueueUnits::behindAnswers(std::function<void()> work) {
 }
 
 void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> work) {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   if (passedOver.erase(number) > 0) {
     mainQueue.async(std::move(work));
     return;
@@ -59,7 +59,7 @@ void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> w
 }
 
 void MainQueueUnits::passOverUnanswered() {
-  const std::lock_guard lock(order_->mutex);
+  const MutexLock lock(order_->mutex);
   while (order_->lastAnswer < order_->lastRequest) {
     order_->passOver(++order_->lastAnswer);
   }

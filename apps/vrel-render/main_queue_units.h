@@ -5,9 +5,9 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 
+#include "foundation/mutex.h"
 #include "platform/audio_unit.h"
 
 namespace vrel {
@@ -48,16 +48,18 @@ class MainQueueUnits final : public AudioUnitFactory {
   struct Order {
     explicit Order(MainQueue& queue) : mainQueue(queue) {}
     void answer(std::uint64_t number, std::function<void()> work);
-    void passOver(std::uint64_t number);
-    void bringFollowers();
+    void passOver(std::uint64_t number) VREL_REQUIRES(mutex);
+    void bringFollowers() VREL_REQUIRES(mutex);
 
     MainQueue& mainQueue;
-    std::mutex mutex;
-    std::uint64_t lastRequest = 0;                            // under mutex, as all below
-    std::uint64_t lastAnswer = 0;                             // that went to the main queue, or was passed over
-    std::set<std::uint64_t> passedOver;                       // requests that are still to be answered
-    std::map<std::uint64_t, std::function<void()>> heldBack;  // answers that came before those of earlier requests
-    std::multimap<std::uint64_t, std::function<void()>> followers;  // work by the request whose answer it awaits
+    Mutex mutex;
+    std::uint64_t lastRequest VREL_GUARDED_BY(mutex) = 0;
+    std::uint64_t lastAnswer VREL_GUARDED_BY(mutex) = 0;        // that went to the main queue, or was passed over
+    std::set<std::uint64_t> passedOver VREL_GUARDED_BY(mutex);  // requests that are still to be answered
+    std::map<std::uint64_t, std::function<void()>> heldBack
+        VREL_GUARDED_BY(mutex);  // answers that came before those of earlier requests
+    std::multimap<std::uint64_t, std::function<void()>> followers
+        VREL_GUARDED_BY(mutex);  // work by the request whose answer it awaits
   };
 
   AudioUnitFactory& units_;

@@ -77,7 +77,7 @@ ShutdownWatchdog::~ShutdownWatchdog() {
     return;
   }
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isInTime_ = true;
   }
   ended_.notify_one();
@@ -86,8 +86,8 @@ ShutdownWatchdog::~ShutdownWatchdog() {
 
 void ShutdownWatchdog::start(std::chrono::milliseconds limit) {
   thread_ = std::thread([this, limit] {
-    std::unique_lock lock(mutex_);
-    if (!ended_.wait_for(lock, limit, [this] { return isInTime_; })) {
+    MutexLock lock(mutex_);
+    if (!ended_.wait_for(lock.native(), limit, [this]() VREL_REQUIRES(mutex_) { return isInTime_; })) {
       std::fputs("ended without waiting any longer for a device or a plug-in that does not let go\n", stderr);
       // Nothing is cleared up: whoever hangs holds what that needs.
       std::_Exit(EXIT_FAILURE);

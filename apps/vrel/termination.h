@@ -8,8 +8,9 @@
 #include <csignal>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
+
+#include "foundation/mutex.h"
 
 namespace vrel::app {
 
@@ -54,9 +55,9 @@ class ShutdownWatchdog {
   void start(std::chrono::milliseconds limit);
 
  private:
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable ended_;
-  bool isInTime_ = false;  // guarded by mutex_
+  bool isInTime_ VREL_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

@@ -11,6 +11,7 @@
 
 #include "bench_graph.h"
 #include "engine/audio_engine.h"
+#include "foundation/mutex.h"
 #include "simulation/recording_console.h"
 #include "support/allocations/allocation_count.h"
 #include "system/audio/render_node_factory.h"
@@ -58,7 +59,7 @@ class MeteredEngine {
   [[nodiscard]] bool hasPeaks() const {
     bool all = true;
     for (const auto& channel : engine->channels()) {
-      const std::lock_guard lock(channel->meterLock);
+      const MutexLock lock(channel->meterLock);
       all = all && channel->rawMeterPeakL > 0 && channel->rawMeterPeakR > 0;
     }
     return all;

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,6 +13,7 @@
 #include "channel/channel_status.h"
 #include "channel/playback_run_view.h"
 #include "document/setlist.h"
+#include "foundation/mutex.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
 #include "platform/audio_buffer.h"
@@ -91,9 +91,9 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<float> peakL{0};  // displayed peaks, linear
   Observable<float> peakR{0};
 
-  std::mutex meterLock;  // guards the two raw peaks
-  float rawMeterPeakL = 0;
-  float rawMeterPeakR = 0;
+  Mutex meterLock;
+  float rawMeterPeakL VREL_GUARDED_BY(meterLock) = 0;
+  float rawMeterPeakR VREL_GUARDED_BY(meterLock) = 0;
 
   /// The level that `applyMixerLevels` last gave this channel, for the tap that must show what is
   /// heard. Written on the main thread, read on the tap's.

@@ -2,10 +2,10 @@
 #include "console/meter_readings.h"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 #include "engine/audio_engine.h"
+#include "foundation/mutex.h"
 #include "platform/dispatch.h"
 
 namespace vrel {
@@ -15,7 +15,7 @@ void take(AudioChannel& channel) {
   float left = 0;
   float right = 0;
   {
-    const std::lock_guard lock(channel.meterLock);
+    const MutexLock lock(channel.meterLock);
     left = std::exchange(channel.rawMeterPeakL, 0.0F);
     right = std::exchange(channel.rawMeterPeakR, 0.0F);
   }

@@ -9,6 +9,7 @@
 #include "document/plugin_path.h"
 #include "engine/mix_levels.h"
 #include "engine/strips.h"
+#include "foundation/mutex.h"
 #include "platform/audio_engine.h"
 #include "platform/clock.h"
 #include "platform/dispatch.h"
@@ -32,7 +33,7 @@ float largestMagnitude(const float* samples, std::uint32_t count) {
 }
 
 void raiseRawPeaks(AudioChannel& channel, float left, float right) {
-  const std::lock_guard lock(channel.meterLock);
+  const MutexLock lock(channel.meterLock);
   channel.rawMeterPeakL = std::max(channel.rawMeterPeakL, left);
   channel.rawMeterPeakR = std::max(channel.rawMeterPeakR, right);
 }

@@ -7,7 +7,8 @@
 #include <QString>
 #include <atomic>
 #include <memory>
-#include <mutex>
+
+#include "foundation/mutex.h"
 
 namespace vrel::window {
 
@@ -29,7 +30,7 @@ class MeterBoard : public QObject {
 
   /// The strip's peaks, made when they are not there yet.
   [[nodiscard]] std::shared_ptr<MeterCell> cell(const QString& channelId) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     auto& cell = cells_[channelId];
     auto shared = cell.lock();
     if (shared == nullptr) {
@@ -41,7 +42,7 @@ class MeterBoard : public QObject {
 
   /// Forgets those that nobody holds any more.
   void prune() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     cells_.removeIf([](const auto& entry) { return entry.value().expired(); });
   }
 
@@ -50,8 +51,8 @@ class MeterBoard : public QObject {
   void frame();
 
  private:
-  std::mutex mutex_;
-  QHash<QString, std::weak_ptr<MeterCell>> cells_;  // guarded by mutex_
+  Mutex mutex_;
+  QHash<QString, std::weak_ptr<MeterCell>> cells_ VREL_GUARDED_BY(mutex_);
 };
 
 }  // namespace vrel::window

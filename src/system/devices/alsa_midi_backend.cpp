@@ -38,7 +38,7 @@ void AlsaMidiBackend::begin(const std::string& clientName, const std::string& po
   portName_ = portName;
   listener_ = std::move(listener);
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isEnding_ = false;
     known_ = listSources();
   }
@@ -47,20 +47,20 @@ void AlsaMidiBackend::begin(const std::string& clientName, const std::string& po
 
 void AlsaMidiBackend::end() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isEnding_ = true;
   }
   ends_.notify_all();
   if (thread_.joinable()) {
     thread_.join();
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   readers_.clear();
   lister_.reset();
 }
 
 std::vector<MidiSource> AlsaMidiBackend::sources() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return listSources();
 }
 
@@ -83,7 +83,7 @@ std::vector<MidiSource> AlsaMidiBackend::listSources() {
 }
 
 Outcome AlsaMidiBackend::connect(const std::string& key) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (readers_.contains(key)) {
     return {};
   }
@@ -117,14 +117,14 @@ Outcome AlsaMidiBackend::openReader(const std::string& key, unsigned port) {
 
 void AlsaMidiBackend::watch() {
   constexpr auto interval = std::chrono::milliseconds(250);
-  std::unique_lock lock(mutex_);
-  while (!ends_.wait_for(lock, interval, [this] { return isEnding_; })) {
+  MutexLock lock(mutex_);
+  while (!ends_.wait_for(lock.native(), interval, [this]() VREL_REQUIRES(mutex_) { return isEnding_; })) {
     auto sources = listSources();
     if (sources == known_) {
       continue;
     }
     known_ = std::move(sources);
-    std::erase_if(readers_, [this](const auto& reader) {
+    std::erase_if(readers_, [this](const auto& reader) VREL_REQUIRES(mutex_) {
       return std::none_of(known_.begin(), known_.end(), [&](const auto& source) { return source.key == reader.first; });
     });
     lock.unlock();

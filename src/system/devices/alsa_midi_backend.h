@@ -6,11 +6,11 @@
 #include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "system/devices/midi_backend.h"
 
 namespace vrel::system {
@@ -33,19 +33,19 @@ class AlsaMidiBackend final : public MidiBackend {
 
  private:
   void watch();
-  [[nodiscard]] std::vector<MidiSource> listSources();
-  [[nodiscard]] Outcome openReader(const std::string& key, unsigned port);
+  [[nodiscard]] std::vector<MidiSource> listSources() VREL_REQUIRES(mutex_);
+  [[nodiscard]] Outcome openReader(const std::string& key, unsigned port) VREL_REQUIRES(mutex_);
 
   std::string clientName_;
   std::string portName_;
   Listener listener_;
 
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable ends_;
-  bool isEnding_ = false;                                     // this and the following: guarded by mutex_
-  std::unique_ptr<RtMidiIn> lister_;                          // null without a sequencer
-  std::map<std::string, std::unique_ptr<RtMidiIn>> readers_;  // by key
-  std::vector<MidiSource> known_;
+  bool isEnding_ VREL_GUARDED_BY(mutex_) = false;
+  std::unique_ptr<RtMidiIn> lister_ VREL_GUARDED_BY(mutex_);                          // null without a sequencer
+  std::map<std::string, std::unique_ptr<RtMidiIn>> readers_ VREL_GUARDED_BY(mutex_);  // by key
+  std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

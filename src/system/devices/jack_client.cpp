@@ -20,13 +20,13 @@ jack_client_t* join(const std::string& clientName, const std::string& serverName
   return jack_client_open(name.c_str(), options, nullptr, serverName.c_str());
 }
 
-// A client was told that its server has gone, and others may not have been yet.
+// A client was notified that its server has gone, and others may not have been yet.
 std::atomic<bool> serverDeath{false};
 
 }  // namespace
 
-std::mutex& JackClient::libraryMutex() {
-  static std::mutex mutex;
+Mutex& JackClient::libraryMutex() {
+  static Mutex mutex;
   return mutex;
 }
 
@@ -38,13 +38,13 @@ std::vector<JackClient*>& JackClient::openClients() {
 std::unique_ptr<JackClient> JackClient::open(const std::string& clientName, const std::string& serverName,
                                              const Callbacks& callbacks) {
   std::unique_ptr<JackClient> client(new JackClient(callbacks));  // ends after the lock, which its end takes, too
-  const std::lock_guard lock(libraryMutex());
+  const MutexLock lock(libraryMutex());
   if (serverDeath.exchange(false)) {
     closeAll();
   }
   client->client_ = join(clientName, serverName);
   if (serverDeath.exchange(false)) {
-    letGoOfAll();
+    releaseAll();
   }
   if (client->client_ == nullptr) {
     return nullptr;
@@ -64,10 +64,10 @@ void JackClient::closeAll() {
   }
 }
 
-void JackClient::letGoOfAll() {
+void JackClient::releaseAll() {
   constexpr int mostWaits = 100;
   for (auto* const each : openClients()) {
-    // Freed by the library, or about to be told: in both cases nothing calls back any more.
+    // Freed by the library, or about to be notified: in both cases nothing calls back any more.
     for (int waits = 0; !each->isServerGone_ && waits < mostWaits; ++waits) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
@@ -77,7 +77,7 @@ void JackClient::letGoOfAll() {
 }
 
 JackClient::~JackClient() {
-  const std::lock_guard lock(libraryMutex());
+  const MutexLock lock(libraryMutex());
   close();
   std::erase(openClients(), this);
 }
@@ -106,7 +106,7 @@ bool JackClient::activate() {
 
 void JackClient::deactivate() {
   if (!use([](jack_client_t* client) { jack_deactivate(client); })) {
-    const std::lock_guard lock(libraryMutex());
+    const MutexLock lock(libraryMutex());
     close();
   }
 }

@@ -5,10 +5,11 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "foundation/mutex.h"
 
 namespace vrel::system {
 
@@ -46,7 +47,7 @@ class JackClient {
   /// Calls `work` with the library's client; false, and no call, when the server is gone.
   template <typename Work>
   bool use(Work&& work) const {
-    const std::lock_guard lock(libraryMutex());
+    const MutexLock lock(libraryMutex());
     if (client_ == nullptr || isServerGone_) {
       return false;
     }
@@ -63,17 +64,17 @@ class JackClient {
  private:
   explicit JackClient(const Callbacks& callbacks) : callbacks_(callbacks) {}
 
-  [[nodiscard]] static std::mutex& libraryMutex();
-  [[nodiscard]] static std::vector<JackClient*>& openClients();
+  [[nodiscard]] static Mutex& libraryMutex();
+  [[nodiscard]] static std::vector<JackClient*>& openClients() VREL_REQUIRES(libraryMutex());
   void noteServerGone();
-  static void closeAll();    // while no client is being opened
-  static void letGoOfAll();  // when the server died while one was
-  void close();
+  static void closeAll() VREL_REQUIRES(libraryMutex());    // while no client is being opened
+  static void releaseAll() VREL_REQUIRES(libraryMutex());  // when the server died while one was
+  void close() VREL_REQUIRES(libraryMutex());
   static int process(jack_nframes_t frames, void* client);
   static void noteShutdown(void* client);
 
   const Callbacks callbacks_;
-  jack_client_t* client_ = nullptr;  // guarded by libraryMutex; null once closed
+  jack_client_t* client_ VREL_GUARDED_BY(libraryMutex()) = nullptr;  // null once closed
   std::atomic<bool> isServerGone_{false};
   std::atomic<bool> isInBlock_{false};
 };

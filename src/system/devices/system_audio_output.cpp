@@ -87,8 +87,8 @@ std::uint64_t SystemAudioOutput::underruns() const {
 
 void SystemAudioOutput::watch(const OutputStream& stream, const std::string& deviceName) {
   constexpr auto interval = std::chrono::milliseconds(100);
-  std::unique_lock lock(mutex_);
-  while (!watchEnds_.wait_for(lock, interval, [this] { return isWatchEnding_; })) {
+  MutexLock lock(mutex_);
+  while (!watchEnds_.wait_for(lock.native(), interval, [this]() VREL_REQUIRES(mutex_) { return isWatchEnding_; })) {
     const auto reason = stream.lossReason();
     if (!reason) {
       continue;
@@ -104,7 +104,7 @@ void SystemAudioOutput::watch(const OutputStream& stream, const std::string& dev
 
 void SystemAudioOutput::stopWatch() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isWatchEnding_ = true;
   }
   watchEnds_.notify_all();

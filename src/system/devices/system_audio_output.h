@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
 #include "foundation/life_token.h"
+#include "foundation/mutex.h"
 #include "system/audio/output_device.h"
 #include "system/devices/system_audio_hardware.h"
 
@@ -69,9 +69,9 @@ class SystemAudioOutput final : public audio::OutputDevice {
   std::uint64_t formerUnderruns_ = 0;  // of devices that are closed
   bool isStarted_ = false;
 
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable watchEnds_;
-  bool isWatchEnding_ = false;  // guarded by mutex_
+  bool isWatchEnding_ VREL_GUARDED_BY(mutex_) = false;
   std::thread watch_;
   LifeToken life_;
 };

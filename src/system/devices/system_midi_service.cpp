@@ -18,7 +18,7 @@ OSStatus SystemMidiService::MIDIClientCreateWithBlock(const std::string& name, N
   }
   clientName_ = name;
   client = client_ = ++lastRef_;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   notifyBlock_ = std::move(notifyBlock);
   return 0;
 }
@@ -33,7 +33,7 @@ OSStatus SystemMidiService::MIDIInputPortCreateWithBlock(MIDIClientRef client, c
     return wrongPort;
   }
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     readBlock_ = std::move(readBlock);
   }
   port = port_ = ++lastRef_;
@@ -46,14 +46,14 @@ OSStatus SystemMidiService::MIDIInputPortCreateWithBlock(MIDIClientRef client, c
 MidiBackend::Listener SystemMidiService::listener() {
   return {.packet =
               [this](MIDIPacket packet) {
-                const std::lock_guard lock(mutex_);
+                const MutexLock lock(mutex_);
                 if (readBlock_) {
                   readBlock_(MIDIPacketList(&packet, 1));
                 }
               },
           .setupChanged =
               [this] {
-                const std::lock_guard lock(mutex_);
+                const MutexLock lock(mutex_);
                 if (notifyBlock_) {
                   notifyBlock_(MIDINotification{.messageID = kMIDIMsgSetupChanged});
                 }
@@ -115,7 +115,7 @@ void SystemMidiService::MIDIPortDispose(MIDIPortRef port) {
   for (const auto& backend : backends_) {
     backend->end();
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   readBlock_ = nullptr;
 }
 
@@ -125,7 +125,7 @@ void SystemMidiService::MIDIClientDispose(MIDIClientRef client) {
   }
   MIDIPortDispose(port_);
   client_ = 0;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   notifyBlock_ = nullptr;
 }
 

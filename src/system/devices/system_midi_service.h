@@ -3,10 +3,10 @@
 
 #include <cstddef>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "platform/midi_service.h"
 #include "system/devices/midi_backend.h"
 
@@ -62,9 +62,9 @@ class SystemMidiService final : public MIDIService {
   std::string clientName_;
   std::vector<Endpoint> endpoints_;  // of the last look
 
-  std::mutex mutex_;
-  NotifyBlock notifyBlock_;  // guarded by mutex_
-  ReadBlock readBlock_;      // guarded by mutex_
+  Mutex mutex_;
+  NotifyBlock notifyBlock_ VREL_GUARDED_BY(mutex_);
+  ReadBlock readBlock_ VREL_GUARDED_BY(mutex_);
 };
 
 }  // namespace vrel::system

@@ -19,7 +19,7 @@ ClipDecoderPool::ClipDecoderPool() {
 
 ClipDecoderPool::~ClipDecoderPool() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isOver_ = true;
   }
   woken_.notify_all();
@@ -33,7 +33,7 @@ std::shared_ptr<ClipStream> ClipDecoderPool::open(const std::string& path) {
   slot->stream = std::make_shared<ClipStream>(path, isOver_);
   auto stream = slot->stream;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     slots_.push_back(std::move(slot));
   }
   woken_.notify_one();
@@ -42,7 +42,7 @@ std::shared_ptr<ClipStream> ClipDecoderPool::open(const std::string& path) {
 
 void ClipDecoderPool::retire(const std::shared_ptr<ClipStream>& stream) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found =
         std::find_if(slots_.begin(), slots_.end(), [&](const auto& slot) { return slot->stream == stream; });
     if (found != slots_.end()) {
@@ -54,14 +54,14 @@ void ClipDecoderPool::retire(const std::shared_ptr<ClipStream>& stream) {
 
 void ClipDecoderPool::wake() {
   {
-    const std::lock_guard lock(mutex_);  // or a thread about to sleep would miss it
+    const MutexLock lock(mutex_);  // or a thread about to sleep would miss it
   }
   woken_.notify_one();
 }
 
 void ClipDecoderPool::post(std::function<void(const std::atomic<bool>& isOver)> task) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     tasks_.push_back(std::move(task));
   }
   woken_.notify_one();
@@ -97,7 +97,7 @@ std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::choose() {
 }
 
 void ClipDecoderPool::serve() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (!isOver_) {
     if (auto slot = choose()) {
       const bool isRetired = slot->isRetired;
@@ -122,7 +122,7 @@ void ClipDecoderPool::serve() {
       lock.lock();
       continue;
     }
-    woken_.wait(lock);
+    woken_.wait(lock.native());
   }
 }
 

@@ -7,10 +7,10 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "system/media/clip_stream.h"
 
 namespace vrel::system {
@@ -42,14 +42,14 @@ class ClipDecoderPool {
     bool isRetired = false;
   };
   void serve();
-  [[nodiscard]] std::shared_ptr<Slot> choose();
+  [[nodiscard]] std::shared_ptr<Slot> choose() VREL_REQUIRES(mutex_);
 
   std::atomic<bool> isOver_{false};
-  std::mutex mutex_;  // guards all below but the threads; never held while a clip works
+  Mutex mutex_;  // never held while a clip works
   std::condition_variable woken_;
-  std::vector<std::shared_ptr<Slot>> slots_;
-  std::size_t turn_ = 0;
-  std::deque<std::function<void(const std::atomic<bool>&)>> tasks_;
+  std::vector<std::shared_ptr<Slot>> slots_ VREL_GUARDED_BY(mutex_);
+  std::size_t turn_ VREL_GUARDED_BY(mutex_) = 0;
+  std::deque<std::function<void(const std::atomic<bool>&)>> tasks_ VREL_GUARDED_BY(mutex_);
   std::vector<std::thread> threads_;
 };
 

@@ -18,7 +18,7 @@ ClipStream::ClipStream(std::string path, const std::atomic<bool>& isOver) : path
 
 void ClipStream::rewind() {
   std::deque<Timed> dropped;  // freed after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dropped.swap(ahead_);
   ++start_;
   hasEnded_ = false;
@@ -29,7 +29,7 @@ void ClipStream::rewind() {
 }
 
 void ClipStream::play(double now) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!isPlaying_ && startedAt_) {
     startedAt_ = now - position_;
   } else if (!startedAt_ && !kept_.empty()) {
@@ -39,18 +39,18 @@ void ClipStream::play(double now) {
 }
 
 void ClipStream::pause(double now) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   position_ = isPlaying_ ? positionAt(now) : position_;
   isPlaying_ = false;
 }
 
 void ClipStream::setForwardBuffer(double seconds) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   forwardBuffer_ = seconds;
 }
 
 void ClipStream::setLooping(bool loops) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   loops_ = loops;
 }
 
@@ -67,7 +67,7 @@ double ClipStream::positionAt(double now) {
 
 ClipPicturePointer ClipStream::picture(double now) {
   std::vector<ClipPicturePointer> dropped;  // freed after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   double position = positionAt(now);
   position_ = position;
   if (kept_.empty()) {
@@ -101,7 +101,7 @@ void ClipStream::queueKept(double passStart) {
 }
 
 ClipStream::Request ClipStream::request() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!isPrepared_) {
     return isPlaying_ ? Request::decoding : Request::preparing;
   }
@@ -125,7 +125,7 @@ void ClipStream::step() {
       return;
     case Request::resting: {
       decoder_->rest();
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       isAwake_ = false;
       decodedStart_ = start_ - 1;
       return;
@@ -159,7 +159,7 @@ void ClipStream::prepare() {
 void ClipStream::keep(ClipPicturePointer picture) {
   bool isEnough = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     keptBytes_ += picture->byteCount();
     ahead_.push_back({picture->seconds(), picture});
     kept_.push_back(std::move(picture));
@@ -177,7 +177,7 @@ void ClipStream::endPreparation(bool isWholeClip) {
   } else {
     decoder_->rest();
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   isPrepared_ = true;
   isWhole_ = isWholeClip;
   passSeconds_ = length;
@@ -189,7 +189,7 @@ void ClipStream::endPreparation(bool isWholeClip) {
 
 void ClipStream::followFromStart() {
   const bool isReadable = decoder_->rewind();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   isAwake_ = isReadable;
   skipped_ = isReadable ? kept_.size() : 0;
 }
@@ -197,7 +197,7 @@ void ClipStream::followFromStart() {
 void ClipStream::decode() {
   bool isBehindAStart = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isBehindAStart = decodedStart_ != start_;
     decodedStart_ = start_;
   }
@@ -210,7 +210,7 @@ void ClipStream::decode() {
     endPass();
     return;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (decodedStart_ != start_) {
     return;  // rewound meanwhile
   }
@@ -225,7 +225,7 @@ void ClipStream::decode() {
 void ClipStream::endPass() {
   bool isWorthReading = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     hasEnded_ = hasEnded_ || (decodedStart_ == start_ && !loops_);
     if (decodedStart_ != start_ || hasEnded_) {
       return;
@@ -240,19 +240,19 @@ void ClipStream::endPass() {
   } else {
     decoder_->rest();
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (decodedStart_ == start_) {
     queueKept(passStart_);
   }
 }
 
 bool ClipStream::isPrepared() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return isPrepared_;
 }
 
 std::size_t ClipStream::keptByteCount() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return keptBytes_;
 }
 

@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "system/media/clip_decoder.h"
 
 namespace vrel::system {
@@ -69,9 +69,9 @@ class ClipStream {
   void decode();
   void endPass();
   void followFromStart();
-  void queueKept(double passStart);
-  [[nodiscard]] double positionAt(double now);
-  [[nodiscard]] ClipPicturePointer pictureOfWholeClip(double position);
+  void queueKept(double passStart) VREL_REQUIRES(mutex_);
+  [[nodiscard]] double positionAt(double now) VREL_REQUIRES(mutex_);
+  [[nodiscard]] ClipPicturePointer pictureOfWholeClip(double position) VREL_REQUIRES(mutex_);
 
   const std::string path_;
   const std::atomic<bool>& isOver_;
@@ -80,24 +80,24 @@ class ClipStream {
   std::unique_ptr<ClipDecoder> decoder_;
   double passStart_ = 0;
 
-  mutable std::mutex mutex_;  // guards all below
-  std::vector<ClipPicturePointer> kept_;
-  std::size_t keptBytes_ = 0;
-  bool isPrepared_ = false;
-  bool isWhole_ = false;            // all pictures are kept
-  double passSeconds_ = 0;          // of a whole clip
-  bool isAwake_ = false;            // the codec is there
-  std::uint64_t start_ = 0;         // counts rewinds
-  std::uint64_t decodedStart_ = 0;  // the one that decoding follows
-  std::size_t skipped_ = 0;         // kept pictures that decoding has yet to pass by
-  std::deque<Timed> ahead_;
-  ClipPicturePointer shown_;
-  bool isPlaying_ = false;
-  bool loops_ = true;
-  bool hasEnded_ = false;
-  double forwardBuffer_ = 0.25;      // seconds
-  double position_ = 0;              // while paused
-  std::optional<double> startedAt_;  // media time of position 0, from the first picture on
+  mutable Mutex mutex_;
+  std::vector<ClipPicturePointer> kept_ VREL_GUARDED_BY(mutex_);
+  std::size_t keptBytes_ VREL_GUARDED_BY(mutex_) = 0;
+  bool isPrepared_ VREL_GUARDED_BY(mutex_) = false;
+  bool isWhole_ VREL_GUARDED_BY(mutex_) = false;            // all pictures are kept
+  double passSeconds_ VREL_GUARDED_BY(mutex_) = 0;          // of a whole clip
+  bool isAwake_ VREL_GUARDED_BY(mutex_) = false;            // the codec is there
+  std::uint64_t start_ VREL_GUARDED_BY(mutex_) = 0;         // counts rewinds
+  std::uint64_t decodedStart_ VREL_GUARDED_BY(mutex_) = 0;  // the one that decoding follows
+  std::size_t skipped_ VREL_GUARDED_BY(mutex_) = 0;         // kept pictures that decoding has yet to pass by
+  std::deque<Timed> ahead_ VREL_GUARDED_BY(mutex_);
+  ClipPicturePointer shown_ VREL_GUARDED_BY(mutex_);
+  bool isPlaying_ VREL_GUARDED_BY(mutex_) = false;
+  bool loops_ VREL_GUARDED_BY(mutex_) = true;
+  bool hasEnded_ VREL_GUARDED_BY(mutex_) = false;
+  double forwardBuffer_ VREL_GUARDED_BY(mutex_) = 0.25;      // seconds
+  double position_ VREL_GUARDED_BY(mutex_) = 0;              // while paused
+  std::optional<double> startedAt_ VREL_GUARDED_BY(mutex_);  // media time of position 0, from the first picture on
 };
 
 }  // namespace vrel::system

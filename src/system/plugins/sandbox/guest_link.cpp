@@ -10,7 +10,7 @@ namespace vrel::sandbox {
 Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout) {
   const Error dead{"its process has ended"};
   const Error slow{"it does not answer"};
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (isDead()) {
     return dead;
   }
@@ -26,11 +26,11 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
   }
   awaited_ = request;
   answer_.reset();
-  const auto isOver = [this] { return answer_.has_value() || isDead(); };
+  const auto isOver = [this]() VREL_REQUIRES(mutex_) { return answer_.has_value() || isDead(); };
   if (timeout) {
-    answered_.wait_for(lock, *timeout, isOver);
+    answered_.wait_for(lock.native(), *timeout, isOver);
   } else {
-    answered_.wait(lock, isOver);
+    answered_.wait(lock.native(), isOver);
   }
   awaited_.reset();
   if (!answer_) {
@@ -42,7 +42,7 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
 }
 
 bool GuestLink::deliver(Message message) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto owed = owed_.find(message.request);
   if (owed == owed_.end() || owed->second != message.kind) {
     return false;
@@ -57,7 +57,7 @@ bool GuestLink::deliver(Message message) {
 
 void GuestLink::markDead() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isDead_.store(true, std::memory_order_release);
   }
   answered_.notify_all();

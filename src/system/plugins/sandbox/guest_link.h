@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 
+#include "foundation/mutex.h"
 #include "foundation/result.h"
 #include "system/plugins/sandbox/messages.h"
 #include "system/plugins/sandbox/shared_memory.h"
@@ -46,12 +46,12 @@ class GuestLink {
   SharedMemory memory_;
   std::atomic<bool> isDead_{false};
 
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable answered_;
-  std::uint32_t lastRequest_ = 0;
-  std::map<std::uint32_t, MessageKind> owed_;  // by request, what is to come
-  std::optional<std::uint32_t> awaited_;       // the request that somebody waits for
-  std::optional<Bytes> answer_;
+  std::uint32_t lastRequest_ VREL_GUARDED_BY(mutex_) = 0;
+  std::map<std::uint32_t, MessageKind> owed_ VREL_GUARDED_BY(mutex_);  // by request, what is to come
+  std::optional<std::uint32_t> awaited_ VREL_GUARDED_BY(mutex_);       // the request that somebody waits for
+  std::optional<Bytes> answer_ VREL_GUARDED_BY(mutex_);
 };
 
 }  // namespace vrel::sandbox

@@ -64,7 +64,7 @@ void Supervisor::Core::end() {
 }
 
 void Supervisor::Core::post(Command command) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (isEnded_) {
     return;
   }
@@ -91,7 +91,7 @@ void Supervisor::Core::run() {
   }
   // Commands hold launches, and those must be answered.
   runCommands();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   isEnded_ = true;
 }
 
@@ -112,7 +112,7 @@ void Supervisor::Core::runCommands() {
   eventfd_read(wakeDescriptor_.get(), &rings);
   std::vector<Command> commands;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     commands.swap(commands_);
   }
   for (const Command& command : commands) {

@@ -8,11 +8,11 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "foundation/result.h"
 #include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest_process.h"
@@ -84,9 +84,9 @@ class Supervisor::Core {
   std::thread thread_;
   std::atomic<std::size_t> processCount_{0};
 
-  std::mutex mutex_;
-  std::vector<Command> commands_;  // under mutex_
-  bool isEnded_ = false;           // under mutex_
+  Mutex mutex_;
+  std::vector<Command> commands_ VREL_GUARDED_BY(mutex_);
+  bool isEnded_ VREL_GUARDED_BY(mutex_) = false;
 
   // The thread's.
   bool isEnding_ = false;

@@ -163,7 +163,7 @@ void GuestProgram::handle(const Message& message) {
 
 void GuestProgram::send(const Message& message) {
   const Bytes bytes = toBytes(message);
-  const std::lock_guard lock(sending_);
+  const MutexLock lock(sending_);
   for (std::size_t sent = 0; sent < bytes.size();) {
     const ssize_t count = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
     if (count > 0) {

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "foundation/mutex.h"
 #include "system/plugins/lv2/lv2_instance.h"
 #include "system/plugins/plugin_counters.h"
 #include "system/plugins/sandbox/file_descriptor.h"
@@ -40,7 +40,7 @@ class GuestProgram {
   void log(const std::string& line);
 
   const FileDescriptor socket_;
-  std::mutex sending_;
+  Mutex sending_;
   MessageParser parser_;
   std::unique_ptr<SharedMemory> memory_;
   const std::shared_ptr<PluginCounters> counters_ = std::make_shared<PluginCounters>();
