@@ -31,11 +31,11 @@ class ChordProcessor final : public NodeProcessor {
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
     for (Voice& voice : voices_) {
       for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-        for (std::size_t side = 0; side < 2; ++side) {
-          voice.phase[side] += voice.hertz * (side == 0 ? 1.0F : 1.003F) * perHertz_;
-          voice.phase[side] -= voice.phase[side] >= 1.0F ? 1.0F : 0.0F;
-          voice.lowPass[side] += 0.2F * (2.0F * voice.phase[side] - 1.0F - voice.lowPass[side]);
-          block.output.channels[side][frame] += 0.05F * voice.lowPass[side];
+        for (std::size_t channel = 0; channel < 2; ++channel) {
+          voice.phase[channel] += voice.hertz * (channel == 0 ? 1.0F : 1.003F) * perHertz_;
+          voice.phase[channel] -= voice.phase[channel] >= 1.0F ? 1.0F : 0.0F;
+          voice.lowPass[channel] += 0.2F * (2.0F * voice.phase[channel] - 1.0F - voice.lowPass[channel]);
+          block.output.channels[channel][frame] += 0.05F * voice.lowPass[channel];
         }
       }
     }
@@ -60,16 +60,16 @@ class ChordNode final : public GraphNodeOf<AVAudioNode> {
   std::shared_ptr<ChordProcessor> processor_ = std::make_shared<ChordProcessor>();
 };
 
-/// A tone control: one low pass on each side.
+/// A tone control: one low pass on each channel.
 class ToneProcessor final : public NodeProcessor {
  public:
   void prepare(double) VREL_NOT_AUDIO_THREAD override {}
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t count) const override { return count; }
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
-    for (std::uint32_t side = 0; !block.inputs.empty() && side < block.output.channelCount; ++side) {
+    for (std::uint32_t channel = 0; !block.inputs.empty() && channel < block.output.channelCount; ++channel) {
       for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-        state_[side] += 0.5F * (block.inputs[0].channels[side][frame] - state_[side]);
-        block.output.channels[side][frame] = state_[side];
+        state_[channel] += 0.5F * (block.inputs[0].channels[channel][frame] - state_[channel]);
+        block.output.channels[channel][frame] = state_[channel];
       }
     }
   }
@@ -138,7 +138,7 @@ class BenchGraph {
   std::vector<Strip> strips;
 };
 
-/// Renders when told to, with the delivery of taps apart, as a device in real time has it.
+/// Renders on request, with the delivery of taps apart, as a device in real time has it.
 class ManualDevice final : public OutputDevice {
  public:
   [[nodiscard]] double sampleRate() const override { return bench::sampleRate; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How long a key of another program takes until it is heard at a host's output: this program side by side with jalv, a
-// host that plays one plug-in in JACK's own callback. Both play the same plug-in on the same server.
+// How long a key of another program takes until it is heard at a host's output: this program and jalv at the same time,
+// a host that plays one plug-in in JACK's own callback. Both play the same plug-in on the same server.
 
 #include <algorithm>
 #include <array>
@@ -78,7 +78,7 @@ struct Host {
   std::vector<double> frames;  // of each note; `never` where it was not heard
 };
 
-void tell(std::array<Host, NoteProbe::hostCount>& hosts, double blockFrames) {
+void report(std::array<Host, NoteProbe::hostCount>& hosts, double blockFrames) {
   std::printf("%-6s %8s %8s %8s %8s %8s   frames;  99%% in periods\n", "", "least", "median", "90%", "99%", "most");
   for (auto& [name, frames] : hosts) {
     std::sort(frames.begin(), frames.end());
@@ -140,7 +140,7 @@ bool run(const Options& options) {
   }
   std::printf("%s, %d notes, 48000 frames per second, %u in a period; vrel's plug-in %s\n", options.plugin.c_str(),
               options.notes, probe.blockFrames(), options.sandbox ? "in a process of its own" : "in its own process");
-  tell(hosts, probe.blockFrames());
+  report(hosts, probe.blockFrames());
   std::printf("blocks that vrel's plug-in missed: %llu; gaps at the device: %llu\n",
               static_cast<unsigned long long>(stage.pluginCounters().lateBlocks),
               static_cast<unsigned long long>(stage.output().underruns()));

@@ -16,7 +16,7 @@ namespace vrel::system::bench {
 
 /// Plays a key to several hosts at once and hears when each of them sounds, in frames of JACK's clock.
 ///
-/// Keys and ears are clients of their own, so that no circle of links delays anything: within one block, JACK asks the
+/// Keys and ears are clients of their own, so that no cycle of links delays anything: within one block, JACK asks the
 /// keys, then the hosts, then the ears.
 class NoteProbe {
  public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // How long an instrument takes to come up: from a warm pool, in time of the main thread; and cold, in a process of its
-// own, until it is played for the first time, side by side with jalv from its start, on the same JACK server.
+// own, until it is played for the first time, beside jalv from its start, on the same JACK server.
 
 #include <algorithm>
 #include <chrono>
@@ -36,18 +36,18 @@ double millisecondsSince(Clock::time_point begin) {
   return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-/// Where the plug-in tells of its first block.
+/// Where the plug-in reports its first block.
 class Herald {
  public:
   Herald() { setenv("VREL_HERALD_FILE", file_.c_str(), 1); }
 
   void forget() const { fs::remove(file_); }
 
-  /// Milliseconds from `begin` to the first block that has been told of since `forget`; `crank` runs meanwhile.
+  /// Milliseconds from `begin` to the first block that has been reported since `forget`; `crank` runs meanwhile.
   template <typename Crank>
   double await(Clock::time_point begin, const Crank& crank) const {
     std::int64_t nanoseconds = 0;
-    const auto isTold = [&] {
+    const auto isReported = [&] {
       crank();
       std::ifstream stream(file_);
       std::string line;
@@ -57,7 +57,7 @@ class Herald {
       nanoseconds = std::stoll(line);
       return true;
     };
-    if (!system::test::eventually(isTold)) {
+    if (!system::test::eventually(isReported)) {
       throw std::runtime_error("the plug-in was never played");
     }
     const auto since = std::chrono::nanoseconds(nanoseconds) - begin.time_since_epoch();
@@ -124,7 +124,7 @@ double jalvLoad(const Herald& herald, const std::string& logPath) {
   return taken;
 }
 
-void tell(const char* what, std::vector<double> values) {
+void report(const char* what, std::vector<double> values) {
   std::sort(values.begin(), values.end());
   std::printf("%-46s %7.3f least %7.3f median %7.3f most (ms)\n", what, values.front(), values[values.size() / 2],
               values.back());
@@ -169,9 +169,9 @@ void run(int rounds) {
   for (int round = 0; round < 10 * rounds; ++round) {
     warm.push_back(warmLoad(stage, component));
   }
-  tell("warm load beside 16 strips, main thread", warm);
-  tell("cold load to the first block", cold);
-  tell("jalv, from its start to the first block", jalv);
+  report("warm load beside 16 strips, main thread", warm);
+  report("cold load to the first block", cold);
+  report("jalv, from its start to the first block", jalv);
   std::printf("cold load over jalv, medians: %.2f\n", median(cold) / median(jalv));
 }
 

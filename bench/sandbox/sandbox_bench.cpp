@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What it costs to have instruments in processes of their own, and what it gains. Each benchmark measures its
-// reference by turns with itself, and gives the ratio.
+// reference alternately with itself, and gives the ratio.
 
 #include <benchmark/benchmark.h>
 #include <linux/futex.h>
@@ -186,7 +186,7 @@ double secondsOf(const std::function<void()>& rounds) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Runs both by turns, in runs of `rounds`, and gives the ratio of the medians of their times per block.
+/// Runs both alternately, in runs of `rounds`, and gives the ratio of the medians of their times per block.
 template <typename Subject, typename Reference>
 void compare(benchmark::State& state, Subject& subject, Reference& reference, int rounds) {
   std::vector<double> subjectSeconds;

@@ -7,7 +7,7 @@
 
 namespace vrel {
 
-/// Moves the item at `from` before the one at `to`, both counted as they stand now. Both are in range; `to` may be
+/// Moves the item at `from` before the one at `to`, both counted as they are now. Both are in range; `to` may be
 /// the size.
 template <typename Item>
 void moveItem(std::vector<Item>& items, std::size_t from, std::size_t to) {

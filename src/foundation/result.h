@@ -8,7 +8,7 @@
 
 namespace vrel {
 
-/// A failure told in words a person can act on. Failures are values here; exceptions of a library
+/// A failure in words a person can act on. Failures are values here; exceptions of a library
 /// stop in its adaptor.
 struct Error {
   std::string description;

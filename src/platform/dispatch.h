@@ -11,7 +11,7 @@ namespace vrel {
 ///
 /// `async` may be called from any thread. `sync` runs the work on the queue and returns when it
 /// has ended; calling it from the queue's own work is a programming fault (it would wait forever).
-/// Letting go of a queue waits for the piece under way; what has not begun is let go of, not run.
+/// The end of a queue waits for the piece under way; what has not begun is dropped, not run.
 class DispatchQueue {
  public:
   using Work = std::function<void()>;
@@ -21,7 +21,7 @@ class DispatchQueue {
   virtual void sync(const Work& work) = 0;
 };
 
-/// A repeating timer; letting go of it invalidates it.
+/// A repeating timer, which its end invalidates.
 class RepeatingTimer {
  public:
   virtual ~RepeatingTimer() = default;
@@ -35,7 +35,7 @@ class MainQueue : public DispatchQueue {
   /// Runs `work` once, `seconds` from now, on this queue. Any thread.
   virtual void asyncAfter(double seconds, Work work) = 0;
 
-  /// Runs `work` every `intervalSeconds` until the timer is let go. Main thread.
+  /// Runs `work` every `intervalSeconds` until the timer is released. Main thread.
   [[nodiscard]] virtual std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) = 0;
 };
 

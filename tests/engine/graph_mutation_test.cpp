@@ -113,7 +113,7 @@ TEST_F(GraphMutation, OnAStoppedEngineLeavesItStoppedAndSetsNoError) {
   EXPECT_FALSE(engine->lastEngineStartError().has_value());
 }
 
-TEST_F(GraphMutation, FailedRestartIsToldAndTheNextSuccessfulStartClearsIt) {
+TEST_F(GraphMutation, FailedRestartIsLoggedAndTheNextSuccessfulStartClearsIt) {
   graph().startFailure = Error{"device is gone"};
   engine->performGraphMutation("unloadInstrument", [] {});
   EXPECT_EQ(engine->graph().graphMutationDepth(), 0);
@@ -131,7 +131,7 @@ TEST_F(GraphMutation, FailedRestartIsToldAndTheNextSuccessfulStartClearsIt) {
   EXPECT_FALSE(engine->lastEngineStartError().has_value());
 }
 
-TEST_F(GraphMutation, EachOperationTellsAFailureUnderItsOwnLabel) {
+TEST_F(GraphMutation, EachOperationLogsAFailureUnderItsOwnLabel) {
   auto& chains = engine->chains();
   auto& loader = engine->instruments();
   auto& effects = engine->effects();

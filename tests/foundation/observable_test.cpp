@@ -11,7 +11,7 @@
 namespace vrel {
 namespace {
 
-TEST(Observable, TellsItsReadersOfARealChangeOnly) {
+TEST(Observable, NotifiesItsReadersOfARealChangeOnly) {
   Observable<int> value{1};
   std::vector<int> seen;
   const auto connection = value.changed.connect([&](int now) { seen.push_back(now); });
@@ -21,7 +21,7 @@ TEST(Observable, TellsItsReadersOfARealChangeOnly) {
   EXPECT_EQ(seen, (std::vector{2, 3}));
 }
 
-TEST(Observable, RunsItsEffectOnEveryAssignmentBeforeReadersAreTold) {
+TEST(Observable, RunsItsEffectOnEveryAssignmentBeforeReadersAreNotified) {
   Observable<int> value{1};
   std::vector<int> order;
   value.setEffect([&] { order.push_back(0); });
@@ -31,7 +31,7 @@ TEST(Observable, RunsItsEffectOnEveryAssignmentBeforeReadersAreTold) {
   EXPECT_EQ(order, (std::vector{0, 0, 2}));
 }
 
-TEST(Observable, AReaderThatLetGoOfItsConnectionHearsNothing) {
+TEST(Observable, AReaderThatReleasedItsConnectionIsNotNotified) {
   Observable<int> value{1};
   int calls = 0;
   auto connection = value.changed.connect([&](int) { ++calls; });
@@ -77,7 +77,7 @@ TEST(Signal, AListenerMayJoinOrLeaveWhileItIsCalled) {
   leaving = signal.connect([&] { ++second; });
   signal.emit();
   EXPECT_EQ(second, 0);
-  EXPECT_EQ(late, 0) << "a listener hears from the next emission on";
+  EXPECT_EQ(late, 0) << "a listener is called from the next emission on";
   signal.emit();
   EXPECT_EQ(late, 1);
 }

@@ -7,7 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
-// A silent instrument that tells when it is played for the first time: the nanoseconds of the monotonic clock, in the
+// A silent instrument that reports when it is played for the first time: the nanoseconds of the monotonic clock, in the
 // file that VREL_HERALD_FILE names.
 
 typedef struct {
@@ -30,7 +30,7 @@ static void connect(LV2_Handle handle, uint32_t port, void* data) {
   }
 }
 
-static void tell(void) {
+static void report(void) {
   struct timespec now;
   clock_gettime(CLOCK_MONOTONIC, &now);
   const char* path = getenv("VREL_HERALD_FILE");
@@ -45,7 +45,7 @@ static void run(LV2_Handle handle, uint32_t frames) {
   Herald* herald = handle;
   if (!herald->isPlayed) {
     herald->isPlayed = true;
-    tell();
+    report();
   }
   for (uint32_t frame = 0; frame < frames; ++frame) {
     herald->outputs[0][frame] = 0;

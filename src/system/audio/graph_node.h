@@ -28,7 +28,7 @@ class GraphNode {
   /// The channel count that the node has of its own, connected or not; 0 where it takes what comes.
   [[nodiscard]] virtual std::uint32_t ownChannelCount() const { return 0; }
 
-  /// The graph that the node is attached to, or null. A node stands in one graph at a time.
+  /// The graph that the node is attached to, or null. A node is in one graph at a time.
   [[nodiscard]] const void* owner() const { return owner_; }
   void setOwner(const void* owner) { owner_ = owner; }
 
@@ -52,7 +52,7 @@ class GraphNode {
   const void* owner_ = nullptr;
 };
 
-/// A graph node that stands behind `Interface`, one of the platform's kinds of node.
+/// A graph node that implements `Interface`, one of the platform's kinds of node.
 template <typename Interface>
 class GraphNodeOf : public Interface, public GraphNode {
  public:

@@ -85,12 +85,12 @@ void HallReverb::prepare(double sampleRate) {
 
 void HallReverb::layOut(double sampleRate) {
   std::vector<DelayMemory*> all;
-  for (std::size_t side = 0; side < sides_.size(); ++side) {
-    sides_[side].preDelay.delay = static_cast<std::uint32_t>(std::lround(hall::preDelaySeconds * sampleRate));
-    all.push_back(&sides_[side].preDelay);
+  for (std::size_t channel = 0; channel < paths_.size(); ++channel) {
+    paths_[channel].preDelay.delay = static_cast<std::uint32_t>(std::lround(hall::preDelaySeconds * sampleRate));
+    all.push_back(&paths_[channel].preDelay);
     for (std::size_t stage = 0; stage < allpassCount; ++stage) {
-      sides_[side].allpasses[stage].delay = primeFrames(hall::allpassSeconds[side][stage], sampleRate);
-      all.push_back(&sides_[side].allpasses[stage]);
+      paths_[channel].allpasses[stage].delay = primeFrames(hall::allpassSeconds[channel][stage], sampleRate);
+      all.push_back(&paths_[channel].allpasses[stage]);
     }
   }
   for (std::size_t index = 0; index < lineCount; ++index) {
@@ -116,11 +116,11 @@ void HallReverb::layOut(double sampleRate) {
 void HallReverb::resetStates() noexcept {
   cleared_ = memory_.size();
   offset_ = 0;
-  for (Side& side : sides_) {
-    side.highPassInput = 0;
-    side.highPassOutput = 0;
-    side.preDelay.write = 0;
-    for (DelayMemory& allpass : side.allpasses) {
+  for (InputPath& path : paths_) {
+    path.highPassInput = 0;
+    path.highPassOutput = 0;
+    path.preDelay.write = 0;
+    for (DelayMemory& allpass : path.allpasses) {
       allpass.write = 0;
     }
   }
@@ -171,7 +171,7 @@ void HallReverb::beginSlice() noexcept {
   for (Line& line : lines_) {
     const double sine = line.sine * line.turnCosine + line.cosine * line.turnSine;
     const double cosine = line.cosine * line.turnCosine - line.sine * line.turnSine;
-    // Keeps the rotation on its circle for as long as the evening lasts.
+    // Keeps the length of the rotating vector at one, however long it runs.
     const double correction = 1.5 - 0.5 * (sine * sine + cosine * cosine);
     line.sine = sine * correction;
     line.cosine = cosine * correction;
@@ -182,9 +182,9 @@ void HallReverb::beginSlice() noexcept {
 
 void HallReverb::endSlice() noexcept {
   offset_ = 0;
-  for (Side& side : sides_) {
-    side.preDelay.advance();
-    for (DelayMemory& allpass : side.allpasses) {
+  for (InputPath& path : paths_) {
+    path.preDelay.advance();
+    for (DelayMemory& allpass : path.allpasses) {
       allpass.advance();
     }
   }
@@ -196,8 +196,8 @@ void HallReverb::endSlice() noexcept {
 void HallReverb::processPart(const float* left, const float* right, float* wetLeft, float* wetRight,
                              std::uint32_t count) noexcept {
   std::array<Slice, 2> diffused;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the next two lines
-  diffuse(sides_[0], left, diffused[0], count);
-  diffuse(sides_[1], right, diffused[1], count);
+  diffuse(paths_[0], left, diffused[0], count);
+  diffuse(paths_[1], right, diffused[1], count);
   for (std::size_t index = 0; index < lineCount; ++index) {
     readLine(lines_[index], slices_[index].data(), count);
   }
@@ -220,21 +220,21 @@ void HallReverb::processPart(const float* left, const float* right, float* wetLe
   }
 }
 
-void HallReverb::diffuse(Side& side, const float* input, Slice& diffused, std::uint32_t count) noexcept {
-  float previousInput = side.highPassInput;
-  float output = side.highPassOutput;
+void HallReverb::diffuse(InputPath& path, const float* input, Slice& diffused, std::uint32_t count) noexcept {
+  float previousInput = path.highPassInput;
+  float output = path.highPassOutput;
   for (std::uint32_t frame = 0; frame < count; ++frame) {
     output = highPassPole_ * (output + input[frame] - previousInput);
     previousInput = input[frame];
     diffused[frame] = output;
   }
-  side.highPassInput = previousInput;
-  side.highPassOutput = output;
+  path.highPassInput = previousInput;
+  path.highPassOutput = output;
 
-  side.preDelay.put(offset_, diffused.data(), count);
-  std::copy_n(side.preDelay.at(offset_, side.preDelay.delay), count, diffused.data());
+  path.preDelay.put(offset_, diffused.data(), count);
+  std::copy_n(path.preDelay.at(offset_, path.preDelay.delay), count, diffused.data());
   Slice stored;
-  for (DelayMemory& allpass : side.allpasses) {
+  for (DelayMemory& allpass : path.allpasses) {
     const float* const delayed = allpass.at(offset_, allpass.delay);
     for (std::uint32_t frame = 0; frame < count; ++frame) {
       const float in = diffused[frame];
@@ -268,7 +268,7 @@ void HallReverb::readLine(const Line& line, float* output, std::uint32_t count) 
 }
 
 void HallReverb::damp(std::size_t firstLine, std::uint32_t count) noexcept {
-  // Four recursions side by side, since each alone waits for its own last result.
+  // Four recursions at once, since each alone waits for its own last result.
   std::array<float, 4> state{};
   std::array<float, 4> pass{};
   std::array<float, 4> pole{};

@@ -13,11 +13,11 @@ namespace vrel::audio {
 
 /// The sound of a large hall, without the direct sound: a decay of 3 seconds, darker the higher.
 ///
-/// Signal path, each side: a high pass against offsets, 20 ms of pre-delay, four allpasses that
+/// Signal path, each channel: a high pass against offsets, 20 ms of pre-delay, four allpasses that
 /// smear the onset; then a network of sixteen delay lines of mutually prime lengths, fed back through a
 /// mixing matrix that keeps energy, each line with the losses that its length calls for. The
-/// lines' lengths drift slowly and each in its own way, so that no resonance stands still. The
-/// sides are taken from the lines with orthogonal signs.
+/// lines' lengths drift slowly and each in its own way, so that no resonance stays in place. The
+/// channels are taken from the lines with orthogonal signs.
 ///
 /// Works in slices of 64 frames on a grid that is fixed in time, so the result does not depend on
 /// the size of the blocks. All memory is one segment, sized by `prepare`.
@@ -38,7 +38,7 @@ class HallReverb {
 
  private:
   static constexpr std::size_t lineCount = 16;
-  static constexpr std::size_t allpassCount = 4;  // per side
+  static constexpr std::size_t allpassCount = 4;  // per channel
   static constexpr std::uint32_t sliceFrames = 64;
 
   /// A ring whose beginning is repeated behind its end, so that any slice can be read in one segment.
@@ -67,7 +67,7 @@ class HallReverb {
     double delayEnd = 0;
   };
 
-  struct Side {
+  struct InputPath {
     DelayMemory preDelay;
     std::array<DelayMemory, allpassCount> allpasses;
     float highPassInput = 0;
@@ -82,7 +82,7 @@ class HallReverb {
   void endSlice() noexcept;
   void processPart(const float* left, const float* right, float* wetLeft, float* wetRight,
                    std::uint32_t count) noexcept;
-  void diffuse(Side& side, const float* input, Slice& diffused, std::uint32_t count) noexcept;
+  void diffuse(InputPath& path, const float* input, Slice& diffused, std::uint32_t count) noexcept;
   void readLine(const Line& line, float* output, std::uint32_t count) const noexcept;
   void damp(std::size_t firstLine, std::uint32_t count) noexcept;
   void mixLines(std::uint32_t count) noexcept;
@@ -95,7 +95,7 @@ class HallReverb {
   std::vector<float> memory_;
   std::size_t cleared_ = 0;   // floats of memory_ that are known to be zero, from the beginning
   std::uint32_t offset_ = 0;  // frames of the present slice that are done
-  std::array<Side, 2> sides_;
+  std::array<InputPath, 2> paths_;
   std::array<Line, lineCount> lines_;
   alignas(64) std::array<Slice, lineCount> slices_{};
 };

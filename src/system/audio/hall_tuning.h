@@ -4,7 +4,7 @@
 #include <array>
 
 /// The numbers that make the hall. They were chosen by measurement: the tests hold decay, density
-/// of echoes, evenness of the late spectrum and independence of the sides.
+/// of echoes, evenness of the late spectrum and independence of the channels.
 namespace vrel::audio::hall {
 
 inline constexpr double decaySeconds = 3.1;       // to a thousandth of the amplitude, low and middle
@@ -15,7 +15,7 @@ inline constexpr double preDelaySeconds = 0.020;
 inline constexpr double driftSeconds = 0.00018;
 inline constexpr float allpassGain = 0.62F;
 
-// Levels: wet at full mix is meant to stand about 3 dB below a steady sound in the middle range.
+// Levels: wet at full mix is meant to be about 3 dB below a steady sound in the middle range.
 inline constexpr float earlyLevel = 0.28F;
 inline constexpr float lateLevel = 0.25F;
 
@@ -30,7 +30,7 @@ inline constexpr std::array<double, 16> lineSeconds{0.0291, 0.0617, 0.0347, 0.05
 inline constexpr std::array<double, 16> driftHertz{0.31, 0.47, 0.73, 0.37, 0.59, 0.83, 0.41, 0.67,
                                                    0.53, 0.29, 0.79, 0.61, 0.43, 0.71, 0.34, 0.56};
 
-// Even lines take the left side, odd ones the right, eight each with a total power of one.
+// Even lines feed the left channel, odd ones the right, eight each with a total power of one.
 inline constexpr float feed = 0.353553391F;
 inline constexpr std::array<float, 16> inputSigns{feed, feed,  -feed, feed, feed, -feed, feed,  -feed,
                                                   feed, -feed, -feed, feed, feed, feed,  -feed, -feed};

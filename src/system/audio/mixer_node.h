@@ -9,7 +9,7 @@
 
 namespace vrel::audio {
 
-/// Sums what comes in to two sides, a single channel to both, and sets the level. A listener gets
+/// Sums what comes in to stereo, a mono input into both channels, and sets the level. A listener gets
 /// the sum before the level, as one channel when every input is one.
 class MixerProcessor final : public NodeProcessor {
  public:

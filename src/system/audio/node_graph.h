@@ -15,8 +15,8 @@ namespace vrel::audio {
 /// Who is attached, and what leads where. Main thread; nothing here is known to the audio thread.
 ///
 /// Invariants:
-/// 1. A node has at most one link out. A node that is no mixer has at most one link in.
-/// 2. There is no circle. So what reaches a node is always a tree.
+/// 1. A node has at most one link out. A node that is not a mixer has at most one link in.
+/// 2. There is no cycle, so what reaches a node is always a tree.
 /// 3. The negotiated formats of attached nodes are up to date after every operation.
 class NodeGraph {
  public:
@@ -48,7 +48,7 @@ class NodeGraph {
   void detach(Entry& entry);
 
   /// Leads the output of `source` to `destination`, in place of where it led before and of what led
-  /// there unless that is a mixer. False, with nothing changed, when this would close a circle.
+  /// there unless that is a mixer. False, with nothing changed, when this would close a cycle.
   bool connect(Entry& source, Entry& destination);
 
   /// False when there was nothing to remove.

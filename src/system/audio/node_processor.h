@@ -38,9 +38,9 @@ struct ProcessBlock {
 
 /// The audio half of a node: everything of it that the audio thread may touch.
 ///
-/// Order of calls: `prepare` from the control half before the node first stands in a plan and again
+/// Order of calls: `prepare` from the control half before the node first is in a plan and again
 /// when rate changes, never while a plan with this node is being rendered; then, once per block,
-/// `begin` if nothing leads into it, and `process`. It is kept alive by every plan it stands in, so it may outlive its
+/// `begin` if nothing leads into it, and `process`. It is kept alive by every plan it is in, so it may outlive its
 /// node.
 class NodeProcessor {
  public:

@@ -12,7 +12,7 @@ class BlockRenderer {
  public:
   virtual ~BlockRenderer() = default;
 
-  /// Fills both sides with the next `frameCount` frames, any number from 1. Takes the audio role on
+  /// Fills both channels with the next `frameCount` frames, any number from 1. Takes the audio role on
   /// the calling thread; never from two threads at a time.
   virtual void render(float* left, float* right, std::uint32_t frameCount) noexcept = 0;
 
@@ -30,7 +30,7 @@ class OutputDevice {
   virtual ~OutputDevice() = default;
 
   /// Takes over settings that were changed, and looks for a device that was lost; it has stopped then, if it
-  /// had to be opened anew. An error when there is no device.
+  /// had to be reopened. An error when there is no device.
   [[nodiscard]] virtual Outcome prepare() { return {}; }
 
   /// Frames per second, and the usual size of a block. Fixed while it runs, but for a block size that

@@ -9,7 +9,7 @@
 
 namespace vrel::audio {
 
-/// Hands on what comes in, a single channel to both sides.
+/// Hands on what comes in, a mono input to both channels.
 class OutputProcessor final : public NodeProcessor {
  public:
   void prepare(double /*sampleRate*/) VREL_NOT_AUDIO_THREAD override {}
@@ -19,9 +19,9 @@ class OutputProcessor final : public NodeProcessor {
       return;
     }
     const Stream& input = block.inputs[0];
-    for (std::uint32_t side = 0; side < block.output.channelCount; ++side) {
-      std::copy_n(input.channels[std::min(side, input.channelCount - 1)], block.frameCount,
-                  block.output.channels[side]);
+    for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
+      std::copy_n(input.channels[std::min(channel, input.channelCount - 1)], block.frameCount,
+                  block.output.channels[channel]);
     }
   }
 };

@@ -55,7 +55,7 @@ void PacedNullDevice::run(BlockRenderer& renderer) {
     blocksPlayed_.fetch_add(1);
     deadline += period;
     if (const auto now = Clock::now(); now > deadline + period) {
-      // As a card does: what was missed stays missed, and the beat starts anew.
+      // As a card does: what was missed stays missed, and the next deadline counts from now.
       missedDeadlines_.fetch_add(1);
       deadline = now;
     }

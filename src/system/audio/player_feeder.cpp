@@ -38,7 +38,7 @@ Outcome PlayerFeeder::startThread() {
   try {
     thread_ = std::thread([this] { serve(); });
   } catch (const std::system_error& failure) {
-    return Error{std::string("there is no thread that reads audio files: ") + failure.what()};
+    return Error{std::string("cannot start the thread that reads audio files: ") + failure.what()};
   }
   return {};
 }
@@ -100,7 +100,7 @@ void PlayerFeeder::serve() {
   }
 }
 
-// Sharing each stream anew before every block would cost more than most rounds do.
+// Sharing each stream before every block would cost more than most rounds do.
 void PlayerFeeder::holdStreams() {
   std::erase_if(held_, [](const auto& stream) { return stream.use_count() == 1; });
   const MutexLock lock(mutex_);

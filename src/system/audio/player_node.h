@@ -43,7 +43,7 @@ class PlayerProcessor final : public NodeProcessor {
   std::uint32_t edgeDone_ = edgeFrames;
 };
 
-/// Plays files and buffers. Always two sides: one channel goes to both, those behind the second are left out.
+/// Plays files and buffers. Always stereo: a mono file goes to both channels, channels behind the second are left out.
 class PlayerNode final : public GraphNodeOf<AVAudioPlayerNode> {
  public:
   PlayerNode(std::shared_ptr<PlayerFeeder> feeder, std::shared_ptr<AudioConverterFactory> converters,

@@ -64,17 +64,17 @@ class PlayerStream {
   void prepare();
   void setSampleRate(double sampleRate) { sampleRate_.store(sampleRate); }
 
-  /// Reads the next frames if there is room for them, and tells whose segments are consumed. False when there
+  /// Reads the next frames if there is room for them, and calls the handlers of consumed segments. False when there
   /// was nothing to do.
   bool feed();
 
-  /// Whether it has to be fed again without being told so.
+  /// Whether it has to be fed again without a wake.
   [[nodiscard]] bool isActive();
 
   /// Gives what lags behind in the conversion when nothing follows in time: no more than `frames` are left.
   bool finish(std::uint32_t frames);
 
-  /// The fifo that sounds, kept from being filled anew until it is left; null for silence.
+  /// The fifo that sounds, kept from being filled again until it is left; null for silence.
   [[nodiscard]] PlaybackFifo* acquireFifo() noexcept VREL_AUDIO_THREAD;
   void releaseFifo() noexcept VREL_AUDIO_THREAD { entered_.store(nullptr, std::memory_order_release); }
 

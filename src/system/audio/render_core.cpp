@@ -67,7 +67,7 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
   }
 }
 
-void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount,
+void RenderCore::renderSlice(const Channels& channels, std::uint32_t frameCount,
                              std::optional<std::int64_t> deadline) noexcept {
   // Only this thread writes the counter: odd from here, even again at the end.
   const Turn turn = turn_.load(std::memory_order_relaxed);
@@ -78,8 +78,8 @@ void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount,
     if (silenceIfNotFinite(result, frameCount)) {
       RenderCounters::add(counters_.nonFiniteBlocks);
     }
-    for (std::uint32_t side = 0; side < sides.size() && result.channelCount > 0; ++side) {
-      std::copy_n(result.channels[std::min(side, result.channelCount - 1)], frameCount, sides[side]);
+    for (std::uint32_t channel = 0; channel < channels.size() && result.channelCount > 0; ++channel) {
+      std::copy_n(result.channels[std::min(channel, result.channelCount - 1)], frameCount, channels[channel]);
     }
     turn_.store(turn + 2);
     RenderCounters::add(counters_.blocks);
@@ -87,7 +87,7 @@ void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount,
       silent_ = false;
       fadedIn_ = 0;
     }
-    fadeIn(sides, frameCount);
+    fadeIn(channels, frameCount);
   } else {
     turn_.store(turn + 2);
     RenderCounters::add(counters_.silentBlocks);
@@ -97,13 +97,13 @@ void RenderCore::renderSlice(const Sides& sides, std::uint32_t frameCount,
       edgeSamples_ = lastSamples_;
     }
   }
-  addFadeOut(sides, frameCount);
-  lastSamples_ = {sides[0][frameCount - 1], sides[1][frameCount - 1]};
+  addFadeOut(channels, frameCount);
+  lastSamples_ = {channels[0][frameCount - 1], channels[1][frameCount - 1]};
 }
 
-void RenderCore::fadeIn(const Sides& sides, std::uint32_t frameCount) noexcept {
+void RenderCore::fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept {
   const std::uint32_t count = std::min(frameCount, edgeFrames - fadedIn_);
-  for (float* const samples : sides) {
+  for (float* const samples : channels) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
       samples[frame] *= static_cast<float>(fadedIn_ + frame + 1) / static_cast<float>(edgeFrames);
     }
@@ -111,12 +111,12 @@ void RenderCore::fadeIn(const Sides& sides, std::uint32_t frameCount) noexcept {
   fadedIn_ += count;
 }
 
-void RenderCore::addFadeOut(const Sides& sides, std::uint32_t frameCount) noexcept {
+void RenderCore::addFadeOut(const Channels& channels, std::uint32_t frameCount) noexcept {
   const std::uint32_t count = std::min(frameCount, edgeFrames - fadedOut_);
-  for (std::size_t side = 0; side < sides.size(); ++side) {
+  for (std::size_t channel = 0; channel < channels.size(); ++channel) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
       const auto left = static_cast<float>(edgeFrames - fadedOut_ - frame - 1);
-      sides[side][frame] += edgeSamples_[side] * left / static_cast<float>(edgeFrames);
+      channels[channel][frame] += edgeSamples_[channel] * left / static_cast<float>(edgeFrames);
     }
   }
   fadedOut_ += count;

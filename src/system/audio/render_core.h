@@ -40,12 +40,12 @@ class RenderCore {
   void render(float* left, float* right, std::uint32_t frameCount, double sampleRate) noexcept VREL_AUDIO_THREAD;
 
  private:
-  using Sides = std::array<float*, maximumStreamChannels>;
+  using Channels = std::array<float*, maximumStreamChannels>;
 
-  void renderSlice(const Sides& sides, std::uint32_t frameCount,
+  void renderSlice(const Channels& channels, std::uint32_t frameCount,
                    std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
-  void fadeIn(const Sides& sides, std::uint32_t frameCount) noexcept;
-  void addFadeOut(const Sides& sides, std::uint32_t frameCount) noexcept;
+  void fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept;
+  void addFadeOut(const Channels& channels, std::uint32_t frameCount) noexcept;
 
   RenderCounters& counters_;
   const bool watchTime_;

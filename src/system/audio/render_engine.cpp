@@ -110,7 +110,7 @@ Outcome RenderEngine::start() {
   }
   const double sampleRate = device_->sampleRate();
   if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate)) {
-    return Error{"the audio device has a sample rate of " + std::to_string(sampleRate) + ", which can not be used"};
+    return Error{"the audio device has a sample rate of " + std::to_string(sampleRate) + ", which cannot be used"};
   }
   graph_.setSampleRate(sampleRate);
   // The plan first: a device that begins to ask finds sound, not a gap.

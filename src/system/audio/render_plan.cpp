@@ -22,7 +22,7 @@ void RenderPlan::clear() {
 }
 
 Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena) {
-  // The inputs of a step stand side by side, so they are gathered before their own inputs' place is known.
+  // The inputs of a step are contiguous, so they are gathered before their own inputs' place is known.
   std::vector<Stream> inputs;
   inputs.reserve(entry.sources.size());
   for (const NodeGraph::Entry* const source : entry.sources) {

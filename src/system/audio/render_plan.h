@@ -23,10 +23,10 @@ namespace vrel::audio {
 /// their last share must not end inside a block.
 ///
 /// Invariants:
-/// 1. A step stands behind all steps whose output it reads.
+/// 1. A step comes after all steps whose output it reads.
 /// 2. The output buffers of a step are none of its own inputs, nor the output of an earlier step that
 ///    a later one still has to read. Apart from that, buffers are used again as soon as they are read.
-/// 3. Only nodes that reach the output stand in it.
+/// 3. Only nodes that reach the output are in it.
 class RenderPlan {
  public:
   RenderPlan() = default;

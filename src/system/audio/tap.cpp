@@ -32,7 +32,7 @@ void TapPoint::install(std::uint32_t bufferSize, std::optional<AVAudioFormat> fo
 
 void TapPoint::remove() {
   active_.store(nullptr);
-  // Sequentially consistent on both sides: either the audio thread sees the null, or we see it at work.
+  // Sequentially consistent in both threads: either the audio thread sees the null, or we see it at work.
   while (pushing_.load()) {
     std::this_thread::yield();
   }

@@ -26,7 +26,7 @@ namespace vrel::audio {
 /// 1. While `remove` runs it waits for a push and a delivery under way; after it nobody holds the
 ///    block, whose captures have died on the thread that called `remove`.
 /// 2. The audio thread sees a fifo through `active_` only, and only between its two writes of `pushing_`.
-/// 3. One audio thread pushes at a time: a node stands in one engine.
+/// 3. One audio thread pushes at a time: a node is in one engine.
 class TapPoint {
  public:
   TapPoint();
@@ -68,7 +68,7 @@ class TapPoint {
   std::unique_ptr<TapFifo> fifo_;  // kept after a removal for the next one of its size
   double sampleRate_ = 0;
 
-  // Both sides of the hand-over to the audio thread.
+  // Shared with the audio thread.
   std::atomic<TapFifo*> active_{nullptr};
   std::atomic<bool> pushing_{false};
   std::atomic<std::uint64_t> dropped_{0};

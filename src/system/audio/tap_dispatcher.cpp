@@ -11,7 +11,7 @@
 namespace vrel::audio {
 namespace {
 
-// Half a display frame at 120 per second: the meters never miss a look.
+// Half a display frame at 120 per second: the meters are never older than that.
 constexpr std::chrono::milliseconds lookEvery{4};
 
 }  // namespace
@@ -45,7 +45,7 @@ Outcome TapDispatcher::startThread() {
       }
     });
   } catch (const std::system_error& failure) {
-    return Error{std::string("there is no thread for the level taps: ") + failure.what()};
+    return Error{std::string("cannot start the thread of the level meters: ") + failure.what()};
   }
   return {};
 }

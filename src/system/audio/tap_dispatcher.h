@@ -15,7 +15,7 @@
 namespace vrel::audio {
 
 /// Brings the buffers of an engine's taps to their listeners: on a thread of its own beside a device
-/// in real time, or from `deliver` where the caller pumps. Looks at the rings every few
+/// in real time, or from `deliver` where the caller pumps. Checks the taps every few
 /// milliseconds, so the audio thread never has to wake anybody.
 ///
 /// Owns a share of each tap point while its node is attached; drops it on the main thread only.

@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* alsaKeyPrefix = "alsa:";
 
-/// Looked at first, since the library tells the terminal when it is not there.
+/// Checked first, since the library writes to the terminal when it is not there.
 bool hasSequencer() {
   return ::access("/dev/snd/seq", R_OK | W_OK) == 0;
 }

@@ -21,7 +21,7 @@ struct AudioDeviceDescription {
   bool isDefaultOutput = false;
 };
 
-/// An open output: closed when it is let go of. Main thread, but for what is marked.
+/// An open output: closed by its destructor. Main thread, but for what is marked.
 class OutputStream {
  public:
   virtual ~OutputStream() = default;
@@ -30,7 +30,7 @@ class OutputStream {
   [[nodiscard]] virtual double sampleRate() const = 0;
   [[nodiscard]] virtual std::uint32_t blockFrames() const = 0;
 
-  /// Changes the size of the blocks of an open stream; false when it has to be opened anew for that.
+  /// Changes the size of the blocks of an open stream; false when it has to be reopened for that.
   [[nodiscard]] virtual bool changeBlockFrames(std::uint32_t frames) = 0;
 
   /// Begins to ask for blocks, on a thread of the backend.

@@ -68,8 +68,8 @@ Outcome JackStream::open(const std::string& serverName) {
 
 bool JackStream::registerAll(jack_client_t* client) {
   constexpr std::array<const char*, 2> names = {"left", "right"};
-  for (std::size_t side = 0; side < ports_.size(); ++side) {
-    ports_[side] = jack_port_register(client, names[side], audioType, JackPortIsOutput | JackPortIsTerminal, 0);
+  for (std::size_t channel = 0; channel < ports_.size(); ++channel) {
+    ports_[channel] = jack_port_register(client, names[channel], audioType, JackPortIsOutput | JackPortIsTerminal, 0);
   }
   return ports_[0] != nullptr && ports_[1] != nullptr && jack_set_xrun_callback(client, countUnderrun, this) == 0 &&
          jack_set_sample_rate_callback(client, noticeSampleRate, this) == 0;
@@ -112,10 +112,10 @@ bool JackStream::link(jack_client_t* client) const {
   if (inputs.empty()) {
     return false;
   }
-  for (std::size_t side = 0; side < ports_.size(); ++side) {
-    // On a single loudspeaker both sides are heard.
-    const auto& input = inputs[std::min(side, inputs.size() - 1)];
-    if (jack_connect(client, jack_port_name(ports_[side]), input.c_str()) != 0) {
+  for (std::size_t channel = 0; channel < ports_.size(); ++channel) {
+    // A single loudspeaker gets both channels.
+    const auto& input = inputs[std::min(channel, inputs.size() - 1)];
+    if (jack_connect(client, jack_port_name(ports_[channel]), input.c_str()) != 0) {
       return false;
     }
   }

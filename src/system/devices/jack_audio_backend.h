@@ -14,9 +14,9 @@ namespace vrel::system {
 
 /// The devices of a JACK server: each client with physical ports is one, as "system" is.
 ///
-/// It speaks to JACK itself and not through RtAudio, whose way there tells the terminal when the server dies, closes
+/// It speaks to JACK itself and not through RtAudio, which writes to the terminal when the server dies, closes
 /// the stream on a thread of its own while it may be in use, falls silent when anyone changes the
-/// server's block size, and can not change it.
+/// server's block size, and cannot change it.
 class JackAudioBackend final : public AudioBackend {
  public:
   explicit JackAudioBackend(std::string serverName) : serverName_(std::move(serverName)) {}

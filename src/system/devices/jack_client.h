@@ -17,14 +17,14 @@ namespace vrel::system {
 ///
 /// What the library does, and this class is there for:
 /// 1. When a client is opened after a server has died, the library frees all clients of the process that it
-///    still had, those too that have not been told of the death yet, and never will be. So all are told and closed here
-///    before another one is opened, and all questions to the library are asked one at a time, and none to a dead
-///    client.
+///    still had, those too that have not been notified of the death yet, and never will be. So all are notified and
+///    closed here before another one is opened, and all questions to the library are asked one at a time, and none to a
+///    dead client.
 /// 2. Closing stops the library's threads at any instruction. So a block under way is waited for, and what the library
 ///    calls back must neither lock nor allocate, whether on the audio thread or not.
-/// 3. It writes to the terminal. Here it does not; what matters of a failure is told in our own words.
+/// 3. It writes to the terminal. Here it does not; what matters of a failure is logged in our own words.
 ///
-/// Any thread, but an object is made, activated and let go of on one at a time.
+/// Any thread, but an object is made, activated and released on one at a time.
 class JackClient {
  public:
   /// What JACK calls, with the owner. `process` asks for a block, on the audio thread.

@@ -32,14 +32,14 @@ constexpr std::uint32_t mostFaults = 16;
 constexpr auto longestOpen = std::chrono::seconds(2);
 constexpr auto longestEnd = std::chrono::milliseconds(500);
 
-// RtAudio tells faults of its own thread without saying of which stream; there is one at a time.
+// RtAudio reports errors of its own thread without naming the stream; there is one at a time.
 std::atomic<std::uint32_t> faults{0};
 
 void noteFault(RtAudioError::Type /*type*/, const std::string& /*text*/) {
   faults.fetch_add(1, std::memory_order_relaxed);
 }
 
-/// RtAudio would do the same, and tell the terminal.
+/// RtAudio would do the same, and write to the terminal.
 void hurry() {
   constexpr int priority = 70;
   sched_param parameters{};
@@ -49,7 +49,7 @@ void hurry() {
 
 }  // namespace
 
-/// What RtAudio's thread uses. It lives until RtAudio has let go of it.
+/// What RtAudio's thread uses. It lives until RtAudio has released it.
 struct RtAudioStream::Session {
   Session(std::shared_ptr<RtAudioLibrary> itsLibrary, double buffered)
       : library(std::move(itsLibrary)), leastBuffered(buffered) {}
@@ -68,7 +68,7 @@ struct RtAudioStream::Session {
   double sampleRate = usualRate;
   unsigned blockFrames = usualFrames;
   unsigned channels = 2;
-  std::vector<float> sides;  // both, for a device with one channel
+  std::vector<float> stereo;  // for a device with one channel
   std::atomic<audio::BlockRenderer*> renderer{nullptr};
   std::atomic<bool> isRendering{false};
   std::atomic<Clock::rep> lastBlock{0};
@@ -95,7 +95,7 @@ void RtAudioStream::Session::render(float* output, unsigned frames) {
   // In one order with takeRenderer: either it sees that a block is under way, or the block sees that nobody renders.
   isRendering = true;
   audio::BlockRenderer* const current = renderer;
-  float* const left = channels == 1 ? sides.data() : output;
+  float* const left = channels == 1 ? stereo.data() : output;
   float* const right = left + frames;
   if (current != nullptr) {
     current->render(left, right, frames);
@@ -163,11 +163,11 @@ Outcome RtAudioStream::Session::openDevice(unsigned device, const RtAudio::Devic
                    noteFault);
   isOpen = audio.isStreamOpen();
   if (!isOpen) {
-    return Error{"it can not be opened"};
+    return Error{"it cannot be opened"};
   }
   sampleRate = audio.getStreamSampleRate();
   if (channels == 1) {
-    sides.resize(std::size_t{2} * blockFrames);
+    stereo.resize(std::size_t{2} * blockFrames);
   }
   return {};
 }

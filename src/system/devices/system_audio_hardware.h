@@ -23,7 +23,7 @@ struct OutputChoice {
 /// The machine's audio devices: those of the first backend that has one with outputs.
 ///
 /// A UID is the backend's name and the device's: "jack:system". An id is given to a UID when it is first
-/// seen and stays its own for the run. `devices` looks anew; the other questions are answered from its last look.
+/// seen and stays its own for the run. `devices` lists them again; the other questions are answered from its last list.
 /// What is set is kept here, and taken over by the output (SystemAudioOutput) at its next `prepare` or start.
 /// Main thread.
 class SystemAudioHardware final : public AudioHardware {
@@ -51,7 +51,7 @@ class SystemAudioHardware final : public AudioHardware {
     std::string deviceName;
   };
 
-  /// Looks anew and opens what was chosen.
+  /// Lists the devices again and opens what was chosen.
   [[nodiscard]] Result<Opened> open(const OutputChoice& choice);
 
  private:

@@ -11,7 +11,7 @@ namespace vrel::system {
 
 SystemAudioOutput::SystemAudioOutput(SystemAudioHardware& hardware, MainQueue& mainQueue, LostBlock onLost)
     : hardware_(hardware), mainQueue_(mainQueue), onLost_(std::move(onLost)) {
-  // A failure shows at the start, where there is someone to tell it to.
+  // A failure shows at the start, where there is someone to report it to.
   static_cast<void>(SystemAudioOutput::prepare());
 }
 

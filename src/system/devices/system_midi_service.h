@@ -12,7 +12,7 @@
 
 namespace vrel::system {
 
-/// The MIDI sources of the machine, from all backends side by side.
+/// The MIDI sources of the machine, from all backends together.
 ///
 /// One client with one port at a time, which is what the program makes; the backends appear to others under
 /// their names once the port is made, and only then are there sources. Each message of a source is

@@ -66,7 +66,8 @@ void MainLoop::async(Work work) {
 }
 
 void MainLoop::sync(const Work& /*work*/) {
-  static_cast<void>(VREL_EXPECTS(!"nobody waits for the main queue"));
+  constexpr bool nobodyWaitsForTheMainQueue = false;
+  static_cast<void>(VREL_EXPECTS(nobodyWaitsForTheMainQueue));
 }
 
 void MainLoop::asyncAfter(double seconds, Work work) {

@@ -33,7 +33,8 @@ void OfflineMainLoop::async(Work work) {
 }
 
 void OfflineMainLoop::sync(const Work& /*work*/) {
-  static_cast<void>(VREL_EXPECTS(!"nobody waits for the main queue"));
+  constexpr bool nobodyWaitsForTheMainQueue = false;
+  static_cast<void>(VREL_EXPECTS(nobodyWaitsForTheMainQueue));
 }
 
 void OfflineMainLoop::asyncAfter(double seconds, Work work) {

@@ -15,7 +15,7 @@ struct MidiRecord {
 };
 static_assert(std::is_trivially_copyable_v<MidiRecord> && sizeof(MidiRecord) == 3);
 
-/// How many of the three bytes belong to a message with this status; 0 for what is no status at all.
+/// How many of the three bytes belong to a message with this status; 0 for a byte that is not a status.
 [[nodiscard]] constexpr std::uint32_t midiMessageBytes(std::uint8_t status) {
   if (status < 0x80) {
     return 0;

@@ -12,7 +12,7 @@
 
 namespace vrel {
 
-/// Where the music stands at the first frame of a block. Copied bytewise between processes.
+/// The musical position at the first frame of a block. Copied bytewise between processes.
 struct MusicalTime {
   double tempoBpm = 120;
   double beat = 0;  // since beat 0 of the song

@@ -6,7 +6,7 @@
 
 namespace vrel {
 
-/// An instrument that tells which events it is given. For a log of a performance; an instrument node
+/// An instrument that reports the events it is given. For a log of a performance; an instrument node
 /// that offers it also derives from this class, and whoever wants the log looks for it.
 class ObservableInstrument {
  public:

@@ -4,7 +4,7 @@
 namespace vrel {
 
 /// A node whose plug-in runs in a process of its own. It derives from this class beside its platform
-/// interface, and whoever wants to tell of the process looks for it.
+/// interface, and whoever reports on the process looks for it.
 class SandboxedNode {
  public:
   virtual ~SandboxedNode() = default;

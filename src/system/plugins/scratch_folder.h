@@ -10,8 +10,8 @@ namespace vrel {
 
 /// A folder for temporary files, removed with this object.
 ///
-/// A program that is killed can not remove its folders. So each is locked by a descriptor for as long as it is in use;
-/// the system lets go of the lock however the program ends, and `sweep`, in whatever program starts
+/// A program that is killed cannot remove its folders. So each is locked by a descriptor for as long as it is in use;
+/// the system releases the lock however the program ends, and `sweep`, in whatever program starts
 /// next, removes the folders that nobody holds. Not thread-safe; different objects are independent.
 class ScratchFolder {
  public:

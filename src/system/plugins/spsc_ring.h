@@ -9,7 +9,7 @@
 
 namespace vrel {
 
-/// A queue of small records from one thread to one other, wait-free on both sides.
+/// A queue of small records from one thread to one other, wait-free for both.
 ///
 /// One thread pushes, one thread looks at the front and pops. Who plays either part may change as
 /// long as the change itself is a synchronisation.

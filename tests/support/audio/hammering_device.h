@@ -57,7 +57,7 @@ class HammeringDevice final : public OutputDevice {
   std::thread thread_;
 };
 
-/// A device that can not be opened, as often as it is told to.
+/// A device that cannot be opened, as often as the test wants.
 class FailingDevice final : public OutputDevice {
  public:
   explicit FailingDevice(int failures) : failures_(failures) {}

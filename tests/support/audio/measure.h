@@ -32,8 +32,8 @@ double decaySeconds(std::span<const float> impulseResponse, double sampleRate);
 /// over the share that Gaussian noise has. Near 1 when echoes are dense; small when they are sparse.
 double echoDensity(std::span<const float> samples);
 
-/// How far the strongest bin in the band stands above its surroundings, decibels of power. For
-/// Gaussian noise 10 to 12; a resonance stands higher.
+/// How far the strongest bin in the band is above its surroundings, decibels of power. For
+/// Gaussian noise 10 to 12; a resonance is higher.
 double spectralPeakDecibels(std::span<const float> samples, double sampleRate, double lowHertz, double highHertz);
 
 /// How much a stretch repeats itself after any time between the two: the strongest correlation with itself,

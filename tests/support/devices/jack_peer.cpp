@@ -12,8 +12,8 @@ namespace vrel::system::test {
 
 Recorder::Recorder(const std::string& serverName, std::size_t mostFrames)
     : client_(joinServer("recorder", serverName)) {
-  for (auto& side : sides_) {
-    side.resize(mostFrames);
+  for (auto& channel : channels_) {
+    channel.resize(mostFrames);
   }
   ports_[0] = jack_port_register(client_.get(), "in_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
   ports_[1] = jack_port_register(client_.get(), "in_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
@@ -26,10 +26,10 @@ Recorder::Recorder(const std::string& serverName, std::size_t mostFrames)
 int Recorder::process(jack_nframes_t frames, void* recorder) {
   auto& self = *static_cast<Recorder*>(recorder);
   const std::size_t position = self.recorded_.load(std::memory_order_relaxed);
-  const std::size_t count = std::min<std::size_t>(frames, self.sides_[0].size() - position);
-  for (std::size_t side = 0; side < self.sides_.size(); ++side) {
-    const auto* const samples = static_cast<const float*>(jack_port_get_buffer(self.ports_[side], frames));
-    std::copy_n(samples, count, self.sides_[side].data() + position);
+  const std::size_t count = std::min<std::size_t>(frames, self.channels_[0].size() - position);
+  for (std::size_t channel = 0; channel < self.channels_.size(); ++channel) {
+    const auto* const samples = static_cast<const float*>(jack_port_get_buffer(self.ports_[channel], frames));
+    std::copy_n(samples, count, self.channels_[channel].data() + position);
   }
   self.recorded_.store(position + count, std::memory_order_release);
   return 0;

@@ -21,12 +21,12 @@ class Recorder {
 
   /// Frames recorded so far.
   [[nodiscard]] std::size_t recorded() const { return recorded_.load(std::memory_order_acquire); }
-  [[nodiscard]] const std::vector<float>& side(std::size_t index) const { return sides_.at(index); }
+  [[nodiscard]] const std::vector<float>& channel(std::size_t index) const { return channels_.at(index); }
 
  private:
   static int process(jack_nframes_t frames, void* recorder);
 
-  std::array<std::vector<float>, 2> sides_;
+  std::array<std::vector<float>, 2> channels_;
   std::atomic<std::size_t> recorded_{0};
   std::array<jack_port_t*, 2> ports_{};
   Client client_;  // last: its thread uses the above

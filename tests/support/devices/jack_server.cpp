@@ -30,7 +30,7 @@ std::filesystem::path socketOf(const std::string& name) {
   return jackFolder / ("jack_" + name + "_" + std::to_string(::getuid()) + "_0");
 }
 
-/// JACK keeps what is told about ports in a database of the user's, which all its programs open. One that is killed
+/// JACK keeps the properties of ports in a database of the user's, which all its programs open. One that is killed
 /// while it makes it leaves it damaged, and each program that opens it later ends with a bus error.
 void removeLeftovers(const std::string& name) {
   std::error_code ignored;
@@ -97,7 +97,7 @@ bool JackServer::waitUntilReady() {
   bool isReady = false;
   const auto joins = [&] {
     if (!std::filesystem::exists(socketOf(name_))) {
-      return !process_.isRunning();  // no client before: it would make the database side by side with the server
+      return !process_.isRunning();  // no client before: it would make the database at the same time as the server
     }
     const auto client = joinServer("ready", name_);
     isReady = client != nullptr;

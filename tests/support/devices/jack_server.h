@@ -17,7 +17,7 @@ namespace vrel::system::test {
 /// among the eight that a machine has room for, until one of its name starts.
 ///
 /// The server ends with the object, and with the test's process. In real time where the machine allows it; if not,
-/// without, which is told.
+/// without, which is logged.
 class JackServer {
  public:
   /// Waits for its turn, and throws when other programs do not end.

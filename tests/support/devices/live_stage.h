@@ -25,7 +25,7 @@ namespace vrel::system::test {
 /// their own, sound to its playback ports.
 ///
 /// The thread that makes it is the main thread, and cranks `loop`: work that other threads post wakes it. The clock
-/// stands, so timers do not tick and the plug-ins' beat does not move.
+/// is stopped, so timers do not tick and the plug-ins' beat does not move.
 class LiveStage {
  public:
   struct Settings {
@@ -34,7 +34,7 @@ class LiveStage {
     bool sandbox = true;  // instruments in processes of their own
   };
 
-  /// Makes the program and starts its engine. Throws when plug-ins can not have processes.
+  /// Makes the program and starts its engine. Throws when plug-ins cannot have processes.
   explicit LiveStage(const Settings& settings);
   LiveStage(const LiveStage&) = delete;
   LiveStage& operator=(const LiveStage&) = delete;
@@ -42,7 +42,7 @@ class LiveStage {
   /// Puts the instrument with this LV2 URI on a strip of its own, and waits until it is there.
   [[nodiscard]] Outcome load(const std::string& uri);
 
-  /// What the program told its user so far. Runs what is ready on the main queue.
+  /// The lines that the program has printed so far. Runs what is ready on the main queue.
   [[nodiscard]] const std::vector<std::string>& lines();
 
   [[nodiscard]] AudioEngine& engine() { return *engine_; }
@@ -54,7 +54,7 @@ class LiveStage {
   [[nodiscard]] AudioUnitFactory& units() { return sandbox_ ? static_cast<AudioUnitFactory&>(*sandbox_) : lv2Units_; }
   void makeSandbox(const Settings& settings);
 
-  // In the order of birth; what stands further down uses what stands above.
+  // In construction order: what is further down uses what is above.
   simulation::RecordingConsole console_;
   OfflineClock clock_;
   OfflineMainLoop loop_{clock_};

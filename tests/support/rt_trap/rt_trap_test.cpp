@@ -86,7 +86,7 @@ void keep(void* pointer) {
 
 struct TrappedCall {
   const char* name;
-  const char* toldAs;
+  const char* reportedAs;
   void (*call)(Surroundings&);
   bool needsWaking = false;
 
@@ -256,14 +256,14 @@ class RtTrap : public testing::TestWithParam<TrappedCall> {
 };
 
 TEST_P(RtTrap, AbortsInsideABlock) {
-  const std::string told = std::string("rt trap: ") + GetParam().toldAs + " inside an audio block\n";
+  const std::string report = std::string("rt trap: ") + GetParam().reportedAs + " inside an audio block\n";
   EXPECT_DEATH(
       {
         makeReady();
         const vrel::AudioThreadScope block;
         GetParam().call(around_);
       },
-      told);
+      report);
 }
 
 TEST_P(RtTrap, LetsTheCallPassOutsideABlock) {
@@ -355,7 +355,7 @@ TEST(RtTrapRules, WhatCannotWaitIsAllowed) {
   }
   condition.notify_one();
   std::free(nullptr);
-  const vrel::ForeignCodeScope telling;
+  const vrel::ForeignCodeScope reporting;
   EXPECT_EQ(taken, 0);
 }
 

@@ -15,23 +15,23 @@
 namespace vrel::rt_trap {
 namespace {
 
-// Telling of a fault calls what the trap watches.
-constinit thread_local bool telling = false;
+// Reporting a fault calls what the trap watches.
+constinit thread_local bool reporting = false;
 
 constexpr int deepestBacktrace = 48;
 constexpr int standardError = 2;
 
-void tell(const char* text) noexcept {
+void report(const char* text) noexcept {
   if (::syscall(SYS_write, standardError, text, std::strlen(text)) < 0) {
     return;  // nowhere left to complain
   }
 }
 
 [[noreturn]] void stop(const char* call) noexcept {
-  telling = true;
-  tell("rt trap: ");
-  tell(call);
-  tell(" inside an audio block\n");
+  reporting = true;
+  report("rt trap: ");
+  report(call);
+  report(" inside an audio block\n");
   std::array<void*, deepestBacktrace> frames{};
   const int count = ::backtrace(frames.data(), deepestBacktrace);
   ::backtrace_symbols_fd(frames.data(), count, standardError);
@@ -41,7 +41,7 @@ void tell(const char* text) noexcept {
 }  // namespace
 
 void check(const char* call) noexcept {
-  if (audioScopeDepth() > 0 && !telling) {
+  if (audioScopeDepth() > 0 && !reporting) {
     stop(call);
   }
 }
@@ -49,9 +49,9 @@ void check(const char* call) noexcept {
 void* nextDefinition(const char* name) noexcept {
   void* found = ::dlsym(RTLD_NEXT, name);
   if (found == nullptr) {
-    tell("rt trap: the C library has no ");
-    tell(name);
-    tell("\n");
+    report("rt trap: the C library has no ");
+    report(name);
+    report("\n");
     std::abort();
   }
   return found;

@@ -121,7 +121,7 @@ TEST(GraphSound, AChainOfEffectsRunsInItsOrder) {
   EXPECT_EQ(stage.record(10).right.back(), 0.375F);
 }
 
-TEST(GraphSound, AMasterChainStandsBetweenMixerAndOutput) {
+TEST(GraphSound, AMasterChainIsBetweenMixerAndOutput) {
   OfflineStage stage;
   stage.addStrip(2, constant(0.5F));
   const auto effect = std::make_shared<FactorNode>(0.5F);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t rampFrames = 240;  // 5 ms at 48 kHz
 
-TEST(LevelSound, TheFirstBlockStandsAtItsLevelAtOnce) {
+TEST(LevelSound, TheFirstBlockIsAtItsLevelAtOnce) {
   OfflineStage stage;
   const Strip strip = stage.addStrip(2, constant(1));
   strip.meter->setOutputVolume(0.25F);
@@ -91,7 +91,7 @@ TEST(LevelSound, TheSumOfTheSystemIsNotLimited) {
   EXPECT_EQ(stage.record(10).left.back(), 31.6F);
 }
 
-TEST(LevelSound, ALevelThatIsNoNumberIsSilentAndReadBack) {
+TEST(LevelSound, ALevelThatIsNotANumberIsSilentAndReadBack) {
   OfflineStage stage;
   const Strip strip = stage.addStrip(2, constant(1));
   strip.meter->setOutputVolume(std::numeric_limits<float>::quiet_NaN());

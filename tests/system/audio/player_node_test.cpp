@@ -29,7 +29,7 @@ float sampleAt(std::size_t frame) {
   return static_cast<float>(frame % 1000 + 1) / 2000.0F;
 }
 
-/// Never silent; the right side is the left one's negative.
+/// Never silent; the right channel is the negative of the left.
 SimulatedSound stepsOf(std::size_t frameCount) {
   SimulatedSound sound;
   sound.channels.resize(2);
@@ -215,21 +215,21 @@ TEST_F(Player, HasAVolumeOfItsOwn) {
   EXPECT_EQ(stage.record(blockFrames).left[100], sampleAt(100) * 0.5F);
 }
 
-/// A file whose reads wait, but for the first, until they are let go.
+/// A file whose reads wait, but for the first, until they are released.
 class SlowFile : public SimulatedAudioFile {
  public:
   SlowFile() : SimulatedAudioFile("/slow", stepsOf(200000)) {}
   Outcome readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) override {
     if (++reads == 2) {
       isReading.count_down();
-      letGo.wait();
+      released.wait();
     }
     return SimulatedAudioFile::readIntoBuffer(buffer, frameCount);
   }
 
   int reads = 0;
   std::latch isReading{1};
-  std::latch letGo{1};
+  std::latch released{1};
 };
 
 TEST(RunningPlayer, AStopDoesNotWaitForTheDisk) {
@@ -242,7 +242,7 @@ TEST(RunningPlayer, AStopDoesNotWaitForTheDisk) {
   file->isReading.wait();  // on the feeder's thread
   player->stop();
   EXPECT_TRUE(isStopped);
-  file->letGo.count_down();
+  file->released.count_down();
 }
 
 TEST(RunningPlayer, RunsAndStopsUnderARenderThatNeverPauses) {

@@ -25,7 +25,7 @@ class ForeignNode final : public AVAudioNode {
   void removeTap(int) override {}
 };
 
-TEST(RenderEngine, StartsStopsAndTellsSo) {
+TEST(RenderEngine, StartsStopsAndSaysSo) {
   OfflineStage stage;
   EXPECT_FALSE(stage.engine->isRunning());
   ASSERT_FALSE(stage.engine->start());
@@ -87,7 +87,7 @@ TEST(RenderEngine, StopStopsTheDeviceOnlyAtTheEndOfItsLife) {
   EXPECT_EQ(device->renderBlock().left.size(), 128U);
 }
 
-TEST(RenderEngine, ACircleIsRefusedAndCounted) {
+TEST(RenderEngine, ACycleIsRefusedAndCounted) {
   OfflineStage stage;
   const auto first = std::make_shared<MixerNode>();
   const auto second = std::make_shared<MixerNode>();
@@ -98,7 +98,7 @@ TEST(RenderEngine, ACircleIsRefusedAndCounted) {
   EXPECT_EQ(stage.counters->refusedConnections.load(), 1U);
   stage.link(first, first);
   EXPECT_EQ(stage.counters->refusedConnections.load(), 2U);
-  // What was there before stands.
+  // What was there before stays.
   const auto source = makeSource(1, constant(1));
   stage.engine->attach(source);
   stage.link(source, first);
@@ -135,7 +135,7 @@ TEST(RenderEngine, AForeignNodeIsRefused) {
   EXPECT_EQ(stage.counters->refusedConnections.load(), 1U);
 }
 
-TEST(RenderEngine, ANodeStandsInOneEngineAtATime) {
+TEST(RenderEngine, ANodeIsInOneEngineAtATime) {
   OfflineStage first;
   OfflineStage second;
   const auto source = makeSource(1, constant(1));

@@ -117,7 +117,7 @@ TEST_P(ReverbAtRate, IsDenseAfterATenthOfASecond) {
   }
 }
 
-TEST_P(ReverbAtRate, NoLineStandsOutOfTheLateTail) {
+TEST_P(ReverbAtRate, NoLineSticksOutOfTheLateTail) {
   const double rate = GetParam();
   const std::vector<float> response = Hall(rate, 1, 100).wet(impulse(), 4.6)[0];
   for (const double begin : {0.3, 1.0, 2.0, 3.0}) {

@@ -27,7 +27,7 @@ class AudioLoss : public testing::Test {
   OutputStage stage;
 };
 
-TEST_F(AudioLoss, TheServersDeathIsToldOnceAndSettingsAppliedAgainBringTheSoundBack) {
+TEST_F(AudioLoss, TheServersDeathIsReportedOnceAndSettingsAppliedAgainBringTheSoundBack) {
   stage.server.start();
   auto output = makeOutput();
   for (int round = 1; round <= 3; ++round) {
@@ -53,10 +53,10 @@ TEST_F(AudioLoss, TheServersDeathIsToldOnceAndSettingsAppliedAgainBringTheSoundB
     EXPECT_TRUE(output->isRunning());
     Recorder recorder(stage.server.name(), 4800);
     ASSERT_TRUE(eventually([&] { return recorder.recorded() == 4800; }));
-    EXPECT_NE(recorder.side(1).back(), 0) << "sound";
+    EXPECT_NE(recorder.channel(1).back(), 0) << "sound";
     output->stop();
     stage.loop.runPending();
-    EXPECT_EQ(stage.lost.size(), static_cast<std::size_t>(round)) << "told once";
+    EXPECT_EQ(stage.lost.size(), static_cast<std::size_t>(round)) << "reported once";
   }
 }
 
@@ -69,7 +69,7 @@ TEST_F(AudioLoss, AServerThatEndsInGoodOrderIsALossToo) {
   EXPECT_FALSE(output->isRunning());
 }
 
-TEST_F(AudioLoss, AnOutputThatIsGoneIsNotTold) {
+TEST_F(AudioLoss, AnOutputThatIsGoneIsNotReported) {
   stage.server.start();
   auto output = makeOutput();
   ASSERT_FALSE(output->start(stage.renderer));

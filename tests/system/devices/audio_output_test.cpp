@@ -15,7 +15,7 @@ namespace {
 
 /// Where in a recording the renderer's frames begin; the recording's length if they do not.
 std::size_t firstFrame(const Recorder& recorder) {
-  const auto& numbers = recorder.side(1);
+  const auto& numbers = recorder.channel(1);
   const auto found = std::find_if(numbers.begin(), numbers.end(), [](float number) { return number != 0; });
   return static_cast<std::size_t>(found - numbers.begin());
 }
@@ -37,11 +37,11 @@ TEST(AudioOutput, ASineArrivesAtThePlaybackSideSampleForSample) {
   // Two links are made one after the other: from where both are there, all must be.
   const std::size_t start = firstFrame(recorder);
   ASSERT_LT(start, frames / 2);
-  const auto number = static_cast<std::uint32_t>(recorder.side(1)[start]);
+  const auto number = static_cast<std::uint32_t>(recorder.channel(1)[start]);
   for (std::size_t index = start; index < frames; ++index) {
     const auto frame = number + static_cast<std::uint32_t>(index - start);
-    ASSERT_EQ(recorder.side(1)[index], static_cast<float>(frame)) << "a gap at " << index;
-    ASSERT_EQ(recorder.side(0)[index], SineRenderer::sample(frame)) << "at " << index;
+    ASSERT_EQ(recorder.channel(1)[index], static_cast<float>(frame)) << "a gap at " << index;
+    ASSERT_EQ(recorder.channel(0)[index], SineRenderer::sample(frame)) << "at " << index;
   }
 }
 

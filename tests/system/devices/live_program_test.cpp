@@ -24,8 +24,8 @@ constexpr const char* piano = "http://drobilla.net/plugins/mda/Piano";
 
 bool isSilent(const Recorder& recorder) {
   const auto isZero = [](float sample) { return sample == 0; };
-  return std::all_of(recorder.side(0).begin(), recorder.side(0).end(), isZero) &&
-         std::all_of(recorder.side(1).begin(), recorder.side(1).end(), isZero);
+  return std::all_of(recorder.channel(0).begin(), recorder.channel(0).end(), isZero) &&
+         std::all_of(recorder.channel(1).begin(), recorder.channel(1).end(), isZero);
 }
 
 class LiveProgram : public testing::TestWithParam<bool> {
@@ -47,7 +47,7 @@ class LiveProgram : public testing::TestWithParam<bool> {
     });
   }
 
-  /// A new program plays a key until both sides have sounded at the system's playback ports.
+  /// A new program plays a key until both channels have sounded at the system's playback ports.
   void expectTheKeyIsHeard() const {
     constexpr std::size_t frames = 9600;
     MidiPeer keys(server.name(), "keys");
@@ -64,8 +64,8 @@ class LiveProgram : public testing::TestWithParam<bool> {
       Recorder after(server.name(), frames);
       EXPECT_TRUE(eventuallyOnMain([&] { return after.recorded() == frames; }));
       const auto isLoud = [](float sample) { return std::abs(sample) > 0.01F; };
-      return std::any_of(after.side(0).begin(), after.side(0).end(), isLoud) &&
-             std::any_of(after.side(1).begin(), after.side(1).end(), isLoud);
+      return std::any_of(after.channel(0).begin(), after.channel(0).end(), isLoud) &&
+             std::any_of(after.channel(1).begin(), after.channel(1).end(), isLoud);
     }));
   }
 

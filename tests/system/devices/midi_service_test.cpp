@@ -71,7 +71,7 @@ class MidiServiceOnLists : public testing::Test {
   std::vector<std::vector<std::uint8_t>> packets;
 };
 
-TEST_F(MidiServiceOnLists, SourcesOfAllBackendsStandSideBySide) {
+TEST_F(MidiServiceOnLists, SourcesOfAllBackendsAreListedTogether) {
   makePort();
   EXPECT_EQ(jack->names, "Client:Port");
   ASSERT_EQ(service->MIDIGetNumberOfSources(), 3U);

@@ -16,7 +16,7 @@
 
 namespace vrel::system::test {
 
-/// Left: a sine. Right: the number of the frame, from 1, which tells where in the sine a recording begins.
+/// Left: a sine. Right: the number of the frame, from 1, which shows where in the sine a recording begins.
 class SineRenderer final : public audio::BlockRenderer {
  public:
   void render(float* left, float* right, std::uint32_t frameCount) noexcept override {

@@ -96,7 +96,7 @@ std::vector<float> readFrames(const fs::path& pipe, std::size_t count) {
   return values;
 }
 
-TEST_F(PulseOutput, ASineArrivesAtTheLoudspeakerAndTheServersDeathIsTold) {
+TEST_F(PulseOutput, ASineArrivesAtTheLoudspeakerAndTheServersDeathIsReported) {
   ASSERT_NO_FATAL_FAILURE(startServer());
   testing::internal::CaptureStderr();
   SystemAudioHardware hardware(std::move(backends));
@@ -164,7 +164,7 @@ TEST_F(PulseOutput, AServerThatHangsHoldsNothingUp) {
 
   server.end(SIGKILL);
   ASSERT_NO_FATAL_FAILURE(startServer());
-  ASSERT_TRUE(eventually([&] { return listsStage(hardware); })) << "what hung has let go";
+  ASSERT_TRUE(eventually([&] { return listsStage(hardware); })) << "what hung has ended";
   EXPECT_EQ(renderer.blocks, blocks) << "nothing was rendered after the stop";
   const auto failure = output.start(renderer);
   ASSERT_FALSE(failure) << failure->description;
@@ -183,7 +183,7 @@ TEST_F(PulseOutput, AServerThatHangsWhileADeviceIsOpenedIsLeftBehind) {
   EXPECT_TRUE(library->isStuck);
   stream.reset();
   server.end(SIGKILL);
-  EXPECT_TRUE(eventually([&] { return library.use_count() == 1; })) << "what hung has let go";
+  EXPECT_TRUE(eventually([&] { return library.use_count() == 1; })) << "what hung has ended";
 }
 
 }  // namespace

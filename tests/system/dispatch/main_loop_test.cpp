@@ -81,7 +81,7 @@ TEST_F(RealMainLoop, AQuestionInsideWorkLetsAllOtherWorkGoOnInItsOrder) {
   EXPECT_EQ(notes, (Notes{"asks", "goes on", "answers", "was answered", "comes after"}));
 }
 
-TEST_F(RealMainLoop, ATimerTicksUntilItIsLetGo) {
+TEST_F(RealMainLoop, ATimerTicksUntilItIsReleased) {
   auto timer = loop.repeatingTimer(0.001, note("tick"));
   runUntilNoted(3);
   timer.reset();
@@ -104,7 +104,7 @@ TEST_F(RealMainLoop, ATimerSkipsTheTicksThatABusyMomentMissed) {
   EXPECT_GE(notes.size(), 1U);
 }
 
-TEST_F(RealMainLoop, WhatIsLeftIsLetGoOfUnrunAndMayPostAsItGoes) {
+TEST_F(RealMainLoop, WhatIsLeftIsDroppedUnrunAndMayPostAsItGoes) {
   struct Poster {
     explicit Poster(system::MainLoop& ending) : loop(ending) {}
     ~Poster() {

@@ -33,7 +33,7 @@ class MainLoop : public testing::Test {
   Notes notes;
 };
 
-TEST_F(MainLoop, ReadyWorkRunsInOrderWithTheClockStanding) {
+TEST_F(MainLoop, ReadyWorkRunsInOrderWithTheClockStopped) {
   loop.async(note("a"));
   loop.async([this] {
     note("b")();
@@ -91,7 +91,7 @@ TEST_F(MainLoop, ADelayThatIsNegativeOrNoNumberCountsAsNone) {
   EXPECT_EQ(notes, (Notes{{"negative", 2}, {"no number", 2}}));
 }
 
-TEST_F(MainLoop, ATimerTicksAtMultiplesOfItsIntervalUntilItIsLetGo) {
+TEST_F(MainLoop, ATimerTicksAtMultiplesOfItsIntervalUntilItIsReleased) {
   loop.advanceTo(1);
   auto timer = loop.repeatingTimer(0.1, note("tick"));
   loop.advanceTo(1.35);
@@ -113,7 +113,7 @@ TEST_F(MainLoop, ATimerDoesNotDrift) {
   EXPECT_EQ(last, 1.0 / 60 * 216'000);
 }
 
-TEST_F(MainLoop, ATimerMayBeLetGoOfByItsOwnWork) {
+TEST_F(MainLoop, ATimerMayBeReleasedByItsOwnWork) {
   std::unique_ptr<RepeatingTimer> timer;
   int ticks = 0;
   timer = loop.repeatingTimer(1, [&] {
@@ -149,7 +149,7 @@ TEST_F(MainLoop, AnyTimeIsReachedExactly) {
   }
 }
 
-TEST_F(MainLoop, WaitingRunsPostsOfOtherThreadsOnTheWaitingThreadWhileTheClockStands) {
+TEST_F(MainLoop, WaitingRunsPostsOfOtherThreadsOnTheWaitingThreadWhileTheClockIsStopped) {
   loop.advanceTo(0.5);
   loop.asyncAfter(0, note("delayed"));
   const auto timer = loop.repeatingTimer(0.001, note("tick"));
@@ -176,7 +176,7 @@ TEST_F(MainLoop, WaitingForWhatHoldsAlreadyRunsNothing) {
   EXPECT_TRUE(notes.empty());
 }
 
-TEST_F(MainLoop, WaitingForWhatNeverComesIsGivenUpAndTheClockStands) {
+TEST_F(MainLoop, WaitingForWhatNeverComesIsGivenUpAndTheClockDoesNotMove) {
   loop.asyncAfter(1, note("later"));
   loop.async(note("ready"));
   EXPECT_FALSE(loop.waitUntil([] { return false; }, std::chrono::milliseconds(1)));
@@ -184,7 +184,7 @@ TEST_F(MainLoop, WaitingForWhatNeverComesIsGivenUpAndTheClockStands) {
   EXPECT_EQ(clock.seconds(), 0);
 }
 
-TEST_F(MainLoop, WorkLeftAtTheEndIsLetGoOfUnrun) {
+TEST_F(MainLoop, WorkLeftAtTheEndIsDroppedUnrun) {
   const auto witness = std::make_shared<int>(0);
   {
     OfflineMainLoop shortLived(clock);
@@ -207,7 +207,7 @@ TEST_F(MainLoop, HostTimeFollowsTheShowInNanosecondsAndIsNeverZero) {
 
 TEST_F(MainLoop, WaitingForTheMainQueueIsFatalInDevelopment) {
   const test::ContractPolicyScope policy(ContractPolicy::terminate);
-  EXPECT_DEATH(loop.sync([] {}), "nobody waits for the main queue");
+  EXPECT_DEATH(loop.sync([] {}), "nobodyWaitsForTheMainQueue");
 }
 
 TEST_F(MainLoop, WaitingForTheMainQueueDropsTheWorkOnStage) {

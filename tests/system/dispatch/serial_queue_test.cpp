@@ -77,7 +77,7 @@ std::shared_ptr<void> openerOf(std::promise<void>& gate) {
   return {static_cast<void*>(&gate), [&gate](void*) { gate.set_value(); }};
 }
 
-TEST(SerialQueue, LettingGoWaitsForThePieceUnderWayAndRunsNoOther) {
+TEST(SerialQueue, ItsEndWaitsForThePieceUnderWayAndRunsNoOther) {
   std::promise<void> begun;
   std::promise<void> gate;
   std::atomic<bool> firstEnded{false};
@@ -89,7 +89,7 @@ TEST(SerialQueue, LettingGoWaitsForThePieceUnderWayAndRunsNoOther) {
     firstEnded = true;
   });
   begun.get_future().wait();
-  // The first piece ends only when the second has been let go of.
+  // The first piece ends only when the second has been dropped.
   queue->async([&secondRan, opener = openerOf(gate)] { secondRan = true; });
   queue.reset();
   EXPECT_TRUE(firstEnded);
@@ -121,7 +121,7 @@ TEST(SerialQueueFactory, QueuesRunSideBySide) {
   const auto second = factory.makeSerialQueue("vrel.second");
   std::promise<void> gate;
   first->async([&] { gate.get_future().wait(); });
-  second->sync([&] { gate.set_value(); });  // would wait for ever on one thread
+  second->sync([&] { gate.set_value(); });  // would wait forever on one thread
   first->sync([] {});
 }
 

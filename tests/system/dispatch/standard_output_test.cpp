@@ -34,7 +34,7 @@ std::vector<std::string> linesOf(std::FILE* file) {
   return lines;
 }
 
-TEST(StandardOutput, ALineIsWrittenAsItStands) {
+TEST(StandardOutput, ALineIsWrittenAsItIs) {
   const File file(std::tmpfile());
   StandardOutput output(file.get());
   output.print("Loaded 100% of %s");

@@ -7,7 +7,7 @@
 
 namespace vrel::lv2 {
 
-/// One pass over a value. Everything is read and written through copies: the bytes may stand at any
+/// One pass over a value. Everything is read and written through copies: the bytes may be at any
 /// address, and may come from a file.
 ///
 /// The walk goes by the numbers that come out of the translation: at a save they are the same as
@@ -25,7 +25,7 @@ struct AtomUrids::Walk {
     return value;
   }
 
-  /// Translates the number at `offset` and hands back what now stands there. Zero stays zero.
+  /// Translates the number at `offset` and returns what is there now. Zero stays zero.
   LV2_URID replace(Bytes bytes, std::size_t offset) const {
     const LV2_URID before = word(bytes, offset);
     const LV2_URID after = before == 0 ? 0 : translation(before);

@@ -19,7 +19,7 @@ inline constexpr int maximumDataDepth = 1000;
 /// Whether a file of a bundle's data can be read without harm: a file of bounded size and depth.
 [[nodiscard]] bool isReadableData(const std::filesystem::path& file);
 
-/// The bundles on LV2_PATH, or in the usual places: place by place, by name. Those with data that can not
+/// The bundles on LV2_PATH, or in the usual places: place by place, by name. Those with data that cannot
 /// be read are left out.
 [[nodiscard]] std::vector<std::filesystem::path> findBundles();
 

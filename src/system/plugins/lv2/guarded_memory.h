@@ -5,7 +5,7 @@
 
 namespace vrel::lv2 {
 
-/// Memory, all zero, that no access leaves unpunished: on both sides stands a page that may not be
+/// Memory, all zero, with a guard page before and behind it that may not be
 /// touched. The memory ends exactly at the page behind it when its size is a multiple of 64 bytes.
 class GuardedMemory {
  public:

@@ -30,7 +30,7 @@ class HostFeatures {
   /// For instantiation, and for saving and restoring a state; ended by a null pointer.
   [[nodiscard]] const LV2_Feature* const* list() const { return list_.data(); }
 
-  /// The first feature that the plug-in can not do without and that is not offered here.
+  /// The first feature that the plug-in requires and that is not offered here.
   [[nodiscard]] std::optional<std::string> firstMissing(const PluginDescription& description) const;
 
  private:

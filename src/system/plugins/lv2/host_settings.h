@@ -16,7 +16,7 @@ enum class WorkerMode {
   withinBlock,  // by the rendering thread, at the end of the block: for a render that must repeat exactly
 };
 
-/// What a plug-in is told of its host, and where its misfortunes go.
+/// What a plug-in learns of its host, and where its errors are counted.
 struct HostSettings {
   /// Gets one line of a plug-in's log. Any thread, but never inside a block.
   using LogSink = std::function<void(const std::string& line)>;

@@ -22,7 +22,7 @@ namespace vrel::lv2 {
 
 class HostedPlugin;
 
-/// Sends a plug-in that is let go back to the world thread, which takes it apart. Any thread.
+/// Sends a plug-in that is released back to the world thread, which destroys it. Any thread.
 struct HostedPluginRelease {
   std::shared_ptr<Lv2World> world;
   void operator()(HostedPlugin* plugin) const;

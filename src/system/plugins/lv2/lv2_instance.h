@@ -21,7 +21,7 @@ class Lv2Instance final : public AUAudioUnit {
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullState() override { return std::nullopt; }
 
-  /// A state of another plug-in, or one that can not be read, changes nothing; the plug-in's log tells.
+  /// A state of another plug-in, or one that cannot be read, changes nothing and is logged.
   void setFullStateForDocument(const PropertyListDictionary& state) override;
 
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }

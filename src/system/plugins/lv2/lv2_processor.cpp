@@ -23,7 +23,7 @@ void Lv2Processor::prepare(double sampleRate) {
   if (sampleRate == plugin_->sampleRate()) {
     return;
   }
-  Result<HostedPluginPointer> next = remade(sampleRate);
+  Result<HostedPluginPointer> next = recreated(sampleRate);
   if (!next) {
     plugin_->log().write("stays at its old sample rate: " + next.error().description);
     return;
@@ -35,7 +35,7 @@ void Lv2Processor::prepare(double sampleRate) {
   }
 }
 
-Result<HostedPluginPointer> Lv2Processor::remade(double sampleRate) {
+Result<HostedPluginPointer> Lv2Processor::recreated(double sampleRate) {
   const StateSnapshot state = captureState(*plugin_);
   std::optional<Result<HostedPluginPointer>> made;
   world_->thread().runAndWait(
@@ -59,7 +59,7 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
     return;
   }
   plugin_->ports().beginBlock();
-  tellTime(block.frameCount);
+  appendTime(block.frameCount);
   takeEvents();
   fillInputs(block);
   plugin_->run(block.frameCount);
@@ -67,7 +67,7 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
   gate_.leave();
 }
 
-void Lv2Processor::tellTime(std::uint32_t frameCount) noexcept {
+void Lv2Processor::appendTime(std::uint32_t frameCount) noexcept {
   if (!plugin_->ports().takesTime()) {
     return;
   }

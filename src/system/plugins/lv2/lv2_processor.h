@@ -26,13 +26,13 @@ class Lv2Processor final : public audio::NodeProcessor {
  public:
   Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings settings, HostedPluginPointer plugin);
 
-  /// For another rate the plug-in is made anew, with its state, on the world thread, and this waits for
+  /// For another rate the plug-in is recreated, with its state, on the world thread, and this waits for
   /// it. When that fails the old one stays and the plug-in's log says so.
   void prepare(double sampleRate) override VREL_NOT_AUDIO_THREAD;
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t inputChannelCount) const override;
   void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
 
-  /// Hands one message to the next block; false when it is no message or there is no room. Wait-free.
+  /// Hands one message to the next block; false when it is not a message or there is no room. Wait-free.
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
 
   /// Factor on the output, which the blocks follow smoothly. Not a number means silence.
@@ -52,11 +52,11 @@ class Lv2Processor final : public audio::NodeProcessor {
   [[nodiscard]] HostedPlugin& plugin() { return *plugin_; }
 
  private:
-  void tellTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
+  void appendTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
   void takeEvents() noexcept VREL_AUDIO_THREAD;
   void fillInputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void writeOutputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
-  [[nodiscard]] Result<HostedPluginPointer> remade(double sampleRate);
+  [[nodiscard]] Result<HostedPluginPointer> recreated(double sampleRate);
 
   const std::shared_ptr<Lv2World> world_;
   const HostSettings settings_;

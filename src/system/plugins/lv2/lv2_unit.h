@@ -37,7 +37,7 @@ class Lv2Instrument final : public audio::GraphNodeOf<AVAudioUnitMIDIInstrument>
   void setVolume(float linearGain) override { instance_.processor()->setGain(linearGain); }
   [[nodiscard]] float volume() const override { return instance_.processor()->gain(); }
 
-  /// An event that is no MIDI message (no status byte), or for which there is no room before the next
+  /// An event that is not a MIDI message (no status byte), or for which there is no room before the next
   /// block, goes nowhere and is not observed; the latter is counted.
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) override {
     if (instance_.processor()->sendEvent(status, data1, data2) && observer_) {

@@ -11,7 +11,7 @@ namespace vrel::lv2 {
 
 /// Makes nodes from installed plug-ins.
 ///
-/// Both options are served in this process: there is no process of its own for a plug-in yet, so one
+/// Both options are served in this process: nothing here gives a plug-in a process of its own, so one
 /// that crashes takes the program with it, whichever option was asked for.
 ///
 /// Threads: main. The work, and the handler, run on the world thread, in the order of the calls. A

@@ -29,7 +29,7 @@ bool matches(const AudioComponentDescription& wanted, const AudioComponentDescri
 }
 
 /// A world that reads data and runs nothing: there are bundles that would have a library of theirs asked what is in
-/// them, and a scan is no place for a plug-in's code.
+/// them, and a scan must not run a plug-in's code.
 LilvWorld* newWorld() {
   LilvWorld* const world = lilv_world_new();
   const Node no(lilv_new_bool(world, false));
@@ -42,7 +42,7 @@ void loadBundle(LilvWorld* world, const std::filesystem::path& folder) {
   lilv_world_load_bundle(world, bundle.get());
 }
 
-/// The files are opened at the first question about the plug-in, wherever they stand.
+/// The files are opened at the first question about the plug-in, wherever they are.
 bool hasReadableData(const LilvPlugin* plugin) {
   const LilvNodes* const files = lilv_plugin_get_data_uris(plugin);
   for (LilvIter* step = lilv_nodes_begin(files); !lilv_nodes_is_end(files, step); step = lilv_nodes_next(files, step)) {
@@ -80,7 +80,7 @@ Lv2World::Lv2World(const std::optional<PluginAddress>& only) : urids_(std::make_
 
 Lv2World::~Lv2World() {
   scanned_.wait();
-  // Posted last: released units may still stand in the queue, and need both to the end.
+  // Posted last: released units may still be in the queue, and need both to the end.
   thread_.post([library = library_, urids = std::shared_ptr<UridMap>(std::move(urids_))] { lilv_world_free(library); });
 }
 

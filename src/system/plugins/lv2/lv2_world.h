@@ -7,7 +7,7 @@
 // scan, every instantiation and every release run there, in order. `componentsMatchingDescription`
 // reads a finished list and waits only while the scan, begun on opening, still runs.
 // Ownership: held by the application and by every unit made from it; closes with the last of them.
-// Failure: a bundle that can not be read, or whose plug-in has no audio output, is left out of the
+// Failure: a bundle that cannot be read, or whose plug-in has no audio output, is left out of the
 // list; the others are not touched by it. The scan reads data only: no code of a plug-in runs before it is
 // instantiated. Behind the scan the scratch folders of programs that were killed are removed.
 

@@ -78,7 +78,7 @@ const void* retrieve(LV2_State_Handle handle, std::uint32_t key, std::size_t* si
   return isThere ? found->value.data() : nullptr;
 }
 
-/// The values as this process understands them; fails on a value whose numbers can not be found.
+/// The values as this process understands them; fails on a value whose numbers cannot be found.
 Result<std::vector<StateProperty>> translated(UridMap& urids, const std::vector<StateProperty>& stored) {
   const AtomUrids atoms(urids);
   std::vector<StateProperty> properties = stored;

@@ -17,7 +17,7 @@
 
 namespace vrel::lv2 {
 
-/// The memory that a plug-in's ports stand on, all of it made once.
+/// The memory behind a plug-in's ports, all of it made once.
 ///
 /// Audio and CV ports have a buffer of the largest block each (CV is silent), controls a number, atom
 /// ports as many bytes as the plug-in asks for. An optional port that the host has no use for is left
@@ -61,7 +61,7 @@ class PortBuffers {
 
  private:
   struct AtomPort {
-    std::uint64_t* words = nullptr;  // so that atoms stand on eight bytes
+    std::uint64_t* words = nullptr;  // so that atoms are aligned to eight bytes
     std::uint32_t wordCount = 0;
     bool isInput = false;
 

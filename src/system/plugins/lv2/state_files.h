@@ -14,7 +14,7 @@
 // the unit. Each restore gets a new subfolder, since the plug-in may still have the old files open.
 //
 // Threads: the three features may be called on any thread that runs the plug-in's state or
-// instantiation; one at a time. Failure: a path that can not be given comes back null.
+// instantiation; one at a time. Failure: a path that cannot be given comes back null.
 
 #include <lv2/state/state.h>
 
@@ -32,7 +32,7 @@ namespace vrel::lv2 {
 
 class StateFiles {
  public:
-  /// Content by name, as it stands in the state.
+  /// Content by name, as it is in the state.
   using Contents = std::map<std::string, PropertyListData>;
 
   /// All that one state may carry along, bytes.
@@ -43,7 +43,7 @@ class StateFiles {
   StateFiles& operator=(const StateFiles&) = delete;
 
   /// Around a save: the files that were named in between are handed over at its end. Those that can
-  /// not be read or that are too large are left out and told of.
+  /// not be read or that are too large are left out and logged.
   void beginSave();
   [[nodiscard]] Contents endSave(std::string& problems);
 

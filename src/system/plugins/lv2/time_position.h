@@ -37,15 +37,15 @@ class TimePositionForge {
   LV2_URID beatsPerMinute_;
 };
 
-/// Says when a plug-in must hear the time anew: at first, when tempo, signature or transport changed, and when
+/// Says when a plug-in needs the time again: at first, when tempo, signature or transport changed, and when
 /// the music is not where it would be if it had just gone on. Plug-ins count on by themselves in
-/// between. The host's clock may waver by a block against the samples; that is no news.
+/// between. The host's clock may waver by a block against the samples; that is not a change.
 class TransportChangeDetector {
  public:
   /// To be asked once for each block, with its time.
   [[nodiscard]] bool hasChanged(const MusicalTime& time, std::uint32_t frameCount, double sampleRate) noexcept;
 
-  /// What was told counts for nothing any more.
+  /// Forgets the time that was sent last.
   void forget() noexcept { hasTold_ = false; }
 
  private:

@@ -13,7 +13,7 @@ bool UnitGate::enterControl() {
     if (std::chrono::steady_clock::now() - start > timeout) {
       return false;
     }
-    // Longer than a spin, much shorter than a block: the block must not be starved of its processor.
+    // Longer than a spin, much shorter than a block: the block must not be kept from its processor.
     std::this_thread::sleep_for(std::chrono::microseconds(20));
   }
   return true;

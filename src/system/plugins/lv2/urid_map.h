@@ -12,7 +12,7 @@
 
 namespace vrel::lv2 {
 
-/// The numbers that stand for URIs in this process: one map for all plug-ins of a world.
+/// The numbers of the URIs in this process: one map for all plug-ins of a world.
 ///
 /// Any thread; takes a lock, so it is not for the host's own code in a block. Numbers begin at 1, are
 /// given in the order of asking, and are never taken back.

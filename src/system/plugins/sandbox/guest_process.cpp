@@ -154,7 +154,7 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
   const std::string place = folder ? folder->path().string() : std::string();
   pid_t id = -1;
   if (const int failure = SpawnSettings(guestEnd.get()).spawn(id, program, place); failure != 0) {
-    return systemError(("can not start " + program).c_str(), failure);
+    return systemError(("cannot start " + program).c_str(), failure);
   }
   FileDescriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
   if (!end) {

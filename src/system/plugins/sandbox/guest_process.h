@@ -19,7 +19,7 @@ inline constexpr int guestSocketNumber = 3;
 ///
 /// It is killed by the system when the thread that started it ends, so that thread must live as long as
 /// the program. It shares no descriptor with the program but its standard error and its end of the
-/// socket, stands in a process group of its own (a terminal's interrupt is not for it), and has a folder of
+/// socket, is in a process group of its own (a terminal's interrupt is not for it), and has a folder of
 /// its own for temporary files. Not thread-safe.
 class GuestProcess {
  public:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-// The slow road between host and guest: messages on a stream socket, each a head and a body.
+// The slow path between host and guest: messages on a stream socket, each a head and a body.
 //
 //   message        from   body                                     answer
 //   instantiate    host   InstantiateRequest                       ready, or failed
@@ -17,7 +17,7 @@
 //   log            guest  one line, at any time
 //
 // An answer carries the number of its request. A request that the plug-in refuses is done all the
-// same, and a line tells. What comes from the guest is checked; a guest that sends anything else is killed.
+// same, and logged. What comes from the guest is checked; a guest that sends anything else is killed.
 // Beside the first message the guest gets the descriptor of the shared memory.
 
 #include <array>

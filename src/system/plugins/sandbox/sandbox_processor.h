@@ -34,7 +34,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
 
   SandboxProcessor(Supervisor::Ready ready, Settings settings);
 
-  /// For another rate the guest makes its plug-in anew; waits for that, within the timeout.
+  /// For another rate the guest recreates its plug-in; waits for that, within the timeout.
   void prepare(double sampleRate) override VREL_NOT_AUDIO_THREAD;
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t /*inputChannelCount*/) const override {
     return outputChannelCount_;
@@ -42,7 +42,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   void begin(std::uint32_t frameCount) noexcept override VREL_AUDIO_THREAD;
   void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
 
-  /// Hands one message to the next block; false when it is no message or there is no room. Wait-free.
+  /// Hands one message to the next block; false when it is not a message or there is no room. Wait-free.
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
 
   /// The next block forgets what has been sent so far.

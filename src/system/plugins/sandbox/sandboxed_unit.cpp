@@ -9,13 +9,13 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::captureState, {}, MessageKind::state, processor_->timeout());
   if (!answer) {
-    tell("did not give its state: " + answer.error().description + "; the last one known is kept");
+    log("did not give its state: " + answer.error().description + "; the last one known is kept");
     return lastState_;
   }
   if (auto state = dictionaryFromBytes(answer.value())) {
     lastState_ = std::move(state);
   } else {
-    tell("gave a damaged state; the last one known is kept");
+    log("gave a damaged state; the last one known is kept");
   }
   return lastState_;
 }
@@ -25,7 +25,7 @@ void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& st
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());
   if (!answer) {
-    tell("has not taken its state yet: " + answer.error().description);
+    log("has not taken its state yet: " + answer.error().description);
   }
 }
 
@@ -34,11 +34,11 @@ void SandboxedInstance::reset() {
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::reset, {}, MessageKind::done, processor_->timeout());
   if (!answer) {
-    tell("was not reset in time: " + answer.error().description);
+    log("was not reset in time: " + answer.error().description);
   }
 }
 
-void SandboxedInstance::tell(const std::string& what) const {
+void SandboxedInstance::log(const std::string& what) const {
   if (log_) {
     log_("plug-in " + name_ + " " + what);
   }

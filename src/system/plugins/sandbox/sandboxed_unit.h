@@ -18,8 +18,8 @@ namespace vrel::sandbox {
 
 /// The control half of a sandboxed unit: state, time and reset, by messages. Main thread.
 ///
-/// A guest that is dead or out of patience costs the plug-in's latest changes, not its state: the last
-/// state that went in or came out is given back, and a line tells.
+/// A guest that is dead or has not answered within the timeout costs the plug-in's latest changes, not its state: the
+/// last state that went in or came out is given back, and it is logged.
 class SandboxedInstance final : public AUAudioUnit {
  public:
   using Log = std::function<void(const std::string&)>;
@@ -37,7 +37,7 @@ class SandboxedInstance final : public AUAudioUnit {
   [[nodiscard]] const std::shared_ptr<SandboxProcessor>& processor() const { return processor_; }
 
  private:
-  void tell(const std::string& what) const;
+  void log(const std::string& what) const;
 
   const std::shared_ptr<SandboxProcessor> processor_;
   const std::string name_;
@@ -75,7 +75,7 @@ class SandboxedInstrument final : public SandboxedNodeOf<AVAudioUnitMIDIInstrume
   void setVolume(float linearGain) override { instance_.processor()->gain().set(linearGain); }
   [[nodiscard]] float volume() const override { return instance_.processor()->gain().get(); }
 
-  /// As for an instrument in this process: what is no message, or finds no room, is not observed.
+  /// As for an instrument in this process: what is not a message, or finds no room, is not observed.
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) override {
     if (instance_.processor()->sendEvent(status, data1, data2) && observer_) {
       observer_(status, data1, data2);

@@ -23,7 +23,7 @@
 
 namespace vrel::sandbox {
 
-/// Sequence numbers have 31 bits and are compared for equality only; 0 stands before the first block.
+/// Sequence numbers have 31 bits and are compared for equality only; 0 comes before the first block.
 using Sequence = std::uint32_t;
 inline constexpr Sequence sequenceMask = 0x7FFFFFFF;
 
@@ -62,7 +62,7 @@ struct BlockAnswer {
   alignas(64) StereoSamples output;
 };
 
-/// A word that one side waits for, and whether it sleeps on it, so that nobody is woken who is awake.
+/// A word that one process waits for, and whether it sleeps on it, so that nobody is woken who is awake.
 struct alignas(64) SharedWord {
   Sequence value;
   std::uint32_t sleeps;

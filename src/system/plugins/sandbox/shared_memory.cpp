@@ -28,7 +28,7 @@ Result<SharedMemory> SharedMemory::create(FileDescriptor& descriptor) {
   }
   // A guest that could shrink it would crash the host at the next access.
   if (fcntl(memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
-    return systemError("shared memory can not be sealed");
+    return systemError("cannot seal the shared memory");
   }
   Result<SharedMemory> mapped = map(memory);
   if (mapped) {
@@ -46,7 +46,7 @@ Result<SharedMemory> SharedMemory::map(const FileDescriptor& descriptor) {
   void* const address =
       mmap(nullptr, sizeof(SharedBlock), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, descriptor.get(), 0);
   if (address == MAP_FAILED) {
-    return systemError("shared memory can not be mapped");
+    return systemError("cannot map the shared memory");
   }
   return SharedMemory(static_cast<SharedBlock*>(address));
 }

@@ -13,7 +13,7 @@ namespace vrel::sandbox {
 /// mapping and descriptor, however the processes end.
 class SharedMemory {
  public:
-  /// New memory, all zero, that can not change its size. `descriptor` gets what the other process needs.
+  /// New memory, all zero, that cannot change its size. `descriptor` gets what the other process needs.
   [[nodiscard]] static Result<SharedMemory> create(FileDescriptor& descriptor);
 
   /// The memory behind a descriptor. Fails when it is too small.

@@ -14,7 +14,7 @@ Guest::Guest(std::shared_ptr<Supervisor> supervisor, std::shared_ptr<GuestLink> 
     : supervisor_(std::move(supervisor)), link_(std::move(link)), key_(key), processId_(processId) {}
 
 Guest::~Guest() {
-  supervisor_->core_->post([key = key_](Supervisor::Core& core) { core.letGo(key); });
+  supervisor_->core_->post([key = key_](Supervisor::Core& core) { core.release(key); });
 }
 
 Result<Bytes> Guest::ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Timeout timeout) {

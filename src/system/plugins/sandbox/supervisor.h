@@ -16,7 +16,7 @@ namespace vrel::sandbox {
 class Supervisor;
 
 /// The program's hold on a guest. At its end the guest is asked to end, and is killed when it does not.
-/// Any thread but the audio thread lets go of it.
+/// Released on any thread but the audio thread.
 class Guest {
  public:
   Guest(std::shared_ptr<Supervisor> supervisor, std::shared_ptr<GuestLink> link, std::uint64_t key, int processId);
@@ -38,16 +38,16 @@ class Guest {
   const int processId_;
 };
 
-/// Starts guests, carries their messages, notices their deaths and sees to it that nothing of them
+/// Starts guests, carries their messages, notices their deaths and ensures that nothing of them
 /// remains. One thread does all this and never waits for a guest.
 ///
 /// Life of a guest: it is started; it has all the time it wants to say `ready`; it serves until its
-/// `Guest` is let go of; then it has `closingGrace` to end before it is killed. One that dies, closes
+/// `Guest` is released; then it has `closingGrace` to end before it is killed. One that dies, closes
 /// its socket or sends what it may not is killed and reaped at any time.
 ///
 /// Threads: `launch` from any but the audio thread. Callbacks and lines come on the supervisor's thread;
 /// they must not wait for it.
-/// Ownership: every Guest holds the supervisor. Its end waits for its guests' ends, bounded; let go of
+/// Ownership: every Guest holds the supervisor. Its end waits for its guests' ends, bounded; released
 /// on its own thread, it ends by itself soon after. Guests die with its thread, so also when
 /// the whole program is killed.
 class Supervisor : public std::enable_shared_from_this<Supervisor> {
@@ -66,7 +66,7 @@ class Supervisor : public std::enable_shared_from_this<Supervisor> {
   struct Launch {
     InstantiateRequest request;
     std::function<void(Result<Ready>)> done;  // called once, also when the supervisor ends first
-    std::function<void()> died;               // called once, for a guest that was ready and not let go of
+    std::function<void()> died;               // called once, for a guest that was ready and not released
   };
 
   [[nodiscard]] static Result<std::shared_ptr<Supervisor>> start(Settings settings);

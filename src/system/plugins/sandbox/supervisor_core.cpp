@@ -18,7 +18,7 @@
 namespace vrel::sandbox {
 namespace {
 
-// Of one event: the bell has tag 0, a guest's socket twice its key, its end one more.
+// Of one event: the wake descriptor has tag 0, a guest's socket twice its key, its end one more.
 constexpr std::uint64_t wakeTag = 0;
 
 // As much as is read of one guest before the others have their turn.
@@ -225,9 +225,9 @@ void Supervisor::Core::receive(std::uint64_t key, Record& record, bool isLast) {
       isSound = isSound && !record.parser.isDamaged();
     }
     if (!isSound) {
-      // Closed from the other side, or garbage: nothing more is heard from this one.
+      // Closed by the other process, or garbage: nothing more is heard from this one.
       if (count > 0) {
-        tell(record, "sent a message that makes no sense, and is ended");
+        log(record, "sent an invalid message and is killed");
       }
       record.socket.close();
       record.process.kill();
@@ -271,8 +271,9 @@ void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint3
     return;
   }
   record.stage = Stage::serving;
-  // The handler gets this thread's only share of the supervisor, so that whoever lets go of it last
-  // is most likely another thread, which can wait for its end. A guest let go of in the handler closes by a command.
+  // The handler gets this thread's only share of the supervisor, so that whoever releases it last
+  // is most likely another thread, which can wait for its end. A guest that is released in the handler closes by a
+  // command.
   answerLaunch(record, Ready{std::make_shared<Guest>(std::move(supervisor), record.link, key, record.process.id()),
                              outputChannelCount});
 }
@@ -283,7 +284,7 @@ void Supervisor::Core::answerLaunch(Record& record, Result<Ready> result) {
   }
 }
 
-void Supervisor::Core::letGo(std::uint64_t key) {
+void Supervisor::Core::release(std::uint64_t key) {
   if (const auto found = guests_.find(key); found != guests_.end()) {
     close(key, found->second);
   }
@@ -294,7 +295,7 @@ void Supervisor::Core::close(std::uint64_t key, Record& record) {
     return;
   }
   if (record.stage == Stage::instantiating && record.launch.done) {
-    // Nobody waits for it any more, and it can not hear that before it has been made.
+    // Nobody waits for it any more, and it cannot learn that before it has been made.
     answerLaunch(record, Error{"the plug-in host is closing"});
     record.process.kill();
   }
@@ -330,7 +331,7 @@ void Supervisor::Core::guestEnded(std::uint64_t key) {
   if (last.stage == Stage::closing) {
     return;
   }
-  tell(last, "process " + ended->words);
+  log(last, "process " + ended->words);
   if (last.launch.done) {
     last.launch.done(Error{last.launch.request.pluginUri + ": its process " + ended->words});
   } else if (last.launch.died) {
@@ -338,7 +339,7 @@ void Supervisor::Core::guestEnded(std::uint64_t key) {
   }
 }
 
-void Supervisor::Core::tell(const Record& record, const std::string& text) const {
+void Supervisor::Core::log(const Record& record, const std::string& text) const {
   if (settings_.log) {
     settings_.log("plug-in " + record.launch.request.pluginUri + " " + text);
   }

@@ -21,7 +21,7 @@
 namespace vrel::sandbox {
 
 /// The supervisor's thread and all that belongs to it. The thread holds a share of this object, so that
-/// the supervisor may be let go of anywhere, on this very thread too.
+/// the supervisor may be released anywhere, on this very thread too.
 ///
 /// Everything is for the thread itself, but for `begin`, `end`, `post` and `processCount`.
 class Supervisor::Core {
@@ -42,7 +42,7 @@ class Supervisor::Core {
   // What is posted.
   void start(const std::weak_ptr<Supervisor>& supervisor, const Launch& launch);
   void send(std::uint64_t key, const Message& message);
-  void letGo(std::uint64_t key);
+  void release(std::uint64_t key);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -76,11 +76,11 @@ class Supervisor::Core {
   void close(std::uint64_t key, Record& record);
   void killOverdue();
   void guestEnded(std::uint64_t key);
-  void tell(const Record& record, const std::string& text) const;
+  void log(const Record& record, const std::string& text) const;
 
   const Settings settings_;
   FileDescriptor events_;          // an epoll instance
-  FileDescriptor wakeDescriptor_;  // rings for commands
+  FileDescriptor wakeDescriptor_;  // raised for commands
   std::thread thread_;
   std::atomic<std::size_t> processCount_{0};
 

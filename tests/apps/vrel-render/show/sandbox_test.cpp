@@ -208,7 +208,7 @@ TEST_F(SandboxShow, WithoutTheHelperProgramEveryStripFailsToLoadAndTheRunSaysWhy
   command.insert(command.begin(), VREL_RENDER_PROGRAM);
   const auto run = runProgram(command, {"VREL_PLUGIN_HOST=/no/such/program", "LV2_PATH=" VREL_ZOO_PATH});
   EXPECT_EQ(run.exitCode, 0);
-  EXPECT_NE(run.output.find("Failed to load plugin: can not start /no/such/program"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("Failed to load plugin: cannot start /no/such/program"), std::string::npos) << run.output;
 }
 
 }  // namespace

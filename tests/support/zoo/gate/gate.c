@@ -5,7 +5,7 @@
 #include <time.h>
 #include <unistd.h>
 
-// Is as slow to make as the test wants: it waits for the file that VREL_ZOO_GATE names, but not for ever: 45 seconds.
+// Is as slow to make as the test wants: it waits for the file that VREL_ZOO_GATE names, for 45 seconds at most.
 
 static Zoo* make(double rate, const LV2_Feature* const* features) {
   const char* const gate = getenv("VREL_ZOO_GATE");

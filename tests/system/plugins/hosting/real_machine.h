@@ -69,7 +69,7 @@ struct RealMachine {
     return sound;
   }
 
-  /// Every plug-in that lives is in a strip or parked; whatever is parked is let go of.
+  /// Every plug-in that lives is in a strip or parked; whatever is parked is released.
   void expectNothingLost(const std::vector<std::string>& keys) {
     std::vector<std::shared_ptr<AVAudioNode>> held;
     for (const auto& channel : engine->channels()) {

@@ -136,7 +136,7 @@ class RealSwitching : public RealShows, public testing::WithParamInterface<Place
     }
     const std::size_t guests = GetParam() == Place::sandboxed ? 1 : 0;
     EXPECT_TRUE(sandbox::happensWithin(std::chrono::seconds(20), [&] { return guestCount() == guests; }));
-    (void)inProcess_.make(gainUri);  // behind all that is let go of
+    (void)inProcess_.make(gainUri);  // behind all that is released
     return {sandbox::descriptorCount(), sandbox::sharedMappingCount(), guestCount()};
   }
 };
@@ -148,7 +148,7 @@ INSTANTIATE_TEST_SUITE_P(Hosting, RealSwitching, testing::Values(Place::inProces
 
 TEST_P(RealSwitching, AnArrowKeyHeldDownForTenSecondsLosesNothingAndLeavesNothingBehind) {
   Show show(factoryIn(GetParam()), *inProcess_.world, songs());
-  show.hold(60);  // every song was on stage, and its plug-ins have told their states
+  show.hold(60);  // every song was on stage, and its plug-ins have given their states
   show.backToTheFirst();
   const auto before = show.captured();
   EXPECT_EQ(before[1].channels[3].pluginStateBase64, keptState(73, 123));

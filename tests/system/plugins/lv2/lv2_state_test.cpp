@@ -59,7 +59,7 @@ Player changedPlayer(const Stage& stage) {
   return player;
 }
 
-TEST(State, TellsWhichPluginItIsOf) {
+TEST(State, NamesThePluginItIsOf) {
   const Stage stage;
   Player player(stage.make(stateUri).unit);
   const PropertyListDictionary state = stateOf(player);
@@ -104,7 +104,7 @@ TEST(State, ComesBackInAnotherCopyThroughItsTextForm) {
   Player restored(stage.make(stateUri).unit);
   restored.unit().auAudioUnit().setFullStateForDocument(std::get<PropertyListDictionary>(value.value().content));
   EXPECT_EQ(contentOf(restored), std::pair(35.0F, 60.0F));
-  EXPECT_EQ(PropertyListValue{stateOf(restored)}, value.value()) << "a second save tells the same";
+  EXPECT_EQ(PropertyListValue{stateOf(restored)}, value.value()) << "a second save gives the same";
   EXPECT_THAT(stage.lines(), testing::IsEmpty());
 }
 
@@ -193,7 +193,7 @@ TEST(State, NonsenseChangesNothing) {
   std::vector<PropertyListDictionary> damaged{{}};
   for (const auto& [key, value] : sound) {
     if (key == "name" || key == "type" || key == "subtype" || key == "manufacturer") {
-      continue;  // for people, or told by the URI already
+      continue;  // for people, or given by the URI already
     }
     damaged.push_back(sound);
     damaged.back().erase(key);

@@ -163,13 +163,13 @@ TEST(Unit, BlocksOfAnySizeGiveTheSameSound) {
   EXPECT_EQ(render({1}), even);
 }
 
-TEST(Unit, TheVolumeGlidesAndIsReadBackAsSet) {
+TEST(Unit, TheVolumeIsSmoothedAndReadBackAsSet) {
   const Stage stage;
   Player player(stage.make("urn:vrel:zoo:mono").unit);
   player.instrument().setVolume(0.5F);
   EXPECT_EQ(player.instrument().volume(), 0.5F);
   player.send(0x90, 60, 100);
-  EXPECT_EQ(player.block(128).left, constant(128, 0.25F)) << "no glide from a level that never sounded";
+  EXPECT_EQ(player.block(128).left, constant(128, 0.25F)) << "no ramp from a level that never sounded";
   player.instrument().setVolume(0.0F);
   const std::vector<float> falling = player.play(1024).left;
   for (std::size_t frame = 1; frame < falling.size(); ++frame) {
@@ -356,7 +356,7 @@ TEST(Unit, PreparingForTheSameRateChangesNothing) {
   player.send(0x90, 60, 100);
   player.block(16);
   player.processor().prepare(48000);
-  EXPECT_EQ(player.block(16).left, constant(16, 0.5F)) << "a copy made anew would have forgotten the key";
+  EXPECT_EQ(player.block(16).left, constant(16, 0.5F)) << "a recreated copy would have forgotten the key";
 }
 
 TEST(Unit, TheMainThreadMayDoAnythingWhileBlocksRender) {

@@ -36,7 +36,7 @@ TEST(Components, CodesAreTheHalvesOfTheHashOfTheUri) {
             (AudioComponentDescription{1635085685, 3486730106, 2041230156}));
 }
 
-TEST(Components, EachPluginIsOfTheTypeThatItsPortsTell) {
+TEST(Components, EachPluginIsOfTheTypeThatItsPortsImply) {
   const Stage stage;
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:sine"), "aumu");
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:mono"), "aumu");  // by its ports; its class says nothing
@@ -95,7 +95,7 @@ TEST(Components, TwoScansGiveTheSameListInTheSameOrder) {
   EXPECT_EQ(first.world->componentsMatchingDescription({}), second.world->componentsMatchingDescription({}));
 }
 
-TEST(Instantiation, EachFailureIsToldInWords) {
+TEST(Instantiation, EachFailureIsReportedInWords) {
   const Stage stage;
   EXPECT_EQ(stage.make(AudioComponentDescription{1, 2, 3}).error->description, "component not installed");
   EXPECT_EQ(stage.errorOf("urn:vrel:zoo:refuses"), "plug-in Zoo Refuses could not be instantiated");

@@ -284,7 +284,7 @@ TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
   player.key(misdeed::hangForever);
   EXPECT_EQ(player.block(5ms), constant(0));
   EXPECT_TRUE(happensWithin(10s, [this] { return deaths().size() == 1; }));
-  EXPECT_TRUE(isTold("was killed by signal"));
+  EXPECT_TRUE(hasLogged("was killed by signal"));
 }
 
 // State.
@@ -305,7 +305,7 @@ TEST_F(FaultsWithShortTimeout, AHangingCaptureGivesTheLastStateKnownAndALine) {
   const auto start = Clock::now();
   EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
   EXPECT_LT(Clock::now() - start, 2s);
-  EXPECT_TRUE(isTold("the last one known is kept"));
+  EXPECT_TRUE(hasLogged("the last one known is kept"));
   const auto again = Clock::now();
   EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
   EXPECT_LT(Clock::now() - again, 250ms) << "one that owes an answer is not asked again";
@@ -313,7 +313,7 @@ TEST_F(FaultsWithShortTimeout, AHangingCaptureGivesTheLastStateKnownAndALine) {
   EXPECT_TRUE(happensWithin(5s, [&] { return source->auAudioUnit().fullStateForDocument() == state; }));
 }
 
-TEST_F(FaultsWithShortTimeout, APluginThatHangsInSavingIsLetGoOf) {
+TEST_F(FaultsWithShortTimeout, APluginThatHangsInSavingIsReleased) {
   const auto unit = rebel("hang-save");
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), std::nullopt);
 }
@@ -328,7 +328,7 @@ TEST_F(FaultsWithShortTimeout, APluginThatHangsInRestoringKeepsItsStateForTheNex
   unit->auAudioUnit().setFullStateForDocument(foreign);
   unit->reset();
   EXPECT_LT(Clock::now() - start, 2s);
-  EXPECT_TRUE(isTold("has not taken its state yet"));
+  EXPECT_TRUE(hasLogged("has not taken its state yet"));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), foreign);
 }
 
@@ -340,7 +340,7 @@ TEST_F(FaultsWithShortTimeout, StoppedWhileAStateGoesInTheCallReturnsAndTheState
   const auto start = Clock::now();
   unit->auAudioUnit().setFullStateForDocument(*state);
   EXPECT_LT(Clock::now() - start, 2s);
-  EXPECT_TRUE(isTold("has not taken its state yet"));
+  EXPECT_TRUE(hasLogged("has not taken its state yet"));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state) << "a save meanwhile loses nothing";
   kill(processOf(unit), SIGCONT);
   lv2::Player revived(unit);
@@ -351,7 +351,7 @@ TEST_F(Faults, KilledWhileItsStateIsAskedForTheLastOneKnownComesBack) {
   const auto unit = rebel("hang-save");
   const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), std::nullopt);
-  EXPECT_TRUE(isTold("its process has ended"));
+  EXPECT_TRUE(hasLogged("its process has ended"));
 }
 
 TEST_F(Faults, KilledWhileAStateGoesInTheCallReturns) {
@@ -376,7 +376,7 @@ TEST_F(Faults, APluginThatHangsInClosingIsKilledAndNobodyWaits) {
   EXPECT_TRUE(deaths().empty());
 }
 
-TEST_F(Faults, AStoppedProcessThatIsLetGoOfIsKilled) {
+TEST_F(Faults, AStoppedProcessThatIsReleasedIsKilled) {
   auto unit = rebel();
   const pid_t process = processOf(unit);
   stop(process);
@@ -384,7 +384,7 @@ TEST_F(Faults, AStoppedProcessThatIsLetGoOfIsKilled) {
   EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
 }
 
-TEST_F(Faults, OneInAnEndlessLoopThatIsLetGoOfIsKilled) {
+TEST_F(Faults, OneInAnEndlessLoopThatIsReleasedIsKilled) {
   auto unit = rebel();
   const pid_t process = processOf(unit);
   {

@@ -110,73 +110,71 @@ pid_t processOf(AVAudioUnit& unit) {
 }
 
 /// An endless loop, or what a signal does: at every stage of a plug-in's life.
-struct Misfortune {
+struct Mishap {
   std::string name;
   int signal;  // 0 for a loop, in which it is anyway
 };
 
-/// Makes the call; its plug-in, which never returns from it, meets with the misfortune in the midst of it.
-void during(const Misfortune& misfortune, pid_t process, const std::function<void()>& call) {
+/// Makes the call; its plug-in, which never returns from it, meets with the mishap in the midst of it.
+void during(const Mishap& mishap, pid_t process, const std::function<void()>& call) {
   std::thread other([&] {
     std::this_thread::sleep_for(30ms);
-    if (misfortune.signal != 0) {
-      kill(process, misfortune.signal);
+    if (mishap.signal != 0) {
+      kill(process, mishap.signal);
     }
   });
   call();
   other.join();
 }
 
-Fault whileMade(const Misfortune& misfortune) {
-  return {misfortune.name + "WhileMade", "kind", [misfortune](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
+Fault whileMade(const Mishap& mishap) {
+  return {mishap.name + "WhileMade", "kind", [mishap](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
             const auto before = childrenOf(getpid());
             (void)stage.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
             std::vector<pid_t> now;
             EXPECT_TRUE(happensWithin(5s, [&] { return (now = childrenOf(getpid())).size() > before.size(); }));
             for (const pid_t child : now) {
-              if (misfortune.signal != 0 && std::find(before.begin(), before.end(), child) == before.end()) {
-                kill(child, misfortune.signal);
+              if (mishap.signal != 0 && std::find(before.begin(), before.end(), child) == before.end()) {
+                kill(child, mishap.signal);
               }
             }
           }};
 }
 
-Fault inRestoring(const Misfortune& misfortune) {
-  return {misfortune.name + "InRestoring", "hang-restore",
-          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+Fault inRestoring(const Mishap& mishap) {
+  return {mishap.name + "InRestoring", "hang-restore",
+          [mishap](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
             PropertyListDictionary state;
             state["format"] = {std::int64_t{1}};
             state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
             state["ports"] = {PropertyListDictionary{}};
             state["properties"] = {PropertyListArray{}};
             state["files"] = {PropertyListDictionary{}};
-            during(misfortune, processOf(rebel), [&] { rebel.auAudioUnit().setFullStateForDocument(state); });
+            during(mishap, processOf(rebel), [&] { rebel.auAudioUnit().setFullStateForDocument(state); });
           }};
 }
 
-Fault whilePlaying(const Misfortune& misfortune) {
-  return {misfortune.name + "WhilePlaying", "kind",
-          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
-            if (misfortune.signal != 0) {
-              kill(processOf(rebel), misfortune.signal);
+Fault whilePlaying(const Mishap& mishap) {
+  return {mishap.name + "WhilePlaying", "kind", [mishap](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            if (mishap.signal != 0) {
+              kill(processOf(rebel), mishap.signal);
             } else {
               rebel.sendMIDIEvent(0x90, misdeed::hangForever, 64);
             }
           }};
 }
 
-Fault inSaving(const Misfortune& misfortune) {
-  return {misfortune.name + "InSaving", "hang-save",
-          [misfortune](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
-            during(misfortune, processOf(rebel), [&] { (void)rebel.auAudioUnit().fullStateForDocument(); });
+Fault inSaving(const Mishap& mishap) {
+  return {mishap.name + "InSaving", "hang-save", [mishap](InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
+            during(mishap, processOf(rebel), [&] { (void)rebel.auAudioUnit().fullStateForDocument(); });
           }};
 }
 
-Fault inClosing(const Misfortune& misfortune) {
-  return {misfortune.name + "InClosing", "kind", [misfortune](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
+Fault inClosing(const Mishap& mishap) {
+  return {mishap.name + "InClosing", "kind", [mishap](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
             auto unit = stage.make("urn:vrel:zoo:rebel-hang-cleanup").unit;
             const pid_t process = processOf(*unit);
-            during(misfortune, process, [&] { unit.reset(); });
+            during(mishap, process, [&] { unit.reset(); });
           }};
 }
 
@@ -203,9 +201,9 @@ std::vector<Fault> faults() {
       keyed("TooMuchWork", misdeed::askForTooMuchWork),
       {"TooManyEvents", "kind", sendTooMuch},
   };
-  for (const Misfortune& misfortune : {Misfortune{"Killed", SIGKILL}, {"Stopped", SIGSTOP}, {"EndlessLoop", 0}}) {
+  for (const Mishap& mishap : {Mishap{"Killed", SIGKILL}, {"Stopped", SIGSTOP}, {"EndlessLoop", 0}}) {
     for (const auto at : {whileMade, inRestoring, whilePlaying, inSaving, inClosing}) {
-      all.push_back(at(misfortune));
+      all.push_back(at(mishap));
     }
   }
   return all;

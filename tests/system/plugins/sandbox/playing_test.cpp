@@ -66,7 +66,7 @@ TEST_F(Sandboxed, AResetForgetsWhatWasSentBeforeItButNotWhatFollows) {
   EXPECT_EQ(lv2::peak(player.block(16).left), 0.25F);
 }
 
-TEST_F(Sandboxed, AnotherRateMakesThePluginAnewWithItsState) {
+TEST_F(Sandboxed, AnotherRateRecreatesThePluginWithItsState) {
   lv2::Player sandboxed(make("urn:vrel:zoo:sine").unit, 44100);
   lv2::Player inProcess(inProcess_.make("urn:vrel:zoo:sine").unit, 44100);
   for (auto* player : {&sandboxed, &inProcess}) {
@@ -101,7 +101,7 @@ TEST_F(Sandboxed, WhatIsNotInstalledFails) {
   EXPECT_EQ(made.error->description, "component not installed");
 }
 
-TEST_F(Sandboxed, APluginThatRefusesIsToldInTheWordsOfThisProcess) {
+TEST_F(Sandboxed, APluginThatRefusesIsReportedInTheWordsOfThisProcess) {
   const Made made = make("urn:vrel:zoo:refuses");
   ASSERT_TRUE(made.error);
   EXPECT_EQ(made.error->description, inProcess_.errorOf("urn:vrel:zoo:refuses"));
@@ -110,7 +110,7 @@ TEST_F(Sandboxed, APluginThatRefusesIsToldInTheWordsOfThisProcess) {
 TEST_F(Sandboxed, LinesOfThePluginsLogComeThrough) {
   const Made made = make("urn:vrel:zoo:state");
   made.unit->auAudioUnit().setFullStateForDocument({{"nonsense", {true}}});
-  EXPECT_TRUE(isTold("state not taken"));
+  EXPECT_TRUE(hasLogged("state not taken"));
 }
 
 class WithoutHelper : public SandboxStage {

@@ -18,7 +18,7 @@ namespace vrel::sandbox {
 
 [[nodiscard]] bool isThere(pid_t process);
 
-/// Stops a process and returns when it stands.
+/// Stops a process and returns when it is stopped.
 void stop(pid_t process);
 
 /// Of this process: open descriptors, mappings of shared plug-in memory, resident memory in bytes.

@@ -54,7 +54,7 @@ std::vector<std::string> SandboxStage::lines() const {
   return lines_->all;
 }
 
-bool SandboxStage::isTold(const std::string& part) const {
+bool SandboxStage::hasLogged(const std::string& part) const {
   const auto all = lines();
   return std::any_of(all.begin(), all.end(),
                      [&part](const std::string& line) { return line.find(part) != std::string::npos; });

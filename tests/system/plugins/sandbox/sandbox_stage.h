@@ -45,14 +45,14 @@ class SandboxStage : public testing::Test {
     return dynamic_cast<SandboxedNode&>(*unit).processId();
   }
 
-  /// The deaths told on the main queue so far, by process.
+  /// The deaths reported on the main queue so far, by process.
   [[nodiscard]] const std::vector<int>& deaths() {
     mainLoop_.runPending();
     return deaths_;
   }
 
   [[nodiscard]] std::vector<std::string> lines() const;
-  [[nodiscard]] bool isTold(const std::string& part) const;
+  [[nodiscard]] bool hasLogged(const std::string& part) const;
 
   [[nodiscard]] PluginCounters& counters() { return *settings_.counters; }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The time that plug-ins are told, in this process and in their own.
+// The time that plug-ins get, in this process and in their own.
 
 #include "system/plugins/lv2/time_position.h"
 #include "system/plugins/sandbox/sandbox_stage.h"
@@ -15,9 +15,9 @@ struct HostTime {
   bool isThere = true;
 };
 
-class TimeTold : public SandboxStage, public testing::WithParamInterface<bool> {
+class PluginTime : public SandboxStage, public testing::WithParamInterface<bool> {
  protected:
-  TimeTold() : unit_((GetParam() ? make(uri_) : inProcess_.make(uri_)).unit), player_(unit_) {
+  PluginTime() : unit_((GetParam() ? make(uri_) : inProcess_.make(uri_)).unit), player_(unit_) {
     unit_->auAudioUnit().setMusicalContextBlock([this](double* tempo, double* numerator, std::int64_t* denominator,
                                                        double* beat, std::int64_t* /*offset*/, double* downbeat) {
       *tempo = host_.tempo;
@@ -52,7 +52,7 @@ class TimeTold : public SandboxStage, public testing::WithParamInterface<bool> {
   float count_ = 0;
 };
 
-TEST_P(TimeTold, APluginThatTakesTheTimeGetsAllOfIt) {
+TEST_P(PluginTime, APluginThatTakesTheTimeGetsAllOfIt) {
   host_.beat = 7.5;
   host_.tempo = 90;
   play();
@@ -60,14 +60,14 @@ TEST_P(TimeTold, APluginThatTakesTheTimeGetsAllOfIt) {
   EXPECT_EQ(count_, 1);
 }
 
-TEST_P(TimeTold, MusicThatJustGoesOnIsNoNews) {
+TEST_P(PluginTime, MusicThatJustGoesOnIsNotAChange) {
   for (int block = 0; block < 500; ++block) {
     play();
   }
   EXPECT_EQ(count_, 1);
 }
 
-TEST_P(TimeTold, AChangeOfTempoOfTransportOrPlaceIsToldInItsBlock) {
+TEST_P(PluginTime, AChangeOfTempoOfTransportOrPlaceArrivesInItsBlock) {
   play();
   host_.tempo = 140;
   play();
@@ -85,20 +85,20 @@ TEST_P(TimeTold, AChangeOfTempoOfTransportOrPlaceIsToldInItsBlock) {
   EXPECT_EQ(count_, 4);
 }
 
-TEST_P(TimeTold, AHostThatIsGoneTellsNothing) {
+TEST_P(PluginTime, AHostThatIsGoneSendsNothing) {
   host_.isThere = false;
   play();
   EXPECT_EQ(count_, 0);
 }
 
-TEST_P(TimeTold, AfterAResetThePluginIsToldAgain) {
+TEST_P(PluginTime, AfterAResetThePluginGetsTheTimeAgain) {
   play();
   unit_->reset();
   play();
   EXPECT_EQ(count_, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Processes, TimeTold, testing::Bool(),
+INSTANTIATE_TEST_SUITE_P(Processes, PluginTime, testing::Bool(),
                          [](const auto& each) { return each.param ? "OfItsOwn" : "This"; });
 
 TEST(TransportChangeDetector, AClockThatWaversByABlockIsNoNewsAndOneThatDriftsIs) {

@@ -18,7 +18,7 @@ namespace vrel::sandbox {
 ///
 /// Threads: messages are served on the main thread, one after the other; the plug-in's library work runs
 /// on the world thread, blocks in the audio loop. Lines of the plug-in's log come from any of them.
-/// Failure: a plug-in that can not be made is told to the host, and the guest ends. A host that is
+/// Failure: a plug-in that cannot be made is reported to the host, and the guest ends. A host that is
 /// gone ends the guest at once.
 class GuestProgram {
  public:
