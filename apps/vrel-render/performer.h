@@ -51,7 +51,9 @@ class Performer {
   void act(const LiveStep& live);
   void act(const KeyStep& key);
 
-  Collaborators with_;
+  AppState& state_;
+  AudioEngine& engine_;
+  ConsoleOutput& console_;
   NoDesktop desktop_;
   NSNotificationCenter notifications_;
   ContentView content_;

@@ -17,23 +17,24 @@
 
 namespace vrel::render {
 
-StageRecorder::StageRecorder(const Collaborators& collaborators, EventLog* log) : with_(collaborators), log_(log) {
-  sessionLinks_.push_back(with_.content.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
+StageRecorder::StageRecorder(const Collaborators& collaborators, EventLog* log)
+    : state_(collaborators.state), engine_(collaborators.engine), clock_(collaborators.clock), log_(log) {
+  sessionLinks_.push_back(collaborators.content.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
   if (log_ == nullptr) {
     return;
   }
   sessionLinks_.push_back(
-      with_.content.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
-  sessionLinks_.push_back(with_.state.songSwitchInProgress.changed.connect([this](bool isInProgress) {
+      collaborators.content.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
+  sessionLinks_.push_back(state_.songSwitchInProgress.changed.connect([this](bool isInProgress) {
     if (!isInProgress && !isBuilding_) {
       switchHasEnded();
     }
   }));
-  sessionLinks_.push_back(with_.content.midiLearn().controlWillAct.connect(
+  sessionLinks_.push_back(collaborators.content.midiLearn().controlWillAct.connect(
       [this](const MidiControlTarget& target, bool isPressed, float value) {
         log_->control(now(), target, isPressed, value);
       }));
-  sessionLinks_.push_back(with_.state.isDirty.changed.connect([this](bool isDirty) { log_->dirty(now(), isDirty); }));
+  sessionLinks_.push_back(state_.isDirty.changed.connect([this](bool isDirty) { log_->dirty(now(), isDirty); }));
 }
 
 StageRecorder::~StageRecorder() {
@@ -41,15 +42,15 @@ StageRecorder::~StageRecorder() {
 }
 
 double StageRecorder::now() const {
-  return with_.clock.seconds();
+  return clock_.seconds();
 }
 
 void StageRecorder::songChanges() {
   leaveStrips();
-  const std::size_t index = with_.state.selectedSongIndex.get().value_or(0);
+  const std::size_t index = state_.selectedSongIndex.get().value_or(0);
   songsApplied_.push_back(index);
   isBuilding_ = true;
-  pendingLoads_ = with_.state.songSwitchPendingLoads.get();
+  pendingLoads_ = state_.songSwitchPendingLoads.get();
   if (log_ != nullptr) {
     log_->song(now(), index);
   }
@@ -60,13 +61,13 @@ void StageRecorder::songIsBuilt() {
   isBuilding_ = false;
   leaveStrips();
   watchStrips();
-  if (!with_.state.songSwitchInProgress.get()) {
+  if (!state_.songSwitchInProgress.get()) {
     switchHasEnded();
   }
 }
 
 void StageRecorder::switchHasEnded() {
-  log_->songSwitch(now(), songsApplied_.back(), with_.state.songSwitchElapsedMs.get().value_or(0), pendingLoads_);
+  log_->songSwitch(now(), songsApplied_.back(), state_.songSwitchElapsedMs.get().value_or(0), pendingLoads_);
 }
 
 // An instrument goes back to the pool, from where another strip may take it.
@@ -81,11 +82,11 @@ void StageRecorder::leaveStrips() {
 }
 
 void StageRecorder::watchStrips() {
-  const auto& channels = with_.engine.channels();
+  const auto& channels = engine_.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
     watch(*channels[strip], strip);
   }
-  watchEffects(*with_.engine.masterChannel(), std::nullopt);
+  watchEffects(*engine_.masterChannel(), std::nullopt);
 }
 
 void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
@@ -104,13 +105,13 @@ void StageRecorder::pluginDied(const std::shared_ptr<AVAudioNode>& node, int pro
   if (log_ == nullptr) {
     return;
   }
-  const auto& channels = with_.engine.channels();
+  const auto& channels = engine_.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
     if (tellCrash(*channels[strip], strip, node, processId)) {
       return;
     }
   }
-  (void)tellCrash(*with_.engine.masterChannel(), std::nullopt, node, processId);
+  (void)tellCrash(*engine_.masterChannel(), std::nullopt, node, processId);
 }
 
 bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip,

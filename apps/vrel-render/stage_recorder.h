@@ -59,7 +59,9 @@ class StageRecorder {
   void leaveStrips();
   [[nodiscard]] double now() const;
 
-  Collaborators with_;
+  AppState& state_;
+  AudioEngine& engine_;
+  const system::OfflineClock& clock_;
   EventLog* log_;
   std::vector<std::size_t> songsApplied_;
   bool isBuilding_ = false;  // the strips of the song on stage are not all there yet
