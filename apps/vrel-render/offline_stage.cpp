@@ -202,7 +202,6 @@ std::vector<std::string> OfflineStage::problems() const {
   const auto& blocks = *renderCounters_;
   addCount(problems, blocks.silentBlocks, "blocks were silent, since the engine was stopped");
   addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix were not finite and were silenced");
-  addCount(problems, blocks.droppedMidiEvents, "events were dropped");
   addCount(problems, blocks.underrunBlocks, "blocks went by without a file that was not read in time");
   addCount(problems, blocks.unreadFrames, "frames of audio files could not be read and were silent");
   addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");

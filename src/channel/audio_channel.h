@@ -12,6 +12,7 @@
 
 #include "channel/channel_status.h"
 #include "channel/playback_run_view.h"
+#include "document/plugin_path.h"
 #include "document/setlist.h"
 #include "foundation/mutex.h"
 #include "foundation/observable.h"
@@ -25,7 +26,7 @@ namespace vrel {
 class AudioChannel;
 class AVAudioFile;
 
-/// What a channel tells of its own accord: that a value was assigned on which the mix depends.
+/// What a channel notifies by itself: that a value was assigned on which the mix depends.
 class ChannelMixer {
  public:
   virtual ~ChannelMixer() = default;
@@ -35,9 +36,9 @@ class ChannelMixer {
 
 /// The live object behind one channel strip, and behind the master.
 ///
-/// It holds values and nodes and does no audio work. What it plays is told by `pluginPath` alone,
+/// It holds values and nodes and does no audio work. `pluginPath` alone says what it plays,
 /// but only the engine's load and unload operations change what sounds; assigning the path drives
-/// nothing. Values are not limited here; the limits stand where a value is used.
+/// nothing. Values are not limited here; each user limits what it reads.
 ///
 /// Threads: main thread, but for the raw peaks, which are under `meterLock`, `meterLevel` and `playbackRunView`.
 /// Ownership: the engine's list owns the channels, a channel owns its nodes beside the graph, and
@@ -77,7 +78,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<bool> playbackLoop{false};
   Observable<double> playbackStartTime{0};  // seconds
   Observable<double> playbackEndTime{0};    // seconds
-  Observable<std::string> playbackStopMode{"toggle"};
+  Observable<PlaybackStopMode> playbackStopMode;
   Observable<std::vector<VisualClipMapping>> visualClipMappings;
   Observable<bool> playbackIsPlaying{false};
   Observable<bool> playbackStopRequested{false};
@@ -111,6 +112,12 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<bool> meterTapInstalled{false};
 
   const std::weak_ptr<ChannelMixer> engine;
+
+  /// Makes the playback idle. The player is not touched.
+  void endPlaybackRun();
+
+  /// The form of `pluginPath`.
+  [[nodiscard]] PluginPathKind pluginKind() const { return pluginPathKind(pluginPath.get()); }
 
   /// The instrument as something that is played; null for an empty, playback or visual channel.
   [[nodiscard]] AVAudioUnitMIDIInstrument* midiInstrument() const;

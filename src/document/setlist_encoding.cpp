@@ -17,7 +17,7 @@
 namespace vrel {
 namespace {
 
-// Keys stand in the order in which they are added, so that a person finds a file as it is told.
+// Keys keep the order in which they are added, so that files are easy to compare.
 using nlohmann::ordered_json;
 
 constexpr int indentation = 2;
@@ -128,7 +128,7 @@ ordered_json encode(const ChannelConfig& channel) {
       .add("playback_loop", channel.playbackLoop)
       .add("playback_start_time", channel.playbackStartTime)
       .add("playback_end_time", channel.playbackEndTime)
-      .add("playback_stop_mode", channel.playbackStopMode)
+      .add("playback_stop_mode", channel.playbackStopMode.text())
       .add("visual_clip_mappings", encode(channel.visualClipMappings))
       .build();
 }
@@ -156,7 +156,7 @@ bool isWritable(const ordered_json& text) {
   }
 }
 
-/// The first value that JSON can not hold. Texts are looked at only on demand: the writer checks them anyway.
+/// The first value that JSON cannot hold. Texts are checked only on demand: the writer checks them anyway.
 std::optional<Error> findFault(const ordered_json& value, const DocumentPlace& place, bool withTexts) {
   if (value.is_number_float() && !std::isfinite(value.get<double>())) {
     return Error{place.text() + ": JSON holds no infinite number and no NaN"};

@@ -31,18 +31,15 @@ struct AudioOutputDevice {
 /// It has a stop and start of its own and is not for use inside a graph mutation.
 class AudioDeviceSettings {
  public:
-  /// The sizes of the I/O buffer that can be chosen, frames, in the order of the menu.
-  static constexpr std::uint32_t allowedFrameSizes[] = {32, 64, 128, 256, 512, 1024};
-
   AudioDeviceSettings(AudioHardware& hardware, AVAudioEngine& engine, GraphMutator& mutator, ConsoleOutput& console)
       : hardware_(hardware), engine_(engine), mutator_(mutator), console_(console) {}
 
-  /// All devices that have an output, a UID and a name, sorted by name; empty when they can not be listed.
+  /// All devices that have an output, a UID and a name, sorted by name; empty when they cannot be listed.
   [[nodiscard]] std::vector<AudioOutputDevice> availableOutputDevices();
 
-  /// Plays on the device with this UID, or on the system's default when it is absent or not there, with
-  /// blocks of `frameSize`. A running engine is restarted; a stopped one stays stopped. A refusal is told
-  /// in a line and the next step is still tried.
+  /// Plays on the device with this UID, or on the system's default when it is absent or not connected, with
+  /// blocks of `frameSize`. A running engine is restarted; a stopped one stays stopped. A refusal is logged
+  /// and the next step is still tried.
   void applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID,
                           const std::function<void()>& prepareOutputGraph);
 

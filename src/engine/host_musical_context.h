@@ -24,9 +24,6 @@ class HostClock;
 /// engine has gone they report so.
 class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContext> {
  public:
-  static constexpr double slowestTempoBpm = 20.0;
-  static constexpr double fastestTempoBpm = 300.0;
-
   /// The clock is borrowed and outlives every plug-in.
   explicit HostMusicalContext(const HostClock& clock);
 
@@ -36,7 +33,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   [[nodiscard]] bool isHostTransportRunning() const { return isTransportRunning_; }
   [[nodiscard]] std::uint64_t transportStateChangedUntilHostTime() const { return changedUntilHostTime_; }
 
-  /// Where the music stands: one reading of the clock, so that all that follows from it agrees.
+  /// The musical position: one reading of the clock, so that all that follows from it agrees.
   struct Moment {
     double beat = 0;
     double tempoBpm = 0;
@@ -52,10 +49,10 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   [[nodiscard]] double currentBeat() const { return currentMoment().beat; }
   [[nodiscard]] bool hasTransportStateChanged() const;
 
-  /// Sets the tempo, limited to 20 to 300, without a jump of the beat.
+  /// Sets the tempo, limited to its range, without a jump of the beat.
   void setTempo(std::uint32_t bpm);
 
-  /// A song switch begins: the new song's tempo, limited; beat 0; transport standing.
+  /// A song switch begins: the new song's tempo, limited; beat 0; transport stopped.
   void songSwitchBegan(std::uint32_t songTempoBpm);
   /// A song switch ended: beat 0, transport moving.
   void songSwitchEnded();
@@ -72,7 +69,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   /// The older form, with this object as user data. Not to be called once the engine has gone.
   [[nodiscard]] HostCallbackInfo hostCallbackInfo();
 
-  /// Gives a plug-in both forms; `audioUnit` may be null. A refusal of the older one is told and ignored.
+  /// Gives a plug-in both forms; `audioUnit` may be null. A refusal of the older one is logged and ignored.
   void configureHostCallbacks(AUAudioUnit& unit, AudioUnitHandle* audioUnit, ConsoleOutput& console);
 
  private:

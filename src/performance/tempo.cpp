@@ -6,6 +6,7 @@
 
 #include "document/app_state.h"
 #include "document/entered_text.h"
+#include "document/tempo_range.h"
 #include "engine/audio_engine.h"
 #include "platform/clock.h"
 
@@ -19,14 +20,14 @@ constexpr double secondsPerMinute = 60.0;
 }  // namespace
 
 void Tempo::setTempo(std::uint32_t bpm) {
-  const std::uint32_t limited = std::clamp(bpm, slowestBpm, fastestBpm);
+  const std::uint32_t limited = limitedTempo(bpm);
   state_.tempoBpm.set(limited);
   engine_.setTempo(limited);
   state_.markEdited();
 }
 
 void Tempo::changeTempo(std::int64_t bpm) {
-  const auto limited = static_cast<std::uint32_t>(std::clamp<std::int64_t>(bpm, slowestBpm, fastestBpm));
+  const auto limited = static_cast<std::uint32_t>(std::clamp<std::int64_t>(bpm, slowestTempoBpm, fastestTempoBpm));
   if (limited != state_.tempoBpm.get()) {
     setTempo(limited);
   }
@@ -55,8 +56,8 @@ void Tempo::tapTempo() {
   }
   const auto intervals = static_cast<double>(tapTimes_.size() - 1);
   const double bpm = std::round(intervals * secondsPerMinute * nanosecondsPerSecond / static_cast<double>(elapsed));
-  setTempo(
-      static_cast<std::uint32_t>(std::clamp(bpm, static_cast<double>(slowestBpm), static_cast<double>(fastestBpm))));
+  setTempo(static_cast<std::uint32_t>(
+      std::clamp(bpm, static_cast<double>(slowestTempoBpm), static_cast<double>(fastestTempoBpm))));
 }
 
 }  // namespace vrel

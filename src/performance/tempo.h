@@ -11,14 +11,12 @@ class AppState;
 class AudioEngine;
 class HostClock;
 
-/// The tempo of the song on stage, as typed, stepped or tapped. It drives no sequencer: it is what plug-ins are told
+/// The tempo of the song on stage, as typed, stepped or tapped. It drives no sequencer: it is what plug-ins get
 /// and the grid that playbacks are edited on.
 ///
 /// All input is limited to the range, so nothing here fails. Main thread.
 class Tempo {
  public:
-  static constexpr std::uint32_t slowestBpm = 20;
-  static constexpr std::uint32_t fastestBpm = 300;
   /// A tap this long after another no longer counts with it.
   static constexpr double tapWindowSeconds = 2.0;
 

@@ -25,7 +25,7 @@ class Loading : public SimulatedStage {
     channel.playbackLoop.set(true);
     channel.playbackStartTime.set(1.0);
     channel.playbackEndTime.set(4.0);
-    channel.playbackStopMode.set("other");
+    channel.playbackStopMode.set(PlaybackStopMode::fromText("other"));
     channel.playbackIsPlaying.set(true);
     channel.playbackStopRequested.set(true);
     channel.playbackRunToken.set(Uuid::fresh());
@@ -45,7 +45,7 @@ class Loading : public SimulatedStage {
     EXPECT_FALSE(channel.playbackLoop.get());
     EXPECT_EQ(channel.playbackStartTime.get(), 0.0);
     EXPECT_EQ(channel.playbackEndTime.get(), 0.0);
-    EXPECT_EQ(channel.playbackStopMode.get(), "toggle");
+    EXPECT_EQ(channel.playbackStopMode.get(), StopMode::toggle);
   }
 
   static void expectNoPlaybackRun(const AudioChannel& channel) {
@@ -140,7 +140,7 @@ TEST_F(Loading, AnAnswerWithANodeAndAnErrorCountsAsFailed) {
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
 }
 
-TEST_F(Loading, OnlyWhatStandsUnderAPluginsKeyIsParked) {
+TEST_F(Loading, OnlyAnInstrumentUnderAPluginsKeyIsParked) {
   for (const std::string path : {"", "internal:playback", "internal:visual"}) {
     auto strip = addStrip("Piano");
     strip.channel->pluginPath.set(path);
@@ -178,7 +178,7 @@ TEST_F(Loading, VisualModeLeavesTheRackAttachedAndUnlinked) {
   EXPECT_EQ(graph().chainFrom(strip.channel->meterNode.get()), "meter 1");
 }
 
-TEST_F(Loading, AStateThatCannotBeDecodedIsToldAndTheInstrumentLoadsWithItsOwn) {
+TEST_F(Loading, AStateThatCannotBeDecodedIsLoggedAndTheInstrumentLoadsWithItsOwn) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", "bm9uc2Vuc2U=");

@@ -20,7 +20,7 @@ using testing::SizeIs;
 
 class PlaybackRun : public PlaybackStage {
  protected:
-  std::shared_ptr<AudioChannel> load(bool loops = false, const std::string& stopMode = "toggle") {
+  std::shared_ptr<AudioChannel> load(bool loops = false, const PlaybackStopMode& stopMode = StopMode::toggle) {
     auto channel = addPlayback(record(loops, stopMode));
     playerOf(*channel).calls.clear();
     return channel;
@@ -43,7 +43,7 @@ TEST_F(PlaybackRun, StartsWithANoteAndEndsWithTheFile) {
   settle();
   EXPECT_THAT(playerOf(*channel).calls, ElementsAre("stop", "segment 0 + 48000", "play"));
   playerOf(*channel).consumeOne();
-  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "the end is told on the main queue";
+  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "the end is reported on the main queue";
   settle();
   expectIdle(*channel);
 }
@@ -73,7 +73,7 @@ TEST_F(PlaybackRun, ANoteOutsideTheSplitAndNoteOffsChangeNothing) {
 }
 
 TEST_F(PlaybackRun, ThreeQuickNotesOnAnExitLoopStopItAtItsExit) {
-  const auto channel = load(true, "rangeEnd");
+  const auto channel = load(true, StopMode::rangeEnd);
   noteOn();
   EXPECT_FALSE(channel->playbackStopRequested.get());
   noteOn();
@@ -127,10 +127,10 @@ TEST_F(PlaybackRun, ALoopIsScheduledAgainAtEachCompletion) {
 }
 
 TEST_F(PlaybackRun, StopModesActAsTheUserSeesThem) {
-  for (const auto& [loops, mode, stopsAtOnce] : {std::tuple{false, "toggle", true},
-                                                 {false, "rangeEnd", true},
-                                                 {true, "toggle", true},
-                                                 {true, "rangeEnd", false},
+  for (const auto& [loops, mode, stopsAtOnce] : {std::tuple{false, StopMode::toggle, true},
+                                                 {false, StopMode::rangeEnd, true},
+                                                 {true, StopMode::toggle, true},
+                                                 {true, StopMode::rangeEnd, false},
                                                  {true, "some other word", false}}) {
     SCOPED_TRACE(std::string(loops ? "loop, " : "once, ") + mode);
     engine->removeAllChannels();
@@ -179,7 +179,7 @@ TEST_F(PlaybackRun, ABufferLoopsByItselfUnlessItMustStopAtItsExit) {
   EXPECT_THAT(playerOf(*channel).calls, ElementsAre("stop", "buffer, loops", "play"));
   noteOn();
   settle();
-  channel->playbackStopMode.set("rangeEnd");
+  channel->playbackStopMode.set(StopMode::rangeEnd);
   playerOf(*channel).calls.clear();
   noteOn();
   settle();
@@ -277,7 +277,7 @@ TEST_F(PlaybackRun, ACompletionMayOutliveTheEngine) {
   engine.reset();
   late();
   mainQueue.runAll();
-  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "nobody is left to play the next pass or to end the run";
+  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "nothing is left to play the next pass or to end the run";
 }
 
 TEST_F(PlaybackRun, TheMeterOfALoopBeginsAgainByTimeAlone) {

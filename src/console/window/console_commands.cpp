@@ -11,6 +11,7 @@
 #include "console/content_view.h"
 #include "document/app_state.h"
 #include "document/stored_texts.h"
+#include "document/tempo_range.h"
 #include "engine/audio_engine.h"
 
 namespace vrel::window {
