@@ -90,24 +90,47 @@ void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   }
 }
 
+void SetlistFiles::openNewestCopy() {
+  const auto damaged = damagedSetlist.get();
+  if (!damaged || with_.state.isLiveModeEnabled.get() || !confirmSetlistChange()) {
+    return;
+  }
+  if (const auto copy = with_.copies.newestGoodCopyOf(*damaged)) {
+    loadSetlist(*copy);
+  }
+}
+
 void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
   const auto bytes = with_.files.contents(path, mostSetlistBytes);
   auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
   if (!setlist) {
     with_.console.print("Failed to load setlist: " + setlist.error().description);
-    if (!with_.copies.copiesOf(path).empty()) {
-      with_.console.print("Earlier versions of it are kept in " + with_.copies.directoryOf(path).string());
-    }
+    offerCopyOf(path);
     return;
   }
+  damagedSetlist.set(std::nullopt);
   with_.state.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
   with_.state.songs.set(std::move(setlist.value().songs));
   with_.state.globalMidiControlAssignments.set(std::move(setlist.value().globalMidiControlAssignments));
   with_.engine.pluginPool().prewarmPlugins(with_.state.songs.get());
-  with_.state.currentFilePath.set(path);
-  with_.state.addRecentFile(path);
+  // What was opened from a copy is saved to the place of its setlist.
+  const auto original = with_.copies.setlistOf(path);
+  with_.state.currentFilePath.set(original.value_or(path));
+  with_.state.addRecentFile(original.value_or(path));
   with_.state.isDirty.set(false);
   with_.songSwitch.applySong(0);
+  if (original) {
+    with_.state.isDirty.set(true);
+  }
+}
+
+void SetlistFiles::offerCopyOf(const std::filesystem::path& path) {
+  if (!with_.copies.copiesOf(path).empty()) {
+    with_.console.print("Earlier versions of it are kept in " + with_.copies.directoryOf(path).string());
+  }
+  if (with_.copies.newestGoodCopyOf(path)) {
+    damagedSetlist.set(path);
+  }
 }
 
 bool SetlistFiles::saveSetlist() {
@@ -128,17 +151,20 @@ bool SetlistFiles::saveSetlistAs(bool force) {
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   with_.songSwitch.captureCurrentSong();
   const auto bytes = encoded(with_.state);
-  if (bytes) {
-    with_.copies.keep(path);
-  }
-  if (const Outcome failure = bytes ? with_.files.write(path, bytes.value()) : bytes.error()) {
+  if (const Outcome failure = bytes ? replaceFile(path, bytes.value()) : bytes.error()) {
     with_.console.print("Failed to save setlist: " + failure->description);
     return false;
   }
+  damagedSetlist.set(std::nullopt);
   with_.state.currentFilePath.set(path);
   with_.state.addRecentFile(path);
   with_.state.isDirty.set(false);
   return true;
+}
+
+Outcome SetlistFiles::replaceFile(const std::filesystem::path& path, const std::string& bytes) {
+  // Without a copy a crash in an in-place write would leave nothing.
+  return with_.copies.keep(path) ? with_.files.write(path, bytes) : with_.files.writeAtomically(path, bytes);
 }
 
 bool SetlistFiles::confirmSetlistChange() {
