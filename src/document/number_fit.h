@@ -8,14 +8,11 @@
 
 namespace vrel {
 
-/// `number` as an Integer; none if it has a fraction or does not fit. None either from 2^53 upwards,
-/// where a double no longer tells which whole number was meant.
+/// `number` as an Integer; none if it has a fraction or does not fit.
 template <std::integral Integer>
 [[nodiscard]] std::optional<Integer> wholeNumber(double number) {
-  constexpr double exactBelow = 0x1p53;
   using Limits = std::numeric_limits<Integer>;
-  const bool fits = std::abs(number) < exactBelow && number >= static_cast<double>(Limits::min()) &&
-                    number < std::ldexp(1.0, Limits::digits);
+  const bool fits = number >= static_cast<double>(Limits::min()) && number < std::ldexp(1.0, Limits::digits);
   return fits && std::trunc(number) == number ? std::optional(static_cast<Integer>(number)) : std::nullopt;
 }
 
