@@ -166,16 +166,20 @@ void OfflineStage::noteLoadProblems() {
 void OfflineStage::perform(const ShowStep& step) {
   mainLoop_.advanceUpTo(step.seconds);
   performer_.perform(step.action);
+  waitForPlayers();
   standStill();
 }
 
-audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
-  mainLoop_.advanceUpTo(seconds);
-  // The block waits for the disk, and for all that a file's end brings about.
+void OfflineStage::waitForPlayers() {
   nodes_.playerFeeder().feedBeforeBlock([this] {
     engine_->playbackRuns().playbackQueue().sync([] {});
     mainLoop_.runPending();
   });
+}
+
+audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
+  mainLoop_.advanceUpTo(seconds);
+  waitForPlayers();
   return device_->renderBlock();
 }
 

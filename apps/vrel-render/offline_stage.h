@@ -83,6 +83,8 @@ class OfflineStage {
   [[nodiscard]] std::set<std::string> pluginsBeingMade();
   [[nodiscard]] bool hasSettled();
   void standStill();
+  /// Waits for the disk, and for all that a started or ended file brings about.
+  void waitForPlayers();
   void waitForPlugins();
   void goOnWithoutAnswers();
   void noteLoadProblems();

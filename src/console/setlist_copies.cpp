@@ -51,6 +51,11 @@ std::string shortened(std::string name) {
   return name;
 }
 
+/// The file with the path of the setlist whose copies are in `directory`.
+fs::path pathFileOf(const fs::path& directory) {
+  return fs::path(directory.string() + ".path");
+}
+
 std::string hexText(std::uint64_t number) {
   constexpr std::size_t digits = 16;
   std::string text(digits, '0');
@@ -89,29 +94,53 @@ std::vector<fs::path> SetlistCopies::copiesOf(const fs::path& setlist) const {
   return copies;
 }
 
-void SetlistCopies::keep(const fs::path& setlist) {
+bool SetlistCopies::keep(const fs::path& setlist) {
   if (!files_.fileExists(setlist)) {
-    return;
+    return true;
   }
   if (directory_.empty()) {
-    report(setlist, Error{"this user has no place for them"});
-    return;
+    logFailure(setlist, Error{"no state folder (HOME and XDG_STATE_HOME are not set)"});
+    return false;
   }
   const auto bytes = files_.contents(setlist, mostSetlistBytes);
   if (!bytes) {
-    report(setlist, bytes.error());
-    return;
+    logFailure(setlist, bytes.error());
+    return false;
   }
   const auto directory = directoryOf(setlist);
   const auto numbers = numbersIn(directory);
   const auto newest = numbers.empty() ? 0 : numbers.front();
   const bool isKept = !numbers.empty() && holds(directory / nameOf(newest), bytes.value());
+  Outcome failure;
   if (!isKept && readSetlist(bytes.value())) {
-    if (const auto failure = add(directory, newest + 1, bytes.value())) {
-      report(setlist, *failure);
-    }
+    failure = add(setlist, newest + 1, bytes.value());
+  }
+  if (failure) {
+    logFailure(setlist, *failure);
   }
   tidy(directory);
+  return !failure;
+}
+
+std::optional<fs::path> SetlistCopies::newestGoodCopyOf(const fs::path& setlist) const {
+  for (const auto& copy : copiesOf(setlist)) {
+    const auto bytes = files_.contents(copy, mostSetlistBytes);
+    if (bytes && readSetlist(bytes.value())) {
+      return copy;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<fs::path> SetlistCopies::setlistOf(const fs::path& copy) const {
+  constexpr std::uintmax_t longestPath = 65536;
+  const auto directory = files_.canonicalPath(copy).parent_path();
+  if (directory_.empty() || directory.parent_path() != files_.canonicalPath(directory_)) {
+    return std::nullopt;
+  }
+  const auto path = files_.contents(pathFileOf(directory), longestPath);
+  const bool isOfThisDirectory = path && directoryOf(path.value()).filename() == directory.filename();
+  return isOfThisDirectory ? std::optional<fs::path>(path.value()) : std::nullopt;
 }
 
 bool SetlistCopies::holds(const fs::path& copy, const std::string& bytes) const {
@@ -119,9 +148,16 @@ bool SetlistCopies::holds(const fs::path& copy, const std::string& bytes) const 
   return kept && kept.value() == bytes;
 }
 
-Outcome SetlistCopies::add(const fs::path& directory, std::uint64_t number, const std::string& bytes) {
-  const auto failure = files_.createDirectory(directory);
-  return failure ? failure : files_.writeAtomically(directory / nameOf(number), bytes);
+Outcome SetlistCopies::add(const fs::path& setlist, std::uint64_t number, const std::string& bytes) {
+  const auto directory = directoryOf(setlist);
+  if (auto failure = files_.createDirectory(directory)) {
+    return failure;
+  }
+  // Without it a copy can be opened all the same.
+  if (!files_.fileExists(pathFileOf(directory))) {
+    static_cast<void>(files_.writeAtomically(pathFileOf(directory), files_.canonicalPath(setlist).string()));
+  }
+  return files_.writeAtomically(directory / nameOf(number), bytes);
 }
 
 /// Drops what is too old, and what a copy that was never finished has left. A failure costs space only.
@@ -140,7 +176,7 @@ void SetlistCopies::tidy(const fs::path& directory) {
   }
 }
 
-void SetlistCopies::report(const fs::path& setlist, const Error& error) {
+void SetlistCopies::logFailure(const fs::path& setlist, const Error& error) {
   console_.print("Failed to keep a copy of " + setlist.string() + ": " + error.description);
 }
 

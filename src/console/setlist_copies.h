@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,7 +21,8 @@ class FileManager;
 /// A save writes into the file itself, so a power cut in its middle leaves half a file. What was there before lies here
 /// by then, brought to the disk. Each setlist has a directory of its own, named after the file and after its whole
 /// path, links followed: files of one name in two places share nothing. It holds "000001.vrel", "000002.vrel" and so
-/// on, the highest number being the newest, each a setlist that can be opened as it is.
+/// on, the highest number being the newest, each a setlist that can be opened as it is. Beside it is a file of its name
+/// and ".path" with the path of the setlist.
 ///
 /// Only what can be opened is kept: a damaged file pushes no good copy out. What the newest copy holds already is not
 /// kept twice. Main thread.
@@ -33,11 +35,18 @@ class SetlistCopies {
   SetlistCopies(FileManager& files, ConsoleOutput& console, std::filesystem::path directory)
       : files_(files), console_(console), directory_(std::move(directory)) {}
 
-  /// Keeps what the setlist holds now. What cannot be kept is reported on the console, and stops nothing.
-  void keep(const std::filesystem::path& setlist);
+  /// Keeps what the setlist holds now. A failure is logged. Whether nothing is lost when the setlist is overwritten: it
+  /// is kept, or does not exist, or cannot be opened anyway.
+  [[nodiscard]] bool keep(const std::filesystem::path& setlist);
 
   /// The copies of a setlist, newest first.
   [[nodiscard]] std::vector<std::filesystem::path> copiesOf(const std::filesystem::path& setlist) const;
+
+  /// The newest of them that can be opened; none without one.
+  [[nodiscard]] std::optional<std::filesystem::path> newestGoodCopyOf(const std::filesystem::path& setlist) const;
+
+  /// The setlist that a copy was made of; none for any other file.
+  [[nodiscard]] std::optional<std::filesystem::path> setlistOf(const std::filesystem::path& copy) const;
 
   [[nodiscard]] std::filesystem::path directoryOf(const std::filesystem::path& setlist) const;
 
@@ -46,9 +55,9 @@ class SetlistCopies {
 
   [[nodiscard]] Numbers numbersIn(const std::filesystem::path& directory) const;
   [[nodiscard]] bool holds(const std::filesystem::path& copy, const std::string& bytes) const;
-  [[nodiscard]] Outcome add(const std::filesystem::path& directory, std::uint64_t number, const std::string& bytes);
+  [[nodiscard]] Outcome add(const std::filesystem::path& setlist, std::uint64_t number, const std::string& bytes);
   void tidy(const std::filesystem::path& directory);
-  void report(const std::filesystem::path& setlist, const Error& error);
+  void logFailure(const std::filesystem::path& setlist, const Error& error);
 
   FileManager& files_;
   ConsoleOutput& console_;

@@ -91,24 +91,47 @@ void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   }
 }
 
+void SetlistFiles::openNewestCopy() {
+  const auto damaged = damagedSetlist.get();
+  if (!damaged || !LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_) || !confirmSetlistChange()) {
+    return;
+  }
+  if (const auto copy = copies_.newestGoodCopyOf(*damaged)) {
+    loadSetlist(*copy);
+  }
+}
+
 void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
   const auto bytes = files_.contents(path, mostSetlistBytes);
   auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
   if (!setlist) {
     console_.print("Failed to load setlist: " + setlist.error().description);
-    if (!copies_.copiesOf(path).empty()) {
-      console_.print("Earlier versions of it are kept in " + copies_.directoryOf(path).string());
-    }
+    offerCopyOf(path);
     return;
   }
+  damagedSetlist.set(std::nullopt);
   state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
   state_.songs.set(std::move(setlist.value().songs));
   state_.globalMidiControlAssignments.set(std::move(setlist.value().globalMidiControlAssignments));
   engine_.pluginPool().prewarmPlugins(state_.songs.get());
-  state_.currentFilePath.set(path);
-  state_.addRecentFile(path);
+  // What was opened from a copy is saved to the place of its setlist.
+  const auto original = copies_.setlistOf(path);
+  state_.currentFilePath.set(original.value_or(path));
+  state_.addRecentFile(original.value_or(path));
   state_.isDirty.set(false);
   songSwitch_.applySong(0);
+  if (original) {
+    state_.markEdited();
+  }
+}
+
+void SetlistFiles::offerCopyOf(const std::filesystem::path& path) {
+  if (!copies_.copiesOf(path).empty()) {
+    console_.print("Earlier versions of it are kept in " + copies_.directoryOf(path).string());
+  }
+  if (copies_.newestGoodCopyOf(path)) {
+    damagedSetlist.set(path);
+  }
 }
 
 bool SetlistFiles::saveSetlist() {
@@ -129,17 +152,20 @@ bool SetlistFiles::saveSetlistAs(bool force) {
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   songSwitch_.captureCurrentSong();
   const auto bytes = encoded(state_);
-  if (bytes) {
-    copies_.keep(path);
-  }
-  if (const Outcome failure = bytes ? files_.write(path, bytes.value()) : bytes.error()) {
+  if (const Outcome failure = bytes ? replaceFile(path, bytes.value()) : bytes.error()) {
     console_.print("Failed to save setlist: " + failure->description);
     return false;
   }
+  damagedSetlist.set(std::nullopt);
   state_.currentFilePath.set(path);
   state_.addRecentFile(path);
   state_.isDirty.set(false);
   return true;
+}
+
+Outcome SetlistFiles::replaceFile(const std::filesystem::path& path, const std::string& bytes) {
+  // Without a copy a crash in an in-place write would leave nothing.
+  return copies_.keep(path) ? files_.write(path, bytes) : files_.writeAtomically(path, bytes);
 }
 
 bool SetlistFiles::confirmSetlistChange() {

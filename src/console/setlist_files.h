@@ -2,6 +2,11 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
+
+#include "foundation/observable.h"
+#include "foundation/result.h"
 
 namespace vrel {
 
@@ -19,8 +24,8 @@ struct NSAlert;
 /// Nothing here is an edit: what is new, loaded or saved has no unsaved edits.
 ///
 /// No failure of a file is shown in a dialog: it goes to the console, and everything stays as it was. A setlist is
-/// written into its file in place; the last good version of an existing one is kept beforehand, see SetlistCopies. One
-/// of more than `mostSetlistBytes` is neither read nor written.
+/// written into its file in place; the last good version of an existing one is kept beforehand, see SetlistCopies, and
+/// where that fails the file is replaced atomically. One of more than `mostSetlistBytes` is neither read nor written.
 ///
 /// Main thread, which is blocked while a setlist is captured, read or written; a question lets the main queue go on.
 class SetlistFiles {
@@ -55,7 +60,14 @@ class SetlistFiles {
   /// Asks, and loads a file of the recent list, of which the path may be a part. Nothing in Live mode.
   void openRecentSetlist(std::filesystem::path path);
 
-  /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there.
+  /// The setlist that could not be opened, while a copy of it can; none after the next one that is opened or saved.
+  Observable<std::optional<std::filesystem::path>> damagedSetlist;
+
+  /// Asks, and loads the newest good copy of that setlist, to be saved to its place. Nothing in Live mode.
+  void openNewestCopy();
+
+  /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there. A copy
+  /// takes the place of the setlist that it was made of, and counts as edited.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Saves where the setlist was loaded from or saved to last, also in Live mode; has a file chosen when there is none.
@@ -76,6 +88,8 @@ class SetlistFiles {
 
  private:
   [[nodiscard]] bool mayGiveUp(const NSAlert& alert);
+  [[nodiscard]] Outcome replaceFile(const std::filesystem::path& path, const std::string& bytes);
+  void offerCopyOf(const std::filesystem::path& path);
 
   AppState& state_;
   AudioEngine& engine_;

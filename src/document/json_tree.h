@@ -10,8 +10,9 @@
 
 namespace vrel {
 
-/// Makes `tree` the tree of a JSON text. The error tells the byte; then the tree is of no use. A nesting that only a
-/// hostile file has is an error, too, so that whoever walks the tree may recurse.
+/// Parses a JSON text into `tree`. The error names the byte; the tree is then unusable. Excessive nesting is an error,
+/// too, so that the tree may be walked by recursion. A string with the escape of a lone surrogate, which JSON allows
+/// and UTF-8 cannot hold, becomes a value of type binary: whoever ignores it may, and whoever wants a text finds none.
 [[nodiscard]] Outcome parseJson(std::string_view bytes, nlohmann::json& tree);
 
 }  // namespace vrel

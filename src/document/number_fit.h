@@ -8,14 +8,13 @@
 
 namespace vrel {
 
-/// `number` as an Integer; none if it has a fraction or does not fit. None either from 2^53 upwards,
-/// where a double no longer identifies one whole number.
+/// `number` as an Integer; none if it has a fraction or does not fit. None either at -2^63, to which numbers beyond it are
+/// rounded.
 template <std::integral Integer>
 [[nodiscard]] std::optional<Integer> wholeNumber(double number) {
-  constexpr double exactBelow = 0x1p53;
   using Limits = std::numeric_limits<Integer>;
-  const bool fits = std::abs(number) < exactBelow && number >= static_cast<double>(Limits::min()) &&
-                    number < std::ldexp(1.0, Limits::digits);
+  const bool fits = number >= static_cast<double>(Limits::min()) && number < std::ldexp(1.0, Limits::digits) &&
+                    number > -0x1p63;
   return fits && std::trunc(number) == number ? std::optional(static_cast<Integer>(number)) : std::nullopt;
 }
 

@@ -61,7 +61,8 @@ class RecordReader {
   }
 
   bool expect(bool met, const json& value, const DocumentPlace& place, std::string_view wanted) {
-    return met || fail(place, "expected " + std::string(wanted) + ", found " + value.type_name());
+    const char* const found = value.is_binary() ? "a text with a lone surrogate" : value.type_name();
+    return met || fail(place, "expected " + std::string(wanted) + ", found " + found);
   }
 
   template <typename Field>

@@ -9,10 +9,10 @@
 
 namespace vrel {
 
-/// What the console shows as chosen among the strips of the song on stage.
+/// The selection among the strips of the song on stage.
 struct ConsoleSelection {
   Observable<std::optional<Uuid>> selectedChannelId;
-  Observable<std::uint64_t> channelsViewVersion{0};  // goes up whenever all strips are to be drawn anew
+  Observable<std::uint64_t> channelsViewVersion{0};  // increases whenever all strips must be rebuilt
 };
 
 }  // namespace vrel

@@ -8,8 +8,8 @@
 
 namespace vrel {
 
-/// The key that a script names: "p", "space", "0" to "9", "up" or "down", each also behind "cmd+". None for any other
-/// name.
+/// The key with this name in a script: "p", "space", "0" to "9", "up" or "down", each also with the prefix "cmd+". None
+/// for any other name.
 [[nodiscard]] std::optional<KeyEvent> keyEventFromName(std::string_view name);
 
 }  // namespace vrel

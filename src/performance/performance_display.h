@@ -6,16 +6,16 @@ namespace vrel {
 class AppState;
 class AudioEngine;
 
-/// What every panic control does, in this order: no note shows as held, the four performance values
-/// go to zero, and the engine silences its instruments. The display clears also on a stopped engine.
+/// What every panic control does, in this order: clears the notes shown as held, sets the four performance values to
+/// zero, and has the engine silence its instruments. The display is cleared also on a stopped engine.
 void performPanic(AppState& state, AudioEngine& engine);
 
-/// Shows what is played: the state's notes and performance values follow the engine's traffic. The
-/// state must outlive the engine.
+/// Shows what is played: the state's notes and performance values follow the engine's MIDI input. The state must
+/// outlive the engine.
 void showPerformance(AppState& state, AudioEngine& engine);
 
-/// Shows the name of the MIDI input, from now on and as it is now: the first connection usually comes
-/// before there is anything to show it. The state must outlive the engine.
+/// Shows the name of the MIDI input, from now on and as it is now: the first connection is usually made
+/// before this is called. The state must outlive the engine.
 void showMidiPortName(AppState& state, AudioEngine& engine);
 
 }  // namespace vrel

@@ -98,7 +98,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   state_.isDirty.set(false);
 }
 
-/// The session and the beat clock go over to the new song while the old one's channels still stand.
+/// Takes over the new song's values in the session and the beat clock while the old song's channels still exist.
 void SongSwitch::takeOver(const SongConfig& song) {
   state_.songNotes.set(song.songNotes);
   state_.tempoBpm.set(song.tempoBpm);

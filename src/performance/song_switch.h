@@ -21,11 +21,11 @@ struct ConsoleSelection;
 class HostClock;
 class MainQueue;
 
-/// Puts songs of the open setlist on stage: the channels of the one before are taken down and the new ones built in one
-/// pass, while their plug-ins arrive in the background.
+/// Puts songs of the open setlist on stage: the channels of the previous one are removed and the new ones built in one
+/// pass, while their plug-ins load in the background.
 ///
 /// The values of the song on stage live in the engine's channels and in the session; `AppState::songs` is brought up
-/// to date by `captureCurrentSong`, which every switch and every save begin with. A plug-in that is not installed or
+/// to date by `captureCurrentSong`, with which every switch and every save begins. A plug-in that is not installed or
 /// fails never stops a switch: its strip stays, silent, with its status. One that never answers ends the switch
 /// after `songSwitchTimeoutSeconds`. A switch is not an edit: it clears the mark. Main thread.
 class SongSwitch {
@@ -45,11 +45,11 @@ class SongSwitch {
   /// All are borrowed.
   explicit SongSwitch(const Collaborators& collaborators);
 
-  /// What is being learned or held by a learned control ends here. Called in each switch after the capture.
+  /// Ends learning and releases what learned controls hold. Called in each switch after the capture.
   std::function<void()> cancelMidiLearn;
 
-  /// Emitted in each switch when the outgoing song is stored and has been told to stop, before its strips go. No load
-  /// of the next one has begun.
+  /// Emitted in each switch when the outgoing song is stored and its instruments are stopped, before its strips are
+  /// removed. No load of the next one has begun.
   Signal<> stripsWillGo;
 
   /// Puts a song on stage, also one that is there already. Does nothing with an index out of range.
@@ -58,8 +58,8 @@ class SongSwitch {
   /// Stores what is on stage in the selected song; nothing when there is none. Does not touch the dirty mark.
   void captureCurrentSong();
 
-  /// Ends the switch of this token without the loads that it still waits for; nothing when another one has taken its
-  /// place. Comes by itself after `songSwitchTimeoutSeconds`; called where the clock stands meanwhile.
+  /// Ends the switch of this token without its pending loads; nothing when another one has replaced it. Called by a
+  /// timer after `songSwitchTimeoutSeconds`, and directly where no clock runs meanwhile.
   void songSwitchTimedOut(const Uuid& token);
 
  private:

@@ -11,8 +11,8 @@ class AppState;
 class AudioEngine;
 class HostClock;
 
-/// The tempo of the song on stage, as typed, stepped or tapped. It drives no sequencer: it is what plug-ins get
-/// and the grid that playbacks are edited on.
+/// The tempo of the song on stage, as typed, stepped or tapped. It drives no sequencer: plug-ins receive it, and it
+/// is the grid on which playbacks are edited.
 ///
 /// All input is limited to the range, so nothing here fails. Main thread.
 class Tempo {

@@ -19,8 +19,8 @@ class FileManager {
   /// is refused unread.
   [[nodiscard]] virtual Result<std::string> contents(const std::filesystem::path& path, std::uintmax_t mostBytes) = 0;
 
-  /// Replaces the bytes of a file in place, or makes it. What was there is lost from the first byte on, also when the
-  /// rest can not be written. Makes no directories.
+  /// Replaces the bytes of a file in place, or creates it. When that fails the old bytes are put back as far as
+  /// possible; a crash in its middle leaves a damaged file. Creates no directories.
   [[nodiscard]] virtual Outcome write(const std::filesystem::path& path, const std::string& bytes) = 0;
 
   [[nodiscard]] virtual bool fileExists(const std::filesystem::path& path) = 0;

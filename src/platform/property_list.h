@@ -25,7 +25,7 @@ struct PropertyListValue {
   bool operator==(const PropertyListValue&) const = default;
 };
 
-/// Turns property lists to and from their binary form. Main thread.
+/// Reads and writes property lists. Main thread.
 class NSPropertyListSerialization {
  public:
   virtual ~NSPropertyListSerialization() = default;
@@ -33,7 +33,7 @@ class NSPropertyListSerialization {
   /// The binary form (format 200) of `dictionary`.
   [[nodiscard]] virtual Result<PropertyListData> dataFromPropertyList(const PropertyListDictionary& dictionary) = 0;
 
-  /// The value that `data` holds. Fails on anything that is no property list, however broken.
+  /// The value that `data` holds, in binary or XML form. Fails on anything else, however broken.
   [[nodiscard]] virtual Result<PropertyListValue> propertyListFromData(const PropertyListData& data) = 0;
 };
 

@@ -161,6 +161,58 @@ TEST_F(CopiesOfSetlists, WithoutAnyNothingIsSaidOfThem) {
   EXPECT_THAT(console.lines, SizeIs(1));
 }
 
+TEST_F(CopiesOfSetlists, ADamagedSetlistOffersItsNewestGoodCopyWhichIsSavedToItsPlace) {
+  save("v1");
+  save("v2");
+  save("v3");
+  files.files[copies.copiesOf(gig).at(0)] = "damaged, too";
+  files.files[gig].resize(20);
+  setlistFiles.loadSetlist(gig);
+  EXPECT_EQ(setlistFiles.damagedSetlist.get(), gig);
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.openNewestCopy();
+  EXPECT_EQ(songNames(), Names{"v1"});
+  EXPECT_EQ(state.currentFilePath.get(), gig);
+  EXPECT_EQ(state.recentFiles.get().front(), gig);
+  EXPECT_TRUE(state.isDirty.get());
+  EXPECT_EQ(setlistFiles.damagedSetlist.get(), std::nullopt);
+  EXPECT_TRUE(setlistFiles.saveSetlist());
+  EXPECT_EQ(namesOnDisk(gig), Names{"v1"});
+}
+
+TEST_F(CopiesOfSetlists, ACopyThatIsOpenedByHandIsSavedToThePlaceOfItsSetlist) {
+  save("v1");
+  save("v2");
+  setlistFiles.loadSetlist(copies.copiesOf(gig).at(0));
+  EXPECT_EQ(state.currentFilePath.get(), gig);
+  EXPECT_TRUE(state.isDirty.get());
+  EXPECT_TRUE(setlistFiles.saveSetlist());
+  EXPECT_EQ(namesOnDisk(gig), Names{"v1"});
+  EXPECT_EQ(kept(gig), (Names{"v2", "v1"}));
+}
+
+TEST_F(CopiesOfSetlists, NothingIsOfferedWithoutAGoodCopyNorOpenedInLiveMode) {
+  save("v1");
+  files.files[gig].resize(20);
+  setlistFiles.loadSetlist(gig);
+  EXPECT_EQ(setlistFiles.damagedSetlist.get(), std::nullopt);
+  save("v2");
+  save("v3");
+  files.files[gig].resize(20);
+  setlistFiles.loadSetlist(gig);
+  ASSERT_EQ(setlistFiles.damagedSetlist.get(), gig);
+  state.isLiveModeEnabled.set(true);
+  setlistFiles.openNewestCopy();
+  EXPECT_EQ(songNames(), Names{"v3"});
+  EXPECT_THAT(desktop.alerts, IsEmpty());
+  state.isLiveModeEnabled.set(false);
+  desktop.alertAnswers = {cancelButton};
+  setlistFiles.openNewestCopy();
+  EXPECT_EQ(songNames(), Names{"v3"});
+  save("v4");
+  EXPECT_EQ(setlistFiles.damagedSetlist.get(), std::nullopt) << "a save mends it";
+}
+
 // What goes wrong with a copy stops no save.
 
 TEST_F(CopiesOfSetlists, AFolderThatCanNotBeMadeIsToldAndTheSaveGoesOn) {
@@ -202,8 +254,9 @@ TEST_F(CopiesOfSetlists, AFileThatCanBeWrittenButNotReadIsToldAndSaved) {
 TEST_F(CopiesOfSetlists, AUserWithoutAPlaceForThemIsTold) {
   SetlistCopies nowhere(files, console, "");
   files.place(gig, setlistText({"v1"}));
-  nowhere.keep(gig);
-  EXPECT_EQ(console.lines, Lines{"Failed to keep a copy of /home/me/gig.vrel: this user has no place for them"});
+  EXPECT_FALSE(nowhere.keep(gig));
+  EXPECT_EQ(console.lines, Lines{"Failed to keep a copy of /home/me/gig.vrel: "
+                                 "no state folder (HOME and XDG_STATE_HOME are not set)"});
   EXPECT_THAT(nowhere.copiesOf(gig), IsEmpty());
 }
 
@@ -280,6 +333,24 @@ class PowerCut : public CopiesOfSetlists {
 TEST_F(PowerCut, InTheFirstSaveThatOverwritesCostsNothing) {
   save("old");
   cutAtEveryStep({"old"});
+}
+
+TEST_F(PowerCut, InASaveWhoseCopyCouldNotBeMadeCostsNothing) {
+  save("old");
+  files.placeDirectory("/home/me/state");
+  files.readOnly.insert("/home/me/state");
+  for (std::size_t steps = 0;; ++steps) {
+    files.stepsTaken = 0;
+    files.stepsBeforePowerCut = steps;
+    const bool isSaved = save("new");
+    files.bringPowerBack();
+    ASSERT_TRUE(namesOnDisk(gig) == Names{"old"} || namesOnDisk(gig) == Names{"new"}) << "cut after step " << steps;
+    if (isSaved) {
+      break;
+    }
+    files.files[gig] = setlistText({"old"});
+  }
+  EXPECT_EQ(namesOnDisk(gig), Names{"new"});
 }
 
 TEST_F(PowerCut, InASaveThatDropsTheOldestCopyCostsNothing) {

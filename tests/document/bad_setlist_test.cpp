@@ -152,9 +152,16 @@ TEST(BadSetlist, UnknownTextsOfEnumerationsFail) {
 TEST(BadSetlist, WhatIsNoJsonFailsWithThePlace) {
   for (const char* broken : {"", " ", "{", "}", "{]", "{\"songs\": [,]}", "{'songs': []}", "{\"songs\": []} x", "nul",
                              "{\"a\": 01}", "{\"a\": +1}", "{\"a\": .5}", "{\"a\": NaN}", "{\"a\": \"\t\"}",
-                             "{\"a\": \"\\x\"}", "{\"a\": \"\\ud800\"}", "// c\n{}", "{} {}", "{\"a\": 1,}"}) {
+                             "{\"a\": \"\\x\"}", "// c\n{}", "{} {}", "{\"a\": 1,}"}) {
     EXPECT_THAT(failureOf(broken), StartsWith("byte ")) << broken;
   }
+}
+
+TEST(BadSetlist, ALoneSurrogateInATextThatIsReadFails) {
+  EXPECT_EQ(failureOf(R"({"songs": [{"name": "a\ud800b"}]})"),
+            "songs[0].name: expected a text, found a text with a lone surrogate");
+  EXPECT_THAT(failureOf(R"({"other": "\udc00", "songs": [{"name": "\ude00\ud83d"}]})"), StartsWith("songs[0].name: "));
+  EXPECT_THAT(failureOf(R"({"other": "\ud800", "songs": [})"), StartsWith("byte ")) << "what else is wrong is found";
 }
 
 TEST(BadSetlist, AZeroByteDoesNotEndTheDocument) {

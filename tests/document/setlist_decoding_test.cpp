@@ -41,6 +41,21 @@ TEST(SetlistDecoding, AnEmptyObjectIsAnEmptySetlist) {
   EXPECT_TRUE(setlist.globalMidiControlAssignments.empty());
 }
 
+TEST(SetlistDecoding, ALoneSurrogateInAKeyThatIsNotListedIsIgnored) {
+  const SongConfig song = decodedSong(
+      R"({"\ud800": 1, "other": ["\udfff", {"a\uD83D\\ude00": "\\\ud800"}], "name": "\ud83d\ude00 \\ud800"})");
+  EXPECT_EQ(song.name, "\xF0\x9F\x98\x80 \\ud800");
+}
+
+TEST(SetlistDecoding, AWholeNumberMayBeWrittenAsALargeFloat) {
+  const SongConfig song = decodedSong(R"({"midi_control_assignments": [
+        {"target": {"kind": "panic", "channelIndex": 9007199254740994.0}, "binding": {"statusType": 0, "midiChannel": 0, "number": 0}},
+        {"target": {"kind": "panic", "channelIndex": -1e17}, "binding": {"statusType": 0, "midiChannel": 0, "number": 0}}]})");
+  ASSERT_EQ(song.midiControlAssignments.size(), 2U);
+  EXPECT_EQ(song.midiControlAssignments[0].target.channelIndex, 9007199254740994);
+  EXPECT_EQ(song.midiControlAssignments[1].target.channelIndex, -100000000000000000);
+}
+
 TEST(SetlistDecoding, AnEmptySongGetsItsDefaults) {
   const SongConfig song = decodedSong("{}");
   EXPECT_EQ(song.name, "Untitled Song");

@@ -45,6 +45,13 @@ TEST(SetlistEncoding, EveryFieldComesBack) {
   EXPECT_EQ(withoutIds(again.value()), withoutIds(sampleSetlist()));
 }
 
+TEST(SetlistEncoding, ANegativeChannelIndexIsWritten) {
+  SongConfig song;
+  song.midiControlAssignments.emplace_back().target = {.kind = MidiControlKind::channelMute, .channelIndex = -1};
+  const json document = json::parse(encoded({.songs = {song}}));
+  EXPECT_EQ(document["songs"][0]["midi_control_assignments"][0]["target"]["channelIndex"], -1);
+}
+
 TEST(SetlistEncoding, EveryKeyIsWrittenThoughItEqualsTheDefault) {
   const json document = json::parse(encoded(
       {.songs = {{.channels = {{.effectSlots = {{}}, .visualClipMappings = {{}}}}, .midiControlAssignments = {{}}}}}));

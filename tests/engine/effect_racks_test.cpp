@@ -148,8 +148,16 @@ TEST_F(Racks, RemovingASlotOfTheMasterRewiresTheMasterAlsoAfterTheLevels) {
   engine->effects().removeEffectSlot(master, master.effectSlots.get()[0].id);
   EXPECT_EQ(graph().chainFrom(graph().mainMixerNode()), "main mixer > second > output");
   EXPECT_EQ(graph().count("stop"), 2);
+}
+
+TEST_F(Racks, RemovingTheLastSlotOfTheMasterForcesARebuildAfterTheLevels) {
+  auto& master = *engine->masterChannel();
+  addEffect(master, "only");
+  engine->chains().rebuildMasterEffectChain(false);
+  graph().record.clear();
   engine->effects().removeEffectSlot(master, master.effectSlots.get()[0].id);
   EXPECT_EQ(graph().chainFrom(graph().mainMixerNode()), "main mixer > output");
+  EXPECT_EQ(graph().count("stop"), 2) << "a plain master is rewired only by force";
 }
 
 TEST_F(Racks, AnEffectThatIsLoadedGoesIntoItsSlotOnTheMainQueue) {

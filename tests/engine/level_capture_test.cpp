@@ -157,6 +157,24 @@ TEST_F(Capture, APlaybackWithoutALengthCountsAsAMillisecondLong) {
   }
 }
 
+TEST_F(Capture, TheShortestPlaybackSpreadsItsPeaksOverOneMillisecond) {
+  const auto channel = playingFile({{0.1F, 0.1F}, {0.2F, 0.2F}, {0.3F, 0.3F}, {0.4F, 0.4F}});
+  channel->playbackEndTime.set(channel->playbackStartTime.get());
+  clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 600'000);
+  engine->levelCapture().feedPlaybackMeter(*channel);
+  EXPECT_FLOAT_EQ(channel->rawMeterPeakL, 0.3F);
+}
+
+TEST_F(Capture, DetachingAMeterNodeSetsThePeaksToZero) {
+  const auto strip = addStrip("Piano");
+  strip.channel->peakL.set(0.5F);
+  strip.channel->peakR.set(0.4F);
+  engine->chains().detachMeterNode(*strip.channel);
+  EXPECT_EQ(strip.channel->meterNode.get(), nullptr);
+  EXPECT_EQ(strip.channel->peakL.get(), 0.0F);
+  EXPECT_EQ(strip.channel->peakR.get(), 0.0F);
+}
+
 TEST_F(Capture, SilentChannelsCauseNoNotifications) {
   const auto channel = engine->addChannel("A");
   int notifications = 0;

@@ -31,7 +31,7 @@ TEST(KeyName, OnlyArrowsHaveTheirPlaces) {
   }
 }
 
-TEST(KeyName, CommandStandsInFront) {
+TEST(KeyName, CommandIsAPrefix) {
   const auto event = keyEventFromName("cmd+3").value();
   EXPECT_EQ(event.charactersIgnoringModifiers, "3");
   EXPECT_EQ(event.modifierFlags, ModifierFlags::command);

@@ -37,7 +37,7 @@ struct SavedValues {
   bool operator==(const SavedValues&) const = default;
 };
 
-/// Somebody who turns every knob and hits every key, at random but the same with the same seed.
+/// A performer who turns every knob and hits every key at random, reproducibly by seed.
 class RandomPerformer : public LiveStage, public testing::WithParamInterface<unsigned> {
  protected:
   RandomPerformer() {
@@ -210,7 +210,7 @@ class RandomPerformer : public LiveStage, public testing::WithParamInterface<uns
     }
   }
 
-  /// Each target stands once, in the list it belongs to.
+  /// Each target occurs once, in the list it belongs to.
   static void expectOrderly(const std::vector<MidiControlAssignment>& assignments, bool isGlobal) {
     for (const auto& assignment : assignments) {
       EXPECT_EQ(std::count_if(assignments.begin(), assignments.end(),

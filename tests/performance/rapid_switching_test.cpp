@@ -18,7 +18,7 @@ namespace {
 
 constexpr int presses = 300;
 constexpr double secondsBetween = 1.0 / 30;
-constexpr int unitsMadeBetween = 2;          // so that a switch outlasts some presses
+constexpr int unitsCreatedBetween = 2;       // so that a switch outlasts some presses
 constexpr std::size_t mostPlugins = 50'000;  // of one test
 
 class RapidSwitching : public LiveStage {
@@ -73,10 +73,10 @@ class RapidSwitching : public LiveStage {
     return songs;
   }
 
-  /// The machine makes a few plug-ins while the clock goes on.
+  /// A few plug-ins are created while the clock advances.
   void letPass(double seconds) {
     settle();
-    for (int made = 0; made < unitsMadeBetween && !units.requests.empty(); ++made) {
+    for (int created = 0; created < unitsCreatedBetween && !units.requests.empty(); ++created) {
       if (units.requests[0].isForMIDIInstrument) {
         everMade.emplace_back(units.answerWithInstrument());
       } else {
@@ -152,10 +152,10 @@ TEST_F(RapidSwitching, LeavesNothingBehind) {
     EXPECT_FALSE(engine->pluginPool().isPrewarming(key));
   }
   EXPECT_EQ(engine->channels().size(), song(0).channels.size());
-  EXPECT_TRUE(console.lines.empty()) << "the timeout of no earlier switch is told: " << console.lines.front();
+  EXPECT_TRUE(console.lines.empty()) << "no earlier switch logs its timeout: " << console.lines.front();
 }
 
-TEST_F(RapidSwitching, TheLastSongStandsWithinTheTimeOfOneSwitch) {
+TEST_F(RapidSwitching, TheLastSongIsReadyWithinTheTimeOfOneSwitch) {
   double longestSwitch = 0;
   for (int index = 0; index < presses; ++index) {
     hold(1);

@@ -40,9 +40,9 @@ struct SongMachine : SimulatedMachine, SessionOn {
     if (ending != Ending::node) {
       units.answer(index, nullptr, Error{"broken"});
     } else if (units.requests[index].isForMIDIInstrument) {
-      made.emplace_back(units.answerWithInstrument(index));
+      created.emplace_back(units.answerWithInstrument(index));
     } else {
-      made.emplace_back(units.answerWithUnit(index));
+      created.emplace_back(units.answerWithUnit(index));
     }
   }
 
@@ -67,13 +67,13 @@ struct SongMachine : SimulatedMachine, SessionOn {
         EXPECT_FALSE(graph().isAttached(node));
       }
     }
-    for (const auto& weakNode : made) {
+    for (const auto& weakNode : created) {
       const auto node = weakNode.lock();
       EXPECT_EQ(node != nullptr ? holders[node] : 1, 1);
     }
   }
 
-  std::vector<std::weak_ptr<AVAudioNode>> made;
+  std::vector<std::weak_ptr<AVAudioNode>> created;
 };
 
 void expectTheSecondSong(SongMachine& machine) {
@@ -118,7 +118,7 @@ TEST(SongOrders, AndAnyOfThemMayFail) {
   });
 }
 
-TEST(SongOrders, TheSongMayChangeToAndFroAndIsTakenAsItStoodWhenItWasLeft) {
+TEST(SongOrders, TheSongMayChangeBackAndForthAndKeepsItsLastState) {
   EveryOrder::walk([](EveryOrder& order) {
     SongMachine machine;
     machine.songSwitch.applySong(1);

@@ -80,7 +80,7 @@ TEST_F(Switch, BuildsTheStripsOfTheRecordWithAllTheirValues) {
   songSwitch.captureCurrentSong();
   auto captured = song(0).channels;
   ASSERT_EQ(captured.size(), 2U);
-  EXPECT_NE(captured[0].id, low.id) << "a capture makes records anew";
+  EXPECT_NE(captured[0].id, low.id) << "a capture creates new records";
   captured[0].id = low.id;
   captured[0].pluginStateBase64 = low.pluginStateBase64;
   captured[0].effectSlots[0].stateBase64 = std::nullopt;
@@ -186,7 +186,7 @@ TEST_F(Switch, ATempoOutOfBoundsShowsAsItIsAndTheBeatIsLimited) {
   EXPECT_EQ(song(0).tempoBpm, 500U) << "the capture keeps the record's value";
 }
 
-TEST_F(Switch, TheBeatStandsDuringTheSwitchAndStartsFromZeroAtItsEnd) {
+TEST_F(Switch, TheBeatIsStoppedDuringTheSwitchAndStartsFromZeroAtItsEnd) {
   addSong("One", {record("Piano", pianoKey)});
   mainQueue.advance(3);
   songSwitch.applySong(0);
@@ -205,7 +205,7 @@ TEST_F(Switch, TheBeatStandsDuringTheSwitchAndStartsFromZeroAtItsEnd) {
   EXPECT_TRUE(beat.hasTransportStateChanged());
 }
 
-TEST_F(Switch, InstrumentsAreStoppedWhenTheSongGoesAndStoppedAndStartedWhenTheNextOneStands) {
+TEST_F(Switch, InstrumentsAreStoppedWhenTheSongGoesAndStoppedAndStartedWhenTheNextOneIsReady) {
   addSong("One", {record("Piano", pianoKey), record("Organ", organKey)});
   addSong("Two", {});
   songSwitch.applySong(0);
@@ -316,7 +316,7 @@ TEST_F(Switch, TheMastersVolumeAndMuteStayAcrossSongs) {
   EXPECT_TRUE(engine->masterChannel()->mute.get());
 }
 
-TEST_F(Switch, TheFirstStripIsSelectedAndAllAreDrawnAnew) {
+TEST_F(Switch, TheFirstStripIsSelectedAndAllAreRebuilt) {
   addSong("One", {record("Piano", ""), record("Organ", "")});
   addSong("Empty", {});
   songSwitch.applySong(0);
@@ -367,10 +367,10 @@ TEST_F(Switch, WhatTheSetlistNeedsIsMadeAheadBeforeTheOldSongGivesItsInstruments
   songSwitch.applySong(1);
   EXPECT_TRUE(engine->pluginPool().isPrewarming(pianoKey));
   answerAll();
-  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 2U) << "the one that came back, and the one that was made";
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 2U) << "the one returned, and the one created";
 }
 
-TEST_F(Switch, TheMasterIsWiredAnewOnceItsRackStandsAlsoAnEmptyOne) {
+TEST_F(Switch, TheMasterIsRewiredOnceItsRackIsLoadedAlsoAnEmptyOne) {
   addSong("Free", {});
   songSwitch.applySong(0);
   const auto stops = graph().count("stop");
@@ -407,21 +407,21 @@ TEST_F(Switch, AFileThatIsMissingTodayIsKeptInTheDocument) {
   EXPECT_EQ(captured[0], file);
 }
 
-TEST_F(Switch, TheOldStripsStillStandWhenTheyAreAboutToGo) {
+TEST_F(Switch, TheOldStripsStillExistWhenTheirRemovalIsAnnounced) {
   addSong("One", {record("Piano", pianoKey)});
   addSong("Two", {record("Organ", organKey, {chorusKey})});
   songSwitch.applySong(0);
   answerAll();
-  int tellings = 0;
+  int emissions = 0;
   const auto connection = songSwitch.stripsWillGo.connect([&] {
-    ++tellings;
+    ++emissions;
     EXPECT_EQ(strip(0).name.get(), "Piano");
     EXPECT_EQ(eventsOf(strip(0)).back(), (simulation::RecordedEvent{0xFC, 0, 0}));
     EXPECT_EQ(state.selectedSongIndex.get(), 1U);
     EXPECT_EQ(state.songSwitchPendingLoads.get(), 2);
   });
   songSwitch.applySong(1);
-  EXPECT_EQ(tellings, 1);
+  EXPECT_EQ(emissions, 1);
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ TEST_F(SwitchThatWaits, ItsTimeoutClosesTheModalOfAnotherLoadToo) {
   EXPECT_EQ(state.totalLoadsCount.get(), 0);
 }
 
-TEST_F(SwitchThatWaits, ASwitchThatHasGoneIsNotTimedOut) {
+TEST_F(SwitchThatWaits, AReplacedSwitchDoesNotTimeOut) {
   addSong("One", {record("Piano", pianoKey)});
   auto other = std::make_unique<SongSwitch>(
       SongSwitch::Collaborators{state, *engine, mainQueue, clock, console, selection, builder});
@@ -62,7 +62,7 @@ TEST_F(SwitchThatWaits, ASwitchThatHasGoneIsNotTimedOut) {
   settle();
   EXPECT_EQ(console.lines, (Lines{"Audio unit loading timed out after 30 seconds"}));
   answerAll();
-  EXPECT_EQ(state.songSwitchPendingLoads.get(), 1) << "nobody counts any more";
+  EXPECT_EQ(state.songSwitchPendingLoads.get(), 1) << "pending loads are no longer counted";
 }
 
 TEST_F(SwitchThatWaits, AClockThatGoesBackGivesNoTimeBelowZero) {
@@ -74,7 +74,7 @@ TEST_F(SwitchThatWaits, AClockThatGoesBackGivesNoTimeBelowZero) {
   EXPECT_EQ(state.songSwitchElapsedMs.get(), 0);
 }
 
-TEST_F(SwitchThatWaits, ATimeoutOfAnEarlierSwitchIsNoNews) {
+TEST_F(SwitchThatWaits, ATimeoutOfAnEarlierSwitchIsIgnored) {
   addSong("One", {record("Piano", pianoKey)});
   addSong("Two", {record("Organ", organKey)});
   songSwitch.applySong(0);
@@ -86,7 +86,7 @@ TEST_F(SwitchThatWaits, ATimeoutOfAnEarlierSwitchIsNoNews) {
   EXPECT_TRUE(console.lines.empty());
 }
 
-TEST_F(SwitchThatWaits, AClickDuringTheSwitchStoresTheChannelsAsTheyStand) {
+TEST_F(SwitchThatWaits, AClickDuringTheSwitchStoresTheChannelsAsTheyAre) {
   addSong("One", {record("Piano", pianoKey)});
   addSong("Two", {});
   songSwitch.applySong(0);
@@ -95,7 +95,7 @@ TEST_F(SwitchThatWaits, AClickDuringTheSwitchStoresTheChannelsAsTheyStand) {
   EXPECT_EQ(state.selectedSongIndex.get(), 1U);
 }
 
-TEST_F(SwitchThatWaits, LateAnswersOfAnEarlierSwitchCountForNothing) {
+TEST_F(SwitchThatWaits, LateAnswersOfAnEarlierSwitchAreIgnored) {
   addSong("One", {record("Piano", pianoKey)});
   addSong("Two", {record("Organ", organKey)});
   songSwitch.applySong(0);

@@ -82,19 +82,19 @@ TEST_F(TempoOfTheSong, WhatIsTypedIsLimited) {
   EXPECT_EQ(engine->musicalContext().currentTempoBpm(), 20.0);
 }
 
-TEST_F(TempoOfTheSong, TheSameTempoMarksTheSetlistAsEditedAndTellsNobody) {
+TEST_F(TempoOfTheSong, TheSameTempoMarksTheSetlistAsEditedAndNotifiesNoObserver) {
   tempo.setTempo(140);
   state.isDirty.set(false);
-  std::vector<std::uint32_t> told;
-  const auto connection = state.tempoBpm.changed.connect([&told](std::uint32_t bpm) { told.push_back(bpm); });
+  std::vector<std::uint32_t> changes;
+  const auto connection = state.tempoBpm.changed.connect([&changes](std::uint32_t bpm) { changes.push_back(bpm); });
   tempo.setTempo(140);
-  EXPECT_TRUE(told.empty());
+  EXPECT_TRUE(changes.empty());
   EXPECT_TRUE(state.isDirty.get());
   tempo.setTempo(141);
-  EXPECT_EQ(told, std::vector<std::uint32_t>{141});
+  EXPECT_EQ(changes, std::vector<std::uint32_t>{141});
 }
 
-TEST_F(TempoOfTheSong, PluginsAreToldForOneSecondAndTheBeatDoesNotJump) {
+TEST_F(TempoOfTheSong, PluginsAreNotifiedForOneSecondAndTheBeatDoesNotJump) {
   clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 2'000'000'000);
   const double beat = engine->musicalContext().currentBeat();
   ASSERT_FALSE(engine->musicalContext().hasTransportStateChanged());

@@ -12,7 +12,7 @@ std::optional<std::size_t> WindowDesktop::runModal(const NSAlert& alert) {
   if (isCancelled_) {
     return std::nullopt;
   }
-  if (standingPanels_ > 0) {
+  if (openPanels_ > 0) {
     window_.cancelPanels();
   }
   const auto question = std::make_shared<Question>(Question{alert, false, {}});
@@ -55,9 +55,9 @@ std::optional<std::filesystem::path> WindowDesktop::waitForPanel(
   };
   const auto answer = std::make_shared<Answer>();
   show([answer](const std::optional<std::filesystem::path>& file) { *answer = {true, file}; });
-  ++standingPanels_;
+  ++openPanels_;
   loop_.runUntil([this, &answer] { return isCancelled_ || answer->isThere; });
-  --standingPanels_;
+  --openPanels_;
   return answer->file;
 }
 

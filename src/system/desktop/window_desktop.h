@@ -16,7 +16,7 @@ namespace vrel::system {
 class MainLoop;
 
 /// What the window does for the logic. Called on the main thread; the window lives on another, so each operation only
-/// passes the wish on, and an answer comes back on the main queue.
+/// passes the request on, and an answer comes back on the main queue.
 class WindowServices {
  public:
   /// The chosen file, or none; to be called once, on the main thread.
@@ -25,7 +25,7 @@ class WindowServices {
   virtual ~WindowServices() = default;
   virtual void showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) = 0;
   virtual void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) = 0;
-  /// Cancels the panels that stand; each still answers.
+  /// Cancels the open panels; each still answers.
   virtual void cancelPanels() = 0;
   virtual void clearFocus() = 0;
   virtual void quit() = 0;
@@ -33,9 +33,9 @@ class WindowServices {
 
 /// The desktop as seen from the main thread, with a window on a thread of its own.
 ///
-/// A question runs the main loop until it is answered, so notes go on sounding. Of questions that are asked while
-/// others stand, the last one is shown and answered first. A panel would cover an alert that comes later, and keep it
-/// from being answered, so it is cancelled. Main thread; all is borrowed.
+/// A question runs the main loop until it is answered, so notes go on sounding. Of nested questions the last
+/// one is shown and answered first. An open panel would cover a later alert and keep it from being answered, so it is
+/// cancelled. Main thread; all is borrowed.
 class WindowDesktop final : public Desktop {
  public:
   WindowDesktop(MainLoop& loop, WindowServices& window) : loop_(loop), window_(window) {}
@@ -43,13 +43,14 @@ class WindowDesktop final : public Desktop {
   /// The alert that waits for an answer; the window shows it.
   Observable<std::optional<NSAlert>> shownAlert;
 
-  /// The person's answer to it: the index of a button, or none. Nothing when no alert is shown, or no such button.
+  /// The user's answer to it: the index of a button, or none. Ignored when no alert is shown or there is no such
+  /// button.
   void answerAlert(std::optional<std::size_t> button);
 
   /// The screens as the window's thread finds them.
   void setScreens(std::vector<NSScreen> screens) { screens_ = std::move(screens); }
 
-  /// No question waits any longer, and none will: each is cancelled.
+  /// Cancels all open questions and every later one.
   void cancelQuestions();
 
   [[nodiscard]] std::optional<std::size_t> runModal(const NSAlert& alert) override;
@@ -75,7 +76,7 @@ class WindowDesktop final : public Desktop {
   WindowServices& window_;
   std::vector<NSScreen> screens_;
   std::vector<std::shared_ptr<Question>> questions_;  // the last one is shown
-  int standingPanels_ = 0;
+  int openPanels_ = 0;
   bool isCancelled_ = false;
 };
 

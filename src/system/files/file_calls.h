@@ -8,8 +8,8 @@
 
 namespace vrel::system {
 
-/// What is asked of the operating system when files are read and written, each call as the system has it. A test puts
-/// another one in its place, which fails or ends the program at any of them.
+/// The system calls by which files are read and written, with the system's own semantics. Tests replace it by one that
+/// fails, or ends the program, at any of them.
 class FileCalls {
  public:
   virtual ~FileCalls() = default;

@@ -13,7 +13,7 @@
 namespace vrel::system {
 namespace {
 
-/// Makes a call again for as long as only a signal has come between.
+/// Repeats a call that was interrupted by a signal.
 template <typename Call>
 auto uninterrupted(Call call) {
   auto result = call();
@@ -34,19 +34,19 @@ OpenFile::~OpenFile() {
 }
 
 int OpenFile::open(const std::filesystem::path& path, int flags) {
-  constexpr mode_t whatTheUserAllows = 0666;
+  constexpr mode_t readWriteForAll = 0666;
   file_ = uninterrupted(
-      [&] { return calls_.open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, whatTheUserAllows); });
+      [&] { return calls_.open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, readWriteForAll); });
   return codeOf(file_);
 }
 
-int OpenFile::expectPlain(std::uintmax_t mostBytes) {
+int OpenFile::expectRegular(std::uintmax_t mostBytes) {
   struct stat status {};
   if (calls_.fstat(file_, &status) < 0) {
     return errno;
   }
   if (!S_ISREG(status.st_mode)) {
-    return S_ISDIR(status.st_mode) ? EISDIR : notAPlainFile;
+    return S_ISDIR(status.st_mode) ? EISDIR : notARegularFile;
   }
   return static_cast<std::uintmax_t>(status.st_size) > mostBytes ? EFBIG : 0;
 }
@@ -58,14 +58,14 @@ int OpenFile::takeModeOf(const std::filesystem::path& other) {
 }
 
 int OpenFile::readAll(std::uintmax_t mostBytes, std::string& bytes) {
-  constexpr std::size_t pieceSize = std::size_t{1} << 20U;
-  std::string piece(pieceSize, '\0');
+  constexpr std::size_t chunkSize = std::size_t{1} << 20U;
+  std::string chunk(chunkSize, '\0');
   for (;;) {
-    const auto count = uninterrupted([&] { return calls_.read(file_, piece.data(), piece.size()); });
+    const auto count = uninterrupted([&] { return calls_.read(file_, chunk.data(), chunk.size()); });
     if (count <= 0) {
       return count < 0 ? errno : 0;
     }
-    bytes.append(piece, 0, static_cast<std::size_t>(count));
+    bytes.append(chunk, 0, static_cast<std::size_t>(count));
     if (bytes.size() > mostBytes) {
       return EFBIG;
     }

@@ -11,11 +11,10 @@ namespace vrel::system {
 
 class FileCalls;
 
-/// Stands among the system's errors for what is no plain file.
-inline constexpr int notAPlainFile = -1;
+/// The error code for what is not a regular file, beside the system's own.
+inline constexpr int notARegularFile = -1;
 
-/// A file that is open, closed at the latest with this object. Every function returns the number of the system's error,
-/// 0 for success.
+/// An open file, closed at the latest with this object. Every function returns the system's error code, 0 for success.
 class OpenFile {
  public:
   /// The calls are borrowed.
@@ -24,20 +23,20 @@ class OpenFile {
   OpenFile& operator=(const OpenFile&) = delete;
   ~OpenFile();
 
-  /// Opens it with flags of open(2). Waits for nobody.
+  /// Opens it with flags of open(2), never blocking.
   [[nodiscard]] int open(const std::filesystem::path& path, int flags);
-  /// EISDIR or `notAPlainFile` for what is none; EFBIG for one of more bytes.
-  [[nodiscard]] int expectPlain(std::uintmax_t mostBytes);
-  /// Takes the mode of another file, if that is there.
+  /// EISDIR or `notARegularFile` for what is not a regular file; EFBIG for one of more bytes.
+  [[nodiscard]] int expectRegular(std::uintmax_t mostBytes);
+  /// Takes the mode of another file, if that exists.
   [[nodiscard]] int takeModeOf(const std::filesystem::path& other);
 
-  /// All there is to read; EFBIG for more than `mostBytes`.
+  /// Reads to the end; EFBIG for more than `mostBytes`.
   [[nodiscard]] int readAll(std::uintmax_t mostBytes, std::string& bytes);
-  /// Has the disk set so much room aside for the file, which is not changed by it; success where that is unknown.
+  /// Reserves disk space for the file without changing it; success where the file system cannot.
   [[nodiscard]] int reserve(std::size_t size);
   [[nodiscard]] int truncate();
   [[nodiscard]] int writeAll(std::string_view bytes);
-  /// Brings it to the disk.
+  /// Flushes it to the disk.
   [[nodiscard]] int sync();
   [[nodiscard]] int close();
 

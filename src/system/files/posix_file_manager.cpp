@@ -25,14 +25,14 @@ Outcome outcome(const fs::path& path, int code) {
   if (code == 0) {
     return {};
   }
-  const auto reason = code == notAPlainFile ? "Not a plain file" : std::generic_category().message(code);
+  const auto reason = code == notARegularFile ? "Not a regular file" : std::generic_category().message(code);
   return Error{path.string() + ": " + reason};
 }
 
-/// Why a path is not to be opened at all: 0 for a plain file, and for none.
+/// Why a path must not be opened at all: 0 for a regular file and for a missing one.
 int refusal(const fs::path& path) {
   if (path.native().find('\0') != std::string::npos) {
-    return ENOENT;  // the system would take what stands before it for the path
+    return ENOENT;  // the system would end the path there
   }
   std::error_code ignored;
   const auto type = fs::status(path, ignored).type();
@@ -41,27 +41,27 @@ int refusal(const fs::path& path) {
   }
   const bool isSpecial = type == fs::file_type::fifo || type == fs::file_type::socket ||
                          type == fs::file_type::character || type == fs::file_type::block;
-  return isSpecial ? notAPlainFile : 0;
+  return isSpecial ? notARegularFile : 0;
 }
 
-/// The first code that is no success. Nothing is done after a failure.
+/// Runs the steps up to the first that fails, and returns its code.
 template <typename... Steps>
-int inTurn(Steps... steps) {
+int untilFailure(Steps... steps) {
   int code = 0;
   static_cast<void>((((code = steps()) == 0) && ...));
   return code;
 }
 
-/// Brings the names in a directory to the disk.
+/// Flushes the entries of a directory to the disk.
 int syncDirectory(FileCalls& calls, const fs::path& directory) {
   OpenFile file(calls);
-  const int code = inTurn([&] { return file.open(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY); },
-                          [&] { return file.sync(); }, [&] { return file.close(); });
-  return code == EINVAL ? 0 : code;  // some file systems have nothing to sync there
+  const int code = untilFailure([&] { return file.open(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY); },
+                                [&] { return file.sync(); }, [&] { return file.close(); });
+  return code == EINVAL ? 0 : code;  // some file systems do not sync directories
 }
 
-/// A name beside the file that nobody else has.
-fs::path nameBeside(const fs::path& path) {
+/// An unused name in the same directory.
+fs::path temporaryNameFor(const fs::path& path) {
   constexpr std::size_t mostNameBytes = 200;  // leaves room for what is appended
   constexpr std::size_t mark = 8;
   return path.parent_path() /
@@ -75,8 +75,8 @@ Result<std::string> PosixFileManager::contents(const fs::path& path, std::uintma
   OpenFile file(calls_);
   int code = 0;
   try {
-    code = inTurn([&] { return refusal(path); }, [&] { return file.open(path, O_RDONLY); },
-                  [&] { return file.expectPlain(mostBytes); }, [&] { return file.readAll(mostBytes, bytes); });
+    code = untilFailure([&] { return refusal(path); }, [&] { return file.open(path, O_RDONLY); },
+                        [&] { return file.expectRegular(mostBytes); }, [&] { return file.readAll(mostBytes, bytes); });
   } catch (const std::bad_alloc&) {
     code = ENOMEM;
   }
@@ -86,14 +86,32 @@ Result<std::string> PosixFileManager::contents(const fs::path& path, std::uintma
   return bytes;
 }
 
-Outcome PosixFileManager::write(const fs::path& path, const std::string& bytes) {
-  const bool isNew = !fileExists(path);
+int PosixFileManager::replaceBytes(const fs::path& path, const std::string& bytes, bool& isTouched) {
   OpenFile file(calls_);
-  return outcome(path, inTurn([&] { return refusal(path); }, [&] { return file.open(path, O_WRONLY | O_CREAT); },
-                              [&] { return file.expectPlain(anySize); }, [&] { return file.reserve(bytes.size()); },
-                              [&] { return file.truncate(); }, [&] { return file.writeAll(bytes); },
-                              [&] { return file.sync(); }, [&] { return file.close(); },
-                              [&] { return isNew ? syncDirectory(calls_, path.parent_path()) : 0; }));
+  return untilFailure([&] { return file.open(path, O_WRONLY | O_CREAT); }, [&] { return file.expectRegular(anySize); },
+                      [&] { return file.reserve(bytes.size()); },
+                      [&] {
+                        isTouched = true;
+                        return file.truncate();
+                      },
+                      [&] { return file.writeAll(bytes); }, [&] { return file.sync(); }, [&] { return file.close(); });
+}
+
+Outcome PosixFileManager::write(const fs::path& path, const std::string& bytes) {
+  if (const int code = refusal(path); code != 0) {
+    return outcome(path, code);
+  }
+  const bool isNew = !fileExists(path);
+  const auto old = isNew ? Result<std::string>(Error{}) : contents(path, anySize);
+  bool isTouched = false;
+  const int code = replaceBytes(path, bytes, isTouched);
+  if (code != 0 && isTouched && old) {
+    bool ignored = false;
+    const Outcome lost = outcome(path, replaceBytes(path, old.value(), ignored));
+    return lost ? Error{outcome(path, code)->description + "; its old content is lost, too: " + lost->description}
+                : outcome(path, code);
+  }
+  return outcome(path, code != 0 || !isNew ? code : syncDirectory(calls_, path.parent_path()));
 }
 
 Outcome PosixFileManager::writeAtomically(const fs::path& path, const std::string& bytes) {
@@ -101,14 +119,14 @@ Outcome PosixFileManager::writeAtomically(const fs::path& path, const std::strin
   if (const int code = refusal(target); code != 0) {
     return outcome(path, code);
   }
-  const auto fresh = nameBeside(target);
+  const auto fresh = temporaryNameFor(target);
   OpenFile file(calls_);
   if (const int code = file.open(fresh, O_WRONLY | O_CREAT | O_EXCL); code != 0) {
     return outcome(path, code);
   }
-  const int code = inTurn([&] { return file.takeModeOf(target); }, [&] { return file.writeAll(bytes); },
-                          [&] { return file.sync(); }, [&] { return file.close(); },
-                          [&] { return calls_.rename(fresh.c_str(), target.c_str()) < 0 ? errno : 0; });
+  const int code = untilFailure([&] { return file.takeModeOf(target); }, [&] { return file.writeAll(bytes); },
+                                [&] { return file.sync(); }, [&] { return file.close(); },
+                                [&] { return calls_.rename(fresh.c_str(), target.c_str()) < 0 ? errno : 0; });
   if (code != 0) {
     calls_.unlink(fresh.c_str());
     return outcome(path, code);
@@ -139,8 +157,8 @@ Outcome PosixFileManager::createDirectory(const fs::path& path) {
       return failure;
     }
   }
-  constexpr mode_t forTheUserOnly = 0700;
-  if (calls_.mkdir(path.c_str(), forTheUserOnly) < 0) {
+  constexpr mode_t userOnly = 0700;
+  if (calls_.mkdir(path.c_str(), userOnly) < 0) {
     const int code = errno;
     return fs::is_directory(path, ignored) ? std::nullopt : outcome(path, code);
   }

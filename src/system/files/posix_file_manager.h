@@ -12,14 +12,15 @@ namespace vrel::system {
 
 class FileCalls;
 
-/// The files of the machine.
+/// The files of this computer.
 ///
-/// Links are followed and stay links. What is no plain file is refused before it is opened, so that no pipe is waited
-/// for and no device touched. A success means that the bytes are on the disk, and the name of a new file with them.
+/// Symbolic links are followed and kept. What is not a regular file is refused before it is opened, so that no pipe
+/// blocks and no device is touched. A success means that the bytes are on the disk, and the entry of a new file too.
 ///
-/// An in-place write has the room for the new bytes set aside before the old ones go, where the file system can: so a
-/// full disk, as a rule, costs the write and not the file. From the moment the old bytes go until the last of the new
-/// ones is there the file is emptier than either, never a mixture of both.
+/// An in-place write reserves space for the new bytes before it drops the old ones, where the file system can: so a
+/// full disk, as a rule, fails the write and leaves the file. A write that fails later puts the old bytes back. From
+/// the truncation until the last new byte is written the file is shorter than either version, never a mixture of both:
+/// a crash in that time leaves it so.
 class PosixFileManager final : public FileManager {
  public:
   /// The calls are borrowed.
@@ -35,6 +36,9 @@ class PosixFileManager final : public FileManager {
   [[nodiscard]] Outcome writeAtomically(const std::filesystem::path& path, const std::string& bytes) override;
 
  private:
+  /// Replaces the bytes in place; 0 or the error code. `isTouched` becomes true when the old bytes are given up.
+  [[nodiscard]] int replaceBytes(const std::filesystem::path& path, const std::string& bytes, bool& isTouched);
+
   FileCalls& calls_;
 };
 

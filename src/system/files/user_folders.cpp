@@ -13,9 +13,9 @@ fs::path environmentPath(const char* name) {
   return text == nullptr ? fs::path() : fs::path(text);
 }
 
-fs::path inStateFolder(const fs::path& place) {
+fs::path inStateFolder(const fs::path& name) {
   const auto folder = userFolder("XDG_STATE_HOME", fs::path(".local") / "state");
-  return folder.empty() ? fs::path() : folder / "vrel" / place;
+  return folder.empty() ? fs::path() : folder / "vrel" / name;
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 
 #include <filesystem>
 
-// Where the program keeps what belongs to the user, as the environment tells it. Empty where it tells nothing. To be
-// asked before other threads are started.
+// Where the program keeps the user's files, from the environment; empty where the variables are not set. To be called
+// before other threads are started.
 
 namespace vrel::system {
 
@@ -12,7 +12,7 @@ namespace vrel::system {
 /// that nothing depends on the working folder.
 [[nodiscard]] std::filesystem::path userFolder(const char* variable, const std::filesystem::path& belowHome);
 
-/// "vrel/recent_setlists.json" in the user's state folder. The folder is made by whoever installs the program, or with
+/// "vrel/recent_setlists.json" in the user's state folder. The folder is created by the installation, or with
 /// the first copy of a setlist.
 [[nodiscard]] std::filesystem::path userRecentFilesPath();
 

@@ -10,11 +10,11 @@
 
 namespace vrel::system {
 
-/// Opens what libsndfile reads (WAV, AIFF, FLAC, Opus, MP3), and Vorbis with its own library, by what is in the file
-/// and not by its name; anything else that has sound through FFmpeg (AAC, movies). Any thread.
+/// Opens what libsndfile reads (WAV, AIFF, FLAC, Opus, MP3), and Vorbis with its own library, by content
+/// and not by name; anything else with audio through FFmpeg (AAC, movies). Any thread.
 class AudioFiles final : public AudioFileFactory, public AudioConverterFactory {
  public:
-  /// Buffers of more bytes are not made: who wants one streams instead.
+  /// Larger buffers are refused; longer audio is streamed.
   static constexpr std::uint64_t largestBufferBytes = std::uint64_t{256} << 20U;
 
   [[nodiscard]] Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) override;

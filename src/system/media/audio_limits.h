@@ -8,10 +8,11 @@
 
 namespace vrel::system {
 
-/// Why the file can not even be tried: it is not there, no plain file, not allowed, or empty.
+/// Why the file cannot be opened at all: it does not exist, is not a regular file, may not be read, or is empty.
+/// Does not open it, which would block on a pipe and might do something to a device.
 [[nodiscard]] Outcome unreadable(const std::string& path);
 
-/// Whether what a file says of itself can be played: a rate, 1 to 64 channels, and fewer than 2^32 frames.
+/// Whether the values in a file's header can be played: a sample rate, 1 to 64 channels, and fewer than 2^32 frames.
 [[nodiscard]] Outcome unplayable(const std::string& path, double sampleRate, std::int64_t channels,
                                  std::int64_t frames);
 

@@ -19,10 +19,10 @@ extern "C" {
 namespace vrel::system {
 namespace {
 
-// A decoder that begins in the middle of a stream is right after some packets; twice what any codec here needs.
+// A decoder started in the middle of a stream is exact only after some packets; twice what any codec here needs.
 constexpr std::int64_t prerollFrames = 16384;
 
-// Files that hold sound, with or without pictures: no lists of other files, no devices.
+// Containers of audio, with or without video: no playlists, no devices.
 constexpr auto containers =
     "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpeg,mpegts,flv,ogg,mxf,asf,"
     "aac,ac3,eac3,dts,mp3,amr,ape,wv,tta,tak,flac,wav,w64,aiff,caf,au";
@@ -34,7 +34,7 @@ bool hasPacketsOfOneLength(AVCodecID codec) {
          codec == AV_CODEC_ID_AC3 || codec == AV_CODEC_ID_EAC3;
 }
 
-std::int64_t framesCutAtTheEnd(const AVPacket& packet) {
+std::int64_t framesTrimmedAtEnd(const AVPacket& packet) {
   std::size_t size = 0;
   const std::uint8_t* const cut = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
   return cut != nullptr && size >= 8 ? std::int64_t{AV_RL32(cut + 4)} : 0;
@@ -45,7 +45,6 @@ std::int64_t framesCutAtTheEnd(const AVPacket& packet) {
 /// The stream as frames with known positions, one after the other.
 class AudioMovieFile::Decoder {
  public:
-  /// What went wrong, or nothing.
   [[nodiscard]] Outcome open(const std::string& path);
 
   /// Those of the first frame: a damaged stream changes them in its middle.
@@ -55,7 +54,7 @@ class AudioMovieFile::Decoder {
   /// The end of the last frame. Moves the reading position anywhere.
   [[nodiscard]] std::int64_t countFrames();
 
-  /// Goes to a place from which decoding comes to `frame` as it would from the beginning.
+  /// Seeks so far before `frame` that decoding reaches it with the samples that it has from the beginning.
   [[nodiscard]] bool seek(std::int64_t frame);
 
   /// Decodes on until the samples at `frame` are held. False at the end of the stream.
@@ -72,7 +71,7 @@ class AudioMovieFile::Decoder {
   [[nodiscard]] bool sendNextPacket();
   void holdDecoded();
   [[nodiscard]] std::int64_t positionOf(std::int64_t timestamp) const;
-  [[nodiscard]] std::int64_t onGrid(std::int64_t told) const;
+  [[nodiscard]] std::int64_t onGrid(std::int64_t position) const;
   [[nodiscard]] bool rewind(std::int64_t timestamp);
 
   FFmpegContainer container_;
@@ -88,7 +87,7 @@ class AudioMovieFile::Decoder {
   std::int64_t origin_ = 0;               // of frame 0, in frames of the stream's own time
   std::int64_t grid_ = 0;                 // where some packet begins, likewise
   std::int64_t firstTimestamp_ = 0;       // of the first packet
-  std::int64_t packetFrames_ = 0;         // in each packet, where time is too coarse to tell; 0 elsewhere
+  std::int64_t packetFrames_ = 0;         // in each packet, where timestamps are too coarse; 0 elsewhere
   std::optional<std::int64_t> expected_;  // where the next decoded frame begins, once that is known
   std::vector<std::vector<float>> held_;  // one list per channel
   std::int64_t heldFrom_ = 0;
@@ -105,12 +104,12 @@ Outcome AudioMovieFile::Decoder::open(const std::string& path) {
   av_dict_free(&options);
   container_.reset(opened);
   if (status < 0 || avformat_find_stream_info(container_.get(), nullptr) < 0) {
-    return Error{path + " holds no sound that can be read"};
+    return Error{path + " has no audio in a known format"};
   }
   const AVCodec* decoder = nullptr;
   const int index = av_find_best_stream(container_.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
   if (index < 0 || decoder == nullptr) {
-    return Error{path + " has no sound"};
+    return Error{path + " has no audio stream"};
   }
   for (unsigned each = 0; each < container_->nb_streams; ++each) {
     container_->streams[each]->discard = static_cast<int>(each) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
@@ -118,12 +117,12 @@ Outcome AudioMovieFile::Decoder::open(const std::string& path) {
   stream_ = container_->streams[index];
   codec_.reset(avcodec_alloc_context3(decoder));
   if (codec_ == nullptr || avcodec_parameters_to_context(codec_.get(), stream_->codecpar) < 0) {
-    return Error{path + ": its sound can not be decoded"};
+    return Error{path + ": its audio stream cannot be decoded"};
   }
   codec_->thread_count = 1;
   codec_->pkt_timebase = stream_->time_base;
   if (avcodec_open2(codec_.get(), decoder, nullptr) < 0 || !decodeNext()) {
-    return Error{path + ": its sound can not be decoded"};
+    return Error{path + ": its audio stream cannot be decoded"};
   }
   origin_ = heldFrom_;
   grid_ = heldFrom_ + heldFrames_;
@@ -143,7 +142,7 @@ std::int64_t AudioMovieFile::Decoder::countFrames() {
     if (packet_->stream_index == stream_->index && packet_->pts != AV_NOPTS_VALUE) {
       const std::int64_t packetEnd = packetFrames_ > 0 ? onGrid(positionOf(packet_->pts)) + packetFrames_
                                                        : positionOf(packet_->pts + packet_->duration);
-      end = std::max(end, packetEnd - framesCutAtTheEnd(*packet_) - origin_);
+      end = std::max(end, packetEnd - framesTrimmedAtEnd(*packet_) - origin_);
     }
     av_packet_unref(packet_.get());
   }
@@ -154,8 +153,8 @@ std::int64_t AudioMovieFile::Decoder::positionOf(std::int64_t timestamp) const {
   return av_rescale_q(timestamp, stream_->time_base, AVRational{1, rate()});
 }
 
-std::int64_t AudioMovieFile::Decoder::onGrid(std::int64_t told) const {
-  const std::int64_t distance = told - grid_;
+std::int64_t AudioMovieFile::Decoder::onGrid(std::int64_t position) const {
+  const std::int64_t distance = position - grid_;
   const std::int64_t half = distance >= 0 ? packetFrames_ / 2 : -packetFrames_ / 2;
   return grid_ + (distance + half) / packetFrames_ * packetFrames_;
 }
@@ -200,7 +199,7 @@ bool AudioMovieFile::Decoder::decodeNext() {
   }
 }
 
-// A packet that can not be decoded is passed over; its time stays silent.
+// A packet that cannot be decoded is skipped; its time is silent.
 bool AudioMovieFile::Decoder::sendNextPacket() {
   while (av_read_frame(container_.get(), packet_.get()) >= 0) {
     const bool isOurs = packet_->stream_index == stream_->index;
@@ -226,12 +225,12 @@ void AudioMovieFile::Decoder::holdDecoded() {
   heldFrames_ = frame_->nb_samples;
   const std::int64_t timestamp = frame_->best_effort_timestamp;
   if (timestamp != AV_NOPTS_VALUE) {
-    const std::int64_t told = positionOf(timestamp);
+    const std::int64_t position = positionOf(timestamp);
     const std::int64_t tick = std::max<std::int64_t>(positionOf(1) - positionOf(0), 0) + 1;
     if (!expected_ && packetFrames_ > 0) {
-      expected_ = onGrid(told);
-    } else if (!expected_ || std::abs(told - *expected_) > tick) {
-      expected_ = told;
+      expected_ = onGrid(position);
+    } else if (!expected_ || std::abs(position - *expected_) > tick) {
+      expected_ = position;
     }
   }
   heldFrom_ = expected_.value_or(origin_);
@@ -244,14 +243,14 @@ void AudioMovieFile::Decoder::holdDecoded() {
     output.push_back(reinterpret_cast<std::uint8_t*>(channel.data()));
   }
   if (frame_->sample_rate != rate_ || frame_->ch_layout.nb_channels != channels_ || frame_->format != sampleFormat_) {
-    return;  // became another stream in the middle: silent
+    return;  // the format changed in the middle: silent
   }
   if (samples_ == nullptr) {
-    SwrContext* made = nullptr;
-    swr_alloc_set_opts2(&made, &frame_->ch_layout, AV_SAMPLE_FMT_FLTP, rate_, &frame_->ch_layout,
+    SwrContext* created = nullptr;
+    swr_alloc_set_opts2(&created, &frame_->ch_layout, AV_SAMPLE_FMT_FLTP, rate_, &frame_->ch_layout,
                         static_cast<AVSampleFormat>(frame_->format), rate_, 0, nullptr);
-    samples_.reset(made);
-    if (made == nullptr || swr_init(made) < 0) {
+    samples_.reset(created);
+    if (created == nullptr || swr_init(created) < 0) {
       samples_.reset();
       return;
     }
@@ -303,13 +302,13 @@ Outcome AudioMovieFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t f
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));
   if (wanted > 0 && !isPlaced_ && !decoder_->seek(position_)) {
-    return Error{path_ + ": there is no way to its frame " + std::to_string(position_)};
+    return Error{path_ + ": seek to frame " + std::to_string(position_) + " failed"};
   }
   isPlaced_ = true;
   while (buffer.frameLength < wanted) {
     if (!decoder_->hold(position_)) {
       isPlaced_ = false;
-      return Error{path_ + " ends before its time"};
+      return Error{path_ + ": unexpected end of file"};
     }
     const std::uint32_t rest = wanted - buffer.frameLength;
     std::uint32_t count = 0;

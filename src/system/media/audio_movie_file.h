@@ -9,14 +9,14 @@
 
 namespace vrel::system {
 
-/// The sound of a file that FFmpeg reads: the stream it takes for the main one.
+/// The main audio stream of a file, decoded with FFmpeg.
 ///
-/// Frame 0 is the first that the decoder gives, so what an encoder put before the sound is not counted. Positions
-/// are exact where the container tells time in samples or packets are of one length; elsewhere they are
-/// exact from the beginning on, and otherwise to half a tick of the container (half a millisecond at most).
+/// Frame 0 is the first that the decoder returns, so encoder delay is not counted. Positions are exact where the
+/// container's timestamps are in samples or all packets have one length; elsewhere they are exact when read from the
+/// beginning, and after a seek to half a tick of the container (half a millisecond at most).
 class AudioMovieFile final : public AVAudioFile {
  public:
-  /// Reads all packets of the stream once, undecoded, to learn the length.
+  /// Reads all packets of the stream once, undecoded, to count the frames.
   [[nodiscard]] static Result<std::shared_ptr<AVAudioFile>> open(const std::string& path);
   ~AudioMovieFile() override;
   AudioMovieFile(const AudioMovieFile&) = delete;

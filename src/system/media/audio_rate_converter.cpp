@@ -9,7 +9,7 @@
 namespace vrel::system {
 
 struct AudioRateConverter::Handle {
-  explicit Handle(soxr_t made) : resampler(made) {}
+  explicit Handle(soxr_t created) : resampler(created) {}
   ~Handle() { soxr_delete(resampler); }
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;

@@ -7,7 +7,7 @@
 
 namespace vrel::system {
 
-/// Two sides from one rate to another, through soxr.
+/// Converts stereo audio from one sample rate to another, with soxr.
 class AudioRateConverter final : public AVAudioConverter {
  public:
   [[nodiscard]] static std::unique_ptr<AVAudioConverter> make(double inputRate, double outputRate);

@@ -15,11 +15,11 @@
 namespace vrel::system {
 namespace {
 
-constexpr std::uint32_t pieceFrames = 4096;  // read at once, so that what holds them stays small
+constexpr std::uint32_t chunkFrames = 4096;  // read at once, to keep the buffer small
 
-/// From one list of samples, channel by channel within the frame, to one list per channel.
-void spread(const float* interleaved, std::uint32_t channels, std::uint32_t frames, float* const* output,
-            std::size_t at) {
+/// From interleaved samples to one list per channel.
+void deinterleave(const float* interleaved, std::uint32_t channels, std::uint32_t frames, float* const* output,
+                  std::size_t at) {
   if (channels == 2) {
     float* const left = output[0] + at;
     float* const right = output[1] + at;
@@ -36,8 +36,8 @@ void spread(const float* interleaved, std::uint32_t channels, std::uint32_t fram
   }
 }
 
-/// Whether it is an Ogg file, by its first page, of anything but Opus: the library misses frames of Vorbis sound, and
-/// loses memory over headers that are damaged.
+/// Whether it is an Ogg file, by its first page, of anything but Opus: the library drops frames of Vorbis streams, and
+/// leaks memory on damaged headers.
 bool isOtherOgg(const std::string& path) {
   std::array<char, 64> bytes{};
   std::ifstream(path, std::ios::binary).read(bytes.data(), bytes.size());
@@ -55,17 +55,17 @@ struct AudioSoundFile::Handle {
 
   [[nodiscard]] Outcome open(const std::string& path) {
     if (isOtherOgg(path)) {
-      return Error{path + " is for another library"};
+      return Error{path + ": Ogg files other than Opus are read with another library"};
     }
     file = sf_open(path.c_str(), SFM_READ, &info);
     if (file == nullptr) {
       return Error{path + ": " + sf_strerror(nullptr)};
     }
     if ((info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_VORBIS) {
-      return Error{path + ": this library misses frames of Vorbis sound"};
+      return Error{path + ": Vorbis streams are read with another library"};
     }
     if (info.seekable == 0) {
-      return Error{path + " can only be read from its beginning"};
+      return Error{path + " is not seekable"};
     }
     return unplayable(path, info.samplerate, info.channels, 0);
   }
@@ -77,18 +77,18 @@ struct AudioSoundFile::Handle {
            (sf_seek(file, info.frames - 1, SEEK_SET) == info.frames - 1 && sf_readf_float(file, frame.data(), 1) == 1);
   }
 
-  /// Reads all there is.
+  /// Reads to the end.
   [[nodiscard]] sf_count_t countFrames() const {
-    std::vector<float> piece(std::size_t{pieceFrames} * static_cast<std::size_t>(info.channels));
+    std::vector<float> chunk(std::size_t{chunkFrames} * static_cast<std::size_t>(info.channels));
     sf_count_t frames = 0;
     for (sf_count_t got = 1; got > 0; frames += got) {
-      got = std::max<sf_count_t>(sf_readf_float(file, piece.data(), pieceFrames), 0);
+      got = std::max<sf_count_t>(sf_readf_float(file, chunk.data(), chunkFrames), 0);
     }
     return frames;
   }
 
-  /// Where a header tells of more than is there, what is there. Each look has a handle of its own: a search that failed
-  /// leaves one in no good state.
+  /// The frames that can be read, where the header claims more. Each attempt has a handle of its own: a failed seek
+  /// leaves one in an unusable state.
   [[nodiscard]] static std::int64_t framesIn(const std::string& path) {
     Handle probe;
     if (!probe.open(path) && probe.isWhole()) {
@@ -100,7 +100,7 @@ struct AudioSoundFile::Handle {
 
   SNDFILE* file = nullptr;
   SF_INFO info{};
-  sf_count_t at = 0;  // the frame that the library reads next; negative when that is unknown
+  sf_count_t at = 0;  // the frame that the library reads next; negative when unknown
 };
 
 Result<std::shared_ptr<AVAudioFile>> AudioSoundFile::open(const std::string& path) {
@@ -139,19 +139,19 @@ Outcome AudioSoundFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t f
   }
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));
-  interleaved_.resize(std::size_t{pieceFrames} * format_.channelCount);
+  interleaved_.resize(std::size_t{chunkFrames} * format_.channelCount);
   if (wanted > 0 && handle_->at != position_ && !place()) {
-    return Error{path_ + ": there is no way to its frame " + std::to_string(position_)};
+    return Error{path_ + ": seek to frame " + std::to_string(position_) + " failed"};
   }
   while (buffer.frameLength < wanted) {
-    const std::uint32_t piece = std::min(wanted - buffer.frameLength, pieceFrames);
-    const sf_count_t got = sf_readf_float(handle_->file, interleaved_.data(), piece);
+    const std::uint32_t chunk = std::min(wanted - buffer.frameLength, chunkFrames);
+    const sf_count_t got = sf_readf_float(handle_->file, interleaved_.data(), chunk);
     if (got <= 0) {
       handle_->at = -1;
-      return Error{path_ + " ends before its time"};
+      return Error{path_ + ": unexpected end of file"};
     }
-    spread(interleaved_.data(), format_.channelCount, static_cast<std::uint32_t>(got), buffer.floatChannelData(),
-           buffer.frameLength);
+    deinterleave(interleaved_.data(), format_.channelCount, static_cast<std::uint32_t>(got), buffer.floatChannelData(),
+                 buffer.frameLength);
     buffer.frameLength += static_cast<std::uint32_t>(got);
     position_ += got;
     handle_->at = position_;

@@ -10,7 +10,7 @@
 
 namespace vrel::system {
 
-/// A file that libsndfile reads. Of Ogg files only Opus.
+/// An audio file, read with libsndfile. Of Ogg files only Opus.
 class AudioSoundFile final : public AVAudioFile {
  public:
   [[nodiscard]] static Result<std::shared_ptr<AVAudioFile>> open(const std::string& path);

@@ -31,12 +31,12 @@ int seekTo(void* file, ogg_int64_t offset, int from) {
   return fseeko(static_cast<std::FILE*>(file), offset, from);
 }
 
-// The library wants to know the length of all, as a long.
-long tell(void* file) {
+// The library's interface wants a long.
+long positionIn(void* file) {
   return static_cast<long>(ftello(static_cast<std::FILE*>(file)));
 }
 
-constexpr ov_callbacks callbacks{readBytes, seekTo, nullptr, tell};
+constexpr ov_callbacks callbacks{readBytes, seekTo, nullptr, positionIn};
 
 }  // namespace
 
@@ -51,7 +51,7 @@ class AudioVorbisFile::Stream {
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
 
-  /// Whether it is what this class reads, of one form from its beginning to its end.
+  /// Whether it is a Vorbis stream with one rate and channel count from beginning to end.
   [[nodiscard]] bool open(const std::string& path) {
     file_.reset(std::fopen(path.c_str(), "rbe"));
     std::array<char, pageMark.size()> mark{};
@@ -79,13 +79,13 @@ class AudioVorbisFile::Stream {
     return ov_pcm_seek(&vorbis_, frame) == 0 && ov_pcm_tell(&vorbis_) == frame;
   }
 
-  /// Up to `most` frames into each of `output`, from `begin` on; none behind the last that can be read.
+  /// Up to `most` frames into each of `output`, from `begin` on; 0 behind the last that can be read.
   [[nodiscard]] std::uint32_t read(std::uint32_t most, float* const* output, std::size_t begin) {
     constexpr std::uint32_t mostAtOnce = 1U << 16U;
     float** samples = nullptr;
     int part = 0;
     long got = OV_HOLE;
-    while (got == OV_HOLE) {  // each hole takes some of the file with it
+    while (got == OV_HOLE) {  // each call after a hole reads on behind it
       got = ov_read_float(&vorbis_, &samples, static_cast<int>(std::min(most, mostAtOnce)), &part);
     }
     const auto count = static_cast<std::uint32_t>(std::max(got, 0L));
@@ -104,7 +104,7 @@ class AudioVorbisFile::Stream {
 Result<std::shared_ptr<AVAudioFile>> AudioVorbisFile::open(const std::string& path) {
   auto stream = std::make_unique<Stream>();
   if (!stream->open(path)) {
-    return Error{path + " is no Vorbis sound of one form"};
+    return Error{path + " is not a Vorbis file of one sample rate and channel count"};
   }
   const vorbis_info& info = stream->info();
   const std::int64_t length = stream->frames();
@@ -134,7 +134,7 @@ Outcome AudioVorbisFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t 
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));
   if (wanted > 0 && !isPlaced_ && !stream_->place(position_)) {
-    return Error{path_ + ": there is no way to its frame " + std::to_string(position_)};
+    return Error{path_ + ": seek to frame " + std::to_string(position_) + " failed"};
   }
   isPlaced_ = true;
   while (buffer.frameLength < wanted) {
@@ -142,7 +142,7 @@ Outcome AudioVorbisFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t 
         stream_->read(wanted - buffer.frameLength, buffer.floatChannelData(), buffer.frameLength);
     if (count == 0) {
       isPlaced_ = false;
-      return Error{path_ + " ends before its time"};
+      return Error{path_ + ": unexpected end of file"};
     }
     buffer.frameLength += count;
     position_ += count;

@@ -9,9 +9,9 @@
 
 namespace vrel::system {
 
-/// An Ogg file of Vorbis sound, through libvorbisfile: the one way to a frame of such a stream that is both exact and
-/// short. A stream that becomes another in its middle, with other channels or another rate, is not opened. What is
-/// damaged in it is left out, so that the file ends before its time.
+/// An Ogg Vorbis file, read with libvorbisfile, the only library here that seeks in such a stream both exactly and
+/// fast. A stream whose sample rate or channel count changes is not opened. Damaged parts are skipped, so that the file
+/// ends early.
 class AudioVorbisFile final : public AVAudioFile {
  public:
   [[nodiscard]] static Result<std::shared_ptr<AVAudioFile>> open(const std::string& path);

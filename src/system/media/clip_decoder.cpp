@@ -24,11 +24,11 @@ constexpr std::int64_t mostPixels = std::int64_t{8192} * 4608;
 constexpr double usualPictureSeconds = 0.04;
 constexpr double longestLastPicture = 10;  // seconds; only the last picture has no other to end it
 
-// Files that hold moving pictures; no lists of other files, no devices.
+// Containers of video: no playlists, no devices.
 constexpr auto containers = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpeg,mpegts,flv,ogg,mxf";
 
 const AVCodec* decoderFor(const AVStream& stream) {
-  // The usual decoder of these two leaves the second layer, which holds the alpha, alone.
+  // The default decoders of these two ignore the second layer, which holds the alpha.
   const auto* alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
   const auto codec = stream.codecpar->codec_id;
   if (alpha != nullptr && std::strcmp(alpha->value, "1") == 0 &&
@@ -51,7 +51,7 @@ ClipOrientation orientationOf(const AVStream& stream) {
   return ClipOrientation::fromDisplayMatrix(matrix);
 }
 
-int isReadingOver(void* isOver) {
+int isInterrupted(void* isOver) {
   return static_cast<const std::atomic<bool>*>(isOver)->load(std::memory_order_relaxed) ? 1 : 0;
 }
 
@@ -59,13 +59,13 @@ int isReadingOver(void* isOver) {
 
 struct ClipDecoder::Parts {
   FFmpegContainer container;
-  FFmpegCodec codec;  // null while it rests
+  FFmpegCodec codec;  // null while suspended
   FFmpegPacket packet{av_packet_alloc()};
   FFmpegFrame frame{av_frame_alloc()};
   AVStream* stream = nullptr;
   ClipOrientation orientation;
   const std::atomic<bool>* isOver = nullptr;
-  std::optional<std::int64_t> origin;  // time stamp of the first picture
+  std::optional<std::int64_t> origin;  // timestamp of the first picture
   double lastSeconds = 0;
   double lastEnd = 0;
   bool hasPicture = false;  // in this pass
@@ -84,7 +84,7 @@ bool ClipDecoder::Parts::openStream(const std::string& path) {
   }
   if (isOver != nullptr) {
     // The library's interface takes a plain pointer; nothing is written through it.
-    context->interrupt_callback = {isReadingOver, const_cast<std::atomic<bool>*>(isOver)};
+    context->interrupt_callback = {isInterrupted, const_cast<std::atomic<bool>*>(isOver)};
   }
   AVDictionary* options = nullptr;
   av_dict_set(&options, "protocol_whitelist", "file", 0);
@@ -115,7 +115,7 @@ double ClipDecoder::Parts::durationOf(const AVFrame& picture) const {
   return seconds > 0 ? std::min(seconds, longestLastPicture) : usualPictureSeconds;
 }
 
-// Stamps that are missing or do not go on are made up from the length of the picture before.
+// Missing timestamps, and those that go back, are replaced by the end of the picture before.
 double ClipDecoder::Parts::secondsOf(const AVFrame& picture) {
   const std::int64_t stamp = picture.best_effort_timestamp;
   if (stamp != AV_NOPTS_VALUE && !origin) {
@@ -137,16 +137,16 @@ ClipDecoder::~ClipDecoder() = default;
 Result<std::unique_ptr<ClipDecoder>> ClipDecoder::open(const std::string& path, const std::atomic<bool>* isOver) {
   std::error_code failure;
   if (!std::filesystem::is_regular_file(path, failure)) {
-    return Error{path + " is no file"};  // a pipe would keep its reader waiting
+    return Error{path + " is not a regular file"};  // a pipe would block its reader
   }
   auto parts = std::make_unique<Parts>();
   parts->isOver = isOver;
   if (!parts->openStream(path)) {
-    return Error{path + " holds no pictures that can be read"};
+    return Error{path + " has no video in a known format"};
   }
   std::unique_ptr<ClipDecoder> decoder(new ClipDecoder(std::move(parts)));
   if (!decoder->wake()) {
-    return Error{path + " can not be decoded"};
+    return Error{path + ": its video stream cannot be decoded"};
   }
   return decoder;
 }
@@ -163,13 +163,13 @@ bool ClipDecoder::wake() {
   context->max_pixels = mostPixels;
   context->pkt_timebase = parts_->stream->time_base;
   if (!isConfigured || avcodec_open2(context, codec, nullptr) < 0) {
-    rest();
+    suspend();
     return false;
   }
   return true;
 }
 
-void ClipDecoder::rest() {
+void ClipDecoder::suspend() {
   parts_->codec.reset();
 }
 
@@ -207,7 +207,7 @@ ClipPicturePointer ClipDecoder::next() {
   return nullptr;
 }
 
-// Gives the codec one packet, or tells it that there are no more.
+// Sends the codec one packet, or the end of the stream.
 bool ClipDecoder::feed() {
   auto* const packet = parts_->packet.get();
   for (;;) {
@@ -229,7 +229,7 @@ bool ClipDecoder::feed() {
 
 ClipPicturePointer ClipDecoder::take() {
   auto* const frame = parts_->frame.get();
-  // A picture that can not be decoded is left out.
+  // A picture that cannot be decoded is skipped.
   int status = 0;
   do {
     status = avcodec_receive_frame(parts_->codec.get(), frame);

@@ -12,30 +12,29 @@ namespace vrel::system {
 
 /// The pictures of a movie file, one after the other, each with its time from the first.
 ///
-/// Times and length are told by the pictures themselves; what the header claims is not believed. Sound is not
-/// read. Damage ends a pass early and is no other fault. The file stays open, so what becomes of its name does not
-/// matter. One thread at a time.
+/// Times and length come from the pictures themselves, not from the header. Audio is not read. Damage only ends a pass
+/// early. The file stays open, so it may be renamed or removed meanwhile. One thread at a time.
 class ClipDecoder {
  public:
-  /// Opens a plain file. `isOver`, which may be null and must outlive the decoder, breaks off any reading once it is
-  /// true.
+  /// Opens a regular file; anything else fails at once. `isOver`, which may be null and must outlive the decoder,
+  /// interrupts any reading once it is true.
   [[nodiscard]] static Result<std::unique_ptr<ClipDecoder>> open(const std::string& path,
                                                                  const std::atomic<bool>* isOver);
   ~ClipDecoder();
   ClipDecoder(const ClipDecoder&) = delete;
   ClipDecoder& operator=(const ClipDecoder&) = delete;
 
-  /// The next picture in the order of showing; null at the end of the pass.
+  /// The next picture in display order; null at the end of the pass.
   [[nodiscard]] ClipPicturePointer next();
 
   /// Where the last picture of this pass ends, which after a whole pass is the length of the clip: seconds.
   [[nodiscard]] double passSeconds() const;
 
-  /// The next picture will be the first one. False when the file can not be read from its start again.
+  /// The next picture will be the first one. False when the file cannot be read from its start again.
   bool rewind();
 
-  /// Lets go of all that decoding needs until the next `rewind`; `next` gives nothing until then.
-  void rest();
+  /// Releases the codec until the next `rewind`; `next` returns null until then.
+  void suspend();
   [[nodiscard]] bool isAwake() const;
 
  private:

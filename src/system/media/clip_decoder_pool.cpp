@@ -7,7 +7,7 @@
 namespace vrel::system {
 namespace {
 
-constexpr std::size_t threadCount = 2;  // one at least goes on while the other opens a slow file
+constexpr std::size_t threadCount = 2;  // one goes on while the other opens a slow file
 
 }  // namespace
 
@@ -78,7 +78,7 @@ std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::choose() {
     if (slot->isBusy) {
       continue;
     }
-    const auto request = slot->isRetired ? ClipStream::Request::resting : slot->stream->request();
+    const auto request = slot->isRetired ? ClipStream::Request::suspending : slot->stream->request();
     isUrgent = request == ClipStream::Request::decoding;
     if (isUrgent) {
       turn_ = turn + 1;

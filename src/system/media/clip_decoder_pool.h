@@ -16,9 +16,9 @@
 namespace vrel::system {
 
 /// The threads that decode the clips: playing clips come first, each in its turn, then clips to be prepared, then
-/// tasks. They sleep while nobody wants anything.
+/// tasks. They sleep while there is no work.
 ///
-/// Threads: all operations from any. Letting go waits for the pictures under way and breaks off reading.
+/// Threads: all operations from any. The destructor interrupts reading and waits for the pictures being decoded.
 class ClipDecoderPool {
  public:
   ClipDecoderPool();
@@ -30,7 +30,7 @@ class ClipDecoderPool {
   [[nodiscard]] std::shared_ptr<ClipStream> open(const std::string& path);
   /// The clip is no longer shown; what it holds is freed by the pool's threads.
   void retire(const std::shared_ptr<ClipStream>& stream);
-  /// Some clip may want something now.
+  /// Some clip may have work now.
   void wake();
   /// Runs on one of the threads when no clip wants anything. Left undone at the end.
   void post(std::function<void(const std::atomic<bool>& isOver)> task);

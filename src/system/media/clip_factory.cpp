@@ -15,7 +15,7 @@
 namespace vrel::system {
 namespace {
 
-using Workshop = std::shared_ptr<ClipDecoderPool>;
+using Pool = std::shared_ptr<ClipDecoderPool>;
 
 class Asset final : public AVURLAsset {
  public:
@@ -56,7 +56,7 @@ class Item final : public AVPlayerItem {
 
 class Player final : public AVQueuePlayer {
  public:
-  Player(const HostClock& clock, Workshop pool) : clock_(clock), pool_(std::move(pool)) {}
+  Player(const HostClock& clock, Pool pool) : clock_(clock), pool_(std::move(pool)) {}
   ~Player() override {
     if (item_ != nullptr) {
       pool_->retire(item_->stream);
@@ -69,7 +69,7 @@ class Player final : public AVQueuePlayer {
   void setMuted(bool /*muted*/) override {}
   void setAutomaticallyWaitsToMinimizeStalling(bool /*waits*/) override {}
 
-  // There is no way but to the first picture, from where all clips are played.
+  // Clips are played from the first picture only.
   void seekToTime(double /*seconds*/, double /*toleranceBefore*/, double /*toleranceAfter*/) override {
     if (item_ != nullptr) {
       item_->stream->rewind();
@@ -99,7 +99,7 @@ class Player final : public AVQueuePlayer {
     return picture;
   }
 
-  /// Once: the item begins to prepare itself.
+  /// Once: preparation of the item begins.
   void take(const std::shared_ptr<AVURLAsset>& asset) {
     item_ = std::make_shared<Item>(asset);
     item_->stream = pool_->open(dynamic_cast<Asset&>(*asset).path);
@@ -108,7 +108,7 @@ class Player final : public AVQueuePlayer {
 
  private:
   const HostClock& clock_;
-  const Workshop pool_;
+  const Pool pool_;
   std::shared_ptr<Item> item_;
 };
 

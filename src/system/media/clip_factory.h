@@ -14,8 +14,8 @@ namespace vrel::system {
 
 class ClipDecoderPool;
 
-/// Plays movie files from the disk. A clip begins to prepare itself when its looper is made. Sound is never read,
-/// whether muted or not, and a start never waits, whatever is asked for.
+/// Plays movie files from the disk. Preparation of a clip begins when its looper is made. Audio is never read,
+/// whether muted or not, and a start never waits, whatever is requested.
 ///
 /// The clock is borrowed. Clips may outlive the factory, and then the threads live as long as the last clip.
 class ClipFactory final : public VideoFactory {

@@ -19,7 +19,7 @@ namespace vrel::system {
 namespace {
 
 constexpr std::size_t pixelBytes = 4;
-constexpr int highDefinitionHeight = 720;  // from here on, files that do not tell mean the newer colours
+constexpr int highDefinitionHeight = 720;  // from here on, files without a colour space mean BT.709
 
 struct ScalerRelease {
   void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
@@ -62,7 +62,7 @@ int ClipPicture::storedWidth() const {
   if (pixel.num <= 0 || pixel.den <= 0) {
     return frame_->width;
   }
-  const double shape = std::clamp(av_q2d(pixel), 0.25, 4.0);  // beyond that a header lies
+  const double shape = std::clamp(av_q2d(pixel), 0.25, 4.0);  // beyond that the header is wrong
   return std::max(1, static_cast<int>(std::lround(frame_->width * shape)));
 }
 

@@ -25,7 +25,7 @@ struct ClipOrientation {
   bool operator==(const ClipOrientation&) const = default;
 };
 
-/// A decoded picture, kept as the decoder gave it, so that holding many costs little and showing decides the rest.
+/// A decoded picture in the decoder's own pixel format, which takes less memory; it is converted when shown.
 class ClipPicture final : public VideoPicture {
  public:
   /// Takes over the frame, which must not be null.
@@ -41,7 +41,7 @@ class ClipPicture final : public VideoPicture {
   [[nodiscard]] bool copyPixels(std::span<std::uint8_t> pixels) const override;
 
   [[nodiscard]] double endSeconds() const { return seconds_ + duration_; }
-  /// What it takes in memory.
+  /// The memory it takes.
   [[nodiscard]] std::size_t byteCount() const;
 
  private:

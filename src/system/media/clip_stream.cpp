@@ -109,7 +109,7 @@ ClipStream::Request ClipStream::request() const {
     return Request::nothing;
   }
   if (!isPlaying_) {
-    return isAwake_ ? Request::resting : Request::nothing;
+    return isAwake_ ? Request::suspending : Request::nothing;
   }
   if (decodedStart_ != start_ || skipped_ > 0) {
     return Request::decoding;
@@ -123,8 +123,8 @@ void ClipStream::step() {
   switch (request()) {
     case Request::nothing:
       return;
-    case Request::resting: {
-      decoder_->rest();
+    case Request::suspending: {
+      decoder_->suspend();
       const MutexLock lock(mutex_);
       isAwake_ = false;
       decodedStart_ = start_ - 1;
@@ -175,7 +175,7 @@ void ClipStream::endPreparation(bool isWholeClip) {
   if (isWholeClip) {
     decoder_.reset();
   } else {
-    decoder_->rest();
+    decoder_->suspend();
   }
   const MutexLock lock(mutex_);
   isPrepared_ = true;
@@ -221,7 +221,7 @@ void ClipStream::decode() {
   ahead_.push_back({passStart_ + picture->seconds(), std::move(picture)});
 }
 
-// What can not be read again, in whole or beyond what is kept, is repeated from what is kept.
+// What cannot be read again, in whole or beyond what is kept, is repeated from what is kept.
 void ClipStream::endPass() {
   bool isWorthReading = false;
   {
@@ -238,7 +238,7 @@ void ClipStream::endPass() {
   if (isWorthReading) {
     followFromStart();
   } else {
-    decoder_->rest();
+    decoder_->suspend();
   }
   const MutexLock lock(mutex_);
   if (decodedStart_ == start_) {

@@ -18,27 +18,27 @@ namespace vrel::system {
 /// One clip between the thread that shows it and the thread that decodes it.
 ///
 /// Its first pictures are decoded ahead and kept: at most `keptPictures`, and no more after `keptBytes`, but at
-/// least one. That is what a prepared clip takes in memory, besides the container's index; its codec is let go of.
+/// least one. That is what a prepared clip takes in memory, besides the container's index; its codec is released.
 /// Once started, decoding goes on behind those, at most `aheadPictures` pictures before they are due. A clip with no
 /// more pictures than are kept is never decoded again.
 ///
-/// A pass follows on the other where the last picture ends. Pictures that come too late are shown late; the clip
+/// The next pass begins where the last picture ends. Pictures that come too late are shown late; the clip
 /// holds its last one until then.
 ///
-/// Threads: the showing side on one thread, `step` and `request` on any but one at a time. The showing side waits for a
-/// few assignments at most.
+/// Threads: what shows the clip on one thread; `step` and `request` on any, one at a time. The thread that shows waits
+/// for a few assignments at most.
 class ClipStream {
  public:
   static constexpr std::size_t keptPictures = 8;
   static constexpr std::size_t keptBytes = std::size_t{24} << 20;
   static constexpr std::size_t aheadPictures = 16;  // with the kept ones that are still to come
 
-  enum class Request { nothing, preparing, resting, decoding };
+  enum class Request { nothing, preparing, suspending, decoding };
 
-  /// `isOver` breaks off reading; it outlives the stream's last `step`.
+  /// `isOver` interrupts reading; it outlives the stream's last `step`.
   ClipStream(std::string path, const std::atomic<bool>& isOver);
 
-  // The showing side. Times are the media clock's, in seconds.
+  // For the thread that shows the clip. Times are the media clock's, in seconds.
   void rewind();
   void play(double now);
   void pause(double now);
@@ -46,13 +46,13 @@ class ClipStream {
   void setForwardBuffer(double seconds);
   void setLooping(bool loops);
 
-  // The decoding side.
+  // For the thread that decodes it.
   /// The most useful next step.
   [[nodiscard]] Request request() const;
-  /// Opens the file, decodes one picture, begins another pass or lets the codec go.
+  /// Opens the file, decodes one picture, begins another pass or releases the codec.
   void step();
 
-  /// The first pictures stand ready, or it is known that there are none.
+  /// The first pictures are ready, or it is known that there are none.
   [[nodiscard]] bool isPrepared() const;
   /// What the kept pictures take: bytes.
   [[nodiscard]] std::size_t keptByteCount() const;

@@ -10,7 +10,7 @@ extern "C" {
 
 namespace vrel::system {
 
-/// Lets go of what FFmpeg made, by its own function for that.
+/// Releases an FFmpeg object with its own function for that.
 template <auto release>
 struct FFmpegRelease {
   template <typename T>

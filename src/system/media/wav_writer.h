@@ -10,10 +10,10 @@
 
 namespace vrel::system {
 
-/// Writes a WAV file of two channels in 32-bit floats, block by block.
+/// Writes a stereo WAV file in 32-bit floats, block by block.
 ///
-/// The file depends on the samples and the rate alone: nothing in it tells when or by whom it was written.
-/// After a failure the file is of no use; every later call gives the same error. One thread.
+/// The file depends on the samples and the rate alone: it holds no time and no name.
+/// After a failure the file is unusable; every later call returns the same error. One thread.
 class WavWriter {
  public:
   /// Creates the file, in place of what was there. `sampleRate` in frames per second.
@@ -23,10 +23,10 @@ class WavWriter {
   WavWriter(WavWriter&&) noexcept;
   WavWriter& operator=(WavWriter&&) noexcept;
 
-  /// Appends a block; both sides have the same length. Samples must be finite; they may exceed 1.
+  /// Appends a block; both channels have the same length. Samples must be finite; they may exceed 1.
   [[nodiscard]] Outcome write(std::span<const float> left, std::span<const float> right);
 
-  /// Completes the file. Nothing may be written after it. A writer let go of without it leaves what it has.
+  /// Completes the file. Nothing may be written after it. A writer destroyed without it leaves an incomplete file.
   [[nodiscard]] Outcome close();
 
  private:

@@ -37,7 +37,7 @@ std::uint64_t readNumber(Bytes data) {
   return number;
 }
 
-/// An object with its marker and count taken apart. `body` begins behind them.
+/// The decoded marker and count of an object. `body` begins behind them.
 struct Object {
   std::uint8_t kind = 0;
   std::uint8_t low = 0;
@@ -90,7 +90,7 @@ class Walk {
       return fail("property list is damaged");
     }
     if (mustBeText && object->kind != asciiText && object->kind != utf16Text) {
-      return fail("property list has a key that is no text");
+      return fail("property list has a key that is not a string");
     }
     visitContent(*object, depth);
   }
@@ -108,9 +108,9 @@ class Walk {
       case bytes:
         return require(fits(object, object.count, 1), "property list is damaged");
       case asciiText:
-        return require(fits(object, object.count, 1) && isPlainAscii(object), "property list holds damaged text");
+        return require(fits(object, object.count, 1) && isPlainAscii(object), "property list holds a damaged string");
       case utf16Text:
-        return require(fits(object, object.count, 2) && isPlainUtf16(object), "property list holds damaged text");
+        return require(fits(object, object.count, 2) && isPlainUtf16(object), "property list holds a damaged string");
       case array:
         return visitReferences(object, object.count, 0, depth);
       case dictionary:
@@ -151,7 +151,7 @@ class Walk {
     return object;
   }
 
-  /// A count of 15 and more stands behind the marker, as an integer object of its own.
+  /// A count of 15 and more follows the marker as an integer object.
   std::optional<Object> readLongCount(Object object) const {
     if (object.body >= tableStart_) {
       return std::nullopt;
@@ -166,7 +166,7 @@ class Walk {
     return object;
   }
 
-  /// Whether `count` units lie inside the object area; adds them to what comes out in all.
+  /// Whether `count` units lie inside the object area; adds them to the total size.
   bool fits(const Object& object, std::uint64_t count, std::uint64_t unitBytes) {
     const std::uint64_t room = tableStart_ - std::min(tableStart_, object.body);
     if (count > room / unitBytes) {
@@ -176,7 +176,7 @@ class Walk {
     return total_ <= maximumPropertyListBytes;
   }
 
-  /// Sixteen bytes are only ever used for what a signed 64-bit number can not hold.
+  /// Sixteen bytes are used for unsigned numbers; those beyond a signed 64-bit number are refused.
   bool wideIntegerFits(const Object& object) {
     if (object.low != 4 || !fits(object, 16, 1)) {
       return false;
@@ -190,7 +190,7 @@ class Walk {
     return std::all_of(text.begin(), text.end(), [](std::uint8_t byte) { return byte != 0 && byte < 0x80; });
   }
 
-  /// No zero, and every half of a surrogate pair has its other half.
+  /// No zero, and no lone surrogate.
   bool isPlainUtf16(const Object& object) const {
     bool awaitsLow = false;
     for (std::uint64_t step = 0; step < object.count; ++step) {

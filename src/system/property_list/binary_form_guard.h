@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-// Looks over the bytes of a binary property list before a parser is let near them.
+// Validates the bytes of a binary property list before they are parsed.
 //
-// A setlist comes from anywhere, and the bytes inside it may be damaged or made with intent. The
-// parser copies shared objects and descends without a limit, so the guard walks the same road first,
-// with a limit on depth (which also ends every cycle), on the number of values that come out, and on
-// their bytes; and it refuses every object that does not lie wholly inside the object area.
-//
-// It is not a parser: it builds nothing.
+// Setlists come from untrusted sources, and their bytes may be damaged or hostile. The parser copies shared objects and
+// recurses without a limit, so this check visits the same objects first, with a limit on depth (which also ends every
+// cycle), on the number of values and on their bytes; and it refuses every object that does not lie wholly inside the
+// object area. It builds nothing.
 
 #include <cstdint>
 #include <span>
@@ -17,16 +15,16 @@
 
 namespace vrel::system {
 
-/// How deep containers may stand in each other.
+/// How deep containers may be nested.
 inline constexpr int maximumPropertyListDepth = 64;
 
-/// How large a property list may be, bytes, read or written.
-inline constexpr std::uint64_t maximumPropertyListBytes = 256ULL << 20U;
+/// How large a property list may be, bytes, read or written: a plug-in's state of 256 MiB and what the form adds to it.
+inline constexpr std::uint64_t maximumPropertyListBytes = 288ULL << 20U;
 
-/// How many values may come out of one property list.
+/// How many values a property list may expand to.
 inline constexpr std::uint64_t maximumPropertyListValues = 1ULL << 20U;
 
-/// Nothing when `data` is a sound binary property list with only booleans, signed 64-bit integers,
+/// Nothing when `data` is a valid binary property list with only booleans, signed 64-bit integers,
 /// reals, text, bytes, arrays and dictionaries keyed by text; otherwise what is wrong with it.
 [[nodiscard]] Outcome checkBinaryForm(std::span<const std::uint8_t> data);
 

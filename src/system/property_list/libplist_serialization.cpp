@@ -11,6 +11,7 @@
 
 #include "system/property_list/binary_form_guard.h"
 #include "system/property_list/utf8.h"
+#include "system/property_list/xml_form_guard.h"
 
 namespace vrel::system {
 namespace {
@@ -26,7 +27,7 @@ struct HeapDeleter {
 template <typename T>
 using FromHeap = std::unique_ptr<T, HeapDeleter>;
 
-/// Builds the library's tree. Text that the form can not carry ends it with a reason.
+/// Builds the library's tree. Fails on text that the format cannot hold.
 class Encoder {
  public:
   Plist encode(const PropertyListValue& value, int depth) {
@@ -39,7 +40,7 @@ class Encoder {
   Plist make(const PropertyListDictionary& dictionary, int depth) {
     Plist node(plist_new_dict());
     for (const auto& [key, value] : dictionary) {
-      Plist item = isCarried(key) ? encode(value, depth + 1) : fail("a key is not plain UTF-8 text");
+      Plist item = isEncodable(key) ? encode(value, depth + 1) : fail("a key is not valid UTF-8");
       if (!item) {
         return nullptr;
       }
@@ -55,10 +56,10 @@ class Encoder {
   Plist make(std::int64_t value, int /*depth*/) { return Plist(plist_new_uint(static_cast<std::uint64_t>(value))); }
   Plist make(double value, int /*depth*/) { return Plist(plist_new_real(value)); }
   Plist make(const std::string& text, int /*depth*/) {
-    return isCarried(text) ? Plist(plist_new_string(text.c_str())) : fail("a text is not plain UTF-8");
+    return isEncodable(text) ? Plist(plist_new_string(text.c_str())) : fail("a string is not valid UTF-8");
   }
   Plist make(const PropertyListData& data, int /*depth*/) {
-    // The library wants a pointer even for no bytes at all.
+    // The library requires a pointer even for no bytes.
     const char* bytes = data.empty() ? "" : reinterpret_cast<const char*>(data.data());
     return Plist(plist_new_data(bytes, data.size()));
   }
@@ -74,7 +75,7 @@ class Encoder {
     return node;
   }
 
-  static bool isCarried(const std::string& text) { return text.find('\0') == std::string::npos && isValidUtf8(text); }
+  static bool isEncodable(const std::string& text) { return text.find('\0') == std::string::npos && isValidUtf8(text); }
   Plist fail(const char* reason) {
     failure_ = Error{reason};
     return nullptr;
@@ -115,7 +116,7 @@ std::optional<PropertyListValue> decodeDictionary(plist_t node) {
     if (item == nullptr) {
       return PropertyListValue{std::move(dictionary)};
     }
-    std::optional<PropertyListValue> value = key ? decode(item) : std::nullopt;
+    std::optional<PropertyListValue> value = key && isValidUtf8(key.get()) ? decode(item) : std::nullopt;
     if (!value) {
       return std::nullopt;
     }
@@ -152,7 +153,7 @@ std::optional<PropertyListValue> decode(plist_t node) {
     }
     case PLIST_STRING: {
       const char* text = plist_get_string_ptr(node, nullptr);
-      return text == nullptr ? std::nullopt : std::optional(PropertyListValue{std::string(text)});
+      return text == nullptr || !isValidUtf8(text) ? std::nullopt : std::optional(PropertyListValue{std::string(text)});
     }
     case PLIST_DATA:
       return decodeData(node);
@@ -182,18 +183,20 @@ Result<PropertyListData> LibplistSerialization::dataFromPropertyList(const Prope
   }
   const auto* first = reinterpret_cast<const std::uint8_t*>(bytes.get());
   PropertyListData data(first, first + length);
-  if (const Outcome unsound = checkBinaryForm(data)) {
-    return *unsound;  // better told now than found in a setlist that can not be read any more
+  if (const Outcome failure = checkBinaryForm(data)) {
+    return *failure;  // or the setlist could not be read again
   }
   return data;
 }
 
 Result<PropertyListValue> LibplistSerialization::propertyListFromData(const PropertyListData& data) {
-  if (const Outcome unsound = checkBinaryForm(data)) {
-    return *unsound;
+  const bool isXml = isXmlForm(data);
+  if (const Outcome failure = isXml ? checkXmlForm(data) : checkBinaryForm(data)) {
+    return *failure;
   }
   plist_t rawRoot = nullptr;
-  plist_from_bin(reinterpret_cast<const char*>(data.data()), static_cast<std::uint32_t>(data.size()), &rawRoot);
+  const auto* const bytes = reinterpret_cast<const char*>(data.data());
+  (isXml ? plist_from_xml : plist_from_bin)(bytes, static_cast<std::uint32_t>(data.size()), &rawRoot);
   const Plist root(rawRoot);
   std::optional<PropertyListValue> value = root ? decode(root.get()) : std::nullopt;
   if (!value) {

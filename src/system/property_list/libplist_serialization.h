@@ -5,11 +5,11 @@
 
 namespace vrel::system {
 
-/// Property lists in their binary form, through libplist.
+/// Property lists, through libplist: written in their binary form, read in that and as XML.
 ///
-/// Reading is strict: bytes that are no sound binary property list never reach the library, and a
-/// value that a PropertyListValue can not hold (a date, a number past 64 bits, text with a zero in
-/// it) makes the whole list fail rather than go missing. Holds no state; any thread may use it.
+/// Reading is strict: bytes that are not a valid property list never reach the library's parser, and a value that a
+/// PropertyListValue cannot hold (a date, a number beyond 64 bits, a string with a zero in it) fails the whole list
+/// instead of being dropped. Stateless; any thread may use it.
 class LibplistSerialization final : public NSPropertyListSerialization {
  public:
   [[nodiscard]] Result<PropertyListData> dataFromPropertyList(const PropertyListDictionary& dictionary) override;

@@ -16,7 +16,7 @@ bool isControl(char character) {
   return code < 0x20 || code == 0x7F;
 }
 
-/// A byte as an escape that holds anything.
+/// Appends a byte as a hexadecimal escape.
 void appendHex(std::string& text, char character) {
   const auto code = static_cast<unsigned char>(character);
   text += "\\x";
@@ -87,11 +87,11 @@ std::optional<char> takeEscape(std::string_view& text) {
     text.remove_prefix(2);
     return static_cast<char>(high << 4U | low);
   }
-  constexpr std::string_view standForThemselves = "\\=[;#";
-  return standForThemselves.find(kind) == std::string_view::npos ? std::nullopt : std::optional(kind);
+  constexpr std::string_view literalCharacters = "\\=[;#";
+  return literalCharacters.find(kind) == std::string_view::npos ? std::nullopt : std::optional(kind);
 }
 
-/// Takes text with its escapes resolved up to `end` (or to the end of `line`); none if it can not be read.
+/// Takes text with its escapes resolved up to `end` (or to the end of `line`); none if it is malformed.
 std::optional<std::string> take(std::string_view& line, std::optional<char> end) {
   std::string result;
   while (!line.empty()) {
@@ -124,7 +124,7 @@ std::string_view trimmed(std::string_view text) {
                                          : text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
-/// The blanks before the `=`, which belong to neither side.
+/// The length without trailing blanks.
 std::size_t endWithoutBlanks(std::string_view text) {
   return text.find_last_not_of(" \t") + 1;
 }
@@ -141,7 +141,7 @@ bool readLine(std::string_view line, std::map<std::string, std::string>& values)
   if (!key) {
     return false;
   }
-  // Blanks right before the sign were written by hand; those of the key itself are escaped.
+  // Blanks right before the `=` are not part of the key; those of the key itself are escaped.
   const std::string_view written = line.substr(0, line.size() - rest.size());
   key->resize(key->size() - (written.size() - endWithoutBlanks(written)));
   rest = trimmed(rest.substr(1));

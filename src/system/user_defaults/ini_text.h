@@ -7,18 +7,17 @@
 
 namespace vrel::system {
 
-/// What an INI text says, and whether all of it could be read.
+/// The values of an INI text, and whether all of it could be parsed.
 struct IniContent {
   std::map<std::string, std::string> values;
   bool isDamaged = false;
 };
 
-/// Reads one `key=value` a line. Blank lines, comments and section headers say nothing; blanks around key and
-/// value do not count. A line that can not be read is left out and marks the content as damaged; of
-/// two lines with one key the last counts.
+/// Parses one `key=value` per line. Blank lines, comments, section headers and blanks around key and value are ignored.
+/// A malformed line is skipped and marks the content as damaged; of two lines with the same key the last wins.
 [[nodiscard]] IniContent readIni(std::string_view text);
 
-/// The text that `readIni` turns into these values again, whatever characters they hold.
+/// The text from which `readIni` restores these values, with any characters.
 [[nodiscard]] std::string writeIni(const std::map<std::string, std::string>& values);
 
 }  // namespace vrel::system

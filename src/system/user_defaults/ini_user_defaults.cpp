@@ -15,7 +15,7 @@
 namespace vrel::system {
 namespace {
 
-// Bytes. Settings are a handful of lines: more than this is no settings file.
+// Bytes. Settings are a handful of lines: more than this is not a settings file.
 constexpr std::size_t mostBytes = std::size_t{1} << 20U;
 
 }  // namespace
@@ -35,29 +35,29 @@ IniUserDefaults::IniUserDefaults(std::filesystem::path path, ConsoleOutput& cons
 IniUserDefaults::FileContent IniUserDefaults::readFile() {
   const auto file = readFileStart(path_, mostBytes);
   if (!file) {
-    tellDamage("Failed to read the settings: " + file.error().description);
+    logDamage("Failed to read the settings: " + file.error().description);
     return {.values = {}, .isThere = true, .isDamaged = true};
   }
   std::string_view text = file.value().text;
   if (!file.value().isWhole) {
-    text = text.substr(0, text.find_last_of('\n') + 1);  // half a line would give half a value
+    text = text.substr(0, text.find_last_of('\n') + 1);  // a truncated line would give a truncated value
   }
   auto content = readIni(text);
   const bool isDamaged = content.isDamaged || !file.value().isWhole;
   if (isDamaged) {
-    tellDamage("The settings are damaged, what can not be read of them is lost: " + path_.string());
+    logDamage("The settings file is damaged; its unreadable lines are lost: " + path_.string());
   }
   return {.values = std::move(content.values), .isThere = !file.value().text.empty(), .isDamaged = isDamaged};
 }
 
-void IniUserDefaults::tellDamage(const std::string& line) {
-  if (!std::exchange(damageIsTold_, true)) {
+void IniUserDefaults::logDamage(const std::string& line) {
+  if (!std::exchange(isDamageLogged_, true)) {
     console_.print(line);
   }
 }
 
 IniUserDefaults::Values IniUserDefaults::merged(const FileContent& file) const {
-  // What a sound file does not say any more was removed from it; of any other nothing can be concluded.
+  // What is missing in an undamaged file was removed from it; from a damaged one nothing can be concluded.
   Values values = file.isThere && !file.isDamaged ? Values() : values_;
   for (const auto& [key, value] : file.values) {
     values.insert_or_assign(key, value);
@@ -73,20 +73,20 @@ IniUserDefaults::Values IniUserDefaults::merged(const FileContent& file) const {
 }
 
 void IniUserDefaults::write() {
-  Outcome failure = Error{"this user has no configuration folder"};
+  Outcome failure = Error{"no configuration folder (HOME and XDG_CONFIG_HOME are not set)"};
   if (!path_.empty()) {
     const FileContent file = readFile();
     failure = replaceFile(path_, writeIni(merged(file)), file.isDamaged ? ".damaged" : "");
   }
   if (failure) {
-    if (!std::exchange(failureIsTold_, true)) {
-      console_.print("Failed to save the settings, they hold for this run only: " + failure->description);
+    if (!std::exchange(isFailureLogged_, true)) {
+      console_.print("Failed to save the settings; they are valid until the program ends: " + failure->description);
     }
     return;
   }
   unsaved_.clear();
-  damageIsTold_ = false;
-  failureIsTold_ = false;
+  isDamageLogged_ = false;
+  isFailureLogged_ = false;
 }
 
 std::optional<std::string> IniUserDefaults::stringForKey(const std::string& key) {
@@ -116,7 +116,7 @@ void IniUserDefaults::setInteger(const std::string& key, std::int64_t value) {
 }
 
 void IniUserDefaults::removeObjectForKey(const std::string& key) {
-  if (values_.erase(key) > 0 || failureIsTold_) {
+  if (values_.erase(key) > 0 || isFailureLogged_) {
     unsaved_.insert(key);
     write();
   }

@@ -18,14 +18,14 @@ namespace vrel::system {
 
 /// The user's settings in an INI file, read once and written through at every set.
 ///
-/// Main thread. The file is replaced in one step, so that a crash leaves the old or the new one. A set changes its own
-/// key only: what somebody else has written to the file meanwhile, by hand or in another run, stays there. Of a damaged
-/// file only what can not be read is lost, and before it is replaced it is kept under the same name with ".damaged" at
-/// its end, and a number after that where an earlier one is kept already. A file that can not be written leaves the
-/// values in force for this run, and is told in one line, until it can be written again.
+/// Main thread. The file is replaced atomically, so that a crash leaves the old or the new one. A set changes its own
+/// key only: what was written to the file meanwhile, by hand or by another run, is kept. Of a damaged file only the
+/// unreadable lines are lost, and before it is replaced it is kept under the same name with ".damaged" at its end, and
+/// a number after that where an earlier one exists. When the file cannot be written the values are valid until the
+/// program ends, and one line is logged until it can be written again.
 class IniUserDefaults final : public NSUserDefaults {
  public:
-  /// Reads the file, which need not be there. An empty path keeps the values for this run only.
+  /// Reads the file, which need not exist. An empty path keeps the values in memory only.
   IniUserDefaults(std::filesystem::path path, ConsoleOutput& console);
 
   [[nodiscard]] std::optional<std::string> stringForKey(const std::string& key) override;
@@ -34,31 +34,31 @@ class IniUserDefaults final : public NSUserDefaults {
   void setInteger(const std::string& key, std::int64_t value) override;
   void removeObjectForKey(const std::string& key) override;
 
-  /// "vrel/defaults.ini" in the user's configuration folder, as the environment tells it; empty when it
-  /// tells none. Before other threads are started.
+  /// "vrel/defaults.ini" in the user's configuration folder; empty when the environment names none. Before other
+  /// threads are started.
   [[nodiscard]] static std::filesystem::path userPath();
 
  private:
   using Values = std::map<std::string, std::string>;
 
-  /// What the file says now, as far as it can be read.
+  /// The present content of the file, as far as it can be read.
   struct FileContent {
     Values values;
     bool isThere = false;
     bool isDamaged = false;
   };
   [[nodiscard]] FileContent readFile();
-  /// The values that the file should have: its own, but for the keys that were set or removed here.
+  /// The values to write: the file's own, but for the keys that were set or removed here.
   [[nodiscard]] Values merged(const FileContent& file) const;
-  void tellDamage(const std::string& line);
+  void logDamage(const std::string& line);
   void write();
 
   const std::filesystem::path path_;
   ConsoleOutput& console_;
-  Values values_;                  // in force
+  Values values_;                  // valid now
   std::set<std::string> unsaved_;  // keys set or removed since the last successful write
-  bool damageIsTold_ = false;      // since the last successful write
-  bool failureIsTold_ = false;     // since the last successful write
+  bool isDamageLogged_ = false;    // since the last successful write
+  bool isFailureLogged_ = false;   // since the last successful write
 };
 
 }  // namespace vrel::system

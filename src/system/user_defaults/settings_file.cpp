@@ -20,7 +20,7 @@ Error failure(const fs::path& path, int code) {
   return Error{path.string() + ": " + std::generic_category().message(code)};
 }
 
-/// Writes all and makes it last; 0 or the error's number.
+/// Writes and flushes all bytes; 0 or the error code.
 int writeAll(int file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = ::write(file, text.data(), text.size());
@@ -47,8 +47,8 @@ Outcome makeFolder(const fs::path& folder) {
   return {};
 }
 
-/// Gives the file a second name that nothing has yet; 0 or the error's number. It stays in its place as
-/// well, so that there is no moment without a file. No file, no work.
+/// Links the file under an unused second name; 0 or the error code. The first name stays, so that the file is never
+/// missing. Success without a file.
 int keepAside(const fs::path& target, const std::string& suffix) {
   constexpr int mostKept = 99;
   for (int number = 1; number <= mostKept; ++number) {
@@ -60,7 +60,7 @@ int keepAside(const fs::path& target, const std::string& suffix) {
     if (errno == EEXIST || fs::exists(fs::symlink_status(kept, ignored))) {
       continue;
     }
-    // What can have one name only, such as a folder: it has to go for the new file to come.
+    // What cannot be linked, such as a folder, has to be moved.
     return std::rename(target.c_str(), kept.c_str()) == 0 ? 0 : errno;
   }
   return EEXIST;
@@ -77,9 +77,9 @@ Result<FileStart> readFileStart(const fs::path& path, std::size_t limit) {
   if (error) {
     return Error{path.string() + ": " + error.message()};
   }
-  // A pipe would be waited for without end.
+  // Opening a pipe would block.
   if (status.type() != fs::file_type::regular) {
-    return Error{path.string() + ": not a file"};
+    return Error{path.string() + ": not a regular file"};
   }
   std::ifstream file(path, std::ios::binary);
   if (!file) {
@@ -114,7 +114,7 @@ Outcome replaceFile(const fs::path& path, std::string_view text, const std::stri
   if (::close(file) != 0 && code == 0) {
     code = errno;
   }
-  // Only now, so that the old file is given up for nothing less than a whole new one.
+  // Only now, when the new file is complete.
   if (code == 0 && !keptSuffix.empty()) {
     code = keepAside(target, keptSuffix);
   }

@@ -14,7 +14,7 @@
 namespace vrel::system {
 namespace {
 
-/// A window that remembers what it was asked for.
+/// A window that records requests.
 class AskedWindow final : public WindowServices {
  public:
   std::vector<PanelAnswer> panels;
@@ -63,7 +63,7 @@ TEST_F(WindowDesktopTest, AnAlertIsShownUntilItIsAnsweredAndOtherWorkGoesOn) {
   EXPECT_EQ(desktop.shownAlert.get(), std::nullopt);
 }
 
-TEST_F(WindowDesktopTest, AnAlertThatIsSentAwayHasNoAnswer) {
+TEST_F(WindowDesktopTest, AnAlertThatIsDismissedHasNoAnswer) {
   loop.async([&] { desktop.answerAlert(std::nullopt); });
   EXPECT_EQ(desktop.runModal(question("?")), std::nullopt);
 }
@@ -75,7 +75,7 @@ TEST_F(WindowDesktopTest, AButtonThatIsNotThereAnswersNothing) {
     desktop.answerAlert(0);  // too late
   });
   EXPECT_EQ(desktop.runModal(question("?")), Button(2));
-  desktop.answerAlert(0);  // nobody asks
+  desktop.answerAlert(0);  // no question is open
 }
 
 TEST_F(WindowDesktopTest, AQuestionInsideAQuestionIsAnsweredFirst) {
@@ -117,7 +117,7 @@ TEST_F(WindowDesktopTest, AQuestionThatComesAfterTheEndIsNotEvenShown) {
   EXPECT_TRUE(window.panels.empty());
 }
 
-TEST_F(WindowDesktopTest, APanelThatStandsAtTheEndIsCancelledAndItsLateFileIsNobodys) {
+TEST_F(WindowDesktopTest, APanelThatIsOpenAtTheEndIsCancelledAndItsLateFileIsIgnored) {
   loop.async([&] { desktop.cancelQuestions(); });
   EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
   ASSERT_EQ(window.panels.size(), 1U);
@@ -125,7 +125,7 @@ TEST_F(WindowDesktopTest, APanelThatStandsAtTheEndIsCancelledAndItsLateFileIsNob
   EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
 }
 
-TEST_F(WindowDesktopTest, AnAlertSendsAPanelAwayThatWouldCoverIt) {
+TEST_F(WindowDesktopTest, AnAlertCancelsAPanelThatWouldCoverIt) {
   Button answer;
   loop.async([&] {
     loop.async([&] {

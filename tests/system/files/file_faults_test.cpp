@@ -25,7 +25,7 @@ class FileFaults : public ScratchTest {
  protected:
   using Operation = std::function<Outcome()>;
 
-  /// Fails call after call of the operation, and gives those that failed it. Each failure has to be told.
+  /// Fails call after call of the operation, and gives those that failed it. Each failure has to be reported.
   std::vector<std::string> failEach(const Operation& operation, const std::function<void()>& reset,
                                     const std::function<void(bool failed)>& check) {
     std::vector<std::string> fatal;
@@ -61,16 +61,20 @@ class FileFaults : public ScratchTest {
   const std::filesystem::path path = root / "gig.vrel";
 };
 
-TEST_F(FileFaults, NoStepOfAWriteFailsUnseen) {
+TEST_F(FileFaults, AWriteThatFailsAtAnyStepIsReportedAndPutsTheOldBytesBack) {
   calls.mostBytesPerWrite = 4;
   const auto fatal = failEach([this] { return files.write(path, "new bytes"); }, [this] { resetFile(); },
-                              [this](bool failed) {
-                                if (!failed) {
-                                  EXPECT_EQ(textOf(path), "new bytes");
-                                }
-                              });
+                              [this](bool failed) { EXPECT_EQ(textOf(path), failed ? "old" : "new bytes"); });
   EXPECT_EQ(fatal, (std::vector<std::string>{"open", "fstat", "fallocate", "ftruncate", "write", "write", "write",
                                              "fsync", "close"}));
+}
+
+TEST_F(FileFaults, OldBytesThatCannotBePutBackAreReportedAsLost) {
+  resetFile();
+  calls.before = [](const std::string& call) { return call == "write" ? EIO : 0; };
+  const auto failure = files.write(path, "new bytes");
+  ASSERT_TRUE(failure);
+  EXPECT_THAT(failure->description, HasSubstr("; its old content is lost, too: "));
 }
 
 TEST_F(FileFaults, NoStepOfWritingANewFileFailsUnseen) {

@@ -40,14 +40,14 @@ class Files : public ScratchTest {
   const fs::path path = root / "gig.vrel";
 };
 
-/// Root may do everything: for these tests it is somebody else, who owns the folder.
+/// Root may do everything: these tests run as another user, who owns the folder.
 class ForAPlainUser : public Files {
  protected:
-  static constexpr uid_t somebody = 65534;
+  static constexpr uid_t otherUser = 65534;
   ForAPlainUser() {
     if (::geteuid() == 0) {
-      EXPECT_EQ(::chown(root.c_str(), somebody, static_cast<gid_t>(-1)), 0);
-      EXPECT_EQ(::seteuid(somebody), 0);
+      EXPECT_EQ(::chown(root.c_str(), otherUser, static_cast<gid_t>(-1)), 0);
+      EXPECT_EQ(::seteuid(otherUser), 0);
     }
   }
   ~ForAPlainUser() override {
@@ -165,7 +165,7 @@ TEST_F(Files, PipesSocketsAndDevicesAreRefusedAtOnce) {
   ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
   const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);  // so that a writer could open it
   for (const fs::path& special : {pipe, socketPath, fs::path("/dev/full"), fs::path("/dev/zero")}) {
-    const Error reason{special.string() + ": Not a plain file"};
+    const Error reason{special.string() + ": Not a regular file"};
     EXPECT_EQ(files.contents(special, many).error(), reason);
     EXPECT_EQ(files.write(special, "x"), reason);
     EXPECT_EQ(files.writeAtomically(special, "x"), reason);
@@ -221,7 +221,7 @@ TEST_F(Files, OneFileHasOneCanonicalPath) {
   EXPECT_EQ(files.canonicalPath("new.vrel"), fs::current_path() / "new.vrel");
 }
 
-TEST_F(Files, AWriteThatDoesNotFitIsTold) {
+TEST_F(Files, AWriteThatDoesNotFitIsReported) {
   writeFile(path, "old");
   const SmallDisk disk(40);
   EXPECT_EQ(files.write(path, std::string(41, 'x')), (Error{path.string() + ": File too large"}));
@@ -270,7 +270,7 @@ TEST_F(ForAPlainUser, AFolderThatMayNotBeEnteredIsAnErrorAndNotTheEnd) {
   EXPECT_EQ(files.write(path, "new"), refusalOf(path));
 }
 
-/// Goes on in a space of its own for mounts, as its root. False where that is not allowed.
+/// Enters a mount namespace of its own, as its root. False where that is not allowed.
 bool enterOwnMountSpace() {
   const auto user = std::to_string(::geteuid());
   const auto group = std::to_string(::getegid());
@@ -286,7 +286,7 @@ bool enterOwnMountSpace() {
   return ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-/// Runs a test on a disk of 64 KiB, which belongs to a process of its own. False where nobody may mount one.
+/// Runs a test on a disk of 64 KiB, which belongs to a process of its own. False where mounting is not allowed.
 bool runOnTinyDisk(const fs::path& mountPoint, const std::function<void()>& test) {
   constexpr int notAllowed = 77;
   const pid_t child = ::fork();
@@ -305,7 +305,7 @@ bool runOnTinyDisk(const fs::path& mountPoint, const std::function<void()>& test
   return isAllowed;
 }
 
-TEST_F(Files, AFullDiskCostsTheWriteAndNotTheFile) {
+TEST_F(Files, AFullDiskFailsTheWriteAndLeavesTheFile) {
   const bool isAllowed = runOnTinyDisk(root, [this] {
     const std::string old(20'000, 'o');
     const std::string filling(30'000, 'f');
@@ -320,7 +320,7 @@ TEST_F(Files, AFullDiskCostsTheWriteAndNotTheFile) {
     EXPECT_EQ(files.write(path, std::string(20'000, 'n')), std::nullopt) << "what fits is written";
   });
   if (!isAllowed) {
-    GTEST_SKIP() << "nobody may mount a disk here";
+    GTEST_SKIP() << "mounting a disk is not allowed here";
   }
 }
 

@@ -57,7 +57,7 @@ struct Program : SimulatedMachine {
 
 class KilledSave : public ScratchTest {
  protected:
-  /// A setlist of several pieces on the disk, told by the notes of its first song.
+  /// A setlist larger than one write, identified by the notes of its first song.
   static std::string version(const std::string& notes) {
     SetlistFile setlist;
     setlist.songs.resize(3);
@@ -93,11 +93,11 @@ class KilledSave : public ScratchTest {
       EXPECT_EQ(WTERMSIG(status), SIGKILL);
       return false;
     }
-    EXPECT_EQ(WEXITSTATUS(status), EXIT_SUCCESS) << "a save that nobody kills is one without a word";
+    EXPECT_EQ(WEXITSTATUS(status), EXIT_SUCCESS) << "a save that is not killed logs nothing";
     return true;
   }
 
-  /// What the next run opens: the file, or where that is damaged the newest of the copies it tells of.
+  /// What the next run opens: the file, or where that is damaged the newest of the copies that the console names.
   [[nodiscard]] std::string openedByTheNextRun() {
     Program program(plainCalls, root);
     program.setlistFiles.loadSetlist(gig);
@@ -113,7 +113,7 @@ class KilledSave : public ScratchTest {
       program.setlistFiles.loadSetlist(opened);
     }
     EXPECT_EQ(program.state.songs.get().size(), 3U);
-    EXPECT_EQ(program.state.currentFilePath.get(), opened);
+    EXPECT_EQ(program.state.currentFilePath.get(), gig) << "to be saved there";
     return textOf(opened);
   }
 

@@ -19,7 +19,7 @@ namespace vrel::system {
 /// The calls of the system, each of which is announced before it is made, and may be refused.
 class WatchedCalls : public FileCalls {
  public:
-  /// Is told each call by its name, and gives the error that it fails with instead of being made; 0: it is made.
+  /// Receives the name of each call before it is made and returns the error with which it fails instead; 0: it is made.
   std::function<int(const std::string& call)> before;
   std::size_t mostBytesPerWrite = SIZE_MAX;
 

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -23,10 +27,29 @@ std::string refusal(const std::string& name) {
 TEST(BadAudioFile, IsRefusedInWords) {
   EXPECT_THAT(refusal("missing.wav"), HasSubstr("No such file"));
   EXPECT_THAT(refusal("empty.wav"), HasSubstr("is empty"));
-  EXPECT_THAT(refusal("text.wav"), HasSubstr("no sound"));
-  EXPECT_THAT(refusal("silent-movie.mp4"), HasSubstr("has no sound"));
+  EXPECT_THAT(refusal("text.wav"), HasSubstr("no audio"));
+  EXPECT_THAT(refusal("silent-movie.mp4"), HasSubstr("has no audio stream"));
   EXPECT_THAT(refusal("rate-0.wav"), testing::Not("it opened"));
-  EXPECT_THAT(refusal("."), HasSubstr("is no plain file"));
+  EXPECT_THAT(refusal("."), HasSubstr("is not a regular file"));
+}
+
+TEST(BadAudioFile, ThatIsAPipeOrADeviceIsRefusedWithoutBeingOpened) {
+  const auto pipe = std::filesystem::path(testing::TempDir()) / "vrel-audio-pipe.wav";
+  std::filesystem::remove(pipe);
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ASSERT_GE(::inotify_add_watch(watch, pipe.c_str(), IN_OPEN), 0);
+  AudioFiles files;
+  const auto file = files.openForReading(pipe.string());
+  ASSERT_FALSE(file.ok());
+  EXPECT_THAT(file.error().description, HasSubstr("is not a regular file"));
+  std::array<char, 256> events{};
+  EXPECT_LT(::read(watch, events.data(), events.size()), 0) << "it was opened";
+  ::close(watch);
+  std::filesystem::remove(pipe);
+  const auto device = files.openForReading("/dev/zero");
+  ASSERT_FALSE(device.ok());
+  EXPECT_THAT(device.error().description, HasSubstr("is not a regular file"));
 }
 
 TEST(BadAudioFile, WithoutFramesOpensAndReadsNothing) {
@@ -44,8 +67,8 @@ TEST(BadAudioFile, OfOneFrameReadsIt) {
 }
 
 TEST(BadAudioFile, ThatListsOthersOpensNoneOfThem) {
-  EXPECT_THAT(refusal("list.wav"), HasSubstr("no sound"));
-  EXPECT_THAT(refusal("list.mp4"), HasSubstr("no sound"));
+  EXPECT_THAT(refusal("list.wav"), HasSubstr("no audio"));
+  EXPECT_THAT(refusal("list.mp4"), HasSubstr("no audio"));
 }
 
 TEST(BadAudioFile, ThatDoesNotTellItsLengthIsAsLongAsItIs) {
@@ -56,7 +79,7 @@ TEST(BadAudioFile, ThatDoesNotTellItsLengthIsAsLongAsItIs) {
 }
 
 TEST(BadAudioFile, ThatClaimsMoreThanItHoldsIsAsLongAsItIs) {
-  constexpr std::int64_t lastPacket = 1152;  // what is left out of it at the end, the header tells, and is not believed
+  constexpr std::int64_t lastPacket = 1152;  // the header says how much of it to trim, which is ignored
   for (const auto& [name, length] : {std::pair{"lying.wav", 1000},
                                      {"lying.aiff", 96000},
                                      {"lying.flac", 96000},
@@ -112,7 +135,7 @@ TEST_F(OpenFile, ReadsOnWhenItsNameIsRemovedOrGivenToAnother) {
   EXPECT_EQ(readAt(*file.value(), 90000, 1)[0][0], countAt(90000));
 }
 
-TEST_F(OpenFile, TellsWhenItBecomesShorter) {
+TEST_F(OpenFile, ReportsWhenItBecomesShorter) {
   const auto file = files.openForReading(path);
   ASSERT_TRUE(file.ok());
   std::filesystem::resize_file(path, std::filesystem::file_size(path) - std::uintmax_t{4} * 95000);
@@ -120,7 +143,7 @@ TEST_F(OpenFile, TellsWhenItBecomesShorter) {
   file.value()->setFramePosition(800);
   const auto failure = file.value()->readIntoBuffer(buffer, 500);
   ASSERT_TRUE(failure);
-  EXPECT_THAT(failure->description, HasSubstr("ends before its time"));
+  EXPECT_THAT(failure->description, HasSubstr("unexpected end of file"));
   EXPECT_EQ(buffer.frameLength, 200U);
 }
 

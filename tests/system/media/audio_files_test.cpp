@@ -56,8 +56,8 @@ INSTANTIATE_TEST_SUITE_P(Media, LosslessFile, Values("count.wav", "count.aiff", 
 
 struct Lossy {
   std::string name;
-  std::int64_t slack;      // frames by which the length may exceed what went in: a last packet that nothing cuts
-  std::size_t before = 0;  // frames that the encoder put before the sound and that the container does not tell of
+  std::int64_t slack;      // frames by which the length may exceed the input: a last packet that is not trimmed
+  std::size_t before = 0;  // encoder delay in frames that the container does not declare
 };
 
 class LossyFile : public testing::TestWithParam<Lossy> {};
@@ -72,7 +72,7 @@ TEST_P(LossyFile, HasAsManyFramesAsItSays) {
   EXPECT_EQ(static_cast<std::int64_t>(whole[0].size()), file->length());
 }
 
-// A frame of difference would show as 0.02; some decoders make the noise between the tones anew each time.
+// A frame of difference would show as 0.02; some decoders generate the noise between the tones differently each time.
 TEST_P(LossyFile, SoundsTheSameFromAnywhere) {
   const auto file = opened(GetParam().name);
   ASSERT_NE(file, nullptr);
@@ -143,7 +143,7 @@ TEST(AudioFile, OfThreeHoursIsNotReadIntoMemory) {
 
 TEST(RateConverter, IsTheSameInPiecesAsInOne) {
   const auto sound = readAt(*opened("tones.ogg"), 0, 20000);
-  const auto convertBy = [&](std::uint32_t piece) {
+  const auto convertBy = [&](std::uint32_t chunk) {
     AudioFiles files;
     const auto converter = files.makeConverter(48000, 44100);
     std::vector<float> left(40000);
@@ -151,7 +151,7 @@ TEST(RateConverter, IsTheSameInPiecesAsInOne) {
     std::uint32_t given = 0;
     for (std::uint32_t at = 0; at < 20000;) {
       const auto progress =
-          converter->convert({sound[0].data() + at, sound[1].data() + at}, std::min(piece, 20000 - at),
+          converter->convert({sound[0].data() + at, sound[1].data() + at}, std::min(chunk, 20000 - at),
                              {left.data() + given, right.data() + given}, 40000 - given);
       at += progress.taken;
       given += progress.given;

@@ -23,7 +23,7 @@ namespace {
 constexpr int blockFrames = 128;
 constexpr std::uint32_t passFrames = 24000;
 
-/// Files that go round and round by their completions, through a queue, as those of channels do.
+/// Files that loop by their completions, through a queue, as those of channels do.
 class Loops {
  public:
   Loops(audio::test::StageOn<audio::PacedNullDevice>& stage, const std::vector<std::string>& names)
@@ -38,7 +38,7 @@ class Loops {
     }
   }
 
-  /// The engine must be gone.
+  /// The engine must have been destroyed.
   ~Loops() {
     isOver_ = true;
     queue_.sync([] {});

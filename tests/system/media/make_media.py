@@ -4,7 +4,7 @@
 
 "count" files hold, exactly, frame n as n mod 20000 steps of 16 bits on the left, and its negative on the right.
 "tones" files hold a sum of sines that does not repeat, in forms that lose some of it. "long" ones hold noise that comes
-and goes, which makes an encoder change the length of its pieces.
+and goes, which makes an encoder change the length of its packets.
 """
 
 import pathlib
@@ -54,7 +54,7 @@ def changed(whole, at, form, change):
 
 
 def make_lying(folder):
-    """Headers that tell more than follows."""
+    """Headers that declare more than follows."""
     (folder / "lying.wav").write_bytes(wav_header(48000, 2, 0x10000000) + bytes(4000))
     aiff = (folder / "count.aiff").read_bytes()
     (folder / "lying.aiff").write_bytes(changed(aiff, aiff.index(b"COMM") + 10, ">I", lambda frames: 2 * frames))

@@ -37,7 +37,7 @@ struct CopiedFile {
   const std::string path;
 };
 
-/// What one read gives: a list per channel, as long as what was read.
+/// The samples of one read, a list per channel.
 inline std::vector<std::vector<float>> readAt(AVAudioFile& file, std::int64_t frame, std::uint32_t count) {
   AVAudioPCMBuffer buffer(file.processingFormat(), count);
   file.setFramePosition(frame);
@@ -51,7 +51,7 @@ inline std::vector<std::vector<float>> readAt(AVAudioFile& file, std::int64_t fr
   return channels;
 }
 
-/// The left side of frame `n` of the "count" files.
+/// The left channel of frame `n` of the "count" files.
 inline float countAt(std::int64_t n) {
   return static_cast<float>(n % 20000) / 32768.0F;
 }

@@ -120,7 +120,7 @@ TEST_F(Wav, AFullDiskIsAnErrorThatStays) {
   ASSERT_TRUE(std::filesystem::exists(full));
   auto writer = WavWriter::create(full, 48000);
   if (!writer.ok()) {
-    return;  // told even earlier
+    return;  // reported even earlier
   }
   const std::vector<float> block(128, 0.5F);
   Outcome outcome;
@@ -143,9 +143,9 @@ TEST_F(Wav, ACompleteFileTakesNoMore) {
 }
 
 TEST_F(Wav, AWriterThatWasMovedGoesOn) {
-  auto made = WavWriter::create(path, 48000);
-  ASSERT_TRUE(made.ok());
-  WavWriter writer = std::move(made).value();
+  auto created = WavWriter::create(path, 48000);
+  ASSERT_TRUE(created.ok());
+  WavWriter writer = std::move(created).value();
   EXPECT_FALSE(writer.write(std::vector{0.5F}, std::vector{0.25F}));
   EXPECT_FALSE(writer.close());
   const Bytes file = bytes();

@@ -45,7 +45,7 @@ PropertyListData encoded(const PropertyListDictionary& dictionary) {
   return data.ok() ? std::move(data).value() : PropertyListData{};
 }
 
-/// Builds binary property lists byte by byte, also such as no encoder would write.
+/// Builds binary property lists byte by byte, including such as no encoder writes.
 class HandMade {
  public:
   std::uint8_t object(std::initializer_list<std::uint8_t> bytes) {
@@ -84,6 +84,64 @@ TEST(PropertyList, EveryKindOfValueComesBackAsItWas) {
   EXPECT_EQ(value.value(), PropertyListValue{sample()});
 }
 
+PropertyListData bytesOf(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+std::string xmlFailure(const std::string& content) {
+  return failureOf(bytesOf("<plist version=\"1.0\">" + content + "</plist>"));
+}
+
+TEST(PropertyList, AnXmlPropertyListIsRead) {
+  LibplistSerialization serialization;
+  const auto value = serialization.propertyListFromData(bytesOf(R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Example//DTD PLIST 1.0//EN" "http://localhost/PropertyList-1.0.dtd">
+<plist version="1.0">
+<dict>
+  <!-- a comment -->
+  <key>data</key><data>AAEC
+    AwQ=</data>
+  <key>number</key><integer>-9223372036854775808</integer>
+  <key>real</key><real>0.5</real>
+  <key>text &amp; more</key><string>caf&#233; <![CDATA[<raw>]]></string>
+  <key>values</key><array><true/><false/><dict/><string/></array>
+</dict>
+</plist>
+)"));
+  ASSERT_TRUE(value.ok()) << value.error().description;
+  PropertyListDictionary expected;
+  expected["data"] = {PropertyListData{0, 1, 2, 3, 4}};
+  expected["number"] = {std::numeric_limits<std::int64_t>::min()};
+  expected["real"] = {0.5};
+  expected["text & more"] = {std::string("caf\xC3\xA9 <raw>")};
+  expected["values"] = {PropertyListArray{{true}, {false}, {PropertyListDictionary{}}, {std::string()}}};
+  EXPECT_EQ(value.value(), PropertyListValue{expected});
+}
+
+TEST(PropertyList, XmlThatIsNotAPropertyListFails) {
+  EXPECT_NE(failureOf(bytesOf("<html></html>")), "");
+  EXPECT_NE(failureOf(bytesOf("<plist><dict><key>a</key>")), "");
+  EXPECT_NE(failureOf(bytesOf("<plist><true/></plist><plist><true/></plist>")), "");
+  EXPECT_NE(failureOf(bytesOf("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><string>&a;</string></plist>")), "");
+  for (const char* content :
+       {"", "<dict><key>a</key></dict>", "<dict><true/></dict>", "<true/><true/>", "<date>2001-01-01T00:00:00Z</date>",
+        "<integer>9223372036854775808</integer>", "<integer>0x10</integer>", "<integer/>", "<string>&no;</string>",
+        "<data>%</data>", "<array><string></array></string>", "<string>&#xD800;</string>",
+        "<string><true/></string>"}) {
+    EXPECT_NE(xmlFailure(content), "") << content;
+  }
+}
+
+TEST(PropertyList, XmlThatIsNestedTooDeeplyFails) {
+  std::string opened;
+  std::string closed;
+  for (int depth = 0; depth < 100'000; ++depth) {
+    opened += "<array>";
+    closed += "</array>";
+  }
+  EXPECT_EQ(xmlFailure(opened + closed), "property list is nested too deeply");
+}
+
 TEST(PropertyList, AnArrayAtTheTopIsReadAsAnArray) {
   HandMade list;
   const auto number = list.object({0x10, 5});
@@ -94,11 +152,9 @@ TEST(PropertyList, AnArrayAtTheTopIsReadAsAnArray) {
   EXPECT_EQ(value.value(), (PropertyListValue{PropertyListArray{{std::int64_t{5}}}}));
 }
 
-TEST(PropertyList, BytesThatAreNoPropertyListFail) {
+TEST(PropertyList, BytesThatAreNotAPropertyListFail) {
   EXPECT_NE(failureOf({}), "");
   EXPECT_NE(failureOf({'b', 'p', 'l', 'i', 's', 't', '0', '0'}), "");
-  const std::string xml = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict></dict></plist>                      ";
-  EXPECT_NE(failureOf(PropertyListData(xml.begin(), xml.end())), "");
   EXPECT_NE(failureOf(PropertyListData(4096, 0xFF)), "");
 }
 
@@ -153,10 +209,11 @@ TEST(PropertyList, ADateIsRefusedAndNotDropped) {
             "property list holds a value of an unknown kind");
 }
 
-TEST(PropertyList, AKeyThatIsNoTextFails) {
+TEST(PropertyList, AKeyThatIsNotAStringFails) {
   HandMade list;
   const auto number = list.object({0x10, 1});
-  EXPECT_EQ(failureOf(list.finish(list.object({0xD1, number, number}))), "property list has a key that is no text");
+  EXPECT_EQ(failureOf(list.finish(list.object({0xD1, number, number}))),
+            "property list has a key that is not a string");
 }
 
 TEST(PropertyList, ALengthPastTheEndFails) {
@@ -165,7 +222,7 @@ TEST(PropertyList, ALengthPastTheEndFails) {
             "property list is damaged");
 }
 
-TEST(PropertyList, TextThatTheFormCanNotCarryIsNotWritten) {
+TEST(PropertyList, TextThatTheFormatCannotHoldIsNotWritten) {
   LibplistSerialization serialization;
   EXPECT_FALSE(serialization.dataFromPropertyList({{"a", {std::string("x\0y", 3)}}}).ok());
   EXPECT_FALSE(serialization.dataFromPropertyList({{"a", {std::string("\xC3")}}}).ok());
@@ -183,7 +240,7 @@ TEST(PropertyList, NestingPastTheLimitIsNotWritten) {
   EXPECT_EQ(data.error().description, "property list is nested too deeply");
 }
 
-TEST(PropertyList, WellFormedTextIsToldFromMalformed) {
+TEST(PropertyList, ValidUtf8IsDistinguishedFromInvalid) {
   EXPECT_TRUE(isValidUtf8("plain"));
   EXPECT_TRUE(isValidUtf8("\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF"));
   for (const char* bad : {"\x80", "\xC0\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",

@@ -64,7 +64,7 @@ TEST(IniText, ArbitraryBytesComeBack) {
   }
 }
 
-TEST(IniText, OnlyLinesThatCanNotBeReadAreLost) {
+TEST(IniText, OnlyMalformedLinesAreLost) {
   for (const std::string bad : {"no sign", "broken=\xFF", "e=\\q", "e=\\x4", "e=\\", "e=\\xZZ", "a\x01=b", "[open",
                                 "e=\xC0\xAF", "e=\xF5\x80\x80\x80"}) {
     const auto content = readIni("before=1\n" + bad + "\nafter=2\n");
@@ -73,11 +73,11 @@ TEST(IniText, OnlyLinesThatCanNotBeReadAreLost) {
   }
 }
 
-TEST(IniText, OfTwoLinesWithOneKeyTheLastCounts) {
+TEST(IniText, OfTwoLinesWithOneKeyTheLastWins) {
   EXPECT_EQ(readIni("a=1\na=2\n").values, (Values{{"a", "2"}}));
 }
 
-TEST(IniText, AByteOrderMarkSaysNothing) {
+TEST(IniText, AByteOrderMarkIsIgnored) {
   const auto content = readIni(
       "\xEF\xBB\xBF"
       "a=1\n");

@@ -87,7 +87,7 @@ TEST_F(UserDefaults, EachSetIsOnTheDiskAtOnceAndLeavesNothingElse) {
   EXPECT_EQ(filesInFolder(), 1);
 }
 
-TEST_F(UserDefaults, TextThatIsNoNumberIsZero) {
+TEST_F(UserDefaults, TextThatIsNotANumberIsZero) {
   auto defaults = open();
   for (const std::string text : {"", "x", "12x", " 12", "1.5", "99999999999999999999"}) {
     defaults.setString("n", text);
@@ -115,7 +115,7 @@ TEST_F(UserDefaults, OfADamagedFileOnlyTheUnreadableIsLostAndTheFileIsKeptAside)
   EXPECT_EQ(console.lines.size(), 1U);
 }
 
-TEST_F(UserDefaults, WhatSomebodyElseHasWrittenMeanwhileStays) {
+TEST_F(UserDefaults, WhatWasWrittenByAnotherRunMeanwhileIsKept) {
   writeFile("mine=1\nremoved=1\nboth=1\n");
   auto defaults = open();
   auto other = open();
@@ -140,7 +140,7 @@ TEST_F(UserDefaults, AFileThatIsDamagedWhileTheProgramRunsIsKeptToo) {
   EXPECT_EQ(textOf(path), "[defaults]\na=5\nb=2\nc=3\n") << "what was read before is not lost with it";
 }
 
-TEST_F(UserDefaults, AFileThatIsRemovedWhileTheProgramRunsIsWrittenAnew) {
+TEST_F(UserDefaults, AFileThatIsRemovedWhileTheProgramRunsIsWrittenAgain) {
   writeFile("a=1\n");
   auto defaults = open();
   fs::remove(path);
@@ -174,7 +174,7 @@ TEST_F(UserDefaults, EachDamagedFileIsKeptAndNoneTakesThePlaceOfAnEarlierOne) {
   EXPECT_EQ(filesInFolder(), 4);
 }
 
-TEST_F(UserDefaults, AFolderInThePlaceOfTheFileMakesWay) {
+TEST_F(UserDefaults, AFolderAtThePathOfTheFileIsMovedAside) {
   fs::create_directories(path / "with something in it");
   auto defaults = open();
   EXPECT_THAT(console.lines, ElementsAre(HasSubstr("Failed to read the settings")));
@@ -183,7 +183,7 @@ TEST_F(UserDefaults, AFolderInThePlaceOfTheFileMakesWay) {
   EXPECT_TRUE(fs::is_directory(path.string() + ".damaged/with something in it"));
 }
 
-TEST_F(UserDefaults, ADiskThatTakesNoMoreLeavesTheOldFileWholeAndTheValueInForce) {
+TEST_F(UserDefaults, AFullDiskLeavesTheOldFileWholeAndTheNewValueValid) {
   const std::string value(100, 'x');
   for (const std::string former : {"[defaults]\na=1\n", "a=1\nnot readable\n"}) {
     writeFile(former);
@@ -226,7 +226,7 @@ TEST_F(UserDefaults, OfAHugeFileTheStartIsRead) {
   EXPECT_GT(fs::file_size(path.string() + ".damaged"), 3U << 20U);
 }
 
-TEST_F(UserDefaults, APlaceThatCanNotBeWrittenKeepsTheValuesForThisRunAndTellsOnce) {
+TEST_F(UserDefaults, APathThatCannotBeWrittenKeepsTheValuesForThisRunAndLogsOnce) {
   std::ofstream(root / "vrel") << "a file where the folder should be";
   auto defaults = open();
   console.lines.clear();
@@ -237,7 +237,7 @@ TEST_F(UserDefaults, APlaceThatCanNotBeWrittenKeepsTheValuesForThisRunAndTellsOn
   EXPECT_EQ(defaults.integerForKey("b"), 2);
   EXPECT_THAT(console.lines, ElementsAre(HasSubstr("Failed to save the settings")));
 
-  // Once it can be written, all is written, and a new failure is told anew.
+  // Once it can be written, all is written, and a new failure is logged again.
   fs::remove(root / "vrel");
   defaults.setInteger("b", 2);
   EXPECT_EQ(textOf(path), "[defaults]\nb=2\n");
@@ -254,7 +254,7 @@ TEST_F(UserDefaults, WithoutAPathTheValuesHoldForThisRun) {
   EXPECT_THAT(console.lines, ElementsAre(HasSubstr("no configuration folder")));
 }
 
-TEST_F(UserDefaults, APipeInThePlaceOfTheFileIsNotWaitedFor) {
+TEST_F(UserDefaults, APipeAtThePathOfTheFileDoesNotBlock) {
   fs::create_directories(path.parent_path());
   ASSERT_EQ(::mkfifo(path.c_str(), S_IRUSR | S_IWUSR), 0);
   auto defaults = open();

@@ -80,7 +80,7 @@ TEST_F(SessionSettings, OfADamagedFileTheRestIsInForce) {
   EXPECT_EQ(Program(path).session.audioIOBufferFrameSize.get(), 64U);
 }
 
-TEST_F(SessionSettings, HoldForTheRunWhereTheyCanNotBeSaved) {
+TEST_F(SessionSettings, AreValidForTheRunWhereTheyCannotBeSaved) {
   std::ofstream(root / "blocked") << "a file where a folder should be";
   Program program(root / "blocked" / "defaults.ini");
   program.console.lines.clear();

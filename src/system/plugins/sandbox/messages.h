@@ -13,7 +13,7 @@
 //   ready          guest  channels that leave the plug-in, 4 bytes
 //   failed         guest  words; the guest then ends
 //   done           guest  none
-//   state          guest  a dictionary
+//   state          guest  a dictionary; nothing for one that is too large
 //   log            guest  one line, at any time
 //
 // An answer carries the number of its request. A request that the plug-in refuses is done all the

@@ -46,6 +46,29 @@ void write(ByteWriter& writer, const PropertyListValue& value) {
       value.content);
 }
 
+std::uint64_t byteCountOf(const PropertyListValue& value) {
+  constexpr std::uint64_t kind = 1;
+  constexpr std::uint64_t length = sizeof(std::uint32_t);
+  return kind + std::visit(
+                    [](const auto& content) -> std::uint64_t {
+                      using Content = std::decay_t<decltype(content)>;
+                      if constexpr (std::is_same_v<Content, PropertyListDictionary>) {
+                        return byteCount(content);
+                      } else if constexpr (std::is_same_v<Content, PropertyListArray>) {
+                        std::uint64_t bytes = length;
+                        for (const PropertyListValue& element : content) {
+                          bytes += byteCountOf(element);
+                        }
+                        return bytes;
+                      } else if constexpr (std::is_arithmetic_v<Content>) {
+                        return sizeof content;
+                      } else {
+                        return length + content.size();
+                      }
+                    },
+                    value.content);
+}
+
 class Reader {
  public:
   explicit Reader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
@@ -113,6 +136,15 @@ Bytes toBytes(const PropertyListDictionary& dictionary) {
   ByteWriter writer;
   write(writer, dictionary);
   return writer.take();
+}
+
+std::uint64_t byteCount(const PropertyListDictionary& dictionary) {
+  constexpr std::uint64_t length = sizeof(std::uint32_t);
+  std::uint64_t bytes = length;
+  for (const auto& [key, value] : dictionary) {
+    bytes += length + key.size() + byteCountOf(value);
+  }
+  return bytes;
 }
 
 std::optional<PropertyListDictionary> dictionaryFromBytes(std::span<const std::uint8_t> bytes) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 
@@ -11,6 +12,9 @@ namespace vrel::sandbox {
 
 /// A property list on its way between the processes.
 [[nodiscard]] Bytes toBytes(const PropertyListDictionary& dictionary);
+
+/// The size of those bytes.
+[[nodiscard]] std::uint64_t byteCount(const PropertyListDictionary& dictionary);
 
 /// None for bytes that are none of the above, whatever they are: also for one that is nested more than
 /// 32 deep, or goes on behind its end.

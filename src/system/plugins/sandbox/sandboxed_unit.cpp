@@ -12,7 +12,9 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
     log("did not give its state: " + answer.error().description + "; the last one known is kept");
     return lastState_;
   }
-  if (auto state = dictionaryFromBytes(answer.value())) {
+  if (answer.value().empty()) {
+    tell("has a state above 256 MiB, which is refused; the last one known is kept");
+  } else if (auto state = dictionaryFromBytes(answer.value())) {
     lastState_ = std::move(state);
   } else {
     log("gave a damaged state; the last one known is kept");
@@ -21,6 +23,10 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
 }
 
 void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& state) {
+  if (byteCount(state) > largestBody(MessageKind::restoreState)) {
+    tell("was not given a state above 256 MiB, which is refused; the last one known is kept");
+    return;
+  }
   lastState_ = state;
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());

@@ -93,6 +93,19 @@ TEST_F(PlaybackShow, ATrackLoopsWithoutASeamAndStopsAtItsExit) {
   EXPECT_EQ(sound.left, sound.right);
 }
 
+TEST_F(PlaybackShow, TwoQuickNotesOnAShortFileRenderTheSameEachTime) {
+  const auto setlist = setlistOf({songOf("One", {track(write("short.wav", trackOf(48000, 700)), 60, false)})});
+  MidiFileMaker show;
+  for (std::uint32_t time = 100; time < 600; time += 50) {
+    show.message(time, {0x90, 60, 100}).message(time, {0x90, 60, 100}).message(time, {0x90, 60, 100});
+  }
+  const auto first = play(setlist, show);
+  EXPECT_TRUE(first.isFinite());
+  for (int run = 0; run < 5; ++run) {
+    ASSERT_EQ(play(setlist, show, "again.wav").left, first.left) << "run " << run;
+  }
+}
+
 TEST_F(PlaybackShow, TracksAndPluginsTogetherRenderTheSameEachTime) {
   std::vector<ChannelConfig> strips{stripOf("Sine", zooInstrument("sine"))};
   strips[0].maxNote = 59;

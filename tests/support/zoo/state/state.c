@@ -8,7 +8,7 @@
 // Keeps two things beside its control: the number of the last key below 100, and a file of its own
 // that holds the number of the last key from 100. Left gives the first, right what the file says, both
 // in 1/128. After a restore the file is read in the next run, as sample players do it. A restored
-// value of 13 is refused.
+// value of 13 is refused. At a value of 98 its state is larger than 256 MiB.
 
 typedef struct {
   _Atomic int32_t value;  // a host may save while it runs
@@ -86,6 +86,12 @@ static LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, 
     freePath->free_path(freePath->handle, abstract);
   }
   const int32_t value = kept->value;
+  if (value == 98) {
+    const size_t size = (size_t)257 << 20U;
+    void* zeros = calloc(size, 1);
+    store(state, urid(zoo, ZOO_URI "#huge"), zeros, size, urid(zoo, LV2_ATOM__Chunk), LV2_STATE_IS_POD);
+    free(zeros);
+  }
   return store(state, urid(zoo, ZOO_URI "#value"), &value, sizeof value, urid(zoo, LV2_ATOM__Int),
                LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
 }

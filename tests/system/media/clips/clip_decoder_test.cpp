@@ -79,7 +79,7 @@ INSTANTIATE_TEST_SUITE_P(All, ClipFormats,
 TEST(ClipDecoding, RestsAndBeginsAgain) {
   const auto decoder = opened("count-h264.mp4");
   EXPECT_EQ(countOf(decoder->next()), 0);
-  decoder->rest();
+  decoder->suspend();
   EXPECT_FALSE(decoder->isAwake());
   EXPECT_EQ(decoder->next(), nullptr);
   ASSERT_TRUE(decoder->rewind());

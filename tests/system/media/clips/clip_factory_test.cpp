@@ -20,7 +20,7 @@ namespace {
 using test::clipFile;
 using test::countOf;
 
-/// Real threads, on a clock that stands until the test moves it.
+/// Real threads, on a clock that only the test advances.
 class ClipPlayers : public testing::Test {
  protected:
   struct Clip {

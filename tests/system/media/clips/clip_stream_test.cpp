@@ -23,13 +23,13 @@ using test::clipFile;
 using test::countOf;
 using testing::Each;
 
-/// A clip whose decoding the test cranks: no threads, no real time.
+/// A clip whose decoding is stepped by the test: no threads, no real time.
 class ClipStreams : public testing::Test {
  protected:
-  /// Lets decoding do all it wants to.
+  /// Steps decoding until it is idle.
   static void settle(ClipStream& stream) {
     for (int steps = 0; stream.request() != ClipStream::Request::nothing; ++steps) {
-      ASSERT_LT(steps, 1000) << "a clip wants without end";
+      ASSERT_LT(steps, 1000) << "decoding never becomes idle";
       stream.step();
     }
   }
@@ -166,7 +166,7 @@ TEST_F(ClipStreams, APauseHoldsThePictureAndARewoundPauseTheFirst) {
   EXPECT_EQ(countOf(stream.picture(9)), 12);
   stream.rewind();
   EXPECT_EQ(countOf(stream.picture(9)), 0);
-  EXPECT_EQ(stream.request(), ClipStream::Request::nothing) << "the codec rests";
+  EXPECT_EQ(stream.request(), ClipStream::Request::nothing) << "the codec is suspended";
 }
 
 TEST_F(ClipStreams, AClipStartedUnpreparedCountsFromItsFirstPicture) {

@@ -69,7 +69,7 @@ def make_good(folder):
 
 
 def lie_about_length(data, ticks):
-    """All lengths that an MP4 header tells as a whole."""
+    """All total lengths in an MP4 header."""
     data = bytearray(data)
     for name, place in ((b"mvhd", 16), (b"mdhd", 16), (b"tkhd", 20)):
         at = data.find(name)

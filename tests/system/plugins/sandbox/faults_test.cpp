@@ -347,6 +347,29 @@ TEST_F(FaultsWithShortTimeout, StoppedWhileAStateGoesInTheCallReturnsAndTheState
   EXPECT_TRUE(happensWithin(5s, [&] { return revived.block(128) == constant(64); }));
 }
 
+TEST_F(Faults, AStateAbove256MiBIsRefusedAndTheLastOneIsKept) {
+  const auto unit = make("urn:vrel:zoo:state").unit;
+  DeadlinePlayer player(unit);
+  player.key(20);
+  player.block(std::nullopt);
+  const auto state = unit->auAudioUnit().fullStateForDocument();
+  ASSERT_TRUE(state);
+  player.key(98);
+  player.block(std::nullopt);
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state);
+  EXPECT_TRUE(isTold("has a state above 256 MiB, which is refused; the last one known is kept"));
+  EXPECT_TRUE(deaths().empty());
+  auto huge = *state;
+  huge["huge"] = {PropertyListData(std::size_t{257} << 20U)};
+  unit->auAudioUnit().setFullStateForDocument(huge);
+  EXPECT_TRUE(isTold("was not given a state above 256 MiB"));
+  player.key(21);
+  player.block(std::nullopt);
+  EXPECT_TRUE(unit->auAudioUnit().fullStateForDocument());
+  EXPECT_NE(unit->auAudioUnit().fullStateForDocument(), state) << "it lives";
+  EXPECT_TRUE(deaths().empty());
+}
+
 TEST_F(Faults, KilledWhileItsStateIsAskedForTheLastOneKnownComesBack) {
   const auto unit = rebel("hang-save");
   const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });

@@ -25,6 +25,11 @@ TEST(SandboxMessages, APropertyListComesBackAsItWas) {
   EXPECT_EQ(dictionaryFromBytes(toBytes(PropertyListDictionary{})), PropertyListDictionary{});
 }
 
+TEST(SandboxMessages, TheSizeOfAPropertyListIsKnownBeforeItIsWritten) {
+  EXPECT_EQ(byteCount(everything), toBytes(everything).size());
+  EXPECT_EQ(byteCount({}), toBytes(PropertyListDictionary{}).size());
+}
+
 TEST(SandboxMessages, APropertyListCutAnywhereIsNone) {
   const Bytes bytes = toBytes(everything);
   for (std::size_t size = 0; size < bytes.size(); ++size) {

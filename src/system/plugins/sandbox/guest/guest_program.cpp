@@ -151,10 +151,12 @@ void GuestProgram::handle(const Message& message) {
     case MessageKind::reset:
       instance_->reset();
       break;
-    case MessageKind::captureState:
-      send({MessageKind::state, message.request,
-            toBytes(instance_->fullStateForDocument().value_or(PropertyListDictionary{}))});
+    case MessageKind::captureState: {
+      const auto state = instance_->fullStateForDocument().value_or(PropertyListDictionary{});
+      const bool isSendable = byteCount(state) <= largestBody(MessageKind::state);
+      send({MessageKind::state, message.request, isSendable ? toBytes(state) : Bytes{}});
       return;
+    }
     default:
       leave();
   }
