@@ -17,7 +17,7 @@ using PropertyListData = std::vector<std::uint8_t>;
 using PropertyListArray = std::vector<PropertyListValue>;
 using PropertyListDictionary = std::map<std::string, PropertyListValue>;
 
-/// One value of a property list. Plug-in state travels in this form.
+/// One value of a property list, the form of plug-in state.
 struct PropertyListValue {
   std::variant<bool, std::int64_t, double, std::string, PropertyListData, PropertyListArray, PropertyListDictionary>
       content;
@@ -25,7 +25,7 @@ struct PropertyListValue {
   bool operator==(const PropertyListValue&) const = default;
 };
 
-/// Turns property lists to and from their binary form. Main thread.
+/// Converts property lists to and from their binary form. Main thread.
 class NSPropertyListSerialization {
  public:
   virtual ~NSPropertyListSerialization() = default;
@@ -33,7 +33,7 @@ class NSPropertyListSerialization {
   /// The binary form (format 200) of `dictionary`.
   [[nodiscard]] virtual Result<PropertyListData> dataFromPropertyList(const PropertyListDictionary& dictionary) = 0;
 
-  /// The value that `data` holds. Fails on anything that is no property list, however broken.
+  /// The value that `data` holds. Fails on anything that is not a valid property list.
   [[nodiscard]] virtual Result<PropertyListValue> propertyListFromData(const PropertyListData& data) = 0;
 };
 
