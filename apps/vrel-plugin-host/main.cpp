@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
   using vrel::sandbox::FileDescriptor;
   using vrel::sandbox::GuestProgram;
   if (argc != 2) {
-    std::fputs("vrel-plugin-host holds a plug-in for another program, which starts it\n", stderr);
+    std::fputs("vrel-plugin-host runs one plug-in for vrel and is started by it\n", stderr);
     return 2;
   }
   if (!GuestProgram::tieToParent(std::atoi(argv[1]))) {

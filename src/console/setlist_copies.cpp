@@ -94,7 +94,7 @@ void SetlistCopies::keep(const fs::path& setlist) {
     return;
   }
   if (directory_.empty()) {
-    tell(setlist, Error{"this user has no place for them"});
+    tell(setlist, Error{"no state folder (HOME and XDG_STATE_HOME are not set)"});
     return;
   }
   const auto bytes = files_.contents(setlist, mostSetlistBytes);

@@ -103,7 +103,7 @@ class TreeBuilder final : public json::json_sax_t {
 Outcome parseJson(std::string_view bytes, json& tree) {
   // The scanner takes a zero byte for the end of its input and would pass over what follows.
   if (const auto zero = bytes.find('\0'); zero != std::string_view::npos) {
-    return Error{"byte " + std::to_string(zero + 1) + ": a zero byte has no place in a document"};
+    return Error{"byte " + std::to_string(zero + 1) + ": unexpected zero byte"};
   }
   tree = nullptr;
   TreeBuilder builder(tree);

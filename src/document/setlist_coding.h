@@ -25,7 +25,7 @@ namespace vrel {
 /// What is written as "version". A reader takes any number and acts on none.
 inline constexpr std::uint32_t setlistVersion = 3;
 
-/// What takes more bytes in a file is no setlist.
+/// What takes more bytes in a file is not a setlist.
 inline constexpr std::uintmax_t mostSetlistBytes = std::uintmax_t{1} << 30U;
 
 /// The document as indented UTF-8 JSON. Fails on a NaN or infinite number and on text that is no UTF-8.

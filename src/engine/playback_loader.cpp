@@ -54,7 +54,7 @@ void PlaybackLoader::loadPlaybackInstrument(AudioChannel& channel, const Channel
       with_.files != nullptr
           ? preparePlayback(*with_.files, record.playbackFilePath, record.playbackStartTime, record.playbackEndTime,
                             with_.console)
-          : Result<PreparedPlayback>(Error{"this program reads no audio files: " + record.playbackFilePath});
+          : Result<PreparedPlayback>(Error{"audio files cannot be played here: " + record.playbackFilePath});
   if (!prepared) {
     with_.console.print("Failed to load playback file: " + prepared.error().description);
     channel.status.set(ChannelStatus::loadFailed);

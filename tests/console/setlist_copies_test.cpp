@@ -203,7 +203,8 @@ TEST_F(CopiesOfSetlists, AUserWithoutAPlaceForThemIsTold) {
   SetlistCopies nowhere(files, console, "");
   files.place(gig, setlistText({"v1"}));
   nowhere.keep(gig);
-  EXPECT_EQ(console.lines, Lines{"Failed to keep a copy of /home/me/gig.vrel: this user has no place for them"});
+  EXPECT_EQ(console.lines,
+            Lines{"Failed to keep a copy of /home/me/gig.vrel: no state folder (HOME and XDG_STATE_HOME are not set)"});
   EXPECT_THAT(nowhere.copiesOf(gig), IsEmpty());
 }
 

@@ -25,7 +25,7 @@ Outcome outcome(const fs::path& path, int code) {
   if (code == 0) {
     return {};
   }
-  const auto reason = code == notAPlainFile ? "Not a plain file" : std::generic_category().message(code);
+  const auto reason = code == notAPlainFile ? "Not a regular file" : std::generic_category().message(code);
   return Error{path.string() + ": " + reason};
 }
 

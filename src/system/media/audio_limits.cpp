@@ -26,7 +26,7 @@ Outcome unreadable(const std::string& path) {
   const bool isKnown = ::fstat(file, &status) == 0;
   ::close(file);
   if (!isKnown || !S_ISREG(status.st_mode)) {
-    return Error{path + " is no plain file"};
+    return Error{path + " is not a regular file"};
   }
   if (status.st_size == 0) {
     return Error{path + " is empty"};
@@ -36,13 +36,13 @@ Outcome unreadable(const std::string& path) {
 
 Outcome unplayable(const std::string& path, double sampleRate, std::int64_t channels, std::int64_t frames) {
   if (!(sampleRate >= 1 && sampleRate <= highestRate)) {
-    return Error{path + " has no sample rate that can be played"};
+    return Error{path + " has an unsupported sample rate"};
   }
   if (channels < 1 || channels > mostChannels) {
     return Error{path + " has " + std::to_string(channels) + " channels"};
   }
   if (frames < 0 || frames > std::numeric_limits<std::uint32_t>::max()) {
-    return Error{path + " has a length that can not be played"};
+    return Error{path + " has an unsupported length"};
   }
   return std::nullopt;
 }

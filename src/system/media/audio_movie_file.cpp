@@ -105,12 +105,12 @@ Outcome AudioMovieFile::Decoder::open(const std::string& path) {
   av_dict_free(&options);
   container_.reset(opened);
   if (status < 0 || avformat_find_stream_info(container_.get(), nullptr) < 0) {
-    return Error{path + " holds no sound that can be read"};
+    return Error{path + " has no readable audio"};
   }
   const AVCodec* decoder = nullptr;
   const int index = av_find_best_stream(container_.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
   if (index < 0 || decoder == nullptr) {
-    return Error{path + " has no sound"};
+    return Error{path + " has no audio track"};
   }
   for (unsigned each = 0; each < container_->nb_streams; ++each) {
     container_->streams[each]->discard = static_cast<int>(each) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
@@ -118,12 +118,12 @@ Outcome AudioMovieFile::Decoder::open(const std::string& path) {
   stream_ = container_->streams[index];
   codec_.reset(avcodec_alloc_context3(decoder));
   if (codec_ == nullptr || avcodec_parameters_to_context(codec_.get(), stream_->codecpar) < 0) {
-    return Error{path + ": its sound can not be decoded"};
+    return Error{path + ": its audio cannot be decoded"};
   }
   codec_->thread_count = 1;
   codec_->pkt_timebase = stream_->time_base;
   if (avcodec_open2(codec_.get(), decoder, nullptr) < 0 || !decodeNext()) {
-    return Error{path + ": its sound can not be decoded"};
+    return Error{path + ": its audio cannot be decoded"};
   }
   origin_ = heldFrom_;
   grid_ = heldFrom_ + heldFrames_;
@@ -298,18 +298,18 @@ void AudioMovieFile::setFramePosition(std::int64_t frame) {
 Outcome AudioMovieFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {
   buffer.frameLength = 0;
   if (!(buffer.format() == format_)) {
-    return Error{path_ + ": the buffer has another format"};
+    return Error{path_ + ": the buffer has a different format"};
   }
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));
   if (wanted > 0 && !isPlaced_ && !decoder_->seek(position_)) {
-    return Error{path_ + ": there is no way to its frame " + std::to_string(position_)};
+    return Error{path_ + ": seek to frame " + std::to_string(position_) + " failed"};
   }
   isPlaced_ = true;
   while (buffer.frameLength < wanted) {
     if (!decoder_->hold(position_)) {
       isPlaced_ = false;
-      return Error{path_ + " ends before its time"};
+      return Error{path_ + ": unexpected end of file"};
     }
     const std::uint32_t rest = wanted - buffer.frameLength;
     std::uint32_t count = 0;

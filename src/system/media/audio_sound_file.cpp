@@ -55,17 +55,17 @@ struct AudioSoundFile::Handle {
 
   [[nodiscard]] Outcome open(const std::string& path) {
     if (isOtherOgg(path)) {
-      return Error{path + " is for another library"};
+      return Error{path + " is read by another library"};
     }
     file = sf_open(path.c_str(), SFM_READ, &info);
     if (file == nullptr) {
       return Error{path + ": " + sf_strerror(nullptr)};
     }
     if ((info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_VORBIS) {
-      return Error{path + ": this library misses frames of Vorbis sound"};
+      return Error{path + ": Vorbis is read by another library"};
     }
     if (info.seekable == 0) {
-      return Error{path + " can only be read from its beginning"};
+      return Error{path + " is not seekable"};
     }
     return unplayable(path, info.samplerate, info.channels, 0);
   }
@@ -135,20 +135,20 @@ bool AudioSoundFile::place() {
 Outcome AudioSoundFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {
   buffer.frameLength = 0;
   if (!(buffer.format() == format_)) {
-    return Error{path_ + ": the buffer has another format"};
+    return Error{path_ + ": the buffer has a different format"};
   }
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));
   interleaved_.resize(std::size_t{pieceFrames} * format_.channelCount);
   if (wanted > 0 && handle_->at != position_ && !place()) {
-    return Error{path_ + ": there is no way to its frame " + std::to_string(position_)};
+    return Error{path_ + ": seek to frame " + std::to_string(position_) + " failed"};
   }
   while (buffer.frameLength < wanted) {
     const std::uint32_t piece = std::min(wanted - buffer.frameLength, pieceFrames);
     const sf_count_t got = sf_readf_float(handle_->file, interleaved_.data(), piece);
     if (got <= 0) {
       handle_->at = -1;
-      return Error{path_ + " ends before its time"};
+      return Error{path_ + ": unexpected end of file"};
     }
     spread(interleaved_.data(), format_.channelCount, static_cast<std::uint32_t>(got), buffer.floatChannelData(),
            buffer.frameLength);

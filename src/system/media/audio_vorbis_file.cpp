@@ -104,7 +104,7 @@ class AudioVorbisFile::Stream {
 Result<std::shared_ptr<AVAudioFile>> AudioVorbisFile::open(const std::string& path) {
   auto stream = std::make_unique<Stream>();
   if (!stream->open(path)) {
-    return Error{path + " is no Vorbis sound of one form"};
+    return Error{path + " is not a Vorbis stream of one format"};
   }
   const vorbis_info& info = stream->info();
   const std::int64_t length = stream->frames();
@@ -129,12 +129,12 @@ void AudioVorbisFile::setFramePosition(std::int64_t frame) {
 Outcome AudioVorbisFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {
   buffer.frameLength = 0;
   if (!(buffer.format() == format_)) {
-    return Error{path_ + ": the buffer has another format"};
+    return Error{path_ + ": the buffer has a different format"};
   }
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));
   if (wanted > 0 && !isPlaced_ && !stream_->place(position_)) {
-    return Error{path_ + ": there is no way to its frame " + std::to_string(position_)};
+    return Error{path_ + ": seek to frame " + std::to_string(position_) + " failed"};
   }
   isPlaced_ = true;
   while (buffer.frameLength < wanted) {
@@ -142,7 +142,7 @@ Outcome AudioVorbisFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t 
         stream_->read(wanted - buffer.frameLength, buffer.floatChannelData(), buffer.frameLength);
     if (count == 0) {
       isPlaced_ = false;
-      return Error{path_ + " ends before its time"};
+      return Error{path_ + ": unexpected end of file"};
     }
     buffer.frameLength += count;
     position_ += count;

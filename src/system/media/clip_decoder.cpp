@@ -137,16 +137,16 @@ ClipDecoder::~ClipDecoder() = default;
 Result<std::unique_ptr<ClipDecoder>> ClipDecoder::open(const std::string& path, const std::atomic<bool>* isOver) {
   std::error_code failure;
   if (!std::filesystem::is_regular_file(path, failure)) {
-    return Error{path + " is no file"};  // a pipe would keep its reader waiting
+    return Error{path + " is not a regular file"};  // a pipe would keep its reader waiting
   }
   auto parts = std::make_unique<Parts>();
   parts->isOver = isOver;
   if (!parts->openStream(path)) {
-    return Error{path + " holds no pictures that can be read"};
+    return Error{path + " has no readable video"};
   }
   std::unique_ptr<ClipDecoder> decoder(new ClipDecoder(std::move(parts)));
   if (!decoder->wake()) {
-    return Error{path + " can not be decoded"};
+    return Error{path + " cannot be decoded"};
   }
   return decoder;
 }

@@ -15,7 +15,7 @@ constexpr int channelCount = 2;
 constexpr std::uint64_t mostFrames = (0xFFFFFFFFU - 4096U) / (channelCount * sizeof(float));
 
 Error failure(const std::string& path, SNDFILE* file) {
-  return Error{"can not write " + path + ": " + sf_strerror(file)};
+  return Error{"cannot write " + path + ": " + sf_strerror(file)};
 }
 
 }  // namespace
@@ -58,11 +58,11 @@ Outcome WavWriter::write(std::span<const float> left, std::span<const float> rig
     return file.failed;
   }
   if (file.handle == nullptr || left.size() != right.size()) {
-    file.failed = Error{"can not write " + file.path + ": it is complete, or the sides differ in length"};
+    file.failed = Error{"cannot write " + file.path + ": it is closed, or the channels differ in length"};
     return file.failed;
   }
   if (left.size() > mostFrames - file.frameCount) {
-    file.failed = Error{"can not write " + file.path + ": a WAV file holds at most 4 GiB"};
+    file.failed = Error{"cannot write " + file.path + ": a WAV file holds at most 4 GiB"};
     return file.failed;
   }
   interleaved_.resize(left.size() * channelCount);
@@ -83,7 +83,7 @@ Outcome WavWriter::close() {
   if (file.handle != nullptr) {
     const int code = sf_close(std::exchange(file.handle, nullptr));
     if (code != SF_ERR_NO_ERROR && !file.failed) {
-      file.failed = Error{"can not write " + file.path + ": " + sf_error_number(code)};
+      file.failed = Error{"cannot write " + file.path + ": " + sf_error_number(code)};
     }
   }
   return file.failed;

@@ -39,7 +39,7 @@ class Encoder {
   Plist make(const PropertyListDictionary& dictionary, int depth) {
     Plist node(plist_new_dict());
     for (const auto& [key, value] : dictionary) {
-      Plist item = isCarried(key) ? encode(value, depth + 1) : fail("a key is not plain UTF-8 text");
+      Plist item = isCarried(key) ? encode(value, depth + 1) : fail("a key is not valid UTF-8");
       if (!item) {
         return nullptr;
       }
@@ -55,7 +55,7 @@ class Encoder {
   Plist make(std::int64_t value, int /*depth*/) { return Plist(plist_new_uint(static_cast<std::uint64_t>(value))); }
   Plist make(double value, int /*depth*/) { return Plist(plist_new_real(value)); }
   Plist make(const std::string& text, int /*depth*/) {
-    return isCarried(text) ? Plist(plist_new_string(text.c_str())) : fail("a text is not plain UTF-8");
+    return isCarried(text) ? Plist(plist_new_string(text.c_str())) : fail("a string is not valid UTF-8");
   }
   Plist make(const PropertyListData& data, int /*depth*/) {
     // The library wants a pointer even for no bytes at all.

@@ -45,7 +45,7 @@ IniUserDefaults::FileContent IniUserDefaults::readFile() {
   auto content = readIni(text);
   const bool isDamaged = content.isDamaged || !file.value().isWhole;
   if (isDamaged) {
-    tellDamage("The settings are damaged, what can not be read of them is lost: " + path_.string());
+    tellDamage("The settings file is damaged, unreadable entries are lost: " + path_.string());
   }
   return {.values = std::move(content.values), .isThere = !file.value().text.empty(), .isDamaged = isDamaged};
 }
@@ -73,14 +73,14 @@ IniUserDefaults::Values IniUserDefaults::merged(const FileContent& file) const {
 }
 
 void IniUserDefaults::write() {
-  Outcome failure = Error{"this user has no configuration folder"};
+  Outcome failure = Error{"no configuration folder (HOME and XDG_CONFIG_HOME are not set)"};
   if (!path_.empty()) {
     const FileContent file = readFile();
     failure = replaceFile(path_, writeIni(merged(file)), file.isDamaged ? ".damaged" : "");
   }
   if (failure) {
     if (!std::exchange(failureIsTold_, true)) {
-      console_.print("Failed to save the settings, they hold for this run only: " + failure->description);
+      console_.print("Failed to save the settings, they apply to this run only: " + failure->description);
     }
     return;
   }

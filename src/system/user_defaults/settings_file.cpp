@@ -79,7 +79,7 @@ Result<FileStart> readFileStart(const fs::path& path, std::size_t limit) {
   }
   // A pipe would be waited for without end.
   if (status.type() != fs::file_type::regular) {
-    return Error{path.string() + ": not a file"};
+    return Error{path.string() + ": not a regular file"};
   }
   std::ifstream file(path, std::ios::binary);
   if (!file) {

@@ -165,7 +165,7 @@ TEST_F(Files, PipesSocketsAndDevicesAreRefusedAtOnce) {
   ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
   const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);  // so that a writer could open it
   for (const fs::path& special : {pipe, socketPath, fs::path("/dev/full"), fs::path("/dev/zero")}) {
-    const Error reason{special.string() + ": Not a plain file"};
+    const Error reason{special.string() + ": Not a regular file"};
     EXPECT_EQ(files.contents(special, many).error(), reason);
     EXPECT_EQ(files.write(special, "x"), reason);
     EXPECT_EQ(files.writeAtomically(special, "x"), reason);

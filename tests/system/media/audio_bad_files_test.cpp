@@ -23,10 +23,10 @@ std::string refusal(const std::string& name) {
 TEST(BadAudioFile, IsRefusedInWords) {
   EXPECT_THAT(refusal("missing.wav"), HasSubstr("No such file"));
   EXPECT_THAT(refusal("empty.wav"), HasSubstr("is empty"));
-  EXPECT_THAT(refusal("text.wav"), HasSubstr("no sound"));
-  EXPECT_THAT(refusal("silent-movie.mp4"), HasSubstr("has no sound"));
+  EXPECT_THAT(refusal("text.wav"), HasSubstr("has no readable audio"));
+  EXPECT_THAT(refusal("silent-movie.mp4"), HasSubstr("has no audio track"));
   EXPECT_THAT(refusal("rate-0.wav"), testing::Not("it opened"));
-  EXPECT_THAT(refusal("."), HasSubstr("is no plain file"));
+  EXPECT_THAT(refusal("."), HasSubstr("is not a regular file"));
 }
 
 TEST(BadAudioFile, WithoutFramesOpensAndReadsNothing) {
@@ -44,8 +44,8 @@ TEST(BadAudioFile, OfOneFrameReadsIt) {
 }
 
 TEST(BadAudioFile, ThatListsOthersOpensNoneOfThem) {
-  EXPECT_THAT(refusal("list.wav"), HasSubstr("no sound"));
-  EXPECT_THAT(refusal("list.mp4"), HasSubstr("no sound"));
+  EXPECT_THAT(refusal("list.wav"), HasSubstr("has no readable audio"));
+  EXPECT_THAT(refusal("list.mp4"), HasSubstr("has no readable audio"));
 }
 
 TEST(BadAudioFile, ThatDoesNotTellItsLengthIsAsLongAsItIs) {
