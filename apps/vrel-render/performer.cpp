@@ -13,10 +13,12 @@
 namespace vrel::render {
 
 Performer::Performer(const Collaborators& collaborators, const std::filesystem::path& copiesFolder)
-    : with_(collaborators),
-      content_({with_.state, with_.engine, with_.mainQueue, with_.clock, with_.console, desktop_, with_.files,
+    : state_(collaborators.state),
+      engine_(collaborators.engine),
+      console_(collaborators.console),
+      content_({state_, engine_, collaborators.mainQueue, collaborators.clock, console_, desktop_, collaborators.files,
                 notifications_, copiesFolder}) {
-  showPerformance(with_.state, with_.engine);
+  showPerformance(state_, engine_);
   content_.midiLearn().listenToEngine();
 }
 
@@ -25,14 +27,14 @@ void Performer::perform(const ShowAction& action) {
 }
 
 void Performer::act(const MidiFileMessage& message) {
-  with_.engine.routeMIDI(message.status, message.data1, message.data2);
+  engine_.routeMIDI(message.status, message.data1, message.data2);
 }
 
 void Performer::act(const SongStep& song) {
-  if (song.index && *song.index < with_.state.songs.get().size()) {
+  if (song.index && *song.index < state_.songs.get().size()) {
     content_.songSwitch().applySong(static_cast<std::ptrdiff_t>(*song.index));
   } else {
-    with_.console.print("'" + song.text + "' names no song of the setlist");
+    console_.print("'" + song.text + "': no such song");
   }
 }
 
@@ -45,7 +47,7 @@ void Performer::act(const TapStep& /*tap*/) {
 }
 
 void Performer::click(const MidiControlTarget& target, const std::function<void()>& action) {
-  if (with_.state.isMidiLearnMode.get()) {
+  if (state_.isMidiLearnMode.get()) {
     content_.midiLearn().selectMidiLearnTarget(target);
   } else {
     action();
@@ -54,10 +56,10 @@ void Performer::click(const MidiControlTarget& target, const std::function<void(
 
 void Performer::act(const LearnStep& learn) {
   if (!learn.target) {
-    with_.console.print("'" + learn.text + "' names no control");
+    console_.print("'" + learn.text + "': no such control");
     return;
   }
-  if (!with_.state.isMidiLearnMode.get()) {
+  if (!state_.isMidiLearnMode.get()) {
     content_.midiLearn().toggleMidiLearnMode();
   }
   content_.midiLearn().selectMidiLearnTarget(*learn.target);
@@ -67,16 +69,16 @@ void Performer::act(const LiveStep& live) {
   if (live.isOn) {
     content_.liveMode().setLiveMode(*live.isOn);
   } else {
-    with_.console.print("'" + live.text + "' turns Live mode neither on nor off");
+    console_.print("'" + live.text + "': expected on or off");
   }
 }
 
-// Outside Live mode a key is for a text field, of which there is none here.
+// Outside Live mode keys belong to text fields, and there are none here.
 void Performer::act(const KeyStep& key) {
   if (const auto event = keyEventFromName(key.name)) {
     (void)content_.liveMode().handleLiveKeyDown(*event);
   } else {
-    with_.console.print("'key " + key.name + "' names no key");
+    console_.print("'key " + key.name + "': no such key");
   }
 }
 

@@ -17,23 +17,28 @@
 
 namespace vrel::render {
 
-StageRecorder::StageRecorder(const Collaborators& collaborators, EventLog* log) : with_(collaborators), log_(log) {
-  sessionLinks_.push_back(with_.content.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
+StageRecorder::StageRecorder(const Collaborators& collaborators, EventLog* log)
+    : state_(collaborators.state),
+      engine_(collaborators.engine),
+      content_(collaborators.content),
+      clock_(collaborators.clock),
+      log_(log) {
+  sessionLinks_.push_back(content_.songSwitch().stripsWillGo.connect([this] { songChanges(); }));
   if (log_ == nullptr) {
     return;
   }
   sessionLinks_.push_back(
-      with_.content.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
-  sessionLinks_.push_back(with_.state.songSwitchInProgress.changed.connect([this](bool isInProgress) {
+      content_.selection().channelsViewVersion.changed.connect([this](std::uint64_t) { songIsBuilt(); }));
+  sessionLinks_.push_back(state_.songSwitchInProgress.changed.connect([this](bool isInProgress) {
     if (!isInProgress && !isBuilding_) {
       switchHasEnded();
     }
   }));
-  sessionLinks_.push_back(with_.content.midiLearn().controlWillAct.connect(
-      [this](const MidiControlTarget& target, bool isPressed, float value) {
+  sessionLinks_.push_back(
+      content_.midiLearn().controlWillAct.connect([this](const MidiControlTarget& target, bool isPressed, float value) {
         log_->control(now(), target, isPressed, value);
       }));
-  sessionLinks_.push_back(with_.state.isDirty.changed.connect([this](bool isDirty) { log_->dirty(now(), isDirty); }));
+  sessionLinks_.push_back(state_.isDirty.changed.connect([this](bool isDirty) { log_->dirty(now(), isDirty); }));
 }
 
 StageRecorder::~StageRecorder() {
@@ -41,35 +46,35 @@ StageRecorder::~StageRecorder() {
 }
 
 double StageRecorder::now() const {
-  return with_.clock.seconds();
+  return clock_.seconds();
 }
 
 void StageRecorder::songChanges() {
   leaveStrips();
-  const std::size_t index = with_.state.selectedSongIndex.get().value_or(0);
+  const std::size_t index = state_.selectedSongIndex.get().value_or(0);
   songsApplied_.push_back(index);
   isBuilding_ = true;
-  pendingLoads_ = with_.state.songSwitchPendingLoads.get();
+  pendingLoads_ = state_.songSwitchPendingLoads.get();
   if (log_ != nullptr) {
     log_->song(now(), index);
   }
 }
 
-// A song that waits for nothing has ended its switch before its strips could be told of.
+// The switch of a song without pending loads ends before its strips have been logged.
 void StageRecorder::songIsBuilt() {
   isBuilding_ = false;
   leaveStrips();
   watchStrips();
-  if (!with_.state.songSwitchInProgress.get()) {
+  if (!state_.songSwitchInProgress.get()) {
     switchHasEnded();
   }
 }
 
 void StageRecorder::switchHasEnded() {
-  log_->songSwitch(now(), songsApplied_.back(), with_.state.songSwitchElapsedMs.get().value_or(0), pendingLoads_);
+  log_->songSwitch(now(), songsApplied_.back(), state_.songSwitchElapsedMs.get().value_or(0), pendingLoads_);
 }
 
-// An instrument goes back to the pool, from where another strip may take it.
+// The instrument returns to the pool, from which another strip may take it.
 void StageRecorder::leaveStrips() {
   connections_.clear();
   for (const auto& weak : instruments_) {
@@ -81,11 +86,11 @@ void StageRecorder::leaveStrips() {
 }
 
 void StageRecorder::watchStrips() {
-  const auto& channels = with_.engine.channels();
+  const auto& channels = engine_.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
     watch(*channels[strip], strip);
   }
-  watchEffects(*with_.engine.masterChannel(), std::nullopt);
+  watchEffects(*engine_.masterChannel(), std::nullopt);
 }
 
 void StageRecorder::watch(AudioChannel& channel, std::size_t strip) {
@@ -104,17 +109,17 @@ void StageRecorder::pluginDied(const std::shared_ptr<AVAudioNode>& node, int pro
   if (log_ == nullptr) {
     return;
   }
-  const auto& channels = with_.engine.channels();
+  const auto& channels = engine_.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
-    if (tellCrash(*channels[strip], strip, node, processId)) {
+    if (logCrash(*channels[strip], strip, node, processId)) {
       return;
     }
   }
-  (void)tellCrash(*with_.engine.masterChannel(), std::nullopt, node, processId);
+  (void)logCrash(*engine_.masterChannel(), std::nullopt, node, processId);
 }
 
-bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip,
-                              const std::shared_ptr<AVAudioNode>& node, int processId) {
+bool StageRecorder::logCrash(const AudioChannel& channel, EventLog::Strip strip,
+                             const std::shared_ptr<AVAudioNode>& node, int processId) {
   const auto& effects = channel.effectNodes.get();
   const bool isHere =
       channel.instrumentNode.get() == node ||
@@ -127,30 +132,30 @@ bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip
 
 void StageRecorder::watchEffects(AudioChannel& channel, EventLog::Strip strip) {
   using Nodes = std::map<Uuid, std::shared_ptr<AVAudioUnit>>;
-  const auto tellNew = [this, strip](const Nodes& before, const Nodes& now) {
+  const auto logNew = [this, strip](const Nodes& before, const Nodes& now) {
     for (const auto& [slot, node] : now) {
       const auto earlier = before.find(slot);
       if (earlier == before.end() || earlier->second != node) {
-        tellProcess(node.get(), strip);
+        logProcess(node.get(), strip);
       }
     }
   };
   const auto known = std::make_shared<Nodes>(channel.effectNodes.get());
-  tellNew({}, *known);
-  connections_.push_back(channel.effectNodes.changed.connect([known, tellNew](const Nodes& now) {
-    tellNew(*known, now);
+  logNew({}, *known);
+  connections_.push_back(channel.effectNodes.changed.connect([known, logNew](const Nodes& now) {
+    logNew(*known, now);
     *known = now;
   }));
 }
 
-void StageRecorder::tellProcess(AVAudioNode* node, EventLog::Strip strip) {
+void StageRecorder::logProcess(AVAudioNode* node, EventLog::Strip strip) {
   if (const auto* sandboxed = dynamic_cast<SandboxedNode*>(node)) {
     log_->sandbox(now(), strip, sandboxed->processId());
   }
 }
 
 void StageRecorder::watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip) {
-  tellProcess(node.get(), strip);
+  logProcess(node.get(), strip);
   auto* instrument = dynamic_cast<ObservableInstrument*>(node.get());
   if (instrument == nullptr) {
     return;

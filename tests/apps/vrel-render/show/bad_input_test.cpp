@@ -39,7 +39,7 @@ TEST_F(BadInput, WrongUsageExitsWithTwo) {
   const std::string setlist = goodSetlist();
   expectRefusal(2, "no setlist", {});
   expectRefusal(2, "'--loud'", {setlist, "--loud"});
-  expectRefusal(2, "--out lacks its value", {setlist, "--out"});
+  expectRefusal(2, "--out needs a value", {setlist, "--out"});
   expectRefusal(2, "--rate", {setlist, "--rate", "1000"});
   expectRefusal(2, "--block", {setlist, "--block", "100"});
   expectRefusal(2, "--tail", {setlist, "--tail", "nan"});
@@ -57,16 +57,16 @@ TEST_F(BadInput, ASongOutsideOfTheSetlistIsWrongUsage) {
 TEST_F(BadInput, AFileThatCanNotBeReadExitsWithOne) {
   expectRefusal(1, at("none.vrel"), {at("none.vrel")});
   expectRefusal(1, at("none.mid"), {goodSetlist(), at("none.mid")});
-  expectRefusal(1, "can not read", {testing::TempDir()});
+  expectRefusal(1, "cannot read", {testing::TempDir()});
   expectRefusal(1, "two?lines", {at("two\nlines")});
 }
 
 TEST_F(BadInput, AFileThatIsNoSetlistExitsWithOne) {
-  expectRefusal(1, "is no setlist", {write("a.vrel", "")});
-  expectRefusal(1, "is no setlist", {write("b.vrel", "not JSON")});
-  expectRefusal(1, "is no setlist", {write("c.vrel", "{\"songs\": 5}")});
-  expectRefusal(1, "is no setlist", {write("d.vrel", "{\"songs\": [{\"name\": \"\xFF\xFE\"}]}")});
-  expectRefusal(1, "is no setlist", {write("e.vrel", std::string(1'000'000, '['))});
+  expectRefusal(1, "is not a setlist", {write("a.vrel", "")});
+  expectRefusal(1, "is not a setlist", {write("b.vrel", "not JSON")});
+  expectRefusal(1, "is not a setlist", {write("c.vrel", "{\"songs\": 5}")});
+  expectRefusal(1, "is not a setlist", {write("d.vrel", "{\"songs\": [{\"name\": \"\xFF\xFE\"}]}")});
+  expectRefusal(1, "is not a setlist", {write("e.vrel", std::string(1'000'000, '['))});
 }
 
 TEST_F(BadInput, ADamagedSetlistIsToldWithThePlaceOfTheDamage) {
@@ -81,7 +81,7 @@ TEST_F(BadInput, ADamagedSetlistIsToldWithThePlaceOfTheDamage) {
 TEST_F(BadInput, AFileThatIsNoMidiFileExitsWithOneAndWritesNothing) {
   const std::string whole = MidiFileMaker().message(0, {0x90, 60, 100}).bytes();
   const auto refused = [&](const std::string& bytes) {
-    expectRefusal(1, "is no MIDI file", {goodSetlist(), write("show.mid", bytes), "--out", at("out.wav")});
+    expectRefusal(1, "is not a MIDI file", {goodSetlist(), write("show.mid", bytes), "--out", at("out.wav")});
   };
   refused("");
   refused("RIFF");
