@@ -105,7 +105,7 @@ class Layers:
         """The modules a file below src/ can belong to.
 
         A source belongs to the module that lists it, a header to the module that lists the source of
-        its name. Where neither tells, every module of the folder comes into question.
+        its name. If neither applies, every module of the folder is possible.
         """
         folder = self.folder_of(path)
         if folder is None:
