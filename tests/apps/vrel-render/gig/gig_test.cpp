@@ -179,7 +179,7 @@ void expectDeeds(const GigEvents& meant, const GigEvents& done) {
   EXPECT_EQ(done.panics, meant.panics);
 }
 
-void expectNoTrouble(const GigStage& stage) {
+void expectNoProblems(const GigStage& stage) {
   EXPECT_EQ(stage.watch().lateByProgram, 0U);
   const auto& blocks = stage.renderCounters();
   EXPECT_EQ(blocks.nonFiniteBlocks, 0U);
@@ -219,7 +219,7 @@ TEST_F(Gig, IsNeverLateNeverGrowsAndLeavesTheSetlistAsItWas) {
   expectNothingGrew(rounds[1], rounds.back(), show.switches - gigSongs);
   EXPECT_GT(stage.watch().soundingBlocks, stage.watch().blocks / 2);
   expectDeeds(show.events, stage.events());
-  expectNoTrouble(stage);
+  expectNoProblems(stage);
   expectSaved(show, "saved.vrel");
 }
 
