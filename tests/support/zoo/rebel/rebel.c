@@ -13,7 +13,7 @@
 // below 32 is a fault in the run that gets it (see `misbehave`). The variants hang, in an endless loop,
 // where their name says; the slow one takes VREL_ZOO_SECONDS, or 0.3 s, to instantiate.
 
-enum Misdeed {
+enum Fault {
   hangForever = 1,
   writeToNothing = 2,
   leaveTheProgram = 3,
