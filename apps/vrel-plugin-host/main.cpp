@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// One plug-in in a process of its own. Started by a program that hosts it, never by hand.
+// The guest process of one sandboxed plug-in. Started by the host program, never by hand.
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +19,6 @@ int main(int argc, char** argv) {
     return EXIT_FAILURE;
   }
   GuestProgram program{FileDescriptor(vrel::sandbox::guestSocketNumber)};
-  // Not through the exit handlers: a plug-in's library may have left some that reach into what is gone.
+  // Skips the exit handlers: a plug-in's library may have left some that access destroyed objects.
   std::_Exit(program.serve());
 }
