@@ -272,7 +272,7 @@ TEST(BadMidiFile, ALengthThatHidesTheNextTrackFails) {
   const FileBytes second = MidiFileWriter(1, 2, 480).track(TrackWriter().end()).bytes();
   FileBytes first = TrackWriter().end().bytes();
   first.insert(first.end(), second.begin() + 14, second.end());
-  EXPECT_THAT(failureOf(MidiFileWriter(1, 2, 480).chunk("MTrk", first).bytes()), HasSubstr("ends after 1 of 2 tracks"));
+  EXPECT_THAT(failureOf(MidiFileWriter(1, 2, 480).chunk("MTrk", first).bytes()), HasSubstr("unexpected end of file after 1 of 2 tracks"));
 }
 
 TEST(BadMidiFile, LyingEventLengthsFail) {
@@ -329,7 +329,7 @@ TEST(BadMidiFile, AnotherKindOfFileFails) {
 
 TEST(BadMidiFile, MissingTracksAreCounted) {
   EXPECT_THAT(failureOf(MidiFileWriter(1, 3, 480).track(TrackWriter().end()).bytes()),
-              HasSubstr("the file ends after 1 of 3 tracks"));
+              HasSubstr("unexpected end of file after 1 of 3 tracks"));
 }
 
 // What the fuzzer started from, and what it once found, stays readable or refused without harm.
