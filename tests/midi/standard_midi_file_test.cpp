@@ -272,7 +272,8 @@ TEST(BadMidiFile, ALengthThatHidesTheNextTrackFails) {
   const FileBytes second = MidiFileWriter(1, 2, 480).track(TrackWriter().end()).bytes();
   FileBytes first = TrackWriter().end().bytes();
   first.insert(first.end(), second.begin() + 14, second.end());
-  EXPECT_THAT(failureOf(MidiFileWriter(1, 2, 480).chunk("MTrk", first).bytes()), HasSubstr("unexpected end of file after 1 of 2 tracks"));
+  EXPECT_THAT(failureOf(MidiFileWriter(1, 2, 480).chunk("MTrk", first).bytes()),
+              HasSubstr("unexpected end of file after 1 of 2 tracks"));
 }
 
 TEST(BadMidiFile, LyingEventLengthsFail) {
