@@ -120,7 +120,7 @@ TEST_F(OpenFile, TellsWhenItBecomesShorter) {
   file.value()->setFramePosition(800);
   const auto failure = file.value()->readIntoBuffer(buffer, 500);
   ASSERT_TRUE(failure);
-  EXPECT_THAT(failure->description, HasSubstr("ends before its time"));
+  EXPECT_THAT(failure->description, HasSubstr("unexpected end of file"));
   EXPECT_EQ(buffer.frameLength, 200U);
 }
 
