@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-# What every target of the project has in common.
+# Settings and functions for all targets.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -17,8 +17,8 @@ endif()
 
 add_library(vrel_options INTERFACE)
 target_include_directories(vrel_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
-# Three warnings of GCC guess from optimised code and are wrong about std::variant, std::optional, std::string and
-# std::array; Clang's analysis and the sanitizers watch over the same faults.
+# Three GCC warnings have false positives in optimised code with std::variant, std::optional, std::string and
+# std::array; Clang's analysis and the sanitizers find the same bugs.
 target_compile_options(vrel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fno-math-errno
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast>
@@ -30,7 +30,7 @@ if(CMAKE_UNITY_BUILD)
 endif()
 
 # vrel_module(name SOURCES ... DEPENDS ... [PRIVATE_DEPENDS ...])
-# One subsystem. DEPENDS are the allowed arrows to other subsystems; third-party libraries stay private.
+# One subsystem. DEPENDS are the allowed dependencies on other subsystems; third-party libraries stay private.
 function(vrel_module name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;PRIVATE_DEPENDS" ${ARGN})
   if(ARG_SOURCES)

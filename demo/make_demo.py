@@ -71,7 +71,7 @@ def slot(plugin: Plugin, **ports: float) -> dict:
 
 
 def channel(name: str, plugin: Plugin, color: list, **settings) -> dict:
-    """A strip; `settings` are keys of the file, all others stand at what a new strip has."""
+    """A strip; `settings` are keys of the file, all others have the defaults of a new strip."""
     record = {"name": name, "volume": 0.75, "gain": 0.5, "reverb": 0.0, "mute": False, "solo": False,
               "plugin_path": plugin.path, "color": color, "min_note": 0, "max_note": 127, "transpose": 0,
               "send_sustain": True, "send_expression": True, "sustain_controls_rotor": False, "effect_slots": [],
@@ -223,13 +223,13 @@ def play_layers(right: Track, left: Track, pedals: Track, start: float):
     right.chord(start + 16, 3, [60, 64, 67, 72], 74)
     left.chord(start + 16, 3, [36, 48], 70)
     pedals.controller(start + 19.5, SUSTAIN, 0)
-    # The electric piano and the strings step back; the piano takes no expression.
+    # The electric piano and the strings get softer; the piano ignores expression.
     pedals.ramp(start + 12, 4, 127, 70, 16, lambda beat, value: pedals.controller(beat, EXPRESSION, round(value)))
     pedals.controller(start + 19.5, EXPRESSION, 127)
 
 
 def play_rotor(right: Track, left: Track, pedals: Track, start: float):
-    """28 beats; the last chord is never let go of."""
+    """28 beats; the last chord is never released."""
     riff = [(0, [60, 64, 67], 1.5), (1.5, [60, 65, 69], 0.5), (2, [60, 64, 67], 1), (3, [58, 62, 65], 1)]
     for bar in range(5):
         at = start + 4 * bar
@@ -259,7 +259,7 @@ def performance() -> bytes:
     conductor.tempo(46, 120)
     play_rotor(right, left, pedals, 47)
     conductor.tempo(63, 126)
-    # The keys of the last chord come up after the panic, which is too late to be heard.
+    # The last chord is released after the panic, when it is silent.
     conductor.marker(73, "panic")
     return file_of([conductor, shortened(right, 74), shortened(left, 74), pedals])
 

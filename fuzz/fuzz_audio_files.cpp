@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Any bytes are opened as an audio file, or refused in words. What opens is read in pieces from its start, from its
-// middle and from behind its end, and keeps to what it said of itself.
+// Opens any bytes as an audio file, or refuses them with a message. A file that opens is read in chunks from its start,
+// middle and past its end, and must match its own format and length.
 
 #include <algorithm>
 #include <cstddef>
@@ -21,17 +21,17 @@ void require(bool holds, const char* words) {
 }
 
 void readSome(vrel::AVAudioFile& file, vrel::AVAudioPCMBuffer& buffer, std::int64_t from) {
-  constexpr int pieces = 4;
+  constexpr int chunks = 4;
   file.setFramePosition(from);
-  require(file.framePosition() == from, "it is not where it was sent");
-  for (int piece = 0; piece < pieces; ++piece) {
+  require(file.framePosition() == from, "seek to another frame");
+  for (int chunk = 0; chunk < chunks; ++chunk) {
     const auto before = file.framePosition();
     if (file.readIntoBuffer(buffer, buffer.frameCapacity())) {
       return;
     }
-    require(buffer.frameLength <= buffer.frameCapacity(), "more frames than were asked for");
-    require(file.framePosition() == before + buffer.frameLength, "frames and position do not agree");
-    require(file.framePosition() <= std::max(file.length(), from), "frames behind the end");
+    require(buffer.frameLength <= buffer.frameCapacity(), "more frames than requested");
+    require(file.framePosition() == before + buffer.frameLength, "frame count and position differ");
+    require(file.framePosition() <= std::max(file.length(), from), "frames past the end");
   }
 }
 
@@ -44,15 +44,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   vrel::system::AudioFiles files;
   const auto opened = files.openForReading(bytes.path());
   if (!opened) {
-    require(!opened.error().description.empty(), "a failure without words");
+    require(!opened.error().description.empty(), "an error without a message");
     return 0;
   }
   auto& file = *opened.value();
   const auto format = file.processingFormat();
-  require(format.sampleRate > 0 && format.channelCount >= 1 && file.length() >= 0, "this can not be played");
-  constexpr std::uint32_t pieceFrames = 777;
-  const auto buffer = files.makePCMBuffer(format, pieceFrames);
-  require(buffer != nullptr, "no memory for a piece");
+  require(format.sampleRate > 0 && format.channelCount >= 1 && file.length() >= 0, "unplayable format");
+  constexpr std::uint32_t chunkFrames = 777;
+  const auto buffer = files.makePCMBuffer(format, chunkFrames);
+  require(buffer != nullptr, "no memory for a buffer");
   readSome(file, *buffer, 0);
   readSome(file, *buffer, file.length() / 2);
   readSome(file, *buffer, file.length());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Any bytes are opened as a clip, or refused in words. The pictures of what opens come in the order of their times,
-// with pixels as many as they say, and come again after a rewind.
+// Opens any bytes as a clip, or refuses them with a message. The pictures of a clip come in the order of their times,
+// have the announced number of pixels, and come again after a rewind.
 
 #include <cstddef>
 #include <cstdint>
@@ -31,11 +31,11 @@ int lookAtPictures(vrel::system::ClipDecoder& decoder) {
     if (picture == nullptr) {
       break;
     }
-    require(picture->seconds() > last, "a picture that does not come after the one before it");
+    require(picture->seconds() > last, "pictures out of order");
     require(picture->endSeconds() >= picture->seconds(), "a picture that ends before it begins");
     last = picture->seconds();
     const std::size_t pixels = picture->width() * picture->height();
-    require(pixels > 0, "a picture of nothing");
+    require(pixels > 0, "an empty picture");
     if (pixels <= mostPixels) {
       std::vector<std::uint8_t> room(pixels * 4);
       static_cast<void>(picture->copyPixels(room));
@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(bytes.isWhole(), "no memory for the file");
   const auto opened = vrel::system::ClipDecoder::open(bytes.path(), nullptr);
   if (!opened) {
-    require(!opened.error().description.empty(), "a failure without words");
+    require(!opened.error().description.empty(), "an error without a message");
     return 0;
   }
   auto& decoder = *opened.value();

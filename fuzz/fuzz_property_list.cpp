@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Any bytes are read as a binary property list, or refused in words. A dictionary that was read can be written, and
-// reading that again gives the same. Both are compared in another form: one number is not equal to itself, and the
-// library may write equal lists in different ways.
+// Reads any bytes as a binary property list, or refuses them with a message. A dictionary that was read can be written,
+// and reads back the same. Both are compared in another form: NaN is not equal to itself, and the library may write
+// equal lists in different ways.
 
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto value = serialization.propertyListFromData({data, data + size});
   if (!value) {
     if (value.error().description.empty()) {
-      fail("a failure without words", value.error());
+      fail("an error without a message", value.error());
     }
     return 0;
   }
@@ -37,15 +37,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const auto written = serialization.dataFromPropertyList(*dictionary);
   if (!written) {
-    fail("what was read can not be written", written.error());
+    fail("cannot write what was read", written.error());
   }
   const auto again = serialization.propertyListFromData(written.value());
   if (!again) {
-    fail("what was written can not be read", again.error());
+    fail("cannot read what was written", again.error());
   }
   const auto& readAgain = std::get<vrel::PropertyListDictionary>(again.value().content);
   if (vrel::sandbox::toBytes(readAgain) != vrel::sandbox::toBytes(*dictionary)) {
-    fail("a second round differs", {});
+    fail("round trip differs", {});
   }
   return 0;
 }

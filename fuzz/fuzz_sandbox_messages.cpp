@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What comes over a plug-in's socket may be anything. The stream is cut into the same messages whatever the pieces it
-// comes in; a body is read or refused, and what was read is the same after having been written.
+// A plug-in's socket may deliver any bytes. The stream splits into the same messages however it is chunked; a body is
+// read or refused, and one that was read survives a round trip.
 
 #include <algorithm>
 #include <cstddef>
@@ -32,11 +32,11 @@ struct Cut {
   bool operator==(const Cut&) const = default;
 };
 
-Cut cut(std::span<const std::uint8_t> stream, std::size_t pieceBytes) {
+Cut cut(std::span<const std::uint8_t> stream, std::size_t chunkBytes) {
   MessageParser parser;
   Cut result{};
-  for (std::size_t begin = 0; begin < stream.size(); begin += pieceBytes) {
-    parser.add(stream.subspan(begin, std::min(pieceBytes, stream.size() - begin)));
+  for (std::size_t begin = 0; begin < stream.size(); begin += chunkBytes) {
+    parser.add(stream.subspan(begin, std::min(chunkBytes, stream.size() - begin)));
     while (auto message = parser.next()) {
       result.messages.push_back(*std::move(message));
     }
@@ -45,7 +45,7 @@ Cut cut(std::span<const std::uint8_t> stream, std::size_t pieceBytes) {
   return result;
 }
 
-/// Reads a body; what can be read must be the same once it has been written.
+/// Reads a body; one that can be read must survive a round trip.
 template <typename Read>
 void readTwice(const Bytes& body, const Read& read) {
   const auto value = read(body);
@@ -55,7 +55,7 @@ void readTwice(const Bytes& body, const Read& read) {
   const Bytes written = vrel::sandbox::toBytes(*value);
   const auto again = read(written);
   if (!again || vrel::sandbox::toBytes(*again) != written) {
-    fail("a body is not what it was after a round");
+    fail("round trip differs");
   }
 }
 
@@ -69,11 +69,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::span<const std::uint8_t> stream(data + 1, size - 1);
   const Cut whole = cut(stream, std::max<std::size_t>(stream.size(), 1));
   if (whole != cut(stream, 1U + data[0])) {
-    fail("the pieces make a difference");
+    fail("chunking changes the messages");
   }
   for (const Message& message : whole.messages) {
     if (message.body.size() > vrel::sandbox::largestBody(message.kind).value_or(0)) {
-      fail("a body is larger than it may be");
+      fail("a body exceeds the limit");
     }
     readTwice(message.body, [](const Bytes& body) { return vrel::sandbox::dictionaryFromBytes(body); });
     readTwice(message.body, [](const Bytes& body) { return vrel::sandbox::instantiateRequestFromBytes(body); });

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Any bytes are read or refused. What is read can be written, and reading that again gives the same:
-// the writing holds every field but the ids, so two equal texts are two equal contents.
+// Reads or refuses any bytes. What is read can be written, and reads back the same: the encoding
+// has every field except the ids, so equal texts mean equal contents.
 
 #include <cstddef>
 #include <cstdint>
@@ -26,21 +26,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto setlist = vrel::readSetlist(bytes);
   if (!setlist) {
     if (setlist.error().description.empty()) {
-      fail("a failure without words", bytes);
+      fail("an error without a message", bytes);
     }
     return 0;
   }
   const auto written = vrel::encodeSetlist(setlist.value());
   if (!written) {
-    fail("what was read can not be written", written.error().description);
+    fail("cannot write what was read", written.error().description);
   }
   const auto again = vrel::decodeSetlist(written.value());
   if (!again) {
-    fail("what was written can not be read", again.error().description);
+    fail("cannot read what was written", again.error().description);
   }
   const auto rewritten = vrel::encodeSetlist(again.value());
   if (!rewritten || rewritten.value() != written.value()) {
-    fail("a second round differs", written.value());
+    fail("round trip differs", written.value());
   }
   return 0;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Any bytes are read or refused. In what is read, time never runs backwards, every message is a
-// channel message, and there are fewer events than bytes.
+// Reads or refuses any bytes. In what is read, times never decrease, every message is a channel
+// message, and there are fewer events than bytes.
 
 #include <cmath>
 #include <cstddef>
@@ -27,7 +27,7 @@ void require(bool met, const char* words) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto file = vrel::readStandardMidiFile(std::span(data, size));
   if (!file) {
-    require(file.error().description.starts_with("byte "), "a failure tells its place");
+    require(file.error().description.starts_with("byte "), "an error has its place");
     return 0;
   }
   double last = 0;

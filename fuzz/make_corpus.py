@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Writes the first corpus of each fuzz target. What a fuzzer finds later is added beside it by hand."""
+"""Writes the initial corpus of each fuzz target. Later findings are added by hand."""
 
 import json
 import pathlib
@@ -100,7 +100,7 @@ def property_list(value: object) -> bytes:
 
 
 def made_by_hand(objects: list[bytes], top: int) -> bytes:
-    """A binary property list of these objects, also such as no encoder would write."""
+    """A binary property list of these objects, valid or not."""
     content = b"bplist00"
     offsets = b""
     for item in objects:
@@ -143,7 +143,7 @@ def text(value: bytes) -> bytes:
 
 
 def carried(value: object) -> bytes:
-    """A value of a dictionary as it goes from process to process."""
+    """A value of a dictionary as messages encode it."""
     if isinstance(value, bool):
         return b"\x00" + bytes([value])
     if isinstance(value, int):
@@ -166,7 +166,7 @@ def dictionary(value: dict[str, object]) -> bytes:
 INSTANTIATE = (text(b"/lv2/x.lv2/") + text(b"urn:x") + struct.pack("<III", 1, 2, 3) + struct.pack("<d", 48000.0)
                + struct.pack("<I", 128) + b"\x01\x00")
 
-# The first byte says how large the pieces are that the rest comes in.
+# The first byte is the chunk size for the rest.
 MESSAGES = {
     "ready": b"\x00" + message(101, struct.pack("<I", 2)),
     "instantiate": b"\x05" + message(1, INSTANTIATE),
@@ -189,7 +189,7 @@ PICTURES = ["-f", "lavfi", "-i", "testsrc=size=32x24:rate=10:duration=0.3"]
 
 
 def media(name: str, *arguments: str) -> bytes:
-    """What FFmpeg's program makes under this name."""
+    """The output of ffmpeg under this name."""
     with tempfile.TemporaryDirectory() as folder:
         path = pathlib.Path(folder) / name
         subprocess.run(["ffmpeg", "-loglevel", "error", "-nostdin", *arguments, "-bitexact", str(path)], check=True)

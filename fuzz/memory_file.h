@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-/// A file in memory, under a path, for readers that take nothing else.
+/// A file in memory with a path, for readers that take only paths.
 class MemoryFile {
  public:
   MemoryFile(const std::uint8_t* data, std::size_t size) : file_(::memfd_create("fuzz", MFD_CLOEXEC)) {

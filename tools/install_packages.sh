@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Installs the Debian packages that building, testing and the demo need, where they are missing.
-# Asks nothing, and touches neither network nor system when everything is there.
+# Installs the Debian packages that building, testing and the demo need, if missing. Asks nothing; uses
+# neither network nor root when everything is installed.
 set -euo pipefail
 
 packages=(

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # shellcheck shell=bash
-# What ./run and ./test have in common. Sourced, from the root of the tree.
+# Shared by ./run and ./test. Sourced, from the root of the tree.
 
 # The system's own Python and compilers come first, whatever version manager the user has.
 export PATH="/usr/bin:/bin:$PATH"
 
-# quietly LOG COMMAND...: runs it with the output in a file. When it fails, shows the file's end, without the tests
-# that passed and without the tails of endless lines.
+# quietly LOG COMMAND...: runs it with the output in a file. On failure shows the end of the file, without passed tests
+# and with long lines cut.
 quietly() {
   local log="$1"
   shift

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// One plug-in in a process of its own. Started by a program that hosts it, never by hand.
+// The guest process of one sandboxed plug-in. Started by the host program, never by hand.
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,13 +12,13 @@ int main(int argc, char** argv) {
   using vrel::sandbox::FileDescriptor;
   using vrel::sandbox::GuestProgram;
   if (argc != 2) {
-    std::fputs("vrel-plugin-host holds a plug-in for another program, which starts it\n", stderr);
+    std::fputs("vrel-plugin-host runs one plug-in for vrel and is started by it\n", stderr);
     return 2;
   }
   if (!GuestProgram::tieToParent(std::atoi(argv[1]))) {
     return EXIT_FAILURE;
   }
   GuestProgram program{FileDescriptor(vrel::sandbox::guestSocketNumber)};
-  // Not through the exit handlers: a plug-in's library may have left some that reach into what is gone.
+  // Skips the exit handlers: a plug-in's library may have left some that access destroyed objects.
   std::_Exit(program.serve());
 }

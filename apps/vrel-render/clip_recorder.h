@@ -21,7 +21,7 @@ namespace vrel::render {
 
 class EventLog;
 
-/// Writes a line whenever a clip starts and whenever one begins to fade. Main thread.
+/// Logs whenever a clip starts or begins to fade. Main thread.
 class ClipRecorder {
  public:
   /// All are borrowed; without a log it does nothing.

@@ -28,7 +28,7 @@ EventLog::EventLog(std::string path, std::ofstream file) : path_(std::move(path)
 Result<EventLog> EventLog::create(const std::string& path) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   if (!file) {
-    return Error{"can not write " + path + ": " + std::generic_category().message(errno)};
+    return Error{"cannot write " + path + ": " + std::generic_category().message(errno)};
   }
   return EventLog(path, std::move(file));
 }
@@ -84,7 +84,7 @@ void EventLog::clip(double seconds, std::size_t strip, std::uint8_t note, double
 Outcome EventLog::close() {
   file_.close();
   if (!file_) {
-    return Error{"can not write " + path_ + " to its end"};
+    return Error{"cannot write " + path_ + ": incomplete"};
   }
   return {};
 }

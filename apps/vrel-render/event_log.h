@@ -14,24 +14,24 @@
 
 namespace vrel::render {
 
-/// A file with one JSON object a line, in the order of occurrence. Each begins with {"t":seconds,"kind":"...", and goes
+/// A file with one JSON object a line, in order. Each begins with {"t":seconds,"kind":"...", and goes
 /// on:
 ///
-///   midi      "channel":strip,"status":byte,"data1":byte,"data2":byte    what an instrument got
+///   midi      "channel":strip,"status":byte,"data1":byte,"data2":byte    what an instrument received
 ///   status    "channel":strip,"status":"text"
-///   song      "index":index                            it takes the stage; from here on all strips are its own
-///   switch    "index":index,"milliseconds":n,"pendingLoads":n    the song stands; so many plug-ins were waited for
+///   song      "index":index                            a song comes on stage; all later strips belong to it
+///   switch    "index":index,"milliseconds":n,"pendingLoads":n    the song is loaded, after so many plug-ins
 ///   control   "target":"word","channel":strip,"value":0 to 1,"pressed":true or false    a learned control acts
-///   dirty     "dirty":true or false                    whether there are edits that no file has
-///   sandbox   "channel":strip,"pid":process            a plug-in with a process of its own
-///   crash     "channel":strip,"pid":process            that process has ended by itself
+///   dirty     "dirty":true or false                    whether there are unsaved edits
+///   sandbox   "channel":strip,"pid":process            a plug-in runs in this process
+///   crash     "channel":strip,"pid":process            that process crashed
 ///   clip      "channel":strip,"note":note,"opacity":1 or 0    a clip starts, or begins to fade
 ///
-/// The channel is null for an effect of the master and for a control of no strip. Seconds are those of the show and
-/// read back exactly. A failed write is told by `close`.
+/// The channel is null for an effect of the master and for a control of no strip. Seconds are show time and read
+/// back exactly. A failed write is reported by `close`.
 class EventLog {
  public:
-  /// Creates the file, in place of what was there.
+  /// Creates or replaces the file.
   [[nodiscard]] static Result<EventLog> create(const std::string& path);
 
   void midi(double seconds, std::size_t strip, std::uint8_t status, std::uint8_t data1, std::uint8_t data2);

@@ -20,7 +20,7 @@ std::string reason(const std::string& path, const std::vector<AVAudioUnitCompone
 
 std::string instrumentReason(const ChannelConfig& record, const AppState& state) {
   return pluginPathKind(record.pluginPath) == PluginPathKind::playback
-             ? record.playbackFilePath + " can not be played"
+             ? record.playbackFilePath + " cannot be played"
              : reason(record.pluginPath, state.scannedPlugins.get());
 }
 
@@ -50,7 +50,7 @@ std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine&
       problems.push_back(problem + instrumentReason(song.channels[strip], state) + ")");
     }
     if (status == ChannelStatus::loading) {
-      problems.push_back(problem + song.channels[strip].pluginPath + " did not answer)");
+      problems.push_back(problem + song.channels[strip].pluginPath + " did not respond)");
     }
     addEffectProblems(problems, where, channel, state);
   }

@@ -13,8 +13,8 @@ class AudioEngine;
 
 namespace vrel::render {
 
-/// What of `song`, which has just been put on stage and has no load under way, is missing there and
-/// why: one text for each strip and each effect that does not sound. Main thread.
+/// What failed to load of `song`, which has just come on stage and has no pending load: one text with the
+/// reason for each strip and effect that is silent. Main thread.
 [[nodiscard]] std::vector<std::string> loadProblems(const SongConfig& song, const AudioEngine& engine,
                                                     const AppState& state);
 

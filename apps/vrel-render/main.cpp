@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Renders a show: a setlist and a MIDI file become sound, without a device and without a console.
+// Renders a show offline: a setlist and a MIDI file to a sound file, without a device and without a window.
 
 #include <string>
 #include <vector>

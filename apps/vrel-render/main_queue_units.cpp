@@ -34,7 +34,7 @@ AudioUnitFactory::UnitHandler MainQueueUnits::onMainQueue(UnitHandler completion
   };
 }
 
-void MainQueueUnits::behindAnswers(std::function<void()> work) {
+void MainQueueUnits::afterAnswers(std::function<void()> work) {
   const MutexLock lock(order_->mutex);
   if (order_->lastAnswer == order_->lastRequest) {
     order_->mainQueue.async(std::move(work));
@@ -45,7 +45,7 @@ void MainQueueUnits::behindAnswers(std::function<void()> work) {
 
 void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> work) {
   const MutexLock lock(mutex);
-  if (passedOver.erase(number) > 0) {
+  if (skipped.erase(number) > 0) {
     mainQueue.async(std::move(work));
     return;
   }
@@ -55,26 +55,26 @@ void MainQueueUnits::Order::answer(std::uint64_t number, std::function<void()> w
     next = heldBack.erase(next);
     ++lastAnswer;
   }
-  bringFollowers();
+  postFollowers();
 }
 
-void MainQueueUnits::passOverUnanswered() {
+void MainQueueUnits::skipUnanswered() {
   const MutexLock lock(order_->mutex);
   while (order_->lastAnswer < order_->lastRequest) {
-    order_->passOver(++order_->lastAnswer);
+    order_->skip(++order_->lastAnswer);
   }
-  order_->bringFollowers();
+  order_->postFollowers();
 }
 
-void MainQueueUnits::Order::passOver(std::uint64_t number) {
+void MainQueueUnits::Order::skip(std::uint64_t number) {
   if (auto held = heldBack.extract(number)) {
     mainQueue.async(std::move(held.mapped()));
   } else {
-    passedOver.insert(number);
+    skipped.insert(number);
   }
 }
 
-void MainQueueUnits::Order::bringFollowers() {
+void MainQueueUnits::Order::postFollowers() {
   while (!followers.empty() && followers.begin()->first <= lastAnswer) {
     mainQueue.async(std::move(followers.begin()->second));
     followers.erase(followers.begin());

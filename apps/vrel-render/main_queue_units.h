@@ -16,13 +16,13 @@ class MainQueue;
 
 namespace vrel::render {
 
-/// Makes plug-ins through another factory and brings each answer to the main queue, in the order of the
-/// requests: plug-ins made side by side are ready in any order, and what is wired first is summed first.
+/// Instantiates plug-ins through another factory and posts each answer to the main queue, in the order of the
+/// requests: concurrent loads finish in any order, and what is connected first is summed first.
 ///
-/// What is told of a plug-in that was made goes by here, too, so that nobody hears of it before its answer.
+/// Reports about a plug-in pass through here, too, so that none comes before the plug-in's own answer.
 ///
-/// While the main thread builds a song no answer gets in between, whenever a plug-in was ready; so which
-/// node a channel finds in the pool, and with it every sample, is the same in each run.
+/// No answer arrives while the main thread builds a song, however early a plug-in was ready; so which node
+/// a channel finds in the pool, and with it every sample, is the same in each run.
 class MainQueueUnits final : public AudioUnitFactory {
  public:
   /// Both are borrowed; the queue outlives all answers.
@@ -33,29 +33,29 @@ class MainQueueUnits final : public AudioUnitFactory {
   void instantiateMIDIInstrument(const AudioComponentDescription& description,
                                  AudioComponentInstantiationOptions options, UnitHandler completionHandler) override;
 
-  /// Whoever has not answered yet holds up nobody any more: what waits behind goes to the main queue now, and the late
-  /// answers when they come. Any thread.
-  void passOverUnanswered();
+  /// Stops waiting for the requests without an answer: the answers held back by them are posted now, the late ones
+  /// when they come. Any thread.
+  void skipUnanswered();
 
-  /// Runs `work` on the main queue, behind the answers to all requests made so far. Any thread.
-  void behindAnswers(std::function<void()> work);
+  /// Runs `work` on the main queue, after the answers to all requests made so far. Any thread.
+  void afterAnswers(std::function<void()> work);
 
  private:
   [[nodiscard]] UnitHandler onMainQueue(UnitHandler completionHandler);
 
-  /// Brings answers to the main queue in the order of their requests. Shared with the handlers: one may still
-  /// be at its end on another thread when its answer has run, and all of this has gone.
+  /// Posts answers to the main queue in the order of their requests. Shared with the handlers: one may still be
+  /// returning on another thread when its answer has run and the factory is destroyed.
   struct Order {
     explicit Order(MainQueue& queue) : mainQueue(queue) {}
     void answer(std::uint64_t number, std::function<void()> work);
-    void passOver(std::uint64_t number) VREL_REQUIRES(mutex);
-    void bringFollowers() VREL_REQUIRES(mutex);
+    void skip(std::uint64_t number) VREL_REQUIRES(mutex);
+    void postFollowers() VREL_REQUIRES(mutex);
 
     MainQueue& mainQueue;
     Mutex mutex;
     std::uint64_t lastRequest VREL_GUARDED_BY(mutex) = 0;
-    std::uint64_t lastAnswer VREL_GUARDED_BY(mutex) = 0;        // that went to the main queue, or was passed over
-    std::set<std::uint64_t> passedOver VREL_GUARDED_BY(mutex);  // requests that are still to be answered
+    std::uint64_t lastAnswer VREL_GUARDED_BY(mutex) = 0;     // that was posted, or skipped
+    std::set<std::uint64_t> skipped VREL_GUARDED_BY(mutex);  // requests that are still to be answered
     std::map<std::uint64_t, std::function<void()>> heldBack
         VREL_GUARDED_BY(mutex);  // answers that came before those of earlier requests
     std::multimap<std::uint64_t, std::function<void()>> followers

@@ -10,7 +10,7 @@
 
 namespace vrel::render {
 
-/// The desktop of a program without one: no screen, no control has the caret, and every question is sent away.
+/// The desktop of a program without a display: no screen, no focus, and every question is cancelled.
 class NoDesktop final : public Desktop {
  public:
   std::optional<std::size_t> runModal(const NSAlert& /*alert*/) override { return std::nullopt; }

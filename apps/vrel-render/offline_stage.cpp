@@ -68,9 +68,9 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       recorder_({state_, *engine_, performer_.content(), clock_}, log),
       clipRecorder_(*engine_, clock_, log) {
   if (sandboxUnits_) {
-    // A plug-in may die while its answer is held back, and must not be handed out after that as if it lived.
+    // A plug-in may crash while its answer is held back; its death must be handled after that answer.
     sandboxUnits_->setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node, int processId) {
-      units_.behindAnswers([this, node, processId] { pluginDied(node, processId); });
+      units_.afterAnswers([this, node, processId] { pluginDied(node, processId); });
     });
   }
 }
@@ -101,15 +101,15 @@ Outcome OfflineStage::start(SetlistFile setlist) {
   if (engine_->engine().isRunning()) {
     return {};
   }
-  return engine_->lastEngineStartError().value_or(Error{"the audio engine did not start"});
+  return engine_->lastEngineStartError().value_or(Error{"the audio engine failed to start"});
 }
 
 void OfflineStage::applySong(std::size_t index) {
   performer_.content().songSwitch().applySong(static_cast<std::ptrdiff_t>(index));
-  standStill();
+  finishStep();
 }
 
-void OfflineStage::standStill() {
+void OfflineStage::finishStep() {
   if (songsWaitedFor_ < songsApplied().size()) {
     songsWaitedFor_ = songsApplied().size();
     waitForPlugins();
@@ -121,23 +121,23 @@ void OfflineStage::standStill() {
 void OfflineStage::waitForPlugins() {
   constexpr std::chrono::seconds timeout{static_cast<int>(SongSwitch::songSwitchTimeoutSeconds)};
   if (!mainLoop_.waitUntil([this] { return hasSettled(); }, timeout)) {
-    goOnWithoutAnswers();
+    continueWithoutAnswers();
   }
   mainLoop_.runPending();
 }
 
-void OfflineStage::goOnWithoutAnswers() {
-  console_.print("a plug-in or a file does not answer; the show goes on without it");
-  constexpr std::chrono::seconds forWhatWaitedBehind{1};
-  units_.passOverUnanswered();
-  mainLoop_.waitUntil([this] { return hasSettled(); }, forWhatWaitedBehind);
+void OfflineStage::continueWithoutAnswers() {
+  console_.print("a plug-in or a file does not respond; the show continues without it");
+  constexpr std::chrono::seconds forHeldBackAnswers{1};
+  units_.skipUnanswered();
+  mainLoop_.waitUntil([this] { return hasSettled(); }, forHeldBackAnswers);
   unanswered_.merge(pluginsBeingMade());
   performer_.content().songSwitch().songSwitchTimedOut(state_.songSwitchLoadToken.get());
 }
 
 bool OfflineStage::hasSettled() {
-  // The pool comes first: asking it lets its queue do what was posted to it, so that whatever has no answer
-  // yet will bring one to the main queue, which ends the sleep.
+  // The pool comes first: the query runs the pool's queue, so that every pending request posts its answer to the
+  // main queue, which ends the wait.
   return pluginsBeingMade().empty() && !state_.songSwitchInProgress.get() &&
          engine_->visualEngine().pendingLoads() == 0;
 }
@@ -167,7 +167,7 @@ void OfflineStage::perform(const ShowStep& step) {
   mainLoop_.advanceUpTo(step.seconds);
   performer_.perform(step.action);
   waitForPlayers();
-  standStill();
+  finishStep();
 }
 
 void OfflineStage::waitForPlayers() {
@@ -195,19 +195,19 @@ void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int proc
 std::vector<std::string> OfflineStage::problems() const {
   std::vector<std::string> problems = loadProblems_;
   if (const auto& error = engine_->lastEngineStartError()) {
-    problems.push_back("the audio engine did not start again: " + error->description);
+    problems.push_back("the audio engine failed to restart: " + error->description);
   }
   const auto& plugins = *pluginCounters_;
-  addCount(problems, plugins.droppedEvents, "events found no room in an instrument");
-  addCount(problems, plugins.silencedBlocks, "blocks of a plug-in were not finite and were silenced");
-  addCount(problems, plugins.skippedBlocks, "blocks went by without a plug-in that was being set up");
-  addCount(problems, plugins.refusedWork, "pieces of a plug-in's background work found no room");
-  addCount(problems, plugins.deaths, "plug-ins died");
+  addCount(problems, plugins.droppedEvents, "events dropped: the queue of an instrument was full");
+  addCount(problems, plugins.silencedBlocks, "blocks of a plug-in silenced: not finite");
+  addCount(problems, plugins.skippedBlocks, "blocks without a plug-in that was being reconfigured");
+  addCount(problems, plugins.refusedWork, "background jobs of a plug-in dropped: the queue was full");
+  addCount(problems, plugins.deaths, "plug-ins crashed");
   const auto& blocks = *renderCounters_;
-  addCount(problems, blocks.silentBlocks, "blocks were silent, since the engine was stopped");
-  addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix were not finite and were silenced");
-  addCount(problems, blocks.underrunBlocks, "blocks went by without a file that was not read in time");
-  addCount(problems, blocks.unreadFrames, "frames of audio files could not be read and were silent");
+  addCount(problems, blocks.silentBlocks, "blocks silent: the engine was stopped");
+  addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix silenced: not finite");
+  addCount(problems, blocks.underrunBlocks, "blocks with an underrun of an audio file");
+  addCount(problems, blocks.unreadFrames, "frames of audio files silent: could not be read");
   addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");
   addCount(problems, blocks.refusedNodes, "nodes were refused by the audio graph");
   return problems;

@@ -40,8 +40,8 @@ namespace vrel::render {
 
 class EventLog;
 
-/// The whole program without a console: the machine's plug-ins, the render graph and the logic on it, on
-/// a clock of its own that moves only here. One thread, which plays main thread and audio thread in turn.
+/// The program without a window: the installed plug-ins, the render graph and the logic, on a virtual clock.
+/// One thread, which acts as main thread and audio thread alternately.
 class OfflineStage {
  public:
   struct Settings {
@@ -55,44 +55,44 @@ class OfflineStage {
   OfflineStage(const OfflineStage&) = delete;
   OfflineStage& operator=(const OfflineStage&) = delete;
 
-  /// Starts the engine with an empty stage. Comes first, once.
+  /// Starts the engine with no song on stage. First call, once.
   [[nodiscard]] Outcome start(SetlistFile setlist);
 
-  /// Puts a song on stage and waits, with the clock standing, until all its plug-ins and those made
-  /// ahead have answered. A plug-in that never does is waited for as long as a song switch is on stage, in the
-  /// machine's own time, and the show goes on without it. An index out of range does nothing.
+  /// Switches to a song and waits, with the clock stopped, until all its plug-ins and the prewarmed ones have
+  /// answered. The wait ends after the timeout of a song switch, in real time; the show then continues without
+  /// the missing plug-in. An index out of range has no effect.
   void applySong(std::size_t index);
 
-  /// Does what the performer does, at its own time, after what falls due before it.
+  /// Performs a step at its time, after all that is due before it.
   void perform(const ShowStep& step);
 
-  /// Does what falls due before `seconds` of the show, then renders the next block. What it gives stands
-  /// until the next call.
+  /// Runs what is due before `seconds` of the show, then renders the next block. The result is valid until
+  /// the next call.
   audio::OfflineDevice::Block renderBlockUntil(double seconds);
 
-  /// Saves the setlist with the song on stage as it stands; a failure is told on the console. Whether it is saved.
+  /// Saves the setlist with the current state of the song on stage. False on failure, which is logged.
   [[nodiscard]] bool save(const std::string& path);
 
   [[nodiscard]] const std::vector<SongConfig>& songs() const { return state_.songs.get(); }
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return recorder_.songsApplied(); }
 
-  /// What went wrong so far: what is missing in the songs that were on stage, and what was counted in the blocks.
+  /// The problems so far: what failed to load in the songs that were on stage, and the error counters.
   [[nodiscard]] std::vector<std::string> problems() const;
 
  private:
   [[nodiscard]] std::set<std::string> pluginsBeingMade();
   [[nodiscard]] bool hasSettled();
-  void standStill();
-  /// Waits for the disk, and for all that a started or ended file brings about.
+  void finishStep();
+  /// Waits for the disk, and for all that a started or ended file causes.
   void waitForPlayers();
   void waitForPlugins();
-  void goOnWithoutAnswers();
+  void continueWithoutAnswers();
   void noteLoadProblems();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(
       const Settings& settings, const std::shared_ptr<lv2::Lv2World>& world);
   void pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId);
 
-  // In the order of birth; what stands further down uses what stands above.
+  // In construction order: each uses those above it.
   ConsoleOutput& console_;
   system::OfflineClock clock_;
   system::OfflineMainLoop mainLoop_{clock_};
@@ -106,19 +106,19 @@ class OfflineStage {
   audio::RenderNodeFactory nodes_;
   lv2::Lv2UnitFactory lv2Units_;
   Outcome sandboxFailure_;
-  std::unique_ptr<sandbox::SandboxingUnitFactory> sandboxUnits_;  // null when all is in this process
+  std::unique_ptr<sandbox::SandboxingUnitFactory> sandboxUnits_;  // null without a sandbox
   MainQueueUnits units_;
   system::FileCalls fileCalls_;
-  system::PosixFileManager machineFiles_{fileCalls_};
-  RunFiles runFiles_{machineFiles_};
-  system::IniUserDefaults defaults_;  // of this run only
+  system::PosixFileManager systemFiles_{fileCalls_};
+  RunFiles runFiles_{systemFiles_};
+  system::IniUserDefaults defaults_;  // for this run only
   AppState state_;
   std::shared_ptr<AudioEngine> engine_;
   Performer performer_;
   StageRecorder recorder_;
   ClipRecorder clipRecorder_;
-  std::size_t songsWaitedFor_ = 0;         // of those that went on stage
-  std::set<std::string> unanswered_;       // paths of plug-ins that are waited for no more
+  std::size_t songsWaitedFor_ = 0;         // of songsApplied()
+  std::set<std::string> unanswered_;       // paths of plug-ins that timed out
   std::vector<std::string> loadProblems_;  // each once
 };
 

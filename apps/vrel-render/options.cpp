@@ -29,7 +29,7 @@ std::optional<Number> number(std::string_view text) {
   return value;
 }
 
-/// Takes the value of an option; an error tells what it must be.
+/// Parses the value of an option; an error says what it must be.
 Outcome setValue(Options& options, std::string_view name, const std::string& value) {
   const auto mustBe = [&](const std::string& what) {
     return Error{std::string(name) + " takes " + what + ", not '" + value + "'"};
@@ -80,7 +80,7 @@ std::filesystem::path placeOf(const std::string& path) {
   return place.empty() ? std::filesystem::path(path) : place;
 }
 
-/// An output must not fall on an input or on another output. Saving over the setlist is what a save does.
+/// An output must not overwrite an input or another output, except that the setlist may be saved over itself.
 Outcome checkOutputs(const Options& options) {
   std::vector<std::string> inputs = {options.setlistPath};
   if (options.showPath) {
@@ -92,12 +92,12 @@ Outcome checkOutputs(const Options& options) {
   }
   for (const auto& output : {options.outPath, options.eventsPath}) {
     if (output && !taken.insert(placeOf(*output)).second) {
-      return Error{"'" + *output + "' would be written over another file of this run"};
+      return Error{"'" + *output + "' would overwrite another file of this run"};
     }
   }
   if (options.savePath && placeOf(*options.savePath) != placeOf(options.setlistPath) &&
       !taken.insert(placeOf(*options.savePath)).second) {
-    return Error{"'" + *options.savePath + "' would be written over another file of this run"};
+    return Error{"'" + *options.savePath + "' would overwrite another file of this run"};
   }
   return {};
 }
@@ -110,7 +110,7 @@ Outcome setPaths(Options& options, const std::vector<std::string>& paths) {
     return Error{"no setlist given"};
   }
   if (paths.size() > 2) {
-    return Error{"one setlist and at most one show, but there is also '" + paths[2] + "'"};
+    return Error{"unexpected argument '" + paths[2] + "'"};
   }
   if (paths[0].empty() || paths.back().empty()) {
     return Error{"the path of a file is empty"};
@@ -135,7 +135,7 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
       continue;
     }
     if (!given.insert(argument).second) {
-      return Error{argument + " is given twice"};
+      return Error{argument + " is given more than once"};
     }
     if (argument == "--help") {
       options.help = true;
@@ -144,7 +144,7 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
     } else if (std::find(optionsWithValue.begin(), optionsWithValue.end(), argument) == optionsWithValue.end()) {
       return Error{"unknown option '" + argument + "'"};
     } else if (index + 1 == arguments.size() || arguments[index + 1].starts_with("--")) {
-      return Error{argument + " lacks its value"};
+      return Error{argument + " needs a value"};
     } else if (auto failure = setValue(options, argument, arguments[++index])) {
       return *failure;
     }
@@ -159,7 +159,7 @@ std::string usage() {
   return "vrel-render [options] SETLIST.vrel [SHOW.mid]\n"
          "  --list-plugins      list the installed plug-ins: key, type, manufacturer, name\n"
          "  --out FILE.wav      the main output, 32-bit float stereo\n"
-         "  --events FILE.jsonl what happened, one JSON object a line\n"
+         "  --events FILE.jsonl what happened, one JSON object per line\n"
          "  --save FILE.vrel    saves the setlist there at the end\n"
          "  --song N            the song to start with, counted from 0 (default 0)\n"
          "  --rate HZ           frames per second (default 48000)\n"

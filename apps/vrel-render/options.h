@@ -10,7 +10,7 @@
 
 namespace vrel::render {
 
-/// What the command line asks for. Paths are absent where nothing was given.
+/// The command line. Paths are absent where not given.
 struct Options {
   bool help = false;
   bool listPlugins = false;
@@ -26,11 +26,11 @@ struct Options {
   bool sandbox = true;        // instruments in processes of their own
 };
 
-/// Reads the arguments, without the program's name. An error is one line about the first thing that
-/// is wrong. What the files hold is not looked at.
+/// Parses the arguments, without the program's name. An error is one line about the first wrong argument.
+/// The files are not read.
 [[nodiscard]] Result<Options> parseOptions(std::span<const std::string> arguments);
 
-/// Several lines, with a line end.
+/// Several lines, each ending in a newline.
 [[nodiscard]] std::string usage();
 
 }  // namespace vrel::render

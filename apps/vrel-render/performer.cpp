@@ -34,7 +34,7 @@ void Performer::act(const SongStep& song) {
   if (song.index && *song.index < state_.songs.get().size()) {
     content_.songSwitch().applySong(static_cast<std::ptrdiff_t>(*song.index));
   } else {
-    console_.print("'" + song.text + "' names no song of the setlist");
+    console_.print("'" + song.text + "': no such song");
   }
 }
 
@@ -56,7 +56,7 @@ void Performer::click(const MidiControlTarget& target, const std::function<void(
 
 void Performer::act(const LearnStep& learn) {
   if (!learn.target) {
-    console_.print("'" + learn.text + "' names no control");
+    console_.print("'" + learn.text + "': no such control");
     return;
   }
   if (!state_.isMidiLearnMode.get()) {
@@ -69,16 +69,16 @@ void Performer::act(const LiveStep& live) {
   if (live.isOn) {
     content_.liveMode().setLiveMode(*live.isOn);
   } else {
-    console_.print("'" + live.text + "' turns Live mode neither on nor off");
+    console_.print("'" + live.text + "': expected on or off");
   }
 }
 
-// Outside Live mode a key is for a text field, of which there is none here.
+// Outside Live mode keys belong to text fields, and there are none here.
 void Performer::act(const KeyStep& key) {
   if (const auto event = keyEventFromName(key.name)) {
     (void)content_.liveMode().handleLiveKeyDown(*event);
   } else {
-    console_.print("'key " + key.name + "' names no key");
+    console_.print("'key " + key.name + "': no such key");
   }
 }
 

@@ -20,8 +20,8 @@ class MainQueue;
 
 namespace vrel::render {
 
-/// Does what a performer's hand does, to the logic that the controls of a console reach. Nothing waits: a song whose
-/// marker has been performed may still be loading. Main thread.
+/// Performs the steps of a show through the logic that the console's controls use. Nothing waits: after a song
+/// marker the song may still be loading. Main thread.
 class Performer {
  public:
   struct Collaborators {
@@ -33,7 +33,7 @@ class Performer {
     FileManager& files;
   };
 
-  /// All are borrowed. The last good versions of what is saved over are kept in the folder.
+  /// All are borrowed. `copiesFolder` keeps the copies of setlists that are overwritten.
   Performer(const Collaborators& collaborators, const std::filesystem::path& copiesFolder);
 
   void perform(const ShowAction& action);
@@ -41,7 +41,7 @@ class Performer {
   [[nodiscard]] ContentView& content() { return content_; }
 
  private:
-  /// A control of the console that can be learned is clicked: in learn mode it is chosen instead.
+  /// A click on a learnable control: in Learn mode selects it, else runs `action`.
   void click(const MidiControlTarget& target, const std::function<void()>& action);
   void act(const MidiFileMessage& message);
   void act(const SongStep& song);

@@ -61,9 +61,9 @@ int listPlugins(ConsoleOutput& console) {
   return exitSuccess;
 }
 
-/// What is wrong with a setlist, at its place. The reader's own error is about the old form, a bare array, which helps
-/// nobody whose file is not in that form.
-std::string setlistFault(std::string_view bytes, const Error& readerError) {
+/// The decoding error of a setlist, with its place. The reader's own error is about the legacy form, a bare array, and
+/// misleads unless the file has that form.
+std::string setlistError(std::string_view bytes, const Error& readerError) {
   constexpr std::string_view blanksAndMark = " \t\r\n\xEF\xBB\xBF";
   const std::size_t root = bytes.find_first_not_of(blanksAndMark);
   if (root != std::string_view::npos && bytes[root] == '[') {
@@ -77,7 +77,7 @@ Result<std::string> readFile(const std::string& path) {
   system::FileCalls calls;
   auto bytes = system::PosixFileManager(calls).contents(path, mostSetlistBytes);
   if (!bytes) {
-    return Error{"can not read " + bytes.error().description};
+    return Error{"cannot read " + bytes.error().description};
   }
   return bytes;
 }
@@ -89,7 +89,7 @@ Result<SetlistFile> readSetlistFile(const std::string& path) {
   }
   auto setlist = readSetlist(bytes.value());
   if (!setlist) {
-    return Error{path + " is no setlist: " + setlistFault(bytes.value(), setlist.error())};
+    return Error{path + " is not a setlist: " + setlistError(bytes.value(), setlist.error())};
   }
   return setlist;
 }
@@ -102,16 +102,16 @@ Result<std::vector<ShowStep>> readShowFile(const std::string& path) {
   const auto& text = bytes.value();
   const auto file = readStandardMidiFile(std::vector<std::uint8_t>(text.begin(), text.end()));
   if (!file) {
-    return Error{path + " is no MIDI file: " + file.error().description};
+    return Error{path + " is not a MIDI file: " + file.error().description};
   }
   auto steps = showSteps(file.value());
   if (!steps.empty() && steps.back().seconds > longestShow) {
-    return Error{path + " lasts longer than a day"};
+    return Error{path + " is longer than a day"};
   }
   return steps;
 }
 
-/// One run, from the files that go in to the files that come out.
+/// One run, from input files to output files.
 class Run {
  public:
   Run(const Options& options, ConsoleOutput& console) : options_(options), console_(console) {}
@@ -123,7 +123,7 @@ class Run {
     }
     const std::size_t songCount = setlist.value().songs.size();
     if (options_.song >= std::max<std::size_t>(songCount, 1)) {
-      return fail(exitUsage, {"--song " + std::to_string(options_.song) + " is none of the " +
+      return fail(exitUsage, {"--song " + std::to_string(options_.song) + " is out of range: there are " +
                               std::to_string(songCount) + " songs, counted from 0"});
     }
     if (auto failure = openFiles()) {
@@ -181,9 +181,9 @@ class Run {
       return failure;
     }
     if (!isSaved) {
-      return Error{"could not save " + *options_.savePath};
+      return Error{"cannot save " + *options_.savePath};
     }
-    tell(stage, rendered.value());
+    printSummary(stage, rendered.value());
     return {};
   }
 
@@ -196,7 +196,7 @@ class Run {
     return log_ ? log_->close() : std::nullopt;
   }
 
-  void tell(const OfflineStage& stage, const Rendered& rendered) {
+  void printSummary(const OfflineStage& stage, const Rendered& rendered) {
     Summary summary{
         .outPath = options_.outPath, .rate = options_.rate, .rendered = rendered, .problems = stage.problems()};
     for (const std::size_t index : stage.songsApplied()) {

@@ -6,8 +6,8 @@
 
 namespace vrel::render {
 
-/// The program: reads, renders, writes and tells. Returns the exit code: 0, 1 for a file that can not be
-/// read, used or written, 2 for wrong usage; then one line about it is on standard error.
+/// The program: reads, renders, writes and prints a summary. Returns the exit code: 0, 1 for a file that cannot
+/// be read, used or written, 2 for wrong usage; an error prints one line on standard error.
 [[nodiscard]] int runProgram(std::span<const std::string> arguments);
 
 }  // namespace vrel::render

@@ -23,7 +23,7 @@ float peakOf(std::span<const float> samples) {
 
 std::uint64_t ShowLength::blockCount() const {
   const double end = lastStep.value_or(0) + tail;
-  // Near the number sought; the ends of the blocks, by which steps are dealt out, have the last word.
+  // An estimate; the loops below settle it by the same block ends that assign steps to blocks.
   auto count = static_cast<std::uint64_t>(end * rate / block);
   count -= std::min<std::uint64_t>(count, 2);
   while (count == 0 ? end > 0 : blockEnd(count - 1) < end) {

@@ -10,8 +10,8 @@
 
 namespace vrel::render {
 
-/// The files of the machine, for a run that leaves no trace in the user's recent list: the file without a name stands
-/// for that list, is never there and takes everything.
+/// The system's files without the user's recent list, which a run must not change: the empty path is that list; it
+/// never exists, and writes to it are ignored.
 class RunFiles final : public FileManager {
  public:
   /// Borrowed.

@@ -12,25 +12,25 @@
 
 namespace vrel::render {
 
-/// A click on a song of the list; no index where the text names none.
+/// Selects a song of the setlist; no index where the text is not one.
 struct SongStep {
   std::optional<std::uint32_t> index{};
-  std::string text{};  // as it stood in the file, for a person
+  std::string text{};  // as in the file, for messages
 
   bool operator==(const SongStep&) const = default;
 };
 
-/// A press of the panic button.
+/// Presses the panic button.
 struct PanicStep {
   bool operator==(const PanicStep&) const = default;
 };
 
-/// A press of the tap button.
+/// Presses the tap button.
 struct TapStep {
   bool operator==(const TapStep&) const = default;
 };
 
-/// The switch of Live mode; no position where the text names none.
+/// Switches Live mode; no value where the text is neither on nor off.
 struct LiveStep {
   std::optional<bool> isOn{};
   std::string text{};
@@ -38,7 +38,7 @@ struct LiveStep {
   bool operator==(const LiveStep&) const = default;
 };
 
-/// The Learn button, and then a click on a control of the console; no target where the text names none.
+/// Turns on Learn and selects a control; no target where the text names none.
 struct LearnStep {
   std::optional<MidiControlTarget> target{};
   std::string text{};
@@ -46,16 +46,16 @@ struct LearnStep {
   bool operator==(const LearnStep&) const = default;
 };
 
-/// A press of a key of the computer's keyboard.
+/// Presses a key of the computer's keyboard.
 struct KeyStep {
-  std::string name{};  // as `keyEventFromName` knows it
+  std::string name{};  // as for `keyEventFromName`
 
   bool operator==(const KeyStep&) const = default;
 };
 
 using ShowAction = std::variant<MidiFileMessage, SongStep, PanicStep, TapStep, LearnStep, LiveStep, KeyStep>;
 
-/// What the performer does at one moment.
+/// One action with its time.
 struct ShowStep {
   double seconds = 0;  // since the start of the show
   ShowAction action{};
@@ -63,8 +63,8 @@ struct ShowStep {
   bool operator==(const ShowStep&) const = default;
 };
 
-/// The steps of a performance, in the file's order. Texts and markers that begin with none of the words `song`,
-/// `panic`, `tap`, `learn`, `live` and `key` are passed over.
+/// The steps of a show, in the file's order. Texts and markers that begin with none of the words `song`, `panic`,
+/// `tap`, `learn`, `live` and `key` are ignored.
 [[nodiscard]] std::vector<ShowStep> showSteps(const MidiFile& file);
 
 }  // namespace vrel::render

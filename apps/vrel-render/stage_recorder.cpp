@@ -56,7 +56,7 @@ void StageRecorder::songChanges() {
   }
 }
 
-// A song that waits for nothing has ended its switch before its strips could be told of.
+// The switch of a song without pending loads ends before its strips have been logged.
 void StageRecorder::songIsBuilt() {
   isBuilding_ = false;
   leaveStrips();
@@ -70,7 +70,7 @@ void StageRecorder::switchHasEnded() {
   log_->songSwitch(now(), songsApplied_.back(), state_.songSwitchElapsedMs.get().value_or(0), pendingLoads_);
 }
 
-// An instrument goes back to the pool, from where another strip may take it.
+// The instrument returns to the pool, from which another strip may take it.
 void StageRecorder::leaveStrips() {
   connections_.clear();
   for (const auto& weak : instruments_) {
@@ -107,15 +107,15 @@ void StageRecorder::pluginDied(const std::shared_ptr<AVAudioNode>& node, int pro
   }
   const auto& channels = engine_.channels();
   for (std::size_t strip = 0; strip < channels.size(); ++strip) {
-    if (tellCrash(*channels[strip], strip, node, processId)) {
+    if (logCrash(*channels[strip], strip, node, processId)) {
       return;
     }
   }
-  (void)tellCrash(*engine_.masterChannel(), std::nullopt, node, processId);
+  (void)logCrash(*engine_.masterChannel(), std::nullopt, node, processId);
 }
 
-bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip,
-                              const std::shared_ptr<AVAudioNode>& node, int processId) {
+bool StageRecorder::logCrash(const AudioChannel& channel, EventLog::Strip strip,
+                             const std::shared_ptr<AVAudioNode>& node, int processId) {
   const auto& effects = channel.effectNodes.get();
   const bool isHere =
       channel.instrumentNode.get() == node ||
@@ -128,30 +128,30 @@ bool StageRecorder::tellCrash(const AudioChannel& channel, EventLog::Strip strip
 
 void StageRecorder::watchEffects(AudioChannel& channel, EventLog::Strip strip) {
   using Nodes = std::map<Uuid, std::shared_ptr<AVAudioUnit>>;
-  const auto tellNew = [this, strip](const Nodes& before, const Nodes& now) {
+  const auto logNew = [this, strip](const Nodes& before, const Nodes& now) {
     for (const auto& [slot, node] : now) {
       const auto earlier = before.find(slot);
       if (earlier == before.end() || earlier->second != node) {
-        tellProcess(node.get(), strip);
+        logProcess(node.get(), strip);
       }
     }
   };
   const auto known = std::make_shared<Nodes>(channel.effectNodes.get());
-  tellNew({}, *known);
-  connections_.push_back(channel.effectNodes.changed.connect([known, tellNew](const Nodes& now) {
-    tellNew(*known, now);
+  logNew({}, *known);
+  connections_.push_back(channel.effectNodes.changed.connect([known, logNew](const Nodes& now) {
+    logNew(*known, now);
     *known = now;
   }));
 }
 
-void StageRecorder::tellProcess(AVAudioNode* node, EventLog::Strip strip) {
+void StageRecorder::logProcess(AVAudioNode* node, EventLog::Strip strip) {
   if (const auto* sandboxed = dynamic_cast<SandboxedNode*>(node)) {
     log_->sandbox(now(), strip, sandboxed->processId());
   }
 }
 
 void StageRecorder::watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip) {
-  tellProcess(node.get(), strip);
+  logProcess(node.get(), strip);
   auto* instrument = dynamic_cast<ObservableInstrument*>(node.get());
   if (instrument == nullptr) {
     return;

@@ -21,9 +21,9 @@ class OfflineClock;
 
 namespace vrel::render {
 
-/// Writes down what happens on stage: songs, how long they took, the statuses of strips, every event that an instrument
-/// gets, the processes of plug-ins, and the dirty mark. Main thread. A strip that stays empty has no status worth a
-/// line.
+/// Logs what happens on stage: song switches and their times, the statuses of strips, every MIDI event that an
+/// instrument receives, the processes of plug-ins, and the dirty mark. Main thread. A strip without a plug-in logs no
+/// status.
 class StageRecorder {
  public:
   struct Collaborators {
@@ -33,13 +33,13 @@ class StageRecorder {
     const system::OfflineClock& clock;
   };
 
-  /// All are borrowed; without a log nothing but the songs is kept.
+  /// All are borrowed; without a log only the songs are recorded.
   StageRecorder(const Collaborators& collaborators, EventLog* log);
   ~StageRecorder();
   StageRecorder(const StageRecorder&) = delete;
   StageRecorder& operator=(const StageRecorder&) = delete;
 
-  /// To be called when a plug-in's process has died, before its strip loses it.
+  /// Call when a plug-in's process has crashed, before its strip loses the node.
   void pluginDied(const std::shared_ptr<AVAudioNode>& node, int processId);
 
   /// The indices of the songs that went on stage, in order.
@@ -53,9 +53,9 @@ class StageRecorder {
   void watch(AudioChannel& channel, std::size_t strip);
   void watchInstrument(const std::shared_ptr<AVAudioNode>& node, std::size_t strip);
   void watchEffects(AudioChannel& channel, EventLog::Strip strip);
-  void tellProcess(AVAudioNode* node, EventLog::Strip strip);
-  [[nodiscard]] bool tellCrash(const AudioChannel& channel, EventLog::Strip strip,
-                               const std::shared_ptr<AVAudioNode>& node, int processId);
+  void logProcess(AVAudioNode* node, EventLog::Strip strip);
+  [[nodiscard]] bool logCrash(const AudioChannel& channel, EventLog::Strip strip,
+                              const std::shared_ptr<AVAudioNode>& node, int processId);
   void leaveStrips();
   [[nodiscard]] double now() const;
 
@@ -64,7 +64,7 @@ class StageRecorder {
   const system::OfflineClock& clock_;
   EventLog* log_;
   std::vector<std::size_t> songsApplied_;
-  bool isBuilding_ = false;  // the strips of the song on stage are not all there yet
+  bool isBuilding_ = false;  // not all strips of the song exist yet
   int pendingLoads_ = 0;     // when the last switch began
   std::vector<std::shared_ptr<void>> sessionLinks_;
   std::vector<std::shared_ptr<void>> connections_;  // to the strips of the song on stage

@@ -9,19 +9,19 @@
 
 namespace vrel::render {
 
-/// What there is to tell of a run.
+/// The result of a run.
 struct Summary {
-  std::vector<std::string> songNames{};  // as they went on stage
+  std::vector<std::string> songNames{};  // in the order of their switches
   std::optional<std::string> outPath{};
   int rate = 48000;  // frames per second
   Rendered rendered{};
   std::vector<std::string> problems{};
 };
 
-/// The text with a question mark for every control character: names of files and songs may hold line ends.
+/// The text with each control character replaced by a question mark: names of files and songs may hold newlines.
 [[nodiscard]] std::string oneLine(std::string text);
 
-/// A few lines for a person.
+/// The printed summary.
 [[nodiscard]] std::vector<std::string> summaryLines(const Summary& summary);
 
 }  // namespace vrel::render

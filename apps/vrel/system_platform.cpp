@@ -43,7 +43,7 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
                                                                   : settings.pluginHostProgram,
                                                 .log = log()});
   if (!supervisor) {
-    console_.print("plug-ins run in this process: " + supervisor.error().description);
+    console_.print("plug-ins run in this process, without a sandbox: " + supervisor.error().description);
     return nullptr;
   }
   const auto find = [world = world_](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {

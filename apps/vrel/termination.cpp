@@ -88,7 +88,7 @@ void ShutdownWatchdog::start(std::chrono::milliseconds limit) {
   thread_ = std::thread([this, limit] {
     MutexLock lock(mutex_);
     if (!ended_.wait_for(lock.native(), limit, [this]() VREL_REQUIRES(mutex_) { return isInTime_; })) {
-      std::fputs("ended without waiting any longer for a device or a plug-in that does not let go\n", stderr);
+      std::fputs("exiting: a device or a plug-in did not shut down in time\n", stderr);
       // Nothing is cleared up: whoever hangs holds what that needs.
       std::_Exit(EXIT_FAILURE);
     }

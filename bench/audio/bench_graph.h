@@ -22,7 +22,7 @@ inline constexpr std::size_t stripCount = 16;
 inline constexpr std::uint32_t blockFrames = 128;
 inline constexpr double sampleRate = 48000;
 
-/// A small instrument that always plays the same chord: four voices of two saws through a low pass.
+/// A small instrument that plays one chord: four voices of two saws through a low-pass filter.
 class ChordProcessor final : public NodeProcessor {
  public:
   void prepare(double rate) VREL_NOT_AUDIO_THREAD override { perHertz_ = static_cast<float>(1.0 / rate); }
@@ -60,7 +60,7 @@ class ChordNode final : public GraphNodeOf<AVAudioNode> {
   std::shared_ptr<ChordProcessor> processor_ = std::make_shared<ChordProcessor>();
 };
 
-/// A tone control: one low pass on each channel.
+/// A tone control: a low-pass filter per channel.
 class ToneProcessor final : public NodeProcessor {
  public:
   void prepare(double) VREL_NOT_AUDIO_THREAD override {}
@@ -122,7 +122,7 @@ struct Strip {
   std::vector<AVAudioEngine::Node> chain;
 };
 
-/// An engine with sixteen of them.
+/// An engine with sixteen strips.
 class BenchGraph {
  public:
   BenchGraph(const std::shared_ptr<OutputDevice>& device, std::size_t effectCount) : engine(device, counters) {
@@ -138,7 +138,7 @@ class BenchGraph {
   std::vector<Strip> strips;
 };
 
-/// Renders on request, with the delivery of taps apart, as a device in real time has it.
+/// Renders on demand and delivers taps separately, as a real-time device does.
 class ManualDevice final : public OutputDevice {
  public:
   [[nodiscard]] double sampleRate() const override { return bench::sampleRate; }
@@ -167,7 +167,7 @@ inline double microsecondsSince(Clock::time_point begin) {
   return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
 }
 
-/// The middle one of what was measured.
+/// The median.
 inline double median(std::vector<double> values) {
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
   std::nth_element(values.begin(), middle, values.end());

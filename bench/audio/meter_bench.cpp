@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What the meters of 64 strips cost: the taps in the block, and the peaks on the taps' thread.
+// Cost of the meters of 64 strips: the taps in the block, and the peaks on the tap thread.
 //
-// In an executable of its own, since it counts every allocation of the process.
+// A separate executable, since it counts every allocation of the process.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
@@ -22,7 +22,7 @@
 namespace vrel::audio::bench {
 namespace {
 
-/// There are no plug-ins here.
+/// No plug-ins.
 class NoUnits final : public AudioUnitFactory {
  public:
   void instantiate(const AudioComponentDescription& /*description*/, AudioComponentInstantiationOptions /*options*/,
@@ -35,7 +35,7 @@ class NoUnits final : public AudioUnitFactory {
   }
 };
 
-/// The engine with 64 strips as it makes them: chord, reverb, meter mixer and tap.
+/// The engine with 64 complete strips: chord, reverb, meter mixer and tap.
 class MeteredEngine {
  public:
   MeteredEngine() {
@@ -116,7 +116,7 @@ void metersOf64Strips(benchmark::State& state) {
   }
   const std::size_t allocations = test::allocationCount() - allocationsBefore;
   if (!metered.hasPeaks()) {
-    state.SkipWithError("the meters saw nothing");
+    state.SkipWithError("the meters measured silence");
     return;
   }
   constexpr double blockMicroseconds = 1e6 * blockFrames / sampleRate;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What the graph costs above the DSP that it calls, and what a rewiring costs on a running device.
+// Overhead of the graph over the DSP that it calls, and the cost of a graph change on a running device.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@
 namespace vrel::audio::bench {
 namespace {
 
-/// The same processors on buffers of their own, called one after the other by hand.
+/// The same processors on buffers of their own, called one after the other directly.
 class BareLoop {
  public:
   BareLoop() {
@@ -80,7 +80,7 @@ void graphOverBareDsp(benchmark::State& state) {
   std::vector<double> graphTimes;
   std::vector<double> bareTimes;
   for (auto _ : state) {
-    // In turns, so that whatever else the machine does meets both.
+    // Alternating, so that other load affects both alike.
     const Clock::time_point graphBegin = Clock::now();
     device->render();
     graphTimes.push_back(microsecondsSince(graphBegin));
@@ -90,7 +90,7 @@ void graphOverBareDsp(benchmark::State& state) {
     device->pump();
   }
   if (device->sample() != bare->sample()) {
-    state.SkipWithError("the graph and the bare loop do not sound the same");
+    state.SkipWithError("the graph and the direct calls differ in output");
     return;
   }
   state.counters["graph_us"] = median(graphTimes);
@@ -110,7 +110,7 @@ void rewireOneOf16Strips(benchmark::State& state) {
   std::uint64_t mostSilentBlocks = 0;
   std::size_t turn = 0;
   for (auto _ : state) {
-    // Sixteen phases of the block in turn, since a stop may meet the device at any moment.
+    // Sixteen phases of the block, since a stop may come at any time within it.
     const std::uint64_t played = device->blocksPlayed();
     while (device->blocksPlayed() < played + 2) {
       std::this_thread::yield();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How long the program takes from the start of its process until its engine plays, seen from outside: until JACK tells
-// that its output is linked to the loudspeakers, which it does when its blocks run. With the plug-ins of this machine,
-// and by turns with none: the difference is what the scan costs the start.
+// Start time, seen from outside: from the start of the process to JACK's notification that its output is connected to
+// the playback ports, which the program does once its blocks run. With the plug-ins of this machine and with none,
+// alternating: the difference is the cost of the scan.
 
 #include <jack/jack.h>
 
@@ -37,13 +37,13 @@ double millisecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-/// Sees when the program's output is linked.
+/// Notices when the program's output is connected.
 class StreamWatch {
  public:
   explicit StreamWatch(const std::string& serverName) : client_(system::test::joinServer("watch", serverName)) {
     if (!client_ || jack_set_port_connect_callback(client_.get(), notice, this) != 0 ||
         jack_activate(client_.get()) != 0) {
-      throw std::runtime_error("the JACK server takes no client");
+      throw std::runtime_error("cannot open a JACK client");
     }
   }
 
@@ -64,7 +64,7 @@ class StreamWatch {
   system::test::Client client_;
 };
 
-/// Milliseconds of one start, on a server of its own: one whose clients were killed may wait for them for long.
+/// Milliseconds of one start, on a server of its own: a server whose clients were killed may block for long.
 double startOnce(system::test::JackServer& server, const std::filesystem::path& folder) {
   server.start();
   system::test::ChildProcess program;
@@ -78,7 +78,7 @@ double startOnce(system::test::JackServer& server, const std::filesystem::path& 
   program.end(SIGKILL);
   server.kill();
   if (!plays) {
-    throw std::runtime_error("the program does not play");
+    throw std::runtime_error("the program did not connect its output");
   }
   return took;
 }
@@ -94,7 +94,7 @@ struct Times {
   std::vector<double> milliseconds;
 };
 
-void tell(Times& times) {
+void report(Times& times) {
   std::sort(times.milliseconds.begin(), times.milliseconds.end());
   std::printf("%-44s %8.0f %8.0f %8.0f\n", times.what, times.milliseconds.front(),
               vrel::bench::percentile(times.milliseconds, 0.5), times.milliseconds.back());
@@ -112,7 +112,7 @@ void measure(int runs, const std::filesystem::path& folder) {
 
   Times all{"start to playing, plug-ins of this machine", {}};
   Times none{"start to playing, no plug-ins", {}};
-  Times scan{"the scan alone, in a program that runs", {}};
+  Times scan{"the scan alone, in a running program", {}};
   std::size_t plugins = 0;
   for (int run = 0; run < runs; ++run) {
     ::unsetenv("LV2_PATH");
@@ -126,11 +126,11 @@ void measure(int runs, const std::filesystem::path& folder) {
   std::printf("%d starts each; %zu instruments and effects; milliseconds\n", runs, plugins);
   std::printf("%-44s %8s %8s %8s\n", "", "least", "median", "most");
   for (auto* const times : {&all, &none, &scan}) {
-    tell(*times);
+    report(*times);
   }
   const double withAll = vrel::bench::percentile(all.milliseconds, 0.5);
   const double withNone = vrel::bench::percentile(none.milliseconds, 0.5);
-  std::printf("the scan's share of the start, by medians: %.0f ms, %.0f %%\n", withAll - withNone,
+  std::printf("the scan's share of the start (medians): %.0f ms, %.0f %%\n", withAll - withNone,
               100 * (withAll - withNone) / withAll);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How long a key of another program takes until it is heard at a host's output: this program and jalv at the same time,
-// a host that plays one plug-in in JACK's own callback. Both play the same plug-in on the same server.
+// Latency from a note of another program to a host's output: this program next to jalv, a host that runs one plug-in in
+// JACK's own callback. Both play the same plug-in on the same server.
 
 #include <algorithm>
 #include <array>
@@ -50,7 +50,7 @@ Options parse(const std::vector<std::string>& arguments) {
   return options;
 }
 
-/// The other host, on the server.
+/// The reference host, on the server.
 class Jalv {
  public:
   Jalv(const std::string& serverName, const std::string& plugin)
@@ -75,7 +75,7 @@ class Jalv {
 
 struct Host {
   const char* name = "";
-  std::vector<double> frames;  // of each note; `never` where it was not heard
+  std::vector<double> frames;  // of each note; `never` where it was missed
 };
 
 void report(std::array<Host, NoteProbe::hostCount>& hosts, double blockFrames) {
@@ -102,7 +102,7 @@ std::array<Host, NoteProbe::hostCount> measure(NoteProbe& probe, int notes) {
   return hosts;
 }
 
-/// False when a host has missed a note.
+/// False when a host missed a note.
 bool run(const Options& options) {
   test::JackServer server;
   server.start();
@@ -118,10 +118,10 @@ bool run(const Options& options) {
     return !jalv.isRunning() || (probe.link(0, "VRELMIDIClient", "vrel") && probe.link(1, "jalv", "jalv"));
   };
   if (!test::eventually(areLinked) || !jalv.isRunning()) {
-    throw std::runtime_error("jalv (of Debian's package jalv) does not play " + options.plugin);
+    throw std::runtime_error("jalv (Debian package jalv) cannot play " + options.plugin);
   }
 
-  // This is the program's main thread, so another one measures.
+  // This thread runs the main queue, so another one measures.
   std::array<Host, NoteProbe::hostCount> hosts;
   std::exception_ptr failure;
   bool isDone = false;
@@ -141,7 +141,7 @@ bool run(const Options& options) {
   std::printf("%s, %d notes, 48000 frames per second, %u in a period; vrel's plug-in %s\n", options.plugin.c_str(),
               options.notes, probe.blockFrames(), options.sandbox ? "in a process of its own" : "in its own process");
   report(hosts, probe.blockFrames());
-  std::printf("blocks that vrel's plug-in missed: %llu; gaps at the device: %llu\n",
+  std::printf("blocks that vrel's plug-in missed: %llu; device xruns: %llu\n",
               static_cast<unsigned long long>(stage.pluginCounters().lateBlocks),
               static_cast<unsigned long long>(stage.output().underruns()));
   return std::all_of(hosts.begin(), hosts.end(), [](const Host& host) { return host.frames.back() != never; });

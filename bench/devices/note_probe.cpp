@@ -40,7 +40,7 @@ bool connect(jack_client_t* client, const std::string& from, const std::string& 
 NoteProbe::NoteProbe(const std::string& serverName)
     : keys_(test::joinServer("keys", serverName)), ears_(test::joinServer("ears", serverName)) {
   if (!keys_ || !ears_) {
-    throw std::runtime_error("the JACK server takes no clients");
+    throw std::runtime_error("cannot open JACK clients");
   }
   keysPort_ = jack_port_register(keys_.get(), "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   for (std::size_t host = 0; host < hostCount; ++host) {
@@ -50,7 +50,7 @@ NoteProbe::NoteProbe(const std::string& serverName)
   jack_set_process_callback(keys_.get(), playKeys, this);
   jack_set_process_callback(ears_.get(), listen, this);
   if (jack_activate(keys_.get()) != 0 || jack_activate(ears_.get()) != 0) {
-    throw std::runtime_error("the JACK server does not ask for blocks");
+    throw std::runtime_error("cannot activate the JACK clients");
   }
 }
 
@@ -66,7 +66,7 @@ NoteProbe::Latencies NoteProbe::play(std::uint8_t key) {
   constexpr std::uint8_t noteOff = 0x80;
   constexpr std::uint8_t velocity = 100;
   if (!test::eventually([this] { return isSilent(); })) {
-    throw std::runtime_error("the hosts do not fall silent");
+    throw std::runtime_error("the hosts did not become silent");
   }
   for (auto& ear : ear_) {
     ear.hasHeard = false;
@@ -79,7 +79,7 @@ NoteProbe::Latencies NoteProbe::play(std::uint8_t key) {
   Latencies latencies;
   for (std::size_t host = 0; host < hostCount; ++host) {
     if (ear_[host].hasHeard) {
-      latencies[host] = ear_[host].heardAt - sentAt;  // the clock may pass its end
+      latencies[host] = ear_[host].heardAt - sentAt;  // the clock may wrap around
     }
   }
   send({noteOff, key, 0});
@@ -91,14 +91,14 @@ bool NoteProbe::isSilent() const {
 }
 
 void NoteProbe::send(std::array<std::uint8_t, 3> message) {
-  // Anywhere in a block, and in wall time, alike in every run.
+  // Pseudo-random positions in block and wall time, the same in every run.
   random_ = random_ * 1664525 + 1013904223;
   offset_ = (random_ >> 8U) % blockFrames();
   std::this_thread::sleep_for(std::chrono::microseconds(random_ >> 18U));
   message_ = message;
   isPending_ = true;
   if (!test::eventually([this] { return !isPending_; })) {
-    throw std::runtime_error("JACK does not ask for MIDI");
+    throw std::runtime_error("the JACK process callback does not run");
   }
 }
 

@@ -14,9 +14,9 @@
 
 namespace vrel::system::bench {
 
-/// Plays a key to several hosts at once and hears when each of them sounds, in frames of JACK's clock.
+/// Plays a note to several hosts at once and measures when each of them sounds, in frames of JACK's clock.
 ///
-/// Keys and ears are clients of their own, so that no cycle of links delays anything: within one block, JACK asks the
+/// Keys and ears are separate clients, so that no cycle in JACK's graph adds latency: in each period JACK runs the
 /// keys, then the hosts, then the ears.
 class NoteProbe {
  public:
@@ -26,12 +26,12 @@ class NoteProbe {
   NoteProbe(const NoteProbe&) = delete;
   NoteProbe& operator=(const NoteProbe&) = delete;
 
-  /// Links the host of this index: the keys to its MIDI input, unless they are linked, and its output to an ear.
-  /// False while the host has no such ports.
+  /// Connects the host of this index: the keys to its MIDI input, unless connected, and its output to an ear. False
+  /// while the host has no such ports.
   [[nodiscard]] bool link(std::size_t host, const std::string& midiClient, const std::string& audioClient);
 
-  /// From a key to the first sample of each host, in frames; none where a host did not sound within a second. The
-  /// key falls somewhere in a block. Returns when all hosts are silent again.
+  /// Frames from a note to the first sample of each host; none where a host was silent for a second. The note falls
+  /// anywhere in a block. Returns when all hosts are silent again.
   using Latencies = std::array<std::optional<std::uint32_t>, hostCount>;
   [[nodiscard]] Latencies play(std::uint8_t key);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Opening and saving a large setlist, held against what the JSON library needs at the least: one
-// parse and one dump of the same bytes. Both run in turns, so that the machine treats them alike.
+// Opening and saving a large setlist, relative to the JSON library's minimum: one parse and one
+// dump of the same bytes. Both alternate, so that other load affects them alike.
 
 #include <benchmark/benchmark.h>
 

@@ -29,7 +29,7 @@ constexpr std::size_t trackCount = 16;
 constexpr std::uint32_t blockFrames = 128;
 constexpr std::uint32_t trackFrames = 200000;
 
-/// Sixteen tracks in a folder that goes with them; the last two have another rate.
+/// Sixteen tracks in a temporary folder; the last two have another rate.
 class Tracks {
  public:
   Tracks() {
@@ -63,14 +63,14 @@ class Tracks {
   const std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "vrel-playback-bench";
 };
 
-/// Processor time of this thread, which does all the work: what else the machine does is not in it.
+/// Processor time of this thread, which does all the work; other load does not count.
 double secondsNow() {
   std::timespec now{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-/// The least that can be done: read, convert where rates differ, mix.
+/// The minimum: read, convert where rates differ, mix.
 class BareLoop {
  public:
   explicit BareLoop(const Tracks& tracks) {
@@ -92,8 +92,8 @@ class BareLoop {
         readOn(voice);
       }
       for (std::size_t frame = 0; frame < blockFrames; ++frame) {
-        mix_[0][frame] += voice.sides[0][voice.taken + frame];
-        mix_[1][frame] += voice.sides[1][voice.taken + frame];
+        mix_[0][frame] += voice.channels[0][voice.taken + frame];
+        mix_[1][frame] += voice.channels[1][voice.taken + frame];
       }
       voice.taken += blockFrames;
     }
@@ -106,7 +106,8 @@ class BareLoop {
     std::shared_ptr<AVAudioFile> file;
     std::shared_ptr<AVAudioPCMBuffer> chunk;
     std::unique_ptr<AVAudioConverter> converter;
-    std::array<std::vector<float>, 2> sides{std::vector<float>(3 * chunkFrames), std::vector<float>(3 * chunkFrames)};
+    std::array<std::vector<float>, 2> channels{std::vector<float>(3 * chunkFrames),
+                                               std::vector<float>(3 * chunkFrames)};
     std::size_t filled = 0;
     std::size_t taken = 0;
   };
@@ -118,19 +119,20 @@ class BareLoop {
     if (voice.file->readIntoBuffer(*voice.chunk, chunkFrames)) {
       std::abort();
     }
-    const auto* const* const sides = voice.chunk->floatChannelData();
+    const auto* const* const channels = voice.chunk->floatChannelData();
     const std::size_t rest = voice.filled - voice.taken;
-    for (auto& side : voice.sides) {
-      std::copy_n(side.data() + voice.taken, rest, side.data());
+    for (auto& channel : voice.channels) {
+      std::copy_n(channel.data() + voice.taken, rest, channel.data());
     }
     voice.taken = 0;
     std::size_t given = voice.chunk->frameLength;
-    const std::array<float*, 2> output{voice.sides[0].data() + rest, voice.sides[1].data() + rest};
+    const std::array<float*, 2> output{voice.channels[0].data() + rest, voice.channels[1].data() + rest};
     if (voice.converter != nullptr) {
-      given = voice.converter->convert({sides[0], sides[1]}, voice.chunk->frameLength, output, 2 * chunkFrames).given;
+      given =
+          voice.converter->convert({channels[0], channels[1]}, voice.chunk->frameLength, output, 2 * chunkFrames).given;
     } else {
-      std::copy_n(sides[0], given, output[0]);
-      std::copy_n(sides[1], given, output[1]);
+      std::copy_n(channels[0], given, output[0]);
+      std::copy_n(channels[1], given, output[1]);
     }
     voice.filled = rest + given;
   }
@@ -140,7 +142,7 @@ class BareLoop {
   std::array<std::array<float, blockFrames>, 2> mix_{};
 };
 
-/// Sixteen loops at once through players, feeder and graph, against the bare loop in turn with it.
+/// Sixteen loops at once through players, feeder and graph, alternating with the plain loop.
 void sixteenLoops(benchmark::State& state) {
   const Tracks tracks;
   audio::test::OfflinePlayers stage(std::make_shared<system::AudioFiles>(), 48000, blockFrames);
@@ -175,11 +177,11 @@ void sixteenLoops(benchmark::State& state) {
   }
   state.counters["over_bare"] = ours / least;
   state.counters["us_per_block"] = ours * 1e6 / (static_cast<double>(state.iterations()) * blocksInTurn);
-  state.counters["starved"] = static_cast<double>(stage.counters->underrunBlocks.load());
+  state.counters["underruns"] = static_cast<double>(stage.counters->underrunBlocks.load());
 }
 BENCHMARK(sixteenLoops)->Unit(benchmark::kMillisecond);
 
-/// A note on the main thread: a start and a stop by turns, with the player queue standing.
+/// A note on the main thread: starts and stops alternating, with the player queue stopped.
 void triggerPlayback(benchmark::State& state) {
   simulation::VirtualClock clock;
   simulation::CrankedMainQueue mainQueue(clock);
@@ -212,8 +214,7 @@ void triggerPlayback(benchmark::State& state) {
 }
 BENCHMARK(triggerPlayback);
 
-/// What the player queue does for a note: stop, schedule with the first frames read, play. What it leaves sounds in
-/// the next block, which is looked at.
+/// The player queue's work for a note: stop, schedule with the first frames read, play. The next block must sound.
 void runTask(benchmark::State& state) {
   const Tracks tracks;
   audio::test::OfflinePlayers stage;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What one message costs on its way to the strips, and the same events sent bare for comparison.
+// Time to route one message to the strips, and to send the same events directly, for comparison.
 
 #include <benchmark/benchmark.h>
 
@@ -19,7 +19,7 @@
 namespace vrel {
 namespace {
 
-// Takes events and keeps none, so that the figure is the router's own.
+// Discards events, so that only the router is measured.
 class SinkInstrument : public simulation::ScriptedInstrument {
  public:
   using ScriptedInstrument::ScriptedInstrument;

@@ -19,7 +19,7 @@
 namespace vrel::bench {
 namespace {
 
-/// Keeps the state that it was given, as large as it came.
+/// Keeps the state that it was given.
 class KeptState final : public AUAudioUnit {
  public:
   explicit KeptState(std::size_t size) : state_{{"data", {PropertyListData(size, std::uint8_t{0x5A})}}} {}
@@ -59,7 +59,7 @@ class ToneEffect final : public audio::GraphNodeOf<AVAudioUnit> {
   std::shared_ptr<audio::NodeProcessor> processor_ = std::make_shared<audio::bench::ToneProcessor>();
 };
 
-/// Makes them on a thread of its own.
+/// Instantiates on a thread of its own.
 class ChordUnits final : public AudioUnitFactory {
  public:
   void instantiate(const AudioComponentDescription& /*description*/, AudioComponentInstantiationOptions /*options*/,

@@ -18,10 +18,10 @@ namespace vrel::bench {
 
 inline constexpr std::size_t stateBytes = std::size_t{16} << 10U;
 
-/// The instruments of a song, one for each strip, with so much state each; an effect; and who makes them.
+/// The instruments of a song, one for each strip, with `stateBytes` of state each; an effect; and their factory.
 struct Cast {
   std::shared_ptr<lv2::Lv2World> world;
-  std::unique_ptr<AudioUnitFactory> inProcess;  // which `units` may use
+  std::unique_ptr<AudioUnitFactory> inProcess;  // used by `units`
   std::unique_ptr<AudioUnitFactory> units;
   std::vector<AVAudioUnitComponent> instruments;
   AVAudioUnitComponent effect;
@@ -30,7 +30,7 @@ struct Cast {
 /// The loop is borrowed and outlives the cast.
 using CastMaker = std::function<Cast(system::MainLoop& loop)>;
 
-/// Plug-ins in name only, which cost nothing but their states: what is left is the program's own.
+/// Simulated plug-ins, which cost nothing but their states: the rest is the program's own cost.
 [[nodiscard]] CastMaker bareCast(std::size_t strips);
 
 /// LV2 plug-ins, at most 16: instruments in this process, or each in one of its own.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What a song switch costs the main thread, beside the plug-ins' states alone, and for how many blocks nothing sounds.
+// Main-thread time of a song switch, relative to the plug-ins' states alone, and the number of silent blocks.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -23,7 +23,7 @@ using audio::bench::Clock;
 using audio::bench::median;
 using audio::bench::microsecondsSince;
 
-/// Every strip has a state of the size that is meant, as a setlist holds it.
+/// Every strip has a state of the expected size in the setlist.
 bool areStatesThere(SwitchStage& stage) {
   return std::all_of(stage.engine->channels().begin(), stage.engine->channels().end(), [&](const auto& channel) {
     const auto text = stage.engine->pluginState().capturePluginState(*channel);
@@ -31,7 +31,7 @@ bool areStatesThere(SwitchStage& stage) {
   });
 }
 
-/// All states on stage captured, and put back: what no switch can do without.
+/// Captures and restores all states on stage: the minimum of any switch.
 double microsecondsOfStates(SwitchStage& stage) {
   auto& states = stage.engine->pluginState();
   const auto begin = Clock::now();
@@ -64,7 +64,7 @@ void switchInRealTime(benchmark::State& state, const CastMaker& makeCast) {
   std::vector<double> states;
   for (auto _ : state) {
     if (!stage.isPoolWarm() || !areStatesThere(stage)) {
-      state.SkipWithError("the pool is not warm, or a state is not there");
+      state.SkipWithError("the pool is not warm, or a state is missing");
       break;
     }
     states.push_back(microsecondsOfStates(stage));
@@ -75,15 +75,15 @@ void switchInRealTime(benchmark::State& state, const CastMaker& makeCast) {
     stage.finish();
     wholes.push_back(microsecondsSince(begin));
     state.SetIterationTime(passes.back() * 1e-6);
-    stage.standStill();
+    stage.settle();
     const auto since = device->blocksPlayed();
     while (!watch.isSounding() && device->blocksPlayed() < since + 1000) {
       std::this_thread::yield();
     }
     gaps.push_back(static_cast<double>(watch.silentBlocks() - silentBefore));
   }
-  if (!stage.trouble().empty() || !watch.isSounding()) {
-    state.SkipWithError(stage.trouble().empty() ? "no sound came back" : stage.trouble().front().c_str());
+  if (!stage.problems().empty() || !watch.isSounding()) {
+    state.SkipWithError(stage.problems().empty() ? "no sound came back" : stage.problems().front().c_str());
     return;
   }
   state.counters["pass_ms"] = median(passes) / 1000;
@@ -106,7 +106,7 @@ BENCHMARK(switchBare16)->Iterations(50)->UseManualTime()->Unit(benchmark::kMilli
 BENCHMARK(switchLv2Of16)->Iterations(50)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(switchSandboxed16)->Iterations(50)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-/// One show of each size, switched in turns, so that whatever else the machine does meets all.
+/// One show of each size, switched alternately, so that other load affects all alike.
 void passAsStripsGrow(benchmark::State& state) {
   constexpr std::array<std::size_t, 6> sizes{1, 2, 4, 8, 16, 32};
   std::vector<std::unique_ptr<SwitchStage>> stages;
@@ -119,7 +119,7 @@ void passAsStripsGrow(benchmark::State& state) {
       const auto begin = Clock::now();
       stages[index]->apply();
       perStrip[sizes[index]].push_back(microsecondsSince(begin) / static_cast<double>(sizes[index]));
-      stages[index]->standStill();
+      stages[index]->settle();
     }
   }
   for (const auto size : sizes) {

@@ -28,7 +28,7 @@ namespace vrel::bench {
 
 inline constexpr std::size_t effectsPerStrip = 2;
 
-/// Counts the blocks in which nothing sounded.
+/// Counts silent blocks.
 class SoundWatch {
  public:
   /// The device's thread.
@@ -44,7 +44,7 @@ class SoundWatch {
   std::atomic<bool> isSounding_{false};
 };
 
-/// The program without its windows, with a song on stage. No two strips of a song play the same instrument.
+/// The program without its window, with a song on stage. No two strips of a song play the same instrument.
 class SwitchStage {
  public:
   SwitchStage(std::shared_ptr<audio::OutputDevice> device, const CastMaker& makeCast)
@@ -62,10 +62,10 @@ class SwitchStage {
       }
     }
     session_.setSongs({song, song});
-    // Each song twice: from then on the pool is warm and every strip has its state.
+    // Each song twice: then the pool is warm and every strip has its state.
     for (int turn = 0; turn < 4; ++turn) {
       apply();
-      standStill();
+      settle();
     }
   }
 
@@ -78,8 +78,8 @@ class SwitchStage {
   void finish() {
     loop_.runUntil([this] { return !isSwitching(); });
   }
-  /// Until nothing is under way and the pool is warm.
-  void standStill() {
+  /// Until no load is pending and the pool is warm.
+  void settle() {
     finish();
     for (const auto& instrument : cast_.instruments) {
       while (engine->pluginPool().isPrewarming(pluginKey(instrument))) {
@@ -92,7 +92,7 @@ class SwitchStage {
     const auto isThere = [this](const auto& each) { return engine->pluginPool().idleCount(pluginKey(each)) > 0; };
     return std::all_of(cast_.instruments.begin(), cast_.instruments.end(), isThere);
   }
-  [[nodiscard]] const std::vector<std::string>& trouble() const { return console_.lines; }
+  [[nodiscard]] const std::vector<std::string>& problems() const { return console_.lines; }
 
  private:
   system::MainLoop loop_;

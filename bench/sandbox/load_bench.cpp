@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How long an instrument takes to come up: from a warm pool, in time of the main thread; and cold, in a process of its
-// own, until it is played for the first time, beside jalv from its start, on the same JACK server.
+// Load time of an instrument: from a warm pool, in main-thread time; and cold, in a process of its own, to its first
+// block, next to jalv from its start to the plug-in's first block, on the same JACK server.
 
 #include <algorithm>
 #include <chrono>
@@ -43,7 +43,7 @@ class Herald {
 
   void forget() const { fs::remove(file_); }
 
-  /// Milliseconds from `begin` to the first block that has been reported since `forget`; `crank` runs meanwhile.
+  /// Milliseconds from `begin` to the first block reported since `forget`; `crank` runs meanwhile.
   template <typename Crank>
   double await(Clock::time_point begin, const Crank& crank) const {
     std::int64_t nanoseconds = 0;
@@ -58,7 +58,7 @@ class Herald {
       return true;
     };
     if (!system::test::eventually(isReported)) {
-      throw std::runtime_error("the plug-in was never played");
+      throw std::runtime_error("the plug-in reported no block");
     }
     const auto since = std::chrono::nanoseconds(nanoseconds) - begin.time_since_epoch();
     return std::chrono::duration<double, std::milli>(since).count();
@@ -79,7 +79,7 @@ AVAudioUnitComponent heraldComponent() {
   throw std::runtime_error("the plug-in is not found");
 }
 
-/// Loads the instrument into a new strip beside all others; a warm pool has it ready: milliseconds of the main thread.
+/// Loads the instrument from a warm pool into a new strip: milliseconds of the main thread.
 double warmLoad(LiveStage& stage, const AVAudioUnitComponent& component) {
   const auto key = pluginKey(component);
   auto& pool = stage.engine().pluginPool();
@@ -101,7 +101,7 @@ double warmLoad(LiveStage& stage, const AVAudioUnitComponent& component) {
   return taken;
 }
 
-/// Revives a strip whose plug-in has gone, with an empty pool: milliseconds to the first block of the new one.
+/// Revives a strip whose plug-in has crashed, with an empty pool: milliseconds to the first block of the new one.
 double coldLoad(LiveStage& stage, AudioChannel& channel, const Herald& herald) {
   stage.engine().instruments().simulatePluginCrash(channel);
   herald.forget();
@@ -117,7 +117,7 @@ double jalvLoad(const Herald& herald, const std::string& logPath) {
   jalv.start({"jalv", "-n", "herald", heraldUri}, logPath);
   const double taken = herald.await(begin, [&] {
     if (!jalv.isRunning()) {
-      throw std::runtime_error("jalv (of Debian's package jalv) does not play the plug-in");
+      throw std::runtime_error("jalv (Debian package jalv) cannot play the plug-in");
     }
   });
   jalv.end(SIGTERM);
@@ -169,10 +169,10 @@ void run(int rounds) {
   for (int round = 0; round < 10 * rounds; ++round) {
     warm.push_back(warmLoad(stage, component));
   }
-  report("warm load beside 16 strips, main thread", warm);
+  report("warm load with 16 strips, main thread", warm);
   report("cold load to the first block", cold);
   report("jalv, from its start to the first block", jalv);
-  std::printf("cold load over jalv, medians: %.2f\n", median(cold) / median(jalv));
+  std::printf("cold load relative to jalv (medians): %.2f\n", median(cold) / median(jalv));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What it costs to have instruments in processes of their own, and what it gains. Each benchmark measures its
-// reference alternately with itself, and gives the ratio.
+// Cost and gain of instruments in processes of their own. Each benchmark alternates with its reference and reports
+// the ratio.
 
 #include <benchmark/benchmark.h>
 #include <linux/futex.h>
@@ -34,7 +34,7 @@ constexpr std::uint32_t frames = 128;
 constexpr const char* rebelUri = "urn:vrel:zoo:rebel-kind";
 constexpr std::uint8_t workHard = 12;
 
-/// Processes that answer a word with a word, and do nothing else.
+/// Processes that only answer a word with a word.
 class PingPong {
  public:
   explicit PingPong(std::size_t count) : words_(count) {
@@ -100,7 +100,7 @@ struct Samples {
   std::vector<float> right = std::vector<float>(frames);
 };
 
-/// Plays processors as a plan does: all begin, then all are collected.
+/// Runs processors as a plan does: all begin, then all are collected.
 void playBlock(const std::vector<std::shared_ptr<audio::NodeProcessor>>& processors, Samples& samples) {
   const AudioThreadScope block;
   const audio::DenormalGuard denormals;
@@ -186,7 +186,7 @@ double secondsOf(const std::function<void()>& rounds) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Runs both alternately, in runs of `rounds`, and gives the ratio of the medians of their times per block.
+/// Alternates both, in runs of `rounds`, and returns the ratio of the medians of their times per block.
 template <typename Subject, typename Reference>
 void compare(benchmark::State& state, Subject& subject, Reference& reference, int rounds) {
   std::vector<double> subjectSeconds;
@@ -213,7 +213,7 @@ void compare(benchmark::State& state, Subject& subject, Reference& reference, in
   state.counters["ratio"] = subjectMedian / referenceMedian;
 }
 
-/// The hand-over to so many instruments that do next to nothing, over a ping-pong of as many processes.
+/// The hand-over to a number of instruments of negligible DSP, relative to a ping-pong of as many processes.
 void handOver(benchmark::State& state) {
   const auto count = static_cast<std::size_t>(state.range(0));
   PingPong reference(count);
@@ -222,7 +222,7 @@ void handOver(benchmark::State& state) {
 }
 BENCHMARK(handOver)->Arg(1)->Arg(8)->Arg(16)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
-/// So many instruments that work hard, each in its process, over the same in this one.
+/// Instruments with heavy DSP, each in its process, relative to the same in this one.
 void hardWork(benchmark::State& state) {
   const auto count = static_cast<std::size_t>(state.range(0));
   InProcess reference(count);

@@ -173,7 +173,7 @@ Outcome parse(std::string_view bytes, const std::vector<std::size_t>& unusableSt
 Outcome parseJson(std::string_view bytes, json& tree) {
   // The scanner takes a zero byte for the end of its input and would pass over what follows.
   if (const auto zero = bytes.find('\0'); zero != std::string_view::npos) {
-    return Error{"byte " + std::to_string(zero + 1) + ": a zero byte has no place in a document"};
+    return Error{"byte " + std::to_string(zero + 1) + ": unexpected zero byte"};
   }
   auto failure = parse(bytes, {}, tree);
   if (!failure) {

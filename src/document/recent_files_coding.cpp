@@ -17,7 +17,7 @@ Result<std::string> encodeRecentFiles(const std::vector<std::filesystem::path>& 
   try {
     return list.dump();
   } catch (const json::exception&) {
-    return Error{"a path is no UTF-8"};
+    return Error{"a path is not valid UTF-8"};
   }
 }
 
@@ -32,7 +32,7 @@ Result<std::vector<std::filesystem::path>> decodeRecentFiles(std::string_view by
   std::vector<std::filesystem::path> paths;
   for (const auto& entry : list) {
     if (!entry.is_string()) {
-      return Error{"[" + std::to_string(paths.size()) + "]: expected a text, found " + entry.type_name()};
+      return Error{"[" + std::to_string(paths.size()) + "]: expected a string, found " + entry.type_name()};
     }
     paths.emplace_back(entry.get_ref<const std::string&>());
   }

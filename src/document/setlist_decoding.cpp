@@ -23,6 +23,8 @@ namespace {
 
 using nlohmann::json;
 
+constexpr std::size_t mostQuotedBytes = 60;  // of a text in a failure, so that a damaged file makes no endless line
+
 /// Turns a tree into records and takes the texts out of it on the way. The first failure stays, and
 /// nothing that is read after it counts.
 class RecordReader {
@@ -102,7 +104,7 @@ class RecordReader {
   }
 
   void read(json& value, const DocumentPlace& place, std::string& field) {
-    if (expect(value.is_string(), value, place, "a text")) {
+    if (expect(value.is_string(), value, place, "a string")) {
       field = std::move(value.get_ref<json::string_t&>());
     }
   }
@@ -114,17 +116,17 @@ class RecordReader {
 
   template <std::integral Integer>
   void read(json& value, const DocumentPlace& place, Integer& field) {
-    if (!expect(value.is_number(), value, place, "a whole number")) {
+    if (!expect(value.is_number(), value, place, "an integer")) {
       return;
     }
     using Limits = std::numeric_limits<Integer>;
     if (const std::optional<Integer> fitting = whole<Integer>(value)) {
       field = *fitting;
     } else if (value.is_number_float() && std::trunc(value.get<double>()) != value.get<double>()) {
-      fail(place, value.dump() + " is no whole number");
+      fail(place, value.dump() + " is not an integer");
     } else {
       fail(place,
-           value.dump() + " does not fit " + std::to_string(Limits::min()) + " to " + std::to_string(Limits::max()));
+           value.dump() + " is out of range " + std::to_string(Limits::min()) + " to " + std::to_string(Limits::max()));
     }
   }
 
@@ -152,7 +154,7 @@ class RecordReader {
     if (const std::optional<float> fitting = nearestFloat(number)) {
       field = *fitting;
     } else {
-      fail(place, value.dump() + " does not fit a 32-bit number");
+      fail(place, value.dump() + " is out of range for a 32-bit number");
     }
   }
 
@@ -172,14 +174,15 @@ class RecordReader {
 
   template <typename Case, typename Lookup>
   void readCase(json& value, const DocumentPlace& place, Case& field, Lookup lookup) {
-    if (!expect(value.is_string(), value, place, "a text")) {
+    if (!expect(value.is_string(), value, place, "a string")) {
       return;
     }
-    const std::optional<Case> found = lookup(value.get_ref<const json::string_t&>());
+    const auto& text = value.get_ref<const json::string_t&>();
+    const std::optional<Case> found = lookup(text);
     if (found) {
       field = *found;
     } else {
-      fail(place, "the text is none of those that are known here");
+      fail(place, "unknown value '" + text.substr(0, mostQuotedBytes) + "'");
     }
   }
 

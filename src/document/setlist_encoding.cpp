@@ -159,10 +159,10 @@ bool isWritable(const ordered_json& text) {
 /// The first value that JSON cannot hold. Texts are checked only on demand: the writer checks them anyway.
 std::optional<Error> findFault(const ordered_json& value, const DocumentPlace& place, bool withTexts) {
   if (value.is_number_float() && !std::isfinite(value.get<double>())) {
-    return Error{place.text() + ": JSON holds no infinite number and no NaN"};
+    return Error{place.text() + ": not a finite number, which JSON cannot hold"};
   }
   if (withTexts && value.is_string() && !isWritable(value)) {
-    return Error{place.text() + ": the text is no valid UTF-8"};
+    return Error{place.text() + ": not valid UTF-8"};
   }
   std::optional<Error> fault;
   if (value.is_object()) {

@@ -46,7 +46,7 @@ class ByteReader {
   /// The next `count` bytes, or none of them.
   std::span<const std::uint8_t> take(std::size_t count) {
     if (count > remaining()) {
-      failAt(at_, "the file or its chunk ends here, inside of something");
+      failAt(at_, "unexpected end of file");
     }
     if (!ok()) {
       return {};
@@ -77,7 +77,7 @@ class ByteReader {
         return value;
       }
     }
-    failAt(start, "a variable-length number has more than four bytes");
+    failAt(start, "variable-length quantity of more than four bytes");
     return 0;
   }
 
@@ -124,7 +124,7 @@ class TrackReader {
   void read() {
     while (bytes_.ok() && !ended_) {
       if (bytes_.remaining() == 0) {
-        bytes_.failAt(bytes_.offset(), "the track has no end-of-track event");
+        bytes_.failAt(bytes_.offset(), "track without an End of Track event");
         return;
       }
       tick_ += bytes_.variableLength();
@@ -150,7 +150,7 @@ class TrackReader {
     } else if (first == systemExclusive || first == systemExclusiveContinued) {
       (void)bytes_.take(bytes_.variableLength());
     } else {
-      bytes_.failAt(start, "a system message that no file may hold");
+      bytes_.failAt(start, "system message that a file cannot hold");
     }
   }
 
@@ -159,7 +159,7 @@ class TrackReader {
     if (isStatus) {
       runningStatus_ = first;
     } else if (runningStatus_ == 0) {
-      bytes_.failAt(start, "a data byte with no status before it");
+      bytes_.failAt(start, "data byte without a running status");
       return;
     }
     MidiFileMessage message{runningStatus_, isStatus ? dataByte() : first, 0};
@@ -175,7 +175,7 @@ class TrackReader {
   std::uint8_t dataByte() {
     const std::uint8_t byte = bytes_.byte();
     if (byte >= 0x80) {
-      bytes_.failAt(bytes_.offset() - 1, "a status byte where data belongs");
+      bytes_.failAt(bytes_.offset() - 1, "status byte where data is expected");
     }
     return byte;
   }
@@ -192,7 +192,7 @@ class TrackReader {
     if (type == metaTempo) {
       const std::uint32_t tempo = length == 3 ? bytes_.number(3) : 0;
       if (tempo == 0) {
-        bytes_.failAt(start, "a tempo must be three bytes, not all of them zero");
+        bytes_.failAt(start, "invalid tempo");
       }
       score_.tempoChanges.push_back({tick_, tempo});
       return;
@@ -263,22 +263,21 @@ bool isUsableDivision(std::uint32_t division) {
 
 Header readHeader(ByteReader& bytes) {
   if (bytes.text(4) != "MThd") {
-    bytes.failAt(0, "no MIDI file begins like this");
+    bytes.failAt(0, "not a Standard MIDI File (no MThd)");
   }
   const std::uint32_t length = bytes.number(4);
   if (length < 6) {
-    bytes.failAt(4, "the header is too short");
+    bytes.failAt(4, "MThd chunk too short");
   }
   Header header;
   header.format = bytes.number(2);
   header.trackCount = bytes.number(2);
   header.division = bytes.number(2);
   if (header.format > 1) {
-    bytes.failAt(8, header.format == 2 ? "format 2, tracks that are pieces of their own, can not be played as one"
-                                       : "the format is none of 0, 1 and 2");
+    bytes.failAt(8, header.format == 2 ? "format 2 (independent tracks) is not supported" : "unknown format");
   }
   if (!isUsableDivision(header.division)) {
-    bytes.failAt(12, "the division of time makes no sense");
+    bytes.failAt(12, "invalid time division");
   }
   (void)bytes.take(bytes.ok() ? length - 6 : 0);
   return header;
@@ -289,8 +288,8 @@ std::optional<Error> readTracks(std::span<const std::uint8_t> bytes, ByteReader&
                                 Score& score) {
   for (std::uint32_t found = 0; found < trackCount && chunks.ok();) {
     if (chunks.remaining() == 0) {
-      chunks.failAt(chunks.offset(),
-                    "the file ends after " + std::to_string(found) + " of " + std::to_string(trackCount) + " tracks");
+      chunks.failAt(chunks.offset(), "unexpected end of file after " + std::to_string(found) + " of " +
+                                         std::to_string(trackCount) + " tracks");
       break;
     }
     const std::string name = chunks.text(4);

@@ -8,7 +8,7 @@
 
 namespace vrel {
 
-/// The form of a stream: non-interleaved 32-bit float samples.
+/// The format of a stream: non-interleaved 32-bit float samples.
 struct AVAudioFormat {
   double sampleRate = 0;  // frames per second
   std::uint32_t channelCount = 0;
@@ -16,8 +16,8 @@ struct AVAudioFormat {
   bool operator==(const AVAudioFormat&) const = default;
 };
 
-/// Samples held in memory, one plain array per channel. Sized once. Its memory is its own, or borrowed from who made
-/// it.
+/// Samples in memory, one plain array per channel, of a fixed size. The memory is owned, or borrowed from the
+/// creator.
 class AVAudioPCMBuffer {
  public:
   AVAudioPCMBuffer(AVAudioFormat format, std::uint32_t frameCapacity)
@@ -35,12 +35,12 @@ class AVAudioPCMBuffer {
   AVAudioPCMBuffer(const AVAudioPCMBuffer&) = delete;
   AVAudioPCMBuffer& operator=(const AVAudioPCMBuffer&) = delete;
 
-  /// One pointer per channel, each to `frameCapacity` floats; null when there is no channel.
+  /// One pointer per channel, each to `frameCapacity` floats; null without channels.
   [[nodiscard]] float* const* floatChannelData() const { return channels_.empty() ? nullptr : channels_.data(); }
   [[nodiscard]] const AVAudioFormat& format() const { return format_; }
   [[nodiscard]] std::uint32_t frameCapacity() const { return frameCapacity_; }
 
-  /// The frames that hold sound, at most `frameCapacity`.
+  /// The valid frames, at most `frameCapacity`.
   std::uint32_t frameLength = 0;
 
  private:

@@ -7,7 +7,7 @@
 
 namespace vrel {
 
-/// Names a kind of plug-in by its three codes. In a search a field of zero matches anything.
+/// Identifies a plug-in by three codes. In a search a field of zero matches anything.
 struct AudioComponentDescription {
   std::uint32_t componentType = 0;
   std::uint32_t componentSubType = 0;
@@ -22,7 +22,7 @@ inline constexpr std::uint32_t componentTypeGenerator = 0x6175676E;    // 'augn'
 inline constexpr std::uint32_t componentTypeEffect = 0x61756678;       // 'aufx'
 inline constexpr std::uint32_t componentTypeMusicEffect = 0x61756D66;  // 'aumf'
 
-/// One plug-in that the machine has. Found by the scan; nothing is opened for it.
+/// One installed plug-in, as the scan found it. None of its code has run.
 struct AVAudioUnitComponent {
   std::string name;
   std::string manufacturerName;
@@ -31,12 +31,12 @@ struct AVAudioUnitComponent {
   bool operator==(const AVAudioUnitComponent&) const = default;
 };
 
-/// The plug-ins installed on the machine. Main thread.
+/// The installed plug-ins. Main thread.
 class AVAudioUnitComponentManager {
  public:
   virtual ~AVAudioUnitComponentManager() = default;
 
-  /// All components that match, in the platform's order. An empty list is an answer like any other.
+  /// All components that match, in the platform's order. May be empty.
   [[nodiscard]] virtual std::vector<AVAudioUnitComponent> componentsMatchingDescription(
       const AudioComponentDescription& description) = 0;
 };

@@ -7,8 +7,8 @@
 
 namespace vrel {
 
-/// Turns one stream of two sides from one sample rate to another, piece by piece, as if it were whole. One thread
-/// at a time; not for the audio thread.
+/// Converts one stereo stream from one sample rate to another, chunk by chunk, as if it were converted at once. One
+/// thread at a time; not for the audio thread.
 class AVAudioConverter {
  public:
   struct Progress {
@@ -20,11 +20,11 @@ class AVAudioConverter {
 
   virtual ~AVAudioConverter() = default;
 
-  /// Takes input as long as there is room for what comes of it. What comes lags behind what goes in.
+  /// Takes input as long as there is room for the output. The output lags behind the input.
   [[nodiscard]] virtual Progress convert(const Input& input, std::uint32_t inputFrames, const Output& output,
                                          std::uint32_t outputRoom) = 0;
 
-  /// Gives what has lagged behind; 0 when that is all. Nothing may be converted after it.
+  /// Flushes the rest of the output; 0 when there is none left. Nothing may be converted after it.
   [[nodiscard]] virtual std::uint32_t finish(const Output& output, std::uint32_t outputRoom) = 0;
 };
 
@@ -32,7 +32,7 @@ class AudioConverterFactory {
  public:
   virtual ~AudioConverterFactory() = default;
 
-  /// Rates in frames per second. Null when there is no way between the two. Any thread.
+  /// Rates in frames per second. Null when that conversion is not supported. Any thread.
   [[nodiscard]] virtual std::unique_ptr<AVAudioConverter> makeConverter(double inputRate, double outputRate) = 0;
 };
 

@@ -11,7 +11,7 @@ namespace vrel {
 
 /// The audio graph and the device it plays on. Main thread only.
 ///
-/// Order of calls: nodes are attached, then connected; `start` makes what is connected sound.
+/// Order of calls: nodes are attached, then connected; `start` renders what is connected.
 /// A stop and start keeps nodes, connections, levels, taps and plug-in state.
 class AVAudioEngine {
  public:
@@ -23,26 +23,26 @@ class AVAudioEngine {
   [[nodiscard]] virtual std::shared_ptr<AVAudioMixerNode> mainMixerNode() = 0;
   [[nodiscard]] virtual std::shared_ptr<AVAudioOutputNode> outputNode() = 0;
 
-  /// Makes `node` known to the engine, or forgets it with all its connections. Attaching an attached
-  /// node and detaching an unknown one do nothing. Safe while running.
+  /// Adds `node` to the engine, or removes it with all its connections. Attaching an attached node
+  /// and detaching an unknown one have no effect. Safe while running.
   virtual void attach(const Node& node) = 0;
   virtual void detach(const Node& node) = 0;
 
   /// Links the output of `source` to the next free input of a mixer, or to the one input of any
-  /// other node, in place of what was there. With no format the platform negotiates: the channel
-  /// count of the source goes down the chain. Both nodes must be attached; otherwise nothing happens.
+  /// other node, replacing the link that was there. Without a format the platform negotiates: the
+  /// channel count of the source passes down the chain. No effect unless both nodes are attached.
   virtual void connect(const Node& source, const Node& destination, std::optional<AVAudioFormat> format) = 0;
 
-  /// Removes all links into, or out of, a node. Safe while running for a node whose chain is given up.
+  /// Removes all links into, or out of, a node. Safe while running for a node whose chain is torn down.
   virtual void disconnectNodeInput(const Node& node) = 0;
   virtual void disconnectNodeOutput(const Node& node) = 0;
 
   [[nodiscard]] virtual bool isRunning() const = 0;
 
-  /// Nothing on success, or when already running.
+  /// No error on success, or when already running.
   [[nodiscard]] virtual Outcome start() = 0;
 
-  /// Returns when no block is being rendered any more.
+  /// Returns when no block is being rendered.
   virtual void stop() = 0;
 };
 

@@ -10,10 +10,10 @@
 
 namespace vrel {
 
-/// An audio file open for reading, whatever it is stored as: floats, in frames from 0 to `length`.
+/// An audio file open for reading, whatever its format: floats, in frames from 0 to `length`.
 ///
-/// One user at a time, on any thread; operations may wait for the disk. What happens to the file's name after
-/// the opening does not matter.
+/// One user at a time, on any thread; operations may wait for the disk. Renaming or deleting the file after it
+/// was opened has no effect.
 class AVAudioFile {
  public:
   virtual ~AVAudioFile() = default;
@@ -23,13 +23,13 @@ class AVAudioFile {
   /// Frames in the whole file.
   [[nodiscard]] virtual std::int64_t length() const = 0;
 
-  /// The frame that the next read begins with, exactly.
+  /// The frame that the next read begins with, sample-accurate.
   [[nodiscard]] virtual std::int64_t framePosition() const = 0;
   virtual void setFramePosition(std::int64_t frame) = 0;
 
   /// Fills `buffer`, which has the processing format, with the next frames, at most `frameCount` and its
-  /// capacity, sets its `frameLength`, and moves on. Fewer frames, or none, at the end of the file; with a failure
-  /// those that came before it.
+  /// capacity, sets its `frameLength`, and advances. Fewer frames, or none, at the end of the file; on failure
+  /// those that were read before it.
   [[nodiscard]] virtual Outcome readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) = 0;
 };
 
@@ -41,7 +41,7 @@ class AudioFileFactory {
   /// `AVAudioFile(forReading:)`.
   [[nodiscard]] virtual Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) = 0;
 
-  /// `AVAudioPCMBuffer(pcmFormat:frameCapacity:)`: null when there is not so much memory to spare.
+  /// `AVAudioPCMBuffer(pcmFormat:frameCapacity:)`: null when there is not enough memory.
   [[nodiscard]] virtual std::shared_ptr<AVAudioPCMBuffer> makePCMBuffer(AVAudioFormat format,
                                                                         std::uint32_t frameCapacity) = 0;
 };

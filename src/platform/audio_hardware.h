@@ -9,13 +9,13 @@
 
 namespace vrel {
 
-/// Names a device while the system runs; 0 is none. What is saved of a device is its UID.
+/// Identifies a device while the system runs; 0 is none. A setting stores the device's UID.
 using AudioObjectID = std::uint32_t;
 
 /// 0 is success.
 using OSStatus = std::int32_t;
 
-/// The machine's audio devices and the output unit of the engine. Main thread.
+/// The system's audio devices and the output unit of the engine. Main thread.
 class AudioHardware {
  public:
   virtual ~AudioHardware() = default;
@@ -26,7 +26,7 @@ class AudioHardware {
   /// The channels of each of the device's output streams.
   [[nodiscard]] virtual Result<std::vector<std::uint32_t>> outputStreamChannels(AudioObjectID device) = 0;
 
-  /// The stable unique id, and the name for people.
+  /// The stable unique id, and the display name.
   [[nodiscard]] virtual Result<std::string> deviceUID(AudioObjectID device) = 0;
   [[nodiscard]] virtual Result<std::string> deviceName(AudioObjectID device) = 0;
 

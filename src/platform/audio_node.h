@@ -13,11 +13,11 @@ namespace vrel {
 class AVAudioFile;
 
 /// One node of the audio graph. Nodes are shared between the channel that uses them and the graph
-/// they are attached to. All operations are for the main thread.
+/// they are attached to. All operations: main thread.
 class AVAudioNode {
  public:
-  /// Gets the samples that passed the node. Called on a tap thread, never on the audio thread, and
-  /// not before `installTap` has returned; not called any more once `removeTap` has returned.
+  /// Receives the samples that passed the node. Called on a tap thread, never on the audio thread, and
+  /// not before `installTap` has returned; no longer called once `removeTap` has returned.
   using TapBlock = std::function<void(const AVAudioPCMBuffer&)>;
 
   virtual ~AVAudioNode() = default;
@@ -29,12 +29,12 @@ class AVAudioNode {
 
   /// Hands every `bufferSize` frames that leave the node to `block`. With no format the node's own
   /// is used: on a mixer that is what came in, before its output level and before a mono input is
-  /// spread to two sides. One tap per node; a second replaces the first. May be called while audio runs.
+  /// copied to both channels. One tap per node; a second replaces the first. May be called while audio runs.
   virtual void installTap(int bus, std::uint32_t bufferSize, std::optional<AVAudioFormat> format, TapBlock block) = 0;
   virtual void removeTap(int bus) = 0;
 };
 
-/// What a source offers that has a level of its own on its way into a mixer.
+/// The input gain of a source at a mixer.
 class AVAudioMixing {
  public:
   virtual ~AVAudioMixing() = default;
@@ -42,55 +42,55 @@ class AVAudioMixing {
   [[nodiscard]] virtual float volume() const = 0;
 };
 
-/// Sums its inputs to stereo. A mono input goes to both sides.
+/// Sums its inputs to stereo. A mono input goes to both channels.
 class AVAudioMixerNode : public AVAudioNode {
  public:
-  /// Linear factor on the output. What is set here is read back; the node itself ramps to it.
+  /// Linear gain of the output. Reads back as set; the node ramps to it.
   virtual void setOutputVolume(float linearGain) = 0;
   [[nodiscard]] virtual float outputVolume() const = 0;
 };
 
-/// The end of the graph: the device.
+/// The end of the graph: the output device.
 class AVAudioOutputNode : public AVAudioNode {};
 
-/// The strip's reverb. The dry path is unity; the wet part is added to it.
+/// The strip's reverb. The dry signal passes at unity gain; the wet signal is added.
 class AVAudioUnitReverb : public AVAudioNode {
  public:
   /// Preset 12, a large hall, is the one in use; any other number gives the same hall.
   virtual void loadFactoryPreset(int preset) = 0;
 
-  /// Percent; 0 is dry. Any value is stored and read back; what sounds is limited to 0 to 100.
+  /// Percent; 0 is dry. Any value is stored and read back; rendering limits it to 0 to 100.
   virtual void setWetDryMix(float percent) = 0;
   [[nodiscard]] virtual float wetDryMix() const = 0;
 };
 
 enum class AVAudioPlayerNodeBufferOptions : std::uint32_t { none = 0, loops = 1 };
 
-/// Plays stretches of audio files and buffers, one behind the other, in the order in which they were scheduled.
+/// Plays segments of audio files and buffers, one after the other, in the order in which they were scheduled.
 ///
-/// The operations of its own may be called from any one thread at a time and may wait for the disk; `stop`
-/// never does, and may be called from a further thread.
+/// Its own operations may be called from any one thread at a time and may wait for the disk; `stop` never
+/// waits, and may be called from another thread.
 class AVAudioPlayerNode : public AVAudioNode, public AVAudioMixing {
  public:
-  /// Called once, on any thread: when the platform has taken the last of what was scheduled and the next
-  /// can follow without a gap, or when the node is stopped. Must only hand on, and never wait.
+  /// Called once, on any thread: when the segment has been consumed and the next one can follow without a
+  /// gap, or when the node is stopped. Must only post work, and never wait.
   using CompletionHandler = std::function<void()>;
 
-  /// Forgets what is scheduled, and is silent from the next block on. What has been taken to its last
-  /// frame already still sounds to its end, unless something else is played.
+  /// Drops what is scheduled; silent from the next block on. A segment that has been consumed to its last
+  /// frame still sounds to its end, unless something else is played.
   virtual void stop() = 0;
 
-  /// What is scheduled sounds from the next block on.
+  /// Renders what is scheduled from the next block on.
   virtual void play() = 0;
 
-  /// Makes ready for a run of at least this many frames, so that the run itself need not.
+  /// Allocates for a run of at least this many frames in advance.
   virtual void prepareWithFrameCount(std::uint32_t frameCount) = 0;
 
-  /// Adds a stretch of a file, `frameCount` frames from `startingFrame` on. Frames that can not be read are silent.
+  /// Schedules `frameCount` frames of a file from `startingFrame` on. Frames that cannot be read are silent.
   virtual void scheduleSegment(const std::shared_ptr<AVAudioFile>& file, std::int64_t startingFrame,
                                std::uint32_t frameCount, CompletionHandler completionHandler) = 0;
 
-  /// Adds a buffer, once or, with `loops`, again and again until the node is stopped.
+  /// Schedules a buffer, once or, with `loops`, repeatedly until the node is stopped.
   virtual void scheduleBuffer(const std::shared_ptr<AVAudioPCMBuffer>& buffer, AVAudioPlayerNodeBufferOptions options,
                               CompletionHandler completionHandler) = 0;
 };

@@ -23,15 +23,15 @@ class AUAudioUnit {
   [[nodiscard]] virtual std::optional<PropertyListDictionary> fullStateForDocument() = 0;
   [[nodiscard]] virtual std::optional<PropertyListDictionary> fullState() = 0;
 
-  /// Puts a state into the plug-in. A state that the plug-in can not read leaves it as it was.
+  /// Restores a state. One that the plug-in cannot read leaves it unchanged.
   virtual void setFullStateForDocument(const PropertyListDictionary& state) = 0;
 
-  /// What the plug-in asks for musical time and transport from now on. Set before it is connected.
+  /// Where the plug-in gets musical time and transport from now on. Set before it is connected.
   virtual void setMusicalContextBlock(AUHostMusicalContextBlock /*block*/) {}
   virtual void setTransportStateBlock(AUHostTransportStateBlock /*block*/) {}
 };
 
-/// The low-level handle of a plug-in, for what the above can not tell it. Main thread.
+/// The low-level handle of a plug-in, for its host callbacks. Main thread.
 class AudioUnitHandle {
  public:
   virtual ~AudioUnitHandle() = default;
@@ -48,15 +48,15 @@ class AVAudioUnit : public AVAudioNode {
   /// Null for a plug-in that has no low-level handle.
   [[nodiscard]] virtual AudioUnitHandle* audioUnit() { return nullptr; }
 
-  /// Clears what is sounding: held notes, tails, delay lines. Settings stay.
+  /// Clears held notes, tails and delay lines. Settings stay.
   virtual void reset() = 0;
 };
 
-/// A plug-in that is played.
+/// A plug-in that is played by MIDI.
 class AVAudioUnitMIDIInstrument : public AVAudioUnit, public AVAudioMixing {
  public:
-  /// Delivers one event at once and in order, raw as given: the plug-in gets it with its next block.
-  /// Wait-free, so it may be called for every message while audio runs. Main thread.
+  /// Delivers one event in order and unchanged; the plug-in gets it with its next block. Wait-free, so
+  /// it may be called for every message while audio runs. Main thread.
   virtual void sendMIDIEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) = 0;
 
   /// The two-byte form; system messages of one byte give `data1` as 0.
@@ -68,10 +68,10 @@ enum class AudioComponentInstantiationOptions : std::uint32_t {
   outOfProcess = 1,
 };
 
-/// Makes plug-in nodes, away from the main thread.
+/// Instantiates plug-in nodes, off the main thread.
 class AudioUnitFactory {
  public:
-  /// Gets a node, or an error, or neither. Called once, on any thread.
+  /// Receives a node, or an error, or neither. Called once, on any thread.
   using UnitHandler = std::function<void(std::shared_ptr<AVAudioUnit>, std::optional<Error>)>;
 
   virtual ~AudioUnitFactory() = default;
@@ -80,8 +80,8 @@ class AudioUnitFactory {
   virtual void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
                            UnitHandler completionHandler) = 0;
 
-  /// `AVAudioUnitMIDIInstrument.instantiate(...)`: the same for a node that is played. The node
-  /// handed over may still be no AVAudioUnitMIDIInstrument; the caller looks.
+  /// `AVAudioUnitMIDIInstrument.instantiate(...)`: the same for an instrument. The node may
+  /// still not be an AVAudioUnitMIDIInstrument; the caller checks.
   virtual void instantiateMIDIInstrument(const AudioComponentDescription& description,
                                          AudioComponentInstantiationOptions options, UnitHandler completionHandler) = 0;
 };

@@ -7,7 +7,7 @@ namespace vrel {
 
 /// Monotonic time. All operations may be called from any thread, the audio thread included.
 ///
-/// Host time is counted in ticks of the platform; only the two conversions tell what a tick is.
+/// Host time is counted in ticks of the platform; only the two conversions know the length of a tick.
 class HostClock {
  public:
   virtual ~HostClock() = default;

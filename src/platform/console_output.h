@@ -5,13 +5,13 @@
 
 namespace vrel {
 
-/// Where the program tells what failed: plain lines on standard output. Any thread but the audio
-/// thread; lines do not mix.
+/// The log: plain lines on standard output. Any thread except the audio thread; lines do not
+/// interleave.
 class ConsoleOutput {
  public:
   virtual ~ConsoleOutput() = default;
 
-  /// Writes `line` and a line end.
+  /// Writes `line` and a newline.
   virtual void print(const std::string& line) = 0;
 };
 

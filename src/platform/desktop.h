@@ -9,7 +9,7 @@
 
 namespace vrel {
 
-/// A question that has to be answered before anything else is done.
+/// A modal question.
 struct NSAlert {
   enum class Style { warning, informational };
 
@@ -21,9 +21,9 @@ struct NSAlert {
   bool operator==(const NSAlert&) const = default;
 };
 
-/// Kinds of file that a panel offers.
+/// The kind of file that a panel offers.
 enum class FileType {
-  setlist,  // extension "vrel", or any file where the system knows no such type
+  setlist,  // extension "vrel", or any file where the system has no such type
   movie,
 };
 
@@ -38,7 +38,7 @@ struct NSSavePanel {
   std::string suggestedName;
 };
 
-/// A rectangle of the desktop, in its pixels, from the upper left.
+/// A rectangle of the desktop, in its pixels, from the top left.
 struct ScreenRect {
   int x = 0;
   int y = 0;
@@ -48,7 +48,7 @@ struct ScreenRect {
   bool operator==(const ScreenRect&) const = default;
 };
 
-/// A screen, without what its bars and docks take: where a window may stand.
+/// A screen; `visibleFrame` excludes bars and docks.
 struct NSScreen {
   std::string name;
   ScreenRect visibleFrame;
@@ -60,23 +60,23 @@ class Desktop {
  public:
   virtual ~Desktop() = default;
 
-  /// The index of the button that was pressed; none when the alert was sent away without an answer.
+  /// The index of the button that was pressed; none when the alert was dismissed.
   [[nodiscard]] virtual std::optional<std::size_t> runModal(const NSAlert& alert) = 0;
 
-  /// Whether an alert waits for its answer.
+  /// Whether an alert is open.
   [[nodiscard]] virtual bool isAlertShown() const = 0;
 
   /// The file that was chosen; none when the panel was cancelled.
   [[nodiscard]] virtual std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) = 0;
   [[nodiscard]] virtual std::optional<std::filesystem::path> runModal(const NSSavePanel& panel) = 0;
 
-  /// The screens there are, the main one first; may be empty.
+  /// The connected screens, the main one first; may be empty.
   [[nodiscard]] virtual std::vector<NSScreen> screens() = 0;
 
-  /// Takes the caret out of whatever control of the front window has it. Nothing without such a window.
+  /// Removes the keyboard focus from the control of the front window that has it. No effect without such a window.
   virtual void makeNothingFirstResponder() = 0;
 
-  /// The answer to a request to quit that was put off.
+  /// Answers a deferred request to quit.
   virtual void replyToApplicationShouldTerminate(bool shouldTerminate) = 0;
 };
 

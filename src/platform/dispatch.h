@@ -7,11 +7,11 @@
 
 namespace vrel {
 
-/// A serial queue: work runs one piece at a time, first in, first out.
+/// A serial queue: one work item at a time, first in, first out.
 ///
 /// `async` may be called from any thread. `sync` runs the work on the queue and returns when it
-/// has ended; calling it from the queue's own work is a programming fault (it would wait forever).
-/// The end of a queue waits for the piece under way; what has not begun is dropped, not run.
+/// has ended; calling it from the queue's own work is a programming error (deadlock).
+/// Destroying a queue waits for the running work item; work that has not begun is dropped.
 class DispatchQueue {
  public:
   using Work = std::function<void()>;
@@ -21,7 +21,7 @@ class DispatchQueue {
   virtual void sync(const Work& work) = 0;
 };
 
-/// A repeating timer, which its end invalidates.
+/// A repeating timer; destroying it stops it.
 class RepeatingTimer {
  public:
   virtual ~RepeatingTimer() = default;
@@ -29,13 +29,13 @@ class RepeatingTimer {
 
 /// The queue on which every decision of the program is made, with its timers.
 ///
-/// `sync` is not for this queue: nobody waits for the main thread.
+/// `sync` is not allowed on this queue: no thread waits for the main thread.
 class MainQueue : public DispatchQueue {
  public:
   /// Runs `work` once, `seconds` from now, on this queue. Any thread.
   virtual void asyncAfter(double seconds, Work work) = 0;
 
-  /// Runs `work` every `intervalSeconds` until the timer is released. Main thread.
+  /// Runs `work` every `intervalSeconds` until the timer is destroyed. Main thread.
   [[nodiscard]] virtual std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) = 0;
 };
 

@@ -9,8 +9,8 @@
 namespace vrel {
 
 // How a plug-in asks its host for tempo, beat and transport. The procedures and blocks are called on
-// the plug-in's own threads, the audio thread among them; they do not wait, allocate or lock. Every
-// output may be null and is then left alone.
+// the plug-in's own threads, including the audio thread; they do not wait, allocate or lock. Every
+// output may be null and is then skipped.
 
 using HostCallback_GetBeatAndTempo = OSStatus (*)(void* hostUserData, double* currentBeat, double* currentTempo);
 
@@ -27,7 +27,7 @@ using HostCallback_GetTransportState2 = OSStatus (*)(void* hostUserData, bool* i
                                                      bool* transportStateChanged, double* currentSampleInTimeLine,
                                                      bool* isCycling, double* cycleStartBeat, double* cycleEndBeat);
 
-/// The older form: four procedures and what they get first. Null where not filled.
+/// The older form: four procedures and their first argument. Null where not set.
 struct HostCallbackInfo {
   void* hostUserData = nullptr;
   HostCallback_GetBeatAndTempo beatAndTempoProc = nullptr;
@@ -39,7 +39,7 @@ struct HostCallbackInfo {
 /// kAudioUnitErr_CannotDoInCurrentContext: a procedure was called without its user data.
 inline constexpr OSStatus cannotDoInCurrentContext = -10863;
 
-/// The newer form: two blocks. They return false when there is no host any more.
+/// The newer form: two blocks. They return false when the host is gone.
 using AUHostMusicalContextBlock = std::function<bool(
     double* currentTempo, double* timeSignatureNumerator, std::int64_t* timeSignatureDenominator,
     double* currentBeatPosition, std::int64_t* sampleOffsetToNextBeat, double* currentMeasureDownbeatPosition)>;

@@ -7,7 +7,7 @@
 
 namespace vrel {
 
-/// Modifier keys that are held, as bits.
+/// The modifier keys that are held, as bits.
 enum class ModifierFlags : std::uint8_t { none = 0, shift = 1, control = 2, option = 4, command = 8 };
 
 [[nodiscard]] constexpr ModifierFlags operator|(ModifierFlags a, ModifierFlags b) {
@@ -19,12 +19,12 @@ enum class ModifierFlags : std::uint8_t { none = 0, shift = 1, control = 2, opti
   return (static_cast<std::uint8_t>(flags) & static_cast<std::uint8_t>(wanted)) != 0;
 }
 
-/// A key of the computer's keyboard that went down.
+/// A key press on the computer's keyboard.
 struct KeyEvent {
-  /// The text of the key as if no modifier but Shift were held, UTF-8; absent for keys without one.
+  /// The text of the key, ignoring all modifiers but Shift, UTF-8; absent for keys without text.
   std::optional<std::string> charactersIgnoringModifiers;
   ModifierFlags modifierFlags = ModifierFlags::none;
-  /// The key's place on the board, whatever its text.
+  /// The physical key, whatever its text.
   std::uint16_t keyCode = 0;
 
   static constexpr std::uint16_t downArrow = 125;

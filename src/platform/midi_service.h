@@ -19,18 +19,18 @@ using MIDIEndpointRef = std::uint32_t;
 /// The bytes of one packet as the source sent them.
 using MIDIPacket = std::span<const std::uint8_t>;
 
-/// Packets that came together, in order. Borrowed for the call.
+/// Packets that arrived together, in order. Borrowed for the call.
 using MIDIPacketList = std::span<const MIDIPacket>;
 
 struct MIDINotification {
   std::int32_t messageID = 0;
 };
 
-/// Sources have appeared or vanished.
+/// Sources were added or removed.
 inline constexpr std::int32_t kMIDIMsgSetupChanged = 1;
 
-/// The system's MIDI. The operations are for the main thread; the blocks come on a thread of the
-/// service, and not any more once their client or port is disposed of.
+/// The system's MIDI. The operations are for the main thread; the blocks are called on a thread of
+/// the service, and no longer once their client or port is disposed of.
 class MIDIService {
  public:
   using NotifyBlock = std::function<void(const MIDINotification&)>;
@@ -44,14 +44,14 @@ class MIDIService {
   [[nodiscard]] virtual OSStatus MIDIInputPortCreateWithBlock(MIDIClientRef client, const std::string& portName,
                                                               ReadBlock readBlock, MIDIPortRef& port) = 0;
 
-  /// The sources of this moment, by index.
+  /// The current sources, by index.
   [[nodiscard]] virtual std::size_t MIDIGetNumberOfSources() = 0;
   [[nodiscard]] virtual MIDIEndpointRef MIDIGetSource(std::size_t index) = 0;
 
-  /// Makes the port read this source, too. Connecting a connected source changes nothing.
+  /// Connects the port to this source, too. No effect when it is connected already.
   virtual OSStatus MIDIPortConnectSource(MIDIPortRef port, MIDIEndpointRef source) = 0;
 
-  /// The source's name (kMIDIPropertyName); none when it can not be read.
+  /// The source's name (kMIDIPropertyName); none when it cannot be read.
   [[nodiscard]] virtual std::optional<std::string> MIDIObjectGetName(MIDIEndpointRef source) = 0;
 
   virtual void MIDIPortDispose(MIDIPortRef port) = 0;

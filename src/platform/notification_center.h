@@ -11,11 +11,11 @@
 
 namespace vrel {
 
-/// Passes commands from whoever gives them to whoever carries them out, by name. A listener is called inside `post`; a
-/// name that nobody listens to is no fault. Main thread.
+/// Passes commands to their handlers by name. A listener is called inside `post`; posting a name without listeners is
+/// not an error. Main thread.
 class NSNotificationCenter {
  public:
-  /// The file that a command is about; most are about none.
+  /// The file that a command concerns; none for most.
   using Object = std::optional<std::filesystem::path>;
   using Listeners = Signal<const Object&>;
 
@@ -25,7 +25,7 @@ class NSNotificationCenter {
     }
   }
 
-  /// Listens for as long as the connection is kept.
+  /// Listens for as long as the connection lives.
   [[nodiscard]] Listeners::Connection addObserver(const std::string& name, Listeners::Listener listener) {
     return listeners_[name].connect(std::move(listener));
   }

@@ -17,7 +17,7 @@ using PropertyListData = std::vector<std::uint8_t>;
 using PropertyListArray = std::vector<PropertyListValue>;
 using PropertyListDictionary = std::map<std::string, PropertyListValue>;
 
-/// One value of a property list. Plug-in state travels in this form.
+/// One value of a property list, the form of plug-in state.
 struct PropertyListValue {
   std::variant<bool, std::int64_t, double, std::string, PropertyListData, PropertyListArray, PropertyListDictionary>
       content;

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-// How clips are played: an asset is a file, an item is an asset to be played, a player has items to show and
-// makes pictures of them, and a looper keeps a player in one item for ever.
+// How clips are played: an asset is a file, an item is an asset in a queue, a player decodes the pictures of
+// its items, and a looper makes a player repeat one item forever.
 //
-// Ownership: everything is shared and goes with its last holder, on any thread and without a wait.
+// Ownership: everything is shared and may be released last on any thread, without waiting.
 
 namespace vrel {
 
-/// One picture of a clip, as it is meant to be seen: turned and mirrored as the file asks. Immutable; any thread.
+/// One picture of a clip, rotated and mirrored as the file says. Immutable; any thread.
 class VideoPicture {
  public:
   virtual ~VideoPicture() = default;
@@ -24,21 +24,21 @@ class VideoPicture {
   [[nodiscard]] virtual std::size_t height() const = 0;  // pixels
   /// Seconds from the first picture of the clip.
   [[nodiscard]] virtual double seconds() const = 0;
-  /// Whether any pixel may let through what lies below.
+  /// Whether any pixel may be transparent.
   [[nodiscard]] virtual bool hasAlpha() const = 0;
-  /// Writes red, green, blue and alpha, a byte each and not multiplied, row by row from the top left. Takes
-  /// milliseconds. False, and `pixels` worth nothing, when there is no room for `width * height * 4` bytes or the
-  /// picture can not be converted.
+  /// Writes RGBA, one byte each, not premultiplied, row by row from the top left. Takes milliseconds. False, with
+  /// `pixels` undefined, when there is no room for `width * height * 4` bytes or the picture cannot be
+  /// converted.
   [[nodiscard]] virtual bool copyPixels(std::span<std::uint8_t> pixels) const = 0;
 };
 
-/// A movie file. Making one reads nothing.
+/// A movie file. Creating one reads nothing.
 class AVURLAsset {
  public:
   using Completion = std::function<void()>;
   virtual ~AVURLAsset() = default;
-  /// Reads what is asked for, of "playable", "duration" and "tracks", ahead of first use. The completion is called
-  /// once, on any thread, whatever came of it.
+  /// Loads any of "playable", "duration" and "tracks" ahead of first use. The completion is called once, on any
+  /// thread, whether that succeeds or not.
   virtual void loadValuesAsynchronouslyForKeys(const std::vector<std::string>& keys, Completion completion) = 0;
 };
 
@@ -46,14 +46,14 @@ class AVURLAsset {
 class AVPlayerItem {
  public:
   virtual ~AVPlayerItem() = default;
-  /// How far ahead a playing player makes pictures: seconds. A wish.
+  /// How far ahead a playing player decodes, in seconds. A hint.
   virtual void setPreferredForwardBufferDuration(double seconds) = 0;
 };
 
 enum class AVPlayerActionAtItemEnd { advance, pause, none };
 
-/// Shows the items of its queue, silently or not. Made on any thread; from then on one thread, the main one.
-/// No operation waits or reads a file. Without an item that can be decoded it has no picture, and no other fault.
+/// Plays the items of its queue, muted or not. Created on any thread; then main thread only.
+/// No operation waits or reads a file. Without an item that can be decoded there is no picture, and no error.
 class AVQueuePlayer {
  public:
   virtual ~AVQueuePlayer() = default;
@@ -67,14 +67,14 @@ class AVQueuePlayer {
   virtual void play() = 0;
   virtual void pause() = 0;
 
-  /// The item under way, or null.
+  /// The playing item, or null.
   [[nodiscard]] virtual std::shared_ptr<AVPlayerItem> currentItem() const = 0;
 
-  /// The picture that is due now; null while there is none. To be asked once for each picture of the screen.
+  /// The picture that is due now; null while there is none. Call once per frame of the screen.
   [[nodiscard]] virtual std::shared_ptr<const VideoPicture> copyPicture() = 0;
 };
 
-/// Keeps a player repeating an item without a gap, for as long as it lives.
+/// Makes a player repeat an item without a gap, for as long as it lives.
 class AVPlayerLooper {
  public:
   virtual ~AVPlayerLooper() = default;

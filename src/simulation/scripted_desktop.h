@@ -13,14 +13,14 @@
 
 namespace vrel::simulation {
 
-/// A desktop whose person is a list of answers. What is asked is recorded; a question that nobody answers is cancelled.
+/// A desktop with a list of answers. Questions are recorded; a question without an answer is cancelled.
 class ScriptedDesktop : public Desktop {
  public:
   std::deque<std::size_t> alertAnswers;  // indices of buttons
   std::deque<std::filesystem::path> openPanelAnswers;
   std::deque<std::filesystem::path> savePanelAnswers;
   std::vector<NSScreen> screenList;
-  std::function<void()> whileAsking;  // the main loop goes on while a question stands
+  std::function<void()> whileAsking;  // the main loop runs while a question is open
 
   std::vector<NSAlert> alerts;
   std::vector<NSOpenPanel> openPanels;

@@ -51,11 +51,11 @@ class SimulatedAudioEngine : public AVAudioEngine {
   [[nodiscard]] Outcome start() override;
   void stop() override;
 
-  /// The names of the nodes that the signal passes from `source` on, joined by " > ".
+  /// The names of the nodes along the signal path from `source`, joined by " > ".
   [[nodiscard]] std::string chainFrom(const Node& source) const;
   [[nodiscard]] bool isAttached(const Node& node) const;
   [[nodiscard]] SimulatedMixer& mainMixer() { return *mainMixer_; }
-  /// How many lines of the record are equal to `line`.
+  /// The number of lines in the record equal to `line`.
   [[nodiscard]] int count(const std::string& line) const;
 
   std::vector<std::string> record;
@@ -76,7 +76,7 @@ class SimulatedAudioEngine : public AVAudioEngine {
   bool running_ = false;
 };
 
-/// Makes the simulated engine and numbers the nodes it makes.
+/// Makes the simulated engine and nodes, which are numbered.
 class SimulatedNodeFactory : public AudioNodeFactory {
  public:
   std::unique_ptr<AVAudioEngine> makeEngine() override;

@@ -15,13 +15,13 @@
 
 namespace vrel::simulation {
 
-/// What a simulated file holds: one list of samples per channel, all of the same length.
+/// The content of a simulated file: one list of samples per channel, all of the same length.
 struct SimulatedSound {
   double sampleRate = 48000;
   std::vector<std::vector<float>> channels;
   std::optional<Error> readFailure;
 
-  /// Frames that the file claims to have beyond its samples; they read as the end.
+  /// Frames that the file claims beyond its samples; they read as the end of the file.
   std::int64_t claimedFrames = 0;
 
   [[nodiscard]] std::int64_t length() const {
@@ -61,7 +61,7 @@ class SimulatedAudioFile : public AVAudioFile {
   std::int64_t position_ = 0;
 };
 
-/// Files that a test lays out by path. Failures on demand.
+/// Files that a test adds by path. Failures on demand.
 class SimulatedAudioFiles : public AudioFileFactory {
  public:
   Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) override {
@@ -79,7 +79,7 @@ class SimulatedAudioFiles : public AudioFileFactory {
   std::map<std::string, SimulatedSound> sounds;
   bool isOutOfMemory = false;
   int openCount = 0;
-  int failingOpen = 0;  // the opening with this number fails; 0 for none
+  int failingOpen = 0;  // the open call with this number fails; 0 for none
 };
 
 }  // namespace vrel::simulation

@@ -7,7 +7,7 @@
 
 namespace vrel::simulation {
 
-/// A machine with the plug-ins that a test puts into its list. Searches go by the type alone.
+/// The plug-ins that a test adds. Searches compare the type only.
 class SimulatedComponentManager : public AVAudioUnitComponentManager {
  public:
   std::vector<AVAudioUnitComponent> componentsMatchingDescription(

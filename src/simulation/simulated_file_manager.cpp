@@ -8,7 +8,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t piecesOfAWrite = 4;
+constexpr std::size_t stepsOfAWrite = 4;
 
 Error failure(const fs::path& path, const std::string& reason) {
   return Error{path.string() + ": " + reason};
@@ -78,18 +78,18 @@ Outcome SimulatedFileManager::writeInPlace(const fs::path& path, const std::stri
   }
   auto& file = files[path];
   file.clear();
-  const std::size_t largestSegment = bytes.size() / piecesOfAWrite + 1;
+  const std::size_t chunkBytes = bytes.size() / stepsOfAWrite + 1;
   while (file.size() < bytes.size()) {
     if (!step()) {
       return failure(path, "Input/output error");
     }
-    const std::size_t piece = std::min(largestSegment, bytes.size() - file.size());
-    const std::size_t fitting = std::min(piece, freeBytes.value_or(piece));
+    const std::size_t chunk = std::min(chunkBytes, bytes.size() - file.size());
+    const std::size_t fitting = std::min(chunk, freeBytes.value_or(chunk));
     file += bytes.substr(file.size(), fitting);
     if (freeBytes) {
       *freeBytes -= fitting;
     }
-    if (fitting < piece) {
+    if (fitting < chunk) {
       return failure(path, "No space left on device");
     }
   }

@@ -14,26 +14,26 @@
 
 namespace vrel::simulation {
 
-/// A disk in memory, whose power can fail in the middle of a write.
+/// A disk in memory, with simulated power cuts.
 ///
-/// Everything that changes the disk is made of steps, which are counted. An in-place write empties the file in one step
-/// and brings the bytes in several more; an atomic one does so beside the file and puts it in place in a last one.
+/// Every change of the disk consists of counted steps. An in-place write truncates the file in one step and writes the
+/// bytes in several more; an atomic write does so in a temporary file and renames it in a last step.
 class SimulatedFileManager : public FileManager {
  public:
   std::map<std::filesystem::path, std::string> files;
   std::set<std::filesystem::path> directories{"/"};
-  std::map<std::filesystem::path, std::filesystem::path> links;  // that canonicalPath follows
+  std::map<std::filesystem::path, std::filesystem::path> links;  // followed by canonicalPath
   std::set<std::filesystem::path> unreadable;                    // files
-  std::set<std::filesystem::path> readOnly;        // files, and directories in which nothing can be made or removed
-  std::optional<std::size_t> freeBytes;            // for writes from now on; none: endless
-  std::optional<std::size_t> stepsBeforePowerCut;  // none: the power stays
+  std::set<std::filesystem::path> readOnly;                      // files, and directories whose entries cannot change
+  std::optional<std::size_t> freeBytes;                          // for writes from now on; none: unlimited
+  std::optional<std::size_t> stepsBeforePowerCut;                // none: no power cut
   std::size_t stepsTaken = 0;
 
-  /// Puts a file there, with the directories above it.
+  /// Adds a file, with its parent directories.
   void place(const std::filesystem::path& path, const std::string& bytes);
   void placeDirectory(const std::filesystem::path& path);
 
-  /// Once the power is cut nothing is read or changed any more, until it is back.
+  /// After a power cut nothing can be read or changed until the power is restored.
   [[nodiscard]] bool isPowerCut() const { return stepsBeforePowerCut && stepsTaken >= *stepsBeforePowerCut; }
   void bringPowerBack() { stepsBeforePowerCut.reset(); }
 

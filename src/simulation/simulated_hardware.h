@@ -12,7 +12,7 @@
 
 namespace vrel::simulation {
 
-/// Audio devices as a test lays them out; records what is set, as lines like "device 2".
+/// Audio devices defined by a test; records what is set, as lines like "device 2".
 class SimulatedAudioHardware : public AudioHardware {
  public:
   struct Device {
@@ -53,7 +53,7 @@ class SimulatedAudioHardware : public AudioHardware {
   }
 
   std::vector<Device> list;
-  std::vector<AudioObjectID> vanishing;  // listed still, and gone when they are asked for anything
+  std::vector<AudioObjectID> vanishing;  // still listed, but every query fails
   AudioObjectID defaultDevice = 0;
   bool listFails = false;
   OSStatus deviceStatus = 0;

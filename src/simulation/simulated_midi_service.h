@@ -12,7 +12,7 @@
 
 namespace vrel::simulation {
 
-/// MIDI sources as a test lays them out. The test plays the service's thread by `send` and `notify`.
+/// MIDI sources defined by a test, which acts as the service's thread by `send` and `notify`.
 class SimulatedMIDIService : public MIDIService {
  public:
   OSStatus MIDIClientCreateWithBlock(const std::string& name, NotifyBlock notifyBlock, MIDIClientRef& client) override {
@@ -40,13 +40,13 @@ class SimulatedMIDIService : public MIDIService {
     record.push_back("dispose client " + std::to_string(client));
   }
 
-  /// Hands over one packet list.
+  /// Delivers one packet list.
   void send(const std::vector<std::vector<std::uint8_t>>& packets) const {
     const std::vector<MIDIPacket> list(packets.begin(), packets.end());
     read(list);
   }
 
-  std::vector<std::optional<std::string>> sources;  // their names; none can not be read
+  std::vector<std::optional<std::string>> sources;  // their names; none: unreadable
   OSStatus clientStatus = 0;
   OSStatus portStatus = 0;
   OSStatus connectStatus = 0;

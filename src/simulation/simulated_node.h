@@ -9,13 +9,13 @@
 
 namespace vrel::simulation {
 
-/// What all simulated nodes have: a name for the record, formats, and a tap that a test can feed.
+/// Common to all simulated nodes: a name for the record, formats, and a tap that a test can feed.
 class SimulatedNode {
  public:
   explicit SimulatedNode(std::string nodeName) : name(std::move(nodeName)) {}
   virtual ~SimulatedNode() = default;
 
-  /// Plays the tap thread; false when no tap is installed.
+  /// Acts as the tap thread; false when no tap is installed.
   bool feedTap(const AVAudioPCMBuffer& buffer) const {
     if (tap) {
       tap(buffer);

@@ -13,8 +13,8 @@
 
 namespace vrel::simulation {
 
-/// A player that plays nothing. It keeps what is asked of it, as lines like "segment 100 + 50", and what is
-/// scheduled waits until a test lets it be consumed.
+/// A player that plays nothing. It records calls, as lines like "segment 100 + 50"; scheduled segments wait
+/// until a test consumes them.
 class SimulatedPlayer : public SimulatedNodeOf<AVAudioPlayerNode> {
  public:
   struct Scheduled {
@@ -54,7 +54,7 @@ class SimulatedPlayer : public SimulatedNodeOf<AVAudioPlayerNode> {
   void setVolume(float linearGain) override { volume_ = linearGain; }
   [[nodiscard]] float volume() const override { return volume_; }
 
-  /// Plays the platform's thread: the oldest piece has been consumed. False when none is scheduled.
+  /// Acts as the platform's thread: consumes the oldest segment. False when none is scheduled.
   bool consumeOne() {
     if (scheduled.empty()) {
       return false;

@@ -10,7 +10,7 @@
 
 namespace vrel::simulation {
 
-/// Property lists without a format: the bytes are a ticket for a value kept here. Failures on demand.
+/// Property lists without a format: the bytes are a key to a value kept here. Failures on demand.
 class SimulatedPropertyLists : public NSPropertyListSerialization {
  public:
   Result<PropertyListData> dataFromPropertyList(const PropertyListDictionary& dictionary) override {
@@ -28,7 +28,7 @@ class SimulatedPropertyLists : public NSPropertyListSerialization {
     return entry->second;
   }
 
-  /// The bytes of any value, also of one that is no dictionary. Equal values give equal bytes.
+  /// The bytes of any value, a dictionary or not. Equal values have equal bytes.
   PropertyListData ticketFor(const PropertyListValue& value) {
     for (const auto& [ticket, known] : values_) {
       if (known == value) {
@@ -40,7 +40,7 @@ class SimulatedPropertyLists : public NSPropertyListSerialization {
     return ticket;
   }
 
-  /// When set, every serialisation fails with this.
+  /// When set, every encoding fails with this.
   std::optional<Error> failure;
 
  private:

@@ -14,7 +14,7 @@
 
 namespace vrel::simulation {
 
-/// One event as an instrument got it.
+/// One event as an instrument received it.
 struct RecordedEvent {
   int status;
   int data1;
@@ -23,8 +23,8 @@ struct RecordedEvent {
   bool operator==(const RecordedEvent&) const = default;
 };
 
-/// A plug-in that keeps what is done to it. `calls` has "host callbacks", "state" and "reset", in order;
-/// so has the record of a graph that `alsoTells` points to, among what is done there.
+/// A plug-in that records its calls. `calls` has "host callbacks", "state" and "reset", in order; so has the
+/// record of a graph that `graphRecord` points to, among the graph's own entries.
 class ScriptedUnitCore : public AUAudioUnit {
  public:
   std::optional<PropertyListDictionary> fullStateForDocument() override {
@@ -48,8 +48,8 @@ class ScriptedUnitCore : public AUAudioUnit {
 
   void note(const std::string& call) {
     calls.push_back(call);
-    if (alsoTells != nullptr) {
-      alsoTells->push_back(call);
+    if (graphRecord != nullptr) {
+      graphRecord->push_back(call);
     }
   }
 
@@ -60,10 +60,10 @@ class ScriptedUnitCore : public AUAudioUnit {
   int documentStateReads = 0;
   int presetStateReads = 0;
   std::vector<std::string> calls;
-  std::vector<std::string>* alsoTells = nullptr;
+  std::vector<std::string>* graphRecord = nullptr;
 };
 
-/// A low-level handle that keeps what it was told, and answers as told.
+/// A low-level handle that records its calls, and returns a given status.
 class ScriptedHandle : public AudioUnitHandle {
  public:
   OSStatus setHostCallbacks(const HostCallbackInfo& hostCallbackInfo) override {
@@ -87,7 +87,7 @@ class ScriptedUnit : public SimulatedNodeOf<AVAudioUnit> {
   std::optional<ScriptedHandle> handle;
 };
 
-/// A scripted instrument: records the exact events it got.
+/// A scripted instrument: records the exact events it received.
 class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
  public:
   using SimulatedNodeOf::SimulatedNodeOf;
@@ -109,7 +109,7 @@ class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
   float volume_ = 1.0F;
 };
 
-/// Answers no instantiation by itself: requests wait until the test answers them, in any order.
+/// Requests for plug-ins wait until the test answers them, in any order.
 class ScriptedUnitFactory : public AudioUnitFactory {
  public:
   struct Request {
@@ -128,7 +128,7 @@ class ScriptedUnitFactory : public AudioUnitFactory {
     requests.push_back({description, options, true, std::move(completionHandler)});
   }
 
-  /// Answers the request at `index` and takes it off the list. A node made here is named "instrument N"
+  /// Answers the request at `index` and removes it. A node made here is named "instrument N"
   /// or "effect N" in the order of answers.
   std::shared_ptr<ScriptedInstrument> answerWithInstrument(std::size_t index = 0);
   std::shared_ptr<ScriptedUnit> answerWithUnit(std::size_t index = 0);

@@ -13,7 +13,7 @@
 
 namespace vrel::simulation {
 
-/// What was asked of one player and of what belongs to it, in words, in order.
+/// The calls of one player and its parts, as text, in order.
 using VideoCalls = std::vector<std::string>;
 
 class SimulatedAsset : public AVURLAsset {
@@ -38,10 +38,10 @@ class SimulatedItem : public AVPlayerItem {
   void setPreferredForwardBufferDuration(double seconds) override { forwardBuffer = seconds; }
 
   const std::shared_ptr<AVURLAsset> asset;
-  double forwardBuffer = 0;  // seconds; 0 is as the platform thinks fit
+  double forwardBuffer = 0;  // seconds; 0 is the platform's choice
 };
 
-/// Shows no pictures; it remembers what was asked of it.
+/// Shows no pictures; records its calls.
 class SimulatedQueuePlayer : public AVQueuePlayer {
  public:
   void setActionAtItemEnd(AVPlayerActionAtItemEnd action) override {
@@ -70,7 +70,7 @@ class SimulatedQueuePlayer : public AVQueuePlayer {
   std::shared_ptr<SimulatedItem> item;
 };
 
-/// Files that a test lays out by path. Assets load when the test says so.
+/// Files that a test adds by path. Assets load when the test says so.
 class SimulatedVideos : public VideoFactory {
  public:
   bool fileExistsAtPath(const std::string& path) override { return paths.count(path) > 0; }
@@ -93,7 +93,7 @@ class SimulatedVideos : public VideoFactory {
     return std::make_shared<AVPlayerLooper>();
   }
 
-  /// Lets all assets that were asked to load say that they have.
+  /// Completes all pending loads of assets.
   void finishLoads() {
     for (const auto& completion : std::exchange(pendingLoads, {})) {
       completion();

@@ -43,7 +43,7 @@ class CrankedMainQueue::Timer : public RepeatingTimer {
 };
 
 void CrankedMainQueue::sync(const Work& /*work*/) {
-  std::fputs("CrankedMainQueue: somebody waits for the main queue\n", stderr);
+  std::fputs("CrankedMainQueue: sync is not allowed on the main queue\n", stderr);
   std::abort();
 }
 

@@ -14,7 +14,7 @@
 
 namespace vrel::simulation {
 
-/// A clock that stands until a test moves it. One host tick is one nanosecond.
+/// A clock that only a test advances. One host tick is one nanosecond.
 class VirtualClock : public HostClock {
  public:
   [[nodiscard]] std::uint64_t AudioGetCurrentHostTime() const override { return nanoseconds_; }
@@ -31,13 +31,13 @@ class VirtualClock : public HostClock {
   std::uint64_t nanoseconds_ = 1'000'000'000;  // not 0, so that a time of 0 means never
 };
 
-/// A serial queue whose work runs when the test turns the crank. `sync` first runs what is before it.
+/// A serial queue whose work runs when the test cranks it. `sync` first runs what is before it.
 class CrankedQueue : public DispatchQueue {
  public:
   void async(Work work) override { pending_.push_back(std::move(work)); }
   void sync(const Work& work) override;
 
-  /// Runs the oldest piece; false when there is none.
+  /// Runs the oldest work item; false when there is none.
   bool runOne();
   void runAll();
   [[nodiscard]] std::size_t pendingCount() const { return pending_.size(); }
@@ -52,16 +52,16 @@ class CrankedMainQueue : public MainQueue {
   explicit CrankedMainQueue(VirtualClock& clock) : clock_(clock) {}
 
   void async(Work work) override { ready_.async(std::move(work)); }
-  /// Nobody waits for the main queue: a programming fault, and fatal.
+  /// Not allowed on the main queue: a programming error, and fatal.
   void sync(const Work& work) override;
   void asyncAfter(double seconds, Work work) override;
   std::unique_ptr<RepeatingTimer> repeatingTimer(double intervalSeconds, Work work) override;
 
   bool runOne() { return ready_.runOne(); }
   [[nodiscard]] std::size_t pendingCount() const { return ready_.pendingCount(); }
-  /// Runs all that is ready, and what that posts, with the clock standing.
+  /// Runs all that is ready, and what that posts, without advancing the clock.
   void runAll() { ready_.runAll(); }
-  /// Moves the clock on, firing what falls due on the way, each at its own time.
+  /// Advances the clock, firing what is due on the way, each at its own time.
   void advance(double seconds);
 
  private:
@@ -78,12 +78,12 @@ class CrankedMainQueue : public MainQueue {
   std::multimap<std::uint64_t, Work> delayed_;  // by due time, nanoseconds; equal times in order of arrival
 };
 
-/// Keeps the queues it made reachable by label.
+/// Makes queues that a test can find by label.
 class CrankedQueueFactory : public DispatchQueueFactory {
  public:
   std::unique_ptr<DispatchQueue> makeSerialQueue(const std::string& label) override;
 
-  /// The queue of this label; making it must have come first, and it must still be held.
+  /// The queue of this label, which must have been made and not destroyed.
   [[nodiscard]] CrankedQueue& queue(const std::string& label) { return *queues_.at(label); }
 
  private:

@@ -21,6 +21,7 @@ namespace vrel {
 namespace {
 
 using nlohmann::json;
+using testing::Eq;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -111,42 +112,41 @@ TEST(BadSetlist, ANullAmongRecordsFails) {
 }
 
 TEST(BadSetlist, NumbersOutOfWidthFail) {
-  EXPECT_EQ(channelFailure(R"("min_note": 300)"), "songs[2].channels[0].min_note: 300 does not fit 0 to 255");
-  EXPECT_EQ(channelFailure(R"("min_note": 256.0)"), "songs[2].channels[0].min_note: 256.0 does not fit 0 to 255");
-  EXPECT_EQ(channelFailure(R"("max_note": -1)"), "songs[2].channels[0].max_note: -1 does not fit 0 to 255");
-  EXPECT_EQ(channelFailure(R"("transpose": 128)"), "songs[2].channels[0].transpose: 128 does not fit -128 to 127");
-  EXPECT_EQ(channelFailure(R"("transpose": -129)"), "songs[2].channels[0].transpose: -129 does not fit -128 to 127");
-  EXPECT_THAT(failureOf(R"({"songs": [{"tempo_bpm": -1}]})"), StartsWith("songs[0].tempo_bpm: -1 does not fit"));
-  EXPECT_THAT(failureOf(R"({"songs": [{"tempo_bpm": 4294967296}]})"), HasSubstr("does not fit 0 to 4294967295"));
+  EXPECT_EQ(channelFailure(R"("min_note": 300)"), "songs[2].channels[0].min_note: 300 is out of range 0 to 255");
+  EXPECT_EQ(channelFailure(R"("min_note": 256.0)"), "songs[2].channels[0].min_note: 256.0 is out of range 0 to 255");
+  EXPECT_EQ(channelFailure(R"("max_note": -1)"), "songs[2].channels[0].max_note: -1 is out of range 0 to 255");
+  EXPECT_EQ(channelFailure(R"("transpose": 128)"), "songs[2].channels[0].transpose: 128 is out of range -128 to 127");
+  EXPECT_EQ(channelFailure(R"("transpose": -129)"), "songs[2].channels[0].transpose: -129 is out of range -128 to 127");
+  EXPECT_THAT(failureOf(R"({"songs": [{"tempo_bpm": -1}]})"), StartsWith("songs[0].tempo_bpm: -1 is out of range"));
+  EXPECT_THAT(failureOf(R"({"songs": [{"tempo_bpm": 4294967296}]})"), HasSubstr("is out of range 0 to 4294967295"));
   EXPECT_THAT(failureOf(R"({"version": 1e30})"), StartsWith("version: "));
   for (const char* index : {"9223372036854775808", "-9223372036854775809", "18446744073709551616", "1e19"}) {
     const json::json_pointer place("/songs/0/midi_control_assignments/0/target/channelIndex");
     const json value = json::parse(index);
-    EXPECT_THAT(failureOf(sampleWith(place, &value)), HasSubstr("does not fit")) << index;
+    EXPECT_THAT(failureOf(sampleWith(place, &value)), HasSubstr("is out of range")) << index;
   }
 }
 
 TEST(BadSetlist, FractionsAreNoWholeNumbers) {
-  EXPECT_EQ(channelFailure(R"("min_note": 60.5)"), "songs[2].channels[0].min_note: 60.5 is no whole number");
-  EXPECT_THAT(failureOf(R"({"songs": [{"tempo_bpm": 0.1}]})"), HasSubstr("is no whole number"));
+  EXPECT_EQ(channelFailure(R"("min_note": 60.5)"), "songs[2].channels[0].min_note: 60.5 is not an integer");
+  EXPECT_THAT(failureOf(R"({"songs": [{"tempo_bpm": 0.1}]})"), HasSubstr("is not an integer"));
 }
 
 TEST(BadSetlist, FloatsThatNeedMoreThanThirtyTwoBitsFail) {
   EXPECT_THAT(channelFailure(R"("volume": 3.5e38)"), StartsWith("songs[2].channels[0].volume: "));
-  EXPECT_THAT(channelFailure(R"("gain": -1e39)"), HasSubstr("does not fit a 32-bit number"));
+  EXPECT_THAT(channelFailure(R"("gain": -1e39)"), HasSubstr("is out of range for a 32-bit number"));
   EXPECT_THAT(channelFailure(R"("color": [0, 0, 1e300])"), StartsWith("songs[2].channels[0].color[2]: "));
   EXPECT_FALSE(decodeSetlist(R"({"songs": [{"channels": [{"playback_end_time": 1e400}]}]})").ok());
 }
 
 TEST(BadSetlist, TruthIsNoNumber) {
   EXPECT_EQ(channelFailure(R"("mute": 1)"), "songs[2].channels[0].mute: expected true or false, found number");
-  EXPECT_EQ(channelFailure(R"("min_note": true)"),
-            "songs[2].channels[0].min_note: expected a whole number, found boolean");
+  EXPECT_EQ(channelFailure(R"("min_note": true)"), "songs[2].channels[0].min_note: expected an integer, found boolean");
 }
 
 TEST(BadSetlist, UnknownTextsOfEnumerationsFail) {
   EXPECT_THAT(channelFailure(R"("visual_clip_mappings": [{"trigger_mode": "Hold"}])"),
-              StartsWith("songs[2].channels[0].visual_clip_mappings[0].trigger_mode: "));
+              Eq("songs[2].channels[0].visual_clip_mappings[0].trigger_mode: unknown value 'Hold'"));
 }
 
 TEST(BadSetlist, WhatIsNoJsonFailsWithThePlace) {
@@ -194,6 +194,8 @@ TEST(BadSetlist, AnErrorStaysShortHoweverLongTheInput) {
   const std::string endless = "{\"name\": \"" + std::string(5'000'000, 'x');
   EXPECT_LT(failureOf(endless).size(), 400U);
   EXPECT_LT(failureOf("{\"name\": " + std::string(1'000'000, '7') + "x}").size(), 400U);
+  const std::string mode = R"("visual_clip_mappings": [{"trigger_mode": ")" + std::string(1'000'000, 'x') + "\"}]";
+  EXPECT_LT(channelFailure(mode).size(), 400U);
 }
 
 TEST(BadSetlist, NoPartOfABrokenDocumentIsKept) {

@@ -209,7 +209,7 @@ TEST_F(RecentFiles, APathThatIsNotUtf8IsLoggedAndDoesNotTouchTheFile) {
   files.place(recentPath, "[]");
   start().addRecentFile("/\xFF.vrel");
   EXPECT_EQ(state->recentFiles.get().size(), 1U);
-  EXPECT_THAT(console.lines, ElementsAre("Failed to save recent files: a path is no UTF-8"));
+  EXPECT_THAT(console.lines, ElementsAre("Failed to save recent files: a path is not valid UTF-8"));
   EXPECT_EQ(files.files[recentPath], "[]");
 }
 

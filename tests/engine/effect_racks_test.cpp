@@ -16,7 +16,7 @@ namespace {
 class KeepingQueue : public MainQueue {
  public:
   void async(Work work) override { kept.push_back(std::move(work)); }
-  void sync(const Work& /*work*/) override { FAIL() << "somebody waits for the main queue"; }
+  void sync(const Work& /*work*/) override { FAIL() << "sync is not allowed on the main queue"; }
   void asyncAfter(double /*seconds*/, Work work) override { kept.push_back(std::move(work)); }
   std::unique_ptr<RepeatingTimer> repeatingTimer(double /*intervalSeconds*/, Work /*work*/) override {
     return std::make_unique<RepeatingTimer>();
@@ -244,7 +244,7 @@ TEST_F(Racks, AnEffectIsToldTheTimeBeforeItIsAttachedAndGetsItsStateAfterwards) 
   slot.stateBase64 = base64Encode(propertyLists.ticketFor({PropertyListDictionary{{"depth", {0.5}}}}));
   engine->effects().restoreEffectSlots({slot}, strip.channel, resolver(), nullptr);
   const auto node = std::make_shared<simulation::ScriptedUnit>("chorus");
-  node->core.alsoTells = &graph().record;
+  node->core.graphRecord = &graph().record;
   units.answer(0, node, std::nullopt);
   graph().record.clear();
   mainQueue.runOne();
@@ -252,7 +252,7 @@ TEST_F(Racks, AnEffectIsToldTheTimeBeforeItIsAttachedAndGetsItsStateAfterwards) 
             (Lines{"stop", "host callbacks", "attach chorus", "state", "host callbacks", "reset", "start"}));
 
   const auto other = std::make_shared<simulation::ScriptedUnit>("other");
-  other->core.alsoTells = &graph().record;
+  other->core.graphRecord = &graph().record;
   graph().record.clear();
   engine->effects().replaceEffectSlot(*strip.channel, Uuid::fresh(), chorus, other, nullptr);
   graph().record.resize(3);

@@ -112,7 +112,7 @@ TEST_F(Loading, NeitherNodeNorErrorFailsWithoutALine) {
 TEST_F(Loading, ASavedStateGoesInBeforeTheNodeIsAttachedAndIsFollowedByAReset) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
-  node->core.alsoTells = &graph().record;
+  node->core.graphRecord = &graph().record;
   graph().record.clear();
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", stateText(saved));
   graph().record.resize(5);

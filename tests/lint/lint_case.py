@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""A small tree of files in a temporary folder, on which a checker is shown to pass and to fail."""
+"""A small source tree in a temporary folder, on which a checker must pass or fail."""
 
 import pathlib
 import sys
@@ -22,8 +22,8 @@ class LintCase(unittest.TestCase):
         file.parent.mkdir(parents=True, exist_ok=True)
         file.write_text(text, encoding="utf-8")
 
-    def assert_told(self, problems: list[str], *words: str) -> None:
-        """Exactly one problem, and it names all the words."""
+    def assert_reported(self, problems: list[str], *words: str) -> None:
+        """Exactly one problem, and it has all the words."""
         self.assertEqual(len(problems), 1, problems)
         for word in words:
             self.assertIn(word, problems[0])

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""check_format tells a file that is not formatted, and can mend it."""
+"""check_format reports an unformatted file, and can fix it."""
 
 import contextlib
 import io
@@ -28,14 +28,14 @@ class CheckFormat(lint_case.LintCase):
 
     def test_an_unformatted_file_fails_until_it_is_fixed(self):
         self.write("src/bad.h", "int  twice( int value );\n")
-        self.assert_told(self.problems(), "src/bad.h", "not formatted")
+        self.assert_reported(self.problems(), "src/bad.h", "not formatted")
         self.assertEqual(self.problems(fix=True), [])
         self.assertEqual(self.problems(), [])
         self.assertEqual((self.root / "src/bad.h").read_text(), "int twice(int value);\n")
 
     def test_a_broken_style_file_fails(self):
         self.write(".clang-format", "NoSuchOption: 1\n")
-        self.assert_told(self.problems(), "src/good.cpp")
+        self.assert_reported(self.problems(), "src/good.cpp")
 
 
 if __name__ == "__main__":

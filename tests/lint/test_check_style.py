@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Each rule of check_style is broken once, and must be told."""
+"""Breaks each rule of check_style once, which must be reported."""
 
 import unittest
 
@@ -26,18 +26,18 @@ class CheckStyle(lint_case.LintCase):
 
     def test_a_missing_licence_line_fails(self):
         self.write("src/thing.cpp", "\n" + HEAD)
-        self.assert_told(self.problems(), "src/thing.cpp:1", "licence")
+        self.assert_reported(self.problems(), "src/thing.cpp:1", "licence")
         self.write("src/thing.cpp", HEAD)
         self.write("tool.py", "#!/usr/bin/env python3\n")
-        self.assert_told(self.problems(), "tool.py:2", "licence")
+        self.assert_reported(self.problems(), "tool.py:2", "licence")
 
     def test_a_header_without_pragma_once_fails(self):
         self.write("src/thing.h", HEAD)
-        self.assert_told(self.problems(), "src/thing.h", "#pragma once")
+        self.assert_reported(self.problems(), "src/thing.h", "#pragma once")
 
     def test_using_namespace_in_a_header_fails(self):
         self.write("src/thing.h", HEAD + "#pragma once\nusing namespace std;\n")
-        self.assert_told(self.problems(), "src/thing.h:3", "using namespace")
+        self.assert_reported(self.problems(), "src/thing.h:3", "using namespace")
 
     def test_too_long_a_file_fails(self):
         header = HEAD + "#pragma once\n"
@@ -45,10 +45,10 @@ class CheckStyle(lint_case.LintCase):
         self.write("src/thing.cpp", HEAD + "\n" * (check_style.MOST_SOURCE_LINES - 1))
         self.assertEqual(self.problems(), [])
         self.write("src/thing.h", header + "\n" * (check_style.MOST_HEADER_LINES - 1))
-        self.assert_told(self.problems(), "src/thing.h", "221 lines")
+        self.assert_reported(self.problems(), "src/thing.h", "221 lines")
         self.write("src/thing.h", header)
         self.write("src/thing.cpp", HEAD + "\n" * check_style.MOST_SOURCE_LINES)
-        self.assert_told(self.problems(), "src/thing.cpp", "501 lines")
+        self.assert_reported(self.problems(), "src/thing.cpp", "501 lines")
 
     def test_forbidden_words_fail(self):
         for word in ("TO" + "DO", "FIX" + "ME", "XX" + "X", "see Pa" + "rt 2.1", "in spec" + ".md",
@@ -57,22 +57,32 @@ class CheckStyle(lint_case.LintCase):
                 with self.subTest(word=word, path=path):
                     before = HEAD if path.endswith(".cpp") else "\n"
                     self.write(path, before + f"{mark}{word}\n")
-                    self.assert_told(self.problems(), f"{path}:2", "forbidden")
+                    self.assert_reported(self.problems(), f"{path}:2", "forbidden")
                     self.write(path, before)
 
-    def test_loose_maths_fails_wherever_flags_stand(self):
+    def test_fast_math_flags_fail_wherever_flags_are_set(self):
         for flag in ("-f" + "fast-math", "-Of" + "ast", "-ffinite-math" + "-only", "-funsafe-math" + "-optimizations"):
             for path in ("CMakeLists.txt", "CMakePresets.json", "src/foundation/CMakeLists.txt"):
                 with self.subTest(flag=flag, path=path):
                     self.write(path, f"add_compile_options({flag})\n")
-                    self.assert_told(self.problems(), f"{path}:1", "maths")
+                    self.assert_reported(self.problems(), f"{path}:1", "fast-math")
                     self.write(path, "\n")
+
+    def test_a_platform_name_without_a_row_in_the_glossary_fails(self):
+        for name, declaration in (("AVThing", "class AVThing {\n};"), ("NSThing", "struct NSThing final {\n};"),
+                                  ("ThingKind", "enum class ThingKind { one };"), ("ThingRef", "using ThingRef = int;")):
+            with self.subTest(name):
+                self.write("src/platform/thing.h", f"{HEAD}#pragma once\nclass Forward;\n{declaration}\n")
+                self.write("docs/glossary.md", "`Another`\n")
+                self.assert_reported(self.problems(), "src/platform/thing.h", name, "glossary")
+                self.write("docs/glossary.md", f"| `Another`, `{name}` | a thing |\n")
+                self.assertEqual(self.problems(), [])
 
     def test_a_script_without_a_suffix_is_a_script(self):
         self.write("run", "#!/bin/sh\n# TO" + "DO\n")
-        told = "\n".join(self.problems())
-        self.assertIn("run:2: the licence line", told)
-        self.assertIn("run:2: forbidden", told)
+        text = "\n".join(self.problems())
+        self.assertIn("run:2: the licence line", text)
+        self.assertIn("run:2: forbidden", text)
 
     def test_data_is_left_alone(self):
         self.write("fuzz/corpus/sample", "TO" + "DO\n")

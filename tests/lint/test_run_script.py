@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""What ./run does with a display and without one, with stand-ins for all that it starts."""
+"""What ./run does with a display and without one, with stubs for all that it starts."""
 
 import json
 import os
@@ -13,7 +13,7 @@ import unittest
 RUN = pathlib.Path(__file__).resolve().parents[2] / "run"
 
 LIBRARY = 'build() { echo "build $*"; }\n'
-STAND_IN = '#!/bin/sh\necho "$(basename "$0") $*"\n'
+STUB = '#!/bin/sh\necho "$(basename "$0") $*"\n'
 X_SERVER = '#!/bin/sh\ntest "$DISPLAY" = :7\n'
 
 
@@ -26,7 +26,7 @@ class RunScript(unittest.TestCase):
         self.write("tree/tools/shell_library.sh", LIBRARY)
         for program in ("tools/install_packages.sh", "build/release/apps/vrel/vrel",
                         "build/release/apps/vrel-render/vrel-render"):
-            self.write("tree/" + program, STAND_IN)
+            self.write("tree/" + program, STUB)
         self.write("bin/xdotool", X_SERVER)
         shutil.copy(RUN, self.root / "run")
         self.recent = self.folder / "home/.local/state/vrel/recent_setlists.json"
@@ -57,7 +57,7 @@ class RunScript(unittest.TestCase):
         self.assert_renders_demo(self.run_with())
         self.assert_renders_demo(self.run_with(DISPLAY="", WAYLAND_DISPLAY=""))
 
-    def test_a_display_that_nobody_answers_for_is_none(self):
+    def test_a_display_that_no_server_answers_is_ignored(self):
         self.assert_renders_demo(self.run_with(DISPLAY=":99"))
         self.assert_renders_demo(self.run_with(WAYLAND_DISPLAY="wayland-0", XDG_RUNTIME_DIR=str(self.folder)))
 
@@ -78,11 +78,11 @@ class RunScript(unittest.TestCase):
         self.run_with(DISPLAY=":7")
         self.assertEqual(self.recent.read_text(encoding="utf-8"), "[]")
 
-    def test_the_recent_setlists_stand_where_the_program_looks(self):
+    def test_the_recent_setlists_are_where_the_program_looks(self):
         self.run_with(DISPLAY=":7", XDG_STATE_HOME=str(self.folder / "state"))
         self.assertTrue((self.folder / "state/vrel/recent_setlists.json").exists())
         self.assertFalse(self.recent.exists())
-        # The program passes over a place that is not told in full.
+        # The program ignores a relative path.
         self.run_with(DISPLAY=":7", XDG_STATE_HOME="state")
         self.assertTrue(self.recent.exists())
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""The compiler accepts code that keeps to its thread's role, and refuses each way of breaking it.
+"""The compiler accepts code that keeps to its thread's role, and refuses each violation.
 
 Files named good_* must compile. Files named bad_* must be refused with the words of their `fails:` line.
 """

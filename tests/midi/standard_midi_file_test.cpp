@@ -203,9 +203,9 @@ TEST(StandardMidiFile, SystemExclusiveIsPassedOver) {
 
 TEST(StandardMidiFile, SystemExclusiveAndMetaEventsEndTheRunningStatus) {
   EXPECT_EQ(trackFailure(TrackWriter().note(0, 60).raw(0, {0xF0, 1, 0xF7}).raw(0, {61, 2}).end()),
-            "byte 31: a data byte with no status before it");
+            "byte 31: data byte without a running status");
   EXPECT_THAT(trackFailure(TrackWriter().note(0, 60).meta(0, 0x05, "").raw(0, {61, 2}).end()),
-              HasSubstr("a data byte with no status before it"));
+              HasSubstr("data byte without a running status"));
 }
 
 TEST(StandardMidiFile, UnknownChunksAndALongerHeaderArePassedOver) {
@@ -272,7 +272,8 @@ TEST(BadMidiFile, ALengthThatHidesTheNextTrackFails) {
   const FileBytes second = MidiFileWriter(1, 2, 480).track(TrackWriter().end()).bytes();
   FileBytes first = TrackWriter().end().bytes();
   first.insert(first.end(), second.begin() + 14, second.end());
-  EXPECT_THAT(failureOf(MidiFileWriter(1, 2, 480).chunk("MTrk", first).bytes()), HasSubstr("ends after 1 of 2 tracks"));
+  EXPECT_THAT(failureOf(MidiFileWriter(1, 2, 480).chunk("MTrk", first).bytes()),
+              HasSubstr("unexpected end of file after 1 of 2 tracks"));
 }
 
 TEST(BadMidiFile, LyingEventLengthsFail) {
@@ -287,26 +288,26 @@ TEST(BadMidiFile, ALongVariableLengthNumberFails) {
   FileBytes bytes = track.bytes();
   bytes.insert(bytes.end(), {0x80, 0x80, 0x80, 0x80, 0x00, 0x90, 60, 1, 0, 0xFF, 0x2F, 0});
   EXPECT_EQ(failureOf(MidiFileWriter(0, 1, 480).chunk("MTrk", bytes).bytes()),
-            "byte 30: a variable-length number has more than four bytes");
+            "byte 30: variable-length quantity of more than four bytes");
 }
 
 TEST(BadMidiFile, BytesOutOfPlaceFail) {
-  EXPECT_EQ(trackFailure(TrackWriter().raw(0, {60, 1}).end()), "byte 23: a data byte with no status before it");
-  EXPECT_EQ(trackFailure(TrackWriter().raw(0, {0x90, 0x90, 1}).end()), "byte 24: a status byte where data belongs");
-  EXPECT_EQ(trackFailure(TrackWriter().raw(0, {0x90, 1, 0x80}).end()), "byte 25: a status byte where data belongs");
+  EXPECT_EQ(trackFailure(TrackWriter().raw(0, {60, 1}).end()), "byte 23: data byte without a running status");
+  EXPECT_EQ(trackFailure(TrackWriter().raw(0, {0x90, 0x90, 1}).end()), "byte 24: status byte where data is expected");
+  EXPECT_EQ(trackFailure(TrackWriter().raw(0, {0x90, 1, 0x80}).end()), "byte 25: status byte where data is expected");
   for (const std::uint8_t status : FileBytes{0xF1, 0xF2, 0xF3, 0xF6, 0xF8, 0xFA, 0xFE}) {
-    EXPECT_EQ(trackFailure(TrackWriter().raw(0, {status, 0}).end()), "byte 23: a system message that no file may hold");
+    EXPECT_EQ(trackFailure(TrackWriter().raw(0, {status, 0}).end()), "byte 23: system message that a file cannot hold");
   }
 }
 
 TEST(BadMidiFile, ATrackNeedsItsEnd) {
-  EXPECT_EQ(trackFailure(TrackWriter().note(0, 60)), "byte 26: the track has no end-of-track event");
+  EXPECT_EQ(trackFailure(TrackWriter().note(0, 60)), "byte 26: track without an End of Track event");
 }
 
 TEST(BadMidiFile, ATempoMustMakeSense) {
-  EXPECT_THAT(trackFailure(TrackWriter().tempo(0, 0).end()), StartsWith("byte 26: a tempo"));
-  EXPECT_THAT(trackFailure(TrackWriter().meta(0, 0x51, "ab").end()), StartsWith("byte 26: a tempo"));
-  EXPECT_THAT(trackFailure(TrackWriter().meta(0, 0x51, "abcd").end()), StartsWith("byte 26: a tempo"));
+  EXPECT_THAT(trackFailure(TrackWriter().tempo(0, 0).end()), StartsWith("byte 26: invalid tempo"));
+  EXPECT_THAT(trackFailure(TrackWriter().meta(0, 0x51, "ab").end()), StartsWith("byte 26: invalid tempo"));
+  EXPECT_THAT(trackFailure(TrackWriter().meta(0, 0x51, "abcd").end()), StartsWith("byte 26: invalid tempo"));
 }
 
 TEST(BadMidiFile, FormatTwoIsRefusedByName) {
@@ -329,7 +330,7 @@ TEST(BadMidiFile, AnotherKindOfFileFails) {
 
 TEST(BadMidiFile, MissingTracksAreCounted) {
   EXPECT_THAT(failureOf(MidiFileWriter(1, 3, 480).track(TrackWriter().end()).bytes()),
-              HasSubstr("the file ends after 1 of 3 tracks"));
+              HasSubstr("unexpected end of file after 1 of 3 tracks"));
 }
 
 // What the fuzzer started from, and what it once found, stays readable or refused without harm.

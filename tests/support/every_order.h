@@ -9,13 +9,13 @@
 
 namespace vrel {
 
-/// Leads a scenario through every order in which things can happen.
+/// Runs a scenario in every order in which events can happen.
 ///
-/// The scenario asks `choose` wherever more than one thing could be next, and does what it is told.
-/// It runs once for each sequence of answers that it can get; its course must depend on nothing else.
+/// The scenario calls `choose` wherever more than one event could be next, and follows the result.
+/// It runs once for each sequence of choices; it must depend on nothing else.
 class EveryOrder {
  public:
-  /// The next of `count` ways, from 0 on. `count` is at least 1.
+  /// A choice from 0 to `count` - 1. `count` is at least 1.
   [[nodiscard]] std::size_t choose(std::size_t count) {
     if (depth_ == path_.size()) {
       path_.push_back({0, count});
@@ -23,7 +23,7 @@ class EveryOrder {
     return path_[depth_++].way;
   }
 
-  /// The answers of this run, to find it again.
+  /// The choices of this run, to reproduce it.
   [[nodiscard]] std::string path() const {
     std::string text;
     for (const auto& step : path_) {

@@ -13,17 +13,17 @@ namespace vrel {
 /// How an instantiation ends.
 enum class Ending { node, error, neither };
 
-/// Things that the order may bring about at any time, each once.
+/// Events that the order may trigger at any time, each once.
 using Happenings = std::vector<std::function<void()>>;
 
-/// Brings about an answer to every request, by `answer(index, ending)`, and every happening, in the order
-/// that is told, until there is none left. After each, all that has been posted runs. The machine has
-/// `units.requests`, which shrink by an answer, and `settle()`.
-template <typename Machine, typename Answer>
-void answerInOrder(Machine& machine, EveryOrder& order, Happenings happenings, const std::vector<Ending>& endings,
+/// Answers every request, by `answer(index, ending)`, and triggers every happening, in the given order,
+/// until there is none left. After each, all posted work runs. The stage has `units.requests`, which
+/// shrink by an answer, and `settle()`.
+template <typename Stage, typename Answer>
+void answerInOrder(Stage& stage, EveryOrder& order, Happenings happenings, const std::vector<Ending>& endings,
                    Answer answer) {
-  while (!machine.units.requests.empty() || !happenings.empty()) {
-    const auto answers = machine.units.requests.size() * endings.size();
+  while (!stage.units.requests.empty() || !happenings.empty()) {
+    const auto answers = stage.units.requests.size() * endings.size();
     const auto way = order.choose(answers + happenings.size());
     if (way < answers) {
       answer(way / endings.size(), endings[way % endings.size()]);
@@ -33,7 +33,7 @@ void answerInOrder(Machine& machine, EveryOrder& order, Happenings happenings, c
       happenings.erase(happening);
       work();
     }
-    machine.settle();
+    stage.settle();
   }
 }
 

@@ -13,7 +13,7 @@
 
 namespace vrel {
 
-/// A session with a song switch on an engine that a test has made. No plug-ins are found until the test says so.
+/// A session with a song switch on an engine made by a test. The scan finds no plug-ins until the test adds them.
 struct SessionOn {
   SessionOn(AudioEngine& engine, MainQueue& mainQueue, const HostClock& clock, ConsoleOutput& console)
       : state({defaults, components, mainQueue, console, files}, "/home/me/recent_setlists.json"),

@@ -24,7 +24,7 @@ inline ChannelConfig record(const std::string& name, const std::string& path,
   return config;
 }
 
-/// A session with a song switch on a simulated machine that has a piano, an organ and a chorus.
+/// A session with a song switch on the simulated platform with a piano, an organ and a chorus.
 class SimulatedSession : public SimulatedStage, protected SessionOn {
  protected:
   SimulatedSession() : SessionOn(*engine, mainQueue, clock, console) {
@@ -47,7 +47,7 @@ class SimulatedSession : public SimulatedStage, protected SessionOn {
     state.songs.modify([&](std::vector<SongConfig>& songs) { change(songs[index]); });
   }
 
-  /// Answers everything that is asked for until nothing is.
+  /// Answers requests until none is left.
   void answerAll() {
     settle();
     while (!units.requests.empty()) {

@@ -21,7 +21,7 @@ namespace vrel {
 using Lines = std::vector<std::string>;
 using Events = std::vector<simulation::RecordedEvent>;
 
-/// An engine on a simulated machine, started, on virtual time.
+/// A started engine on the simulated platform, on virtual time.
 struct SimulatedMachine {
   SimulatedMachine() { mainQueue.runAll(); }
 
@@ -46,7 +46,7 @@ struct SimulatedMachine {
     return strip;
   }
 
-  /// A slot whose node is a scripted effect in the channel's rack. Not wired yet.
+  /// A slot whose node is a scripted effect in the channel's rack. Not connected yet.
   std::shared_ptr<simulation::ScriptedUnit> addEffect(AudioChannel& channel, const std::string& name) {
     auto node = std::make_shared<simulation::ScriptedUnit>(name);
     auto slot = addEmptySlot(channel, "aucd:1635083896:1:2");
@@ -57,7 +57,7 @@ struct SimulatedMachine {
     return node;
   }
 
-  /// A slot that names a plug-in and has no node.
+  /// A slot with a plug-in path and no node.
   AudioPluginSlot addEmptySlot(AudioChannel& channel, const std::string& path) {
     AudioPluginSlot slot;
     slot.pluginPath = path;
@@ -89,7 +89,7 @@ struct SimulatedMachine {
       AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console});
 };
 
-/// A test that plays on one such machine.
+/// A test with such a stage.
 class SimulatedStage : public testing::Test, protected SimulatedMachine {};
 
 }  // namespace vrel

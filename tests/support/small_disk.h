@@ -7,7 +7,7 @@
 
 namespace vrel {
 
-/// While it lives, no file of this process takes more than so many bytes.
+/// While it lives, no file of this process can grow beyond the given number of bytes.
 class SmallDisk {
  public:
   explicit SmallDisk(rlim_t bytes) : formerAction_(std::signal(SIGXFSZ, SIG_IGN)) {

@@ -24,7 +24,7 @@ def check_tree(root: pathlib.Path, clang_format: str, fix: bool, only: list[path
                 file.write_bytes(result.stdout)
                 print(f"{path}: formatted")
             else:
-                problems.append(f"{path}: is not formatted; tools/lint/check_format.py --fix does it")
+                problems.append(f"{path}: is not formatted; run tools/lint/check_format.py --fix")
     return problems
 
 

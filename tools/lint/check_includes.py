@@ -14,7 +14,7 @@ import layers as layers_module
 import source_tree
 import third_party
 
-# Trees that stand above src/ and may use all of it.
+# Trees above src/, which may use all of it.
 UPPER_TREES = ("apps", "tests", "bench", "fuzz")
 
 
@@ -59,7 +59,7 @@ def check_tree(root: pathlib.Path) -> list[str]:
             reason = None
             if include.quoted:
                 reason = check_project_include(root, layers, text_path, include.name)
-            # A library's header stays a library's header whatever the marks around it.
+            # A library's header may be quoted or in angle brackets.
             reason = third_party.refusal(text_path, include.name, include.quoted) or reason
             if reason:
                 problems.append(f"{text_path}:{include.line}: \"{include.name}\" {reason}")

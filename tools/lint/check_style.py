@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Fails on what the compiler and the formatter do not see: heads of files, sizes, words, flags."""
+"""Fails on what the compiler and the formatter do not check: licence lines, sizes, words, flags, the glossary."""
 
 import argparse
 import pathlib
@@ -17,9 +17,11 @@ MOST_SOURCE_LINES = 500
 SCRIPT_SUFFIXES = {".py", ".sh", ".cmake"}
 WORD_SUFFIXES = source_tree.CODE_SUFFIXES | SCRIPT_SUFFIXES | {".md", ".json", ".qml", ".txt", ".yml", ".ttl"}
 WORD_LIST = "tools/lint/forbidden_words.txt"
+GLOSSARY = "docs/glossary.md"
+PLATFORM_NAME = re.compile(r"^(?:class|struct|enum class|using) (\w+)\b(?!;)", re.MULTILINE)
 
 USING_NAMESPACE = re.compile(r"^\s*using\s+namespace\b")
-# Written in two pieces, or this file would be the first to fail.
+# Split, or this file would fail its own check.
 FAST_MATHS = re.compile("-f" + r"fast-math\b|-Of" + r"ast\b|-ffinite-math" + r"-only\b|funsafe-math" + "-optimizations")
 FLAG_NAMES = {"CMakeLists.txt", "CMakePresets.json"}
 
@@ -53,9 +55,21 @@ def check_code(path: pathlib.Path, lines: list[str]) -> list[str]:
     return problems
 
 
+def check_glossary(root: pathlib.Path) -> list[str]:
+    """Every name of src/platform must have a row in the glossary."""
+    file = root / GLOSSARY
+    explained = set(re.findall(r"`(\w+)`", file.read_text(encoding="utf-8"))) if file.is_file() else set()
+    problems = []
+    for header in sorted((root / "src/platform").glob("*.h")):
+        for name in PLATFORM_NAME.findall(header.read_text(encoding="utf-8")):
+            if name not in explained:
+                problems.append(f"{header.relative_to(root)}: {name} has no row in {GLOSSARY}")
+    return problems
+
+
 def check_tree(root: pathlib.Path) -> list[str]:
     words = forbidden_words(root)
-    problems = []
+    problems = check_glossary(root)
     for path in source_tree.tree_files(root):
         content = (root / path).read_bytes()
         code = path.suffix in source_tree.CODE_SUFFIXES
@@ -71,7 +85,7 @@ def check_tree(root: pathlib.Path) -> list[str]:
         for number, line in enumerate(lines, start=1):
             problems += [f"{path}:{number}: forbidden: {word.pattern}" for word in words if word.search(line)]
             if has_flags and FAST_MATHS.search(line):
-                problems.append(f"{path}:{number}: maths must keep NaN and rounding as they are")
+                problems.append(f"{path}:{number}: fast-math flags change NaN and rounding")
     return problems
 
 

@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""The modules and their arrows, as the link lines of src/**/CMakeLists.txt tell them.
+"""The modules and their dependencies, from the link lines of src/**/CMakeLists.txt.
 
-The arrows stand nowhere else: whoever wants a new one adds it to a DEPENDS list, where review sees it.
+Dependencies are defined nowhere else: a new one is added to a DEPENDS list, where review sees it.
 """
 
 import dataclasses
 import pathlib
 import re
 
-# The logic stands on the platform's interfaces only, so it never sees what stands behind them.
+# The logic depends on the platform's interfaces only, never on their implementations.
 LOGIC_FOLDERS = ("document", "channel", "text", "engine", "midi", "performance", "playback", "visuals", "console", "shell")
 BEHIND_THE_PLATFORM = ("system", "simulation")
 
@@ -70,7 +70,7 @@ class Layers:
             modules += parse_modules(text, folder)
             for call in LINK_CALL.finditer(COMMENT.sub("", text)):
                 target, *linked = call.group(1).split()
-                stray_links += [f"src/{folder}/CMakeLists.txt: {target} is linked to {name} outside of vrel_module"
+                stray_links += [f"src/{folder}/CMakeLists.txt: {target} is linked to {name} outside vrel_module"
                                 for name in linked if name.startswith("vrel_")]
         return cls(modules, stray_links)
 
@@ -105,7 +105,7 @@ class Layers:
         """The modules a file below src/ can belong to.
 
         A source belongs to the module that lists it, a header to the module that lists the source of
-        its name. Where neither tells, every module of the folder comes into question.
+        its name. If neither applies, every module of the folder is possible.
         """
         folder = self.folder_of(path)
         if folder is None:
@@ -125,12 +125,12 @@ class Layers:
             for module in self.modules.values() if module.folder == folder for source in module.sources)
 
     def problems(self) -> list[str]:
-        """Faults of the arrows themselves: circles, and logic that leans on what is behind the platform."""
+        """Errors in the dependencies themselves: cycles, and logic that depends on an implementation."""
         found = list(self._stray_links)
         for name in sorted(self.modules):
             if name in self._links[name]:
-                found.append(f"src/{self.modules[name].folder}: {name} depends on itself in a circle")
-        found += self._folder_circles()
+                found.append(f"src/{self.modules[name].folder}: {name} depends on itself in a cycle")
+        found += self._folder_cycles()
         for name, module in sorted(self.modules.items()):
             if not any(is_within(module.folder, logic) for logic in LOGIC_FOLDERS):
                 continue
@@ -141,7 +141,7 @@ class Layers:
                                  f"(src/{folder})")
         return found
 
-    def _folder_circles(self) -> list[str]:
+    def _folder_cycles(self) -> list[str]:
         arrows: dict[str, set[str]] = {}
         for name, module in self.modules.items():
             arrows.setdefault(module.folder, set()).update(
@@ -156,5 +156,5 @@ class Layers:
                     seen.add(folder)
                     waiting += sorted(arrows.get(folder, set()))
             if start in seen:
-                found.append(f"src/{start}: the folder depends on itself in a circle")
+                found.append(f"src/{start}: the folder depends on itself in a cycle")
         return found

@@ -75,16 +75,16 @@ def fingerprint(unit: Unit, root: pathlib.Path, version: str) -> str:
 
 
 def check_unit(unit: Unit, build: pathlib.Path, clang_tidy: str) -> str | None:
-    """What clang-tidy has to say, or None when the unit is clean."""
+    """The findings of clang-tidy, or None when the unit is clean."""
     result = subprocess.run([clang_tidy, "-p", str(build), "--quiet", str(unit.file)],
                             capture_output=True, text=True, check=False)
     if result.returncode == 0:
         return None
-    return result.stdout.strip() or result.stderr.strip() or f"{unit.file}: clang-tidy ended with {result.returncode}"
+    return result.stdout.strip() or result.stderr.strip() or f"{unit.file}: clang-tidy exited with {result.returncode}"
 
 
 def check_tree(root, build, clang_tidy, jobs, cache) -> tuple[list[str], int]:
-    """The findings, and how many units were looked at anew."""
+    """The findings, and how many units were checked."""
     cache.mkdir(parents=True, exist_ok=True)
     version = subprocess.run([clang_tidy, "--version"], capture_output=True, text=True, check=True).stdout
     units = units_of(build, root)
@@ -113,7 +113,7 @@ def main() -> int:
     build = arguments.build.resolve()
     findings, looked_at = check_tree(arguments.root.resolve(), build, arguments.clang_tidy, arguments.jobs,
                                      build / "clang-tidy-cache")
-    print(f"clang-tidy: {looked_at} unit(s) looked at, the others unchanged since they were clean")
+    print(f"clang-tidy: {looked_at} unit(s) checked, the others unchanged since they were clean")
     return source_tree.report("run_clang_tidy", findings)
 
 

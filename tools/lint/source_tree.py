@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""What every checker needs of the source tree: which files belong to it, and what they include."""
+"""The files of the source tree and their includes, for every checker."""
 
 import dataclasses
 import os
@@ -58,7 +58,7 @@ def includes_of(path: pathlib.Path) -> list[Include]:
 
 
 def report(checker: str, problems: list[str]) -> int:
-    """Prints the problems, one a line, and gives the exit status."""
+    """Prints the problems, one per line, and returns the exit status."""
     for problem in problems:
         print(problem)
     if problems:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Clips: how soon a note shows one, and what decoding takes beside FFmpeg's own program on the same file.
+// Clips: latency from a note to the picture, and decoding time relative to the ffmpeg program on the same file.
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
@@ -26,7 +26,7 @@ namespace {
 
 constexpr int clipCount = 50;
 
-/// Two files of 1080 lines that differ only in their length, made once and gone at the end.
+/// Two files of 1080 lines that differ only in their length, made once and removed at the end.
 class Files {
  public:
   Files()
@@ -56,7 +56,7 @@ const Files& files() {
   return made;
 }
 
-/// 50 visual notes on one channel, all prepared, on a clock that stands.
+/// 50 visual notes on one channel, all prepared, on a stopped clock.
 struct Show {
   explicit Show(const std::string& path)
       : channel(std::make_shared<AudioChannel>("Clips", std::weak_ptr<ChannelMixer>())) {
@@ -126,7 +126,7 @@ double processorSeconds(int who) {
   return secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
 }
 
-// Both read the file from its opening to its end and make nothing of the pictures.
+// Both read the file from its opening to its end and discard the pictures.
 void decodeBesideFfmpeg(benchmark::State& state) {
   const auto path = files().shortOne();
   double own = 0;

@@ -9,7 +9,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-// Instruments that do next to nothing but weigh: each holds a level from its first block on and keeps 16 KiB of state.
+// Instruments with negligible DSP and large state: each outputs a constant level and keeps 16 KiB of state.
 
 #define BALLAST_URI "urn:vrel:bench:ballast"
 
@@ -33,7 +33,7 @@ static LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, con
     }
   }
   for (uint32_t at = 0; at < stateBytes; ++at) {
-    ballast->state[at] = (uint8_t)(at * 2654435761U >> 24U);  // such as does not compress
+    ballast->state[at] = (uint8_t)(at * 2654435761U >> 24U);  // incompressible
   }
   return ballast;
 }

@@ -7,8 +7,8 @@
 #include <time.h>
 #include <unistd.h>
 
-// A silent instrument that reports when it is played for the first time: the nanoseconds of the monotonic clock, in the
-// file that VREL_HERALD_FILE names.
+// A silent instrument that reports the time of its first block: nanoseconds of the monotonic clock, in the file that
+// VREL_HERALD_FILE names.
 
 typedef struct {
   float* outputs[2];

@@ -30,7 +30,7 @@ Outcome PacedNullDevice::start(BlockRenderer& renderer) {
   try {
     thread_ = std::thread([this, &renderer] { run(renderer); });
   } catch (const std::system_error& failure) {
-    return Error{std::string("the paced device has no thread: ") + failure.what()};
+    return Error{std::string("cannot start the thread of the paced device: ") + failure.what()};
   }
   return {};
 }

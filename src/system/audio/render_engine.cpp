@@ -110,7 +110,7 @@ Outcome RenderEngine::start() {
   }
   const double sampleRate = device_->sampleRate();
   if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate)) {
-    return Error{"the audio device has a sample rate of " + std::to_string(sampleRate) + ", which cannot be used"};
+    return Error{"unsupported sample rate of the audio device: " + std::to_string(sampleRate)};
   }
   graph_.setSampleRate(sampleRate);
   // The plan first: a device that begins to ask finds sound, not a gap.

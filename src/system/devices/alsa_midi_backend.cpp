@@ -106,7 +106,7 @@ Outcome AlsaMidiBackend::openReader(const std::string& key, unsigned port) {
     reader->setCallback(handOn, this);
     reader->openPort(port, portName_);
     if (!reader->isPortOpen()) {
-      return Error{"ALSA does not link to " + key};
+      return Error{"ALSA refused to connect " + key};
     }
     readers_.emplace(key, std::move(reader));
   } catch (const std::exception& failure) {

@@ -56,14 +56,14 @@ class JackStream final : public OutputStream {
 Outcome JackStream::open(const std::string& serverName) {
   client_ = JackClient::open("vrel", serverName, {.process = process, .owner = this});
   if (!client_) {
-    return Error{"no JACK server runs"};
+    return Error{"no JACK server is running"};
   }
   bool isRegistered = false;
   client_->use([&](jack_client_t* client) {
     sampleRate_ = jack_get_sample_rate(client);
     isRegistered = registerAll(client);
   });
-  return isRegistered ? Outcome() : Error{"the JACK server gives no ports"};
+  return isRegistered ? Outcome() : Error{"JACK refused to register the ports"};
 }
 
 bool JackStream::registerAll(jack_client_t* client) {
@@ -94,14 +94,14 @@ bool JackStream::changeBlockFrames(std::uint32_t frames) {
 Outcome JackStream::start(audio::BlockRenderer& renderer) {
   renderer_ = &renderer;
   if (!client_->activate()) {
-    return Error{"the JACK server does not take part"};
+    return Error{"JACK refused to activate the client"};
   }
   isActive_ = true;
   bool isLinked = false;
   client_->use([&](jack_client_t* client) { isLinked = link(client); });
   if (!isLinked) {
     stop();
-    return Error{"the JACK server does not link to " + deviceName_};
+    return Error{"JACK refused to connect to " + deviceName_};
   }
   return {};
 }
@@ -130,7 +130,7 @@ void JackStream::stop() {
 
 std::optional<std::string> JackStream::lossReason() const {
   if (client_->isServerGone()) {
-    return "the JACK server has gone";
+    return "the JACK server was shut down";
   }
   return isRateChanged_ ? std::optional<std::string>("its sample rate has changed") : std::nullopt;
 }

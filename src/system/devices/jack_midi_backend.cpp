@@ -94,7 +94,7 @@ Outcome JackMidiBackend::connect(const std::string& key) {
     client_->use([&](jack_client_t* client) { status = jack_connect(client, name.c_str(), jack_port_name(port_)); });
   }
   if (status != 0 && status != EEXIST) {
-    return Error{"no link to " + key};
+    return Error{"JACK refused to connect " + key};
   }
   linked_.insert(name);
   return {};

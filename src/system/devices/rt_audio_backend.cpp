@@ -68,7 +68,7 @@ std::vector<AudioDeviceDescription> RtAudioBackend::devices() {
 Result<std::unique_ptr<OutputStream>> RtAudioBackend::open(const std::string& deviceName,
                                                            std::optional<std::uint32_t> frames) {
   if (devices().empty()) {
-    return Error{"it is not there any more"};
+    return Error{"it is no longer connected"};
   }
   auto stream = std::make_unique<RtAudioStream>(library_, api_ == RtAudio::LINUX_PULSE ? soundServerBuffer : 0);
   if (Outcome failure = stream->open(deviceName, frames)) {

@@ -142,7 +142,7 @@ Outcome RtAudioStream::Session::open(const std::string& deviceName, std::optiona
   } catch (const std::exception& failure) {
     return Error{failure.what()};
   }
-  return Error{"it is not there any more"};
+  return Error{"it is no longer connected"};
 }
 
 Outcome RtAudioStream::Session::openDevice(unsigned device, const RtAudio::DeviceInfo& info, std::uint32_t frames) {
@@ -177,7 +177,7 @@ Outcome RtAudioStream::open(const std::string& deviceName, std::optional<std::ui
   const auto open = [session = session_, outcome, deviceName, frames] { *outcome = session->open(deviceName, frames); };
   if (!endsWithin(longestOpen, open)) {
     session_->library->isStuck = true;
-    return Error{"it hangs"};
+    return Error{"it does not respond"};
   }
   return *outcome;
 }
@@ -201,7 +201,7 @@ Outcome RtAudioStream::start(audio::BlockRenderer& renderer) {
   try {
     session.library->audio.startStream();
     if (!session.library->audio.isStreamRunning()) {
-      outcome = Error{"it does not start"};
+      outcome = Error{"it failed to start"};
     }
   } catch (const std::exception& failure) {
     outcome = Error{failure.what()};
@@ -226,7 +226,7 @@ void RtAudioStream::stop() {
     }
   };
   if (!endsWithin(longestEnd, abort)) {
-    session_->loss = "it hangs";
+    session_->loss = "it does not respond";
     session_->library->isStuck = true;
   }
 }
@@ -238,9 +238,9 @@ std::optional<std::string> RtAudioStream::lossReason() const {
     const auto silence = Clock::now().time_since_epoch() - last;
     const auto longest = session.blocks < firstBlocks ? Clock::duration(longestStart) : Clock::duration(longestSilence);
     if (faults.load(std::memory_order_relaxed) >= mostFaults) {
-      session.loss = "it fails";
+      session.loss = "it reports errors";
     } else if (silence > longest) {
-      session.loss = "it asks for no more sound";
+      session.loss = "it stopped requesting audio";
     }
   }
   const char* const loss = session.loss;

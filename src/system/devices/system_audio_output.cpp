@@ -61,7 +61,7 @@ Outcome SystemAudioOutput::start(audio::BlockRenderer& renderer) {
     watch_ = std::thread([this, &stream = *opened_.stream, name = opened_.deviceName] { watch(stream, name); });
   } catch (const std::system_error& failure) {
     stop();
-    return Error{std::string("the audio output has no thread: ") + failure.what()};
+    return Error{std::string("cannot start the thread of the audio output: ") + failure.what()};
   }
   return {};
 }

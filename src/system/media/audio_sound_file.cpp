@@ -135,7 +135,7 @@ bool AudioSoundFile::place() {
 Outcome AudioSoundFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {
   buffer.frameLength = 0;
   if (!(buffer.format() == format_)) {
-    return Error{path_ + ": the buffer has another format"};
+    return Error{path_ + ": the buffer has a different format"};
   }
   const auto left = static_cast<std::uint64_t>(length_ - position_);
   const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>({left, frameCount, buffer.frameCapacity()}));

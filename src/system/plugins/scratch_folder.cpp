@@ -60,7 +60,7 @@ Result<ScratchFolder> ScratchFolder::make() {
       close(lock);
     }
   }
-  return Error{"no folder for temporary files: " + failure.message()};
+  return Error{"cannot create a folder for temporary files: " + failure.message()};
 }
 
 void ScratchFolder::sweep() {

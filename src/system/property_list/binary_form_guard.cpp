@@ -80,7 +80,7 @@ class Walk {
   /// Steps into one object. `mustBeText` holds for the keys of a dictionary.
   void visit(std::uint64_t index, int depth, bool mustBeText) {
     if (++visited_ > maximumPropertyListValues) {
-      return fail("property list holds too many values");
+      return fail("property list has too many values");
     }
     if (depth > maximumPropertyListDepth) {
       return fail("property list is nested too deeply");
@@ -98,13 +98,13 @@ class Walk {
   void visitContent(const Object& object, int depth) {
     switch (object.kind) {
       case simple:
-        return require(object.low == 0x8 || object.low == 0x9, "property list holds a value of an unknown kind");
+        return require(object.low == 0x8 || object.low == 0x9, "property list has a value of an unknown type");
       case integer:
         return require(object.low <= 3 ? fits(object, std::uint64_t{1} << object.low, 1) : wideIntegerFits(object),
-                       "property list holds a number that is damaged or too large");
+                       "property list has a number that is damaged or too large");
       case real:
         return require((object.low == 2 || object.low == 3) && fits(object, std::uint64_t{1} << object.low, 1),
-                       "property list holds a number that is damaged");
+                       "property list has a number that is damaged");
       case bytes:
         return require(fits(object, object.count, 1), "property list is damaged");
       case asciiText:
@@ -116,7 +116,7 @@ class Walk {
       case dictionary:
         return visitReferences(object, object.count, object.count, depth);
       default:
-        return fail("property list holds a value of an unknown kind");
+        return fail("property list has a value of an unknown type");
     }
   }
 

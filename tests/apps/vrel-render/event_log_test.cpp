@@ -62,13 +62,13 @@ TEST_F(RenderEventLog, TimesReadBackExactly) {
   }
 }
 
-TEST_F(RenderEventLog, AFileThatCanNotBeMadeIsAnErrorWithItsName) {
+TEST_F(RenderEventLog, AFileThatCannotBeCreatedIsAnErrorWithItsName) {
   const auto log = EventLog::create(path + "/no/folder");
   ASSERT_FALSE(log.ok());
   EXPECT_NE(log.error().description.find(path), std::string::npos);
 }
 
-TEST_F(RenderEventLog, AFullDiskIsToldAtTheEnd) {
+TEST_F(RenderEventLog, AFullDiskIsReportedAtTheEnd) {
   ASSERT_TRUE(std::filesystem::exists("/dev/full"));
   auto log = EventLog::create("/dev/full");
   ASSERT_TRUE(log.ok());

@@ -18,100 +18,101 @@ namespace {
 
 class UnitsInOrder : public testing::Test {
  protected:
-  struct Machine {
+  struct Fixture {
     void request(const std::string& name) {
       units.instantiate({}, AudioComponentInstantiationOptions::outOfProcess,
                         [this, name](const std::shared_ptr<AVAudioUnit>& node, const std::optional<Error>& /*error*/) {
-                          told.push_back(name + (node != nullptr ? "" : " failed"));
+                          answers.push_back(name + (node != nullptr ? "" : " failed"));
                         });
     }
-    void tellBehind(const std::string& text) {
-      units.behindAnswers([this, text] { told.push_back(text); });
+    void reportAfterAnswers(const std::string& text) {
+      units.afterAnswers([this, text] { answers.push_back(text); });
     }
 
     simulation::VirtualClock clock;
     simulation::CrankedMainQueue mainQueue{clock};
     simulation::ScriptedUnitFactory plugins;
     MainQueueUnits units{plugins, mainQueue};
-    std::vector<std::string> told;
+    std::vector<std::string> answers;
   };
 };
 
-using Told = std::vector<std::string>;
+using Answers = std::vector<std::string>;
 
-TEST_F(UnitsInOrder, AnswersAreHeardInTheOrderOfTheRequestsWhicheverIsReadyFirst) {
+TEST_F(UnitsInOrder, AnswersArriveInTheOrderOfTheRequestsWhicheverIsReadyFirst) {
   const auto runs = EveryOrder::walk([](EveryOrder& order) {
-    Machine machine;
+    Fixture fixture;
     for (const auto* name : {"first", "second", "third"}) {
-      machine.request(name);
+      fixture.request(name);
     }
-    while (!machine.plugins.requests.empty()) {
-      const std::size_t next = order.choose(machine.plugins.requests.size());
-      machine.plugins.answerWithUnit(next);
+    while (!fixture.plugins.requests.empty()) {
+      const std::size_t next = order.choose(fixture.plugins.requests.size());
+      fixture.plugins.answerWithUnit(next);
       if (order.choose(2) == 0) {
-        machine.mainQueue.runAll();
+        fixture.mainQueue.runAll();
       }
     }
-    machine.mainQueue.runAll();
-    EXPECT_EQ(machine.told, (Told{"first", "second", "third"}));
+    fixture.mainQueue.runAll();
+    EXPECT_EQ(fixture.answers, (Answers{"first", "second", "third"}));
   });
   EXPECT_EQ(runs, 6U * 8U);
 }
 
-TEST_F(UnitsInOrder, NothingIsHeardButOnTheMainQueue) {
-  Machine machine;
-  machine.request("first");
-  machine.plugins.answerWithUnit();
-  EXPECT_TRUE(machine.told.empty());
-  machine.mainQueue.runAll();
-  EXPECT_EQ(machine.told, Told{"first"});
+TEST_F(UnitsInOrder, AnswersArriveOnTheMainQueueOnly) {
+  Fixture fixture;
+  fixture.request("first");
+  fixture.plugins.answerWithUnit();
+  EXPECT_TRUE(fixture.answers.empty());
+  fixture.mainQueue.runAll();
+  EXPECT_EQ(fixture.answers, Answers{"first"});
 }
 
-TEST_F(UnitsInOrder, AFailureHoldsUpNobody) {
-  Machine machine;
-  machine.request("first");
-  machine.request("second");
-  machine.plugins.answer(0, nullptr, Error{"broken"});
-  machine.plugins.answerWithUnit();
-  machine.mainQueue.runAll();
-  EXPECT_EQ(machine.told, (Told{"first failed", "second"}));
+TEST_F(UnitsInOrder, AFailureBlocksNoLaterAnswer) {
+  Fixture fixture;
+  fixture.request("first");
+  fixture.request("second");
+  fixture.plugins.answer(0, nullptr, Error{"broken"});
+  fixture.plugins.answerWithUnit();
+  fixture.mainQueue.runAll();
+  EXPECT_EQ(fixture.answers, (Answers{"first failed", "second"}));
 }
 
-TEST_F(UnitsInOrder, WhoeverIsPassedOverHoldsUpNobodyAndIsHeardWhenItAnswers) {
-  Machine machine;
+TEST_F(UnitsInOrder, ASkippedRequestBlocksNoLaterAnswerAndStillDeliversItsOwn) {
+  Fixture fixture;
   for (const auto* name : {"silent", "ready", "late"}) {
-    machine.request(name);
+    fixture.request(name);
   }
-  machine.tellBehind("death");
-  machine.plugins.answerWithUnit(1);
-  machine.mainQueue.runAll();
-  EXPECT_TRUE(machine.told.empty());
-  machine.units.passOverUnanswered();
-  machine.mainQueue.runAll();
-  EXPECT_EQ(machine.told, (Told{"ready", "death"}));
-  machine.request("new");
-  machine.plugins.answerWithUnit(2);
-  machine.plugins.answerWithUnit(1);
-  machine.mainQueue.runAll();
-  EXPECT_EQ(machine.told, (Told{"ready", "death", "new", "late"})) << "the silent one keeps nobody";
+  fixture.reportAfterAnswers("death");
+  fixture.plugins.answerWithUnit(1);
+  fixture.mainQueue.runAll();
+  EXPECT_TRUE(fixture.answers.empty());
+  fixture.units.skipUnanswered();
+  fixture.mainQueue.runAll();
+  EXPECT_EQ(fixture.answers, (Answers{"ready", "death"}));
+  fixture.request("new");
+  fixture.plugins.answerWithUnit(2);
+  fixture.plugins.answerWithUnit(1);
+  fixture.mainQueue.runAll();
+  EXPECT_EQ(fixture.answers, (Answers{"ready", "death", "new", "late"})) << "the unanswered request blocks no other";
 }
 
-TEST_F(UnitsInOrder, NobodyHearsOfADeathBeforeTheAnswerThatBroughtThePlugin) {
-  Machine machine;
-  machine.request("first");
-  machine.request("second");
-  machine.plugins.answerWithUnit(1);
-  machine.tellBehind("the second died");
-  machine.request("third");
-  machine.mainQueue.runAll();
-  EXPECT_TRUE(machine.told.empty());
-  machine.plugins.answerWithUnit(0);
-  machine.mainQueue.runAll();
-  EXPECT_EQ(machine.told, (Told{"first", "second", "the second died"})) << "and it does not wait for later requests";
-  machine.plugins.answerWithUnit(0);
-  machine.tellBehind("the third died");
-  machine.mainQueue.runAll();
-  EXPECT_EQ(machine.told, (Told{"first", "second", "the second died", "third", "the third died"}));
+TEST_F(UnitsInOrder, ACrashIsReportedAfterTheAnswerThatBroughtThePlugin) {
+  Fixture fixture;
+  fixture.request("first");
+  fixture.request("second");
+  fixture.plugins.answerWithUnit(1);
+  fixture.reportAfterAnswers("the second died");
+  fixture.request("third");
+  fixture.mainQueue.runAll();
+  EXPECT_TRUE(fixture.answers.empty());
+  fixture.plugins.answerWithUnit(0);
+  fixture.mainQueue.runAll();
+  EXPECT_EQ(fixture.answers, (Answers{"first", "second", "the second died"}))
+      << "and it does not wait for later requests";
+  fixture.plugins.answerWithUnit(0);
+  fixture.reportAfterAnswers("the third died");
+  fixture.mainQueue.runAll();
+  EXPECT_EQ(fixture.answers, (Answers{"first", "second", "the second died", "third", "the third died"}));
 }
 
 }  // namespace

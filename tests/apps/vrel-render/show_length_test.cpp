@@ -16,7 +16,7 @@ TEST(ShowLength, TheTailIsRenderedInWholeBlocks) {
   EXPECT_EQ((ShowLength{48000, 128, 1.0, 1}).blockCount(), 750U);
 }
 
-TEST(ShowLength, WithNothingToPlayThereIsNoBlock) {
+TEST(ShowLength, AnEmptyShowHasNoBlock) {
   EXPECT_EQ((ShowLength{48000, 128, std::nullopt, 0}).blockCount(), 0U);
 }
 
@@ -27,7 +27,7 @@ TEST(ShowLength, TheBlockOfTheLastStepIsAlwaysThere) {
   EXPECT_EQ((ShowLength{48000, 128, std::nextafter(128.0 / 48000, 0), 0}).blockCount(), 1U);
 }
 
-TEST(ShowLength, NoRoundingMovesAStepOutOfTheShow) {
+TEST(ShowLength, RoundingMovesNoStepOutOfTheShow) {
   for (const int rate : {8000, 11025, 44100, 48000, 96000, 192000}) {
     for (const std::uint32_t block : {32U, 128U, 1024U}) {
       for (std::uint64_t index = 0; index < 5000; index += 7) {

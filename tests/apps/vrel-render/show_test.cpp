@@ -59,7 +59,7 @@ TEST(Show, MarkersLearnTheControlsThatTheyName) {
   }
 }
 
-TEST(Show, WhatLiveModeCanNotFollowIsKeptToBeTold) {
+TEST(Show, AnUnknownLiveModeValueIsKeptForTheReport) {
   for (const char* words : {"live", "live maybe", "live on off", "live ON"}) {
     EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, LiveStep{std::nullopt, words}}})) << words;
   }
@@ -67,13 +67,13 @@ TEST(Show, WhatLiveModeCanNotFollowIsKeptToBeTold) {
             (std::vector<ShowStep>{{1, KeyStep{""}}, {1, KeyStep{"no such"}}}));
 }
 
-TEST(Show, ASongThatIsNoNumberIsKeptToBeTold) {
+TEST(Show, ASongThatIsNotANumberIsKeptForTheReport) {
   for (const char* words : {"song", "song x", "song -1", "song 1.5", "song 1 2", "song 99999999999"}) {
     EXPECT_EQ(stepsOf({text(1, words)}), (std::vector<ShowStep>{{1, SongStep{std::nullopt, words}}})) << words;
   }
 }
 
-TEST(Show, OtherTextsArePassedOver) {
+TEST(Show, OtherTextsAreIgnored) {
   EXPECT_TRUE(stepsOf({text(0, ""), text(0, "Verse"), text(0, "songbird 1"), text(0, "panic!"), text(0, "Song 1"),
                        text(0, "taps"), text(0, "lively on"), text(0, "keys p"), text(0, "panic now"), text(0, "tap 2"),
                        text(0, "PANIC"), text(0, " ")})

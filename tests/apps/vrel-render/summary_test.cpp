@@ -11,7 +11,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-TEST(RenderSummary, SongsFileLengthAndPeakAreTold) {
+TEST(RenderSummary, SongsFileLengthAndPeakArePrinted) {
   EXPECT_EQ(summaryLines({.songNames = {"One", "Two", "One"},
                           .outPath = "a.wav",
                           .rate = 44100,
@@ -20,7 +20,7 @@ TEST(RenderSummary, SongsFileLengthAndPeakAreTold) {
                    "Problems: none"}));
 }
 
-TEST(RenderSummary, AnEmptySetlistAndSilenceSaySo) {
+TEST(RenderSummary, AnEmptySetlistAndSilenceAreReported) {
   EXPECT_EQ(summaryLines({.rendered = {.frames = 96000}}),
             (Lines{"Played no song: the setlist is empty", "Sound: not written, 2.00 s at 48000 Hz, silent",
                    "Problems: none"}));
@@ -32,7 +32,7 @@ TEST(RenderSummary, EveryProblemHasALine) {
                    "  a", "  b"}));
 }
 
-TEST(RenderSummary, ANameWithALineEndStaysInItsLine) {
+TEST(RenderSummary, ANameWithANewlineStaysInItsLine) {
   EXPECT_EQ(summaryLines({.songNames = {"One\nTwo\r\x7F"}, .rendered = {.frames = 48000}})[0],
             "Played 1 song: \"One?Two??\"");
   EXPECT_EQ(oneLine("Ünder\t"), "Ünder?");

@@ -98,7 +98,7 @@ TEST(ShutdownWatchdog, AnEndThatHangsEndsTheProcessWithALine) {
           ::pause();
         }
       },
-      testing::ExitedWithCode(EXIT_FAILURE), "without waiting any longer");
+      testing::ExitedWithCode(EXIT_FAILURE), "did not shut down in time");
 }
 
 }  // namespace

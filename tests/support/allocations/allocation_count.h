@@ -5,8 +5,8 @@
 
 namespace vrel::test {
 
-/// How often the process has allocated through `new` so far. Any thread. An executable that links this counts all its
-/// allocations, so it is for executables of their own.
+/// The number of allocations of the process through `new` so far. Any thread. Linking this counts all allocations of an
+/// executable, so it is for separate executables.
 [[nodiscard]] std::size_t allocationCount() noexcept;
 
 }  // namespace vrel::test

@@ -21,14 +21,14 @@ struct Recording {
   std::vector<float> right;
 };
 
-/// One strip as the logic wires it: a source, the reverb, the meter mixer.
+/// One strip as the logic connects it: a source, the reverb, the meter mixer.
 struct Strip {
   std::shared_ptr<SourceNode> source;
   std::shared_ptr<ReverbNode> reverb = std::make_shared<ReverbNode>();
   std::shared_ptr<MixerNode> meter = std::make_shared<MixerNode>();
 };
 
-/// An engine on a device, main mixer already linked to the output.
+/// An engine on a device, with the main mixer connected to the output.
 template <typename Device>
 class StageOn {
  public:
@@ -69,7 +69,7 @@ class StageOn {
   std::unique_ptr<RenderEngine> engine = std::make_unique<RenderEngine>(device, counters);
 };
 
-/// The same, offline, with a tape.
+/// The same, offline, with a recording.
 class OfflineStage : public StageOn<OfflineDevice> {
  public:
   explicit OfflineStage(double sampleRate = 48000, std::uint32_t blockFrames = 128)

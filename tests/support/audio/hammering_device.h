@@ -13,7 +13,7 @@
 
 namespace vrel::audio::test {
 
-/// Asks for blocks without a pause, in awkward sizes, from a thread of its own: the worst a device can do.
+/// Requests blocks without a pause, in odd sizes, from a thread of its own: the worst case of a device.
 class HammeringDevice final : public OutputDevice {
  public:
   ~HammeringDevice() override { stop(); }
@@ -57,7 +57,7 @@ class HammeringDevice final : public OutputDevice {
   std::thread thread_;
 };
 
-/// A device that cannot be opened, as often as the test wants.
+/// A device that fails to open, a given number of times.
 class FailingDevice final : public OutputDevice {
  public:
   explicit FailingDevice(int failures) : failures_(failures) {}

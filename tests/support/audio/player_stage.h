@@ -15,8 +15,8 @@
 
 namespace vrel::audio::test {
 
-/// Players on an offline device, each straight into the main mixer. Completions wait in a queue that is run
-/// before each block, as the player queue is.
+/// Players on an offline device, each connected to the main mixer. Completions wait in a queue that runs before
+/// each block, as the player queue does.
 class OfflinePlayers {
  public:
   explicit OfflinePlayers(std::shared_ptr<AudioConverterFactory> converters = nullptr, double sampleRate = 48000,
@@ -36,10 +36,10 @@ class OfflinePlayers {
     return player;
   }
 
-  /// Plays `frameCount` frames from `start` again and again, `passes` times.
+  /// Plays `frameCount` frames from `start`, `passes` times.
   void loop(const std::shared_ptr<AVAudioPlayerNode>& player, const std::shared_ptr<AVAudioFile>& file,
             std::int64_t start, std::uint32_t frameCount, int passes) {
-    const std::weak_ptr<AVAudioPlayerNode> weak = player;  // what is scheduled is the player's
+    const std::weak_ptr<AVAudioPlayerNode> weak = player;  // the player owns what is scheduled
     player->scheduleSegment(file, start, frameCount, [=, this] {
       queue.emplace_back([=, this] {
         if (const auto alive = weak.lock(); alive != nullptr && passes > 1) {

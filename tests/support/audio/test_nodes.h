@@ -33,7 +33,7 @@ inline Wave impulse(float value = 1.0F) {
   return [value](std::uint64_t frame, std::uint32_t) { return frame == 0 ? value : 0.0F; };
 }
 
-/// Even noise between -1 and 1, another one on each channel; the same in every run.
+/// White noise between -1 and 1, different on each channel, the same in every run.
 inline Wave noise(std::uint32_t seed = 1) {
   return [seed](std::uint64_t frame, std::uint32_t channel) {
     std::uint64_t state = (frame * 2 + channel + 1) * 0x9E3779B97F4A7C15ULL + seed;
@@ -43,7 +43,7 @@ inline Wave noise(std::uint32_t seed = 1) {
   };
 }
 
-/// What the tests ask about a processor after the fact. Outlives it.
+/// What the tests check about a processor afterwards. Outlives it.
 struct ProcessorLog {
   std::atomic<std::uint64_t> blocks{0};
   std::atomic<std::uint64_t> frames{0};
@@ -82,7 +82,7 @@ class SourceProcessor final : public NodeProcessor {
   std::uint64_t frame_ = 0;
 };
 
-/// A node that plays a formula.
+/// A node that renders a formula.
 class SourceNode final : public GraphNodeOf<AVAudioNode> {
  public:
   SourceNode(std::uint32_t channelCount, Wave wave)

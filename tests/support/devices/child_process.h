@@ -11,7 +11,7 @@
 
 namespace vrel::system::test {
 
-/// Asks again and again until the answer is yes or the time is up; the last answer.
+/// Polls until the condition holds or the timeout is over; the last result.
 inline bool eventually(const std::function<bool()>& holds,
                        std::chrono::milliseconds limit = std::chrono::milliseconds(20000)) {
   const auto end = std::chrono::steady_clock::now() + limit;
@@ -24,7 +24,7 @@ inline bool eventually(const std::function<bool()>& holds,
   return true;
 }
 
-/// A program that the test starts, and that ends with it however it ends.
+/// A program that the test starts; it ends with the test, however that ends.
 class ChildProcess {
  public:
   ChildProcess() = default;
@@ -32,22 +32,22 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  /// Starts it, by name, with what it writes in a file, and with nothing to read for as long as it runs. A program that
-  /// is not there ends at once.
+  /// Starts it by name, with its output in a file and an empty input that stays open. A program that does not exist
+  /// ends at once.
   void start(const std::vector<std::string>& arguments, const std::string& logPath);
 
   [[nodiscard]] bool isRunning();
 
   void signal(int signal) const;
 
-  /// Sends the signal and waits until it has ended; kills it when it takes too long.
+  /// Sends the signal and waits for the exit; kills the process after a timeout.
   void end(int signal);
 
  private:
   void noteEnd();
 
   pid_t process_ = 0;
-  int input_ = -1;  // our end of what it reads
+  int input_ = -1;  // our end of its input
 };
 
 }  // namespace vrel::system::test

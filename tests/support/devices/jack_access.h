@@ -13,8 +13,8 @@ struct CloseClient {
 };
 using Client = std::unique_ptr<jack_client_t, CloseClient>;
 
-/// The tests' own way to JACK, apart from what is tested. When a server dies, the library lets no client of the
-/// process live on past the opening of another one, so a test's own must be gone by then.
+/// JACK clients of the tests, independent of the code under test. When a server dies, the library invalidates all
+/// clients of the process as soon as another one is opened, so a test's own must be closed by then.
 void silenceLibrary();
 
 /// Null when there is no such server.

@@ -48,7 +48,7 @@ void MidiPeer::addPort(const std::string& name) {
 }
 
 void MidiPeer::removePort() {
-  passBlocks();  // so that its buffer is empty when nobody clears it any more
+  passBlocks();  // so that its buffer is empty before the client stops clearing it
   ASSERT_EQ(jack_port_unregister(client_.get(), port_.exchange(nullptr)), 0);
 }
 
@@ -56,12 +56,12 @@ void MidiPeer::send(const std::vector<Message>& messages) {
   passBlocks();
   sent_ = 0;
   pending_ = &messages;
-  EXPECT_TRUE(eventually([this] { return pending_ == nullptr; })) << "JACK does not ask for MIDI";
+  EXPECT_TRUE(eventually([this] { return pending_ == nullptr; })) << "JACK does not run the MIDI client";
 }
 
 void MidiPeer::passBlocks() const {
   const auto before = blocks_.load();
-  EXPECT_TRUE(eventually([&] { return blocks_ - before > 3; })) << "JACK asks for no blocks";
+  EXPECT_TRUE(eventually([&] { return blocks_ - before > 3; })) << "JACK does not run the client";
 }
 
 bool MidiPeer::isLinked() const {

@@ -14,7 +14,7 @@
 
 namespace vrel::system::test {
 
-/// Keeps what the system's playback ports are given.
+/// Records what the system's playback ports receive.
 class Recorder {
  public:
   Recorder(const std::string& serverName, std::size_t mostFrames);
@@ -42,13 +42,13 @@ class MidiPeer {
   void addPort(const std::string& name);
   void removePort();
 
-  /// Sends over the last added port, several in each block, and returns when JACK has taken all.
+  /// Sends through the last added port, several messages per period, and returns when JACK has taken all.
   void send(const std::vector<Message>& messages);
 
-  /// Whether something is linked to the last added port.
+  /// Whether something is connected to the last added port.
   [[nodiscard]] bool isLinked() const;
 
-  /// Lets a few blocks pass: a link made in one is there only in a later one.
+  /// Waits a few periods: a new connection takes effect only in a later one.
   void passBlocks() const;
 
  private:

@@ -25,13 +25,13 @@ std::string textOf(const std::string& path) {
 
 const std::filesystem::path jackFolder = "/dev/shm";
 
-/// Where the server of this name waits for clients.
+/// The socket on which the server of this name accepts clients.
 std::filesystem::path socketOf(const std::string& name) {
   return jackFolder / ("jack_" + name + "_" + std::to_string(::getuid()) + "_0");
 }
 
-/// JACK keeps the properties of ports in a database of the user's, which all its programs open. One that is killed
-/// while it makes it leaves it damaged, and each program that opens it later ends with a bus error.
+/// JACK keeps port metadata in a database per user, which all clients open. A program that is killed while it creates
+/// it leaves it damaged, and each program that opens it later crashes with a bus error.
 void removeLeftovers(const std::string& name) {
   std::error_code ignored;
   std::filesystem::remove_all(jackFolder / ("jack_db-" + std::to_string(::getuid())), ignored);
@@ -47,7 +47,7 @@ std::string inTemporaryFolder(const std::string& file) {
 JackServer::JackServer() : logPath_(inTemporaryFolder(name_ + ".log")) {
   silenceLibrary();
   if (!eventually([this] { return takeTurn(); }, std::chrono::seconds(100))) {
-    throw std::runtime_error("another program keeps the JACK server for itself");
+    throw std::runtime_error("another program holds the JACK server lock");
   }
 }
 
@@ -71,13 +71,13 @@ bool JackServer::takeTurn() {
 
 void JackServer::start() {
   if (isRunning()) {
-    throw std::logic_error("the JACK server runs already");
+    throw std::logic_error("the JACK server is already running");
   }
   const std::vector<std::string> driver = {"-d", "dummy", "-m", "-r", "48000", "-p", "128"};
   for (const std::string mode : {"-R", "-R", "-r"}) {
     std::vector<std::string> arguments = {"jackd", mode, "-S", "-t", "5000", "-n", name_};
     arguments.insert(arguments.end(), driver.begin(), driver.end());
-    // The server of a test that was killed may take its time to end, too.
+    // The server of a killed test may still be running for a while.
     const auto comesUp = [&] {
       removeLeftovers(name_);
       process_.start(arguments, logPath_);
@@ -86,18 +86,17 @@ void JackServer::start() {
     if (eventually(comesUp) && isRunning()) {
       return;
     }
-    std::printf("jackd %s does not come up:\n%s\n", mode.c_str(), textOf(logPath_).c_str());
+    std::printf("jackd %s did not start:\n%s\n", mode.c_str(), textOf(logPath_).c_str());
     process_.end(SIGKILL);
   }
-  throw std::runtime_error("no JACK server can be started here (Debian's package jackd2 is needed): " +
-                           textOf(logPath_));
+  throw std::runtime_error("cannot start a JACK server (Debian package jackd2): " + textOf(logPath_));
 }
 
 bool JackServer::waitUntilReady() {
   bool isReady = false;
   const auto joins = [&] {
     if (!std::filesystem::exists(socketOf(name_))) {
-      return !process_.isRunning();  // no client before: it would make the database at the same time as the server
+      return !process_.isRunning();  // no client before: it would create the database concurrently with the server
     }
     const auto client = joinServer("ready", name_);
     isReady = client != nullptr;

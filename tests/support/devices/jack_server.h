@@ -8,19 +8,19 @@
 
 namespace vrel::system::test {
 
-/// A JACK server on the dummy driver, 48000 frames per second and 128 frames per block, with ports that show what
-/// is played. It waits for its clients in every block, so a busy machine makes it slow but loses no sound.
+/// A JACK server on the dummy driver, 48000 frames per second and 128 frames per block, with monitor
+/// ports. It waits for its clients in every period, so a busy machine slows it down but loses no sound.
 ///
-/// One at a time on the whole machine: the others wait. JACK's clients meet their server at a place that has the
-/// client's name and not the server's, so two programs that open clients of one name at the same time, on whatever
-/// servers, may get each other's. The server's name is always the same, too: one that was killed leaves an entry
-/// among the eight that a machine has room for, until one of its name starts.
+/// One at a time on the whole machine: the others wait. JACK's clients connect through a socket named after the
+/// client and not the server, so two programs that open clients of the same name at the same time, on any servers,
+/// may get each other's. The server's name is always the same, too: a killed server leaves an entry, of at most
+/// eight per machine, until one of its name starts.
 ///
-/// The server ends with the object, and with the test's process. In real time where the machine allows it; if not,
-/// without, which is logged.
+/// The server ends with the object, and with the test's process. With real-time priority where the system allows
+/// it; otherwise without, which is reported.
 class JackServer {
  public:
-  /// Waits for its turn, and throws when other programs do not end.
+  /// Waits for its turn, and throws when another program does not release it.
   JackServer();
   ~JackServer();
   JackServer(const JackServer&) = delete;
@@ -28,14 +28,14 @@ class JackServer {
 
   [[nodiscard]] const std::string& name() const { return name_; }
 
-  /// Starts it, and waits until a client can join. Throws the server's words when it does not come up.
+  /// Starts it, and waits until a client can connect. Throws the server's log when it does not start.
   void start();
 
-  /// As by an impatient user (SIGKILL), or in good order (SIGTERM). Returns when the process has ended.
+  /// Kills it (SIGKILL), or ends it in order (SIGTERM). Returns when the process has ended.
   void kill();
   void stop();
 
-  /// Has it answer nobody any more, as one that hangs.
+  /// Suspends it, like a server that hangs.
   void hang() const { process_.signal(SIGSTOP); }
 
   [[nodiscard]] bool isRunning() { return process_.isRunning(); }

@@ -64,15 +64,16 @@ Outcome LiveStage::load(const std::string& uri) {
     return codes == lv2::componentCodes(codes.componentType, uri);
   });
   if (found == all.end()) {
-    return Error{"no such instrument is installed: " + uri};
+    return Error{"not installed: " + uri};
   }
-  const auto isLoaded = std::make_shared<std::optional<bool>>();  // its answer may come after we have gone
+  const auto isLoaded =
+      std::make_shared<std::optional<bool>>();  // the answer may come after this function has returned
   engine_->instruments().loadInstrument(engine_->addChannel(found->name), *found, std::nullopt,
                                         [isLoaded](bool succeeded) { *isLoaded = succeeded; });
   if (!loop_.waitUntil([&] { return isLoaded->has_value(); }, std::chrono::seconds(30))) {
-    return Error{"the instrument does not answer: " + uri};
+    return Error{"the instrument did not respond: " + uri};
   }
-  return **isLoaded ? Outcome() : Error{"the instrument does not load: " + uri};
+  return **isLoaded ? Outcome() : Error{"the instrument failed to load: " + uri};
 }
 
 const std::vector<std::string>& LiveStage::lines() {

@@ -21,11 +21,11 @@
 
 namespace vrel::system::test {
 
-/// The whole program without a console, on a JACK server: MIDI from all its sources, LV2 instruments in processes of
-/// their own, sound to its playback ports.
+/// The program without a window, on a JACK server: MIDI from all its sources, LV2 instruments in processes of their
+/// own, sound to its playback ports.
 ///
-/// The thread that makes it is the main thread, and cranks `loop`: work that other threads post wakes it. The clock
-/// is stopped, so timers do not tick and the plug-ins' beat does not move.
+/// The creating thread is the main thread and runs `loop`: work that other threads post wakes it. The clock is
+/// stopped, so timers do not fire and the plug-ins' beat does not advance.
 class LiveStage {
  public:
   struct Settings {
@@ -34,15 +34,15 @@ class LiveStage {
     bool sandbox = true;  // instruments in processes of their own
   };
 
-  /// Makes the program and starts its engine. Throws when plug-ins cannot have processes.
+  /// Creates the program and starts its engine. Throws when the sandbox cannot start.
   explicit LiveStage(const Settings& settings);
   LiveStage(const LiveStage&) = delete;
   LiveStage& operator=(const LiveStage&) = delete;
 
-  /// Puts the instrument with this LV2 URI on a strip of its own, and waits until it is there.
+  /// Loads the instrument with this LV2 URI into a new strip, and waits until it is loaded.
   [[nodiscard]] Outcome load(const std::string& uri);
 
-  /// The lines that the program has printed so far. Runs what is ready on the main queue.
+  /// The log so far. Runs what is ready on the main queue.
   [[nodiscard]] const std::vector<std::string>& lines();
 
   [[nodiscard]] AudioEngine& engine() { return *engine_; }
@@ -54,7 +54,7 @@ class LiveStage {
   [[nodiscard]] AudioUnitFactory& units() { return sandbox_ ? static_cast<AudioUnitFactory&>(*sandbox_) : lv2Units_; }
   void makeSandbox(const Settings& settings);
 
-  // In construction order: what is further down uses what is above.
+  // In construction order: each uses those above it.
   simulation::RecordingConsole console_;
   OfflineClock clock_;
   OfflineMainLoop loop_{clock_};
@@ -67,7 +67,7 @@ class LiveStage {
   std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::Lv2UnitFactory lv2Units_;
-  std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null when all is in this process
+  std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null without a sandbox
   std::shared_ptr<AudioEngine> engine_;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Files and logs. The printing functions are here because the C library writes, and locks, inside itself.
+// Files and logs. The printing functions are here because the C library writes, and locks, internally.
 
 #include <fcntl.h>
 #include <sys/types.h>
@@ -26,7 +26,7 @@ constinit Real<int(const char*, std::FILE*)> realFilePuts{"fputs"};
 constinit Real<int(const char*)> realPuts{"puts"};
 constinit Real<int(std::FILE*, const char*, std::va_list)> realPrint{"vfprintf"};
 
-// The mode follows only where a file may be made; passing on a value nobody gave does no harm elsewhere.
+// The mode is passed only where a file may be created; elsewhere forwarding an unset value is harmless.
 mode_t modeOf(int flags, std::va_list list) {
   const bool given = (flags & (O_CREAT | O_TMPFILE)) != 0;
   return given ? va_arg(list, mode_t) : mode_t{0};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // operator new and delete end here too. The C library's other names for its allocator are used
-// instead of a look-up, since the look-up itself allocates.
+// instead of a symbol lookup, since the lookup itself allocates.
 
 #include <cerrno>
 #include <cstddef>

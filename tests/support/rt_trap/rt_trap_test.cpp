@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// The trap is armed in this executable: each call it watches must abort inside a block, and pass
-// outside of one and inside foreign code.
+// The trap is armed in this executable: each watched call must abort inside a block, and pass
+// outside a block and inside foreign code.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@
 
 namespace {
 
-// Everything a call needs, made before the block begins.
+// Everything a call needs, created before the block begins.
 struct Surroundings {
   void* block = nullptr;
   int* number = nullptr;
@@ -53,7 +53,7 @@ struct Surroundings {
     pthread_mutex_unlock(&mutex);
   }
 
-  // Wakes whoever waits for the condition, until the call has returned.
+  // Signals the condition until the call has returned.
   void startWaking() {
     waker = std::thread([this] {
       while (!finished.load()) {
@@ -79,7 +79,7 @@ struct Surroundings {
 
 constexpr timespec longAgo{};
 
-// Keeps the compiler from leaving out an allocation that nobody reads.
+// Keeps the compiler from removing an unused allocation.
 void keep(void* pointer) {
   asm volatile("" : : "r"(pointer) : "memory");
 }
@@ -160,7 +160,7 @@ const TrappedCall trappedCalls[] = {
      }},
     {"ConditionWait", "pthread_cond_wait",
      [](Surroundings& around) {
-       // The lock is taken as foreign code would: here the wait is what is looked at.
+       // The lock is taken in foreign code: this case is about the wait.
        {
          const vrel::ForeignCodeScope foreign;
          pthread_mutex_lock(&around.mutex);
@@ -304,8 +304,8 @@ TEST(RtTrapRules, AnotherThreadMayAllocateDuringABlock) {
   other.join();
 }
 
-// Libraries end their threads so, and the C library does it by unwinding.
-TEST(RtTrapRules, AThreadMayBeCancelledWhileItWaitsInACallThatIsWatched) {
+// Libraries end their threads this way, and the C library implements it by unwinding.
+TEST(RtTrapRules, AThreadMayBeCancelledWhileItWaitsInAWatchedCall) {
   static std::array<int, 2> silent{};
   ASSERT_EQ(::pipe(silent.data()), 0);
   const auto read = [](void*) -> void* {
@@ -322,7 +322,7 @@ TEST(RtTrapRules, AThreadMayBeCancelledWhileItWaitsInACallThatIsWatched) {
   for (void* (*const wait)(void*) : {+read, +waitOnFutex}) {
     pthread_t waiting{};
     ASSERT_EQ(pthread_create(&waiting, nullptr, wait, nullptr), 0);
-    ::usleep(10'000);  // by now it waits; were it late, it would end before
+    ::usleep(10'000);  // it waits by now; if it were late, it would end earlier
     pthread_cancel(waiting);
     void* end = nullptr;
     EXPECT_EQ(pthread_join(waiting, &end), 0);

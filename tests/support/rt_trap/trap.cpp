@@ -15,7 +15,7 @@
 namespace vrel::rt_trap {
 namespace {
 
-// Reporting a fault calls what the trap watches.
+// Reporting a violation calls functions that the trap watches.
 constinit thread_local bool reporting = false;
 
 constexpr int deepestBacktrace = 48;
@@ -23,7 +23,7 @@ constexpr int standardError = 2;
 
 void report(const char* text) noexcept {
   if (::syscall(SYS_write, standardError, text, std::strlen(text)) < 0) {
-    return;  // nowhere left to complain
+    return;  // no other place to report it
   }
 }
 

@@ -3,22 +3,22 @@
 
 // The trap of the `rtcheck` preset: aborts on allocation, locks, waits and files inside a block.
 //
-// The C library's functions are defined a second time, in the executable, where the dynamic linker
-// finds them first. Each looks at the audio scope of its thread, and either aborts or passes the
-// call on. Libraries the program loads are caught too, since their calls go the same way.
+// The executable interposes the C library's functions: the dynamic linker finds these definitions
+// first. Each checks the audio scope of its thread, and either aborts or forwards the call. Calls
+// from loaded libraries are caught too.
 //
-// What is not seen: calls the C library makes inside itself (so `fopen` shows up as its `malloc`),
-// and system calls made without it.
+// Not caught: calls inside the C library (so `fopen` shows up as its `malloc`), and direct system
+// calls.
 
 #include <atomic>
 
 namespace vrel::rt_trap {
 
-/// Aborts when this thread is inside a block. One line on standard error names the call, and a
-/// backtrace follows.
+/// Aborts when this thread is inside a block, with a line on standard error that names the call and
+/// a backtrace.
 void check(const char* call) noexcept;
 
-/// The next definition of a name after this program's own: the C library's. Never null.
+/// The next definition of a name after the executable's: the C library's. Never null.
 void* nextDefinition(const char* name) noexcept;
 
 /// The C library's function of one name, looked up at its first use. Usable before any constructor

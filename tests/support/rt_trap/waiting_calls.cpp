@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Locks, waits and sleeps. What only tries, or only wakes others, is allowed.
+// Locks, waits and sleeps. Calls that only try, or only wake others, are allowed.
 
 #include <linux/futex.h>
 #include <pthread.h>
@@ -118,7 +118,7 @@ int usleep(useconds_t microseconds) {
   return realUsleep(microseconds);
 }
 
-// std::atomic::wait, semaphores and latches of the C++ library come here.
+// std::atomic::wait, semaphores and latches of the C++ library use this.
 long syscall(long number, ...) noexcept {
   std::va_list list;
   va_start(list, number);

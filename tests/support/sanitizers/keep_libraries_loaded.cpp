@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// The leak check names a library only while it is loaded, so in programs that load plug-ins unloading is turned off.
+// The leak check can name a library only while it is loaded, so programs that load plug-ins do not unload them.
 
 #if defined(__SANITIZE_ADDRESS__)
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Options and suppressions of the sanitizers, asked for when the program starts. The environment (ASAN_OPTIONS and so
-// on) still has the last word. Suppressed is what other people's libraries do; nothing of the program's own is named.
+// Default options and suppressions of the sanitizers. The environment (ASAN_OPTIONS and so on) overrides them. Only
+// third-party libraries are suppressed, none of the program's own code.
 
 extern "C" {
 

@@ -21,7 +21,7 @@ VirtualDisplay::VirtualDisplay(int width, int height) : folder_(makeTemporaryFol
         std::ifstream file(number);
         return static_cast<bool>(std::getline(file, display)) && !display.empty();
       })) {
-    throw std::runtime_error("Xvfb does not come up");
+    throw std::runtime_error("Xvfb did not start");
   }
   ::setenv("DISPLAY", (":" + display).c_str(), 1);
   ::setenv("QT_QPA_PLATFORM", "xcb", 1);
@@ -38,7 +38,7 @@ VirtualDisplay::~VirtualDisplay() {
 std::filesystem::path makeTemporaryFolder() {
   std::string name = std::filesystem::temp_directory_path() / "vrel-ui-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) {
-    throw std::runtime_error("no temporary folder can be made");
+    throw std::runtime_error("cannot create a temporary folder");
   }
   return name;
 }

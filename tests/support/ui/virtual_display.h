@@ -8,11 +8,11 @@
 
 namespace vrel::app::test {
 
-/// An X server without a screen, on a display that no other one has; ends with the object and with the process.
+/// An X server without a screen, on a free display; ends with the object and with the process.
 class VirtualDisplay {
  public:
-  /// Waits until it takes clients, and makes it the display of this process, with Qt drawing in software. Throws when
-  /// there is none.
+  /// Waits until it accepts clients, and makes it the display of this process, with Qt rendering in software. Throws
+  /// when it does not start.
   VirtualDisplay(int width, int height);
   ~VirtualDisplay();
   VirtualDisplay(const VirtualDisplay&) = delete;
@@ -26,7 +26,7 @@ class VirtualDisplay {
 /// A fresh folder for temporary files.
 [[nodiscard]] std::filesystem::path makeTemporaryFolder();
 
-/// Makes the folder the home of this process, with nothing of the user's own in it.
+/// Makes the folder the home of this process, with none of the user's files.
 void moveHome(const std::filesystem::path& folder);
 
 }  // namespace vrel::app::test

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-// What the plug-ins of the zoo have in common. Each is one C file that defines ZOO_URI, includes this
-// header, writes a run function, and ends with ZOO_PLUGIN. None of them is of any musical use: each
-// has one trait, or one fault, that the host is tested with.
+// Shared by the plug-ins of the zoo. Each is one C file that defines ZOO_URI, includes this
+// header, writes a run function, and ends with ZOO_PLUGIN. None of them has a musical use: each
+// has one feature, or one fault, for the tests of the host.
 
 #include <lv2/atom/atom.h>
 #include <lv2/atom/util.h>
@@ -23,7 +23,7 @@ typedef struct {
   const LV2_Feature* const* features;  // valid while instantiating only
   void* extra;                         // freed with the plug-in
   double phase;
-  float level;  // what the plug-in is doing at the moment, in its own units
+  float level;  // the plug-in's current output level
   uint8_t note;
 } Zoo;
 

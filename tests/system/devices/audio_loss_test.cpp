@@ -36,7 +36,7 @@ TEST_F(AudioLoss, TheServersDeathIsReportedOnceAndSettingsAppliedAgainBringTheSo
     ASSERT_TRUE(eventually([&] { return stage.renderer.blocks > blocks + 3; }));
     stage.server.kill();
     ASSERT_TRUE(stage.eventuallyOnMain([&] { return stage.lost.size() == static_cast<std::size_t>(round); }));
-    EXPECT_EQ(stage.lost.back(), "Audio output device lost: JACK: system: the JACK server has gone");
+    EXPECT_EQ(stage.lost.back(), "Audio output device lost: JACK: system: the JACK server was shut down");
     EXPECT_FALSE(output->isRunning());
 
     // Without a server there is nothing to play on, and that is said.

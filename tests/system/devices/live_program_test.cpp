@@ -84,7 +84,8 @@ TEST_P(LiveProgram, OutlivesItsServerAndSoundsAgainOnceTheSettingsAreApplied) {
   server.kill();
   ASSERT_TRUE(eventuallyOnMain([&] { return !stage->output().isRunning(); }));
   EXPECT_TRUE(eventuallyOnMain([&] {
-    return testing::Value(stage->lines(), Contains("Audio output device lost: JACK: system: the JACK server has gone"));
+    return testing::Value(stage->lines(),
+                          Contains("Audio output device lost: JACK: system: the JACK server was shut down"));
   }));
   EXPECT_EQ(stage->engine().channels().size(), 1U);
   EXPECT_TRUE(eventuallyOnMain([&] { return stage->engine().midiInput()->currentMidiPortName() == "Disconnected"; }));

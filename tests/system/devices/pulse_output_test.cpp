@@ -179,7 +179,7 @@ TEST_F(PulseOutput, AServerThatHangsWhileADeviceIsOpenedIsLeftBehind) {
   server.signal(SIGSTOP);
   const auto failure = stream->open("stage", 256);
   ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->description, "it hangs");
+  EXPECT_EQ(failure->description, "it does not respond");
   EXPECT_TRUE(library->isStuck);
   stream.reset();
   server.end(SIGKILL);

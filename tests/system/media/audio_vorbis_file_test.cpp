@@ -53,7 +53,7 @@ TEST(VorbisFile, ReachesALateFrameWithoutDecodingAllThatIsBeforeIt) {
   EXPECT_LT(processorSeconds() - begin, all) << "five times";
 }
 
-TEST(VorbisFile, IsReadAcrossADamageAndEndsBeforeItsTime) {
+TEST(VorbisFile, IsReadAcrossADamageAndEndsEarly) {
   const auto file = opened("damaged.ogg");
   ASSERT_NE(file, nullptr);
   ASSERT_EQ(file->length(), 144000);

@@ -75,7 +75,7 @@ TEST(ScratchFolder, WhereNoneCanBeMadeTheFailureSaysWhy) {
   before ? setenv("TMPDIR", before->c_str(), 1) : unsetenv("TMPDIR");
   // NOLINTEND(concurrency-mt-unsafe)
   ASSERT_FALSE(made.ok());
-  EXPECT_NE(made.error().description.find("no folder for temporary files: "), std::string::npos);
+  EXPECT_NE(made.error().description.find("cannot create a folder for temporary files: "), std::string::npos);
 }
 
 }  // namespace

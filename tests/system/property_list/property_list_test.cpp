@@ -194,19 +194,19 @@ TEST(PropertyList, SharedContainersThatWouldGrowWithoutBoundFail) {
   for (int level = 0; level < 30; ++level) {
     inner = list.object({0xA2, inner, inner});
   }
-  EXPECT_EQ(failureOf(list.finish(inner)), "property list holds too many values");
+  EXPECT_EQ(failureOf(list.finish(inner)), "property list has too many values");
 }
 
 TEST(PropertyList, ANumberPastSixtyFourSignedBitsFails) {
   HandMade list;
   const auto top = list.object({0x14, 0, 0, 0, 0, 0, 0, 0, 0, 0x80, 0, 0, 0, 0, 0, 0, 0});
-  EXPECT_EQ(failureOf(list.finish(top)), "property list holds a number that is damaged or too large");
+  EXPECT_EQ(failureOf(list.finish(top)), "property list has a number that is damaged or too large");
 }
 
 TEST(PropertyList, ADateIsRefusedAndNotDropped) {
   HandMade list;
   EXPECT_EQ(failureOf(list.finish(list.object({0x33, 0, 0, 0, 0, 0, 0, 0, 0}))),
-            "property list holds a value of an unknown kind");
+            "property list has a value of an unknown type");
 }
 
 TEST(PropertyList, AKeyThatIsNotAStringFails) {

@@ -53,11 +53,11 @@ HostedPlugin::~HostedPlugin() {
 
 Outcome HostedPlugin::findObstacle() const {
   if (const auto missing = features_.firstMissing(*description_)) {
-    return Error{"asks for feature " + *missing + ", which this host does not have"};
+    return Error{"requires the unsupported feature " + *missing};
   }
   for (const PortDescription& port : description_->ports) {
     if (port.kind == PortKind::unsupported && !port.isOptional) {
-      return Error{"has a port of a kind that this host does not know: " + port.symbol};
+      return Error{"has a port of an unsupported type: " + port.symbol};
     }
   }
   std::error_code ignored;

@@ -18,7 +18,7 @@ void Lv2Instance::setFullStateForDocument(const PropertyListDictionary& state) {
         return restoreState(plugin, snapshot.value());
       });
   if (failure) {
-    processor_->plugin().log().write("state not taken: " + failure->description);
+    processor_->plugin().log().write("state not restored: " + failure->description);
   }
 }
 

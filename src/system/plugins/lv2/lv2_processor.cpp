@@ -145,7 +145,7 @@ void Lv2Processor::reset() {
 Outcome Lv2Processor::withPlugin(const std::function<Outcome(HostedPlugin&)>& action) {
   const ControlHold hold(gate_);
   if (!hold) {
-    return Error{"does not come back from its block"};
+    return Error{"is stuck in run()"};
   }
   return action(*plugin_);
 }

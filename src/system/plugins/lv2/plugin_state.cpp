@@ -173,7 +173,7 @@ Outcome restoreState(HostedPlugin& plugin, const StateSnapshot& snapshot) {
     const StateSnapshot before = capture(plugin);
     failure = restoreProperties(plugin, snapshot);
     if (failure && restoreProperties(plugin, before)) {
-      plugin.log().write("could not take its own state back");
+      plugin.log().write("could not restore its own state");
     }
   }
   if (!failure) {

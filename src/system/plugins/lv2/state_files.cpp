@@ -95,14 +95,14 @@ StateFiles::Contents StateFiles::endSave(std::string& problems) {
 Outcome StateFiles::placeFiles(const Contents& contents) {
   for (const auto& [name, content] : contents) {
     if (!staysInside(name)) {
-      return Error{"state names a file outside of its folder: " + name};
+      return Error{"state names a file outside its folder: " + name};
     }
   }
   if (contents.empty() && root_.empty()) {
     return std::nullopt;
   }
   if (!ensureFolder()) {
-    return Error{"no folder could be made for the files of a state"};
+    return Error{"cannot create a folder for the files of a state"};
   }
   ++generation_;
   std::error_code failed;
@@ -115,7 +115,7 @@ Outcome StateFiles::placeFiles(const Contents& contents) {
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     if (!file.flush()) {
-      return Error{"a file of a state could not be written: " + name};
+      return Error{"cannot write a file of the state: " + name};
     }
   }
   return std::nullopt;

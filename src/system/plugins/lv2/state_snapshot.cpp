@@ -151,11 +151,11 @@ PropertyListDictionary toPropertyList(const StateSnapshot& snapshot, const Plugi
 Result<StateSnapshot> fromPropertyList(const PropertyListDictionary& dictionary, const PluginDescription& description) {
   const auto* format = entry<std::int64_t>(dictionary, "format");
   if (format == nullptr || *format != formatVersion) {
-    return Error{"state has a form that is not known"};
+    return Error{"state has an unknown format"};
   }
   const auto* uri = entry<std::string>(dictionary, "uri");
   if (uri == nullptr || *uri != description.uri) {
-    return Error{"state is of another plug-in" + (uri == nullptr ? std::string() : ": " + *uri)};
+    return Error{"state belongs to another plug-in" + (uri == nullptr ? std::string() : ": " + *uri)};
   }
   StateSnapshot snapshot;
   if (!readPorts(dictionary, snapshot) || !readProperties(dictionary, snapshot) || !readFiles(dictionary, snapshot)) {

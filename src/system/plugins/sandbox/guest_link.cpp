@@ -9,7 +9,7 @@ namespace vrel::sandbox {
 
 Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout) {
   const Error dead{"its process has ended"};
-  const Error slow{"it does not answer"};
+  const Error slow{"it does not respond"};
   MutexLock lock(mutex_);
   if (isDead()) {
     return dead;

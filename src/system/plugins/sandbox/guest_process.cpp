@@ -139,7 +139,7 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
                                          FileDescriptor& socket) {
   std::array<int, 2> ends{};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-    return systemError("no socket", errno);
+    return systemError("cannot create a socket", errno);
   }
   FileDescriptor hostEnd(ends[0]);
   FileDescriptor guestEnd(ends[1]);
@@ -148,7 +148,7 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
     guestEnd = FileDescriptor(fcntl(guestEnd.get(), F_DUPFD_CLOEXEC, guestSocketNumber + 1));
   }
   if (fcntl(hostEnd.get(), F_SETFL, O_NONBLOCK) != 0 || !sendDescriptor(hostEnd.get(), memory.get())) {
-    return systemError("no socket", errno);
+    return systemError("cannot create a socket", errno);
   }
   std::optional<ScratchFolder> folder = makeFolder();
   const std::string place = folder ? folder->path().string() : std::string();
@@ -158,7 +158,7 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
   }
   FileDescriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
   if (!end) {
-    const Error error = systemError("no watch on a process", errno);
+    const Error error = systemError("cannot watch a process", errno);
     ::kill(-id, SIGKILL);
     waitpid(id, nullptr, 0);
     return error;

@@ -9,7 +9,7 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::captureState, {}, MessageKind::state, processor_->timeout());
   if (!answer) {
-    log("did not give its state: " + answer.error().description + "; the last one known is kept");
+    log("did not return its state: " + answer.error().description + "; the last known state is kept");
     return lastState_;
   }
   if (answer.value().empty()) {
@@ -17,7 +17,7 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
   } else if (auto state = dictionaryFromBytes(answer.value())) {
     lastState_ = std::move(state);
   } else {
-    log("gave a damaged state; the last one known is kept");
+    log("returned a damaged state; the last known state is kept");
   }
   return lastState_;
 }
@@ -31,7 +31,7 @@ void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& st
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());
   if (!answer) {
-    log("has not taken its state yet: " + answer.error().description);
+    log("has not restored its state yet: " + answer.error().description);
   }
 }
 

@@ -24,7 +24,7 @@ void SharedMemory::Unmap::operator()(SharedBlock* block) const {
 Result<SharedMemory> SharedMemory::create(FileDescriptor& descriptor) {
   FileDescriptor memory(memfd_create("vrel-plugin", MFD_CLOEXEC | MFD_ALLOW_SEALING));
   if (!memory || ftruncate(memory.get(), sizeof(SharedBlock)) != 0) {
-    return systemError("no shared memory");
+    return systemError("cannot create shared memory");
   }
   // A guest that could shrink it would crash the host at the next access.
   if (fcntl(memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {

@@ -38,13 +38,13 @@ Outcome Supervisor::Core::begin(const std::shared_ptr<Core>& self) {
   events_ = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
   wakeDescriptor_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   if (!events_ || !wakeDescriptor_) {
-    return Error{"no supervision of plug-ins: " + std::generic_category().message(errno)};
+    return Error{"cannot supervise plug-ins: " + std::generic_category().message(errno)};
   }
   watch(wakeDescriptor_.get(), wakeTag);
   try {
     thread_ = std::thread([self] { self->run(); });
   } catch (const std::system_error& thrown) {
-    return Error{std::string("no supervision of plug-ins: ") + thrown.what()};
+    return Error{std::string("cannot supervise plug-ins: ") + thrown.what()};
   }
   return std::nullopt;
 }

@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long this thread has waited for a processor so far, as the system tells it.
+/// How long this thread has waited for a processor so far, as the system reports it.
 class RunDelay {
  public:
   RunDelay() : file_(open("/proc/thread-self/schedstat", O_RDONLY | O_CLOEXEC)) {}
@@ -27,7 +27,7 @@ class RunDelay {
   RunDelay(const RunDelay&) = delete;
   RunDelay& operator=(const RunDelay&) = delete;
 
-  /// Nanoseconds; 0 where the system does not tell.
+  /// Nanoseconds; 0 where the system does not report it.
   [[nodiscard]] std::int64_t now() const {
     std::array<char, 128> text{};
     if (pread(file_, text.data(), text.size() - 1, 0) <= 0) {

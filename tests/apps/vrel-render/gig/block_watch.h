@@ -10,11 +10,11 @@
 
 namespace vrel {
 
-/// A paced device that looks at each block: how long it took, and whose fault it was when that was too long.
+/// A paced device that measures each block and attributes late ones.
 ///
-/// A block is late that took longer than it lasts. It is a plug-in's fault when a plug-in was given up in it; the
-/// machine's when it would have been in time but for the moments in which the thread could have run and the machine ran
-/// somebody else; and otherwise the program's.
+/// A block is late when it took longer than its duration. The cause is a plug-in when a plug-in missed the block; the
+/// machine when the block would have been in time without the moments in which the thread was ready and another one
+/// ran; and otherwise the program.
 class BlockWatch final : public audio::OutputDevice, private audio::BlockRenderer {
  public:
   BlockWatch(double sampleRate, std::uint32_t blockFrames, std::shared_ptr<const PluginCounters> plugins);
@@ -32,7 +32,7 @@ class BlockWatch final : public audio::OutputDevice, private audio::BlockRendere
   std::atomic<std::uint64_t> lateByPlugin{0};
   std::atomic<std::uint64_t> lateByMachine{0};
   std::atomic<std::uint64_t> lateByProgram{0};
-  std::atomic<std::int64_t> longestOfProgram{0};  // nanoseconds that no one else had
+  std::atomic<std::int64_t> longestOfProgram{0};  // nanoseconds, without the machine's and plug-ins' share
 
  private:
   void render(float* left, float* right, std::uint32_t frameCount) noexcept override;

@@ -10,7 +10,7 @@
 namespace vrel {
 namespace {
 
-constexpr std::uint32_t slotMilliseconds = 24;  // of a song, once it stands
+constexpr std::uint32_t slotMilliseconds = 24;  // of a song, once it is loaded
 constexpr std::size_t keeperSong = 3;           // its third strip keeps the note that it is played
 constexpr std::uint8_t keptNote = 95;
 
@@ -79,7 +79,7 @@ SongConfig gigSong(std::size_t index) {
   return song;
 }
 
-/// Writes the performance down and keeps up with what it does to the setlist.
+/// Writes the performance and updates the expected setlist.
 class Score {
  public:
   explicit Score(const SetlistFile& opened) : setlist(opened) {}
@@ -103,7 +103,7 @@ class Score {
     file.message(at(9), {0x80, 48, 0}).message(at(9), {0x80, keptNote, 0});
     if (slot % 10 == 9) {
       file.marker(at(10), "panic");
-      ++deeds.panics;
+      ++events.panics;
     }
     if (slot % 25 == 11) {
       useKeys();
@@ -114,10 +114,10 @@ class Score {
   SetlistFile setlist;
   std::set<std::size_t> tapped;
   std::size_t switches = 0;
-  GigDeeds deeds;
+  GigEvents events;
 
  private:
-  /// The moment in this song's time, in twelfths.
+  /// The position in this song's time slot, in twelfths.
   [[nodiscard]] std::uint32_t at(std::uint32_t twelfths) const { return start_ + twelfths * slotMilliseconds / 12; }
 
   void switchTo(std::size_t song) {
@@ -130,8 +130,8 @@ class Score {
     for (const std::uint8_t note : {std::uint8_t{36}, std::uint8_t{48}, keptNote}) {
       file.message(at(2), {0x90, note, 100});
     }
-    deeds.tracks += hasTrack(song_) ? 1 : 0;
-    deeds.clips += hasClips(song_) ? 2 : 0;
+    events.tracks += hasTrack(song_) ? 1 : 0;
+    events.clips += hasClips(song_) ? 2 : 0;
     file.message(at(3), {0xE0, 0, 70}).message(at(3), {0xB0, 64, 127});
   }
 
@@ -185,14 +185,14 @@ GigShow gigShow(const SetlistFile& opened, std::size_t switches) {
   for (std::size_t slot = 0; score.switches < switches; ++slot) {
     score.play(slot);
   }
-  return {score.file.bytes(), score.setlist, score.tapped, score.switches, score.deeds};
+  return {score.file.bytes(), score.setlist, score.tapped, score.switches, score.events};
 }
 
 const std::optional<std::string>& playedState(const SetlistFile& setlist) {
   return setlist.songs.at(keeperSong).channels.at(2).pluginStateBase64;
 }
 
-bool takeUnforeseen(GigShow& show, const SetlistFile& saved) {
+bool takeUnpredictable(GigShow& show, const SetlistFile& saved) {
   bool isAsItMust = saved.songs.size() == gigSongs;
   bool isAnyTempoNew = false;
   for (const std::size_t index : show.tapped) {

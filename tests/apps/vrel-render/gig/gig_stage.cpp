@@ -34,11 +34,11 @@ GigStage::GigStage(const std::filesystem::path& copiesFolder)
       counted_(performer_.content().songSwitch().stripsWillGo.connect([this] { ++switches_; })) {
   units_->setDeathHandler(
       [this](const std::shared_ptr<AVAudioUnit>& node, int /*processId*/) { engine_->pluginDied(node); });
-  watchDeeds();
+  watchEvents();
   mainLoop_.runPending();
 }
 
-void GigStage::watchDeeds() {
+void GigStage::watchEvents() {
   watching_.push_back(
       performer_.content().selection().channelsViewVersion.changed.connect([this](std::uint64_t) { watchTracks(); }));
   watching_.push_back(
@@ -46,20 +46,20 @@ void GigStage::watchDeeds() {
         std::set<Uuid> shown;
         for (const auto& player : players) {
           shown.insert(player->id);
-          deeds_.clips += shownClips_.contains(player->id) ? 0 : 1;
+          events_.clips += shownClips_.contains(player->id) ? 0 : 1;
         }
         shownClips_ = std::move(shown);
       }));
-  // The gig only ever steps on the pedal: it is a panic that lets go of it.
+  // The gig only presses the pedal; a panic releases it.
   watching_.push_back(
-      state_.sustainPedalValue.changed.connect([this](float value) { deeds_.panics += value == 0 ? 1 : 0; }));
+      state_.sustainPedalValue.changed.connect([this](float value) { events_.panics += value == 0 ? 1 : 0; }));
 }
 
 void GigStage::watchTracks() {
   watchingTracks_.clear();
   for (const auto& channel : engine_->channels()) {
     watchingTracks_.push_back(
-        channel->playbackIsPlaying.changed.connect([this](bool isPlaying) { deeds_.tracks += isPlaying ? 1 : 0; }));
+        channel->playbackIsPlaying.changed.connect([this](bool isPlaying) { events_.tracks += isPlaying ? 1 : 0; }));
   }
 }
 
@@ -98,7 +98,7 @@ bool GigStage::save(const std::string& setlistPath) {
   return performer_.content().setlistFiles().writeSetlist(setlistPath);
 }
 
-void GigStage::perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& stands) {
+void GigStage::perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& onSwitched) {
   const std::size_t before = switches_;
   double seconds = 0;
   for (const auto& step : steps) {
@@ -110,7 +110,7 @@ void GigStage::perform(const std::vector<render::ShowStep>& steps, const std::fu
     if (switches_ != earlier) {
       finishSwitch();
       switchTimes_.push_back((clock_.CACurrentMediaTime() - begun) * 1e3);
-      stands(switches_ - before);
+      onSwitched(switches_ - before);
     }
   }
 }
@@ -126,7 +126,7 @@ void GigStage::wait(double seconds) {
 void GigStage::playNote(std::uint8_t note) {
   performer_.perform(MidiFileMessage{0x90, note, 100});
   performer_.perform(MidiFileMessage{0x80, note, 0});
-  // What a plug-in misses in a block in which it is late it gets in the next one in which it is asked.
+  // Events that a plug-in missed in a late block are delivered with its next request.
   constexpr std::uint64_t blocksInTime = 4;
   std::uint64_t late = 0;
   std::uint64_t begun = 0;

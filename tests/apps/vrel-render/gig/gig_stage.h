@@ -36,13 +36,13 @@
 
 namespace vrel {
 
-/// The whole program without a console, in real time, on a device that is watched.
+/// The program without a window, in real time, on a watched device.
 class GigStage {
  public:
   static constexpr double sampleRate = 48000;
   static constexpr std::uint32_t blockFrames = 256;
 
-  /// Plug-ins are those on LV2_PATH. Copies of what is saved over are kept in the folder.
+  /// Plug-ins are those on LV2_PATH. Copies of overwritten setlists are kept in the folder.
   explicit GigStage(const std::filesystem::path& copiesFolder);
   GigStage(const GigStage&) = delete;
   GigStage& operator=(const GigStage&) = delete;
@@ -50,31 +50,31 @@ class GigStage {
   void load(const std::string& setlistPath);
   [[nodiscard]] bool save(const std::string& setlistPath);
 
-  /// Does the steps at their own times, but for the time that songs take to stand. After every switch `stands` is
-  /// called with the number of switches so far.
-  void perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& stands);
+  /// Performs the steps at their times, plus the time of the song switches. After every switch `onSwitched` is called
+  /// with the number of switches so far.
+  void perform(const std::vector<render::ShowStep>& steps, const std::function<void(std::size_t)>& onSwitched);
 
-  /// Plays a note on the song on stage, and returns when every instrument has got it.
+  /// Plays a note on the song on stage, and returns when every instrument has received it.
   void playNote(std::uint8_t note);
 
-  /// Until the song stands.
+  /// Waits until the song switch has ended.
   void finishSwitch();
-  /// Until nothing is made ahead any more either.
+  /// Waits until prewarming has ended, too.
   void settle();
 
-  /// Milliseconds from each click on a song until it stood.
+  /// Milliseconds of each song switch, from the click.
   [[nodiscard]] const std::vector<double>& switchTimes() const { return switchTimes_; }
   [[nodiscard]] std::vector<std::string> lines() const { return console_.lines(); }
   [[nodiscard]] const BlockWatch& watch() const { return *device_; }
   [[nodiscard]] const audio::RenderCounters& renderCounters() const { return *renderCounters_; }
   [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
   [[nodiscard]] const AppState& state() const { return state_; }
-  [[nodiscard]] const GigDeeds& deeds() const { return deeds_; }
+  [[nodiscard]] const GigEvents& events() const { return events_; }
   /// Instruments on stage that have a process of their own.
   [[nodiscard]] std::size_t sandboxedInstruments() const;
 
  private:
-  /// Keeps what the program tells. Any thread.
+  /// Records the log. Any thread.
   class Lines final : public ConsoleOutput {
    public:
     void print(const std::string& line) override {
@@ -91,14 +91,14 @@ class GigStage {
     std::vector<std::string> lines_;
   };
 
-  void watchDeeds();
+  void watchEvents();
   void watchTracks();
   void wait(double seconds);
   [[nodiscard]] bool isPoolIdle();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
                                                                             const lv2::HostSettings& host);
 
-  // In the order of birth; what stands further down uses what stands above.
+  // In construction order: each uses those above it.
   Lines console_;
   system::SystemClock clock_;
   system::MainLoop mainLoop_;
@@ -115,16 +115,16 @@ class GigStage {
   lv2::Lv2UnitFactory lv2Units_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> units_;
   system::FileCalls fileCalls_;
-  system::PosixFileManager machineFiles_{fileCalls_};
-  render::RunFiles files_{machineFiles_};
-  system::IniUserDefaults defaults_;  // of this run only
+  system::PosixFileManager systemFiles_{fileCalls_};
+  render::RunFiles files_{systemFiles_};
+  system::IniUserDefaults defaults_;  // for this run only
   AppState state_;
   std::shared_ptr<AudioEngine> engine_;
   render::Performer performer_;
   std::size_t switches_ = 0;
   std::vector<double> switchTimes_;
   Signal<>::Connection counted_;
-  GigDeeds deeds_;
+  GigEvents events_;
   std::set<Uuid> shownClips_;
   std::vector<std::shared_ptr<void>> watching_;
   std::vector<std::shared_ptr<void>> watchingTracks_;  // of the song on stage

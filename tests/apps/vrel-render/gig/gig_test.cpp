@@ -23,9 +23,8 @@
 #include "midi/standard_midi_file.h"
 #include "system/plugins/sandbox/processes.h"
 
-// A gig, from the setlist that is opened to the one that is saved. 100 song switches; as many as VREL_GIG_SWITCHES says
-// when it is set. A build with a sanitizer takes half of them, and does not weigh its memory, of which the sanitizer
-// keeps what was freed.
+// A gig, from the opened setlist to the saved one, with 100 song switches, or VREL_GIG_SWITCHES. A sanitizer build runs
+// half of them, and does not compare its memory, since the sanitizer keeps freed memory.
 
 namespace vrel {
 namespace {
@@ -42,12 +41,12 @@ std::size_t switchCount() {
   return std::max(isSanitized ? count / 2 : count, 2 * gigSongs + 5);
 }
 
-/// What the program holds of the machine.
+/// The system resources that the program holds.
 struct Holding {
   std::size_t descriptors = 0;
   std::size_t processes = 0;
   std::size_t sharedMappings = 0;
-  std::size_t kilobytesInUse = 0;  // of what is allocated
+  std::size_t kilobytesInUse = 0;  // allocated
   std::size_t kilobytes = 0;       // resident
   std::size_t kilobytesOfPlugins = 0;
 };
@@ -60,7 +59,7 @@ std::size_t residentKilobytes(pid_t process) {
   return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024;
 }
 
-/// What has been allocated and not freed, in all of the allocator's arenas.
+/// Memory allocated and not freed, in all of the allocator's arenas.
 std::size_t allocatedKilobytes() {
   char* text = nullptr;
   std::size_t size = 0;
@@ -69,7 +68,7 @@ std::size_t allocatedKilobytes() {
   std::fclose(file);
   const std::string report(text, size);
   std::free(text);  // NOLINT(cppcoreguidelines-no-malloc): the stream's
-  // The totals stand behind those of the arenas.
+  // The totals follow those of the arenas.
   const auto total = [&report](const std::string& element) {
     const std::string mark = "size=\"";
     const std::size_t place = report.find(mark, report.rfind(element));
@@ -93,7 +92,7 @@ Holding holding() {
   return now;
 }
 
-void tell(std::size_t switches, const Holding& now) {
+void report(std::size_t switches, const Holding& now) {
   std::printf(
       "%5zu switches: %zu descriptors, %zu processes, %zu shared mappings, %zu kB allocated, %zu kB resident, plug-ins "
       "%zu kB\n",
@@ -101,7 +100,7 @@ void tell(std::size_t switches, const Holding& now) {
       now.kilobytesOfPlugins);
 }
 
-void tell(const GigStage& stage) {
+void report(const GigStage& stage) {
   auto times = stage.switchTimes();
   std::sort(times.begin(), times.end());
   const auto& watch = stage.watch();
@@ -123,7 +122,7 @@ class Gig : public ShowTest {
     setenv("LV2_PATH", VREL_ZOO_PATH, 1);  // NOLINT(concurrency-mt-unsafe): no other threads yet
   }
 
-  /// The setlist as the program itself saves it, once every song was on stage: with the states of all plug-ins.
+  /// The setlist as the program saves it after every song was on stage: with the states of all plug-ins.
   [[nodiscard]] SetlistFile openedOnce(GigStage& stage) const {
     stage.load(write("raw.vrel", gigSetlist()));
     for (std::uint32_t song = 0; song < gigSongs; ++song) {
@@ -137,7 +136,7 @@ class Gig : public ShowTest {
     for (const auto& song : opened.songs) {
       states.insert(song.channels[2].pluginStateBase64);
     }
-    EXPECT_EQ(states.size(), gigSongs - 1) << "one keeper was not played and has what its plug-in had before";
+    EXPECT_EQ(states.size(), gigSongs - 1) << "the keeper that was not played keeps its plug-in's earlier state";
     return opened;
   }
 
@@ -145,7 +144,7 @@ class Gig : public ShowTest {
     return render::showSteps(readStandardMidiFile(std::vector<std::uint8_t>(midi.begin(), midi.end())).value());
   }
 
-  /// Of the many events that a panic sends an instrument, one.
+  /// One of the many events of a panic.
   static bool isOfPanic(const nlohmann::json& event) {
     return event.at("kind") == "midi" && event.at("status") == 0xB0 && event.at("data1") == 123;
   }
@@ -153,15 +152,15 @@ class Gig : public ShowTest {
   void expectSaved(GigShow& show, const std::string& name) const {
     const auto saved = readSetlist(read(name));
     ASSERT_TRUE(saved.ok());
-    EXPECT_TRUE(takeUnforeseen(show, saved.value()));
-    // Compared as texts: each reading gives the records other ids.
+    EXPECT_TRUE(takeUnpredictable(show, saved.value()));
+    // Compared as texts: each load assigns new ids.
     EXPECT_EQ(nlohmann::json::diff(nlohmann::json::parse(encodeSetlist(show.expected).value()),
                                    nlohmann::json::parse(read(name))),
               nlohmann::json::array());
   }
 };
 
-/// Each switch leaves a little behind for half a minute: its timeouts.
+/// Each switch keeps a little memory for half a minute: its timeouts.
 void expectNothingGrew(const Holding& first, const Holding& last, std::size_t switches) {
   EXPECT_EQ(last.descriptors, first.descriptors);
   EXPECT_EQ(last.processes, first.processes);
@@ -173,14 +172,14 @@ void expectNothingGrew(const Holding& first, const Holding& last, std::size_t sw
   }
 }
 
-void expectDeeds(const GigDeeds& meant, const GigDeeds& done) {
+void expectDeeds(const GigEvents& meant, const GigEvents& done) {
   EXPECT_GT(std::min({meant.tracks, meant.clips, meant.panics}), 0U);
   EXPECT_EQ(done.tracks, meant.tracks);
   EXPECT_EQ(done.clips, meant.clips);
   EXPECT_EQ(done.panics, meant.panics);
 }
 
-void expectNoTrouble(const GigStage& stage) {
+void expectNoProblems(const GigStage& stage) {
   EXPECT_EQ(stage.watch().lateByProgram, 0U);
   const auto& blocks = stage.renderCounters();
   EXPECT_EQ(blocks.nonFiniteBlocks, 0U);
@@ -211,16 +210,16 @@ TEST_F(Gig, IsNeverLateNeverGrowsAndLeavesTheSetlistAsItWas) {
     if (stage.state().selectedSongIndex.get() == 0U) {
       stage.settle();
       rounds.push_back(holding());
-      tell(switches, rounds.back());
+      report(switches, rounds.back());
     }
   });
   EXPECT_TRUE(stage.save(at("saved.vrel")));
-  tell(stage);
+  report(stage);
   ASSERT_GE(rounds.size(), 3U);
   expectNothingGrew(rounds[1], rounds.back(), show.switches - gigSongs);
   EXPECT_GT(stage.watch().soundingBlocks, stage.watch().blocks / 2);
-  expectDeeds(show.deeds, stage.deeds());
-  expectNoTrouble(stage);
+  expectDeeds(show.events, stage.events());
+  expectNoProblems(stage);
   expectSaved(show, "saved.vrel");
 }
 
@@ -244,8 +243,8 @@ TEST_F(Gig, RendersToTheSameSetlist) {
     kinds["clip start"] += event.at("kind") == "clip" && event.at("opacity") == 1 ? 1 : 0;
   }
   EXPECT_EQ(kinds["switch"], show.switches + 1);
-  EXPECT_EQ(kinds["panic"], show.deeds.panics * gigInstruments);
-  EXPECT_EQ(kinds["clip start"], show.deeds.clips);
+  EXPECT_EQ(kinds["panic"], show.events.panics * gigInstruments);
+  EXPECT_EQ(kinds["clip start"], show.events.clips);
   EXPECT_GT(kinds["control"], show.switches);
   EXPECT_GT(kinds["clip"], 0U);
   EXPECT_GT(kinds["dirty"], show.switches);

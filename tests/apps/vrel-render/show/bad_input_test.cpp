@@ -39,7 +39,7 @@ TEST_F(BadInput, WrongUsageExitsWithTwo) {
   const std::string setlist = goodSetlist();
   expectRefusal(2, "no setlist", {});
   expectRefusal(2, "'--loud'", {setlist, "--loud"});
-  expectRefusal(2, "--out lacks its value", {setlist, "--out"});
+  expectRefusal(2, "--out needs a value", {setlist, "--out"});
   expectRefusal(2, "--rate", {setlist, "--rate", "1000"});
   expectRefusal(2, "--block", {setlist, "--block", "100"});
   expectRefusal(2, "--tail", {setlist, "--tail", "nan"});
@@ -48,28 +48,28 @@ TEST_F(BadInput, WrongUsageExitsWithTwo) {
   expectRefusal(2, "over another file", {setlist, "--out", setlist});
 }
 
-TEST_F(BadInput, ASongOutsideOfTheSetlistIsWrongUsage) {
+TEST_F(BadInput, ASongIndexOutOfRangeIsWrongUsage) {
   expectRefusal(2, "--song 1", {goodSetlist(), "--song", "1", "--out", at("out.wav")});
   EXPECT_FALSE(exists("out.wav"));
   expectRefusal(2, "--song 1", {write("empty.vrel", "{}"), "--song", "1"});
 }
 
-TEST_F(BadInput, AFileThatCanNotBeReadExitsWithOne) {
+TEST_F(BadInput, AnUnreadableFileExitsWithOne) {
   expectRefusal(1, at("none.vrel"), {at("none.vrel")});
   expectRefusal(1, at("none.mid"), {goodSetlist(), at("none.mid")});
-  expectRefusal(1, "can not read", {testing::TempDir()});
+  expectRefusal(1, "cannot read", {testing::TempDir()});
   expectRefusal(1, "two?lines", {at("two\nlines")});
 }
 
-TEST_F(BadInput, AFileThatIsNoSetlistExitsWithOne) {
-  expectRefusal(1, "is no setlist", {write("a.vrel", "")});
-  expectRefusal(1, "is no setlist", {write("b.vrel", "not JSON")});
-  expectRefusal(1, "is no setlist", {write("c.vrel", "{\"songs\": 5}")});
-  expectRefusal(1, "is no setlist", {write("d.vrel", "{\"songs\": [{\"name\": \"\xFF\xFE\"}]}")});
-  expectRefusal(1, "is no setlist", {write("e.vrel", std::string(1'000'000, '['))});
+TEST_F(BadInput, AFileThatIsNotASetlistExitsWithOne) {
+  expectRefusal(1, "is not a setlist", {write("a.vrel", "")});
+  expectRefusal(1, "is not a setlist", {write("b.vrel", "not JSON")});
+  expectRefusal(1, "is not a setlist", {write("c.vrel", "{\"songs\": 5}")});
+  expectRefusal(1, "is not a setlist", {write("d.vrel", "{\"songs\": [{\"name\": \"\xFF\xFE\"}]}")});
+  expectRefusal(1, "is not a setlist", {write("e.vrel", std::string(1'000'000, '['))});
 }
 
-TEST_F(BadInput, ADamagedSetlistIsToldWithThePlaceOfTheDamage) {
+TEST_F(BadInput, ADamagedSetlistIsReportedWithThePlaceOfTheDamage) {
   expectRefusal(1, "songs: expected an array, found number", {write("a.vrel", "{\"songs\": 5}")});
   expectRefusal(1, "volume", {write("b.vrel", "{\"songs\": [{\"channels\": [{\"volume\": \"loud\"}]}]}")});
   expectRefusal(1, "expected an object, found number", {write("c.vrel", "7")});
@@ -78,10 +78,10 @@ TEST_F(BadInput, ADamagedSetlistIsToldWithThePlaceOfTheDamage) {
   expectRefusal(1, "tempo_bpm", {write("e.vrel", "\xEF\xBB\xBF[{\"tempo_bpm\": true}]")});
 }
 
-TEST_F(BadInput, AFileThatIsNoMidiFileExitsWithOneAndWritesNothing) {
+TEST_F(BadInput, AFileThatIsNotAMidiFileExitsWithOneAndWritesNothing) {
   const std::string whole = MidiFileMaker().message(0, {0x90, 60, 100}).bytes();
   const auto refused = [&](const std::string& bytes) {
-    expectRefusal(1, "is no MIDI file", {goodSetlist(), write("show.mid", bytes), "--out", at("out.wav")});
+    expectRefusal(1, "is not a MIDI file", {goodSetlist(), write("show.mid", bytes), "--out", at("out.wav")});
   };
   refused("");
   refused("RIFF");
@@ -95,7 +95,7 @@ TEST_F(BadInput, AShowLongerThanADayIsRefused) {
   expectRefusal(1, "longer than a day", {goodSetlist(), write("long.mid", show)});
 }
 
-TEST_F(BadInput, AnOutputThatCanNotBeWrittenExitsWithOne) {
+TEST_F(BadInput, AnUnwritableOutputExitsWithOne) {
   const std::string setlist = goodSetlist();
   expectRefusal(1, at("no/out.wav"), {setlist, "--tail", "0.1", "--out", at("no/out.wav")});
   expectRefusal(1, at("no/e.jsonl"), {setlist, "--tail", "0.1", "--events", at("no/e.jsonl")});
@@ -103,7 +103,7 @@ TEST_F(BadInput, AnOutputThatCanNotBeWrittenExitsWithOne) {
                 "Failed to save setlist: " + at("no/s.vrel") + ": No such file or directory\n");
 }
 
-TEST_F(BadInput, AfterASaveThatFailedTheSoundIsWhole) {
+TEST_F(BadInput, AfterAFailedSaveTheSoundIsComplete) {
   expectRefusal(1, "could not save",
                 {goodSetlist(), "--tail", "0.1", "--out", at("out.wav"), "--save", at("no/s.vrel")},
                 "Failed to save setlist: " + at("no/s.vrel") + ": No such file or directory\n");
@@ -117,7 +117,7 @@ TEST_F(BadInput, AFullDiskExitsWithOne) {
   expectRefusal(1, "/dev/full", {setlist, "--tail", "0.1", "--events", "/dev/full"});
 }
 
-TEST_F(BadInput, HelpIsNoFault) {
+TEST_F(BadInput, HelpExitsWithZero) {
   const auto run = renderOnZoo({"--help"});
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_NE(run.output.find("--tail SECONDS"), std::string::npos);

@@ -50,8 +50,8 @@ class ClipShow : public ShowTest {
   }
 };
 
-TEST_F(ClipShow, TellsWhenClipsStartAndFadeAtTheirExactTimes) {
-  // What can not be decoded starts and fades all the same; only its picture stays empty.
+TEST_F(ClipShow, LogsTheExactTimesAtWhichClipsStartAndFade) {
+  // A clip that cannot be decoded starts and fades too; only its picture stays empty.
   const auto path = write("clip.mov", std::string("no movie"));
   const auto setlist =
       setlistOf({songOf("One", {stripOf("Empty", ""), clips({clip(60, path, VisualTriggerMode::hold),
@@ -66,7 +66,7 @@ TEST_F(ClipShow, TellsWhenClipsStartAndFadeAtTheirExactTimes) {
                                                     line(0.5, 1, 62, 0), line(1.0, 1, 62, 1), line(1.5, 1, 62, 0)));
 }
 
-TEST_F(ClipShow, AClipStartedAgainWithinItsFadeIsToldAgainAndARestartOfOneThatShowsIsNot) {
+TEST_F(ClipShow, AClipStartedAgainWithinItsFadeIsLoggedAgainButNotARestartOfAShownOne) {
   const auto path = write("clip.mov", std::string("no movie"));
   const auto setlist = setlistOf({songOf("One", {clips({clip(60, path, VisualTriggerMode::hold)})})});
   MidiFileMaker show;

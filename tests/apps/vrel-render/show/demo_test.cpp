@@ -35,7 +35,7 @@ class Demo : public ShowTest {
   }
 };
 
-TEST_F(Demo, TheScriptMakesTheFilesThatStandBesideIt) {
+TEST_F(Demo, TheScriptGeneratesTheCommittedFiles) {
   const auto run = runProgram({VREL_PYTHON_PROGRAM, VREL_DEMO_FOLDER "/make_demo.py", at("")});
   ASSERT_EQ(run.exitCode, 0) << run.errors;
   ASSERT_FALSE(committed("demo.vrel").empty());
@@ -109,7 +109,7 @@ TEST_F(Demo, ThePerformanceUsesSplitLayerTransposeRotorBendAndPanic) {
 }
 
 TEST_F(Demo, TwoRunsGiveTheSameBytes) {
-  // The organ draws its wear from the time of day, which therefore stands still here.
+  // The organ seeds its random numbers from the time of day, which is fixed here.
   const std::vector<std::string> fixedTime = {"LD_PRELOAD=" VREL_FIXED_TIME_LIBRARY,
                                               "ASAN_OPTIONS=verify_asan_link_order=0"};
   play(fixedTime);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <time.h>
 
-// The time of day stands still.
+// A fixed time of day.
 
 time_t time(time_t* timer) {
   const time_t now = 1000000000;

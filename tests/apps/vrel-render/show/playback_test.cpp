@@ -26,7 +26,7 @@ void append(std::string& bytes, std::uint32_t value, int count) {
   }
 }
 
-/// A WAV file of floats, one side, `frameCount` frames, none of them silent.
+/// A mono WAV file of floats with `frameCount` frames, none of them silent.
 std::string trackOf(std::uint32_t rate, std::uint32_t frameCount) {
   std::string bytes = "RIFF";
   append(bytes, 36 + frameCount * 4, 4);
@@ -52,7 +52,7 @@ float trackAt(std::size_t frame) {
 
 class PlaybackShow : public ShowTest {
  protected:
-  /// A strip that plays a file as loud as it is, on one note.
+  /// A strip that plays a file at unity gain, on one note.
   ChannelConfig track(const std::string& path, std::uint8_t note, bool loops, const std::string& stopMode = "toggle") {
     auto strip = stripOf("Track", "internal:playback");
     strip.playbackFilePath = path;
@@ -74,7 +74,7 @@ class PlaybackShow : public ShowTest {
   std::string output;
 };
 
-TEST_F(PlaybackShow, ATrackLoopsWithoutASeamAndStopsAtItsExit) {
+TEST_F(PlaybackShow, ATrackLoopsWithoutAGapAndStopsAtItsExit) {
   auto strip = track(write("track.wav", trackOf(48000, 24000)), 60, true, "rangeEnd");
   strip.playbackStartTime = 0.1;
   strip.playbackEndTime = 0.4;  // 14400 frames from 4800 on
@@ -165,7 +165,7 @@ TEST_F(PlaybackShow, PluginsLoopedTracksAndClipsTogetherRenderWithNothingLate) {
   EXPECT_THAT(opacities, testing::ElementsAre(1, 0, 1, 0));
 }
 
-TEST_F(PlaybackShow, AFileThatIsMissingIsToldAndHurtsNothing) {
+TEST_F(PlaybackShow, AMissingFileIsReportedAndTheOthersPlay) {
   const auto setlist = setlistOf(
       {songOf("One", {track(at("gone.wav"), 60, false), track(write("track.wav", trackOf(48000, 4800)), 62, false)})});
   MidiFileMaker show;

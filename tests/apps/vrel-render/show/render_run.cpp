@@ -22,9 +22,9 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 std::string contentOf(std::FILE* file) {
   std::rewind(file);
   std::string content;
-  std::array<char, 4096> piece{};
-  while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file)) {
-    content.append(piece.data(), count);
+  std::array<char, 4096> chunk{};
+  while (const std::size_t count = std::fread(chunk.data(), 1, chunk.size(), file)) {
+    content.append(chunk.data(), count);
   }
   return content;
 }

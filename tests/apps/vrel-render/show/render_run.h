@@ -6,13 +6,13 @@
 
 namespace vrel {
 
-/// What a program did: its exit code (-1 when a signal ended it) and what it wrote.
+/// The result of a program: its exit code (-1 when a signal ended it) and its output.
 struct ProgramRun {
   int exitCode = -1;
   std::string output;
   std::string errors;
 
-  /// The errors without what the plug-in library itself says of bundles it can not read.
+  /// The errors without lilv's own messages about unreadable bundles.
   [[nodiscard]] std::string ownErrors() const;
 };
 

@@ -35,7 +35,7 @@ class SandboxShow : public ShowTest {
     return events;
   }
 
-  /// The strip's process with this number, counted from 0, as soon as the run has told it.
+  /// The strip's process with this number, counted from 0, as soon as the run has logged it.
   [[nodiscard]] int processOf(const std::string& name, std::size_t strip, int number = 0) const {
     for (int wait = 0; wait < 5000; ++wait) {
       std::ifstream file(at(name + ".jsonl"));
@@ -52,8 +52,8 @@ class SandboxShow : public ShowTest {
   }
 };
 
-/// The demo without its electric piano: each copy of that made in one process changes the samples that all its
-/// copies share, so that how it sounds depends on how many there have been.
+/// The demo without its electric piano: each instance of that changes the samples that all instances in a process
+/// share, so its sound depends on how many there have been.
 SetlistFile repeatableDemo() {
   std::ifstream file(VREL_DEMO_FOLDER "/demo.vrel", std::ios::binary);
   auto demo = readSetlist(std::string(std::istreambuf_iterator<char>(file), {})).value();
@@ -82,7 +82,7 @@ TEST_F(SandboxShow, TheDemoSoundsTheSameWithAndWithout) {
   EXPECT_TRUE(eventsOfKind("off", "sandbox").empty());
 }
 
-TEST_F(SandboxShow, EachInstrumentHasAProcessOfItsOwnAndTheLogTellsWhenItIsInstalled) {
+TEST_F(SandboxShow, EachInstrumentHasAProcessOfItsOwnWhichIsLogged) {
   const auto setlist =
       setlistOf({songOf("One", {stripOf("A", zooInstrument("sine")), stripOf("B", zooInstrument("sine")),
                                 stripOf("C", zooInstrument("echo"))})});
@@ -131,14 +131,14 @@ class SandboxShowWithARebel : public SandboxShow {
   const std::string zooPlugin_ = zooInstrument("rebel-kind");
 };
 
-TEST_F(SandboxShowWithARebel, AKilledProcessCrashesItsStripAndTheOthersSoundSampleForSampleAsEver) {
+TEST_F(SandboxShowWithARebel, AKilledProcessCrashesItsStripAndTheOthersSoundTheSameSampleForSample) {
   render("whole");
   const auto whole = run_.get();
   ASSERT_EQ(whole.exitCode, 0) << whole.errors;
   render("killed");
   const int process = processOf("killed", 0);
   ASSERT_GT(process, 0);
-  std::this_thread::sleep_for(800ms);  // in the midst of what takes three seconds
+  std::this_thread::sleep_for(800ms);  // in the middle of a task of three seconds
   ASSERT_EQ(kill(process, SIGKILL), 0);
   const auto killed = run_.get();
   ASSERT_EQ(killed.exitCode, 0) << killed.errors;
@@ -157,7 +157,7 @@ TEST_F(SandboxShowWithARebel, AKilledProcessCrashesItsStripAndTheOthersSoundSamp
   EXPECT_TRUE(eventsOfKind("whole", "crash").empty());
 }
 
-TEST_F(SandboxShowWithARebel, AStoppedProcessIsWaitedForAndNothingIsLost) {
+TEST_F(SandboxShowWithARebel, ASuspendedProcessIsWaitedForAndNothingIsLost) {
   render("whole");
   ASSERT_EQ(run_.get().exitCode, 0);
   render("stopped");
@@ -165,13 +165,13 @@ TEST_F(SandboxShowWithARebel, AStoppedProcessIsWaitedForAndNothingIsLost) {
   ASSERT_GT(process, 0);
   std::this_thread::sleep_for(300ms);
   ASSERT_EQ(kill(process, SIGSTOP), 0);
-  EXPECT_EQ(run_.wait_for(4000ms), std::future_status::timeout) << "the run goes on without it";
+  EXPECT_EQ(run_.wait_for(4000ms), std::future_status::timeout) << "the run continues without it";
   ASSERT_EQ(kill(process, SIGCONT), 0);
   ASSERT_EQ(run_.get().exitCode, 0);
   EXPECT_TRUE(read("stopped.wav") == read("whole.wav"));
 }
 
-TEST_F(SandboxShowWithARebel, AnEffectThatHadToHaveAProcessAndLosesItIsPassedOver) {
+TEST_F(SandboxShowWithARebel, AnEffectThatLosesItsProcessIsBypassed) {
   render("whole");
   ASSERT_EQ(run_.get().exitCode, 0);
   effects_ = {{.pluginPath = zooEffect("shy"), .pluginName = "Zoo Shy"}};
@@ -191,7 +191,7 @@ TEST_F(SandboxShowWithARebel, AnEffectThatHadToHaveAProcessAndLosesItIsPassedOve
   EXPECT_GT(soundIn(read("killed.wav")).peak(), 0.1F);
 }
 
-TEST_F(SandboxShow, AnEffectOfTheMasterHasNoStripToBeToldOf) {
+TEST_F(SandboxShow, AnEffectOfTheMasterIsLoggedWithoutAStrip) {
   auto song = songOf("One", {stripOf("A", zooInstrument("sine"))});
   song.masterEffectSlots = {{.pluginPath = zooEffect("shy"), .pluginName = "Zoo Shy"}};
   auto command = arguments("run", "on");
@@ -202,7 +202,7 @@ TEST_F(SandboxShow, AnEffectOfTheMasterHasNoStripToBeToldOf) {
   EXPECT_TRUE(processes[0].at("channel").is_null() != processes[1].at("channel").is_null());
 }
 
-TEST_F(SandboxShow, WithoutTheHelperProgramEveryStripFailsToLoadAndTheRunSaysWhy) {
+TEST_F(SandboxShow, WithoutTheHostProgramEveryStripFailsToLoadAndTheRunReportsWhy) {
   auto command = arguments("run", "on");
   command.push_back(write("show.vrel", setlistOf({songOf("One", {stripOf("A", zooInstrument("sine"))})})));
   command.insert(command.begin(), VREL_RENDER_PROGRAM);

@@ -44,7 +44,7 @@ class SavedShow : public ShowTest {
   }
 };
 
-/// The document without what a plug-in says of itself.
+/// The document without plug-in states.
 nlohmann::json withoutStates(const std::string& text) {
   auto document = nlohmann::json::parse(text);
   const auto clear = [](nlohmann::json& slots) {
@@ -72,7 +72,7 @@ TEST_F(SavedShow, ASaveKeepsEverythingButTheStatesOfThePlugins) {
 TEST_F(SavedShow, TheStateThatWasPlayedIsSavedAndSoundsWhenLoaded) {
   write("first.vrel", sampleSetlist());
   MidiFileMaker show;
-  show.message(0, {0x90, 66, 100});  // transposed to 64: from now on the left side is 0.5
+  show.message(0, {0x90, 66, 100});  // transposed to 64: from now on the left channel is 0.5
   playAndSave("first.vrel", "saved.vrel", show);
   const auto played = sound();
   playAndSave("saved.vrel", "again.vrel", MidiFileMaker());
@@ -85,7 +85,7 @@ TEST_F(SavedShow, AStateThatWasLoadedIsSavedAsItWas) {
   MidiFileMaker show;
   show.message(0, {0x90, 77, 100}).marker(50, "song 1").message(100, {0x90, 110, 100});
   playAndSave("first.vrel", "saved.vrel", show);
-  // The song that was never on stage again keeps its text, the one on stage gives its state anew.
+  // The song that was not on stage again keeps its text, the one on stage saves its state again.
   playAndSave("saved.vrel", "again.vrel", MidiFileMaker().marker(50, "song 1"));
   EXPECT_EQ(read("again.vrel"), read("saved.vrel"));
   const auto saved = readSetlist(read("saved.vrel"));
@@ -104,7 +104,7 @@ TEST_F(SavedShow, TheSetlistCanBeSavedOverItself) {
   EXPECT_TRUE(saved.value().songs[0].channels[0].pluginStateBase64);
 }
 
-TEST_F(SavedShow, WhatIsSavedOverIsKeptAmongTheCopiesOfTheUser) {
+TEST_F(SavedShow, AnOverwrittenSetlistIsKeptAmongTheUsersCopies) {
   write("show.vrel", sampleSetlist());
   const auto before = read("show.vrel");
   playAndSave("show.vrel", "show.vrel", MidiFileMaker());
@@ -119,7 +119,7 @@ TEST_F(SavedShow, WhatIsSavedOverIsKeptAmongTheCopiesOfTheUser) {
   EXPECT_FALSE(std::filesystem::exists(at("state/vrel/recent_setlists.json")));
 }
 
-TEST_F(SavedShow, ASaveIsToldInTheDirtyMark) {
+TEST_F(SavedShow, ASaveClearsTheDirtyMarkInTheLog) {
   write("first.vrel", sampleSetlist());
   const auto show = MidiFileMaker().message(100, {0xB0, 1, 64}).bytes();
   const auto run = renderOnZoo({at("first.vrel"), write("show.mid", show), "--save", at("saved.vrel"), "--events",
@@ -133,7 +133,7 @@ TEST_F(SavedShow, ASaveIsToldInTheDirtyMark) {
 }
 
 TEST_F(SavedShow, AnEmptySetlistIsSavedEmpty) {
-  write("empty.vrel", "[]");  // the oldest form
+  write("empty.vrel", "[]");  // the legacy form
   playAndSave("empty.vrel", "saved.vrel", MidiFileMaker());
   const auto saved = nlohmann::json::parse(read("saved.vrel"));
   EXPECT_EQ(saved.at("version"), 3);

@@ -13,8 +13,7 @@
 
 namespace vrel {
 
-/// A test with a folder of its own, which goes with it. What the programs that it runs keep for their user stands
-/// there, too, under "state".
+/// A test with a temporary folder. The user state of the programs that it runs is there, too, under "state".
 class ShowTest : public testing::Test {
  protected:
   ShowTest();
@@ -28,8 +27,8 @@ class ShowTest : public testing::Test {
   [[nodiscard]] std::string read(const std::string& name) const;
   [[nodiscard]] bool exists(const std::string& name) const { return std::filesystem::exists(at(name)); }
 
-  /// The lines of an event file; without those that tell which process an instrument has, which is another one
-  /// in each run, or with them.
+  /// The lines of an event file, without or with those about the processes of instruments, which differ in each
+  /// run.
   [[nodiscard]] std::vector<nlohmann::json> events(const std::string& name) const;
   [[nodiscard]] std::vector<nlohmann::json> allEvents(const std::string& name) const;
 
@@ -40,7 +39,7 @@ class ShowTest : public testing::Test {
 /// Makes a MIDI file of one track in which a tick is a millisecond.
 class MidiFileMaker {
  public:
-  /// Times must not fall.
+  /// Times must not decrease.
   MidiFileMaker& message(std::uint32_t milliseconds, const std::vector<std::uint8_t>& bytes);
   MidiFileMaker& marker(std::uint32_t milliseconds, const std::string& text);
   [[nodiscard]] std::string bytes() const;

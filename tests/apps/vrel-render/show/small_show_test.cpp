@@ -34,7 +34,7 @@ json songSwitch(double seconds, int index, int pendingLoads) {
 json dirty(double seconds, bool isDirty) {
   return {{"t", seconds}, {"kind", "dirty"}, {"dirty", isDirty}};
 }
-/// What MIDI clocks are told: to stop when a song goes, to stop and start when one stands.
+/// What MIDI clocks receive: stop before a song switch, stop and start after it.
 json stopped(double seconds, int strip) {
   return midi(seconds, strip, 0xFC, 0, 0);
 }
@@ -69,7 +69,7 @@ class SmallShow : public ShowTest {
   const std::string sine = zooInstrument("sine");
 };
 
-TEST_F(SmallShow, EveryEventIsLoggedAsItsInstrumentGotIt) {
+TEST_F(SmallShow, EveryEventIsLoggedAsItsInstrumentReceivedIt) {
   auto bass = stripOf("Bass", sine);
   bass.maxNote = 59;
   bass.sendSustain = false;
@@ -176,7 +176,7 @@ TEST_F(SmallShow, RateAndBlockChangeTheFileButNotTheEvents) {
   }
 }
 
-TEST_F(SmallShow, TheTailIsTwoSecondsWhenNotSaid) {
+TEST_F(SmallShow, TheTailIsTwoSecondsByDefault) {
   MidiFileMaker show;
   show.message(1000, {0x90, 60, 127});
   play(setlistOf({songOf("One", {stripOf("Sine", sine)})}), show);
@@ -201,7 +201,7 @@ TEST_F(SmallShow, ASongMarkerPutsThatSongOnStage) {
   EXPECT_NE(run.output.find("Played 3 songs: \"One\", \"Three\", \"One\"\n"), std::string::npos) << run.output;
 }
 
-TEST_F(SmallShow, ALearnedControlActsAndIsTold) {
+TEST_F(SmallShow, ALearnedControlActsAndIsLogged) {
   auto song = songOf("One", {stripOf("Sine", sine), stripOf("Other", sine)});
   song.midiControlAssignments = {{{MidiControlKind::channelMute, 0}, {0xB0, 2, 20}},
                                  {{MidiControlKind::panic, {}}, {0xB0, 9, 36}}};
@@ -228,7 +228,7 @@ TEST_F(SmallShow, ALearnedControlActsAndIsTold) {
   EXPECT_EQ(saved.value().globalMidiControlAssignments, setlist.globalMidiControlAssignments);
   const auto played = sound();
   EXPECT_GT(played.rmsDecibels(4800, 9600), -20);
-  EXPECT_GT(played.rmsDecibels(12000, 18000), -20) << "the other strip goes on";
+  EXPECT_GT(played.rmsDecibels(12000, 18000), -20) << "the other strip plays on";
   EXPECT_LT(played.rmsDecibels(24000, 40000), -80);
 }
 
@@ -239,7 +239,7 @@ TEST_F(SmallShow, AControlIsLearnedInTheShowAndKeptInTheSetlist) {
   show.marker(300, "learn nothing").message(400, {0xB0, 50, 127});
   const auto run =
       play(setlistOf({songOf("One", {stripOf("Sine", sine)})}), show, {"--tail", "0", "--save", at("saved.vrel")});
-  EXPECT_NE(run.output.find("'learn nothing' names no control"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("'learn nothing': no such control"), std::string::npos) << run.output;
   const auto controls = eventsOfKind("control");
   ASSERT_EQ(controls.size(), 2U);
   EXPECT_EQ(controls[0].at("target"), "channel_volume");
@@ -286,33 +286,33 @@ TEST_F(SmallShow, TheKeysOfLiveModeActOnlyWhileItIsOn) {
   EXPECT_LT(played.rmsDecibels(64000, 66000), -80) << "panic";
 }
 
-TEST_F(SmallShow, AMarkerThatNamesNoKeyIsToldAndTheShowGoesOn) {
+TEST_F(SmallShow, AMarkerWithAnUnknownKeyIsReportedAndTheShowContinues) {
   MidiFileMaker show;
   show.marker(0, "live maybe").marker(0, "key f5").marker(10, "tap").marker(20, "live on").marker(30, "key p");
   const auto run = play(setlistOf({songOf("One", {stripOf("Sine", sine)})}), show, {"--tail", "0.1"});
-  EXPECT_NE(run.output.find("'live maybe' turns Live mode neither on nor off"), std::string::npos) << run.output;
-  EXPECT_NE(run.output.find("'key f5' names no key"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("'live maybe': expected on or off"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("'key f5': no such key"), std::string::npos) << run.output;
   EXPECT_EQ(eventsOfKind("midi").size(), 2 + 192U);
 }
 
-TEST_F(SmallShow, AMarkerThatNamesNoSongIsToldAndTheShowGoesOn) {
+TEST_F(SmallShow, AMarkerWithAnUnknownSongIsReportedAndTheShowContinues) {
   MidiFileMaker show;
   show.marker(0, "song 7").marker(10, "song x").marker(20, "Verse").message(30, {0x90, 60, 100});
   const auto run = play(setlistOf({songOf("One", {stripOf("Sine", sine)})}), show, {"--tail", "0.1"});
-  EXPECT_NE(run.output.find("'song 7' names no song"), std::string::npos) << run.output;
-  EXPECT_NE(run.output.find("'song x' names no song"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("'song 7': no such song"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("'song x': no such song"), std::string::npos) << run.output;
   EXPECT_EQ(run.output.find("Verse"), std::string::npos) << run.output;
   EXPECT_EQ(eventsOfKind("song"), (Events{song(0, 0)}));
   EXPECT_EQ(eventsOfKind("midi"), (Events{stopped(0, 0), started(0, 0), midi(0.03, 0, 0x90, 60, 100)}));
 }
 
-TEST_F(SmallShow, TheShowBeginsWithTheSongThatIsAskedFor) {
+TEST_F(SmallShow, TheShowBeginsWithTheGivenSong) {
   play(setlistOf({songOf("One", {}), songOf("Two", {stripOf("Sine", sine)})}), MidiFileMaker(),
        {"--song", "1", "--tail", "0.1"});
   EXPECT_EQ(eventsOfKind("song"), (Events{song(0, 1)}));
 }
 
-TEST_F(SmallShow, AMissingPluginIsToldAndTheRestSounds) {
+TEST_F(SmallShow, AMissingPluginIsReportedAndTheOthersSound) {
   auto withEffect = stripOf("Sine", sine);
   withEffect.effectSlots = {{.pluginPath = zooEffect("nowhere"), .pluginName = "Nowhere"}};
   const auto setlist = setlistOf({songOf("Gig", {stripOf("Gone", zooInstrument("nowhere")), withEffect})});
@@ -332,7 +332,7 @@ TEST_F(SmallShow, AMissingPluginIsToldAndTheRestSounds) {
   EXPECT_GT(sound().peak(), 0.5F);
 }
 
-TEST_F(SmallShow, APluginThatDoesNotLoadIsToldAndTheRestSounds) {
+TEST_F(SmallShow, APluginThatFailsToLoadIsReportedAndTheOthersSound) {
   MidiFileMaker show;
   show.message(0, {0x90, 60, 127});
   const auto run = play(setlistOf({songOf("Gig", {stripOf("Refuses", zooInstrument("refuses")),
@@ -345,7 +345,7 @@ TEST_F(SmallShow, APluginThatDoesNotLoadIsToldAndTheRestSounds) {
   EXPECT_GT(sound().peak(), 0.5F);
 }
 
-TEST_F(SmallShow, APluginWhoseSoundIsNoNumberIsSilencedAndCounted) {
+TEST_F(SmallShow, APluginWithNonFiniteOutputIsSilencedAndCounted) {
   MidiFileMaker show;
   show.message(0, {0x90, 60, 127}).message(100, {0x90, 60, 127});
   auto broken = stripOf("Sine", sine);
@@ -358,7 +358,7 @@ TEST_F(SmallShow, APluginWhoseSoundIsNoNumberIsSilencedAndCounted) {
   EXPECT_GT(sound().peak(), 0.1F);
 }
 
-TEST_F(SmallShow, AnEmptySetlistRendersSilenceAndSaysSo) {
+TEST_F(SmallShow, AnEmptySetlistRendersSilenceAndIsReported) {
   MidiFileMaker show;
   show.message(0, {0x90, 60, 127});
   const auto run = play(setlistOf({}), show, {"--tail", "0.5"});
@@ -368,7 +368,7 @@ TEST_F(SmallShow, AnEmptySetlistRendersSilenceAndSaysSo) {
   EXPECT_TRUE(events().empty());
 }
 
-TEST_F(SmallShow, WithNoOutputTheShowIsPerformedAllTheSame) {
+TEST_F(SmallShow, WithoutOutputTheShowIsStillPerformed) {
   const auto run =
       renderOnZoo({write("show.vrel", setlistOf({songOf("One", {stripOf("Sine", sine)})})),
                    write("show.mid", MidiFileMaker().message(0, {0x90, 60, 127}).bytes()), "--tail", "0.1"});

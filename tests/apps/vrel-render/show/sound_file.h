@@ -7,7 +7,7 @@
 
 namespace vrel {
 
-/// What a WAV file of 32-bit floats in two channels holds.
+/// The content of a stereo WAV file of 32-bit floats.
 struct SoundFile {
   std::size_t rate = 0;  // frames per second
   std::vector<float> left;
@@ -20,12 +20,12 @@ struct SoundFile {
   /// The first frame that is not silent; the number of frames when all are.
   [[nodiscard]] std::size_t firstSound() const;
 
-  /// From one frame up to another: the level, and how often the left side crosses zero in a second.
+  /// Between two frames: the level, and the zero crossings per second of the left channel.
   [[nodiscard]] double rmsDecibels(std::size_t begin, std::size_t end) const;
   [[nodiscard]] double crossingsPerSecond(std::size_t begin, std::size_t end) const;
 };
 
-/// Takes the bytes of a file; one that has another form gives no frames and rate 0.
+/// Parses the bytes of a file; no frames and rate 0 for any other format.
 [[nodiscard]] SoundFile soundIn(const std::string& bytes);
 
 }  // namespace vrel

@@ -4,7 +4,7 @@
 
 #include <lv2/time/time.h>
 
-// Shows the last position it got, one field in each sample of the left: frame, speed, bar, beat in the bar,
+// Outputs the last position it received, one field in each sample of the left: frame, speed, bar, beat in the bar,
 // beat, beat unit, beats per bar, beats per minute; -1 for a field that was not there. The right says how
 // many positions there have been.
 

@@ -4,7 +4,7 @@
 
 #include <lv2/state/state.h>
 
-// Begins in the state that its data gives: the value there comes out in 1/128.
+// Starts with the state in its data: outputs the value there, in 1/128.
 
 static void run(LV2_Handle handle, uint32_t frames) {
   Zoo* zoo = handle;

@@ -14,7 +14,7 @@ static void run(LV2_Handle handle, uint32_t frames) {
   }
   *(float*)zoo->ports[7] = *(const float*)zoo->ports[5] + *(const float*)zoo->ports[6];
   if (zoo->ports[9] != NULL) {
-    zooFill(zoo, 2, frames, -1);  // the host has connected what it does not know
+    zooFill(zoo, 2, frames, -1);  // the host has connected a port of an unknown type
   }
 }
 

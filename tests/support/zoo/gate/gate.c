@@ -5,7 +5,7 @@
 #include <time.h>
 #include <unistd.h>
 
-// Is as slow to make as the test wants: it waits for the file that VREL_ZOO_GATE names, for 45 seconds at most.
+// Instantiation takes as long as the test wants: it waits for the file that VREL_ZOO_GATE names, at most 45 seconds.
 
 static Zoo* make(double rate, const LV2_Feature* const* features) {
   const char* const gate = getenv("VREL_ZOO_GATE");

@@ -3,8 +3,8 @@
 #include <signal.h>
 #include <stdlib.h>
 
-// Ends the process that loads it, before anybody has called it; its bundle asks to be loaded by the scan, which
-// would have it say what is in the bundle.
+// Ends the process that loads it, before any call; its bundle is a dynamic manifest, which asks the scan to load the
+// library.
 
 __attribute__((constructor)) static void stepOn(void) {
   raise(SIGKILL);

@@ -2,7 +2,7 @@
 #define ZOO_URI "urn:vrel:zoo:needy"
 #include "support/zoo/zoo.h"
 
-// Its data asks for a feature that nobody has; without it, it ends the program.
+// Requires a feature that no host has; instantiated without it, it ends the program.
 
 static Zoo* make(double rate, const LV2_Feature* const* features) {
   if (zooFeature(features, "urn:vrel:zoo:impossible") == NULL) {

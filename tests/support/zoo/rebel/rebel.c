@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 // Plays a constant: the velocity of the last key from 32 up, in 1/128; its state is that velocity. A key
-// below 32 is a misdeed in the run that gets it (see `misbehave`). Plug-ins of other names hang, in a loop
-// without end, where the name says; the slow one takes a while to be made: VREL_ZOO_SECONDS, or 0.3.
+// below 32 is a fault in the run that gets it (see `misbehave`). The variants hang, in an endless loop,
+// where their name says; the slow one takes VREL_ZOO_SECONDS, or 0.3 s, to instantiate.
 
-enum Misdeed {
+enum Fault {
   hangForever = 1,
   writeToNothing = 2,
   leaveTheProgram = 3,
@@ -43,9 +43,9 @@ static void sleepSeconds(double seconds) {
 typedef struct {
   const LV2_Worker_Schedule* schedule;
   const LV2_Descriptor* descriptor;
-  uint32_t misdeed;  // of this run
+  uint32_t fault;  // of this run
   bool isHardWorking;
-  double sum;  // of the hard work, so that it is done
+  double sum;  // so that the work is not optimised away
   _Atomic uint32_t level;
 } Rebel;
 
@@ -83,7 +83,7 @@ static void misbehave(Zoo* zoo, uint32_t frames) {
   static char load[8 << 20];
   static int* volatile nothing = NULL;
   float* const left = zooAudio(zoo, 1);
-  switch (rebel->misdeed) {
+  switch (rebel->fault) {
     case hangForever:
       hang();
       break;
@@ -130,10 +130,10 @@ static void workHardFor(Rebel* rebel, uint32_t frames) {
 static void run(LV2_Handle handle, uint32_t frames) {
   Zoo* zoo = handle;
   Rebel* rebel = zoo->extra;
-  rebel->misdeed = 0;
+  rebel->fault = 0;
   ZOO_FOREACH_MIDI(zoo, 0) {
     if (zooIsNoteOn(bytes) && bytes[1] < 32) {
-      rebel->misdeed = bytes[1];
+      rebel->fault = bytes[1];
       rebel->isHardWorking = rebel->isHardWorking || bytes[1] == workHard;
     } else if (zooIsNoteOn(bytes)) {
       rebel->level = bytes[2];

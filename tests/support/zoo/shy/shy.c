@@ -5,7 +5,7 @@
 
 #include <errno.h>
 
-// Passes its input on, but comes up only in a process that plug-ins have for themselves.
+// Passes its input through, but instantiates only in a guest process.
 
 static Zoo* make(double rate, const LV2_Feature* const* features) {
   return strcmp(program_invocation_short_name, "vrel-plugin-host") == 0 ? zooMake(rate, features) : NULL;

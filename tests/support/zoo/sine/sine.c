@@ -5,7 +5,7 @@
 #include <math.h>
 
 // One voice at a time: the last key sounds, its velocity is its level, and it fades within a few
-// milliseconds after its release. Controller 123 releases whatever sounds.
+// milliseconds after its release. Controller 123 releases all notes.
 
 static const double tau = 6.283185307179586;
 

@@ -50,7 +50,7 @@ static void loadFile(Kept* kept) {
 static void run(LV2_Handle handle, uint32_t frames) {
   Zoo* zoo = handle;
   Kept* kept = zoo->extra;
-  if (kept->mustLoad && frames == 0) {  // files in a real block would be a fault
+  if (kept->mustLoad && frames == 0) {  // file access in a real block would be an error
     loadFile(kept);
   }
   ZOO_FOREACH_MIDI(zoo, 0) {
@@ -109,7 +109,7 @@ static LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function r
   if (value == NULL || size != sizeof *value || type != urid(zoo, LV2_ATOM__Int)) {
     return LV2_STATE_ERR_NO_PROPERTY;
   }
-  kept->value = *value;  // taken before the verdict, so that a host which leaves it so is found out
+  kept->value = *value;  // set before the result, so that a test detects a host that keeps it
   if (*value == 13) {
     return LV2_STATE_ERR_UNKNOWN;
   }

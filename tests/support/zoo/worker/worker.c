@@ -41,7 +41,7 @@ static void run(LV2_Handle handle, uint32_t frames) {
 static LV2_Worker_Status doWork(LV2_Handle handle, LV2_Worker_Respond_Function respond,
                                 LV2_Worker_Respond_Handle respondHandle, uint32_t size, const void* data) {
   (void)handle;
-  void* slow = malloc(100000);  // what no block may do
+  void* slow = malloc(100000);  // not allowed in a block
   free(slow);
   const int32_t answer = 2 * *(const uint8_t*)data;
   return size == 1 ? respond(respondHandle, sizeof answer, &answer) : LV2_WORKER_ERR_UNKNOWN;

@@ -182,7 +182,7 @@ TEST(State, OfAnotherPluginChangesNothing) {
   Player player = changedPlayer(stage);
   player.unit().auAudioUnit().setFullStateForDocument(stateOf(sine));
   EXPECT_EQ(contentOf(player), std::pair(35.0F, 60.0F));
-  EXPECT_THAT(stage.lines(), testing::ElementsAre("Zoo State: state not taken: state is of another plug-in: "
+  EXPECT_THAT(stage.lines(), testing::ElementsAre("Zoo State: state not restored: state belongs to another plug-in: "
                                                   "urn:vrel:zoo:sine"));
 }
 
@@ -225,7 +225,8 @@ TEST(State, ThatThePluginRefusesLeavesItAsItWas) {
   dictionaryIn(refused, "ports")["level"] = {1.0};
   player.unit().auAudioUnit().setFullStateForDocument(refused);
   EXPECT_EQ(contentOf(player), std::pair(35.0F, 60.0F));
-  EXPECT_THAT(stage.lines(), testing::ElementsAre("Zoo State: state not taken: the plug-in could not read the state"));
+  EXPECT_THAT(stage.lines(),
+              testing::ElementsAre("Zoo State: state not restored: the plug-in could not read the state"));
 }
 
 TEST(State, AFileNameThatLeadsOutOfItsFolderIsRefused) {

@@ -100,9 +100,9 @@ TEST(Instantiation, EachFailureIsReportedInWords) {
   EXPECT_EQ(stage.make(AudioComponentDescription{1, 2, 3}).error->description, "component not installed");
   EXPECT_EQ(stage.errorOf("urn:vrel:zoo:refuses"), "plug-in Zoo Refuses could not be instantiated");
   EXPECT_EQ(stage.errorOf("urn:vrel:zoo:needy"),
-            "plug-in Zoo Needy asks for feature urn:vrel:zoo:impossible, which this host does not have");
+            "plug-in Zoo Needy requires the unsupported feature urn:vrel:zoo:impossible");
   EXPECT_EQ(stage.errorOf("urn:vrel:zoo:strangeport"),
-            "plug-in Zoo Strange Port has a port of a kind that this host does not know: strange");
+            "plug-in Zoo Strange Port has a port of an unsupported type: strange");
   EXPECT_THAT(stage.errorOf("urn:vrel:zoo:nolibrary"),
               testing::AllOf(testing::StartsWith("plug-in Zoo No Library has no library file: "),
                              testing::EndsWith("/nolibrary.lv2/nolibrary.so")));

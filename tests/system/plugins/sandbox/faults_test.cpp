@@ -305,7 +305,7 @@ TEST_F(FaultsWithShortTimeout, AHangingCaptureGivesTheLastStateKnownAndALine) {
   const auto start = Clock::now();
   EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
   EXPECT_LT(Clock::now() - start, 2s);
-  EXPECT_TRUE(hasLogged("the last one known is kept"));
+  EXPECT_TRUE(hasLogged("the last known state is kept"));
   const auto again = Clock::now();
   EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
   EXPECT_LT(Clock::now() - again, 250ms) << "one that owes an answer is not asked again";
@@ -328,7 +328,7 @@ TEST_F(FaultsWithShortTimeout, APluginThatHangsInRestoringKeepsItsStateForTheNex
   unit->auAudioUnit().setFullStateForDocument(foreign);
   unit->reset();
   EXPECT_LT(Clock::now() - start, 2s);
-  EXPECT_TRUE(hasLogged("has not taken its state yet"));
+  EXPECT_TRUE(hasLogged("has not restored its state yet"));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), foreign);
 }
 
@@ -340,7 +340,7 @@ TEST_F(FaultsWithShortTimeout, StoppedWhileAStateGoesInTheCallReturnsAndTheState
   const auto start = Clock::now();
   unit->auAudioUnit().setFullStateForDocument(*state);
   EXPECT_LT(Clock::now() - start, 2s);
-  EXPECT_TRUE(hasLogged("has not taken its state yet"));
+  EXPECT_TRUE(hasLogged("has not restored its state yet"));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state) << "a save meanwhile loses nothing";
   kill(processOf(unit), SIGCONT);
   lv2::Player revived(unit);

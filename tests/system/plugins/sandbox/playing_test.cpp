@@ -110,7 +110,7 @@ TEST_F(Sandboxed, APluginThatRefusesIsReportedInTheWordsOfThisProcess) {
 TEST_F(Sandboxed, LinesOfThePluginsLogComeThrough) {
   const Made made = make("urn:vrel:zoo:state");
   made.unit->auAudioUnit().setFullStateForDocument({{"nonsense", {true}}});
-  EXPECT_TRUE(hasLogged("state not taken"));
+  EXPECT_TRUE(hasLogged("state not restored"));
 }
 
 class WithoutHelper : public SandboxStage {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/road_stage.h"
+#include "console/note_latency_stage.h"
 
 #include <QPointF>
 #include <QQuickItem>
@@ -42,12 +42,12 @@ const QQuickItem* findIn(const QQuickItem& item, const QString& name) {
 
 }  // namespace
 
-RoadStage::RoadStage(std::size_t strips, WaitUntil waitUntil) : waitUntil_(std::move(waitUntil)) {
+NoteLatencyStage::NoteLatencyStage(std::size_t strips, WaitUntil waitUntil) : waitUntil_(std::move(waitUntil)) {
   program_.start();
   putOnStage(strips);
 }
 
-void RoadStage::putOnStage(std::size_t strips) {
+void NoteLatencyStage::putOnStage(std::size_t strips) {
   const bool isFound = onLogic<bool>([strips](Session& session) {
     const auto& found = session.state().scannedPlugins.get();
     const auto instrument =
@@ -61,7 +61,7 @@ void RoadStage::putOnStage(std::size_t strips) {
     return true;
   });
   if (!isFound) {
-    throw std::runtime_error(std::string("there is no ") + instrumentName);
+    throw std::runtime_error(std::string("not installed: ") + instrumentName);
   }
   const auto isComplete = [this, strips] {
     return onLogic<bool>([strips](Session& session) {
@@ -73,7 +73,7 @@ void RoadStage::putOnStage(std::size_t strips) {
     });
   };
   if (!waitUntil_(isComplete)) {
-    throw std::runtime_error("the song does not come on stage; is there a JACK server?");
+    throw std::runtime_error("the song switch timed out; is a JACK server running?");
   }
   engine_ = onLogic<AudioEngine*>([](Session& session) { return &session.engine(); });
   using Ids = std::vector<std::string>;
@@ -89,7 +89,7 @@ void RoadStage::putOnStage(std::size_t strips) {
   }
 }
 
-void RoadStage::watchLastStrip(std::function<void()> onEvent) {
+void NoteLatencyStage::watchLastStrip(std::function<void()> onEvent) {
   const bool isWatched = onLogic<bool>([&](Session& session) {
     auto* const instrument = dynamic_cast<ObservableInstrument*>(session.engine().channels().back()->midiInstrument());
     if (instrument != nullptr) {
@@ -98,18 +98,18 @@ void RoadStage::watchLastStrip(std::function<void()> onEvent) {
     return instrument != nullptr;
   });
   if (!isWatched) {
-    throw std::runtime_error("the instrument does not tell its events");
+    throw std::runtime_error("the instrument has no event observer");
   }
 }
 
-void RoadStage::post(std::uint8_t status, std::uint8_t data1, std::uint8_t data2, std::function<void()> before) {
+void NoteLatencyStage::post(std::uint8_t status, std::uint8_t data1, std::uint8_t data2, std::function<void()> before) {
   program_.logic.post([engine = engine_, status, data1, data2, before = std::move(before)] {
     before();
     engine->routeMIDI(status, data1, data2);
   });
 }
 
-std::size_t RoadStage::movedMeters() {
+std::size_t NoteLatencyStage::movedMeters() {
   std::size_t moved = 0;
   for (auto& meter : meters_) {
     const float now = meter.cell->left.load(std::memory_order_relaxed);
@@ -119,7 +119,7 @@ std::size_t RoadStage::movedMeters() {
   return moved;
 }
 
-bool RoadStage::isEveryStripSeen() {
+bool NoteLatencyStage::isEveryStripVisible() {
   const auto* const strip =
       window() == nullptr ? nullptr : findIn(*window()->contentItem(), "strip" + QString::number(meters_.size() - 1));
   return strip != nullptr && strip->mapToScene({strip->width(), 0}).x() <= window()->width();

@@ -17,35 +17,34 @@ class QQuickWindow;
 
 namespace vrel::app::bench {
 
-/// The real program, on the JACK server of the environment, with a song of as many strips on stage as asked for, each
-/// with an instrument in a process of its own.
+/// The real program, on the JACK server of the environment, with a song of `strips` strips on stage, each with an
+/// instrument in a process of its own.
 ///
-/// It is made on Qt's thread. As long as nobody runs Qt's loop there is no window: what the logic sends it stays
-/// behind, which is one batch.
-class RoadStage {
+/// Created on Qt's thread. Without Qt's event loop there is no window, and one mirror batch stays queued.
+class NoteLatencyStage {
  public:
-  /// Lets time pass, on Qt's thread, until the answer is yes; false when that takes too long.
+  /// Waits on Qt's thread until `holds`; false on a timeout.
   using WaitUntil = std::function<bool(const std::function<bool()>& holds)>;
 
-  /// Returns when all instruments are there. Throws when they do not come.
-  RoadStage(std::size_t strips, WaitUntil waitUntil);
+  /// Returns when all instruments are loaded; throws on a timeout.
+  NoteLatencyStage(std::size_t strips, WaitUntil waitUntil);
 
-  /// Called on the logic's thread for every event that goes into the last strip's instrument, the last to get it.
+  /// Called on the logic's thread for every event that is sent to the last strip's instrument.
   void watchLastStrip(std::function<void()> onEvent);
 
-  /// Brings a message to the main queue as `MidiInput` does; `before` is called there right before it is routed. Any
+  /// Posts a message to the main queue as `MidiInput` does; `before` is called there right before it is routed. Any
   /// thread.
   void post(std::uint8_t status, std::uint8_t data1, std::uint8_t data2, std::function<void()> before);
 
-  /// The strips whose meters show something else than when this was asked last. Any one thread.
+  /// The number of meters that changed since the last call. Any one thread.
   [[nodiscard]] std::size_t movedMeters();
 
-  /// Tells of each of the window's frames.
+  /// Emits `frame` for each of the window's frames.
   [[nodiscard]] window::MeterBoard* meterFrames() { return program_.window.model().meters(); }
 
-  /// Null without one.
+  /// Null without a window.
   [[nodiscard]] QQuickWindow* window() { return program_.window.quickWindow(); }
-  [[nodiscard]] bool isEveryStripSeen();
+  [[nodiscard]] bool isEveryStripVisible();
 
  private:
   template <typename T>

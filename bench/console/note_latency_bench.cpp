@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How long a note is on its road through the logic: from the thread that posts its message to the main queue until
-// `sendMIDIEvent` of the last of 32 strips that play it. With the real window, whose meters all move, and without one;
-// each in a process of its own, on one JACK server, with all instruments in processes of their own.
+// Latency of a note through the logic: from posting its message to the main queue to `sendMIDIEvent` of the last of
+// 32 strips that play it. With the real window, whose meters all move, and without one; each case in a process of its
+// own, on one JACK server, with all instruments in processes of their own.
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -24,7 +24,7 @@
 #include <thread>
 #include <vector>
 
-#include "console/road_stage.h"
+#include "console/note_latency_stage.h"
 #include "percentile.h"
 #include "support/devices/jack_server.h"
 #include "support/ui/virtual_display.h"
@@ -43,7 +43,7 @@ constexpr int warmUpMs = 1000;
 
 struct Options {
   std::size_t notes = 4000;
-  std::string road;  // the case to measure in this process; empty: each in one of its own
+  std::string variant;  // the case to measure in this process; empty: each in one of its own
 };
 
 Options parse(const std::vector<std::string>& arguments) {
@@ -52,18 +52,18 @@ Options parse(const std::vector<std::string>& arguments) {
     if (arguments[index] == "--notes") {
       options.notes = std::stoul(arguments[index + 1]);
     } else if (arguments[index] == "--case") {
-      options.road = arguments[index + 1];
+      options.variant = arguments[index + 1];
     } else {
-      throw std::invalid_argument("usage: note_road_bench [--notes N]");
+      throw std::invalid_argument("usage: note_latency_bench [--notes N]");
     }
   }
   return options;
 }
 
-/// What Qt is told of it.
+/// The arguments for Qt.
 struct CommandLine {
   int count = 1;
-  char name[16] = "note_road_bench";
+  char name[16] = "note_latency_bench";
   char* arguments[2] = {name, nullptr};
 };
 
@@ -73,12 +73,12 @@ void pump(int milliseconds) {
   loop.exec();
 }
 
-/// Plays at random times; in milliseconds, how long each message was on its road. On a thread of its own.
-std::vector<double> playAll(RoadStage& stage, std::size_t notes) {
-  std::vector<double> roads(notes, -1);
+/// Plays at random times, on a thread of its own. The latency of each message in milliseconds.
+std::vector<double> playAll(NoteLatencyStage& stage, std::size_t notes) {
+  std::vector<double> latencies(notes, -1);
   std::size_t current = 0;  // the logic's thread
   Clock::time_point postedAt;
-  stage.watchLastStrip([&] { roads[current] = Milliseconds(Clock::now() - postedAt).count(); });
+  stage.watchLastStrip([&] { latencies[current] = Milliseconds(Clock::now() - postedAt).count(); });
   std::mt19937 random(1);
   std::uniform_real_distribution<double> pause(0, longestPause);
   for (std::size_t note = 0; note < notes; ++note) {
@@ -89,24 +89,25 @@ std::vector<double> playAll(RoadStage& stage, std::size_t notes) {
       postedAt = now;
     });
   }
-  // All that is posted has been carried out once this has.
+  // When this has run, so has everything posted before it.
   stage.watchLastStrip([] {});
-  return roads;
+  return latencies;
 }
 
 struct Measured {
-  std::vector<double> roads;
+  std::vector<double> latencies;
   double seconds = 0;
 };
 
-Measured measure(RoadStage& stage, std::size_t notes, const std::function<void(const std::atomic<bool>&)>& wait) {
+Measured measure(NoteLatencyStage& stage, std::size_t notes,
+                 const std::function<void(const std::atomic<bool>&)>& wait) {
   Measured measured;
   std::exception_ptr failure;
   std::atomic<bool> isDone{false};
   std::thread playing([&] {
     try {
       const auto start = Clock::now();
-      measured.roads = playAll(stage, notes);
+      measured.latencies = playAll(stage, notes);
       measured.seconds = Milliseconds(Clock::now() - start).count() / 1000;
     } catch (...) {
       failure = std::current_exception();
@@ -122,13 +123,13 @@ Measured measure(RoadStage& stage, std::size_t notes, const std::function<void(c
   return measured;
 }
 
-/// False when a message has not come through.
-bool tell(const char* name, std::vector<double> roads) {
-  std::sort(roads.begin(), roads.end());
-  const bool isComplete = roads.front() >= 0;
+/// False when a message was lost.
+bool report(const char* name, std::vector<double> latencies) {
+  std::sort(latencies.begin(), latencies.end());
+  const bool isComplete = latencies.front() >= 0;
   std::printf("%-16s", name);
   for (const double part : {0.5, 0.9, 0.99, 1.0}) {
-    std::printf(" %8.3f", vrel::bench::percentile(roads, part));
+    std::printf(" %8.3f", vrel::bench::percentile(latencies, part));
   }
   std::printf("%s", isComplete ? "" : "  a message was LOST");
   return isComplete;
@@ -138,10 +139,10 @@ bool measureWithoutWindow(std::size_t notes) {
   CommandLine line;
   const QCoreApplication application(line.count, line.arguments);
   const auto sleepUntil = [](const std::function<bool()>& holds) { return system::test::eventually(holds); };
-  RoadStage stage(strips, sleepUntil);
+  NoteLatencyStage stage(strips, sleepUntil);
   std::this_thread::sleep_for(std::chrono::milliseconds(warmUpMs));
   const auto measured = measure(stage, notes, [](const std::atomic<bool>& isDone) { isDone.wait(false); });
-  const bool isComplete = tell("without a window", measured.roads);
+  const bool isComplete = report("without a window", measured.latencies);
   std::printf("\n");
   return isComplete;
 }
@@ -164,8 +165,8 @@ bool measureWithWindow(std::size_t notes) {
     }
     return true;
   };
-  RoadStage stage(strips, pumpUntil);
-  if (!pumpUntil([&] { return stage.isEveryStripSeen(); })) {
+  NoteLatencyStage stage(strips, pumpUntil);
+  if (!pumpUntil([&] { return stage.isEveryStripVisible(); })) {
     throw std::runtime_error("the window does not show all strips");
   }
   pump(warmUpMs);
@@ -185,7 +186,7 @@ bool measureWithWindow(std::size_t notes) {
       pump(20);
     }
   });
-  const bool isComplete = tell("with a window", measured.roads);
+  const bool isComplete = report("with a window", measured.latencies);
   std::printf("   %.1f frames a second; in each, %.1f of %zu meters moved\n",
               static_cast<double>(frames) / measured.seconds,
               static_cast<double>(moved) / static_cast<double>(std::max<std::uint64_t>(ticks, 1)), strips);
@@ -203,8 +204,8 @@ bool measureEach(const std::string& program, const Options& options) {
   std::printf("%-16s %8s %8s %8s %8s\n", "", "median", "90%", "99%", "most");
   std::fflush(stdout);
   bool isGood = true;
-  for (const std::string road : {"none", "window"}) {
-    const std::string command = "'" + program + "' --notes " + std::to_string(options.notes) + " --case " + road;
+  for (const std::string variant : {"none", "window"}) {
+    const std::string command = "'" + program + "' --notes " + std::to_string(options.notes) + " --case " + variant;
     isGood = std::system(command.c_str()) == 0 && isGood;  // NOLINT(concurrency-mt-unsafe): there is one thread
   }
   return isGood;
@@ -212,16 +213,17 @@ bool measureEach(const std::string& program, const Options& options) {
 
 bool run(const std::string& program, const Options& options) {
   ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
-  if (options.road.empty()) {
+  if (options.variant.empty()) {
     return measureEach(program, options);
   }
   const auto home = test::makeTemporaryFolder();
   test::moveHome(home);
-  // No other plug-in: the scan is not what is measured.
+  // No other plug-ins: the scan is not measured here.
   std::filesystem::create_directory(home / "lv2");
   std::filesystem::create_directory_symlink(std::filesystem::path(VREL_ZOO_PATH) / "sine.lv2", home / "lv2/sine.lv2");
   ::setenv("LV2_PATH", (home / "lv2").c_str(), 1);
-  const bool isGood = options.road == "window" ? measureWithWindow(options.notes) : measureWithoutWindow(options.notes);
+  const bool isGood =
+      options.variant == "window" ? measureWithWindow(options.notes) : measureWithoutWindow(options.notes);
   std::filesystem::remove_all(home);
   return isGood;
 }
