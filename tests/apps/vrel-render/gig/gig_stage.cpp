@@ -2,9 +2,13 @@
 #include "apps/vrel-render/gig/gig_stage.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
+#include "document/setlist_coding.h"
+#include "midi/standard_midi_file.h"
 #include "system/plugins/sandboxed_node.h"
 #include "visuals/visual_clip_player.h"
 
@@ -87,6 +91,26 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std:
   settings.counters = host.counters;
   return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finder, mainLoop_,
                                                           settings);
+}
+
+SetlistFile GigStage::open(const std::filesystem::path& folder) {
+  std::ofstream(folder / "raw.vrel") << encodeSetlist(gigSetlist()).value();
+  load(folder / "raw.vrel");
+  for (std::uint32_t song = 0; song < gigSongs; ++song) {
+    perform({{0, render::SongStep{song, ""}}}, [](std::size_t) {});
+    playNote(keeperNoteOf(song));
+  }
+  const auto opened = folder / "opened.vrel";
+  if (!save(opened)) {
+    throw std::runtime_error("the setlist of the gig cannot be saved");
+  }
+  load(opened);
+  std::ifstream file(opened);
+  return readSetlist(std::string(std::istreambuf_iterator<char>(file), {})).value();
+}
+
+std::vector<render::ShowStep> GigStage::stepsOf(const std::string& midi) {
+  return render::showSteps(readStandardMidiFile(std::vector<std::uint8_t>(midi.begin(), midi.end())).value());
 }
 
 void GigStage::load(const std::string& setlistPath) {

@@ -15,6 +15,7 @@
 #include "apps/vrel-render/gig/block_watch.h"
 #include "apps/vrel-render/gig/gig_show.h"
 #include "document/app_state.h"
+#include "document/setlist.h"
 #include "engine/audio_engine.h"
 #include "foundation/uuid.h"
 #include "platform/console_output.h"
@@ -47,8 +48,15 @@ class GigStage {
   GigStage(const GigStage&) = delete;
   GigStage& operator=(const GigStage&) = delete;
 
+  /// Opens the gig's setlist as the program itself saves it, once every song was on stage: with the states of all
+  /// plug-ins. It is opened.vrel in the folder.
+  [[nodiscard]] SetlistFile open(const std::filesystem::path& folder);
+
   void load(const std::string& setlistPath);
   [[nodiscard]] bool save(const std::string& setlistPath);
+
+  /// The steps of a MIDI file's bytes.
+  [[nodiscard]] static std::vector<render::ShowStep> stepsOf(const std::string& midi);
 
   /// Performs the steps at their times, plus the time of the song switches. After every switch `onSwitched` is called
   /// with the number of switches so far.

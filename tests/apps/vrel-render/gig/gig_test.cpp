@@ -20,11 +20,11 @@
 #include "apps/vrel-render/show/render_run.h"
 #include "apps/vrel-render/show/show_files.h"
 #include "document/setlist_coding.h"
-#include "midi/standard_midi_file.h"
 #include "system/plugins/sandbox/processes.h"
 
-// A gig, from the opened setlist to the saved one, with 100 song switches, or VREL_GIG_SWITCHES. A sanitizer build runs
-// half of them, and does not compare its memory, since the sanitizer keeps freed memory.
+// A gig, from the setlist that is opened to the one that is saved. Whether it was in time is for bench/gig to say. 100
+// song switches; as many as VREL_GIG_SWITCHES says when it is set. A build with a sanitizer takes half of them, and
+// does not weigh its memory, of which the sanitizer keeps what was freed.
 
 namespace vrel {
 namespace {
@@ -100,48 +100,20 @@ void report(std::size_t switches, const Holding& now) {
       now.kilobytesOfPlugins);
 }
 
-void report(const GigStage& stage) {
-  auto times = stage.switchTimes();
-  std::sort(times.begin(), times.end());
-  const auto& watch = stage.watch();
-  std::printf("switches: %zu, half of them within %.1f ms, 99 of 100 within %.1f ms, all within %.1f ms\n",
-              times.size(), times[times.size() / 2], times[times.size() * 99 / 100], times.back());
-  std::printf(
-      "blocks: %zu, with sound %zu, silent for a change of the graph %zu; late by a plug-in %zu, by the machine %zu, "
-      "by the "
-      "program %zu; the longest took %.2f ms of the program's own\n",
-      static_cast<std::size_t>(watch.blocks), static_cast<std::size_t>(watch.soundingBlocks),
-      static_cast<std::size_t>(stage.renderCounters().silentBlocks), static_cast<std::size_t>(watch.lateByPlugin),
-      static_cast<std::size_t>(watch.lateByMachine), static_cast<std::size_t>(watch.lateByProgram),
-      static_cast<double>(watch.longestOfProgram) * 1e-6);
-}
-
 class Gig : public ShowTest {
  protected:
   static void SetUpTestSuite() {
     setenv("LV2_PATH", VREL_ZOO_PATH, 1);  // NOLINT(concurrency-mt-unsafe): no other threads yet
   }
 
-  /// The setlist as the program saves it after every song was on stage: with the states of all plug-ins.
-  [[nodiscard]] SetlistFile openedOnce(GigStage& stage) const {
-    stage.load(write("raw.vrel", gigSetlist()));
-    for (std::uint32_t song = 0; song < gigSongs; ++song) {
-      stage.perform({{0, render::SongStep{song, ""}}}, [](std::size_t) {});
-      stage.playNote(keeperNoteOf(song));
-    }
-    EXPECT_TRUE(stage.save(at("opened.vrel")));
-    stage.load(at("opened.vrel"));
-    auto opened = readSetlist(read("opened.vrel")).value();
+  [[nodiscard]] SetlistFile opened(GigStage& stage) const {
+    auto setlist = stage.open(at(""));
     std::set<std::optional<std::string>> states;
-    for (const auto& song : opened.songs) {
+    for (const auto& song : setlist.songs) {
       states.insert(song.channels[2].pluginStateBase64);
     }
-    EXPECT_EQ(states.size(), gigSongs - 1) << "the keeper that was not played keeps its plug-in's earlier state";
-    return opened;
-  }
-
-  static std::vector<render::ShowStep> stepsOf(const std::string& midi) {
-    return render::showSteps(readStandardMidiFile(std::vector<std::uint8_t>(midi.begin(), midi.end())).value());
+    EXPECT_EQ(states.size(), gigSongs - 1) << "one keeper was not played and has what its plug-in had before";
+    return setlist;
   }
 
   /// One of the many events of a panic.
@@ -179,30 +151,24 @@ void expectDeeds(const GigEvents& meant, const GigEvents& done) {
   EXPECT_EQ(done.panics, meant.panics);
 }
 
-void expectNoProblems(const GigStage& stage) {
-  EXPECT_EQ(stage.watch().lateByProgram, 0U);
+/// What must not come about however busy the machine is.
+void expectNoFault(const GigStage& stage) {
   const auto& blocks = stage.renderCounters();
   EXPECT_EQ(blocks.nonFiniteBlocks, 0U);
-  EXPECT_EQ(blocks.droppedMidiEvents, 0U);
   EXPECT_EQ(blocks.refusedConnections, 0U);
   EXPECT_EQ(blocks.refusedNodes, 0U);
-  if (!isSanitized) {
-    EXPECT_EQ(blocks.underrunBlocks, 0U);  // a sanitizer slows down the thread that reads ahead
-  }
   EXPECT_EQ(blocks.unreadFrames, 0U);
-  EXPECT_EQ(blocks.overdueWaits, 0U);
   const auto& plugins = stage.pluginCounters();
   EXPECT_EQ(plugins.deaths, 0U);
-  EXPECT_EQ(plugins.droppedEvents, 0U);
   EXPECT_EQ(plugins.silencedBlocks, 0U);
   EXPECT_EQ(stage.lines(), std::vector<std::string>());
 }
 
-TEST_F(Gig, IsNeverLateNeverGrowsAndLeavesTheSetlistAsItWas) {
+TEST_F(Gig, DoesNotGrowAndLeavesTheSetlistAsItWas) {
   GigStage stage(at("copies"));
-  auto show = gigShow(openedOnce(stage), switchCount());
+  auto show = gigShow(opened(stage), switchCount());
   std::vector<Holding> rounds;  // always at the first song, which begins a round
-  stage.perform(stepsOf(show.midi), [&](std::size_t switches) {
+  stage.perform(GigStage::stepsOf(show.midi), [&](std::size_t switches) {
     EXPECT_EQ(stage.sandboxedInstruments(), gigInstruments);
     if (switches % 20 == 0) {
       EXPECT_TRUE(stage.save(at("saved.vrel")));
@@ -214,12 +180,11 @@ TEST_F(Gig, IsNeverLateNeverGrowsAndLeavesTheSetlistAsItWas) {
     }
   });
   EXPECT_TRUE(stage.save(at("saved.vrel")));
-  report(stage);
   ASSERT_GE(rounds.size(), 3U);
   expectNothingGrew(rounds[1], rounds.back(), show.switches - gigSongs);
-  EXPECT_GT(stage.watch().soundingBlocks, stage.watch().blocks / 2);
+  EXPECT_GT(stage.watch().soundingBlocks, 0U);
   expectDeeds(show.events, stage.events());
-  expectNoProblems(stage);
+  expectNoFault(stage);
   expectSaved(show, "saved.vrel");
 }
 
@@ -227,7 +192,7 @@ TEST_F(Gig, RendersToTheSameSetlist) {
   auto show = gigShow(
       [this] {
         GigStage stage(at("copies"));
-        return openedOnce(stage);
+        return opened(stage);
       }(),
       switchCount());
   const auto untouched = playedState(show.expected);
