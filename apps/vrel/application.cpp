@@ -71,7 +71,7 @@ void Application::systemEnds() {
 }
 
 Application::~Application() {
-  // Nobody looks at a window that does not answer any more.
+  // A window that answers no more must not stay on the screen.
   window.leaveScreen();
   logic.end();
 }

@@ -30,7 +30,7 @@ class LogicThread {
   /// Makes the program on its thread, and runs it. The window is borrowed and outlives `end`.
   void start(UiThread& window);
 
-  /// Lets go of the program and waits for its thread. Nothing is called on the window any more.
+  /// Destroys the session and joins its thread. Nothing is called on the window any more.
   void end();
 
   void post(std::function<void()> action);
@@ -48,7 +48,7 @@ class LogicThread {
   std::thread thread_;
 };
 
-/// The program: its logic on one thread, its window on another, each posting to the other. Made, started and let go of
+/// The program: its logic on one thread, its window on another, each posting to the other. Made, started and destroyed
 /// on Qt's thread, whose loop its maker runs.
 class Application {
  public:
@@ -59,7 +59,7 @@ class Application {
 
   void start() { logic.start(window); }
 
-  /// The system is about to end, and does not wait for ever.
+  /// The system is about to end, and does not wait forever.
   void systemEnds();
 
   LogicThread logic;

@@ -9,11 +9,11 @@ class QKeyEvent;
 
 namespace vrel::app {
 
-/// Tells the first press of a key from what comes of its being held.
+/// Distinguishes the first press of a key from the repetitions of a held one.
 ///
-/// On X a held key is released and pressed anew at one and the same instant. Qt marks the two as a repetition only when
-/// it happens to have read both already, so its mark alone lets some of them through as fresh presses. The thread of
-/// the window.
+/// On X a held key is released and pressed again at one and the same instant. Qt marks the two as a repetition only
+/// when it happens to have read both already, so its mark alone lets some of them through as fresh presses. The
+/// window's thread.
 class KeyRepeat {
  public:
   /// To be shown every press and release of the window's keys, and every question whether a press is a shortcut, in

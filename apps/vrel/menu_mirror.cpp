@@ -2,7 +2,6 @@
 #include "vrel/menu_mirror.h"
 
 #include <QString>
-#include <QVariantMap>
 #include <string>
 
 namespace vrel::app {
@@ -25,28 +24,23 @@ QString shortcutOf(const MenuItem& item) {
   return text + QString::fromStdString(item.key).toUpper();
 }
 
-QVariantList itemsForQml(const std::vector<MenuItem>& items) {
-  QVariantList list;
-  for (const MenuItem& item : items) {
-    QVariantMap map;
-    map[QStringLiteral("title")] = QString::fromStdString(item.title);
-    map[QStringLiteral("shortcut")] = shortcutOf(item);
-    map[QStringLiteral("enabled")] = item.isEnabled;
-    map[QStringLiteral("checkable")] = item.isChecked;
-    map[QStringLiteral("checked")] = item.isChecked;
-    map[QStringLiteral("separator")] = item.isSeparator;
-    map[QStringLiteral("path")] =
-        QVariantList{QString::fromStdString(item.action), QString::fromStdString(item.representedObject)};
-    map[QStringLiteral("items")] = itemsForQml(item.children);
-    list.append(map);
-  }
-  return list;
-}
-
 }  // namespace
 
-QVariantList menusForQml(const MenuBar& menus) {
-  return itemsForQml(menus);
+QList<window::MenuEntry> menusForQml(const std::vector<MenuItem>& items) {
+  QList<window::MenuEntry> entries;
+  for (const MenuItem& item : items) {
+    window::MenuEntry entry;
+    entry.title = QString::fromStdString(item.title);
+    entry.shortcut = shortcutOf(item);
+    entry.isEnabled = item.isEnabled;
+    entry.isChecked = item.isChecked;
+    entry.isSeparator = item.isSeparator;
+    entry.action = QString::fromStdString(item.action);
+    entry.object = QString::fromStdString(item.representedObject);
+    entry.items = menusForQml(item.children);
+    entries.append(entry);
+  }
+  return entries;
 }
 
 }  // namespace vrel::app

@@ -14,11 +14,7 @@ namespace vrel::app {
 
 void Session::ConsoleLog::print(const std::string& line) {
   output_.print(line);
-  // The window has a place of its own for the name of the port.
-  if (line.starts_with("Connected MIDI port: ")) {
-    return;
-  }
-  session_.loop_.async([&session = session_, line] { session.mirror_.setProblem(line); });
+  session_.loop_.async([&session = session_, line] { session.mirror_.addProblem(line); });
 }
 
 Session::UnrunWork::~UnrunWork() {

@@ -34,8 +34,8 @@ namespace vrel::app {
 
 class UiThread;
 
-/// The whole program but for its window: session, engine, and what the window does. Main thread, that is, the one on
-/// which it is made.
+/// The whole program except its window: state, engine, and what the window does. Main thread: the one on which it is
+/// made.
 class Session {
  public:
   /// Makes the session, which scans the plug-ins, and then the engine. Both are borrowed.
@@ -52,7 +52,7 @@ class Session {
   void windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen);
   /// A person asks whether the program may end.
   void requestTermination();
-  /// The system does, and does not wait for ever.
+  /// The system ends the session, and does not wait forever.
   void systemEnds();
   void cancelQuestions() { desktop_.cancelQuestions(); }
 
@@ -61,19 +61,20 @@ class Session {
   [[nodiscard]] ContentView& content() { return content_; }
 
  private:
-  /// Lines for the person at the machine: on standard output, and the last one in the window.
+  /// The log: on standard output, and its last failure in the window.
   class ConsoleLog final : public ConsoleOutput {
    public:
     explicit ConsoleLog(Session& session) : session_(session) {}
     void print(const std::string& line) override;
+    void printInfo(const std::string& line) override { output_.print(line); }
 
    private:
     Session& session_;
     system::StandardOutput output_;
   };
 
-  /// Work that nobody will run any more goes when all that posts has gone. It may hold plug-ins, which still tell the
-  /// console how they end.
+  /// Drops the work that is left on the queue when everything that posts is gone. It may hold plug-ins, which still log
+  /// as they end.
   struct UnrunWork {
     system::MainLoop& loop;
     explicit UnrunWork(system::MainLoop& mainLoop) : loop(mainLoop) {}
@@ -82,7 +83,7 @@ class Session {
     UnrunWork& operator=(const UnrunWork&) = delete;
   };
 
-  // In the order of birth; what stands further down uses what stands above.
+  // In construction order; each member uses those above it.
   system::MainLoop& loop_;
   UiThread& window_;
   ConsoleLog console_{*this};

@@ -31,7 +31,7 @@ namespace vrel::app {
 /// The real parts behind the platform's operations, for playing on this machine: its sound and MIDI devices, its LV2
 /// plug-ins with instruments in processes of their own, its audio files and clips. Main thread.
 ///
-/// Failure: where processes can not be started the instruments run in this one, and that is told in a line.
+/// Failure: where processes cannot be started the instruments run in this one, and that is logged.
 class SystemPlatform {
  public:
   struct Settings {
@@ -44,15 +44,14 @@ class SystemPlatform {
   SystemPlatform(const SystemPlatform&) = delete;
   SystemPlatform& operator=(const SystemPlatform&) = delete;
 
-  /// What the engine asks of the machine; holds for as long as this lives.
+  /// What the engine asks of the machine; valid for as long as this lives.
   [[nodiscard]] EnginePlatform platform();
   [[nodiscard]] AVAudioUnitComponentManager& components() { return *world_; }
 
   /// Called on the main thread when the process of a plug-in has ended by itself.
   void setDeathHandler(std::function<void(const std::shared_ptr<AVAudioUnit>&)> handler);
 
-  /// Blocks that were not what they should have been: gaps that the device heard, plug-ins that were late, files that
-  /// were not read in time.
+  /// Blocks that were late or silent: xruns of the device, late plug-ins, files that were not read in time.
   [[nodiscard]] std::uint64_t dropouts() const;
 
   [[nodiscard]] const system::SystemAudioOutput& output() const { return *output_; }
@@ -62,7 +61,7 @@ class SystemPlatform {
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const Settings& settings);
   [[nodiscard]] std::function<void(const std::string&)> log();
 
-  // In the order of birth; what stands further down uses what stands above.
+  // In construction order; each member uses those above it.
   MainQueue& mainQueue_;
   HostClock& clock_;
   ConsoleOutput& console_;
@@ -78,7 +77,7 @@ class SystemPlatform {
   audio::RenderNodeFactory nodes_;
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::Lv2UnitFactory lv2Units_;
-  std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null where processes can not be started
+  std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null where processes cannot be started
 };
 
 }  // namespace vrel::app

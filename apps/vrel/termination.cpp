@@ -14,15 +14,15 @@
 namespace vrel::app {
 namespace {
 
-/// All that the handler knows. -1: nobody listens.
+/// All that the handler knows. -1: no listener.
 std::atomic<int> wakeDescriptorOfProcess = -1;
 static_assert(std::atomic<int>::is_always_lock_free, "a handler takes no lock");
 
 // Whatever thread it interrupts: it may only write.
-extern "C" void ring(int /*signal*/) {
+extern "C" void wake(int /*signal*/) {
   const int error = errno;
   const std::uint64_t once = 1;
-  // A bell that can not be rung has been rung already.
+  // A write that fails means that a wake-up is pending already.
   [[maybe_unused]] const auto written = ::write(wakeDescriptorOfProcess.load(), &once, sizeof once);
   errno = error;
 }
@@ -44,7 +44,7 @@ TerminationSignals::TerminationSignals(std::function<void()> asked)
   QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { answer(); });
   wakeDescriptorOfProcess = wakeDescriptor_;
   struct sigaction action {};
-  action.sa_handler = ring;
+  action.sa_handler = wake;
   action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
   for (std::size_t index = 0; index < handledSignals.size(); ++index) {
     if (before_.at(index).sa_handler != SIG_IGN) {
@@ -66,8 +66,8 @@ TerminationSignals::~TerminationSignals() {
 }
 
 void TerminationSignals::answer() {
-  std::uint64_t rings = 0;
-  if (::read(wakeDescriptor_, &rings, sizeof rings) == static_cast<ssize_t>(sizeof rings)) {
+  std::uint64_t count = 0;
+  if (::read(wakeDescriptor_, &count, sizeof count) == static_cast<ssize_t>(sizeof count)) {
     asked_();
   }
 }

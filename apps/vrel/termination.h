@@ -14,13 +14,12 @@
 
 namespace vrel::app {
 
-/// The signals by which a system, a terminal or a shell wants the program gone: SIGTERM, SIGHUP and SIGINT.
+/// The signals by which a system, a terminal or a shell ends the program: SIGTERM, SIGHUP and SIGINT.
 ///
-/// The first of a kind is told; a second one ends the process at once, so there is always a way out. One that whoever
-/// started the program has it ignore stays ignored. And nothing is ended by a reader of its output that has gone
-/// (SIGPIPE).
+/// The first of a kind is reported; a second one ends the process at once, so there is always a way out. One that the
+/// program was started to ignore stays ignored. A closed pipe at its output ends nothing (SIGPIPE).
 ///
-/// Made and let go of on Qt's thread, one at a time; its end restores what was there before.
+/// Constructed and destroyed on Qt's thread, one at a time; the destructor restores the former handlers.
 class TerminationSignals {
  public:
   /// `asked` is called on Qt's thread, by its loop.
@@ -35,14 +34,14 @@ class TerminationSignals {
   void answer();
 
   std::function<void()> asked_;
-  int wakeDescriptor_ = -1;  // an event descriptor, rung by the handler
+  int wakeDescriptor_ = -1;  // an event descriptor, written by the handler
   std::unique_ptr<QSocketNotifier> notifier_;
   std::array<struct sigaction, handledSignals.size()> before_{};
   struct sigaction pipeBefore_ {};
 };
 
-/// Bounds the end of the program. Whoever lets go of a device waits for its server, and a server that hangs would keep
-/// a program in memory that has saved everything and shows no window. Any thread.
+/// Bounds the end of the program. Closing a device waits for its server, and a server that hangs would keep a program
+/// in memory that has saved everything and shows no window. Any thread.
 class ShutdownWatchdog {
  public:
   ShutdownWatchdog() = default;
@@ -51,7 +50,7 @@ class ShutdownWatchdog {
   ShutdownWatchdog(const ShutdownWatchdog&) = delete;
   ShutdownWatchdog& operator=(const ShutdownWatchdog&) = delete;
 
-  /// From here on, this has to be let go of within the limit, or the process ends with a line and a failure. Once.
+  /// From here on, this has to be destroyed within the limit, or the process logs a line and ends with a failure. Once.
   void start(std::chrono::milliseconds limit);
 
  private:

@@ -87,13 +87,13 @@ bool UiThread::load() {
   }
   // Ahead of every control of the window, whichever has the focus.
   qApp->installEventFilter(this);
-  connect(qGuiApp, &QGuiApplication::screenAdded, this, &UiThread::tellScreens);
-  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &UiThread::tellScreens);
-  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &UiThread::tellScreens);
-  connect(quickWindow_, &QWindow::visibilityChanged, this, &UiThread::tellWindow);
-  connect(quickWindow_, &QWindow::screenChanged, this, &UiThread::tellWindow);
-  tellScreens();
-  tellWindow();
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, &UiThread::reportScreens);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &UiThread::reportScreens);
+  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &UiThread::reportScreens);
+  connect(quickWindow_, &QWindow::visibilityChanged, this, &UiThread::reportWindow);
+  connect(quickWindow_, &QWindow::screenChanged, this, &UiThread::reportWindow);
+  reportScreens();
+  reportWindow();
   frames_.start();
   return true;
 }
@@ -112,13 +112,13 @@ std::vector<NSScreen> UiThread::screens() {
   return screens;
 }
 
-void UiThread::tellScreens() {
+void UiThread::reportScreens() {
   if (onScreens) {
     onScreens(screens());
   }
 }
 
-void UiThread::tellWindow() {
+void UiThread::reportWindow() {
   const QScreen* const screen = quickWindow_->screen();
   if (onWindowResolved) {
     onWindowResolved(quickWindow_->visibility() == QWindow::FullScreen,
@@ -246,12 +246,12 @@ bool UiThread::handleKey(QKeyEvent& event) {
   if (event.type() == QEvent::KeyRelease) {
     return false;
   }
-  const bool isLive = model_.session()->value(QStringLiteral("isLive")).toBool();
-  const bool isAsked = model_.alert()->value(QStringLiteral("shown")).toBool();
+  const bool isLive = model_.session()->isLive();
+  const bool isAsked = model_.alert()->isShown();
   const KeyEvent key = keyEventOf(event);
   const auto command = isLive && !isAsked ? LiveMode::commandFor(key) : std::nullopt;
   if (!command) {
-    // A command of the menus is given once, however long its keys are held; a control gets them all the same.
+    // A menu command runs once, however long its keys are held; a control still gets every repetition.
     const bool isKeptFromMenus = isHeld && event.type() == QEvent::ShortcutOverride;
     event.setAccepted(isKeptFromMenus || event.isAccepted());
     return isKeptFromMenus;

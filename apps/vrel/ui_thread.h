@@ -24,14 +24,14 @@ class QQmlApplicationEngine;
 namespace vrel::app {
 
 /// The window, on the thread that Qt knows as its own: shows what the logic sends, and takes what a person does to it.
-/// It opens with the first that is sent; a window that can not be made ends Qt's loop with a failure.
+/// It opens with the first that is sent; a window that cannot be made ends Qt's loop with a failure.
 ///
 /// The logic calls the `WindowServices` on the main thread; each call is posted here. Nothing here waits for the logic.
 class UiThread final : public QObject, public system::WindowServices {
   Q_OBJECT
 
  public:
-  /// Runs something on the main thread, or drops it when the logic has gone. Any thread.
+  /// Runs something on the main thread, or drops it when the logic is gone. Any thread.
   using PostToLogic = std::function<void(std::function<void()>)>;
 
   UiThread(window::ConsoleCommands::Post postCommand, PostToLogic postToLogic);
@@ -41,7 +41,7 @@ class UiThread final : public QObject, public system::WindowServices {
   /// Null before it is made.
   [[nodiscard]] QQuickWindow* quickWindow() const { return quickWindow_; }
 
-  /// The screens there are; told again whenever they change.
+  /// The screens, at first and whenever they change.
   std::function<void(std::vector<NSScreen>)> onScreens;
   /// The window is there, or has another state or screen than before.
   std::function<void(bool isFullScreen, const std::optional<NSScreen>& screen)> onWindowResolved;
@@ -49,10 +49,10 @@ class UiThread final : public QObject, public system::WindowServices {
   std::function<void()> onCloseRequest;
   /// The system ends the session.
   std::function<void()> onSystemEnd;
-  /// The program may end; ends Qt's loop, unless told otherwise.
+  /// The program may end; ends Qt's loop by default.
   std::function<void()> onQuit;
 
-  /// Takes the window and what it asks from the screen. It shows nothing any more.
+  /// Hides the window and its file panels for good.
   void leaveScreen();
 
   /// Any thread; `taken` is called on the main thread when it is shown.
@@ -71,12 +71,12 @@ class UiThread final : public QObject, public system::WindowServices {
 
  private:
   void here(std::function<void()> action);
-  /// Makes the window. False when it can not be made; Qt has told why.
+  /// Makes the window. False when it cannot be made; Qt has logged why.
   [[nodiscard]] bool load();
   void askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName, PanelAnswer answer);
   [[nodiscard]] static std::vector<NSScreen> screens();
-  void tellScreens();
-  void tellWindow();
+  void reportScreens();
+  void reportWindow();
   [[nodiscard]] bool handleKey(QKeyEvent& event);
 
   PostToLogic postToLogic_;

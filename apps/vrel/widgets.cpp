@@ -43,7 +43,7 @@ void darkenApplication() {
 }
 
 void FilePanel::accept() {
-  // The name as it stands in the panel, before anything is asked about it.
+  // The name as it is in the panel, before any question about it.
   auto* const name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
   if (acceptMode() == AcceptSave && name != nullptr && !name->text().isEmpty()) {
     const QString suffix = QLatin1Char('.') + defaultSuffix();

@@ -17,14 +17,12 @@ std::string stripStatusText(ChannelStatus status, Language language) {
   return std::string(statusText(status));
 }
 
-std::vector<float> stripStatusColor(ChannelStatus status) {
-  if (status == ChannelStatus::crashed) {
-    return {1.0F, 0.23F, 0.19F};
+std::string songSwitchText(const AppState& state) {
+  if (state.songSwitchInProgress.get()) {
+    return "Switching...";
   }
-  if (status == ChannelStatus::running) {
-    return {0.18F, 0.8F, 0.44F};
-  }
-  return {0.6F, 0.6F, 0.6F};
+  const auto milliseconds = state.songSwitchElapsedMs.get();
+  return milliseconds ? "Switch: " + std::to_string(*milliseconds) + " ms" : "Switch: --";
 }
 
 bool isMidiPort(const std::string& shownName) {

@@ -3,18 +3,18 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace vrel {
 
+class AppState;
 enum class ChannelStatus;
 enum class Language;
 
 /// What a strip's status cell shows: running and crashed are translated, all others have their own text.
 [[nodiscard]] std::string stripStatusText(ChannelStatus status, Language language);
 
-/// Its colour, red, green and blue, 0 to 1: red for a crash, green for what runs, grey for the rest.
-[[nodiscard]] std::vector<float> stripStatusColor(ChannelStatus status);
+/// What the head of the song list says of the song switch: that it is under way, or how long the last one took.
+[[nodiscard]] std::string songSwitchText(const AppState& state);
 
 /// Whether the name that is shown for the MIDI input is that of a port.
 [[nodiscard]] bool isMidiPort(const std::string& shownName);

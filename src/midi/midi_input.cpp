@@ -44,7 +44,7 @@ void MidiInput::connectMIDISources() {
   if (onMidiPortNameChanged) {
     onMidiPortNameChanged(currentMidiPortName_);
   }
-  console_.print("Connected MIDI port: " + currentMidiPortName_);
+  console_.printInfo("Connected MIDI port: " + currentMidiPortName_);
 }
 
 MIDIService::NotifyBlock MidiInput::notifyBlock() {

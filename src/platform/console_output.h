@@ -13,6 +13,9 @@ class ConsoleOutput {
 
   /// Writes `line` and a newline.
   virtual void print(const std::string& line) = 0;
+
+  /// Writes a line that reports no failure.
+  virtual void printInfo(const std::string& line) { print(line); }
 };
 
 }  // namespace vrel

@@ -128,9 +128,10 @@ enum class TextKey {
   audioSystemDefault,
   audioNoOutputs,
   quitApp,
+  dropouts,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::quitApp) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::dropouts) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

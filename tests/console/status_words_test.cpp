@@ -5,6 +5,7 @@
 
 #include "channel/channel_status.h"
 #include "document/app_state.h"
+#include "support/simulated_session.h"
 #include "text/text.h"
 
 namespace vrel {
@@ -21,21 +22,6 @@ TEST(StatusWords, RunningAndCrashedAreTranslatedAndAllOthersAreNot) {
   }
 }
 
-TEST(StatusWords, ACrashIsRedWhatRunsIsGreenAndTheRestIsGrey) {
-  const auto crashed = stripStatusColor(ChannelStatus::crashed);
-  const auto running = stripStatusColor(ChannelStatus::running);
-  const auto other = stripStatusColor(ChannelStatus::loading);
-  ASSERT_EQ(crashed.size(), 3U);
-  ASSERT_EQ(running.size(), 3U);
-  ASSERT_EQ(other.size(), 3U);
-  EXPECT_GT(crashed[0], 2 * crashed[1]);
-  EXPECT_GT(running[1], 1.5F * running[0]);
-  EXPECT_EQ(other[0], other[1]);
-  EXPECT_EQ(other[1], other[2]);
-  EXPECT_EQ(stripStatusColor(ChannelStatus::noPlugin), other);
-  EXPECT_EQ(stripStatusColor(ChannelStatus::loadFailed), other);
-}
-
 TEST(StatusWords, DisconnectedIsNotTheNameOfAPort) {
   EXPECT_FALSE(isMidiPort("Disconnected"));
   EXPECT_TRUE(isMidiPort("Keystation 88"));
@@ -46,6 +32,27 @@ TEST(StatusWords, HowMuchIsLoadedIsAProportionOfTheSession) {
   EXPECT_EQ(loadingProgress(4, 1), 0.75);
   EXPECT_EQ(loadingProgress(4, 0), 1.0);
   EXPECT_EQ(loadingProgress(0, 0), std::nullopt);
+}
+
+using SongSwitchText = SimulatedSession;
+
+TEST_F(SongSwitchText, BeforeTheFirstSwitchThereIsNoTime) {
+  EXPECT_EQ(songSwitchText(state), "Switch: --");
+}
+
+TEST_F(SongSwitchText, ASongWithNoPluginsIsThereAtOnce) {
+  addSong("Free", {record("Free", "")});
+  songSwitch.applySong(0);
+  EXPECT_EQ(songSwitchText(state), "Switch: 0 ms");
+}
+
+TEST_F(SongSwitchText, ASwitchUnderWayShowsItsTimeAtTheEnd) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  EXPECT_EQ(songSwitchText(state), "Switching...");
+  mainQueue.advance(1.2347);
+  answerAll();
+  EXPECT_EQ(songSwitchText(state), "Switch: 1235 ms");
 }
 
 }  // namespace

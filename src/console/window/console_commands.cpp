@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/window/console_commands.h"
 
-#include <QStringList>
-#include <QVariant>
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -10,8 +8,6 @@
 
 #include "console/content_view.h"
 #include "document/app_state.h"
-#include "document/stored_texts.h"
-#include "document/tempo_range.h"
 #include "engine/audio_engine.h"
 
 namespace vrel::window {
@@ -223,12 +219,13 @@ void ConsoleCommands::toggleLearn() {
   withContent([](ContentView& content) { content.midiLearn().toggleMidiLearnMode(); });
 }
 
-void ConsoleCommands::selectLearnTarget(const QString& kind, int channelIndex) {
-  withContent([kind = kind.toStdString(), channelIndex](ContentView& content) {
-    if (const auto known = midiControlKind(kind)) {
-      const auto index = channelIndex < 0 ? std::nullopt : std::optional<std::int64_t>(channelIndex);
-      content.midiLearn().selectMidiLearnTarget({*known, index});
-    }
+void ConsoleCommands::selectLearnTarget(learn_kind::Kind kind, int channelIndex) {
+  if (kind == learn_kind::Kind::None) {
+    return;
+  }
+  withContent([kind, channelIndex](ContentView& content) {
+    const auto index = channelIndex < 0 ? std::nullopt : std::optional<std::int64_t>(channelIndex);
+    content.midiLearn().selectMidiLearnTarget({static_cast<MidiControlKind>(kind), index});
   });
 }
 
@@ -236,10 +233,8 @@ void ConsoleCommands::panic() {
   withContent([](ContentView& content) { content.panic(); });
 }
 
-void ConsoleCommands::activateMenuItem(const QVariantList& path) {
-  QStringList words = QVariant(path).toStringList();
-  words.resize(2);
-  post_([action = words[0].toStdString(), object = words[1].toStdString()](ConsoleActions& actions) {
+void ConsoleCommands::activateMenuItem(const QString& action, const QString& object) {
+  post_([action = action.toStdString(), object = object.toStdString()](ConsoleActions& actions) {
     actions.activateMenuItem(action, object);
   });
 }

@@ -4,12 +4,13 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
-#include <QVariantList>
 #include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "console/window/learn_kind.h"
 
 namespace vrel {
 class AudioChannel;
@@ -22,13 +23,13 @@ namespace vrel::window {
 struct ConsoleActions {
   ContentView& content;
   std::function<void(std::optional<std::size_t> button)> answerAlert;
-  /// An item of the menus by what it does and to what, which holds also when the menus have been built anew meanwhile.
+  /// An item of the menus by its action and object, which also works when the menus have been rebuilt meanwhile.
   std::function<void(const std::string& action, const std::string& object)> activateMenuItem;
 };
 
 /// What a person does at the window, for QML to call. Each command is posted to the main queue and returns at once;
-/// what comes of it is seen in the mirror. Songs and strips are named by the ids that the mirror shows; one that is
-/// gone does nothing. The window's thread.
+/// its effect comes back by the mirror. Songs and strips are named by the ids of their view-models; for one that is
+/// gone nothing happens. The window's thread.
 class ConsoleCommands : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -36,7 +37,7 @@ class ConsoleCommands : public QObject {
 
  public:
   using Action = std::function<void(ConsoleActions&)>;
-  /// Runs an action on the main thread, or drops it when the logic has gone.
+  /// Runs an action on the main thread, or drops it when the logic is gone.
   using Post = std::function<void(Action)>;
 
   explicit ConsoleCommands(Post post, QObject* parent = nullptr) : QObject(parent), post_(std::move(post)) {}
@@ -70,20 +71,22 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void setMasterVolume(double position);
   Q_INVOKABLE void toggleMasterMute();
 
+  /// Typed text; what is not a whole number changes nothing.
   Q_INVOKABLE void enterTempo(const QString& text);
+  /// From the tempo as it is when the command runs; nothing at the end of the range.
   Q_INVOKABLE void stepTempo(int by);
   Q_INVOKABLE void tapTempo();
   Q_INVOKABLE void setSongNotes(const QString& notes);
   Q_INVOKABLE void setLanguage(int index);
   Q_INVOKABLE void toggleLiveMode();
   Q_INVOKABLE void toggleLearn();
-  /// `kind` is the word of the setlist file, such as "channel_volume"; an index below 0 means none.
-  Q_INVOKABLE void selectLearnTarget(const QString& kind, int channelIndex);
+  /// An index below 0 means no strip.
+  Q_INVOKABLE void selectLearnTarget(vrel::window::learn_kind::Kind kind, int channelIndex);
   Q_INVOKABLE void panic();
 
-  /// The `path` that the mirror shows with the item.
-  Q_INVOKABLE void activateMenuItem(const QVariantList& path);
-  /// An index below 0 means that the alert was sent away.
+  /// Both from the item's MenuEntry.
+  Q_INVOKABLE void activateMenuItem(const QString& action, const QString& object);
+  /// An index below 0 means that the alert was dismissed.
   Q_INVOKABLE void answerAlert(int button);
 
   /// Posts what is not a command of QML, such as a key.

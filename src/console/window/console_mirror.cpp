@@ -2,7 +2,8 @@
 #include "console/window/console_mirror.h"
 
 #include <QColor>
-#include <QStringList>
+#include <QList>
+#include <QString>
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -11,10 +12,8 @@
 #include <utility>
 
 #include "console/content_view.h"
-#include "console/song_switch_status.h"
 #include "console/status_words.h"
 #include "document/app_state.h"
-#include "document/stored_texts.h"
 #include "document/value_scales.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode_policy.h"
@@ -23,30 +22,19 @@
 namespace vrel::window {
 namespace {
 
-QVariant colorOf(const std::vector<float>& components) {
+QColor colorOf(const std::vector<float>& components) {
   const auto part = [&](std::size_t index) { return index < components.size() ? components[index] : 0.0F; };
   return QColor::fromRgbF(part(0), part(1), part(2));
-}
-
-QString learnTargetKey(const std::optional<MidiControlTarget>& target) {
-  if (!target) {
-    return {};
-  }
-  auto key = QString::fromUtf8(storedText(target->kind).data(), static_cast<int>(storedText(target->kind).size()));
-  if (target->channelIndex) {
-    key += QLatin1Char('/') + QString::number(*target->channelIndex);
-  }
-  return key;
 }
 
 }  // namespace
 
 /// A strip's copy, with the meter that it feeds.
 struct ConsoleMirror::Strip {
-  explicit Strip(MirrorSource& source) : object(source) {}
-  std::shared_ptr<AudioChannel> channel;  // what it looks at, until the next refresh lets go of it
+  explicit Strip(MirrorSource& source) : view(source) {}
+  std::shared_ptr<AudioChannel> channel;  // what it reads, until the next refresh releases it
   std::shared_ptr<MeterCell> cell;
-  MirrorPublisher object;
+  MirrorPublisher<StripViewModel> view;
   std::vector<std::shared_ptr<void>> connections;
 };
 
@@ -64,7 +52,6 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
   mirrorPerformance();
   mirrorPolicy();
   mirrorEditing();
-  mirrorTexts();
   mirrorMaster();
   mirrorAlert(shownAlert);
   setMenus({});
@@ -80,153 +67,129 @@ ConsoleMirror::~ConsoleMirror() {
 }
 
 void ConsoleMirror::mirrorSession() {
+  using View = SessionViewModel;
   AppState& state = content_.appState();
+  texts_.derive(
+      TextsViewModel::languageKey, [&state] { return static_cast<int>(state.language.get()); }, state.language);
   session_.derive(
-      "language", [&state] { return static_cast<int>(state.language.get()); }, state.language);
-  QStringList codes;
-  for (const Language language : allLanguages) {
-    codes.append(QString::fromStdString(std::string(code(language))));
-  }
-  session_.set("languageCodes", QVariant(codes));
-  session_.derive(
-      "fileName",
+      View::fileNameKey,
       [&state] {
         const auto& path = state.currentFilePath.get();
         return path ? path->filename().string() : std::string();
       },
       state.currentFilePath);
-  session_.follow("isDirty", state.isDirty);
+  session_.follow(View::isDirtyKey, state.isDirty);
   session_.derive(
-      "selectedSongIndex",
+      View::selectedSongIndexKey,
       [&state] { return state.selectedSongIndex.get() ? static_cast<int>(*state.selectedSongIndex.get()) : -1; },
       state.selectedSongIndex);
-  session_.follow("switchInProgress", state.songSwitchInProgress);
+  session_.follow(View::isSwitchingKey, state.songSwitchInProgress);
   session_.derive(
-      "switchText", [&state] { return songSwitchStatus(state).text; }, state.songSwitchInProgress,
+      View::switchTextKey, [&state] { return songSwitchText(state); }, state.songSwitchInProgress,
       state.songSwitchElapsedMs);
-  session_.follow("tempoBpm", state.tempoBpm);
-  session_.follow("songNotes", state.songNotes);
-  session_.follow("midiPortName", state.activeMidiPortName);
+  session_.follow(View::tempoBpmKey, state.tempoBpm);
+  session_.follow(View::songNotesKey, state.songNotes);
+  session_.follow(View::midiPortNameKey, state.activeMidiPortName);
   session_.derive(
-      "hasMidiPort", [&state] { return isMidiPort(state.activeMidiPortName.get()); }, state.activeMidiPortName);
-  session_.follow("showLoading", state.showLoadingModal);
-  session_.follow("loadingMessage", state.loadingMessage);
-  session_.follow("remainingLoads", state.remainingLoadsCount);
-  session_.follow("totalLoads", state.totalLoadsCount);
+      View::hasMidiPortKey, [&state] { return isMidiPort(state.activeMidiPortName.get()); }, state.activeMidiPortName);
+  session_.follow(View::isLoadingKey, state.showLoadingModal);
+  session_.follow(View::loadingMessageKey, state.loadingMessage);
+  session_.follow(View::remainingLoadsKey, state.remainingLoadsCount);
+  session_.follow(View::totalLoadsKey, state.totalLoadsCount);
   session_.derive(
-      "loadingProgress",
+      View::loadingProgressKey,
       [&state] { return loadingProgress(state.totalLoadsCount.get(), state.remainingLoadsCount.get()).value_or(-1); },
       state.totalLoadsCount, state.remainingLoadsCount);
-  session_.set("problems", std::string());
-  session_.set("problemCount", problemCount_);
-  setDropouts(0);
 }
 
 void ConsoleMirror::mirrorPolicy() {
-  struct Permission {
-    const char* name;
-    LiveModeAction action;
-  };
-  constexpr std::array permissions{Permission{"mayRenameSong", LiveModeAction::renameSong},
-                                   Permission{"mayTypeText", LiveModeAction::typeText},
-                                   Permission{"mayMoveChannels", LiveModeAction::moveChannels},
-                                   Permission{"mayAddChannel", LiveModeAction::addChannel},
-                                   Permission{"mayCutChannel", LiveModeAction::cutChannel},
-                                   Permission{"mayCopyChannel", LiveModeAction::copyChannel},
-                                   Permission{"mayPasteChannel", LiveModeAction::pasteChannel},
-                                   Permission{"mayDuplicateChannel", LiveModeAction::duplicateChannel},
-                                   Permission{"mayDeleteChannel", LiveModeAction::deleteChannel}};
+  using View = SessionViewModel;
   AppState& state = content_.appState();
-  for (const auto& permission : permissions) {
+  const auto permit = [&](const auto& key, LiveModeAction action) {
     session_.derive(
-        permission.name, [&state, action = permission.action] { return LiveModePolicy::isAllowed(action, state); },
-        state.isLiveModeEnabled);
-  }
+        key, [&state, action] { return LiveModePolicy::isAllowed(action, state); }, state.isLiveModeEnabled);
+  };
+  permit(View::mayRenameSongKey, LiveModeAction::renameSong);
+  permit(View::mayTypeTextKey, LiveModeAction::typeText);
+  permit(View::mayMoveChannelsKey, LiveModeAction::moveChannels);
+  permit(View::mayAddChannelKey, LiveModeAction::addChannel);
+  permit(View::mayCutChannelKey, LiveModeAction::cutChannel);
+  permit(View::mayCopyChannelKey, LiveModeAction::copyChannel);
+  permit(View::mayPasteChannelKey, LiveModeAction::pasteChannel);
+  permit(View::mayDuplicateChannelKey, LiveModeAction::duplicateChannel);
+  permit(View::mayDeleteChannelKey, LiveModeAction::deleteChannel);
 }
 
 void ConsoleMirror::mirrorPerformance() {
+  using View = SessionViewModel;
+  using Kind = learn_kind::Kind;
   AppState& state = content_.appState();
   auto& pending = content_.midiLearn().pendingMidiLearnTarget;
-  session_.follow("isLive", state.isLiveModeEnabled);
+  session_.follow(View::isLiveKey, state.isLiveModeEnabled);
+  session_.follow(View::isLearningKey, state.isMidiLearnMode);
   session_.derive(
-      "modeWord", [&state] { return std::string(state.isLiveModeEnabled.get() ? "LIVE" : "EDIT"); },
-      state.isLiveModeEnabled);
-  session_.follow("isLearning", state.isMidiLearnMode);
-  session_.derive(
-      "learnLabel",
+      View::learnLabelKey,
       [&state, &pending] { return midiLearnButtonLabel(state.language.get(), pending.get().has_value()); },
       state.language, pending);
   session_.derive(
-      "pendingLearnTarget", [&pending] { return learnTargetKey(pending.get()); }, pending);
+      View::pendingLearnKindKey,
+      [&pending] { return pending.get() ? static_cast<Kind>(pending.get()->kind) : Kind::None; }, pending);
+  session_.derive(
+      View::pendingLearnChannelKey,
+      [&pending] { return pending.get() ? pending.get()->channelIndex.value_or(-1) : -1; }, pending);
 }
 
 void ConsoleMirror::mirrorEditing() {
+  using View = SessionViewModel;
   SongList& songs = content_.songList();
   ChannelOperations& strips = content_.channelOperations();
-  session_.follow("editingSongId", songs.editingSongId);
-  session_.follow("songNameDraft", songs.editingSongNameDraft);
-  session_.follow("draggedSongId", songs.draggedSongId);
-  session_.follow("dropTargetSongId", songs.dropTargetSongId);
-  session_.follow("draggedChannelId", strips.draggedChannelId);
-  session_.follow("dropTargetChannelId", strips.dropTargetChannelId);
-  session_.follow("selectedChannelId", content_.selection().selectedChannelId);
+  session_.follow(View::editingSongIdKey, songs.editingSongId);
+  session_.follow(View::songNameDraftKey, songs.editingSongNameDraft);
   session_.derive(
-      "canPaste", [&strips] { return strips.channelClipboard.get().has_value(); }, strips.channelClipboard);
-}
-
-void ConsoleMirror::mirrorTexts() {
-  showTexts();
-  connections_.push_back(content_.appState().language.changed.connect([this](Language) { showTexts(); }));
-}
-
-void ConsoleMirror::showTexts() {
-  const Language language = content_.appState().language.get();
-  for (std::size_t index = 0; index < textKeyCount; ++index) {
-    const auto key = static_cast<TextKey>(index);
-    texts_.setVariant(QString::fromStdString(std::string(name(key))),
-                      QString::fromStdString(std::string(text(key, language))));
-  }
+      View::canPasteKey, [&strips] { return strips.channelClipboard.get().has_value(); }, strips.channelClipboard);
 }
 
 void ConsoleMirror::mirrorMaster() {
+  using View = MasterViewModel;
   AudioChannel& master = *content_.audioEngine().masterChannel();
-  master_.follow("volume", master.volume);
+  master_.follow(View::volumeKey, master.volume);
   master_.derive(
-      "volumeText", [&master] { return ChannelFaderScale::text(master.volume.get()); }, master.volume);
-  master_.follow("mute", master.mute);
+      View::volumeTextKey, [&master] { return ChannelFaderScale::text(master.volume.get()); }, master.volume);
+  master_.follow(View::muteKey, master.mute);
   master_.derive(
-      "color", [&master] { return colorOf(master.color.get()); }, master.color);
+      View::colorKey, [&master] { return colorOf(master.color.get()); }, master.color);
   connectMeter(master, {}, connections_, masterCell_);
 }
 
 void ConsoleMirror::mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert) {
   const auto show = [this](const std::optional<NSAlert>& alert) {
-    alert_.set("shown", alert.has_value());
+    using View = AlertViewModel;
     const NSAlert words = alert.value_or(NSAlert());
-    alert_.set("isWarning", words.alertStyle == NSAlert::Style::warning);
-    alert_.set("message", words.messageText);
-    alert_.set("informative", words.informativeText);
-    QStringList buttons;
+    alert_.set(View::isShownKey, alert.has_value());
+    alert_.set(View::isWarningKey, words.alertStyle == NSAlert::Style::warning);
+    alert_.set(View::messageKey, words.messageText);
+    alert_.set(View::informativeKey, words.informativeText);
+    QList<QString> buttons;
     for (const auto& button : words.buttons) {
       buttons.append(QString::fromStdString(button));
     }
-    alert_.set("buttons", QVariant(buttons));
+    alert_.set(View::buttonsKey, buttons);
   };
   show(shownAlert.get());
   connections_.push_back(shownAlert.changed.connect(show));
 }
 
-void ConsoleMirror::setMenus(const QVariantList& menus) {
-  menuBar_.set("menus", QVariant(menus));
+void ConsoleMirror::setMenus(const QList<MenuEntry>& menus) {
+  menuBar_.set(MenuBarViewModel::menusKey, menus);
 }
 
 void ConsoleMirror::setDropouts(std::uint64_t count) {
-  session_.set("lateBlocks", static_cast<int>(std::min<std::uint64_t>(count, std::numeric_limits<int>::max())));
+  session_.set(SessionViewModel::dropoutsKey, std::min<std::uint64_t>(count, std::numeric_limits<int>::max()));
 }
 
-void ConsoleMirror::setProblem(const std::string& line) {
-  session_.set("problems", line);
-  session_.set("problemCount", ++problemCount_);  // the same words again are another problem
+void ConsoleMirror::addProblem(const std::string& line) {
+  session_.set(SessionViewModel::problemKey, line);
+  session_.set(SessionViewModel::problemCountKey, ++problemCount_);  // the same line again is another problem
 }
 
 void ConsoleMirror::refresh() {
@@ -238,16 +201,14 @@ void ConsoleMirror::refreshSongs() {
   const auto& songs = content_.appState().songs.get();
   std::vector<MirrorId> rows;
   std::set<Uuid> present;
-  for (std::size_t index = 0; index < songs.size(); ++index) {
-    const SongConfig& song = songs[index];
-    auto& object = songs_[song.id];
-    if (object == nullptr) {
-      object = std::make_unique<MirrorPublisher>(source_);
-      object->set("songId", song.id.text());
+  for (const SongConfig& song : songs) {
+    auto& view = songs_[song.id];
+    if (view == nullptr) {
+      view = std::make_unique<MirrorPublisher<SongViewModel>>(source_);
+      view->set(SongViewModel::songIdKey, song.id.text());
     }
-    object->set("name", song.name);
-    object->set("number", static_cast<int>(index) + 1);
-    rows.push_back(object->id);
+    view->set(SongViewModel::nameKey, song.name);
+    rows.push_back(view->id);
     present.insert(song.id);
   }
   std::erase_if(songs_, [&](const auto& entry) { return !present.contains(entry.first); });
@@ -266,9 +227,9 @@ void ConsoleMirror::refreshStrips() {
     if (strip == nullptr) {
       strip = makeStrip(channels[index]);
     }
-    strip->object.set("index", static_cast<int>(index));
-    strip->object.set("number", static_cast<int>(index) + 1);
-    rows.push_back(strip->object.id);
+    strip->view.set(StripViewModel::indexKey, index);
+    strip->view.set(StripViewModel::numberKey, index + 1);
+    rows.push_back(strip->view.id);
     present.insert(channels[index]->id);
   }
   std::erase_if(strips_, [&](const auto& entry) { return !present.contains(entry.first); });
@@ -284,33 +245,32 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   AudioChannel& channel = *shared;
   AppState& state = content_.appState();
   auto& selected = content_.selection().selectedChannelId;
-  MirrorPublisher& object = strip->object;
-  object.set("channelId", channel.id.text());
-  object.follow("name", channel.name);
-  object.derive(
-      "statusText", [&] { return stripStatusText(channel.status.get(), state.language.get()); }, channel.status,
+  using View = StripViewModel;
+  MirrorPublisher<View>& view = strip->view;
+  view.set(View::channelIdKey, channel.id.text());
+  view.follow(View::nameKey, channel.name);
+  view.derive(
+      View::statusKey, [&] { return static_cast<View::Status>(channel.status.get()); }, channel.status);
+  view.derive(
+      View::statusTextKey, [&] { return stripStatusText(channel.status.get(), state.language.get()); }, channel.status,
       state.language);
-  object.derive(
-      "statusKind", [&] { return static_cast<int>(channel.status.get()); }, channel.status);
-  object.derive(
-      "statusColor", [&] { return colorOf(stripStatusColor(channel.status.get())); }, channel.status);
-  object.derive(
-      "instrumentText",
+  view.derive(
+      View::instrumentTextKey,
       [&] {
         return channel.pluginPath.get().empty() ? std::string(text(TextKey::noPlugin, state.language.get()))
                                                 : channel.pluginName.get();
       },
       channel.pluginPath, channel.pluginName, state.language);
-  object.follow("volume", channel.volume);
-  object.derive(
-      "volumeText", [&] { return ChannelFaderScale::text(channel.volume.get()); }, channel.volume);
-  object.follow("mute", channel.mute);
-  object.follow("solo", channel.solo);
-  object.derive(
-      "color", [&] { return colorOf(channel.color.get()); }, channel.color);
-  object.follow("isPlaying", channel.playbackIsPlaying);
-  object.derive(
-      "isSelected", [&] { return selected.get() == channel.id; }, selected);
+  view.follow(View::volumeKey, channel.volume);
+  view.derive(
+      View::volumeTextKey, [&] { return ChannelFaderScale::text(channel.volume.get()); }, channel.volume);
+  view.follow(View::muteKey, channel.mute);
+  view.follow(View::soloKey, channel.solo);
+  view.derive(
+      View::colorKey, [&] { return colorOf(channel.color.get()); }, channel.color);
+  view.follow(View::isPlayingKey, channel.playbackIsPlaying);
+  view.derive(
+      View::isSelectedKey, [&] { return selected.get() == channel.id; }, selected);
   connectMeter(channel, QString::fromStdString(channel.id.text()), strip->connections, strip->cell);
   strip->channel = shared;
   return strip;
@@ -319,7 +279,7 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
 void ConsoleMirror::connectMeter(AudioChannel& channel, const QString& key,
                                  std::vector<std::shared_ptr<void>>& connections, std::shared_ptr<MeterCell>& cell) {
   cell = meters_.cell(key);
-  const auto store = [](std::atomic<float>& side, float peak) { side.store(peak, std::memory_order_relaxed); };
+  const auto store = [](std::atomic<float>& shown, float peak) { shown.store(peak, std::memory_order_relaxed); };
   connections.push_back(channel.peakL.changed.connect([cell, store](float peak) { store(cell->left, peak); }));
   connections.push_back(channel.peakR.changed.connect([cell, store](float peak) { store(cell->right, peak); }));
 }

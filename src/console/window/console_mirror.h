@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QVariantList>
-#include <cstddef>
+#include <QList>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include "console/window/menu_entry.h"
 #include "console/window/meter_board.h"
+#include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
+#include "console/window/texts_view_model.h"
+#include "console/window/view_models.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
 #include "platform/desktop.h"
@@ -26,16 +29,16 @@ namespace vrel::window {
 
 /// The objects and lists that the window knows from the beginning.
 namespace mirror_ids {
-inline constexpr MirrorId session = 1;
-inline constexpr MirrorId master = 2;
-inline constexpr MirrorId texts = 3;
-inline constexpr MirrorId alert = 4;
-inline constexpr MirrorId menuBar = 5;
+inline constexpr FixedMirrorId<SessionViewModel> session{1};
+inline constexpr FixedMirrorId<MasterViewModel> master{2};
+inline constexpr FixedMirrorId<TextsViewModel> texts{3};
+inline constexpr FixedMirrorId<AlertViewModel> alert{4};
+inline constexpr FixedMirrorId<MenuBarViewModel> menuBar{5};
 inline constexpr MirrorId songs = 6;
 inline constexpr MirrorId strips = 7;
 }  // namespace mirror_ids
 
-/// What the window shows, told from the logic: names values and says where they come from, and decides nothing.
+/// Says where each property of the view-models comes from, and decides nothing.
 ///
 /// Main thread. All is borrowed, and must outlive this.
 class ConsoleMirror {
@@ -46,14 +49,13 @@ class ConsoleMirror {
   ConsoleMirror(const ConsoleMirror&) = delete;
   ConsoleMirror& operator=(const ConsoleMirror&) = delete;
 
-  /// The menus, as a list of maps; see `menuBar.menus` in MenuBarView.qml.
-  void setMenus(const QVariantList& menus);
+  void setMenus(const QList<MenuEntry>& menus);
 
-  /// How many blocks have not been what they should have been.
+  /// How many blocks have been late or silent.
   void setDropouts(std::uint64_t count);
 
-  /// A line that the program told its user.
-  void setProblem(const std::string& line);
+  /// A line of the log that says what failed.
+  void addProblem(const std::string& line);
 
  private:
   struct Strip;
@@ -62,10 +64,8 @@ class ConsoleMirror {
   void mirrorPerformance();
   void mirrorPolicy();
   void mirrorEditing();
-  void mirrorTexts();
   void mirrorMaster();
   void mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert);
-  void showTexts();
   void refresh();
   void refreshSongs();
   void refreshStrips();
@@ -76,12 +76,12 @@ class ConsoleMirror {
   MirrorSource& source_;
   ContentView& content_;
   MeterBoard& meters_;
-  MirrorPublisher session_;
-  MirrorPublisher master_;
-  MirrorPublisher texts_;
-  MirrorPublisher alert_;
-  MirrorPublisher menuBar_;
-  std::map<Uuid, std::unique_ptr<MirrorPublisher>> songs_;
+  MirrorPublisher<SessionViewModel> session_;
+  MirrorPublisher<MasterViewModel> master_;
+  MirrorPublisher<TextsViewModel> texts_;
+  MirrorPublisher<AlertViewModel> alert_;
+  MirrorPublisher<MenuBarViewModel> menuBar_;
+  std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;
   std::vector<MirrorId> stripRows_;

@@ -8,6 +8,8 @@
 #include "console/window/console_mirror.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
+#include "console/window/texts_view_model.h"
+#include "console/window/view_models.h"
 
 namespace vrel::window {
 
@@ -19,25 +21,31 @@ class ConsoleModel : public QObject {
   Q_OBJECT
   QML_ELEMENT
   QML_UNCREATABLE("the program makes it")
-  Q_PROPERTY(vrel::window::MirrorItem* session READ session CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorItem* master READ master CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorItem* texts READ texts CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorItem* alert READ alert CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorItem* menuBar READ menuBar CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT)
-  Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT)
-  Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT)
-  Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT)
+  Q_PROPERTY(vrel::window::SessionViewModel* session READ session CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::MasterViewModel* master READ master CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::TextsViewModel* texts READ texts CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::MenuBarViewModel* menuBar READ menuBar CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
 
  public:
   explicit ConsoleModel(ConsoleCommands::Post post, QObject* parent = nullptr)
-      : QObject(parent), commands_(std::move(post)) {}
+      : QObject(parent), commands_(std::move(post)) {
+    store_.adopt(mirror_ids::session, session_);
+    store_.adopt(mirror_ids::master, master_);
+    store_.adopt(mirror_ids::texts, texts_);
+    store_.adopt(mirror_ids::alert, alert_);
+    store_.adopt(mirror_ids::menuBar, menuBar_);
+  }
 
-  [[nodiscard]] MirrorItem* session() { return store_.object(mirror_ids::session); }
-  [[nodiscard]] MirrorItem* master() { return store_.object(mirror_ids::master); }
-  [[nodiscard]] MirrorItem* texts() { return store_.object(mirror_ids::texts); }
-  [[nodiscard]] MirrorItem* alert() { return store_.object(mirror_ids::alert); }
-  [[nodiscard]] MirrorItem* menuBar() { return store_.object(mirror_ids::menuBar); }
+  [[nodiscard]] SessionViewModel* session() { return &session_; }
+  [[nodiscard]] MasterViewModel* master() { return &master_; }
+  [[nodiscard]] TextsViewModel* texts() { return &texts_; }
+  [[nodiscard]] AlertViewModel* alert() { return &alert_; }
+  [[nodiscard]] MenuBarViewModel* menuBar() { return &menuBar_; }
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }
@@ -47,6 +55,11 @@ class ConsoleModel : public QObject {
   void apply(const MirrorBatch& batch) { store_.apply(batch); }
 
  private:
+  SessionViewModel session_;
+  MasterViewModel master_;
+  TextsViewModel texts_;
+  AlertViewModel alert_;
+  MenuBarViewModel menuBar_;
   MirrorStore store_;
   MeterBoard meters_;
   ConsoleCommands commands_;

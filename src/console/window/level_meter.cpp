@@ -12,7 +12,7 @@ namespace vrel::window {
 namespace {
 
 constexpr float lowest = -48;  // decibels of full scale
-constexpr int silence = -100;  // decibels, in words for "nothing"
+constexpr int silence = -100;  // decibels
 
 struct Zone {
   float topDecibels;
@@ -90,7 +90,7 @@ void LevelMeter::geometryChange(const QRectF& now, const QRectF& before) {
 }
 
 QSGNode* LevelMeter::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/) {
-  // The ground, then for each side one rectangle for each zone.
+  // The ground, then for each channel one rectangle for each zone.
   if (old == nullptr) {
     old = new QSGNode;
     for (std::size_t child = 0; child < 1 + 2 * zones.size(); ++child) {
@@ -105,12 +105,12 @@ QSGNode* LevelMeter::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/
   };
   paint(boundingRect(), groundColor);
   const qreal barWidth = std::max<qreal>(0, (width() - gap) / 2);
-  for (std::size_t side = 0; side < 2; ++side) {
-    const qreal x = side == 0 ? 0 : barWidth + gap;
+  for (std::size_t channel = 0; channel < 2; ++channel) {
+    const qreal x = channel == 0 ? 0 : barWidth + gap;
     qreal bottom = 0;  // above the item's lower edge
     for (const Zone& zone : zones) {
       const qreal zoneTop = proportionOf(zone.topDecibels) * height();
-      const qreal top = std::clamp<qreal>(heights_[side], bottom, zoneTop);
+      const qreal top = std::clamp<qreal>(heights_[channel], bottom, zoneTop);
       paint({x, height() - top, barWidth, top - bottom}, zone.color);
       bottom = top;
     }

@@ -11,14 +11,14 @@
 
 namespace vrel::window {
 
-/// Two bars that show the peaks of a strip in decibels, green to orange to red; drawn anew only when a bar has moved by
+/// Two bars that show the peaks of a strip in decibels, green to orange to red; redrawn only when a bar has moved by
 /// a pixel. The scale runs from -48 dBFS at the bottom to 0 at the top.
 class LevelMeter : public QQuickItem {
   Q_OBJECT
   QML_ELEMENT
   Q_PROPERTY(vrel::window::MeterBoard* board READ board WRITE setBoard NOTIFY boardChanged REQUIRED)
   Q_PROPERTY(QString channelId READ channelId WRITE setChannelId NOTIFY channelIdChanged REQUIRED)
-  /// The louder side, whole decibels of full scale; -100 for silence. For assistive technology.
+  /// The louder channel, whole decibels of full scale; -100 for silence. For assistive technology.
   Q_PROPERTY(int decibels READ decibels NOTIFY decibelsChanged)
 
  public:

@@ -18,7 +18,7 @@ struct MeterCell {
   std::atomic<float> right{0};
 };
 
-/// Finds the peaks of a strip by its id; the master's stand under an empty one. Outside of the mirror, since peaks are
+/// Finds the peaks of a strip by its id; the master's id is empty. Not part of the mirror, since peaks are
 /// pulled: a window that draws slowly has nothing to catch up with. Any thread, but for the signal.
 class MeterBoard : public QObject {
   Q_OBJECT
@@ -40,7 +40,7 @@ class MeterBoard : public QObject {
     return shared;
   }
 
-  /// Forgets those that nobody holds any more.
+  /// Forgets those that are no longer held.
   void prune() {
     const MutexLock lock(mutex_);
     cells_.removeIf([](const auto& entry) { return entry.value().expired(); });

@@ -5,8 +5,14 @@
 
 namespace vrel::window {
 
-void MirrorSource::setValue(MirrorId object, const QString& name, QVariant value) {
-  pending_.values[object][name] = std::move(value);
+MirrorId MirrorSource::add(MakeMirrorItem make) {
+  pending_.added[++lastId_] = make;
+  schedule();
+  return lastId_;
+}
+
+void MirrorSource::setValue(MirrorId object, const AnyMirrorKey& key, QVariant value) {
+  pending_.values[object][&key] = std::move(value);
   schedule();
 }
 
@@ -17,8 +23,11 @@ void MirrorSource::setRows(MirrorId list, std::vector<MirrorId> objects) {
 
 void MirrorSource::remove(MirrorId object) {
   pending_.values.erase(object);
-  pending_.gone.push_back(object);
-  schedule();
+  const bool isUnknownToTheWindow = pending_.added.erase(object) != 0;
+  if (!isUnknownToTheWindow) {
+    pending_.gone.push_back(object);
+    schedule();
+  }
 }
 
 void MirrorSource::schedule() {
@@ -44,7 +53,7 @@ void MirrorSource::turn() {
 }
 
 void MirrorSource::deliver() {
-  if (pending_.values.empty() && pending_.lists.empty() && pending_.gone.empty()) {
+  if (pending_.isEmpty()) {
     return;
   }
   isUnderWay_ = true;
@@ -54,14 +63,6 @@ void MirrorSource::deliver() {
 void MirrorSource::delivered() {
   isUnderWay_ = false;
   deliver();
-}
-
-void MirrorPublisher::setVariant(const QString& name, QVariant value) {
-  const auto [sent, isNew] = sent_.try_emplace(name, value);
-  if (isNew || sent->second != value) {
-    sent->second = value;
-    source_.setValue(id, name, std::move(value));
-  }
 }
 
 }  // namespace vrel::window

@@ -5,30 +5,6 @@
 
 namespace vrel::window {
 
-void MirrorItem::farewell() {
-  isGone_ = true;
-  leave();
-}
-
-void MirrorRef::setEntry(MirrorItem* entry) {
-  if (entry == entry_) {
-    return;
-  }
-  letGo();
-  entry_ = entry;
-  if (entry != nullptr) {
-    ++entry->holds_;
-  }
-  Q_EMIT entryChanged();
-}
-
-void MirrorRef::letGo() {
-  if (entry_ != nullptr) {
-    --entry_->holds_;
-    entry_->leave();
-  }
-}
-
 QVariant MirrorList::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= count() || role != entryRole) {
     return {};
@@ -59,7 +35,7 @@ void MirrorList::setRows(const std::vector<MirrorItem*>& wanted) {
       rows_.insert(place, wanted[row]);
       endInsertRows();
     } else if (found != place) {
-      // A row that moved down is met as the one that stands in the way of its neighbour.
+      // A row that moved down is met as the one in the place of its neighbour.
       const int from = static_cast<int>(found - rows_.begin());
       beginMoveRows({}, from, from, {}, index);
       std::rotate(place, found, found + 1);
@@ -71,12 +47,9 @@ void MirrorList::setRows(const std::vector<MirrorItem*>& wanted) {
   }
 }
 
-MirrorItem* MirrorStore::object(MirrorId id) {
-  auto& object = objects_[id];
-  if (object == nullptr) {
-    object = new MirrorItem(this);
-  }
-  return object;
+MirrorItem* MirrorStore::find(MirrorId id) const {
+  const auto found = items_.find(id);
+  return found != items_.end() ? found->second : nullptr;
 }
 
 MirrorList* MirrorStore::list(MirrorId id) {
@@ -88,24 +61,27 @@ MirrorList* MirrorStore::list(MirrorId id) {
 }
 
 void MirrorStore::apply(const MirrorBatch& batch) {
+  for (const auto& [id, make] : batch.added) {
+    items_[id] = make(this);
+  }
   for (const auto& [id, values] : batch.values) {
-    MirrorItem* const changed = object(id);
-    for (const auto& [name, value] : values) {
-      changed->insert(name, value);
+    MirrorItem& changed = *items_.at(id);
+    for (const auto& [key, value] : values) {
+      key->set(*key, changed, value);
     }
   }
   for (const auto& [id, ids] : batch.lists) {
     std::vector<MirrorItem*> rows;
     rows.reserve(ids.size());
     for (const MirrorId row : ids) {
-      rows.push_back(object(row));
+      rows.push_back(items_.at(row));
     }
     list(id)->setRows(rows);
   }
   for (const MirrorId id : batch.gone) {
-    if (const auto found = objects_.find(id); found != objects_.end()) {
-      found->second->farewell();
-      objects_.erase(found);
+    if (const auto found = items_.find(id); found != items_.end()) {
+      found->second->release();
+      items_.erase(found);
     }
   }
 }

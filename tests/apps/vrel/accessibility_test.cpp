@@ -73,7 +73,7 @@ TEST_F(Accessibility, EverythingThatCanBeUsedHasAName) {
 
 TEST_F(Accessibility, TheAnswersOfAQuestionHaveNames) {
   driver.program().window.quickWindow()->close();
-  // It comes up softly, and what can not be seen has no place there.
+  // It comes up softly, and what cannot be seen is not in the tree.
   EXPECT_TRUE(driver.eventually([this] { return walk().names.contains("Guardar"); }));
   const Found found = walk();
   EXPECT_EQ(found.nameless, std::vector<std::string>());
@@ -129,9 +129,9 @@ TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {
   expectNamed("language1", "ES");
   driver.key("Escape");
   driver.onLogic([](Session& session) { session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); });
-  expectNamed("problems", driver.session("problems").toString().toStdString());
+  expectNamed("problems", driver.session().problem().toStdString());
   driver.click("learnButton");
-  expectNamed("learnButton", driver.session("learnLabel").toString().toStdString());
+  expectNamed("learnButton", driver.session().learnLabel().toStdString());
   driver.click("liveButton");
   expectNamed("liveBanner", "Live Mode");
 }

@@ -60,7 +60,7 @@ TEST_F(Arranging, AStripIsCopiedPastedDuplicatedCutAndDeletedByItsMenu) {
 
 TEST_F(Arranging, InLiveModeTheMenuOfAStripOffersNothing) {
   driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLive").toBool(); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
   driver.rightClick("stripNumber0");
   for (const auto* line : {"Cut", "Copy", "Paste", "Duplicate", "Delete"}) {
     const auto name = std::string("stripMenu") + line;
@@ -84,7 +84,7 @@ TEST_F(Arranging, ASongIsAddedWithReturnAndRenamedAndDeletedByItsMenu) {
   driver.rightClick("songName0");
   choose("songMenuDelete");
   EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"Encore"}; }));
-  EXPECT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 0; }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().selectedSongIndex() == 0; }));
 }
 
 TEST_F(Arranging, PanicIsPressed) {
@@ -107,7 +107,7 @@ TEST_F(Arranging, ReturnGivesTheAnswerThatTheKeysHaveMovedTo) {
   EXPECT_FALSE(driver.hasQuit());
 }
 
-TEST_F(Arranging, TroubleThatHasBeenReadIsSentAwayAndComesAgain) {
+TEST_F(Arranging, AProblemIsDismissedByAPressAndTheNextOneIsShown) {
   const auto fail = [](Session& session) { session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); };
   for (int time = 0; time < 2; ++time) {
     driver.onLogic(fail);

@@ -147,8 +147,14 @@ QVariant ConsoleDriver::value(const std::string& name, const char* property) con
   return item != nullptr ? item->property(property) : QVariant();
 }
 
-QVariant ConsoleDriver::session(const char* name) {
-  return program_->window.model().session()->value(QString::fromLatin1(name));
+const window::StripViewModel& ConsoleDriver::strip(int row) {
+  auto& strips = *program_->window.model().strips();
+  auto* const item = strips.data(strips.index(row), window::MirrorList::entryRole).value<window::MirrorItem*>();
+  return dynamic_cast<const window::StripViewModel&>(*item);
+}
+
+bool ConsoleDriver::isWaitingFor(window::learn_kind::Kind kind, int channel) {
+  return session().pendingLearnKind() == kind && session().pendingLearnChannel() == channel;
 }
 
 std::optional<QPointF> ConsoleDriver::screenPoint(const std::string& name, Place place) const {

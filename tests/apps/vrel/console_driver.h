@@ -41,15 +41,20 @@ class ConsoleDriver {
   /// Ends the program as its end by the guard does.
   void close();
 
-  /// Lets Qt work until the answer is yes; the last answer when that takes too long.
+  /// Runs Qt's loop until the answer is yes; the last answer after a timeout.
   bool eventually(const std::function<bool()>& holds);
 
-  /// The item that can be seen under this name; null when there is none. What stands in a menu is named by its words.
+  /// The item that can be seen under this name; null when there is none. Menus and their lines are found by their text.
   [[nodiscard]] QQuickItem* find(const std::string& name) const;
   [[nodiscard]] bool isShown(const std::string& name) const;
   /// A value of an item; invalid when it is not there.
   [[nodiscard]] QVariant value(const std::string& name, const char* property) const;
-  [[nodiscard]] QVariant session(const char* name);
+  /// What QML reads of the program.
+  [[nodiscard]] const window::SessionViewModel& session() { return *program_->window.model().session(); }
+  [[nodiscard]] const window::TextsViewModel& texts() { return *program_->window.model().texts(); }
+  [[nodiscard]] const window::StripViewModel& strip(int row);
+  /// Whether MIDI Learn waits for the hardware of this control.
+  [[nodiscard]] bool isWaitingFor(window::learn_kind::Kind kind, int channel);
 
   void click(const std::string& name, Place place = {});
   void doubleClick(const std::string& name);

@@ -38,7 +38,7 @@ TEST_F(HungServer, KeepsNeitherTheWindowNorTheProgram) {
   server.kill();
 }
 
-TEST_F(HungServer, ThatDiesWhileTheQuestionStandsIsNotWaitedFor) {
+TEST_F(HungServer, ThatDiesWhileTheQuestionIsOpenIsNotWaitedFor) {
   ASSERT_TRUE(opens());
   ASSERT_TRUE(asksWhenToldToQuit());
   server.kill();

@@ -24,12 +24,12 @@ class Legibility : public ConsoleFixture {
 
   void speak(Language language) {
     driver.onLogic([language](Session& session) { session.content().setLanguage(language); });
-    ASSERT_TRUE(driver.eventually([&] { return driver.session("language").toInt() == static_cast<int>(language); }));
+    ASSERT_TRUE(driver.eventually([&] { return driver.texts().language() == static_cast<int>(language); }));
   }
 
   void setLive(bool isLive) {
     driver.onLogic([isLive](Session& session) { session.content().liveMode().setLiveMode(isLive); });
-    ASSERT_TRUE(driver.eventually([&] { return driver.session("isLive").toBool() == isLive; }));
+    ASSERT_TRUE(driver.eventually([&] { return driver.session().isLive() == isLive; }));
   }
 
   /// The words that have no room, once the window has come to rest.
@@ -138,7 +138,7 @@ TEST_F(Legibility, InLiveModeThreeSongsAreInSight) {
     session.content().songSwitch().applySong(4);
   });
   setLive(true);
-  ASSERT_TRUE(driver.eventually([this] { return driver.session("selectedSongIndex").toInt() == 4; }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().selectedSongIndex() == 4; }));
   const auto isInSight = [this](const char* row) {
     const auto* const item = driver.find(row);
     const auto* const list = driver.find("songList");

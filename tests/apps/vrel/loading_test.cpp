@@ -51,7 +51,7 @@ class Loading : public ConsoleFixture {
 
   bool isHalfLoaded() {
     return driver.eventually(
-        [this] { return driver.isShown("loadingModal") && driver.session("loadingProgress").toDouble() == 0.5; });
+        [this] { return driver.isShown("loadingModal") && driver.session().loadingProgress() == 0.5; });
   }
 
   /// Whether no note is held any more, some moments after one was.
@@ -71,7 +71,7 @@ TEST_F(Loading, TheModalSaysHowFarItIsAndKeepsEveryPressButPanicUntilTheLastInst
   driver.click("songRow1");
   ASSERT_TRUE(isHalfLoaded());
   EXPECT_EQ(driver.value("loadingCounters", "text").toString(), QStringLiteral("1 / 2"));
-  EXPECT_EQ(driver.session("loadingMessage").toString(), QStringLiteral("Loading Audio Units"));
+  EXPECT_EQ(driver.session().loadingMessage(), QStringLiteral("Loading Audio Units"));
   EXPECT_TRUE(driver.isShown("loadingBar"));
   EXPECT_TRUE(driver.eventually([this] { return driver.value("loadingModal", "opacity").toDouble() == 1; }));
   driver.click("tempoUp");
@@ -80,7 +80,7 @@ TEST_F(Loading, TheModalSaysHowFarItIsAndKeepsEveryPressButPanicUntilTheLastInst
 
   openGate();
   EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("loadingModal"); }));
-  EXPECT_EQ(driver.session("tempoBpm").toInt(), 120);
+  EXPECT_EQ(driver.session().tempoBpm(), 120);
   EXPECT_TRUE(driver.fromLogic<bool>([](Session& session) {
     const auto& channels = session.engine().channels();
     return channels.size() == 2 && channels[0]->status.get() == ChannelStatus::running &&
@@ -90,7 +90,7 @@ TEST_F(Loading, TheModalSaysHowFarItIsAndKeepsEveryPressButPanicUntilTheLastInst
 
 TEST_F(Loading, InLiveModeTheKeysReachTheirHandlerMeanwhile) {
   driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLive").toBool(); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
   driver.key("Down");
   ASSERT_TRUE(isHalfLoaded());
   EXPECT_TRUE(isSilencedBy([this] { driver.key("p"); }));

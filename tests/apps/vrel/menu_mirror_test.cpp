@@ -5,9 +5,6 @@
 
 #include <QKeySequence>
 #include <QString>
-#include <QVariant>
-#include <QVariantList>
-#include <QVariantMap>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,37 +21,37 @@ MenuItem command(const std::string& title, const std::string& action, const std:
 }
 
 /// The only item of the only menu.
-QVariantMap mirrored(MenuItem item) {
+window::MenuEntry mirrored(MenuItem item) {
   MenuItem menu;
   menu.title = "File";
   menu.children = {std::move(item)};
   const auto menus = menusForQml({menu});
   EXPECT_EQ(menus.size(), 1);
-  EXPECT_EQ(menus.value(0).toMap().value("title"), QVariant("File"));
-  const auto items = menus.value(0).toMap().value("items").toList();
-  EXPECT_EQ(items.size(), 1);
-  return items.value(0).toMap();
+  EXPECT_EQ(menus.value(0).title, "File");
+  EXPECT_EQ(menus.value(0).items.size(), 1);
+  return menus.value(0).items.value(0);
 }
 
 QString shortcutOf(const std::string& key, ModifierFlags modifiers) {
   MenuItem item = command("Item", "noop");
   item.key = key;
   item.modifiers = modifiers;
-  return mirrored(item).value("shortcut").toString();
+  return mirrored(item).shortcut;
 }
 
-TEST(MenuMirror, ACommandGoesOverWithWhatItDoesAndToWhat) {
+TEST(MenuMirror, ACommandHasItsActionAndItsObject) {
   const auto item = mirrored(command("Año.vrel", "openRecentSetlist:", "/home/me/Año.vrel"));
-  EXPECT_EQ(item.value("title").toString(), QString::fromUtf8("Año.vrel"));
-  EXPECT_EQ(item.value("path").toList(), (QVariantList{"openRecentSetlist:", QString::fromUtf8("/home/me/Año.vrel")}));
-  EXPECT_EQ(item.value("shortcut").toString(), "");
-  EXPECT_TRUE(item.value("enabled").toBool());
-  EXPECT_FALSE(item.value("checked").toBool());
-  EXPECT_FALSE(item.value("separator").toBool());
-  EXPECT_TRUE(item.value("items").toList().isEmpty());
+  EXPECT_EQ(item.title, QString::fromUtf8("Año.vrel"));
+  EXPECT_EQ(item.action, "openRecentSetlist:");
+  EXPECT_EQ(item.object, QString::fromUtf8("/home/me/Año.vrel"));
+  EXPECT_EQ(item.shortcut, "");
+  EXPECT_TRUE(item.isEnabled);
+  EXPECT_FALSE(item.isChecked);
+  EXPECT_FALSE(item.isSeparator);
+  EXPECT_TRUE(item.items.isEmpty());
 }
 
-TEST(MenuMirror, CommandIsWhatQtCallsControlAndTheOthersAreWhereTheyAreOnTheBoard) {
+TEST(MenuMirror, CommandIsWhatQtCallsControlAndTheOthersKeepTheirPlaceOnTheKeyboard) {
   const auto command = ModifierFlags::command;
   EXPECT_EQ(shortcutOf("n", command), "Ctrl+N");
   EXPECT_EQ(shortcutOf("S", command | ModifierFlags::shift), "Ctrl+Shift+S");
@@ -74,27 +71,27 @@ TEST(MenuMirror, EveryShortcutIsOneThatQtKnows) {
   }
 }
 
-TEST(MenuMirror, MarksStatesAndSeparatorsGoOver) {
+TEST(MenuMirror, MarksStatesAndSeparatorsAreKept) {
   MenuItem checked = command("Live Mode", "modeLive");
   checked.isChecked = true;
-  EXPECT_TRUE(mirrored(checked).value("checked").toBool());
-  EXPECT_TRUE(mirrored(checked).value("checkable").toBool());
+  EXPECT_TRUE(mirrored(checked).isChecked);
   MenuItem disabled = command("Save As...", "saveSetlistAs");
   disabled.isEnabled = false;
-  EXPECT_FALSE(mirrored(disabled).value("enabled").toBool());
+  EXPECT_FALSE(mirrored(disabled).isEnabled);
   MenuItem line;
   line.isSeparator = true;
-  EXPECT_TRUE(mirrored(line).value("separator").toBool());
+  EXPECT_TRUE(mirrored(line).isSeparator);
 }
 
 TEST(MenuMirror, AMenuWithinAMenuKeepsItsLinesInTheirOrder) {
   MenuItem recent;
   recent.title = "Open Recent";
   recent.children = {command("a.vrel", "openRecentSetlist:", "/a.vrel"), command("Clear", "clearRecentSetlists")};
-  const auto items = mirrored(recent).value("items").toList();
+  const auto items = mirrored(recent).items;
   ASSERT_EQ(items.size(), 2);
-  EXPECT_EQ(items[0].toMap().value("title"), QVariant("a.vrel"));
-  EXPECT_EQ(items[1].toMap().value("path").toList(), (QVariantList{"clearRecentSetlists", ""}));
+  EXPECT_EQ(items[0].title, "a.vrel");
+  EXPECT_EQ(items[1].action, "clearRecentSetlists");
+  EXPECT_EQ(items[1].object, "");
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ class Menus : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([this] { return !alertIsShown(); }));
   }
   bool showsFile(const char* name) {
-    return driver.eventually([&] { return driver.session("fileName").toString() == QLatin1String(name); });
+    return driver.eventually([&] { return driver.session().fileName() == QLatin1String(name); });
   }
 
   /// A setlist of one song of this name, on disk.
@@ -61,9 +61,9 @@ TEST_F(Menus, SaveAsAsksForAFileAndSaveKeepsToIt) {
   driver.answerPanel(driver.home() / "gig.vrel");
   EXPECT_TRUE(showsFile("gig.vrel"));
   driver.click("mute0");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session("isDirty").toBool(); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isDirty(); }));
   choose("File", "Save");
-  EXPECT_TRUE(driver.eventually([this] { return !driver.session("isDirty").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.session().isDirty(); }));
   EXPECT_FALSE(driver.isPanelShown());
 }
 
@@ -94,7 +94,7 @@ TEST_F(Menus, TheGuardSavesWhatIsGivenUp) {
   EXPECT_TRUE(showsFile(""));
   driver.onLogic(
       [this](Session& session) { session.content().setlistFiles().loadSetlist(driver.home() / "gig.vrel"); });
-  EXPECT_TRUE(driver.eventually([this] { return driver.session("tempoBpm").toInt() == 121; }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().tempoBpm() == 121; }));
 }
 
 TEST_F(Menus, ARecentSetlistIsOpenedFromItsMenu) {
@@ -131,13 +131,13 @@ TEST_F(Menus, TheKeysOfTheFileMenuWork) {
 
 TEST_F(Menus, ModeAndLearnHaveKeysOfTheirOwn) {
   driver.key("ctrl+shift+m");
-  EXPECT_TRUE(driver.eventually([this] { return driver.session("isLearning").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().isLearning(); }));
   driver.key("ctrl+shift+m");
-  EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLearning").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.session().isLearning(); }));
   driver.key("ctrl+shift+l");
-  EXPECT_TRUE(driver.eventually([this] { return driver.session("isLive").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
   driver.key("ctrl+shift+e");
-  EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLive").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.session().isLive(); }));
 }
 
 // A save that is held would push every older copy out, and each is work that notes have to wait for.
@@ -152,7 +152,7 @@ TEST_F(Menus, AKeyThatIsHeldActsOnce) {
 
 TEST_F(Menus, InLiveModeWhatArrangesTheSetlistIsDisabledAndDoesNothing) {
   driver.key("ctrl+shift+l");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLive").toBool(); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
   for (const auto* key : {"ctrl+n", "ctrl+o", "ctrl+shift+s"}) {
     driver.key(key);
   }

@@ -48,12 +48,11 @@ class RealMidi : public testing::Test {
 TEST_F(RealMidi, AFaderLearnsAControllerOfADeviceAndFollowsIt) {
   ASSERT_TRUE(isLinked());
   driver.click("learnButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session("isLearning").toBool(); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLearning(); }));
   driver.click("fader0");
-  ASSERT_TRUE(driver.eventually(
-      [this] { return driver.session("pendingLearnTarget").toString() == QStringLiteral("channel_volume/0"); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.isWaitingFor(window::learn_kind::Kind::ChannelVolume, 0); }));
   peer->send({{0xB2, 21, 64}});
-  EXPECT_TRUE(driver.eventually([this] { return !driver.session("isLearning").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.session().isLearning(); }));
   const auto learned = driver.fromLogic<std::vector<MidiControlAssignment>>(
       [](Session& session) { return session.content().midiLearn().effectiveMidiAssignments(); });
   ASSERT_EQ(learned.size(), 1U);

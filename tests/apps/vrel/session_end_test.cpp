@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How the program hears that it is to end, and that its end is bounded.
+// Which signals end the program, and that its end is bounded.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -23,9 +23,9 @@ Handler handlerOf(int signal) {
   return current.sa_handler;
 }
 
-class EndSignalsTest : public testing::TestWithParam<int> {};
+class EachTerminationSignal : public testing::TestWithParam<int> {};
 
-TEST_P(EndSignalsTest, TheFirstIsToldOnQtsThreadAndTheSecondWouldEndTheProgram) {
+TEST_P(EachTerminationSignal, TheFirstIsReportedOnQtsThreadAndTheSecondWouldEndTheProgram) {
   int asked = 0;
   const TerminationSignals signals([&] { ++asked; });
   ::raise(GetParam());
@@ -36,7 +36,7 @@ TEST_P(EndSignalsTest, TheFirstIsToldOnQtsThreadAndTheSecondWouldEndTheProgram) 
   EXPECT_EQ(asked, 1);
 }
 
-TEST_P(EndSignalsTest, OneThatIsIgnoredFromTheStartStaysIgnored) {
+TEST_P(EachTerminationSignal, OneThatIsIgnoredFromTheStartStaysIgnored) {
   const Handler before = ::signal(GetParam(), SIG_IGN);
   {
     int asked = 0;
@@ -49,7 +49,7 @@ TEST_P(EndSignalsTest, OneThatIsIgnoredFromTheStartStaysIgnored) {
   ::signal(GetParam(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfASystemATerminalAndAShell, EndSignalsTest, testing::Values(SIGTERM, SIGHUP, SIGINT));
+INSTANTIATE_TEST_SUITE_P(OfASystemATerminalAndAShell, EachTerminationSignal, testing::Values(SIGTERM, SIGHUP, SIGINT));
 
 TEST(TerminationSignals, DifferentOnesBeforeAnAnswerAreOneRequest) {
   int asked = 0;

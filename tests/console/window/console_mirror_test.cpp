@@ -4,16 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
-#include <QStringList>
-#include <map>
+#include <QList>
+#include <QString>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "console/window/console_model.h"
 #include "console/window/console_stage.h"
-#include "console/window/mirror_store.h"
 #include "performance/live_mode_policy.h"
 
 namespace vrel::window {
@@ -27,27 +29,35 @@ class Copy : public ConsoleStage {
     settle();
   }
 
-  [[nodiscard]] MirrorList& list(MirrorId id) { return *store.list(id); }
-  [[nodiscard]] QVariant row(MirrorId id, int row, const char* name) {
-    const auto* const entry = list(id).data(list(id).index(row), MirrorList::entryRole).value<MirrorItem*>();
-    return entry != nullptr ? entry->value(QString::fromLatin1(name)) : QVariant();
+  /// A row of a list.
+  template <typename Model>
+  [[nodiscard]] const Model& row(MirrorList& list, int row) {
+    auto* const entry = list.data(list.index(row), MirrorList::entryRole).value<MirrorItem*>();
+    return *qobject_cast<Model*>(entry);
   }
-  [[nodiscard]] std::string text(MirrorId id, const char* name) {
-    return store.object(id)->value(QString::fromLatin1(name)).toString().toStdString();
-  }
-  [[nodiscard]] std::vector<std::string> texts(MirrorId id, const char* name) {
-    std::vector<std::string> all;
-    for (int at = 0; at < list(id).count(); ++at) {
-      all.push_back(row(id, at, name).toString().toStdString());
+  [[nodiscard]] const StripViewModel& shownStrip(int index) { return row<StripViewModel>(*model.strips(), index); }
+
+  [[nodiscard]] std::vector<std::string> stripIds() {
+    std::vector<std::string> ids;
+    for (int at = 0; at < model.strips()->count(); ++at) {
+      ids.push_back(shownStrip(at).channelId().toStdString());
     }
-    return all;
+    return ids;
+  }
+  [[nodiscard]] std::vector<std::string> songNames() {
+    std::vector<std::string> names;
+    for (int at = 0; at < model.songs()->count(); ++at) {
+      names.push_back(row<SongViewModel>(*model.songs(), at).name().toStdString());
+    }
+    return names;
   }
 
-  MirrorStore store;
-  MeterBoard meters;
+  ConsoleModel model{[](const auto&) {}};
+  MeterBoard& meters = *model.meters();
+  SessionViewModel& session = *model.session();
   Observable<std::optional<NSAlert>> shownAlert;
   MirrorSource source{mainQueue, [this](const MirrorBatch& batch) {
-                        store.apply(batch);
+                        model.apply(batch);
                         source.delivered();
                       }};
   std::optional<ConsoleMirror> mirror{std::in_place, source, content, shownAlert, meters};
@@ -57,25 +67,25 @@ using Words = std::vector<std::string>;
 
 TEST_F(Copy, StripsFollowTheChannelsOfTheSongOnStage) {
   open();
-  EXPECT_EQ(texts(mirror_ids::strips, "channelId"), Words{strip(0).id.text()});
+  EXPECT_EQ(stripIds(), Words{strip(0).id.text()});
   content.channelOperations().addChannelFromButton();
   settle();
-  EXPECT_EQ(texts(mirror_ids::strips, "channelId"), (Words{strip(0).id.text(), strip(1).id.text()}));
-  EXPECT_EQ(row(mirror_ids::strips, 1, "index"), QVariant(1));
-  EXPECT_EQ(row(mirror_ids::strips, 1, "number"), QVariant(2));
+  EXPECT_EQ(stripIds(), (Words{strip(0).id.text(), strip(1).id.text()}));
+  EXPECT_EQ(shownStrip(1).index(), 1);
+  EXPECT_EQ(shownStrip(1).number(), 2);
 
   content.channelOperations().moveChannels({1}, 0);
   source.schedule();  // as the program does after each command
   settle();
-  EXPECT_EQ(texts(mirror_ids::strips, "channelId"), (Words{strip(0).id.text(), strip(1).id.text()}));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "index"), QVariant(0));
+  EXPECT_EQ(stripIds(), (Words{strip(0).id.text(), strip(1).id.text()}));
+  EXPECT_EQ(shownStrip(0).index(), 0);
 
   content.channelOperations().removeChannelFromConsole(strip(0));
   settle();
-  EXPECT_EQ(texts(mirror_ids::strips, "channelId"), Words{strip(0).id.text()});
+  EXPECT_EQ(stripIds(), Words{strip(0).id.text()});
 }
 
-TEST_F(Copy, AStripShowsWhatItsChannelSays) {
+TEST_F(Copy, AStripShowsTheValuesOfItsChannel) {
   open();
   strip(0).name.set("Lead");
   strip(0).mute.set(true);
@@ -83,12 +93,12 @@ TEST_F(Copy, AStripShowsWhatItsChannelSays) {
   strip(0).volume.set(0.5F);
   strip(0).color.set({1.0F, 0.0F, 0.0F});
   settle();
-  EXPECT_EQ(row(mirror_ids::strips, 0, "name"), QVariant(QStringLiteral("Lead")));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "mute"), QVariant(true));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "solo"), QVariant(true));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "volume"), QVariant(0.5));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "color").value<QColor>(), QColor(255, 0, 0));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "isSelected"), QVariant(true));
+  EXPECT_EQ(shownStrip(0).name(), QStringLiteral("Lead"));
+  EXPECT_TRUE(shownStrip(0).mute());
+  EXPECT_TRUE(shownStrip(0).solo());
+  EXPECT_EQ(shownStrip(0).volume(), 0.5);
+  EXPECT_EQ(shownStrip(0).color(), QColor(255, 0, 0));
+  EXPECT_TRUE(shownStrip(0).isSelected());
 }
 
 TEST_F(Copy, AStripTakenAwayInTheTurnInWhichTheSelectionChangesTouchesNothingDead) {
@@ -102,56 +112,58 @@ TEST_F(Copy, AStripTakenAwayInTheTurnInWhichTheSelectionChangesTouchesNothingDea
   state.language.set(Language::italian);
   content.selection().channelsViewVersion.set(content.selection().channelsViewVersion.get() + 1);
   settle();
-  EXPECT_EQ(texts(mirror_ids::strips, "channelId"), Words{strip(0).id.text()});
-  EXPECT_EQ(row(mirror_ids::strips, 0, "isSelected"), QVariant(true));
+  EXPECT_EQ(stripIds(), Words{strip(0).id.text()});
+  EXPECT_TRUE(shownStrip(0).isSelected());
 }
 
 TEST_F(Copy, AStripWithoutAPluginSaysSoInTheLanguageChosen) {
   open();
   settle();
-  const auto english = row(mirror_ids::strips, 0, "instrumentText").toString();
+  const auto english = shownStrip(0).instrumentText();
   EXPECT_FALSE(english.isEmpty());
   state.language.set(Language::german);
   settle();
-  EXPECT_NE(row(mirror_ids::strips, 0, "instrumentText").toString(), english);
+  EXPECT_NE(shownStrip(0).instrumentText(), english);
   strip(0).pluginName.set("Piano");
   strip(0).pluginPath.set(pianoKey);
   settle();
-  EXPECT_EQ(row(mirror_ids::strips, 0, "instrumentText"), QVariant(QStringLiteral("Piano")));
+  EXPECT_EQ(shownStrip(0).instrumentText(), QStringLiteral("Piano"));
 }
 
-TEST_F(Copy, TheStatusIsShownInTheWordsOfTheLanguage) {
+TEST_F(Copy, TheStatusIsShownInTheLanguage) {
   open();
   strip(0).status.set(ChannelStatus::crashed);
   settle();
-  EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("CRASHED")));
-  EXPECT_EQ(row(mirror_ids::strips, 0, "statusKind"), QVariant(static_cast<int>(ChannelStatus::crashed)));
-  const auto red = row(mirror_ids::strips, 0, "statusColor").value<QColor>();
-  EXPECT_GT(red.red(), red.green());
+  EXPECT_EQ(shownStrip(0).statusText(), QStringLiteral("CRASHED"));
+  EXPECT_EQ(shownStrip(0).status(), StripViewModel::Status::Crashed);
   state.language.set(Language::german);
   settle();
-  EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("ABGESTÜRZT")));
+  EXPECT_EQ(shownStrip(0).statusText(), QStringLiteral("ABGESTÜRZT"));
   strip(0).status.set(ChannelStatus::running);
   settle();
-  EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("AKTIV")));
+  EXPECT_EQ(shownStrip(0).statusText(), QStringLiteral("AKTIV"));
 }
 
 TEST_F(Copy, WhatLiveModeBlocksIsShownForEachControl) {
   open();
-  const std::map<QString, LiveModeAction> permissions{
-      {"mayRenameSong", LiveModeAction::renameSong},      {"mayTypeText", LiveModeAction::typeText},
-      {"mayMoveChannels", LiveModeAction::moveChannels},  {"mayAddChannel", LiveModeAction::addChannel},
-      {"mayCutChannel", LiveModeAction::cutChannel},      {"mayCopyChannel", LiveModeAction::copyChannel},
-      {"mayPasteChannel", LiveModeAction::pasteChannel},  {"mayDuplicateChannel", LiveModeAction::duplicateChannel},
-      {"mayDeleteChannel", LiveModeAction::deleteChannel}};
-  for (const auto& [name, action] : permissions) {
-    EXPECT_EQ(store.object(mirror_ids::session)->value(name), QVariant(true));
+  using View = SessionViewModel;
+  const std::vector<std::pair<const bool& (View::*)() const, LiveModeAction>> permissions{
+      {&View::mayRenameSong, LiveModeAction::renameSong},
+      {&View::mayTypeText, LiveModeAction::typeText},
+      {&View::mayMoveChannels, LiveModeAction::moveChannels},
+      {&View::mayAddChannel, LiveModeAction::addChannel},
+      {&View::mayCutChannel, LiveModeAction::cutChannel},
+      {&View::mayCopyChannel, LiveModeAction::copyChannel},
+      {&View::mayPasteChannel, LiveModeAction::pasteChannel},
+      {&View::mayDuplicateChannel, LiveModeAction::duplicateChannel},
+      {&View::mayDeleteChannel, LiveModeAction::deleteChannel}};
+  for (const auto& [isAllowed, action] : permissions) {
+    EXPECT_TRUE((session.*isAllowed)()) << static_cast<int>(action);
   }
   content.liveMode().setLiveMode(true);
   settle();
-  for (const auto& [name, action] : permissions) {
-    EXPECT_EQ(store.object(mirror_ids::session)->value(name), QVariant(LiveModePolicy::rule(action).isAllowed))
-        << name.toStdString();
+  for (const auto& [isAllowed, action] : permissions) {
+    EXPECT_EQ((session.*isAllowed)(), LiveModePolicy::rule(action).isAllowed) << static_cast<int>(action);
   }
 }
 
@@ -159,98 +171,109 @@ TEST_F(Copy, SongsFollowTheSetlist) {
   addSong("One", {});
   addSong("Two", {});
   open();
-  EXPECT_EQ(texts(mirror_ids::songs, "name"), (Words{"One", "Two"}));
+  EXPECT_EQ(songNames(), (Words{"One", "Two"}));
   changeSong(0, [](SongConfig& song) { song.name = "Opener"; });
   settle();
-  EXPECT_EQ(texts(mirror_ids::songs, "name"), (Words{"Opener", "Two"}));
+  EXPECT_EQ(songNames(), (Words{"Opener", "Two"}));
   state.songs.modify([](std::vector<SongConfig>& songs) { std::swap(songs[0], songs[1]); });
   settle();
-  EXPECT_EQ(texts(mirror_ids::songs, "name"), (Words{"Two", "Opener"}));
-  EXPECT_EQ(texts(mirror_ids::songs, "number"), (Words{"1", "2"}));
+  EXPECT_EQ(songNames(), (Words{"Two", "Opener"}));
   state.songs.set({});
   settle();
-  EXPECT_EQ(list(mirror_ids::songs).count(), 0);
+  EXPECT_EQ(model.songs()->count(), 0);
 }
 
-TEST_F(Copy, TheTargetThatIsLearnedIsNamedAsInTheFile) {
+TEST_F(Copy, TheTargetThatIsLearnedIsShownWithItsStrip) {
+  using Kind = learn_kind::Kind;
   open();
-  EXPECT_EQ(text(mirror_ids::session, "pendingLearnTarget"), "");
+  EXPECT_EQ(session.pendingLearnKind(), Kind::None);
   content.midiLearn().toggleMidiLearnMode();
   content.midiLearn().selectMidiLearnTarget({MidiControlKind::channelVolume, 2});
   settle();
-  EXPECT_EQ(text(mirror_ids::session, "pendingLearnTarget"), "channel_volume/2");
+  EXPECT_EQ(session.pendingLearnKind(), Kind::ChannelVolume);
+  EXPECT_EQ(session.pendingLearnChannel(), 2);
   content.midiLearn().selectMidiLearnTarget({MidiControlKind::masterVolume, std::nullopt});
   settle();
-  EXPECT_EQ(text(mirror_ids::session, "pendingLearnTarget"), "master_volume");
+  EXPECT_EQ(session.pendingLearnKind(), Kind::MasterVolume);
+  EXPECT_EQ(session.pendingLearnChannel(), -1);
   content.midiLearn().cancelMidiLearn();
   settle();
-  EXPECT_EQ(text(mirror_ids::session, "pendingLearnTarget"), "");
+  EXPECT_EQ(session.pendingLearnKind(), Kind::None);
 }
 
 TEST_F(Copy, TheSessionShowsFileModeAndLoading) {
   open();
-  EXPECT_EQ(text(mirror_ids::session, "fileName"), "");
-  EXPECT_EQ(text(mirror_ids::session, "modeWord"), "EDIT");
-  EXPECT_EQ(text(mirror_ids::session, "loadingProgress"), "-1");
+  EXPECT_EQ(session.fileName(), "");
+  EXPECT_FALSE(session.isLive());
+  EXPECT_EQ(session.loadingProgress(), -1);
   state.currentFilePath.set("/home/me/gig.vrel");
   content.liveMode().setLiveMode(true);
   state.totalLoadsCount.set(4);
   state.remainingLoadsCount.set(1);
   settle();
-  EXPECT_EQ(text(mirror_ids::session, "fileName"), "gig.vrel");
-  EXPECT_EQ(text(mirror_ids::session, "modeWord"), "LIVE");
-  EXPECT_EQ(store.object(mirror_ids::session)->value(QStringLiteral("loadingProgress")), QVariant(0.75));
-  mirror->setProblem("no sound device");
+  EXPECT_EQ(session.fileName(), "gig.vrel");
+  EXPECT_TRUE(session.isLive());
+  EXPECT_EQ(session.loadingProgress(), 0.75);
+  mirror->addProblem("no sound device");
   settle();
-  EXPECT_EQ(text(mirror_ids::session, "problems"), "no sound device");
+  EXPECT_EQ(session.problem(), "no sound device");
 }
 
-TEST_F(Copy, TheSameTroubleAgainIsAnotherOne) {
+TEST_F(Copy, TheSameProblemAgainIsAnotherOne) {
   const auto count = [this] {
     settle();
-    return store.object(mirror_ids::session)->value(QStringLiteral("problemCount")).toInt();
+    return session.problemCount();
   };
   EXPECT_EQ(count(), 0);
-  mirror->setProblem("disk full");
+  mirror->addProblem("disk full");
   EXPECT_EQ(count(), 1);
-  mirror->setProblem("disk full");
+  mirror->addProblem("disk full");
   EXPECT_EQ(count(), 2);
 }
 
-TEST_F(Copy, TheSessionTellsWhetherThereIsAMidiPort) {
+TEST_F(Copy, DropoutsAreCountedAndStopAtTheLargestNumberThatCanBeShown) {
+  const auto shown = [this](std::uint64_t count) {
+    mirror->setDropouts(count);
+    settle();
+    return session.dropouts();
+  };
+  EXPECT_EQ(shown(0), 0);
+  EXPECT_EQ(shown(7), 7);
+  EXPECT_EQ(shown(std::numeric_limits<std::uint64_t>::max()), std::numeric_limits<int>::max());
+}
+
+TEST_F(Copy, TheSessionShowsWhetherThereIsAMidiPort) {
   const auto hasPort = [this] {
     settle();
-    return store.object(mirror_ids::session)->value(QStringLiteral("hasMidiPort")).toBool();
+    return session.hasMidiPort();
   };
   EXPECT_FALSE(hasPort()) << "nothing has been connected yet";
   state.activeMidiPortName.set("Keystation 88");
   EXPECT_TRUE(hasPort());
 }
 
-TEST_F(Copy, AQuestionIsShownWithItsWordsAndGoesWithItsAnswer) {
+TEST_F(Copy, AQuestionIsShownWithItsTextsAndGoesWithItsAnswer) {
   open();
-  const auto value = [this](const char* name) {
-    return store.object(mirror_ids::alert)->value(QString::fromLatin1(name));
-  };
-  EXPECT_EQ(value("shown"), QVariant(false));
+  const AlertViewModel& alert = *model.alert();
+  EXPECT_FALSE(alert.isShown());
   shownAlert.set(NSAlert{NSAlert::Style::informational, "Save?", "Else it is lost.", {"Yes", "No"}});
   settle();
-  EXPECT_EQ(value("shown"), QVariant(true));
-  EXPECT_EQ(value("isWarning"), QVariant(false));
-  EXPECT_EQ(value("message"), QVariant(QStringLiteral("Save?")));
-  EXPECT_EQ(value("informative"), QVariant(QStringLiteral("Else it is lost.")));
-  EXPECT_EQ(value("buttons").toStringList(), (QStringList{QStringLiteral("Yes"), QStringLiteral("No")}));
+  EXPECT_TRUE(alert.isShown());
+  EXPECT_FALSE(alert.isWarning());
+  EXPECT_EQ(alert.message(), "Save?");
+  EXPECT_EQ(alert.informative(), "Else it is lost.");
+  EXPECT_EQ(alert.buttons(), (QList<QString>{QStringLiteral("Yes"), QStringLiteral("No")}));
   shownAlert.set(std::nullopt);
   settle();
-  EXPECT_EQ(value("shown"), QVariant(false));
+  EXPECT_FALSE(alert.isShown());
 }
 
-TEST_F(Copy, AllWordsChangeWithTheLanguage) {
+TEST_F(Copy, AllTextsChangeWithTheLanguage) {
   open();
-  EXPECT_EQ(text(mirror_ids::texts, "panic"), "PANIC");
+  EXPECT_EQ(model.texts()->panic(), "PANIC");
   state.language.set(Language::spanish);
   settle();
-  EXPECT_EQ(text(mirror_ids::texts, "panic"), "PÁNICO");
+  EXPECT_EQ(model.texts()->panic(), "PÁNICO");
 }
 
 TEST_F(Copy, PeaksGoToTheCellOfTheirStripAndNotThroughTheMirror) {
@@ -272,7 +295,7 @@ TEST_F(Copy, AMirrorThatIsGoneFollowsNothing) {
   state.songs.set({});
   content.selection().selectedChannelId.set(std::nullopt);
   settle();
-  EXPECT_EQ(list(mirror_ids::songs).count(), 1);
+  EXPECT_EQ(model.songs()->count(), 1);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 namespace vrel::window {
 
-/// A console on a simulated machine, with nothing on stage yet.
+/// A console on a simulated platform, with nothing on stage yet.
 class ConsoleStage : public SimulatedSession {
  protected:
   void appear() {

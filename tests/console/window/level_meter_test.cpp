@@ -12,7 +12,7 @@
 namespace vrel::window {
 namespace {
 
-/// A meter that counts how often it is drawn anew.
+/// A meter that counts how often it is redrawn.
 class CountingMeter : public LevelMeter {
  public:
   using LevelMeter::LevelMeter;
@@ -73,7 +73,7 @@ class Meter : public testing::Test {
 constexpr int leftBar = 1;
 constexpr int rightBar = 7;
 
-TEST_F(Meter, ShowsItsStripsPeaksInDecibelsSideBySide) {
+TEST_F(Meter, ShowsBothPeaksOfItsStripInDecibels) {
   play(-24, -36);
   EXPECT_EQ(draw(), 1);
   EXPECT_EQ(barHeight(leftBar), meterHeight / 2);
@@ -81,7 +81,7 @@ TEST_F(Meter, ShowsItsStripsPeaksInDecibelsSideBySide) {
   EXPECT_EQ(meter.decibels(), -24);
 }
 
-TEST_F(Meter, IsDrawnAnewOnlyWhenABarHasMovedByAPixel) {
+TEST_F(Meter, IsRedrawnOnlyWhenABarHasMovedByAPixel) {
   play(-24, -24);
   EXPECT_EQ(draw(), 1);
   EXPECT_EQ(draw(), 0);
@@ -117,7 +117,7 @@ TEST_F(Meter, WhatIsTooLoudOrTooQuietStaysInTheScale) {
   EXPECT_EQ(meter.decibels(), -100);
 }
 
-TEST_F(Meter, AHiddenMeterIsNotLookedAfter) {
+TEST_F(Meter, AHiddenMeterIsNotUpdated) {
   meter.setVisible(false);
   play(0, 0);
   draw();
@@ -138,14 +138,14 @@ TEST_F(Meter, AnotherStripIsShownFromTheNextFrameOn) {
   EXPECT_EQ(meter.decibels(), -12);
 }
 
-TEST_F(Meter, AMeterWithoutABoardStands) {
+TEST_F(Meter, AMeterWithoutABoardIsIdle) {
   meter.setBoard(nullptr);
   play(0, 0);
   draw();
   EXPECT_EQ(meter.decibels(), -100);
 }
 
-TEST(Meters, CellsThatNobodyHoldsAreForgotten) {
+TEST(Meters, CellsThatAreNotHeldAreForgotten) {
   MeterBoard board;
   const auto held = board.cell(QStringLiteral("piano"));
   board.cell(QStringLiteral("organ"))->left = 0.5F;

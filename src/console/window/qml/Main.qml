@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The one window of the program. It shows what the logic says and hands on what the performer does; it decides nothing.
+// The one window of the program. It shows the view-models and posts what the performer does; it decides nothing.
 import QtQuick
 import QtQuick.Layouts
 import QtQuick.Window
@@ -13,8 +13,8 @@ Window {
     required property size openingSize
 
     readonly property bool isLive: desk.session.isLive
-    readonly property bool isAsked: desk.alert.shown
-    readonly property bool isCovered: isAsked || desk.session.showLoading
+    readonly property bool isAsked: desk.alert.isShown
+    readonly property bool isCovered: isAsked || desk.session.isLoading
 
     // No caret may stay in a text field: from here on the keyboard is a remote control.
     function dropCaret(): void {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Three bars: take hold here.
+// Three bars: the handle of a drag.
 pragma ComponentBehavior: Bound
 
 import QtQuick

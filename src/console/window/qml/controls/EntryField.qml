@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A line of text that somebody else holds. It follows `echo` except while a person types in it: what is typed comes back late,
-// through another thread, and must not overwrite what was typed since.
+// A line of text that the logic owns. It follows `echo` except while a person types in it: what is typed comes back late, through
+// another thread, and must not overwrite what was typed since.
 import QtQuick
 import QtQuick.Controls.Basic
 import Vrel.Console
@@ -51,7 +51,7 @@ TextField {
     }
     onActiveFocusChanged: {
         if (activeFocus && readOnly) {
-            focus = false; // a menu that closes would give the caret back
+            focus = false; // a menu that closes would return the caret
         } else if (!activeFocus) {
             cursorPosition = 0;
             settle.restart();

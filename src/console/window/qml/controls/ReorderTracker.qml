@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Tells which row of a list lies under a drag. Rows are all of one length, so the place alone says it, whatever the rows that
-// move out of the way look like at that moment.
+// Finds the row of a list under a drag. All rows have one length, so the position alone is enough, whatever the rows that move
+// out of the way look like at that moment.
 import QtQuick
 
 QtObject {

@@ -26,6 +26,12 @@ QtObject {
     readonly property color soloLit: "#0b7f8a"
     readonly property color litInk: Qt.rgba(220 / 255, 220 / 255, 220 / 255, 1)
     readonly property color learnable: Qt.rgba(1, 0.5, 0, 1)
+    readonly property color learnPending: Qt.rgba(0, 1, 1, 1)
+
+    readonly property color failed: Qt.rgba(0.23, 0.02, 0.03, 1) // the ground of a strip
+    readonly property color running: Qt.rgba(0.18, 0.8, 0.44, 1)
+    readonly property color idle: Qt.rgba(0.6, 0.6, 0.6, 1)
+    readonly property color divider: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
 
     readonly property int touch: 48
     readonly property int dragDistance: 8
@@ -45,11 +51,6 @@ QtObject {
     // Words on a field of this colour: dark on a bright one, light on a dark one.
     function inkOn(field: color): color {
         return field.r * 0.3 + field.g * 0.59 + field.b * 0.11 > 0.45 ? darkInk : ink;
-    }
-
-    // A colour that says that something has failed.
-    function isAlarm(sign: color): bool {
-        return sign.r > 0.6 && sign.g < 0.4 && sign.b < 0.4;
     }
 
     function faded(sign: color, opacity: real): color {

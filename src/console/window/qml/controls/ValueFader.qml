@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A level from 0 to 1. The place of the finger is the level: no relative drag, no threshold. While it is held it shows the finger,
-// not the echo of the logic, and one finger on each of several faders is fine.
+// A level from 0 to 1. The position of the finger is the level: no relative drag, no threshold. While it is held it shows the
+// finger, not the echo of the logic; several faders can be held at once.
 import QtQuick
 import Vrel.Console
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Asks or tells something and waits. Return is the first button, Escape sends it away; nothing else of the window can be reached.
+// Asks or reports something and waits. Return is the first button, Escape dismisses it; nothing else of the window can be reached.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -11,20 +11,15 @@ ModalShade {
 
     required property ConsoleModel desk
 
-    readonly property MirrorItem alert: desk.alert
-    // Nothing has been asked yet when the window comes up.
-    readonly property bool isWarning: alert.isWarning === true
-    readonly property string message: alert.message ?? ""
-    readonly property string informative: alert.informative ?? ""
-    readonly property var words: alert.buttons ?? []
-    readonly property color sign: isWarning ? Theme.warning : Theme.teal
+    readonly property AlertViewModel alert: desk.alert
+    readonly property color sign: alert.isWarning ? Theme.warning : Theme.teal
 
     function answer(button: int): void {
         desk.commands.answerAlert(button);
     }
 
     objectName: "alertBox"
-    visible: alert.shown
+    visible: alert.isShown
     focus: visible
     onVisibleChanged: if (visible) forceActiveFocus(Qt.PopupFocusReason)
     Keys.onReturnPressed: answer(0)
@@ -32,8 +27,8 @@ ModalShade {
     Keys.onEscapePressed: answer(-1)
 
     Accessible.role: Accessible.AlertMessage
-    Accessible.name: message
-    Accessible.description: informative
+    Accessible.name: alert.message
+    Accessible.description: alert.informative
 
     Panel {
         anchors.centerIn: parent
@@ -55,7 +50,7 @@ ModalShade {
 
                 AlertSign {
                     Layout.alignment: Qt.AlignTop
-                    isWarning: box.isWarning
+                    isWarning: box.alert.isWarning
                     color: box.sign
                 }
 
@@ -66,7 +61,7 @@ ModalShade {
                     Text {
                         objectName: "alertMessage"
                         Layout.fillWidth: true
-                        text: box.message
+                        text: box.alert.message
                         color: Theme.ink
                         font.pixelSize: 24
                         font.bold: true
@@ -78,7 +73,7 @@ ModalShade {
                         objectName: "alertInformative"
                         Layout.fillWidth: true
                         visible: text !== ""
-                        text: box.informative
+                        text: box.alert.informative
                         color: Theme.quietInk
                         font.pixelSize: 18
                         wrapMode: Text.Wrap
@@ -90,7 +85,7 @@ ModalShade {
 
             AlertButtons {
                 Layout.fillWidth: true
-                words: box.words
+                words: box.alert.buttons
                 onChosen: button => box.answer(button)
             }
         }

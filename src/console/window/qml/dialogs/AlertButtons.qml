@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The answers of an alert in their order; the first one is the default. Tab goes round among them.
+// The answers of an alert in their order; the first one is the default. Tab cycles through them.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -9,11 +9,11 @@ import Vrel.Console
 GridLayout {
     id: row
 
-    required property var words
+    required property list<string> words
 
     signal chosen(int button)
 
-    columns: words && words.length > 3 ? 1 : 3
+    columns: words.length > 3 ? 1 : 3
     columnSpacing: 12
     rowSpacing: 12
 

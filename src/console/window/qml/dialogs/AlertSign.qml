@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Tells from afar whether something is wrong or only said.
+// Shows from afar whether something is wrong or only reported.
 import QtQuick
 import Vrel.Console
 

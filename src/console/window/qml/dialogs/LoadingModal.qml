@@ -12,7 +12,7 @@ ModalShade {
     readonly property real progress: desk.session.loadingProgress
 
     objectName: "loadingModal"
-    visible: desk.session.showLoading
+    visible: desk.session.isLoading
     darkness: 0.7
 
     Accessible.role: Accessible.Dialog

@@ -50,6 +50,12 @@ Panel {
             }
         }
 
+        DropoutLamp {
+            Layout.preferredWidth: 100
+            Layout.preferredHeight: Theme.touch
+            desk: header.desk
+        }
+
         LanguagePicker {
             desk: header.desk
             Layout.preferredWidth: 84
@@ -60,7 +66,7 @@ Panel {
             objectName: "liveButton"
             Layout.preferredWidth: 130
             Layout.fillHeight: true
-            text: header.desk.session.modeWord
+            text: header.isLive ? "LIVE" : "EDIT"
             spokenName: header.isLive ? header.desk.texts.modeLive : header.desk.texts.modeEdit
             textSize: 34
             fill: header.isLive ? Theme.live : Theme.edit
@@ -80,7 +86,7 @@ Panel {
             onClicked: header.desk.commands.toggleLearn()
         }
 
-        // The panic button stands here; it belongs to the window, above whatever covers the rest.
+        // The panic button is here; it belongs to the window, above whatever covers the rest.
         Item {
             Layout.preferredWidth: 160
             Layout.fillHeight: true

@@ -11,8 +11,8 @@ ComboBox {
     required property ConsoleModel desk
 
     objectName: "languagePicker"
-    model: desk.session.languageCodes
-    currentIndex: desk.session.language
+    model: desk.texts.languageCodes
+    currentIndex: desk.texts.language
     font.pixelSize: Theme.bodyText
     font.bold: true
 
@@ -20,10 +20,10 @@ ComboBox {
     Accessible.name: desk.texts.languageLabel
     Accessible.onPressAction: popup.open()
 
-    // The logic has the last word on the language: what is shown follows the session again.
+    // The logic decides on the language: what is shown follows it again.
     onActivated: index => {
         picker.desk.commands.setLanguage(index);
-        currentIndex = Qt.binding(() => picker.desk.session.language);
+        currentIndex = Qt.binding(() => picker.desk.texts.language);
     }
 
     background: Rectangle {

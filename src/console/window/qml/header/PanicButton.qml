@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Silences everything. Acts when it is touched, not when it is let go.
+// Silences everything. Acts on press, not on release.
 import QtQuick
 import Vrel.Console
 
@@ -28,6 +28,6 @@ PushButton {
         id: learn
 
         desk: panic.desk
-        word: "panic"
+        kind: LearnKind.Panic
     }
 }

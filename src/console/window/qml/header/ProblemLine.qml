@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The last trouble the program told, so that it is not lost in a log that nobody on stage reads. A press sends it away, and the
-// room that it took goes back to the strips.
+// The last problem of the log, which no performer reads on stage. A press dismisses it, and its room goes back to the strips.
 import QtQuick
 import Vrel.Console
 
@@ -15,7 +14,7 @@ PushButton {
     objectName: "problems"
     visible: number > seen
     implicitHeight: 40
-    text: desk.session.problems
+    text: desk.session.problem
     fill: Theme.panel
     edge: Theme.warning
     onClicked: seen = number

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The menu bar, made from the description that the logic gives. A new description waits while a menu is open: the line under the
-// finger must not be taken away.
+// The menu bar. New menus wait while one is open: the line under the finger must not be taken away.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -12,12 +11,12 @@ MenuBar {
 
     required property ConsoleModel desk
 
-    readonly property var given: desk.menuBar.menus
-    property var shown: []
+    readonly property list<menuEntry> given: desk.menuBar.menus
+    property list<menuEntry> shown
     property int openMenus
 
     function takeUp(): void {
-        if (openMenus === 0 && given)
+        if (openMenus === 0)
             shown = given;
     }
 
@@ -55,7 +54,7 @@ MenuBar {
         }
     }
 
-    // As many menus as there are; a menu whose words or lines change stays.
+    // As many menus as there are; a menu whose title or lines change stays.
     Instantiator {
         model: bar.shown.length
 
@@ -64,8 +63,8 @@ MenuBar {
 
             desk: bar.desk
             place: index
-            title: bar.shown[index] ? bar.shown[index].title : ""
-            items: bar.shown[index] ? bar.shown[index].items : []
+            title: index < bar.shown.length ? bar.shown[index].title : ""
+            items: index < bar.shown.length ? bar.shown[index].items : []
             onVisibleChanged: {
                 bar.openMenus += visible ? 1 : -1;
                 settle.restart();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Makes the lines of one menu from their description, and makes them anew when the description changes.
+// Makes the lines of one menu, and makes them again when they change.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -11,7 +11,7 @@ Instantiator {
 
     required property ConsoleModel desk
     required property Menu menu
-    property var items: []
+    property list<menuEntry> items
     property Component inner: null
 
     model: items
@@ -19,19 +19,19 @@ Instantiator {
     delegate: QtObject {
         id: line
 
-        required property var modelData
+        required property menuEntry modelData
         property QtObject made: null
 
         function make(): void {
-            if (modelData.separator)
-                made = separator.createObject(null);
-            else if (modelData.items && modelData.items.length > 0 && filler.inner)
+            if (modelData.isSeparator)
+                made = filler.separator.createObject(null);
+            else if (modelData.items.length > 0 && filler.inner)
                 made = filler.inner.createObject(null, {
                     "title": modelData.title,
                     "items": modelData.items
                 });
             else
-                made = entry.createObject(null, {
+                made = filler.entry.createObject(null, {
                     "line": modelData
                 });
         }
@@ -57,17 +57,17 @@ Instantiator {
 
     property Component entry: Component {
         PopupEntry {
-            required property var line
+            required property menuEntry line
 
             text: line.title
             keys: line.shortcut
-            enabled: line.enabled
-            checkable: line.checkable
-            checked: line.checked
+            enabled: line.isEnabled
+            checkable: line.isChecked
+            checked: line.isChecked
             onTriggered: {
-                // The mark is the logic's: what the click did to it is undone.
-                checked = Qt.binding(() => line.checked);
-                filler.desk.commands.activateMenuItem(line.path);
+                // The check mark is the logic's: what the click did to it is undone.
+                checked = Qt.binding(() => line.isChecked);
+                filler.desk.commands.activateMenuItem(line.action, line.object);
             }
         }
     }

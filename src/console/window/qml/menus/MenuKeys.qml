@@ -12,26 +12,26 @@ Instantiator {
     required property bool isAllowed
 
     // As many as there are: a key that is pressed while the menus change finds its line.
-    model: desk.menuBar.menus ? desk.menuBar.menus.length : 0
+    model: desk.menuBar.menus.length
 
     delegate: Instantiator {
         id: column
 
         required property int index
 
-        readonly property var menu: keys.desk.menuBar.menus[index]
-        readonly property var items: menu ? menu.items : []
+        readonly property list<menuEntry> menus: keys.desk.menuBar.menus
+        readonly property list<menuEntry> items: index < menus.length ? menus[index].items : []
 
         model: items.length
 
         delegate: Shortcut {
             required property int index
 
-            readonly property var line: column.items[index]
+            readonly property bool isThere: index < column.items.length
 
-            sequence: line && line.shortcut ? line.shortcut : ""
-            enabled: keys.isAllowed && sequence !== "" && line !== undefined && line.enabled === true
-            onActivated: keys.desk.commands.activateMenuItem(line.path)
+            sequence: isThere ? column.items[index].shortcut : ""
+            enabled: keys.isAllowed && isThere && column.items[index].shortcut !== "" && column.items[index].isEnabled
+            onActivated: keys.desk.commands.activateMenuItem(column.items[index].action, column.items[index].object)
         }
     }
 }

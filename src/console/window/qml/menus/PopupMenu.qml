@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A menu of the console. It is modal, so that the press that sends it away does nothing else.
+// A menu of the console. It is modal, so that the press that closes it does nothing else.
 import QtQuick
 import QtQuick.Controls.Basic
 import Vrel.Console

@@ -7,7 +7,7 @@ PopupMenu {
     id: menu
 
     required property ConsoleModel desk
-    required property var items
+    required property list<menuEntry> items
 
     MenuFiller {
         desk: menu.desk

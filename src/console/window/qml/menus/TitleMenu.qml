@@ -10,7 +10,7 @@ PopupMenu {
 
     required property ConsoleModel desk
     required property int place
-    required property var items
+    required property list<menuEntry> items
 
     MenuFiller {
         desk: menu.desk

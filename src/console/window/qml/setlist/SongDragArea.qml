@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Takes hold of songs by their handles. It is one area beside all rows and not a part of any, so that a drag outlives a row that
-// scrolls away.
+// Drags songs by their handles. It is one area beside all rows, so that a drag outlives a row that scrolls away.
 import QtQuick
 import Vrel.Console
 
@@ -22,7 +21,7 @@ MouseArea {
         movedOver(tracker.rowAt(list.contentY - list.originY + Math.min(height - 1, Math.max(0, mouseY))));
     }
 
-    function letGo(): void {
+    function release(): void {
         pressedRow = -1;
         tracker.end();
     }
@@ -47,8 +46,8 @@ MouseArea {
         if (tracker.isDragging)
             follow();
     }
-    onReleased: letGo()
-    onCanceled: letGo()
+    onReleased: release()
+    onCanceled: release()
 
     // Near an end the list moves on by itself.
     Timer {

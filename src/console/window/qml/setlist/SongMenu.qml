@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What can be done with one song besides playing it.
+// The commands on one song, besides playing it.
 import QtQuick
 import Vrel.Console
 
@@ -9,7 +9,7 @@ PopupMenu {
     required property ConsoleModel desk
     property string songId
 
-    function openFor(entry: MirrorItem): void {
+    function openFor(entry: SongViewModel): void {
         songId = entry.songId;
         popup();
     }

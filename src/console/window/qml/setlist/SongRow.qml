@@ -7,7 +7,7 @@ Rectangle {
     id: row
 
     required property ConsoleModel desk
-    required property MirrorItem entry
+    required property SongViewModel entry
     required property int index
     property bool isDragged
 
@@ -95,7 +95,7 @@ Rectangle {
         color: row.ink
         font.pixelSize: Theme.songText
         font.bold: row.isSelected
-        // Two long names that begin alike must be told apart.
+        // Two long names that begin alike must differ to the eye.
         wrapMode: Text.Wrap
         fontSizeMode: Text.Fit
         minimumPixelSize: 20

@@ -19,7 +19,7 @@ Row {
         width: 6
         height: 6
         radius: 3
-        color: status.desk.session.switchInProgress ? Theme.warning : Theme.ready
+        color: status.desk.session.isSwitching ? Theme.warning : Theme.ready
     }
     Text {
         id: words

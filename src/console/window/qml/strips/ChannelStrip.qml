@@ -8,12 +8,11 @@ Item {
     id: strip
 
     required property ConsoleModel desk
-    required property MirrorItem entry
+    required property StripViewModel entry
     required property int index
     property bool isDragged
 
-    readonly property color sign: entry.statusColor
-    readonly property bool isFailed: Theme.isAlarm(sign)
+    readonly property bool isFailed: entry.status === StripViewModel.Crashed
 
     signal faderHeld(bool isHeld)
     signal menuWanted
@@ -42,7 +41,7 @@ Item {
         anchors.fill: parent
         anchors.rightMargin: Theme.gap
         radius: Theme.radius
-        color: strip.isFailed ? Qt.rgba(0.23, 0.02, 0.03, 1) : Theme.background
+        color: strip.isFailed ? Theme.failed : Theme.background
         border.width: strip.isFailed || strip.isDragged ? 3 : strip.entry.isSelected ? 2 : 1
         border.color: strip.isDragged ? Theme.teal : strip.isFailed ? Theme.panic : strip.entry.isSelected ? Theme.ink : Theme.raised
 
@@ -76,7 +75,6 @@ Item {
             StripStatus {
                 Layout.fillWidth: true
                 entry: strip.entry
-                isFailed: strip.isFailed
             }
 
             LevelColumn {
@@ -89,7 +87,7 @@ Item {
                 value: strip.entry.volume
                 valueText: strip.entry.volumeText
                 color: strip.entry.color
-                learnWord: "channel_volume"
+                learnKind: LearnKind.ChannelVolume
                 learnIndex: strip.entry.index
                 onMoved: level => strip.desk.commands.setVolume(strip.entry.channelId, level)
                 onHeld: isHeld => strip.faderHeld(isHeld)
@@ -111,7 +109,7 @@ Item {
                     spokenName: text + " " + strip.entry.number + " " + strip.entry.name
                     isOn: strip.entry.mute
                     lamp: Theme.muteLit
-                    learnWord: "channel_mute"
+                    learnKind: LearnKind.ChannelMute
                     learnIndex: strip.entry.index
                     onActed: strip.desk.commands.toggleMute(strip.entry.channelId)
                 }
@@ -125,7 +123,7 @@ Item {
                     spokenName: text + " " + strip.entry.number + " " + strip.entry.name
                     isOn: strip.entry.solo
                     lamp: Theme.soloLit
-                    learnWord: "channel_solo"
+                    learnKind: LearnKind.ChannelSolo
                     learnIndex: strip.entry.index
                     onActed: strip.desk.commands.toggleSolo(strip.entry.channelId)
                 }

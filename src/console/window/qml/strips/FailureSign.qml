@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Names a strip whose instrument has failed, wherever the row of strips is scrolled to; a press brings the strip into sight.
+// Names a strip whose instrument has failed, wherever the row of strips is scrolled to; a press scrolls to the strip.
 import QtQuick
 import Vrel.Console
 
 PushButton {
     id: sign
 
-    required property MirrorItem entry
+    required property StripViewModel entry
     required property int index
 
-    readonly property color statusColor: entry.statusColor
-
     objectName: "failure" + index
-    visible: Theme.isAlarm(statusColor)
+    visible: entry.status === StripViewModel.Crashed
     text: entry.number + "  " + entry.name
     spokenName: entry.number + " " + entry.name + " " + entry.statusText
     fill: Theme.panic

@@ -7,7 +7,7 @@ PushButton {
     id: button
 
     required property ConsoleModel desk
-    required property string learnWord
+    required property int learnKind
     required property color lamp
     property int learnIndex: -1
     property bool isOn
@@ -33,7 +33,7 @@ PushButton {
         id: learn
 
         desk: button.desk
-        word: button.learnWord
+        kind: button.learnKind
         channelIndex: button.learnIndex
     }
 }

@@ -10,7 +10,7 @@ Item {
     required property string faderName
     required property string spokenName
     required property string channelId
-    required property string learnWord
+    required property int learnKind
     property int learnIndex: -1
     property real value
     property string valueText
@@ -47,7 +47,7 @@ Item {
                 id: learnTarget
 
                 desk: column.desk
-                word: column.learnWord
+                kind: column.learnKind
                 channelIndex: column.learnIndex
             }
         }

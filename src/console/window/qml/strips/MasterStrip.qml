@@ -64,7 +64,7 @@ Rectangle {
             value: strip.desk.master.volume
             valueText: strip.desk.master.volumeText
             color: Theme.accent
-            learnWord: "master_volume"
+            learnKind: LearnKind.MasterVolume
             onMoved: level => strip.desk.commands.setMasterVolume(level)
         }
 
@@ -77,7 +77,7 @@ Rectangle {
             spokenName: text + " MASTER"
             isOn: strip.desk.master.mute
             lamp: Theme.muteLit
-            learnWord: "master_mute"
+            learnKind: LearnKind.MasterMute
             onActed: strip.desk.commands.toggleMasterMute()
         }
     }

@@ -7,7 +7,7 @@ Item {
     id: header
 
     required property ConsoleModel desk
-    required property MirrorItem entry
+    required property StripViewModel entry
 
     signal menuWanted
     signal dragBegan
@@ -39,7 +39,7 @@ Item {
             property real pressedAt
             property bool isDragging
 
-            function letGo(): void {
+            function release(): void {
                 if (isDragging)
                     header.dragEnded();
                 isDragging = false;
@@ -63,14 +63,14 @@ Item {
                 if (isDragging)
                     header.dragMoved(mapToItem(null, mouse.x, 0).x);
             }
-            onReleased: letGo()
-            onCanceled: letGo()
+            onReleased: release()
+            onCanceled: release()
             onClicked: mouse => {
                 if (mouse.button === Qt.RightButton)
                     header.menuWanted();
             }
             onPressAndHold: if (!isDragging) header.menuWanted()
-            Component.onDestruction: letGo()
+            Component.onDestruction: release()
         }
     }
 
@@ -93,7 +93,7 @@ Item {
         onAccepted: header.forceActiveFocus(Qt.OtherFocusReason)
     }
 
-    // What stands in the field while nobody types there: a line of it would cut a long name off.
+    // Shown in the field while it is not edited: a single line would cut a long name off.
     Text {
         objectName: "stripNameShown" + header.entry.index
         anchors.fill: name

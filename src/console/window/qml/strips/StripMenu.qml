@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What can be done with one channel as a whole; nothing of it in Live mode.
+// The commands on one channel as a whole; all are disabled in Live mode.
 import QtQuick
 import Vrel.Console
 
@@ -9,7 +9,7 @@ PopupMenu {
     required property ConsoleModel desk
     property string channelId
 
-    function openFor(entry: MirrorItem): void {
+    function openFor(entry: StripViewModel): void {
         channelId = entry.channelId;
         popup();
     }

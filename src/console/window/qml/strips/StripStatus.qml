@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How the instrument is, and which it is. A failed one stands out on a red field.
+// The instrument's status and name. A failed one is on a red field.
 import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
@@ -7,8 +7,11 @@ import Vrel.Console
 ColumnLayout {
     id: status
 
-    required property MirrorItem entry
-    required property bool isFailed
+    required property StripViewModel entry
+
+    readonly property bool isFailed: entry.status === StripViewModel.Crashed
+    readonly property color field: isFailed ? Theme.panic : "transparent"
+    readonly property color ink: isFailed ? Theme.ink : entry.status === StripViewModel.Running ? Theme.running : Theme.idle
 
     spacing: 4
 
@@ -17,7 +20,7 @@ ColumnLayout {
         Layout.fillWidth: true
         implicitHeight: 24
         radius: 3
-        color: status.isFailed ? Theme.panic : "transparent"
+        color: status.field
 
         Accessible.role: Accessible.StaticText
         Accessible.name: status.entry.statusText
@@ -25,7 +28,7 @@ ColumnLayout {
         Text {
             anchors.fill: parent
             text: status.entry.statusText
-            color: status.isFailed ? Theme.ink : status.entry.statusColor
+            color: status.ink
             font.pixelSize: status.isFailed ? Theme.bodyText : Theme.smallText
             font.bold: true
             fontSizeMode: Text.HorizontalFit
@@ -39,7 +42,7 @@ ColumnLayout {
     Rectangle {
         Layout.fillWidth: true
         implicitHeight: 1
-        color: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
+        color: Theme.divider
     }
 
     Text {

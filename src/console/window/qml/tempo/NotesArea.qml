@@ -59,7 +59,7 @@ TextArea {
     }
     onActiveFocusChanged: {
         if (activeFocus && readOnly)
-            focus = false; // a menu that closes would give the caret back
+            focus = false; // a menu that closes would return the caret
         else if (!activeFocus)
             settle.restart();
     }

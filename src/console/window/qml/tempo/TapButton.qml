@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Counts the moment it is touched: how long a finger stays is no part of a tempo.
+// Counts on press: how long a finger stays is not part of a tempo.
 import QtQuick
 import Vrel.Console
 
@@ -27,6 +27,6 @@ PushButton {
         id: learn
 
         desk: tap.desk
-        word: "tap_tempo"
+        kind: LearnKind.TapTempo
     }
 }

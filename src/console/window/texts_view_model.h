@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QList>
+#include <QString>
+
+#include "console/window/view_model.h"
+#include "text/text.h"
+
+namespace vrel::window {
+
+/// One text of the table, under the name of its key.
+#define VREL_TEXT(key)                                          \
+ public:                                                        \
+  Q_PROPERTY(QString key READ key NOTIFY languageChanged FINAL) \
+  [[nodiscard]] QString key() const {                           \
+    return textOf(TextKey::key);                                \
+  }
+
+/// The language of the session, and the texts of the window in it.
+class TextsViewModel : public vrel::window::MirrorItem {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("the logic makes it")
+  Q_PROPERTY(QList<QString> languageCodes READ languageCodes CONSTANT FINAL)
+  using Self = TextsViewModel;
+
+ public:
+  using MirrorItem::MirrorItem;
+
+  VREL_SHOWN(int, language)  // a `Language`
+
+  VREL_TEXT(appTitle)
+  VREL_TEXT(slogan)
+  VREL_TEXT(setlist)
+  VREL_TEXT(noSongs)
+  VREL_TEXT(addSong)
+  VREL_TEXT(channelStrips)
+  VREL_TEXT(addChannel)
+  VREL_TEXT(volume)
+  VREL_TEXT(mute)
+  VREL_TEXT(solo)
+  VREL_TEXT(panic)
+  VREL_TEXT(dropouts)
+  VREL_TEXT(languageLabel)
+  VREL_TEXT(tempoTitle)
+  VREL_TEXT(notesTitle)
+  VREL_TEXT(liveModeTitle)
+  VREL_TEXT(livePanicCommand)
+  VREL_TEXT(liveMuteChannelsCommand)
+  VREL_TEXT(liveSoloChannelCommand)
+  VREL_TEXT(liveMuteMasterCommand)
+  VREL_TEXT(liveSongNavigationCommand)
+  VREL_TEXT(cutChannel)
+  VREL_TEXT(copyChannel)
+  VREL_TEXT(pasteChannel)
+  VREL_TEXT(duplicateChannel)
+  VREL_TEXT(deleteChannel)
+  VREL_TEXT(renameSong)
+  VREL_TEXT(deleteSong)
+  VREL_TEXT(modeEdit)
+  VREL_TEXT(modeLive)
+
+  /// In the order in which a picker offers them.
+  [[nodiscard]] static QList<QString> languageCodes();
+
+ private:
+  [[nodiscard]] QString textOf(TextKey key) const;
+};
+
+}  // namespace vrel::window
