@@ -38,9 +38,9 @@ bool isLeaf(std::string_view name) {
 }
 
 /// The elements of the document, one after the other.
-class Walk {
+class XmlWalk {
  public:
-  explicit Walk(std::string_view text) : rest_(text) {}
+  explicit XmlWalk(std::string_view text) : rest_(text) {}
 
   Outcome run() {
     while (!failure_) {
@@ -182,7 +182,7 @@ Outcome checkXmlForm(std::span<const std::uint8_t> data) {
   if (text.find('\0') != std::string_view::npos) {
     return Error{"property list is damaged"};
   }
-  return Walk(text).run();
+  return XmlWalk(text).run();
 }
 
 }  // namespace vrel::system

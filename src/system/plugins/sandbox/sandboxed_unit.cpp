@@ -13,7 +13,7 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
     return lastState_;
   }
   if (answer.value().empty()) {
-    tell("has a state above 256 MiB, which is refused; the last one known is kept");
+    log("has a state above 256 MiB, which is refused; the last one known is kept");
   } else if (auto state = dictionaryFromBytes(answer.value())) {
     lastState_ = std::move(state);
   } else {
@@ -24,7 +24,7 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
 
 void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& state) {
   if (byteCount(state) > largestBody(MessageKind::restoreState)) {
-    tell("was not given a state above 256 MiB, which is refused; the last one known is kept");
+    log("was not given a state above 256 MiB, which is refused; the last one known is kept");
     return;
   }
   lastState_ = state;
