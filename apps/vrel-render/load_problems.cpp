@@ -19,8 +19,9 @@ std::string reason(const std::string& path, const std::vector<AVAudioUnitCompone
 }
 
 std::string instrumentReason(const ChannelConfig& record, const AppState& state) {
-  return record.pluginPath == pathPlayback ? record.playbackFilePath + " cannot be played"
-                                           : reason(record.pluginPath, state.scannedPlugins.get());
+  return pluginPathKind(record.pluginPath) == PluginPathKind::playback
+             ? record.playbackFilePath + " cannot be played"
+             : reason(record.pluginPath, state.scannedPlugins.get());
 }
 
 void addEffectProblems(std::vector<std::string>& problems, const std::string& where, const AudioChannel& channel,

@@ -24,6 +24,13 @@ AudioChannel::AudioChannel(std::string channelName, std::weak_ptr<ChannelMixer> 
   });
 }
 
+void AudioChannel::endPlaybackRun() {
+  playbackIsPlaying.set(false);
+  playbackStopRequested.set(false);
+  playbackRunToken.set(std::nullopt);
+  playbackMeterStartedAt.set(std::nullopt);
+}
+
 AVAudioUnitMIDIInstrument* AudioChannel::midiInstrument() const {
   return dynamic_cast<AVAudioUnitMIDIInstrument*>(instrumentNode.get().get());
 }

@@ -12,6 +12,7 @@
 
 #include "channel/channel_status.h"
 #include "channel/playback_run_view.h"
+#include "document/plugin_path.h"
 #include "document/setlist.h"
 #include "foundation/mutex.h"
 #include "foundation/observable.h"
@@ -77,7 +78,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<bool> playbackLoop{false};
   Observable<double> playbackStartTime{0};  // seconds
   Observable<double> playbackEndTime{0};    // seconds
-  Observable<std::string> playbackStopMode{"toggle"};
+  Observable<PlaybackStopMode> playbackStopMode;
   Observable<std::vector<VisualClipMapping>> visualClipMappings;
   Observable<bool> playbackIsPlaying{false};
   Observable<bool> playbackStopRequested{false};
@@ -111,6 +112,12 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<bool> meterTapInstalled{false};
 
   const std::weak_ptr<ChannelMixer> engine;
+
+  /// Makes the playback idle. The player is not touched.
+  void endPlaybackRun();
+
+  /// The form of `pluginPath`.
+  [[nodiscard]] PluginPathKind pluginKind() const { return pluginPathKind(pluginPath.get()); }
 
   /// The instrument as something that is played; null for an empty, playback or visual channel.
   [[nodiscard]] AVAudioUnitMIDIInstrument* midiInstrument() const;

@@ -61,8 +61,18 @@ std::optional<AVAudioUnitComponent> first(const std::vector<AVAudioUnitComponent
 
 }  // namespace
 
-bool isInternalPath(std::string_view path) {
-  return path.starts_with(internalPrefix);
+PluginPathKind pluginPathKind(std::string_view path) {
+  using enum PluginPathKind;
+  if (path.empty()) {
+    return empty;
+  }
+  if (path.starts_with(internalPrefix)) {
+    return path == pathPlayback ? playback : path == pathVisual ? visual : reserved;
+  }
+  if (path.starts_with(codesPrefix)) {
+    return component;
+  }
+  return path.starts_with(namesPrefix) ? name : unknown;
 }
 
 std::string pluginKey(const AVAudioUnitComponent& component) {
@@ -73,14 +83,15 @@ std::string pluginKey(const AVAudioUnitComponent& component) {
 
 std::optional<AVAudioUnitComponent> resolvePluginPath(std::string_view path,
                                                       const std::vector<AVAudioUnitComponent>& components) {
-  if (path.starts_with(codesPrefix)) {
+  const auto kind = pluginPathKind(path);
+  if (kind == PluginPathKind::component) {
     const auto wanted = description(splitAtColons(path.substr(codesPrefix.size())));
     if (!wanted) {
       return std::nullopt;
     }
     return first(components, [&](const auto& component) { return component.audioComponentDescription == *wanted; });
   }
-  if (path.starts_with(namesPrefix)) {
+  if (kind == PluginPathKind::name) {
     const auto parts = splitAtColons(path.substr(namesPrefix.size()));
     if (parts.size() < 2) {
       return std::nullopt;

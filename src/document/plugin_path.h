@@ -8,21 +8,30 @@
 
 #include "platform/audio_component.h"
 
-// What a channel or an effect slot plays is told by a text, its plug-in path:
-//
-//   empty                           nothing; the channel or slot is free
-//   internal:playback               an audio file
-//   internal:visual                 video clips
-//   aucd:TYPE:SUBTYPE:MANUFACTURER  a plug-in by its three codes in decimal; the form that is written
-//   au:MANUFACTURER:NAME            a plug-in by its names; written by early builds, still read
+// The plug-in path of a channel or an effect slot is the text that says what it plays.
 
 namespace vrel {
 
 inline constexpr std::string_view pathPlayback = "internal:playback";
 inline constexpr std::string_view pathVisual = "internal:visual";
 
-/// Whether `path` stands for something the program plays itself, so that no plug-in is behind it.
-[[nodiscard]] bool isInternalPath(std::string_view path);
+/// The forms of a plug-in path. A form is no promise: the plug-in may not be installed, or the rest be malformed.
+enum class PluginPathKind {
+  empty,      // nothing; the channel or slot is free
+  playback,   // internal:playback: an audio file
+  visual,     // internal:visual: video clips
+  reserved,   // internal: with any other word; nothing is played
+  component,  // aucd:TYPE:SUBTYPE:MANUFACTURER: a plug-in by its three codes in decimal; the form that is written
+  name,       // au:MANUFACTURER:NAME: a plug-in by its names; written by early builds, still read
+  unknown,    // any other text
+};
+
+[[nodiscard]] PluginPathKind pluginPathKind(std::string_view path);
+
+/// Whether no plug-in is behind such a path, since the program plays it itself or reserves it for that.
+[[nodiscard]] constexpr bool isInternal(PluginPathKind kind) {
+  return kind == PluginPathKind::playback || kind == PluginPathKind::visual || kind == PluginPathKind::reserved;
+}
 
 /// The path, or key, of a plug-in: its "aucd:" form.
 [[nodiscard]] std::string pluginKey(const AVAudioUnitComponent& component);

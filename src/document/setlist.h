@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "document/playback_stop_mode.h"
 #include "foundation/uuid.h"
 
 // The records of a setlist: plain values with no behaviour, copied freely. Their JSON form is in
@@ -103,7 +104,7 @@ struct ChannelConfig {
   bool playbackLoop = false;
   double playbackStartTime = 0.0;  // seconds
   double playbackEndTime = 0.0;    // seconds
-  std::string playbackStopMode = "toggle";
+  PlaybackStopMode playbackStopMode{};
   std::vector<VisualClipMapping> visualClipMappings{};
 
   bool operator==(const ChannelConfig&) const = default;

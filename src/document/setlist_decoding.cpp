@@ -165,6 +165,12 @@ class RecordReader {
     readCase(value, place, kind, midiControlKind);
   }
 
+  void read(json& value, const DocumentPlace& place, PlaybackStopMode& mode) {
+    std::string text;
+    read(value, place, text);
+    mode = PlaybackStopMode::fromText(std::move(text));
+  }
+
   template <typename Case, typename Lookup>
   void readCase(json& value, const DocumentPlace& place, Case& field, Lookup lookup) {
     if (!expect(value.is_string(), value, place, "a string")) {

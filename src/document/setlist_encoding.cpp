@@ -128,7 +128,7 @@ ordered_json encode(const ChannelConfig& channel) {
       .add("playback_loop", channel.playbackLoop)
       .add("playback_start_time", channel.playbackStartTime)
       .add("playback_end_time", channel.playbackEndTime)
-      .add("playback_stop_mode", channel.playbackStopMode)
+      .add("playback_stop_mode", channel.playbackStopMode.text())
       .add("visual_clip_mappings", encode(channel.visualClipMappings))
       .build();
 }

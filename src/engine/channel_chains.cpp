@@ -69,7 +69,7 @@ void ChannelChains::rebuildChannelEffectChain(AudioChannel& channel) {
   ensureMeterNode(channel);
   mutator_.performGraphMutation("rebuildChannelEffectChain", [this, &channel] { connectStrip(channel); });
   // The meter of a preloaded file follows its own peaks, in step with the playing position.
-  if (channel.pluginPath.get() == pathPlayback && channel.playbackBuffer.get() != nullptr) {
+  if (channel.pluginKind() == PluginPathKind::playback && channel.playbackBuffer.get() != nullptr) {
     levelCapture_.removeMeterTap(channel);
   } else {
     levelCapture_.installMeterTap(channel);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "channel/audio_channel.h"
+#include "channel/channel_values.h"
 #include "document/plugin_path.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
@@ -25,18 +26,11 @@ void clearPlaybackFile(AudioChannel& channel) {
   channel.playbackFileDuration.set(0);
   channel.playbackStartFrame.set(0);
   channel.playbackFrameCount.set(0);
-  channel.playbackFilePath.set("");
-  channel.playbackLoop.set(false);
-  channel.playbackStartTime.set(0);
-  channel.playbackEndTime.set(0);
-  channel.playbackStopMode.set("toggle");
+  applyPlaybackValues(channel, ChannelConfig());
 }
 
 void clearPlaybackRun(AudioChannel& channel) {
-  channel.playbackIsPlaying.set(false);
-  channel.playbackStopRequested.set(false);
-  channel.playbackRunToken.set(std::nullopt);
-  channel.playbackMeterStartedAt.set(std::nullopt);
+  channel.endPlaybackRun();
   channel.playbackMeterPeaks.set({});
 }
 
@@ -99,10 +93,10 @@ void InstrumentLoader::giveUpInstrumentNode(AudioChannel& channel) {
   }
   with_.engine.disconnectNodeOutput(node);
   with_.engine.detach(node);
-  const auto& path = channel.pluginPath.get();
+  const auto kind = channel.pluginKind();
   auto unit = std::dynamic_pointer_cast<AVAudioUnit>(node);
-  if (unit != nullptr && !path.empty() && !isInternalPath(path)) {
-    with_.pool.returnNodeToPool(std::move(unit), path);
+  if (unit != nullptr && kind != PluginPathKind::empty && !isInternal(kind)) {
+    with_.pool.returnNodeToPool(std::move(unit), channel.pluginPath.get());
   }
 }
 
@@ -195,20 +189,20 @@ void InstrumentLoader::simulatePluginCrash(AudioChannel& channel) {
 }
 
 void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channel) {
-  const auto& path = channel->pluginPath.get();
-  if (path.empty()) {
+  const auto kind = channel->pluginKind();
+  if (kind == PluginPathKind::empty) {
     unloadInstrument(*channel);
     with_.levels.applyMixerLevels();
     return;
   }
-  if (path == pathPlayback) {
+  if (kind == PluginPathKind::playback) {
     if (revivePlayback_) {
       revivePlayback_(*channel);
     }
     return;
   }
   const auto& resolver = with_.pool.resolver();
-  const auto component = resolver && !isInternalPath(path) ? resolver(path) : std::nullopt;
+  const auto component = resolver && !isInternal(kind) ? resolver(channel->pluginPath.get()) : std::nullopt;
   if (component) {
     loadInstrument(channel, *component, std::nullopt, nullptr);
   }

@@ -100,7 +100,8 @@ void LevelCapture::installMainMixerTap() {
 void LevelCapture::feedPlaybackMeter(AudioChannel& channel) {
   const auto& startedAt = channel.playbackMeterStartedAt.get();
   const auto& peaks = channel.playbackMeterPeaks.get();
-  if (channel.pluginPath.get() != pathPlayback || !channel.playbackIsPlaying.get() || !startedAt || peaks.empty()) {
+  if (channel.pluginKind() != PluginPathKind::playback || !channel.playbackIsPlaying.get() || !startedAt ||
+      peaks.empty()) {
     return;
   }
   // In this order, since a length that is no number must not come through to the index below.

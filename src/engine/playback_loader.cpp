@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "channel/audio_channel.h"
+#include "channel/channel_values.h"
 #include "document/plugin_path.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
@@ -23,14 +23,6 @@ namespace {
 
 constexpr std::uint32_t mostPreparedFrames = 4096;
 
-void storeConfiguration(AudioChannel& channel, const ChannelConfig& record) {
-  channel.playbackFilePath.set(record.playbackFilePath);
-  channel.playbackLoop.set(record.playbackLoop);
-  channel.playbackStartTime.set(record.playbackStartTime);
-  channel.playbackEndTime.set(record.playbackEndTime);
-  channel.playbackStopMode.set(record.playbackStopMode);
-}
-
 // With the times as they came out for this file.
 void storePrepared(AudioChannel& channel, const PreparedPlayback& prepared) {
   channel.playbackBuffer.set(prepared.buffer);
@@ -40,10 +32,7 @@ void storePrepared(AudioChannel& channel, const PreparedPlayback& prepared) {
   channel.playbackFrameCount.set(prepared.range.frameCount);
   channel.playbackStartTime.set(prepared.range.start);
   channel.playbackEndTime.set(prepared.range.end);
-  channel.playbackIsPlaying.set(false);
-  channel.playbackStopRequested.set(false);
-  channel.playbackRunToken.set(std::nullopt);
-  channel.playbackMeterStartedAt.set(std::nullopt);
+  channel.endPlaybackRun();
   channel.playbackMeterPeaks.set(prepared.meterPeaks);
 }
 
@@ -69,7 +58,7 @@ void PlaybackLoader::install(AudioChannel& channel, const ChannelConfig& record,
   const auto player = with_.nodes.makePlayerNode();
   with_.engine.attach(player);
   channel.instrumentNode.set(player);
-  storeConfiguration(channel, record);
+  applyPlaybackValues(channel, record);
   storePrepared(channel, prepared);
   channel.pluginPath.set(std::string(pathPlayback));
   channel.pluginName.set("Vrel Player - " + std::filesystem::path(record.playbackFilePath).filename().string());
@@ -85,11 +74,7 @@ void PlaybackLoader::loadAgain(AudioChannel& channel) {
     return;
   }
   ChannelConfig record;
-  record.playbackFilePath = channel.playbackFilePath.get();
-  record.playbackLoop = channel.playbackLoop.get();
-  record.playbackStartTime = channel.playbackStartTime.get();
-  record.playbackEndTime = channel.playbackEndTime.get();
-  record.playbackStopMode = channel.playbackStopMode.get();
+  storePlaybackValues(channel, record);
   loadPlaybackInstrument(channel, record);
 }
 

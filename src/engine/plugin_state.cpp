@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "channel/audio_channel.h"
+#include "channel/channel_values.h"
 #include "foundation/base64.h"
 #include "platform/console_output.h"
 
@@ -30,7 +31,7 @@ std::optional<std::string> PluginState::captureAudioUnitState(AUAudioUnit& unit)
 }
 
 std::optional<std::string> PluginState::capturePluginState(const AudioChannel& channel) {
-  if (channel.pluginPath.get().empty()) {
+  if (channel.pluginKind() == PluginPathKind::empty) {
     return std::nullopt;
   }
   auto* unit = dynamic_cast<AVAudioUnit*>(channel.instrumentNode.get().get());
@@ -78,24 +79,9 @@ std::optional<PropertyListDictionary> PluginState::decodePluginState(const std::
 ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState) {
   ChannelConfig record;
   record.name = channel.name.get();
-  record.volume = channel.volume.get();
-  record.gain = channel.gain.get();
-  record.reverb = channel.reverb.get();
-  record.mute = channel.mute.get();
-  record.solo = channel.solo.get();
   record.pluginPath = channel.pluginPath.get();
-  record.color = channel.color.get();
-  record.minNote = channel.minNote.get();
-  record.maxNote = channel.maxNote.get();
-  record.transpose = channel.transpose.get();
-  record.sendSustain = channel.sendSustain.get();
-  record.sendExpression = channel.sendExpression.get();
-  record.sustainControlsRotor = channel.sustainControlsRotor.get();
-  record.playbackFilePath = channel.playbackFilePath.get();
-  record.playbackLoop = channel.playbackLoop.get();
-  record.playbackStartTime = channel.playbackStartTime.get();
-  record.playbackEndTime = channel.playbackEndTime.get();
-  record.playbackStopMode = channel.playbackStopMode.get();
+  storeStripValues(channel, record);
+  storePlaybackValues(channel, record);
   record.visualClipMappings = channel.visualClipMappings.get();
   record.pluginStateBase64 = pluginState.capturePluginState(channel);
   record.effectSlots = pluginState.captureEffectSlots(channel);

@@ -17,7 +17,7 @@ constexpr uint8_t noteCount = 128;
 
 // The plug-in that takes this channel's events, if it has one.
 AVAudioUnitMIDIInstrument* playedInstrument(const AudioChannel& channel) {
-  return channel.pluginPath.get().empty() ? nullptr : channel.midiInstrument();
+  return channel.pluginKind() == PluginPathKind::empty ? nullptr : channel.midiInstrument();
 }
 
 void silence(AVAudioUnitMIDIInstrument& instrument) {
@@ -63,7 +63,7 @@ void MidiRouter::raiseCallbacks(MidiMessage message) const {
 
 void MidiRouter::deliver(AudioChannel& channel, MidiMessage message) const {
   const auto kind = classify(message);
-  if (channel.pluginPath.get() == pathVisual && splitHolds(channel, message.data1)) {
+  if (channel.pluginKind() == PluginPathKind::visual && splitHolds(channel, message.data1)) {
     if (visuals_ != nullptr && kind.isNoteOn) {
       visuals_->noteOn(message.data1, channel);
     } else if (visuals_ != nullptr && kind.isNoteOff) {
@@ -85,7 +85,8 @@ void MidiRouter::deliver(AudioChannel& channel, MidiMessage message) const {
 }
 
 bool MidiRouter::startsPlayback(const AudioChannel& channel, MidiMessage message) const {
-  return classify(message).isNoteOn && channel.pluginPath.get() == pathPlayback && splitHolds(channel, message.data1) &&
+  return classify(message).isNoteOn && channel.pluginKind() == PluginPathKind::playback &&
+         splitHolds(channel, message.data1) &&
          dynamic_cast<AVAudioPlayerNode*>(channel.instrumentNode.get().get()) != nullptr &&
          (channel.playbackBuffer.get() != nullptr || channel.playbackFile.get() != nullptr);
 }

@@ -4,25 +4,13 @@
 #include <array>
 #include <cstddef>
 
+#include "channel/channel_values.h"
 #include "document/app_state.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "platform/console_output.h"
 
 namespace vrel {
-namespace {
-
-/// What the record says of a file, so that a save loses none of it should the file be missing today.
-void keepPlayback(AudioChannel& channel, const ChannelConfig& record) {
-  channel.pluginPath.set(record.pluginPath);
-  channel.playbackFilePath.set(record.playbackFilePath);
-  channel.playbackLoop.set(record.playbackLoop);
-  channel.playbackStartTime.set(record.playbackStartTime);
-  channel.playbackEndTime.set(record.playbackEndTime);
-  channel.playbackStopMode.set(record.playbackStopMode);
-}
-
-}  // namespace
 
 std::string audioUnitsLoadingMessage(Language language) {
   static const std::array<const char*, 5> messages{"Loading Audio Units", "Cargando Audio Units",
@@ -33,32 +21,24 @@ std::string audioUnitsLoadingMessage(Language language) {
 
 std::shared_ptr<AudioChannel> ChannelBuilder::addChannel(const ChannelConfig& record) {
   auto channel = engine_.addChannel(record.name);
-  channel->volume.set(record.volume);
-  channel->gain.set(record.gain);
-  channel->reverb.set(record.reverb);
-  channel->mute.set(record.mute);
-  channel->solo.set(record.solo);
-  channel->color.set(record.color);
-  channel->minNote.set(record.minNote);
-  channel->maxNote.set(record.maxNote);
-  channel->transpose.set(record.transpose);
-  channel->sendSustain.set(record.sendSustain);
-  channel->sendExpression.set(record.sendExpression);
-  channel->sustainControlsRotor.set(record.sustainControlsRotor);
+  applyStripValues(*channel, record);
   channel->effectSlots.set(record.effectSlots);
   return channel;
 }
 
 void ChannelBuilder::load(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& record,
                           const Progress& progress) {
-  if (record.pluginPath == pathVisual) {
+  const auto kind = pluginPathKind(record.pluginPath);
+  if (kind == PluginPathKind::visual) {
     engine_.instruments().loadVisualInstrument(*channel, record.visualClipMappings, nullptr);
     instrumentEnded(channel, record.effectSlots, progress);
-  } else if (record.pluginPath == pathPlayback) {
-    keepPlayback(*channel, record);
+  } else if (kind == PluginPathKind::playback) {
+    // Before the load, so that a save loses nothing when the file is missing today.
+    channel->pluginPath.set(record.pluginPath);
+    applyPlaybackValues(*channel, record);
     engine_.playbackLoader().loadPlaybackInstrument(*channel, record);
     instrumentEnded(channel, record.effectSlots, progress);
-  } else if (record.pluginPath.empty()) {
+  } else if (kind == PluginPathKind::empty) {
     restoreEffects(channel, record.effectSlots, progress.effectsEnded);
   } else {
     loadInstrument(channel, record, progress);

@@ -1,23 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/playback_runs.h"
 
-#include <optional>
 #include <utility>
 
 #include "channel/audio_channel.h"
 #include "platform/clock.h"
 
 namespace vrel {
-namespace {
-
-void becomeIdle(AudioChannel& channel) {
-  channel.playbackIsPlaying.set(false);
-  channel.playbackStopRequested.set(false);
-  channel.playbackRunToken.set(std::nullopt);
-  channel.playbackMeterStartedAt.set(std::nullopt);
-}
-
-}  // namespace
 
 /// One run as the player queue and the completions know it. Nothing in it changes.
 struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
@@ -79,7 +68,7 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     mainQueue.async([weakChannel = channel, ended = token] {
       const auto owner = weakChannel.lock();
       if (owner != nullptr && owner->playbackRunToken.get() == ended) {
-        becomeIdle(*owner);
+        owner->endPlaybackRun();
       }
     });
   }
@@ -119,7 +108,7 @@ void PlaybackRuns::triggerPlayback(AudioChannel& channel) {
 void PlaybackRuns::triggerPlayback(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
   if (!channel.playbackIsPlaying.get()) {
     startRun(channel, playerNode);
-  } else if (channel.playbackStopMode.get() != "toggle" && channel.playbackLoop.get()) {
+  } else if (channel.playbackStopMode.get().mode() != StopMode::toggle && channel.playbackLoop.get()) {
     channel.playbackStopRequested.set(true);
   } else {
     endRun(channel, playerNode);
@@ -127,7 +116,7 @@ void PlaybackRuns::triggerPlayback(AudioChannel& channel, const std::shared_ptr<
 }
 
 void PlaybackRuns::endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
-  becomeIdle(channel);
+  channel.endPlaybackRun();
   playbackQueue_->async([node = std::weak_ptr(playerNode)] {
     if (const auto player = node.lock()) {
       player->stop();
@@ -149,7 +138,7 @@ void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudio
   channel.playbackIsPlaying.set(true);
   channel.playbackStopRequested.set(false);
   channel.playbackMeterStartedAt.set(clock_.CACurrentMediaTime());
-  run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get() == "rangeEnd";
+  run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get().mode() == StopMode::rangeEnd;
   run->channel = channel.weak_from_this();
   run->view = channel.playbackRunView;
   run->runNumber = channel.playbackRunView->runNumber.load();

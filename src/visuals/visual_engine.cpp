@@ -50,7 +50,7 @@ std::string VrelVisualEngine::playerKey(const Uuid& channelId, std::uint8_t note
 
 void VrelVisualEngine::loadChannel(AudioChannel& channel, Completion completion) {
   unloadChannel(channel);
-  if (channel.pluginPath.get() != pathVisual) {
+  if (channel.pluginKind() != PluginPathKind::visual) {
     if (completion) {
       completion();
     }
@@ -98,7 +98,7 @@ void VrelVisualEngine::install(const Load& load, const Players& players) {
   awaitedLoads_.erase(awaited);
   const auto channel = load.channel.lock();
   if (players.empty() || channel == nullptr || channel->id != load.channelId ||
-      channel->pluginPath.get() != pathVisual) {
+      channel->pluginKind() != PluginPathKind::visual) {
     return;
   }
   for (const auto& player : players) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "channel/audio_channel.h"
 
+#include "channel/channel_values.h"
+
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -31,7 +33,7 @@ TEST_F(Channel, IsBornEmptyWithTheStatedDefaults) {
   EXPECT_FALSE(channel.playbackLoop.get());
   EXPECT_EQ(channel.playbackStartTime.get(), 0.0);
   EXPECT_EQ(channel.playbackEndTime.get(), 0.0);
-  EXPECT_EQ(channel.playbackStopMode.get(), "toggle");
+  EXPECT_EQ(channel.playbackStopMode.get(), StopMode::toggle);
   EXPECT_TRUE(channel.visualClipMappings.get().empty());
   EXPECT_FALSE(channel.playbackIsPlaying.get());
   EXPECT_FALSE(channel.playbackRunToken.get().has_value());
@@ -139,27 +141,12 @@ TEST_F(Channel, EveryStoredValueIsCaptured) {
   wanted.playbackLoop = true;
   wanted.playbackStartTime = 1.5;
   wanted.playbackEndTime = 2.5;
-  wanted.playbackStopMode = "other";
+  wanted.playbackStopMode = PlaybackStopMode::fromText("other");
   wanted.visualClipMappings = {VisualClipMapping{}};
   const auto channel = engine->addChannel(wanted.name);
-  channel->volume.set(wanted.volume);
-  channel->gain.set(wanted.gain);
-  channel->reverb.set(wanted.reverb);
-  channel->mute.set(wanted.mute);
-  channel->solo.set(wanted.solo);
+  applyStripValues(*channel, wanted);
+  applyPlaybackValues(*channel, wanted);
   channel->pluginPath.set(wanted.pluginPath);
-  channel->color.set(wanted.color);
-  channel->minNote.set(wanted.minNote);
-  channel->maxNote.set(wanted.maxNote);
-  channel->transpose.set(wanted.transpose);
-  channel->sendSustain.set(wanted.sendSustain);
-  channel->sendExpression.set(wanted.sendExpression);
-  channel->sustainControlsRotor.set(wanted.sustainControlsRotor);
-  channel->playbackFilePath.set(wanted.playbackFilePath);
-  channel->playbackLoop.set(wanted.playbackLoop);
-  channel->playbackStartTime.set(wanted.playbackStartTime);
-  channel->playbackEndTime.set(wanted.playbackEndTime);
-  channel->playbackStopMode.set(wanted.playbackStopMode);
   channel->visualClipMappings.set(wanted.visualClipMappings);
   wanted.effectSlots = {addEmptySlot(*channel, chorusKey)};
   const auto captured = makeChannelConfig(*channel, engine->pluginState());

@@ -93,13 +93,28 @@ TEST(PluginPath, NothingIsFoundAmongNoComponents) {
   EXPECT_FALSE(resolvePluginPath("aucd:1:1:1", {}).has_value());
 }
 
-TEST(PluginPath, InternalPathsAreToldByTheirPrefix) {
-  EXPECT_TRUE(isInternalPath("internal:playback"));
-  EXPECT_TRUE(isInternalPath("internal:visual"));
-  EXPECT_TRUE(isInternalPath("internal:"));
-  EXPECT_FALSE(isInternalPath("internal"));
-  EXPECT_FALSE(isInternalPath(""));
-  EXPECT_FALSE(isInternalPath("aucd:1:2:3"));
+TEST(PluginPath, ItsKindIsThatOfItsForm) {
+  EXPECT_EQ(pluginPathKind(""), PluginPathKind::empty);
+  EXPECT_EQ(pluginPathKind("internal:playback"), PluginPathKind::playback);
+  EXPECT_EQ(pluginPathKind("internal:visual"), PluginPathKind::visual);
+  EXPECT_EQ(pluginPathKind("internal:"), PluginPathKind::reserved);
+  EXPECT_EQ(pluginPathKind("internal:playback2"), PluginPathKind::reserved);
+  EXPECT_EQ(pluginPathKind("aucd:1:2:3"), PluginPathKind::component);
+  EXPECT_EQ(pluginPathKind("aucd:"), PluginPathKind::component);
+  EXPECT_EQ(pluginPathKind("au:Acme:Piano"), PluginPathKind::name);
+  EXPECT_EQ(pluginPathKind("internal"), PluginPathKind::unknown);
+  EXPECT_EQ(pluginPathKind("Internal:visual"), PluginPathKind::unknown);
+  EXPECT_EQ(pluginPathKind(" aucd:1:2:3"), PluginPathKind::unknown);
+}
+
+TEST(PluginPath, InternalKindsHaveNoPluginBehindThem) {
+  for (const auto kind : {PluginPathKind::playback, PluginPathKind::visual, PluginPathKind::reserved}) {
+    EXPECT_TRUE(isInternal(kind));
+  }
+  for (const auto kind :
+       {PluginPathKind::empty, PluginPathKind::component, PluginPathKind::name, PluginPathKind::unknown}) {
+    EXPECT_FALSE(isInternal(kind));
+  }
 }
 
 }  // namespace

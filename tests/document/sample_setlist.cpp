@@ -34,7 +34,7 @@ ChannelConfig sampleChannel() {
           .playbackLoop = true,
           .playbackStartTime = 1.25,
           .playbackEndTime = 61.1,
-          .playbackStopMode = "hold",
+          .playbackStopMode = PlaybackStopMode::fromText("hold"),
           .visualClipMappings = {
               {.note = 48, .filePath = "/clips/a.mov", .triggerMode = VisualTriggerMode::toggle},
               {.note = 49, .filePath = "/clips/b.mov", .triggerMode = VisualTriggerMode::hold},

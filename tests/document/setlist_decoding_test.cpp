@@ -76,7 +76,7 @@ TEST(SetlistDecoding, AnEmptyChannelGetsItsDefaults) {
   EXPECT_FALSE(channel.playbackLoop);
   EXPECT_EQ(channel.playbackStartTime, 0.0);
   EXPECT_EQ(channel.playbackEndTime, 0.0);
-  EXPECT_EQ(channel.playbackStopMode, "toggle");
+  EXPECT_EQ(channel.playbackStopMode, StopMode::toggle);
   EXPECT_TRUE(channel.visualClipMappings.empty());
 }
 

@@ -98,6 +98,15 @@ TEST(SetlistEncoding, AnEmptyStateIsPresentAndStaysSo) {
   EXPECT_EQ(decodeSetlist(encoded(setlist)).value().songs[0].channels[0].pluginStateBase64, "");
 }
 
+TEST(SetlistEncoding, AnUnknownStopModeIsWrittenAsItWasRead) {
+  for (const std::string mode : {"toggle", "rangeEnd", "fade", "", "Toggle"}) {
+    const auto read = decodeSetlist(R"({"songs": [{"channels": [{"playback_stop_mode": ")" + mode + R"("}]}]})");
+    ASSERT_TRUE(read.ok());
+    const auto written = json::parse(encoded(read.value()));
+    EXPECT_EQ(written["songs"][0]["channels"][0]["playback_stop_mode"], mode);
+  }
+}
+
 TEST(SetlistEncoding, TheVersionIsAlwaysThree) {
   const auto read = decodeSetlist(R"({"version": 99})");
   EXPECT_EQ(json::parse(encoded(read.value()))["version"], 3);

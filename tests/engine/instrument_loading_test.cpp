@@ -25,7 +25,7 @@ class Loading : public SimulatedStage {
     channel.playbackLoop.set(true);
     channel.playbackStartTime.set(1.0);
     channel.playbackEndTime.set(4.0);
-    channel.playbackStopMode.set("other");
+    channel.playbackStopMode.set(PlaybackStopMode::fromText("other"));
     channel.playbackIsPlaying.set(true);
     channel.playbackStopRequested.set(true);
     channel.playbackRunToken.set(Uuid::fresh());
@@ -45,7 +45,7 @@ class Loading : public SimulatedStage {
     EXPECT_FALSE(channel.playbackLoop.get());
     EXPECT_EQ(channel.playbackStartTime.get(), 0.0);
     EXPECT_EQ(channel.playbackEndTime.get(), 0.0);
-    EXPECT_EQ(channel.playbackStopMode.get(), "toggle");
+    EXPECT_EQ(channel.playbackStopMode.get(), StopMode::toggle);
   }
 
   static void expectNoPlaybackRun(const AudioChannel& channel) {

@@ -397,7 +397,7 @@ TEST_F(Switch, AFileThatIsMissingTodayIsKeptInTheDocument) {
   file.playbackLoop = true;
   file.playbackStartTime = 1.5;
   file.playbackEndTime = 9.5;
-  file.playbackStopMode = "other";
+  file.playbackStopMode = PlaybackStopMode::fromText("other");
   addSong("One", {file});
   songSwitch.applySong(0);
   EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);

@@ -98,7 +98,7 @@ TEST_F(PlaybackLoading, GivesTheOldPluginBackToThePool) {
 }
 
 TEST_F(PlaybackLoading, APluginInItsPlaceEndsTheRunForGood) {
-  const auto channel = addPlayback(record(true, "rangeEnd"));
+  const auto channel = addPlayback(record(true, StopMode::rangeEnd));
   const auto node = channel->instrumentNode.get();
   noteOn();
   settle();
@@ -111,7 +111,7 @@ TEST_F(PlaybackLoading, APluginInItsPlaceEndsTheRunForGood) {
   EXPECT_FALSE(channel->playbackRunToken.get());
   EXPECT_FALSE(channel->playbackMeterStartedAt.get());
   EXPECT_THAT(channel->playbackMeterPeaks.get(), IsEmpty());
-  EXPECT_EQ(channel->playbackStopMode.get(), "toggle");
+  EXPECT_EQ(channel->playbackStopMode.get(), StopMode::toggle);
   auto& player = dynamic_cast<simulation::SimulatedPlayer&>(*node);
   player.calls.clear();
   player.consumeOne();
@@ -128,7 +128,7 @@ TEST_F(PlaybackLoading, MutatesTheGraphOnce) {
 }
 
 TEST_F(PlaybackLoading, UnloadingStopsThePlayerAndGoesBackToToggle) {
-  const auto channel = addPlayback(record(true, "rangeEnd"));
+  const auto channel = addPlayback(record(true, StopMode::rangeEnd));
   const auto node = channel->instrumentNode.get();
   noteOn();
   settle();
@@ -138,13 +138,13 @@ TEST_F(PlaybackLoading, UnloadingStopsThePlayerAndGoesBackToToggle) {
   settle();
   EXPECT_EQ(player.stopCount, stops + 1);
   EXPECT_THAT(player.scheduled, IsEmpty());
-  EXPECT_EQ(channel->playbackStopMode.get(), "toggle");
+  EXPECT_EQ(channel->playbackStopMode.get(), StopMode::toggle);
   EXPECT_FALSE(channel->playbackIsPlaying.get());
   EXPECT_FALSE(channel->playbackRunToken.get());
 }
 
 TEST_F(PlaybackLoading, ReviveLoadsTheFileAgain) {
-  auto config = record(true, "rangeEnd");
+  auto config = record(true, StopMode::rangeEnd);
   config.playbackStartTime = 0.25;
   const auto channel = addPlayback(config);
   engine->instruments().simulatePluginCrash(*channel);
@@ -153,7 +153,7 @@ TEST_F(PlaybackLoading, ReviveLoadsTheFileAgain) {
   EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(channel->playbackStartFrame.get(), 12000);
   EXPECT_TRUE(channel->playbackLoop.get());
-  EXPECT_EQ(channel->playbackStopMode.get(), "rangeEnd");
+  EXPECT_EQ(channel->playbackStopMode.get(), StopMode::rangeEnd);
   EXPECT_EQ(nodes.engine->chainFrom(channel->instrumentNode.get()),
             "player 2 > reverb 1 > meter 2 > main mixer > output");
 }
@@ -161,7 +161,7 @@ TEST_F(PlaybackLoading, ReviveLoadsTheFileAgain) {
 TEST_F(PlaybackLoading, ASongPutsItsFilesOnStageAndKeepsThemInTheDocument) {
   SessionOn session(*engine, mainQueue, clock, console);
   SongConfig song;
-  song.channels = {record(true, "rangeEnd")};
+  song.channels = {record(true, StopMode::rangeEnd)};
   song.channels[0].name = "Track";
   session.setSongs({song});
   session.songSwitch.applySong(0);
@@ -175,7 +175,7 @@ TEST_F(PlaybackLoading, ASongPutsItsFilesOnStageAndKeepsThemInTheDocument) {
   EXPECT_EQ(saved.playbackFilePath, "/click.wav");
   EXPECT_TRUE(saved.playbackLoop);
   EXPECT_EQ(saved.playbackEndTime, 1.0);
-  EXPECT_EQ(saved.playbackStopMode, "rangeEnd");
+  EXPECT_EQ(saved.playbackStopMode, StopMode::rangeEnd);
 }
 
 }  // namespace

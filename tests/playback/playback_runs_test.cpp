@@ -20,7 +20,7 @@ using testing::SizeIs;
 
 class PlaybackRun : public PlaybackStage {
  protected:
-  std::shared_ptr<AudioChannel> load(bool loops = false, const std::string& stopMode = "toggle") {
+  std::shared_ptr<AudioChannel> load(bool loops = false, const PlaybackStopMode& stopMode = StopMode::toggle) {
     auto channel = addPlayback(record(loops, stopMode));
     playerOf(*channel).calls.clear();
     return channel;
@@ -73,7 +73,7 @@ TEST_F(PlaybackRun, ANoteOutsideTheSplitAndNoteOffsChangeNothing) {
 }
 
 TEST_F(PlaybackRun, ThreeQuickNotesOnAnExitLoopStopItAtItsExit) {
-  const auto channel = load(true, "rangeEnd");
+  const auto channel = load(true, StopMode::rangeEnd);
   noteOn();
   EXPECT_FALSE(channel->playbackStopRequested.get());
   noteOn();
@@ -134,7 +134,7 @@ TEST_F(PlaybackRun, StopModesActAsTheUserSeesThem) {
                                                  {true, "some other word", false}}) {
     SCOPED_TRACE(std::string(loops ? "loop, " : "once, ") + mode);
     engine->removeAllChannels();
-    const auto channel = load(loops, mode);
+    const auto channel = load(loops, PlaybackStopMode::fromText(mode));
     noteOn();
     settle();
     noteOn();
@@ -179,7 +179,7 @@ TEST_F(PlaybackRun, ABufferLoopsByItselfUnlessItMustStopAtItsExit) {
   EXPECT_THAT(playerOf(*channel).calls, ElementsAre("stop", "buffer, loops", "play"));
   noteOn();
   settle();
-  channel->playbackStopMode.set("rangeEnd");
+  channel->playbackStopMode.set(StopMode::rangeEnd);
   playerOf(*channel).calls.clear();
   noteOn();
   settle();
@@ -193,7 +193,7 @@ TEST_F(PlaybackRun, ABufferLoopsByItselfUnlessItMustStopAtItsExit) {
 }
 
 TEST_F(PlaybackRun, ABufferStopsAtItsExitInNoModeButTheOneOfThatName) {
-  const auto channel = load(true, "some other word");
+  const auto channel = load(true, PlaybackStopMode::fromText("some other word"));
   channel->playbackFile.set(nullptr);
   noteOn();
   settle();

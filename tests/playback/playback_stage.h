@@ -18,7 +18,7 @@
 
 namespace vrel {
 
-/// An engine that reads simulated files, on virtual time. "/click.wav" has 48000 frames of two sides.
+/// An engine that reads simulated files, on virtual time. "/click.wav" has 48000 frames of two channels.
 class PlaybackStage : public testing::Test {
  protected:
   PlaybackStage() {
@@ -26,7 +26,7 @@ class PlaybackStage : public testing::Test {
     mainQueue.runAll();
   }
 
-  static ChannelConfig record(bool loops = false, const std::string& stopMode = "toggle") {
+  static ChannelConfig record(bool loops = false, const PlaybackStopMode& stopMode = StopMode::toggle) {
     ChannelConfig config;
     config.pluginPath = "internal:playback";
     config.playbackFilePath = "/click.wav";
