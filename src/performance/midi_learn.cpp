@@ -7,6 +7,7 @@
 #include <cstddef>
 
 #include "document/app_state.h"
+#include "document/midi_control_kinds.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "midi/midi_bytes.h"
@@ -20,40 +21,6 @@ using std::uint8_t;
 
 constexpr float largestDataByte = 127.0F;
 constexpr float largestBend = 16383.0F;
-
-/// Volumes and gains, and what is sent on to the instruments, stay the same from song to song; the rest is the song's.
-bool isOfWholeSetlist(MidiControlKind kind) {
-  constexpr unsigned kindsOfWholeSetlist = 0x1E0C;
-  const auto bit = static_cast<unsigned>(kind);
-  return bit <= static_cast<unsigned>(MidiControlKind::performanceExpression) &&
-         ((kindsOfWholeSetlist >> bit) & 1U) != 0;
-}
-
-bool isTrigger(MidiControlKind kind) {
-  switch (kind) {
-    case MidiControlKind::panic:
-    case MidiControlKind::tapTempo:
-    case MidiControlKind::channelMute:
-    case MidiControlKind::channelSolo:
-    case MidiControlKind::masterMute:
-      return true;
-    default:
-      return false;
-  }
-}
-
-bool isOfAStrip(MidiControlKind kind) {
-  switch (kind) {
-    case MidiControlKind::channelVolume:
-    case MidiControlKind::channelGain:
-    case MidiControlKind::channelReverb:
-    case MidiControlKind::channelMute:
-    case MidiControlKind::channelSolo:
-      return true;
-    default:
-      return false;
-  }
-}
 
 bool isLearnable(uint8_t statusType) {
   return statusType == statusNoteOff || statusType == statusNoteOn || statusType == statusController ||
@@ -79,8 +46,8 @@ bool hasEffect(const AudioChannel& channel) {
 
 /// Clips count, too.
 bool holdsPlugin(const AudioChannel& channel) {
-  const auto& path = channel.pluginPath.get();
-  return (!path.empty() && path != pathPlayback) || hasEffect(channel);
+  const auto kind = channel.pluginKind();
+  return (kind != PluginPathKind::empty && kind != PluginPathKind::playback) || hasEffect(channel);
 }
 
 void assign(std::vector<MidiControlAssignment>& assignments, const MidiControlAssignment& assignment) {
@@ -164,7 +131,7 @@ bool MidiLearn::isNewPress(const MidiControlBinding& binding, uint8_t data2) {
 
 void MidiLearn::saveMidiAssignment(const MidiControlTarget& target, const MidiControlBinding& binding) {
   const MidiControlAssignment assignment{target, binding};
-  if (isOfWholeSetlist(target.kind)) {
+  if (traitsOf(target.kind).scope == MidiControlScope::setlist) {
     state_.globalMidiControlAssignments.modify([&](auto& assignments) { assign(assignments, assignment); });
   } else if (songOnStage() != nullptr) {
     state_.songs.modify([&, index = *state_.selectedSongIndex.get()](auto& songs) {
@@ -205,7 +172,8 @@ void MidiLearn::clearAllMidiLearn() {
 }
 
 bool MidiLearn::acts(const MidiControlTarget& target, bool isPressed) const {
-  return (isPressed || !isTrigger(target.kind)) && (!isOfAStrip(target.kind) || channelAt(target) != nullptr);
+  const auto traits = traitsOf(target.kind);
+  return (isPressed || !traits.isTrigger) && (!traits.needsStrip || channelAt(target) != nullptr);
 }
 
 void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPressed, float value) {
@@ -215,11 +183,15 @@ void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPress
   controlWillAct.emit(target, isPressed, value);
   switch (target.kind) {
     case MidiControlKind::panic:
+      return performPanic(state_, engine_);
     case MidiControlKind::tapTempo:
+      return tempo_.tapTempo();
     case MidiControlKind::channelMute:
+      return toggle(*channelAt(target), &AudioChannel::mute);
     case MidiControlKind::channelSolo:
+      return toggle(*channelAt(target), &AudioChannel::solo);
     case MidiControlKind::masterMute:
-      return press(target);
+      return toggle(*engine_.masterChannel(), &AudioChannel::mute);
     case MidiControlKind::channelVolume:
       return setFader(*channelAt(target), &AudioChannel::volume, value);
     case MidiControlKind::channelGain:
@@ -236,23 +208,6 @@ void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPress
       return sendController(controllerSustain, state_.sustainPedalValue, value);
     case MidiControlKind::performanceExpression:
       return sendController(controllerExpression, state_.expressionValue, value);
-  }
-}
-
-void MidiLearn::press(const MidiControlTarget& target) {
-  switch (target.kind) {
-    case MidiControlKind::panic:
-      return performPanic(state_, engine_);
-    case MidiControlKind::tapTempo:
-      return tempo_.tapTempo();
-    case MidiControlKind::channelMute:
-      return toggle(*channelAt(target), &AudioChannel::mute);
-    case MidiControlKind::channelSolo:
-      return toggle(*channelAt(target), &AudioChannel::solo);
-    case MidiControlKind::masterMute:
-      return toggle(*engine_.masterChannel(), &AudioChannel::mute);
-    default:
-      return;
   }
 }
 

@@ -85,7 +85,6 @@ class MidiLearn {
   [[nodiscard]] AudioChannel* channelAt(const MidiControlTarget& target) const;
   [[nodiscard]] bool isNewPress(const MidiControlBinding& binding, std::uint8_t data2);
   [[nodiscard]] bool acts(const MidiControlTarget& target, bool isPressed) const;
-  void press(const MidiControlTarget& target);
   void toggle(AudioChannel& channel, Observable<bool> AudioChannel::*button);
   void setFader(AudioChannel& channel, Observable<float> AudioChannel::*fader, float value);
   void bend(float value);
