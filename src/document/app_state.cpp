@@ -6,6 +6,7 @@
 
 #include "document/component_scan.h"
 #include "document/recent_files_coding.h"
+#include "foundation/enum_texts.h"
 #include "platform/console_output.h"
 #include "platform/dispatch.h"
 #include "platform/file_manager.h"
@@ -24,19 +25,18 @@ constexpr std::uintmax_t mostRecentFilesBytes = std::uintmax_t{1} << 20U;
 
 constexpr double loadingTimeoutSeconds = 30.0;
 
-constexpr std::array<std::int64_t, 6> allowedFrameSizes{32, 64, 128, 256, 512, 1024};
-constexpr std::uint32_t fallbackFrameSize = 128;
-
-constexpr std::array<std::pair<VisualBlendMode, const char*>, 4> blendModeTexts{
-    {{VisualBlendMode::multiply, "multiply"},
-     {VisualBlendMode::screen, "screen"},
-     {VisualBlendMode::plusLighter, "plusLighter"},
-     {VisualBlendMode::normal, "normal"}}};
+constexpr EnumTexts<VisualBlendMode, 4> blendModeTexts = {{
+    {VisualBlendMode::multiply, "multiply"},
+    {VisualBlendMode::screen, "screen"},
+    {VisualBlendMode::plusLighter, "plusLighter"},
+    {VisualBlendMode::normal, "normal"},
+}};
+static_assert(isComplete(blendModeTexts));
 
 std::uint32_t allowedFrameSize(std::int64_t stored) {
-  const bool isAllowed =
-      std::find(allowedFrameSizes.begin(), allowedFrameSizes.end(), stored) != allowedFrameSizes.end();
-  return isAllowed ? static_cast<std::uint32_t>(stored) : fallbackFrameSize;
+  const auto& allowed = AppState::allowedFrameSizes;
+  const auto* found = std::find(allowed.begin(), allowed.end(), stored);
+  return found != allowed.end() ? *found : AppState::defaultFrameSize;
 }
 
 void writeText(NSUserDefaults& defaults, const std::string& key, const std::optional<std::string>& text) {
@@ -50,15 +50,11 @@ void writeText(NSUserDefaults& defaults, const std::string& key, const std::opti
 }  // namespace
 
 std::string storedText(VisualBlendMode mode) {
-  const auto* entry = std::find_if(blendModeTexts.begin(), blendModeTexts.end(),
-                                   [mode](const auto& each) { return each.first == mode; });
-  return entry->second;
+  return std::string(textOf(blendModeTexts, mode));
 }
 
 std::optional<VisualBlendMode> visualBlendModeFromStoredText(const std::string& text) {
-  const auto* entry = std::find_if(blendModeTexts.begin(), blendModeTexts.end(),
-                                   [&text](const auto& each) { return text == each.second; });
-  return entry == blendModeTexts.end() ? std::nullopt : std::optional(entry->first);
+  return caseOf(blendModeTexts, text);
 }
 
 AppState::AppState(const Collaborators& collaborators, std::filesystem::path recentPath)

@@ -53,6 +53,9 @@ class AppState {
   };
 
   static constexpr std::size_t mostRecentFiles = 5;
+  /// The sizes of the I/O buffer that can be chosen, frames, in the order of the menu.
+  static constexpr std::array<std::uint32_t, 6> allowedFrameSizes{32, 64, 128, 256, 512, 1024};
+  static constexpr std::uint32_t defaultFrameSize = 128;
 
   /// Reads the user's settings and the recent list, then scans the plug-ins. All collaborators are borrowed.
   AppState(const Collaborators& collaborators, std::filesystem::path recentPath);
@@ -99,7 +102,7 @@ class AppState {
   // The user's settings: written through to the defaults on every assignment.
   Observable<VisualBlendMode> visualBlendMode{VisualBlendMode::plusLighter};
   Observable<std::optional<std::string>> visualBackgroundVideoPath;
-  Observable<std::uint32_t> audioIOBufferFrameSize{128};  // frames
+  Observable<std::uint32_t> audioIOBufferFrameSize{defaultFrameSize};  // frames
   Observable<std::optional<std::string>> audioOutputDeviceUID;
 
   Observable<bool> songSwitchInProgress{false};

@@ -31,9 +31,6 @@ struct AudioOutputDevice {
 /// It has a stop and start of its own and is not for use inside a graph mutation.
 class AudioDeviceSettings {
  public:
-  /// The sizes of the I/O buffer that can be chosen, frames, in the order of the menu.
-  static constexpr std::uint32_t allowedFrameSizes[] = {32, 64, 128, 256, 512, 1024};
-
   AudioDeviceSettings(AudioHardware& hardware, AVAudioEngine& engine, GraphMutator& mutator, ConsoleOutput& console)
       : hardware_(hardware), engine_(engine), mutator_(mutator), console_(console) {}
 

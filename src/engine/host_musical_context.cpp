@@ -5,6 +5,7 @@
 #include <cmath>
 #include <string>
 
+#include "document/tempo_range.h"
 #include "platform/audio_unit.h"
 #include "platform/clock.h"
 #include "platform/console_output.h"
@@ -76,10 +77,6 @@ OSStatus transportState(void* hostUserData, bool* isPlaying, bool* transportStat
                         double* cycleEndBeat) {
   return transportState2(hostUserData, isPlaying, nullptr, transportStateChanged, currentSampleInTimeLine, isCycling,
                          cycleStartBeat, cycleEndBeat);
-}
-
-double limitedTempo(std::uint32_t bpm) {
-  return std::clamp(static_cast<double>(bpm), HostMusicalContext::slowestTempoBpm, HostMusicalContext::fastestTempoBpm);
 }
 
 }  // namespace

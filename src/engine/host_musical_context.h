@@ -24,9 +24,6 @@ class HostClock;
 /// engine has gone they report so.
 class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContext> {
  public:
-  static constexpr double slowestTempoBpm = 20.0;
-  static constexpr double fastestTempoBpm = 300.0;
-
   /// The clock is borrowed and outlives every plug-in.
   explicit HostMusicalContext(const HostClock& clock);
 
@@ -52,7 +49,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   [[nodiscard]] double currentBeat() const { return currentMoment().beat; }
   [[nodiscard]] bool hasTransportStateChanged() const;
 
-  /// Sets the tempo, limited to 20 to 300, without a jump of the beat.
+  /// Sets the tempo, limited to its range, without a jump of the beat.
   void setTempo(std::uint32_t bpm);
 
   /// A song switch begins: the new song's tempo, limited; beat 0; transport standing.

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "document/app_state.h"
+#include "document/tempo_range.h"
 #include "engine/audio_engine.h"
 #include "platform/clock.h"
 
@@ -18,7 +19,7 @@ constexpr double secondsPerMinute = 60.0;
 }  // namespace
 
 void Tempo::setTempo(std::uint32_t bpm) {
-  const std::uint32_t limited = std::clamp(bpm, slowestBpm, fastestBpm);
+  const std::uint32_t limited = limitedTempo(bpm);
   state_.tempoBpm.set(limited);
   engine_.setTempo(limited);
   state_.isDirty.set(true);
@@ -37,8 +38,8 @@ void Tempo::tapTempo() {
   }
   const auto intervals = static_cast<double>(tapTimes_.size() - 1);
   const double bpm = std::round(intervals * secondsPerMinute * nanosecondsPerSecond / static_cast<double>(elapsed));
-  setTempo(
-      static_cast<std::uint32_t>(std::clamp(bpm, static_cast<double>(slowestBpm), static_cast<double>(fastestBpm))));
+  setTempo(static_cast<std::uint32_t>(
+      std::clamp(bpm, static_cast<double>(slowestTempoBpm), static_cast<double>(fastestTempoBpm))));
 }
 
 }  // namespace vrel

@@ -16,8 +16,6 @@ class HostClock;
 /// All input is limited to the range, so nothing here fails. Main thread.
 class Tempo {
  public:
-  static constexpr std::uint32_t slowestBpm = 20;
-  static constexpr std::uint32_t fastestBpm = 300;
   /// A tap this long after another no longer counts with it.
   static constexpr double tapWindowSeconds = 2.0;
 

@@ -256,7 +256,7 @@ MenuItem Builder::visual() const {
 
 MenuItem Builder::bufferSizes() const {
   Items items;
-  for (const std::uint32_t frames : AudioDeviceSettings::allowedFrameSizes) {
+  for (const std::uint32_t frames : AppState::allowedFrameSizes) {
     const std::string number = std::to_string(frames);
     items.push_back(
         checked(command(number + " " + words(TextKey::audioSamples), menu_actions::selectAudioBufferSize, number),

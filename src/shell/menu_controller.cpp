@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "document/app_state.h"
-#include "engine/audio_device_settings.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode.h"
 #include "performance/midi_learn.h"
@@ -298,7 +297,7 @@ void VrelMenuController::closeVisualProjection() {
 void VrelMenuController::selectAudioBufferSize(const std::string& frames) {
   const auto current = session();
   const auto frameSize = numberIn<std::uint32_t>(frames);
-  const auto& allowed = AudioDeviceSettings::allowedFrameSizes;
+  const auto& allowed = AppState::allowedFrameSizes;
   if (!current || !frameSize || std::find(std::begin(allowed), std::end(allowed), *frameSize) == std::end(allowed)) {
     return;
   }

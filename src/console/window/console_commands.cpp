@@ -11,6 +11,7 @@
 #include "console/content_view.h"
 #include "document/app_state.h"
 #include "document/stored_texts.h"
+#include "document/tempo_range.h"
 #include "engine/audio_engine.h"
 
 namespace vrel::window {
@@ -201,7 +202,7 @@ void ConsoleCommands::setTempo(int bpm) {
 void ConsoleCommands::stepTempo(int by) {
   withContent([by](ContentView& content) {
     const auto now = static_cast<std::int64_t>(content.appState().tempoBpm.get());
-    const auto next = std::clamp<std::int64_t>(now + by, Tempo::slowestBpm, Tempo::fastestBpm);
+    const auto next = std::clamp<std::int64_t>(now + by, slowestTempoBpm, fastestTempoBpm);
     if (next != now) {
       content.tempo().setTempo(static_cast<std::uint32_t>(next));
     }
