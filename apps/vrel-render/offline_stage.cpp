@@ -202,7 +202,6 @@ std::vector<std::string> OfflineStage::problems() const {
   const auto& blocks = *renderCounters_;
   addCount(problems, blocks.silentBlocks, "blocks silent: the engine was stopped");
   addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix silenced: not finite");
-  addCount(problems, blocks.droppedMidiEvents, "events were dropped");
   addCount(problems, blocks.underrunBlocks, "blocks with an underrun of an audio file");
   addCount(problems, blocks.unreadFrames, "frames of audio files silent: could not be read");
   addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");

@@ -16,7 +16,6 @@ struct RenderCounters {
   Count lateBlocks{0};          // took longer than they last
   Count nonFiniteBlocks{0};     // held NaN or infinity, and were silenced
   Count droppedTapBuffers{0};   // the listener was too slow
-  Count droppedMidiEvents{0};   // the ring of a unit was full
   Count refusedConnections{0};  // would have closed a cycle, or between nodes that are not attached
   Count refusedNodes{0};        // made by another system, or attached to another engine
   Count underrunBlocks{0};      // of players, whose frames were not read in time
