@@ -26,7 +26,7 @@ namespace vrel {
 class AudioChannel;
 class AVAudioFile;
 
-/// What a channel tells of its own accord: that a value was assigned on which the mix depends.
+/// What a channel notifies by itself: that a value was assigned on which the mix depends.
 class ChannelMixer {
  public:
   virtual ~ChannelMixer() = default;
@@ -36,9 +36,9 @@ class ChannelMixer {
 
 /// The live object behind one channel strip, and behind the master.
 ///
-/// It holds values and nodes and does no audio work. What it plays is told by `pluginPath` alone,
+/// It holds values and nodes and does no audio work. `pluginPath` alone says what it plays,
 /// but only the engine's load and unload operations change what sounds; assigning the path drives
-/// nothing. Values are not limited here; the limits stand where a value is used.
+/// nothing. Values are not limited here; each user limits what it reads.
 ///
 /// Threads: main thread, but for the raw peaks, which are under `meterLock`, `meterLevel` and `playbackRunView`.
 /// Ownership: the engine's list owns the channels, a channel owns its nodes beside the graph, and

@@ -29,7 +29,7 @@ enum class Language { english, spanish, french, italian, german };
 /// How the projection blends its clips; stored as text.
 enum class VisualBlendMode { multiply, screen, plusLighter, normal };
 
-/// The text of the defaults for a blend mode, and back; none for a text that is no case.
+/// The text of the defaults for a blend mode, and back; none for any other text.
 [[nodiscard]] std::string storedText(VisualBlendMode mode);
 [[nodiscard]] std::optional<VisualBlendMode> visualBlendModeFromStoredText(const std::string& text);
 
@@ -124,12 +124,12 @@ class AppState {
   [[nodiscard]] std::vector<AVAudioUnitComponent> scanAudioEffectPlugins();
 
   /// Shows the loading modal for `count` loads, in place of any session before; 0 or less does
-  /// nothing. After 30 seconds the session ends by itself, with a line on the console.
+  /// nothing. After 30 seconds the session ends by itself, with a log line.
   void beginLoadingSession(int count, const std::string& message);
   void completeOneLoad();
   void finishLoadingSession();
 
-  /// A note was pressed or let go of.
+  /// A note was pressed or released.
   void noteActivity(std::uint8_t note, bool isOn);
 
   /// A controller or bend moved; only the four that are shown count.
@@ -137,10 +137,10 @@ class AppState {
 
   void resetPerformanceValues();
 
-  /// Takes the list from its file, without the entries whose file is gone. The file is not written. No file, no word;
-  /// one that can not be read is told, and the list is empty then.
+  /// Takes the list from its file, without the entries whose file is gone. The file is not written. A missing file is
+  /// not logged; one that cannot be read is logged, and the list is then empty.
   void loadRecentFiles();
-  /// Writes the list to its file; a failure is told, and the list stays. Makes no directory.
+  /// Writes the list to its file; a failure is logged, and the list stays. Makes no directory.
   void saveRecentFiles();
   /// Puts a file at the head of the list, and writes it.
   void addRecentFile(const std::filesystem::path& path);

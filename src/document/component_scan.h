@@ -9,10 +9,10 @@
 
 // The lists of plug-ins that a channel and an effect slot can choose from. Main thread.
 //
-// Each component stands once, the last one found where two have the same codes. The order is that of
+// Each component is listed once: the last one found where two have the same codes. The order is that of
 // the manufacturers' names and, within one manufacturer, of the plug-ins' names, as the user's
-// language sorts them and with no regard to case. Manufacturers that differ in case alone stand next
-// to each other, each with its plug-ins together.
+// language sorts them, ignoring case. Manufacturers that differ only in case are next to each other,
+// each with its plug-ins together.
 
 namespace vrel {
 

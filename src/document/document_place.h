@@ -7,8 +7,8 @@
 
 namespace vrel {
 
-/// Where in a JSON document one stands, as a chain up to the root that lives on the stack. Costs
-/// nothing until somebody asks for the text.
+/// A position in a JSON document, as a chain up to the root that lives on the stack. Costs
+/// nothing until its text is needed.
 class DocumentPlace {
  public:
   DocumentPlace() = default;

@@ -42,7 +42,7 @@ inline constexpr auto midiControlKinds = [] {
   });
 }();
 
-/// The row of a kind. A value that is no kind belongs to the song and to no strip.
+/// The row of a kind. A value outside the enumeration belongs to the song and to no strip.
 [[nodiscard]] constexpr MidiControlTraits traitsOf(MidiControlKind kind) {
   for (const auto& row : midiControlKinds) {
     if (row.kind == kind) {

@@ -9,7 +9,7 @@
 namespace vrel {
 
 /// `number` as an Integer; none if it has a fraction or does not fit. None either from 2^53 upwards,
-/// where a double no longer tells which whole number was meant.
+/// where a double no longer identifies one whole number.
 template <std::integral Integer>
 [[nodiscard]] std::optional<Integer> wholeNumber(double number) {
   constexpr double exactBelow = 0x1p53;

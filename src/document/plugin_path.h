@@ -15,7 +15,7 @@ namespace vrel {
 inline constexpr std::string_view pathPlayback = "internal:playback";
 inline constexpr std::string_view pathVisual = "internal:visual";
 
-/// The forms of a plug-in path. A form is no promise: the plug-in may not be installed, or the rest be malformed.
+/// The forms of a plug-in path. The plug-in may still not be installed, or the rest be malformed.
 enum class PluginPathKind {
   empty,      // nothing; the channel or slot is free
   playback,   // internal:playback: an audio file

@@ -14,10 +14,10 @@
 
 namespace vrel {
 
-/// Fails on a path that is no UTF-8, which JSON can not hold.
+/// Fails on a path that is not UTF-8, which JSON cannot hold.
 [[nodiscard]] Result<std::string> encodeRecentFiles(const std::vector<std::filesystem::path>& paths);
 
-/// The paths as they were written, however many there are. One entry that is no text fails the whole list.
+/// The paths as they were written, however many there are. One entry that is not a string fails the whole list.
 [[nodiscard]] Result<std::vector<std::filesystem::path>> decodeRecentFiles(std::string_view bytes);
 
 }  // namespace vrel

@@ -11,10 +11,10 @@
 
 // The JSON form of a setlist.
 //
-// Reading forgives what is missing and nothing else: a missing or null key gives the record's
+// Reading accepts what is missing and nothing else: a missing or null key gives the record's
 // default where it has one, and unknown keys are skipped, but one value of the wrong type or width
 // fails the whole document. Numbers that fit pass through unlimited; only colours are normalised to
-// three components. Every record gets a fresh id. Of a key that stands twice, the last counts.
+// three components. Every record gets a fresh id. Of a repeated key, the last counts.
 // Writing gives every key; an absent optional is left out, never written as null.
 //
 // Any bytes may be given: broken, endless or hostile ones end in an error that says where, with
@@ -25,10 +25,10 @@ namespace vrel {
 /// What is written as "version". A reader takes any number and acts on none.
 inline constexpr std::uint32_t setlistVersion = 3;
 
-/// What takes more bytes in a file is not a setlist.
+/// A larger file is not a setlist.
 inline constexpr std::uintmax_t mostSetlistBytes = std::uintmax_t{1} << 30U;
 
-/// The document as indented UTF-8 JSON. Fails on a NaN or infinite number and on text that is no UTF-8.
+/// The document as indented UTF-8 JSON. Fails on a NaN or infinite number and on text that is not UTF-8.
 [[nodiscard]] Result<std::string> encodeSetlist(const SetlistFile& setlist);
 
 /// The setlist in `bytes`. The root must be an object; an empty one is an empty setlist.

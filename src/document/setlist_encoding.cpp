@@ -17,7 +17,7 @@
 namespace vrel {
 namespace {
 
-// Keys stand in the order in which they are added, so that a person finds a file as it is told.
+// Keys keep the order in which they are added, so that files are easy to compare.
 using nlohmann::ordered_json;
 
 constexpr int indentation = 2;
@@ -156,7 +156,7 @@ bool isWritable(const ordered_json& text) {
   }
 }
 
-/// The first value that JSON can not hold. Texts are looked at only on demand: the writer checks them anyway.
+/// The first value that JSON cannot hold. Texts are checked only on demand: the writer checks them anyway.
 std::optional<Error> findFault(const ordered_json& value, const DocumentPlace& place, bool withTexts) {
   if (value.is_number_float() && !std::isfinite(value.get<double>())) {
     return Error{place.text() + ": not a finite number, which JSON cannot hold"};

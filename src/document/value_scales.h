@@ -5,7 +5,7 @@
 #include <string>
 
 // What the position of a control, 0.0 to 1.0, means in decibels and as a linear factor. The sound and
-// the text under a control both ask here, so a label can not disagree with what is heard. Pure
+// the text under a control both use these, so a label cannot disagree with what is heard. Pure
 // functions; any thread, though the texts allocate.
 
 namespace vrel {

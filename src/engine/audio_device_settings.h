@@ -34,12 +34,12 @@ class AudioDeviceSettings {
   AudioDeviceSettings(AudioHardware& hardware, AVAudioEngine& engine, GraphMutator& mutator, ConsoleOutput& console)
       : hardware_(hardware), engine_(engine), mutator_(mutator), console_(console) {}
 
-  /// All devices that have an output, a UID and a name, sorted by name; empty when they can not be listed.
+  /// All devices that have an output, a UID and a name, sorted by name; empty when they cannot be listed.
   [[nodiscard]] std::vector<AudioOutputDevice> availableOutputDevices();
 
-  /// Plays on the device with this UID, or on the system's default when it is absent or not there, with
-  /// blocks of `frameSize`. A running engine is restarted; a stopped one stays stopped. A refusal is told
-  /// in a line and the next step is still tried.
+  /// Plays on the device with this UID, or on the system's default when it is absent or not connected, with
+  /// blocks of `frameSize`. A running engine is restarted; a stopped one stays stopped. A refusal is logged
+  /// and the next step is still tried.
   void applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID,
                           const std::function<void()>& prepareOutputGraph);
 

@@ -164,7 +164,7 @@ AUHostMusicalContextBlock HostMusicalContext::musicalContextBlock() const {
   };
 }
 
-// Tells movement only: a change is reported by the procedures alone.
+// Reports movement only: a change is reported by the procedures alone.
 AUHostTransportStateBlock HostMusicalContext::transportStateBlock() const {
   return [context = shared_from_this()](std::uint64_t* transportStateFlags, double* currentSamplePosition,
                                         double* cycleStartBeatPosition, double* cycleEndBeatPosition) {

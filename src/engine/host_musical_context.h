@@ -33,7 +33,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   [[nodiscard]] bool isHostTransportRunning() const { return isTransportRunning_; }
   [[nodiscard]] std::uint64_t transportStateChangedUntilHostTime() const { return changedUntilHostTime_; }
 
-  /// Where the music stands: one reading of the clock, so that all that follows from it agrees.
+  /// The musical position: one reading of the clock, so that all that follows from it agrees.
   struct Moment {
     double beat = 0;
     double tempoBpm = 0;
@@ -52,7 +52,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   /// Sets the tempo, limited to its range, without a jump of the beat.
   void setTempo(std::uint32_t bpm);
 
-  /// A song switch begins: the new song's tempo, limited; beat 0; transport standing.
+  /// A song switch begins: the new song's tempo, limited; beat 0; transport stopped.
   void songSwitchBegan(std::uint32_t songTempoBpm);
   /// A song switch ended: beat 0, transport moving.
   void songSwitchEnded();
@@ -69,7 +69,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
   /// The older form, with this object as user data. Not to be called once the engine has gone.
   [[nodiscard]] HostCallbackInfo hostCallbackInfo();
 
-  /// Gives a plug-in both forms; `audioUnit` may be null. A refusal of the older one is told and ignored.
+  /// Gives a plug-in both forms; `audioUnit` may be null. A refusal of the older one is logged and ignored.
   void configureHostCallbacks(AUAudioUnit& unit, AudioUnitHandle* audioUnit, ConsoleOutput& console);
 
  private:

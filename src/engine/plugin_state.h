@@ -17,7 +17,7 @@ class ConsoleOutput;
 /// The sound of a plug-in as text for the document: base64 of a binary property list of the
 /// dictionary that the plug-in gives. Opaque: nothing in it is read or changed here.
 ///
-/// A failure costs the one state only: it is told in a line and the field stays absent. Main thread.
+/// A failure costs the one state only: it is logged and the field stays absent. Main thread.
 class PluginState {
  public:
   PluginState(NSPropertyListSerialization& propertyLists, ConsoleOutput& console)
@@ -37,7 +37,7 @@ class PluginState {
   [[nodiscard]] std::optional<PropertyListDictionary> decodePluginState(const std::optional<std::string>& text);
 
  private:
-  /// `failurePrefix` begins the line that tells of a failure.
+  /// `failurePrefix` begins the logged failure.
   [[nodiscard]] std::optional<std::string> stateText(AUAudioUnit& unit, const std::string& failurePrefix);
 
   NSPropertyListSerialization& propertyLists_;

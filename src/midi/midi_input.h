@@ -17,11 +17,11 @@ class MainQueue;
 /// queue, raw. The connection repairs itself whenever sources appear or vanish.
 ///
 /// Deliberately minimal: further messages of a packet, time stamps, running status and single-byte
-/// messages are not looked at, and no byte is masked.
+/// messages are ignored, and no byte is masked.
 ///
 /// Threads: main thread, but for the service's blocks, which touch nothing of this object and post to
 /// the main queue, first in, first out, with no limit and no dropping.
-/// Failure: a client or port that can not be made is told in a line; there is then no input.
+/// Failure: a client or port that cannot be made is logged; there is then no input.
 class MidiInput {
  public:
   using Route = std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)>;
@@ -35,7 +35,7 @@ class MidiInput {
   /// Makes client and port, and connects. Once.
   void setupMIDI();
 
-  /// Connects all sources of this moment and tells the name of the last one that has a name.
+  /// Connects all present sources and reports the name of the last one that has a name.
   void connectMIDISources();
 
   [[nodiscard]] const std::string& currentMidiPortName() const { return currentMidiPortName_; }

@@ -15,7 +15,7 @@ class AudioChannel;
 class AVAudioEngine;
 
 /// Carries one message at a time from the input to the channels. This is where a note finds its
-/// instruments: `routing_rules.h` tells, per channel, what becomes of it.
+/// instruments: `routing_rules.h` decides, per channel, what it gets.
 ///
 /// Routing keeps no memory: no list of sounding notes, no map from a note-off to its note-on. A
 /// note-off is routed with the settings of the moment at which it arrives. Mute and solo are not
@@ -27,7 +27,7 @@ class MidiRouter {
  public:
   using Channels = std::vector<std::shared_ptr<AudioChannel>>;
 
-  /// What the interface hears of the traffic. All optional; they run before the channels get the message.
+  /// Notifies the interface of the traffic. All optional; they run before the channels get the message.
   struct Callbacks {
     std::function<void(std::uint8_t note, bool isOn)> onMidiNoteActivity;
     std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)> onMidiControlMessage;

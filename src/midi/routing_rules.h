@@ -9,7 +9,7 @@ namespace vrel {
 
 class AudioChannel;
 
-/// What a message is to the router, told by its high nibble. A note-on with velocity 0 is a note-off.
+/// What a message is to the router, by its high nibble. A note-on with velocity 0 is a note-off.
 struct MessageClass {
   bool isNoteOn = false;
   bool isNoteOff = false;

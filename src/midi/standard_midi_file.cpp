@@ -283,7 +283,7 @@ Header readHeader(ByteReader& bytes) {
   return header;
 }
 
-/// Reads chunks until all announced tracks are there. What follows them is nobody's concern.
+/// Reads chunks until all announced tracks are there. What follows them is ignored.
 std::optional<Error> readTracks(std::span<const std::uint8_t> bytes, ByteReader& chunks, std::uint32_t trackCount,
                                 Score& score) {
   for (std::uint32_t found = 0; found < trackCount && chunks.ok();) {

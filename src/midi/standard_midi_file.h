@@ -21,7 +21,7 @@ struct MidiFileMessage {
   bool operator==(const MidiFileMessage&) const = default;
 };
 
-/// A text or a marker of a MIDI file, as its bytes stand there.
+/// A text or a marker of a MIDI file, as its bytes are in the file.
 struct MidiFileText {
   enum class Kind { text, marker };
   Kind kind = Kind::text;
@@ -37,7 +37,7 @@ struct MidiFileEvent {
   bool operator==(const MidiFileEvent&) const = default;
 };
 
-/// A performance: its events by time; events of one moment stand by track and then as in the file.
+/// A performance: its events by time; events of the same time by track, then as in the file.
 struct MidiFile {
   std::vector<MidiFileEvent> events{};
   double lengthSeconds = 0;  // up to the last end of a track

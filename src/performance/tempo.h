@@ -10,7 +10,7 @@ class AppState;
 class AudioEngine;
 class HostClock;
 
-/// The tempo of the song on stage, as typed, stepped or tapped. It drives no sequencer: it is what plug-ins are told
+/// The tempo of the song on stage, as typed, stepped or tapped. It drives no sequencer: it is what plug-ins get
 /// and the grid that playbacks are edited on.
 ///
 /// All input is limited to the range, so nothing here fails. Main thread.

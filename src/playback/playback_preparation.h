@@ -25,8 +25,8 @@ struct PreparedPlayback {
   std::vector<std::pair<float, float>> meterPeaks;  // empty without a buffer
 };
 
-/// Opens the file and reads the range between two times, in seconds. Fails only when it can not be
-/// opened; a range that can not be read is told in a line.
+/// Opens the file and reads the range between two times, in seconds. Fails only when it cannot be
+/// opened; a range that cannot be read is logged.
 [[nodiscard]] Result<PreparedPlayback> preparePlayback(AudioFileFactory& files, const std::string& path, double start,
                                                        double end, ConsoleOutput& console);
 

@@ -10,7 +10,7 @@ namespace vrel {
 namespace {
 
 constexpr double stopDelay = 0.18;     // seconds; a little longer than the view's fade
-constexpr double forwardBuffer = 0.1;  // seconds; small, so that many clips can stand ready
+constexpr double forwardBuffer = 0.1;  // seconds; small, so that many clips can be ready
 
 }  // namespace
 

@@ -20,10 +20,10 @@ class VideoFactory;
 /// One clip file of one note of one channel, looping and silent. It knows no view: views follow `opacity`, animate
 /// it themselves, and draw what `player` has to show.
 ///
-/// Threads: made on any, used on the main one. The `id` alone tells players apart.
+/// Threads: made on any, used on the main one. Only the `id` distinguishes players.
 class VrelVisualClipPlayer : public std::enable_shared_from_this<VrelVisualClipPlayer> {
  public:
-  /// Null when the mapping has no path or there is no such file. A file that can not be played is no failure.
+  /// Null when the mapping has no path or there is no such file. A file that cannot be played is not a failure.
   /// Factory and queue are borrowed; they outlive the player.
   [[nodiscard]] static std::shared_ptr<VrelVisualClipPlayer> make(const VisualClipMapping& mapping,
                                                                   VideoFactory& factory, MainQueue& mainQueue);

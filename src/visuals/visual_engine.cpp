@@ -62,7 +62,7 @@ void VrelVisualEngine::loadChannel(AudioChannel& channel, Completion completion)
       Load{lastLoad_, channel.id, channel.weak_from_this(), channel.visualClipMappings.get()});
   builderQueue_->async([this, life = life_.watch(), factory = factory_, &mainQueue = mainQueue_, load = std::move(load),
                         completion = std::move(completion)]() mutable {
-    // The engine is only looked at on the main queue, where it dies.
+    // The engine is only used on the main queue, where it is destroyed.
     auto players = build(*load, factory, mainQueue);
     mainQueue.async(
         [this, life, load = std::move(load), players = std::move(players), completion = std::move(completion)] {
@@ -81,7 +81,7 @@ VrelVisualEngine::Players VrelVisualEngine::build(const Load& load, VideoFactory
   Players players;
   for (const auto& mapping : load.mappings) {
     if (factory == nullptr || load.channel.expired()) {
-      break;  // nobody will want them, and the next song may wait
+      break;  // they are no longer needed, and the next song may wait
     }
     if (auto player = VrelVisualClipPlayer::make(mapping, *factory, mainQueue)) {
       players.push_back(std::move(player));
@@ -93,7 +93,7 @@ VrelVisualEngine::Players VrelVisualEngine::build(const Load& load, VideoFactory
 void VrelVisualEngine::install(const Load& load, const Players& players) {
   const auto awaited = awaitedLoads_.find(load.channelId);
   if (awaited == awaitedLoads_.end() || awaited->second != load.number) {
-    return;  // the channel was unloaded or loaded anew meanwhile
+    return;  // the channel was unloaded or loaded again meanwhile
   }
   awaitedLoads_.erase(awaited);
   const auto channel = load.channel.lock();

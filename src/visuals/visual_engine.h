@@ -20,8 +20,8 @@ namespace vrel {
 class AudioChannel;
 class VideoFactory;
 
-/// Shows clips on notes: owns the clip players of all visual channels on stage, and tells by `activePlayers` what is
-/// to be seen. It knows no windows.
+/// Shows clips on notes: owns the clip players of all visual channels on stage; `activePlayers` is what is shown. It
+/// knows no windows.
 ///
 /// Threads: main thread. Players are built on the queue "vrel.visual.builder", which never holds up a note: a
 /// note that comes before them builds its own.
@@ -45,9 +45,9 @@ class VrelVisualEngine : public VisualNoteTarget {
   /// The channel's id, a colon and the note.
   [[nodiscard]] static std::string playerKey(const Uuid& channelId, std::uint8_t note);
 
-  /// Forgets the channel's players and builds them anew in the background. The completion comes on the main queue
-  /// once they stand, or once it is clear that they will not; at once for a channel that shows no clips. Players that
-  /// a later load or unload of the channel has overtaken are dropped.
+  /// Forgets the channel's players and rebuilds them in the background. The completion comes on the main queue once
+  /// they are ready or have failed; at once for a channel that shows no clips. Players that a later load or unload of
+  /// the channel has overtaken are dropped.
   void loadChannel(AudioChannel& channel, Completion completion);
 
   /// Forgets all players of the channel. What shows of them vanishes at once.
@@ -56,7 +56,7 @@ class VrelVisualEngine : public VisualNoteTarget {
   void noteOn(std::uint8_t note, AudioChannel& channel) override;
   void noteOff(std::uint8_t note, AudioChannel& channel) override;
 
-  /// Loads under way. 0: what was loaded stands.
+  /// Loads in progress.
   [[nodiscard]] std::size_t pendingLoads() const { return pendingLoads_; }
 
  private:
@@ -76,7 +76,7 @@ class VrelVisualEngine : public VisualNoteTarget {
   std::uint64_t lastLoad_ = 0;
   std::size_t pendingLoads_ = 0;
   LifeToken life_;
-  // Last: letting go of a queue waits for the work under way.
+  // Last: releasing a queue waits for the work in progress.
   std::unique_ptr<DispatchQueue> builderQueue_;
 };
 

@@ -10,7 +10,7 @@ namespace {
 
 class Channel : public SimulatedStage {};
 
-TEST_F(Channel, IsBornEmptyWithTheStatedDefaults) {
+TEST_F(Channel, StartsEmptyWithTheDefaults) {
   AudioChannel channel("Lead", {});
   EXPECT_EQ(channel.name.get(), "Lead");
   EXPECT_EQ(channel.volume.get(), 0.8F);

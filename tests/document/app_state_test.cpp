@@ -84,7 +84,7 @@ TEST_F(Session, ItsColoursAreOrangeAndTeal) {
   EXPECT_EQ(AppState::secondaryColor, (Color{0.0, 194.0 / 255.0, 194.0 / 255.0}));
 }
 
-TEST_F(Session, ABufferSizeThatCanNotBeChosenGives128) {
+TEST_F(Session, ABufferSizeThatCannotBeChosenGives128) {
   EXPECT_EQ(make().audioIOBufferFrameSize.get(), 128U);
   for (const std::int64_t stored : {100, -64, 0, 2048}) {
     defaults.values["vrel.audio.ioBufferFrameSize"] = stored;
@@ -96,7 +96,7 @@ TEST_F(Session, ABufferSizeThatCanNotBeChosenGives128) {
   }
 }
 
-TEST_F(Session, ABlendModeThatIsNoCaseGivesPlusLighter) {
+TEST_F(Session, AnUnknownBlendModeGivesPlusLighter) {
   EXPECT_EQ(make().visualBlendMode.get(), VisualBlendMode::plusLighter);
   defaults.values["vrel.visual.blendMode"] = "dissolve";
   EXPECT_EQ(make().visualBlendMode.get(), VisualBlendMode::plusLighter);

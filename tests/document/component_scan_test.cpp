@@ -12,7 +12,7 @@
 namespace vrel {
 namespace {
 
-/// A machine with the plug-ins it is told of. A search field of zero matches anything.
+/// A machine with the plug-ins it is given. A search field of zero matches anything.
 class FakeComponentManager final : public AVAudioUnitComponentManager {
  public:
   std::vector<AVAudioUnitComponent> installed;
@@ -99,7 +99,7 @@ TEST(ComponentScan, SortsByManufacturerThenByNameWithoutRegardToCase) {
   EXPECT_EQ(instruments(manager), (Names{"Acme/xylophone", "Acme/Yodel", "Acme/zither", "bolt/a", "CAB/a"}));
 }
 
-TEST(ComponentScan, ManufacturersThatDifferInCaseAloneStandTogetherOrderedByManufacturer) {
+TEST(ComponentScan, ManufacturersThatDifferOnlyInCaseAreTogetherOrderedByManufacturer) {
   FakeComponentManager manager;
   manager.add("acme", "b");
   manager.add("ACME", "c");

@@ -53,7 +53,7 @@ TEST(MidiControlKinds, ButtonsAreTriggers) {
             (std::vector{Kind::panic, Kind::tapTempo, Kind::channelMute, Kind::channelSolo, Kind::masterMute}));
 }
 
-TEST(MidiControlKinds, AValueThatIsNoKindBelongsToTheSongAndNeedsNoStrip) {
+TEST(MidiControlKinds, AnUnknownKindBelongsToTheSongAndNeedsNoStrip) {
   for (const auto kind : {static_cast<Kind>(13), static_cast<Kind>(-1)}) {
     EXPECT_EQ(traitsOf(kind).scope, MidiControlScope::song);
     EXPECT_EQ(traitsOf(kind).text, "");

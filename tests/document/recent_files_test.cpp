@@ -67,7 +67,7 @@ TEST_F(RecentFiles, TheListOutlivesTheProgramInItsOrder) {
   EXPECT_EQ(start().recentFiles.get(), (Paths{"/b.vrel", "/a.vrel"}));
 }
 
-TEST_F(RecentFiles, AnEntryThatIsAddedAgainMovesToTheHeadAndStandsOnce) {
+TEST_F(RecentFiles, AnEntryThatIsAddedAgainMovesToTheHeadAndIsListedOnce) {
   start().addRecentFile("/a.vrel");
   state->addRecentFile("/b.vrel");
   state->addRecentFile("/c.vrel");
@@ -122,7 +122,7 @@ TEST_F(RecentFiles, TheyAreReadBetweenTheSettingsAndTheScan) {
   EXPECT_EQ(console.lines[1], "scan");
 }
 
-TEST_F(RecentFiles, ADamagedListIsEmptyAndToldAndStaysUntilTheNextWrite) {
+TEST_F(RecentFiles, ADamagedListIsEmptyAndLoggedAndStaysUntilTheNextWrite) {
   for (const std::string damaged : {"", "[\"/a.vrel\"", R"({"recent":[]})", R"(["/a.vrel",7])", R"(["/a.vrel",null])",
                                     "\"/a.vrel\"", "[\"\xFF\"]", "[[[[", "null"}) {
     placeSetlists({"/a.vrel"});
@@ -136,7 +136,7 @@ TEST_F(RecentFiles, ADamagedListIsEmptyAndToldAndStaysUntilTheNextWrite) {
   }
 }
 
-TEST_F(RecentFiles, ADirectoryOrAnUnreadableFileInItsPlaceIsTold) {
+TEST_F(RecentFiles, ADirectoryOrAnUnreadableFileInItsPlaceIsLogged) {
   files.place(recentPath, "[]");
   files.unreadable.insert(recentPath);
   start();
@@ -166,7 +166,7 @@ TEST_F(RecentFiles, OfALongListTheFirstFiveThatExistAreTakenOnce) {
   EXPECT_EQ(start().recentFiles.get(), (Paths{"/1", "/2", "/3", "/4", "/5"}));
 }
 
-TEST_F(RecentFiles, AMissingDirectoryIsToldAtEachSaveNotMadeAndTheListHolds) {
+TEST_F(RecentFiles, AMissingDirectoryIsLoggedAtEachSaveNotMadeAndTheListHolds) {
   files.directories = {"/"};
   start().addRecentFile("/a.vrel");
   state->clearRecentFiles();
@@ -177,7 +177,7 @@ TEST_F(RecentFiles, AMissingDirectoryIsToldAtEachSaveNotMadeAndTheListHolds) {
   EXPECT_EQ(files.stepsTaken, 0U);
 }
 
-TEST_F(RecentFiles, AReadOnlyListIsToldAndHoldsInMemory) {
+TEST_F(RecentFiles, AReadOnlyListIsLoggedAndHoldsInMemory) {
   placeSetlists({"/a.vrel"});
   files.place(recentPath, R"(["/a.vrel"])");
   files.readOnly.insert(recentPath);
@@ -188,7 +188,7 @@ TEST_F(RecentFiles, AReadOnlyListIsToldAndHoldsInMemory) {
               ElementsAre("Failed to save recent files: " + recentPath.string() + ": Permission denied"));
 }
 
-TEST_F(RecentFiles, AFullDiskIsTold) {
+TEST_F(RecentFiles, AFullDiskIsLogged) {
   files.freeBytes = 4;
   start().addRecentFile("/a.vrel");
   EXPECT_EQ(state->recentFiles.get(), (Paths{"/a.vrel"}));
@@ -205,7 +205,7 @@ TEST_F(RecentFiles, AnyPathThatIsTextComesBack) {
   EXPECT_EQ(read.value(), paths);
 }
 
-TEST_F(RecentFiles, APathThatIsNoTextIsToldAndDoesNotTouchTheFile) {
+TEST_F(RecentFiles, APathThatIsNotUtf8IsLoggedAndDoesNotTouchTheFile) {
   files.place(recentPath, "[]");
   start().addRecentFile("/\xFF.vrel");
   EXPECT_EQ(state->recentFiles.get().size(), 1U);

@@ -26,7 +26,7 @@ TEST(FaderScale, BeginsAHairAboveMinusSixty) {
   EXPECT_TRUE(ChannelFaderScale::decibels(std::nextafter(0.0001F, 1.0F)).has_value());
 }
 
-TEST(FaderScale, UnityStandsAtThreeQuarters) {
+TEST(FaderScale, UnityIsAtThreeQuarters) {
   EXPECT_EQ(ChannelFaderScale::text(0.75F), "0.0 dB");
   EXPECT_EQ(ChannelFaderScale::linearGain(0.75F), 1.0F);
 }
@@ -100,7 +100,7 @@ TEST(ReverbScale, ReadsInWholePercent) {
   EXPECT_EQ(ChannelReverbScale::text(4.0F), "100%");
 }
 
-TEST(Scales, APositionThatIsNoNumberIsTheBottom) {
+TEST(Scales, APositionThatIsNotANumberIsTheBottom) {
   EXPECT_EQ(ChannelFaderScale::linearGain(notANumber), 0.0F);
   EXPECT_EQ(ChannelGainScale::decibels(notANumber), -24.0);
   EXPECT_EQ(ChannelReverbScale::text(notANumber), "0%");

@@ -80,7 +80,7 @@ TEST_F(DeviceSettings, OfTwoDevicesWithOneUidTheFirstByNameIsTaken) {
   EXPECT_EQ(hardware.record.front(), "device 3");
 }
 
-TEST_F(DeviceSettings, ADefaultThatIsNoOutputSetsNothing) {
+TEST_F(DeviceSettings, ADefaultThatIsNotAnOutputSetsNothing) {
   hardware.defaultDevice = 1;
   apply(128, std::nullopt);
   EXPECT_TRUE(hardware.record.empty());
@@ -127,7 +127,7 @@ TEST_F(DeviceSettings, AStoppedEngineGetsTheDeviceAndStaysStopped) {
   EXPECT_EQ(preparations, 0);
 }
 
-TEST_F(DeviceSettings, ARefusedDeviceIsToldAndTheBufferStillTried) {
+TEST_F(DeviceSettings, ARefusedDeviceIsLoggedAndTheBufferStillTried) {
   hardware.deviceStatus = -50;
   hardware.frameSizeStatus = -51;
   apply(64, "uid-a");
@@ -137,7 +137,7 @@ TEST_F(DeviceSettings, ARefusedDeviceIsToldAndTheBufferStillTried) {
   EXPECT_TRUE(graph().isRunning());
 }
 
-TEST_F(DeviceSettings, AFailedRestartIsToldAndLeavesTheEngineStopped) {
+TEST_F(DeviceSettings, AFailedRestartIsLoggedAndLeavesTheEngineStopped) {
   graph().startFailure = Error{"device busy"};
   apply(64, "uid-a");
   EXPECT_EQ(console.lines, Lines{"AVAudioEngine restart failed after audio settings change: device busy"});

@@ -81,7 +81,7 @@ TEST_F(EngineLifecycle, AnEngineThatHasGoneBeforeItsFirstTurnIsNotStarted) {
   EXPECT_TRUE(mainQueue.runOne());
 }
 
-TEST_F(EngineLifecycle, FailedStartIsToldWithItsReason) {
+TEST_F(EngineLifecycle, FailedStartIsLoggedWithItsReason) {
   graph().stop();
   graph().startFailure = Error{"no device"};
   EXPECT_FALSE(engine->ensureEngineRunning("initialization"));
@@ -100,7 +100,7 @@ TEST_F(EngineLifecycle, NeitherPanicNorRoutingStartsAStoppedEngineOrTouchesTheEr
   EXPECT_EQ(engine->lastEngineStartError(), Error{"no device"});
 }
 
-TEST_F(EngineLifecycle, TheMasterIsNamedAndStandsInNoStripList) {
+TEST_F(EngineLifecycle, TheMasterIsNamedAndInNoStripList) {
   EXPECT_EQ(engine->masterChannel()->name.get(), "MASTER");
   EXPECT_TRUE(engine->channels().empty());
   EXPECT_EQ(engine->masterChannel()->meterNode.get(), nullptr);

@@ -37,7 +37,7 @@ class BeatClock : public SimulatedStage {
   }
 };
 
-TEST_F(BeatClock, TwoSecondsAfterCreationAt120ItStandsAtBeatFour) {
+TEST_F(BeatClock, TwoSecondsAfterCreationAt120ItIsAtBeatFour) {
   wait(2.0);
   EXPECT_DOUBLE_EQ(context().currentBeat(), 4.0);
   EXPECT_DOUBLE_EQ(context().currentMoment().measureDownbeat(), 4.0);
@@ -123,7 +123,7 @@ TEST_F(BeatClock, ASongSwitchStopsTheTransportAtBeatZeroAndItsEndMovesItAgain) {
   EXPECT_EQ(context().currentTempoBpm(), 20.0);
 }
 
-TEST_F(BeatClock, AnInstrumentLoadedWithStateIsToldAChangeForOneSecond) {
+TEST_F(BeatClock, AnInstrumentLoadedWithStateSeesAChangeForOneSecond) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", std::nullopt);
@@ -218,7 +218,7 @@ class GoingClock : public simulation::VirtualClock {
   mutable std::uint64_t time_ = 0;
 };
 
-TEST_F(BeatClock, OneAnswerTellsOneMomentAlsoAtTheEndOfABeat) {
+TEST_F(BeatClock, OneAnswerDescribesOneMomentAlsoAtTheEndOfABeat) {
   const GoingClock going;
   const auto music = std::make_shared<HostMusicalContext>(going);
   music->setOutputSampleRate(48000.0);
@@ -244,7 +244,7 @@ TEST_F(BeatClock, ABlockThatOutlivesTheEngineReportsSo) {
   EXPECT_FALSE(transportBlock(nullptr, nullptr, nullptr, nullptr));
 }
 
-TEST_F(BeatClock, APluginWithALowLevelHandleGetsTheProceduresTooAndItsRefusalIsTold) {
+TEST_F(BeatClock, APluginWithALowLevelHandleGetsTheProceduresTooAndItsRefusalIsLogged) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   node->handle.emplace();

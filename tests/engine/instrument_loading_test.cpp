@@ -140,7 +140,7 @@ TEST_F(Loading, AnAnswerWithANodeAndAnErrorCountsAsFailed) {
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
 }
 
-TEST_F(Loading, OnlyWhatStandsUnderAPluginsKeyIsParked) {
+TEST_F(Loading, OnlyAnInstrumentUnderAPluginsKeyIsParked) {
   for (const std::string path : {"", "internal:playback", "internal:visual"}) {
     auto strip = addStrip("Piano");
     strip.channel->pluginPath.set(path);
@@ -178,7 +178,7 @@ TEST_F(Loading, VisualModeLeavesTheRackAttachedAndUnlinked) {
   EXPECT_EQ(graph().chainFrom(strip.channel->meterNode.get()), "meter 1");
 }
 
-TEST_F(Loading, AStateThatCannotBeDecodedIsToldAndTheInstrumentLoadsWithItsOwn) {
+TEST_F(Loading, AStateThatCannotBeDecodedIsLoggedAndTheInstrumentLoadsWithItsOwn) {
   const auto channel = engine->addChannel("A");
   const auto node = std::make_shared<simulation::ScriptedInstrument>("Piano");
   engine->instruments().installInstrumentNode(*channel, node, pianoKey, "Piano", "bm9uc2Vuc2U=");

@@ -81,14 +81,14 @@ TEST_F(Deaths, ADeadEffectOfTheMasterLeavesTheMasterChain) {
   EXPECT_EQ(graph().chainFrom(engine->engine().mainMixerNode()), "main mixer > output");
 }
 
-TEST_F(Deaths, ANodeThatNobodyHasChangesNothing) {
+TEST_F(Deaths, AnUnusedNodeChangesNothing) {
   const auto strip = addStrip("Piano");
   engine->pluginDied(std::make_shared<simulation::ScriptedInstrument>("stray"));
   settle();
   EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
 }
 
-TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAnewWithoutState) {
+TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAgainWithoutState) {
   setResolver();
   const auto strip = addStrip("Piano");
   engine->pluginDied(strip.instrument);

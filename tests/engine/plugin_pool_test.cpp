@@ -60,7 +60,7 @@ TEST_F(Pool, AKeyBeingWarmedIsNotWarmedTwice) {
   EXPECT_EQ(units.requests.size(), 1U);
 }
 
-TEST_F(Pool, AFailedPrewarmIsToldAndTheKeyMayBeTriedAgain) {
+TEST_F(Pool, AFailedPrewarmIsLoggedAndTheKeyMayBeTriedAgain) {
   pool().prewarmPlugin(pianoKey, nullptr);
   poolQueue().runAll();
   units.answer(0, nullptr, Error{"no licence"});
@@ -71,7 +71,7 @@ TEST_F(Pool, AFailedPrewarmIsToldAndTheKeyMayBeTriedAgain) {
   EXPECT_EQ(units.requests.size(), 1U);
 }
 
-TEST_F(Pool, ANodeThatIsNoInstrumentCountsAsNone) {
+TEST_F(Pool, ANodeThatIsNotAnInstrumentCountsAsNone) {
   pool().prewarmPlugin(pianoKey, nullptr);
   poolQueue().runAll();
   units.answerWithUnit();

@@ -35,7 +35,7 @@ TEST_F(State, APluginWithNeitherGivesNone) {
   EXPECT_TRUE(console.lines.empty());
 }
 
-TEST_F(State, AFailedCaptureIsToldAndGivesNone) {
+TEST_F(State, AFailedCaptureIsLoggedAndGivesNone) {
   const auto strip = addStrip("Piano");
   strip.instrument->core.documentState = document;
   propertyLists.failure = Error{"too large"};
@@ -64,7 +64,7 @@ TEST_F(State, EmptyTextDecodesToNoneWithoutAWord) {
   EXPECT_TRUE(console.lines.empty());
 }
 
-TEST_F(State, Base64ThatIsNoPropertyListIsTold) {
+TEST_F(State, Base64ThatIsNotAPropertyListIsLogged) {
   EXPECT_EQ(engine->pluginState().decodePluginState("bm9uc2Vuc2U="), std::nullopt);
   EXPECT_EQ(console.lines, Lines{"Failed to decode audio unit state: not a property list"});
 }

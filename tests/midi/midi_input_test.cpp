@@ -73,7 +73,7 @@ TEST_F(Input, NothingIsRoutedBeforeTheMainQueueGetsToIt) {
   EXPECT_TRUE(routed.empty());
 }
 
-TEST_F(Input, WithNoSourcesTheNameIsDisconnectedAndOneLineTellsIt) {
+TEST_F(Input, WithNoSourcesTheNameIsDisconnectedAndItIsLoggedOnce) {
   start();
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
   EXPECT_EQ(console.lines, Lines{"Connected MIDI port: Disconnected"});
@@ -94,7 +94,7 @@ TEST_F(Input, ASourceWithoutANameLeavesThePreviousName) {
   EXPECT_EQ(input->currentMidiPortName(), "A");
 }
 
-TEST_F(Input, ASetupChangeReconnectsAndTellsTheNewNameAtOnce) {
+TEST_F(Input, ASetupChangeReconnectsAndReportsTheNewNameAtOnce) {
   service.sources = {"A", "B"};
   start();
   Lines names;
@@ -111,7 +111,7 @@ TEST_F(Input, ASetupChangeReconnectsAndTellsTheNewNameAtOnce) {
   service.notify({kMIDIMsgSetupChanged});
   mainQueue.runAll();
   EXPECT_EQ(names, (Lines{"A", "Disconnected"}));
-  EXPECT_EQ(service.record, Lines{"connect 100"}) << "nothing is made anew";
+  EXPECT_EQ(service.record, Lines{"connect 100"}) << "nothing is made again";
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
 }
 
@@ -122,7 +122,7 @@ TEST_F(Input, OtherNotificationsAreIgnored) {
   EXPECT_FALSE(mainQueue.runOne());
 }
 
-TEST_F(Input, AClientThatCanNotBeMadeIsToldAndThereIsNoPort) {
+TEST_F(Input, AClientThatCannotBeMadeIsLoggedAndThereIsNoPort) {
   service.clientStatus = -10830;
   start();
   EXPECT_EQ(console.lines, Lines{"Error creating MIDI client: -10830"});
@@ -130,7 +130,7 @@ TEST_F(Input, AClientThatCanNotBeMadeIsToldAndThereIsNoPort) {
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
 }
 
-TEST_F(Input, APortThatCanNotBeMadeIsTold) {
+TEST_F(Input, APortThatCannotBeMadeIsLogged) {
   service.portStatus = 7;
   service.sources = {"A"};
   start();

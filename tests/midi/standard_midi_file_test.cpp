@@ -144,7 +144,7 @@ TEST(StandardMidiFile, FilmFramesIgnoreTheTempo) {
   EXPECT_EQ(times(read(oneTrack(track, 0xE364).bytes())), (Times{1'001'000.0 / 3'000'000.0}));
 }
 
-TEST(StandardMidiFile, EventsOfOneMomentStandByTrackAndThenAsInTheFile) {
+TEST(StandardMidiFile, EventsOfOneTimeAreOrderedByTrackAndThenAsInTheFile) {
   const MidiFile file = read(MidiFileWriter(1, 3, 480)
                                  .track(TrackWriter().note(10, 1).note(0, 2).end())
                                  .track(TrackWriter().note(0, 3).note(10, 4).end())

@@ -157,7 +157,7 @@ TEST_F(Dispatch, OneControllerMovesAllItsTargets) {
   EXPECT_EQ(strip(2).reverb.get(), 1.0F);
 }
 
-TEST_F(Dispatch, AnotherMidiChannelNumberOrTypeIsNoMatch) {
+TEST_F(Dispatch, AnotherMidiChannelNumberOrTypeDoesNotMatch) {
   assign(onChannel(Kind::channelVolume, 0), knob);
   const float before = strip(0).volume.get();
   play({0xB1, 20, 0});
@@ -318,7 +318,7 @@ TEST_F(Dispatch, AnEffectOfAStripMakesAControllerCount) {
   strip(2).pluginPath.set("internal:playback");
   addEmptySlot(strip(2), "");
   play({0xB0, 7, 1});
-  EXPECT_FALSE(state.isDirty.get()) << "an empty slot is no effect";
+  EXPECT_FALSE(state.isDirty.get()) << "an empty slot is not an effect";
   addEmptySlot(strip(2), chorusKey);
   play({0xB0, 7, 1});
   EXPECT_TRUE(state.isDirty.get());
@@ -355,33 +355,34 @@ TEST_F(Dispatch, AStoppedEngineCarriesNothingOut) {
   EXPECT_FALSE(state.isDirty.get());
 }
 
-TEST_F(Dispatch, EachControlIsToldOfBeforeItActs) {
+TEST_F(Dispatch, EachControlIsReportedBeforeItActs) {
   assign(onChannel(Kind::channelVolume, 1), knob);
   assign(onChannel(Kind::channelMute, 2), knob);
   strip(1).volume.set(0.5F);
-  std::vector<std::tuple<MidiControlTarget, bool, float>> told;
+  std::vector<std::tuple<MidiControlTarget, bool, float>> reported;
   std::vector<float> volumes;
   const auto connection =
       learn.controlWillAct.connect([&](const MidiControlTarget& target, bool isPressed, float value) {
-        told.emplace_back(target, isPressed, value);
+        reported.emplace_back(target, isPressed, value);
         volumes.push_back(strip(1).volume.get());
       });
   play({0xB0, 20, 127});
   play({0xB0, 21, 127});
-  EXPECT_EQ(told, (std::vector<std::tuple<MidiControlTarget, bool, float>>{
-                      {onChannel(Kind::channelVolume, 1), true, 1.0F}, {onChannel(Kind::channelMute, 2), true, 1.0F}}));
+  EXPECT_EQ(reported,
+            (std::vector<std::tuple<MidiControlTarget, bool, float>>{{onChannel(Kind::channelVolume, 1), true, 1.0F},
+                                                                     {onChannel(Kind::channelMute, 2), true, 1.0F}}));
   EXPECT_EQ(volumes, (std::vector{0.5F, 1.0F}));
 }
 
-TEST_F(Dispatch, WhatDoesNotActIsNotTold) {
+TEST_F(Dispatch, WhatDoesNotActIsNotReported) {
   assign(onChannel(Kind::channelVolume, 99), knob);
   assign(onChannel(Kind::channelMute, 0), knob);
-  int told = 0;
-  const auto connection = learn.controlWillAct.connect([&](const MidiControlTarget&, bool, float) { ++told; });
+  int reports = 0;
+  const auto connection = learn.controlWillAct.connect([&](const MidiControlTarget&, bool, float) { ++reports; });
   play({0xB0, 20, 3});
-  EXPECT_EQ(told, 0) << "there is no such strip, and nothing was pressed";
+  EXPECT_EQ(reports, 0) << "there is no such strip, and nothing was pressed";
   play({0xB0, 20, 127});
-  EXPECT_EQ(told, 1) << "of the button";
+  EXPECT_EQ(reports, 1) << "of the button";
 }
 
 }  // namespace

@@ -158,7 +158,7 @@ TEST_F(Learning, EachKindGoesToItsList) {
   }
 }
 
-TEST_F(Learning, AVolumeLearnedAnewReplacesTheOneOfAnotherSong) {
+TEST_F(Learning, AVolumeLearnedAgainReplacesTheOneOfAnotherSong) {
   learnOn(onChannel(Kind::channelVolume, 2), knobTurn);
   songSwitch.applySong(1);
   learnOn(onChannel(Kind::channelVolume, 2), {0xB0, 30, 1});
@@ -172,7 +172,7 @@ TEST_F(Learning, AMuteIsLearnedForTheSongOnStageOnly) {
   EXPECT_EQ(assignmentsOf(1), (Assignments{{onChannel(Kind::channelMute, 2), {0xB0, 0, 20}}}));
 }
 
-TEST_F(Learning, ATargetLearnedAnewMovesToTheEndAndTheOthersStay) {
+TEST_F(Learning, ATargetLearnedAgainMovesToTheEndAndTheOthersStay) {
   learnOn(onChannel(Kind::channelMute, 0), knobTurn);
   learnOn(onChannel(Kind::channelMute, 1), knobTurn);
   learnOn(onChannel(Kind::channelSolo, 0), knobTurn);
@@ -244,7 +244,7 @@ TEST_F(Learning, ClearingForgetsEveryAssignmentAndWhatIsHeld) {
   EXPECT_TRUE(state.isDirty.get());
 }
 
-TEST_F(Learning, ASongSwitchEndsLearnModeAndLetsGoOfWhatIsHeld) {
+TEST_F(Learning, ASongSwitchEndsLearnModeAndReleasesWhatIsHeld) {
   learnOn(onChannel(Kind::channelVolume, 0), knobTurn);
   play(knobTurn);
   waitFor(onConsole(Kind::panic));
@@ -255,7 +255,7 @@ TEST_F(Learning, ASongSwitchEndsLearnModeAndLetsGoOfWhatIsHeld) {
   EXPECT_EQ(globals().size(), 1U) << "what is assigned stays";
 }
 
-TEST_F(Learning, APedalHeldAcrossASwitchIsPressedAnewByItsNextMessage) {
+TEST_F(Learning, APedalHeldAcrossASwitchIsPressedAgainByItsNextMessage) {
   changeSong(1, [](SongConfig& song) { song.midiControlAssignments = {{{Kind::channelMute, 0}, {0xB0, 0, 20}}}; });
   learnOn(onChannel(Kind::channelMute, 0), knobTurn);
   play(knobTurn);
@@ -264,7 +264,7 @@ TEST_F(Learning, APedalHeldAcrossASwitchIsPressedAnewByItsNextMessage) {
   EXPECT_TRUE(strip(0).mute.get());
 }
 
-TEST_F(Learning, TheButtonTellsToMoveTheHardwareInEachLanguage) {
+TEST_F(Learning, TheButtonAsksToMoveTheHardwareInEachLanguage) {
   const std::vector<std::pair<Language, std::string>> labels{{Language::english, "Move MIDI"},
                                                              {Language::spanish, "Mueve MIDI"},
                                                              {Language::french, "Bougez MIDI"},

@@ -73,7 +73,7 @@ TEST_F(PlaybackLoading, OfAMissingFileLeavesTheChannelWithoutPlayer) {
   EXPECT_FALSE(channel->playbackIsPlaying.get());
 }
 
-TEST_F(PlaybackLoading, InAProgramWithoutFilesTellsSo) {
+TEST_F(PlaybackLoading, InAProgramWithoutFilesIsLogged) {
   simulation::SimulatedNodeFactory otherNodes;
   const auto other = AudioEngine::make({otherNodes, units, mainQueue, queues, clock, propertyLists, console});
   const auto channel = other->addChannel("Click");

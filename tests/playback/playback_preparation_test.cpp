@@ -84,7 +84,7 @@ TEST(PlaybackEnvelope, AShortFileHasOneEntry) {
   EXPECT_THAT(playbackEnvelope(*bufferOf({left, std::vector<float>(511, 0.2F)})), ElementsAre(Pair(0.9F, 0.2F)));
 }
 
-TEST(PlaybackEnvelope, OfAMonoFileHasEqualSides) {
+TEST(PlaybackEnvelope, OfAMonoFileHasEqualChannels) {
   std::vector<float> samples(5120);
   for (std::size_t frame = 0; frame < samples.size(); ++frame) {
     samples[frame] = -0.1F * static_cast<float>(static_cast<std::uint32_t>(frame) >> 9U);
@@ -143,7 +143,7 @@ TEST_F(PlaybackPreparation, WithoutMemoryStreamsInSilence) {
   EXPECT_THAT(console.lines, IsEmpty());
 }
 
-TEST_F(PlaybackPreparation, TellsWhenTheRangeCanNotBeRead) {
+TEST_F(PlaybackPreparation, LogsARangeThatCannotBeRead) {
   files.sounds["/a.wav"].readFailure = Error{"bad sector"};
   const auto prepared = preparePlayback(files, "/a.wav", 0, 0, console);
   ASSERT_TRUE(prepared.ok());
@@ -152,7 +152,7 @@ TEST_F(PlaybackPreparation, TellsWhenTheRangeCanNotBeRead) {
   EXPECT_THAT(console.lines, ElementsAre("Playback file will stream from disk because preloading failed: bad sector"));
 }
 
-TEST_F(PlaybackPreparation, TellsWhenTheFileCanNotBeOpenedAgain) {
+TEST_F(PlaybackPreparation, LogsAFileThatCannotBeOpenedAgain) {
   files.failingOpen = 2;
   const auto prepared = preparePlayback(files, "/a.wav", 0, 0, console);
   ASSERT_TRUE(prepared.ok());

@@ -43,7 +43,7 @@ TEST_F(PlaybackRun, StartsWithANoteAndEndsWithTheFile) {
   settle();
   EXPECT_THAT(playerOf(*channel).calls, ElementsAre("stop", "segment 0 + 48000", "play"));
   playerOf(*channel).consumeOne();
-  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "the end is told on the main queue";
+  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "the end is reported on the main queue";
   settle();
   expectIdle(*channel);
 }
@@ -277,7 +277,7 @@ TEST_F(PlaybackRun, ACompletionMayOutliveTheEngine) {
   engine.reset();
   late();
   mainQueue.runAll();
-  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "nobody is left to play the next pass or to end the run";
+  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "nothing is left to play the next pass or to end the run";
 }
 
 TEST_F(PlaybackRun, TheMeterOfALoopBeginsAgainByTimeAlone) {

@@ -46,7 +46,7 @@ TEST_F(ClipPlayer, WarmUpReadsASecondAssetAndThenBuffersATenthOfASecond) {
   EXPECT_EQ(videos.lastAsset->path, "/a.mov");
   EXPECT_THAT(videos.lastAsset->loadedKeys, ElementsAre("playable", "duration", "tracks"));
   videos.finishLoads();
-  EXPECT_FALSE(completed) << "it is told on the main queue";
+  EXPECT_FALSE(completed) << "it is reported on the main queue";
   EXPECT_EQ(queuePlayerOf(*player).item->forwardBuffer, 0);
   mainQueue.runAll();
   EXPECT_TRUE(completed);

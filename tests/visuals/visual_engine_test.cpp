@@ -121,7 +121,7 @@ TEST_F(VisualNotes, ALaterClipStaysOnTopWhicheverIsReleasedFirst) {
   noteOff(62);
   noteOn(60);
   mainQueue.advance(1);
-  EXPECT_THAT(shownNotes(), ElementsAre(61, 60)) << "started anew, it lies on top";
+  EXPECT_THAT(shownNotes(), ElementsAre(61, 60)) << "started again, it is on top";
 }
 
 TEST_F(VisualNotes, OneNoteOnTwoChannelsStartsTwoPlayers) {

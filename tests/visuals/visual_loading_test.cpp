@@ -143,7 +143,7 @@ TEST_F(VisualLoading, AClipThatANoteBuiltMeanwhileStaysInCommand) {
   EXPECT_THAT(shownNotes(), IsEmpty());
 }
 
-TEST_F(VisualLoading, AnewGivesAllPlayersAnotherIdentityAndStopsWhatShows) {
+TEST_F(VisualLoading, AgainGivesAllPlayersAnotherIdentityAndStopsWhatShows) {
   const auto channel = addClips({clip(60, "/a.mov")});
   const auto earlier = playerOf(*channel, 60)->id;
   noteOn(60);
@@ -188,7 +188,7 @@ TEST_F(VisualLoading, UnloadingTheInstrumentTakesTheClips) {
   EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
 }
 
-TEST_F(VisualLoading, AnUnloadTellsReadersOfTheListOnceForAllItsClips) {
+TEST_F(VisualLoading, AnUnloadNotifiesReadersOfTheListOnceForAllItsClips) {
   const auto channel = addClips({clip(60, "/a.mov"), clip(61, "/b.mov"), clip(62, "/c.mov")});
   noteOn(60);
   noteOn(61);

@@ -60,7 +60,7 @@ class VisualStage : public testing::Test {
 
   [[nodiscard]] VrelVisualEngine& visuals() { return engine->visualEngine(); }
 
-  /// The player that stands for this note of the channel, or null.
+  /// The player of this note of the channel, or null.
   [[nodiscard]] std::shared_ptr<VrelVisualClipPlayer> playerOf(const AudioChannel& channel, std::uint8_t note) {
     const auto& players = visuals().playersByChannelAndNote();
     const auto found = players.find(VrelVisualEngine::playerKey(channel.id, note));
