@@ -53,7 +53,7 @@ class MissingMedia : public testing::Test, protected SimulatedMachine {
     song.channels[1].playbackLoop = true;
     song.channels[1].playbackStartTime = 1.5;
     song.channels[1].playbackEndTime = 9.25;
-    song.channels[1].playbackStopMode = "hold";
+    song.channels[1].playbackStopMode = PlaybackStopMode::fromText("hold");
     song.channels[2].visualClipMappings = {
         {.note = 61, .filePath = "/gone/a.mov", .triggerMode = VisualTriggerMode::toggle}, {.filePath = "/gone/b.mov"}};
     song.masterEffectSlots = song.channels[0].effectSlots;

@@ -352,7 +352,7 @@ TEST_F(SetlistOnDisk, TheStripOfANewOneIsAnEmptyPianoLead) {
   expected.maxNote = 96;
   expected.sendSustain = true;
   expected.sendExpression = true;
-  expected.playbackStopMode = "toggle";
+  expected.playbackStopMode = StopMode::toggle;
   EXPECT_EQ(song(0).channels[0], expected);
   EXPECT_EQ(stripNames(), Names{"Piano Lead"});
   EXPECT_EQ(strip(0).minNote.get(), 36);

@@ -134,7 +134,7 @@ TEST_F(PlaybackRun, StopModesActAsTheUserSeesThem) {
                                                  {true, "some other word", false}}) {
     SCOPED_TRACE(std::string(loops ? "loop, " : "once, ") + mode);
     engine->removeAllChannels();
-    const auto channel = load(loops, mode);
+    const auto channel = load(loops, PlaybackStopMode::fromText(mode));
     noteOn();
     settle();
     noteOn();
@@ -193,7 +193,7 @@ TEST_F(PlaybackRun, ABufferLoopsByItselfUnlessItMustStopAtItsExit) {
 }
 
 TEST_F(PlaybackRun, ABufferStopsAtItsExitInNoModeButTheOneOfThatName) {
-  const auto channel = load(true, "some other word");
+  const auto channel = load(true, PlaybackStopMode::fromText("some other word"));
   channel->playbackFile.set(nullptr);
   noteOn();
   settle();

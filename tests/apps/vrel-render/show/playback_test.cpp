@@ -53,7 +53,7 @@ float trackAt(std::size_t frame) {
 class PlaybackShow : public ShowTest {
  protected:
   /// A strip that plays a file at unity gain, on one note.
-  ChannelConfig track(const std::string& path, std::uint8_t note, bool loops, const std::string& stopMode = "toggle") {
+  ChannelConfig track(const std::string& path, std::uint8_t note, bool loops, StopMode stopMode = StopMode::toggle) {
     auto strip = stripOf("Track", "internal:playback");
     strip.playbackFilePath = path;
     strip.playbackLoop = loops;
@@ -75,7 +75,7 @@ class PlaybackShow : public ShowTest {
 };
 
 TEST_F(PlaybackShow, ATrackLoopsWithoutAGapAndStopsAtItsExit) {
-  auto strip = track(write("track.wav", trackOf(48000, 24000)), 60, true, "rangeEnd");
+  auto strip = track(write("track.wav", trackOf(48000, 24000)), 60, true, StopMode::rangeEnd);
   strip.playbackStartTime = 0.1;
   strip.playbackEndTime = 0.4;  // 14400 frames from 4800 on
   MidiFileMaker show;
