@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "support/raw_peaks.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -13,10 +14,7 @@ constexpr double oneReading = 1.0 / MeterReadings::refreshRate;
 
 class Readings : public SimulatedStage {
  protected:
-  static void raise(AudioChannel& channel, float left, float right) {
-    channel.rawMeterPeakL = left;
-    channel.rawMeterPeakR = right;
-  }
+  static void raise(AudioChannel& channel, float left, float right) { test::setRawPeaks(channel, {left, right}); }
 
   std::optional<MeterReadings> readings{std::in_place, *engine, mainQueue};
   std::shared_ptr<AudioChannel> strip = engine->addChannel("Piano");
@@ -28,8 +26,8 @@ TEST_F(Readings, TakeTheRawPeaksOfStripsAndMasterOnce) {
   mainQueue.advance(oneReading);
   EXPECT_EQ(strip->peakL.get(), 0.5F);
   EXPECT_EQ(strip->peakR.get(), 0.25F);
-  EXPECT_EQ(strip->rawMeterPeakL, 0.0F);
-  EXPECT_EQ(strip->rawMeterPeakR, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*strip).left, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*strip).right, 0.0F);
   EXPECT_EQ(engine->masterChannel()->peakL.get(), 0.75F);
   EXPECT_EQ(engine->masterChannel()->peakR.get(), 1.0F);
 }
@@ -39,7 +37,7 @@ TEST_F(Readings, ALowerPeakLeavesADisplayedOneToItsDecay) {
   mainQueue.advance(oneReading);
   raise(*strip, 0.125F, 0.0F);
   mainQueue.advance(2 * oneReading);
-  EXPECT_EQ(strip->rawMeterPeakL, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*strip).left, 0.0F);
   EXPECT_GT(strip->peakL.get(), 0.4F);
   EXPECT_LT(strip->peakL.get(), 0.5F);
 }
@@ -55,7 +53,7 @@ TEST_F(Readings, EndWithTheirObject) {
   readings.reset();
   raise(*strip, 0.5F, 0.5F);
   mainQueue.advance(1.0);
-  EXPECT_EQ(strip->rawMeterPeakL, 0.5F);
+  EXPECT_EQ(test::rawPeaks(*strip).left, 0.5F);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "support/raw_peaks.h"
 #include "support/simulated_stage.h"
 
 namespace vrel {
@@ -44,20 +45,20 @@ TEST_F(Capture, KeepsTheLargestMagnitudeOfEachSideScaledByTheLevel) {
   EXPECT_FALSE(meter.tapFormat.has_value());
   ASSERT_TRUE(meter.feedTap(*frame({-0.5F, 0.25F})));
   meter.feedTap(*frame({0.125F, -0.75F}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.5F);
-  EXPECT_EQ(strip.channel->rawMeterPeakR, 0.75F);
-  strip.channel->rawMeterPeakL = 0;
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.5F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).right, 0.75F);
+  test::setRawPeaks(*strip.channel, {});
   strip.channel->mute.set(true);
   meter.feedTap(*frame({1.0F, 1.0F}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.0F) << "a meter shows what is heard";
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.0F) << "a meter shows what is heard";
 }
 
 TEST_F(Capture, AMonoSourceShowsOnTheLeftAlone) {
   const auto strip = addStrip("Mono");
   setUnity(*strip.channel);
   meterOf(*strip.channel).feedTap(*frame({0.5F}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.5F);
-  EXPECT_EQ(strip.channel->rawMeterPeakR, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.5F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).right, 0.0F);
 }
 
 TEST_F(Capture, FurtherChannelsAndEmptyBuffersAreIgnored) {
@@ -65,8 +66,8 @@ TEST_F(Capture, FurtherChannelsAndEmptyBuffersAreIgnored) {
   setUnity(*strip.channel);
   meterOf(*strip.channel).feedTap(*frame({0.1F, 0.2F, 0.9F}));
   meterOf(*strip.channel).feedTap(*frame({}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.1F);
-  EXPECT_EQ(strip.channel->rawMeterPeakR, 0.2F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.1F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).right, 0.2F);
 }
 
 TEST_F(Capture, SamplesThatAreNoNumbersLeaveThePeaksAlone) {
@@ -75,8 +76,8 @@ TEST_F(Capture, SamplesThatAreNoNumbersLeaveThePeaksAlone) {
   auto& meter = meterOf(*strip.channel);
   meter.feedTap(*frame({0.5F, 0.25F}));
   meter.feedTap(*frame({std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN()}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.5F);
-  EXPECT_EQ(strip.channel->rawMeterPeakR, 0.25F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.5F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).right, 0.25F);
 }
 
 TEST_F(Capture, TheMainMixersTapFeedsTheMasterAtTheMastersLevel) {
@@ -86,8 +87,8 @@ TEST_F(Capture, TheMainMixersTapFeedsTheMasterAtTheMastersLevel) {
   EXPECT_EQ(mixer.tapBufferSize, 256U);
   EXPECT_EQ(mixer.tapFormat, mixer.outputFormat(0));
   mixer.feedTap(*frame({0.5F, 0.25F}));
-  EXPECT_EQ(master.rawMeterPeakL, 0.5F);
-  EXPECT_EQ(master.rawMeterPeakR, 0.25F);
+  EXPECT_EQ(test::rawPeaks(master).left, 0.5F);
+  EXPECT_EQ(test::rawPeaks(master).right, 0.25F);
 }
 
 TEST_F(Capture, ATapThatOutlivesItsChannelOrEngineDoesNothing) {
@@ -101,7 +102,7 @@ TEST_F(Capture, ATapThatOutlivesItsChannelOrEngineDoesNothing) {
   const auto otherTap = meterOf(*other.channel).tap;
   engine.reset();
   otherTap(*frame({1.0F}));
-  EXPECT_EQ(other.channel->rawMeterPeakL, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*other.channel).left, 0.0F);
 }
 
 TEST_F(Capture, APeakOfOneIsGoneAfter23Ticks) {
@@ -128,8 +129,8 @@ TEST_F(Capture, ATickTakesATenthAndAHundredth) {
 TEST_F(Capture, EachTickFeedsThePlaybackMeters) {
   const auto channel = playingFile({{0.1F, 0.2F}});
   mainQueue.advance(1.5 / 60.0);
-  EXPECT_FLOAT_EQ(channel->rawMeterPeakL, 0.1F);
-  EXPECT_FLOAT_EQ(channel->rawMeterPeakR, 0.2F);
+  EXPECT_FLOAT_EQ(test::rawPeaks(*channel).left, 0.1F);
+  EXPECT_FLOAT_EQ(test::rawPeaks(*channel).right, 0.2F);
 }
 
 TEST_F(Capture, OnlyAPlaybackThatRunsIsFed) {
@@ -137,7 +138,7 @@ TEST_F(Capture, OnlyAPlaybackThatRunsIsFed) {
     const auto channel = playingFile({{0.5F, 0.5F}});
     change(*channel);
     engine->levelCapture().feedPlaybackMeter(*channel);
-    EXPECT_EQ(channel->rawMeterPeakL, 0.0F);
+    EXPECT_EQ(test::rawPeaks(*channel).left, 0.0F);
   };
   expectNothing([](AudioChannel& channel) { channel.pluginPath.set(pianoKey); });
   expectNothing([](AudioChannel& channel) { channel.playbackIsPlaying.set(false); });
@@ -153,7 +154,7 @@ TEST_F(Capture, APlaybackWithoutALengthCountsAsAMillisecondLong) {
     channel->playbackLoop.set(true);
     clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 700'300'000);
     engine->levelCapture().feedPlaybackMeter(*channel);
-    EXPECT_EQ(channel->rawMeterPeakL, 0.25F) << end;
+    EXPECT_EQ(test::rawPeaks(*channel).left, 0.25F) << end;
   }
 }
 
@@ -188,15 +189,15 @@ TEST_F(Capture, ALoopingPlaybacksMeterRestartsAtTheFirstPeakAfterOneDuration) {
   channel->playbackLoop.set(true);
   clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 2'100'000'000);
   engine->levelCapture().feedPlaybackMeter(*channel);
-  EXPECT_FLOAT_EQ(channel->rawMeterPeakL, 0.1F);
+  EXPECT_FLOAT_EQ(test::rawPeaks(*channel).left, 0.1F);
 }
 
 TEST_F(Capture, ASinglePassStaysAtItsLastPeak) {
   const auto channel = playingFile({{0.1F, 0.1F}, {0.4F, 0.3F}});
   clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 9'000'000'000);
   engine->levelCapture().feedPlaybackMeter(*channel);
-  EXPECT_FLOAT_EQ(channel->rawMeterPeakL, 0.4F);
-  EXPECT_FLOAT_EQ(channel->rawMeterPeakR, 0.3F);
+  EXPECT_FLOAT_EQ(test::rawPeaks(*channel).left, 0.4F);
+  EXPECT_FLOAT_EQ(test::rawPeaks(*channel).right, 0.3F);
 }
 
 TEST_F(Capture, AStreamedPlaybackHasATapAndNoPeaksToFollow) {
@@ -206,9 +207,9 @@ TEST_F(Capture, AStreamedPlaybackHasATapAndNoPeaksToFollow) {
   channel->instrumentNode.set(player);
   engine->chains().rebuildChannelEffectChain(*channel);
   engine->levelCapture().feedPlaybackMeter(*channel);
-  EXPECT_EQ(channel->rawMeterPeakL, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*channel).left, 0.0F);
   meterOf(*channel).feedTap(*frame({0.5F, 0.5F}));
-  EXPECT_EQ(channel->rawMeterPeakL, 0.5F);
+  EXPECT_EQ(test::rawPeaks(*channel).left, 0.5F);
 }
 
 TEST_F(Capture, APreloadedPlaybackHasNoTap) {
@@ -253,10 +254,10 @@ TEST_F(Capture, TheLevelFollowsTheSolosOfOthersWithoutAnyoneAsking) {
   setUnity(*strip.channel);
   other.channel->solo.set(true);
   meterOf(*strip.channel).feedTap(*frame({0.5F, 0.5F}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.0F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.0F);
   engine->removeChannel(*other.channel);
   meterOf(*strip.channel).feedTap(*frame({0.5F, 0.5F}));
-  EXPECT_EQ(strip.channel->rawMeterPeakL, 0.5F);
+  EXPECT_EQ(test::rawPeaks(*strip.channel).left, 0.5F);
 }
 
 }  // namespace

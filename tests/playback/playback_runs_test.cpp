@@ -10,6 +10,7 @@
 #include <tuple>
 
 #include "playback/playback_stage.h"
+#include "support/raw_peaks.h"
 
 namespace vrel {
 namespace {
@@ -287,9 +288,9 @@ TEST_F(PlaybackRun, TheMeterOfALoopBeginsAgainByTimeAlone) {
   noteOn();
   settle();
   const auto left = [&] {
-    channel->rawMeterPeakL = 0;
+    test::setRawPeaks(*channel, {});
     engine->levelCapture().feedPlaybackMeter(*channel);
-    return channel->rawMeterPeakL;
+    return test::rawPeaks(*channel).left;
   };
   EXPECT_GT(left(), 0.0F);
   clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 500'000'000);

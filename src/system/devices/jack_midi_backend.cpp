@@ -188,7 +188,7 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
 
 bool JackMidiBackend::hasLostLink() const {
   bool isLost = false;
-  const auto& linked = linked_;
+  const auto linked = linked_;  // the analysis does not see that the lambda runs here
   if (client_) {
     // A port that went and came again under its name, before anyone looked, is not linked any more.
     client_->use([&](jack_client_t*) {

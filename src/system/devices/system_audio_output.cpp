@@ -56,7 +56,10 @@ Outcome SystemAudioOutput::start(audio::BlockRenderer& renderer) {
     return Error{"no audio output device " + opened_.deviceUID + ": " + failure->description};
   }
   isStarted_ = true;
-  isWatchEnding_ = false;
+  {
+    const MutexLock lock(mutex_);
+    isWatchEnding_ = false;
+  }
   try {
     watch_ = std::thread([this, &stream = *opened_.stream, name = opened_.deviceName] { watch(stream, name); });
   } catch (const std::system_error& failure) {
