@@ -159,7 +159,7 @@ TEST(BadSetlist, WhatIsNoJsonFailsWithThePlace) {
 
 TEST(BadSetlist, ALoneSurrogateInATextThatIsReadFails) {
   EXPECT_EQ(failureOf(R"({"songs": [{"name": "a\ud800b"}]})"),
-            "songs[0].name: expected a text, found a text with a lone surrogate");
+            "songs[0].name: expected a string, found a text with a lone surrogate");
   EXPECT_THAT(failureOf(R"({"other": "\udc00", "songs": [{"name": "\ude00\ud83d"}]})"), StartsWith("songs[0].name: "));
   EXPECT_THAT(failureOf(R"({"other": "\ud800", "songs": [})"), StartsWith("byte ")) << "what else is wrong is found";
 }

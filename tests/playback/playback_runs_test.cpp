@@ -128,10 +128,10 @@ TEST_F(PlaybackRun, ALoopIsScheduledAgainAtEachCompletion) {
 }
 
 TEST_F(PlaybackRun, StopModesActAsTheUserSeesThem) {
-  for (const auto& [loops, mode, stopsAtOnce] : {std::tuple{false, StopMode::toggle, true},
-                                                 {false, StopMode::rangeEnd, true},
-                                                 {true, StopMode::toggle, true},
-                                                 {true, StopMode::rangeEnd, false},
+  for (const auto& [loops, mode, stopsAtOnce] : {std::tuple{false, "toggle", true},
+                                                 {false, "rangeEnd", true},
+                                                 {true, "toggle", true},
+                                                 {true, "rangeEnd", false},
                                                  {true, "some other word", false}}) {
     SCOPED_TRACE(std::string(loops ? "loop, " : "once, ") + mode);
     engine->removeAllChannels();

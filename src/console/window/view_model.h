@@ -67,10 +67,10 @@ struct MirrorKey : AnyMirrorKey {
   T Model::*const value;
   void (Model::*const changed)();
 
-  constexpr MirrorKey(T Model::*member, void (Model::*signal)()) : AnyMirrorKey(&set), value(member), changed(signal) {}
+  constexpr MirrorKey(T Model::*member, void (Model::*signal)()) : AnyMirrorKey(&assign), value(member), changed(signal) {}
 
  private:
-  static void set(const AnyMirrorKey& key, MirrorItem& item, const QVariant& sent) {
+  static void assign(const AnyMirrorKey& key, MirrorItem& item, const QVariant& sent) {
     const auto& self = static_cast<const MirrorKey&>(key);
     auto& model = static_cast<Model&>(item);
     auto now = sent.value<T>();

@@ -72,7 +72,8 @@ TEST_F(LookOfALearnableControl, IsSolidInCyanWhileItWaits) {
 class LookOfAStatus : public Look {
  protected:
   void set(StripViewModel::Status status) {
-    StripViewModel::statusKey.set(StripViewModel::statusKey, strip, QVariant::fromValue(status));
+    const AnyMirrorKey& key = StripViewModel::statusKey;
+    key.set(key, strip, QVariant::fromValue(status));
   }
   [[nodiscard]] QColor ink() {
     const auto cell = make("StripStatus", {{QStringLiteral("entry"), QVariant::fromValue(&strip)}});

@@ -357,12 +357,12 @@ TEST_F(Faults, AStateAbove256MiBIsRefusedAndTheLastOneIsKept) {
   player.key(98);
   player.block(std::nullopt);
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state);
-  EXPECT_TRUE(isTold("has a state above 256 MiB, which is refused; the last one known is kept"));
+  EXPECT_TRUE(hasLogged("has a state above 256 MiB, which is refused; the last one known is kept"));
   EXPECT_TRUE(deaths().empty());
   auto huge = *state;
   huge["huge"] = {PropertyListData(std::size_t{257} << 20U)};
   unit->auAudioUnit().setFullStateForDocument(huge);
-  EXPECT_TRUE(isTold("was not given a state above 256 MiB"));
+  EXPECT_TRUE(hasLogged("was not given a state above 256 MiB"));
   player.key(21);
   player.block(std::nullopt);
   EXPECT_TRUE(unit->auAudioUnit().fullStateForDocument());
