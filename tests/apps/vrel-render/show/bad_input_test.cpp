@@ -45,7 +45,7 @@ TEST_F(BadInput, WrongUsageExitsWithTwo) {
   expectRefusal(2, "--tail", {setlist, "--tail", "nan"});
   expectRefusal(2, "--tail", {setlist, "--tail", "-1"});
   expectRefusal(2, "third.vrel", {setlist, "second.mid", "third.vrel"});
-  expectRefusal(2, "over another file", {setlist, "--out", setlist});
+  expectRefusal(2, "overwrite another file", {setlist, "--out", setlist});
 }
 
 TEST_F(BadInput, ASongIndexOutOfRangeIsWrongUsage) {
@@ -104,8 +104,7 @@ TEST_F(BadInput, AnUnwritableOutputExitsWithOne) {
 }
 
 TEST_F(BadInput, AfterAFailedSaveTheSoundIsComplete) {
-  expectRefusal(1, "could not save",
-                {goodSetlist(), "--tail", "0.1", "--out", at("out.wav"), "--save", at("no/s.vrel")},
+  expectRefusal(1, "cannot save", {goodSetlist(), "--tail", "0.1", "--out", at("out.wav"), "--save", at("no/s.vrel")},
                 "Failed to save setlist: " + at("no/s.vrel") + ": No such file or directory\n");
   EXPECT_EQ(soundIn(read("out.wav")).frameCount(), 4864U);  // 38 blocks
 }
