@@ -170,7 +170,7 @@ TEST_F(Capture, DetachingAMeterNodeSetsThePeaksToZero) {
   const auto strip = addStrip("Piano");
   strip.channel->peakL.set(0.5F);
   strip.channel->peakR.set(0.4F);
-  engine->chains().detachMeterNode(*strip.channel);
+  engine->performGraphMutation("test", [&] { engine->chains().detachMeterNode(*strip.channel); });
   EXPECT_EQ(strip.channel->meterNode.get(), nullptr);
   EXPECT_EQ(strip.channel->peakL.get(), 0.0F);
   EXPECT_EQ(strip.channel->peakR.get(), 0.0F);
