@@ -9,12 +9,24 @@
 #include "engine/audio_engine.h"
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
+#include "performance/live_mode_policy.h"
 
 namespace vrel {
 
+bool ChannelOperations::isAllowed(LiveModeAction action) const {
+  return LiveModePolicy::isAllowed(action, state_);
+}
+
+void ChannelOperations::beginDrag(const AudioChannel& channel) {
+  if (isAllowed(LiveModeAction::moveChannels)) {
+    draggedChannelId.set(channel.id);
+  }
+}
+
 void ChannelOperations::moveChannels(const std::set<std::size_t>& fromOffsets, std::size_t toOffset) {
   const auto count = engine_.channels().size();
-  if (state_.isLiveModeEnabled.get() || fromOffsets.empty() || *fromOffsets.begin() >= count || toOffset > count) {
+  if (!isAllowed(LiveModeAction::moveChannels) || fromOffsets.empty() || *fromOffsets.begin() >= count ||
+      toOffset > count) {
     return;
   }
   engine_.moveChannel(*fromOffsets.begin(), toOffset);
@@ -22,7 +34,7 @@ void ChannelOperations::moveChannels(const std::set<std::size_t>& fromOffsets, s
 }
 
 void ChannelOperations::addChannelFromButton() {
-  if (state_.isLiveModeEnabled.get()) {
+  if (!isAllowed(LiveModeAction::addChannel)) {
     return;
   }
   const auto channel = engine_.addChannel("Instrument " + std::to_string(engine_.channels().size() + 1));
@@ -34,7 +46,7 @@ void ChannelOperations::addChannelFromButton() {
 }
 
 void ChannelOperations::addChannelFromConfig(const ChannelConfig& config, std::optional<std::size_t> insertAt) {
-  if (state_.isLiveModeEnabled.get()) {
+  if (!isAllowed(LiveModeAction::addChannel)) {
     return;
   }
   const auto channel = builder_.addChannel(config);
@@ -62,7 +74,7 @@ void ChannelOperations::addChannelFromConfig(const ChannelConfig& config, std::o
 }
 
 void ChannelOperations::copyChannel(const AudioChannel& channel) {
-  if (state_.isLiveModeEnabled.get()) {
+  if (!isAllowed(LiveModeAction::copyChannel)) {
     return;
   }
   channelClipboard.set(makeChannelConfig(channel, engine_.pluginState()));
@@ -70,7 +82,7 @@ void ChannelOperations::copyChannel(const AudioChannel& channel) {
 }
 
 void ChannelOperations::cutChannel(const AudioChannel& channel) {
-  if (state_.isLiveModeEnabled.get()) {
+  if (!isAllowed(LiveModeAction::cutChannel)) {
     return;
   }
   copyChannel(channel);
@@ -80,7 +92,7 @@ void ChannelOperations::cutChannel(const AudioChannel& channel) {
 }
 
 void ChannelOperations::pasteChannel(const std::optional<Uuid>& afterChannelId) {
-  if (state_.isLiveModeEnabled.get() || !channelClipboard.get()) {
+  if (!isAllowed(LiveModeAction::pasteChannel) || !channelClipboard.get()) {
     return;
   }
   auto before = indexOf(afterChannelId);
@@ -92,14 +104,14 @@ void ChannelOperations::pasteChannel(const std::optional<Uuid>& afterChannelId) 
 
 void ChannelOperations::duplicateChannel(const AudioChannel& channel) {
   const auto index = indexOf(channel.id);
-  if (state_.isLiveModeEnabled.get() || !index) {
+  if (!isAllowed(LiveModeAction::duplicateChannel) || !index) {
     return;
   }
   addChannelFromConfig(makeChannelConfig(channel, engine_.pluginState()), *index + 1);
 }
 
 void ChannelOperations::removeChannelFromConsole(const AudioChannel& channel) {
-  if (state_.isLiveModeEnabled.get()) {
+  if (!isAllowed(LiveModeAction::deleteChannel)) {
     return;
   }
   const auto id = channel.id;

@@ -16,11 +16,12 @@ class AppState;
 class AudioChannel;
 class AudioEngine;
 class ChannelBuilder;
+enum class LiveModeAction;
 struct ConsoleSelection;
 
 /// The strips of the song on stage as the performer arranges them.
 ///
-/// All of it is refused in Live mode, in silence. The clipboard lives as long as this object, over changes of song.
+/// LiveModePolicy refuses all of it in Live mode. The clipboard lives as long as this object, over changes of song.
 /// Main thread.
 class ChannelOperations {
  public:
@@ -33,6 +34,9 @@ class ChannelOperations {
   // A drag under way.
   Observable<std::optional<Uuid>> draggedChannelId;
   Observable<std::optional<Uuid>> dropTargetChannelId;
+
+  /// Nothing in Live mode: the drag carries nothing then.
+  void beginDrag(const AudioChannel& channel);
 
   /// Moves the strip at the first of `fromOffsets` before what is at `toOffset`.
   void moveChannels(const std::set<std::size_t>& fromOffsets, std::size_t toOffset);
@@ -54,6 +58,7 @@ class ChannelOperations {
   void removeChannelFromConsole(const AudioChannel& channel);
 
  private:
+  [[nodiscard]] bool isAllowed(LiveModeAction action) const;
   [[nodiscard]] std::optional<std::size_t> indexOf(const std::optional<Uuid>& channelId) const;
   void selectFirstChannel();
   void channelListChanged();

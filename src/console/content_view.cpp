@@ -6,6 +6,7 @@
 
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
+#include "performance/live_mode_policy.h"
 #include "performance/performance_display.h"
 
 namespace vrel {
@@ -109,7 +110,7 @@ ReorderDropDelegate ContentView::songReorderDropDelegate(Uuid song) {
   };
   return {song,
           items,
-          [] { return false; },
+          [this] { return !LiveModePolicy::isAllowed(LiveModeAction::moveSongs, with_.appState); },
           songList_.draggedSongId,
           songList_.dropTargetSongId,
           [this](std::size_t from, std::size_t to) { songList_.moveSongs({from}, to); }};
@@ -125,7 +126,7 @@ ReorderDropDelegate ContentView::channelReorderDropDelegate(Uuid channel) {
   };
   return {channel,
           items,
-          [this] { return with_.appState.isLiveModeEnabled.get(); },
+          [this] { return !LiveModePolicy::isAllowed(LiveModeAction::moveChannels, with_.appState); },
           channelOperations_.draggedChannelId,
           channelOperations_.dropTargetChannelId,
           [this](std::size_t from, std::size_t to) { channelOperations_.moveChannels({from}, to); }};

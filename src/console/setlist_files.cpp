@@ -11,6 +11,7 @@
 #include "document/app_state.h"
 #include "document/setlist_coding.h"
 #include "engine/audio_engine.h"
+#include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
 #include "platform/console_output.h"
 #include "platform/desktop.h"
@@ -58,7 +59,7 @@ Result<std::string> encoded(const AppState& state) {
 }  // namespace
 
 void SetlistFiles::newSetlist(bool confirm) {
-  if (with_.state.isLiveModeEnabled.get() || (confirm && !confirmSetlistChange())) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, with_.state) || (confirm && !confirmSetlistChange())) {
     return;
   }
   with_.engine.removeAllChannels();
@@ -73,7 +74,7 @@ void SetlistFiles::newSetlist(bool confirm) {
 }
 
 void SetlistFiles::openSetlist() {
-  if (with_.state.isLiveModeEnabled.get()) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::openSetlist, with_.state)) {
     return;
   }
   // Chosen first, asked after.
@@ -85,7 +86,7 @@ void SetlistFiles::openSetlist() {
 
 void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   const auto chosen = std::move(path);  // the list changes when the guard saves
-  if (!with_.state.isLiveModeEnabled.get() && confirmSetlistChange()) {
+  if (LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, with_.state) && confirmSetlistChange()) {
     loadSetlist(chosen);
   }
 }
@@ -116,7 +117,7 @@ bool SetlistFiles::saveSetlist() {
 }
 
 bool SetlistFiles::saveSetlistAs(bool force) {
-  if (with_.state.isLiveModeEnabled.get() && !force) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::saveSetlistAs, with_.state) && !force) {
     return false;
   }
   const auto& current = with_.state.currentFilePath.get();

@@ -11,6 +11,7 @@
 #include "engine/audio_engine.h"
 #include "foundation/move_item.h"
 #include "performance/console_selection.h"
+#include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
 
 namespace vrel {
@@ -103,7 +104,8 @@ void SongList::clickSong(std::size_t row) {
 }
 
 void SongList::beginSongRename(Uuid songId) {
-  if (const auto index = indexOf(songId)) {
+  const auto index = indexOf(songId);
+  if (index && LiveModePolicy::isAllowed(LiveModeAction::renameSong, state_)) {
     editingSongId.set(songId);
     focusedSongEditorId.set(songId);
     editingSongNameDraft.set(state_.songs.get()[*index].name);

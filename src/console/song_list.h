@@ -55,6 +55,7 @@ class SongList {
   /// A click on a row: ends an edit of a name, then puts the song on stage, in every mode.
   void clickSong(std::size_t row);
 
+  /// Nothing in Live mode.
   void beginSongRename(Uuid songId);
   /// Takes over the name without the blanks around it, unless nothing is left or it is the same.
   void commitSongRename();

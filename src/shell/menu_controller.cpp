@@ -7,18 +7,19 @@
 #include <cstdint>
 #include <functional>
 #include <iterator>
-#include <map>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 #include "document/app_state.h"
 #include "engine/audio_device_settings.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode.h"
+#include "performance/live_mode_policy.h"
 #include "performance/midi_learn.h"
 #include "platform/dispatch.h"
-#include "shell/menu_actions.h"
 #include "shell/menu_builder.h"
+#include "shell/menu_commands.h"
 
 namespace vrel {
 namespace {
@@ -29,44 +30,6 @@ std::optional<Number> numberIn(const std::string& text) {
   const char* const end = text.data() + text.size();
   const auto [parsed, error] = std::from_chars(text.data(), end, number);
   return error == std::errc{} && parsed == end ? std::optional(number) : std::nullopt;
-}
-
-using Command = std::function<void(VrelMenuController&, const std::string&)>;
-
-Command plain(void (VrelMenuController::*command)()) {
-  return [command](VrelMenuController& controller, const std::string&) { (controller.*command)(); };
-}
-
-const std::map<std::string, Command>& commands() {
-  using Controller = VrelMenuController;
-  static const std::map<std::string, Command> all{
-      {menu_actions::noop, plain(&Controller::noop)},
-      {menu_actions::newSetlist, plain(&Controller::newSetlist)},
-      {menu_actions::openSetlist, plain(&Controller::openSetlist)},
-      {menu_actions::openRecentSetlist, &Controller::openRecentSetlist},
-      {menu_actions::clearRecentSetlists, plain(&Controller::clearRecentSetlists)},
-      {menu_actions::saveSetlist, plain(&Controller::saveSetlist)},
-      {menu_actions::saveSetlistAs, plain(&Controller::saveSetlistAs)},
-      {menu_actions::copyChannel, plain(&Controller::copyChannel)},
-      {menu_actions::cutChannel, plain(&Controller::cutChannel)},
-      {menu_actions::pasteChannel, plain(&Controller::pasteChannel)},
-      {menu_actions::duplicateChannel, plain(&Controller::duplicateChannel)},
-      {menu_actions::modeEdit, plain(&Controller::modeEdit)},
-      {menu_actions::modeLive, plain(&Controller::modeLive)},
-      {menu_actions::toggleLearn, plain(&Controller::toggleLearn)},
-      {menu_actions::clearMidiLearn, plain(&Controller::clearMidiLearn)},
-      {menu_actions::selectVisualBlendMode, &Controller::selectVisualBlendMode},
-      {menu_actions::chooseVisualBackgroundVideo, plain(&Controller::chooseVisualBackgroundVideo)},
-      {menu_actions::clearVisualBackgroundVideo, plain(&Controller::clearVisualBackgroundVideo)},
-      {menu_actions::openVisualProjection, &Controller::openVisualProjection},
-      {menu_actions::toggleVisualProjectionFullscreen, plain(&Controller::toggleVisualProjectionFullscreen)},
-      {menu_actions::closeVisualProjection, plain(&Controller::closeVisualProjection)},
-      {menu_actions::selectAudioBufferSize, &Controller::selectAudioBufferSize},
-      {menu_actions::selectSystemAudioOutput, plain(&Controller::selectSystemAudioOutput)},
-      {menu_actions::selectAudioOutput, &Controller::selectAudioOutput},
-      {menu_actions::showHelp, plain(&Controller::showHelp)},
-  };
-  return all;
 }
 
 template <typename... Arguments>
@@ -87,7 +50,7 @@ std::optional<VrelMenuController::Session> VrelMenuController::session() const {
 }
 
 void VrelMenuController::take(AppState& appState, const std::shared_ptr<AudioEngine>& audioEngine) {
-  isOutputListTold_ = isOutputListTold_ && audioEngine_.lock() == audioEngine;
+  hasOutputList_ = hasOutputList_ && audioEngine_.lock() == audioEngine;
   audioEngine_ = audioEngine;
   if (appState_ != &appState) {
     appState_ = &appState;
@@ -140,78 +103,52 @@ void VrelMenuController::rebuild() {
     return;
   }
   showsMidiAssignments_ = hasMidiAssignments(current->state);
-  // On stage nothing may hold up the notes, and asking the machine for its devices takes as long as its drivers like.
-  if (!current->state.isLiveModeEnabled.get() || !isOutputListTold_) {
+  if (LiveModePolicy::isAllowed(LiveModeAction::listOutputDevices, current->state) || !hasOutputList_) {
     outputDevices_ = current->engine->availableOutputDevices();
-    isOutputListTold_ = true;
+    hasOutputList_ = true;
   }
   mainMenu_ = buildMenuBar({current->state, with_.desktop.screens().size(), outputDevices_}, mainMenu_);
   menusRebuilt.emit();
 }
 
 void VrelMenuController::perform(const std::string& action, const std::string& representedObject) {
-  if (action == menu_actions::terminate) {
-    call(hooks.terminate);
+  if (const auto known = menuActionNamed(action)) {
+    perform(*known, representedObject);
+  }
+}
+
+void VrelMenuController::perform(MenuAction action, const std::string& representedObject) {
+  // The end of the program needs neither session nor engine.
+  if (action == MenuAction::terminate) {
+    terminate();
     return;
   }
   const auto current = session();
-  const auto command = commands().find(action);
-  if (current && command != commands().end() && isMenuActionEnabled(action, current->state)) {
-    command->second(*this, representedObject);
+  if (!current || !isMenuActionEnabled(action, current->state)) {
+    return;
+  }
+  const MenuCommand& command = menuCommand(action);
+  if (const auto* const notification = std::get_if<MenuCommand::Notification>(&command.handler)) {
+    post(command, notification->name, representedObject);
+  } else if (const auto* const plain = std::get_if<MenuCommand::Plain>(&command.handler)) {
+    (this->**plain)();
+  } else if (const auto* const withObject = std::get_if<MenuCommand::WithObject>(&command.handler)) {
+    (this->**withObject)(representedObject);
   }
 }
 
-void VrelMenuController::post(const char* action, const NSNotificationCenter::Object& object) {
-  if (session()) {
-    with_.notifications.post(std::string("vrel.") + action, object);
-    rebuildMenusSoon();
+void VrelMenuController::post(const MenuCommand& command, std::string_view notification, const std::string& object) {
+  const bool needsObject = command.name.ends_with(':');
+  if (needsObject && object.empty()) {
+    return;
   }
+  with_.notifications.post(std::string(notification),
+                           needsObject ? NSNotificationCenter::Object(object) : std::nullopt);
+  rebuildMenusSoon();
 }
 
-void VrelMenuController::newSetlist() {
-  post("newSetlist");
-}
-
-void VrelMenuController::openSetlist() {
-  post("openSetlist");
-}
-
-void VrelMenuController::openRecentSetlist(const std::string& path) {
-  if (!path.empty()) {
-    post("openRecentSetlist", path);
-  }
-}
-
-void VrelMenuController::clearRecentSetlists() {
-  post("clearRecentSetlists");
-}
-
-void VrelMenuController::saveSetlist() {
-  post("saveSetlist");
-}
-
-void VrelMenuController::saveSetlistAs() {
-  post("saveSetlistAs");
-}
-
-void VrelMenuController::copyChannel() {
-  post("copyChannel");
-}
-
-void VrelMenuController::cutChannel() {
-  post("cutChannel");
-}
-
-void VrelMenuController::pasteChannel() {
-  post("pasteChannel");
-}
-
-void VrelMenuController::duplicateChannel() {
-  post("duplicateChannel");
-}
-
-void VrelMenuController::clearMidiLearn() {
-  post("clearMidiLearn");
+void VrelMenuController::terminate() {
+  call(hooks.terminate);
 }
 
 void VrelMenuController::modeEdit() {
@@ -231,10 +168,8 @@ void VrelMenuController::setLiveMode(bool isWanted) {
 }
 
 void VrelMenuController::toggleLearn() {
-  if (session()) {
-    with_.midiLearn.toggleMidiLearnMode();
-    rebuildMenusSoon();
-  }
+  with_.midiLearn.toggleMidiLearnMode();
+  rebuildMenusSoon();
 }
 
 void VrelMenuController::selectVisualBlendMode(const std::string& mode) {
@@ -248,11 +183,8 @@ void VrelMenuController::selectVisualBlendMode(const std::string& mode) {
 }
 
 void VrelMenuController::chooseVisualBackgroundVideo() {
-  if (!session()) {
-    return;
-  }
   const auto path = with_.desktop.runModal(NSOpenPanel{.allowedType = FileType::movie});
-  // Anything may have ended while the panel stood.
+  // Anything may have ended while the panel was open.
   if (const auto current = session(); current && path) {
     setBackgroundVideo(current->state, path->string());
   }
@@ -272,7 +204,7 @@ void VrelMenuController::setBackgroundVideo(AppState& state, const std::optional
 
 void VrelMenuController::openVisualProjection(const std::string& screenIndex) {
   const auto index = numberIn<std::size_t>(screenIndex);
-  if (!session() || !index) {
+  if (!index) {
     return;
   }
   const auto screens = with_.desktop.screens();
@@ -284,15 +216,11 @@ void VrelMenuController::openVisualProjection(const std::string& screenIndex) {
 }
 
 void VrelMenuController::toggleVisualProjectionFullscreen() {
-  if (session()) {
-    call(hooks.toggleProjectionFullscreen);
-  }
+  call(hooks.toggleProjectionFullscreen);
 }
 
 void VrelMenuController::closeVisualProjection() {
-  if (session()) {
-    call(hooks.closeProjection);
-  }
+  call(hooks.closeProjection);
 }
 
 void VrelMenuController::selectAudioBufferSize(const std::string& frames) {
@@ -304,7 +232,7 @@ void VrelMenuController::selectAudioBufferSize(const std::string& frames) {
   }
   current->state.audioIOBufferFrameSize.set(*frameSize);
   current->engine->applyAudioSettings(*frameSize, current->state.audioOutputDeviceUID.get());
-  isOutputListTold_ = false;
+  hasOutputList_ = false;
   rebuildMenusSoon();
 }
 
@@ -322,15 +250,13 @@ void VrelMenuController::setOutput(const std::optional<std::string>& uid) {
   if (const auto current = session()) {
     current->state.audioOutputDeviceUID.set(uid);
     current->engine->applyAudioSettings(current->state.audioIOBufferFrameSize.get(), uid);
-    isOutputListTold_ = false;
+    hasOutputList_ = false;
     rebuildMenusSoon();
   }
 }
 
 void VrelMenuController::showHelp() {
-  if (session()) {
-    call(hooks.showHelp);
-  }
+  call(hooks.showHelp);
 }
 
 }  // namespace vrel

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/audio_device_settings.h"
@@ -21,6 +22,8 @@ class AudioEngine;
 class LiveMode;
 class MainQueue;
 class MidiLearn;
+enum class MenuAction;
+struct MenuCommand;
 
 /// The menu bar as data, in the language of the session, and what its items do.
 ///
@@ -70,24 +73,19 @@ class VrelMenuController {
   void rebuildMenusSoon();
 
   /// Carries out an item by what it does and to what, whether or not the bar still has it. Nothing where an item with
-  /// this action would be disabled now, or there is no such action.
+  /// this action would be disabled now. The table in menu_commands.cpp has what each action does.
+  void perform(MenuAction action, const std::string& representedObject = {});
+  /// The same by the name of the action; nothing for a name that is not in the table.
   void perform(const std::string& action, const std::string& representedObject = {});
 
-  void noop() {}
-  void newSetlist();
-  void openSetlist();
-  void openRecentSetlist(const std::string& path);
-  void clearRecentSetlists();
-  void saveSetlist();
-  void saveSetlistAs();
-  void copyChannel();
-  void cutChannel();
-  void pasteChannel();
-  void duplicateChannel();
+ private:
+  friend struct MenuCommandTable;
+
+  // The handlers of the table, called while session and engine are there.
+  void terminate();
   void modeEdit();
   void modeLive();
   void toggleLearn();
-  void clearMidiLearn();
   /// By the text of the defaults; nothing for one that is no mode.
   void selectVisualBlendMode(const std::string& mode);
   void chooseVisualBackgroundVideo();
@@ -102,7 +100,6 @@ class VrelMenuController {
   void selectAudioOutput(const std::string& uid);
   void showHelp();
 
- private:
   /// The session and the engine, while both are there.
   struct Session {
     AppState& state;
@@ -113,7 +110,7 @@ class VrelMenuController {
   void take(AppState& appState, const std::shared_ptr<AudioEngine>& audioEngine);
   void observe(AppState& appState);
   void rebuild();
-  void post(const char* action, const NSNotificationCenter::Object& object = std::nullopt);
+  void post(const MenuCommand& command, std::string_view notification, const std::string& object);
   void setLiveMode(bool isWanted);
   void setBackgroundVideo(AppState& state, const std::optional<std::string>& path);
   void setOutput(const std::optional<std::string>& uid);
@@ -125,7 +122,7 @@ class VrelMenuController {
   std::vector<std::shared_ptr<void>> connections_;
   bool isRebuildQueued_ = false;
   std::vector<AudioOutputDevice> outputDevices_;
-  bool isOutputListTold_ = false;
+  bool hasOutputList_ = false;
   bool showsMidiAssignments_ = false;
   LifeToken life_;
 };

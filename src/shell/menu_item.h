@@ -13,7 +13,7 @@ namespace vrel {
 /// gives `action` and `representedObject` back when it is chosen; see VrelMenuController::perform.
 struct MenuItem {
   std::string title;              // UTF-8
-  std::string action;             // by the names in menu_actions.h; empty for a menu and for what can not be chosen
+  std::string action;             // by its name in menu_commands.cpp; empty for a menu and for what cannot be chosen
   std::string representedObject;  // what the action is about: a path, a number, the id of a device
 
   std::string key;  // as it is typed, in upper case where Shift is held; empty without one

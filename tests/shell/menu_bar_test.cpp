@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "shell/menu_actions.h"
 #include "shell/menu_builder.h"
+#include "shell/menu_commands.h"
 #include "shell/shell_stage.h"
 #include "text/text.h"
 
@@ -254,8 +254,8 @@ TEST_F(MenuBarTest, ALanguageChangeRetitlesEveryTopLevelMenu) {
 TEST_F(MenuBarTest, InLiveModeSaveStaysEnabledAndSaveAsDoesNot) {
   state.isLiveModeEnabled.set(true);
   rebuilt();
-  EXPECT_TRUE(itemFor(menu_actions::saveSetlist).isEnabled);
-  EXPECT_FALSE(itemFor(menu_actions::saveSetlistAs).isEnabled);
+  EXPECT_TRUE(itemFor(MenuAction::saveSetlist).isEnabled);
+  EXPECT_FALSE(itemFor(MenuAction::saveSetlistAs).isEnabled);
 }
 
 TEST_F(MenuBarTest, InLiveModeAllThatArrangesTheSetlistIsDisabledAndNothingElse) {
@@ -276,9 +276,9 @@ TEST_F(MenuBarTest, TheMarksOfTheModesFollowTheMode) {
   state.isLiveModeEnabled.set(true);
   state.isMidiLearnMode.set(true);
   rebuilt();
-  EXPECT_FALSE(itemFor(menu_actions::modeEdit).isChecked);
-  EXPECT_TRUE(itemFor(menu_actions::modeLive).isChecked);
-  EXPECT_TRUE(itemFor(menu_actions::toggleLearn).isChecked);
+  EXPECT_FALSE(itemFor(MenuAction::modeEdit).isChecked);
+  EXPECT_TRUE(itemFor(MenuAction::modeLive).isChecked);
+  EXPECT_TRUE(itemFor(MenuAction::toggleLearn).isChecked);
 }
 
 TEST_F(MenuBarTest, WithAnEmptyRecentListTheSubmenuHoldsOneDisabledEntry) {
@@ -286,17 +286,17 @@ TEST_F(MenuBarTest, WithAnEmptyRecentListTheSubmenuHoldsOneDisabledEntry) {
 }
 
 TEST_F(MenuBarTest, LearnedControlsOfTheSetlistOrOfAnySongCanBeCleared) {
-  EXPECT_FALSE(itemFor(menu_actions::clearMidiLearn).isEnabled);
+  EXPECT_FALSE(itemFor(MenuAction::clearMidiLearn).isEnabled);
   const std::vector<MidiControlAssignment> learned{{{MidiControlKind::panic, std::nullopt}, {0xB0, 0, 1}}};
   setSongs({SongConfig{}, SongConfig{.midiControlAssignments = learned}});
   rebuilt();
-  EXPECT_TRUE(itemFor(menu_actions::clearMidiLearn).isEnabled);
+  EXPECT_TRUE(itemFor(MenuAction::clearMidiLearn).isEnabled);
   setSongs({});
   rebuilt();
-  EXPECT_FALSE(itemFor(menu_actions::clearMidiLearn).isEnabled);
+  EXPECT_FALSE(itemFor(MenuAction::clearMidiLearn).isEnabled);
   state.globalMidiControlAssignments.set(learned);
   rebuilt();
-  EXPECT_TRUE(itemFor(menu_actions::clearMidiLearn).isEnabled);
+  EXPECT_TRUE(itemFor(MenuAction::clearMidiLearn).isEnabled);
 }
 
 TEST_F(MenuBarTest, WithoutABackgroundVideoOnlyTheChoiceOfOneIsThere) {
@@ -313,7 +313,7 @@ TEST_F(MenuBarTest, WithNoOutputDeviceAtAllTheSubmenuSaysSoBelowTheSystems) {
     setLanguage(language);
     const auto& outputs = menu(settings).children[1].children;
     ASSERT_EQ(outputs.size(), 2U);
-    EXPECT_EQ(outputs[0].action, menu_actions::selectSystemAudioOutput);
+    EXPECT_EQ(outputs[0].action, menuCommand(MenuAction::selectSystemAudioOutput).name);
     EXPECT_EQ(described({outputs[1]}), Lines{none.at(static_cast<std::size_t>(language)) + " (off)"});
   }
 }
@@ -358,7 +358,7 @@ TEST_F(MenuBarTest, InLiveModeTheMachineIsAskedForItsDevicesOnlyWhenOneIsChosen)
   hardware.list.push_back({4, {2}, "uid-c", "Gamma"});
   rebuilt();
   EXPECT_EQ(lastDevice(), "uid-b");
-  menus.perform(menu_actions::selectAudioBufferSize, "256");
+  menus.perform(MenuAction::selectAudioBufferSize, "256");
   mainQueue.runAll();
   EXPECT_EQ(lastDevice(), "uid-c");
   hardware.list.push_back({5, {2}, "uid-d", "Delta 2"});
@@ -374,7 +374,7 @@ TEST_F(MenuBarTest, InLiveModeTheMachineIsAskedForItsDevicesOnlyWhenOneIsChosen)
 MenuItem quit(const std::string& title) {
   MenuItem item;
   item.title = title;
-  item.action = menu_actions::terminate;
+  item.action = menuCommand(MenuAction::terminate).name;
   return item;
 }
 

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "document/setlist_coding.h"
-#include "shell/menu_actions.h"
+#include "shell/menu_commands.h"
 #include "shell/shell_stage.h"
 
 namespace vrel {
@@ -49,12 +52,33 @@ TEST_F(MenuCommands, ThoseOfTheMainViewArePassedOnByNameAndRebuildTheBarAfterwar
   }
 }
 
+TEST_F(MenuCommands, EveryActionIsFoundByItsOwnName) {
+  for (std::size_t index = 0; index < menuActionCount; ++index) {
+    const auto action = static_cast<MenuAction>(index);
+    EXPECT_EQ(menuActionNamed(menuCommand(action).name), action) << menuCommand(action).name;
+  }
+  EXPECT_EQ(menuActionNamed(""), std::nullopt);
+}
+
+TEST_F(MenuCommands, ANotificationHasTheNameOfItsAction) {
+  std::size_t count = 0;
+  for (std::size_t index = 0; index < menuActionCount; ++index) {
+    const MenuCommand& command = menuCommand(static_cast<MenuAction>(index));
+    if (const auto* const posted = std::get_if<MenuCommand::Notification>(&command.handler)) {
+      ++count;
+      const auto plain = command.name.substr(0, command.name.find(':'));
+      EXPECT_EQ(posted->name, "vrel." + std::string(plain));
+    }
+  }
+  EXPECT_EQ(count, 11U);
+}
+
 TEST_F(MenuCommands, ARecentFileIsPassedOnWithItsPath) {
   std::vector<NSNotificationCenter::Object> posted;
   const auto listening = notifications.addObserver(
       "vrel.openRecentSetlist", [&](const NSNotificationCenter::Object& object) { posted.push_back(object); });
-  menus.perform(menu_actions::openRecentSetlist, "/home/me/gig.vrel");
-  menus.perform(menu_actions::openRecentSetlist);
+  menus.perform(MenuAction::openRecentSetlist, "/home/me/gig.vrel");
+  menus.perform(MenuAction::openRecentSetlist);
   EXPECT_EQ(posted, std::vector<NSNotificationCenter::Object>{"/home/me/gig.vrel"});
 }
 
@@ -67,7 +91,7 @@ TEST_F(MenuCommands, AfterASetlistLoadTheRecentListInTheMenuShowsTheFileFirst) {
   mainQueue.runAll();
   desktop.openPanelAnswers = {gig};
   desktop.alertAnswers = {1};
-  menus.perform(menu_actions::openSetlist);
+  menus.perform(MenuAction::openSetlist);
   settle();
   const auto& recent = menu(1).children[2].children;
   ASSERT_EQ(recent.size(), 3U);
@@ -77,27 +101,27 @@ TEST_F(MenuCommands, AfterASetlistLoadTheRecentListInTheMenuShowsTheFileFirst) {
 }
 
 TEST_F(MenuCommands, AModeIsTakenOnlyWhenItIsNotTheModeYet) {
-  menus.perform(menu_actions::modeEdit);
+  menus.perform(MenuAction::modeEdit);
   EXPECT_FALSE(state.isLiveModeEnabled.get());
   EXPECT_EQ(desktop.focusClearings, 0);
-  menus.perform(menu_actions::modeLive);
+  menus.perform(MenuAction::modeLive);
   EXPECT_TRUE(state.isLiveModeEnabled.get());
   EXPECT_EQ(desktop.focusClearings, 1);
-  menus.perform(menu_actions::modeLive);
+  menus.perform(MenuAction::modeLive);
   EXPECT_EQ(desktop.focusClearings, 1);
   mainQueue.runAll();
-  EXPECT_TRUE(itemFor(menu_actions::modeLive).isChecked);
-  menus.perform(menu_actions::modeEdit);
+  EXPECT_TRUE(itemFor(MenuAction::modeLive).isChecked);
+  menus.perform(MenuAction::modeEdit);
   EXPECT_FALSE(state.isLiveModeEnabled.get());
 }
 
 TEST_F(MenuCommands, LearnGoesOnAndOffAgain) {
-  menus.perform(menu_actions::toggleLearn);
+  menus.perform(MenuAction::toggleLearn);
   content.midiLearn().selectMidiLearnTarget({MidiControlKind::panic, std::nullopt});
   EXPECT_TRUE(state.isMidiLearnMode.get());
   mainQueue.runAll();
-  EXPECT_TRUE(itemFor(menu_actions::toggleLearn).isChecked);
-  menus.perform(menu_actions::toggleLearn);
+  EXPECT_TRUE(itemFor(MenuAction::toggleLearn).isChecked);
+  menus.perform(MenuAction::toggleLearn);
   EXPECT_FALSE(state.isMidiLearnMode.get());
   EXPECT_EQ(content.midiLearn().pendingMidiLearnTarget.get(), std::nullopt);
 }
@@ -105,32 +129,32 @@ TEST_F(MenuCommands, LearnGoesOnAndOffAgain) {
 TEST_F(MenuCommands, ABlendModeIsTakenByItsTextAndTheProjectionRefreshedAtOnce) {
   std::vector<VisualBlendMode> refreshed;
   menus.hooks.refreshProjection = [&] { refreshed.push_back(state.visualBlendMode.get()); };
-  menus.perform(menu_actions::selectVisualBlendMode, "multiply");
-  menus.perform(menu_actions::selectVisualBlendMode, "darken");
+  menus.perform(MenuAction::selectVisualBlendMode, "multiply");
+  menus.perform(MenuAction::selectVisualBlendMode, "darken");
   EXPECT_EQ(refreshed, std::vector{VisualBlendMode::multiply});
   EXPECT_EQ(state.visualBlendMode.get(), VisualBlendMode::multiply);
   mainQueue.runAll();
-  EXPECT_TRUE(itemFor(menu_actions::selectVisualBlendMode).isChecked);
+  EXPECT_TRUE(itemFor(MenuAction::selectVisualBlendMode).isChecked);
 }
 
 TEST_F(MenuCommands, ABackgroundVideoIsChosenAmongMoviesAndTakenAwayAgain) {
   std::vector<std::optional<std::string>> refreshed;
   menus.hooks.refreshProjection = [&] { refreshed.push_back(state.visualBackgroundVideoPath.get()); };
   desktop.openPanelAnswers = {"/home/me/sea.mp4"};
-  menus.perform(menu_actions::chooseVisualBackgroundVideo);
+  menus.perform(MenuAction::chooseVisualBackgroundVideo);
   ASSERT_EQ(desktop.openPanels.size(), 1U);
   EXPECT_EQ(desktop.openPanels[0].allowedType, FileType::movie);
   mainQueue.runAll();
-  EXPECT_EQ(itemFor(menu_actions::noop).title, "sea.mp4");
-  menus.perform(menu_actions::clearVisualBackgroundVideo);
+  EXPECT_EQ(itemFor(MenuAction::noop).title, "sea.mp4");
+  menus.perform(MenuAction::clearVisualBackgroundVideo);
   EXPECT_EQ(refreshed, (std::vector<std::optional<std::string>>{"/home/me/sea.mp4", std::nullopt}));
   mainQueue.runAll();
-  EXPECT_EQ(itemFor(menu_actions::noop).title, "");
+  EXPECT_EQ(itemFor(MenuAction::noop).title, "");
 }
 
 TEST_F(MenuCommands, ACancelledPanelLeavesTheBackgroundVideo) {
   state.visualBackgroundVideoPath.set("/home/me/sea.mp4");
-  menus.perform(menu_actions::chooseVisualBackgroundVideo);
+  menus.perform(MenuAction::chooseVisualBackgroundVideo);
   EXPECT_EQ(desktop.openPanels.size(), 1U);
   EXPECT_EQ(state.visualBackgroundVideoPath.get(), "/home/me/sea.mp4");
 }
@@ -140,18 +164,17 @@ TEST_F(MenuCommands, TheProjectionOpensOnTheScreenOfTheItemOrOnTheMainOne) {
   menus.hooks.openProjection = [&](const std::optional<NSScreen>& screen) {
     opened.push_back(screen ? std::optional(screen->name) : std::nullopt);
   };
-  menus.perform(menu_actions::openVisualProjection, "1");
-  menus.perform(menu_actions::openVisualProjection, "2");
-  menus.perform(menu_actions::openVisualProjection, "wall");
+  menus.perform(MenuAction::openVisualProjection, "1");
+  menus.perform(MenuAction::openVisualProjection, "2");
+  menus.perform(MenuAction::openVisualProjection, "wall");
   desktop.screenList.clear();
-  menus.perform(menu_actions::openVisualProjection, "0");
+  menus.perform(MenuAction::openVisualProjection, "0");
   EXPECT_EQ(opened, (std::vector<std::optional<std::string>>{"Projector", "Laptop", std::nullopt}));
 }
 
 TEST_F(MenuCommands, ThoseOfTheProjectionAreEnabledWithNoneOpenAndThenDoNothing) {
   const MenuBar before = menus.mainMenu();
-  for (const char* const action :
-       {menu_actions::toggleVisualProjectionFullscreen, menu_actions::closeVisualProjection}) {
+  for (const MenuAction action : {MenuAction::toggleVisualProjectionFullscreen, MenuAction::closeVisualProjection}) {
     EXPECT_TRUE(itemFor(action).isEnabled);
     menus.perform(action);
   }
@@ -165,15 +188,15 @@ TEST_F(MenuCommands, WhatTheProgramHasIsReachedThroughItsHooks) {
   menus.hooks.closeProjection = [&] { reached.emplace_back("close"); };
   menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
   menus.hooks.terminate = [&] { reached.emplace_back("quit"); };
-  for (const char* const action : {menu_actions::toggleVisualProjectionFullscreen, menu_actions::closeVisualProjection,
-                                   menu_actions::showHelp, menu_actions::terminate}) {
+  for (const MenuAction action : {MenuAction::toggleVisualProjectionFullscreen, MenuAction::closeVisualProjection,
+                                  MenuAction::showHelp, MenuAction::terminate}) {
     menus.perform(action);
   }
   EXPECT_EQ(reached, (Lines{"full screen", "close", "help", "quit"}));
 }
 
 TEST_F(MenuCommands, ABufferSizeIsKeptAndAppliedAtOnce) {
-  menus.perform(menu_actions::selectAudioBufferSize, "512");
+  menus.perform(MenuAction::selectAudioBufferSize, "512");
   EXPECT_EQ(state.audioIOBufferFrameSize.get(), 512U);
   EXPECT_EQ(hardware.record, (Lines{"device 2", "frames 512 on 2"}));
   mainQueue.runAll();
@@ -182,18 +205,18 @@ TEST_F(MenuCommands, ABufferSizeIsKeptAndAppliedAtOnce) {
 
 TEST_F(MenuCommands, ABufferSizeThatTheMenuDoesNotHaveIsPassedOver) {
   for (const char* const size : {"", "0", "100", "-128", "128 samples", "4294967424"}) {
-    menus.perform(menu_actions::selectAudioBufferSize, size);
+    menus.perform(MenuAction::selectAudioBufferSize, size);
   }
   EXPECT_EQ(state.audioIOBufferFrameSize.get(), 128U);
   EXPECT_EQ(hardware.record, Lines{});
 }
 
 TEST_F(MenuCommands, AnOutputIsKeptAndAppliedAtOnceAndSoIsTheSystems) {
-  menus.perform(menu_actions::selectAudioOutput, "uid-a");
+  menus.perform(MenuAction::selectAudioOutput, "uid-a");
   EXPECT_EQ(state.audioOutputDeviceUID.get(), "uid-a");
-  menus.perform(menu_actions::selectSystemAudioOutput);
+  menus.perform(MenuAction::selectSystemAudioOutput);
   EXPECT_EQ(state.audioOutputDeviceUID.get(), std::nullopt);
-  menus.perform(menu_actions::selectAudioOutput);
+  menus.perform(MenuAction::selectAudioOutput);
   EXPECT_EQ(hardware.record, (Lines{"device 3", "frames 128 on 3", "device 2", "frames 128 on 2"}));
 }
 
@@ -201,55 +224,54 @@ TEST_F(MenuCommands, AnItemIsCarriedOutThoughTheBarHasItNoMore) {
   hardware.list.erase(hardware.list.begin() + 1);
   menus.rebuildMenus(state, engine);
   EXPECT_EQ(menu(5).children[1].children.size(), 2U);
-  menus.perform(menu_actions::selectAudioOutput, "uid-a");
+  menus.perform(MenuAction::selectAudioOutput, "uid-a");
   EXPECT_EQ(state.audioOutputDeviceUID.get(), "uid-a");
 }
 
 TEST_F(MenuCommands, AnItemThatHasBeenDisabledSinceItWasShownDoesNothing) {
   state.recentFiles.set({"/home/me/gig.vrel"});
   mainQueue.runAll();
-  ASSERT_TRUE(itemFor(menu_actions::clearRecentSetlists).isEnabled);
+  ASSERT_TRUE(itemFor(MenuAction::clearRecentSetlists).isEnabled);
   state.isLiveModeEnabled.set(true);
-  menus.perform(menu_actions::clearRecentSetlists);
+  menus.perform(MenuAction::clearRecentSetlists);
   EXPECT_EQ(state.recentFiles.get().size(), 1U);
   state.isLiveModeEnabled.set(false);
-  menus.perform(menu_actions::clearRecentSetlists);
+  menus.perform(MenuAction::clearRecentSetlists);
   EXPECT_EQ(state.recentFiles.get().size(), 0U);
 }
 
 TEST_F(MenuCommands, UnknownActionsAndRowsDoNothing) {
-  menus.perform(menu_actions::noop);
+  menus.perform(MenuAction::noop);
   menus.perform("formatDisk");
   menus.perform("");
-  menus.noop();
   mainQueue.runAll();
   EXPECT_EQ(rebuildCount, 0);
 }
 
 TEST_F(MenuCommands, SeveralCommandsOfOneTurnMakeOneRebuildAfterIt) {
-  menus.perform(menu_actions::modeLive);
-  menus.perform(menu_actions::toggleLearn);
-  menus.perform(menu_actions::selectVisualBlendMode, "normal");
+  menus.perform(MenuAction::modeLive);
+  menus.perform(MenuAction::toggleLearn);
+  menus.perform(MenuAction::selectVisualBlendMode, "normal");
   EXPECT_EQ(rebuildCount, 0);
   mainQueue.runAll();
   EXPECT_EQ(rebuildCount, 1);
-  menus.perform(menu_actions::toggleLearn);
+  menus.perform(MenuAction::toggleLearn);
   mainQueue.runAll();
   EXPECT_EQ(rebuildCount, 2);
 }
 
 TEST_F(MenuCommands, WhatChangesElsewhereIsShownAfterItsTurn) {
   content.liveMode().setLiveMode(true);
-  EXPECT_TRUE(itemFor(menu_actions::modeEdit).isChecked);
+  EXPECT_TRUE(itemFor(MenuAction::modeEdit).isChecked);
   mainQueue.runAll();
-  EXPECT_TRUE(itemFor(menu_actions::modeLive).isChecked);
+  EXPECT_TRUE(itemFor(MenuAction::modeLive).isChecked);
   content.midiLearn().toggleMidiLearnMode();
   mainQueue.runAll();
-  EXPECT_TRUE(itemFor(menu_actions::toggleLearn).isChecked);
+  EXPECT_TRUE(itemFor(MenuAction::toggleLearn).isChecked);
   content.liveMode().setLiveMode(false);
   setSongs({SongConfig{.midiControlAssignments = learned()}});
   mainQueue.runAll();
-  EXPECT_TRUE(itemFor(menu_actions::clearMidiLearn).isEnabled);
+  EXPECT_TRUE(itemFor(MenuAction::clearMidiLearn).isEnabled);
 }
 
 TEST_F(MenuCommands, AnEditOfASongLeavesTheBarAlone) {
@@ -260,7 +282,7 @@ TEST_F(MenuCommands, AnEditOfASongLeavesTheBarAlone) {
 
 TEST_F(MenuCommands, DoNothingBeforeTheBarWasBuilt) {
   VrelMenuController unbuilt({notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()});
-  unbuilt.perform(menu_actions::modeLive);
+  unbuilt.perform(MenuAction::modeLive);
   unbuilt.rebuildMenusSoon();
   mainQueue.runAll();
   EXPECT_FALSE(state.isLiveModeEnabled.get());
@@ -278,15 +300,18 @@ TEST_F(MenuCommands, DoNothingOnceTheEngineIsGone) {
   menus.hooks.openProjection = [&](const auto&) { reached.emplace_back("projection"); };
   const auto listening =
       notifications.addObserver("vrel.pasteChannel", [&](const auto&) { reached.emplace_back("paste"); });
-  menus.showHelp();
-  menus.openVisualProjection("0");
-  menus.pasteChannel();
-  menus.modeLive();
-  menus.toggleLearn();
-  menus.selectVisualBlendMode("normal");
-  menus.chooseVisualBackgroundVideo();
-  menus.selectAudioBufferSize("64");
-  menus.selectAudioOutput("uid-a");
+  for (const auto& [action, object] :
+       std::vector<std::pair<MenuAction, std::string>>{{MenuAction::showHelp, ""},
+                                                       {MenuAction::openVisualProjection, "0"},
+                                                       {MenuAction::pasteChannel, ""},
+                                                       {MenuAction::modeLive, ""},
+                                                       {MenuAction::toggleLearn, ""},
+                                                       {MenuAction::selectVisualBlendMode, "normal"},
+                                                       {MenuAction::chooseVisualBackgroundVideo, ""},
+                                                       {MenuAction::selectAudioBufferSize, "64"},
+                                                       {MenuAction::selectAudioOutput, "uid-a"}}) {
+    menus.perform(action, object);
+  }
   mainQueue.runAll();
   EXPECT_EQ(reached, Lines{});
   EXPECT_EQ(rebuildCount, 0);

@@ -3,11 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "console/content_view.h"
 #include "platform/notification_center.h"
+#include "shell/menu_commands.h"
 #include "shell/menu_controller.h"
 #include "simulation/scripted_desktop.h"
 #include "simulation/simulated_hardware.h"
@@ -48,7 +49,7 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
   [[nodiscard]] const MenuItem& menu(std::size_t index) const { return menus.mainMenu().at(index); }
 
   /// The first item of the whole bar with this action; one without a title when there is none.
-  [[nodiscard]] MenuItem itemFor(const std::string& action) const { return find(menus.mainMenu(), action); }
+  [[nodiscard]] MenuItem itemFor(MenuAction action) const { return find(menus.mainMenu(), menuCommand(action).name); }
 
   simulation::ScriptedDesktop desktop;
   NSNotificationCenter notifications;
@@ -57,7 +58,7 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
   int rebuildCount = 0;
 
  private:
-  static MenuItem find(const std::vector<MenuItem>& items, const std::string& action) {
+  static MenuItem find(const std::vector<MenuItem>& items, std::string_view action) {
     for (const auto& item : items) {
       if (item.action == action) {
         return item;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/menu_actions.h"
+#include "shell/menu_commands.h"
 #include "shell/shell_stage.h"
 
 namespace vrel {
@@ -130,7 +130,7 @@ TEST_F(VrelAppTest, AChangeOfLanguageRebuildsEveryTitleWithoutTouchingTheAudioSe
   EXPECT_EQ(titles()[1], "File");
   mainQueue.runAll();
   EXPECT_EQ(titles(), (Lines{"VREL", "Archivo", "Edición", "Modo", "Visual", "Configuración", "Ayuda"}));
-  EXPECT_EQ(itemFor(menu_actions::terminate).title, "Salir de VREL");
+  EXPECT_EQ(itemFor(MenuAction::terminate).title, "Salir de VREL");
   EXPECT_EQ(hardware.record, Lines{});
 }
 
@@ -176,7 +176,7 @@ TEST_F(VrelAppTest, QuitWithNoChangesStillAsksInMilderWords) {
   start();
   ASSERT_FALSE(state.isDirty.get());
   desktop.alertAnswers = {1};
-  menus.perform(menu_actions::terminate);
+  menus.perform(MenuAction::terminate);
   ASSERT_EQ(desktop.alerts.size(), 1U);
   EXPECT_EQ(desktop.alerts[0].messageText, "Guardar el setlist antes de salir?");
   EXPECT_EQ(desktop.alerts[0].informativeText, "Puedes guardar el setlist o salir sin guardar.");
@@ -246,7 +246,7 @@ TEST_F(VrelAppTest, ASystemThatEndsDoesNotWaitForAQuestionThatStoodAlreadyEither
     app.systemEnds();
     mainQueue.advance(VrelApp::systemTimeoutSeconds);
   };
-  menus.perform(menu_actions::terminate);
+  menus.perform(MenuAction::terminate);
   EXPECT_EQ(desktop.alerts.size(), 1U);
   EXPECT_EQ(desktop.terminationReplies, (std::vector{true, false}));
 }

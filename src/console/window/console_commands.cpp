@@ -126,12 +126,8 @@ void ConsoleCommands::toggleSolo(const QString& channelId) {
 }
 
 void ConsoleCommands::dragChannel(const QString& channelId) {
-  withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
-    // In Live mode a drag carries nothing.
-    if (!content.appState().isLiveModeEnabled.get()) {
-      content.channelOperations().draggedChannelId.set(channel.id);
-    }
-  });
+  withChannel(channelId,
+              [](ContentView& content, AudioChannel& channel) { content.channelOperations().beginDrag(channel); });
 }
 
 void ConsoleCommands::channelDropEntered(const QString& channelId) {

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "shell/menu_commands.h"
+
+#include <algorithm>
+#include <array>
+
+#include "document/app_state.h"
+#include "shell/menu_controller.h"
+
+namespace vrel {
+
+/// Has access to the controller's handlers.
+struct MenuCommandTable {
+  using Action = MenuAction;
+  using Live = LiveModeAction;
+  using Post = MenuCommand::Notification;
+  using Menus = VrelMenuController;
+
+  static constexpr std::array<MenuCommand, menuActionCount> rows{{
+      {Action::noop, "noop", Live::showHelp, MenuCommand::Nothing{}},
+      {Action::terminate, "terminate:", Live::quit, &Menus::terminate},
+      {Action::newSetlist, "newSetlist", Live::newSetlist, Post{"vrel.newSetlist"}},
+      {Action::openSetlist, "openSetlist", Live::openSetlist, Post{"vrel.openSetlist"}},
+      {Action::openRecentSetlist, "openRecentSetlist:", Live::openRecentSetlist, Post{"vrel.openRecentSetlist"}},
+      {Action::clearRecentSetlists, "clearRecentSetlists", Live::clearRecentSetlists, Post{"vrel.clearRecentSetlists"}},
+      {Action::saveSetlist, "saveSetlist", Live::saveSetlist, Post{"vrel.saveSetlist"}},
+      {Action::saveSetlistAs, "saveSetlistAs", Live::saveSetlistAs, Post{"vrel.saveSetlistAs"}},
+      {Action::copyChannel, "copyChannel", Live::copyChannel, Post{"vrel.copyChannel"}},
+      {Action::cutChannel, "cutChannel", Live::cutChannel, Post{"vrel.cutChannel"}},
+      {Action::pasteChannel, "pasteChannel", Live::pasteChannel, Post{"vrel.pasteChannel"}},
+      {Action::duplicateChannel, "duplicateChannel", Live::duplicateChannel, Post{"vrel.duplicateChannel"}},
+      {Action::modeEdit, "modeEdit", Live::changeMode, &Menus::modeEdit},
+      {Action::modeLive, "modeLive", Live::changeMode, &Menus::modeLive},
+      {Action::toggleLearn, "toggleLearn", Live::midiLearn, &Menus::toggleLearn},
+      {Action::clearMidiLearn, "clearMidiLearn", Live::clearMidiLearn, Post{"vrel.clearMidiLearn"}},
+      {Action::selectVisualBlendMode, "selectVisualBlendMode:", Live::changeProjection, &Menus::selectVisualBlendMode},
+      {Action::chooseVisualBackgroundVideo, "chooseVisualBackgroundVideo", Live::changeProjection,
+       &Menus::chooseVisualBackgroundVideo},
+      {Action::clearVisualBackgroundVideo, "clearVisualBackgroundVideo", Live::changeProjection,
+       &Menus::clearVisualBackgroundVideo},
+      {Action::openVisualProjection, "openVisualProjection:", Live::changeProjection, &Menus::openVisualProjection},
+      {Action::toggleVisualProjectionFullscreen, "toggleVisualProjectionFullscreen", Live::changeProjection,
+       &Menus::toggleVisualProjectionFullscreen},
+      {Action::closeVisualProjection, "closeVisualProjection", Live::changeProjection, &Menus::closeVisualProjection},
+      {Action::selectAudioBufferSize, "selectAudioBufferSize:", Live::changeAudioSettings,
+       &Menus::selectAudioBufferSize},
+      {Action::selectSystemAudioOutput, "selectSystemAudioOutput", Live::changeAudioSettings,
+       &Menus::selectSystemAudioOutput},
+      {Action::selectAudioOutput, "selectAudioOutput:", Live::changeAudioSettings, &Menus::selectAudioOutput},
+      {Action::showHelp, "showHelp", Live::showHelp, &Menus::showHelp},
+  }};
+
+  static constexpr bool isInOrder() {
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+      if (static_cast<std::size_t>(rows.at(index).action) != index) {
+        return false;
+      }
+    }
+    return true;
+  }
+};
+static_assert(MenuCommandTable::isInOrder(), "a command is at the index of its action");
+
+const MenuCommand& menuCommand(MenuAction action) {
+  return MenuCommandTable::rows.at(static_cast<std::size_t>(action));
+}
+
+std::optional<MenuAction> menuActionNamed(std::string_view name) {
+  const auto& rows = MenuCommandTable::rows;
+  const auto* const found = std::find_if(rows.begin(), rows.end(), [&](const auto& row) { return row.name == name; });
+  return found == rows.end() ? std::nullopt : std::optional(found->action);
+}
+
+bool isMenuActionEnabled(MenuAction action, const AppState& state) {
+  const MenuCommand& command = menuCommand(action);
+  return !std::holds_alternative<MenuCommand::Nothing>(command.handler) &&
+         LiveModePolicy::isAllowed(command.liveModeAction, state) &&
+         (action != MenuAction::clearMidiLearn || hasMidiAssignments(state));
+}
+
+bool hasMidiAssignments(const AppState& state) {
+  const auto& songs = state.songs.get();
+  return !state.globalMidiControlAssignments.get().empty() ||
+         std::any_of(songs.begin(), songs.end(),
+                     [](const SongConfig& song) { return !song.midiControlAssignments.empty(); });
+}
+
+}  // namespace vrel
