@@ -12,36 +12,38 @@
 namespace vrel {
 
 ContentView::ContentView(const Collaborators& collaborators)
-    : with_(collaborators),
-      builder_(with_.appState, with_.audioEngine, with_.console),
-      songSwitch_(
-          {with_.appState, with_.audioEngine, with_.mainQueue, with_.clock, with_.console, selection_, builder_}),
-      tempo_(with_.appState, with_.audioEngine, with_.clock),
-      midiLearn_(with_.appState, with_.audioEngine, tempo_),
-      liveMode_({with_.appState, with_.audioEngine, songSwitch_, with_.desktop}),
-      songList_(with_.appState, with_.audioEngine, songSwitch_, selection_),
-      channelOperations_(with_.appState, with_.audioEngine, builder_, selection_),
-      stripControls_(with_.appState, with_.audioEngine),
-      copies_(with_.files, with_.console, with_.copiesDirectory),
-      setlistFiles_(
-          {with_.appState, with_.audioEngine, songSwitch_, with_.files, with_.desktop, with_.console, copies_}) {
+    : appState_(collaborators.appState),
+      audioEngine_(collaborators.audioEngine),
+      notifications_(collaborators.notifications),
+      builder_(appState_, audioEngine_, collaborators.console),
+      songSwitch_({appState_, audioEngine_, collaborators.mainQueue, collaborators.clock, collaborators.console,
+                   selection_, builder_}),
+      tempo_(appState_, audioEngine_, collaborators.clock),
+      midiLearn_(appState_, audioEngine_, tempo_),
+      liveMode_({appState_, audioEngine_, songSwitch_, collaborators.desktop}),
+      songList_(appState_, audioEngine_, songSwitch_, selection_),
+      channelOperations_(appState_, audioEngine_, builder_, selection_),
+      stripControls_(appState_, audioEngine_),
+      copies_(collaborators.files, collaborators.console, collaborators.copiesDirectory),
+      setlistFiles_({appState_, audioEngine_, songSwitch_, collaborators.files, collaborators.desktop,
+                     collaborators.console, copies_}) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   observeMenus();
 }
 
 void ContentView::contentDidAppear() {
-  showPerformance(with_.appState, with_.audioEngine);
-  showMidiPortName(with_.appState, with_.audioEngine);
+  showPerformance(appState_, audioEngine_);
+  showMidiPortName(appState_, audioEngine_);
   midiLearn_.listenToEngine();
-  if (with_.appState.songs.get().empty()) {
+  if (appState_.songs.get().empty()) {
     setlistFiles_.newSetlist(false);
   }
   selectAChannel();
 }
 
 void ContentView::selectAChannel() {
-  const auto& channels = with_.audioEngine.channels();
+  const auto& channels = audioEngine_.channels();
   const auto& selected = selection_.selectedChannelId.get();
   const bool isThere = selected && std::any_of(channels.begin(), channels.end(),
                                                [&](const auto& channel) { return channel->id == *selected; });
@@ -51,7 +53,7 @@ void ContentView::selectAChannel() {
 }
 
 void ContentView::observe(const std::string& notification, NSNotificationCenter::Listeners::Listener listener) {
-  observers_.push_back(with_.notifications.addObserver(notification, std::move(listener)));
+  observers_.push_back(notifications_.addObserver(notification, std::move(listener)));
 }
 
 void ContentView::observeMenus() {
@@ -65,7 +67,7 @@ void ContentView::observeMenus() {
       setlistFiles_.openRecentSetlist(*file);
     }
   });
-  observe("vrel.clearRecentSetlists", run([this] { with_.appState.clearRecentFiles(); }));
+  observe("vrel.clearRecentSetlists", run([this] { appState_.clearRecentFiles(); }));
   observe("vrel.saveSetlist", run([this] { setlistFiles_.saveSetlist(); }));
   observe("vrel.saveSetlistAs", run([this] { setlistFiles_.saveSetlistAs(false); }));
   observe("vrel.clearMidiLearn", run([this] { midiLearn_.clearAllMidiLearn(); }));
@@ -78,7 +80,7 @@ void ContentView::observeMenus() {
 
 void ContentView::withSelectedChannel(void (ChannelOperations::*operation)(const AudioChannel&)) {
   const auto selected = selection_.selectedChannelId.get();
-  for (const auto& channel : with_.audioEngine.channels()) {
+  for (const auto& channel : audioEngine_.channels()) {
     if (channel->id == selected) {
       (channelOperations_.*operation)(*std::shared_ptr(channel));
       return;
@@ -87,30 +89,30 @@ void ContentView::withSelectedChannel(void (ChannelOperations::*operation)(const
 }
 
 void ContentView::setSongNotes(const std::string& text) {
-  with_.appState.songNotes.set(text);
-  with_.appState.isDirty.set(true);
+  appState_.songNotes.set(text);
+  appState_.isDirty.set(true);
 }
 
 void ContentView::setLanguage(Language language) {
-  with_.appState.language.set(language);
-  with_.appState.isDirty.set(true);
+  appState_.language.set(language);
+  appState_.isDirty.set(true);
 }
 
 void ContentView::panic() {
-  performPanic(with_.appState, with_.audioEngine);
+  performPanic(appState_, audioEngine_);
 }
 
 ReorderDropDelegate ContentView::songReorderDropDelegate(Uuid song) {
   const auto items = [this] {
     std::vector<Uuid> ids;
-    for (const auto& entry : with_.appState.songs.get()) {
+    for (const auto& entry : appState_.songs.get()) {
       ids.push_back(entry.id);
     }
     return ids;
   };
   return {song,
           items,
-          [this] { return !LiveModePolicy::isAllowed(LiveModeAction::moveSongs, with_.appState); },
+          [this] { return !LiveModePolicy::isAllowed(LiveModeAction::moveSongs, appState_); },
           songList_.draggedSongId,
           songList_.dropTargetSongId,
           [this](std::size_t from, std::size_t to) { songList_.moveSongs({from}, to); }};
@@ -119,14 +121,14 @@ ReorderDropDelegate ContentView::songReorderDropDelegate(Uuid song) {
 ReorderDropDelegate ContentView::channelReorderDropDelegate(Uuid channel) {
   const auto items = [this] {
     std::vector<Uuid> ids;
-    for (const auto& strip : with_.audioEngine.channels()) {
+    for (const auto& strip : audioEngine_.channels()) {
       ids.push_back(strip->id);
     }
     return ids;
   };
   return {channel,
           items,
-          [this] { return !LiveModePolicy::isAllowed(LiveModeAction::moveChannels, with_.appState); },
+          [this] { return !LiveModePolicy::isAllowed(LiveModeAction::moveChannels, appState_); },
           channelOperations_.draggedChannelId,
           channelOperations_.dropTargetChannelId,
           [this](std::size_t from, std::size_t to) { channelOperations_.moveChannels({from}, to); }};

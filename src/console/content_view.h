@@ -55,8 +55,8 @@ class ContentView {
   /// none.
   void contentDidAppear();
 
-  [[nodiscard]] AppState& appState() { return with_.appState; }
-  [[nodiscard]] AudioEngine& audioEngine() { return with_.audioEngine; }
+  [[nodiscard]] AppState& appState() { return appState_; }
+  [[nodiscard]] AudioEngine& audioEngine() { return audioEngine_; }
   [[nodiscard]] ConsoleSelection& selection() { return selection_; }
   [[nodiscard]] SongSwitch& songSwitch() { return songSwitch_; }
   [[nodiscard]] SongList& songList() { return songList_; }
@@ -84,7 +84,9 @@ class ContentView {
   void withSelectedChannel(void (ChannelOperations::*operation)(const AudioChannel&));
   void selectAChannel();
 
-  Collaborators with_;
+  AppState& appState_;
+  AudioEngine& audioEngine_;
+  NSNotificationCenter& notifications_;
   ConsoleSelection selection_;
   ChannelBuilder builder_;
   SongSwitch songSwitch_;

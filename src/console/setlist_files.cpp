@@ -59,26 +59,26 @@ Result<std::string> encoded(const AppState& state) {
 }  // namespace
 
 void SetlistFiles::newSetlist(bool confirm) {
-  if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, with_.state) || (confirm && !confirmSetlistChange())) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_) || (confirm && !confirmSetlistChange())) {
     return;
   }
-  with_.engine.removeAllChannels();
+  engine_.removeAllChannels();
   SongConfig song;
   song.name = newSongName;
-  song.channels = {newSongChannel(keyboardNoteRange(with_.state))};
-  with_.state.songs.set({std::move(song)});
-  with_.state.currentFilePath.set(std::nullopt);
-  with_.state.selectedSongIndex.set(std::nullopt);
-  with_.songSwitch.applySong(0);
-  with_.state.isDirty.set(false);
+  song.channels = {newSongChannel(keyboardNoteRange(state_))};
+  state_.songs.set({std::move(song)});
+  state_.currentFilePath.set(std::nullopt);
+  state_.selectedSongIndex.set(std::nullopt);
+  songSwitch_.applySong(0);
+  state_.isDirty.set(false);
 }
 
 void SetlistFiles::openSetlist() {
-  if (!LiveModePolicy::isAllowed(LiveModeAction::openSetlist, with_.state)) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_)) {
     return;
   }
   // Chosen first, asked after.
-  const auto path = with_.desktop.runModal(NSOpenPanel{.allowedType = FileType::setlist});
+  const auto path = desktop_.runModal(NSOpenPanel{.allowedType = FileType::setlist});
   if (path && confirmSetlistChange()) {
     loadSetlist(*path);
   }
@@ -86,76 +86,76 @@ void SetlistFiles::openSetlist() {
 
 void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   const auto chosen = std::move(path);  // the list changes when the guard saves
-  if (LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, with_.state) && confirmSetlistChange()) {
+  if (LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_) && confirmSetlistChange()) {
     loadSetlist(chosen);
   }
 }
 
 void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
-  const auto bytes = with_.files.contents(path, mostSetlistBytes);
+  const auto bytes = files_.contents(path, mostSetlistBytes);
   auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
   if (!setlist) {
-    with_.console.print("Failed to load setlist: " + setlist.error().description);
-    if (!with_.copies.copiesOf(path).empty()) {
-      with_.console.print("Earlier versions of it are kept in " + with_.copies.directoryOf(path).string());
+    console_.print("Failed to load setlist: " + setlist.error().description);
+    if (!copies_.copiesOf(path).empty()) {
+      console_.print("Earlier versions of it are kept in " + copies_.directoryOf(path).string());
     }
     return;
   }
-  with_.state.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
-  with_.state.songs.set(std::move(setlist.value().songs));
-  with_.state.globalMidiControlAssignments.set(std::move(setlist.value().globalMidiControlAssignments));
-  with_.engine.pluginPool().prewarmPlugins(with_.state.songs.get());
-  with_.state.currentFilePath.set(path);
-  with_.state.addRecentFile(path);
-  with_.state.isDirty.set(false);
-  with_.songSwitch.applySong(0);
+  state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
+  state_.songs.set(std::move(setlist.value().songs));
+  state_.globalMidiControlAssignments.set(std::move(setlist.value().globalMidiControlAssignments));
+  engine_.pluginPool().prewarmPlugins(state_.songs.get());
+  state_.currentFilePath.set(path);
+  state_.addRecentFile(path);
+  state_.isDirty.set(false);
+  songSwitch_.applySong(0);
 }
 
 bool SetlistFiles::saveSetlist() {
-  const auto path = with_.state.currentFilePath.get();
+  const auto path = state_.currentFilePath.get();
   return path ? writeSetlist(*path) : saveSetlistAs(false);
 }
 
 bool SetlistFiles::saveSetlistAs(bool force) {
-  if (!LiveModePolicy::isAllowed(LiveModeAction::saveSetlistAs, with_.state) && !force) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::saveSetlistAs, state_) && !force) {
     return false;
   }
-  const auto& current = with_.state.currentFilePath.get();
-  const auto path = with_.desktop.runModal(NSSavePanel{
+  const auto& current = state_.currentFilePath.get();
+  const auto path = desktop_.runModal(NSSavePanel{
       .allowedType = FileType::setlist, .suggestedName = current ? current->filename().string() : untitledFileName});
   return path && writeSetlist(*path);
 }
 
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
-  with_.songSwitch.captureCurrentSong();
-  const auto bytes = encoded(with_.state);
+  songSwitch_.captureCurrentSong();
+  const auto bytes = encoded(state_);
   if (bytes) {
-    with_.copies.keep(path);
+    copies_.keep(path);
   }
-  if (const Outcome failure = bytes ? with_.files.write(path, bytes.value()) : bytes.error()) {
-    with_.console.print("Failed to save setlist: " + failure->description);
+  if (const Outcome failure = bytes ? files_.write(path, bytes.value()) : bytes.error()) {
+    console_.print("Failed to save setlist: " + failure->description);
     return false;
   }
-  with_.state.currentFilePath.set(path);
-  with_.state.addRecentFile(path);
-  with_.state.isDirty.set(false);
+  state_.currentFilePath.set(path);
+  state_.addRecentFile(path);
+  state_.isDirty.set(false);
   return true;
 }
 
 bool SetlistFiles::confirmSetlistChange() {
-  return mayGiveUp(setlistChangeAlert(with_.state.isDirty.get()));
+  return mayGiveUp(setlistChangeAlert(state_.isDirty.get()));
 }
 
 void SetlistFiles::confirmTermination() {
-  with_.desktop.replyToApplicationShouldTerminate(mayGiveUp(terminationAlert(with_.state.isDirty.get())));
+  desktop_.replyToApplicationShouldTerminate(mayGiveUp(terminationAlert(state_.isDirty.get())));
 }
 
 bool SetlistFiles::mayGiveUp(const NSAlert& alert) {
   constexpr std::size_t saveButton = 0;
   constexpr std::size_t doNotSaveButton = 1;
-  const auto answer = with_.desktop.runModal(alert);
+  const auto answer = desktop_.runModal(alert);
   if (answer == saveButton) {
-    const auto path = with_.state.currentFilePath.get();
+    const auto path = state_.currentFilePath.get();
     return path ? writeSetlist(*path) : saveSetlistAs(true);
   }
   return answer == doNotSaveButton;

@@ -34,7 +34,14 @@ class SetlistFiles {
   };
 
   /// All are borrowed.
-  explicit SetlistFiles(const Collaborators& collaborators) : with_(collaborators) {}
+  explicit SetlistFiles(const Collaborators& collaborators)
+      : state_(collaborators.state),
+        engine_(collaborators.engine),
+        songSwitch_(collaborators.songSwitch),
+        files_(collaborators.files),
+        desktop_(collaborators.desktop),
+        console_(collaborators.console),
+        copies_(collaborators.copies) {}
 
   /// A fresh setlist of one song on stage; with `confirm` it is asked for first. The assignments that hold across all
   /// songs go on into it. Nothing in Live mode.
@@ -68,7 +75,13 @@ class SetlistFiles {
  private:
   [[nodiscard]] bool mayGiveUp(const NSAlert& alert);
 
-  Collaborators with_;
+  AppState& state_;
+  AudioEngine& engine_;
+  SongSwitch& songSwitch_;
+  FileManager& files_;
+  Desktop& desktop_;
+  ConsoleOutput& console_;
+  SetlistCopies& copies_;
 };
 
 }  // namespace vrel

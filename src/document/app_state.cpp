@@ -62,7 +62,12 @@ std::optional<VisualBlendMode> visualBlendModeFromStoredText(const std::string& 
 }
 
 AppState::AppState(const Collaborators& collaborators, std::filesystem::path recentPath)
-    : recentFilesPath(std::move(recentPath)), with_(collaborators) {
+    : recentFilesPath(std::move(recentPath)),
+      defaults_(collaborators.defaults),
+      components_(collaborators.components),
+      mainQueue_(collaborators.mainQueue),
+      console_(collaborators.console),
+      files_(collaborators.files) {
   readDefaults();
   writeDefaultsThrough();
   loadRecentFiles();
@@ -70,29 +75,29 @@ AppState::AppState(const Collaborators& collaborators, std::filesystem::path rec
 }
 
 void AppState::readDefaults() {
-  const auto blendMode = with_.defaults.stringForKey(blendModeKey);
+  const auto blendMode = defaults_.stringForKey(blendModeKey);
   visualBlendMode.set(blendMode ? visualBlendModeFromStoredText(*blendMode).value_or(VisualBlendMode::plusLighter)
                                 : VisualBlendMode::plusLighter);
-  visualBackgroundVideoPath.set(with_.defaults.stringForKey(backgroundVideoKey));
-  audioIOBufferFrameSize.set(allowedFrameSize(with_.defaults.integerForKey(frameSizeKey)));
-  audioOutputDeviceUID.set(with_.defaults.stringForKey(outputDeviceKey));
+  visualBackgroundVideoPath.set(defaults_.stringForKey(backgroundVideoKey));
+  audioIOBufferFrameSize.set(allowedFrameSize(defaults_.integerForKey(frameSizeKey)));
+  audioOutputDeviceUID.set(defaults_.stringForKey(outputDeviceKey));
 }
 
 void AppState::writeDefaultsThrough() {
-  visualBlendMode.setEffect([this] { with_.defaults.setString(blendModeKey, storedText(visualBlendMode.get())); });
+  visualBlendMode.setEffect([this] { defaults_.setString(blendModeKey, storedText(visualBlendMode.get())); });
   visualBackgroundVideoPath.setEffect(
-      [this] { writeText(with_.defaults, backgroundVideoKey, visualBackgroundVideoPath.get()); });
-  audioIOBufferFrameSize.setEffect([this] { with_.defaults.setInteger(frameSizeKey, audioIOBufferFrameSize.get()); });
-  audioOutputDeviceUID.setEffect([this] { writeText(with_.defaults, outputDeviceKey, audioOutputDeviceUID.get()); });
+      [this] { writeText(defaults_, backgroundVideoKey, visualBackgroundVideoPath.get()); });
+  audioIOBufferFrameSize.setEffect([this] { defaults_.setInteger(frameSizeKey, audioIOBufferFrameSize.get()); });
+  audioOutputDeviceUID.setEffect([this] { writeText(defaults_, outputDeviceKey, audioOutputDeviceUID.get()); });
 }
 
 void AppState::scanPlugins() {
-  scannedPlugins.set(scanInstrumentComponents(with_.components));
+  scannedPlugins.set(scanInstrumentComponents(components_));
   scannedAudioEffectPlugins.set(scanAudioEffectPlugins());
 }
 
 std::vector<AVAudioUnitComponent> AppState::scanAudioEffectPlugins() {
-  return scanAudioEffectComponents(with_.components);
+  return scanAudioEffectComponents(components_);
 }
 
 void AppState::beginLoadingSession(int count, const std::string& message) {
@@ -105,7 +110,7 @@ void AppState::beginLoadingSession(int count, const std::string& message) {
   totalLoadsCount.set(count);
   remainingLoadsCount.set(count);
   showLoadingModal.set(true);
-  with_.mainQueue.asyncAfter(loadingTimeoutSeconds, [this, life = life_.watch(), token] {
+  mainQueue_.asyncAfter(loadingTimeoutSeconds, [this, life = life_.watch(), token] {
     if (life.isAlive()) {
       loadingSessionTimedOut(token);
     }
@@ -116,7 +121,7 @@ void AppState::loadingSessionTimedOut(const Uuid& token) {
   if (loadingSessionToken.get() != token || !showLoadingModal.get()) {
     return;
   }
-  with_.console.print("Audio unit loading timed out after 30 seconds");
+  console_.print("Audio unit loading timed out after 30 seconds");
   finishLoadingSession();
 }
 
@@ -174,18 +179,18 @@ void AppState::resetPerformanceValues() {
 }
 
 void AppState::loadRecentFiles() {
-  if (!with_.files.fileExists(recentFilesPath)) {
+  if (!files_.fileExists(recentFilesPath)) {
     return;
   }
-  const auto bytes = with_.files.contents(recentFilesPath, mostRecentFilesBytes);
+  const auto bytes = files_.contents(recentFilesPath, mostRecentFilesBytes);
   const auto entries = bytes ? decodeRecentFiles(bytes.value()) : bytes.error();
   std::vector<std::filesystem::path> existing;
   if (!entries) {
-    with_.console.print("Failed to load recent files: " + entries.error().description);
+    console_.print("Failed to load recent files: " + entries.error().description);
   } else {
     for (const auto& path : entries.value()) {
       const bool isListed = std::find(existing.begin(), existing.end(), path) != existing.end();
-      if (!isListed && existing.size() < mostRecentFiles && with_.files.fileExists(path)) {
+      if (!isListed && existing.size() < mostRecentFiles && files_.fileExists(path)) {
         existing.push_back(path);
       }
     }
@@ -195,8 +200,8 @@ void AppState::loadRecentFiles() {
 
 void AppState::saveRecentFiles() {
   const auto bytes = encodeRecentFiles(recentFiles.get());
-  if (const Outcome failure = bytes ? with_.files.write(recentFilesPath, bytes.value()) : bytes.error()) {
-    with_.console.print("Failed to save recent files: " + failure->description);
+  if (const Outcome failure = bytes ? files_.write(recentFilesPath, bytes.value()) : bytes.error()) {
+    console_.print("Failed to save recent files: " + failure->description);
   }
 }
 

@@ -149,7 +149,11 @@ class AppState {
   void writeDefaultsThrough();
   void loadingSessionTimedOut(const Uuid& token);
 
-  Collaborators with_;
+  NSUserDefaults& defaults_;
+  AVAudioUnitComponentManager& components_;
+  MainQueue& mainQueue_;
+  ConsoleOutput& console_;
+  FileManager& files_;
   LifeToken life_;
 };
 

@@ -50,37 +50,37 @@ std::vector<AudioPluginSlot> moved(const std::vector<AudioPluginSlot>& slots, co
 
 void EffectRacks::instantiateEffectNode(const AVAudioUnitComponent& component,
                                         const std::function<void(UnitNode)>& completion) {
-  const auto outOfProcess = [component, completion, &console = with_.console](UnitNode node,
-                                                                              const std::optional<Error>& error) {
+  const auto outOfProcess = [component, completion, &console = console_](UnitNode node,
+                                                                         const std::optional<Error>& error) {
     if (error) {
       console.print(failureLine("out-of-process", component, *error));
     }
     completion(std::move(node));
   };
-  with_.units.instantiate(component.audioComponentDescription, AudioComponentInstantiationOptions::inProcess,
-                          [component, completion, outOfProcess, &console = with_.console, &units = with_.units](
-                              UnitNode node, const std::optional<Error>& error) {
-                            if (node != nullptr) {
-                              completion(std::move(node));
-                              return;
-                            }
-                            if (error) {
-                              console.print(failureLine("in-process", component, *error));
-                            }
-                            units.instantiate(component.audioComponentDescription,
-                                              AudioComponentInstantiationOptions::outOfProcess, outOfProcess);
-                          });
+  units_.instantiate(component.audioComponentDescription, AudioComponentInstantiationOptions::inProcess,
+                     [component, completion, outOfProcess, &console = console_, &units = units_](
+                         UnitNode node, const std::optional<Error>& error) {
+                       if (node != nullptr) {
+                         completion(std::move(node));
+                         return;
+                       }
+                       if (error) {
+                         console.print(failureLine("in-process", component, *error));
+                       }
+                       units.instantiate(component.audioComponentDescription,
+                                         AudioComponentInstantiationOptions::outOfProcess, outOfProcess);
+                     });
 }
 
 void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, const AVAudioUnitComponent& component,
                                     const UnitNode& node, const std::function<void(bool)>& completion) {
-  with_.mutator.performGraphMutation("replaceEffectSlot", [&] {
+  mutator_.performGraphMutation("replaceEffectSlot", [&] {
     auto nodes = channel.effectNodes.get();
     if (const auto entry = nodes.find(slotId); entry != nodes.end()) {
-      with_.chains.removeNode(entry->second);
+      chains_.removeNode(entry->second);
     }
     configureHostCallbacks(*node);
-    with_.engine.attach(node);
+    engine_.attach(node);
     nodes[slotId] = node;
     channel.effectNodes.set(std::move(nodes));
 
@@ -95,9 +95,9 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
     slot->manufacturerName = component.manufacturerName;
     slot->stateBase64 = std::nullopt;
     channel.effectSlots.set(std::move(slots));
-    with_.chains.rebuildChannelEffectChain(channel);
+    chains_.rebuildChannelEffectChain(channel);
   });
-  with_.levels.applyMixerLevels();
+  levels_.applyMixerLevels();
   if (completion) {
     completion(true);
   }
@@ -106,10 +106,10 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
 void EffectRacks::loadEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
                              const AVAudioUnitComponent& component, std::function<void(bool)> completion) {
   instantiateEffectNode(component, [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), slotId, component,
-                                    completion = std::move(completion), &mainQueue = with_.mainQueue](UnitNode node) {
+                                    completion = std::move(completion), &mainQueue = mainQueue_](UnitNode node) {
     mainQueue.async([this, life, weakChannel, slotId, component, completion, node = std::move(node)] {
       const auto target = weakChannel.lock();
-      if (life.isAlive() && target != nullptr && node != nullptr && with_.chains.isOnStage(*target)) {
+      if (life.isAlive() && target != nullptr && node != nullptr && chains_.isOnStage(*target)) {
         replaceEffectSlot(*target, slotId, component, node, completion);
       } else if (completion) {
         completion(false);
@@ -119,21 +119,21 @@ void EffectRacks::loadEffect(const std::shared_ptr<AudioChannel>& channel, const
 }
 
 void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
-  with_.mutator.performGraphMutation("removeEffectSlot", [&] {
+  mutator_.performGraphMutation("removeEffectSlot", [&] {
     auto nodes = channel.effectNodes.get();
     if (const auto entry = nodes.find(slotId); entry != nodes.end()) {
-      with_.chains.removeNode(entry->second);
+      chains_.removeNode(entry->second);
       nodes.erase(entry);
       channel.effectNodes.set(std::move(nodes));
     }
     auto slots = channel.effectSlots.get();
     std::erase_if(slots, [&](const auto& each) { return each.id == slotId; });
     channel.effectSlots.set(std::move(slots));
-    with_.chains.rebuildChannelEffectChain(channel);
+    chains_.rebuildChannelEffectChain(channel);
   });
-  with_.levels.applyMixerLevels();
-  if (with_.chains.isMaster(channel)) {
-    with_.chains.rebuildMasterEffectChain(true);
+  levels_.applyMixerLevels();
+  if (chains_.isMaster(channel)) {
+    chains_.rebuildMasterEffectChain(true);
   }
 }
 
@@ -143,32 +143,32 @@ bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AV
   if (entry == nodes.end()) {
     return false;
   }
-  with_.mutator.performGraphMutation("loseEffectNode", [&] {
-    with_.chains.removeNode(entry->second);
+  mutator_.performGraphMutation("loseEffectNode", [&] {
+    chains_.removeNode(entry->second);
     nodes.erase(entry);
     channel.effectNodes.set(std::move(nodes));
-    with_.chains.rebuildChannelEffectChain(channel);
+    chains_.rebuildChannelEffectChain(channel);
   });
-  with_.levels.applyMixerLevels();
+  levels_.applyMixerLevels();
   return true;
 }
 
 void EffectRacks::moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets,
                                  std::size_t toOffset) {
   channel.effectSlots.set(moved(channel.effectSlots.get(), fromOffsets, toOffset));
-  with_.chains.rebuildChannelEffectChain(channel);
+  chains_.rebuildChannelEffectChain(channel);
 }
 
 void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
                                      const std::shared_ptr<AudioChannel>& channel,
                                      const PluginComponentResolver& resolver, std::function<void()> completion) {
   if (!channel->effectNodes.get().empty()) {
-    with_.mutator.performGraphMutation("detachEffectNodes", [&] { with_.chains.detachEffectNodes(*channel); });
+    mutator_.performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(*channel); });
   }
   channel->effectSlots.set(slots);
   const auto isFilled = [](const AudioPluginSlot& slot) { return !slot.pluginPath.empty(); };
   if (std::none_of(slots.begin(), slots.end(), isFilled)) {
-    with_.chains.rebuildChannelEffectChain(*channel);
+    chains_.rebuildChannelEffectChain(*channel);
     if (completion) {
       completion();
     }
@@ -188,26 +188,25 @@ void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
 
 void EffectRacks::restoreWhenMade(const AudioPluginSlot& slot, const AVAudioUnitComponent& component,
                                   const std::shared_ptr<LoadGroup>& group) {
-  instantiateEffectNode(
-      component, [this, life = life_.watch(), slot, group, &mainQueue = with_.mainQueue](UnitNode node) {
-        mainQueue.async([this, life, slot, group, node = std::move(node)] {
-          if (!life.isAlive()) {
-            return;
-          }
-          const auto channel = group->channel.lock();
-          if (channel && node != nullptr && with_.chains.isOnStage(*channel) && isStillWanted(*channel, slot)) {
-            with_.mutator.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
-          }
-          leave(group);
-        });
-      });
+  instantiateEffectNode(component, [this, life = life_.watch(), slot, group, &mainQueue = mainQueue_](UnitNode node) {
+    mainQueue.async([this, life, slot, group, node = std::move(node)] {
+      if (!life.isAlive()) {
+        return;
+      }
+      const auto channel = group->channel.lock();
+      if (channel && node != nullptr && chains_.isOnStage(*channel) && isStillWanted(*channel, slot)) {
+        mutator_.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
+      }
+      leave(group);
+    });
+  });
 }
 
 void EffectRacks::leave(const std::shared_ptr<LoadGroup>& group) {
   if (--group->pending > 0) {
     return;
   }
-  with_.mainQueue.async([this, life = life_.watch(), group] {
+  mainQueue_.async([this, life = life_.watch(), group] {
     const auto channel = group->channel.lock();
     if (life.isAlive() && channel) {
       restoreEnded(*channel, group->completion);
@@ -216,13 +215,13 @@ void EffectRacks::leave(const std::shared_ptr<LoadGroup>& group) {
 }
 
 void EffectRacks::configureHostCallbacks(AVAudioUnit& unit) {
-  with_.musicalContext.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), with_.console);
+  musicalContext_.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), console_);
 }
 
 void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node) {
   configureHostCallbacks(*node);
-  with_.engine.attach(node);
-  if (const auto state = with_.pluginState.decodePluginState(slot.stateBase64)) {
+  engine_.attach(node);
+  if (const auto state = pluginState_.decodePluginState(slot.stateBase64)) {
     node->auAudioUnit().setFullStateForDocument(*state);
   }
   configureHostCallbacks(*node);  // a plug-in can lose them in taking a state
@@ -233,8 +232,8 @@ void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot
 }
 
 void EffectRacks::restoreEnded(AudioChannel& channel, const std::function<void()>& completion) {
-  with_.chains.rebuildChannelEffectChain(channel);
-  with_.levels.applyMixerLevels();
+  chains_.rebuildChannelEffectChain(channel);
+  levels_.applyMixerLevels();
   if (completion) {
     completion();
   }

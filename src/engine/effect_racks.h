@@ -51,7 +51,16 @@ class EffectRacks {
     ConsoleOutput& console;
   };
 
-  explicit EffectRacks(const Collaborators& collaborators) : with_(collaborators) {}
+  explicit EffectRacks(const Collaborators& collaborators)
+      : engine_(collaborators.engine),
+        units_(collaborators.units),
+        mutator_(collaborators.mutator),
+        chains_(collaborators.chains),
+        levels_(collaborators.levels),
+        pluginState_(collaborators.pluginState),
+        musicalContext_(collaborators.musicalContext),
+        mainQueue_(collaborators.mainQueue),
+        console_(collaborators.console) {}
 
   /// Makes an effect in process or, when that fails, out of process. `completion` gets the node or
   /// none, once, on any thread.
@@ -100,7 +109,15 @@ class EffectRacks {
   void restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot, const UnitNode& node);
   void restoreEnded(AudioChannel& channel, const std::function<void()>& completion);
 
-  Collaborators with_;
+  AVAudioEngine& engine_;
+  AudioUnitFactory& units_;
+  GraphMutator& mutator_;
+  ChannelChains& chains_;
+  MixLevels& levels_;
+  PluginState& pluginState_;
+  HostMusicalContext& musicalContext_;
+  MainQueue& mainQueue_;
+  ConsoleOutput& console_;
   LifeToken life_;
 };
 

@@ -57,20 +57,20 @@ void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& chann
     if (!life.isAlive()) {
       return;
     }
-    if (const auto target = weakChannel.lock(); target != nullptr && with_.chains.isOnStage(*target)) {
+    if (const auto target = weakChannel.lock(); target != nullptr && chains_.isOnStage(*target)) {
       finishLoad(*target, component, node, stateBase64, completion);
     } else if (completion) {
       completion(false);
     }
   };
-  if (auto node = with_.pool.take(key)) {
-    with_.mainQueue.async([finish = std::move(finish), node = std::move(node)] { finish(node); });
-    with_.pool.prewarmPlugin(key, nullptr);
+  if (auto node = pool_.take(key)) {
+    mainQueue_.async([finish = std::move(finish), node = std::move(node)] { finish(node); });
+    pool_.prewarmPlugin(key, nullptr);
     return;
   }
-  with_.pool.instantiateInstrumentNode(
-      component.audioComponentDescription, [finish = std::move(finish), &mainQueue = with_.mainQueue,
-                                            &console = with_.console](UnitNode node, std::optional<Error> error) {
+  pool_.instantiateInstrumentNode(
+      component.audioComponentDescription, [finish = std::move(finish), &mainQueue = mainQueue_, &console = console_](
+                                               UnitNode node, std::optional<Error> error) {
         mainQueue.async([finish, &console, node = std::move(node), error = std::move(error)] {
           if (error) {
             console.print("Failed to load plugin: " + error->description);
@@ -97,12 +97,12 @@ void InstrumentLoader::giveUpInstrumentNode(AudioChannel& channel) {
   if (node == nullptr) {
     return;
   }
-  with_.engine.disconnectNodeOutput(node);
-  with_.engine.detach(node);
+  engine_.disconnectNodeOutput(node);
+  engine_.detach(node);
   const auto& path = channel.pluginPath.get();
   auto unit = std::dynamic_pointer_cast<AVAudioUnit>(node);
   if (unit != nullptr && !path.empty() && !isInternalPath(path)) {
-    with_.pool.returnNodeToPool(std::move(unit), path);
+    pool_.returnNodeToPool(std::move(unit), path);
   }
 }
 
@@ -113,26 +113,26 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
   if (auto* unit = dynamic_cast<AVAudioUnit*>(node.get())) {
     prepareUnit(*unit, stateBase64);
   }
-  with_.engine.attach(node);
+  engine_.attach(node);
   channel.instrumentNode.set(node);
   clearPlaybackFile(channel);
   clearPlaybackRun(channel);
   channel.pluginPath.set(key);
   channel.pluginName.set(name);
   channel.status.set(ChannelStatus::running);
-  with_.chains.rebuildChannelEffectChain(channel);
+  chains_.rebuildChannelEffectChain(channel);
   if (stateBase64) {
-    with_.musicalContext.stateWasRestored();
+    musicalContext_.stateWasRestored();
   }
-  with_.levels.applyMixerLevels();
+  levels_.applyMixerLevels();
 }
 
 void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64) {
   const auto configure = [&] {
-    with_.musicalContext.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), with_.console);
+    musicalContext_.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), console_);
   };
   configure();
-  if (const auto state = with_.pluginState.decodePluginState(stateBase64)) {
+  if (const auto state = pluginState_.decodePluginState(stateBase64)) {
     unit.auAudioUnit().setFullStateForDocument(*state);
     configure();  // a plug-in can lose them in taking a state
     unit.reset();
@@ -140,13 +140,13 @@ void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<std::s
 }
 
 void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
-  with_.visuals.unloadChannel(channel);
-  with_.levelCapture.removeMeterTap(channel);
-  with_.mutator.performGraphMutation("unloadInstrument", [this, &channel] {
+  visuals_.unloadChannel(channel);
+  levelCapture_.removeMeterTap(channel);
+  mutator_.performGraphMutation("unloadInstrument", [this, &channel] {
     if (auto* player = dynamic_cast<AVAudioPlayerNode*>(channel.instrumentNode.get().get())) {
       player->stop();
     }
-    with_.chains.disconnectChannelChain(channel);
+    chains_.disconnectChannelChain(channel);
     giveUpInstrumentNode(channel);
   });
   channel.instrumentNode.set(nullptr);
@@ -161,10 +161,10 @@ void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
 
 void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::vector<VisualClipMapping>& mappings,
                                             const Completion& completion) {
-  with_.levelCapture.removeMeterTap(channel);
-  with_.mutator.performGraphMutation("loadVisualInstrument", [this, &channel] {
+  levelCapture_.removeMeterTap(channel);
+  mutator_.performGraphMutation("loadVisualInstrument", [this, &channel] {
     giveUpInstrumentNode(channel);
-    with_.chains.disconnectChannelChain(channel);
+    chains_.disconnectChannelChain(channel);
   });
   channel.instrumentNode.set(nullptr);
   clearPlaybackFile(channel);
@@ -174,21 +174,21 @@ void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::ve
   channel.pluginName.set("Vrel Visual");
   channel.status.set(ChannelStatus::running);
   channel.visualClipMappings.set(mappings);
-  with_.visuals.loadChannel(channel, nullptr);
-  with_.levels.applyMixerLevels();
+  visuals_.loadChannel(channel, nullptr);
+  levels_.applyMixerLevels();
   if (completion) {
     completion(true);
   }
 }
 
 void InstrumentLoader::simulatePluginCrash(AudioChannel& channel) {
-  with_.levelCapture.removeMeterTap(channel);
+  levelCapture_.removeMeterTap(channel);
   if (channel.meterNode.get() != nullptr) {
-    with_.mutator.performGraphMutation("detachMeterNode", [this, &channel] { with_.chains.detachMeterNode(channel); });
+    mutator_.performGraphMutation("detachMeterNode", [this, &channel] { chains_.detachMeterNode(channel); });
   }
   if (const auto node = channel.instrumentNode.get()) {
-    with_.engine.disconnectNodeOutput(node);
-    with_.engine.detach(node);
+    engine_.disconnectNodeOutput(node);
+    engine_.detach(node);
   }
   channel.instrumentNode.set(nullptr);
   channel.status.set(ChannelStatus::crashed);
@@ -198,7 +198,7 @@ void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channe
   const auto& path = channel->pluginPath.get();
   if (path.empty()) {
     unloadInstrument(*channel);
-    with_.levels.applyMixerLevels();
+    levels_.applyMixerLevels();
     return;
   }
   if (path == pathPlayback) {
@@ -207,7 +207,7 @@ void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channe
     }
     return;
   }
-  const auto& resolver = with_.pool.resolver();
+  const auto& resolver = pool_.resolver();
   const auto component = resolver && !isInternalPath(path) ? resolver(path) : std::nullopt;
   if (component) {
     loadInstrument(channel, *component, std::nullopt, nullptr);

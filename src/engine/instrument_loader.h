@@ -52,7 +52,18 @@ class InstrumentLoader {
     ConsoleOutput& console;
   };
 
-  explicit InstrumentLoader(const Collaborators& collaborators) : with_(collaborators) {}
+  explicit InstrumentLoader(const Collaborators& collaborators)
+      : engine_(collaborators.engine),
+        mutator_(collaborators.mutator),
+        chains_(collaborators.chains),
+        levels_(collaborators.levels),
+        levelCapture_(collaborators.levelCapture),
+        pool_(collaborators.pool),
+        pluginState_(collaborators.pluginState),
+        musicalContext_(collaborators.musicalContext),
+        visuals_(collaborators.visuals),
+        mainQueue_(collaborators.mainQueue),
+        console_(collaborators.console) {}
 
   /// Loads `component` into the channel, with the saved state if there is one. `completion` is called
   /// once, on the main queue, unless the engine has gone by then; false also when the channel is no longer on stage.
@@ -90,7 +101,17 @@ class InstrumentLoader {
                   const std::optional<std::string>& stateBase64, const Completion& completion);
   void prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64);
 
-  Collaborators with_;
+  AVAudioEngine& engine_;
+  GraphMutator& mutator_;
+  ChannelChains& chains_;
+  MixLevels& levels_;
+  LevelCapture& levelCapture_;
+  PluginPool& pool_;
+  PluginState& pluginState_;
+  HostMusicalContext& musicalContext_;
+  VrelVisualEngine& visuals_;
+  MainQueue& mainQueue_;
+  ConsoleOutput& console_;
   std::function<void(AudioChannel&)> revivePlayback_;
   LifeToken life_;
 };

@@ -51,30 +51,30 @@ void storePrepared(AudioChannel& channel, const PreparedPlayback& prepared) {
 
 void PlaybackLoader::loadPlaybackInstrument(AudioChannel& channel, const ChannelConfig& record) {
   const auto prepared =
-      with_.files != nullptr
-          ? preparePlayback(*with_.files, record.playbackFilePath, record.playbackStartTime, record.playbackEndTime,
-                            with_.console)
+      files_ != nullptr
+          ? preparePlayback(*files_, record.playbackFilePath, record.playbackStartTime, record.playbackEndTime,
+                            console_)
           : Result<PreparedPlayback>(Error{"audio files cannot be played here: " + record.playbackFilePath});
   if (!prepared) {
-    with_.console.print("Failed to load playback file: " + prepared.error().description);
+    console_.print("Failed to load playback file: " + prepared.error().description);
     channel.status.set(ChannelStatus::loadFailed);
     return;
   }
-  with_.mutator.performGraphMutation("loadPlaybackInstrument", [&] { install(channel, record, prepared.value()); });
-  with_.levels.applyMixerLevels();
+  mutator_.performGraphMutation("loadPlaybackInstrument", [&] { install(channel, record, prepared.value()); });
+  levels_.applyMixerLevels();
 }
 
 void PlaybackLoader::install(AudioChannel& channel, const ChannelConfig& record, const PreparedPlayback& prepared) {
-  with_.instruments.giveUpInstrumentNode(channel);
-  const auto player = with_.nodes.makePlayerNode();
-  with_.engine.attach(player);
+  instruments_.giveUpInstrumentNode(channel);
+  const auto player = nodes_.makePlayerNode();
+  engine_.attach(player);
   channel.instrumentNode.set(player);
   storeConfiguration(channel, record);
   storePrepared(channel, prepared);
   channel.pluginPath.set(std::string(pathPlayback));
   channel.pluginName.set("Vrel Player - " + std::filesystem::path(record.playbackFilePath).filename().string());
   channel.status.set(ChannelStatus::running);
-  with_.chains.rebuildChannelEffectChain(channel);
+  chains_.rebuildChannelEffectChain(channel);
   const auto& buffer = prepared.buffer;
   player->prepareWithFrameCount(
       std::min(buffer != nullptr ? buffer->frameLength : prepared.range.frameCount, mostPreparedFrames));

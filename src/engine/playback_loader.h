@@ -31,7 +31,15 @@ class PlaybackLoader {
     ConsoleOutput& console;
   };
 
-  explicit PlaybackLoader(const Collaborators& collaborators) : with_(collaborators) {}
+  explicit PlaybackLoader(const Collaborators& collaborators)
+      : files_(collaborators.files),
+        nodes_(collaborators.nodes),
+        engine_(collaborators.engine),
+        mutator_(collaborators.mutator),
+        chains_(collaborators.chains),
+        levels_(collaborators.levels),
+        instruments_(collaborators.instruments),
+        console_(collaborators.console) {}
 
   /// Loads what the record says: file, range, loop and stop mode.
   void loadPlaybackInstrument(AudioChannel& channel, const ChannelConfig& record);
@@ -42,7 +50,14 @@ class PlaybackLoader {
  private:
   void install(AudioChannel& channel, const ChannelConfig& record, const PreparedPlayback& prepared);
 
-  Collaborators with_;
+  AudioFileFactory* files_;  // null where the program reads no audio files
+  AudioNodeFactory& nodes_;
+  AVAudioEngine& engine_;
+  GraphMutator& mutator_;
+  ChannelChains& chains_;
+  MixLevels& levels_;
+  InstrumentLoader& instruments_;
+  ConsoleOutput& console_;
 };
 
 }  // namespace vrel

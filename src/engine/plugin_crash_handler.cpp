@@ -14,8 +14,8 @@ void PluginCrashHandler::pluginDied(const std::shared_ptr<AVAudioNode>& node) {
   if (takeFromStrips(node)) {
     return;
   }
-  with_.pool.forgetNode(node);
-  with_.mainQueue.async([this, life = life_.watch(), weakNode = std::weak_ptr(node)] {
+  pool_.forgetNode(node);
+  mainQueue_.async([this, life = life_.watch(), weakNode = std::weak_ptr(node)] {
     const auto late = weakNode.lock();
     if (life.isAlive() && late != nullptr) {
       (void)takeFromStrips(late);
@@ -24,16 +24,16 @@ void PluginCrashHandler::pluginDied(const std::shared_ptr<AVAudioNode>& node) {
 }
 
 bool PluginCrashHandler::takeFromStrips(const std::shared_ptr<AVAudioNode>& node) {
-  for (const auto& channel : with_.strips.channels) {
+  for (const auto& channel : strips_.channels) {
     if (channel->instrumentNode.get() == node) {
-      with_.instruments.simulatePluginCrash(*channel);
+      instruments_.simulatePluginCrash(*channel);
       return true;
     }
-    if (with_.effects.loseEffectNode(*channel, node)) {
+    if (effects_.loseEffectNode(*channel, node)) {
       return true;
     }
   }
-  return with_.effects.loseEffectNode(*with_.strips.masterChannel, node);
+  return effects_.loseEffectNode(*strips_.masterChannel, node);
 }
 
 }  // namespace vrel

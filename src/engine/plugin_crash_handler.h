@@ -29,7 +29,12 @@ class PluginCrashHandler {
     MainQueue& mainQueue;
   };
 
-  explicit PluginCrashHandler(const Collaborators& collaborators) : with_(collaborators) {}
+  explicit PluginCrashHandler(const Collaborators& collaborators)
+      : strips_(collaborators.strips),
+        instruments_(collaborators.instruments),
+        effects_(collaborators.effects),
+        pool_(collaborators.pool),
+        mainQueue_(collaborators.mainQueue) {}
 
   /// To be called once for a node that has died.
   void pluginDied(const std::shared_ptr<AVAudioNode>& node);
@@ -37,7 +42,11 @@ class PluginCrashHandler {
  private:
   [[nodiscard]] bool takeFromStrips(const std::shared_ptr<AVAudioNode>& node);
 
-  Collaborators with_;
+  Strips& strips_;
+  InstrumentLoader& instruments_;
+  EffectRacks& effects_;
+  PluginPool& pool_;
+  MainQueue& mainQueue_;
   LifeToken life_;
 };
 

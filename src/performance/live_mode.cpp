@@ -33,14 +33,14 @@ std::optional<std::size_t> decimalNumber(const std::string& text) {
 }  // namespace
 
 void LiveMode::setLiveMode(bool enabled) {
-  with_.state.isLiveModeEnabled.set(enabled);
+  state_.isLiveModeEnabled.set(enabled);
   if (!enabled) {
     return;
   }
   if (clearFocus) {
     clearFocus();
   }
-  with_.desktop.makeNothingFirstResponder();
+  desktop_.makeNothingFirstResponder();
 }
 
 std::optional<LiveMode::Command> LiveMode::commandFor(const KeyEvent& event) {
@@ -68,13 +68,13 @@ std::optional<LiveMode::Command> LiveMode::commandFor(const KeyEvent& event) {
 }
 
 bool LiveMode::handleLiveKeyDown(const KeyEvent& event) {
-  const auto command = with_.state.isLiveModeEnabled.get() ? commandFor(event) : std::nullopt;
+  const auto command = state_.isLiveModeEnabled.get() ? commandFor(event) : std::nullopt;
   if (!command) {
     return false;
   }
   switch (command->kind) {
     case Command::Kind::panic:
-      performPanic(with_.state, with_.engine);
+      performPanic(state_, engine_);
       break;
     case Command::Kind::exclusiveSolo:
       applyExclusiveSolo(command->position);
@@ -84,10 +84,10 @@ bool LiveMode::handleLiveKeyDown(const KeyEvent& event) {
       stepSong(command->kind == Command::Kind::nextSong);
       break;
     case Command::Kind::masterMute:
-      toggleMute(*with_.engine.masterChannel());
+      toggleMute(*engine_.masterChannel());
       break;
     case Command::Kind::channelMute:
-      if (const auto& channels = with_.engine.channels(); command->position < channels.size()) {
+      if (const auto& channels = engine_.channels(); command->position < channels.size()) {
         toggleMute(*channels[command->position]);
       }
       break;
@@ -96,23 +96,23 @@ bool LiveMode::handleLiveKeyDown(const KeyEvent& event) {
 }
 
 void LiveMode::stepSong(bool isForward) {
-  const auto selected = with_.state.selectedSongIndex.get();
-  if (with_.state.songSwitchInProgress.get() || !selected) {
+  const auto selected = state_.selectedSongIndex.get();
+  if (state_.songSwitchInProgress.get() || !selected) {
     return;
   }
-  const auto last = static_cast<std::ptrdiff_t>(with_.state.songs.get().size()) - 1;
+  const auto last = static_cast<std::ptrdiff_t>(state_.songs.get().size()) - 1;
   const auto index = static_cast<std::ptrdiff_t>(*selected);
-  with_.songSwitch.applySong(isForward ? std::min(index + 1, last) : std::max(index - 1, std::ptrdiff_t{0}));
+  songSwitch_.applySong(isForward ? std::min(index + 1, last) : std::max(index - 1, std::ptrdiff_t{0}));
 }
 
 void LiveMode::toggleMute(AudioChannel& channel) {
   channel.mute.set(!channel.mute.get());
-  with_.engine.applyMixerLevels();
-  with_.state.isDirty.set(true);
+  engine_.applyMixerLevels();
+  state_.isDirty.set(true);
 }
 
 void LiveMode::applyExclusiveSolo(std::size_t position) {
-  const auto& channels = with_.engine.channels();
+  const auto& channels = engine_.channels();
   if (position >= channels.size()) {
     return;
   }
@@ -121,9 +121,9 @@ void LiveMode::applyExclusiveSolo(std::size_t position) {
   const bool isClearing = soloed == 1 && channels[position]->solo.get();
   for (std::size_t index = 0; index < channels.size(); ++index) {
     channels[index]->solo.set(!isClearing && index == position);
-    with_.engine.applyMixerLevels();
+    engine_.applyMixerLevels();
   }
-  with_.state.isDirty.set(true);
+  state_.isDirty.set(true);
 }
 
 }  // namespace vrel

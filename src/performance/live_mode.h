@@ -35,7 +35,11 @@ class LiveMode {
   };
 
   /// All are borrowed.
-  explicit LiveMode(const Collaborators& collaborators) : with_(collaborators) {}
+  explicit LiveMode(const Collaborators& collaborators)
+      : state_(collaborators.state),
+        engine_(collaborators.engine),
+        songSwitch_(collaborators.songSwitch),
+        desktop_(collaborators.desktop) {}
 
   /// The interface forgets which of its fields has the caret. Called when the mode is switched on.
   std::function<void()> clearFocus;
@@ -63,7 +67,10 @@ class LiveMode {
   void stepSong(bool isForward);
   void toggleMute(AudioChannel& channel);
 
-  Collaborators with_;
+  AppState& state_;
+  AudioEngine& engine_;
+  SongSwitch& songSwitch_;
+  Desktop& desktop_;
 };
 
 }  // namespace vrel

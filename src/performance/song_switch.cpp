@@ -37,72 +37,79 @@ int loadsOf(const SongConfig& song) {
 
 }  // namespace
 
-SongSwitch::SongSwitch(const Collaborators& collaborators) : with_(collaborators) {
-  with_.engine.pluginPool().setResolver(
-      [&state = with_.state](const std::string& key) { return resolvePluginPath(key, state.scannedPlugins.get()); });
+SongSwitch::SongSwitch(const Collaborators& collaborators)
+    : state_(collaborators.state),
+      engine_(collaborators.engine),
+      mainQueue_(collaborators.mainQueue),
+      clock_(collaborators.clock),
+      console_(collaborators.console),
+      selection_(collaborators.selection),
+      builder_(collaborators.builder) {
+  engine_.pluginPool().setResolver(
+      [&state = state_](const std::string& key) { return resolvePluginPath(key, state.scannedPlugins.get()); });
 }
 
 void SongSwitch::captureCurrentSong() {
-  const auto selected = with_.state.selectedSongIndex.get();
-  if (!selected || *selected >= with_.state.songs.get().size()) {
+  const auto selected = state_.selectedSongIndex.get();
+  if (!selected || *selected >= state_.songs.get().size()) {
     return;
   }
-  with_.state.songs.modify([this, &selected](std::vector<SongConfig>& songs) {
+  state_.songs.modify([this, &selected](std::vector<SongConfig>& songs) {
     auto& song = songs[*selected];
-    song.songNotes = with_.state.songNotes.get();
-    song.tempoBpm = with_.state.tempoBpm.get();
-    song.keyboardStartNote = with_.state.keyboardStartNote.get();
-    song.keyboardKeyCount = with_.state.keyboardKeyCount.get();
-    song.masterChannelColor = with_.engine.masterChannel()->color.get();
-    song.masterEffectSlots = with_.engine.pluginState().captureEffectSlots(*with_.engine.masterChannel());
+    song.songNotes = state_.songNotes.get();
+    song.tempoBpm = state_.tempoBpm.get();
+    song.keyboardStartNote = state_.keyboardStartNote.get();
+    song.keyboardKeyCount = state_.keyboardKeyCount.get();
+    song.masterChannelColor = engine_.masterChannel()->color.get();
+    song.masterEffectSlots = engine_.pluginState().captureEffectSlots(*engine_.masterChannel());
     song.channels.clear();
-    for (const auto& channel : with_.engine.channels()) {
-      song.channels.push_back(makeChannelConfig(*channel, with_.engine.pluginState()));
+    for (const auto& channel : engine_.channels()) {
+      song.channels.push_back(makeChannelConfig(*channel, engine_.pluginState()));
     }
   });
 }
 
 void SongSwitch::applySong(std::ptrdiff_t index) {
-  if (index < 0 || static_cast<std::size_t>(index) >= with_.state.songs.get().size()) {
+  if (index < 0 || static_cast<std::size_t>(index) >= state_.songs.get().size()) {
     return;
   }
   captureCurrentSong();
   if (cancelMidiLearn) {
     cancelMidiLearn();
   }
-  const auto song = with_.state.songs.get()[static_cast<std::size_t>(index)];
+  const auto song = state_.songs.get()[static_cast<std::size_t>(index)];
   // Counted before the first load starts: one that ends at once must not end the switch.
   const auto token = Uuid::fresh();
   beginSongSwitch(token, loadsOf(song));
-  with_.state.selectedSongIndex.set(static_cast<std::size_t>(index));
+  state_.selectedSongIndex.set(static_cast<std::size_t>(index));
   takeOver(song);
   stripsWillGo.emit();
-  with_.engine.pluginPool().prewarmPlugins(with_.state.songs.get());
-  with_.engine.removeAllChannels();
+  engine_.pluginPool().prewarmPlugins(state_.songs.get());
+  engine_.removeAllChannels();
   for (const auto& record : song.channels) {
     buildChannel(record, token);
   }
   restoreMasterEffects(song.masterEffectSlots, token);
   finishSongSwitchIfReady(token);
-  const auto& channels = with_.engine.channels();
-  with_.selection.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
-  with_.selection.channelsViewVersion.set(with_.selection.channelsViewVersion.get() + 1);
-  with_.state.isDirty.set(false);
+  const auto& channels = engine_.channels();
+  selection_.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
+  selection_.channelsViewVersion.set(selection_.channelsViewVersion.get() + 1);
+  state_.isDirty.set(false);
 }
 
 /// The session and the beat clock go over to the new song while the old one's channels still stand.
 void SongSwitch::takeOver(const SongConfig& song) {
-  with_.state.songNotes.set(song.songNotes);
-  with_.state.tempoBpm.set(song.tempoBpm);
-  with_.engine.musicalContext().songSwitchBegan(song.tempoBpm);
+  state_.songNotes.set(song.songNotes);
+  state_.tempoBpm.set(song.tempoBpm);
+  engine_.musicalContext().songSwitchBegan(song.tempoBpm);
   sendToInstruments(midiStop);
-  with_.state.keyboardStartNote.set(song.keyboardStartNote);
-  with_.state.keyboardKeyCount.set(song.keyboardKeyCount);
-  with_.engine.masterChannel()->color.set(song.masterChannelColor);
+  state_.keyboardStartNote.set(song.keyboardStartNote);
+  state_.keyboardKeyCount.set(song.keyboardKeyCount);
+  engine_.masterChannel()->color.set(song.masterChannelColor);
 }
 
 void SongSwitch::sendToInstruments(std::uint8_t status) {
-  for (const auto& channel : with_.engine.channels()) {
+  for (const auto& channel : engine_.channels()) {
     if (auto* instrument = channel->midiInstrument()) {
       instrument->sendMIDIEvent(status, 0);
     }
@@ -112,7 +119,7 @@ void SongSwitch::sendToInstruments(std::uint8_t status) {
 void SongSwitch::buildChannel(const ChannelConfig& record, const Uuid& token) {
   ChannelBuilder::Progress progress;
   progress.isWanted = [this, life = life_.watch(), token] {
-    return life.isAlive() && with_.state.songSwitchLoadToken.get() == token;
+    return life.isAlive() && state_.songSwitchLoadToken.get() == token;
   };
   progress.instrumentEnded = [this, token] { completeSongSwitchLoad(token); };
   progress.effectsEnded = [this, life = life_.watch(), loads = loadsOf(record.effectSlots), token] {
@@ -120,17 +127,16 @@ void SongSwitch::buildChannel(const ChannelConfig& record, const Uuid& token) {
       completeLoads(loads, token);
     }
   };
-  with_.builder.load(with_.builder.addChannel(record), record, progress);
+  builder_.load(builder_.addChannel(record), record, progress);
 }
 
 void SongSwitch::restoreMasterEffects(const std::vector<AudioPluginSlot>& slots, const Uuid& token) {
-  with_.builder.restoreEffects(with_.engine.masterChannel(), slots,
-                               [this, life = life_.watch(), loads = loadsOf(slots), token] {
-                                 if (life.isAlive() && with_.state.songSwitchLoadToken.get() == token) {
-                                   with_.engine.chains().rebuildMasterEffectChain(true);
-                                   completeLoads(loads, token);
-                                 }
-                               });
+  builder_.restoreEffects(engine_.masterChannel(), slots, [this, life = life_.watch(), loads = loadsOf(slots), token] {
+    if (life.isAlive() && state_.songSwitchLoadToken.get() == token) {
+      engine_.chains().rebuildMasterEffectChain(true);
+      completeLoads(loads, token);
+    }
+  });
 }
 
 void SongSwitch::completeLoads(int count, const Uuid& token) {
@@ -140,17 +146,17 @@ void SongSwitch::completeLoads(int count, const Uuid& token) {
 }
 
 bool SongSwitch::isUnderWay(const Uuid& token) const {
-  return with_.state.songSwitchLoadToken.get() == token && with_.state.songSwitchInProgress.get();
+  return state_.songSwitchLoadToken.get() == token && state_.songSwitchInProgress.get();
 }
 
 void SongSwitch::beginSongSwitch(const Uuid& token, int pendingLoads) {
-  with_.state.songSwitchLoadToken.set(token);
-  with_.state.songSwitchInProgress.set(true);
-  with_.state.songSwitchElapsedMs.set(std::nullopt);
-  with_.state.songSwitchPendingLoads.set(pendingLoads);
-  with_.state.songSwitchStartedAtUptime.set(with_.clock.CACurrentMediaTime());
-  with_.state.beginLoadingSession(pendingLoads, audioUnitsLoadingMessage(with_.state.language.get()));
-  with_.mainQueue.asyncAfter(songSwitchTimeoutSeconds, [this, life = life_.watch(), token] {
+  state_.songSwitchLoadToken.set(token);
+  state_.songSwitchInProgress.set(true);
+  state_.songSwitchElapsedMs.set(std::nullopt);
+  state_.songSwitchPendingLoads.set(pendingLoads);
+  state_.songSwitchStartedAtUptime.set(clock_.CACurrentMediaTime());
+  state_.beginLoadingSession(pendingLoads, audioUnitsLoadingMessage(state_.language.get()));
+  mainQueue_.asyncAfter(songSwitchTimeoutSeconds, [this, life = life_.watch(), token] {
     if (life.isAlive()) {
       songSwitchTimedOut(token);
     }
@@ -161,38 +167,38 @@ void SongSwitch::completeSongSwitchLoad(const Uuid& token) {
   if (!isUnderWay(token)) {
     return;
   }
-  with_.state.songSwitchPendingLoads.set(std::max(with_.state.songSwitchPendingLoads.get() - 1, 0));
-  with_.state.completeOneLoad();
+  state_.songSwitchPendingLoads.set(std::max(state_.songSwitchPendingLoads.get() - 1, 0));
+  state_.completeOneLoad();
   finishSongSwitchIfReady(token);
 }
 
 void SongSwitch::finishSongSwitchIfReady(const Uuid& token) {
-  if (!isUnderWay(token) || with_.state.songSwitchPendingLoads.get() != 0) {
+  if (!isUnderWay(token) || state_.songSwitchPendingLoads.get() != 0) {
     return;
   }
-  with_.engine.musicalContext().songSwitchEnded();
-  for (const auto& channel : with_.engine.channels()) {
+  engine_.musicalContext().songSwitchEnded();
+  for (const auto& channel : engine_.channels()) {
     if (auto* instrument = channel->midiInstrument()) {
       instrument->sendMIDIEvent(midiStop, 0);
       instrument->sendMIDIEvent(midiStart, 0);
     }
   }
   constexpr double millisecondsPerSecond = 1000.0;
-  const auto started = with_.state.songSwitchStartedAtUptime.get();
-  const double seconds = started ? with_.clock.CACurrentMediaTime() - *started : 0.0;
-  with_.state.songSwitchElapsedMs.set(std::max(static_cast<int>(std::lround(seconds * millisecondsPerSecond)), 0));
-  with_.state.songSwitchInProgress.set(false);
-  with_.state.songSwitchStartedAtUptime.set(std::nullopt);
+  const auto started = state_.songSwitchStartedAtUptime.get();
+  const double seconds = started ? clock_.CACurrentMediaTime() - *started : 0.0;
+  state_.songSwitchElapsedMs.set(std::max(static_cast<int>(std::lround(seconds * millisecondsPerSecond)), 0));
+  state_.songSwitchInProgress.set(false);
+  state_.songSwitchStartedAtUptime.set(std::nullopt);
 }
 
 void SongSwitch::songSwitchTimedOut(const Uuid& token) {
   if (!isUnderWay(token)) {
     return;
   }
-  with_.console.print("Song switch timed out after " + std::to_string(static_cast<int>(songSwitchTimeoutSeconds)) +
-                      " seconds");
-  with_.state.songSwitchPendingLoads.set(0);
-  with_.state.finishLoadingSession();
+  console_.print("Song switch timed out after " + std::to_string(static_cast<int>(songSwitchTimeoutSeconds)) +
+                 " seconds");
+  state_.songSwitchPendingLoads.set(0);
+  state_.finishLoadingSession();
   finishSongSwitchIfReady(token);
 }
 

@@ -74,7 +74,13 @@ class SongSwitch {
   void restoreMasterEffects(const std::vector<AudioPluginSlot>& slots, const Uuid& token);
   void completeLoads(int count, const Uuid& token);
 
-  Collaborators with_;
+  AppState& state_;
+  AudioEngine& engine_;
+  MainQueue& mainQueue_;
+  const HostClock& clock_;
+  ConsoleOutput& console_;
+  ConsoleSelection& selection_;
+  ChannelBuilder& builder_;
   LifeToken life_;
 };
 

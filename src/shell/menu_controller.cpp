@@ -42,7 +42,12 @@ void call(const std::function<void(Arguments...)>& hook, std::type_identity_t<Ar
 }  // namespace
 
 VrelMenuController::VrelMenuController(const Collaborators& collaborators, MenuBar mainMenu)
-    : with_(collaborators), mainMenu_(std::move(mainMenu)) {}
+    : notifications_(collaborators.notifications),
+      mainQueue_(collaborators.mainQueue),
+      desktop_(collaborators.desktop),
+      liveMode_(collaborators.liveMode),
+      midiLearn_(collaborators.midiLearn),
+      mainMenu_(std::move(mainMenu)) {}
 
 std::optional<VrelMenuController::Session> VrelMenuController::session() const {
   auto engine = audioEngine_.lock();
@@ -89,7 +94,7 @@ void VrelMenuController::rebuildMenusSoon() {
   if (std::exchange(isRebuildQueued_, true)) {
     return;
   }
-  with_.mainQueue.async([this, watch = life_.watch()] {
+  mainQueue_.async([this, watch = life_.watch()] {
     if (watch.isAlive()) {
       isRebuildQueued_ = false;
       rebuild();
@@ -107,7 +112,7 @@ void VrelMenuController::rebuild() {
     outputDevices_ = current->engine->availableOutputDevices();
     hasOutputList_ = true;
   }
-  mainMenu_ = buildMenuBar({current->state, with_.desktop.screens().size(), outputDevices_}, mainMenu_);
+  mainMenu_ = buildMenuBar({current->state, desktop_.screens().size(), outputDevices_}, mainMenu_);
   menusRebuilt.emit();
 }
 
@@ -142,8 +147,7 @@ void VrelMenuController::post(const MenuCommand& command, std::string_view notif
   if (needsObject && object.empty()) {
     return;
   }
-  with_.notifications.post(std::string(notification),
-                           needsObject ? NSNotificationCenter::Object(object) : std::nullopt);
+  notifications_.post(std::string(notification), needsObject ? NSNotificationCenter::Object(object) : std::nullopt);
   rebuildMenusSoon();
 }
 
@@ -162,13 +166,13 @@ void VrelMenuController::modeLive() {
 void VrelMenuController::setLiveMode(bool isWanted) {
   const auto current = session();
   if (current && current->state.isLiveModeEnabled.get() != isWanted) {
-    with_.liveMode.setLiveMode(isWanted);
+    liveMode_.setLiveMode(isWanted);
     rebuildMenusSoon();
   }
 }
 
 void VrelMenuController::toggleLearn() {
-  with_.midiLearn.toggleMidiLearnMode();
+  midiLearn_.toggleMidiLearnMode();
   rebuildMenusSoon();
 }
 
@@ -183,7 +187,7 @@ void VrelMenuController::selectVisualBlendMode(const std::string& mode) {
 }
 
 void VrelMenuController::chooseVisualBackgroundVideo() {
-  const auto path = with_.desktop.runModal(NSOpenPanel{.allowedType = FileType::movie});
+  const auto path = desktop_.runModal(NSOpenPanel{.allowedType = FileType::movie});
   // Anything may have ended while the panel was open.
   if (const auto current = session(); current && path) {
     setBackgroundVideo(current->state, path->string());
@@ -207,7 +211,7 @@ void VrelMenuController::openVisualProjection(const std::string& screenIndex) {
   if (!index) {
     return;
   }
-  const auto screens = with_.desktop.screens();
+  const auto screens = desktop_.screens();
   std::optional<NSScreen> screen;
   if (!screens.empty()) {
     screen = screens[*index < screens.size() ? *index : 0];

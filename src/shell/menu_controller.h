@@ -115,7 +115,11 @@ class VrelMenuController {
   void setBackgroundVideo(AppState& state, const std::optional<std::string>& path);
   void setOutput(const std::optional<std::string>& uid);
 
-  Collaborators with_;
+  NSNotificationCenter& notifications_;
+  MainQueue& mainQueue_;
+  Desktop& desktop_;
+  LiveMode& liveMode_;
+  MidiLearn& midiLearn_;
   MenuBar mainMenu_;
   AppState* appState_ = nullptr;
   std::weak_ptr<AudioEngine> audioEngine_;

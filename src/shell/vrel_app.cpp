@@ -9,19 +9,26 @@
 
 namespace vrel {
 
-VrelApp::VrelApp(const Collaborators& collaborators) : with_(collaborators), appDelegate_(with_.notifications) {
-  with_.menus.hooks.terminate = [this] { appDelegate_.applicationShouldTerminate(); };
+VrelApp::VrelApp(const Collaborators& collaborators)
+    : appState_(collaborators.appState),
+      audioEngine_(collaborators.audioEngine),
+      content_(collaborators.content),
+      menus_(collaborators.menus),
+      desktop_(collaborators.desktop),
+      mainQueue_(collaborators.mainQueue),
+      appDelegate_(collaborators.notifications) {
+  menus_.hooks.terminate = [this] { appDelegate_.applicationShouldTerminate(); };
   const auto followAudio = [this](const auto&) {
     applyAudioSettings();
     rebuildMenus();
   };
-  connections_ = {with_.appState.language.changed.connect([this](const Language&) { rebuildMenus(); }),
-                  with_.appState.audioIOBufferFrameSize.changed.connect(followAudio),
-                  with_.appState.audioOutputDeviceUID.changed.connect(followAudio)};
+  connections_ = {appState_.language.changed.connect([this](const Language&) { rebuildMenus(); }),
+                  appState_.audioIOBufferFrameSize.changed.connect(followAudio),
+                  appState_.audioOutputDeviceUID.changed.connect(followAudio)};
 }
 
 VrelApp::~VrelApp() {
-  with_.menus.hooks.terminate = nullptr;
+  menus_.hooks.terminate = nullptr;
 }
 
 WindowSize defaultWindowSize(const std::vector<NSScreen>& screens) {
@@ -33,7 +40,7 @@ WindowSize defaultWindowSize(const std::vector<NSScreen>& screens) {
 }
 
 void VrelApp::windowResolved(NSWindow& window) {
-  appDelegate_.appState = &with_.appState;
+  appDelegate_.appState = &appState_;
   rebuildMenus();
   applyInitialFrame(window);
 }
@@ -43,7 +50,7 @@ void VrelApp::applyInitialFrame(NSWindow& window) {
     return;
   }
   auto screen = window.screen();
-  if (const auto screens = with_.desktop.screens(); !screen && !screens.empty()) {
+  if (const auto screens = desktop_.screens(); !screen && !screens.empty()) {
     screen = screens.front();
   }
   if (screen) {
@@ -54,26 +61,25 @@ void VrelApp::applyInitialFrame(NSWindow& window) {
 
 void VrelApp::contentDidAppear() {
   applyAudioSettings();
-  with_.content.contentDidAppear();
+  content_.contentDidAppear();
 }
 
 void VrelApp::systemEnds() {
   const auto before = appDelegate_.answerCount();
-  with_.mainQueue.asyncAfter(systemTimeoutSeconds, [this, watch = life_.watch(), before] {
-    if (watch.isAlive() && appDelegate_.answerCount() == before && with_.desktop.isAlertShown()) {
-      with_.desktop.replyToApplicationShouldTerminate(true);
+  mainQueue_.asyncAfter(systemTimeoutSeconds, [this, watch = life_.watch(), before] {
+    if (watch.isAlive() && appDelegate_.answerCount() == before && desktop_.isAlertShown()) {
+      desktop_.replyToApplicationShouldTerminate(true);
     }
   });
   appDelegate_.applicationShouldTerminate();
 }
 
 void VrelApp::applyAudioSettings() {
-  with_.audioEngine->applyAudioSettings(with_.appState.audioIOBufferFrameSize.get(),
-                                        with_.appState.audioOutputDeviceUID.get());
+  audioEngine_->applyAudioSettings(appState_.audioIOBufferFrameSize.get(), appState_.audioOutputDeviceUID.get());
 }
 
 void VrelApp::rebuildMenus() {
-  with_.menus.rebuildMenusSoon(with_.appState, with_.audioEngine);
+  menus_.rebuildMenusSoon(appState_, audioEngine_);
 }
 
 }  // namespace vrel

@@ -87,7 +87,12 @@ class VrelApp {
   void applyAudioSettings();
   void rebuildMenus();
 
-  Collaborators with_;
+  AppState& appState_;
+  const std::shared_ptr<AudioEngine>& audioEngine_;
+  ContentView& content_;
+  VrelMenuController& menus_;
+  Desktop& desktop_;
+  MainQueue& mainQueue_;
   VrelAppDelegate appDelegate_;
   bool didApplyInitialWindowFrame_ = false;
   std::vector<std::shared_ptr<void>> connections_;
