@@ -10,6 +10,7 @@
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
 #include "performance/live_mode_policy.h"
+#include "text/text.h"
 
 namespace vrel {
 
@@ -30,7 +31,7 @@ void ChannelOperations::moveChannels(const std::set<std::size_t>& fromOffsets, s
     return;
   }
   engine_.moveChannel(*fromOffsets.begin(), toOffset);
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void ChannelOperations::addChannelFromButton() {
@@ -57,7 +58,8 @@ void ChannelOperations::addChannelFromConfig(const ChannelConfig& config, std::o
   const bool hasInstrument = !config.pluginPath.empty();
   const bool hasEffects = std::any_of(config.effectSlots.begin(), config.effectSlots.end(),
                                       [](const auto& slot) { return !slot.pluginPath.empty(); });
-  state_.beginLoadingSession(int{hasInstrument} + int{hasEffects}, audioUnitsLoadingMessage(state_.language.get()));
+  state_.beginLoadingSession(int{hasInstrument} + int{hasEffects},
+                             std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
   const auto completeOneLoad = [this](bool wasCounted) {
     return [this, wasCounted] {
       if (wasCounted) {
@@ -136,7 +138,7 @@ void ChannelOperations::selectFirstChannel() {
 
 void ChannelOperations::channelListChanged() {
   selection_.channelsViewVersion.set(selection_.channelsViewVersion.get() + 1);
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 }  // namespace vrel

@@ -21,7 +21,8 @@ struct ConsoleSelection;
 
 /// The strips of the song on stage as the performer arranges them.
 ///
-/// LiveModePolicy refuses all of it in Live mode. The clipboard lives as long as this object, over changes of song.
+/// LiveModePolicy refuses all of it in Live mode. Each operation is an edit but a copy and a drag
+/// that moves nothing. The clipboard lives as long as this object, over changes of song.
 /// Main thread.
 class ChannelOperations {
  public:

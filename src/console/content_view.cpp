@@ -90,12 +90,12 @@ void ContentView::withSelectedChannel(void (ChannelOperations::*operation)(const
 
 void ContentView::setSongNotes(const std::string& text) {
   appState_.songNotes.set(text);
-  appState_.isDirty.set(true);
+  appState_.markEdited();
 }
 
 void ContentView::setLanguage(Language language) {
   appState_.language.set(language);
-  appState_.isDirty.set(true);
+  appState_.markEdited();
 }
 
 void ContentView::panic() {

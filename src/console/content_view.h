@@ -67,9 +67,9 @@ class ContentView {
   [[nodiscard]] LiveMode& liveMode() { return liveMode_; }
   [[nodiscard]] Tempo& tempo() { return tempo_; }
 
-  /// The text of the notes panel has changed.
+  /// The text of the notes panel has changed: an edit.
   void setSongNotes(const std::string& text);
-  /// The language picker has another value.
+  /// The language picker has another value: an edit, although no file keeps it.
   void setLanguage(Language language);
   /// What every panic button does.
   void panic();

@@ -16,6 +16,8 @@ struct NSAlert;
 
 /// How a setlist gets from disk to stage and back, and what is asked before one is lost.
 ///
+/// Nothing here is an edit: what is new, loaded or saved has no unsaved edits.
+///
 /// No failure of a file is shown in a dialog: it goes to the console, and everything stays as it was. A setlist is
 /// written into its file in place; the last good version of an existing one is kept beforehand, see SetlistCopies. One
 /// of more than `mostSetlistBytes` is neither read nor written.
@@ -69,7 +71,7 @@ class SetlistFiles {
   /// Asks what becomes of the setlist before another takes its place. Whether it may be given up.
   [[nodiscard]] bool confirmSetlistChange();
 
-  /// Asks what becomes of the setlist before the program ends, and tells the desktop whether it may.
+  /// Asks what becomes of the setlist before the program ends, and answers the desktop.
   void confirmTermination();
 
  private:

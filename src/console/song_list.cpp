@@ -2,12 +2,11 @@
 #include "console/song_list.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "document/app_state.h"
+#include "document/entered_text.h"
 #include "engine/audio_engine.h"
 #include "foundation/move_item.h"
 #include "performance/console_selection.h"
@@ -16,46 +15,6 @@
 
 namespace vrel {
 namespace {
-
-/// Unicode's white space and line ends, in UTF-8.
-constexpr std::array<std::string_view, 25> blanks{" ",
-                                                  "\t",
-                                                  "\n",
-                                                  "\v",
-                                                  "\f",
-                                                  "\r",
-                                                  "\xC2\x85",
-                                                  "\xC2\xA0",
-                                                  "\xE1\x9A\x80",
-                                                  "\xE2\x80\x80",
-                                                  "\xE2\x80\x81",
-                                                  "\xE2\x80\x82",
-                                                  "\xE2\x80\x83",
-                                                  "\xE2\x80\x84",
-                                                  "\xE2\x80\x85",
-                                                  "\xE2\x80\x86",
-                                                  "\xE2\x80\x87",
-                                                  "\xE2\x80\x88",
-                                                  "\xE2\x80\x89",
-                                                  "\xE2\x80\x8A",
-                                                  "\xE2\x80\xA8",
-                                                  "\xE2\x80\xA9",
-                                                  "\xE2\x80\xAF",
-                                                  "\xE2\x81\x9F",
-                                                  "\xE3\x80\x80"};
-
-std::string_view withoutBlanksAround(std::string_view text) {
-  const auto leads = [&text](std::string_view blank) { return text.starts_with(blank); };
-  const auto trails = [&text](std::string_view blank) { return text.ends_with(blank); };
-  const auto* blank = blanks.end();
-  while ((blank = std::find_if(blanks.begin(), blanks.end(), leads)) != blanks.end()) {
-    text.remove_prefix(blank->size());
-  }
-  while ((blank = std::find_if(blanks.begin(), blanks.end(), trails)) != blanks.end()) {
-    text.remove_suffix(blank->size());
-  }
-  return text;
-}
 
 std::string numbered(std::size_t position, const std::string& name) {
   const std::string number = std::to_string(position);
@@ -93,7 +52,7 @@ void SongList::addSong() {
   song.channels = {newSongChannel(keyboardNoteRange(state_))};
   state_.songs.modify([&song](auto& list) { list.push_back(std::move(song)); });
   state_.newSongName.set("");
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void SongList::clickSong(std::size_t row) {
@@ -118,7 +77,7 @@ void SongList::commitSongRename() {
     const std::string name(withoutBlanksAround(editingSongNameDraft.get()));
     if (!name.empty() && name != state_.songs.get()[*index].name) {
       state_.songs.modify([&](auto& list) { list[*index].name = name; });
-      state_.isDirty.set(true);
+      state_.markEdited();
     }
   }
   cancelSongRename();
@@ -148,7 +107,7 @@ void SongList::deleteSong(Uuid songId) {
   if (editingSongId.get() == songId) {
     cancelSongRename();
   }
-  state_.isDirty.set(true);  // behind the switch, which clears it
+  state_.markEdited();  // behind the switch, which clears it
 }
 
 void SongList::clearStage() {
@@ -170,7 +129,7 @@ void SongList::moveSongs(const std::set<std::size_t>& fromOffsets, std::size_t t
   const auto onStage = songOnStage();
   state_.songs.modify([&](auto& list) { moveItem(list, from, toOffset); });
   state_.selectedSongIndex.set(onStage ? indexOf(*onStage) : std::nullopt);
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 std::optional<std::size_t> SongList::indexOf(const Uuid& songId) const {

@@ -32,6 +32,8 @@ struct KeyboardNoteRange {
 
 /// The songs as the performer arranges them: added, renamed, moved, deleted, clicked.
 ///
+/// To add, rename, move or delete a song is an edit; a click is none.
+///
 /// An id that is not found and a move that leads nowhere do nothing, and nothing asks back. Main thread.
 class SongList {
  public:
@@ -39,7 +41,7 @@ class SongList {
   SongList(AppState& state, AudioEngine& engine, SongSwitch& songSwitch, ConsoleSelection& selection)
       : state_(state), engine_(engine), songSwitch_(songSwitch), selection_(selection) {}
 
-  // The song whose name is being edited, and the text as it stands.
+  // The song whose name is being edited, and its text so far.
   Observable<std::optional<Uuid>> editingSongId;
   Observable<std::string> editingSongNameDraft;
   Observable<std::optional<Uuid>> focusedSongEditorId;

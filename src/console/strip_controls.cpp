@@ -10,7 +10,7 @@ namespace vrel {
 
 void StripControls::setName(AudioChannel& channel, const std::string& name) {
   channel.name.set(name);
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void StripControls::setVolume(AudioChannel& channel, float position) {
@@ -20,13 +20,13 @@ void StripControls::setVolume(AudioChannel& channel, float position) {
 void StripControls::toggleMute(AudioChannel& channel) {
   channel.mute.set(!channel.mute.get());
   engine_.applyMixerLevels();
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void StripControls::toggleSolo(AudioChannel& channel) {
   channel.solo.set(!channel.solo.get());
   engine_.applyMixerLevels();
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 }  // namespace vrel

@@ -63,7 +63,7 @@ class AppState {
   Observable<std::string> newSongName;
   Observable<std::optional<std::filesystem::path>> currentFilePath;  // last loaded from or saved to
   Observable<std::vector<std::filesystem::path>> recentFiles;        // most recent first, each path once
-  Observable<bool> isDirty{false};                                   // unsaved edits; set by each edit, never derived
+  Observable<bool> isDirty{false};                                   // unsaved edits; set by markEdited, never derived
   Observable<bool> showCloseDialog{false};
   Observable<bool> allowedToClose{false};
 
@@ -115,6 +115,9 @@ class AppState {
   Observable<std::uint8_t> keyboardKeyCount{88};
 
   const std::filesystem::path recentFilesPath;  // where the recent list is kept, outside any setlist
+
+  /// What each operation that edits the setlist ends with, and nothing else.
+  void markEdited() { isDirty.set(true); }
 
   /// Fills both lists of plug-ins. Opens none of them.
   void scanPlugins();

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "performance/channel_builder.h"
 
-#include <array>
-#include <cstddef>
-
 #include "document/app_state.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
@@ -23,13 +20,6 @@ void keepPlayback(AudioChannel& channel, const ChannelConfig& record) {
 }
 
 }  // namespace
-
-std::string audioUnitsLoadingMessage(Language language) {
-  static const std::array<const char*, 5> messages{"Loading Audio Units", "Cargando Audio Units",
-                                                   "Chargement des Audio Units", "Caricamento Audio Units",
-                                                   "Audio Units werden geladen"};
-  return messages.at(static_cast<std::size_t>(language));
-}
 
 std::shared_ptr<AudioChannel> ChannelBuilder::addChannel(const ChannelConfig& record) {
   auto channel = engine_.addChannel(record.name);

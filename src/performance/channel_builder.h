@@ -15,10 +15,6 @@ class AppState;
 class AudioChannel;
 class AudioEngine;
 class ConsoleOutput;
-enum class Language;
-
-/// What the loading modal says while plug-ins load.
-[[nodiscard]] std::string audioUnitsLoadingMessage(Language language);
 
 /// Makes strips from their records: for a song that goes on stage, and for a strip that is pasted.
 ///
@@ -26,9 +22,9 @@ enum class Language;
 /// its status. Main thread.
 class ChannelBuilder {
  public:
-  /// What the caller learns of a load, on the main queue. The first one is asked, the others are told.
+  /// What the caller learns of a load, on the main queue. The first is a question, the others report.
   struct Progress {
-    std::function<bool()> isWanted;         // once it says no, nothing more is loaded or told
+    std::function<bool()> isWanted;         // once it says no, nothing more is loaded or reported
     std::function<void()> instrumentEnded;  // it plays or it failed; never for a strip without one
     std::function<void()> effectsEnded;     // all slots have answered
   };

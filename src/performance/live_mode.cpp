@@ -108,7 +108,7 @@ void LiveMode::stepSong(bool isForward) {
 void LiveMode::toggleMute(AudioChannel& channel) {
   channel.mute.set(!channel.mute.get());
   engine_.applyMixerLevels();
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void LiveMode::applyExclusiveSolo(std::size_t position) {
@@ -123,7 +123,7 @@ void LiveMode::applyExclusiveSolo(std::size_t position) {
     channels[index]->solo.set(!isClearing && index == position);
     engine_.applyMixerLevels();
   }
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 }  // namespace vrel

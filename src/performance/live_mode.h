@@ -15,8 +15,7 @@ class AudioEngine;
 class Desktop;
 class SongSwitch;
 
-/// The mode for the stage: while it is on, the operations that arrange the setlist refuse, each for itself, and the
-/// computer's keyboard is a remote control.
+/// The mode for the stage, in which the computer's keyboard is a remote control.
 ///
 ///   P, space       panic
 ///   1 to 9         mute of that strip
@@ -24,7 +23,8 @@ class SongSwitch;
 ///   Cmd+1 to 9     only that strip is soloed, or none
 ///   up, down       the song before, the song after
 ///
-/// Sound and MIDI are the same in both modes. The mode is no part of the setlist. Main thread.
+/// Sound and MIDI are the same in both modes; LiveModePolicy has what is blocked. A mute and a solo are edits; the mode
+/// is not part of the setlist. Main thread.
 class LiveMode {
  public:
   struct Collaborators {

@@ -2,7 +2,6 @@
 #include "performance/midi_learn.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 
@@ -12,6 +11,7 @@
 #include "midi/midi_bytes.h"
 #include "performance/performance_display.h"
 #include "performance/tempo.h"
+#include "text/text.h"
 
 namespace vrel {
 namespace {
@@ -91,9 +91,7 @@ void assign(std::vector<MidiControlAssignment>& assignments, const MidiControlAs
 }  // namespace
 
 std::string midiLearnButtonLabel(Language language, bool isTargetPending) {
-  static const std::array<const char*, 5> pending{"Move MIDI", "Mueve MIDI", "Bougez MIDI", "Muovi MIDI",
-                                                  "MIDI bewegen"};
-  return isTargetPending ? pending.at(static_cast<std::size_t>(language)) : "Learn";
+  return std::string(text(isTargetPending ? TextKey::midiLearnWaiting : TextKey::midiLearn, language));
 }
 
 void MidiLearn::listenToEngine() {
@@ -136,7 +134,7 @@ void MidiLearn::handleMidiControlMessage(uint8_t status, uint8_t data1, uint8_t 
     return;
   }
   if (statusType == statusController && holdsAnyPlugin()) {
-    state_.isDirty.set(true);  // plug-ins may change what they save
+    state_.markEdited();  // plug-ins may change what they save
   }
   auto assignments = effectiveMidiAssignments();
   std::erase_if(assignments, [&binding](const auto& assignment) { return !(assignment.binding == binding); });
@@ -175,7 +173,7 @@ void MidiLearn::saveMidiAssignment(const MidiControlTarget& target, const MidiCo
   }
   pendingMidiLearnTarget.set(std::nullopt);
   state_.isMidiLearnMode.set(false);
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 std::vector<MidiControlAssignment> MidiLearn::effectiveMidiAssignments() const {
@@ -201,7 +199,7 @@ void MidiLearn::clearAllMidiLearn() {
     }
   });
   cancelMidiLearn();
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 bool MidiLearn::acts(const MidiControlTarget& target, bool isPressed) const {
@@ -258,13 +256,13 @@ void MidiLearn::press(const MidiControlTarget& target) {
 
 void MidiLearn::setFader(AudioChannel& channel, Observable<float> AudioChannel::*fader, float value) {
   (channel.*fader).set(value);
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void MidiLearn::toggle(AudioChannel& channel, Observable<bool> AudioChannel::*button) {
   (channel.*button).set(!(channel.*button).get());
   engine_.applyMixerLevels();
-  state_.isDirty.set(true);
+  state_.markEdited();
 }
 
 void MidiLearn::bend(float value) {

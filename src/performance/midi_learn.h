@@ -29,6 +29,9 @@ enum class Language;
 /// the console) -> off (the first message of the hardware). What is learned reaches the instruments all the same. A
 /// device's control may stay on several targets, and one that no longer fits the song is kept and ignored.
 ///
+/// Edits: an assignment that is made, assignments that are cleared, what a control of the hardware moves on a strip,
+/// and a controller that reaches a plug-in, which may save it. The displays are none.
+///
 /// Nothing here fails. Main thread.
 class MidiLearn {
  public:

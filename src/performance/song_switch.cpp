@@ -15,6 +15,7 @@
 #include "platform/clock.h"
 #include "platform/console_output.h"
 #include "platform/dispatch.h"
+#include "text/text.h"
 
 namespace vrel {
 namespace {
@@ -155,7 +156,7 @@ void SongSwitch::beginSongSwitch(const Uuid& token, int pendingLoads) {
   state_.songSwitchElapsedMs.set(std::nullopt);
   state_.songSwitchPendingLoads.set(pendingLoads);
   state_.songSwitchStartedAtUptime.set(clock_.CACurrentMediaTime());
-  state_.beginLoadingSession(pendingLoads, audioUnitsLoadingMessage(state_.language.get()));
+  state_.beginLoadingSession(pendingLoads, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
   mainQueue_.asyncAfter(songSwitchTimeoutSeconds, [this, life = life_.watch(), token] {
     if (life.isAlive()) {
       songSwitchTimedOut(token);

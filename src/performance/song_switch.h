@@ -27,7 +27,7 @@ class MainQueue;
 /// The values of the song on stage live in the engine's channels and in the session; `AppState::songs` is brought up
 /// to date by `captureCurrentSong`, which every switch and every save begin with. A plug-in that is not installed or
 /// fails never stops a switch: its strip stays, silent, with its status. One that never answers ends the switch
-/// after `songSwitchTimeoutSeconds`. Main thread.
+/// after `songSwitchTimeoutSeconds`. A switch is not an edit: it clears the mark. Main thread.
 class SongSwitch {
  public:
   static constexpr double songSwitchTimeoutSeconds = 30.0;
@@ -59,7 +59,7 @@ class SongSwitch {
   void captureCurrentSong();
 
   /// Ends the switch of this token without the loads that it still waits for; nothing when another one has taken its
-  /// place. Comes of itself after `songSwitchTimeoutSeconds`; called where the clock stands meanwhile.
+  /// place. Comes by itself after `songSwitchTimeoutSeconds`; called where the clock stands meanwhile.
   void songSwitchTimedOut(const Uuid& token);
 
  private:

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "document/app_state.h"
+#include "document/entered_text.h"
 #include "engine/audio_engine.h"
 #include "platform/clock.h"
 
@@ -21,7 +22,24 @@ void Tempo::setTempo(std::uint32_t bpm) {
   const std::uint32_t limited = std::clamp(bpm, slowestBpm, fastestBpm);
   state_.tempoBpm.set(limited);
   engine_.setTempo(limited);
-  state_.isDirty.set(true);
+  state_.markEdited();
+}
+
+void Tempo::changeTempo(std::int64_t bpm) {
+  const auto limited = static_cast<std::uint32_t>(std::clamp<std::int64_t>(bpm, slowestBpm, fastestBpm));
+  if (limited != state_.tempoBpm.get()) {
+    setTempo(limited);
+  }
+}
+
+void Tempo::enterTempo(std::string_view text) {
+  if (const auto bpm = enteredInteger(text)) {
+    changeTempo(*bpm);
+  }
+}
+
+void Tempo::stepTempo(int by) {
+  changeTempo(std::int64_t{state_.tempoBpm.get()} + by);
 }
 
 void Tempo::tapTempo() {

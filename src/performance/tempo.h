@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace vrel {
@@ -28,11 +29,19 @@ class Tempo {
   /// when the tempo stays the same.
   void setTempo(std::uint32_t bpm);
 
+  /// What is typed into the field of the tempo. Nothing for what is not an integer, and for the tempo as it is.
+  void enterTempo(std::string_view text);
+
+  /// From the tempo as it is now; nothing at the end of the range.
+  void stepTempo(int by);
+
   /// Counts one tap; from the second of a series on, the mean of its intervals becomes the tempo. A series lives on
   /// through a song switch.
   void tapTempo();
 
  private:
+  void changeTempo(std::int64_t bpm);
+
   AppState& state_;
   AudioEngine& engine_;
   const HostClock& clock_;

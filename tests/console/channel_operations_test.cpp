@@ -215,6 +215,15 @@ TEST_F(Channels, AStripOfAFileOrOfClipsIsPastedWithWhatItPlaysAndEndsItsLoad) {
   }
 }
 
+TEST_F(Channels, InLiveModeADragCarriesNothing) {
+  operations.beginDrag(strip(0));
+  EXPECT_EQ(operations.draggedChannelId.get(), strip(0).id);
+  operations.draggedChannelId.set(std::nullopt);
+  state.isLiveModeEnabled.set(true);
+  operations.beginDrag(strip(0));
+  EXPECT_EQ(operations.draggedChannelId.get(), std::nullopt);
+}
+
 TEST_F(Channels, LiveModeRefusesAll) {
   operations.copyChannel(strip(0));
   state.isLiveModeEnabled.set(true);

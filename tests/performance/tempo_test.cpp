@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <utility>
 #include <vector>
 
 #include "support/simulated_session.h"
@@ -114,6 +115,52 @@ TEST_F(TempoOfTheSong, LiveModeDoesNotBlockTheTempo) {
   state.isLiveModeEnabled.set(true);
   tempo.setTempo(77);
   EXPECT_EQ(state.tempoBpm.get(), 77U);
+}
+
+TEST_F(TempoOfTheSong, WhatIsEnteredIsLimitedToTheRange) {
+  for (const auto& [text, bpm] : {std::pair("93", 93U), {"500", 300U}, {"5", 20U}, {" +77 ", 77U}, {"-5", 20U}}) {
+    tempo.enterTempo(text);
+    EXPECT_EQ(state.tempoBpm.get(), bpm) << text;
+  }
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(TempoOfTheSong, WhatIsEnteredButIsNotAnIntegerIsNoEdit) {
+  for (const char* const text : {"", "fast", "12.5", "99999999999999999999"}) {
+    tempo.enterTempo(text);
+  }
+  EXPECT_EQ(state.tempoBpm.get(), 120U);
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(TempoOfTheSong, EnteringTheTempoAsItIsIsNoEdit) {
+  tempo.enterTempo("120");
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(TempoOfTheSong, AStepStartsFromTheTempoAsItIs) {
+  tempo.stepTempo(1);
+  EXPECT_EQ(state.tempoBpm.get(), 121U);
+  tempo.stepTempo(-3);
+  EXPECT_EQ(state.tempoBpm.get(), 118U);
+  EXPECT_EQ(engine->musicalContext().currentTempoBpm(), 118.0);
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(TempoOfTheSong, AStepBeyondTheEndOfTheRangeIsNoEdit) {
+  for (const auto& [bpm, by] : {std::pair(20U, -1), std::pair(300U, 1)}) {
+    tempo.setTempo(bpm);
+    state.isDirty.set(false);
+    tempo.stepTempo(by);
+    EXPECT_EQ(state.tempoBpm.get(), bpm);
+    EXPECT_FALSE(state.isDirty.get());
+  }
+}
+
+TEST_F(TempoOfTheSong, AStepFromATempoOutOfRangeComesBackIntoIt) {
+  state.tempoBpm.set(500);
+  tempo.stepTempo(1);
+  EXPECT_EQ(state.tempoBpm.get(), 300U);
 }
 
 }  // namespace

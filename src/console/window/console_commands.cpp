@@ -190,18 +190,12 @@ void ConsoleCommands::toggleMasterMute() {
   withContent([](ContentView& content) { content.stripControls().toggleMute(*content.audioEngine().masterChannel()); });
 }
 
-void ConsoleCommands::setTempo(int bpm) {
-  withContent([bpm](ContentView& content) { content.tempo().setTempo(static_cast<std::uint32_t>(std::max(bpm, 0))); });
+void ConsoleCommands::enterTempo(const QString& text) {
+  withContent([text = text.toStdString()](ContentView& content) { content.tempo().enterTempo(text); });
 }
 
 void ConsoleCommands::stepTempo(int by) {
-  withContent([by](ContentView& content) {
-    const auto now = static_cast<std::int64_t>(content.appState().tempoBpm.get());
-    const auto next = std::clamp<std::int64_t>(now + by, Tempo::slowestBpm, Tempo::fastestBpm);
-    if (next != now) {
-      content.tempo().setTempo(static_cast<std::uint32_t>(next));
-    }
-  });
+  withContent([by](ContentView& content) { content.tempo().stepTempo(by); });
 }
 
 void ConsoleCommands::tapTempo() {

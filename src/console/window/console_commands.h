@@ -70,8 +70,7 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void setMasterVolume(double position);
   Q_INVOKABLE void toggleMasterMute();
 
-  Q_INVOKABLE void setTempo(int bpm);
-  /// From the tempo as it is when the step comes to its turn; nothing at the end of the range.
+  Q_INVOKABLE void enterTempo(const QString& text);
   Q_INVOKABLE void stepTempo(int by);
   Q_INVOKABLE void tapTempo();
   Q_INVOKABLE void setSongNotes(const QString& notes);

@@ -84,7 +84,7 @@ TEST_F(Legibility, NorInWhatTheModalAndTheLearnButtonSay) {
   driver.onLogic([](Session& session) {
     session.content().midiLearn().toggleMidiLearnMode();
     session.content().midiLearn().selectMidiLearnTarget({MidiControlKind::panic, std::nullopt});
-    session.state().beginLoadingSession(12, audioUnitsLoadingMessage(Language::german));
+    session.state().beginLoadingSession(12, std::string(text(TextKey::loadingAudioUnits, Language::german)));
   });
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("loadingModal"); }));
   expectRoomInEveryLanguage();

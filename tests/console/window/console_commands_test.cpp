@@ -185,46 +185,22 @@ TEST_F(Commands, InLiveModeADragCarriesNothing) {
   EXPECT_FALSE(content.channelOperations().draggedChannelId.get().has_value());
 }
 
-TEST_F(Commands, ATempoBelowZeroIsTheLowest) {
-  commands.setTempo(-5);
+TEST_F(Commands, ATempoIsEnteredAsText) {
+  commands.enterTempo(QStringLiteral(" 93 "));
   settle();
-  const auto lowest = state.tempoBpm.get();
-  EXPECT_GT(lowest, 0U);
-  commands.setTempo(static_cast<int>(lowest) + 60);
+  EXPECT_EQ(state.tempoBpm.get(), 93U);
+  commands.enterTempo(QStringLiteral("fast"));
   settle();
-  EXPECT_EQ(state.tempoBpm.get(), lowest + 60);
-  commands.setTempo(0);
-  settle();
-  EXPECT_EQ(state.tempoBpm.get(), lowest);
+  EXPECT_EQ(state.tempoBpm.get(), 93U);
 }
 
 TEST_F(Commands, NoStepOfTheTempoIsLostHoweverFastTheyCome) {
-  commands.setTempo(120);
   for (int press = 0; press < 5; ++press) {
     commands.stepTempo(1);
   }
   commands.stepTempo(-1);
   settle();
   EXPECT_EQ(state.tempoBpm.get(), 124U);
-}
-
-TEST_F(Commands, AStepBeyondTheEndOfTheRangeIsNoEdit) {
-  for (const auto& [tempo, by] : {std::pair(20, -1), std::pair(300, 1)}) {
-    commands.setTempo(tempo);
-    settle();
-    state.isDirty.set(false);
-    commands.stepTempo(by);
-    settle();
-    EXPECT_EQ(state.tempoBpm.get(), static_cast<std::uint32_t>(tempo));
-    EXPECT_FALSE(state.isDirty.get());
-  }
-}
-
-TEST_F(Commands, AStepFromATempoOutOfRangeComesBackIntoIt) {
-  state.tempoBpm.set(500);
-  commands.stepTempo(1);
-  settle();
-  EXPECT_EQ(state.tempoBpm.get(), 300U);
 }
 
 TEST_F(Commands, OnlyControlsThatAFileKnowsAreLearned) {

@@ -10,9 +10,8 @@ EntryField {
     required property ConsoleModel desk
 
     function commit(): void {
-        const words = text.trim();
-        if (isEditing && /^[+-]?[0-9]{1,18}$/.test(words))
-            desk.commands.setTempo(Math.min(300, Math.max(20, Number(words))));
+        if (isEditing)
+            desk.commands.enterTempo(text);
         isEditing = false;
     }
 
