@@ -6,7 +6,7 @@
 namespace vrel {
 namespace {
 
-constexpr bool isInOrder() {
+constexpr bool rulesAreInOrder() {
   for (std::size_t index = 0; index < LiveModePolicy::rules.size(); ++index) {
     if (static_cast<std::size_t>(LiveModePolicy::rules.at(index).action) != index) {
       return false;
@@ -14,7 +14,7 @@ constexpr bool isInOrder() {
   }
   return true;
 }
-static_assert(isInOrder(), "a rule is at the index of its action");
+static_assert(rulesAreInOrder(), "a rule is at the index of its action");
 
 }  // namespace
 

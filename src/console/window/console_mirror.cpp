@@ -4,6 +4,7 @@
 #include <QColor>
 #include <QStringList>
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <set>
 #include <string>
@@ -16,6 +17,7 @@
 #include "document/stored_texts.h"
 #include "document/value_scales.h"
 #include "engine/audio_engine.h"
+#include "performance/live_mode_policy.h"
 #include "text/text.h"
 
 namespace vrel::window {
@@ -60,6 +62,7 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       menuBar_(source, mirror_ids::menuBar) {
   mirrorSession();
   mirrorPerformance();
+  mirrorPolicy();
   mirrorEditing();
   mirrorTexts();
   mirrorMaster();
@@ -117,6 +120,28 @@ void ConsoleMirror::mirrorSession() {
   session_.set("problems", std::string());
   session_.set("problemCount", problemCount_);
   setDropouts(0);
+}
+
+void ConsoleMirror::mirrorPolicy() {
+  struct Permission {
+    const char* name;
+    LiveModeAction action;
+  };
+  constexpr std::array permissions{Permission{"mayRenameSong", LiveModeAction::renameSong},
+                                   Permission{"mayTypeText", LiveModeAction::typeText},
+                                   Permission{"mayMoveChannels", LiveModeAction::moveChannels},
+                                   Permission{"mayAddChannel", LiveModeAction::addChannel},
+                                   Permission{"mayCutChannel", LiveModeAction::cutChannel},
+                                   Permission{"mayCopyChannel", LiveModeAction::copyChannel},
+                                   Permission{"mayPasteChannel", LiveModeAction::pasteChannel},
+                                   Permission{"mayDuplicateChannel", LiveModeAction::duplicateChannel},
+                                   Permission{"mayDeleteChannel", LiveModeAction::deleteChannel}};
+  AppState& state = content_.appState();
+  for (const auto& permission : permissions) {
+    session_.derive(
+        permission.name, [&state, action = permission.action] { return LiveModePolicy::isAllowed(action, state); },
+        state.isLiveModeEnabled);
+  }
 }
 
 void ConsoleMirror::mirrorPerformance() {

@@ -60,6 +60,7 @@ class ConsoleMirror {
 
   void mirrorSession();
   void mirrorPerformance();
+  void mirrorPolicy();
   void mirrorEditing();
   void mirrorTexts();
   void mirrorMaster();

@@ -5,6 +5,7 @@
 
 #include <QColor>
 #include <QStringList>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include "console/window/console_stage.h"
 #include "console/window/mirror_store.h"
+#include "performance/live_mode_policy.h"
 
 namespace vrel::window {
 namespace {
@@ -132,6 +134,25 @@ TEST_F(Copy, TheStatusIsShownInTheWordsOfTheLanguage) {
   strip(0).status.set(ChannelStatus::running);
   settle();
   EXPECT_EQ(row(mirror_ids::strips, 0, "statusText"), QVariant(QStringLiteral("AKTIV")));
+}
+
+TEST_F(Copy, WhatLiveModeBlocksIsShownForEachControl) {
+  open();
+  const std::map<QString, LiveModeAction> permissions{
+      {"mayRenameSong", LiveModeAction::renameSong},      {"mayTypeText", LiveModeAction::typeText},
+      {"mayMoveChannels", LiveModeAction::moveChannels},  {"mayAddChannel", LiveModeAction::addChannel},
+      {"mayCutChannel", LiveModeAction::cutChannel},      {"mayCopyChannel", LiveModeAction::copyChannel},
+      {"mayPasteChannel", LiveModeAction::pasteChannel},  {"mayDuplicateChannel", LiveModeAction::duplicateChannel},
+      {"mayDeleteChannel", LiveModeAction::deleteChannel}};
+  for (const auto& [name, action] : permissions) {
+    EXPECT_EQ(store.object(mirror_ids::session)->value(name), QVariant(true));
+  }
+  content.liveMode().setLiveMode(true);
+  settle();
+  for (const auto& [name, action] : permissions) {
+    EXPECT_EQ(store.object(mirror_ids::session)->value(name), QVariant(LiveModePolicy::rule(action).isAllowed))
+        << name.toStdString();
+  }
 }
 
 TEST_F(Copy, SongsFollowTheSetlist) {

@@ -25,7 +25,7 @@ RowLayout {
         Layout.fillWidth: true
         spokenName: row.desk.texts.addSong
         placeholderText: row.desk.texts.addSong
-        readOnly: row.desk.session.isLive
+        readOnly: !row.desk.session.mayTypeText
         followsEcho: false
         onAccepted: row.add()
     }

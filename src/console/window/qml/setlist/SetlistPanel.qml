@@ -39,7 +39,7 @@ Panel {
         AddSongRow {
             Layout.fillWidth: true
             desk: panel.desk
-            visible: !panel.desk.session.isLive // nothing can be typed then, and every song that is seen counts
+            visible: panel.desk.session.mayTypeText // nothing can be typed then, and every song that is seen counts
         }
     }
 }

@@ -19,7 +19,7 @@ PopupMenu {
     PopupEntry {
         objectName: "songMenuRename"
         text: menu.desk.texts.renameSong
-        enabled: !menu.desk.session.isLive
+        enabled: menu.desk.session.mayRenameSong
         onTriggered: menu.desk.commands.beginSongRename(menu.songId)
     }
     PopupEntry {

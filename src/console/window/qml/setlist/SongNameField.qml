@@ -9,7 +9,7 @@ EntryField {
     required property ConsoleModel desk
 
     objectName: "songNameField"
-    enabled: !desk.session.isLive
+    enabled: desk.session.mayRenameSong
     spokenName: desk.texts.renameSong
     placeholderText: "Nombre de canción"
     echo: desk.session.songNameDraft

@@ -79,7 +79,7 @@ Rectangle {
                 row.act();
         }
         onDoubleClicked: mouse => {
-            if (mouse.button === Qt.LeftButton && !row.desk.session.isLive)
+            if (mouse.button === Qt.LeftButton && row.desk.session.mayRenameSong)
                 row.desk.commands.beginSongRename(row.entry.songId);
         }
         onPressAndHold: row.menuWanted()

@@ -16,7 +16,7 @@ Item {
         text: place.desk.texts.addChannel
         textSize: Theme.strongText
         fill: Theme.panel
-        isOffered: !place.desk.session.isLive
+        isOffered: place.desk.session.mayAddChannel
         onClicked: place.desk.commands.addChannel()
     }
 }

@@ -48,7 +48,7 @@ Item {
             anchors.fill: parent
             acceptedButtons: Qt.LeftButton | Qt.RightButton
             preventStealing: true
-            cursorShape: header.desk.session.isLive ? Qt.ArrowCursor : Qt.OpenHandCursor
+            cursorShape: header.desk.session.mayMoveChannels ? Qt.OpenHandCursor : Qt.ArrowCursor
             onPressed: mouse => {
                 forceActiveFocus(Qt.MouseFocusReason);
                 header.desk.commands.selectStrip(header.entry.channelId);
@@ -56,7 +56,7 @@ Item {
             }
             onPositionChanged: mouse => {
                 const far = Math.abs(mouse.x - pressedAt) >= Theme.dragDistance;
-                if (!isDragging && far && pressedButtons === Qt.LeftButton && !header.desk.session.isLive) {
+                if (!isDragging && far && pressedButtons === Qt.LeftButton && header.desk.session.mayMoveChannels) {
                     isDragging = true;
                     header.dragBegan();
                 }
@@ -83,7 +83,7 @@ Item {
         height: Theme.touch
         spokenName: header.entry.number + " " + header.entry.name
         echo: header.entry.name
-        readOnly: header.desk.session.isLive
+        readOnly: !header.desk.session.mayTypeText
         color: activeFocus ? Theme.ink : "transparent"
         font.pixelSize: 15
         leftPadding: 5

@@ -9,8 +9,6 @@ PopupMenu {
     required property ConsoleModel desk
     property string channelId
 
-    readonly property bool isAllowed: !desk.session.isLive
-
     function openFor(entry: MirrorItem): void {
         channelId = entry.channelId;
         popup();
@@ -21,31 +19,31 @@ PopupMenu {
     PopupEntry {
         objectName: "stripMenuCut"
         text: menu.desk.texts.cutChannel
-        enabled: menu.isAllowed
+        enabled: menu.desk.session.mayCutChannel
         onTriggered: menu.desk.commands.cutChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuCopy"
         text: menu.desk.texts.copyChannel
-        enabled: menu.isAllowed
+        enabled: menu.desk.session.mayCopyChannel
         onTriggered: menu.desk.commands.copyChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuPaste"
         text: menu.desk.texts.pasteChannel
-        enabled: menu.isAllowed && menu.desk.session.canPaste
+        enabled: menu.desk.session.mayPasteChannel && menu.desk.session.canPaste
         onTriggered: menu.desk.commands.pasteChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuDuplicate"
         text: menu.desk.texts.duplicateChannel
-        enabled: menu.isAllowed
+        enabled: menu.desk.session.mayDuplicateChannel
         onTriggered: menu.desk.commands.duplicateChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuDelete"
         text: menu.desk.texts.deleteChannel
-        enabled: menu.isAllowed
+        enabled: menu.desk.session.mayDeleteChannel
         onTriggered: menu.desk.commands.deleteChannel(menu.channelId)
     }
 }

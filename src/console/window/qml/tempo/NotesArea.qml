@@ -29,7 +29,7 @@ TextArea {
     }
 
     objectName: "notesArea"
-    readOnly: desk.session.isLive
+    readOnly: !desk.session.mayTypeText
     activeFocusOnPress: !readOnly
     color: Theme.ink
     selectionColor: Theme.teal

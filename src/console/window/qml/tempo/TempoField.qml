@@ -19,7 +19,7 @@ EntryField {
     spokenName: desk.texts.tempoTitle
     echo: desk.session.tempoBpm
     selectsAll: true
-    readOnly: desk.session.isLive
+    readOnly: !desk.session.mayTypeText
     font.pixelSize: Theme.tempoText
     font.bold: true
     horizontalAlignment: TextInput.AlignHCenter
