@@ -94,12 +94,12 @@ void SetlistCopies::keep(const fs::path& setlist) {
     return;
   }
   if (directory_.empty()) {
-    tell(setlist, Error{"no state folder (HOME and XDG_STATE_HOME are not set)"});
+    report(setlist, Error{"no state folder (HOME and XDG_STATE_HOME are not set)"});
     return;
   }
   const auto bytes = files_.contents(setlist, mostSetlistBytes);
   if (!bytes) {
-    tell(setlist, bytes.error());
+    report(setlist, bytes.error());
     return;
   }
   const auto directory = directoryOf(setlist);
@@ -108,7 +108,7 @@ void SetlistCopies::keep(const fs::path& setlist) {
   const bool isKept = !numbers.empty() && holds(directory / nameOf(newest), bytes.value());
   if (!isKept && readSetlist(bytes.value())) {
     if (const auto failure = add(directory, newest + 1, bytes.value())) {
-      tell(setlist, *failure);
+      report(setlist, *failure);
     }
   }
   tidy(directory);
@@ -140,7 +140,7 @@ void SetlistCopies::tidy(const fs::path& directory) {
   }
 }
 
-void SetlistCopies::tell(const fs::path& setlist, const Error& error) {
+void SetlistCopies::report(const fs::path& setlist, const Error& error) {
   console_.print("Failed to keep a copy of " + setlist.string() + ": " + error.description);
 }
 

@@ -19,7 +19,7 @@ class FileManager;
 ///
 /// A save writes into the file itself, so a power cut in its middle leaves half a file. What was there before lies here
 /// by then, brought to the disk. Each setlist has a directory of its own, named after the file and after its whole
-/// path, links followed: files of one name in two places share nothing. In it stand "000001.vrel", "000002.vrel" and so
+/// path, links followed: files of one name in two places share nothing. It holds "000001.vrel", "000002.vrel" and so
 /// on, the highest number being the newest, each a setlist that can be opened as it is.
 ///
 /// Only what can be opened is kept: a damaged file pushes no good copy out. What the newest copy holds already is not
@@ -33,7 +33,7 @@ class SetlistCopies {
   SetlistCopies(FileManager& files, ConsoleOutput& console, std::filesystem::path directory)
       : files_(files), console_(console), directory_(std::move(directory)) {}
 
-  /// Keeps what the setlist holds now. What can not be kept is told on the console, and stops nothing.
+  /// Keeps what the setlist holds now. What cannot be kept is reported on the console, and stops nothing.
   void keep(const std::filesystem::path& setlist);
 
   /// The copies of a setlist, newest first.
@@ -48,7 +48,7 @@ class SetlistCopies {
   [[nodiscard]] bool holds(const std::filesystem::path& copy, const std::string& bytes) const;
   [[nodiscard]] Outcome add(const std::filesystem::path& directory, std::uint64_t number, const std::string& bytes);
   void tidy(const std::filesystem::path& directory);
-  void tell(const std::filesystem::path& setlist, const Error& error);
+  void report(const std::filesystem::path& setlist, const Error& error);
 
   FileManager& files_;
   ConsoleOutput& console_;

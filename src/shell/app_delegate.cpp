@@ -6,7 +6,7 @@
 namespace vrel {
 
 NSApplicationTerminateReply VrelAppDelegate::applicationShouldTerminate() {
-  // The main loop goes on while the alert stands, and a person may ask twice.
+  // The main loop goes on while the alert is shown, and a person may ask twice.
   if (!isAsking_) {
     isAsking_ = true;
     notifications_.post("vrel.requestTermination");

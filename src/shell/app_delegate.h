@@ -8,7 +8,7 @@ namespace vrel {
 class AppState;
 class NSNotificationCenter;
 
-/// What the system is told when it asks whether the program may end.
+/// The answer to the system's question whether the program may end.
 // NOLINTNEXTLINE(readability-identifier-naming): the platform's names
 enum class NSApplicationTerminateReply { NSTerminateCancel = 0, NSTerminateNow = 1, NSTerminateLater = 2 };
 
@@ -22,7 +22,8 @@ class VrelAppDelegate {
   /// Null until the window is there. Borrowed.
   AppState* appState = nullptr;
 
-  /// Always NSTerminateLater. A request that comes while the alert of an earlier one stands waits for the same answer.
+  /// Always NSTerminateLater. A request that comes while the alert of an earlier one is shown waits for the same
+  /// answer.
   NSApplicationTerminateReply applicationShouldTerminate();
 
   /// How often a request has been answered.

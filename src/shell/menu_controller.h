@@ -27,10 +27,10 @@ struct MenuCommand;
 
 /// The menu bar as data, in the language of the session, and what its items do.
 ///
-/// The bar is made anew, as a whole, after each command and after each change of the session that it shows; never
+/// The whole bar is built again after each command and after each change of the session that it shows; never
 /// inside either, but in a turn of the main queue, so that a menu is not replaced while its own item is carried out.
-/// Several wishes for a rebuild make one. Commands that belong to the main view are passed on as notifications. In Live
-/// mode the list of output devices stays as it was when the mode began, unless an audio setting is chosen.
+/// Several requests for a rebuild make one. Commands that belong to the main view are passed on as notifications. In
+/// Live mode the list of output devices stays as it was when the mode began, unless an audio setting is chosen.
 ///
 /// Nothing happens before the first `rebuildMenus`, nor once the engine is gone. Main thread.
 class VrelMenuController {
@@ -58,7 +58,7 @@ class VrelMenuController {
 
   Hooks hooks;
 
-  /// The bar was made anew.
+  /// The bar was built again.
   Signal<> menusRebuilt;
 
   [[nodiscard]] const MenuBar& mainMenu() const { return mainMenu_; }

@@ -24,7 +24,7 @@ class NSWindow {
  public:
   virtual ~NSWindow() = default;
   [[nodiscard]] virtual bool isFullScreen() const = 0;
-  /// The screen it stands on; none while it stands on none.
+  /// The screen it is on; none while it is on none.
   [[nodiscard]] virtual std::optional<NSScreen> screen() const = 0;
   /// Moves it there and draws it.
   virtual void setFrame(const ScreenRect& frame) = 0;
@@ -42,7 +42,7 @@ struct WindowSize {
 
 /// The program around its main window: its first frame, and the settings that act on more than what is shown.
 ///
-///   made               session and engine stand; settings are followed from here on
+///   made               session and engine are there; settings are followed from here on
 ///   windowResolved     each time the window is known: its frame, once, and the menus
 ///   contentDidAppear   audio settings, then a first song
 ///
@@ -77,9 +77,9 @@ class VrelApp {
 
   void contentDidAppear();
 
-  /// The system is about to end. The person is asked as ever. Where nobody answers the alert in time the program ends
-  /// unsaved, which is still in better order than being killed; who has answered may take their time over a file's
-  /// name.
+  /// The system is about to end. The person is asked as for every end. Where nobody answers the alert in time the
+  /// program ends unsaved, which is still in better order than being killed; who has answered may take their time over
+  /// a file's name.
   void systemEnds();
 
  private:

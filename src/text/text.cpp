@@ -309,7 +309,7 @@ constexpr bool isInOrder() {
   }
   return true;
 }
-static_assert(isInOrder(), "a row stands at the place of its key");
+static_assert(isInOrder(), "a row is at the index of its key");
 
 const Row& row(TextKey key) {
   return table[static_cast<std::size_t>(key)];

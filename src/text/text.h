@@ -7,7 +7,7 @@
 
 #include "document/app_state.h"
 
-// The words of the interface, in five languages. What belongs to one control alone stands with that control.
+// The words of the interface, in five languages. What belongs to one control alone is with that control.
 
 namespace vrel {
 

@@ -40,7 +40,7 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
     desktop.screenList = {{"Laptop", {0, 30, 1920, 1050}}, {"Projector", {1920, 0, 1280, 720}}};
   }
 
-  /// The bar stands, and counts from here on how often it is made anew.
+  /// Builds the bar, and counts from here on how often it is built again.
   void raiseMenus() {
     menus.rebuildMenus(state, engine);
     rebuilds_ = menus.menusRebuilt.connect([this] { ++rebuildCount; });

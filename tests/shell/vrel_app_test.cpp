@@ -34,7 +34,7 @@ class VrelAppTest : public ShellStage {
     hardware.record.clear();
   }
 
-  /// The program as it stands when a person sees it.
+  /// The program as it is when a person sees it.
   void start() {
     app.windowResolved(window);
     app.contentDidAppear();
