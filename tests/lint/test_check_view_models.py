@@ -59,21 +59,21 @@ class CheckViewModels(lint_case.LintCase):
 
     def test_a_property_that_no_file_reads_fails(self):
         self.write(f"{WINDOW}/qml/Strip.qml", STRIP.replace("entry.status", "true"))
-        self.assert_told(self.problems(), "view_models.h:7", "StripViewModel.status")
+        self.assert_reported(self.problems(), "view_models.h:7", "StripViewModel.status")
 
     def test_a_property_of_the_same_name_in_another_view_model_does_not_count(self):
         self.write(f"{WINDOW}/qml/Song.qml", SONG.replace("song.name", "song"))
-        self.assert_told(self.problems(), "view_models.h:10", "SongViewModel.name")
+        self.assert_reported(self.problems(), "view_models.h:10", "SongViewModel.name")
 
     def test_a_property_of_the_session_that_only_a_comment_names_fails(self):
         self.write(f"{WINDOW}/qml/Strip.qml", STRIP.replace("enabled:", "// "))
-        self.assert_told(self.problems(), "view_models.h:3", "SessionViewModel.isLive")
+        self.assert_reported(self.problems(), "view_models.h:3", "SessionViewModel.isLive")
 
     def test_a_text_and_a_command_that_no_file_uses_fail(self):
         self.write(f"{WINDOW}/qml/Song.qml", SONG.replace("texts.panic", "texts"))
-        self.assert_told(self.problems(), "TextsViewModel.panic")
+        self.assert_reported(self.problems(), "TextsViewModel.panic")
         self.write(f"{WINDOW}/qml/Song.qml", SONG.replace("commands.tapTempo", "tapTempo"))
-        self.assert_told(self.problems(), "ConsoleCommands.tapTempo")
+        self.assert_reported(self.problems(), "ConsoleCommands.tapTempo")
 
     def test_the_tree_itself_offers_something(self):
         classes, accessors = check_view_models.offered(pathlib.Path(__file__).resolve().parents[2])

@@ -38,22 +38,22 @@ class RunQmllint(lint_case.LintCase):
         self.assertEqual(self.problems(CLEAN), [])
 
     def test_a_misspelt_property_fails(self):
-        self.assert_told(self.problems(CLEAN.replace("text: item.shown", "text: item.shwon")), "View.qml:10", "shwon")
+        self.assert_reported(self.problems(CLEAN.replace("text: item.shown", "text: item.shwon")), "View.qml:10", "shwon")
 
     def test_a_property_that_the_type_has_not_fails(self):
-        self.assert_told(self.problems(CLEAN.replace("text:", "txet:")), "View.qml:10", "txet")
+        self.assert_reported(self.problems(CLEAN.replace("text:", "txet:")), "View.qml:10", "txet")
 
     def test_an_unqualified_name_fails(self):
-        self.assert_told(self.problems(CLEAN.replace("text: item.shown", "text: shown")), "View.qml:10", "nqualified")
+        self.assert_reported(self.problems(CLEAN.replace("text: item.shown", "text: shown")), "View.qml:10", "nqualified")
 
     def test_an_unused_import_fails(self):
-        self.assert_told(self.problems("import QtQuick.Layouts\n" + CLEAN), "View.qml:1", "nused import")
+        self.assert_reported(self.problems("import QtQuick.Layouts\n" + CLEAN), "View.qml:1", "nused import")
 
     def test_an_unknown_type_fails(self):
-        self.assert_told(self.problems(CLEAN.replace("Text {", "Txet {")), "View.qml:9", "Txet")
+        self.assert_reported(self.problems(CLEAN.replace("Text {", "Txet {")), "View.qml:9", "Txet")
 
     def test_a_value_of_the_wrong_type_fails(self):
-        self.assert_told(self.problems(CLEAN.replace("property string name", "property Item name")),
+        self.assert_reported(self.problems(CLEAN.replace("property string name", "property Item name")),
                          "View.qml:7", "Cannot assign")
 
     def test_a_tree_without_qml_fails(self):
