@@ -12,8 +12,13 @@ namespace vrel::simulation {
 class RecordingConsole : public ConsoleOutput {
  public:
   void print(const std::string& line) override { lines.push_back(line); }
+  void printInfo(const std::string& line) override {
+    lines.push_back(line);
+    infos.push_back(line);
+  }
 
   std::vector<std::string> lines;
+  std::vector<std::string> infos;  // those of the lines that report no failure
 };
 
 }  // namespace vrel::simulation

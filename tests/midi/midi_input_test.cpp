@@ -37,6 +37,11 @@ class Input : public testing::Test {
       }};
 };
 
+TEST_F(Input, ThePortThatIsConnectedIsNotLoggedAsAFailure) {
+  start();
+  EXPECT_EQ(console.infos, Lines{"Connected MIDI port: Disconnected"});
+}
+
 TEST_F(Input, APacketOfTwoBytesIsPostedWithAThirdOfZero) {
   start();
   service.send({{0xC3, 0x05}});
@@ -126,6 +131,7 @@ TEST_F(Input, AClientThatCannotBeMadeIsLoggedAndThereIsNoPort) {
   service.clientStatus = -10830;
   start();
   EXPECT_EQ(console.lines, Lines{"Error creating MIDI client: -10830"});
+  EXPECT_TRUE(console.infos.empty());
   EXPECT_EQ(service.record, Lines{"client VRELMIDIClient"});
   EXPECT_EQ(input->currentMidiPortName(), "Disconnected");
 }

@@ -29,13 +29,18 @@ struct FixedMirrorId {
   MirrorId id;
 };
 
-/// Names a property of a view-model by its address, and sets it; see `MirrorKey`.
-struct AnyMirrorKey {
+/// Names a property of a view-model by its own address, and sets it; see `MirrorKey`.
+class AnyMirrorKey {
+ public:
+  void set(MirrorItem& item, const QVariant& value) const { set_(*this, item, value); }
+
+ protected:
   using Set = void (*)(const AnyMirrorKey& key, MirrorItem& item, const QVariant& value);
 
-  explicit constexpr AnyMirrorKey(Set setter) : set(setter) {}
+  explicit constexpr AnyMirrorKey(Set setValue) : set_(setValue) {}
 
-  const Set set;
+ private:
+  Set set_;
 };
 
 /// Makes the view-model of an object, on the window's thread.

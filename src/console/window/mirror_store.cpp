@@ -67,7 +67,7 @@ void MirrorStore::apply(const MirrorBatch& batch) {
   for (const auto& [id, values] : batch.values) {
     MirrorItem& changed = *items_.at(id);
     for (const auto& [key, value] : values) {
-      key->set(*key, changed, value);
+      key->set(changed, value);
     }
   }
   for (const auto& [id, ids] : batch.lists) {

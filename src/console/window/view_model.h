@@ -4,6 +4,8 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QPointer>
+#include <QVariant>
+#include <utility>
 
 #include "console/window/mirror_source.h"
 
@@ -61,25 +63,24 @@ class MirrorRef : public QObject {
 
 /// Names one property of a view-model: `StripViewModel::nameKey` is what the logic publishes the property `name` under.
 template <typename Model, typename T>
-struct MirrorKey : AnyMirrorKey {
-  using Value = T;
-
-  T Model::*const value;
-  void (Model::*const changed)();
-
-  constexpr MirrorKey(T Model::*member, void (Model::*signal)())
-      : AnyMirrorKey(&assign), value(member), changed(signal) {}
+class MirrorKey : public AnyMirrorKey {
+ public:
+  constexpr MirrorKey(T Model::*value, void (Model::*changed)())
+      : AnyMirrorKey(&setValue), value_(value), changed_(changed) {}
 
  private:
-  static void assign(const AnyMirrorKey& key, MirrorItem& item, const QVariant& sent) {
+  static void setValue(const AnyMirrorKey& key, MirrorItem& item, const QVariant& sent) {
     const auto& self = static_cast<const MirrorKey&>(key);
     auto& model = static_cast<Model&>(item);
     auto now = sent.value<T>();
-    if (model.*self.value != now) {
-      model.*self.value = std::move(now);
-      Q_EMIT(model.*self.changed)();
+    if (model.*self.value_ != now) {
+      model.*self.value_ = std::move(now);
+      Q_EMIT(model.*self.changed_)();
     }
   }
+
+  T Model::*value_;
+  void (Model::*changed_)();
 };
 
 }  // namespace vrel::window

@@ -71,10 +71,7 @@ TEST_F(LookOfALearnableControl, IsSolidInCyanWhileItWaits) {
 
 class LookOfAStatus : public Look {
  protected:
-  void set(StripViewModel::Status status) {
-    const AnyMirrorKey& key = StripViewModel::statusKey;
-    key.set(key, strip, QVariant::fromValue(status));
-  }
+  void set(StripViewModel::Status status) { StripViewModel::statusKey.set(strip, QVariant::fromValue(status)); }
   [[nodiscard]] QColor ink() {
     const auto cell = make("StripStatus", {{QStringLiteral("entry"), QVariant::fromValue(&strip)}});
     return cell->property("ink").value<QColor>();
@@ -108,6 +105,21 @@ TEST_F(LookOfAStatus, IsAnAlarmForACrashAndForNothingElse) {
   const auto cell = make("StripStatus", {{QStringLiteral("entry"), QVariant::fromValue(&strip)}});
   const auto field = cell->property("field").value<QColor>();
   EXPECT_GT(field.red(), 2 * field.green());
+}
+
+TEST_F(Look, TheDropoutLampStaysLitUntilItIsPressedAndCountsFromThere) {
+  ConsoleModel model{[](const auto&) {}};
+  const auto lamp = make("DropoutLamp", {{QStringLiteral("desk"), QVariant::fromValue(&model)}});
+  const auto setDropouts = [&model](int count) { SessionViewModel::dropoutsKey.set(*model.session(), count); };
+  EXPECT_FALSE(lamp->property("visible").toBool());
+  setDropouts(3);
+  EXPECT_TRUE(lamp->property("visible").toBool());
+  EXPECT_EQ(lamp->property("spokenName").toString(), "Dropouts 3");
+  QMetaObject::invokeMethod(lamp.get(), "clicked");
+  EXPECT_FALSE(lamp->property("visible").toBool());
+  setDropouts(5);
+  EXPECT_TRUE(lamp->property("visible").toBool());
+  EXPECT_EQ(lamp->property("spokenName").toString(), "Dropouts 2");
 }
 
 }  // namespace

@@ -16,8 +16,7 @@ namespace {
 TEST(TextsViewModel, EachPropertyIsTheTextOfItsKeyInEachLanguage) {
   TextsViewModel texts;
   for (const Language language : allLanguages) {
-    const AnyMirrorKey& languageKey = TextsViewModel::languageKey;
-    languageKey.set(languageKey, texts, static_cast<int>(language));
+    TextsViewModel::languageKey.set(texts, static_cast<int>(language));
     int shown = 0;
     for (std::size_t index = 0; index < textKeyCount; ++index) {
       const auto key = static_cast<TextKey>(index);

@@ -26,7 +26,7 @@ Canvas {
         context.lineWidth = strokeWidth;
         context.shadowColor = Theme.faded(stroke, shadowOpacity);
         context.shadowBlur = shadowRadius;
-        context.setLineDash(dashes.map(length => length / strokeWidth)); // in widths of the stroke
+        context.setLineDash(Array.from(dashes, length => length / strokeWidth)); // in widths of the stroke
         context.beginPath();
         context.roundedRect(inset, inset, width - 2 * inset, height - 2 * inset, cornerRadius, cornerRadius);
         context.stroke();

@@ -13,6 +13,7 @@ QtObject {
     readonly property color line: "#383d44"
     readonly property color ink: "#f4f5f7"
     readonly property color quietInk: "#aeb4bd"
+    readonly property color faintInk: Qt.rgba(0.706, 0.706, 0.706, 1)
     readonly property color darkInk: "#000000"
 
     readonly property color accent: Qt.rgba(1, 1 / 3, 0, 1)
@@ -31,6 +32,8 @@ QtObject {
     readonly property color failed: Qt.rgba(0.23, 0.02, 0.03, 1) // the ground of a strip
     readonly property color running: Qt.rgba(0.18, 0.8, 0.44, 1)
     readonly property color idle: Qt.rgba(0.6, 0.6, 0.6, 1)
+    readonly property color faderTrack: Qt.rgba(28 / 255, 28 / 255, 28 / 255, 1)
+    readonly property color faderEdge: Qt.rgba(40 / 255, 40 / 255, 40 / 255, 1)
     readonly property color divider: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
 
     readonly property int touch: 48

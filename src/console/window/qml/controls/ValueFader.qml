@@ -52,9 +52,9 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        color: Qt.rgba(28 / 255, 28 / 255, 28 / 255, 1)
+        color: Theme.faderTrack
         border.width: fader.activeFocus ? 2 : 1
-        border.color: fader.activeFocus ? Theme.teal : Qt.rgba(40 / 255, 40 / 255, 40 / 255, 1)
+        border.color: fader.activeFocus ? Theme.teal : Theme.faderEdge
         radius: 3
     }
 

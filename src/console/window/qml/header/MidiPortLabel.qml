@@ -20,7 +20,7 @@ Column {
 
         width: label.width
         text: "MIDI IN"
-        color: Qt.rgba(0.706, 0.706, 0.706, 1)
+        color: Theme.faintInk
         font.pixelSize: 11
         elide: Text.ElideRight
         Accessible.ignored: true
