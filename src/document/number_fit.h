@@ -8,13 +8,13 @@
 
 namespace vrel {
 
-/// `number` as an Integer; none if it has a fraction or does not fit. None either at -2^63, to which numbers beyond it are
-/// rounded.
+/// `number` as an Integer; none if it has a fraction or does not fit. None either at -2^63, to which numbers beyond it
+/// are rounded.
 template <std::integral Integer>
 [[nodiscard]] std::optional<Integer> wholeNumber(double number) {
   using Limits = std::numeric_limits<Integer>;
-  const bool fits = number >= static_cast<double>(Limits::min()) && number < std::ldexp(1.0, Limits::digits) &&
-                    number > -0x1p63;
+  const bool fits =
+      number >= static_cast<double>(Limits::min()) && number < std::ldexp(1.0, Limits::digits) && number > -0x1p63;
   return fits && std::trunc(number) == number ? std::optional(static_cast<Integer>(number)) : std::nullopt;
 }
 

@@ -67,7 +67,8 @@ struct MirrorKey : AnyMirrorKey {
   T Model::*const value;
   void (Model::*const changed)();
 
-  constexpr MirrorKey(T Model::*member, void (Model::*signal)()) : AnyMirrorKey(&assign), value(member), changed(signal) {}
+  constexpr MirrorKey(T Model::*member, void (Model::*signal)())
+      : AnyMirrorKey(&assign), value(member), changed(signal) {}
 
  private:
   static void assign(const AnyMirrorKey& key, MirrorItem& item, const QVariant& sent) {
