@@ -63,7 +63,7 @@ Options parse(const std::vector<std::string>& arguments) {
 /// The arguments for Qt.
 struct CommandLine {
   int count = 1;
-  char name[16] = "note_latency_bench";
+  char name[24] = "note_latency_bench";
   char* arguments[2] = {name, nullptr};
 };
 

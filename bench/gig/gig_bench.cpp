@@ -30,17 +30,17 @@ std::size_t switchesOf(const std::vector<std::string>& arguments) {
 void report(const GigStage& stage) {
   const auto& watch = stage.watch();
   const auto blocks = static_cast<double>(watch.blocks);
-  const auto tell = [&](const char* what, std::uint64_t count) {
+  const auto print = [&](const char* what, std::uint64_t count) {
     std::printf("%-40s %8zu  %8.4f %%\n", what, static_cast<std::size_t>(count),
                 100 * static_cast<double>(count) / blocks);
   };
-  tell("blocks", watch.blocks);
-  tell("with sound", watch.soundingBlocks);
-  tell("silent for a change of the graph", stage.renderCounters().silentBlocks);
-  tell("late through the program", watch.lateByProgram);
-  tell("late through a plug-in", watch.lateByPlugin);
-  tell("late through the machine", watch.lateByMachine);
-  tell("with a file's frames not read in time", stage.renderCounters().underrunBlocks);
+  print("blocks", watch.blocks);
+  print("with sound", watch.soundingBlocks);
+  print("silent for a change of the graph", stage.renderCounters().silentBlocks);
+  print("late through the program", watch.lateByProgram);
+  print("late through a plug-in", watch.lateByPlugin);
+  print("late through the machine", watch.lateByMachine);
+  print("with a file's frames not read in time", stage.renderCounters().underrunBlocks);
   const double blockMs = GigStage::blockFrames * 1e3 / GigStage::sampleRate;
   std::printf("the longest took %.2f of a block, of the program's own time\n",
               static_cast<double>(watch.longestOfProgram) * 1e-6 / blockMs);

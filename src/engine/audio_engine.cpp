@@ -79,7 +79,7 @@ void AudioEngine::begin() {
   }
   levelCapture_.startMeterDecayTimer(platform_.mainQueue);
   levelCapture_.installMainMixerTap();
-  tellOutputRate();
+  updateOutputRate();
 }
 
 AudioEngine::~AudioEngine() {
@@ -95,7 +95,7 @@ AudioEngine::~AudioEngine() {
 
 bool AudioEngine::ensureEngineRunning(const std::string& reason) {
   const bool isRunning = mutator_.ensureEngineRunning(reason, [this] { chains_.prepareOutputGraph(); });
-  tellOutputRate();
+  updateOutputRate();
   return isRunning;
 }
 
@@ -106,11 +106,11 @@ std::vector<AudioOutputDevice> AudioEngine::availableOutputDevices() {
 void AudioEngine::applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID) {
   if (deviceSettings_) {
     deviceSettings_->applyAudioSettings(frameSize, deviceUID, [this] { chains_.prepareOutputGraph(); });
-    tellOutputRate();
+    updateOutputRate();
   }
 }
 
-void AudioEngine::tellOutputRate() {
+void AudioEngine::updateOutputRate() {
   musicalContext_->setOutputSampleRate(engine_->outputNode()->outputFormat(0).sampleRate);
 }
 

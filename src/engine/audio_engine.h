@@ -32,13 +32,13 @@ namespace vrel {
 
 /// The one engine of the process: the strips of the song on stage, the master, and what plays them.
 ///
-/// A facade: it owns the parts, sees to their order of birth and death, adds and removes strips, and
-/// hands everything else to the part that knows. The parts are reached by their own names, e.g.
+/// A facade: it owns the parts, ensures their construction order, adds and removes strips, and forwards
+/// everything else to the responsible part. The parts are accessible by their own names, e.g.
 /// `engine.instruments().loadInstrument(...)`.
 ///
 /// Threads: main thread. The platform engine starts on the first turn of the main queue after
 /// `make`, not in it. A failed start or restart leaves a stopped engine, silent and inert, and is
-/// told in a line and in `lastEngineStartError`.
+/// logged and kept in `lastEngineStartError`.
 class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<AudioEngine> {
  public:
   /// The platform is borrowed and outlives the engine.
@@ -111,7 +111,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
  private:
   explicit AudioEngine(const EnginePlatform& platform);
   void begin();
-  void tellOutputRate();
+  void updateOutputRate();
   void takeDown(AudioChannel& channel);
 
   EnginePlatform platform_;

@@ -77,7 +77,7 @@ class EffectRacks {
   void loadEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
                   const AVAudioUnitComponent& component, std::function<void(bool)> completion);
 
-  /// Takes the slot and its node out. The master is wired anew in any case.
+  /// Removes the slot and its node. The master is always rewired.
   void removeEffectSlot(AudioChannel& channel, const Uuid& slotId);
 
   /// Takes a node that has died out of the chain; its slot stays, with the state that was saved. False

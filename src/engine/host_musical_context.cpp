@@ -117,24 +117,24 @@ void HostMusicalContext::setTempo(std::uint32_t bpm) {
   startBeat_ = startBeat_ + elapsedSeconds() * currentTempoBpm_ / secondsPerMinute;
   startHostTime_ = clock_.AudioGetCurrentHostTime();
   currentTempoBpm_ = limitedTempo(bpm);
-  tellChangeFor(oneSecond);
+  reportChangeFor(oneSecond);
 }
 
 void HostMusicalContext::songSwitchBegan(std::uint32_t songTempoBpm) {
   currentTempoBpm_ = limitedTempo(songTempoBpm);
   anchorAtBeatZero();
   isTransportRunning_ = false;
-  tellChangeFor(twoSeconds);
+  reportChangeFor(twoSeconds);
 }
 
 void HostMusicalContext::songSwitchEnded() {
   anchorAtBeatZero();
   isTransportRunning_ = true;
-  tellChangeFor(twoSeconds);
+  reportChangeFor(twoSeconds);
 }
 
 void HostMusicalContext::stateWasRestored() {
-  tellChangeFor(oneSecond);
+  reportChangeFor(oneSecond);
 }
 
 void HostMusicalContext::anchorAtBeatZero() {
@@ -142,7 +142,7 @@ void HostMusicalContext::anchorAtBeatZero() {
   startHostTime_ = clock_.AudioGetCurrentHostTime();
 }
 
-void HostMusicalContext::tellChangeFor(std::uint64_t nanoseconds) {
+void HostMusicalContext::reportChangeFor(std::uint64_t nanoseconds) {
   changedUntilHostTime_ = clock_.AudioGetCurrentHostTime() + clock_.AudioConvertNanosToHostTime(nanoseconds);
 }
 

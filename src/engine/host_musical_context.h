@@ -75,7 +75,7 @@ class HostMusicalContext : public std::enable_shared_from_this<HostMusicalContex
  private:
   [[nodiscard]] double elapsedSeconds() const;
   void anchorAtBeatZero();
-  void tellChangeFor(std::uint64_t nanoseconds);
+  void reportChangeFor(std::uint64_t nanoseconds);
 
   const HostClock& clock_;
   std::atomic<double> currentTempoBpm_{120.0};

@@ -81,11 +81,11 @@ class InstrumentLoader {
   void loadVisualInstrument(AudioChannel& channel, const std::vector<VisualClipMapping>& mappings,
                             const Completion& completion);
 
-  /// Rehearses a crash: the node is lost, path, name and effects stay, the status tells.
+  /// Simulates a crash: the node is lost, path, name and effects stay, the status is `crashed`.
   void simulatePluginCrash(AudioChannel& channel);
 
-  /// Brings back what the strip's path names: an instrument anew, with no state; a file with
-  /// its present range and modes; a strip without a path becomes empty. Nothing for what is not installed, and for
+  /// Loads what the strip's path names again: an instrument, without a state; a file with its
+  /// current range and modes; a strip without a path becomes empty. Nothing for what is not installed, and for
   /// clips.
   void reviveChannel(const std::shared_ptr<AudioChannel>& channel);
 

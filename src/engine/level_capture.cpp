@@ -38,7 +38,7 @@ void raiseRawPeaks(AudioChannel& channel, float left, float right) {
   channel.rawMeterPeakR = std::max(channel.rawMeterPeakR, right);
 }
 
-// A mono source shows on the left side alone.
+// A mono source shows on the left channel only.
 void capturePeaks(AudioChannel& channel, const AVAudioPCMBuffer& buffer) {
   const auto* samples = buffer.floatChannelData();
   if (samples == nullptr) {
@@ -104,7 +104,7 @@ void LevelCapture::feedPlaybackMeter(AudioChannel& channel) {
       peaks.empty()) {
     return;
   }
-  // In this order, since a length that is no number must not come through to the index below.
+  // In this order, since a length that is NaN must not reach the index below.
   const double duration = std::max(shortestDuration, channel.playbackEndTime.get() - channel.playbackStartTime.get());
   const double elapsed = clock_.CACurrentMediaTime() - *startedAt;
   const double position = channel.playbackLoop.get() ? std::fmod(elapsed, duration) : std::min(elapsed, duration);

@@ -16,9 +16,9 @@ struct Strips;
 
 /// What follows when the process of a plug-in has died under it. Main thread.
 ///
-/// An instrument's strip shows the crash as in the rehearsal; an effect's slot stays, without its node;
-/// a parked node is never handed out. A node on its way into a strip, in work that stands in the main
-/// queue, is looked for once more behind that work.
+/// An instrument's strip shows the crash as in the simulated crash; an effect's slot stays, without its node;
+/// a parked node is never handed out. A node on its way into a strip, in work that is in the main
+/// queue, is looked for again after that work.
 class PluginCrashHandler {
  public:
   struct Collaborators {

@@ -56,7 +56,7 @@ class PluginPool {
   /// Parks a node that a channel gave up; beyond the limit it goes out of existence. Any thread.
   void returnNodeToPool(Node node, const std::string& key);
 
-  /// Lets go of a parked node that has died. Any thread.
+  /// Releases a parked node that has crashed. Any thread.
   void forgetNode(const std::shared_ptr<AVAudioNode>& node);
 
   /// Sees to a warm node for every instrument of these songs. Nothing without a resolver.
@@ -84,7 +84,7 @@ class PluginPool {
   // Instead of a shared_ptr to the pool: its last holder might be a handler on the pool's own queue, which cannot wait
   // for its own end.
   const std::shared_ptr<Gate<PluginPool>> gate_ = std::make_shared<Gate<PluginPool>>();
-  // Last: letting go of a queue waits for the work under way, which may use all of the above.
+  // Last: destroying the queue waits for the running work, which may use all of the above.
   std::unique_ptr<DispatchQueue> pluginPoolQueue_;
 };
 

@@ -46,7 +46,7 @@ class LiveMode {
 
   void setLiveMode(bool enabled);
 
-  /// What a key stands for while the mode is on.
+  /// What a key does while the mode is on.
   struct Command {
     enum class Kind { panic, exclusiveSolo, nextSong, previousSong, masterMute, channelMute };
     Kind kind = Kind::panic;

@@ -50,7 +50,7 @@ class PlaybackRuns : public PlaybackTarget {
   HostClock& clock_;
   MainQueue& mainQueue_;
   const std::shared_ptr<Gate<DispatchQueue>> gate_ = std::make_shared<Gate<DispatchQueue>>();  // to the player queue
-  // Last: letting go of a queue waits for the work under way.
+  // Last: destroying the queue waits for the running work.
   std::unique_ptr<DispatchQueue> playbackQueue_;
 };
 

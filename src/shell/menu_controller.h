@@ -86,7 +86,7 @@ class VrelMenuController {
   void modeEdit();
   void modeLive();
   void toggleLearn();
-  /// By the text of the defaults; nothing for one that is no mode.
+  /// By the text of the defaults; no effect for an unknown mode.
   void selectVisualBlendMode(const std::string& mode);
   void chooseVisualBackgroundVideo();
   void clearVisualBackgroundVideo();

@@ -134,7 +134,7 @@ TEST_F(Channels, CuttingSelectsTheFirstThatIsLeft) {
   expectChanged();
 }
 
-TEST_F(Channels, ADuplicateStandsBehindItsOriginal) {
+TEST_F(Channels, ADuplicateFollowsItsOriginal) {
   strip(1).volume.set(0.3F);
   operations.duplicateChannel(strip(1));
   EXPECT_EQ(names(), (Names{"A", "B", "B", "C"}));

@@ -42,7 +42,7 @@ TEST_F(Readings, ALowerPeakLeavesADisplayedOneToItsDecay) {
   EXPECT_LT(strip->peakL.get(), 0.5F);
 }
 
-TEST_F(Readings, ASilentStripTellsNobodyOfAChange) {
+TEST_F(Readings, ASilentStripNotifiesNoChange) {
   int changes = 0;
   const auto connection = strip->peakL.changed.connect([&](float) { ++changes; });
   mainQueue.advance(1.0);

@@ -144,7 +144,7 @@ TEST_F(CopiesOfSetlists, ALongNameIsCutBetweenCharacters) {
   EXPECT_EQ(folder.substr(0, folder.rfind('-')), name.substr(0, 99));
 }
 
-TEST_F(CopiesOfSetlists, OpeningADamagedFileTellsWhereTheyAre) {
+TEST_F(CopiesOfSetlists, OpeningADamagedFileLogsWhereTheyAre) {
   save("v1");
   save("v2");
   files.files[gig] = files.files[gig].substr(0, 20);
@@ -215,7 +215,7 @@ TEST_F(CopiesOfSetlists, NothingIsOfferedWithoutAGoodCopyNorOpenedInLiveMode) {
 
 // What goes wrong with a copy stops no save.
 
-TEST_F(CopiesOfSetlists, AFolderThatCanNotBeMadeIsToldAndTheSaveGoesOn) {
+TEST_F(CopiesOfSetlists, AFolderThatCannotBeCreatedIsLoggedAndTheSaveContinues) {
   save("v1");
   files.readOnly.insert("/home/me/state");
   files.placeDirectory("/home/me/state");
@@ -225,7 +225,7 @@ TEST_F(CopiesOfSetlists, AFolderThatCanNotBeMadeIsToldAndTheSaveGoesOn) {
             Lines{"Failed to keep a copy of /home/me/gig.vrel: /home/me/state/copies: Permission denied"});
 }
 
-TEST_F(CopiesOfSetlists, AFullDiskIsToldAndTheSaveGoesOnIfItFits) {
+TEST_F(CopiesOfSetlists, AFullDiskIsLoggedAndTheSaveContinuesIfItFits) {
   save("v1");
   files.freeBytes = 3;
   EXPECT_FALSE(save("v2"));
@@ -244,14 +244,14 @@ TEST_F(CopiesOfSetlists, AFullDiskLosesNoCopyThatIsThere) {
   EXPECT_EQ(kept(gig).front(), "v24");
 }
 
-TEST_F(CopiesOfSetlists, AFileThatCanBeWrittenButNotReadIsToldAndSaved) {
+TEST_F(CopiesOfSetlists, AFileThatCanBeWrittenButNotReadIsLoggedAndSaved) {
   save("v1");
   files.unreadable.insert(gig);
   EXPECT_TRUE(save("v2"));
   EXPECT_EQ(console.lines, Lines{"Failed to keep a copy of /home/me/gig.vrel: /home/me/gig.vrel: Permission denied"});
 }
 
-TEST_F(CopiesOfSetlists, AUserWithoutAPlaceForThemIsTold) {
+TEST_F(CopiesOfSetlists, AMissingStateFolderIsLogged) {
   SetlistCopies nowhere(files, console, "");
   files.place(gig, setlistText({"v1"}));
   EXPECT_FALSE(nowhere.keep(gig));
@@ -260,7 +260,7 @@ TEST_F(CopiesOfSetlists, AUserWithoutAPlaceForThemIsTold) {
   EXPECT_THAT(nowhere.copiesOf(gig), IsEmpty());
 }
 
-TEST_F(CopiesOfSetlists, CopiesThatCanNotBeDroppedStopNothing) {
+TEST_F(CopiesOfSetlists, CopiesThatCannotBeRemovedDoNotStopASave) {
   for (int version = 1; version <= 21; ++version) {
     save("v" + std::to_string(version));
   }

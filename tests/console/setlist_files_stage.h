@@ -35,7 +35,7 @@ class SetlistFilesStage : public SimulatedSession {
 
   [[nodiscard]] std::vector<std::string> songNames() const { return namesIn(state.songs.get()); }
 
-  /// Of the songs in a file; none when it can not be opened.
+  /// Of the songs in a file; none when it cannot be opened.
   [[nodiscard]] std::optional<std::vector<std::string>> namesOnDisk(const std::filesystem::path& path) const {
     const auto file = files.files.find(path);
     const auto setlist = readSetlist(file == files.files.end() ? "" : file->second);

@@ -25,7 +25,7 @@ TEST_F(SetlistOnDisk, AFileOpensWithItsFirstSongOnStage) {
   EXPECT_FALSE(state.isDirty.get());
 }
 
-TEST_F(SetlistOnDisk, AllPluginsOfASetlistAreAskedForBeforeItsFirstSongStands) {
+TEST_F(SetlistOnDisk, AllPluginsOfASetlistAreRequestedBeforeItsFirstSongIsLoaded) {
   SetlistFile setlist;
   setlist.songs.resize(2);
   setlist.songs[1].channels = {record("Piano", pianoKey)};
@@ -82,7 +82,7 @@ TEST_F(SetlistOnDisk, AnEmptyObjectOpensAsASetlistWithoutSongsAndLeavesTheStrips
   EXPECT_FALSE(state.isDirty.get());
 }
 
-TEST_F(SetlistOnDisk, AFileThatCanNotBeReadChangesNothing) {
+TEST_F(SetlistOnDisk, AnUnreadableFileChangesNothing) {
   openGig();
   files.place("/home/me/locked.vrel", "{}");
   files.unreadable.insert("/home/me/locked.vrel");
@@ -98,7 +98,7 @@ TEST_F(SetlistOnDisk, AFileThatCanNotBeReadChangesNothing) {
   }
 }
 
-TEST_F(SetlistOnDisk, AFileThatIsNoSetlistChangesNothing) {
+TEST_F(SetlistOnDisk, AFileThatIsNotASetlistChangesNothing) {
   openGig();
   for (const std::string& bytes :
        {std::string(), std::string("null"), std::string("[1]"), std::string("{\"songs\":{}}"),
@@ -111,7 +111,7 @@ TEST_F(SetlistOnDisk, AFileThatIsNoSetlistChangesNothing) {
   }
 }
 
-TEST_F(SetlistOnDisk, TheErrorToldIsThatOfTheLastAttempt) {
+TEST_F(SetlistOnDisk, TheLoggedErrorIsThatOfTheLastAttempt) {
   files.place(gig, R"({"songs":7})");
   setlistFiles.loadSetlist(gig);
   EXPECT_EQ(console.lines, Lines{"Failed to load setlist: " + decodeLegacySongs(R"({"songs":7})").error().description});
@@ -268,7 +268,7 @@ TEST_F(SetlistOnDisk, InLiveModeTheGuardCanStillOpenThePanel) {
   EXPECT_EQ(namesOnDisk(gig), Names{"One"});
 }
 
-TEST_F(SetlistOnDisk, ASaveThatFailsIsToldAndLeavesTheMarkAndThePathAsTheyWere) {
+TEST_F(SetlistOnDisk, AFailedSaveIsLoggedAndLeavesTheMarkAndThePathUnchanged) {
   openGig();
   files.readOnly = {gig};
   for (const bool dirty : {true, false}) {
@@ -302,7 +302,7 @@ TEST_F(SetlistOnDisk, AValueThatNoFileHoldsFailsBeforeTheFileIsTouched) {
   EXPECT_THAT(copies.copiesOf(gig), IsEmpty());
 }
 
-TEST_F(SetlistOnDisk, ASaveWhoseRecentListCanNotBeWrittenIsASave) {
+TEST_F(SetlistOnDisk, ASaveSucceedsWhenTheRecentListCannotBeWritten) {
   openGig();
   files.readOnly.insert(state.recentFilesPath);
   state.isDirty.set(true);
@@ -365,7 +365,7 @@ TEST_F(SetlistOnDisk, TheAssignmentsOfAllSongsGoOnIntoANewOne) {
   EXPECT_EQ(state.globalMidiControlAssignments.get(), assignments);
 }
 
-TEST_F(SetlistOnDisk, ANewOneWaitsForTheGuardWhenItIsToldTo) {
+TEST_F(SetlistOnDisk, ANewOneWaitsForTheGuardOnRequest) {
   openGig();
   desktop.alertAnswers = {cancelButton};
   setlistFiles.newSetlist(true);

@@ -95,7 +95,7 @@ TEST(BadSetlist, EveryKeyRefusesAValueOfTheWrongType) {
   }
 }
 
-TEST(BadSetlist, RequiredKeysCanNotBeMissingOrNull) {
+TEST(BadSetlist, RequiredKeysCannotBeMissingOrNull) {
   const json null;
   const std::string assignment = "/songs/0/midi_control_assignments/0";
   for (const char* key :
@@ -139,7 +139,7 @@ TEST(BadSetlist, FloatsThatNeedMoreThanThirtyTwoBitsFail) {
   EXPECT_FALSE(decodeSetlist(R"({"songs": [{"channels": [{"playback_end_time": 1e400}]}]})").ok());
 }
 
-TEST(BadSetlist, TruthIsNoNumber) {
+TEST(BadSetlist, ABooleanIsNotANumber) {
   EXPECT_EQ(channelFailure(R"("mute": 1)"), "songs[2].channels[0].mute: expected true or false, found number");
   EXPECT_EQ(channelFailure(R"("min_note": true)"), "songs[2].channels[0].min_note: expected an integer, found boolean");
 }

@@ -107,7 +107,7 @@ TEST_F(RecentFiles, ClearingEmptiesTheListHereAndOnTheDisk) {
 TEST_F(RecentFiles, TheyAreReadBetweenTheSettingsAndTheScan) {
   class ScanWatch : public AVAudioUnitComponentManager {
    public:
-    explicit ScanWatch(simulation::RecordingConsole& told) : console(told) {}
+    explicit ScanWatch(simulation::RecordingConsole& log) : console(log) {}
     std::vector<AVAudioUnitComponent> componentsMatchingDescription(
         const AudioComponentDescription& /*type*/) override {
       console.print("scan");

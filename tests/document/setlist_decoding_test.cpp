@@ -119,7 +119,7 @@ TEST(SetlistDecoding, AColourWithTooManyComponentsKeepsTheFirstThree) {
   EXPECT_EQ(decodedSong(R"({"master_channel_color": [1, 2, 3, 4, 5]})").masterChannelColor, (Color{1.0F, 2.0F, 3.0F}));
 }
 
-TEST(SetlistDecoding, AColourOfThreeStandsUnlimited) {
+TEST(SetlistDecoding, AColourOfThreeIsNotLimited) {
   EXPECT_EQ(decodedChannel(R"({"color": [-1, 0.5, 70]})").color, (Color{-1.0F, 0.5F, 70.0F}));
 }
 
@@ -253,7 +253,7 @@ TEST(LegacyRoot, ABareArrayOfSongsIsReadWhenTheObjectFails) {
   EXPECT_TRUE(setlist.value().globalMidiControlAssignments.empty());
 }
 
-TEST(LegacyRoot, IsNoSetlistByItself) {
+TEST(LegacyRoot, IsNotASetlistByItself) {
   EXPECT_FALSE(decodeSetlist("[]").ok());
   EXPECT_TRUE(decodeLegacySongs("[]").ok());
   EXPECT_FALSE(decodeLegacySongs("{}").ok());

@@ -171,7 +171,7 @@ TEST(SetlistEncoding, DoublesComeBackBitForBit) {
   }
 }
 
-TEST(SetlistEncoding, ANumberThatJsonCanNotHoldFails) {
+TEST(SetlistEncoding, ANumberThatJsonCannotHoldFails) {
   for (const float number : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                              -std::numeric_limits<float>::infinity()}) {
     const auto bytes = encodeSetlist(withVolume(number));

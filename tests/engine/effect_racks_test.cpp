@@ -64,7 +64,7 @@ TEST_F(Racks, AnEffectIsTriedInProcessFirstAndThenOutOfProcess) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST_F(Racks, AnEffectThatFailsBothWaysIsToldTwiceAndGivesNone) {
+TEST_F(Racks, AnEffectThatFailsBothWaysIsLoggedTwiceAndGivesNone) {
   int calls = 0;
   bool gotNode = true;
   engine->effects().instantiateEffectNode(chorus, [&](auto node) {
@@ -238,7 +238,7 @@ TEST_F(Racks, RestoringLoadsAllSideBySideAndWiresThemInSlotOrderWhateverAnswersF
   EXPECT_EQ(strip.channel->effectSlots.get().size(), 3U);
 }
 
-TEST_F(Racks, AnEffectIsToldTheTimeBeforeItIsAttachedAndGetsItsStateAfterwards) {
+TEST_F(Racks, AnEffectGetsTheTimeBeforeItIsAttachedAndItsStateAfterwards) {
   const auto strip = addStrip("Piano");
   auto slot = slotFor(chorusKey);
   slot.stateBase64 = base64Encode(propertyLists.ticketFor({PropertyListDictionary{{"depth", {0.5}}}}));
@@ -367,7 +367,7 @@ TEST_F(Racks, AFailedRestoreLeavesTheSlotWithItsDataAndStillCompletes) {
   units.answer(0, nullptr, std::nullopt);
   mainQueue.runAll();
   EXPECT_EQ(completions, 1);
-  EXPECT_TRUE(console.lines.empty()) << "without an error there is nothing to tell";
+  EXPECT_TRUE(console.lines.empty()) << "without an error nothing is logged";
   EXPECT_TRUE(strip.channel->effectNodes.get().empty());
   EXPECT_EQ(strip.channel->effectSlots.get(), std::vector{slot});
 }

@@ -7,7 +7,7 @@ namespace {
 
 class EngineLifecycle : public SimulatedStage {};
 
-/// Notes whether the graph still ran when the input let go of the service.
+/// Records whether the graph was still running when the input disposed of its port.
 class WatchingMIDIService : public simulation::SimulatedMIDIService {
  public:
   explicit WatchingMIDIService(const simulation::SimulatedNodeFactory& nodes) : nodes_(nodes) {}

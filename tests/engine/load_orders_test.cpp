@@ -130,7 +130,7 @@ SongConfig songOf(const std::vector<std::string>& paths) {
   return song;
 }
 
-/// Brings about all that is asked for and all happenings, in the order that is told.
+/// Answers all requests and triggers all happenings, in the given order.
 void playOut(LoadingMachine& machine, EveryOrder& order, Happenings happenings, const std::vector<Ending>& endings) {
   answerInOrder(machine, order, std::move(happenings), endings,
                 [&machine](std::size_t index, Ending ending) { machine.answer(index, ending); });

@@ -48,7 +48,7 @@ TEST_F(Deaths, ANodeThatDiesOnItsWayIntoAStripCrashesTheStrip) {
   engine->pluginPool().returnNodeToPool(parked, pianoKey);
   settle();
   const auto channel = engine->addChannel("Lead");
-  // The report stands in the queue before the installation does.
+  // The report is in the queue before the installation is.
   mainQueue.async([&] { engine->pluginDied(parked); });
   engine->instruments().loadInstrument(channel, piano, std::nullopt, nullptr);
   settle();

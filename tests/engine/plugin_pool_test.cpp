@@ -164,12 +164,12 @@ TEST_F(Pool, AUsedNodeLoadedWithoutStateKeepsTheSoundItWasLeftWith) {
   EXPECT_EQ(strip.instrument->core.documentState, edited);
 }
 
-/// A queue that notes the thread of its end, and that, entered by a handler, gives the pool's owner
-/// every chance to let go meanwhile.
+/// A queue that records the thread of its end, and that, entered by a handler, gives the pool's owner
+/// time to destroy the pool meanwhile.
 struct SlowEntry {
   std::atomic<bool> isHolding{false};
   std::atomic<bool> isEntered{false};
-  std::atomic<bool> ownerLetGo{false};
+  std::atomic<bool> isOwnerDone{false};
   std::thread::id endedOn;
 };
 
@@ -184,7 +184,7 @@ class SlowQueue : public DispatchQueue {
     }
     entry_.isEntered = true;
     constexpr int mostTurns = 100'000;
-    for (int turn = 0; turn < mostTurns && !entry_.ownerLetGo; ++turn) {
+    for (int turn = 0; turn < mostTurns && !entry_.isOwnerDone; ++turn) {
       std::this_thread::yield();
     }
   }
@@ -218,7 +218,7 @@ TEST_F(Pool, EndsOnItsOwnersThreadAlsoWhileAHandlerIsAtTheDoor) {
   }
   EXPECT_TRUE(slowQueues.entry.isEntered);
   ending.reset();
-  slowQueues.entry.ownerLetGo = true;
+  slowQueues.entry.isOwnerDone = true;
   service.join();
   EXPECT_EQ(slowQueues.entry.endedOn, std::this_thread::get_id());
 }

@@ -68,6 +68,24 @@ class CheckStyle(lint_case.LintCase):
                     self.assert_reported(self.problems(), f"{path}:1", "fast-math")
                     self.write(path, "\n")
 
+    def test_old_terms_fail_and_standard_ones_pass(self):
+        # Each old term is broken by a bar, or this file would fail its own check.
+        old = ("is to|ld", "IsTo|ldOnce", "te|lls", "Te|llsSo", "ane|w", "let g|o of it", "letting g|o", "WasLe|tGo",
+               "it sta|nds", "QuestionSta|nds", "of its own acco|rd", "for e|ver", "can n|ot", "ThatCan|Not",
+               "a text is n|o number", "AFileThatIsNo|Setlist", "the ro|ad of a note", "misfo|rtunes",
+               "troub|led blocks", "hee|ded", "patie|nce", "by tu|rns", "sees t|o it", "in the order of bir|th",
+               "depends on itself in a ci|rcle", "the left si|de", "two si|des", "is star|ved", "nobo|dy's",
+               "misde|ed", "TwoSi|des sides", "wit|h_.state")
+        for term in old:
+            with self.subTest(term):
+                self.write("src/thing.cpp", f"{HEAD}// {term.replace('|', '')}\n")
+                self.assert_reported(self.problems(), "src/thing.cpp:2", "forbidden")
+        standard = ("there is no file", "is no longer than that", "is no larger than a block", "cannot", "forever",
+                    "understands", "a stand-in", "satellites", "on both sides of the queue", "side by side", "renewed",
+                    "Move MIDI", "a circle is drawn", "broadcast", "by itself")
+        self.write("src/thing.cpp", HEAD + "".join(f"// {term}\n" for term in standard))
+        self.assertEqual(self.problems(), [])
+
     def test_a_platform_name_without_a_row_in_the_glossary_fails(self):
         for name, declaration in (("AVThing", "class AVThing {\n};"), ("NSThing", "struct NSThing final {\n};"),
                                   ("ThingKind", "enum class ThingKind { one };"), ("ThingRef", "using ThingRef = int;")):

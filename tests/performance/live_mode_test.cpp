@@ -36,7 +36,7 @@ TEST_F(Live, LeavesTheCaretAloneWhenItEnds) {
   EXPECT_EQ(desktop.focusClearings, 1) << "the one at the beginning";
 }
 
-TEST_F(Live, TellsOfARealChangeOnlyAndTakesTheCaretAllTheSame) {
+TEST_F(Live, NotifiesRealChangesOnlyAndAlwaysClearsTheFocus) {
   int changes = 0;
   const auto watch = state.isLiveModeEnabled.changed.connect([&](bool) { ++changes; });
   live.setLiveMode(true);

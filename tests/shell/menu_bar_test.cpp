@@ -392,7 +392,7 @@ class ApplicationMenu : public MenuBarTest {
   MenuItem about = menuOf("About", {});
 };
 
-TEST_F(ApplicationMenu, OfTheSystemIsKeptAsItIsAndStandsAtTheHead) {
+TEST_F(ApplicationMenu, OfTheSystemIsKeptUnchangedAndComesFirst) {
   const MenuItem given = menuOf("Host", {about, quit("Leave")});
   const MenuBar bar = builtFrom({menuOf("Other", {about}), given, menuOf("Second", {quit("Quit")})});
   EXPECT_EQ(bar.front(), given);

@@ -17,7 +17,7 @@
 
 namespace vrel {
 
-/// Stands before the engine that plays on it.
+/// Constructed before the engine that plays on it.
 struct SimulatedDevices {
   simulation::SimulatedAudioHardware hardware;
 };

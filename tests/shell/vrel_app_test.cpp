@@ -240,7 +240,7 @@ TEST_F(VrelAppTest, ASystemThatEndsLeavesThePersonTimeToNameTheFile) {
   EXPECT_EQ(desktop.terminationReplies, std::vector{true});
 }
 
-TEST_F(VrelAppTest, ASystemThatEndsDoesNotWaitForAQuestionThatStoodAlreadyEither) {
+TEST_F(VrelAppTest, ASystemThatEndsDoesNotWaitForAQuestionThatIsAlreadyOpen) {
   start();
   desktop.whileAsking = [&] {
     app.systemEnds();

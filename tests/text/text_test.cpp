@@ -75,10 +75,10 @@ TEST(Text, ALanguageHasACodeOfTwoLetters) {
   EXPECT_EQ(codes, expected);
 }
 
-/// Rows whose words are not what a dictionary would give, accents and their absence included.
-class TellingRow : public testing::TestWithParam<std::tuple<TextKey, std::vector<std::string_view>>> {};
+/// Rows whose texts differ from what a dictionary would give, accents and their absence included.
+class SpecialRow : public testing::TestWithParam<std::tuple<TextKey, std::vector<std::string_view>>> {};
 
-TEST_P(TellingRow, StandsAsItIsMeantInAllLanguages) {
+TEST_P(SpecialRow, IsExactInAllLanguages) {
   const auto& [key, expected] = GetParam();
   std::vector<std::string_view> texts;
   for (const Language language : allLanguages) {
@@ -89,7 +89,7 @@ TEST_P(TellingRow, StandsAsItIsMeantInAllLanguages) {
 
 using Forms = std::vector<std::string_view>;
 INSTANTIATE_TEST_SUITE_P(
-    Text, TellingRow,
+    Text, SpecialRow,
     testing::Values(
         std::tuple{TextKey::noPlugin,
                    Forms{"Empty Slot (Built-in Synth)", "Vacío (Sintetizador Interno)", "Slot Vide (Synthé Interne)",
@@ -187,7 +187,7 @@ INSTANTIATE_TEST_SUITE_P(
 /// The English of every row that has no line above.
 class EnglishRow : public testing::TestWithParam<std::tuple<TextKey, std::string_view>> {};
 
-TEST_P(EnglishRow, StandsAsItIsMeant) {
+TEST_P(EnglishRow, IsExact) {
   const auto& [key, expected] = GetParam();
   EXPECT_EQ(text(key, Language::english), expected);
 }

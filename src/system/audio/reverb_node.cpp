@@ -79,7 +79,7 @@ void ReverbProcessor::addHall(const Stream& input, const ProcessBlock& block) no
   hall_.process(input.channels[0], input.channels[input.channelCount - 1], wet.channels[0],
                 stereo ? wet.channels[1] : nullptr, block.frameCount);
   if (silenceIfNotFinite(wet, block.frameCount)) {
-    // A sample that is no number would go round forever.
+    // A NaN would circulate forever.
     hall_.clearRest();
   }
   mix_.apply(wet, block.frameCount);

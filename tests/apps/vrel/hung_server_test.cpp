@@ -28,7 +28,7 @@ class HungServer : public WholeProgram {
 
 TEST_F(HungServer, KeepsNeitherTheWindowNorTheProgram) {
   ASSERT_TRUE(opens());
-  ASSERT_TRUE(asksWhenToldToQuit());
+  ASSERT_TRUE(asksOnQuit());
   server.hang();
   press("Tab");
   press("space");
@@ -40,7 +40,7 @@ TEST_F(HungServer, KeepsNeitherTheWindowNorTheProgram) {
 
 TEST_F(HungServer, ThatDiesWhileTheQuestionIsOpenIsNotWaitedFor) {
   ASSERT_TRUE(opens());
-  ASSERT_TRUE(asksWhenToldToQuit());
+  ASSERT_TRUE(asksOnQuit());
   server.kill();
   press("Tab");
   press("space");

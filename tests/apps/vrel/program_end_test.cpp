@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How the program ends: what stands at that time, what is under way, and who asks for it.
+// How the program ends: open questions, running work, and who requests it.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -40,7 +40,7 @@ class ProgramEnd : public ConsoleFixture {
   }
 };
 
-TEST_F(ProgramEnd, AQuestionThatStandsEndsWithTheProgram) {
+TEST_F(ProgramEnd, AnOpenQuestionEndsWithTheProgram) {
   askToQuit();
   ASSERT_TRUE(asks());
   driver.close();
@@ -48,7 +48,7 @@ TEST_F(ProgramEnd, AQuestionThatStandsEndsWithTheProgram) {
   EXPECT_FALSE(alertIsShown());
 }
 
-TEST_F(ProgramEnd, AFilePanelThatStandsGoesWithTheProgram) {
+TEST_F(ProgramEnd, AnOpenFilePanelClosesWithTheProgram) {
   driver.key("ctrl+o");
   ASSERT_TRUE(driver.eventually([this] { return driver.isPanelShown(); }));
   driver.close();
@@ -77,7 +77,7 @@ TEST_F(ProgramEnd, ASessionThatEndsAsksAsTheWindowDoes) {
   EXPECT_TRUE(driver.eventually([this] { return driver.hasQuit(); }));
 }
 
-TEST_F(ProgramEnd, AskedForTwiceTheQuestionStandsOnce) {
+TEST_F(ProgramEnd, RequestedTwiceTheQuestionIsShownOnce) {
   askToQuit();
   ASSERT_TRUE(asks());
   askToQuit();
@@ -121,7 +121,7 @@ TEST_F(ProgramEnd, InstrumentsThatAreStillLoadingAreGoneWithIt) {
   }
 }
 
-/// Work that posts itself again, so that some is always left. It tells on which thread the last of it went.
+/// Work that posts itself again, so that some is always left. It records on which thread the last of it was destroyed.
 class Leftover {
  public:
   Leftover(LogicThread& logic, std::thread::id& endedOn) : logic_(logic), ended_(std::make_shared<Ended>(endedOn)) {}
@@ -151,7 +151,7 @@ TEST_F(ProgramEnd, WorkThatIsLeftGoesOnTheThreadThatWouldHaveRunIt) {
 
 TEST_F(WholeProgram, EndsWellWhenItsQuestionIsAnswered) {
   ASSERT_TRUE(opens());
-  ASSERT_TRUE(asksWhenToldToQuit());
+  ASSERT_TRUE(asksOnQuit());
   press("Tab");
   press("space");
   ASSERT_TRUE(ends());

@@ -25,7 +25,7 @@ class WholeProgram : public testing::Test {
   void SetUp() override {
     program.setStandardOutputFile(QString::fromStdString(driver.home() / "vrel.log"));
     program.setProcessChannelMode(QProcess::MergedChannels);
-    // What the libraries under the window keep is known, and told to the tests' own process only.
+    // The leaks of the window's libraries are suppressed in the tests' own process only.
     auto environment = QProcessEnvironment::systemEnvironment();
     const QString sanitizer = QStringLiteral("ASAN_OPTIONS");
     environment.insert(sanitizer, environment.value(sanitizer) + QStringLiteral(":detect_leaks=0"));
@@ -57,8 +57,8 @@ class WholeProgram : public testing::Test {
   bool asks() {
     return driver.eventually([] { return !showsPanic(); });
   }
-  /// By its key, which it may not have yet.
-  bool asksWhenToldToQuit() {
+  /// By its shortcut, which may not be installed yet.
+  bool asksOnQuit() {
     return driver.eventually([] {
       press("ctrl+q");
       return !showsPanic();

@@ -143,7 +143,7 @@ TEST(GraphSound, AMonoChainIntoTheOutputReachesBothSides) {
   EXPECT_EQ(tape.right.back(), 0.25F);
 }
 
-TEST(GraphSound, WhatIsNoNumberNeverReachesTheDevice) {
+TEST(GraphSound, ANonFiniteSampleNeverReachesTheDevice) {
   for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
     OfflineStage stage;
     const Strip strip =

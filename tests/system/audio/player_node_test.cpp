@@ -142,7 +142,7 @@ TEST_F(Player, WhatIsScheduledAfterAStopWaitsForPlay) {
   EXPECT_EQ(stage.record(10 * blockFrames).left, std::vector<float>(10 * blockFrames));
 }
 
-TEST_F(Player, FramesThatCanNotBeReadAreSilentAndKeepTheirTime) {
+TEST_F(Player, UnreadableFramesAreSilentForTheirDuration) {
   auto sound = stepsOf(100);
   sound.claimedFrames = 100;
   player->scheduleSegment(std::make_shared<SimulatedAudioFile>("/short", sound), 0, 200, [] {});

@@ -49,7 +49,7 @@ TEST(RenderEngine, AStoppedEngineLeavesTheDeviceRunningOnSilence) {
   EXPECT_EQ(stage.counters->blocks.load(), 1U);
 }
 
-TEST(RenderEngine, ADeviceThatCanNotBeOpenedIsAnErrorAndNoRun) {
+TEST(RenderEngine, ADeviceThatCannotBeOpenedIsAnErrorAndTheEngineStaysStopped) {
   StageOn<FailingDevice> stage(std::make_shared<FailingDevice>(1));
   const Outcome failure = stage.engine->start();
   ASSERT_TRUE(failure);

@@ -54,7 +54,7 @@ TEST(AudioHardware, TheFirstBackendThatHasAnOutputIsListed) {
   EXPECT_EQ(hardware.devices().value(), ids.value()) << "an id is for the run";
 }
 
-TEST(AudioHardware, WhatCanNotBeSetIsRefused) {
+TEST(AudioHardware, AnInvalidSettingIsRefused) {
   AudioBackends backends;
   backends.push_back(std::make_unique<ListedOutputs>(
       "cards", std::vector<AudioDeviceDescription>{{.name = "in", .title = "In"},
@@ -125,7 +125,7 @@ TEST(AudioHardware, WithoutADeviceTheStartSaysSoAndTheRestGoesOn) {
   output.stop();
 }
 
-TEST(AudioHardware, ADeviceThatCanNotBeOpenedIsNamed) {
+TEST(AudioHardware, ADeviceThatCannotBeOpenedIsNamed) {
   AudioBackends backends;
   backends.push_back(std::make_unique<ListedOutputs>(
       "cards", std::vector<AudioDeviceDescription>{{.name = "out", .title = "Out", .outputChannels = 2}}));

@@ -144,7 +144,7 @@ TEST_F(FileFaults, ACallThatASignalInterruptsIsMadeAgain) {
   EXPECT_THAT(interrupted, Contains("read"));
 }
 
-TEST_F(FileFaults, AFolderThatCanNotBeSyncedBecauseThereIsNothingToSyncIsNoFault) {
+TEST_F(FileFaults, AFolderWithNothingToSyncIsNotAnError) {
   std::size_t syncs = 0;
   calls.before = [&](const std::string& call) { return call == "fsync" && ++syncs == 2 ? EINVAL : 0; };
   EXPECT_EQ(files.writeAtomically(path, "new bytes"), std::nullopt);

@@ -135,7 +135,7 @@ TEST_F(Files, WhatSaysItIsEmptyAndIsNotIsReadUpToTheLimit) {
   EXPECT_FALSE(files.contents("/proc/self/status", 100));
 }
 
-TEST_F(Files, AMissingFileOrFolderIsToldAndNotMade) {
+TEST_F(Files, AMissingFileOrFolderIsAnErrorAndNotCreated) {
   const auto nowhere = root / "no" / "gig.vrel";
   const auto reason = Error{nowhere.string() + ": No such file or directory"};
   EXPECT_EQ(files.contents(nowhere, many).error(), reason);
@@ -147,7 +147,7 @@ TEST_F(Files, AMissingFileOrFolderIsToldAndNotMade) {
   EXPECT_EQ(entriesIn(root), 0);
 }
 
-TEST_F(Files, AFolderIsNoFile) {
+TEST_F(Files, AFolderIsNotAFile) {
   const auto reason = Error{root.string() + ": Is a directory"};
   EXPECT_EQ(files.contents(root, many).error(), reason);
   EXPECT_EQ(files.write(root, "x"), reason);

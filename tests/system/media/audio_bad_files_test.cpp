@@ -71,7 +71,7 @@ TEST(BadAudioFile, ThatListsOthersOpensNoneOfThem) {
   EXPECT_THAT(refusal("list.mp4"), HasSubstr("no audio"));
 }
 
-TEST(BadAudioFile, ThatDoesNotTellItsLengthIsAsLongAsItIs) {
+TEST(BadAudioFile, WithoutAStatedLengthHasTheLengthOfItsFrames) {
   const auto file = opened("untold.flac");
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(file->length(), 96000);

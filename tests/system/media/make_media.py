@@ -74,7 +74,7 @@ def make_odd(folder):
     (folder / "zero.wav").write_bytes(wav_header(48000, 2, 0))
     (folder / "empty.wav").write_bytes(b"")
     (folder / "rate-0.wav").write_bytes(wav_header(0, 2, 100) + bytes(400))
-    (folder / "text.wav").write_bytes(b"This is no sound.\n" * 100)
+    (folder / "text.wav").write_bytes(b"This is not a sound.\n" * 100)
     (folder / "renamed.wav").write_bytes((folder / "tones.mp3").read_bytes())
     (folder / "renamed.mp3").write_bytes((folder / "tones.m4a").read_bytes())
     (folder / "list.wav").write_text("ffconcat version 1.0\nfile tones.m4a\n")

@@ -90,7 +90,7 @@ TEST_F(Wav, SamplesOfAllBlocksAreThereBitForBitAndNotLimited) {
   }
 }
 
-TEST_F(Wav, NothingButFormatAndSamplesStandsInTheFile) {
+TEST_F(Wav, TheFileHasFormatAndSamplesOnly) {
   auto writer = WavWriter::create(path, 48000);
   ASSERT_TRUE(writer.ok());
   EXPECT_FALSE(writer.value().write(std::vector<float>(1000, 0.5F), std::vector<float>(1000, -0.5F)));
@@ -101,7 +101,7 @@ TEST_F(Wav, NothingButFormatAndSamplesStandsInTheFile) {
   EXPECT_LT(file.size(), 1000 * 2 * sizeof(float) + 100);
 }
 
-TEST_F(Wav, AFileThatStoodThereIsReplaced) {
+TEST_F(Wav, AnExistingFileIsReplaced) {
   std::ofstream(path) << std::string(100'000, 'x');
   auto writer = WavWriter::create(path, 48000);
   ASSERT_TRUE(writer.ok());
@@ -109,7 +109,7 @@ TEST_F(Wav, AFileThatStoodThereIsReplaced) {
   EXPECT_LT(bytes().size(), 100U);
 }
 
-TEST_F(Wav, APathThatCanNotBeWrittenIsAnError) {
+TEST_F(Wav, AnUnwritablePathIsAnError) {
   const auto writer = WavWriter::create(path + "/no/such/folder.wav", 48000);
   ASSERT_FALSE(writer.ok());
   EXPECT_NE(writer.error().description.find(path), std::string::npos);

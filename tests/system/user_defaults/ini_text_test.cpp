@@ -36,7 +36,7 @@ TEST(IniText, EveryKindOfTextComesBack) {
       {"one blank", " "},
       {"lines\nof\rkey", "lines\r\nof\nvalue\n"},
       {"tab\t", "\ttabs\t"},
-      {"back\\slash\\", "\\n is no line end\\"},
+      {"back\\slash\\", "\\n is not a line end\\"},
       {std::string("nul\0key", 7), std::string("\0", 1)},
       {"ünïcödé", "鍵盤 \xF0\x9F\x8E\xB9"},
       {"broken \xFF\xC0\x80", "\xED\xA0\x80 \xE2\x82"},

@@ -58,14 +58,14 @@ std::uint32_t TimePositionForge::write(const MusicalTime& time, std::span<std::u
 
 bool TransportChangeDetector::hasChanged(const MusicalTime& time, std::uint32_t frameCount,
                                          double sampleRate) noexcept {
-  const double beatsPerSecond = told_.tempoBpm / secondsPerMinute;
-  const double expectedBeat = told_.beat + framesSince_ / sampleRate * beatsPerSecond;
-  const bool isSame = hasTold_ && time.tempoBpm == told_.tempoBpm && time.isMoving == told_.isMoving &&
-                      time.beatsPerBar == told_.beatsPerBar && time.beatUnit == told_.beatUnit &&
+  const double beatsPerSecond = sent_.tempoBpm / secondsPerMinute;
+  const double expectedBeat = sent_.beat + framesSince_ / sampleRate * beatsPerSecond;
+  const bool isSame = hasSent_ && time.tempoBpm == sent_.tempoBpm && time.isMoving == sent_.isMoving &&
+                      time.beatsPerBar == sent_.beatsPerBar && time.beatUnit == sent_.beatUnit &&
                       std::abs(time.beat - expectedBeat) <= largestDriftSeconds * beatsPerSecond;
   if (!isSame) {
-    hasTold_ = true;
-    told_ = time;
+    hasSent_ = true;
+    sent_ = time;
     framesSince_ = 0;
   }
   framesSince_ += frameCount;

@@ -46,11 +46,11 @@ class TransportChangeDetector {
   [[nodiscard]] bool hasChanged(const MusicalTime& time, std::uint32_t frameCount, double sampleRate) noexcept;
 
   /// Forgets the time that was sent last.
-  void forget() noexcept { hasTold_ = false; }
+  void forget() noexcept { hasSent_ = false; }
 
  private:
-  bool hasTold_ = false;
-  MusicalTime told_;
+  bool hasSent_ = false;
+  MusicalTime sent_;
   double framesSince_ = 0;
 };
 

@@ -92,7 +92,7 @@ TEST_F(ClipPlayers, GoAtAnyTimeAndOutliveTheirFactory) {
   EXPECT_TRUE(waitUntil([&] { return countOf(last.player->copyPicture()) == 0; }));
 }
 
-TEST_F(ClipPlayers, AssetsTellThatTheyHaveLoadedWhateverTheyAre) {
+TEST_F(ClipPlayers, AnyAssetReportsTheEndOfItsLoad) {
   std::atomic<int> loaded{0};
   std::vector<std::shared_ptr<AVURLAsset>> assets;
   for (const auto* name : {"count-h264.mp4", "gone.mp4", "text.mov"}) {

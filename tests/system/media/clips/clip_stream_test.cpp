@@ -124,7 +124,7 @@ TEST_F(ClipStreams, AShortClipLoopsWithoutBeingDecodedAgain) {
   EXPECT_EQ(watch(stream, 0, 23), repeated(5, 23));
 }
 
-TEST_F(ClipStreams, OnePictureStandsForAsLongAsItPlays) {
+TEST_F(ClipStreams, OnePictureStaysForAsLongAsItPlays) {
   ClipStream stream(clipFile("one-picture.mp4"), isOver);
   settle(stream);
   start(stream, 0);
@@ -179,7 +179,7 @@ TEST_F(ClipStreams, AClipStartedUnpreparedCountsFromItsFirstPicture) {
   EXPECT_EQ(watch(stream, 5, 40), repeated(25, 40));
 }
 
-TEST_F(ClipStreams, WhatCanNotBeDecodedShowsNothingAndWantsNothing) {
+TEST_F(ClipStreams, AnUndecodableClipShowsNothingAndRequestsNothing) {
   for (const auto& name : test::filesWithoutPictures()) {
     ClipStream stream(clipFile(name), isOver);
     settle(stream);
@@ -259,7 +259,7 @@ TEST_F(ClipStreams, DecodingThatLagsShowsPicturesLateAndInOrder) {
   EXPECT_EQ(countOf(stream.picture(0.9 + 0.06)), 8) << "and on from it";
 }
 
-TEST_F(ClipStreams, WithoutALooperStandsOnItsLastPicture) {
+TEST_F(ClipStreams, WithoutALooperStaysOnItsLastPicture) {
   ClipStream stream(clipFile("count-h264.mp4"), isOver);
   settle(stream);
   stream.setLooping(false);

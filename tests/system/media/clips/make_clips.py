@@ -106,7 +106,7 @@ def make_bad(folder):
     write("only-header.mkv", whole[:300])
     write("renamed.mp4", whole)
     write("empty.mp4", b"")
-    write("text.mov", b"This is no movie.\n" * 100)
+    write("text.mov", b"This is not a movie.\n" * 100)
     write("unknown-codec.mkv", lie_about_codec(whole))
     write("lying-long.mp4", lie_about_length(read("count-h264.mp4"), 0x7FFFFFFF))
     write("lying-short.mp4", lie_about_length(read("count-h264.mp4"), 1))

@@ -128,7 +128,7 @@ TEST_F(Faults, ALibraryThatEndsTheProcessThatLoadsItFailsItsInstantiation) {
 
 class FaultsWhileRunning : public Faults, public testing::WithParamInterface<int> {};
 
-TEST_P(FaultsWhileRunning, AMisdeedThatEndsTheProcessSilencesTheUnitAtOnceAndIsReportedOnce) {
+TEST_P(FaultsWhileRunning, AFaultThatEndsTheProcessSilencesTheUnitAtOnceAndIsReportedOnce) {
   const auto unit = rebel();
   lv2::Player player(unit);
   player.send(0x90, 60, 64);
@@ -141,9 +141,9 @@ TEST_P(FaultsWhileRunning, AMisdeedThatEndsTheProcessSilencesTheUnitAtOnceAndIsR
   EXPECT_EQ(counters().deaths, 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Misdeeds, FaultsWhileRunning,
-                         testing::Values(misdeed::writeToNothing, misdeed::leaveTheProgram,
-                                         misdeed::writeBehindTheBuffer, misdeed::writeBeforeTheBuffer));
+INSTANTIATE_TEST_SUITE_P(Keys, FaultsWhileRunning,
+                         testing::Values(fault_key::writeToNothing, fault_key::leaveTheProgram,
+                                         fault_key::writeBehindTheBuffer, fault_key::writeBeforeTheBuffer));
 
 TEST_F(Faults, ADeathIsNoticedWithinATenthOfASecond) {
   // A machine busy with something else may be late itself: the quickest of a few counts.
@@ -160,7 +160,7 @@ TEST_F(Faults, ADeathIsNoticedWithinATenthOfASecond) {
 TEST_F(Faults, KilledWithinABlockThatHasNoDeadlineTheBlockEnds) {
   const auto unit = rebel();
   lv2::Player player(unit);
-  player.send(0x90, misdeed::hangForever, 64);
+  player.send(0x90, fault_key::hangForever, 64);
   const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
   EXPECT_EQ(player.block(128), constant(0));
 }
@@ -168,7 +168,7 @@ TEST_F(Faults, KilledWithinABlockThatHasNoDeadlineTheBlockEnds) {
 TEST_F(Faults, AnEndlessLoopCostsOneWaitAndThenNothing) {
   const auto unit = rebel();
   DeadlinePlayer player(unit);
-  player.key(misdeed::hangForever);
+  player.key(fault_key::hangForever);
   EXPECT_EQ(player.block(5ms), constant(0));
   const auto start = Clock::now();
   for (int block = 0; block < 1000; ++block) {
@@ -209,7 +209,7 @@ TEST_F(Faults, AnAnswerThatWasGivenUpNeverSoundsAndEventsWaitForTheNextOne) {
   DeadlinePlayer player(unit);
   player.key(60, 32);
   ASSERT_EQ(player.block(std::nullopt), constant(32));
-  player.key(misdeed::sleepLong);
+  player.key(fault_key::sleepLong);
   EXPECT_EQ(player.block(1ms), constant(0));
   player.key(60, 96);
   EXPECT_EQ(player.block(1ms), constant(0)) << "it is still at the block that was given up";
@@ -224,17 +224,17 @@ TEST_F(Faults, WithoutADeadlineASlowBlockIsWaitedFor) {
   const auto unit = rebel();
   DeadlinePlayer player(unit);
   player.key(60, 64);
-  player.key(misdeed::sleepLong);
+  player.key(fault_key::sleepLong);
   EXPECT_EQ(player.block(std::nullopt), constant(64));
   EXPECT_EQ(counters().lateBlocks, 0U);
 }
 
-TEST_F(Faults, WhatIsNoNumberIsSilencedAndCounted) {
+TEST_F(Faults, ANonFiniteSampleIsSilencedAndCounted) {
   lv2::Player player(rebel());
   player.send(0x90, 60, 64);
-  player.send(0x90, misdeed::notANumber, 64);
+  player.send(0x90, fault_key::notANumber, 64);
   EXPECT_EQ(player.block(128), constant(0));
-  player.send(0x90, misdeed::infinite, 64);
+  player.send(0x90, fault_key::infinite, 64);
   EXPECT_EQ(player.block(128), constant(0));
   EXPECT_EQ(counters().silencedBlocks, 2U);
   EXPECT_EQ(player.block(128), constant(64)) << "the unit goes on";
@@ -242,7 +242,7 @@ TEST_F(Faults, WhatIsNoNumberIsSilencedAndCounted) {
 
 TEST_F(Faults, DenormalsComeThroughWithoutHarm) {
   lv2::Player player(rebel());
-  player.send(0x90, misdeed::denormal, 64);
+  player.send(0x90, fault_key::denormal, 64);
   EXPECT_LT(lv2::peak(player.block(128).left), 1e-30F);
   EXPECT_EQ(counters().silencedBlocks, 0U);
 }
@@ -259,7 +259,7 @@ TEST_F(Faults, MoreEventsThanFitAreCountedAndTheRestArrives) {
 TEST_F(Faults, AWorkerMessageThatIsTooLargeIsRefusedAndCounted) {
   lv2::Player player(rebel());
   player.send(0x90, 60, 64);
-  player.send(0x90, misdeed::askForTooMuchWork, 64);
+  player.send(0x90, fault_key::askForTooMuchWork, 64);
   EXPECT_EQ(player.block(128), constant(64));
   EXPECT_EQ(counters().refusedWork, 1U);
 }
@@ -281,7 +281,7 @@ TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
   }
   const auto unit = rebel();
   DeadlinePlayer player(unit);
-  player.key(misdeed::hangForever);
+  player.key(fault_key::hangForever);
   EXPECT_EQ(player.block(5ms), constant(0));
   EXPECT_TRUE(happensWithin(10s, [this] { return deaths().size() == 1; }));
   EXPECT_TRUE(hasLogged("was killed by signal"));
@@ -412,7 +412,7 @@ TEST_F(Faults, OneInAnEndlessLoopThatIsReleasedIsKilled) {
   const pid_t process = processOf(unit);
   {
     DeadlinePlayer player(unit);
-    player.key(misdeed::hangForever);
+    player.key(fault_key::hangForever);
     (void)player.block(1ms);
   }
   unit.reset();

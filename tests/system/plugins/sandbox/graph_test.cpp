@@ -159,7 +159,7 @@ Fault whilePlaying(const Mishap& mishap) {
             if (mishap.signal != 0) {
               kill(processOf(rebel), mishap.signal);
             } else {
-              rebel.sendMIDIEvent(0x90, misdeed::hangForever, 64);
+              rebel.sendMIDIEvent(0x90, fault_key::hangForever, 64);
             }
           }};
 }
@@ -191,14 +191,14 @@ void sendTooMuch(InTheGraph& /*stage*/, AVAudioUnitMIDIInstrument& rebel) {
 
 std::vector<Fault> faults() {
   std::vector<Fault> all = {
-      keyed("WriteToNothing", misdeed::writeToNothing),
-      keyed("WriteBehindTheBuffer", misdeed::writeBehindTheBuffer),
-      keyed("WriteBeforeTheBuffer", misdeed::writeBeforeTheBuffer),
-      keyed("NotANumber", misdeed::notANumber),
-      keyed("Infinite", misdeed::infinite),
-      keyed("Denormal", misdeed::denormal),
-      keyed("TenBlocksLate", misdeed::sleepTenBlocks),
-      keyed("TooMuchWork", misdeed::askForTooMuchWork),
+      keyed("WriteToNothing", fault_key::writeToNothing),
+      keyed("WriteBehindTheBuffer", fault_key::writeBehindTheBuffer),
+      keyed("WriteBeforeTheBuffer", fault_key::writeBeforeTheBuffer),
+      keyed("NotANumber", fault_key::notANumber),
+      keyed("Infinite", fault_key::infinite),
+      keyed("Denormal", fault_key::denormal),
+      keyed("TenBlocksLate", fault_key::sleepTenBlocks),
+      keyed("TooMuchWork", fault_key::askForTooMuchWork),
       {"TooManyEvents", "kind", sendTooMuch},
   };
   for (const Mishap& mishap : {Mishap{"Killed", SIGKILL}, {"Stopped", SIGSTOP}, {"EndlessLoop", 0}}) {
@@ -278,8 +278,8 @@ TEST_F(InTheOfflineGraph, AllSourcesWorkAtTheSameTime) {
   graph.engine->attach(second);
   graph.engine->connect(second, graph.engine->mainMixerNode(), std::nullopt);
   ASSERT_EQ(graph.engine->start(), std::nullopt);
-  graph.rebel->sendMIDIEvent(0x90, misdeed::sleepLong, 64);
-  second->sendMIDIEvent(0x90, misdeed::sleepLong, 64);
+  graph.rebel->sendMIDIEvent(0x90, fault_key::sleepLong, 64);
+  second->sendMIDIEvent(0x90, fault_key::sleepLong, 64);
   const auto start = std::chrono::steady_clock::now();
   (void)device->renderBlock();
   const auto taken = std::chrono::steady_clock::now() - start;

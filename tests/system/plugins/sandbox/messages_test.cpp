@@ -89,7 +89,7 @@ TEST(SandboxMessages, AStreamIsCutIntoMessagesWhateverThePiecesItComesIn) {
   }
 }
 
-TEST(SandboxMessages, AHeadThatCanNotBeIsDamage) {
+TEST(SandboxMessages, AnInvalidHeadIsDamage) {
   for (const MessageHead head : {MessageHead{static_cast<MessageKind>(77), 0, 0}, MessageHead{MessageKind::done, 0, 1},
                                  MessageHead{MessageKind::log, 0, 0xFFFFFFFF}}) {
     MessageParser parser;

@@ -99,8 +99,8 @@ inline lv2::Sound constant(int velocity) {
   return {std::vector<float>(128, level), std::vector<float>(128, level)};
 }
 
-/// The keys that are misdeeds; see the rebel in the zoo.
-namespace misdeed {
+/// The keys that cause faults; see the rebel in the zoo.
+namespace fault_key {
 inline constexpr std::uint8_t hangForever = 1;
 inline constexpr std::uint8_t writeToNothing = 2;
 inline constexpr std::uint8_t leaveTheProgram = 3;
@@ -112,6 +112,6 @@ inline constexpr std::uint8_t denormal = 8;
 inline constexpr std::uint8_t sleepTenBlocks = 9;
 inline constexpr std::uint8_t sleepLong = 10;
 inline constexpr std::uint8_t askForTooMuchWork = 11;
-}  // namespace misdeed
+}  // namespace fault_key
 
 }  // namespace vrel::sandbox

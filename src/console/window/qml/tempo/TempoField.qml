@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The tempo as a number that can be typed over. What is no number leaves the tempo as it was. In Live mode the digits of the
+// The tempo as a number that can be typed over. Text that is not a number leaves the tempo as it was. In Live mode the digits of the
 // keyboard are commands, so the field is only read then.
 import QtQuick
 import Vrel.Console
