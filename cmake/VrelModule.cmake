@@ -42,31 +42,71 @@ function(vrel_module name)
   endif()
 endfunction()
 
-# vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource])
-# One GoogleTest executable; every case is a CTest of its own under the label. Of those with the same resource one runs
-# at a time. The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label. VREL_TEST_OPTIONS are for the
-# cases' own code: its size makes sanitizers slow to compile, and what they are to watch is the code under test.
+# vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource] [OF threads blocks] [SHARDS n] [COST seconds])
+# One GoogleTest executable. Where cases compute, they run one after the other in one process, or in so many shards, each
+# a CTest; where they wait for processes and devices, every case is a CTest of its own. Each case of the former is a CTest
+# of the label `case` besides, to be run by its name. Of those with the same resource one runs at a time, and those with
+# the highest cost, their longest wait, start first. OF says whether there
+# are several threads, and whether audio blocks are rendered: a build of VREL_TESTS_OF=threads has only the tests of those.
+# The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label; `tests_all` all tests.
+# VREL_TEST_OPTIONS are for the cases' own code, which sanitizers and optimisation make slow to compile, and which is not
+# what is to be checked.
 include(GoogleTest)
+set(VREL_TESTS_OF "" CACHE STRING "Only the tests of `threads` or of `blocks`")
+add_custom_target(tests_all)
 foreach(label unit rt sound media plugins show devices ui)
   add_custom_target(tests_${label})
+  add_dependencies(tests_all tests_${label})
 endforeach()
+add_custom_target(tests_machine)  # about the machine, so not among all tests
+set(vrel_labels_in_one_process unit rt sound media ui)
 function(vrel_test name)
-  cmake_parse_arguments(ARG "" "LABEL;RESOURCE_LOCK" "SOURCES;DEPENDS" ${ARGN})
-  set(properties LABELS ${ARG_LABEL} TIMEOUT 120)
-  if(ARG_RESOURCE_LOCK)
-    list(APPEND properties RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
-  endif()
+  cmake_parse_arguments(ARG "" "LABEL;RESOURCE_LOCK;SHARDS;COST" "SOURCES;DEPENDS;OF" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${VREL_TEST_OPTIONS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   if(NOT TARGET vrel_keep_libraries_loaded)
     list(REMOVE_ITEM ARG_DEPENDS vrel_keep_libraries_loaded)
   endif()
-  target_link_libraries(${name} PRIVATE vrel_options ${ARG_DEPENDS} GTest::gtest GTest::gmock GTest::gtest_main
+  target_link_libraries(${name} PRIVATE vrel_options vrel_test_environment ${ARG_DEPENDS} GTest::gtest GTest::gmock
+    GTest::gtest_main
     $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
-  # Cases are listed when CTest runs, so a build never executes what it made.
-  gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-    PROPERTIES ${properties})
+  if(VREL_TESTS_OF AND NOT VREL_TESTS_OF IN_LIST ARG_OF)
+    set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
+  endif()
+  set(properties LABELS ${ARG_LABEL} TIMEOUT 300)
+  if(ARG_RESOURCE_LOCK)
+    list(APPEND properties RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
+  endif()
+  if(ARG_COST)
+    list(APPEND properties COST ${ARG_COST})
+  endif()
+  set(has_cases TRUE)
+  if(ARG_LABEL IN_LIST vrel_labels_in_one_process)
+    if(NOT ARG_SHARDS)
+      set(ARG_SHARDS 1)
+    endif()
+    foreach(shard RANGE 1 ${ARG_SHARDS})
+      set(test ${ARG_LABEL}.${name})
+      if(ARG_SHARDS GREATER 1)
+        string(APPEND test .${shard})
+      endif()
+      math(EXPR index "${shard} - 1")
+      add_test(NAME ${test} COMMAND ${name} --gtest_brief=1)
+      set_tests_properties(${test} PROPERTIES ${properties}
+        ENVIRONMENT "GTEST_TOTAL_SHARDS=${ARG_SHARDS};GTEST_SHARD_INDEX=${index}")
+    endforeach()
+    list(TRANSFORM properties REPLACE "^${ARG_LABEL}$" case)
+    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+      set(has_cases FALSE)  # asking each program for them takes a while there
+    endif()
+  endif()
+  if(has_cases)
+    # Cases are listed when CTest runs, so a build never executes what it made.
+    gtest_discover_tests(${name} TEST_PREFIX ${ARG_LABEL}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+      PROPERTIES ${properties})
+  endif()
   add_dependencies(tests_${ARG_LABEL} ${name})
 endfunction()
 

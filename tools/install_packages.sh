@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Installs the Debian packages that building, testing and the demo need, if missing. Asks nothing; uses
-# neither network nor root when everything is installed.
+# Installs the Debian packages that are missing, and never removes one: a machine that makes music keeps the sound
+# system it has. Asks nothing, and touches neither network nor system when everything is there.
+#
+#   install_packages.sh            what building and running need; fails where it cannot have that
+#   install_packages.sh --testing  that, and what only the tests need; does without what it cannot have, and says so
 set -euo pipefail
 
 packages=(
-  # building
   build-essential cmake ninja-build pkg-config git python3
   nlohmann-json3-dev liblilv-dev lv2-dev libplist-dev libsndfile1-dev libvorbis-dev
   librtaudio-dev librtmidi-dev libjack-jackd2-dev libasound2-dev
@@ -13,52 +15,103 @@ packages=(
   qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-templates qml6-module-qtquick-window
-  ffmpeg libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libsoxr-dev
-  # testing
-  libgtest-dev libgmock-dev libbenchmark-dev
-  clang clang-format clang-tidy libclang-rt-dev
-  jackd2 pulseaudio jalv
-  xvfb xdotool fonts-dejavu-core
-  # instruments and effects for the demo and the tests
+  libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libsoxr-dev
+  # whether somebody answers for a display
+  xdotool
+  # instruments and effects of the demo
   mda-lv2 setbfree
 )
+testing_packages=(
+  libgtest-dev libgmock-dev libbenchmark-dev
+  clang clang-format clang-tidy libclang-rt-dev lld ccache qt6-declarative-dev-tools
+  ffmpeg xvfb fonts-dejavu-core
+  # sound servers, which may not get along with the one that is there
+  jackd2 pulseaudio jalv
+)
+
+wants_testing=no
+if [[ "${1:-}" == --testing ]]; then
+  wants_testing=yes
+fi
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
   echo "This machine has no apt. The program needs what these Debian packages hold:" >&2
   printf '  %s\n' "${packages[@]}" >&2
+  echo "and its tests:" >&2
+  printf '  %s\n' "${testing_packages[@]}" >&2
   echo "Install them by your system's own means, then use CMake's presets (see CONTRIBUTING.md)." >&2
   exit 1
 fi
 
-missing=()
-for package in "${packages[@]}"; do
-  # shellcheck disable=SC2016  # the braces are dpkg-query's
-  if [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]]; then
-    missing+=("$package")
-  fi
-done
-if ((${#missing[@]} == 0)); then
-  exit 0
-fi
-
-as_root=()
-if ((EUID != 0)); then
-  if ! command -v sudo >/dev/null; then
-    echo "These packages are missing, and installing them needs root or sudo: ${missing[*]}" >&2
-    exit 1
-  fi
-  as_root=(sudo)
-fi
+# missing_of PACKAGE...: those that are not installed, in `missing`.
+missing_of() {
+  missing=()
+  local package
+  for package in "$@"; do
+    # shellcheck disable=SC2016  # the braces are dpkg-query's
+    if [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]]; then
+      missing+=("$package")
+    fi
+  done
+}
 
 log="$(mktemp)"
 trap 'rm -f "$log"' EXIT
+as_root=()
 apt() {
-  if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "$@" >"$log" 2>&1; then
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "$@" >"$log" 2>&1
+}
+
+# install PACKAGE...: only what can be added.
+install() {
+  apt install --yes --no-remove --no-install-recommends "$@"
+}
+
+is_updated=no
+# prepare: once, before the first installation.
+prepare() {
+  if ((EUID != 0)); then
+    if ! command -v sudo >/dev/null; then
+      echo "These packages are missing, and installing them needs root or sudo: ${missing[*]}" >&2
+      return 1
+    fi
+    as_root=(sudo)
+  fi
+  if [[ "$is_updated" == no ]] && ! apt update; then
     tail -n 30 "$log" >&2
-    echo "apt-get $1 failed; wanted: ${missing[*]}" >&2
+    echo "apt-get update failed; wanted: ${missing[*]}" >&2
+    return 1
+  fi
+  is_updated=yes
+}
+
+missing_of "${packages[@]}"
+if ((${#missing[@]} > 0)); then
+  prepare
+  echo "installing ${missing[*]}"
+  if ! install "${missing[@]}"; then
+    tail -n 30 "$log" >&2
+    echo "apt-get could not install this without removing something: ${missing[*]}" >&2
     exit 1
   fi
-}
-echo "installing ${missing[*]}"
-apt update
-apt install --yes --no-install-recommends "${missing[@]}"
+fi
+
+if [[ "$wants_testing" == yes ]]; then
+  missing_of "${testing_packages[@]}"
+  # Where the machine was found unable before, it is not asked again until its packages change.
+  refused="build/packages-refused"
+  state="$(stat --format=%Y /var/lib/dpkg/status) ${missing[*]}"
+  if ((${#missing[@]} > 0)) && [[ ! -e "$refused" || "$(<"$refused")" != "$state" ]]; then
+    if prepare; then
+      echo "installing ${missing[*]}"
+      if ! install "${missing[@]}"; then
+        for package in "${missing[@]}"; do
+          install "$package" || echo "cannot be installed without removing something: $package"
+        done
+      fi
+    fi
+    missing_of "${testing_packages[@]}"
+    mkdir -p build
+    echo "$(stat --format=%Y /var/lib/dpkg/status) ${missing[*]}" >"$refused"
+  fi
+fi

@@ -19,9 +19,10 @@ quietly() {
   fi
 }
 
-# configure PRESET: quietly.
+# configure PRESET: quietly, with what is in `configure_options`.
+configure_options=()
 configure() {
-  quietly "build/logs/$1-configure.log" cmake --preset "$1"
+  quietly "build/logs/$1-configure.log" cmake --preset "$1" "${configure_options[@]}"
 }
 
 # build PRESET [TARGET...]: configures and builds, quietly.

@@ -4,11 +4,13 @@
 #include <chrono>
 
 #include "vrel/application.h"
+#include "vrel/session_bus.h"
 #include "vrel/termination.h"
 #include "vrel/widgets.h"
 
 int main(int argc, char** argv) {
   using namespace std::chrono_literals;
+  vrel::app::forgoAbsentSessionBus();
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("VREL"));
   QApplication::setQuitOnLastWindowClosed(false);

@@ -31,7 +31,8 @@ class RunClangTidy(lint_case.LintCase):
              for name in ("thing.cpp", "main.cpp")]))
 
     def run_driver(self):
-        return run_clang_tidy.check_tree(self.root, self.build, CLANG_TIDY, 2, self.build / "cache")
+        units = run_clang_tidy.units_of(self.build, self.root)
+        return run_clang_tidy.check_units(units, self.root, self.build, CLANG_TIDY, 2, self.build / "cache")
 
     def test_clean_units_pass_and_are_not_checked_again(self):
         self.assertEqual(self.run_driver(), ([], 2))

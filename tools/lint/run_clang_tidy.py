@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Runs clang-tidy over every translation unit of the tree, in parallel, and remembers what was clean.
+"""Runs clang-tidy over the translation units of what changed, in parallel, and remembers what was clean.
+
+Of more than forty units forty are taken, others at each commit, and how many were left out is printed. With --tree, or
+with VREL_LINT_TREE in the environment, it is every unit of the tree.
 
 A unit is clean as long as nothing changes that its result depends on: clang-tidy itself, its settings,
 the command line, the source, and every header of the tree that it includes. A hash over all of these is
@@ -18,9 +21,11 @@ import shlex
 import subprocess
 import sys
 
+import changed_units
 import source_tree
 
 SETTINGS = ".clang-tidy"
+MOST_UNITS = 40
 
 
 @dataclasses.dataclass(frozen=True)
@@ -83,11 +88,22 @@ def check_unit(unit: Unit, build: pathlib.Path, clang_tidy: str) -> str | None:
     return result.stdout.strip() or result.stderr.strip() or f"{unit.file}: clang-tidy exited with {result.returncode}"
 
 
-def check_tree(root, build, clang_tidy, jobs, cache) -> tuple[list[str], int]:
+def chosen_units(root: pathlib.Path, build: pathlib.Path, is_whole: bool) -> tuple[list[Unit], int]:
+    """The units to look at, and how many more the change touches."""
+    units = units_of(build, root)
+    if is_whole:
+        return units, 0
+    changed = changed_units.changed_files(root)
+    if changed is not None:
+        units = changed_units.units_of_change(units, changed, lambda unit: headers_of(unit, root))
+    chosen = changed_units.some_of(units, MOST_UNITS, changed_units.git(root, "rev-parse", "HEAD") or "")
+    return chosen, len(units) - len(chosen)
+
+
+def check_units(units, root, build, clang_tidy, jobs, cache) -> tuple[list[str], int]:
     """The findings, and how many units were checked."""
     cache.mkdir(parents=True, exist_ok=True)
     version = subprocess.run([clang_tidy, "--version"], capture_output=True, text=True, check=True).stdout
-    units = units_of(build, root)
     marks = {unit: fingerprint(unit, root, version) for unit in units}
     waiting = [unit for unit in units if not (cache / marks[unit]).is_file()]
     findings = []
@@ -97,9 +113,6 @@ def check_tree(root, build, clang_tidy, jobs, cache) -> tuple[list[str], int]:
                 (cache / marks[unit]).touch()
             else:
                 findings.append(finding)
-    for old in cache.iterdir():
-        if old.name not in marks.values():
-            old.unlink()
     return findings, len(waiting)
 
 
@@ -109,11 +122,13 @@ def main() -> int:
     parser.add_argument("--build", type=pathlib.Path, required=True, help="holds compile_commands.json")
     parser.add_argument("--clang-tidy", default="clang-tidy")
     parser.add_argument("--jobs", type=int, default=len(os.sched_getaffinity(0)))
+    parser.add_argument("--tree", action="store_true", default="VREL_LINT_TREE" in os.environ)
     arguments = parser.parse_args()
+    root = arguments.root.resolve()
     build = arguments.build.resolve()
-    findings, looked_at = check_tree(arguments.root.resolve(), build, arguments.clang_tidy, arguments.jobs,
-                                     build / "clang-tidy-cache")
-    print(f"clang-tidy: {looked_at} unit(s) checked, the others unchanged since they were clean")
+    units, left_out = chosen_units(root, build, arguments.tree)
+    findings, checked = check_units(units, root, build, arguments.clang_tidy, arguments.jobs, build / "clang-tidy-cache")
+    print(f"clang-tidy: {len(units)} unit(s), of which {checked} were not known to be clean; {left_out} of the change left out")
     return source_tree.report("run_clang_tidy", findings)
 
 

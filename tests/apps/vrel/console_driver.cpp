@@ -22,7 +22,7 @@
 namespace vrel::app::test {
 namespace {
 
-constexpr int timeoutMs = 20000;
+constexpr int timeoutMs = 60000;
 constexpr int pauseMs = 30;  // between the events of one gesture, as a quick hand makes it
 
 /// An X server for the whole process, and Qt on it.

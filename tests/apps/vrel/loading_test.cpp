@@ -26,7 +26,7 @@ class Loading : public ConsoleFixture {
     openGate();
     driver.close();
     ::unsetenv("VREL_ZOO_GATE");
-    ::unsetenv("LV2_PATH");
+    ::setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
   }
 
   void SetUp() override {

@@ -12,8 +12,7 @@
 namespace vrel::system::test {
 
 /// Polls until the condition holds or the timeout is over; the last result.
-inline bool eventually(const std::function<bool()>& holds,
-                       std::chrono::milliseconds limit = std::chrono::milliseconds(20000)) {
+inline bool eventually(const std::function<bool()>& holds, std::chrono::milliseconds limit = std::chrono::minutes(1)) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!holds()) {
     if (std::chrono::steady_clock::now() > end) {

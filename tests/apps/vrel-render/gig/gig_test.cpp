@@ -22,9 +22,9 @@
 #include "document/setlist_coding.h"
 #include "system/plugins/sandbox/processes.h"
 
-// A gig, from the setlist that is opened to the one that is saved. Whether it was in time is for bench/gig to say. 100
-// song switches; as many as VREL_GIG_SWITCHES says when it is set. A build with a sanitizer takes half of them, and
-// does not weigh its memory, of which the sanitizer keeps what was freed.
+// A gig, from the opened setlist to the saved one, with 100 song switches, or VREL_GIG_SWITCHES. A sanitizer build runs
+// half of them, and does not compare its memory, since the sanitizer keeps freed memory. Whether it was in time is
+// measured in bench/gig.
 
 namespace vrel {
 namespace {
@@ -112,7 +112,7 @@ class Gig : public ShowTest {
     for (const auto& song : setlist.songs) {
       states.insert(song.channels[2].pluginStateBase64);
     }
-    EXPECT_EQ(states.size(), gigSongs - 1) << "one keeper was not played and has what its plug-in had before";
+    EXPECT_EQ(states.size(), gigSongs - 1) << "the keeper that was not played keeps its plug-in's earlier state";
     return setlist;
   }
 
@@ -151,7 +151,7 @@ void expectDeeds(const GigEvents& meant, const GigEvents& done) {
   EXPECT_EQ(done.panics, meant.panics);
 }
 
-/// What must not come about however busy the machine is.
+/// What must not happen however busy the machine is.
 void expectNoFault(const GigStage& stage) {
   const auto& blocks = stage.renderCounters();
   EXPECT_EQ(blocks.nonFiniteBlocks, 0U);

@@ -33,7 +33,7 @@ float rootMeanSquare(const std::vector<float>& samples) {
 
 class Installed : public testing::TestWithParam<const char*> {
  protected:
-  Stage stage_{Bundles::installed};
+  Stage stage_{Bundles::known};
 };
 
 using InstalledInstrument = Installed;
@@ -132,7 +132,7 @@ float unsteadiness(const std::vector<float>& samples) {
 }
 
 TEST(InstalledPlugins, TheRotorControllerReachesTheOrgan) {
-  const Stage stage(Bundles::installed);
+  const Stage stage(Bundles::known);
   const auto unsteadinessWith = [&stage](std::uint8_t rotor) {
     Player player(stage.make(organ).unit);
     player.send(0xB0, 1, rotor);
@@ -144,7 +144,7 @@ TEST(InstalledPlugins, TheRotorControllerReachesTheOrgan) {
 }
 
 TEST(InstalledPlugins, WhatAControllerDidToTheOrganTravelsInItsState) {
-  const Stage stage(Bundles::installed);
+  const Stage stage(Bundles::known);
   const auto registration = [](Player& player) {
     const PropertyListDictionary state = player.unit().auAudioUnit().fullStateForDocument().value();
     const auto& property = std::get<PropertyListArray>(state.at("properties").content).at(0);
@@ -163,7 +163,7 @@ TEST(InstalledPlugins, WhatAControllerDidToTheOrganTravelsInItsState) {
 }
 
 TEST(InstalledPlugins, AParameterOfThePianoTravelsInItsState) {
-  const Stage stage(Bundles::installed);
+  const Stage stage(Bundles::known);
   const auto tailAfter = [&stage](double release) {
     Player player(stage.make(electricPiano).unit);
     PropertyListDictionary state = player.unit().auAudioUnit().fullStateForDocument().value();
@@ -181,7 +181,7 @@ TEST(InstalledPlugins, AParameterOfThePianoTravelsInItsState) {
 }
 
 TEST(InstalledPlugins, AllOfThemCanBeInstantiatedAndRun) {
-  const Stage stage(Bundles::installed);
+  const Stage stage(Bundles::known);
   std::set<std::string> failures;
   std::size_t made = 0;
   for (const AVAudioUnitComponent& component : stage.world->componentsMatchingDescription({})) {
@@ -202,7 +202,7 @@ TEST(InstalledPlugins, AllOfThemCanBeInstantiatedAndRun) {
 }
 
 TEST(InstalledPlugins, SixteenInstrumentsComeAndGo) {
-  const Stage stage(Bundles::installed, WorkerMode::thread);
+  const Stage stage(Bundles::known, WorkerMode::thread);
   std::vector<Player> players;
   for (int count = 0; count < 16; ++count) {
     players.emplace_back(stage.make(count % 4 == 0 ? organ : electricPiano).unit);

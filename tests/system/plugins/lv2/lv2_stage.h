@@ -31,7 +31,7 @@
 namespace vrel::lv2 {
 
 /// Where the world looks for bundles.
-enum class Bundles { zoo, installed };
+enum class Bundles { zoo, known, machine };
 
 /// A world and a factory, and everything the plug-ins made by it have logged.
 class Stage {
@@ -39,6 +39,8 @@ class Stage {
   explicit Stage(Bundles bundles = Bundles::zoo, WorkerMode workerMode = WorkerMode::withinBlock) {
     if (bundles == Bundles::zoo) {
       setenv("LV2_PATH", VREL_ZOO_PATH, 1);
+    } else if (bundles == Bundles::known) {
+      setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
     } else {
       unsetenv("LV2_PATH");
     }

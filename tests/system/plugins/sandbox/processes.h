@@ -18,6 +18,9 @@ namespace vrel::sandbox {
 
 [[nodiscard]] bool isThere(pid_t process);
 
+/// The processor time that a process has used, in the system's ticks.
+[[nodiscard]] long ticksOf(pid_t process);
+
 /// Stops a process and returns when it is stopped.
 void stop(pid_t process);
 
@@ -28,5 +31,7 @@ void stop(pid_t process);
 
 /// Whether it becomes true within the time; looks every millisecond.
 [[nodiscard]] bool happensWithin(std::chrono::milliseconds time, const std::function<bool()>& condition);
+/// Whether it becomes true, in more time than the busiest machine takes.
+[[nodiscard]] bool happens(const std::function<bool()>& condition);
 
 }  // namespace vrel::sandbox

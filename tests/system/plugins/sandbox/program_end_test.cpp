@@ -42,7 +42,7 @@ TEST_P(ProgramEnd, NothingOutlivesTheProgramHoweverItIsKilled) {
   EXPECT_EQ(guests.size(), 5U);
   kill(victim, GetParam());
   ASSERT_EQ(waitpid(victim, nullptr, 0), victim);
-  EXPECT_TRUE(happensWithin(5s, [&] { return std::none_of(guests.begin(), guests.end(), isThere); }));
+  EXPECT_TRUE(happens([&] { return std::none_of(guests.begin(), guests.end(), isThere); }));
   EXPECT_EQ(scratch.count(), 5U) << "nobody was left to remove the guests' folders";
   ScratchFolder::sweep();
   EXPECT_EQ(scratch.count(), 0U) << "which the next program does";

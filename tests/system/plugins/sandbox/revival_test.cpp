@@ -72,7 +72,7 @@ class RevivedStrips : public SandboxStage {
 
   void killAndRevive(Show& show) {
     kill(processOfStrip(*show.rebel), SIGKILL);
-    ASSERT_TRUE(happensWithin(5s, [&] {
+    ASSERT_TRUE(happens([&] {
       mainLoop_.runPending();
       return show.rebel->status.get() == ChannelStatus::crashed;
     }));
@@ -99,7 +99,7 @@ TEST_F(RevivedStrips, ADeathShowsTheSameAsItsRehearsal) {
                       channel.instrumentNode.get() == nullptr, channel.peakL.get(), channel.peakR.get());
   };
   kill(processOfStrip(*show.rebel), SIGKILL);
-  ASSERT_TRUE(happensWithin(5s, [&] {
+  ASSERT_TRUE(happens([&] {
     mainLoop_.runPending();
     return show.rebel->status.get() == ChannelStatus::crashed;
   }));
@@ -108,7 +108,7 @@ TEST_F(RevivedStrips, ADeathShowsTheSameAsItsRehearsal) {
   waitUntilRunning(*show.rebel);
   show.engine->instruments().simulatePluginCrash(*show.rebel);
   EXPECT_EQ(look(*show.rebel), afterDeath);
-  EXPECT_TRUE(happensWithin(5s, [this] { return guestCount() == 1; })) << "a rehearsal ends the process too";
+  EXPECT_TRUE(happens([this] { return guestCount() == 1; })) << "a rehearsal ends the process too";
 }
 
 TEST_F(RevivedStrips, AHundredDeathsAndRevivalsLeaveNothingBehindAndAreNotHeardInTheOtherStrip) {
@@ -124,7 +124,7 @@ TEST_F(RevivedStrips, AHundredDeathsAndRevivalsLeaveNothingBehindAndAreNotHeardI
     ASSERT_NO_FATAL_FAILURE(killAndRevive(show));
   }
   EXPECT_EQ(deathCount_, 110);
-  EXPECT_TRUE(happensWithin(5s, [this] { return guestCount() == 2; }));
+  EXPECT_TRUE(happens([this] { return guestCount() == 2; }));
   EXPECT_EQ(childrenOf(getpid()).size(), 2U);
   EXPECT_EQ(descriptorCount(), descriptors);
   EXPECT_EQ(sharedMappingCount(), 2U);

@@ -8,7 +8,8 @@
 
 namespace vrel::sandbox {
 
-SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool isRealTime) {
+SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool isRealTime, lv2::Bundles bundles)
+    : inProcess_(bundles) {
   // The scan reads the environment, which some tests change.
   (void)inProcess_.world->componentsMatchingDescription({});
   settings_.timeout = timeout;

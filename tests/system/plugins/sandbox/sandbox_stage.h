@@ -29,7 +29,7 @@ using std::chrono_literals::operator""s;
 class SandboxStage : public testing::Test {
  protected:
   explicit SandboxStage(GuestLink::Timeout timeout = std::nullopt, std::string helper = VREL_PLUGIN_HOST_PROGRAM,
-                        bool isRealTime = false);
+                        bool isRealTime = false, lv2::Bundles bundles = lv2::Bundles::zoo);
   ~SandboxStage() override;
 
   using Made = lv2::Stage::Made;
