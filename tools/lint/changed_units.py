@@ -43,7 +43,7 @@ def changed_files(root: pathlib.Path) -> set[pathlib.Path] | None:
 
 
 def units_of_change(units: list, changed: set[pathlib.Path], headers_of) -> list:
-    """The units that are changed themselves, and one for each changed header. `headers_of` tells what a unit includes."""
+    """The units that are changed themselves, and one for each changed header. `headers_of` lists what a unit includes."""
     chosen = {unit.file: unit for unit in units if unit.file in changed}
     headers = {file for file in changed if file.suffix == ".h" and file.suffix in source_tree.CODE_SUFFIXES}
     by_file = {unit.file: unit for unit in units}

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Tries every plug-in of this machine in a process of its own, and reports how each did. What they do is no result of a
-// test; that this program and its processes get over it is.
+// Tries every plug-in of this machine in a process of its own, and reports how each did. What they do is not a result
+// of a test; that this program and its processes survive it is.
 
 #include <algorithm>
 #include <cstdio>
