@@ -16,10 +16,10 @@ namespace {
 
 constexpr const char* instrumentName = "Zoo Sine";
 
-SongConfig songOf(const AVAudioUnitComponent& instrument, std::size_t strips) {
+SongConfig songOf(const AVAudioUnitComponent& instrument, std::size_t stripCount) {
   SongConfig song;
   song.name = "Full";
-  for (std::size_t strip = 0; strip < strips; ++strip) {
+  for (std::size_t strip = 0; strip < stripCount; ++strip) {
     auto& record = song.channels.emplace_back();
     record.name = "Strip " + std::to_string(strip + 1);
     record.pluginPath = pluginKey(instrument);

@@ -15,6 +15,8 @@ struct SharedValue {
   Value ChannelConfig::*stored;
   Observable<Value> AudioChannel::*live;
 };
+template <typename Value>
+SharedValue(Value ChannelConfig::*, Observable<Value> AudioChannel::*) -> SharedValue<Value>;
 
 constexpr std::tuple stripValues = {
     SharedValue{&ChannelConfig::volume, &AudioChannel::volume},
