@@ -163,7 +163,7 @@ TEST_F(Capture, TheShortestPlaybackSpreadsItsPeaksOverOneMillisecond) {
   channel->playbackEndTime.set(channel->playbackStartTime.get());
   clock.setNanoseconds(clock.AudioGetCurrentHostTime() + 600'000);
   engine->levelCapture().feedPlaybackMeter(*channel);
-  EXPECT_FLOAT_EQ(channel->rawMeterPeakL, 0.3F);
+  EXPECT_FLOAT_EQ(test::rawPeaks(*channel).left, 0.3F);
 }
 
 TEST_F(Capture, DetachingAMeterNodeSetsThePeaksToZero) {
