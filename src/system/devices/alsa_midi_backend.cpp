@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/devices/alsa_midi_backend.h"
 
+#include <alsa/asoundlib.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <exception>
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <optional>
 #include <utility>
 
 #include "system/devices/alsa_silence.h"
@@ -13,20 +18,143 @@
 namespace vrel::system {
 namespace {
 
-constexpr const char* alsaKeyPrefix = "alsa:";
+constexpr int retryMilliseconds = 500;
 
-/// Checked first, since the library writes to the terminal when it is not there.
-bool hasSequencer() {
-  return ::access("/dev/snd/seq", R_OK | W_OK) == 0;
+struct Close {
+  void operator()(snd_seq_t* sequencer) const { snd_seq_close(sequencer); }
+  void operator()(snd_midi_event_t* decoder) const { snd_midi_event_free(decoder); }
+  void operator()(snd_seq_client_info_t* info) const { snd_seq_client_info_free(info); }
+  void operator()(snd_seq_port_info_t* info) const { snd_seq_port_info_free(info); }
+};
+
+template <typename Handle>
+using Owned = std::unique_ptr<Handle, Close>;
+
+Owned<snd_seq_client_info_t> makeClientInfo() {
+  snd_seq_client_info_t* info = nullptr;
+  snd_seq_client_info_malloc(&info);
+  return Owned<snd_seq_client_info_t>(info);
 }
 
-std::unique_ptr<RtMidiIn> makeReader(const std::string& clientName) {
-  auto reader = std::make_unique<RtMidiIn>(RtMidi::LINUX_ALSA, clientName);
-  reader->setErrorCallback([](RtMidiError::Type, const std::string&, void*) {}, nullptr);
-  return reader;
+Owned<snd_seq_port_info_t> makePortInfo() {
+  snd_seq_port_info_t* info = nullptr;
+  snd_seq_port_info_malloc(&info);
+  return Owned<snd_seq_port_info_t>(info);
+}
+
+/// Whether others may read what the port sends, as they may of a keyboard.
+bool isSource(const snd_seq_port_info_t* port) {
+  constexpr unsigned readable = SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
+  constexpr unsigned musical = SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_SYNTH | SND_SEQ_PORT_TYPE_APPLICATION;
+  const unsigned capability = snd_seq_port_info_get_capability(port);
+  return (capability & readable) == readable && (capability & SND_SEQ_PORT_CAP_NO_EXPORT) == 0 &&
+         (snd_seq_port_info_get_type(port) & musical) != 0;
+}
+
+std::string textOf(const char* text) {
+  return text != nullptr ? text : "";
+}
+
+/// "Keystation:Port 1", or what there is of it.
+std::string displayName(const std::string& client, const std::string& port) {
+  return client.empty() || port.empty() ? client + port : client + ":" + port;
 }
 
 }  // namespace
+
+/// The library's client, with its port.
+class AlsaMidiBackend::Sequencer {
+ public:
+  /// Null where there is none.
+  static std::unique_ptr<Sequencer> open(const std::string& clientName, const std::string& portName) {
+    snd_seq_t* handle = nullptr;
+    if (snd_seq_open(&handle, "default", SND_SEQ_OPEN_INPUT, SND_SEQ_NONBLOCK) != 0) {
+      return nullptr;
+    }
+    auto sequencer = std::make_unique<Sequencer>(handle);
+    snd_seq_set_client_name(handle, clientName.c_str());
+    sequencer->port_ =
+        snd_seq_create_simple_port(handle, portName.c_str(), SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
+                                   SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    snd_midi_event_t* decoder = nullptr;
+    const bool isReady = sequencer->port_ >= 0 && snd_midi_event_new(longestMessage, &decoder) == 0;
+    sequencer->decoder_.reset(decoder);
+    if (!isReady || !sequencer->connect({SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE})) {
+      return nullptr;
+    }
+    snd_midi_event_no_status(decoder, 1);
+    return sequencer;
+  }
+
+  explicit Sequencer(snd_seq_t* handle) : handle_(handle) {}
+
+  [[nodiscard]] int client() const { return snd_seq_client_id(handle_.get()); }
+
+  void eachSource(const std::function<void(const Address&, const std::string& name)>& visit) const {
+    const auto client = makeClientInfo();
+    const auto port = makePortInfo();
+    snd_seq_client_info_set_client(client.get(), -1);
+    while (snd_seq_query_next_client(handle_.get(), client.get()) == 0) {
+      const int id = snd_seq_client_info_get_client(client.get());
+      if (id == SND_SEQ_CLIENT_SYSTEM || id == this->client()) {
+        continue;
+      }
+      snd_seq_port_info_set_client(port.get(), id);
+      snd_seq_port_info_set_port(port.get(), -1);
+      while (snd_seq_query_next_port(handle_.get(), port.get()) == 0) {
+        if (isSource(port.get())) {
+          visit({id, snd_seq_port_info_get_port(port.get())},
+                displayName(textOf(snd_seq_client_info_get_name(client.get())),
+                            textOf(snd_seq_port_info_get_name(port.get()))));
+        }
+      }
+    }
+  }
+
+  [[nodiscard]] bool connect(const Address& source) const {
+    const int status = snd_seq_connect_from(handle_.get(), port_, source.client, source.port);
+    return status == 0 || status == -EBUSY;  // linked already
+  }
+
+  [[nodiscard]] std::vector<pollfd> descriptors() const {
+    const int count = snd_seq_poll_descriptors_count(handle_.get(), POLLIN);
+    std::vector<pollfd> descriptors(static_cast<std::size_t>(count));
+    snd_seq_poll_descriptors(handle_.get(), descriptors.data(), static_cast<unsigned>(count), POLLIN);
+    return descriptors;
+  }
+
+  /// The next event; null when there is none for now. `isOverrun` when some were lost.
+  [[nodiscard]] const snd_seq_event_t* nextEvent(bool& isOverrun) const {
+    snd_seq_event_t* event = nullptr;
+    int status = snd_seq_event_input(handle_.get(), &event);
+    while (status == -ENOSPC) {
+      isOverrun = true;
+      status = snd_seq_event_input(handle_.get(), &event);
+    }
+    return status >= 0 ? event : nullptr;
+  }
+
+  /// The bytes of an event, none for what is not MIDI.
+  [[nodiscard]] std::vector<std::uint8_t> bytesOf(const snd_seq_event_t& event) const {
+    if (event.type == SND_SEQ_EVENT_SYSEX) {
+      const auto* const first = static_cast<const std::uint8_t*>(event.data.ext.ptr);
+      return {first, first + event.data.ext.len};
+    }
+    std::vector<std::uint8_t> bytes(longestMessage);
+    const long length = snd_midi_event_decode(decoder_.get(), bytes.data(), longestMessage, &event);
+    bytes.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return bytes;
+  }
+
+ private:
+  static constexpr std::size_t longestMessage = 16;  // a parameter number with its value
+
+  Owned<snd_seq_t> handle_;
+  Owned<snd_midi_event_t> decoder_;
+  int port_ = -1;
+};
+
+AlsaMidiBackend::AlsaMidiBackend() = default;
 
 AlsaMidiBackend::~AlsaMidiBackend() {
   AlsaMidiBackend::end();
@@ -37,99 +165,154 @@ void AlsaMidiBackend::begin(const std::string& clientName, const std::string& po
   clientName_ = clientName;
   portName_ = portName;
   listener_ = std::move(listener);
+  isEnding_ = false;
+  wakeDescriptor_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   {
+    // Now, so that whoever asks next finds the sources.
     const MutexLock lock(mutex_);
-    isEnding_ = false;
-    known_ = listSources();
+    static_cast<void>(open());
   }
-  thread_ = std::thread([this] { watch(); });
+  thread_ = std::thread([this] { serve(); });
 }
 
 void AlsaMidiBackend::end() {
-  {
-    const MutexLock lock(mutex_);
-    isEnding_ = true;
+  isEnding_ = true;
+  if (wakeDescriptor_ >= 0) {
+    static_cast<void>(::eventfd_write(wakeDescriptor_, 1));
   }
-  ends_.notify_all();
   if (thread_.joinable()) {
     thread_.join();
   }
+  if (wakeDescriptor_ >= 0) {
+    ::close(std::exchange(wakeDescriptor_, -1));
+  }
   const MutexLock lock(mutex_);
-  readers_.clear();
-  lister_.reset();
+  sequencer_.reset();
+  linked_.clear();
+}
+
+bool AlsaMidiBackend::open() {
+  sequencer_ = Sequencer::open(clientName_, portName_);
+  return sequencer_ != nullptr;
+}
+
+std::string AlsaMidiBackend::keyOf(const Address& address) const {
+  const auto found = appearances_.find(address);
+  const unsigned appearance = found == appearances_.end() ? 0 : found->second;
+  return "alsa:" + std::to_string(address.client) + ":" + std::to_string(address.port) + "#" +
+         std::to_string(appearance);
 }
 
 std::vector<MidiSource> AlsaMidiBackend::sources() {
   const MutexLock lock(mutex_);
-  return listSources();
-}
-
-std::vector<MidiSource> AlsaMidiBackend::listSources() {
   std::vector<MidiSource> sources;
-  try {
-    if (!lister_ && hasSequencer()) {
-      lister_ = makeReader(clientName_);
-    }
-    const unsigned count = lister_ ? lister_->getPortCount() : 0;
-    for (unsigned port = 0; port < count; ++port) {
-      if (const auto name = lister_->getPortName(port); !name.empty()) {
-        sources.push_back({.key = alsaKeyPrefix + name, .name = name});
-      }
-    }
-  } catch (const std::exception&) {
-    lister_.reset();
+  if (sequencer_) {
+    sequencer_->eachSource([&](const Address& address, const std::string& name)
+                               VREL_REQUIRES(mutex_) { sources.push_back({.key = keyOf(address), .name = name}); });
   }
   return sources;
 }
 
 Outcome AlsaMidiBackend::connect(const std::string& key) {
   const MutexLock lock(mutex_);
-  if (readers_.contains(key)) {
-    return {};
+  std::optional<Address> address;
+  if (sequencer_) {
+    sequencer_->eachSource([&](const Address& each, const std::string&) VREL_REQUIRES(mutex_) {
+      if (keyOf(each) == key) {
+        address = each;
+      }
+    });
   }
-  const auto sources = listSources();
-  const auto found =
-      std::find_if(sources.begin(), sources.end(), [&](const auto& source) { return source.key == key; });
-  if (found == sources.end()) {
+  if (!address) {
     return Error{"no such source: " + key};
   }
-  return openReader(key, static_cast<unsigned>(found - sources.begin()));
-}
-
-Outcome AlsaMidiBackend::openReader(const std::string& key, unsigned port) {
-  const auto handOn = [](double, std::vector<unsigned char>* message, void* backend) {
-    static_cast<AlsaMidiBackend*>(backend)->listener_.packet(*message);
-  };
-  try {
-    auto reader = makeReader(clientName_);
-    reader->ignoreTypes(false, false, false);
-    reader->setCallback(handOn, this);
-    reader->openPort(port, portName_);
-    if (!reader->isPortOpen()) {
-      return Error{"ALSA refused to connect " + key};
-    }
-    readers_.emplace(key, std::move(reader));
-  } catch (const std::exception& failure) {
-    return Error{failure.what()};
+  if (const auto linked = linked_.find(*address); linked != linked_.end() && linked->second == key) {
+    return {};
   }
+  if (!sequencer_->connect(*address)) {
+    return Error{"no link to " + key};
+  }
+  linked_.insert_or_assign(*address, key);
   return {};
 }
 
-void AlsaMidiBackend::watch() {
-  constexpr auto interval = std::chrono::milliseconds(250);
-  MutexLock lock(mutex_);
-  while (!ends_.wait_for(lock.native(), interval, [this]() VREL_REQUIRES(mutex_) { return isEnding_; })) {
-    auto sources = listSources();
-    if (sources == known_) {
-      continue;
+void AlsaMidiBackend::serve() {
+  while (!isEnding_) {
+    const bool isWhole = wait();
+    if (isEnding_) {
+      return;
     }
-    known_ = std::move(sources);
-    std::erase_if(readers_, [this](const auto& reader) VREL_REQUIRES(mutex_) {
-      return std::none_of(known_.begin(), known_.end(), [&](const auto& source) { return source.key == reader.first; });
-    });
-    lock.unlock();
-    listener_.setupChanged();
-    lock.lock();
+    const auto news = isWhole ? read() : abandon();
+    for (const auto& packet : news.packets) {
+      listener_.packet(packet);
+    }
+    if (news.isSetupChanged) {
+      listener_.setupChanged();
+    }
+  }
+}
+
+bool AlsaMidiBackend::wait() {
+  std::vector<pollfd> descriptors;
+  {
+    const MutexLock lock(mutex_);
+    if (sequencer_) {
+      descriptors = sequencer_->descriptors();
+    }
+  }
+  const int timeout = descriptors.empty() ? retryMilliseconds : -1;
+  descriptors.push_back({.fd = wakeDescriptor_, .events = POLLIN, .revents = 0});
+  ::poll(descriptors.data(), descriptors.size(), timeout);
+  return std::none_of(descriptors.begin(), descriptors.end(),
+                      [](const pollfd& each) { return (each.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0; });
+}
+
+AlsaMidiBackend::News AlsaMidiBackend::abandon() {
+  const MutexLock lock(mutex_);
+  sequencer_.reset();
+  linked_.clear();
+  return {.packets = {}, .isSetupChanged = true};
+}
+
+AlsaMidiBackend::News AlsaMidiBackend::read() {
+  const MutexLock lock(mutex_);
+  News news;
+  if (!sequencer_) {
+    news.isSetupChanged = open();
+    return news;
+  }
+  bool isOverrun = false;
+  while (const auto* const event = sequencer_->nextEvent(isOverrun)) {
+    switch (event->type) {
+      case SND_SEQ_EVENT_PORT_START:
+      case SND_SEQ_EVENT_PORT_EXIT:
+      case SND_SEQ_EVENT_PORT_CHANGE:
+        noteAnnouncement(event->type, {event->data.addr.client, event->data.addr.port}, news);
+        break;
+      default:
+        if (auto bytes = sequencer_->bytesOf(*event); !bytes.empty()) {
+          news.packets.push_back(std::move(bytes));
+        }
+    }
+  }
+  if (isOverrun) {
+    // An announcement may be among what was lost: all are linked again.
+    linked_.clear();
+    news.isSetupChanged = true;
+  }
+  return news;
+}
+
+void AlsaMidiBackend::noteAnnouncement(int type, const Address& address, News& news) {
+  if (address.client == sequencer_->client()) {
+    return;
+  }
+  news.isSetupChanged = true;
+  if (type == SND_SEQ_EVENT_PORT_START) {
+    ++appearances_[address];
+  }
+  if (type != SND_SEQ_EVENT_PORT_CHANGE) {
+    linked_.erase(address);
   }
 }
 

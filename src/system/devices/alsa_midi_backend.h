@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <RtMidi.h>
-
-#include <condition_variable>
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -15,12 +14,16 @@
 
 namespace vrel::system {
 
-/// The ports of ALSA's sequencer, by RtMidi: one reader for each source, whose thread waits for its packets and
-/// calls the listener itself. Another thread compares the list of ports four times a second. On a kernel without the
-/// sequencer there are no sources, and when it appears they are noticed.
+/// The ports of ALSA's sequencer: one client with one port, to which all sources are linked.
+///
+/// A source is its sequencer address and the number of its appearance there, so one that leaves and comes back is a new
+/// one, whatever its name. The sequencer announces who comes and goes. On a kernel without the sequencer there are no
+/// sources; it is looked for twice a second.
+///
+/// Threads: the reader waits for packets and announcements and calls the listener; the rest on the main thread.
 class AlsaMidiBackend final : public MidiBackend {
  public:
-  AlsaMidiBackend() = default;
+  AlsaMidiBackend();
   ~AlsaMidiBackend() override;
   AlsaMidiBackend(const AlsaMidiBackend&) = delete;
   AlsaMidiBackend& operator=(const AlsaMidiBackend&) = delete;
@@ -32,20 +35,41 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
  private:
-  void watch();
-  [[nodiscard]] std::vector<MidiSource> listSources() VREL_REQUIRES(mutex_);
-  [[nodiscard]] Outcome openReader(const std::string& key, unsigned port) VREL_REQUIRES(mutex_);
+  class Sequencer;
+
+  /// What has come since the last read.
+  struct News {
+    std::vector<std::vector<std::uint8_t>> packets;
+    bool isSetupChanged = false;
+  };
+
+  /// Client and port.
+  struct Address {
+    int client = 0;
+    int port = 0;
+    auto operator<=>(const Address&) const = default;
+  };
+
+  void serve();
+  /// False when the sequencer is broken.
+  [[nodiscard]] bool wait();
+  [[nodiscard]] News read();
+  [[nodiscard]] News abandon();
+
+  [[nodiscard]] bool open() VREL_REQUIRES(mutex_);
+  void noteAnnouncement(int type, const Address& address, News& news) VREL_REQUIRES(mutex_);
+  [[nodiscard]] std::string keyOf(const Address& address) const VREL_REQUIRES(mutex_);
 
   std::string clientName_;
   std::string portName_;
   Listener listener_;
+  std::atomic<bool> isEnding_{false};
+  int wakeDescriptor_ = -1;
 
-  Mutex mutex_;
-  std::condition_variable ends_;
-  bool isEnding_ VREL_GUARDED_BY(mutex_) = false;
-  std::unique_ptr<RtMidiIn> lister_ VREL_GUARDED_BY(mutex_);                          // null without a sequencer
-  std::map<std::string, std::unique_ptr<RtMidiIn>> readers_ VREL_GUARDED_BY(mutex_);  // by key
-  std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);
+  Mutex mutex_;                                                      // never held while waiting
+  std::unique_ptr<Sequencer> sequencer_ VREL_GUARDED_BY(mutex_);     // null without one
+  std::map<Address, unsigned> appearances_ VREL_GUARDED_BY(mutex_);  // of ports at an address
+  std::map<Address, std::string> linked_ VREL_GUARDED_BY(mutex_);    // keys of the sources that are read
   std::thread thread_;
 };
 

@@ -23,9 +23,6 @@ namespace vrel::system {
 /// The MIDI ports of a JACK server. All are linked to one port of one client, where JACK merges them in order of
 /// time; others may be linked to it by hand.
 ///
-/// It speaks to JACK itself: RtMidi would need a client of the server for each source, and allocates on
-/// JACK's audio thread.
-///
 /// Way of a packet: JACK's thread puts it in a ring and wakes our thread, which calls the listener. The same thread
 /// notices ports that come and go, from JACK's own notices, and tries twice a second for a server.
 class JackMidiBackend final : public MidiBackend {
