@@ -5,10 +5,17 @@
 #include <cstddef>
 #include <thread>
 
+#include "system/devices/jack_sockets.h"
+
 namespace vrel::system {
 namespace {
 
 jack_client_t* join(const std::string& clientName, const std::string& serverName) {
+  // Opening a client maps JACK's metadata files even where no server runs, and a program that was killed may have left
+  // them damaged: then the next access ends this one with a bus error.
+  if (!JackSockets::ofTheUser().mayHaveServer(serverName)) {
+    return nullptr;
+  }
   // For the whole process.
   jack_set_error_function([](const char*) {});
   jack_set_info_function([](const char*) {});

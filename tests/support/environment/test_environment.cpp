@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // Makes the environment of a test program, and of what it starts, the same on every machine: a home of its own, no
-// display, no session's bus, and only the plug-ins that the tests know. In the program rather than in what starts it,
-// so that a test run by hand behaves the same.
+// display, no session's bus, no sound server, and only the plug-ins that the tests know. In the program rather than in
+// what starts it, so that a test run by hand behaves the same.
 
 #include <cstdlib>
 #include <string>
@@ -19,6 +19,7 @@ const bool isOurs = [] {
   setenv("XDG_CACHE_HOME", (home + "/cache").c_str(), 1);
   setenv("XDG_RUNTIME_DIR", (home + "/runtime").c_str(), 1);
   setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
+  setenv("JACK_DEFAULT_SERVER", "vrel-tests-none", 1);
   setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
   unsetenv("DISPLAY");
   unsetenv("WAYLAND_DISPLAY");
