@@ -42,17 +42,17 @@ function(vrel_module name)
   endif()
 endfunction()
 
-# vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource] [OF threads blocks] [SHARDS n] [COST seconds])
+# vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource] [THREADS] [SHARDS n] [COST seconds])
 # One GoogleTest executable. Where cases compute, they run one after the other in one process, or in so many shards, each
 # a CTest; where they wait for processes and devices, every case is a CTest of its own. Each case of the former is a CTest
 # of the label `case` besides, to be run by its name. Of those with the same resource one runs at a time, and those with
-# the highest cost, their longest wait, start first. OF says whether there
-# are several threads, and whether audio blocks are rendered: a build of VREL_TESTS_OF=threads has only the tests of those.
+# the highest cost, their longest wait, start first. THREADS: it has several threads; a build with VREL_THREAD_TESTS_ONLY
+# has those tests only.
 # The target `tests_rt` builds what `ctest -L rt` needs, and so on for each label; `tests_all` all tests.
 # VREL_TEST_OPTIONS are for the cases' own code, which sanitizers and optimisation make slow to compile, and which is not
 # what is to be checked.
 include(GoogleTest)
-set(VREL_TESTS_OF "" CACHE STRING "Only the tests of `threads` or of `blocks`")
+option(VREL_THREAD_TESTS_ONLY "Only the tests with several threads (the tsan preset)" OFF)
 add_custom_target(tests_all)
 foreach(label unit rt sound media plugins show devices ui)
   add_custom_target(tests_${label})
@@ -61,7 +61,7 @@ endforeach()
 add_custom_target(tests_machine)  # about the machine, so not among all tests
 set(vrel_labels_in_one_process unit rt sound media ui)
 function(vrel_test name)
-  cmake_parse_arguments(ARG "" "LABEL;RESOURCE_LOCK;SHARDS;COST" "SOURCES;DEPENDS;OF" ${ARGN})
+  cmake_parse_arguments(ARG "THREADS" "LABEL;RESOURCE_LOCK;SHARDS;COST" "SOURCES;DEPENDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${VREL_TEST_OPTIONS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
@@ -71,7 +71,7 @@ function(vrel_test name)
   target_link_libraries(${name} PRIVATE vrel_options vrel_test_environment ${ARG_DEPENDS} GTest::gtest GTest::gmock
     GTest::gtest_main
     $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
-  if(VREL_TESTS_OF AND NOT VREL_TESTS_OF IN_LIST ARG_OF)
+  if(VREL_THREAD_TESTS_ONLY AND NOT ARG_THREADS)
     set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
     return()
   endif()
