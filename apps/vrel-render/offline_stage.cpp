@@ -180,7 +180,11 @@ void OfflineStage::waitForPlayers() {
 audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
   mainLoop_.advanceUpTo(seconds);
   waitForPlayers();
-  return device_->renderBlock();
+  // What happens within a block happens at its first frame, and so does its beat.
+  clock_.set(std::exchange(renderedUntil_, seconds));
+  const auto block = device_->renderBlock();
+  clock_.set(seconds);
+  return block;
 }
 
 bool OfflineStage::save(const std::string& path) {

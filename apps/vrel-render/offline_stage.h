@@ -117,6 +117,7 @@ class OfflineStage {
   Performer performer_;
   StageRecorder recorder_;
   ClipRecorder clipRecorder_;
+  double renderedUntil_ = 0;               // seconds of the show
   std::size_t songsWaitedFor_ = 0;         // of songsApplied()
   std::set<std::string> unanswered_;       // paths of plug-ins that timed out
   std::vector<std::string> loadProblems_;  // each once

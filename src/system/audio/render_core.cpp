@@ -5,6 +5,7 @@
 #include <chrono>
 #include <thread>
 
+#include "foundation/block_time.h"
 #include "system/audio/denormal_guard.h"
 #include "system/audio/finite_guard.h"
 
@@ -18,6 +19,11 @@ constexpr std::chrono::seconds longestWait{2};
 
 // The share of a block's time in which a processor may wait for others; the rest is for what follows it.
 constexpr double waitingShare = 0.75;
+
+std::uint64_t nanosecondsOf(Clock::time_point time) {
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count());
+}
 
 /// When the wait for the frames up to `endFrame` of a block that began at `begin` is over.
 std::int64_t deadlineOf(Clock::time_point begin, std::uint32_t endFrame, double sampleRate) {
@@ -52,7 +58,12 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
   const Clock::time_point begin = watchTime_ ? Clock::now() : Clock::time_point{};
   std::fill_n(left, frameCount, 0.0F);
   std::fill_n(right, frameCount, 0.0F);
+  const std::uint64_t blockTime = watchTime_ ? pacer_.begin(nanosecondsOf(begin), frameCount, sampleRate) : 0;
   for (std::uint32_t done = 0; done < frameCount;) {
+    std::optional<BlockTime::Scope> time;
+    if (watchTime_) {
+      time.emplace(blockTime + static_cast<std::uint64_t>(1e9 * done / sampleRate));
+    }
     const std::uint32_t count = std::min(frameCount - done, maximumBlockFrames);
     const auto deadline =
         watchTime_ ? std::optional(deadlineOf(begin, done + count, sampleRate)) : std::optional<std::int64_t>();

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "foundation/thread_roles.h"
+#include "system/audio/block_pacer.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_plan.h"
 
@@ -36,7 +37,7 @@ class RenderCore {
 
   [[nodiscard]] bool hasPlan() const { return plan_.load() != nullptr; }
 
-  /// Renders any number of frames.
+  /// Renders any number of frames. On a device each block has its BlockTime.
   void render(float* left, float* right, std::uint32_t frameCount, double sampleRate) noexcept VREL_AUDIO_THREAD;
 
  private:
@@ -59,6 +60,7 @@ class RenderCore {
   std::uint32_t fadedOut_ = edgeFrames;  // frames of the edge before a gap that are done
   std::array<float, maximumStreamChannels> lastSamples_{};
   std::array<float, maximumStreamChannels> edgeSamples_{};
+  BlockPacer pacer_;
 };
 
 }  // namespace vrel::audio

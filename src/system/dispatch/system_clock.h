@@ -4,14 +4,19 @@
 #include <chrono>
 #include <cstdint>
 
+#include "foundation/block_time.h"
 #include "platform/clock.h"
 
 namespace vrel::system {
 
-/// The machine's monotonic clock. A host tick is a nanosecond. Any thread.
+/// The machine's monotonic clock; within a block of a device, the time of the block (BlockTime). A host tick is a
+/// nanosecond. Any thread.
 class SystemClock final : public HostClock {
  public:
   [[nodiscard]] std::uint64_t AudioGetCurrentHostTime() const override {
+    if (const auto time = BlockTime::current()) {
+      return *time;
+    }
     const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
     return static_cast<std::uint64_t>(std::chrono::nanoseconds(sinceStart).count());
   }

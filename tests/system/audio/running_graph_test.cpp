@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "foundation/block_time.h"
 #include "support/audio/graph_stage.h"
 #include "support/audio/hammering_device.h"
 #include "support/audio/measure.h"
@@ -149,6 +151,36 @@ TEST(Counters, ABlockThatTakesLongerThanItLastsIsLate) {
   }
   device->stop();
   EXPECT_GE(stage.counters->lateBlocks.load(), 5U);
+}
+
+TEST(BlockTime, SourcesOfABlockSeeOneTimeAndBlocksAreAsFarApartAsTheirFramesLast) {
+  const auto device = std::make_shared<PacedNullDevice>(48000, 480);
+  StageOn<PacedNullDevice> stage(device);
+  // The time that each source sees at the first frame of its blocks.
+  std::array<std::array<std::uint64_t, 100>, 2> times{};
+  std::vector<std::shared_ptr<SourceNode>> sources;
+  for (auto& seen : times) {
+    sources.push_back(makeSource(1, [&seen](std::uint64_t frame, std::uint32_t) {
+      if (frame % 480 == 0 && frame / 480 < seen.size()) {
+        seen[frame / 480] = BlockTime::current().value_or(0);
+      }
+      return 0.0F;
+    }));
+    stage.engine->attach(sources.back());
+    stage.link(sources.back(), stage.engine->mainMixerNode());
+  }
+  ASSERT_FALSE(stage.engine->start());
+  while (sources.back()->log()->blocks.load() < times.back().size()) {
+    std::this_thread::yield();
+  }
+  device->stop();
+  EXPECT_EQ(times[0], times[1]);
+  EXPECT_GT(times[0][0], 0U);
+  for (std::size_t block = 1; block < times[0].size(); ++block) {
+    const auto milliseconds = static_cast<double>(times[0][block] - times[0][block - 1]) * 1e-6;
+    EXPECT_GT(milliseconds, 8) << block;
+  }
+  EXPECT_FALSE(BlockTime::current()) << "outside of a block";
 }
 
 TEST(DenormalGuard, FlushesInsideAndRestoresAfter) {

@@ -8,6 +8,8 @@
 #include <lv2/state/state.h>
 #include <lv2/time/time.h>
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <string>
 
@@ -35,6 +37,24 @@ float number(const LilvNode* node) {
   const bool isNumber = node != nullptr && (lilv_node_is_float(node) || lilv_node_is_int(node));
   return isNumber ? lilv_node_as_float(node) : std::numeric_limits<float>::quiet_NaN();
 }
+
+struct Designation {
+  const char* uri;
+  HostControl control;
+};
+
+constexpr std::array designations{
+    Designation{LV2_CORE__freeWheeling, HostControl::freeWheeling},
+    Designation{LV2_CORE__enabled, HostControl::enabled},
+    Designation{LV2_TIME__speed, HostControl::speed},
+    Designation{LV2_TIME__frame, HostControl::frame},
+    Designation{LV2_TIME__bar, HostControl::bar},
+    Designation{LV2_TIME__barBeat, HostControl::barBeat},
+    Designation{LV2_TIME__beat, HostControl::beat},
+    Designation{LV2_TIME__beatUnit, HostControl::beatUnit},
+    Designation{LV2_TIME__beatsPerBar, HostControl::beatsPerBar},
+    Designation{LV2_TIME__beatsPerMinute, HostControl::beatsPerMinute},
+};
 
 /// Reads one plug-in; holds what every question needs.
 class Reader {
@@ -98,6 +118,7 @@ class Reader {
     description.kind = description.isInput || isA(port, LV2_CORE__OutputPort) ? kindOf(port) : PortKind::unsupported;
     if (description.kind == PortKind::control) {
       readRange(port, description);
+      description.hostControl = description.isInput ? hostControlOf(port) : HostControl::none;
     } else if (description.kind == PortKind::atom) {
       readAtomPort(port, description);
     }
@@ -127,6 +148,14 @@ class Reader {
     description.minimum = number(minimum);
     description.maximum = number(maximum);
     description.scalesWithRate = hasProperty(port, LV2_CORE__sampleRate);
+  }
+
+  [[nodiscard]] HostControl hostControlOf(const LilvPort* port) const {
+    const Node designation(lilv_port_get(plugin_, port, uri(LV2_CORE__designation).get()));
+    const auto found = std::find_if(designations.begin(), designations.end(), [&](const Designation& each) {
+      return designation && lilv_node_equals(designation.get(), uri(each.uri).get());
+    });
+    return found == designations.end() ? HostControl::none : found->control;
   }
 
   void readAtomPort(const LilvPort* port, PortDescription& description) const {

@@ -115,7 +115,7 @@ void HostedPlugin::loadDefaultState(Lv2World& world) {
     }
     const auto& ports = plugin.description_->ports;
     for (std::uint32_t index = 0; index < ports.size(); ++index) {
-      if (ports[index].symbol == symbol && ports[index].kind == PortKind::control && ports[index].isInput) {
+      if (ports[index].symbol == symbol && ports[index].isSetting()) {
         plugin.ports_.setControl(index, *static_cast<const float*>(value));
       }
     }

@@ -59,7 +59,7 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
     return;
   }
   plugin_->ports().beginBlock();
-  appendTime(block.frameCount);
+  passTime(block.frameCount);
   takeEvents();
   fillInputs(block);
   plugin_->run(block.frameCount);
@@ -67,13 +67,16 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
   gate_.leave();
 }
 
-void Lv2Processor::appendTime(std::uint32_t frameCount) noexcept {
-  if (!plugin_->ports().takesTime()) {
+void Lv2Processor::passTime(std::uint32_t frameCount) noexcept {
+  PortBuffers& ports = plugin_->ports();
+  if (!ports.takesTime() && !ports.hasHostControls()) {
     return;
   }
   const MusicalTime time = time_.read();
-  if (time.isKnown != 0 && transportChange_.hasChanged(time, frameCount, plugin_->sampleRate())) {
-    plugin_->ports().appendTime(time);
+  // Where its slow work is done within the block, nobody waits for the block.
+  ports.feedHostControls(time, settings_.workerMode == WorkerMode::withinBlock);
+  if (ports.takesTime() && time.isKnown != 0 && transportChange_.hasChanged(time, frameCount, plugin_->sampleRate())) {
+    ports.appendTime(time);
   }
 }
 

@@ -52,7 +52,7 @@ class Lv2Processor final : public audio::NodeProcessor {
   [[nodiscard]] HostedPlugin& plugin() { return *plugin_; }
 
  private:
-  void appendTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
+  void passTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
   void takeEvents() noexcept VREL_AUDIO_THREAD;
   void fillInputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void writeOutputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;

@@ -11,20 +11,41 @@ namespace vrel::lv2 {
 
 enum class PortKind { audio, control, cv, atom, unsupported };
 
+/// What the host sets on a control input in each block, by the port's designation.
+enum class HostControl : std::uint8_t {
+  none,          // it is the plug-in's own
+  freeWheeling,  // 1 in a render, where nobody waits
+  enabled,       // 1
+  speed,         // 1 while the transport moves
+  frame,         // position in the music, as in MusicalTime
+  bar,
+  barBeat,
+  beat,
+  beatUnit,
+  beatsPerBar,
+  beatsPerMinute,
+};
+
 /// What a plug-in's data says about one port.
 struct PortDescription {
   std::string symbol;
   PortKind kind = PortKind::unsupported;
   bool isInput = false;
-  bool isOptional = false;      // may be left unconnected
-  bool takesMidi = false;       // an atom input that wants MIDI events
-  bool takesTime = false;       // an atom input that wants the position in the music
-  bool isDesignated = false;    // the control port of the plug-in
+  bool isOptional = false;    // may be left unconnected
+  bool takesMidi = false;     // an atom input that wants MIDI events
+  bool takesTime = false;     // an atom input that wants the position in the music
+  bool isDesignated = false;  // the control port of the plug-in
+  HostControl hostControl = HostControl::none;
   bool scalesWithRate = false;  // a control whose bounds are multiples of the sample rate
   float defaultValue = 0;       // as given: may be NaN or out of bounds
   float minimum = 0;            // NaN where there is none
   float maximum = 0;
   std::uint32_t minimumBytes = 0;  // of an atom port; 0 where nothing is asked for
+
+  /// A control input that belongs to the plug-in's state.
+  [[nodiscard]] bool isSetting() const {
+    return kind == PortKind::control && isInput && hostControl == HostControl::none;
+  }
 };
 
 /// What is known of a plug-in before it is opened. A plain copy: it outlives the library's objects.

@@ -102,7 +102,7 @@ Result<std::vector<StateProperty>> translated(UridMap& urids, const std::vector<
 void captureControls(HostedPlugin& plugin, StateSnapshot& snapshot) {
   const auto& ports = plugin.description().ports;
   for (std::uint32_t index = 0; index < ports.size(); ++index) {
-    if (ports[index].kind == PortKind::control && ports[index].isInput) {
+    if (ports[index].isSetting()) {
       snapshot.ports.emplace(ports[index].symbol, plugin.ports().control(index));
     }
   }
@@ -112,7 +112,7 @@ void restoreControls(HostedPlugin& plugin, const StateSnapshot& snapshot) {
   const auto& ports = plugin.description().ports;
   for (std::uint32_t index = 0; index < ports.size(); ++index) {
     const auto value = snapshot.ports.find(ports[index].symbol);
-    if (ports[index].kind == PortKind::control && ports[index].isInput && value != snapshot.ports.end()) {
+    if (ports[index].isSetting() && value != snapshot.ports.end()) {
       plugin.ports().setControl(index, value->second);
     }
   }

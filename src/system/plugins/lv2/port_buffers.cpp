@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "system/audio/node_processor.h"
@@ -25,6 +26,41 @@ bool isLeftUnconnected(const PortDescription& port, std::size_t earlierOfItsKind
   const bool isSpare =
       port.kind == PortKind::cv || (port.kind == PortKind::audio && earlierOfItsKind >= audio::maximumStreamChannels);
   return port.isOptional && isSpare;
+}
+
+/// What the host says; none while the time is not known.
+std::optional<double> valueOf(HostControl control, const MusicalTime& time, bool isFreeWheeling) {
+  switch (control) {
+    case HostControl::freeWheeling:
+      return isFreeWheeling ? 1 : 0;
+    case HostControl::enabled:
+      return 1;
+    default:
+      break;
+  }
+  if (time.isKnown == 0) {
+    return std::nullopt;
+  }
+  switch (control) {
+    case HostControl::speed:
+      return time.isMoving != 0 ? 1 : 0;
+    case HostControl::frame:
+      return time.samplePosition;
+    case HostControl::bar:
+      return time.barStartBeat / time.beatsPerBar;
+    case HostControl::barBeat:
+      return time.beat - time.barStartBeat;
+    case HostControl::beat:
+      return time.beat;
+    case HostControl::beatUnit:
+      return static_cast<double>(time.beatUnit);
+    case HostControl::beatsPerBar:
+      return time.beatsPerBar;
+    case HostControl::beatsPerMinute:
+      return time.tempoBpm;
+    default:
+      return std::nullopt;
+  }
 }
 
 }  // namespace
@@ -88,6 +124,9 @@ void PortBuffers::makeControl(const PortDescription& port, std::uint32_t index, 
   bounds_[index] = {minimum, maximum};
   const float fallback = minimum > -unbounded ? minimum : 0.0F;
   setControl(index, std::isfinite(port.defaultValue) ? port.defaultValue : fallback);
+  if (port.hostControl != HostControl::none) {
+    hostControls_.push_back({index, port.hostControl});
+  }
   locations_[index] = &controls_[index];
 }
 
@@ -150,7 +189,15 @@ void PortBuffers::appendTime(const MusicalTime& time) noexcept {
   }
 }
 
-void PortBuffers::setControl(std::uint32_t index, float value) {
+void PortBuffers::feedHostControls(const MusicalTime& time, bool isFreeWheeling) noexcept {
+  for (const FedControl& fed : hostControls_) {
+    if (const auto value = valueOf(fed.control, time, isFreeWheeling)) {
+      setControl(fed.index, static_cast<float>(*value));
+    }
+  }
+}
+
+void PortBuffers::setControl(std::uint32_t index, float value) noexcept {
   if (std::isfinite(value)) {
     controls_[index] = std::clamp(value, bounds_[index].minimum, bounds_[index].maximum);
   }

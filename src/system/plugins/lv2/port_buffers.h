@@ -50,6 +50,10 @@ class PortBuffers {
   [[nodiscard]] bool takesTime() const { return timeInput_ != nullptr; }
   void appendTime(const MusicalTime& time) noexcept;
 
+  /// Sets the control inputs that are the host's to say. What the time says only when it is known.
+  void feedHostControls(const MusicalTime& time, bool isFreeWheeling) noexcept;
+  [[nodiscard]] bool hasHostControls() const { return !hostControls_.empty(); }
+
   /// Buffers of maximumBlockFrames, in port order.
   [[nodiscard]] std::span<float* const> audioInputs() const { return audioInputs_; }
   [[nodiscard]] std::span<float* const> audioOutputs() const { return audioOutputs_; }
@@ -57,7 +61,7 @@ class PortBuffers {
   /// The number on a control port. Setting brings it inside the port's bounds; what is not a number
   /// changes nothing.
   [[nodiscard]] float control(std::uint32_t index) const { return controls_[index]; }
-  void setControl(std::uint32_t index, float value);
+  void setControl(std::uint32_t index, float value) noexcept;
 
  private:
   struct AtomPort {
@@ -76,6 +80,11 @@ class PortBuffers {
     float maximum;
   };
 
+  struct FedControl {
+    std::uint32_t index;
+    HostControl control;
+  };
+
   /// Memory for a port, all zero.
   [[nodiscard]] void* takeMemory(std::size_t bytes);
   void makeAudio(const PluginDescription& description);
@@ -90,6 +99,7 @@ class PortBuffers {
   std::vector<float*> audioOutputs_;
   std::vector<float> controls_;
   std::vector<Bounds> bounds_;
+  std::vector<FedControl> hostControls_;
   std::vector<std::unique_ptr<AtomPort>> atoms_;
   AtomPort* midiInput_ = nullptr;
   bool midiIsDesignated_ = false;

@@ -10,8 +10,9 @@ namespace {
 
 constexpr double secondsPerMinute = 60;
 
-// Less than what is heard as a jump, more than a clock wavers that is read once for each large block.
-constexpr double largestDriftSeconds = 0.03;
+// Less than what is heard as a jump. The time of a block follows the audio clock, so there is no more than this but for
+// a real change, and seldom.
+constexpr double largestDriftSeconds = 0.002;
 
 }  // namespace
 

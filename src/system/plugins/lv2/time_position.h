@@ -38,8 +38,8 @@ class TimePositionForge {
 };
 
 /// Says when a plug-in needs the time again: at first, when tempo, signature or transport changed, and when
-/// the music is not where it would be if it had just gone on. Plug-ins count on by themselves in
-/// between. The host's clock may waver by a block against the samples; that is not a change.
+/// the music is more than two milliseconds from where it would be if it had just gone on. Plug-ins count on by
+/// themselves in between.
 class TransportChangeDetector {
  public:
   /// To be asked once for each block, with its time.

@@ -110,6 +110,36 @@ TEST_F(SmallShow, EveryEventIsLoggedAsItsInstrumentReceivedIt) {
                               midi(1, 1, 0x90, 72, 0)}));
 }
 
+TEST_F(SmallShow, TheBeatOfABlockIsThatOfItsFirstFrameWhateverItsSize) {
+  for (const std::size_t block : {128U, 1024U}) {
+    const std::vector<ChannelConfig> strips = {stripOf("Clock", zooInstrument("clock"))};
+    MidiFileMaker show;
+    show.marker(500, "song 1");
+    play(setlistOf({songOf("One", strips), songOf("Two", strips)}), show,
+         {"--block", std::to_string(block), "--tail", "0.5"});
+    const auto audio = sound();
+    // The plug-in writes the fields of the last position: the beat is the fifth, the beat unit the sixth.
+    const auto field = [&](std::size_t index, std::size_t number) { return audio.left[index * block + number]; };
+    EXPECT_EQ(field(0, 4), 0);
+    EXPECT_GT(field(0, 5), 0);
+    const auto gain = 0.25F * field(0, 5);
+    const auto switched = 24000 / block;
+    EXPECT_EQ(field(switched, 4), 0) << "the new song begins";
+    const double secondsAfter = static_cast<double>((switched + 1) * block) / 48000 - 0.5;
+    EXPECT_NEAR(field(switched + 1, 4) / gain, 2 * secondsAfter, 0.005);
+  }
+}
+
+TEST_F(SmallShow, APlugInKnowsThatNobodyWaitsForTheRender) {
+  play(setlistOf({songOf("One", {stripOf("Aware", zooInstrument("hostaware"))})}), {}, {"--tail", "0.1"});
+  const auto audio = sound();
+  // The plug-in writes its control inputs: a level of 0.5, lv2:freeWheeling, lv2:enabled, the tempo.
+  ASSERT_GT(audio.left[0], 0);
+  EXPECT_FLOAT_EQ(audio.left[1], 2 * audio.left[0]);
+  EXPECT_FLOAT_EQ(audio.left[2], 2 * audio.left[0]);
+  EXPECT_FLOAT_EQ(audio.left[3], 240 * audio.left[0]) << "120 beats a minute";
+}
+
 TEST_F(SmallShow, PanicSendsEveryInstrument192Events) {
   MidiFileMaker show;
   show.message(0, {0x90, 60, 100}).marker(500, "panic");

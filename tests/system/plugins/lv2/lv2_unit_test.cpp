@@ -359,6 +359,47 @@ TEST(Unit, PreparingForTheSameRateChangesNothing) {
   EXPECT_EQ(player.block(16).left, constant(16, 0.5F)) << "a recreated copy would have forgotten the key";
 }
 
+TEST(Unit, ControlsThatAreTheHostsToSayAreFedInEveryBlock) {
+  for (const WorkerMode mode : {WorkerMode::withinBlock, WorkerMode::thread}) {
+    const Stage stage(Bundles::zoo, mode);
+    const std::shared_ptr<AVAudioUnit> unit = stage.make("urn:vrel:zoo:hostaware").unit;
+    Player player(unit);
+    const float isRender = mode == WorkerMode::withinBlock ? 1.0F : 0.0F;
+    EXPECT_EQ(player.block(11).left, (std::vector<float>{0.5F, isRender, 1, 0, 0, 0, 0, 0, 0, 0, 0}))
+        << "no time is known yet";
+    double beat = 7.5;
+    unit->auAudioUnit().setMusicalContextBlock([&](double* tempo, double* numerator, std::int64_t* denominator,
+                                                   double* position, std::int64_t* /*offset*/, double* downbeat) {
+      *tempo = 90;
+      *numerator = 4;
+      *denominator = 4;
+      *position = beat;
+      *downbeat = 4;
+      return true;
+    });
+    unit->auAudioUnit().setTransportStateBlock([](std::uint64_t* flags, double* samplePosition, double*, double*) {
+      *flags = transportStateMoving;
+      *samplePosition = 240000;
+      return true;
+    });
+    EXPECT_EQ(player.block(11).left, (std::vector<float>{0.5F, isRender, 1, 90, 1, 7.5F, 1, 3.5F, 4, 4, 240000}));
+    beat = 7.75;
+    EXPECT_EQ(player.block(11).left[5], 7.75F);
+  }
+}
+
+TEST(Unit, WhatTheHostSaysIsNoPartOfTheState) {
+  const Stage stage;
+  const std::shared_ptr<AVAudioUnit> unit = stage.make("urn:vrel:zoo:hostaware").unit;
+  PropertyListDictionary state = *unit->auAudioUnit().fullStateForDocument();
+  auto& ports = std::get<PropertyListDictionary>(state["ports"].content);
+  EXPECT_EQ(ports.size(), 1U);
+  EXPECT_TRUE(ports.contains("level"));
+  ports["enabled"] = {0.0};
+  unit->auAudioUnit().setFullStateForDocument(state);
+  EXPECT_EQ(Player(unit).block(11).left[2], 1);
+}
+
 TEST(Unit, TheMainThreadMayDoAnythingWhileBlocksRender) {
   const Stage stage(Bundles::zoo, WorkerMode::thread);
   for (const char* uri : {"urn:vrel:zoo:sine", "urn:vrel:zoo:worker", "urn:vrel:zoo:state"}) {

@@ -60,7 +60,7 @@ TEST(Components, ABrokenBundleHidesNothingButItself) {
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:brokendata"), "");
   // sine, mono, echo, gain, monoeffect, generator, worker, state, defaultstate, refuses, needy,
   // notanumber, nolibrary, wide, midieffect, strangeport, nameless, clock, landmine, shy, gate, six rebels
-  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 27U);
+  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 28U);
 }
 
 TEST(Components, NamesComeFromThePluginOrElseFromItsUri) {

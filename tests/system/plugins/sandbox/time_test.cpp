@@ -101,17 +101,17 @@ TEST_P(PluginTime, AfterAResetThePluginGetsTheTimeAgain) {
 INSTANTIATE_TEST_SUITE_P(Processes, PluginTime, testing::Bool(),
                          [](const auto& each) { return each.param ? "OfItsOwn" : "This"; });
 
-TEST(TransportChangeDetector, AClockThatWaversByABlockIsNoNewsAndOneThatDriftsIs) {
+TEST(TransportChangeDetector, AClockThatWaversByAMillisecondIsNoChangeAndOneThatDriftsByThreeIs) {
   lv2::TransportChangeDetector news;
   MusicalTime time;
   time.isKnown = 1;
   EXPECT_TRUE(news.hasChanged(time, 1024, 48000));
   for (int block = 1; block < 1000; ++block) {
-    const double waver = block % 2 == 0 ? 0.02 : -0.02;  // seconds
+    const double waver = block % 2 == 0 ? 0.001 : -0.001;  // seconds
     time.beat = 2 * (block * 1024 / 48000.0 + waver);
     EXPECT_FALSE(news.hasChanged(time, 1024, 48000));
   }
-  time.beat += 0.2;
+  time.beat = 2 * (1000 * 1024 / 48000.0 + 0.003);
   EXPECT_TRUE(news.hasChanged(time, 1024, 48000));
 }
 
