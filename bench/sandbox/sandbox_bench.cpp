@@ -113,25 +113,32 @@ void playBlock(const std::vector<std::shared_ptr<audio::NodeProcessor>>& process
   }
 }
 
+std::shared_ptr<Supervisor> startSupervisor() {
+  return Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = {}}).value();
+}
+
+Supervisor::Ready launchInstrument(Supervisor& supervisor, std::function<void()> died) {
+  const AudioComponentDescription codes = lv2::componentCodes(componentTypeMusicDevice, rebelUri);
+  std::promise<Result<Supervisor::Ready>> made;
+  supervisor.launch({.request = {.bundlePath = VREL_ZOO_PATH "/rebel.lv2/",
+                                 .pluginUri = rebelUri,
+                                 .componentType = codes.componentType,
+                                 .componentSubType = codes.componentSubType,
+                                 .componentManufacturer = codes.componentManufacturer,
+                                 .sampleRate = 48000,
+                                 .nominalBlockFrames = frames,
+                                 .worksWithinBlock = true},
+                     .done = [&made](Result<Supervisor::Ready> ready) { made.set_value(std::move(ready)); },
+                     .died = std::move(died)});
+  return made.get_future().get().value();
+}
+
 class Sandboxed {
  public:
-  explicit Sandboxed(std::size_t count)
-      : supervisor_(Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = {}}).value()) {
-    const AudioComponentDescription codes = lv2::componentCodes(componentTypeMusicDevice, rebelUri);
+  explicit Sandboxed(std::size_t count) : supervisor_(startSupervisor()) {
     for (std::size_t index = 0; index < count; ++index) {
-      std::promise<Result<Supervisor::Ready>> made;
-      supervisor_->launch({.request = {.bundlePath = VREL_ZOO_PATH "/rebel.lv2/",
-                                       .pluginUri = rebelUri,
-                                       .componentType = codes.componentType,
-                                       .componentSubType = codes.componentSubType,
-                                       .componentManufacturer = codes.componentManufacturer,
-                                       .sampleRate = 48000,
-                                       .nominalBlockFrames = frames,
-                                       .worksWithinBlock = true},
-                           .done = [&made](Result<Supervisor::Ready> ready) { made.set_value(std::move(ready)); },
-                           .died = {}});
       instruments_.push_back(std::make_shared<SandboxProcessor>(
-          made.get_future().get().value(),
+          launchInstrument(*supervisor_, {}),
           SandboxProcessor::Settings{48000, std::nullopt, std::make_shared<PluginCounters>()}));
       processors_.push_back(instruments_.back());
     }
@@ -186,6 +193,12 @@ double secondsOf(const std::function<void()>& rounds) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+double median(std::vector<double>& values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
 /// Alternates both, in runs of `rounds`, and returns the ratio of the medians of their times per block.
 template <typename Subject, typename Reference>
 void compare(benchmark::State& state, Subject& subject, Reference& reference, int rounds) {
@@ -202,10 +215,6 @@ void compare(benchmark::State& state, Subject& subject, Reference& reference, in
     subjectSeconds.push_back(taken);
     state.SetIterationTime(taken);
   }
-  const auto median = [](std::vector<double>& values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-  };
   const double subjectMedian = median(subjectSeconds);
   const double referenceMedian = median(referenceSeconds);
   state.counters["us/block"] = 1e6 * subjectMedian / rounds;
@@ -232,6 +241,47 @@ void hardWork(benchmark::State& state) {
   compare(state, subject, reference, 10);
 }
 BENCHMARK(hardWork)->Arg(16)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+/// From the kill of a process until `waitpid` returns it.
+double secondsUntilWaitedFor() {
+  const pid_t process = fork();
+  if (process == 0) {
+    for (;;) {
+      pause();
+    }
+  }
+  return secondsOf([process] {
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+  });
+}
+
+/// From the kill of an instrument's process until its death is reported.
+double secondsUntilReported(Supervisor& supervisor) {
+  std::promise<void> died;
+  const auto ready = launchInstrument(supervisor, [&died] { died.set_value(); });
+  return secondsOf([&] {
+    kill(ready.guest->processId(), SIGKILL);
+    died.get_future().wait();
+  });
+}
+
+/// How soon the death of an instrument's process is noticed, relative to that of a process that a thread waits for.
+void deathNoticed(benchmark::State& state) {
+  const auto supervisor = startSupervisor();
+  std::vector<double> reported;
+  std::vector<double> waitedFor;
+  for ([[maybe_unused]] const auto each : state) {
+    waitedFor.push_back(secondsUntilWaitedFor());
+    reported.push_back(secondsUntilReported(*supervisor));
+    state.SetIterationTime(reported.back());
+  }
+  state.counters["us, median"] = 1e6 * median(reported);
+  state.counters["us, most"] = 1e6 * *std::max_element(reported.begin(), reported.end());
+  state.counters["reference, median"] = 1e6 * median(waitedFor);
+  state.counters["ratio"] = median(reported) / median(waitedFor);
+}
+BENCHMARK(deathNoticed)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace vrel::sandbox
