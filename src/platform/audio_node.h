@@ -72,18 +72,28 @@ enum class AVAudioPlayerNodeBufferOptions : std::uint32_t { none = 0, loops = 1 
 /// waits, and may be called from another thread.
 class AVAudioPlayerNode : public AVAudioNode, public AVAudioMixing {
  public:
-  /// Called once, on any thread: when the segment has been consumed and the next one can follow without a
-  /// gap, or when the node is stopped. Must only post work, and never wait.
+  /// Called once, on any thread: when the last frame of what was scheduled has been played, or when the node is
+  /// stopped. Must only hand on, and never wait.
   using CompletionHandler = std::function<void()>;
 
-  /// Drops what is scheduled; silent from the next block on. A segment that has been consumed to its last
-  /// frame still sounds to its end, unless something else is played.
+  /// Forgets what is scheduled, and is silent from the next block on, but for a ramp of 64 frames at most.
   virtual void stop() = 0;
 
   /// Renders what is scheduled from the next block on.
   virtual void play() = 0;
 
-  /// Allocates for a run of at least this many frames in advance.
+  /// Whether `play` was called after the last `stop`. Any thread.
+  [[nodiscard]] virtual bool isPlaying() const = 0;
+
+  /// Announces that a segment is scheduled again by its completion handler, for as long as this holds at its end: the
+  /// next pass then follows without a gap, before the handler is called. Set before the segment is scheduled. Any
+  /// thread.
+  virtual void setRepeating(bool isRepeating) = 0;
+
+  /// Whether the pass for which a completion handler was called last is followed by another one already. Any thread.
+  [[nodiscard]] virtual bool hasContinued() const = 0;
+
+  /// Makes ready for a run of at least this many frames, so that the run itself need not.
   virtual void prepareWithFrameCount(std::uint32_t frameCount) = 0;
 
   /// Schedules `frameCount` frames of a file from `startingFrame` on. Frames that cannot be read are silent.

@@ -24,6 +24,10 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     }
     player->stop();
     const bool loops = seen->loops.load();
+    player->setRepeating(file != nullptr ? loops : stopAtRangeEnd);
+    if (seen->stopRequested.load()) {  // behind that, since the request is made in the other order
+      player->setRepeating(false);
+    }
     if (file != nullptr) {
       scheduleSegment(*player, loops);
     } else if (buffer != nullptr && !stopAtRangeEnd) {
@@ -54,13 +58,21 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     if (player == nullptr || seen == nullptr) {
       return;
     }
-    if (seen->stopRequested.load()) {
+    if (seen->stopRequested.load() && !player->hasContinued()) {
       player->stop();
       postEnd();
     } else if (file != nullptr) {
       scheduleSegment(*player, true);
     } else {
       player->scheduleBuffer(buffer, AVAudioPlayerNodeBufferOptions::none, nextPass());
+    }
+  }
+
+  /// After a panic the run is on, silent, and comes to no exit any more.
+  void endIfSilent() const {
+    if (const auto player = currentNode(); player != nullptr && !player->isPlaying()) {
+      player->stop();
+      postEnd();
     }
   }
 
@@ -109,9 +121,19 @@ void PlaybackRuns::triggerPlayback(AudioChannel& channel, const std::shared_ptr<
   if (!channel.playbackIsPlaying.get()) {
     startRun(channel, playerNode);
   } else if (channel.playbackStopMode.get().mode() != StopMode::toggle && channel.playbackLoop.get()) {
-    channel.playbackStopRequested.set(true);
+    requestStop(channel, playerNode);
   } else {
     endRun(channel, playerNode);
+  }
+}
+
+void PlaybackRuns::requestStop(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
+  channel.playbackStopRequested.set(true);
+  playerNode->setRepeating(false);
+  const auto token = channel.playbackRunToken.get();
+  if (token && !playerNode->isPlaying()) {
+    const auto run = makeRun(channel, playerNode, *token);
+    playbackQueue_->async([run] { run->endIfSilent(); });
   }
 }
 
@@ -124,25 +146,36 @@ void PlaybackRuns::endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPl
   });
 }
 
-void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
-  const auto run = std::make_shared<Run>(mainQueue_, gate_);
-  run->buffer = channel.playbackBuffer.get();
-  run->file = channel.playbackFile.get();
-  run->startFrame = channel.playbackStartFrame.get();
-  run->frameCount = channel.playbackFrameCount.get();
-  if (run->buffer == nullptr && (run->file == nullptr || run->frameCount == 0)) {
-    return;
-  }
-  run->token = Uuid::fresh();
-  channel.playbackRunToken.set(run->token);
-  channel.playbackIsPlaying.set(true);
-  channel.playbackStopRequested.set(false);
-  channel.playbackMeterStartedAt.set(clock_.CACurrentMediaTime());
-  run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get().mode() == StopMode::rangeEnd;
+std::shared_ptr<PlaybackRuns::Run> PlaybackRuns::makeRun(AudioChannel& channel,
+                                                         const std::shared_ptr<AVAudioPlayerNode>& playerNode,
+                                                         const Uuid& token) {
+  auto run = std::make_shared<Run>(mainQueue_, gate_);
+  run->token = token;
   run->channel = channel.weak_from_this();
   run->view = channel.playbackRunView;
   run->runNumber = channel.playbackRunView->runNumber.load();
   run->node = playerNode;
+  return run;
+}
+
+void PlaybackRuns::startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode) {
+  const auto buffer = channel.playbackBuffer.get();
+  const auto file = channel.playbackFile.get();
+  const auto frameCount = channel.playbackFrameCount.get();
+  if (buffer == nullptr && (file == nullptr || frameCount == 0)) {
+    return;
+  }
+  const auto token = Uuid::fresh();
+  channel.playbackRunToken.set(token);
+  channel.playbackIsPlaying.set(true);
+  channel.playbackStopRequested.set(false);
+  channel.playbackMeterStartedAt.set(clock_.CACurrentMediaTime());
+  const auto run = makeRun(channel, playerNode, token);
+  run->buffer = buffer;
+  run->file = file;
+  run->startFrame = channel.playbackStartFrame.get();
+  run->frameCount = frameCount;
+  run->stopAtRangeEnd = channel.playbackLoop.get() && channel.playbackStopMode.get().mode() == StopMode::rangeEnd;
   playbackQueue_->async([run] { run->begin(); });
 }
 

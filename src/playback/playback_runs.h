@@ -45,6 +45,9 @@ class PlaybackRuns : public PlaybackTarget {
   struct Run;
 
   void endRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
+  void requestStop(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
+  [[nodiscard]] std::shared_ptr<Run> makeRun(AudioChannel& channel,
+                                             const std::shared_ptr<AVAudioPlayerNode>& playerNode, const Uuid& token);
   void startRun(AudioChannel& channel, const std::shared_ptr<AVAudioPlayerNode>& playerNode);
 
   HostClock& clock_;

@@ -28,7 +28,7 @@ class SimulatedPlayer : public SimulatedNodeOf<AVAudioPlayerNode> {
   void stop() override {
     ++stopCount;
     calls.emplace_back("stop");
-    isPlaying = false;
+    plays = false;
     const auto stopped = std::exchange(scheduled, {});
     for (const auto& each : stopped) {
       each.completionHandler();
@@ -36,8 +36,11 @@ class SimulatedPlayer : public SimulatedNodeOf<AVAudioPlayerNode> {
   }
   void play() override {
     calls.emplace_back("play");
-    isPlaying = true;
+    plays = true;
   }
+  [[nodiscard]] bool isPlaying() const override { return plays; }
+  void setRepeating(bool isRepeating) override { repeats = isRepeating; }
+  [[nodiscard]] bool hasContinued() const override { return continued; }
   void prepareWithFrameCount(std::uint32_t frameCount) override {
     calls.push_back("prepare " + std::to_string(frameCount));
   }
@@ -67,7 +70,9 @@ class SimulatedPlayer : public SimulatedNodeOf<AVAudioPlayerNode> {
 
   std::vector<std::string> calls;
   std::vector<Scheduled> scheduled;
-  bool isPlaying = false;
+  bool plays = false;
+  bool repeats = false;
+  bool continued = false;  // as a platform that played on before its completion handler
   int stopCount = 0;
 
  private:

@@ -243,14 +243,49 @@ TEST_F(PlaybackRun, PanicLeavesALoopPlayingInSilenceUntilTheNextNote) {
   engine->panic();
   settle();
   EXPECT_TRUE(channel->playbackIsPlaying.get());
-  EXPECT_FALSE(playerOf(*channel).isPlaying);
+  EXPECT_FALSE(playerOf(*channel).isPlaying());
   EXPECT_THAT(playerOf(*channel).scheduled, SizeIs(1));
   noteOn();
   settle();
   expectIdle(*channel);
   noteOn();
   settle();
-  EXPECT_TRUE(playerOf(*channel).isPlaying);
+  EXPECT_TRUE(playerOf(*channel).isPlaying());
+}
+
+TEST_F(PlaybackRun, AfterAPanicTheNextNoteStopsALoopAndTheOneAfterStartsItInEveryMode) {
+  for (const char* mode : {"toggle", "rangeEnd", "other"}) {
+    const auto channel = load(true, PlaybackStopMode::fromText(mode));
+    noteOn();
+    settle();
+    engine->panic();
+    settle();
+    EXPECT_TRUE(channel->playbackIsPlaying.get()) << mode;
+    noteOn();
+    settle();
+    expectIdle(*channel);
+    noteOn();
+    settle();
+    EXPECT_TRUE(playerOf(*channel).isPlaying()) << mode;
+    engine->removeAllChannels();
+  }
+}
+
+TEST_F(PlaybackRun, AStopThatIsAskedForBehindTheExitWaitsForTheNextOne) {
+  const auto channel = load(true, StopMode::rangeEnd);
+  noteOn();
+  settle();
+  EXPECT_TRUE(playerOf(*channel).repeats);
+  playerOf(*channel).continued = true;
+  ASSERT_TRUE(playerOf(*channel).consumeOne());
+  noteOn();
+  EXPECT_FALSE(playerOf(*channel).repeats);
+  settle();
+  EXPECT_TRUE(channel->playbackIsPlaying.get()) << "the pass that sounds already goes on";
+  playerOf(*channel).continued = false;
+  ASSERT_TRUE(playerOf(*channel).consumeOne());
+  settle();
+  expectIdle(*channel);
 }
 
 TEST_F(PlaybackRun, WorkForAChannelThatHasGoneEndsInSilence) {

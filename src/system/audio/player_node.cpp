@@ -42,10 +42,14 @@ std::uint32_t PlayerProcessor::takeFrom(PlaybackFifo* fifo, const ProcessBlock& 
   // In this order: what is written before the end is marked is seen with it.
   const bool isComplete = fifo->isComplete.load();
   const auto& channels = block.output.channels;
-  const std::uint32_t taken = fifo->take(channels, block.frameCount);
+  const std::uint32_t taken = fifo->takePasses(channels, block.frameCount, stream_->isRepeating());
+  const bool isOver = fifo->hasEnded() || (isComplete && fifo->waiting() == 0);
+  if (isOver) {
+    return taken;  // its last frame ends a block: there is nothing to ramp from
+  }
   if (taken == block.frameCount) {
     last_ = {channels[0][taken - 1], channels[1][taken - 1]};
-  } else if (!isComplete) {
+  } else {
     RenderCounters::add(counters_->underrunBlocks);
   }
   return taken;

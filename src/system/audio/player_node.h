@@ -53,6 +53,9 @@ class PlayerNode final : public GraphNodeOf<AVAudioPlayerNode> {
 
   void stop() override { stream_->stop(); }
   void play() override { stream_->play(); }
+  [[nodiscard]] bool isPlaying() const override { return stream_->isPlaying(); }
+  void setRepeating(bool isRepeating) override { stream_->setRepeating(isRepeating); }
+  [[nodiscard]] bool hasContinued() const override { return stream_->hasContinued(); }
   void prepareWithFrameCount(std::uint32_t frameCount) override;
   void scheduleSegment(const std::shared_ptr<AVAudioFile>& file, std::int64_t startingFrame, std::uint32_t frameCount,
                        CompletionHandler completionHandler) override;

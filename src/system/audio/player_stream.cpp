@@ -2,6 +2,7 @@
 #include "system/audio/player_stream.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -44,18 +45,14 @@ void PlayerStream::schedule(Segment segment) {
     const MutexLock io(io_);
     {
       const MutexLock state(state_);
-      if (filling_ == nullptr || isLeaving_) {
-        takeFreeFifo();
-      } else if (isPlaying_ && filling_->waiting() == 0) {
-        RenderCounters::add(counters_->underrunBlocks);  // it came too late to follow without a gap
+      if (isAwaiting(segment)) {
+        Segment& sounding = segments_.front();
+        sounding.completionHandler = std::move(segment.completionHandler);
+        sounding.isAwaited = false;
+        sounding.passesDone = filling_->passesRead();
+      } else {
+        append(std::move(segment));
       }
-      if (isFinished_) {
-        converter_ = nullptr;
-        converterRates_ = {};
-        isFinished_ = false;
-      }
-      filling_->isComplete.store(false);
-      segments_.push_back(std::move(segment));
       resting_.store(nullptr);
     }
     while (wantsHead() && readSome()) {
@@ -74,6 +71,46 @@ void PlayerStream::schedule(Segment segment) {
   }
 }
 
+void PlayerStream::append(Segment segment) {
+  const bool isCut = !segments_.empty() && segments_.front().isAwaited;  // something else was awaited
+  if (isCut) {
+    segments_.clear();
+  }
+  if (filling_ == nullptr || isCut || (segments_.empty() && filling_->hasEnded())) {
+    takeFreeFifo();
+  } else if (isPlaying_ && filling_->waiting() == 0) {
+    RenderCounters::add(counters_->underrunBlocks);  // it came too late to follow without a gap
+  }
+  if (isFinished_) {
+    converter_ = nullptr;
+    converterRates_ = {};
+    isFinished_ = false;
+  }
+  filling_->isComplete.store(false);
+  segment.repeats = isRepeating_.load() && segment.frameCount > 0;
+  segments_.push_back(std::move(segment));
+}
+
+bool PlayerStream::isAwaiting(const Segment& segment) const {
+  if (segments_.empty() || !segments_.front().isAwaited || filling_ == nullptr) {
+    return false;
+  }
+  const Segment& sounding = segments_.front();
+  return sounding.file == segment.file && sounding.buffer == segment.buffer && sounding.start == segment.start &&
+         sounding.frameCount == segment.frameCount;
+}
+
+bool PlayerStream::isPlaying() const {
+  const MutexLock state(state_);
+  return isPlaying_;
+}
+
+bool PlayerStream::hasContinued() const {
+  const MutexLock state(state_);
+  return !segments_.empty() && segments_.front().isAwaited && filling_ != nullptr && !filling_->hasEnded() &&
+         !isReadToItsEnd(segments_.front());
+}
+
 bool PlayerStream::wantsHead() {
   const MutexLock state(state_);
   return filling_ != nullptr && filling_->waiting() < headFrames;
@@ -82,9 +119,7 @@ bool PlayerStream::wantsHead() {
 void PlayerStream::play() {
   const MutexLock state(state_);
   isPlaying_ = true;
-  if (!isLeaving_) {
-    sounding_.store(filling_);
-  }
+  sounding_.store(filling_);
 }
 
 void PlayerStream::stop() {
@@ -92,17 +127,16 @@ void PlayerStream::stop() {
   {
     const MutexLock state(state_);
     for (auto& segment : segments_) {
-      stopped.push_back(std::move(segment.completionHandler));
+      if (!segment.isAwaited) {
+        stopped.push_back(std::move(segment.completionHandler));
+      }
     }
-    isLeaving_ = isLeaving_ || (isPlaying_ && segments_.empty());
     segments_.clear();
     resting_.store(nullptr);
     ++generation_;
     isPlaying_ = false;
-    if (!isLeaving_) {
-      filling_ = nullptr;
-      sounding_.store(nullptr);
-    }
+    filling_ = nullptr;
+    sounding_.store(nullptr);
   }
   for (const auto& handler : stopped) {
     handler();
@@ -120,7 +154,6 @@ void PlayerStream::takeFreeFifo() {
   }
   filling_ = found->get();
   filling_->begin(++lastSerial_);
-  isLeaving_ = false;
   isFinished_ = false;
   converter_ = nullptr;
   converterRates_ = {};
@@ -149,10 +182,14 @@ void PlayerStream::noteNextLook() {
   if (nextUnread() != nullptr) {
     look = before(filling_->written(), PlaybackFifo::capacityFrames - neededRoom);
   }
-  if (!segments_.empty() && segments_.front().isRead()) {
-    look = std::min(look, before(segments_.front().endsAt, lookahead));
-  } else if (segments_.empty() && converter_ != nullptr && !isFinished_) {
-    look = before(filling_->written(), lookahead);
+  if (nextUnread() == nullptr && converter_ != nullptr && !isFinished_) {
+    look = std::min(look, before(filling_->written(), lookahead));
+  } else if (!segments_.empty() && segments_.front().isRead()) {
+    look = std::min(look, segments_.front().endsAt);
+  }
+  if (const auto passEnd = filling_->nextPassEnd();
+      passEnd && !segments_.empty() && (!segments_.front().isAwaited || !filling_->hasRoomForPass())) {
+    look = std::min(look, *passEnd);
   }
   nextLook_.store(look);
   resting_.store(filling_);
@@ -191,7 +228,8 @@ bool PlayerStream::readSome() {
   {
     const MutexLock state(state_);
     const Segment* const next = nextUnread();
-    if (next == nullptr || filling_ == nullptr || filling_->room() < neededRoom) {
+    if (next == nullptr || filling_ == nullptr || filling_->room() < neededRoom || filling_->hasEnded() ||
+        (next->repeats && !filling_->hasRoomForPass())) {
       return false;
     }
     segment = *next;
@@ -219,6 +257,9 @@ bool PlayerStream::readSome() {
   Segment& reading = *nextUnread();
   reading.done += frames;
   if (reading.isRead() && reading.loops) {
+    reading.done = 0;
+  } else if (reading.isRead() && reading.repeats && isRepeating_.load()) {
+    filling_->endPass(endOfPass());
     reading.done = 0;
   }
   noteCompletion();
@@ -268,7 +309,10 @@ void PlayerStream::moveToFifo(std::uint32_t frames, const Rates& rates, bool isS
     converter_ = nullptr;
   } else if (rates != converterRates_) {
     converter_ = converters_->makeConverter(rates[0], rates[1]);
+    convertedFrom_ = filling_->written();
+    convertedFrames_ = 0;
   }
+  convertedFrames_ += frames;
   converterRates_ = rates;
   if (isStraight) {
     filling_->commit(frames);
@@ -305,12 +349,38 @@ void PlayerStream::noteCompletion() {
   }
 }
 
+// A converter gives frames late, but not at other times: the place is that of the last frame that went in.
+std::uint64_t PlayerStream::endOfPass() const {
+  if (converter_ == nullptr) {
+    return filling_->written();
+  }
+  const double ratio = converterRates_[1] / converterRates_[0];
+  return convertedFrom_ + static_cast<std::uint64_t>(std::llround(static_cast<double>(convertedFrames_) * ratio));
+}
+
+// The conversion of the last segment holds some of its frames until it is finished.
+bool PlayerStream::isReadToItsEnd(const Segment& segment) const {
+  const bool isWritten = filling_->isComplete.load() || &segment != &segments_.back();
+  return segment.isRead() && isWritten && segment.endsAt <= filling_->read();
+}
+
 PlayerStream::Handlers PlayerStream::takeConsumed() {
   Handlers consumed;
-  while (!segments_.empty() && segments_.front().isRead() && filling_ != nullptr &&
-         segments_.front().endsAt <= filling_->read() + lookahead) {
-    consumed.push_back(std::move(segments_.front().completionHandler));
-    segments_.pop_front();
+  while (!segments_.empty() && filling_ != nullptr && !segments_.front().isAwaited) {
+    Segment& front = segments_.front();
+    const bool isOver = filling_->hasEnded() || isReadToItsEnd(front);
+    if (!isOver && filling_->passesRead() == front.passesDone) {
+      break;
+    }
+    consumed.push_back(std::move(front.completionHandler));
+    if (isOver) {
+      segments_.pop_front();
+    } else {
+      front.isAwaited = true;
+    }
+  }
+  if (filling_ != nullptr && segments_.empty() && filling_->hasEnded()) {
+    filling_->isComplete.store(true);
   }
   return consumed;
 }
@@ -321,7 +391,7 @@ bool PlayerStream::finish(std::uint32_t frames) {
   }
   const MutexLock io(io_);
   const MutexLock state(state_);
-  if (converter_ == nullptr || isFinished_ || filling_ == nullptr || !segments_.empty() ||
+  if (converter_ == nullptr || isFinished_ || filling_ == nullptr || nextUnread() != nullptr ||
       filling_->waiting() > frames) {
     return false;
   }
@@ -331,7 +401,11 @@ bool PlayerStream::finish(std::uint32_t frames) {
     filling_->commit(given);
   }
   isFinished_ = true;
+  if (!segments_.empty()) {
+    segments_.back().endsAt = filling_->written();
+  }
   filling_->isComplete.store(true);
+  resting_.store(nullptr);
   return true;
 }
 

@@ -28,16 +28,19 @@ namespace vrel::audio {
 /// sound from the next block on; the feeder reads the rest ahead of the block. Each run fills a fifo of its
 /// own, so that a stop and a new run need not wait for the block under way.
 ///
-/// A segment is consumed when its last frame has been read and no more than `lookahead` frames are left to
-/// sound: early enough for the next segment to follow without a gap, and late enough for a run that ends
-/// there to end with the sound. Its completion handler is called then, or at a stop, without a lock held.
+/// A segment is consumed when the audio thread has taken its last frame, with what the conversion holds of it. Its
+/// completion handler is called then, or at a stop, without a lock held.
+///
+/// A segment that is scheduled while the stream is repeating is read again and again. At the end of each pass the audio
+/// thread goes on into the next one as long as the stream is repeating then, and the handler is called for the pass
+/// that ended; the segment is then awaited: scheduled again, it is the one that sounds already.
 ///
 /// Threads: schedule, play and prepare on the player queue; `stop` there or on the main thread; `feed` and
 /// `finish` on the feeder's; `setSampleRate` on the main thread; fifos are taken and left on the audio thread.
 /// `io_` is held while frames are read and is never taken by `stop` or the audio thread; `state_` is held for moments.
 class PlayerStream {
  public:
-  static constexpr std::uint32_t lookahead = 4096;  // frames of the device
+  static constexpr std::uint32_t lookahead = 4096;  // device frames in which a conversion must be finished
 
   struct Segment {
     std::shared_ptr<AVAudioFile> file;         // either this
@@ -49,6 +52,9 @@ class PlayerStream {
 
     std::int64_t done = 0;     // frames that have been read
     std::uint64_t endsAt = 0;  // the fifo's frame behind its last, once all are read
+    bool repeats = false;
+    bool isAwaited = false;        // its handler was called for a pass, and it sounds on
+    std::uint64_t passesDone = 0;  // for which the handler was called
     [[nodiscard]] bool isRead() const { return done >= frameCount; }
     [[nodiscard]] AVAudioFormat format() const;
   };
@@ -62,6 +68,14 @@ class PlayerStream {
   void play();
   void stop();
   void prepare();
+  [[nodiscard]] bool isPlaying() const;
+
+  /// Whether the next pass follows by itself. Any thread.
+  void setRepeating(bool isRepeating) { isRepeating_.store(isRepeating); }
+  [[nodiscard]] bool isRepeating() const { return isRepeating_.load(); }
+  /// Whether a pass for which the handler was called is followed by another one, which sounds.
+  [[nodiscard]] bool hasContinued() const;
+
   void setSampleRate(double sampleRate) { sampleRate_.store(sampleRate); }
 
   /// Reads the next frames if there is room for them, and calls the handlers of consumed segments. False when there
@@ -82,6 +96,7 @@ class PlayerStream {
   using Handlers = std::vector<std::function<void()>>;
   using Rates = std::array<double, 2>;  // in, out
 
+  void append(Segment segment) VREL_REQUIRES(io_, state_);
   void takeFreeFifo() VREL_REQUIRES(io_, state_);
   [[nodiscard]] bool wantsHead();
   [[nodiscard]] bool readSome() VREL_REQUIRES(io_);
@@ -92,13 +107,17 @@ class PlayerStream {
   void convertAndWrite(std::uint32_t frames) VREL_REQUIRES(io_, state_);
   [[nodiscard]] Segment* nextUnread() VREL_REQUIRES(state_);
   void noteCompletion() VREL_REQUIRES(io_, state_);
+  [[nodiscard]] bool isAwaiting(const Segment& segment) const VREL_REQUIRES(state_);
+  [[nodiscard]] bool isReadToItsEnd(const Segment& segment) const VREL_REQUIRES(state_);
   [[nodiscard]] Handlers takeConsumed() VREL_REQUIRES(state_);
+  [[nodiscard]] std::uint64_t endOfPass() const VREL_REQUIRES(io_, state_);
   [[nodiscard]] bool mayRest() const;
   void noteNextLook() VREL_REQUIRES(io_, state_);
 
   const std::shared_ptr<AudioConverterFactory> converters_;
   const std::shared_ptr<RenderCounters> counters_;
   std::atomic<double> sampleRate_{0};
+  std::atomic<bool> isRepeating_{false};
 
   Mutex io_;  // before state_
   std::shared_ptr<AVAudioPCMBuffer> scratch_ VREL_GUARDED_BY(io_);
@@ -108,13 +127,15 @@ class PlayerStream {
   Rates converterRates_ VREL_GUARDED_BY(io_){};  // equal for none
   std::uint64_t lastSerial_ VREL_GUARDED_BY(io_) = 0;
 
-  Mutex state_;
+  std::uint64_t convertedFrom_ VREL_GUARDED_BY(io_) = 0;    // the fifo's frame at which the conversion began
+  std::uint64_t convertedFrames_ VREL_GUARDED_BY(io_) = 0;  // that went into it
+
+  mutable Mutex state_;
   std::deque<Segment> segments_ VREL_GUARDED_BY(state_);  // consumed ones are gone
   std::uint64_t generation_ VREL_GUARDED_BY(state_) = 0;
   std::vector<std::unique_ptr<PlaybackFifo>> fifos_ VREL_GUARDED_BY(state_);
   PlaybackFifo* filling_ VREL_GUARDED_BY(state_) = nullptr;
   bool isPlaying_ VREL_GUARDED_BY(state_) = false;
-  bool isLeaving_ VREL_GUARDED_BY(state_) = false;   // stopped behind its last segment: the fifo may sound to its end
   bool isFinished_ VREL_GUARDED_BY(state_) = false;  // nothing lags behind in the converter
 
   // Until so many frames of this fifo have been taken there is nothing to do; null to look at once.

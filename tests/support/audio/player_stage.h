@@ -39,7 +39,8 @@ class OfflinePlayers {
   /// Plays `frameCount` frames from `start`, `passes` times.
   void loop(const std::shared_ptr<AVAudioPlayerNode>& player, const std::shared_ptr<AVAudioFile>& file,
             std::int64_t start, std::uint32_t frameCount, int passes) {
-    const std::weak_ptr<AVAudioPlayerNode> weak = player;  // the player owns what is scheduled
+    const std::weak_ptr<AVAudioPlayerNode> weak = player;  // what is scheduled is the player's
+    player->setRepeating(passes > 1);
     player->scheduleSegment(file, start, frameCount, [=, this] {
       queue.emplace_back([=, this] {
         if (const auto alive = weak.lock(); alive != nullptr && passes > 1) {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <latch>
 #include <memory>
 #include <thread>
@@ -83,17 +84,62 @@ TEST_F(Player, ALoopShorterThanABlockHasNoSeam) {
   }
 }
 
-TEST_F(Player, APieceIsConsumedWhenLittleIsLeft) {
+TEST_F(Player, ASegmentIsConsumedWhenItsLastFrameIsTaken) {
   std::size_t played = 0;
   std::size_t consumedAt = 0;
   player->scheduleSegment(fileOf(50000), 0, 50000, [&] { consumedAt = played; });
   player->play();
-  while (played < 50000) {
+  while (played < 60000) {
     stage.record(blockFrames);
     played += blockFrames;
   }
-  EXPECT_GE(consumedAt + PlayerStream::lookahead, 50000U);
-  EXPECT_LT(consumedAt, 50000U);
+  EXPECT_GE(consumedAt + blockFrames, 50000U);
+  EXPECT_LE(consumedAt, 50000U + blockFrames);
+}
+
+TEST_F(Player, AShortFileIsNotConsumedBeforeItIsPlayed) {
+  bool isConsumed = false;
+  player->scheduleSegment(fileOf(100), 0, 100, [&] { isConsumed = true; });
+  EXPECT_FALSE(isConsumed);
+  player->play();
+  stage.record(blockFrames);
+  EXPECT_FALSE(isConsumed) << "it is looked at before a block";
+  stage.record(blockFrames);
+  EXPECT_TRUE(isConsumed);
+}
+
+TEST_F(Player, ALoopThatIsNotToGoOnEndsAtItsExitAtAnyMoment) {
+  for (const std::uint32_t framesBefore : {1U, 100U, 4000U, 29000U}) {
+    int passes = 0;
+    const auto looped = stage.addPlayer();
+    const std::weak_ptr<AVAudioPlayerNode> weak = looped;
+    const auto file = fileOf(40000);
+    looped->setRepeating(true);
+    std::function<void()> next = [&] {
+      ++passes;
+      stage.queue.emplace_back([&] {
+        if (const auto alive = weak.lock(); alive->hasContinued()) {
+          alive->scheduleSegment(file, 5, 30000, next);
+        }
+      });
+    };
+    looped->scheduleSegment(file, 5, 30000, next);
+    looped->play();
+    const auto tape = stage.record(60000 - framesBefore);
+    looped->setRepeating(false);
+    const auto rest = stage.record(40000);
+    const std::size_t blocks = (60000 - framesBefore + blockFrames - 1) / blockFrames * blockFrames;
+    const std::size_t end = blocks > 60000 ? 90000 : 60000;  // a block that began before the exit may have passed it
+    for (std::size_t frame = 0; frame < 60000 - framesBefore; ++frame) {
+      ASSERT_EQ(tape.left[frame], sampleAt(5 + frame % 30000)) << framesBefore;
+    }
+    const auto silent = static_cast<std::size_t>(std::count(rest.left.begin(), rest.left.end(), 0.0F));
+    EXPECT_EQ(rest.left.size() - silent, end - blocks) << framesBefore;
+    EXPECT_EQ(passes, end == 60000 ? 2 : 3) << framesBefore;
+    looped->stop();
+    stage.record(2 * blockFrames);
+  }
+  EXPECT_EQ(stage.counters->underrunBlocks.load(), 0U);
 }
 
 TEST_F(Player, StopsWithinOneBlockAndCallsEachHandlerOnce) {
@@ -113,13 +159,24 @@ TEST_F(Player, StopsWithinOneBlockAndCallsEachHandlerOnce) {
   EXPECT_EQ(stage.counters->underrunBlocks.load(), 0U);
 }
 
-TEST_F(Player, WhatIsConsumedSoundsToItsEndThroughAStop) {
-  bool isConsumed = false;
-  player->scheduleSegment(fileOf(1000), 0, 1000, [&] { isConsumed = true; });
-  ASSERT_TRUE(isConsumed);
+TEST_F(Player, AStopSilencesTheLastFramesOfAFileToo) {
+  player->scheduleSegment(fileOf(1000), 0, 1000, [] {});
   player->play();
+  stage.record(blockFrames);
   player->stop();
-  EXPECT_EQ(stage.record(1024).left[999], sampleAt(999));
+  EXPECT_FALSE(player->isPlaying());
+  const auto tape = stage.record(1024);
+  EXPECT_GT(tape.left[0], 0.0F) << "a ramp, not a step";
+  EXPECT_EQ(std::count(tape.left.begin() + 64, tape.left.end(), 0.0F), 1024 - 64);
+}
+
+TEST_F(Player, AStopBehindAnEndAtTheBoundaryOfABlockAddsNoRamp) {
+  player->scheduleSegment(fileOf(2 * blockFrames), 0, 2 * blockFrames, [] {});
+  player->play();
+  EXPECT_EQ(stage.record(2 * blockFrames).left.back(), sampleAt(2 * blockFrames - 1));
+  player->stop();
+  const auto tape = stage.record(blockFrames);
+  EXPECT_EQ(std::count(tape.left.begin(), tape.left.end(), 0.0F), blockFrames);
 }
 
 TEST_F(Player, ANewRunCutsTheTailOfTheLast) {

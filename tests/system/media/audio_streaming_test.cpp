@@ -53,6 +53,7 @@ class Loops {
   void start() {
     for (const auto& track : tracks_) {
       queue_.async([this, each = track.get()] {
+        each->node->setRepeating(true);
         playPass(*each);
         each->node->play();
       });

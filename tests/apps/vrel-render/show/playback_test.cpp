@@ -93,6 +93,29 @@ TEST_F(PlaybackShow, ATrackLoopsWithoutAGapAndStopsAtItsExit) {
   EXPECT_EQ(sound.left, sound.right);
 }
 
+TEST_F(PlaybackShow, PlayToExitInTheLastMomentsOfAPassEndsAtThatExit) {
+  auto strip = track(write("track.wav", trackOf(48000, 24000)), 60, true, StopMode::rangeEnd);
+  strip.playbackEndTime = 0.3;  // 14400 frames
+  MidiFileMaker show;
+  show.message(1000, {0x90, 60, 100}).message(1580, {0x90, 60, 100}).message(2500, {0x80, 60, 0});
+  const auto sound = play(setlistOf({songOf("One", {strip})}), show);
+  EXPECT_EQ(sound.firstSound(), 48000U);
+  EXPECT_NE(sound.left[48000 + 2 * 14400 - 1], 0.0F);
+  for (std::size_t frame = 48000 + 2 * 14400; frame < sound.frameCount(); ++frame) {
+    ASSERT_EQ(sound.left[frame], 0.0F) << "frame " << frame;
+  }
+}
+
+TEST_F(PlaybackShow, ANoteInTheLastMomentsOfAFileStopsIt) {
+  MidiFileMaker show;
+  show.message(1000, {0x90, 60, 100}).message(1480, {0x90, 60, 100}).message(2500, {0x80, 60, 0});
+  const auto sound =
+      play(setlistOf({songOf("One", {track(write("half.wav", trackOf(48000, 24000)), 60, false)})}), show);
+  for (std::size_t frame = 48000 + 480 * 48 + 64; frame < sound.frameCount(); ++frame) {
+    ASSERT_EQ(sound.left[frame], 0.0F) << "frame " << frame;
+  }
+}
+
 TEST_F(PlaybackShow, TwoQuickNotesOnAShortFileRenderTheSameEachTime) {
   const auto setlist = setlistOf({songOf("One", {track(write("short.wav", trackOf(48000, 700)), 60, false)})});
   MidiFileMaker show;
