@@ -61,8 +61,8 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
 
 EnginePlatform SystemPlatform::platform() {
   AudioUnitFactory& units = sandbox_ ? static_cast<AudioUnitFactory&>(*sandbox_) : lv2Units_;
-  return {nodes_,   units,      mainQueue_, queues_,      clock_, propertyLists_,
-          console_, &hardware_, &midi_,     files_.get(), &clips_};
+  return {nodes_,   units,      mainQueue_, queues_,      clock_,  propertyLists_,
+          console_, &hardware_, &midi_,     files_.get(), &clips_, true};
 }
 
 void SystemPlatform::setDeathHandler(std::function<void(const std::shared_ptr<AVAudioUnit>&)> handler) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "document/plugin_path.h"
 #include "foundation/contracts.h"
 #include "foundation/main_thread.h"
 #include "foundation/move_item.h"
@@ -49,8 +50,11 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       visualEngine_(platform.videos, platform.mainQueue, platform.queues),
       instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, *musicalContext_,
                     visualEngine_, platform.mainQueue, platform.console}),
-      playbackLoader_(
-          {platform.files, platform.nodes, *engine_, mutator_, chains_, levels_, instruments_, platform.console}),
+      playbackCache_(platform.files != nullptr && platform.decodesAhead
+                         ? std::make_unique<PlaybackCache>(*platform.files, platform.queues)
+                         : nullptr),
+      playbackLoader_({platform.files, platform.nodes, *engine_, mutator_, chains_, levels_, instruments_,
+                       platform.console, playbackCache_.get()}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
                 platform.mainQueue, platform.console}),
       deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue}),
@@ -112,6 +116,22 @@ void AudioEngine::applyAudioSettings(std::uint32_t frameSize, const std::optiona
 
 void AudioEngine::updateOutputRate() {
   musicalContext_->setOutputSampleRate(engine_->outputNode()->outputFormat(0).sampleRate);
+}
+
+void AudioEngine::decodeAhead(const std::vector<SongConfig>& songs, std::size_t current) {
+  if (playbackCache_ == nullptr) {
+    return;
+  }
+  std::vector<PlaybackCache::Range> ranges;
+  for (std::size_t step = 1; step <= songs.size(); ++step) {
+    for (const auto& record : songs[(current + step) % songs.size()].channels) {
+      const PlaybackCache::Range range{record.playbackFilePath, record.playbackStartTime, record.playbackEndTime};
+      if (record.pluginPath == pathPlayback && std::find(ranges.begin(), ranges.end(), range) == ranges.end()) {
+        ranges.push_back(range);
+      }
+    }
+  }
+  playbackCache_->decodeAhead(std::move(ranges));
 }
 
 void AudioEngine::performGraphMutation(const std::string& label, const std::function<void()>& body) {

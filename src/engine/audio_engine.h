@@ -25,6 +25,7 @@
 #include "engine/strips.h"
 #include "midi/midi_input.h"
 #include "midi/midi_router.h"
+#include "playback/playback_cache.h"
 #include "playback/playback_runs.h"
 #include "visuals/visual_engine.h"
 
@@ -88,6 +89,10 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
 
   void performGraphMutation(const std::string& label, const std::function<void()>& body);
 
+  /// Decodes what the playback channels of these songs play, the songs behind `current` first. Nothing on a platform
+  /// that does not decode ahead.
+  void decodeAhead(const std::vector<SongConfig>& songs, std::size_t current);
+
   /// A new strip at the end, with reverb and meter, in the next of seven colours.
   std::shared_ptr<AudioChannel> addChannel(const std::string& name);
 
@@ -126,6 +131,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   std::shared_ptr<HostMusicalContext> musicalContext_;
   VrelVisualEngine visualEngine_;
   InstrumentLoader instruments_;
+  std::unique_ptr<PlaybackCache> playbackCache_;
   PlaybackLoader playbackLoader_;
   EffectRacks effects_;
   PluginCrashHandler deaths_;

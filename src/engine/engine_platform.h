@@ -30,6 +30,9 @@ struct EnginePlatform {
   MIDIService* midi = nullptr;
   AudioFileFactory* files = nullptr;
   VideoFactory* videos = nullptr;
+
+  // What a setlist plays is decoded on threads of its own before it is needed. Not where each run must be the same.
+  bool decodesAhead = false;
 };
 
 }  // namespace vrel

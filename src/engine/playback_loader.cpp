@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "channel/audio_channel.h"
 #include "channel/channel_values.h"
@@ -16,6 +17,7 @@
 #include "platform/audio_engine.h"
 #include "platform/audio_file.h"
 #include "platform/console_output.h"
+#include "playback/playback_cache.h"
 #include "playback/playback_preparation.h"
 
 namespace vrel {
@@ -39,11 +41,7 @@ void storePrepared(AudioChannel& channel, const PreparedPlayback& prepared) {
 }  // namespace
 
 void PlaybackLoader::loadPlaybackInstrument(AudioChannel& channel, const ChannelConfig& record) {
-  const auto prepared =
-      files_ != nullptr
-          ? preparePlayback(*files_, record.playbackFilePath, record.playbackStartTime, record.playbackEndTime,
-                            console_)
-          : Result<PreparedPlayback>(Error{"this program reads no audio files: " + record.playbackFilePath});
+  const auto prepared = prepare(record);
   if (!prepared) {
     console_.print("Failed to load playback file: " + prepared.error().description);
     channel.status.set(ChannelStatus::loadFailed);
@@ -51,6 +49,20 @@ void PlaybackLoader::loadPlaybackInstrument(AudioChannel& channel, const Channel
   }
   mutator_.performGraphMutation("loadPlaybackInstrument", [&] { install(channel, record, prepared.value()); });
   levels_.applyMixerLevels();
+}
+
+Result<PreparedPlayback> PlaybackLoader::prepare(const ChannelConfig& record) {
+  const std::string& path = record.playbackFilePath;
+  const double start = record.playbackStartTime;
+  const double end = record.playbackEndTime;
+  if (files_ == nullptr) {
+    return Error{"this program reads no audio files: " + path};
+  }
+  if (cache_ == nullptr) {
+    return preparePlayback(*files_, path, start, end, console_);
+  }
+  auto decoded = cache_->prepared({path, start, end});
+  return decoded ? *std::move(decoded) : openPlayback(*files_, path, start, end);
 }
 
 void PlaybackLoader::install(AudioChannel& channel, const ChannelConfig& record, const PreparedPlayback& prepared) {

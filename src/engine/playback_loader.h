@@ -2,6 +2,7 @@
 #pragma once
 
 #include "document/setlist.h"
+#include "foundation/result.h"
 
 namespace vrel {
 
@@ -14,10 +15,12 @@ class ConsoleOutput;
 class GraphMutator;
 class InstrumentLoader;
 class MixLevels;
+class PlaybackCache;
 struct PreparedPlayback;
 
 /// Gives a channel an audio file to play. The file is opened and its range read before the graph is
-/// touched; what is missing leaves the channel without a player, with its status and a line. Main thread.
+/// touched, or taken from the cache; with a cache, what is not there is streamed; what is missing leaves the channel
+/// without a player, with its status and a line. Main thread.
 class PlaybackLoader {
  public:
   struct Collaborators {
@@ -29,6 +32,7 @@ class PlaybackLoader {
     MixLevels& levels;
     InstrumentLoader& instruments;
     ConsoleOutput& console;
+    PlaybackCache* cache;  // null where files are read when they are loaded
   };
 
   explicit PlaybackLoader(const Collaborators& collaborators)
@@ -39,7 +43,8 @@ class PlaybackLoader {
         chains_(collaborators.chains),
         levels_(collaborators.levels),
         instruments_(collaborators.instruments),
-        console_(collaborators.console) {}
+        console_(collaborators.console),
+        cache_(collaborators.cache) {}
 
   /// Loads what the record says: file, range, loop and stop mode.
   void loadPlaybackInstrument(AudioChannel& channel, const ChannelConfig& record);
@@ -48,6 +53,7 @@ class PlaybackLoader {
   void loadAgain(AudioChannel& channel);
 
  private:
+  [[nodiscard]] Result<PreparedPlayback> prepare(const ChannelConfig& record);
   void install(AudioChannel& channel, const ChannelConfig& record, const PreparedPlayback& prepared);
 
   AudioFileFactory* files_;  // null where the program reads no audio files
@@ -58,6 +64,7 @@ class PlaybackLoader {
   MixLevels& levels_;
   InstrumentLoader& instruments_;
   ConsoleOutput& console_;
+  PlaybackCache* cache_;  // null where files are read when they are loaded
 };
 
 }  // namespace vrel

@@ -86,6 +86,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   takeOver(song);
   stripsWillGo.emit();
   engine_.pluginPool().prewarmPlugins(state_.songs.get());
+  engine_.decodeAhead(state_.songs.get(), static_cast<std::size_t>(index));
   engine_.removeAllChannels();
   for (const auto& record : song.channels) {
     buildChannel(record, token);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "foundation/result.h"
@@ -40,6 +41,9 @@ class AudioFileFactory {
 
   /// `AVAudioFile(forReading:)`.
   [[nodiscard]] virtual Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) = 0;
+
+  /// Changes whenever the content of the file does; none where that is unknown. Does not wait for the content.
+  [[nodiscard]] virtual std::optional<std::string> contentIdentity(const std::string& /*path*/) { return std::nullopt; }
 
   /// `AVAudioPCMBuffer(pcmFormat:frameCapacity:)`: null when there is not enough memory.
   [[nodiscard]] virtual std::shared_ptr<AVAudioPCMBuffer> makePCMBuffer(AVAudioFormat format,

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/playback_preparation.h"
 
+#include <utility>
+
 #include "platform/audio_file.h"
 #include "platform/console_output.h"
 #include "playback/playback_envelope.h"
@@ -21,8 +23,7 @@ Outcome readRange(AudioFileFactory& files, const std::string& path, const Playba
 
 }  // namespace
 
-Result<PreparedPlayback> preparePlayback(AudioFileFactory& files, const std::string& path, double start, double end,
-                                         ConsoleOutput& console) {
+Result<PreparedPlayback> openPlayback(AudioFileFactory& files, const std::string& path, double start, double end) {
   auto file = files.openForReading(path);
   if (!file) {
     return file.error();
@@ -32,7 +33,17 @@ Result<PreparedPlayback> preparePlayback(AudioFileFactory& files, const std::str
   const AVAudioFormat format = prepared.file->processingFormat();
   prepared.duration = format.sampleRate > 0 ? static_cast<double>(prepared.file->length()) / format.sampleRate : 0;
   prepared.range = normalisedPlaybackRange(start, end, prepared.duration, format.sampleRate);
-  prepared.buffer = files.makePCMBuffer(format, prepared.range.frameCount);
+  return prepared;
+}
+
+Result<PreparedPlayback> preparePlayback(AudioFileFactory& files, const std::string& path, double start, double end,
+                                         ConsoleOutput& console) {
+  auto opened = openPlayback(files, path, start, end);
+  if (!opened) {
+    return opened;
+  }
+  PreparedPlayback prepared = std::move(opened).value();
+  prepared.buffer = files.makePCMBuffer(prepared.file->processingFormat(), prepared.range.frameCount);
   if (prepared.buffer == nullptr) {
     return prepared;
   }

@@ -25,6 +25,10 @@ struct PreparedPlayback {
   std::vector<std::pair<float, float>> meterPeaks;  // empty without a buffer
 };
 
+/// Opens the file for a range between two times, in seconds, to be streamed. Fails when it cannot be opened.
+[[nodiscard]] Result<PreparedPlayback> openPlayback(AudioFileFactory& files, const std::string& path, double start,
+                                                    double end);
+
 /// Opens the file and reads the range between two times, in seconds. Fails only when it cannot be
 /// opened; a range that cannot be read is logged.
 [[nodiscard]] Result<PreparedPlayback> preparePlayback(AudioFileFactory& files, const std::string& path, double start,

@@ -72,11 +72,16 @@ class SimulatedAudioFiles : public AudioFileFactory {
     }
     return std::shared_ptr<AVAudioFile>(std::make_shared<SimulatedAudioFile>(path, sound->second));
   }
+  std::optional<std::string> contentIdentity(const std::string& path) override {
+    const auto identity = identities.find(path);
+    return identity == identities.end() ? std::nullopt : std::optional(identity->second);
+  }
   std::shared_ptr<AVAudioPCMBuffer> makePCMBuffer(AVAudioFormat format, std::uint32_t frameCapacity) override {
     return isOutOfMemory ? nullptr : std::make_shared<AVAudioPCMBuffer>(format, frameCapacity);
   }
 
   std::map<std::string, SimulatedSound> sounds;
+  std::map<std::string, std::string> identities;  // of files that have one
   bool isOutOfMemory = false;
   int openCount = 0;
   int failingOpen = 0;  // the open call with this number fails; 0 for none

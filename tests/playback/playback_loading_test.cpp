@@ -158,6 +158,32 @@ TEST_F(PlaybackLoading, ReviveLoadsTheFileAgain) {
             "player 2 > reverb 1 > meter 2 > main mixer > output");
 }
 
+TEST_F(PlaybackLoading, ASongStreamsItsFileAtOnceAndComesFromMemoryTheNextTime) {
+  EnginePlatform platform{nodes, units, mainQueue, queues, clock, propertyLists, console};
+  platform.files = &files;
+  platform.decodesAhead = true;
+  engine = AudioEngine::make(platform);
+  mainQueue.runAll();
+  files.identities["/click.wav"] = "first";
+  SessionOn session(*engine, mainQueue, clock, console);
+  SongConfig song;
+  song.channels = {record()};
+  session.setSongs({song});
+  session.songSwitch.applySong(0);
+  settle();
+  EXPECT_EQ(files.openCount, 1);
+  EXPECT_EQ(engine->channels().at(0)->playbackBuffer.get(), nullptr);
+  EXPECT_EQ(engine->channels().at(0)->playbackFrameCount.get(), 48000U);
+  queues.queue("vrel.playback.decoder.1").runAll();
+  queues.queue("vrel.playback.decoder.2").runAll();
+  files.openCount = 0;
+  session.songSwitch.applySong(0);
+  settle();
+  EXPECT_EQ(files.openCount, 0);
+  ASSERT_NE(engine->channels().at(0)->playbackBuffer.get(), nullptr);
+  EXPECT_EQ(engine->channels().at(0)->playbackMeterPeaks.get().size(), 93U);
+}
+
 TEST_F(PlaybackLoading, ASongPutsItsFilesOnStageAndKeepsThemInTheDocument) {
   SessionOn session(*engine, mainQueue, clock, console);
   SongConfig song;

@@ -23,7 +23,7 @@ LIBRARIES = (
     Library("ALSA", re.compile(r"alsa/.*"), ("src/system/devices", "tests/system/devices")),
     Library("FFmpeg, libsndfile, libvorbisfile and the resamplers",
             re.compile(r"lib(av|sw)\w+/.*|sndfile\.hh?|vorbis/.*|samplerate\.h|soxr\.h"),
-            ("src/system/media",)),
+            ("src/system/media", "bench/media")),
     Library("libplist", re.compile(r"plist/.*"), ("src/system/property_list",)),
     Library("nlohmann/json", re.compile(r"nlohmann/.*"),
             ("src/document", "apps", "tests", "bench", "fuzz")),

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/media/audio_files.h"
 
+#include <sys/stat.h>
+
 #include <new>
 
 #include "system/media/audio_limits.h"
@@ -22,6 +24,21 @@ Result<std::shared_ptr<AVAudioFile>> AudioFiles::openForReading(const std::strin
     return sound;
   }
   return AudioMovieFile::open(path);
+}
+
+std::optional<std::string> AudioFiles::contentIdentity(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
+  std::string identity;
+  for (const auto number : {static_cast<std::int64_t>(status.st_dev), static_cast<std::int64_t>(status.st_ino),
+                            static_cast<std::int64_t>(status.st_size), std::int64_t{status.st_mtim.tv_sec},
+                            std::int64_t{status.st_mtim.tv_nsec}, std::int64_t{status.st_ctim.tv_sec},
+                            std::int64_t{status.st_ctim.tv_nsec}}) {
+    identity += std::to_string(number) + " ";
+  }
+  return identity;
 }
 
 std::shared_ptr<AVAudioPCMBuffer> AudioFiles::makePCMBuffer(AVAudioFormat format, std::uint32_t frameCapacity) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/audio_converter.h"
@@ -18,6 +19,7 @@ class AudioFiles final : public AudioFileFactory, public AudioConverterFactory {
   static constexpr std::uint64_t largestBufferBytes = std::uint64_t{256} << 20U;
 
   [[nodiscard]] Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) override;
+  [[nodiscard]] std::optional<std::string> contentIdentity(const std::string& path) override;
   [[nodiscard]] std::shared_ptr<AVAudioPCMBuffer> makePCMBuffer(AVAudioFormat format,
                                                                 std::uint32_t frameCapacity) override;
   [[nodiscard]] std::unique_ptr<AVAudioConverter> makeConverter(double inputRate, double outputRate) override;
