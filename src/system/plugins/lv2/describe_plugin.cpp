@@ -4,6 +4,7 @@
 #include <lv2/atom/atom.h>
 #include <lv2/core/lv2.h>
 #include <lv2/midi/midi.h>
+#include <lv2/port-groups/port-groups.h>
 #include <lv2/resize-port/resize-port.h>
 #include <lv2/state/state.h>
 #include <lv2/time/time.h>
@@ -19,6 +20,7 @@
 namespace vrel::lv2 {
 namespace {
 
+constexpr const char* sideChainProperty = LV2_CORE_PREFIX "isSideChain";
 constexpr const char* rdfType = "http://www.w3.org/1999/02/22-rdf-syntax-ns#type";
 constexpr const char* doapName = "http://usefulinc.com/ns/doap#name";
 
@@ -121,8 +123,35 @@ class Reader {
       description.hostControl = description.isInput ? hostControlOf(port) : HostControl::none;
     } else if (description.kind == PortKind::atom) {
       readAtomPort(port, description);
+    } else if (description.kind == PortKind::audio) {
+      description.use = useOf(port, description.isInput);
+      description.channelRank = channelRankOf(port);
     }
     return description;
+  }
+
+  [[nodiscard]] AudioUse useOf(const LilvPort* port, bool isInput) const {
+    const Node group(lilv_port_get(plugin_, port, uri(LV2_PORT_GROUPS__group).get()));
+    const Node chained(group ? lilv_world_get(world_, group.get(), uri(LV2_PORT_GROUPS__sideChainOf).get(), nullptr)
+                             : nullptr);
+    if (chained || hasProperty(port, sideChainProperty)) {
+      return AudioUse::sideChain;
+    }
+    const Nodes mains = values(isInput ? LV2_PORT_GROUPS__mainInput : LV2_PORT_GROUPS__mainOutput);
+    const bool isMain = lilv_nodes_size(mains.get()) == 0 || (group && lilv_nodes_contains(mains.get(), group.get()));
+    return isMain ? AudioUse::main : AudioUse::spare;
+  }
+
+  [[nodiscard]] AudioChannelRank channelRankOf(const LilvPort* port) const {
+    const std::string designation = text(Node(lilv_port_get(plugin_, port, uri(LV2_CORE__designation).get())).get());
+    if (designation == LV2_PORT_GROUPS__left) {
+      return AudioChannelRank::left;
+    }
+    if (designation == LV2_PORT_GROUPS__right) {
+      return AudioChannelRank::right;
+    }
+    const bool isOther = designation.starts_with(LV2_PORT_GROUPS_PREFIX) && designation != LV2_PORT_GROUPS__center;
+    return isOther ? AudioChannelRank::surround : AudioChannelRank::unnamed;
   }
 
   [[nodiscard]] PortKind kindOf(const LilvPort* port) const {

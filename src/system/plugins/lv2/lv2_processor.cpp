@@ -11,6 +11,27 @@
 #include "system/plugins/lv2/plugin_state.h"
 
 namespace vrel::lv2 {
+namespace {
+
+/// Gives the channels of `source` to `inputs`: one input gets both mixed, two get one channel each or the same one, and
+/// without a source all are silent.
+void spread(const audio::Stream& source, std::span<float* const> inputs, std::uint32_t frameCount) noexcept {
+  const bool isMixedDown = inputs.size() == 1 && source.channelCount > 1;
+  for (std::size_t index = 0; index < inputs.size(); ++index) {
+    float* const input = inputs[index];
+    if (source.channelCount == 0) {
+      std::fill_n(input, frameCount, 0.0F);
+    } else if (isMixedDown) {
+      for (std::uint32_t frame = 0; frame < frameCount; ++frame) {
+        input[frame] = 0.5F * (source.channels[0][frame] + source.channels[1][frame]);
+      }
+    } else {
+      std::copy_n(source.channels[index < source.channelCount ? index : 0], frameCount, input);
+    }
+  }
+}
+
+}  // namespace
 
 Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings settings, HostedPluginPointer plugin)
     : world_(std::move(world)),
@@ -90,21 +111,13 @@ void Lv2Processor::takeEvents() noexcept {
 }
 
 void Lv2Processor::fillInputs(const audio::ProcessBlock& block) noexcept {
-  const std::span<float* const> inputs = plugin_->ports().audioInputs();
+  const PortBuffers& ports = plugin_->ports();
   const audio::Stream source = block.inputs.empty() ? audio::Stream{} : block.inputs.front();
-  const bool isMixedDown = inputs.size() == 1 && source.channelCount > 1;
-  for (std::size_t index = 0; index < inputs.size(); ++index) {
-    float* const input = inputs[index];
-    if (source.channelCount == 0 || index >= audio::maximumStreamChannels) {
-      std::fill_n(input, block.frameCount, 0.0F);
-    } else if (isMixedDown) {
-      for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-        input[frame] = 0.5F * (source.channels[0][frame] + source.channels[1][frame]);
-      }
-    } else {
-      std::copy_n(source.channels[index < source.channelCount ? index : 0], block.frameCount, input);
-    }
-  }
+  spread(source, ports.mainInputs(), block.frameCount);
+  // Nothing else leads into the strip. With its own signal as the key a compressor compresses and a gate opens, as
+  // without a side chain; with silence neither would.
+  spread(source, ports.sideChainInputs(), block.frameCount);
+  spread({}, ports.spareInputs(), block.frameCount);
 }
 
 void Lv2Processor::writeOutputs(const audio::ProcessBlock& block) noexcept {

@@ -26,6 +26,13 @@ enum class HostControl : std::uint8_t {
   beatsPerMinute,
 };
 
+/// What an audio port carries. A side chain is what an effect measures beside its signal: a compressor's key, say.
+enum class AudioUse { main, sideChain, spare };
+
+/// Which channel an audio port is, in the order in which a stream's channels are given to ports; ports of equal rank
+/// keep their order.
+enum class AudioChannelRank { left, unnamed, right, surround };
+
 /// What a plug-in's data says about one port.
 struct PortDescription {
   std::string symbol;
@@ -41,6 +48,8 @@ struct PortDescription {
   float minimum = 0;            // NaN where there is none
   float maximum = 0;
   std::uint32_t minimumBytes = 0;  // of an atom port; 0 where nothing is asked for
+  AudioUse use = AudioUse::main;   // of an audio port
+  AudioChannelRank channelRank = AudioChannelRank::unnamed;
 
   /// A control input that belongs to the plug-in's state.
   [[nodiscard]] bool isSetting() const {

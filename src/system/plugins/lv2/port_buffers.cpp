@@ -17,15 +17,19 @@
 namespace vrel::lv2 {
 namespace {
 
-/// The first two audio ports of each direction carry the stream; the rest, if they are optional, and
-/// optional CV ports have nothing to say to this host.
-bool isLeftUnconnected(const PortDescription& port, std::size_t earlierOfItsKind) {
-  if (port.kind == PortKind::unsupported) {
-    return true;
+/// The indices of the audio ports of one direction and use, in the order of the stream's channels.
+std::vector<std::size_t> audioPorts(const PluginDescription& description, bool isInput, AudioUse use) {
+  std::vector<std::size_t> indices;
+  for (std::size_t index = 0; index < description.ports.size(); ++index) {
+    const PortDescription& port = description.ports[index];
+    if (port.kind == PortKind::audio && port.isInput == isInput && port.use == use) {
+      indices.push_back(index);
+    }
   }
-  const bool isSpare =
-      port.kind == PortKind::cv || (port.kind == PortKind::audio && earlierOfItsKind >= audio::maximumStreamChannels);
-  return port.isOptional && isSpare;
+  std::stable_sort(indices.begin(), indices.end(), [&description](std::size_t one, std::size_t other) {
+    return description.ports[one].channelRank < description.ports[other].channelRank;
+  });
+  return indices;
 }
 
 /// What the host says; none while the time is not known.
@@ -75,6 +79,7 @@ PortBuffers::PortBuffers(const PluginDescription& description, double sampleRate
       chunkType_(urids.map(LV2_ATOM__Chunk)),
       midiType_(urids.map(LV2_MIDI__MidiEvent)) {
   makeAudio(description);
+  makeCv(description);
   for (std::uint32_t index = 0; index < description.ports.size(); ++index) {
     const PortDescription& port = description.ports[index];
     if (port.kind == PortKind::control) {
@@ -95,20 +100,34 @@ void* PortBuffers::takeMemory(std::size_t bytes) {
 }
 
 void PortBuffers::makeAudio(const PluginDescription& description) {
-  const auto isSampled = [](const PortDescription& port) {
-    return port.kind == PortKind::audio || port.kind == PortKind::cv;
+  // What finds no room among the channels of a stream is spare, and left unconnected where it may be.
+  const auto make = [&](bool isInput, AudioUse use, std::vector<float*>* list, std::vector<float*>* spare) {
+    for (const std::size_t index : audioPorts(description, isInput, use)) {
+      const bool isSpare = list == nullptr || list->size() >= audio::maximumStreamChannels;
+      if (isSpare && description.ports[index].isOptional) {
+        continue;
+      }
+      auto* const samples = static_cast<float*>(takeMemory(audio::maximumBlockFrames * sizeof(float)));
+      locations_[index] = samples;
+      if (std::vector<float*>* const kept = isSpare ? spare : list) {
+        kept->push_back(samples);
+      }
+    }
   };
+  make(true, AudioUse::main, &mainInputs_, &spareInputs_);
+  make(true, AudioUse::spare, mainInputs_.empty() ? &mainInputs_ : nullptr, &spareInputs_);
+  make(true, AudioUse::sideChain, &sideChainInputs_, &spareInputs_);
+  for (const AudioUse use : {AudioUse::main, AudioUse::sideChain, AudioUse::spare}) {
+    make(false, use, use == AudioUse::main || audioOutputs_.empty() ? &audioOutputs_ : nullptr, nullptr);
+  }
+}
+
+void PortBuffers::makeCv(const PluginDescription& description) {
   for (std::size_t index = 0; index < description.ports.size(); ++index) {
     const PortDescription& port = description.ports[index];
-    auto& list = port.isInput ? audioInputs_ : audioOutputs_;
-    if (!isSampled(port) || isLeftUnconnected(port, list.size())) {
-      continue;
+    if (port.kind == PortKind::cv && !port.isOptional) {
+      locations_[index] = takeMemory(audio::maximumBlockFrames * sizeof(float));
     }
-    auto* const samples = static_cast<float*>(takeMemory(audio::maximumBlockFrames * sizeof(float)));
-    if (port.kind == PortKind::audio) {
-      list.push_back(samples);
-    }
-    locations_[index] = samples;
   }
 }
 

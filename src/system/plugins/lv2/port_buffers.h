@@ -22,6 +22,10 @@ namespace vrel::lv2 {
 /// Audio and CV ports have a buffer of the largest block each (CV is silent), controls a number, atom
 /// ports as many bytes as the plug-in asks for. An optional port that the host has no use for is left
 /// unconnected. Not thread-safe: it belongs to whoever holds the unit's gate.
+///
+/// The stream goes through the ports of the plug-in's main groups, or through all ports where there is no main
+/// group, the left channel to the port that is designated left. Where the groups
+/// claim none, it goes through the others.
 class PortBuffers {
  public:
   /// What every atom port gets at least: the time and a full MidiRing fit, 24 bytes an event behind the head.
@@ -54,9 +58,13 @@ class PortBuffers {
   void feedHostControls(const MusicalTime& time, bool isFreeWheeling) noexcept;
   [[nodiscard]] bool hasHostControls() const { return !hostControls_.empty(); }
 
-  /// Buffers of maximumBlockFrames, in port order.
-  [[nodiscard]] std::span<float* const> audioInputs() const { return audioInputs_; }
+  /// Buffers of maximumBlockFrames, of at most two channels each, left before right.
+  [[nodiscard]] std::span<float* const> mainInputs() const { return mainInputs_; }
+  [[nodiscard]] std::span<float* const> sideChainInputs() const { return sideChainInputs_; }
   [[nodiscard]] std::span<float* const> audioOutputs() const { return audioOutputs_; }
+
+  /// Those of all other inputs, which are to be silent.
+  [[nodiscard]] std::span<float* const> spareInputs() const { return spareInputs_; }
 
   /// The number on a control port. Setting brings it inside the port's bounds; what is not a number
   /// changes nothing.
@@ -88,6 +96,7 @@ class PortBuffers {
   /// Memory for a port, all zero.
   [[nodiscard]] void* takeMemory(std::size_t bytes);
   void makeAudio(const PluginDescription& description);
+  void makeCv(const PluginDescription& description);
   void makeControl(const PortDescription& port, std::uint32_t index, double sampleRate);
   void makeAtom(const PortDescription& port, std::uint32_t index);
 
@@ -95,7 +104,9 @@ class PortBuffers {
   std::vector<GuardedMemory> guarded_;
   std::vector<std::unique_ptr<Words>> plain_;
   std::vector<void*> locations_;
-  std::vector<float*> audioInputs_;
+  std::vector<float*> mainInputs_;
+  std::vector<float*> sideChainInputs_;
+  std::vector<float*> spareInputs_;
   std::vector<float*> audioOutputs_;
   std::vector<float> controls_;
   std::vector<Bounds> bounds_;

@@ -229,6 +229,34 @@ TEST(Unit, AnEffectThatTakesMidiPassesItsSound) {
   EXPECT_EQ(sound.right, constant(32, -0.5F));
 }
 
+/// What an effect makes of a constant in each channel. The side chains of the zoo add ten times what they get, and a
+/// hundred times what comes in at a port of no known use.
+Sound effectOn(const char* uri, float left, float right) {
+  const Stage stage;
+  Player player(stage.make(uri).unit);
+  return player.block(32, {constant(32, left), constant(32, right)});
+}
+
+TEST(SideChain, AMonoEffectGetsBothChannelsMixedAndTheSameAsItsSideChain) {
+  for (const char* uri : {"urn:vrel:zoo:sidechain-mono", "urn:vrel:zoo:sidechain-optional"}) {
+    const Sound sound = effectOn(uri, 0.5F, 0.25F);
+    EXPECT_EQ(sound.left, constant(32, 11 * 0.375F)) << uri;
+    EXPECT_TRUE(sound.right.empty()) << "mono goes on as one channel, which sounds in both";
+  }
+}
+
+TEST(SideChain, ThatComesFirstDoesNotTakeTheLeftChannel) {
+  const Sound sound = effectOn("urn:vrel:zoo:sidechain-first", 0.5F, 0.25F);
+  EXPECT_EQ(sound.left, constant(32, 0.5F + 10 * 0.375F)) << "the stereo signal, mixed, is the key of both";
+  EXPECT_EQ(sound.right, constant(32, 0.25F + 10 * 0.375F));
+}
+
+TEST(SideChain, GroupsAndDesignationsSayWhichPortIsWhich) {
+  const Sound sound = effectOn("urn:vrel:zoo:sidechain-groups", 0.5F, 0.25F);
+  EXPECT_EQ(sound.left, constant(32, 11 * 0.5F)) << "an input outside the groups is silent";
+  EXPECT_EQ(sound.right, constant(32, 11 * 0.25F));
+}
+
 TEST(Unit, DefaultsOutOfBoundsAreBroughtInsideAndMissingOnesAreTheMinimum) {
   const Stage stage;
   Player player(stage.make("urn:vrel:zoo:gain").unit);

@@ -59,8 +59,9 @@ TEST(Components, ABrokenBundleHidesNothingButItself) {
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:brokenmanifest"), "");
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:brokendata"), "");
   // sine, mono, echo, gain, monoeffect, generator, worker, state, defaultstate, refuses, needy,
-  // notanumber, nolibrary, wide, midieffect, strangeport, nameless, clock, landmine, shy, gate, six rebels
-  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 28U);
+  // notanumber, nolibrary, wide, midieffect, strangeport, nameless, clock, landmine, shy, gate, six rebels, four side
+  // chains
+  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 32U);
 }
 
 TEST(Components, NamesComeFromThePluginOrElseFromItsUri) {
