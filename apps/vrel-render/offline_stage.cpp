@@ -203,7 +203,7 @@ std::vector<std::string> OfflineStage::problems() const {
   }
   const auto& plugins = *pluginCounters_;
   addCount(problems, plugins.droppedEvents, "events dropped: the queue of an instrument was full");
-  addCount(problems, plugins.silencedBlocks, "blocks of a plug-in silenced: not finite");
+  addCount(problems, plugins.silencedBlocks, "blocks of a plug-in silenced: not finite or too large");
   addCount(problems, plugins.skippedBlocks, "blocks without a plug-in that was being reconfigured");
   addCount(problems, plugins.refusedWork, "background jobs of a plug-in dropped: the queue was full");
   addCount(problems, plugins.deaths, "plug-ins crashed");
@@ -211,6 +211,7 @@ std::vector<std::string> OfflineStage::problems() const {
   addCount(problems, blocks.silentBlocks, "blocks silent: the engine was stopped");
   addCount(problems, blocks.nonFiniteBlocks, "blocks of the mix silenced: not finite");
   addCount(problems, blocks.underrunBlocks, "blocks with an underrun of an audio file");
+  addCount(problems, blocks.silencedPlayerBlocks, "blocks of an audio file silenced: not finite or too large");
   addCount(problems, blocks.unreadFrames, "frames of audio files silent: could not be read");
   addCount(problems, blocks.refusedConnections, "connections were refused by the audio graph");
   addCount(problems, blocks.refusedNodes, "nodes were refused by the audio graph");

@@ -73,7 +73,8 @@ void SystemPlatform::setDeathHandler(std::function<void(const std::shared_ptr<AV
 }
 
 std::uint64_t SystemPlatform::dropouts() const {
-  return output_->underruns() + pluginCounters_->lateBlocks + renderCounters_->underrunBlocks;
+  return output_->underruns() + pluginCounters_->lateBlocks + pluginCounters_->silencedBlocks +
+         renderCounters_->underrunBlocks + renderCounters_->silencedPlayerBlocks + renderCounters_->nonFiniteBlocks;
 }
 
 }  // namespace vrel::app

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/audio_file.h"
+#include "system/audio/finite_guard.h"
 #include "system/audio/player_feeder.h"
 
 namespace vrel::audio {
@@ -43,6 +44,9 @@ std::uint32_t PlayerProcessor::takeFrom(PlaybackFifo* fifo, const ProcessBlock& 
   const bool isComplete = fifo->isComplete.load();
   const auto& channels = block.output.channels;
   const std::uint32_t taken = fifo->takePasses(channels, block.frameCount, stream_->isRepeating());
+  if (silenceIfTooLarge(block.output, taken)) {
+    RenderCounters::add(counters_->silencedPlayerBlocks);
+  }
   const bool isOver = fifo->hasEnded() || (isComplete && fifo->waiting() == 0);
   if (isOver) {
     return taken;  // its last frame ends a block: there is nothing to ramp from

@@ -78,8 +78,8 @@ void ReverbProcessor::addHall(const Stream& input, const ProcessBlock& block) no
   const Stream wet{.channels = {wet_[0].data(), wet_[1].data()}, .channelCount = block.output.channelCount};
   hall_.process(input.channels[0], input.channels[input.channelCount - 1], wet.channels[0],
                 stereo ? wet.channels[1] : nullptr, block.frameCount);
-  if (silenceIfNotFinite(wet, block.frameCount)) {
-    // A NaN would circulate forever.
+  if (silenceIfTooLarge(wet, block.frameCount)) {
+    // A NaN would circulate forever, and what is too large for a long time.
     hall_.clearRest();
   }
   mix_.apply(wet, block.frameCount);

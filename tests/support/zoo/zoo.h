@@ -69,6 +69,9 @@ static inline void zooFill(Zoo* zoo, uint32_t port, uint32_t frames, float value
   }
 }
 
+/// What a plug-in outputs of a number that is not sound, so that it is within what a host takes for sound. Exact.
+#define ZOO_NUMBER_SCALE 0x1p-24F
+
 /// Runs the statement that follows for each MIDI message on an atom port, as `bytes` and `event`.
 #define ZOO_FOREACH_MIDI(zoo, port)                                                                         \
   LV2_ATOM_SEQUENCE_FOREACH((const LV2_Atom_Sequence*)(zoo)->ports[port], event)                            \

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <latch>
+#include <limits>
 #include <memory>
 #include <thread>
 #include <utility>
@@ -222,6 +223,32 @@ TEST_F(Player, AFileThatFailsIsSilentForItsTime) {
   EXPECT_EQ(stage.record(10240).left, std::vector<float>(10240));
   EXPECT_TRUE(isConsumed);
   EXPECT_EQ(stage.counters->unreadFrames.load(), 10000U);
+}
+
+TEST_F(Player, AFileWithHugeSamplesIsSilentWhereTheyAreAndChangesNothingForTheOthers) {
+  for (const float bad : {3e38F, -3e38F, std::numeric_limits<float>::quiet_NaN()}) {
+    SimulatedSound huge = stepsOf(std::size_t{3} * blockFrames);
+    huge.channels[1][blockFrames + 7] = bad;
+    const auto files = {std::make_shared<SimulatedAudioFile>("/huge", huge),
+                        std::make_shared<SimulatedAudioFile>("/huger", huge)};
+    OfflinePlayers players;
+    for (const auto& file : files) {
+      const auto hugePlayer = players.addPlayer();
+      hugePlayer->scheduleSegment(file, 0, 3 * blockFrames, [] {});
+      hugePlayer->play();
+    }
+    const auto other = players.addPlayer();
+    other->scheduleSegment(fileOf(5000), 0, 5000, [] {});
+    other->play();
+    const auto tape = players.record(std::size_t{3} * blockFrames);
+    for (std::size_t frame = 0; frame < blockFrames; ++frame) {
+      ASSERT_EQ(tape.left[frame], 3 * sampleAt(frame));
+      ASSERT_EQ(tape.left[blockFrames + frame], sampleAt(blockFrames + frame)) << "the others' block is silent";
+      ASSERT_EQ(tape.left[2 * blockFrames + frame], 3 * sampleAt(2 * blockFrames + frame));
+    }
+    EXPECT_EQ(players.counters->silencedPlayerBlocks, 2U);
+    EXPECT_EQ(players.counters->nonFiniteBlocks, 0U);
+  }
 }
 
 TEST_F(Player, AnUnderrunIsSilentAndCounted) {

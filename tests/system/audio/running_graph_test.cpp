@@ -3,6 +3,7 @@
 
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -207,6 +208,21 @@ TEST(FiniteGuard, SilencesAllChannelsWhenOneSampleIsBad) {
       EXPECT_EQ(peak(left), 0);
       EXPECT_EQ(peak(right), 0);
     }
+  }
+}
+
+TEST(FiniteGuard, WhatAStripPlaysIsBoundedAMillionIncluded) {
+  for (const float bad : {std::nextafter(largestSample, 2 * largestSample), -3e38F,
+                          std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+    std::vector<float> left(37, largestSample);
+    std::vector<float> right(37, -largestSample);
+    const Stream stream{.channels = {left.data(), right.data()}, .channelCount = 2};
+    EXPECT_FALSE(silenceIfTooLarge(stream, 37));
+    EXPECT_EQ(right[3], -largestSample);
+    right[36] = bad;
+    EXPECT_TRUE(silenceIfTooLarge(stream, 37));
+    EXPECT_EQ(peak(left), 0);
+    EXPECT_EQ(peak(right), 0);
   }
 }
 

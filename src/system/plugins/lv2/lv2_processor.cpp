@@ -127,7 +127,7 @@ void Lv2Processor::writeOutputs(const audio::ProcessBlock& block) noexcept {
     std::copy_n(output, block.frameCount, block.output.channels[channel]);
   }
   gain_.apply(block.output, block.frameCount);
-  if (audio::silenceIfNotFinite(block.output, block.frameCount)) {
+  if (audio::silenceIfTooLarge(block.output, block.frameCount)) {
     counters_->silencedBlocks.fetch_add(1, std::memory_order_relaxed);
   }
 }

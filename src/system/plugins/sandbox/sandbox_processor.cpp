@@ -128,7 +128,7 @@ void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
   }
   gain_.apply(block.output, block.frameCount);
   addCounts(answer.counts);
-  if (audio::silenceIfNotFinite(block.output, block.frameCount)) {
+  if (audio::silenceIfTooLarge(block.output, block.frameCount)) {
     count(settings_.counters->silencedBlocks);
   }
 }

@@ -5,8 +5,8 @@
 #include <lv2/time/time.h>
 
 // Outputs the last position it received, one field in each sample of the left: frame, speed, bar, beat in the bar,
-// beat, beat unit, beats per bar, beats per minute; -1 for a field that was not there. The right says how
-// many positions there have been.
+// beat, beat unit, beats per bar, beats per minute; -1 for a field that was not there; all scaled. The right says
+// how many positions there have been.
 
 enum { fieldCount = 8 };
 
@@ -66,7 +66,7 @@ static void run(LV2_Handle handle, uint32_t frames) {
   zooFill(zoo, 1, frames, 0.0F);
   zooFill(zoo, 2, frames, clock->count);
   for (uint32_t field = 0; field < fieldCount && field < frames; ++field) {
-    zooAudio(zoo, 1)[field] = clock->values[field];
+    zooAudio(zoo, 1)[field] = clock->values[field] * ZOO_NUMBER_SCALE;
   }
 }
 

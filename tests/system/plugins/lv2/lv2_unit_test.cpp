@@ -31,7 +31,7 @@ struct Echoed {
 Echoed echoed(const Sound& sound) {
   Echoed result;
   for (std::size_t frame = 0; frame < sound.left.size() && sound.right[frame] > 0; ++frame) {
-    const auto value = static_cast<std::uint32_t>(sound.left[frame]);
+    const auto value = static_cast<std::uint32_t>(sound.left[frame] * 0x1p24F);  // as the zoo scales it
     result.messages.push_back({static_cast<std::uint8_t>(value >> 16U), static_cast<std::uint8_t>(value >> 8U),
                                static_cast<std::uint8_t>(value)});
     result.lengths.push_back(static_cast<int>(sound.right[frame]));
@@ -266,11 +266,11 @@ TEST(Unit, DefaultsOutOfBoundsAreBroughtInsideAndMissingOnesAreTheMinimum) {
   EXPECT_EQ(state->at("ports"), PropertyListValue{expected});
 }
 
-TEST(Unit, OutputThatIsNotANumberIsSilencedAndCounted) {
+TEST(Unit, OutputThatIsNotANumberOrTooLargeIsSilencedAndCounted) {
   const Stage stage;
   Player player(stage.make("urn:vrel:zoo:notanumber").unit);
   EXPECT_EQ(player.block(64).left, constant(64, 0.5F));
-  for (const std::uint8_t key : std::initializer_list<std::uint8_t>{1, 2}) {
+  for (const std::uint8_t key : std::initializer_list<std::uint8_t>{1, 2, 3, 4, 5}) {
     player.send(0x90, key, 100);
     const Sound sound = player.block(64);
     EXPECT_EQ(sound.left, constant(64, 0));
@@ -279,6 +279,9 @@ TEST(Unit, OutputThatIsNotANumberIsSilencedAndCounted) {
     player.send(0x80, key, 0);
     EXPECT_EQ(player.block(64).right, constant(64, 0.5F));
   }
+  player.send(0x90, 6, 100);
+  EXPECT_EQ(player.block(64).right.back(), 1e6F) << "120 dB above full scale is not yet too large";
+  EXPECT_EQ(stage.settings.counters->silencedBlocks, 5U);
 }
 
 TEST(Unit, TwoCopiesPlayingTheSameGiveTheSameBytes) {

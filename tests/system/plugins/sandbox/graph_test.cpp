@@ -275,6 +275,31 @@ TEST_F(InTheOfflineGraph, ADeathInTheMidstOfARenderChangesNothingForTheOther) {
   EXPECT_TRUE(happens([this] { return deaths().size() == 1; }));
 }
 
+TEST_F(InTheOfflineGraph, HugeSamplesSilenceTheirOwnStripsAndNotTheMix) {
+  const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
+  const Graph graph = graphOn(device);
+  for (const std::uint8_t key : {std::uint8_t{3}, std::uint8_t{4}}) {  // 3e38 and -3e38
+    for (int copy = 0; copy < 2; ++copy) {
+      const auto huge = std::dynamic_pointer_cast<AVAudioUnitMIDIInstrument>(make("urn:vrel:zoo:notanumber").unit);
+      graph.engine->attach(huge);
+      graph.engine->connect(huge, graph.engine->mainMixerNode(), std::nullopt);
+      huge->setVolume(1.5F);
+      huge->sendMIDIEvent(0x90, key, 100);
+    }
+  }
+  ASSERT_EQ(graph.engine->start(), std::nullopt);
+  graph.sine->sendMIDIEvent(0x90, 69, 100);
+  std::vector<float> mix;
+  for (int block = 0; block < 20; ++block) {
+    const auto& left = device->renderBlock().left;
+    mix.insert(mix.end(), left.begin(), left.end());
+  }
+  mix.erase(mix.begin(), std::find_if(mix.begin(), mix.end(), [](float sample) { return sample != 0.0F; }));
+  expectBegin(mix, undisturbed(19 * frames));
+  EXPECT_GE(counters().silencedBlocks, 4U * 20U);
+  EXPECT_EQ(graph.counters->nonFiniteBlocks, 0U);
+}
+
 TEST_F(InTheOfflineGraph, AllSourcesWorkAtTheSameTime) {
   const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
   const Graph graph = graphOn(device);
