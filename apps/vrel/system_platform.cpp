@@ -31,7 +31,13 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
       clips_(clock),
       nodes_(output_, renderCounters_, files_),
       lv2Units_(world_, hostSettings(*output_, log(), pluginCounters_)),
-      sandbox_(makeSandbox(settings)) {}
+      sandbox_(makeSandbox(settings)),
+      rateFollowed_(output_->sampleRateChanged.connect([this](double framesPerSecond) {
+        lv2Units_.setSampleRate(framesPerSecond);
+        if (sandbox_) {
+          sandbox_->setSampleRate(framesPerSecond);
+        }
+      })) {}
 
 std::function<void(const std::string&)> SystemPlatform::log() {
   return [&console = console_](const std::string& line) { console.print(line); };

@@ -78,6 +78,7 @@ class SystemPlatform {
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::Lv2UnitFactory lv2Units_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null where processes cannot be started
+  std::shared_ptr<void> rateFollowed_;
 };
 
 }  // namespace vrel::app

@@ -60,6 +60,7 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue}),
       router_(*engine_, strips_.channels, midiCallbacks),
       playbackRuns_(platform.queues, platform.mainQueue, platform.clock) {
+  mutator_.setStartHandler([this] { followOutputRate(); });
   router_.setPlaybackTarget(&playbackRuns_);
   router_.setVisualNoteTarget(&visualEngine_);
   instruments_.setPlaybackRevival([this](AudioChannel& channel) { playbackLoader_.loadAgain(channel); });
@@ -83,7 +84,7 @@ void AudioEngine::begin() {
   }
   levelCapture_.startMeterDecayTimer(platform_.mainQueue);
   levelCapture_.installMainMixerTap();
-  updateOutputRate();
+  followOutputRate();
 }
 
 AudioEngine::~AudioEngine() {
@@ -99,7 +100,7 @@ AudioEngine::~AudioEngine() {
 
 bool AudioEngine::ensureEngineRunning(const std::string& reason) {
   const bool isRunning = mutator_.ensureEngineRunning(reason, [this] { chains_.prepareOutputGraph(); });
-  updateOutputRate();
+  followOutputRate();
   return isRunning;
 }
 
@@ -110,12 +111,16 @@ std::vector<AudioOutputDevice> AudioEngine::availableOutputDevices() {
 void AudioEngine::applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID) {
   if (deviceSettings_) {
     deviceSettings_->applyAudioSettings(frameSize, deviceUID, [this] { chains_.prepareOutputGraph(); });
-    updateOutputRate();
   }
 }
 
-void AudioEngine::updateOutputRate() {
-  musicalContext_->setOutputSampleRate(engine_->outputNode()->outputFormat(0).sampleRate);
+void AudioEngine::followOutputRate() {
+  const double rate = engine_->outputNode()->outputFormat(0).sampleRate;
+  musicalContext_->setOutputSampleRate(rate);
+  if (outputRate_ > 0 && rate > 0 && rate != outputRate_) {
+    pool_->remake();
+  }
+  outputRate_ = rate;
 }
 
 void AudioEngine::decodeAhead(const std::vector<SongConfig>& songs, std::size_t current) {

@@ -116,7 +116,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
  private:
   explicit AudioEngine(const EnginePlatform& platform);
   void begin();
-  void updateOutputRate();
+  void followOutputRate();
   void takeDown(AudioChannel& channel);
 
   EnginePlatform platform_;
@@ -136,6 +136,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   EffectRacks effects_;
   PluginCrashHandler deaths_;
   MidiRouter router_;
+  double outputRate_ = 0;  // frames per second, at the last start
   std::optional<AudioDeviceSettings> deviceSettings_;
   std::optional<MidiInput> midiInput_;
   PlaybackRuns playbackRuns_;

@@ -43,6 +43,9 @@ void GraphMutator::restartEngine(const std::string& label) {
 
 const Outcome& GraphMutator::startEngine() {
   lastEngineStartError_ = engine_.start();
+  if (!lastEngineStartError_ && startHandler_) {
+    startHandler_();
+  }
   return lastEngineStartError_;
 }
 

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "foundation/result.h"
 
@@ -31,6 +32,9 @@ class GraphMutator {
   /// never start it. Returns whether the engine runs.
   bool ensureEngineRunning(const std::string& reason, const std::function<void()>& prepareOutputGraph);
 
+  /// `handler` is called after every successful start. Once, before the first.
+  void setStartHandler(std::function<void()> handler) { startHandler_ = std::move(handler); }
+
   /// Starts the engine and keeps the outcome as `lastEngineStartError`.
   const Outcome& startEngine();
 
@@ -58,6 +62,7 @@ class GraphMutator {
 
   AVAudioEngine& engine_;
   ConsoleOutput& console_;
+  std::function<void()> startHandler_;
   int graphMutationDepth_ = 0;
   Outcome lastEngineStartError_;
 };

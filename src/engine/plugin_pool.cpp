@@ -85,20 +85,41 @@ void PluginPool::prewarmStep(const std::string& key, const PluginComponentResolv
     prewarmingPaths_.erase(key);
     return;
   }
-  instantiateInstrumentNode(component->audioComponentDescription,
-                            [gate = gate_, key](Node node, const std::optional<Error>& error) {
-                              gate->pass([&](PluginPool& pool) { pool.endPrewarm(key, std::move(node), error); });
-                            });
+  instantiateInstrumentNode(
+      component->audioComponentDescription,
+      [gate = gate_, warmed = Warmed{key, resolver, generation_}](Node node, const std::optional<Error>& error) {
+        gate->pass([&](PluginPool& pool) { pool.endPrewarm(warmed, std::move(node), error); });
+      });
 }
 
-void PluginPool::endPrewarm(const std::string& key, Node node, const std::optional<Error>& error) {
-  pluginPoolQueue_->async([this, key, node = std::move(node), error]() mutable {
+void PluginPool::endPrewarm(const Warmed& warmed, Node node, const std::optional<Error>& error) {
+  pluginPoolQueue_->async([this, warmed, node = std::move(node), error]() mutable {
+    const auto& key = warmed.key;
+    if (warmed.generation != generation_) {
+      prewarmingPaths_.erase(key);
+      prewarmStep(key, warmed.resolver);
+      return;
+    }
     if (error) {
       console_.print("Prewarm failed for " + key + ": " + error->description);
     } else if (node != nullptr) {
       pluginNodePool_[key].push_back(std::move(node));
     }
     prewarmingPaths_.erase(key);
+  });
+}
+
+void PluginPool::remake() {
+  pluginPoolQueue_->async([this, resolver = resolver_] {
+    ++generation_;
+    for (auto& [key, idle] : pluginNodePool_) {
+      if (!idle.empty()) {
+        idle.clear();
+        if (resolver) {
+          prewarmStep(key, resolver);
+        }
+      }
+    }
   });
 }
 

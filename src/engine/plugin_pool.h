@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -65,6 +66,10 @@ class PluginPool {
   /// The same for one key; with no `resolver` the stored one is used.
   void prewarmPlugin(const std::string& key, PluginComponentResolver resolver);
 
+  /// Replaces what is parked by nodes that are made now, and so is what is being made: the output has another sample
+  /// rate. Any thread; nothing waits.
+  void remake();
+
   /// The single place where an instrument is made: out of process, with no second try. Any thread.
   void instantiateInstrumentNode(const AudioComponentDescription& description, UnitHandler completion);
 
@@ -73,14 +78,22 @@ class PluginPool {
   [[nodiscard]] bool isPrewarming(const std::string& key);
 
  private:
+  /// What is being made ahead.
+  struct Warmed {
+    std::string key;
+    PluginComponentResolver resolver;
+    std::uint64_t generation;
+  };
+
   void prewarmStep(const std::string& key, const PluginComponentResolver& resolver);
-  void endPrewarm(const std::string& key, Node node, const std::optional<Error>& error);
+  void endPrewarm(const Warmed& warmed, Node node, const std::optional<Error>& error);
 
   AudioUnitFactory& units_;
   ConsoleOutput& console_;
   PluginComponentResolver resolver_;
   std::map<std::string, std::vector<Node>> pluginNodePool_;
   std::set<std::string> prewarmingPaths_;
+  std::uint64_t generation_ = 0;  // of the nodes that are parked; touched on the queue
   // Instead of a shared_ptr to the pool: its last holder might be a handler on the pool's own queue, which cannot wait
   // for its own end.
   const std::shared_ptr<Gate<PluginPool>> gate_ = std::make_shared<Gate<PluginPool>>();

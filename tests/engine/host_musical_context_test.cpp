@@ -52,6 +52,15 @@ TEST_F(BeatClock, ABeatOfSevenAndAHalfHasDownbeatFourAndHalfABeatToGo) {
   EXPECT_EQ(context().currentMoment().sampleOffsetToNextBeat(), 12000);
 }
 
+TEST_F(BeatClock, ARestartByAGraphChangeFollowsTheOutputsRate) {
+  engine->ensureEngineRunning("test");
+  auto& output = dynamic_cast<simulation::SimulatedNode&>(*engine->engine().outputNode());
+  output.format.sampleRate = 96000;
+  engine->performGraphMutation("a change", [] {});
+  wait(2.0);
+  EXPECT_DOUBLE_EQ(context().currentMoment().samplePosition(), 192000.0);
+}
+
 TEST_F(BeatClock, TempoIsLimited) {
   engine->setTempo(10);
   EXPECT_EQ(context().currentTempoBpm(), 20.0);

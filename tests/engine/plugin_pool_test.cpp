@@ -231,5 +231,26 @@ TEST_F(Pool, AnAnswerAfterTheEngineHasGoneIsDropped) {
   EXPECT_TRUE(late.expired());
 }
 
+TEST_F(Pool, AnotherRateReplacesWhatIsParkedAndWhatIsBeingMade) {
+  const std::weak_ptr<AVAudioUnit> parked = park(pianoKey);
+  pool().prewarmPlugin(organKey, nullptr);
+  poolQueue().runAll();
+  ASSERT_EQ(units.requests.size(), 1U);
+  pool().remake();
+  poolQueue().runAll();
+  EXPECT_TRUE(parked.expired());
+  ASSERT_EQ(units.requests.size(), 2U) << "the piano is made again";
+  EXPECT_EQ(pool().take(pianoKey), nullptr);
+  units.answerWithInstrument(0);
+  poolQueue().runAll();
+  EXPECT_EQ(pool().idleCount(organKey), 0U) << "it was made at the old rate";
+  ASSERT_EQ(units.requests.size(), 2U);
+  units.answerWithInstrument(1);
+  units.answerWithInstrument(0);
+  poolQueue().runAll();
+  EXPECT_EQ(pool().idleCount(pianoKey), 1U);
+  EXPECT_EQ(pool().idleCount(organKey), 1U);
+}
+
 }  // namespace
 }  // namespace vrel

@@ -35,8 +35,11 @@ Outcome SystemAudioOutput::prepare() {
     return opened.error();
   }
   opened_ = std::move(opened).value();
-  sampleRate_ = opened_.stream->sampleRate();
   blockFrames_ = opened_.stream->blockFrames();
+  const double sampleRate = opened_.stream->sampleRate();
+  if (std::exchange(sampleRate_, sampleRate) != sampleRate) {
+    sampleRateChanged.emit(sampleRate);
+  }
   return {};
 }
 

@@ -10,6 +10,7 @@
 
 #include "foundation/life_token.h"
 #include "foundation/mutex.h"
+#include "foundation/observable.h"
 #include "system/audio/output_device.h"
 #include "system/devices/system_audio_hardware.h"
 
@@ -47,6 +48,9 @@ class SystemAudioOutput final : public audio::OutputDevice {
   [[nodiscard]] bool isRunning() const override { return isStarted_ && !isLost(); }
   [[nodiscard]] Outcome start(audio::BlockRenderer& renderer) override;
   void stop() override;
+
+  /// Emitted with the new rate, frames per second, before anything is played at it.
+  Signal<double> sampleRateChanged;
 
   /// Empty when none is open.
   [[nodiscard]] const std::string& deviceUID() const { return opened_.deviceUID; }

@@ -35,6 +35,12 @@ LiveStage::LiveStage(const Settings& settings)
   if (settings.sandbox) {
     makeSandbox(settings);
   }
+  rateFollowed_ = output_->sampleRateChanged.connect([this](double framesPerSecond) {
+    lv2Units_.setSampleRate(framesPerSecond);
+    if (sandbox_) {
+      sandbox_->setSampleRate(framesPerSecond);
+    }
+  });
   engine_ = AudioEngine::make({nodes_, units(), loop_, queues_, clock_, propertyLists_, console_, &hardware_, &midi_});
   loop_.runPending();
 }

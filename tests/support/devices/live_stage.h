@@ -68,6 +68,7 @@ class LiveStage {
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::Lv2UnitFactory lv2Units_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null without a sandbox
+  std::shared_ptr<void> rateFollowed_;
   std::shared_ptr<AudioEngine> engine_;
 };
 

@@ -7,18 +7,20 @@
 namespace vrel::lv2 {
 
 std::optional<PropertyListDictionary> Lv2Instance::fullStateForDocument() {
-  HostedPlugin& plugin = processor_->plugin();
-  return toPropertyList(captureState(plugin), plugin.description());
+  StateSnapshot state;
+  processor_->besideBlocks([&state](HostedPlugin& plugin) { state = captureState(plugin); });
+  return toPropertyList(state, processor_->description());
 }
 
 void Lv2Instance::setFullStateForDocument(const PropertyListDictionary& state) {
-  const Result<StateSnapshot> snapshot = fromPropertyList(state, processor_->plugin().description());
+  const Result<StateSnapshot> snapshot = fromPropertyList(state, processor_->description());
   const Outcome failure =
       !snapshot.ok() ? Outcome(snapshot.error()) : processor_->withPlugin([&snapshot](HostedPlugin& plugin) {
         return restoreState(plugin, snapshot.value());
       });
   if (failure) {
-    processor_->plugin().log().write("state not restored: " + failure->description);
+    processor_->besideBlocks(
+        [&failure](HostedPlugin& plugin) { plugin.log().write("state not restored: " + failure->description); });
   }
 }
 

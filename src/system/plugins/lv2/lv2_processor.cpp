@@ -2,7 +2,6 @@
 #include "system/plugins/lv2/lv2_processor.h"
 
 #include <algorithm>
-#include <optional>
 #include <span>
 #include <utility>
 
@@ -37,45 +36,91 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
     : world_(std::move(world)),
       settings_(std::move(settings)),
       counters_(settings_.counters),
+      description_(plugin->sharedDescription()),
+      outputChannelCount_(static_cast<std::uint32_t>(plugin->ports().audioOutputs().size())),
       plugin_(std::move(plugin)) {}
 
 void Lv2Processor::prepare(double sampleRate) {
   gain_.prepare(sampleRate);
-  if (sampleRate == plugin_->sampleRate()) {
+  {
+    const MutexLock lock(control_);
+    if (std::exchange(graphRate_, sampleRate) == sampleRate || isRecreating_) {
+      return;  // as it was; or on its way, and the way ends only at the graph's rate
+    }
+    isRecreating_ = plugin_->sampleRate() != sampleRate;
+  }
+  if (!isRecreating_) {
     return;
   }
-  Result<HostedPluginPointer> next = recreated(sampleRate);
-  if (!next) {
-    plugin_->log().write("stays at its old sample rate: " + next.error().description);
-    return;
-  }
-  const ControlHold hold(gate_);
-  if (hold) {
-    plugin_ = std::move(next).value();
-    transportChange_.forget();
+  if (settings_.workerMode == WorkerMode::withinBlock) {
+    world_->thread().runAndWait([this] { recreate(); });
+  } else {
+    world_->thread().post([weak = weak_from_this()] {
+      if (const auto self = weak.lock()) {
+        self->recreate();
+      }
+    });
   }
 }
 
-Result<HostedPluginPointer> Lv2Processor::recreated(double sampleRate) {
-  const StateSnapshot state = captureState(*plugin_);
-  std::optional<Result<HostedPluginPointer>> made;
-  world_->thread().runAndWait(
-      [&] { made.emplace(HostedPlugin::make(world_, plugin_->sharedDescription(), settings_, sampleRate)); });
-  if (made->ok()) {
-    if (const Outcome failure = restoreState(*made->value(), state)) {
-      made->value()->log().write("lost its state at the new sample rate: " + failure->description);
+void Lv2Processor::recreate() {
+  for (;;) {
+    double sampleRate = 0;
+    StateSnapshot state;
+    std::uint64_t stateChanges = 0;
+    {
+      const MutexLock lock(control_);
+      sampleRate = graphRate_;
+      if (plugin_->sampleRate() == sampleRate) {
+        isRecreating_ = false;
+        return;
+      }
+      state = captureState(*plugin_);
+      stateChanges = stateChanges_;
+    }
+    Result<HostedPluginPointer> next = HostedPlugin::make(world_, description_, settings_, sampleRate);
+    if (!next) {
+      const MutexLock lock(control_);
+      plugin_->log().write("stays at its old sample rate: " + next.error().description);
+      isRecreating_ = false;
+      return;
+    }
+    if (adopt(next.value(), sampleRate, state, stateChanges)) {
+      return;
     }
   }
-  return *std::move(made);
+}
+
+bool Lv2Processor::adopt(HostedPluginPointer& next, double sampleRate, const StateSnapshot& state,
+                         std::uint64_t stateChanges) {
+  Outcome failure = restoreState(*next, state);
+  const MutexLock lock(control_);
+  if (graphRate_ != sampleRate) {
+    return false;
+  }
+  if (stateChanges_ != stateChanges) {
+    failure = restoreState(*next, captureState(*plugin_));
+  }
+  if (failure) {
+    next->log().write("lost its state at the new sample rate: " + failure->description);
+  }
+  {
+    const ControlHold hold(gate_);
+    if (hold) {
+      plugin_.swap(next);
+      transportChange_.forget();
+    }
+  }
+  isRecreating_ = false;
+  return true;
 }
 
 std::uint32_t Lv2Processor::outputChannelCount(std::uint32_t /*inputChannelCount*/) const {
-  const auto outputs = static_cast<std::uint32_t>(plugin_->ports().audioOutputs().size());
-  return std::min(outputs, audio::maximumStreamChannels);
+  return std::min(outputChannelCount_, audio::maximumStreamChannels);
 }
 
 void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
-  if (!gate_.tryEnterBlock()) {
+  if (isRecreating_ || !gate_.tryEnterBlock()) {
     counters_->skippedBlocks.fetch_add(1, std::memory_order_relaxed);
     return;
   }
@@ -154,16 +199,23 @@ void Lv2Processor::reset() {
     return std::nullopt;
   });
   if (failure) {
-    plugin_->log().write(failure->description);
+    besideBlocks([&failure](HostedPlugin& plugin) { plugin.log().write(failure->description); });
   }
 }
 
 Outcome Lv2Processor::withPlugin(const std::function<Outcome(HostedPlugin&)>& action) {
+  const MutexLock lock(control_);
+  ++stateChanges_;
   const ControlHold hold(gate_);
   if (!hold) {
     return Error{"is stuck in run()"};
   }
   return action(*plugin_);
+}
+
+void Lv2Processor::besideBlocks(const std::function<void(HostedPlugin&)>& action) {
+  const MutexLock lock(control_);
+  action(*plugin_);
 }
 
 }  // namespace vrel::lv2

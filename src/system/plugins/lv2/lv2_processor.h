@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 
+#include "foundation/mutex.h"
 #include "foundation/result.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
 #include "system/audio/smoothed_gain.h"
 #include "system/plugins/lv2/hosted_plugin.h"
+#include "system/plugins/lv2/state_snapshot.h"
 #include "system/plugins/lv2/time_position.h"
 #include "system/plugins/lv2/unit_gate.h"
 #include "system/plugins/midi_record.h"
@@ -22,12 +25,15 @@ namespace vrel::lv2 {
 /// Threads: `process` belongs to the block; `sendEvent` and all else to the main thread. The plug-in
 /// itself, and taking events out of the ring, belong to whoever holds the gate: a block that finds it
 /// taken by the control half stays silent and is counted, and its events wait for the next one.
-class Lv2Processor final : public audio::NodeProcessor {
+///
+/// Another rate: a new copy of the plug-in is made with the state of the old one, on the world thread, which then puts
+/// it in the place of the old one. Until then the blocks are silent and the events wait. Offline it is there at once.
+class Lv2Processor final : public audio::NodeProcessor, public std::enable_shared_from_this<Lv2Processor> {
  public:
   Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings settings, HostedPluginPointer plugin);
 
-  /// For another rate the plug-in is recreated, with its state, on the world thread, and this waits for
-  /// it. When that fails the old one stays and the plug-in's log says so.
+  /// For another rate the plug-in is recreated; see above. When that fails the old one stays and the plug-in's log says
+  /// so.
   void prepare(double sampleRate) override VREL_NOT_AUDIO_THREAD;
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t inputChannelCount) const override;
   void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
@@ -48,27 +54,42 @@ class Lv2Processor final : public audio::NodeProcessor {
   /// Runs `action` with the plug-in while no block has it. Fails when a block does not end.
   [[nodiscard]] Outcome withPlugin(const std::function<Outcome(HostedPlugin&)>& action) VREL_NOT_AUDIO_THREAD;
 
-  /// The plug-in as it is, for what may happen beside a block: reading its description, saving.
-  [[nodiscard]] HostedPlugin& plugin() { return *plugin_; }
+  /// Runs `action` with the plug-in beside the blocks: to save its state, or to write to its log.
+  void besideBlocks(const std::function<void(HostedPlugin&)>& action) VREL_NOT_AUDIO_THREAD;
+
+  [[nodiscard]] const PluginDescription& description() const { return *description_; }
 
  private:
   void passTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
   void takeEvents() noexcept VREL_AUDIO_THREAD;
   void fillInputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void writeOutputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
-  [[nodiscard]] Result<HostedPluginPointer> recreated(double sampleRate);
+
+  // Of a new copy for another rate. World thread.
+  void recreate();
+  [[nodiscard]] bool adopt(HostedPluginPointer& next, double sampleRate, const StateSnapshot& state,
+                           std::uint64_t stateChanges);
 
   const std::shared_ptr<Lv2World> world_;
   const HostSettings settings_;
   const std::shared_ptr<PluginCounters> counters_;
 
+  // Between the main thread and the world thread. Taken before the gate; never held while a plug-in is made.
+  Mutex control_;
+  double graphRate_ VREL_GUARDED_BY(control_) = 0;
+  std::uint64_t stateChanges_ VREL_GUARDED_BY(control_) = 0;
+
   // Between the main thread and the block.
+  std::atomic<bool> isRecreating_{false};  // set on the main thread, cleared on the world's
   UnitGate gate_;
   MidiRing events_;
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 
-  // With the gate.
+  const std::shared_ptr<const PluginDescription> description_;
+  const std::uint32_t outputChannelCount_;
+
+  // With the gate; the pointer itself changes with both the mutex and the gate.
   TransportChangeDetector transportChange_;
   HostedPluginPointer plugin_;
 };

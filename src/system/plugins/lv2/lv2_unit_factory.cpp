@@ -31,25 +31,27 @@ Result<std::shared_ptr<AVAudioUnit>> makeUnit(const std::shared_ptr<Lv2World>& w
 }  // namespace
 
 Lv2UnitFactory::Lv2UnitFactory(std::shared_ptr<Lv2World> world, HostSettings settings)
-    : world_(std::move(world)), settings_(std::move(settings)) {}
+    : world_(std::move(world)), settings_(std::move(settings)), sampleRate_(settings_.sampleRate) {}
 
 void Lv2UnitFactory::instantiate(const AudioComponentDescription& description,
                                  AudioComponentInstantiationOptions /*options*/, UnitHandler completionHandler) {
+  HostSettings settings = settings_;
+  settings.sampleRate = sampleRate_;
   // A strong hold here would let the world end on its own thread; this work never outlives it anyway.
-  world_->thread().post(
-      [weakWorld = std::weak_ptr(world_), settings = settings_, description, handler = std::move(completionHandler)] {
-        const auto world = weakWorld.lock();
-        if (world == nullptr) {
-          handler(nullptr, Error{"the plug-in host is closing"});
-          return;
-        }
-        Result<std::shared_ptr<AVAudioUnit>> unit = makeUnit(world, settings, description);
-        if (unit) {
-          handler(std::move(unit).value(), std::nullopt);
-        } else {
-          handler(nullptr, unit.error());
-        }
-      });
+  world_->thread().post([weakWorld = std::weak_ptr(world_), settings = std::move(settings), description,
+                         handler = std::move(completionHandler)] {
+    const auto world = weakWorld.lock();
+    if (world == nullptr) {
+      handler(nullptr, Error{"the plug-in host is closing"});
+      return;
+    }
+    Result<std::shared_ptr<AVAudioUnit>> unit = makeUnit(world, settings, description);
+    if (unit) {
+      handler(std::move(unit).value(), std::nullopt);
+    } else {
+      handler(nullptr, unit.error());
+    }
+  });
 }
 
 void Lv2UnitFactory::instantiateMIDIInstrument(const AudioComponentDescription& description,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "platform/audio_unit.h"
@@ -14,7 +15,7 @@ namespace vrel::lv2 {
 /// Both options are served in this process: nothing here gives a plug-in a process of its own, so one
 /// that crashes takes the program with it, whichever option was asked for.
 ///
-/// Threads: main. The work, and the handler, run on the world thread, in the order of the calls. A
+/// Threads: any. The work, and the handler, run on the world thread, in the order of the calls. A
 /// handler is always called, once, also when the world closes meanwhile.
 class Lv2UnitFactory final : public AudioUnitFactory {
  public:
@@ -22,7 +23,7 @@ class Lv2UnitFactory final : public AudioUnitFactory {
 
   /// The rate at which later units are made, frames per second. A unit follows its graph in any case;
   /// made at the graph's rate it need not be made twice.
-  void setSampleRate(double framesPerSecond) { settings_.sampleRate = framesPerSecond; }
+  void setSampleRate(double framesPerSecond) { sampleRate_ = framesPerSecond; }
 
   /// A node for any component; a music device comes as an AVAudioUnitMIDIInstrument by both ways.
   void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
@@ -33,6 +34,7 @@ class Lv2UnitFactory final : public AudioUnitFactory {
  private:
   std::shared_ptr<Lv2World> world_;
   HostSettings settings_;
+  std::atomic<double> sampleRate_;
 };
 
 }  // namespace vrel::lv2

@@ -33,7 +33,8 @@ SandboxingUnitFactory::SandboxingUnitFactory(AudioUnitFactory& inProcess, std::s
       supervisor_(std::move(supervisor)),
       finder_(std::move(finder)),
       mainQueue_(mainQueue),
-      settings_(std::move(settings)) {}
+      settings_(std::move(settings)),
+      sampleRate_(settings_.sampleRate) {}
 
 void SandboxingUnitFactory::setDeathHandler(DeathHandler handler) {
   *deathHandler_ = std::move(handler);
@@ -64,18 +65,20 @@ void SandboxingUnitFactory::launch(const AudioComponentDescription& description,
     completionHandler(nullptr, Error{"component not installed"});
     return;
   }
+  SandboxSettings settings = settings_;
+  settings.sampleRate = sampleRate_;
   Supervisor::Launch launch;
   launch.request = {.bundlePath = place->bundlePath,
                     .pluginUri = place->uri,
                     .componentType = description.componentType,
                     .componentSubType = description.componentSubType,
                     .componentManufacturer = description.componentManufacturer,
-                    .sampleRate = settings_.sampleRate,
+                    .sampleRate = settings.sampleRate,
                     .nominalBlockFrames = settings_.nominalBlockFrames,
                     .worksWithinBlock = settings_.worksWithinBlock,
                     .isRealTime = settings_.isRealTime};
   const auto made = std::make_shared<Made>();
-  launch.done = [made, description, name = place->name, settings = settings_,
+  launch.done = [made, description, name = place->name, settings = std::move(settings),
                  handler = std::move(completionHandler)](Result<Supervisor::Ready> result) {
     if (!result) {
       handler(nullptr, result.error());

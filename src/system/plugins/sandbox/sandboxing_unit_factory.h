@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -57,6 +58,9 @@ class SandboxingUnitFactory final : public AudioUnitFactory {
   SandboxingUnitFactory(AudioUnitFactory& inProcess, std::shared_ptr<Supervisor> supervisor, Finder finder,
                         MainQueue& mainQueue, SandboxSettings settings);
 
+  /// The rate at which later units are made, frames per second; as for Lv2UnitFactory. Any thread.
+  void setSampleRate(double framesPerSecond) { sampleRate_ = framesPerSecond; }
+
   /// Set before the first request, on the main thread; called until the factory goes.
   void setDeathHandler(DeathHandler handler);
 
@@ -73,6 +77,7 @@ class SandboxingUnitFactory final : public AudioUnitFactory {
   const Finder finder_;
   MainQueue& mainQueue_;
   const SandboxSettings settings_;
+  std::atomic<double> sampleRate_;
   const std::shared_ptr<DeathHandler> deathHandler_ = std::make_shared<DeathHandler>();  // used on the main thread
 };
 

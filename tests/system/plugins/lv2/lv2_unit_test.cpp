@@ -364,23 +364,6 @@ TEST(Unit, ABlockThatMeetsTheControlHalfIsSilentAndItsEventsWait) {
   EXPECT_EQ(player.block(16).left, constant(16, 0.5F));
 }
 
-TEST(Unit, AnotherRateKeepsPitchAndSettings) {
-  const Stage stage;
-  const std::shared_ptr<AVAudioUnit> unit = stage.make("urn:vrel:zoo:sine").unit;
-  PropertyListDictionary state = *unit->auAudioUnit().fullStateForDocument();
-  std::get<PropertyListDictionary>(state["ports"].content)["level"] = {0.25};
-  unit->auAudioUnit().setFullStateForDocument(state);
-  Player player(unit, 96000);
-  player.send(0x90, 69, 127);
-  const std::vector<float> sound = player.play(96000).left;
-  EXPECT_NEAR(peak(sound), 0.25F, 0.001F);
-  int rises = 0;
-  for (std::size_t frame = 1; frame < sound.size(); ++frame) {
-    rises += sound[frame - 1] < 0 && sound[frame] >= 0 ? 1 : 0;
-  }
-  EXPECT_NEAR(rises, 440, 1);
-}
-
 TEST(Unit, PreparingForTheSameRateChangesNothing) {
   const Stage stage;
   Player player(stage.make("urn:vrel:zoo:mono").unit);
