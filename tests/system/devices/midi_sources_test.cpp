@@ -101,7 +101,7 @@ TEST_F(MidiSources, MessagesOfAnotherProgramArriveInOrderByteForByte) {
   peer.addPort("out");
   begin();
   EXPECT_THAT(names(), testing::ElementsAre("keys:out"));
-  EXPECT_TRUE(peer.isLinked());
+  EXPECT_TRUE(eventually([&] { return peer.isLinked(); }));
   const auto messages = manyMessages();
   peer.send(messages);
   ASSERT_TRUE(eventually([&] { return received().size() >= messages.size(); }));
@@ -153,7 +153,7 @@ TEST_F(MidiSources, ASourceThatComesAndGoesAHundredTimesIsNoticedAndLeavesNothin
     peer.addPort("out");
     ASSERT_TRUE(eventuallyNoticed(seen)) << "appearing, round " << int{round};
     ASSERT_EQ(service.MIDIGetNumberOfSources(), 1U);
-    ASSERT_TRUE(peer.isLinked());
+    ASSERT_TRUE(eventually([&] { return peer.isLinked(); }));
     peer.send({{0x90, round, 1}});
     ASSERT_TRUE(eventually([&] { return received().size() == std::size_t{round} + 1; })) << received().size();
     seen = notices;
