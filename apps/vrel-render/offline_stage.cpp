@@ -69,8 +69,8 @@ OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> wor
       clipRecorder_(*engine_, clock_, log) {
   if (sandboxUnits_) {
     // A plug-in may crash while its answer is held back; its death must be handled after that answer.
-    sandboxUnits_->setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node, int processId) {
-      units_.afterAnswers([this, node, processId] { pluginDied(node, processId); });
+    sandboxUnits_->setDeathHandler([this](const sandbox::SandboxingUnitFactory::Death& death) {
+      units_.afterAnswers([this, death] { pluginDied(death); });
     });
   }
 }
@@ -191,9 +191,9 @@ bool OfflineStage::save(const std::string& path) {
   return performer_.content().setlistFiles().writeSetlist(path);
 }
 
-void OfflineStage::pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId) {
-  recorder_.pluginDied(node, processId);
-  engine_->pluginDied(node);
+void OfflineStage::pluginDied(const sandbox::SandboxingUnitFactory::Death& death) {
+  recorder_.pluginDied(death.node, death.processId);
+  engine_->pluginDied(death.node, death.how);
 }
 
 std::vector<std::string> OfflineStage::problems() const {

@@ -90,7 +90,7 @@ class OfflineStage {
   void noteLoadProblems();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(
       const Settings& settings, const std::shared_ptr<lv2::Lv2World>& world);
-  void pluginDied(const std::shared_ptr<AVAudioUnit>& node, int processId);
+  void pluginDied(const sandbox::SandboxingUnitFactory::Death& death);
 
   // In construction order: each uses those above it.
   ConsoleOutput& console_;

@@ -41,14 +41,17 @@ Session::Session(system::MainLoop& loop, UiThread& window)
                [this](const std::string& action, const std::string& object) { menus_.perform(action, object); }},
       app_({state_, engine_, content_, menus_, notifications_, desktop_, loop}),
       menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
-  platform_.setDeathHandler([this](const std::shared_ptr<AVAudioUnit>& node) { engine_->pluginDied(node); });
+  platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }
 
 Session::~Session() = default;
 
 void Session::start() {
   app_.contentDidAppear();
-  dropoutTimer_ = loop_.repeatingTimer(1, [this] { mirror_.setDropouts(platform_.dropouts()); });
+  dropoutTimer_ = loop_.repeatingTimer(1, [this] {
+    mirror_.setDropouts(platform_.dropouts());
+    engine_->reportDroppedEvents();
+  });
 }
 
 void Session::carryOut(const window::ConsoleCommands::Action& action) {

@@ -71,10 +71,9 @@ EnginePlatform SystemPlatform::platform() {
           console_, &hardware_, &midi_,     files_.get(), &clips_, true};
 }
 
-void SystemPlatform::setDeathHandler(std::function<void(const std::shared_ptr<AVAudioUnit>&)> handler) {
+void SystemPlatform::setDeathHandler(sandbox::SandboxingUnitFactory::DeathHandler handler) {
   if (sandbox_) {
-    sandbox_->setDeathHandler(
-        [handler = std::move(handler)](const std::shared_ptr<AVAudioUnit>& node, int) { handler(node); });
+    sandbox_->setDeathHandler(std::move(handler));
   }
 }
 

@@ -49,7 +49,7 @@ class SystemPlatform {
   [[nodiscard]] AVAudioUnitComponentManager& components() { return *world_; }
 
   /// Called on the main thread when the process of a plug-in has ended by itself.
-  void setDeathHandler(std::function<void(const std::shared_ptr<AVAudioUnit>&)> handler);
+  void setDeathHandler(sandbox::SandboxingUnitFactory::DeathHandler handler);
 
   /// Blocks that were late or silent: xruns of the device, late plug-ins, files that were not read in time.
   [[nodiscard]] std::uint64_t dropouts() const;

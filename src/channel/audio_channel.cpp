@@ -31,6 +31,11 @@ void AudioChannel::endPlaybackRun() {
   playbackMeterStartedAt.set(std::nullopt);
 }
 
+std::optional<std::string> AudioChannel::lostStateBase64() const {
+  const bool isOfThisPath = lostState && lostState->pluginPath == pluginPath.get();
+  return isOfThisPath ? std::optional(lostState->stateBase64) : std::nullopt;
+}
+
 AVAudioUnitMIDIInstrument* AudioChannel::midiInstrument() const {
   return dynamic_cast<AVAudioUnitMIDIInstrument*>(instrumentNode.get().get());
 }

@@ -101,6 +101,15 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   std::atomic<float> meterLevel{0};
 
   Observable<std::shared_ptr<AVAudioNode>> instrumentNode;
+
+  /// What is left of an instrument that has died: what it was and its last state. Holds while the path is the same,
+  /// until the next instrument is installed.
+  struct LostState {
+    std::string pluginPath;
+    std::string stateBase64;
+  };
+  std::optional<LostState> lostState;
+
   Observable<std::shared_ptr<AVAudioPCMBuffer>> playbackBuffer;
   Observable<std::shared_ptr<AVAudioFile>> playbackFile;
   Observable<double> playbackFileDuration{0};  // seconds
@@ -115,6 +124,9 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
 
   /// Makes the playback idle. The player is not touched.
   void endPlaybackRun();
+
+  /// The state that an instrument which has died left to this path.
+  [[nodiscard]] std::optional<std::string> lostStateBase64() const;
 
   /// The form of `pluginPath`.
   [[nodiscard]] PluginPathKind pluginKind() const { return pluginPathKind(pluginPath.get()); }

@@ -79,6 +79,7 @@ void ChannelOperations::copyChannel(const AudioChannel& channel) {
   if (!isAllowed(LiveModeAction::copyChannel)) {
     return;
   }
+  engine_.pluginState().requestStates(channel);
   channelClipboard.set(makeChannelConfig(channel, engine_.pluginState()));
   selection_.selectedChannelId.set(channel.id);
 }
@@ -109,6 +110,7 @@ void ChannelOperations::duplicateChannel(const AudioChannel& channel) {
   if (!isAllowed(LiveModeAction::duplicateChannel) || !index) {
     return;
   }
+  engine_.pluginState().requestStates(channel);
   addChannelFromConfig(makeChannelConfig(channel, engine_.pluginState()), *index + 1);
 }
 

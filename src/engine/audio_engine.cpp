@@ -57,7 +57,8 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
                        platform.console, playbackCache_.get()}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
                 platform.mainQueue, platform.console}),
-      deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue}),
+      deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue, platform.console}),
+      droppedEvents_(strips_, platform.midi, platform.console),
       router_(*engine_, strips_.channels, midiCallbacks),
       playbackRuns_(platform.queues, platform.mainQueue, platform.clock) {
   mutator_.setStartHandler([this] { followOutputRate(); });

@@ -11,6 +11,7 @@
 
 #include "engine/audio_device_settings.h"
 #include "engine/channel_chains.h"
+#include "engine/dropped_events.h"
 #include "engine/effect_racks.h"
 #include "engine/engine_platform.h"
 #include "engine/graph_mutator.h"
@@ -84,8 +85,11 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   /// The song's tempo, limited to 20 to 300, with no jump of the plug-ins' beat.
   void setTempo(std::uint32_t bpm) { musicalContext_->setTempo(bpm); }
 
-  /// The process of this plug-in has ended by itself. To be called once, on the main thread.
-  void pluginDied(const std::shared_ptr<AVAudioNode>& node) { deaths_.pluginDied(node); }
+  /// The process of this plug-in has ended by itself; `how` is for the log. To be called once, on the main thread.
+  void pluginDied(const std::shared_ptr<AVAudioNode>& node, const std::string& how) { deaths_.pluginDied(node, how); }
+
+  /// Logs the MIDI events that have been dropped since the last call. To be called once a second or so.
+  void reportDroppedEvents() { droppedEvents_.report(); }
 
   void performGraphMutation(const std::string& label, const std::function<void()>& body);
 
@@ -135,6 +139,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   PlaybackLoader playbackLoader_;
   EffectRacks effects_;
   PluginCrashHandler deaths_;
+  DroppedEvents droppedEvents_;
   MidiRouter router_;
   double outputRate_ = 0;  // frames per second, at the last start
   std::optional<AudioDeviceSettings> deviceSettings_;

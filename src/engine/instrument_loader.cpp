@@ -95,8 +95,13 @@ void InstrumentLoader::giveUpInstrumentNode(AudioChannel& channel) {
   engine_.detach(node);
   const auto kind = channel.pluginKind();
   auto unit = std::dynamic_pointer_cast<AVAudioUnit>(node);
-  if (unit != nullptr && kind != PluginPathKind::empty && !isInternal(kind)) {
+  if (unit == nullptr || kind == PluginPathKind::empty || isInternal(kind)) {
+    return;
+  }
+  if (unit->isReusable()) {
     pool_.returnNodeToPool(std::move(unit), channel.pluginPath.get());
+  } else {
+    console_.print("The plug-in of strip " + channel.name.get() + " does not respond and is not used again");
   }
 }
 
@@ -113,6 +118,7 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
   clearPlaybackRun(channel);
   channel.pluginPath.set(key);
   channel.pluginName.set(name);
+  channel.lostState.reset();
   channel.status.set(ChannelStatus::running);
   chains_.rebuildChannelEffectChain(channel);
   if (stateBase64) {
@@ -188,6 +194,14 @@ void InstrumentLoader::simulatePluginCrash(AudioChannel& channel) {
   channel.status.set(ChannelStatus::crashed);
 }
 
+void InstrumentLoader::loseInstrument(AudioChannel& channel) {
+  const auto state = pluginState_.capturePluginState(channel);
+  simulatePluginCrash(channel);
+  if (state) {
+    channel.lostState = {channel.pluginPath.get(), *state};
+  }
+}
+
 void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channel) {
   const auto kind = channel->pluginKind();
   if (kind == PluginPathKind::empty) {
@@ -204,7 +218,7 @@ void InstrumentLoader::reviveChannel(const std::shared_ptr<AudioChannel>& channe
   const auto& resolver = pool_.resolver();
   const auto component = resolver && !isInternal(kind) ? resolver(channel->pluginPath.get()) : std::nullopt;
   if (component) {
-    loadInstrument(channel, *component, std::nullopt, nullptr);
+    loadInstrument(channel, *component, channel->lostStateBase64(), nullptr);
   }
 }
 

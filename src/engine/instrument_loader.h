@@ -84,15 +84,19 @@ class InstrumentLoader {
   /// Simulates a crash: the node is lost, path, name and effects stay, the status is `crashed`.
   void simulatePluginCrash(AudioChannel& channel);
 
-  /// Loads what the strip's path names again: an instrument, without a state; a file with its
-  /// current range and modes; a strip without a path becomes empty. Nothing for what is not installed, and for
-  /// clips.
+  /// The same for an instrument that has really died: the last state that it was given or captured stays with the
+  /// strip, for saves and for its revival.
+  void loseInstrument(AudioChannel& channel);
+
+  /// Loads what the strip's path names again: an instrument, with the state that a death left and without one after a
+  /// simulated crash; a file with its current range and modes; a strip without a path becomes empty. Nothing for what
+  /// is not installed, and for clips.
   void reviveChannel(const std::shared_ptr<AudioChannel>& channel);
 
   /// What brings back a channel whose path is "internal:playback".
   void setPlaybackRevival(std::function<void(AudioChannel&)> revive) { revivePlayback_ = std::move(revive); }
 
-  /// Unlinks the instrument and makes the engine forget it; a hosted one goes back to the pool.
+  /// Unlinks the instrument and makes the engine forget it; a hosted one that is reusable goes back to the pool.
   void giveUpInstrumentNode(AudioChannel& channel);
 
  private:

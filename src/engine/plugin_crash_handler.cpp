@@ -6,34 +6,42 @@
 #include "engine/instrument_loader.h"
 #include "engine/plugin_pool.h"
 #include "engine/strips.h"
+#include "platform/console_output.h"
 #include "platform/dispatch.h"
 
 namespace vrel {
 
-void PluginCrashHandler::pluginDied(const std::shared_ptr<AVAudioNode>& node) {
-  if (takeFromStrips(node)) {
+void PluginCrashHandler::pluginDied(const std::shared_ptr<AVAudioNode>& node, const std::string& how) {
+  if (takeFromStrips(node, how)) {
     return;
   }
-  pool_.forgetNode(node);
-  mainQueue_.async([this, life = life_.watch(), weakNode = std::weak_ptr(node)] {
-    const auto late = weakNode.lock();
-    if (life.isAlive() && late != nullptr) {
-      (void)takeFromStrips(late);
-    }
+  pool_.forgetNode(node, [&mainQueue = mainQueue_, this, life = life_.watch(), node, how](bool wasParked) {
+    mainQueue.async([this, life, node, how, wasParked] {
+      if (life.isAlive() && !takeFromStrips(node, how)) {
+        console_.print("Plug-in crashed outside of all strips: " + how +
+                       (wasParked ? "; it was parked for a later song, which loads it again" : ""));
+      }
+    });
   });
 }
 
-bool PluginCrashHandler::takeFromStrips(const std::shared_ptr<AVAudioNode>& node) {
+bool PluginCrashHandler::takeFromStrips(const std::shared_ptr<AVAudioNode>& node, const std::string& how) {
   for (const auto& channel : strips_.channels) {
     if (channel->instrumentNode.get() == node) {
-      instruments_.simulatePluginCrash(*channel);
+      console_.print("Plug-in crashed on strip " + channel->name.get() + ": " + how);
+      instruments_.loseInstrument(*channel);
       return true;
     }
     if (effects_.loseEffectNode(*channel, node)) {
+      console_.print("Effect crashed on strip " + channel->name.get() + ": " + how);
       return true;
     }
   }
-  return effects_.loseEffectNode(*strips_.masterChannel, node);
+  if (effects_.loseEffectNode(*strips_.masterChannel, node)) {
+    console_.print("Effect crashed on the master: " + how);
+    return true;
+  }
+  return false;
 }
 
 }  // namespace vrel

@@ -41,11 +41,13 @@ void PluginPool::returnNodeToPool(Node node, const std::string& key) {
   });
 }
 
-void PluginPool::forgetNode(const std::shared_ptr<AVAudioNode>& node) {
-  pluginPoolQueue_->async([this, node] {
+void PluginPool::forgetNode(const std::shared_ptr<AVAudioNode>& node, std::function<void(bool)> forgotten) {
+  pluginPoolQueue_->async([this, node, forgotten = std::move(forgotten)] {
+    std::size_t count = 0;
     for (auto& [key, idle] : pluginNodePool_) {
-      std::erase(idle, node);
+      count += std::erase(idle, node);
     }
+    forgotten(count > 0);
   });
 }
 

@@ -57,8 +57,8 @@ class PluginPool {
   /// Parks a node that a channel gave up; beyond the limit it goes out of existence. Any thread.
   void returnNodeToPool(Node node, const std::string& key);
 
-  /// Releases a parked node that has crashed. Any thread.
-  void forgetNode(const std::shared_ptr<AVAudioNode>& node);
+  /// Releases a node that has crashed; `forgotten` learns on the pool queue whether it was parked. Any thread.
+  void forgetNode(const std::shared_ptr<AVAudioNode>& node, std::function<void(bool wasParked)> forgotten);
 
   /// Sees to a warm node for every instrument of these songs. Nothing without a resolver.
   void prewarmPlugins(const std::vector<SongConfig>& songs);

@@ -34,11 +34,23 @@ std::optional<std::string> PluginState::capturePluginState(const AudioChannel& c
   if (channel.pluginKind() == PluginPathKind::empty) {
     return std::nullopt;
   }
+  if (channel.instrumentNode.get() == nullptr) {
+    return channel.lostStateBase64();
+  }
   auto* unit = dynamic_cast<AVAudioUnit*>(channel.instrumentNode.get().get());
   if (unit == nullptr) {
     return std::nullopt;
   }
   return stateText(unit->auAudioUnit(), "Failed to capture plugin state for " + channel.name.get() + ": ");
+}
+
+void PluginState::requestStates(const AudioChannel& channel) {
+  if (auto* unit = dynamic_cast<AVAudioUnit*>(channel.instrumentNode.get().get())) {
+    unit->auAudioUnit().requestFullStateForDocument();
+  }
+  for (const auto& [id, effect] : channel.effectNodes.get()) {
+    effect->auAudioUnit().requestFullStateForDocument();
+  }
 }
 
 std::vector<AudioPluginSlot> PluginState::captureEffectSlots(const AudioChannel& channel) {

@@ -23,10 +23,14 @@ class PluginState {
   PluginState(NSPropertyListSerialization& propertyLists, ConsoleOutput& console)
       : propertyLists_(propertyLists), console_(console) {}
 
+  /// Announces a capture of all that the channel hosts: before several channels are captured, each is announced, so
+  /// that their plug-ins work at the same time.
+  void requestStates(const AudioChannel& channel);
+
   /// The unit's document state, or else its preset state; none when it has neither.
   [[nodiscard]] std::optional<std::string> captureAudioUnitState(AUAudioUnit& unit);
 
-  /// The state of the channel's instrument; none for a channel that hosts no plug-in.
+  /// The state of the channel's instrument, or what one that has died left; none for a channel that hosts no plug-in.
   [[nodiscard]] std::optional<std::string> capturePluginState(const AudioChannel& channel);
 
   /// The slots that hold something, each with the present state of its node; a slot without a node

@@ -55,6 +55,10 @@ void SongSwitch::captureCurrentSong() {
   if (!selected || *selected >= state_.songs.get().size()) {
     return;
   }
+  engine_.pluginState().requestStates(*engine_.masterChannel());
+  for (const auto& channel : engine_.channels()) {
+    engine_.pluginState().requestStates(*channel);
+  }
   state_.songs.modify([this, &selected](std::vector<SongConfig>& songs) {
     auto& song = songs[*selected];
     song.songNotes = state_.songNotes.get();

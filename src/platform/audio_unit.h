@@ -19,6 +19,9 @@ class AUAudioUnit {
  public:
   virtual ~AUAudioUnit() = default;
 
+  /// Announces that `fullStateForDocument` is about to be read, so that several units can prepare theirs at once.
+  virtual void requestFullStateForDocument() {}
+
   /// The state for a document, and the state of a preset; none where the plug-in has no such state.
   [[nodiscard]] virtual std::optional<PropertyListDictionary> fullStateForDocument() = 0;
   [[nodiscard]] virtual std::optional<PropertyListDictionary> fullState() = 0;
@@ -50,6 +53,9 @@ class AVAudioUnit : public AVAudioNode {
 
   /// Clears held notes, tails and delay lines. Settings stay.
   virtual void reset() = 0;
+
+  /// Whether another strip may have it later; false once it has died or does not answer.
+  [[nodiscard]] virtual bool isReusable() { return true; }
 };
 
 /// A plug-in that is played by MIDI.
@@ -61,6 +67,9 @@ class AVAudioUnitMIDIInstrument : public AVAudioUnit, public AVAudioMixing {
 
   /// The two-byte form; system messages of one byte give `data1` as 0.
   virtual void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) = 0;
+
+  /// Events that found no room, since the node was made: blocks that are late leave them waiting.
+  [[nodiscard]] virtual std::uint64_t droppedEvents() const { return 0; }
 };
 
 enum class AudioComponentInstantiationOptions : std::uint32_t {

@@ -54,6 +54,9 @@ class MIDIService {
   /// The source's name (kMIDIPropertyName); none when it cannot be read.
   [[nodiscard]] virtual std::optional<std::string> MIDIObjectGetName(MIDIEndpointRef source) = 0;
 
+  /// Messages that were dropped because nobody took them in time.
+  [[nodiscard]] virtual std::uint64_t droppedMessages() const { return 0; }
+
   virtual void MIDIPortDispose(MIDIPortRef port) = 0;
   virtual void MIDIClientDispose(MIDIClientRef client) = 0;
 };

@@ -35,6 +35,7 @@ class SimulatedMIDIService : public MIDIService {
     return connectStatus;
   }
   std::optional<std::string> MIDIObjectGetName(MIDIEndpointRef source) override { return sources.at(source - 100); }
+  [[nodiscard]] std::uint64_t droppedMessages() const override { return dropped; }
   void MIDIPortDispose(MIDIPortRef port) override { record.push_back("dispose port " + std::to_string(port)); }
   void MIDIClientDispose(MIDIClientRef client) override {
     record.push_back("dispose client " + std::to_string(client));
@@ -47,6 +48,7 @@ class SimulatedMIDIService : public MIDIService {
   }
 
   std::vector<std::optional<std::string>> sources;  // their names; none: unreadable
+  std::uint64_t dropped = 0;
   OSStatus clientStatus = 0;
   OSStatus portStatus = 0;
   OSStatus connectStatus = 0;

@@ -27,8 +27,12 @@ struct RecordedEvent {
 /// record of a graph that `graphRecord` points to, among the graph's own entries.
 class ScriptedUnitCore : public AUAudioUnit {
  public:
+  void requestFullStateForDocument() override { ++stateRequests; }
   std::optional<PropertyListDictionary> fullStateForDocument() override {
     ++documentStateReads;
+    if (stateRead) {
+      stateRead();
+    }
     return documentState;
   }
   std::optional<PropertyListDictionary> fullState() override {
@@ -57,6 +61,8 @@ class ScriptedUnitCore : public AUAudioUnit {
   AUHostTransportStateBlock transportStateBlock;
   std::optional<PropertyListDictionary> documentState;
   std::optional<PropertyListDictionary> presetState;
+  std::function<void()> stateRead;  // called at each read of `documentState`
+  int stateRequests = 0;
   int documentStateReads = 0;
   int presetStateReads = 0;
   std::vector<std::string> calls;
@@ -100,10 +106,14 @@ class ScriptedInstrument : public SimulatedNodeOf<AVAudioUnitMIDIInstrument> {
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) override { events.push_back({status, data1, 0}); }
   void setVolume(float linearGain) override { volume_ = linearGain; }
   [[nodiscard]] float volume() const override { return volume_; }
+  [[nodiscard]] bool isReusable() override { return responds; }
+  [[nodiscard]] std::uint64_t droppedEvents() const override { return dropped; }
 
   ScriptedUnitCore core;
   std::optional<ScriptedHandle> handle;
   std::vector<RecordedEvent> events;
+  bool responds = true;
+  std::uint64_t dropped = 0;
 
  private:
   float volume_ = 1.0F;

@@ -152,6 +152,15 @@ TEST_F(Loading, OnlyAnInstrumentUnderAPluginsKeyIsParked) {
   }
 }
 
+TEST_F(Loading, AnInstrumentThatDoesNotRespondIsNeverParkedAndThatIsLogged) {
+  const auto strip = addStrip("Piano");
+  strip.instrument->responds = false;
+  engine->instruments().unloadInstrument(*strip.channel);
+  settle();
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 0U);
+  EXPECT_EQ(console.lines, Lines{"The plug-in of strip Piano does not respond and is not used again"});
+}
+
 TEST_F(Loading, AMixIsAppliedToWhatWasInstalled) {
   const auto strip = addStrip("Piano");
   meterOf(*strip.channel).setOutputVolume(-1.0F);

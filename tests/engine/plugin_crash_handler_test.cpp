@@ -18,7 +18,7 @@ TEST_F(Deaths, TheStripOfADeadInstrumentShowsTheCrashAndKeepsWhatItIsMeantToPlay
   const auto strip = addStrip("Piano");
   const auto effect = addEffect(*strip.channel, "Chorus");
   const auto other = addStrip("Organ", organKey);
-  engine->pluginDied(strip.instrument);
+  engine->pluginDied(strip.instrument, "It was killed by signal 9");
   settle();
   EXPECT_EQ(strip.channel->status.get(), ChannelStatus::crashed);
   EXPECT_EQ(strip.channel->instrumentNode.get(), nullptr);
@@ -36,7 +36,7 @@ TEST_F(Deaths, ADeadParkedNodeIsNeverHandedOut) {
   engine->pluginPool().returnNodeToPool(first, pianoKey);
   engine->pluginPool().returnNodeToPool(second, pianoKey);
   settle();
-  engine->pluginDied(first);
+  engine->pluginDied(first, "It was killed by signal 9");
   settle();
   EXPECT_EQ(engine->pluginPool().take(pianoKey), second);
   EXPECT_EQ(engine->pluginPool().take(pianoKey), nullptr);
@@ -49,7 +49,7 @@ TEST_F(Deaths, ANodeThatDiesOnItsWayIntoAStripCrashesTheStrip) {
   settle();
   const auto channel = engine->addChannel("Lead");
   // The report is in the queue before the installation is.
-  mainQueue.async([&] { engine->pluginDied(parked); });
+  mainQueue.async([&] { engine->pluginDied(parked, "It was killed by signal 9"); });
   engine->instruments().loadInstrument(channel, piano, std::nullopt, nullptr);
   settle();
   EXPECT_EQ(channel->status.get(), ChannelStatus::crashed);
@@ -64,7 +64,7 @@ TEST_F(Deaths, ADeadEffectLosesItsNodeAndTheChainClosesAroundIt) {
   auto slots = strip.channel->effectSlots.get();
   slots[0].stateBase64 = "kept";
   strip.channel->effectSlots.set(slots);
-  engine->pluginDied(dead);
+  engine->pluginDied(dead, "It was killed by signal 9");
   settle();
   EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(strip.channel->effectNodes.get().size(), 1U);
@@ -75,7 +75,7 @@ TEST_F(Deaths, ADeadEffectLosesItsNodeAndTheChainClosesAroundIt) {
 TEST_F(Deaths, ADeadEffectOfTheMasterLeavesTheMasterChain) {
   const auto dead = addEffect(*engine->masterChannel(), "Limiter");
   engine->chains().rebuildMasterEffectChain(true);
-  engine->pluginDied(dead);
+  engine->pluginDied(dead, "It was killed by signal 9");
   settle();
   EXPECT_TRUE(engine->masterChannel()->effectNodes.get().empty());
   EXPECT_EQ(graph().chainFrom(engine->engine().mainMixerNode()), "main mixer > output");
@@ -83,15 +83,78 @@ TEST_F(Deaths, ADeadEffectOfTheMasterLeavesTheMasterChain) {
 
 TEST_F(Deaths, AnUnusedNodeChangesNothing) {
   const auto strip = addStrip("Piano");
-  engine->pluginDied(std::make_shared<simulation::ScriptedInstrument>("stray"));
+  engine->pluginDied(std::make_shared<simulation::ScriptedInstrument>("stray"), "It was killed by signal 9");
   settle();
   EXPECT_EQ(strip.channel->status.get(), ChannelStatus::running);
 }
 
-TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAgainWithoutState) {
+TEST_F(Deaths, TheLastStateOfADeadInstrumentIsSavedAndComesBackWithItsRevival) {
   setResolver();
   const auto strip = addStrip("Piano");
-  engine->pluginDied(strip.instrument);
+  strip.instrument->core.documentState = PropertyListDictionary{{"tone", {std::int64_t{7}}}};
+  engine->pluginDied(strip.instrument, "Piano was killed by signal 9");
+  settle();
+  const auto saved = engine->pluginState().capturePluginState(*strip.channel);
+  EXPECT_EQ(engine->pluginState().decodePluginState(saved), strip.instrument->core.documentState);
+  engine->instruments().reviveChannel(strip.channel);
+  units.answer(0, nullptr, Error{"not today"});
+  settle();
+  EXPECT_EQ(strip.channel->status.get(), ChannelStatus::loadFailed);
+  EXPECT_EQ(engine->pluginState().capturePluginState(*strip.channel), saved) << "a revival that fails loses nothing";
+  engine->instruments().reviveChannel(strip.channel);
+  const auto node = units.answerWithInstrument();
+  settle();
+  EXPECT_EQ(node->core.documentState, strip.instrument->core.documentState);
+}
+
+TEST_F(Deaths, TheStateOfADeadInstrumentIsNotSavedWithAnotherPlugin) {
+  const auto strip = addStrip("Piano");
+  strip.instrument->core.documentState = PropertyListDictionary{{"tone", {std::int64_t{7}}}};
+  engine->pluginDied(strip.instrument, "Piano was killed by signal 9");
+  engine->instruments().loadVisualInstrument(*strip.channel, {}, nullptr);
+  EXPECT_EQ(engine->pluginState().capturePluginState(*strip.channel), std::nullopt);
+  engine->instruments().unloadInstrument(*strip.channel);
+  EXPECT_EQ(engine->pluginState().capturePluginState(*strip.channel), std::nullopt);
+}
+
+TEST_F(Deaths, ASimulatedCrashKeepsNoState) {
+  setResolver();
+  const auto strip = addStrip("Piano");
+  strip.instrument->core.documentState = PropertyListDictionary{{"tone", {std::int64_t{7}}}};
+  engine->instruments().simulatePluginCrash(*strip.channel);
+  EXPECT_EQ(engine->pluginState().capturePluginState(*strip.channel), std::nullopt);
+  engine->instruments().reviveChannel(strip.channel);
+  const auto node = units.answerWithInstrument();
+  settle();
+  EXPECT_EQ(node->core.calls, Lines{"host callbacks"});
+}
+
+TEST_F(Deaths, EachIsLoggedWithItsStripAndAParkedOneInWordsOfItsOwn) {
+  const auto strip = addStrip("Upper");
+  const auto effect = addEffect(*strip.channel, "Chorus");
+  const auto limiter = addEffect(*engine->masterChannel(), "Limiter");
+  const auto parked = std::make_shared<simulation::ScriptedInstrument>("parked");
+  engine->pluginPool().returnNodeToPool(parked, pianoKey);
+  const auto stray = std::make_shared<simulation::ScriptedInstrument>("stray");
+  const std::vector<std::shared_ptr<AVAudioNode>> dying = {strip.instrument, effect, limiter, parked, stray};
+  for (const auto& node : dying) {
+    engine->pluginDied(node, "Piano was killed by signal 9");
+    settle();
+  }
+  EXPECT_EQ(
+      console.lines,
+      (Lines{"Plug-in crashed on strip Upper: Piano was killed by signal 9",
+             "Effect crashed on strip Upper: Piano was killed by signal 9",
+             "Effect crashed on the master: Piano was killed by signal 9",
+             "Plug-in crashed outside of all strips: Piano was killed by signal 9; it was parked for a later song, "
+             "which loads it again",
+             "Plug-in crashed outside of all strips: Piano was killed by signal 9"}));
+}
+
+TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAgainWithoutStateWhenNoneIsKnown) {
+  setResolver();
+  const auto strip = addStrip("Piano");
+  engine->pluginDied(strip.instrument, "It was killed by signal 9");
   settle();
   engine->instruments().reviveChannel(strip.channel);
   EXPECT_EQ(strip.channel->status.get(), ChannelStatus::loading);
@@ -112,7 +175,7 @@ TEST_F(Deaths, RevivingAnEmptyStripEmptiesItAgain) {
 TEST_F(Deaths, RevivingWhatIsNotInstalledDoesNothing) {
   setResolver();
   const auto strip = addStrip("Organ", organKey);
-  engine->pluginDied(strip.instrument);
+  engine->pluginDied(strip.instrument, "It was killed by signal 9");
   settle();
   engine->instruments().reviveChannel(strip.channel);
   EXPECT_EQ(strip.channel->status.get(), ChannelStatus::crashed);

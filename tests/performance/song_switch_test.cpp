@@ -267,6 +267,29 @@ TEST_F(Switch, TheMastersRackIsCapturedWithTheStatesOfItsEffects) {
   EXPECT_TRUE(song(1).masterEffectSlots.empty());
 }
 
+TEST_F(Switch, ACaptureAsksAllPluginsBeforeItWaitsForTheFirst) {
+  addSong("One", {record("Piano", pianoKey), record("Organ", organKey)});
+  changeSong(0, [](SongConfig& song) { song.masterEffectSlots.emplace_back().pluginPath = chorusKey; });
+  songSwitch.applySong(0);
+  answerAll();
+  const auto coreOf = [this](std::size_t index) {
+    return &dynamic_cast<simulation::ScriptedInstrument&>(*strip(index).instrumentNode.get()).core;
+  };
+  const auto chorusNode = engine->masterChannel()->effectNodes.get().begin()->second;
+  const std::vector cores{coreOf(0), coreOf(1), &dynamic_cast<simulation::ScriptedUnit&>(*chorusNode).core};
+  for (auto* core : cores) {
+    core->stateRead = [&cores] {
+      for (const auto* each : cores) {
+        EXPECT_EQ(each->stateRequests, 1);
+      }
+    };
+  }
+  songSwitch.captureCurrentSong();
+  for (const auto* core : cores) {
+    EXPECT_EQ(core->documentStateReads, 1);
+  }
+}
+
 TEST_F(Switch, ACaptureLeavesTheDirtyMarkAlone) {
   addSong("One", {});
   songSwitch.applySong(0);

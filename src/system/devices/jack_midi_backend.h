@@ -37,8 +37,7 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] std::vector<MidiSource> sources() override;
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
-  /// Packets that were dropped because nobody took them in time. Any thread.
-  [[nodiscard]] std::uint64_t dropped() const { return packets_.dropped(); }
+  [[nodiscard]] std::uint64_t dropped() const override { return packets_.dropped(); }
 
  private:
   void serve();

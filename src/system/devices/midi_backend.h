@@ -43,6 +43,9 @@ class MidiBackend {
   /// Whether another backend may show the same sources as "bridged".
   [[nodiscard]] virtual bool canBeBridged() const { return false; }
 
+  /// Packets that were dropped because nobody took them in time. Any thread.
+  [[nodiscard]] virtual std::uint64_t dropped() const { return 0; }
+
   /// Reads this source, too. Nothing when it is read already.
   [[nodiscard]] virtual Outcome connect(const std::string& key) = 0;
 };

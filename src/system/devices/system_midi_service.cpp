@@ -106,6 +106,14 @@ std::optional<std::string> SystemMidiService::MIDIObjectGetName(MIDIEndpointRef 
   return endpoint != nullptr && !endpoint->source.name.empty() ? std::optional(endpoint->source.name) : std::nullopt;
 }
 
+std::uint64_t SystemMidiService::droppedMessages() const {
+  std::uint64_t count = 0;
+  for (const auto& backend : backends_) {
+    count += backend->dropped();
+  }
+  return count;
+}
+
 void SystemMidiService::MIDIPortDispose(MIDIPortRef port) {
   if (port == 0 || port != port_) {
     return;

@@ -41,6 +41,7 @@ class SystemMidiService final : public MIDIService {
   [[nodiscard]] MIDIEndpointRef MIDIGetSource(std::size_t index) override;
   OSStatus MIDIPortConnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
   [[nodiscard]] std::optional<std::string> MIDIObjectGetName(MIDIEndpointRef source) override;
+  [[nodiscard]] std::uint64_t droppedMessages() const override;
   void MIDIPortDispose(MIDIPortRef port) override;
   void MIDIClientDispose(MIDIClientRef client) override;
 

@@ -33,6 +33,11 @@ class SpscRing {
     return true;
   }
 
+  /// How many records wait; for the pushing thread at most so many.
+  [[nodiscard]] std::uint32_t size() const {
+    return end_.load(std::memory_order_relaxed) - begin_.load(std::memory_order_acquire);
+  }
+
   /// The oldest record; null when there is none. Stays valid until `pop`.
   [[nodiscard]] const Record* front() const {
     const std::uint32_t begin = begin_.load(std::memory_order_relaxed);

@@ -23,11 +23,13 @@ class ListedMidi final : public MidiBackend {
   void end() override { listener = {}; }
   std::vector<MidiSource> sources() override { return list; }
   bool canBeBridged() const override { return canBeBridged_; }
+  std::uint64_t dropped() const override { return lost; }
   Outcome connect(const std::string& key) override {
     connected.push_back(key);
     return key == "refuses" ? Outcome(Error{"no"}) : Outcome();
   }
 
+  std::uint64_t lost = 0;
   std::vector<MidiSource> list;
   std::vector<std::string> connected;
   std::string names;
@@ -70,6 +72,12 @@ class MidiServiceOnLists : public testing::Test {
   std::vector<std::int32_t> notices;
   std::vector<std::vector<std::uint8_t>> packets;
 };
+
+TEST_F(MidiServiceOnLists, WhatAllBackendsHaveDroppedIsCounted) {
+  jack->lost = 3;
+  alsa->lost = 4;
+  EXPECT_EQ(service->droppedMessages(), 7U);
+}
 
 TEST_F(MidiServiceOnLists, SourcesOfAllBackendsAreListedTogether) {
   makePort();

@@ -15,7 +15,7 @@
 #include "system/plugins/lv2/state_snapshot.h"
 #include "system/plugins/lv2/time_position.h"
 #include "system/plugins/lv2/unit_gate.h"
-#include "system/plugins/midi_record.h"
+#include "system/plugins/midi_queue.h"
 #include "system/plugins/musical_time.h"
 
 namespace vrel::lv2 {
@@ -40,6 +40,7 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
 
   /// Hands one message to the next block; false when it is not a message or there is no room. Wait-free.
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+  [[nodiscard]] std::uint64_t droppedEvents() const { return events_.dropped(); }
 
   /// Factor on the output, which the blocks follow smoothly. Not a number means silence.
   void setGain(float linearGain) { gain_.set(linearGain); }
@@ -82,7 +83,7 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   // Between the main thread and the block.
   std::atomic<bool> isRecreating_{false};  // set on the main thread, cleared on the world's
   UnitGate gate_;
-  MidiRing events_;
+  MidiQueue events_;
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 

@@ -47,6 +47,7 @@ class Lv2Instrument final : public audio::GraphNodeOf<AVAudioUnitMIDIInstrument>
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) override { sendMIDIEvent(status, data1, 0); }
 
   void setEventObserver(EventObserver observer) override { observer_ = std::move(observer); }
+  [[nodiscard]] std::uint64_t droppedEvents() const override { return instance_.processor()->droppedEvents(); }
 
  private:
   Lv2Instance instance_;

@@ -15,9 +15,6 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
     return dead;
   }
   const bool isLate = !owed_.empty();
-  if (isLate && answer == MessageKind::state) {
-    return slow;
-  }
   const std::uint32_t request = ++lastRequest_;
   owed_.emplace(request, answer);
   send({kind, request, std::move(body)});
@@ -41,6 +38,40 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
   return result;
 }
 
+bool GuestLink::owesAnswer() {
+  const MutexLock lock(mutex_);
+  return !owed_.empty();
+}
+
+bool GuestLink::requestState(const Send& send) {
+  const MutexLock lock(mutex_);
+  if (isDead() || !owed_.empty()) {
+    return false;
+  }
+  stateRequest_ = ++lastRequest_;
+  state_.reset();
+  owed_.emplace(*stateRequest_, MessageKind::state);
+  send({MessageKind::captureState, *stateRequest_});
+  return true;
+}
+
+std::optional<Bytes> GuestLink::takeState(Deadline deadline) {
+  MutexLock lock(mutex_);
+  const auto isOver = [this]() VREL_REQUIRES(mutex_) { return state_.has_value() || !stateRequest_ || isDead(); };
+  if (deadline) {
+    answered_.wait_until(lock.native(), *deadline, isOver);
+  } else {
+    answered_.wait(lock.native(), isOver);
+  }
+  return std::exchange(state_, std::nullopt);
+}
+
+void GuestLink::forgetState() {
+  const MutexLock lock(mutex_);
+  stateRequest_.reset();
+  state_.reset();
+}
+
 bool GuestLink::deliver(Message message) {
   const MutexLock lock(mutex_);
   const auto owed = owed_.find(message.request);
@@ -48,7 +79,11 @@ bool GuestLink::deliver(Message message) {
     return false;
   }
   owed_.erase(owed);
-  if (awaited_ == message.request) {
+  if (stateRequest_ == message.request) {
+    stateRequest_.reset();
+    state_ = std::move(message.body);
+    answered_.notify_all();
+  } else if (awaited_ == message.request) {
     answer_ = std::move(message.body);
     answered_.notify_all();
   }

@@ -18,12 +18,13 @@ namespace vrel::sandbox {
 
 /// What the supervisor's thread and the threads of a unit know of one guest together.
 ///
-/// Threads: `isDead` and `block` for any, the block included. `ask` on the main thread. The rest on
-/// the supervisor's. The requests are under `mutex_`.
+/// Threads: `isDead`, `isBehind`, `isHung` and `block` for any, the block included, which alone counts what it missed.
+/// `deliver` and `markDead` on the supervisor's thread, the rest on the main thread. The requests are under `mutex_`.
 class GuestLink {
  public:
   /// How long a question waits for its answer; none is for as long as the guest lives.
   using Timeout = std::optional<std::chrono::milliseconds>;
+  using Deadline = std::optional<std::chrono::steady_clock::time_point>;
   using Send = std::function<void(Message)>;
 
   explicit GuestLink(SharedMemory memory) : memory_(std::move(memory)) {}
@@ -31,9 +32,33 @@ class GuestLink {
   [[nodiscard]] SharedBlock& block() { return memory_.block(); }
   [[nodiscard]] bool isDead() const noexcept { return isDead_.load(std::memory_order_acquire); }
 
+  /// A guest that has missed every block for so long is behind, and then hung, seconds of the device's time.
+  static constexpr double behindSeconds = 0.1;
+  static constexpr double hungSeconds = 2;
+
+  /// What a block on a device has got of the guest. Wait-free.
+  void blockAnswered() noexcept { missedSeconds_.store(0, std::memory_order_relaxed); }
+  void blockMissed(double seconds) noexcept {
+    missedSeconds_.store(missedSeconds_.load(std::memory_order_relaxed) + seconds, std::memory_order_relaxed);
+  }
+  [[nodiscard]] bool isBehind() const { return missedSeconds_.load(std::memory_order_relaxed) >= behindSeconds; }
+  [[nodiscard]] bool isHung() const { return missedSeconds_.load(std::memory_order_relaxed) >= hungSeconds; }
+
+  /// Whether an answer is due.
+  [[nodiscard]] bool owesAnswer();
+
+  /// Asks for the plug-in's state and returns at once; whatever state came before is dropped. False, and nothing asked,
+  /// for a guest that is dead or owes an answer.
+  [[nodiscard]] bool requestState(const Send& send);
+
+  /// The state that was asked for, once: waits for it until `deadline`, none is for as long as the guest lives.
+  [[nodiscard]] std::optional<Bytes> takeState(Deadline deadline);
+
+  /// Drops a state that has come or is to come: it is older than one that is given now.
+  void forgetState();
+
   /// Sends a request and waits for its answer, of the kind `answer`. Fails when the guest is dead or out
-  /// of timeout. A guest that still owes an answer is given further requests without waiting, but is not
-  /// asked for what only an answer could give.
+  /// of timeout. A guest that still owes an answer is given further requests without waiting.
   [[nodiscard]] Result<Bytes> ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout);
 
   /// Gives an answer to whoever waits for it. False for one that nobody can have asked for.
@@ -45,6 +70,7 @@ class GuestLink {
  private:
   SharedMemory memory_;
   std::atomic<bool> isDead_{false};
+  std::atomic<double> missedSeconds_{0};
 
   Mutex mutex_;
   std::condition_variable answered_;
@@ -52,6 +78,8 @@ class GuestLink {
   std::map<std::uint32_t, MessageKind> owed_ VREL_GUARDED_BY(mutex_);  // by request, what is to come
   std::optional<std::uint32_t> awaited_ VREL_GUARDED_BY(mutex_);       // the request that somebody waits for
   std::optional<Bytes> answer_ VREL_GUARDED_BY(mutex_);
+  std::optional<std::uint32_t> stateRequest_ VREL_GUARDED_BY(mutex_);  // whose answer goes into `state_`
+  std::optional<Bytes> state_ VREL_GUARDED_BY(mutex_);
 };
 
 }  // namespace vrel::sandbox

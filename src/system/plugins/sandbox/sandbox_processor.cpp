@@ -39,7 +39,6 @@ bool SandboxProcessor::sendEvent(std::uint8_t status, std::uint8_t data1, std::u
     count(settings_.counters->droppedEvents);
     return false;
   }
-  ++sentEvents_;
   return true;
 }
 
@@ -56,15 +55,19 @@ void SandboxProcessor::process(const audio::ProcessBlock& block) noexcept {
     return;
   }
   if (!isAwaited_) {
-    count(settings_.counters->lateBlocks);
-    return;
-  }
-  if (awaitAnswer(block.deadline)) {
+    countMissed(block);
+  } else if (awaitAnswer(block.deadline)) {
+    guest_->link().blockAnswered();
     takeAnswer(block);
   } else if (!guest_->isDead()) {
     isGivenUp_ = true;
-    count(settings_.counters->lateBlocks);
+    countMissed(block);
   }
+}
+
+void SandboxProcessor::countMissed(const audio::ProcessBlock& block) noexcept {
+  count(settings_.counters->lateBlocks);
+  guest_->link().blockMissed(static_cast<double>(block.frameCount) / settings_.sampleRate);
 }
 
 bool SandboxProcessor::request(std::uint32_t frameCount, const audio::Stream& input) noexcept {
@@ -91,17 +94,13 @@ bool SandboxProcessor::request(std::uint32_t frameCount, const audio::Stream& in
 
 void SandboxProcessor::takeEvents(BlockRequest& request) noexcept {
   std::uint32_t eventCount = 0;
-  const std::uint32_t forgotten = forgottenEvents_.load(std::memory_order_acquire);
-  while (const MidiRecord* record = events_.front()) {
-    const bool isForgotten = static_cast<std::int32_t>(forgotten - takenEvents_) > 0;
-    if (!isForgotten) {
-      if (eventCount == request.events.size()) {
-        break;
-      }
-      request.events[eventCount++] = *record;
+  while (eventCount < request.events.size()) {
+    const MidiRecord* const record = events_.front();
+    if (record == nullptr) {
+      break;
     }
+    request.events[eventCount++] = *record;
     events_.pop();
-    ++takenEvents_;
   }
   request.eventCount = eventCount;
 }
@@ -141,6 +140,7 @@ void SandboxProcessor::addCounts(const GuestCounts& counts) noexcept {
     }
   };
   PluginCounters& counters = *settings_.counters;
+  add(droppedByGuest_, counted_.droppedEvents, before.droppedEvents);
   add(counters.droppedEvents, counted_.droppedEvents, before.droppedEvents);
   add(counters.silencedBlocks, counted_.silencedBlocks, before.silencedBlocks);
   add(counters.skippedBlocks, counted_.skippedBlocks, before.skippedBlocks);

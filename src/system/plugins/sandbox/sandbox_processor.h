@@ -9,7 +9,7 @@
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
 #include "system/audio/smoothed_gain.h"
-#include "system/plugins/midi_record.h"
+#include "system/plugins/midi_queue.h"
 #include "system/plugins/musical_time.h"
 #include "system/plugins/plugin_counters.h"
 #include "system/plugins/sandbox/supervisor.h"
@@ -21,7 +21,8 @@ namespace vrel::sandbox {
 ///
 /// With a deadline, an answer that is not there by then is given up: the block is silent, and the answer,
 /// when it comes, is dropped. Until it has come the guest is not asked again, and events wait. Without a
-/// deadline it waits for as long as the guest lives. A dead guest is silent at once.
+/// deadline it waits for as long as the guest lives. A dead guest is silent at once. The guest's link counts what a
+/// device's blocks have missed.
 ///
 /// Threads: `begin` and `process` belong to the block, all else to the main thread.
 class SandboxProcessor final : public audio::NodeProcessor {
@@ -29,6 +30,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   struct Settings {
     double sampleRate = 48000;  // at which the plug-in was made
     GuestLink::Timeout timeout;
+    GuestLink::Timeout captureTimeout;
     std::shared_ptr<PluginCounters> counters;
   };
 
@@ -46,18 +48,22 @@ class SandboxProcessor final : public audio::NodeProcessor {
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
 
   /// The next block forgets what has been sent so far.
-  void forgetEvents() { forgottenEvents_.store(sentEvents_, std::memory_order_release); }
+  void forgetEvents() { events_.forget(); }
+  /// Events that found no room, here or in the guest.
+  [[nodiscard]] std::uint64_t droppedEvents() const { return events_.dropped() + droppedByGuest_; }
 
   [[nodiscard]] audio::SmoothedGain& gain() { return gain_; }
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
   [[nodiscard]] Guest& guest() { return *guest_; }
   [[nodiscard]] GuestLink::Timeout timeout() const { return settings_.timeout; }
+  [[nodiscard]] GuestLink::Timeout captureTimeout() const { return settings_.captureTimeout; }
 
  private:
   [[nodiscard]] bool request(std::uint32_t frameCount, const audio::Stream& input) noexcept VREL_AUDIO_THREAD;
   void takeEvents(BlockRequest& request) noexcept VREL_AUDIO_THREAD;
   [[nodiscard]] bool awaitAnswer(std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
   void takeAnswer(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
+  void countMissed(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void addCounts(const GuestCounts& counts) noexcept VREL_AUDIO_THREAD;
 
   const std::shared_ptr<Guest> guest_;
@@ -66,13 +72,10 @@ class SandboxProcessor final : public audio::NodeProcessor {
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 
-  // From the main thread to the block.
-  MidiRing events_;
-  std::uint32_t sentEvents_ = 0;  // the main thread's
-  std::atomic<std::uint32_t> forgottenEvents_{0};
+  MidiQueue events_;                              // from the main thread to the block
+  std::atomic<std::uint64_t> droppedByGuest_{0};  // the other way
 
   // The block's.
-  std::uint32_t takenEvents_ = 0;
   Sequence asked_ = 0;
   bool isBegun_ = false;    // `begin` was called, `process` was not
   bool isAwaited_ = false;  // the answer to `asked_` is still good for this block

@@ -1,25 +1,61 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/sandboxed_unit.h"
 
+#include <chrono>
+#include <utility>
+
 #include "system/plugins/sandbox/property_list_bytes.h"
 
 namespace vrel::sandbox {
 
-std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() {
-  const Result<Bytes> answer =
-      processor_->guest().ask(MessageKind::captureState, {}, MessageKind::state, processor_->timeout());
-  if (!answer) {
-    log("did not return its state: " + answer.error().description + "; the last known state is kept");
-    return lastState_;
+void SandboxedInstance::requestFullStateForDocument() {
+  Guest& guest = processor_->guest();
+  if (guest.isDead()) {
+    return;
   }
-  if (answer.value().empty()) {
+  const auto now = std::chrono::steady_clock::now();
+  (void)takeState(now);  // the answer to an earlier capture
+  const bool isAsked = guest.requestState();
+  capture_ = isAsked && !guest.link().isBehind() ? Capture::waits : Capture::isBehind;
+  const auto timeout = processor_->captureTimeout();
+  captureDeadline_ = timeout ? GuestLink::Deadline(now + *timeout) : std::nullopt;
+}
+
+std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() {
+  if (capture_ == Capture::none) {
+    requestFullStateForDocument();
+  }
+  switch (std::exchange(capture_, Capture::none)) {
+    case Capture::waits:
+      if (!takeState(captureDeadline_)) {
+        const bool isDead = processor_->guest().isDead();
+        log(std::string("did not return its state: ") + (isDead ? "its process has ended" : "it does not respond") +
+            "; the last known state is kept");
+      }
+      break;
+    case Capture::isBehind:
+      log("is behind and was not waited for; the last known state is kept");
+      break;
+    case Capture::none:
+      (void)takeState(std::chrono::steady_clock::now());  // of a dead guest: what it has left
+      break;
+  }
+  return lastState_;
+}
+
+bool SandboxedInstance::takeState(GuestLink::Deadline deadline) {
+  const std::optional<Bytes> answer = processor_->guest().link().takeState(deadline);
+  if (!answer) {
+    return false;
+  }
+  if (answer->empty()) {
     log("has a state above 256 MiB, which is refused; the last one known is kept");
-  } else if (auto state = dictionaryFromBytes(answer.value())) {
+  } else if (auto state = dictionaryFromBytes(*answer)) {
     lastState_ = std::move(state);
   } else {
     log("returned a damaged state; the last known state is kept");
   }
-  return lastState_;
+  return true;
 }
 
 void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& state) {
@@ -28,6 +64,8 @@ void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& st
     return;
   }
   lastState_ = state;
+  processor_->guest().link().forgetState();
+  capture_ = Capture::none;
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());
   if (!answer) {
@@ -42,6 +80,11 @@ void SandboxedInstance::reset() {
   if (!answer) {
     log("was not reset in time: " + answer.error().description);
   }
+}
+
+bool SandboxedInstance::isReusable() {
+  GuestLink& link = processor_->guest().link();
+  return !link.isDead() && !link.isBehind() && !link.owesAnswer();
 }
 
 void SandboxedInstance::log(const std::string& what) const {

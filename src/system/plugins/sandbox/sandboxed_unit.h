@@ -18,8 +18,9 @@ namespace vrel::sandbox {
 
 /// The control half of a sandboxed unit: state, time and reset, by messages. Main thread.
 ///
-/// A guest that is dead or has not answered within the timeout costs the plug-in's latest changes, not its state: the
-/// last state that went in or came out is given back, and it is logged.
+/// A guest that is dead or has not answered in time costs the plug-in's latest changes, not its state: the last state
+/// that went in or came out is given back, and it is logged. An answer that comes later is the last state from then on.
+/// One that is behind with its blocks is asked, but not waited for.
 class SandboxedInstance final : public AUAudioUnit {
  public:
   using Log = std::function<void(const std::string&)>;
@@ -27,6 +28,7 @@ class SandboxedInstance final : public AUAudioUnit {
   SandboxedInstance(std::shared_ptr<SandboxProcessor> processor, std::string name, Log log)
       : processor_(std::move(processor)), name_(std::move(name)), log_(std::move(log)) {}
 
+  void requestFullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullState() override { return std::nullopt; }
   void setFullStateForDocument(const PropertyListDictionary& state) override;
@@ -34,15 +36,24 @@ class SandboxedInstance final : public AUAudioUnit {
   void setTransportStateBlock(AUHostTransportStateBlock block) override { processor_->time().set(std::move(block)); }
   void reset();
 
+  /// Whether the guest lives and neither owes an answer nor is behind with its blocks.
+  [[nodiscard]] bool isReusable();
+
   [[nodiscard]] const std::shared_ptr<SandboxProcessor>& processor() const { return processor_; }
 
  private:
+  [[nodiscard]] bool takeState(GuestLink::Deadline deadline);
   void log(const std::string& what) const;
 
   const std::shared_ptr<SandboxProcessor> processor_;
   const std::string name_;
   const Log log_;
   std::optional<PropertyListDictionary> lastState_;
+
+  // A capture under way; none between captures.
+  enum class Capture { none, waits, isBehind };
+  Capture capture_ = Capture::none;
+  GuestLink::Deadline captureDeadline_;
 };
 
 /// What both kinds of node have in common. Main thread.
@@ -54,6 +65,7 @@ class SandboxedNodeOf : public audio::GraphNodeOf<Interface>, public SandboxedNo
 
   [[nodiscard]] AUAudioUnit& auAudioUnit() override { return instance_; }
   void reset() override { instance_.reset(); }
+  [[nodiscard]] bool isReusable() override { return instance_.isReusable(); }
   [[nodiscard]] std::shared_ptr<audio::NodeProcessor> processor() const override { return instance_.processor(); }
   [[nodiscard]] int processId() const override { return instance_.processor()->guest().processId(); }
 
@@ -84,6 +96,7 @@ class SandboxedInstrument final : public SandboxedNodeOf<AVAudioUnitMIDIInstrume
   void sendMIDIEvent(std::uint8_t status, std::uint8_t data1) override { sendMIDIEvent(status, data1, 0); }
 
   void setEventObserver(EventObserver observer) override { observer_ = std::move(observer); }
+  [[nodiscard]] std::uint64_t droppedEvents() const override { return instance_.processor()->droppedEvents(); }
 
  private:
   EventObserver observer_;

@@ -12,7 +12,8 @@ namespace {
 std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioComponentDescription& codes,
                                       const std::string& name, const SandboxSettings& settings) {
   auto processor = std::make_shared<SandboxProcessor>(
-      std::move(ready), SandboxProcessor::Settings{settings.sampleRate, settings.timeout, settings.counters});
+      std::move(ready),
+      SandboxProcessor::Settings{settings.sampleRate, settings.timeout, settings.captureTimeout, settings.counters});
   if (codes.componentType == componentTypeMusicDevice) {
     return std::make_shared<SandboxedInstrument>(std::move(processor), name, settings.log);
   }
@@ -89,14 +90,16 @@ void SandboxingUnitFactory::launch(const AudioComponentDescription& description,
     made->node = node;
     handler(std::move(node), std::nullopt);
   };
-  launch.died = [made, counters = settings_.counters, &mainQueue = mainQueue_,
-                 weakHandler = std::weak_ptr(deathHandler_)] {
-    counters->deaths.fetch_add(1, std::memory_order_relaxed);
-    mainQueue.async([made, weakHandler] {
+  launch.died = [made, name = place->name, settings = settings_, &mainQueue = mainQueue_,
+                 weakHandler = std::weak_ptr(deathHandler_)](const std::string& how) {
+    settings.counters->deaths.fetch_add(1, std::memory_order_relaxed);
+    mainQueue.async([made, name, log = settings.log, weakHandler, how] {
       const auto handler = weakHandler.lock();
       const auto node = made->node.lock();
       if (handler != nullptr && *handler && node != nullptr) {
-        (*handler)(node, made->processId);
+        (*handler)({node, made->processId, name + " " + how});
+      } else if (log) {
+        log("plug-in " + name + " " + how + " as it was released");
       }
     });
   };

@@ -32,9 +32,10 @@ struct SandboxSettings {
   bool worksWithinBlock = false;  // see InstantiateRequest
   bool isRealTime = true;
 
-  /// How long the main thread waits for a plug-in's state, or for its reset; none while rendering a
-  /// file, where a plug-in has all the time it lives.
+  /// How long the main thread waits for a plug-in to take a state, to be reset or to follow a new rate, and how long
+  /// for a capture of all plug-ins together; none while rendering a file, where a plug-in has all the time it lives.
   GuestLink::Timeout timeout = std::chrono::seconds(2);
+  GuestLink::Timeout captureTimeout = std::chrono::milliseconds(50);
 
   std::function<void(const std::string&)> log;  // any thread
   std::shared_ptr<PluginCounters> counters = std::make_shared<PluginCounters>();
@@ -46,14 +47,19 @@ struct SandboxSettings {
 /// Threads: main. A sandboxed instantiation takes as long as it takes and answers on the supervisor's
 /// thread. All that is borrowed outlives the supervisor.
 /// Failure: a plug-in that dies while it is made is an error like any other. One that dies later is
-/// reported once, to `onUnitDied`.
+/// reported once, to the death handler, or logged when nobody holds its node any more.
 class SandboxingUnitFactory final : public AudioUnitFactory {
  public:
   /// Finds a plug-in by its codes; none when it is not installed. Any thread; may wait for a scan.
   using Finder = std::function<std::optional<PluginPlace>(const AudioComponentDescription&)>;
 
-  /// The node, if anybody still holds it, and the process that it had. Main queue.
-  using DeathHandler = std::function<void(const std::shared_ptr<AVAudioUnit>& node, int processId)>;
+  /// A unit whose process has ended by itself.
+  struct Death {
+    std::shared_ptr<AVAudioUnit> node;
+    int processId = 0;
+    std::string how;  // "Organ was killed by signal 9"
+  };
+  using DeathHandler = std::function<void(const Death& death)>;  // main queue
 
   SandboxingUnitFactory(AudioUnitFactory& inProcess, std::shared_ptr<Supervisor> supervisor, Finder finder,
                         MainQueue& mainQueue, SandboxSettings settings);

@@ -18,11 +18,18 @@ Guest::~Guest() {
 }
 
 Result<Bytes> Guest::ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Timeout timeout) {
-  const auto send = [this](Message message) {
+  return link_->ask(sender(), kind, std::move(body), answer, timeout);
+}
+
+bool Guest::requestState() {
+  return link_->requestState(sender());
+}
+
+GuestLink::Send Guest::sender() {
+  return [this](Message message) {
     supervisor_->core_->post([key = key_, message = std::make_shared<const Message>(std::move(message))](
                                  Supervisor::Core& core) { core.send(key, *message); });
   };
-  return link_->ask(send, kind, std::move(body), answer, timeout);
 }
 
 Supervisor::Supervisor(std::shared_ptr<Core> core) : core_(std::move(core)) {}

@@ -28,10 +28,15 @@ class Guest {
   [[nodiscard]] bool isDead() const noexcept { return link_->isDead(); }
   [[nodiscard]] int processId() const { return processId_; }
 
-  /// See GuestLink::ask. Main thread.
+  /// See GuestLink. Main thread.
   [[nodiscard]] Result<Bytes> ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Timeout timeout);
+  [[nodiscard]] bool requestState();
+
+  [[nodiscard]] GuestLink& link() { return *link_; }
 
  private:
+  [[nodiscard]] GuestLink::Send sender();
+
   const std::shared_ptr<Supervisor> supervisor_;
   const std::shared_ptr<GuestLink> link_;
   const std::uint64_t key_;
@@ -43,7 +48,7 @@ class Guest {
 ///
 /// Life of a guest: it is started; it has all the time it wants to say `ready`; it serves until its
 /// `Guest` is released; then it has `closingGrace` to end before it is killed. One that dies, closes
-/// its socket or sends what it may not is killed and reaped at any time.
+/// its socket or sends what it may not is killed and reaped at any time, and so is one that is hung (see GuestLink).
 ///
 /// Threads: `launch` from any but the audio thread. Callbacks and lines come on the supervisor's thread;
 /// they must not wait for it.
@@ -66,7 +71,8 @@ class Supervisor : public std::enable_shared_from_this<Supervisor> {
   struct Launch {
     InstantiateRequest request;
     std::function<void(Result<Ready>)> done;  // called once, also when the supervisor ends first
-    std::function<void()> died;               // called once, for a guest that was ready and not released
+    // Called once, for a guest that was ready and not released, with how it ended: "was killed by signal 9".
+    std::function<void(const std::string& how)> died;
   };
 
   [[nodiscard]] static Result<std::shared_ptr<Supervisor>> start(Settings settings);

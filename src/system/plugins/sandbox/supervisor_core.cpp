@@ -25,6 +25,9 @@ constexpr std::uint64_t wakeTag = 0;
 constexpr int readsPerTurn = 16;
 constexpr int readsAtTheEnd = 8192;
 
+// How often the guests that serve are looked at.
+constexpr auto watchInterval = std::chrono::milliseconds(250);
+
 std::string printable(std::span<const std::uint8_t> bytes) {
   std::string text(bytes.begin(), bytes.end());
   std::replace_if(
@@ -88,6 +91,7 @@ void Supervisor::Core::run() {
       handleEvent(event.data.u64, event.events);
     }
     killOverdue();
+    endHung();
   }
   // Commands hold launches, and those must be answered.
   runCommands();
@@ -98,7 +102,7 @@ void Supervisor::Core::run() {
 int Supervisor::Core::waitMilliseconds() const {
   auto next = Clock::time_point::max();
   for (const auto& [key, record] : guests_) {
-    next = std::min(next, record.killAt);
+    next = std::min(next, record.stage == Stage::serving ? Clock::now() + watchInterval : record.killAt);
   }
   if (next == Clock::time_point::max()) {
     return -1;
@@ -316,6 +320,20 @@ void Supervisor::Core::killOverdue() {
   }
 }
 
+void Supervisor::Core::endHung() {
+  for (auto& [key, record] : guests_) {
+    if (record.stage == Stage::serving && record.link->isHung()) {
+      // What follows does not wait for the process: one that hangs in the kernel may stay.
+      record.stage = Stage::closing;
+      record.process.kill();
+      record.link->markDead();
+      if (const auto died = std::exchange(record.launch.died, nullptr)) {
+        died("missed every block for 2 s and was ended");
+      }
+    }
+  }
+}
+
 void Supervisor::Core::guestEnded(std::uint64_t key) {
   const auto found = guests_.find(key);
   Record& record = found->second;
@@ -331,11 +349,10 @@ void Supervisor::Core::guestEnded(std::uint64_t key) {
   if (last.stage == Stage::closing) {
     return;
   }
-  log(last, "process " + ended->words);
   if (last.launch.done) {
     last.launch.done(Error{last.launch.request.pluginUri + ": its process " + ended->words});
   } else if (last.launch.died) {
-    last.launch.died();
+    last.launch.died(ended->words);
   }
 }
 

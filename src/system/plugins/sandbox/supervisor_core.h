@@ -75,6 +75,7 @@ class Supervisor::Core {
   void answerLaunch(Record& record, Result<Ready> result);
   void close(std::uint64_t key, Record& record);
   void killOverdue();
+  void endHung();
   void guestEnded(std::uint64_t key);
   void log(const Record& record, const std::string& text) const;
 

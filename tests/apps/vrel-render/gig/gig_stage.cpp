@@ -36,8 +36,7 @@ GigStage::GigStage(const std::filesystem::path& copiesFolder)
                                  nullptr, audioFiles_.get(), &clips_})),
       performer_({state_, *engine_, mainLoop_, clock_, console_, files_}, copiesFolder),
       counted_(performer_.content().songSwitch().stripsWillGo.connect([this] { ++switches_; })) {
-  units_->setDeathHandler(
-      [this](const std::shared_ptr<AVAudioUnit>& node, int /*processId*/) { engine_->pluginDied(node); });
+  units_->setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
   watchEvents();
   mainLoop_.runPending();
 }

@@ -110,7 +110,7 @@ TEST(Unit, TenPanicsBeforeOneBlockArriveWhole) {
   EXPECT_EQ(stage.settings.counters->droppedEvents, 0U);
 }
 
-TEST(Unit, AFullRingDropsTheNewestAndCountsThem) {
+TEST(Unit, AFullQueueDropsTheNewestControllersAndCountsThem) {
   const Stage stage;
   Player player(stage.make("urn:vrel:zoo:echo").unit);
   int observed = 0;
@@ -118,11 +118,12 @@ TEST(Unit, AFullRingDropsTheNewestAndCountsThem) {
   for (int count = 0; count < 2100; ++count) {
     player.send(0xB0, static_cast<std::uint8_t>(count / 128), static_cast<std::uint8_t>(count % 128));
   }
-  EXPECT_EQ(stage.settings.counters->droppedEvents, 52U);
-  EXPECT_EQ(observed, 2048);
+  EXPECT_EQ(stage.settings.counters->droppedEvents, 564U);
+  EXPECT_EQ(dynamic_cast<AVAudioUnitMIDIInstrument&>(player.unit()).droppedEvents(), 564U);
+  EXPECT_EQ(observed, 1536);
   const Echoed got = echoed(player.play(3072, 1024));
-  ASSERT_EQ(got.messages.size(), 2048U);
-  EXPECT_EQ(got.messages.back(), (Message{0xB0, 15, 127}));
+  ASSERT_EQ(got.messages.size(), 1536U);
+  EXPECT_EQ(got.messages.back(), (Message{0xB0, 11, 127}));
   player.send(0x90, 1, 1);
   EXPECT_EQ(echoed(player.block(16)).messages.size(), 1U);
 }

@@ -44,11 +44,10 @@ class RevivedStrips : public SandboxStage {
     show.engine->pluginPool().setResolver([all = scanInstrumentComponents(*inProcess_.world)](const std::string& key) {
       return resolvePluginPath(key, all);
     });
-    factory_->setDeathHandler(
-        [this, &engine = *show.engine](const std::shared_ptr<AVAudioUnit>& node, int /*process*/) {
-          ++deathCount_;
-          engine.pluginDied(node);
-        });
+    factory_->setDeathHandler([this, &engine = *show.engine](const SandboxingUnitFactory::Death& death) {
+      ++deathCount_;
+      engine.pluginDied(death.node, death.how);
+    });
     show.rebel = load(*show.engine, "urn:vrel:zoo:rebel-kind");
     show.sine = load(*show.engine, "urn:vrel:zoo:sine");
     show.engine->routeMIDI(0x90, 69, 100);

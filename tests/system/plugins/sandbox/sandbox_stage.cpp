@@ -13,6 +13,7 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
   // The scan reads the environment, which some tests change.
   (void)inProcess_.world->componentsMatchingDescription({});
   settings_.timeout = timeout;
+  settings_.captureTimeout = timeout;
   settings_.worksWithinBlock = true;
   settings_.isRealTime = isRealTime;
   settings_.log = [lines = lines_](const std::string& line) {
@@ -26,8 +27,10 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
     return plugin ? std::optional(PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
   };
   factory_ = std::make_unique<SandboxingUnitFactory>(*inProcess_.factory, supervisor_, finder, mainLoop_, settings_);
-  factory_->setDeathHandler(
-      [this](const std::shared_ptr<AVAudioUnit>& /*node*/, int processId) { deaths_.push_back(processId); });
+  factory_->setDeathHandler([this](const SandboxingUnitFactory::Death& death) {
+    deaths_.push_back(death.processId);
+    settings_.log(death.how);
+  });
 }
 
 SandboxStage::~SandboxStage() {

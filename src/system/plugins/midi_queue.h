@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "system/plugins/midi_record.h"
+
+namespace vrel {
+
+/// The events of one instrument on their way from the main thread to the block, wait-free for both.
+///
+/// A queue that the instrument does not empty never loses what ends a sound. Controllers find no room first, then
+/// keys pressed; what releases (keys, pedal and wheel, the messages of a panic) has room of its own, and when that is
+/// full too, each is kept once and goes out after the queue. Until it has, nothing else is taken in, so the order is
+/// kept. What is dropped is counted.
+class MidiQueue {
+ public:
+  /// What controllers, and then pressed keys, leave free.
+  static constexpr std::uint32_t reservedForKeys = 512;
+  static constexpr std::uint32_t reservedForReleases = 256;
+
+  /// Takes one message in; false when it is dropped. Main thread.
+  bool push(const MidiRecord& record) {
+    const auto release = releaseOf(record);
+    const bool isKey = (record.bytes[0] & 0xF0U) == 0x90;
+    const std::uint32_t reserved = release ? 0 : isKey ? reservedForReleases : reservedForKeys;
+    if (overdueCount_.load(std::memory_order_acquire) == 0 && ring_.size() + reserved < MidiRing::capacity) {
+      (void)ring_.push(record);
+      ++pushed_;
+      return true;
+    }
+    if (release) {
+      keep(*release);
+      return true;
+    }
+    dropped_.fetch_add(1, std::memory_order_relaxed);
+    return false;
+  }
+
+  /// What has been pushed so far never comes out any more. Main thread.
+  void forget() {
+    forgotten_.store(pushed_, std::memory_order_release);
+    for (std::size_t word = 0; word < overdue_.size(); ++word) {
+      giveBack(overdue_[word].exchange(0));
+    }
+  }
+
+  /// Events that were dropped. Any thread.
+  [[nodiscard]] std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
+
+  /// The oldest message, until `pop`; null when there is none. The block, as `pop`.
+  [[nodiscard]] const MidiRecord* front() noexcept {
+    const std::uint32_t forgotten = forgotten_.load(std::memory_order_acquire);
+    while (const MidiRecord* const record = ring_.front()) {
+      if (static_cast<std::int32_t>(forgotten - popped_) <= 0) {
+        shown_ = inRing;
+        return record;
+      }
+      popFromRing();
+    }
+    return overdueCount_.load(std::memory_order_acquire) == 0 ? nullptr : firstOverdue();
+  }
+
+  /// Removes what `front` has returned.
+  void pop() noexcept {
+    if (shown_ == inRing) {
+      popFromRing();
+    } else {
+      giveBack(overdue_[shown_ / wordBits].fetch_and(~(std::uint64_t{1} << (shown_ % wordBits))) &
+               (std::uint64_t{1} << (shown_ % wordBits)));
+    }
+  }
+
+ private:
+  // Releases by number: the controllers of all MIDI channels, one after the other, then the keys of each.
+  static constexpr std::array<std::uint8_t, 5> controllers = {64, 1, 121, 120, 123};
+  static constexpr std::uint32_t midiChannels = 16;
+  static constexpr std::uint32_t keys = 128;
+  static constexpr std::uint32_t firstKey = controllers.size() * midiChannels;
+  static constexpr std::uint32_t releaseCount = firstKey + midiChannels * keys;
+  static constexpr std::uint32_t wordBits = 64;
+  static constexpr std::uint32_t inRing = releaseCount;
+
+  [[nodiscard]] static std::optional<std::uint32_t> releaseOf(const MidiRecord& record) {
+    const auto [status, data1, data2] = record.bytes;
+    const std::uint32_t kind = status & 0xF0U;
+    const std::uint32_t midiChannel = status & 0x0FU;
+    if (kind == 0x80 || (kind == 0x90 && data2 == 0)) {
+      return firstKey + midiChannel * keys + data1 % keys;
+    }
+    const auto* const found = std::find(controllers.begin(), controllers.end(), data1);
+    const bool isRest = data2 == 0 || data1 >= 120;
+    if (kind != 0xB0 || found == controllers.end() || !isRest) {
+      return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(found - controllers.begin()) * midiChannels + midiChannel;
+  }
+
+  [[nodiscard]] static MidiRecord recordOf(std::uint32_t release) noexcept {
+    if (release >= firstKey) {
+      const std::uint32_t key = release - firstKey;
+      return {{static_cast<std::uint8_t>(0x80 + key / keys), static_cast<std::uint8_t>(key % keys), 0}};
+    }
+    return {{static_cast<std::uint8_t>(0xB0 + release % midiChannels), controllers[release / midiChannels], 0}};
+  }
+
+  void keep(std::uint32_t release) {
+    auto& word = overdue_[release / wordBits];
+    const std::uint64_t bit = std::uint64_t{1} << (release % wordBits);
+    if ((word.load() & bit) == 0) {
+      overdueCount_.fetch_add(1);  // first: while it is not 0, the ring takes nothing in
+      word.fetch_or(bit);
+    }
+  }
+
+  void giveBack(std::uint64_t cleared) noexcept {
+    overdueCount_.fetch_sub(static_cast<std::uint32_t>(std::popcount(cleared)));
+  }
+
+  [[nodiscard]] const MidiRecord* firstOverdue() noexcept {
+    for (std::uint32_t word = 0; word < overdue_.size(); ++word) {
+      if (const std::uint64_t bits = overdue_[word].load(); bits != 0) {
+        shown_ = word * wordBits + static_cast<std::uint32_t>(std::countr_zero(bits));
+        shownRecord_ = recordOf(shown_);
+        return &shownRecord_;
+      }
+    }
+    return nullptr;
+  }
+
+  void popFromRing() noexcept {
+    ring_.pop();
+    ++popped_;
+  }
+
+  MidiRing ring_;
+  std::array<std::atomic<std::uint64_t>, (releaseCount + wordBits - 1) / wordBits> overdue_{};
+  std::atomic<std::uint32_t> overdueCount_{0};
+  std::atomic<std::uint32_t> forgotten_{0};  // of those that went into the ring
+  std::atomic<std::uint64_t> dropped_{0};
+
+  std::uint32_t pushed_ = 0;  // the main thread's
+
+  // The block's.
+  std::uint32_t popped_ = 0;
+  std::uint32_t shown_ = inRing;
+  MidiRecord shownRecord_{};
+};
+
+}  // namespace vrel

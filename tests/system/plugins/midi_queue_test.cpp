@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/midi_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace vrel {
+namespace {
+
+using Bytes3 = std::array<std::uint8_t, 3>;
+
+class Queue : public testing::Test {
+ protected:
+  bool push(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+    return queue->push({{status, data1, data2}});
+  }
+
+  /// Pushes until one is dropped; returns how many were not.
+  std::uint32_t fill(std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
+    std::uint32_t count = 0;
+    while (push(status, data1, data2)) {
+      ++count;
+    }
+    return count;
+  }
+
+  std::vector<Bytes3> popAll() {
+    std::vector<Bytes3> all;
+    while (const MidiRecord* const record = queue->front()) {
+      all.push_back(record->bytes);
+      queue->pop();
+    }
+    return all;
+  }
+
+  std::unique_ptr<MidiQueue> queue = std::make_unique<MidiQueue>();
+};
+
+TEST_F(Queue, FullOfControllersItStillTakesKeysAndFullOfKeysReleases) {
+  const std::uint32_t controllers = fill(0xB0, 11, 100);
+  EXPECT_EQ(controllers, MidiRing::capacity - MidiQueue::reservedForKeys);
+  const std::uint32_t bends = fill(0xE0, 0, 64);
+  EXPECT_EQ(bends, 0U);
+  const std::uint32_t pressed = fill(0x90, 60, 100);
+  EXPECT_EQ(pressed, MidiQueue::reservedForKeys - MidiQueue::reservedForReleases);
+  EXPECT_TRUE(push(0x80, 60, 0));
+  EXPECT_TRUE(push(0x90, 61, 0)) << "a release too";
+  EXPECT_TRUE(push(0xB0, 64, 0));
+  EXPECT_FALSE(push(0xB0, 64, 127));
+  EXPECT_EQ(queue->dropped(), 4U);
+  const auto all = popAll();
+  ASSERT_EQ(all.size(), controllers + pressed + 3);
+  EXPECT_EQ(all.back(), (Bytes3{0xB0, 64, 0}));
+}
+
+TEST_F(Queue, NoReleaseIsEverLostAndEachComesOnceBehindWhatWasSentBefore) {
+  for (int time = 0; time < 3; ++time) {
+    for (std::uint8_t channel = 0; channel < 16; ++channel) {
+      for (std::uint8_t key = 0; key < 128; ++key) {
+        EXPECT_TRUE(push(static_cast<std::uint8_t>(0x80 + channel), key, 30));
+      }
+      for (const std::uint8_t controller : std::array<std::uint8_t, 5>{64, 1, 120, 121, 123}) {
+        EXPECT_TRUE(push(static_cast<std::uint8_t>(0xB0 + channel), controller, 0));
+      }
+    }
+  }
+  EXPECT_FALSE(push(0x90, 60, 100)) << "its release would come before it";
+  EXPECT_EQ(queue->dropped(), 1U);
+  const auto all = popAll();
+  EXPECT_EQ(all.size(), MidiRing::capacity + 16 * (128 + 5));
+  const std::set<Bytes3> behind(all.begin() + MidiRing::capacity, all.end());
+  EXPECT_EQ(behind.size(), 16U * (128 + 5));
+  EXPECT_TRUE(behind.contains({0x8F, 127, 0}));
+  EXPECT_TRUE(behind.contains({0xBF, 123, 0}));
+  EXPECT_TRUE(push(0x90, 60, 100)) << "emptied, it takes all again";
+  EXPECT_EQ(popAll(), std::vector<Bytes3>({{0x90, 60, 100}}));
+}
+
+TEST_F(Queue, WhatIsForgottenNeverComesOutAndWhatFollowsDoes) {
+  (void)fill(0x90, 60, 100);
+  for (int time = 0; time < 1000; ++time) {
+    (void)push(0x80, 60, 0);
+  }
+  queue->forget();
+  EXPECT_EQ(queue->front(), nullptr);
+  (void)push(0x80, 60, 0);
+  queue->forget();
+  (void)push(0x90, 64, 1);
+  EXPECT_EQ(popAll(), std::vector<Bytes3>({{0x90, 64, 1}}));
+}
+
+TEST_F(Queue, FromThreadToThreadEveryKeyThatWasTakenInIsReleasedInOrder) {
+  std::array<int, 128> held{};
+  std::atomic<bool> isOver = false;
+  std::thread block([&] {
+    for (bool isLast = false; !isLast;) {
+      isLast = isOver;
+      while (const MidiRecord* const record = queue->front()) {
+        held[record->bytes[1]] = record->bytes[0] == 0x90 ? 1 : 0;
+        queue->pop();
+      }
+    }
+  });
+  for (int round = 0; round < 20000; ++round) {
+    const auto key = static_cast<std::uint8_t>(round % 128);
+    (void)push(0x90, key, 100);
+    (void)push(0xB0, 11, key);
+    EXPECT_TRUE(push(0x80, key, 0));
+  }
+  isOver = true;
+  block.join();
+  EXPECT_EQ(held, (std::array<int, 128>{}));
+}
+
+}  // namespace
+}  // namespace vrel

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Guests that do not answer: captures do not wait for them, and on a device they are ended. No wait here has a
+// limit, so whatever waited for a guest that is stopped would never end.
+
+#include <csignal>
+#include <thread>
+#include <vector>
+
+#include "system/plugins/sandbox/processes.h"
+#include "system/plugins/sandbox/sandbox_stage.h"
+
+namespace vrel::sandbox {
+namespace {
+
+constexpr std::size_t blocksPerSecond = 48000 / 128;
+
+class HungGuests : public SandboxStage {
+ protected:
+  [[nodiscard]] static GuestLink& linkOf(const std::shared_ptr<AVAudioUnit>& unit) {
+    return dynamic_cast<SandboxedInstance&>(unit->auAudioUnit()).processor()->guest().link();
+  }
+
+  /// A rebel that plays this level and whose state was captured.
+  [[nodiscard]] std::shared_ptr<AVAudioUnit> captured(std::uint8_t level) {
+    auto unit = rebel();
+    play(unit, level);
+    (void)unit->auAudioUnit().fullStateForDocument();
+    return unit;
+  }
+
+  static void play(const std::shared_ptr<AVAudioUnit>& unit, std::uint8_t level) {
+    DeadlinePlayer player(unit);
+    player.key(60, level);
+    EXPECT_EQ(player.block(std::nullopt), constant(level));
+  }
+
+  /// Blocks of a device whose time is over when they begin: what is stopped misses each.
+  static void miss(const std::shared_ptr<AVAudioUnit>& unit, std::size_t count) {
+    DeadlinePlayer player(unit);
+    for (std::size_t block = 0; block < count; ++block) {
+      (void)player.block(-1ms);
+    }
+  }
+};
+
+TEST_F(HungGuests, OneThatIsBehindIsNotWaitedForByACaptureAndItsLateStateIsTheLastOneKnown) {
+  const auto unit = captured(64);
+  const auto old = unit->auAudioUnit().fullStateForDocument();
+  play(unit, 96);
+  stop(processOf(unit));
+  miss(unit, blocksPerSecond / 5);
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), old);
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), old);
+  EXPECT_TRUE(hasLogged("is behind and was not waited for; the last known state is kept"));
+  EXPECT_FALSE(unit->isReusable());
+  kill(processOf(unit), SIGCONT);
+  EXPECT_TRUE(happens([&] { return !linkOf(unit).owesAnswer(); }));
+  stop(processOf(unit));
+  const auto late = unit->auAudioUnit().fullStateForDocument();
+  EXPECT_NE(late, old);
+  kill(processOf(unit), SIGCONT);
+  const auto revived = rebel();
+  revived->auAudioUnit().setFullStateForDocument(*late);
+  EXPECT_EQ(lv2::Player(revived).block(128), constant(96));
+}
+
+TEST_F(HungGuests, AllAreAskedBeforeTheFirstIsWaitedFor) {
+  const std::vector units{captured(40), captured(50), captured(60)};
+  for (const auto& unit : units) {
+    stop(processOf(unit));
+    unit->auAudioUnit().requestFullStateForDocument();
+    EXPECT_TRUE(linkOf(unit).owesAnswer());
+  }
+  for (const auto& unit : units) {
+    kill(processOf(unit), SIGCONT);
+  }
+  for (const auto& unit : units) {
+    EXPECT_TRUE(happens([&] { return !linkOf(unit).owesAnswer(); })) << "nobody has read it yet";
+    EXPECT_TRUE(unit->auAudioUnit().fullStateForDocument());
+  }
+  EXPECT_TRUE(lines().empty()) << lines().front();
+}
+
+TEST_F(HungGuests, AnAnswerIsOnlyTakenForTheCaptureThatAskedForIt) {
+  const auto unit = captured(64);
+  const auto given = captured(32)->auAudioUnit().fullStateForDocument();
+  stop(processOf(unit));
+  unit->auAudioUnit().requestFullStateForDocument();
+  std::thread goOn([&] {
+    (void)happensWithin(20ms, [] { return false; });
+    kill(processOf(unit), SIGCONT);
+  });
+  unit->auAudioUnit().setFullStateForDocument(*given);
+  goOn.join();
+  EXPECT_TRUE(happens([&] { return !linkOf(unit).owesAnswer(); }));
+  kill(processOf(unit), SIGKILL);
+  EXPECT_TRUE(happens([&] { return deaths().size() == 1; }));
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), given) << "the one asked for before is older";
+}
+
+TEST_F(HungGuests, OneThatOwesAnAnswerIsNotReusableUntilItHasGivenIt) {
+  const auto unit = captured(64);
+  EXPECT_TRUE(unit->isReusable());
+  stop(processOf(unit));
+  unit->auAudioUnit().requestFullStateForDocument();
+  EXPECT_FALSE(unit->isReusable());
+  kill(processOf(unit), SIGCONT);
+  EXPECT_TRUE(happens([&] { return unit->isReusable(); }));
+  kill(processOf(unit), SIGKILL);
+  EXPECT_TRUE(happens([&] { return !unit->isReusable(); }));
+}
+
+TEST_F(HungGuests, OneThatMissesEveryBlockForTwoSecondsOfADeviceIsEndedAndReported) {
+  const auto unit = captured(64);
+  const auto state = unit->auAudioUnit().fullStateForDocument();
+  const pid_t process = processOf(unit);
+  stop(process);
+  miss(unit, 2 * blocksPerSecond + 1);
+  EXPECT_TRUE(happens([&] { return deaths() == std::vector<int>{process}; }));
+  EXPECT_TRUE(hasLogged("missed every block for 2 s and was ended"));
+  EXPECT_TRUE(happens([&] { return !isThere(process); }));
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state);
+}
+
+TEST_F(HungGuests, OneThatAnswersInBetweenIsNotEnded) {
+  const auto unit = captured(64);
+  for (int time = 0; time < 2; ++time) {
+    stop(processOf(unit));
+    miss(unit, 2 * blocksPerSecond - 1);
+    EXPECT_TRUE(linkOf(unit).isBehind());
+    EXPECT_FALSE(linkOf(unit).isHung());
+    kill(processOf(unit), SIGCONT);
+    DeadlinePlayer player(unit);
+    EXPECT_TRUE(happens([&] { return player.block(5s) == constant(64); }));
+    EXPECT_FALSE(linkOf(unit).isBehind());
+  }
+  EXPECT_TRUE(deaths().empty());
+}
+
+}  // namespace
+}  // namespace vrel::sandbox
