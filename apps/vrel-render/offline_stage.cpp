@@ -32,6 +32,7 @@ sandbox::SandboxSettings sandboxSettings(const lv2::HostSettings& host) {
   settings.worksWithinBlock = true;
   settings.isRealTime = false;
   settings.timeout = std::nullopt;
+  settings.captureTimeout = std::nullopt;
   settings.log = host.log;
   settings.counters = host.counters;
   return settings;
