@@ -71,7 +71,7 @@ TEST(PoolThreads, TakesReturnsAndPrewarmsFromAllSidesLoseNothingAndEndInTheMidst
         }
         seen.emplace_back(node);
         if (turn % 3 == 0) {
-          pool.forgetNode(node);
+          pool.forgetNode(node, [](bool) {});
         }
         pool.returnNodeToPool(std::move(node), key);
         EXPECT_LE(pool.idleCount(key), PluginPool::largestCountPerKey + 1);
