@@ -117,7 +117,7 @@ std::shared_ptr<Supervisor> startSupervisor() {
   return Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = {}}).value();
 }
 
-Supervisor::Ready launchInstrument(Supervisor& supervisor, std::function<void()> died) {
+Supervisor::Ready launchInstrument(Supervisor& supervisor, std::function<void(const std::string& how)> died) {
   const AudioComponentDescription codes = lv2::componentCodes(componentTypeMusicDevice, rebelUri);
   std::promise<Result<Supervisor::Ready>> made;
   supervisor.launch({.request = {.bundlePath = VREL_ZOO_PATH "/rebel.lv2/",
@@ -139,7 +139,7 @@ class Sandboxed {
     for (std::size_t index = 0; index < count; ++index) {
       instruments_.push_back(std::make_shared<SandboxProcessor>(
           launchInstrument(*supervisor_, {}),
-          SandboxProcessor::Settings{48000, std::nullopt, std::make_shared<PluginCounters>()}));
+          SandboxProcessor::Settings{48000, std::nullopt, std::nullopt, std::make_shared<PluginCounters>()}));
       processors_.push_back(instruments_.back());
     }
   }
@@ -259,7 +259,7 @@ double secondsUntilWaitedFor() {
 /// From the kill of an instrument's process until its death is reported.
 double secondsUntilReported(Supervisor& supervisor) {
   std::promise<void> died;
-  const auto ready = launchInstrument(supervisor, [&died] { died.set_value(); });
+  const auto ready = launchInstrument(supervisor, [&died](const std::string& /*how*/) { died.set_value(); });
   return secondsOf([&] {
     kill(ready.guest->processId(), SIGKILL);
     died.get_future().wait();
