@@ -38,9 +38,11 @@ Session::Session(system::MainLoop& loop, UiThread& window)
       mirror_(mirrorSource_, content_, desktop_.shownAlert, *window.model().meters()),
       menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn()}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
-               [this](const std::string& action, const std::string& object) { menus_.perform(action, object); }},
+               [this](const std::string& action, const std::string& object) { menus_.perform(action, object); },
+               settings_},
       app_({state_, engine_, content_, menus_, notifications_, desktop_, loop}),
       menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
+  mirror_.mirrorSettings(settings_);
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }
 

@@ -12,6 +12,7 @@
 #include "console/meter_readings.h"
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
+#include "console/window_settings.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 #include "platform/console_output.h"
@@ -98,6 +99,7 @@ class Session {
   system::WindowDesktop desktop_;
   NSNotificationCenter notifications_;
   ContentView content_;
+  WindowSettings settings_{defaults_};
   MeterReadings meterReadings_;
   window::MirrorSource mirrorSource_;
   window::ConsoleMirror mirror_;

@@ -4,7 +4,7 @@
 
 A view-model counts as used where QML reads the property from a name of its type: a property of ConsoleModel (such as
 `desk.session.isLive`), or a property or parameter that the file declares (such as `required property StripViewModel
-entry`). The opposite, a name that C++ does not offer, is found by qmllint.
+entry`), or the name of its type, for a singleton. The opposite, a name that C++ does not offer, is found by qmllint.
 """
 
 import argparse
@@ -17,7 +17,7 @@ import source_tree
 FOLDER = "src/console/window"
 
 CLASS = re.compile(r"^class (\w+)\b.*\{\s*$")
-SHOWN = re.compile(r"^\s*VREL_(?:SHOWN\(.*,\s*|TEXT\()(\w+)\)")
+SHOWN = re.compile(r"^\s*VREL_(?:SHOWN\(.*,\s*|TEXT\(|HINT\()(\w+)\)")
 COMMAND = re.compile(r"\bQ_INVOKABLE\b[^(]*\b(\w+)\(")
 MODEL_PROPERTY = re.compile(r"Q_PROPERTY\((?:\w+::)*(\w+)\*? (\w+) READ")
 QML_PROPERTY = r"\bproperty\s+{type}\s+(\w+)"
@@ -54,7 +54,7 @@ def check_tree(root: pathlib.Path) -> list[str]:
     for name, properties in classes.items():
         used: set[str] = set()
         for qml in files:
-            names = set(accessors.get(name, set()))
+            names = {name} | accessors.get(name, set())
             for declaration in (QML_PROPERTY, QML_PARAMETER):
                 names |= set(re.findall(declaration.format(type=name), qml))
             for holder in names:

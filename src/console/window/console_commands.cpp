@@ -7,6 +7,7 @@
 #include <string>
 
 #include "console/content_view.h"
+#include "console/window_settings.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 
@@ -231,6 +232,14 @@ void ConsoleCommands::selectLearnTarget(learn_kind::Kind kind, int channelIndex)
 
 void ConsoleCommands::panic() {
   withContent([](ContentView& content) { content.panic(); });
+}
+
+void ConsoleCommands::zoom(int by) {
+  post_([by](ConsoleActions& actions) { actions.settings.zoom(by); });
+}
+
+void ConsoleCommands::toggleKeyboard() {
+  post_([](ConsoleActions& actions) { actions.settings.toggleKeyboard(); });
 }
 
 void ConsoleCommands::activateMenuItem(const QString& action, const QString& object) {

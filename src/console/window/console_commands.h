@@ -15,6 +15,7 @@
 namespace vrel {
 class AudioChannel;
 class ContentView;
+class WindowSettings;
 }  // namespace vrel
 
 namespace vrel::window {
@@ -25,6 +26,7 @@ struct ConsoleActions {
   std::function<void(std::optional<std::size_t> button)> answerAlert;
   /// An item of the menus by its action and object, which also works when the menus have been rebuilt meanwhile.
   std::function<void(const std::string& action, const std::string& object)> activateMenuItem;
+  WindowSettings& settings;
 };
 
 /// What a person does at the window, for QML to call. Each command is posted to the main queue and returns at once;
@@ -83,6 +85,11 @@ class ConsoleCommands : public QObject {
   /// An index below 0 means no strip.
   Q_INVOKABLE void selectLearnTarget(vrel::window::learn_kind::Kind kind, int channelIndex);
   Q_INVOKABLE void panic();
+
+  /// 1 for a larger console, -1 for a smaller one, 0 for the normal size.
+  Q_INVOKABLE void zoom(int by);
+  /// Folds the keyboard panel to its bars, or back.
+  Q_INVOKABLE void toggleKeyboard();
 
   /// Both from the item's MenuEntry.
   Q_INVOKABLE void activateMenuItem(const QString& action, const QString& object);

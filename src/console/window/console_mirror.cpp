@@ -13,6 +13,7 @@
 
 #include "console/content_view.h"
 #include "console/status_words.h"
+#include "console/window_settings.h"
 #include "document/app_state.h"
 #include "document/value_scales.h"
 #include "engine/audio_engine.h"
@@ -83,6 +84,15 @@ void ConsoleMirror::mirrorSession() {
       View::selectedSongIndexKey,
       [&state] { return state.selectedSongIndex.get() ? static_cast<int>(*state.selectedSongIndex.get()) : -1; },
       state.selectedSongIndex);
+  const auto songName = [&state](std::size_t ahead) {
+    const auto& songs = state.songs.get();
+    const auto index = state.selectedSongIndex.get();
+    return index && *index + ahead < songs.size() ? songs[*index + ahead].name : std::string();
+  };
+  session_.derive(
+      View::stageSongKey, [songName] { return songName(0); }, state.songs, state.selectedSongIndex);
+  session_.derive(
+      View::nextSongKey, [songName] { return songName(1); }, state.songs, state.selectedSongIndex);
   session_.follow(View::isSwitchingKey, state.songSwitchInProgress);
   session_.derive(
       View::switchTextKey, [&state] { return songSwitchText(state); }, state.songSwitchInProgress,
@@ -181,6 +191,11 @@ void ConsoleMirror::mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert) 
 
 void ConsoleMirror::setMenus(const QList<MenuEntry>& menus) {
   menuBar_.set(MenuBarViewModel::menusKey, menus);
+}
+
+void ConsoleMirror::mirrorSettings(WindowSettings& settings) {
+  session_.follow(SessionViewModel::zoomPercentKey, settings.zoomPercent);
+  session_.follow(SessionViewModel::isKeyboardFoldedKey, settings.isKeyboardFolded);
 }
 
 void ConsoleMirror::setDropouts(std::uint64_t count) {

@@ -23,6 +23,7 @@ namespace vrel {
 class AudioChannel;
 class ContentView;
 struct SongConfig;
+class WindowSettings;
 }  // namespace vrel
 
 namespace vrel::window {
@@ -50,6 +51,9 @@ class ConsoleMirror {
   ConsoleMirror& operator=(const ConsoleMirror&) = delete;
 
   void setMenus(const QList<MenuEntry>& menus);
+
+  /// Borrowed, and outlives this.
+  void mirrorSettings(WindowSettings& settings);
 
   /// How many blocks have been late or silent.
   void setDropouts(std::uint64_t count);

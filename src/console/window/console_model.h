@@ -6,6 +6,7 @@
 
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
+#include "console/window/hints_view_model.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
 #include "console/window/texts_view_model.h"
@@ -24,6 +25,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::SessionViewModel* session READ session CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MasterViewModel* master READ master CONSTANT FINAL)
   Q_PROPERTY(vrel::window::TextsViewModel* texts READ texts CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::HintsViewModel* hints READ hints CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MenuBarViewModel* menuBar READ menuBar CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT FINAL)
@@ -44,6 +46,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] SessionViewModel* session() { return &session_; }
   [[nodiscard]] MasterViewModel* master() { return &master_; }
   [[nodiscard]] TextsViewModel* texts() { return &texts_; }
+  [[nodiscard]] HintsViewModel* hints() { return &hints_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
   [[nodiscard]] MenuBarViewModel* menuBar() { return &menuBar_; }
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
@@ -58,6 +61,7 @@ class ConsoleModel : public QObject {
   SessionViewModel session_;
   MasterViewModel master_;
   TextsViewModel texts_;
+  HintsViewModel hints_{texts_};
   AlertViewModel alert_;
   MenuBarViewModel menuBar_;
   MirrorStore store_;

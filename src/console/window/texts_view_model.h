@@ -42,6 +42,7 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(mute)
   VREL_TEXT(solo)
   VREL_TEXT(panic)
+  VREL_TEXT(keyboard)
   VREL_TEXT(dropouts)
   VREL_TEXT(languageLabel)
   VREL_TEXT(tempoTitle)

@@ -29,6 +29,8 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QString, fileName)  // empty before the first save
   VREL_SHOWN(bool, isDirty)
   VREL_SHOWN(int, selectedSongIndex)  // -1 for none
+  VREL_SHOWN(QString, stageSong)      // its name; empty without one
+  VREL_SHOWN(QString, nextSong)
   VREL_SHOWN(bool, isSwitching)
   VREL_SHOWN(QString, switchText)
   VREL_SHOWN(int, tempoBpm)
@@ -45,6 +47,9 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QString, problem)   // the last line of the log
   VREL_SHOWN(int, problemCount)  // how many there have been
   VREL_SHOWN(int, dropouts)      // blocks that were late or silent
+
+  VREL_SHOWN(int, zoomPercent)
+  VREL_SHOWN(bool, isKeyboardFolded)
 
   VREL_SHOWN(bool, isLive)
   // What the mode allows now; see live_mode_policy.h.

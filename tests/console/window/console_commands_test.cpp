@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "console/window/console_stage.h"
+#include "console/window_settings.h"
 
 namespace vrel::window {
 namespace {
@@ -39,9 +40,11 @@ class Commands : public ConsoleStage {
   std::vector<std::optional<std::size_t>> answers;
   using MenuItems = std::vector<std::pair<std::string, std::string>>;
   MenuItems menuItems;
+  WindowSettings settings{defaults};
   ConsoleActions actions{
       content, [this](std::optional<std::size_t> button) { answers.push_back(button); },
-      [this](const std::string& action, const std::string& object) { menuItems.emplace_back(action, object); }};
+      [this](const std::string& action, const std::string& object) { menuItems.emplace_back(action, object); },
+      settings};
   ConsoleCommands commands{
       [this](const ConsoleCommands::Action& action) { mainQueue.async([this, action] { action(actions); }); }};
 };

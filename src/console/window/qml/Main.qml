@@ -15,6 +15,16 @@ Window {
     readonly property bool isLive: desk.session.isLive
     readonly property bool isAsked: desk.alert.isShown
     readonly property bool isCovered: isAsked || desk.session.isLoading
+    // Pixels for each point. All lengths but the window's own are in points.
+    readonly property real drawScale: Laws.windowScale(width, height, desk.session.zoomPercent)
+
+    // Menus and other popups lie in the content, too, and are scaled with it.
+    function fit(): void {
+        contentItem.transformOrigin = Item.TopLeft;
+        contentItem.scale = drawScale;
+        contentItem.width = width / drawScale;
+        contentItem.height = height / drawScale;
+    }
 
     // No caret may stay in a text field: from here on the keyboard is a remote control.
     function dropCaret(): void {
@@ -30,10 +40,24 @@ Window {
     title: desk.texts.appTitle
     color: Theme.background
     onIsLiveChanged: dropCaret()
+    onDrawScaleChanged: fit()
+    onWidthChanged: fit()
+    onHeightChanged: fit()
+    Component.onCompleted: fit()
+
+    Binding {
+        target: Theme
+        property: "isLive"
+        value: window.isLive
+    }
 
     MenuKeys {
         desk: window.desk
         isAllowed: !window.isCovered
+    }
+
+    ZoomKeys {
+        desk: window.desk
     }
 
     MouseArea {
@@ -50,8 +74,8 @@ Window {
 
         ColumnLayout {
             anchors.fill: parent
-            anchors.margins: 6
-            spacing: 6
+            anchors.margins: 3
+            spacing: 4
 
             ConsoleMenuBar {
                 Layout.fillWidth: true
@@ -67,34 +91,23 @@ Window {
                 Layout.fillWidth: true
                 desk: window.desk
             }
-            RowLayout {
+            Item {
+                id: body
+
                 Layout.fillWidth: true
                 Layout.fillHeight: true
-                spacing: 6
 
-                ColumnLayout {
-                    Layout.fillWidth: false
-                    Layout.fillHeight: true
-                    Layout.preferredWidth: Math.max(340, Math.min(600, window.width * 0.32))
-                    spacing: 6
+                SongColumn {
+                    id: songs
 
-                    SetlistPanel {
-                        Layout.fillWidth: true
-                        Layout.fillHeight: true
-                        desk: window.desk
-                    }
-                    TempoPanel {
-                        Layout.fillWidth: true
-                        desk: window.desk
-                    }
-                    NotesPanel {
-                        Layout.fillWidth: true
-                        desk: window.desk
-                    }
+                    width: Laws.setlistWidth(content.width)
+                    height: body.height
+                    desk: window.desk
                 }
-                StripsPanel {
-                    Layout.fillWidth: true
-                    Layout.fillHeight: true
+                WorkArea {
+                    x: songs.width + 4
+                    width: body.width - x
+                    height: body.height
                     desk: window.desk
                 }
             }
@@ -109,7 +122,7 @@ Window {
         anchors.fill: parent
         visible: window.isLive
         color: "transparent"
-        border.width: 4
+        border.width: 3
         border.color: Theme.live
     }
 
@@ -120,9 +133,9 @@ Window {
 
     // Above the loading modal: a hanging note must be silenced at once, whatever is loading.
     PanicButton {
-        x: window.width - width - 14
-        y: header.y + 14
-        height: header.height - 16
+        x: content.width - width - 8
+        y: header.y + 6
+        height: header.height - 6
         desk: window.desk
         enabled: !window.isAsked
     }

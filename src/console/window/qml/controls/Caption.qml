@@ -5,7 +5,7 @@ import Vrel.Console
 
 Text {
     color: Theme.quietInk
-    font.pixelSize: Theme.smallText
+    font.pixelSize: Theme.tinyText
     font.bold: true
     font.letterSpacing: 1
     elide: Text.ElideRight

@@ -14,6 +14,7 @@ AbstractButton {
     property int textSize: Theme.bodyText
     property string spokenName: text
     property bool isOffered: true
+    property string hint
 
     padding: 6
     implicitWidth: Math.max(Theme.touch, implicitContentWidth + 4 * padding)
@@ -23,6 +24,7 @@ AbstractButton {
 
     Accessible.role: Accessible.Button
     Accessible.name: spokenName
+    Accessible.description: hint
     Accessible.onPressAction: button.clicked()
 
     background: Rectangle {
@@ -38,10 +40,15 @@ AbstractButton {
         font.pixelSize: button.textSize
         font.bold: true
         fontSizeMode: Text.Fit
-        minimumPixelSize: 11
+        minimumPixelSize: Theme.tinyText
         wrapMode: Text.WordWrap
         elide: Text.ElideRight
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
+    }
+
+    Hint {
+        over: button
+        text: button.hint
     }
 }

@@ -36,20 +36,26 @@ QtObject {
     readonly property color faderEdge: Qt.rgba(40 / 255, 40 / 255, 40 / 255, 1)
     readonly property color divider: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
 
-    readonly property int touch: 48
+    // Set by the window: what is played needs room for a finger on stage.
+    property bool isLive: false
+    readonly property int touch: isLive ? 44 : 36
+    readonly property int handle: 36
     readonly property int dragDistance: 8
     readonly property int gap: 8
     readonly property int radius: 6
-    readonly property int song: 62
-    readonly property int strip: 138
+    readonly property int song: isLive ? 46 : 40
+    readonly property int strip: 132
     readonly property int masterInEdit: 120
     readonly property int masterInLive: 97
 
+    // The smallest is still 11 pixels high where the window is drawn at its smallest scale.
+    readonly property int tinyText: 13
     readonly property int smallText: 14
-    readonly property int bodyText: 17
-    readonly property int strongText: 21
-    readonly property int songText: 30
-    readonly property int tempoText: 52
+    readonly property int bodyText: 16
+    readonly property int strongText: 19
+    readonly property int songText: 22
+    readonly property int stageText: 30
+    readonly property int tempoText: 34
 
     // Words on a field of this colour: dark on a bright one, light on a dark one.
     function inkOn(field: color): color {

@@ -1,31 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import QtQuick
+import QtQuick.Layouts
 import Vrel.Console
 
-Column {
+RowLayout {
     id: title
 
     required property ConsoleModel desk
 
-    spacing: 1
+    spacing: Theme.gap
 
     Text {
-        width: title.width
         text: title.desk.texts.appTitle
         color: Theme.accent
         font.pixelSize: 28
         font.bold: true
-        font.letterSpacing: 6
-        elide: Text.ElideRight
+        font.letterSpacing: 4
         Accessible.role: Accessible.Heading
         Accessible.name: text
     }
     Text {
-        width: title.width
+        Layout.preferredWidth: 170
         text: title.desk.texts.slogan
         color: Theme.quietInk
-        font.pixelSize: 11
-        font.letterSpacing: 1
+        font.pixelSize: Theme.tinyText
         wrapMode: Text.WordWrap
         maximumLineCount: 2
         elide: Text.ElideRight

@@ -12,26 +12,25 @@ Panel {
     readonly property bool isLive: desk.session.isLive
     readonly property string fileWords: desk.session.fileName === "" ? "\u2014" : desk.session.fileName
 
-    implicitHeight: 80
+    implicitHeight: 54
 
     RowLayout {
         anchors.fill: parent
-        anchors.leftMargin: 2 * Theme.gap
-        anchors.rightMargin: Theme.gap
-        anchors.topMargin: Theme.gap
-        anchors.bottomMargin: Theme.gap
+        anchors.leftMargin: Theme.gap
+        anchors.rightMargin: 4
+        anchors.topMargin: 3
+        anchors.bottomMargin: 3
         spacing: Theme.gap
 
         AppTitle {
             desk: header.desk
             Layout.alignment: Qt.AlignVCenter
-            Layout.preferredWidth: 200
         }
 
         ColumnLayout {
             Layout.fillWidth: true
             Layout.alignment: Qt.AlignVCenter
-            spacing: 4
+            spacing: 1
 
             Text {
                 objectName: "fileName"
@@ -50,25 +49,31 @@ Panel {
             }
         }
 
+        FailureSigns {
+            Layout.maximumWidth: 320
+            Layout.fillHeight: true
+            desk: header.desk
+        }
+
         DropoutLamp {
             Layout.preferredWidth: 100
-            Layout.preferredHeight: Theme.touch
+            Layout.fillHeight: true
             desk: header.desk
         }
 
         LanguagePicker {
             desk: header.desk
-            Layout.preferredWidth: 84
-            Layout.preferredHeight: Theme.touch
+            Layout.preferredWidth: 72
+            Layout.fillHeight: true
         }
 
         PushButton {
             objectName: "liveButton"
-            Layout.preferredWidth: 130
+            Layout.preferredWidth: 104
             Layout.fillHeight: true
             text: header.isLive ? "LIVE" : "EDIT"
             spokenName: header.isLive ? header.desk.texts.modeLive : header.desk.texts.modeEdit
-            textSize: 34
+            textSize: 28
             fill: header.isLive ? Theme.live : Theme.edit
             ink: Theme.ink
             edge: header.isLive ? Theme.ink : Theme.line
@@ -78,7 +83,7 @@ Panel {
 
         PushButton {
             objectName: "learnButton"
-            Layout.preferredWidth: 136
+            Layout.preferredWidth: 120
             Layout.fillHeight: true
             text: header.desk.session.learnLabel
             textSize: Theme.strongText
@@ -88,7 +93,7 @@ Panel {
 
         // The panic button is here; it belongs to the window, above whatever covers the rest.
         Item {
-            Layout.preferredWidth: 160
+            Layout.preferredWidth: 152
             Layout.fillHeight: true
         }
     }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Says in Live mode that the keyboard is a remote control, and which key does what.
+// In Live mode: the song on stage and the next one, to be read from where the performer is, and which key of the keyboard does
+// what.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -11,7 +12,7 @@ Rectangle {
 
     required property ConsoleModel desk
 
-    readonly property list<string> hints: [
+    readonly property list<string> keys: [
         desk.texts.livePanicCommand,
         desk.texts.liveMuteChannelsCommand,
         desk.texts.liveSoloChannelCommand,
@@ -21,44 +22,75 @@ Rectangle {
 
     objectName: "liveBanner"
     visible: desk.session.isLive
-    implicitHeight: 40
+    implicitHeight: 62
     radius: Theme.radius
     color: Theme.live
 
-    RowLayout {
+    ColumnLayout {
         anchors.fill: parent
-        anchors.leftMargin: 2 * Theme.gap
-        anchors.rightMargin: 2 * Theme.gap
-        spacing: 2 * Theme.gap
+        anchors.leftMargin: Theme.gap
+        anchors.rightMargin: Theme.gap
+        anchors.topMargin: 2
+        anchors.bottomMargin: 2
+        spacing: 0
 
-        Text {
-            text: banner.desk.texts.liveModeTitle
-            color: Theme.ink
-            font.pixelSize: Theme.strongText
-            font.bold: true
-            Accessible.role: Accessible.Heading
-            Accessible.name: text
-        }
-
-        Repeater {
-            model: banner.hints
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            spacing: 2 * Theme.gap
 
             Text {
-                required property string modelData
-                required property int index
-
-                Layout.fillWidth: true
-                Layout.preferredWidth: implicitWidth
-                text: modelData
-                color: index === 0 ? Theme.warning : Theme.ink
-                font.pixelSize: index === 0 ? Theme.bodyText : Theme.smallText
+                text: banner.desk.texts.liveModeTitle
+                color: Theme.ink
+                font.pixelSize: Theme.smallText
                 font.bold: true
-                fontSizeMode: Text.HorizontalFit
-                minimumPixelSize: 10
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+            Text {
+                objectName: "stageSong"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 600
+                text: banner.desk.session.stageSong
+                color: Theme.ink
+                font.pixelSize: Theme.stageText
+                font.bold: true
                 elide: Text.ElideRight
-                horizontalAlignment: Text.AlignHCenter
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
+            }
+            Text {
+                objectName: "nextSong"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 500
+                text: banner.desk.session.nextSong === "" ? "" : "\u25b8 " + banner.desk.session.nextSong
+                color: Theme.faded(Theme.ink, 0.8)
+                font.pixelSize: 28
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 2 * Theme.gap
+
+            Repeater {
+                model: banner.keys
+
+                Text {
+                    required property string modelData
+                    required property int index
+
+                    Layout.fillWidth: true
+                    text: modelData
+                    color: index === 0 ? Theme.warning : Theme.ink
+                    font.pixelSize: Theme.tinyText
+                    font.bold: true
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
             }
         }
     }

@@ -3,7 +3,7 @@
 import QtQuick
 import Vrel.Console
 
-Column {
+Row {
     id: label
 
     required property ConsoleModel desk
@@ -12,21 +12,20 @@ Column {
     readonly property color nameColor: desk.session.hasMidiPort ? Theme.ink : Theme.warning
 
     objectName: "midiPort"
+    spacing: 6
     Accessible.role: Accessible.StaticText
     Accessible.name: caption.text + " " + portName
 
     Text {
         id: caption
 
-        width: label.width
         text: "MIDI IN"
         color: Theme.faintInk
-        font.pixelSize: 11
-        elide: Text.ElideRight
+        font.pixelSize: Theme.tinyText
         Accessible.ignored: true
     }
     Text {
-        width: label.width
+        width: label.width - caption.width - label.spacing
         text: label.portName
         color: label.nameColor
         font.pixelSize: Theme.smallText

@@ -14,9 +14,9 @@ PushButton {
     }
 
     objectName: "panicButton"
-    implicitWidth: 160
+    implicitWidth: 152
     text: desk.texts.panic
-    textSize: 34
+    textSize: 30
     fill: Theme.panic
     ink: Theme.ink
     edge: Theme.ink

@@ -13,7 +13,7 @@ PushButton {
 
     objectName: "problems"
     visible: number > seen
-    implicitHeight: 40
+    implicitHeight: Theme.isLive ? 36 : 26
     text: desk.session.problem
     fill: Theme.panel
     edge: Theme.warning
@@ -28,7 +28,7 @@ PushButton {
             anchors.rightMargin: 2 * Theme.touch
             text: line.text
             color: Theme.warning
-            font.pixelSize: Theme.bodyText
+            font.pixelSize: Theme.smallText
             elide: Text.ElideRight
             verticalAlignment: Text.AlignVCenter
         }
@@ -38,7 +38,7 @@ PushButton {
             anchors.verticalCenter: parent.verticalCenter
             text: "\u00d7"
             color: Theme.warning
-            font.pixelSize: 28
+            font.pixelSize: 20
             font.bold: true
         }
     }

@@ -36,9 +36,9 @@ MenuBar {
         readonly property TitleMenu titleMenu: menu as TitleMenu
 
         objectName: titleMenu ? "menu" + titleMenu.place : ""
-        implicitHeight: 44
-        leftPadding: 16
-        rightPadding: 16
+        implicitHeight: 30
+        leftPadding: 12
+        rightPadding: 12
         Accessible.role: Accessible.MenuItem
         Accessible.name: text
         Accessible.onPressAction: title.triggered()

@@ -31,7 +31,7 @@ RowLayout {
     }
     PushButton {
         objectName: "addSongButton"
-        Layout.preferredWidth: 56
+        Layout.preferredWidth: 48
         text: "+"
         spokenName: row.desk.texts.addSong
         textSize: 28

@@ -13,8 +13,8 @@ Panel {
 
     ColumnLayout {
         anchors.fill: parent
-        anchors.margins: Theme.gap
-        spacing: Theme.gap
+        anchors.margins: 5
+        spacing: 4
 
         RowLayout {
             Layout.fillWidth: true
@@ -23,7 +23,7 @@ Panel {
             Caption {
                 Layout.fillWidth: true
                 text: panel.desk.texts.setlist
-                font.pixelSize: Theme.bodyText
+                wrapMode: Text.WordWrap
             }
             SwitchStatus {
                 desk: panel.desk

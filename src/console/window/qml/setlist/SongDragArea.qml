@@ -27,7 +27,7 @@ MouseArea {
     }
 
     parent: list
-    width: Theme.touch
+    width: Theme.handle
     height: list.height
     z: 2
     preventStealing: true

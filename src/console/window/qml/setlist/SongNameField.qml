@@ -14,7 +14,7 @@ EntryField {
     placeholderText: "Nombre de canción"
     echo: desk.session.songNameDraft
     selectsAll: true
-    font.pixelSize: Theme.strongText + 3
+    font.pixelSize: Theme.strongText
     onTyped: text => desk.commands.setSongNameDraft(text)
     onAccepted: desk.commands.commitSongRename()
     Component.onCompleted: {

@@ -60,7 +60,7 @@ Rectangle {
 
     DragGlyph {
         objectName: "songHandle" + row.index
-        width: Theme.touch
+        width: Theme.handle
         height: row.height
         color: row.isSelected ? row.ink : Theme.quietInk
     }
@@ -69,7 +69,7 @@ Rectangle {
         id: press
 
         anchors.fill: parent
-        anchors.leftMargin: Theme.touch
+        anchors.leftMargin: Theme.handle
         acceptedButtons: Qt.LeftButton | Qt.RightButton
         onPressed: forceActiveFocus(Qt.MouseFocusReason)
         onClicked: mouse => {
@@ -88,8 +88,8 @@ Rectangle {
     Text {
         objectName: "songName" + row.index
         anchors.fill: parent
-        anchors.leftMargin: Theme.touch + 4
-        anchors.rightMargin: Theme.gap
+        anchors.leftMargin: Theme.handle
+        anchors.rightMargin: 4
         visible: !row.isEdited
         text: row.entry.name
         color: row.ink
@@ -98,7 +98,7 @@ Rectangle {
         // Two long names that begin alike must differ to the eye.
         wrapMode: Text.Wrap
         fontSizeMode: Text.Fit
-        minimumPixelSize: 20
+        minimumPixelSize: 15
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
     }
@@ -107,9 +107,9 @@ Rectangle {
         id: editor
 
         anchors.fill: parent
-        anchors.leftMargin: Theme.touch
+        anchors.leftMargin: Theme.handle
         anchors.rightMargin: 4
-        anchors.topMargin: 5
-        anchors.bottomMargin: 5
+        anchors.topMargin: 2
+        anchors.bottomMargin: 2
     }
 }

@@ -27,7 +27,7 @@ Row {
         objectName: "switchStatus"
         text: status.desk.session.switchText
         color: Theme.quietInk
-        font.pixelSize: Theme.smallText
+        font.pixelSize: Theme.tinyText
         font.bold: true
     }
 }

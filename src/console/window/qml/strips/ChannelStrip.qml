@@ -19,6 +19,7 @@ Item {
     signal dragBegan
     signal dragMoved(real x) // in the window
     signal dragEnded
+    signal selected
 
     objectName: "strip" + index
     width: Theme.strip
@@ -30,6 +31,14 @@ Item {
     Accessible.selected: entry.isSelected
     Accessible.selectable: true
     Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
+
+    Connections {
+        target: strip.entry
+        function onIsSelectedChanged(): void {
+            if (strip.entry.isSelected)
+                strip.selected();
+        }
+    }
 
     MirrorRef {
         entry: strip.entry
@@ -96,7 +105,7 @@ Item {
             // Side by side where the window is low: a fader needs its length.
             GridLayout {
                 Layout.fillWidth: true
-                columns: strip.height < 500 ? 2 : 1
+                columns: 2
                 columnSpacing: 6
                 rowSpacing: 6
 

@@ -43,12 +43,12 @@ ListView {
 
     ScrollBar.horizontal: ScrollBar {
         policy: list.contentWidth + list.rightMargin > list.width ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
-        height: 16
+        height: 12
         Accessible.name: list.desk.texts.channelStrips
     }
 
     delegate: ChannelStrip {
-        height: list.height - 18
+        height: list.height - 14
         desk: list.desk
         isDragged: tracker.draggedId === entry.channelId
         onFaderHeld: isHeld => list.heldFaders += isHeld ? 1 : -1
@@ -56,6 +56,7 @@ ListView {
         onDragBegan: tracker.begin(entry.channelId)
         onDragMoved: x => list.dragTo(list.mapFromItem(null, x, 0).x)
         onDragEnded: tracker.end()
+        onSelected: list.positionViewAtIndex(index, ListView.Contain)
     }
 
     rightMargin: Theme.strip
@@ -63,7 +64,7 @@ ListView {
     AddChannelButton {
         parent: list.contentItem
         x: list.originX + list.count * Theme.strip
-        height: list.height - 18
+        height: list.height - 14
         desk: list.desk
     }
 

@@ -32,7 +32,7 @@ ColumnLayout {
             font.pixelSize: status.isFailed ? Theme.bodyText : Theme.smallText
             font.bold: true
             fontSizeMode: Text.HorizontalFit
-            minimumPixelSize: 10
+            minimumPixelSize: Theme.tinyText
             elide: Text.ElideRight
             horizontalAlignment: status.isFailed ? Text.AlignHCenter : Text.AlignLeft
             verticalAlignment: Text.AlignVCenter
@@ -54,7 +54,7 @@ ColumnLayout {
         font.pixelSize: Theme.smallText
         wrapMode: Text.Wrap
         fontSizeMode: Text.Fit
-        minimumPixelSize: 11
+        minimumPixelSize: Theme.tinyText
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
         Accessible.role: Accessible.StaticText

@@ -34,7 +34,7 @@ TextArea {
     color: Theme.ink
     selectionColor: Theme.teal
     selectedTextColor: Theme.darkInk
-    font.pixelSize: Theme.strongText
+    font.pixelSize: Theme.bodyText
     wrapMode: TextEdit.Wrap
     selectByMouse: true
 

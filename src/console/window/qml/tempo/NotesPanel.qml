@@ -10,12 +10,10 @@ Panel {
 
     required property ConsoleModel desk
 
-    implicitHeight: 130
-
     ColumnLayout {
         anchors.fill: parent
-        anchors.margins: Theme.gap
-        spacing: 6
+        anchors.margins: 5
+        spacing: 4
 
         Caption {
             Layout.fillWidth: true

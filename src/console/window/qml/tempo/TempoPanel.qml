@@ -9,14 +9,14 @@ Panel {
 
     required property ConsoleModel desk
 
-    implicitHeight: body.implicitHeight + 2 * Theme.gap
+    implicitHeight: body.implicitHeight + 10
 
     ColumnLayout {
         id: body
 
         anchors.fill: parent
-        anchors.margins: Theme.gap
-        spacing: 6
+        anchors.margins: 5
+        spacing: 4
 
         Caption {
             Layout.fillWidth: true
@@ -25,37 +25,38 @@ Panel {
 
         RowLayout {
             Layout.fillWidth: true
-            spacing: Theme.gap
+            Layout.preferredHeight: 44
+            spacing: 6
 
             PushButton {
                 objectName: "tempoDown"
-                Layout.preferredWidth: Theme.touch
-                Layout.preferredHeight: 68
+                Layout.preferredWidth: 44
+                Layout.fillHeight: true
                 text: "\u2212"
                 spokenName: panel.desk.texts.tempoTitle + " \u2212"
-                textSize: 32
+                textSize: 26
                 autoRepeat: true
                 onClicked: panel.desk.commands.stepTempo(-1)
             }
             TempoField {
                 desk: panel.desk
                 Layout.fillWidth: true
-                Layout.preferredHeight: 68
+                Layout.fillHeight: true
             }
             PushButton {
                 objectName: "tempoUp"
-                Layout.preferredWidth: Theme.touch
-                Layout.preferredHeight: 68
+                Layout.preferredWidth: 44
+                Layout.fillHeight: true
                 text: "+"
                 spokenName: panel.desk.texts.tempoTitle + " +"
-                textSize: 32
+                textSize: 26
                 autoRepeat: true
                 onClicked: panel.desk.commands.stepTempo(1)
             }
             TapButton {
                 desk: panel.desk
-                Layout.preferredWidth: 88
-                Layout.preferredHeight: 68
+                Layout.preferredWidth: 80
+                Layout.fillHeight: true
             }
         }
     }

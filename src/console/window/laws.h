@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QObject>
+
+#include "console/window_layout.h"
+
+namespace vrel::window {
+
+/// The sizes of the window and the laws of its controls, for QML.
+class Laws : public QObject {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_SINGLETON
+
+ public:
+  using QObject::QObject;
+
+  // See window_layout.h.
+  Q_INVOKABLE static double windowScale(double width, double height, int zoomPercent) {
+    return vrel::windowScale(width, height, zoomPercent);
+  }
+  Q_INVOKABLE static double setlistWidth(double windowWidth) { return vrel::setlistWidth(windowWidth); }
+  Q_INVOKABLE static double splitBandHeight(int strips) { return vrel::splitBandHeight(strips); }
+};
+
+}  // namespace vrel::window
