@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "console/channel_operations.h"
+#include "console/instrument_reload.h"
 #include "console/reorder.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
@@ -62,6 +63,7 @@ class ContentView {
   [[nodiscard]] SongList& songList() { return songList_; }
   [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
   [[nodiscard]] StripControls& stripControls() { return stripControls_; }
+  [[nodiscard]] InstrumentReload& instrumentReload() { return instrumentReload_; }
   [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
   [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
   [[nodiscard]] LiveMode& liveMode() { return liveMode_; }
@@ -96,6 +98,7 @@ class ContentView {
   SongList songList_;
   ChannelOperations channelOperations_;
   StripControls stripControls_;
+  InstrumentReload instrumentReload_;
   SetlistCopies copies_;
   SetlistFiles setlistFiles_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;

@@ -12,9 +12,12 @@
 #include <utility>
 
 #include "console/content_view.h"
+#include "console/control_laws.h"
+#include "console/instrument_reload.h"
 #include "console/status_words.h"
 #include "console/window_settings.h"
 #include "document/app_state.h"
+#include "document/note_name.h"
 #include "document/value_scales.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode_policy.h"
@@ -128,6 +131,7 @@ void ConsoleMirror::mirrorPolicy() {
   permit(View::mayPasteChannelKey, LiveModeAction::pasteChannel);
   permit(View::mayDuplicateChannelKey, LiveModeAction::duplicateChannel);
   permit(View::mayDeleteChannelKey, LiveModeAction::deleteChannel);
+  permit(View::mayChooseMasterColorKey, LiveModeAction::chooseMasterColor);
 }
 
 void ConsoleMirror::mirrorPerformance() {
@@ -286,9 +290,36 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.follow(View::isPlayingKey, channel.playbackIsPlaying);
   view.derive(
       View::isSelectedKey, [&] { return selected.get() == channel.id; }, selected);
+  mirrorControls(view, channel);
   connectMeter(channel, QString::fromStdString(channel.id.text()), strip->connections, strip->cell);
   strip->channel = shared;
   return strip;
+}
+
+void ConsoleMirror::mirrorControls(MirrorPublisher<StripViewModel>& view, AudioChannel& channel) {
+  using View = StripViewModel;
+  view.follow(View::gainKey, channel.gain);
+  view.derive(
+      View::gainTextKey, [&] { return ChannelGainScale::text(channel.gain.get()); }, channel.gain);
+  view.follow(View::reverbKey, channel.reverb);
+  view.derive(
+      View::reverbTextKey, [&] { return ChannelReverbScale::text(channel.reverb.get()); }, channel.reverb);
+  view.derive(
+      View::canCrashKey, [&] { return InstrumentReload::canCrash(channel); }, channel.status, channel.instrumentNode);
+  view.derive(
+      View::canReviveKey, [&] { return InstrumentReload::canRevive(channel); }, channel.status, channel.pluginPath);
+  view.follow(View::transposeKey, channel.transpose);
+  view.derive(
+      View::transposeTextKey, [&] { return transposeText(channel.transpose.get()); }, channel.transpose);
+  view.follow(View::minNoteKey, channel.minNote);
+  view.derive(
+      View::minNoteNameKey, [&] { return noteName(channel.minNote.get()); }, channel.minNote);
+  view.follow(View::maxNoteKey, channel.maxNote);
+  view.derive(
+      View::maxNoteNameKey, [&] { return noteName(channel.maxNote.get()); }, channel.maxNote);
+  view.follow(View::sendSustainKey, channel.sendSustain);
+  view.follow(View::sendExpressionKey, channel.sendExpression);
+  view.follow(View::sustainControlsRotorKey, channel.sustainControlsRotor);
 }
 
 void ConsoleMirror::connectMeter(AudioChannel& channel, const QString& key,

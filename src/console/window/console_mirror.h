@@ -74,6 +74,7 @@ class ConsoleMirror {
   void refreshSongs();
   void refreshStrips();
   [[nodiscard]] std::unique_ptr<Strip> makeStrip(const std::shared_ptr<AudioChannel>& shared);
+  static void mirrorControls(MirrorPublisher<StripViewModel>& view, AudioChannel& channel);
   void connectMeter(AudioChannel& channel, const QString& key, std::vector<std::shared_ptr<void>>& connections,
                     std::shared_ptr<MeterCell>& cell);
 

@@ -9,6 +9,7 @@
 #include "console/window/hints_view_model.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
+#include "console/window/strip_commands.h"
 #include "console/window/texts_view_model.h"
 #include "console/window/view_models.h"
 
@@ -32,6 +33,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT FINAL)
   Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::StripCommands* controls READ controls CONSTANT FINAL)
 
  public:
   explicit ConsoleModel(ConsoleCommands::Post post, QObject* parent = nullptr)
@@ -53,6 +55,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }
   [[nodiscard]] ConsoleCommands* commands() { return &commands_; }
+  [[nodiscard]] StripCommands* controls() { return &controls_; }
 
   /// Shows what the logic has sent.
   void apply(const MirrorBatch& batch) { store_.apply(batch); }
@@ -67,6 +70,7 @@ class ConsoleModel : public QObject {
   MirrorStore store_;
   MeterBoard meters_;
   ConsoleCommands commands_;
+  StripCommands controls_{commands_};
 };
 
 }  // namespace vrel::window

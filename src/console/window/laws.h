@@ -4,6 +4,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 
+#include "console/control_laws.h"
 #include "console/window_layout.h"
 
 namespace vrel::window {
@@ -23,6 +24,18 @@ class Laws : public QObject {
   }
   Q_INVOKABLE static double setlistWidth(double windowWidth) { return vrel::setlistWidth(windowWidth); }
   Q_INVOKABLE static double splitBandHeight(int strips) { return vrel::splitBandHeight(strips); }
+
+  // See control_laws.h.
+  Q_INVOKABLE static double faderPosition(double pointerFromTop, double height, double present) {
+    return vrel::faderPosition(pointerFromTop, height, present);
+  }
+  Q_INVOKABLE static double draggedKnob(double start, double right, double down) {
+    return vrel::draggedKnob(start, right, down);
+  }
+  Q_INVOKABLE static int barValue(double pointerFromLeft, double width, int lower, int upper) {
+    return vrel::barValue(pointerFromLeft, width, lower, upper);
+  }
+  Q_INVOKABLE static double barMarker(int value, int lower, int upper) { return vrel::barMarker(value, lower, upper); }
 };
 
 }  // namespace vrel::window

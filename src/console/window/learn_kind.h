@@ -18,6 +18,8 @@ enum class Kind {
   Panic = static_cast<int>(MidiControlKind::panic),
   TapTempo = static_cast<int>(MidiControlKind::tapTempo),
   ChannelVolume = static_cast<int>(MidiControlKind::channelVolume),
+  ChannelGain = static_cast<int>(MidiControlKind::channelGain),
+  ChannelReverb = static_cast<int>(MidiControlKind::channelReverb),
   ChannelMute = static_cast<int>(MidiControlKind::channelMute),
   ChannelSolo = static_cast<int>(MidiControlKind::channelSolo),
   MasterVolume = static_cast<int>(MidiControlKind::masterVolume),

@@ -43,6 +43,8 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(solo)
   VREL_TEXT(panic)
   VREL_TEXT(keyboard)
+  VREL_TEXT(simulateCrash)
+  VREL_TEXT(revive)
   VREL_TEXT(dropouts)
   VREL_TEXT(languageLabel)
   VREL_TEXT(tempoTitle)

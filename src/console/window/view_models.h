@@ -62,6 +62,7 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, mayPasteChannel)
   VREL_SHOWN(bool, mayDuplicateChannel)
   VREL_SHOWN(bool, mayDeleteChannel)
+  VREL_SHOWN(bool, mayChooseMasterColor)
 
   VREL_SHOWN(bool, isLearning)
   VREL_SHOWN(QString, learnLabel)
@@ -120,8 +121,23 @@ class StripViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, isPlaying)
   VREL_SHOWN(double, volume)  // 0 to 1
   VREL_SHOWN(QString, volumeText)
+  VREL_SHOWN(double, gain)  // 0 to 1
+  VREL_SHOWN(QString, gainText)
+  VREL_SHOWN(double, reverb)  // 0 to 1
+  VREL_SHOWN(QString, reverbText)
   VREL_SHOWN(bool, mute)
   VREL_SHOWN(bool, solo)
+  VREL_SHOWN(bool, canCrash)
+  VREL_SHOWN(bool, canRevive)
+  VREL_SHOWN(int, transpose)
+  VREL_SHOWN(QString, transposeText)
+  VREL_SHOWN(int, minNote)
+  VREL_SHOWN(QString, minNoteName)
+  VREL_SHOWN(int, maxNote)
+  VREL_SHOWN(QString, maxNoteName)
+  VREL_SHOWN(bool, sendSustain)
+  VREL_SHOWN(bool, sendExpression)
+  VREL_SHOWN(bool, sustainControlsRotor)
 };
 
 /// The master strip.

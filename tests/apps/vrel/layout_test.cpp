@@ -221,6 +221,7 @@ TEST_F(Layout, InLiveModeSevenStripsTheMasterSixSongsAndSixLinesOfNotesAreInSigh
 
 TEST_F(Layout, TheKeyboardFoldsToItsBarsByOnePressAndStaysSoInTheNextRun) {
   const auto height = [this] { return place("keyboardArea").height(); };
+  ASSERT_TRUE(driver.eventually([&] { return height() > 100 * scale(); })) << height();
   const double unfolded = height();
   driver.click("foldKeyboard");
   EXPECT_TRUE(driver.eventually([&] { return height() < unfolded - 70 * scale(); }));

@@ -45,6 +45,17 @@ Window {
     onHeightChanged: fit()
     Component.onCompleted: fit()
 
+    // The window sizes its content itself, in pixels, after its own size has changed.
+    Connections {
+        target: window.contentItem
+        function onWidthChanged(): void {
+            window.fit();
+        }
+        function onHeightChanged(): void {
+            window.fit();
+        }
+    }
+
     Binding {
         target: Theme
         property: "isLive"

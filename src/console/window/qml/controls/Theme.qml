@@ -34,11 +34,19 @@ QtObject {
     readonly property color idle: Qt.rgba(0.6, 0.6, 0.6, 1)
     readonly property color faderTrack: Qt.rgba(28 / 255, 28 / 255, 28 / 255, 1)
     readonly property color faderEdge: Qt.rgba(40 / 255, 40 / 255, 40 / 255, 1)
+    readonly property color knobInk: Qt.rgba(175 / 255, 175 / 255, 175 / 255, 1)
+    readonly property color readingInk: Qt.rgba(190 / 255, 190 / 255, 190 / 255, 1)
+    readonly property color labelInk: Qt.rgba(156 / 255, 156 / 255, 156 / 255, 1)
+    readonly property color badge: Qt.rgba(16 / 255, 16 / 255, 16 / 255, 1)
+    readonly property color badgeEdge: Qt.rgba(62 / 255, 62 / 255, 62 / 255, 1)
+    readonly property color badgeEdited: Qt.rgba(90 / 255, 90 / 255, 90 / 255, 1)
+    readonly property color barTrack: Qt.rgba(44 / 255, 44 / 255, 44 / 255, 1)
     readonly property color divider: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
 
     // Set by the window: what is played needs room for a finger on stage.
     property bool isLive: false
     readonly property int touch: isLive ? 44 : 36
+    readonly property int row: isLive ? 44 : 24
     readonly property int handle: 36
     readonly property int dragDistance: 8
     readonly property int gap: 8

@@ -12,6 +12,7 @@ Item {
     property string valueText
     property color color: Theme.teal
     property LearnTarget learn: null
+    property string hint
 
     readonly property bool isHeld: touch.isHeld
     readonly property real shownValue: isHeld || settle.running ? touch.heldValue : value
@@ -40,7 +41,7 @@ Item {
 
     Accessible.role: Accessible.Slider
     Accessible.name: spokenName
-    Accessible.description: valueText
+    Accessible.description: valueText + ". " + hint
     Accessible.focusable: true
     Accessible.onIncreaseAction: fader.step(fader.stepSize)
     Accessible.onDecreaseAction: fader.step(-fader.stepSize)
@@ -79,6 +80,31 @@ Item {
         color: fader.isHeld ? Theme.ink : Qt.lighter(fader.color, 1.5)
     }
 
+    HoverHandler {
+        id: hover
+    }
+
+    Rectangle {
+        objectName: fader.objectName + "Reading"
+        anchors.centerIn: parent
+        z: 5
+        visible: hover.hovered
+        width: reading.width + 4
+        height: reading.height + 2
+        color: Theme.faded(Theme.darkInk, 0.8)
+
+        Text {
+            id: reading
+
+            anchors.centerIn: parent
+            text: fader.valueText
+            color: "white"
+            font.pixelSize: Theme.tinyText
+            font.letterSpacing: -0.5
+            Accessible.ignored: true
+        }
+    }
+
     MultiPointTouchArea {
         id: touch
 
@@ -87,7 +113,7 @@ Item {
 
         function follow(): void {
             if (isHeld && height > 0)
-                fader.put(1 - finger.y / height);
+                fader.put(Laws.faderPosition(finger.y, height, fader.value));
         }
 
         anchors.fill: parent

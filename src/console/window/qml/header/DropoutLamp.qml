@@ -15,6 +15,7 @@ PushButton {
     visible: count > 0
     text: desk.texts.dropouts + "\n" + count
     spokenName: desk.texts.dropouts + " " + count
+    hint: desk.hints.dropouts
     textSize: Theme.smallText
     fill: Theme.warning
     onClicked: seen = desk.session.dropouts

@@ -74,6 +74,7 @@ Panel {
             text: header.isLive ? "LIVE" : "EDIT"
             spokenName: header.isLive ? header.desk.texts.modeLive : header.desk.texts.modeEdit
             textSize: 28
+            hint: header.desk.hints.liveMode
             fill: header.isLive ? Theme.live : Theme.edit
             ink: Theme.ink
             edge: header.isLive ? Theme.ink : Theme.line
@@ -86,6 +87,7 @@ Panel {
             Layout.preferredWidth: 120
             Layout.fillHeight: true
             text: header.desk.session.learnLabel
+            hint: header.desk.hints.learn
             textSize: Theme.strongText
             fill: header.desk.session.isLearning ? Theme.learnable : Theme.raised
             onClicked: header.desk.commands.toggleLearn()

@@ -63,7 +63,8 @@ Rectangle {
                 objectName: "nextSong"
                 Layout.fillWidth: true
                 Layout.preferredWidth: 500
-                text: banner.desk.session.nextSong === "" ? "" : "\u25b8 " + banner.desk.session.nextSong
+                visible: banner.desk.session.nextSong !== ""
+                text: "\u25b8 " + banner.desk.session.nextSong
                 color: Theme.faded(Theme.ink, 0.8)
                 font.pixelSize: 28
                 elide: Text.ElideRight

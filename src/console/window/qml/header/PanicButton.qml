@@ -16,6 +16,7 @@ PushButton {
     objectName: "panicButton"
     implicitWidth: 152
     text: desk.texts.panic
+    hint: desk.hints.panic
     textSize: 30
     fill: Theme.panic
     ink: Theme.ink

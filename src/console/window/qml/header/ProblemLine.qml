@@ -14,6 +14,7 @@ PushButton {
     objectName: "problems"
     visible: number > seen
     implicitHeight: Theme.isLive ? 36 : 26
+    padding: 2
     text: desk.session.problem
     fill: Theme.panel
     edge: Theme.warning

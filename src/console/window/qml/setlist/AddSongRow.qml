@@ -9,9 +9,12 @@ RowLayout {
 
     required property ConsoleModel desk
 
+    signal added
+
     function add(): void {
         if (name.text === "")
             return;
+        added();
         desk.commands.addSong(name.text);
         name.clear();
     }
@@ -33,6 +36,7 @@ RowLayout {
         objectName: "addSongButton"
         Layout.preferredWidth: 48
         text: "+"
+        hint: row.desk.hints.addSong
         spokenName: row.desk.texts.addSong
         textSize: 28
         onClicked: row.add()

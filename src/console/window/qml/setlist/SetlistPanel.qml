@@ -31,6 +31,8 @@ Panel {
         }
 
         SongList {
+            id: songs
+
             Layout.fillWidth: true
             Layout.fillHeight: true
             desk: panel.desk
@@ -39,6 +41,7 @@ Panel {
         AddSongRow {
             Layout.fillWidth: true
             desk: panel.desk
+            onAdded: songs.awaitsSong = true
             visible: panel.desk.session.mayTypeText // nothing can be typed then, and the room is for songs
         }
     }

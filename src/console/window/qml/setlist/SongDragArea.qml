@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Drags songs by their handles. It is one area beside all rows, so that a drag outlives a row that scrolls away.
+// Takes the presses on all rows of songs: a click, a double click, a menu, and the drag of a song. It is one area beside the rows, so
+// that a drag outlives a row that scrolls away. A finger drags by the handle only: elsewhere it scrolls the list.
 import QtQuick
 import Vrel.Console
 
@@ -8,14 +9,27 @@ MouseArea {
 
     required property ListView list
     required property ReorderTracker tracker
+    required property int editedRow // has a field of its own; -1 for none
 
     readonly property real edge: Theme.song / 2
     readonly property int scrollStep: mouseY < edge ? -12 : mouseY > height - edge ? 12 : 0
+    readonly property int hoveredRow: containsMouse ? rowUnder(mouseY) : -1
     property real pressedAt
     property int pressedRow: -1
+    property bool mayDrag
+    property bool wasDragged
 
     signal taken(int row)
     signal movedOver(int row)
+    signal acted(int row)
+    signal renameWanted(int row)
+    signal menuWanted(int row)
+
+    // -1 behind the last.
+    function rowUnder(y: real): int {
+        const place = list.contentY - list.originY + y;
+        return place < list.contentHeight ? tracker.rowAt(place) : -1;
+    }
 
     function follow(): void {
         movedOver(tracker.rowAt(list.contentY - list.originY + Math.min(height - 1, Math.max(0, mouseY))));
@@ -27,27 +41,56 @@ MouseArea {
     }
 
     parent: list
-    width: Theme.handle
+    width: list.width - 16
     height: list.height
     z: 2
-    preventStealing: true
+    acceptedButtons: Qt.LeftButton | Qt.RightButton
+    hoverEnabled: true
+    preventStealing: mayDrag
     enabled: list.count > 0
-    cursorShape: tracker.isDragging ? Qt.ClosedHandCursor : Qt.OpenHandCursor
+    cursorShape: tracker.isDragging ? Qt.ClosedHandCursor : mouseX < Theme.handle ? Qt.OpenHandCursor : Qt.ArrowCursor
 
     onPressed: mouse => {
-        const place = list.contentY - list.originY + mouse.y;
-        pressedRow = place < list.contentHeight ? tracker.rowAt(place) : -1;
+        pressedRow = rowUnder(mouse.y);
+        if (pressedRow < 0 || (pressedRow === editedRow && mouse.x >= Theme.handle)) {
+            mouse.accepted = false;
+            return;
+        }
+        forceActiveFocus(Qt.MouseFocusReason);
         pressedAt = mouse.y;
-        mouse.accepted = pressedRow >= 0;
+        mayDrag = mouse.button === Qt.LeftButton && (mouse.x < Theme.handle || mouse.source === Qt.MouseEventNotSynthesized);
     }
     onPositionChanged: {
-        if (!tracker.isDragging && pressedRow >= 0 && Math.abs(mouseY - pressedAt) >= Theme.dragDistance)
+        if (!pressed)
+            return;
+        if (!tracker.isDragging && mayDrag && pressedRow >= 0 && Math.abs(mouseY - pressedAt) >= Theme.dragDistance)
             taken(pressedRow);
         if (tracker.isDragging)
             follow();
     }
-    onReleased: release()
+    onReleased: {
+        wasDragged = tracker.isDragging;
+        release();
+    }
     onCanceled: release()
+    onClicked: mouse => {
+        const row = rowUnder(mouse.y);
+        if (wasDragged || row < 0)
+            return;
+        if (mouse.button === Qt.RightButton)
+            menuWanted(row);
+        else
+            acted(row);
+    }
+    onDoubleClicked: mouse => {
+        const row = rowUnder(mouse.y);
+        if (mouse.button === Qt.LeftButton && row >= 0)
+            renameWanted(row);
+    }
+    onPressAndHold: mouse => {
+        if (!tracker.isDragging)
+            menuWanted(rowUnder(mouse.y));
+    }
 
     // Near an end the list moves on by itself.
     Timer {

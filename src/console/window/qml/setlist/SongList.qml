@@ -13,10 +13,26 @@ ListView {
     required property ConsoleModel desk
 
     readonly property int selected: desk.session.selectedSongIndex
+    property bool awaitsSong // the performer has added one, which must come into sight
+    readonly property int editedRow: rowOf(desk.session.editingSongId)
 
     function idAt(row: int): string {
         const item = list.itemAtIndex(row) as SongRow;
         return item ? item.entry.songId : "";
+    }
+
+    function showMenu(row: int): void {
+        const item = list.itemAtIndex(row) as SongRow;
+        if (item)
+            menu.openFor(item.entry);
+    }
+
+    function rowOf(songId: string): int {
+        for (let row = 0; songId !== "" && row < count; ++row) {
+            if (idAt(row) === songId)
+                return row;
+        }
+        return -1;
     }
 
     function showSelected(): void {
@@ -34,7 +50,13 @@ ListView {
     boundsBehavior: Flickable.StopAtBounds
     keyNavigationEnabled: false
     onSelectedChanged: showSelected()
-    onCountChanged: showSelected()
+    onCountChanged: {
+        if (awaitsSong)
+            positionViewAtEnd();
+        else
+            showSelected();
+        awaitsSong = false;
+    }
     onHeightChanged: showSelected()
 
     Accessible.role: Accessible.List
@@ -50,7 +72,7 @@ ListView {
         width: list.width - 16
         desk: list.desk
         isDragged: tracker.draggedId === entry.songId
-        onMenuWanted: menu.openFor(entry)
+        isHovered: presses.hoveredRow === index
     }
 
     move: Transition {
@@ -90,8 +112,17 @@ ListView {
     }
 
     SongDragArea {
+        id: presses
+
         list: list
         tracker: tracker
+        editedRow: list.editedRow
+        onActed: row => list.desk.commands.clickSong(list.idAt(row))
+        onRenameWanted: row => {
+            if (list.desk.session.mayRenameSong)
+                list.desk.commands.beginSongRename(list.idAt(row));
+        }
+        onMenuWanted: row => list.showMenu(row)
         onTaken: row => tracker.begin(list.idAt(row))
         onMovedOver: row => tracker.moveOver(list.idAt(row))
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// One song: its handle and its name. A click plays it from the list; a double click gives it another name.
+// One song: its handle and its name.
 import QtQuick
 import Vrel.Console
 
@@ -10,12 +10,11 @@ Rectangle {
     required property SongViewModel entry
     required property int index
     property bool isDragged
+    property bool isHovered
 
     readonly property bool isSelected: index === desk.session.selectedSongIndex
     readonly property bool isEdited: entry.songId === desk.session.editingSongId
     readonly property color ink: isSelected ? Theme.inkOn(Theme.accent) : Theme.ink
-
-    signal menuWanted
 
     function showEditor(): void {
         if (isEdited)
@@ -35,7 +34,7 @@ Rectangle {
     Component.onCompleted: showEditor()
     height: Theme.song
     z: isDragged ? 1 : 0
-    color: isSelected ? Theme.accent : press.containsPress ? Theme.raised : "transparent"
+    color: isSelected ? Theme.accent : isHovered ? Theme.raised : "transparent"
     radius: Theme.radius
     border.width: isDragged ? 3 : 0
     border.color: Theme.teal
@@ -63,26 +62,6 @@ Rectangle {
         width: Theme.handle
         height: row.height
         color: row.isSelected ? row.ink : Theme.quietInk
-    }
-
-    MouseArea {
-        id: press
-
-        anchors.fill: parent
-        anchors.leftMargin: Theme.handle
-        acceptedButtons: Qt.LeftButton | Qt.RightButton
-        onPressed: forceActiveFocus(Qt.MouseFocusReason)
-        onClicked: mouse => {
-            if (mouse.button === Qt.RightButton)
-                row.menuWanted();
-            else
-                row.act();
-        }
-        onDoubleClicked: mouse => {
-            if (mouse.button === Qt.LeftButton && row.desk.session.mayRenameSong)
-                row.desk.commands.beginSongRename(row.entry.songId);
-        }
-        onPressAndHold: row.menuWanted()
     }
 
     Text {

@@ -14,6 +14,7 @@ Item {
         anchors.fill: parent
         anchors.rightMargin: Theme.gap
         text: place.desk.texts.addChannel
+        hint: isOffered ? place.desk.hints.addChannel : place.desk.hints.notInLiveMode
         textSize: Theme.strongText
         fill: Theme.panel
         isOffered: place.desk.session.mayAddChannel

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// One channel of the song on stage: which it is, how its instrument is, and what is heard of it.
+// One channel of the song on stage: which it is, how its instrument is, and what is heard of it. In Live mode what sets it up is behind
+// one press, in the place of its levels.
 import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
@@ -11,11 +12,15 @@ Item {
     required property StripViewModel entry
     required property int index
     property bool isDragged
+    property bool isSetUp
 
     readonly property bool isFailed: entry.status === StripViewModel.Crashed
+    readonly property bool showsSetup: !Theme.isLive || isSetUp
+    readonly property bool showsLevels: !Theme.isLive || !isSetUp
 
     signal faderHeld(bool isHeld)
     signal menuWanted
+    signal colorWanted
     signal dragBegan
     signal dragMoved(real x) // in the window
     signal dragEnded
@@ -31,6 +36,14 @@ Item {
     Accessible.selected: entry.isSelected
     Accessible.selectable: true
     Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
+
+    Keys.onMenuPressed: menuWanted()
+    Keys.onPressed: event => {
+        if (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier) {
+            event.accepted = true;
+            menuWanted();
+        }
+    }
 
     Connections {
         target: strip.entry
@@ -48,33 +61,37 @@ Item {
         id: plate
 
         anchors.fill: parent
-        anchors.rightMargin: Theme.gap
+        anchors.rightMargin: 6
         radius: Theme.radius
         color: strip.isFailed ? Theme.failed : Theme.background
         border.width: strip.isFailed || strip.isDragged ? 3 : strip.entry.isSelected ? 2 : 1
         border.color: strip.isDragged ? Theme.teal : strip.isFailed ? Theme.panic : strip.entry.isSelected ? Theme.ink : Theme.raised
 
-        MouseArea {
-            anchors.fill: parent
+        // A press on any control of the strip selects it, too.
+        PointHandler {
             acceptedButtons: Qt.LeftButton | Qt.RightButton
-            onPressed: forceActiveFocus(Qt.MouseFocusReason)
-            onClicked: mouse => {
-                strip.desk.commands.selectStrip(strip.entry.channelId);
-                if (mouse.button === Qt.RightButton)
-                    strip.menuWanted();
-            }
-            onPressAndHold: strip.menuWanted()
+            onActiveChanged: if (active) strip.desk.commands.selectStrip(strip.entry.channelId)
+        }
+
+        StripDragArea {
+            anchors.fill: parent
+            desk: strip.desk
+            onMenuWanted: strip.menuWanted()
+            onDragBegan: strip.dragBegan()
+            onDragMoved: x => strip.dragMoved(x)
+            onDragEnded: strip.dragEnded()
         }
 
         ColumnLayout {
             anchors.fill: parent
-            anchors.margins: 7
-            spacing: 6
+            anchors.margins: 5
+            spacing: Theme.isLive ? 4 : 2
 
             StripHeader {
                 Layout.fillWidth: true
                 desk: strip.desk
                 entry: strip.entry
+                onColorWanted: strip.colorWanted()
                 onMenuWanted: strip.menuWanted()
                 onDragBegan: strip.dragBegan()
                 onDragMoved: x => strip.dragMoved(x)
@@ -86,56 +103,51 @@ Item {
                 entry: strip.entry
             }
 
-            LevelColumn {
+            StripSource {
+                Layout.fillWidth: true
+                visible: strip.showsSetup
+                desk: strip.desk
+                entry: strip.entry
+            }
+
+            StripLevels {
                 Layout.fillWidth: true
                 Layout.fillHeight: true
+                visible: strip.showsLevels
                 desk: strip.desk
-                faderName: "fader" + strip.index
-                spokenName: strip.desk.texts.volume + " " + strip.entry.number + " " + strip.entry.name
-                channelId: strip.entry.channelId
-                value: strip.entry.volume
-                valueText: strip.entry.volumeText
-                color: strip.entry.color
-                learnKind: LearnKind.ChannelVolume
-                learnIndex: strip.entry.index
-                onMoved: level => strip.desk.commands.setVolume(strip.entry.channelId, level)
+                entry: strip.entry
                 onHeld: isHeld => strip.faderHeld(isHeld)
             }
 
-            // Side by side where the window is low: a fader needs its length.
-            GridLayout {
+            MuteSolo {
                 Layout.fillWidth: true
-                columns: 2
-                columnSpacing: 6
-                rowSpacing: 6
+                desk: strip.desk
+                entry: strip.entry
+            }
 
-                LampButton {
-                    objectName: "mute" + strip.index
-                    Layout.fillWidth: true
-                    Layout.preferredWidth: 50
-                    desk: strip.desk
-                    text: strip.desk.texts.mute
-                    spokenName: text + " " + strip.entry.number + " " + strip.entry.name
-                    isOn: strip.entry.mute
-                    lamp: Theme.muteLit
-                    learnKind: LearnKind.ChannelMute
-                    learnIndex: strip.entry.index
-                    onActed: strip.desk.commands.toggleMute(strip.entry.channelId)
-                }
+            StripSetup {
+                Layout.fillWidth: true
+                visible: strip.showsSetup
+                desk: strip.desk
+                entry: strip.entry
+            }
 
-                LampButton {
-                    objectName: "solo" + strip.index
-                    Layout.fillWidth: true
-                    Layout.preferredWidth: 50
-                    desk: strip.desk
-                    text: strip.desk.texts.solo
-                    spokenName: text + " " + strip.entry.number + " " + strip.entry.name
-                    isOn: strip.entry.solo
-                    lamp: Theme.soloLit
-                    learnKind: LearnKind.ChannelSolo
-                    learnIndex: strip.entry.index
-                    onActed: strip.desk.commands.toggleSolo(strip.entry.channelId)
-                }
+            Item {
+                Layout.fillHeight: true
+                visible: !strip.showsLevels
+            }
+
+            PushButton {
+                objectName: "setup" + strip.index
+                Layout.fillWidth: true
+                visible: Theme.isLive
+                text: strip.isSetUp ? "\u25b4" : "\u2699"
+                spokenName: strip.desk.hints.stripSetup + " " + strip.entry.number + " " + strip.entry.name
+                hint: strip.desk.hints.stripSetup
+                fill: strip.isSetUp ? Theme.raised : Theme.panel
+                Accessible.checkable: true
+                Accessible.checked: strip.isSetUp
+                onClicked: strip.isSetUp = !strip.isSetUp
             }
         }
     }

@@ -15,7 +15,8 @@ PushButton {
     signal acted
 
     padding: 2
-    textSize: Theme.bodyText
+    implicitHeight: Theme.row
+    textSize: Theme.isLive ? Theme.bodyText : Theme.tinyText
     fill: isOn ? lamp : Theme.raised
     ink: isOn ? Theme.litInk : Theme.quietInk
     edge: isOn ? Qt.lighter(lamp, 1.5) : Theme.line

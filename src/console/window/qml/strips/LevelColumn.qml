@@ -26,19 +26,20 @@ Item {
 
         anchors.horizontalCenter: parent.horizontalCenter
         height: parent.height - reading.height - 4
-        spacing: 8
+        spacing: 5
 
         ValueFader {
             id: fader
 
             objectName: column.faderName
-            width: Math.min(54, column.width - 30)
+            width: Math.min(54, column.width - 27)
             height: parent.height
             spokenName: column.spokenName
             value: column.value
             valueText: column.valueText
             color: column.color
             learn: learnTarget
+            hint: column.desk.hints.fader
             onMoved: level => column.moved(level)
             onIsHeldChanged: column.held(fader.isHeld)
             Component.onDestruction: if (fader.isHeld) column.held(false)
@@ -66,9 +67,10 @@ Item {
         anchors.bottom: parent.bottom
         width: parent.width
         text: column.valueText
-        color: Theme.ink
-        font.pixelSize: 16
+        color: Theme.readingInk
+        font.pixelSize: Theme.isLive ? Theme.bodyText : Theme.tinyText
         font.bold: true
+        font.letterSpacing: -0.5
         horizontalAlignment: Text.AlignHCenter
     }
 }

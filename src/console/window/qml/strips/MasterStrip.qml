@@ -18,40 +18,28 @@ Rectangle {
     Accessible.role: Accessible.Grouping
     Accessible.name: "MASTER OUTPUT"
 
+    ColorPanel {
+        id: colors
+
+        desk: strip.desk
+    }
+
     ColumnLayout {
         anchors.fill: parent
-        anchors.margins: 7
-        spacing: 6
+        anchors.margins: 5
+        spacing: 4
 
-        Rectangle {
-            id: head
-
+        ColorSquare {
+            objectName: "masterColor"
             Layout.fillWidth: true
-            implicitHeight: 2 * Theme.touch + 4
-            radius: 4
+            Layout.preferredHeight: Theme.isLive ? 48 : 44
+            enabled: strip.desk.session.mayChooseMasterColor
+            text: "MASTER\nOUTPUT"
+            textSize: Theme.smallText
+            spokenName: strip.desk.hints.masterColor
+            hint: enabled ? strip.desk.hints.masterColor : strip.desk.hints.notInLiveMode
             color: strip.desk.master.color
-
-            Column {
-                anchors.centerIn: parent
-                spacing: 4
-
-                Text {
-                    width: head.width - 6
-                    horizontalAlignment: Text.AlignHCenter
-                    fontSizeMode: Text.HorizontalFit
-                    text: "MASTER"
-                    color: Theme.inkOn(head.color)
-                    font.pixelSize: 19
-                    font.bold: true
-                }
-                Text {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    text: "OUTPUT"
-                    color: Theme.inkOn(head.color)
-                    font.pixelSize: Theme.smallText
-                    font.bold: true
-                }
-            }
+            onActed: colors.openFor(this, null)
         }
 
         LevelColumn {
@@ -71,7 +59,7 @@ Rectangle {
         LampButton {
             objectName: "masterMute"
             Layout.fillWidth: true
-            Layout.preferredHeight: 2 * Theme.touch + 6
+            Layout.preferredHeight: 2 * Theme.row + 4
             desk: strip.desk
             text: strip.desk.texts.mute
             spokenName: text + " MASTER"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The strip's number on its colour, by which it is dragged, and its name.
+// The strip's number on its colour, by which it is dragged and which a press changes, and its name.
 import QtQuick
 import Vrel.Console
 
@@ -10,67 +10,47 @@ Item {
     required property StripViewModel entry
 
     signal menuWanted
+    signal colorWanted
     signal dragBegan
     signal dragMoved(real x) // in the window
     signal dragEnded
 
-    implicitHeight: 2 * Theme.touch + 4
+    implicitHeight: Theme.isLive ? 44 : 34
 
-    Rectangle {
+    ColorSquare {
         id: square
 
         objectName: "stripNumber" + header.entry.index
-        width: parent.width
-        height: Theme.touch
-        radius: 4
+        width: Theme.isLive ? 30 : 26
+        height: parent.height
+        text: header.entry.number
+        spokenName: header.desk.hints.stripColor + " " + header.entry.number + " " + header.entry.name
+        hint: header.desk.hints.stripColor
         color: header.entry.color
+        onActed: header.colorWanted()
 
-        Text {
-            anchors.centerIn: parent
-            text: header.entry.number
-            color: Theme.inkOn(square.color)
-            font.pixelSize: 26
-            font.bold: true
-        }
-
-        MouseArea {
-            id: hold
-
-            property real pressedAt
-            property bool isDragging
-
-            function release(): void {
-                if (isDragging)
-                    header.dragEnded();
-                isDragging = false;
-            }
+        StripDragArea {
+            property bool wasDragged
 
             anchors.fill: parent
-            acceptedButtons: Qt.LeftButton | Qt.RightButton
-            preventStealing: true
+            desk: header.desk
+            isHandle: true
             cursorShape: header.desk.session.mayMoveChannels ? Qt.OpenHandCursor : Qt.ArrowCursor
-            onPressed: mouse => {
-                forceActiveFocus(Qt.MouseFocusReason);
-                header.desk.commands.selectStrip(header.entry.channelId);
-                pressedAt = mouse.x;
+            onPressed: wasDragged = false
+            onDragBegan: {
+                wasDragged = true;
+                header.dragBegan();
             }
-            onPositionChanged: mouse => {
-                const far = Math.abs(mouse.x - pressedAt) >= Theme.dragDistance;
-                if (!isDragging && far && pressedButtons === Qt.LeftButton && header.desk.session.mayMoveChannels) {
-                    isDragging = true;
-                    header.dragBegan();
-                }
-                if (isDragging)
-                    header.dragMoved(mapToItem(null, mouse.x, 0).x);
+            onDragMoved: x => header.dragMoved(x)
+            onDragEnded: header.dragEnded()
+            onMenuWanted: {
+                wasDragged = true;
+                header.menuWanted();
             }
-            onReleased: release()
-            onCanceled: release()
             onClicked: mouse => {
-                if (mouse.button === Qt.RightButton)
-                    header.menuWanted();
+                if (mouse.button === Qt.LeftButton && !wasDragged)
+                    header.colorWanted();
             }
-            onPressAndHold: if (!isDragging) header.menuWanted()
-            Component.onDestruction: release()
         }
     }
 
@@ -78,16 +58,18 @@ Item {
         id: name
 
         objectName: "stripName" + header.entry.index
-        y: Theme.touch + 4
-        width: parent.width
-        height: Theme.touch
+        x: square.width + 3
+        width: parent.width - x
+        height: parent.height
         spokenName: header.entry.number + " " + header.entry.name
         echo: header.entry.name
         readOnly: !header.desk.session.mayTypeText
         color: activeFocus ? Theme.ink : "transparent"
-        font.pixelSize: 15
-        leftPadding: 5
-        rightPadding: 3
+        font.pixelSize: Theme.smallText
+        leftPadding: 3
+        rightPadding: 2
+        topPadding: 0
+        bottomPadding: 0
         onTyped: text => header.desk.commands.setChannelName(header.entry.channelId, text)
         onPressed: header.desk.commands.selectStrip(header.entry.channelId)
         onAccepted: header.forceActiveFocus(Qt.OtherFocusReason)
@@ -97,16 +79,18 @@ Item {
     Text {
         objectName: "stripNameShown" + header.entry.index
         anchors.fill: name
-        anchors.leftMargin: 5
-        anchors.rightMargin: 3
+        anchors.leftMargin: 4
+        anchors.rightMargin: 2
         visible: !name.activeFocus
         text: name.text
         color: Theme.ink
-        font.pixelSize: Theme.bodyText
+        font.pixelSize: Theme.smallText
         font.bold: true
-        wrapMode: Text.Wrap
+        font.letterSpacing: -0.6
+        lineHeight: 0.9
+        wrapMode: Text.WordWrap
         fontSizeMode: Text.Fit
-        minimumPixelSize: 14
+        minimumPixelSize: Theme.tinyText
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
     }

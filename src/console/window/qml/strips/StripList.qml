@@ -18,6 +18,19 @@ ListView {
         return item ? item.entry.channelId : "";
     }
 
+    // The strip to the left or right of the selected one.
+    function selectBeside(by: int): void {
+        for (let row = 0; row < count; ++row) {
+            const item = list.itemAtIndex(row) as ChannelStrip;
+            if (item && item.entry.isSelected) {
+                const next = idAt(Math.max(0, Math.min(count - 1, row + by)));
+                if (next !== "")
+                    desk.commands.selectStrip(next);
+                return;
+            }
+        }
+    }
+
     function scrollBy(distance: real): void {
         const last = Math.max(0, contentWidth + rightMargin - width);
         contentX = originX + Math.min(last, Math.max(0, contentX - originX + distance));
@@ -53,6 +66,7 @@ ListView {
         isDragged: tracker.draggedId === entry.channelId
         onFaderHeld: isHeld => list.heldFaders += isHeld ? 1 : -1
         onMenuWanted: menu.openFor(entry)
+        onColorWanted: colors.openFor(this, entry)
         onDragBegan: tracker.begin(entry.channelId)
         onDragMoved: x => list.dragTo(list.mapFromItem(null, x, 0).x)
         onDragEnded: tracker.end()
@@ -75,6 +89,15 @@ ListView {
         }
     }
     displaced: move
+
+    Keys.onLeftPressed: selectBeside(-1)
+    Keys.onRightPressed: selectBeside(1)
+
+    ColorPanel {
+        id: colors
+
+        desk: list.desk
+    }
 
     StripMenu {
         id: menu

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The instrument's status and name. A failed one is on a red field.
+// How the strip's instrument is. A failed one is on a red field.
 import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
@@ -13,12 +13,12 @@ ColumnLayout {
     readonly property color field: isFailed ? Theme.panic : "transparent"
     readonly property color ink: isFailed ? Theme.ink : entry.status === StripViewModel.Running ? Theme.running : Theme.idle
 
-    spacing: 4
+    spacing: 1
 
     Rectangle {
         objectName: "stripStatus" + status.entry.index
         Layout.fillWidth: true
-        implicitHeight: 24
+        implicitHeight: 17
         radius: 3
         color: status.field
 
@@ -29,13 +29,12 @@ ColumnLayout {
             anchors.fill: parent
             text: status.entry.statusText
             color: status.ink
-            font.pixelSize: status.isFailed ? Theme.bodyText : Theme.smallText
+            font.pixelSize: Theme.tinyText
             font.bold: true
-            fontSizeMode: Text.HorizontalFit
-            minimumPixelSize: Theme.tinyText
             elide: Text.ElideRight
             horizontalAlignment: status.isFailed ? Text.AlignHCenter : Text.AlignLeft
             verticalAlignment: Text.AlignVCenter
+            Accessible.ignored: true
         }
     }
 
@@ -43,21 +42,5 @@ ColumnLayout {
         Layout.fillWidth: true
         implicitHeight: 1
         color: Theme.divider
-    }
-
-    Text {
-        objectName: "stripInstrument" + status.entry.index
-        Layout.fillWidth: true
-        Layout.preferredHeight: 42
-        text: status.entry.isPlaying ? "\u25b6 " + status.entry.instrumentText : status.entry.instrumentText
-        color: status.entry.isPlaying ? Theme.ready : Theme.quietInk
-        font.pixelSize: Theme.smallText
-        wrapMode: Text.Wrap
-        fontSizeMode: Text.Fit
-        minimumPixelSize: Theme.tinyText
-        elide: Text.ElideRight
-        verticalAlignment: Text.AlignVCenter
-        Accessible.role: Accessible.StaticText
-        Accessible.name: status.entry.instrumentText
     }
 }

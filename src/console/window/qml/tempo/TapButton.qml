@@ -15,6 +15,7 @@ PushButton {
 
     objectName: "tapButton"
     text: "TAP"
+    hint: desk.hints.tap
     textSize: Theme.songText
     fill: Theme.raised
     ink: Theme.accent

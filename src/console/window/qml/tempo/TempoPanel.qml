@@ -35,6 +35,7 @@ Panel {
                 text: "\u2212"
                 spokenName: panel.desk.texts.tempoTitle + " \u2212"
                 textSize: 26
+                hint: panel.desk.hints.tempoStep
                 autoRepeat: true
                 onClicked: panel.desk.commands.stepTempo(-1)
             }
@@ -50,6 +51,7 @@ Panel {
                 text: "+"
                 spokenName: panel.desk.texts.tempoTitle + " +"
                 textSize: 26
+                hint: panel.desk.hints.tempoStep
                 autoRepeat: true
                 onClicked: panel.desk.commands.stepTempo(1)
             }
