@@ -15,12 +15,12 @@ ColumnLayout {
     Text {
         objectName: "stripInstrument" + source.entry.index
         Layout.fillWidth: true
-        Layout.preferredHeight: 40
+        Layout.preferredHeight: 42
         text: source.entry.isPlaying ? "\u25b6 " + source.entry.instrumentText : source.entry.instrumentText
         color: source.entry.isPlaying ? Theme.ready : Theme.quietInk
         font.pixelSize: Theme.tinyText
-        font.letterSpacing: -0.4
-        lineHeight: 0.85
+        font.letterSpacing: -0.5
+        lineHeight: 0.8
         wrapMode: Text.WordWrap
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
