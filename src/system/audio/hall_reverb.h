@@ -13,7 +13,7 @@ namespace vrel::audio {
 
 /// The sound of a large hall, without the direct sound: a decay of 3 seconds, darker the higher.
 ///
-/// Signal path, each channel: a high pass against offsets, 20 ms of pre-delay, four allpasses that
+/// Signal path, each channel: a high pass against offsets, 20 ms of pre-delay, seven allpasses that
 /// smear the onset; then a network of sixteen delay lines of mutually prime lengths, fed back through a
 /// mixing matrix that keeps energy, each line with the losses that its length calls for. The
 /// lines' lengths drift slowly and each in its own way, so that no resonance stays in place. The
@@ -38,7 +38,7 @@ class HallReverb {
 
  private:
   static constexpr std::size_t lineCount = 16;
-  static constexpr std::size_t allpassCount = 4;  // per channel
+  static constexpr std::size_t allpassCount = 7;  // per channel
   static constexpr std::uint32_t sliceFrames = 64;
 
   /// A ring whose beginning is repeated behind its end, so that any slice can be read in one segment.

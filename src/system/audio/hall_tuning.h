@@ -4,7 +4,7 @@
 #include <array>
 
 /// The numbers that make the hall. They were chosen by measurement: the tests hold decay, density
-/// of echoes, evenness of the late spectrum and independence of the channels.
+/// of echoes from 30 ms after the first, evenness of the late spectrum and independence of the channels.
 namespace vrel::audio::hall {
 
 inline constexpr double decaySeconds = 3.1;       // to a thousandth of the amplitude, low and middle
@@ -13,15 +13,16 @@ inline constexpr double highDecayHertz = 6000;
 inline constexpr double highPassHertz = 25;
 inline constexpr double preDelaySeconds = 0.020;
 inline constexpr double driftSeconds = 0.00018;
-inline constexpr float allpassGain = 0.62F;
+inline constexpr float allpassGain = 0.7F;
 
 // Levels: wet at full mix is meant to be about 3 dB below a steady sound in the middle range.
 inline constexpr float earlyLevel = 0.28F;
 inline constexpr float lateLevel = 0.25F;
 
-inline constexpr std::array<std::array<double, 4>, 2> allpassSeconds{{
-    {0.00431, 0.00717, 0.01123, 0.01687},
-    {0.00467, 0.00673, 0.01187, 0.01601},
+// No shorter than a slice at 44.1 kHz; many short ones, so that the onset is dense at once.
+inline constexpr std::array<std::array<double, 7>, 2> allpassSeconds{{
+    {0.00173, 0.00229, 0.00293, 0.00379, 0.00467, 0.00617, 0.00823},
+    {0.00179, 0.00241, 0.00283, 0.00397, 0.00451, 0.00641, 0.00797},
 }};
 
 inline constexpr std::array<double, 16> lineSeconds{0.0291, 0.0617, 0.0347, 0.0533, 0.0743, 0.0409, 0.0671, 0.0311,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -114,6 +115,21 @@ TEST_P(ReverbAtRate, IsDenseAfterATenthOfASecond) {
   const std::vector<float> response = Hall(rate, 1, 100).wet(impulse(), 2)[0];
   for (double begin = 0.12; begin < 1.5; begin += 0.03) {
     EXPECT_GT(echoDensity(between(response, rate, begin, begin + 0.03)), 0.82) << begin;
+  }
+}
+
+// The normalised echo density of Abel and Huang, "A simple, robust measure of reverberation echo density" (AES
+// convention paper 6985, 2006), in windows of 20 ms.
+TEST_P(ReverbAtRate, IsDenseThirtyMillisecondsAfterTheFirstEcho) {
+  const double rate = GetParam();
+  const Wave onBoth = [](std::uint64_t frame, std::uint32_t) { return frame == 0 ? 1.0F : 0.0F; };
+  for (const std::vector<float>& response : Hall(rate, 2, 100).wet(onBoth, 0.3)) {
+    const auto audible = [least = peak(response) / 1000](float sample) { return std::abs(sample) > least; };
+    const double first = static_cast<double>(std::ranges::find_if(response, audible) - response.begin()) / rate;
+    EXPECT_NEAR(first, 0.02, 0.001);
+    for (double middle = first + 0.03; middle < first + 0.1; middle += 0.002) {
+      EXPECT_GT(echoDensity(between(response, rate, middle - 0.01, middle + 0.01)), 0.9) << middle - first;
+    }
   }
 }
 
