@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "platform/audio_node.h"
+#include "system/audio/link_fades.h"
 #include "system/audio/node_processor.h"
 #include "system/audio/tap.h"
 
@@ -34,6 +37,20 @@ class GraphNode {
 
   [[nodiscard]] const std::shared_ptr<TapPoint>& tapPoint() const { return tapPoint_; }
 
+  [[nodiscard]] const std::shared_ptr<LinkFades>& linkFades() const { return linkFades_; }
+
+  /// Notes what enters the node in the next plan. Returns what entered it in earlier ones, and may have done so up to
+  /// the block with this number.
+  std::vector<std::shared_ptr<LinkFades>> replaceInputs(const std::vector<std::shared_ptr<LinkFades>>& inputs,
+                                                        std::uint64_t block) {
+    std::erase_if(knownInputs_, [&](const auto& known) {
+      return known->lastReadBlock() + 1 < block || std::find(inputs.begin(), inputs.end(), known) != inputs.end();
+    });
+    auto departed = knownInputs_;
+    knownInputs_.insert(knownInputs_.end(), inputs.begin(), inputs.end());
+    return departed;
+  }
+
   /// Notes what was negotiated. Returns whether the output differs from before.
   bool setFormats(AVAudioFormat input, AVAudioFormat output) {
     const bool changed = !(output == outputFormat_);
@@ -50,6 +67,8 @@ class GraphNode {
 
  private:
   const void* owner_ = nullptr;
+  const std::shared_ptr<LinkFades> linkFades_ = std::make_shared<LinkFades>();
+  std::vector<std::shared_ptr<LinkFades>> knownInputs_;
 };
 
 /// A graph node that implements `Interface`, one of the platform's kinds of node.

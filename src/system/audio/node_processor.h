@@ -59,6 +59,9 @@ class NodeProcessor {
   /// Whether `process` writes every sample of its output in every block, so that it need not hold silence before.
   [[nodiscard]] virtual bool fillsOutput() const { return false; }
 
+  /// Whether the last block is silent since there was nothing to give: a plug-in is dead, or late.
+  [[nodiscard]] virtual bool isMissing() const noexcept { return false; }
+
   /// Comes before the first `process` of the block, to all processors that are sources in the plan: who
   /// lets others work on the block sets them going here, and collects in `process`.
   virtual void begin(std::uint32_t /*frameCount*/) noexcept VREL_AUDIO_THREAD {}

@@ -84,7 +84,7 @@ void RenderCore::renderSlice(const Channels& channels, std::uint32_t frameCount,
   const Turn turn = turn_.load(std::memory_order_relaxed);
   turn_.store(turn + 1);
   if (const RenderPlan* const plan = plan_.load(); plan != nullptr) {
-    plan->render(frameCount, deadline);
+    plan->render(frameCount, turn / 2 + 1, deadline);
     const Stream& result = plan->result();
     if (silenceIfNotFinite(result, frameCount)) {
       RenderCounters::add(counters_.nonFiniteBlocks);
@@ -104,19 +104,39 @@ void RenderCore::renderSlice(const Channels& channels, std::uint32_t frameCount,
     RenderCounters::add(counters_.silentBlocks);
     if (!silent_) {
       silent_ = true;
-      fadedOut_ = 0;
-      edgeSamples_ = lastSamples_;
+      beginFadeOut();
     }
   }
   addFadeOut(channels, frameCount);
-  lastSamples_ = {channels[0][frameCount - 1], channels[1][frameCount - 1]};
+  noteHistory(channels, frameCount);
+}
+
+void RenderCore::beginFadeOut() noexcept {
+  fadedOut_ = 0;
+  for (std::size_t channel = 0; channel < history_.size(); ++channel) {
+    std::array<float, continuationHistory> past;
+    std::rotate_copy(history_[channel].begin(), history_[channel].begin() + historyEnd_, history_[channel].end(),
+                     past.begin());
+    continueSignal(past, edge_[channel]);
+  }
+}
+
+void RenderCore::noteHistory(const Channels& channels, std::uint32_t frameCount) noexcept {
+  const std::uint32_t count = std::min(frameCount, continuationHistory);
+  const std::uint32_t first = std::min(count, continuationHistory - historyEnd_);
+  for (std::size_t channel = 0; channel < channels.size(); ++channel) {
+    const float* const newest = channels[channel] + frameCount - count;
+    std::copy_n(newest, first, history_[channel].begin() + historyEnd_);
+    std::copy_n(newest + first, count - first, history_[channel].begin());
+  }
+  historyEnd_ = (historyEnd_ + count) % continuationHistory;
 }
 
 void RenderCore::fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept {
   const std::uint32_t count = std::min(frameCount, edgeFrames - fadedIn_);
   for (float* const samples : channels) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
-      samples[frame] *= static_cast<float>(fadedIn_ + frame + 1) / static_cast<float>(edgeFrames);
+      samples[frame] *= fadeInAt(fadedIn_ + frame, edgeFrames);
     }
   }
   fadedIn_ += count;
@@ -126,8 +146,8 @@ void RenderCore::addFadeOut(const Channels& channels, std::uint32_t frameCount) 
   const std::uint32_t count = std::min(frameCount, edgeFrames - fadedOut_);
   for (std::size_t channel = 0; channel < channels.size(); ++channel) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
-      const auto left = static_cast<float>(edgeFrames - fadedOut_ - frame - 1);
-      channels[channel][frame] += edgeSamples_[channel] * left / static_cast<float>(edgeFrames);
+      const std::uint32_t at = fadedOut_ + frame;
+      channels[channel][frame] += edge_[channel][at] * (1.0F - fadeInAt(at, edgeFrames));
     }
   }
   fadedOut_ += count;

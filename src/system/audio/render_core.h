@@ -8,6 +8,7 @@
 
 #include "foundation/thread_roles.h"
 #include "system/audio/block_pacer.h"
+#include "system/audio/continuation.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_plan.h"
 
@@ -35,6 +36,9 @@ class RenderCore {
   /// Waits for that, as long as one block may take at the most. False, counted, when it took longer.
   bool waitUntilLeft(Turn turn) VREL_NOT_AUDIO_THREAD;
 
+  /// The number of the last block that was begun.
+  [[nodiscard]] std::uint64_t block() const { return (turn_.load() + 1) / 2; }
+
   [[nodiscard]] bool hasPlan() const { return plan_.load() != nullptr; }
 
   /// Renders any number of frames. On a device each block has its BlockTime.
@@ -45,6 +49,8 @@ class RenderCore {
 
   void renderSlice(const Channels& channels, std::uint32_t frameCount,
                    std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
+  void beginFadeOut() noexcept VREL_AUDIO_THREAD;
+  void noteHistory(const Channels& channels, std::uint32_t frameCount) noexcept;
   void fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept;
   void addFadeOut(const Channels& channels, std::uint32_t frameCount) noexcept;
 
@@ -58,8 +64,9 @@ class RenderCore {
   bool silent_ = false;                  // the last slice had no plan
   std::uint32_t fadedIn_ = edgeFrames;   // frames of the edge behind a gap that are done
   std::uint32_t fadedOut_ = edgeFrames;  // frames of the edge before a gap that are done
-  std::array<float, maximumStreamChannels> lastSamples_{};
-  std::array<float, maximumStreamChannels> edgeSamples_{};
+  std::array<std::array<float, edgeFrames>, maximumStreamChannels> edge_{};              // of the sound before the gap
+  std::array<std::array<float, continuationHistory>, maximumStreamChannels> history_{};  // rings
+  std::uint32_t historyEnd_ = 0;
   BlockPacer pacer_;
 };
 

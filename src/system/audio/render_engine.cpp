@@ -150,7 +150,7 @@ std::unique_ptr<RenderPlan> RenderEngine::compilePlan() {
     plan = std::move(spare_.back());
     spare_.pop_back();
   }
-  plan->compile(*graph_.find(output_.get()), graph_.sampleRate(), arena_);
+  plan->compile(*graph_.find(output_.get()), graph_.sampleRate(), arena_, core_.block());
   return plan;
 }
 

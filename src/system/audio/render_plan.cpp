@@ -7,8 +7,9 @@
 
 namespace vrel::audio {
 
-void RenderPlan::compile(const NodeGraph::Entry& output, double sampleRate, BufferArena& arena) {
-  result_ = addStep(output, sampleRate, arena);
+void RenderPlan::compile(const NodeGraph::Entry& output, double sampleRate, BufferArena& arena, std::uint64_t block) {
+  spare_ = takeBuffers(maximumStreamChannels, arena);
+  result_ = addStep(output, sampleRate, arena, block);
   freeBuffers_.clear();
   buffersTaken_ = 0;
 }
@@ -16,17 +17,20 @@ void RenderPlan::compile(const NodeGraph::Entry& output, double sampleRate, Buff
 void RenderPlan::clear() {
   steps_.clear();
   inputs_.clear();
+  sources_.clear();
+  departed_.clear();
   result_ = {};
   processors_.clear();
   taps_.clear();
+  fades_.clear();
 }
 
-Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena) {
+Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena, std::uint64_t block) {
   // The inputs of a step are contiguous, so they are gathered before their own inputs' place is known.
   std::vector<Stream> inputs;
   inputs.reserve(entry.sources.size());
   for (const NodeGraph::Entry* const source : entry.sources) {
-    inputs.push_back(addStep(*source, sampleRate, arena));
+    inputs.push_back(addStep(*source, sampleRate, arena, block));
   }
   std::shared_ptr<NodeProcessor> processor = entry.graphNode->processor();
   processor->prepare(sampleRate);
@@ -40,6 +44,7 @@ Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, Buf
   step.servesTap = processor->servesTap();
   step.output = takeBuffers(entry.graphNode->outputChannelCount(), arena);
   inputs_.insert(inputs_.end(), inputs.begin(), inputs.end());
+  addFades(entry, step, block);
   for (const Stream& input : inputs) {
     giveBack(input);
   }
@@ -47,6 +52,22 @@ Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, Buf
   processors_.push_back(std::move(processor));
   taps_.push_back(entry.graphNode->tapPoint());
   return step.output;
+}
+
+void RenderPlan::addFades(const NodeGraph::Entry& entry, Step& step, std::uint64_t block) {
+  std::vector<std::shared_ptr<LinkFades>> inputs;
+  for (const NodeGraph::Entry* const source : entry.sources) {
+    inputs.push_back(source->graphNode->linkFades());
+    sources_.push_back(inputs.back().get());
+  }
+  step.fades = entry.graphNode->linkFades().get();
+  step.firstDeparted = departed_.size();
+  for (auto& departed : entry.graphNode->replaceInputs(inputs, block)) {
+    departed_.push_back(departed.get());
+    fades_.push_back(std::move(departed));
+  }
+  step.departedCount = departed_.size() - step.firstDeparted;
+  fades_.push_back(entry.graphNode->linkFades());
 }
 
 Stream RenderPlan::takeBuffers(std::uint32_t channelCount, BufferArena& arena) {
@@ -69,7 +90,8 @@ void RenderPlan::giveBack(const Stream& stream) {
   }
 }
 
-void RenderPlan::render(std::uint32_t frameCount, std::optional<std::int64_t> deadline) const noexcept {
+void RenderPlan::render(std::uint32_t frameCount, std::uint64_t block,
+                        std::optional<std::int64_t> deadline) const noexcept {
   for (const Step& step : steps_) {
     if (step.inputCount == 0) {
       step.processor->begin(frameCount);
@@ -79,12 +101,18 @@ void RenderPlan::render(std::uint32_t frameCount, std::optional<std::int64_t> de
     for (std::uint32_t channel = 0; channel < step.output.channelCount && !step.fillsOutput; ++channel) {
       std::fill_n(step.output.channels[channel], frameCount, 0.0F);
     }
-    const ProcessBlock block{.frameCount = frameCount,
-                             .inputs = std::span(inputs_).subspan(step.firstInput, step.inputCount),
-                             .output = step.output,
-                             .tap = step.tap,
-                             .deadline = deadline};
-    step.processor->process(block);
+    const auto inputs = std::span(inputs_).subspan(step.firstInput, step.inputCount);
+    Stream spare = spare_;
+    const bool isSpare = step.fades->enter({inputs, std::span(sources_).subspan(step.firstInput, step.inputCount),
+                                            std::span(departed_).subspan(step.firstDeparted, step.departedCount)},
+                                           spare, frameCount, block);
+    const ProcessBlock processed{.frameCount = frameCount,
+                                 .inputs = isSpare ? std::span<const Stream>(&spare, 1) : inputs,
+                                 .output = step.output,
+                                 .tap = step.tap,
+                                 .deadline = deadline};
+    step.processor->process(processed);
+    step.fades->leave(step.output, frameCount, block, step.processor->isMissing());
     if (!step.servesTap) {
       step.tap->push(step.output, frameCount);
     }

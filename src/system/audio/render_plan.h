@@ -9,6 +9,7 @@
 
 #include "foundation/thread_roles.h"
 #include "system/audio/buffer_arena.h"
+#include "system/audio/link_fades.h"
 #include "system/audio/node_graph.h"
 #include "system/audio/node_processor.h"
 #include "system/audio/tap.h"
@@ -27,21 +28,25 @@ namespace vrel::audio {
 /// 2. The output buffers of a step are none of its own inputs, nor the output of an earlier step that
 ///    a later one still has to read. Apart from that, buffers are used again as soon as they are read.
 /// 3. Only nodes that reach the output are in it.
+/// 4. A link that an earlier plan had, or had not, does not begin or end in a step (`LinkFades`).
 class RenderPlan {
  public:
   RenderPlan() = default;
   RenderPlan(const RenderPlan&) = delete;
   RenderPlan& operator=(const RenderPlan&) = delete;
 
-  /// Fills the empty plan with all that leads to `output`, and prepares the processors for the rate.
-  void compile(const NodeGraph::Entry& output, double sampleRate, BufferArena& arena) VREL_NOT_AUDIO_THREAD;
+  /// Fills the empty plan with all that leads to `output`, and prepares the processors for the rate. `block` is the
+  /// last one that was rendered.
+  void compile(const NodeGraph::Entry& output, double sampleRate, BufferArena& arena,
+               std::uint64_t block = 0) VREL_NOT_AUDIO_THREAD;
 
   /// Back to an empty plan; its memory stays for the next `compile`.
   void clear() VREL_NOT_AUDIO_THREAD;
 
   /// Renders 1 to maximumBlockFrames frames: begins all sources, then takes the steps in order. The
-  /// deadline is that of `ProcessBlock`.
-  void render(std::uint32_t frameCount, std::optional<std::int64_t> deadline = {}) const noexcept VREL_AUDIO_THREAD;
+  /// deadline is that of `ProcessBlock`. Blocks are numbered from 1, silent ones included.
+  void render(std::uint32_t frameCount, std::uint64_t block,
+              std::optional<std::int64_t> deadline = {}) const noexcept VREL_AUDIO_THREAD;
 
   /// What the output node rendered last.
   [[nodiscard]] const Stream& result() const { return result_; }
@@ -50,8 +55,11 @@ class RenderPlan {
   struct Step {
     NodeProcessor* processor = nullptr;
     TapPoint* tap = nullptr;
+    LinkFades* fades = nullptr;
     std::size_t firstInput = 0;
     std::size_t inputCount = 0;
+    std::size_t firstDeparted = 0;
+    std::size_t departedCount = 0;
     bool fillsOutput = false;
     bool servesTap = false;
     Stream output;
@@ -62,15 +70,20 @@ class RenderPlan {
   [[nodiscard]] const std::vector<Stream>& inputs() const { return inputs_; }
 
  private:
-  Stream addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena);
+  Stream addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena, std::uint64_t block);
+  void addFades(const NodeGraph::Entry& entry, Step& step, std::uint64_t block);
   Stream takeBuffers(std::uint32_t channelCount, BufferArena& arena);
   void giveBack(const Stream& stream);
 
   std::vector<Step> steps_;
   std::vector<Stream> inputs_;
+  std::vector<LinkFades*> sources_;  // of the inputs, in their order
+  std::vector<LinkFades*> departed_;
+  Stream spare_;
   Stream result_;
   std::vector<std::shared_ptr<NodeProcessor>> processors_;
   std::vector<std::shared_ptr<TapPoint>> taps_;
+  std::vector<std::shared_ptr<LinkFades>> fades_;
 
   // While compiling.
   std::vector<float*> freeBuffers_;

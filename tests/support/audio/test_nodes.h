@@ -48,6 +48,7 @@ struct ProcessorLog {
   std::atomic<std::uint64_t> blocks{0};
   std::atomic<std::uint64_t> frames{0};
   std::atomic<int> prepared{0};
+  std::atomic<bool> isMissing{false};  // set by a test: its blocks are silent in place of what it renders
   std::atomic<bool> destroyed{false};
   std::thread::id destroyedOn;  // valid when destroyed
 };
@@ -64,10 +65,12 @@ class SourceProcessor final : public NodeProcessor {
   void prepare(double /*sampleRate*/) VREL_NOT_AUDIO_THREAD override { log_->prepared.fetch_add(1); }
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t) const override { return channelCount_; }
 
+  [[nodiscard]] bool isMissing() const noexcept override { return log_->isMissing.load(); }
+
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
     for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
       for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
-        block.output.channels[channel][frame] = wave_(frame_, channel);
+        block.output.channels[channel][frame] = isMissing() ? 0.0F : wave_(frame_, channel);
       }
       ++frame_;
     }

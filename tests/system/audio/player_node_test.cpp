@@ -113,6 +113,7 @@ TEST_F(Player, ALoopThatIsNotToGoOnEndsAtItsExitAtAnyMoment) {
   for (const std::uint32_t framesBefore : {1U, 100U, 4000U, 29000U}) {
     int passes = 0;
     const auto looped = stage.addPlayer();
+    stage.record(2 * blockFrames);  // its link has faded in
     const std::weak_ptr<AVAudioPlayerNode> weak = looped;
     const auto file = fileOf(40000);
     looped->setRepeating(true);

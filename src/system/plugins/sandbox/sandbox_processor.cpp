@@ -51,6 +51,7 @@ void SandboxProcessor::process(const audio::ProcessBlock& block) noexcept {
   if (!std::exchange(isBegun_, false)) {
     isAwaited_ = request(block.frameCount, block.inputs.empty() ? audio::Stream{} : block.inputs.front());
   }
+  isMissing_ = true;
   if (guest_->isDead()) {
     return;
   }
@@ -127,7 +128,8 @@ void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
   }
   gain_.apply(block.output, block.frameCount);
   addCounts(answer.counts);
-  if (audio::silenceIfTooLarge(block.output, block.frameCount)) {
+  isMissing_ = audio::silenceIfTooLarge(block.output, block.frameCount);
+  if (isMissing_) {
     count(settings_.counters->silencedBlocks);
   }
 }

@@ -43,6 +43,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   }
   void begin(std::uint32_t frameCount) noexcept override VREL_AUDIO_THREAD;
   void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
+  [[nodiscard]] bool isMissing() const noexcept override { return isMissing_; }
 
   /// Hands one message to the next block; false when it is not a message or there is no room. Wait-free.
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
@@ -80,6 +81,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   bool isBegun_ = false;    // `begin` was called, `process` was not
   bool isAwaited_ = false;  // the answer to `asked_` is still good for this block
   bool isGivenUp_ = false;  // the answer to `asked_` comes for nothing
+  bool isMissing_ = false;  // the last block is silence in place of an answer
   GuestCounts counted_{};
 };
 

@@ -288,7 +288,8 @@ TEST_P(RealSwitching, SoundIsBackWithTheFirstInstrumentThatHasCome) {
   Show show(factoryIn(GetParam()), *inProcess_.world, songs());
   show.press("down");
   auto& engine = *show.machine.engine;
-  EXPECT_EQ(lv2::peak(show.machine.render(1)), 0.0F) << "the song before has gone at once";
+  show.machine.render(2);
+  EXPECT_EQ(lv2::peak(show.machine.render(1)), 0.0F) << "the song before has faded out";
   while (engine.channels().at(0)->status.get() != ChannelStatus::running && !show.machine.units.requests.empty()) {
     show.machine.units.answer(0);
     show.machine.settle();

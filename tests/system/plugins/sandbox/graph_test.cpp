@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <csignal>
 #include <functional>
 #include <ostream>
@@ -298,6 +299,31 @@ TEST_F(InTheOfflineGraph, HugeSamplesSilenceTheirOwnStripsAndNotTheMix) {
   expectBegin(mix, undisturbed(19 * frames));
   EXPECT_GE(counters().silencedBlocks, 4U * 20U);
   EXPECT_EQ(graph.counters->nonFiniteBlocks, 0U);
+}
+
+TEST_F(InTheOfflineGraph, AGuestThatDiesFadesOutInsteadOfBeingCut) {
+  const auto device = std::make_shared<audio::OfflineDevice>(48000, frames);
+  const Graph graph = graphOn(device);
+  ASSERT_EQ(graph.engine->start(), std::nullopt);
+  graph.sine->sendMIDIEvent(0x90, 69, 100);
+  std::vector<float> heard;
+  for (int block = 0; block < 20; ++block) {
+    if (block == 16) {
+      kill(processOf(graph.sine), SIGKILL);
+      EXPECT_TRUE(happens([this] { return deaths().size() == 1; }));
+    }
+    const auto samples = device->renderBlock().left;
+    heard.insert(heard.end(), samples.begin(), samples.end());
+  }
+  const auto end = heard.begin() + 16 * frames;
+  const float level = *std::max_element(end - frames, end);
+  float steepest = 0;
+  for (auto sample = end - 8 * frames; sample != heard.end(); ++sample) {
+    steepest = std::max(steepest, std::abs(*sample - *(sample - 1)));
+  }
+  EXPECT_LT(steepest, level * 0.06F) << "of a tone of 440 Hz: 0.0576 of its level";
+  EXPECT_GT(*std::max_element(end, end + 128), level * 0.5F);
+  EXPECT_EQ(std::count(end + 256, heard.end(), 0.0F), heard.end() - end - 256);
 }
 
 TEST_F(InTheOfflineGraph, AllSourcesWorkAtTheSameTime) {
