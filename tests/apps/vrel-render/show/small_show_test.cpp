@@ -377,7 +377,7 @@ TEST_F(SmallShow, APluginThatFailsToLoadIsReportedAndTheOthersSound) {
 
 TEST_F(SmallShow, APluginWithNonFiniteOutputIsSilencedAndCounted) {
   MidiFileMaker show;
-  show.message(0, {0x90, 60, 127}).message(100, {0x90, 60, 127});
+  show.message(0, {0x90, 61, 127}).message(100, {0x90, 61, 127});
   auto broken = stripOf("Sine", sine);
   broken.effectSlots = {{.pluginPath = zooEffect("notanumber"), .pluginName = "Broken"}};
   const auto run =
