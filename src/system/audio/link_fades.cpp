@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <ranges>
 
 namespace vrel::audio {
 namespace {
@@ -105,12 +104,18 @@ void LinkFades::gatherDeparted(const Inputs& inputs, std::uint64_t block) noexce
   }
   Channels histories{};
   std::uint32_t channelCount = 0;
-  const auto add = [&](const LinkFades* source) {
-    channelCount = std::max(channelCount, source->outputBefore(block).channelCount);
-    source->addHistory(histories, block);
+  const auto addIf = [&](const auto& isAdded, const LinkFades& source) {
+    if (isAdded(&source)) {
+      channelCount = std::max(channelCount, source.outputBefore(block).channelCount);
+      source.addHistory(histories, block);
+    }
   };
-  std::ranges::for_each(inputs.departed | std::views::filter(isGone), add);
-  std::ranges::for_each(inputs.sources | std::views::filter(isOther), add);
+  for (const LinkFades* const source : inputs.departed) {
+    addIf(isGone, *source);
+  }
+  for (const LinkFades* const source : inputs.sources) {
+    addIf(isOther, *source);
+  }
   beginTail(histories, channelCount);
 }
 
