@@ -65,6 +65,7 @@ std::optional<AudioOutputDevice> AudioDeviceSettings::choose(const std::optional
 
 void AudioDeviceSettings::applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID,
                                              const std::function<void()>& prepareOutputGraph) {
+  hardware_.preferOutputDevice(deviceUID);
   const auto device = choose(deviceUID);
   const bool wasRunning = engine_.isRunning();
   if (wasRunning) {
@@ -81,6 +82,17 @@ void AudioDeviceSettings::applyAudioSettings(std::uint32_t frameSize, const std:
   if (!wasRunning) {
     return;
   }
+  restart(prepareOutputGraph);
+}
+
+void AudioDeviceSettings::followDevice(const std::function<void()>& prepareOutputGraph) {
+  if (engine_.isRunning()) {
+    engine_.stop();
+    restart(prepareOutputGraph);
+  }
+}
+
+void AudioDeviceSettings::restart(const std::function<void()>& prepareOutputGraph) {
   prepareOutputGraph();
   if (const auto& error = mutator_.startEngine()) {
     console_.print("AVAudioEngine restart failed after audio settings change: " + error->description);

@@ -43,7 +43,11 @@ class AudioDeviceSettings {
   void applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID,
                           const std::function<void()>& prepareOutputGraph);
 
+  /// Restarts a running engine for a device of another sample rate.
+  void followDevice(const std::function<void()>& prepareOutputGraph);
+
  private:
+  void restart(const std::function<void()>& prepareOutputGraph);
   [[nodiscard]] std::optional<AudioOutputDevice> describe(AudioObjectID device);
   [[nodiscard]] std::optional<AudioOutputDevice> choose(const std::optional<std::string>& deviceUID);
 

@@ -77,6 +77,11 @@ void AudioEngine::begin() {
       self->ensureEngineRunning("initialization");
     }
   });
+  engine_->setConfigurationChangeHandler([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) {
+      self->followOutputDevice();
+    }
+  });
   if (platform_.midi != nullptr) {
     midiInput_.emplace(
         *platform_.midi, platform_.mainQueue, platform_.console,
@@ -112,6 +117,12 @@ std::vector<AudioOutputDevice> AudioEngine::availableOutputDevices() {
 void AudioEngine::applyAudioSettings(std::uint32_t frameSize, const std::optional<std::string>& deviceUID) {
   if (deviceSettings_) {
     deviceSettings_->applyAudioSettings(frameSize, deviceUID, [this] { chains_.prepareOutputGraph(); });
+  }
+}
+
+void AudioEngine::followOutputDevice() {
+  if (deviceSettings_) {
+    deviceSettings_->followDevice([this] { chains_.prepareOutputGraph(); });
   }
 }
 

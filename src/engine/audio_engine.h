@@ -121,6 +121,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   explicit AudioEngine(const EnginePlatform& platform);
   void begin();
   void followOutputRate();
+  void followOutputDevice();
   void takeDown(AudioChannel& channel);
 
   EnginePlatform platform_;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -44,6 +45,10 @@ class AVAudioEngine {
 
   /// Returns when no block is being rendered.
   virtual void stop() = 0;
+
+  /// `handler` is called on the main thread when the output device has another sample rate, which the next start
+  /// follows. Where devices do not come and go it never is.
+  virtual void setConfigurationChangeHandler(std::function<void()> /*handler*/) {}
 };
 
 /// Makes the engine and the nodes that are not plug-ins. Main thread.

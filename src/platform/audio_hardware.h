@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,10 @@ class AudioHardware {
 
   /// The device that the engine's output plays on. Called on a stopped engine; used by its next start.
   [[nodiscard]] virtual OSStatus setCurrentOutputDevice(AudioObjectID device) = 0;
+
+  /// The device that the performer has chosen, there or not, or none for the system's default. Where devices come and
+  /// go, the output moves to it when it appears, or follows the default.
+  virtual void preferOutputDevice(const std::optional<std::string>& /*deviceUID*/) {}
 };
 
 }  // namespace vrel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "foundation/result.h"
 
@@ -29,9 +30,12 @@ class OutputDevice {
  public:
   virtual ~OutputDevice() = default;
 
-  /// Takes over settings that were changed, and looks for a device that was lost; it has stopped then, if it
-  /// had to be reopened. An error when there is no device.
+  /// Takes over settings that were changed, and a device of another rate that has been found; it has stopped then, if
+  /// that could not be done while it runs.
   [[nodiscard]] virtual Outcome prepare() { return {}; }
+
+  /// `handler` is called on the main thread when a device of another sample rate waits for the next `prepare`.
+  virtual void setRateHandler(std::function<void()> /*handler*/) {}
 
   /// Frames per second, and the usual size of a block. Fixed while it runs, but for a block size that
   /// others who share the device may change.

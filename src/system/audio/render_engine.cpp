@@ -142,6 +142,10 @@ void RenderEngine::stop() {
   leaveRetired();
 }
 
+void RenderEngine::setConfigurationChangeHandler(std::function<void()> handler) {
+  device_->setRateHandler(std::move(handler));
+}
+
 std::unique_ptr<RenderPlan> RenderEngine::compilePlan() {
   std::unique_ptr<RenderPlan> plan;
   if (spare_.empty()) {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -62,6 +63,7 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   [[nodiscard]] bool isRunning() const override { return core_.hasPlan(); }
   [[nodiscard]] Outcome start() override;
   void stop() override;
+  void setConfigurationChangeHandler(std::function<void()> handler) override;
 
   [[nodiscard]] const RenderCounters& counters() const { return *counters_; }
 

@@ -21,7 +21,7 @@ struct AudioDeviceDescription {
   bool isDefaultOutput = false;
 };
 
-/// An open output: closed by its destructor. Main thread, but for what is marked.
+/// An open output, closed by its destructor. One thread at a time, but for what is marked.
 class OutputStream {
  public:
   virtual ~OutputStream() = default;
@@ -44,9 +44,13 @@ class OutputStream {
 
   /// Blocks that came too late and were heard as gaps. Any thread.
   [[nodiscard]] virtual std::uint64_t underruns() const = 0;
+
+  /// The name of the device that the backend would choose now, where that can be asked while sound is played. Asked
+  /// once a second, from one thread, any; a sound server may hold it up.
+  [[nodiscard]] virtual std::optional<std::string> systemDefault() { return std::nullopt; }
 };
 
-/// One way to the machine's audio devices. Main thread. It outlives its streams.
+/// One way to the machine's audio devices. One thread at a time. It outlives its streams.
 class AudioBackend {
  public:
   virtual ~AudioBackend() = default;
@@ -57,10 +61,16 @@ class AudioBackend {
   /// The devices of this moment, inputs too; none when there is nothing behind this way.
   [[nodiscard]] virtual std::vector<AudioDeviceDescription> devices() = 0;
 
+  /// Whether the list may differ from the last one, for whoever asks again and again while sound is played.
+  [[nodiscard]] virtual bool mayHaveChanged() const { return true; }
+
   /// Opens a device for stereo output, with blocks of `frames` where it lets itself be asked.
   [[nodiscard]] virtual Result<std::unique_ptr<OutputStream>> open(const std::string& deviceName,
                                                                    std::optional<std::uint32_t> frames) = 0;
 };
+
+/// The name of the output that the list marks as the default, or else of the first one.
+[[nodiscard]] std::optional<std::string> defaultOutput(const std::vector<AudioDeviceDescription>& devices);
 
 using AudioBackends = std::vector<std::unique_ptr<AudioBackend>>;
 

@@ -16,6 +16,24 @@ namespace {
 
 constexpr const char* audioType = JACK_DEFAULT_AUDIO_TYPE;
 
+std::vector<AudioDeviceDescription> listDevices(jack_client_t* client) {
+  std::vector<AudioDeviceDescription> devices;
+  // A port that takes sound in is an output of the machine.
+  for (const bool isOutput : {true, false}) {
+    const auto flags = (isOutput ? JackPortIsInput : JackPortIsOutput) | JackPortIsPhysical;
+    for (const auto& port : jackPorts(client, audioType, static_cast<unsigned long>(flags))) {
+      const auto name = jackPortOwner(port);
+      auto device = std::find_if(devices.begin(), devices.end(), [&](const auto& each) { return each.name == name; });
+      if (device == devices.end()) {
+        devices.push_back({.name = name, .title = "JACK: " + name, .isDefaultOutput = isOutput && devices.empty()});
+        device = std::prev(devices.end());
+      }
+      device->outputChannels += isOutput ? 1 : 0;
+    }
+  }
+  return devices;
+}
+
 /// Two ports of a client of its own, linked to the device's first two.
 class JackStream final : public OutputStream {
  public:
@@ -27,12 +45,13 @@ class JackStream final : public OutputStream {
   [[nodiscard]] Outcome open(const std::string& serverName);
 
   [[nodiscard]] double sampleRate() const override { return sampleRate_; }
-  [[nodiscard]] std::uint32_t blockFrames() const override;
+  [[nodiscard]] std::uint32_t blockFrames() const override { return blockFrames_.load(std::memory_order_relaxed); }
   [[nodiscard]] bool changeBlockFrames(std::uint32_t frames) override;
   [[nodiscard]] Outcome start(audio::BlockRenderer& renderer) override;
   void stop() override;
   [[nodiscard]] std::optional<std::string> lossReason() const override;
   [[nodiscard]] std::uint64_t underruns() const override { return underruns_.load(std::memory_order_relaxed); }
+  [[nodiscard]] std::optional<std::string> systemDefault() override;
 
  private:
   [[nodiscard]] bool registerAll(jack_client_t* client);
@@ -42,13 +61,17 @@ class JackStream final : public OutputStream {
   static int process(jack_nframes_t frames, void* stream);
   static int countUnderrun(void* stream);
   static int noticeSampleRate(jack_nframes_t rate, void* stream);
+  static void noticePorts(jack_port_id_t port, int isRegistered, void* stream);
 
   const std::string deviceName_;
   double sampleRate_ = 0;
+  std::atomic<std::uint32_t> blockFrames_{0};  // of the last block
   std::array<jack_port_t*, 2> ports_{};
   audio::BlockRenderer* renderer_ = nullptr;  // written while JACK asks for no blocks
   bool isActive_ = false;
   std::atomic<bool> isRateChanged_{false};
+  std::atomic<bool> havePortsChanged_{false};
+  std::atomic<bool> hasDeviceGone_{false};
   std::atomic<std::uint64_t> underruns_{0};
   std::unique_ptr<JackClient> client_;  // last: its threads use the above
 };
@@ -61,6 +84,7 @@ Outcome JackStream::open(const std::string& serverName) {
   bool isRegistered = false;
   client_->use([&](jack_client_t* client) {
     sampleRate_ = jack_get_sample_rate(client);
+    blockFrames_ = jack_get_buffer_size(client);
     isRegistered = registerAll(client);
   });
   return isRegistered ? Outcome() : Error{"JACK refused to register the ports"};
@@ -72,13 +96,8 @@ bool JackStream::registerAll(jack_client_t* client) {
     ports_[channel] = jack_port_register(client, names[channel], audioType, JackPortIsOutput | JackPortIsTerminal, 0);
   }
   return ports_[0] != nullptr && ports_[1] != nullptr && jack_set_xrun_callback(client, countUnderrun, this) == 0 &&
-         jack_set_sample_rate_callback(client, noticeSampleRate, this) == 0;
-}
-
-std::uint32_t JackStream::blockFrames() const {
-  std::uint32_t frames = 0;
-  client_->use([&](jack_client_t* client) { frames = jack_get_buffer_size(client); });
-  return frames;
+         jack_set_sample_rate_callback(client, noticeSampleRate, this) == 0 &&
+         jack_set_port_registration_callback(client, noticePorts, this) == 0;
 }
 
 bool JackStream::changeBlockFrames(std::uint32_t frames) {
@@ -86,6 +105,7 @@ bool JackStream::changeBlockFrames(std::uint32_t frames) {
   client_->use([&](jack_client_t* client) {
     if (jack_get_buffer_size(client) != frames) {
       jack_set_buffer_size(client, frames);
+      blockFrames_ = jack_get_buffer_size(client);
     }
   });
   return true;
@@ -132,11 +152,28 @@ std::optional<std::string> JackStream::lossReason() const {
   if (client_->isServerGone()) {
     return "the JACK server was shut down";
   }
+  if (hasDeviceGone_) {
+    return "it is not there any more";
+  }
   return isRateChanged_ ? std::optional<std::string>("its sample rate has changed") : std::nullopt;
 }
 
+std::optional<std::string> JackStream::systemDefault() {
+  std::vector<AudioDeviceDescription> devices;
+  client_->use([&](jack_client_t* client) {
+    devices = listDevices(client);
+    // Links that a person has taken away stay so; those that went with the device's ports do not come back by
+    // themselves.
+    if (havePortsChanged_.exchange(false) && jack_port_connected(ports_[0]) == 0) {
+      hasDeviceGone_ = true;
+    }
+  });
+  return defaultOutput(devices);
+}
+
 int JackStream::process(jack_nframes_t frames, void* stream) {
-  const auto& self = *static_cast<JackStream*>(stream);
+  auto& self = *static_cast<JackStream*>(stream);
+  self.blockFrames_.store(frames, std::memory_order_relaxed);
   auto* const left = static_cast<float*>(jack_port_get_buffer(self.ports_[0], frames));
   auto* const right = static_cast<float*>(jack_port_get_buffer(self.ports_[1], frames));
   self.renderer_->render(left, right, frames);
@@ -156,22 +193,10 @@ int JackStream::noticeSampleRate(jack_nframes_t rate, void* stream) {
   return 0;
 }
 
-std::vector<AudioDeviceDescription> listDevices(jack_client_t* client) {
-  std::vector<AudioDeviceDescription> devices;
-  // A port that takes sound in is an output of the machine.
-  for (const bool isOutput : {true, false}) {
-    const auto flags = (isOutput ? JackPortIsInput : JackPortIsOutput) | JackPortIsPhysical;
-    for (const auto& port : jackPorts(client, audioType, static_cast<unsigned long>(flags))) {
-      const auto name = jackPortOwner(port);
-      auto device = std::find_if(devices.begin(), devices.end(), [&](const auto& each) { return each.name == name; });
-      if (device == devices.end()) {
-        devices.push_back({.name = name, .title = "JACK: " + name, .isDefaultOutput = isOutput && devices.empty()});
-        device = std::prev(devices.end());
-      }
-      device->outputChannels += isOutput ? 1 : 0;
-    }
+void JackStream::noticePorts(jack_port_id_t /*port*/, int isRegistered, void* stream) {
+  if (isRegistered == 0) {
+    static_cast<JackStream*>(stream)->havePortsChanged_ = true;
   }
-  return devices;
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/devices/rt_audio_backend.h"
 
-#include <chrono>
+#include <sys/stat.h>
+
 #include <exception>
 #include <utility>
 
 #include "system/devices/alsa_silence.h"
-#include "system/devices/bounded_call.h"
 #include "system/devices/rt_audio_stream.h"
 
 namespace vrel::system {
@@ -15,25 +15,11 @@ namespace {
 // Seconds. A sound server that mixes others, too, leaves gaps with less.
 constexpr double soundServerBuffer = 0.05;
 
-constexpr auto longestLook = std::chrono::seconds(2);
-
-std::vector<AudioDeviceDescription> listedDevices(RtAudio& library) {
-  std::vector<AudioDeviceDescription> devices;
-  try {
-    const unsigned count = library.getDeviceCount();
-    for (unsigned index = 0; index < count; ++index) {
-      const auto info = library.getDeviceInfo(index);
-      if (info.probed && !info.name.empty()) {
-        devices.push_back({.name = info.name,
-                           .title = info.name,
-                           .outputChannels = info.outputChannels,
-                           .isDefaultOutput = info.isDefaultOutput});
-      }
-    }
-  } catch (const std::exception&) {
-    // A list that breaks off ends where it broke.
-  }
-  return devices;
+/// When a device came or went last, in nanoseconds; the same for as long as none does.
+std::int64_t lastChangeOfAlsa() {
+  constexpr std::int64_t second = 1'000'000'000;
+  struct stat folder {};
+  return ::stat("/dev/snd", &folder) == 0 ? folder.st_mtim.tv_sec * second + folder.st_mtim.tv_nsec : 0;
 }
 
 }  // namespace
@@ -57,12 +43,12 @@ std::vector<AudioDeviceDescription> RtAudioBackend::devices() {
   } catch (const std::exception&) {
     return {};
   }
-  const auto list = std::make_shared<std::vector<AudioDeviceDescription>>();
-  if (!endsWithin(longestLook, [list, library = library_] { *list = listedDevices(library->audio); })) {
-    library_->isStuck = true;
-    return {};
-  }
-  return std::move(*list);
+  listedAt_ = lastChangeOfAlsa();
+  return listDevices(library_);
+}
+
+bool RtAudioBackend::mayHaveChanged() const {
+  return api_ != RtAudio::LINUX_ALSA || listedAt_ != lastChangeOfAlsa();
 }
 
 Result<std::unique_ptr<OutputStream>> RtAudioBackend::open(const std::string& deviceName,
@@ -70,13 +56,16 @@ Result<std::unique_ptr<OutputStream>> RtAudioBackend::open(const std::string& de
   if (devices().empty()) {
     return Error{"it is no longer connected"};
   }
-  auto stream = std::make_unique<RtAudioStream>(library_, api_ == RtAudio::LINUX_PULSE ? soundServerBuffer : 0);
+  // It plays one stream at a time; another is opened while the first still plays.
+  auto library = library_->audio.isStreamOpen() ? std::make_shared<RtAudioLibrary>(api_) : library_;
+  auto stream = std::make_unique<RtAudioStream>(library, api_ == RtAudio::LINUX_PULSE ? soundServerBuffer : 0);
   if (Outcome failure = stream->open(deviceName, frames)) {
-    if (!library_->isStuck) {
+    if (library == library_ && !library_->isStuck) {
       library_.reset();
     }
     return *failure;
   }
+  library_ = std::move(library);
   return std::unique_ptr<OutputStream>(std::move(stream));
 }
 

@@ -15,20 +15,23 @@ namespace vrel::system {
 
 struct RtAudioLibrary;
 
-/// The devices that RtAudio finds on one of its ways. One stream at a time.
+/// The devices that RtAudio finds on one of its ways.
 class RtAudioBackend final : public AudioBackend {
  public:
   explicit RtAudioBackend(RtAudio::Api api);
 
   [[nodiscard]] std::string uidPrefix() const override;
   [[nodiscard]] std::vector<AudioDeviceDescription> devices() override;
+  /// For ALSA, whether a device has come or gone.
+  [[nodiscard]] bool mayHaveChanged() const override;
   [[nodiscard]] Result<std::unique_ptr<OutputStream>> open(const std::string& deviceName,
                                                            std::optional<std::uint32_t> frames) override;
 
  private:
   const RtAudio::Api api_;
-  // One for the list and the stream: only so does RtAudio still know of a device that is in use.
+  // One for the list and the last stream: only so does RtAudio still know of a device that is in use.
   std::shared_ptr<RtAudioLibrary> library_;
+  std::int64_t listedAt_ = -1;  // when ALSA's devices had changed last, at the last list
 };
 
 }  // namespace vrel::system

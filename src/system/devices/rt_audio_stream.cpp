@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <functional>
+#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -28,7 +30,8 @@ constexpr auto longestStart = std::chrono::seconds(8);
 constexpr std::uint32_t firstBlocks = 32;
 constexpr std::uint32_t mostFaults = 16;
 
-// What the performer waits at most for a device that is to play, and for one that is to be silent.
+// What the performer waits at most for a list, for a device that is to play, and for one that is to be silent.
+constexpr auto longestLook = std::chrono::seconds(2);
 constexpr auto longestOpen = std::chrono::seconds(2);
 constexpr auto longestEnd = std::chrono::milliseconds(500);
 
@@ -47,7 +50,45 @@ void hurry() {
   pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);
 }
 
+std::vector<AudioDeviceDescription> listedBy(RtAudio& library) {
+  std::vector<AudioDeviceDescription> devices;
+  try {
+    const unsigned count = library.getDeviceCount();
+    for (unsigned index = 0; index < count; ++index) {
+      const auto info = library.getDeviceInfo(index);
+      if (info.probed && !info.name.empty()) {
+        devices.push_back({.name = info.name,
+                           .title = info.name,
+                           .outputChannels = info.outputChannels,
+                           .isDefaultOutput = info.isDefaultOutput});
+      }
+    }
+  } catch (const std::exception&) {
+    // A list that breaks off ends where it broke.
+  }
+  return devices;
+}
+
+/// Makes a call that a sound server may hold up; false, and the library stuck, when it takes too long.
+bool callWithin(std::chrono::milliseconds limit, const std::shared_ptr<RtAudioLibrary>& library,
+                const std::function<void()>& work) {
+  const std::unique_lock lock(library->calls, limit);
+  if (!lock || !endsWithin(limit, work)) {
+    library->isStuck = true;
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
+
+std::vector<AudioDeviceDescription> listDevices(const std::shared_ptr<RtAudioLibrary>& library) {
+  const auto list = std::make_shared<std::vector<AudioDeviceDescription>>();
+  if (library->isStuck || !callWithin(longestLook, library, [list, library] { *list = listedBy(library->audio); })) {
+    return {};
+  }
+  return std::move(*list);
+}
 
 /// What RtAudio's thread uses. It lives until RtAudio has released it.
 struct RtAudioStream::Session {
@@ -124,9 +165,7 @@ RtAudioStream::~RtAudioStream() {
     return;
   }
   const auto close = [session = session_] { session->library->audio.closeStream(); };
-  if (!endsWithin(longestEnd, close)) {
-    session_->library->isStuck = true;
-  }
+  static_cast<void>(callWithin(longestEnd, session_->library, close));
 }
 
 Outcome RtAudioStream::Session::open(const std::string& deviceName, std::optional<std::uint32_t> frames) {
@@ -175,8 +214,7 @@ Outcome RtAudioStream::Session::openDevice(unsigned device, const RtAudio::Devic
 Outcome RtAudioStream::open(const std::string& deviceName, std::optional<std::uint32_t> frames) {
   const auto outcome = std::make_shared<Outcome>();
   const auto open = [session = session_, outcome, deviceName, frames] { *outcome = session->open(deviceName, frames); };
-  if (!endsWithin(longestOpen, open)) {
-    session_->library->isStuck = true;
+  if (!callWithin(longestOpen, session_->library, open)) {
     return Error{"it does not respond"};
   }
   return *outcome;
@@ -225,15 +263,14 @@ void RtAudioStream::stop() {
       library.closeStream();
     }
   };
-  if (!endsWithin(longestEnd, abort)) {
-    session_->loss = "it does not respond";
-    session_->library->isStuck = true;
-  }
+  static_cast<void>(callWithin(longestEnd, session_->library, abort));
 }
 
 std::optional<std::string> RtAudioStream::lossReason() const {
   auto& session = *session_;
-  if (session.renderer != nullptr && session.loss == nullptr) {
+  if (session.library->isStuck) {
+    session.loss = "it does not respond";
+  } else if (session.renderer != nullptr && session.loss == nullptr) {
     const Clock::duration last(session.lastBlock.load(std::memory_order_relaxed));
     const auto silence = Clock::now().time_since_epoch() - last;
     const auto longest = session.blocks < firstBlocks ? Clock::duration(longestStart) : Clock::duration(longestSilence);
@@ -245,6 +282,13 @@ std::optional<std::string> RtAudioStream::lossReason() const {
   }
   const char* const loss = session.loss;
   return loss != nullptr ? std::optional<std::string>(loss) : std::nullopt;
+}
+
+std::optional<std::string> RtAudioStream::systemDefault() {
+  // A sound server has a default that a person changes; ALSA has none, and its list is not for a show.
+  return session_->library->audio.getCurrentApi() == RtAudio::LINUX_PULSE
+             ? defaultOutput(listDevices(session_->library))
+             : std::nullopt;
 }
 
 std::uint64_t RtAudioStream::underruns() const {

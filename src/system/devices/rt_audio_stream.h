@@ -6,8 +6,10 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "system/devices/audio_backend.h"
 
@@ -18,8 +20,12 @@ struct RtAudioLibrary {
   explicit RtAudioLibrary(RtAudio::Api api) : audio(api) { audio.showWarnings(false); }
 
   RtAudio audio;
+  std::timed_mutex calls;  // for lists, and for opening and ending a stream
   std::atomic<bool> isStuck{false};
 };
+
+/// The devices of this moment; none when it hangs, which it is marked for.
+[[nodiscard]] std::vector<AudioDeviceDescription> listDevices(const std::shared_ptr<RtAudioLibrary>& library);
 
 /// An output that RtAudio plays.
 ///
@@ -44,6 +50,7 @@ class RtAudioStream final : public OutputStream {
   void stop() override;
   [[nodiscard]] std::optional<std::string> lossReason() const override;
   [[nodiscard]] std::uint64_t underruns() const override;
+  [[nodiscard]] std::optional<std::string> systemDefault() override;
 
  private:
   struct Session;

@@ -9,15 +9,16 @@
 #include <string>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "platform/audio_hardware.h"
 #include "system/devices/audio_backend.h"
 
 namespace vrel::system {
 
-/// What the output should play on. Without a device it is the default, without frames the device's own size.
+/// What the output should play on; without a device it is the default.
 struct OutputChoice {
   std::optional<std::string> deviceUID;
-  std::optional<std::uint32_t> frames;
+  std::uint64_t revision = 0;  // grows whenever something is set
 };
 
 /// The machine's audio devices: those of the first backend that has one with outputs.
@@ -25,7 +26,9 @@ struct OutputChoice {
 /// A UID is the backend's name and the device's: "jack:system". An id is given to a UID when it is first
 /// seen and stays its own for the run. `devices` lists them again; the other questions are answered from its last list.
 /// What is set is kept here, and taken over by the output (SystemAudioOutput) at its next `prepare` or start.
-/// Main thread.
+///
+/// Main thread; `open`, `lookFor` and what is set, any thread. A look asks sound servers and may take its time; what is
+/// set never waits for one.
 class SystemAudioHardware final : public AudioHardware {
  public:
   explicit SystemAudioHardware(AudioBackends backends) : backends_(std::move(backends)) {}
@@ -42,8 +45,12 @@ class SystemAudioHardware final : public AudioHardware {
   [[nodiscard]] Result<AudioObjectID> defaultOutputDevice() override;
   [[nodiscard]] OSStatus setBufferFrameSize(AudioObjectID device, std::uint32_t frames) override;
   [[nodiscard]] OSStatus setCurrentOutputDevice(AudioObjectID device) override;
+  void preferOutputDevice(const std::optional<std::string>& deviceUID) override;
 
   [[nodiscard]] OutputChoice choice() const;
+
+  /// What was asked for with `setBufferFrameSize`.
+  [[nodiscard]] std::optional<std::uint32_t> blockFrames(const std::string& deviceUID) const;
 
   struct Opened {
     std::unique_ptr<OutputStream> stream;
@@ -54,6 +61,22 @@ class SystemAudioHardware final : public AudioHardware {
   /// Lists the devices again and opens what was chosen.
   [[nodiscard]] Result<Opened> open(const OutputChoice& choice);
 
+  /// What is played on, or was before it was lost; no UID when nothing ever was.
+  struct Present {
+    std::string deviceUID;
+    OutputStream* stream = nullptr;  // null when lost
+  };
+
+  /// Opens what should be played on in the place of `present`: the preferred device; without one, the default of the
+  /// same backend. What was lost is opened again when it is back. Nothing when there is nothing better.
+  ///
+  /// Another backend is never taken in the place of a lost one: it may hold the very card that the sound server which
+  /// comes back needs.
+  [[nodiscard]] std::optional<Opened> lookFor(const Present& present);
+
+  /// The name for people of what `lookFor` opens next, empty when any device will do.
+  [[nodiscard]] std::string awaitedName(const std::string& presentUID) const;
+
  private:
   struct Device {
     AudioBackend* backend;
@@ -62,18 +85,32 @@ class SystemAudioHardware final : public AudioHardware {
     AudioObjectID id;
   };
 
-  void look();
-  void lookOnce();
-  [[nodiscard]] const Device* find(AudioObjectID id);
-  [[nodiscard]] const Device* findDefault() const;
-  [[nodiscard]] const Device* findByUID(const std::string& uid) const;
+  void look() VREL_REQUIRES(lookMutex_);
+  void lookOnce() VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] std::vector<Device> list(AudioBackend& backend) VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] const Device* find(AudioObjectID id) VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] const Device* findDefault() const VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] const Device* findByUID(const std::string& uid) const VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] AudioBackend* backendOf(const std::string& uid) const VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] Result<Opened> open(const Device& device) const VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] std::optional<Opened> openWhenThere(AudioBackend& backend, const std::string& uid)
+      VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] std::optional<Opened> openDefault(AudioBackend* backend) VREL_REQUIRES(lookMutex_);
 
+  [[nodiscard]] std::optional<std::string> preferred() const;
+
+  Mutex lookMutex_;  // held while the backends are asked
   const AudioBackends backends_;
-  bool hasLooked_ = false;
-  std::vector<Device> devices_;                  // of the last look
-  std::map<std::string, AudioObjectID> ids_;     // of all UIDs ever seen
-  std::map<std::string, std::uint32_t> frames_;  // asked for, by UID
-  std::optional<std::string> currentUID_;
+  bool hasLooked_ VREL_GUARDED_BY(lookMutex_) = false;
+  std::vector<Device> devices_ VREL_GUARDED_BY(lookMutex_);               // of the last look
+  std::map<std::string, AudioObjectID> ids_ VREL_GUARDED_BY(lookMutex_);  // of all UIDs ever seen
+
+  mutable Mutex settingsMutex_;                                                  // held for moments
+  std::map<std::string, std::string> names_ VREL_GUARDED_BY(settingsMutex_);     // of all UIDs ever seen
+  std::map<std::string, std::uint32_t> frames_ VREL_GUARDED_BY(settingsMutex_);  // asked for, by UID
+  std::optional<std::string> currentUID_ VREL_GUARDED_BY(settingsMutex_);
+  std::optional<std::string> preferredUID_ VREL_GUARDED_BY(settingsMutex_);
+  std::uint64_t revision_ VREL_GUARDED_BY(settingsMutex_) = 0;
 };
 
 }  // namespace vrel::system

@@ -2,121 +2,265 @@
 #include "system/devices/system_audio_output.h"
 
 #include <chrono>
-#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "platform/dispatch.h"
 
 namespace vrel::system {
 
-SystemAudioOutput::SystemAudioOutput(SystemAudioHardware& hardware, MainQueue& mainQueue, LostBlock onLost)
-    : hardware_(hardware), mainQueue_(mainQueue), onLost_(std::move(onLost)) {
-  // A failure shows at the start, where there is someone to report it to.
+SystemAudioOutput::SystemAudioOutput(SystemAudioHardware& hardware, MainQueue& mainQueue, LineBlock log,
+                                     std::chrono::milliseconds watchTick)
+    : hardware_(hardware),
+      mainQueue_(mainQueue),
+      log_(std::move(log)),
+      watch_(
+          hardware, handover_,
+          [this] {
+            mainQueue_.async([this, life = life_.watch()] {
+              if (life.isAlive()) {
+                attend();
+              }
+            });
+          },
+          watchTick) {
   static_cast<void>(SystemAudioOutput::prepare());
 }
 
 SystemAudioOutput::~SystemAudioOutput() {
-  close();
-}
-
-bool SystemAudioOutput::isLost() const {
-  return opened_.stream && opened_.stream->lossReason();
+  SystemAudioOutput::stop();
+  watch_.end();
 }
 
 Outcome SystemAudioOutput::prepare() {
-  const auto choice = hardware_.choice();
-  if (opened_.stream && !isLost() && choice.deviceUID.value_or(opened_.deviceUID) == opened_.deviceUID &&
-      (!choice.frames || opened_.stream->changeBlockFrames(*choice.frames))) {
-    return {};
-  }
-  close();
-  auto opened = hardware_.open(choice);
-  if (!opened) {
-    return opened.error();
-  }
-  opened_ = std::move(opened).value();
-  blockFrames_ = opened_.stream->blockFrames();
-  const double sampleRate = opened_.stream->sampleRate();
-  if (std::exchange(sampleRate_, sampleRate) != sampleRate) {
-    sampleRateChanged.emit(sampleRate);
+  if (const auto choice = hardware_.choice(); choice.revision != revision_) {
+    revision_ = choice.revision;
+    choose(choice);
+  } else if (pending_) {
+    adoptPending();
   }
   return {};
 }
 
+void SystemAudioOutput::choose(const OutputChoice& choice) {
+  if (session_ && watch_.isStalled()) {
+    return;  // its server answers nobody, and would hold us up
+  }
+  if (session_ && !session_->stream->lossReason() &&
+      choice.deviceUID.value_or(session_->deviceUID) == session_->deviceUID) {
+    const auto frames = hardware_.blockFrames(session_->deviceUID);
+    if (!frames || session_->stream->changeBlockFrames(*frames)) {
+      showState();
+      return;
+    }
+  }
+  // Closed first: it may be the same card.
+  stop();
+  if (session_) {
+    formerUnderruns_ += session_->stream->underruns();
+    session_.reset();
+  }
+  auto opened = hardware_.open(choice);
+  if (opened) {
+    use(std::make_shared<OutputSession>(handover_, std::move(opened).value()));
+  } else {
+    say(opened.error().description);
+    showState(opened.error().description);
+  }
+}
+
+void SystemAudioOutput::adoptPending() {
+  auto session = std::exchange(pending_, nullptr);
+  if (session->stream->lossReason()) {
+    watch_.close(std::move(session));
+    watch_.follow(session_, formerUID_);
+    return;
+  }
+  stop();
+  if (session_) {
+    close(std::exchange(session_, nullptr));
+  }
+  use(std::move(session));
+}
+
+void SystemAudioOutput::use(Session session) {
+  session_ = std::move(session);
+  formerUID_ = session_->deviceUID;
+  blockFrames_ = session_->stream->blockFrames();
+  showState();
+  const double sampleRate = session_->stream->sampleRate();
+  if (std::exchange(sampleRate_, sampleRate) != sampleRate) {
+    sampleRateChanged.emit(sampleRate);
+  }
+}
+
 std::uint32_t SystemAudioOutput::blockFrames() const {
-  return opened_.stream && !isLost() ? opened_.stream->blockFrames() : blockFrames_;
+  return session_ ? session_->stream->blockFrames() : blockFrames_;
 }
 
 Outcome SystemAudioOutput::start(audio::BlockRenderer& renderer) {
   if (isRunning()) {
     return Error{"the audio output is in use by another engine"};
   }
-  stop();
-  if (Outcome failure = prepare()) {
+  static_cast<void>(prepare());
+  if (Outcome failure = watch_.begin()) {
     return failure;
   }
-  if (Outcome failure = opened_.stream->start(renderer)) {
-    return Error{"no audio output device " + opened_.deviceUID + ": " + failure->description};
+  renderer_ = &renderer;
+  handover_.give(renderer);
+  if (session_ && !session_->isStarted) {
+    const Outcome failure = session_->stream->start(session_->port);
+    session_->isStarted = !failure;
+    if (failure) {
+      lose(failure->description);
+    }
   }
-  isStarted_ = true;
-  {
-    const MutexLock lock(mutex_);
-    isWatchEnding_ = false;
+  if (session_) {
+    handover_.select(session_->port);
+  } else if (!null_) {
+    playToNobody();
   }
-  try {
-    watch_ = std::thread([this, &stream = *opened_.stream, name = opened_.deviceName] { watch(stream, name); });
-  } catch (const std::system_error& failure) {
-    stop();
-    return Error{std::string("cannot start the thread of the audio output: ") + failure.what()};
-  }
+  watch_.follow(session_, formerUID_);
   return {};
 }
 
 void SystemAudioOutput::stop() {
-  stopWatch();
-  if (std::exchange(isStarted_, false)) {
-    opened_.stream->stop();
+  watch_.pause();
+  const bool wasHeard = isHeard() && isRunning();
+  handover_.withdraw();
+  if (wasHeard) {
+    awaitSilence(*session_);
+  }
+  if (session_ && std::exchange(session_->isStarted, false)) {
+    session_->stream->stop();
+    if (const auto reason = session_->stream->lossReason()) {
+      release(*reason);  // what hangs in it must be free to end
+    }
+  }
+  if (pending_) {
+    watch_.close(std::exchange(pending_, nullptr));
+  }
+  null_.reset();
+  renderer_ = nullptr;
+}
+
+void SystemAudioOutput::attend() {
+  watch_.takeNotice();
+  if (!isRunning()) {
+    return;
+  }
+  if (session_) {
+    if (const auto reason = session_->stream->lossReason()) {
+      lose(*reason);
+    } else {
+      bridgeStall(watch_.isStalled());
+    }
+  }
+  if (auto found = watch_.takeFound()) {
+    moveTo(std::move(found));
   }
 }
 
-void SystemAudioOutput::close() {
-  stop();
-  if (opened_.stream) {
-    formerUnderruns_ += opened_.stream->underruns();
+void SystemAudioOutput::lose(const std::string& reason) {
+  if (!null_) {
+    playToNobody();
+    say("Audio output device lost: " + session_->deviceName + ": " + reason);
   }
-  opened_ = {};
+  release(reason);
+  watch_.follow(nullptr, formerUID_);
+}
+
+void SystemAudioOutput::release(const std::string& reason) {
+  blockFrames_ = session_->stream->blockFrames();
+  close(std::exchange(session_, nullptr));
+  showState(reason);
+}
+
+void SystemAudioOutput::bridgeStall(bool isStalled) {
+  if (isStalled && !null_) {
+    const std::string reason = "it asks for no more sound";
+    session_->port.noteGap();
+    playToNobody();
+    say("Audio output device lost: " + session_->deviceName + ": " + reason);
+    showState(reason);
+  } else if (!isStalled && null_) {
+    handover_.select(session_->port);
+    null_.reset();
+    sayDevice();
+    showState();
+  }
+}
+
+void SystemAudioOutput::moveTo(Session session) {
+  if (session->stream->lossReason()) {
+    watch_.close(std::move(session));
+    watch_.follow(session_, formerUID_);
+    return;
+  }
+  if (session->stream->sampleRate() != sampleRate_) {
+    pending_ = std::move(session);
+    if (rateHandler_) {
+      rateHandler_();
+    }
+    return;
+  }
+  handover_.select(session->port);
+  null_.reset();
+  auto former = std::exchange(session_, nullptr);
+  use(std::move(session));
+  if (former) {
+    awaitSilence(*former);
+    close(std::move(former));
+  }
+  sayDevice();
+  watch_.follow(session_, formerUID_);
+}
+
+void SystemAudioOutput::playToNobody() {
+  null_ = std::make_unique<NullSession>(handover_, sampleRate_, blockFrames());
+  if (const Outcome failure = null_->device.start(null_->port)) {
+    say(failure->description);
+  }
+  handover_.select(null_->port);
+}
+
+void SystemAudioOutput::awaitSilence(const OutputSession& session) const {
+  // The edge, and what a device may have taken ahead.
+  constexpr std::uint64_t fewBlocks = 4;
+  const auto target = session.port.blocks() + fewBlocks;
+  const std::chrono::duration<double> longest(2 * static_cast<double>(fewBlocks) * blockFrames() / sampleRate_);
+  const auto limit = std::chrono::steady_clock::now() + longest;
+  while (session.port.blocks() < target && !session.stream->lossReason() && std::chrono::steady_clock::now() < limit) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+void SystemAudioOutput::close(Session session) {
+  formerUnderruns_ += session->stream->underruns();
+  watch_.close(std::move(session));
 }
 
 std::uint64_t SystemAudioOutput::underruns() const {
-  return formerUnderruns_ + (opened_.stream ? opened_.stream->underruns() : 0);
+  return formerUnderruns_ + (session_ ? session_->stream->underruns() : 0);
 }
 
-void SystemAudioOutput::watch(const OutputStream& stream, const std::string& deviceName) {
-  constexpr auto interval = std::chrono::milliseconds(100);
-  MutexLock lock(mutex_);
-  while (!watchEnds_.wait_for(lock.native(), interval, [this]() VREL_REQUIRES(mutex_) { return isWatchEnding_; })) {
-    const auto reason = stream.lossReason();
-    if (!reason) {
-      continue;
-    }
-    mainQueue_.async([this, life = life_.watch(), line = "Audio output device lost: " + deviceName + ": " + *reason] {
-      if (life.isAlive() && onLost_) {
-        onLost_(line);
-      }
-    });
-    return;
+void SystemAudioOutput::sayDevice() const {
+  say("Audio output device: " + session_->deviceName);
+}
+
+void SystemAudioOutput::say(const std::string& line) const {
+  if (log_) {
+    log_(line);
   }
 }
 
-void SystemAudioOutput::stopWatch() {
-  {
-    const MutexLock lock(mutex_);
-    isWatchEnding_ = true;
-  }
-  watchEnds_.notify_all();
-  if (watch_.joinable()) {
-    watch_.join();
-  }
+void SystemAudioOutput::showState(const std::string& reason) {
+  OutputState state;
+  state.device = isHeard() ? session_->deviceName : std::string();
+  const auto awaited = hardware_.awaitedName(formerUID_);
+  state.awaited = awaited == state.device ? std::string() : awaited;
+  state.reason = reason;
+  state_.set(std::move(state));
 }
 
 }  // namespace vrel::system

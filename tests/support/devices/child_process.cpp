@@ -8,6 +8,7 @@
 
 #include <array>
 #include <csignal>
+#include <ctime>
 
 namespace vrel::system::test {
 
@@ -59,6 +60,22 @@ void ChildProcess::signal(int signal) const {
   if (process_ != 0) {
     ::kill(process_, signal);
   }
+}
+
+void ChildProcess::suspendBoth(std::chrono::milliseconds duration) const {
+  const pid_t program = ::getpid();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+  const timespec pause{seconds.count(), std::chrono::nanoseconds(duration - seconds).count()};
+  const pid_t sleeper = ::fork();
+  if (sleeper == 0) {
+    ::kill(process_, SIGSTOP);
+    ::kill(program, SIGSTOP);
+    ::nanosleep(&pause, nullptr);
+    ::kill(program, SIGCONT);
+    ::kill(process_, SIGCONT);
+    ::_exit(0);
+  }
+  ::waitpid(sleeper, nullptr, 0);
 }
 
 void ChildProcess::end(int signal) {

@@ -39,6 +39,9 @@ class ChildProcess {
 
   void signal(int signal) const;
 
+  /// Stops it and this process for so long, like a machine that is suspended.
+  void suspendBoth(std::chrono::milliseconds duration) const;
+
   /// Sends the signal and waits for the exit; kills the process after a timeout.
   void end(int signal);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <string>
 
@@ -37,6 +38,10 @@ class JackServer {
 
   /// Suspends it, like a server that hangs.
   void hang() const { process_.signal(SIGSTOP); }
+  void wakeUp() const { process_.signal(SIGCONT); }
+
+  /// Suspends it and the test, like a machine that sleeps.
+  void suspendBoth(std::chrono::milliseconds duration) const { process_.suspendBoth(duration); }
 
   [[nodiscard]] bool isRunning() { return process_.isRunning(); }
 

@@ -11,7 +11,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// A backend as a test lays it out.
@@ -109,20 +108,22 @@ TEST(AudioHardware, NothingIsWrittenToTheTerminalWithoutDevices) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(AudioHardware, WithoutADeviceTheStartSaysSoAndTheRestGoesOn) {
+TEST(AudioHardware, WithoutADeviceTheOutputSaysSoAndTheRestGoesOn) {
   OfflineClock clock;
   OfflineMainLoop loop(clock);
   SystemAudioHardware hardware{AudioBackends()};
-  SystemAudioOutput output(hardware, loop, {});
+  std::vector<std::string> lines;
+  SystemAudioOutput output(hardware, loop, [&](const std::string& line) { lines.push_back(line); });
   EXPECT_TRUE(hardware.devices().value().empty());
   EXPECT_EQ(hardware.defaultOutputDevice().value(), 0U);
   EXPECT_EQ(output.sampleRate(), 48000);
+  EXPECT_EQ(output.deviceUID(), "");
   SineRenderer renderer;
-  const auto failure = output.start(renderer);
-  ASSERT_TRUE(failure);
-  EXPECT_THAT(failure->description, HasSubstr("no audio output device"));
-  EXPECT_FALSE(output.isRunning());
+  ASSERT_FALSE(output.start(renderer));
+  EXPECT_THAT(lines, ElementsAre("No audio output device found"));
+  EXPECT_EQ(output.state().get().reason, lines.back());
   output.stop();
+  EXPECT_FALSE(output.isRunning());
 }
 
 TEST(AudioHardware, ADeviceThatCannotBeOpenedIsNamed) {
@@ -133,10 +134,7 @@ TEST(AudioHardware, ADeviceThatCannotBeOpenedIsNamed) {
   OfflineClock clock;
   OfflineMainLoop loop(clock);
   SystemAudioOutput output(hardware, loop, {});
-  SineRenderer renderer;
-  const auto failure = output.start(renderer);
-  ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->description, "no audio output device cards:out: busy");
+  EXPECT_EQ(output.state().get().reason, "No audio output device cards:out: busy");
 }
 
 }  // namespace

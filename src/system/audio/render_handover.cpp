@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/render_handover.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace vrel::audio {
+
+void RenderHandover::Port::render(float* left, float* right, std::uint32_t frameCount) noexcept {
+  const bool isSounding = handover_.renderFor(*this, left, right, frameCount);
+  if (!isSounding) {
+    std::fill_n(left, frameCount, 0.0F);
+    std::fill_n(right, frameCount, 0.0F);
+  }
+  {
+    const AudioThreadScope audioThread;
+    if (hasGap_.exchange(false)) {
+      edges_ = SoftEdges(true);
+    }
+    edges_.shape({left, right}, frameCount, isSounding);
+  }
+  isSilent_ = !isSounding;
+  blocks_.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool RenderHandover::renderFor(const Port& port, float* left, float* right, std::uint32_t frameCount) noexcept {
+  if (selected_ != &port || isRendering_.exchange(true)) {
+    return false;
+  }
+  // In one order with `withdraw`: either it sees that a block is under way, or this sees that nothing is selected.
+  const bool isSelected = selected_ == &port;
+  if (isSelected) {
+    renderer_->render(left, right, frameCount);
+  }
+  isRendering_ = false;
+  return isSelected;
+}
+
+void RenderHandover::withdraw() {
+  selected_ = nullptr;
+  while (isRendering_) {
+    std::this_thread::yield();
+  }
+}
+
+}  // namespace vrel::audio

@@ -1,0 +1,275 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Devices that come and go by themselves, as a test scripts them.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <memory>
+
+#include "support/audio/test_nodes.h"
+#include "support/devices/child_process.h"
+#include "system/audio/render_engine.h"
+#include "system/devices/output_stage.h"
+#include "system/devices/scripted_outputs.h"
+
+namespace vrel::system::test {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr auto longestReturn = std::chrono::milliseconds(2000);
+
+// A sine of 440 Hz at full level steps by 0.058; a ramp over 64 frames adds 0.016.
+constexpr float clickStep = 0.08F;
+
+float largestStep(const std::vector<float>& samples) {
+  float largest = 0;
+  float before = 0;
+  for (const float sample : samples) {
+    largest = std::max(largest, std::abs(sample - before));
+    before = sample;
+  }
+  return largest;
+}
+
+bool sounds(const std::vector<float>& samples) {
+  return std::any_of(samples.begin(), samples.end(), [](float sample) { return sample != 0; });
+}
+
+class AudioReturn : public testing::Test {
+ protected:
+  AudioReturn() {
+    for (const char* const name : {"main", "spare"}) {
+      outputs.speakers[name] = std::make_shared<ScriptedSpeaker>();
+    }
+    outputs.speakers["hall"] = std::make_shared<ScriptedSpeaker>(44100);
+    outputs.setDefault("main");
+    speaker("spare").isThere = false;
+    speaker("hall").isThere = false;
+    AudioBackends backends;
+    backends.push_back(std::make_unique<ScriptedBackend>(outputs));
+    hardware = std::make_unique<SystemAudioHardware>(std::move(backends));
+  }
+
+  [[nodiscard]] ScriptedSpeaker& speaker(const std::string& name) { return *outputs.speakers.at(name); }
+
+  [[nodiscard]] std::shared_ptr<SystemAudioOutput> makeOutput() {
+    return std::make_shared<SystemAudioOutput>(*hardware, loop,
+                                               [this](const std::string& line) { lines.push_back(line); });
+  }
+
+  [[nodiscard]] bool eventuallyOnMain(const std::function<bool()>& holds,
+                                      std::chrono::milliseconds limit = std::chrono::milliseconds(20000)) {
+    return eventually(
+        [&] {
+          loop.runPending();
+          return holds();
+        },
+        limit);
+  }
+
+  [[nodiscard]] bool eventuallySounds(const std::string& name) {
+    return eventuallyOnMain([&] { return sounds(speaker(name).left()); });
+  }
+
+  [[nodiscard]] bool staysSilent(const std::string& name) {
+    return !eventuallyOnMain([&] { return sounds(speaker(name).left()); }, longestReturn);
+  }
+
+  ScriptedOutputs outputs;
+  std::unique_ptr<SystemAudioHardware> hardware;
+  OfflineClock clock;
+  OfflineMainLoop loop{clock};
+  std::vector<std::string> lines;
+  SineRenderer renderer;
+};
+
+TEST_F(AudioReturn, WithoutADeviceTheStartSucceedsAndTheBlocksGoOn) {
+  speaker("main").isThere = false;
+  const auto output = makeOutput();
+  EXPECT_THAT(lines, ElementsAre("No audio output device found"));
+  ASSERT_FALSE(output->start(renderer));
+  EXPECT_TRUE(output->isRunning());
+  EXPECT_TRUE(eventually([&] { return renderer.blocks > 10; }));
+  EXPECT_FALSE(output->state().get().hasDevice());
+  EXPECT_EQ(output->state().get().awaited, "") << "any will do";
+
+  speaker("main").isThere = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("main").left()); }, longestReturn));
+  EXPECT_EQ(output->state().get(), (OutputState{.device = "Stage: main"}));
+  EXPECT_LT(largestStep(speaker("main").left()), clickStep);
+}
+
+TEST_F(AudioReturn, ALostDeviceIsPlayedOnAgainByItselfWithoutAClick) {
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  for (int round = 1; round <= 3; ++round) {
+    speaker("main").isThere = false;
+    ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+    EXPECT_EQ(lines.back(), "Audio output device lost: Stage: main: it was unplugged");
+    EXPECT_EQ(output->state().get().awaited, "Stage: main");
+    EXPECT_TRUE(output->isRunning());
+    const auto blocks = renderer.blocks.load();
+    EXPECT_TRUE(eventually([&] { return renderer.blocks > blocks + 10; })) << "the blocks go on";
+    speaker("main").forget();
+
+    speaker("main").isThere = true;
+    ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("main").left()); }, longestReturn));
+    EXPECT_TRUE(output->state().get().hasDevice());
+    EXPECT_EQ(lines.back(), "Audio output device: Stage: main");
+    const auto heard = speaker("main").left().size();
+    ASSERT_TRUE(eventually([&] { return speaker("main").left().size() > heard + 4800; }));
+    EXPECT_LT(largestStep(speaker("main").left()), clickStep);
+  }
+  EXPECT_EQ(lines.size(), 6U);
+}
+
+TEST_F(AudioReturn, ADeviceThatFreezesIsBridgedAndGoesOnWhenItThaws) {
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  speaker("main").isFrozen = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+  EXPECT_EQ(lines.back(), "Audio output device lost: Stage: main: it asks for no more sound");
+  const auto blocks = renderer.blocks.load();
+  EXPECT_TRUE(eventually([&] { return renderer.blocks > blocks + 10; })) << "the blocks go on";
+  speaker("main").forget();
+  speaker("main").isFrozen = false;
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("main").left()); }, longestReturn));
+  EXPECT_LT(largestStep(speaker("main").left()), clickStep);
+}
+
+TEST_F(AudioReturn, ASuspendThatADeviceDoesNotSurviveIsReturnedFrom) {
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  speaker("main").isFrozen = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+  // On waking up the device is another one of the same name.
+  speaker("main").breakStreams();
+  speaker("main").forget();
+  speaker("main").isFrozen = false;
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("main").left()); }, longestReturn));
+  ASSERT_TRUE(eventuallyOnMain([&] { return output->state().get().hasDevice(); }));
+  EXPECT_EQ(lines.size(), 2U) << "one for the loss, one for the return";
+  EXPECT_LT(largestStep(speaker("main").left()), clickStep);
+}
+
+TEST_F(AudioReturn, AChangeOfTheSystemsDefaultIsFollowedWithoutALostFrame) {
+  speaker("spare").isThere = true;
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  outputs.setDefault("spare");
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("spare").left()); }, longestReturn));
+  ASSERT_TRUE(eventuallyOnMain([&] { return output->state().get().device == "Stage: spare"; }));
+  EXPECT_EQ(output->deviceUID(), "stage:spare");
+
+  const auto former = speaker("main").left();
+  EXPECT_LT(largestStep(former), clickStep);
+  EXPECT_LT(largestStep(speaker("spare").left()), clickStep);
+  // The renderer numbers its frames: the last that the old device played whole, and the first of the new one.
+  const auto before = speaker("main").right();
+  const auto isBlockOfItsOwn = [&](std::size_t end) { return before[end - 1] - before[end - 2] == 1; };
+  std::size_t end = before.size();
+  while (end > 2 && !isBlockOfItsOwn(end)) {
+    --end;
+  }
+  const auto after = speaker("spare").right();
+  const auto first = static_cast<std::size_t>(
+      std::find_if(after.begin(), after.end(), [](float number) { return number != 0; }) - after.begin());
+  const float lastOfFirstBlock = after.at(first + ScriptedStream::frames - 1);
+  EXPECT_EQ(lastOfFirstBlock - before[end - 1], static_cast<float>(ScriptedStream::frames));
+}
+
+TEST_F(AudioReturn, AChosenDeviceIsMovedToWhenItAppears) {
+  const auto output = makeOutput();
+  hardware->preferOutputDevice("stage:spare");
+  ASSERT_EQ(hardware->setCurrentOutputDevice(hardware->defaultOutputDevice().value()), 0);
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  EXPECT_EQ(output->state().get(), (OutputState{.device = "Stage: main", .awaited = "stage:spare"}));
+  speaker("spare").isThere = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("spare").left()); }, longestReturn));
+  EXPECT_EQ(output->state().get(), (OutputState{.device = "Stage: spare"}));
+
+  // And it is waited for, though another one is there.
+  speaker("spare").isThere = false;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+  speaker("main").forget();
+  EXPECT_EQ(output->state().get().awaited, "Stage: spare");
+  EXPECT_TRUE(staysSilent("main"));
+}
+
+TEST_F(AudioReturn, WhereTheSystemChoosesALostDeviceIsReplaced) {
+  speaker("spare").isThere = true;
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  outputs.setDefault("spare");
+  speaker("main").isThere = false;
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("spare").left()); }, longestReturn));
+}
+
+TEST_F(AudioReturn, AnotherWayIsNotTakenInThePlaceOfALostOne) {
+  ScriptedOutputs cards;
+  cards.speakers["card"] = std::make_shared<ScriptedSpeaker>();
+  cards.setDefault("card");
+  AudioBackends backends;
+  backends.push_back(std::make_unique<ScriptedBackend>(outputs));
+  backends.push_back(std::make_unique<ScriptedBackend>(cards, "cards"));
+  hardware = std::make_unique<SystemAudioHardware>(std::move(backends));
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  speaker("main").isThere = false;
+  EXPECT_FALSE(eventuallyOnMain([&] { return sounds(cards.speakers["card"]->left()); }, longestReturn));
+  speaker("main").forget();
+  speaker("main").isThere = true;
+  EXPECT_TRUE(eventuallySounds("main"));
+}
+
+TEST_F(AudioReturn, ADeviceOfAnotherRateIsFollowedByARestart) {
+  outputs.setDefault("hall");
+  const auto output = makeOutput();
+  audio::RenderEngine engine(output, std::make_shared<audio::RenderCounters>());
+  const auto source = audio::test::makeSource(2, audio::test::constant(0.5F));
+  engine.attach(source);
+  engine.connect(source, engine.mainMixerNode(), std::nullopt);
+  engine.connect(engine.mainMixerNode(), engine.outputNode(), std::nullopt);
+  int changes = 0;
+  engine.setConfigurationChangeHandler([&] {
+    ++changes;
+    engine.stop();
+    EXPECT_FALSE(engine.start());
+  });
+  ASSERT_FALSE(engine.start());
+  EXPECT_EQ(engine.outputNode()->outputFormat(0).sampleRate, 48000);
+  ASSERT_TRUE(eventuallySounds("main"));
+  speaker("main").isThere = false;
+  speaker("hall").isThere = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(speaker("hall").left()); }, longestReturn));
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(engine.outputNode()->outputFormat(0).sampleRate, 44100);
+  EXPECT_EQ(output->sampleRate(), 44100);
+  EXPECT_TRUE(engine.isRunning());
+}
+
+TEST_F(AudioReturn, AStoppedOutputTakesNothing) {
+  speaker("main").isThere = false;
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  output->stop();
+  EXPECT_FALSE(output->isRunning());
+  const auto blocks = renderer.blocks.load();
+  speaker("main").isThere = true;
+  EXPECT_TRUE(staysSilent("main"));
+  EXPECT_EQ(renderer.blocks, blocks);
+}
+
+}  // namespace
+}  // namespace vrel::system::test
