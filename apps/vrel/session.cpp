@@ -42,6 +42,11 @@ Session::Session(system::MainLoop& loop, UiThread& window)
                settings_},
       app_({state_, engine_, content_, menus_, notifications_, desktop_, loop}),
       menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
+  const auto showAudioOutput = [this](const system::OutputState& output) {
+    mirror_.setAudioOutput(!output.hasDevice(), output.awaited);
+  };
+  showAudioOutput(platform_.output().state().get());
+  audioOutputShown_ = platform_.output().state().changed.connect(showAudioOutput);
   mirror_.mirrorSettings(settings_);
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }

@@ -107,6 +107,7 @@ class Session {
   window::ConsoleActions actions_;
   VrelApp app_;
   std::shared_ptr<void> menusShown_;
+  std::shared_ptr<void> audioOutputShown_;
   std::unique_ptr<RepeatingTimer> dropoutTimer_;
 };
 

@@ -54,7 +54,7 @@ class SystemPlatform {
   /// Blocks that were late or silent: xruns of the device, late plug-ins, files that were not read in time.
   [[nodiscard]] std::uint64_t dropouts() const;
 
-  [[nodiscard]] const system::SystemAudioOutput& output() const { return *output_; }
+  [[nodiscard]] system::SystemAudioOutput& output() { return *output_; }
   [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
 
  private:

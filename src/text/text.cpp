@@ -300,6 +300,12 @@ constexpr std::array<Row, textKeyCount> table{{
       "Nessuna uscita audio trovata", "Keine Audioausgaenge gefunden"}},
     {TextKey::quitApp, "quitApp", {"Quit VREL", "Salir de VREL", "Quitter VREL", "Esci da VREL", "VREL beenden"}},
     {TextKey::dropouts, "dropouts", {"Dropouts", "Cortes", "Coupures", "Interruzioni", "Aussetzer"}},
+    {TextKey::audioOutputMissing,
+     "audioOutputMissing",
+     {"No audio output", "Sin salida de audio", "Aucune sortie audio", "Nessuna uscita audio", "Keine Audioausgabe"}},
+    {TextKey::audioOutputAwaited,
+     "audioOutputAwaited",
+     {"Waiting for", "Esperando", "En attente de", "In attesa di", "Warten auf"}},
 }};
 
 constexpr bool isInOrder() {

@@ -129,9 +129,11 @@ enum class TextKey {
   audioNoOutputs,
   quitApp,
   dropouts,
+  audioOutputMissing,
+  audioOutputAwaited,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::dropouts) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::audioOutputAwaited) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

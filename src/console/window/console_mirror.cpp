@@ -206,6 +206,11 @@ void ConsoleMirror::setDropouts(std::uint64_t count) {
   session_.set(SessionViewModel::dropoutsKey, std::min<std::uint64_t>(count, std::numeric_limits<int>::max()));
 }
 
+void ConsoleMirror::setAudioOutput(bool isMissing, const std::string& awaited) {
+  session_.set(SessionViewModel::isAudioOutputMissingKey, isMissing);
+  session_.set(SessionViewModel::awaitedAudioOutputKey, awaited);
+}
+
 void ConsoleMirror::addProblem(const std::string& line) {
   session_.set(SessionViewModel::problemKey, line);
   session_.set(SessionViewModel::problemCountKey, ++problemCount_);  // the same line again is another problem

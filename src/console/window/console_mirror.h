@@ -58,6 +58,9 @@ class ConsoleMirror {
   /// How many blocks have been late or silent.
   void setDropouts(std::uint64_t count);
 
+  /// What the output lacks, and the device that it waits for, by name; see SessionViewModel.
+  void setAudioOutput(bool isMissing, const std::string& awaited);
+
   /// A line of the log that says what failed.
   void addProblem(const std::string& line);
 

@@ -46,6 +46,8 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(simulateCrash)
   VREL_TEXT(revive)
   VREL_TEXT(dropouts)
+  VREL_TEXT(audioOutputMissing)
+  VREL_TEXT(audioOutputAwaited)
   VREL_TEXT(languageLabel)
   VREL_TEXT(tempoTitle)
   VREL_TEXT(notesTitle)

@@ -37,6 +37,8 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QString, songNotes)
   VREL_SHOWN(QString, midiPortName)
   VREL_SHOWN(bool, hasMidiPort)
+  VREL_SHOWN(bool, isAudioOutputMissing)
+  VREL_SHOWN(QString, awaitedAudioOutput)  // what the sound moves to when it appears; empty when any will do
 
   VREL_SHOWN(bool, isLoading)
   VREL_SHOWN(QString, loadingMessage)

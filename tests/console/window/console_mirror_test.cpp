@@ -252,6 +252,19 @@ TEST_F(Copy, TheSessionShowsWhetherThereIsAMidiPort) {
   EXPECT_TRUE(hasPort());
 }
 
+TEST_F(Copy, TheSessionShowsThatTheAudioOutputIsMissingAndWhatItWaitsFor) {
+  settle();
+  EXPECT_FALSE(session.isAudioOutputMissing());
+  mirror->setAudioOutput(true, "JACK: system");
+  settle();
+  EXPECT_TRUE(session.isAudioOutputMissing());
+  EXPECT_EQ(session.awaitedAudioOutput(), "JACK: system");
+  mirror->setAudioOutput(false, "");
+  settle();
+  EXPECT_FALSE(session.isAudioOutputMissing());
+  EXPECT_EQ(session.awaitedAudioOutput(), "");
+}
+
 TEST_F(Copy, AQuestionIsShownWithItsTextsAndGoesWithItsAnswer) {
   open();
   const AlertViewModel& alert = *model.alert();

@@ -107,6 +107,20 @@ TEST_F(LookOfAStatus, IsAnAlarmForACrashAndForNothingElse) {
   EXPECT_GT(field.red(), 2 * field.green());
 }
 
+TEST_F(Look, TheHeaderSaysThatTheAudioOutputIsMissingAndWhatItWaitsFor) {
+  ConsoleModel model{[](const auto&) {}};
+  const auto label = make("AudioOutputLabel", {{QStringLiteral("desk"), QVariant::fromValue(&model)}});
+  const auto show = [&](bool isMissing, const QString& awaited) {
+    SessionViewModel::isAudioOutputMissingKey.set(*model.session(), isMissing);
+    SessionViewModel::awaitedAudioOutputKey.set(*model.session(), awaited);
+    return label->property("visible").toBool() ? label->property("spokenWords").toString() : QString();
+  };
+  EXPECT_EQ(show(false, {}), "");
+  EXPECT_EQ(show(true, {}), "No audio output");
+  EXPECT_EQ(show(true, QStringLiteral("JACK: system")), "No audio output Waiting for JACK: system");
+  EXPECT_EQ(show(false, QStringLiteral("JACK: system")), "Waiting for JACK: system");
+}
+
 TEST_F(Look, TheDropoutLampStaysLitUntilItIsPressedAndCountsFromThere) {
   ConsoleModel model{[](const auto&) {}};
   const auto lamp = make("DropoutLamp", {{QStringLiteral("desk"), QVariant::fromValue(&model)}});

@@ -49,6 +49,12 @@ Panel {
             }
         }
 
+        AudioOutputLabel {
+            Layout.preferredWidth: 200
+            Layout.alignment: Qt.AlignVCenter
+            desk: header.desk
+        }
+
         FailureSigns {
             Layout.maximumWidth: 320
             Layout.fillHeight: true
