@@ -7,6 +7,7 @@
 #include "console/control_laws.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
+#include "performance/live_mode_policy.h"
 
 namespace vrel {
 
@@ -48,6 +49,12 @@ void StripControls::setReverb(AudioChannel& channel, double position) {
 void StripControls::setColor(AudioChannel& channel, const std::array<float, 3>& components) {
   channel.color.set({components.begin(), components.end()});
   state_.markEdited();
+}
+
+void StripControls::setMasterColor(const std::array<float, 3>& components) {
+  if (LiveModePolicy::isAllowed(LiveModeAction::chooseMasterColor, state_)) {
+    setColor(*engine_.masterChannel(), components);
+  }
 }
 
 void StripControls::setTranspose(AudioChannel& channel, int semitones) {

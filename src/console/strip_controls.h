@@ -11,8 +11,8 @@ class AppState;
 class AudioChannel;
 class AudioEngine;
 
-/// The controls on a strip and on the master, as the performer moves them. They work in every mode. A value that stays
-/// the same leaves the setlist unmarked. Main thread.
+/// The controls on a strip and on the master, as the performer moves them. They work in every mode, but for the colour of
+/// the master. A value that stays the same leaves the setlist unmarked. Main thread.
 class StripControls {
  public:
   /// Both are borrowed.
@@ -31,6 +31,8 @@ class StripControls {
 
   /// Red, green and blue, 0 to 1.
   void setColor(AudioChannel& channel, const std::array<float, 3>& components);
+  /// Refused in Live mode.
+  void setMasterColor(const std::array<float, 3>& components);
 
   void setTranspose(AudioChannel& channel, int semitones);
   /// The two notes of a split rest on each other; see lowSplitNote.

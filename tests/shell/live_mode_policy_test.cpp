@@ -79,6 +79,7 @@ class LiveModePolicyTable : public ShellStage {
       case LiveModeAction::duplicateChannel:
       case LiveModeAction::deleteChannel:
         return changesStrips(action);
+      case LiveModeAction::chooseMasterColor:
       case LiveModeAction::mix:
       case LiveModeAction::changeTempo:
       case LiveModeAction::panic:
@@ -183,6 +184,9 @@ class LiveModePolicyTable : public ShellStage {
 
   bool changesWhatIsPlayed(LiveModeAction action) {
     switch (action) {
+      case LiveModeAction::chooseMasterColor:
+        content.stripControls().setMasterColor({1.0F, 0.0F, 0.0F});
+        return engine->masterChannel()->color.get() == std::vector<float>{1.0F, 0.0F, 0.0F};
       case LiveModeAction::mix:
         content.stripControls().toggleMute(*engine->masterChannel());
         return engine->masterChannel()->mute.get();

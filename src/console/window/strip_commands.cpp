@@ -10,7 +10,6 @@
 #include "console/control_laws.h"
 #include "console/window/console_commands.h"
 #include "engine/audio_engine.h"
-#include "performance/live_mode_policy.h"
 
 namespace vrel::window {
 namespace {
@@ -66,10 +65,7 @@ void StripCommands::setColor(const QString& channelId, const QColor& color) {
 
 void StripCommands::setMasterColor(const QColor& color) {
   commands_.post([components = componentsOf(color)](ConsoleActions& actions) {
-    ContentView& content = actions.content;
-    if (LiveModePolicy::isAllowed(LiveModeAction::chooseMasterColor, content.appState())) {
-      content.stripControls().setColor(*content.audioEngine().masterChannel(), components);
-    }
+    actions.content.stripControls().setMasterColor(components);
   });
 }
 

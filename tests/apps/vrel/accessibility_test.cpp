@@ -104,12 +104,53 @@ TEST_F(Accessibility, EveryControlIsAmongThem) {
                                                   "Volume 2 Instrument 2",
                                                   "MUTE 1 Piano Lead",
                                                   "SOLO 2 Instrument 2",
+                                                  "Gain 1 Piano Lead",
+                                                  "Reverb 2 Instrument 2",
+                                                  "CRASH PLUGIN 1 Piano Lead",
+                                                  "REVIVE 1 Piano Lead",
+                                                  "Transpose 1 Piano Lead",
+                                                  "Split lowest key 1 Piano Lead",
+                                                  "Split highest key 1 Piano Lead",
+                                                  "Sustain 1 Piano Lead",
+                                                  "Expression 1 Piano Lead",
+                                                  "Rotor 1 Piano Lead",
+                                                  "Colour of the strip; drag to move it 1 Piano Lead",
+                                                  "Colour of the master",
                                                   "Volume MASTER",
                                                   "MUTE MASTER",
                                                   "File",
                                                   "Edit",
                                                   "Mode"}));
   EXPECT_EQ(found.nameless, std::vector<std::string>());
+}
+
+TEST_F(Accessibility, ControlsSayWhatTheyAreAndTheirValue) {
+  const auto valueOf = [this](const char* name) {
+    auto* const item = QAccessible::queryAccessibleInterface(driver.find(name));
+    auto* const value = item == nullptr ? nullptr : item->valueInterface();
+    return value == nullptr ? -1000.0 : value->currentValue().toDouble();
+  };
+  const auto roleOf = [this](const char* name) {
+    auto* const item = QAccessible::queryAccessibleInterface(driver.find(name));
+    return item == nullptr ? QAccessible::NoRole : item->role();
+  };
+  EXPECT_EQ(roleOf("gain0"), QAccessible::Dial);
+  EXPECT_EQ(valueOf("gain0"), 0.5);
+  EXPECT_EQ(roleOf("fader0"), QAccessible::Slider);
+  EXPECT_EQ(roleOf("transpose0"), QAccessible::SpinBox);
+  EXPECT_EQ(valueOf("transpose0"), 0);
+  EXPECT_EQ(roleOf("sendSustain0"), QAccessible::CheckBox);
+  auto* const send = QAccessible::queryAccessibleInterface(driver.find("sendSustain0"));
+  ASSERT_NE(send, nullptr);
+  EXPECT_TRUE(send->state().checked);
+  ASSERT_NE(send->actionInterface(), nullptr);
+  send->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+  EXPECT_TRUE(driver.eventually([this] { return !driver.strip(0).sendSustain(); }));
+  EXPECT_FALSE(send->state().checked);
+  auto* const gain = QAccessible::queryAccessibleInterface(driver.find("gain0"));
+  ASSERT_NE(gain->actionInterface(), nullptr);
+  gain->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).gain() > 0.51; }));
 }
 
 TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {

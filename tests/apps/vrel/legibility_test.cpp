@@ -154,8 +154,7 @@ TEST_F(Legibility, InLiveModeThreeSongsAreInSight) {
 
 TEST_F(Legibility, TheNotesAreReadFromTheirBeginning) {
   driver.click("notesArea");
-  for (const auto* line : {"one", "two", "three", "four", "five", "six"}) {
-    driver.type(line);
+  for (int line = 0; line < 20; ++line) {
     driver.key("Return");
   }
   const auto top = [this] {

@@ -88,6 +88,18 @@ TEST_F(Loading, TheModalSaysHowFarItIsAndKeepsEveryPressButPanicUntilTheLastInst
   }));
 }
 
+TEST_F(Loading, OneLoadHasNoCountersAndNoneAtAllASpinner) {
+  driver.onLogic([](Session& session) { session.state().beginLoadingSession(1, "One"); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("loadingModal"); }));
+  EXPECT_TRUE(driver.isShown("loadingBar"));
+  EXPECT_FALSE(driver.isShown("loadingCounters"));
+  EXPECT_FALSE(driver.isShown("loadingSpinner"));
+  driver.onLogic([](Session& session) { session.state().totalLoadsCount.set(0); });
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("loadingSpinner"); }));
+  EXPECT_FALSE(driver.isShown("loadingBar"));
+  driver.onLogic([](Session& session) { session.state().finishLoadingSession(); });
+}
+
 TEST_F(Loading, InLiveModeTheKeysReachTheirHandlerMeanwhile) {
   driver.click("liveButton");
   ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QColor>
 #include <QVariantList>
 #include <cstdint>
 #include <optional>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "console/window/console_stage.h"
+#include "console/window/strip_commands.h"
 #include "console/window_settings.h"
 
 namespace vrel::window {
@@ -90,6 +92,92 @@ TEST_F(Commands, AStripOrSongThatIsGoneDoesNothing) {
   EXPECT_FALSE(content.channelOperations().draggedChannelId.get().has_value());
   EXPECT_FALSE(content.songList().draggedSongId.get().has_value());
   EXPECT_FALSE(content.songList().editingSongId.get().has_value());
+}
+
+TEST_F(Commands, AStripThatIsGoneHasNoControls) {
+  StripCommands controls(commands);
+  for (const QString& id : {QString(), QStringLiteral("nobody")}) {
+    controls.setGain(id, 1);
+    controls.setReverb(id, 1);
+    controls.resetGain(id);
+    controls.resetReverb(id);
+    controls.setColor(id, QColor(Qt::red));
+    controls.setTranspose(id, 3);
+    controls.setMinNote(id, 30);
+    controls.setMaxNote(id, 40);
+    controls.enterTranspose(id, QStringLiteral("3"));
+    controls.enterMinNote(id, QStringLiteral("3"));
+    controls.enterMaxNote(id, QStringLiteral("3"));
+    controls.toggleSendSustain(id);
+    controls.toggleSendExpression(id);
+    controls.toggleSustainControlsRotor(id);
+    controls.simulateCrash(id);
+    controls.revive(id);
+  }
+  settle();
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(Commands, TheControlsOfAStripReachIt) {
+  StripCommands controls(commands);
+  const QString id = stripId(0);
+  controls.setGain(id, 0.75);
+  controls.setReverb(id, 0.25);
+  controls.setColor(id, QColor::fromRgbF(0.0F, 1.0F, 0.0F));
+  controls.setTranspose(id, -7);
+  controls.setMaxNote(id, 72);
+  controls.enterMinNote(id, QStringLiteral("48"));
+  settle();
+  EXPECT_EQ(strip(0).gain.get(), 0.75F);
+  EXPECT_EQ(strip(0).reverb.get(), 0.25F);
+  EXPECT_EQ(strip(0).color.get(), (std::vector<float>{0.0F, 1.0F, 0.0F}));
+  EXPECT_EQ(strip(0).transpose.get(), -7);
+  EXPECT_EQ(strip(0).minNote.get(), 48);
+  EXPECT_EQ(strip(0).maxNote.get(), 72);
+  controls.resetGain(id);
+  controls.resetReverb(id);
+  settle();
+  EXPECT_EQ(strip(0).gain.get(), 0.5F);
+  EXPECT_EQ(strip(0).reverb.get(), 0.0F);
+}
+
+TEST_F(Commands, InLiveModeTheMasterKeepsItsColourAndAStripDoesNot) {
+  StripCommands controls(commands);
+  const auto before = engine->masterChannel()->color.get();
+  state.isLiveModeEnabled.set(true);
+  controls.setMasterColor(QColor(Qt::red));
+  controls.setColor(stripId(0), QColor(Qt::red));
+  settle();
+  EXPECT_EQ(engine->masterChannel()->color.get(), before);
+  EXPECT_EQ(strip(0).color.get(), (std::vector<float>{1.0F, 0.0F, 0.0F}));
+  state.isLiveModeEnabled.set(false);
+  controls.setMasterColor(QColor(Qt::red));
+  settle();
+  EXPECT_EQ(engine->masterChannel()->color.get(), (std::vector<float>{1.0F, 0.0F, 0.0F}));
+}
+
+TEST_F(Commands, ReviveLoadsAStripThatHasFailedAndNoOther) {
+  StripCommands controls(commands);
+  strip(0).pluginPath.set("aucd:1:2:3");
+  strip(0).status.set(ChannelStatus::running);
+  controls.revive(stripId(0));
+  settle();
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+  strip(0).status.set(ChannelStatus::crashed);
+  controls.revive(stripId(0));
+  settle();
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed) << "it is not installed";
+}
+
+TEST_F(Commands, TheZoomAndTheKeyboardAreSettings) {
+  commands.zoom(1);
+  commands.toggleKeyboard();
+  settle();
+  EXPECT_EQ(settings.zoomPercent.get(), 110);
+  EXPECT_TRUE(settings.isKeyboardFolded.get());
+  commands.zoom(0);
+  settle();
+  EXPECT_EQ(settings.zoomPercent.get(), 100);
 }
 
 TEST_F(Commands, AStripThatGoesBeforeItsCommandRunsIsSkipped) {

@@ -88,9 +88,21 @@ Window {
             anchors.margins: 3
             spacing: 4
 
-            ConsoleMenuBar {
+            // A problem is shown where nothing has to move for it.
+            RowLayout {
                 Layout.fillWidth: true
-                desk: window.desk
+                spacing: 4
+
+                ConsoleMenuBar {
+                    Layout.fillWidth: !problem.visible
+                    desk: window.desk
+                }
+                ProblemLine {
+                    id: problem
+
+                    Layout.fillWidth: true
+                    desk: window.desk
+                }
             }
             HeaderBar {
                 id: header
@@ -121,10 +133,6 @@ Window {
                     height: body.height
                     desk: window.desk
                 }
-            }
-            ProblemLine {
-                Layout.fillWidth: true
-                desk: window.desk
             }
         }
     }

@@ -12,6 +12,7 @@ AbstractButton {
     property color edge: Theme.line
     property int edgeWidth: 1
     property int textSize: Theme.bodyText
+    property real letterSpacing
     property string spokenName: text
     property bool isOffered: true
     property string hint
@@ -39,6 +40,7 @@ AbstractButton {
         color: button.ink
         font.pixelSize: button.textSize
         font.bold: true
+        font.letterSpacing: button.letterSpacing
         fontSizeMode: Text.Fit
         minimumPixelSize: Theme.tinyText
         wrapMode: Text.WordWrap

@@ -65,9 +65,18 @@ ModalShade {
                 }
             }
 
+            Spinner {
+                objectName: "loadingSpinner"
+                Layout.alignment: Qt.AlignHCenter
+                visible: modal.progress < 0
+                isTurning: modal.progress < 0 && modal.visible
+                spokenName: modal.desk.session.loadingMessage
+            }
+
             Text {
                 objectName: "loadingCounters"
                 Layout.fillWidth: true
+                visible: modal.desk.session.totalLoads > 1
                 text: modal.desk.session.remainingLoads + " / " + modal.desk.session.totalLoads
                 color: Theme.quietInk
                 font.pixelSize: Theme.strongText

@@ -13,7 +13,7 @@ PushButton {
 
     objectName: "problems"
     visible: number > seen
-    implicitHeight: Theme.isLive ? 36 : 26
+    implicitHeight: 28
     padding: 2
     text: desk.session.problem
     fill: Theme.panel

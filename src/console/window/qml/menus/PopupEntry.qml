@@ -9,6 +9,7 @@ MenuItem {
     id: entry
 
     property string keys
+    property string symbol // of a MenuIcon
 
     readonly property color paint: highlighted && enabled ? Theme.darkInk : enabled ? Theme.ink : Theme.faded(Theme.quietInk, 0.55)
 
@@ -33,6 +34,14 @@ MenuItem {
         font.pixelSize: Theme.strongText
         font.bold: true
     }
+    MenuIcon {
+        x: 12
+        anchors.verticalCenter: parent.verticalCenter
+        visible: symbol !== ""
+        symbol: entry.symbol
+        color: entry.paint
+    }
+
     arrow: Text {
         x: entry.width - width - 12
         anchors.verticalCenter: parent.verticalCenter

@@ -25,6 +25,7 @@ RowLayout {
         spokenName: row.desk.texts.simulateCrash + row.strip
         hint: row.entry.canCrash ? row.desk.hints.crash : row.desk.hints.crashImpossible
         textSize: Theme.tinyText
+        letterSpacing: -0.7
         isOffered: row.entry.canCrash
         onClicked: row.desk.controls.simulateCrash(row.entry.channelId)
     }
@@ -38,6 +39,7 @@ RowLayout {
         spokenName: row.desk.texts.revive + row.strip
         hint: row.entry.canRevive ? row.desk.hints.revive : row.desk.hints.reviveImpossible
         textSize: Theme.tinyText
+        letterSpacing: -0.7
         isOffered: row.entry.canRevive
         fill: row.showsRevive ? Theme.accent : Theme.raised
         onClicked: row.desk.controls.revive(row.entry.channelId)

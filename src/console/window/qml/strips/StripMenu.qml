@@ -18,24 +18,28 @@ PopupMenu {
 
     PopupEntry {
         objectName: "stripMenuCut"
+        symbol: "cut"
         text: menu.desk.texts.cutChannel
         enabled: menu.desk.session.mayCutChannel
         onTriggered: menu.desk.commands.cutChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuCopy"
+        symbol: "copy"
         text: menu.desk.texts.copyChannel
         enabled: menu.desk.session.mayCopyChannel
         onTriggered: menu.desk.commands.copyChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuPaste"
+        symbol: "paste"
         text: menu.desk.texts.pasteChannel
         enabled: menu.desk.session.mayPasteChannel && menu.desk.session.canPaste
         onTriggered: menu.desk.commands.pasteChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuDuplicate"
+        symbol: "duplicate"
         text: menu.desk.texts.duplicateChannel
         enabled: menu.desk.session.mayDuplicateChannel
         onTriggered: menu.desk.commands.duplicateChannel(menu.channelId)
