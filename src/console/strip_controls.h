@@ -11,8 +11,8 @@ class AppState;
 class AudioChannel;
 class AudioEngine;
 
-/// The controls on a strip and on the master, as the performer moves them. They work in every mode, but for the colour of
-/// the master. A value that stays the same leaves the setlist unmarked. Main thread.
+/// The controls on a strip and on the master, as the performer moves them. They work in every mode, but for the colour
+/// of the master. A value that stays the same leaves the setlist unmarked. Main thread.
 class StripControls {
  public:
   /// Both are borrowed.

@@ -4,6 +4,7 @@
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <set>
 #include <string>
@@ -139,7 +140,6 @@ TEST_F(Accessibility, ControlsSayWhatTheyAreAndTheirValue) {
   EXPECT_EQ(roleOf("fader0"), QAccessible::Slider);
   EXPECT_EQ(roleOf("transpose0"), QAccessible::SpinBox);
   EXPECT_EQ(valueOf("transpose0"), 0);
-  EXPECT_EQ(roleOf("sendSustain0"), QAccessible::CheckBox);
   auto* const send = QAccessible::queryAccessibleInterface(driver.find("sendSustain0"));
   ASSERT_NE(send, nullptr);
   EXPECT_TRUE(send->state().checked);

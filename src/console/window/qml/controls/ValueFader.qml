@@ -122,6 +122,7 @@ Item {
             id: finger
         }
         onPressed: {
+            fader.forceActiveFocus(Qt.MouseFocusReason);
             if (fader.learn && fader.learn.claims())
                 return;
             heldValue = fader.value;

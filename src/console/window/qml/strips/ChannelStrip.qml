@@ -5,7 +5,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
 
-Item {
+FocusScope {
     id: strip
 
     required property ConsoleModel desk
@@ -37,6 +37,8 @@ Item {
     Accessible.selectable: true
     Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
 
+    // A press on any of its controls brings the focus here, and so does Tab.
+    onActiveFocusChanged: if (activeFocus) desk.commands.selectStrip(entry.channelId)
     Keys.onMenuPressed: menuWanted()
     Keys.onPressed: event => {
         if (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier) {
@@ -66,12 +68,6 @@ Item {
         color: strip.isFailed ? Theme.failed : Theme.background
         border.width: strip.isFailed || strip.isDragged ? 3 : strip.entry.isSelected ? 2 : 1
         border.color: strip.isDragged ? Theme.teal : strip.isFailed ? Theme.panic : strip.entry.isSelected ? Theme.ink : Theme.raised
-
-        // A press on any control of the strip selects it, too.
-        PointHandler {
-            acceptedButtons: Qt.LeftButton | Qt.RightButton
-            onActiveChanged: if (active) strip.desk.commands.selectStrip(strip.entry.channelId)
-        }
 
         StripDragArea {
             anchors.fill: parent
