@@ -30,12 +30,18 @@ Session::Session(system::MainLoop& loop, UiThread& window)
       desktop_(loop, window),
       content_(
           {state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder()}),
-      meterReadings_(*engine_, loop),
+      meterReadings_(
+          *engine_, loop,
+          [this](const AudioChannel& channel) {
+            const bool isMaster = channel.id == engine_->masterChannel()->id;
+            return window_.model().meters()->cell(isMaster ? QString() : QString::fromStdString(channel.id.text()));
+          }),
+      playedNow_(state_, window.model().performance()->played()),
       mirrorSource_(loop,
                     [this](window::MirrorBatch batch) {
                       window_.apply(std::move(batch), [this] { mirrorSource_.delivered(); });
                     }),
-      mirror_(mirrorSource_, content_, desktop_.shownAlert, *window.model().meters()),
+      mirror_(mirrorSource_, content_, desktop_.shownAlert),
       menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn()}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
                [this](const std::string& action, const std::string& object) { menus_.perform(action, object); },

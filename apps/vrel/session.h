@@ -10,6 +10,7 @@
 
 #include "console/content_view.h"
 #include "console/meter_readings.h"
+#include "console/played_now.h"
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
 #include "console/window_settings.h"
@@ -101,6 +102,7 @@ class Session {
   ContentView content_;
   WindowSettings settings_{defaults_};
   MeterReadings meterReadings_;
+  PlayedNowSource playedNow_;
   window::MirrorSource mirrorSource_;
   window::ConsoleMirror mirror_;
   VrelMenuController menus_;

@@ -52,6 +52,7 @@ UiThread::UiThread(window::ConsoleCommands::Post postCommand, PostToLogic postTo
   connect(&frames_, &QTimer::timeout, this, [this] {
     if (quickWindow_ != nullptr && quickWindow_->isExposed()) {
       Q_EMIT model_.meters()->frame();
+      model_.performance()->pull();
     }
   });
 }

@@ -112,7 +112,7 @@ void NoteLatencyStage::post(std::uint8_t status, std::uint8_t data1, std::uint8_
 std::size_t NoteLatencyStage::movedMeters() {
   std::size_t moved = 0;
   for (auto& meter : meters_) {
-    const float now = meter.cell->left.load(std::memory_order_relaxed);
+    const float now = meter.cell->left.displayed.load(std::memory_order_relaxed);
     moved += now != meter.shown ? 1 : 0;
     meter.shown = now;
   }

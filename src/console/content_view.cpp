@@ -25,6 +25,7 @@ ContentView::ContentView(const Collaborators& collaborators)
       channelOperations_(appState_, audioEngine_, builder_, selection_),
       stripControls_(appState_, audioEngine_),
       instrumentReload_(appState_, audioEngine_, collaborators.console),
+      keyboardPanel_(appState_, audioEngine_),
       copies_(collaborators.files, collaborators.console, collaborators.copiesDirectory),
       setlistFiles_({appState_, audioEngine_, songSwitch_, collaborators.files, collaborators.desktop,
                      collaborators.console, copies_}) {

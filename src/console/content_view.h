@@ -7,6 +7,7 @@
 
 #include "console/channel_operations.h"
 #include "console/instrument_reload.h"
+#include "console/keyboard_panel.h"
 #include "console/reorder.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
@@ -64,6 +65,7 @@ class ContentView {
   [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
   [[nodiscard]] StripControls& stripControls() { return stripControls_; }
   [[nodiscard]] InstrumentReload& instrumentReload() { return instrumentReload_; }
+  [[nodiscard]] KeyboardPanel& keyboardPanel() { return keyboardPanel_; }
   [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
   [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
   [[nodiscard]] LiveMode& liveMode() { return liveMode_; }
@@ -99,6 +101,7 @@ class ContentView {
   ChannelOperations channelOperations_;
   StripControls stripControls_;
   InstrumentReload instrumentReload_;
+  KeyboardPanel keyboardPanel_;
   SetlistCopies copies_;
   SetlistFiles setlistFiles_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;

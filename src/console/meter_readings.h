@@ -1,7 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
+
+#include "console/meter_bar.h"
+#include "foundation/uuid.h"
 
 namespace vrel {
 
@@ -10,24 +18,54 @@ class AudioEngine;
 class MainQueue;
 class RepeatingTimer;
 
-/// Takes what the taps have caught for the meters, 120 times a second: the displayed peaks rise to it at once, and fall
-/// by the engine's decay. The one reader of the raw peaks.
+/// What the meter of a strip shows, places on its scale. Written on the main thread, read where it is drawn.
+struct MeterCell {
+  struct Bar {
+    std::atomic<float> displayed{0};
+    std::atomic<float> hold{0};
+  };
+  Bar left;
+  Bar right;
+};
+
+/// The meters of all strips and of the master. 120 times a second each takes what the taps have caught, raises the
+/// displayed peaks to it, and moves its two bars. The one reader of the raw peaks.
 ///
-/// Main thread; of the taps' threads it waits for no more than two assignments.
+/// A meter belongs to a place in the row of strips: after a song switch it falls from where it was. Main thread; of the
+/// taps' threads it waits for no more than two assignments. A tick allocates nothing, unless the strips have changed.
 class MeterReadings {
  public:
-  static constexpr double refreshRate = 120.0;  // per second
+  /// Finds where the meter of a strip is shown.
+  using FindCell = std::function<std::shared_ptr<MeterCell>(const AudioChannel& channel)>;
 
-  /// Both are borrowed.
-  MeterReadings(AudioEngine& engine, MainQueue& mainQueue);
+  /// Engine and queue are borrowed.
+  MeterReadings(AudioEngine& engine, MainQueue& mainQueue, FindCell findCell);
   ~MeterReadings();
   MeterReadings(const MeterReadings&) = delete;
   MeterReadings& operator=(const MeterReadings&) = delete;
 
+  /// One tick.
+  void tick();
+
  private:
-  void takeAll();
+  struct Peaks {
+    float left = 0;
+    float right = 0;
+  };
+  struct Meter {
+    std::optional<Uuid> channel;  // whose level it shows
+    std::shared_ptr<MeterCell> cell;
+    MeterBar left;
+    MeterBar right;
+  };
+
+  [[nodiscard]] Peaks aggregate() const;
+  void run(Meter& meter, AudioChannel& channel, const Peaks& floor);
 
   AudioEngine& engine_;
+  FindCell findCell_;
+  std::vector<Meter> strips_;
+  Meter master_;
   std::unique_ptr<RepeatingTimer> timer_;
 };
 

@@ -299,6 +299,7 @@ constexpr std::array<Row, textKeyCount> table{{
      {"No audio outputs found", "No se han encontrado salidas de audio", "Aucune sortie audio trouvee",
       "Nessuna uscita audio trovata", "Keine Audioausgaenge gefunden"}},
     {TextKey::quitApp, "quitApp", {"Quit VREL", "Salir de VREL", "Quitter VREL", "Esci da VREL", "VREL beenden"}},
+    {TextKey::level, "level", {"Level", "Nivel", "Niveau", "Livello", "Pegel"}},
     {TextKey::dropouts, "dropouts", {"Dropouts", "Cortes", "Coupures", "Interruzioni", "Aussetzer"}},
     {TextKey::audioOutputMissing,
      "audioOutputMissing",

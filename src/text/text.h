@@ -128,6 +128,7 @@ enum class TextKey {
   audioSystemDefault,
   audioNoOutputs,
   quitApp,
+  level,
   dropouts,
   audioOutputMissing,
   audioOutputAwaited,

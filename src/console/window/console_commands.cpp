@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -12,6 +13,14 @@
 #include "engine/audio_engine.h"
 
 namespace vrel::window {
+namespace {
+
+/// A key may stand above the last note of MIDI, but it has one byte.
+bool isNote(int note) {
+  return note >= 0 && note <= std::numeric_limits<std::uint8_t>::max();
+}
+
+}  // namespace
 
 void ConsoleCommands::withContent(std::function<void(ContentView&)> action) const {
   post_([action = std::move(action)](ConsoleActions& actions) { action(actions.content); });
@@ -186,6 +195,42 @@ void ConsoleCommands::setMasterVolume(double position) {
 
 void ConsoleCommands::toggleMasterMute() {
   withContent([](ContentView& content) { content.stripControls().toggleMute(*content.audioEngine().masterChannel()); });
+}
+
+void ConsoleCommands::pressNote(int note) {
+  if (isNote(note)) {
+    withContent([note](ContentView& content) { content.keyboardPanel().pressNote(static_cast<std::uint8_t>(note)); });
+  }
+}
+
+void ConsoleCommands::releaseNote(int note) {
+  if (isNote(note)) {
+    withContent([note](ContentView& content) { content.keyboardPanel().releaseNote(static_cast<std::uint8_t>(note)); });
+  }
+}
+
+void ConsoleCommands::setSplitMin(const QString& channelId, int note) {
+  withChannel(channelId, [note](ContentView& content, AudioChannel& channel) {
+    content.keyboardPanel().setSplitMin(channel, note);
+  });
+}
+
+void ConsoleCommands::setSplitMax(const QString& channelId, int note) {
+  withChannel(channelId, [note](ContentView& content, AudioChannel& channel) {
+    content.keyboardPanel().setSplitMax(channel, note);
+  });
+}
+
+void ConsoleCommands::setKeyCount(int keys) {
+  withContent([keys](ContentView& content) { content.keyboardPanel().setKeyCount(keys); });
+}
+
+void ConsoleCommands::setStartPitchClass(int pitchClass) {
+  withContent([pitchClass](ContentView& content) { content.keyboardPanel().setStartPitchClass(pitchClass); });
+}
+
+void ConsoleCommands::stepStartOctave(int by) {
+  withContent([by](ContentView& content) { content.keyboardPanel().stepStartOctave(by); });
 }
 
 void ConsoleCommands::enterTempo(const QString& text) {

@@ -73,6 +73,15 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void setMasterVolume(double position);
   Q_INVOKABLE void toggleMasterMute();
 
+  /// A key of the on-screen keyboard, as if it came from MIDI.
+  Q_INVOKABLE void pressNote(int note);
+  Q_INVOKABLE void releaseNote(int note);
+  Q_INVOKABLE void setSplitMin(const QString& channelId, int note);
+  Q_INVOKABLE void setSplitMax(const QString& channelId, int note);
+  Q_INVOKABLE void setKeyCount(int keys);
+  Q_INVOKABLE void setStartPitchClass(int pitchClass);
+  Q_INVOKABLE void stepStartOctave(int by);
+
   /// Typed text; what is not a whole number changes nothing.
   Q_INVOKABLE void enterTempo(const QString& text);
   /// From the tempo as it is when the command runs; nothing at the end of the range.

@@ -33,20 +33,16 @@ QColor colorOf(const std::vector<float>& components) {
 
 }  // namespace
 
-/// A strip's copy, with the meter that it feeds.
+/// A strip's copy.
 struct ConsoleMirror::Strip {
   explicit Strip(MirrorSource& source) : view(source) {}
   std::shared_ptr<AudioChannel> channel;  // what it reads, until the next refresh releases it
-  std::shared_ptr<MeterCell> cell;
   MirrorPublisher<StripViewModel> view;
-  std::vector<std::shared_ptr<void>> connections;
 };
 
-ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observable<std::optional<NSAlert>>& shownAlert,
-                             MeterBoard& meters)
+ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observable<std::optional<NSAlert>>& shownAlert)
     : source_(source),
       content_(content),
-      meters_(meters),
       session_(source, mirror_ids::session),
       master_(source, mirror_ids::master),
       texts_(source, mirror_ids::texts),
@@ -102,6 +98,8 @@ void ConsoleMirror::mirrorSession() {
       state.songSwitchElapsedMs);
   session_.follow(View::tempoBpmKey, state.tempoBpm);
   session_.follow(View::songNotesKey, state.songNotes);
+  session_.follow(View::keyboardStartNoteKey, state.keyboardStartNote);
+  session_.follow(View::keyboardKeyCountKey, state.keyboardKeyCount);
   session_.follow(View::midiPortNameKey, state.activeMidiPortName);
   session_.derive(
       View::hasMidiPortKey, [&state] { return isMidiPort(state.activeMidiPortName.get()); }, state.activeMidiPortName);
@@ -172,7 +170,6 @@ void ConsoleMirror::mirrorMaster() {
   master_.follow(View::muteKey, master.mute);
   master_.derive(
       View::colorKey, [&master] { return colorOf(master.color.get()); }, master.color);
-  connectMeter(master, {}, connections_, masterCell_);
 }
 
 void ConsoleMirror::mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert) {
@@ -260,7 +257,6 @@ void ConsoleMirror::refreshStrips() {
   if (rows != stripRows_) {
     stripRows_ = rows;
     source_.setRows(mirror_ids::strips, std::move(rows));
-    meters_.prune();
   }
 }
 
@@ -296,7 +292,6 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.derive(
       View::isSelectedKey, [&] { return selected.get() == channel.id; }, selected);
   mirrorControls(view, channel);
-  connectMeter(channel, QString::fromStdString(channel.id.text()), strip->connections, strip->cell);
   strip->channel = shared;
   return strip;
 }
@@ -325,14 +320,6 @@ void ConsoleMirror::mirrorControls(MirrorPublisher<StripViewModel>& view, AudioC
   view.follow(View::sendSustainKey, channel.sendSustain);
   view.follow(View::sendExpressionKey, channel.sendExpression);
   view.follow(View::sustainControlsRotorKey, channel.sustainControlsRotor);
-}
-
-void ConsoleMirror::connectMeter(AudioChannel& channel, const QString& key,
-                                 std::vector<std::shared_ptr<void>>& connections, std::shared_ptr<MeterCell>& cell) {
-  cell = meters_.cell(key);
-  const auto store = [](std::atomic<float>& shown, float peak) { shown.store(peak, std::memory_order_relaxed); };
-  connections.push_back(channel.peakL.changed.connect([cell, store](float peak) { store(cell->left, peak); }));
-  connections.push_back(channel.peakR.changed.connect([cell, store](float peak) { store(cell->right, peak); }));
 }
 
 }  // namespace vrel::window

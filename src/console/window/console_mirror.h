@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "console/window/menu_entry.h"
-#include "console/window/meter_board.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "console/window/texts_view_model.h"
@@ -44,8 +43,7 @@ inline constexpr MirrorId strips = 7;
 /// Main thread. All is borrowed, and must outlive this.
 class ConsoleMirror {
  public:
-  ConsoleMirror(MirrorSource& source, ContentView& content, Observable<std::optional<NSAlert>>& shownAlert,
-                MeterBoard& meters);
+  ConsoleMirror(MirrorSource& source, ContentView& content, Observable<std::optional<NSAlert>>& shownAlert);
   ~ConsoleMirror();
   ConsoleMirror(const ConsoleMirror&) = delete;
   ConsoleMirror& operator=(const ConsoleMirror&) = delete;
@@ -78,12 +76,9 @@ class ConsoleMirror {
   void refreshStrips();
   [[nodiscard]] std::unique_ptr<Strip> makeStrip(const std::shared_ptr<AudioChannel>& shared);
   static void mirrorControls(MirrorPublisher<StripViewModel>& view, AudioChannel& channel);
-  void connectMeter(AudioChannel& channel, const QString& key, std::vector<std::shared_ptr<void>>& connections,
-                    std::shared_ptr<MeterCell>& cell);
 
   MirrorSource& source_;
   ContentView& content_;
-  MeterBoard& meters_;
   MirrorPublisher<SessionViewModel> session_;
   MirrorPublisher<MasterViewModel> master_;
   MirrorPublisher<TextsViewModel> texts_;
@@ -93,7 +88,6 @@ class ConsoleMirror {
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;
   std::vector<MirrorId> stripRows_;
-  std::shared_ptr<MeterCell> masterCell_;
   int problemCount_ = 0;
   std::vector<std::shared_ptr<void>> connections_;
 };

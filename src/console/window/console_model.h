@@ -9,6 +9,7 @@
 #include "console/window/hints_view_model.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
+#include "console/window/performance_board.h"
 #include "console/window/strip_commands.h"
 #include "console/window/texts_view_model.h"
 #include "console/window/view_models.h"
@@ -32,6 +33,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::PerformanceBoard* performance READ performance CONSTANT FINAL)
   Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
   Q_PROPERTY(vrel::window::StripCommands* controls READ controls CONSTANT FINAL)
 
@@ -54,6 +56,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }
+  [[nodiscard]] PerformanceBoard* performance() { return &performance_; }
   [[nodiscard]] ConsoleCommands* commands() { return &commands_; }
   [[nodiscard]] StripCommands* controls() { return &controls_; }
 
@@ -69,6 +72,7 @@ class ConsoleModel : public QObject {
   MenuBarViewModel menuBar_;
   MirrorStore store_;
   MeterBoard meters_;
+  PerformanceBoard performance_;
   ConsoleCommands commands_;
   StripCommands controls_{commands_};
 };

@@ -24,6 +24,10 @@ enum class Kind {
   ChannelSolo = static_cast<int>(MidiControlKind::channelSolo),
   MasterVolume = static_cast<int>(MidiControlKind::masterVolume),
   MasterMute = static_cast<int>(MidiControlKind::masterMute),
+  PerformancePitchBend = static_cast<int>(MidiControlKind::performancePitchBend),
+  PerformanceModulation = static_cast<int>(MidiControlKind::performanceModulation),
+  PerformanceSustain = static_cast<int>(MidiControlKind::performanceSustain),
+  PerformanceExpression = static_cast<int>(MidiControlKind::performanceExpression),
 };
 // NOLINTEND(readability-identifier-naming)
 Q_ENUM_NS(Kind)

@@ -5,23 +5,28 @@
 #include <QQuickItem>
 #include <QString>
 #include <array>
+#include <cstddef>
 #include <memory>
 
 #include "console/window/meter_board.h"
 
 namespace vrel::window {
 
-/// Two bars that show the peaks of a strip in decibels, green to orange to red; redrawn only when a bar has moved by
-/// a pixel. The scale runs from -48 dBFS at the bottom to 0 at the top.
+/// A strip's level: two columns of segments, the lit ones bright and the others dim, each with a white bar that holds
+/// the peak. The scale runs from -48 dBFS at the bottom to 0 at the top. Redrawn only when a segment has changed or a
+/// bar has moved by a pixel.
 class LevelMeter : public QQuickItem {
   Q_OBJECT
   QML_ELEMENT
   Q_PROPERTY(vrel::window::MeterBoard* board READ board WRITE setBoard NOTIFY boardChanged REQUIRED)
   Q_PROPERTY(QString channelId READ channelId WRITE setChannelId NOTIFY channelIdChanged REQUIRED)
-  /// The louder channel, whole decibels of full scale; -100 for silence. For assistive technology.
-  Q_PROPERTY(int decibels READ decibels NOTIFY decibelsChanged)
+  /// The louder channel, whole decibels of full scale; -48 for what is not shown. For assistive technology, four times
+  /// a second.
+  Q_PROPERTY(int decibels READ decibels NOTIFY decibelsChanged FINAL)
 
  public:
+  static constexpr int silentDecibels = -48;
+
   explicit LevelMeter(QQuickItem* parent = nullptr);
 
   [[nodiscard]] MeterBoard* board() const { return board_; }
@@ -40,15 +45,30 @@ class LevelMeter : public QQuickItem {
   void geometryChange(const QRectF& now, const QRectF& before) override;
 
  private:
+  /// What is drawn of one channel.
+  struct Column {
+    std::size_t lit = 0;  // segments
+    int hold = -1;        // pixels from the bottom; below 0 without a bar
+
+    friend bool operator==(const Column& a, const Column& b) { return a.lit == b.lit && a.hold == b.hold; }
+  };
+
   void findCell();
   void pull();
+  void repaint();
+  void findScale();
+  [[nodiscard]] Column columnOf(const MeterCell::Bar& bar) const;
+  void showDecibels(double displayed);
 
   MeterBoard* board_ = nullptr;
   QMetaObject::Connection frames_;
   QString channelId_;
+  qreal pixelsPerPoint_ = 1;  // of the screen, at the scale of the window
   std::shared_ptr<MeterCell> cell_;
-  std::array<int, 2> heights_{};  // pixels, left and right
-  int decibels_ = -100;
+  std::array<Column, 2> columns_{};  // left and right
+  bool isPictureOld_ = true;
+  int framesToText_ = 0;
+  int decibels_ = silentDecibels;
 };
 
 }  // namespace vrel::window

@@ -5,20 +5,14 @@
 #include <QHash>
 #include <QObject>
 #include <QString>
-#include <atomic>
 #include <memory>
 
+#include "console/meter_readings.h"
 #include "foundation/mutex.h"
 
 namespace vrel::window {
 
-/// The displayed peaks of one strip, linear. Written on the main thread, read by the window once per frame.
-struct MeterCell {
-  std::atomic<float> left{0};
-  std::atomic<float> right{0};
-};
-
-/// Finds the peaks of a strip by its id; the master's id is empty. Not part of the mirror, since peaks are
+/// Finds the meter of a strip by the strip's id; the master's id is empty. Not part of the mirror, since levels are
 /// pulled: a window that draws slowly has nothing to catch up with. Any thread, but for the signal.
 class MeterBoard : public QObject {
   Q_OBJECT
@@ -28,22 +22,16 @@ class MeterBoard : public QObject {
  public:
   using QObject::QObject;
 
-  /// The strip's peaks, made when they are not there yet.
+  /// The strip's meter, made when it is not there yet. Those that are no longer held are forgotten then.
   [[nodiscard]] std::shared_ptr<MeterCell> cell(const QString& channelId) {
     const MutexLock lock(mutex_);
-    auto& cell = cells_[channelId];
-    auto shared = cell.lock();
-    if (shared == nullptr) {
-      shared = std::make_shared<MeterCell>();
-      cell = shared;
+    if (const auto shared = cells_.value(channelId).lock()) {
+      return shared;
     }
-    return shared;
-  }
-
-  /// Forgets those that are no longer held.
-  void prune() {
-    const MutexLock lock(mutex_);
     cells_.removeIf([](const auto& entry) { return entry.value().expired(); });
+    auto made = std::make_shared<MeterCell>();
+    cells_.insert(channelId, made);
+    return made;
   }
 
  Q_SIGNALS:

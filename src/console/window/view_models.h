@@ -35,6 +35,8 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QString, switchText)
   VREL_SHOWN(int, tempoBpm)
   VREL_SHOWN(QString, songNotes)
+  VREL_SHOWN(int, keyboardStartNote)
+  VREL_SHOWN(int, keyboardKeyCount)
   VREL_SHOWN(QString, midiPortName)
   VREL_SHOWN(bool, hasMidiPort)
   VREL_SHOWN(bool, isAudioOutputMissing)

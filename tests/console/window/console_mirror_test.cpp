@@ -53,14 +53,13 @@ class Copy : public ConsoleStage {
   }
 
   ConsoleModel model{[](const auto&) {}};
-  MeterBoard& meters = *model.meters();
   SessionViewModel& session = *model.session();
   Observable<std::optional<NSAlert>> shownAlert;
   MirrorSource source{mainQueue, [this](const MirrorBatch& batch) {
                         model.apply(batch);
                         source.delivered();
                       }};
-  std::optional<ConsoleMirror> mirror{std::in_place, source, content, shownAlert, meters};
+  std::optional<ConsoleMirror> mirror{std::in_place, source, content, shownAlert};
 };
 
 using Words = std::vector<std::string>;
@@ -289,15 +288,10 @@ TEST_F(Copy, AllTextsChangeWithTheLanguage) {
   EXPECT_EQ(model.texts()->panic(), "PÁNICO");
 }
 
-TEST_F(Copy, PeaksGoToTheCellOfTheirStripAndNotThroughTheMirror) {
+TEST_F(Copy, LevelsDoNotGoThroughTheMirror) {
   open();
-  const auto cell = meters.cell(QString::fromStdString(strip(0).id.text()));
   strip(0).peakL.set(0.5F);
-  strip(0).peakR.set(0.25F);
-  engine->masterChannel()->peakL.set(0.75F);
-  EXPECT_EQ(cell->left.load(), 0.5F);
-  EXPECT_EQ(cell->right.load(), 0.25F);
-  EXPECT_EQ(meters.cell({})->left.load(), 0.75F);
+  engine->masterChannel()->peakR.set(0.75F);
   EXPECT_FALSE(mainQueue.runOne());
 }
 

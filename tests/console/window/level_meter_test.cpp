@@ -6,8 +6,8 @@
 #include <QColor>
 #include <QImage>
 #include <QQuickWindow>
-#include <cmath>
 #include <memory>
+#include <tuple>
 
 namespace vrel::window {
 namespace {
@@ -25,14 +25,18 @@ class CountingMeter : public LevelMeter {
   }
 };
 
-constexpr int meterHeight = 96;  // two pixels for a decibel
+// Twenty-two segments of four pixels, and a gap of one above each but the last.
+constexpr int meterHeight = 22 * 4 + 21;
+constexpr int columnWidth = 8;
+constexpr double oneSegment = 1.0 / 22;
 
 class Meter : public testing::Test {
  protected:
   Meter() {
-    window.resize(20, meterHeight);
+    window.resize(40, meterHeight);
+    window.setColor(Qt::black);
     meter.setParentItem(window.contentItem());
-    meter.setSize({9, meterHeight});
+    meter.setSize({2 * columnWidth + 3.5, meterHeight});
     meter.setBoard(&board);
     meter.setChannelId(QStringLiteral("piano"));
     draw();
@@ -47,22 +51,36 @@ class Meter : public testing::Test {
     return meter.paintings - before;
   }
 
-  static float level(float decibels) { return std::pow(10.0F, decibels / 20); }
-  void play(float leftDecibels, float rightDecibels) {
-    cell->left = level(leftDecibels);
-    cell->right = level(rightDecibels);
+  void show(double left, double right, double holdLeft = 0, double holdRight = 0) {
+    cell->left.displayed = static_cast<float>(left);
+    cell->right.displayed = static_cast<float>(right);
+    cell->left.hold = static_cast<float>(holdLeft);
+    cell->right.hold = static_cast<float>(holdRight);
   }
 
-  /// Pixels of the bar from the bottom.
-  [[nodiscard]] int barHeight(int x) const {
-    int height = 0;
-    while (height < meterHeight && image.pixelColor(x, meterHeight - 1 - height) != ground) {
-      ++height;
+  /// In the middle of a segment.
+  [[nodiscard]] QColor segment(int x, int number) const {
+    return image.pixelColor(x, meterHeight - 1 - (number * 5 + 1));
+  }
+  [[nodiscard]] int litSegments(int x) const {
+    int lit = 0;
+    while (lit < 22 && segment(x, lit).lightness() > 100) {
+      ++lit;
     }
-    return height;
+    return lit;
   }
 
-  const QColor ground{0xff161616U};
+  /// A colour over the ground of the meter.
+  static QColor over(const QColor& color, double opacity) {
+    const auto mix = [opacity](int part) { return static_cast<int>(std::lround(18 + (part - 18) * opacity)); };
+    return {mix(color.red()), mix(color.green()), mix(color.blue())};
+  }
+  static void expectColor(const QColor& is, const QColor& wanted) {
+    EXPECT_NEAR(is.red(), wanted.red(), 2);
+    EXPECT_NEAR(is.green(), wanted.green(), 2);
+    EXPECT_NEAR(is.blue(), wanted.blue(), 2);
+  }
+
   MeterBoard board;
   std::shared_ptr<MeterCell> cell = board.cell(QStringLiteral("piano"));
   QQuickWindow window;
@@ -70,89 +88,163 @@ class Meter : public testing::Test {
   QImage image;
 };
 
-constexpr int leftBar = 1;
-constexpr int rightBar = 7;
+constexpr int left = 5;
+constexpr int right = 14;
+const QColor green(105, 220, 120);
+const QColor yellow(250, 198, 70);
+const QColor red(240, 70, 60);
 
-TEST_F(Meter, ShowsBothPeaksOfItsStripInDecibels) {
-  play(-24, -36);
-  EXPECT_EQ(draw(), 1);
-  EXPECT_EQ(barHeight(leftBar), meterHeight / 2);
-  EXPECT_EQ(barHeight(rightBar), meterHeight / 4);
-  EXPECT_EQ(meter.decibels(), -24);
+TEST_F(Meter, AtSilenceItsColoursCanBeSeenDimlyAndNoMarker) {
+  for (const int x : {left, right}) {
+    expectColor(segment(x, 0), over(green, 0.13));
+    expectColor(segment(x, 14), over(green, 0.13));
+    expectColor(segment(x, 15), over(yellow, 0.13));
+    expectColor(segment(x, 19), over(yellow, 0.13));
+    expectColor(segment(x, 20), over(red, 0.13));
+    expectColor(segment(x, 21), over(red, 0.13));
+  }
 }
 
-TEST_F(Meter, IsRedrawnOnlyWhenABarHasMovedByAPixel) {
-  play(-24, -24);
+TEST_F(Meter, LightsEachChannelUpToItsLevel) {
+  show(1, 10 * oneSegment + 0.001);
+  EXPECT_EQ(draw(), 1);
+  EXPECT_EQ(litSegments(left), 22);
+  EXPECT_EQ(litSegments(right), 10);
+  expectColor(segment(left, 0), over(green, 0.95));
+  expectColor(segment(left, 15), over(yellow, 0.95));
+  expectColor(segment(left, 21), over(red, 0.95));
+  expectColor(segment(right, 10), over(green, 0.13));
+}
+
+TEST_F(Meter, BetweenTwoSegmentsIsAGap) {
+  show(1, 1);
+  draw();
+  expectColor(image.pixelColor(left, meterHeight - 5), over(green, 0));
+}
+
+TEST_F(Meter, ThePeakIsHeldByAWhiteBarWiderThanItsColumn) {
+  show(0, 0, 0.5, 0);
+  EXPECT_EQ(draw(), 1);
+  int rows = 0;
+  for (int y = 0; y < meterHeight; ++y) {
+    if (image.pixelColor(left, y).lightness() > 200) {
+      ++rows;
+      EXPECT_NEAR(y, meterHeight / 2.0, 2);
+      EXPECT_GT(image.pixelColor(1 + columnWidth, y).lightness(), 200);  // beyond the column
+    }
+    EXPECT_LT(image.pixelColor(right, y).lightness(), 100);
+  }
+  EXPECT_EQ(rows, 2);  // 1.6 points
+}
+
+TEST_F(Meter, TheBarOfAFullScalePeakIsInsideTheMeter) {
+  show(0, 0, 1, 1);
+  draw();
+  EXPECT_GT(image.pixelColor(left, 0).lightness(), 200);
+  EXPECT_GT(image.pixelColor(right, 1).lightness(), 200);
+}
+
+TEST_F(Meter, AMarkerAtTheVeryBottomIsNotShown) {
+  show(0, 0, 0.0001, 0.00009);
+  EXPECT_EQ(draw(), 0);
+  expectColor(segment(left, 0), over(green, 0.13));
+}
+
+TEST_F(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
+  show(0.5, 0.5, 0.6, 0.6);
   EXPECT_EQ(draw(), 1);
   EXPECT_EQ(draw(), 0);
-  play(-24.1F, -24.1F);
+  show(0.501, 0.5, 0.6005, 0.6);
   EXPECT_EQ(draw(), 0);
-  play(-24.1F, -25);
+  show(0.501, 0.6, 0.601, 0.6);
+  EXPECT_EQ(draw(), 1);
+  show(0.501, 0.6, 0.65, 0.6);
   EXPECT_EQ(draw(), 1);
 }
 
-TEST_F(Meter, GoesFromGreenOverOrangeToRed) {
-  play(0, -100);
+TEST_F(Meter, FallsBackToSilence) {
+  show(1, 1, 1, 1);
   draw();
-  const QColor bottom = image.pixelColor(leftBar, meterHeight - 2);
-  const QColor middle = image.pixelColor(leftBar, 12);
-  const QColor top = image.pixelColor(leftBar, 1);
-  EXPECT_GT(bottom.green(), bottom.red());
-  EXPECT_GT(middle.red(), middle.green());
-  EXPECT_GT(middle.green(), middle.blue());
-  EXPECT_GT(top.red(), 2 * top.green());
-  EXPECT_EQ(barHeight(rightBar), 0);
+  show(0, 0, 0, 0);
+  EXPECT_EQ(draw(), 1);
+  EXPECT_EQ(litSegments(left), 0);
+  EXPECT_LT(image.pixelColor(left, 0).lightness(), 100);
 }
 
-TEST_F(Meter, WhatIsTooLoudOrTooQuietStaysInTheScale) {
-  play(12, -90);
+TEST_F(Meter, IsDrawnAgainInAnotherSize) {
+  show(1, 1);
   draw();
-  EXPECT_EQ(barHeight(leftBar), meterHeight);
-  EXPECT_EQ(barHeight(rightBar), 0);
-  EXPECT_EQ(meter.decibels(), 12);
-  cell->left = 0;
-  cell->right = 0;
+  meter.setHeight(22 * 2 + 21);
   draw();
-  EXPECT_EQ(barHeight(leftBar), 0);
-  EXPECT_EQ(meter.decibels(), -100);
+  EXPECT_GT(image.pixelColor(left, 1).lightness(), 100);
+  EXPECT_EQ(image.pixelColor(left, meterHeight - 2), QColor(Qt::black));
+}
+
+TEST_F(Meter, IsDrawnSharplyAtAnotherScaleOfTheWindow) {
+  window.resize(80, 2 * meterHeight);
+  window.contentItem()->setTransformOrigin(QQuickItem::TopLeft);
+  window.contentItem()->setScale(2);
+  show(0.98, 0);
+  draw();
+  const int gapBelowTheTop = 2 * 4;
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop), over(green, 0));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop + 1), over(green, 0));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop + 4), over(red, 0.95));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop - 4), over(red, 0.13));
+}
+
+TEST_F(Meter, SaysItsLevelInDecibelsFourTimesASecond) {
+  const auto frames = [this](int count) {
+    for (int frame = 0; frame < count; ++frame) {
+      Q_EMIT board.frame();
+    }
+  };
+  EXPECT_EQ(meter.decibels(), -48);
+  int changes = 0;
+  QObject::connect(&meter, &LevelMeter::decibelsChanged, [&] { ++changes; });
+  for (int frame = 0; frame < 60; ++frame) {
+    show(0.5 + frame * 0.005, 0);
+    frames(1);
+  }
+  EXPECT_EQ(changes, 4);
+  show(0.25, meterProportion(0.5));
+  frames(16);
+  EXPECT_EQ(meter.decibels(), -6);
 }
 
 TEST_F(Meter, AHiddenMeterIsNotUpdated) {
   meter.setVisible(false);
-  play(0, 0);
-  draw();
-  EXPECT_EQ(meter.decibels(), -100);
+  show(1, 1);
+  EXPECT_EQ(draw(), 0);
   meter.setVisible(true);
   draw();
-  EXPECT_EQ(meter.decibels(), 0);
+  EXPECT_EQ(litSegments(left), 22);
 }
 
 TEST_F(Meter, AnotherStripIsShownFromTheNextFrameOn) {
-  play(0, 0);
+  show(1, 1);
   draw();
   meter.setChannelId(QStringLiteral("organ"));
   draw();
-  EXPECT_EQ(meter.decibels(), -100);
-  board.cell(QStringLiteral("organ"))->right = level(-12);
+  EXPECT_EQ(litSegments(left), 0);
+  board.cell(QStringLiteral("organ"))->right.displayed = 1;
   draw();
-  EXPECT_EQ(meter.decibels(), -12);
+  EXPECT_EQ(litSegments(right), 22);
 }
 
 TEST_F(Meter, AMeterWithoutABoardIsIdle) {
   meter.setBoard(nullptr);
-  play(0, 0);
-  draw();
-  EXPECT_EQ(meter.decibels(), -100);
+  show(1, 1);
+  EXPECT_EQ(draw(), 0);
 }
 
 TEST(Meters, CellsThatAreNotHeldAreForgotten) {
   MeterBoard board;
   const auto held = board.cell(QStringLiteral("piano"));
-  board.cell(QStringLiteral("organ"))->left = 0.5F;
-  held->left = 0.25F;
-  board.prune();
+  std::ignore = board.cell(QStringLiteral("organ"));
+  held->left.hold = 0.25F;
   EXPECT_EQ(board.cell(QStringLiteral("piano")), held);
-  EXPECT_EQ(board.cell(QStringLiteral("organ"))->left.load(), 0.0F);
+  EXPECT_EQ(board.cell(QStringLiteral("organ"))->left.hold.load(), 0.0F);
 }
 
 }  // namespace

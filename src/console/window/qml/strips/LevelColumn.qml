@@ -9,6 +9,7 @@ Item {
     required property ConsoleModel desk
     required property string faderName
     required property string spokenName
+    required property string stripName
     required property string channelId
     required property int learnKind
     property int learnIndex: -1
@@ -54,10 +55,20 @@ Item {
         }
 
         LevelMeter {
+            id: meter
+
+            readonly property int value: decibels
+            readonly property int minimumValue: -48
+            readonly property int maximumValue: 0
+
             width: 20
             height: levels.height
             board: column.desk.meters
             channelId: column.channelId
+            Accessible.role: Accessible.ProgressBar
+            Accessible.name: column.desk.texts.level + " " + column.stripName
+            Accessible.description: meter.decibels + " dB"
+            Accessible.readOnly: true
         }
     }
 

@@ -47,7 +47,8 @@ Rectangle {
             Layout.fillHeight: true
             desk: strip.desk
             faderName: "masterFader"
-            spokenName: strip.desk.texts.volume + " MASTER"
+            spokenName: strip.desk.texts.volume + " " + stripName
+            stripName: "MASTER"
             channelId: ""
             value: strip.desk.master.volume
             valueText: strip.desk.master.volumeText

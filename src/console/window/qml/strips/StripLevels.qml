@@ -24,6 +24,7 @@ GridLayout {
         desk: levels.desk
         faderName: "fader" + levels.entry.index
         spokenName: levels.desk.texts.volume + levels.strip
+        stripName: levels.entry.number + " " + levels.entry.name
         channelId: levels.entry.channelId
         value: levels.entry.volume
         valueText: levels.entry.volumeText
