@@ -10,6 +10,11 @@ namespace vrel {
 
 /// What a control says of itself when the pointer rests on it, and to assistive technology.
 enum class Hint {
+  playKeys,
+  splitBand,
+  keyCount,
+  startNote,
+  performanceItem,
   foldKeyboard,
   stripColor,
   masterColor,

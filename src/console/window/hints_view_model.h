@@ -30,6 +30,11 @@ class HintsViewModel : public QObject {
     connect(&texts, &TextsViewModel::languageChanged, this, &HintsViewModel::languageChanged);
   }
 
+  VREL_HINT(playKeys)
+  VREL_HINT(splitBand)
+  VREL_HINT(keyCount)
+  VREL_HINT(startNote)
+  VREL_HINT(performanceItem)
   VREL_HINT(foldKeyboard)
   VREL_HINT(stripColor)
   VREL_HINT(masterColor)

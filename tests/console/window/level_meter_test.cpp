@@ -90,18 +90,18 @@ class Meter : public testing::Test {
 
 constexpr int left = 5;
 constexpr int right = 14;
-const QColor green(105, 220, 120);
-const QColor yellow(250, 198, 70);
-const QColor red(240, 70, 60);
+const QColor safeGreen(105, 220, 120);
+const QColor hotYellow(250, 198, 70);
+const QColor overRed(240, 70, 60);
 
 TEST_F(Meter, AtSilenceItsColoursCanBeSeenDimlyAndNoMarker) {
   for (const int x : {left, right}) {
-    expectColor(segment(x, 0), over(green, 0.13));
-    expectColor(segment(x, 14), over(green, 0.13));
-    expectColor(segment(x, 15), over(yellow, 0.13));
-    expectColor(segment(x, 19), over(yellow, 0.13));
-    expectColor(segment(x, 20), over(red, 0.13));
-    expectColor(segment(x, 21), over(red, 0.13));
+    expectColor(segment(x, 0), over(safeGreen, 0.13));
+    expectColor(segment(x, 14), over(safeGreen, 0.13));
+    expectColor(segment(x, 15), over(hotYellow, 0.13));
+    expectColor(segment(x, 19), over(hotYellow, 0.13));
+    expectColor(segment(x, 20), over(overRed, 0.13));
+    expectColor(segment(x, 21), over(overRed, 0.13));
   }
 }
 
@@ -110,16 +110,16 @@ TEST_F(Meter, LightsEachChannelUpToItsLevel) {
   EXPECT_EQ(draw(), 1);
   EXPECT_EQ(litSegments(left), 22);
   EXPECT_EQ(litSegments(right), 10);
-  expectColor(segment(left, 0), over(green, 0.95));
-  expectColor(segment(left, 15), over(yellow, 0.95));
-  expectColor(segment(left, 21), over(red, 0.95));
-  expectColor(segment(right, 10), over(green, 0.13));
+  expectColor(segment(left, 0), over(safeGreen, 0.95));
+  expectColor(segment(left, 15), over(hotYellow, 0.95));
+  expectColor(segment(left, 21), over(overRed, 0.95));
+  expectColor(segment(right, 10), over(safeGreen, 0.13));
 }
 
 TEST_F(Meter, BetweenTwoSegmentsIsAGap) {
   show(1, 1);
   draw();
-  expectColor(image.pixelColor(left, meterHeight - 5), over(green, 0));
+  expectColor(image.pixelColor(left, meterHeight - 5), over(safeGreen, 0));
 }
 
 TEST_F(Meter, ThePeakIsHeldByAWhiteBarWiderThanItsColumn) {
@@ -147,7 +147,7 @@ TEST_F(Meter, TheBarOfAFullScalePeakIsInsideTheMeter) {
 TEST_F(Meter, AMarkerAtTheVeryBottomIsNotShown) {
   show(0, 0, 0.0001, 0.00009);
   EXPECT_EQ(draw(), 0);
-  expectColor(segment(left, 0), over(green, 0.13));
+  expectColor(segment(left, 0), over(safeGreen, 0.13));
 }
 
 TEST_F(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
@@ -187,10 +187,10 @@ TEST_F(Meter, IsDrawnSharplyAtAnotherScaleOfTheWindow) {
   show(0.98, 0);
   draw();
   const int gapBelowTheTop = 2 * 4;
-  expectColor(image.pixelColor(2 * left, gapBelowTheTop), over(green, 0));
-  expectColor(image.pixelColor(2 * left, gapBelowTheTop + 1), over(green, 0));
-  expectColor(image.pixelColor(2 * left, gapBelowTheTop + 4), over(red, 0.95));
-  expectColor(image.pixelColor(2 * left, gapBelowTheTop - 4), over(red, 0.13));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop), over(safeGreen, 0));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop + 1), over(safeGreen, 0));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop + 4), over(overRed, 0.95));
+  expectColor(image.pixelColor(2 * left, gapBelowTheTop - 4), over(overRed, 0.13));
 }
 
 TEST_F(Meter, SaysItsLevelInDecibelsFourTimesASecond) {

@@ -22,6 +22,11 @@ Slider {
     Accessible.name: desk.texts.keyCount
     Accessible.description: desk.session.keyboardKeyCount
 
+    hoverEnabled: true
+    ToolTip.visible: hovered && !pressed
+    ToolTip.delay: 700
+    ToolTip.text: desk.hints.keyCount
+
     background: Rectangle {
         y: slider.height / 2 - height / 2
         width: slider.width

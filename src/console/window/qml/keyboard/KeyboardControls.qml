@@ -19,14 +19,14 @@ ColumnLayout {
         Caption {
             Layout.fillWidth: true
             text: controls.desk.texts.keyCount
-            font.pixelSize: 13
+            font.pixelSize: Theme.tinyText
             font.letterSpacing: 0
         }
         Caption {
             objectName: "keyCount"
             text: controls.desk.session.keyboardKeyCount
             color: Theme.ink
-            font.pixelSize: 13
+            font.pixelSize: Theme.tinyText
         }
     }
 
@@ -39,7 +39,7 @@ ColumnLayout {
     Caption {
         Layout.fillWidth: true
         text: controls.desk.texts.startNote
-        font.pixelSize: 13
+        font.pixelSize: Theme.tinyText
         font.letterSpacing: 0
     }
 
@@ -56,6 +56,7 @@ ColumnLayout {
             objectName: "octaveDown"
             text: "\u2212"
             spokenName: controls.desk.texts.startNote + " \u2212"
+            hint: controls.desk.hints.startNote
             isOffered: controls.octave > 0
             onClicked: controls.desk.commands.stepStartOctave(-1)
         }
@@ -72,6 +73,7 @@ ColumnLayout {
             objectName: "octaveUp"
             text: "+"
             spokenName: controls.desk.texts.startNote + " +"
+            hint: controls.desk.hints.startNote
             isOffered: controls.octave < 8
             onClicked: controls.desk.commands.stepStartOctave(1)
         }

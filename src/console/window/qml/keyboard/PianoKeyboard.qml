@@ -57,6 +57,7 @@ Flickable {
             onMaxDragged: (channelId, note) => keyboard.desk.commands.setSplitMax(channelId, note)
             Accessible.role: Accessible.Grouping
             Accessible.name: keyboard.desk.texts.splitTranspose
+            Accessible.description: keyboard.desk.hints.splitBand
         }
     }
 
@@ -77,7 +78,7 @@ Flickable {
         onNoteReleased: note => keyboard.desk.commands.releaseNote(note)
         Accessible.role: Accessible.Grouping
         Accessible.name: keyboard.desk.texts.keyboard
-        Accessible.description: keyboard.desk.performance.heldNotes
+        Accessible.description: keyboard.desk.performance.heldNotes || keyboard.desk.hints.playKeys
         Accessible.focusable: true
     }
 }

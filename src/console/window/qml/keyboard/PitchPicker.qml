@@ -27,6 +27,11 @@ ComboBox {
         currentIndex = Qt.binding(() => picker.desk.session.keyboardStartNote % 12);
     }
 
+    hoverEnabled: true
+    ToolTip.visible: hovered && !pressed
+    ToolTip.delay: 700
+    ToolTip.text: desk.hints.startNote
+
     background: Rectangle {
         color: Theme.raised
         radius: Theme.radius

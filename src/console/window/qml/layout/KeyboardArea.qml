@@ -35,27 +35,28 @@ Panel {
         }
 
         // Number of keys and first note.
-        Item {
-            objectName: "keyboardControlsSlot"
+        KeyboardControls {
             Layout.preferredWidth: 110
-            Layout.fillHeight: true
+            Layout.fillWidth: false
+            Layout.alignment: Qt.AlignBottom
             visible: !area.isFolded
+            desk: area.desk
         }
 
         // The bars, and the keys while they are not folded. More bars than fit scroll.
-        Item {
-            objectName: "keyboardSlot"
+        PianoKeyboard {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            clip: true
+            desk: area.desk
+            isFolded: area.isFolded
         }
 
         // Pitch bend, modulation, sustain and expression.
-        Item {
-            objectName: "performanceSlot"
+        KeyboardPerformanceControls {
             Layout.preferredWidth: 170
-            Layout.fillHeight: true
+            Layout.alignment: Qt.AlignBottom
             visible: !area.isFolded
+            desk: area.desk
         }
     }
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One thing that the performer does beside the keys. It is shown, and changes nothing; in learn mode a press picks it.
 import QtQuick
+import QtQuick.Controls.Basic
 import Vrel.Console
 
 Item {
@@ -31,14 +32,19 @@ Item {
     Accessible.focusable: isLearning
     Accessible.onPressAction: item.pick()
 
+    HoverHandler {
+        id: hover
+    }
+    ToolTip.visible: hover.hovered
+    ToolTip.delay: 700
+    ToolTip.text: desk.hints.performanceItem
+
     Text {
         width: item.width
         text: item.title
         color: Qt.rgba(155 / 255, 155 / 255, 155 / 255, 1)
-        font.pixelSize: 13
+        font.pixelSize: Theme.tinyText
         font.bold: true
-        fontSizeMode: Text.HorizontalFit
-        minimumPixelSize: 12
         elide: Text.ElideRight
     }
 
