@@ -46,9 +46,13 @@ void ChannelBuilder::loadInstrument(const std::shared_ptr<AudioChannel>& channel
   }
   engine_.instruments().loadInstrument(channel, *component, record.pluginStateBase64,
                                        [this, life = life_.watch(), weakChannel = std::weak_ptr(channel),
-                                        slots = record.effectSlots, progress](bool /*succeeded*/) {
+                                        slots = record.effectSlots, progress, name = component->name](bool succeeded) {
+                                         const auto loaded = weakChannel.lock();
+                                         if (!succeeded && loaded != nullptr) {
+                                           loaded->pluginName.set(name);  // what it wanted
+                                         }
                                          if (life.isAlive()) {
-                                           instrumentEnded(weakChannel.lock(), slots, progress);
+                                           instrumentEnded(loaded, slots, progress);
                                          }
                                        });
 }

@@ -14,6 +14,7 @@
 #include "console/content_view.h"
 #include "console/control_laws.h"
 #include "console/instrument_reload.h"
+#include "console/problem_text.h"
 #include "console/status_words.h"
 #include "console/window_settings.h"
 #include "document/app_state.h"
@@ -38,6 +39,7 @@ struct ConsoleMirror::Strip {
   explicit Strip(MirrorSource& source) : view(source) {}
   std::shared_ptr<AudioChannel> channel;  // what it reads, until the next refresh releases it
   MirrorPublisher<StripViewModel> view;
+  std::shared_ptr<void> running;
 };
 
 ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observable<std::optional<NSAlert>>& shownAlert)
@@ -54,6 +56,7 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
   mirrorEditing();
   mirrorMaster();
   mirrorAlert(shownAlert);
+  mirrorProblems();
   setMenus({});
   source_.refresh = [this] { refresh(); };
   const auto refreshSoon = [this](const auto&) { source_.schedule(); };
@@ -209,8 +212,36 @@ void ConsoleMirror::setAudioOutput(bool isMissing, const std::string& awaited) {
 }
 
 void ConsoleMirror::addProblem(const std::string& line) {
-  session_.set(SessionViewModel::problemKey, line);
+  shownProblem_ = problemKind(line);
+  session_.set(SessionViewModel::problemKey, problemText(line, content_.appState().scannedPlugins.get()));
   session_.set(SessionViewModel::problemCountKey, ++problemCount_);  // the same line again is another problem
+}
+
+void ConsoleMirror::mirrorProblems() {
+  AppState& state = content_.appState();
+  // What the last song had to say is over when the next one begins; what this switch says comes after.
+  connections_.push_back(state.songSwitchLoadToken.changed.connect([this](const auto&) { clearProblem(); }));
+  connections_.push_back(state.isDirty.changed.connect([this](bool isDirty) {
+    if (!isDirty && shownProblem_ == ProblemKind::save) {
+      clearProblem();
+    }
+  }));
+}
+
+void ConsoleMirror::instrumentRuns() {
+  const auto& channels = content_.audioEngine().channels();
+  const bool areAllWell = std::none_of(channels.begin(), channels.end(), [](const auto& channel) {
+    const auto status = channel->status.get();
+    return status == ChannelStatus::loadFailed || status == ChannelStatus::crashed;
+  });
+  if (areAllWell && shownProblem_ == ProblemKind::instrument) {
+    clearProblem();
+  }
+}
+
+void ConsoleMirror::clearProblem() {
+  shownProblem_.reset();
+  session_.set(SessionViewModel::problemKey, std::string());
 }
 
 void ConsoleMirror::refresh() {
@@ -277,10 +308,12 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.derive(
       View::instrumentTextKey,
       [&] {
-        return channel.pluginPath.get().empty() ? std::string(text(TextKey::noPlugin, state.language.get()))
-                                                : channel.pluginName.get();
+        // One that could not load keeps the name of what it wanted, where that is known.
+        const bool isEmpty = channel.pluginPath.get().empty() &&
+                             (channel.status.get() != ChannelStatus::loadFailed || channel.pluginName.get().empty());
+        return isEmpty ? std::string(text(TextKey::noPlugin, state.language.get())) : channel.pluginName.get();
       },
-      channel.pluginPath, channel.pluginName, state.language);
+      channel.pluginPath, channel.pluginName, channel.status, state.language);
   view.follow(View::volumeKey, channel.volume);
   view.derive(
       View::volumeTextKey, [&] { return ChannelFaderScale::text(channel.volume.get()); }, channel.volume);
@@ -292,6 +325,11 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.derive(
       View::isSelectedKey, [&] { return selected.get() == channel.id; }, selected);
   mirrorControls(view, channel);
+  strip->running = channel.status.changed.connect([this](ChannelStatus status) {
+    if (status == ChannelStatus::running) {
+      instrumentRuns();
+    }
+  });
   strip->channel = shared;
   return strip;
 }

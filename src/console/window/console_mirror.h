@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "console/problem_text.h"
 #include "console/window/menu_entry.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
@@ -72,6 +73,9 @@ class ConsoleMirror {
   void mirrorMaster();
   void mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert);
   void refresh();
+  void mirrorProblems();
+  void instrumentRuns();
+  void clearProblem();
   void refreshSongs();
   void refreshStrips();
   [[nodiscard]] std::unique_ptr<Strip> makeStrip(const std::shared_ptr<AudioChannel>& shared);
@@ -89,6 +93,7 @@ class ConsoleMirror {
   std::vector<MirrorId> songRows_;
   std::vector<MirrorId> stripRows_;
   int problemCount_ = 0;
+  std::optional<ProblemKind> shownProblem_;
   std::vector<std::shared_ptr<void>> connections_;
 };
 

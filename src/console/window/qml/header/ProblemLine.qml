@@ -12,7 +12,7 @@ PushButton {
     property int seen: 0
 
     objectName: "problems"
-    visible: number > seen
+    visible: number > seen && desk.session.problem !== ""
     implicitHeight: 28
     padding: 2
     text: desk.session.problem

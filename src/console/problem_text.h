@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/audio_component.h"
+
+namespace vrel {
+
+/// A line of the log as a performer reads it: with the names of plug-ins in place of their codes and URIs. One that is
+/// not installed is "a plug-in", and of any other URI the last part is left.
+[[nodiscard]] std::string problemText(std::string_view line, const std::vector<AVAudioUnitComponent>& installed);
+
+/// What mends the matter of a line of the log, so that it need not be shown any longer.
+enum class ProblemKind { other, save, instrument };
+
+[[nodiscard]] ProblemKind problemKind(std::string_view line);
+
+}  // namespace vrel
