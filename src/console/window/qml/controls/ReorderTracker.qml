@@ -9,6 +9,7 @@ QtObject {
     required property int count
     required property real rowLength
     property string draggedId
+    property string draggedName
     property string enteredId
 
     readonly property bool isDragging: draggedId !== ""

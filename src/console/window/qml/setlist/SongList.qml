@@ -13,6 +13,7 @@ ListView {
     required property ConsoleModel desk
 
     readonly property int selected: desk.session.selectedSongIndex
+    property int cursor: Math.max(0, selected) // the row that the keys act on
     property bool awaitsSong // the performer has added one, which must come into sight
     readonly property int editedRow: rowOf(desk.session.editingSongId)
 
@@ -25,6 +26,16 @@ ListView {
         const item = list.itemAtIndex(row) as SongRow;
         if (item)
             menu.openFor(item.entry);
+    }
+
+    function rename(row: int): void {
+        if (desk.session.mayRenameSong)
+            desk.commands.beginSongRename(idAt(row));
+    }
+
+    function moveCursor(by: int): void {
+        cursor = Math.max(0, Math.min(count - 1, cursor + by));
+        positionViewAtIndex(cursor, ListView.Contain);
     }
 
     function rowOf(songId: string): int {
@@ -45,11 +56,15 @@ ListView {
     }
 
     objectName: "songList"
+    activeFocusOnTab: true
     clip: true
     model: desk.songs
     boundsBehavior: Flickable.StopAtBounds
     keyNavigationEnabled: false
-    onSelectedChanged: showSelected()
+    onSelectedChanged: {
+        cursor = Math.max(0, selected);
+        showSelected();
+    }
     onCountChanged: {
         if (awaitsSong)
             positionViewAtEnd();
@@ -62,6 +77,21 @@ ListView {
     Accessible.role: Accessible.List
     Accessible.name: desk.texts.setlist
 
+    Keys.onUpPressed: moveCursor(-1)
+    Keys.onDownPressed: moveCursor(1)
+    Keys.onReturnPressed: desk.commands.clickSong(idAt(cursor))
+    Keys.onEnterPressed: desk.commands.clickSong(idAt(cursor))
+    Keys.onMenuPressed: showMenu(cursor)
+    Keys.onPressed: event => {
+        if (event.key === Qt.Key_F2)
+            rename(cursor);
+        else if (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))
+            showMenu(cursor);
+        else
+            return;
+        event.accepted = true;
+    }
+
     ScrollBar.vertical: ScrollBar {
         policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
         width: 14
@@ -73,6 +103,7 @@ ListView {
         desk: list.desk
         isDragged: tracker.draggedId === entry.songId
         isHovered: presses.hoveredRow === index
+        hasCursor: list.activeFocus && list.cursor === index
     }
 
     move: Transition {
@@ -111,6 +142,31 @@ ListView {
         onDropped: id => list.desk.commands.songDropped(id)
     }
 
+    // The row in the hand, which stays under the finger while the others make room.
+    Rectangle {
+        objectName: "liftedSong"
+        parent: list
+        z: 3
+        visible: tracker.isDragging
+        y: Math.max(0, Math.min(list.height - height, presses.mouseY - height / 2))
+        width: list.width - 16
+        height: Theme.song
+        radius: Theme.radius
+        color: Theme.raised
+        border.width: 3
+        border.color: Theme.teal
+
+        Text {
+            anchors.fill: parent
+            anchors.leftMargin: Theme.handle
+            text: tracker.draggedName
+            color: Theme.ink
+            font.pixelSize: Theme.songText
+            elide: Text.ElideRight
+            verticalAlignment: Text.AlignVCenter
+        }
+    }
+
     SongDragArea {
         id: presses
 
@@ -118,12 +174,12 @@ ListView {
         tracker: tracker
         editedRow: list.editedRow
         onActed: row => list.desk.commands.clickSong(list.idAt(row))
-        onRenameWanted: row => {
-            if (list.desk.session.mayRenameSong)
-                list.desk.commands.beginSongRename(list.idAt(row));
-        }
+        onRenameWanted: row => list.rename(row)
         onMenuWanted: row => list.showMenu(row)
-        onTaken: row => tracker.begin(list.idAt(row))
+        onTaken: row => {
+            tracker.draggedName = (list.itemAtIndex(row) as SongRow)?.entry.name ?? "";
+            tracker.begin(list.idAt(row));
+        }
         onMovedOver: row => tracker.moveOver(list.idAt(row))
     }
 }

@@ -11,6 +11,7 @@ Rectangle {
     required property int index
     property bool isDragged
     property bool isHovered
+    property bool hasCursor
 
     readonly property bool isSelected: index === desk.session.selectedSongIndex
     readonly property bool isEdited: entry.songId === desk.session.editingSongId
@@ -33,10 +34,10 @@ Rectangle {
     onIsEditedChanged: showEditor()
     Component.onCompleted: showEditor()
     height: Theme.song
-    z: isDragged ? 1 : 0
+    opacity: isDragged ? 0.25 : 1 // its place; the row itself is in the hand
     color: isSelected ? Theme.accent : isHovered ? Theme.raised : "transparent"
     radius: Theme.radius
-    border.width: isDragged ? 3 : 0
+    border.width: hasCursor ? 3 : 0
     border.color: Theme.teal
 
     Accessible.role: Accessible.ListItem
