@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QPointF>
+#include <QPointerEvent>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -12,6 +14,7 @@
 #include <QSize>
 #include <QUrl>
 #include <QVariant>
+#include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <utility>
@@ -21,24 +24,43 @@
 #include "platform/key_event.h"
 #include "shell/vrel_app.h"
 #include "vrel/keys.h"
-#include "vrel/widgets.h"
 
 namespace vrel::app {
 namespace {
 
 constexpr int framesPerSecond = 60;
-constexpr QSize roomyPanel(960, 640);
 
 NSScreen screenOf(const QScreen& screen) {
   const QRect area = screen.availableGeometry();
   return {screen.name().toStdString(), {area.x(), area.y(), area.width(), area.height()}};
 }
 
-QStringList nameFilters(FileType type) {
-  if (type == FileType::movie) {
-    return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv"), QStringLiteral("*")};
+bool isTextField(const QQuickItem* item) {
+  return item != nullptr && (item->inherits("QQuickTextInput") || item->inherits("QQuickTextEdit")) &&
+         !item->property("readOnly").toBool();
+}
+
+/// Whether a key that is a command in Live mode is typed into a field instead. A field for digits takes no others.
+bool isForTheField(const LiveMode::Command& command, const QQuickItem* focused) {
+  using Kind = LiveMode::Command::Kind;
+  if (!isTextField(focused) || command.kind == Kind::exclusiveSolo) {
+    return false;
   }
-  return {QStringLiteral("Vrel (*.vrel)"), QStringLiteral("* (*)")};
+  const auto hints = focused->property("inputMethodHints").value<Qt::InputMethodHints>();
+  const bool isDigit = command.kind == Kind::channelMute || command.kind == Kind::masterMute;
+  return isDigit || !hints.testFlag(Qt::ImhDigitsOnly);
+}
+
+/// Whether an item can be seen at a place of the window.
+bool isAt(const QQuickItem& item, const QPointF& place) {
+  return item.isVisible() && item.contains(item.mapFromScene(place));
+}
+
+/// Whether a menu or another popup is open, which keeps presses from what lies below.
+bool hasPopup(const QQuickWindow& window) {
+  const auto layers = window.contentItem()->childItems();
+  return std::any_of(layers.begin(), layers.end(),
+                     [](const QQuickItem* layer) { return layer->inherits("QQuickOverlay") && layer->isVisible(); });
 }
 
 }  // namespace
@@ -151,44 +173,45 @@ void UiThread::setWindowFrame(const ScreenRect& frame) {
 
 void UiThread::showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) {
   here([this, panel, answer = std::move(answer)] {
-    askForFile(QFileDialog::AcceptOpen, panel.allowedType, {}, answer);
+    askForFile({QFileDialog::AcceptOpen, panel.allowedType, {}, panel.directory}, answer);
   });
 }
 
 void UiThread::showSavePanel(const NSSavePanel& panel, PanelAnswer answer) {
   here([this, panel, answer = std::move(answer)] {
-    askForFile(QFileDialog::AcceptSave, panel.allowedType, QString::fromStdString(panel.suggestedName), answer);
+    askForFile({QFileDialog::AcceptSave, panel.allowedType, panel.suggestedName, panel.directory}, answer);
   });
 }
 
-void UiThread::askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName,
-                          PanelAnswer answer) {
-  auto* const dialog = new FilePanel;
+void UiThread::askForFile(const FilePanel::Request& request, PanelAnswer answer) {
+  const QString folder = QString::fromStdString(request.directory.value_or(std::filesystem::path()).string());
+  auto* const dialog = new FilePanel(request, model_.texts()->language(),
+                                     QDir(folder).exists() && !folder.isEmpty() ? folder : panelFolder_);
   std::erase_if(panels_, [](const auto& panel) { return panel.isNull(); });
   panels_.emplace_back(dialog);
-  dialog->setAttribute(Qt::WA_DeleteOnClose);
-  dialog->setObjectName(QStringLiteral("filePanel"));
-  dialog->setWindowModality(Qt::ApplicationModal);
-  dialog->setAcceptMode(mode);
-  dialog->setDirectory(panelFolder_);
-  dialog->resize(roomyPanel);
-  dialog->setNameFilters(nameFilters(type));
-  if (mode == QFileDialog::AcceptSave) {
-    dialog->setFileMode(QFileDialog::AnyFile);
-    dialog->setDefaultSuffix(QStringLiteral("vrel"));
-    dialog->selectFile(suggestedName);
-  } else {
-    dialog->setFileMode(QFileDialog::ExistingFile);
-  }
   connect(dialog, &QFileDialog::finished, this, [this, dialog, answer = std::move(answer)](int result) {
     std::optional<std::filesystem::path> file;
     if (result == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
       file = dialog->selectedFiles().constFirst().toStdString();
       panelFolder_ = dialog->directory().absolutePath();
     }
+    model_.setPanelShown(false);
     postToLogic_([answer, file] { answer(file); });
   });
-  dialog->open();
+  model_.setPanelShown(true);
+  dialog->winId();  // makes its window
+  // In front of the console on every desktop. The console covers itself but for its panic, which a modal window of the
+  // desktop would not let through.
+  dialog->windowHandle()->setTransientParent(quickWindow_);
+  dialog->show();
+  raisePanel();
+}
+
+void UiThread::raisePanel() {
+  if (!panels_.empty() && panels_.back() != nullptr) {
+    panels_.back()->raise();
+    panels_.back()->activateWindow();
+  }
 }
 
 void UiThread::cancelPanels() {
@@ -219,6 +242,9 @@ bool UiThread::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
       return watched == quickWindow_ && handleKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::MouseButtonPress:
+    case QEvent::TouchBegin:
+      return watched == quickWindow_ && handlePress(static_cast<QPointerEvent*>(event)->point(0).scenePosition());
     case QEvent::Quit:
       // The program itself ends its loop in another way.
       if (watched == qApp && onSystemEnd) {
@@ -242,6 +268,26 @@ bool UiThread::eventFilter(QObject* watched, QEvent* event) {
   }
 }
 
+bool UiThread::handlePress(const QPointF& place) {
+  const bool isCovered =
+      model_.alert()->isShown() || model_.session()->isLoading() || model_.isPanelShown() || hasPopup(*quickWindow_);
+  auto* const panic = quickWindow_->findChild<QQuickItem*>(QStringLiteral("panicButton"));
+  if (isCovered && panic != nullptr && isAt(*panic, place)) {
+    QMetaObject::invokeMethod(panic, "act");
+    return true;
+  }
+  if (model_.isPanelShown()) {
+    raisePanel();
+    return true;
+  }
+  // A press elsewhere drops the caret, also one on empty space.
+  auto* const focused = quickWindow_->activeFocusItem();
+  if (isTextField(focused) && !isAt(*focused, place)) {
+    focused->setFocus(false, Qt::MouseFocusReason);
+  }
+  return false;
+}
+
 bool UiThread::handleKey(QKeyEvent& event) {
   const bool isHeld = keyRepeat_.isOfHeldKey(event);
   if (event.type() == QEvent::KeyRelease) {
@@ -250,8 +296,11 @@ bool UiThread::handleKey(QKeyEvent& event) {
   const bool isLive = model_.session()->isLive();
   const bool isAsked = model_.alert()->isShown();
   const KeyEvent key = keyEventOf(event);
-  const auto command = isLive && !isAsked ? LiveMode::commandFor(key) : std::nullopt;
-  if (!command) {
+  const auto command = isLive ? LiveMode::commandFor(key) : std::nullopt;
+  using Kind = LiveMode::Command::Kind;
+  const bool isTaken = command && !(isAsked && command->kind != Kind::panic) &&
+                       !isForTheField(*command, quickWindow_->activeFocusItem());
+  if (!isTaken) {
     // A menu command runs once, however long its keys are held; a control still gets every repetition.
     const bool isKeptFromMenus = isHeld && event.type() == QEvent::ShortcutOverride;
     event.setAccepted(isKeptFromMenus || event.isAccepted());
@@ -259,8 +308,7 @@ bool UiThread::handleKey(QKeyEvent& event) {
   }
   event.accept();
   // A key that is held steps on through the songs; a mute that is held must not flicker.
-  const bool mayRepeat =
-      command->kind == LiveMode::Command::Kind::nextSong || command->kind == LiveMode::Command::Kind::previousSong;
+  const bool mayRepeat = command->kind == Kind::nextSong || command->kind == Kind::previousSong;
   if (event.type() == QEvent::KeyPress && (mayRepeat || !isHeld)) {
     model_.commands()->post(
         [key](window::ConsoleActions& actions) { (void)actions.content.liveMode().handleLiveKeyDown(key); });

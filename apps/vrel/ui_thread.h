@@ -16,8 +16,10 @@
 #include "platform/desktop.h"
 #include "system/desktop/window_desktop.h"
 #include "vrel/keys.h"
+#include "vrel/widgets.h"
 
 class QKeyEvent;
+class QPointF;
 class QQuickWindow;
 class QQmlApplicationEngine;
 
@@ -73,11 +75,14 @@ class UiThread final : public QObject, public system::WindowServices {
   void here(std::function<void()> action);
   /// Makes the window. False when it cannot be made; Qt has logged why.
   [[nodiscard]] bool load();
-  void askForFile(QFileDialog::AcceptMode mode, FileType type, const QString& suggestedName, PanelAnswer answer);
+  void askForFile(const FilePanel::Request& request, PanelAnswer answer);
+  void raisePanel();
   [[nodiscard]] static std::vector<NSScreen> screens();
   void reportScreens();
   void reportWindow();
   [[nodiscard]] bool handleKey(QKeyEvent& event);
+  /// A press anywhere in the window, ahead of its items. Whether nothing else may see it.
+  [[nodiscard]] bool handlePress(const QPointF& place);
 
   PostToLogic postToLogic_;
   window::ConsoleModel model_;

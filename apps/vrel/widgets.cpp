@@ -1,16 +1,82 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel/widgets.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QColor>
 #include <QDir>
 #include <QFileInfo>
 #include <QFont>
 #include <QLineEdit>
+#include <QList>
+#include <QMessageBox>
 #include <QPalette>
+#include <QPointer>
+#include <QPushButton>
+#include <QSize>
+#include <QStringList>
 #include <QStyleFactory>
+#include <QToolButton>
+#include <QUrl>
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include "text/text.h"
 
 namespace vrel::app {
+namespace {
+
+constexpr QSize roomyPanel(960, 640);
+
+struct PanelWords {
+  const char* openTitle;
+  const char* saveTitle;
+  const char* folder;
+  const char* name;
+  const char* type;
+  const char* open;
+  const char* save;
+  const char* cancel;
+  const char* back;
+  const char* forward;
+  const char* up;
+  const char* newFolder;
+  const char* replaceQuestion;
+  const char* replace;
+};
+
+// In the order of the languages.
+constexpr std::array<PanelWords, allLanguages.size()> panelWords{{
+    {"Open", "Save", "Folder:", "Name:", "Type:", "Open", "Save", "Cancel", "Back", "Forward", "Folder above",
+     "New folder", "%1 is already there. Replace it?", "Replace"},
+    {"Abrir", "Guardar", "Carpeta:", "Nombre:", "Tipo:", "Abrir", "Guardar", "Cancelar", "Atrás", "Adelante",
+     "Carpeta superior", "Nueva carpeta", "%1 ya existe. ¿Reemplazarlo?", "Reemplazar"},
+    {"Ouvrir", "Enregistrer", "Dossier :", "Nom :", "Type :", "Ouvrir", "Enregistrer", "Annuler", "Précédent",
+     "Suivant", "Dossier parent", "Nouveau dossier", "%1 existe déjà. Le remplacer ?", "Remplacer"},
+    {"Apri", "Salva", "Cartella:", "Nome:", "Tipo:", "Apri", "Salva", "Annulla", "Indietro", "Avanti",
+     "Cartella superiore", "Nuova cartella", "%1 esiste già. Sostituirlo?", "Sostituisci"},
+    {"Öffnen", "Speichern", "Ordner:", "Name:", "Typ:", "Öffnen", "Speichern", "Abbrechen", "Zurück", "Vor",
+     "Übergeordneter Ordner", "Neuer Ordner", "%1 gibt es schon. Ersetzen?", "Ersetzen"},
+}};
+
+const PanelWords& wordsOf(int language) {
+  const bool isKnown = language >= 0 && static_cast<std::size_t>(language) < panelWords.size();
+  return panelWords.at(isKnown ? static_cast<std::size_t>(language) : 0);
+}
+
+QString wordOf(const char* utf8) {
+  return QString::fromUtf8(utf8);
+}
+
+QStringList filtersFor(FileType type) {
+  if (type == FileType::movie) {
+    return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv"), QStringLiteral("*")};
+  }
+  return {QStringLiteral("Vrel (*.vrel)"), QStringLiteral("* (*)")};
+}
+
+}  // namespace
 
 void darkenApplication() {
   QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
@@ -42,6 +108,85 @@ void darkenApplication() {
   QApplication::setFont(font);
 }
 
+FilePanel::FilePanel(const Request& request, int language, const QString& folder) : language_(language) {
+  setOption(QFileDialog::DontUseNativeDialog);
+  setOption(QFileDialog::DontConfirmOverwrite);  // asked here, in the language of the session
+  setAttribute(Qt::WA_DeleteOnClose);
+  setObjectName(QStringLiteral("filePanel"));
+  setAcceptMode(request.mode);
+  setDirectory(folder);
+  setNameFilters(filtersFor(request.type));
+  setViewMode(QFileDialog::List);
+  if (request.mode == AcceptSave) {
+    setFileMode(QFileDialog::AnyFile);
+    setDefaultSuffix(QStringLiteral("vrel"));
+    selectFile(QString::fromStdString(request.suggestedName));
+  } else {
+    setFileMode(QFileDialog::ExistingFile);
+  }
+  QList<QUrl> places{QUrl::fromLocalFile(QDir::homePath())};
+  if (folder != QDir::homePath()) {
+    places.prepend(QUrl::fromLocalFile(folder));
+  }
+  setSidebarUrls(places);
+  useWords(request);
+  makeRoomForFingers();
+  resize(roomyPanel);
+}
+
+void FilePanel::useWords(const Request& request) {
+  const auto& words = wordsOf(language_);
+  const bool isSave = request.mode == AcceptSave;
+  setWindowTitle(wordOf(isSave ? words.saveTitle : words.openTitle));
+  setLabelText(QFileDialog::LookIn, wordOf(words.folder));
+  setLabelText(QFileDialog::FileName, wordOf(words.name));
+  setLabelText(QFileDialog::FileType, wordOf(words.type));
+  setLabelText(QFileDialog::Accept, wordOf(isSave ? words.save : words.open));
+  setLabelText(QFileDialog::Reject, wordOf(words.cancel));
+  const std::array<std::pair<const char*, const char*>, 4> hints{{{"backButton", words.back},
+                                                                  {"forwardButton", words.forward},
+                                                                  {"toParentButton", words.up},
+                                                                  {"newFolderButton", words.newFolder}}};
+  for (const auto& [name, hint] : hints) {
+    if (auto* const button = findChild<QToolButton*>(QLatin1String(name))) {
+      button->setToolTip(wordOf(hint));
+      button->setAccessibleName(wordOf(hint));
+    }
+  }
+}
+
+void FilePanel::makeRoomForFingers() {
+  setStyleSheet(
+      QStringLiteral("QPushButton { min-height: 44px; min-width: 140px; }"
+                     "QLineEdit, QComboBox, QToolButton { min-height: 44px; }"
+                     "QToolButton { min-width: 44px; }"
+                     "QListView::item { min-height: 44px; }"));
+  // Two ways to show the same files are one too many, and the menus of the lists have no words in most languages.
+  for (const auto* name : {"listModeButton", "detailModeButton"}) {
+    if (auto* const button = findChild<QToolButton*>(QLatin1String(name))) {
+      button->hide();
+    }
+  }
+  for (auto* const view : findChildren<QAbstractItemView*>()) {
+    view->setContextMenuPolicy(Qt::NoContextMenu);
+  }
+}
+
+bool FilePanel::mayReplace(const QString& name) {
+  if (acceptMode() != AcceptSave || !QFileInfo(directory().absoluteFilePath(name)).isFile()) {
+    return true;
+  }
+  const auto& words = wordsOf(language_);
+  QMessageBox question(QMessageBox::Warning, windowTitle(), wordOf(words.replaceQuestion).arg(name),
+                       QMessageBox::Yes | QMessageBox::No, this);
+  question.setObjectName(QStringLiteral("replaceQuestion"));
+  question.setStyleSheet(QStringLiteral("QPushButton { min-height: 44px; min-width: 140px; }"));
+  question.button(QMessageBox::Yes)->setText(wordOf(words.replace));
+  question.button(QMessageBox::No)->setText(wordOf(words.cancel));
+  question.setDefaultButton(QMessageBox::No);
+  return question.exec() == QMessageBox::Yes;
+}
+
 void FilePanel::accept() {
   // The name as it is in the panel, before any question about it.
   auto* const name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
@@ -50,6 +195,10 @@ void FilePanel::accept() {
     const bool isFolder = QFileInfo(directory().absoluteFilePath(name->text())).isDir();
     if (!isFolder && !name->text().endsWith(suffix, Qt::CaseInsensitive)) {
       name->setText(name->text() + suffix);
+    }
+    const QPointer<FilePanel> self = this;
+    if (!mayReplace(name->text()) || self == nullptr) {
+      return;
     }
   }
   QFileDialog::accept();

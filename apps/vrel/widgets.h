@@ -2,6 +2,12 @@
 #pragma once
 
 #include <QFileDialog>
+#include <QString>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "platform/desktop.h"
 
 namespace vrel::app {
 
@@ -9,16 +15,32 @@ namespace vrel::app {
 /// made.
 void darkenApplication();
 
-/// Asks for a file, in a window that looks the same on every desktop.
+/// Asks for a file, in a window that looks the same on every desktop: in the language of the session, and large enough
+/// for a finger.
 ///
 /// A file that is saved gets the default suffix, however many dots its name has: one without it would be missing among
 /// the setlists the next time. An existing file of the whole name is replaced after a question only.
 class FilePanel final : public QFileDialog {
  public:
-  FilePanel() { setOption(QFileDialog::DontUseNativeDialog); }
+  struct Request {
+    AcceptMode mode = AcceptOpen;
+    vrel::FileType type = vrel::FileType::setlist;
+    std::string suggestedName;
+    std::optional<std::filesystem::path> directory;
+  };
+
+  /// The language is the number of a `Language`.
+  FilePanel(const Request& request, int language, const QString& folder);
 
  protected:
   void accept() override;
+
+ private:
+  void useWords(const Request& request);
+  void makeRoomForFingers();
+  [[nodiscard]] bool mayReplace(const QString& name);
+
+  int language_;
 };
 
 }  // namespace vrel::app

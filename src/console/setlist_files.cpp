@@ -78,8 +78,9 @@ void SetlistFiles::openSetlist() {
     return;
   }
   // Chosen first, asked after.
-  const auto path = desktop_.runModal(NSOpenPanel{.allowedType = FileType::setlist});
-  if (path && confirmSetlistChange()) {
+  const auto path = desktop_.runModal(NSOpenPanel{.allowedType = FileType::setlist, .directory = currentDirectory()});
+  // The mode may have changed while the panel was open.
+  if (path && LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_) && confirmSetlistChange()) {
     loadSetlist(*path);
   }
 }
@@ -134,6 +135,11 @@ void SetlistFiles::offerCopyOf(const std::filesystem::path& path) {
   }
 }
 
+std::optional<std::filesystem::path> SetlistFiles::currentDirectory() const {
+  const auto& current = state_.currentFilePath.get();
+  return current ? std::optional(current->parent_path()) : std::nullopt;
+}
+
 bool SetlistFiles::saveSetlist() {
   const auto path = state_.currentFilePath.get();
   return path ? writeSetlist(*path) : saveSetlistAs(false);
@@ -144,9 +150,12 @@ bool SetlistFiles::saveSetlistAs(bool force) {
     return false;
   }
   const auto& current = state_.currentFilePath.get();
-  const auto path = desktop_.runModal(NSSavePanel{
-      .allowedType = FileType::setlist, .suggestedName = current ? current->filename().string() : untitledFileName});
-  return path && writeSetlist(*path);
+  const auto path =
+      desktop_.runModal(NSSavePanel{.allowedType = FileType::setlist,
+                                    .suggestedName = current ? current->filename().string() : untitledFileName,
+                                    .directory = currentDirectory()});
+  const bool isStillAllowed = force || LiveModePolicy::isAllowed(LiveModeAction::saveSetlistAs, state_);
+  return path && isStillAllowed && writeSetlist(*path);
 }
 
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {

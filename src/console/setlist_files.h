@@ -89,6 +89,8 @@ class SetlistFiles {
  private:
   [[nodiscard]] bool mayGiveUp(const NSAlert& alert);
   [[nodiscard]] Outcome replaceFile(const std::filesystem::path& path, const std::string& bytes);
+  /// Of the open setlist; none before it has a file.
+  [[nodiscard]] std::optional<std::filesystem::path> currentDirectory() const;
   void offerCopyOf(const std::filesystem::path& path);
 
   AppState& state_;

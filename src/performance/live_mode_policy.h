@@ -69,7 +69,7 @@ class LiveModePolicy {
       {LiveModeAction::moveSongs, true, "leaves the stage as it is"},
       {LiveModeAction::deleteSong, true, "only by the menu of its row"},
       {LiveModeAction::renameSong, false, "the keys are commands"},
-      {LiveModeAction::typeText, false, "the keys are commands; every field is read only"},
+      {LiveModeAction::typeText, false, "the keys are commands; only tempo and notes can be typed"},
       {LiveModeAction::moveChannels, false, "changes the strips on stage"},
       {LiveModeAction::addChannel, false, "changes the strips on stage"},
       {LiveModeAction::copyChannel, false, "of no use without paste"},

@@ -30,12 +30,14 @@ enum class FileType {
 /// Asks for one existing file; no directories, no hidden files.
 struct NSOpenPanel {
   FileType allowedType = FileType::setlist;
+  std::optional<std::filesystem::path> directory{};  // where it starts; none: where the last one ended
 };
 
 /// Asks for the name of a file to write.
 struct NSSavePanel {
   FileType allowedType = FileType::setlist;
   std::string suggestedName;
+  std::optional<std::filesystem::path> directory{};  // as of NSOpenPanel
 };
 
 /// A rectangle of the desktop, in its pixels, from the top left.

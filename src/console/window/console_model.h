@@ -3,6 +3,7 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
+#include <utility>
 
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
@@ -34,6 +35,8 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT FINAL)
   Q_PROPERTY(vrel::window::PerformanceBoard* performance READ performance CONSTANT FINAL)
+  /// A file is asked for, in a window of its own; until it is answered the console is covered.
+  Q_PROPERTY(bool isPanelShown READ isPanelShown NOTIFY isPanelShownChanged FINAL)
   Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
   Q_PROPERTY(vrel::window::StripCommands* controls READ controls CONSTANT FINAL)
 
@@ -57,11 +60,20 @@ class ConsoleModel : public QObject {
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }
   [[nodiscard]] PerformanceBoard* performance() { return &performance_; }
+  [[nodiscard]] bool isPanelShown() const { return isPanelShown_; }
+  void setPanelShown(bool isShown) {
+    if (std::exchange(isPanelShown_, isShown) != isShown) {
+      Q_EMIT isPanelShownChanged();
+    }
+  }
   [[nodiscard]] ConsoleCommands* commands() { return &commands_; }
   [[nodiscard]] StripCommands* controls() { return &controls_; }
 
   /// Shows what the logic has sent.
   void apply(const MirrorBatch& batch) { store_.apply(batch); }
+
+ Q_SIGNALS:
+  void isPanelShownChanged();
 
  private:
   SessionViewModel session_;
@@ -73,6 +85,7 @@ class ConsoleModel : public QObject {
   MirrorStore store_;
   MeterBoard meters_;
   PerformanceBoard performance_;
+  bool isPanelShown_ = false;
   ConsoleCommands commands_;
   StripCommands controls_{commands_};
 };

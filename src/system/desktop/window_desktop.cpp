@@ -46,7 +46,8 @@ void WindowDesktop::cancelQuestions() {
 
 std::optional<std::filesystem::path> WindowDesktop::waitForPanel(
     const std::function<void(WindowServices::PanelAnswer)>& show) {
-  if (isCancelled_) {
+  // The one that is open is in front, and is answered first.
+  if (isCancelled_ || openPanels_ > 0) {
     return std::nullopt;
   }
   struct Answer {

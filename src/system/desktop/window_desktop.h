@@ -35,7 +35,7 @@ class WindowServices {
 ///
 /// A question runs the main loop until it is answered, so notes go on sounding. Of nested questions the last
 /// one is shown and answered first. An open panel would cover a later alert and keep it from being answered, so it is
-/// cancelled. Main thread; all is borrowed.
+/// cancelled. A second panel is not opened. Main thread; all is borrowed.
 class WindowDesktop final : public Desktop {
  public:
   WindowDesktop(MainLoop& loop, WindowServices& window) : loop_(loop), window_(window) {}

@@ -101,6 +101,17 @@ TEST_F(WindowDesktopTest, APanelBringsItsFileBackOnTheMainQueue) {
   EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::nullopt);
 }
 
+TEST_F(WindowDesktopTest, APanelIsNotOpenedASecondTime) {
+  std::optional<std::filesystem::path> second = "/none";
+  loop.async([&] {
+    second = desktop.runModal(NSSavePanel{});
+    loop.async([&] { window.panels.at(0)("/gig.vrel"); });
+  });
+  EXPECT_EQ(desktop.runModal(NSOpenPanel{}), std::filesystem::path("/gig.vrel"));
+  EXPECT_EQ(second, std::nullopt);
+  EXPECT_EQ(window.panels.size(), 1U);
+}
+
 TEST_F(WindowDesktopTest, TheEndOfTheProgramCancelsAllQuestions) {
   loop.async([&] { desktop.cancelQuestions(); });
   EXPECT_EQ(desktop.runModal(question("?")), std::nullopt);

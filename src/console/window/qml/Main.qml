@@ -14,7 +14,7 @@ Window {
 
     readonly property bool isLive: desk.session.isLive
     readonly property bool isAsked: desk.alert.isShown
-    readonly property bool isCovered: isAsked || desk.session.isLoading
+    readonly property bool isCovered: isAsked || desk.session.isLoading || desk.isPanelShown
     // Pixels for each point. All lengths but the window's own are in points.
     readonly property real drawScale: Laws.windowScale(width, height, desk.session.zoomPercent)
 
@@ -69,11 +69,6 @@ Window {
 
     ZoomKeys {
         desk: window.desk
-    }
-
-    MouseArea {
-        anchors.fill: parent
-        onPressed: content.forceActiveFocus(Qt.MouseFocusReason)
     }
 
     FocusScope {
@@ -150,17 +145,23 @@ Window {
         desk: window.desk
     }
 
-    // Above the loading modal: a hanging note must be silenced at once, whatever is loading.
-    PanicButton {
-        x: content.width - width - 8
-        y: header.y + 6
-        height: header.height - 6
-        desk: window.desk
-        enabled: !window.isAsked
+    ModalShade {
+        objectName: "panelShade"
+        anchors.fill: parent
+        visible: window.desk.isPanelShown
+        darkness: 0.6
     }
 
     AlertBox {
         anchors.fill: parent
+        desk: window.desk
+    }
+
+    // Above everything: a hanging note must be silenced at once, whatever is open. See also UiThread, for menus.
+    PanicButton {
+        x: content.width - width - 8
+        y: header.y + 6
+        height: header.height - 6
         desk: window.desk
     }
 }

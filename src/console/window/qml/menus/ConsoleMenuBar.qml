@@ -44,7 +44,7 @@ MenuBar {
         Accessible.onPressAction: title.triggered()
 
         background: Rectangle {
-            color: title.highlighted || title.down ? Theme.raised : "transparent"
+            color: title.down || (title.highlighted && bar.openMenus > 0) ? Theme.raised : "transparent"
         }
         contentItem: Text {
             text: title.text

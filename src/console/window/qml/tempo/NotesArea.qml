@@ -11,11 +11,12 @@ TextArea {
     required property ConsoleModel desk
 
     readonly property string echo: desk.session.songNotes
+    readonly property bool isLive: desk.session.isLive
     readonly property int song: desk.session.selectedSongIndex
     property bool isEditing
     property bool isFollowing
 
-    // Another song's notes are shown, or these are only read from now on: from their beginning.
+    // Another song's notes are shown, or the mode has changed: from their beginning.
     signal turned
 
     function follow(): void {
@@ -29,8 +30,10 @@ TextArea {
     }
 
     objectName: "notesArea"
-    readOnly: !desk.session.mayTypeText
-    activeFocusOnPress: !readOnly
+    // Tab goes on through the window, as everywhere.
+    Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+    Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+    Keys.onEscapePressed: focus = false
     color: Theme.ink
     selectionColor: Theme.teal
     selectedTextColor: Theme.darkInk
@@ -50,17 +53,15 @@ TextArea {
         follow();
         turned();
     }
-    onReadOnlyChanged: {
-        if (!readOnly)
+    onIsLiveChanged: {
+        if (!isLive)
             return;
         focus = false;
         cursorPosition = 0; // the page goes where the caret is
         turned();
     }
     onActiveFocusChanged: {
-        if (activeFocus && readOnly)
-            focus = false; // a menu that closes would return the caret
-        else if (!activeFocus)
+        if (!activeFocus)
             settle.restart();
     }
     onTextChanged: {

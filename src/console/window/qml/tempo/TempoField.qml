@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The tempo as a number that can be typed over. Text that is not a number leaves the tempo as it was. In Live mode the digits of the
-// keyboard are commands, so the field is only read then.
+// The tempo as a number that can be typed over. Text that is not a number leaves the tempo as it was. In Live mode the digits are the
+// field's own while it has the caret, which it drops with Return or Escape: then they are commands again.
 import QtQuick
 import Vrel.Console
 
@@ -19,7 +19,6 @@ EntryField {
     spokenName: desk.texts.tempoTitle
     echo: desk.session.tempoBpm
     selectsAll: true
-    readOnly: !desk.session.mayTypeText
     font.pixelSize: Theme.tempoText
     font.bold: true
     horizontalAlignment: TextInput.AlignHCenter
@@ -30,9 +29,14 @@ EntryField {
     onAccepted: {
         commit();
         follow();
+        if (desk.session.isLive)
+            focus = false;
     }
     onEditingFinished: commit()
-    Keys.onEscapePressed: follow()
+    Keys.onEscapePressed: {
+        follow();
+        focus = false;
+    }
 
     // The press that brings the caret puts it somewhere; what is typed then replaces the whole number.
     Timer {
