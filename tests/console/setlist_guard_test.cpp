@@ -83,6 +83,37 @@ TEST_F(SetlistGuard, ASaveThatIsCancelledKeepsTheOldSetlistOnStage) {
   EXPECT_EQ(stripNames(), Names{"Strip of Mine"});
 }
 
+TEST_F(SetlistGuard, AFileThatIsChosenWhenLiveModeHasComeIsNotOpened) {
+  openGig();
+  files.place(other, setlistText({"Three"}));
+  desktop.openPanelAnswers = {other};
+  desktop.whileAsking = [this] { state.isLiveModeEnabled.set(true); };
+  setlistFiles.openSetlist();
+  expectNothingChanged();
+  EXPECT_THAT(desktop.alerts, IsEmpty());
+}
+
+TEST_F(SetlistGuard, ANameThatIsChosenWhenLiveModeHasComeIsNotWritten) {
+  openGig();
+  desktop.savePanelAnswers = {other};
+  desktop.whileAsking = [this] { state.isLiveModeEnabled.set(true); };
+  EXPECT_FALSE(setlistFiles.saveSetlistAs(false));
+  EXPECT_FALSE(files.files.contains(other));
+}
+
+TEST_F(SetlistGuard, APanelStartsBesideTheOpenSetlist) {
+  openGig();
+  setlistFiles.openSetlist();
+  setlistFiles.saveSetlistAs(false);
+  ASSERT_EQ(desktop.openPanels.size(), 1U);
+  EXPECT_EQ(desktop.openPanels[0].directory, gig.parent_path());
+  ASSERT_EQ(desktop.savePanels.size(), 1U);
+  EXPECT_EQ(desktop.savePanels[0].directory, gig.parent_path());
+  state.currentFilePath.set(std::nullopt);
+  setlistFiles.openSetlist();
+  EXPECT_EQ(desktop.openPanels[1].directory, std::nullopt);
+}
+
 TEST_F(SetlistGuard, ASaveThatFailsKeepsTheOldSetlistOnStage) {
   openGig();
   files.readOnly.insert(gig);

@@ -61,6 +61,11 @@ class CheckViewModels(lint_case.LintCase):
         self.write(f"{WINDOW}/qml/Strip.qml", STRIP.replace("entry.status", "true"))
         self.assert_reported(self.problems(), "view_models.h:7", "StripViewModel.status")
 
+    def test_a_property_that_an_item_follows_passes(self):
+        self.write(f"{WINDOW}/qml/Strip.qml", STRIP.replace("entry.status", "true"))
+        self.write(f"{WINDOW}/band.cpp", "connect(strip, &StripViewModel::statusChanged, this, &Band::update);")
+        self.assertEqual(self.problems(), [])
+
     def test_a_property_of_the_same_name_in_another_view_model_does_not_count(self):
         self.write(f"{WINDOW}/qml/Song.qml", SONG.replace("song.name", "song"))
         self.assert_reported(self.problems(), "view_models.h:10", "SongViewModel.name")

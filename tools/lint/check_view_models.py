@@ -4,7 +4,8 @@
 
 A view-model counts as used where QML reads the property from a name of its type: a property of ConsoleModel (such as
 `desk.session.isLive`), or a property or parameter that the file declares (such as `required property StripViewModel
-entry`), or the name of its type, for a singleton. The opposite, a name that C++ does not offer, is found by qmllint.
+entry`), or the name of its type, for a singleton. So does one whose signal an item in C++ follows
+(`StripViewModel::minNoteChanged`). The opposite, a name that C++ does not offer, is found by qmllint.
 """
 
 import argparse
@@ -50,6 +51,8 @@ def check_tree(root: pathlib.Path) -> list[str]:
     classes, accessors = offered(root)
     files = [without_comments(source_tree.read_text(root / path)) for path in source_tree.tree_files(root)
              if path.suffix == ".qml" and path.is_relative_to(FOLDER)]
+    items = [without_comments(source_tree.read_text(root / path)) for path in source_tree.tree_files(root)
+             if path.suffix == ".cpp" and path.is_relative_to(FOLDER)]
     problems = []
     for name, properties in classes.items():
         used: set[str] = set()
@@ -59,7 +62,9 @@ def check_tree(root: pathlib.Path) -> list[str]:
                 names |= set(re.findall(declaration.format(type=name), qml))
             for holder in names:
                 used |= set(re.findall(rf"\b{holder}\.(\w+)", qml))
-        problems += [f"{place}: {name}.{unused} is used by no QML file"
+        for item in items:
+            used |= set(re.findall(rf"\b{name}::(\w+)Changed\b", item))
+        problems += [f"{place}: {name}.{unused} is used by no QML file and no item"
                      for unused, place in properties.items() if unused not in used]
     return problems
 

@@ -223,7 +223,7 @@ TEST_F(Console, InLiveModeTheKeysAreARemoteControlWhateverWasClickedLast) {
   addSongs({"Two"});
   driver.click("notesArea");
   ASSERT_TRUE(becomesLive());
-  driver.click("tempoField");
+  driver.click("songRow0");
   const auto isMuted = [this] {
     return driver.fromLogic<bool>([](Session& session) { return session.engine().channels()[0]->mute.get(); });
   };

@@ -34,7 +34,7 @@ class Keyboard : public ConsoleFixture {
 };
 
 TEST_F(Keyboard, APressOnAKeyPlaysItUntilItIsReleased) {
-  const Notes held = heldWhile([this] { driver.click("pianoKeys", {0.001, 0.9}); });
+  const Notes held = heldWhile([this] { driver.click("pianoKeys", {0.01, 0.9}); });
   EXPECT_EQ(held, (Notes{{21}, {}}));
 }
 

@@ -142,29 +142,12 @@ ListView {
         onDropped: id => list.desk.commands.songDropped(id)
     }
 
-    // The row in the hand, which stays under the finger while the others make room.
-    Rectangle {
-        objectName: "liftedSong"
+    LiftedSong {
         parent: list
-        z: 3
         visible: tracker.isDragging
+        name: tracker.draggedName
         y: Math.max(0, Math.min(list.height - height, presses.mouseY - height / 2))
         width: list.width - 16
-        height: Theme.song
-        radius: Theme.radius
-        color: Theme.raised
-        border.width: 3
-        border.color: Theme.teal
-
-        Text {
-            anchors.fill: parent
-            anchors.leftMargin: Theme.handle
-            text: tracker.draggedName
-            color: Theme.ink
-            font.pixelSize: Theme.songText
-            elide: Text.ElideRight
-            verticalAlignment: Text.AlignVCenter
-        }
     }
 
     SongDragArea {
