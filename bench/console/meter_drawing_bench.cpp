@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <QTimer>
@@ -54,8 +55,9 @@ Share measure(int seconds, Frames& frames) {
   const double before = processorSeconds();
   const int framesBefore = frames;
   wall.start();
-  QTimer::singleShot(seconds * 1000, qApp, &QCoreApplication::quit);
-  QCoreApplication::exec();
+  QEventLoop loop;
+  QTimer::singleShot(seconds * 1000, &loop, &QEventLoop::quit);
+  loop.exec();
   const double elapsed = static_cast<double>(wall.nsecsElapsed()) * 1e-9;
   return {100 * (processorSeconds() - before) / elapsed, (frames - framesBefore) / elapsed};
 }
@@ -134,6 +136,10 @@ bool measureSize(const Size& size, int seconds) {
   measure(warmUp, frames);
   const Share moving = measure(seconds, frames);
   std::printf("%-28s %8.2f %12.2f %12.1f\n", size.what, silent.percent, moving.percent, moving.frames);
+  if (moving.frames < framesPerSecond / 2.0) {
+    std::printf("   the window was not drawn\n");
+    return false;
+  }
   return moving.percent <= largestShare;
 }
 
