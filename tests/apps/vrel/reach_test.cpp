@@ -24,9 +24,7 @@ class Reach : public ConsoleFixture {
       return driver.fromLogic<bool>([](Session& session) { return session.state().pressedNotes.get().empty(); });
     });
   }
-  bool hasFocus(const std::string& name) {
-    return driver.find(name) != nullptr && driver.find(name)->hasActiveFocus();
-  }
+  bool hasFocus(const std::string& name) { return driver.find(name) != nullptr && driver.find(name)->hasActiveFocus(); }
   void goLive() {
     driver.click("liveButton");
     ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
@@ -92,8 +90,7 @@ TEST_F(Reach, InLiveModeTheKeysOfPanicActWhileAQuestionIsOpen) {
   }
   EXPECT_TRUE(alertIsShown());
   driver.key("1");
-  EXPECT_FALSE(
-      driver.fromLogic<bool>([](Session& session) { return session.engine().channels()[0]->mute.get(); }));
+  EXPECT_FALSE(driver.fromLogic<bool>([](Session& session) { return session.engine().channels()[0]->mute.get(); }));
 }
 
 TEST_F(Reach, InLiveModeTheTempoTakesItsDigitsAndGivesThemBackWithReturn) {

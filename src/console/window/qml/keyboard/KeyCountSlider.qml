@@ -22,10 +22,10 @@ Slider {
     Accessible.name: desk.texts.keyCount
     Accessible.description: desk.session.keyboardKeyCount
 
-    hoverEnabled: true
-    ToolTip.visible: hovered && !pressed
-    ToolTip.delay: 700
-    ToolTip.text: desk.hints.keyCount
+    Hint {
+        over: slider
+        text: slider.desk.hints.keyCount
+    }
 
     background: Rectangle {
         y: slider.height / 2 - height / 2

@@ -58,6 +58,11 @@ Flickable {
             Accessible.role: Accessible.Grouping
             Accessible.name: keyboard.desk.texts.splitTranspose
             Accessible.description: keyboard.desk.hints.splitBand
+
+            Hint {
+                over: band
+                text: keyboard.desk.hints.splitBand
+            }
         }
     }
 
@@ -80,5 +85,10 @@ Flickable {
         Accessible.name: keyboard.desk.texts.keyboard
         Accessible.description: keyboard.desk.performance.heldNotes || keyboard.desk.hints.playKeys
         Accessible.focusable: true
+
+        Hint {
+            over: keys
+            text: keyboard.desk.hints.playKeys
+        }
     }
 }

@@ -27,10 +27,10 @@ ComboBox {
         currentIndex = Qt.binding(() => picker.desk.session.keyboardStartNote % 12);
     }
 
-    hoverEnabled: true
-    ToolTip.visible: hovered && !pressed
-    ToolTip.delay: 700
-    ToolTip.text: desk.hints.startNote
+    Hint {
+        over: picker
+        text: picker.desk.hints.startNote
+    }
 
     background: Rectangle {
         color: Theme.raised

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One thing that the performer does beside the keys. It is shown, and changes nothing; in learn mode a press picks it.
 import QtQuick
-import QtQuick.Controls.Basic
 import Vrel.Console
 
 Item {
@@ -32,12 +31,10 @@ Item {
     Accessible.focusable: isLearning
     Accessible.onPressAction: item.pick()
 
-    HoverHandler {
-        id: hover
+    Hint {
+        over: item
+        text: item.desk.hints.performanceItem
     }
-    ToolTip.visible: hover.hovered
-    ToolTip.delay: 700
-    ToolTip.text: desk.hints.performanceItem
 
     Text {
         width: item.width
