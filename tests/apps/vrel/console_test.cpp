@@ -89,7 +89,7 @@ TEST_F(Console, ADoubleClickRenamesASong) {
   driver.key("Return");
   EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"Ballad"}; }));
   EXPECT_FALSE(driver.isShown("songNameField"));
-  EXPECT_TRUE(driver.session().isDirty());
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().isDirty(); }));
 }
 
 TEST_F(Console, ASongIsDraggedToItsPlaceByItsHandle) {

@@ -16,7 +16,10 @@ Flickable {
     interactive: false // a drag plays
     clip: true
 
-    ScrollBar.horizontal: ScrollBar {}
+    // One that is not needed would still take the presses on the keys below it.
+    ScrollBar.horizontal: ScrollBar {
+        visible: keyboard.contentWidth > keyboard.width
+    }
 
     Flickable {
         id: rows
@@ -33,7 +36,9 @@ Flickable {
         onContentHeightChanged: reveal()
         onHeightChanged: reveal()
 
-        ScrollBar.vertical: ScrollBar {}
+        ScrollBar.vertical: ScrollBar {
+            visible: rows.contentHeight > rows.height
+        }
 
         WheelHandler {
             onWheel: event => {
