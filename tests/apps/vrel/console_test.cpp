@@ -228,7 +228,12 @@ TEST_F(Console, InLiveModeTheKeysAreARemoteControlWhateverWasClickedLast) {
     return driver.fromLogic<bool>([](Session& session) { return session.engine().channels()[0]->mute.get(); });
   };
   driver.key("1");
-  EXPECT_TRUE(driver.eventually(isMuted));
+  const auto focused = [this] {
+    const auto* const item = driver.program().window.quickWindow()->activeFocusItem();
+    return item == nullptr ? std::string("nothing")
+                           : item->metaObject()->className() + item->objectName().toStdString();
+  };
+  EXPECT_TRUE(driver.eventually(isMuted)) << focused();
   driver.key("ctrl+1");
   EXPECT_TRUE(driver.eventually([this] {
     return driver.fromLogic<bool>([](Session& session) { return session.engine().channels()[0]->solo.get(); });

@@ -2,7 +2,9 @@
 // What must be at hand, whatever is open: panic, the caret and the keys, the panels for files.
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QColor>
 #include <QFileDialog>
 #include <QQuickItem>
 #include <QQuickWindow>
