@@ -53,7 +53,7 @@ class Reach : public ConsoleFixture {
 
 TEST_F(Reach, PanicActsAtTheFirstPressWhileAMenuIsOpen) {
   driver.click("File");
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("Open..."); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("Open Setlist..."); }));
   holdANote();
   driver.click("panicButton");
   EXPECT_TRUE(isSilenced());
@@ -98,6 +98,7 @@ TEST_F(Reach, InLiveModeTheKeysOfPanicActWhileAQuestionIsOpen) {
 TEST_F(Reach, InLiveModeTheTempoTakesItsDigitsAndGivesThemBackWithReturn) {
   goLive();
   driver.click("tempoField");
+  driver.key("ctrl+a");
   driver.type("98");
   holdANote();
   driver.key("p");
