@@ -307,6 +307,10 @@ constexpr std::array<Row, textKeyCount> table{{
     {TextKey::audioOutputAwaited,
      "audioOutputAwaited",
      {"Waiting for", "Esperando", "En attente de", "In attesa di", "Warten auf"}},
+    {TextKey::openNewestCopy,
+     "openNewestCopy",
+     {"Open newest copy", "Abrir la copia más reciente", "Ouvrir la copie la plus récente", "Apri la copia più recente",
+      "Neueste Kopie öffnen"}},
 }};
 
 constexpr bool isInOrder() {

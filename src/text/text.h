@@ -132,9 +132,10 @@ enum class TextKey {
   dropouts,
   audioOutputMissing,
   audioOutputAwaited,
+  openNewestCopy,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::audioOutputAwaited) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::openNewestCopy) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

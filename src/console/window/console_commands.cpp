@@ -287,6 +287,10 @@ void ConsoleCommands::toggleKeyboard() {
   post_([](ConsoleActions& actions) { actions.settings.toggleKeyboard(); });
 }
 
+void ConsoleCommands::openNewestCopy() {
+  withContent([](ContentView& content) { content.setlistFiles().openNewestCopy(); });
+}
+
 void ConsoleCommands::activateMenuItem(const QString& action, const QString& object) {
   post_([action = action.toStdString(), object = object.toStdString()](ConsoleActions& actions) {
     actions.activateMenuItem(action, object);

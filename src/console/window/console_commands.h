@@ -99,6 +99,7 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void zoom(int by);
   /// Folds the keyboard panel to its bars, or back.
   Q_INVOKABLE void toggleKeyboard();
+  Q_INVOKABLE void openNewestCopy();
 
   /// Both from the item's MenuEntry.
   Q_INVOKABLE void activateMenuItem(const QString& action, const QString& object);

@@ -160,6 +160,14 @@ void ConsoleMirror::mirrorEditing() {
   ChannelOperations& strips = content_.channelOperations();
   session_.follow(View::editingSongIdKey, songs.editingSongId);
   session_.follow(View::songNameDraftKey, songs.editingSongNameDraft);
+  AppState& state = content_.appState();
+  auto& damaged = content_.setlistFiles().damagedSetlist;
+  session_.derive(
+      View::canOpenNewestCopyKey,
+      [&state, &damaged] {
+        return damaged.get().has_value() && LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state);
+      },
+      damaged, state.isLiveModeEnabled);
   session_.derive(
       View::canPasteKey, [&strips] { return strips.channelClipboard.get().has_value(); }, strips.channelClipboard);
 }

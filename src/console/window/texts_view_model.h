@@ -52,6 +52,7 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(dropouts)
   VREL_TEXT(audioOutputMissing)
   VREL_TEXT(audioOutputAwaited)
+  VREL_TEXT(openNewestCopy)
   VREL_TEXT(languageLabel)
   VREL_TEXT(tempoTitle)
   VREL_TEXT(notesTitle)

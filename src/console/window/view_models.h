@@ -73,7 +73,8 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(vrel::window::learn_kind::Kind, pendingLearnKind)
   VREL_SHOWN(int, pendingLearnChannel)  // -1 for none
 
-  VREL_SHOWN(QString, editingSongId)  // whose name is being edited
+  VREL_SHOWN(bool, canOpenNewestCopy)  // of a setlist that could not be opened
+  VREL_SHOWN(QString, editingSongId)   // whose name is being edited
   VREL_SHOWN(QString, songNameDraft)
   VREL_SHOWN(bool, canPaste)
 };

@@ -171,6 +171,8 @@ TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {
   driver.key("Escape");
   driver.onLogic([](Session& session) { session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); });
   expectNamed("problems", driver.session().problem().toStdString());
+  driver.onLogic([](Session& session) { session.content().setlistFiles().damagedSetlist.set("/nowhere/gig.vrel"); });
+  expectNamed("openNewestCopy", "Open newest copy");
   driver.click("learnButton");
   expectNamed("learnButton", driver.session().learnLabel().toStdString());
   driver.click("liveButton");

@@ -126,6 +126,23 @@ TEST_F(SetlistFile, ADamagedFileLeavesEverythingAndTheLineSaysWhereItsCopiesAre)
   EXPECT_EQ(driver.session().tempoBpm(), 121);
 }
 
+TEST_F(SetlistFile, TheNewestCopyOfADamagedOneIsOpenedByAButtonAndSavedToItsPlace) {
+  for (int save = 0; save < 2; ++save) {  // the second keeps a copy of the first
+    driver.onLogic([this](Session& session) { session.content().setlistFiles().writeSetlist(file); });
+  }
+  std::ofstream(file) << "{ \"songs\": [";
+  EXPECT_FALSE(driver.isShown("openNewestCopy"));
+  load(file);
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("openNewestCopy"); }));
+  driver.click("openNewestCopy");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("openNewestCopy"); }));
+  EXPECT_TRUE(driver.session().isDirty());
+  EXPECT_EQ(driver.session().fileName(), QStringLiteral("gig.vrel"));
+  driver.onLogic([](Session& session) { session.content().setlistFiles().saveSetlist(); });
+  EXPECT_TRUE(driver.eventually([this] { return !driver.session().isDirty(); }));
+  EXPECT_NE(textOf(file).find("01. Untitled Song"), std::string::npos);
+}
+
 TEST_F(SetlistFile, OnceItsInstrumentsAreLoadedNothingCoversTheStrips) {
   load(example());
   EXPECT_TRUE(driver.eventually([this] { return driver.isShown("strip1"); }));

@@ -26,7 +26,7 @@ PushButton {
         Text {
             anchors.fill: parent
             anchors.leftMargin: Theme.gap
-            anchors.rightMargin: 2 * Theme.touch
+            anchors.rightMargin: 2 * Theme.touch + (newestCopy.visible ? newestCopy.width : 0)
             text: line.text
             color: Theme.warning
             font.pixelSize: Theme.smallText
@@ -42,5 +42,13 @@ PushButton {
             font.pixelSize: 20
             font.bold: true
         }
+    }
+
+    NewestCopyButton {
+        id: newestCopy
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.touch
+        height: parent.height
+        desk: line.desk
     }
 }
