@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "system/plugins/sandbox/guest/guest_keeper.h"
 #include "system/plugins/sandbox/guest/guest_program.h"
 #include "system/plugins/sandbox/guest_process.h"
 
@@ -15,7 +16,7 @@ int main(int argc, char** argv) {
     std::fputs("vrel-plugin-host runs one plug-in for vrel and is started by it\n", stderr);
     return 2;
   }
-  if (!GuestProgram::tieToParent(std::atoi(argv[1]))) {
+  if (!vrel::sandbox::keepGuest(std::atoi(argv[1]))) {
     return EXIT_FAILURE;
   }
   GuestProgram program{FileDescriptor(vrel::sandbox::guestSocketNumber)};

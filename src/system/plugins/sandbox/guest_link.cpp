@@ -16,7 +16,8 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
   }
   const bool isLate = !owed_.empty();
   const std::uint32_t request = ++lastRequest_;
-  owed_.emplace(request, answer);
+  owed_.emplace(request, Owed{answer});
+  changes_ += answer == MessageKind::done ? 1U : 0U;
   send({kind, request, std::move(body)});
   if (isLate) {
     return slow;
@@ -43,6 +44,11 @@ bool GuestLink::owesAnswer() {
   return !owed_.empty();
 }
 
+bool GuestLink::owesAnswerSince(std::chrono::steady_clock::time_point time) {
+  const MutexLock lock(mutex_);
+  return !owed_.empty() && owed_.begin()->second.since <= time;
+}
+
 bool GuestLink::requestState(const Send& send) {
   const MutexLock lock(mutex_);
   if (isDead() || !owed_.empty()) {
@@ -50,7 +56,7 @@ bool GuestLink::requestState(const Send& send) {
   }
   stateRequest_ = ++lastRequest_;
   state_.reset();
-  owed_.emplace(*stateRequest_, MessageKind::state);
+  owed_.emplace(*stateRequest_, Owed{MessageKind::state});
   send({MessageKind::captureState, *stateRequest_});
   return true;
 }
@@ -75,9 +81,10 @@ void GuestLink::forgetState() {
 bool GuestLink::deliver(Message message) {
   const MutexLock lock(mutex_);
   const auto owed = owed_.find(message.request);
-  if (owed == owed_.end() || owed->second != message.kind) {
+  if (owed == owed_.end() || owed->second.answer != message.kind) {
     return false;
   }
+  changes_ -= owed->second.answer == MessageKind::done ? 1U : 0U;
   owed_.erase(owed);
   if (stateRequest_ == message.request) {
     stateRequest_.reset();

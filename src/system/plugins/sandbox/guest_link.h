@@ -44,8 +44,12 @@ class GuestLink {
   [[nodiscard]] bool isBehind() const { return missedSeconds_.load(std::memory_order_relaxed) >= behindSeconds; }
   [[nodiscard]] bool isHung() const { return missedSeconds_.load(std::memory_order_relaxed) >= hungSeconds; }
 
-  /// Whether an answer is due.
+  /// Whether an answer is due, and whether one has been for a long time.
   [[nodiscard]] bool owesAnswer();
+  [[nodiscard]] bool owesAnswerSince(std::chrono::steady_clock::time_point time);
+
+  /// Whether a request that changes the plug-in is not done yet. Any thread, the block included.
+  [[nodiscard]] bool isChanging() const noexcept { return changes_.load(std::memory_order_acquire) > 0; }
 
   /// Asks for the plug-in's state and returns at once; whatever state came before is dropped. False, and nothing asked,
   /// for a guest that is dead or owes an answer.
@@ -71,12 +75,17 @@ class GuestLink {
   SharedMemory memory_;
   std::atomic<bool> isDead_{false};
   std::atomic<double> missedSeconds_{0};
+  std::atomic<std::uint32_t> changes_{0};  // requests to be answered with `done`
 
   Mutex mutex_;
   std::condition_variable answered_;
   std::uint32_t lastRequest_ VREL_GUARDED_BY(mutex_) = 0;
-  std::map<std::uint32_t, MessageKind> owed_ VREL_GUARDED_BY(mutex_);  // by request, what is to come
-  std::optional<std::uint32_t> awaited_ VREL_GUARDED_BY(mutex_);       // the request that somebody waits for
+  struct Owed {
+    MessageKind answer;
+    std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
+  };
+  std::map<std::uint32_t, Owed> owed_ VREL_GUARDED_BY(mutex_);    // by request, what is to come
+  std::optional<std::uint32_t> awaited_ VREL_GUARDED_BY(mutex_);  // the request that somebody waits for
   std::optional<Bytes> answer_ VREL_GUARDED_BY(mutex_);
   std::optional<std::uint32_t> stateRequest_ VREL_GUARDED_BY(mutex_);  // whose answer goes into `state_`
   std::optional<Bytes> state_ VREL_GUARDED_BY(mutex_);

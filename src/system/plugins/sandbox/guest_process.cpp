@@ -8,12 +8,12 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -32,19 +32,43 @@ std::optional<ScratchFolder> makeFolder() {
   return made ? std::optional(std::move(made).value()) : std::nullopt;
 }
 
-/// This process's environment with the folder as the place for temporary files.
-std::vector<std::string> environmentWith(const std::string& folder) {
-  constexpr std::string_view name = "TMPDIR=";
-  std::vector<std::string> variables;
-  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-    if (folder.empty() || std::string_view(*variable).substr(0, name.size()) != name) {
-      variables.emplace_back(*variable);
+class Environment {
+ public:
+  Environment() {
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+      variables_.emplace_back(*variable);
     }
   }
-  if (!folder.empty()) {
-    variables.push_back(std::string(name) + folder);
+
+  [[nodiscard]] bool has(const std::string& name) const {
+    return std::any_of(variables_.begin(), variables_.end(),
+                       [&](const std::string& each) { return isOf(each, name) && each.size() > name.size() + 1; });
   }
-  return variables;
+  void set(const std::string& name, const std::string& value) {
+    std::erase_if(variables_, [&](const std::string& each) { return isOf(each, name); });
+    variables_.push_back(name + "=" + value);
+  }
+  [[nodiscard]] std::vector<std::string> take() { return std::move(variables_); }
+
+ private:
+  static bool isOf(const std::string& variable, const std::string& name) {
+    return variable.compare(0, name.size() + 1, name + "=") == 0;
+  }
+
+  std::vector<std::string> variables_;
+};
+
+/// This process's environment with the folder as the place for temporary files.
+std::vector<std::string> environmentWith(const std::string& folder) {
+  Environment environment;
+  if (!folder.empty()) {
+    environment.set("TMPDIR", folder);
+  }
+  // A plug-in that makes a Qt application is ended by Qt where there is no display.
+  if (!environment.has("DISPLAY") && !environment.has("WAYLAND_DISPLAY")) {
+    environment.set("QT_QPA_PLATFORM", "offscreen");
+  }
+  return environment.take();
 }
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
@@ -64,13 +88,12 @@ class SpawnSettings {
     posix_spawnattr_init(&attributes_);
     posix_spawn_file_actions_adddup2(&actions_, guestSocket, guestSocketNumber);
     posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    // What a plug-in prints is not what the program prints.
+    // What a keeper prints is not what the program prints.
     posix_spawn_file_actions_adddup2(&actions_, STDERR_FILENO, STDOUT_FILENO);
     posix_spawn_file_actions_addclosefrom_np(&actions_, guestSocketNumber + 1);
     sigset_t signals;
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes_, &signals);
     sigfillset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);  // an end that is asked for before the keeper is there waits
     posix_spawnattr_setsigdefault(&attributes_, &signals);
     posix_spawnattr_setpgroup(&attributes_, 0);
     posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
@@ -119,6 +142,11 @@ std::string wordsFor(const siginfo_t& info) {
 
 }  // namespace
 
+std::uint64_t guestMemoryBytes() {
+  const auto pages = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES));
+  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) / 4 * 3;
+}
+
 GuestProcess::GuestProcess(pid_t id, FileDescriptor end, std::optional<ScratchFolder> folder)
     : id_(id), end_(std::move(end)), folder_(std::move(folder)) {}
 
@@ -127,10 +155,13 @@ GuestProcess::GuestProcess(GuestProcess&& other) noexcept
 
 GuestProcess::~GuestProcess() {
   if (id_ > 0) {
-    kill();
     pollfd wait{end_.get(), POLLIN, 0};
-    constexpr int timeoutMilliseconds = 2000;  // for a process that hangs in the kernel
-    poll(&wait, 1, timeoutMilliseconds);
+    constexpr int timeoutMilliseconds = 3000;  // for a process that hangs in the kernel
+    kill();
+    if (poll(&wait, 1, timeoutMilliseconds) == 0) {
+      killKeeper();
+      poll(&wait, 1, timeoutMilliseconds);
+    }
     (void)reap();
   }
 }
@@ -170,8 +201,14 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
 void GuestProcess::kill() const {
   // The number is the process's own until it is reaped, which only `reap` does.
   if (id_ > 0) {
+    ::kill(id_, keeperEndSignal);
+    ::kill(id_, SIGCONT);
+  }
+}
+
+void GuestProcess::killKeeper() const {
+  if (id_ > 0) {
     ::kill(-id_, SIGKILL);
-    ::kill(id_, SIGKILL);
   }
 }
 
@@ -191,7 +228,7 @@ std::optional<GuestProcess::Ended> GuestProcess::reap() {
   id_ = -1;
   end_.close();
   folder_.reset();
-  return Ended{isGone ? "ended" : wordsFor(info)};
+  return isGone ? Ended{"ended"} : Ended{wordsFor(info), info.si_code != CLD_EXITED};
 }
 
 }  // namespace vrel::sandbox

@@ -3,6 +3,9 @@
 
 #include <sys/types.h>
 
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -15,16 +18,27 @@ namespace vrel::sandbox {
 /// The descriptor on which a guest finds its socket.
 inline constexpr int guestSocketNumber = 3;
 
-/// One process of the helper program, from its start to the moment when nothing is left of it.
+/// What ends a keeper and all that it keeps; see guest_keeper.h.
+inline constexpr int keeperEndSignal = SIGUSR1;
+
+/// What a guest may have of private memory: three quarters of the machine's. What it asks for beyond that is refused.
+[[nodiscard]] std::uint64_t guestMemoryBytes();
+
+/// What of a guest's log is logged, in lines of the plug-in's log and in what it prints, each.
+inline constexpr std::size_t guestLogBytes = std::size_t{64} << 10U;
+
+/// A guest with its keeper, the process that this one starts: from its start to the moment when nothing is left of it,
+/// nor of what it has started.
 ///
-/// It is killed by the system when the thread that started it ends, so that thread must live as long as
-/// the program. It shares no descriptor with the program but its standard error and its end of the
-/// socket, is in a process group of its own (a terminal's interrupt is not for it), and has a folder of
-/// its own for temporary files. Not thread-safe.
+/// It ends when the thread that started it ends, so that thread must live as long as the program. It shares no
+/// descriptor with the program but its standard error and its end of the socket, is in a process group of its own (a
+/// terminal's interrupt is not for it), and has a folder of its own for temporary files. Without a display it is set
+/// up for plug-ins that ask Qt for one. Not thread-safe.
 class GuestProcess {
  public:
   struct Ended {
-    std::string words;  // how, e.g. "was killed by signal 9"
+    std::string words;     // how, e.g. "was killed by signal 9"
+    bool isCrash = false;  // by a signal
   };
 
   /// Starts `program` and gives it `memory`. `socket` gets the host's end, which does not block.
@@ -36,13 +50,14 @@ class GuestProcess {
   GuestProcess(GuestProcess&& other) noexcept;
   GuestProcess& operator=(GuestProcess&&) = delete;
 
-  [[nodiscard]] pid_t id() const { return id_; }
-
   /// Becomes readable when the process has ended.
   [[nodiscard]] int endDescriptor() const { return end_.get(); }
 
-  /// Kills the process and all that it has started, also when it is stopped.
+  /// Has the keeper kill the guest and all that it has started, also when any of them is stopped.
   void kill() const;
+
+  /// Kills the keeper, with the guest, when that did not help.
+  void killKeeper() const;
 
   /// Takes the ended process away; none while it runs. Removes its temporary files.
   [[nodiscard]] std::optional<Ended> reap();
@@ -50,7 +65,7 @@ class GuestProcess {
  private:
   GuestProcess(pid_t id, FileDescriptor end, std::optional<ScratchFolder> folder);
 
-  pid_t id_ = -1;  // -1 when nothing is left
+  pid_t id_ = -1;  // of the keeper; -1 when nothing is left
   FileDescriptor end_;
   std::optional<ScratchFolder> folder_;  // none where none could be made
 };

@@ -24,7 +24,7 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::prepare:
       return static_cast<std::uint32_t>(sizeof(double));
     case MessageKind::ready:
-      return static_cast<std::uint32_t>(sizeof(std::uint32_t));
+      return static_cast<std::uint32_t>(sizeof(std::uint32_t) + sizeof(std::int32_t));
     case MessageKind::captureState:
     case MessageKind::reset:
     case MessageKind::quit:

@@ -10,7 +10,7 @@
 //   restoreState   host   a dictionary                             done
 //   reset          host   none                                     done
 //   quit           host   none                                     the guest ends
-//   ready          guest  channels that leave the plug-in, 4 bytes
+//   ready          guest  channels that leave the plug-in, and the number of its process, 4 bytes each
 //   failed         guest  words; the guest then ends
 //   done           guest  none
 //   state          guest  a dictionary; nothing for one that is too large

@@ -87,7 +87,12 @@ bool SandboxProcessor::request(std::uint32_t frameCount, const audio::Stream& in
   for (std::uint32_t channel = 0; channel < input.channelCount; ++channel) {
     std::copy_n(input.channels[channel], frameCount, request.input[channel].data());
   }
-  takeEvents(request);
+  isMuted_ = guest_->link().isChanging();
+  if (isMuted_) {
+    request.eventCount = 0;
+  } else {
+    takeEvents(request);
+  }
   asked_ = sequence;
   post(shared.request, sequence);
   return true;
@@ -122,12 +127,15 @@ bool SandboxProcessor::awaitAnswer(std::optional<std::int64_t> deadline) noexcep
 
 void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
   const BlockAnswer& answer = guest_->block().answers[asked_ % 2];
+  addCounts(answer.counts);
+  if (isMuted_) {
+    return;
+  }
   for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
     const float* const source = answer.output[std::min(channel, outputChannelCount_ - 1)].data();
     std::copy_n(source, block.frameCount, block.output.channels[channel]);
   }
   gain_.apply(block.output, block.frameCount);
-  addCounts(answer.counts);
   isMissing_ = audio::silenceIfTooLarge(block.output, block.frameCount);
   if (isMissing_) {
     count(settings_.counters->silencedBlocks);

@@ -21,7 +21,8 @@ namespace vrel::sandbox {
 ///
 /// With a deadline, an answer that is not there by then is given up: the block is silent, and the answer,
 /// when it comes, is dropped. Until it has come the guest is not asked again, and events wait. Without a
-/// deadline it waits for as long as the guest lives. A dead guest is silent at once. The guest's link counts what a
+/// deadline it waits for as long as the guest lives. While the guest changes its plug-in (a state, a reset, a rate),
+/// blocks are silent and events wait. A dead guest is silent at once. The guest's link counts what a
 /// device's blocks have missed.
 ///
 /// Threads: `begin` and `process` belong to the block, all else to the main thread.
@@ -57,6 +58,8 @@ class SandboxProcessor final : public audio::NodeProcessor {
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
   [[nodiscard]] Guest& guest() { return *guest_; }
   [[nodiscard]] GuestLink::Timeout timeout() const { return settings_.timeout; }
+  /// Whether the main thread waits for changes at all.
+  [[nodiscard]] bool waits() const { return settings_.timeout != GuestLink::Timeout(0); }
   [[nodiscard]] GuestLink::Timeout captureTimeout() const { return settings_.captureTimeout; }
 
  private:
@@ -82,6 +85,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
   bool isAwaited_ = false;  // the answer to `asked_` is still good for this block
   bool isGivenUp_ = false;  // the answer to `asked_` comes for nothing
   bool isMissing_ = false;  // the last block is silence in place of an answer
+  bool isMuted_ = false;    // the answer to `asked_` is from before a change
   GuestCounts counted_{};
 };
 

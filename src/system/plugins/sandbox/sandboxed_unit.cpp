@@ -10,8 +10,8 @@ namespace vrel::sandbox {
 
 void SandboxedInstance::requestFullStateForDocument() {
   Guest& guest = processor_->guest();
-  if (guest.isDead()) {
-    return;
+  if (guest.isDead() || guest.link().isChanging()) {
+    return;  // its state is the one that it was given
   }
   const auto now = std::chrono::steady_clock::now();
   (void)takeState(now);  // the answer to an earlier capture
@@ -68,7 +68,7 @@ void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& st
   capture_ = Capture::none;
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());
-  if (!answer) {
+  if (!answer && processor_->waits()) {
     log("has not restored its state yet: " + answer.error().description);
   }
 }
@@ -77,7 +77,7 @@ void SandboxedInstance::reset() {
   processor_->forgetEvents();
   const Result<Bytes> answer =
       processor_->guest().ask(MessageKind::reset, {}, MessageKind::done, processor_->timeout());
-  if (!answer) {
+  if (!answer && processor_->waits()) {
     log("was not reset in time: " + answer.error().description);
   }
 }

@@ -32,9 +32,10 @@ struct SandboxSettings {
   bool worksWithinBlock = false;  // see InstantiateRequest
   bool isRealTime = true;
 
-  /// How long the main thread waits for a plug-in to take a state, to be reset or to follow a new rate, and how long
-  /// for a capture of all plug-ins together; none while rendering a file, where a plug-in has all the time it lives.
-  GuestLink::Timeout timeout = std::chrono::seconds(2);
+  /// How long the main thread waits for a plug-in to take a state, to be reset or to follow a new rate: not at all on a
+  /// device, where its blocks are silent until it has. And how long for a capture of all plug-ins together. None is as
+  /// long as the plug-in lives, while rendering a file.
+  GuestLink::Timeout timeout = std::chrono::milliseconds(0);
   GuestLink::Timeout captureTimeout = std::chrono::milliseconds(50);
 
   std::function<void(const std::string&)> log;  // any thread

@@ -28,6 +28,12 @@ constexpr int readsAtTheEnd = 8192;
 // How often the guests that serve are looked at.
 constexpr auto watchInterval = std::chrono::milliseconds(250);
 
+// How long a guest may take to answer before it is logged.
+constexpr auto answerGrace = std::chrono::seconds(2);
+
+// How long a keeper has to end with all that it keeps.
+constexpr auto killGrace = std::chrono::seconds(3);
+
 std::string printable(std::span<const std::uint8_t> bytes) {
   std::string text(bytes.begin(), bytes.end());
   std::replace_if(
@@ -91,7 +97,7 @@ void Supervisor::Core::run() {
       handleEvent(event.data.u64, event.events);
     }
     killOverdue();
-    endHung();
+    watchGuests();
   }
   // Commands hold launches, and those must be answered.
   runCommands();
@@ -102,7 +108,10 @@ void Supervisor::Core::run() {
 int Supervisor::Core::waitMilliseconds() const {
   auto next = Clock::time_point::max();
   for (const auto& [key, record] : guests_) {
-    next = std::min(next, record.stage == Stage::serving ? Clock::now() + watchInterval : record.killAt);
+    next = std::min(next, record.killAt);
+    if (record.stage == Stage::serving) {
+      next = std::min(next, Clock::now() + watchInterval);
+    }
   }
   if (next == Clock::time_point::max()) {
     return -1;
@@ -235,15 +244,14 @@ void Supervisor::Core::receive(std::uint64_t key, Record& record, bool isLast) {
       }
       record.socket.close();
       record.process.kill();
+      record.killAt = Clock::now() + killGrace;
     }
   }
 }
 
 bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message) {
   if (message.kind == MessageKind::log) {
-    if (settings_.log) {
-      settings_.log(printable(message.body));
-    }
+    passOn(record, message.body);
     return true;
   }
   if (record.stage == Stage::closing) {
@@ -259,15 +267,29 @@ bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message
     return true;
   }
   const auto outputChannelCount = reader.number<std::uint32_t>();
+  const auto processId = reader.number<std::int32_t>();
   if (message.kind != MessageKind::ready || outputChannelCount < 1 ||
-      outputChannelCount > audio::maximumStreamChannels) {
+      outputChannelCount > audio::maximumStreamChannels || processId <= 1) {
     return false;
   }
-  becomeReady(key, record, outputChannelCount);
+  becomeReady(key, record, outputChannelCount, processId);
   return true;
 }
 
-void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount) {
+void Supervisor::Core::passOn(Record& record, const Bytes& line) {
+  record.logged += line.size();
+  if (!settings_.log || record.isMuted) {
+    return;
+  }
+  record.isMuted = record.logged > guestLogBytes;
+  if (record.isMuted) {
+    log(record, "logs more than 64 KiB; the rest is dropped");
+  } else {
+    settings_.log(printable(line));
+  }
+}
+
+void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount, int processId) {
   std::shared_ptr<Supervisor> supervisor = record.supervisor.lock();
   if (supervisor == nullptr) {
     answerLaunch(record, Error{"the plug-in host is closing"});
@@ -278,8 +300,8 @@ void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint3
   // The handler gets this thread's only share of the supervisor, so that whoever releases it last
   // is most likely another thread, which can wait for its end. A guest that is released in the handler closes by a
   // command.
-  answerLaunch(record, Ready{std::make_shared<Guest>(std::move(supervisor), record.link, key, record.process.id()),
-                             outputChannelCount});
+  answerLaunch(record,
+               Ready{std::make_shared<Guest>(std::move(supervisor), record.link, key, processId), outputChannelCount});
 }
 
 void Supervisor::Core::answerLaunch(Record& record, Result<Ready> result) {
@@ -301,31 +323,50 @@ void Supervisor::Core::close(std::uint64_t key, Record& record) {
   if (record.stage == Stage::instantiating && record.launch.done) {
     // Nobody waits for it any more, and it cannot learn that before it has been made.
     answerLaunch(record, Error{"the plug-in host is closing"});
-    record.process.kill();
+    kill(record);
   }
   record.stage = Stage::closing;
   record.launch.done = nullptr;
   record.launch.died = nullptr;
-  record.killAt = Clock::now() + settings_.closingGrace;
+  if (record.killAt == Clock::time_point::max()) {
+    record.killAt = Clock::now() + settings_.closingGrace;
+  }
   send(key, {MessageKind::quit});
+}
+
+void Supervisor::Core::kill(Record& record) {
+  record.process.kill();
+  record.isKilled = true;
+  record.killAt = Clock::now() + killGrace;
 }
 
 void Supervisor::Core::killOverdue() {
   const auto now = Clock::now();
   for (auto& [key, record] : guests_) {
-    if (record.killAt <= now) {
+    if (record.killAt <= now && record.isKilled) {
+      record.process.killKeeper();
       record.killAt = Clock::time_point::max();
-      record.process.kill();
+    } else if (record.killAt <= now) {
+      kill(record);
     }
   }
 }
 
-void Supervisor::Core::endHung() {
+void Supervisor::Core::watchGuests() {
+  const auto longAgo = Clock::now() - answerGrace;
   for (auto& [key, record] : guests_) {
-    if (record.stage == Stage::serving && record.link->isHung()) {
+    if (record.stage != Stage::serving) {
+      continue;
+    }
+    const bool isLate = record.link->owesAnswerSince(longAgo);
+    if (isLate && !std::exchange(record.isReported, isLate)) {
+      log(record, "has not done what was asked for 2 s; until it has, it may be silent");
+    }
+    record.isReported = isLate;
+    if (record.link->isHung()) {
       // What follows does not wait for the process: one that hangs in the kernel may stay.
       record.stage = Stage::closing;
-      record.process.kill();
+      kill(record);
       record.link->markDead();
       if (const auto died = std::exchange(record.launch.died, nullptr)) {
         died("missed every block for 2 s and was ended");
@@ -347,6 +388,9 @@ void Supervisor::Core::guestEnded(std::uint64_t key) {
   guests_.erase(found);
   processCount_ = guests_.size();
   if (last.stage == Stage::closing) {
+    if (ended->isCrash && !last.isKilled) {
+      log(last, ended->words + " as it closed");
+    }
     return;
   }
   if (last.launch.done) {

@@ -56,9 +56,13 @@ class Supervisor::Core {
     std::shared_ptr<GuestLink> link;
     Stage stage = Stage::instantiating;
     Clock::time_point killAt = Clock::time_point::max();
+    bool isKilled = false;  // by us
     MessageParser parser{};
     Bytes outgoing{};
-    std::size_t sent = 0;  // bytes of `outgoing`
+    std::size_t sent = 0;    // bytes of `outgoing`
+    std::size_t logged = 0;  // bytes of the plug-in's log
+    bool isMuted = false;
+    bool isReported = false;  // that it does not answer
     bool waitsForRoom = false;
   };
 
@@ -71,11 +75,13 @@ class Supervisor::Core {
   void flush(std::uint64_t key, Record& record);
   void receive(std::uint64_t key, Record& record, bool isLast);
   [[nodiscard]] bool accept(std::uint64_t key, Record& record, Message message);
-  void becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount);
+  void passOn(Record& record, const Bytes& line);
+  void becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount, int processId);
   void answerLaunch(Record& record, Result<Ready> result);
   void close(std::uint64_t key, Record& record);
+  static void kill(Record& record);
   void killOverdue();
-  void endHung();
+  void watchGuests();
   void guestEnded(std::uint64_t key);
   void log(const Record& record, const std::string& text) const;
 

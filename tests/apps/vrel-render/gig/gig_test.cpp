@@ -85,7 +85,7 @@ Holding holding() {
               .sharedMappings = sandbox::sharedMappingCount(),
               .kilobytesInUse = isSanitized ? 0 : allocatedKilobytes(),
               .kilobytes = residentKilobytes(getpid())};
-  for (const pid_t child : sandbox::childrenOf(getpid())) {
+  for (const pid_t child : sandbox::descendantsOf(getpid())) {
     ++now.processes;
     now.kilobytesOfPlugins += residentKilobytes(child);
   }

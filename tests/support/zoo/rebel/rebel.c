@@ -6,6 +6,9 @@
 #include <lv2/worker/worker.h>
 #include <math.h>
 #include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -26,6 +29,9 @@ enum Fault {
   sleepLong = 10,
   askForTooMuchWork = 11,
   workHard = 12,  // from now on, in every run
+  startDaemon = 13,
+  allocateWithoutEnd = 14,  // the level is then how many GiB there were, at most 127
+  printMuch = 15,
 };
 
 static void hang(void) {
@@ -78,6 +84,30 @@ static void cleanup(LV2_Handle handle) {
   zooCleanup(handle);
 }
 
+/// A process that has left the session, the group and its parent.
+static void startADaemon(void) {
+  const pid_t child = fork();
+  if (child == 0) {
+    setsid();
+    if (fork() != 0) {
+      _exit(0);
+    }
+    for (;;) {
+      pause();
+    }
+  }
+  waitpid(child, NULL, 0);
+}
+
+/// Takes what it can get without touching it; returns how many GiB that was, at most `limit`.
+static uint32_t allocateAll(uint32_t limit) {
+  uint32_t count = 0;
+  for (void* volatile block = NULL; count < limit && (block = malloc((size_t)1 << 30)) != NULL;) {
+    ++count;
+  }
+  return count;
+}
+
 static void misbehave(Zoo* zoo, uint32_t frames) {
   const Rebel* rebel = zoo->extra;
   static char load[8 << 20];
@@ -113,6 +143,14 @@ static void misbehave(Zoo* zoo, uint32_t frames) {
     case sleepLong:
       sleepSeconds(0.5);
       break;
+    case startDaemon:
+      startADaemon();
+      break;
+    case printMuch:
+      for (int line = 0; line < 20000; ++line) {
+        fprintf(stderr, "the rebel prints, and prints, and prints, and prints\n");
+      }
+      break;
     case askForTooMuchWork:
       rebel->schedule->schedule_work(rebel->schedule->handle, sizeof load, load);
       break;
@@ -135,6 +173,7 @@ static void run(LV2_Handle handle, uint32_t frames) {
     if (zooIsNoteOn(bytes) && bytes[1] < 32) {
       rebel->fault = bytes[1];
       rebel->isHardWorking = rebel->isHardWorking || bytes[1] == workHard;
+      rebel->level = bytes[1] == allocateWithoutEnd ? allocateAll(127) : rebel->level;
     } else if (zooIsNoteOn(bytes)) {
       rebel->level = bytes[2];
     }

@@ -211,7 +211,7 @@ class APluginThatNeverAnswers : public RealShows {
 
  private:
   [[nodiscard]] std::set<pid_t> guestsWithoutAPlugin() {
-    const auto all = sandbox::childrenOf(getpid());
+    const auto all = sandbox::guestsOf(getpid());
     std::set<pid_t> guests(all.begin(), all.end());
     for (const auto& made : show->machine.units.made) {
       const auto node = made.lock();

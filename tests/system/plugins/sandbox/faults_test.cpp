@@ -35,10 +35,10 @@ class Faults : public SandboxStage {
  protected:
   using SandboxStage::SandboxStage;
 
-  /// The one process that there is, also before it is ready.
-  [[nodiscard]] static pid_t onlyChild() {
-    EXPECT_TRUE(happens([] { return childrenOf(getpid()).size() == 1; }));
-    return childrenOf(getpid()).front();
+  /// The one guest that there is, also before it is ready.
+  [[nodiscard]] static pid_t onlyGuest() {
+    EXPECT_TRUE(happens([] { return guestsOf(getpid()).size() == 1; }));
+    return guestsOf(getpid()).front();
   }
 
   [[nodiscard]] bool isReportedDead(pid_t process) {
@@ -56,7 +56,7 @@ class FaultsWithShortTimeout : public Faults {
 
 TEST_F(Faults, KilledWhileItIsMadeTheInstantiationFails) {
   auto pending = makeLater("urn:vrel:zoo:rebel-hang-instantiate");
-  kill(onlyChild(), SIGKILL);
+  kill(onlyGuest(), SIGKILL);
   const Made made = pending.get();
   EXPECT_EQ(made.unit, nullptr);
   ASSERT_TRUE(made.error);
@@ -66,7 +66,7 @@ TEST_F(Faults, KilledWhileItIsMadeTheInstantiationFails) {
 
 TEST_F(Faults, StoppedWhileItIsMadeItIsMadeWhenItGoesOn) {
   auto pending = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
-  const pid_t process = onlyChild();
+  const pid_t process = onlyGuest();
   stop(process);
   EXPECT_EQ(pending.wait_for(600ms), std::future_status::timeout);
   kill(process, SIGCONT);
@@ -83,7 +83,7 @@ TEST_F(Faults, APluginThatNeverComesUpGoesWithTheProgramAndIsAnswered) {
     };
     Inner inner;
     pending = inner.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
-    (void)onlyChild();
+    (void)onlyGuest();
   }
   EXPECT_TRUE(childrenOf(getpid()).empty());
   EXPECT_EQ(pending.get().error, Error{"the plug-in host is closing"});
@@ -103,7 +103,7 @@ TEST_F(Faults, APluginThatTakesTwentySecondsDelaysNobodyAndIsThereInTheEnd) {
   setenv("VREL_ZOO_SECONDS", "20", 1);
   const auto start = Clock::now();
   auto slow = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
-  (void)onlyChild();
+  (void)onlyGuest();
   unsetenv("VREL_ZOO_SECONDS");
   for (int count = 0; count < 3; ++count) {
     lv2::Player player(rebel());
@@ -414,12 +414,13 @@ TEST_F(Faults, OneInAnEndlessLoopThatIsReleasedIsKilled) {
   EXPECT_TRUE(happens([&] { return !isThere(process); }));
 }
 
-TEST_F(Faults, KilledWhileItClosesNothingIsReported) {
+TEST_F(Faults, KilledWhileItClosesItIsLoggedAndIsNoDeathOfAUnit) {
   auto unit = rebel("hang-cleanup");
   const pid_t process = processOf(unit);
   unit.reset();
   kill(process, SIGKILL);
   EXPECT_TRUE(happens([&] { return guestCount() == 0; }));
+  EXPECT_TRUE(hasLogged("was killed by signal 9 as it closed"));
   EXPECT_TRUE(deaths().empty());
 }
 

@@ -131,10 +131,10 @@ void during(const Mishap& mishap, pid_t process, const std::function<void()>& ca
 
 Fault whileMade(const Mishap& mishap) {
   return {mishap.name + "WhileMade", "kind", [mishap](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
-            const auto before = childrenOf(getpid());
+            const auto before = guestsOf(getpid());
             (void)stage.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
             std::vector<pid_t> now;
-            EXPECT_TRUE(happens([&] { return (now = childrenOf(getpid())).size() > before.size(); }));
+            EXPECT_TRUE(happens([&] { return (now = guestsOf(getpid())).size() > before.size(); }));
             for (const pid_t child : now) {
               if (mishap.signal != 0 && std::find(before.begin(), before.end(), child) == before.end()) {
                 kill(child, mishap.signal);

@@ -16,6 +16,15 @@ constexpr std::size_t blocksPerSecond = 48000 / 128;
 
 class HungGuests : public SandboxStage {
  protected:
+  using SandboxStage::SandboxStage;
+
+  [[nodiscard]] std::optional<PropertyListDictionary> stateOfARebel() {
+    const auto unit = rebel();
+    std::optional<PropertyListDictionary> state;
+    EXPECT_TRUE(happens([&] { return (state = unit->auAudioUnit().fullStateForDocument()).has_value(); }));
+    return state;
+  }
+
   [[nodiscard]] static GuestLink& linkOf(const std::shared_ptr<AVAudioUnit>& unit) {
     return dynamic_cast<SandboxedInstance&>(unit->auAudioUnit()).processor()->guest().link();
   }
@@ -135,6 +144,57 @@ TEST_F(HungGuests, OneThatAnswersInBetweenIsNotEnded) {
     EXPECT_FALSE(linkOf(unit).isBehind());
   }
   EXPECT_TRUE(deaths().empty());
+}
+
+class GuestsOfADevice : public HungGuests {
+ protected:
+  GuestsOfADevice() : HungGuests(0ms) {}
+};
+
+TEST_F(GuestsOfADevice, AStateGoesInWithoutAWaitAndNothingOfBeforeSoundsAfterIt) {
+  const auto unit = rebel();
+  const auto wanted = [&] {
+    const auto other = rebel();
+    play(other, 32);
+    std::optional<PropertyListDictionary> state;
+    EXPECT_TRUE(happens([&] { return (state = other->auAudioUnit().fullStateForDocument()).has_value(); }));
+    return *state;
+  }();
+  play(unit, 64);
+  stop(processOf(unit));
+  unit->auAudioUnit().setFullStateForDocument(wanted);
+  unit->reset();
+  EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), wanted) << "a save meanwhile";
+  kill(processOf(unit), SIGCONT);
+  DeadlinePlayer player(unit);
+  lv2::Sound sound = constant(0);
+  EXPECT_TRUE(happens([&] { return (sound = player.block(5s)) != constant(0); }));
+  EXPECT_EQ(sound, constant(32));
+}
+
+TEST_F(GuestsOfADevice, EventsWaitUntilTheStateIsIn) {
+  const auto unit = rebel();
+  std::optional<PropertyListDictionary> state;
+  EXPECT_TRUE(happens([&] { return (state = unit->auAudioUnit().fullStateForDocument()).has_value(); }));
+  DeadlinePlayer player(unit);
+  stop(processOf(unit));
+  unit->auAudioUnit().setFullStateForDocument(*state);
+  unit->reset();
+  player.key(60, 96);
+  (void)player.block(-1ms);
+  kill(processOf(unit), SIGCONT);
+  lv2::Sound sound = constant(0);
+  EXPECT_TRUE(happens([&] { return (sound = player.block(5s)) != constant(0); }));
+  EXPECT_EQ(sound, constant(96));
+}
+
+TEST_F(GuestsOfADevice, OneThatHangsAsItTakesItsStateIsLogged) {
+  auto state = *stateOfARebel();
+  state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
+  const auto unit = rebel("hang-restore");
+  unit->auAudioUnit().setFullStateForDocument(state);
+  EXPECT_TRUE(happens([this] { return hasLogged("has not done what was asked for 2 s"); }));
+  EXPECT_FALSE(unit->isReusable());
 }
 
 }  // namespace

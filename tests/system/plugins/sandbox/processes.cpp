@@ -53,6 +53,24 @@ std::vector<pid_t> childrenOf(pid_t process) {
   return children;
 }
 
+std::vector<pid_t> guestsOf(pid_t program) {
+  std::vector<pid_t> guests;
+  for (const pid_t keeper : childrenOf(program)) {
+    const auto kept = childrenOf(keeper);
+    guests.insert(guests.end(), kept.begin(), kept.begin() + (kept.empty() ? 0 : 1));
+  }
+  return guests;
+}
+
+std::vector<pid_t> descendantsOf(pid_t process) {
+  std::vector<pid_t> all = childrenOf(process);
+  for (std::size_t index = 0; index < all.size(); ++index) {
+    const auto next = childrenOf(all[index]);
+    all.insert(all.end(), next.begin(), next.end());
+  }
+  return all;
+}
+
 bool isThere(pid_t process) {
   return kill(process, 0) == 0;
 }

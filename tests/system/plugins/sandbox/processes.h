@@ -16,6 +16,12 @@ namespace vrel::sandbox {
 /// The children of a process that are there, as zombies too.
 [[nodiscard]] std::vector<pid_t> childrenOf(pid_t process);
 
+/// The guests of a program: the first child of each keeper, once it is there.
+[[nodiscard]] std::vector<pid_t> guestsOf(pid_t program);
+
+/// The children of a process, theirs, and so on.
+[[nodiscard]] std::vector<pid_t> descendantsOf(pid_t process);
+
 [[nodiscard]] bool isThere(pid_t process);
 
 /// The processor time that a process has used, in the system's ticks.

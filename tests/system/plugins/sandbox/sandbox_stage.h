@@ -112,6 +112,9 @@ inline constexpr std::uint8_t denormal = 8;
 inline constexpr std::uint8_t sleepTenBlocks = 9;
 inline constexpr std::uint8_t sleepLong = 10;
 inline constexpr std::uint8_t askForTooMuchWork = 11;
+inline constexpr std::uint8_t startDaemon = 13;
+inline constexpr std::uint8_t allocateWithoutEnd = 14;
+inline constexpr std::uint8_t printMuch = 15;
 }  // namespace fault_key
 
 }  // namespace vrel::sandbox

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// A program with guests at every stage, for a test that kills it: one that serves, one that is stopped, one in
-// an endless loop, one that never comes up and one that never closes. Says "ready" when they are there, and
-// then waits to be killed.
+// A program with guests at every stage, for a test that kills it: one that serves and has started a daemon, one that is
+// stopped, one in an endless loop, one that never comes up and one that never closes. Says "ready" when they are there,
+// and then waits to be killed.
 
 #include <signal.h>
 #include <unistd.h>
@@ -38,6 +38,15 @@ std::shared_ptr<Guest> guestOf(Supervisor& supervisor, const char* name) {
   return made->get_future().get();
 }
 
+/// Has the rebel in the guest get one of its keys.
+void press(Guest& guest, std::uint8_t key) {
+  BlockRequest& request = guest.block().requests[1];
+  request.frameCount = 64;
+  request.eventCount = 1;
+  request.events[0] = {{0x90, key, 64}};
+  post(guest.block().request, 1);
+}
+
 }  // namespace
 
 int main() {
@@ -53,11 +62,8 @@ int main() {
   }
   supervisor->launch(launchOf("hang-instantiate", [](const vrel::Result<Supervisor::Ready>&) {}));
   kill(stopped->processId(), SIGSTOP);
-  BlockRequest& request = looping->block().requests[1];
-  request.frameCount = 64;
-  request.eventCount = 1;
-  request.events[0] = {{0x90, 1, 64}};
-  post(looping->block().request, 1);
+  press(*serving, 13);
+  press(*looping, 1);
   closing.reset();
   while (supervisor->processCount() < 5) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

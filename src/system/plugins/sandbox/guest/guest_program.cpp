@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/guest/guest_program.h"
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -28,14 +27,6 @@ constexpr std::size_t longestLine = 4096;
 }
 
 }  // namespace
-
-bool GuestProgram::tieToParent(int parent) {
-  // A system that ends asks all processes at once. The host answers, after a question perhaps, and plays on until then.
-  for (const int asked : {SIGTERM, SIGHUP, SIGINT}) {
-    (void)std::signal(asked, SIG_IGN);
-  }
-  return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
-}
 
 bool GuestProgram::receiveMemory() {
   char byte = 0;
@@ -130,6 +121,7 @@ Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   auto processor = std::make_shared<lv2::Lv2Processor>(world_, settings, std::move(*plugin).value());
   ByteWriter ready;
   ready.number<std::uint32_t>(processor->outputChannelCount(0));
+  ready.number<std::int32_t>(getpid());
   instance_ = std::make_unique<lv2::Lv2Instance>(processor);
   loop_ = std::make_unique<AudioLoop>(memory_->block(), std::move(processor), counters_,
                                       AudioLoop::Settings{.isRealTime = request.isRealTime});

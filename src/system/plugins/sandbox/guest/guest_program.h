@@ -22,10 +22,6 @@ namespace vrel::sandbox {
 /// gone ends the guest at once.
 class GuestProgram {
  public:
-  /// Dies with the thread that started it, and not when asked to; `parent` is its process. False when that has gone
-  /// already.
-  [[nodiscard]] static bool tieToParent(int parent);
-
   explicit GuestProgram(FileDescriptor socket) : socket_(std::move(socket)) {}
 
   /// Serves until the host says quit. Returns the exit code.
