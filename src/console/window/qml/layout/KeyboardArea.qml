@@ -36,7 +36,7 @@ Panel {
 
         // Number of keys and first note.
         KeyboardControls {
-            Layout.preferredWidth: 110
+            Layout.preferredWidth: 118
             Layout.fillWidth: false
             Layout.alignment: Qt.AlignBottom
             visible: !area.isFolded
