@@ -118,6 +118,7 @@ ListView {
         id: menu
 
         desk: list.desk
+        onClosed: list.forceActiveFocus(Qt.PopupFocusReason)
     }
 
     Text {
