@@ -135,6 +135,8 @@ TEST_F(SetlistFile, TheNewestCopyOfADamagedOneIsOpenedByAButtonAndSavedToItsPlac
   load(file);
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("openNewestCopy"); }));
   driver.click("openNewestCopy");
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  driver.click("alertButton1");
   EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("openNewestCopy"); }));
   EXPECT_TRUE(driver.session().isDirty());
   EXPECT_EQ(driver.session().fileName(), QStringLiteral("gig.vrel"));
