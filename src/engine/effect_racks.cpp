@@ -31,6 +31,13 @@ bool isStillWanted(const AudioChannel& channel, const AudioPluginSlot& slot) {
          !channel.effectNodes.get().contains(slot.id);
 }
 
+void forgetCrash(AudioChannel& channel, const Uuid& slotId) {
+  auto crashed = channel.crashedEffects.get();
+  if (crashed.erase(slotId) > 0) {
+    channel.crashedEffects.set(std::move(crashed));
+  }
+}
+
 // The order of the slots after the move, as the list controls of the platform define it.
 std::vector<AudioPluginSlot> moved(const std::vector<AudioPluginSlot>& slots, const std::set<std::size_t>& fromOffsets,
                                    std::size_t toOffset) {
@@ -95,6 +102,7 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
     slot->manufacturerName = component.manufacturerName;
     slot->stateBase64 = std::nullopt;
     channel.effectSlots.set(std::move(slots));
+    forgetCrash(channel, slotId);
     chains_.rebuildChannelEffectChain(channel);
   });
   levels_.applyMixerLevels();
@@ -129,6 +137,7 @@ void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
     auto slots = channel.effectSlots.get();
     std::erase_if(slots, [&](const auto& each) { return each.id == slotId; });
     channel.effectSlots.set(std::move(slots));
+    forgetCrash(channel, slotId);
     chains_.rebuildChannelEffectChain(channel);
   });
   levels_.applyMixerLevels();
@@ -143,14 +152,39 @@ bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AV
   if (entry == nodes.end()) {
     return false;
   }
+  const Uuid slotId = entry->first;
+  const auto state = pluginState_.captureAudioUnitState(entry->second->auAudioUnit());
   mutator_.performGraphMutation("loseEffectNode", [&] {
     chains_.removeNode(entry->second);
     nodes.erase(entry);
+    if (state) {
+      auto slots = channel.effectSlots.get();
+      const auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+      if (slot != slots.end()) {
+        slot->stateBase64 = state;
+        channel.effectSlots.set(std::move(slots));
+      }
+    }
+    auto crashed = channel.crashedEffects.get();
+    crashed.insert(slotId);
+    channel.crashedEffects.set(std::move(crashed));
     channel.effectNodes.set(std::move(nodes));
     chains_.rebuildChannelEffectChain(channel);
   });
   levels_.applyMixerLevels();
   return true;
+}
+
+void EffectRacks::reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                               const PluginComponentResolver& resolver) {
+  const auto& slots = channel->effectSlots.get();
+  const auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+  if (slot == slots.end() || slot->pluginPath.empty() || !isStillWanted(*channel, *slot)) {
+    return;
+  }
+  if (const auto component = resolver ? resolver(slot->pluginPath) : std::nullopt) {
+    restoreWhenMade(*slot, *component, std::make_shared<LoadGroup>(LoadGroup{1, channel, nullptr}));
+  }
 }
 
 void EffectRacks::moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets,
@@ -166,6 +200,7 @@ void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
     mutator_.performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(*channel); });
   }
   channel->effectSlots.set(slots);
+  channel->crashedEffects.set({});
   const auto isFilled = [](const AudioPluginSlot& slot) { return !slot.pluginPath.empty(); };
   if (std::none_of(slots.begin(), slots.end(), isFilled)) {
     chains_.rebuildChannelEffectChain(*channel);
@@ -229,6 +264,7 @@ void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot
   auto nodes = channel.effectNodes.get();
   nodes[slot.id] = node;
   channel.effectNodes.set(std::move(nodes));
+  forgetCrash(channel, slot.id);
 }
 
 void EffectRacks::restoreEnded(AudioChannel& channel, const std::function<void()>& completion) {

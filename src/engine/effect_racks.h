@@ -80,9 +80,14 @@ class EffectRacks {
   /// Removes the slot and its node. The master is always rewired.
   void removeEffectSlot(AudioChannel& channel, const Uuid& slotId);
 
-  /// Takes a node that has died out of the chain; its slot stays, with the state that was saved. False
-  /// when the rack has no such node.
+  /// Takes a node that has died out of the chain; its slot stays, with the last state that the effect was given or
+  /// captured, and is among the channel's `crashedEffects`. False when the rack has no such node.
   bool loseEffectNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node);
+
+  /// Loads the plug-in of a slot without a node again, with the slot's state. Nothing for a slot that has its node,
+  /// that is not there, or whose plug-in is not installed.
+  void reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                    const PluginComponentResolver& resolver);
 
   /// Moves the slots at `fromOffsets` so that they stand before what was at `toOffset`; all offsets
   /// are those before the move. Offsets out of range are ignored.
