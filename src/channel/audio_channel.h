@@ -102,6 +102,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   std::atomic<float> meterLevel{0};
 
   Observable<std::shared_ptr<AVAudioNode>> instrumentNode;
+  std::uint64_t instrumentRequests = 0;  // what the strip was asked to play; a load that ends after a later one is late
 
   /// What is left of an instrument that has died: what it was and its last state. Holds while the path is the same,
   /// until the next instrument is installed.

@@ -23,14 +23,23 @@ ContentView::ContentView(const Collaborators& collaborators)
       liveMode_({appState_, audioEngine_, songSwitch_, collaborators.desktop}),
       songList_(appState_, audioEngine_, songSwitch_, selection_),
       channelOperations_(appState_, audioEngine_, builder_, selection_),
+      instrumentSelector_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
+      effectRack_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
+      editHistory_({appState_, audioEngine_, builder_, selection_, collaborators.clock, songSwitch_, songList_,
+                    instrumentSelector_}),
+      learnedControls_(appState_),
       stripControls_(appState_, audioEngine_),
       instrumentReload_(appState_, audioEngine_, collaborators.console),
       keyboardPanel_(appState_, audioEngine_),
       copies_(collaborators.files, collaborators.console, collaborators.copiesDirectory),
       setlistFiles_({appState_, audioEngine_, songSwitch_, collaborators.files, collaborators.desktop,
-                     collaborators.console, copies_}) {
+                     collaborators.console, copies_}),
+      droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
+  songSwitch_.amendRecord = [this](const AudioChannel& channel, ChannelConfig& record) {
+    instrumentSelector_.amendRecord(channel, record);
+  };
   observeMenus();
 }
 
@@ -77,6 +86,9 @@ void ContentView::observeMenus() {
   observe("vrel.copyChannel", run([this] { withSelectedChannel(&ChannelOperations::copyChannel); }));
   observe("vrel.pasteChannel", run([this] { channelOperations_.pasteChannel(std::nullopt); }));
   observe("vrel.duplicateChannel", run([this] { withSelectedChannel(&ChannelOperations::duplicateChannel); }));
+  observe("vrel.undo", run([this] { editHistory_.undo(); }));
+  observe("vrel.redo", run([this] { editHistory_.redo(); }));
+  observe("vrel.showLearnedControls", run([this] { learnedControls_.isShown.set(true); }));
   observe("vrel.requestTermination", run([this] { setlistFiles_.confirmTermination(); }));
 }
 

@@ -6,8 +6,13 @@
 #include <vector>
 
 #include "console/channel_operations.h"
+#include "console/dropped_files.h"
+#include "console/edit_history.h"
+#include "console/effect_rack.h"
 #include "console/instrument_reload.h"
+#include "console/instrument_selector.h"
 #include "console/keyboard_panel.h"
+#include "console/learned_controls.h"
 #include "console/reorder.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
@@ -63,6 +68,11 @@ class ContentView {
   [[nodiscard]] SongSwitch& songSwitch() { return songSwitch_; }
   [[nodiscard]] SongList& songList() { return songList_; }
   [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
+  [[nodiscard]] InstrumentSelector& instrumentSelector() { return instrumentSelector_; }
+  [[nodiscard]] EffectRack& effectRack() { return effectRack_; }
+  [[nodiscard]] EditHistory& editHistory() { return editHistory_; }
+  [[nodiscard]] DroppedFiles& droppedFiles() { return droppedFiles_; }
+  [[nodiscard]] LearnedControls& learnedControls() { return learnedControls_; }
   [[nodiscard]] StripControls& stripControls() { return stripControls_; }
   [[nodiscard]] InstrumentReload& instrumentReload() { return instrumentReload_; }
   [[nodiscard]] KeyboardPanel& keyboardPanel() { return keyboardPanel_; }
@@ -99,11 +109,16 @@ class ContentView {
   LiveMode liveMode_;
   SongList songList_;
   ChannelOperations channelOperations_;
+  InstrumentSelector instrumentSelector_;
+  EffectRack effectRack_;
+  EditHistory editHistory_;
+  LearnedControls learnedControls_;
   StripControls stripControls_;
   InstrumentReload instrumentReload_;
   KeyboardPanel keyboardPanel_;
   SetlistCopies copies_;
   SetlistFiles setlistFiles_;
+  DroppedFiles droppedFiles_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;
 };
 

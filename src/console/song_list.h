@@ -69,9 +69,10 @@ class SongList {
   /// Moves the song at the first of `fromOffsets` before what is at `toOffset`; the song on stage stays there.
   void moveSongs(const std::set<std::size_t>& fromOffsets, std::size_t toOffset);
 
- private:
   [[nodiscard]] std::optional<std::size_t> indexOf(const Uuid& songId) const;
   [[nodiscard]] std::optional<Uuid> songOnStage() const;
+
+ private:
   void clearStage();
 
   AppState& state_;

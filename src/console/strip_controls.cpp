@@ -18,6 +18,7 @@ void StripControls::setName(AudioChannel& channel, const std::string& name) {
 
 void StripControls::setVolume(AudioChannel& channel, float position) {
   channel.volume.set(std::clamp(position, 0.0F, 1.0F));
+  state_.edited.emit();
 }
 
 void StripControls::toggleMute(AudioChannel& channel) {

@@ -2,6 +2,8 @@
 #include "document/app_state.h"
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 #include "document/component_scan.h"
@@ -19,6 +21,8 @@ const std::string blendModeKey = "vrel.visual.blendMode";
 const std::string backgroundVideoKey = "vrel.visual.backgroundVideoPath";
 const std::string frameSizeKey = "vrel.audio.ioBufferFrameSize";
 const std::string outputDeviceKey = "vrel.audio.outputDeviceUID";
+const std::string favouritePluginsKey = "vrel.plugins.favourites";
+const std::string recentPluginsKey = "vrel.plugins.recent";
 
 // Five paths of the longest kind take less than a tenth of it.
 constexpr std::uintmax_t mostRecentFilesBytes = std::uintmax_t{1} << 20U;
@@ -45,6 +49,20 @@ void writeText(NSUserDefaults& defaults, const std::string& key, const std::opti
   } else {
     defaults.removeObjectForKey(key);
   }
+}
+
+// Keys of plug-ins hold no space.
+std::vector<std::string> keysOf(const std::optional<std::string>& stored) {
+  std::istringstream text(stored.value_or(""));
+  return {std::istream_iterator<std::string>(text), {}};
+}
+
+std::string storedKeys(const std::vector<std::string>& keys) {
+  std::string text;
+  for (const auto& key : keys) {
+    text += (text.empty() ? "" : " ") + key;
+  }
+  return text;
 }
 
 }  // namespace
@@ -77,6 +95,8 @@ void AppState::readDefaults() {
   visualBackgroundVideoPath.set(defaults_.stringForKey(backgroundVideoKey));
   audioIOBufferFrameSize.set(allowedFrameSize(defaults_.integerForKey(frameSizeKey)));
   audioOutputDeviceUID.set(defaults_.stringForKey(outputDeviceKey));
+  favouritePlugins.set(keysOf(defaults_.stringForKey(favouritePluginsKey)));
+  recentPlugins.set(keysOf(defaults_.stringForKey(recentPluginsKey)));
 }
 
 void AppState::writeDefaultsThrough() {
@@ -85,6 +105,8 @@ void AppState::writeDefaultsThrough() {
       [this] { writeText(defaults_, backgroundVideoKey, visualBackgroundVideoPath.get()); });
   audioIOBufferFrameSize.setEffect([this] { defaults_.setInteger(frameSizeKey, audioIOBufferFrameSize.get()); });
   audioOutputDeviceUID.setEffect([this] { writeText(defaults_, outputDeviceKey, audioOutputDeviceUID.get()); });
+  favouritePlugins.setEffect([this] { writeText(defaults_, favouritePluginsKey, storedKeys(favouritePlugins.get())); });
+  recentPlugins.setEffect([this] { writeText(defaults_, recentPluginsKey, storedKeys(recentPlugins.get())); });
 }
 
 void AppState::scanPlugins() {

@@ -105,6 +105,9 @@ class AppState {
   Observable<std::uint32_t> audioIOBufferFrameSize{defaultFrameSize};  // frames
   Observable<std::optional<std::string>> audioOutputDeviceUID;
 
+  Observable<std::vector<std::string>> favouritePlugins;  // keys
+  Observable<std::vector<std::string>> recentPlugins;     // keys, the last used one first
+
   Observable<bool> songSwitchInProgress{false};
   Observable<std::optional<int>> songSwitchElapsedMs;           // of the last finished switch
   Observable<std::optional<double>> songSwitchStartedAtUptime;  // seconds
@@ -120,7 +123,17 @@ class AppState {
   const std::filesystem::path recentFilesPath;  // where the recent list is kept, outside any setlist
 
   /// What each operation that edits the setlist ends with, and nothing else.
-  void markEdited() { isDirty.set(true); }
+  void markEdited() {
+    isDirty.set(true);
+    edited.emit();
+  }
+
+  /// After each edit, when all of it is in place; also where an edit leaves no mark, such as a fader.
+  Signal<> edited;
+
+  // What the Edit menu offers to take back and to do again; empty for nothing.
+  Observable<std::string> undoTitle;
+  Observable<std::string> redoTitle;
 
   /// Fills both lists of plug-ins. Opens none of them.
   void scanPlugins();

@@ -46,14 +46,20 @@ const std::locale& userLocale() {
   return locale;
 }
 
-std::wstring collationKey(std::string_view name, const std::locale& locale) {
+std::wstring caseFolded(std::string_view text, const std::locale& locale) {
   std::wstring characters;
-  while (!name.empty()) {
-    characters.push_back(takeCharacter(name));
+  while (!text.empty()) {
+    characters.push_back(takeCharacter(text));
   }
   wchar_t* const begin = characters.data();
   std::use_facet<std::ctype<wchar_t>>(locale).tolower(begin, begin + characters.size());
-  return std::use_facet<std::collate<wchar_t>>(locale).transform(begin, begin + characters.size());
+  return characters;
+}
+
+std::wstring collationKey(std::string_view name, const std::locale& locale) {
+  const std::wstring characters = caseFolded(name, locale);
+  return std::use_facet<std::collate<wchar_t>>(locale).transform(characters.data(),
+                                                                 characters.data() + characters.size());
 }
 
 }  // namespace vrel

@@ -47,13 +47,20 @@ void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& chann
   channel->status.set(ChannelStatus::loading);
   const auto key = pluginKey(component);
   auto finish = [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), component, stateBase64,
-                 completion = std::move(completion)](const UnitNode& node) {
+                 request = ++channel->instrumentRequests, completion = std::move(completion)](const UnitNode& node) {
     if (!life.isAlive()) {
       return;
     }
-    if (const auto target = weakChannel.lock(); target != nullptr && chains_.isOnStage(*target)) {
+    const auto target = weakChannel.lock();
+    const bool isOnStage = target != nullptr && chains_.isOnStage(*target);
+    if (isOnStage && target->instrumentRequests == request) {
       finishLoad(*target, component, node, stateBase64, completion);
-    } else if (completion) {
+      return;
+    }
+    if (isOnStage && node != nullptr) {
+      pool_.returnNodeToPool(node, pluginKey(component));
+    }
+    if (completion) {
       completion(false);
     }
   };
@@ -140,6 +147,7 @@ void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<std::s
 }
 
 void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
+  ++channel.instrumentRequests;
   visuals_.unloadChannel(channel);
   levelCapture_.removeMeterTap(channel);
   mutator_.performGraphMutation("unloadInstrument", [this, &channel] {
@@ -161,6 +169,7 @@ void InstrumentLoader::unloadInstrument(AudioChannel& channel) {
 
 void InstrumentLoader::loadVisualInstrument(AudioChannel& channel, const std::vector<VisualClipMapping>& mappings,
                                             const Completion& completion) {
+  ++channel.instrumentRequests;
   levelCapture_.removeMeterTap(channel);
   mutator_.performGraphMutation("loadVisualInstrument", [this, &channel] {
     giveUpInstrumentNode(channel);

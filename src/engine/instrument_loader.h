@@ -66,7 +66,8 @@ class InstrumentLoader {
         console_(collaborators.console) {}
 
   /// Loads `component` into the channel, with the saved state if there is one. `completion` is called
-  /// once, on the main queue, unless the engine has gone by then; false also when the channel is no longer on stage.
+  /// once, on the main queue, unless the engine has gone by then; false also when the channel is no longer on stage, or
+  /// was asked to play something else meanwhile: then the plug-in goes to the pool.
   void loadInstrument(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
                       const std::optional<std::string>& stateBase64, Completion completion);
 

@@ -66,6 +66,7 @@ Result<PreparedPlayback> PlaybackLoader::prepare(const ChannelConfig& record) {
 }
 
 void PlaybackLoader::install(AudioChannel& channel, const ChannelConfig& record, const PreparedPlayback& prepared) {
+  ++channel.instrumentRequests;
   instruments_.giveUpInstrumentNode(channel);
   const auto player = nodes_.makePlayerNode();
   engine_.attach(player);

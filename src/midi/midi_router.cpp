@@ -20,19 +20,6 @@ AVAudioUnitMIDIInstrument* playedInstrument(const AudioChannel& channel) {
   return channel.pluginKind() == PluginPathKind::empty ? nullptr : channel.midiInstrument();
 }
 
-void silence(AVAudioUnitMIDIInstrument& instrument) {
-  for (uint8_t midiChannel = 0; midiChannel < midiChannelCount; ++midiChannel) {
-    const auto status = static_cast<uint8_t>(statusController + midiChannel);
-    instrument.sendMIDIEvent(status, controllerSustain, 0);
-    instrument.sendMIDIEvent(status, controllerModulation, 0);
-    instrument.sendMIDIEvent(status, controllerResetAll, 0);
-    instrument.sendMIDIEvent(status, controllerAllNotesOff, 0);
-  }
-  for (uint8_t note = 0; note < noteCount; ++note) {
-    instrument.sendMIDIEvent(statusNoteOff, note, 0);
-  }
-}
-
 }  // namespace
 
 void MidiRouter::routeMIDI(uint8_t status, uint8_t data1, uint8_t data2) {
@@ -101,6 +88,19 @@ void MidiRouter::sendPerformanceMIDI(uint8_t status, uint8_t data1, uint8_t data
         instrument->sendMIDIEvent(event->status, event->data1, event->data2);
       }
     }
+  }
+}
+
+void MidiRouter::silence(AVAudioUnitMIDIInstrument& instrument) {
+  for (uint8_t midiChannel = 0; midiChannel < midiChannelCount; ++midiChannel) {
+    const auto status = static_cast<uint8_t>(statusController + midiChannel);
+    instrument.sendMIDIEvent(status, controllerSustain, 0);
+    instrument.sendMIDIEvent(status, controllerModulation, 0);
+    instrument.sendMIDIEvent(status, controllerResetAll, 0);
+    instrument.sendMIDIEvent(status, controllerAllNotesOff, 0);
+  }
+  for (uint8_t note = 0; note < noteCount; ++note) {
+    instrument.sendMIDIEvent(statusNoteOff, note, 0);
   }
 }
 

@@ -69,7 +69,10 @@ void SongSwitch::captureCurrentSong() {
     song.masterEffectSlots = engine_.pluginState().captureEffectSlots(*engine_.masterChannel());
     song.channels.clear();
     for (const auto& channel : engine_.channels()) {
-      song.channels.push_back(makeChannelConfig(*channel, engine_.pluginState()));
+      auto& record = song.channels.emplace_back(makeChannelConfig(*channel, engine_.pluginState()));
+      if (amendRecord) {
+        amendRecord(*channel, record);
+      }
     }
   });
 }
@@ -101,6 +104,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   selection_.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
   selection_.channelsViewVersion.set(selection_.channelsViewVersion.get() + 1);
   state_.isDirty.set(false);
+  stripsChanged.emit();
 }
 
 /// Takes over the new song's values in the session and the beat clock while the old song's channels still exist.

@@ -14,6 +14,7 @@
 namespace vrel {
 
 class AppState;
+class AudioChannel;
 class AudioEngine;
 class ChannelBuilder;
 class ConsoleOutput;
@@ -48,9 +49,15 @@ class SongSwitch {
   /// Ends learning and releases what learned controls hold. Called in each switch after the capture.
   std::function<void()> cancelMidiLearn;
 
+  /// What a capture stores of a strip, where that is not what it plays now. May be empty.
+  std::function<void(const AudioChannel& channel, ChannelConfig& record)> amendRecord;
+
   /// Emitted in each switch when the outgoing song is stored and its instruments are stopped, before its strips are
   /// removed. No load of the next one has begun.
   Signal<> stripsWillGo;
+
+  /// Emitted at the end of each switch, when the strips of the song are there; what they play may still load.
+  Signal<> stripsChanged;
 
   /// Puts a song on stage, also one that is there already. Does nothing with an index out of range.
   void applySong(std::ptrdiff_t index);

@@ -42,6 +42,10 @@ class Builder {
  private:
   [[nodiscard]] std::string words(TextKey key) const { return std::string(text(key, language_)); }
 
+  [[nodiscard]] std::string titleOr(const std::string& title, TextKey key) const {
+    return title.empty() ? words(key) : title;
+  }
+
   [[nodiscard]] MenuItem command(std::string title, MenuAction action, std::string object = {}) const;
   [[nodiscard]] MenuItem withKey(MenuItem item, const char* key, ModifierFlags further = ModifierFlags::none) const;
   [[nodiscard]] MenuItem checked(MenuItem item, bool isChecked) const;
@@ -164,7 +168,10 @@ MenuItem Builder::edit() const {
               {withKey(command(words(TextKey::copyChannel), MenuAction::copyChannel), "c"),
                withKey(command(words(TextKey::cutChannel), MenuAction::cutChannel), "x"),
                withKey(command(words(TextKey::pasteChannel), MenuAction::pasteChannel), "v"),
-               withKey(command(words(TextKey::duplicateChannel), MenuAction::duplicateChannel), "d")});
+               withKey(command(words(TextKey::duplicateChannel), MenuAction::duplicateChannel), "d"),
+               withKey(command(titleOr(state_.undoTitle.get(), TextKey::undoEdit), MenuAction::undo), "z"),
+               withKey(command(titleOr(state_.redoTitle.get(), TextKey::redoEdit), MenuAction::redo), "Z",
+                       ModifierFlags::shift)});
 }
 
 MenuItem Builder::mode() const {
@@ -176,7 +183,8 @@ MenuItem Builder::mode() const {
               {shifted(TextKey::modeEdit, MenuAction::modeEdit, "E", !isLive),
                shifted(TextKey::modeLive, MenuAction::modeLive, "L", isLive),
                shifted(TextKey::midiLearn, MenuAction::toggleLearn, "M", state_.isMidiLearnMode.get()),
-               command(words(TextKey::clearMidiLearn), MenuAction::clearMidiLearn)});
+               command(words(TextKey::clearMidiLearn), MenuAction::clearMidiLearn),
+               command(words(TextKey::learnedControls), MenuAction::showLearnedControls)});
 }
 
 MenuItem Builder::screens() const {

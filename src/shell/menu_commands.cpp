@@ -29,10 +29,13 @@ struct MenuCommandTable {
       {Action::cutChannel, "cutChannel", Live::cutChannel, Post{"vrel.cutChannel"}},
       {Action::pasteChannel, "pasteChannel", Live::pasteChannel, Post{"vrel.pasteChannel"}},
       {Action::duplicateChannel, "duplicateChannel", Live::duplicateChannel, Post{"vrel.duplicateChannel"}},
+      {Action::undo, "undo", Live::undo, Post{"vrel.undo"}},
+      {Action::redo, "redo", Live::undo, Post{"vrel.redo"}},
       {Action::modeEdit, "modeEdit", Live::changeMode, &Menus::modeEdit},
       {Action::modeLive, "modeLive", Live::changeMode, &Menus::modeLive},
       {Action::toggleLearn, "toggleLearn", Live::midiLearn, &Menus::toggleLearn},
       {Action::clearMidiLearn, "clearMidiLearn", Live::clearMidiLearn, Post{"vrel.clearMidiLearn"}},
+      {Action::showLearnedControls, "showLearnedControls", Live::midiLearn, Post{"vrel.showLearnedControls"}},
       {Action::selectVisualBlendMode, "selectVisualBlendMode:", Live::changeProjection, &Menus::selectVisualBlendMode},
       {Action::chooseVisualBackgroundVideo, "chooseVisualBackgroundVideo", Live::changeProjection,
        &Menus::chooseVisualBackgroundVideo},
@@ -75,6 +78,8 @@ bool isMenuActionEnabled(MenuAction action, const AppState& state) {
   const MenuCommand& command = menuCommand(action);
   return !std::holds_alternative<MenuCommand::Nothing>(command.handler) &&
          LiveModePolicy::isAllowed(command.liveModeAction, state) &&
+         (action != MenuAction::undo || !state.undoTitle.get().empty()) &&
+         (action != MenuAction::redo || !state.redoTitle.get().empty()) &&
          (action != MenuAction::clearMidiLearn || hasMidiAssignments(state));
 }
 

@@ -75,6 +75,8 @@ void VrelMenuController::observe(AppState& appState) {
                   appState.isMidiLearnMode.changed.connect(rebuildLater),
                   appState.visualBlendMode.changed.connect(rebuildLater),
                   appState.visualBackgroundVideoPath.changed.connect(rebuildLater),
+                  appState.undoTitle.changed.connect(rebuildLater),
+                  appState.redoTitle.changed.connect(rebuildLater),
                   appState.globalMidiControlAssignments.changed.connect(rebuildForSongs),
                   appState.songs.changed.connect(rebuildForSongs)};
 }

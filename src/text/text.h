@@ -133,9 +133,33 @@ enum class TextKey {
   audioOutputMissing,
   audioOutputAwaited,
   openNewestCopy,
+  closePanel,
+  favouritesTitle,
+  addFavourite,
+  removeFavourite,
+  tryInstrument,
+  loadHint,
+  notInLiveMode,
+  effectsTitle,
+  replaceEffect,
+  moveEffectUp,
+  moveEffectDown,
+  removeEffect,
+  openEffect,
+  noEffectWindow,
+  undoEdit,
+  redoEdit,
+  stripSettings,
+  renameStrip,
+  addStrip,
+  moveStrip,
+  moveSong,
+  learnedControls,
+  nothingLearned,
+  forgetLearned,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::openNewestCopy) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::forgetLearned) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

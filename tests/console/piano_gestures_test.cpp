@@ -9,13 +9,13 @@
 namespace vrel {
 namespace {
 
-using Events = std::vector<std::string>;
+using PianoEvents = std::vector<std::string>;
 constexpr int middleC = 60;
 
 class Glissando : public testing::Test {
  protected:
   PianoLayout layout{middleC, 12, 140};
-  Events events;
+  PianoEvents events;
   KeyDrag drag{[this](int note) { events.push_back("+" + std::to_string(note)); },
                [this](int note) { events.push_back("-" + std::to_string(note)); }};
 };
@@ -23,9 +23,9 @@ class Glissando : public testing::Test {
 TEST_F(Glissando, AKeySoundsWhileThePointerIsOnIt) {
   drag.move(layout, 5, 80);
   drag.move(layout, 9, 70);
-  EXPECT_EQ(events, (Events{"+60"}));
+  EXPECT_EQ(events, (PianoEvents{"+60"}));
   drag.end();
-  EXPECT_EQ(events, (Events{"+60", "-60"}));
+  EXPECT_EQ(events, (PianoEvents{"+60", "-60"}));
   EXPECT_EQ(drag.note(), std::nullopt);
 }
 
@@ -34,16 +34,16 @@ TEST_F(Glissando, TheOldKeyIsReleasedBeforeTheNextIsPressed) {
   drag.move(layout, 25, 80);
   drag.move(layout, 20, 10);
   drag.end();
-  EXPECT_EQ(events, (Events{"+60", "-60", "+62", "-62", "+61", "-61"}));
+  EXPECT_EQ(events, (PianoEvents{"+60", "-60", "+62", "-62", "+61", "-61"}));
 }
 
 TEST_F(Glissando, OffTheLowerEdgeTheKeyIsReleasedAndComingBackPressesAgain) {
   drag.move(layout, 5, 80);
   drag.move(layout, 5, 85.1);
-  EXPECT_EQ(events, (Events{"+60", "-60"}));
+  EXPECT_EQ(events, (PianoEvents{"+60", "-60"}));
   drag.move(layout, 5, 90);
   drag.move(layout, 5, 84);
-  EXPECT_EQ(events, (Events{"+60", "-60", "+60"}));
+  EXPECT_EQ(events, (PianoEvents{"+60", "-60", "+60"}));
 }
 
 TEST_F(Glissando, BeyondAnyEdgeTheKeyIsReleased) {
@@ -51,21 +51,21 @@ TEST_F(Glissando, BeyondAnyEdgeTheKeyIsReleased) {
     drag.move(layout, 5, 80);
     events.clear();
     drag.move(layout, x, y);
-    EXPECT_EQ(events, (Events{"-60"})) << x << " " << y;
+    EXPECT_EQ(events, (PianoEvents{"-60"})) << x << " " << y;
   }
 }
 
 TEST_F(Glissando, OnTheRightEdgeItselfTheHeldKeyGoesOn) {
   drag.move(layout, 139, 80);
   drag.move(layout, 140, 80);
-  EXPECT_EQ(events, (Events{"+71"}));
+  EXPECT_EQ(events, (PianoEvents{"+71"}));
 }
 
 TEST_F(Glissando, EndingWithoutAKeyReleasesNothing) {
   drag.end();
   drag.move(layout, -10, 10);
   drag.end();
-  EXPECT_EQ(events, Events());
+  EXPECT_EQ(events, PianoEvents());
 }
 
 class SplitDragging : public testing::Test {

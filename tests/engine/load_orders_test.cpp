@@ -173,14 +173,16 @@ TEST(LoadOrders, AStripThatIsRemovedMeanwhileTakesNothingFromTheOthers) {
   });
 }
 
-TEST(LoadOrders, OfTwoLoadsIntoOneStripTheLastAnswerStaysAndTheOtherIsParked) {
+TEST(LoadOrders, OfTwoLoadsIntoOneStripTheLastThatWasAskedForStaysAndTheOtherIsParked) {
   EveryOrder::walk([](EveryOrder& order) {
     LoadingMachine machine;
     machine.addLoadingStrip("A");
     machine.load("A");
     machine.addLoadingStrip("B");
     playOut(machine, order, {[&] { machine.remove("B"); }}, {Ending::node});
-    EXPECT_EQ(machine.results["A"], (std::vector<bool>{true, true}));
+    const auto& results = machine.results["A"];
+    ASSERT_EQ(results.size(), 2U);
+    EXPECT_NE(results[0], results[1]) << "the first reports false, whether it answers first or last";
     EXPECT_EQ(machine.pool().idleCount(LoadingMachine::pianoKey), machine.results["B"][0] ? 2U : 1U);
     machine.expectEverythingInItsPlace();
   });

@@ -79,6 +79,11 @@ class LiveModePolicyTable : public ShellStage {
       case LiveModeAction::duplicateChannel:
       case LiveModeAction::deleteChannel:
         return changesStrips(action);
+      case LiveModeAction::changeInstrument:
+      case LiveModeAction::chooseInternalSource:
+      case LiveModeAction::changeRack:
+      case LiveModeAction::undo:
+        return changesPlugins(action);
       case LiveModeAction::chooseMasterColor:
       case LiveModeAction::mix:
       case LiveModeAction::changeTempo:
@@ -179,6 +184,35 @@ class LiveModePolicyTable : public ShellStage {
       default:
         operations.removeChannelFromConsole(strip(0));
         return strips() != before;
+    }
+  }
+
+  bool changesPlugins(LiveModeAction action) {
+    AudioChannel& channel = *engine->channels()[0];
+    InstrumentSelector& selector = content.instrumentSelector();
+    switch (action) {
+      case LiveModeAction::changeInstrument:
+        channel.pluginPath.set("aucd:1635085685:10:20");
+        selector.removeInstrument(channel);
+        return channel.pluginPath.get().empty();
+      case LiveModeAction::changeRack: {
+        const AudioPluginSlot slot{.pluginPath = "aucd:1635083896:30:20"};
+        channel.effectSlots.set({slot});
+        content.effectRack().toggle(channel);
+        content.effectRack().remove(slot.id);
+        return channel.effectSlots.get().empty();
+      }
+      case LiveModeAction::undo: {
+        const bool wasMuted = channel.mute.get();
+        content.stripControls().toggleMute(channel);
+        state.isDirty.set(false);
+        content.editHistory().undo();
+        return channel.mute.get() == wasMuted;
+      }
+      default:
+        selector.open(channel);
+        selector.pickPlayback();
+        return channel.pluginPath.get() == pathPlayback;
     }
   }
 

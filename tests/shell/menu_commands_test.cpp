@@ -70,7 +70,7 @@ TEST_F(MenuCommands, ANotificationHasTheNameOfItsAction) {
       EXPECT_EQ(posted->name, "vrel." + std::string(plain));
     }
   }
-  EXPECT_EQ(count, 11U);
+  EXPECT_EQ(count, 14U);
 }
 
 TEST_F(MenuCommands, ARecentFileIsPassedOnWithItsPath) {

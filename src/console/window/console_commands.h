@@ -4,6 +4,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
+#include <QUrl>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -16,6 +17,8 @@ namespace vrel {
 class AudioChannel;
 class ContentView;
 class WindowSettings;
+class EffectRack;
+class Uuid;
 }  // namespace vrel
 
 namespace vrel::window {
@@ -70,6 +73,29 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void pasteChannel(const QString& afterChannelId);
   Q_INVOKABLE void duplicateChannel(const QString& channelId);
   Q_INVOKABLE void deleteChannel(const QString& channelId);
+
+  /// The panel that chooses what a strip plays; it closes when the strip leaves the stage.
+  Q_INVOKABLE void openInstrumentSelector(const QString& channelId);
+  Q_INVOKABLE void removeInstrument(const QString& channelId);
+  /// Closes without a choice; what was tried out goes.
+  Q_INVOKABLE void cancelInstrumentSelector();
+  Q_INVOKABLE void setInstrumentSearch(const QString& text);
+  Q_INVOKABLE void pickInstrument(const QString& key);
+  Q_INVOKABLE void tryInstrument(const QString& key);
+  Q_INVOKABLE void toggleFavourite(const QString& key);
+  Q_INVOKABLE void pickPlayback();
+  Q_INVOKABLE void pickVisual();
+
+  /// The rack of a strip or, by its own id, of the master; another press closes it.
+  Q_INVOKABLE void toggleEffectRack(const QString& channelId);
+  Q_INVOKABLE void closeEffectRack();
+  Q_INVOKABLE void setEffectSearch(const QString& text);
+  Q_INVOKABLE void pickEffect(const QString& key);
+  Q_INVOKABLE void toggleReplacedEffect(const QString& slotId);
+  Q_INVOKABLE void removeEffect(const QString& slotId);
+  Q_INVOKABLE void moveEffectUp(const QString& slotId);
+  Q_INVOKABLE void moveEffectDown(const QString& slotId);
+
   Q_INVOKABLE void setMasterVolume(double position);
   Q_INVOKABLE void toggleMasterMute();
 
@@ -93,6 +119,12 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void toggleLearn();
   /// An index below 0 means no strip.
   Q_INVOKABLE void selectLearnTarget(vrel::window::learn_kind::Kind kind, int channelIndex);
+  Q_INVOKABLE void closeLearnedControls();
+  /// Files from outside: on the window, on a strip, behind the last strip. What a place does not take does nothing.
+  Q_INVOKABLE void dropOnWindow(const QUrl& file);
+  Q_INVOKABLE void dropOnStrip(const QString& channelId, const QUrl& file);
+  Q_INVOKABLE void dropBehindStrips(const QUrl& file);
+  Q_INVOKABLE void removeLearnedControl(const QString& controlId);
   Q_INVOKABLE void panic();
 
   /// 1 for a larger console, -1 for a smaller one, 0 for the normal size.
@@ -112,6 +144,7 @@ class ConsoleCommands : public QObject {
  private:
   void withContent(std::function<void(ContentView&)> action) const;
   void withSong(const QString& songId, void (*action)(ContentView&, std::size_t row)) const;
+  void withEffect(const QString& slotId, void (EffectRack::*action)(const Uuid&)) const;
   void withChannel(const QString& channelId, std::function<void(ContentView&, AudioChannel&)> action) const;
 
   Post post_;

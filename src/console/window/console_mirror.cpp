@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/window/console_mirror.h"
 
-#include <QColor>
 #include <QList>
 #include <QString>
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include "console/instrument_reload.h"
 #include "console/problem_text.h"
 #include "console/status_words.h"
+#include "console/window/strip_color.h"
 #include "console/window_settings.h"
 #include "document/app_state.h"
 #include "document/note_name.h"
@@ -25,15 +25,6 @@
 #include "text/text.h"
 
 namespace vrel::window {
-namespace {
-
-QColor colorOf(const std::vector<float>& components) {
-  const auto part = [&](std::size_t index) { return index < components.size() ? components[index] : 0.0F; };
-  return QColor::fromRgbF(part(0), part(1), part(2));
-}
-
-}  // namespace
-
 /// A strip's copy.
 struct ConsoleMirror::Strip {
   explicit Strip(MirrorSource& source) : view(source) {}
@@ -49,7 +40,8 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       master_(source, mirror_ids::master),
       texts_(source, mirror_ids::texts),
       alert_(source, mirror_ids::alert),
-      menuBar_(source, mirror_ids::menuBar) {
+      menuBar_(source, mirror_ids::menuBar),
+      panels_(source, content) {
   mirrorSession();
   mirrorPerformance();
   mirrorPolicy();
@@ -175,6 +167,9 @@ void ConsoleMirror::mirrorEditing() {
 void ConsoleMirror::mirrorMaster() {
   using View = MasterViewModel;
   AudioChannel& master = *content_.audioEngine().masterChannel();
+  master_.set(View::channelIdKey, master.id.text());
+  master_.derive(
+      View::effectCountKey, [&master] { return EffectRack::occupiedSlots(master).size(); }, master.effectSlots);
   master_.follow(View::volumeKey, master.volume);
   master_.derive(
       View::volumeTextKey, [&master] { return ChannelFaderScale::text(master.volume.get()); }, master.volume);
@@ -255,6 +250,7 @@ void ConsoleMirror::clearProblem() {
 void ConsoleMirror::refresh() {
   refreshSongs();
   refreshStrips();
+  panels_.refresh();
 }
 
 void ConsoleMirror::refreshSongs() {
@@ -322,6 +318,10 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
         return isEmpty ? std::string(text(TextKey::noPlugin, state.language.get())) : channel.pluginName.get();
       },
       channel.pluginPath, channel.pluginName, channel.status, state.language);
+  view.derive(
+      View::hasInstrumentKey, [&] { return !channel.pluginPath.get().empty(); }, channel.pluginPath);
+  view.derive(
+      View::effectCountKey, [&] { return EffectRack::occupiedSlots(channel).size(); }, channel.effectSlots);
   view.follow(View::volumeKey, channel.volume);
   view.derive(
       View::volumeTextKey, [&] { return ChannelFaderScale::text(channel.volume.get()); }, channel.volume);

@@ -13,6 +13,7 @@
 #include "console/window/menu_entry.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
+#include "console/window/panels_mirror.h"
 #include "console/window/texts_view_model.h"
 #include "console/window/view_models.h"
 #include "foundation/observable.h"
@@ -88,6 +89,7 @@ class ConsoleMirror {
   MirrorPublisher<TextsViewModel> texts_;
   MirrorPublisher<AlertViewModel> alert_;
   MirrorPublisher<MenuBarViewModel> menuBar_;
+  PanelsMirror panels_;
   std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;

@@ -10,6 +10,7 @@
 #include "console/window/hints_view_model.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
+#include "console/window/panel_view_models.h"
 #include "console/window/performance_board.h"
 #include "console/window/strip_commands.h"
 #include "console/window/texts_view_model.h"
@@ -29,6 +30,9 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::MasterViewModel* master READ master CONSTANT FINAL)
   Q_PROPERTY(vrel::window::TextsViewModel* texts READ texts CONSTANT FINAL)
   Q_PROPERTY(vrel::window::HintsViewModel* hints READ hints CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::SelectorViewModel* selector READ selector CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::RackViewModel* rack READ rack CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::LearnedControlsViewModel* learned READ learned CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MenuBarViewModel* menuBar READ menuBar CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT FINAL)
@@ -46,6 +50,9 @@ class ConsoleModel : public QObject {
     store_.adopt(mirror_ids::session, session_);
     store_.adopt(mirror_ids::master, master_);
     store_.adopt(mirror_ids::texts, texts_);
+    store_.adopt(mirror_ids::selector, selector_);
+    store_.adopt(mirror_ids::rack, rack_);
+    store_.adopt(mirror_ids::learned, learned_);
     store_.adopt(mirror_ids::alert, alert_);
     store_.adopt(mirror_ids::menuBar, menuBar_);
   }
@@ -54,6 +61,9 @@ class ConsoleModel : public QObject {
   [[nodiscard]] MasterViewModel* master() { return &master_; }
   [[nodiscard]] TextsViewModel* texts() { return &texts_; }
   [[nodiscard]] HintsViewModel* hints() { return &hints_; }
+  [[nodiscard]] SelectorViewModel* selector() { return &selector_; }
+  [[nodiscard]] RackViewModel* rack() { return &rack_; }
+  [[nodiscard]] LearnedControlsViewModel* learned() { return &learned_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
   [[nodiscard]] MenuBarViewModel* menuBar() { return &menuBar_; }
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
@@ -80,6 +90,9 @@ class ConsoleModel : public QObject {
   MasterViewModel master_;
   TextsViewModel texts_;
   HintsViewModel hints_{texts_};
+  SelectorViewModel selector_;
+  RackViewModel rack_;
+  LearnedControlsViewModel learned_;
   AlertViewModel alert_;
   MenuBarViewModel menuBar_;
   MirrorStore store_;

@@ -123,6 +123,8 @@ class StripViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(vrel::window::StripViewModel::Status, status)
   VREL_SHOWN(QString, statusText)
   VREL_SHOWN(QString, instrumentText)
+  VREL_SHOWN(bool, hasInstrument)
+  VREL_SHOWN(int, effectCount)
   VREL_SHOWN(bool, isPlaying)
   VREL_SHOWN(double, volume)  // 0 to 1
   VREL_SHOWN(QString, volumeText)
@@ -159,6 +161,8 @@ class MasterViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(double, volume)  // 0 to 1
   VREL_SHOWN(QString, volumeText)
   VREL_SHOWN(bool, mute)
+  VREL_SHOWN(QString, channelId)
+  VREL_SHOWN(int, effectCount)
 };
 
 /// The question or message that is open.

@@ -158,6 +158,14 @@ TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {
     EXPECT_TRUE(driver.eventually([&] { return driver.isShown(shown) && walk().names.contains(name); })) << name;
     EXPECT_EQ(walk().nameless, std::vector<std::string>()) << shown;
   };
+  driver.click("stripInstrument0");
+  expectNamed("instrumentPanel", "Vrel Player");
+  expectNamed("instrumentSearch", "Search plugin or manufacturer...");
+  driver.key("Escape");
+  driver.click("masterRack");
+  expectNamed("rackPanel", "Search effect or manufacturer...");
+  expectNamed("rackPanel", "Close");
+  driver.key("Escape");
   driver.rightClick("stripNumber0");
   expectNamed("stripMenuCut", "Cut Channel");
   driver.key("Escape");

@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QQuickItem>
 #include <QQuickWindow>
+#include <QUrl>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -33,6 +39,22 @@ class Arranging : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([&] { return driver.isShown(line); })) << line;
     driver.click(line);
     ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(line); })) << line;
+  }
+
+  /// As the desktop does with a file that is dragged from another program.
+  void drop(const std::string& name, const std::string& file) {
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(name); })) << name;
+    const auto* const item = driver.find(name);
+    const QPointF place = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(file))});
+    auto* const window = driver.program().window.quickWindow();
+    QDragEnterEvent enter(place.toPoint(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &enter);
+    QDragMoveEvent move(place.toPoint(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &move);
+    QDropEvent dropped(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &dropped);
   }
 
   void onStrip(const std::string& number, const std::string& line) {
@@ -115,6 +137,45 @@ TEST_F(Arranging, AProblemIsDismissedByAPressAndTheNextOneIsShown) {
     driver.click("problems");
     EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("problems"); })) << time;
   }
+}
+
+TEST_F(Arranging, AnEditIsTakenBackAndDoneAgainByKeys) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(hasStrips({"Piano Lead", "Instrument 2"}));
+  driver.key("ctrl+z");
+  EXPECT_TRUE(hasStrips({"Piano Lead"}));
+  driver.key("ctrl+shift+z");
+  EXPECT_TRUE(hasStrips({"Piano Lead", "Instrument 2"}));
+}
+
+TEST_F(Arranging, TheLearnedControlsAreListedAndOneIsRemovedByAPress) {
+  driver.onLogic([](Session& session) {
+    session.state().globalMidiControlAssignments.set({{{MidiControlKind::channelVolume, 0}, {0xB0, 0, 20}}});
+  });
+  driver.click("menu3");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("Learned Controls"); }));
+  driver.click("Learned Controls");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("learned0"); }));
+  driver.click("forgetLearned0");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("nothingLearned"); }));
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("learnedPanel"); }));
+}
+
+TEST_F(Arranging, FilesThatAreDroppedOnAStripAndBehindTheLastOneArePlayedThere) {
+  drop("stripNumber0", "/nowhere/sea.mp4");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).instrumentText() == QLatin1String("Vrel Visual"); }));
+  drop("addChannelButton", "/nowhere/sky.mp4");
+  EXPECT_TRUE(hasStrips({"Piano Lead", "sky"}));
+}
+
+TEST_F(Arranging, ASetlistThatIsDroppedAnywhereIsOpened) {
+  const auto setlist = driver.home() / "example.vrel";
+  std::filesystem::copy_file(VREL_EXAMPLE_SETLIST, setlist);
+  drop("notesArea", setlist.string());
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  driver.click("alertButton1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().fileName() == QLatin1String("example.vrel"); }));
 }
 
 }  // namespace

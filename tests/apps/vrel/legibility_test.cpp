@@ -91,6 +91,33 @@ TEST_F(Legibility, NorInWhatTheModalAndTheLearnButtonSay) {
   driver.onLogic([](Session& session) { session.state().finishLoadingSession(); });
 }
 
+TEST_F(Legibility, NorInTheSelectorTheRackAndTheLearnedControls) {
+  driver.onLogic([](Session& session) {
+    auto& state = session.state();
+    const AVAudioUnitComponent piano{"Piano", "Maker", {componentTypeMusicDevice, 10, 20}};
+    state.scannedPlugins.set({piano});
+    state.favouritePlugins.set({"aucd:1635085685:10:20"});
+    state.globalMidiControlAssignments.set({{{MidiControlKind::performanceExpression, std::nullopt}, {0xB0, 15, 127}}});
+    session.engine().masterChannel()->effectSlots.set(
+        {AudioPluginSlot{.pluginPath = "aucd:1635083896:30:20", .pluginName = "Parametric Equaliser"}});
+    session.content().instrumentSelector().open(*session.engine().channels()[0]);
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("plugin0"); }));
+  expectRoomInEveryLanguage();
+  driver.onLogic([](Session& session) {
+    session.content().instrumentSelector().cancel();
+    session.content().effectRack().toggle(*session.engine().masterChannel());
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rackEffect0"); }));
+  expectRoomInEveryLanguage();
+  driver.onLogic([](Session& session) {
+    session.content().effectRack().close();
+    session.content().learnedControls().isShown.set(true);
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("learned0"); }));
+  expectRoomInEveryLanguage();
+}
+
 TEST_F(Legibility, NorInTheMenus) {
   for (const Language language : allLanguages) {
     speak(language);

@@ -71,6 +71,12 @@ Window {
         desk: window.desk
     }
 
+    FileDrop {
+        anchors.fill: parent
+        isFramed: false
+        onFileDropped: file => window.desk.commands.dropOnWindow(file)
+    }
+
     FocusScope {
         id: content
 
@@ -138,6 +144,13 @@ Window {
         color: "transparent"
         border.width: 3
         border.color: Theme.live
+    }
+
+    StripPanels {
+        anchors.fill: parent
+        anchors.topMargin: header.y + header.height + Theme.gap
+        desk: window.desk
+        enabled: !window.isCovered
     }
 
     LoadingModal {

@@ -9,6 +9,12 @@ Item {
 
     width: Theme.strip
 
+    FileDrop {
+        anchors.fill: parent
+        z: 1
+        onFileDropped: file => place.desk.commands.dropBehindStrips(file)
+    }
+
     PushButton {
         objectName: "addChannelButton"
         anchors.fill: parent

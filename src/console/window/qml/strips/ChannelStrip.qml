@@ -78,6 +78,11 @@ FocusScope {
             onDragEnded: strip.dragEnded()
         }
 
+        FileDrop {
+            anchors.fill: parent
+            onFileDropped: file => strip.desk.commands.dropOnStrip(strip.entry.channelId, file)
+        }
+
         ColumnLayout {
             anchors.fill: parent
             anchors.margins: 5

@@ -42,6 +42,17 @@ Rectangle {
             onActed: colors.openFor(this, null)
         }
 
+        RackButton {
+            objectName: "masterRack"
+            Layout.fillWidth: true
+            Layout.preferredHeight: 44
+            desk: strip.desk
+            channelId: strip.desk.master.channelId
+            effectCount: strip.desk.master.effectCount
+            title: "MASTER FX"
+            owner: "MASTER"
+        }
+
         LevelColumn {
             Layout.fillWidth: true
             Layout.fillHeight: true

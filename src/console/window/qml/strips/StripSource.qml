@@ -12,26 +12,31 @@ ColumnLayout {
 
     spacing: Theme.isLive ? 4 : 2
 
-    Text {
-        objectName: "stripInstrument" + source.entry.index
+    InstrumentButton {
         Layout.fillWidth: true
         Layout.preferredHeight: 42
-        text: source.entry.isPlaying ? "\u25b6 " + source.entry.instrumentText : source.entry.instrumentText
-        color: source.entry.isPlaying ? Theme.ready : Theme.quietInk
-        font.pixelSize: Theme.tinyText
-        font.letterSpacing: -0.5
-        lineHeight: 0.8
-        wrapMode: Text.WordWrap
-        elide: Text.ElideRight
-        verticalAlignment: Text.AlignVCenter
-        Accessible.role: Accessible.StaticText
-        Accessible.name: source.entry.instrumentText
+        Layout.minimumHeight: 42
+        desk: source.desk
+        entry: source.entry
     }
 
     CrashButtons {
         Layout.fillWidth: true
-        Layout.preferredHeight: Theme.isLive ? 36 : 28
+        Layout.preferredHeight: Theme.isLive ? 36 : 32
+        Layout.minimumHeight: Theme.isLive ? 36 : 32
         desk: source.desk
         entry: source.entry
+    }
+
+    RackButton {
+        objectName: "rack" + source.entry.index
+        Layout.fillWidth: true
+        Layout.preferredHeight: Theme.isLive ? 36 : 24
+        Layout.minimumHeight: Theme.isLive ? 36 : 24
+        desk: source.desk
+        channelId: source.entry.channelId
+        effectCount: source.entry.effectCount
+        title: "FX"
+        owner: source.entry.number + " " + source.entry.name
     }
 }

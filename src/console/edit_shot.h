@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "foundation/uuid.h"
+#include "text/text.h"
+
+// What a person has made at one moment, light enough to be taken at every edit: the undo and redo steps are made of the
+// differences between two. Main thread.
+
+namespace vrel {
+
+class AppState;
+class AudioChannel;
+class AudioEngine;
+class AVAudioNode;
+class AVAudioUnit;
+class PluginState;
+
+/// A strip on stage, or the master.
+struct StripShot {
+  Uuid strip;              // the same in two shots as long as the song stays on stage
+  bool isLoading = false;  // what it plays comes without a further edit
+  ChannelConfig record;    // with the states of those plug-ins that went later
+  // The plug-ins, while this is the last shot: a state can be taken of one that has left its strip.
+  std::shared_ptr<AVAudioNode> instrument;
+  std::map<Uuid, std::shared_ptr<AVAudioUnit>> effects;
+};
+
+struct EditShot {
+  std::optional<Uuid> songOnStage;
+  std::vector<StripShot> strips;
+  StripShot master;
+  SongConfig onStage;  // of the song on stage, beside its strips: notes, tempo, keyboard
+  std::vector<std::shared_ptr<const SongConfig>> songs;  // shared by shots in which they are the same
+
+  [[nodiscard]] std::optional<std::size_t> indexOfStrip(const Uuid& strip) const;
+  [[nodiscard]] std::optional<std::size_t> indexOfSong(const Uuid& song) const;
+};
+
+/// Where two shots differ first: a name for the edit, and what it was made on.
+struct EditDifference {
+  TextKey name;
+  std::string target;
+
+  bool operator==(const EditDifference&) const = default;
+};
+
+/// The present state. Records of songs that are as in `former` are shared with it; without `areSongsNew` all of them
+/// are.
+[[nodiscard]] EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, bool areSongsNew);
+
+/// None for two that look alike to a person; what else happens on stage than edits is not looked at.
+[[nodiscard]] std::optional<EditDifference> differenceOf(const EditShot& before, const EditShot& after);
+
+/// Whether the songs or strips are not the same ones in the same order.
+[[nodiscard]] bool differInOrder(const EditShot& before, const EditShot& after);
+
+[[nodiscard]] bool playSameSource(const ChannelConfig& a, const ChannelConfig& b);
+[[nodiscard]] bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b);
+
+/// Sets the values of a strip that differ between `from` and `to` to those of `to`.
+void changeValues(AudioChannel& channel, const ChannelConfig& from, const ChannelConfig& to);
+
+/// Puts the states of the plug-ins that `after` no longer has into the records of `before`, and the whole of a song
+/// that went from the stage; then releases its plug-ins.
+void keepWhatWent(EditShot& before, const EditShot& after, PluginState& states);
+
+}  // namespace vrel

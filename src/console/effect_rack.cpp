@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/effect_rack.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "console/plugin_preferences.h"
+#include "document/app_state.h"
+#include "document/plugin_path.h"
+#include "engine/audio_engine.h"
+#include "performance/console_selection.h"
+#include "performance/live_mode_policy.h"
+#include "platform/console_output.h"
+#include "platform/dispatch.h"
+#include "text/text.h"
+
+namespace vrel {
+
+EffectRack::EffectRack(const Collaborators& collaborators)
+    : state_(collaborators.state),
+      engine_(collaborators.engine),
+      mainQueue_(collaborators.mainQueue),
+      console_(collaborators.console),
+      plugins_(state_.scannedAudioEffectPlugins.get()) {
+  connections_.push_back(state_.scannedAudioEffectPlugins.changed.connect(
+      [this](const auto& plugins) { plugins_ = PluginList(plugins); }));
+  connections_.push_back(collaborators.selection.channelsViewVersion.changed.connect(
+      [this](std::uint64_t) { closeForStripThatIsGone(); }));
+}
+
+bool EffectRack::mayChange() const {
+  return LiveModePolicy::isAllowed(LiveModeAction::changeRack, state_);
+}
+
+void EffectRack::toggle(const AudioChannel& channel) {
+  const bool isOpen = openChannelId.get() == channel.id;
+  close();
+  if (!isOpen) {
+    openChannelId.set(channel.id);
+  }
+}
+
+void EffectRack::close() {
+  openChannelId.set(std::nullopt);
+  replacedSlotId.set(std::nullopt);
+  searchText.set("");
+}
+
+std::shared_ptr<AudioChannel> EffectRack::channel() const {
+  const auto& id = openChannelId.get();
+  if (id == engine_.masterChannel()->id) {
+    return engine_.masterChannel();
+  }
+  const auto& channels = engine_.channels();
+  const auto found = std::find_if(channels.begin(), channels.end(), [&](const auto& each) { return id == each->id; });
+  return found == channels.end() ? nullptr : *found;
+}
+
+void EffectRack::closeForStripThatIsGone() {
+  if (channel() == nullptr) {
+    close();
+  }
+}
+
+std::vector<AudioPluginSlot> EffectRack::occupiedSlots(const AudioChannel& channel) {
+  std::vector<AudioPluginSlot> occupied;
+  const auto& slots = channel.effectSlots.get();
+  std::copy_if(slots.begin(), slots.end(), std::back_inserter(occupied),
+               [](const auto& slot) { return !slot.pluginPath.empty(); });
+  return occupied;
+}
+
+std::vector<PluginGroup> EffectRack::groups() const {
+  return plugins_.matching(searchText.get());
+}
+
+std::vector<AVAudioUnitComponent> EffectRack::preferred() const {
+  return preferredPlugins(state_, plugins_, searchText.get());
+}
+
+void EffectRack::toggleReplaced(const Uuid& slotId) {
+  if (mayChange()) {
+    replacedSlotId.set(replacedSlotId.get() == slotId ? std::nullopt : std::optional(slotId));
+  }
+}
+
+Uuid EffectRack::takeSlotToFill(const AudioChannel& channel) {
+  const auto replaced = replacedSlotId.get();
+  replacedSlotId.set(std::nullopt);
+  const auto& slots = channel.effectSlots.get();
+  const bool isThere =
+      std::any_of(slots.begin(), slots.end(), [&](const auto& slot) { return replaced && slot.id == *replaced; });
+  return isThere ? *replaced : Uuid::fresh();
+}
+
+void EffectRack::pick(const std::string& key) {
+  const auto target = channel();
+  if (target == nullptr || !mayChange() || state_.showLoadingModal.get()) {
+    return;
+  }
+  const auto component = resolvePluginPath(key, state_.scannedAudioEffectPlugins.get());
+  if (!component) {
+    console_.print("Failed to load effect plugin: " + key + " is not installed (" + target->name.get() + ")");
+    return;
+  }
+  const auto message = target == engine_.masterChannel() ? TextKey::loadingMasterEffect : TextKey::loadingAudioEffect;
+  state_.beginLoadingSession(1, std::string(text(message, state_.language.get())));
+  state_.markEdited();
+  notePluginUse(state_, key);
+  const auto ended = [this, life = life_.watch(), session = state_.loadingSessionToken.get()](bool succeeded) {
+    if (life.isAlive() && succeeded) {
+      state_.markEdited();  // only now is it in the chain
+    }
+    if (life.isAlive() && state_.loadingSessionToken.get() == session) {
+      state_.completeOneLoad();
+    }
+  };
+  // After the modal, so that a plug-in that takes long is not waited for in front of an old picture.
+  mainQueue_.async([this, life = life_.watch(), weakChannel = std::weak_ptr(target), component = *component,
+                    slotId = takeSlotToFill(*target), ended] {
+    const auto channel = weakChannel.lock();
+    if (life.isAlive() && channel != nullptr) {
+      engine_.effects().loadEffect(channel, slotId, component, ended);
+    } else {
+      ended(false);
+    }
+  });
+}
+
+void EffectRack::remove(const Uuid& slotId) {
+  const auto target = channel();
+  if (target == nullptr || !mayChange()) {
+    return;
+  }
+  const auto& slots = target->effectSlots.get();
+  if (std::none_of(slots.begin(), slots.end(), [&](const auto& slot) { return slot.id == slotId; })) {
+    return;
+  }
+  if (replacedSlotId.get() == slotId) {
+    replacedSlotId.set(std::nullopt);
+  }
+  engine_.effects().removeEffectSlot(*target, slotId);
+  state_.markEdited();
+}
+
+void EffectRack::moveUp(const Uuid& slotId) {
+  move(slotId, false);
+}
+
+void EffectRack::moveDown(const Uuid& slotId) {
+  move(slotId, true);
+}
+
+void EffectRack::move(const Uuid& slotId, bool isDown) {
+  const auto target = channel();
+  if (target == nullptr || !mayChange()) {
+    return;
+  }
+  const auto& slots = target->effectSlots.get();
+  const auto offsetOf = [&slots](auto place) { return static_cast<std::size_t>(place - slots.begin()); };
+  const auto isOccupied = [](const AudioPluginSlot& slot) { return !slot.pluginPath.empty(); };
+  const auto from = std::find_if(slots.begin(), slots.end(), [&](const auto& slot) { return slot.id == slotId; });
+  if (from == slots.end()) {
+    return;
+  }
+  std::optional<std::size_t> destination;
+  if (isDown) {
+    const auto next = std::find_if(from + 1, slots.end(), isOccupied);
+    destination = next == slots.end() ? std::nullopt : std::optional(offsetOf(next) + 1);
+  } else {
+    const auto previous = std::find_if(std::make_reverse_iterator(from), slots.rend(), isOccupied);
+    destination = previous == slots.rend() ? std::nullopt : std::optional(offsetOf(previous.base()) - 1);
+  }
+  if (destination) {
+    engine_.effects().moveEffectSlot(*target, {offsetOf(from)}, *destination);
+    state_.markEdited();
+  }
+}
+
+}  // namespace vrel

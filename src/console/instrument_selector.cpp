@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/instrument_selector.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "channel/channel_values.h"
+#include "console/plugin_preferences.h"
+#include "document/app_state.h"
+#include "document/plugin_path.h"
+#include "engine/audio_engine.h"
+#include "performance/console_selection.h"
+#include "performance/live_mode_policy.h"
+#include "platform/console_output.h"
+#include "platform/dispatch.h"
+#include "text/text.h"
+
+namespace vrel {
+namespace {
+
+/// Ends the notes of an instrument that leaves its strip: it may play again, elsewhere.
+void silenceInstrument(const std::shared_ptr<AVAudioNode>& node) {
+  if (auto* instrument = dynamic_cast<AVAudioUnitMIDIInstrument*>(node.get())) {
+    MidiRouter::silence(*instrument);
+  }
+}
+
+}  // namespace
+
+InstrumentSelector::InstrumentSelector(const Collaborators& collaborators)
+    : state_(collaborators.state),
+      engine_(collaborators.engine),
+      mainQueue_(collaborators.mainQueue),
+      console_(collaborators.console),
+      selection_(collaborators.selection),
+      plugins_(state_.scannedPlugins.get()) {
+  connections_.push_back(
+      state_.scannedPlugins.changed.connect([this](const auto& plugins) { plugins_ = PluginList(plugins); }));
+  connections_.push_back(
+      selection_.channelsViewVersion.changed.connect([this](std::uint64_t) { closeForStripThatIsGone(); }));
+}
+
+void InstrumentSelector::open(const AudioChannel& channel) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_)) {
+    return;
+  }
+  if (state_.pluginSelectorChannelId.get() != channel.id) {
+    endTrial();
+  }
+  selection_.selectedChannelId.set(channel.id);
+  state_.pluginSelectorChannelId.set(channel.id);
+}
+
+void InstrumentSelector::close() {
+  state_.pluginSelectorChannelId.set(std::nullopt);
+}
+
+void InstrumentSelector::cancel() {
+  endTrial();
+  close();
+}
+
+std::shared_ptr<AudioChannel> InstrumentSelector::channel() const {
+  const auto& id = state_.pluginSelectorChannelId.get();
+  const auto& channels = engine_.channels();
+  const auto found =
+      std::find_if(channels.begin(), channels.end(), [&](const auto& each) { return id && each->id == *id; });
+  return found == channels.end() ? nullptr : *found;
+}
+
+void InstrumentSelector::closeForStripThatIsGone() {
+  if (channel() == nullptr) {
+    dropTrial();
+    close();
+  }
+}
+
+void InstrumentSelector::setSearchText(const std::string& text) {
+  state_.pluginSelectorFilter.set(text);
+}
+
+std::vector<PluginGroup> InstrumentSelector::groups() const {
+  return plugins_.matching(state_.pluginSelectorFilter.get());
+}
+
+std::vector<AVAudioUnitComponent> InstrumentSelector::preferred() const {
+  return preferredPlugins(state_, plugins_, state_.pluginSelectorFilter.get());
+}
+
+void InstrumentSelector::pick(const std::string& key) {
+  const auto target = channel();
+  if (target == nullptr || !LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_)) {
+    return;
+  }
+  const bool isPlayed = trial_ && triedKey.get() == key && !trial_->isLoading && target->pluginPath.get() == key &&
+                        target->status.get() == ChannelStatus::running;
+  const auto own = trial_ ? std::optional(trial_->own) : std::nullopt;
+  dropTrial();
+  close();
+  if (const auto component = resolvePluginPath(key, state_.scannedPlugins.get())) {
+    notePluginUse(state_, key);
+    if (!isPlayed) {
+      load(target, *component, own);
+    }
+  } else {
+    console_.print("Failed to load plugin: " + key + " is not installed (" + target->name.get() + ")");
+    if (own) {
+      put(target, *own);
+    }
+    target->status.set(ChannelStatus::loadFailed);
+  }
+  state_.markEdited();
+}
+
+void InstrumentSelector::load(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
+                              const std::optional<ChannelConfig>& own) {
+  state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
+  channel->status.set(ChannelStatus::loading);
+  const auto ended = [this, life = life_.watch(), session = state_.loadingSessionToken.get()] {
+    if (life.isAlive() && state_.loadingSessionToken.get() == session) {
+      state_.completeOneLoad();
+    }
+  };
+  // After the modal, so that a plug-in that takes long is not waited for in front of an old picture.
+  mainQueue_.async([this, life = life_.watch(), weakChannel = std::weak_ptr(channel), component, own, ended] {
+    const auto target = weakChannel.lock();
+    if (!life.isAlive() || target == nullptr) {
+      ended();
+      return;
+    }
+    const auto loaded = [this, life, weakChannel, old = target->instrumentNode.get(), own, ended](bool succeeded) {
+      if (succeeded) {
+        silenceInstrument(old);
+        if (life.isAlive()) {
+          state_.markEdited();  // only now does the strip play something else
+        }
+      } else if (const auto strip = weakChannel.lock();
+                 own && life.isAlive() && strip != nullptr && strip->status.get() == ChannelStatus::loadFailed) {
+        put(strip, *own);
+      }
+      ended();
+    };
+    engine_.instruments().loadInstrument(target, component, std::nullopt, loaded);
+  });
+}
+
+void InstrumentSelector::tryOut(const std::string& key) {
+  const auto target = channel();
+  if (target == nullptr || !LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_) ||
+      !resolvePluginPath(key, state_.scannedPlugins.get())) {
+    return;
+  }
+  if (!trial_) {
+    auto& own = trial_.emplace(Trial{.channel = target, .own = {}, .next = {}}).own;
+    own.pluginPath = target->pluginPath.get();
+    own.pluginStateBase64 = engine_.pluginState().capturePluginState(*target);
+    storePlaybackValues(*target, own);
+    own.visualClipMappings = target->visualClipMappings.get();
+  }
+  triedKey.set(key);
+  if (trial_->isLoading) {
+    trial_->next = key;
+  } else {
+    loadTried(key);
+  }
+}
+
+void InstrumentSelector::loadTried(const std::string& key) {
+  const auto target = trial_->channel.lock();
+  const auto component = resolvePluginPath(key, state_.scannedPlugins.get());
+  if (target == nullptr || !component) {
+    return;
+  }
+  trial_->isLoading = true;
+  engine_.instruments().loadInstrument(
+      target, *component, std::nullopt,
+      [this, life = life_.watch(), id = trial_->id, old = target->instrumentNode.get()](bool succeeded) {
+        if (succeeded) {
+          silenceInstrument(old);
+        }
+        if (life.isAlive()) {
+          triedLoadEnded(id);
+        }
+      });
+}
+
+void InstrumentSelector::triedLoadEnded(const Uuid& trialId) {
+  if (!trial_ || trial_->id != trialId) {
+    return;
+  }
+  trial_->isLoading = false;
+  if (const auto next = std::exchange(trial_->next, std::nullopt)) {
+    loadTried(*next);
+  }
+}
+
+void InstrumentSelector::dropTrial() {
+  trial_.reset();
+  triedKey.set("");
+}
+
+void InstrumentSelector::endTrial() {
+  const auto trial = std::move(trial_);
+  dropTrial();
+  if (const auto target = trial ? trial->channel.lock() : nullptr) {
+    put(target, trial->own);
+  }
+}
+
+void InstrumentSelector::put(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source) {
+  const auto component = resolvePluginPath(source.pluginPath, state_.scannedPlugins.get());
+  if (component) {
+    engine_.instruments().loadInstrument(channel, *component, source.pluginStateBase64,
+                                         [old = channel->instrumentNode.get()](bool succeeded) {
+                                           if (succeeded) {
+                                             silenceInstrument(old);
+                                           }
+                                         });
+    return;
+  }
+  silenceInstrument(channel->instrumentNode.get());
+  const auto kind = pluginPathKind(source.pluginPath);
+  if (kind == PluginPathKind::visual) {
+    engine_.instruments().loadVisualInstrument(*channel, source.visualClipMappings, nullptr);
+    return;
+  }
+  turnToPlayback(*channel);
+  channel->pluginPath.set(source.pluginPath);
+  if (kind == PluginPathKind::playback && !source.playbackFilePath.empty()) {
+    applyPlaybackValues(*channel, source);
+    engine_.playbackLoader().loadPlaybackInstrument(*channel, source);
+  } else if (kind == PluginPathKind::empty) {
+    channel->pluginName.set("");
+  } else if (kind != PluginPathKind::playback) {
+    channel->pluginName.set("");
+    channel->status.set(ChannelStatus::loadFailed);
+  }
+}
+
+void InstrumentSelector::amendRecord(const AudioChannel& channel, ChannelConfig& record) const {
+  if (!trial_ || trial_->channel.lock().get() != &channel) {
+    return;
+  }
+  const ChannelConfig& own = trial_->own;
+  record.pluginPath = own.pluginPath;
+  record.pluginStateBase64 = own.pluginStateBase64;
+  record.playbackFilePath = own.playbackFilePath;
+  record.playbackLoop = own.playbackLoop;
+  record.playbackStartTime = own.playbackStartTime;
+  record.playbackEndTime = own.playbackEndTime;
+  record.playbackStopMode = own.playbackStopMode;
+  record.visualClipMappings = own.visualClipMappings;
+}
+
+/// A player without a file.
+void InstrumentSelector::turnToPlayback(AudioChannel& channel) {
+  engine_.instruments().unloadInstrument(channel);
+  channel.pluginPath.set(std::string(pathPlayback));
+  channel.pluginName.set(std::string(text(TextKey::playbackTitle, state_.language.get())));
+  engine_.applyMixerLevels();
+}
+
+std::shared_ptr<AudioChannel> InstrumentSelector::takeForInternalSource() {
+  auto target = LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state_) ? channel() : nullptr;
+  if (target != nullptr) {
+    dropTrial();
+    close();
+    silenceInstrument(target->instrumentNode.get());
+    state_.markEdited();
+  }
+  return target;
+}
+
+void InstrumentSelector::pickPlayback() {
+  if (const auto target = takeForInternalSource()) {
+    turnToPlayback(*target);
+  }
+}
+
+void InstrumentSelector::pickVisual() {
+  if (const auto target = takeForInternalSource()) {
+    engine_.instruments().loadVisualInstrument(*target, {}, nullptr);
+  }
+}
+
+void InstrumentSelector::removeInstrument(AudioChannel& channel) {
+  if (channel.pluginKind() == PluginPathKind::empty ||
+      !LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_)) {
+    return;
+  }
+  if (trial_ && trial_->channel.lock().get() == &channel) {
+    dropTrial();
+    close();
+  }
+  silenceInstrument(channel.instrumentNode.get());
+  engine_.instruments().unloadInstrument(channel);
+  engine_.applyMixerLevels();
+  state_.markEdited();
+}
+
+}  // namespace vrel

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/window/panels_mirror.h"
+
+#include <QList>
+#include <string>
+
+#include "console/content_view.h"
+#include "console/plugin_preferences.h"
+#include "console/window/strip_color.h"
+#include "document/app_state.h"
+#include "document/plugin_path.h"
+#include "engine/audio_engine.h"
+#include "performance/live_mode_policy.h"
+#include "text/text.h"
+
+namespace vrel::window {
+namespace {
+
+void append(QList<PluginRow>& rows, const AppState& state, const QString& section, const AVAudioUnitComponent& plugin) {
+  const auto key = pluginKey(plugin);
+  rows.append({section, QString::fromStdString(key), QString::fromStdString(plugin.name),
+               QString::fromStdString(plugin.manufacturerName), isFavouritePlugin(state, key)});
+}
+
+QList<PluginRow> rowsOf(const AppState& state, const std::vector<AVAudioUnitComponent>& preferred,
+                        const std::vector<PluginGroup>& groups) {
+  const auto title = text(TextKey::favouritesTitle, state.language.get());
+  QList<PluginRow> rows;
+  for (const auto& plugin : preferred) {
+    append(rows, state, QString::fromUtf8(title.data(), static_cast<qsizetype>(title.size())), plugin);
+  }
+  for (const auto& group : groups) {
+    for (const auto& plugin : group.plugins) {
+      append(rows, state, QString::fromStdString(group.manufacturerName), plugin);
+    }
+  }
+  return rows;
+}
+
+}  // namespace
+
+PanelsMirror::PanelsMirror(MirrorSource& source, ContentView& content)
+    : content_(content),
+      selector_(source, mirror_ids::selector),
+      rack_(source, mirror_ids::rack),
+      learned_(source, mirror_ids::learned) {
+  mirrorSelector(source);
+  mirrorRack(source);
+  mirrorLearned(source);
+}
+
+void PanelsMirror::mirrorSelector(MirrorSource& source) {
+  using View = SelectorViewModel;
+  AppState& state = content_.appState();
+  const auto markInstruments = [this, &source](const auto&) {
+    areInstrumentsNew_ = true;
+    source.schedule();
+  };
+  connections_.push_back(state.scannedPlugins.changed.connect(markInstruments));
+  connections_.push_back(state.pluginSelectorFilter.changed.connect(markInstruments));
+  connections_.push_back(state.pluginSelectorChannelId.changed.connect(markInstruments));
+  connections_.push_back(state.favouritePlugins.changed.connect(markInstruments));
+  connections_.push_back(state.recentPlugins.changed.connect(markInstruments));
+  connections_.push_back(state.language.changed.connect(markInstruments));
+  selector_.derive(
+      View::isOpenKey, [&state] { return state.pluginSelectorChannelId.get().has_value(); },
+      state.pluginSelectorChannelId);
+  selector_.follow(View::searchTextKey, state.pluginSelectorFilter);
+  selector_.follow(View::triedKeyKey, content_.instrumentSelector().triedKey);
+  selector_.derive(
+      View::mayChooseInternalSourceKey,
+      [&state] { return LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state); },
+      state.isLiveModeEnabled);
+}
+
+void PanelsMirror::mirrorRack(MirrorSource& source) {
+  using View = RackViewModel;
+  AppState& state = content_.appState();
+  EffectRack& rack = content_.effectRack();
+  const auto markEffects = [this, &source](const auto&) {
+    areEffectsNew_ = true;
+    source.schedule();
+  };
+  connections_.push_back(state.scannedAudioEffectPlugins.changed.connect(markEffects));
+  connections_.push_back(rack.searchText.changed.connect(markEffects));
+  connections_.push_back(state.favouritePlugins.changed.connect(markEffects));
+  connections_.push_back(state.recentPlugins.changed.connect(markEffects));
+  connections_.push_back(state.language.changed.connect(markEffects));
+  connections_.push_back(rack.openChannelId.changed.connect([this, &source, markEffects](const auto& id) {
+    markEffects(id);
+    followOpenRack(source);
+  }));
+  rack_.derive(
+      View::isOpenKey, [&rack] { return rack.openChannelId.get().has_value(); }, rack.openChannelId);
+  rack_.follow(View::replacedSlotIdKey, rack.replacedSlotId);
+  rack_.follow(View::searchTextKey, rack.searchText);
+  rack_.derive(
+      View::mayChangeKey, [&state] { return LiveModePolicy::isAllowed(LiveModeAction::changeRack, state); },
+      state.isLiveModeEnabled);
+}
+
+void PanelsMirror::followOpenRack(MirrorSource& source) {
+  rackConnections_.clear();
+  if (const auto channel = content_.effectRack().channel()) {
+    const auto refreshSoon = [&source](const auto&) { source.schedule(); };
+    rackConnections_.push_back(channel->effectSlots.changed.connect(refreshSoon));
+    rackConnections_.push_back(channel->effectNodes.changed.connect(refreshSoon));
+  }
+}
+
+void PanelsMirror::refresh() {
+  refreshSelector();
+  refreshRack();
+  refreshLearned();
+}
+
+std::string PanelsMirror::shownName(const AudioChannel& channel) const {
+  const auto index = content_.channelOperations().indexOf(channel.id);
+  return index ? std::to_string(*index + 1) + "  " + channel.name.get() : channel.name.get();
+}
+
+void PanelsMirror::refreshSelector() {
+  using View = SelectorViewModel;
+  InstrumentSelector& selector = content_.instrumentSelector();
+  const auto channel = selector.channel();
+  if (channel == nullptr) {
+    return;  // what was shown last stays until the panel has gone
+  }
+  selector_.set(View::stripNameKey, shownName(*channel));
+  selector_.set(View::colorKey, colorOf(channel->color.get()));
+  selector_.set(View::loadedKeyKey, channel->pluginPath.get());
+  if (areInstrumentsNew_) {
+    areInstrumentsNew_ = false;
+    selector_.set(View::rowsKey, rowsOf(content_.appState(), selector.preferred(), selector.groups()));
+  }
+}
+
+void PanelsMirror::refreshRack() {
+  using View = RackViewModel;
+  EffectRack& rack = content_.effectRack();
+  const auto channel = rack.channel();
+  if (channel == nullptr) {
+    return;  // what was shown last stays until the panel has gone
+  }
+  rack_.set(View::ownerNameKey, shownName(*channel));
+  rack_.set(View::colorKey, colorOf(channel->color.get()));
+  QList<RackSlot> effects;
+  for (const auto& slot : EffectRack::occupiedSlots(*channel)) {
+    effects.append({QString::fromStdString(slot.id.text()), QString::fromStdString(slot.pluginName),
+                    !channel->effectNodes.get().contains(slot.id)});
+  }
+  rack_.set(View::effectsKey, effects);
+  if (areEffectsNew_) {
+    areEffectsNew_ = false;
+    rack_.set(View::rowsKey, rowsOf(content_.appState(), rack.preferred(), rack.groups()));
+  }
+}
+
+void PanelsMirror::mirrorLearned(MirrorSource& source) {
+  using View = LearnedControlsViewModel;
+  AppState& state = content_.appState();
+  auto& isShown = content_.learnedControls().isShown;
+  const auto refreshSoon = [&source](const auto&) { source.schedule(); };
+  connections_.push_back(state.globalMidiControlAssignments.changed.connect(refreshSoon));
+  connections_.push_back(state.songs.changed.connect(refreshSoon));
+  connections_.push_back(state.language.changed.connect(refreshSoon));
+  connections_.push_back(isShown.changed.connect(refreshSoon));
+  learned_.follow(View::isOpenKey, isShown);
+  learned_.derive(
+      View::mayRemoveKey, [&state] { return LiveModePolicy::isAllowed(LiveModeAction::clearMidiLearn, state); },
+      state.isLiveModeEnabled);
+}
+
+void PanelsMirror::refreshLearned() {
+  if (!content_.learnedControls().isShown.get()) {
+    return;
+  }
+  QList<LearnedEntry> rows;
+  for (const auto& control : content_.learnedControls().all()) {
+    LearnedEntry row;
+    row.controlId = QString::fromStdString(control.id);
+    row.control = QString::fromStdString(control.control);
+    row.source = QString::fromStdString(control.source);
+    row.place = QString::fromStdString(control.place);
+    rows.append(row);
+  }
+  learned_.set(LearnedControlsViewModel::controlsKey, rows);
+}
+
+}  // namespace vrel::window

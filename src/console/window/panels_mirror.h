@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "console/window/mirror_publisher.h"
+#include "console/window/mirror_source.h"
+#include "console/window/panel_view_models.h"
+
+namespace vrel {
+class AudioChannel;
+class ContentView;
+}  // namespace vrel
+
+namespace vrel::window {
+
+namespace mirror_ids {
+inline constexpr FixedMirrorId<SelectorViewModel> selector{20};
+inline constexpr FixedMirrorId<RackViewModel> rack{21};
+inline constexpr FixedMirrorId<LearnedControlsViewModel> learned{22};
+}  // namespace mirror_ids
+
+/// Says where each property of the panels that choose plug-ins comes from. Main thread. All is borrowed.
+class PanelsMirror {
+ public:
+  PanelsMirror(MirrorSource& source, ContentView& content);
+
+  /// To be called in each refresh of the mirror.
+  void refresh();
+
+ private:
+  void mirrorSelector(MirrorSource& source);
+  void mirrorRack(MirrorSource& source);
+  void followOpenRack(MirrorSource& source);
+  [[nodiscard]] std::string shownName(const AudioChannel& channel) const;
+  void refreshSelector();
+  void refreshRack();
+  void mirrorLearned(MirrorSource& source);
+  void refreshLearned();
+
+  ContentView& content_;
+  MirrorPublisher<SelectorViewModel> selector_;
+  MirrorPublisher<RackViewModel> rack_;
+  MirrorPublisher<LearnedControlsViewModel> learned_;
+  bool areInstrumentsNew_ = true;
+  bool areEffectsNew_ = true;
+  std::vector<std::shared_ptr<void>> rackConnections_;
+  std::vector<std::shared_ptr<void>> connections_;
+};
+
+}  // namespace vrel::window

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// All learned controls of the setlist: what each moves, what of the hardware moves it, and where it holds. A press removes one.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vrel.Console
+
+ChoicePanel {
+    id: panel
+
+    readonly property LearnedControlsViewModel learned: desk.learned
+
+    objectName: "learnedPanel"
+    isOpen: learned.isOpen
+    title: desk.texts.midiLearn
+    owner: desk.texts.learnedControls
+    color: Theme.learnable
+    onClosed: desk.commands.closeLearnedControls()
+    onOpened: list.forceActiveFocus(Qt.PopupFocusReason)
+
+    ListView {
+        id: list
+
+        objectName: "learnedList"
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        clip: true
+        spacing: 4
+        boundsBehavior: Flickable.StopAtBounds
+        activeFocusOnTab: true
+        highlightMoveDuration: 0
+        model: panel.learned.controls
+        Keys.onDeletePressed: if (currentItem) (currentItem as LearnedRow).removed()
+
+        Accessible.role: Accessible.List
+        Accessible.name: panel.owner
+
+        ScrollBar.vertical: ScrollBar {
+            policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
+            width: 12
+            Accessible.name: panel.owner
+        }
+
+        delegate: LearnedRow {
+            width: list.width - 14
+            desk: panel.desk
+            isOffered: panel.learned.mayRemove
+            isCurrent: list.activeFocus && ListView.isCurrentItem
+            onRemoved: panel.desk.commands.removeLearnedControl(modelData.controlId)
+        }
+    }
+
+    Text {
+        objectName: "nothingLearned"
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: list.count === 0
+        text: panel.desk.texts.nothingLearned
+        color: Theme.quietInk
+        font.pixelSize: Theme.bodyText
+        wrapMode: Text.Wrap
+        horizontalAlignment: Text.AlignHCenter
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+}

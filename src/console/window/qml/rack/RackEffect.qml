@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One effect of a rack: its name, its place in the chain, and what can be done with it. A frame marks the one that the next choice
+// replaces.
+import QtQuick
+import QtQuick.Layouts
+import Vrel.Console
+
+Rectangle {
+    id: row
+
+    required property ConsoleModel desk
+    required property RackViewModel rack
+    required property int count
+    required property int index
+    required property rackSlot modelData
+
+    readonly property bool isReplaced: rack.replacedSlotId !== "" && rack.replacedSlotId === modelData.slotId
+    readonly property bool mayChange: rack.mayChange
+
+    function hintOf(words: string): string {
+        return mayChange ? words : desk.texts.notInLiveMode;
+    }
+
+    objectName: "rackEffect" + index
+    implicitHeight: Theme.touch
+    radius: Theme.radius
+    color: Theme.raised
+    border.width: isReplaced ? 2 : 0
+    border.color: Theme.teal
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: modelData.name
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 6
+        spacing: 2
+
+        DragGlyph {
+            Layout.alignment: Qt.AlignVCenter
+        }
+        PushButton {
+            objectName: "openEffect" + row.index
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            text: row.modelData.name
+            spokenName: row.desk.texts.openEffect + " " + row.modelData.name
+            fill: "transparent"
+            edge: "transparent"
+            ink: row.modelData.isMissing ? Theme.warning : Theme.ink
+            isOffered: false
+            hint: row.desk.texts.noEffectWindow
+        }
+        PushButton {
+            objectName: "replaceEffect" + row.index
+            text: "\u21c4"
+            spokenName: row.desk.texts.replaceEffect + " " + row.modelData.name
+            hint: row.hintOf(row.desk.texts.replaceEffect)
+            isOffered: row.mayChange
+            onClicked: row.desk.commands.toggleReplacedEffect(row.modelData.slotId)
+        }
+        PushButton {
+            objectName: "effectUp" + row.index
+            text: "\u25b2"
+            spokenName: row.desk.texts.moveEffectUp + " " + row.modelData.name
+            hint: row.hintOf(row.desk.texts.moveEffectUp)
+            isOffered: row.mayChange && row.index > 0
+            onClicked: row.desk.commands.moveEffectUp(row.modelData.slotId)
+        }
+        PushButton {
+            objectName: "effectDown" + row.index
+            text: "\u25bc"
+            spokenName: row.desk.texts.moveEffectDown + " " + row.modelData.name
+            hint: row.hintOf(row.desk.texts.moveEffectDown)
+            isOffered: row.mayChange && row.index < row.count - 1
+            onClicked: row.desk.commands.moveEffectDown(row.modelData.slotId)
+        }
+        PushButton {
+            objectName: "removeEffect" + row.index
+            text: "\u2715"
+            spokenName: row.desk.texts.removeEffect + " " + row.modelData.name
+            hint: row.hintOf(row.desk.texts.removeEffect)
+            isOffered: row.mayChange
+            onClicked: row.desk.commands.removeEffect(row.modelData.slotId)
+        }
+    }
+}

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Chooses what a strip plays. It lies over the setlist's column, so that the strips can be seen and played meanwhile.
+import QtQuick
+import QtQuick.Layouts
+import Vrel.Console
+
+ChoicePanel {
+    id: panel
+
+    readonly property SelectorViewModel selector: desk.selector
+
+    objectName: "instrumentPanel"
+    isOpen: selector.isOpen
+    title: desk.texts.instruments
+    owner: selector.stripName
+    color: selector.color
+    onClosed: desk.commands.cancelInstrumentSelector()
+    onOpened: search.forceActiveFocus(Qt.PopupFocusReason)
+
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: Theme.gap
+
+        SourceButton {
+            objectName: "playbackSource"
+            Layout.fillWidth: true
+            Layout.preferredWidth: 100
+            title: panel.desk.texts.playbackTitle
+            subtitle: panel.desk.texts.playbackSubtitle
+            hint: panel.desk.texts.notInLiveMode
+            isOffered: panel.selector.mayChooseInternalSource
+            onClicked: panel.desk.commands.pickPlayback()
+        }
+        SourceButton {
+            objectName: "visualSource"
+            Layout.fillWidth: true
+            Layout.preferredWidth: 100
+            title: panel.desk.texts.visualTitle
+            subtitle: panel.desk.texts.visualSubtitle
+            hint: panel.desk.texts.notInLiveMode
+            isOffered: panel.selector.mayChooseInternalSource
+            onClicked: panel.desk.commands.pickVisual()
+        }
+    }
+
+    EntryField {
+        id: search
+
+        objectName: "instrumentSearch"
+        Layout.fillWidth: true
+        placeholderText: panel.desk.texts.pluginSearchPlaceholder
+        spokenName: placeholderText
+        echo: panel.selector.searchText
+        readOnly: !panel.desk.session.mayTypeText
+        selectsAll: true
+        Keys.priority: Keys.BeforeItem
+        Keys.onPressed: event => plugins.takeKey(event)
+        onTyped: text => {
+            plugins.keepsCurrent = false;
+            panel.desk.commands.setInstrumentSearch(text);
+        }
+    }
+
+    PluginListView {
+        id: plugins
+
+        objectName: "instrumentList"
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: count > 0
+        desk: panel.desk
+        pluginRows: panel.selector.rows
+        loadedKey: panel.selector.loadedKey
+        triedKey: panel.selector.triedKey
+        canTry: true
+        onTried: key => panel.desk.commands.tryInstrument(key)
+        onPicked: key => panel.desk.commands.pickInstrument(key)
+    }
+
+    NothingFound {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: plugins.count === 0
+        desk: panel.desk
+        title: panel.desk.texts.noResults
+    }
+}

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One of the two sources of the program's own: its title, and under it what it plays.
+import QtQuick
+import QtQuick.Controls.Basic
+import Vrel.Console
+
+AbstractButton {
+    id: button
+
+    required property string title
+    required property string subtitle
+    property string hint
+    property bool isOffered: true
+
+    implicitHeight: 68
+    enabled: isOffered
+    opacity: isOffered ? 1 : 0.45
+
+    Accessible.role: Accessible.Button
+    Accessible.name: title
+    Accessible.description: isOffered ? subtitle : hint
+    Accessible.onPressAction: button.clicked()
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: button.down ? Qt.lighter(Theme.raised, 1.35) : Theme.raised
+        border.width: button.visualFocus ? 3 : 1
+        border.color: button.visualFocus ? Theme.teal : Theme.line
+    }
+
+    contentItem: Item {
+        Column {
+            anchors.verticalCenter: parent.verticalCenter
+            x: 12
+            width: parent.width - 24
+            spacing: 2
+
+            Text {
+                width: parent.width
+                text: button.title
+                color: Theme.ink
+                font.pixelSize: Theme.bodyText
+                font.bold: true
+                elide: Text.ElideRight
+            }
+            Text {
+                width: parent.width
+                text: button.subtitle
+                color: Theme.quietInk
+                font.pixelSize: 12
+                wrapMode: Text.Wrap
+            }
+        }
+    }
+
+    Hint {
+        over: button
+        text: button.isOffered ? "" : button.hint
+    }
+}

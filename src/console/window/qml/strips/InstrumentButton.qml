@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the strip plays. A press chooses it or, on a strip that holds something, asks whether to change or remove it.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Vrel.Console
+
+PushButton {
+    id: button
+
+    required property ConsoleModel desk
+    required property StripViewModel entry
+
+    objectName: "stripInstrument" + entry.index
+    padding: 0
+    text: entry.isPlaying ? "\u25b6 " + entry.instrumentText : entry.instrumentText
+    spokenName: desk.texts.instruments + " " + entry.number + " " + entry.instrumentText
+    fill: Theme.panel
+    ink: entry.isPlaying ? Theme.ready : Theme.quietInk
+    onClicked: {
+        if (entry.hasInstrument)
+            menu.popup(button, 0, height);
+        else
+            desk.commands.openInstrumentSelector(entry.channelId);
+    }
+
+    contentItem: Text {
+        text: button.text
+        color: button.ink
+        font.pixelSize: Theme.tinyText
+        font.letterSpacing: -0.5
+        lineHeight: 0.8
+        wrapMode: Text.WordWrap
+        elide: Text.ElideRight
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+    }
+
+    PopupMenu {
+        id: menu
+
+        PopupEntry {
+            objectName: "changeInstrument"
+            text: button.desk.texts.changeInstrument
+            onTriggered: button.desk.commands.openInstrumentSelector(button.entry.channelId)
+        }
+        PopupEntry {
+            objectName: "removeInstrument"
+            text: button.desk.texts.removeInstrument
+            onTriggered: button.desk.commands.removeInstrument(button.entry.channelId)
+        }
+    }
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "apps/vrel/console_fixture.h"
+
+namespace vrel::app::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+/// The racks of the console, with the zoo's plug-ins installed.
+class RackPanel : public ConsoleFixture {
+ protected:
+  RackPanel() { ::setenv("LV2_PATH", VREL_ZOO_PATH, 1); }
+  ~RackPanel() override {
+    driver.close();
+    ::setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
+  }
+
+  void open(const std::string& button) {
+    driver.click(button);
+    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rackPanel"); }));
+  }
+
+  void add(const std::string& effect) {
+    driver.click("effectSearch");
+    driver.key("ctrl+a");
+    driver.type(effect);
+    ASSERT_TRUE(driver.eventually([&] { return driver.value("effect0", "name").toString().toStdString() == effect; }))
+        << effect;
+    driver.key("Return");
+  }
+
+  Names effectsOf(bool isMaster) {
+    return driver.fromLogic<Names>([isMaster](Session& session) {
+      Names names;
+      const auto& channel = isMaster ? session.engine().masterChannel() : session.engine().channels()[0];
+      for (const auto& slot : channel->effectSlots.get()) {
+        names.push_back(slot.pluginName);
+      }
+      return names;
+    });
+  }
+
+  bool has(const Names& names, bool isMaster = false) {
+    return driver.eventually([&] { return effectsOf(isMaster) == names; });
+  }
+};
+
+TEST_F(RackPanel, EffectsAreAddedMovedReplacedAndRemovedOnAStrip) {
+  open("rack0");
+  add("Zoo Gain");
+  ASSERT_TRUE(has({"Zoo Gain"}));
+  add("Zoo Mono Effect");
+  ASSERT_TRUE(has({"Zoo Gain", "Zoo Mono Effect"}));
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).effectCount() == 2; }));
+  driver.click("effectUp1");
+  EXPECT_TRUE(has({"Zoo Mono Effect", "Zoo Gain"}));
+  EXPECT_FALSE(driver.value("effectUp0", "enabled").toBool()) << "the first cannot go further";
+  EXPECT_FALSE(driver.value("effectDown1", "enabled").toBool()) << "the last cannot go further";
+  driver.click("replaceEffect0");
+  add("Zoo Gain");
+  EXPECT_TRUE(has({"Zoo Gain", "Zoo Gain"}));
+  driver.click("removeEffect1");
+  EXPECT_TRUE(has({"Zoo Gain"}));
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("rackPanel"); }));
+}
+
+TEST_F(RackPanel, TheMasterHasOneToo) {
+  open("masterRack");
+  add("Zoo Gain");
+  EXPECT_TRUE(has({"Zoo Gain"}, true));
+  driver.click("masterRack");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("rackPanel"); }));
+}
+
+TEST_F(RackPanel, InLiveModeItListsAndNothingCanBePressed) {
+  open("rack0");
+  add("Zoo Gain");
+  ASSERT_TRUE(has({"Zoo Gain"}));
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  for (const auto* control :
+       {"openEffect0", "replaceEffect0", "effectUp0", "effectDown0", "removeEffect0", "effect0"}) {
+    EXPECT_TRUE(driver.isShown(control)) << control;
+    EXPECT_FALSE(driver.value(control, "enabled").toBool()) << control;
+    EXPECT_LT(driver.value(control, "opacity").toDouble(), 1) << control << " is drawn dim";
+  }
+}
+
+}  // namespace
+}  // namespace vrel::app::test

@@ -1,0 +1,468 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/instrument_selector.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "console/plugin_preferences.h"
+#include "console/window/console_stage.h"
+#include "document/plugin_path.h"
+
+namespace vrel {
+namespace {
+
+/// Two songs with two empty strips each, the first on stage.
+class Selector : public window::ConsoleStage {
+ protected:
+  Selector() {
+    addSong("One", {record("A", ""), record("B", "")});
+    addSong("Two", {record("C", ""), record("D", "")});
+    appear();
+    content.songSwitch().applySong(0);
+    answerAll();
+    state.isDirty.set(false);
+  }
+
+  [[nodiscard]] InstrumentSelector& selector() { return content.instrumentSelector(); }
+  [[nodiscard]] bool isOpen() { return selector().channel() != nullptr; }
+
+  void pickAndLoad(std::size_t index, const std::string& key) {
+    selector().open(strip(index));
+    selector().pick(key);
+    answerAll();
+  }
+
+  static simulation::ScriptedUnitCore& coreOf(AudioChannel& channel) {
+    return dynamic_cast<simulation::ScriptedInstrument&>(*channel.instrumentNode.get()).core;
+  }
+
+  static inline const AVAudioUnitComponent harp{"Harp", "Maker", {componentTypeMusicDevice, 12, 20}};
+
+  /// The organ hangs, and the piano is picked when the modal has given up.
+  void pickTwiceAndAnswer(std::size_t first) {
+    selector().open(strip(0));
+    selector().pick(organKey);
+    settle();
+    state.finishLoadingSession();
+    selector().open(strip(0));
+    selector().pick(pianoKey);
+    settle();
+    ASSERT_EQ(units.requests.size(), 2U);
+    units.answerWithInstrument(first);
+    answerAll();
+    EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+    EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+    EXPECT_EQ(engine->pluginPool().idleCount(organKey), 1U) << "what came too late is kept for the next";
+  }
+};
+
+TEST_F(Selector, OpensForOneStripAndSelectsIt) {
+  selector().open(strip(1));
+  EXPECT_EQ(selector().channel()->id, strip(1).id);
+  EXPECT_EQ(content.selection().selectedChannelId.get(), strip(1).id);
+  selector().open(strip(0));
+  EXPECT_EQ(selector().channel()->id, strip(0).id);
+  selector().cancel();
+  EXPECT_FALSE(isOpen());
+}
+
+TEST_F(Selector, APickClosesShowsTheModalAndThenLoads) {
+  selector().open(strip(0));
+  selector().pick(pianoKey);
+  EXPECT_FALSE(isOpen());
+  EXPECT_TRUE(state.showLoadingModal.get());
+  EXPECT_EQ(state.loadingMessage.get(), "Loading Audio Units");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loading);
+  EXPECT_TRUE(units.requests.empty()) << "the modal is shown first";
+  settle();
+  ASSERT_EQ(units.requests.size(), 1U);
+  units.answerWithInstrument();
+  settle();
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(strip(0).pluginName.get(), "Piano");
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(Selector, TheInstrumentThatWasPickedIsPlayed) {
+  pickAndLoad(0, pianoKey);
+  engine->routeMIDI(0x90, 60, 100);
+  EXPECT_EQ(eventsOf(strip(0)), (Events{{0x90, 60, 100}}));
+}
+
+TEST_F(Selector, AFailedLoadClosesTheModalSaysSoAndKeepsTheOldInstrument) {
+  pickAndLoad(0, pianoKey);
+  const auto old = strip(0).instrumentNode.get();
+  selector().open(strip(0));
+  selector().pick(organKey);
+  settle();
+  units.answer(0, nullptr, Error{"no room"});
+  settle();
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+  EXPECT_EQ(strip(0).instrumentNode.get(), old);
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+}
+
+TEST_F(Selector, APluginThatVanishedBetweenListAndPickIsAFailedLoad) {
+  selector().open(strip(0));
+  state.scannedPlugins.set({organ});
+  selector().pick(pianoKey);
+  answerAll();
+  EXPECT_FALSE(isOpen());
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+  EXPECT_THAT(console.lines, testing::Contains("Failed to load plugin: " + pianoKey + " is not installed (A)"));
+}
+
+TEST_F(Selector, AStormOfPressesOnOneRowLoadsOnce) {
+  selector().open(strip(0));
+  for (int press = 0; press < 100; ++press) {
+    selector().pick(pianoKey);
+  }
+  settle();
+  EXPECT_EQ(units.requests.size(), 1U);
+  answerAll();
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+  EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Selector, TheLastOfTwoPicksIsPlayedWhenTheFirstAnswersLast) {
+  pickTwiceAndAnswer(1);
+}
+
+TEST_F(Selector, TheLastOfTwoPicksIsPlayedWhenBothAnswerInOrder) {
+  pickTwiceAndAnswer(0);
+}
+
+TEST_F(Selector, ALateLoadDoesNotEndTheModalOfTheNext) {
+  selector().open(strip(0));
+  selector().pick(organKey);
+  settle();
+  state.finishLoadingSession();
+  selector().open(strip(1));
+  selector().pick(pianoKey);
+  settle();
+  units.answerWithInstrument(0);
+  settle();
+  EXPECT_TRUE(state.showLoadingModal.get());
+  answerAll();
+  EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Selector, ARemovedStripClosesItAndAPickAfterwardsDoesNothing) {
+  selector().open(strip(0));
+  content.channelOperations().removeChannelFromConsole(strip(0));
+  EXPECT_FALSE(state.pluginSelectorChannelId.get().has_value());
+  selector().pick(pianoKey);
+  selector().pickPlayback();
+  selector().pickVisual();
+  settle();
+  EXPECT_TRUE(units.requests.empty());
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+}
+
+TEST_F(Selector, AnotherStripThatIsRemovedLeavesItOpen) {
+  selector().open(strip(0));
+  content.channelOperations().removeChannelFromConsole(strip(1));
+  EXPECT_TRUE(isOpen());
+}
+
+TEST_F(Selector, ASongSwitchClosesIt) {
+  selector().open(strip(0));
+  content.songSwitch().applySong(1);
+  EXPECT_FALSE(state.pluginSelectorChannelId.get().has_value());
+  EXPECT_FALSE(isOpen());
+}
+
+TEST_F(Selector, AStripThatIsRemovedBeforeItsInstrumentComesEndsTheModal) {
+  selector().open(strip(0));
+  selector().pick(pianoKey);
+  settle();
+  content.channelOperations().removeChannelFromConsole(strip(0));
+  answerAll();
+  EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Selector, AStripThatGoesBeforeTheLoadBeginsEndsTheModal) {
+  selector().open(strip(0));
+  selector().pick(pianoKey);
+  content.channelOperations().removeChannelFromConsole(strip(0));
+  answerAll();
+  EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Selector, TheSearchTextStaysForTheNextStrip) {
+  selector().open(strip(0));
+  selector().setSearchText("org");
+  selector().cancel();
+  selector().open(strip(1));
+  ASSERT_EQ(selector().groups().size(), 1U);
+  EXPECT_EQ(selector().groups()[0].plugins, std::vector{organ});
+}
+
+TEST_F(Selector, ANewScanIsListedAtOnce) {
+  state.scannedPlugins.set({});
+  EXPECT_TRUE(selector().groups().empty());
+  state.scannedPlugins.set({piano});
+  EXPECT_EQ(selector().groups().size(), 1U);
+}
+
+TEST_F(Selector, TheInternalSourcesTurnTheStripIntoOneOfTheirKind) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().pickPlayback();
+  EXPECT_FALSE(isOpen());
+  EXPECT_EQ(strip(0).pluginPath.get(), pathPlayback);
+  EXPECT_EQ(strip(0).pluginName.get(), "Vrel Player");
+  EXPECT_EQ(strip(0).instrumentNode.get(), nullptr);
+  selector().open(strip(0));
+  selector().pickVisual();
+  EXPECT_EQ(strip(0).pluginPath.get(), pathVisual);
+  EXPECT_EQ(strip(0).pluginName.get(), "Vrel Visual");
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(Selector, InLiveModeOnlyPluginsCanBePicked) {
+  content.liveMode().setLiveMode(true);
+  selector().open(strip(0));
+  selector().pickPlayback();
+  selector().pickVisual();
+  EXPECT_TRUE(isOpen());
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+  EXPECT_FALSE(state.isDirty.get());
+  selector().pick(pianoKey);
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+}
+
+TEST_F(Selector, RemovingEmptiesTheStripAndKeepsItsEffects) {
+  pickAndLoad(0, pianoKey);
+  addEffect(strip(0), "chorus");
+  state.isDirty.set(false);
+  selector().removeInstrument(strip(0));
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::noPlugin);
+  EXPECT_EQ(strip(0).effectSlots.get().size(), 1U);
+  EXPECT_TRUE(state.isDirty.get());
+  state.isDirty.set(false);
+  selector().removeInstrument(strip(0));
+  EXPECT_FALSE(state.isDirty.get()) << "there was nothing left to remove";
+}
+
+TEST_F(Selector, AHeldNoteEndsWithTheInstrumentThatPlayedIt) {
+  const auto endsNotes = [](const std::shared_ptr<AVAudioNode>& node) {
+    const auto& events = dynamic_cast<simulation::ScriptedInstrument&>(*node).events;
+    return testing::Value(events, testing::Contains(simulation::RecordedEvent{0x80, 60, 0}));
+  };
+  pickAndLoad(0, pianoKey);
+  const auto first = strip(0).instrumentNode.get();
+  engine->routeMIDI(0x90, 60, 100);
+  pickAndLoad(0, organKey);
+  EXPECT_TRUE(endsNotes(first));
+  const auto second = strip(0).instrumentNode.get();
+  engine->routeMIDI(0x90, 60, 100);
+  selector().removeInstrument(strip(0));
+  EXPECT_TRUE(endsNotes(second));
+}
+
+TEST_F(Selector, WhatIsTriedOutPlaysAtOnceAndIsNoEdit) {
+  selector().open(strip(0));
+  selector().tryOut(pianoKey);
+  answerAll();
+  EXPECT_TRUE(isOpen());
+  EXPECT_EQ(selector().triedKey.get(), pianoKey);
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_FALSE(state.isDirty.get());
+  engine->routeMIDI(0x90, 60, 100);
+  EXPECT_EQ(eventsOf(strip(0)), (Events{{0x90, 60, 100}}));
+}
+
+TEST_F(Selector, CancellingATrialBringsTheOldInstrumentBackWithItsState) {
+  pickAndLoad(0, pianoKey);
+  coreOf(strip(0)).documentState = PropertyListDictionary{{"cutoff", PropertyListValue{std::int64_t{7}}}};
+  state.isDirty.set(false);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
+  ASSERT_EQ(strip(0).pluginPath.get(), organKey);
+  selector().cancel();
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+  EXPECT_EQ(coreOf(strip(0)).documentState,
+            std::optional(PropertyListDictionary{{"cutoff", PropertyListValue{std::int64_t{7}}}}));
+  EXPECT_FALSE(state.isDirty.get());
+  EXPECT_EQ(selector().triedKey.get(), "");
+}
+
+TEST_F(Selector, CancellingATrialOnAnEmptyStripEmptiesItAgain) {
+  selector().open(strip(0));
+  selector().tryOut(pianoKey);
+  answerAll();
+  selector().cancel();
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+  EXPECT_EQ(strip(0).pluginName.get(), "");
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::noPlugin);
+}
+
+TEST_F(Selector, CancellingATrialBringsAPlayerAndClipsBack) {
+  selector().open(strip(0));
+  selector().pickPlayback();
+  selector().open(strip(1));
+  selector().pickVisual();
+  strip(1).visualClipMappings.set({VisualClipMapping{.note = 61, .filePath = "/a.mp4"}});
+  for (const std::size_t index : {0U, 1U}) {
+    selector().open(strip(index));
+    selector().tryOut(pianoKey);
+    answerAll();
+    ASSERT_EQ(strip(index).pluginPath.get(), pianoKey);
+    selector().cancel();
+    answerAll();
+  }
+  EXPECT_EQ(strip(0).pluginPath.get(), pathPlayback);
+  EXPECT_EQ(strip(0).pluginName.get(), "Vrel Player");
+  EXPECT_EQ(strip(1).pluginPath.get(), pathVisual);
+  ASSERT_EQ(strip(1).visualClipMappings.get().size(), 1U);
+  EXPECT_EQ(strip(1).visualClipMappings.get()[0].note, 61);
+}
+
+TEST_F(Selector, OpeningForAnotherStripEndsTheTrialOnTheFirst) {
+  selector().open(strip(0));
+  selector().tryOut(pianoKey);
+  answerAll();
+  selector().open(strip(1));
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+  EXPECT_EQ(strip(1).pluginPath.get(), "");
+}
+
+TEST_F(Selector, PickingWhatIsTriedOutKeepsItAsItPlays) {
+  selector().open(strip(0));
+  selector().tryOut(pianoKey);
+  answerAll();
+  const auto tried = strip(0).instrumentNode.get();
+  selector().pick(pianoKey);
+  EXPECT_FALSE(isOpen());
+  EXPECT_FALSE(state.showLoadingModal.get());
+  answerAll();
+  EXPECT_EQ(strip(0).instrumentNode.get(), tried);
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(Selector, APickThatFailsAfterATrialBringsTheOldInstrumentBack) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
+  state.scannedPlugins.set({piano, organ, harp});
+  selector().pick("aucd:1635085685:12:20");
+  settle();
+  units.answer(units.requests.size() - 1, nullptr, Error{"no room"});
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Selector, AStormOfTrialsLoadsOneAtATimeAndEndsWithTheLast) {
+  selector().open(strip(0));
+  for (int press = 0; press < 100; ++press) {
+    selector().tryOut(press % 2 == 0 ? pianoKey : organKey);
+    settle();
+    EXPECT_LE(units.requests.size(), 1U);
+  }
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), organKey);
+  EXPECT_EQ(selector().triedKey.get(), organKey);
+}
+
+TEST_F(Selector, CancellingDoesNotWaitForATrialThatHangs) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  settle();
+  ASSERT_FALSE(units.requests.empty());
+  const auto hanging = units.requests.size() - 1;
+  selector().cancel();
+  EXPECT_FALSE(isOpen());
+  settle();
+  units.answerWithInstrument(hanging);
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+}
+
+TEST_F(Selector, ACaptureStoresTheStripsOwnInstrumentAndNotTheTrial) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
+  content.songSwitch().captureCurrentSong();
+  EXPECT_EQ(song(0).channels[0].pluginPath, pianoKey);
+  content.songSwitch().applySong(1);
+  answerAll();
+  EXPECT_EQ(selector().triedKey.get(), "");
+  content.songSwitch().applySong(0);
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+}
+
+TEST_F(Selector, AStripThatGoesDuringATrialLeavesNothingBehind) {
+  selector().open(strip(0));
+  selector().tryOut(pianoKey);
+  settle();
+  content.channelOperations().removeChannelFromConsole(strip(0));
+  answerAll();
+  EXPECT_EQ(selector().triedKey.get(), "");
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+}
+
+TEST_F(Selector, TheFavouritesAndThenTheLastUsedComeFirst) {
+  pickAndLoad(0, pianoKey);
+  pickAndLoad(0, organKey);
+  EXPECT_EQ(selector().preferred(), (std::vector{organ, piano}));
+  toggleFavouritePlugin(state, pianoKey);
+  EXPECT_EQ(selector().preferred(), (std::vector{piano, organ}));
+  EXPECT_EQ(selector().groups().size(), 1U) << "the groups below stay whole";
+  selector().setSearchText("org");
+  EXPECT_EQ(selector().preferred(), std::vector{organ});
+  toggleFavouritePlugin(state, pianoKey);
+  selector().setSearchText("");
+  EXPECT_EQ(selector().preferred(), (std::vector{organ, piano}));
+}
+
+TEST_F(Selector, NoMoreThanFiveOfTheLastUsedAreShown) {
+  std::vector<AVAudioUnitComponent> many;
+  for (std::uint32_t code = 100; code < 160; ++code) {
+    many.push_back({"P" + std::to_string(code), "Maker", {componentTypeMusicDevice, code, 20}});
+  }
+  state.scannedPlugins.set(many);
+  for (const auto& each : many) {
+    notePluginUse(state, pluginKey(each));
+  }
+  const auto shown = selector().preferred();
+  ASSERT_EQ(shown.size(), 5U);
+  EXPECT_EQ(shown[0], many.back());
+  EXPECT_EQ(state.recentPlugins.get().size(), 40U);
+}
+
+TEST_F(Selector, FavouritesAndLastUsedAreKeptInTheUserDefaults) {
+  toggleFavouritePlugin(state, pianoKey);
+  toggleFavouritePlugin(state, organKey);
+  notePluginUse(state, organKey);
+  const AppState next({defaults, components, mainQueue, console, files}, "/home/me/recent_setlists.json");
+  EXPECT_EQ(next.favouritePlugins.get(), (std::vector<std::string>{pianoKey, organKey}));
+  EXPECT_EQ(next.recentPlugins.get(), std::vector<std::string>{organKey});
+}
+
+}  // namespace
+}  // namespace vrel
