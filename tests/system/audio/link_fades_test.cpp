@@ -91,8 +91,8 @@ TEST_P(LinkFade, ARemovedStripFadesOutWithoutAClick) {
 TEST_P(LinkFade, AnotherSongFadesInWhileTheEarlierOneFadesOut) {
   const auto heard = heardAround([&] {
     remove();
-    strip = stage.addStrip(2, [](std::uint64_t frame, std::uint32_t channel) {
-      return toneOn(0, 500)(frame + 27, channel);  // in the middle of its sound
+    strip = stage.addStrip(2, [tone = toneOn(0, 500)](std::uint64_t frame, std::uint32_t channel) {
+      return tone(frame + 27, channel);  // in the middle of its sound
     });
   });
   EXPECT_LE(splatter(heard), -50);

@@ -16,6 +16,11 @@ ChoicePanel {
     color: selector.color
     onClosed: desk.commands.cancelInstrumentSelector()
     onOpened: search.forceActiveFocus(Qt.PopupFocusReason)
+    // After a press on a row, which drops the caret, the keys are still the list's.
+    Keys.onPressed: event => {
+        if (Window.activeFocusItem === panel)
+            plugins.takeKey(event);
+    }
 
     RowLayout {
         Layout.fillWidth: true

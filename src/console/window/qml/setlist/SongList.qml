@@ -33,6 +33,12 @@ ListView {
             desk.commands.beginSongRename(idAt(row));
     }
 
+    // The name that is being changed passes on the Return that ends it.
+    function choose(): void {
+        if (editedRow < 0)
+            desk.commands.clickSong(idAt(cursor));
+    }
+
     function moveCursor(by: int): void {
         cursor = Math.max(0, Math.min(count - 1, cursor + by));
         positionViewAtIndex(cursor, ListView.Contain);
@@ -79,8 +85,8 @@ ListView {
 
     Keys.onUpPressed: moveCursor(-1)
     Keys.onDownPressed: moveCursor(1)
-    Keys.onReturnPressed: desk.commands.clickSong(idAt(cursor))
-    Keys.onEnterPressed: desk.commands.clickSong(idAt(cursor))
+    Keys.onReturnPressed: choose()
+    Keys.onEnterPressed: choose()
     Keys.onMenuPressed: showMenu(cursor)
     Keys.onPressed: event => {
         if (event.key === Qt.Key_F2)
