@@ -78,6 +78,8 @@ class GigStage {
   [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
   [[nodiscard]] const AppState& state() const { return state_; }
   [[nodiscard]] const GigEvents& events() const { return events_; }
+  /// Edits that can be undone, each of which holds what it changed.
+  [[nodiscard]] std::size_t undoSteps() { return performer_.content().editHistory().undoCount(); }
   /// Instruments on stage that have a process of their own.
   [[nodiscard]] std::size_t sandboxedInstruments() const;
 

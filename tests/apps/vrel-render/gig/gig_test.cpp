@@ -19,6 +19,7 @@
 #include "apps/vrel-render/gig/gig_stage.h"
 #include "apps/vrel-render/show/render_run.h"
 #include "apps/vrel-render/show/show_files.h"
+#include "console/edit_history.h"
 #include "document/setlist_coding.h"
 #include "system/plugins/sandbox/processes.h"
 
@@ -49,6 +50,7 @@ struct Holding {
   std::size_t kilobytesInUse = 0;  // allocated
   std::size_t kilobytes = 0;       // resident
   std::size_t kilobytesOfPlugins = 0;
+  std::size_t undoSteps = 0;
 };
 
 std::size_t residentKilobytes(pid_t process) {
@@ -95,9 +97,9 @@ Holding holding() {
 void report(std::size_t switches, const Holding& now) {
   std::printf(
       "%5zu switches: %zu descriptors, %zu processes, %zu shared mappings, %zu kB allocated, %zu kB resident, plug-ins "
-      "%zu kB\n",
+      "%zu kB, %zu undo steps\n",
       switches, now.descriptors, now.processes, now.sharedMappings, now.kilobytesInUse, now.kilobytes,
-      now.kilobytesOfPlugins);
+      now.kilobytesOfPlugins, now.undoSteps);
 }
 
 class Gig : public ShowTest {
@@ -132,13 +134,17 @@ class Gig : public ShowTest {
   }
 };
 
-/// Each switch keeps a little memory for half a minute: its timeouts.
+/// Each switch keeps a little memory for half a minute, its timeouts; and each edit what undoing it takes, up to the
+/// bound of the history.
 void expectNothingGrew(const Holding& first, const Holding& last, std::size_t switches) {
   EXPECT_EQ(last.descriptors, first.descriptors);
   EXPECT_EQ(last.processes, first.processes);
   EXPECT_EQ(last.sharedMappings, first.sharedMappings);
   if (!isSanitized) {
-    EXPECT_LE(last.kilobytesInUse, first.kilobytesInUse + std::min<std::size_t>(100 + switches, 1024));
+    constexpr std::size_t kilobytesOfAStep = 16;
+    const std::size_t ofSteps = kilobytesOfAStep * (std::max(last.undoSteps, first.undoSteps) - first.undoSteps);
+    EXPECT_LE(last.undoSteps, EditHistory::mostSteps);
+    EXPECT_LE(last.kilobytesInUse, first.kilobytesInUse + std::min<std::size_t>(100 + switches, 1024) + ofSteps);
     EXPECT_LE(last.kilobytes, first.kilobytes + first.kilobytes / 5) << "the allocator keeps some of what was freed";
     EXPECT_LE(last.kilobytesOfPlugins, first.kilobytesOfPlugins + first.kilobytesOfPlugins / 20);
   }
@@ -176,6 +182,7 @@ TEST_F(Gig, DoesNotGrowAndLeavesTheSetlistAsItWas) {
     if (stage.state().selectedSongIndex.get() == 0U) {
       stage.settle();
       rounds.push_back(holding());
+      rounds.back().undoSteps = stage.undoSteps();
       report(switches, rounds.back());
     }
   });
