@@ -57,7 +57,7 @@ class NoteLatencyStage {
   void putOnStage(std::size_t strips);
 
   struct Meter {
-    std::shared_ptr<window::MeterCell> cell;
+    std::shared_ptr<MeterCell> cell;
     float shown = 0;
   };
 

@@ -76,15 +76,16 @@ TEST_F(RealMidi, ANoteMovesTheMeterOfTheStripThatPlaysIt) {
     const auto* const meter = shown != nullptr ? shown->findChild<window::LevelMeter*>() : nullptr;
     return meter != nullptr ? meter->decibels() : 1000;
   };
-  ASSERT_TRUE(driver.eventually([&] { return decibels("strip0") == -100 && decibels("strip1") == -100; }));
+  constexpr int silence = window::LevelMeter::silentDecibels;
+  ASSERT_TRUE(driver.eventually([&] { return decibels("strip0") == silence && decibels("strip1") == silence; }));
   // Strips start at middle C: one plays what is below, the other what is above.
-  int loudest = -100;
+  int loudest = silence;
   EXPECT_TRUE(driver.eventually([&] {
     peer->send({{0x90, 72, 110}});
     loudest = std::max(loudest, decibels("strip1"));
     return loudest > -40;
   })) << loudest;
-  EXPECT_EQ(decibels("strip0"), -100);
+  EXPECT_EQ(decibels("strip0"), silence);
 }
 
 }  // namespace
