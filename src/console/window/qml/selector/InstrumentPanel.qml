@@ -58,6 +58,7 @@ ChoicePanel {
         echo: panel.selector.searchText
         readOnly: !panel.desk.session.mayTypeText
         selectsAll: true
+        font.pixelSize: text === "" ? 12 : Theme.bodyText // the longest of the five languages has its room
         Keys.priority: Keys.BeforeItem
         Keys.onPressed: event => plugins.takeKey(event)
         onTyped: text => {
