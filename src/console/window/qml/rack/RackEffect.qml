@@ -53,6 +53,7 @@ Rectangle {
         }
         PushButton {
             objectName: "replaceEffect" + row.index
+            implicitWidth: 28
             text: "\u21c4"
             spokenName: row.desk.texts.replaceEffect + " " + row.modelData.name
             hint: row.hintOf(row.desk.texts.replaceEffect)
@@ -61,6 +62,7 @@ Rectangle {
         }
         PushButton {
             objectName: "effectUp" + row.index
+            implicitWidth: 28
             text: "\u25b2"
             spokenName: row.desk.texts.moveEffectUp + " " + row.modelData.name
             hint: row.hintOf(row.desk.texts.moveEffectUp)
@@ -69,6 +71,7 @@ Rectangle {
         }
         PushButton {
             objectName: "effectDown" + row.index
+            implicitWidth: 28
             text: "\u25bc"
             spokenName: row.desk.texts.moveEffectDown + " " + row.modelData.name
             hint: row.hintOf(row.desk.texts.moveEffectDown)
@@ -77,6 +80,7 @@ Rectangle {
         }
         PushButton {
             objectName: "removeEffect" + row.index
+            implicitWidth: 28
             text: "\u2715"
             spokenName: row.desk.texts.removeEffect + " " + row.modelData.name
             hint: row.hintOf(row.desk.texts.removeEffect)
