@@ -41,6 +41,7 @@ Rectangle {
         }
         PushButton {
             objectName: "openEffect" + row.index
+            padding: 2
             Layout.fillWidth: true
             Layout.fillHeight: true
             text: row.modelData.name
