@@ -16,7 +16,7 @@ Rectangle {
     signal removed
 
     objectName: "learned" + index
-    implicitHeight: 54
+    implicitHeight: Math.max(54, words.implicitHeight + 12)
     radius: Theme.radius
     color: Theme.raised
     border.width: isCurrent ? 2 : 0
@@ -31,6 +31,8 @@ Rectangle {
         spacing: Theme.gap
 
         Column {
+            id: words
+
             Layout.fillWidth: true
             spacing: 2
 
@@ -40,14 +42,14 @@ Rectangle {
                 color: Theme.ink
                 font.pixelSize: Theme.bodyText
                 font.bold: true
-                elide: Text.ElideRight
+                wrapMode: Text.Wrap
             }
             Text {
                 width: parent.width
                 text: row.modelData.source + "  \u00b7  " + row.modelData.place
                 color: Theme.quietInk
                 font.pixelSize: Theme.smallText
-                elide: Text.ElideRight
+                wrapMode: Text.Wrap
             }
         }
         PushButton {
