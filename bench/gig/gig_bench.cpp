@@ -58,7 +58,7 @@ void play(std::size_t switches) {
   }
   const std::filesystem::path folder = name;
   {
-    GigStage stage(folder / "copies");
+    GigStage stage(folder / "copies", GigStage::StateWaits::asOnADevice);
     const auto show = gigShow(stage.open(folder), switches);
     stage.perform(GigStage::stepsOf(show.midi), [](std::size_t) {});
     report(stage);

@@ -16,8 +16,8 @@ void SandboxedInstance::requestFullStateForDocument() {
   const auto now = std::chrono::steady_clock::now();
   (void)takeState(now);  // the answer to an earlier capture
   const bool isAsked = guest.requestState();
-  capture_ = isAsked && !guest.link().isBehind() ? Capture::waits : Capture::isBehind;
   const auto timeout = processor_->captureTimeout();
+  capture_ = isAsked && !(timeout && guest.link().isBehind()) ? Capture::waits : Capture::isBehind;
   captureDeadline_ = timeout ? GuestLink::Deadline(now + *timeout) : std::nullopt;
 }
 

@@ -20,7 +20,7 @@ namespace vrel::sandbox {
 ///
 /// A guest that is dead or has not answered in time costs the plug-in's latest changes, not its state: the last state
 /// that went in or came out is given back, and it is logged. An answer that comes later is the last state from then on.
-/// One that is behind with its blocks is asked, but not waited for.
+/// One that is behind with its blocks is asked, but waited for only where a capture has no time limit.
 class SandboxedInstance final : public AUAudioUnit {
  public:
   using Log = std::function<void(const std::string&)>;

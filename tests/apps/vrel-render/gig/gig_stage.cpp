@@ -26,10 +26,10 @@ lv2::HostSettings hostSettings(ConsoleOutput& console, std::shared_ptr<PluginCou
 
 }  // namespace
 
-GigStage::GigStage(const std::filesystem::path& copiesFolder)
+GigStage::GigStage(const std::filesystem::path& copiesFolder, StateWaits waits)
     : host_(hostSettings(console_, pluginCounters_)),
       lv2Units_(world_, host_),
-      units_(makeSandbox(world_, host_)),
+      units_(makeSandbox(world_, host_, waits)),
       defaults_({}, console_),
       state_({defaults_, *world_, mainLoop_, console_, files_}, {}),
       engine_(AudioEngine::make({nodes_, *units_, mainLoop_, queues_, clock_, propertyLists_, console_, nullptr,
@@ -74,7 +74,7 @@ std::size_t GigStage::sandboxedInstruments() const {
 }
 
 std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
-                                                                      const lv2::HostSettings& host) {
+                                                                      const lv2::HostSettings& host, StateWaits waits) {
   auto supervisor = sandbox::Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = host.log});
   if (!supervisor) {
     throw std::runtime_error(supervisor.error().description);
@@ -88,6 +88,10 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std:
   settings.nominalBlockFrames = host.nominalBlockFrames;
   settings.log = host.log;
   settings.counters = host.counters;
+  if (waits == StateWaits::untilDone) {
+    settings.timeout = std::nullopt;
+    settings.captureTimeout = std::nullopt;
+  }
   return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finder, mainLoop_,
                                                           settings);
 }

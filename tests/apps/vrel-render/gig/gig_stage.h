@@ -43,8 +43,12 @@ class GigStage {
   static constexpr double sampleRate = 48000;
   static constexpr std::uint32_t blockFrames = 256;
 
+  /// How long a capture and a restored state wait for a plug-in: as on a device, or as long as it takes, for what must
+  /// be the same however busy the machine is.
+  enum class StateWaits { asOnADevice, untilDone };
+
   /// Plug-ins are those on LV2_PATH. Copies of overwritten setlists are kept in the folder.
-  explicit GigStage(const std::filesystem::path& copiesFolder);
+  GigStage(const std::filesystem::path& copiesFolder, StateWaits waits);
   GigStage(const GigStage&) = delete;
   GigStage& operator=(const GigStage&) = delete;
 
@@ -106,7 +110,8 @@ class GigStage {
   void wait(double seconds);
   [[nodiscard]] bool isPoolIdle();
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
-                                                                            const lv2::HostSettings& host);
+                                                                            const lv2::HostSettings& host,
+                                                                            StateWaits waits);
 
   // In construction order: each uses those above it.
   Lines console_;

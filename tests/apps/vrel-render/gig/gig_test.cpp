@@ -171,7 +171,7 @@ void expectNoFault(const GigStage& stage) {
 }
 
 TEST_F(Gig, DoesNotGrowAndLeavesTheSetlistAsItWas) {
-  GigStage stage(at("copies"));
+  GigStage stage(at("copies"), GigStage::StateWaits::untilDone);
   auto show = gigShow(opened(stage), switchCount());
   std::vector<Holding> rounds;  // always at the first song, which begins a round
   stage.perform(GigStage::stepsOf(show.midi), [&](std::size_t switches) {
@@ -198,7 +198,7 @@ TEST_F(Gig, DoesNotGrowAndLeavesTheSetlistAsItWas) {
 TEST_F(Gig, RendersToTheSameSetlist) {
   auto show = gigShow(
       [this] {
-        GigStage stage(at("copies"));
+        GigStage stage(at("copies"), GigStage::StateWaits::untilDone);
         return opened(stage);
       }(),
       switchCount());
