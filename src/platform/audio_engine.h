@@ -43,7 +43,8 @@ class AVAudioEngine {
   /// No error on success, or when already running.
   [[nodiscard]] virtual Outcome start() = 0;
 
-  /// Returns when no block is being rendered.
+  /// What sounds may go on for a moment, so that a change of the graph makes no gap; a node that is detached meanwhile
+  /// is not part of it.
   virtual void stop() = 0;
 
   /// `handler` is called on the main thread when the output device has another sample rate, which the next start

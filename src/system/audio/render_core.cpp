@@ -33,9 +33,15 @@ std::int64_t deadlineOf(Clock::time_point begin, std::uint32_t endFrame, double 
 
 }  // namespace
 
-RenderCore::Turn RenderCore::publish(const RenderPlan* plan) {
+RenderCore::Turn RenderCore::publish(RenderPlan* plan) {
   plan_.store(plan);
+  // In this order: a plan that was over would otherwise sound once more.
+  ending_.store(0);
   return turn_.load();
+}
+
+void RenderCore::endPlan() {
+  ending_.store(++endings_);
 }
 
 bool RenderCore::waitUntilLeft(Turn turn) {
@@ -83,7 +89,8 @@ void RenderCore::renderSlice(const Channels& channels, std::uint32_t frameCount,
   // Only this thread writes the counter: odd from here, even again at the end.
   const Turn turn = turn_.load(std::memory_order_relaxed);
   turn_.store(turn + 1);
-  if (const RenderPlan* const plan = plan_.load(); plan != nullptr) {
+  RenderPlan* const plan = isOver(frameCount) ? nullptr : plan_.load();
+  if (plan != nullptr) {
     plan->render(frameCount, turn / 2 + 1, deadline);
     const Stream& result = plan->result();
     if (silenceIfNotFinite(result, frameCount)) {
@@ -92,65 +99,23 @@ void RenderCore::renderSlice(const Channels& channels, std::uint32_t frameCount,
     for (std::uint32_t channel = 0; channel < channels.size() && result.channelCount > 0; ++channel) {
       std::copy_n(result.channels[std::min(channel, result.channelCount - 1)], frameCount, channels[channel]);
     }
-    turn_.store(turn + 2);
-    RenderCounters::add(counters_.blocks);
-    if (silent_) {
-      silent_ = false;
-      fadedIn_ = 0;
-    }
-    fadeIn(channels, frameCount);
-  } else {
-    turn_.store(turn + 2);
-    RenderCounters::add(counters_.silentBlocks);
-    if (!silent_) {
-      silent_ = true;
-      beginFadeOut();
-    }
   }
-  addFadeOut(channels, frameCount);
-  noteHistory(channels, frameCount);
+  turn_.store(turn + 2);
+  RenderCounters::add(plan != nullptr ? counters_.blocks : counters_.silentBlocks);
+  edges_.shape(channels, frameCount, plan != nullptr);
 }
 
-void RenderCore::beginFadeOut() noexcept {
-  fadedOut_ = 0;
-  for (std::size_t channel = 0; channel < history_.size(); ++channel) {
-    std::array<float, continuationHistory> past;
-    std::rotate_copy(history_[channel].begin(), history_[channel].begin() + historyEnd_, history_[channel].end(),
-                     past.begin());
-    continueSignal(past, edge_[channel]);
+bool RenderCore::isOver(std::uint32_t frameCount) noexcept {
+  const std::uint64_t ending = ending_.load();
+  if (ending == 0) {
+    return false;
   }
-}
-
-void RenderCore::noteHistory(const Channels& channels, std::uint32_t frameCount) noexcept {
-  const std::uint32_t count = std::min(frameCount, continuationHistory);
-  const std::uint32_t first = std::min(count, continuationHistory - historyEnd_);
-  for (std::size_t channel = 0; channel < channels.size(); ++channel) {
-    const float* const newest = channels[channel] + frameCount - count;
-    std::copy_n(newest, first, history_[channel].begin() + historyEnd_);
-    std::copy_n(newest + first, count - first, history_[channel].begin());
+  if (ending != lastEnding_) {
+    lastEnding_ = ending;
+    playedOn_ = 0;
   }
-  historyEnd_ = (historyEnd_ + count) % continuationHistory;
-}
-
-void RenderCore::fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept {
-  const std::uint32_t count = std::min(frameCount, edgeFrames - fadedIn_);
-  for (float* const samples : channels) {
-    for (std::uint32_t frame = 0; frame < count; ++frame) {
-      samples[frame] *= fadeInAt(fadedIn_ + frame, edgeFrames);
-    }
-  }
-  fadedIn_ += count;
-}
-
-void RenderCore::addFadeOut(const Channels& channels, std::uint32_t frameCount) noexcept {
-  const std::uint32_t count = std::min(frameCount, edgeFrames - fadedOut_);
-  for (std::size_t channel = 0; channel < channels.size(); ++channel) {
-    for (std::uint32_t frame = 0; frame < count; ++frame) {
-      const std::uint32_t at = fadedOut_ + frame;
-      channels[channel][frame] += edge_[channel][at] * (1.0F - fadeInAt(at, edgeFrames));
-    }
-  }
-  fadedOut_ += count;
+  playedOn_ += playedOn_ < longestEnding ? frameCount : 0;
+  return playedOn_ >= longestEnding;
 }
 
 }  // namespace vrel::audio

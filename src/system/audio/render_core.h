@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <optional>
 
 #include "foundation/thread_roles.h"
 #include "system/audio/block_pacer.h"
-#include "system/audio/continuation.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_plan.h"
+#include "system/audio/soft_edges.h"
 
 namespace vrel::audio {
 
@@ -25,10 +24,19 @@ class RenderCore {
  public:
   using Turn = std::uint64_t;
 
+  /// Frames for which a plan that is to end plays on, 0.1 s at usual rates.
+  static constexpr std::uint32_t longestEnding = 4800;
+
   RenderCore(RenderCounters& counters, bool watchTime) : counters_(counters), watchTime_(watchTime) {}
 
   /// The plan from the next block on; null for silence. Returns the turn to wait for.
-  Turn publish(const RenderPlan* plan) VREL_NOT_AUDIO_THREAD;
+  Turn publish(RenderPlan* plan) VREL_NOT_AUDIO_THREAD;
+
+  /// The plan in force plays on until the next one, but not for longer than `longestEnding`.
+  void endPlan() VREL_NOT_AUDIO_THREAD;
+
+  /// The turn to wait for if a block is under way.
+  [[nodiscard]] Turn turn() const { return turn_.load(); }
 
   /// Whether the audio thread has left every plan published before that turn was returned.
   [[nodiscard]] bool hasLeft(Turn turn) const { return turn % 2 == 0 || turn_.load() != turn; }
@@ -39,34 +47,28 @@ class RenderCore {
   /// The number of the last block that was begun.
   [[nodiscard]] std::uint64_t block() const { return (turn_.load() + 1) / 2; }
 
-  [[nodiscard]] bool hasPlan() const { return plan_.load() != nullptr; }
-
   /// Renders any number of frames. On a device each block has its BlockTime.
   void render(float* left, float* right, std::uint32_t frameCount, double sampleRate) noexcept VREL_AUDIO_THREAD;
 
  private:
-  using Channels = std::array<float*, maximumStreamChannels>;
+  using Channels = SoftEdges::Channels;
 
   void renderSlice(const Channels& channels, std::uint32_t frameCount,
                    std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
-  void beginFadeOut() noexcept VREL_AUDIO_THREAD;
-  void noteHistory(const Channels& channels, std::uint32_t frameCount) noexcept;
-  void fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept;
-  void addFadeOut(const Channels& channels, std::uint32_t frameCount) noexcept;
+  [[nodiscard]] bool isOver(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
 
   RenderCounters& counters_;
   const bool watchTime_;
-  alignas(64) std::atomic<const RenderPlan*> plan_{nullptr};
+  alignas(64) std::atomic<RenderPlan*> plan_{nullptr};
   alignas(64) std::atomic<Turn> turn_{0};
 
+  std::atomic<std::uint64_t> ending_{0};  // its number while the plan in force is to end, or 0
+  std::uint64_t endings_ = 0;             // main thread
+
   // Audio thread.
-  static constexpr std::uint32_t edgeFrames = 64;
-  bool silent_ = false;                  // the last slice had no plan
-  std::uint32_t fadedIn_ = edgeFrames;   // frames of the edge behind a gap that are done
-  std::uint32_t fadedOut_ = edgeFrames;  // frames of the edge before a gap that are done
-  std::array<std::array<float, edgeFrames>, maximumStreamChannels> edge_{};              // of the sound before the gap
-  std::array<std::array<float, continuationHistory>, maximumStreamChannels> history_{};  // rings
-  std::uint32_t historyEnd_ = 0;
+  SoftEdges edges_{false};
+  std::uint64_t lastEnding_ = 0;
+  std::uint32_t playedOn_ = 0;  // frames since it began
   BlockPacer pacer_;
 };
 

@@ -30,10 +30,10 @@ RenderEngine::RenderEngine(std::shared_ptr<OutputDevice> device, std::shared_ptr
 }
 
 RenderEngine::~RenderEngine() {
-  stop();
   if (deviceStarted_) {
     device_->stop();
   }
+  endNow();
   taps_.stopThread();
 }
 
@@ -69,11 +69,20 @@ void RenderEngine::detach(const Node& node) {
   }
   taps_.remove(entry->graphNode->tapPoint());
   const bool linked = entry->destination != nullptr || !entry->sources.empty();
+  withdraw(*entry->graphNode->processor());
   graph_.detach(*entry);
   if (linked) {
     linksChanged();
   }
   leaveRetired();
+}
+
+// A running engine compiles a plan without the node.
+void RenderEngine::withdraw(const NodeProcessor& processor) {
+  if (plan_ && !isRunning_) {
+    plan_->withdraw(processor);
+    core_.waitUntilLeft(core_.turn());
+  }
 }
 
 void RenderEngine::connect(const Node& source, const Node& destination, std::optional<AVAudioFormat> /*format*/) {
@@ -112,13 +121,17 @@ Outcome RenderEngine::start() {
   if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate)) {
     return Error{"unsupported sample rate of the audio device: " + std::to_string(sampleRate)};
   }
-  graph_.setSampleRate(sampleRate);
+  if (sampleRate != graph_.sampleRate()) {
+    endNow();  // no processor changes its rate while it is called
+    graph_.setSampleRate(sampleRate);
+  }
   // The plan first: a device that begins to ask finds sound, not a gap.
   replacePlan(compilePlan());
   if (Outcome failure = startDevice()) {
-    stop();
+    endNow();
     return failure;
   }
+  isRunning_ = true;
   return {};
 }
 
@@ -138,6 +151,16 @@ Outcome RenderEngine::startDevice() {
 }
 
 void RenderEngine::stop() {
+  if (!device_->isRealTime()) {
+    endNow();
+  } else if (std::exchange(isRunning_, false)) {
+    core_.endPlan();
+    leaveRetired();
+  }
+}
+
+void RenderEngine::endNow() {
+  isRunning_ = false;
   replacePlan(nullptr);
   leaveRetired();
 }

@@ -26,9 +26,10 @@ class OutputNode;
 /// The render graph: nodes and links on the main thread, a plan for the audio thread.
 ///
 /// Scenario: nodes are attached and linked; `start` compiles a plan, opens the device if it does not
-/// run yet, and from the next block on the plan sounds. `stop` takes the plan away and leaves the
-/// device running on silence, so that a stop, a change and a start cost microseconds. A change
-/// of links while running takes effect at the next block, without silence.
+/// run yet, and from the next block on the plan sounds. `stop` leaves the device running, so that a
+/// stop, a change and a start cost microseconds, and are not heard: on a device the plan plays on until
+/// the next start, 0.1 s at most, without the nodes that are detached meanwhile. A change of links
+/// while running takes effect at the next block.
 ///
 /// Threads: the main thread, for all that is public here but the two calls of a device, `render` and `pump`.
 ///
@@ -39,8 +40,9 @@ class OutputNode;
 /// Invariants:
 /// 1. At most one plan is in force. One that was in force is emptied only when the audio thread has
 ///    left it, and on the main thread.
-/// 2. When `stop` has returned, no processor is being called. When `detach` has returned, that node's is not.
-/// 3. Without a plan in force the device gets silence, with soft edges.
+/// 2. When `detach` has returned, that node's processor is not called any more.
+/// 3. Without a plan in force, or 0.1 s after a stop, the device gets silence, with soft edges. Offline a stop is
+///    silent at once.
 ///
 /// A format handed to `connect` is not needed here: all links carry floats at the device's rate, in the
 /// channel count of the source, and every node takes one channel as well as two.
@@ -60,7 +62,7 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   void disconnectNodeInput(const Node& node) override;
   void disconnectNodeOutput(const Node& node) override;
 
-  [[nodiscard]] bool isRunning() const override { return core_.hasPlan(); }
+  [[nodiscard]] bool isRunning() const override { return isRunning_; }
   [[nodiscard]] Outcome start() override;
   void stop() override;
   void setConfigurationChangeHandler(std::function<void()> handler) override;
@@ -82,6 +84,8 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   void attachFixedNodes();
   std::unique_ptr<RenderPlan> compilePlan();
   void replacePlan(std::unique_ptr<RenderPlan> plan);
+  void endNow();
+  void withdraw(const NodeProcessor& processor);
   void linksChanged();
   void collectRetired();
   void leaveRetired();
@@ -95,9 +99,10 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   BufferArena arena_;
   TapDispatcher taps_;
 
-  std::unique_ptr<RenderPlan> plan_;                // in force; null when stopped
+  std::unique_ptr<RenderPlan> plan_;                // in force; after a stop on a device until the next start
   std::vector<Retired> retired_;                    // maybe still being rendered
   std::vector<std::unique_ptr<RenderPlan>> spare_;  // empty ones, to be filled again
+  bool isRunning_ = false;
   bool deviceStarted_ = false;
   double renderRate_;  // what `render` measures lateness by; written while no device runs
 

@@ -15,7 +15,7 @@ void RenderHandover::Port::render(float* left, float* right, std::uint32_t frame
   {
     const AudioThreadScope audioThread;
     if (hasGap_.exchange(false)) {
-      edges_ = SoftEdges(true);
+      edges_.forget();
     }
     edges_.shape({left, right}, frameCount, isSounding);
   }

@@ -23,6 +23,17 @@ void RenderPlan::clear() {
   processors_.clear();
   taps_.clear();
   fades_.clear();
+  withdrawn_.clear();
+  hasWithdrawn_ = false;
+}
+
+void RenderPlan::withdraw(const NodeProcessor& processor) {
+  for (std::size_t index = 0; index < steps_.size(); ++index) {
+    if (processors_[index].get() == &processor) {
+      withdrawn_[index] = true;
+      hasWithdrawn_ = true;
+    }
+  }
 }
 
 Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena, std::uint64_t block) {
@@ -49,6 +60,7 @@ Stream RenderPlan::addStep(const NodeGraph::Entry& entry, double sampleRate, Buf
     giveBack(input);
   }
   steps_.push_back(step);
+  withdrawn_.emplace_back(false);
   processors_.push_back(std::move(processor));
   taps_.push_back(entry.graphNode->tapPoint());
   return step.output;
@@ -90,32 +102,52 @@ void RenderPlan::giveBack(const Stream& stream) {
   }
 }
 
-void RenderPlan::render(std::uint32_t frameCount, std::uint64_t block,
-                        std::optional<std::int64_t> deadline) const noexcept {
+void RenderPlan::render(std::uint32_t frameCount, std::uint64_t block, std::optional<std::int64_t> deadline) noexcept {
+  noteAbsent();
   for (const Step& step : steps_) {
-    if (step.inputCount == 0) {
+    if (step.inputCount == 0 && !step.isAbsent) {
       step.processor->begin(frameCount);
     }
   }
   for (const Step& step : steps_) {
-    for (std::uint32_t channel = 0; channel < step.output.channelCount && !step.fillsOutput; ++channel) {
-      std::fill_n(step.output.channels[channel], frameCount, 0.0F);
-    }
-    const auto inputs = std::span(inputs_).subspan(step.firstInput, step.inputCount);
-    Stream spare = spare_;
-    const bool isSpare = step.fades->enter({inputs, std::span(sources_).subspan(step.firstInput, step.inputCount),
-                                            std::span(departed_).subspan(step.firstDeparted, step.departedCount)},
-                                           spare, frameCount, block);
-    const ProcessBlock processed{.frameCount = frameCount,
-                                 .inputs = isSpare ? std::span<const Stream>(&spare, 1) : inputs,
-                                 .output = step.output,
-                                 .tap = step.tap,
-                                 .deadline = deadline};
-    step.processor->process(processed);
-    step.fades->leave(step.output, frameCount, block, step.processor->isMissing());
-    if (!step.servesTap) {
-      step.tap->push(step.output, frameCount);
-    }
+    renderStep(step, frameCount, block, deadline);
+  }
+}
+
+// Once for the block: what is begun is also collected.
+void RenderPlan::noteAbsent() noexcept {
+  if (!hasWithdrawn_) {
+    return;
+  }
+  for (std::size_t index = 0; index < steps_.size(); ++index) {
+    steps_[index].isAbsent = withdrawn_[index];
+  }
+}
+
+void RenderPlan::renderStep(const Step& step, std::uint32_t frameCount, std::uint64_t block,
+                            std::optional<std::int64_t> deadline) noexcept {
+  const bool isFilled = step.fillsOutput && !step.isAbsent;
+  for (std::uint32_t channel = 0; channel < step.output.channelCount && !isFilled; ++channel) {
+    std::fill_n(step.output.channels[channel], frameCount, 0.0F);
+  }
+  const auto inputs = std::span(inputs_).subspan(step.firstInput, step.inputCount);
+  Stream spare = spare_;
+  const bool isSpare = step.fades->enter({inputs, std::span(sources_).subspan(step.firstInput, step.inputCount),
+                                          std::span(departed_).subspan(step.firstDeparted, step.departedCount)},
+                                         spare, frameCount, block);
+  if (step.isAbsent) {
+    step.fades->leave(step.output, frameCount, block, true);
+    return;
+  }
+  const ProcessBlock processed{.frameCount = frameCount,
+                               .inputs = isSpare ? std::span<const Stream>(&spare, 1) : inputs,
+                               .output = step.output,
+                               .tap = step.tap,
+                               .deadline = deadline};
+  step.processor->process(processed);
+  step.fades->leave(step.output, frameCount, block, step.processor->isMissing());
+  if (!step.servesTap) {
+    step.tap->push(step.output, frameCount);
   }
 }
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -18,17 +20,18 @@ namespace vrel::audio {
 
 /// What the audio thread does in one block: processors in order, each with its buffers.
 ///
-/// Threads: the main thread fills a plan with `compile`, once; from the moment it is published it is
-/// immutable, and the audio thread renders it. It goes back to the main thread when the audio
-/// thread has left it, to be emptied there: a plan shares ownership of its processors and taps, and
-/// their last share must not end inside a block.
+/// Threads: the main thread fills a plan with `compile`, once; from the moment it is published the
+/// audio thread renders it, and nothing but `withdraw` changes it. It goes back to the main thread when
+/// the audio thread has left it, to be emptied there: a plan shares ownership of its processors and
+/// taps, and their last share must not end inside a block.
 ///
 /// Invariants:
 /// 1. A step comes after all steps whose output it reads.
 /// 2. The output buffers of a step are none of its own inputs, nor the output of an earlier step that
 ///    a later one still has to read. Apart from that, buffers are used again as soon as they are read.
 /// 3. Only nodes that reach the output are in it.
-/// 4. A link that an earlier plan had, or had not, does not begin or end in a step (`LinkFades`).
+/// 4. A step whose node was withdrawn has nothing to give, like one whose plug-in is dead (`NodeProcessor::isMissing`).
+/// 5. A link that an earlier plan had, or had not, does not begin or end in a step (`LinkFades`).
 class RenderPlan {
  public:
   RenderPlan() = default;
@@ -43,10 +46,13 @@ class RenderPlan {
   /// Back to an empty plan; its memory stays for the next `compile`.
   void clear() VREL_NOT_AUDIO_THREAD;
 
+  /// Takes a processor out of the plan in force: it is not called in any block that begins from now on.
+  void withdraw(const NodeProcessor& processor) VREL_NOT_AUDIO_THREAD;
+
   /// Renders 1 to maximumBlockFrames frames: begins all sources, then takes the steps in order. The
   /// deadline is that of `ProcessBlock`. Blocks are numbered from 1, silent ones included.
   void render(std::uint32_t frameCount, std::uint64_t block,
-              std::optional<std::int64_t> deadline = {}) const noexcept VREL_AUDIO_THREAD;
+              std::optional<std::int64_t> deadline = {}) noexcept VREL_AUDIO_THREAD;
 
   /// What the output node rendered last.
   [[nodiscard]] const Stream& result() const { return result_; }
@@ -62,6 +68,7 @@ class RenderPlan {
     std::size_t departedCount = 0;
     bool fillsOutput = false;
     bool servesTap = false;
+    bool isAbsent = false;  // in this block; audio thread
     Stream output;
   };
 
@@ -70,6 +77,9 @@ class RenderPlan {
   [[nodiscard]] const std::vector<Stream>& inputs() const { return inputs_; }
 
  private:
+  void noteAbsent() noexcept VREL_AUDIO_THREAD;
+  void renderStep(const Step& step, std::uint32_t frameCount, std::uint64_t block,
+                  std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
   Stream addStep(const NodeGraph::Entry& entry, double sampleRate, BufferArena& arena, std::uint64_t block);
   void addFades(const NodeGraph::Entry& entry, Step& step, std::uint64_t block);
   Stream takeBuffers(std::uint32_t channelCount, BufferArena& arena);
@@ -84,6 +94,8 @@ class RenderPlan {
   std::vector<std::shared_ptr<NodeProcessor>> processors_;
   std::vector<std::shared_ptr<TapPoint>> taps_;
   std::vector<std::shared_ptr<LinkFades>> fades_;
+  std::deque<std::atomic<bool>> withdrawn_;  // of the steps, in their order
+  std::atomic<bool> hasWithdrawn_{false};
 
   // While compiling.
   std::vector<float*> freeBuffers_;

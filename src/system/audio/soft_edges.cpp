@@ -13,19 +13,35 @@ void SoftEdges::shape(const Channels& channels, std::uint32_t frameCount, bool i
     }
     fadeIn(channels, frameCount);
   } else if (!isSilent_) {
-    fadedOut_ = 0;
-    edgeSamples_ = lastSamples_;
+    beginFadeOut();
   }
   isSilent_ = !isSounding;
   addFadeOut(channels, frameCount);
-  lastSamples_ = {channels[0][frameCount - 1], channels[1][frameCount - 1]};
+  noteHistory(channels, frameCount);
+}
+
+void SoftEdges::forget() noexcept {
+  isSilent_ = true;
+  fadedOut_ = edgeFrames;
+  history_ = {};
+}
+
+// The history is what was heard, fades included: so what an earlier edge still had to play goes on in this one.
+void SoftEdges::beginFadeOut() noexcept {
+  fadedOut_ = 0;
+  for (std::size_t channel = 0; channel < history_.size(); ++channel) {
+    std::array<float, continuationHistory> past;
+    std::rotate_copy(history_[channel].begin(), history_[channel].begin() + historyEnd_, history_[channel].end(),
+                     past.begin());
+    continueSignal(past, ending_[channel]);
+  }
 }
 
 void SoftEdges::fadeIn(const Channels& channels, std::uint32_t frameCount) noexcept {
   const std::uint32_t count = std::min(frameCount, edgeFrames - fadedIn_);
   for (float* const samples : channels) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
-      samples[frame] *= static_cast<float>(fadedIn_ + frame + 1) / static_cast<float>(edgeFrames);
+      samples[frame] *= fadeInAt(fadedIn_ + frame, edgeFrames);
     }
   }
   fadedIn_ += count;
@@ -35,11 +51,22 @@ void SoftEdges::addFadeOut(const Channels& channels, std::uint32_t frameCount) n
   const std::uint32_t count = std::min(frameCount, edgeFrames - fadedOut_);
   for (std::size_t channel = 0; channel < channels.size(); ++channel) {
     for (std::uint32_t frame = 0; frame < count; ++frame) {
-      const auto left = static_cast<float>(edgeFrames - fadedOut_ - frame - 1);
-      channels[channel][frame] += edgeSamples_[channel] * left / static_cast<float>(edgeFrames);
+      const std::uint32_t at = fadedOut_ + frame;
+      channels[channel][frame] += ending_[channel][at] * (1.0F - fadeInAt(at, edgeFrames));
     }
   }
   fadedOut_ += count;
+}
+
+void SoftEdges::noteHistory(const Channels& channels, std::uint32_t frameCount) noexcept {
+  const std::uint32_t count = std::min(frameCount, continuationHistory);
+  const std::uint32_t first = std::min(count, continuationHistory - historyEnd_);
+  for (std::size_t channel = 0; channel < channels.size(); ++channel) {
+    const float* const newest = channels[channel] + frameCount - count;
+    std::copy_n(newest, first, history_[channel].begin() + historyEnd_);
+    std::copy_n(newest + first, count - first, history_[channel].begin());
+  }
+  historyEnd_ = (historyEnd_ + count) % continuationHistory;
 }
 
 }  // namespace vrel::audio

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/devices/system_audio_output.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -226,9 +227,9 @@ void SystemAudioOutput::playToNobody() {
 
 void SystemAudioOutput::awaitSilence(const OutputSession& session) const {
   // The edge, and what a device may have taken ahead.
-  constexpr std::uint64_t fewBlocks = 4;
-  const auto target = session.port.blocks() + fewBlocks;
-  const std::chrono::duration<double> longest(2 * static_cast<double>(fewBlocks) * blockFrames() / sampleRate_);
+  const std::uint64_t blocks = 4 + audio::SoftEdges::edgeFrames / std::max(blockFrames(), 1U);
+  const auto target = session.port.blocks() + blocks;
+  const std::chrono::duration<double> longest(2 * static_cast<double>(blocks) * blockFrames() / sampleRate_);
   const auto limit = std::chrono::steady_clock::now() + longest;
   while (session.port.blocks() < target && !session.stream->lossReason() && std::chrono::steady_clock::now() < limit) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -122,6 +122,16 @@ std::vector<float> bandPass(std::span<const float> samples, double sampleRate, d
   return band;
 }
 
+double splatterDecibels(std::vector<float> samples, double sampleRate, double level, double aboveHertz) {
+  constexpr std::size_t edge = 2048;
+  for (std::size_t frame = 0; frame < edge; ++frame) {
+    const auto weight = static_cast<float>(0.5 - 0.5 * std::cos(std::numbers::pi * static_cast<double>(frame) / edge));
+    samples[frame] *= weight;
+    samples[samples.size() - 1 - frame] *= weight;
+  }
+  return 20 * std::log10(peak(bandPass(samples, sampleRate, aboveHertz, sampleRate / 2)) / level);
+}
+
 double decaySeconds(std::span<const float> impulseResponse, double sampleRate) {
   std::vector<double> energy(impulseResponse.size() + 1);
   for (std::size_t index = impulseResponse.size(); index-- > 0;) {

@@ -25,6 +25,10 @@ std::vector<double> powerSpectrum(std::span<const float> samples);
 /// The part of the response between two frequencies, an octave for example. Hertz.
 std::vector<float> bandPass(std::span<const float> samples, double sampleRate, double lowHertz, double highHertz);
 
+/// The largest sample above a frequency relative to a level, decibels: what a click adds to a tone that is lower. The
+/// ends of the recording are faded first, 2048 frames each.
+double splatterDecibels(std::vector<float> samples, double sampleRate, double level, double aboveHertz = 4000);
+
 /// Seconds to a decay of 60 dB, from the slope between -5 and -35 dB of the backward-integrated energy.
 double decaySeconds(std::span<const float> impulseResponse, double sampleRate);
 

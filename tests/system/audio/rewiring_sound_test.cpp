@@ -10,6 +10,7 @@
 #include "support/audio/graph_stage.h"
 #include "support/audio/measure.h"
 #include "system/audio/paced_null_device.h"
+#include "system/audio/soft_edges.h"
 
 namespace vrel::audio::test {
 namespace {
@@ -17,9 +18,10 @@ namespace {
 constexpr double rate = 48000;
 constexpr double amplitude = 0.5;
 constexpr double hertz = 220;
-// The steepest step of the sine, and one that a soft edge of 64 frames may add to it.
+constexpr std::size_t edgeFrames = SoftEdges::edgeFrames;
+// The steepest step of the sine, and one that a soft edge may add to it.
 constexpr double steepest = amplitude * 2.0 * std::numbers::pi * hertz / rate;
-constexpr double edge = amplitude / 64.0;
+constexpr double edge = amplitude * std::numbers::pi / 2 / edgeFrames;
 
 TEST(RewiringSound, AStopAndStartBetweenTwoBlocksIsNotHeardAtAll) {
   OfflineStage stage(rate);
@@ -56,19 +58,19 @@ TEST(RewiringSound, ASilentBlockHasSoftEdges) {
   }
 }
 
-TEST(RewiringSound, SilenceComesWithin64Frames) {
+TEST(RewiringSound, SilenceComesWithin256Frames) {
   OfflineStage stage(rate, 128);
   stage.addStrip(2, constant(0.5F));
   ASSERT_FALSE(stage.engine->start());
-  stage.record(256);
+  stage.record(1024);
   stage.engine->stop();
-  const Recording tape = stage.record(256);
+  const Recording tape = stage.record(512);
   EXPECT_GT(tape.left.front(), 0.45F);
-  EXPECT_EQ(peak(std::span(tape.left).subspan(64)), 0);
+  EXPECT_EQ(peak(std::span(tape.left).subspan(edgeFrames)), 0);
   ASSERT_FALSE(stage.engine->start());
-  const Recording again = stage.record(256);
+  const Recording again = stage.record(512);
   EXPECT_LT(again.left.front(), 0.05F);
-  EXPECT_EQ(again.left[64], 0.5F);
+  EXPECT_EQ(again.left[edgeFrames], 0.5F);
 }
 
 TEST(RewiringSound, GivingUpAStripWhileRunningLeavesTheOthersExact) {

@@ -34,15 +34,18 @@ TEST(RunningGraph, StopsAndStartsUnderARenderThatNeverPauses) {
   for (std::size_t turn = 0; turn < 200; ++turn) {
     const Strip& strip = strips[turn % strips.size()];
     stage.engine->stop();
-    const std::uint64_t blocks = strip.source->log()->blocks.load();
     stage.unwire(strip);
-    std::this_thread::yield();
-    EXPECT_EQ(strip.source->log()->blocks.load(), blocks) << "rendered while stopped";
+    stage.engine->detach(strip.source);
+    const std::uint64_t blocks = strip.source->log()->blocks.load();
+    stage.device->awaitBlocks(2);
+    EXPECT_EQ(strip.source->log()->blocks.load(), blocks) << "rendered while detached";
+    stage.engine->attach(strip.source);
     stage.wire(strip);
     ASSERT_FALSE(stage.engine->start());
     strip.meter->setOutputVolume(static_cast<float>(turn % 7) / 7.0F);
     strip.reverb->setWetDryMix(static_cast<float>(turn % 5) * 20.0F);
   }
+  stage.engine->stop();
   EXPECT_EQ(stage.engine->retiredPlans(), 0U);
   EXPECT_EQ(stage.counters->nonFiniteBlocks.load(), 0U);
   EXPECT_EQ(stage.counters->overdueWaits.load(), 0U);

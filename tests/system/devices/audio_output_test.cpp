@@ -7,6 +7,7 @@
 
 #include "support/devices/jack_peer.h"
 #include "system/audio/render_engine.h"
+#include "system/audio/soft_edges.h"
 #include "system/devices/output_stage.h"
 #include "system/devices/process_count.h"
 
@@ -35,7 +36,7 @@ TEST(AudioOutput, ASineArrivesAtThePlaybackSideSampleForSample) {
   output.stop();
 
   // Two links are made one after the other, and the sound fades in: from there on all must be there.
-  constexpr std::size_t fadeIn = 64;
+  constexpr std::size_t fadeIn = audio::SoftEdges::edgeFrames;
   const std::size_t start = firstFrame(recorder) + fadeIn;
   ASSERT_LT(start, frames / 2);
   const auto number = static_cast<std::uint32_t>(recorder.channel(1)[start]);

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "support/devices/child_process.h"
+#include "system/audio/soft_edges.h"
 #include "system/devices/output_stage.h"
 #include "system/devices/rt_audio_stream.h"
 
@@ -117,7 +118,8 @@ TEST_F(PulseOutput, ASineArrivesAtTheLoudspeakerAndTheServersDeathIsReported) {
   for (std::size_t index = 0; index + 1 < values.size(); index += 2) {
     if (values[index + 1] != 0) {
       ++frame;
-      const float fadeIn = std::min(static_cast<float>(frame) / 64, 1.0F);
+      constexpr std::uint32_t edge = audio::SoftEdges::edgeFrames;
+      const float fadeIn = frame > edge ? 1.0F : audio::fadeInAt(frame - 1, edge);
       ASSERT_EQ(values[index + 1], fadeIn * static_cast<float>(frame)) << "at " << index;
       ASSERT_EQ(values[index], fadeIn * SineRenderer::sample(frame)) << "at " << index;
     }

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "system/audio/output_device.h"
+
+namespace vrel::audio::test {
+
+/// A device in real time whose blocks a test takes when it likes, between any two steps of a change.
+class LiveDevice final : public OutputDevice {
+ public:
+  static constexpr std::uint32_t frames = 128;
+
+  [[nodiscard]] double sampleRate() const override { return 48000; }
+  [[nodiscard]] std::uint32_t blockFrames() const override { return frames; }
+  [[nodiscard]] bool isRealTime() const override { return true; }
+  [[nodiscard]] bool isRunning() const override { return renderer_ != nullptr; }
+  [[nodiscard]] Outcome start(BlockRenderer& renderer) override {
+    renderer_ = &renderer;
+    return {};
+  }
+  void stop() override { renderer_ = nullptr; }
+
+  /// Plays so many blocks, into `left` and `right`.
+  void play(std::size_t blocks) {
+    for (std::size_t block = 0; block < blocks; ++block) {
+      left.resize(left.size() + frames);
+      right.resize(right.size() + frames);
+      renderer_->render(left.data() + left.size() - frames, right.data() + right.size() - frames, frames);
+    }
+  }
+
+  std::vector<float> left;  // all that was played
+  std::vector<float> right;
+
+ private:
+  BlockRenderer* renderer_ = nullptr;
+};
+
+}  // namespace vrel::audio::test
