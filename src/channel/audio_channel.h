@@ -118,7 +118,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<std::int64_t> playbackStartFrame{0};
   Observable<std::uint32_t> playbackFrameCount{0};
   Observable<std::map<Uuid, std::shared_ptr<AVAudioUnit>>> effectNodes;  // by the slot's id
-  Observable<std::set<Uuid>> crashedEffects;  // slots whose effect has died and has not been loaded again
+  Observable<std::set<Uuid>> failedEffects;  // slots whose effect has died or could not be loaded
   Observable<std::shared_ptr<AVAudioUnitReverb>> reverbNode;
   Observable<std::shared_ptr<AVAudioMixerNode>> meterNode;
   Observable<bool> meterTapInstalled{false};

@@ -218,6 +218,7 @@ void AudioEngine::removeAllChannels() {
   strips_.channels.clear();
   auto& master = *strips_.masterChannel;
   master.effectSlots.set({});
+  master.failedEffects.set({});
   if (!master.effectNodes.get().empty()) {
     performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(master); });
   } else if (engine_->isRunning()) {

@@ -31,10 +31,16 @@ bool isStillWanted(const AudioChannel& channel, const AudioPluginSlot& slot) {
          !channel.effectNodes.get().contains(slot.id);
 }
 
-void forgetCrash(AudioChannel& channel, const Uuid& slotId) {
-  auto crashed = channel.crashedEffects.get();
-  if (crashed.erase(slotId) > 0) {
-    channel.crashedEffects.set(std::move(crashed));
+void noteFailure(AudioChannel& channel, const Uuid& slotId) {
+  auto failed = channel.failedEffects.get();
+  failed.insert(slotId);
+  channel.failedEffects.set(std::move(failed));
+}
+
+void forgetFailure(AudioChannel& channel, const Uuid& slotId) {
+  auto failed = channel.failedEffects.get();
+  if (failed.erase(slotId) > 0) {
+    channel.failedEffects.set(std::move(failed));
   }
 }
 
@@ -102,7 +108,7 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
     slot->manufacturerName = component.manufacturerName;
     slot->stateBase64 = std::nullopt;
     channel.effectSlots.set(std::move(slots));
-    forgetCrash(channel, slotId);
+    forgetFailure(channel, slotId);
     chains_.rebuildChannelEffectChain(channel);
   });
   levels_.applyMixerLevels();
@@ -137,7 +143,7 @@ void EffectRacks::removeEffectSlot(AudioChannel& channel, const Uuid& slotId) {
     auto slots = channel.effectSlots.get();
     std::erase_if(slots, [&](const auto& each) { return each.id == slotId; });
     channel.effectSlots.set(std::move(slots));
-    forgetCrash(channel, slotId);
+    forgetFailure(channel, slotId);
     chains_.rebuildChannelEffectChain(channel);
   });
   levels_.applyMixerLevels();
@@ -165,9 +171,7 @@ bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AV
         channel.effectSlots.set(std::move(slots));
       }
     }
-    auto crashed = channel.crashedEffects.get();
-    crashed.insert(slotId);
-    channel.crashedEffects.set(std::move(crashed));
+    noteFailure(channel, slotId);
     channel.effectNodes.set(std::move(nodes));
     chains_.rebuildChannelEffectChain(channel);
   });
@@ -175,16 +179,18 @@ bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AV
   return true;
 }
 
-void EffectRacks::reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
-                               const PluginComponentResolver& resolver) {
+bool EffectRacks::reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                               const PluginComponentResolver& resolver, std::function<void()> completion) {
   const auto& slots = channel->effectSlots.get();
   const auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
   if (slot == slots.end() || slot->pluginPath.empty() || !isStillWanted(*channel, *slot)) {
-    return;
+    return false;
   }
-  if (const auto component = resolver ? resolver(slot->pluginPath) : std::nullopt) {
-    restoreWhenMade(*slot, *component, std::make_shared<LoadGroup>(LoadGroup{1, channel, nullptr}));
+  const auto component = resolver ? resolver(slot->pluginPath) : std::nullopt;
+  if (component) {
+    restoreWhenMade(*slot, *component, std::make_shared<LoadGroup>(LoadGroup{1, channel, std::move(completion)}));
   }
+  return component.has_value();
 }
 
 void EffectRacks::moveEffectSlot(AudioChannel& channel, const std::set<std::size_t>& fromOffsets,
@@ -200,7 +206,7 @@ void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
     mutator_.performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(*channel); });
   }
   channel->effectSlots.set(slots);
-  channel->crashedEffects.set({});
+  channel->failedEffects.set({});
   const auto isFilled = [](const AudioPluginSlot& slot) { return !slot.pluginPath.empty(); };
   if (std::none_of(slots.begin(), slots.end(), isFilled)) {
     chains_.rebuildChannelEffectChain(*channel);
@@ -216,6 +222,8 @@ void EffectRacks::restoreEffectSlots(const std::vector<AudioPluginSlot>& slots,
     if (component) {
       ++group->pending;
       restoreWhenMade(slot, *component, group);
+    } else if (isFilled(slot)) {
+      noteFailure(*channel, slot.id);
     }
   }
   leave(group);
@@ -229,8 +237,12 @@ void EffectRacks::restoreWhenMade(const AudioPluginSlot& slot, const AVAudioUnit
         return;
       }
       const auto channel = group->channel.lock();
-      if (channel && node != nullptr && chains_.isOnStage(*channel) && isStillWanted(*channel, slot)) {
-        mutator_.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
+      if (channel && chains_.isOnStage(*channel) && isStillWanted(*channel, slot)) {
+        if (node != nullptr) {
+          mutator_.performGraphMutation("restoreEffectSlot", [&] { restoreSlot(*channel, slot, node); });
+        } else {
+          noteFailure(*channel, slot.id);
+        }
       }
       leave(group);
     });
@@ -264,7 +276,7 @@ void EffectRacks::restoreSlot(AudioChannel& channel, const AudioPluginSlot& slot
   auto nodes = channel.effectNodes.get();
   nodes[slot.id] = node;
   channel.effectNodes.set(std::move(nodes));
-  forgetCrash(channel, slot.id);
+  forgetFailure(channel, slot.id);
 }
 
 void EffectRacks::restoreEnded(AudioChannel& channel, const std::function<void()>& completion) {

@@ -81,13 +81,14 @@ class EffectRacks {
   void removeEffectSlot(AudioChannel& channel, const Uuid& slotId);
 
   /// Takes a node that has died out of the chain; its slot stays, with the last state that the effect was given or
-  /// captured, and is among the channel's `crashedEffects`. False when the rack has no such node.
+  /// captured, and is among the channel's `failedEffects`. False when the rack has no such node.
   bool loseEffectNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node);
 
-  /// Loads the plug-in of a slot without a node again, with the slot's state. Nothing for a slot that has its node,
-  /// that is not there, or whose plug-in is not installed.
-  void reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
-                    const PluginComponentResolver& resolver);
+  /// Loads the plug-in of a slot without a node again, with the slot's state. False, and nothing, for a slot that has
+  /// its node, that is not there, or whose plug-in is not installed. `completion` may be empty; it is called when the
+  /// load has ended either way, unless engine or channel have gone.
+  bool reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                    const PluginComponentResolver& resolver, std::function<void()> completion = nullptr);
 
   /// Moves the slots at `fromOffsets` so that they stand before what was at `toOffset`; all offsets
   /// are those before the move. Offsets out of range are ignored.

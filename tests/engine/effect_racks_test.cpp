@@ -279,62 +279,6 @@ TEST_F(Racks, AMixIsAppliedToEveryChangeOfARack) {
   });
 }
 
-/// A strip whose one effect has died with the state {depth: 0.25} and the slot that it leaves.
-class RacksWithACrash : public Racks {
- protected:
-  RacksWithACrash() {
-    engine->effects().restoreEffectSlots({slotFor(chorusKey)}, strip.channel, resolver(), nullptr);
-    const auto node = std::make_shared<simulation::ScriptedUnit>("chorus");
-    units.answer(0, node, std::nullopt);
-    settle();
-    node->core.documentState = state;
-    EXPECT_TRUE(engine->effects().loseEffectNode(*strip.channel, node));
-  }
-
-  [[nodiscard]] AudioPluginSlot slot() const { return strip.channel->effectSlots.get().front(); }
-  [[nodiscard]] std::set<Uuid> crashed() const { return strip.channel->crashedEffects.get(); }
-
-  const PropertyListDictionary state{{"depth", {0.25}}};
-  const Strip strip = addStrip("Piano");
-};
-
-TEST_F(RacksWithACrash, TheSlotIsMarkedAndKeepsTheLastState) {
-  EXPECT_EQ(crashed(), std::set<Uuid>{slot().id});
-  EXPECT_EQ(slot().stateBase64, base64Encode(propertyLists.ticketFor({state})));
-  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > reverb 1 > meter 1 > main mixer > output");
-}
-
-TEST_F(RacksWithACrash, LoadedAgainItHasItsStateAndItsPlace) {
-  engine->effects().reviveEffect(strip.channel, slot().id, resolver());
-  const auto node = std::make_shared<simulation::ScriptedUnit>("again");
-  units.answer(0, node, std::nullopt);
-  settle();
-  EXPECT_TRUE(crashed().empty());
-  EXPECT_EQ(node->core.documentState, state);
-  EXPECT_EQ(graph().chainFrom(strip.instrument), "Piano > again > reverb 1 > meter 1 > main mixer > output");
-  engine->effects().reviveEffect(strip.channel, slot().id, resolver());
-  EXPECT_TRUE(units.requests.empty()) << "nothing is loaded into a slot that has its node";
-}
-
-TEST_F(RacksWithACrash, TheMarkGoesWithWhatTakesTheSlotsPlace) {
-  const auto id = slot().id;
-  engine->effects().replaceEffectSlot(*strip.channel, id, chorus, std::make_shared<simulation::ScriptedUnit>("new"),
-                                      nullptr);
-  EXPECT_TRUE(crashed().empty());
-  EXPECT_TRUE(engine->effects().loseEffectNode(*strip.channel, strip.channel->effectNodes.get().at(id)));
-  EXPECT_FALSE(crashed().empty());
-  engine->effects().removeEffectSlot(*strip.channel, id);
-  EXPECT_TRUE(crashed().empty());
-}
-
-TEST_F(RacksWithACrash, WhatIsNotThereOrNotInstalledIsNotLoadedAgain) {
-  engine->effects().reviveEffect(strip.channel, Uuid::fresh(), resolver());
-  engine->effects().reviveEffect(strip.channel, slot().id, nullptr);
-  engine->effects().reviveEffect(strip.channel, slot().id, [](const std::string&) { return std::nullopt; });
-  EXPECT_TRUE(units.requests.empty());
-  EXPECT_FALSE(crashed().empty());
-}
-
 TEST_F(Racks, ARestoreRestartsOnceForEachNodeAndOnceForTheChain) {
   const auto strip = addStrip("Piano");
   engine->effects().restoreEffectSlots({slotFor(chorusKey), slotFor(chorusKey)}, strip.channel, resolver(), nullptr);
