@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdint>
 
-#include "document/plugin_path.h"
 #include "foundation/fnv1a64.h"
 
 namespace vrel {
@@ -28,22 +27,25 @@ std::string_view wordAt(std::string_view text) {
   return word;
 }
 
-std::string nameOfCode(std::string_view code, const std::vector<AVAudioUnitComponent>& installed) {
-  const auto component = resolvePluginPath(code, installed);
-  return component ? component->name : std::string(unknownPlugin);
+std::string nameOfCode(std::string_view code, const KnownPlugins& known) {
+  const auto name = knownPluginName(code, known);
+  return name.empty() ? std::string(unknownPlugin) : name;
 }
 
-std::string nameOfUri(std::string_view uri, const std::vector<AVAudioUnitComponent>& installed) {
+std::string nameOfUri(std::string_view uri, const KnownPlugins& known) {
   // The codes of a plug-in are the hash of its URI.
   constexpr unsigned half = 32;
   const std::uint64_t hash = fnv1a64(uri);
-  const auto found = std::find_if(installed.begin(), installed.end(), [hash](const AVAudioUnitComponent& component) {
-    const auto& codes = component.audioComponentDescription;
-    return codes.componentSubType == static_cast<std::uint32_t>(hash >> half) &&
-           codes.componentManufacturer == static_cast<std::uint32_t>(hash);
-  });
-  if (found != installed.end()) {
-    return found->name;
+  for (const auto* const installed : {&known.instruments, &known.effects}) {
+    const auto found =
+        std::find_if(installed->begin(), installed->end(), [hash](const AVAudioUnitComponent& component) {
+          const auto& codes = component.audioComponentDescription;
+          return codes.componentSubType == static_cast<std::uint32_t>(hash >> half) &&
+                 codes.componentManufacturer == static_cast<std::uint32_t>(hash);
+        });
+    if (found != installed->end()) {
+      return found->name;
+    }
   }
   const std::size_t last = uri.find_last_of("/#:");
   return std::string(last + 1 < uri.size() ? uri.substr(last + 1) : uri);
@@ -51,7 +53,7 @@ std::string nameOfUri(std::string_view uri, const std::vector<AVAudioUnitCompone
 
 }  // namespace
 
-std::string problemText(std::string_view line, const std::vector<AVAudioUnitComponent>& installed) {
+std::string problemText(std::string_view line, const KnownPlugins& known) {
   std::string text;
   while (!line.empty()) {
     const bool isCode = beginsWith(line, codePrefix);
@@ -63,7 +65,7 @@ std::string problemText(std::string_view line, const std::vector<AVAudioUnitComp
       continue;
     }
     const std::string_view word = wordAt(line);
-    text += isCode ? nameOfCode(word, installed) : nameOfUri(word, installed);
+    text += isCode ? nameOfCode(word, known) : nameOfUri(word, known);
     line.remove_prefix(word.size());
   }
   return text;

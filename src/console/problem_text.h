@@ -3,15 +3,14 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "platform/audio_component.h"
+#include "document/plugin_names.h"
 
 namespace vrel {
 
-/// A line of the log as a performer reads it: with the names of plug-ins in place of their codes and URIs. One that is
-/// not installed is "a plug-in", and of any other URI the last part is left.
-[[nodiscard]] std::string problemText(std::string_view line, const std::vector<AVAudioUnitComponent>& installed);
+/// A line of the log as a performer reads it: with the names of plug-ins in place of their codes and URIs. One that
+/// nothing knows is "a plug-in", and of any other URI the last part is left.
+[[nodiscard]] std::string problemText(std::string_view line, const KnownPlugins& known);
 
 /// What mends the matter of a line of the log, so that it need not be shown any longer.
 enum class ProblemKind { other, save, instrument };

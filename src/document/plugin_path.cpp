@@ -81,6 +81,14 @@ std::string pluginKey(const AVAudioUnitComponent& component) {
          ":" + std::to_string(codes.componentManufacturer);
 }
 
+std::string nameInPath(std::string_view path) {
+  if (pluginPathKind(path) != PluginPathKind::name) {
+    return {};
+  }
+  const auto parts = splitAtColons(path.substr(namesPrefix.size()));
+  return parts.size() < 2 ? std::string() : std::string(parts[1]);
+}
+
 std::optional<AVAudioUnitComponent> resolvePluginPath(std::string_view path,
                                                       const std::vector<AVAudioUnitComponent>& components) {
   const auto kind = pluginPathKind(path);

@@ -36,6 +36,9 @@ enum class PluginPathKind {
 /// The path, or key, of a plug-in: its "aucd:" form.
 [[nodiscard]] std::string pluginKey(const AVAudioUnitComponent& component);
 
+/// The plug-in's own name in an "au:" path; empty for any other form.
+[[nodiscard]] std::string nameInPath(std::string_view path);
+
 /// The first of `components` that `path` names; none for a path that is malformed, internal or
 /// unknown. Works on what it is given alone, so it may run on any thread.
 [[nodiscard]] std::optional<AVAudioUnitComponent> resolvePluginPath(

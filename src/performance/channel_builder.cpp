@@ -3,6 +3,7 @@
 
 #include "channel/channel_values.h"
 #include "document/app_state.h"
+#include "document/plugin_names.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "platform/console_output.h"
@@ -39,7 +40,10 @@ void ChannelBuilder::loadInstrument(const std::shared_ptr<AudioChannel>& channel
                                     const Progress& progress) {
   const auto component = resolvePluginPath(record.pluginPath, state_.scannedPlugins.get());
   if (!component) {
-    console_.print("Failed to load plugin: " + record.pluginPath + " is not installed (" + record.name + ")");
+    const auto name = knownPluginName(record.pluginPath, knownPlugins(state_));
+    console_.print("Failed to load plugin: " + (name.empty() ? record.pluginPath : name) + " is not installed (" +
+                   record.name + ")");
+    channel->pluginName.set(name);  // what it wanted
     channel->status.set(ChannelStatus::loadFailed);
     instrumentEnded(channel, record.effectSlots, progress);
     return;

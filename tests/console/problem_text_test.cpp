@@ -18,29 +18,47 @@ std::vector<AVAudioUnitComponent> installed() {
            {componentTypeMusicDevice, static_cast<std::uint32_t>(hash >> 32U), static_cast<std::uint32_t>(hash)}}};
 }
 
+const AVAudioUnitComponent delay{"Delay", "Maker", {componentTypeEffect, 31, 20}};
+
+/// With a setlist that has a reverb which is not installed.
+std::string shown(std::string_view line) {
+  static const auto instruments = installed();
+  static const std::vector<AVAudioUnitComponent> effects{delay};
+  static const std::vector<SongConfig> songs = [] {
+    SongConfig song;
+    song.channels.emplace_back().effectSlots = {{.pluginPath = "aucd:1635083896:5:5", .pluginName = "Old Hall"}};
+    return std::vector{song};
+  }();
+  return problemText(line, {instruments, effects, songs});
+}
+
 TEST(ProblemText, NamesPluginsInsteadOfTheirCodes) {
-  EXPECT_EQ(problemText("Prewarm failed for aucd:1635085685:11:20: no memory", installed()),
-            "Prewarm failed for Organ: no memory");
+  EXPECT_EQ(shown("Prewarm failed for aucd:1635085685:11:20: no memory"), "Prewarm failed for Organ: no memory");
 }
 
 TEST(ProblemText, NamesPluginsInsteadOfTheirUris) {
-  EXPECT_EQ(problemText("Failed to load plugin: <http://example.org/plugins/grand> has no port.", installed()),
+  EXPECT_EQ(shown("Failed to load plugin: <http://example.org/plugins/grand> has no port."),
             "Failed to load plugin: <Grand Piano> has no port.");
 }
 
+TEST(ProblemText, NamesEffectsAndWhatOnlyTheSetlistKnows) {
+  EXPECT_EQ(shown("aucd:1635083896:31:20 is gone"), "Delay is gone");
+  EXPECT_EQ(shown("aucd:1635083896:5:5 is gone"), "Old Hall is gone");
+}
+
 TEST(ProblemText, OneThatIsNotInstalledIsAPlugin) {
-  EXPECT_EQ(problemText("Failed to load plugin: aucd:1635085685:7:7 is not installed (Pad)", installed()),
+  EXPECT_EQ(shown("Failed to load plugin: aucd:1635085685:7:7 is not installed (Pad)"),
             "Failed to load plugin: a plug-in is not installed (Pad)");
 }
 
 TEST(ProblemText, OfAnotherUriTheLastPartIsLeft) {
-  EXPECT_EQ(problemText("requires http://lv2plug.in/ns/ext/worker#schedule.", {}), "requires schedule.");
-  EXPECT_EQ(problemText("urn:a urn: http://", {}), "a urn: http://");
+  EXPECT_EQ(shown("requires http://lv2plug.in/ns/ext/worker#schedule."), "requires schedule.");
+  EXPECT_EQ(shown("urn:a urn: http://"), "a urn: http://");
 }
 
 TEST(ProblemText, ALineWithoutEitherStaysAsItIs) {
-  EXPECT_EQ(problemText("Failed to save setlist: disk full", installed()), "Failed to save setlist: disk full");
-  EXPECT_EQ(problemText("", {}), "");
+  EXPECT_EQ(shown("Failed to save setlist: disk full"), "Failed to save setlist: disk full");
+  EXPECT_EQ(shown(""), "");
 }
 
 TEST(ProblemText, ItsKindSaysWhatMendsIt) {

@@ -216,7 +216,7 @@ void ConsoleMirror::setAudioOutput(bool isMissing, const std::string& awaited) {
 
 void ConsoleMirror::addProblem(const std::string& line) {
   shownProblem_ = problemKind(line);
-  session_.set(SessionViewModel::problemKey, problemText(line, content_.appState().scannedPlugins.get()));
+  session_.set(SessionViewModel::problemKey, problemText(line, knownPlugins(content_.appState())));
   session_.set(SessionViewModel::problemCountKey, ++problemCount_);  // the same line again is another problem
 }
 
