@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/instrument_reload.h"
 
-#include <optional>
 #include <string>
 
 #include "channel/channel_status.h"
@@ -40,7 +39,7 @@ void InstrumentReload::loadPlugin(const std::shared_ptr<AudioChannel>& channel) 
   state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
   channel->status.set(ChannelStatus::loading);
   const auto session = state_.loadingSessionToken.get();
-  engine_.instruments().loadInstrument(channel, *component, std::nullopt,
+  engine_.instruments().loadInstrument(channel, *component, engine_.pluginState().capturePluginState(*channel),
                                        [this, life = life_.watch(), session](bool /*succeeded*/) {
                                          if (life.isAlive() && state_.loadingSessionToken.get() == session) {
                                            state_.completeOneLoad();

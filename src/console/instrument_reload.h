@@ -21,8 +21,9 @@ class InstrumentReload {
   InstrumentReload(AppState& state, AudioEngine& engine, ConsoleOutput& console)
       : state_(state), engine_(engine), console_(console) {}
 
-  /// A plug-in is loaded behind the modal, without a state; clips and an audio file with what the strip has of them;
-  /// for an empty path the levels are applied.
+  /// A plug-in is loaded behind the modal, with the state that is known of it: one that died left its last one, one
+  /// that failed on purpose none. Clips and an audio file are loaded with what the strip has of them; for an empty path
+  /// the levels are applied.
   void reload(const std::shared_ptr<AudioChannel>& channel);
 
   /// Lets the strip's instrument fail, as a rehearsal. Nothing where none runs.

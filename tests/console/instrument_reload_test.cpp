@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "document/plugin_path.h"
 #include "support/simulated_session.h"
@@ -22,11 +24,24 @@ class Reload : public SimulatedSession {
     answerAll();
   }
 
+  /// The instrument sounds as `tone` says, and dies.
+  void loseInstrument() {
+    instrument().core.documentState = tone;
+    engine->pluginDied(channel->instrumentNode.get(), "It was killed by signal 9");
+    settle();
+    ASSERT_EQ(channel->status.get(), ChannelStatus::crashed);
+  }
+
+  [[nodiscard]] simulation::ScriptedInstrument& instrument() const {
+    return dynamic_cast<simulation::ScriptedInstrument&>(*channel->instrumentNode.get());
+  }
+
   [[nodiscard]] bool hasLogged(const std::string& part) const {
     return std::any_of(console.lines.begin(), console.lines.end(),
                        [&](const std::string& line) { return line.find(part) != std::string::npos; });
   }
 
+  static inline const PropertyListDictionary tone{{"cutoff", PropertyListValue{std::int64_t{7}}}};
   InstrumentReload reload{state, *engine, console};
   std::shared_ptr<AudioChannel> channel;
 };
@@ -70,6 +85,53 @@ TEST_F(Reload, OfAPluginShowsTheModalUntilItAnswers) {
   answerAll();
   EXPECT_EQ(channel->status.get(), ChannelStatus::running);
   EXPECT_EQ(state.remainingLoadsCount.get(), 0);
+}
+
+TEST_F(Reload, OfAnInstrumentThatDiedBringsItsLastStateBack) {
+  load(piano);
+  loseInstrument();
+  reload.reload(channel);
+  answerAll();
+  ASSERT_EQ(channel->status.get(), ChannelStatus::running);
+  EXPECT_EQ(instrument().core.documentState, tone);
+}
+
+TEST_F(Reload, ThatFailsKeepsTheLastStateOfAnInstrumentThatDied) {
+  load(piano);
+  loseInstrument();
+  reload.reload(channel);
+  settle();
+  units.answer(0, nullptr, Error{"no room"});
+  settle();
+  ASSERT_EQ(channel->status.get(), ChannelStatus::loadFailed);
+  const auto saved = engine->pluginState().capturePluginState(*channel);
+  EXPECT_EQ(engine->pluginState().decodePluginState(saved), tone);
+  reload.reload(channel);
+  answerAll();
+  EXPECT_EQ(instrument().core.documentState, tone);
+}
+
+TEST_F(Reload, OfAnInstrumentThatStillPlaysKeepsItsSound) {
+  load(piano);
+  instrument().core.documentState = tone;
+  engine->instruments().loadInstrument(channel, organ, std::nullopt, nullptr);
+  settle();
+  units.answer(0, nullptr, Error{"no room"});
+  settle();
+  ASSERT_TRUE(InstrumentReload::canRevive(*channel));
+  reload.reload(channel);
+  answerAll();
+  EXPECT_EQ(channel->pluginPath.get(), pianoKey);
+  EXPECT_EQ(instrument().core.documentState, tone);
+}
+
+TEST_F(Reload, AfterASimulatedCrashIsWithoutAState) {
+  load(piano);
+  instrument().core.documentState = tone;
+  reload.simulateCrash(*channel);
+  reload.reload(channel);
+  answerAll();
+  EXPECT_EQ(instrument().core.calls, (std::vector<std::string>{"host callbacks"}));
 }
 
 TEST_F(Reload, OfAPluginThatIsNotInstalledFailsAtOnce) {
