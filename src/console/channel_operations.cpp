@@ -79,8 +79,7 @@ void ChannelOperations::copyChannel(const AudioChannel& channel) {
   if (!isAllowed(LiveModeAction::copyChannel)) {
     return;
   }
-  engine_.pluginState().requestStates(channel);
-  channelClipboard.set(makeChannelConfig(channel, engine_.pluginState()));
+  channelClipboard.set(recordOf(channel));
   selection_.selectedChannelId.set(channel.id);
 }
 
@@ -110,8 +109,7 @@ void ChannelOperations::duplicateChannel(const AudioChannel& channel) {
   if (!isAllowed(LiveModeAction::duplicateChannel) || !index) {
     return;
   }
-  engine_.pluginState().requestStates(channel);
-  addChannelFromConfig(makeChannelConfig(channel, engine_.pluginState()), *index + 1);
+  addChannelFromConfig(recordOf(channel), *index + 1);
 }
 
 void ChannelOperations::removeChannelFromConsole(const AudioChannel& channel) {
@@ -124,6 +122,15 @@ void ChannelOperations::removeChannelFromConsole(const AudioChannel& channel) {
     selectFirstChannel();
   }
   channelListChanged();
+}
+
+ChannelConfig ChannelOperations::recordOf(const AudioChannel& channel) const {
+  engine_.pluginState().requestStates(channel);
+  auto record = makeChannelConfig(channel, engine_.pluginState());
+  if (amendRecord) {
+    amendRecord(channel, record);
+  }
+  return record;
 }
 
 std::optional<std::size_t> ChannelOperations::indexOf(const std::optional<Uuid>& channelId) const {

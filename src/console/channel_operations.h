@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -32,6 +33,9 @@ class ChannelOperations {
 
   Observable<std::optional<ChannelConfig>> channelClipboard;
 
+  /// Corrects the record of a strip that plays something else for now. May be empty.
+  std::function<void(const AudioChannel& channel, ChannelConfig& record)> amendRecord;
+
   // A drag under way.
   Observable<std::optional<Uuid>> draggedChannelId;
   Observable<std::optional<Uuid>> dropTargetChannelId;
@@ -48,7 +52,7 @@ class ChannelOperations {
   /// A strip from a record, loaded behind the modal; at `insertAt`, limited to the strips there are, or at the end.
   void addChannelFromConfig(const ChannelConfig& config, std::optional<std::size_t> insertAt);
 
-  /// Takes the strip into the clipboard as it sounds now.
+  /// Takes the strip into the clipboard as it sounds now, with its own instrument while another is tried out.
   void copyChannel(const AudioChannel& channel);
   void cutChannel(const AudioChannel& channel);
 
@@ -63,6 +67,7 @@ class ChannelOperations {
 
  private:
   [[nodiscard]] bool isAllowed(LiveModeAction action) const;
+  [[nodiscard]] ChannelConfig recordOf(const AudioChannel& channel) const;
   void selectFirstChannel();
   void channelListChanged();
 

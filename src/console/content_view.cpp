@@ -37,9 +37,8 @@ ContentView::ContentView(const Collaborators& collaborators)
       droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
-  songSwitch_.amendRecord = [this](const AudioChannel& channel, ChannelConfig& record) {
-    instrumentSelector_.amendRecord(channel, record);
-  };
+  songSwitch_.amendRecord = channelOperations_.amendRecord =
+      [this](const AudioChannel& channel, ChannelConfig& record) { instrumentSelector_.amendRecord(channel, record); };
   observeMenus();
 }
 

@@ -280,6 +280,7 @@ void EditHistory::changeStrips(EditShot& from, const EditShot& to) {
       auto& record = from.strips[index].record;
       record.pluginStateBase64 = engine_.pluginState().capturePluginState(*before[index]);
       record.effectSlots = engine_.pluginState().captureEffectSlots(*before[index]);
+      instruments_.amendRecord(*before[index], record);
       engine_.removeChannel(*before[index]);
     }
   }
@@ -313,6 +314,7 @@ void EditHistory::changeStrip(const std::shared_ptr<AudioChannel>& channel, Stri
   changeValues(*channel, from.record, to.record);
   if (!playSameSource(from.record, to.record)) {
     from.record.pluginStateBase64 = engine_.pluginState().capturePluginState(*channel);
+    instruments_.amendRecord(*channel, from.record);
     instruments_.put(channel, to.record);
   }
   if (!haveSameEffects(from.record, to.record)) {

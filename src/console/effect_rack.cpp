@@ -38,17 +38,24 @@ void EffectRack::toggle(const AudioChannel& channel) {
   close();
   if (!isOpen) {
     openChannelId.set(channel.id);
+    searchText.set(searchTexts_[channel.id]);
   }
 }
 
 void EffectRack::close() {
+  if (const auto& id = openChannelId.get()) {
+    searchTexts_[*id] = searchText.get();
+  }
   openChannelId.set(std::nullopt);
   replacedSlotId.set(std::nullopt);
   searchText.set("");
 }
 
 std::shared_ptr<AudioChannel> EffectRack::channel() const {
-  const auto& id = openChannelId.get();
+  return openChannelId.get() ? channelOf(*openChannelId.get()) : nullptr;
+}
+
+std::shared_ptr<AudioChannel> EffectRack::channelOf(const Uuid& id) const {
   if (id == engine_.masterChannel()->id) {
     return engine_.masterChannel();
   }
@@ -61,6 +68,7 @@ void EffectRack::closeForStripThatIsGone() {
   if (channel() == nullptr) {
     close();
   }
+  std::erase_if(searchTexts_, [this](const auto& entry) { return channelOf(entry.first) == nullptr; });
 }
 
 std::vector<AudioPluginSlot> EffectRack::occupiedSlots(const AudioChannel& channel) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,8 +25,9 @@ struct ConsoleSelection;
 
 /// The effects of a strip or of the master, as a person puts them in, replaces, moves and removes them.
 ///
-/// One rack is open at a time; it closes when its strip leaves the stage, and its search text goes with it. In Live
-/// mode it is shown, and nothing can be changed. Slots without a plug-in are kept and not shown. Main thread.
+/// One rack is open at a time; it closes when its strip leaves the stage. Each has a search text of its own, as long as
+/// its strip is on stage. In Live mode a rack is shown, and nothing can be changed. Slots without a plug-in are kept
+/// and not shown. Main thread.
 class EffectRack {
  public:
   struct Collaborators {
@@ -41,7 +43,7 @@ class EffectRack {
 
   Observable<std::optional<Uuid>> openChannelId;
   Observable<std::optional<Uuid>> replacedSlotId;  // the slot that the next pick goes to; none for a new one at the end
-  Observable<std::string> searchText;
+  Observable<std::string> searchText;              // of the open rack
 
   /// Opens the rack of this channel in place of any other, or closes it when it is open.
   void toggle(const AudioChannel& channel);
@@ -72,6 +74,7 @@ class EffectRack {
 
  private:
   [[nodiscard]] bool mayChange() const;
+  [[nodiscard]] std::shared_ptr<AudioChannel> channelOf(const Uuid& id) const;
   [[nodiscard]] Uuid takeSlotToFill(const AudioChannel& channel);
   void move(const Uuid& slotId, bool isDown);
   void closeForStripThatIsGone();
@@ -81,6 +84,7 @@ class EffectRack {
   MainQueue& mainQueue_;
   ConsoleOutput& console_;
   PluginList plugins_;
+  std::map<Uuid, std::string> searchTexts_;  // of the racks that are closed
   std::vector<std::shared_ptr<void>> connections_;
   LifeToken life_;
 };

@@ -105,10 +105,7 @@ void InstrumentSelector::pick(const std::string& key) {
     }
   } else {
     console_.print("Failed to load plugin: " + key + " is not installed (" + target->name.get() + ")");
-    if (own) {
-      put(target, *own);
-    }
-    target->status.set(ChannelStatus::loadFailed);
+    bringOwnBack(target, own);
   }
   state_.markEdited();
 }
@@ -136,8 +133,8 @@ void InstrumentSelector::load(const std::shared_ptr<AudioChannel>& channel, cons
           state_.markEdited();  // only now does the strip play something else
         }
       } else if (const auto strip = weakChannel.lock();
-                 own && life.isAlive() && strip != nullptr && strip->status.get() == ChannelStatus::loadFailed) {
-        put(strip, *own);
+                 life.isAlive() && strip != nullptr && strip->status.get() == ChannelStatus::loadFailed) {
+        bringOwnBack(strip, own);
       }
       ended();
     };
@@ -204,21 +201,62 @@ void InstrumentSelector::endTrial() {
   const auto trial = std::move(trial_);
   dropTrial();
   if (const auto target = trial ? trial->channel.lock() : nullptr) {
-    put(target, trial->own);
+    install(target, trial->own, nullptr);
+  }
+}
+
+void InstrumentSelector::dropChoiceFor(const AudioChannel& channel) {
+  if (trial_ && trial_->channel.lock().get() == &channel) {
+    dropTrial();
+  }
+  if (state_.pluginSelectorChannelId.get() == channel.id) {
+    close();
+  }
+}
+
+/// After a load that failed: the strip plays what it did before anything was tried out on it.
+void InstrumentSelector::bringOwnBack(const std::shared_ptr<AudioChannel>& channel,
+                                      const std::optional<ChannelConfig>& own) {
+  if (own) {
+    install(channel, *own, [weakChannel = std::weak_ptr(channel)] {
+      if (const auto strip = weakChannel.lock()) {
+        strip->status.set(ChannelStatus::loadFailed);
+      }
+    });
+  } else {
+    channel->status.set(ChannelStatus::loadFailed);
   }
 }
 
 void InstrumentSelector::put(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source) {
+  dropChoiceFor(*channel);
+  install(channel, source, nullptr);
+}
+
+/// `installed` may be empty; it is called when the source is there, unless something else was asked for by then.
+void InstrumentSelector::install(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source,
+                                 const std::function<void()>& installed) {
   const auto component = resolvePluginPath(source.pluginPath, state_.scannedPlugins.get());
   if (component) {
     engine_.instruments().loadInstrument(channel, *component, source.pluginStateBase64,
-                                         [old = channel->instrumentNode.get()](bool succeeded) {
+                                         [old = channel->instrumentNode.get(), installed](bool succeeded) {
                                            if (succeeded) {
                                              silenceInstrument(old);
+                                           }
+                                           if (succeeded && installed) {
+                                             installed();
                                            }
                                          });
     return;
   }
+  installInternal(channel, source);
+  if (installed) {
+    installed();
+  }
+}
+
+/// A source without a plug-in, or one whose plug-in is not installed.
+void InstrumentSelector::installInternal(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source) {
   silenceInstrument(channel->instrumentNode.get());
   const auto kind = pluginPathKind(source.pluginPath);
   if (kind == PluginPathKind::visual) {
@@ -289,10 +327,7 @@ void InstrumentSelector::removeInstrument(AudioChannel& channel) {
       !LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_)) {
     return;
   }
-  if (trial_ && trial_->channel.lock().get() == &channel) {
-    dropTrial();
-    close();
-  }
+  dropChoiceFor(channel);
   silenceInstrument(channel.instrumentNode.get());
   engine_.instruments().unloadInstrument(channel);
   engine_.applyMixerLevels();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,8 +26,8 @@ struct ConsoleSelection;
 /// The choice of what a strip plays: an instrument, an audio file or clips.
 ///
 /// It is open for one strip at a time, `AppState::pluginSelectorChannelId`, and closes when that strip leaves the
-/// stage. The search text stays in the session. A pick while it is closed does nothing, so that a press that comes
-/// twice loads once.
+/// stage. In Live mode nothing can be chosen: it is cancelled when the mode begins. The search text stays in the
+/// session. A pick while it is closed does nothing, so that a press that comes twice loads once.
 ///
 /// While it is open, instruments can be tried out: each plays on the strip until the next one does. Until one is
 /// picked, the strip's own instrument is what a capture stores, and what comes back with its state when the selector is
@@ -71,8 +72,8 @@ class InstrumentSelector {
   /// Puts the strip's own instrument in the record of a strip on which another one is tried out.
   void amendRecord(const AudioChannel& channel, ChannelConfig& record) const;
 
-  /// Closes, and loads the instrument of this key behind the modal. The old one stays until the new one plays, and when
-  /// that fails or is no longer installed; the status says so.
+  /// Closes, and loads the instrument of this key behind the modal. The old one stays until the new one plays. When
+  /// that fails or is no longer installed, the strip plays its own, and its status is `loadFailed`.
   void pick(const std::string& key);
 
   /// Both empty the strip and make it one of that kind, with no file or clip yet. Refused in Live mode.
@@ -82,7 +83,8 @@ class InstrumentSelector {
   /// Empties the strip; nothing for one that is empty.
   void removeInstrument(AudioChannel& channel);
 
-  /// Gives a strip the source of a record, with its state; nothing else of the strip changes.
+  /// Gives a strip the source of a record, with its state; nothing else of the strip changes. A choice for this strip
+  /// is over then, and so is a trial.
   void put(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source);
 
  private:
@@ -100,6 +102,11 @@ class InstrumentSelector {
   void triedLoadEnded(const Uuid& trialId);
   void endTrial();
   void dropTrial();
+  void dropChoiceFor(const AudioChannel& channel);
+  void install(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source,
+               const std::function<void()>& installed);
+  void installInternal(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source);
+  void bringOwnBack(const std::shared_ptr<AudioChannel>& channel, const std::optional<ChannelConfig>& own);
   void load(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
             const std::optional<ChannelConfig>& own);
   void turnToPlayback(AudioChannel& channel);

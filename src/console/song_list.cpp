@@ -115,6 +115,7 @@ void SongList::clearStage() {
   state_.songNotes.set("");
   engine_.removeAllChannels();
   selection_.selectedChannelId.set(std::nullopt);
+  selection_.channelsViewVersion.set(selection_.channelsViewVersion.get() + 1);
 }
 
 void SongList::moveSongs(const std::set<std::size_t>& fromOffsets, std::size_t toOffset) {

@@ -218,13 +218,31 @@ TEST_F(Rack, InLiveModeItOpensAndListsAndNothingCanBeChanged) {
   EXPECT_FALSE(state.isDirty.get());
 }
 
-TEST_F(Rack, ItsSearchTextIsLostWhenItCloses) {
+TEST_F(Rack, EachStripKeepsItsSearchTextUntilItGoes) {
   rack().toggle(strip(0));
   rack().searchText.set("other");
   ASSERT_EQ(rack().groups().size(), 1U);
   EXPECT_EQ(rack().groups()[0].manufacturerName, "Other");
   rack().toggle(strip(1));
   EXPECT_EQ(rack().searchText.get(), "");
+  rack().searchText.set("cho");
+  rack().toggle(*engine->masterChannel());
+  EXPECT_EQ(rack().searchText.get(), "");
+  rack().toggle(strip(0));
+  EXPECT_EQ(rack().searchText.get(), "other");
+  rack().close();
+  EXPECT_EQ(rack().searchText.get(), "") << "nothing is searched while none is open";
+  content.channelOperations().removeChannelFromConsole(strip(0));
+  rack().toggle(strip(0));
+  EXPECT_EQ(rack().searchText.get(), "cho");
+}
+
+TEST_F(Rack, DeletingTheLastSongClosesIt) {
+  rack().toggle(strip(0));
+  while (!state.songs.get().empty()) {
+    content.songList().deleteSong(state.songs.get().back().id);
+  }
+  EXPECT_FALSE(rack().openChannelId.get().has_value());
 }
 
 TEST_F(Rack, ARemovedStripClosesItsRackAndNothingCanBeDoneToIt) {

@@ -244,6 +244,14 @@ TEST_F(Selector, InLiveModeOnlyPluginsCanBePicked) {
   EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
 }
 
+TEST_F(Selector, DeletingTheLastSongClosesIt) {
+  selector().open(strip(0));
+  content.songList().deleteSong(song(1).id);
+  ASSERT_TRUE(isOpen());
+  content.songList().deleteSong(song(0).id);
+  EXPECT_FALSE(state.pluginSelectorChannelId.get().has_value());
+}
+
 TEST_F(Selector, RemovingEmptiesTheStripAndKeepsItsEffects) {
   pickAndLoad(0, pianoKey);
   addEffect(strip(0), "chorus");
@@ -370,7 +378,55 @@ TEST_F(Selector, APickThatFailsAfterATrialBringsTheOldInstrumentBack) {
   units.answer(units.requests.size() - 1, nullptr, Error{"no room"});
   answerAll();
   EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed) << "what was picked did not come";
   EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(Selector, APluginThatVanishedAfterATrialIsAFailedLoadAndTheOldInstrumentIsBack) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
+  selector().pick("aucd:1635085685:12:20");
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+}
+
+TEST_F(Selector, WhatIsPutOnAStripDuringATrialStaysThere) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  settle();
+  content.droppedFiles().dropOnStrip(engine->channels()[0], "/home/me/click.wav");
+  EXPECT_FALSE(isOpen());
+  selector().cancel();
+  answerAll();
+  content.songSwitch().captureCurrentSong();
+  EXPECT_EQ(song(0).channels[0].pluginPath, pathPlayback);
+  EXPECT_EQ(song(0).channels[0].playbackFilePath, "/home/me/click.wav");
+  content.editHistory().undo();
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+}
+
+TEST_F(Selector, CopiesTakeTheStripsOwnInstrumentAndNotTheTrial) {
+  const PropertyListDictionary sound{{"cutoff", PropertyListValue{std::int64_t{7}}}};
+  pickAndLoad(0, pianoKey);
+  coreOf(strip(0)).documentState = sound;
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
+  content.channelOperations().duplicateChannel(strip(0));
+  answerAll();
+  EXPECT_EQ(strip(1).pluginPath.get(), pianoKey);
+  EXPECT_EQ(coreOf(strip(1)).documentState, sound);
+  content.channelOperations().cutChannel(strip(0));
+  EXPECT_EQ(content.channelOperations().channelClipboard.get()->pluginPath, pianoKey);
+  content.channelOperations().pasteChannel(std::nullopt);
+  answerAll();
+  EXPECT_EQ(strip(1).pluginPath.get(), pianoKey);
+  EXPECT_EQ(coreOf(strip(1)).documentState, sound);
 }
 
 TEST_F(Selector, AStormOfTrialsLoadsOneAtATimeAndEndsWithTheLast) {
