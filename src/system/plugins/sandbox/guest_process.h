@@ -24,6 +24,15 @@ inline constexpr int keeperEndSignal = SIGUSR1;
 /// What a guest may have of private memory: three quarters of the machine's. What it asks for beyond that is refused.
 [[nodiscard]] std::uint64_t guestMemoryBytes();
 
+/// No such bound under a sanitizer, which takes all addresses for books of its own.
+#if defined(__has_feature)
+inline constexpr bool isGuestMemoryBounded = !(__has_feature(address_sanitizer) || __has_feature(thread_sanitizer));
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool isGuestMemoryBounded = false;
+#else
+inline constexpr bool isGuestMemoryBounded = true;
+#endif
+
 /// What of a guest's log is logged, in lines of the plug-in's log and in what it prints, each.
 inline constexpr std::size_t guestLogBytes = std::size_t{64} << 10U;
 

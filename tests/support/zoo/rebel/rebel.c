@@ -25,12 +25,12 @@ enum Fault {
   notANumber = 6,
   infinite = 7,
   denormal = 8,
-  sleepTenBlocks = 9,
+  sleepTwoBlocks = 9,
   sleepLong = 10,
   askForTooMuchWork = 11,
   workHard = 12,  // from now on, in every run
   startDaemon = 13,
-  allocateWithoutEnd = 14,  // the level is then how many GiB there were, at most 127
+  allocateWithoutEnd = 14,  // the level is then how many GiB there were
   printMuch = 15,
 };
 
@@ -99,10 +99,10 @@ static void startADaemon(void) {
   waitpid(child, NULL, 0);
 }
 
-/// Takes what it can get without touching it; returns how many GiB that was, at most `limit`.
-static uint32_t allocateAll(uint32_t limit) {
+/// Takes what it can get without touching it; returns how many GiB that was. All addresses are some 131,072.
+static uint32_t allocateAll(void) {
   uint32_t count = 0;
-  for (void* volatile block = NULL; count < limit && (block = malloc((size_t)1 << 30)) != NULL;) {
+  for (void* volatile block = NULL; (block = malloc((size_t)1 << 30)) != NULL;) {
     ++count;
   }
   return count;
@@ -137,8 +137,8 @@ static void misbehave(Zoo* zoo, uint32_t frames) {
     case denormal:
       zooFill(zoo, 1, frames, 1e-40F);
       break;
-    case sleepTenBlocks:
-      sleepSeconds(10.0 * frames / zoo->rate);
+    case sleepTwoBlocks:
+      sleepSeconds(2.0 * frames / zoo->rate);
       break;
     case sleepLong:
       sleepSeconds(0.5);
@@ -173,7 +173,7 @@ static void run(LV2_Handle handle, uint32_t frames) {
     if (zooIsNoteOn(bytes) && bytes[1] < 32) {
       rebel->fault = bytes[1];
       rebel->isHardWorking = rebel->isHardWorking || bytes[1] == workHard;
-      rebel->level = bytes[1] == allocateWithoutEnd ? allocateAll(127) : rebel->level;
+      rebel->level = bytes[1] == allocateWithoutEnd ? allocateAll() : rebel->level;
     } else if (zooIsNoteOn(bytes)) {
       rebel->level = bytes[2];
     }

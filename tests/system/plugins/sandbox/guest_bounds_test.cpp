@@ -106,19 +106,16 @@ TEST_F(GuestBounds, AStoppedKeeperHoldsNothingUp) {
 }
 
 TEST_F(GuestBounds, MemoryBeyondTheStatedBoundIsRefused) {
+  if constexpr (!isGuestMemoryBounded) {
+    GTEST_SKIP() << "a guest has no bound under a sanitizer, which takes all addresses";
+  }
   const auto unit = rebel();
   std::istringstream limits(fileOf(processOf(unit), "limits"));
   std::string line;
   while (std::getline(limits, line) && line.rfind("Max data size", 0) != 0) {
   }
-  if (line.find("unlimited") != std::string::npos) {
-    GTEST_SKIP() << "not under a sanitizer, which takes all addresses";
-  }
   EXPECT_NE(line.find(" " + std::to_string(guestMemoryBytes()) + " "), std::string::npos) << line;
   const std::uint64_t gibibytes = guestMemoryBytes() >> 30U;
-  if (gibibytes >= 127) {
-    GTEST_SKIP() << "more than the plug-in asks for";
-  }
   press(unit, fault_key::allocateWithoutEnd);
   const float level = lv2::peak(lv2::Player(unit).block(128).left) * 128;
   EXPECT_LE(level, static_cast<float>(gibibytes));

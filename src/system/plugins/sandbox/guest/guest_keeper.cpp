@@ -153,15 +153,10 @@ class Keeper {
 }
 
 void limitMemory() {
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  return;  // it keeps books of its own about all addresses
-#endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return;
-#endif
-  const rlimit memory{guestMemoryBytes(), guestMemoryBytes()};
-  (void)setrlimit(RLIMIT_DATA, &memory);
+  if constexpr (isGuestMemoryBounded) {
+    const rlimit memory{guestMemoryBytes(), guestMemoryBytes()};
+    (void)setrlimit(RLIMIT_DATA, &memory);
+  }
 }
 
 /// What the child becomes. False when its keeper has gone meanwhile.
