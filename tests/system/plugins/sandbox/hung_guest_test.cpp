@@ -16,7 +16,8 @@ constexpr std::size_t blocksPerSecond = 48000 / 128;
 
 class HungGuests : public SandboxStage {
  protected:
-  using SandboxStage::SandboxStage;
+  /// A limit to waiting that no answer reaches: what is not to be waited for would take it whole.
+  explicit HungGuests(GuestLink::Timeout timeout = 30s) : SandboxStage(timeout) {}
 
   [[nodiscard]] std::optional<PropertyListDictionary> stateOfARebel() {
     const auto unit = rebel();
