@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Latency of a note through the logic: from posting its message to the main queue to `sendMIDIEvent` of the last of
-// 32 strips that play it. With the real window, whose meters all move, and without one; each case in a process of its
-// own, on one JACK server, with all instruments in processes of their own.
+// 32 strips that play it. With the real window, whose meters all move, without one, and without one while the song is
+// captured 20 times a second, with all guests in order and with six that hang; each case in a process of its own, on
+// one JACK server, with all instruments in processes of their own.
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -147,6 +148,37 @@ bool measureWithoutWindow(std::size_t notes) {
   return isComplete;
 }
 
+constexpr std::size_t hungCount = 6;
+constexpr std::size_t notesPerRound = 400;  // 1.6 s of messages: a guest that hangs for 2 s is ended
+constexpr auto capturePause = std::chrono::milliseconds(50);
+
+bool measureCaptures(std::size_t notes, std::size_t hung) {
+  CommandLine line;
+  const QCoreApplication application(line.count, line.arguments);
+  const auto sleepUntil = [](const std::function<bool()>& holds) { return system::test::eventually(holds); };
+  NoteLatencyStage stage(strips, sleepUntil);
+  std::this_thread::sleep_for(std::chrono::milliseconds(warmUpMs));
+  std::vector<double> latencies;
+  std::vector<double> captures;
+  while (latencies.size() < notes) {
+    stage.reviveAll();
+    (void)stage.capture();
+    stage.hang(hung);
+    const auto measured = measure(stage, std::min(notes, notesPerRound), [&](const std::atomic<bool>& isDone) {
+      while (!isDone) {
+        captures.push_back(stage.capture());
+        std::this_thread::sleep_for(capturePause);
+      }
+    });
+    latencies.insert(latencies.end(), measured.latencies.begin(), measured.latencies.end());
+  }
+  const bool isComplete = report(hung == 0 ? "captures" : "6 guests hang", latencies);
+  std::sort(captures.begin(), captures.end());
+  std::printf("   %zu captures, median %.3f, most %.3f\n", captures.size(), vrel::bench::percentile(captures, 0.5),
+              captures.back());
+  return isComplete;
+}
+
 bool measureWithWindow(std::size_t notes) {
   const test::VirtualDisplay display(screenWidth, screenHeight);
   CommandLine line;
@@ -204,7 +236,7 @@ bool measureEach(const std::string& program, const Options& options) {
   std::printf("%-16s %8s %8s %8s %8s\n", "", "median", "90%", "99%", "most");
   std::fflush(stdout);
   bool isGood = true;
-  for (const std::string variant : {"none", "window"}) {
+  for (const std::string variant : {"none", "window", "captures", "hung"}) {
     const std::string command = "'" + program + "' --notes " + std::to_string(options.notes) + " --case " + variant;
     isGood = std::system(command.c_str()) == 0 && isGood;  // NOLINT(concurrency-mt-unsafe): there is one thread
   }
@@ -222,8 +254,10 @@ bool run(const std::string& program, const Options& options) {
   std::filesystem::create_directory(home / "lv2");
   std::filesystem::create_directory_symlink(std::filesystem::path(VREL_ZOO_PATH) / "sine.lv2", home / "lv2/sine.lv2");
   ::setenv("LV2_PATH", (home / "lv2").c_str(), 1);
-  const bool isGood =
-      options.variant == "window" ? measureWithWindow(options.notes) : measureWithoutWindow(options.notes);
+  const bool isGood = options.variant == "window"     ? measureWithWindow(options.notes)
+                      : options.variant == "captures" ? measureCaptures(options.notes, 0)
+                      : options.variant == "hung"     ? measureCaptures(options.notes, hungCount)
+                                                      : measureWithoutWindow(options.notes);
   std::filesystem::remove_all(home);
   return isGood;
 }

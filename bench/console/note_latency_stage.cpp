@@ -5,11 +5,14 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <stdexcept>
 #include <utility>
 
 #include "document/plugin_path.h"
 #include "system/plugins/observable_instrument.h"
+#include "system/plugins/sandboxed_node.h"
 
 namespace vrel::app::bench {
 namespace {
@@ -107,6 +110,52 @@ void NoteLatencyStage::post(std::uint8_t status, std::uint8_t data1, std::uint8_
     before();
     engine->routeMIDI(status, data1, data2);
   });
+}
+
+void NoteLatencyStage::hang(std::size_t strips) {
+  const auto first = [strips](Session& session, const std::function<bool(AVAudioUnit&)>& holds) {
+    const auto& channels = session.engine().channels();
+    return std::all_of(channels.begin(), channels.begin() + static_cast<std::ptrdiff_t>(strips),
+                       [&](const auto& channel) { return holds(*channel->midiInstrument()); });
+  };
+  (void)onLogic<bool>([&](Session& session) {
+    return first(session,
+                 [](AVAudioUnit& unit) { return kill(dynamic_cast<SandboxedNode&>(unit).processId(), SIGSTOP) == 0; });
+  });
+  const auto areBehind = [&] {
+    return onLogic<bool>(
+        [&](Session& session) { return first(session, [](AVAudioUnit& unit) { return !unit.isReusable(); }); });
+  };
+  if (!waitUntil_(areBehind)) {
+    throw std::runtime_error("the device asks for no blocks");
+  }
+}
+
+double NoteLatencyStage::capture() {
+  return onLogic<double>([](Session& session) {
+    const auto begin = std::chrono::steady_clock::now();
+    session.content().songSwitch().captureCurrentSong();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
+  });
+}
+
+void NoteLatencyStage::reviveAll() {
+  const auto areBack = [this] {
+    return onLogic<bool>([](Session& session) {
+      bool isComplete = true;
+      for (const auto& channel : session.engine().channels()) {
+        auto* const instrument = channel->midiInstrument();
+        isComplete = isComplete && instrument != nullptr && instrument->isReusable();
+        if (channel->status.get() == ChannelStatus::crashed) {
+          session.engine().instruments().reviveChannel(channel);
+        }
+      }
+      return isComplete;
+    });
+  };
+  if (!waitUntil_(areBack)) {
+    throw std::runtime_error("the crashed instruments do not come back");
+  }
 }
 
 std::size_t NoteLatencyStage::movedMeters() {

@@ -36,6 +36,16 @@ class NoteLatencyStage {
   /// thread.
   void post(std::uint8_t status, std::uint8_t data1, std::uint8_t data2, std::function<void()> before);
 
+  /// Stops the processes of the first strips' instruments, and returns when all of them are behind with their blocks.
+  void hang(std::size_t strips);
+
+  /// Captures the song on stage, as a save does. Returns how long that took on the logic's thread, milliseconds. Any
+  /// thread.
+  double capture();
+
+  /// Brings back what has crashed, and returns when all instruments are loaded.
+  void reviveAll();
+
   /// The number of meters that changed since the last call. Any one thread.
   [[nodiscard]] std::size_t movedMeters();
 
