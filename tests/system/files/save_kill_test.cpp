@@ -4,11 +4,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -27,14 +31,15 @@
 #include "system/files/scratch_test.h"
 #include "system/files/watched_calls.h"
 
-// A program that saves is killed at every call of the system that the save makes. Afterwards the next run opens the old
-// version or the new one, from the file or from the newest copy.
+// A program that saves is killed at every call of the system that the save makes, and at random moments. Afterwards the
+// next run opens the old version or the new one, from the file or from the newest copy.
 
 namespace vrel::system {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+using Clock = std::chrono::steady_clock;
 
 /// One run of the program on the real disk, with everything else simulated.
 struct Program : SimulatedMachine {
@@ -95,6 +100,39 @@ class KilledSave : public ScratchTest {
     }
     EXPECT_EQ(WEXITSTATUS(status), EXIT_SUCCESS) << "a save that is not killed logs nothing";
     return true;
+  }
+
+  /// In a process of its own: opens what the last run left, edits it to be `notes`, and saves it, to be killed so long
+  /// after the save's beginning. How long the save took, or none when it was killed.
+  std::optional<Clock::duration> saveInChildFor(const std::string& notes, Clock::duration longest) {
+    std::array<int, 2> pipe{};
+    EXPECT_EQ(::pipe(pipe.data()), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      Program program(plainCalls, root);
+      program.setlistFiles.loadSetlist(gig);
+      if (program.state.songs.get().empty()) {
+        program.setlistFiles.loadSetlist(program.copies.copiesOf(gig).front());
+      }
+      program.state.songNotes.set(notes);
+      static_cast<void>(::write(pipe[1], "x", 1));
+      ::_exit(program.setlistFiles.saveSetlist() ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    ::close(pipe[1]);
+    char begun = 0;
+    EXPECT_EQ(::read(pipe[0], &begun, 1), 1);
+    ::close(pipe[0]);
+    const auto begin = Clock::now();
+    int status = 0;
+    while (::waitpid(child, &status, WNOHANG) == 0) {
+      if (Clock::now() - begin >= longest) {
+        ::kill(child, SIGKILL);
+        ::waitpid(child, &status, 0);
+        break;
+      }
+    }
+    EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == EXIT_SUCCESS);
+    return WIFSIGNALED(status) ? std::nullopt : std::optional(Clock::now() - begin);
   }
 
   /// What the next run opens: the file, or where that is damaged the newest of the copies that the console names.
@@ -163,6 +201,39 @@ TEST_F(KilledSave, OneThatDropsTheOldestCopyCostsNeitherVersion) {
   EXPECT_EQ(copiesOfTheGig().size(), 20U);
   EXPECT_EQ(copiesOfTheGig().front(), folder / "000121.vrel");
   EXPECT_EQ(copiesOfTheGig().back(), folder / "000102.vrel");
+}
+
+TEST_F(KilledSave, ManyAtRandomMomentsLoseNothing) {
+  const char* const asked = std::getenv("VREL_SAVE_KILLS");  // NOLINT(concurrency-mt-unsafe): there is one thread
+  const int kills = asked != nullptr ? std::stoi(asked) : 100;
+  std::string held = version("before");
+  writeFile(gig, held);
+  Clock::duration longest{};
+  for (int run = 0; run < 5; ++run) {
+    const auto taken = saveInChildFor(std::to_string(run), std::chrono::minutes(1));
+    ASSERT_TRUE(taken);
+    longest = std::max(longest, *taken);
+    held = version(std::to_string(run));
+  }
+  std::mt19937 random(1);
+  std::uniform_int_distribution<Clock::rep> moment(0, longest.count());
+  int killed = 0;
+  int kept = 0;
+  int damaged = 0;
+  for (int run = 5; killed < kills; ++run) {
+    const auto fresh = version(std::to_string(run));
+    const bool isSaved = saveInChildFor(std::to_string(run), Clock::duration(moment(random))).has_value();
+    const auto opened = openedByTheNextRun();
+    ASSERT_TRUE(opened == fresh || (opened == held && !isSaved)) << "run " << run;
+    ASSERT_FALSE(isSaved && isFileDamaged);
+    killed += isSaved ? 0 : 1;
+    kept += !isSaved && opened == held ? 1 : 0;
+    damaged += isFileDamaged ? 1 : 0;
+    held = opened;
+  }
+  RecordProperty("killed", killed);
+  RecordProperty("oldVersionKept", kept);
+  RecordProperty("openedFromACopy", damaged);
 }
 
 TEST_F(KilledSave, WhatItLeavesOfACopyIsGoneAfterTheNextSave) {
