@@ -19,7 +19,7 @@ struct MpegPackets {
   }
 };
 
-/// Walks from header to header through the whole file, some 3 ms for ten minutes. None when anything but packets of one
+/// Walks from header to header through the whole file, 1 ms for ten minutes. None when anything but packets of one
 /// kind follows the tags at the beginning, up to the end or a tag there: then only decoding shows what is in it.
 [[nodiscard]] std::optional<MpegPackets> findMpegPackets(const std::string& path);
 
