@@ -20,20 +20,10 @@ constexpr QRgb blackHeldColor = qRgb(160, 160, 160);
 }  // namespace
 
 PianoKeys::PianoKeys(QQuickItem* parent)
-    : QQuickItem(parent),
-      splits_([this] { update(); }),
+    : KeyRangeItem(parent),
       drag_([this](int note) { Q_EMIT notePressed(note); }, [this](int note) { Q_EMIT noteReleased(note); }) {
-  setFlag(ItemHasContents);
-  setAcceptedMouseButtons(Qt::LeftButton);
   setActiveFocusOnTab(true);
   setImplicitHeight(PianoLayout::keysHeight);
-}
-
-void PianoKeys::setStrips(MirrorList* strips) {
-  if (strips != splits_.strips()) {
-    splits_.setStrips(strips);
-    Q_EMIT stripsChanged();
-  }
 }
 
 void PianoKeys::setBoard(PerformanceBoard* board) {
@@ -49,34 +39,12 @@ void PianoKeys::setBoard(PerformanceBoard* board) {
   Q_EMIT boardChanged();
 }
 
-void PianoKeys::setStartNote(int note) {
-  if (std::exchange(startNote_, note) != note) {
-    arrange();
-  }
-}
-
-void PianoKeys::setKeyCount(int keys) {
-  if (std::exchange(keyCount_, keys) != keys) {
-    arrange();
-  }
-}
-
-void PianoKeys::setViewWidth(qreal width) {
-  if (std::exchange(viewWidth_, width) != width) {
-    arrange();
-  }
-}
-
-void PianoKeys::arrange() {
-  layout_ = PianoLayout(startNote_, keyCount_, viewWidth_);
+void PianoKeys::layoutChanged() {
   isLayoutNew_ = true;
-  if (cursor_ && !layout_.has(*cursor_)) {
+  if (cursor_ && !layout().has(*cursor_)) {
     releaseCursor();
     cursor_.reset();
   }
-  setImplicitWidth(layout_.width());
-  update();
-  Q_EMIT rangeChanged();
 }
 
 std::optional<QColor> PianoKeys::heldColor(int note) const {
@@ -85,8 +53,8 @@ std::optional<QColor> PianoKeys::heldColor(int note) const {
   if (!isHeld) {
     return std::nullopt;
   }
-  const auto row = claimant(splits_.bars(), note);
-  return row ? splits_.color(*row) : QColor(isBlackKey(note) ? blackHeldColor : whiteHeldColor);
+  const auto row = claimant(splits().bars(), note);
+  return row ? splits().color(*row) : QColor(isBlackKey(note) ? blackHeldColor : whiteHeldColor);
 }
 
 QSGNode* PianoKeys::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/) {
@@ -94,7 +62,7 @@ QSGNode* PianoKeys::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
   const qreal scale = pixelsPerPoint(*this);
   if (node == nullptr || isLayoutNew_ || node->scale() != scale) {
     delete node;
-    node = new PianoNode(*window(), layout_, scale);
+    node = new PianoNode(*window(), layout(), scale);
     isLayoutNew_ = false;
   }
   redrawnKeys_ = node->show([this](int note) { return heldColor(note); });
@@ -117,11 +85,11 @@ void PianoKeys::endAll() {
 void PianoKeys::mousePressEvent(QMouseEvent* event) {
   setKeepMouseGrab(true);
   forceActiveFocus(Qt::MouseFocusReason);
-  drag_.move(layout_, event->position().x(), event->position().y());
+  drag_.move(layout(), event->position().x(), event->position().y());
 }
 
 void PianoKeys::mouseMoveEvent(QMouseEvent* event) {
-  drag_.move(layout_, event->position().x(), event->position().y());
+  drag_.move(layout(), event->position().x(), event->position().y());
 }
 
 void PianoKeys::mouseReleaseEvent(QMouseEvent* /*event*/) {
@@ -133,8 +101,8 @@ void PianoKeys::mouseUngrabEvent() {
 }
 
 void PianoKeys::moveCursor(int by) {
-  const int last = startNote_ + keyCount_ - 1;
-  cursor_ = std::clamp(cursor_.value_or(startNote_) + by, startNote_, std::max(startNote_, last));
+  const int last = startNote() + keyCount() - 1;
+  cursor_ = std::clamp(cursor_.value_or(startNote()) + by, startNote(), std::max(startNote(), last));
   update();
 }
 

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "console/window/key_range_item.h"
 #include "document/note_name.h"
 
 namespace vrel::window {
@@ -33,10 +34,6 @@ constexpr qreal cursorHeight = 4;
 
 constexpr int octave = 12;
 constexpr int lastNamedNote = 255;
-
-QRectF rectOf(const KeyRect& key) {
-  return {key.x, key.y, key.width, key.height};
-}
 
 QSize pixelsOf(const QSizeF& points, qreal scale) {
   return QSizeF(std::max(1.0, points.width() * scale), std::max(1.0, points.height() * scale)).toSize();

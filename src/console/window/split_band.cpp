@@ -6,7 +6,6 @@
 #include <QSGImageNode>
 #include <QSGTexture>
 #include <algorithm>
-#include <utility>
 
 #include "console/window/scene_scale.h"
 
@@ -22,52 +21,12 @@ constexpr float handleEdgeOpacity = 0.6F;
 constexpr qreal lineWidth = 1;
 constexpr qreal handleEdge = 0.8;
 
-QRectF barRect(const KeyRect& key) {
-  return {key.x, key.y, key.width, key.height};
-}
-
 }  // namespace
 
-SplitBand::SplitBand(QQuickItem* parent) : QQuickItem(parent), splits_([this] { splitsChanged(); }) {
-  setFlag(ItemHasContents);
-  setAcceptedMouseButtons(Qt::LeftButton);
-}
-
-void SplitBand::setStrips(MirrorList* strips) {
-  if (strips != splits_.strips()) {
-    splits_.setStrips(strips);
-    Q_EMIT stripsChanged();
-  }
-}
-
-void SplitBand::setStartNote(int note) {
-  if (std::exchange(startNote_, note) != note) {
-    arrange();
-  }
-}
-
-void SplitBand::setKeyCount(int keys) {
-  if (std::exchange(keyCount_, keys) != keys) {
-    arrange();
-  }
-}
-
-void SplitBand::setViewWidth(qreal width) {
-  if (std::exchange(viewWidth_, width) != width) {
-    arrange();
-  }
-}
-
-void SplitBand::arrange() {
-  layout_ = PianoLayout(startNote_, keyCount_, viewWidth_);
-  setImplicitWidth(layout_.width());
-  update();
-  Q_EMIT rangeChanged();
-}
+SplitBand::SplitBand(QQuickItem* parent) : KeyRangeItem(parent) {}
 
 void SplitBand::splitsChanged() {
-  setImplicitHeight(split_band::height(splits_.bars().size()));
-  update();
+  setImplicitHeight(split_band::height(splits().bars().size()));
 }
 
 QImage SplitBand::picture(qreal scale) const {
@@ -77,23 +36,23 @@ QImage SplitBand::picture(qreal scale) const {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.scale(scale, scale);
   painter.fillRect(QRectF(0, height() - lineWidth, width(), lineWidth), QColor(lineColor));
-  const auto selected = splits_.selected();
-  for (std::size_t row = 0; row < splits_.bars().size(); ++row) {
-    QColor color = splits_.color(row);
+  const auto selected = splits().selected();
+  for (std::size_t row = 0; row < splits().bars().size(); ++row) {
+    QColor color = splits().color(row);
     color.setAlphaF(row == selected ? 1 : otherOpacity);
-    painter.fillRect(barRect(split_band::bar(layout_, splits_.bars()[row], row)), color);
+    painter.fillRect(rectOf(split_band::bar(layout(), splits().bars()[row], row)), color);
   }
   if (selected) {
-    const SplitBar& bar = splits_.bars()[*selected];
+    const SplitBar& bar = splits().bars()[*selected];
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(QColor::fromRgbF(1, 1, 1, frameOpacity), lineWidth));
-    painter.drawRect(barRect(split_band::frame(layout_, bar, *selected)));
+    painter.drawRect(rectOf(split_band::frame(layout(), bar, *selected)));
     painter.setBrush(Qt::white);
     painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, handleEdgeOpacity), handleEdge));
     constexpr qreal radius = split_band::handleSize / 2;
     for (const int note : {bar.minNote, bar.maxNote}) {
-      if (layout_.has(note)) {
-        painter.drawEllipse(QPointF(layout_.keyX(note), split_band::middle(*selected)), radius, radius);
+      if (layout().has(note)) {
+        painter.drawEllipse(QPointF(layout().keyX(note), split_band::middle(*selected)), radius, radius);
       }
     }
   }
@@ -119,10 +78,10 @@ void SplitBand::geometryChange(const QRectF& now, const QRectF& before) {
 
 void SplitBand::carryOut(const SplitDrag::Step& step) {
   if (step.chosenRow) {
-    Q_EMIT chosen(splits_.channelId(*step.chosenRow));
+    Q_EMIT chosen(splits().channelId(*step.chosenRow));
   }
   if (step.change) {
-    const QString& channelId = splits_.channelId(*splits_.selected());
+    const QString& channelId = splits().channelId(*splits().selected());
     if (step.change->handle == SplitDrag::Handle::min) {
       Q_EMIT minDragged(channelId, step.change->note);
     } else {
@@ -133,11 +92,11 @@ void SplitBand::carryOut(const SplitDrag::Step& step) {
 
 void SplitBand::mousePressEvent(QMouseEvent* event) {
   setKeepMouseGrab(true);
-  carryOut(drag_.press(layout_, splits_.bars(), splits_.selected(), event->position().x(), event->position().y()));
+  carryOut(drag_.press(layout(), splits().bars(), splits().selected(), event->position().x(), event->position().y()));
 }
 
 void SplitBand::mouseMoveEvent(QMouseEvent* event) {
-  carryOut(drag_.move(layout_, splits_.bars(), splits_.selected(), event->position().x(), event->position().y()));
+  carryOut(drag_.move(layout(), splits().bars(), splits().selected(), event->position().x(), event->position().y()));
 }
 
 void SplitBand::mouseReleaseEvent(QMouseEvent* /*event*/) {
