@@ -2,7 +2,9 @@
 #include "console/window/panels_mirror.h"
 
 #include <QList>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "console/content_view.h"
 #include "console/plugin_preferences.h"
@@ -15,6 +17,12 @@
 
 namespace vrel::window {
 namespace {
+
+/// Calls `changed` after each change of any of the values.
+template <typename Changed, typename... Values>
+void watch(std::vector<std::shared_ptr<void>>& connections, const Changed& changed, Values&... values) {
+  (connections.push_back(values.changed.connect(changed)), ...);
+}
 
 void append(QList<PluginRow>& rows, const AppState& state, const QString& section, const AVAudioUnitComponent& plugin) {
   const auto key = pluginKey(plugin);
@@ -56,12 +64,8 @@ void PanelsMirror::mirrorSelector(MirrorSource& source) {
     areInstrumentsNew_ = true;
     source.schedule();
   };
-  connections_.push_back(state.scannedPlugins.changed.connect(markInstruments));
-  connections_.push_back(state.pluginSelectorFilter.changed.connect(markInstruments));
-  connections_.push_back(state.pluginSelectorChannelId.changed.connect(markInstruments));
-  connections_.push_back(state.favouritePlugins.changed.connect(markInstruments));
-  connections_.push_back(state.recentPlugins.changed.connect(markInstruments));
-  connections_.push_back(state.language.changed.connect(markInstruments));
+  watch(connections_, markInstruments, state.scannedPlugins, state.pluginSelectorFilter, state.pluginSelectorChannelId,
+        state.favouritePlugins, state.recentPlugins, state.language);
   selector_.derive(
       View::isOpenKey, [&state] { return state.pluginSelectorChannelId.get().has_value(); },
       state.pluginSelectorChannelId);
@@ -81,15 +85,10 @@ void PanelsMirror::mirrorRack(MirrorSource& source) {
     areEffectsNew_ = true;
     source.schedule();
   };
-  connections_.push_back(state.scannedAudioEffectPlugins.changed.connect(markEffects));
-  connections_.push_back(rack.searchText.changed.connect(markEffects));
-  connections_.push_back(state.favouritePlugins.changed.connect(markEffects));
-  connections_.push_back(state.recentPlugins.changed.connect(markEffects));
-  connections_.push_back(state.language.changed.connect(markEffects));
-  connections_.push_back(rack.openChannelId.changed.connect([this, &source, markEffects](const auto& id) {
-    markEffects(id);
-    followOpenRack(source);
-  }));
+  watch(connections_, markEffects, state.scannedAudioEffectPlugins, rack.searchText, rack.openChannelId,
+        state.favouritePlugins, state.recentPlugins, state.language);
+  watch(
+      connections_, [this, &source](const auto&) { followOpenRack(source); }, rack.openChannelId);
   rack_.derive(
       View::isOpenKey, [&rack] { return rack.openChannelId.get().has_value(); }, rack.openChannelId);
   rack_.follow(View::replacedSlotIdKey, rack.replacedSlotId);
@@ -102,9 +101,8 @@ void PanelsMirror::mirrorRack(MirrorSource& source) {
 void PanelsMirror::followOpenRack(MirrorSource& source) {
   rackConnections_.clear();
   if (const auto channel = content_.effectRack().channel()) {
-    const auto refreshSoon = [&source](const auto&) { source.schedule(); };
-    rackConnections_.push_back(channel->effectSlots.changed.connect(refreshSoon));
-    rackConnections_.push_back(channel->effectNodes.changed.connect(refreshSoon));
+    watch(
+        rackConnections_, [&source](const auto&) { source.schedule(); }, channel->effectSlots, channel->effectNodes);
   }
 }
 
@@ -160,11 +158,9 @@ void PanelsMirror::mirrorLearned(MirrorSource& source) {
   using View = LearnedControlsViewModel;
   AppState& state = content_.appState();
   auto& isShown = content_.learnedControls().isShown;
-  const auto refreshSoon = [&source](const auto&) { source.schedule(); };
-  connections_.push_back(state.globalMidiControlAssignments.changed.connect(refreshSoon));
-  connections_.push_back(state.songs.changed.connect(refreshSoon));
-  connections_.push_back(state.language.changed.connect(refreshSoon));
-  connections_.push_back(isShown.changed.connect(refreshSoon));
+  watch(
+      connections_, [&source](const auto&) { source.schedule(); }, state.globalMidiControlAssignments, state.songs,
+      state.language, isShown);
   learned_.follow(View::isOpenKey, isShown);
   learned_.derive(
       View::mayRemoveKey, [&state] { return LiveModePolicy::isAllowed(LiveModeAction::clearMidiLearn, state); },
