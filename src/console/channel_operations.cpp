@@ -5,6 +5,7 @@
 #include <string>
 
 #include "console/song_list.h"
+#include "console/strips_on_stage.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 #include "performance/channel_builder.h"
@@ -89,7 +90,7 @@ void ChannelOperations::cutChannel(const AudioChannel& channel) {
   }
   copyChannel(channel);
   engine_.removeChannel(channel);
-  selectFirstChannel();
+  selectFirstStrip(selection_, engine_);
   channelListChanged();
 }
 
@@ -97,15 +98,15 @@ void ChannelOperations::pasteChannel(const std::optional<Uuid>& afterChannelId) 
   if (!isAllowed(LiveModeAction::pasteChannel) || !channelClipboard.get()) {
     return;
   }
-  auto before = indexOf(afterChannelId);
+  auto before = indexOfStrip(engine_, afterChannelId);
   if (!before) {
-    before = indexOf(selection_.selectedChannelId.get());
+    before = indexOfStrip(engine_, selection_.selectedChannelId.get());
   }
   addChannelFromConfig(*channelClipboard.get(), before ? *before + 1 : engine_.channels().size());
 }
 
 void ChannelOperations::duplicateChannel(const AudioChannel& channel) {
-  const auto index = indexOf(channel.id);
+  const auto index = indexOfStrip(engine_, channel.id);
   if (!isAllowed(LiveModeAction::duplicateChannel) || !index) {
     return;
   }
@@ -119,7 +120,7 @@ void ChannelOperations::removeChannelFromConsole(const AudioChannel& channel) {
   const auto id = channel.id;
   engine_.removeChannel(channel);
   if (selection_.selectedChannelId.get() == id) {
-    selectFirstChannel();
+    selectFirstStrip(selection_, engine_);
   }
   channelListChanged();
 }
@@ -131,18 +132,6 @@ ChannelConfig ChannelOperations::recordOf(const AudioChannel& channel) const {
     amendRecord(channel, record);
   }
   return record;
-}
-
-std::optional<std::size_t> ChannelOperations::indexOf(const std::optional<Uuid>& channelId) const {
-  const auto& channels = engine_.channels();
-  const auto found = std::find_if(channels.begin(), channels.end(),
-                                  [&](const auto& channel) { return channelId && channel->id == *channelId; });
-  return found == channels.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - channels.begin()));
-}
-
-void ChannelOperations::selectFirstChannel() {
-  const auto& channels = engine_.channels();
-  selection_.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
 }
 
 void ChannelOperations::channelListChanged() {

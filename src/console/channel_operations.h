@@ -62,13 +62,9 @@ class ChannelOperations {
   void duplicateChannel(const AudioChannel& channel);
   void removeChannelFromConsole(const AudioChannel& channel);
 
-  /// The place of a strip on stage; none for one that is not there.
-  [[nodiscard]] std::optional<std::size_t> indexOf(const std::optional<Uuid>& channelId) const;
-
  private:
   [[nodiscard]] bool isAllowed(LiveModeAction action) const;
   [[nodiscard]] ChannelConfig recordOf(const AudioChannel& channel) const;
-  void selectFirstChannel();
   void channelListChanged();
 
   AppState& state_;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/content_view.h"
 
-#include <algorithm>
 #include <utility>
 
+#include "console/strips_on_stage.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode_policy.h"
@@ -53,12 +53,8 @@ void ContentView::contentDidAppear() {
 }
 
 void ContentView::selectAChannel() {
-  const auto& channels = audioEngine_.channels();
-  const auto& selected = selection_.selectedChannelId.get();
-  const bool isThere = selected && std::any_of(channels.begin(), channels.end(),
-                                               [&](const auto& channel) { return channel->id == *selected; });
-  if (!isThere) {
-    selection_.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
+  if (!indexOfStrip(audioEngine_, selection_.selectedChannelId.get())) {
+    selectFirstStrip(selection_, audioEngine_);
   }
 }
 
@@ -92,12 +88,8 @@ void ContentView::observeMenus() {
 }
 
 void ContentView::withSelectedChannel(void (ChannelOperations::*operation)(const AudioChannel&)) {
-  const auto selected = selection_.selectedChannelId.get();
-  for (const auto& channel : audioEngine_.channels()) {
-    if (channel->id == selected) {
-      (channelOperations_.*operation)(*std::shared_ptr(channel));
-      return;
-    }
+  if (const auto channel = stripWithId(audioEngine_, selection_.selectedChannelId.get())) {
+    (channelOperations_.*operation)(*channel);
   }
 }
 

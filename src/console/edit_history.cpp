@@ -6,6 +6,7 @@
 
 #include "console/instrument_selector.h"
 #include "console/song_list.h"
+#include "console/strips_on_stage.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 #include "performance/channel_builder.h"
@@ -292,16 +293,12 @@ void EditHistory::changeStrips(EditShot& from, const EditShot& to) {
       addStrip(to.strips[index].record);
     }
     const auto& id = former ? before[*former]->id : engine_.channels().back()->id;
-    const auto& channels = engine_.channels();
-    const auto now = std::find_if(channels.begin(), channels.end(), [&](const auto& each) { return each->id == id; });
-    engine_.moveChannel(static_cast<std::size_t>(now - channels.begin()), index);
+    engine_.moveChannel(*indexOfStrip(engine_, id), index);
   }
   changeStrip(engine_.masterChannel(), from.master, to.master);
   engine_.applyMixerLevels();
-  const auto& channels = engine_.channels();
-  const auto& selected = selection_.selectedChannelId.get();
-  if (std::none_of(channels.begin(), channels.end(), [&](const auto& each) { return selected == each->id; })) {
-    selection_.selectedChannelId.set(channels.empty() ? std::nullopt : std::optional(channels.front()->id));
+  if (!indexOfStrip(engine_, selection_.selectedChannelId.get())) {
+    selectFirstStrip(selection_, engine_);
   }
   selection_.channelsViewVersion.set(selection_.channelsViewVersion.get() + 1);
 }

@@ -5,7 +5,9 @@
 #include <iterator>
 #include <utility>
 
+#include "console/loading_modal.h"
 #include "console/plugin_preferences.h"
+#include "console/strips_on_stage.h"
 #include "document/app_state.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
@@ -56,12 +58,7 @@ std::shared_ptr<AudioChannel> EffectRack::channel() const {
 }
 
 std::shared_ptr<AudioChannel> EffectRack::channelOf(const Uuid& id) const {
-  if (id == engine_.masterChannel()->id) {
-    return engine_.masterChannel();
-  }
-  const auto& channels = engine_.channels();
-  const auto found = std::find_if(channels.begin(), channels.end(), [&](const auto& each) { return id == each->id; });
-  return found == channels.end() ? nullptr : *found;
+  return id == engine_.masterChannel()->id ? engine_.masterChannel() : stripWithId(engine_, id);
 }
 
 void EffectRack::closeForStripThatIsGone() {
@@ -116,13 +113,11 @@ void EffectRack::pick(const std::string& key) {
   state_.beginLoadingSession(1, std::string(text(message, state_.language.get())));
   state_.markEdited();
   notePluginUse(state_, key);
-  const auto ended = [this, life = life_.watch(), session = state_.loadingSessionToken.get()](bool succeeded) {
+  const auto ended = [this, life = life_.watch(), endOfLoad = endOfLoad(state_, life_)](bool succeeded) {
     if (life.isAlive() && succeeded) {
       state_.markEdited();  // only now is it in the chain
     }
-    if (life.isAlive() && state_.loadingSessionToken.get() == session) {
-      state_.completeOneLoad();
-    }
+    endOfLoad();
   };
   // After the modal, so that a plug-in that takes long is not waited for in front of an old picture.
   mainQueue_.async([this, life = life_.watch(), weakChannel = std::weak_ptr(target), component = *component,

@@ -5,6 +5,7 @@
 
 #include "channel/channel_status.h"
 #include "channel/channel_values.h"
+#include "console/loading_modal.h"
 #include "document/app_state.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
@@ -38,13 +39,8 @@ void InstrumentReload::loadPlugin(const std::shared_ptr<AudioChannel>& channel) 
   }
   state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
   channel->status.set(ChannelStatus::loading);
-  const auto session = state_.loadingSessionToken.get();
   engine_.instruments().loadInstrument(channel, *component, engine_.pluginState().capturePluginState(*channel),
-                                       [this, life = life_.watch(), session](bool /*succeeded*/) {
-                                         if (life.isAlive() && state_.loadingSessionToken.get() == session) {
-                                           state_.completeOneLoad();
-                                         }
-                                       });
+                                       [ended = endOfLoad(state_, life_)](bool /*succeeded*/) { ended(); });
 }
 
 void InstrumentReload::simulateCrash(AudioChannel& channel) {

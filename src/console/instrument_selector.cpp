@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/instrument_selector.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "channel/channel_values.h"
+#include "console/loading_modal.h"
 #include "console/plugin_preferences.h"
+#include "console/strips_on_stage.h"
 #include "document/app_state.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
@@ -62,11 +63,7 @@ void InstrumentSelector::cancel() {
 }
 
 std::shared_ptr<AudioChannel> InstrumentSelector::channel() const {
-  const auto& id = state_.pluginSelectorChannelId.get();
-  const auto& channels = engine_.channels();
-  const auto found =
-      std::find_if(channels.begin(), channels.end(), [&](const auto& each) { return id && each->id == *id; });
-  return found == channels.end() ? nullptr : *found;
+  return stripWithId(engine_, state_.pluginSelectorChannelId.get());
 }
 
 void InstrumentSelector::closeForStripThatIsGone() {
@@ -114,11 +111,7 @@ void InstrumentSelector::load(const std::shared_ptr<AudioChannel>& channel, cons
                               const std::optional<ChannelConfig>& own) {
   state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
   channel->status.set(ChannelStatus::loading);
-  const auto ended = [this, life = life_.watch(), session = state_.loadingSessionToken.get()] {
-    if (life.isAlive() && state_.loadingSessionToken.get() == session) {
-      state_.completeOneLoad();
-    }
-  };
+  const auto ended = endOfLoad(state_, life_);
   // After the modal, so that a plug-in that takes long is not waited for in front of an old picture.
   mainQueue_.async([this, life = life_.watch(), weakChannel = std::weak_ptr(channel), component, own, ended] {
     const auto target = weakChannel.lock();

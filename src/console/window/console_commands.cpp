@@ -22,6 +22,13 @@ bool isNote(int note) {
 
 }  // namespace
 
+std::shared_ptr<AudioChannel> ConsoleActions::strip(const std::string& channelId) const {
+  const auto& strips = content.audioEngine().channels();
+  const auto found =
+      std::find_if(strips.begin(), strips.end(), [&](const auto& strip) { return strip->id.text() == channelId; });
+  return found == strips.end() ? nullptr : *found;
+}
+
 void ConsoleCommands::withContent(std::function<void(ContentView&)> action) const {
   post_([action = std::move(action)](ConsoleActions& actions) { action(actions.content); });
 }
@@ -38,12 +45,9 @@ void ConsoleCommands::withSong(const QString& songId, void (*action)(ContentView
 
 void ConsoleCommands::withChannel(const QString& channelId,
                                   std::function<void(ContentView&, AudioChannel&)> action) const {
-  withContent([id = channelId.toStdString(), action = std::move(action)](ContentView& content) {
-    const auto& channels = content.audioEngine().channels();
-    const auto found =
-        std::find_if(channels.begin(), channels.end(), [&](const auto& channel) { return channel->id.text() == id; });
-    if (found != channels.end()) {
-      action(content, *std::shared_ptr<AudioChannel>(*found));  // kept, since an action may take the strip away
+  post([id = channelId.toStdString(), action = std::move(action)](ConsoleActions& actions) {
+    if (const auto channel = actions.strip(id)) {
+      action(actions.content, *channel);
     }
   });
 }

@@ -7,6 +7,7 @@
 #include <QUrl>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -30,6 +31,9 @@ struct ConsoleActions {
   /// An item of the menus by its action and object, which also works when the menus have been rebuilt meanwhile.
   std::function<void(const std::string& action, const std::string& object)> activateMenuItem;
   WindowSettings& settings;
+
+  /// The strip that a view-model of this id shows; null when it is gone.
+  [[nodiscard]] std::shared_ptr<AudioChannel> strip(const std::string& channelId) const;
 };
 
 /// What a person does at the window, for QML to call. Each command is posted to the main queue and returns at once;

@@ -8,6 +8,7 @@
 
 #include "console/content_view.h"
 #include "console/plugin_preferences.h"
+#include "console/strips_on_stage.h"
 #include "console/window/strip_color.h"
 #include "document/app_state.h"
 #include "document/plugin_path.h"
@@ -113,7 +114,7 @@ void PanelsMirror::refresh() {
 }
 
 std::string PanelsMirror::shownName(const AudioChannel& channel) const {
-  const auto index = content_.channelOperations().indexOf(channel.id);
+  const auto index = indexOfStrip(content_.audioEngine(), channel.id);
   return index ? std::to_string(*index + 1) + "  " + channel.name.get() : channel.name.get();
 }
 

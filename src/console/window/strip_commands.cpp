@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/window/strip_commands.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
@@ -24,11 +23,8 @@ std::array<float, 3> componentsOf(const QColor& color) {
 void StripCommands::withChannel(const QString& channelId,
                                 std::function<void(ContentView&, const std::shared_ptr<AudioChannel>&)> action) const {
   commands_.post([id = channelId.toStdString(), action = std::move(action)](ConsoleActions& actions) {
-    const auto& channels = actions.content.audioEngine().channels();
-    const auto found =
-        std::find_if(channels.begin(), channels.end(), [&](const auto& channel) { return channel->id.text() == id; });
-    if (found != channels.end()) {
-      action(actions.content, std::shared_ptr<AudioChannel>(*found));
+    if (const auto channel = actions.strip(id)) {
+      action(actions.content, channel);
     }
   });
 }
