@@ -30,8 +30,24 @@ struct ConsoleMirror::Strip {
   explicit Strip(MirrorSource& source) : view(source) {}
   std::shared_ptr<AudioChannel> channel;  // what it reads, until the next refresh releases it
   MirrorPublisher<StripViewModel> view;
-  std::shared_ptr<void> running;
+  std::vector<std::shared_ptr<void>> connections;
 };
+
+namespace {
+
+/// Or needs none.
+bool hasItsInstrument(const AudioChannel& channel) {
+  const auto status = channel.status.get();
+  return status == ChannelStatus::running || status == ChannelStatus::noPlugin;
+}
+
+bool hasItsEffects(const AudioChannel& channel) {
+  const auto slots = EffectRack::occupiedSlots(channel);
+  return std::all_of(slots.begin(), slots.end(),
+                     [&](const auto& slot) { return channel.effectNodes.get().contains(slot.id); });
+}
+
+}  // namespace
 
 ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observable<std::optional<NSAlert>>& shownAlert)
     : source_(source),
@@ -229,15 +245,22 @@ void ConsoleMirror::mirrorProblems() {
       clearProblem();
     }
   }));
+  AudioChannel& master = *content_.audioEngine().masterChannel();
+  connections_.push_back(master.effectSlots.changed.connect([this](const auto&) { clearMendedProblem(); }));
+  connections_.push_back(master.effectNodes.changed.connect([this](const auto&) { clearMendedProblem(); }));
 }
 
-void ConsoleMirror::instrumentRuns() {
-  const auto& channels = content_.audioEngine().channels();
-  const bool areAllWell = std::none_of(channels.begin(), channels.end(), [](const auto& channel) {
-    const auto status = channel->status.get();
-    return status == ChannelStatus::loadFailed || status == ChannelStatus::crashed;
-  });
-  if (areAllWell && shownProblem_ == ProblemKind::instrument) {
+/// After each change of an instrument or an effect; a line that says what has failed comes later than that.
+void ConsoleMirror::clearMendedProblem() {
+  const AudioEngine& engine = content_.audioEngine();
+  const auto& channels = engine.channels();
+  const auto haveAll = [&channels](bool (*has)(const AudioChannel&)) {
+    return std::all_of(channels.begin(), channels.end(), [has](const auto& channel) { return has(*channel); });
+  };
+  const bool isMended =
+      (shownProblem_ == ProblemKind::instrument && haveAll(hasItsInstrument)) ||
+      (shownProblem_ == ProblemKind::effect && haveAll(hasItsEffects) && hasItsEffects(*engine.masterChannel()));
+  if (isMended) {
     clearProblem();
   }
 }
@@ -292,6 +315,7 @@ void ConsoleMirror::refreshStrips() {
   if (rows != stripRows_) {
     stripRows_ = rows;
     source_.setRows(mirror_ids::strips, std::move(rows));
+    clearMendedProblem();
   }
 }
 
@@ -333,11 +357,9 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.derive(
       View::isSelectedKey, [&] { return selected.get() == channel.id; }, selected);
   mirrorControls(view, channel);
-  strip->running = channel.status.changed.connect([this](ChannelStatus status) {
-    if (status == ChannelStatus::running) {
-      instrumentRuns();
-    }
-  });
+  const auto clearMended = [this](const auto&) { clearMendedProblem(); };
+  strip->connections = {channel.status.changed.connect(clearMended), channel.effectSlots.changed.connect(clearMended),
+                        channel.effectNodes.changed.connect(clearMended)};
   strip->channel = shared;
   return strip;
 }

@@ -75,7 +75,7 @@ class ConsoleMirror {
   void mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert);
   void refresh();
   void mirrorProblems();
-  void instrumentRuns();
+  void clearMendedProblem();
   void clearProblem();
   void refreshSongs();
   void refreshStrips();

@@ -230,6 +230,77 @@ TEST_F(Copy, TheSameProblemAgainIsAnotherOne) {
   EXPECT_EQ(count(), 2);
 }
 
+class ProblemLine : public Copy {
+ protected:
+  ProblemLine() {
+    addSong("One", {record("A", "")});
+    addSong("Two", {record("B", "")});
+    open();
+    content.songList().clickSong(0);
+    answerAll();
+  }
+
+  std::string shownAfter(const std::string& line) {
+    mirror->addProblem(line);
+    return shown();
+  }
+  std::string shown() {
+    settle();
+    return session.problem().toStdString();
+  }
+};
+
+TEST_F(ProblemLine, GoesAtTheNextSong) {
+  EXPECT_EQ(shownAfter("no sound device"), "no sound device");
+  content.songList().clickSong(1);
+  EXPECT_EQ(shown(), "");
+}
+
+TEST_F(ProblemLine, OfAFailedSaveGoesWithTheNextSave) {
+  state.isDirty.set(true);
+  EXPECT_EQ(shownAfter("Failed to save setlist: disk full"), "Failed to save setlist: disk full");
+  strip(0).status.set(ChannelStatus::running);
+  EXPECT_EQ(shown(), "Failed to save setlist: disk full");
+  state.isDirty.set(false);
+  EXPECT_EQ(shown(), "");
+}
+
+TEST_F(ProblemLine, OfAnInstrumentGoesWhenItPlaysAgain) {
+  strip(0).status.set(ChannelStatus::crashed);
+  const std::string line = "Plug-in crashed on strip A: was killed by signal 9";
+  EXPECT_EQ(shownAfter(line), line);
+  strip(0).status.set(ChannelStatus::loading);
+  EXPECT_EQ(shown(), line);
+  strip(0).status.set(ChannelStatus::running);
+  EXPECT_EQ(shown(), "");
+}
+
+TEST_F(ProblemLine, OfAnInstrumentStaysWhileAnotherStripFails) {
+  content.channelOperations().addChannelFromButton();
+  strip(0).status.set(ChannelStatus::loadFailed);
+  strip(1).status.set(ChannelStatus::loadFailed);
+  EXPECT_EQ(shownAfter("Failed to load plugin: no room"), "Failed to load plugin: no room");
+  strip(0).status.set(ChannelStatus::running);
+  EXPECT_EQ(shown(), "Failed to load plugin: no room");
+  content.channelOperations().removeChannelFromConsole(strip(1));
+  EXPECT_EQ(shown(), "");
+}
+
+TEST_F(ProblemLine, OfAnEffectGoesWhenItIsLoadedOrRemoved) {
+  AudioPluginSlot slot;
+  slot.pluginPath = chorusKey;
+  for (AudioChannel* const channel : {&strip(0), engine->masterChannel().get()}) {
+    channel->effectSlots.set({slot});
+    EXPECT_NE(shownAfter("Effect crashed on strip A: was killed by signal 9"), "");
+    channel->effectNodes.set({{slot.id, std::make_shared<simulation::ScriptedUnit>("Chorus")}});
+    EXPECT_EQ(shown(), "");
+    channel->effectNodes.set({});
+    EXPECT_NE(shownAfter("Failed to load effect plugin: no"), "");
+    channel->effectSlots.set({});
+    EXPECT_EQ(shown(), "");
+  }
+}
+
 TEST_F(Copy, DropoutsAreCountedAndStopAtTheLargestNumberThatCanBeShown) {
   const auto shown = [this](std::uint64_t count) {
     mirror->setDropouts(count);
