@@ -88,8 +88,8 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> OfflineStage::makeSandbox(const 
     sandboxFailure_ = supervisor.error();
     return nullptr;
   }
-  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finderIn(world),
-                                                          mainLoop_, sandboxSettings(host));
+  return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), finderIn(world), mainLoop_,
+                                                          sandboxSettings(host));
 }
 
 Outcome OfflineStage::start(SetlistFile setlist) {

@@ -47,7 +47,7 @@ class OfflineStage {
   struct Settings {
     int rate = 48000;           // frames per second
     std::uint32_t block = 128;  // frames
-    bool sandbox = true;        // instruments in processes of their own
+    bool sandbox = true;        // plug-ins in processes of their own
   };
 
   /// All are borrowed; the log may be null.

@@ -164,7 +164,7 @@ std::string usage() {
          "  --song N            the song to start with, counted from 0 (default 0)\n"
          "  --rate HZ           frames per second (default 48000)\n"
          "  --block FRAMES      32 64 128 256 512 or 1024 (default 128)\n"
-         "  --sandbox on|off    instruments in processes of their own (default on)\n"
+         "  --sandbox on|off    plug-ins in processes of their own (default on)\n"
          "  --tail SECONDS      rendered after the last message (default 2)\n";
 }
 

@@ -23,7 +23,7 @@ struct Options {
   int rate = 48000;           // frames per second, 8000 to 192000
   std::uint32_t block = 128;  // frames
   double tail = 2;            // seconds, 0 to a day
-  bool sandbox = true;        // instruments in processes of their own
+  bool sandbox = true;        // plug-ins in processes of their own
 };
 
 /// Parses the arguments, without the program's name. An error is one line about the first wrong argument.

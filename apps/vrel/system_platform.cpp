@@ -61,7 +61,7 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
   sandboxSettings.nominalBlockFrames = output_->blockFrames();
   sandboxSettings.log = log();
   sandboxSettings.counters = pluginCounters_;
-  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), find, mainQueue_,
+  return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), find, mainQueue_,
                                                           std::move(sandboxSettings));
 }
 

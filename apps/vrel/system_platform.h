@@ -29,9 +29,9 @@ class MainQueue;
 namespace vrel::app {
 
 /// The real parts behind the platform's operations, for playing on this machine: its sound and MIDI devices, its LV2
-/// plug-ins with instruments in processes of their own, its audio files and clips. Main thread.
+/// plug-ins in processes of their own, its audio files and clips. Main thread.
 ///
-/// Failure: where processes cannot be started the instruments run in this one, and that is logged.
+/// Failure: where processes cannot be started the plug-ins run in this one, and that is logged.
 class SystemPlatform {
  public:
   struct Settings {

@@ -103,8 +103,7 @@ std::unique_ptr<AudioUnitFactory> sandboxAround(const Cast& cast, system::MainLo
   };
   sandbox::SandboxSettings settings;
   settings.log = [](const std::string&) {};
-  return std::make_unique<sandbox::SandboxingUnitFactory>(*cast.inProcess, std::move(supervisor).value(), find, loop,
-                                                          settings);
+  return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), find, loop, settings);
 }
 
 }  // namespace
@@ -129,7 +128,6 @@ CastMaker lv2Cast(std::size_t strips, bool isSandboxed) {
     cast.world = lv2::Lv2World::open();
     lv2::HostSettings settings;
     settings.log = [](const std::string&) {};
-    cast.inProcess = std::make_unique<lv2::Lv2UnitFactory>(cast.world, settings);
     const auto instruments = scanInstrumentComponents(*cast.world);
     for (std::size_t strip = 0; strip < strips; ++strip) {
       cast.instruments.push_back(componentOf(instruments, "urn:vrel:bench:ballast-" + std::to_string(strip)));

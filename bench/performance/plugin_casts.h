@@ -21,7 +21,6 @@ inline constexpr std::size_t stateBytes = std::size_t{16} << 10U;
 /// The instruments of a song, one for each strip, with `stateBytes` of state each; an effect; and their factory.
 struct Cast {
   std::shared_ptr<lv2::Lv2World> world;
-  std::unique_ptr<AudioUnitFactory> inProcess;  // used by `units`
   std::unique_ptr<AudioUnitFactory> units;
   std::vector<AVAudioUnitComponent> instruments;
   AVAudioUnitComponent effect;
@@ -33,7 +32,7 @@ using CastMaker = std::function<Cast(system::MainLoop& loop)>;
 /// Simulated plug-ins, which cost nothing but their states: the rest is the program's own cost.
 [[nodiscard]] CastMaker bareCast(std::size_t strips);
 
-/// LV2 plug-ins, at most 16: instruments in this process, or each in one of its own.
+/// LV2 instruments, at most 16, and effects: all in this process, or each in one of its own.
 [[nodiscard]] CastMaker lv2Cast(std::size_t strips, bool isSandboxed);
 
 }  // namespace vrel::bench

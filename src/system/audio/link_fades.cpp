@@ -33,7 +33,7 @@ bool LinkFades::enter(const Inputs& inputs, Stream& spare, std::uint32_t frameCo
   return tailDone_ < fadeFrames && addTail(inputs.streams, spare, frameCount);
 }
 
-void LinkFades::leave(const Stream& output, std::uint32_t frameCount, std::uint64_t block, bool isMissing) noexcept {
+void LinkFades::leave(const Stream& output, std::uint32_t frameCount, std::uint64_t block, Delivery delivery) noexcept {
   const auto begin = static_cast<std::uint32_t>(output_.end % ringFrames);
   const std::uint32_t first = std::min(frameCount, ringFrames - begin);
   for (std::uint32_t channel = 0; channel < output.channelCount; ++channel) {
@@ -41,7 +41,7 @@ void LinkFades::leave(const Stream& output, std::uint32_t frameCount, std::uint6
     std::copy_n(output.channels[channel] + first, frameCount - first, ring_[channel].data());
   }
   earlierOutput_ = output_;
-  output_ = {block, output_.end + frameCount, output.channelCount, isMissing};
+  output_ = {block, output_.end + frameCount, output.channelCount, delivery};
 }
 
 bool LinkFades::wasReadBy(const LinkFades& reader, std::uint64_t block) const {
@@ -56,7 +56,8 @@ std::uint32_t LinkFades::nextFadeIn(const LinkFades& reader, std::uint64_t block
   if (isReaderNew) {
     return link.block != 0 && link.block + 1 == block ? 0 : fadeFrames;
   }
-  const bool isSame = wasReadBy(reader, block) && earlier.channelCount == output_.channelCount && !earlier.isMissing;
+  const bool isSame = wasReadBy(reader, block) && earlier.channelCount == output_.channelCount &&
+                      earlier.delivery == output_.delivery && earlier.delivery != Delivery::missing;
   return isSame ? link.fadedIn : 0;
 }
 
@@ -90,14 +91,16 @@ void LinkFades::addHistory(Channels& histories, std::uint64_t block) const noexc
 
 bool LinkFades::hasLeft(const LinkFades& source, std::uint64_t block) const {
   const Output& earlier = source.outputBefore(block);
-  return source.wasReadBy(*this, block) && earlier.block + 1 == block && !earlier.isMissing && earlier.channelCount > 0;
+  return source.wasReadBy(*this, block) && earlier.block + 1 == block && earlier.delivery != Delivery::missing &&
+         earlier.channelCount > 0;
 }
 
 void LinkFades::gatherDeparted(const Inputs& inputs, std::uint64_t block) noexcept {
   const auto isGone = [&](const LinkFades* source) { return hasLeft(*source, block); };
   const auto isOther = [&](const LinkFades* source) {
     const Output& now = source->output_;
-    return (now.isMissing || now.channelCount != source->earlierOutput_.channelCount) && hasLeft(*source, block);
+    const Output& earlier = source->earlierOutput_;
+    return (now.delivery != earlier.delivery || now.channelCount != earlier.channelCount) && hasLeft(*source, block);
   };
   if (std::ranges::none_of(inputs.departed, isGone) && std::ranges::none_of(inputs.sources, isOther)) {
     return;

@@ -16,8 +16,8 @@ namespace vrel::audio {
 ///
 /// When the input of a node changes between two consecutive blocks, what entered it until then is continued and faded
 /// out, and what enters it now is faded in, both over `fadeFrames`. The processor of the earlier input is not called
-/// for that: it may be gone. An input whose processor has nothing to give (`NodeProcessor::isMissing`) counts as gone
-/// until it has. Inputs that stay are not touched.
+/// for that: it may be gone. An input whose processor has nothing to give counts as gone until it has, and one that
+/// gives something else (`NodeProcessor::delivery`) as another one. Inputs that stay are not touched.
 ///
 /// Nothing fades behind a block without sound: the edges of the whole mix cover that.
 ///
@@ -41,7 +41,7 @@ class LinkFades {
 
   /// Takes note of what left the node in this block.
   void leave(const Stream& output, std::uint32_t frameCount, std::uint64_t block,
-             bool isMissing) noexcept VREL_AUDIO_THREAD;
+             Delivery delivery) noexcept VREL_AUDIO_THREAD;
 
   /// The last block in which another node read this one's output; 0 for none.
   [[nodiscard]] std::uint64_t lastReadBlock() const { return lastReadBlock_.load(std::memory_order_relaxed); }
@@ -58,7 +58,7 @@ class LinkFades {
     std::uint64_t block = 0;
     std::uint64_t end = 0;  // frames that had been written with it
     std::uint32_t channelCount = 0;
-    bool isMissing = false;
+    Delivery delivery = Delivery::whole;
   };
 
   [[nodiscard]] const Link& linkBefore(std::uint64_t block) const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -24,6 +25,19 @@ struct Stream {
   std::uint32_t channelCount = 0;
 };
 
+/// Gives `input`, of one or two channels, as `output`: mono on all channels, two channels mixed down where there is
+/// one.
+inline void passOn(const Stream& input, const Stream& output, std::uint32_t frameCount) noexcept {
+  const bool isMixedDown = input.channelCount > output.channelCount;
+  for (std::uint32_t channel = 0; channel < output.channelCount; ++channel) {
+    float* const samples = output.channels[channel];
+    std::copy_n(input.channels[std::min(channel, input.channelCount - 1)], frameCount, samples);
+    for (std::uint32_t frame = 0; isMixedDown && frame < frameCount; ++frame) {
+      samples[frame] = 0.5F * (samples[frame] + input.channels[1][frame]);
+    }
+  }
+}
+
 /// What a node gets to render one block.
 struct ProcessBlock {
   std::uint32_t frameCount = 0;    // 1 to maximumBlockFrames
@@ -36,12 +50,19 @@ struct ProcessBlock {
   std::optional<std::int64_t> deadline{};
 };
 
+/// What a node has given in a block.
+enum class Delivery {
+  whole,     // what it renders
+  missing,   // silence, since there was nothing to give: a plug-in is dead, or late
+  bypassed,  // its input in place of that
+};
+
 /// The audio half of a node: everything of it that the audio thread may touch.
 ///
 /// Order of calls: `prepare` from the control half before the node first is in a plan and again
 /// when rate changes, never while a plan with this node is being rendered; then, once per block,
-/// `begin` if nothing leads into it, and `process`. It is kept alive by every plan it is in, so it may outlive its
-/// node.
+/// `begin` if nothing leads into it, and `process`. One that works elsewhere and has an input gets that by `accept`,
+/// and `process` once it is ready. It is kept alive by every plan it is in, so it may outlive its node.
 class NodeProcessor {
  public:
   virtual ~NodeProcessor() = default;
@@ -59,12 +80,27 @@ class NodeProcessor {
   /// Whether `process` writes every sample of its output in every block, so that it need not hold silence before.
   [[nodiscard]] virtual bool fillsOutput() const { return false; }
 
-  /// Whether the last block is silent since there was nothing to give: a plug-in is dead, or late.
-  [[nodiscard]] virtual bool isMissing() const noexcept { return false; }
+  /// What the last block was.
+  [[nodiscard]] virtual Delivery delivery() const noexcept { return Delivery::whole; }
 
   /// Comes before the first `process` of the block, to all processors that are sources in the plan: who
   /// lets others work on the block sets them going here, and collects in `process`.
   virtual void begin(std::uint32_t /*frameCount*/) noexcept VREL_AUDIO_THREAD {}
+
+  /// Whether the work is done by others, a guest say, who can be at it while the block goes on: `begin` or `accept`
+  /// sets them going and `process` collects.
+  [[nodiscard]] virtual bool worksElsewhere() const { return false; }
+
+  /// The input of the block, for one that works elsewhere. Its `process` then gets no inputs.
+  virtual void accept(std::uint32_t /*frameCount*/, const Stream& /*input*/) noexcept VREL_AUDIO_THREAD {}
+
+  /// Whether `process` would not wait any more: the work has been done, or is given up.
+  [[nodiscard]] virtual bool isReady(std::optional<std::int64_t> /*deadline*/) noexcept VREL_AUDIO_THREAD {
+    return true;
+  }
+
+  /// Sleeps until that may have changed, or for a short while.
+  virtual void sleepUntilReady(std::optional<std::int64_t> /*deadline*/) noexcept VREL_AUDIO_THREAD {}
 
   /// Renders one block. An early return leaves silence.
   virtual void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD = 0;

@@ -65,12 +65,14 @@ class SourceProcessor final : public NodeProcessor {
   void prepare(double /*sampleRate*/) VREL_NOT_AUDIO_THREAD override { log_->prepared.fetch_add(1); }
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t) const override { return channelCount_; }
 
-  [[nodiscard]] bool isMissing() const noexcept override { return log_->isMissing.load(); }
+  [[nodiscard]] Delivery delivery() const noexcept override {
+    return log_->isMissing.load() ? Delivery::missing : Delivery::whole;
+  }
 
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
     for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
       for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
-        block.output.channels[channel][frame] = isMissing() ? 0.0F : wave_(frame_, channel);
+        block.output.channels[channel][frame] = delivery() == Delivery::missing ? 0.0F : wave_(frame_, channel);
       }
       ++frame_;
     }
@@ -103,27 +105,34 @@ inline std::shared_ptr<SourceNode> makeSource(std::uint32_t channelCount, Wave w
   return std::make_shared<SourceNode>(channelCount, std::move(wave));
 }
 
-/// An effect that multiplies, for chains.
+/// An effect that multiplies, for chains, unless it is bypassed.
 class FactorProcessor final : public NodeProcessor {
  public:
   explicit FactorProcessor(float factor) : factor_(factor) {}
+  void setBypassed(bool isBypassed) { isBypassed_ = isBypassed; }
+  [[nodiscard]] Delivery delivery() const noexcept override {
+    return isBypassed_ ? Delivery::bypassed : Delivery::whole;
+  }
   void prepare(double /*sampleRate*/) VREL_NOT_AUDIO_THREAD override {}
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t count) const override { return count; }
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
     for (std::uint32_t channel = 0; !block.inputs.empty() && channel < block.output.channelCount; ++channel) {
       for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
-        block.output.channels[channel][frame] = factor_ * block.inputs[0].channels[channel][frame];
+        block.output.channels[channel][frame] =
+            (isBypassed_ ? 1.0F : factor_) * block.inputs[0].channels[channel][frame];
       }
     }
   }
 
  private:
   const float factor_;
+  std::atomic<bool> isBypassed_{false};
 };
 
 class FactorNode final : public GraphNodeOf<AVAudioNode> {
  public:
   explicit FactorNode(float factor) : processor_(std::make_shared<FactorProcessor>(factor)) {}
+  void setBypassed(bool isBypassed) { processor_->setBypassed(isBypassed); }
   [[nodiscard]] std::shared_ptr<NodeProcessor> processor() const override { return processor_; }
 
  private:

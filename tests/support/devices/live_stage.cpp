@@ -59,7 +59,7 @@ void LiveStage::makeSandbox(const Settings& settings) {
   sandboxSettings.nominalBlockFrames = output_->blockFrames();
   sandboxSettings.log = [](const std::string&) {};
   sandboxSettings.counters = pluginCounters_;
-  sandbox_ = std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), find, loop_,
+  sandbox_ = std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), find, loop_,
                                                               std::move(sandboxSettings));
 }
 

@@ -21,7 +21,7 @@
 
 namespace vrel::system::test {
 
-/// The program without a window, on a JACK server: MIDI from all its sources, LV2 instruments in processes of their
+/// The program without a window, on a JACK server: MIDI from all its sources, LV2 plug-ins in processes of their
 /// own, sound to its playback ports.
 ///
 /// The creating thread is the main thread and runs `loop`: work that other threads post wakes it. The clock is
@@ -31,7 +31,7 @@ class LiveStage {
   struct Settings {
     std::string jackServerName;
     std::string pluginHostProgram;
-    bool sandbox = true;  // instruments in processes of their own
+    bool sandbox = true;  // plug-ins in processes of their own
   };
 
   /// Creates the program and starts its engine. Throws when the sandbox cannot start.

@@ -135,6 +135,19 @@ TEST_P(LinkFade, APluginThatDiesFadesOutAndComesBackSoftly) {
   EXPECT_LE(splatter(heardAround([&] { strip.source->log()->isMissing = false; })), -50);
 }
 
+TEST_P(LinkFade, AnEffectThatIsBypassedAndComesBackMakesNoClick) {
+  const auto effect = std::make_shared<FactorNode>(-0.5F);
+  stage.engine->attach(effect);
+  stage.link(strip.source, effect);
+  stage.link(effect, strip.reverb);
+  const auto out = heardAround([&] { effect->setBypassed(true); });
+  EXPECT_LE(splatter(out), -50);
+  EXPECT_NEAR(peak(std::span(out).subspan(halfFrames + fadeFrames)), toneLevel, 0.001);
+  const auto in = heardAround([&] { effect->setBypassed(false); });
+  EXPECT_LE(splatter(in), -50);
+  EXPECT_NEAR(peak(std::span(in).subspan(halfFrames + fadeFrames)), toneLevel / 2, 0.001);
+}
+
 TEST_P(LinkFade, AHallFadesOutWithItsStrip) {
   strip.reverb->setWetDryMix(100);
   stage.engine->detach(strip.source);

@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -122,6 +125,126 @@ TEST_F(PlanFor16Strips, CompiledAgainItTakesTheSameMemory) {
     after.insert(step.output.channels[0]);
   }
   EXPECT_EQ(before, after);
+}
+
+/// What processors that work elsewhere share: their calls in order, when each is waited for no longer, and how often
+/// the plan has slept.
+struct Elsewhere {
+  std::vector<std::string> calls;
+  std::map<std::string, std::optional<std::int64_t>> deadlines;
+  int sleeps = 0;
+};
+
+/// An effect that doubles, and is ready when the plan has slept `slowness` times.
+class ElsewhereProcessor final : public NodeProcessor {
+ public:
+  ElsewhereProcessor(std::string name, int slowness, Elsewhere& work)
+      : name_(std::move(name)), slowness_(slowness), work_(work) {}
+  void prepare(double /*sampleRate*/) VREL_NOT_AUDIO_THREAD override {}
+  [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t count) const override { return count; }
+  [[nodiscard]] bool worksElsewhere() const override { return true; }
+  void accept(std::uint32_t frameCount, const Stream& input) noexcept override {
+    work_.calls.push_back("accept " + name_);
+    taken_.assign(input.channels[0], input.channels[0] + frameCount);
+    readyAt_ = work_.sleeps + slowness_;
+  }
+  [[nodiscard]] bool isReady(std::optional<std::int64_t> /*deadline*/) noexcept override {
+    return work_.sleeps >= readyAt_;
+  }
+  void sleepUntilReady(std::optional<std::int64_t> /*deadline*/) noexcept override { ++work_.sleeps; }
+  void process(const ProcessBlock& block) noexcept override {
+    work_.calls.push_back("collect " + name_);
+    work_.deadlines[name_] = block.deadline;
+    EXPECT_TRUE(block.inputs.empty());
+    for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
+      std::ranges::transform(taken_, block.output.channels[channel], [](float sample) { return 2 * sample; });
+    }
+  }
+
+ private:
+  const std::string name_;
+  const int slowness_;
+  Elsewhere& work_;
+  std::vector<float> taken_;
+  int readyAt_ = 0;
+};
+
+class ElsewhereNode final : public GraphNodeOf<AVAudioNode> {
+ public:
+  explicit ElsewhereNode(std::shared_ptr<ElsewhereProcessor> processor) : processor_(std::move(processor)) {}
+  [[nodiscard]] std::shared_ptr<NodeProcessor> processor() const override { return processor_; }
+
+ private:
+  std::shared_ptr<ElsewhereProcessor> processor_;
+};
+
+/// Four strips, of the levels 1, 10, 100 and 1000, and the master, with effects that work elsewhere.
+class PlanWithWorkElsewhere : public testing::Test {
+ protected:
+  void compile(int slownessOfC1) {
+    graph.setSampleRate(48000);
+    NodeGraph::Entry* const main = graph.attach(std::make_shared<MixerNode>());
+    NodeGraph::Entry* const output = graph.attach(std::make_shared<OutputNode>());
+    graph.connect(*then(then(add(1), "a1"), "a2"), *main);
+    graph.connect(*then(add(10), "b1"), *main);
+    graph.connect(*add(100), *main);
+    graph.connect(*then(then(add(1000), "c1", slownessOfC1), "c2"), *main);
+    graph.connect(*then(main, "m"), *output);
+    plan.compile(*output, 48000, arena);
+  }
+
+  NodeGraph::Entry* add(float level) { return graph.attach(makeSource(1, constant(level))); }
+  NodeGraph::Entry* then(NodeGraph::Entry* last, const std::string& name, int slowness = 1) {
+    NodeGraph::Entry* const next =
+        graph.attach(std::make_shared<ElsewhereNode>(std::make_shared<ElsewhereProcessor>(name, slowness, work)));
+    graph.connect(*last, *next);
+    return next;
+  }
+
+  void render(std::optional<std::int64_t> deadline = std::nullopt) {
+    work.calls.clear();
+    const AudioThreadScope audioThread;
+    plan.render(64, ++blockNumber, deadline);
+    EXPECT_EQ(plan.result().channels[0][63], 2.0F * (4 + 20 + 100 + 4000));
+    EXPECT_EQ(plan.result().channels[1][0], 2.0F * (4 + 20 + 100 + 4000));
+  }
+
+  Elsewhere work;
+  std::uint64_t blockNumber = 0;
+  NodeGraph graph;
+  BufferArena arena;
+  RenderPlan plan;
+};
+
+TEST_F(PlanWithWorkElsewhere, AllThatCanWorkIsSetGoingBeforeAnybodyIsWaitedFor) {
+  compile(1);
+  for (int block = 0; block < 3; ++block) {
+    render();
+    EXPECT_EQ(work.calls, (std::vector<std::string>{"accept a1", "accept b1", "accept c1",                  //
+                                                    "collect a1", "accept a2", "collect b1", "collect c1",  //
+                                                    "accept c2", "collect a2", "collect c2", "accept m", "collect m"}));
+  }
+}
+
+TEST_F(PlanWithWorkElsewhere, EachIsWaitedForSoBrieflyThatThoseAfterItHaveTimeLeft) {
+  compile(1);
+  constexpr std::int64_t deadline = 1'000'000'000;
+  constexpr std::int64_t share = 66'666;  // a twentieth of 64 frames
+  render(deadline);
+  EXPECT_EQ(work.deadlines["m"], deadline);
+  EXPECT_EQ(work.deadlines["a2"], deadline - share);
+  EXPECT_EQ(work.deadlines["b1"], deadline - share);
+  EXPECT_EQ(work.deadlines["a1"], deadline - 2 * share - 1);
+  render();
+  EXPECT_EQ(work.deadlines["a1"], std::nullopt);
+}
+
+TEST_F(PlanWithWorkElsewhere, NoChainWaitsForOneThatIsLate) {
+  compile(5);
+  render();
+  EXPECT_EQ(work.calls, (std::vector<std::string>{"accept a1", "accept b1", "accept c1",                  //
+                                                  "collect a1", "accept a2", "collect b1", "collect a2",  //
+                                                  "collect c1", "accept c2", "collect c2", "accept m", "collect m"}));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "system/plugins/sandbox/sandbox_processor.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "system/audio/finite_guard.h"
@@ -9,6 +10,12 @@
 
 namespace vrel::sandbox {
 namespace {
+
+// Others may be ready before the one that is slept on.
+constexpr std::int64_t longestSleep = 100'000;  // nanoseconds
+
+// An effect whose input came so late that less of the block was left has not missed it.
+constexpr double fairShare = 0.25;
 
 void count(std::atomic<std::uint64_t>& counter, std::uint64_t amount = 1) noexcept {
   counter.fetch_add(amount, std::memory_order_relaxed);
@@ -43,32 +50,71 @@ bool SandboxProcessor::sendEvent(std::uint8_t status, std::uint8_t data1, std::u
 }
 
 void SandboxProcessor::begin(std::uint32_t frameCount) noexcept {
+  accept(frameCount, {});
+}
+
+void SandboxProcessor::accept(std::uint32_t frameCount, const audio::Stream& input) noexcept {
   isBegun_ = true;
-  isAwaited_ = request(frameCount, {});
+  dryChannelCount_ = input.channelCount;
+  for (std::uint32_t channel = 0; channel < input.channelCount; ++channel) {
+    std::copy_n(input.channels[channel], frameCount, dry_[channel].data());
+  }
+  isAwaited_ = request(frameCount, input);
+}
+
+bool SandboxProcessor::isReady(std::optional<std::int64_t> deadline) noexcept {
+  return !isAwaited_ || guest_->isDead() || read(guest_->block().answer) == asked_ ||
+         monotonicNanoseconds() >= deadlineOr(deadline);
+}
+
+void SandboxProcessor::sleepUntilReady(std::optional<std::int64_t> deadline) noexcept {
+  SharedWord& word = guest_->block().answer;
+  const Sequence before = read(word);
+  if (before != asked_) {
+    (void)waitWhile(word, before, std::min(deadlineOr(deadline), monotonicNanoseconds() + longestSleep));
+  }
+}
+
+std::int64_t SandboxProcessor::deadlineOr(std::optional<std::int64_t> deadline) const noexcept {
+  return deadline.value_or(askedAt_ + std::chrono::nanoseconds(settings_.longestBlock).count());
 }
 
 void SandboxProcessor::process(const audio::ProcessBlock& block) noexcept {
-  if (!std::exchange(isBegun_, false)) {
-    isAwaited_ = request(block.frameCount, block.inputs.empty() ? audio::Stream{} : block.inputs.front());
+  if (!isBegun_) {
+    accept(block.frameCount, block.inputs.empty() ? audio::Stream{} : block.inputs.front());
   }
-  isMissing_ = true;
-  if (guest_->isDead()) {
-    return;
-  }
-  if (!isAwaited_) {
-    countMissed(block);
-  } else if (awaitAnswer(block.deadline)) {
+  isBegun_ = false;
+  delivery_ = audio::Delivery::missing;
+  if (isAwaited_ && awaitAnswer(deadlineOr(block.deadline))) {
     guest_->link().blockAnswered();
     takeAnswer(block);
-  } else if (!guest_->isDead()) {
-    isGivenUp_ = true;
+    return;
+  }
+  if (!guest_->isDead()) {
+    isGivenUp_ = isGivenUp_ || isAwaited_;
     countMissed(block);
   }
+  bypass(block);
+}
+
+void SandboxProcessor::bypass(const audio::ProcessBlock& block) noexcept {
+  if (dryChannelCount_ == 0) {
+    return;
+  }
+  delivery_ = audio::Delivery::bypassed;
+  const audio::Stream dry{{dry_[0].data(), dry_[1].data()}, dryChannelCount_};
+  audio::passOn(dry, block.output, block.frameCount);
 }
 
 void SandboxProcessor::countMissed(const audio::ProcessBlock& block) noexcept {
   count(settings_.counters->lateBlocks);
-  guest_->link().blockMissed(static_cast<double>(block.frameCount) / settings_.sampleRate);
+  const double seconds = static_cast<double>(block.frameCount) / settings_.sampleRate;
+  if (isAwaited_ && !block.deadline) {
+    guest_->link().blockMissed(GuestLink::hungSeconds);
+  } else if (!isAwaited_ || dryChannelCount_ == 0 ||
+             static_cast<double>(*block.deadline - askedAt_) >= 1e9 * fairShare * seconds) {
+    guest_->link().blockMissed(seconds);
+  }
 }
 
 bool SandboxProcessor::request(std::uint32_t frameCount, const audio::Stream& input) noexcept {
@@ -94,6 +140,7 @@ bool SandboxProcessor::request(std::uint32_t frameCount, const audio::Stream& in
     takeEvents(request);
   }
   asked_ = sequence;
+  askedAt_ = monotonicNanoseconds();
   post(shared.request, sequence);
   return true;
 }
@@ -111,14 +158,14 @@ void SandboxProcessor::takeEvents(BlockRequest& request) noexcept {
   request.eventCount = eventCount;
 }
 
-bool SandboxProcessor::awaitAnswer(std::optional<std::int64_t> deadline) noexcept {
+bool SandboxProcessor::awaitAnswer(std::int64_t deadline) noexcept {
   SharedWord& word = guest_->block().answer;
   for (;;) {
     const Sequence before = read(word);
     if (before == asked_) {
       return true;
     }
-    if (guest_->isDead() || (deadline && monotonicNanoseconds() >= *deadline)) {
+    if (guest_->isDead() || monotonicNanoseconds() >= deadline) {
       return false;
     }
     (void)waitWhile(word, before, deadline);  // a death changes the word too
@@ -129,6 +176,7 @@ void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
   const BlockAnswer& answer = guest_->block().answers[asked_ % 2];
   addCounts(answer.counts);
   if (isMuted_) {
+    bypass(block);
     return;
   }
   for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
@@ -136,8 +184,9 @@ void SandboxProcessor::takeAnswer(const audio::ProcessBlock& block) noexcept {
     std::copy_n(source, block.frameCount, block.output.channels[channel]);
   }
   gain_.apply(block.output, block.frameCount);
-  isMissing_ = audio::silenceIfTooLarge(block.output, block.frameCount);
-  if (isMissing_) {
+  delivery_ = audio::Delivery::whole;
+  if (audio::silenceIfTooLarge(block.output, block.frameCount)) {
+    delivery_ = audio::Delivery::missing;
     count(settings_.counters->silencedBlocks);
   }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -16,14 +17,15 @@
 
 namespace vrel::sandbox {
 
-/// The audio half of a unit whose plug-in lives in a guest: asks for a block in `begin` (a source) or
-/// at the start of `process` (an effect), and takes the answer in `process`.
+/// The audio half of a unit whose plug-in lives in a guest: asks for a block in `begin` (a source) or in `accept` (an
+/// effect), and takes the answer in `process`.
 ///
 /// With a deadline, an answer that is not there by then is given up: the block is silent, and the answer,
 /// when it comes, is dropped. Until it has come the guest is not asked again, and events wait. Without a
-/// deadline it waits for as long as the guest lives. While the guest changes its plug-in (a state, a reset, a rate),
-/// blocks are silent and events wait. A dead guest is silent at once. The guest's link counts what a
-/// device's blocks have missed.
+/// deadline it waits for as long as the guest lives, but not above `longestBlock`. While the guest changes its plug-in
+/// (a state, a reset, a rate), blocks are silent and events wait. A dead guest is silent at once. Where an instrument
+/// would be silent for want of an answer an effect is bypassed: its input goes on as it is. The guest's link counts
+/// what the blocks have missed, but not what an effect could not do since its input came late.
 ///
 /// Threads: `begin` and `process` belong to the block, all else to the main thread.
 class SandboxProcessor final : public audio::NodeProcessor {
@@ -33,6 +35,9 @@ class SandboxProcessor final : public audio::NodeProcessor {
     GuestLink::Timeout timeout;
     GuestLink::Timeout captureTimeout;
     std::shared_ptr<PluginCounters> counters;
+
+    // Where a block has no deadline, a guest that takes longer than this for one is hung (see GuestLink), and ended.
+    std::chrono::milliseconds longestBlock = std::chrono::seconds(30);
   };
 
   SandboxProcessor(Supervisor::Ready ready, Settings settings);
@@ -42,9 +47,13 @@ class SandboxProcessor final : public audio::NodeProcessor {
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t /*inputChannelCount*/) const override {
     return outputChannelCount_;
   }
+  [[nodiscard]] bool worksElsewhere() const override { return true; }
   void begin(std::uint32_t frameCount) noexcept override VREL_AUDIO_THREAD;
+  void accept(std::uint32_t frameCount, const audio::Stream& input) noexcept override VREL_AUDIO_THREAD;
+  [[nodiscard]] bool isReady(std::optional<std::int64_t> deadline) noexcept override VREL_AUDIO_THREAD;
+  void sleepUntilReady(std::optional<std::int64_t> deadline) noexcept override VREL_AUDIO_THREAD;
   void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
-  [[nodiscard]] bool isMissing() const noexcept override { return isMissing_; }
+  [[nodiscard]] audio::Delivery delivery() const noexcept override { return delivery_; }
 
   /// Hands one message to the next block; false when it is not a message or there is no room. Wait-free.
   bool sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
@@ -65,9 +74,11 @@ class SandboxProcessor final : public audio::NodeProcessor {
  private:
   [[nodiscard]] bool request(std::uint32_t frameCount, const audio::Stream& input) noexcept VREL_AUDIO_THREAD;
   void takeEvents(BlockRequest& request) noexcept VREL_AUDIO_THREAD;
-  [[nodiscard]] bool awaitAnswer(std::optional<std::int64_t> deadline) noexcept VREL_AUDIO_THREAD;
+  [[nodiscard]] bool awaitAnswer(std::int64_t deadline) noexcept VREL_AUDIO_THREAD;
+  [[nodiscard]] std::int64_t deadlineOr(std::optional<std::int64_t> deadline) const noexcept VREL_AUDIO_THREAD;
   void takeAnswer(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void countMissed(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
+  void bypass(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void addCounts(const GuestCounts& counts) noexcept VREL_AUDIO_THREAD;
 
   const std::shared_ptr<Guest> guest_;
@@ -80,13 +91,16 @@ class SandboxProcessor final : public audio::NodeProcessor {
   std::atomic<std::uint64_t> droppedByGuest_{0};  // the other way
 
   // The block's.
+  std::int64_t askedAt_ = 0;  // nanoseconds of the monotonic clock
   Sequence asked_ = 0;
-  bool isBegun_ = false;    // `begin` was called, `process` was not
+  bool isBegun_ = false;    // `begin` or `accept` was called, `process` was not
   bool isAwaited_ = false;  // the answer to `asked_` is still good for this block
   bool isGivenUp_ = false;  // the answer to `asked_` comes for nothing
-  bool isMissing_ = false;  // the last block is silence in place of an answer
   bool isMuted_ = false;    // the answer to `asked_` is from before a change
+  audio::Delivery delivery_ = audio::Delivery::whole;
   GuestCounts counted_{};
+  std::uint32_t dryChannelCount_ = 0;  // 0 for a source
+  StereoSamples dry_{};                // the input of this block; what is shared with the guest it may overwrite
 };
 
 }  // namespace vrel::sandbox

@@ -12,8 +12,8 @@ namespace {
 std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioComponentDescription& codes,
                                       const std::string& name, const SandboxSettings& settings) {
   auto processor = std::make_shared<SandboxProcessor>(
-      std::move(ready),
-      SandboxProcessor::Settings{settings.sampleRate, settings.timeout, settings.captureTimeout, settings.counters});
+      std::move(ready), SandboxProcessor::Settings{settings.sampleRate, settings.timeout, settings.captureTimeout,
+                                                   settings.counters, settings.longestBlock});
   if (codes.componentType == componentTypeMusicDevice) {
     return std::make_shared<SandboxedInstrument>(std::move(processor), name, settings.log);
   }
@@ -28,10 +28,9 @@ struct Made {
 
 }  // namespace
 
-SandboxingUnitFactory::SandboxingUnitFactory(AudioUnitFactory& inProcess, std::shared_ptr<Supervisor> supervisor,
-                                             Finder finder, MainQueue& mainQueue, SandboxSettings settings)
-    : inProcess_(inProcess),
-      supervisor_(std::move(supervisor)),
+SandboxingUnitFactory::SandboxingUnitFactory(std::shared_ptr<Supervisor> supervisor, Finder finder,
+                                             MainQueue& mainQueue, SandboxSettings settings)
+    : supervisor_(std::move(supervisor)),
       finder_(std::move(finder)),
       mainQueue_(mainQueue),
       settings_(std::move(settings)),
@@ -42,22 +41,14 @@ void SandboxingUnitFactory::setDeathHandler(DeathHandler handler) {
 }
 
 void SandboxingUnitFactory::instantiate(const AudioComponentDescription& description,
-                                        AudioComponentInstantiationOptions options, UnitHandler completionHandler) {
-  if (options == AudioComponentInstantiationOptions::outOfProcess) {
-    launch(description, std::move(completionHandler));
-  } else {
-    inProcess_.instantiate(description, options, std::move(completionHandler));
-  }
+                                        AudioComponentInstantiationOptions /*options*/, UnitHandler completionHandler) {
+  launch(description, std::move(completionHandler));
 }
 
 void SandboxingUnitFactory::instantiateMIDIInstrument(const AudioComponentDescription& description,
-                                                      AudioComponentInstantiationOptions options,
+                                                      AudioComponentInstantiationOptions /*options*/,
                                                       UnitHandler completionHandler) {
-  if (options == AudioComponentInstantiationOptions::outOfProcess) {
-    launch(description, std::move(completionHandler));
-  } else {
-    inProcess_.instantiateMIDIInstrument(description, options, std::move(completionHandler));
-  }
+  launch(description, std::move(completionHandler));
 }
 
 void SandboxingUnitFactory::launch(const AudioComponentDescription& description, UnitHandler completionHandler) {

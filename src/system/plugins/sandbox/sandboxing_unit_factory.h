@@ -38,12 +38,14 @@ struct SandboxSettings {
   GuestLink::Timeout timeout = std::chrono::milliseconds(0);
   GuestLink::Timeout captureTimeout = std::chrono::milliseconds(50);
 
+  /// See SandboxProcessor::Settings.
+  std::chrono::milliseconds longestBlock = std::chrono::seconds(30);
+
   std::function<void(const std::string&)> log;  // any thread
   std::shared_ptr<PluginCounters> counters = std::make_shared<PluginCounters>();
 };
 
-/// Makes nodes whose plug-ins run in processes of their own (option 1), and hands all other requests
-/// (option 0) to the factory of this process.
+/// Makes nodes whose plug-ins run in processes of their own, also where they are asked for in this one, as effects are.
 ///
 /// Threads: main. A sandboxed instantiation takes as long as it takes and answers on the supervisor's
 /// thread. All that is borrowed outlives the supervisor.
@@ -62,8 +64,8 @@ class SandboxingUnitFactory final : public AudioUnitFactory {
   };
   using DeathHandler = std::function<void(const Death& death)>;  // main queue
 
-  SandboxingUnitFactory(AudioUnitFactory& inProcess, std::shared_ptr<Supervisor> supervisor, Finder finder,
-                        MainQueue& mainQueue, SandboxSettings settings);
+  SandboxingUnitFactory(std::shared_ptr<Supervisor> supervisor, Finder finder, MainQueue& mainQueue,
+                        SandboxSettings settings);
 
   /// The rate at which later units are made, frames per second; as for Lv2UnitFactory. Any thread.
   void setSampleRate(double framesPerSecond) { sampleRate_ = framesPerSecond; }
@@ -79,7 +81,6 @@ class SandboxingUnitFactory final : public AudioUnitFactory {
  private:
   void launch(const AudioComponentDescription& description, UnitHandler completionHandler);
 
-  AudioUnitFactory& inProcess_;
   const std::shared_ptr<Supervisor> supervisor_;
   const Finder finder_;
   MainQueue& mainQueue_;

@@ -28,7 +28,6 @@ lv2::HostSettings hostSettings(ConsoleOutput& console, std::shared_ptr<PluginCou
 
 GigStage::GigStage(const std::filesystem::path& copiesFolder, StateWaits waits)
     : host_(hostSettings(console_, pluginCounters_)),
-      lv2Units_(world_, host_),
       units_(makeSandbox(world_, host_, waits)),
       defaults_({}, console_),
       state_({defaults_, *world_, mainLoop_, console_, files_}, {}),
@@ -92,8 +91,7 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std:
     settings.timeout = std::nullopt;
     settings.captureTimeout = std::nullopt;
   }
-  return std::make_unique<sandbox::SandboxingUnitFactory>(lv2Units_, std::move(supervisor).value(), finder, mainLoop_,
-                                                          settings);
+  return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), finder, mainLoop_, settings);
 }
 
 SetlistFile GigStage::open(const std::filesystem::path& folder) {

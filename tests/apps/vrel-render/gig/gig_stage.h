@@ -28,7 +28,8 @@
 #include "system/files/posix_file_manager.h"
 #include "system/media/audio_files.h"
 #include "system/media/clip_factory.h"
-#include "system/plugins/lv2/lv2_unit_factory.h"
+#include "system/plugins/lv2/host_settings.h"
+#include "system/plugins/lv2/lv2_world.h"
 #include "system/plugins/sandbox/sandboxing_unit_factory.h"
 #include "system/property_list/libplist_serialization.h"
 #include "system/user_defaults/ini_user_defaults.h"
@@ -127,7 +128,6 @@ class GigStage {
   audio::RenderNodeFactory nodes_{device_, renderCounters_, audioFiles_};
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::HostSettings host_;
-  lv2::Lv2UnitFactory lv2Units_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> units_;
   system::FileCalls fileCalls_;
   system::PosixFileManager systemFiles_{fileCalls_};

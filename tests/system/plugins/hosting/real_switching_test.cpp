@@ -134,7 +134,7 @@ class RealSwitching : public RealShows, public testing::WithParamInterface<Place
       while (show.machine.engine->pluginPool().take(pluginKey(component(uri))) != nullptr) {
       }
     }
-    const std::size_t guests = GetParam() == Place::sandboxed ? 1 : 0;
+    const std::size_t guests = GetParam() == Place::sandboxed ? 3 : 0;  // an instrument and two effects
     EXPECT_TRUE(sandbox::happens([&] { return guestCount() == guests; }));
     (void)inProcess_.make(gainUri);  // behind all that is released
     return {sandbox::descriptorCount(), sandbox::sharedMappingCount(), guestCount()};

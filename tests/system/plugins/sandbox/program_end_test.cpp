@@ -35,7 +35,7 @@ TEST_P(ProgramEnd, NothingOutlivesTheProgramHoweverItIsKilled) {
   }
   close(pipe[1]);
   std::array<char, 6> said{};
-  ASSERT_EQ(read(pipe[0], said.data(), said.size()), 6) << "the program did not get as far";
+  ASSERT_EQ(::read(pipe[0], said.data(), said.size()), 6) << "the program did not get as far";
   ASSERT_EQ(std::string(said.data(), said.size()), "ready\n");
   close(pipe[0]);
   std::vector<pid_t> guests;

@@ -82,13 +82,55 @@ class RevivedStrips : public SandboxStage {
     show.render();
   }
 
+  /// The effect in this slot of the strip, once it is there.
+  std::shared_ptr<AVAudioUnit> effectIn(const AudioChannel& channel, const Uuid& slotId) {
+    const auto& nodes = channel.effectNodes.get();
+    EXPECT_TRUE(mainLoop_.waitUntil([&] { return nodes.contains(slotId); }, 30s));
+    return nodes.at(slotId);
+  }
+
   int deathCount_ = 0;
+  simulation::RecordingConsole console_;
 
  private:
   system::SerialQueueFactory queues_;
   system::LibplistSerialization propertyLists_;
-  simulation::RecordingConsole console_;
 };
+
+TEST_F(RevivedStrips, AnEffectThatDiesIsMarkedAndReportedWithItsStripAndComesBackWithItsState) {
+  const auto effects = scanAudioEffectComponents(*inProcess_.world);
+  for (const bool isOfMaster : {false, true}) {
+    Show show;
+    begin(show);
+    const auto channel = isOfMaster ? show.engine->masterChannel() : show.sine;
+    const Uuid slotId = Uuid::fresh();
+    show.engine->effects().loadEffect(channel, slotId, inProcess_.component("urn:vrel:zoo:gain"), nullptr);
+    auto effect = effectIn(*channel, slotId);
+    auto state = *effect->auAudioUnit().fullStateForDocument();
+    std::get<PropertyListDictionary>(state["ports"].content)["gain"] = {0.0};
+    effect->auAudioUnit().setFullStateForDocument(state);
+    show.render();
+    show.sound.clear();
+    show.render();
+    EXPECT_EQ(lv2::peak(show.sound), 0) << "its gain";
+    kill(dynamic_cast<SandboxedNode&>(*effect).processId(), SIGKILL);
+    ASSERT_TRUE(happens([&] {
+      mainLoop_.runPending();
+      return channel->failedEffects.get() == std::set{slotId};
+    }));
+    show.render();
+    EXPECT_GT(lv2::peak(show.sound), 0.01F) << "its strip is dry";
+    EXPECT_EQ(show.sine->status.get(), ChannelStatus::running);
+    const std::string where = isOfMaster ? "the master" : "strip urn:vrel:zoo:sine";
+    EXPECT_EQ(std::ranges::count(console_.lines, "Effect crashed on " + where + ": Zoo Gain was killed by signal 9"),
+              1);
+    effect.reset();
+    show.engine->effects().reviveEffect(channel, slotId,
+                                        [&](const std::string& key) { return resolvePluginPath(key, effects); });
+    EXPECT_EQ(effectIn(*channel, slotId)->auAudioUnit().fullStateForDocument(), state);
+    EXPECT_TRUE(channel->failedEffects.get().empty());
+  }
+}
 
 TEST_F(RevivedStrips, ADeathShowsTheSameAsItsRehearsal) {
   Show show;

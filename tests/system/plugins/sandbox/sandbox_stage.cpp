@@ -8,7 +8,8 @@
 
 namespace vrel::sandbox {
 
-SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool isRealTime, lv2::Bundles bundles)
+SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool isRealTime, lv2::Bundles bundles,
+                           std::chrono::milliseconds longestBlock)
     : inProcess_(bundles) {
   // The scan reads the environment, which some tests change.
   (void)inProcess_.world->componentsMatchingDescription({});
@@ -16,6 +17,7 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
   settings_.captureTimeout = timeout;
   settings_.worksWithinBlock = true;
   settings_.isRealTime = isRealTime;
+  settings_.longestBlock = longestBlock;
   settings_.log = [lines = lines_](const std::string& line) {
     const std::lock_guard lock(lines->mutex);
     lines->all.push_back(line);
@@ -26,7 +28,7 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
     const auto plugin = world->find(codes);
     return plugin ? std::optional(PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
   };
-  factory_ = std::make_unique<SandboxingUnitFactory>(*inProcess_.factory, supervisor_, finder, mainLoop_, settings_);
+  factory_ = std::make_unique<SandboxingUnitFactory>(supervisor_, finder, mainLoop_, settings_);
   factory_->setDeathHandler([this](const SandboxingUnitFactory::Death& death) {
     deaths_.push_back(death.processId);
     settings_.log(death.how);
@@ -39,18 +41,18 @@ SandboxStage::~SandboxStage() {
   EXPECT_TRUE(childrenOf(getpid()).empty()) << "a process is left behind";
 }
 
-std::future<SandboxStage::Made> SandboxStage::makeLater(const std::string& uri) {
+std::future<SandboxStage::Made> SandboxStage::makeLater(const std::string& uri,
+                                                        AudioComponentInstantiationOptions options) {
   auto made = std::make_shared<std::promise<Made>>();
-  factory_->instantiate(inProcess_.component(uri).audioComponentDescription,
-                        AudioComponentInstantiationOptions::outOfProcess,
+  factory_->instantiate(inProcess_.component(uri).audioComponentDescription, options,
                         [made](std::shared_ptr<AVAudioUnit> unit, std::optional<Error> error) {
                           made->set_value({std::move(unit), std::move(error)});
                         });
   return made->get_future();
 }
 
-SandboxStage::Made SandboxStage::make(const std::string& uri) {
-  return makeLater(uri).get();
+SandboxStage::Made SandboxStage::make(const std::string& uri, AudioComponentInstantiationOptions options) {
+  return makeLater(uri, options).get();
 }
 
 std::vector<std::string> SandboxStage::lines() const {

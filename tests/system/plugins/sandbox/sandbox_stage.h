@@ -29,14 +29,18 @@ using std::chrono_literals::operator""s;
 class SandboxStage : public testing::Test {
  protected:
   explicit SandboxStage(GuestLink::Timeout timeout = std::nullopt, std::string helper = VREL_PLUGIN_HOST_PROGRAM,
-                        bool isRealTime = false, lv2::Bundles bundles = lv2::Bundles::zoo);
+                        bool isRealTime = false, lv2::Bundles bundles = lv2::Bundles::zoo,
+                        std::chrono::milliseconds longestBlock = std::chrono::minutes(10));
   ~SandboxStage() override;
 
   using Made = lv2::Stage::Made;
 
   /// A unit, once it is there; `makeLater` does not wait.
-  [[nodiscard]] Made make(const std::string& uri);
-  [[nodiscard]] std::future<Made> makeLater(const std::string& uri);
+  [[nodiscard]] Made make(const std::string& uri, AudioComponentInstantiationOptions options =
+                                                      AudioComponentInstantiationOptions::outOfProcess);
+  [[nodiscard]] std::future<Made> makeLater(
+      const std::string& uri,
+      AudioComponentInstantiationOptions options = AudioComponentInstantiationOptions::outOfProcess);
   [[nodiscard]] std::shared_ptr<AVAudioUnit> rebel(const std::string& name = "kind") {
     return make("urn:vrel:zoo:rebel-" + name).unit;
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Random signals to guests and their keepers, on a device that plays in real time, beside a held note. As many as
-// VREL_SOAK_SIGNALS says, 30 without it.
+// Random signals to guests, of instruments and effects, and to their keepers, on a device that plays in real time,
+// beside a held note. As many as VREL_SOAK_SIGNALS says, 30 without it.
 
 #include <unistd.h>
 
@@ -35,6 +35,7 @@ constexpr std::array signalNumbers = {SIGKILL, SIGSEGV, SIGABRT, SIGBUS,  SIGFPE
 class SignalSoak : public SandboxStage {
  protected:
   static constexpr std::size_t rebelCount = 4;
+  static constexpr std::size_t targetCount = 2 * rebelCount;
   static constexpr std::uint32_t frames = 512;
 
   SignalSoak() : SandboxStage(100ms) {
@@ -49,6 +50,8 @@ class SignalSoak : public SandboxStage {
     for (std::size_t strip = 0; strip < rebelCount; ++strip) {
       strips_.push_back(load("urn:vrel:zoo:rebel-kind"));
       strips_.back()->maxNote.set(0);
+      engine_->effects().loadEffect(strips_.back(), effectSlot_, inProcess_.component("urn:vrel:zoo:gain"), nullptr);
+      EXPECT_TRUE(mainLoop_.waitUntil([&] { return effectOf(*strips_.back()) != nullptr; }, 60s));
     }
     sine_ = load("urn:vrel:zoo:sine");
     sine_->instrumentNode.get()->installTap(0, frames, std::nullopt, [this](const AVAudioPCMBuffer& buffer) {
@@ -72,9 +75,47 @@ class SignalSoak : public SandboxStage {
     return channel;
   }
 
+  std::shared_ptr<AVAudioUnit> effectOf(const AudioChannel& channel) const {
+    const auto& nodes = channel.effectNodes.get();
+    const auto found = nodes.find(effectSlot_);
+    return found != nodes.end() ? found->second : nullptr;
+  }
+
+  /// A load that a signal ended is tried again.
+  void reviveEffects() {
+    for (std::size_t strip = 0; strip < strips_.size(); ++strip) {
+      if (effectOf(*strips_[strip]) == nullptr && !isEffectLoading_[strip]) {
+        ++revivals_;
+        isEffectLoading_[strip] = engine_->effects().reviveEffect(
+            strips_[strip], effectSlot_, [this](const std::string& key) { return resolvePluginPath(key, effects_); },
+            [this, strip] { isEffectLoading_[strip] = false; });
+      }
+    }
+  }
+
+  /// The processes of the strips that there are.
+  std::vector<int> targets() const {
+    std::vector<int> processes;
+    for (const auto& strip : strips_) {
+      for (const std::shared_ptr<AVAudioNode>& node :
+           {strip->instrumentNode.get(), std::shared_ptr<AVAudioNode>(effectOf(*strip))}) {
+        if (const auto* const sandboxed = dynamic_cast<SandboxedNode*>(node.get())) {
+          processes.push_back(sandboxed->processId());
+        }
+      }
+    }
+    return processes;
+  }
+  void killTargets() {
+    for (const int process : targets()) {
+      kill(process, SIGKILL);
+    }
+  }
+
   void run(std::chrono::milliseconds time) {
     (void)happensWithin(time, [this] {
       mainLoop_.runPending();
+      reviveEffects();
       for (const auto& strip : strips_) {
         if (strip->status.get() == ChannelStatus::crashed || strip->status.get() == ChannelStatus::loadFailed) {
           ++revivals_;
@@ -95,31 +136,32 @@ class SignalSoak : public SandboxStage {
   }
 
   void sendOne() {
-    const auto& strip = *strips_[random_() % strips_.size()];
-    const auto* const node = dynamic_cast<SandboxedNode*>(strip.instrumentNode.get().get());
-    if (node == nullptr) {
+    const std::vector<int> processes = targets();
+    if (processes.empty()) {
       return;
     }
+    const int process = processes[random_() % processes.size()];
     const auto keepers = childrenOf(getpid());
     const auto keeper = std::find_if(keepers.begin(), keepers.end(), [&](pid_t each) {
       const auto kept = childrenOf(each);
-      return std::find(kept.begin(), kept.end(), node->processId()) != kept.end();
+      return std::find(kept.begin(), kept.end(), process) != kept.end();
     });
     if (keeper != keepers.end()) {
-      kill(random_() % 4 == 0 ? *keeper : node->processId(), signalNumbers[random_() % signalNumbers.size()]);
+      kill(random_() % 4 == 0 ? *keeper : process, signalNumbers[random_() % signalNumbers.size()]);
     }
   }
 
-  /// Until every strip has an instrument that answers.
+  /// Until every strip has an instrument and an effect that answer.
   void settle() {
     EXPECT_TRUE(happens([this] {
       run(10ms);
       for (const pid_t process : descendantsOf(getpid())) {
         kill(process, SIGCONT);
       }
-      return guestCount() == rebelCount + 1 && std::all_of(strips_.begin(), strips_.end(), [](const auto& strip) {
-               auto* const unit = strip->midiInstrument();
-               return strip->status.get() == ChannelStatus::running && unit->isReusable();
+      return guestCount() == targetCount + 1 && std::all_of(strips_.begin(), strips_.end(), [this](const auto& strip) {
+               const auto effect = effectOf(*strip);
+               return strip->status.get() == ChannelStatus::running && strip->midiInstrument()->isReusable() &&
+                      effect != nullptr && effect->isReusable();
              });
     }));
   }
@@ -131,6 +173,9 @@ class SignalSoak : public SandboxStage {
     bool operator==(const Holding&) const = default;
   };
 
+  const Uuid effectSlot_ = Uuid::fresh();
+  const std::vector<AVAudioUnitComponent> effects_ = scanAudioEffectComponents(*inProcess_.world);
+  std::array<bool, rebelCount> isEffectLoading_{};
   std::shared_ptr<audio::PacedNullDevice> device_ = std::make_shared<audio::PacedNullDevice>(48000, frames);
   audio::RenderNodeFactory nodes_{device_, std::make_shared<audio::RenderCounters>()};
   system::SerialQueueFactory queues_;
@@ -150,15 +195,11 @@ class SignalSoak : public SandboxStage {
 TEST_F(SignalSoak, SignalsAtRandomLeaveNothingBehindAndEveryStripComesBack) {
   const char* const wanted = std::getenv("VREL_SOAK_SIGNALS");
   const int count = wanted != nullptr ? std::atoi(wanted) : 30;
-  for (const auto& strip : strips_) {
-    kill(dynamic_cast<SandboxedNode&>(*strip->instrumentNode.get()).processId(), SIGKILL);
-  }
+  killTargets();
   run(200ms);
   settle();
   const OwnScratch scratch;
-  for (const auto& strip : strips_) {  // in the new scratch folder
-    kill(dynamic_cast<SandboxedNode&>(*strip->instrumentNode.get()).processId(), SIGKILL);
-  }
+  killTargets();  // they come back in the new scratch folder
   run(200ms);
   settle();
   const Holding before;
@@ -176,7 +217,7 @@ TEST_F(SignalSoak, SignalsAtRandomLeaveNothingBehindAndEveryStripComesBack) {
   const int blocks = blocks_;
   const int bad = bad_;
   EXPECT_EQ(Holding(), before);
-  EXPECT_EQ(scratch.count(), rebelCount);
+  EXPECT_EQ(scratch.count(), targetCount);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
   EXPECT_LT(residentBytes(), memory + (8U << 20U));
 #else
