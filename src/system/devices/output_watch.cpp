@@ -114,7 +114,7 @@ void OutputWatch::carryOut(Task task) {
   if (!task.isFollowing) {
     return;
   }
-  examine(task.session);
+  examine(task);
   if (task.hasFound) {
     return;
   }
@@ -131,17 +131,29 @@ void OutputWatch::carryOut(Task task) {
   }
 }
 
-void OutputWatch::examine(const Session& session) {
-  if (!session) {
+void OutputWatch::examine(const Task& task) {
+  if (!task.session) {
     return;
   }
-  const auto blocks = session->port.blocks();
+  const auto blocks = task.session->port.blocks();
   ticksWithoutBlocks_ = blocks == lastBlocks_ ? ticksWithoutBlocks_ + 1 : 0;
   lastBlocks_ = blocks;
-  const bool isStalled = ticksWithoutBlocks_ >= ticksUntilStalled;
-  if (isStalled_.exchange(isStalled) != isStalled || session->stream->lossReason()) {
+  const bool isLost = task.session->stream->lossReason().has_value();
+  bool isNews = false;
+  {
+    const MutexLock lock(mutex_);
+    if (task.generation != generation_) {
+      return;  // whether it is stalled is nothing of what is followed now
+    }
+    isNews = isStalled_.exchange(hasNoBlocks()) != hasNoBlocks() || isLost;
+  }
+  if (isNews) {
     notify();
   }
+}
+
+bool OutputWatch::hasNoBlocks() const {
+  return ticksWithoutBlocks_ >= ticksUntilStalled;
 }
 
 OutputWatch::Session OutputWatch::lookFor(const Session& present, const std::string& deviceUID) {
@@ -149,7 +161,7 @@ OutputWatch::Session OutputWatch::lookFor(const Session& present, const std::str
     return nullptr;
   }
   ticksSinceLook_ = 0;
-  if (isStalled_) {
+  if (present && hasNoBlocks()) {
     return nullptr;  // its server answers nobody
   }
   auto opened = hardware_.lookFor({.deviceUID = deviceUID, .stream = present ? present->stream.get() : nullptr});

@@ -93,7 +93,8 @@ class OutputWatch {
   void run();
   [[nodiscard]] std::optional<Task> nextTask();
   void carryOut(Task task);
-  void examine(const Session& session);
+  void examine(const Task& task);
+  [[nodiscard]] bool hasNoBlocks() const;
   [[nodiscard]] Session lookFor(const Session& present, const std::string& deviceUID);
   void notify();
 
@@ -101,7 +102,7 @@ class OutputWatch {
   audio::RenderHandover& handover_;
   const std::function<void()> notice_;
   const std::chrono::milliseconds tick_;
-  std::atomic<bool> isStalled_{false};
+  std::atomic<bool> isStalled_{false};  // written under the lock
   std::atomic<bool> isNoticed_{false};
 
   Mutex mutex_;  // held for moments
