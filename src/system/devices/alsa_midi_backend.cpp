@@ -123,12 +123,12 @@ class AlsaMidiBackend::Sequencer {
     return descriptors;
   }
 
-  /// The next event; null when there is none for now. `isOverrun` when some were lost.
-  [[nodiscard]] const snd_seq_event_t* nextEvent(bool& isOverrun) const {
+  /// The next event; null when there is none for now. Adds to `overruns` whenever some were lost.
+  [[nodiscard]] const snd_seq_event_t* nextEvent(std::uint64_t& overruns) const {
     snd_seq_event_t* event = nullptr;
     int status = snd_seq_event_input(handle_.get(), &event);
     while (status == -ENOSPC) {
-      isOverrun = true;
+      ++overruns;
       status = snd_seq_event_input(handle_.get(), &event);
     }
     return status >= 0 ? event : nullptr;
@@ -281,8 +281,8 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
     news.isSetupChanged = open();
     return news;
   }
-  bool isOverrun = false;
-  while (const auto* const event = sequencer_->nextEvent(isOverrun)) {
+  std::uint64_t overruns = 0;
+  while (const auto* const event = sequencer_->nextEvent(overruns)) {
     switch (event->type) {
       case SND_SEQ_EVENT_PORT_START:
       case SND_SEQ_EVENT_PORT_EXIT:
@@ -295,7 +295,8 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
         }
     }
   }
-  if (isOverrun) {
+  if (overruns > 0) {
+    overruns_ += overruns;
     // An announcement may be among what was lost: all are linked again.
     linked_.clear();
     news.isSetupChanged = true;

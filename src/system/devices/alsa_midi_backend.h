@@ -34,6 +34,9 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] bool canBeBridged() const override { return true; }
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
+  /// One for each time that the sequencer had no room; it does not say how many events each of them cost.
+  [[nodiscard]] std::uint64_t dropped() const override { return overruns_; }
+
  private:
   class Sequencer;
 
@@ -64,6 +67,7 @@ class AlsaMidiBackend final : public MidiBackend {
   std::string portName_;
   Listener listener_;
   std::atomic<bool> isEnding_{false};
+  std::atomic<std::uint64_t> overruns_{0};
   int wakeDescriptor_ = -1;
 
   Mutex mutex_;                                                      // never held while waiting

@@ -245,6 +245,18 @@ TEST_F(AlsaMidi, LostAnnouncementsAreMadeUpForByLinkingAll) {
   EXPECT_TRUE(eventuallyHears(keys.address, 60));
 }
 
+TEST_F(AlsaMidi, AnOverrunIsCounted) {
+  sequencer.addPort(keys);
+  begin();
+  EXPECT_EQ(backend.dropped(), 0U);
+  for (const std::uint64_t overruns : {1U, 2U}) {
+    const int seen = changes;
+    sequencer.loseEvents();
+    ASSERT_TRUE(eventuallyChanged(seen));
+    EXPECT_EQ(backend.dropped(), overruns);
+  }
+}
+
 TEST_F(AlsaMidi, ASequencerThatComesLaterIsFound) {
   sequencer.isThere = false;
   begin();
