@@ -29,6 +29,20 @@ std::vector<float> stripColor(std::size_t stripCount) {
   return {color.begin(), color.end()};
 }
 
+/// A file that a note has started begins on the player queue: one that has not yet is stopped behind its beginning.
+void stopBehindBegin(const Strips& strips, DispatchQueue& playerQueue) {
+  for (const auto& channel : strips.channels) {
+    const auto player = std::dynamic_pointer_cast<AVAudioPlayerNode>(channel->instrumentNode.get());
+    if (player != nullptr && channel->playbackIsPlaying.get() && !player->isPlaying()) {
+      playerQueue.async([node = std::weak_ptr(player)] {
+        if (const auto begun = node.lock()) {
+          begun->stop();
+        }
+      });
+    }
+  }
+}
+
 }  // namespace
 
 std::shared_ptr<AudioEngine> AudioEngine::make(const EnginePlatform& platform) {
@@ -184,6 +198,7 @@ void AudioEngine::removeChannel(const AudioChannel& channel) {
   if (position == strips_.channels.end()) {
     return;
   }
+  droppedEvents_.report();
   const auto removed = *position;
   strips_.channels.erase(position);
   takeDown(*removed);
@@ -212,6 +227,7 @@ void AudioEngine::removeAllChannels() {
   if (!VREL_EXPECTS(isMainThread())) {
     return;
   }
+  droppedEvents_.report();
   for (const auto& channel : strips_.channels) {
     takeDown(*channel);
   }
@@ -236,6 +252,9 @@ void AudioEngine::sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, s
 }
 
 void AudioEngine::panic() {
+  if (engine_->isRunning()) {
+    stopBehindBegin(strips_, playbackRuns_.playbackQueue());  // first: a loop schedules its next pass behind it
+  }
   router_.panic();
 }
 

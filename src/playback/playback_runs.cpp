@@ -36,7 +36,9 @@ struct PlaybackRuns::Run : std::enable_shared_from_this<PlaybackRuns::Run> {
     } else if (buffer != nullptr) {
       player->scheduleBuffer(buffer, AVAudioPlayerNodeBufferOptions::none, nextPass());
     }
-    player->play();
+    if (currentNode() != nullptr) {  // else a note has ended the run while its first frames were read
+      player->play();
+    }
   }
 
   void scheduleSegment(AVAudioPlayerNode& player, bool loops) {

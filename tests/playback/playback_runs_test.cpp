@@ -236,6 +236,33 @@ TEST_F(PlaybackRun, PanicEndsASinglePass) {
   expectIdle(*channel);
 }
 
+TEST_F(PlaybackRun, APanicBeforeAFileHasBegunKeepsItSilent) {
+  const auto channel = load();
+  noteOn();
+  engine->panic();
+  settle();
+  EXPECT_FALSE(playerOf(*channel).isPlaying());
+  expectIdle(*channel);
+  noteOn();
+  settle();
+  EXPECT_TRUE(playerOf(*channel).isPlaying());
+}
+
+TEST_F(PlaybackRun, APanicBeforeALoopHasBegunLeavesItPlayingInSilenceUntilTheNextNote) {
+  const auto channel = load(true);
+  noteOn();
+  engine->panic();
+  settle();
+  EXPECT_FALSE(playerOf(*channel).isPlaying());
+  EXPECT_TRUE(channel->playbackIsPlaying.get());
+  noteOn();
+  settle();
+  expectIdle(*channel);
+  noteOn();
+  settle();
+  EXPECT_TRUE(playerOf(*channel).isPlaying());
+}
+
 TEST_F(PlaybackRun, PanicLeavesALoopPlayingInSilenceUntilTheNextNote) {
   const auto channel = load(true);
   noteOn();
