@@ -11,6 +11,8 @@
 
 namespace vrel {
 
+// Also called before strips leave, since another one may take their instruments over: hence what has been added, and
+// not the count of the node.
 void DroppedEvents::report() {
   std::erase_if(reported_, [](const auto& entry) { return entry.first.expired(); });
   std::size_t number = 0;
@@ -21,14 +23,16 @@ void DroppedEvents::report() {
       continue;
     }
     const std::uint64_t count = instrument->droppedEvents();
-    if (std::exchange(reported_[channel->instrumentNode.get()], count) < count) {
-      console_.print("Strip " + std::to_string(number) + " (" + channel->name.get() + "): " + std::to_string(count) +
-                     " MIDI events dropped, its plug-in does not keep up");
+    const std::uint64_t before = std::exchange(reported_[channel->instrumentNode.get()], count);
+    if (before < count) {
+      console_.print("Strip " + std::to_string(number) + " (" + channel->name.get() +
+                     "): " + std::to_string(count - before) + " MIDI events dropped, its plug-in does not keep up");
     }
   }
   const std::uint64_t ofInput = midi_ != nullptr ? midi_->droppedMessages() : 0;
-  if (std::exchange(reportedOfInput_, ofInput) < ofInput) {
-    console_.print("MIDI input: " + std::to_string(ofInput) + " messages dropped");
+  const std::uint64_t ofInputBefore = std::exchange(reportedOfInput_, ofInput);
+  if (ofInputBefore < ofInput) {
+    console_.print("MIDI input: " + std::to_string(ofInput - ofInputBefore) + " messages dropped");
   }
 }
 

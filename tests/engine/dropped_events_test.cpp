@@ -32,7 +32,7 @@ TEST_F(Dropped, EventsOfAnInstrumentAreLoggedWithTheNumberOfItsStripWheneverThey
   instrument(1).dropped = 15;
   dropped.report();
   EXPECT_EQ(console.lines, (Lines{"Strip 2 (Lower): 12 MIDI events dropped, its plug-in does not keep up",
-                                  "Strip 2 (Lower): 15 MIDI events dropped, its plug-in does not keep up"}));
+                                  "Strip 2 (Lower): 3 MIDI events dropped, its plug-in does not keep up"}));
 }
 
 TEST_F(Dropped, MessagesOfTheInputAreLoggedWheneverTheyBecomeMore) {
@@ -40,6 +40,33 @@ TEST_F(Dropped, MessagesOfTheInputAreLoggedWheneverTheyBecomeMore) {
   dropped.report();
   dropped.report();
   EXPECT_EQ(console.lines, Lines{"MIDI input: 3 messages dropped"});
+}
+
+TEST_F(Dropped, WhatALeavingStripDroppedIsLoggedWithItsNumber) {
+  instrument(1).dropped = 4;
+  engine->removeChannel(*strips.channels[1]);
+  EXPECT_EQ(console.lines, Lines{"Strip 2 (Lower): 4 MIDI events dropped, its plug-in does not keep up"});
+  instrument(0).dropped = 2;
+  engine->removeAllChannels();
+  ASSERT_EQ(console.lines.size(), 2U);
+  EXPECT_EQ(console.lines[1], "Strip 1 (Upper): 2 MIDI events dropped, its plug-in does not keep up");
+}
+
+TEST_F(Dropped, APooledInstrumentBringsNoOldCount) {
+  auto& upper = instrument(0);
+  upper.dropped = 7;
+  engine->removeChannel(*strips.channels[0]);
+  settle();
+  const auto pooled = engine->pluginPool().take(pianoKey);
+  ASSERT_EQ(pooled.get(), static_cast<AVAudioUnit*>(&upper));
+  const auto next = engine->addChannel("Next");
+  engine->instruments().installInstrumentNode(*next, pooled, pianoKey, "Piano", std::nullopt);
+  console.lines.clear();
+  engine->reportDroppedEvents();
+  EXPECT_EQ(console.lines, Lines());
+  upper.dropped = 9;
+  engine->reportDroppedEvents();
+  EXPECT_EQ(console.lines, Lines{"Strip 2 (Next): 2 MIDI events dropped, its plug-in does not keep up"});
 }
 
 TEST_F(Dropped, AnotherInstrumentOnTheStripIsCountedForItself) {
