@@ -43,6 +43,34 @@ TEST_F(EngineLifecycle, TheMixerMeetsTheOutputInTheOutputsFormatAndChainsNegotia
   EXPECT_EQ(graph().connectFormats, std::vector<std::optional<AVAudioFormat>>(4));
 }
 
+TEST_F(EngineLifecycle, AMutationThatComesBackAtAnotherRateSetsTheBeatAndRemakesThePool) {
+  engine->pluginPool().returnNodeToPool(std::make_shared<simulation::ScriptedInstrument>("old"), pianoKey);
+  engine->pluginPool().setResolver([](const std::string&) { return std::optional(piano); });
+  settle();
+  ASSERT_EQ(engine->musicalContext().currentMoment().framesPerSecond, 48000.0);
+  engine->performGraphMutation("a change at the same rate", [] {});
+  settle();
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 1U);
+  engine->performGraphMutation("a change", [this] {
+    dynamic_cast<simulation::SimulatedNode&>(*graph().outputNode()).format = {96000.0, 2};
+  });
+  settle();
+  EXPECT_EQ(engine->musicalContext().currentMoment().framesPerSecond, 96000.0);
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 0U) << "it was made at the old rate";
+  EXPECT_EQ(units.requests.size(), 1U) << "and is made again";
+}
+
+TEST_F(EngineLifecycle, AStartAtAnotherRateSetsTheBeatAndRemakesThePool) {
+  engine->pluginPool().returnNodeToPool(std::make_shared<simulation::ScriptedInstrument>("old"), pianoKey);
+  settle();
+  graph().stop();
+  dynamic_cast<simulation::SimulatedNode&>(*graph().outputNode()).format = {96000.0, 2};
+  EXPECT_TRUE(engine->ensureEngineRunning("initialization"));
+  settle();
+  EXPECT_EQ(engine->musicalContext().currentMoment().framesPerSecond, 96000.0);
+  EXPECT_EQ(engine->pluginPool().idleCount(pianoKey), 0U);
+}
+
 TEST_F(EngineLifecycle, PacketsOfTheMidiServiceReachTheInstruments) {
   simulation::SimulatedNodeFactory otherNodes;
   simulation::SimulatedMIDIService service;
