@@ -71,9 +71,13 @@ MIDIService::ReadBlock MidiInput::readBlock() {
       }
       mainQueue.async(
           [this, life, status = packet[0], data1 = packet[1], data2 = packet.size() > 2 ? packet[2] : std::uint8_t{0}] {
-            if (life.isAlive()) {
-              route_(status, data1, data2);
+            if (!life.isAlive()) {
+              return;
             }
+            if (onMessage) {
+              onMessage();
+            }
+            route_(status, data1, data2);
           });
     }
   };

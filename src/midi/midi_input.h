@@ -43,6 +43,9 @@ class MidiInput {
   /// Gets the name at every connection. Set by the interface when it first appears.
   std::function<void(const std::string& name)> onMidiPortNameChanged;
 
+  /// Called for each message before it is routed.
+  std::function<void()> onMessage;
+
  private:
   MIDIService::NotifyBlock notifyBlock();
   MIDIService::ReadBlock readBlock();

@@ -54,6 +54,13 @@ TEST_F(Input, APacketOfOneByteOrNonePostsNothing) {
   EXPECT_EQ(mainQueue.runOne(), false);
 }
 
+TEST_F(Input, EachMessageIsReportedBeforeItIsRouted) {
+  input->onMessage = [this] { routed.emplace_back("message"); };
+  start();
+  service.send({{0x90, 60, 1}, {0xF8}, {0x80, 60, 2}});
+  EXPECT_EQ(received(), (Lines{"message", "144 60 1", "message", "128 60 2"}));
+}
+
 TEST_F(Input, OnlyTheFirstMessageOfAPacketCounts) {
   start();
   service.send({{0x90, 60, 100, 0x90, 64, 101}});
