@@ -110,6 +110,7 @@ bool UiThread::load() {
   }
   // Ahead of every control of the window, whichever has the focus.
   qApp->installEventFilter(this);
+  QCoreApplication::installTranslator(&panelTranslator_);
   connect(qGuiApp, &QGuiApplication::screenAdded, this, &UiThread::reportScreens);
   connect(qGuiApp, &QGuiApplication::screenRemoved, this, &UiThread::reportScreens);
   connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &UiThread::reportScreens);

@@ -86,6 +86,7 @@ class UiThread final : public QObject, public system::WindowServices {
 
   PostToLogic postToLogic_;
   window::ConsoleModel model_;
+  PanelTranslator panelTranslator_{[this] { return model_.texts()->language(); }};
   KeyRepeat keyRepeat_;
   QTimer frames_;
   QString panelFolder_ = QDir::homePath();     // where the last file was chosen

@@ -44,20 +44,26 @@ struct PanelWords {
   const char* newFolder;
   const char* replaceQuestion;
   const char* replace;
+  const char* computer;
+  const char* notFound;
 };
 
 // In the order of the languages.
 constexpr std::array<PanelWords, allLanguages.size()> panelWords{{
     {"Open", "Save", "Folder:", "Name:", "Type:", "Open", "Save", "Cancel", "Back", "Forward", "Folder above",
-     "New folder", "%1 is already there. Replace it?", "Replace"},
+     "New folder", "%1 is already there. Replace it?", "Replace", "Computer", "%1 is not there. Check the name."},
     {"Abrir", "Guardar", "Carpeta:", "Nombre:", "Tipo:", "Abrir", "Guardar", "Cancelar", "Atrás", "Adelante",
-     "Carpeta superior", "Nueva carpeta", "%1 ya existe. ¿Reemplazarlo?", "Reemplazar"},
+     "Carpeta superior", "Nueva carpeta", "%1 ya existe. ¿Reemplazarlo?", "Reemplazar", "Equipo",
+     "%1 no existe. Comprueba el nombre."},
     {"Ouvrir", "Enregistrer", "Dossier :", "Nom :", "Type :", "Ouvrir", "Enregistrer", "Annuler", "Précédent",
-     "Suivant", "Dossier parent", "Nouveau dossier", "%1 existe déjà. Le remplacer ?", "Remplacer"},
+     "Suivant", "Dossier parent", "Nouveau dossier", "%1 existe déjà. Le remplacer ?", "Remplacer", "Ordinateur",
+     "%1 n'existe pas. Vérifiez le nom."},
     {"Apri", "Salva", "Cartella:", "Nome:", "Tipo:", "Apri", "Salva", "Annulla", "Indietro", "Avanti",
-     "Cartella superiore", "Nuova cartella", "%1 esiste già. Sostituirlo?", "Sostituisci"},
+     "Cartella superiore", "Nuova cartella", "%1 esiste già. Sostituirlo?", "Sostituisci", "Computer",
+     "%1 non esiste. Controlla il nome."},
     {"Öffnen", "Speichern", "Ordner:", "Name:", "Typ:", "Öffnen", "Speichern", "Abbrechen", "Zurück", "Vor",
-     "Übergeordneter Ordner", "Neuer Ordner", "%1 gibt es schon. Ersetzen?", "Ersetzen"},
+     "Übergeordneter Ordner", "Neuer Ordner", "%1 gibt es schon. Ersetzen?", "Ersetzen", "Computer",
+     "%1 gibt es nicht. Bitte den Namen prüfen."},
 }};
 
 const PanelWords& wordsOf(int language) {
@@ -106,6 +112,20 @@ void darkenApplication() {
   QFont font = QApplication::font();
   font.setPixelSize(readablePixels);
   QApplication::setFont(font);
+}
+
+QString PanelTranslator::translate(const char* context, const char* sourceText, const char* /*disambiguation*/,
+                                   int /*count*/) const {
+  const QLatin1String place(context);
+  const QLatin1String source(sourceText);
+  const auto& words = wordsOf(language_());
+  if (place == QLatin1String("QFileSystemModel") && source == QLatin1String("Computer")) {
+    return wordOf(words.computer);
+  }
+  if (place == QLatin1String("QFileDialog") && source.contains(QLatin1String("not found."))) {
+    return wordOf(words.notFound);
+  }
+  return {};
 }
 
 FilePanel::FilePanel(const Request& request, int language, const QString& folder) : language_(language) {

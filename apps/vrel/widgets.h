@@ -3,9 +3,12 @@
 
 #include <QFileDialog>
 #include <QString>
+#include <QTranslator>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/desktop.h"
 
@@ -14,6 +17,21 @@ namespace vrel::app {
 /// Dark and large enough for a stage, also where Qt draws: file panels and their parts. Once, with the application
 /// made.
 void darkenApplication();
+
+/// What Qt says itself in a file panel, in the language of the session: Debian's Qt brings its translations in packages
+/// of their own, and in the language of the system.
+class PanelTranslator final : public QTranslator {
+ public:
+  /// The number of a `Language`, now.
+  explicit PanelTranslator(std::function<int()> language) : language_(std::move(language)) {}
+
+  [[nodiscard]] QString translate(const char* context, const char* sourceText, const char* disambiguation,
+                                  int count) const override;
+  [[nodiscard]] bool isEmpty() const override { return false; }
+
+ private:
+  std::function<int()> language_;
+};
 
 /// Asks for a file, in a window that looks the same on every desktop: in the language of the session, and large enough
 /// for a finger.

@@ -3,6 +3,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QMessageBox>
 #include <QQuickWindow>
 #include <QTimer>
@@ -106,6 +107,28 @@ TEST_F(SetlistFile, AnExistingOneIsNotReplacedUnaskedUnderAnUnfinishedName) {
   EXPECT_TRUE(driver.isPanelShown());
   EXPECT_EQ(textOf(existing), "mine");
   EXPECT_FALSE(driver.hasQuit());
+}
+
+TEST_F(SetlistFile, ThePanelAndItsListOfPlacesAreInTheLanguageOfTheSession) {
+  driver.onLogic([](Session& session) { session.content().setLanguage(Language::spanish); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.texts().language() == static_cast<int>(Language::spanish); }));
+  askToQuit();
+  driver.click("alertButton0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isPanelShown(); }));
+  QComboBox* places = nullptr;
+  for (QWidget* const window : QApplication::topLevelWidgets()) {
+    places = places == nullptr ? window->findChild<QComboBox*>(QStringLiteral("lookInCombo")) : places;
+  }
+  ASSERT_NE(places, nullptr);
+  places->showPopup();
+  QStringList listed;
+  for (int row = 0; row < places->count(); ++row) {
+    listed.append(places->itemText(row));
+  }
+  places->hidePopup();
+  EXPECT_TRUE(listed.contains(QStringLiteral("Equipo"))) << listed.join(QLatin1Char('|')).toStdString();
+  EXPECT_FALSE(listed.contains(QStringLiteral("Computer")));
+  driver.cancelPanel();
 }
 
 TEST_F(SetlistFile, ADamagedFileLeavesEverythingAndTheLineSaysWhereItsCopiesAre) {
