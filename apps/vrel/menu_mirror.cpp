@@ -31,6 +31,7 @@ QList<window::MenuEntry> menusForQml(const std::vector<MenuItem>& items) {
   for (const MenuItem& item : items) {
     window::MenuEntry entry;
     entry.title = QString::fromStdString(item.title);
+    entry.hint = QString::fromStdString(item.hint);
     entry.shortcut = shortcutOf(item);
     entry.isEnabled = item.isEnabled;
     entry.isChecked = item.isChecked;

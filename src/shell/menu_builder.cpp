@@ -12,6 +12,7 @@
 #include "document/app_state.h"
 #include "document/setlist.h"
 #include "shell/menu_commands.h"
+#include "text/hints.h"
 #include "text/text.h"
 
 namespace vrel {
@@ -70,6 +71,9 @@ MenuItem Builder::command(std::string title, MenuAction action, std::string obje
   item.action = menuCommand(action).name;
   item.representedObject = std::move(object);
   item.isEnabled = isMenuActionEnabled(action, state_);
+  if (action != MenuAction::noop) {
+    item.hint = hintText(menuActionHint(action, state_), language_);
+  }
   return item;
 }
 
@@ -137,6 +141,7 @@ MenuItem Builder::application(const MenuBar& former) const {
   for (MenuItem& item : kept.children) {
     if (isOurQuit(item)) {
       item.title = words(TextKey::quitApp);
+      item.hint = hintText(Hint::quit, language_);
     }
   }
   return kept;

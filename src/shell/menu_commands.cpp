@@ -15,42 +15,51 @@ struct MenuCommandTable {
   using Live = LiveModeAction;
   using Post = MenuCommand::Notification;
   using Menus = VrelMenuController;
+  using Says = Hint;
 
   static constexpr std::array<MenuCommand, menuActionCount> rows{{
-      {Action::noop, "noop", Live::showHelp, MenuCommand::Nothing{}},
-      {Action::terminate, "terminate:", Live::quit, &Menus::terminate},
-      {Action::newSetlist, "newSetlist", Live::newSetlist, Post{"vrel.newSetlist"}},
-      {Action::openSetlist, "openSetlist", Live::openSetlist, Post{"vrel.openSetlist"}},
-      {Action::openRecentSetlist, "openRecentSetlist:", Live::openRecentSetlist, Post{"vrel.openRecentSetlist"}},
-      {Action::clearRecentSetlists, "clearRecentSetlists", Live::clearRecentSetlists, Post{"vrel.clearRecentSetlists"}},
-      {Action::saveSetlist, "saveSetlist", Live::saveSetlist, Post{"vrel.saveSetlist"}},
-      {Action::saveSetlistAs, "saveSetlistAs", Live::saveSetlistAs, Post{"vrel.saveSetlistAs"}},
-      {Action::copyChannel, "copyChannel", Live::copyChannel, Post{"vrel.copyChannel"}},
-      {Action::cutChannel, "cutChannel", Live::cutChannel, Post{"vrel.cutChannel"}},
-      {Action::pasteChannel, "pasteChannel", Live::pasteChannel, Post{"vrel.pasteChannel"}},
-      {Action::duplicateChannel, "duplicateChannel", Live::duplicateChannel, Post{"vrel.duplicateChannel"}},
-      {Action::undo, "undo", Live::undo, Post{"vrel.undo"}},
-      {Action::redo, "redo", Live::undo, Post{"vrel.redo"}},
-      {Action::modeEdit, "modeEdit", Live::changeMode, &Menus::modeEdit},
-      {Action::modeLive, "modeLive", Live::changeMode, &Menus::modeLive},
-      {Action::toggleLearn, "toggleLearn", Live::midiLearn, &Menus::toggleLearn},
-      {Action::clearMidiLearn, "clearMidiLearn", Live::clearMidiLearn, Post{"vrel.clearMidiLearn"}},
-      {Action::showLearnedControls, "showLearnedControls", Live::midiLearn, Post{"vrel.showLearnedControls"}},
-      {Action::selectVisualBlendMode, "selectVisualBlendMode:", Live::changeProjection, &Menus::selectVisualBlendMode},
+      {Action::noop, "noop", Live::showHelp, Says::help, MenuCommand::Nothing{}},
+      {Action::terminate, "terminate:", Live::quit, Says::quit, &Menus::terminate},
+      {Action::newSetlist, "newSetlist", Live::newSetlist, Says::newSetlist, Post{"vrel.newSetlist"}},
+      {Action::openSetlist, "openSetlist", Live::openSetlist, Says::openSetlist, Post{"vrel.openSetlist"}},
+      {Action::openRecentSetlist, "openRecentSetlist:", Live::openRecentSetlist, Says::openRecentSetlist,
+       Post{"vrel.openRecentSetlist"}},
+      {Action::clearRecentSetlists, "clearRecentSetlists", Live::clearRecentSetlists, Says::clearRecentSetlists,
+       Post{"vrel.clearRecentSetlists"}},
+      {Action::saveSetlist, "saveSetlist", Live::saveSetlist, Says::saveSetlist, Post{"vrel.saveSetlist"}},
+      {Action::saveSetlistAs, "saveSetlistAs", Live::saveSetlistAs, Says::saveSetlistAs, Post{"vrel.saveSetlistAs"}},
+      {Action::copyChannel, "copyChannel", Live::copyChannel, Says::copyChannel, Post{"vrel.copyChannel"}},
+      {Action::cutChannel, "cutChannel", Live::cutChannel, Says::cutChannel, Post{"vrel.cutChannel"}},
+      {Action::pasteChannel, "pasteChannel", Live::pasteChannel, Says::pasteChannel, Post{"vrel.pasteChannel"}},
+      {Action::duplicateChannel, "duplicateChannel", Live::duplicateChannel, Says::duplicateChannel,
+       Post{"vrel.duplicateChannel"}},
+      {Action::undo, "undo", Live::undo, Says::undo, Post{"vrel.undo"}},
+      {Action::redo, "redo", Live::undo, Says::redo, Post{"vrel.redo"}},
+      {Action::modeEdit, "modeEdit", Live::changeMode, Says::editMode, &Menus::modeEdit},
+      {Action::modeLive, "modeLive", Live::changeMode, Says::stageMode, &Menus::modeLive},
+      {Action::toggleLearn, "toggleLearn", Live::midiLearn, Says::learn, &Menus::toggleLearn},
+      {Action::clearMidiLearn, "clearMidiLearn", Live::clearMidiLearn, Says::clearLearned, Post{"vrel.clearMidiLearn"}},
+      {Action::showLearnedControls, "showLearnedControls", Live::midiLearn, Says::learnedControls,
+       Post{"vrel.showLearnedControls"}},
+      {Action::selectVisualBlendMode, "selectVisualBlendMode:", Live::changeProjection, Says::blendMode,
+       &Menus::selectVisualBlendMode},
       {Action::chooseVisualBackgroundVideo, "chooseVisualBackgroundVideo", Live::changeProjection,
-       &Menus::chooseVisualBackgroundVideo},
-      {Action::clearVisualBackgroundVideo, "clearVisualBackgroundVideo", Live::changeProjection,
+       Says::chooseBackground, &Menus::chooseVisualBackgroundVideo},
+      {Action::clearVisualBackgroundVideo, "clearVisualBackgroundVideo", Live::changeProjection, Says::clearBackground,
        &Menus::clearVisualBackgroundVideo},
-      {Action::openVisualProjection, "openVisualProjection:", Live::changeProjection, &Menus::openVisualProjection},
+      {Action::openVisualProjection, "openVisualProjection:", Live::changeProjection, Says::openProjection,
+       &Menus::openVisualProjection},
       {Action::toggleVisualProjectionFullscreen, "toggleVisualProjectionFullscreen", Live::changeProjection,
-       &Menus::toggleVisualProjectionFullscreen},
-      {Action::closeVisualProjection, "closeVisualProjection", Live::changeProjection, &Menus::closeVisualProjection},
-      {Action::selectAudioBufferSize, "selectAudioBufferSize:", Live::changeAudioSettings,
+       Says::toggleFullscreen, &Menus::toggleVisualProjectionFullscreen},
+      {Action::closeVisualProjection, "closeVisualProjection", Live::changeProjection, Says::closeProjection,
+       &Menus::closeVisualProjection},
+      {Action::selectAudioBufferSize, "selectAudioBufferSize:", Live::changeAudioSettings, Says::bufferSize,
        &Menus::selectAudioBufferSize},
-      {Action::selectSystemAudioOutput, "selectSystemAudioOutput", Live::changeAudioSettings,
+      {Action::selectSystemAudioOutput, "selectSystemAudioOutput", Live::changeAudioSettings, Says::systemOutput,
        &Menus::selectSystemAudioOutput},
-      {Action::selectAudioOutput, "selectAudioOutput:", Live::changeAudioSettings, &Menus::selectAudioOutput},
-      {Action::showHelp, "showHelp", Live::showHelp, &Menus::showHelp},
+      {Action::selectAudioOutput, "selectAudioOutput:", Live::changeAudioSettings, Says::output,
+       &Menus::selectAudioOutput},
+      {Action::showHelp, "showHelp", Live::showHelp, Says::help, &Menus::showHelp},
   }};
 
   static constexpr bool isInOrder() {
@@ -81,6 +90,26 @@ bool isMenuActionEnabled(MenuAction action, const AppState& state) {
          (action != MenuAction::undo || !state.undoTitle.get().empty()) &&
          (action != MenuAction::redo || !state.redoTitle.get().empty()) &&
          (action != MenuAction::clearMidiLearn || hasMidiAssignments(state));
+}
+
+Hint menuActionHint(MenuAction action, const AppState& state) {
+  const MenuCommand& command = menuCommand(action);
+  if (isMenuActionEnabled(action, state)) {
+    return command.hint;
+  }
+  if (!LiveModePolicy::isAllowed(command.liveModeAction, state)) {
+    return Hint::notInLiveMode;
+  }
+  switch (action) {
+    case MenuAction::undo:
+      return Hint::nothingToUndo;
+    case MenuAction::redo:
+      return Hint::nothingToRedo;
+    case MenuAction::clearMidiLearn:
+      return Hint::nothingIsLearned;
+    default:
+      return command.hint;
+  }
 }
 
 bool hasMidiAssignments(const AppState& state) {

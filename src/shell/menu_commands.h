@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "performance/live_mode_policy.h"
+#include "text/hints.h"
 
 namespace vrel {
 
@@ -63,6 +64,7 @@ struct MenuCommand {
   MenuAction action = MenuAction::noop;
   std::string_view name;  // of `MenuItem::action`; "openRecentSetlist:" and its like need a represented object
   LiveModeAction liveModeAction = LiveModeAction::showHelp;
+  Hint hint = Hint::help;  // what it does
   std::variant<Nothing, Notification, Plain, WithObject> handler;
 };
 
@@ -73,6 +75,9 @@ struct MenuCommand {
 
 /// Whether an item with this action is enabled now.
 [[nodiscard]] bool isMenuActionEnabled(MenuAction action, const AppState& state);
+
+/// What an item with this action says of itself: what it does, or why it cannot do it now.
+[[nodiscard]] Hint menuActionHint(MenuAction action, const AppState& state);
 
 /// Whether the setlist or any of its songs has a learned control.
 [[nodiscard]] bool hasMidiAssignments(const AppState& state);

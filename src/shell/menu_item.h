@@ -13,6 +13,7 @@ namespace vrel {
 /// gives `action` and `representedObject` back when it is chosen; see VrelMenuController::perform.
 struct MenuItem {
   std::string title;              // UTF-8
+  std::string hint;               // what the command does, or why it does nothing now; empty where there is no command
   std::string action;             // by its name in menu_commands.cpp; empty for a menu and for what cannot be chosen
   std::string representedObject;  // what the action is about: a path, a number, the id of a device
 

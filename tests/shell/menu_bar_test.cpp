@@ -275,6 +275,44 @@ TEST_F(MenuBarTest, InLiveModeAllThatArrangesTheSetlistIsDisabledAndNothingElse)
                                              "pasteChannel", "duplicateChannel", "undo", "redo", "clearMidiLearn"}));
 }
 
+void collectHints(const std::vector<MenuItem>& items, bool isEnabled, std::set<std::string>& hints) {
+  for (const auto& item : items) {
+    if (!item.action.empty() && item.action != "noop" && item.isEnabled == isEnabled) {
+      hints.insert(item.hint);
+    }
+    collectHints(item.children, isEnabled, hints);
+  }
+}
+
+TEST_F(MenuBarTest, EachCommandSaysWhatItDoesInEachLanguage) {
+  fillTheBar();
+  state.globalMidiControlAssignments.set({{{MidiControlKind::panic, std::nullopt}, {0xB0, 0, 1}}});
+  state.undoTitle.set("Undo: MUTE");
+  state.redoTitle.set("Redo: MUTE");
+  std::set<std::string> all;
+  for (const Language language : allLanguages) {
+    setLanguage(language);
+    std::set<std::string> hints;
+    collectHints(menus.mainMenu(), true, hints);
+    EXPECT_FALSE(hints.contains("")) << code(language);
+    EXPECT_GE(hints.size(), 20U);
+    all.merge(hints);
+    EXPECT_TRUE(hints.empty()) << *hints.begin() << " is said in two languages";
+  }
+}
+
+TEST_F(MenuBarTest, ACommandThatDoesNothingNowSaysWhy) {
+  fillTheBar();
+  std::set<std::string> reasons;
+  collectHints(rebuilt(), false, reasons);
+  EXPECT_EQ(reasons, (std::set<std::string>{"Nothing has been edited", "Nothing has been taken back",
+                                            "No control is tied to the hardware"}));
+  state.isLiveModeEnabled.set(true);
+  reasons.clear();
+  collectHints(rebuilt(), false, reasons);
+  EXPECT_EQ(reasons, std::set<std::string>{"Not in Live mode"});
+}
+
 TEST_F(MenuBarTest, TheMarksOfTheModesFollowTheMode) {
   state.isLiveModeEnabled.set(true);
   state.isMidiLearnMode.set(true);

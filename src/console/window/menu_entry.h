@@ -13,6 +13,7 @@ class MenuEntry {
   Q_GADGET
   QML_VALUE_TYPE(menuEntry)
   Q_PROPERTY(QString title MEMBER title FINAL)
+  Q_PROPERTY(QString hint MEMBER hint FINAL)
   Q_PROPERTY(QString shortcut MEMBER shortcut FINAL)
   Q_PROPERTY(bool isEnabled MEMBER isEnabled FINAL)
   Q_PROPERTY(bool isChecked MEMBER isChecked FINAL)
@@ -23,6 +24,7 @@ class MenuEntry {
 
  public:
   QString title;
+  QString hint;      // what it does, or why it does nothing now; empty where there is no command
   QString shortcut;  // in Qt's portable text; empty without one
   bool isEnabled = true;
   bool isChecked = false;
@@ -35,8 +37,9 @@ class MenuEntry {
 };
 
 inline bool operator==(const MenuEntry& a, const MenuEntry& b) {
-  return a.title == b.title && a.shortcut == b.shortcut && a.isEnabled == b.isEnabled && a.isChecked == b.isChecked &&
-         a.isSeparator == b.isSeparator && a.action == b.action && a.object == b.object && a.items == b.items;
+  return a.title == b.title && a.hint == b.hint && a.shortcut == b.shortcut && a.isEnabled == b.isEnabled &&
+         a.isChecked == b.isChecked && a.isSeparator == b.isSeparator && a.action == b.action && a.object == b.object &&
+         a.items == b.items;
 }
 
 }  // namespace vrel::window

@@ -15,6 +15,7 @@ namespace {
 MenuItem command(const std::string& title, const std::string& action, const std::string& object = {}) {
   MenuItem item;
   item.title = title;
+  item.hint = "about " + title;
   item.action = action;
   item.representedObject = object;
   return item;
@@ -42,6 +43,7 @@ QString shortcutOf(const std::string& key, ModifierFlags modifiers) {
 TEST(MenuMirror, ACommandHasItsActionAndItsObject) {
   const auto item = mirrored(command("Año.vrel", "openRecentSetlist:", "/home/me/Año.vrel"));
   EXPECT_EQ(item.title, QString::fromUtf8("Año.vrel"));
+  EXPECT_EQ(item.hint, QString::fromUtf8("about Año.vrel"));
   EXPECT_EQ(item.action, "openRecentSetlist:");
   EXPECT_EQ(item.object, QString::fromUtf8("/home/me/Año.vrel"));
   EXPECT_EQ(item.shortcut, "");

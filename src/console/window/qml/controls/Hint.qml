@@ -7,6 +7,7 @@ Item {
 
     required property Item over
     property string text
+    property bool isBeside // to the right of it, such as in a column of lines
 
     readonly property bool isShown: pointer.isOver && text !== ""
 
@@ -29,6 +30,10 @@ Item {
             const bubble = item as HintBubble;
             bubble.parent = hint.over;
             bubble.text = hint.text;
+            if (hint.isBeside) {
+                bubble.x = hint.over.width + 8;
+                bubble.y = 0;
+            }
             bubble.visible = true;
         }
     }

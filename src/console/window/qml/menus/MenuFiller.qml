@@ -61,6 +61,7 @@ Instantiator {
 
             text: line.title
             keys: line.shortcut
+            hint: line.hint
             enabled: line.isEnabled
             checkable: line.isChecked
             checked: line.isChecked

@@ -10,6 +10,7 @@ MenuItem {
 
     property string keys
     property string symbol // of a MenuIcon
+    property string hint
 
     readonly property color paint: highlighted && enabled ? Theme.darkInk : enabled ? Theme.ink : Theme.faded(Theme.quietInk, 0.55)
 
@@ -17,6 +18,7 @@ MenuItem {
 
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
+    Accessible.description: hint
     Accessible.checkable: checkable
     Accessible.checked: checked
     Accessible.onPressAction: entry.triggered()
@@ -40,6 +42,12 @@ MenuItem {
         visible: symbol !== ""
         symbol: entry.symbol
         color: entry.paint
+    }
+
+    Hint {
+        over: entry
+        text: entry.hint
+        isBeside: true
     }
 
     arrow: Text {
