@@ -54,6 +54,9 @@ Session::Session(system::MainLoop& loop, UiThread& window)
   showAudioOutput(platform_.output().state().get());
   audioOutputShown_ = platform_.output().state().changed.connect(showAudioOutput);
   mirror_.mirrorSettings(settings_);
+  if (auto* const input = engine_->midiInput()) {
+    playedNow_.follow(*input);
+  }
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }
 

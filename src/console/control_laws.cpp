@@ -80,6 +80,14 @@ std::string transposeText(int semitones) {
   return (semitones >= 0 ? "+" : "") + std::to_string(semitones);
 }
 
+int nudgedStartNote(int startNote, int by) {
+  const int octave = octaveOf(startNote);
+  const bool isAtTheEnd = by < 0 ? octave <= 0 : octave >= highestOctave;
+  constexpr int semitones = 12;
+  return by == 0 || isAtTheEnd ? startNote
+                               : (std::clamp(octave + by, 0, highestOctave) + 1) * semitones + startNote % semitones;
+}
+
 int barValue(double pointerFromLeft, double width, int lower, int upper) {
   if (width <= 0) {
     return lower;

@@ -52,6 +52,14 @@ inline constexpr int highestNote = 127;
 /// Where the marker of a value is on a bar, 0 to 1; in the middle where the range is empty.
 [[nodiscard]] double barMarker(int value, int lower, int upper);
 
+/// The octave that the first key of the keyboard is shown with: 0 for A0, note 21.
+[[nodiscard]] constexpr int octaveOf(int startNote) {
+  return startNote / 12 - 1;
+}
+inline constexpr int highestOctave = 8;
+/// The first key by so many octaves further, within 0 to 8; the same key at the end of the range.
+[[nodiscard]] int nudgedStartNote(int startNote, int by);
+
 /// The two ends of a split rest on each other, and do not cross.
 [[nodiscard]] constexpr int lowSplitNote(int wanted, int maxNote) {
   return wanted < maxNote ? wanted : maxNote;

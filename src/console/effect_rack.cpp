@@ -27,8 +27,8 @@ EffectRack::EffectRack(const Collaborators& collaborators)
       plugins_(state_.scannedAudioEffectPlugins.get()) {
   connections_.push_back(state_.scannedAudioEffectPlugins.changed.connect(
       [this](const auto& plugins) { plugins_ = PluginList(plugins); }));
-  connections_.push_back(collaborators.selection.channelsViewVersion.changed.connect(
-      [this](std::uint64_t) { closeForStripThatIsGone(); }));
+  connections_.push_back(
+      collaborators.selection.channelsViewVersion.changed.connect([this](std::uint64_t) { stripsChanged(); }));
 }
 
 bool EffectRack::mayChange() const {
@@ -61,7 +61,8 @@ std::shared_ptr<AudioChannel> EffectRack::channelOf(const Uuid& id) const {
   return id == engine_.masterChannel()->id ? engine_.masterChannel() : stripWithId(engine_, id);
 }
 
-void EffectRack::closeForStripThatIsGone() {
+void EffectRack::stripsChanged() {
+  revivedSlots.set({});  // a load for a strip that is gone never ends
   if (channel() == nullptr) {
     close();
   }
@@ -129,6 +130,28 @@ void EffectRack::pick(const std::string& key) {
       ended(false);
     }
   });
+}
+
+bool EffectRack::isInstalled(const AudioPluginSlot& slot) const {
+  return resolvePluginPath(slot.pluginPath, state_.scannedAudioEffectPlugins.get()).has_value();
+}
+
+void EffectRack::revive(const Uuid& slotId) {
+  const auto target = channel();
+  if (target == nullptr || !target->failedEffects.get().contains(slotId) || revivedSlots.get().contains(slotId)) {
+    return;
+  }
+  const auto ended = [this, life = life_.watch(), slotId] {
+    if (life.isAlive()) {
+      revivedSlots.modify([&](auto& slots) { slots.erase(slotId); });
+    }
+  };
+  const auto resolver = [this](const std::string& key) {
+    return resolvePluginPath(key, state_.scannedAudioEffectPlugins.get());
+  };
+  if (engine_.effects().reviveEffect(target, slotId, resolver, ended)) {
+    revivedSlots.modify([&](auto& slots) { slots.insert(slotId); });
+  }
 }
 
 void EffectRack::remove(const Uuid& slotId) {

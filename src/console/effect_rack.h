@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,7 @@ class EffectRack {
 
   Observable<std::optional<Uuid>> openChannelId;
   Observable<std::optional<Uuid>> replacedSlotId;  // the slot that the next pick goes to; none for a new one at the end
+  Observable<std::set<Uuid>> revivedSlots;         // those that are being loaded again
   Observable<std::string> searchText;              // of the open rack
 
   /// Opens the rack of this channel in place of any other, or closes it when it is open.
@@ -67,6 +69,11 @@ class EffectRack {
   /// Loads the effect of this key behind the modal. Nothing while the modal is shown.
   void pick(const std::string& key);
 
+  /// Loads an effect that has died or could not be loaded again, with its last state; in every mode, since it changes
+  /// nothing of the song. Nothing while that is under way.
+  void revive(const Uuid& slotId);
+  [[nodiscard]] bool isInstalled(const AudioPluginSlot& slot) const;
+
   void remove(const Uuid& slotId);
   /// Past the occupied slot before it, or behind it; nothing at the end of the chain.
   void moveUp(const Uuid& slotId);
@@ -77,7 +84,7 @@ class EffectRack {
   [[nodiscard]] std::shared_ptr<AudioChannel> channelOf(const Uuid& id) const;
   [[nodiscard]] Uuid takeSlotToFill(const AudioChannel& channel);
   void move(const Uuid& slotId, bool isDown);
-  void closeForStripThatIsGone();
+  void stripsChanged();
 
   AppState& state_;
   AudioEngine& engine_;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "console/control_laws.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 
@@ -48,10 +49,9 @@ void KeyboardPanel::setStartPitchClass(int pitchClass) {
 
 void KeyboardPanel::stepStartOctave(int by) {
   const int start = state_.keyboardStartNote.get();
-  const int octave = octaveOf(start);
-  const bool isAtTheEnd = by < 0 ? octave <= 0 : octave >= highestOctave;
-  if (by != 0 && !isAtTheEnd) {
-    setStartNote(octave + by, start % 12);
+  const int nudged = nudgedStartNote(start, by);
+  if (nudged != start) {
+    setStartNote(octaveOf(nudged), nudged % 12);
   }
 }
 

@@ -15,7 +15,6 @@ class KeyboardPanel {
  public:
   static constexpr int fewestKeys = 12;
   static constexpr int mostKeys = 88;
-  static constexpr int highestOctave = 8;
 
   /// Both are borrowed.
   KeyboardPanel(AppState& state, AudioEngine& engine) : state_(state), engine_(engine) {}
@@ -34,9 +33,6 @@ class KeyboardPanel {
   void setStartPitchClass(int pitchClass);
   /// Stays within 0 to 8; at the end of the range nothing happens. Else an edit.
   void stepStartOctave(int by);
-
-  /// The octave that a start note is shown with: 0 for A0, note 21.
-  [[nodiscard]] static int octaveOf(int startNote) { return startNote / 12 - 1; }
 
  private:
   void setStartNote(int octave, int pitchClass);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "document/app_state.h"
+#include "midi/midi_input.h"
 
 namespace vrel {
 
@@ -16,6 +17,10 @@ PlayedNowSource::PlayedNowSource(AppState& state, std::shared_ptr<PlayedNow> pla
   showNotes(state.pressedNotes.get());
   connections_.push_back(
       state.pressedNotes.changed.connect([this](const std::set<std::uint8_t>& notes) { showNotes(notes); }));
+}
+
+void PlayedNowSource::follow(MidiInput& input) {
+  input.onMessage = [played = played_] { played->messages.fetch_add(1, std::memory_order_relaxed); };
 }
 
 void PlayedNowSource::showNotes(const std::set<std::uint8_t>& notes) {

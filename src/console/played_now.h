@@ -13,6 +13,7 @@
 namespace vrel {
 
 class AppState;
+class MidiInput;
 
 /// What is played now, for the window to show. Written on the main thread, read where it is drawn; MIDI may change it
 /// far more often than that.
@@ -22,6 +23,7 @@ struct PlayedNow {
   std::atomic<float> modulation{0};                   // 0 to 1
   std::atomic<float> sustain{0};
   std::atomic<float> expression{0};
+  std::atomic<std::uint32_t> messages{0};  // that have come from the MIDI sources
 };
 
 /// Keeps it as the session has it. Main thread.
@@ -29,6 +31,9 @@ class PlayedNowSource {
  public:
   /// The state must outlive this, or never change again.
   PlayedNowSource(AppState& state, std::shared_ptr<PlayedNow> played);
+
+  /// Counts what comes from the sources. To be called once; the input may outlive this.
+  void follow(MidiInput& input);
 
  private:
   void showNotes(const std::set<std::uint8_t>& notes);

@@ -7,6 +7,13 @@
 
 namespace vrel {
 
+InstrumentState instrumentState(ChannelStatus status, bool hasInstrument) {
+  if (status == ChannelStatus::crashed || status == ChannelStatus::loadFailed) {
+    return InstrumentState::failed;
+  }
+  return hasInstrument || status == ChannelStatus::loading ? InstrumentState::present : InstrumentState::empty;
+}
+
 std::string stripStatusText(ChannelStatus status, Language language) {
   if (status == ChannelStatus::crashed) {
     return std::string(text(TextKey::crashed, language));

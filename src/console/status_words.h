@@ -10,6 +10,12 @@ class AppState;
 enum class ChannelStatus;
 enum class Language;
 
+/// How a strip's instrument is, as the button that chooses it shows by its tint.
+enum class InstrumentState { empty, present, failed };
+
+/// One that is being loaded counts as present, one whose load has failed as failed, also while another plays on.
+[[nodiscard]] InstrumentState instrumentState(ChannelStatus status, bool hasInstrument);
+
 /// What a strip's status cell shows: running and crashed are translated, all others have their own text.
 [[nodiscard]] std::string stripStatusText(ChannelStatus status, Language language);
 

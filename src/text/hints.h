@@ -36,6 +36,7 @@ enum class Hint {
   sustainControlsRotor,
   stripSetup,
   fader,
+  meter,
   addChannel,
   addSong,
   tempoStep,

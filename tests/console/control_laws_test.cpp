@@ -151,5 +151,17 @@ TEST(NoteNames, AreSharpsWithTheirOctave) {
   EXPECT_EQ(noteName(127), "G9");
 }
 
+TEST(ControlLaws, TheFirstKeyIsNudgedByOctavesBetweenZeroAndEight) {
+  EXPECT_EQ(nudgedStartNote(21, 1), 33);
+  EXPECT_EQ(nudgedStartNote(33, -1), 21);
+  EXPECT_EQ(nudgedStartNote(21, -1), 21);
+  EXPECT_EQ(nudgedStartNote(117, 1), 117);
+  EXPECT_EQ(nudgedStartNote(60, 0), 60);
+  EXPECT_EQ(nudgedStartNote(60, 100), 108);
+  EXPECT_EQ(nudgedStartNote(60, -100), 12);
+  EXPECT_EQ(nudgedStartNote(3, 1), 15) << "from below the range";
+  EXPECT_EQ(nudgedStartNote(3, -1), 3);
+}
+
 }  // namespace
 }  // namespace vrel

@@ -276,5 +276,62 @@ TEST_F(Rack, AStripThatGoesWhileItsEffectLoadsEndsTheModal) {
   EXPECT_FALSE(state.showLoadingModal.get());
 }
 
+/// A rack whose one effect has died.
+class RackWithADeadEffect : public Rack {
+ protected:
+  RackWithADeadEffect() {
+    rack().toggle(strip(0));
+    rack().pick(chorusKey);
+    answerAll();
+    const auto node = strip(0).effectNodes.get().begin()->second;
+    EXPECT_TRUE(engine->effects().loseEffectNode(strip(0), node));
+    state.isDirty.set(false);
+  }
+
+  [[nodiscard]] AudioPluginSlot slot() { return strip(0).effectSlots.get().front(); }
+  [[nodiscard]] bool isDead() { return strip(0).failedEffects.get().contains(slot().id); }
+};
+
+TEST_F(RackWithADeadEffect, ItIsLoadedAgainOnceHoweverOftenTheButtonIsPressed) {
+  for (int press = 0; press < 100; ++press) {
+    rack().revive(slot().id);
+  }
+  EXPECT_EQ(units.requests.size(), 1U);
+  EXPECT_TRUE(rack().revivedSlots.get().contains(slot().id));
+  answerAll();
+  EXPECT_FALSE(isDead());
+  EXPECT_EQ(strip(0).effectNodes.get().size(), 1U);
+  EXPECT_TRUE(rack().revivedSlots.get().empty());
+  EXPECT_FALSE(state.isDirty.get()) << "the song is as it was";
+  rack().revive(slot().id);
+  EXPECT_TRUE(units.requests.empty()) << "it is alive";
+}
+
+TEST_F(RackWithADeadEffect, ItIsLoadedAgainInLiveModeToo) {
+  content.liveMode().setLiveMode(true);
+  rack().revive(slot().id);
+  answerAll();
+  EXPECT_FALSE(isDead());
+}
+
+TEST_F(RackWithADeadEffect, ALoadThatFailsCanBeTriedAgain) {
+  rack().revive(slot().id);
+  units.answer(0, nullptr, Error{"a"});
+  units.answer(0, nullptr, Error{"b"});
+  settle();
+  EXPECT_TRUE(isDead());
+  rack().revive(slot().id);
+  EXPECT_EQ(units.requests.size(), 1U);
+}
+
+TEST_F(RackWithADeadEffect, OneWhosePluginIsNotInstalledAnyMoreStaysDead) {
+  EXPECT_TRUE(rack().isInstalled(slot()));
+  state.scannedAudioEffectPlugins.set({delay});
+  EXPECT_FALSE(rack().isInstalled(slot()));
+  rack().revive(slot().id);
+  EXPECT_TRUE(units.requests.empty());
+  EXPECT_TRUE(rack().revivedSlots.get().empty());
+}
+
 }  // namespace
 }  // namespace vrel

@@ -3,8 +3,11 @@
 
 #include <set>
 
+#include "console/control_laws.h"
 #include "console/played_now.h"
 #include "document/app_state.h"
+#include "midi/midi_input.h"
+#include "simulation/simulated_midi_service.h"
 #include "support/simulated_session.h"
 
 namespace vrel {
@@ -77,7 +80,7 @@ TEST_F(KeyboardOfTheWindow, TheNumberOfKeysIsLimitedAndAnEdit) {
 
 TEST_F(KeyboardOfTheWindow, TheStartNoteIsAPitchNameInAnOctave) {
   EXPECT_EQ(state.keyboardStartNote.get(), 21);  // A0
-  EXPECT_EQ(KeyboardPanel::octaveOf(21), 0);
+  EXPECT_EQ(octaveOf(21), 0);
   state.isDirty.set(false);
   panel.setStartPitchClass(0);
   EXPECT_EQ(state.keyboardStartNote.get(), 12);
@@ -162,6 +165,18 @@ TEST(PerformanceItems, AnActiveLineCanAlwaysBeSeenAndAnotherNever) {
   EXPECT_EQ(PerformanceItem::fill(0.02, true), 0.12);
   EXPECT_EQ(PerformanceItem::fill(0.5, true), 0.5);
   EXPECT_EQ(PerformanceItem::fill(0.49, false), 0);
+}
+
+TEST_F(Played, MessagesOfTheSourcesAreCountedAndThePointersNotesAreNot) {
+  simulation::SimulatedMIDIService service;
+  MidiInput input(service, mainQueue, console, [](std::uint8_t, std::uint8_t, std::uint8_t) {});
+  input.setupMIDI();
+  PlayedNowSource source(state, played);
+  source.follow(input);
+  service.send({{0x90, 60, 100}, {0x80, 60, 0}});
+  state.noteActivity(62, true);
+  settle();
+  EXPECT_EQ(played->messages.load(), 2U);
 }
 
 }  // namespace

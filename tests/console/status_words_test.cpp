@@ -55,5 +55,16 @@ TEST_F(SongSwitchText, ASwitchUnderWayShowsItsTimeAtTheEnd) {
   EXPECT_EQ(songSwitchText(state), "Switch: 1235 ms");
 }
 
+TEST(StatusWords, AnInstrumentIsThereWhileItLoadsAndHasFailedWithOrWithoutAnother) {
+  EXPECT_EQ(instrumentState(ChannelStatus::noPlugin, false), InstrumentState::empty);
+  EXPECT_EQ(instrumentState(ChannelStatus::noPlugin, true), InstrumentState::present);
+  EXPECT_EQ(instrumentState(ChannelStatus::running, true), InstrumentState::present);
+  for (const bool hasInstrument : {false, true}) {
+    EXPECT_EQ(instrumentState(ChannelStatus::loading, hasInstrument), InstrumentState::present);
+    EXPECT_EQ(instrumentState(ChannelStatus::loadFailed, hasInstrument), InstrumentState::failed);
+    EXPECT_EQ(instrumentState(ChannelStatus::crashed, hasInstrument), InstrumentState::failed);
+  }
+}
+
 }  // namespace
 }  // namespace vrel

@@ -97,6 +97,7 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void pickEffect(const QString& key);
   Q_INVOKABLE void toggleReplacedEffect(const QString& slotId);
   Q_INVOKABLE void removeEffect(const QString& slotId);
+  Q_INVOKABLE void reviveEffect(const QString& slotId);
   Q_INVOKABLE void moveEffectUp(const QString& slotId);
   Q_INVOKABLE void moveEffectDown(const QString& slotId);
 

@@ -186,6 +186,8 @@ void ConsoleMirror::mirrorMaster() {
   master_.set(View::channelIdKey, master.id.text());
   master_.derive(
       View::effectCountKey, [&master] { return EffectRack::occupiedSlots(master).size(); }, master.effectSlots);
+  master_.derive(
+      View::hasFailedEffectKey, [&master] { return !master.failedEffects.get().empty(); }, master.failedEffects);
   master_.follow(View::volumeKey, master.volume);
   master_.derive(
       View::volumeTextKey, [&master] { return ChannelFaderScale::text(master.volume.get()); }, master.volume);
@@ -331,6 +333,12 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.derive(
       View::statusKey, [&] { return static_cast<View::Status>(channel.status.get()); }, channel.status);
   view.derive(
+      View::instrumentKey,
+      [&] {
+        return static_cast<View::Instrument>(instrumentState(channel.status.get(), !channel.pluginPath.get().empty()));
+      },
+      channel.status, channel.pluginPath);
+  view.derive(
       View::statusTextKey, [&] { return stripStatusText(channel.status.get(), state.language.get()); }, channel.status,
       state.language);
   view.derive(
@@ -346,6 +354,8 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
       View::hasInstrumentKey, [&] { return !channel.pluginPath.get().empty(); }, channel.pluginPath);
   view.derive(
       View::effectCountKey, [&] { return EffectRack::occupiedSlots(channel).size(); }, channel.effectSlots);
+  view.derive(
+      View::hasFailedEffectKey, [&] { return !channel.failedEffects.get().empty(); }, channel.failedEffects);
   view.follow(View::volumeKey, channel.volume);
   view.derive(
       View::volumeTextKey, [&] { return ChannelFaderScale::text(channel.volume.get()); }, channel.volume);

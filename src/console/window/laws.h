@@ -35,6 +35,10 @@ class Laws : public QObject {
   Q_INVOKABLE static int barValue(double pointerFromLeft, double width, int lower, int upper) {
     return vrel::barValue(pointerFromLeft, width, lower, upper);
   }
+  Q_INVOKABLE static int octaveOf(int startNote) { return vrel::octaveOf(startNote); }
+  Q_INVOKABLE static bool canNudgeStartNote(int startNote, int by) {
+    return vrel::nudgedStartNote(startNote, by) != startNote;
+  }
   Q_INVOKABLE static double barMarker(int value, int lower, int upper) { return vrel::barMarker(value, lower, upper); }
 };
 

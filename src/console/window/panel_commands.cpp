@@ -99,6 +99,10 @@ void ConsoleCommands::removeEffect(const QString& slotId) {
   withEffect(slotId, &EffectRack::remove);
 }
 
+void ConsoleCommands::reviveEffect(const QString& slotId) {
+  withEffect(slotId, &EffectRack::revive);
+}
+
 void ConsoleCommands::moveEffectUp(const QString& slotId) {
   withEffect(slotId, &EffectRack::moveUp);
 }

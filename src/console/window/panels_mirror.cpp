@@ -103,7 +103,8 @@ void PanelsMirror::followOpenRack(MirrorSource& source) {
   rackConnections_.clear();
   if (const auto channel = content_.effectRack().channel()) {
     watch(
-        rackConnections_, [&source](const auto&) { source.schedule(); }, channel->effectSlots, channel->effectNodes);
+        rackConnections_, [&source](const auto&) { source.schedule(); }, channel->effectSlots, channel->effectNodes,
+        channel->failedEffects, content_.effectRack().revivedSlots);
   }
 }
 
@@ -146,7 +147,8 @@ void PanelsMirror::refreshRack() {
   QList<RackSlot> effects;
   for (const auto& slot : EffectRack::occupiedSlots(*channel)) {
     effects.append({QString::fromStdString(slot.id.text()), QString::fromStdString(slot.pluginName),
-                    !channel->effectNodes.get().contains(slot.id)});
+                    !channel->effectNodes.get().contains(slot.id), channel->failedEffects.get().contains(slot.id),
+                    rack.isInstalled(slot), rack.revivedSlots.get().contains(slot.id)});
   }
   rack_.set(View::effectsKey, effects);
   if (areEffectsNew_) {

@@ -33,6 +33,21 @@ void PerformanceBoard::pull() {
   if (isChanged) {
     Q_EMIT valuesChanged();
   }
+  pullMessages();
+}
+
+void PerformanceBoard::pullMessages() {
+  const bool wasArriving = isMidiArriving();
+  const std::uint32_t messages = played_->messages.load(std::memory_order_relaxed);
+  if (messages != messages_) {
+    messages_ = messages;
+    litFrames_ = framesOfAMessage;
+  } else if (litFrames_ > 0) {
+    --litFrames_;
+  }
+  if (wasArriving != isMidiArriving()) {
+    Q_EMIT midiChanged();
+  }
 }
 
 QString PerformanceBoard::heldNotes() const {

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <bitset>
+#include <cstdint>
 #include <memory>
 
 #include "console/played_now.h"
@@ -25,6 +26,8 @@ class PerformanceBoard : public QObject {
   Q_PROPERTY(bool isExpressionActive READ isExpressionActive NOTIFY valuesChanged FINAL)
   Q_PROPERTY(double sustainFill READ sustainFill NOTIFY valuesChanged FINAL)
   Q_PROPERTY(double expressionFill READ expressionFill NOTIFY valuesChanged FINAL)
+  /// Whether a message has come from a MIDI source in the last frames.
+  Q_PROPERTY(bool isMidiArriving READ isMidiArriving NOTIFY midiChanged FINAL)
   /// The names of the notes that are held, for assistive technology.
   Q_PROPERTY(QString heldNotes READ heldNotes NOTIFY notesChanged FINAL)
 
@@ -48,18 +51,27 @@ class PerformanceBoard : public QObject {
   [[nodiscard]] double sustainFill() const { return PerformanceItem::fill(sustain_, isSustainActive()); }
   [[nodiscard]] double expressionFill() const { return PerformanceItem::fill(expression_, isExpressionActive()); }
   [[nodiscard]] QString heldNotes() const;
+  [[nodiscard]] bool isMidiArriving() const { return litFrames_ > 0; }
+
+  /// How long one message is shown: long enough to be seen from the corner of an eye.
+  static constexpr int framesOfAMessage = 9;
 
  Q_SIGNALS:
   void notesChanged();
   void valuesChanged();
+  void midiChanged();
 
  private:
+  void pullMessages();
+
   std::shared_ptr<PlayedNow> played_ = std::make_shared<PlayedNow>();
   Notes notes_;
   float pitchBend_ = 0;
   float modulation_ = 0;
   float sustain_ = 0;
   float expression_ = 0;
+  std::uint32_t messages_ = 0;
+  int litFrames_ = 0;
 };
 
 }  // namespace vrel::window

@@ -14,11 +14,17 @@ class RackSlot {
   Q_PROPERTY(QString slotId MEMBER slotId FINAL)
   Q_PROPERTY(QString name MEMBER name FINAL)
   Q_PROPERTY(bool isMissing MEMBER isMissing FINAL)
+  Q_PROPERTY(bool hasFailed MEMBER hasFailed FINAL)
+  Q_PROPERTY(bool isInstalled MEMBER isInstalled FINAL)
+  Q_PROPERTY(bool isRevived MEMBER isRevived FINAL)
 
  public:
   QString slotId;
   QString name;
-  bool isMissing = false;  // its plug-in is not installed, failed or crashed
+  bool isMissing = false;  // is not in the chain, as while it loads
+  bool hasFailed = false;  // has died, could not be loaded, or is not installed
+  bool isInstalled = false;
+  bool isRevived = false;  // is being loaded again
 
   bool operator==(const RackSlot&) const = default;
 };

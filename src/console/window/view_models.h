@@ -7,6 +7,7 @@
 #include <QString>
 
 #include "channel/channel_status.h"
+#include "console/status_words.h"
 #include "console/window/learn_kind.h"
 #include "console/window/menu_entry.h"
 #include "console/window/view_model.h"
@@ -111,8 +112,14 @@ class StripViewModel : public vrel::window::MirrorItem {
     Running = static_cast<int>(ChannelStatus::running),
     Crashed = static_cast<int>(ChannelStatus::crashed),
   };
+  enum class Instrument {
+    Empty = static_cast<int>(InstrumentState::empty),
+    Present = static_cast<int>(InstrumentState::present),
+    Failed = static_cast<int>(InstrumentState::failed),
+  };
   // NOLINTEND(readability-identifier-naming)
   Q_ENUM(Status)
+  Q_ENUM(Instrument)
 
   VREL_SHOWN(QString, channelId)
   VREL_SHOWN(int, index)
@@ -122,9 +129,11 @@ class StripViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, isSelected)
   VREL_SHOWN(vrel::window::StripViewModel::Status, status)
   VREL_SHOWN(QString, statusText)
+  VREL_SHOWN(vrel::window::StripViewModel::Instrument, instrument)
   VREL_SHOWN(QString, instrumentText)
   VREL_SHOWN(bool, hasInstrument)
   VREL_SHOWN(int, effectCount)
+  VREL_SHOWN(bool, hasFailedEffect)
   VREL_SHOWN(bool, isPlaying)
   VREL_SHOWN(double, volume)  // 0 to 1
   VREL_SHOWN(QString, volumeText)
@@ -163,6 +172,7 @@ class MasterViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, mute)
   VREL_SHOWN(QString, channelId)
   VREL_SHOWN(int, effectCount)
+  VREL_SHOWN(bool, hasFailedEffect)
 };
 
 /// The question or message that is open.

@@ -25,12 +25,30 @@ namespace {
 constexpr int timeoutMs = 60000;
 constexpr int pauseMs = 30;  // between the events of one gesture, as a quick hand makes it
 
+/// Warnings of QML, from its own thread, which is the test's.
+std::vector<std::string>& qmlWarnings() {
+  static std::vector<std::string> warnings;
+  return warnings;
+}
+
+QtMessageHandler formerHandler = nullptr;
+
+void noteMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+  const bool isOfQml = message.startsWith(QLatin1String("QQml")) || message.startsWith(QLatin1String("QML")) ||
+                       message.contains(QLatin1String("qrc:/qt/qml/Vrel"));
+  if (type != QtDebugMsg && type != QtInfoMsg && isOfQml) {
+    qmlWarnings().push_back(message.toStdString());
+  }
+  formerHandler(type, context, message);
+}
+
 /// An X server for the whole process, and Qt on it.
 class Desktop {
  public:
   Desktop() {
     QApplication::setQuitOnLastWindowClosed(false);
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    formerHandler = qInstallMessageHandler(noteMessage);
   }
 
  private:
@@ -140,6 +158,10 @@ QQuickItem* ConsoleDriver::find(const std::string& name) const {
 
 bool ConsoleDriver::isShown(const std::string& name) const {
   return find(name) != nullptr;
+}
+
+std::vector<std::string> ConsoleDriver::takeQmlWarnings() {
+  return std::exchange(qmlWarnings(), {});
 }
 
 QVariant ConsoleDriver::value(const std::string& name, const char* property) const {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "support/devices/child_process.h"
 #include "vrel/application.h"
@@ -49,6 +50,8 @@ class ConsoleDriver {
   [[nodiscard]] bool isShown(const std::string& name) const;
   /// A value of an item; invalid when it is not there.
   [[nodiscard]] QVariant value(const std::string& name, const char* property) const;
+  /// What QML has complained about since the last call.
+  [[nodiscard]] static std::vector<std::string> takeQmlWarnings();
   /// What QML reads of the program.
   [[nodiscard]] const window::SessionViewModel& session() { return *program_->window.model().session(); }
   [[nodiscard]] const window::TextsViewModel& texts() { return *program_->window.model().texts(); }
@@ -56,6 +59,8 @@ class ConsoleDriver {
   /// Whether MIDI Learn waits for the hardware of this control.
   [[nodiscard]] bool isWaitingFor(window::learn_kind::Kind kind, int channel);
 
+  /// Lets the pointer rest on it.
+  void pointAt(const std::string& name) { pointTo(name, {}); }
   void click(const std::string& name, Place place = {});
   void doubleClick(const std::string& name);
   void rightClick(const std::string& name);

@@ -14,6 +14,7 @@ namespace vrel::app::test {
 class ConsoleFixture : public testing::Test {
  protected:
   void SetUp() override { driver.open(); }
+  void TearDown() override { EXPECT_EQ(ConsoleDriver::takeQmlWarnings(), std::vector<std::string>()); }
 
   [[nodiscard]] std::vector<std::string> songNames() {
     return driver.fromLogic<std::vector<std::string>>([](Session& session) {

@@ -47,7 +47,7 @@ TEST_F(Keyboard, NoNoteIsHeldAfterADragOffTheKeys) {
 TEST_F(Keyboard, ItsRangeIsSetBesideIt) {
   driver.click("octaveUp");
   EXPECT_TRUE(driver.eventually([this] { return driver.session().keyboardStartNote() == 33; }));
-  EXPECT_EQ(driver.value("startOctave", "text").toString(), QStringLiteral("1"));
+  EXPECT_EQ(driver.value("octaveValue", "text").toString(), QStringLiteral("1"));
   driver.click("keyCountSlider", {0.02, 0.5});
   EXPECT_TRUE(driver.eventually([this] { return driver.session().keyboardKeyCount() == 12; }));
   EXPECT_TRUE(

@@ -252,5 +252,32 @@ TEST_F(Layout, AMenuStaysInsideALargeWindow) {
   EXPECT_FALSE(place("songMenuRename").isEmpty());
 }
 
+TEST_F(Layout, WhatHasFailedIsInSightInBothModes) {
+  resize(1366, 768);
+  setStrips(8);
+  driver.onLogic([](Session& session) {
+    const auto& strips = session.engine().channels();
+    strips[0]->pluginPath.set("au:Maker:Grand Piano");
+    strips[0]->pluginName.set("Grand Piano");
+    strips[0]->status.set(ChannelStatus::running);
+    strips[0]->effectSlots.set({{.pluginPath = "aucd:1:2:3", .pluginName = "Old Hall Reverb Deluxe"}});
+    strips[0]->failedEffects.set({strips[0]->effectSlots.get().front().id});
+    strips[6]->pluginPath.set("au:Maker:Tonewheel Organ");
+    strips[6]->pluginName.set("Tonewheel Organ");
+    strips[6]->status.set(ChannelStatus::crashed);
+    session.content().selection().channelsViewVersion.set(session.content().selection().channelsViewVersion.get() + 1);
+  });
+  for (const bool isLive : {false, true}) {
+    setLive(isLive);
+    for (const auto* const sign : {"failure0", "failure6"}) {
+      EXPECT_TRUE(driver.eventually([&] { return !place(sign).isEmpty(); })) << sign << (isLive ? " live" : " edit");
+    }
+    look(std::string("failures ") + (isLive ? "live" : "edit"));
+  }
+  driver.onLogic([](Session& session) { session.content().effectRack().toggle(*session.engine().channels()[0]); });
+  EXPECT_TRUE(driver.eventually([this] { return !place("reviveEffect0").isEmpty(); }));
+  look("failures rack");
+}
+
 }  // namespace
 }  // namespace vrel::app::test

@@ -53,6 +53,8 @@ class RackPanel : public ConsoleFixture {
 
 TEST_F(RackPanel, EffectsAreAddedMovedReplacedAndRemovedOnAStrip) {
   open("rack0");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("pluginHeading"); })) << "whose effects these are";
+  EXPECT_EQ(driver.value("effectList", "spokenName").toString(), driver.texts().effectsTitle());
   add("Zoo Gain");
   ASSERT_TRUE(has({"Zoo Gain"}));
   add("Zoo Mono Effect");
@@ -69,6 +71,26 @@ TEST_F(RackPanel, EffectsAreAddedMovedReplacedAndRemovedOnAStrip) {
   EXPECT_TRUE(has({"Zoo Gain"}));
   driver.key("Escape");
   EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("rackPanel"); }));
+}
+
+TEST_F(RackPanel, AnEffectThatHasDiedIsShownAndLoadedAgainByAPressAlsoInLiveMode) {
+  open("rack0");
+  add("Zoo Gain");
+  ASSERT_TRUE(has({"Zoo Gain"}));
+  driver.click("liveButton");
+  driver.onLogic([](Session& session) {
+    auto& channel = *session.engine().channels()[0];
+    session.engine().effects().loseEffectNode(channel, channel.effectNodes.get().begin()->second);
+  });
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("reviveEffect0"); }));
+  EXPECT_EQ(driver.value("effectFailure0", "text").toString(), QStringLiteral("Failed, bypassed"));
+  EXPECT_TRUE(driver.isShown("failure0")) << "the header says so while the rack is folded away";
+  driver.click("reviveEffect0");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("reviveEffect0"); }));
+  EXPECT_FALSE(driver.isShown("failure0"));
+  EXPECT_EQ(driver.fromLogic<std::size_t>(
+                [](Session& session) { return session.engine().channels()[0]->effectNodes.get().size(); }),
+            1U);
 }
 
 TEST_F(RackPanel, TheMasterHasOneToo) {

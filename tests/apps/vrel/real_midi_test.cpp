@@ -65,6 +65,21 @@ TEST_F(RealMidi, AFaderLearnsAControllerOfADeviceAndFollowsIt) {
   }
 }
 
+TEST_F(RealMidi, TheLampBesideTheSourceIsLitWhileMidiArrives) {
+  ASSERT_TRUE(isLinked());
+  const auto isLit = [this](bool expected) {
+    return driver.eventually([&] {
+      if (expected) {
+        peer->send({{0xB0, 20, 64}});
+      }
+      return driver.value("midiPort", "isLit").toBool() == expected;
+    });
+  };
+  EXPECT_FALSE(driver.value("midiPort", "isLit").toBool());
+  EXPECT_TRUE(isLit(true));
+  EXPECT_TRUE(isLit(false));
+}
+
 TEST_F(RealMidi, ANoteMovesTheMeterOfTheStripThatPlaysIt) {
   ASSERT_TRUE(isLinked());
   const auto setlist = driver.home() / "example.vrel";

@@ -82,6 +82,41 @@ TEST_F(Strip, ABadgeTakesWhatIsTypedWhenTheCaretLeaves) {
   EXPECT_EQ(driver.value("splitHigh0", "valueText").toString(), QStringLiteral("C5"));
 }
 
+TEST_F(Strip, TheArrowsLeaveAValueThatIsBeingTyped) {
+  driver.doubleClick("transpose0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("transpose0Field"); }));
+  driver.key("Up");
+  driver.key("Escape");
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isShown("transpose0Field"); }));
+  driver.key("Down");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).transpose() == -1; }));
+}
+
+TEST_F(Strip, InLiveModeABadgeIsTypedOverAndTheDigitsAreItsOwn) {
+  becomeLive();
+  driver.click("setup0");
+  driver.doubleClick("transpose0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("transpose0Field"); }));
+  driver.type("12");
+  driver.key("Return");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).transpose() == 12; }));
+  EXPECT_FALSE(driver.strip(0).mute());
+  driver.key("1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); })) << "a command again";
+}
+
+TEST_F(Strip, ARightPressOnItsNameOpensItsMenu) {
+  driver.rightClick("stripName0");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("stripMenuCut"); }));
+}
+
+TEST_F(Strip, ASongWithoutANameCannotBeAdded) {
+  EXPECT_FALSE(driver.value("addSongButton", "enabled").toBool());
+  driver.click("newSongField");
+  driver.type("Blues");
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("addSongButton", "enabled").toBool(); }));
+}
+
 TEST_F(Strip, TheBarsFollowThePointerAndTheHandlesOfASplitDoNotCross) {
   driver.click("transposeBar0", {0.25, 0.5});
   EXPECT_TRUE(becomes([](AudioChannel& channel) { return std::abs(channel.transpose.get() + 26) <= 1; }));

@@ -166,6 +166,47 @@ TEST_F(Copy, WhatLiveModeBlocksIsShownForEachControl) {
   }
 }
 
+TEST_F(Copy, TheStateOfTheInstrumentAndOfTheEffectsIsMirrored) {
+  open();
+  using Instrument = StripViewModel::Instrument;
+  EXPECT_EQ(shownStrip(0).instrument(), Instrument::Empty);
+  strip(0).pluginPath.set(pianoKey);
+  strip(0).status.set(ChannelStatus::running);
+  settle();
+  EXPECT_EQ(shownStrip(0).instrument(), Instrument::Present);
+  strip(0).status.set(ChannelStatus::crashed);
+  settle();
+  EXPECT_EQ(shownStrip(0).instrument(), Instrument::Failed);
+  EXPECT_FALSE(shownStrip(0).hasFailedEffect());
+  EXPECT_FALSE(model.master()->hasFailedEffect());
+  strip(0).failedEffects.set({Uuid::fresh()});
+  engine->masterChannel()->failedEffects.set({Uuid::fresh()});
+  settle();
+  EXPECT_TRUE(shownStrip(0).hasFailedEffect());
+  EXPECT_TRUE(model.master()->hasFailedEffect());
+}
+
+TEST_F(Copy, AStripWhosePluginIsNotInstalledShowsTheNameOfWhatItWantedWhereThatIsKnown) {
+  const std::string nowhere = "aucd:1635085685:77:77";
+  addSong("One", {record("Keys", "au:Bolt:Grand Organ"), record("Pad", nowhere), record("Bass", pianoKey)});
+  changeSong(
+      0, [&](SongConfig& song) { song.channels[2].effectSlots = {{.pluginPath = nowhere, .pluginName = "Old Pad"}}; });
+  open();
+  content.songSwitch().applySong(0);
+  answerAll();
+  ASSERT_EQ(stripIds().size(), 3U);
+  EXPECT_EQ(shownStrip(0).instrumentText(), QStringLiteral("Grand Organ"));
+  EXPECT_EQ(shownStrip(1).instrumentText(), QStringLiteral("Old Pad"));
+  EXPECT_EQ(shownStrip(1).instrument(), StripViewModel::Instrument::Failed);
+  for (const auto& line : console.lines) {
+    EXPECT_EQ(line.find("aucd"), std::string::npos) << line;
+  }
+  ASSERT_FALSE(console.lines.empty());
+  mirror->addProblem(console.lines.front());
+  settle();
+  EXPECT_EQ(session.problem(), QStringLiteral("Failed to load plugin: Grand Organ is not installed (Keys)"));
+}
+
 TEST_F(Copy, SongsFollowTheSetlist) {
   addSong("One", {});
   addSong("Two", {});

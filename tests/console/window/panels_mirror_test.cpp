@@ -159,6 +159,27 @@ TEST_F(Panels, AnEffectThatCrashesInAnOpenRackIsMarkedAtOnce) {
   EXPECT_TRUE(rack.effects()[0].isMissing);
 }
 
+TEST_F(Panels, ADeadEffectIsLoadedAgainFromItsRow) {
+  commands.toggleEffectRack(stripId(0));
+  commands.pickEffect(QString::fromStdString(chorusKey));
+  answerAll();
+  EXPECT_FALSE(rack.effects()[0].hasFailed);
+  ASSERT_TRUE(engine->effects().loseEffectNode(strip(0), strip(0).effectNodes.get().begin()->second));
+  settle();
+  EXPECT_TRUE(rack.effects()[0].hasFailed);
+  EXPECT_TRUE(rack.effects()[0].isInstalled);
+  commands.reviveEffect(rack.effects()[0].slotId);
+  settle();
+  EXPECT_TRUE(rack.effects()[0].isRevived);
+  answerAll();
+  EXPECT_FALSE(rack.effects()[0].hasFailed);
+  EXPECT_FALSE(rack.effects()[0].isRevived);
+  EXPECT_FALSE(rack.effects()[0].isMissing);
+  state.scannedAudioEffectPlugins.set({});
+  settle();
+  EXPECT_FALSE(rack.effects()[0].isInstalled);
+}
+
 TEST_F(Panels, TheMastersRackIsOpenedByItsOwnId) {
   settle();
   commands.toggleEffectRack(model.master()->channelId());
@@ -176,6 +197,7 @@ TEST_F(Panels, CommandsForAStripOrEffectThatIsGoneDoNothing) {
     commands.removeInstrument(id);
     commands.toggleEffectRack(id);
     commands.removeEffect(id);
+    commands.reviveEffect(id);
     commands.moveEffectUp(id);
     commands.moveEffectDown(id);
     commands.toggleReplacedEffect(id);

@@ -9,6 +9,7 @@ TextField {
     id: field
 
     required property string spokenName
+    property string hint
     property string echo
     property bool followsEcho: true
     property bool isEditing
@@ -41,6 +42,7 @@ TextField {
 
     Accessible.role: Accessible.EditableText
     Accessible.name: spokenName
+    Accessible.description: hint
 
     Component.onCompleted: follow()
     onEchoChanged: if (!isEditing) follow()
@@ -71,5 +73,10 @@ TextField {
 
         interval: 300
         onTriggered: if (!field.activeFocus) field.follow()
+    }
+
+    Hint {
+        over: field
+        text: field.hint
     }
 }

@@ -9,7 +9,8 @@ Item {
     property string text
     property bool isBeside // to the right of it, such as in a column of lines
 
-    readonly property bool isShown: pointer.isOver && text !== ""
+    // The handler lies in the parent of the control, and may go before this.
+    readonly property bool isShown: (pointer?.isOver ?? false) && text !== ""
 
     Accessible.ignored: true
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A whole number that a double click turns into a field. Return and leaving it take what was typed, Escape does not.
+// A whole number that a double click turns into a field. Return and leaving it take what was typed, Escape does not. In Live mode the
+// digits are the field's own while it has the caret.
 import QtQuick
 import QtQuick.Controls.Basic
 import Vrel.Console
@@ -10,7 +11,6 @@ Item {
     required property string spokenName
     required property int value
     required property string valueText
-    property bool isTypable: true
     property string hint
 
     property bool isEditing
@@ -19,8 +19,6 @@ Item {
     signal stepped(int by)
 
     function edit(): void {
-        if (!isTypable)
-            return;
         field.text = value;
         isEditing = true;
         field.forceActiveFocus(Qt.OtherFocusReason);
@@ -47,7 +45,6 @@ Item {
     implicitWidth: 44
     implicitHeight: Theme.row
     activeFocusOnTab: true
-    onIsTypableChanged: if (!isTypable) isEditing = false
 
     Accessible.role: Accessible.SpinBox
     Accessible.name: spokenName
@@ -57,8 +54,9 @@ Item {
     Accessible.onIncreaseAction: badge.stepped(1)
     Accessible.onDecreaseAction: badge.stepped(-1)
 
-    Keys.onUpPressed: stepped(1)
-    Keys.onDownPressed: stepped(-1)
+    // The field passes them on.
+    Keys.onUpPressed: if (!isEditing) stepped(1)
+    Keys.onDownPressed: if (!isEditing) stepped(-1)
     Keys.onReturnPressed: edit()
     Keys.onEnterPressed: edit()
 
@@ -104,6 +102,7 @@ Item {
         horizontalAlignment: TextInput.AlignHCenter
         verticalAlignment: TextInput.AlignVCenter
         background: null
+        inputMethodHints: Qt.ImhDigitsOnly
         Accessible.name: badge.spokenName
         Accessible.role: Accessible.EditableText
         onActiveFocusChanged: if (!activeFocus) badge.commit()

@@ -30,6 +30,8 @@ QtObject {
     readonly property color learnPending: Qt.rgba(0, 1, 1, 1)
 
     readonly property color failed: Qt.rgba(0.23, 0.02, 0.03, 1) // the ground of a strip
+    readonly property color instrumentPresent: "#14332f"
+    readonly property color instrumentFailed: "#7a0f18"
     readonly property color running: Qt.rgba(0.18, 0.8, 0.44, 1)
     readonly property color idle: Qt.rgba(0.6, 0.6, 0.6, 1)
     readonly property color faderTrack: Qt.rgba(28 / 255, 28 / 255, 28 / 255, 1)
@@ -40,6 +42,7 @@ QtObject {
     readonly property color badge: Qt.rgba(16 / 255, 16 / 255, 16 / 255, 1)
     readonly property color badgeEdge: Qt.rgba(62 / 255, 62 / 255, 62 / 255, 1)
     readonly property color badgeEdited: Qt.rgba(90 / 255, 90 / 255, 90 / 255, 1)
+    readonly property color nudge: Qt.rgba(62 / 255, 62 / 255, 62 / 255, 1)
     readonly property color barTrack: Qt.rgba(44 / 255, 44 / 255, 44 / 255, 1)
     readonly property color divider: Qt.rgba(45 / 255, 45 / 255, 45 / 255, 1)
 

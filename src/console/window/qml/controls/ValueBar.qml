@@ -14,6 +14,7 @@ Item {
     required property list<int> values
     property bool isFilled // from the first marker to the last
     property color color: Theme.teal
+    property string hint
 
     readonly property real inset: 5
 
@@ -84,5 +85,10 @@ Item {
             follow(mouse.x);
         }
         onPositionChanged: mouse => follow(mouse.x)
+    }
+
+    Hint {
+        over: bar
+        text: touch.pressed ? "" : bar.hint
     }
 }

@@ -140,4 +140,9 @@ Item {
 
         interval: 400
     }
+
+    Hint {
+        over: fader
+        text: fader.isHeld ? "" : fader.hint
+    }
 }

@@ -78,7 +78,7 @@ ModalShade {
                 Layout.fillWidth: true
                 visible: modal.desk.session.totalLoads > 1
                 text: modal.desk.session.remainingLoads + " / " + modal.desk.session.totalLoads
-                color: Theme.quietInk
+                color: Theme.faintInk
                 font.pixelSize: Theme.strongText
                 font.bold: true
                 horizontalAlignment: Text.AlignHCenter

@@ -17,6 +17,7 @@ Column {
     visible: spokenWords !== ""
     Accessible.role: Accessible.AlertMessage
     Accessible.name: spokenWords
+    Accessible.description: desk.hints.audioOutputMissing
 
     Text {
         width: label.width
@@ -36,5 +37,10 @@ Column {
         font.pixelSize: Theme.smallText
         elide: Text.ElideRight
         Accessible.ignored: true
+    }
+
+    Hint {
+        over: label
+        text: label.desk.hints.audioOutputMissing
     }
 }

@@ -18,6 +18,7 @@ Row {
 
         FailureSign {
             height: signs.height
+            desk: signs.desk
             onClicked: signs.desk.commands.selectStrip(entry.channelId)
         }
     }

@@ -27,6 +27,12 @@ Panel {
             Layout.alignment: Qt.AlignVCenter
         }
 
+        LanguagePicker {
+            desk: header.desk
+            Layout.preferredWidth: 72
+            Layout.fillHeight: true
+        }
+
         ColumnLayout {
             Layout.fillWidth: true
             Layout.alignment: Qt.AlignVCenter
@@ -65,12 +71,6 @@ Panel {
             Layout.preferredWidth: 100
             Layout.fillHeight: true
             desk: header.desk
-        }
-
-        LanguagePicker {
-            desk: header.desk
-            Layout.preferredWidth: 72
-            Layout.fillHeight: true
         }
 
         PushButton {

@@ -10,6 +10,9 @@ ComboBox {
 
     required property ConsoleModel desk
 
+    readonly property string hint: desk.hints.language
+    readonly property list<string> names: ["English", "Español", "Français", "Italiano", "Deutsch"]
+
     objectName: "languagePicker"
     model: desk.texts.languageCodes
     currentIndex: desk.texts.language
@@ -18,12 +21,18 @@ ComboBox {
 
     Accessible.role: Accessible.ComboBox
     Accessible.name: desk.texts.languageLabel
+    Accessible.description: hint
     Accessible.onPressAction: popup.open()
 
     // The logic decides on the language: what is shown follows it again.
     onActivated: index => {
         picker.desk.commands.setLanguage(index);
         currentIndex = Qt.binding(() => picker.desk.texts.language);
+    }
+
+    Hint {
+        over: picker
+        text: picker.hint
     }
 
     background: Rectangle {
@@ -52,6 +61,8 @@ ComboBox {
         required property int index
         required property string modelData
 
+        readonly property string hint: picker.names[index] ?? ""
+
         objectName: "language" + index
         width: ListView.view ? ListView.view.width : picker.width
         height: Theme.touch
@@ -59,7 +70,13 @@ ComboBox {
         highlighted: picker.highlightedIndex === index
         Accessible.role: Accessible.ListItem
         Accessible.name: modelData
+        Accessible.description: hint
         Accessible.onPressAction: choice.clicked()
+
+        Hint {
+            over: choice
+            text: choice.hint
+        }
 
         background: Rectangle {
             color: choice.highlighted ? Theme.accent : Theme.raised

@@ -9,6 +9,7 @@ PushButton {
     objectName: "openNewestCopy"
     visible: desk.session.canOpenNewestCopy
     text: desk.texts.openNewestCopy
+    hint: desk.hints.openNewestCopy
     edge: Theme.warning
     padding: 2
     textSize: Theme.smallText

@@ -16,6 +16,7 @@ PushButton {
     implicitHeight: 28
     padding: 2
     text: desk.session.problem
+    hint: desk.hints.dismissProblem
     fill: Theme.panel
     edge: Theme.warning
     onClicked: seen = number

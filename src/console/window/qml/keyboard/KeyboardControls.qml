@@ -9,7 +9,7 @@ ColumnLayout {
 
     required property ConsoleModel desk
 
-    readonly property int octave: Math.floor(desk.session.keyboardStartNote / 12) - 1
+    readonly property int start: desk.session.keyboardStartNote
 
     spacing: 2
 
@@ -52,30 +52,16 @@ ColumnLayout {
             Layout.preferredHeight: 26
             desk: controls.desk
         }
-        OctaveButton {
-            objectName: "octaveDown"
-            text: "\u2212"
-            spokenName: controls.desk.texts.startNote + " \u2212"
-            hint: controls.desk.hints.startNote
-            isOffered: controls.octave > 0
-            onClicked: controls.desk.commands.stepStartOctave(-1)
-        }
-        Text {
-            objectName: "startOctave"
+        NudgeControl {
+            objectName: "octave"
             Layout.fillWidth: true
-            text: controls.octave
-            color: Theme.ink
-            font.pixelSize: 14
-            font.bold: true
-            horizontalAlignment: Text.AlignHCenter
-        }
-        OctaveButton {
-            objectName: "octaveUp"
-            text: "+"
-            spokenName: controls.desk.texts.startNote + " +"
-            hint: controls.desk.hints.startNote
-            isOffered: controls.octave < 8
-            onClicked: controls.desk.commands.stepStartOctave(1)
+            spokenName: controls.desk.texts.startNote
+            valueText: Laws.octaveOf(controls.start)
+            hint: controls.desk.hints.octave
+            canDecrement: Laws.canNudgeStartNote(controls.start, -1)
+            canIncrement: Laws.canNudgeStartNote(controls.start, 1)
+            onDecremented: controls.desk.commands.stepStartOctave(-1)
+            onIncremented: controls.desk.commands.stepStartOctave(1)
         }
     }
 }

@@ -66,6 +66,7 @@ ComboBox {
         highlighted: picker.highlightedIndex === index
         Accessible.role: Accessible.ListItem
         Accessible.name: modelData
+        Accessible.description: picker.desk.hints.startNote
         Accessible.onPressAction: choice.clicked()
 
         background: Rectangle {

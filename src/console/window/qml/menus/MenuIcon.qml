@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A small drawing before a menu entry: "cut", "copy", "paste" or "duplicate"; nothing for any other.
+// A small drawing before the words of a menu entry or on a button; nothing for a symbol that is not among the pictures.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -10,9 +10,19 @@ Item {
     required property string symbol
     required property color color
 
-    // Places, sizes and turns in degrees; what is not filled is an outline.
-    readonly property list<rect> sheets: symbol === "copy" || symbol === "duplicate" ? [Qt.rect(2, 1, 9, 11), Qt.rect(6, 5, 9, 11)] : symbol === "paste" ? [Qt.rect(3, 3, 11, 13)] : symbol === "cut" ? [Qt.rect(2, 11, 6, 6), Qt.rect(10, 11, 6, 6)] : []
-    readonly property list<rect> strokes: symbol === "duplicate" ? [Qt.rect(8, 10, 5, 1.5), Qt.rect(9.75, 8.25, 1.5, 5)] : symbol === "paste" ? [Qt.rect(6, 1, 5, 4)] : symbol === "cut" ? [Qt.rect(8, 1, 1.5, 12), Qt.rect(8, 1, 1.5, 12)] : []
+    // Places and sizes; what is not filled is an outline.
+    readonly property var pictures: ({
+            "copy": [[Qt.rect(2, 1, 9, 11), Qt.rect(6, 5, 9, 11)], []],
+            "duplicate": [[Qt.rect(2, 1, 9, 11), Qt.rect(6, 5, 9, 11)], [Qt.rect(8, 10, 5, 1.5), Qt.rect(9.75, 8.25, 1.5, 5)]],
+            "paste": [[Qt.rect(3, 3, 11, 13)], [Qt.rect(6, 1, 5, 4)]],
+            "cut": [[Qt.rect(2, 11, 6, 6), Qt.rect(10, 11, 6, 6)], [Qt.rect(8, 1, 1.5, 12), Qt.rect(8, 1, 1.5, 12)]],
+            "trash": [[Qt.rect(4, 5, 10, 12)], [Qt.rect(2, 3, 14, 1.5), Qt.rect(7, 1, 4, 1.5), Qt.rect(7, 8, 1.5, 6), Qt.rect(10, 8, 1.5, 6)]],
+            "wave": [[], [Qt.rect(1, 7, 2, 4), Qt.rect(5, 3, 2, 12), Qt.rect(9, 0, 2, 18), Qt.rect(13, 5, 2, 8)]],
+            "pictures": [[Qt.rect(1, 2, 12, 9), Qt.rect(5, 7, 12, 9)], []],
+            "plug": [[Qt.rect(4, 5, 10, 7)], [Qt.rect(6, 1, 1.5, 4), Qt.rect(10.5, 1, 1.5, 4), Qt.rect(8.25, 12, 1.5, 5)]]
+        })
+    readonly property list<rect> sheets: symbol in pictures ? pictures[symbol][0] : []
+    readonly property list<rect> strokes: symbol in pictures ? pictures[symbol][1] : []
 
     width: 18
     height: 18

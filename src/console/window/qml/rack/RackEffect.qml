@@ -22,21 +22,23 @@ Rectangle {
     }
 
     objectName: "rackEffect" + index
-    implicitHeight: Theme.touch
+    implicitHeight: modelData.hasFailed ? Theme.touch + 44 : Theme.touch
     radius: Theme.radius
-    color: Theme.raised
-    border.width: isReplaced ? 2 : 0
-    border.color: Theme.teal
+    color: modelData.hasFailed ? Theme.failed : Theme.raised
+    border.width: isReplaced || modelData.hasFailed ? 2 : 0
+    border.color: isReplaced ? Theme.teal : Theme.panic
 
     Accessible.role: Accessible.ListItem
     Accessible.name: modelData.name
+    Accessible.description: modelData.hasFailed ? failure.reason : ""
 
     RowLayout {
-        anchors.fill: parent
-        anchors.leftMargin: 6
+        width: parent.width
+        height: Theme.touch
         spacing: 2
 
         DragGlyph {
+            Layout.leftMargin: 6
             Layout.alignment: Qt.AlignVCenter
         }
         PushButton {
@@ -82,11 +84,29 @@ Rectangle {
         PushButton {
             objectName: "removeEffect" + row.index
             implicitWidth: 28
-            text: "\u2715"
             spokenName: row.desk.texts.removeEffect + " " + row.modelData.name
             hint: row.hintOf(row.desk.texts.removeEffect)
             isOffered: row.mayChange
             onClicked: row.desk.commands.removeEffect(row.modelData.slotId)
+
+            MenuIcon {
+                anchors.centerIn: parent
+                symbol: "trash"
+                color: Theme.ink
+            }
         }
+    }
+
+    FailedEffect {
+        id: failure
+
+        y: Theme.touch + 2
+        x: 34
+        width: parent.width - x - 4
+        height: 38
+        visible: row.modelData.hasFailed
+        desk: row.desk
+        index: row.index
+        effect: row.modelData
     }
 }

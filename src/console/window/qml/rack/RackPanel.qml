@@ -49,6 +49,7 @@ ChoicePanel {
         Layout.fillWidth: true
         placeholderText: panel.desk.texts.audioEffectSearchPlaceholder
         spokenName: placeholderText
+        hint: readOnly ? panel.desk.hints.notInLiveMode : panel.desk.hints.search
         echo: panel.rack.searchText
         readOnly: !panel.desk.session.mayTypeText
         selectsAll: true
@@ -68,6 +69,7 @@ ChoicePanel {
         Layout.fillWidth: true
         Layout.fillHeight: true
         visible: count > 0
+        spokenName: panel.title
         desk: panel.desk
         pluginRows: panel.rack.rows
         rowName: "effect"

@@ -90,6 +90,7 @@ FocusScope {
                 objectName: panel.objectName + "Close"
                 text: "\u2715"
                 spokenName: panel.desk.texts.closePanel
+                hint: spokenName
                 onClicked: panel.closed()
             }
         }

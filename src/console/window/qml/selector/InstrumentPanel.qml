@@ -30,6 +30,7 @@ ChoicePanel {
             objectName: "playbackSource"
             Layout.fillWidth: true
             Layout.preferredWidth: 100
+            symbol: "wave"
             title: panel.desk.texts.playbackTitle
             subtitle: panel.desk.texts.playbackSubtitle
             hint: panel.desk.texts.notInLiveMode
@@ -40,6 +41,7 @@ ChoicePanel {
             objectName: "visualSource"
             Layout.fillWidth: true
             Layout.preferredWidth: 100
+            symbol: "pictures"
             title: panel.desk.texts.visualTitle
             subtitle: panel.desk.texts.visualSubtitle
             hint: panel.desk.texts.notInLiveMode
@@ -55,6 +57,7 @@ ChoicePanel {
         Layout.fillWidth: true
         placeholderText: panel.desk.texts.pluginSearchPlaceholder
         spokenName: placeholderText
+        hint: readOnly ? panel.desk.hints.notInLiveMode : panel.desk.hints.search
         echo: panel.selector.searchText
         readOnly: !panel.desk.session.mayTypeText
         selectsAll: true
@@ -74,6 +77,7 @@ ChoicePanel {
         Layout.fillWidth: true
         Layout.fillHeight: true
         visible: count > 0
+        spokenName: panel.title
         desk: panel.desk
         pluginRows: panel.selector.rows
         loadedKey: panel.selector.loadedKey

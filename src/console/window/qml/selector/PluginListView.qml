@@ -14,6 +14,7 @@ ListView {
     property string loadedKey
     property pluginRow currentRow
     property bool keepsCurrent // while the list changes around it, but not with the search
+    required property string spokenName
     property string rowName: "plugin"
     property string rowHint: desk.texts.loadHint
     property string triedKey
@@ -69,7 +70,7 @@ ListView {
     onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = 0
 
     Accessible.role: Accessible.List
-    Accessible.name: desk.texts.instruments
+    Accessible.name: spokenName
 
     readonly property PluginRows given: PluginRows {
         id: rows
@@ -84,17 +85,12 @@ ListView {
         }
     }
 
+    readonly property PluginHeadings headings: PluginHeadings {}
+
     model: given
 
     section.property: "section"
-    section.delegate: Caption {
-        required property string section
-
-        width: list.width
-        height: 30
-        verticalAlignment: Text.AlignVCenter
-        text: section
-    }
+    section.delegate: headings.heading
 
     delegate: PluginRowItem {
         width: list.width - 14

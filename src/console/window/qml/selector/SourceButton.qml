@@ -9,6 +9,7 @@ AbstractButton {
 
     required property string title
     required property string subtitle
+    required property string symbol // of a MenuIcon
     property string hint
     property bool isOffered: true
 
@@ -31,17 +32,30 @@ AbstractButton {
     contentItem: Item {
         Column {
             anchors.verticalCenter: parent.verticalCenter
-            x: 12
-            width: parent.width - 24
+            x: 6
+            width: parent.width - 2 * x
             spacing: 2
 
-            Text {
+            Row {
                 width: parent.width
-                text: button.title
-                color: Theme.ink
-                font.pixelSize: Theme.bodyText
-                font.bold: true
-                elide: Text.ElideRight
+                spacing: 4
+
+                MenuIcon {
+                    symbol: button.symbol
+                    color: Theme.teal
+                }
+                Text {
+                    width: parent.width - 22
+                    height: 18
+                    text: button.title
+                    color: Theme.ink
+                    font.pixelSize: Theme.bodyText
+                    font.bold: true
+                    fontSizeMode: Text.HorizontalFit
+                    minimumPixelSize: 12
+                    elide: Text.ElideRight
+                    verticalAlignment: Text.AlignVCenter
+                }
             }
             Text {
                 width: parent.width
@@ -55,6 +69,6 @@ AbstractButton {
 
     Hint {
         over: button
-        text: button.isOffered ? "" : button.hint
+        text: button.isOffered ? button.subtitle : button.hint
     }
 }

@@ -27,6 +27,7 @@ RowLayout {
         objectName: "newSongField"
         Layout.fillWidth: true
         spokenName: row.desk.texts.addSong
+        hint: row.desk.hints.newSongName
         placeholderText: row.desk.texts.addSong
         readOnly: !row.desk.session.mayTypeText
         followsEcho: false
@@ -36,7 +37,8 @@ RowLayout {
         objectName: "addSongButton"
         Layout.preferredWidth: 48
         text: "+"
-        hint: row.desk.hints.addSong
+        isOffered: name.text !== ""
+        hint: isOffered ? row.desk.hints.addSong : row.desk.hints.newSongName
         spokenName: row.desk.texts.addSong
         textSize: 28
         onClicked: row.add()

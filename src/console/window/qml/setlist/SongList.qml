@@ -157,6 +157,12 @@ ListView {
         width: list.width - 16
     }
 
+    // The area over the rows is what the pointer rests on.
+    Hint {
+        over: presses
+        text: list.count > 0 && list.editedRow < 0 && !tracker.isDragging ? list.desk.hints.songRow : ""
+    }
+
     SongDragArea {
         id: presses
 

@@ -19,12 +19,14 @@ PopupMenu {
     PopupEntry {
         objectName: "songMenuRename"
         text: menu.desk.texts.renameSong
+        hint: enabled ? menu.desk.hints.renameSong : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayRenameSong
         onTriggered: menu.desk.commands.beginSongRename(menu.songId)
     }
     PopupEntry {
         objectName: "songMenuDelete"
         text: menu.desk.texts.deleteSong
+        hint: menu.desk.hints.deleteSong
         onTriggered: menu.desk.commands.deleteSong(menu.songId)
     }
 }

@@ -11,6 +11,7 @@ EntryField {
     objectName: "songNameField"
     enabled: desk.session.mayRenameSong
     spokenName: desk.texts.renameSong
+    hint: desk.hints.songName
     placeholderText: "Nombre de canción"
     echo: desk.session.songNameDraft
     selectsAll: true

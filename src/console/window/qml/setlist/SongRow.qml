@@ -42,6 +42,7 @@ Rectangle {
 
     Accessible.role: Accessible.ListItem
     Accessible.name: entry.name
+    Accessible.description: desk.hints.songRow
     Accessible.selected: isSelected
     Accessible.selectable: true
     Accessible.onPressAction: act()

@@ -130,6 +130,7 @@ Popup {
                     height: 30
                     color: Qt.hsva((index % 7) / 7, index < 14 ? 1 : 0.55, index < 7 ? 1 : index < 14 ? 0.65 : 0.95, 1)
                     spokenName: color.toString()
+                    hint: panel.desk.hints.swatch
                     onActed: panel.take(color)
                 }
             }

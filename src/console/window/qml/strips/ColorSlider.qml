@@ -65,4 +65,9 @@ Item {
         }
         onPositionChanged: mouse => slider.put(mouse.x / slider.width)
     }
+
+    Hint {
+        over: slider
+        text: slider.spokenName
+    }
 }

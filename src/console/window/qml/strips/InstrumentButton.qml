@@ -15,8 +15,10 @@ PushButton {
     padding: 0
     text: entry.isPlaying ? "\u25b6 " + entry.instrumentText : entry.instrumentText
     spokenName: desk.texts.instruments + " " + entry.number + " " + entry.instrumentText
-    fill: Theme.panel
-    ink: entry.isPlaying ? Theme.ready : Theme.quietInk
+    hint: desk.hints.instrument
+    fill: entry.instrument === StripViewModel.Failed ? Theme.instrumentFailed : entry.instrument === StripViewModel.Present ? Theme.instrumentPresent : Theme.panel
+    ink: entry.isPlaying ? Theme.ready : entry.instrument === StripViewModel.Empty ? Theme.quietInk : Theme.ink
+    edge: entry.instrument === StripViewModel.Failed ? Theme.panic : Theme.line
     onClicked: {
         if (entry.hasInstrument)
             menu.popup(button, 0, height);
@@ -40,13 +42,21 @@ PushButton {
         id: menu
 
         PopupEntry {
+            objectName: "openInstrument"
+            text: button.desk.texts.openEffect
+            hint: button.desk.hints.noInstrumentWindow
+            enabled: false
+        }
+        PopupEntry {
             objectName: "changeInstrument"
             text: button.desk.texts.changeInstrument
+            hint: button.desk.hints.changeInstrument
             onTriggered: button.desk.commands.openInstrumentSelector(button.entry.channelId)
         }
         PopupEntry {
             objectName: "removeInstrument"
             text: button.desk.texts.removeInstrument
+            hint: button.desk.hints.removeInstrument
             onTriggered: button.desk.commands.removeInstrument(button.entry.channelId)
         }
     }

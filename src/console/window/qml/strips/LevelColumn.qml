@@ -69,6 +69,11 @@ Item {
             Accessible.name: column.desk.texts.level + " " + column.stripName
             Accessible.description: meter.decibels + " dB"
             Accessible.readOnly: true
+
+            Hint {
+                over: meter
+                text: column.desk.hints.meter
+            }
         }
     }
 

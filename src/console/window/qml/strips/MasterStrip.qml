@@ -49,6 +49,7 @@ Rectangle {
             desk: strip.desk
             channelId: strip.desk.master.channelId
             effectCount: strip.desk.master.effectCount
+            hasFailure: strip.desk.master.hasFailedEffect
             title: "MASTER FX"
             owner: "MASTER"
         }
@@ -75,6 +76,7 @@ Rectangle {
             desk: strip.desk
             text: strip.desk.texts.mute
             spokenName: text + " MASTER"
+            hint: strip.desk.hints.masterMute
             isOn: strip.desk.master.mute
             lamp: Theme.muteLit
             learnKind: LearnKind.MasterMute

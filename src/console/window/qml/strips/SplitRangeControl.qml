@@ -30,7 +30,6 @@ ColumnLayout {
             spokenName: "Split " + control.desk.hints.lowestKey + " " + control.entry.number + " " + control.entry.name
             value: control.entry.minNote
             valueText: control.entry.minNoteName
-            isTypable: control.desk.session.mayTypeText
             hint: control.desk.hints.split
             onEntered: draft => control.desk.controls.enterMinNote(control.entry.channelId, draft)
             onStepped: by => control.desk.controls.setMinNote(control.entry.channelId, control.entry.minNote + by)
@@ -47,7 +46,6 @@ ColumnLayout {
             spokenName: "Split " + control.desk.hints.highestKey + " " + control.entry.number + " " + control.entry.name
             value: control.entry.maxNote
             valueText: control.entry.maxNoteName
-            isTypable: control.desk.session.mayTypeText
             hint: control.desk.hints.split
             onEntered: draft => control.desk.controls.enterMaxNote(control.entry.channelId, draft)
             onStepped: by => control.desk.controls.setMaxNote(control.entry.channelId, control.entry.maxNote + by)
@@ -61,6 +59,7 @@ ColumnLayout {
         values: [control.entry.minNote, control.entry.maxNote]
         isFilled: true
         color: control.entry.color
+        hint: control.desk.hints.split
         onMoved: (marker, value) => {
             if (marker === 0)
                 control.desk.controls.setMinNote(control.entry.channelId, value);

@@ -62,6 +62,7 @@ Item {
         width: parent.width - x
         height: parent.height
         spokenName: header.entry.number + " " + header.entry.name
+        hint: readOnly ? header.desk.hints.notInLiveMode : header.desk.hints.stripName
         echo: header.entry.name
         readOnly: !header.desk.session.mayTypeText
         color: activeFocus ? Theme.ink : "transparent"
@@ -71,7 +72,11 @@ Item {
         topPadding: 0
         bottomPadding: 0
         onTyped: text => header.desk.commands.setChannelName(header.entry.channelId, text)
-        onPressed: header.desk.commands.selectStrip(header.entry.channelId)
+        onPressed: event => {
+            header.desk.commands.selectStrip(header.entry.channelId);
+            if (event.button === Qt.RightButton)
+                header.menuWanted();
+        }
         onAccepted: header.forceActiveFocus(Qt.OtherFocusReason)
     }
 

@@ -20,6 +20,7 @@ PopupMenu {
         objectName: "stripMenuCut"
         symbol: "cut"
         text: menu.desk.texts.cutChannel
+        hint: enabled ? menu.desk.hints.cutChannel : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayCutChannel
         onTriggered: menu.desk.commands.cutChannel(menu.channelId)
     }
@@ -27,6 +28,7 @@ PopupMenu {
         objectName: "stripMenuCopy"
         symbol: "copy"
         text: menu.desk.texts.copyChannel
+        hint: enabled ? menu.desk.hints.copyChannel : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayCopyChannel
         onTriggered: menu.desk.commands.copyChannel(menu.channelId)
     }
@@ -34,6 +36,7 @@ PopupMenu {
         objectName: "stripMenuPaste"
         symbol: "paste"
         text: menu.desk.texts.pasteChannel
+        hint: enabled ? menu.desk.hints.pasteChannel : menu.desk.session.mayPasteChannel ? menu.desk.hints.nothingToPaste : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayPasteChannel && menu.desk.session.canPaste
         onTriggered: menu.desk.commands.pasteChannel(menu.channelId)
     }
@@ -41,12 +44,14 @@ PopupMenu {
         objectName: "stripMenuDuplicate"
         symbol: "duplicate"
         text: menu.desk.texts.duplicateChannel
+        hint: enabled ? menu.desk.hints.duplicateChannel : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayDuplicateChannel
         onTriggered: menu.desk.commands.duplicateChannel(menu.channelId)
     }
     PopupEntry {
         objectName: "stripMenuDelete"
         text: menu.desk.texts.deleteChannel
+        hint: enabled ? menu.desk.hints.deleteChannel : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayDeleteChannel
         onTriggered: menu.desk.commands.deleteChannel(menu.channelId)
     }

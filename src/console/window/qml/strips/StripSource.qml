@@ -36,6 +36,7 @@ ColumnLayout {
         desk: source.desk
         channelId: source.entry.channelId
         effectCount: source.entry.effectCount
+        hasFailure: source.entry.hasFailedEffect
         title: "FX"
         owner: source.entry.number + " " + source.entry.name
     }

@@ -30,7 +30,6 @@ ColumnLayout {
             spokenName: "Transpose " + control.entry.number + " " + control.entry.name
             value: control.entry.transpose
             valueText: control.entry.transposeText
-            isTypable: control.desk.session.mayTypeText
             hint: control.desk.hints.transpose
             onEntered: draft => control.desk.controls.enterTranspose(control.entry.channelId, draft)
             onStepped: by => control.desk.controls.setTranspose(control.entry.channelId, control.entry.transpose + by)
@@ -43,6 +42,7 @@ ColumnLayout {
         upper: 48
         values: [control.entry.transpose]
         color: control.entry.color
+        hint: control.desk.hints.transpose
         onMoved: (marker, value) => control.desk.controls.setTranspose(control.entry.channelId, value)
     }
 }

@@ -13,6 +13,7 @@ TextArea {
     readonly property string echo: desk.session.songNotes
     readonly property bool isLive: desk.session.isLive
     readonly property int song: desk.session.selectedSongIndex
+    readonly property string hint: desk.hints.notes
     property bool isEditing
     property bool isFollowing
 
@@ -43,6 +44,7 @@ TextArea {
 
     Accessible.role: Accessible.EditableText
     Accessible.name: desk.texts.notesTitle
+    Accessible.description: hint
 
     Component.onCompleted: follow()
     onEchoChanged: {
@@ -76,6 +78,11 @@ TextArea {
         radius: Theme.radius
         border.width: area.activeFocus ? 2 : 1
         border.color: area.activeFocus ? Theme.teal : Theme.line
+    }
+
+    Hint {
+        over: area
+        text: area.activeFocus ? "" : area.hint // not over what is being written
     }
 
     // The last letter's echo is still on its way when the caret leaves.

@@ -17,6 +17,7 @@ EntryField {
 
     objectName: "tempoField"
     spokenName: desk.texts.tempoTitle
+    hint: desk.hints.tempo
     echo: desk.session.tempoBpm
     selectsAll: true
     font.pixelSize: Theme.tempoText

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Makes the headings of a list. Its components are not bound: from a bound one Qt 6.4 makes no heading, and warns that the component
+// is not ready.
+import QtQuick
+
+QtObject {
+    readonly property Component heading: Component {
+        PluginHeading {}
+    }
+}

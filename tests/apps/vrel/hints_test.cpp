@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "apps/vrel/console_fixture.h"
+#include "text/text.h"
+
+namespace vrel::app::test {
+namespace {
+
+using Controls = std::set<std::string>;
+
+/// Every control that can be seen and used, with what it says when the pointer rests on it.
+class EveryHint : public ConsoleFixture {
+ protected:
+  EveryHint() { QAccessible::setActive(true); }
+  ~EveryHint() override { QAccessible::setActive(false); }
+
+  struct Found {
+    Controls withHint;
+    Controls without;
+  };
+
+  [[nodiscard]] Found walk() {
+    Found found;
+    if (auto* const top = QAccessible::queryAccessibleInterface(driver.program().window.quickWindow())) {
+      visit(*top, found);
+    }
+    return found;
+  }
+
+  /// Whether these words can be read within it.
+  static bool showsText(const QQuickItem& item, const QString& words) {
+    const auto children = item.childItems();
+    return item.isVisible() && ((item.inherits("QQuickText") && item.property("text").toString() == words) ||
+                                std::any_of(children.begin(), children.end(),
+                                            [&](const QQuickItem* child) { return showsText(*child, words); }));
+  }
+
+  /// All that is in sight once this is shown has a hint.
+  void expectHints(const std::string& shown) {
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(shown); })) << shown;
+    const Found found = walk();
+    EXPECT_EQ(found.without, Controls()) << "with " << shown;
+    EXPECT_GT(found.withHint.size(), 3U) << "with " << shown;
+  }
+
+ private:
+  static bool isActionable(QAccessibleInterface& control) {
+    auto* const actions = control.actionInterface();
+    return control.state().focusable || (actions != nullptr && !actions->actionNames().isEmpty());
+  }
+
+  /// What holds controls, and what says in words of its own that there is nothing to choose.
+  static bool needsNoHint(QAccessibleInterface& control, const QQuickItem& item) {
+    static constexpr std::array roles{QAccessible::List,    QAccessible::Grouping,   QAccessible::ScrollBar,
+                                      QAccessible::MenuBar, QAccessible::Window,     QAccessible::Client,
+                                      QAccessible::Dialog,  QAccessible::StaticText, QAccessible::Heading};
+    static constexpr std::array nothing{TextKey::noRecentFiles, TextKey::visualNoExternalDisplays,
+                                        TextKey::audioNoOutputs};
+    const auto text = item.property("text").toString().toStdString();
+    const bool isNothing = std::any_of(nothing.begin(), nothing.end(),
+                                       [&](TextKey key) { return text == vrel::text(key, Language::english); });
+    return std::find(roles.begin(), roles.end(), control.role()) != roles.end() || isNothing ||
+           item.inherits("QQuickMenuBarItem") || item.property("subMenu").value<QObject*>() != nullptr;
+  }
+
+  /// The words of its bubble. A row of a list lies under an area that shows them, and has them beside its name.
+  static std::string hintOf(QAccessibleInterface& control, const QQuickItem& item) {
+    const auto parts = item.findChildren<QQuickItem*>(QString(), Qt::FindDirectChildrenOnly);
+    for (const QQuickItem* const part : parts) {
+      if (part->property("over").value<QQuickItem*>() == &item) {
+        return part->property("text").toString().toStdString();
+      }
+    }
+    return control.role() == QAccessible::ListItem ? control.text(QAccessible::Description).toStdString() : "";
+  }
+
+  static void visit(QAccessibleInterface& parent, Found& found) {
+    for (int child = 0; child < parent.childCount(); ++child) {
+      auto* const control = parent.child(child);
+      if (control == nullptr || control->state().invisible) {
+        continue;
+      }
+      const auto* const item = qobject_cast<QQuickItem*>(control->object());
+      if (item != nullptr && isActionable(*control) && !needsNoHint(*control, *item)) {
+        const auto name = item->objectName().toStdString() + " \"" + control->text(QAccessible::Name).toStdString() +
+                          "\" " + item->metaObject()->className();
+        (hintOf(*control, *item).empty() ? found.without : found.withHint).insert(name);
+      }
+      visit(*control, found);
+    }
+  }
+};
+
+TEST_F(EveryHint, IsThereInTheWindowInBothModesAndWhileLearning) {
+  driver.click("addChannelButton");
+  expectHints("strip1");
+  EXPECT_GT(walk().withHint.size(), 60U);
+  driver.onLogic([](Session& session) {
+    session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel");
+    session.content().setlistFiles().damagedSetlist.set("/nowhere/gig.vrel");
+    session.engine().channels()[1]->status.set(ChannelStatus::crashed);
+  });
+  expectHints("failure1");
+  expectHints("openNewestCopy");
+  driver.click("learnButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLearning(); }));
+  expectHints("performanceSustain");
+  driver.key("Escape");
+  driver.click("liveButton");
+  expectHints("liveBanner");
+  driver.click("setup0");
+  expectHints("transpose0");
+}
+
+TEST_F(EveryHint, IsShownWhenThePointerRestsOnAControlAlsoOnOneThatIsDisabled) {
+  const auto showsBubble = [this](const std::string& control, const std::string& words) {
+    driver.pointAt(control);
+    return driver.eventually([&] {
+      return showsText(*driver.program().window.quickWindow()->contentItem(), QString::fromStdString(words));
+    });
+  };
+  EXPECT_TRUE(showsBubble("stripInstrument0", "What this strip plays; press to choose"));
+  EXPECT_TRUE(showsBubble("revive0", "Nothing has failed here"));
+  EXPECT_TRUE(showsBubble("songName0", "Press to play; double click to rename; drag to move"));
+}
+
+TEST_F(EveryHint, IsThereInThePanels) {
+  driver.click("stripInstrument0");
+  expectHints("instrumentPanel");
+  driver.key("Escape");
+  driver.onLogic([](Session& session) {
+    auto& strip = *session.engine().channels()[0];
+    strip.effectSlots.set({{.pluginPath = "aucd:1:2:3", .pluginName = "Old Hall"}});
+    strip.failedEffects.set({strip.effectSlots.get().front().id});
+    MidiControlAssignment learned;
+    learned.target.kind = MidiControlKind::panic;
+    session.state().globalMidiControlAssignments.set({learned});
+  });
+  driver.click("rack0");
+  expectHints("reviveEffect0");
+  driver.key("Escape");
+  driver.onLogic([](Session& session) { session.content().learnedControls().isShown.set(true); });
+  expectHints("forgetLearned0");
+  driver.key("Escape");
+  driver.click("stripNumber0");
+  expectHints("colorPanelClose");
+}
+
+TEST_F(EveryHint, IsThereOnTheLinesOfTheMenus) {
+  driver.rightClick("stripNumber0");
+  expectHints("stripMenuPaste");
+  driver.key("Escape");
+  driver.rightClick("songName0");
+  expectHints("songMenuRename");
+  driver.click("songMenuRename");
+  expectHints("songNameField");
+  driver.key("Return");
+  driver.click("languagePicker");
+  expectHints("language4");
+  driver.key("Escape");
+  driver.click("pitchPicker");
+  expectHints("pitch0");
+  driver.key("Escape");
+  for (const auto& [menu, line] : {std::pair("VREL", "Quit VREL"),
+                                   {"File", "Save As..."},
+                                   {"Edit", "Undo"},
+                                   {"Mode", "Clear All MIDI Learn"},
+                                   {"Visual", "Close Projection"},
+                                   {"Help", "VREL Help"}}) {
+    driver.click(menu);
+    expectHints(line);
+    driver.key("Escape");
+    ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(line); })) << line;
+  }
+}
+
+}  // namespace
+}  // namespace vrel::app::test
