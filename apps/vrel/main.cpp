@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "vrel/application.h"
+#include "vrel/display_choice.h"
 #include "vrel/session_bus.h"
 #include "vrel/termination.h"
 #include "vrel/widgets.h"
@@ -11,6 +12,7 @@
 int main(int argc, char** argv) {
   using namespace std::chrono_literals;
   vrel::app::forgoAbsentSessionBus();
+  vrel::app::preferX11();
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("VREL"));
   QApplication::setQuitOnLastWindowClosed(false);

@@ -35,6 +35,11 @@ NSScreen screenOf(const QScreen& screen) {
   return {screen.name().toStdString(), {area.x(), area.y(), area.width(), area.height()}};
 }
 
+/// Whether the compositor alone places windows, and knows the space that panels leave.
+bool isOnWayland() {
+  return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
 bool isTextField(const QQuickItem* item) {
   return item != nullptr && (item->inherits("QQuickTextInput") || item->inherits("QQuickTextEdit")) &&
          !item->property("readOnly").toBool();
@@ -99,7 +104,8 @@ bool UiThread::load() {
   engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
   const WindowSize size = defaultWindowSize(screens());
   engine_->setInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)},
-                                 {QStringLiteral("openingSize"), QSize(size.width, size.height)}});
+                                 {QStringLiteral("openingSize"), QSize(size.width, size.height)},
+                                 {QStringLiteral("opensMaximized"), isOnWayland()}});
   engine_->load(QUrl(QStringLiteral("qrc:/qt/qml/Vrel/Console/qml/Main.qml")));
   if (engine_->rootObjects().isEmpty()) {
     return false;
@@ -166,7 +172,7 @@ void UiThread::apply(window::MirrorBatch batch, std::function<void()> taken) {
 
 void UiThread::setWindowFrame(const ScreenRect& frame) {
   here([this, frame] {
-    if (quickWindow_ != nullptr) {
+    if (quickWindow_ != nullptr && !isOnWayland()) {
       quickWindow_->setGeometry(frame.x, frame.y, frame.width, frame.height);
     }
   });

@@ -29,6 +29,7 @@ class WholeProgram : public testing::Test {
     auto environment = QProcessEnvironment::systemEnvironment();
     const QString sanitizer = QStringLiteral("ASAN_OPTIONS");
     environment.insert(sanitizer, environment.value(sanitizer) + QStringLiteral(":detect_leaks=0"));
+    change(environment);
     program.setProcessEnvironment(environment);
     program.start(QStringLiteral(VREL_PROGRAM), QStringList());
   }
@@ -37,6 +38,9 @@ class WholeProgram : public testing::Test {
     program.kill();
     program.waitForFinished();
   }
+
+  /// What of the environment is another for the program.
+  virtual void change(QProcessEnvironment& /*environment*/) {}
 
   /// By its one control that shines red from afar, above everything else.
   [[nodiscard]] static bool showsPanic() {

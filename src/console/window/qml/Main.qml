@@ -11,6 +11,8 @@ Window {
     required property ConsoleModel desk
     // Of one screen: the window must not open across the one that the audience sees.
     required property size openingSize
+    // Where only the desktop knows how much space it has.
+    required property bool opensMaximized
 
     readonly property bool isLive: desk.session.isLive
     readonly property bool isAsked: desk.alert.isShown
@@ -36,6 +38,7 @@ Window {
     width: openingSize.width
     height: openingSize.height
     visible: true
+    visibility: opensMaximized ? Window.Maximized : Window.Windowed
     flags: Qt.Window | Qt.FramelessWindowHint
     title: desk.texts.appTitle
     color: Theme.background
