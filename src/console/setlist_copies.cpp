@@ -56,6 +56,13 @@ fs::path pathFileOf(const fs::path& directory) {
   return fs::path(directory.string() + ".path");
 }
 
+/// Without it a copy can be opened all the same.
+void notePath(FileManager& files, const fs::path& directory, const fs::path& setlist) {
+  if (!files.fileExists(pathFileOf(directory))) {
+    static_cast<void>(files.writeAtomically(pathFileOf(directory), files.canonicalPath(setlist).string()));
+  }
+}
+
 std::string hexText(std::uint64_t number) {
   constexpr std::size_t digits = 16;
   std::string text(digits, '0');
@@ -111,15 +118,19 @@ bool SetlistCopies::keep(const fs::path& setlist) {
   const auto numbers = numbersIn(directory);
   const auto newest = numbers.empty() ? 0 : numbers.front();
   const bool isKept = !numbers.empty() && holds(directory / nameOf(newest), bytes.value());
+  const bool isGood = isKept || readSetlist(bytes.value());
   Outcome failure;
-  if (!isKept && readSetlist(bytes.value())) {
+  if (isGood && !isKept) {
     failure = add(setlist, newest + 1, bytes.value());
   }
   if (failure) {
     logFailure(setlist, *failure);
   }
+  if (!numbers.empty()) {
+    notePath(files_, directory, setlist);  // the first ones may have been made without
+  }
   tidy(directory);
-  return !failure;
+  return isGood && !failure;
 }
 
 std::optional<fs::path> SetlistCopies::newestGoodCopyOf(const fs::path& setlist) const {
@@ -153,10 +164,7 @@ Outcome SetlistCopies::add(const fs::path& setlist, std::uint64_t number, const 
   if (auto failure = files_.createDirectory(directory)) {
     return failure;
   }
-  // Without it a copy can be opened all the same.
-  if (!files_.fileExists(pathFileOf(directory))) {
-    static_cast<void>(files_.writeAtomically(pathFileOf(directory), files_.canonicalPath(setlist).string()));
-  }
+  notePath(files_, directory, setlist);
   return files_.writeAtomically(directory / nameOf(number), bytes);
 }
 

@@ -36,7 +36,7 @@ class SetlistCopies {
       : files_(files), console_(console), directory_(std::move(directory)) {}
 
   /// Keeps what the setlist holds now. A failure is logged. Whether nothing is lost when the setlist is overwritten: it
-  /// is kept, or does not exist, or cannot be opened anyway.
+  /// is kept, or does not exist. What cannot be opened is not kept, though a person may still mend it.
   [[nodiscard]] bool keep(const std::filesystem::path& setlist);
 
   /// The copies of a setlist, newest first.

@@ -98,6 +98,7 @@ void SetlistFiles::openNewestCopy() {
     return;
   }
   if (const auto copy = copies_.newestGoodCopyOf(*damaged)) {
+    damagedSetlist.set(damaged);  // a save that was asked for has reset it
     loadSetlist(*copy);
   }
 }
@@ -110,13 +111,16 @@ void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
     offerCopyOf(path);
     return;
   }
+  // What was opened from a copy is saved to the place of its setlist, also when no file says any more which one it is.
+  auto original = copies_.setlistOf(path);
+  if (const auto damaged = damagedSetlist.get(); damaged && path.parent_path() == copies_.directoryOf(*damaged)) {
+    original = damaged;
+  }
   damagedSetlist.set(std::nullopt);
   state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
   state_.songs.set(std::move(setlist.value().songs));
   state_.globalMidiControlAssignments.set(std::move(setlist.value().globalMidiControlAssignments));
   engine_.pluginPool().prewarmPlugins(state_.songs.get());
-  // What was opened from a copy is saved to the place of its setlist.
-  const auto original = copies_.setlistOf(path);
   state_.currentFilePath.set(original.value_or(path));
   state_.addRecentFile(original.value_or(path));
   state_.isDirty.set(false);

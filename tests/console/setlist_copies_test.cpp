@@ -191,6 +191,31 @@ TEST_F(CopiesOfSetlists, ACopyThatIsOpenedByHandIsSavedToThePlaceOfItsSetlist) {
   EXPECT_EQ(kept(gig), (Names{"v2", "v1"}));
 }
 
+TEST_F(CopiesOfSetlists, ACopyWhosePathFileIsMissingIsSavedToTheDamagedPlace) {
+  save("v1");
+  save("v2");
+  files.files.erase(copies.directoryOf(gig).string() + ".path");
+  files.files[gig].resize(20);
+  setlistFiles.loadSetlist(gig);
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.openNewestCopy();
+  EXPECT_EQ(state.currentFilePath.get(), gig);
+  EXPECT_TRUE(state.isDirty.get());
+  EXPECT_TRUE(setlistFiles.saveSetlist());
+  EXPECT_EQ(namesOnDisk(gig), Names{"v1"});
+}
+
+TEST_F(CopiesOfSetlists, APathFileThatIsMissingIsWrittenByTheNextSave) {
+  save("v1");
+  save("v2");
+  save("v1");
+  const std::string pathFile = copies.directoryOf(gig).string() + ".path";
+  files.files.erase(pathFile);
+  files.files[gig] = files.files[copies.copiesOf(gig).at(0)];
+  save("v3");
+  EXPECT_EQ(files.files[pathFile], gig) << "though the newest copy held the file already";
+}
+
 TEST_F(CopiesOfSetlists, NothingIsOfferedWithoutAGoodCopyNorOpenedInLiveMode) {
   save("v1");
   files.files[gig].resize(20);
@@ -366,6 +391,21 @@ TEST_F(PowerCut, InASaveOverAFileThatAnEarlierOneHasDamagedCostsNothing) {
   save("v2");
   files.files[gig].resize(30);
   cutAtEveryStep({"v1"});
+}
+
+TEST_F(PowerCut, InASaveOverAFileThatCannotBeOpenedLeavesTheOldBytesOrTheNew) {
+  const std::string broken = setlistText({"old"}).substr(0, 60);
+  files.place(gig, broken);
+  bool isSaved = false;
+  for (std::size_t steps = 0; !isSaved; ++steps) {
+    files.stepsTaken = 0;
+    files.stepsBeforePowerCut = steps;
+    isSaved = save("new");
+    files.bringPowerBack();
+    ASSERT_TRUE(files.files[gig] == broken || namesOnDisk(gig) == Names{"new"}) << "cut after step " << steps;
+    files.files[gig] = isSaved ? files.files[gig] : broken;
+  }
+  EXPECT_EQ(namesOnDisk(gig), Names{"new"});
 }
 
 }  // namespace

@@ -76,13 +76,16 @@ class KilledSave : public ScratchTest {
 
   /// In a process of its own: opens the gig, edits it to be `notes`, and saves it, to be killed before the given call
   /// of the save. Whether the save came to its end.
-  bool saveInChild(const std::string& notes, std::size_t killedCall) {
+  bool saveInChild(const std::string& notes, std::size_t killedCall) { return saveInChild(notes, killedCall, gig); }
+
+  /// The same, but opens another file, and saves it over the gig.
+  bool saveInChild(const std::string& notes, std::size_t killedCall, const fs::path& opened) {
     const pid_t child = ::fork();
     if (child == 0) {
       WatchedCalls calls;
       calls.mostBytesPerWrite = 30'000;
       Program program(calls, root);
-      program.setlistFiles.loadSetlist(gig);
+      program.setlistFiles.loadSetlist(opened);
       program.state.songNotes.set(notes);
       calls.before = [killedCall, count = std::size_t{0}](const std::string& /*call*/) mutable {
         if (count++ == killedCall) {
@@ -90,7 +93,7 @@ class KilledSave : public ScratchTest {
         }
         return 0;
       };
-      ::_exit(program.setlistFiles.saveSetlist() && program.console.lines.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
+      ::_exit(program.setlistFiles.writeSetlist(gig) && program.console.lines.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     int status = 0;
     ::waitpid(child, &status, 0);
@@ -234,6 +237,27 @@ TEST_F(KilledSave, ManyAtRandomMomentsLoseNothing) {
   RecordProperty("killed", killed);
   RecordProperty("oldVersionKept", kept);
   RecordProperty("openedFromACopy", damaged);
+}
+
+TEST_F(KilledSave, OneOverAFileThatCannotBeOpenedLeavesItsBytesOrTheNewVersion) {
+  const std::string broken = version("old").substr(0, 50'000);
+  const auto fresh = version("new");
+  const fs::path other = root / "other.vrel";
+  for (std::size_t call = 0;; ++call) {
+    fs::remove_all(root);  // with what a killed save has left: the next child would use its name
+    fs::create_directory(root);
+    writeFile(other, version("other"));
+    writeFile(gig, broken);
+    const bool isSaved = saveInChild("new", call, other);
+    const auto left = textOf(gig);
+    EXPECT_TRUE(left == broken || left == fresh) << "killed before call " << call;
+    if (isSaved) {
+      EXPECT_EQ(left, fresh);
+      EXPECT_GT(call, 5U);
+      break;
+    }
+    ASSERT_LT(call, 500U);
+  }
 }
 
 TEST_F(KilledSave, WhatItLeavesOfACopyIsGoneAfterTheNextSave) {
