@@ -25,8 +25,7 @@ struct NSAlert;
 ///
 /// No failure of a file is shown in a dialog: it goes to the console, and everything stays as it was. A setlist is
 /// written into its file in place; the last good version of an existing one is kept beforehand, see SetlistCopies, and
-/// where none holds the same the file is replaced atomically. One of more than `mostSetlistBytes` is neither read nor
-/// written.
+/// where none has it the file is replaced atomically. One of more than `mostSetlistBytes` is neither read nor written.
 ///
 /// Main thread, which is blocked while a setlist is captured, read or written; a question lets the main queue go on.
 class SetlistFiles {
