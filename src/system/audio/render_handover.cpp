@@ -7,7 +7,9 @@
 namespace vrel::audio {
 
 void RenderHandover::Port::render(float* left, float* right, std::uint32_t frameCount) noexcept {
-  const bool isSounding = handover_.renderFor(*this, left, right, frameCount);
+  isInside_ = true;
+  const bool isSounding = !isRetired_ && handover_.renderFor(*this, left, right, frameCount);
+  isInside_ = false;
   if (!isSounding) {
     std::fill_n(left, frameCount, 0.0F);
     std::fill_n(right, frameCount, 0.0F);
@@ -21,6 +23,13 @@ void RenderHandover::Port::render(float* left, float* right, std::uint32_t frame
   }
   isSilent_ = !isSounding;
   blocks_.fetch_add(1, std::memory_order_relaxed);
+}
+
+void RenderHandover::Port::retire() {
+  isRetired_ = true;
+  while (isInside_) {
+    std::this_thread::yield();
+  }
 }
 
 bool RenderHandover::renderFor(const Port& port, float* left, float* right, std::uint32_t frameCount) noexcept {

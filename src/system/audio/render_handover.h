@@ -19,13 +19,16 @@ namespace vrel::audio {
 class RenderHandover {
  public:
   /// What a device asks for its blocks, silent until it is selected. It ends when its device does not call it any more,
-  /// and before the handover.
+  /// and before the handover, unless it is retired.
   class Port final : public BlockRenderer {
    public:
     explicit Port(RenderHandover& handover) : handover_(handover) {}
 
     void render(float* left, float* right, std::uint32_t frameCount) noexcept override;
     void pump() override {}
+
+    /// From now on it plays silence, and the handover may end before it. Waits for the block under way.
+    void retire();
 
     /// The device has been silent by itself: what it plays next begins from silence. Any thread.
     void noteGap() { hasGap_ = true; }
@@ -39,6 +42,8 @@ class RenderHandover {
     std::atomic<std::uint64_t> blocks_{0};
     std::atomic<bool> isSilent_{true};
     std::atomic<bool> hasGap_{false};
+    std::atomic<bool> isRetired_{false};
+    std::atomic<bool> isInside_{false};  // of the handover
     SoftEdges edges_{true};
   };
 

@@ -58,6 +58,9 @@ class AudioBackend {
   /// What the UIDs of its devices begin with.
   [[nodiscard]] virtual std::string uidPrefix() const = 0;
 
+  /// Whether all its devices are behind one server, so that none of them answers while it hangs.
+  [[nodiscard]] virtual bool isServer() const { return true; }
+
   /// The devices of this moment, inputs too; none when there is nothing behind this way.
   [[nodiscard]] virtual std::vector<AudioDeviceDescription> devices() = 0;
 

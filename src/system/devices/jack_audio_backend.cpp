@@ -6,15 +6,18 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <iterator>
 
+#include "system/devices/bounded_call.h"
 #include "system/devices/jack_client.h"
 
 namespace vrel::system {
 namespace {
 
 constexpr const char* audioType = JACK_DEFAULT_AUDIO_TYPE;
+constexpr std::chrono::seconds longestList{2};
 
 std::vector<AudioDeviceDescription> listDevices(jack_client_t* client) {
   std::vector<AudioDeviceDescription> devices;
@@ -202,11 +205,16 @@ void JackStream::noticePorts(jack_port_id_t /*port*/, int isRegistered, void* st
 }  // namespace
 
 std::vector<AudioDeviceDescription> JackAudioBackend::devices() {
-  std::vector<AudioDeviceDescription> devices;
-  if (const auto client = JackClient::open("vrel-list", serverName_, {})) {
-    client->use([&](jack_client_t* library) { devices = listDevices(library); });
+  if (listed_.use_count() > 1) {
+    return {};  // the call that hangs is not to be joined by another one
   }
-  return devices;
+  listed_ = std::make_shared<std::vector<AudioDeviceDescription>>();
+  const auto list = [devices = listed_, serverName = serverName_] {
+    if (const auto client = JackClient::open("vrel-list", serverName, {})) {
+      client->use([&](jack_client_t* library) { *devices = listDevices(library); });
+    }
+  };
+  return endsWithin(longestList, list) ? *listed_ : std::vector<AudioDeviceDescription>();
 }
 
 Result<std::unique_ptr<OutputStream>> JackAudioBackend::open(const std::string& deviceName,

@@ -28,6 +28,7 @@ class JackAudioBackend final : public AudioBackend {
 
  private:
   const std::string serverName_;
+  std::shared_ptr<std::vector<AudioDeviceDescription>> listed_;  // shared with a list that a server holds up
 };
 
 }  // namespace vrel::system

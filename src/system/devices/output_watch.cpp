@@ -5,12 +5,15 @@
 #include <system_error>
 #include <utility>
 
+#include "system/devices/bounded_call.h"
+
 namespace vrel::system {
 namespace {
 
 constexpr int ticksUntilStalled = 5;
 constexpr int ticksBetweenLooks = 10;
 constexpr int ticksBetweenLooksWhenLost = 5;
+constexpr std::chrono::milliseconds longestClose{500};
 
 }  // namespace
 
@@ -47,6 +50,12 @@ void OutputWatch::end() {
   if (thread_.joinable()) {
     thread_.join();
   }
+  std::vector<Session> closing;
+  {
+    const MutexLock lock(mutex_);
+    closing.swap(closing_);
+  }
+  closeAll(std::move(closing));
 }
 
 void OutputWatch::follow(Session session, std::string deviceUID) {
@@ -70,6 +79,10 @@ void OutputWatch::pause() {
 void OutputWatch::close(Session session) {
   {
     const MutexLock lock(mutex_);
+    if (session_ == session) {
+      session_ = nullptr;  // whoever closes it has it to itself
+      isFollowing_ = false;
+    }
     closing_.push_back(std::move(session));
   }
   changed_.notify_all();
@@ -104,7 +117,7 @@ std::optional<OutputWatch::Task> OutputWatch::nextTask() {
 }
 
 void OutputWatch::carryOut(Task task) {
-  task.closing.clear();
+  closeAll(std::move(task.closing));
   if (task.generation != watchedGeneration_) {
     watchedGeneration_ = task.generation;
     lastBlocks_ = 0;
@@ -128,6 +141,15 @@ void OutputWatch::carryOut(Task task) {
       found_ = std::move(found);
     }
     notify();
+  }
+}
+
+// What a server holds up is left behind, and ends with it.
+void OutputWatch::closeAll(std::vector<Session> sessions) {
+  for (auto& session : sessions) {
+    session->port.retire();
+    const auto held = std::make_shared<Session>(std::move(session));
+    static_cast<void>(endsWithin(longestClose, [held] { held->reset(); }));
   }
 }
 
@@ -161,10 +183,9 @@ OutputWatch::Session OutputWatch::lookFor(const Session& present, const std::str
     return nullptr;
   }
   ticksSinceLook_ = 0;
-  if (present && hasNoBlocks()) {
-    return nullptr;  // its server answers nobody
-  }
-  auto opened = hardware_.lookFor({.deviceUID = deviceUID, .stream = present ? present->stream.get() : nullptr});
+  auto opened = hardware_.lookFor({.deviceUID = present ? present->deviceUID : deviceUID,
+                                   .stream = present ? present->stream.get() : nullptr,
+                                   .isHung = present && hasNoBlocks()});
   if (!opened) {
     return nullptr;
   }

@@ -66,7 +66,8 @@ class OutputWatch {
   /// Watches and looks for nothing until the next `follow`.
   void pause();
 
-  /// Closes a device on the watch's thread, which a sound server may hold up.
+  /// Closes a device on the watch's thread. One that a sound server holds up for half a second is left behind, until
+  /// the server answers or ends; it plays silence and refers to nothing here.
   void close(Session session);
 
   /// Whether the device that is followed asks for no blocks.
@@ -93,6 +94,7 @@ class OutputWatch {
   void run();
   [[nodiscard]] std::optional<Task> nextTask();
   void carryOut(Task task);
+  static void closeAll(std::vector<Session> sessions);
   void examine(const Task& task);
   [[nodiscard]] bool hasNoBlocks() const;
   [[nodiscard]] Session lookFor(const Session& present, const std::string& deviceUID);

@@ -32,6 +32,10 @@ std::string RtAudioBackend::uidPrefix() const {
   return RtAudio::getApiName(api_);
 }
 
+bool RtAudioBackend::isServer() const {
+  return api_ != RtAudio::LINUX_ALSA;
+}
+
 std::vector<AudioDeviceDescription> RtAudioBackend::devices() {
   if (library_ && library_->isStuck && library_.use_count() > 1) {
     return {};  // the call that hangs is not to be joined by another one

@@ -21,6 +21,7 @@ class RtAudioBackend final : public AudioBackend {
   explicit RtAudioBackend(RtAudio::Api api);
 
   [[nodiscard]] std::string uidPrefix() const override;
+  [[nodiscard]] bool isServer() const override;
   [[nodiscard]] std::vector<AudioDeviceDescription> devices() override;
   /// For ALSA, whether a device has come or gone.
   [[nodiscard]] bool mayHaveChanged() const override;

@@ -8,7 +8,7 @@ namespace vrel::system {
 
 std::vector<SystemAudioHardware::Device> SystemAudioHardware::list(AudioBackend& backend) {
   std::vector<Device> devices;
-  for (auto& description : backend.devices()) {
+  for (auto& description : ask(backend)) {
     auto uid = backend.uidPrefix() + ":" + description.name;
     const auto id = ids_.try_emplace(uid, static_cast<AudioObjectID>(ids_.size() + 1)).first->second;
     {
@@ -18,6 +18,29 @@ std::vector<SystemAudioHardware::Device> SystemAudioHardware::list(AudioBackend&
     devices.push_back({&backend, std::move(description), std::move(uid), id});
   }
   return devices;
+}
+
+std::vector<AudioDeviceDescription> SystemAudioHardware::ask(AudioBackend& backend) const {
+  return isAvoided(backend) ? std::vector<AudioDeviceDescription>() : backend.devices();
+}
+
+void SystemAudioHardware::avoid(const std::string& deviceUID, const std::weak_ptr<const void>& session) {
+  const AudioBackend* const backend = backendOf(deviceUID);
+  if (backend != nullptr && backend->isServer()) {
+    const MutexLock lock(settingsMutex_);
+    hung_[backend] = session;
+  }
+}
+
+bool SystemAudioHardware::isAvoided(const std::string& deviceUID) const {
+  const AudioBackend* const backend = backendOf(deviceUID);
+  return backend != nullptr && isAvoided(*backend);
+}
+
+bool SystemAudioHardware::isAvoided(const AudioBackend& backend) const {
+  const MutexLock lock(settingsMutex_);
+  const auto found = hung_.find(&backend);
+  return found != hung_.end() && !found->second.expired();
 }
 
 void SystemAudioHardware::look() {
@@ -187,7 +210,7 @@ std::optional<SystemAudioHardware::Opened> SystemAudioHardware::openDefault(Audi
     if (backend != nullptr && backend != each.get()) {
       continue;
     }
-    const auto devices = each->devices();
+    const auto devices = ask(*each);
     if (const auto name = defaultOutput(devices)) {
       return openWhenThere(*each, each->uidPrefix() + ":" + *name);
     }
@@ -197,9 +220,12 @@ std::optional<SystemAudioHardware::Opened> SystemAudioHardware::openDefault(Audi
 
 std::optional<SystemAudioHardware::Opened> SystemAudioHardware::lookFor(const Present& present) {
   const auto preferredUID = preferred();
+  if (present.isHung && preferredUID.value_or(present.deviceUID) == present.deviceUID) {
+    return std::nullopt;
+  }
   const bool isLost = present.stream == nullptr;
   std::optional<std::string> systemDefault;
-  if (!isLost) {
+  if (!isLost && !present.isHung) {
     systemDefault = present.stream->systemDefault();
   }
   const MutexLock lock(lookMutex_);

@@ -65,10 +65,19 @@ class SystemAudioHardware final : public AudioHardware {
   struct Present {
     std::string deviceUID;
     OutputStream* stream = nullptr;  // null when lost
+    bool isHung = false;             // asks for no blocks, and is not to be asked itself
   };
 
+  /// Asks the server behind this device nothing while `session` lives, since it hangs: neither lists nor opens wait for
+  /// it, and the devices of the next backend are listed. Without a session it is asked again. Any thread; never waits.
+  void avoid(const std::string& deviceUID, const std::weak_ptr<const void>& session);
+
+  /// Whether the server behind this device is avoided. Any thread; never waits.
+  [[nodiscard]] bool isAvoided(const std::string& deviceUID) const;
+
   /// Opens what should be played on in the place of `present`: the preferred device; without one, the default of the
-  /// same backend. What was lost is opened again when it is back. Nothing when there is nothing better.
+  /// same backend. What was lost is opened again when it is back. Nothing when there is nothing better; in the place of
+  /// what hangs, only the preferred device.
   ///
   /// Another backend is never taken in the place of a lost one: it may hold the very card that the sound server which
   /// comes back needs.
@@ -91,7 +100,9 @@ class SystemAudioHardware final : public AudioHardware {
   [[nodiscard]] const Device* find(AudioObjectID id) VREL_REQUIRES(lookMutex_);
   [[nodiscard]] const Device* findDefault() const VREL_REQUIRES(lookMutex_);
   [[nodiscard]] const Device* findByUID(const std::string& uid) const VREL_REQUIRES(lookMutex_);
-  [[nodiscard]] AudioBackend* backendOf(const std::string& uid) const VREL_REQUIRES(lookMutex_);
+  [[nodiscard]] AudioBackend* backendOf(const std::string& uid) const;
+  [[nodiscard]] bool isAvoided(const AudioBackend& backend) const;
+  [[nodiscard]] std::vector<AudioDeviceDescription> ask(AudioBackend& backend) const VREL_REQUIRES(lookMutex_);
   [[nodiscard]] Result<Opened> open(const Device& device) const VREL_REQUIRES(lookMutex_);
   [[nodiscard]] std::optional<Opened> openWhenThere(AudioBackend& backend, const std::string& uid)
       VREL_REQUIRES(lookMutex_);
@@ -111,6 +122,8 @@ class SystemAudioHardware final : public AudioHardware {
   std::optional<std::string> currentUID_ VREL_GUARDED_BY(settingsMutex_);
   std::optional<std::string> preferredUID_ VREL_GUARDED_BY(settingsMutex_);
   std::uint64_t revision_ VREL_GUARDED_BY(settingsMutex_) = 0;
+  // Servers that hang, until what is still open on them has ended.
+  std::map<const AudioBackend*, std::weak_ptr<const void>> hung_ VREL_GUARDED_BY(settingsMutex_);
 };
 
 }  // namespace vrel::system

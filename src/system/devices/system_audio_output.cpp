@@ -45,7 +45,11 @@ Outcome SystemAudioOutput::prepare() {
 
 void SystemAudioOutput::choose(const OutputChoice& choice) {
   if (session_ && watch_.isStalled()) {
-    return;  // its server answers nobody, and would hold us up
+    const auto chosen = choice.deviceUID.value_or(session_->deviceUID);
+    if (chosen == session_->deviceUID || hardware_.isAvoided(chosen)) {
+      return;  // its server answers nobody, and would hold us up
+    }
+    close(std::exchange(session_, nullptr));
   }
   if (session_ && !session_->stream->lossReason() &&
       choice.deviceUID.value_or(session_->deviceUID) == session_->deviceUID) {
@@ -126,6 +130,9 @@ Outcome SystemAudioOutput::start(audio::BlockRenderer& renderer) {
 }
 
 void SystemAudioOutput::stop() {
+  if (session_ && watch_.isStalled()) {
+    close(std::exchange(session_, nullptr));
+  }
   watch_.pause();
   const bool wasHeard = isHeard() && isRunning();
   handover_.withdraw();
@@ -181,10 +188,12 @@ void SystemAudioOutput::bridgeStall(bool isStalled) {
   if (isStalled && !null_) {
     const std::string reason = "it asks for no more sound";
     session_->port.noteGap();
+    hardware_.avoid(session_->deviceUID, session_);
     playToNobody();
     say("Audio output device lost: " + session_->deviceName + ": " + reason);
     showState(reason);
   } else if (!isStalled && null_) {
+    hardware_.avoid(session_->deviceUID, {});
     handover_.select(session_->port);
     null_.reset();
     sayDevice();
@@ -205,12 +214,15 @@ void SystemAudioOutput::moveTo(Session session) {
     }
     return;
   }
+  const bool wasHeard = isHeard();
   handover_.select(session->port);
   null_.reset();
   auto former = std::exchange(session_, nullptr);
   use(std::move(session));
   if (former) {
-    awaitSilence(*former);
+    if (wasHeard) {
+      awaitSilence(*former);
+    }
     close(std::move(former));
   }
   sayDevice();

@@ -12,8 +12,10 @@
 #include "simulation/recording_console.h"
 #include "support/devices/jack_peer.h"
 #include "system/audio/render_engine.h"
+#include "system/devices/jack_audio_backend.h"
 #include "system/devices/output_stage.h"
 #include "system/devices/process_count.h"
+#include "system/devices/scripted_outputs.h"
 
 namespace vrel::system::test {
 namespace {
@@ -91,6 +93,41 @@ TEST_F(AudioLoss, AServerThatHangsIsBridgedAndGoesOnWhenItAnswersAgain) {
   Recorder recorder(stage.server.name(), 4800);
   ASSERT_TRUE(eventually([&] { return recorder.recorded() == 4800; }));
   EXPECT_NE(recorder.channel(1).back(), 0) << "sound";
+}
+
+TEST_F(AudioLoss, AnotherBackendIsChosenAtOnceWhileTheServerHangs) {
+  constexpr auto atOnce = std::chrono::milliseconds(1000);
+  ScriptedOutputs cards;
+  cards.speakers["card"] = std::make_shared<ScriptedSpeaker>();
+  AudioBackends backends;
+  backends.push_back(std::make_unique<JackAudioBackend>(stage.server.name()));
+  backends.push_back(std::make_unique<ScriptedBackend>(cards, "cards"));
+  SystemAudioHardware hardware(std::move(backends));
+  stage.server.start();
+  SystemAudioOutput output(hardware, stage.loop, {});
+  ASSERT_FALSE(output.start(stage.renderer));
+  EXPECT_EQ(output.deviceUID(), "jack:system");
+  stage.server.hang();
+  ASSERT_TRUE(stage.eventuallyOnMain([&] { return !output.state().get().hasDevice(); }));
+
+  const auto start = std::chrono::steady_clock::now();
+  const auto ids = hardware.devices().value();
+  ASSERT_EQ(ids.size(), 1U);
+  hardware.preferOutputDevice(hardware.deviceUID(ids[0]).value());
+  ASSERT_EQ(hardware.setCurrentOutputDevice(ids[0]), 0);
+  ASSERT_FALSE(output.prepare());
+  ASSERT_FALSE(output.start(stage.renderer));
+  ASSERT_TRUE(eventually([&] { return !cards.speakers["card"]->left().empty(); }));
+  const auto taken = std::chrono::steady_clock::now() - start;
+  EXPECT_LT(taken, atOnce);
+  RecordProperty("millisecondsToChoose",
+                 static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count()));
+  EXPECT_EQ(output.state().get().device, "Stage: card");
+
+  stage.server.wakeUp();
+  ASSERT_TRUE(eventually([&] { return !hardware.isAvoided("jack:system"); }));
+  ASSERT_TRUE(
+      eventually([&] { return hardware.deviceUID(hardware.devices().value().at(0)).value() == "jack:system"; }));
 }
 
 TEST_F(AudioLoss, AMachineThatWasSuspendedSoundsAgainByItself) {

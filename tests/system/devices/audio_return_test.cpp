@@ -236,6 +236,68 @@ TEST_F(AudioReturn, AnotherWayIsNotTakenInThePlaceOfALostOne) {
   EXPECT_TRUE(eventuallySounds("main"));
 }
 
+TEST_F(AudioReturn, AChosenDeviceOfAnotherBackendIsPlayedOnAtOnceWhileAServerHangs) {
+  ScriptedOutputs cards;
+  cards.speakers["card"] = std::make_shared<ScriptedSpeaker>();
+  AudioBackends backends;
+  backends.push_back(std::make_unique<ScriptedBackend>(outputs));
+  backends.push_back(std::make_unique<ScriptedBackend>(cards, "cards"));
+  hardware = std::make_unique<SystemAudioHardware>(std::move(backends));
+  const auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  speaker("main").isHung = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+
+  const int lists = outputs.lists;
+  const auto choose = [&](const std::string& uid) {
+    const auto ids = hardware->devices().value();
+    ASSERT_EQ(ids.size(), 1U);
+    ASSERT_EQ(hardware->deviceUID(ids[0]).value(), uid);
+    hardware->preferOutputDevice(uid);
+    ASSERT_EQ(hardware->setCurrentOutputDevice(ids[0]), 0);
+    ASSERT_FALSE(output->prepare());
+    ASSERT_FALSE(output->start(renderer));
+  };
+  ASSERT_NO_FATAL_FAILURE(choose("cards:card"));
+  EXPECT_EQ(output->deviceUID(), "cards:card");
+  EXPECT_EQ(output->state().get(), (OutputState{.device = "Stage: card"}));
+  ASSERT_TRUE(eventuallyOnMain([&] { return sounds(cards.speakers["card"]->left()); }));
+  EXPECT_EQ(outputs.lists, lists) << "what hangs was not asked";
+  ASSERT_TRUE(eventually([&] { return speaker("main").closedOn.load() != std::thread::id(); }));
+  EXPECT_NE(speaker("main").closedOn.load(), std::this_thread::get_id());
+  EXPECT_EQ(speaker("main").streams, 1);
+
+  // And the watch, which was not held up either, sees the loss of the new device.
+  cards.speakers["card"]->isThere = false;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+  cards.speakers["card"]->isThere = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return output->state().get().hasDevice(); }));
+
+  const auto heard = speaker("main").left().size();
+  speaker("main").isHung = false;
+  ASSERT_TRUE(eventually([&] { return speaker("main").streams == 0; }));
+  const auto late = speaker("main").left();
+  EXPECT_FALSE(sounds({late.begin() + static_cast<std::ptrdiff_t>(heard), late.end()})) << "what was left is silent";
+  ASSERT_TRUE(eventually([&] { return !hardware->isAvoided("stage:main"); }));
+  speaker("main").forget();
+  hardware->preferOutputDevice("stage:main");
+  ASSERT_TRUE(eventuallySounds("main")) << "it is asked again";
+}
+
+TEST_F(AudioReturn, AnOutputEndsWhileAServerHangs) {
+  auto output = makeOutput();
+  ASSERT_FALSE(output->start(renderer));
+  ASSERT_TRUE(eventuallySounds("main"));
+  speaker("main").isHung = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+  output->stop();
+  output.reset();
+  EXPECT_EQ(speaker("main").streams, 1) << "left behind";
+  speaker("main").isHung = false;
+  EXPECT_TRUE(eventually([&] { return speaker("main").streams == 0; }));
+}
+
 TEST_F(AudioReturn, ADeviceOfAnotherRateIsFollowedByARestart) {
   outputs.setDefault("hall");
   const auto output = makeOutput();

@@ -26,6 +26,9 @@ class ScriptedSpeaker {
   const double sampleRate;
   std::atomic<bool> isThere{true};
   std::atomic<bool> isFrozen{false};  // there, but asks for nothing
+  std::atomic<bool> isHung{false};    // the same, and whoever closes what plays on it waits
+  std::atomic<int> streams{0};
+  std::atomic<std::thread::id> closedOn{};  // the thread that closed one last
   std::atomic<int> breaks{0};
 
   /// Ends what plays on it; it stays there.
@@ -71,6 +74,7 @@ struct ScriptedOutputs {
 
   std::mutex mutex;
   std::string defaultName;
+  std::atomic<int> lists{0};  // asked for
 };
 
 class ScriptedStream final : public OutputStream {
@@ -78,8 +82,13 @@ class ScriptedStream final : public OutputStream {
   static constexpr std::uint32_t frames = 128;
 
   ScriptedStream(ScriptedOutputs& outputs, std::shared_ptr<ScriptedSpeaker> speaker)
-      : outputs_(outputs), speaker_(std::move(speaker)), breaksBefore_(speaker_->breaks) {}
-  ~ScriptedStream() override { ScriptedStream::stop(); }
+      : outputs_(outputs), speaker_(std::move(speaker)), breaksBefore_(speaker_->breaks) {
+    ++speaker_->streams;
+  }
+  ~ScriptedStream() override {
+    ScriptedStream::stop();
+    --speaker_->streams;
+  }
   ScriptedStream(const ScriptedStream&) = delete;
   ScriptedStream& operator=(const ScriptedStream&) = delete;
 
@@ -93,6 +102,10 @@ class ScriptedStream final : public OutputStream {
   }
   void stop() override {
     isEnding_ = true;
+    speaker_->closedOn = std::this_thread::get_id();
+    while (speaker_->isHung) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     if (thread_.joinable()) {
       thread_.join();
     }
@@ -109,7 +122,7 @@ class ScriptedStream final : public OutputStream {
     std::vector<float> right(frames);
     while (!isEnding_) {
       isLost_ = isLost_ || !isWhole();
-      if (!isLost_ && !speaker_->isFrozen) {
+      if (!isLost_ && !speaker_->isFrozen && !speaker_->isHung) {
         renderer.render(left.data(), right.data(), frames);
         speaker_->keep(left, right);
       }
@@ -135,6 +148,7 @@ class ScriptedBackend final : public AudioBackend {
   [[nodiscard]] std::string uidPrefix() const override { return prefix_; }
   [[nodiscard]] std::vector<AudioDeviceDescription> devices() override {
     std::vector<AudioDeviceDescription> devices;
+    ++outputs_.lists;
     for (const auto& [name, speaker] : outputs_.speakers) {
       if (speaker->isThere) {
         devices.push_back({.name = name,
