@@ -27,6 +27,7 @@ struct OutputSession {
         deviceName(std::move(opened.deviceName)),
         stream(std::move(opened.stream)) {}
 
+  const std::shared_ptr<const void> life = std::make_shared<char>();  // first: ends once the stream is closed
   audio::RenderHandover::Port port;
   const std::string deviceUID;
   const std::string deviceName;

@@ -24,11 +24,11 @@ std::vector<AudioDeviceDescription> SystemAudioHardware::ask(AudioBackend& backe
   return isAvoided(backend) ? std::vector<AudioDeviceDescription>() : backend.devices();
 }
 
-void SystemAudioHardware::avoid(const std::string& deviceUID, const std::weak_ptr<const void>& session) {
+void SystemAudioHardware::avoid(const std::string& deviceUID, const std::weak_ptr<const void>& life) {
   const AudioBackend* const backend = backendOf(deviceUID);
   if (backend != nullptr && backend->isServer()) {
     const MutexLock lock(settingsMutex_);
-    hung_[backend] = session;
+    hung_[backend] = life;
   }
 }
 

@@ -68,9 +68,9 @@ class SystemAudioHardware final : public AudioHardware {
     bool isHung = false;             // asks for no blocks, and is not to be asked itself
   };
 
-  /// Asks the server behind this device nothing while `session` lives, since it hangs: neither lists nor opens wait for
-  /// it, and the devices of the next backend are listed. Without a session it is asked again. Any thread; never waits.
-  void avoid(const std::string& deviceUID, const std::weak_ptr<const void>& session);
+  /// Asks the server behind this device nothing while `life` does not end, since it hangs: neither lists nor opens wait
+  /// for it, and the devices of the next backend are listed. Without one it is asked again. Any thread; never waits.
+  void avoid(const std::string& deviceUID, const std::weak_ptr<const void>& life);
 
   /// Whether the server behind this device is avoided. Any thread; never waits.
   [[nodiscard]] bool isAvoided(const std::string& deviceUID) const;

@@ -188,7 +188,7 @@ void SystemAudioOutput::bridgeStall(bool isStalled) {
   if (isStalled && !null_) {
     const std::string reason = "it asks for no more sound";
     session_->port.noteGap();
-    hardware_.avoid(session_->deviceUID, session_);
+    hardware_.avoid(session_->deviceUID, session_->life);
     playToNobody();
     say("Audio output device lost: " + session_->deviceName + ": " + reason);
     showState(reason);
