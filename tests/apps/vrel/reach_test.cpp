@@ -8,8 +8,10 @@
 #include <QFileDialog>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "apps/vrel/console_fixture.h"
 
@@ -178,6 +180,31 @@ TEST_F(Reach, ASongThatWasAddedIsInSight) {
   driver.type("Last");
   driver.key("Return");
   EXPECT_TRUE(driver.eventually([this] { return driver.isShown("songRow41"); }));
+}
+
+TEST_F(Reach, ASongInTheHandIsReadableAndGoesWithThePointerWithoutAJump) {
+  addSong("Two");
+  addSong("Three");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songRow2"); }));
+  auto* const window = driver.program().window.quickWindow();
+  auto* const lifted = window->findChild<QQuickItem*>(QStringLiteral("liftedSong"));
+  ASSERT_NE(lifted, nullptr);
+  std::vector<qreal> places;
+  QString name;
+  bool isOpaque = true;
+  const auto watch = QObject::connect(lifted, &QQuickItem::yChanged, lifted, [&] {
+    if (lifted->isVisible()) {
+      places.push_back(lifted->y());
+      name = lifted->property("name").toString();
+      isOpaque = isOpaque && lifted->opacity() == 1 && lifted->property("color").value<QColor>().alpha() == 255;
+    }
+  });
+  driver.drag("songHandle2", "songHandle0");
+  QObject::disconnect(watch);
+  EXPECT_EQ(name, QStringLiteral("03. Three"));
+  EXPECT_TRUE(isOpaque);
+  ASSERT_GT(places.size(), 3U);
+  EXPECT_TRUE(std::is_sorted(places.rbegin(), places.rend())) << "up, as the pointer";
 }
 
 TEST_F(Reach, AFilePanelIsInTheLanguageOfTheSessionBesideTheOpenSetlist) {

@@ -254,19 +254,5 @@ TEST_F(Strip, ASongIsDraggedByItsWholeRow) {
   EXPECT_EQ(driver.session().stageSong(), QStringLiteral("01. Untitled Song")) << "a drag is not a click";
 }
 
-TEST_F(Strip, ASongThatWasAddedIsInSight) {
-  driver.onLogic([](Session& session) {
-    for (int count = 0; count < 30; ++count) {
-      session.state().newSongName.set("More");
-      session.content().songList().addSong();
-    }
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.program().window.model().songs()->count() == 31; }));
-  driver.click("newSongField");
-  driver.type("Last");
-  driver.key("Return");
-  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("songRow31"); }));
-}
-
 }  // namespace
 }  // namespace vrel::app::test
