@@ -41,8 +41,8 @@ inline constexpr std::size_t guestLogBytes = std::size_t{64} << 10U;
 ///
 /// It ends when the thread that started it ends, so that thread must live as long as the program. It shares no
 /// descriptor with the program but its standard error and its end of the socket, is in a process group of its own (a
-/// terminal's interrupt is not for it), and has a folder of its own for temporary files. Without a display it is set
-/// up for plug-ins that ask Qt for one. Not thread-safe.
+/// terminal's interrupt is not for it), and has a folder of its own for temporary files. Plug-ins that ask Qt for a
+/// display get one that nobody sees. Not thread-safe.
 class GuestProcess {
  public:
   struct Ended {
