@@ -4,17 +4,17 @@
 #include <QtQml/qqmlregistration.h>
 #include <QQuickItem>
 #include <QString>
-#include <array>
-#include <cstddef>
 #include <memory>
+#include <optional>
 
 #include "console/window/meter_board.h"
+#include "console/window/meter_node.h"
 
 namespace vrel::window {
 
 /// A strip's level: two columns of segments, the lit ones bright and the others dim, each with a white bar that holds
-/// the peak. The scale runs from -48 dBFS at the bottom to 0 at the top. Redrawn only when a segment has changed or a
-/// bar has moved by a pixel.
+/// the peak. The scale runs from -48 dBFS at the bottom to 0 at the top. Redrawn only where it can be seen, and when a
+/// segment has changed or a bar has moved by a pixel.
 class LevelMeter : public QQuickItem {
   Q_OBJECT
   QML_ELEMENT
@@ -28,6 +28,9 @@ class LevelMeter : public QQuickItem {
   static constexpr int silentDecibels = -48;
 
   explicit LevelMeter(QQuickItem* parent = nullptr);
+
+  /// Otherwise as is best with the window's renderer. Before it is drawn.
+  void setWayToDraw(MeterNode::Way way) { wayToDraw_ = way; }
 
   [[nodiscard]] MeterBoard* board() const { return board_; }
   void setBoard(MeterBoard* board);
@@ -45,19 +48,12 @@ class LevelMeter : public QQuickItem {
   void geometryChange(const QRectF& now, const QRectF& before) override;
 
  private:
-  /// What is drawn of one channel.
-  struct Column {
-    std::size_t lit = 0;  // segments
-    int hold = -1;        // pixels from the bottom; below 0 without a bar
-
-    friend bool operator==(const Column& a, const Column& b) { return a.lit == b.lit && a.hold == b.hold; }
-  };
-
   void findCell();
   void pull();
+  void draw();
   void repaint();
   void findScale();
-  [[nodiscard]] Column columnOf(const MeterCell::Bar& bar) const;
+  [[nodiscard]] MeterColumn columnOf(const MeterCell::Bar& bar) const;
   void showDecibels(double displayed);
 
   MeterBoard* board_ = nullptr;
@@ -65,8 +61,9 @@ class LevelMeter : public QQuickItem {
   QString channelId_;
   qreal pixelsPerPoint_ = 1;  // of the screen, at the scale of the window
   std::shared_ptr<MeterCell> cell_;
-  std::array<Column, 2> columns_{};  // left and right
-  bool isPictureOld_ = true;
+  MeterColumns columns_{};
+  bool isSizeNew_ = true;
+  std::optional<MeterNode::Way> wayToDraw_;
   int framesToText_ = 0;
   int decibels_ = silentDecibels;
 };

@@ -30,11 +30,14 @@ constexpr int meterHeight = 22 * 4 + 21;
 constexpr int columnWidth = 8;
 constexpr double oneSegment = 1.0 / 22;
 
-class Meter : public testing::Test {
+/// Drawn in either way.
+class Meter : public testing::TestWithParam<MeterNode::Way> {
  protected:
   Meter() {
     window.resize(40, meterHeight);
+    window.contentItem()->setSize(window.size());  // as when it is shown
     window.setColor(Qt::black);
+    meter.setWayToDraw(GetParam());
     meter.setParentItem(window.contentItem());
     meter.setSize({2 * columnWidth + 3.5, meterHeight});
     meter.setBoard(&board);
@@ -94,7 +97,7 @@ const QColor safeGreen(105, 220, 120);
 const QColor hotYellow(250, 198, 70);
 const QColor overRed(240, 70, 60);
 
-TEST_F(Meter, AtSilenceItsColoursCanBeSeenDimlyAndNoMarker) {
+TEST_P(Meter, AtSilenceItsColoursCanBeSeenDimlyAndNoMarker) {
   for (const int x : {left, right}) {
     expectColor(segment(x, 0), over(safeGreen, 0.13));
     expectColor(segment(x, 14), over(safeGreen, 0.13));
@@ -105,7 +108,7 @@ TEST_F(Meter, AtSilenceItsColoursCanBeSeenDimlyAndNoMarker) {
   }
 }
 
-TEST_F(Meter, LightsEachChannelUpToItsLevel) {
+TEST_P(Meter, LightsEachChannelUpToItsLevel) {
   show(1, 10 * oneSegment + 0.001);
   EXPECT_EQ(draw(), 1);
   EXPECT_EQ(litSegments(left), 22);
@@ -116,13 +119,13 @@ TEST_F(Meter, LightsEachChannelUpToItsLevel) {
   expectColor(segment(right, 10), over(safeGreen, 0.13));
 }
 
-TEST_F(Meter, BetweenTwoSegmentsIsAGap) {
+TEST_P(Meter, BetweenTwoSegmentsIsAGap) {
   show(1, 1);
   draw();
   expectColor(image.pixelColor(left, meterHeight - 5), over(safeGreen, 0));
 }
 
-TEST_F(Meter, ThePeakIsHeldByAWhiteBarWiderThanItsColumn) {
+TEST_P(Meter, ThePeakIsHeldByAWhiteBarWiderThanItsColumn) {
   show(0, 0, 0.5, 0);
   EXPECT_EQ(draw(), 1);
   int rows = 0;
@@ -137,20 +140,20 @@ TEST_F(Meter, ThePeakIsHeldByAWhiteBarWiderThanItsColumn) {
   EXPECT_EQ(rows, 2);  // 1.6 points
 }
 
-TEST_F(Meter, TheBarOfAFullScalePeakIsInsideTheMeter) {
+TEST_P(Meter, TheBarOfAFullScalePeakIsInsideTheMeter) {
   show(0, 0, 1, 1);
   draw();
   EXPECT_GT(image.pixelColor(left, 0).lightness(), 200);
   EXPECT_GT(image.pixelColor(right, 1).lightness(), 200);
 }
 
-TEST_F(Meter, AMarkerAtTheVeryBottomIsNotShown) {
+TEST_P(Meter, AMarkerAtTheVeryBottomIsNotShown) {
   show(0, 0, 0.0001, 0.00009);
   EXPECT_EQ(draw(), 0);
   expectColor(segment(left, 0), over(safeGreen, 0.13));
 }
 
-TEST_F(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
+TEST_P(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
   show(0.5, 0.5, 0.6, 0.6);
   EXPECT_EQ(draw(), 1);
   EXPECT_EQ(draw(), 0);
@@ -162,7 +165,7 @@ TEST_F(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
   EXPECT_EQ(draw(), 1);
 }
 
-TEST_F(Meter, FallsBackToSilence) {
+TEST_P(Meter, FallsBackToSilence) {
   show(1, 1, 1, 1);
   draw();
   show(0, 0, 0, 0);
@@ -171,7 +174,7 @@ TEST_F(Meter, FallsBackToSilence) {
   EXPECT_LT(image.pixelColor(left, 0).lightness(), 100);
 }
 
-TEST_F(Meter, IsDrawnAgainInAnotherSize) {
+TEST_P(Meter, IsDrawnAgainInAnotherSize) {
   show(1, 1);
   draw();
   meter.setHeight(22 * 2 + 21);
@@ -180,7 +183,7 @@ TEST_F(Meter, IsDrawnAgainInAnotherSize) {
   EXPECT_EQ(image.pixelColor(left, meterHeight - 2), QColor(Qt::black));
 }
 
-TEST_F(Meter, IsDrawnSharplyAtAnotherScaleOfTheWindow) {
+TEST_P(Meter, IsDrawnSharplyAtAnotherScaleOfTheWindow) {
   window.resize(80, 2 * meterHeight);
   window.contentItem()->setTransformOrigin(QQuickItem::TopLeft);
   window.contentItem()->setScale(2);
@@ -193,7 +196,7 @@ TEST_F(Meter, IsDrawnSharplyAtAnotherScaleOfTheWindow) {
   expectColor(image.pixelColor(2 * left, gapBelowTheTop - 4), over(overRed, 0.13));
 }
 
-TEST_F(Meter, SaysItsLevelInDecibelsFourTimesASecond) {
+TEST_P(Meter, SaysItsLevelInDecibelsFourTimesASecond) {
   const auto frames = [this](int count) {
     for (int frame = 0; frame < count; ++frame) {
       Q_EMIT board.frame();
@@ -212,7 +215,7 @@ TEST_F(Meter, SaysItsLevelInDecibelsFourTimesASecond) {
   EXPECT_EQ(meter.decibels(), -6);
 }
 
-TEST_F(Meter, AHiddenMeterIsNotUpdated) {
+TEST_P(Meter, AHiddenMeterIsNotUpdated) {
   meter.setVisible(false);
   show(1, 1);
   EXPECT_EQ(draw(), 0);
@@ -221,7 +224,53 @@ TEST_F(Meter, AHiddenMeterIsNotUpdated) {
   EXPECT_EQ(litSegments(left), 22);
 }
 
-TEST_F(Meter, AnotherStripIsShownFromTheNextFrameOn) {
+TEST_P(Meter, AMeterOutOfSightIsNotUpdated) {
+  QQuickItem row(window.contentItem());
+  row.setSize({20, meterHeight});
+  row.setClip(true);
+  meter.setParentItem(&row);
+  meter.setX(-50);
+  draw();
+  show(1, 1);
+  EXPECT_EQ(draw(), 0);
+  meter.setX(0);
+  draw();
+  EXPECT_EQ(litSegments(left), 22);
+  meter.setParentItem(window.contentItem());
+}
+
+TEST_P(Meter, AMeterOfAFewPixelsIsDrawnToo) {
+  show(1, 1, 1, 1);
+  for (int width = 0; width < 12; ++width) {
+    meter.setSize({static_cast<qreal>(width), static_cast<qreal>(width / 2)});
+    draw();
+  }
+  meter.setSize({2 * columnWidth + 3.5, meterHeight});
+  draw();
+  EXPECT_EQ(litSegments(right), 22);
+}
+
+TEST_P(Meter, AMeterBetweenTwoPixelsIsDrawnSharply) {
+  meter.setPosition({0.4, 0.3});
+  show(1, 0);
+  draw();
+  expectColor(segment(left, 0), over(safeGreen, 0.95));
+  expectColor(image.pixelColor(left, meterHeight - 5), over(safeGreen, 0));
+  expectColor(image.pixelColor(left, meterHeight - 6), over(safeGreen, 0.95));
+}
+
+TEST_P(Meter, TheBarCoversWhatIsBelowItButForATrace) {
+  const auto brightness = [this] { return image.pixelColor(left, meterHeight / 2 - 1).green(); };
+  show(0, 0, 0.5, 0);
+  draw();
+  const int overDim = brightness();
+  show(1, 0, 0.5, 0);
+  draw();
+  EXPECT_GT(brightness(), overDim);
+  EXPECT_NEAR(brightness(), 255 * 0.92 + 0.08 * over(safeGreen, 0.95).green(), 2);
+}
+
+TEST_P(Meter, AnotherStripIsShownFromTheNextFrameOn) {
   show(1, 1);
   draw();
   meter.setChannelId(QStringLiteral("organ"));
@@ -232,11 +281,16 @@ TEST_F(Meter, AnotherStripIsShownFromTheNextFrameOn) {
   EXPECT_EQ(litSegments(right), 22);
 }
 
-TEST_F(Meter, AMeterWithoutABoardIsIdle) {
+TEST_P(Meter, AMeterWithoutABoardIsIdle) {
   meter.setBoard(nullptr);
   show(1, 1);
   EXPECT_EQ(draw(), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Ways, Meter, testing::Values(MeterNode::Way::layers, MeterNode::Way::pictures),
+                         [](const auto& way) {
+                           return way.param == MeterNode::Way::layers ? "OfLayers" : "OfPictures";
+                         });
 
 TEST(Meters, CellsThatAreNotHeldAreForgotten) {
   MeterBoard board;
