@@ -9,11 +9,7 @@
 #include <string>
 
 #include "engine/audio_engine.h"
-#include "simulation/recording_console.h"
-#include "simulation/simulated_audio_engine.h"
-#include "simulation/simulated_property_lists.h"
-#include "simulation/simulated_units.h"
-#include "simulation/virtual_time.h"
+#include "simulated_platform.h"
 #include "support/session_on.h"
 #include "system/media/audio_files.h"
 
@@ -55,34 +51,28 @@ void switchToTenMinutes(benchmark::State& state) {
   static const LongTracks tracks;
   const std::string path = tracks.path(static_cast<std::size_t>(state.range(0)));
   const auto source = static_cast<Source>(state.range(1));
-  simulation::VirtualClock clock;
-  simulation::CrankedMainQueue mainQueue(clock);
-  simulation::CrankedQueueFactory queues;
-  simulation::SimulatedNodeFactory nodes;
-  simulation::ScriptedUnitFactory units;
-  simulation::SimulatedPropertyLists propertyLists;
-  simulation::RecordingConsole console;
+  bench::SimulatedPlatform machine;
   system::AudioFiles files;
-  EnginePlatform platform{nodes, units, mainQueue, queues, clock, propertyLists, console};
+  EnginePlatform platform = machine.forEngine();
   platform.files = &files;
   platform.decodesAhead = source != Source::read;
   const auto engine = AudioEngine::make(platform);
-  mainQueue.runAll();
+  machine.mainQueue.runAll();
   SongConfig song;
   song.channels.emplace_back().pluginPath = "internal:playback";
   song.channels[0].playbackFilePath = path;
-  SessionOn session(*engine, mainQueue, clock, console);
+  SessionOn session(*engine, machine.mainQueue, machine.clock, machine.console);
   session.setSongs({song, SongConfig{}});
   session.songSwitch.applySong(1);
   if (source == Source::decoded) {
-    queues.queue("vrel.playback.decoder.1").runAll();
+    machine.queues.queue("vrel.playback.decoder.1").runAll();
   }
   for ([[maybe_unused]] auto turn : state) {
     session.songSwitch.applySong(0);
-    mainQueue.runAll();
+    machine.mainQueue.runAll();
     state.counters["in_memory"] = engine->channels().at(0)->playbackBuffer.get() != nullptr ? 1 : 0;
     session.songSwitch.applySong(1);
-    mainQueue.runAll();
+    machine.mainQueue.runAll();
   }
   state.SetLabel(formats.at(static_cast<std::size_t>(state.range(0))));
 }

@@ -12,12 +12,8 @@
 #include <vector>
 
 #include "engine/audio_engine.h"
-#include "simulation/recording_console.h"
-#include "simulation/simulated_audio_engine.h"
+#include "simulated_platform.h"
 #include "simulation/simulated_audio_files.h"
-#include "simulation/simulated_property_lists.h"
-#include "simulation/simulated_units.h"
-#include "simulation/virtual_time.h"
 #include "support/audio/player_stage.h"
 #include "system/media/audio_files.h"
 #include "system/media/wav_writer.h"
@@ -183,18 +179,13 @@ BENCHMARK(sixteenLoops)->Unit(benchmark::kMillisecond);
 
 /// A note on the main thread: starts and stops alternating, with the player queue stopped.
 void triggerPlayback(benchmark::State& state) {
-  simulation::VirtualClock clock;
-  simulation::CrankedMainQueue mainQueue(clock);
-  simulation::CrankedQueueFactory queues;
-  simulation::SimulatedNodeFactory nodes;
-  simulation::ScriptedUnitFactory units;
-  simulation::SimulatedPropertyLists propertyLists;
-  simulation::RecordingConsole console;
+  bench::SimulatedPlatform machine;
   simulation::SimulatedAudioFiles files;
   files.sounds["/a.wav"] = {48000, {std::vector<float>(48000, 0.5F)}, {}, 0};
-  const auto engine =
-      AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console, nullptr, nullptr, &files});
-  mainQueue.runAll();
+  EnginePlatform platform = machine.forEngine();
+  platform.files = &files;
+  const auto engine = AudioEngine::make(platform);
+  machine.mainQueue.runAll();
   const auto channel = engine->addChannel("Track");
   ChannelConfig record;
   record.playbackFilePath = "/a.wav";
@@ -205,8 +196,8 @@ void triggerPlayback(benchmark::State& state) {
     engine->playbackRuns().triggerPlayback(*channel);
     if (++notes % 1024 == 0) {
       state.PauseTiming();
-      queues.queue("vrel.playback.player").runAll();
-      mainQueue.runAll();
+      machine.queues.queue("vrel.playback.player").runAll();
+      machine.mainQueue.runAll();
       state.ResumeTiming();
     }
   }

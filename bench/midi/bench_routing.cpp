@@ -10,11 +10,7 @@
 #include <vector>
 
 #include "engine/audio_engine.h"
-#include "simulation/recording_console.h"
-#include "simulation/simulated_audio_engine.h"
-#include "simulation/simulated_property_lists.h"
-#include "simulation/simulated_units.h"
-#include "simulation/virtual_time.h"
+#include "simulated_platform.h"
 
 namespace vrel {
 namespace {
@@ -32,7 +28,7 @@ class SinkInstrument : public simulation::ScriptedInstrument {
   int sum_ = 0;
 };
 
-struct Stage {
+struct Stage : bench::SimulatedPlatform {
   explicit Stage(int stripCount) {
     mainQueue.runAll();
     for (int strip = 0; strip < stripCount; ++strip) {
@@ -44,15 +40,7 @@ struct Stage {
     }
   }
 
-  simulation::VirtualClock clock;
-  simulation::CrankedMainQueue mainQueue{clock};
-  simulation::CrankedQueueFactory queues;
-  simulation::SimulatedNodeFactory nodes;
-  simulation::ScriptedUnitFactory units;
-  simulation::SimulatedPropertyLists propertyLists;
-  simulation::RecordingConsole console;
-  std::shared_ptr<AudioEngine> engine =
-      AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console});
+  std::shared_ptr<AudioEngine> engine = AudioEngine::make(forEngine());
   std::vector<std::shared_ptr<SinkInstrument>> instruments;
 };
 
