@@ -40,6 +40,11 @@ InstrumentSelector::InstrumentSelector(const Collaborators& collaborators)
       state_.scannedPlugins.changed.connect([this](const auto& plugins) { plugins_ = PluginList(plugins); }));
   connections_.push_back(
       selection_.channelsViewVersion.changed.connect([this](std::uint64_t) { closeForStripThatIsGone(); }));
+  connections_.push_back(state_.isLiveModeEnabled.changed.connect([this](bool isLive) {
+    if (isLive) {
+      cancel();
+    }
+  }));
 }
 
 void InstrumentSelector::open(const AudioChannel& channel) {

@@ -76,7 +76,7 @@ class InstrumentSelector {
   /// that fails or is no longer installed, the strip plays its own, and its status is `loadFailed`.
   void pick(const std::string& key);
 
-  /// Both empty the strip and make it one of that kind, with no file or clip yet. Refused in Live mode.
+  /// Both empty the strip and make it one of that kind, with no file or clip yet.
   void pickPlayback();
   void pickVisual();
 

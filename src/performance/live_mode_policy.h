@@ -82,7 +82,7 @@ class LiveModePolicy {
       {LiveModeAction::duplicateChannel, false, "changes the strips on stage"},
       {LiveModeAction::deleteChannel, false, "changes the strips on stage"},
       {LiveModeAction::chooseMasterColor, false, "of no use while playing"},
-      {LiveModeAction::changeInstrument, true, "mends a strip whose instrument fails"},
+      {LiveModeAction::changeInstrument, false, "changes what is heard; one that failed is revived"},
       {LiveModeAction::chooseInternalSource, false, "leads to an editor"},
       {LiveModeAction::changeRack, false, "changes what is heard; the rack is shown only"},
       {LiveModeAction::undo, false, "changes strips and songs on stage"},

@@ -206,17 +206,31 @@ TEST_F(Selector, TheInternalSourcesTurnTheStripIntoOneOfTheirKind) {
   EXPECT_TRUE(state.isDirty.get());
 }
 
-TEST_F(Selector, InLiveModeOnlyPluginsCanBePicked) {
+TEST_F(Selector, InLiveModeNothingIsChosenAndNothingRemoved) {
+  pickAndLoad(0, pianoKey);
+  state.isDirty.set(false);
   content.liveMode().setLiveMode(true);
   selector().open(strip(0));
+  EXPECT_FALSE(isOpen());
+  selector().pick(organKey);
+  selector().tryOut(organKey);
   selector().pickPlayback();
   selector().pickVisual();
-  EXPECT_TRUE(isOpen());
-  EXPECT_EQ(strip(0).pluginPath.get(), "");
-  EXPECT_FALSE(state.isDirty.get());
-  selector().pick(pianoKey);
+  selector().removeInstrument(strip(0));
   answerAll();
   EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(Selector, InLiveModeAnInstrumentThatFailedIsRevived) {
+  pickAndLoad(0, pianoKey);
+  content.liveMode().setLiveMode(true);
+  engine->pluginDied(strip(0).instrumentNode.get(), "It was killed by signal 9");
+  settle();
+  content.instrumentReload().reload(engine->channels()[0]);
+  answerAll();
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
 }
 
 TEST_F(Selector, DeletingTheLastSongClosesIt) {

@@ -215,5 +215,17 @@ TEST_F(Trial, AStripThatGoesDuringATrialLeavesNothingBehind) {
   EXPECT_EQ(strip(0).pluginPath.get(), "");
 }
 
+TEST_F(Trial, IsCancelledWhenLiveModeBegins) {
+  pickAndLoad(0, pianoKey);
+  selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
+  content.liveMode().setLiveMode(true);
+  EXPECT_FALSE(isOpen());
+  answerAll();
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey);
+  EXPECT_EQ(selector().triedKey.get(), "");
+}
+
 }  // namespace
 }  // namespace vrel

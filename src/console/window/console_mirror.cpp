@@ -141,6 +141,7 @@ void ConsoleMirror::mirrorPolicy() {
   permit(View::mayDuplicateChannelKey, LiveModeAction::duplicateChannel);
   permit(View::mayDeleteChannelKey, LiveModeAction::deleteChannel);
   permit(View::mayChooseMasterColorKey, LiveModeAction::chooseMasterColor);
+  permit(View::mayChangeInstrumentKey, LiveModeAction::changeInstrument);
 }
 
 void ConsoleMirror::mirrorPerformance() {
@@ -234,6 +235,7 @@ void ConsoleMirror::setAudioOutput(bool isMissing, const std::string& awaited) {
 
 void ConsoleMirror::addProblem(const std::string& line) {
   shownProblem_ = problemKind(line);
+  mayBeMended_ = false;  // what has failed is said after the change that it is about
   session_.set(SessionViewModel::problemKey, problemText(line, knownPlugins(content_.appState())));
   session_.set(SessionViewModel::problemCountKey, ++problemCount_);  // the same line again is another problem
 }
@@ -248,12 +250,21 @@ void ConsoleMirror::mirrorProblems() {
     }
   }));
   AudioChannel& master = *content_.audioEngine().masterChannel();
-  connections_.push_back(master.effectSlots.changed.connect([this](const auto&) { clearMendedProblem(); }));
-  connections_.push_back(master.effectNodes.changed.connect([this](const auto&) { clearMendedProblem(); }));
+  connections_.push_back(master.effectSlots.changed.connect([this](const auto&) { checkProblemSoon(); }));
+  connections_.push_back(master.effectNodes.changed.connect([this](const auto&) { checkProblemSoon(); }));
 }
 
-/// After each change of an instrument or an effect; a line that says what has failed comes later than that.
+/// After a change of an instrument or an effect; at the end of the turn, since a strip on which the old instrument runs
+/// again may get a status that says what has failed.
+void ConsoleMirror::checkProblemSoon() {
+  mayBeMended_ = true;
+  source_.schedule();
+}
+
 void ConsoleMirror::clearMendedProblem() {
+  if (!std::exchange(mayBeMended_, false)) {
+    return;
+  }
   const AudioEngine& engine = content_.audioEngine();
   const auto& channels = engine.channels();
   const auto haveAll = [&channels](bool (*has)(const AudioChannel&)) {
@@ -275,6 +286,7 @@ void ConsoleMirror::clearProblem() {
 void ConsoleMirror::refresh() {
   refreshSongs();
   refreshStrips();
+  clearMendedProblem();
   panels_.refresh();
 }
 
@@ -317,7 +329,7 @@ void ConsoleMirror::refreshStrips() {
   if (rows != stripRows_) {
     stripRows_ = rows;
     source_.setRows(mirror_ids::strips, std::move(rows));
-    clearMendedProblem();
+    mayBeMended_ = true;
   }
 }
 
@@ -367,9 +379,9 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
   view.derive(
       View::isSelectedKey, [&] { return selected.get() == channel.id; }, selected);
   mirrorControls(view, channel);
-  const auto clearMended = [this](const auto&) { clearMendedProblem(); };
-  strip->connections = {channel.status.changed.connect(clearMended), channel.effectSlots.changed.connect(clearMended),
-                        channel.effectNodes.changed.connect(clearMended)};
+  const auto check = [this](const auto&) { checkProblemSoon(); };
+  strip->connections = {channel.status.changed.connect(check), channel.effectSlots.changed.connect(check),
+                        channel.effectNodes.changed.connect(check)};
   strip->channel = shared;
   return strip;
 }

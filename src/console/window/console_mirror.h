@@ -75,6 +75,7 @@ class ConsoleMirror {
   void mirrorAlert(Observable<std::optional<NSAlert>>& shownAlert);
   void refresh();
   void mirrorProblems();
+  void checkProblemSoon();
   void clearMendedProblem();
   void clearProblem();
   void refreshSongs();
@@ -96,6 +97,7 @@ class ConsoleMirror {
   std::vector<MirrorId> stripRows_;
   int problemCount_ = 0;
   std::optional<ProblemKind> shownProblem_;
+  bool mayBeMended_ = false;  // an instrument or effect has changed in this turn, since the problem came
   std::vector<std::shared_ptr<void>> connections_;
 };
 

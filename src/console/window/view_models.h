@@ -68,6 +68,7 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, mayDuplicateChannel)
   VREL_SHOWN(bool, mayDeleteChannel)
   VREL_SHOWN(bool, mayChooseMasterColor)
+  VREL_SHOWN(bool, mayChangeInstrument)
 
   VREL_SHOWN(bool, isLearning)
   VREL_SHOWN(QString, learnLabel)

@@ -119,15 +119,34 @@ TEST_F(InstrumentChoice, PanicActsAtTheFirstPressWhileItIsOpen) {
   EXPECT_TRUE(driver.isShown("instrumentPanel"));
 }
 
-TEST_F(InstrumentChoice, InLiveModeTheInternalSourcesAndTheSearchAreDisabledAndPluginsAreNot) {
+TEST_F(InstrumentChoice, InLiveModeItClosesAndItsButtonSaysWhyItIsDisabled) {
   driver.click("stripInstrument0");
   ASSERT_TRUE(isOpen(true));
+  EXPECT_TRUE(driver.value("stripInstrument0", "enabled").toBool());
   driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
-  EXPECT_FALSE(driver.value("playbackSource", "enabled").toBool());
-  EXPECT_FALSE(driver.value("visualSource", "enabled").toBool());
-  EXPECT_TRUE(driver.value("instrumentSearch", "readOnly").toBool());
-  EXPECT_TRUE(driver.value("plugin0", "enabled").toBool());
+  EXPECT_TRUE(isOpen(false));
+  driver.click("setup0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("stripInstrument0"); }));
+  EXPECT_FALSE(driver.value("stripInstrument0", "enabled").toBool());
+  EXPECT_EQ(driver.value("stripInstrument0", "hint").toString(), QStringLiteral("Not in Live mode"));
+  driver.click("stripInstrument0");
+  driver.onLogic([](Session& /*session*/) {});  // behind all that the window has asked for
+  EXPECT_FALSE(driver.isShown("instrumentPanel"));
+}
+
+TEST_F(InstrumentChoice, EscapeEndsATrialAlsoAfterAKeyWasPlayedOnTheScreen) {
+  driver.click("stripInstrument0");
+  ASSERT_TRUE(isOpen(true));
+  driver.type("zoo sine");
+  ASSERT_TRUE(finds("Zoo Sine"));
+  driver.click("plugin0Ear");
+  ASSERT_TRUE(plays("Zoo Sine"));
+  driver.click("pianoKeys", {0.5, 0.9});
+  ASSERT_TRUE(driver.value("pianoKeys", "activeFocus").toBool());
+  driver.key("Escape");
+  EXPECT_TRUE(isOpen(false));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.strip(0).hasInstrument(); }));
+  EXPECT_TRUE(driver.value("pianoKeys", "activeFocus").toBool()) << "the focus was not the panel's";
 }
 
 TEST_F(InstrumentChoice, TheEarOfARowPlaysItOnTheStripUntilEscape) {

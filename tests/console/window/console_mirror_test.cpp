@@ -155,7 +155,9 @@ TEST_F(Copy, WhatLiveModeBlocksIsShownForEachControl) {
       {&View::mayCopyChannel, LiveModeAction::copyChannel},
       {&View::mayPasteChannel, LiveModeAction::pasteChannel},
       {&View::mayDuplicateChannel, LiveModeAction::duplicateChannel},
-      {&View::mayDeleteChannel, LiveModeAction::deleteChannel}};
+      {&View::mayDeleteChannel, LiveModeAction::deleteChannel},
+      {&View::mayChooseMasterColor, LiveModeAction::chooseMasterColor},
+      {&View::mayChangeInstrument, LiveModeAction::changeInstrument}};
   for (const auto& [isAllowed, action] : permissions) {
     EXPECT_TRUE((session.*isAllowed)()) << static_cast<int>(action);
   }
@@ -340,6 +342,18 @@ TEST_F(ProblemLine, OfAnEffectGoesWhenItIsLoadedOrRemoved) {
     channel->effectSlots.set({});
     EXPECT_EQ(shown(), "");
   }
+}
+
+TEST_F(ProblemLine, StaysWhenOnlyTheOldInstrumentIsBackAfterAFailure) {
+  const std::string line = "Failed to load plugin: no room";
+  EXPECT_EQ(shownAfter(line), line);
+  strip(0).status.set(ChannelStatus::running);
+  strip(0).status.set(ChannelStatus::loadFailed);  // what was asked for did not come
+  EXPECT_EQ(shown(), line);
+  strip(0).status.set(ChannelStatus::loading);
+  EXPECT_EQ(shown(), line);
+  strip(0).status.set(ChannelStatus::running);
+  EXPECT_EQ(shown(), "");
 }
 
 TEST_F(Copy, DropoutsAreCountedAndStopAtTheLargestNumberThatCanBeShown) {

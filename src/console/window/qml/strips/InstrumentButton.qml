@@ -15,7 +15,9 @@ PushButton {
     padding: 0
     text: entry.isPlaying ? "\u25b6 " + entry.instrumentText : entry.instrumentText
     spokenName: desk.texts.instruments + " " + entry.number + " " + entry.instrumentText
-    hint: desk.hints.instrument
+    hint: isOffered ? desk.hints.instrument : desk.hints.notInLiveMode
+    isOffered: desk.session.mayChangeInstrument
+    opacity: isOffered ? 1 : 0.75 // its words are read also where it cannot be pressed
     fill: entry.instrument === StripViewModel.Failed ? Theme.instrumentFailed : entry.instrument === StripViewModel.Present ? Theme.instrumentPresent : Theme.panel
     ink: entry.isPlaying ? Theme.ready : entry.instrument === StripViewModel.Empty ? Theme.quietInk : Theme.ink
     edge: entry.instrument === StripViewModel.Failed ? Theme.panic : Theme.line
