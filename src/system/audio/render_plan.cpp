@@ -216,7 +216,9 @@ Delivery RenderPlan::goOnBypassed(const Step& step, std::uint32_t frameCount) co
 void RenderPlan::take(const Step& step, const Block& block) noexcept {
   Stream spare = spare_;
   std::span<const Stream> inputs = std::span(inputs_).subspan(step.firstInput, step.inputCount);
-  if (step.part != Part::collect &&
+  // Of a strip that is taken away only the end is continued, since continuing takes time.
+  const bool isPassedOver = step.part == Part::whole && step.isAbsent;
+  if (step.part != Part::collect && !isPassedOver &&
       step.fades->enter({inputs, std::span(sources_).subspan(step.firstInput, step.inputCount),
                          std::span(departed_).subspan(step.firstDeparted, step.departedCount)},
                         spare, block.frameCount, block.number)) {
