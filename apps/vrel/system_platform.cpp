@@ -37,7 +37,9 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
         if (sandbox_) {
           sandbox_->setSampleRate(framesPerSecond);
         }
-      })) {}
+      })) {
+  output_->setInfoLog([&lines = console_](const std::string& line) { lines.printInfo(line); });
+}
 
 std::function<void(const std::string&)> SystemPlatform::log() {
   return [&console = console_](const std::string& line) { console.print(line); };

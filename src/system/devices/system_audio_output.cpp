@@ -258,7 +258,12 @@ std::uint64_t SystemAudioOutput::underruns() const {
 }
 
 void SystemAudioOutput::sayDevice() const {
-  say("Audio output device: " + session_->deviceName);
+  const std::string line = "Audio output device: " + session_->deviceName;
+  if (infoLog_) {
+    infoLog_(line);
+  } else {
+    say(line);
+  }
 }
 
 void SystemAudioOutput::say(const std::string& line) const {

@@ -57,6 +57,8 @@ class SystemAudioOutput final : public audio::OutputDevice {
 
   /// Never fails for want of a device.
   [[nodiscard]] Outcome prepare() override;
+  /// Where the lines go that report no failure; without it, where the others go.
+  void setInfoLog(LineBlock log) { infoLog_ = std::move(log); }
   void setRateHandler(std::function<void()> handler) override { rateHandler_ = std::move(handler); }
 
   /// Those of the last device there was; at first 48000 and 128.
@@ -110,6 +112,7 @@ class SystemAudioOutput final : public audio::OutputDevice {
   SystemAudioHardware& hardware_;
   MainQueue& mainQueue_;
   const LineBlock log_;
+  LineBlock infoLog_;
   std::function<void()> rateHandler_;
   Observable<OutputState> state_;
   double sampleRate_ = 48000;

@@ -104,6 +104,22 @@ TEST_F(AudioReturn, WithoutADeviceTheStartSucceedsAndTheBlocksGoOn) {
   EXPECT_LT(largestStep(speaker("main").left()), clickStep);
 }
 
+TEST_F(AudioReturn, TheReturnIsNoFailureInTheLog) {
+  const auto output = makeOutput();
+  std::vector<std::string> infos;
+  output->setInfoLog([&](const std::string& line) { infos.push_back(line); });
+  ASSERT_FALSE(output->start(renderer));
+  speaker("main").isThere = false;
+  ASSERT_TRUE(eventuallyOnMain([&] { return !output->state().get().hasDevice(); }));
+  EXPECT_THAT(lines, ElementsAre("Audio output device lost: Stage: main: it was unplugged"));
+  EXPECT_THAT(infos, ElementsAre());
+  speaker("main").isThere = true;
+  ASSERT_TRUE(eventuallyOnMain([&] { return output->state().get().hasDevice(); }));
+  EXPECT_THAT(infos, ElementsAre("Audio output device: Stage: main"));
+  EXPECT_THAT(lines, testing::SizeIs(1));
+  output->stop();
+}
+
 TEST_F(AudioReturn, ALostDeviceIsPlayedOnAgainByItselfWithoutAClick) {
   const auto output = makeOutput();
   ASSERT_FALSE(output->start(renderer));
