@@ -9,8 +9,10 @@ Item {
     property string text
     property bool isBeside // to the right of it, such as in a column of lines
 
-    // The handler lies in the parent of the control, and may go before this.
-    readonly property bool isShown: (pointer?.isOver ?? false) && text !== ""
+    // The handler lies in the parent of the control, and may go before this. One that lies below an area that takes the hover sets it
+    // itself.
+    property bool isOver: pointer?.isOver ?? false
+    readonly property bool isShown: isOver && text !== ""
 
     Accessible.ignored: true
 

@@ -160,7 +160,8 @@ ListView {
     // The area over the rows is what the pointer rests on.
     Hint {
         over: presses
-        text: list.count > 0 && list.editedRow < 0 && !tracker.isDragging ? list.desk.hints.songRow : ""
+        isOver: presses.hoveredRow >= 0 && presses.hoveredRow !== list.editedRow
+        text: tracker.isDragging ? "" : list.desk.hints.songRow
     }
 
     SongDragArea {
