@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
+#include <QQuickWindow>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -170,12 +171,77 @@ TEST_F(Strip, InLiveModeTheMasterKeepsItsColourAndAStripDoesNot) {
 TEST_F(Strip, APressOnAnyOfItsControlsSelectsIt) {
   driver.click("addChannelButton");
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("strip1") && driver.strip(1).isSelected(); }));
-  for (const auto* control : {"fader0", "gain0", "mute0", "stripStatus0", "transpose0"}) {
+  for (const auto* control : {"fader0", "gain0", "mute0", "stripStatus0", "transpose0", "transposeBar0", "splitBar0",
+                              "stripName0", "sendSustain0", "crash0", "rack0"}) {
     driver.click("strip1", {0.5, 0.99});
     ASSERT_TRUE(driver.eventually([this] { return driver.strip(1).isSelected(); }));
     driver.click(control);
     EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).isSelected(); })) << control;
   }
+}
+
+TEST_F(Strip, APressSelectsItAgainAfterTheBandChoseAnother) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("strip1") && driver.strip(1).isSelected(); }));
+  for (const auto* control : {"fader0", "stripStatus0", "transposeBar0"}) {
+    driver.click(control);
+    ASSERT_TRUE(driver.eventually([this] { return driver.strip(0).isSelected(); })) << control;
+    driver.click("splitBand", {0.5, 0.9});
+    ASSERT_TRUE(driver.eventually([this] { return driver.strip(1).isSelected(); })) << control;
+    driver.click(control);
+    EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).isSelected(); })) << control;
+  }
+}
+
+TEST_F(Strip, WhatItsMenuHasMadeIsSelectedAlsoWhenTheMenuIsGone) {
+  driver.click("stripStatus0");
+  driver.rightClick("stripNumber0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("stripMenuDuplicate"); }));
+  driver.click("stripMenuDuplicate");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("strip1") && !driver.isShown("stripMenuDuplicate"); }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(1).isSelected(); }));
+  driver.click("strip1", {0.5, 0.99});
+  driver.onLogic([](Session& /*session*/) {});  // behind all that the window has asked for
+  EXPECT_TRUE(driver.strip(1).isSelected());
+}
+
+TEST_F(Strip, ASelectedOneThatHasCrashedShowsBoth) {
+  driver.click("stripStatus0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("selection0"); }));
+  change([](AudioChannel& channel) {
+    channel.pluginPath.set("aucd:1:2:3");
+    channel.status.set(ChannelStatus::crashed);
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("strip0", "isFailed").toBool(); }));
+  EXPECT_TRUE(driver.isShown("selection0"));
+  driver.click("addChannelButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("selection1"); }));
+  EXPECT_FALSE(driver.isShown("selection0"));
+}
+
+TEST_F(Strip, APressOnTheLowerEdgeOfABadgeIsTheBadges) {
+  for (const auto* badge : {"transpose0", "splitLow0", "splitHigh0"}) {
+    driver.click("notesArea");
+    driver.click(badge, {0.5, 0.92});
+    EXPECT_TRUE(driver.value(badge, "activeFocus").toBool()) << badge;
+  }
+  EXPECT_TRUE(read<bool>([](AudioChannel& channel) {
+    return channel.transpose.get() == 0 && channel.minNote.get() == 21 && channel.maxNote.get() == 108;
+  }));
+}
+
+TEST_F(Strip, AFaderSaysWhatItIsWhenThePointerRestsOnIt) {
+  driver.click("fader0");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("hintWords"); }));
+  EXPECT_EQ(driver.value("hintWords", "text"), driver.value("fader0", "hint"));
+}
+
+TEST_F(Strip, ItsColourChooserGivesWayToAQuestion) {
+  driver.click("stripNumber0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("swatch0"); }));
+  driver.program().window.quickWindow()->close();
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("swatch0"); }));
 }
 
 TEST_F(Strip, InLiveModeItsSetupIsBehindOnePressAndWorks) {
@@ -252,6 +318,25 @@ TEST_F(Strip, ASongIsDraggedByItsWholeRow) {
   driver.drag("songName2", "songName0");
   EXPECT_TRUE(driver.eventually([this] { return songNames().front() == "03. Three"; }));
   EXPECT_EQ(driver.session().stageSong(), QStringLiteral("01. Untitled Song")) << "a drag is not a click";
+}
+
+TEST_F(Strip, TheNameOfASongStaysAFieldWhenAnotherSongIsDraggedPastIt) {
+  driver.onLogic([](Session& session) {
+    for (const auto* name : {"Two", "Three"}) {
+      session.state().newSongName.set(name);
+      session.content().songList().addSong();
+    }
+    session.content().songList().beginSongRename(session.state().songs.get()[1].id);
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songNameField") && driver.isShown("songRow2"); }));
+  driver.drag("songName2", "songName0");
+  ASSERT_TRUE(driver.eventually([this] { return songNames().front() == "03. Three"; }));
+  driver.click("songNameField");
+  driver.type("Encore");
+  EXPECT_TRUE(driver.isShown("songNameField"));
+  EXPECT_EQ(driver.session().stageSong(), QStringLiteral("01. Untitled Song")) << "it was no click on a row";
+  driver.key("Return");
+  EXPECT_TRUE(driver.eventually([this] { return songNames().back().find("Encore") != std::string::npos; }));
 }
 
 }  // namespace

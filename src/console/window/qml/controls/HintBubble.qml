@@ -17,6 +17,7 @@ ToolTip {
         border.color: Theme.quietInk
     }
     contentItem: Text {
+        objectName: "hintWords"
         text: bubble.text
         color: Theme.ink
         font.pixelSize: Theme.smallText

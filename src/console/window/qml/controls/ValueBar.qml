@@ -77,8 +77,7 @@ Item {
         }
 
         anchors.fill: parent
-        anchors.topMargin: (parent.height - Math.max(24, parent.height)) / 2
-        anchors.bottomMargin: anchors.topMargin
+        anchors.bottomMargin: Math.min(0, parent.height - 24) // below it, since above it is its badge
         preventStealing: true
         onPressed: mouse => {
             marker = nearest(mouse.x);

@@ -5,7 +5,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
 
-FocusScope {
+FocusArea {
     id: strip
 
     required property ConsoleModel desk
@@ -37,8 +37,7 @@ FocusScope {
     Accessible.selectable: true
     Accessible.onPressAction: strip.desk.commands.selectStrip(strip.entry.channelId)
 
-    // A press on any of its controls brings the focus here, and so does Tab.
-    onActiveFocusChanged: if (activeFocus) desk.commands.selectStrip(entry.channelId)
+    onEntered: desk.commands.selectStrip(entry.channelId)
     Keys.onMenuPressed: menuWanted()
     Keys.onPressed: event => {
         if (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier) {
@@ -66,8 +65,20 @@ FocusScope {
         anchors.rightMargin: 6
         radius: Theme.radius
         color: strip.isFailed ? Theme.failed : Theme.background
-        border.width: strip.isFailed || strip.isDragged ? 3 : strip.entry.isSelected ? 2 : 1
-        border.color: strip.isDragged ? Theme.teal : strip.isFailed ? Theme.panic : strip.entry.isSelected ? Theme.ink : Theme.raised
+        border.width: strip.isFailed || strip.isDragged ? 3 : 1
+        border.color: strip.isDragged ? Theme.teal : strip.isFailed ? Theme.panic : Theme.raised
+
+        // Of its own, since the frame of the strip may have something else to say.
+        Rectangle {
+            objectName: "selection" + strip.index
+            anchors.fill: parent
+            anchors.margins: parent.border.width > 1 ? 3 : 0
+            visible: strip.entry.isSelected
+            color: "transparent"
+            radius: Theme.radius
+            border.width: 2
+            border.color: Theme.ink
+        }
 
         StripDragArea {
             anchors.fill: parent

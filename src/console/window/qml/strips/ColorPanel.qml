@@ -47,9 +47,24 @@ Popup {
     closePolicy: Popup.CloseOnEscape
     onClosed: entry = null
 
-    // Another song has other strips.
+    // Another song has other strips, and what covers the window must not be covered.
+    Connections {
+        target: panel.desk
+        function onIsPanelShownChanged(): void {
+            panel.close();
+        }
+    }
+    Connections {
+        target: panel.desk.alert
+        function onIsShownChanged(): void {
+            panel.close();
+        }
+    }
     Connections {
         target: panel.desk.session
+        function onIsLoadingChanged(): void {
+            panel.close();
+        }
         function onSelectedSongIndexChanged(): void {
             panel.close();
         }
