@@ -27,6 +27,12 @@ SplitBand::SplitBand(QQuickItem* parent) : KeyRangeItem(parent) {}
 
 void SplitBand::splitsChanged() {
   setImplicitHeight(split_band::height(splits().bars().size()));
+  Q_EMIT splitsMoved();
+}
+
+qreal SplitBand::selectedY() const {
+  const auto row = splits().selected();
+  return row ? split_band::middle(*row) : -1;
 }
 
 QImage SplitBand::picture(qreal scale) const {

@@ -15,11 +15,16 @@ namespace vrel::window {
 class SplitBand : public vrel::window::KeyRangeItem {
   Q_OBJECT
   QML_ELEMENT
+  /// The middle of the selected strip's row; -1 without one.
+  Q_PROPERTY(qreal selectedY READ selectedY NOTIFY splitsMoved FINAL)
 
  public:
   explicit SplitBand(QQuickItem* parent = nullptr);
 
+  [[nodiscard]] qreal selectedY() const;
+
  Q_SIGNALS:
+  void splitsMoved();
   void chosen(const QString& channelId);
   void minDragged(const QString& channelId, int note);
   void maxDragged(const QString& channelId, int note);

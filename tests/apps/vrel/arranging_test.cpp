@@ -42,10 +42,10 @@ class Arranging : public ConsoleFixture {
   }
 
   /// As the desktop does with a file that is dragged from another program.
-  void drop(const std::string& name, const std::string& file) {
+  void drop(const std::string& name, const std::string& file, Place at = {}) {
     ASSERT_TRUE(driver.eventually([&] { return driver.isShown(name); })) << name;
     const auto* const item = driver.find(name);
-    const QPointF place = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    const QPointF place = item->mapToScene(QPointF(item->width() * at.x, item->height() * at.y));
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(QString::fromStdString(file))});
     auto* const window = driver.program().window.quickWindow();
@@ -167,6 +167,8 @@ TEST_F(Arranging, FilesThatAreDroppedOnAStripAndBehindTheLastOneArePlayedThere) 
   EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).instrumentText() == QLatin1String("Vrel Visual"); }));
   drop("addChannelButton", "/nowhere/sky.mp4");
   EXPECT_TRUE(hasStrips({"Piano Lead", "sky"}));
+  drop("stripList", "/nowhere/rain.mp4", {0.95, 0.5});
+  EXPECT_TRUE(hasStrips({"Piano Lead", "sky", "rain"})) << "far behind the last one";
 }
 
 TEST_F(Arranging, ASetlistThatIsDroppedAnywhereIsOpened) {

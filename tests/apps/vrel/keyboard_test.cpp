@@ -2,7 +2,9 @@
 // The on-screen keyboard and the performance display in the real window.
 #include <gtest/gtest.h>
 
+#include <QQuickItem>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <set>
@@ -67,6 +69,28 @@ TEST_F(Keyboard, AnEndOfTheSelectedStripsSplitIsDraggedInTheBand) {
   ASSERT_TRUE(driver.eventually([this] { return driver.strip(0).minNote() == 64 && driver.strip(0).isSelected(); }));
   driver.drag("splitBand", "splitBand", {0.75, 0.5});
   EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).minNote() > 80; })) << driver.strip(0).minNote();
+}
+
+TEST_F(Keyboard, TheBandBringsTheRowOfTheSelectedStripIntoSight) {
+  constexpr int strips = 20;
+  driver.onLogic([](Session& session) {
+    while (session.engine().channels().size() < strips) {
+      session.content().channelOperations().addChannelFromButton();
+    }
+  });
+  const auto isInSight = [this] {
+    const auto* const band = driver.find("splitBand");
+    const auto* const view = band->parentItem()->parentItem();
+    const double y = band->mapToItem(view, QPointF(0, band->property("selectedY").toDouble())).y();
+    return y >= 4 && y <= view->height() - 4;
+  };
+  for (const std::size_t row : {std::size_t{0}, std::size_t{strips - 1}, std::size_t{8}}) {
+    driver.onLogic([row](Session& session) {
+      session.content().selection().selectedChannelId.set(session.engine().channels()[row]->id);
+    });
+    EXPECT_TRUE(driver.eventually([&] { return driver.strip(static_cast<int>(row)).isSelected() && isInSight(); }))
+        << row;
+  }
 }
 
 TEST_F(Keyboard, APedalIsShownAsItMoves) {

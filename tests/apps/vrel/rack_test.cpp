@@ -93,6 +93,28 @@ TEST_F(RackPanel, AnEffectThatHasDiedIsShownAndLoadedAgainByAPressAlsoInLiveMode
             1U);
 }
 
+TEST_F(RackPanel, EscapeClosesItAndTheLearnedControlsAlsoWhileAFaderHasTheFocus) {
+  open("rack0");
+  driver.click("fader0");
+  ASSERT_TRUE(driver.value("fader0", "activeFocus").toBool());
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("rackPanel"); }));
+  driver.onLogic([](Session& session) { session.content().learnedControls().isShown.set(true); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("learnedPanel"); }));
+  driver.click("fader0");
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("learnedPanel"); }));
+}
+
+TEST_F(RackPanel, ABadgeThatIsEditedTakesEscapeFirst) {
+  open("rack0");
+  driver.doubleClick("transpose0");
+  ASSERT_TRUE(driver.isShown("transpose0Field"));
+  driver.key("Escape");
+  EXPECT_FALSE(driver.isShown("transpose0Field"));
+  EXPECT_TRUE(driver.isShown("rackPanel"));
+}
+
 TEST_F(RackPanel, TheMasterHasOneToo) {
   open("masterRack");
   add("Zoo Gain");

@@ -86,6 +86,7 @@ Window {
         anchors.fill: parent
         focus: !window.isAsked
         enabled: !window.isCovered
+        Keys.onEscapePressed: event => event.accepted = panels.dismiss()
 
         ColumnLayout {
             anchors.fill: parent
@@ -150,6 +151,8 @@ Window {
     }
 
     StripPanels {
+        id: panels
+
         anchors.fill: parent
         anchors.topMargin: header.y + header.height + Theme.gap
         desk: window.desk

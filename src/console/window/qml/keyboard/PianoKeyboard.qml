@@ -24,8 +24,13 @@ Flickable {
     Flickable {
         id: rows
 
+        readonly property real selected: band.selectedY
+
+        // The selected strip's row, whose handles are wanted, and no space below the last one.
         function reveal(): void {
-            contentY = Math.min(contentY, Math.max(0, contentHeight - height));
+            const margin = Math.min(8, height / 2);
+            const wanted = selected < 0 ? contentY : Math.max(selected + margin - height, Math.min(contentY, selected - margin));
+            contentY = Math.max(0, Math.min(wanted, contentHeight - height));
         }
 
         width: keyboard.contentWidth
@@ -35,6 +40,7 @@ Flickable {
         clip: true
         onContentHeightChanged: reveal()
         onHeightChanged: reveal()
+        onSelectedChanged: reveal()
 
         ScrollBar.vertical: ScrollBar {
             visible: rows.contentHeight > rows.height

@@ -10,7 +10,22 @@ Item {
 
     readonly property real column: Laws.setlistWidth(width)
 
+    // Closes the uppermost; whether one was open.
+    function dismiss(): bool {
+        if (instruments.isOpen)
+            instruments.closed();
+        else if (learned.isOpen)
+            learned.closed();
+        else if (rack.isOpen)
+            rack.closed();
+        else
+            return false;
+        return true;
+    }
+
     RackPanel {
+        id: rack
+
         x: 3
         width: place.column
         height: place.height - Theme.gap
@@ -18,6 +33,8 @@ Item {
     }
 
     LearnedPanel {
+        id: learned
+
         x: 3
         width: place.column
         height: place.height - Theme.gap
@@ -26,6 +43,8 @@ Item {
 
     // Above the rack, which stays open below it.
     InstrumentPanel {
+        id: instruments
+
         x: 3
         width: place.column
         height: place.height - Theme.gap

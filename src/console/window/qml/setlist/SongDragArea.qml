@@ -9,7 +9,7 @@ MouseArea {
 
     required property ListView list
     required property ReorderTracker tracker
-    required property int editedRow // has a field of its own; -1 for none
+    required property string editedId // of the song whose name is a field; empty for none
 
     readonly property real edge: Theme.song / 2
     readonly property int scrollStep: mouseY < edge ? -12 : mouseY > height - edge ? 12 : 0
@@ -29,6 +29,11 @@ MouseArea {
     function rowUnder(y: real): int {
         const place = list.contentY - list.originY + y;
         return place < list.contentHeight ? tracker.rowAt(place) : -1;
+    }
+
+    // By the song: others may have been moved past its field.
+    function isEdited(row: int): bool {
+        return editedId !== "" && (list.itemAtIndex(row) as SongRow)?.entry.songId === editedId;
     }
 
     function follow(): void {
@@ -52,7 +57,7 @@ MouseArea {
 
     onPressed: mouse => {
         pressedRow = rowUnder(mouse.y);
-        if (pressedRow < 0 || (pressedRow === editedRow && mouse.x >= Theme.handle)) {
+        if (pressedRow < 0 || (isEdited(pressedRow) && mouse.x >= Theme.handle)) {
             mouse.accepted = false;
             return;
         }

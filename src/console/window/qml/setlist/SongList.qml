@@ -15,7 +15,6 @@ ListView {
     readonly property int selected: desk.session.selectedSongIndex
     property int cursor: Math.max(0, selected) // the row that the keys act on
     property bool awaitsSong // the performer has added one, which must come into sight
-    readonly property int editedRow: rowOf(desk.session.editingSongId)
 
     function idAt(row: int): string {
         const item = list.itemAtIndex(row) as SongRow;
@@ -35,21 +34,13 @@ ListView {
 
     // The name that is being changed passes on the Return that ends it.
     function choose(): void {
-        if (editedRow < 0)
+        if (desk.session.editingSongId === "")
             desk.commands.clickSong(idAt(cursor));
     }
 
     function moveCursor(by: int): void {
         cursor = Math.max(0, Math.min(count - 1, cursor + by));
         positionViewAtIndex(cursor, ListView.Contain);
-    }
-
-    function rowOf(songId: string): int {
-        for (let row = 0; songId !== "" && row < count; ++row) {
-            if (idAt(row) === songId)
-                return row;
-        }
-        return -1;
     }
 
     function showSelected(): void {
@@ -160,7 +151,7 @@ ListView {
     // The area over the rows is what the pointer rests on.
     Hint {
         over: presses
-        isOver: presses.hoveredRow >= 0 && presses.hoveredRow !== list.editedRow
+        isOver: presses.hoveredRow >= 0 && !presses.isEdited(presses.hoveredRow)
         text: tracker.isDragging ? "" : list.desk.hints.songRow
     }
 
@@ -169,7 +160,7 @@ ListView {
 
         list: list
         tracker: tracker
-        editedRow: list.editedRow
+        editedId: list.desk.session.editingSongId
         onActed: row => list.desk.commands.clickSong(list.idAt(row))
         onRenameWanted: row => list.rename(row)
         onMenuWanted: row => list.showMenu(row)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// Behind the last strip: adds one, and takes files on all the space that is left of the row.
 import QtQuick
 import Vrel.Console
 
@@ -6,8 +7,9 @@ Item {
     id: place
 
     required property ConsoleModel desk
+    property real room // to the right end of what is seen of the row
 
-    width: Theme.strip
+    width: Math.max(Theme.strip, room)
 
     FileDrop {
         anchors.fill: parent
@@ -17,8 +19,8 @@ Item {
 
     PushButton {
         objectName: "addChannelButton"
-        anchors.fill: parent
-        anchors.rightMargin: Theme.gap
+        width: Theme.strip - Theme.gap
+        height: parent.height
         text: place.desk.texts.addChannel
         hint: isOffered ? place.desk.hints.addChannel : place.desk.hints.notInLiveMode
         textSize: Theme.strongText

@@ -78,6 +78,7 @@ ListView {
     AddChannelButton {
         parent: list.contentItem
         x: list.originX + list.count * Theme.strip
+        room: list.contentX + list.width - x
         height: list.height - 14
         desk: list.desk
     }
