@@ -4,6 +4,7 @@
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QAccessibleValueInterface>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <set>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/spoken_window.h"
 
 namespace vrel::app::test {
 namespace {
@@ -185,6 +187,111 @@ TEST_F(Accessibility, WhatIsShownForAWhileHasNames) {
   expectNamed("learnButton", driver.session().learnLabel().toStdString());
   driver.click("liveButton");
   expectNamed("liveBanner", "Live Mode");
+}
+
+TEST_F(Accessibility, EveryControlHasANameARoleAndItsValueOrStateInBothModesAndInEveryPanel) {
+  const auto expectWhole = [this](const std::string& shown) {
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(shown) && SpokenWindow::has(driver.find(shown)); }))
+        << shown;
+    EXPECT_EQ(SpokenWindow::faults(), std::vector<std::string>()) << shown;
+  };
+  const auto lookAround = [&] {
+    driver.click("rack0");
+    expectWhole("rackPanel");
+    if (!driver.session().isLive()) {
+      driver.click("stripInstrument0");
+      expectWhole("instrumentPanel");
+      driver.key("Escape");
+    }
+    driver.key("Escape");
+    driver.rightClick("stripNumber0");
+    expectWhole("stripMenuCut");
+    driver.key("Escape");
+    driver.rightClick("songName0");
+    expectWhole("songMenuRename");
+    driver.key("Escape");
+    for (const auto& [menu, line] : {std::pair("File", "Save As..."),
+                                     {"Edit", "Copy Channel"},
+                                     {"Mode", "Live Mode"},
+                                     {"Visual", "Blend Mode"},
+                                     {"Settings", "Audio Output"},
+                                     {"Help", "VREL Help"}}) {
+      driver.click(menu);
+      expectWhole(line);
+      driver.key("Escape");
+      ASSERT_TRUE(driver.eventually([&, gone = line] { return !driver.isShown(gone); })) << line;
+    }
+    driver.click("learnButton");
+    expectWhole("learnButton");
+    driver.click("learnButton");
+    ASSERT_TRUE(driver.eventually([this] { return !driver.session().isLearning(); }));
+  };
+  driver.onLogic([](Session& session) {
+    session.state().globalMidiControlAssignments.set({{{MidiControlKind::channelVolume, 0}, {0xB0, 0, 20}}});
+  });
+  expectWhole("strip0");
+  driver.onLogic([](Session& session) { session.content().learnedControls().isShown.set(true); });
+  expectWhole("learned0");
+  driver.key("Escape");
+  driver.click("stripNumber0");
+  expectWhole("swatch0");
+  driver.key("Escape");
+  lookAround();
+  driver.click("liveButton");
+  expectWhole("setup0");
+  driver.click("setup0");
+  expectWhole("transpose0");
+  lookAround();
+}
+
+TEST_F(Accessibility, AValueThatIsSetReachesTheStripAndIsNotLostToTheNextOne) {
+  const auto set = [this](const char* name, double value) {
+    auto* const item = QAccessible::queryAccessibleInterface(driver.find(name));
+    ASSERT_NE(item, nullptr) << name;
+    ASSERT_NE(item->valueInterface(), nullptr) << name;
+    item->valueInterface()->setCurrentValue(value);
+  };
+  for (const double value : {0.25, 0.75}) {
+    set("gain0", value);
+    set("reverb0", value);
+    set("fader0", value);
+    set("masterFader", value);
+    EXPECT_TRUE(driver.eventually([&] {
+      const auto& strip = driver.strip(0);
+      return strip.gain() == value && strip.reverb() == value && strip.volume() == value &&
+             driver.value("masterFader", "value").toDouble() == value;
+    })) << value;
+  }
+  set("transpose0", -12);
+  set("splitLow0", 40);
+  set("splitHigh0", 500);
+  set("keyCountSlider", 61);
+  EXPECT_TRUE(driver.eventually([this] {
+    const auto& strip = driver.strip(0);
+    return strip.transpose() == -12 && strip.minNote() == 40 && strip.maxNote() == 127 &&
+           driver.session().keyboardKeyCount() == 61;
+  })) << driver.session().keyboardKeyCount();
+  driver.onLogic([](Session& session) { session.engine().channels()[0]->gain.set(0.5F); });
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("gain0", "value").toDouble() == 0.5; }))
+      << "it still follows the strip";
+}
+
+TEST_F(Accessibility, ATextThatIsSetIsTakenWithoutTheCaret) {
+  const auto write = [this](const char* name, const char* text) {
+    auto* const item = QAccessible::queryAccessibleInterface(driver.find(name));
+    ASSERT_NE(item, nullptr) << name;
+    item->setText(QAccessible::Value, QLatin1String(text));
+  };
+  write("tempoField", "93");
+  write("notesArea", "capo 2");
+  write("stripName0", "Left Hand");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.session().tempoBpm() == 93 && driver.session().songNotes() == QLatin1String("capo 2") &&
+           driver.strip(0).name() == QLatin1String("Left Hand");
+  }));
+  write("tempoField", "allegro");
+  EXPECT_TRUE(
+      driver.eventually([this] { return driver.value("tempoField", "text").toString() == QLatin1String("93"); }));
 }
 
 }  // namespace

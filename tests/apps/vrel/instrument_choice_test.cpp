@@ -89,6 +89,17 @@ TEST_F(InstrumentChoice, EscapeClosesWithoutALoadAndTheSearchIsThereAgain) {
   EXPECT_TRUE(isOpen(false));
 }
 
+TEST_F(InstrumentChoice, WhatIsTypedWhenItIsOpenAgainReplacesTheSearchThatIsThere) {
+  for (const auto* search : {"Zoo Sine", "Zoo Mono"}) {
+    driver.click("stripInstrument0");
+    ASSERT_TRUE(isOpen(true));
+    driver.type(search);
+    EXPECT_TRUE(finds(search)) << driver.value("instrumentSearch", "text").toString().toStdString();
+    driver.key("Escape");
+    ASSERT_TRUE(isOpen(false));
+  }
+}
+
 TEST_F(InstrumentChoice, ALoadedStripAsksWhetherToChangeOrRemove) {
   driver.click("stripInstrument0");
   ASSERT_TRUE(isOpen(true));

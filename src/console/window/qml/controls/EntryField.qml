@@ -13,6 +13,7 @@ TextField {
     property string echo
     property bool followsEcho: true
     property bool isEditing
+    property bool isFollowing
     property bool selectsAll
 
     signal typed(string text)
@@ -20,7 +21,9 @@ TextField {
     function follow(): void {
         isEditing = false;
         if (followsEcho && text !== echo) {
+            isFollowing = true;
             text = echo;
+            isFollowing = false;
             cursorPosition = 0;
         }
         if (selectsAll && activeFocus)
@@ -43,17 +46,25 @@ TextField {
     Accessible.role: Accessible.EditableText
     Accessible.name: spokenName
     Accessible.description: hint
+    Accessible.onPressAction: if (!readOnly) accepted() // as Return
 
     Component.onCompleted: follow()
     onEchoChanged: if (!isEditing) follow()
     onReadOnlyChanged: if (readOnly) focus = false
-    onTextEdited: {
+    // Assistive technology writes without the caret.
+    onTextChanged: {
+        if (isFollowing)
+            return;
         isEditing = true;
         typed(text);
+        if (!activeFocus)
+            settle.restart();
     }
     onActiveFocusChanged: {
         if (activeFocus && readOnly) {
             focus = false; // a menu that closes would return the caret
+        } else if (activeFocus && selectsAll) {
+            selectAll();
         } else if (!activeFocus) {
             cursorPosition = 0;
             settle.restart();

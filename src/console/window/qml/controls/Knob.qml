@@ -11,7 +11,8 @@ Item {
     required property string spokenName
     required property int learnKind
     property int learnIndex: -1
-    property real value
+    property real echo // of the logic
+    property real value: echo // what assistive technology reads and writes
     property string valueText
     property color color: Theme.teal
     property bool isCentered
@@ -21,7 +22,7 @@ Item {
     readonly property real maximumValue: 1
     readonly property real stepSize: 0.02
     // While it is held it shows the hand, not the echo of the logic.
-    readonly property real shownValue: touch.isHeld || settle.running ? touch.heldValue : value
+    readonly property real shownValue: touch.isHeld || settle.running ? touch.heldValue : echo
 
     signal moved(real value)
     signal reset
@@ -54,7 +55,14 @@ Item {
     Keys.onDownPressed: step(-stepSize)
     Keys.onLeftPressed: step(-stepSize)
     Keys.onDeletePressed: reset()
-    onValueChanged: if (Math.abs(value - touch.heldValue) < 0.001) settle.stop()
+    onEchoChanged: if (Math.abs(echo - touch.heldValue) < 0.001) settle.stop()
+    onValueChanged: {
+        if (value === echo)
+            return;
+        const wanted = value;
+        value = Qt.binding(() => echo);
+        step(wanted - shownValue);
+    }
 
     Text {
         id: caption

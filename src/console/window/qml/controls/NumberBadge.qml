@@ -9,7 +9,10 @@ Item {
     id: badge
 
     required property string spokenName
-    required property int value
+    required property int echo // of the logic
+    required property int minimumValue
+    required property int maximumValue
+    property int value: echo // what assistive technology reads and writes
     required property string valueText
     property string hint
 
@@ -19,7 +22,7 @@ Item {
     signal stepped(int by)
 
     function edit(): void {
-        field.text = value;
+        field.text = echo;
         isEditing = true;
         field.forceActiveFocus(Qt.OtherFocusReason);
         field.selectAll();
@@ -45,6 +48,13 @@ Item {
     implicitWidth: 44
     implicitHeight: Theme.row
     activeFocusOnTab: true
+    onValueChanged: {
+        if (value === echo)
+            return;
+        const wanted = value;
+        value = Qt.binding(() => echo);
+        stepped(wanted - echo);
+    }
 
     Accessible.role: Accessible.SpinBox
     Accessible.name: spokenName

@@ -8,14 +8,15 @@ Item {
     id: fader
 
     required property string spokenName
-    property real value
+    property real echo // of the logic
+    property real value: echo // what assistive technology reads and writes
     property string valueText
     property color color: Theme.teal
     property LearnTarget learn: null
     property string hint
 
     readonly property bool isHeld: touch.isHeld
-    readonly property real shownValue: isHeld || settle.running ? touch.heldValue : value
+    readonly property real shownValue: isHeld || settle.running ? touch.heldValue : echo
     readonly property real minimumValue: 0
     readonly property real maximumValue: 1
     readonly property real stepSize: 0.02
@@ -49,7 +50,14 @@ Item {
 
     Keys.onUpPressed: step(stepSize)
     Keys.onDownPressed: step(-stepSize)
-    onValueChanged: if (Math.abs(value - touch.heldValue) < 0.001) settle.stop()
+    onEchoChanged: if (Math.abs(echo - touch.heldValue) < 0.001) settle.stop()
+    onValueChanged: {
+        if (value === echo)
+            return;
+        const wanted = value;
+        value = Qt.binding(() => echo);
+        step(wanted - shownValue);
+    }
 
     Rectangle {
         anchors.fill: parent
@@ -113,7 +121,7 @@ Item {
 
         function follow(): void {
             if (isHeld && height > 0)
-                fader.put(Laws.faderPosition(finger.y, height, fader.value));
+                fader.put(Laws.faderPosition(finger.y, height, fader.echo));
         }
 
         anchors.fill: parent
@@ -125,7 +133,7 @@ Item {
             fader.forceActiveFocus(Qt.MouseFocusReason);
             if (fader.learn && fader.learn.claims())
                 return;
-            heldValue = fader.value;
+            heldValue = fader.echo;
             isHeld = true;
             follow();
         }

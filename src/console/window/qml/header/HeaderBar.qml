@@ -81,6 +81,8 @@ Panel {
             spokenName: header.isLive ? header.desk.texts.modeLive : header.desk.texts.modeEdit
             textSize: 28
             hint: header.desk.hints.liveMode
+            Accessible.checkable: true
+            Accessible.checked: header.isLive
             fill: header.isLive ? Theme.live : Theme.edit
             ink: Theme.ink
             edge: header.isLive ? Theme.ink : Theme.line
@@ -94,6 +96,8 @@ Panel {
             Layout.fillHeight: true
             text: header.desk.session.learnLabel
             hint: header.desk.hints.learn
+            Accessible.checkable: true
+            Accessible.checked: header.desk.session.isLearning
             textSize: Theme.strongText
             fill: header.desk.session.isLearning ? Theme.learnable : Theme.raised
             onClicked: header.desk.commands.toggleLearn()

@@ -21,7 +21,7 @@ ComboBox {
 
     Accessible.role: Accessible.ComboBox
     Accessible.name: desk.texts.languageLabel
-    Accessible.description: hint
+    Accessible.description: displayText + ". " + hint
     Accessible.onPressAction: popup.open()
 
     // The logic decides on the language: what is shown follows it again.

@@ -9,18 +9,25 @@ Slider {
 
     required property ConsoleModel desk
 
+    readonly property int echo: desk.session.keyboardKeyCount
+    readonly property real minimumValue: from
+    readonly property real maximumValue: to
+    property bool isReady
+
     objectName: "keyCountSlider"
     from: 12
     to: 88
     stepSize: 1
     snapMode: Slider.SnapAlways
-    value: desk.session.keyboardKeyCount
+    value: echo
     padding: 0
-    onMoved: desk.commands.setKeyCount(Math.round(value))
+    // Also where assistive technology has moved it.
+    onValueChanged: if (isReady && Math.round(value) !== echo) desk.commands.setKeyCount(Math.round(value))
+    Component.onCompleted: isReady = true
 
     Accessible.role: Accessible.Slider
     Accessible.name: desk.texts.keyCount
-    Accessible.description: desk.session.keyboardKeyCount
+    Accessible.description: echo
 
     Hint {
         over: slider

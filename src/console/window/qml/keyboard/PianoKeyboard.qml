@@ -66,7 +66,7 @@ Flickable {
             onChosen: channelId => keyboard.desk.commands.selectStrip(channelId)
             onMinDragged: (channelId, note) => keyboard.desk.commands.setSplitMin(channelId, note)
             onMaxDragged: (channelId, note) => keyboard.desk.commands.setSplitMax(channelId, note)
-            Accessible.role: Accessible.Grouping
+            Accessible.role: Accessible.Canvas
             Accessible.name: keyboard.desk.texts.splitTranspose
             Accessible.description: keyboard.desk.hints.splitBand
 
@@ -92,7 +92,7 @@ Flickable {
         viewWidth: keyboard.width
         onNotePressed: note => keyboard.desk.commands.pressNote(note)
         onNoteReleased: note => keyboard.desk.commands.releaseNote(note)
-        Accessible.role: Accessible.Grouping
+        Accessible.role: Accessible.Canvas
         Accessible.name: keyboard.desk.texts.keyboard
         Accessible.description: keyboard.desk.performance.heldNotes || keyboard.desk.hints.playKeys
         Accessible.focusable: true

@@ -60,6 +60,8 @@ Rectangle {
             text: "\u21c4"
             spokenName: row.desk.texts.replaceEffect + " " + row.modelData.name
             hint: row.hintOf(row.desk.texts.replaceEffect)
+            Accessible.checkable: true
+            Accessible.checked: row.isReplaced
             isOffered: row.mayChange
             onClicked: row.desk.commands.toggleReplacedEffect(row.modelData.slotId)
         }

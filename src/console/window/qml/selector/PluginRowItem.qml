@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Vrel.Console
 
-AbstractButton {
+ItemDelegate { // a button would be one to assistive technology, whatever its role says
     id: row
 
     required property int index
@@ -23,12 +23,12 @@ AbstractButton {
     signal favoured
     signal tried
 
+    padding: 0
     implicitHeight: Theme.touch
     focusPolicy: Qt.NoFocus
     enabled: isOffered
     opacity: isOffered ? 1 : 0.5
 
-    Accessible.role: Accessible.ListItem
     Accessible.name: name
     Accessible.description: manufacturer
     Accessible.selectable: true
@@ -72,6 +72,8 @@ AbstractButton {
             text: row.isFavourite ? "\u2605" : "\u2606"
             spokenName: hint + " " + row.name
             hint: row.isFavourite ? row.texts.removeFavourite : row.texts.addFavourite
+            Accessible.checkable: true
+            Accessible.checked: row.isFavourite
             focusPolicy: Qt.NoFocus
             fill: "transparent"
             edge: "transparent"
@@ -86,6 +88,8 @@ AbstractButton {
             textSize: Theme.strongText
             spokenName: row.name + ": " + row.texts.tryInstrument
             hint: row.texts.tryInstrument
+            Accessible.checkable: true
+            Accessible.checked: row.isTried
             focusPolicy: Qt.NoFocus
             fill: row.isTried ? Theme.teal : "transparent"
             edge: row.isTried ? Theme.teal : "transparent"

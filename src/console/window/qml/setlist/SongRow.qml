@@ -51,6 +51,18 @@ Rectangle {
         entry: row.entry
     }
 
+    SpokenAction {
+        name: row.desk.texts.renameSong + " " + row.entry.name
+        hint: isOffered ? row.desk.hints.renameSong : row.desk.hints.notInLiveMode
+        isOffered: row.desk.session.mayRenameSong
+        onActed: row.desk.commands.beginSongRename(row.entry.songId)
+    }
+    SpokenAction {
+        name: row.desk.texts.deleteSong + " " + row.entry.name
+        hint: row.desk.hints.deleteSong
+        onActed: row.desk.commands.deleteSong(row.entry.songId)
+    }
+
     Rectangle {
         anchors.bottom: parent.bottom
         width: parent.width

@@ -30,7 +30,7 @@ FocusArea {
     width: Theme.strip
     z: isDragged ? 1 : 0
 
-    Accessible.role: Accessible.Grouping
+    Accessible.role: Accessible.ListItem
     Accessible.name: entry.number + " " + entry.name
     Accessible.description: entry.statusText
     Accessible.selected: entry.isSelected
@@ -56,6 +56,13 @@ FocusArea {
 
     MirrorRef {
         entry: strip.entry
+    }
+
+    SpokenAction {
+        name: strip.desk.texts.deleteChannel + " " + strip.Accessible.name
+        hint: isOffered ? strip.desk.hints.deleteChannel : strip.desk.hints.notInLiveMode
+        isOffered: strip.desk.session.mayDeleteChannel
+        onActed: strip.desk.commands.deleteChannel(strip.entry.channelId)
     }
 
     Rectangle {

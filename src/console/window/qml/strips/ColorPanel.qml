@@ -26,6 +26,7 @@ Popup {
         x = place.x;
         y = place.y;
         open();
+        forceActiveFocus(Qt.PopupFocusReason); // a press on the strip that it is open for has taken it
     }
 
     function take(color: color): void {
@@ -155,7 +156,7 @@ Popup {
             objectName: "hue"
             Layout.fillWidth: true
             spokenName: panel.desk.hints.hue
-            value: Math.max(0, panel.present.hsvHue)
+            echo: Math.max(0, panel.present.hsvHue)
             ends: ["#ff0000", "#00ff00", "#0000ff", "#ff0000"]
             onMoved: value => panel.take(Qt.hsva(value, panel.present.hsvSaturation, panel.present.hsvValue, 1))
         }
@@ -163,7 +164,7 @@ Popup {
             objectName: "saturation"
             Layout.fillWidth: true
             spokenName: panel.desk.hints.saturation
-            value: panel.present.hsvSaturation
+            echo: panel.present.hsvSaturation
             ends: ["#808080", "#808080", "#808080", Qt.hsva(Math.max(0, panel.present.hsvHue), 1, 1, 1)]
             onMoved: value => panel.take(Qt.hsva(Math.max(0, panel.present.hsvHue), value, panel.present.hsvValue, 1))
         }
@@ -171,7 +172,7 @@ Popup {
             objectName: "brightness"
             Layout.fillWidth: true
             spokenName: panel.desk.hints.brightness
-            value: panel.present.hsvValue
+            echo: panel.present.hsvValue
             ends: ["#000000", "#000000", "#000000", "#ffffff"]
             onMoved: value => panel.take(Qt.hsva(Math.max(0, panel.present.hsvHue), panel.present.hsvSaturation, value, 1))
         }

@@ -8,7 +8,8 @@ Item {
 
     required property string spokenName
     required property list<color> ends // of four stops
-    property real value
+    property real echo // of the logic
+    property real value: echo // what assistive technology reads and writes
 
     readonly property real minimumValue: 0
     readonly property real maximumValue: 1
@@ -25,12 +26,19 @@ Item {
 
     Accessible.role: Accessible.Slider
     Accessible.name: spokenName
-    Accessible.description: Math.round(value * 100) + "%"
+    Accessible.description: Math.round(echo * 100) + "%"
     Accessible.focusable: true
-    Accessible.onIncreaseAction: slider.put(slider.value + slider.stepSize)
-    Accessible.onDecreaseAction: slider.put(slider.value - slider.stepSize)
-    Keys.onRightPressed: put(value + stepSize)
-    Keys.onLeftPressed: put(value - stepSize)
+    Accessible.onIncreaseAction: slider.put(slider.echo + slider.stepSize)
+    Accessible.onDecreaseAction: slider.put(slider.echo - slider.stepSize)
+    Keys.onRightPressed: put(echo + stepSize)
+    Keys.onLeftPressed: put(echo - stepSize)
+    onValueChanged: {
+        if (value === echo)
+            return;
+        const wanted = value;
+        value = Qt.binding(() => echo);
+        put(wanted);
+    }
 
     Rectangle {
         anchors.fill: parent
@@ -48,7 +56,7 @@ Item {
         }
     }
     Rectangle {
-        x: slider.value * (slider.width - width)
+        x: slider.echo * (slider.width - width)
         width: 6
         height: slider.height
         radius: 3

@@ -36,7 +36,7 @@ Item {
             width: Math.min(54, column.width - 27)
             height: parent.height
             spokenName: column.spokenName
-            value: column.value
+            echo: column.value
             valueText: column.valueText
             color: column.color
             learn: learnTarget

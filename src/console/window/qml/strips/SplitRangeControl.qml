@@ -28,7 +28,9 @@ ColumnLayout {
             objectName: "splitLow" + control.entry.index
             Layout.preferredWidth: 38
             spokenName: "Split " + control.desk.hints.lowestKey + " " + control.entry.number + " " + control.entry.name
-            value: control.entry.minNote
+            echo: control.entry.minNote
+            minimumValue: 0
+            maximumValue: 127
             valueText: control.entry.minNoteName
             hint: control.desk.hints.split
             onEntered: draft => control.desk.controls.enterMinNote(control.entry.channelId, draft)
@@ -44,7 +46,9 @@ ColumnLayout {
             objectName: "splitHigh" + control.entry.index
             Layout.preferredWidth: 38
             spokenName: "Split " + control.desk.hints.highestKey + " " + control.entry.number + " " + control.entry.name
-            value: control.entry.maxNote
+            echo: control.entry.maxNote
+            minimumValue: 0
+            maximumValue: 127
             valueText: control.entry.maxNoteName
             hint: control.desk.hints.split
             onEntered: draft => control.desk.controls.enterMaxNote(control.entry.channelId, draft)

@@ -48,7 +48,7 @@ GridLayout {
             desk: levels.desk
             label: "Gain"
             spokenName: label + levels.strip
-            value: levels.entry.gain
+            echo: levels.entry.gain
             valueText: levels.entry.gainText
             color: levels.entry.color
             isCentered: true
@@ -63,7 +63,7 @@ GridLayout {
             desk: levels.desk
             label: "Reverb"
             spokenName: label + levels.strip
-            value: levels.entry.reverb
+            echo: levels.entry.reverb
             valueText: levels.entry.reverbText
             color: levels.entry.color
             hint: levels.desk.hints.reverb

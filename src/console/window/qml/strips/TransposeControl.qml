@@ -28,7 +28,9 @@ ColumnLayout {
             objectName: "transpose" + control.entry.index
             Layout.preferredWidth: 40
             spokenName: "Transpose " + control.entry.number + " " + control.entry.name
-            value: control.entry.transpose
+            echo: control.entry.transpose
+            minimumValue: -48
+            maximumValue: 48
             valueText: control.entry.transposeText
             hint: control.desk.hints.transpose
             onEntered: draft => control.desk.controls.enterTranspose(control.entry.channelId, draft)

@@ -67,10 +67,12 @@ TextArea {
             settle.restart();
     }
     onTextChanged: {
-        if (isFollowing || !activeFocus)
+        if (isFollowing)
             return;
         isEditing = true;
         desk.commands.setSongNotes(text);
+        if (!activeFocus) // assistive technology writes without the caret
+            settle.restart();
     }
 
     background: Rectangle {

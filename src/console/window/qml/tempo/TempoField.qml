@@ -26,6 +26,7 @@ EntryField {
     inputMethodHints: Qt.ImhDigitsOnly
     leftPadding: 2
     rightPadding: 2
+    onTyped: if (!activeFocus) commit()
     onActiveFocusChanged: selecting.restart()
     onAccepted: {
         commit();
