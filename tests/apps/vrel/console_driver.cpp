@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QPointF>
+#include <QProcess>
 #include <QQuickItem>
 #include <QQuickStyle>
 #include <QQuickWindow>
@@ -198,8 +199,17 @@ void ConsoleDriver::pointTo(const std::string& name, Place place) {
       })) {
     throw std::runtime_error("nothing is shown under the name " + name);
   }
-  xdotool("mousemove " + std::to_string(static_cast<int>(point->x())) + " " +
-          std::to_string(static_cast<int>(point->y())));
+  movePointer(*point);
+}
+
+void ConsoleDriver::movePointer(const QPointF& place) {
+  xdotool("mousemove " + std::to_string(static_cast<int>(place.x())) + " " +
+          std::to_string(static_cast<int>(place.y())));
+  pump(pauseMs);
+}
+
+void ConsoleDriver::movePointerBy(int right, int down) {
+  xdotool("mousemove_relative -- " + std::to_string(right) + " " + std::to_string(down));
   pump(pauseMs);
 }
 
@@ -210,10 +220,36 @@ void ConsoleDriver::xdotool(const std::string& arguments) const {
 }
 
 void ConsoleDriver::click(const std::string& name, Place place) {
+  press(name, place);
+  release();
+}
+
+void ConsoleDriver::press(const std::string& name, Place place) {
   pointTo(name, place);
   xdotool("mousedown 1");
   pump(pauseMs);
+}
+
+void ConsoleDriver::moveTo(const std::string& name, Place place) {
+  if (const auto point = screenPoint(name, place)) {
+    movePointer(*point);
+  }
+}
+
+void ConsoleDriver::release() {
   xdotool("mouseup 1");
+  pump(pauseMs);
+}
+
+void ConsoleDriver::clickStorm(const std::string& name, int clicks, Place place) {
+  pointTo(name, place);
+  // Beside the loop, which takes each as it comes.
+  QProcess storm;
+  storm.start(QStringLiteral("xdotool"), {QStringLiteral("click"), QStringLiteral("--repeat"), QString::number(clicks),
+                                          QStringLiteral("--delay"), QStringLiteral("10"), QStringLiteral("1")});
+  if (!eventually([&] { return storm.state() == QProcess::NotRunning; })) {
+    throw std::runtime_error("the window does not keep up with a storm on " + name);
+  }
   pump(pauseMs);
 }
 
@@ -229,24 +265,20 @@ void ConsoleDriver::rightClick(const std::string& name) {
   pump(pauseMs);
 }
 
-void ConsoleDriver::drag(const std::string& from, const std::string& to, Place place) {
-  pointTo(from, {});
-  const auto start = screenPoint(from, {});
-  const auto end = screenPoint(to, place);
-  if (!start || !end) {
+void ConsoleDriver::drag(const std::string& from, const std::string& to, Place place, Place start) {
+  pointTo(from, start);
+  const auto first = screenPoint(from, start);
+  const auto last = screenPoint(to, place);
+  if (!first || !last) {
     throw std::runtime_error("nowhere to drag to: " + to);
   }
   xdotool("mousedown 1");
   pump(pauseMs);
   constexpr int steps = 12;
   for (int step = 1; step <= steps; ++step) {
-    const QPointF point = *start + (*end - *start) * step / steps;
-    xdotool("mousemove " + std::to_string(static_cast<int>(point.x())) + " " +
-            std::to_string(static_cast<int>(point.y())));
-    pump(pauseMs);
+    movePointer(*first + (*last - *first) * step / steps);
   }
-  xdotool("mouseup 1");
-  pump(pauseMs);
+  release();
 }
 
 void ConsoleDriver::key(const std::string& name) {

@@ -64,7 +64,16 @@ class ConsoleDriver {
   void click(const std::string& name, Place place = {});
   void doubleClick(const std::string& name);
   void rightClick(const std::string& name);
-  void drag(const std::string& from, const std::string& to, Place place = {});
+  void drag(const std::string& from, const std::string& to, Place place = {}, Place start = {});
+  /// The parts of a drag that does not end as it should. `release` acts wherever the pointer is.
+  void press(const std::string& name, Place place = {});
+  void moveTo(const std::string& name, Place place);
+  /// To a place of the screen, and by a way on it, in pixels.
+  void movePointer(const QPointF& place);
+  void movePointerBy(int right, int down);
+  void release();
+  /// Clicks in one place, a hundred a second.
+  void clickStorm(const std::string& name, int clicks, Place place = {});
   /// A key with its modifiers as xdotool calls it, such as "ctrl+s".
   void key(const std::string& name);
   /// Keeps it down until it must have repeated itself many times.

@@ -123,6 +123,13 @@ TEST_F(RackPanel, TheMasterHasOneToo) {
   EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("rackPanel"); }));
 }
 
+TEST_F(RackPanel, EscapeClosesItAlsoWhileTheFocusIsOnAStrip) {
+  open("rack0");
+  driver.click("mute0");
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("rackPanel"); }));
+}
+
 TEST_F(RackPanel, InLiveModeItListsAndNothingCanBePressed) {
   open("rack0");
   add("Zoo Gain");

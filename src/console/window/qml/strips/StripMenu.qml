@@ -15,6 +15,19 @@ PopupMenu {
     }
 
     objectName: "stripMenu"
+    // The strip it was opened for may be gone.
+    Connections {
+        target: menu.desk.strips
+        function onCountChanged(): void {
+            menu.close();
+        }
+    }
+    Connections {
+        target: menu.desk.session
+        function onSelectedSongIndexChanged(): void {
+            menu.close();
+        }
+    }
 
     PopupEntry {
         objectName: "stripMenuCut"
