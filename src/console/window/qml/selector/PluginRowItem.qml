@@ -51,6 +51,7 @@ ItemDelegate { // a button would be one to assistive technology, whatever its ro
         font.bold: row.isLoaded
         fontSizeMode: Text.Fit
         minimumPixelSize: 12
+        wrapMode: Text.Wrap
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
     }
