@@ -7,19 +7,43 @@
 #include <QQuickWindow>
 #include <QRectF>
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/window_looks.h"
+#include "text/text.h"
 
 namespace vrel::app::test {
 namespace {
 
-struct Named {
+using Words = std::vector<std::string>;
+
+constexpr std::array sizes{QSize(1280, 800), QSize(1366, 768), QSize(1920, 1080), QSize(3840, 2160)};
+
+/// A panel over the setlist's column.
+struct OpenedPanel {
   std::string name;
-  QRectF place;  // in the window, pixels
+  std::string first;  // something in it
+  bool opensInLiveMode;
+  std::function<void(Session&)> open;
+  std::function<void(Session&)> close;
+};
+
+const std::vector<OpenedPanel> openedPanels{
+    {"instrumentPanel", "plugin0", false,
+     [](Session& session) { session.content().instrumentSelector().open(*session.engine().channels()[0]); },
+     [](Session& session) { session.content().instrumentSelector().cancel(); }},
+    {"rackPanel", "rackEffect1", true,
+     [](Session& session) { session.content().effectRack().toggle(*session.engine().masterChannel()); },
+     [](Session& session) { session.content().effectRack().close(); }},
+    {"learnedPanel", "learned1", true, [](Session& session) { session.content().learnedControls().isShown.set(true); },
+     [](Session& session) { session.content().learnedControls().isShown.set(false); }},
 };
 
 /// What has room in the window. With VREL_SCREENSHOTS in the environment, each look is kept as a picture in that
@@ -51,6 +75,11 @@ class Layout : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([&] { return driver.isShown("strip" + std::to_string(count - 1)); }));
   }
 
+  void speak(Language language) {
+    driver.onLogic([language](Session& session) { session.content().setLanguage(language); });
+    ASSERT_TRUE(driver.eventually([&] { return driver.texts().language() == static_cast<int>(language); }));
+  }
+
   void addSongs() {
     driver.onLogic([](Session& session) {
       for (const auto* name : {"The Long Way Home, Acoustic", "Blue Room", "Night Train to Lisbon", "Harbour Lights",
@@ -65,6 +94,26 @@ class Layout : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songRow8") && !driver.session().isLoading(); }));
   }
 
+  void offerPlugins() {
+    driver.onLogic([](Session& session) {
+      auto& state = session.state();
+      constexpr std::uint32_t count = 30;
+      std::vector<AVAudioUnitComponent> plugins;
+      for (std::uint32_t code = 0; code < count; ++code) {
+        plugins.push_back({code % 3 == 0 ? "Concert Grand with Sympathetic Resonance" : "Organ " + std::to_string(code),
+                           "Maker " + std::to_string(code % 4),
+                           {code % 5 == 0 ? componentTypeEffect : componentTypeMusicDevice, code, 20}});
+      }
+      state.scannedPlugins.set(plugins);
+      state.favouritePlugins.set({"aucd:1635085685:1:20"});
+      state.globalMidiControlAssignments.set({{{MidiControlKind::performanceExpression, std::nullopt}, {0xB0, 15, 127}},
+                                              {{MidiControlKind::panic, std::nullopt}, {0x90, 15, 127}}});
+      session.engine().masterChannel()->effectSlots.set(
+          {AudioPluginSlot{.pluginPath = "aucd:1635083896:30:20", .pluginName = "Parametric Equaliser"},
+           AudioPluginSlot{.pluginPath = "aucd:1635083896:31:20", .pluginName = "Plate"}});
+    });
+  }
+
   void look(const std::string& name) {
     driver.eventually([this] { return driver.value("loadingModal", "opacity").toDouble() == 0; });
     if (const char* const folder = std::getenv("VREL_SCREENSHOTS")) {
@@ -75,17 +124,23 @@ class Layout : public ConsoleFixture {
   /// Where an item is in the window, pixels; empty when it cannot be seen whole.
   [[nodiscard]] QRectF place(const std::string& name) {
     const auto* const item = driver.find(name);
-    if (item == nullptr) {
-      return {};
-    }
-    const QRectF here = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
-    for (const auto* above = item->parentItem(); above != nullptr; above = above->parentItem()) {
-      if (above->clip() &&
-          !above->mapRectToScene(QRectF(0, 0, above->width(), above->height())).adjusted(-1, -1, 1, 1).contains(here)) {
-        return {};
-      }
-    }
-    return QRectF(QPointF(), window().size()).adjusted(-1, -1, 1, 1).contains(here) ? here : QRectF();
+    return item != nullptr ? placeInWindow(*item) : QRectF();
+  }
+
+  /// Nothing is cut off, overlaps or is too small for the eye or a finger, once the window has come to rest.
+  void expectRoomForAll(const QQuickItem& item) {
+    constexpr double smallestTarget = 24;
+    constexpr int longAtRest = 10;  // looks in a row, several frames
+    const WindowLooks looks(item);
+    int atRest = 0;
+    driver.eventually([&] {
+      atRest = looks.cutOffWords().empty() ? atRest + 1 : 0;
+      return atRest == longAtRest;
+    });
+    EXPECT_EQ(looks.cutOffWords(), Words());
+    EXPECT_EQ(looks.overlaps(), Words());
+    EXPECT_EQ(looks.smallTargets(smallestTarget), Words());
+    EXPECT_EQ(looks.tinyWords(), Words());
   }
 
   /// How many of the items with this name and a number are whole in sight, from the first.
@@ -97,74 +152,11 @@ class Layout : public ConsoleFixture {
     return count;
   }
 
-  [[nodiscard]] std::vector<std::string> tinyTexts() {
-    std::vector<std::string> found;
-    visit(*window().contentItem(), [&](const QQuickItem& item) {
-      constexpr double smallest = 11;
-      if (item.inherits("QQuickText") && !item.property("text").toString().isEmpty() &&
-          item.property("font").value<QFont>().pixelSize() * scale() < smallest) {
-        found.push_back(item.property("text").toString().toStdString());
-      }
-    });
-    return found;
-  }
-
-  /// The controls that a pointer or a finger presses.
-  [[nodiscard]] std::vector<Named> targets() {
-    std::vector<Named> found;
-    visit(*window().contentItem(), [&](const QQuickItem& item) {
-      const bool isTarget = item.inherits("QQuickAbstractButton") || item.inherits("QQuickTextField") ||
-                            (item.activeFocusOnTab() && !item.inherits("QQuickScrollBar"));
-      if (isTarget && !place(item.objectName().toStdString()).isEmpty()) {
-        found.push_back(
-            {item.objectName().toStdString(), item.mapRectToScene(QRectF(0, 0, item.width(), item.height()))});
-      }
-    });
-    return found;
-  }
-
-  [[nodiscard]] std::vector<std::string> smallTargets(double points) {
-    std::vector<std::string> small;
-    for (const auto& target : targets()) {
-      if (target.place.width() < points * scale() - 1 || target.place.height() < points * scale() - 1) {
-        small.push_back(target.name);
-      }
-    }
-    return small;
-  }
-
-  [[nodiscard]] std::vector<std::string> overlappingTargets() {
-    std::vector<std::string> overlapping;
-    const auto all = targets();
-    for (std::size_t one = 0; one < all.size(); ++one) {
-      for (std::size_t other = one + 1; other < all.size(); ++other) {
-        const QRectF common = all[one].place.intersected(all[other].place);
-        if (common.width() > 1 && common.height() > 1) {
-          overlapping.push_back(all[one].name + " and " + all[other].name);
-        }
-      }
-    }
-    return overlapping;
-  }
-
   /// Lines of notes that can be read without scrolling.
   [[nodiscard]] int lines() {
     const auto* const notes = driver.find("notesArea");
     const double line = notes->property("contentHeight").toDouble() / notes->property("lineCount").toInt();
     return static_cast<int>((notes->parentItem()->parentItem()->height() - 8) / line);
-  }
-
- private:
-  template <typename Action>
-  static void visit(const QQuickItem& item, const Action& action) {
-    if (!item.isVisible() || item.opacity() == 0) {
-      return;
-    }
-    action(item);
-    const auto children = item.childItems();
-    for (const QQuickItem* child : children) {
-      visit(*child, action);
-    }
   }
 };
 
@@ -172,7 +164,7 @@ TEST_F(Layout, InEditModeSevenStripsTheMasterSixSongsAndFourLinesOfNotesAreInSig
   addSongs();
   for (const int strips : {1, 11, 32}) {
     setStrips(strips);
-    for (const QSize size : {QSize(1280, 800), QSize(1366, 768), QSize(1920, 1080), QSize(3840, 2160)}) {
+    for (const QSize size : sizes) {
       resize(size.width(), size.height());
       const std::string name = "edit-" + std::to_string(strips) + "-" + std::to_string(size.width());
       SCOPED_TRACE(name);
@@ -181,9 +173,7 @@ TEST_F(Layout, InEditModeSevenStripsTheMasterSixSongsAndFourLinesOfNotesAreInSig
       EXPECT_FALSE(place("masterStrip").isEmpty());
       EXPECT_GE(inSight("songRow"), 6);
       EXPECT_GE(lines(), 4);
-      EXPECT_EQ(tinyTexts(), std::vector<std::string>());
-      EXPECT_EQ(overlappingTargets(), std::vector<std::string>());
-      EXPECT_EQ(smallTargets(24), std::vector<std::string>());
+      expectRoomForAll(*window().contentItem());
     }
   }
 }
@@ -193,7 +183,7 @@ TEST_F(Layout, InLiveModeSevenStripsTheMasterSixSongsAndSixLinesOfNotesAreInSigh
   for (const int strips : {1, 11, 32}) {
     setStrips(strips);
     setLive(true);
-    for (const QSize size : {QSize(1280, 800), QSize(1366, 768), QSize(1920, 1080), QSize(3840, 2160)}) {
+    for (const QSize size : sizes) {
       resize(size.width(), size.height());
       const std::string name = "live-" + std::to_string(strips) + "-" + std::to_string(size.width());
       SCOPED_TRACE(name);
@@ -202,9 +192,7 @@ TEST_F(Layout, InLiveModeSevenStripsTheMasterSixSongsAndSixLinesOfNotesAreInSigh
       EXPECT_FALSE(place("masterStrip").isEmpty());
       EXPECT_GE(inSight("songRow"), 6);
       EXPECT_GE(lines(), 6);
-      EXPECT_EQ(tinyTexts(), std::vector<std::string>());
-      EXPECT_EQ(overlappingTargets(), std::vector<std::string>());
-      EXPECT_EQ(smallTargets(24), std::vector<std::string>());
+      expectRoomForAll(*window().contentItem());
       for (const auto* played : {"fader0", "mute0", "solo0", "masterFader", "masterMute", "songRow0", "tempoField",
                                  "tapButton", "panicButton"}) {
         EXPECT_GE(place(played).width(), 44 * scale() - 1) << played;
@@ -216,6 +204,52 @@ TEST_F(Layout, InLiveModeSevenStripsTheMasterSixSongsAndSixLinesOfNotesAreInSigh
       }
     }
     setLive(false);
+  }
+}
+
+TEST_F(Layout, OnTheSmallestScreenEveryLanguageHasRoom) {
+  addSongs();
+  resize(1280, 800);
+  for (const int strips : {1, 11, 32}) {
+    setStrips(strips);
+    for (const bool isLive : {false, true}) {
+      setLive(isLive);
+      for (const Language language : allLanguages) {
+        speak(language);
+        const std::string name =
+            (isLive ? "live-" : "edit-") + std::to_string(strips) + "-" + std::string(code(language));
+        SCOPED_TRACE(name);
+        look(name);
+        expectRoomForAll(*window().contentItem());
+      }
+    }
+    setLive(false);
+  }
+}
+
+TEST_F(Layout, PanelsHaveRoomOnEveryScreen) {
+  addSongs();
+  setStrips(11);
+  offerPlugins();
+  for (const bool isLive : {false, true}) {
+    setLive(isLive);
+    for (const QSize size : sizes) {
+      resize(size.width(), size.height());
+      for (const auto& panel : openedPanels) {
+        if (isLive && !panel.opensInLiveMode) {
+          continue;
+        }
+        const std::string name =
+            std::string(isLive ? "live-" : "edit-") + panel.name + "-" + std::to_string(size.width());
+        SCOPED_TRACE(name);
+        driver.onLogic(panel.open);
+        ASSERT_TRUE(driver.eventually([&] { return driver.isShown(panel.first); }));
+        look(name);
+        expectRoomForAll(*driver.find(panel.name));
+        driver.onLogic(panel.close);
+        ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(panel.name); }));
+      }
+    }
   }
 }
 

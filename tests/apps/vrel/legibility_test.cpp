@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/window_looks.h"
 #include "text/text.h"
 
 namespace vrel::app::test {
@@ -38,8 +39,7 @@ class Legibility : public ConsoleFixture {
     std::vector<std::string> words;
     int looks = 0;
     driver.eventually([&] {
-      words.clear();
-      visit(*driver.program().window.quickWindow()->contentItem(), words);
+      words = WindowLooks(*driver.program().window.quickWindow()->contentItem()).cutOffWords();
       looks = words.empty() ? looks + 1 : 0;
       return looks == longAtRest;
     });
@@ -50,23 +50,6 @@ class Legibility : public ConsoleFixture {
     for (const Language language : allLanguages) {
       speak(language);
       EXPECT_EQ(cutOff(), std::vector<std::string>()) << code(language);
-    }
-  }
-
- private:
-  static void visit(const QQuickItem& item, std::vector<std::string>& words) {
-    if (!item.isVisible()) {
-      return;
-    }
-    constexpr double rounding = 1;
-    if (item.inherits("QQuickText") &&
-        (item.property("truncated").toBool() || item.property("contentWidth").toDouble() > item.width() + rounding ||
-         item.property("contentHeight").toDouble() > item.height() + rounding)) {
-      words.push_back(item.property("text").toString().toStdString());
-    }
-    const auto children = item.childItems();
-    for (const QQuickItem* child : children) {
-      visit(*child, words);
     }
   }
 };
