@@ -246,6 +246,8 @@ TEST_F(Layout, PanelsHaveRoomOnEveryScreen) {
         ASSERT_TRUE(driver.eventually([&] { return driver.isShown(panel.first); }));
         look(name);
         expectRoomForAll(*driver.find(panel.name));
+        EXPECT_FALSE(place("liveBanner").intersects(place(panel.name)));
+        EXPECT_EQ(place("stageSong").isEmpty(), !isLive);
         driver.onLogic(panel.close);
         ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(panel.name); }));
       }

@@ -150,11 +150,12 @@ Window {
         border.color: Theme.live
     }
 
+    // Below the banner, whose songs must stay in sight.
     StripPanels {
         id: panels
 
         anchors.fill: parent
-        anchors.topMargin: header.y + header.height + Theme.gap
+        anchors.topMargin: body.y + 4
         desk: window.desk
         enabled: !window.isCovered
     }
