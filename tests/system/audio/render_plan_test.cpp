@@ -11,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -129,22 +130,51 @@ TEST_F(PlanFor16Strips, CompiledAgainItTakesTheSameMemory) {
 
 /// What processors that work elsewhere share: their calls in order, when each is waited for no longer, and how often
 /// the plan has slept.
-struct Elsewhere {
-  std::vector<std::string> calls;
-  std::map<std::string, std::optional<std::int64_t>> deadlines;
+class Elsewhere {
+ public:
+  Elsewhere() { calls_.reserve(64); }  // recorded in the block, where nothing may allocate
+
+  void record(const char* what, const std::string& name, std::optional<std::int64_t> deadline = std::nullopt) {
+    calls_.push_back({what, &name, deadline});
+  }
+  void clear() { calls_.clear(); }
+  [[nodiscard]] std::vector<std::string> calls() const {
+    std::vector<std::string> texts;
+    for (const Call& call : calls_) {
+      texts.push_back(std::string(call.what) + " " + *call.name);
+    }
+    return texts;
+  }
+  /// Until when the named one was waited for.
+  [[nodiscard]] std::optional<std::int64_t> deadlineOf(const std::string& name) const {
+    const auto call = std::ranges::find_if(
+        calls_, [&](const Call& each) { return *each.name == name && std::string_view(each.what) == "collect"; });
+    return call == calls_.end() ? std::nullopt : call->deadline;
+  }
+
   int sleeps = 0;
+
+ private:
+  struct Call {
+    const char* what;
+    const std::string* name;
+    std::optional<std::int64_t> deadline;
+  };
+  std::vector<Call> calls_;
 };
 
 /// An effect that doubles, and is ready when the plan has slept `slowness` times.
 class ElsewhereProcessor final : public NodeProcessor {
  public:
   ElsewhereProcessor(std::string name, int slowness, Elsewhere& work)
-      : name_(std::move(name)), slowness_(slowness), work_(work) {}
+      : name_(std::move(name)), slowness_(slowness), work_(work) {
+    taken_.reserve(64);
+  }
   void prepare(double /*sampleRate*/) VREL_NOT_AUDIO_THREAD override {}
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t count) const override { return count; }
   [[nodiscard]] bool worksElsewhere() const override { return true; }
   void accept(std::uint32_t frameCount, const Stream& input) noexcept override {
-    work_.calls.push_back("accept " + name_);
+    work_.record("accept", name_);
     taken_.assign(input.channels[0], input.channels[0] + frameCount);
     readyAt_ = work_.sleeps + slowness_;
   }
@@ -153,8 +183,7 @@ class ElsewhereProcessor final : public NodeProcessor {
   }
   void sleepUntilReady(std::optional<std::int64_t> /*deadline*/) noexcept override { ++work_.sleeps; }
   void process(const ProcessBlock& block) noexcept override {
-    work_.calls.push_back("collect " + name_);
-    work_.deadlines[name_] = block.deadline;
+    work_.record("collect", name_, block.deadline);
     EXPECT_TRUE(block.inputs.empty());
     for (std::uint32_t channel = 0; channel < block.output.channelCount; ++channel) {
       std::ranges::transform(taken_, block.output.channels[channel], [](float sample) { return 2 * sample; });
@@ -202,7 +231,7 @@ class PlanWithWorkElsewhere : public testing::Test {
   }
 
   void render(std::optional<std::int64_t> deadline = std::nullopt) {
-    work.calls.clear();
+    work.clear();
     const AudioThreadScope audioThread;
     plan.render(64, ++blockNumber, deadline);
     EXPECT_EQ(plan.result().channels[0][63], 2.0F * (4 + 20 + 100 + 4000));
@@ -220,9 +249,10 @@ TEST_F(PlanWithWorkElsewhere, AllThatCanWorkIsSetGoingBeforeAnybodyIsWaitedFor) 
   compile(1);
   for (int block = 0; block < 3; ++block) {
     render();
-    EXPECT_EQ(work.calls, (std::vector<std::string>{"accept a1", "accept b1", "accept c1",                  //
-                                                    "collect a1", "accept a2", "collect b1", "collect c1",  //
-                                                    "accept c2", "collect a2", "collect c2", "accept m", "collect m"}));
+    EXPECT_EQ(work.calls(),
+              (std::vector<std::string>{"accept a1", "accept b1", "accept c1",                  //
+                                        "collect a1", "accept a2", "collect b1", "collect c1",  //
+                                        "accept c2", "collect a2", "collect c2", "accept m", "collect m"}));
   }
 }
 
@@ -231,20 +261,20 @@ TEST_F(PlanWithWorkElsewhere, EachIsWaitedForSoBrieflyThatThoseAfterItHaveTimeLe
   constexpr std::int64_t deadline = 1'000'000'000;
   constexpr std::int64_t share = 66'666;  // a twentieth of 64 frames
   render(deadline);
-  EXPECT_EQ(work.deadlines["m"], deadline);
-  EXPECT_EQ(work.deadlines["a2"], deadline - share);
-  EXPECT_EQ(work.deadlines["b1"], deadline - share);
-  EXPECT_EQ(work.deadlines["a1"], deadline - 2 * share - 1);
+  EXPECT_EQ(work.deadlineOf("m"), deadline);
+  EXPECT_EQ(work.deadlineOf("a2"), deadline - share);
+  EXPECT_EQ(work.deadlineOf("b1"), deadline - share);
+  EXPECT_EQ(work.deadlineOf("a1"), deadline - 2 * share - 1);
   render();
-  EXPECT_EQ(work.deadlines["a1"], std::nullopt);
+  EXPECT_EQ(work.deadlineOf("a1"), std::nullopt);
 }
 
 TEST_F(PlanWithWorkElsewhere, NoChainWaitsForOneThatIsLate) {
   compile(5);
   render();
-  EXPECT_EQ(work.calls, (std::vector<std::string>{"accept a1", "accept b1", "accept c1",                  //
-                                                  "collect a1", "accept a2", "collect b1", "collect a2",  //
-                                                  "collect c1", "accept c2", "collect c2", "accept m", "collect m"}));
+  EXPECT_EQ(work.calls(), (std::vector<std::string>{"accept a1", "accept b1", "accept c1",                  //
+                                                    "collect a1", "accept a2", "collect b1", "collect a2",  //
+                                                    "collect c1", "accept c2", "collect c2", "accept m", "collect m"}));
 }
 
 }  // namespace
