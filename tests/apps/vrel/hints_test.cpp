@@ -184,7 +184,7 @@ TEST_F(EveryHint, IsThereOnTheLinesOfTheMenus) {
     driver.click(menu);
     expectHints(line);
     driver.key("Escape");
-    ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(line); })) << line;
+    ASSERT_TRUE(driver.eventually([this, line = line] { return !driver.isShown(line); })) << line;
   }
 }
 
