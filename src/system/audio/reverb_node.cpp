@@ -23,7 +23,10 @@ ReverbProcessor::ReverbProcessor() : silence_(maximumBlockFrames) {
 void ReverbProcessor::prepare(double sampleRate) {
   mix_.prepare(sampleRate);
   hall_.prepare(sampleRate);
-  entryFrames_ = static_cast<std::uint32_t>(entrySeconds * sampleRate);
+  const auto entryFrames = static_cast<std::uint32_t>(entrySeconds * sampleRate);
+  if (entryFrames != entryFrames_) {  // at the same rate a block may be reading it
+    entryFrames_ = entryFrames;
+  }
 }
 
 std::uint32_t ReverbProcessor::outputChannelCount(std::uint32_t inputChannelCount) const {
