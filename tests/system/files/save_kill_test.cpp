@@ -208,7 +208,7 @@ TEST_F(KilledSave, OneThatDropsTheOldestCopyCostsNeitherVersion) {
 
 TEST_F(KilledSave, ManyAtRandomMomentsLoseNothing) {
   const char* const asked = std::getenv("VREL_SAVE_KILLS");  // NOLINT(concurrency-mt-unsafe): there is one thread
-  const int kills = asked != nullptr ? std::stoi(asked) : 100;
+  const int kills = asked != nullptr ? std::stoi(asked) : 25;
   std::string held = version("before");
   writeFile(gig, held);
   Clock::duration longest{};
