@@ -33,13 +33,18 @@ class InstrumentChoice : public ConsoleFixture {
     return driver.eventually(
         [&] { return driver.isShown("plugin0") && driver.value("plugin0", "name").toString().toStdString() == first; });
   }
+
+  /// Opens the selector of the first strip and types a search; it stops the test when this row is not its first.
+  void find(const std::string& search, const std::string& first) {
+    driver.click("stripInstrument0");
+    ASSERT_TRUE(isOpen(true));
+    driver.type(search);
+    ASSERT_TRUE(finds(first));
+  }
 };
 
 TEST_F(InstrumentChoice, AnInstrumentIsPutOnAStripWithThePointer) {
-  driver.click("stripInstrument0");
-  ASSERT_TRUE(isOpen(true));
-  driver.type("ZOO SINE");
-  ASSERT_TRUE(finds("Zoo Sine"));
+  ASSERT_NO_FATAL_FAILURE(find("ZOO SINE", "Zoo Sine"));
   driver.click("plugin0");
   EXPECT_TRUE(plays("Zoo Sine"));
   EXPECT_TRUE(isOpen(false));
@@ -101,10 +106,7 @@ TEST_F(InstrumentChoice, WhatIsTypedWhenItIsOpenAgainReplacesTheSearchThatIsTher
 }
 
 TEST_F(InstrumentChoice, ALoadedStripAsksWhetherToChangeOrRemove) {
-  driver.click("stripInstrument0");
-  ASSERT_TRUE(isOpen(true));
-  driver.type("zoo sine");
-  ASSERT_TRUE(finds("Zoo Sine"));
+  ASSERT_NO_FATAL_FAILURE(find("zoo sine", "Zoo Sine"));
   driver.key("Return");
   ASSERT_TRUE(plays("Zoo Sine"));
   driver.click("stripInstrument0");
@@ -146,10 +148,7 @@ TEST_F(InstrumentChoice, InLiveModeItClosesAndItsButtonSaysWhyItIsDisabled) {
 }
 
 TEST_F(InstrumentChoice, EscapeEndsATrialAlsoAfterAKeyWasPlayedOnTheScreen) {
-  driver.click("stripInstrument0");
-  ASSERT_TRUE(isOpen(true));
-  driver.type("zoo sine");
-  ASSERT_TRUE(finds("Zoo Sine"));
+  ASSERT_NO_FATAL_FAILURE(find("zoo sine", "Zoo Sine"));
   driver.click("plugin0Ear");
   ASSERT_TRUE(plays("Zoo Sine"));
   driver.click("pianoKeys", {0.5, 0.9});
@@ -161,10 +160,7 @@ TEST_F(InstrumentChoice, EscapeEndsATrialAlsoAfterAKeyWasPlayedOnTheScreen) {
 }
 
 TEST_F(InstrumentChoice, TheEarOfARowPlaysItOnTheStripUntilEscape) {
-  driver.click("stripInstrument0");
-  ASSERT_TRUE(isOpen(true));
-  driver.type("zoo sine");
-  ASSERT_TRUE(finds("Zoo Sine"));
+  ASSERT_NO_FATAL_FAILURE(find("zoo sine", "Zoo Sine"));
   driver.click("plugin0Ear");
   ASSERT_TRUE(plays("Zoo Sine"));
   EXPECT_TRUE(driver.isShown("instrumentPanel"));
@@ -175,10 +171,7 @@ TEST_F(InstrumentChoice, TheEarOfARowPlaysItOnTheStripUntilEscape) {
 }
 
 TEST_F(InstrumentChoice, TheStarOfARowPutsItFirstAndAKeyTakesItAway) {
-  driver.click("stripInstrument0");
-  ASSERT_TRUE(isOpen(true));
-  driver.type("zoo sine");
-  ASSERT_TRUE(finds("Zoo Sine"));
+  ASSERT_NO_FATAL_FAILURE(find("zoo sine", "Zoo Sine"));
   driver.click("plugin0Star");
   ASSERT_TRUE(driver.eventually([this] { return driver.value("instrumentList", "count").toInt() == 2; }));
   EXPECT_TRUE(driver.value("plugin0", "isFavourite").toBool());

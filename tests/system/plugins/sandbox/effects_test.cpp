@@ -232,7 +232,7 @@ TEST_F(Effects, ThatHangForTwoSecondsOfADeviceAreEnded) {
   const Unit unit = effect("effectrebel");
   EffectPlayer effectOnDevice(unit);
   const int process = processOf(unit);
-  (void)kill(process, SIGSTOP);
+  stop(process);
   for (int block = 0; block < 2 * 375 + 1; ++block) {
     (void)effectOnDevice.play(64, 2ms);
   }
@@ -271,7 +271,7 @@ TEST_F(EffectsInARender, ThatHangAreEndedAndTheRenderGoesOnDry) {
   rebel->sendMIDIEvent(0x90, 60, 40);
   EXPECT_EQ(rig.settledBlock(), constant(20));
   rebel->sendMIDIEvent(0x90, 60, 64);
-  (void)kill(processOf(hanging), SIGSTOP);
+  stop(processOf(hanging));
   rig.expectSoftChange(20, 64);  // in the very block
   EXPECT_TRUE(happens([this] { return deaths().size() == 1; })) << "so that no capture waits for it";
   EXPECT_EQ(rig.block(), constant(64));
