@@ -384,19 +384,20 @@ void Supervisor::Core::guestEnded(std::uint64_t key) {
     return;
   }
   record.link->markDead();
-  const Record last = std::move(record);
+  reportEnd(record, *ended);
   guests_.erase(found);
-  processCount_ = guests_.size();
-  if (last.stage == Stage::closing) {
-    if (ended->isCrash && !last.isKilled) {
-      log(last, ended->words + " as it closed");
+  processCount_ = guests_.size();  // last, when nothing is held any more
+}
+
+void Supervisor::Core::reportEnd(const Record& record, const GuestProcess::Ended& ended) const {
+  if (record.stage == Stage::closing) {
+    if (ended.isCrash && !record.isKilled) {
+      log(record, ended.words + " as it closed");
     }
-    return;
-  }
-  if (last.launch.done) {
-    last.launch.done(Error{last.launch.request.pluginUri + ": its process " + ended->words});
-  } else if (last.launch.died) {
-    last.launch.died(ended->words);
+  } else if (record.launch.done) {
+    record.launch.done(Error{record.launch.request.pluginUri + ": its process " + ended.words});
+  } else if (record.launch.died) {
+    record.launch.died(ended.words);
   }
 }
 

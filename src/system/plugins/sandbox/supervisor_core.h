@@ -83,6 +83,7 @@ class Supervisor::Core {
   void killOverdue();
   void watchGuests();
   void guestEnded(std::uint64_t key);
+  void reportEnd(const Record& record, const GuestProcess::Ended& ended) const;
   void log(const Record& record, const std::string& text) const;
 
   const Settings settings_;
