@@ -13,21 +13,25 @@
 
 #include "system/plugins/sandbox/processes.h"
 #include "system/plugins/sandbox/sandbox_stage.h"
+#include "system/plugins/sandbox/word_wait.h"
 
 namespace vrel::sandbox {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Runs `action` on another thread after `wait`.
-class Later {
+/// Kills a guest, from another thread, once it has something to do.
+class DeathAtWork {
  public:
-  Later(std::chrono::milliseconds wait, const std::function<void()>& action)
-      : thread_([wait, action] {
-          std::this_thread::sleep_for(wait);
-          action();
+  DeathAtWork(GuestLink& link, pid_t process)
+      : thread_([&link, process] {
+          SharedBlock& block = link.block();
+          EXPECT_TRUE(happens([&] { return link.owesAnswer() || read(block.request) != read(block.answer); }));
+          kill(process, SIGKILL);
         }) {}
-  ~Later() { thread_.join(); }
+  ~DeathAtWork() { thread_.join(); }
+  DeathAtWork(const DeathAtWork&) = delete;
+  DeathAtWork& operator=(const DeathAtWork&) = delete;
 
  private:
   std::thread thread_;
@@ -52,6 +56,14 @@ class Faults : public SandboxStage {
 class FaultsWithShortTimeout : public Faults {
  protected:
   FaultsWithShortTimeout() : Faults(300ms) {}
+
+  /// The state of a rebel that plays the level 64. The unit has given it, and so knows it.
+  static std::optional<PropertyListDictionary> stateAfterAKey(const std::shared_ptr<AVAudioUnit>& unit) {
+    lv2::Player player(unit);
+    player.send(0x90, 60, 64);
+    (void)player.block(128);
+    return stateOf(unit);
+  }
 };
 
 // Instantiation.
@@ -67,10 +79,12 @@ TEST_F(Faults, KilledWhileItIsMadeTheInstantiationFails) {
 }
 
 TEST_F(Faults, StoppedWhileItIsMadeItIsMadeWhenItGoesOn) {
+  setenv("VREL_ZOO_SECONDS", "5", 1);  // the busiest machine has stopped it by then
   auto pending = makeLater("urn:vrel:zoo:rebel-slow-instantiate");
   const pid_t process = onlyGuest();
+  unsetenv("VREL_ZOO_SECONDS");
   stop(process);
-  EXPECT_EQ(pending.wait_for(600ms), std::future_status::timeout);
+  EXPECT_EQ(pending.wait_for(5500ms), std::future_status::timeout);
   kill(process, SIGCONT);
   EXPECT_NE(pending.get().unit, nullptr);
 }
@@ -157,7 +171,7 @@ TEST_F(Faults, KilledWithinABlockThatHasNoDeadlineTheBlockEnds) {
   const auto unit = rebel();
   lv2::Player player(unit);
   player.send(0x90, fault_key::hangForever, 64);
-  const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
+  const DeathAtWork death(linkOf(unit), processOf(unit));
   EXPECT_EQ(player.block(128), constant(0));
 }
 
@@ -166,10 +180,11 @@ TEST_F(Faults, AnEndlessLoopCostsOneWaitAndThenNothing) {
   DeadlinePlayer player(unit);
   player.key(fault_key::hangForever);
   EXPECT_EQ(player.block(5ms), constant(0));
-  for (int block = 0; block < 1000; ++block) {
+  constexpr unsigned more = 700;  // less than two seconds of the device, after which it would be ended
+  for (unsigned block = 0; block < more; ++block) {
     EXPECT_EQ(player.block(std::chrono::hours(1)), constant(0)) << "one that owes an answer is not waited for";
   }
-  EXPECT_EQ(counters().lateBlocks, 1001U);
+  EXPECT_EQ(counters().lateBlocks, 1 + more);
   EXPECT_TRUE(deaths().empty()) << "it lives, after all";
 }
 
@@ -295,14 +310,6 @@ TEST_F(FaultsInRealTime, AnEndlessLoopThatWouldHoldUpTheMachineIsEnded) {
 
 // State.
 
-/// The state of a rebel that plays the level 64. The unit has given it, and so knows it.
-std::optional<PropertyListDictionary> stateAfterAKey(const std::shared_ptr<AVAudioUnit>& unit) {
-  lv2::Player player(unit);
-  player.send(0x90, 60, 64);
-  (void)player.block(128);
-  return unit->auAudioUnit().fullStateForDocument();
-}
-
 TEST_F(FaultsWithShortTimeout, AHangingCaptureGivesTheLastStateKnownAndALine) {
   const auto source = rebel();
   const auto state = stateAfterAKey(source);
@@ -326,7 +333,7 @@ TEST_F(FaultsWithShortTimeout, APluginThatHangsInSavingIsReleased) {
 }
 
 TEST_F(FaultsWithShortTimeout, APluginThatHangsInRestoringKeepsItsStateForTheNextSave) {
-  const auto state = rebel()->auAudioUnit().fullStateForDocument();
+  const auto state = stateOf(rebel());
   ASSERT_TRUE(state);
   auto foreign = *state;
   foreign["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
@@ -375,7 +382,7 @@ TEST_F(Faults, AStateAbove256MiBIsRefusedAndTheLastOneIsKept) {
 
 TEST_F(Faults, KilledWhileItsStateIsAskedForTheLastOneKnownComesBack) {
   const auto unit = rebel("hang-save");
-  const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
+  const DeathAtWork death(linkOf(unit), processOf(unit));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), std::nullopt);
   EXPECT_TRUE(hasLogged("its process has ended"));
 }
@@ -384,7 +391,7 @@ TEST_F(Faults, KilledWhileAStateGoesInTheCallReturns) {
   auto state = rebel()->auAudioUnit().fullStateForDocument().value();
   state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
   const auto unit = rebel("hang-restore");
-  const Later death(50ms, [process = processOf(unit)] { kill(process, SIGKILL); });
+  const DeathAtWork death(linkOf(unit), processOf(unit));
   unit->auAudioUnit().setFullStateForDocument(state);
   EXPECT_TRUE(isReportedDead(processOf(unit)));
   EXPECT_EQ(unit->auAudioUnit().fullStateForDocument(), state);
@@ -393,15 +400,17 @@ TEST_F(Faults, KilledWhileAStateGoesInTheCallReturns) {
 // Closing.
 
 TEST_F(Faults, APluginThatHangsInClosingIsKilledAndNobodyWaits) {
-  std::vector<std::shared_ptr<AVAudioUnit>> units;
   std::vector<pid_t> processes;
-  for (int count = 0; count < 10; ++count) {
-    units.push_back(rebel("hang-cleanup"));
-    processes.push_back(processOf(units.back()));
-  }
-  const auto start = Clock::now();
-  units.clear();
-  EXPECT_LT(Clock::now() - start, processes.size() * 200ms) << "less than they are given to close";
+  EXPECT_TRUE(happens([&] {
+    std::vector<std::shared_ptr<AVAudioUnit>> units;
+    for (int count = 0; count < 10; ++count) {
+      units.push_back(rebel("hang-cleanup"));
+      processes.push_back(processOf(units.back()));
+    }
+    const auto start = Clock::now();
+    units.clear();
+    return Clock::now() - start < 10 * 200ms;
+  })) << "it takes as long as they are given to close, each time";
   EXPECT_TRUE(happens([&] { return std::none_of(processes.begin(), processes.end(), isThere); }));
   EXPECT_TRUE(deaths().empty());
 }
@@ -427,12 +436,14 @@ TEST_F(Faults, OneInAnEndlessLoopThatIsReleasedIsKilled) {
 }
 
 TEST_F(Faults, KilledWhileItClosesItIsLoggedAndIsNoDeathOfAUnit) {
-  auto unit = rebel("hang-cleanup");
-  const pid_t process = processOf(unit);
-  unit.reset();
-  kill(process, SIGKILL);
-  EXPECT_TRUE(happens([&] { return guestCount() == 0; }));
-  EXPECT_TRUE(hasLogged("was killed by signal 9 as it closed"));
+  EXPECT_TRUE(happens([this] {  // on a busy machine it may have been killed for its slowness before
+    auto unit = rebel("hang-cleanup");
+    const pid_t process = processOf(unit);
+    unit.reset();
+    kill(process, SIGKILL);
+    EXPECT_TRUE(happens([this] { return guestCount() == 0; }));
+    return hasLogged("was killed by signal 9 as it closed");
+  }));
   EXPECT_TRUE(deaths().empty());
 }
 

@@ -131,11 +131,15 @@ Fault whileMade(const Mishap& mishap) {
   return {mishap.name + "WhileMade", "kind", [mishap](InTheGraph& stage, AVAudioUnitMIDIInstrument& /*rebel*/) {
             const auto before = guestsOf(getpid());
             (void)stage.makeLater("urn:vrel:zoo:rebel-hang-instantiate");
-            std::vector<pid_t> now;
-            EXPECT_TRUE(happens([&] { return (now = guestsOf(getpid())).size() > before.size(); }));
-            for (const pid_t child : now) {
-              if (mishap.signal != 0 && std::find(before.begin(), before.end(), child) == before.end()) {
-                kill(child, mishap.signal);
+            std::vector<pid_t> fresh;
+            EXPECT_TRUE(happens([&] {
+              fresh = guestsOf(getpid());
+              std::erase_if(fresh, [&](pid_t guest) { return std::ranges::find(before, guest) != before.end(); });
+              return !fresh.empty();
+            }));
+            for (const pid_t guest : fresh) {
+              if (mishap.signal != 0) {
+                kill(guest, mishap.signal);
               }
             }
           }};

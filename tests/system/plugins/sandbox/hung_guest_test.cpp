@@ -8,6 +8,7 @@
 
 #include "system/plugins/sandbox/processes.h"
 #include "system/plugins/sandbox/sandbox_stage.h"
+#include "system/plugins/sandbox/word_wait.h"
 
 namespace vrel::sandbox {
 namespace {
@@ -18,17 +19,6 @@ class HungGuests : public SandboxStage {
  protected:
   /// A limit to waiting that no answer reaches: what is not to be waited for would take it whole.
   explicit HungGuests(GuestLink::Timeout timeout = 30s) : SandboxStage(timeout) {}
-
-  [[nodiscard]] std::optional<PropertyListDictionary> stateOfARebel() {
-    const auto unit = rebel();
-    std::optional<PropertyListDictionary> state;
-    EXPECT_TRUE(happens([&] { return (state = unit->auAudioUnit().fullStateForDocument()).has_value(); }));
-    return state;
-  }
-
-  [[nodiscard]] static GuestLink& linkOf(const std::shared_ptr<AVAudioUnit>& unit) {
-    return dynamic_cast<SandboxedInstance&>(unit->auAudioUnit()).processor()->guest().link();
-  }
 
   /// A rebel that plays this level and whose state was captured.
   [[nodiscard]] std::shared_ptr<AVAudioUnit> captured(std::uint8_t level) {
@@ -88,7 +78,9 @@ TEST_F(HungGuests, AllAreAskedBeforeTheFirstIsWaitedFor) {
     EXPECT_TRUE(happens([&] { return !linkOf(unit).owesAnswer(); })) << "nobody has read it yet";
     EXPECT_TRUE(unit->auAudioUnit().fullStateForDocument());
   }
-  EXPECT_TRUE(lines().empty()) << lines().front();
+  for (const auto* const failure : {"did not return its state", "was not waited for"}) {
+    EXPECT_FALSE(hasLogged(failure));
+  }
 }
 
 TEST_F(HungGuests, AnAnswerIsOnlyTakenForTheCaptureThatAskedForIt) {
@@ -140,8 +132,10 @@ TEST_F(HungGuests, OneThatAnswersInBetweenIsNotEnded) {
     EXPECT_TRUE(linkOf(unit).isBehind());
     EXPECT_FALSE(linkOf(unit).isHung());
     kill(processOf(unit), SIGCONT);
+    SharedBlock& block = linkOf(unit).block();
+    EXPECT_TRUE(happens([&] { return read(block.answer) == read(block.request); })) << "one more block would be missed";
     DeadlinePlayer player(unit);
-    EXPECT_TRUE(happens([&] { return player.block(5s) == constant(64); }));
+    EXPECT_EQ(player.block(std::chrono::minutes(1)), constant(64));
     EXPECT_FALSE(linkOf(unit).isBehind());
   }
   EXPECT_TRUE(deaths().empty());
@@ -157,9 +151,7 @@ TEST_F(GuestsOfADevice, AStateGoesInWithoutAWaitAndNothingOfBeforeSoundsAfterIt)
   const auto wanted = [&] {
     const auto other = rebel();
     play(other, 32);
-    std::optional<PropertyListDictionary> state;
-    EXPECT_TRUE(happens([&] { return (state = other->auAudioUnit().fullStateForDocument()).has_value(); }));
-    return *state;
+    return *stateOf(other);
   }();
   play(unit, 64);
   stop(processOf(unit));
@@ -175,8 +167,7 @@ TEST_F(GuestsOfADevice, AStateGoesInWithoutAWaitAndNothingOfBeforeSoundsAfterIt)
 
 TEST_F(GuestsOfADevice, EventsWaitUntilTheStateIsIn) {
   const auto unit = rebel();
-  std::optional<PropertyListDictionary> state;
-  EXPECT_TRUE(happens([&] { return (state = unit->auAudioUnit().fullStateForDocument()).has_value(); }));
+  const auto state = stateOf(unit);
   DeadlinePlayer player(unit);
   stop(processOf(unit));
   unit->auAudioUnit().setFullStateForDocument(*state);
@@ -190,7 +181,7 @@ TEST_F(GuestsOfADevice, EventsWaitUntilTheStateIsIn) {
 }
 
 TEST_F(GuestsOfADevice, OneThatHangsAsItTakesItsStateIsLogged) {
-  auto state = *stateOfARebel();
+  auto state = *stateOf(rebel());
   state["uri"] = {std::string("urn:vrel:zoo:rebel-hang-restore")};
   const auto unit = rebel("hang-restore");
   unit->auAudioUnit().setFullStateForDocument(state);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/processes.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -77,7 +80,11 @@ bool isThere(pid_t process) {
 
 void stop(pid_t process) {
   kill(process, SIGSTOP);
-  (void)happens([process] { return lineOf(fs::path("/proc") / std::to_string(process)).state == 'T'; });
+  EXPECT_TRUE(happens([process] {
+    std::error_code ignored;
+    const fs::directory_iterator threads(fs::path("/proc") / std::to_string(process) / "task", ignored);
+    return std::all_of(begin(threads), end(threads), [](const auto& thread) { return lineOf(thread).state == 'T'; });
+  }));
 }
 
 long ticksOf(pid_t process) {

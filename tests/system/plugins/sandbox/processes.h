@@ -27,7 +27,7 @@ namespace vrel::sandbox {
 /// The processor time that a process has used, in the system's ticks.
 [[nodiscard]] long ticksOf(pid_t process);
 
-/// Stops a process and returns when it is stopped.
+/// Stops a process and returns when all its threads have stopped.
 void stop(pid_t process);
 
 /// Of this process: open descriptors, mappings of shared plug-in memory, resident memory in bytes.

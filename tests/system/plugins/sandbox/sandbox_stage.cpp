@@ -55,6 +55,12 @@ SandboxStage::Made SandboxStage::make(const std::string& uri, AudioComponentInst
   return makeLater(uri, options).get();
 }
 
+std::optional<PropertyListDictionary> SandboxStage::stateOf(const std::shared_ptr<AVAudioUnit>& unit) {
+  std::optional<PropertyListDictionary> state;
+  EXPECT_TRUE(happens([&] { return (state = unit->auAudioUnit().fullStateForDocument()).has_value(); }));
+  return state;
+}
+
 std::vector<std::string> SandboxStage::lines() const {
   const std::lock_guard lock(lines_->mutex);
   return lines_->all;

@@ -48,6 +48,12 @@ class SandboxStage : public testing::Test {
   [[nodiscard]] static int processOf(const std::shared_ptr<AVAudioUnit>& unit) {
     return dynamic_cast<SandboxedNode&>(*unit).processId();
   }
+  [[nodiscard]] static GuestLink& linkOf(const std::shared_ptr<AVAudioUnit>& unit) {
+    return dynamic_cast<SandboxedInstance&>(unit->auAudioUnit()).processor()->guest().link();
+  }
+
+  /// Its state, however long that takes.
+  [[nodiscard]] static std::optional<PropertyListDictionary> stateOf(const std::shared_ptr<AVAudioUnit>& unit);
 
   /// The deaths reported on the main queue so far, by process.
   [[nodiscard]] const std::vector<int>& deaths() {
