@@ -9,7 +9,9 @@
 #include "foundation/result.h"
 #include "platform/audio_component.h"
 #include "platform/audio_node.h"
+#include "platform/audio_parameters.h"
 #include "platform/host_callbacks.h"
+#include "platform/plugin_editor.h"
 #include "platform/property_list.h"
 
 namespace vrel {
@@ -17,6 +19,10 @@ namespace vrel {
 /// The plug-in inside a node. Main thread.
 class AUAudioUnit {
  public:
+  using ViewControllerHandler = std::function<void(std::shared_ptr<NSViewController>)>;
+
+  using ParameterTreeHandler = std::function<void(std::shared_ptr<const AUParameterTree>)>;
+
   virtual ~AUAudioUnit() = default;
 
   /// Announces that `fullStateForDocument` is about to be read, so that several units can prepare theirs at once.
@@ -32,6 +38,19 @@ class AUAudioUnit {
   /// Where the plug-in gets musical time and transport from now on. Set before it is connected.
   virtual void setMusicalContextBlock(AUHostMusicalContextBlock /*block*/) {}
   virtual void setTransportStateBlock(AUHostTransportStateBlock /*block*/) {}
+
+  /// Gives the plug-in's parameters, or null for a plug-in that is not known; once, on any thread.
+  virtual void requestParameterTree(ParameterTreeHandler completionHandler) { completionHandler(nullptr); }
+
+  /// What a parameter is, with what was set last, the plug-in's own changes and those by MIDI. Wait-free.
+  [[nodiscard]] virtual float parameterValue(AUParameterAddress /*address*/) { return 0; }
+
+  /// Sets a parameter from the next block on; the value is brought inside its bounds, and is part of the state at once.
+  /// Wait-free; later values replace earlier ones.
+  virtual void setParameterValue(AUParameterAddress /*address*/, float /*value*/) {}
+
+  /// Gives the plug-in's own view, or none where it has none; once, on any thread, or never.
+  virtual void requestViewController(ViewControllerHandler completionHandler) { completionHandler(nullptr); }
 };
 
 /// The low-level handle of a plug-in, for its host callbacks. Main thread.

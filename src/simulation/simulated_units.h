@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -50,6 +51,16 @@ class ScriptedUnitCore : public AUAudioUnit {
     transportStateBlock = std::move(block);
   }
 
+  void requestParameterTree(ParameterTreeHandler completionHandler) override { completionHandler(parameters); }
+  [[nodiscard]] float parameterValue(AUParameterAddress address) override { return parameterValues[address]; }
+  void setParameterValue(AUParameterAddress address, float value) override {
+    parameterValues[address] = value;
+    parameterSets.emplace_back(address, value);
+  }
+  void requestViewController(ViewControllerHandler completionHandler) override {
+    viewRequests.push_back(std::move(completionHandler));
+  }
+
   void note(const std::string& call) {
     calls.push_back(call);
     if (graphRecord != nullptr) {
@@ -61,7 +72,11 @@ class ScriptedUnitCore : public AUAudioUnit {
   AUHostTransportStateBlock transportStateBlock;
   std::optional<PropertyListDictionary> documentState;
   std::optional<PropertyListDictionary> presetState;
-  std::function<void()> stateRead;  // called at each read of `documentState`
+  std::shared_ptr<const AUParameterTree> parameters;
+  std::map<AUParameterAddress, float> parameterValues;
+  std::vector<std::pair<AUParameterAddress, float>> parameterSets;
+  std::vector<ViewControllerHandler> viewRequests;  // not answered yet
+  std::function<void()> stateRead;                  // called at each read of `documentState`
   int stateRequests = 0;
   int documentStateReads = 0;
   int presetStateReads = 0;

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vrel {
+
+class AVAudioUnit;
+
+/// Points on a screen.
+struct NSSize {
+  double width = 0;
+  double height = 0;
+
+  bool operator==(const NSSize&) const = default;
+};
+
+/// The view of a plug-in. Main thread.
+class NSViewController {
+ public:
+  virtual ~NSViewController() = default;
+
+  /// Lays the view out. In each dimension the largest of what fits, what the view asks for and what it has.
+  [[nodiscard]] virtual NSSize measuredSize() = 0;
+  [[nodiscard]] virtual NSSize preferredContentSize() { return {}; }
+  virtual void setViewSize(const NSSize& size) = 0;
+};
+
+/// A window beside the main one. It takes keys, and the main window stays the main one. Main thread.
+class NSPanel {
+ public:
+  virtual ~NSPanel() = default;
+
+  virtual void setTitle(const std::string& title) = 0;
+  virtual void setContentSize(const NSSize& size) = 0;
+  virtual void center() = 0;
+
+  /// Shows it, with the keyboard focus.
+  virtual void makeKeyAndOrderFront() = 0;
+  /// In front of all other windows, whatever program is active.
+  virtual void orderFrontRegardless() = 0;
+  /// Above the main window, wherever that has gone. Costs nothing while it is.
+  virtual void orderAboveMainWindow() = 0;
+
+  /// False once a person or the program has closed it.
+  [[nodiscard]] virtual bool isVisible() const = 0;
+  virtual void close() = 0;
+};
+
+/// Makes the windows of plug-ins, and the view of a plug-in that has none of its own. Main thread.
+class PluginEditorFactory {
+ public:
+  virtual ~PluginEditorFactory() = default;
+
+  /// `AUGenericView(audioUnit:)`: a view of the plug-in's parameters.
+  [[nodiscard]] virtual std::shared_ptr<NSViewController> makeGenericView(const std::shared_ptr<AVAudioUnit>& unit) = 0;
+
+  /// A panel around a view; not yet on the screen.
+  [[nodiscard]] virtual std::shared_ptr<NSPanel> makePanel(const std::shared_ptr<NSViewController>& view) = 0;
+
+  /// What may be used of the screen that editors open on; none without a screen.
+  [[nodiscard]] virtual std::optional<NSSize> visibleFrame() = 0;
+};
+
+}  // namespace vrel
