@@ -56,7 +56,13 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
   }
   const auto find = [world = world_](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
     const auto plugin = world->find(codes);
-    return plugin ? std::optional(sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+    if (plugin == nullptr) {
+      return std::nullopt;
+    }
+    return sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri,
+                                [world, codes](double sampleRate, AUAudioUnit::ParameterTreeHandler handler) {
+                                  world->requestParameters(codes, sampleRate, std::move(handler));
+                                }};
   };
   sandbox::SandboxSettings sandboxSettings;
   sandboxSettings.sampleRate = output_->sampleRate();

@@ -60,6 +60,7 @@ class HostedPlugin {
   [[nodiscard]] double sampleRate() const { return sampleRate_; }
   [[nodiscard]] UridMap& urids() { return urids_; }
   [[nodiscard]] PortBuffers& ports() { return ports_; }
+  [[nodiscard]] const PortBuffers& ports() const { return ports_; }
   [[nodiscard]] StateFiles& files() { return files_; }
   [[nodiscard]] PluginWorker& worker() { return worker_; }
   [[nodiscard]] const PluginLog& log() const { return log_; }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cmath>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -26,6 +27,18 @@ class Lv2Instance final : public AUAudioUnit {
 
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }
   void setTransportStateBlock(AUHostTransportStateBlock block) override { processor_->time().set(std::move(block)); }
+
+  void requestParameterTree(ParameterTreeHandler completionHandler) override {
+    processor_->requestParameters(std::move(completionHandler));
+  }
+  [[nodiscard]] float parameterValue(AUParameterAddress address) override {
+    return control_table::valueOf(processor_->controls(), address);
+  }
+  void setParameterValue(AUParameterAddress address, float value) override {
+    if (std::isfinite(value)) {
+      control_table::want(processor_->controls(), address, value);
+    }
+  }
 
   void reset() { processor_->reset(); }
 

@@ -30,6 +30,16 @@ void spread(const audio::Stream& source, std::span<float* const> inputs, std::ui
   }
 }
 
+/// What has been changed since the state was captured.
+void keepSettings(const HostedPlugin& from, HostedPlugin& to) {
+  const auto& ports = from.description().ports;
+  for (std::uint32_t index = 0; index < ports.size(); ++index) {
+    if (ports[index].isSetting()) {
+      to.ports().setControl(index, from.ports().control(index));
+    }
+  }
+}
+
 }  // namespace
 
 Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings settings, HostedPluginPointer plugin)
@@ -38,7 +48,17 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
       counters_(settings_.counters),
       description_(plugin->sharedDescription()),
       outputChannelCount_(static_cast<std::uint32_t>(plugin->ports().audioOutputs().size())),
-      plugin_(std::move(plugin)) {}
+      plugin_(std::move(plugin)) {
+  plugin_->ports().useTable(*controls_);
+  plugin_->ports().showControls();
+}
+
+void Lv2Processor::shareControls(ControlTable& shared) {
+  plugin_->ports().useTable(shared);
+  plugin_->ports().showControls();
+  controls_ = &shared;
+  ownControls_.reset();
+}
 
 void Lv2Processor::prepare(double sampleRate) {
   gain_.prepare(sampleRate);
@@ -107,6 +127,8 @@ bool Lv2Processor::adopt(HostedPluginPointer& next, double sampleRate, const Sta
   {
     const ControlHold hold(gate_);
     if (hold) {
+      keepSettings(*plugin_, *next);
+      next->ports().useTable(*controls_);
       plugin_.swap(next);
       transportChange_.forget();
     }
@@ -125,10 +147,12 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
     return;
   }
   plugin_->ports().beginBlock();
+  plugin_->ports().takeControlChanges();
   passTime(block.frameCount);
   takeEvents();
   fillInputs(block);
   plugin_->run(block.frameCount);
+  plugin_->ports().showControls();
   writeOutputs(block);
   gate_.leave();
 }
@@ -211,6 +235,15 @@ Outcome Lv2Processor::withPlugin(const std::function<Outcome(HostedPlugin&)>& ac
     return Error{"is stuck in run()"};
   }
   return action(*plugin_);
+}
+
+void Lv2Processor::requestParameters(std::function<void(std::shared_ptr<const AUParameterTree>)> handler) {
+  double sampleRate = 0;
+  {
+    const MutexLock lock(control_);
+    sampleRate = plugin_->sampleRate();
+  }
+  world_->requestParameters(description_->codes, sampleRate, std::move(handler));
 }
 
 void Lv2Processor::besideBlocks(const std::function<void(HostedPlugin&)>& action) {

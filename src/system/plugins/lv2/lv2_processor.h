@@ -11,6 +11,7 @@
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
 #include "system/audio/smoothed_gain.h"
+#include "system/plugins/control_table.h"
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/state_snapshot.h"
 #include "system/plugins/lv2/time_position.h"
@@ -49,6 +50,11 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   /// Where the plug-in's time comes from.
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
 
+  /// The controls of the plug-in, by port.
+  [[nodiscard]] ControlTable& controls() { return *controls_; }
+  /// Puts them into memory that is shared with another process. Before the first block.
+  void shareControls(ControlTable& shared) VREL_NOT_AUDIO_THREAD;
+
   /// Forgets pending events and clears what sounds.
   void reset() VREL_NOT_AUDIO_THREAD;
 
@@ -59,6 +65,9 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   void besideBlocks(const std::function<void(HostedPlugin&)>& action) VREL_NOT_AUDIO_THREAD;
 
   [[nodiscard]] const PluginDescription& description() const { return *description_; }
+
+  /// See Lv2World; at the graph's rate.
+  void requestParameters(std::function<void(std::shared_ptr<const AUParameterTree>)> handler) VREL_NOT_AUDIO_THREAD;
 
  private:
   void passTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
@@ -86,6 +95,9 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   MidiQueue events_;
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
+
+  std::unique_ptr<ControlTable> ownControls_ = std::make_unique<ControlTable>();
+  ControlTable* controls_ = ownControls_.get();
 
   const std::shared_ptr<const PluginDescription> description_;
   const std::uint32_t outputChannelCount_;

@@ -10,6 +10,7 @@
 
 #include "foundation/mutex.h"
 #include "system/plugins/lv2/bundle_search.h"
+#include "system/plugins/lv2/describe_parameters.h"
 #include "system/plugins/lv2/describe_plugin.h"
 #include "system/plugins/lv2/lilv_pointers.h"
 #include "system/plugins/lv2/urid_map.h"
@@ -101,6 +102,19 @@ std::shared_ptr<const PluginDescription> Lv2World::find(const AudioComponentDesc
   const auto found =
       std::find_if(plugins_.begin(), plugins_.end(), [&codes](const auto& plugin) { return plugin->codes == codes; });
   return found == plugins_.end() ? nullptr : *found;
+}
+
+void Lv2World::requestParameters(const AudioComponentDescription& codes, double sampleRate,
+                                 std::function<void(std::shared_ptr<const AUParameterTree>)> handler) {
+  // A strong hold here would let the world end on its own thread.
+  thread_.post([weak = weak_from_this(), codes, sampleRate, handler = std::move(handler)] {
+    const auto self = weak.lock();
+    const auto description = self != nullptr ? self->find(codes) : nullptr;
+    const LilvPlugin* const plugin = description != nullptr ? self->libraryPlugin(description->uri) : nullptr;
+    handler(plugin == nullptr ? nullptr
+                              : std::make_shared<const AUParameterTree>(
+                                    describeParameters(self->library_, plugin, *description, sampleRate)));
+  });
 }
 
 const LilvPlugin* Lv2World::libraryPlugin(const std::string& uri) const {

@@ -11,6 +11,7 @@
 // list; the others are not touched by it. The scan reads data only: no code of a plug-in runs before it is
 // instantiated. Behind the scan the scratch folders of programs that were killed are removed.
 
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
@@ -19,6 +20,7 @@
 
 #include "foundation/serial_thread.h"
 #include "platform/audio_component.h"
+#include "platform/audio_parameters.h"
 #include "system/plugins/lv2/plugin_description.h"
 
 struct LilvWorldImpl;   // the library's names for its world
@@ -49,6 +51,12 @@ class Lv2World final : public AVAudioUnitComponentManager, public std::enable_sh
 
   [[nodiscard]] std::vector<AVAudioUnitComponent> componentsMatchingDescription(
       const AudioComponentDescription& description) override;
+
+  /// Reads what the plug-in's controls are, with their bounds at this sample rate, and returns at once. The handler
+  /// gets null for a plug-in that is not installed; it is called on the world thread, or not at all when the world
+  /// ends.
+  void requestParameters(const AudioComponentDescription& codes, double sampleRate,
+                         std::function<void(std::shared_ptr<const AUParameterTree>)> handler);
 
   /// The plug-in with exactly these codes, null when it is not installed. Any thread.
   [[nodiscard]] std::shared_ptr<const PluginDescription> find(const AudioComponentDescription& codes) const;

@@ -109,6 +109,7 @@ void captureControls(HostedPlugin& plugin, StateSnapshot& snapshot) {
 }
 
 void restoreControls(HostedPlugin& plugin, const StateSnapshot& snapshot) {
+  plugin.ports().forgetControlChanges();  // they were of the earlier state
   const auto& ports = plugin.description().ports;
   for (std::uint32_t index = 0; index < ports.size(); ++index) {
     const auto value = snapshot.ports.find(ports[index].symbol);
@@ -180,6 +181,7 @@ Outcome restoreState(HostedPlugin& plugin, const StateSnapshot& snapshot) {
     restoreControls(plugin, snapshot);
   }
   plugin.settle();
+  plugin.ports().showControls();
   return failure;
 }
 

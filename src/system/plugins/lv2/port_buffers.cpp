@@ -5,6 +5,7 @@
 #include <lv2/midi/midi.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -147,6 +148,7 @@ void PortBuffers::makeControl(const PortDescription& port, std::uint32_t index, 
     hostControls_.push_back({index, port.hostControl});
   }
   locations_[index] = &controls_[index];
+  controlPorts_.push_back(index);
 }
 
 void PortBuffers::makeAtom(const PortDescription& port, std::uint32_t index) {
@@ -216,9 +218,45 @@ void PortBuffers::feedHostControls(const MusicalTime& time, bool isFreeWheeling)
   }
 }
 
+float PortBuffers::bounded(std::uint32_t index, float value) const noexcept {
+  return std::clamp(value, bounds_[index].minimum, bounds_[index].maximum);
+}
+
+float PortBuffers::control(std::uint32_t index) const {
+  if (table_ != nullptr && control_table::isWanted(*table_, index)) {
+    return bounded(index, control_table::valueOf(*table_, index));
+  }
+  return std::atomic_ref(controls_[index]).load(std::memory_order_relaxed);
+}
+
 void PortBuffers::setControl(std::uint32_t index, float value) noexcept {
   if (std::isfinite(value)) {
-    controls_[index] = std::clamp(value, bounds_[index].minimum, bounds_[index].maximum);
+    std::atomic_ref(controls_[index]).store(bounded(index, value), std::memory_order_relaxed);
+  }
+}
+
+void PortBuffers::takeControlChanges() noexcept {
+  if (table_ != nullptr) {
+    control_table::takeChanges(*table_, [this](std::uint32_t index, float value) noexcept {
+      if (index < controls_.size() && locations_[index] == &controls_[index]) {
+        setControl(index, value);
+        control_table::show(*table_, index, controls_[index]);
+      }
+    });
+  }
+}
+
+void PortBuffers::forgetControlChanges() noexcept {
+  if (table_ != nullptr) {
+    control_table::forgetChanges(*table_);
+  }
+}
+
+void PortBuffers::showControls() noexcept {
+  if (table_ != nullptr) {
+    for (const std::uint32_t index : controlPorts_) {
+      control_table::show(*table_, index, controls_[index]);
+    }
   }
 }
 

@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "system/plugins/control_table.h"
 #include "system/plugins/lv2/guarded_memory.h"
 #include "system/plugins/lv2/plugin_description.h"
 #include "system/plugins/lv2/time_position.h"
@@ -66,10 +67,17 @@ class PortBuffers {
   /// Those of all other inputs, which are to be silent.
   [[nodiscard]] std::span<float* const> spareInputs() const { return spareInputs_; }
 
-  /// The number on a control port. Setting brings it inside the port's bounds; what is not a number
-  /// changes nothing.
-  [[nodiscard]] float control(std::uint32_t index) const { return controls_[index]; }
+  /// The number on a control port, or the one that waits in the table to be set; any thread. Setting brings it inside
+  /// the port's bounds; what is not a number changes nothing.
+  [[nodiscard]] float control(std::uint32_t index) const;
   void setControl(std::uint32_t index, float value) noexcept;
+
+  /// The controls are shown in this table from now on, and set from it. Borrowed.
+  void useTable(ControlTable& table) { table_ = &table; }
+  /// Both for who holds the gate; nothing without a table.
+  void takeControlChanges() noexcept;
+  void forgetControlChanges() noexcept;
+  void showControls() noexcept;
 
  private:
   struct AtomPort {
@@ -97,6 +105,7 @@ class PortBuffers {
   [[nodiscard]] void* takeMemory(std::size_t bytes);
   void makeAudio(const PluginDescription& description);
   void makeCv(const PluginDescription& description);
+  [[nodiscard]] float bounded(std::uint32_t index, float value) const noexcept;
   void makeControl(const PortDescription& port, std::uint32_t index, double sampleRate);
   void makeAtom(const PortDescription& port, std::uint32_t index);
 
@@ -108,7 +117,9 @@ class PortBuffers {
   std::vector<float*> sideChainInputs_;
   std::vector<float*> spareInputs_;
   std::vector<float*> audioOutputs_;
-  std::vector<float> controls_;
+  mutable std::vector<float> controls_;  // accessed atomically; the plug-in reads them within its block
+  std::vector<std::uint32_t> controlPorts_;
+  ControlTable* table_ = nullptr;
   std::vector<Bounds> bounds_;
   std::vector<FedControl> hostControls_;
   std::vector<std::unique_ptr<AtomPort>> atoms_;

@@ -66,6 +66,8 @@ class SandboxProcessor final : public audio::NodeProcessor {
   [[nodiscard]] audio::SmoothedGain& gain() { return gain_; }
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
   [[nodiscard]] Guest& guest() { return *guest_; }
+  /// The rate that the graph asked for last, frames per second.
+  [[nodiscard]] double sampleRate() const { return settings_.sampleRate; }
   [[nodiscard]] GuestLink::Timeout timeout() const { return settings_.timeout; }
   /// Whether the main thread waits for changes at all.
   [[nodiscard]] bool waits() const { return settings_.timeout != GuestLink::Timeout(0); }

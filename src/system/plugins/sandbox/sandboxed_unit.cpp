@@ -2,6 +2,7 @@
 #include "system/plugins/sandbox/sandboxed_unit.h"
 
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "system/plugins/sandbox/property_list_bytes.h"
@@ -70,6 +71,24 @@ void SandboxedInstance::setFullStateForDocument(const PropertyListDictionary& st
       processor_->guest().ask(MessageKind::restoreState, toBytes(state), MessageKind::done, processor_->timeout());
   if (!answer && processor_->waits()) {
     log("has not restored its state yet: " + answer.error().description);
+  }
+}
+
+void SandboxedInstance::requestParameterTree(ParameterTreeHandler completionHandler) {
+  if (requestParameters_) {
+    requestParameters_(processor_->sampleRate(), std::move(completionHandler));
+  } else {
+    completionHandler(nullptr);
+  }
+}
+
+float SandboxedInstance::parameterValue(AUParameterAddress address) {
+  return control_table::valueOf(processor_->guest().block().controls, address);
+}
+
+void SandboxedInstance::setParameterValue(AUParameterAddress address, float value) {
+  if (std::isfinite(value)) {
+    control_table::want(processor_->guest().block().controls, address, value);
   }
 }
 

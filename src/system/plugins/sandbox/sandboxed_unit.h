@@ -25,8 +25,15 @@ class SandboxedInstance final : public AUAudioUnit {
  public:
   using Log = std::function<void(const std::string&)>;
 
-  SandboxedInstance(std::shared_ptr<SandboxProcessor> processor, std::string name, Log log)
-      : processor_(std::move(processor)), name_(std::move(name)), log_(std::move(log)) {}
+  /// Where a plug-in's parameters are read; empty where none are known. See Lv2World.
+  using RequestParameters = std::function<void(double sampleRate, ParameterTreeHandler handler)>;
+
+  SandboxedInstance(std::shared_ptr<SandboxProcessor> processor, std::string name, Log log,
+                    RequestParameters requestParameters)
+      : processor_(std::move(processor)),
+        name_(std::move(name)),
+        log_(std::move(log)),
+        requestParameters_(std::move(requestParameters)) {}
 
   void requestFullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
@@ -34,6 +41,9 @@ class SandboxedInstance final : public AUAudioUnit {
   void setFullStateForDocument(const PropertyListDictionary& state) override;
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }
   void setTransportStateBlock(AUHostTransportStateBlock block) override { processor_->time().set(std::move(block)); }
+  void requestParameterTree(ParameterTreeHandler completionHandler) override;
+  [[nodiscard]] float parameterValue(AUParameterAddress address) override;
+  void setParameterValue(AUParameterAddress address, float value) override;
   void reset();
 
   /// Whether the guest lives and neither owes an answer nor is behind with its blocks.
@@ -48,6 +58,7 @@ class SandboxedInstance final : public AUAudioUnit {
   const std::shared_ptr<SandboxProcessor> processor_;
   const std::string name_;
   const Log log_;
+  const RequestParameters requestParameters_;
   std::optional<PropertyListDictionary> lastState_;
 
   // A capture under way; none between captures.
@@ -60,8 +71,9 @@ class SandboxedInstance final : public AUAudioUnit {
 template <typename Interface>
 class SandboxedNodeOf : public audio::GraphNodeOf<Interface>, public SandboxedNode {
  public:
-  SandboxedNodeOf(std::shared_ptr<SandboxProcessor> processor, std::string name, SandboxedInstance::Log log)
-      : instance_(std::move(processor), std::move(name), std::move(log)) {}
+  SandboxedNodeOf(std::shared_ptr<SandboxProcessor> processor, std::string name, SandboxedInstance::Log log,
+                  SandboxedInstance::RequestParameters requestParameters)
+      : instance_(std::move(processor), std::move(name), std::move(log), std::move(requestParameters)) {}
 
   [[nodiscard]] AUAudioUnit& auAudioUnit() override { return instance_; }
   void reset() override { instance_.reset(); }

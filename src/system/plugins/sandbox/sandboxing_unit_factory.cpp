@@ -10,14 +10,15 @@ namespace vrel::sandbox {
 namespace {
 
 std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioComponentDescription& codes,
-                                      const std::string& name, const SandboxSettings& settings) {
+                                      const PluginPlace& place, const SandboxSettings& settings) {
   auto processor = std::make_shared<SandboxProcessor>(
       std::move(ready), SandboxProcessor::Settings{settings.sampleRate, settings.timeout, settings.captureTimeout,
                                                    settings.counters, settings.longestBlock});
   if (codes.componentType == componentTypeMusicDevice) {
-    return std::make_shared<SandboxedInstrument>(std::move(processor), name, settings.log);
+    return std::make_shared<SandboxedInstrument>(std::move(processor), place.name, settings.log,
+                                                 place.requestParameters);
   }
-  return std::make_shared<SandboxedUnit>(std::move(processor), name, settings.log);
+  return std::make_shared<SandboxedUnit>(std::move(processor), place.name, settings.log, place.requestParameters);
 }
 
 /// What is known of a unit once it has been made, for the case that it dies.
@@ -70,14 +71,14 @@ void SandboxingUnitFactory::launch(const AudioComponentDescription& description,
                     .worksWithinBlock = settings_.worksWithinBlock,
                     .isRealTime = settings_.isRealTime};
   const auto made = std::make_shared<Made>();
-  launch.done = [made, description, name = place->name, settings = std::move(settings),
+  launch.done = [made, description, place = *place, settings = std::move(settings),
                  handler = std::move(completionHandler)](Result<Supervisor::Ready> result) {
     if (!result) {
       handler(nullptr, result.error());
       return;
     }
     made->processId = result.value().guest->processId();
-    auto node = makeNode(std::move(result).value(), description, name, settings);
+    auto node = makeNode(std::move(result).value(), description, place, settings);
     made->node = node;
     handler(std::move(node), std::nullopt);
   };

@@ -24,6 +24,9 @@ struct PluginPlace {
   std::string name;
   std::string bundlePath;  // with a separator at its end
   std::string uri;
+
+  /// Reads what its controls are; may be empty. See Lv2World.
+  std::function<void(double sampleRate, AUAudioUnit::ParameterTreeHandler handler)> requestParameters{};
 };
 
 struct SandboxSettings {

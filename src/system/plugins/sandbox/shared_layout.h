@@ -8,7 +8,9 @@
 // same number, then the number into `answer`, and wakes the host. There is never more than one request
 // under way: a guest that has not answered is not asked again.
 //
-// Trust: the host reads nothing here but `answer` and answers, copies what it reads, and believes no
+// Beside the blocks: the plug-in's controls, see control_table.h.
+//
+// Trust: the host reads nothing here but `answer`, answers and controls, copies what it reads, and believes no
 // number of it to be in range. The guest believes the host.
 
 #include <array>
@@ -18,6 +20,7 @@
 #include <type_traits>
 
 #include "system/audio/node_processor.h"
+#include "system/plugins/control_table.h"
 #include "system/plugins/midi_record.h"
 #include "system/plugins/musical_time.h"
 
@@ -74,6 +77,7 @@ struct SharedBlock {
   SharedWord answer;
   std::array<BlockRequest, 2> requests;  // by the sequence number's last bit
   std::array<BlockAnswer, 2> answers;
+  ControlTable controls;
 };
 
 static_assert(std::is_trivially_copyable_v<BlockRequest> && std::is_trivially_copyable_v<BlockAnswer>);

@@ -26,7 +26,13 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
       Supervisor::start({.helperPath = std::move(helper), .log = settings_.log, .closingGrace = 200ms}).value();
   const auto finder = [world = inProcess_.world](const AudioComponentDescription& codes) -> std::optional<PluginPlace> {
     const auto plugin = world->find(codes);
-    return plugin ? std::optional(PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
+    if (plugin == nullptr) {
+      return std::nullopt;
+    }
+    return PluginPlace{plugin->name, plugin->bundlePath, plugin->uri,
+                       [world, codes](double sampleRate, AUAudioUnit::ParameterTreeHandler handler) {
+                         world->requestParameters(codes, sampleRate, std::move(handler));
+                       }};
   };
   factory_ = std::make_unique<SandboxingUnitFactory>(supervisor_, finder, mainLoop_, settings_);
   factory_->setDeathHandler([this](const SandboxingUnitFactory::Death& death) {

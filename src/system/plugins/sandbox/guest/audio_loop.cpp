@@ -59,6 +59,7 @@ AudioLoop::AudioLoop(SharedBlock& shared, std::shared_ptr<lv2::Lv2Processor> pro
       counters_(std::move(counters)),
       settings_(settings),
       outputChannelCount_(processor_->outputChannelCount(0)) {
+  processor_->shareControls(shared_.controls);
   passTimeOn();
   thread_ = std::thread([this] { run(); });
 }
