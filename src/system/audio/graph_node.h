@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -39,12 +40,18 @@ class GraphNode {
 
   [[nodiscard]] const std::shared_ptr<LinkFades>& linkFades() const { return linkFades_; }
 
+  /// Whether just this entered the node in the last plan, and nothing else that may still be faded out.
+  [[nodiscard]] bool hasInputs(std::span<LinkFades* const> inputs) const {
+    return std::ranges::equal(knownInputs_, inputs, {}, [](const auto& known) { return known.get(); });
+  }
+
   /// Notes what enters the node in the next plan. Returns what entered it in earlier ones, and may have done so up to
   /// the block with this number.
   std::vector<std::shared_ptr<LinkFades>> replaceInputs(const std::vector<std::shared_ptr<LinkFades>>& inputs,
                                                         std::uint64_t block) {
     std::erase_if(knownInputs_, [&](const auto& known) {
-      return known->lastReadBlock() + 1 < block || std::find(inputs.begin(), inputs.end(), known) != inputs.end();
+      const auto lastRead = known->lastReadBlock();
+      return lastRead == 0 || lastRead + 1 < block || std::find(inputs.begin(), inputs.end(), known) != inputs.end();
     });
     auto departed = knownInputs_;
     knownInputs_.insert(knownInputs_.end(), inputs.begin(), inputs.end());

@@ -86,16 +86,21 @@ std::size_t RenderPlan::addSteps(const NodeGraph::Entry& entry, double sampleRat
 }
 
 void RenderPlan::addFades(const NodeGraph::Entry& entry, Step& step, std::uint64_t block) {
-  std::vector<std::shared_ptr<LinkFades>> inputs;
   for (const NodeGraph::Entry* const source : entry.sources) {
-    inputs.push_back(source->graphNode->linkFades());
-    sources_.push_back(inputs.back().get());
+    sources_.push_back(source->graphNode->linkFades().get());
   }
   step.fades = entry.graphNode->linkFades().get();
   step.firstDeparted = departed_.size();
-  for (auto& departed : entry.graphNode->replaceInputs(inputs, block)) {
-    departed_.push_back(departed.get());
-    fades_.push_back(std::move(departed));
+  // Most nodes keep their inputs from plan to plan.
+  if (!entry.graphNode->hasInputs(std::span(sources_).last(entry.sources.size()))) {
+    std::vector<std::shared_ptr<LinkFades>> inputs;
+    for (const NodeGraph::Entry* const source : entry.sources) {
+      inputs.push_back(source->graphNode->linkFades());
+    }
+    for (auto& departed : entry.graphNode->replaceInputs(inputs, block)) {
+      departed_.push_back(departed.get());
+      fades_.push_back(std::move(departed));
+    }
   }
   step.departedCount = departed_.size() - step.firstDeparted;
   fades_.push_back(entry.graphNode->linkFades());

@@ -113,6 +113,13 @@ TEST_F(PlanFor16Strips, BuffersAreUsedAgain) {
   EXPECT_LE(buffers.size(), 16U * 2 + 4);
 }
 
+TEST_F(PlanFor16Strips, AnInputThatWasNeverHeardIsNotKeptForItsEnd) {
+  graph.detach(*graph.find(output->sources[0]->sources[3]->node.get()));
+  plan.clear();
+  plan.compile(*output, 48000, arena);
+  EXPECT_TRUE(std::ranges::none_of(plan.steps(), [](const auto& step) { return step.departedCount > 0; }));
+}
+
 TEST_F(PlanFor16Strips, CompiledAgainItTakesTheSameMemory) {
   std::set<const float*> before;
   std::set<const float*> after;
