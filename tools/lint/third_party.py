@@ -27,6 +27,7 @@ LIBRARIES = (
     Library("libplist", re.compile(r"plist/.*"), ("src/system/property_list",)),
     Library("nlohmann/json", re.compile(r"nlohmann/.*"),
             ("src/document", "apps", "tests", "bench", "fuzz")),
+    Library("XCB", re.compile(r"xcb/.*"), ("tests/apps/vrel",)),
     Library("GoogleTest", re.compile(r"(gtest|gmock)/.*"), ("tests",)),
     Library("Google Benchmark", re.compile(r"benchmark/.*"), ("bench",)),
 )

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <xcb/xcb.h>
+
+#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -14,6 +17,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QWidget>
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
@@ -43,10 +47,40 @@ void noteMessage(QtMsgType type, const QMessageLogContext& context, const QStrin
   formerHandler(type, context, message);
 }
 
+/// Events that the driver has sent itself through the X server: all input that was sent before lies before them.
+class Marks final : public QAbstractNativeEventFilter {
+ public:
+  static void send(WId window) {
+    xcb_client_message_event_t mark{};
+    mark.response_type = XCB_CLIENT_MESSAGE;
+    mark.format = format;
+    mark.window = static_cast<xcb_window_t>(window);
+    mark.type = XCB_ATOM_INTEGER;
+    auto* const server = qApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+    xcb_send_event(server, 0, mark.window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&mark));
+    xcb_flush(server);
+  }
+
+  bool nativeEventFilter(const QByteArray& /*type*/, void* message, qintptr* /*result*/) override {
+    constexpr std::uint8_t kind = 0x7F;  // without the bit that says who has sent it
+    const auto& event = *static_cast<const xcb_client_message_event_t*>(message);
+    const bool isMark =
+        (event.response_type & kind) == XCB_CLIENT_MESSAGE && event.format == format && event.type == XCB_ATOM_INTEGER;
+    seen += isMark ? 1 : 0;
+    return isMark;
+  }
+
+  static inline int seen = 0;
+
+ private:
+  static constexpr std::uint8_t format = 8;  // of Qt's own and the desktop's messages none has it
+};
+
 /// An X server for the whole process, and Qt on it.
 class Desktop {
  public:
   Desktop() {
+    application_.installNativeEventFilter(&marks_);
     QApplication::setQuitOnLastWindowClosed(false);
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     formerHandler = qInstallMessageHandler(noteMessage);
@@ -58,6 +92,7 @@ class Desktop {
   char name_[9] = "ui_tests";
   char* arguments_[2] = {name_, nullptr};
   QApplication application_{argumentCount_, arguments_};
+  Marks marks_;
 };
 
 /// Gone before the program's static objects are, which Qt needs to clear up.
@@ -203,20 +238,30 @@ void ConsoleDriver::pointTo(const std::string& name, Place place) {
 }
 
 void ConsoleDriver::movePointer(const QPointF& place) {
-  xdotool("mousemove " + std::to_string(static_cast<int>(place.x())) + " " +
+  gesture("mousemove " + std::to_string(static_cast<int>(place.x())) + " " +
           std::to_string(static_cast<int>(place.y())));
-  pump(pauseMs);
 }
 
 void ConsoleDriver::movePointerBy(int right, int down) {
-  xdotool("mousemove_relative -- " + std::to_string(right) + " " + std::to_string(down));
-  pump(pauseMs);
+  gesture("mousemove_relative -- " + std::to_string(right) + " " + std::to_string(down));
 }
 
-void ConsoleDriver::xdotool(const std::string& arguments) const {
+void ConsoleDriver::gesture(const std::string& arguments) {
+  // It returns when the X server has sent the events.
   if (std::system(("xdotool " + arguments).c_str()) != 0) {
     throw std::runtime_error("xdotool failed: " + arguments);
   }
+  takeInput();
+  pump(pauseMs);
+}
+
+void ConsoleDriver::takeInput() {
+  const int before = Marks::seen;
+  Marks::send(program_->window.quickWindow()->winId());
+  if (!eventually([before] { return Marks::seen > before; })) {
+    throw std::runtime_error("the window takes in no events");
+  }
+  onLogic([](Session& /*session*/) {});
 }
 
 void ConsoleDriver::click(const std::string& name, Place place) {
@@ -226,8 +271,7 @@ void ConsoleDriver::click(const std::string& name, Place place) {
 
 void ConsoleDriver::press(const std::string& name, Place place) {
   pointTo(name, place);
-  xdotool("mousedown 1");
-  pump(pauseMs);
+  gesture("mousedown 1");
 }
 
 void ConsoleDriver::moveTo(const std::string& name, Place place) {
@@ -237,8 +281,7 @@ void ConsoleDriver::moveTo(const std::string& name, Place place) {
 }
 
 void ConsoleDriver::release() {
-  xdotool("mouseup 1");
-  pump(pauseMs);
+  gesture("mouseup 1");
 }
 
 void ConsoleDriver::clickStorm(const std::string& name, int clicks, Place place) {
@@ -250,19 +293,17 @@ void ConsoleDriver::clickStorm(const std::string& name, int clicks, Place place)
   if (!eventually([&] { return storm.state() == QProcess::NotRunning; })) {
     throw std::runtime_error("the window does not keep up with a storm on " + name);
   }
-  pump(pauseMs);
+  takeInput();
 }
 
 void ConsoleDriver::doubleClick(const std::string& name) {
   pointTo(name, {});
-  xdotool("click --repeat 2 --delay 60 1");
-  pump(pauseMs);
+  gesture("click --repeat 2 --delay 60 1");
 }
 
 void ConsoleDriver::rightClick(const std::string& name) {
   pointTo(name, {});
-  xdotool("click 3");
-  pump(pauseMs);
+  gesture("click 3");
 }
 
 void ConsoleDriver::drag(const std::string& from, const std::string& to, Place place, Place start) {
@@ -272,8 +313,7 @@ void ConsoleDriver::drag(const std::string& from, const std::string& to, Place p
   if (!first || !last) {
     throw std::runtime_error("nowhere to drag to: " + to);
   }
-  xdotool("mousedown 1");
-  pump(pauseMs);
+  gesture("mousedown 1");
   constexpr int steps = 12;
   for (int step = 1; step <= steps; ++step) {
     movePointer(*first + (*last - *first) * step / steps);
@@ -282,21 +322,18 @@ void ConsoleDriver::drag(const std::string& from, const std::string& to, Place p
 }
 
 void ConsoleDriver::key(const std::string& name) {
-  xdotool("key " + name);
-  pump(pauseMs);
+  gesture("key " + name);
 }
 
 void ConsoleDriver::holdKey(const std::string& name) {
   constexpr int longEnoughMs = 1200;  // a server of X repeats keys 25 times a second, from half a second on
-  xdotool("keydown " + name);
+  gesture("keydown " + name);
   pump(longEnoughMs);
-  xdotool("keyup " + name);
-  pump(pauseMs);
+  gesture("keyup " + name);
 }
 
 void ConsoleDriver::type(const std::string& text) {
-  xdotool("type --delay 10 '" + text + "'");
-  pump(pauseMs);
+  gesture("type --delay 10 '" + text + "'");
 }
 
 bool ConsoleDriver::isPanelShown() const {
@@ -325,6 +362,11 @@ void ConsoleDriver::cancelPanel() {
 }
 
 void ConsoleDriver::onLogic(const std::function<void(Session&)>& action) {
+  passThroughLogic(action);
+  passThroughLogic([](Session& /*session*/) {});  // behind what the window gets of it
+}
+
+void ConsoleDriver::passThroughLogic(const std::function<void(Session&)>& action) {
   bool isDone = false;
   program_->logic.postToSession([&](Session& session) {
     action(session);

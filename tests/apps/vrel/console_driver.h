@@ -29,6 +29,9 @@ struct Place {
 
 /// The real program in this process, in a real window on an X server of the test's own, with a home of its own, moved
 /// by real pointer and key events. One at a time. The test's thread is Qt's.
+///
+/// A gesture returns when the window has taken it in and shows what the logic has made of it; what takes its time, such
+/// as a load or an animation, is waited for by `eventually`.
 class ConsoleDriver {
  public:
   /// The X server starts with the first test of the process.
@@ -86,7 +89,7 @@ class ConsoleDriver {
   void answerPanel(const std::filesystem::path& file);
   void cancelPanel();
 
-  /// Runs it on the logic's thread and waits for it.
+  /// Runs it on the logic's thread, and waits until the window shows what it has changed.
   void onLogic(const std::function<void(Session&)>& action);
   template <typename T>
   [[nodiscard]] T fromLogic(const std::function<T(Session&)>& get) {
@@ -103,7 +106,9 @@ class ConsoleDriver {
   void waitForPanel();
   void pointTo(const std::string& name, Place place);
   void pump(int milliseconds);
-  void xdotool(const std::string& arguments) const;
+  void gesture(const std::string& arguments);
+  void takeInput();
+  void passThroughLogic(const std::function<void(Session&)>& action);
   [[nodiscard]] std::optional<QPointF> screenPoint(const std::string& name, Place place) const;
 
   std::unique_ptr<QTemporaryDir> folder_;

@@ -78,7 +78,8 @@ TEST_F(Console, ASongIsAddedByNameAndAClickPutsItOnStage) {
   EXPECT_EQ(driver.session().selectedSongIndex(), 0);
   driver.click("songRow1");
   EXPECT_TRUE(driver.eventually([this] { return driver.session().selectedSongIndex() == 1; }));
-  EXPECT_TRUE(driver.session().switchText().startsWith(QStringLiteral("Switch: ")));
+  EXPECT_TRUE(
+      driver.eventually([this] { return driver.session().switchText().startsWith(QStringLiteral("Switch: ")); }));
 }
 
 TEST_F(Console, ADoubleClickRenamesASong) {
@@ -150,9 +151,10 @@ TEST_F(Console, TheTempoIsSteppedTypedAndTapped) {
   driver.type("93");
   driver.key("Return");
   EXPECT_TRUE(driver.eventually([this] { return driver.session().tempoBpm() == 93; }));
-  driver.click("tapButton");
-  driver.click("tapButton");
-  EXPECT_TRUE(driver.eventually([this] { return driver.session().tempoBpm() > 93; }));
+  EXPECT_TRUE(driver.eventually([this] {  // the taps of a busy machine may be further apart
+    driver.clickStorm("tapButton", 2);
+    return driver.session().tempoBpm() > 93;
+  }));
 }
 
 TEST_F(Console, NotesAreTyped) {

@@ -50,6 +50,8 @@ const std::vector<OpenedPanel> openedPanels{
 /// folder.
 class Layout : public ConsoleFixture {
  protected:
+  static constexpr int longAtRest = 10;  // looks in a row, several frames
+
   [[nodiscard]] QQuickWindow& window() { return *driver.program().window.quickWindow(); }
   [[nodiscard]] double scale() { return window().contentItem()->scale(); }
 
@@ -114,8 +116,10 @@ class Layout : public ConsoleFixture {
     });
   }
 
+  /// Looks once the window has come to rest.
   void look(const std::string& name) {
-    driver.eventually([this] { return driver.value("loadingModal", "opacity").toDouble() == 0; });
+    int looks = 0;
+    driver.eventually([&] { return ++looks > longAtRest && driver.value("loadingModal", "opacity").toDouble() == 0; });
     if (const char* const folder = std::getenv("VREL_SCREENSHOTS")) {
       EXPECT_TRUE(window().grabWindow().save(QString::fromStdString(std::string(folder) + "/" + name + ".png")));
     }
@@ -130,7 +134,6 @@ class Layout : public ConsoleFixture {
   /// Nothing is cut off, overlaps or is too small for the eye or a finger, once the window has come to rest.
   void expectRoomForAll(const QQuickItem& item) {
     constexpr double smallestTarget = 24;
-    constexpr int longAtRest = 10;  // looks in a row, several frames
     const WindowLooks looks(item);
     int atRest = 0;
     driver.eventually([&] {
