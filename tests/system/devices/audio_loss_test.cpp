@@ -27,6 +27,14 @@ class AudioLoss : public testing::Test {
                                                [this](const std::string& line) { stage.lost.push_back(line); });
   }
 
+  /// Whether another program hears the output in the end. A server that has just started may pass some blocks over.
+  [[nodiscard]] bool isHeard() {
+    return stage.eventuallyOnMain([this] {
+      Recorder recorder(stage.server.name(), 4800);
+      return eventually([&] { return recorder.recorded() == 4800; }) && recorder.channel(1).back() != 0;
+    });
+  }
+
   OutputStage stage;
 };
 
@@ -54,9 +62,7 @@ TEST_F(AudioLoss, TheServersDeathIsReportedOnceAndItsReturnIsHeardByItself) {
     EXPECT_LT(taken, longestReturn);
     RecordProperty("millisecondsToReturn" + std::to_string(round),
                    static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count()));
-    Recorder recorder(stage.server.name(), 4800);
-    ASSERT_TRUE(eventually([&] { return recorder.recorded() == 4800; }));
-    EXPECT_NE(recorder.channel(1).back(), 0) << "sound";
+    ASSERT_TRUE(isHeard());
     stage.loop.runPending();
     EXPECT_EQ(stage.lost.size(), static_cast<std::size_t>(2 * round)) << "one line for the loss, one for the return";
   }
@@ -90,9 +96,7 @@ TEST_F(AudioLoss, AServerThatHangsIsBridgedAndGoesOnWhenItAnswersAgain) {
   EXPECT_TRUE(eventually([&] { return stage.renderer.blocks > blocks + 100; })) << "the blocks go on";
   stage.server.wakeUp();
   ASSERT_TRUE(stage.eventuallyOnMain([&] { return output->state().get().hasDevice(); }));
-  Recorder recorder(stage.server.name(), 4800);
-  ASSERT_TRUE(eventually([&] { return recorder.recorded() == 4800; }));
-  EXPECT_NE(recorder.channel(1).back(), 0) << "sound";
+  EXPECT_TRUE(isHeard());
 }
 
 TEST_F(AudioLoss, AnotherBackendIsChosenAtOnceWhileTheServerHangs) {
@@ -138,10 +142,7 @@ TEST_F(AudioLoss, AMachineThatWasSuspendedSoundsAgainByItself) {
     ASSERT_TRUE(stage.eventuallyOnMain([&] { return output->state().get().hasDevice(); }));
     stage.server.suspendBoth(std::chrono::milliseconds(milliseconds));
     const auto start = std::chrono::steady_clock::now();
-    ASSERT_TRUE(stage.eventuallyOnMain([&] {
-      Recorder recorder(stage.server.name(), 4800);
-      return eventually([&] { return recorder.recorded() == 4800; }) && recorder.channel(1).back() != 0;
-    }));
+    ASSERT_TRUE(isHeard());
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2000));
   }
 }
