@@ -2,14 +2,13 @@
 // Latency of a note through the logic: from posting its message to the main queue to `sendMIDIEvent` of the last of
 // 32 strips that play it. With the real window, whose meters all move, without one, and without one while the song is
 // captured 20 times a second, with all guests in order and with six that hang; each case in a process of its own, on
-// one JACK server, with all instruments in processes of their own.
+// one JACK server, with all instruments in processes of their own. And the frames of that window, and its presses until
+// the change is drawn, beside those of a bare window.
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QQuickStyle>
 #include <QQuickWindow>
-#include <QTimer>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -26,6 +25,7 @@
 #include <vector>
 
 #include "console/note_latency_stage.h"
+#include "console/window_feel.h"
 #include "percentile.h"
 #include "support/devices/jack_server.h"
 #include "support/ui/virtual_display.h"
@@ -41,6 +41,7 @@ constexpr int screenWidth = 5800;  // room for all strips
 constexpr int screenHeight = 900;
 constexpr double longestPause = 8;  // milliseconds between two messages; the mean is half of it
 constexpr int warmUpMs = 1000;
+constexpr std::size_t notesPerPress = 25;
 
 struct Options {
   std::size_t notes = 4000;
@@ -67,12 +68,6 @@ struct CommandLine {
   char name[24] = "note_latency_bench";
   char* arguments[2] = {name, nullptr};
 };
-
-void pump(int milliseconds) {
-  QEventLoop loop;
-  QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-  loop.exec();
-}
 
 /// Plays at random times, on a thread of its own. The latency of each message in milliseconds.
 std::vector<double> playAll(NoteLatencyStage& stage, std::size_t notes) {
@@ -116,7 +111,11 @@ Measured measure(NoteLatencyStage& stage, std::size_t notes,
     isDone = true;
     isDone.notify_all();
   });
-  wait(isDone);
+  try {
+    wait(isDone);
+  } catch (...) {
+    failure = std::current_exception();
+  }
   playing.join();
   if (failure) {
     std::rethrow_exception(failure);
@@ -124,14 +123,18 @@ Measured measure(NoteLatencyStage& stage, std::size_t notes,
   return measured;
 }
 
+void printPercentiles(const char* name, const std::vector<double>& sorted) {
+  std::printf("%-22s", name);
+  for (const double part : {0.5, 0.9, 0.99, 1.0}) {
+    std::printf(" %8.3f", vrel::bench::percentile(sorted, part));
+  }
+}
+
 /// False when a message was lost.
 bool report(const char* name, std::vector<double> latencies) {
   std::sort(latencies.begin(), latencies.end());
   const bool isComplete = latencies.front() >= 0;
-  std::printf("%-16s", name);
-  for (const double part : {0.5, 0.9, 0.99, 1.0}) {
-    std::printf(" %8.3f", vrel::bench::percentile(latencies, part));
-  }
+  printPercentiles(name, latencies);
   std::printf("%s", isComplete ? "" : "  a message was LOST");
   return isComplete;
 }
@@ -197,6 +200,8 @@ bool measureWithWindow(std::size_t notes) {
     }
     return true;
   };
+  const std::size_t presses = std::max<std::size_t>(notes / notesPerPress, 1);
+  const BareWindow bare = measureBareWindow(presses);
   NoteLatencyStage stage(strips, pumpUntil);
   if (!pumpUntil([&] { return stage.isEveryStripVisible(); })) {
     throw std::runtime_error("the window does not show all strips");
@@ -222,6 +227,19 @@ bool measureWithWindow(std::size_t notes) {
   std::printf("   %.1f frames a second; in each, %.1f of %zu meters moved\n",
               static_cast<double>(frames) / measured.seconds,
               static_cast<double>(moved) / static_cast<double>(std::max<std::uint64_t>(ticks, 1)), strips);
+  std::vector<double> pressed;
+  measure(stage, notes, [&](const std::atomic<bool>& isDone) {
+    std::size_t strip = 0;
+    const std::size_t twice = 2;  // each strip is muted and unmuted
+    pressed = measurePresses(*stage.window(), presses, [&] { return stage.pressMute(strip++ / twice % strips); });
+    while (!isDone) {
+      pump(20);
+    }
+  });
+  printPercentiles("press, with a window", pressed);
+  std::printf("\n");
+  printPercentiles("press, a bare window", bare.presses);
+  std::printf("   %.1f frames a second\n", bare.framesPerSecond);
   return isComplete;
 }
 
@@ -231,9 +249,11 @@ bool measureEach(const std::string& program, const Options& options) {
   server.start();
   ::setenv("JACK_DEFAULT_SERVER", server.name().c_str(), 1);
   ::setenv("JACK_NO_START_SERVER", "1", 1);
-  std::printf("%zu messages, each to %zu strips; milliseconds from the post to the last strip's sendMIDIEvent\n",
-              options.notes, strips);
-  std::printf("%-16s %8s %8s %8s %8s\n", "", "median", "90%", "99%", "most");
+  std::printf(
+      "%zu messages, each to %zu strips; milliseconds from the post to the last strip's "
+      "sendMIDIEvent, and from a press to the end of the frame that shows it\n",
+      options.notes, strips);
+  std::printf("%-22s %8s %8s %8s %8s\n", "", "median", "90%", "99%", "most");
   std::fflush(stdout);
   bool isGood = true;
   for (const std::string variant : {"none", "window", "captures", "hung"}) {

@@ -168,6 +168,19 @@ std::size_t NoteLatencyStage::movedMeters() {
   return moved;
 }
 
+Press NoteLatencyStage::pressMute(std::size_t strip) {
+  auto& strips = *program_.window.model().strips();
+  const auto row = strips.index(static_cast<int>(strip));
+  auto* const item = strips.data(row, window::MirrorList::entryRole).value<window::MirrorItem*>();
+  const auto& entry = dynamic_cast<window::StripViewModel&>(*item);
+  const auto* const button = findIn(*window()->contentItem(), "mute" + QString::number(strip));
+  if (button == nullptr) {
+    throw std::runtime_error("the window shows no mute button");
+  }
+  return {button->mapToScene({button->width() / 2, button->height() / 2}),
+          [&entry, wasMuted = entry.mute()] { return entry.mute() != wasMuted; }};
+}
+
 bool NoteLatencyStage::isEveryStripVisible() {
   const auto* const strip =
       window() == nullptr ? nullptr : findIn(*window()->contentItem(), "strip" + QString::number(meters_.size() - 1));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "console/window/meter_board.h"
+#include "console/window_feel.h"
 #include "vrel/application.h"
 #include "vrel/session.h"
 
@@ -55,6 +56,8 @@ class NoteLatencyStage {
   /// Null without a window.
   [[nodiscard]] QQuickWindow* window() { return program_.window.quickWindow(); }
   [[nodiscard]] bool isEveryStripVisible();
+  /// A press on the mute button of a strip, which must be visible.
+  [[nodiscard]] Press pressMute(std::size_t strip);
 
  private:
   template <typename T>
