@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "console/reorder.h"
 #include "console/song_list.h"
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
@@ -33,6 +34,14 @@ void ChannelOperations::moveChannels(const std::set<std::size_t>& fromOffsets, s
   }
   engine_.moveChannel(*fromOffsets.begin(), toOffset);
   state_.markEdited();
+}
+
+void ChannelOperations::moveChannelBy(const AudioChannel& channel, int by) {
+  const auto from = indexOfStrip(engine_, channel.id);
+  const auto to = from ? offsetMovedBy(*from, by, engine_.channels().size()) : std::nullopt;
+  if (to) {
+    moveChannels({*from}, *to);
+  }
 }
 
 void ChannelOperations::addChannelFromButton() {

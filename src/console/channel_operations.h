@@ -46,6 +46,9 @@ class ChannelOperations {
   /// Moves the strip at the first of `fromOffsets` before what is at `toOffset`.
   void moveChannels(const std::set<std::size_t>& fromOffsets, std::size_t toOffset);
 
+  /// Moves a strip by so many places, to the right above 0; nothing beyond an end.
+  void moveChannelBy(const AudioChannel& channel, int by);
+
   /// An empty strip at the end, over the notes of the keyboard on the screen.
   void addChannelFromButton();
 

@@ -53,4 +53,13 @@ struct ReorderDropDelegate {
   }
 };
 
+/// Before which of `count` items the one at `from` goes to be `by` places further on; nothing beyond an end.
+[[nodiscard]] inline std::optional<std::size_t> offsetMovedBy(std::size_t from, int by, std::size_t count) {
+  const auto place = static_cast<std::ptrdiff_t>(from) + by;
+  if (by == 0 || place < 0 || place >= static_cast<std::ptrdiff_t>(count)) {
+    return std::nullopt;
+  }
+  return static_cast<std::size_t>(by > 0 ? place + 1 : place);
+}
+
 }  // namespace vrel

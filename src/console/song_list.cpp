@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "console/reorder.h"
 #include "document/app_state.h"
 #include "document/entered_text.h"
 #include "engine/audio_engine.h"
@@ -131,6 +132,14 @@ void SongList::moveSongs(const std::set<std::size_t>& fromOffsets, std::size_t t
   state_.songs.modify([&](auto& list) { moveItem(list, from, toOffset); });
   state_.selectedSongIndex.set(onStage ? indexOf(*onStage) : std::nullopt);
   state_.markEdited();
+}
+
+void SongList::moveSongBy(const Uuid& songId, int by) {
+  const auto from = indexOf(songId);
+  const auto to = from ? offsetMovedBy(*from, by, state_.songs.get().size()) : std::nullopt;
+  if (to) {
+    moveSongs({*from}, *to);
+  }
 }
 
 std::optional<std::size_t> SongList::indexOf(const Uuid& songId) const {

@@ -69,6 +69,9 @@ class SongList {
   /// Moves the song at the first of `fromOffsets` before what is at `toOffset`; the song on stage stays there.
   void moveSongs(const std::set<std::size_t>& fromOffsets, std::size_t toOffset);
 
+  /// Moves a song by so many places, towards the end above 0; nothing beyond an end.
+  void moveSongBy(const Uuid& songId, int by);
+
   [[nodiscard]] std::optional<std::size_t> indexOf(const Uuid& songId) const;
   [[nodiscard]] std::optional<Uuid> songOnStage() const;
 

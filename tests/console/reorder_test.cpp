@@ -78,5 +78,18 @@ TEST_F(Drag, LeavingARowAndTheDropClearTheMarks) {
   EXPECT_EQ(dropTargetId.get(), std::nullopt);
 }
 
+TEST(OffsetMovedBy, IsBeforeTheItemThatComesToFollow) {
+  EXPECT_EQ(offsetMovedBy(1, -1, 3), 0U);
+  EXPECT_EQ(offsetMovedBy(1, 1, 3), 3U);
+  EXPECT_EQ(offsetMovedBy(0, 2, 3), 3U);
+}
+
+TEST(OffsetMovedBy, IsAbsentBeyondAnEndAndForNoMove) {
+  EXPECT_EQ(offsetMovedBy(0, -1, 3), std::nullopt);
+  EXPECT_EQ(offsetMovedBy(2, 1, 3), std::nullopt);
+  EXPECT_EQ(offsetMovedBy(1, 0, 3), std::nullopt);
+  EXPECT_EQ(offsetMovedBy(0, 1, 0), std::nullopt);
+}
+
 }  // namespace
 }  // namespace vrel

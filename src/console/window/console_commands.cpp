@@ -33,8 +33,8 @@ void ConsoleCommands::withContent(std::function<void(ContentView&)> action) cons
   post_([action = std::move(action)](ConsoleActions& actions) { action(actions.content); });
 }
 
-void ConsoleCommands::withSong(const QString& songId, void (*action)(ContentView&, std::size_t row)) const {
-  withContent([id = songId.toStdString(), action](ContentView& content) {
+void ConsoleCommands::withSong(const QString& songId, std::function<void(ContentView&, std::size_t row)> action) const {
+  withContent([id = songId.toStdString(), action = std::move(action)](ContentView& content) {
     const auto& songs = content.appState().songs.get();
     const auto found = std::find_if(songs.begin(), songs.end(), [&](const auto& song) { return song.id.text() == id; });
     if (found != songs.end()) {
@@ -108,6 +108,12 @@ void ConsoleCommands::songDropped(const QString& songId) {
   });
 }
 
+void ConsoleCommands::moveSong(const QString& songId, int by) {
+  withSong(songId, [by](ContentView& content, std::size_t row) {
+    content.songList().moveSongBy(content.appState().songs.get()[row].id, by);
+  });
+}
+
 void ConsoleCommands::selectStrip(const QString& channelId) {
   withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
     content.selection().selectedChannelId.set(channel.id);
@@ -156,6 +162,12 @@ void ConsoleCommands::channelDropExited(const QString& channelId) {
 void ConsoleCommands::channelDropped(const QString& channelId) {
   withChannel(channelId, [](ContentView& content, AudioChannel& channel) {
     (void)content.channelReorderDropDelegate(channel.id).performDrop();
+  });
+}
+
+void ConsoleCommands::moveChannel(const QString& channelId, int by) {
+  withChannel(channelId, [by](ContentView& content, AudioChannel& channel) {
+    content.channelOperations().moveChannelBy(channel, by);
   });
 }
 

@@ -61,6 +61,7 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void songDropEntered(const QString& songId);
   Q_INVOKABLE void songDropExited(const QString& songId);
   Q_INVOKABLE void songDropped(const QString& songId);
+  Q_INVOKABLE void moveSong(const QString& songId, int by);
 
   Q_INVOKABLE void selectStrip(const QString& channelId);
   Q_INVOKABLE void setChannelName(const QString& channelId, const QString& name);
@@ -71,6 +72,7 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void channelDropEntered(const QString& channelId);
   Q_INVOKABLE void channelDropExited(const QString& channelId);
   Q_INVOKABLE void channelDropped(const QString& channelId);
+  Q_INVOKABLE void moveChannel(const QString& channelId, int by);
   Q_INVOKABLE void addChannel();
   Q_INVOKABLE void cutChannel(const QString& channelId);
   Q_INVOKABLE void copyChannel(const QString& channelId);
@@ -148,7 +150,7 @@ class ConsoleCommands : public QObject {
 
  private:
   void withContent(std::function<void(ContentView&)> action) const;
-  void withSong(const QString& songId, void (*action)(ContentView&, std::size_t row)) const;
+  void withSong(const QString& songId, std::function<void(ContentView&, std::size_t row)> action) const;
   void withEffect(const QString& slotId, void (EffectRack::*action)(const Uuid&)) const;
   void withChannel(const QString& channelId, std::function<void(ContentView&, AudioChannel&)> action) const;
 

@@ -105,6 +105,15 @@ class HintsViewModel : public QObject {
   VREL_HINT(nothingToPaste)
   VREL_HINT(duplicateChannel)
   VREL_HINT(deleteChannel)
+  VREL_HINT(moveChannelLeft)
+  VREL_HINT(moveChannelRight)
+  VREL_HINT(moveSongUp)
+  VREL_HINT(moveSongDown)
+  VREL_HINT(alreadyFirst)
+  VREL_HINT(alreadyLast)
+  VREL_HINT(menuTitle)
+  VREL_HINT(firstAnswer)
+  VREL_HINT(otherAnswer)
 
  Q_SIGNALS:
   void languageChanged();

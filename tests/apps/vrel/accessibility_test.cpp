@@ -89,41 +89,42 @@ TEST_F(Accessibility, EveryControlIsAmongThem) {
   driver.click("addChannelButton");
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("strip1"); }));
   const Found found = walk();
-  EXPECT_THAT(found.names, testing::IsSupersetOf({"PANIC",
-                                                  "Learn",
-                                                  "Edit Mode",
-                                                  "Language",
-                                                  "01. Untitled Song",
-                                                  "Add Song",
-                                                  "TEMPO / METRONOME",
-                                                  "TEMPO / METRONOME +",
-                                                  "TEMPO / METRONOME \u2212",
-                                                  "TAP",
-                                                  "PERFORMANCE NOTES",
-                                                  "+ Add Channel",
-                                                  "1 Piano Lead",
-                                                  "2 Instrument 2",
-                                                  "Volume 1 Piano Lead",
-                                                  "Volume 2 Instrument 2",
-                                                  "MUTE 1 Piano Lead",
-                                                  "SOLO 2 Instrument 2",
-                                                  "Gain 1 Piano Lead",
-                                                  "Reverb 2 Instrument 2",
-                                                  "CRASH PLUGIN 1 Piano Lead",
-                                                  "REVIVE 1 Piano Lead",
-                                                  "Transpose 1 Piano Lead",
-                                                  "Split lowest key 1 Piano Lead",
-                                                  "Split highest key 1 Piano Lead",
-                                                  "Sustain 1 Piano Lead",
-                                                  "Expression 1 Piano Lead",
-                                                  "Rotor 1 Piano Lead",
-                                                  "Colour of the strip; drag to move it 1 Piano Lead",
-                                                  "Colour of the master",
-                                                  "Volume MASTER",
-                                                  "MUTE MASTER",
-                                                  "File",
-                                                  "Edit",
-                                                  "Mode"}));
+  EXPECT_THAT(found.names,
+              testing::IsSupersetOf({"PANIC",
+                                     "Learn",
+                                     "Edit Mode",
+                                     "Language",
+                                     "01. Untitled Song",
+                                     "Add Song",
+                                     "TEMPO / METRONOME",
+                                     "TEMPO / METRONOME +",
+                                     "TEMPO / METRONOME \u2212",
+                                     "TAP",
+                                     "PERFORMANCE NOTES",
+                                     "+ Add Channel",
+                                     "1 Piano Lead",
+                                     "2 Instrument 2",
+                                     "Volume 1 Piano Lead",
+                                     "Volume 2 Instrument 2",
+                                     "MUTE 1 Piano Lead",
+                                     "SOLO 2 Instrument 2",
+                                     "Gain 1 Piano Lead",
+                                     "Reverb 2 Instrument 2",
+                                     "CRASH PLUGIN 1 Piano Lead",
+                                     "REVIVE 1 Piano Lead",
+                                     "Transpose 1 Piano Lead",
+                                     "Split lowest key 1 Piano Lead",
+                                     "Split highest key 1 Piano Lead",
+                                     "Sustain 1 Piano Lead",
+                                     "Expression 1 Piano Lead",
+                                     "Rotor 1 Piano Lead",
+                                     "Colour of the strip; drag, or Alt and arrows, to move it 1 Piano Lead",
+                                     "Colour of the master",
+                                     "Volume MASTER",
+                                     "MUTE MASTER",
+                                     "File",
+                                     "Edit",
+                                     "Mode"}));
   EXPECT_EQ(found.nameless, std::vector<std::string>());
 }
 
@@ -274,6 +275,28 @@ TEST_F(Accessibility, AValueThatIsSetReachesTheStripAndIsNotLostToTheNextOne) {
   driver.onLogic([](Session& session) { session.engine().channels()[0]->gain.set(0.5F); });
   EXPECT_TRUE(driver.eventually([this] { return driver.value("gain0", "value").toDouble() == 0.5; }))
       << "it still follows the strip";
+}
+
+TEST_F(Accessibility, SongsAndStripsMoveByTheirActions) {
+  driver.click("addChannelButton");
+  driver.onLogic([](Session& session) {
+    session.state().newSongName.set("Two");
+    session.content().songList().addSong();
+  });
+  const auto act = [this](const std::string& name) {
+    ASSERT_TRUE(driver.eventually([&] { return SpokenWindow::find(name, QAccessible::Button) != nullptr; })) << name;
+    auto* const action = SpokenWindow::find(name, QAccessible::Button)->actionInterface();
+    ASSERT_NE(action, nullptr) << name;
+    action->doAction(QAccessibleActionInterface::pressAction());
+  };
+  act("Move Channel Right 1 Piano Lead");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(1).name() == QLatin1String("Piano Lead"); }));
+  act("Move Channel Left 2 Piano Lead");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).name() == QLatin1String("Piano Lead"); }));
+  act("Move Song Up 02. Two");
+  EXPECT_TRUE(driver.eventually([this] { return songNames().front() == "02. Two"; }));
+  act("Move Song Down 02. Two");
+  EXPECT_TRUE(driver.eventually([this] { return songNames().back() == "02. Two"; }));
 }
 
 TEST_F(Accessibility, ATextThatIsSetIsTakenWithoutTheCaret) {

@@ -84,7 +84,7 @@ TEST_F(Arranging, InLiveModeTheMenuOfAStripOffersNothing) {
   driver.click("liveButton");
   ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
   driver.rightClick("stripNumber0");
-  for (const auto* line : {"Cut", "Copy", "Paste", "Duplicate", "Delete"}) {
+  for (const auto* line : {"Cut", "Copy", "Paste", "Duplicate", "Left", "Right", "Delete"}) {
     const auto name = std::string("stripMenu") + line;
     ASSERT_TRUE(driver.eventually([&] { return driver.isShown(name); })) << line;
     EXPECT_FALSE(driver.value(name, "enabled").toBool()) << line;
@@ -107,6 +107,87 @@ TEST_F(Arranging, ASongIsAddedWithReturnAndRenamedAndDeletedByItsMenu) {
   choose("songMenuDelete");
   EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"Encore"}; }));
   EXPECT_TRUE(driver.eventually([this] { return driver.session().selectedSongIndex() == 0; }));
+}
+
+TEST_F(Arranging, ASongMovesByAltAndArrowsAndTheCursorGoesWithIt) {
+  driver.click("newSongField");
+  driver.type("Two");
+  driver.key("Return");
+  ASSERT_TRUE(driver.eventually([this] { return songNames() == Names{"01. Untitled Song", "02. Two"}; }));
+  const auto isAt = [this](int row, const Names& names) {
+    return driver.eventually([&] { return songNames() == names && driver.value("songList", "cursor").toInt() == row; });
+  };
+  driver.click("songRow0");
+  driver.key("Down");  // to one that is not on stage
+  driver.key("alt+Up");
+  EXPECT_TRUE(isAt(0, {"02. Two", "01. Untitled Song"}));
+  EXPECT_EQ(driver.session().selectedSongIndex(), 1);
+  driver.key("alt+Up");
+  driver.key("alt+Down");
+  EXPECT_TRUE(isAt(1, {"01. Untitled Song", "02. Two"})) << "the first stays where it is";
+  driver.key("Up");
+  driver.key("alt+Down");  // the one on stage
+  EXPECT_TRUE(isAt(1, {"02. Two", "01. Untitled Song"}));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().selectedSongIndex() == 1; }));
+  driver.key("ctrl+z");
+  EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"01. Untitled Song", "02. Two"}; }));
+}
+
+TEST_F(Arranging, AStripMovesByAltAndArrowsWhicheverOfItsControlsHasTheFocus) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(hasStrips({"Piano Lead", "Instrument 2"}));
+  driver.click("gain0");
+  const double gain = driver.strip(0).gain();
+  driver.key("alt+Right");
+  EXPECT_TRUE(hasStrips({"Instrument 2", "Piano Lead"}));
+  driver.key("alt+Right");
+  driver.key("alt+Left");
+  EXPECT_TRUE(hasStrips({"Piano Lead", "Instrument 2"}));
+  EXPECT_EQ(driver.strip(0).gain(), gain);
+  EXPECT_TRUE(driver.value("gain0", "activeFocus").toBool());
+  driver.key("ctrl+z");
+  EXPECT_TRUE(hasStrips({"Instrument 2", "Piano Lead"}));
+}
+
+TEST_F(Arranging, AStripThatIsMovedOutOfSightIsFollowed) {
+  driver.onLogic([](Session& session) {
+    for (int strip = 1; strip < 12; ++strip) {
+      session.content().channelOperations().addChannelFromButton();
+    }
+    session.content().selection().selectedChannelId.set(session.engine().channels().front()->id);
+  });
+  driver.click("gain0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("gain0", "activeFocus").toBool(); }));
+  for (int step = 0; step < 11; ++step) {
+    driver.key("alt+Right");
+  }
+  EXPECT_TRUE(driver.eventually([this] {
+    const auto* const strip = driver.find("strip11");
+    const auto* const list = driver.find("stripList");
+    const double left = strip == nullptr ? -1 : strip->mapToItem(list, {}).x();
+    return left >= 0 && left + strip->width() <= list->width() &&
+           driver.strip(11).name() == QLatin1String("Piano Lead");
+  }));
+}
+
+TEST_F(Arranging, SongsAndStripsMoveByTheirMenusWhichOfferNothingBeyondAnEnd) {
+  driver.click("addChannelButton");
+  ASSERT_TRUE(hasStrips({"Piano Lead", "Instrument 2"}));
+  driver.rightClick("stripNumber1");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("stripMenuRight"); }));
+  EXPECT_FALSE(driver.value("stripMenuRight", "enabled").toBool());
+  choose("stripMenuLeft");
+  EXPECT_TRUE(hasStrips({"Instrument 2", "Piano Lead"}));
+  driver.onLogic([](Session& session) {
+    session.state().newSongName.set("Two");
+    session.content().songList().addSong();
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songName1"); }));
+  driver.rightClick("songName1");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songMenuDown"); }));
+  EXPECT_FALSE(driver.value("songMenuDown", "enabled").toBool());
+  choose("songMenuUp");
+  EXPECT_TRUE(driver.eventually([this] { return songNames() == Names{"02. Two", "01. Untitled Song"}; }));
 }
 
 TEST_F(Arranging, PanicIsPressed) {

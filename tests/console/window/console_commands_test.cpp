@@ -70,6 +70,7 @@ TEST_F(Commands, AStripOrSongThatIsGoneDoesNothing) {
     commands.channelDropEntered(id);
     commands.channelDropExited(id);
     commands.channelDropped(id);
+    commands.moveChannel(id, 1);
     commands.cutChannel(id);
     commands.copyChannel(id);
     commands.pasteChannel(id);
@@ -82,6 +83,7 @@ TEST_F(Commands, AStripOrSongThatIsGoneDoesNothing) {
     commands.songDropEntered(id);
     commands.songDropExited(id);
     commands.songDropped(id);
+    commands.moveSong(id, 1);
   }
   settle();
   EXPECT_EQ(songNames(), (std::vector<std::string>{"One", "Two"}));
@@ -266,6 +268,40 @@ TEST_F(Commands, StripsAreArrangedAndPlayed) {
   commands.cutChannel(stripId(0));
   settle();
   EXPECT_EQ(engine->channels().size(), 3U);
+}
+
+TEST_F(Commands, ASongAndAStripMoveByOnePlaceAndNotBeyondAnEnd) {
+  commands.addChannel();
+  settle();
+  const QString song = songId(0);
+  const QString first = stripId(0);
+  commands.moveSong(song, -1);
+  commands.moveChannel(first, -1);
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"One", "Two"}));
+  EXPECT_EQ(stripId(0), first);
+  commands.moveSong(song, 1);
+  commands.moveChannel(first, 1);
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Two", "One"}));
+  EXPECT_EQ(stripId(1), first);
+  commands.moveSong(song, 1);
+  commands.moveChannel(first, 1);
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Two", "One"}));
+  EXPECT_EQ(stripId(1), first);
+}
+
+TEST_F(Commands, InLiveModeSongsMoveAndStripsDoNot) {
+  commands.addChannel();
+  settle();
+  const QString first = stripId(0);
+  commands.toggleLiveMode();
+  commands.moveSong(songId(0), 1);
+  commands.moveChannel(first, 1);
+  settle();
+  EXPECT_EQ(songNames(), (std::vector<std::string>{"Two", "One"}));
+  EXPECT_EQ(stripId(0), first);
 }
 
 TEST_F(Commands, InLiveModeADragCarriesNothing) {

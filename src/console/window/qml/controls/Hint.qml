@@ -8,11 +8,18 @@ Item {
     required property Item over
     property string text
     property bool isBeside // to the right of it, such as in a column of lines
+    property bool isBelow // where there is no room above
 
     // The handler lies in the parent of the control, and may go before this. One that lies below an area that takes the hover sets it
     // itself.
     property bool isOver: pointer?.isOver ?? false
     readonly property bool isShown: isOver && text !== ""
+
+    // Also in another language while it is shown.
+    onTextChanged: {
+        if (loader.item)
+            (loader.item as HintBubble).text = text;
+    }
 
     Accessible.ignored: true
 
@@ -27,6 +34,8 @@ Item {
 
     // Made when it is wanted: there are hundreds of controls.
     Loader {
+        id: loader
+
         active: hint.isShown
         source: "HintBubble.qml"
         onLoaded: {
@@ -36,6 +45,8 @@ Item {
             if (hint.isBeside) {
                 bubble.x = hint.over.width + 8;
                 bubble.y = 0;
+            } else if (hint.isBelow) {
+                bubble.y = hint.over.height + 4;
             }
             bubble.visible = true;
         }

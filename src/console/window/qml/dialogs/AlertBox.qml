@@ -85,6 +85,7 @@ ModalShade {
 
             AlertButtons {
                 Layout.fillWidth: true
+                desk: box.desk
                 words: box.alert.buttons
                 onChosen: button => box.answer(button)
             }

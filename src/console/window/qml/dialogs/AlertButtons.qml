@@ -9,6 +9,7 @@ import Vrel.Console
 GridLayout {
     id: row
 
+    required property ConsoleModel desk
     required property list<string> words
 
     signal chosen(int button)
@@ -34,6 +35,7 @@ GridLayout {
             Layout.preferredWidth: 100
             Layout.preferredHeight: 60
             text: modelData
+            hint: index === 0 ? row.desk.hints.firstAnswer : row.desk.hints.otherAnswer
             textSize: 20
             fill: index === 0 ? Theme.accent : Theme.raised
             focus: index === 0

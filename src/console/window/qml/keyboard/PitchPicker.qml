@@ -69,6 +69,11 @@ ComboBox {
         Accessible.description: picker.desk.hints.startNote
         Accessible.onPressAction: choice.clicked()
 
+        Hint {
+            over: choice
+            text: picker.desk.hints.startNote
+        }
+
         background: Rectangle {
             color: choice.highlighted ? Theme.accent : Theme.raised
         }

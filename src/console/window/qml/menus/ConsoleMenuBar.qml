@@ -41,6 +41,7 @@ MenuBar {
         rightPadding: 12
         Accessible.role: Accessible.MenuItem
         Accessible.name: text
+        Accessible.description: bar.desk.hints.menuTitle
         Accessible.onPressAction: title.triggered()
 
         background: Rectangle {
@@ -51,6 +52,12 @@ MenuBar {
             color: Theme.ink
             font.pixelSize: Theme.bodyText
             verticalAlignment: Text.AlignVCenter
+        }
+
+        Hint {
+            over: title
+            text: bar.openMenus > 0 ? "" : bar.desk.hints.menuTitle
+            isBelow: true
         }
     }
 

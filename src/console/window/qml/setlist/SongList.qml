@@ -15,6 +15,7 @@ ListView {
     readonly property int selected: desk.session.selectedSongIndex
     property int cursor: Math.max(0, selected) // the row that the keys act on
     property bool awaitsSong // the performer has added one, which must come into sight
+    property bool awaitsMove // by a key; the cursor stays on its song, whichever is on stage
 
     function idAt(row: int): string {
         const item = list.itemAtIndex(row) as SongRow;
@@ -24,7 +25,7 @@ ListView {
     function showMenu(row: int): void {
         const item = list.itemAtIndex(row) as SongRow;
         if (item)
-            menu.openFor(item.entry);
+            menu.openFor(item.entry, row);
     }
 
     function rename(row: int): void {
@@ -43,6 +44,13 @@ ListView {
         positionViewAtIndex(cursor, ListView.Contain);
     }
 
+    function moveSong(by: int): void {
+        if (cursor + by < 0 || cursor + by >= count)
+            return;
+        awaitsMove = true;
+        desk.commands.moveSong(idAt(cursor), by);
+    }
+
     function showSelected(): void {
         if (selected < 0 || selected >= count || tracker.isDragging)
             return;
@@ -59,6 +67,8 @@ ListView {
     boundsBehavior: Flickable.StopAtBounds
     keyNavigationEnabled: false
     onSelectedChanged: {
+        if (awaitsMove)
+            return;
         cursor = Math.max(0, selected);
         showSelected();
     }
@@ -74,8 +84,8 @@ ListView {
     Accessible.role: Accessible.List
     Accessible.name: desk.texts.setlist
 
-    Keys.onUpPressed: moveCursor(-1)
-    Keys.onDownPressed: moveCursor(1)
+    Keys.onUpPressed: event => event.modifiers & Qt.AltModifier ? moveSong(-1) : moveCursor(-1)
+    Keys.onDownPressed: event => event.modifiers & Qt.AltModifier ? moveSong(1) : moveCursor(1)
     Keys.onReturnPressed: choose()
     Keys.onEnterPressed: choose()
     Keys.onMenuPressed: showMenu(cursor)
@@ -87,6 +97,18 @@ ListView {
         else
             return;
         event.accepted = true;
+    }
+
+    // Each is of one row, which goes up.
+    Connections {
+        target: list.desk.songs
+        function onRowsMoved(parent: var, start: int, end: int, destination: var, row: int): void {
+            if (!list.awaitsMove)
+                return;
+            list.awaitsMove = false;
+            list.cursor = list.cursor === start ? row : list.cursor >= row && list.cursor < start ? list.cursor + 1 : list.cursor;
+            list.moveCursor(0);
+        }
     }
 
     ScrollBar.vertical: ScrollBar {

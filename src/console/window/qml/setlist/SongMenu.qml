@@ -8,9 +8,11 @@ PopupMenu {
 
     required property ConsoleModel desk
     property string songId
+    property int row
 
-    function openFor(entry: SongViewModel): void {
+    function openFor(entry: SongViewModel, place: int): void {
         songId = entry.songId;
+        row = place;
         popup();
     }
 
@@ -22,6 +24,22 @@ PopupMenu {
         hint: enabled ? menu.desk.hints.renameSong : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayRenameSong
         onTriggered: menu.desk.commands.beginSongRename(menu.songId)
+    }
+    PopupEntry {
+        objectName: "songMenuUp"
+        text: menu.desk.texts.moveSongUp
+        keys: "Alt+\u2191"
+        hint: enabled ? menu.desk.hints.moveSongUp : menu.desk.hints.alreadyFirst
+        enabled: menu.row > 0
+        onTriggered: menu.desk.commands.moveSong(menu.songId, -1)
+    }
+    PopupEntry {
+        objectName: "songMenuDown"
+        text: menu.desk.texts.moveSongDown
+        keys: "Alt+\u2193"
+        hint: enabled ? menu.desk.hints.moveSongDown : menu.desk.hints.alreadyLast
+        enabled: menu.row < menu.desk.songs.count - 1
+        onTriggered: menu.desk.commands.moveSong(menu.songId, 1)
     }
     PopupEntry {
         objectName: "songMenuDelete"

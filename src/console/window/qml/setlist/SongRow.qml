@@ -58,6 +58,18 @@ Rectangle {
         onActed: row.desk.commands.beginSongRename(row.entry.songId)
     }
     SpokenAction {
+        name: row.desk.texts.moveSongUp + " " + row.entry.name
+        hint: isOffered ? row.desk.hints.moveSongUp : row.desk.hints.alreadyFirst
+        isOffered: row.index > 0
+        onActed: row.desk.commands.moveSong(row.entry.songId, -1)
+    }
+    SpokenAction {
+        name: row.desk.texts.moveSongDown + " " + row.entry.name
+        hint: isOffered ? row.desk.hints.moveSongDown : row.desk.hints.alreadyLast
+        isOffered: row.index < row.desk.songs.count - 1
+        onActed: row.desk.commands.moveSong(row.entry.songId, 1)
+    }
+    SpokenAction {
         name: row.desk.texts.deleteSong + " " + row.entry.name
         hint: row.desk.hints.deleteSong
         onActed: row.desk.commands.deleteSong(row.entry.songId)

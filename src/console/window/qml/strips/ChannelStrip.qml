@@ -59,6 +59,18 @@ FocusArea {
     }
 
     SpokenAction {
+        name: strip.desk.texts.moveChannelLeft + " " + strip.Accessible.name
+        hint: isOffered ? strip.desk.hints.moveChannelLeft : strip.index === 0 ? strip.desk.hints.alreadyFirst : strip.desk.hints.notInLiveMode
+        isOffered: strip.desk.session.mayMoveChannels && strip.index > 0
+        onActed: strip.desk.commands.moveChannel(strip.entry.channelId, -1)
+    }
+    SpokenAction {
+        name: strip.desk.texts.moveChannelRight + " " + strip.Accessible.name
+        hint: isOffered ? strip.desk.hints.moveChannelRight : strip.index === strip.desk.strips.count - 1 ? strip.desk.hints.alreadyLast : strip.desk.hints.notInLiveMode
+        isOffered: strip.desk.session.mayMoveChannels && strip.index < strip.desk.strips.count - 1
+        onActed: strip.desk.commands.moveChannel(strip.entry.channelId, 1)
+    }
+    SpokenAction {
         name: strip.desk.texts.deleteChannel + " " + strip.Accessible.name
         hint: isOffered ? strip.desk.hints.deleteChannel : strip.desk.hints.notInLiveMode
         isOffered: strip.desk.session.mayDeleteChannel

@@ -57,6 +57,7 @@ Item {
         LevelMeter {
             id: meter
 
+            objectName: column.faderName + "Meter"
             readonly property int value: decibels
             readonly property int minimumValue: -48
             readonly property int maximumValue: 0

@@ -18,17 +18,25 @@ ListView {
         return item ? item.entry.channelId : "";
     }
 
+    // -1 for none.
+    function selectedRow(): int {
+        for (let row = 0; row < count; ++row) {
+            if ((list.itemAtIndex(row) as ChannelStrip)?.entry.isSelected)
+                return row;
+        }
+        return -1;
+    }
+
     // The strip to the left or right of the selected one.
     function selectBeside(by: int): void {
-        for (let row = 0; row < count; ++row) {
-            const item = list.itemAtIndex(row) as ChannelStrip;
-            if (item && item.entry.isSelected) {
-                const next = idAt(Math.max(0, Math.min(count - 1, row + by)));
-                if (next !== "")
-                    desk.commands.selectStrip(next);
-                return;
-            }
-        }
+        const row = selectedRow();
+        const next = row < 0 ? "" : idAt(Math.max(0, Math.min(count - 1, row + by)));
+        if (next !== "")
+            desk.commands.selectStrip(next);
+    }
+
+    function moveSelected(by: int): void {
+        desk.commands.moveChannel(idAt(selectedRow()), by);
     }
 
     function scrollBy(distance: real): void {
@@ -71,6 +79,7 @@ ListView {
         onDragMoved: x => list.dragTo(list.mapFromItem(null, x, 0).x)
         onDragEnded: tracker.end()
         onSelected: list.positionViewAtIndex(index, ListView.Contain)
+        onIndexChanged: if (entry.isSelected && !tracker.isDragging) reveal.restart()
     }
 
     rightMargin: Theme.strip
@@ -93,6 +102,30 @@ ListView {
 
     Keys.onLeftPressed: selectBeside(-1)
     Keys.onRightPressed: selectBeside(1)
+
+    // Not as keys of the list: a knob that has the focus takes every arrow.
+    Shortcut {
+        sequence: "Alt+Left"
+        enabled: list.activeFocus && list.desk.session.mayMoveChannels
+        onActivated: list.moveSelected(-1)
+    }
+    Shortcut {
+        sequence: "Alt+Right"
+        enabled: list.activeFocus && list.desk.session.mayMoveChannels
+        onActivated: list.moveSelected(1)
+    }
+
+    // Not while the rows change.
+    Timer {
+        id: reveal
+
+        interval: 1
+        onTriggered: {
+            const row = list.selectedRow();
+            if (row >= 0)
+                list.positionViewAtIndex(row, ListView.Contain);
+        }
+    }
 
     ColorPanel {
         id: colors

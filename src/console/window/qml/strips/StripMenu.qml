@@ -8,9 +8,11 @@ PopupMenu {
 
     required property ConsoleModel desk
     property string channelId
+    property int row
 
     function openFor(entry: StripViewModel): void {
         channelId = entry.channelId;
+        row = entry.index;
         popup();
     }
 
@@ -60,6 +62,22 @@ PopupMenu {
         hint: enabled ? menu.desk.hints.duplicateChannel : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayDuplicateChannel
         onTriggered: menu.desk.commands.duplicateChannel(menu.channelId)
+    }
+    PopupEntry {
+        objectName: "stripMenuLeft"
+        text: menu.desk.texts.moveChannelLeft
+        keys: "Alt+\u2190"
+        hint: enabled ? menu.desk.hints.moveChannelLeft : menu.row === 0 ? menu.desk.hints.alreadyFirst : menu.desk.hints.notInLiveMode
+        enabled: menu.desk.session.mayMoveChannels && menu.row > 0
+        onTriggered: menu.desk.commands.moveChannel(menu.channelId, -1)
+    }
+    PopupEntry {
+        objectName: "stripMenuRight"
+        text: menu.desk.texts.moveChannelRight
+        keys: "Alt+\u2192"
+        hint: enabled ? menu.desk.hints.moveChannelRight : menu.row === menu.desk.strips.count - 1 ? menu.desk.hints.alreadyLast : menu.desk.hints.notInLiveMode
+        enabled: menu.desk.session.mayMoveChannels && menu.row < menu.desk.strips.count - 1
+        onTriggered: menu.desk.commands.moveChannel(menu.channelId, 1)
     }
     PopupEntry {
         objectName: "stripMenuDelete"
