@@ -140,8 +140,11 @@ TEST_F(RackPanel, InLiveModeItListsAndNothingCanBePressed) {
        {"openEffect0", "replaceEffect0", "effectUp0", "effectDown0", "removeEffect0", "effect0"}) {
     EXPECT_TRUE(driver.isShown(control)) << control;
     EXPECT_FALSE(driver.value(control, "enabled").toBool()) << control;
-    EXPECT_LT(driver.value(control, "opacity").toDouble(), 1) << control << " is drawn dim";
+    if (control != std::string("openEffect0")) {
+      EXPECT_LT(driver.value(control, "opacity").toDouble(), 1) << control << " is drawn dim";
+    }
   }
+  EXPECT_EQ(driver.value("openEffect0", "opacity").toDouble(), 1) << "the name is still to be read";
 }
 
 }  // namespace

@@ -51,6 +51,7 @@ Rectangle {
             fill: "transparent"
             edge: "transparent"
             ink: row.modelData.isMissing ? Theme.warning : Theme.ink
+            opacity: 1 // the name is read, whether it opens a window or not
             isOffered: false
             hint: row.desk.texts.noEffectWindow
         }
