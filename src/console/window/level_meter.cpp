@@ -13,9 +13,16 @@ namespace {
 
 constexpr int framesPerText = 15;
 
+/// Whether a new meter is in turn with the first, or with the second one. The window's thread.
+bool firstTurn() {
+  static bool turn = false;
+  turn = !turn;
+  return turn;
+}
+
 }  // namespace
 
-LevelMeter::LevelMeter(QQuickItem* parent) : QQuickItem(parent) {
+LevelMeter::LevelMeter(QQuickItem* parent) : QQuickItem(parent), isInTurn_(firstTurn()) {
   setFlag(ItemHasContents);
   setFlag(ItemObservesViewport);
 }
@@ -56,11 +63,16 @@ MeterColumn LevelMeter::columnOf(const MeterCell::Bar& bar) const {
   return column;
 }
 
+bool LevelMeter::isDrawnInThisFrame() const {
+  return isInTurn_ || wayToDraw_.value_or(MeterNode::wayOf(*window())) == MeterNode::Way::layers;
+}
+
 void LevelMeter::pull() {
-  if (cell_ == nullptr || !isVisible()) {
+  isInTurn_ = !isInTurn_;
+  if (cell_ == nullptr || !isVisible() || window() == nullptr) {
     return;
   }
-  if (!clipRect().isEmpty()) {
+  if (isDrawnInThisFrame() && !clipRect().isEmpty()) {
     draw();
   }
   if (framesToText_-- <= 0) {

@@ -14,7 +14,8 @@ namespace vrel::window {
 
 /// A strip's level: two columns of segments, the lit ones bright and the others dim, each with a white bar that holds
 /// the peak. The scale runs from -48 dBFS at the bottom to 0 at the top. Redrawn only where it can be seen, and when a
-/// segment has changed or a bar has moved by a pixel.
+/// segment has changed or a bar has moved by a pixel. In software each second frame, half of the meters in one and half
+/// in the other: there a change is dear, and the eye sees no more.
 class LevelMeter : public QQuickItem {
   Q_OBJECT
   QML_ELEMENT
@@ -50,6 +51,7 @@ class LevelMeter : public QQuickItem {
  private:
   void findCell();
   void pull();
+  [[nodiscard]] bool isDrawnInThisFrame() const;
   void draw();
   void repaint();
   void findScale();
@@ -64,6 +66,7 @@ class LevelMeter : public QQuickItem {
   MeterColumns columns_{};
   bool isSizeNew_ = true;
   std::optional<MeterNode::Way> wayToDraw_;
+  bool isInTurn_;
   int framesToText_ = 0;
   int decibels_ = silentDecibels;
 };

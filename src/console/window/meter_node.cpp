@@ -185,13 +185,16 @@ class PicturedMeter final : public MeterNode {
         (pixels.columnX[0] + pixels.columnWidth + pixels.columnX[1]) / 2 - pixels.inside().left(), 0, picture.width());
     const std::array parts{std::array{0, middle}, std::array{middle, picture.width()}};
     uchar* const rows = picture.bits();
+    const uchar* const lit = lit_.constBits();
+    const uchar* const unlit = unlit_.constBits();
     const qsizetype stride = picture.bytesPerLine();
+    const int height = picture.height();
     for (std::size_t column = 0; column < parts.size(); ++column) {
       const auto [from, to] = parts[column];
-      for (int y = 0; y < picture.height(); ++y) {
-        const QImage& source = y < tops[column] ? unlit_ : lit_;
+      for (int y = 0; y < height; ++y) {
         const qsizetype start = y * stride + from * pixelBytes;
-        std::memcpy(rows + start, source.constBits() + start, static_cast<std::size_t>(to - from) * sizeof(QRgb));
+        std::memcpy(rows + start, (y < tops[column] ? unlit : lit) + start,
+                    static_cast<std::size_t>(to - from) * sizeof(QRgb));
       }
     }
     for (std::size_t column = 0; column < columns.size(); ++column) {

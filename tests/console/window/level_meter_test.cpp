@@ -46,9 +46,10 @@ class Meter : public testing::TestWithParam<MeterNode::Way> {
     meter.paintings = 0;
   }
 
-  /// One frame; how often the meter was drawn in it.
+  /// Two frames, in one of which it is in turn; how often the meter was drawn after them.
   int draw() {
     const int before = meter.paintings;
+    Q_EMIT board.frame();
     Q_EMIT board.frame();
     image = window.grabWindow();
     return meter.paintings - before;
@@ -163,6 +164,28 @@ TEST_P(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
   EXPECT_EQ(draw(), 1);
   show(0.501, 0.6, 0.65, 0.6);
   EXPECT_EQ(draw(), 1);
+}
+
+TEST_P(Meter, InSoftwareHalfOfTheMetersAreDrawnInEachFrame) {
+  CountingMeter other(window.contentItem());
+  other.setWayToDraw(GetParam());
+  other.setX(20);
+  other.setSize({2 * columnWidth + 3.5, meterHeight});
+  other.setBoard(&board);
+  other.setChannelId(QStringLiteral("piano"));
+  draw();
+  meter.paintings = 0;
+  other.paintings = 0;
+  constexpr int frames = 8;
+  const bool isInSoftware = GetParam() == MeterNode::Way::pictures;
+  for (int frame = 0; frame < frames; ++frame) {
+    const int before = meter.paintings + other.paintings;
+    show(frame * 0.1, 1);
+    Q_EMIT board.frame();
+    image = window.grabWindow();
+    EXPECT_EQ(meter.paintings + other.paintings - before, isInSoftware ? 1 : 2) << frame;
+  }
+  EXPECT_EQ(meter.paintings, isInSoftware ? frames / 2 : frames);
 }
 
 TEST_P(Meter, FallsBackToSilence) {
