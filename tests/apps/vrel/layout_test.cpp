@@ -306,11 +306,14 @@ TEST_F(Layout, WhatHasFailedIsInSightInBothModes) {
     strips[6]->status.set(ChannelStatus::crashed);
     session.content().selection().channelsViewVersion.set(session.content().selection().channelsViewVersion.get() + 1);
   });
+  driver.onLogic([](Session& session) { session.state().activeMidiPortName.set("USB Stage Keyboard MIDI 1"); });
   for (const bool isLive : {false, true}) {
     setLive(isLive);
-    for (const auto* const sign : {"failure0", "failure6"}) {
+    for (const auto* const sign : {"failure0", "failure6", "audioOutput"}) {
       EXPECT_TRUE(driver.eventually([&] { return !place(sign).isEmpty(); })) << sign << (isLive ? " live" : " edit");
     }
+    constexpr double roomForAName = 200;  // points
+    EXPECT_GE(place("midiPort").width(), roomForAName * scale());
     look(std::string("failures ") + (isLive ? "live" : "edit"));
   }
   driver.onLogic([](Session& session) { session.content().effectRack().toggle(*session.engine().channels()[0]); });

@@ -7,6 +7,7 @@ RowLayout {
     id: title
 
     required property ConsoleModel desk
+    property bool hasRoomForSlogan: true
 
     spacing: Theme.gap
 
@@ -20,6 +21,7 @@ RowLayout {
         Accessible.name: text
     }
     Text {
+        visible: title.hasRoomForSlogan
         Layout.preferredWidth: 170
         text: title.desk.texts.slogan
         color: Theme.quietInk

@@ -12,6 +12,9 @@ Panel {
     readonly property bool isLive: desk.session.isLive
     readonly property string fileWords: desk.session.fileName === "" ? "\u2014" : desk.session.fileName
 
+    // What is wrong needs the room, and the names of the file and of the MIDI port must stay in sight beside it.
+    readonly property bool isCrowded: output.visible || failures.implicitWidth > 0 || dropouts.visible
+
     implicitHeight: 54
 
     RowLayout {
@@ -24,6 +27,7 @@ Panel {
 
         AppTitle {
             desk: header.desk
+            hasRoomForSlogan: !header.isCrowded
             Layout.alignment: Qt.AlignVCenter
         }
 
@@ -56,18 +60,24 @@ Panel {
         }
 
         AudioOutputLabel {
+            id: output
+
             Layout.preferredWidth: 200
             Layout.alignment: Qt.AlignVCenter
             desk: header.desk
         }
 
         FailureSigns {
+            id: failures
+
             Layout.maximumWidth: 320
             Layout.fillHeight: true
             desk: header.desk
         }
 
         DropoutLamp {
+            id: dropouts
+
             Layout.preferredWidth: 100
             Layout.fillHeight: true
             desk: header.desk
