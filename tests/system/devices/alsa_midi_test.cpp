@@ -151,12 +151,10 @@ class AlsaMidi : public testing::Test {
 
   [[nodiscard]] bool eventuallyHears(Address address, unsigned char note) {
     sequencer.play(address, note);
-    return eventually(
-        [&] {
-          const std::lock_guard lock(mutex);
-          return !messages.empty() && messages.back() == Message{0x90, note, 100};
-        },
-        std::chrono::milliseconds(2000));
+    return eventually([&] {
+      const std::lock_guard lock(mutex);
+      return !messages.empty() && messages.back() == Message{0x90, note, 100};
+    });
   }
 
   [[nodiscard]] std::vector<std::string> names() {

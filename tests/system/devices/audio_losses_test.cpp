@@ -183,8 +183,7 @@ TEST_F(AudioLosses, AHundredAreReturnedFromWhileSongsAndDevicesChangeAndSetlists
       descriptorsBefore = openDescriptors();
     }
   }
-  EXPECT_TRUE(eventuallyOnMain([&] { return threads() <= threadsBefore; }));
-  EXPECT_LE(openDescriptors(), descriptorsBefore);
+  EXPECT_TRUE(eventuallyOnMain([&] { return threads() <= threadsBefore && openDescriptors() <= descriptorsBefore; }));
   ASSERT_TRUE(setlistFiles->saveSetlist());
   const auto saved = decodeSetlist(session->files.files[gig]);
   ASSERT_TRUE(saved.ok());
