@@ -24,11 +24,20 @@ lv2::HostSettings hostSettings(ConsoleOutput& console, std::shared_ptr<PluginCou
   return host;
 }
 
+std::shared_ptr<sandbox::Supervisor> startSupervisor(const std::function<void(const std::string&)>& log) {
+  auto supervisor = sandbox::Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = log});
+  if (!supervisor) {
+    throw std::runtime_error(supervisor.error().description);
+  }
+  return std::move(supervisor).value();
+}
+
 }  // namespace
 
 GigStage::GigStage(const std::filesystem::path& copiesFolder, StateWaits waits)
     : host_(hostSettings(console_, pluginCounters_)),
-      units_(makeSandbox(world_, host_, waits)),
+      supervisor_(startSupervisor(host_.log)),
+      units_(makeSandbox(waits)),
       defaults_({}, console_),
       state_({defaults_, *world_, mainLoop_, console_, files_}, {}),
       engine_(AudioEngine::make({nodes_, *units_, mainLoop_, queues_, clock_, propertyLists_, console_, nullptr,
@@ -72,26 +81,21 @@ std::size_t GigStage::sandboxedInstruments() const {
   }));
 }
 
-std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
-                                                                      const lv2::HostSettings& host, StateWaits waits) {
-  auto supervisor = sandbox::Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = host.log});
-  if (!supervisor) {
-    throw std::runtime_error(supervisor.error().description);
-  }
-  const auto finder = [world](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
+std::unique_ptr<sandbox::SandboxingUnitFactory> GigStage::makeSandbox(StateWaits waits) {
+  const auto finder = [world = world_](const AudioComponentDescription& codes) -> std::optional<sandbox::PluginPlace> {
     const auto plugin = world->find(codes);
     return plugin ? std::optional(sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri}) : std::nullopt;
   };
   sandbox::SandboxSettings settings;
-  settings.sampleRate = host.sampleRate;
-  settings.nominalBlockFrames = host.nominalBlockFrames;
-  settings.log = host.log;
-  settings.counters = host.counters;
+  settings.sampleRate = host_.sampleRate;
+  settings.nominalBlockFrames = host_.nominalBlockFrames;
+  settings.log = host_.log;
+  settings.counters = host_.counters;
   if (waits == StateWaits::untilDone) {
     settings.timeout = std::nullopt;
     settings.captureTimeout = std::nullopt;
   }
-  return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), finder, mainLoop_, settings);
+  return std::make_unique<sandbox::SandboxingUnitFactory>(supervisor_, finder, mainLoop_, settings);
 }
 
 SetlistFile GigStage::open(const std::filesystem::path& folder) {
@@ -170,9 +174,26 @@ void GigStage::finishSwitch() {
 
 void GigStage::settle() {
   finishSwitch();
-  while (!isPoolIdle() || engine_->visualEngine().pendingLoads() > 0) {
+  while (!isPoolIdle() || engine_->visualEngine().pendingLoads() > 0 || supervisor_->processCount() != heldPlugins()) {
     wait(0.001);
   }
+}
+
+std::size_t GigStage::heldPlugins() {
+  std::set<std::string> keys;
+  for (const SongConfig& song : state_.songs.get()) {
+    for (const ChannelConfig& channel : song.channels) {
+      keys.insert(channel.pluginPath);
+    }
+  }
+  std::size_t held = sandboxedInstruments() + engine_->masterChannel()->effectNodes.get().size();
+  for (const auto& channel : engine_->channels()) {
+    held += channel->effectNodes.get().size();
+  }
+  for (const std::string& key : keys) {
+    held += engine_->pluginPool().idleCount(key);
+  }
+  return held;
 }
 
 bool GigStage::isPoolIdle() {

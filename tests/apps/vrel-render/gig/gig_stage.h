@@ -72,7 +72,7 @@ class GigStage {
 
   /// Waits until the song switch has ended.
   void finishSwitch();
-  /// Waits until prewarming has ended, too.
+  /// Waits until prewarming has ended, too, and the processes of plug-ins that were released.
   void settle();
 
   /// Milliseconds of each song switch, from the click.
@@ -110,9 +110,9 @@ class GigStage {
   void watchTracks();
   void wait(double seconds);
   [[nodiscard]] bool isPoolIdle();
-  [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const std::shared_ptr<lv2::Lv2World>& world,
-                                                                            const lv2::HostSettings& host,
-                                                                            StateWaits waits);
+  /// Plug-ins on stage and in the pool, each of which has a process.
+  [[nodiscard]] std::size_t heldPlugins();
+  [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(StateWaits waits);
 
   // In construction order: each uses those above it.
   Lines console_;
@@ -128,6 +128,7 @@ class GigStage {
   audio::RenderNodeFactory nodes_{device_, renderCounters_, audioFiles_};
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::HostSettings host_;
+  std::shared_ptr<sandbox::Supervisor> supervisor_;
   std::unique_ptr<sandbox::SandboxingUnitFactory> units_;
   system::FileCalls fileCalls_;
   system::PosixFileManager systemFiles_{fileCalls_};
