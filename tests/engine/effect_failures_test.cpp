@@ -5,27 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "document/plugin_path.h"
-#include "engine/effect_racks.h"
+#include "engine/rack_stage.h"
 #include "foundation/base64.h"
-#include "support/simulated_stage.h"
 
 namespace vrel {
 namespace {
 
 /// Racks with effects that have died, do not load or are not installed.
-class EffectFailure : public SimulatedStage {
- protected:
-  [[nodiscard]] static PluginComponentResolver resolver() {
-    return [](const std::string& key) { return resolvePluginPath(key, {chorus}); };
-  }
-
-  static AudioPluginSlot slotFor(const std::string& path) {
-    AudioPluginSlot slot;
-    slot.pluginPath = path;
-    return slot;
-  }
-};
+class EffectFailure : public RackStage {};
 
 TEST_F(EffectFailure, WhatIsNotInstalledOrDoesNotLoadIsMarkedAsFailedUntilTheNextRestore) {
   const auto strip = addStrip("Piano");

@@ -6,9 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "document/plugin_path.h"
+#include "engine/rack_stage.h"
 #include "foundation/base64.h"
-#include "support/simulated_stage.h"
 
 namespace vrel {
 namespace {
@@ -26,18 +25,8 @@ class KeepingQueue : public MainQueue {
   std::vector<Work> kept;
 };
 
-class Racks : public SimulatedStage {
+class Racks : public RackStage {
  protected:
-  [[nodiscard]] static PluginComponentResolver resolver() {
-    return [](const std::string& key) { return resolvePluginPath(key, {chorus}); };
-  }
-
-  static AudioPluginSlot slotFor(const std::string& path) {
-    AudioPluginSlot slot;
-    slot.pluginPath = path;
-    return slot;
-  }
-
   static std::vector<std::string> names(const AudioChannel& channel) {
     std::vector<std::string> result;
     for (const auto& slot : channel.effectSlots.get()) {
