@@ -78,6 +78,7 @@ void DroppedFiles::dropOnWindow(const std::filesystem::path& file) {
 }
 
 void DroppedFiles::dropOnStrip(const std::shared_ptr<AudioChannel>& channel, const std::filesystem::path& file) {
+  dropOnWindow(file);
   const auto source = sourceOf(file, channel->visualClipMappings.get());
   if (source && LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state_)) {
     instruments_.put(channel, *source);
@@ -86,6 +87,7 @@ void DroppedFiles::dropOnStrip(const std::shared_ptr<AudioChannel>& channel, con
 }
 
 void DroppedFiles::dropBehindStrips(const std::filesystem::path& file) {
+  dropOnWindow(file);
   if (auto source = sourceOf(file, {})) {
     source->name = file.stem().string();
     strips_.addChannelFromConfig(*source, std::nullopt);

@@ -19,8 +19,8 @@ enum class DroppedFileKind { setlist, audio, video, other };
 /// By the extension alone, in any case.
 [[nodiscard]] DroppedFileKind droppedFileKind(const std::filesystem::path& file);
 
-/// Files that a person drops on the window. What a place does not take, and what Live mode forbids, changes nothing.
-/// Main thread.
+/// Files that a person drops on the window. A setlist is opened wherever it is dropped, as by the menu. What a place
+/// does not take, and what Live mode forbids, changes nothing. Main thread.
 class DroppedFiles {
  public:
   struct Collaborators {
@@ -37,7 +37,7 @@ class DroppedFiles {
         instruments_(collaborators.instruments),
         strips_(collaborators.strips) {}
 
-  /// Anywhere: opens a setlist, as the menu does.
+  /// Where no strip is.
   void dropOnWindow(const std::filesystem::path& file);
 
   /// The strip plays the audio file, or shows the video on middle C; it keeps the clips that it has.

@@ -49,6 +49,19 @@ TEST_F(Drops, ASetlistIsOpenedAndAsksFirstWhetherToSave) {
   EXPECT_EQ(state.songs.get()[0].name, "Other");
 }
 
+TEST_F(Drops, ASetlistIsOpenedAlsoWhereItIsDroppedOnAStripOrBehindTheLastOne) {
+  constexpr std::size_t doNotSave = 1;
+  desktop.alertAnswers = {doNotSave, doNotSave};
+  drops().dropOnStrip(first(), "/home/me/other.vrel");
+  EXPECT_EQ(state.songs.get()[0].name, "Other");
+  state.songs.modify([](std::vector<SongConfig>& songs) { songs[0].name = "Edited"; });
+  state.markEdited();
+  drops().dropBehindStrips("/home/me/other.vrel");
+  EXPECT_EQ(desktop.alerts.size(), 2U);
+  EXPECT_EQ(state.songs.get()[0].name, "Other");
+  EXPECT_EQ(engine->channels().size(), 0U);
+}
+
 TEST_F(Drops, AnAudioFileOnAStripIsPlayedByIt) {
   drops().dropOnStrip(first(), "/home/me/click.wav");
   EXPECT_EQ(first()->pluginPath.get(), pathPlayback);
@@ -78,7 +91,6 @@ TEST_F(Drops, BehindTheLastStripAFileMakesANewOneUnderItsName) {
 TEST_F(Drops, AFileThatNothingCanPlayChangesNothing) {
   state.isDirty.set(false);
   drops().dropOnStrip(first(), "/home/me/notes.txt");
-  drops().dropOnStrip(first(), "/home/me/other.vrel");
   drops().dropBehindStrips("/home/me/notes.txt");
   drops().dropOnWindow("/home/me/click.wav");
   EXPECT_EQ(first()->pluginPath.get(), pianoKey);

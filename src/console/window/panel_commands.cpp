@@ -125,16 +125,12 @@ void ConsoleCommands::dropOnWindow(const QUrl& file) {
 
 void ConsoleCommands::dropOnStrip(const QString& channelId, const QUrl& file) {
   withChannel(channelId, [path = pathOf(file)](ContentView& content, AudioChannel& channel) {
-    content.droppedFiles().dropOnWindow(path);
     content.droppedFiles().dropOnStrip(channel.shared_from_this(), path);
   });
 }
 
 void ConsoleCommands::dropBehindStrips(const QUrl& file) {
-  withContent([path = pathOf(file)](ContentView& content) {
-    content.droppedFiles().dropOnWindow(path);
-    content.droppedFiles().dropBehindStrips(path);
-  });
+  withContent([path = pathOf(file)](ContentView& content) { content.droppedFiles().dropBehindStrips(path); });
 }
 
 }  // namespace vrel::window
