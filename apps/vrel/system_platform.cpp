@@ -49,7 +49,8 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
   auto supervisor = sandbox::Supervisor::start({.helperPath = settings.pluginHostProgram.empty()
                                                                   ? sandbox::Supervisor::defaultHelperPath()
                                                                   : settings.pluginHostProgram,
-                                                .log = log()});
+                                                .log = log(),
+                                                .mostParked = sandbox::mostParkedGuests});
   if (!supervisor) {
     console_.print("plug-ins run in this process, without a sandbox: " + supervisor.error().description);
     return nullptr;

@@ -92,7 +92,8 @@ AVAudioUnitComponent componentOf(const std::vector<AVAudioUnitComponent>& all, c
 }
 
 std::unique_ptr<AudioUnitFactory> sandboxAround(const Cast& cast, system::MainLoop& loop) {
-  auto supervisor = sandbox::Supervisor::start({.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = {}});
+  auto supervisor = sandbox::Supervisor::start(
+      {.helperPath = VREL_PLUGIN_HOST_PROGRAM, .log = {}, .mostParked = sandbox::mostParkedGuests});
   if (!supervisor) {
     throw std::runtime_error(supervisor.error().description);
   }

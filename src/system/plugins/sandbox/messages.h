@@ -16,6 +16,7 @@
 //   state          guest  a dictionary; nothing for one that is too large
 //   log            guest  one line, at any time
 //
+// A guest that is ready may be asked to instantiate once more: it removes its plug-in first.
 // An answer carries the number of its request. A request that the plug-in refuses is done all the
 // same, and logged. What comes from the guest is checked; a guest that sends anything else is killed.
 // Beside the first message the guest gets the descriptor of the shared memory.

@@ -55,6 +55,10 @@ std::size_t Supervisor::processCount() const {
   return core_->processCount();
 }
 
+std::size_t Supervisor::parkedCount() const {
+  return core_->parkedCount();
+}
+
 std::string Supervisor::defaultHelperPath() {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
   if (const char* const given = std::getenv("VREL_PLUGIN_HOST"); given != nullptr && *given != '\0') {

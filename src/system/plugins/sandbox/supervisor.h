@@ -43,12 +43,20 @@ class Guest {
   const int processId_;
 };
 
+/// How many guests the program parks: the effects of two songs of 16 strips with two each, so that those of the next
+/// song are still there when those of the last one come.
+inline constexpr std::size_t mostParkedGuests = 64;
+
 /// Starts guests, carries their messages, notices their deaths and ensures that nothing of them
 /// remains. One thread does all this and never waits for a guest.
 ///
 /// Life of a guest: it is started; it has all the time it wants to say `ready`; it serves until its
 /// `Guest` is released; then it has `closingGrace` to end before it is killed. One that dies, closes
 /// its socket or sends what it may not is killed and reaped at any time, and so is one that is hung (see GuestLink).
+///
+/// With `mostParked`, one that is released in good health, with nothing owed, makes its plug-in once more, with its
+/// default state, and is parked. An equal request gets it at once. All end when a request comes with another sample
+/// rate, and beyond the limit the one that was released first.
 ///
 /// Threads: `launch` from any but the audio thread. Callbacks and lines come on the supervisor's thread;
 /// they must not wait for it.
@@ -61,6 +69,8 @@ class Supervisor : public std::enable_shared_from_this<Supervisor> {
     std::string helperPath;                       // of vrel-plugin-host
     std::function<void(const std::string&)> log;  // one line; may be empty
     std::chrono::milliseconds closingGrace = std::chrono::milliseconds(1000);
+    std::size_t mostParked = 0;
+    std::chrono::milliseconds remakingGrace = std::chrono::seconds(10);  // to make the plug-in once more
   };
 
   struct Ready {
@@ -83,8 +93,11 @@ class Supervisor : public std::enable_shared_from_this<Supervisor> {
   /// Returns at once.
   void launch(Launch launch);
 
-  /// How many processes there are at this moment, those that are closing included. Any thread.
+  /// How many processes there are at this moment, those that are closing or parked included. Any thread.
   [[nodiscard]] std::size_t processCount() const;
+
+  /// How many guests are ready for another request. Any thread.
+  [[nodiscard]] std::size_t parkedCount() const;
 
   /// The helper beside the running program, or where the variable VREL_PLUGIN_HOST of the environment says.
   [[nodiscard]] static std::string defaultHelperPath();

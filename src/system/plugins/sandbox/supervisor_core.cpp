@@ -31,6 +31,9 @@ constexpr auto watchInterval = std::chrono::milliseconds(250);
 // How long a guest may take to answer before it is logged.
 constexpr auto answerGrace = std::chrono::seconds(2);
 
+// A plug-in that loses memory each time it is made is not to fill the machine.
+constexpr int mostRemakes = 100;
+
 // How long a keeper has to end with all that it keeps.
 constexpr auto killGrace = std::chrono::seconds(3);
 
@@ -98,6 +101,7 @@ void Supervisor::Core::run() {
     }
     killOverdue();
     watchGuests();
+    countParked();
   }
   // Commands hold launches, and those must be answered.
   runCommands();
@@ -158,6 +162,13 @@ void Supervisor::Core::handleEvent(std::uint64_t tag, std::uint32_t events) {
 void Supervisor::Core::start(const std::weak_ptr<Supervisor>& supervisor, const Launch& launch) {
   if (isEnding_) {
     launch.done(Error{"the plug-in host is closing"});
+    return;
+  }
+  const double sampleRate = launch.request.sampleRate;
+  if (std::exchange(sampleRate_, sampleRate) != sampleRate) {
+    shrinkParked(0);
+  }
+  if (takeParked(launch)) {
     return;
   }
   FileDescriptor descriptor;
@@ -257,7 +268,7 @@ bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message
   if (record.stage == Stage::closing) {
     return isFromGuest(message.kind);
   }
-  if (record.stage == Stage::serving) {
+  if (record.stage == Stage::serving || record.stage == Stage::parked) {
     return record.link->deliver(std::move(message));
   }
   ByteReader reader(message.body);
@@ -272,7 +283,13 @@ bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message
       outputChannelCount > audio::maximumStreamChannels || processId <= 1) {
     return false;
   }
-  becomeReady(key, record, outputChannelCount, processId);
+  record.outputChannelCount = outputChannelCount;
+  record.processId = processId;
+  if (record.stage == Stage::remaking) {
+    park(key, record);
+  } else {
+    becomeReady(key, record);
+  }
   return true;
 }
 
@@ -289,7 +306,7 @@ void Supervisor::Core::passOn(Record& record, const Bytes& line) {
   }
 }
 
-void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount, int processId) {
+void Supervisor::Core::becomeReady(std::uint64_t key, Record& record) {
   std::shared_ptr<Supervisor> supervisor = record.supervisor.lock();
   if (supervisor == nullptr) {
     answerLaunch(record, Error{"the plug-in host is closing"});
@@ -300,8 +317,8 @@ void Supervisor::Core::becomeReady(std::uint64_t key, Record& record, std::uint3
   // The handler gets this thread's only share of the supervisor, so that whoever releases it last
   // is most likely another thread, which can wait for its end. A guest that is released in the handler closes by a
   // command.
-  answerLaunch(record,
-               Ready{std::make_shared<Guest>(std::move(supervisor), record.link, key, processId), outputChannelCount});
+  answerLaunch(record, Ready{std::make_shared<Guest>(std::move(supervisor), record.link, key, record.processId),
+                             record.outputChannelCount});
 }
 
 void Supervisor::Core::answerLaunch(Record& record, Result<Ready> result) {
@@ -312,7 +329,75 @@ void Supervisor::Core::answerLaunch(Record& record, Result<Ready> result) {
 
 void Supervisor::Core::release(std::uint64_t key) {
   if (const auto found = guests_.find(key); found != guests_.end()) {
-    close(key, found->second);
+    mayRemake(found->second) ? remake(key, found->second) : close(key, found->second);
+  }
+}
+
+bool Supervisor::Core::mayRemake(const Record& record) const {
+  const bool isHealthy = !record.link->isDead() && !record.link->isBehind() && !record.link->owesAnswer() &&
+                         record.killAt == Clock::time_point::max();
+  return settings_.mostParked > 0 && !isEnding_ && record.stage == Stage::serving && isHealthy &&
+         record.remakes < mostRemakes;
+}
+
+void Supervisor::Core::remake(std::uint64_t key, Record& record) {
+  const auto now = Clock::now();
+  record.stage = Stage::remaking;
+  record.launch.died = nullptr;
+  record.launch.request.sampleRate = sampleRate_;
+  record.releasedAt = now;
+  record.killAt = now + settings_.remakingGrace;  // a block that never ends holds it up
+  ++record.remakes;
+  record.link->forgetState();
+  record.link->blockAnswered();
+  send(key, {MessageKind::instantiate, 0, toBytes(record.launch.request)});
+}
+
+void Supervisor::Core::park(std::uint64_t key, Record& record) {
+  if (record.isKilled) {
+    return;
+  }
+  if (record.launch.request.sampleRate != sampleRate_) {
+    close(key, record);
+    return;
+  }
+  record.stage = Stage::parked;
+  record.killAt = Clock::time_point::max();
+  // Only now: a song that goes is released before the next one asks for what is parked.
+  shrinkParked(settings_.mostParked);
+}
+
+bool Supervisor::Core::takeParked(const Launch& launch) {
+  const auto found = std::find_if(guests_.begin(), guests_.end(), [&](const auto& entry) {
+    return entry.second.stage == Stage::parked && entry.second.launch.request == launch.request;
+  });
+  if (found == guests_.end()) {
+    return false;
+  }
+  Record& record = found->second;
+  record.launch = launch;
+  record.stage = Stage::serving;
+  countParked();
+  becomeReady(found->first, record);
+  return true;
+}
+
+void Supervisor::Core::countParked() {
+  parkedCount_ = static_cast<std::size_t>(std::count_if(
+      guests_.begin(), guests_.end(), [](const auto& entry) { return entry.second.stage == Stage::parked; }));
+}
+
+void Supervisor::Core::shrinkParked(std::size_t most) {
+  std::vector<std::pair<Clock::time_point, std::uint64_t>> parked;
+  for (const auto& [key, record] : guests_) {
+    if (record.stage == Stage::parked) {
+      parked.emplace_back(record.releasedAt, key);
+    }
+  }
+  std::sort(parked.begin(), parked.end());
+  for (std::size_t index = 0; index + most < parked.size(); ++index) {
+    const std::uint64_t key = parked[index].second;
+    close(key, guests_.at(key));
   }
 }
 
@@ -328,8 +413,8 @@ void Supervisor::Core::close(std::uint64_t key, Record& record) {
   record.stage = Stage::closing;
   record.launch.done = nullptr;
   record.launch.died = nullptr;
-  if (record.killAt == Clock::time_point::max()) {
-    record.killAt = Clock::now() + settings_.closingGrace;
+  if (!record.isKilled) {
+    record.killAt = std::min(record.killAt, Clock::now() + settings_.closingGrace);
   }
   send(key, {MessageKind::quit});
 }
@@ -394,6 +479,8 @@ void Supervisor::Core::reportEnd(const Record& record, const GuestProcess::Ended
     if (ended.isCrash && !record.isKilled) {
       log(record, ended.words + " as it closed");
     }
+  } else if ((record.stage == Stage::remaking || record.stage == Stage::parked) && !record.isKilled) {
+    log(record, ended.words + " while it was parked");
   } else if (record.launch.done) {
     record.launch.done(Error{record.launch.request.pluginUri + ": its process " + ended.words});
   } else if (record.launch.died) {

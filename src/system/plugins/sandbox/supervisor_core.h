@@ -23,7 +23,7 @@ namespace vrel::sandbox {
 /// The supervisor's thread and all that belongs to it. The thread holds a share of this object, so that
 /// the supervisor may be released anywhere, on this very thread too.
 ///
-/// Everything is for the thread itself, but for `begin`, `end`, `post` and `processCount`.
+/// Everything is for the thread itself, but for `begin`, `end`, `post` and the counts.
 class Supervisor::Core {
  public:
   using Command = std::function<void(Core&)>;
@@ -38,6 +38,7 @@ class Supervisor::Core {
   /// Has the thread do something. Dropped when it has ended. Any thread.
   void post(Command command);
   [[nodiscard]] std::size_t processCount() const { return processCount_; }
+  [[nodiscard]] std::size_t parkedCount() const { return parkedCount_; }
 
   // What is posted.
   void start(const std::weak_ptr<Supervisor>& supervisor, const Launch& launch);
@@ -46,7 +47,7 @@ class Supervisor::Core {
 
  private:
   using Clock = std::chrono::steady_clock;
-  enum class Stage { instantiating, serving, closing };
+  enum class Stage { instantiating, serving, remaking, parked, closing };
 
   struct Record {
     std::weak_ptr<Supervisor> supervisor;
@@ -57,6 +58,10 @@ class Supervisor::Core {
     Stage stage = Stage::instantiating;
     Clock::time_point killAt = Clock::time_point::max();
     bool isKilled = false;  // by us
+    std::uint32_t outputChannelCount = 0;
+    int processId = 0;
+    Clock::time_point releasedAt{};  // when it was remade for the last time
+    int remakes = 0;
     MessageParser parser{};
     Bytes outgoing{};
     std::size_t sent = 0;    // bytes of `outgoing`
@@ -76,8 +81,14 @@ class Supervisor::Core {
   void receive(std::uint64_t key, Record& record, bool isLast);
   [[nodiscard]] bool accept(std::uint64_t key, Record& record, Message message);
   void passOn(Record& record, const Bytes& line);
-  void becomeReady(std::uint64_t key, Record& record, std::uint32_t outputChannelCount, int processId);
+  void becomeReady(std::uint64_t key, Record& record);
   void answerLaunch(Record& record, Result<Ready> result);
+  [[nodiscard]] bool takeParked(const Launch& launch);
+  void countParked();
+  [[nodiscard]] bool mayRemake(const Record& record) const;
+  void remake(std::uint64_t key, Record& record);
+  void park(std::uint64_t key, Record& record);
+  void shrinkParked(std::size_t most);
   void close(std::uint64_t key, Record& record);
   static void kill(Record& record);
   void killOverdue();
@@ -91,6 +102,7 @@ class Supervisor::Core {
   FileDescriptor wakeDescriptor_;  // raised for commands
   std::thread thread_;
   std::atomic<std::size_t> processCount_{0};
+  std::atomic<std::size_t> parkedCount_{0};
 
   Mutex mutex_;
   std::vector<Command> commands_ VREL_GUARDED_BY(mutex_);
@@ -99,6 +111,7 @@ class Supervisor::Core {
   // The thread's.
   bool isEnding_ = false;
   std::uint64_t lastKey_ = 0;
+  double sampleRate_ = 0;  // of the last request
   std::map<std::uint64_t, Record> guests_;
 };
 

@@ -9,7 +9,7 @@
 namespace vrel::sandbox {
 
 SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool isRealTime, lv2::Bundles bundles,
-                           std::chrono::milliseconds longestBlock)
+                           std::chrono::milliseconds longestBlock, std::size_t mostParked)
     : inProcess_(bundles) {
   // The scan reads the environment, which some tests change.
   (void)inProcess_.world->componentsMatchingDescription({});
@@ -22,8 +22,12 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
     const std::lock_guard lock(lines->mutex);
     lines->all.push_back(line);
   };
-  supervisor_ =
-      Supervisor::start({.helperPath = std::move(helper), .log = settings_.log, .closingGrace = 200ms}).value();
+  supervisor_ = Supervisor::start({.helperPath = std::move(helper),
+                                   .log = settings_.log,
+                                   .closingGrace = 200ms,
+                                   .mostParked = mostParked,
+                                   .remakingGrace = 2s})
+                    .value();
   const auto finder = [world = inProcess_.world](const AudioComponentDescription& codes) -> std::optional<PluginPlace> {
     const auto plugin = world->find(codes);
     if (plugin == nullptr) {

@@ -30,7 +30,7 @@ class SandboxStage : public testing::Test {
  protected:
   explicit SandboxStage(GuestLink::Timeout timeout = std::nullopt, std::string helper = VREL_PLUGIN_HOST_PROGRAM,
                         bool isRealTime = false, lv2::Bundles bundles = lv2::Bundles::zoo,
-                        std::chrono::milliseconds longestBlock = std::chrono::minutes(10));
+                        std::chrono::milliseconds longestBlock = std::chrono::minutes(10), std::size_t mostParked = 0);
   ~SandboxStage() override;
 
   using Made = lv2::Stage::Made;
@@ -68,6 +68,7 @@ class SandboxStage : public testing::Test {
 
   /// What this process has of guests, to be compared before and after.
   [[nodiscard]] std::size_t guestCount() const { return supervisor_->processCount(); }
+  [[nodiscard]] std::size_t parkedCount() const { return supervisor_->parkedCount(); }
 
   lv2::Stage inProcess_;
   system::OfflineClock clock_;

@@ -15,6 +15,7 @@
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/lv2_world.h"
 #include "system/plugins/sandbox/property_list_bytes.h"
+#include "system/plugins/sandbox/word_wait.h"
 
 namespace vrel::sandbox {
 namespace {
@@ -56,17 +57,7 @@ bool GuestProgram::receiveMemory() {
 }
 
 int GuestProgram::serve() {
-  if (!receiveMemory()) {
-    return EXIT_FAILURE;
-  }
-  const Message first = nextMessage();
-  const auto request = first.kind == MessageKind::instantiate ? instantiateRequestFromBytes(first.body) : std::nullopt;
-  if (!request) {
-    return EXIT_FAILURE;
-  }
-  if (const Outcome failure = instantiate(*request)) {
-    const std::string& words = failure->description;
-    send({MessageKind::failed, first.request, Bytes(words.begin(), words.end())});
+  if (!receiveMemory() || !become(nextMessage())) {
     return EXIT_FAILURE;
   }
   for (;;) {
@@ -74,12 +65,30 @@ int GuestProgram::serve() {
     if (message.kind == MessageKind::quit) {
       break;
     }
-    handle(message);
+    if (message.kind != MessageKind::instantiate) {
+      handle(message);
+    } else if (!become(message)) {
+      return EXIT_FAILURE;
+    }
   }
   loop_.reset();
   instance_.reset();
   world_.reset();
   return EXIT_SUCCESS;
+}
+
+bool GuestProgram::become(const Message& message) {
+  const auto request =
+      message.kind == MessageKind::instantiate ? instantiateRequestFromBytes(message.body) : std::nullopt;
+  if (!request) {
+    return false;
+  }
+  if (const Outcome failure = instantiate(*request)) {
+    const std::string& words = failure->description;
+    send({MessageKind::failed, message.request, Bytes(words.begin(), words.end())});
+    return false;
+  }
+  return true;
 }
 
 Message GuestProgram::nextMessage() {
@@ -100,7 +109,17 @@ Message GuestProgram::nextMessage() {
 
 Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   const AudioComponentDescription codes{request.componentType, request.componentSubType, request.componentManufacturer};
-  world_ = lv2::Lv2World::openOne({request.bundlePath, request.pluginUri, codes});
+  loop_.reset();
+  instance_.reset();
+  // The host counts blocks and losses from the beginning, too. A control that waited for a block was the earlier one's.
+  SharedBlock& shared = memory_->block();
+  post(shared.request, 0);
+  post(shared.answer, 0);
+  control_table::forgetChanges(shared.controls);
+  counters_ = std::make_shared<PluginCounters>();
+  if (world_ == nullptr) {
+    world_ = lv2::Lv2World::openOne({request.bundlePath, request.pluginUri, codes});
+  }
   const auto description = world_->find(codes);
   if (description == nullptr) {
     return Error{request.bundlePath + " has no plug-in " + request.pluginUri};

@@ -14,7 +14,7 @@
 
 namespace vrel::sandbox {
 
-/// The whole of a guest: one plug-in, made and served as the host asks.
+/// The whole of a guest: one plug-in, made and served as the host asks, and made once more when it asks again.
 ///
 /// Threads: messages are served on the main thread, one after the other; the plug-in's library work runs
 /// on the world thread, blocks in the audio loop. Lines of the plug-in's log come from any of them.
@@ -29,6 +29,7 @@ class GuestProgram {
 
  private:
   [[nodiscard]] bool receiveMemory();
+  [[nodiscard]] bool become(const Message& message);
   [[nodiscard]] Message nextMessage();
   [[nodiscard]] Outcome instantiate(const InstantiateRequest& request);
   void handle(const Message& message);
@@ -39,7 +40,7 @@ class GuestProgram {
   Mutex sending_;
   MessageParser parser_;
   std::unique_ptr<SharedMemory> memory_;
-  const std::shared_ptr<PluginCounters> counters_ = std::make_shared<PluginCounters>();
+  std::shared_ptr<PluginCounters> counters_;
   std::shared_ptr<lv2::Lv2World> world_;
   std::unique_ptr<lv2::Lv2Instance> instance_;
   std::unique_ptr<AudioLoop> loop_;  // ends first
