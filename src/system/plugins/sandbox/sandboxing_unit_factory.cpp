@@ -21,6 +21,13 @@ std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioCompon
   return std::make_shared<SandboxedUnit>(std::move(processor), place.name, settings.log, place.requestParameters);
 }
 
+/// A request that has failed, while its handler runs.
+struct FailedRequest {
+  AudioComponentDescription description;
+  Error error;
+};
+thread_local const FailedRequest* failedRequest = nullptr;
+
 /// What is known of a unit once it has been made, for the case that it dies.
 struct Made {
   std::weak_ptr<AVAudioUnit> node;
@@ -53,6 +60,11 @@ void SandboxingUnitFactory::instantiateMIDIInstrument(const AudioComponentDescri
 }
 
 void SandboxingUnitFactory::launch(const AudioComponentDescription& description, UnitHandler completionHandler) {
+  // Whoever asks out of process for what has failed in process would get another guest that fails.
+  if (failedRequest != nullptr && failedRequest->description == description) {
+    completionHandler(nullptr, failedRequest->error);
+    return;
+  }
   const std::optional<PluginPlace> place = finder_(description);
   if (!place) {
     completionHandler(nullptr, Error{"component not installed"});
@@ -74,7 +86,10 @@ void SandboxingUnitFactory::launch(const AudioComponentDescription& description,
   launch.done = [made, description, place = *place, settings = std::move(settings),
                  handler = std::move(completionHandler)](Result<Supervisor::Ready> result) {
     if (!result) {
-      handler(nullptr, result.error());
+      const FailedRequest failed{description, result.error()};
+      failedRequest = &failed;
+      handler(nullptr, failed.error);
+      failedRequest = nullptr;
       return;
     }
     made->processId = result.value().guest->processId();

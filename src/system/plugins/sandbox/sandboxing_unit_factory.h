@@ -52,7 +52,8 @@ struct SandboxSettings {
 ///
 /// Threads: main. A sandboxed instantiation takes as long as it takes and answers on the supervisor's
 /// thread. All that is borrowed outlives the supervisor.
-/// Failure: a plug-in that dies while it is made is an error like any other. One that dies later is
+/// Failure: a plug-in that dies while it is made is an error like any other; a request that its handler makes for the
+/// same plug-in fails at once, as that one did. One that dies later is
 /// reported once, to the death handler, or logged when nobody holds its node any more.
 class SandboxingUnitFactory final : public AudioUnitFactory {
  public:

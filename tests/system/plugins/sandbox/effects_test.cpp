@@ -289,6 +289,29 @@ TEST_P(EffectsThatAreNotMade, FailLikeAnyOther) {
   }
 }
 
+TEST_P(EffectsThatAreNotMade, AreNotTriedInASecondProcessForTheSameRequest) {
+  const auto codes =
+      inProcess_.component(std::string("urn:vrel:zoo:effectrebel-") + GetParam()).audioComponentDescription;
+  for (int request = 0; request < 2; ++request) {
+    std::promise<void> done;
+    std::vector<std::string> errors;
+    factory_->instantiate(codes, AudioComponentInstantiationOptions::inProcess,
+                          [&](const Unit&, const std::optional<Error>& error) {
+                            errors.push_back(error ? error->description : "none");
+                            factory_->instantiate(codes, AudioComponentInstantiationOptions::outOfProcess,
+                                                  [&](const Unit&, const std::optional<Error>& again) {
+                                                    errors.push_back(again ? again->description : "none");
+                                                  });
+                            EXPECT_EQ(errors.size(), 2U) << "answered at once";
+                            done.set_value();
+                          });
+    done.get_future().wait();
+    ASSERT_EQ(errors.size(), 2U);
+    EXPECT_NE(errors[0], "none");
+    EXPECT_EQ(errors[0], errors[1]);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(ByExitOrCrash, EffectsThatAreNotMade, testing::Values("exit", "crash"));
 
 TEST_F(Effects, ThatHangAsTheyAreMadeHoldUpNobody) {
