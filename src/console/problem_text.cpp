@@ -15,8 +15,11 @@ constexpr std::string_view codePrefix = "aucd:";
 constexpr std::array<std::string_view, 3> uriPrefixes{"http://", "https://", "urn:"};
 constexpr std::string_view unknownPlugin = "a plug-in";
 
-constexpr std::array<std::pair<std::string_view, ProblemKind>, 6> kinds{
+constexpr std::array<std::pair<std::string_view, ProblemKind>, 9> kinds{
     {{"Failed to save setlist: ", ProblemKind::save},
+     {"Saved with the last known state", ProblemKind::save},
+     {"Audio output device lost: ", ProblemKind::output},
+     {"No audio output device", ProblemKind::output},
      {"Failed to load plugin: ", ProblemKind::instrument},
      {"Failed to load playback file: ", ProblemKind::instrument},
      {"Plug-in crashed on strip ", ProblemKind::instrument},

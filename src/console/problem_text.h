@@ -13,7 +13,7 @@ namespace vrel {
 [[nodiscard]] std::string problemText(std::string_view line, const KnownPlugins& known);
 
 /// What mends the matter of a line of the log, so that it need not be shown any longer.
-enum class ProblemKind { other, save, instrument, effect };
+enum class ProblemKind { other, save, instrument, effect, output };
 
 [[nodiscard]] ProblemKind problemKind(std::string_view line);
 

@@ -16,6 +16,7 @@
 #include "platform/console_output.h"
 #include "platform/desktop.h"
 #include "platform/file_manager.h"
+#include "platform/state_answer.h"
 
 namespace vrel {
 namespace {
@@ -42,6 +43,25 @@ NSAlert terminationAlert(bool isDirty) {
                              "Si sales sin guardar, perderas los cambios realizados.")
                  : saveAlert(isDirty, "Guardar el setlist antes de salir?",
                              "Puedes guardar el setlist o salir sin guardar.");
+}
+
+/// How many plug-ins on stage did not answer when they were captured.
+std::size_t missedStates(const AudioEngine& engine) {
+  std::size_t count = 0;
+  const auto look = [&count](AVAudioNode* node) {
+    auto* const unit = dynamic_cast<AVAudioUnit*>(node);
+    const auto* const answer = unit != nullptr ? dynamic_cast<StateAnswer*>(&unit->auAudioUnit()) : nullptr;
+    count += answer != nullptr && answer->missedState() ? 1U : 0U;
+  };
+  auto channels = engine.channels();
+  channels.push_back(engine.masterChannel());
+  for (const auto& channel : channels) {
+    look(channel->instrumentNode.get().get());
+    for (const auto& [slot, effect] : channel->effectNodes.get()) {
+      look(effect.get());
+    }
+  }
+  return count;
 }
 
 Result<std::string> encoded(const AppState& state) {
@@ -172,7 +192,12 @@ bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   damagedSetlist.set(std::nullopt);
   state_.currentFilePath.set(path);
   state_.addRecentFile(path);
-  state_.isDirty.set(false);
+  const std::size_t missed = missedStates(engine_);
+  state_.isDirty.set(missed > 0);
+  if (missed > 0) {
+    console_.print("Saved with the last known state of plug-ins that did not answer (" + std::to_string(missed) +
+                   "): save again");
+  }
   return true;
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/audio_unit.h"
+#include "platform/state_answer.h"
 #include "simulation/simulated_audio_engine.h"
 
 namespace vrel::simulation {
@@ -26,7 +27,7 @@ struct RecordedEvent {
 
 /// A plug-in that records its calls. `calls` has "host callbacks", "state" and "reset", in order; so has the
 /// record of a graph that `graphRecord` points to, among the graph's own entries.
-class ScriptedUnitCore : public AUAudioUnit {
+class ScriptedUnitCore : public AUAudioUnit, public StateAnswer {
  public:
   void requestFullStateForDocument() override { ++stateRequests; }
   std::optional<PropertyListDictionary> fullStateForDocument() override {
@@ -36,6 +37,7 @@ class ScriptedUnitCore : public AUAudioUnit {
     }
     return documentState;
   }
+  [[nodiscard]] bool missedState() const override { return isStateMissed; }
   std::optional<PropertyListDictionary> fullState() override {
     ++presetStateReads;
     return presetState;
@@ -77,6 +79,7 @@ class ScriptedUnitCore : public AUAudioUnit {
   std::vector<std::pair<AUParameterAddress, float>> parameterSets;
   std::vector<ViewControllerHandler> viewRequests;  // not answered yet
   std::function<void()> stateRead;                  // called at each read of `documentState`
+  bool isStateMissed = false;
   int stateRequests = 0;
   int documentStateReads = 0;
   int presetStateReads = 0;

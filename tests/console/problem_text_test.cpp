@@ -63,6 +63,9 @@ TEST(ProblemText, ALineWithoutEitherStaysAsItIs) {
 
 TEST(ProblemText, ItsKindSaysWhatMendsIt) {
   EXPECT_EQ(problemKind("Failed to save setlist: disk full"), ProblemKind::save);
+  EXPECT_EQ(problemKind("Saved with the last known state of plug-ins that did not answer (1)"), ProblemKind::save);
+  EXPECT_EQ(problemKind("Audio output device lost: A: gone"), ProblemKind::output);
+  EXPECT_EQ(problemKind("No audio output device found"), ProblemKind::output);
   for (const char* const line : {"Failed to load plugin: no", "Failed to load playback file: gone",
                                  "Plug-in crashed on strip A: was killed by signal 9"}) {
     EXPECT_EQ(problemKind(line), ProblemKind::instrument) << line;

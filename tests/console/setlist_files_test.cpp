@@ -214,6 +214,25 @@ TEST_F(SetlistOnDisk, TheStateThatAPluginHasNowIsSaved) {
   EXPECT_TRUE(decodeSetlist(files.files[gig]).value().songs[0].channels[0].pluginStateBase64.has_value());
 }
 
+TEST_F(SetlistOnDisk, ASaveThatMissedAStateLeavesTheMark) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  auto& core = dynamic_cast<simulation::ScriptedInstrument&>(*strip(0).instrumentNode.get()).core;
+  core.isStateMissed = true;
+  const auto line = StartsWith("Saved with the last known state of plug-ins that did not answer (1)");
+  for (const bool dirty : {true, false}) {
+    state.isDirty.set(dirty);
+    console.lines.clear();
+    EXPECT_TRUE(setlistFiles.writeSetlist(gig));
+    EXPECT_TRUE(state.isDirty.get());
+    EXPECT_THAT(console.lines, ElementsAre(line));
+  }
+  core.isStateMissed = false;
+  EXPECT_TRUE(setlistFiles.writeSetlist(gig));
+  EXPECT_FALSE(state.isDirty.get());
+}
+
 TEST_F(SetlistOnDisk, TheFirstSaveAsksWhereToAndRemembersIt) {
   addSong("One", {});
   desktop.savePanelAnswers = {gig};

@@ -231,6 +231,9 @@ void ConsoleMirror::setDropouts(std::uint64_t count) {
 void ConsoleMirror::setAudioOutput(bool isMissing, const std::string& awaited) {
   session_.set(SessionViewModel::isAudioOutputMissingKey, isMissing);
   session_.set(SessionViewModel::awaitedAudioOutputKey, awaited);
+  if (!isMissing && shownProblem_ == ProblemKind::output) {
+    clearProblem();
+  }
 }
 
 void ConsoleMirror::addProblem(const std::string& line) {

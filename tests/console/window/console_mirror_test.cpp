@@ -293,6 +293,20 @@ class ProblemLine : public Copy {
   }
 };
 
+TEST_F(ProblemLine, ThatTheAudioOutputIsLostGoesWhenItIsBack) {
+  for (const char* const line : {"Audio output device lost: A: gone", "No audio output device found"}) {
+    mirror->setAudioOutput(true, "JACK: system");
+    EXPECT_EQ(shownAfter(line), line);
+    mirror->setAudioOutput(true, "another");
+    EXPECT_EQ(shown(), line);
+    mirror->setAudioOutput(false, "");
+    EXPECT_EQ(shown(), "");
+  }
+  EXPECT_EQ(shownAfter("disk full"), "disk full");
+  mirror->setAudioOutput(false, "");
+  EXPECT_EQ(shown(), "disk full");
+}
+
 TEST_F(ProblemLine, GoesAtTheNextSong) {
   EXPECT_EQ(shownAfter("no sound device"), "no sound device");
   content.songList().clickSong(1);

@@ -26,15 +26,18 @@ std::optional<PropertyListDictionary> SandboxedInstance::fullStateForDocument() 
   if (capture_ == Capture::none) {
     requestFullStateForDocument();
   }
+  missedState_ = false;
   switch (std::exchange(capture_, Capture::none)) {
     case Capture::waits:
       if (!takeState(captureDeadline_)) {
+        missedState_ = true;
         const bool isDead = processor_->guest().isDead();
         log(std::string("did not return its state: ") + (isDead ? "its process has ended" : "it does not respond") +
             "; the last known state is kept");
       }
       break;
     case Capture::isBehind:
+      missedState_ = true;
       log("is behind and was not waited for; the last known state is kept");
       break;
     case Capture::none:

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/audio_unit.h"
+#include "platform/state_answer.h"
 #include "system/audio/graph_node.h"
 #include "system/plugins/observable_instrument.h"
 #include "system/plugins/sandbox/sandbox_processor.h"
@@ -21,7 +22,7 @@ namespace vrel::sandbox {
 /// A guest that is dead or has not answered in time costs the plug-in's latest changes, not its state: the last state
 /// that went in or came out is given back, and it is logged. An answer that comes later is the last state from then on.
 /// One that is behind with its blocks is asked, but waited for only where a capture has no time limit.
-class SandboxedInstance final : public AUAudioUnit {
+class SandboxedInstance final : public AUAudioUnit, public StateAnswer {
  public:
   using Log = std::function<void(const std::string&)>;
 
@@ -37,6 +38,7 @@ class SandboxedInstance final : public AUAudioUnit {
 
   void requestFullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
+  [[nodiscard]] bool missedState() const override { return missedState_; }
   [[nodiscard]] std::optional<PropertyListDictionary> fullState() override { return std::nullopt; }
   void setFullStateForDocument(const PropertyListDictionary& state) override;
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }
@@ -64,6 +66,7 @@ class SandboxedInstance final : public AUAudioUnit {
   // A capture under way; none between captures.
   enum class Capture { none, waits, isBehind };
   Capture capture_ = Capture::none;
+  bool missedState_ = false;  // in the capture that ended last
   GuestLink::Deadline captureDeadline_;
 };
 

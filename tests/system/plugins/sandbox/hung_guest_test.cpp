@@ -64,6 +64,23 @@ TEST_F(HungGuests, OneThatIsBehindIsNotWaitedForByACaptureAndItsLateStateIsTheLa
   EXPECT_EQ(lv2::Player(revived).block(128), constant(96));
 }
 
+TEST_F(HungGuests, WhoDidNotAnswerACaptureMissedItUntilTheNextOneIsAnswered) {
+  const auto unit = captured(64);
+  const auto& answer = dynamic_cast<StateAnswer&>(unit->auAudioUnit());
+  EXPECT_FALSE(answer.missedState());
+  stop(processOf(unit));
+  miss(unit, blocksPerSecond / 5);
+  (void)unit->auAudioUnit().fullStateForDocument();
+  EXPECT_TRUE(answer.missedState());
+  kill(processOf(unit), SIGCONT);
+  EXPECT_TRUE(happens([&] {
+    (void)DeadlinePlayer(unit).block(1ms);
+    return !linkOf(unit).isBehind() && !linkOf(unit).owesAnswer();
+  }));
+  (void)unit->auAudioUnit().fullStateForDocument();
+  EXPECT_FALSE(answer.missedState());
+}
+
 TEST_F(HungGuests, AllAreAskedBeforeTheFirstIsWaitedFor) {
   const std::vector units{captured(40), captured(50), captured(60)};
   for (const auto& unit : units) {
