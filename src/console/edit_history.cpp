@@ -23,6 +23,19 @@ constexpr double secondsOfOneEdit = 1.0;
 const ChannelBuilder::Progress unwatched{
     .isWanted = [] { return true; }, .instrumentEnded = [] {}, .effectsEnded = [] {}};
 
+/// Announces the captures of what a strip has in `from` and not in `to`.
+void requestStatesThatGo(const AudioChannel& channel, const ChannelConfig& from, const ChannelConfig& to) {
+  auto* const instrument = dynamic_cast<AVAudioUnit*>(channel.instrumentNode.get().get());
+  if (instrument != nullptr && !playSameSource(from, to)) {
+    instrument->auAudioUnit().requestFullStateForDocument();
+  }
+  if (!haveSameEffects(from, to)) {
+    for (const auto& [slot, effect] : channel.effectNodes.get()) {
+      effect->auAudioUnit().requestFullStateForDocument();
+    }
+  }
+}
+
 bool haveSongInCommon(const EditShot& one, const std::vector<SongConfig>& songs) {
   return std::any_of(songs.begin(), songs.end(), [&](const auto& song) { return one.indexOfSong(song.id); });
 }
@@ -276,6 +289,14 @@ bool EditHistory::bringOnStage(const EditShot& from, const EditShot& to) {
 
 void EditHistory::changeStrips(EditShot& from, const EditShot& to) {
   const auto before = engine_.channels();
+  for (std::size_t index = 0; index < before.size(); ++index) {
+    if (const auto wanted = to.indexOfStrip(from.strips[index].strip)) {
+      requestStatesThatGo(*before[index], from.strips[index].record, to.strips[*wanted].record);
+    } else {
+      engine_.pluginState().requestStates(*before[index]);
+    }
+  }
+  requestStatesThatGo(*engine_.masterChannel(), from.master.record, to.master.record);
   for (std::size_t index = 0; index < before.size(); ++index) {
     if (!to.indexOfStrip(from.strips[index].strip)) {
       auto& record = from.strips[index].record;

@@ -104,10 +104,16 @@ EditDifference orderDifference(std::size_t before, std::size_t after, TextKey ad
   return {after > before ? added : after < before ? removed : moved, Uuid::fresh().text()};
 }
 
-void keepStates(StripShot& before, const StripShot* after, PluginState& states) {
+/// A plug-in that went, and where its state goes.
+struct GonePlugin {
+  AUAudioUnit* unit;
+  std::optional<std::string>* stateBase64;
+};
+
+void addGone(StripShot& before, const StripShot* after, std::vector<GonePlugin>& gone) {
   auto* const instrument = dynamic_cast<AVAudioUnit*>(before.instrument.get());
   if (instrument != nullptr && (after == nullptr || after->record.pluginPath != before.record.pluginPath)) {
-    before.record.pluginStateBase64 = states.captureAudioUnitState(instrument->auAudioUnit());
+    gone.push_back({&instrument->auAudioUnit(), &before.record.pluginStateBase64});
   }
   for (auto& slot : before.record.effectSlots) {
     const auto node = before.effects.find(slot.id);
@@ -116,8 +122,18 @@ void keepStates(StripShot& before, const StripShot* after, PluginState& states) 
         std::any_of(after->record.effectSlots.begin(), after->record.effectSlots.end(),
                     [&](const auto& each) { return each.id == slot.id && each.pluginPath == slot.pluginPath; });
     if (node != before.effects.end() && !isKept) {
-      slot.stateBase64 = states.captureAudioUnitState(node->second->auAudioUnit());
+      gone.push_back({&node->second->auAudioUnit(), &slot.stateBase64});
     }
+  }
+}
+
+/// All are asked before the first is waited for.
+void keepStates(const std::vector<GonePlugin>& gone, PluginState& states) {
+  for (const GonePlugin& each : gone) {
+    each.unit->requestFullStateForDocument();
+  }
+  for (const GonePlugin& each : gone) {
+    *each.stateBase64 = states.captureAudioUnitState(*each.unit);
   }
 }
 
@@ -217,16 +233,18 @@ void keepWhatWent(EditShot& before, const EditShot& after, PluginState& states) 
   const auto song = before.songOnStage ? before.indexOfSong(*before.songOnStage) : std::nullopt;
   const bool isGone = song && !after.indexOfSong(*before.songOnStage);
   const bool isOnStage = before.songOnStage == after.songOnStage;
-  for (auto& strip : before.strips) {
-    const auto index = isOnStage ? after.indexOfStrip(strip.strip) : std::nullopt;
-    if (isOnStage || isGone) {
-      keepStates(strip, index ? &after.strips[*index] : nullptr, states);
+  if (isOnStage || isGone) {
+    std::vector<GonePlugin> gone;
+    for (auto& strip : before.strips) {
+      const auto index = isOnStage ? after.indexOfStrip(strip.strip) : std::nullopt;
+      addGone(strip, index ? &after.strips[*index] : nullptr, gone);
     }
+    addGone(before.master, isGone ? nullptr : &after.master, gone);
+    keepStates(gone, states);
+  }
+  for (auto& strip : before.strips) {
     strip.instrument = nullptr;
     strip.effects.clear();
-  }
-  if (isOnStage || isGone) {
-    keepStates(before.master, isGone ? nullptr : &after.master, states);
   }
   before.master.instrument = nullptr;
   before.master.effects.clear();

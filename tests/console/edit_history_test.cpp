@@ -233,6 +233,45 @@ TEST_F(History, EffectsThatAreAddedMovedAndRemovedAreTakenBack) {
   rackIsTakenBack(*engine->masterChannel());
 }
 
+TEST_F(History, AStripThatGoesIsAskedForAllItsStatesBeforeTheFirstIsWaitedFor) {
+  EffectRack& rack = content.effectRack();
+  rack.toggle(strip(0));
+  for (int effect = 0; effect < 2; ++effect) {
+    rack.pick(chorusKey);
+    answerAll();
+  }
+  const auto allAreAskedFirstWhen = [this](const std::function<void()>& goes) {
+    std::vector<std::shared_ptr<AVAudioNode>> kept{strip(1).instrumentNode.get()};
+    std::vector cores{&coreOf(strip(1))};
+    for (const auto& [slot, effect] : strip(1).effectNodes.get()) {
+      kept.push_back(effect);
+      cores.push_back(&dynamic_cast<simulation::ScriptedUnit&>(*effect).core);
+    }
+    ASSERT_EQ(cores.size(), 3U);
+    for (auto* const core : cores) {
+      core->stateRequests = core->documentStateReads = 0;
+      core->stateRead = [&cores] {
+        for (const auto* const each : cores) {
+          EXPECT_EQ(each->stateRequests, 1);
+        }
+      };
+    }
+    goes();
+    for (auto* const core : cores) {
+      EXPECT_EQ(core->documentStateReads, 1);
+      core->stateRead = nullptr;
+    }
+  };
+  content.channelOperations().copyChannel(strip(0));
+  content.channelOperations().pasteChannel(strip(0).id);
+  answerAll();
+  allAreAskedFirstWhen([this] { undo(); });
+  ASSERT_EQ(strips(), (Names{"A", "B"}));
+  redo();
+  allAreAskedFirstWhen([this] { content.channelOperations().removeChannelFromConsole(strip(1)); });
+  EXPECT_EQ(strips(), (Names{"A", "B"}));
+}
+
 TEST_F(History, SongsThatAreAddedMovedRenamedAndDeletedAreTakenBack) {
   state.newSongName.set("Three");
   content.songList().addSong();
