@@ -2,6 +2,7 @@
 // Random signals to guests, of instruments and effects, and to their keepers, on a device that plays in real time,
 // beside a held note. As many as VREL_SOAK_SIGNALS says, 30 without it.
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "document/component_scan.h"
@@ -32,13 +34,21 @@ namespace {
 constexpr std::array signalNumbers = {SIGKILL, SIGSEGV, SIGABRT, SIGBUS,  SIGFPE,  SIGILL,  SIGSTOP, SIGCONT, SIGTERM,
                                       SIGHUP,  SIGINT,  SIGUSR1, SIGUSR2, SIGPIPE, SIGALRM, SIGQUIT, SIGTRAP, SIGTSTP};
 
+/// As the thread of a device, where the system grants it.
+void becomeRealTime() {
+  constexpr int priority = 70;
+  sched_param parameters{};
+  parameters.sched_priority = priority;
+  (void)pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);
+}
+
 class SignalSoak : public SandboxStage {
  protected:
   static constexpr std::size_t rebelCount = 4;
   static constexpr std::size_t targetCount = 2 * rebelCount;
   static constexpr std::uint32_t frames = 512;
 
-  SignalSoak() : SandboxStage(100ms) {
+  SignalSoak() : SandboxStage(100ms, VREL_PLUGIN_HOST_PROGRAM, std::getenv("VREL_SOAK_SIGNALS") != nullptr) {
     engine_->pluginPool().setResolver([all = scanInstrumentComponents(*inProcess_.world)](const std::string& key) {
       return resolvePluginPath(key, all);
     });
@@ -176,7 +186,12 @@ class SignalSoak : public SandboxStage {
   const Uuid effectSlot_ = Uuid::fresh();
   const std::vector<AVAudioUnitComponent> effects_ = scanAudioEffectComponents(*inProcess_.world);
   std::array<bool, rebelCount> isEffectLoading_{};
-  std::shared_ptr<audio::PacedNullDevice> device_ = std::make_shared<audio::PacedNullDevice>(48000, frames);
+  std::shared_ptr<audio::PacedNullDevice> device_ =
+      std::make_shared<audio::PacedNullDevice>(48000, frames, [isSet = false](const auto&, const auto&) mutable {
+        if (!std::exchange(isSet, true) && std::getenv("VREL_SOAK_SIGNALS") != nullptr) {
+          becomeRealTime();
+        }
+      });
   audio::RenderNodeFactory nodes_{device_, std::make_shared<audio::RenderCounters>()};
   system::SerialQueueFactory queues_;
   system::LibplistSerialization propertyLists_;
