@@ -34,7 +34,9 @@ ContentView::ContentView(const Collaborators& collaborators)
       copies_(collaborators.files, collaborators.console, collaborators.copiesDirectory),
       setlistFiles_({appState_, audioEngine_, songSwitch_, collaborators.files, collaborators.desktop,
                      collaborators.console, copies_}),
-      droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}) {
+      droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}),
+      editorPanels_({appState_, collaborators.mainQueue, collaborators.desktop}),
+      pluginEditors_(editorPanels_, collaborators.mainQueue) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   songSwitch_.amendRecord = channelOperations_.amendRecord =

@@ -8,6 +8,7 @@
 #include "console/channel_operations.h"
 #include "console/dropped_files.h"
 #include "console/edit_history.h"
+#include "console/editor_panels.h"
 #include "console/effect_rack.h"
 #include "console/instrument_reload.h"
 #include "console/instrument_selector.h"
@@ -18,6 +19,7 @@
 #include "console/setlist_files.h"
 #include "console/song_list.h"
 #include "console/strip_controls.h"
+#include "engine/plugin_editors.h"
 #include "foundation/uuid.h"
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
@@ -70,6 +72,8 @@ class ContentView {
   [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
   [[nodiscard]] InstrumentSelector& instrumentSelector() { return instrumentSelector_; }
   [[nodiscard]] EffectRack& effectRack() { return effectRack_; }
+  [[nodiscard]] EditorPanels& editorPanels() { return editorPanels_; }
+  [[nodiscard]] PluginEditors& pluginEditors() { return pluginEditors_; }
   [[nodiscard]] EditHistory& editHistory() { return editHistory_; }
   [[nodiscard]] DroppedFiles& droppedFiles() { return droppedFiles_; }
   [[nodiscard]] LearnedControls& learnedControls() { return learnedControls_; }
@@ -119,6 +123,8 @@ class ContentView {
   SetlistCopies copies_;
   SetlistFiles setlistFiles_;
   DroppedFiles droppedFiles_;
+  EditorPanels editorPanels_;
+  PluginEditors pluginEditors_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;
 };
 

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/controls_editor.h"
+
+#include <cmath>
+#include <utility>
+
+#include "document/app_state.h"
+#include "platform/dispatch.h"
+
+namespace vrel {
+namespace {
+
+constexpr double triggerSeconds = 0.1;  // longer than any block
+
+}  // namespace
+
+ControlsEditor::ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, AppState& state, MainQueue& mainQueue)
+    : unit_(unit), state_(state), mainQueue_(mainQueue) {
+  connections_.push_back(searchText.changed.connect([this](const auto&) { showRows(); }));
+  connections_.push_back(tree.changed.connect([this](const auto&) {
+    refresh();
+    showRows();
+  }));
+}
+
+void ControlsEditor::load() {
+  if (const auto unit = unit_.lock()) {
+    unit->auAudioUnit().requestParameterTree(
+        [weak = weak_from_this(), &mainQueue = mainQueue_](std::shared_ptr<const AUParameterTree> read) {
+          mainQueue.async([weak, read = std::move(read)] {
+            if (const auto self = weak.lock()) {
+              self->tree.set(read);
+            }
+          });
+        });
+  }
+}
+
+void ControlsEditor::showRows() {
+  rows.set(tree.get() == nullptr ? std::vector<ControlRow>() : controlRows(*tree.get(), searchText.get()));
+}
+
+void ControlsEditor::refresh() {
+  const auto unit = unit_.lock();
+  if (unit == nullptr || tree.get() == nullptr) {
+    return;
+  }
+  std::vector<float> now;
+  now.reserve(tree.get()->allParameters.size());
+  for (const AUParameter& parameter : tree.get()->allParameters) {
+    const float value = unit->auAudioUnit().parameterValue(parameter.address);
+    now.push_back(std::isfinite(value) ? value : 0);
+  }
+  values.set(std::move(now));
+}
+
+const AUParameter* ControlsEditor::settable(std::size_t index) const {
+  if (tree.get() == nullptr || index >= tree.get()->allParameters.size()) {
+    return nullptr;
+  }
+  const AUParameter& parameter = tree.get()->allParameters[index];
+  return parameter.isOutput ? nullptr : &parameter;
+}
+
+void ControlsEditor::set(std::size_t index, float value) {
+  const AUParameter* const parameter = settable(index);
+  const auto unit = unit_.lock();
+  if (parameter == nullptr || unit == nullptr) {
+    return;
+  }
+  const float wanted = settledControl(*parameter, value);
+  if (unit->auAudioUnit().parameterValue(parameter->address) != wanted) {
+    unit->auAudioUnit().setParameterValue(parameter->address, wanted);
+    refresh();
+    state_.markEdited();
+  }
+}
+
+void ControlsEditor::reset(std::size_t index) {
+  if (const AUParameter* const parameter = settable(index)) {
+    set(index, parameter->defaultValue);
+  }
+}
+
+void ControlsEditor::enter(std::size_t index, const std::string& text) {
+  const AUParameter* const parameter = settable(index);
+  if (const auto value = parameter != nullptr ? enteredControl(*parameter, text) : std::nullopt) {
+    set(index, *value);
+  }
+}
+
+void ControlsEditor::trigger(std::size_t index) {
+  const AUParameter* const parameter = settable(index);
+  const auto unit = unit_.lock();
+  if (parameter == nullptr || unit == nullptr) {
+    return;
+  }
+  const auto address = parameter->address;
+  const bool restsAtTop = parameter->defaultValue == parameter->maxValue;
+  unit->auAudioUnit().setParameterValue(address, restsAtTop ? parameter->minValue : parameter->maxValue);
+  mainQueue_.asyncAfter(triggerSeconds, [weakUnit = unit_, address, rest = parameter->defaultValue] {
+    if (const auto pressed = weakUnit.lock()) {
+      pressed->auAudioUnit().setParameterValue(address, rest);
+    }
+  });
+}
+
+}  // namespace vrel

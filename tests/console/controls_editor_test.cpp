@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/controls_editor.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "console/editor_panels.h"
+#include "engine/plugin_editors.h"
+#include "simulation/scripted_desktop.h"
+#include "support/simulated_session.h"
+
+namespace vrel {
+namespace {
+
+using Sets = std::vector<std::pair<AUParameterAddress, float>>;
+
+class GenericEditor : public SimulatedSession {
+ protected:
+  GenericEditor() {
+    AUParameter level;
+    level.address = 7;
+    level.displayName = "Level";
+    level.maxValue = 4;
+    level.defaultValue = 1;
+    AUParameter pitch = level;
+    pitch.address = 9;
+    pitch.displayName = "Reset";
+    pitch.isTrigger = true;
+    pitch.defaultValue = 0;
+    AUParameter meter = level;
+    meter.address = 11;
+    meter.displayName = "Meter";
+    meter.isOutput = true;
+    AUParameterTree tree;
+    tree.allParameters = {level, pitch, meter};
+    strip_.instrument->core.parameters = std::make_shared<const AUParameterTree>(tree);
+    core().parameterValues[7] = 1;
+  }
+
+  void press() {
+    editors_.openInstrumentEditor(strip_.channel);
+    mainQueue.runAll();
+    if (!core().viewRequests.empty()) {
+      core().viewRequests.front()(nullptr);
+      core().viewRequests.clear();
+      mainQueue.runAll();
+    }
+  }
+
+  ControlsEditor& open() {
+    press();
+    return *panels_.shown.get().front()->controls;
+  }
+
+  [[nodiscard]] simulation::ScriptedUnitCore& core() { return strip_.instrument->core; }
+
+  simulation::ScriptedDesktop desktop_;
+  Strip strip_ = addStrip("Keys");
+  EditorPanels panels_{{state, mainQueue, desktop_}};
+  PluginEditors editors_{panels_, mainQueue};
+};
+
+TEST_F(GenericEditor, ShowsTheControlsAndTheirValues) {
+  auto& editor = open();
+  EXPECT_EQ(panels_.shown.get().front()->title.get(), "Keys - Keys Editor (Generic)");
+  ASSERT_EQ(editor.rows.get().size(), 3U);
+  EXPECT_EQ(editor.values.get(), (std::vector<float>{1, 0, 0}));
+  editor.searchText.set("lev");
+  ASSERT_EQ(editor.rows.get().size(), 1U);
+  EXPECT_EQ(editor.rows.get()[0].index, 0U);
+}
+
+TEST_F(GenericEditor, AMovedControlIsSetAndMarksTheSetlistChanged) {
+  auto& editor = open();
+  state.isDirty.set(false);
+  editor.set(0, 1);
+  EXPECT_FALSE(state.isDirty.get()) << "it has this value";
+  EXPECT_TRUE(core().parameterSets.empty());
+  editor.set(0, 99);
+  EXPECT_EQ(core().parameterSets, (Sets{{7, 4}})) << "limited";
+  EXPECT_TRUE(state.isDirty.get());
+  EXPECT_EQ(editor.values.get()[0], 4.0F) << "shown at once";
+  editor.reset(0);
+  editor.enter(0, "2,5");
+  editor.enter(0, "loud");
+  EXPECT_EQ(core().parameterSets, (Sets{{7, 4}, {7, 1}, {7, 2.5F}}));
+}
+
+TEST_F(GenericEditor, AMeterAndWhatIsNotThereCannotBeSet) {
+  auto& editor = open();
+  editor.set(2, 1);
+  editor.set(99, 1);
+  editor.trigger(2);
+  editor.reset(99);
+  EXPECT_TRUE(core().parameterSets.empty());
+}
+
+TEST_F(GenericEditor, ATriggerGoesBackByItself) {
+  auto& editor = open();
+  editor.trigger(1);
+  EXPECT_EQ(core().parameterSets, (Sets{{9, 4}}));
+  mainQueue.advance(0.1);
+  EXPECT_EQ(core().parameterSets, (Sets{{9, 4}, {9, 0}}));
+}
+
+TEST_F(GenericEditor, WhatThePlugInChangesAppearsWithinATenthOfASecond) {
+  auto& editor = open();
+  core().parameterValues[7] = 3;
+  core().parameterValues[11] = 2;
+  mainQueue.advance(0.1);
+  EXPECT_EQ(editor.values.get(), (std::vector<float>{3, 0, 2}));
+}
+
+TEST_F(GenericEditor, AClosedOneReadsNothingAndTheNextOneIsNew) {
+  const auto first = panels_.shown.get();
+  open();
+  const auto id = panels_.shown.get().front()->id;
+  press();
+  EXPECT_TRUE(panels_.shown.get().empty());
+  EXPECT_EQ(panels_.find(id.text()), nullptr);
+  press();
+  ASSERT_EQ(panels_.shown.get().size(), 1U);
+  EXPECT_NE(panels_.shown.get().front()->id, id);
+}
+
+TEST_F(GenericEditor, AWindowThatAPersonClosesIsGone) {
+  open();
+  panels_.shown.get().front()->close();
+  EXPECT_TRUE(panels_.shown.get().empty());
+  mainQueue.advance(1);
+  press();
+  EXPECT_EQ(panels_.shown.get().size(), 1U) << "the press opens it, and does not close it a second time";
+}
+
+TEST_F(GenericEditor, APlugInThatDiesTakesItsWindowAlong) {
+  open();
+  engine->instruments().loseInstrument(*strip_.channel);
+  EXPECT_TRUE(panels_.shown.get().empty());
+}
+
+TEST_F(GenericEditor, APlugInWithoutParametersShowsAnEmptyList) {
+  core().parameters = nullptr;
+  auto& editor = open();
+  mainQueue.advance(1);
+  EXPECT_TRUE(editor.rows.get().empty());
+  editor.set(0, 1);
+  EXPECT_TRUE(core().parameterSets.empty());
+}
+
+TEST_F(GenericEditor, TheWindowHasRoomOnTheMainScreen) {
+  EXPECT_EQ(panels_.visibleFrame(), std::nullopt);
+  desktop_.screenList = {{"", {0, 0, 700, 500}}};
+  open();
+  EXPECT_EQ(panels_.shown.get().front()->contentSize.get(), (NSSize{620, 420}));
+}
+
+}  // namespace
+}  // namespace vrel
