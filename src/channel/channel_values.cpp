@@ -69,4 +69,17 @@ void storePlaybackValues(const AudioChannel& channel, ChannelConfig& record) {
   store(playbackValues, channel, record);
 }
 
+bool playSameSource(const ChannelConfig& a, const ChannelConfig& b) {
+  const bool isSamePlayback =
+      std::apply([&](const auto&... each) { return ((a.*each.stored == b.*each.stored) && ...); }, playbackValues);
+  return isSamePlayback && a.pluginPath == b.pluginPath && a.visualClipMappings == b.visualClipMappings;
+}
+
+void copySource(const ChannelConfig& from, ChannelConfig& to) {
+  std::apply([&](const auto&... each) { ((to.*each.stored = from.*each.stored), ...); }, playbackValues);
+  to.pluginPath = from.pluginPath;
+  to.pluginStateBase64 = from.pluginStateBase64;
+  to.visualClipMappings = from.visualClipMappings;
+}
+
 }  // namespace vrel

@@ -18,4 +18,9 @@ void storeStripValues(const AudioChannel& channel, ChannelConfig& record);
 void applyPlaybackValues(AudioChannel& channel, const ChannelConfig& record);
 void storePlaybackValues(const AudioChannel& channel, ChannelConfig& record);
 
+/// Whether two records have the same plug-in path, playback and clips.
+[[nodiscard]] bool playSameSource(const ChannelConfig& a, const ChannelConfig& b);
+/// Copies those, and the state of the plug-in.
+void copySource(const ChannelConfig& from, ChannelConfig& to);
+
 }  // namespace vrel

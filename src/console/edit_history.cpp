@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "channel/channel_values.h"
 #include "console/instrument_selector.h"
 #include "console/song_list.h"
 #include "console/strips_on_stage.h"

@@ -172,12 +172,6 @@ EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, 
   return shot;
 }
 
-bool playSameSource(const ChannelConfig& a, const ChannelConfig& b) {
-  return a.pluginPath == b.pluginPath && a.playbackFilePath == b.playbackFilePath && a.playbackLoop == b.playbackLoop &&
-         a.playbackStartTime == b.playbackStartTime && a.playbackEndTime == b.playbackEndTime &&
-         a.playbackStopMode == b.playbackStopMode && a.visualClipMappings == b.visualClipMappings;
-}
-
 bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b) {
   return std::equal(
       a.effectSlots.begin(), a.effectSlots.end(), b.effectSlots.begin(), b.effectSlots.end(),

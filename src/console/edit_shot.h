@@ -63,7 +63,6 @@ struct EditDifference {
 /// Whether the songs or strips are not the same ones in the same order.
 [[nodiscard]] bool differInOrder(const EditShot& before, const EditShot& after);
 
-[[nodiscard]] bool playSameSource(const ChannelConfig& a, const ChannelConfig& b);
 [[nodiscard]] bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b);
 
 /// Sets the values of a strip that differ between `from` and `to` to those of `to`.

@@ -275,18 +275,9 @@ void InstrumentSelector::installInternal(const std::shared_ptr<AudioChannel>& ch
 }
 
 void InstrumentSelector::amendRecord(const AudioChannel& channel, ChannelConfig& record) const {
-  if (!trial_ || trial_->channel.lock().get() != &channel) {
-    return;
+  if (trial_ && trial_->channel.lock().get() == &channel) {
+    copySource(trial_->own, record);
   }
-  const ChannelConfig& own = trial_->own;
-  record.pluginPath = own.pluginPath;
-  record.pluginStateBase64 = own.pluginStateBase64;
-  record.playbackFilePath = own.playbackFilePath;
-  record.playbackLoop = own.playbackLoop;
-  record.playbackStartTime = own.playbackStartTime;
-  record.playbackEndTime = own.playbackEndTime;
-  record.playbackStopMode = own.playbackStopMode;
-  record.visualClipMappings = own.visualClipMappings;
 }
 
 /// A player without a file.
