@@ -320,7 +320,7 @@ TEST(Unit, WorkOnItsThreadIsAnsweredInTheEnd) {
   Player player(stage.make("urn:vrel:zoo:worker").unit);
   player.send(0x90, 100, 1);
   float level = 0;
-  for (int round = 0; round < 1000000 && level == 0; ++round) {
+  while (level == 0) {
     level = player.block(8).left[0];
     std::this_thread::yield();
   }
