@@ -33,7 +33,6 @@ class SelectorViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QList<vrel::window::PluginRow>, rows)
   VREL_SHOWN(QString, loadedKey)  // what the strip plays
   VREL_SHOWN(QString, triedKey)   // what it plays for now; empty for nothing
-  VREL_SHOWN(bool, mayChooseInternalSource)
 };
 
 /// The effects of a strip or of the master, and the choice of one more.

@@ -72,10 +72,6 @@ void PanelsMirror::mirrorSelector(MirrorSource& source) {
       state.pluginSelectorChannelId);
   selector_.follow(View::searchTextKey, state.pluginSelectorFilter);
   selector_.follow(View::triedKeyKey, content_.instrumentSelector().triedKey);
-  selector_.derive(
-      View::mayChooseInternalSourceKey,
-      [&state] { return LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state); },
-      state.isLiveModeEnabled);
 }
 
 void PanelsMirror::mirrorRack(MirrorSource& source) {

@@ -88,13 +88,14 @@ TEST_F(Panels, APickedInstrumentIsOnTheStripAndCanBeRemoved) {
   EXPECT_EQ(strip(0).pluginPath.get(), "");
 }
 
-TEST_F(Panels, TheInternalSourcesAreNotOfferedInLiveMode) {
+TEST_F(Panels, InLiveModeTheSelectorClosesAndTheRackCannotBeChanged) {
+  commands.openInstrumentSelector(stripId(0));
   settle();
-  EXPECT_TRUE(selector.mayChooseInternalSource());
+  EXPECT_TRUE(selector.isOpen());
   EXPECT_TRUE(rack.mayChange());
   content.liveMode().setLiveMode(true);
   settle();
-  EXPECT_FALSE(selector.mayChooseInternalSource());
+  EXPECT_FALSE(selector.isOpen());
   EXPECT_FALSE(rack.mayChange());
 }
 

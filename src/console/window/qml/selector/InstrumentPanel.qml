@@ -33,8 +33,6 @@ ChoicePanel {
             symbol: "wave"
             title: panel.desk.texts.playbackTitle
             subtitle: panel.desk.texts.playbackSubtitle
-            hint: panel.desk.texts.notInLiveMode
-            isOffered: panel.selector.mayChooseInternalSource
             onClicked: panel.desk.commands.pickPlayback()
         }
         SourceButton {
@@ -44,8 +42,6 @@ ChoicePanel {
             symbol: "pictures"
             title: panel.desk.texts.visualTitle
             subtitle: panel.desk.texts.visualSubtitle
-            hint: panel.desk.texts.notInLiveMode
-            isOffered: panel.selector.mayChooseInternalSource
             onClicked: panel.desk.commands.pickVisual()
         }
     }

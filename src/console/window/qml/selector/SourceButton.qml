@@ -10,16 +10,12 @@ AbstractButton {
     required property string title
     required property string subtitle
     required property string symbol // of a MenuIcon
-    property string hint
-    property bool isOffered: true
 
     implicitHeight: 68
-    enabled: isOffered
-    opacity: isOffered ? 1 : 0.45
 
     Accessible.role: Accessible.Button
     Accessible.name: title
-    Accessible.description: isOffered ? subtitle : hint
+    Accessible.description: subtitle
     Accessible.onPressAction: button.clicked()
 
     background: Rectangle {
@@ -69,6 +65,6 @@ AbstractButton {
 
     Hint {
         over: button
-        text: button.isOffered ? button.subtitle : button.hint
+        text: button.subtitle
     }
 }
