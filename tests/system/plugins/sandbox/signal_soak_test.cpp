@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Random signals to guests, of instruments and effects, and to their keepers, on a device that plays in real time,
-// beside a held note. As many as VREL_SOAK_SIGNALS says, 30 without it.
+// beside a held note. As many as VREL_SOAK_SIGNALS says, 30 without it. Where it is set the device's thread and the
+// guests ask for real-time scheduling, as on stage, and the held note may not suffer.
 
 #include <pthread.h>
 #include <unistd.h>
@@ -250,6 +251,8 @@ TEST_F(SignalSoak, SignalsAtRandomLeaveNothingBehindAndEveryStripComesBack) {
         "resident +%ld kB\n",
         count, deathCount_, revivals_, bad, blocks, bad_.load(), blocks_.load(),
         (static_cast<long>(residentBytes()) - static_cast<long>(memory)) / 1024);
+    constexpr int byTheMachine = 2;
+    EXPECT_LE(bad, bad_ + byTheMachine);
   }
 }
 
