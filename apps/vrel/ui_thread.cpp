@@ -93,8 +93,10 @@ void UiThread::leaveScreen() {
   for (const auto& panel : std::exchange(panels_, {})) {
     delete panel.data();
   }
-  if (quickWindow_ != nullptr) {
-    quickWindow_->hide();
+  for (QWindow* const window : QGuiApplication::topLevelWindows()) {
+    if (quickWindow_ != nullptr && consoleWindow(window) != nullptr) {
+      window->hide();
+    }
   }
 }
 
@@ -248,7 +250,10 @@ bool UiThread::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::ShortcutOverride:
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
-      return watched == quickWindow_ && handleKey(*static_cast<QKeyEvent*>(event));
+      if (const auto* const window = consoleWindow(watched)) {
+        return handleKey(*static_cast<QKeyEvent*>(event), *window);
+      }
+      return false;
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:
       return watched == quickWindow_ && handlePress(static_cast<QPointerEvent*>(event)->point(0).scenePosition());
@@ -295,7 +300,12 @@ bool UiThread::handlePress(const QPointF& place) {
   return false;
 }
 
-bool UiThread::handleKey(QKeyEvent& event) {
+const QQuickWindow* UiThread::consoleWindow(const QObject* object) const {
+  const auto* const window = qobject_cast<const QQuickWindow*>(object);
+  return window != nullptr && (window == quickWindow_ || window->transientParent() == quickWindow_) ? window : nullptr;
+}
+
+bool UiThread::handleKey(QKeyEvent& event, const QQuickWindow& window) {
   const bool isHeld = keyRepeat_.isOfHeldKey(event);
   if (event.type() == QEvent::KeyRelease) {
     return false;
@@ -305,8 +315,8 @@ bool UiThread::handleKey(QKeyEvent& event) {
   const KeyEvent key = keyEventOf(event);
   const auto command = isLive ? LiveMode::commandFor(key) : std::nullopt;
   using Kind = LiveMode::Command::Kind;
-  const bool isTaken = command && !(isAsked && command->kind != Kind::panic) &&
-                       !isForTheField(*command, quickWindow_->activeFocusItem());
+  const bool isTaken =
+      command && !(isAsked && command->kind != Kind::panic) && !isForTheField(*command, window.activeFocusItem());
   if (!isTaken) {
     // A menu command runs once, however long its keys are held; a control still gets every repetition.
     const bool isKeptFromMenus = isHeld && event.type() == QEvent::ShortcutOverride;

@@ -80,7 +80,9 @@ class UiThread final : public QObject, public system::WindowServices {
   [[nodiscard]] static std::vector<NSScreen> screens();
   void reportScreens();
   void reportWindow();
-  [[nodiscard]] bool handleKey(QKeyEvent& event);
+  /// The object as the console's window or the window of a plug-in; null for all else.
+  [[nodiscard]] const QQuickWindow* consoleWindow(const QObject* object) const;
+  [[nodiscard]] bool handleKey(QKeyEvent& event, const QQuickWindow& window);
   /// A press anywhere in the window, ahead of its items. Whether nothing else may see it.
   [[nodiscard]] bool handlePress(const QPointF& place);
 

@@ -57,7 +57,8 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       texts_(source, mirror_ids::texts),
       alert_(source, mirror_ids::alert),
       menuBar_(source, mirror_ids::menuBar),
-      panels_(source, content) {
+      panels_(source, content),
+      editors_(source, content) {
   mirrorSession();
   mirrorPerformance();
   mirrorPolicy();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "console/problem_text.h"
+#include "console/window/editors_mirror.h"
 #include "console/window/menu_entry.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
@@ -91,6 +92,7 @@ class ConsoleMirror {
   MirrorPublisher<AlertViewModel> alert_;
   MirrorPublisher<MenuBarViewModel> menuBar_;
   PanelsMirror panels_;
+  EditorsMirror editors_;
   std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;

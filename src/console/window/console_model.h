@@ -7,6 +7,9 @@
 
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
+#include "console/window/editor_commands.h"
+#include "console/window/editor_view_model.h"
+#include "console/window/editors_mirror.h"
 #include "console/window/hints_view_model.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
@@ -37,12 +40,14 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::MenuBarViewModel* menuBar READ menuBar CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::MirrorList* editors READ editors CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT FINAL)
   Q_PROPERTY(vrel::window::PerformanceBoard* performance READ performance CONSTANT FINAL)
   /// A file is asked for, in a window of its own; until it is answered the console is covered.
   Q_PROPERTY(bool isPanelShown READ isPanelShown NOTIFY isPanelShownChanged FINAL)
   Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
   Q_PROPERTY(vrel::window::StripCommands* controls READ controls CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::EditorCommands* plugins READ plugins CONSTANT FINAL)
 
  public:
   explicit ConsoleModel(ConsoleCommands::Post post, QObject* parent = nullptr)
@@ -68,6 +73,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] MenuBarViewModel* menuBar() { return &menuBar_; }
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
+  [[nodiscard]] MirrorList* editors() { return store_.list(mirror_ids::editors); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }
   [[nodiscard]] PerformanceBoard* performance() { return &performance_; }
   [[nodiscard]] bool isPanelShown() const { return isPanelShown_; }
@@ -78,6 +84,7 @@ class ConsoleModel : public QObject {
   }
   [[nodiscard]] ConsoleCommands* commands() { return &commands_; }
   [[nodiscard]] StripCommands* controls() { return &controls_; }
+  [[nodiscard]] EditorCommands* plugins() { return &plugins_; }
 
   /// Shows what the logic has sent.
   void apply(const MirrorBatch& batch) { store_.apply(batch); }
@@ -101,6 +108,7 @@ class ConsoleModel : public QObject {
   bool isPanelShown_ = false;
   ConsoleCommands commands_;
   StripCommands controls_{commands_};
+  EditorCommands plugins_{commands_};
 };
 
 }  // namespace vrel::window

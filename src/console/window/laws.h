@@ -5,6 +5,7 @@
 #include <QObject>
 
 #include "console/control_laws.h"
+#include "console/parameter_laws.h"
 #include "console/window_layout.h"
 
 namespace vrel::window {
@@ -25,12 +26,15 @@ class Laws : public QObject {
   Q_INVOKABLE static double setlistWidth(double windowWidth) { return vrel::setlistWidth(windowWidth); }
   Q_INVOKABLE static double splitBandHeight(int strips) { return vrel::splitBandHeight(strips); }
 
-  // See control_laws.h.
+  // See control_laws.h and parameter_laws.h.
   Q_INVOKABLE static double faderPosition(double pointerFromTop, double height, double present) {
     return vrel::faderPosition(pointerFromTop, height, present);
   }
   Q_INVOKABLE static double draggedKnob(double start, double right, double down) {
     return vrel::draggedKnob(start, right, down);
+  }
+  Q_INVOKABLE static double draggedControl(double start, double right, double trackWidth, bool isFine) {
+    return vrel::draggedControl(start, right, trackWidth, isFine);
   }
   Q_INVOKABLE static int barValue(double pointerFromLeft, double width, int lower, int upper) {
     return vrel::barValue(pointerFromLeft, width, lower, upper);

@@ -103,7 +103,8 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(moveEffectDown)
   VREL_TEXT(removeEffect)
   VREL_TEXT(openEffect)
-  VREL_TEXT(noEffectWindow)
+  VREL_TEXT(controlSearch)
+  VREL_TEXT(noControls)
 
   /// In the order in which a picker offers them.
   [[nodiscard]] static QList<QString> languageCodes();

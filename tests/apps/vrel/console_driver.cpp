@@ -186,8 +186,16 @@ void ConsoleDriver::pump(int milliseconds) {
 
 QQuickItem* ConsoleDriver::find(const std::string& name) const {
   QQuickItem* found = nullptr;
-  if (auto* const window = program_->window.quickWindow()) {
-    findIn(*window->contentItem(), QString::fromStdString(name), found);
+  QQuickWindow* const console = program_->window.quickWindow();
+  if (console == nullptr) {
+    return nullptr;
+  }
+  findIn(*console->contentItem(), QString::fromStdString(name), found);
+  for (QWindow* const window : QGuiApplication::topLevelWindows()) {
+    auto* const editor = qobject_cast<QQuickWindow*>(window);
+    if (found == nullptr && editor != nullptr && editor->isVisible() && editor->transientParent() == console) {
+      findIn(*editor->contentItem(), QString::fromStdString(name), found);
+    }
   }
   return found;
 }

@@ -48,7 +48,8 @@ class ConsoleDriver {
   /// Runs Qt's loop until the answer is yes; the last answer after a timeout.
   bool eventually(const std::function<bool()>& holds);
 
-  /// The item that can be seen under this name; null when there is none. Menus and their lines are found by their text.
+  /// The item that can be seen under this name, in the console or in the window of a plug-in; null when there is none.
+  /// Menus and their lines are found by their text.
   [[nodiscard]] QQuickItem* find(const std::string& name) const;
   [[nodiscard]] bool isShown(const std::string& name) const;
   /// A value of an item; invalid when it is not there.

@@ -136,15 +136,12 @@ TEST_F(RackPanel, InLiveModeItListsAndNothingCanBePressed) {
   ASSERT_TRUE(has({"Zoo Gain"}));
   driver.click("liveButton");
   ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
-  for (const auto* control :
-       {"openEffect0", "replaceEffect0", "effectUp0", "effectDown0", "removeEffect0", "effect0"}) {
+  EXPECT_TRUE(driver.value("openEffect0", "enabled").toBool()) << "its window changes nothing of the rack";
+  for (const auto* control : {"replaceEffect0", "effectUp0", "effectDown0", "removeEffect0", "effect0"}) {
     EXPECT_TRUE(driver.isShown(control)) << control;
     EXPECT_FALSE(driver.value(control, "enabled").toBool()) << control;
-    if (control != std::string("openEffect0")) {
-      EXPECT_LT(driver.value(control, "opacity").toDouble(), 1) << control << " is drawn dim";
-    }
+    EXPECT_LT(driver.value(control, "opacity").toDouble(), 1) << control << " is drawn dim";
   }
-  EXPECT_EQ(driver.value("openEffect0", "opacity").toDouble(), 1) << "the name is still to be read";
 }
 
 }  // namespace

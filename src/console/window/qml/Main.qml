@@ -160,6 +160,12 @@ Window {
         enabled: !window.isCovered
     }
 
+    EditorWindows {
+        desk: window.desk
+        owner: window
+        drawScale: window.drawScale
+    }
+
     LoadingModal {
         anchors.fill: parent
         desk: window.desk

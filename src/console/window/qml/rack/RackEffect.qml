@@ -52,8 +52,9 @@ Rectangle {
             edge: "transparent"
             ink: row.modelData.isMissing ? Theme.warning : Theme.ink
             opacity: 1 // the name is read, whether it opens a window or not
-            isOffered: false
-            hint: row.desk.texts.noEffectWindow
+            isOffered: !row.modelData.isMissing
+            hint: row.desk.texts.openEffect
+            onClicked: row.desk.plugins.toggleEffect(row.modelData.slotId)
         }
         PushButton {
             objectName: "replaceEffect" + row.index

@@ -46,8 +46,9 @@ PushButton {
         PopupEntry {
             objectName: "openInstrument"
             text: button.desk.texts.openEffect
-            hint: button.desk.hints.noInstrumentWindow
-            enabled: false
+            hint: button.desk.hints.instrumentWindow
+            enabled: button.entry.instrument === StripViewModel.Present
+            onTriggered: button.desk.plugins.toggleInstrument(button.entry.channelId)
         }
         PopupEntry {
             objectName: "changeInstrument"

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/window/editor_commands.h"
+
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "console/content_view.h"
+#include "console/editor_panels.h"
+#include "console/window/console_commands.h"
+#include "engine/audio_engine.h"
+
+namespace vrel::window {
+
+void EditorCommands::toggleInstrument(const QString& channelId) {
+  commands_.post([id = channelId.toStdString()](ConsoleActions& actions) {
+    if (const auto channel = actions.strip(id)) {
+      actions.content.pluginEditors().openInstrumentEditor(channel);
+    }
+  });
+}
+
+void EditorCommands::toggleEffect(const QString& slotId) {
+  commands_.post([id = slotId.toStdString()](ConsoleActions& actions) {
+    const auto channel = actions.content.effectRack().channel();
+    if (channel == nullptr) {
+      return;
+    }
+    for (const auto& slot : EffectRack::occupiedSlots(*channel)) {
+      if (slot.id.text() == id) {
+        actions.content.pluginEditors().openEffectEditor(channel, slot.id);
+      }
+    }
+  });
+}
+
+void EditorCommands::close(const QString& editorId) {
+  commands_.post([id = editorId.toStdString()](ConsoleActions& actions) {
+    if (const auto panel = actions.content.editorPanels().find(id)) {
+      panel->close();
+    }
+  });
+}
+
+void EditorCommands::withEditor(const QString& editorId, std::function<void(ControlsEditor&)> action) const {
+  commands_.post([id = editorId.toStdString(), action = std::move(action)](ConsoleActions& actions) {
+    if (const auto panel = actions.content.editorPanels().find(id)) {
+      action(*panel->controls);
+    }
+  });
+}
+
+void EditorCommands::setSearch(const QString& editorId, const QString& text) {
+  withEditor(editorId, [text = text.toStdString()](ControlsEditor& editor) { editor.searchText.set(text); });
+}
+
+void EditorCommands::set(const QString& editorId, int control, double value) {
+  withEditor(editorId, [control, value](ControlsEditor& editor) {
+    editor.set(static_cast<std::size_t>(control), static_cast<float>(value));
+  });
+}
+
+void EditorCommands::reset(const QString& editorId, int control) {
+  withEditor(editorId, [control](ControlsEditor& editor) { editor.reset(static_cast<std::size_t>(control)); });
+}
+
+void EditorCommands::enter(const QString& editorId, int control, const QString& text) {
+  withEditor(editorId, [control, text = text.toStdString()](ControlsEditor& editor) {
+    editor.enter(static_cast<std::size_t>(control), text);
+  });
+}
+
+void EditorCommands::trigger(const QString& editorId, int control) {
+  withEditor(editorId, [control](ControlsEditor& editor) { editor.trigger(static_cast<std::size_t>(control)); });
+}
+
+}  // namespace vrel::window

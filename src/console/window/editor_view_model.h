@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QList>
+#include <QString>
+
+#include "console/window/control_rows.h"
+#include "console/window/view_model.h"
+
+namespace vrel::window {
+
+/// The window of one plug-in; where the values come from is in editors_mirror.cpp.
+class EditorViewModel : public vrel::window::MirrorItem {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("the logic makes it")
+  using Self = EditorViewModel;
+
+ public:
+  using MirrorItem::MirrorItem;
+
+  VREL_SHOWN(QString, editorId)
+  VREL_SHOWN(QString, title)
+  VREL_SHOWN(int, contentWidth)  // pixels
+  VREL_SHOWN(int, contentHeight)
+  VREL_SHOWN(int, centerings)  // how often it has been centred
+  VREL_SHOWN(int, raises)
+  VREL_SHOWN(QString, searchText)
+  VREL_SHOWN(QList<vrel::window::ControlEntry>, entries)
+  VREL_SHOWN(QList<double>, values)  // by ControlRows' role `control`
+  VREL_SHOWN(bool, isLoaded)         // the controls are known
+};
+
+}  // namespace vrel::window

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/window/editors_mirror.h"
+
+#include <QList>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "console/content_view.h"
+#include "console/editor_panels.h"
+#include "console/window/editor_view_model.h"
+
+namespace vrel::window {
+namespace {
+
+using View = EditorViewModel;
+
+QList<ControlEntry> entriesOf(const ControlsEditor& controls) {
+  QList<ControlEntry> entries;
+  for (const ControlRow& row : controls.rows.get()) {
+    ControlEntry entry;
+    entry.tree = controls.tree.get();
+    entry.index = row.index;
+    entry.section = QString::fromStdString(row.section);
+    entries.append(entry);
+  }
+  return entries;
+}
+
+QList<double> valuesOf(const ControlsEditor& controls) {
+  const auto& values = controls.values.get();
+  return {values.begin(), values.end()};
+}
+
+}  // namespace
+
+struct EditorsMirror::Shown {
+  explicit Shown(MirrorSource& source) : view(source) {}
+
+  MirrorPublisher<EditorViewModel> view;
+};
+
+EditorsMirror::EditorsMirror(MirrorSource& source, ContentView& content) : source_(source), content_(content) {
+  connection_ = content_.editorPanels().shown.changed.connect([this](const auto&) { refresh(); });
+  refresh();
+}
+
+EditorsMirror::~EditorsMirror() = default;
+
+std::unique_ptr<EditorsMirror::Shown> EditorsMirror::makeShown(EditorPanel& panel) {
+  auto shown = std::make_unique<Shown>(source_);
+  auto& view = shown->view;
+  ControlsEditor& controls = *panel.controls;
+  view.set(View::editorIdKey, panel.id.text());
+  view.follow(View::titleKey, panel.title);
+  view.derive(
+      View::contentWidthKey, [&panel] { return static_cast<int>(panel.contentSize.get().width); }, panel.contentSize);
+  view.derive(
+      View::contentHeightKey, [&panel] { return static_cast<int>(panel.contentSize.get().height); }, panel.contentSize);
+  view.follow(View::centeringsKey, panel.centerings);
+  view.follow(View::raisesKey, panel.raises);
+  view.follow(View::searchTextKey, controls.searchText);
+  view.derive(
+      View::valuesKey, [&controls] { return valuesOf(controls); }, controls.values);
+  view.derive(
+      View::entriesKey, [&controls] { return entriesOf(controls); }, controls.rows);
+  view.derive(
+      View::isLoadedKey, [&controls] { return controls.tree.get() != nullptr; }, controls.tree);
+  return shown;
+}
+
+void EditorsMirror::refresh() {
+  std::vector<MirrorId> rows;
+  std::set<Uuid> present;
+  for (const auto& panel : content_.editorPanels().shown.get()) {
+    auto& shown = editors_[panel->id];
+    if (shown == nullptr) {
+      shown = makeShown(*panel);
+    }
+    rows.push_back(shown->view.id);
+    present.insert(panel->id);
+  }
+  std::erase_if(editors_, [&](const auto& entry) { return !present.contains(entry.first); });
+  source_.setRows(mirror_ids::editors, std::move(rows));
+}
+
+}  // namespace vrel::window

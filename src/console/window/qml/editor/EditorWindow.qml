@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The window of a plug-in: all its controls, in a list that can be searched. The desktop keeps it above the console.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Window
+import Vrel.Console
+
+Window {
+    id: window
+
+    required property ConsoleModel desk
+    required property Window owner
+    required property real drawScale
+    required property EditorViewModel entry
+
+    readonly property int centerings: entry.centerings
+    readonly property int raises: entry.raises
+
+    // See Main.qml.
+    function fit(): void {
+        contentItem.transformOrigin = Item.TopLeft;
+        contentItem.scale = drawScale;
+        contentItem.width = width / drawScale;
+        contentItem.height = height / drawScale;
+    }
+
+    function center(): void {
+        x = owner.x + (owner.width - width) / 2;
+        y = owner.y + (owner.height - height) / 2;
+    }
+
+    objectName: "pluginEditor"
+    title: entry.title
+    transientParent: owner
+    flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
+    width: entry.contentWidth
+    height: entry.contentHeight
+    minimumWidth: 520
+    minimumHeight: 420
+    color: Theme.background
+    onDrawScaleChanged: fit()
+    onWidthChanged: fit()
+    onHeightChanged: fit()
+    onCenteringsChanged: center()
+    onRaisesChanged: raise()
+    onClosing: close => {
+        close.accepted = false; // it goes with its row
+        desk.plugins.close(entry.editorId);
+    }
+    Component.onCompleted: {
+        fit();
+        center();
+        show();
+        requestActivate();
+        if (!search.readOnly)
+            search.forceActiveFocus(Qt.PopupFocusReason);
+    }
+
+    MirrorRef {
+        entry: window.entry
+    }
+
+    Connections {
+        target: window.contentItem
+        function onWidthChanged(): void {
+            window.fit();
+        }
+        function onHeightChanged(): void {
+            window.fit();
+        }
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.gap
+        spacing: Theme.gap
+
+        EntryField {
+            id: search
+
+            objectName: "controlSearch"
+            Layout.fillWidth: true
+            placeholderText: window.desk.texts.controlSearch
+            spokenName: placeholderText
+            hint: readOnly ? window.desk.hints.notInLiveMode : window.desk.hints.search
+            readOnly: !window.desk.session.mayTypeText
+            echo: window.entry.searchText
+            onTyped: text => window.desk.plugins.setSearch(window.entry.editorId, text)
+        }
+
+        ControlList {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: count > 0
+            desk: window.desk
+            entry: window.entry
+        }
+
+        NothingFound {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: window.entry.isLoaded && window.entry.entries.length === 0
+            desk: window.desk
+            title: window.desk.texts.noControls
+        }
+    }
+}

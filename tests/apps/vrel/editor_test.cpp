@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QWindow>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "apps/vrel/console_fixture.h"
+
+namespace vrel::app::test {
+namespace {
+
+/// The window of an effect of the zoo that has a control of each kind.
+class EditorWindow : public ConsoleFixture {
+ protected:
+  EditorWindow() { ::setenv("LV2_PATH", VREL_ZOO_PATH, 1); }
+  ~EditorWindow() override {
+    driver.close();
+    ::setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
+  }
+
+  void addEffect(const std::string& name) {
+    driver.click(isOnMaster_ ? "masterRack" : "rack0");
+    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("effectSearch"); }));
+    driver.click("effectSearch");
+    driver.type(name);
+    ASSERT_TRUE(driver.eventually([&] { return driver.value("effect0", "name").toString().toStdString() == name; }));
+    driver.key("Return");
+    ASSERT_TRUE(driver.eventually([this] { return driver.value("openEffect0", "enabled").toBool(); }));
+  }
+
+  void openPanel() {
+    addEffect("Zoo Panel");
+    driver.click("openEffect0");
+    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control0Slider"); }));
+    // It is centred and raised three times.
+    const QWindow* const window = editor();
+    ASSERT_NE(window, nullptr);
+    ASSERT_TRUE(driver.eventually([window] { return window->isActive(); }));
+    ASSERT_TRUE(driver.eventually([this] { return centerings() == 4; }));
+  }
+
+  [[nodiscard]] static QWindow* editor() {
+    for (QWindow* const window : QGuiApplication::topLevelWindows()) {
+      if (window->objectName() == QLatin1String("pluginEditor") && window->isVisible()) {
+        return window;
+      }
+    }
+    return nullptr;
+  }
+
+  [[nodiscard]] static int centerings() {
+    const QWindow* const window = editor();
+    return window == nullptr ? 0 : window->property("centerings").toInt();
+  }
+
+  [[nodiscard]] bool closes() {
+    return driver.eventually([] { return editor() == nullptr; });
+  }
+
+  [[nodiscard]] AudioChannel& owner(Session& session) const {
+    return isOnMaster_ ? *session.engine().masterChannel() : *session.engine().channels()[0];
+  }
+
+  float effectValue(AUParameterAddress address) {
+    return driver.fromLogic<float>([this, address](Session& session) {
+      const auto& nodes = owner(session).effectNodes.get();
+      return nodes.empty() ? -1.0F : nodes.begin()->second->auAudioUnit().parameterValue(address);
+    });
+  }
+
+  /// What a save would write of the effect's first control.
+  float storedLevel() {
+    return driver.fromLogic<float>([](Session& session) {
+      auto& states = session.engine().pluginState();
+      const auto slots = states.captureEffectSlots(*session.engine().channels()[0]);
+      const auto state = states.decodePluginState(slots.at(0).stateBase64).value();
+      const auto& ports = std::get<PropertyListDictionary>(state.at("ports").content);
+      return static_cast<float>(std::get<double>(ports.at("level").content));
+    });
+  }
+
+  [[nodiscard]] bool becomes(AUParameterAddress address, const std::function<bool(float)>& is) {
+    return driver.eventually([&] { return is(effectValue(address)); });
+  }
+  [[nodiscard]] bool becomes(AUParameterAddress address, float value) {
+    return becomes(address, [value](float now) { return now == value; });
+  }
+
+  bool isOnMaster_ = false;  // which plays blocks also while no strip does
+};
+
+TEST_F(EditorWindow, AKnobIsTurnedByPointerAndIsSavedWithTheSong) {
+  openPanel();
+  EXPECT_EQ(editor()->title(), driver.strip(0).name() + QStringLiteral(" - Zoo Panel Editor (Generic)"));
+  EXPECT_EQ(editor()->transientParent(), driver.program().window.quickWindow());
+  driver.onLogic([](Session& session) { session.state().isDirty.set(false); });
+  driver.drag("control0Slider", "control0Slider", {0.9, 0.5}, {0.5, 0.5});
+  EXPECT_TRUE(becomes(2, [](float value) { return value > 2; })) << effectValue(2);
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().isDirty(); }));
+  EXPECT_TRUE(
+      driver.eventually([this] { return driver.value("control0Value", "valueText").toString().toFloat() > 2; }));
+  EXPECT_EQ(storedLevel(), effectValue(2)) << "captured with the song";
+  driver.doubleClick("control0Slider");
+  EXPECT_TRUE(becomes(2, 1.0F)) << "the default";
+}
+
+TEST_F(EditorWindow, AValueIsTypedAndAWrongOneChangesNothing) {
+  openPanel();
+  driver.click("control1Value");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control1ValueField"); }));
+  driver.type("440 hz");
+  driver.key("Return");
+  EXPECT_TRUE(becomes(3, 440.0F));
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("control1Value", "valueText").toString() == "440 Hz"; }));
+  driver.click("control1Value");
+  driver.type("loud");
+  driver.key("Return");
+  driver.click("control2Toggle");
+  EXPECT_TRUE(becomes(4, 0.0F)) << "in order behind the wrong value";
+  EXPECT_EQ(effectValue(3), 440.0F);
+}
+
+TEST_F(EditorWindow, ArrowsStepAndShiftStepsFinely) {
+  openPanel();
+  driver.click("control3Slider");
+  driver.key("Up");
+  EXPECT_TRUE(becomes(5, 5.0F)) << "a whole number";
+  driver.click("control0Slider");
+  driver.key("Right");
+  EXPECT_TRUE(becomes(2, 1.04F)) << effectValue(2);
+  driver.key("shift+Left");
+  EXPECT_TRUE(becomes(2, [](float value) { return value > 1.03F && value < 1.04F; })) << effectValue(2);
+}
+
+TEST_F(EditorWindow, ASearchLeavesWhatItFindsAndHeadingsNameTheGroups) {
+  openPanel();
+  EXPECT_TRUE(driver.isShown("controlHeading"));
+  EXPECT_FALSE(driver.isShown("control7")) << "not for people";
+  driver.click("controlSearch");
+  driver.type("cut");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("control0"); }));
+  EXPECT_TRUE(driver.isShown("control1"));
+  driver.type("zzz");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("nothingFound"); }));
+}
+
+TEST_F(EditorWindow, AChoiceIsMadeByItsWord) {
+  openPanel();
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control4Choice"); }));
+  EXPECT_EQ(driver.value("control4Choice", "displayText").toString(), QStringLiteral("Saw"));
+  driver.click("control4Choice");
+  driver.key("Down");
+  driver.key("Return");
+  EXPECT_TRUE(becomes(6, 2.0F));
+  EXPECT_TRUE(
+      driver.eventually([this] { return driver.value("control4Choice", "displayText").toString() == "Square"; }));
+}
+
+TEST_F(EditorWindow, WhatThePlugInShowsMoves) {
+  isOnMaster_ = true;
+  openPanel();
+  EXPECT_TRUE(driver.eventually([this] { return effectValue(12) == 1000.0F; })) << "after its first block";
+  driver.onLogic([this](Session& session) {
+    owner(session).effectNodes.get().begin()->second->auAudioUnit().setParameterValue(3, 20000);
+  });
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("control10Slider", "shownPosition").toDouble() == 1; }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("control1Slider", "shownPosition").toDouble() == 1; }));
+}
+
+TEST_F(EditorWindow, ASecondPressAndTheRemovalOfTheEffectCloseIt) {
+  openPanel();
+  driver.click("openEffect0");
+  EXPECT_TRUE(closes());
+  driver.click("openEffect0");
+  ASSERT_TRUE(driver.eventually([] { return editor() != nullptr; }));
+  driver.onLogic([](Session& session) {
+    auto& channel = *session.engine().channels()[0];
+    session.engine().effects().removeEffectSlot(channel, channel.effectSlots.get()[0].id);
+  });
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(EditorWindow, ItsOwnButtonClosesItAndTheNextPressOpensIt) {
+  openPanel();
+  editor()->close();
+  EXPECT_TRUE(closes());
+  driver.click("openEffect0");
+  EXPECT_TRUE(driver.eventually([] { return editor() != nullptr; }));
+}
+
+TEST_F(EditorWindow, InLiveModeItOpensAndTheStageKeysReachTheConsole) {
+  addEffect("Zoo Panel");
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  driver.click("openEffect0");
+  ASSERT_TRUE(driver.eventually([] { return editor() != nullptr && editor()->isActive(); }));
+  driver.key("1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); }));
+}
+
+TEST_F(EditorWindow, AnInstrumentsMenuOpensIts) {
+  driver.click("stripInstrument0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("instrumentPanel"); }));
+  driver.type("Zoo Sine");
+  ASSERT_TRUE(
+      driver.eventually([this] { return driver.value("plugin0", "name").toString() == QLatin1String("Zoo Sine"); }));
+  driver.key("Return");
+  ASSERT_TRUE(driver.eventually(
+      [this] { return driver.strip(0).instrument() == window::StripViewModel::Instrument::Present; }));
+  ASSERT_TRUE(driver.eventually([this] { return !driver.session().isLoading(); }));
+  driver.click("stripInstrument0");
+  driver.click(driver.texts().openEffect().toStdString());
+  ASSERT_TRUE(driver.eventually([] { return editor() != nullptr; }));
+  EXPECT_EQ(editor()->title(), driver.strip(0).name() + QStringLiteral(" - Zoo Sine Editor (Generic)"));
+}
+
+TEST_F(EditorWindow, AThousandControlsMakeItemsForWhatIsInSight) {
+  addEffect("Zoo Many");
+  driver.click("openEffect0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control0"); }));
+  EXPECT_EQ(driver.value("controlList", "count").toInt(), 1005);
+  EXPECT_FALSE(driver.isShown("control900"));
+}
+
+}  // namespace
+}  // namespace vrel::app::test
