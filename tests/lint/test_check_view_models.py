@@ -57,6 +57,10 @@ class CheckViewModels(lint_case.LintCase):
     def test_a_tree_where_everything_is_used_passes(self):
         self.assertEqual(self.problems(), [])
 
+    def test_a_property_of_an_item_that_may_be_gone_is_read(self):
+        self.write(f"{WINDOW}/qml/Strip.qml", STRIP.replace("entry.name", "entry?.name ?? \"\""))
+        self.assertEqual(self.problems(), [])
+
     def test_a_property_that_no_file_reads_fails(self):
         self.write(f"{WINDOW}/qml/Strip.qml", STRIP.replace("entry.status", "true"))
         self.assert_reported(self.problems(), "view_models.h:7", "StripViewModel.status")

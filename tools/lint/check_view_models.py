@@ -61,7 +61,7 @@ def check_tree(root: pathlib.Path) -> list[str]:
             for declaration in (QML_PROPERTY, QML_PARAMETER):
                 names |= set(re.findall(declaration.format(type=name), qml))
             for holder in names:
-                used |= set(re.findall(rf"\b{holder}\.(\w+)", qml))
+                used |= set(re.findall(rf"\b{holder}\??\.(\w+)", qml))
         for item in items:
             used |= set(re.findall(rf"\b{name}::(\w+)Changed\b", item))
         problems += [f"{place}: {name}.{unused} is used by no QML file and no item"
