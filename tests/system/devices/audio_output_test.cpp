@@ -28,19 +28,23 @@ TEST(AudioOutput, ASineArrivesAtThePlaybackSideSampleForSample) {
   SystemAudioOutput output(stage.hardware, stage.loop, {});
   EXPECT_EQ(output.sampleRate(), 48000);
   EXPECT_EQ(output.blockFrames(), 128U);
-  Recorder recorder(stage.server.name(), frames);
+  Recorder recorder(stage.server.name(), 10 * frames);  // a busy machine may take a while to start
   ASSERT_FALSE(output.start(stage.renderer));
   EXPECT_TRUE(output.isRunning());
   EXPECT_TRUE(output.isRealTime());
-  ASSERT_TRUE(eventually([&] { return recorder.recorded() == frames; }));
+  std::size_t end = 0;
+  ASSERT_TRUE(eventually([&] {
+    end = recorder.recorded();
+    return end > 0 && recorder.channel(1)[end - 1] >= static_cast<float>(frames);
+  }));
   output.stop();
 
   // Two links are made one after the other, and the sound fades in: from there on all must be there.
   constexpr std::size_t fadeIn = audio::SoftEdges::edgeFrames;
   const std::size_t start = firstFrame(recorder) + fadeIn;
-  ASSERT_LT(start, frames / 2);
+  ASSERT_LT(start + frames / 2, end);
   const auto number = static_cast<std::uint32_t>(recorder.channel(1)[start]);
-  for (std::size_t index = start; index < frames; ++index) {
+  for (std::size_t index = start; index < end; ++index) {
     const auto frame = number + static_cast<std::uint32_t>(index - start);
     ASSERT_EQ(recorder.channel(1)[index], static_cast<float>(frame)) << "a gap at " << index;
     ASSERT_EQ(recorder.channel(0)[index], SineRenderer::sample(frame)) << "at " << index;
