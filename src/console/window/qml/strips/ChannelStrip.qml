@@ -134,8 +134,10 @@ FocusArea {
                 entry: strip.entry
             }
 
+            // What is left is the fader's.
             StripSource {
                 Layout.fillWidth: true
+                Layout.fillHeight: false
                 visible: strip.showsSetup
                 desk: strip.desk
                 entry: strip.entry

@@ -22,8 +22,9 @@ ColumnLayout {
 
     CrashButtons {
         Layout.fillWidth: true
-        Layout.preferredHeight: Theme.isLive ? 36 : 32
-        Layout.minimumHeight: Theme.isLive ? 36 : 32
+        Layout.fillHeight: false
+        Layout.preferredHeight: 38
+        Layout.minimumHeight: 38
         desk: source.desk
         entry: source.entry
     }
