@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
@@ -120,9 +121,19 @@ class Layout : public ConsoleFixture {
   void look(const std::string& name) {
     int looks = 0;
     driver.eventually([&] { return ++looks > longAtRest && driver.value("loadingModal", "opacity").toDouble() == 0; });
+    keep(name);
+  }
+
+  void keep(const std::string& name) {
     if (const char* const folder = std::getenv("VREL_SCREENSHOTS")) {
       EXPECT_TRUE(window().grabWindow().save(QString::fromStdString(std::string(folder) + "/" + name + ".png")));
     }
+  }
+
+  [[nodiscard]] bool hasMenu() {
+    const auto layers = window().contentItem()->childItems();
+    return std::any_of(layers.begin(), layers.end(),
+                       [](const QQuickItem* layer) { return layer->inherits("QQuickOverlay") && layer->isVisible(); });
   }
 
   /// Where an item is in the window, pixels; empty when it cannot be seen whole.
@@ -179,6 +190,14 @@ TEST_F(Layout, InEditModeSevenStripsTheMasterSixSongsAndFourLinesOfNotesAreInSig
       expectRoomForAll(*window().contentItem());
     }
   }
+}
+
+TEST_F(Layout, TheFaderHasTheHeightThatAStripHasLeft) {
+  resize(1280, 800);
+  const auto height = [this](const char* name) { return place(name).height() / scale(); };
+  ASSERT_TRUE(driver.eventually([&] { return height("crash0") > 0; }));
+  EXPECT_LE(height("crash0"), 40);
+  EXPECT_GE(height("fader0"), 200);
 }
 
 TEST_F(Layout, InLiveModeSevenStripsTheMasterSixSongsAndSixLinesOfNotesAreInSight) {
@@ -255,6 +274,55 @@ TEST_F(Layout, PanelsHaveRoomOnEveryScreen) {
         ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(panel.name); }));
       }
     }
+  }
+}
+
+TEST_F(Layout, MenusQuestionsTheModalAndTheFoldedKeyboardHaveRoomInEveryLanguage) {
+  addSongs();
+  setStrips(11);
+  for (const Language language : allLanguages) {
+    speak(language);
+    const QSize size = sizes[static_cast<std::size_t>(language) % 3];
+    resize(size.width(), size.height());
+    const auto expectRoom = [&](const std::string& what, const QQuickItem& item) {
+      const std::string name = what + "-" + std::string(code(language));
+      SCOPED_TRACE(name);
+      expectRoomForAll(item);
+      keep(name);
+    };
+    const QQuickItem& all = *window().contentItem();
+    constexpr int menus = 7;
+    for (int menu = 0; menu < menus; ++menu) {
+      driver.click("menu" + std::to_string(menu));
+      ASSERT_TRUE(driver.eventually([this] { return hasMenu(); })) << menu;
+      expectRoom("menu-" + std::to_string(menu), all);
+      driver.key("Escape");
+      ASSERT_TRUE(driver.eventually([this] { return !hasMenu(); })) << menu;
+    }
+    for (const auto& [item, line] : {std::pair("stripNumber0", "stripMenuLeft"), {"songName1", "songMenuUp"}}) {
+      driver.rightClick(item);
+      ASSERT_TRUE(driver.eventually([&, wanted = line] { return driver.isShown(wanted); })) << line;
+      expectRoom(line, all);
+      driver.key("Escape");
+      ASSERT_TRUE(driver.eventually([this] { return !hasMenu(); })) << line;
+    }
+    driver.click("foldKeyboard");
+    ASSERT_TRUE(driver.eventually([this] { return driver.session().isKeyboardFolded(); }));
+    expectRoom("folded", all);
+    driver.click("foldKeyboard");
+    ASSERT_TRUE(driver.eventually([this] { return !driver.session().isKeyboardFolded(); }));
+    window().close();
+    ASSERT_TRUE(driver.eventually([this] { return driver.value("alertBox", "opacity").toDouble() == 1; }));
+    expectRoom("question", *driver.find("alertBox"));
+    driver.key("Escape");
+    ASSERT_TRUE(driver.eventually([this] { return !alertIsShown(); }));
+    driver.onLogic([language](Session& session) {
+      session.state().beginLoadingSession(12, std::string(text(TextKey::loadingAudioUnits, language)));
+    });
+    ASSERT_TRUE(driver.eventually([this] { return driver.value("loadingModal", "opacity").toDouble() == 1; }));
+    expectRoom("loading", *driver.find("loadingModal"));
+    driver.onLogic([](Session& session) { session.state().finishLoadingSession(); });
+    ASSERT_TRUE(driver.eventually([this] { return !driver.session().isLoading(); }));
   }
 }
 
