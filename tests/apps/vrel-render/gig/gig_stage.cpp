@@ -174,7 +174,8 @@ void GigStage::finishSwitch() {
 
 void GigStage::settle() {
   finishSwitch();
-  while (!isPoolIdle() || engine_->visualEngine().pendingLoads() > 0 || supervisor_->processCount() != heldPlugins()) {
+  while (!isPoolIdle() || engine_->visualEngine().pendingLoads() > 0 ||
+         supervisor_->processCount() != heldPlugins() + supervisor_->parkedCount()) {
     wait(0.001);
   }
 }
