@@ -55,6 +55,7 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
 
 void Lv2Processor::shareControls(ControlTable& shared) {
   plugin_->ports().useTable(shared);
+  plugin_->ports().forgetControlChanges();  // those of the plug-in that had the memory before
   plugin_->ports().showControls();
   controls_ = &shared;
   ownControls_.reset();

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "system/plugins/control_table.h"
+#include "system/plugins/lv2/lv2_processor.h"
 #include "system/plugins/lv2/lv2_stage.h"
 
 namespace vrel::lv2 {
@@ -163,6 +164,18 @@ TEST(Controls, AChangeOutlivesTheMoveToAnotherRate) {
   unit->auAudioUnit().setParameterValue(2, 2);
   EXPECT_EQ(player.block(64, {std::vector<float>(64, 0.5F)}).left, std::vector<float>(64, 1.0F));
   EXPECT_EQ(unit->auAudioUnit().parameterValue(2), 2.0F);
+}
+
+TEST(Controls, WhatWaitsInMemoryThatAnEarlierPlugInHadMovesNothing) {
+  const Stage stage;
+  const auto unit = stage.make("urn:vrel:zoo:panel").unit;
+  const auto processor = std::dynamic_pointer_cast<Lv2Processor>(dynamic_cast<audio::GraphNode&>(*unit).processor());
+  ControlTable shared{};
+  control_table::want(shared, 2, 3);
+  processor->shareControls(shared);
+  EXPECT_EQ(unit->auAudioUnit().parameterValue(2), 1.0F);
+  Player player(unit);
+  EXPECT_EQ(player.block(64, {std::vector<float>(64, 0.5F)}).left, std::vector<float>(64, 0.5F));
 }
 
 TEST(Controls, APlugInOfAThousandControlsIsReadAndSetToTheLastOne) {
