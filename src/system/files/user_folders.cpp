@@ -36,4 +36,9 @@ fs::path userCopiesFolder() {
   return inStateFolder("copies");
 }
 
+fs::path userPeaksFolder() {
+  const auto folder = userFolder("XDG_CACHE_HOME", ".cache");
+  return folder.empty() ? fs::path() : folder / "vrel" / "peaks";
+}
+
 }  // namespace vrel::system

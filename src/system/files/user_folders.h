@@ -19,4 +19,7 @@ namespace vrel::system {
 /// "vrel/copies" in the user's state folder.
 [[nodiscard]] std::filesystem::path userCopiesFolder();
 
+/// "vrel/peaks" in the user's cache folder.
+[[nodiscard]] std::filesystem::path userPeaksFolder();
+
 }  // namespace vrel::system

@@ -14,10 +14,11 @@ namespace {
 /// The environment as it is for one test.
 class UserFolders : public testing::Test {
  protected:
-  UserFolders() : home_(valueOf("HOME")), state_(valueOf("XDG_STATE_HOME")) {}
+  UserFolders() : home_(valueOf("HOME")), state_(valueOf("XDG_STATE_HOME")), cache_(valueOf("XDG_CACHE_HOME")) {}
   ~UserFolders() override {
     set("HOME", home_);
     set("XDG_STATE_HOME", state_);
+    set("XDG_CACHE_HOME", cache_);
   }
 
   static void set(const char* name, const std::optional<std::string>& value) {
@@ -32,6 +33,7 @@ class UserFolders : public testing::Test {
 
   std::optional<std::string> home_;
   std::optional<std::string> state_;
+  std::optional<std::string> cache_;
 };
 
 TEST_F(UserFolders, AreWhereTheEnvironmentSays) {
@@ -39,6 +41,10 @@ TEST_F(UserFolders, AreWhereTheEnvironmentSays) {
   set("XDG_STATE_HOME", "/var/mine");
   EXPECT_EQ(userCopiesFolder(), "/var/mine/vrel/copies");
   EXPECT_EQ(userRecentFilesPath(), "/var/mine/vrel/recent_setlists.json");
+  set("XDG_CACHE_HOME", "/var/cache/mine");
+  EXPECT_EQ(userPeaksFolder(), "/var/cache/mine/vrel/peaks");
+  set("XDG_CACHE_HOME", std::nullopt);
+  EXPECT_EQ(userPeaksFolder(), "/home/me/music/.cache/vrel/peaks");
 }
 
 TEST_F(UserFolders, AreInTheHomeWithoutAWordOrWithARelativeOne) {
