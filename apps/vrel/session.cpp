@@ -28,8 +28,8 @@ Session::Session(system::MainLoop& loop, UiThread& window)
       state_({defaults_, platform_.components(), loop, console_, files_}, system::userRecentFilesPath()),
       engine_(AudioEngine::make(platform_.platform())),
       desktop_(loop, window),
-      content_(
-          {state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder()}),
+      content_({state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder(),
+                editorMedia()}),
       meterReadings_(
           *engine_, loop,
           [this](const AudioChannel& channel) {
@@ -61,6 +61,13 @@ Session::Session(system::MainLoop& loop, UiThread& window)
 }
 
 Session::~Session() = default;
+
+EditorMedia Session::editorMedia() {
+  EditorMedia media = platform_.editorMedia();
+  media.cacheFiles = &cacheFiles_;
+  media.cacheFolder = system::userPeaksFolder();
+  return media;
+}
 
 void Session::start() {
   app_.contentDidAppear();

@@ -75,6 +75,8 @@ class Session {
     system::StandardOutput output_;
   };
 
+  [[nodiscard]] EditorMedia editorMedia();
+
   /// Drops the work that is left on the queue when everything that posts is gone. It may hold plug-ins, which still log
   /// as they end.
   struct UnrunWork {
@@ -93,6 +95,7 @@ class Session {
   system::SystemClock clock_;
   system::FileCalls fileCalls_;
   system::PosixFileManager files_{fileCalls_};
+  system::PosixFileManager cacheFiles_{fileCalls_};  // a thread's of the editors
   system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
   SystemPlatform platform_;
   AppState state_;

@@ -29,7 +29,9 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
       midi_(system::makeMidiBackends(settings.jackServerName)),
       output_(std::make_shared<system::SystemAudioOutput>(hardware_, mainQueue, log())),
       clips_(clock),
-      nodes_(output_, renderCounters_, files_),
+      preview_(std::make_shared<audio::PreviewBus>(
+          audio::PreviewBus::Collaborators{output_, *files_, queues_, files_, renderCounters_})),
+      nodes_(preview_, renderCounters_, files_),
       lv2Units_(world_, hostSettings(*output_, log(), pluginCounters_)),
       sandbox_(makeSandbox(settings)),
       rateFollowed_(output_->sampleRateChanged.connect([this](double framesPerSecond) {
@@ -78,6 +80,10 @@ EnginePlatform SystemPlatform::platform() {
   AudioUnitFactory& units = sandbox_ ? static_cast<AudioUnitFactory&>(*sandbox_) : lv2Units_;
   return {nodes_,   units,      mainQueue_, queues_,      clock_,  propertyLists_,
           console_, &hardware_, &midi_,     files_.get(), &clips_, true};
+}
+
+EditorMedia SystemPlatform::editorMedia() {
+  return {.files = files_.get(), .players = preview_.get(), .queues = &queues_};
 }
 
 void SystemPlatform::setDeathHandler(sandbox::SandboxingUnitFactory::DeathHandler handler) {

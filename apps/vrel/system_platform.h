@@ -6,7 +6,9 @@
 #include <memory>
 #include <string>
 
+#include "console/editor_media.h"
 #include "engine/engine_platform.h"
+#include "system/audio/preview_bus.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
 #include "system/devices/system_audio_hardware.h"
@@ -46,6 +48,8 @@ class SystemPlatform {
 
   /// What the engine asks of the machine; valid for as long as this lives.
   [[nodiscard]] EnginePlatform platform();
+  /// What the editors read and play sound files with, without a cache.
+  [[nodiscard]] EditorMedia editorMedia();
   [[nodiscard]] AVAudioUnitComponentManager& components() { return *world_; }
 
   /// Called on the main thread when the process of a plug-in has ended by itself.
@@ -74,6 +78,7 @@ class SystemPlatform {
   std::shared_ptr<PluginCounters> pluginCounters_ = std::make_shared<PluginCounters>();
   std::shared_ptr<system::AudioFiles> files_ = std::make_shared<system::AudioFiles>();
   system::ClipFactory clips_;
+  std::shared_ptr<audio::PreviewBus> preview_;
   audio::RenderNodeFactory nodes_;
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::Lv2UnitFactory lv2Units_;

@@ -79,6 +79,10 @@ QStringList filtersFor(FileType type) {
   if (type == FileType::movie) {
     return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv"), QStringLiteral("*")};
   }
+  if (type == FileType::audio) {
+    return {QStringLiteral("*.wav *.flac *.ogg *.oga *.opus *.mp3 *.aif *.aiff *.m4a *.aac *.caf *.w64"),
+            QStringLiteral("*")};
+  }
   return {QStringLiteral("Vrel (*.vrel)"), QStringLiteral("* (*)")};
 }
 

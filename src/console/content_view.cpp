@@ -24,6 +24,8 @@ ContentView::ContentView(const Collaborators& collaborators)
       songList_(appState_, audioEngine_, songSwitch_, selection_),
       channelOperations_(appState_, audioEngine_, builder_, selection_),
       instrumentSelector_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
+      trackEditor_({appState_, audioEngine_, collaborators.mainQueue, collaborators.clock, collaborators.desktop,
+                    selection_, instrumentSelector_, collaborators.media}),
       effectRack_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
       editHistory_({appState_, audioEngine_, builder_, selection_, collaborators.clock, songSwitch_, songList_,
                     instrumentSelector_}),
@@ -41,6 +43,7 @@ ContentView::ContentView(const Collaborators& collaborators)
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   songSwitch_.amendRecord = channelOperations_.amendRecord =
       [this](const AudioChannel& channel, ChannelConfig& record) { instrumentSelector_.amendRecord(channel, record); };
+  instrumentSelector_.editTrack = [this](const AudioChannel& channel) { trackEditor_.open(channel); };
   observeMenus();
 }
 

@@ -8,6 +8,7 @@
 #include "console/channel_operations.h"
 #include "console/dropped_files.h"
 #include "console/edit_history.h"
+#include "console/editor_media.h"
 #include "console/editor_panels.h"
 #include "console/effect_rack.h"
 #include "console/instrument_reload.h"
@@ -19,6 +20,7 @@
 #include "console/setlist_files.h"
 #include "console/song_list.h"
 #include "console/strip_controls.h"
+#include "console/track_editor.h"
 #include "engine/plugin_editors.h"
 #include "foundation/uuid.h"
 #include "performance/channel_builder.h"
@@ -55,6 +57,7 @@ class ContentView {
     FileManager& files;
     NSNotificationCenter& notifications;
     std::filesystem::path copiesDirectory;  // of setlists that a save replaces
+    EditorMedia media{};
   };
 
   /// All are borrowed and outlive this.
@@ -71,6 +74,7 @@ class ContentView {
   [[nodiscard]] SongList& songList() { return songList_; }
   [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
   [[nodiscard]] InstrumentSelector& instrumentSelector() { return instrumentSelector_; }
+  [[nodiscard]] TrackEditor& trackEditor() { return trackEditor_; }
   [[nodiscard]] EffectRack& effectRack() { return effectRack_; }
   [[nodiscard]] EditorPanels& editorPanels() { return editorPanels_; }
   [[nodiscard]] PluginEditors& pluginEditors() { return pluginEditors_; }
@@ -114,6 +118,7 @@ class ContentView {
   SongList songList_;
   ChannelOperations channelOperations_;
   InstrumentSelector instrumentSelector_;
+  TrackEditor trackEditor_;
   EffectRack effectRack_;
   EditHistory editHistory_;
   LearnedControls learnedControls_;

@@ -300,8 +300,10 @@ std::shared_ptr<AudioChannel> InstrumentSelector::takeForInternalSource() {
 }
 
 void InstrumentSelector::pickPlayback() {
-  if (const auto target = takeForInternalSource()) {
-    turnToPlayback(*target);
+  const auto target = channel();
+  if (target != nullptr && LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state_)) {
+    cancel();
+    editTrack(*target);
   }
 }
 

@@ -76,9 +76,14 @@ class InstrumentSelector {
   /// that fails or is no longer installed, the strip plays its own, and its status is `loadFailed`.
   void pick(const std::string& key);
 
-  /// Both empty the strip and make it one of that kind, with no file or clip yet.
+  /// Closes as `cancel` does, and opens the editor of tracks for the strip.
   void pickPlayback();
+
+  /// Empties the strip and makes it one that shows clips, with none yet.
   void pickVisual();
+
+  /// Opens the editor of tracks. Set once.
+  std::function<void(const AudioChannel&)> editTrack;
 
   /// Empties the strip; nothing for one that is empty.
   void removeInstrument(AudioChannel& channel);

@@ -191,14 +191,20 @@ TEST_F(Selector, ANewScanIsListedAtOnce) {
   EXPECT_EQ(selector().groups().size(), 1U);
 }
 
-TEST_F(Selector, TheInternalSourcesTurnTheStripIntoOneOfTheirKind) {
+TEST_F(Selector, ThePlayerOpensItsEditorAndLeavesTheStripToIt) {
   pickAndLoad(0, pianoKey);
   selector().open(strip(0));
+  selector().tryOut(organKey);
+  answerAll();
   selector().pickPlayback();
+  answerAll();
   EXPECT_FALSE(isOpen());
-  EXPECT_EQ(strip(0).pluginPath.get(), pathPlayback);
-  EXPECT_EQ(strip(0).pluginName.get(), "Vrel Player");
-  EXPECT_EQ(strip(0).instrumentNode.get(), nullptr);
+  ASSERT_NE(content.trackEditor().channel(), nullptr);
+  EXPECT_EQ(strip(0).pluginPath.get(), pianoKey) << "its own, after the trial";
+}
+
+TEST_F(Selector, AVisualPickTurnsTheStripIntoOneOfItsKind) {
+  pickAndLoad(0, pianoKey);
   selector().open(strip(0));
   selector().pickVisual();
   EXPECT_EQ(strip(0).pluginPath.get(), pathVisual);

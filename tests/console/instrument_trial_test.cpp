@@ -57,8 +57,7 @@ TEST_F(Trial, CancellingATrialOnAnEmptyStripEmptiesItAgain) {
 }
 
 TEST_F(Trial, CancellingATrialBringsAPlayerAndClipsBack) {
-  selector().open(strip(0));
-  selector().pickPlayback();
+  selector().put(engine->channels()[0], record("", std::string(pathPlayback)));
   selector().open(strip(1));
   selector().pickVisual();
   strip(1).visualClipMappings.set({VisualClipMapping{.note = 61, .filePath = "/a.mp4"}});

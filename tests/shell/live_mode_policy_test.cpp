@@ -212,7 +212,7 @@ class LiveModePolicyTable : public ShellStage {
       default:
         selector.open(channel);
         selector.pickPlayback();
-        return channel.pluginPath.get() == pathPlayback;
+        return content.trackEditor().channel() != nullptr;
     }
   }
 

@@ -58,7 +58,8 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       alert_(source, mirror_ids::alert),
       menuBar_(source, mirror_ids::menuBar),
       panels_(source, content),
-      editors_(source, content) {
+      editors_(source, content),
+      track_(source, content) {
   mirrorSession();
   mirrorPerformance();
   mirrorPolicy();
@@ -368,6 +369,8 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
       channel.pluginPath, channel.pluginName, channel.status, state.language);
   view.derive(
       View::hasInstrumentKey, [&] { return !channel.pluginPath.get().empty(); }, channel.pluginPath);
+  view.derive(
+      View::isPlaybackKey, [&] { return channel.pluginKind() == PluginPathKind::playback; }, channel.pluginPath);
   view.derive(
       View::effectCountKey, [&] { return EffectRack::occupiedSlots(channel).size(); }, channel.effectSlots);
   view.derive(

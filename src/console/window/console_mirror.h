@@ -16,6 +16,7 @@
 #include "console/window/mirror_source.h"
 #include "console/window/panels_mirror.h"
 #include "console/window/texts_view_model.h"
+#include "console/window/track_mirror.h"
 #include "console/window/view_models.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
@@ -93,6 +94,7 @@ class ConsoleMirror {
   MirrorPublisher<MenuBarViewModel> menuBar_;
   PanelsMirror panels_;
   EditorsMirror editors_;
+  TrackMirror track_;
   std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;

@@ -17,6 +17,8 @@
 #include "console/window/performance_board.h"
 #include "console/window/strip_commands.h"
 #include "console/window/texts_view_model.h"
+#include "console/window/track_commands.h"
+#include "console/window/track_view_model.h"
 #include "console/window/view_models.h"
 
 namespace vrel::window {
@@ -35,6 +37,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::HintsViewModel* hints READ hints CONSTANT FINAL)
   Q_PROPERTY(vrel::window::SelectorViewModel* selector READ selector CONSTANT FINAL)
   Q_PROPERTY(vrel::window::RackViewModel* rack READ rack CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::TrackViewModel* track READ track CONSTANT FINAL)
   Q_PROPERTY(vrel::window::LearnedControlsViewModel* learned READ learned CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MenuBarViewModel* menuBar READ menuBar CONSTANT FINAL)
@@ -48,6 +51,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
   Q_PROPERTY(vrel::window::StripCommands* controls READ controls CONSTANT FINAL)
   Q_PROPERTY(vrel::window::EditorCommands* plugins READ plugins CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::TrackCommands* trackCommands READ trackCommands CONSTANT FINAL)
 
  public:
   explicit ConsoleModel(ConsoleCommands::Post post, QObject* parent = nullptr)
@@ -57,6 +61,7 @@ class ConsoleModel : public QObject {
     store_.adopt(mirror_ids::texts, texts_);
     store_.adopt(mirror_ids::selector, selector_);
     store_.adopt(mirror_ids::rack, rack_);
+    store_.adopt(mirror_ids::track, track_);
     store_.adopt(mirror_ids::learned, learned_);
     store_.adopt(mirror_ids::alert, alert_);
     store_.adopt(mirror_ids::menuBar, menuBar_);
@@ -68,6 +73,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] HintsViewModel* hints() { return &hints_; }
   [[nodiscard]] SelectorViewModel* selector() { return &selector_; }
   [[nodiscard]] RackViewModel* rack() { return &rack_; }
+  [[nodiscard]] TrackViewModel* track() { return &track_; }
   [[nodiscard]] LearnedControlsViewModel* learned() { return &learned_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
   [[nodiscard]] MenuBarViewModel* menuBar() { return &menuBar_; }
@@ -85,6 +91,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] ConsoleCommands* commands() { return &commands_; }
   [[nodiscard]] StripCommands* controls() { return &controls_; }
   [[nodiscard]] EditorCommands* plugins() { return &plugins_; }
+  [[nodiscard]] TrackCommands* trackCommands() { return &trackCommands_; }
 
   /// Shows what the logic has sent.
   void apply(const MirrorBatch& batch) { store_.apply(batch); }
@@ -99,6 +106,7 @@ class ConsoleModel : public QObject {
   HintsViewModel hints_{texts_};
   SelectorViewModel selector_;
   RackViewModel rack_;
+  TrackViewModel track_;
   LearnedControlsViewModel learned_;
   AlertViewModel alert_;
   MenuBarViewModel menuBar_;
@@ -109,6 +117,7 @@ class ConsoleModel : public QObject {
   ConsoleCommands commands_;
   StripCommands controls_{commands_};
   EditorCommands plugins_{commands_};
+  TrackCommands trackCommands_{commands_};
 };
 
 }  // namespace vrel::window

@@ -133,6 +133,7 @@ class StripViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(vrel::window::StripViewModel::Instrument, instrument)
   VREL_SHOWN(QString, instrumentText)
   VREL_SHOWN(bool, hasInstrument)
+  VREL_SHOWN(bool, isPlayback)  // of a sound file
   VREL_SHOWN(int, effectCount)
   VREL_SHOWN(bool, hasFailedEffect)
   VREL_SHOWN(bool, isPlaying)

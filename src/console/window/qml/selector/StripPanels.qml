@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The panels that belong to one strip or to the master, over the column of the setlist.
+// The panels that belong to one strip or to the master, over the column of the setlist or over the strips.
 import QtQuick
 import Vrel.Console
 
@@ -14,6 +14,8 @@ Item {
     function dismiss(): bool {
         if (instruments.isOpen)
             instruments.closed();
+        else if (track.isOpen)
+            track.closed();
         else if (learned.isOpen)
             learned.closed();
         else if (rack.isOpen)
@@ -38,6 +40,17 @@ Item {
         x: 3
         width: place.column
         height: place.height - Theme.gap
+        desk: place.desk
+    }
+
+    // Over the strips: the keyboard above them stays free.
+    TrackPanel {
+        id: track
+
+        x: place.column + 7
+        y: place.height - height - Theme.gap
+        width: place.width - x - 3
+        height: Math.min(440, place.height - Theme.gap)
         desk: place.desk
     }
 

@@ -46,9 +46,14 @@ PushButton {
         PopupEntry {
             objectName: "openInstrument"
             text: button.desk.texts.openEffect
-            hint: button.desk.hints.instrumentWindow
-            enabled: button.entry.instrument === StripViewModel.Present
-            onTriggered: button.desk.plugins.toggleInstrument(button.entry.channelId)
+            hint: button.entry.isPlayback ? button.desk.hints.editTrack : button.desk.hints.instrumentWindow
+            enabled: button.entry.isPlayback || button.entry.instrument === StripViewModel.Present
+            onTriggered: {
+                if (button.entry.isPlayback)
+                    button.desk.trackCommands.open(button.entry.channelId);
+                else
+                    button.desk.plugins.toggleInstrument(button.entry.channelId);
+            }
         }
         PopupEntry {
             objectName: "changeInstrument"
