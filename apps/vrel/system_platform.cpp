@@ -83,7 +83,7 @@ EnginePlatform SystemPlatform::platform() {
 }
 
 EditorMedia SystemPlatform::editorMedia() {
-  return {.files = files_.get(), .players = preview_.get(), .queues = &queues_};
+  return {.files = files_.get(), .players = preview_.get(), .queues = &queues_, .videos = &clips_};
 }
 
 void SystemPlatform::setDeathHandler(sandbox::SandboxingUnitFactory::DeathHandler handler) {

@@ -26,6 +26,8 @@ ContentView::ContentView(const Collaborators& collaborators)
       instrumentSelector_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
       trackEditor_({appState_, audioEngine_, collaborators.mainQueue, collaborators.clock, collaborators.desktop,
                     selection_, instrumentSelector_, collaborators.media}),
+      clipEditor_({appState_, audioEngine_, collaborators.mainQueue, collaborators.desktop, selection_,
+                   collaborators.media.videos}),
       effectRack_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
       editHistory_({appState_, audioEngine_, builder_, selection_, collaborators.clock, songSwitch_, songList_,
                     instrumentSelector_}),
@@ -43,7 +45,18 @@ ContentView::ContentView(const Collaborators& collaborators)
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   songSwitch_.amendRecord = channelOperations_.amendRecord =
       [this](const AudioChannel& channel, ChannelConfig& record) { instrumentSelector_.amendRecord(channel, record); };
+  oneEditor_.push_back(trackEditor_.channelId.changed.connect([this](const auto& id) {
+    if (id) {
+      clipEditor_.cancel();
+    }
+  }));
+  oneEditor_.push_back(clipEditor_.channelId.changed.connect([this](const auto& id) {
+    if (id) {
+      trackEditor_.cancel();
+    }
+  }));
   instrumentSelector_.editTrack = [this](const AudioChannel& channel) { trackEditor_.open(channel); };
+  instrumentSelector_.editClips = [this](const AudioChannel& channel) { clipEditor_.open(channel); };
   observeMenus();
 }
 

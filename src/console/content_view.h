@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "console/channel_operations.h"
+#include "console/clip_editor.h"
 #include "console/dropped_files.h"
 #include "console/edit_history.h"
 #include "console/editor_media.h"
@@ -74,6 +75,7 @@ class ContentView {
   [[nodiscard]] SongList& songList() { return songList_; }
   [[nodiscard]] ChannelOperations& channelOperations() { return channelOperations_; }
   [[nodiscard]] InstrumentSelector& instrumentSelector() { return instrumentSelector_; }
+  [[nodiscard]] ClipEditor& clipEditor() { return clipEditor_; }
   [[nodiscard]] TrackEditor& trackEditor() { return trackEditor_; }
   [[nodiscard]] EffectRack& effectRack() { return effectRack_; }
   [[nodiscard]] EditorPanels& editorPanels() { return editorPanels_; }
@@ -119,6 +121,7 @@ class ContentView {
   ChannelOperations channelOperations_;
   InstrumentSelector instrumentSelector_;
   TrackEditor trackEditor_;
+  ClipEditor clipEditor_;
   EffectRack effectRack_;
   EditHistory editHistory_;
   LearnedControls learnedControls_;
@@ -131,6 +134,7 @@ class ContentView {
   EditorPanels editorPanels_;
   PluginEditors pluginEditors_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;
+  std::vector<std::shared_ptr<void>> oneEditor_;  // of tracks and clips at a time: they lie in the same place
 };
 
 }  // namespace vrel

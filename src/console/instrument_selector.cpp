@@ -288,29 +288,20 @@ void InstrumentSelector::turnToPlayback(AudioChannel& channel) {
   engine_.applyMixerLevels();
 }
 
-std::shared_ptr<AudioChannel> InstrumentSelector::takeForInternalSource() {
-  auto target = LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state_) ? channel() : nullptr;
-  if (target != nullptr) {
-    dropTrial();
-    close();
-    silenceInstrument(target->instrumentNode.get());
-    state_.markEdited();
-  }
-  return target;
-}
-
-void InstrumentSelector::pickPlayback() {
+void InstrumentSelector::pickInternalSource(const std::function<void(const AudioChannel&)>& edit) {
   const auto target = channel();
   if (target != nullptr && LiveModePolicy::isAllowed(LiveModeAction::chooseInternalSource, state_)) {
     cancel();
-    editTrack(*target);
+    edit(*target);
   }
 }
 
+void InstrumentSelector::pickPlayback() {
+  pickInternalSource(editTrack);
+}
+
 void InstrumentSelector::pickVisual() {
-  if (const auto target = takeForInternalSource()) {
-    engine_.instruments().loadVisualInstrument(*target, {}, nullptr);
-  }
+  pickInternalSource(editClips);
 }
 
 void InstrumentSelector::removeInstrument(AudioChannel& channel) {

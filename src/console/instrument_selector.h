@@ -76,14 +76,13 @@ class InstrumentSelector {
   /// that fails or is no longer installed, the strip plays its own, and its status is `loadFailed`.
   void pick(const std::string& key);
 
-  /// Closes as `cancel` does, and opens the editor of tracks for the strip.
+  /// Both close as `cancel` does, and open the editor of tracks or of clips for the strip.
   void pickPlayback();
-
-  /// Empties the strip and makes it one that shows clips, with none yet.
   void pickVisual();
 
-  /// Opens the editor of tracks. Set once.
+  /// Open these editors. Set once.
   std::function<void(const AudioChannel&)> editTrack;
+  std::function<void(const AudioChannel&)> editClips;
 
   /// Empties the strip; nothing for one that is empty.
   void removeInstrument(AudioChannel& channel);
@@ -115,7 +114,7 @@ class InstrumentSelector {
   void load(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
             const std::optional<ChannelConfig>& own);
   void turnToPlayback(AudioChannel& channel);
-  [[nodiscard]] std::shared_ptr<AudioChannel> takeForInternalSource();
+  void pickInternalSource(const std::function<void(const AudioChannel&)>& edit);
   void closeForStripThatIsGone();
 
   AppState& state_;

@@ -80,11 +80,25 @@ class AVPlayerLooper {
   virtual ~AVPlayerLooper() = default;
 };
 
+/// What a list shows of a clip.
+struct ClipSummary {
+  bool isPlayable = false;
+  double seconds = 0;  // as its file says; 0 where that is unknown
+  // Its first picture, small: RGBA, row by row from the top left. Empty for what cannot be played.
+  std::size_t width = 0;
+  std::size_t height = 0;
+  std::vector<std::uint8_t> pixels;
+
+  bool operator==(const ClipSummary&) const = default;
+};
+
 /// Makes all of these. Any thread.
 class VideoFactory {
  public:
   virtual ~VideoFactory() = default;
   [[nodiscard]] virtual bool fileExistsAtPath(const std::string& path) = 0;
+  /// Looks into a file. The completion is called once, on any thread, unless the program ends.
+  virtual void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) = 0;
   [[nodiscard]] virtual std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) = 0;
   [[nodiscard]] virtual std::shared_ptr<AVPlayerItem> makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) = 0;
   [[nodiscard]] virtual std::shared_ptr<AVQueuePlayer> makeQueuePlayer() = 0;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <set>
@@ -74,6 +75,12 @@ class SimulatedQueuePlayer : public AVQueuePlayer {
 class SimulatedVideos : public VideoFactory {
  public:
   bool fileExistsAtPath(const std::string& path) override { return paths.count(path) > 0; }
+  void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) override {
+    summarised.push_back(path);
+    const bool isPlayable = paths.count(path) > 0;
+    completion({isPlayable, isPlayable ? 2.5 : 0, isPlayable ? 1U : 0U, isPlayable ? 1U : 0U,
+                std::vector<std::uint8_t>(isPlayable ? 4 : 0, 255)});
+  }
   std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) override {
     lastAsset = std::make_shared<SimulatedAsset>(path, pendingLoads);
     return lastAsset;
@@ -101,6 +108,7 @@ class SimulatedVideos : public VideoFactory {
   }
 
   std::set<std::string> paths;
+  std::vector<std::string> summarised;
   std::vector<AVURLAsset::Completion> pendingLoads;
   std::shared_ptr<SimulatedAsset> lastAsset;
   int playersMade = 0;

@@ -203,15 +203,6 @@ TEST_F(Selector, ThePlayerOpensItsEditorAndLeavesTheStripToIt) {
   EXPECT_EQ(strip(0).pluginPath.get(), pianoKey) << "its own, after the trial";
 }
 
-TEST_F(Selector, AVisualPickTurnsTheStripIntoOneOfItsKind) {
-  pickAndLoad(0, pianoKey);
-  selector().open(strip(0));
-  selector().pickVisual();
-  EXPECT_EQ(strip(0).pluginPath.get(), pathVisual);
-  EXPECT_EQ(strip(0).pluginName.get(), "Vrel Visual");
-  EXPECT_TRUE(state.isDirty.get());
-}
-
 TEST_F(Selector, InLiveModeNothingIsChosenAndNothingRemoved) {
   pickAndLoad(0, pianoKey);
   state.isDirty.set(false);

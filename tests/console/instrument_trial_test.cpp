@@ -58,8 +58,7 @@ TEST_F(Trial, CancellingATrialOnAnEmptyStripEmptiesItAgain) {
 
 TEST_F(Trial, CancellingATrialBringsAPlayerAndClipsBack) {
   selector().put(engine->channels()[0], record("", std::string(pathPlayback)));
-  selector().open(strip(1));
-  selector().pickVisual();
+  selector().put(engine->channels()[1], record("", std::string(pathVisual)));
   strip(1).visualClipMappings.set({VisualClipMapping{.note = 61, .filePath = "/a.mp4"}});
   for (const std::size_t index : {0U, 1U}) {
     selector().open(strip(index));

@@ -59,7 +59,8 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       menuBar_(source, mirror_ids::menuBar),
       panels_(source, content),
       editors_(source, content),
-      track_(source, content) {
+      track_(source, content),
+      clips_(source, content) {
   mirrorSession();
   mirrorPerformance();
   mirrorPolicy();
@@ -293,6 +294,7 @@ void ConsoleMirror::refresh() {
   refreshStrips();
   clearMendedProblem();
   panels_.refresh();
+  clips_.refresh();
 }
 
 void ConsoleMirror::refreshSongs() {
@@ -369,6 +371,8 @@ std::unique_ptr<ConsoleMirror::Strip> ConsoleMirror::makeStrip(const std::shared
       channel.pluginPath, channel.pluginName, channel.status, state.language);
   view.derive(
       View::hasInstrumentKey, [&] { return !channel.pluginPath.get().empty(); }, channel.pluginPath);
+  view.derive(
+      View::isVisualKey, [&] { return channel.pluginKind() == PluginPathKind::visual; }, channel.pluginPath);
   view.derive(
       View::isPlaybackKey, [&] { return channel.pluginKind() == PluginPathKind::playback; }, channel.pluginPath);
   view.derive(

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "console/problem_text.h"
+#include "console/window/clip_mirror.h"
 #include "console/window/editors_mirror.h"
 #include "console/window/menu_entry.h"
 #include "console/window/mirror_publisher.h"
@@ -95,6 +96,7 @@ class ConsoleMirror {
   PanelsMirror panels_;
   EditorsMirror editors_;
   TrackMirror track_;
+  ClipMirror clips_;
   std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;

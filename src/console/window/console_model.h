@@ -5,6 +5,8 @@
 #include <QObject>
 #include <utility>
 
+#include "console/window/clip_commands.h"
+#include "console/window/clip_view_model.h"
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
 #include "console/window/editor_commands.h"
@@ -37,6 +39,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::HintsViewModel* hints READ hints CONSTANT FINAL)
   Q_PROPERTY(vrel::window::SelectorViewModel* selector READ selector CONSTANT FINAL)
   Q_PROPERTY(vrel::window::RackViewModel* rack READ rack CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::ClipViewModel* clips READ clips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::TrackViewModel* track READ track CONSTANT FINAL)
   Q_PROPERTY(vrel::window::LearnedControlsViewModel* learned READ learned CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
@@ -51,6 +54,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::ConsoleCommands* commands READ commands CONSTANT FINAL)
   Q_PROPERTY(vrel::window::StripCommands* controls READ controls CONSTANT FINAL)
   Q_PROPERTY(vrel::window::EditorCommands* plugins READ plugins CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::ClipCommands* clipCommands READ clipCommands CONSTANT FINAL)
   Q_PROPERTY(vrel::window::TrackCommands* trackCommands READ trackCommands CONSTANT FINAL)
 
  public:
@@ -61,6 +65,7 @@ class ConsoleModel : public QObject {
     store_.adopt(mirror_ids::texts, texts_);
     store_.adopt(mirror_ids::selector, selector_);
     store_.adopt(mirror_ids::rack, rack_);
+    store_.adopt(mirror_ids::clips, clips_);
     store_.adopt(mirror_ids::track, track_);
     store_.adopt(mirror_ids::learned, learned_);
     store_.adopt(mirror_ids::alert, alert_);
@@ -73,6 +78,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] HintsViewModel* hints() { return &hints_; }
   [[nodiscard]] SelectorViewModel* selector() { return &selector_; }
   [[nodiscard]] RackViewModel* rack() { return &rack_; }
+  [[nodiscard]] ClipViewModel* clips() { return &clips_; }
   [[nodiscard]] TrackViewModel* track() { return &track_; }
   [[nodiscard]] LearnedControlsViewModel* learned() { return &learned_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
@@ -91,6 +97,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] ConsoleCommands* commands() { return &commands_; }
   [[nodiscard]] StripCommands* controls() { return &controls_; }
   [[nodiscard]] EditorCommands* plugins() { return &plugins_; }
+  [[nodiscard]] ClipCommands* clipCommands() { return &clipCommands_; }
   [[nodiscard]] TrackCommands* trackCommands() { return &trackCommands_; }
 
   /// Shows what the logic has sent.
@@ -106,6 +113,7 @@ class ConsoleModel : public QObject {
   HintsViewModel hints_{texts_};
   SelectorViewModel selector_;
   RackViewModel rack_;
+  ClipViewModel clips_;
   TrackViewModel track_;
   LearnedControlsViewModel learned_;
   AlertViewModel alert_;
@@ -117,6 +125,7 @@ class ConsoleModel : public QObject {
   ConsoleCommands commands_;
   StripCommands controls_{commands_};
   EditorCommands plugins_{commands_};
+  ClipCommands clipCommands_{commands_};
   TrackCommands trackCommands_{commands_};
 };
 

@@ -134,6 +134,7 @@ class StripViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QString, instrumentText)
   VREL_SHOWN(bool, hasInstrument)
   VREL_SHOWN(bool, isPlayback)  // of a sound file
+  VREL_SHOWN(bool, isVisual)    // clips on notes
   VREL_SHOWN(int, effectCount)
   VREL_SHOWN(bool, hasFailedEffect)
   VREL_SHOWN(bool, isPlaying)

@@ -191,6 +191,11 @@ bool ClipDecoder::rewind() {
   return isAtStart && (parts_->codec != nullptr || wake());
 }
 
+double ClipDecoder::statedSeconds() const {
+  const std::int64_t duration = parts_->container->duration;
+  return duration > 0 ? static_cast<double>(duration) / AV_TIME_BASE : 0;
+}
+
 double ClipDecoder::passSeconds() const {
   return parts_->lastEnd;
 }

@@ -30,6 +30,9 @@ class ClipDecoder {
   /// Where the last picture of this pass ends, which after a whole pass is the length of the clip: seconds.
   [[nodiscard]] double passSeconds() const;
 
+  /// The length that the file's header states, which nothing is timed by: seconds; 0 where it states none.
+  [[nodiscard]] double statedSeconds() const;
+
   /// The next picture will be the first one. False when the file cannot be read from its start again.
   bool rewind();
 

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/media/clip_factory.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -16,6 +20,56 @@ namespace vrel::system {
 namespace {
 
 using Pool = std::shared_ptr<ClipDecoderPool>;
+
+constexpr std::size_t posterWidth = 96;  // pixels
+constexpr std::size_t posterHeight = 54;
+constexpr std::size_t posterPixelBytes = 4;
+
+/// Fits the picture into the size of a poster: each of its pixels is the mean of those that it covers.
+void shrink(const VideoPicture& picture, const std::vector<std::uint8_t>& pixels, ClipSummary& summary) {
+  const std::size_t width = picture.width();
+  const std::size_t height = picture.height();
+  const double scale = std::min({1.0, static_cast<double>(posterWidth) / static_cast<double>(width),
+                                 static_cast<double>(posterHeight) / static_cast<double>(height)});
+  summary.width = std::max<std::size_t>(1, static_cast<std::size_t>(static_cast<double>(width) * scale));
+  summary.height = std::max<std::size_t>(1, static_cast<std::size_t>(static_cast<double>(height) * scale));
+  summary.pixels.reserve(summary.width * summary.height * posterPixelBytes);
+  for (std::size_t y = 0; y < summary.height; ++y) {
+    const std::size_t top = y * height / summary.height;
+    const std::size_t bottom = std::max(top + 1, (y + 1) * height / summary.height);
+    for (std::size_t x = 0; x < summary.width; ++x) {
+      const std::size_t left = x * width / summary.width;
+      const std::size_t right = std::max(left + 1, (x + 1) * width / summary.width);
+      std::array<std::size_t, posterPixelBytes> sums{};
+      for (std::size_t row = top; row < bottom; ++row) {
+        for (std::size_t column = left; column < right; ++column) {
+          for (std::size_t part = 0; part < posterPixelBytes; ++part) {
+            sums[part] += pixels[(row * width + column) * posterPixelBytes + part];
+          }
+        }
+      }
+      for (const std::size_t sum : sums) {
+        summary.pixels.push_back(static_cast<std::uint8_t>(sum / ((bottom - top) * (right - left))));
+      }
+    }
+  }
+}
+
+ClipSummary summaryOf(const std::string& path, const std::atomic<bool>& isOver) {
+  ClipSummary summary;
+  const auto opened = ClipDecoder::open(path, &isOver);
+  const auto picture = opened ? opened.value()->next() : nullptr;
+  if (picture == nullptr || picture->width() == 0 || picture->height() == 0) {
+    return summary;
+  }
+  summary.isPlayable = true;
+  summary.seconds = opened.value()->statedSeconds();
+  std::vector<std::uint8_t> pixels(picture->width() * picture->height() * posterPixelBytes);
+  if (picture->copyPixels(pixels)) {
+    shrink(*picture, pixels, summary);
+  }
+  return summary;
+}
 
 class Asset final : public AVURLAsset {
  public:
@@ -131,6 +185,12 @@ ClipFactory::~ClipFactory() = default;
 bool ClipFactory::fileExistsAtPath(const std::string& path) {
   std::error_code failure;
   return std::filesystem::exists(path, failure);
+}
+
+void ClipFactory::summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) {
+  pool_->post([path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
+    completion(summaryOf(path, isOver));
+  });
 }
 
 std::shared_ptr<AVURLAsset> ClipFactory::makeAsset(const std::string& path) {

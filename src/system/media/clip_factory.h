@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -26,6 +27,7 @@ class ClipFactory final : public VideoFactory {
   ClipFactory& operator=(const ClipFactory&) = delete;
 
   [[nodiscard]] bool fileExistsAtPath(const std::string& path) override;
+  void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) override;
   [[nodiscard]] std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) override;
   [[nodiscard]] std::shared_ptr<AVPlayerItem> makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) override;
   [[nodiscard]] std::shared_ptr<AVQueuePlayer> makeQueuePlayer() override;

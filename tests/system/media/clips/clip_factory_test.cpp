@@ -117,5 +117,34 @@ TEST_F(ClipPlayers, FilesAreFoundByPath) {
   EXPECT_FALSE(factory.fileExistsAtPath(clipFile("gone.mp4")));
 }
 
+TEST_F(ClipPlayers, ASummaryHasASmallFirstPictureAndTheLength) {
+  std::atomic<bool> isThere{false};
+  ClipSummary summary;
+  factory.summarise(clipFile("count-h264.mp4"), [&](const ClipSummary& found) {
+    summary = found;
+    isThere = true;
+  });
+  ASSERT_TRUE(waitUntil([&] { return isThere.load(); }));
+  EXPECT_TRUE(summary.isPlayable);
+  EXPECT_NEAR(summary.seconds, 1, 0.1);
+  EXPECT_GT(summary.width, 0U);
+  EXPECT_LE(summary.width, 96U);
+  EXPECT_LE(summary.height, 54U);
+  EXPECT_EQ(summary.pixels.size(), summary.width * summary.height * 4);
+}
+
+TEST_F(ClipPlayers, ASummaryOfWhatIsNotAClipSaysSo) {
+  for (const std::string& path : {std::string("/nowhere.mp4"), std::string("/"), std::string(__FILE__)}) {
+    std::atomic<bool> isThere{false};
+    ClipSummary summary;
+    factory.summarise(path, [&](const ClipSummary& found) {
+      summary = found;
+      isThere = true;
+    });
+    ASSERT_TRUE(waitUntil([&] { return isThere.load(); }));
+    EXPECT_EQ(summary, ClipSummary()) << path;
+  }
+}
+
 }  // namespace
 }  // namespace vrel::system

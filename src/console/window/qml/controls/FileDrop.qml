@@ -7,13 +7,15 @@ DropArea {
     id: area
 
     property bool isFramed: true
+    property bool takesMany // one after the other
 
     signal fileDropped(url file)
 
     keys: ["text/uri-list"]
     onDropped: drop => {
         if (drop.hasUrls && drop.urls.length > 0) {
-            area.fileDropped(drop.urls[0]);
+            for (let index = 0; index < (area.takesMany ? drop.urls.length : 1); ++index)
+                area.fileDropped(drop.urls[index]);
             drop.accept(Qt.CopyAction);
         }
     }

@@ -16,6 +16,8 @@ Item {
             instruments.closed();
         else if (track.isOpen)
             track.closed();
+        else if (clips.isOpen)
+            clips.closed();
         else if (learned.isOpen)
             learned.closed();
         else if (rack.isOpen)
@@ -46,6 +48,16 @@ Item {
     // Over the strips: the keyboard above them stays free.
     TrackPanel {
         id: track
+
+        x: place.column + 7
+        y: place.height - height - Theme.gap
+        width: place.width - x - 3
+        height: Math.min(440, place.height - Theme.gap)
+        desk: place.desk
+    }
+
+    ClipPanel {
+        id: clips
 
         x: place.column + 7
         y: place.height - height - Theme.gap

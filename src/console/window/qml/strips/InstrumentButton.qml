@@ -46,11 +46,13 @@ PushButton {
         PopupEntry {
             objectName: "openInstrument"
             text: button.desk.texts.openEffect
-            hint: button.entry.isPlayback ? button.desk.hints.editTrack : button.desk.hints.instrumentWindow
-            enabled: button.entry.isPlayback || button.entry.instrument === StripViewModel.Present
+            hint: button.entry.isPlayback ? button.desk.hints.editTrack : button.entry.isVisual ? button.desk.hints.editClips : button.desk.hints.instrumentWindow
+            enabled: button.entry.isPlayback || button.entry.isVisual || button.entry.instrument === StripViewModel.Present
             onTriggered: {
                 if (button.entry.isPlayback)
                     button.desk.trackCommands.open(button.entry.channelId);
+                else if (button.entry.isVisual)
+                    button.desk.clipCommands.open(button.entry.channelId);
                 else
                     button.desk.plugins.toggleInstrument(button.entry.channelId);
             }
