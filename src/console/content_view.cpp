@@ -45,14 +45,20 @@ ContentView::ContentView(const Collaborators& collaborators)
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   songSwitch_.amendRecord = channelOperations_.amendRecord =
       [this](const AudioChannel& channel, ChannelConfig& record) { instrumentSelector_.amendRecord(channel, record); };
-  oneEditor_.push_back(trackEditor_.channelId.changed.connect([this](const auto& id) {
+  // One of both is open at a time: they lie in the same place.
+  connections_.push_back(trackEditor_.channelId.changed.connect([this](const auto& id) {
     if (id) {
       clipEditor_.cancel();
     }
   }));
-  oneEditor_.push_back(clipEditor_.channelId.changed.connect([this](const auto& id) {
+  connections_.push_back(clipEditor_.channelId.changed.connect([this](const auto& id) {
     if (id) {
       trackEditor_.cancel();
+    }
+  }));
+  connections_.push_back(midiLearn_.controlWillAct.connect([this](const MidiControlTarget& target, bool, float) {
+    if (target.kind == MidiControlKind::panic) {
+      trackEditor_.stopPreview();
     }
   }));
   instrumentSelector_.editTrack = [this](const AudioChannel& channel) { trackEditor_.open(channel); };
@@ -122,6 +128,7 @@ void ContentView::setLanguage(Language language) {
 }
 
 void ContentView::panic() {
+  trackEditor_.stopPreview();
   performPanic(appState_, audioEngine_);
 }
 

@@ -134,7 +134,7 @@ class ContentView {
   EditorPanels editorPanels_;
   PluginEditors pluginEditors_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;
-  std::vector<std::shared_ptr<void>> oneEditor_;  // of tracks and clips at a time: they lie in the same place
+  std::vector<std::shared_ptr<void>> connections_;
 };
 
 }  // namespace vrel

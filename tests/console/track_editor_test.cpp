@@ -176,6 +176,19 @@ TEST_F(Track, ASecondPressAMovedPointAndAnotherFileEachEndThePreview) {
   EXPECT_EQ(players.calls.back(), "gone");
 }
 
+TEST_F(Track, APanicOfAnyKindEndsThePreview) {
+  openWith("/ten.wav", 2, 6);
+  editor().togglePreview();
+  ASSERT_TRUE(editor().isPreviewing.get());
+  content.panic();
+  EXPECT_FALSE(editor().isPreviewing.get());
+  editor().togglePreview();
+  ASSERT_TRUE(editor().isPreviewing.get());
+  content.midiLearn().performMidiControl({.kind = MidiControlKind::panic}, true, 1);
+  EXPECT_FALSE(editor().isPreviewing.get());
+  EXPECT_EQ(players.calls.back(), "gone");
+}
+
 TEST_F(Track, APreviewThatFailsSaysSoAndKeepsTheFile) {
   players.unplayable.insert("/ten.wav");
   openWith("/ten.wav");
