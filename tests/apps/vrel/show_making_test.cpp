@@ -105,9 +105,12 @@ class ShowMaking : public testing::Test {
     }));
   }
 
+  /// Presses again where the strips of a song that comes on stage have taken the place of those that were pressed.
   void replaceText(const std::string& field, const std::string& text) {
-    driver.click(field);
-    ASSERT_TRUE(eventually([&] { return driver.value(field, "activeFocus").toBool(); })) << field;
+    ASSERT_TRUE(eventually([&] {
+      driver.click(field);
+      return driver.value(field, "activeFocus").toBool();
+    })) << field;
     driver.key("ctrl+a");
     driver.type(text);
     driver.key("Return");
