@@ -30,9 +30,13 @@ namespace {
 
 constexpr int framesPerSecond = 60;
 
+ScreenRect rectOf(const QRect& area) {
+  return {area.x(), area.y(), area.width(), area.height()};
+}
+
 NSScreen screenOf(const QScreen& screen) {
-  const QRect area = screen.availableGeometry();
-  return {screen.name().toStdString(), {area.x(), area.y(), area.width(), area.height()}};
+  return {screen.name().toStdString(), rectOf(screen.availableGeometry()), rectOf(screen.geometry()),
+          screen.model().toStdString(), screen.serialNumber().toStdString()};
 }
 
 /// Whether the compositor alone places windows, and knows the space that panels leave.

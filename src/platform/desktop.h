@@ -51,11 +51,20 @@ struct ScreenRect {
   bool operator==(const ScreenRect&) const = default;
 };
 
-/// A screen; `visibleFrame` excludes bars and docks.
+/// A screen; `visibleFrame` excludes bars and docks. Name, model and serial number distinguish it from all others, as
+/// far as it says them; its place in the list does not.
 struct NSScreen {
-  std::string name;
+  std::string name;  // of what it is plugged into
   ScreenRect visibleFrame;
+  ScreenRect frame{};  // all of it
+  std::string model{};
+  std::string serialNumber{};
 };
+
+/// Whether two descriptions are of one screen, which may have moved or changed its size between them.
+[[nodiscard]] inline bool isSameScreen(const NSScreen& one, const NSScreen& other) {
+  return one.name == other.name && one.model == other.model && one.serialNumber == other.serialNumber;
+}
 
 /// The desktop that the program runs on. Main thread. Alerts and panels return when they are answered; the main loop
 /// runs meanwhile, so the caller must expect any other work of the main queue in between.
