@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,8 @@ class ProjectionWindow {
   virtual void setCollectionBehavior(std::uint32_t behavior) = 0;
   virtual void setContentMinSize(const NSSize& size) = 0;
 
+  /// The screen it is on, or was on when it was hidden; none before it was shown.
+  [[nodiscard]] virtual std::optional<NSScreen> screen() const = 0;
   /// Moves it; `frame` is in the coordinates of `NSScreen`. A window in full screen is then in full screen on the
   /// screen that `frame` is on. `display`: drawn at once.
   virtual void setFrame(const ScreenRect& frame, bool display) = 0;
