@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,6 +17,38 @@
 
 namespace vrel {
 
+/// Rows of samples, one byte each.
+struct PicturePlane {
+  const std::uint8_t* rows = nullptr;
+  std::size_t width = 0;  // samples, or groups of interleaved ones
+  std::size_t height = 0;
+  std::size_t rowBytes = 0;  // from one row to the next
+};
+
+/// A picture as its codec gave it, for a renderer that converts colours itself.
+struct PicturePlanes {
+  enum class Layout {
+    rgba,         // one plane of four samples a pixel, not premultiplied
+    separate,     // Y, U, V and, with alpha, A; of a grey picture Y alone
+    interleaved,  // Y; U and V in pairs
+  };
+  enum class Matrix { bt601, bt709, bt2020 };
+
+  Layout layout = Layout::rgba;
+  Matrix matrix = Matrix::bt709;
+  bool isFullRange = false;  // of luma and chroma; alpha always is
+  bool hasAlpha = false;
+  std::size_t planeCount = 0;
+  std::array<PicturePlane, 4> planes{};
+  std::size_t chromaColumns = 1;  // pixels that a chroma sample covers in width
+  std::size_t chromaRows = 1;     // and in height
+  bool isChromaLeft = false;      // it belongs to the leftmost of them, not to their middle
+  // How stored rows become what is seen: mirrored first, then, where transposed, rows and columns change places.
+  bool mirrorsX = false;
+  bool mirrorsY = false;
+  bool transposed = false;
+};
+
 /// One picture of a clip, rotated and mirrored as the file says. Immutable; any thread.
 class VideoPicture {
  public:
@@ -30,6 +63,9 @@ class VideoPicture {
   /// `pixels` undefined, when there is no room for `width * height * 4` bytes or the picture cannot be
   /// converted.
   [[nodiscard]] virtual bool copyPixels(std::span<std::uint8_t> pixels) const = 0;
+  /// Its samples without any conversion; valid for as long as the picture lives. `width` and `height` are what they are
+  /// to be scaled to.
+  [[nodiscard]] virtual PicturePlanes planes() const = 0;
 };
 
 /// A movie file. Creating one reads nothing.
@@ -53,7 +89,8 @@ class AVPlayerItem {
 enum class AVPlayerActionAtItemEnd { advance, pause, none };
 
 /// Plays the items of its queue, muted or not. Created on any thread; then main thread only.
-/// No operation waits or reads a file. Without an item that can be decoded there is no picture, and no error.
+/// No operation waits or reads a file; `copyPictureForTime` is for any thread. Without an item that can be decoded
+/// there is no picture, and no error.
 class AVQueuePlayer {
  public:
   virtual ~AVQueuePlayer() = default;
@@ -72,6 +109,9 @@ class AVQueuePlayer {
 
   /// The picture that is due now; null while there is none. Call once per frame of the screen.
   [[nodiscard]] virtual std::shared_ptr<const VideoPicture> copyPicture() = 0;
+  /// The picture that is due at a media time, which may lie a refresh of the screen ahead. Any thread, any number of
+  /// takers at a time, each at its own rate.
+  [[nodiscard]] virtual std::shared_ptr<const VideoPicture> copyPictureForTime(double mediaSeconds) = 0;
 };
 
 /// Makes a player repeat an item without a gap, for as long as it lives.

@@ -65,6 +65,7 @@ class SimulatedQueuePlayer : public AVQueuePlayer {
   }
   std::shared_ptr<AVPlayerItem> currentItem() const override { return item; }
   std::shared_ptr<const VideoPicture> copyPicture() override { return nullptr; }
+  std::shared_ptr<const VideoPicture> copyPictureForTime(double /*mediaSeconds*/) override { return nullptr; }
 
   VideoCalls calls;
   bool isPlaying = false;

@@ -64,6 +64,7 @@ struct ClipDecoder::Parts {
   FFmpegFrame frame{av_frame_alloc()};
   AVStream* stream = nullptr;
   ClipOrientation orientation;
+  ClipFrameConverter converter;
   const std::atomic<bool>* isOver = nullptr;
   std::optional<std::int64_t> origin;  // timestamp of the first picture
   double lastSeconds = 0;
@@ -247,12 +248,16 @@ ClipPicturePointer ClipDecoder::take() {
   parts_->hasPicture = true;
   parts_->lastSeconds = seconds;
   parts_->lastEnd = seconds + duration;
-  AVFrame* const taken = av_frame_alloc();
+  AVFrame* taken = av_frame_alloc();
   if (taken == nullptr) {
     av_frame_unref(frame);
     return nullptr;
   }
   av_frame_move_ref(taken, frame);
+  taken = parts_->converter.convert(taken);
+  if (taken == nullptr) {
+    return nullptr;
+  }
   return std::make_shared<const ClipPicture>(taken, seconds, duration, parts_->orientation);
 }
 

@@ -143,17 +143,20 @@ class Player final : public AVQueuePlayer {
   }
   [[nodiscard]] std::shared_ptr<AVPlayerItem> currentItem() const override { return item_; }
   [[nodiscard]] std::shared_ptr<const VideoPicture> copyPicture() override {
+    return copyPictureForTime(clock_.CACurrentMediaTime());
+  }
+  [[nodiscard]] std::shared_ptr<const VideoPicture> copyPictureForTime(double mediaSeconds) override {
     if (item_ == nullptr) {
       return nullptr;
     }
-    auto picture = item_->stream->picture(clock_.CACurrentMediaTime());
+    auto picture = item_->stream->picture(mediaSeconds);
     if (item_->stream->request() != ClipStream::Request::nothing) {
       pool_->wake();
     }
     return picture;
   }
 
-  /// Once: preparation of the item begins.
+  /// Once, before anybody takes a picture: preparation of the item begins.
   void take(const std::shared_ptr<AVURLAsset>& asset) {
     item_ = std::make_shared<Item>(asset);
     item_->stream = pool_->open(dynamic_cast<Asset&>(*asset).path);

@@ -12,6 +12,7 @@ extern "C" {
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -33,7 +34,103 @@ int colorsOf(const AVFrame& frame) {
   return frame.height >= highDefinitionHeight ? SWS_CS_ITU709 : SWS_CS_ITU601;
 }
 
+bool isFullRange(const AVFrame& frame) {
+  switch (frame.format) {
+    case AV_PIX_FMT_YUVJ420P:
+    case AV_PIX_FMT_YUVJ422P:
+    case AV_PIX_FMT_YUVJ444P:
+    case AV_PIX_FMT_YUVJ440P:
+    case AV_PIX_FMT_YUVJ411P:
+      return true;
+    default:
+      return frame.color_range == AVCOL_RANGE_JPEG;
+  }
+}
+
+PicturePlanes::Matrix matrixOf(const AVFrame& frame) {
+  switch (colorsOf(frame)) {
+    case AVCOL_SPC_BT709:
+    case AVCOL_SPC_SMPTE240M:  // almost the same
+      return PicturePlanes::Matrix::bt709;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+      return PicturePlanes::Matrix::bt2020;
+    default:
+      return PicturePlanes::Matrix::bt601;
+  }
+}
+
+/// The format that a picture of this one is kept in: itself, unless it has other samples than bytes or another layout
+/// than `PicturePlanes`.
+AVPixelFormat keptFormat(AVPixelFormat format) {
+  const auto* const described = av_pix_fmt_desc_get(format);
+  if (described == nullptr) {
+    return AV_PIX_FMT_NONE;
+  }
+  const bool isColour = described->nb_components >= 3;
+  const bool hasAlphaPlane = (described->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+  constexpr std::uint64_t otherwise =
+      AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_BAYER;
+  if ((described->flags & (otherwise | AV_PIX_FMT_FLAG_HWACCEL)) != 0 || (!isColour && hasAlphaPlane)) {
+    return AV_PIX_FMT_RGBA;
+  }
+  const bool isPlanar = !isColour || (described->flags & AV_PIX_FMT_FLAG_PLANAR) != 0;
+  if (format == AV_PIX_FMT_NV12 ||
+      (isPlanar && described->comp[0].depth == 8 && format != AV_PIX_FMT_NV21 && format != AV_PIX_FMT_NV16 &&
+       format != AV_PIX_FMT_NV24 && format != AV_PIX_FMT_NV42)) {
+    return format;
+  }
+  if (!isColour) {
+    return AV_PIX_FMT_GRAY8;
+  }
+  const bool halvesX = described->log2_chroma_w > 0;
+  const bool halvesY = described->log2_chroma_h > 0;
+  if (hasAlphaPlane) {
+    return halvesY ? AV_PIX_FMT_YUVA420P : halvesX ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUVA444P;
+  }
+  return halvesY ? AV_PIX_FMT_YUV420P : halvesX ? AV_PIX_FMT_YUV422P : AV_PIX_FMT_YUV444P;
+}
+
 }  // namespace
+
+ClipFrameConverter::~ClipFrameConverter() {
+  sws_freeContext(scaler_);
+}
+
+AVFrame* ClipFrameConverter::convert(AVFrame* frame) {
+  const auto format = static_cast<AVPixelFormat>(frame->format);
+  const AVPixelFormat kept = keptFormat(format);
+  const bool isUpsideDown =
+      std::any_of(std::begin(frame->linesize), std::end(frame->linesize), [](int bytes) { return bytes < 0; });
+  if (kept == format && !isUpsideDown) {
+    return frame;
+  }
+  AVFrame* converted = av_frame_alloc();
+  if (converted != nullptr) {
+    converted->format = kept;
+    converted->width = frame->width;
+    converted->height = frame->height;
+  }
+  bool isDone = converted != nullptr && kept != AV_PIX_FMT_NONE && av_frame_get_buffer(converted, 0) >= 0 &&
+                av_frame_copy_props(converted, frame) >= 0;
+  if (isDone) {
+    scaler_ = sws_getCachedContext(scaler_, frame->width, frame->height, format, frame->width, frame->height, kept,
+                                   SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
+    isDone = scaler_ != nullptr;
+  }
+  if (isDone) {
+    const int* const colors = sws_getCoefficients(colorsOf(*frame));
+    const int range = isFullRange(*frame) ? 1 : 0;
+    sws_setColorspaceDetails(scaler_, colors, range, colors, kept == AV_PIX_FMT_RGBA ? 1 : range, 0, 1 << 16, 1 << 16);
+    isDone = sws_scale(scaler_, frame->data, frame->linesize, 0, frame->height, converted->data, converted->linesize) ==
+             frame->height;
+  }
+  av_frame_free(&frame);
+  if (!isDone) {
+    av_frame_free(&converted);
+  }
+  return converted;
+}
 
 ClipOrientation ClipOrientation::fromDisplayMatrix(const std::int32_t* matrix) {
   if (matrix == nullptr) {
@@ -96,11 +193,46 @@ bool ClipPicture::convert(std::span<std::uint8_t> pixels) const {
     return false;
   }
   const int* const colors = sws_getCoefficients(colorsOf(*frame_));
-  const int isFullRange = frame_->color_range == AVCOL_RANGE_JPEG ? 1 : 0;
-  sws_setColorspaceDetails(scaler.get(), colors, isFullRange, colors, 1, 0, 1 << 16, 1 << 16);
+  sws_setColorspaceDetails(scaler.get(), colors, isFullRange(*frame_) ? 1 : 0, colors, 1, 0, 1 << 16, 1 << 16);
   std::uint8_t* const rows[] = {pixels.data(), nullptr, nullptr, nullptr};
   const int rowBytes[] = {shownWidth * static_cast<int>(pixelBytes), 0, 0, 0};
   return sws_scale(scaler.get(), frame_->data, frame_->linesize, 0, frame_->height, rows, rowBytes) == frame_->height;
+}
+
+PicturePlanes ClipPicture::planes() const {
+  PicturePlanes planes;
+  const auto format = static_cast<AVPixelFormat>(frame_->format);
+  const auto* const described = av_pix_fmt_desc_get(format);
+  planes.hasAlpha = hasAlpha();
+  planes.matrix = matrixOf(*frame_);
+  planes.isFullRange = isFullRange(*frame_);
+  planes.mirrorsX = orientation_.mirrorsX;
+  planes.mirrorsY = orientation_.mirrorsY;
+  planes.transposed = orientation_.transposed;
+  const int count = av_pix_fmt_count_planes(format);
+  if (described == nullptr || count <= 0) {
+    return planes;
+  }
+  using Layout = PicturePlanes::Layout;
+  planes.layout = format == AV_PIX_FMT_RGBA   ? Layout::rgba
+                  : format == AV_PIX_FMT_NV12 ? Layout::interleaved
+                                              : Layout::separate;
+  planes.planeCount = static_cast<std::size_t>(count);
+  planes.chromaColumns = std::size_t{1} << described->log2_chroma_w;
+  planes.chromaRows = std::size_t{1} << described->log2_chroma_h;
+  // What says nothing of it is video, where they lie to the left; a JPEG says that it has them in the middle.
+  planes.isChromaLeft = planes.chromaColumns > 1 && frame_->chroma_location != AVCHROMA_LOC_CENTER &&
+                        frame_->chroma_location != AVCHROMA_LOC_TOP;
+  const auto width = static_cast<std::size_t>(frame_->width);
+  const auto height = static_cast<std::size_t>(frame_->height);
+  for (std::size_t index = 0; index < planes.planeCount; ++index) {
+    const bool isChroma = planes.layout != Layout::rgba && (index == 1 || index == 2);
+    const std::size_t columns = isChroma ? planes.chromaColumns : 1;
+    const std::size_t rows = isChroma ? planes.chromaRows : 1;
+    planes.planes[index] = {frame_->data[index], (width + columns - 1) / columns, (height + rows - 1) / rows,
+                            static_cast<std::size_t>(frame_->linesize[index])};
+  }
+  return planes;
 }
 
 bool ClipPicture::copyPixels(std::span<std::uint8_t> pixels) const {

@@ -9,6 +9,7 @@
 #include "platform/video_player.h"
 
 struct AVFrame;
+struct SwsContext;
 
 namespace vrel::system {
 
@@ -25,10 +26,11 @@ struct ClipOrientation {
   bool operator==(const ClipOrientation&) const = default;
 };
 
-/// A decoded picture in the decoder's own pixel format, which takes less memory; it is converted when shown.
+/// A decoded picture with its samples as the codec gave them: colours are converted by what shows it. Only a format
+/// that `planes` cannot describe is converted once (`ClipFrameConverter`).
 class ClipPicture final : public VideoPicture {
  public:
-  /// Takes over the frame, which must not be null.
+  /// Takes over the frame, which must not be null and have a format that `planes` can describe.
   ClipPicture(AVFrame* frame, double seconds, double duration, ClipOrientation orientation);
   ~ClipPicture() override;
   ClipPicture(const ClipPicture&) = delete;
@@ -39,6 +41,7 @@ class ClipPicture final : public VideoPicture {
   [[nodiscard]] double seconds() const override { return seconds_; }
   [[nodiscard]] bool hasAlpha() const override;
   [[nodiscard]] bool copyPixels(std::span<std::uint8_t> pixels) const override;
+  [[nodiscard]] PicturePlanes planes() const override;
 
   [[nodiscard]] double endSeconds() const { return seconds_ + duration_; }
   /// The memory it takes.
@@ -52,6 +55,23 @@ class ClipPicture final : public VideoPicture {
   double seconds_;
   double duration_;
   ClipOrientation orientation_;
+};
+
+/// Brings frames of other formats into one that pictures have: 8-bit planes, with the subsampling, matrix and range
+/// that they have, or RGBA. One thread at a time.
+class ClipFrameConverter {
+ public:
+  ClipFrameConverter() = default;
+  ~ClipFrameConverter();
+  ClipFrameConverter(const ClipFrameConverter&) = delete;
+  ClipFrameConverter& operator=(const ClipFrameConverter&) = delete;
+
+  /// The frame itself where it is fine, or another in its place, with what it belongs to released; null when it cannot
+  /// be converted.
+  [[nodiscard]] AVFrame* convert(AVFrame* frame);
+
+ private:
+  SwsContext* scaler_ = nullptr;  // of the last conversion
 };
 
 using ClipPicturePointer = std::shared_ptr<const ClipPicture>;

@@ -18,13 +18,14 @@ ClipStream::ClipStream(std::string path, const std::atomic<bool>& isOver) : path
 
 void ClipStream::rewind() {
   std::deque<Timed> dropped;  // freed after the lock
+  std::deque<Timed> droppedToo;
   const MutexLock lock(mutex_);
   dropped.swap(ahead_);
+  droppedToo.swap(recent_);
   ++start_;
   hasEnded_ = false;
   position_ = 0;
   startedAt_.reset();
-  shown_ = kept_.empty() ? nullptr : kept_.front();
   queueKept(0);
 }
 
@@ -65,10 +66,10 @@ double ClipStream::positionAt(double now) {
   return startedAt_ ? std::max(0.0, now - *startedAt_) : 0;
 }
 
-ClipPicturePointer ClipStream::picture(double now) {
-  std::vector<ClipPicturePointer> dropped;  // freed after the lock
+ClipPicturePointer ClipStream::picture(double instant) {
+  std::vector<Timed> dropped;  // freed after the lock
   const MutexLock lock(mutex_);
-  double position = positionAt(now);
+  double position = positionAt(instant);
   position_ = position;
   if (kept_.empty()) {
     return nullptr;
@@ -81,10 +82,17 @@ ClipPicturePointer ClipStream::picture(double now) {
     position = ahead_.back().seconds;
   }
   while (!ahead_.empty() && ahead_.front().seconds <= position) {
-    dropped.push_back(std::exchange(shown_, std::move(ahead_.front().picture)));
+    recent_.push_back(std::move(ahead_.front()));
     ahead_.pop_front();
   }
-  return shown_ != nullptr ? shown_ : kept_.front();
+  // When even the latest taker is due the second, nobody asks for the first any more.
+  while (recent_.size() > 1 && recent_[1].seconds <= position - takersApart) {
+    dropped.push_back(std::move(recent_.front()));
+    recent_.pop_front();
+  }
+  const auto after = std::upper_bound(recent_.begin(), recent_.end(), position,
+                                      [](double seconds, const Timed& each) { return seconds < each.seconds; });
+  return after == recent_.begin() ? kept_.front() : std::prev(after)->picture;
 }
 
 ClipPicturePointer ClipStream::pictureOfWholeClip(double position) {
@@ -115,7 +123,8 @@ ClipStream::Request ClipStream::request() const {
     return Request::decoding;
   }
   const bool isFarEnough = !ahead_.empty() && ahead_.back().seconds > position_ + forwardBuffer_;
-  const bool isFull = ahead_.size() >= aheadPictures;
+  const std::size_t behind = recent_.empty() ? 0 : recent_.size() - 1;
+  const bool isFull = ahead_.size() + behind >= aheadPictures;
   return hasEnded_ || (isFarEnough && ahead_.size() > 1) || isFull ? Request::nothing : Request::decoding;
 }
 

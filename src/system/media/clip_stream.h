@@ -25,24 +25,28 @@ namespace vrel::system {
 /// The next pass begins where the last picture ends. Pictures that come too late are shown late; the clip
 /// holds its last one until then.
 ///
-/// Threads: what shows the clip on one thread; `step` and `request` on any, one at a time. The thread that shows waits
-/// for a few assignments at most.
+/// Threads: `picture` on any, by any number of takers, each at its own rate; the rest of what shows the clip on one
+/// thread; `step` and `request` on any, one at a time. Whoever shows the clip waits for a few assignments at most.
 class ClipStream {
  public:
   static constexpr std::size_t keptPictures = 8;
   static constexpr std::size_t keptBytes = std::size_t{24} << 20;
-  static constexpr std::size_t aheadPictures = 16;  // with the kept ones that are still to come
+  static constexpr std::size_t aheadPictures = 16;  // with kept ones to come and recent ones
+  /// How far apart the instants may be that takers ask for at one time: a taker of a slow screen asks for what will be
+  /// due when its next picture shows.
+  static constexpr double takersApart = 0.05;  // seconds
 
   enum class Request { nothing, preparing, suspending, decoding };
 
   /// `isOver` interrupts reading; it outlives the stream's last `step`.
   ClipStream(std::string path, const std::atomic<bool>& isOver);
 
-  // For the thread that shows the clip. Times are the media clock's, in seconds.
+  // For what shows the clip. Times are the media clock's, in seconds.
   void rewind();
   void play(double now);
   void pause(double now);
-  [[nodiscard]] ClipPicturePointer picture(double now);
+  /// What is due at an instant, which lies at most `takersApart` before the latest that was asked for.
+  [[nodiscard]] ClipPicturePointer picture(double instant);
   void setForwardBuffer(double seconds);
   void setLooping(bool loops);
 
@@ -91,7 +95,7 @@ class ClipStream {
   std::uint64_t decodedStart_ VREL_GUARDED_BY(mutex_) = 0;  // the one that decoding follows
   std::size_t skipped_ VREL_GUARDED_BY(mutex_) = 0;         // kept pictures that decoding has yet to pass by
   std::deque<Timed> ahead_ VREL_GUARDED_BY(mutex_);
-  ClipPicturePointer shown_ VREL_GUARDED_BY(mutex_);
+  std::deque<Timed> recent_ VREL_GUARDED_BY(mutex_);  // due at the latest instant, and a little before
   bool isPlaying_ VREL_GUARDED_BY(mutex_) = false;
   bool loops_ VREL_GUARDED_BY(mutex_) = true;
   bool hasEnded_ VREL_GUARDED_BY(mutex_) = false;

@@ -142,6 +142,65 @@ TEST(ClipDecoding, KeepsAlpha) {
   EXPECT_EQ(pixelOf(*firstOf("count-h264.mp4"), 0, 0)[3], 255);
 }
 
+TEST(ClipDecoding, GivesPlanesAsTheCodecHasThem) {
+  using Layout = PicturePlanes::Layout;
+  const auto picture = firstOf("colours-709-limited.mkv");
+  const auto planes = picture->planes();
+  EXPECT_EQ(planes.layout, Layout::separate);
+  EXPECT_EQ(planes.matrix, PicturePlanes::Matrix::bt709);
+  EXPECT_FALSE(planes.isFullRange);
+  EXPECT_FALSE(planes.hasAlpha);
+  ASSERT_EQ(planes.planeCount, 3U);
+  EXPECT_EQ(planes.planes[0].width, 128U);
+  EXPECT_EQ(planes.planes[2].width, 64U);
+  EXPECT_EQ(planes.planes[2].height, 48U);
+  // The block in the second column and row, as its maker has computed it.
+  const std::size_t x = 20;
+  const std::size_t y = 20;
+  const auto sample = [&](std::size_t plane, std::size_t part) {
+    return planes.planes[plane].rows[(y / part) * planes.planes[plane].rowBytes + x / part];
+  };
+  EXPECT_EQ(sample(0, 1), 16 + (53 + 97) % 220);
+  EXPECT_EQ(sample(1, 2), 16 + (71 + 39) % 224);
+  EXPECT_EQ(sample(2, 2), 16 + (29 + 113) % 224);
+
+  EXPECT_EQ(firstOf("colours-601-full.mkv")->planes().matrix, PicturePlanes::Matrix::bt601);
+  EXPECT_TRUE(firstOf("colours-601-full.mkv")->planes().isFullRange);
+  EXPECT_EQ(firstOf("colours-2020-limited.mkv")->planes().matrix, PicturePlanes::Matrix::bt2020);
+  EXPECT_TRUE(firstOf("count-mjpeg.mkv")->planes().isFullRange);
+  EXPECT_EQ(firstOf("colours-grey.mkv")->planes().planeCount, 1U);
+  const auto pairs = firstOf("colours-nv12.avi")->planes();
+  EXPECT_EQ(pairs.layout, Layout::interleaved);
+  EXPECT_EQ(pairs.planes[1].width, 64U) << "pairs";
+  const auto turned = firstOf("turned-90.mp4")->planes();
+  EXPECT_TRUE(turned.transposed);
+  EXPECT_EQ(turned.planes[0].width, 64U) << "as stored";
+}
+
+TEST(ClipDecoding, GivesPlanesOfAnOddSizeWhole) {
+  const auto planes = firstOf("colours-odd-420.mkv")->planes();
+  EXPECT_EQ(planes.planes[0].width, 101U);
+  EXPECT_EQ(planes.planes[1].width, 51U);
+  EXPECT_EQ(planes.planes[1].height, 38U);
+}
+
+TEST(ClipDecoding, ConvertsOnceWhatARendererCannotTake) {
+  using Layout = PicturePlanes::Layout;
+  const auto deep = firstOf("colours-422-10.mkv")->planes();
+  EXPECT_EQ(deep.layout, Layout::separate);
+  EXPECT_EQ(deep.chromaColumns, 2U);
+  EXPECT_EQ(deep.chromaRows, 1U);
+  EXPECT_NEAR(deep.planes[0].rows[20 * deep.planes[0].rowBytes + 20], 16 + (53 + 97) % 220, 1);
+  const auto rgb = firstOf("colours-rgb.mkv")->planes();
+  EXPECT_EQ(rgb.layout, Layout::rgba);
+  EXPECT_EQ(rgb.planeCount, 1U);
+  const auto clear = firstOf("alpha-prores.mov")->planes();
+  EXPECT_TRUE(clear.hasAlpha);
+  ASSERT_EQ(clear.planeCount, 4U);
+  EXPECT_LT(clear.planes[3].rows[0], 2);
+  EXPECT_GT(clear.planes[3].rows[clear.planes[3].width - 1], 253);
+}
+
 TEST(ClipDecoding, CopiesNothingWhereThereIsNoRoom) {
   const auto picture = firstOf("upright.mp4");
   std::vector<std::uint8_t> pixels(picture->width() * picture->height() * 4 - 1);

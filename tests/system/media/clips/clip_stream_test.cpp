@@ -268,6 +268,54 @@ TEST_F(ClipStreams, WithoutALooperStaysOnItsLastPicture) {
   settle(stream);
 }
 
+TEST_F(ClipStreams, AtTheRateOfAScreenTheSeamOfALoopHasNoDoubleOrMissingPicture) {
+  for (const double rate : {24.0, 50.0, 60.0, 144.0}) {
+    ClipStream stream(clipFile("count-h264.mp4"), isOver);
+    settle(stream);
+    start(stream, 100);
+    for (int refresh = 0; refresh < 4 * static_cast<int>(rate); ++refresh) {
+      const double seconds = (refresh + 0.37) / rate;  // never where two pictures meet
+      settle(stream);
+      ASSERT_EQ(countOf(stream.picture(100 + seconds)), static_cast<int>(seconds / 0.04) % 25)
+          << "refresh " << refresh << " of " << rate;
+    }
+  }
+}
+
+TEST_F(ClipStreams, TakersOfDifferentRatesEachGetWhatIsDueForThem) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  start(stream, 0);
+  int slow = 0;
+  int quick = 0;
+  // One asks for what its next refresh will show, 1/24 of a second ahead, the other for what is due now.
+  for (double now = 0.001; now < 2.5; now += 1.0 / 144) {
+    settle(stream);
+    if (now >= slow / 24.0) {
+      const double ahead = (slow + 1) / 24.0 + 0.001;
+      ASSERT_EQ(countOf(stream.picture(ahead)), static_cast<int>(ahead / 0.04) % 25) << ahead;
+      ++slow;
+    }
+    ASSERT_EQ(countOf(stream.picture(now)), static_cast<int>(now / 0.04) % 25) << now;
+    ++quick;
+  }
+  EXPECT_EQ(slow, 60);
+  EXPECT_GT(quick, 350);
+}
+
+TEST_F(ClipStreams, SeveralTakersCostNoMorePicturesOfMemory) {
+  ClipStream stream(clipFile("count-h264.mp4"), isOver);
+  settle(stream);
+  stream.setForwardBuffer(1000);
+  start(stream, 0);
+  settle(stream);
+  EXPECT_EQ(countOf(stream.picture(0.22)), 5);
+  EXPECT_EQ(countOf(stream.picture(0.19)), 4);
+  settle(stream);
+  // 1.0 is due: all that was decoded, which is 16 pictures from the oldest that a taker may want.
+  EXPECT_EQ(countOf(stream.picture(0.99)), 4 + static_cast<int>(ClipStream::aheadPictures));
+}
+
 TEST_F(ClipStreams, DecodesNoFurtherAheadThanItIsAllowed) {
   ClipStream stream(clipFile("count-h264.mp4"), isOver);
   settle(stream);

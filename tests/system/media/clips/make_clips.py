@@ -17,6 +17,11 @@ LARGE = ("nullsrc=size=320x240:rate=25:duration=1,format=yuv420p,"
 # Dark, less dark, less bright and bright: top left, top right, bottom left, bottom right.
 QUARTERS = ("nullsrc=size=64x48:rate=25:duration=0.4,format=yuv420p,"
             "geq=lum='40+50*gte(X,32)+100*gte(Y,24)':cb=128:cr=128")
+# Blocks of 16 by 16 pixels, each of one colour.
+BLOCKS = ("nullsrc=size={size}:rate=25:duration=0.2,format={pixels},"
+          "geq=lum='16+mod(floor(X/16)*53+floor(Y/16)*97,220)':"
+          "cb='16+mod(floor(X*{across}/16)*71+floor(Y*{down}/16)*39,224)':"
+          "cr='16+mod(floor(X*{across}/16)*29+floor(Y*{down}/16)*113,224)'")
 HALF_CLEAR = ("nullsrc=size=64x48:rate=25:duration=0.2,format=yuva444p,"
               "geq=lum=200:cb=128:cr=128:a='255*gte(X,32)'")
 
@@ -66,6 +71,33 @@ def make_good(folder):
            str(folder / "alpha-prores.mov"))
     ffmpeg(*pictures(HALF_CLEAR), "-c:v", "libvpx-vp9", "-pix_fmt", "yuva420p", "-auto-alt-ref", "0",
            str(folder / "alpha-vp9.webm"))
+
+
+def make_colours(folder):
+    """Blocks of colours, and beside each clip its first picture as FFmpeg converts it: rows of RGBA."""
+    lossless = ["-c:v", "ffv1"]
+    for name, matrix, extent, pixels, size, codec in (
+            ("601-limited", "smpte170m", "tv", "yuv420p", "128x96", lossless),
+            ("601-full", "smpte170m", "pc", "yuv420p", "128x96", lossless),
+            ("709-limited", "bt709", "tv", "yuv420p", "128x96", lossless),
+            ("709-full", "bt709", "pc", "yuv420p", "128x96", lossless),
+            ("2020-limited", "bt2020nc", "tv", "yuv420p", "128x96", lossless),
+            ("odd-420", "bt709", "tv", "yuv420p", "101x75", lossless),
+            ("422", "bt709", "tv", "yuv422p", "128x96", lossless),
+            ("444", "bt709", "tv", "yuv444p", "128x96", lossless),
+            ("422-10", "bt709", "tv", "yuv422p10le", "128x96", lossless),
+            ("410", "smpte170m", "tv", "yuv410p", "128x96", lossless),
+            ("grey", "smpte170m", "tv", "gray", "128x96", lossless),
+            ("rgb", "bt709", "tv", "bgr0", "128x96", lossless),
+            ("nv12", "smpte170m", "tv", "nv12", "128x96", ["-c:v", "rawvideo"])):
+        planar = {"nv12": "yuv420p", "yuv422p10le": "yuv422p", "gray": "yuv444p", "bgr0": "yuv444p"}.get(pixels, pixels)
+        subsampling = {"yuv420p": (2, 2), "yuv422p": (2, 1), "yuv444p": (1, 1), "yuv410p": (4, 4)}[planar]
+        source = BLOCKS.format(size=size, pixels=planar, across=subsampling[0], down=subsampling[1])
+        file = folder / f"colours-{name}.{'avi' if pixels == 'nv12' else 'mkv'}"
+        tags = ["-colorspace", matrix, "-color_range", extent] if planar == pixels else []
+        ffmpeg(*pictures(source), *codec, "-pix_fmt", pixels, *tags, str(file))
+        ffmpeg("-i", str(file), "-frames:v", "1", "-sws_flags", "bilinear+accurate_rnd+full_chroma_int", "-pix_fmt",
+               "rgba", "-f", "rawvideo", str(folder / f"colours-{name}.rgba"))
 
 
 def lie_about_length(data, ticks):
@@ -122,6 +154,7 @@ def main():
     folder = pathlib.Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     make_good(folder)
+    make_colours(folder)
     make_bad(folder)
 
 
