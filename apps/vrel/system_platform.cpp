@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/console_output.h"
+#include "system/plugins/lv2/lv2_preset_library.h"
 
 namespace vrel::app {
 namespace {
@@ -65,7 +66,8 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
     return sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri,
                                 [world, codes](double sampleRate, AUAudioUnit::ParameterTreeHandler handler) {
                                   world->requestParameters(codes, sampleRate, std::move(handler));
-                                }};
+                                },
+                                std::make_shared<lv2::Lv2PresetLibrary>(world, codes)};
   };
   sandbox::SandboxSettings sandboxSettings;
   sandboxSettings.sampleRate = output_->sampleRate();

@@ -4,8 +4,11 @@
 #include <lilv/lilv.h>
 #include <lv2/atom/atom.h>
 
+#include <cmath>
+#include <cstring>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -108,20 +111,31 @@ void HostedPlugin::loadDefaultState(Lv2World& world) {
   if (state == nullptr) {
     return;
   }
-  const auto setPort = [](const char* symbol, void* self, const void* value, std::uint32_t size, std::uint32_t type) {
-    auto& plugin = *static_cast<HostedPlugin*>(self);
-    if (size != sizeof(float) || type != plugin.urids_.map(LV2_ATOM__Float)) {
-      return;
-    }
-    const auto& ports = plugin.description_->ports;
-    for (std::uint32_t index = 0; index < ports.size(); ++index) {
-      if (ports[index].symbol == symbol && ports[index].isSetting()) {
-        plugin.ports_.setControl(index, *static_cast<const float*>(value));
-      }
-    }
-  };
-  lilv_state_restore(state, instance_, setPort, this, 0, features_.list());
+  lilv_state_restore(state, instance_, &setStoredControl, this, 0, features_.list());
   lilv_state_free(state);
+}
+
+void HostedPlugin::setStoredControl(const char* symbol, void* plugin, const void* value, std::uint32_t size,
+                                    std::uint32_t type) {
+  auto& self = *static_cast<HostedPlugin*>(plugin);
+  const auto read = [&](const char* typeUri, auto number) -> std::optional<float> {
+    if (type != self.urids_.map(typeUri) || size != sizeof number) {
+      return std::nullopt;
+    }
+    std::memcpy(&number, value, sizeof number);
+    return static_cast<float>(number);
+  };
+  std::optional<float> number = read(LV2_ATOM__Float, float{});
+  number = number ? number : read(LV2_ATOM__Double, double{});
+  number = number ? number : read(LV2_ATOM__Int, std::int32_t{});
+  number = number ? number : read(LV2_ATOM__Long, std::int64_t{});
+  number = number ? number : read(LV2_ATOM__Bool, std::int32_t{});
+  const auto& ports = self.description_->ports;
+  for (std::uint32_t index = 0; number && std::isfinite(*number) && index < ports.size(); ++index) {
+    if (ports[index].symbol == symbol && ports[index].isSetting()) {
+      self.ports_.setControl(index, *number);
+    }
+  }
 }
 
 void HostedPlugin::runAndAnswer(std::uint32_t frameCount, bool performNow) noexcept {

@@ -52,6 +52,11 @@ class HostedPlugin {
   /// caller holds the gate and the work mutex. Some plug-ins load what a state names only now.
   void settle() noexcept;
 
+  /// Sets the control of this symbol to a number of any type, as a stored state calls it; `plugin` is the HostedPlugin.
+  /// Others, and what has another type, are passed over.
+  static void setStoredControl(const char* symbol, void* plugin, const void* value, std::uint32_t size,
+                               std::uint32_t type);
+
   /// Clears what sounds. The caller holds the gate and the work mutex.
   void reactivate() noexcept;
 

@@ -23,4 +23,9 @@ struct HeapDeleter {
 };
 using HeapText = std::unique_ptr<char, HeapDeleter>;
 
+struct StateDeleter {
+  void operator()(LilvState* state) const { lilv_state_free(state); }
+};
+using State = std::unique_ptr<LilvState, StateDeleter>;
+
 }  // namespace vrel::lv2

@@ -2,6 +2,8 @@
 #include "system/plugins/lv2/lv2_instance.h"
 
 #include "system/plugins/lv2/plugin_state.h"
+#include "system/plugins/lv2/preset_list.h"
+#include "system/plugins/lv2/preset_state.h"
 #include "system/plugins/lv2/state_snapshot.h"
 
 namespace vrel::lv2 {
@@ -22,6 +24,26 @@ void Lv2Instance::setFullStateForDocument(const PropertyListDictionary& state) {
     processor_->besideBlocks(
         [&failure](HostedPlugin& plugin) { plugin.log().write("state not restored: " + failure->description); });
   }
+}
+
+void Lv2Instance::usePreset(const std::string& identifier, Handler handler) {
+  // The place is found on the world thread, where it is used next.
+  presets_.locate(identifier, [weak = std::weak_ptr(processor_), handler = std::move(handler)](const auto& place) {
+    const auto processor = weak.lock();
+    if (processor != nullptr) {
+      handler(place ? lv2::usePreset(*processor->world(), *processor, place.value()) : Outcome(place.error()));
+    }
+  });
+}
+
+Outcome Lv2Instance::usePresetNow(const PresetPlace& place) {
+  Outcome outcome;
+  processor_->world()->thread().runAndWait([&] { outcome = lv2::usePreset(*processor_->world(), *processor_, place); });
+  return outcome;
+}
+
+void Lv2Instance::saveUserPreset(const std::string& name, SaveHandler handler) {
+  presets_.save(fullStateForDocument().value_or(PropertyListDictionary{}), name, std::move(handler));
 }
 
 }  // namespace vrel::lv2

@@ -65,6 +65,7 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   void besideBlocks(const std::function<void(HostedPlugin&)>& action) VREL_NOT_AUDIO_THREAD;
 
   [[nodiscard]] const PluginDescription& description() const { return *description_; }
+  [[nodiscard]] const std::shared_ptr<Lv2World>& world() const { return world_; }
 
   /// See Lv2World; at the graph's rate.
   void requestParameters(std::function<void(std::shared_ptr<const AUParameterTree>)> handler) VREL_NOT_AUDIO_THREAD;

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/lv2/plugin_state.h"
 
+#include <lilv/lilv.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "foundation/mutex.h"
@@ -78,27 +81,6 @@ const void* retrieve(LV2_State_Handle handle, std::uint32_t key, std::size_t* si
   return isThere ? found->value.data() : nullptr;
 }
 
-/// The values as this process understands them; fails on a value whose numbers cannot be found.
-Result<std::vector<StateProperty>> translated(UridMap& urids, const std::vector<StateProperty>& stored) {
-  const AtomUrids atoms(urids);
-  std::vector<StateProperty> properties = stored;
-  for (StateProperty& property : properties) {
-    if (property.uris.empty()) {
-      continue;
-    }
-    bool isKnown = true;
-    const bool isSound = atoms.translate(urids.map(property.type), property.value, [&](LV2_URID urid) {
-      const auto uri = property.uris.find(urid);
-      isKnown = isKnown && uri != property.uris.end();
-      return uri == property.uris.end() ? LV2_URID{0} : urids.map(uri->second);
-    });
-    if (!isKnown || !isSound) {
-      return Error{"state has a damaged value under " + property.key};
-    }
-  }
-  return properties;
-}
-
 void captureControls(HostedPlugin& plugin, StateSnapshot& snapshot) {
   const auto& ports = plugin.description().ports;
   for (std::uint32_t index = 0; index < ports.size(); ++index) {
@@ -121,7 +103,7 @@ void restoreControls(HostedPlugin& plugin, const StateSnapshot& snapshot) {
 
 /// The plug-in's own part. The caller holds the gate and the work mutex.
 Outcome restoreProperties(HostedPlugin& plugin, const StateSnapshot& snapshot) {
-  Result<std::vector<StateProperty>> properties = translated(plugin.urids(), snapshot.properties);
+  Result<std::vector<StateProperty>> properties = inThisProcess(plugin.urids(), snapshot.properties);
   if (!properties) {
     return properties.error();
   }
@@ -160,7 +142,77 @@ StateSnapshot capture(HostedPlugin& plugin) {
   return snapshot;
 }
 
+/// Beside the plug-in's own, as the library calls it: the paths in a preset are the library's to find.
+struct PresetRestoring {
+  HostedPlugin& plugin;
+  bool hasProperties = false;
+  LV2_State_Status status = LV2_STATE_SUCCESS;
+};
+
+LV2_State_Status restoreFromPreset(LV2_Handle handle, LV2_State_Retrieve_Function read, LV2_State_Handle state,
+                                   std::uint32_t flags, const LV2_Feature* const* features) {
+  auto& restoring = *static_cast<PresetRestoring*>(handle);
+  const LV2_State_Interface* const own = restoring.plugin.stateInterface();
+  if (restoring.hasProperties && own != nullptr && own->restore != nullptr) {
+    restoring.status = own->restore(restoring.plugin.handle(), read, state, flags, features);
+  }
+  return restoring.status;
+}
+
+const void* presetExtension(const char* uri) {
+  static const LV2_State_Interface interface { nullptr, &restoreFromPreset };
+  return std::string_view(uri) == LV2_STATE__interface ? &interface : nullptr;
+}
+
+std::vector<const LV2_Feature*> withoutPaths(const LV2_Feature* const* features) {
+  std::vector<const LV2_Feature*> kept;
+  for (; *features != nullptr; ++features) {
+    const std::string_view uri = (*features)->URI;
+    if (uri != LV2_STATE__mapPath && uri != LV2_STATE__freePath) {
+      kept.push_back(*features);
+    }
+  }
+  kept.push_back(nullptr);
+  return kept;
+}
+
+/// Both the plug-in's own part and its controls. The caller holds the gate and the work mutex.
+Outcome applyPreset(HostedPlugin& plugin, const LilvState* preset) {
+  PresetRestoring restoring{plugin, lilv_state_get_num_properties(preset) > 0};
+  const LV2_Descriptor descriptor{
+      plugin.description().uri.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &presetExtension};
+  LilvInstance stand{&descriptor, &restoring, nullptr};
+  const auto features = withoutPaths(plugin.features());
+  lilv_state_restore(preset, &stand, nullptr, nullptr, stateFlags, features.data());
+  if (restoring.status != LV2_STATE_SUCCESS) {
+    return Error{"the plug-in refused it"};
+  }
+  plugin.ports().forgetControlChanges();
+  lilv_state_emit_port_values(preset, &HostedPlugin::setStoredControl, &plugin);
+  return std::nullopt;
+}
+
 }  // namespace
+
+Result<std::vector<StateProperty>> inThisProcess(UridMap& urids, const std::vector<StateProperty>& stored) {
+  const AtomUrids atoms(urids);
+  std::vector<StateProperty> properties = stored;
+  for (StateProperty& property : properties) {
+    if (property.uris.empty()) {
+      continue;
+    }
+    bool isKnown = true;
+    const bool isSound = atoms.translate(urids.map(property.type), property.value, [&](LV2_URID urid) {
+      const auto uri = property.uris.find(urid);
+      isKnown = isKnown && uri != property.uris.end();
+      return uri == property.uris.end() ? LV2_URID{0} : urids.map(uri->second);
+    });
+    if (!isKnown || !isSound) {
+      return Error{"state has a damaged value under " + property.key};
+    }
+  }
+  return properties;
+}
 
 StateSnapshot captureState(HostedPlugin& plugin) {
   const MutexLock lock(plugin.worker().workMutex());
@@ -179,6 +231,19 @@ Outcome restoreState(HostedPlugin& plugin, const StateSnapshot& snapshot) {
   }
   if (!failure) {
     restoreControls(plugin, snapshot);
+  }
+  plugin.settle();
+  plugin.ports().showControls();
+  return failure;
+}
+
+Outcome restorePreset(HostedPlugin& plugin, const LilvState* preset) {
+  const MutexLock lock(plugin.worker().workMutex());
+  const bool hasOwnState = plugin.stateInterface() != nullptr && plugin.stateInterface()->restore != nullptr;
+  const StateSnapshot before = hasOwnState ? capture(plugin) : StateSnapshot{};
+  const Outcome failure = applyPreset(plugin, preset);
+  if (failure && hasOwnState && restoreProperties(plugin, before)) {
+    plugin.log().write("could not restore its own state");
   }
   plugin.settle();
   plugin.ports().showControls();

@@ -1,14 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/guest_link.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "system/plugins/sandbox/word_wait.h"
 
 namespace vrel::sandbox {
+namespace {
+
+constexpr bool isOfAChange(MessageKind answer) {
+  return answer == MessageKind::done || answer == MessageKind::presetUsed;
+}
+
+const Error guestIsDead{"its process has ended"};
+
+}  // namespace
 
 Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout) {
-  const Error dead{"its process has ended"};
+  const Error& dead = guestIsDead;
   const Error slow{"it does not respond"};
   MutexLock lock(mutex_);
   if (isDead()) {
@@ -17,7 +27,7 @@ Result<Bytes> GuestLink::ask(const Send& send, MessageKind kind, Bytes body, Mes
   const bool isLate = !owed_.empty();
   const std::uint32_t request = ++lastRequest_;
   owed_.emplace(request, Owed{answer});
-  changes_ += answer == MessageKind::done ? 1U : 0U;
+  changes_ += isOfAChange(answer) ? 1U : 0U;
   send({kind, request, std::move(body)});
   if (isLate) {
     return slow;
@@ -78,32 +88,67 @@ void GuestLink::forgetState() {
   state_.reset();
 }
 
-bool GuestLink::deliver(Message message) {
-  const MutexLock lock(mutex_);
-  const auto owed = owed_.find(message.request);
-  if (owed == owed_.end() || owed->second.answer != message.kind) {
-    return false;
+void GuestLink::request(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Answered handler) {
+  {
+    const MutexLock lock(mutex_);
+    if (!isDead()) {
+      const std::uint32_t request = ++lastRequest_;
+      owed_.emplace(request, Owed{answer});
+      handlers_.emplace(request, std::move(handler));
+      changes_ += isOfAChange(answer) ? 1U : 0U;
+      send({kind, request, std::move(body)});
+      return;
+    }
   }
-  changes_ -= owed->second.answer == MessageKind::done ? 1U : 0U;
-  owed_.erase(owed);
-  if (stateRequest_ == message.request) {
-    stateRequest_.reset();
-    state_ = std::move(message.body);
-    answered_.notify_all();
-  } else if (awaited_ == message.request) {
-    answer_ = std::move(message.body);
-    answered_.notify_all();
+  handler(guestIsDead);
+}
+
+bool GuestLink::owesPresetSince(std::chrono::steady_clock::time_point time) {
+  const MutexLock lock(mutex_);
+  return std::any_of(owed_.begin(), owed_.end(), [&](const auto& each) {
+    return each.second.answer == MessageKind::presetUsed && each.second.since <= time;
+  });
+}
+
+bool GuestLink::deliver(Message message) {
+  Answered handler;
+  {
+    const MutexLock lock(mutex_);
+    const auto owed = owed_.find(message.request);
+    if (owed == owed_.end() || owed->second.answer != message.kind) {
+      return false;
+    }
+    changes_ -= isOfAChange(owed->second.answer) ? 1U : 0U;
+    owed_.erase(owed);
+    if (auto found = handlers_.extract(message.request)) {
+      handler = std::move(found.mapped());
+    } else if (stateRequest_ == message.request) {
+      stateRequest_.reset();
+      state_ = std::move(message.body);
+      answered_.notify_all();
+    } else if (awaited_ == message.request) {
+      answer_ = std::move(message.body);
+      answered_.notify_all();
+    }
+  }
+  if (handler) {
+    handler(std::move(message.body));
   }
   return true;
 }
 
 void GuestLink::markDead() {
+  std::map<std::uint32_t, Answered> handlers;
   {
     const MutexLock lock(mutex_);
     isDead_.store(true, std::memory_order_release);
+    handlers.swap(handlers_);
   }
   answered_.notify_all();
   post(block().answer, endOfBlocks);
+  for (const auto& [request, handler] : handlers) {
+    handler(guestIsDead);
+  }
 }
 
 }  // namespace vrel::sandbox

@@ -48,6 +48,9 @@ class GuestLink {
   [[nodiscard]] bool owesAnswer();
   [[nodiscard]] bool owesAnswerSince(std::chrono::steady_clock::time_point time);
 
+  /// Whether a preset that was to be used since then is not yet.
+  [[nodiscard]] bool owesPresetSince(std::chrono::steady_clock::time_point time);
+
   /// Whether a request that changes the plug-in is not done yet. Any thread, the block included.
   [[nodiscard]] bool isChanging() const noexcept { return changes_.load(std::memory_order_acquire) > 0; }
 
@@ -65,6 +68,12 @@ class GuestLink {
   /// of timeout. A guest that still owes an answer is given further requests without waiting.
   [[nodiscard]] Result<Bytes> ask(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Timeout timeout);
 
+  /// Sends a request that changes the plug-in, and returns at once. The handler gets the answer, of the kind `answer`,
+  /// or why there is none; once, on the supervisor's thread or before this returns, or never when the guest is released
+  /// first.
+  using Answered = std::function<void(Result<Bytes>)>;
+  void request(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Answered handler);
+
   /// Gives an answer to whoever waits for it. False for one that nobody can have asked for.
   [[nodiscard]] bool deliver(Message message);
 
@@ -75,7 +84,7 @@ class GuestLink {
   SharedMemory memory_;
   std::atomic<bool> isDead_{false};
   std::atomic<double> missedSeconds_{0};
-  std::atomic<std::uint32_t> changes_{0};  // requests to be answered with `done`
+  std::atomic<std::uint32_t> changes_{0};  // requests to be answered with `done` or `presetUsed`
 
   Mutex mutex_;
   std::condition_variable answered_;
@@ -84,8 +93,9 @@ class GuestLink {
     MessageKind answer;
     std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
   };
-  std::map<std::uint32_t, Owed> owed_ VREL_GUARDED_BY(mutex_);    // by request, what is to come
-  std::optional<std::uint32_t> awaited_ VREL_GUARDED_BY(mutex_);  // the request that somebody waits for
+  std::map<std::uint32_t, Owed> owed_ VREL_GUARDED_BY(mutex_);          // by request, what is to come
+  std::map<std::uint32_t, Answered> handlers_ VREL_GUARDED_BY(mutex_);  // by request
+  std::optional<std::uint32_t> awaited_ VREL_GUARDED_BY(mutex_);        // the request that somebody waits for
   std::optional<Bytes> answer_ VREL_GUARDED_BY(mutex_);
   std::optional<std::uint32_t> stateRequest_ VREL_GUARDED_BY(mutex_);  // whose answer goes into `state_`
   std::optional<Bytes> state_ VREL_GUARDED_BY(mutex_);

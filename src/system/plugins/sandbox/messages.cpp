@@ -17,6 +17,8 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::instantiate:
     case MessageKind::failed:
     case MessageKind::log:
+    case MessageKind::usePreset:
+    case MessageKind::presetUsed:
       return largestText;
     case MessageKind::restoreState:
     case MessageKind::state:
@@ -61,6 +63,21 @@ std::optional<InstantiateRequest> instantiateRequestFromBytes(std::span<const st
   request.worksWithinBlock = reader.number<std::uint8_t>() != 0;
   request.isRealTime = reader.number<std::uint8_t>() != 0;
   return reader.ok() && reader.isAtEnd() ? std::optional(request) : std::nullopt;
+}
+
+Bytes toBytes(const PresetPlace& place) {
+  ByteWriter writer;
+  writer.text(place.uri);
+  writer.text(place.file);
+  return writer.take();
+}
+
+std::optional<PresetPlace> presetPlaceFromBytes(std::span<const std::uint8_t> bytes) {
+  ByteReader reader(bytes);
+  PresetPlace place;
+  place.uri = reader.text();
+  place.file = reader.text();
+  return reader.ok() && reader.isAtEnd() ? std::optional(place) : std::nullopt;
 }
 
 Bytes toBytes(const Message& message) {

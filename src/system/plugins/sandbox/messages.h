@@ -8,12 +8,14 @@
 //   prepare        host   sample rate, 8 bytes of double           done
 //   captureState   host   none                                     state
 //   restoreState   host   a dictionary                             done
+//   usePreset      host   where its data is: its URI and its file  presetUsed
 //   reset          host   none                                     done
 //   quit           host   none                                     the guest ends
 //   ready          guest  channels that leave the plug-in, and the number of its process, 4 bytes each
 //   failed         guest  words; the guest then ends
 //   done           guest  none
 //   state          guest  a dictionary; nothing for one that is too large
+//   presetUsed     guest  nothing, or in words why it was not
 //   log            guest  one line, at any time
 //
 // A guest that is ready may be asked to instantiate once more: it removes its plug-in first.
@@ -28,6 +30,7 @@
 #include <string>
 #include <type_traits>
 
+#include "system/plugins/preset_library.h"
 #include "system/plugins/sandbox/byte_coding.h"
 
 namespace vrel::sandbox {
@@ -39,11 +42,13 @@ enum class MessageKind : std::uint32_t {
   restoreState,
   reset,
   quit,
+  usePreset,
   ready = 101,
   failed,
   done,
   state,
   log,
+  presetUsed,
 };
 
 struct MessageHead {
@@ -85,6 +90,9 @@ struct InstantiateRequest {
 };
 [[nodiscard]] Bytes toBytes(const InstantiateRequest& request);
 [[nodiscard]] std::optional<InstantiateRequest> instantiateRequestFromBytes(std::span<const std::uint8_t> bytes);
+
+[[nodiscard]] Bytes toBytes(const PresetPlace& place);
+[[nodiscard]] std::optional<PresetPlace> presetPlaceFromBytes(std::span<const std::uint8_t> bytes);
 
 /// Head and body in one piece, ready to be sent.
 [[nodiscard]] Bytes toBytes(const Message& message);

@@ -8,11 +8,16 @@
 #include "system/plugins/sandbox/property_list_bytes.h"
 
 namespace vrel::sandbox {
+namespace {
+
+const Error noPresets{"no presets are known"};
+
+}  // namespace
 
 void SandboxedInstance::requestFullStateForDocument() {
   Guest& guest = processor_->guest();
   if (guest.isDead() || guest.link().isChanging()) {
-    return;  // its state is the one that it was given
+    return;  // its state is the one that it was given, or is about to be that of a preset
   }
   const auto now = std::chrono::steady_clock::now();
   (void)takeState(now);  // the answer to an earlier capture
@@ -92,6 +97,66 @@ float SandboxedInstance::parameterValue(AUParameterAddress address) {
 void SandboxedInstance::setParameterValue(AUParameterAddress address, float value) {
   if (std::isfinite(value)) {
     control_table::want(processor_->guest().block().controls, address, value);
+  }
+}
+
+void SandboxedInstance::requestPresets(ListHandler handler) {
+  if (presets_ != nullptr) {
+    presets_->list(std::move(handler));
+  } else {
+    handler({});
+  }
+}
+
+void SandboxedInstance::usePreset(const std::string& identifier, Handler handler) {
+  if (presets_ == nullptr) {
+    handler(noPresets);
+    return;
+  }
+  presets_->locate(identifier, [weak = std::weak_ptr(processor_), handler = std::move(handler)](const auto& place) {
+    const auto processor = weak.lock();
+    if (processor == nullptr) {
+      return;
+    }
+    if (!place) {
+      handler(place.error());
+      return;
+    }
+    processor->guest().request(MessageKind::usePreset, toBytes(place.value()), MessageKind::presetUsed,
+                               [handler](const Result<Bytes>& answer) {
+                                 if (!answer) {
+                                   handler(answer.error());
+                                 } else if (!answer.value().empty()) {
+                                   handler(Error{{answer.value().begin(), answer.value().end()}});
+                                 } else {
+                                   handler(std::nullopt);
+                                 }
+                               });
+  });
+}
+
+void SandboxedInstance::saveUserPreset(const std::string& name, SaveHandler handler) {
+  if (presets_ == nullptr) {
+    handler(noPresets);
+    return;
+  }
+  processor_->guest().request(MessageKind::captureState, {}, MessageKind::state,
+                              [presets = presets_, name, handler = std::move(handler)](const Result<Bytes>& answer) {
+                                auto state = answer && !answer.value().empty() ? dictionaryFromBytes(answer.value())
+                                                                               : std::nullopt;
+                                if (state) {
+                                  presets->save(*std::move(state), name, handler);
+                                } else {
+                                  handler(answer ? Error{"the plug-in did not return its state"} : answer.error());
+                                }
+                              });
+}
+
+void SandboxedInstance::deleteUserPreset(const std::string& identifier, Handler handler) {
+  if (presets_ != nullptr) {
+    presets_->remove(identifier, std::move(handler));
+  } else {
+    handler(noPresets);
   }
 }
 

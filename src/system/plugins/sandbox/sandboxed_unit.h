@@ -9,9 +9,11 @@
 #include <utility>
 
 #include "platform/audio_unit.h"
+#include "platform/plugin_presets.h"
 #include "platform/state_answer.h"
 #include "system/audio/graph_node.h"
 #include "system/plugins/observable_instrument.h"
+#include "system/plugins/preset_library.h"
 #include "system/plugins/sandbox/sandbox_processor.h"
 #include "system/plugins/sandboxed_node.h"
 
@@ -22,7 +24,7 @@ namespace vrel::sandbox {
 /// A guest that is dead or has not answered in time costs the plug-in's latest changes, not its state: the last state
 /// that went in or came out is given back, and it is logged. An answer that comes later is the last state from then on.
 /// One that is behind with its blocks is asked, but waited for only where a capture has no time limit.
-class SandboxedInstance final : public AUAudioUnit, public StateAnswer {
+class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public PluginPresets {
  public:
   using Log = std::function<void(const std::string&)>;
 
@@ -30,11 +32,12 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer {
   using RequestParameters = std::function<void(double sampleRate, ParameterTreeHandler handler)>;
 
   SandboxedInstance(std::shared_ptr<SandboxProcessor> processor, std::string name, Log log,
-                    RequestParameters requestParameters)
+                    RequestParameters requestParameters, std::shared_ptr<PresetLibrary> presets)
       : processor_(std::move(processor)),
         name_(std::move(name)),
         log_(std::move(log)),
-        requestParameters_(std::move(requestParameters)) {}
+        requestParameters_(std::move(requestParameters)),
+        presets_(std::move(presets)) {}
 
   void requestFullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
@@ -46,6 +49,10 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer {
   void requestParameterTree(ParameterTreeHandler completionHandler) override;
   [[nodiscard]] float parameterValue(AUParameterAddress address) override;
   void setParameterValue(AUParameterAddress address, float value) override;
+  void requestPresets(ListHandler handler) override;
+  void usePreset(const std::string& identifier, Handler handler) override;
+  void saveUserPreset(const std::string& name, SaveHandler handler) override;
+  void deleteUserPreset(const std::string& identifier, Handler handler) override;
   void reset();
 
   /// Whether the guest lives and neither owes an answer nor is behind with its blocks.
@@ -61,6 +68,7 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer {
   const std::string name_;
   const Log log_;
   const RequestParameters requestParameters_;
+  const std::shared_ptr<PresetLibrary> presets_;  // null where none are known
   std::optional<PropertyListDictionary> lastState_;
 
   // A capture under way; none between captures.
@@ -75,8 +83,9 @@ template <typename Interface>
 class SandboxedNodeOf : public audio::GraphNodeOf<Interface>, public SandboxedNode {
  public:
   SandboxedNodeOf(std::shared_ptr<SandboxProcessor> processor, std::string name, SandboxedInstance::Log log,
-                  SandboxedInstance::RequestParameters requestParameters)
-      : instance_(std::move(processor), std::move(name), std::move(log), std::move(requestParameters)) {}
+                  SandboxedInstance::RequestParameters requestParameters, std::shared_ptr<PresetLibrary> presets)
+      : instance_(std::move(processor), std::move(name), std::move(log), std::move(requestParameters),
+                  std::move(presets)) {}
 
   [[nodiscard]] AUAudioUnit& auAudioUnit() override { return instance_; }
   void reset() override { instance_.reset(); }

@@ -16,9 +16,10 @@ std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioCompon
                                                    settings.counters, settings.longestBlock});
   if (codes.componentType == componentTypeMusicDevice) {
     return std::make_shared<SandboxedInstrument>(std::move(processor), place.name, settings.log,
-                                                 place.requestParameters);
+                                                 place.requestParameters, place.presets);
   }
-  return std::make_shared<SandboxedUnit>(std::move(processor), place.name, settings.log, place.requestParameters);
+  return std::make_shared<SandboxedUnit>(std::move(processor), place.name, settings.log, place.requestParameters,
+                                         place.presets);
 }
 
 /// A request that has failed, while its handler runs.

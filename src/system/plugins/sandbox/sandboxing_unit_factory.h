@@ -11,6 +11,7 @@
 
 #include "platform/audio_unit.h"
 #include "system/plugins/plugin_counters.h"
+#include "system/plugins/preset_library.h"
 #include "system/plugins/sandbox/supervisor.h"
 
 namespace vrel {
@@ -27,6 +28,8 @@ struct PluginPlace {
 
   /// Reads what its controls are; may be empty. See Lv2World.
   std::function<void(double sampleRate, AUAudioUnit::ParameterTreeHandler handler)> requestParameters{};
+
+  std::shared_ptr<PresetLibrary> presets{};  // its presets; may be null
 };
 
 struct SandboxSettings {

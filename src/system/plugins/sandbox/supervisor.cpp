@@ -25,6 +25,10 @@ bool Guest::requestState() {
   return link_->requestState(sender());
 }
 
+void Guest::request(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Answered handler) {
+  link_->request(sender(), kind, std::move(body), answer, std::move(handler));
+}
+
 GuestLink::Send Guest::sender() {
   return [this](Message message) {
     supervisor_->core_->post([key = key_, message = std::make_shared<const Message>(std::move(message))](

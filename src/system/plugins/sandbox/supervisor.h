@@ -31,6 +31,7 @@ class Guest {
   /// See GuestLink. Main thread.
   [[nodiscard]] Result<Bytes> ask(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Timeout timeout);
   [[nodiscard]] bool requestState();
+  void request(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Answered handler);
 
   [[nodiscard]] GuestLink& link() { return *link_; }
 
@@ -52,7 +53,8 @@ inline constexpr std::size_t mostParkedGuests = 64;
 ///
 /// Life of a guest: it is started; it has all the time it wants to say `ready`; it serves until its
 /// `Guest` is released; then it has `closingGrace` to end before it is killed. One that dies, closes
-/// its socket or sends what it may not is killed and reaped at any time, and so is one that is hung (see GuestLink).
+/// its socket or sends what it may not is killed and reaped at any time, and so is one that is hung (see GuestLink) or
+/// does not come to the end of a preset within `presetGrace`.
 ///
 /// With `mostParked`, one that is released in good health, with nothing owed, makes its plug-in once more, with its
 /// default state, and is parked. An equal request gets it at once. All end when a request comes with another sample
@@ -71,6 +73,7 @@ class Supervisor : public std::enable_shared_from_this<Supervisor> {
     std::chrono::milliseconds closingGrace = std::chrono::milliseconds(1000);
     std::size_t mostParked = 0;
     std::chrono::milliseconds remakingGrace = std::chrono::seconds(10);  // to make the plug-in once more
+    std::chrono::milliseconds presetGrace = std::chrono::seconds(10);    // to use a preset
   };
 
   struct Ready {

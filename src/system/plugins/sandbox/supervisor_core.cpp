@@ -448,13 +448,14 @@ void Supervisor::Core::watchGuests() {
       log(record, "has not done what was asked for 2 s; until it has, it may be silent");
     }
     record.isReported = isLate;
-    if (record.link->isHung()) {
+    const bool isStuck = record.link->owesPresetSince(Clock::now() - settings_.presetGrace);
+    if (isStuck || record.link->isHung()) {
       // What follows does not wait for the process: one that hangs in the kernel may stay.
       record.stage = Stage::closing;
       kill(record);
       record.link->markDead();
       if (const auto died = std::exchange(record.launch.died, nullptr)) {
-        died("missed every block for 2 s and was ended");
+        died(isStuck ? "did not finish loading a preset and was ended" : "missed every block for 2 s and was ended");
       }
     }
   }

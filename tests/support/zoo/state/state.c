@@ -4,11 +4,12 @@
 
 #include <lv2/state/state.h>
 #include <stdio.h>
+#include <unistd.h>
 
 // Keeps two things beside its control: the number of the last key below 100, and a file of its own
 // that holds the number of the last key from 100. Left gives the first, right what the file says, both
 // in 1/128. After a restore the file is read in the next run, as sample players do it. A restored
-// value of 13 is refused. At a value of 98 its state is larger than 256 MiB.
+// value of 13 is refused, 14 never comes to an end, and 15 ends the process. At a value of 98 its state is larger than 256 MiB.
 
 typedef struct {
   _Atomic int32_t value;  // a host may save while it runs
@@ -112,6 +113,12 @@ static LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function r
   kept->value = *value;  // set before the result, so that a test detects a host that keeps it
   if (*value == 13) {
     return LV2_STATE_ERR_UNKNOWN;
+  }
+  while (*value == 14) {
+    pause();
+  }
+  if (*value == 15) {
+    abort();
   }
   const LV2_URID* self = retrieve(state, urid(zoo, ZOO_URI "#self"), &size, &type, &valueFlags);
   if (self == NULL || *self != urid(zoo, ZOO_URI)) {

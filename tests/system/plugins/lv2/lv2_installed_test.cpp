@@ -6,12 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <set>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "system/plugins/lv2/lv2_stage.h"
+#include "system/plugins/lv2/preset_answers.h"
 
 // Plug-ins that musicians use, as the distribution packages them.
 
@@ -35,6 +37,24 @@ class Installed : public testing::TestWithParam<const char*> {
  protected:
   Stage stage_{Bundles::known};
 };
+
+TEST(InstalledPresets, ThoseOfASynthesizerSoundDifferent) {
+  const Stage stage(Bundles::known);
+  const auto unit = stage.make("http://drobilla.net/plugins/mda/JX10").unit;
+  PresetsOf presets(*unit);
+  EXPECT_EQ(presets.all().size(), 52U);
+  Player player(unit);
+  std::set<float> heard;
+  for (const char* name : {"5th Sweep Pad", "Echo Pad [SA]", "Space Chimes [SA]"}) {
+    ASSERT_EQ(presets.use(name), std::nullopt) << name;
+    player.send(0x90, 60, 100);
+    heard.insert(rootMeanSquare(player.play(oneSecond / 4).left));
+    player.panic();
+    (void)player.play(oneSecond / 8);
+  }
+  EXPECT_EQ(heard.size(), 3U);
+  EXPECT_GT(*heard.begin(), 0.001F);
+}
 
 using InstalledInstrument = Installed;
 

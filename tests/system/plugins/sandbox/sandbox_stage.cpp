@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "system/plugins/lv2/lv2_preset_library.h"
 #include "system/plugins/sandbox/processes.h"
 #include "system/plugins/sandbox/word_wait.h"
 
@@ -26,7 +27,8 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
                                    .log = settings_.log,
                                    .closingGrace = 200ms,
                                    .mostParked = mostParked,
-                                   .remakingGrace = 2s})
+                                   .remakingGrace = 2s,
+                                   .presetGrace = 300ms})
                     .value();
   const auto finder = [world = inProcess_.world](const AudioComponentDescription& codes) -> std::optional<PluginPlace> {
     const auto plugin = world->find(codes);
@@ -36,7 +38,8 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
     return PluginPlace{plugin->name, plugin->bundlePath, plugin->uri,
                        [world, codes](double sampleRate, AUAudioUnit::ParameterTreeHandler handler) {
                          world->requestParameters(codes, sampleRate, std::move(handler));
-                       }};
+                       },
+                       std::make_shared<lv2::Lv2PresetLibrary>(world, codes)};
   };
   factory_ = std::make_unique<SandboxingUnitFactory>(supervisor_, finder, mainLoop_, settings_);
   factory_->setDeathHandler([this](const SandboxingUnitFactory::Death& death) {

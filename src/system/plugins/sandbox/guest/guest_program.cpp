@@ -168,6 +168,13 @@ void GuestProgram::handle(const Message& message) {
       send({MessageKind::state, message.request, isSendable ? toBytes(state) : Bytes{}});
       return;
     }
+    case MessageKind::usePreset: {
+      const auto place = presetPlaceFromBytes(message.body);
+      const Outcome failure = place ? instance_->usePresetNow(*place) : Outcome(Error{"it has no name"});
+      const std::string words = failure ? failure->description.substr(0, longestLine) : std::string();
+      send({MessageKind::presetUsed, message.request, Bytes(words.begin(), words.end())});
+      return;
+    }
     default:
       leave();
   }
