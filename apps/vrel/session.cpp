@@ -42,7 +42,8 @@ Session::Session(system::MainLoop& loop, UiThread& window)
                       window_.apply(std::move(batch), [this] { mirrorSource_.delivered(); });
                     }),
       mirror_(mirrorSource_, content_, desktop_.shownAlert),
-      menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn()}),
+      projection_({state_, engine_->visualEngine(), desktop_, platform_.platform().videos, nullptr}),
+      menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn(), projection_}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
                [this](const std::string& action, const std::string& object) { menus_.perform(action, object); },
                settings_},
@@ -84,6 +85,7 @@ void Session::carryOut(const window::ConsoleCommands::Action& action) {
 
 void Session::setScreens(std::vector<NSScreen> screens) {
   desktop_.setScreens(std::move(screens));
+  projection_.screensChanged();
   menus_.rebuildMenusSoon();
 }
 

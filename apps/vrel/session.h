@@ -26,6 +26,7 @@
 #include "system/files/file_calls.h"
 #include "system/files/posix_file_manager.h"
 #include "system/user_defaults/ini_user_defaults.h"
+#include "visuals/visual_projection_window_controller.h"
 #include "vrel/system_platform.h"
 
 namespace vrel::system {
@@ -108,6 +109,7 @@ class Session {
   PlayedNowSource playedNow_;
   window::MirrorSource mirrorSource_;
   window::ConsoleMirror mirror_;
+  VrelVisualProjectionWindowController projection_;
   VrelMenuController menus_;
   window::ConsoleActions actions_;
   VrelApp app_;

@@ -198,7 +198,7 @@ MenuItem Builder::screens() const {
     items.push_back(
         command("Display " + std::to_string(index + 1), MenuAction::openVisualProjection, std::to_string(index)));
   }
-  if (items.empty()) {
+  if (items.size() < 2) {
     items.push_back(unavailable(words(TextKey::visualNoExternalDisplays)));
   }
   return menu(words(TextKey::visualOpenProjection), std::move(items));
@@ -215,11 +215,11 @@ MenuItem Builder::blendModes() const {
 
 MenuItem Builder::backgroundVideo() const {
   Items items{command(words(TextKey::visualChooseBackgroundVideo), MenuAction::chooseVisualBackgroundVideo)};
-  if (const auto& path = state_.visualBackgroundVideoPath.get()) {
+  if (const auto& path = state_.visualBackgroundVideoPath.get(); path && !path->empty()) {
     items.push_back(command(std::filesystem::path(*path).filename().string(), MenuAction::noop));
-    items.push_back(separator());
-    items.push_back(command(words(TextKey::visualClearBackgroundVideo), MenuAction::clearVisualBackgroundVideo));
   }
+  items.push_back(separator());
+  items.push_back(command(words(TextKey::visualClearBackgroundVideo), MenuAction::clearVisualBackgroundVideo));
   return menu(words(TextKey::visualBackgroundVideo), std::move(items));
 }
 
@@ -229,7 +229,13 @@ MenuItem Builder::visual() const {
                withKey(command(words(TextKey::visualToggleFullscreen), MenuAction::toggleVisualProjectionFullscreen),
                        "f", ModifierFlags::option),
                withKey(command(words(TextKey::visualCloseProjection), MenuAction::closeVisualProjection), "w",
-                       ModifierFlags::option)});
+                       ModifierFlags::option),
+               separator(),
+               withKey(checked(command(words(TextKey::projectionBlackout), MenuAction::toggleProjectionBlackout),
+                               contents_.isProjectionBlack),
+                       "b", ModifierFlags::option),
+               checked(command(words(TextKey::projectionTestPicture), MenuAction::toggleProjectionTestPicture),
+                       contents_.showsTestPicture)});
 }
 
 MenuItem Builder::bufferSizes() const {

@@ -16,6 +16,8 @@ struct MenuContents {
   const AppState& state;
   std::size_t screenCount = 0;
   std::vector<AudioOutputDevice> outputDevices;  // in the order of the menu
+  bool isProjectionBlack = false;
+  bool showsTestPicture = false;
 };
 
 /// The whole bar, in the language of the session. Of `former`, the current bar, the application's menu is kept

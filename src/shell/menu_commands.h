@@ -42,6 +42,8 @@ enum class MenuAction {
   openVisualProjection,
   toggleVisualProjectionFullscreen,
   closeVisualProjection,
+  toggleProjectionBlackout,
+  toggleProjectionTestPicture,
   selectAudioBufferSize,
   selectSystemAudioOutput,
   selectAudioOutput,

@@ -19,6 +19,7 @@
 #include "platform/dispatch.h"
 #include "shell/menu_builder.h"
 #include "shell/menu_commands.h"
+#include "visuals/visual_projection_window_controller.h"
 
 namespace vrel {
 namespace {
@@ -31,10 +32,9 @@ std::optional<Number> numberIn(const std::string& text) {
   return error == std::errc{} && parsed == end ? std::optional(number) : std::nullopt;
 }
 
-template <typename... Arguments>
-void call(const std::function<void(Arguments...)>& hook, std::type_identity_t<Arguments>... arguments) {
+void call(const std::function<void()>& hook) {
   if (hook) {
-    hook(arguments...);
+    hook();
   }
 }
 
@@ -46,6 +46,7 @@ VrelMenuController::VrelMenuController(const Collaborators& collaborators, MenuB
       desktop_(collaborators.desktop),
       liveMode_(collaborators.liveMode),
       midiLearn_(collaborators.midiLearn),
+      projection_(collaborators.projection),
       mainMenu_(std::move(mainMenu)) {}
 
 std::optional<VrelMenuController::Session> VrelMenuController::session() const {
@@ -77,6 +78,8 @@ void VrelMenuController::observe(AppState& appState) {
                   appState.visualBackgroundVideoPath.changed.connect(rebuildLater),
                   appState.undoTitle.changed.connect(rebuildLater),
                   appState.redoTitle.changed.connect(rebuildLater),
+                  projection_.isBlack.changed.connect(rebuildLater),
+                  projection_.isTestPictureShown.changed.connect(rebuildLater),
                   appState.globalMidiControlAssignments.changed.connect(rebuildForSongs),
                   appState.songs.changed.connect(rebuildForSongs)};
 }
@@ -113,7 +116,9 @@ void VrelMenuController::rebuild() {
     outputDevices_ = current->engine->availableOutputDevices();
     hasOutputList_ = true;
   }
-  mainMenu_ = buildMenuBar({current->state, desktop_.screens().size(), outputDevices_}, mainMenu_);
+  mainMenu_ = buildMenuBar({current->state, desktop_.screens().size(), outputDevices_, projection_.isBlack.get(),
+                            projection_.isTestPictureShown.get()},
+                           mainMenu_);
   menusRebuilt.emit();
 }
 
@@ -182,7 +187,7 @@ void VrelMenuController::selectVisualBlendMode(const std::string& mode) {
   const auto blendMode = visualBlendModeFromStoredText(mode);
   if (current && blendMode) {
     current->state.visualBlendMode.set(*blendMode);
-    call(hooks.refreshProjection);
+    projection_.updateContent();
     rebuildMenusSoon();
   }
 }
@@ -203,7 +208,7 @@ void VrelMenuController::clearVisualBackgroundVideo() {
 
 void VrelMenuController::setBackgroundVideo(AppState& state, const std::optional<std::string>& path) {
   state.visualBackgroundVideoPath.set(path);
-  call(hooks.refreshProjection);
+  projection_.updateContent();
   rebuildMenusSoon();
 }
 
@@ -217,15 +222,25 @@ void VrelMenuController::openVisualProjection(const std::string& screenIndex) {
   if (!screens.empty()) {
     screen = screens[*index < screens.size() ? *index : 0];
   }
-  call(hooks.openProjection, screen);
+  projection_.open(screen, true);
 }
 
 void VrelMenuController::toggleVisualProjectionFullscreen() {
-  call(hooks.toggleProjectionFullscreen);
+  if (projection_.isOpen()) {
+    projection_.toggleFullScreen();
+  }
 }
 
 void VrelMenuController::closeVisualProjection() {
-  call(hooks.closeProjection);
+  projection_.close();
+}
+
+void VrelMenuController::toggleProjectionBlackout() {
+  projection_.setBlack(!projection_.isBlack.get());
+}
+
+void VrelMenuController::toggleProjectionTestPicture() {
+  projection_.setTestPictureShown(!projection_.isTestPictureShown.get());
 }
 
 void VrelMenuController::selectAudioBufferSize(const std::string& frames) {

@@ -22,6 +22,7 @@ class AudioEngine;
 class LiveMode;
 class MainQueue;
 class MidiLearn;
+class VrelVisualProjectionWindowController;
 enum class MenuAction;
 struct MenuCommand;
 
@@ -41,15 +42,12 @@ class VrelMenuController {
     Desktop& desktop;
     LiveMode& liveMode;
     MidiLearn& midiLearn;
+    VrelVisualProjectionWindowController& projection;
   };
 
   /// What the menus set off elsewhere; without one, the command does nothing.
   struct Hooks {
     std::function<void()> terminate;
-    std::function<void(const std::optional<NSScreen>& screen)> openProjection;
-    std::function<void()> toggleProjectionFullscreen;
-    std::function<void()> closeProjection;
-    std::function<void()> refreshProjection;  // blend mode or background video have changed
     std::function<void()> showHelp;
   };
 
@@ -90,10 +88,13 @@ class VrelMenuController {
   void selectVisualBlendMode(const std::string& mode);
   void chooseVisualBackgroundVideo();
   void clearVisualBackgroundVideo();
-  /// By the place in the list of screens; the main screen for one that is not there.
+  /// By the place in the list of screens; the main screen for one that is not there. In full screen.
   void openVisualProjection(const std::string& screenIndex);
+  /// Nothing while the projection is closed.
   void toggleVisualProjectionFullscreen();
   void closeVisualProjection();
+  void toggleProjectionBlackout();
+  void toggleProjectionTestPicture();
   /// In frames; nothing for a size that the menu does not have.
   void selectAudioBufferSize(const std::string& frames);
   void selectSystemAudioOutput();
@@ -120,6 +121,7 @@ class VrelMenuController {
   Desktop& desktop_;
   LiveMode& liveMode_;
   MidiLearn& midiLearn_;
+  VrelVisualProjectionWindowController& projection_;
   MenuBar mainMenu_;
   AppState* appState_ = nullptr;
   std::weak_ptr<AudioEngine> audioEngine_;

@@ -137,6 +137,8 @@ enum class Hint {
   openProjection,
   toggleFullscreen,
   closeProjection,
+  blackout,
+  testPicture,
   bufferSize,
   systemOutput,
   output,

@@ -402,6 +402,10 @@ constexpr std::array<Row, textKeyCount> table{{
      "forgetLearned",
      {"Forget this control", "Olvidar este control", "Oublier cette commande", "Dimentica questo controllo",
       "Diesen Regler vergessen"}},
+    {TextKey::projectionBlackout, "projectionBlackout", {"Blackout", "Apagón", "Noir", "Buio", "Schwarzbild"}},
+    {TextKey::projectionTestPicture,
+     "projectionTestPicture",
+     {"Test Picture", "Carta de ajuste", "Mire de test", "Immagine di prova", "Testbild"}},
 }};
 
 constexpr bool isInOrder() {

@@ -242,15 +242,15 @@ class LiveModePolicyTable : public ShellStage {
 
   bool reachesTheProgram(LiveModeAction action) {
     bool isReached = false;
-    menus.hooks.showHelp = menus.hooks.terminate = menus.hooks.closeProjection = [&] { isReached = true; };
+    menus.hooks.showHelp = menus.hooks.terminate = [&] { isReached = true; };
     switch (action) {
       case LiveModeAction::changeMode: {
         const std::function<bool()> mode = [this] { return state.isLiveModeEnabled.get(); };
         return changes(mode, mode() ? MenuAction::modeEdit : MenuAction::modeLive);
       }
       case LiveModeAction::changeProjection:
-        menus.perform(MenuAction::closeVisualProjection);
-        break;
+        menus.perform(MenuAction::openVisualProjection, "0");
+        return projection.isOpen();
       case LiveModeAction::changeAudioSettings:
         menus.perform(MenuAction::selectAudioBufferSize, "512");
         return state.audioIOBufferFrameSize.get() == 512;

@@ -146,6 +146,9 @@ TEST_F(MenuBarTest, HoldsEveryCommandWithItsKeysObjectsAndMarks) {
                                       "  ---",
                                       "  Toggle Full Screen | toggleVisualProjectionFullscreen | Option+Command+f",
                                       "  Close Projection | closeVisualProjection | Option+Command+w",
+                                      "  ---",
+                                      "  Blackout | toggleProjectionBlackout | Option+Command+b",
+                                      "  Test Picture | toggleProjectionTestPicture",
                                       "Settings",
                                       "  I/O Buffer Size",
                                       "    32 samples | selectAudioBufferSize: | 32",
@@ -230,6 +233,8 @@ TEST_F(MenuBarTest, AllOtherWordsAreThoseOfTheConsole) {
       {{visual, 1}, TextKey::visualBlendMode},
       {{visual, 2}, TextKey::visualBackgroundVideo},
       {{visual, 4}, TextKey::visualToggleFullscreen},
+      {{visual, 7}, TextKey::projectionBlackout},
+      {{visual, 8}, TextKey::projectionTestPicture},
       {{settings, 0}, TextKey::audioBufferSize},
       {{settings, 1}, TextKey::audioOutput},
       {{settings, 1, 0}, TextKey::audioSystemDefault},
@@ -340,9 +345,18 @@ TEST_F(MenuBarTest, LearnedControlsOfTheSetlistOrOfAnySongCanBeCleared) {
   EXPECT_TRUE(itemFor(MenuAction::clearMidiLearn).isEnabled);
 }
 
-TEST_F(MenuBarTest, WithoutABackgroundVideoOnlyTheChoiceOfOneIsThere) {
-  EXPECT_EQ(described(menu(visual).children[2].children),
-            Lines{"Choose Background Video... | chooseVisualBackgroundVideo"});
+TEST_F(MenuBarTest, WithoutABackgroundVideoNoRowNamesOne) {
+  const Lines none{"Choose Background Video... | chooseVisualBackgroundVideo", "---",
+                   "Clear Background Video | clearVisualBackgroundVideo"};
+  EXPECT_EQ(described(menu(visual).children[2].children), none);
+  state.visualBackgroundVideoPath.set("");
+  EXPECT_EQ(described(rebuilt().at(visual).children[2].children), none);
+}
+
+TEST_F(MenuBarTest, WithASingleDisplayItCanBeChosenAndIsSaidToBeTheOnlyOne) {
+  desktop.screenList.pop_back();
+  EXPECT_EQ(described(rebuilt().at(visual).children[0].children),
+            (Lines{"Display 1 | openVisualProjection: | 0", "No external displays (off)"}));
 }
 
 TEST_F(MenuBarTest, WithNoOutputDeviceAtAllTheSubmenuSaysSoBelowTheSystems) {

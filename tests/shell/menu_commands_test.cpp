@@ -24,6 +24,8 @@ class MenuCommands : public ShellStage {
     hardware.record.clear();
   }
 
+  [[nodiscard]] simulation::SimulatedProjectionWindow& window() { return *windows.windows.back(); }
+
   static std::vector<MidiControlAssignment> learned() {
     return {{{MidiControlKind::panic, std::nullopt}, {0xB0, 0, 1}}};
   }
@@ -34,7 +36,7 @@ TEST_F(MenuCommands, ThoseOfTheMainViewArePassedOnByNameAndRebuildTheBarAfterwar
   mainQueue.runAll();
   // The main view itself would ask for files.
   NSNotificationCenter center;
-  VrelMenuController controller({center, mainQueue, desktop, content.liveMode(), content.midiLearn()});
+  VrelMenuController controller({center, mainQueue, desktop, content.liveMode(), content.midiLearn(), projection});
   controller.rebuildMenus(state, engine);
   int rebuilds = 0;
   const auto counting = controller.menusRebuilt.connect([&] { ++rebuilds; });
@@ -127,29 +129,39 @@ TEST_F(MenuCommands, LearnGoesOnAndOffAgain) {
 }
 
 TEST_F(MenuCommands, ABlendModeIsTakenByItsTextAndTheProjectionRefreshedAtOnce) {
-  std::vector<VisualBlendMode> refreshed;
-  menus.hooks.refreshProjection = [&] { refreshed.push_back(state.visualBlendMode.get()); };
+  menus.perform(MenuAction::openVisualProjection, "1");
+  const auto scenes = window().scenes.size();
   menus.perform(MenuAction::selectVisualBlendMode, "multiply");
   menus.perform(MenuAction::selectVisualBlendMode, "darken");
-  EXPECT_EQ(refreshed, std::vector{VisualBlendMode::multiply});
+  EXPECT_EQ(window().scenes.size(), scenes + 1);
   EXPECT_EQ(state.visualBlendMode.get(), VisualBlendMode::multiply);
   mainQueue.runAll();
   EXPECT_TRUE(itemFor(MenuAction::selectVisualBlendMode).isChecked);
 }
 
 TEST_F(MenuCommands, ABackgroundVideoIsChosenAmongMoviesAndTakenAwayAgain) {
-  std::vector<std::optional<std::string>> refreshed;
-  menus.hooks.refreshProjection = [&] { refreshed.push_back(state.visualBackgroundVideoPath.get()); };
+  videos.paths = {"/home/me/sea.mp4"};
+  menus.perform(MenuAction::openVisualProjection, "1");
   desktop.openPanelAnswers = {"/home/me/sea.mp4"};
   menus.perform(MenuAction::chooseVisualBackgroundVideo);
   ASSERT_EQ(desktop.openPanels.size(), 1U);
   EXPECT_EQ(desktop.openPanels[0].allowedType, FileType::movie);
+  EXPECT_NE(window().scene().background, nullptr);
   mainQueue.runAll();
   EXPECT_EQ(itemFor(MenuAction::noop).title, "sea.mp4");
   menus.perform(MenuAction::clearVisualBackgroundVideo);
-  EXPECT_EQ(refreshed, (std::vector<std::optional<std::string>>{"/home/me/sea.mp4", std::nullopt}));
+  EXPECT_EQ(state.visualBackgroundVideoPath.get(), std::nullopt);
+  EXPECT_EQ(window().scene().background, nullptr);
   mainQueue.runAll();
   EXPECT_EQ(itemFor(MenuAction::noop).title, "");
+}
+
+TEST_F(MenuCommands, TheProjectionIsNotOpenedByABlendModeOrABackground) {
+  desktop.openPanelAnswers = {"/home/me/sea.mp4"};
+  menus.perform(MenuAction::chooseVisualBackgroundVideo);
+  menus.perform(MenuAction::selectVisualBlendMode, "normal");
+  EXPECT_TRUE(windows.windows.empty());
+  EXPECT_EQ(videos.playersMade, 0);
 }
 
 TEST_F(MenuCommands, ACancelledPanelLeavesTheBackgroundVideo) {
@@ -159,40 +171,79 @@ TEST_F(MenuCommands, ACancelledPanelLeavesTheBackgroundVideo) {
   EXPECT_EQ(state.visualBackgroundVideoPath.get(), "/home/me/sea.mp4");
 }
 
-TEST_F(MenuCommands, TheProjectionOpensOnTheScreenOfTheItemOrOnTheMainOne) {
-  std::vector<std::optional<std::string>> opened;
-  menus.hooks.openProjection = [&](const std::optional<NSScreen>& screen) {
-    opened.push_back(screen ? std::optional(screen->name) : std::nullopt);
-  };
-  menus.perform(MenuAction::openVisualProjection, "1");
-  menus.perform(MenuAction::openVisualProjection, "2");
+TEST_F(MenuCommands, TheProjectionOpensInFullScreenOnTheScreenOfTheItemOrOnTheMainOne) {
   menus.perform(MenuAction::openVisualProjection, "wall");
+  EXPECT_TRUE(windows.windows.empty());
+  menus.perform(MenuAction::openVisualProjection, "1");
+  EXPECT_EQ(window().frame, desktop.screenList[1].visibleFrame);
+  EXPECT_TRUE(window().isFullScreen());
+  menus.perform(MenuAction::openVisualProjection, "2");
+  EXPECT_EQ(window().frame, desktop.screenList[0].visibleFrame);
+  EXPECT_EQ(windows.windows.size(), 1U);
+}
+
+TEST_F(MenuCommands, TheScreenIsLookedUpWhenItIsChosen) {
+  desktop.screenList = {desktop.screenList[0], {"Wall", {0, 1080, 800, 600}, {0, 1080, 800, 600}}};
+  menus.perform(MenuAction::openVisualProjection, "1");
+  EXPECT_EQ(window().frame, (ScreenRect{0, 1080, 800, 600})) << "not the one that the bar was built with";
+}
+
+TEST_F(MenuCommands, WithoutAnyScreenTheProjectionOpensAllTheSame) {
   desktop.screenList.clear();
   menus.perform(MenuAction::openVisualProjection, "0");
-  EXPECT_EQ(opened, (std::vector<std::optional<std::string>>{"Projector", "Laptop", std::nullopt}));
+  EXPECT_TRUE(projection.isOpen());
+  EXPECT_EQ(window().frame, ScreenRect{});
 }
 
 TEST_F(MenuCommands, ThoseOfTheProjectionAreEnabledWithNoneOpenAndThenDoNothing) {
   const MenuBar before = menus.mainMenu();
-  for (const MenuAction action : {MenuAction::toggleVisualProjectionFullscreen, MenuAction::closeVisualProjection}) {
+  for (const MenuAction action : {MenuAction::toggleVisualProjectionFullscreen, MenuAction::closeVisualProjection,
+                                  MenuAction::toggleProjectionBlackout, MenuAction::toggleProjectionTestPicture}) {
     EXPECT_TRUE(itemFor(action).isEnabled);
     menus.perform(action);
   }
   mainQueue.runAll();
   EXPECT_EQ(menus.mainMenu(), before);
+  EXPECT_TRUE(windows.windows.empty());
+}
+
+TEST_F(MenuCommands, AnOpenProjectionTogglesItsFullScreenAndCloses) {
+  menus.perform(MenuAction::openVisualProjection, "1");
+  menus.perform(MenuAction::toggleVisualProjectionFullscreen);
+  EXPECT_FALSE(window().isFullScreen());
+  menus.perform(MenuAction::toggleVisualProjectionFullscreen);
+  EXPECT_TRUE(window().isFullScreen());
+  menus.perform(MenuAction::closeVisualProjection);
+  EXPECT_FALSE(projection.isOpen());
+  EXPECT_EQ(window().calls.back(), "close");
+}
+
+TEST_F(MenuCommands, BlackoutAndTestPictureGoOnAndOffAndEndWithTheProjection) {
+  menus.perform(MenuAction::openVisualProjection, "1");
+  for (const MenuAction action : {MenuAction::toggleProjectionBlackout, MenuAction::toggleProjectionTestPicture}) {
+    mainQueue.runAll();
+    EXPECT_FALSE(itemFor(action).isChecked);
+    menus.perform(action);
+    mainQueue.runAll();
+    EXPECT_TRUE(itemFor(action).isChecked);
+  }
+  EXPECT_TRUE(window().scene().isBlack);
+  EXPECT_EQ(window().scene().testPicture, "Projector\n1280 × 720");
+  menus.perform(MenuAction::toggleProjectionBlackout);
+  EXPECT_FALSE(window().scene().isBlack);
+  menus.perform(MenuAction::closeVisualProjection);
+  mainQueue.runAll();
+  EXPECT_FALSE(itemFor(MenuAction::toggleProjectionTestPicture).isChecked);
 }
 
 TEST_F(MenuCommands, WhatTheProgramHasIsReachedThroughItsHooks) {
   Lines reached;
-  menus.hooks.toggleProjectionFullscreen = [&] { reached.emplace_back("full screen"); };
-  menus.hooks.closeProjection = [&] { reached.emplace_back("close"); };
   menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
   menus.hooks.terminate = [&] { reached.emplace_back("quit"); };
-  for (const MenuAction action : {MenuAction::toggleVisualProjectionFullscreen, MenuAction::closeVisualProjection,
-                                  MenuAction::showHelp, MenuAction::terminate}) {
+  for (const MenuAction action : {MenuAction::showHelp, MenuAction::terminate}) {
     menus.perform(action);
   }
-  EXPECT_EQ(reached, (Lines{"full screen", "close", "help", "quit"}));
+  EXPECT_EQ(reached, (Lines{"help", "quit"}));
 }
 
 TEST_F(MenuCommands, ABufferSizeIsKeptAndAppliedAtOnce) {
@@ -281,7 +332,7 @@ TEST_F(MenuCommands, AnEditOfASongLeavesTheBarAlone) {
 }
 
 TEST_F(MenuCommands, DoNothingBeforeTheBarWasBuilt) {
-  VrelMenuController unbuilt({notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()});
+  VrelMenuController unbuilt(menuCollaborators());
   unbuilt.perform(MenuAction::modeLive);
   unbuilt.rebuildMenusSoon();
   mainQueue.runAll();
@@ -297,7 +348,6 @@ TEST_F(MenuCommands, DoNothingOnceTheEngineIsGone) {
   rebuildCount = 0;
   Lines reached;
   menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
-  menus.hooks.openProjection = [&](const auto&) { reached.emplace_back("projection"); };
   const auto listening =
       notifications.addObserver("vrel.pasteChannel", [&](const auto&) { reached.emplace_back("paste"); });
   for (const auto& [action, object] :
@@ -314,6 +364,7 @@ TEST_F(MenuCommands, DoNothingOnceTheEngineIsGone) {
   }
   mainQueue.runAll();
   EXPECT_EQ(reached, Lines{});
+  EXPECT_FALSE(projection.isOpen());
   EXPECT_EQ(rebuildCount, 0);
   EXPECT_FALSE(state.isLiveModeEnabled.get());
   EXPECT_FALSE(state.isMidiLearnMode.get());
@@ -324,8 +375,7 @@ TEST_F(MenuCommands, DoNothingOnceTheEngineIsGone) {
 }
 
 TEST_F(MenuCommands, ARebuildThatIsQueuedWhenTheMenusGoIsDropped) {
-  auto shortLived = std::make_unique<VrelMenuController>(
-      VrelMenuController::Collaborators{notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()});
+  auto shortLived = std::make_unique<VrelMenuController>(menuCollaborators());
   int rebuilds = 0;
   const auto counting = shortLived->menusRebuilt.connect([&] { ++rebuilds; });
   shortLived->rebuildMenusSoon(state, engine);

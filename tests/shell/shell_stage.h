@@ -12,8 +12,11 @@
 #include "shell/menu_controller.h"
 #include "simulation/scripted_desktop.h"
 #include "simulation/simulated_hardware.h"
+#include "simulation/simulated_projection.h"
+#include "simulation/simulated_video.h"
 #include "support/session_on.h"
 #include "support/simulated_stage.h"
+#include "visuals/visual_projection_window_controller.h"
 
 namespace vrel {
 
@@ -37,7 +40,8 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
  protected:
   ShellStage() : SessionOn(*engine, mainQueue, clock, console) {
     files.placeDirectory(state.recentFilesPath.parent_path());
-    desktop.screenList = {{"Laptop", {0, 30, 1920, 1050}}, {"Projector", {1920, 0, 1280, 720}}};
+    desktop.screenList = {{"Laptop", {0, 30, 1920, 1050}, {0, 0, 1920, 1080}},
+                          {"Projector", {1920, 0, 1280, 720}, {1920, 0, 1280, 720}}};
   }
 
   /// Builds the bar, and counts from here on how often it is built again.
@@ -54,8 +58,15 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
   simulation::ScriptedDesktop desktop;
   NSNotificationCenter notifications;
   ContentView content{{state, *engine, mainQueue, clock, console, desktop, files, notifications, "/home/me/copies"}};
-  VrelMenuController menus{{notifications, mainQueue, desktop, content.liveMode(), content.midiLearn()}};
+  simulation::SimulatedVideos videos;
+  simulation::SimulatedProjection windows;
+  VrelVisualProjectionWindowController projection{{state, engine->visualEngine(), desktop, &videos, &windows}};
+  VrelMenuController menus{menuCollaborators()};
   int rebuildCount = 0;
+
+  [[nodiscard]] VrelMenuController::Collaborators menuCollaborators() {
+    return {notifications, mainQueue, desktop, content.liveMode(), content.midiLearn(), projection};
+  }
 
  private:
   static MenuItem find(const std::vector<MenuItem>& items, std::string_view action) {
