@@ -12,6 +12,7 @@
 #include "console/editor_media.h"
 #include "console/editor_panels.h"
 #include "console/effect_rack.h"
+#include "console/help_window.h"
 #include "console/instrument_reload.h"
 #include "console/instrument_selector.h"
 #include "console/keyboard_panel.h"
@@ -83,6 +84,8 @@ class ContentView {
   [[nodiscard]] EditHistory& editHistory() { return editHistory_; }
   [[nodiscard]] DroppedFiles& droppedFiles() { return droppedFiles_; }
   [[nodiscard]] LearnedControls& learnedControls() { return learnedControls_; }
+  [[nodiscard]] VrelHelpWindowController& help() { return help_; }
+  [[nodiscard]] VrelHelpWindowController& liveKeysHelp() { return liveKeysHelp_; }
   [[nodiscard]] StripControls& stripControls() { return stripControls_; }
   [[nodiscard]] InstrumentReload& instrumentReload() { return instrumentReload_; }
   [[nodiscard]] KeyboardPanel& keyboardPanel() { return keyboardPanel_; }
@@ -125,6 +128,8 @@ class ContentView {
   EffectRack effectRack_;
   EditHistory editHistory_;
   LearnedControls learnedControls_;
+  VrelHelpWindowController help_{HelpSubject::manual};
+  VrelHelpWindowController liveKeysHelp_{HelpSubject::liveKeys};
   StripControls stripControls_;
   InstrumentReload instrumentReload_;
   KeyboardPanel keyboardPanel_;

@@ -45,6 +45,7 @@ enum class LiveModeAction {
   changeAudioSettings,
   listOutputDevices,
   showHelp,
+  openStateFolder,
   quit,
 };
 
@@ -96,6 +97,7 @@ class LiveModePolicy {
       {LiveModeAction::changeAudioSettings, true, "replaces a device that fails"},
       {LiveModeAction::listOutputDevices, false, "drivers take their time, and notes would wait"},
       {LiveModeAction::showHelp, true, "changes nothing"},
+      {LiveModeAction::openStateFolder, false, "its window would cover the console"},
       {LiveModeAction::quit, true, "asks before it ends anything"},
   }};
 

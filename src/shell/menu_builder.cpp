@@ -267,7 +267,9 @@ MenuItem Builder::settings() const {
 }
 
 MenuItem Builder::help() const {
-  return menu(words(TextKey::helpMenu), {withKey(command(words(TextKey::helpCommand), MenuAction::showHelp), "/")});
+  return menu(words(TextKey::helpMenu), {withKey(command(words(TextKey::helpCommand), MenuAction::showHelp), "/"),
+                                         command(words(TextKey::liveKeys), MenuAction::showLiveKeys),
+                                         command(words(TextKey::stateFolder), MenuAction::openStateFolder)});
 }
 
 }  // namespace

@@ -64,6 +64,8 @@ struct MenuCommandTable {
       {Action::selectAudioOutput, "selectAudioOutput:", Live::changeAudioSettings, Says::output,
        &Menus::selectAudioOutput},
       {Action::showHelp, "showHelp", Live::showHelp, Says::help, &Menus::showHelp},
+      {Action::showLiveKeys, "showLiveKeys", Live::showHelp, Says::liveKeys, &Menus::showLiveKeys},
+      {Action::openStateFolder, "openStateFolder", Live::openStateFolder, Says::stateFolder, &Menus::openStateFolder},
   }};
 
   static constexpr bool isInOrder() {

@@ -48,9 +48,11 @@ enum class MenuAction {
   selectSystemAudioOutput,
   selectAudioOutput,
   showHelp,
+  showLiveKeys,
+  openStateFolder,
 };
 
-inline constexpr std::size_t menuActionCount = static_cast<std::size_t>(MenuAction::showHelp) + 1;
+inline constexpr std::size_t menuActionCount = static_cast<std::size_t>(MenuAction::openStateFolder) + 1;
 
 /// A row of the table in menu_commands.cpp, which has all commands: name, rule in Live mode, handler.
 struct MenuCommand {

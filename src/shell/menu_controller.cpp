@@ -279,4 +279,12 @@ void VrelMenuController::showHelp() {
   call(hooks.showHelp);
 }
 
+void VrelMenuController::showLiveKeys() {
+  call(hooks.showLiveKeys);
+}
+
+void VrelMenuController::openStateFolder() {
+  call(hooks.openStateFolder);
+}
+
 }  // namespace vrel

@@ -49,6 +49,8 @@ class VrelMenuController {
   struct Hooks {
     std::function<void()> terminate;
     std::function<void()> showHelp;
+    std::function<void()> showLiveKeys;
+    std::function<void()> openStateFolder;
   };
 
   /// All are borrowed. `mainMenu` is the bar that the system has given the program, if it has.
@@ -100,6 +102,8 @@ class VrelMenuController {
   void selectSystemAudioOutput();
   void selectAudioOutput(const std::string& uid);
   void showHelp();
+  void showLiveKeys();
+  void openStateFolder();
 
   /// The session and the engine, while both are there.
   struct Session {

@@ -18,6 +18,8 @@ VrelApp::VrelApp(const Collaborators& collaborators)
       mainQueue_(collaborators.mainQueue),
       appDelegate_(collaborators.notifications) {
   menus_.hooks.terminate = [this] { appDelegate_.applicationShouldTerminate(); };
+  menus_.hooks.showHelp = [this] { content_.help().show(appState_.language.get(), AppState::accentColor); };
+  menus_.hooks.showLiveKeys = [this] { content_.liveKeysHelp().show(appState_.language.get(), AppState::accentColor); };
   const auto followAudio = [this](const auto&) {
     applyAudioSettings();
     rebuildMenus();
@@ -29,6 +31,8 @@ VrelApp::VrelApp(const Collaborators& collaborators)
 
 VrelApp::~VrelApp() {
   menus_.hooks.terminate = nullptr;
+  menus_.hooks.showHelp = nullptr;
+  menus_.hooks.showLiveKeys = nullptr;
 }
 
 WindowSize defaultWindowSize(const std::vector<NSScreen>& screens) {

@@ -62,7 +62,7 @@ class VrelApp {
   /// How long a system that ends waits for the person's answer.
   static constexpr double systemTimeoutSeconds = 30;
 
-  /// All are borrowed and outlive this. The menus' Quit comes here.
+  /// All are borrowed and outlive this. The menus' Quit and the windows of their Help come here.
   explicit VrelApp(const Collaborators& collaborators);
   ~VrelApp();
   VrelApp(const VrelApp&) = delete;

@@ -457,6 +457,16 @@ constexpr std::array<HintRow, hintCount> hints{{
     {Hint::help,
      {"How the console is used", "Cómo se usa la consola", "Comment utiliser la console", "Come si usa la console",
       "Wie die Konsole bedient wird"}},
+    {Hint::liveKeys,
+     {"What the computer's keys do on stage", "Qué hacen las teclas del ordenador en el escenario",
+      "Ce que font les touches de l'ordinateur sur scène", "Che cosa fanno i tasti del computer sul palco",
+      "Was die Tasten des Rechners auf der Bühne tun"}},
+    {Hint::stateFolder,
+     {"Show what the program has logged, and the kept versions of setlists",
+      "Ver lo que el programa ha registrado y las versiones guardadas de los setlists",
+      "Voir ce que le programme a noté et les versions gardées des setlists",
+      "Mostra che cosa ha registrato il programma e le versioni conservate delle scalette",
+      "Zeigen, was das Programm protokolliert hat, und die aufbewahrten Fassungen der Setlisten"}},
 }};
 
 constexpr bool isWhole() {

@@ -143,9 +143,11 @@ enum class Hint {
   systemOutput,
   output,
   help,
+  liveKeys,
+  stateFolder,
 };
 
-inline constexpr std::size_t hintCount = static_cast<std::size_t>(Hint::help) + 1;
+inline constexpr std::size_t hintCount = static_cast<std::size_t>(Hint::stateFolder) + 1;
 
 /// The words in a language, UTF-8. Any thread.
 [[nodiscard]] std::string_view hintText(Hint hint, Language language);

@@ -406,6 +406,14 @@ constexpr std::array<Row, textKeyCount> table{{
     {TextKey::projectionTestPicture,
      "projectionTestPicture",
      {"Test Picture", "Carta de ajuste", "Mire de test", "Immagine di prova", "Testbild"}},
+    {TextKey::liveKeys,
+     "liveKeys",
+     {"Keys of Live Mode", "Teclas del Modo Live", "Touches du Mode Live", "Tasti del Modo Live",
+      "Tasten des Live-Modus"}},
+    {TextKey::stateFolder,
+     "stateFolder",
+     {"Folder of Logs and Copies", "Carpeta de registros y copias", "Dossier des journaux et copies",
+      "Cartella di registri e copie", "Ordner der Protokolle und Kopien"}},
 }};
 
 constexpr bool isInOrder() {

@@ -164,9 +164,11 @@ enum class TextKey {
   forgetLearned,
   projectionBlackout,
   projectionTestPicture,
+  liveKeys,
+  stateFolder,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::projectionTestPicture) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::stateFolder) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

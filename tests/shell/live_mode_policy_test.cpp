@@ -96,6 +96,7 @@ class LiveModePolicyTable : public ShellStage {
       case LiveModeAction::changeAudioSettings:
       case LiveModeAction::listOutputDevices:
       case LiveModeAction::showHelp:
+      case LiveModeAction::openStateFolder:
       case LiveModeAction::quit:
         return reachesTheProgram(action);
       case LiveModeAction::typeText:
@@ -242,7 +243,7 @@ class LiveModePolicyTable : public ShellStage {
 
   bool reachesTheProgram(LiveModeAction action) {
     bool isReached = false;
-    menus.hooks.showHelp = menus.hooks.terminate = [&] { isReached = true; };
+    menus.hooks.showHelp = menus.hooks.openStateFolder = menus.hooks.terminate = [&] { isReached = true; };
     switch (action) {
       case LiveModeAction::changeMode: {
         const std::function<bool()> mode = [this] { return state.isLiveModeEnabled.get(); };
@@ -263,6 +264,9 @@ class LiveModePolicyTable : public ShellStage {
       }
       case LiveModeAction::showHelp:
         menus.perform(MenuAction::showHelp);
+        break;
+      case LiveModeAction::openStateFolder:
+        menus.perform(MenuAction::openStateFolder);
         break;
       default:
         menus.perform(MenuAction::terminate);

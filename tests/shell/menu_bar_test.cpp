@@ -163,6 +163,8 @@ TEST_F(MenuBarTest, HoldsEveryCommandWithItsKeysObjectsAndMarks) {
                                       "    Beta | selectAudioOutput: | uid-b",
                                       "Help",
                                       "  VREL Help | showHelp | Command+/",
+                                      "  Keys of Live Mode | showLiveKeys",
+                                      "  Folder of Logs and Copies | openStateFolder",
                                   }));
 }
 
@@ -239,6 +241,8 @@ TEST_F(MenuBarTest, AllOtherWordsAreThoseOfTheConsole) {
       {{settings, 1}, TextKey::audioOutput},
       {{settings, 1, 0}, TextKey::audioSystemDefault},
       {{help, 0}, TextKey::helpCommand},
+      {{help, 1}, TextKey::liveKeys},
+      {{help, 2}, TextKey::stateFolder},
   };
   for (const Language language : allLanguages) {
     setLanguage(language);
@@ -266,7 +270,7 @@ TEST_F(MenuBarTest, InLiveModeSaveStaysEnabledAndSaveAsDoesNot) {
   EXPECT_FALSE(itemFor(MenuAction::saveSetlistAs).isEnabled);
 }
 
-TEST_F(MenuBarTest, InLiveModeAllThatArrangesTheSetlistIsDisabledAndNothingElse) {
+TEST_F(MenuBarTest, InLiveModeAllThatArrangesTheSetlistOrLeavesTheConsoleIsDisabledAndNothingElse) {
   fillTheBar();
   state.globalMidiControlAssignments.set({{{MidiControlKind::panic, std::nullopt}, {0xB0, 0, 1}}});
   std::set<std::string> disabled;
@@ -275,9 +279,10 @@ TEST_F(MenuBarTest, InLiveModeAllThatArrangesTheSetlistIsDisabledAndNothingElse)
   state.isLiveModeEnabled.set(true);
   disabled.clear();
   collect(rebuilt(), false, disabled);
-  EXPECT_EQ(disabled, (std::set<std::string>{"noop", "newSetlist", "openSetlist", "openRecentSetlist:",
-                                             "clearRecentSetlists", "saveSetlistAs", "copyChannel", "cutChannel",
-                                             "pasteChannel", "duplicateChannel", "undo", "redo", "clearMidiLearn"}));
+  EXPECT_EQ(disabled,
+            (std::set<std::string>{"noop", "newSetlist", "openSetlist", "openRecentSetlist:", "clearRecentSetlists",
+                                   "saveSetlistAs", "copyChannel", "cutChannel", "pasteChannel", "duplicateChannel",
+                                   "undo", "redo", "clearMidiLearn", "openStateFolder"}));
 }
 
 void collectHints(const std::vector<MenuItem>& items, bool isEnabled, std::set<std::string>& hints) {

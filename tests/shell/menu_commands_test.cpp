@@ -239,11 +239,14 @@ TEST_F(MenuCommands, BlackoutAndTestPictureGoOnAndOffAndEndWithTheProjection) {
 TEST_F(MenuCommands, WhatTheProgramHasIsReachedThroughItsHooks) {
   Lines reached;
   menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
+  menus.hooks.showLiveKeys = [&] { reached.emplace_back("keys"); };
+  menus.hooks.openStateFolder = [&] { reached.emplace_back("folder"); };
   menus.hooks.terminate = [&] { reached.emplace_back("quit"); };
-  for (const MenuAction action : {MenuAction::showHelp, MenuAction::terminate}) {
+  for (const MenuAction action :
+       {MenuAction::showHelp, MenuAction::showLiveKeys, MenuAction::openStateFolder, MenuAction::terminate}) {
     menus.perform(action);
   }
-  EXPECT_EQ(reached, (Lines{"help", "quit"}));
+  EXPECT_EQ(reached, (Lines{"help", "keys", "folder", "quit"}));
 }
 
 TEST_F(MenuCommands, ABufferSizeIsKeptAndAppliedAtOnce) {

@@ -262,5 +262,16 @@ TEST(VrelAppDelegate, WithNobodyToAnswerTheProgramGoesOnWaitingAndMayAskAgain) {
   EXPECT_EQ(posted, std::vector<NSNotificationCenter::Object>{std::nullopt});
 }
 
+TEST_F(VrelAppTest, TheHelpMenuOpensItsWindowsInTheLanguageOfTheSessionAlsoInLiveMode) {
+  start();
+  state.language.set(Language::spanish);
+  state.isLiveModeEnabled.set(true);
+  menus.perform(MenuAction::showHelp);
+  menus.perform(MenuAction::showLiveKeys);
+  ASSERT_TRUE(content.help().isOpen.get() && content.liveKeysHelp().isOpen.get());
+  EXPECT_EQ(content.help().view.get(), (VrelHelpView{HelpSubject::manual, Language::spanish, AppState::accentColor}));
+  EXPECT_EQ(content.liveKeysHelp().view.get()->title(), "Teclas del Modo Live");
+}
+
 }  // namespace
 }  // namespace vrel

@@ -127,6 +127,8 @@ class ConsoleCommands : public QObject {
   /// An index below 0 means no strip.
   Q_INVOKABLE void selectLearnTarget(vrel::window::learn_kind::Kind kind, int channelIndex);
   Q_INVOKABLE void closeLearnedControls();
+  Q_INVOKABLE void closeHelp();
+  Q_INVOKABLE void closeLiveKeys();
   /// Files from outside: on the window, on a strip, behind the last strip. What a place does not take does nothing.
   Q_INVOKABLE void dropOnWindow(const QUrl& file);
   Q_INVOKABLE void dropOnStrip(const QString& channelId, const QUrl& file);

@@ -60,7 +60,8 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       panels_(source, content),
       editors_(source, content),
       track_(source, content),
-      clips_(source, content) {
+      clips_(source, content),
+      help_(source, content) {
   mirrorSession();
   mirrorPerformance();
   mirrorPolicy();

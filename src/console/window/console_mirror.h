@@ -12,6 +12,7 @@
 #include "console/problem_text.h"
 #include "console/window/clip_mirror.h"
 #include "console/window/editors_mirror.h"
+#include "console/window/help_mirror.h"
 #include "console/window/menu_entry.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
@@ -97,6 +98,7 @@ class ConsoleMirror {
   EditorsMirror editors_;
   TrackMirror track_;
   ClipMirror clips_;
+  HelpMirror help_;
   std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;

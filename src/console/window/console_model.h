@@ -12,6 +12,7 @@
 #include "console/window/editor_commands.h"
 #include "console/window/editor_view_model.h"
 #include "console/window/editors_mirror.h"
+#include "console/window/help_view_model.h"
 #include "console/window/hints_view_model.h"
 #include "console/window/meter_board.h"
 #include "console/window/mirror_store.h"
@@ -42,6 +43,8 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::ClipViewModel* clips READ clips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::TrackViewModel* track READ track CONSTANT FINAL)
   Q_PROPERTY(vrel::window::LearnedControlsViewModel* learned READ learned CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::HelpViewModel* help READ help CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::HelpViewModel* liveKeys READ liveKeys CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MenuBarViewModel* menuBar READ menuBar CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* songs READ songs CONSTANT FINAL)
@@ -68,6 +71,8 @@ class ConsoleModel : public QObject {
     store_.adopt(mirror_ids::clips, clips_);
     store_.adopt(mirror_ids::track, track_);
     store_.adopt(mirror_ids::learned, learned_);
+    store_.adopt(mirror_ids::help, help_);
+    store_.adopt(mirror_ids::liveKeys, liveKeys_);
     store_.adopt(mirror_ids::alert, alert_);
     store_.adopt(mirror_ids::menuBar, menuBar_);
   }
@@ -81,6 +86,8 @@ class ConsoleModel : public QObject {
   [[nodiscard]] ClipViewModel* clips() { return &clips_; }
   [[nodiscard]] TrackViewModel* track() { return &track_; }
   [[nodiscard]] LearnedControlsViewModel* learned() { return &learned_; }
+  [[nodiscard]] HelpViewModel* help() { return &help_; }
+  [[nodiscard]] HelpViewModel* liveKeys() { return &liveKeys_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
   [[nodiscard]] MenuBarViewModel* menuBar() { return &menuBar_; }
   [[nodiscard]] MirrorList* songs() { return store_.list(mirror_ids::songs); }
@@ -116,6 +123,8 @@ class ConsoleModel : public QObject {
   ClipViewModel clips_;
   TrackViewModel track_;
   LearnedControlsViewModel learned_;
+  HelpViewModel help_;
+  HelpViewModel liveKeys_;
   AlertViewModel alert_;
   MenuBarViewModel menuBar_;
   MirrorStore store_;

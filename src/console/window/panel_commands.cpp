@@ -111,6 +111,14 @@ void ConsoleCommands::moveEffectDown(const QString& slotId) {
   withEffect(slotId, &EffectRack::moveDown);
 }
 
+void ConsoleCommands::closeHelp() {
+  withContent([](ContentView& content) { content.help().close(); });
+}
+
+void ConsoleCommands::closeLiveKeys() {
+  withContent([](ContentView& content) { content.liveKeysHelp().close(); });
+}
+
 void ConsoleCommands::closeLearnedControls() {
   withContent([](ContentView& content) { content.learnedControls().isShown.set(false); });
 }

@@ -166,6 +166,12 @@ Window {
         drawScale: window.drawScale
     }
 
+    HelpWindows {
+        desk: window.desk
+        owner: window
+        drawScale: window.drawScale
+    }
+
     LoadingModal {
         anchors.fill: parent
         desk: window.desk
