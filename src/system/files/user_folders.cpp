@@ -15,7 +15,10 @@ fs::path environmentPath(const char* name) {
 
 fs::path inStateFolder(const fs::path& name) {
   const auto folder = userFolder("XDG_STATE_HOME", fs::path(".local") / "state");
-  return folder.empty() ? fs::path() : folder / "vrel" / name;
+  if (folder.empty()) {
+    return {};
+  }
+  return name.empty() ? folder / "vrel" : folder / "vrel" / name;
 }
 
 }  // namespace
@@ -28,12 +31,25 @@ fs::path userFolder(const char* variable, const fs::path& belowHome) {
   return home.is_absolute() ? home / belowHome : fs::path();
 }
 
+fs::path userStateFolder() {
+  return inStateFolder({});
+}
+
+fs::path userLogsFolder() {
+  return inStateFolder("logs");
+}
+
 fs::path userRecentFilesPath() {
   return inStateFolder("recent_setlists.json");
 }
 
 fs::path userCopiesFolder() {
   return inStateFolder("copies");
+}
+
+fs::path userRuntimeFolder() {
+  const auto folder = environmentPath("XDG_RUNTIME_DIR");
+  return folder.is_absolute() ? folder / "vrel" : fs::path();
 }
 
 fs::path userPeaksFolder() {

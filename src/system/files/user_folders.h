@@ -12,12 +12,21 @@ namespace vrel::system {
 /// that nothing depends on the working folder.
 [[nodiscard]] std::filesystem::path userFolder(const char* variable, const std::filesystem::path& belowHome);
 
-/// "vrel/recent_setlists.json" in the user's state folder. The folder is created by the installation, or with
-/// the first copy of a setlist.
+/// "vrel/recent_setlists.json" in the user's state folder. The folder is created with the first log
+/// or copy of a setlist.
 [[nodiscard]] std::filesystem::path userRecentFilesPath();
+
+/// "vrel" in the user's state folder: recent files, logs and copies.
+[[nodiscard]] std::filesystem::path userStateFolder();
+
+/// "vrel/logs" in the user's state folder.
+[[nodiscard]] std::filesystem::path userLogsFolder();
 
 /// "vrel/copies" in the user's state folder.
 [[nodiscard]] std::filesystem::path userCopiesFolder();
+
+/// "vrel" in the folder of the user's session, XDG_RUNTIME_DIR; empty where there is none.
+[[nodiscard]] std::filesystem::path userRuntimeFolder();
 
 /// "vrel/peaks" in the user's cache folder.
 [[nodiscard]] std::filesystem::path userPeaksFolder();

@@ -39,6 +39,8 @@ class UserFolders : public testing::Test {
 TEST_F(UserFolders, AreWhereTheEnvironmentSays) {
   set("HOME", "/home/me/music");
   set("XDG_STATE_HOME", "/var/mine");
+  EXPECT_EQ(userStateFolder(), "/var/mine/vrel");
+  EXPECT_EQ(userLogsFolder(), "/var/mine/vrel/logs");
   EXPECT_EQ(userCopiesFolder(), "/var/mine/vrel/copies");
   EXPECT_EQ(userRecentFilesPath(), "/var/mine/vrel/recent_setlists.json");
   set("XDG_CACHE_HOME", "/var/cache/mine");
@@ -54,6 +56,15 @@ TEST_F(UserFolders, AreInTheHomeWithoutAWordOrWithARelativeOne) {
     EXPECT_EQ(userCopiesFolder(), "/home/me/music/.local/state/vrel/copies");
     EXPECT_EQ(userRecentFilesPath(), "/home/me/music/.local/state/vrel/recent_setlists.json");
   }
+}
+
+TEST_F(UserFolders, TheOneOfTheSessionIsNeverInTheHome) {
+  const std::optional<std::string> before = std::getenv("XDG_RUNTIME_DIR");  // NOLINT(concurrency-mt-unsafe)
+  set("XDG_RUNTIME_DIR", "/run/user/1000");
+  EXPECT_EQ(userRuntimeFolder(), "/run/user/1000/vrel");
+  set("XDG_RUNTIME_DIR", std::nullopt);
+  EXPECT_EQ(userRuntimeFolder(), "");
+  set("XDG_RUNTIME_DIR", before);
 }
 
 TEST_F(UserFolders, AreNowhereForAUserWithoutAHome) {
