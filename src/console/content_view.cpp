@@ -40,7 +40,7 @@ ContentView::ContentView(const Collaborators& collaborators)
                      collaborators.console, copies_}),
       droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}),
       editorPanels_({appState_, collaborators.mainQueue, collaborators.desktop}),
-      pluginEditors_(editorPanels_, collaborators.mainQueue) {
+      pluginEditors_(editorPanels_, collaborators.mainQueue, notifications_) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   songSwitch_.amendRecord = channelOperations_.amendRecord =
@@ -108,6 +108,7 @@ void ContentView::observeMenus() {
   observe("vrel.undo", run([this] { editHistory_.undo(); }));
   observe("vrel.redo", run([this] { editHistory_.redo(); }));
   observe("vrel.showLearnedControls", run([this] { learnedControls_.isShown.set(true); }));
+  observe(windowDidBecomeMainNotification, run([this] { editorPanels_.mainWindowCameToFront(); }));
   observe("vrel.requestTermination", run([this] { setlistFiles_.confirmTermination(); }));
 }
 

@@ -2,6 +2,7 @@
 #include "console/editor_panels.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/desktop.h"
 #include "platform/dispatch.h"
@@ -15,7 +16,14 @@ constexpr double refreshSeconds = 1.0 / 30;
 
 void EditorPanel::makeKeyAndOrderFront() {
   isVisible_ = true;
+  frontings_ = owner_.frontings_;
   owner_.show(*this);
+}
+
+void EditorPanel::orderAboveMainWindow() {
+  if (std::exchange(frontings_, owner_.frontings_) != owner_.frontings_) {
+    orderFrontRegardless();
+  }
 }
 
 void EditorPanel::close() {

@@ -36,14 +36,16 @@ class EditorPanel final : public NSPanel {
   void center() override { centerings.set(centerings.get() + 1); }
   void makeKeyAndOrderFront() override;
   void orderFrontRegardless() override { raises.set(raises.get() + 1); }
-  /// The desktop keeps a window above the one that it belongs to.
-  void orderAboveMainWindow() override {}
+  /// A desktop keeps a window above the one that it belongs to; where it does not, what has come to the front lies
+  /// above.
+  void orderAboveMainWindow() override;
   [[nodiscard]] bool isVisible() const override { return isVisible_; }
   void close() override;
 
  private:
   EditorPanels& owner_;
   bool isVisible_ = false;
+  int frontings_ = 0;  // that it lies above of
 };
 
 /// The windows of plug-ins that are on the screen, and their values, which it keeps up to date. Main thread.
@@ -67,6 +69,9 @@ class EditorPanels final : public PluginEditorFactory {
   /// The panel with this id; null when it has been closed.
   [[nodiscard]] std::shared_ptr<EditorPanel> find(const std::string& id) const;
 
+  /// The main window has come to the front, perhaps above its panels.
+  void mainWindowCameToFront() { ++frontings_; }
+
   [[nodiscard]] std::shared_ptr<NSViewController> makeGenericView(const std::shared_ptr<AVAudioUnit>& unit) override;
   [[nodiscard]] std::shared_ptr<NSPanel> makePanel(const std::shared_ptr<NSViewController>& view) override;
   [[nodiscard]] std::optional<NSSize> visibleFrame() override;
@@ -82,6 +87,7 @@ class EditorPanels final : public PluginEditorFactory {
   Desktop& desktop_;
   std::vector<std::weak_ptr<EditorPanel>> made_;
   std::unique_ptr<RepeatingTimer> refreshTimer_;
+  int frontings_ = 0;
 };
 
 }  // namespace vrel

@@ -18,6 +18,7 @@ constexpr NSSize assumedScreen{1440, 900};
 constexpr double screenMargin = 80;
 constexpr double fallbackSeconds = 1;
 constexpr double keepAboveSeconds = 0.15;
+constexpr double orderingSeconds = 0.02;  // for the desktop's own ordering to end
 constexpr std::array refitSeconds{0.05, 0.2, 0.6};
 
 NSSize larger(const NSSize& one, const NSSize& other) {
@@ -40,8 +41,10 @@ NSSize editorContentSize(const NSSize& measured, const std::optional<NSSize>& vi
   return smaller(larger(measured, smallestView), limit);
 }
 
-PluginEditors::PluginEditors(PluginEditorFactory& factory, MainQueue& mainQueue)
-    : factory_(factory), mainQueue_(mainQueue) {}
+PluginEditors::PluginEditors(PluginEditorFactory& factory, MainQueue& mainQueue, NSNotificationCenter& notifications)
+    : factory_(factory), mainQueue_(mainQueue) {
+  installOrderingObservers(notifications);
+}
 
 PluginEditors::~PluginEditors() = default;
 
@@ -131,10 +134,15 @@ void PluginEditors::present(const Target& target, const std::string& title,
   dropInvisible();
   const auto channel = target.channel.lock();
   const auto check = [this, key = target.key](const auto&) { closeUnlessCurrent(key); };
-  const Editor editor{target, view, factory_.makePanel(view), channel->instrumentNode.changed.connect(check),
+  auto panel = view->ownPanel();
+  if (panel == nullptr) {
+    panel = factory_.makePanel(view);
+  }
+  const Editor editor{target, view, panel, channel->instrumentNode.changed.connect(check),
                       channel->effectNodes.changed.connect(check)};
   editors_.insert_or_assign(target.key, editor);
   editor.panel->setTitle(title);
+  follow(editor);
   fit(editor);
   editor.panel->center();
   startKeepAboveTimer();
@@ -147,18 +155,48 @@ void PluginEditors::fit(const Editor& editor) {
   editor.panel->setContentSize(editorContentSize(editor.view->measuredSize(), factory_.visibleFrame()));
 }
 
+void PluginEditors::fitAndRaise(const Editor& editor) {
+  fit(editor);
+  editor.panel->center();
+  editor.panel->orderFrontRegardless();
+}
+
+PluginEditors::Editor* PluginEditors::find(const std::string& key, const std::shared_ptr<NSPanel>& panel) {
+  const auto found = editors_.find(key);
+  return panel != nullptr && found != editors_.end() && found->second.panel == panel ? &found->second : nullptr;
+}
+
+void PluginEditors::follow(const Editor& editor) {
+  const auto onEditor = [this, life = life_.watch(), key = editor.target.key,
+                         weakPanel = std::weak_ptr(editor.panel)](auto action) {
+    return [this, life, key, weakPanel, action] {
+      if (auto* const current = life.isAlive() ? find(key, weakPanel.lock()) : nullptr) {
+        action(*current);
+      }
+    };
+  };
+  editor.view->setEvents({.arrived = onEditor([this](Editor& current) {
+                            fitAndRaise(current);
+                            scheduleRefits(current);
+                          }),
+                          .resized = onEditor([this](Editor& current) { fit(current); }),
+                          .failed = onEditor([this](Editor& current) {
+                            const Target target = current.target;
+                            const bool wasWanted = current.panel->isVisible();
+                            closeEditor(target.key);
+                            if (wasWanted) {
+                              showContent(target, nullptr);
+                            }
+                          })});
+}
+
 void PluginEditors::scheduleRefits(const Editor& editor) {
   for (const double seconds : refitSeconds) {
     mainQueue_.asyncAfter(
         seconds, [this, life = life_.watch(), key = editor.target.key, weakPanel = std::weak_ptr(editor.panel)] {
-          const auto panel = weakPanel.lock();
-          if (!life.isAlive() || panel == nullptr || !panel->isVisible()) {
-            return;
-          }
-          if (const auto found = editors_.find(key); found != editors_.end() && found->second.panel == panel) {
-            fit(found->second);
-            panel->center();
-            panel->orderFrontRegardless();
+          const auto* const current = life.isAlive() ? find(key, weakPanel.lock()) : nullptr;
+          if (current != nullptr && current->panel->isVisible()) {
+            fitAndRaise(*current);
           }
         });
   }
@@ -193,6 +231,19 @@ void PluginEditors::reassertOrdering() {
   dropInvisible();
   for (const auto& [key, editor] : editors_) {
     editor.panel->orderAboveMainWindow();
+  }
+}
+
+void PluginEditors::installOrderingObservers(NSNotificationCenter& notifications) {
+  for (const auto* const name :
+       {applicationDidBecomeActiveNotification, windowDidBecomeKeyNotification, windowDidBecomeMainNotification}) {
+    orderingObservers_.push_back(notifications.addObserver(name, [this](const auto&) {
+      mainQueue_.asyncAfter(orderingSeconds, [this, life = life_.watch()] {
+        if (life.isAlive()) {
+          reassertOrdering();
+        }
+      });
+    }));
   }
 }
 

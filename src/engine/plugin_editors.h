@@ -7,9 +7,11 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "foundation/life_token.h"
 #include "foundation/uuid.h"
+#include "platform/notification_center.h"
 #include "platform/plugin_editor.h"
 
 namespace vrel {
@@ -30,12 +32,13 @@ class RepeatingTimer;
 /// plug-ins size their views late.
 ///
 /// A plug-in without a view, or that has not given one within a second, gets the generic view; one that comes later is
-/// dropped. An editor closes when its plug-in leaves the place that it was opened from: replaced, removed, reloaded,
-/// dead, or off the stage with its strip. Closing does not touch the plug-in. Main thread.
+/// dropped. A view that is given and fails before it has arrived is replaced by the generic one. An editor closes when
+/// its plug-in leaves the place that it was opened from: replaced, removed, reloaded, dead, or off the stage with its
+/// strip. Closing does not touch the plug-in. Main thread.
 class PluginEditors {
  public:
-  /// Both are borrowed.
-  PluginEditors(PluginEditorFactory& factory, MainQueue& mainQueue);
+  /// All are borrowed.
+  PluginEditors(PluginEditorFactory& factory, MainQueue& mainQueue, NSNotificationCenter& notifications);
   ~PluginEditors();
 
   [[nodiscard]] static std::string instrumentKey(const AudioChannel& channel);
@@ -80,11 +83,16 @@ class PluginEditors {
   void requestView(const Target& target);
   void showContent(const Target& target, std::shared_ptr<NSViewController> view);
   void present(const Target& target, const std::string& title, const std::shared_ptr<NSViewController>& view);
+  void follow(const Editor& editor);
+  /// Null when the panel is not the one of this key any more.
+  [[nodiscard]] Editor* find(const std::string& key, const std::shared_ptr<NSPanel>& panel);
   void fit(const Editor& editor);
+  void fitAndRaise(const Editor& editor);
   void scheduleRefits(const Editor& editor);
   void dropInvisible();
   void closeUnlessCurrent(const std::string& key);
   void reassertOrdering();
+  void installOrderingObservers(NSNotificationCenter& notifications);
   void startKeepAboveTimer();
 
   PluginEditorFactory& factory_;
@@ -92,6 +100,7 @@ class PluginEditors {
   std::map<std::string, Editor> editors_;
   std::set<std::string> opening_;  // keys whose view is on its way
   std::unique_ptr<RepeatingTimer> keepAboveTimer_;
+  std::vector<NSNotificationCenter::Listeners::Connection> orderingObservers_;
   LifeToken life_;
 };
 

@@ -11,6 +11,11 @@
 
 namespace vrel {
 
+/// Posted when the program, one of its windows, or its main window comes to the front.
+inline constexpr auto applicationDidBecomeActiveNotification = "NSApplicationDidBecomeActiveNotification";
+inline constexpr auto windowDidBecomeKeyNotification = "NSWindowDidBecomeKeyNotification";
+inline constexpr auto windowDidBecomeMainNotification = "NSWindowDidBecomeMainNotification";
+
 /// Passes commands to their handlers by name. A listener is called inside `post`; posting a name without listeners is
 /// not an error. Main thread.
 class NSNotificationCenter {

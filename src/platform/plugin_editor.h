@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +9,7 @@
 namespace vrel {
 
 class AVAudioUnit;
+class NSPanel;
 
 /// Points on a screen.
 struct NSSize {
@@ -15,6 +17,13 @@ struct NSSize {
   double height = 0;
 
   bool operator==(const NSSize&) const = default;
+};
+
+/// What happens to a view after it was given. Called on the main thread.
+struct NSViewEvents {
+  std::function<void()> arrived;  // it is on the screen; before that it has no size of its own
+  std::function<void()> resized;  // by itself
+  std::function<void()> failed;   // there will be none; at most once, and never after `arrived`
 };
 
 /// The view of a plug-in. Main thread.
@@ -26,6 +35,11 @@ class NSViewController {
   [[nodiscard]] virtual NSSize measuredSize() = 0;
   [[nodiscard]] virtual NSSize preferredContentSize() { return {}; }
   virtual void setViewSize(const NSSize& size) = 0;
+
+  /// The panel that it brings along; null for a view that is put into one.
+  [[nodiscard]] virtual std::shared_ptr<NSPanel> ownPanel() { return nullptr; }
+  /// Only a view of its own process has any.
+  virtual void setEvents(NSViewEvents /*events*/) {}
 };
 
 /// A window beside the main one. It takes keys, and the main window stays the main one. Main thread.

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/plugin_editor.h"
@@ -47,6 +48,17 @@ class ScriptedPanel : public NSPanel {
   int reassertions = 0;
   int closings = 0;
   bool isShown = false;
+};
+
+/// A view of another process, with a panel of its own.
+class ScriptedRemoteView : public ScriptedView {
+ public:
+  using ScriptedView::ScriptedView;
+  [[nodiscard]] std::shared_ptr<NSPanel> ownPanel() override { return panel; }
+  void setEvents(NSViewEvents handlers) override { events = std::move(handlers); }
+
+  const std::shared_ptr<ScriptedPanel> panel = std::make_shared<ScriptedPanel>(nullptr);
+  NSViewEvents events;
 };
 
 /// Keeps every panel and generic view that it has made.

@@ -59,7 +59,8 @@ class GenericEditor : public SimulatedSession {
   simulation::ScriptedDesktop desktop_;
   Strip strip_ = addStrip("Keys");
   EditorPanels panels_{{state, mainQueue, desktop_}};
-  PluginEditors editors_{panels_, mainQueue};
+  NSNotificationCenter notifications_;
+  PluginEditors editors_{panels_, mainQueue, notifications_};
 };
 
 TEST_F(GenericEditor, ShowsTheControlsAndTheirValues) {
@@ -147,6 +148,16 @@ TEST_F(GenericEditor, APlugInWithoutParametersShowsAnEmptyList) {
   EXPECT_TRUE(editor.rows.get().empty());
   editor.set(0, 1);
   EXPECT_TRUE(core().parameterSets.empty());
+}
+
+TEST_F(GenericEditor, AMainWindowThatComesToTheFrontIsCoveredByTheEditorsOnce) {
+  open();
+  mainQueue.advance(10);
+  const auto& panel = *panels_.shown.get().front();
+  const int raises = panel.raises.get();
+  panels_.mainWindowCameToFront();
+  mainQueue.advance(10);
+  EXPECT_EQ(panel.raises.get(), raises + 1) << "by the timer that keeps it above";
 }
 
 TEST_F(GenericEditor, TheWindowHasRoomOnTheMainScreen) {

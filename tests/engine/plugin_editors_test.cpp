@@ -14,6 +14,7 @@ namespace vrel {
 namespace {
 
 using simulation::ScriptedPanel;
+using simulation::ScriptedRemoteView;
 using simulation::ScriptedUnitCore;
 using simulation::ScriptedView;
 
@@ -40,7 +41,8 @@ class Editors : public SimulatedStage {
   }
 
   simulation::ScriptedEditorFactory factory;
-  PluginEditors editors{factory, mainQueue};
+  NSNotificationCenter notifications;
+  PluginEditors editors{factory, mainQueue, notifications};
 };
 
 TEST_F(Editors, AnInstrumentAndAnEffectHaveTheirKeysAndTitles) {
@@ -221,6 +223,64 @@ TEST_F(Editors, EditorsAreKeptAboveTheMainWindowUntilTheTickAfterTheLastHasClose
   EXPECT_EQ(third->reassertions, 1);
 }
 
+TEST_F(Editors, AFrontThatChangesReassertsTheOrderAfterTheDesktopsOwn) {
+  const auto panel = open(addStrip("Keys"));
+  for (const auto* const name :
+       {applicationDidBecomeActiveNotification, windowDidBecomeKeyNotification, windowDidBecomeMainNotification}) {
+    const int before = panel->reassertions;
+    notifications.post(name);
+    mainQueue.advance(0.019);
+    EXPECT_EQ(panel->reassertions, before) << name;
+    mainQueue.advance(0.001);
+    EXPECT_EQ(panel->reassertions, before + 1) << name;
+  }
+}
+
+TEST_F(Editors, AViewThatBringsItsPanelIsShownInThat) {
+  const auto strip = addStrip("Keys");
+  ask(strip);
+  const auto view = std::make_shared<ScriptedRemoteView>();
+  answer(strip.instrument->core, view);
+  EXPECT_TRUE(factory.panels.empty());
+  EXPECT_TRUE(view->panel->isShown);
+  EXPECT_EQ(view->panel->title, "Keys - Keys Editor");
+  EXPECT_EQ(view->panel->contentSizes, (std::vector<NSSize>{{760, 520}}));
+  view->measured = {900, 600};
+  mainQueue.advance(10);
+  view->events.arrived();
+  EXPECT_EQ(view->panel->contentSizes.back(), (NSSize{900, 600})) << "ten seconds later it has a size";
+  const int centerings = view->panel->centerings;
+  mainQueue.advance(1);
+  EXPECT_EQ(view->panel->centerings, centerings + 3) << "and is fitted as any other";
+  view->measured = {1000, 700};
+  view->events.resized();
+  EXPECT_EQ(view->panel->contentSizes.back(), (NSSize{1000, 700}));
+  EXPECT_EQ(view->panel->centerings, centerings + 3) << "what a person resizes stays where it is";
+}
+
+TEST_F(Editors, AViewThatFailsBeforeItArrivesIsReplacedByTheGenericOne) {
+  const auto strip = addStrip("Keys");
+  ask(strip);
+  const auto view = std::make_shared<ScriptedRemoteView>();
+  answer(strip.instrument->core, view);
+  view->events.failed();
+  EXPECT_FALSE(view->panel->isShown);
+  ASSERT_EQ(factory.panels.size(), 1U);
+  EXPECT_EQ(factory.panels[0]->title, "Keys - Keys Editor (Generic)");
+  view->events.failed();
+  EXPECT_EQ(factory.panels.size(), 1U) << "the panel is another one by now";
+}
+
+TEST_F(Editors, AViewThatFailsAfterItsWindowWasClosedOpensNothing) {
+  const auto strip = addStrip("Keys");
+  ask(strip);
+  const auto view = std::make_shared<ScriptedRemoteView>();
+  answer(strip.instrument->core, view);
+  view->panel->isShown = false;
+  view->events.failed();
+  EXPECT_TRUE(factory.panels.empty());
+}
+
 TEST_F(Editors, ReplacingAnEffectClosesItsEditor) {
   const auto strip = addStrip("Keys");
   const auto effect = addEffect(*strip.channel, "chorus");
@@ -286,7 +346,7 @@ TEST_F(Editors, APlugInThatIsReplacedWhileItsViewIsOnTheWayOpensNothing) {
 TEST_F(Editors, AnAnswerAfterTheEndOfTheEditorsDoesNothing) {
   const auto strip = addStrip("Keys");
   {
-    PluginEditors shortLived(factory, mainQueue);
+    PluginEditors shortLived(factory, mainQueue, notifications);
     shortLived.openInstrumentEditor(strip.channel);
     mainQueue.runAll();
   }
