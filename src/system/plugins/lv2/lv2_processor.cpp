@@ -53,6 +53,14 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
   plugin_->ports().showControls();
 }
 
+AtomExchange& Lv2Processor::atoms() {
+  if (ownAtoms_ == nullptr) {
+    ownAtoms_ = std::make_unique<AtomExchange>();
+    atoms_.store(ownAtoms_.get(), std::memory_order_release);
+  }
+  return *ownAtoms_;
+}
+
 void Lv2Processor::shareControls(ControlTable& shared) {
   plugin_->ports().useTable(shared);
   plugin_->ports().forgetControlChanges();  // those of the plug-in that had the memory before
@@ -151,9 +159,16 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
   plugin_->ports().takeControlChanges();
   passTime(block.frameCount);
   takeEvents();
+  AtomExchange* const atoms = atoms_.load(std::memory_order_acquire);
+  if (atoms != nullptr) {
+    atoms->deliver(plugin_->ports());
+  }
   fillInputs(block);
   plugin_->run(block.frameCount);
   plugin_->ports().showControls();
+  if (atoms != nullptr) {
+    atoms->collect(plugin_->ports());
+  }
   writeOutputs(block);
   gate_.leave();
 }

@@ -12,6 +12,7 @@
 #include "system/audio/node_processor.h"
 #include "system/audio/smoothed_gain.h"
 #include "system/plugins/control_table.h"
+#include "system/plugins/lv2/atom_exchange.h"
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/state_snapshot.h"
 #include "system/plugins/lv2/time_position.h"
@@ -46,6 +47,9 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   /// Factor on the output, which the blocks follow smoothly. Not a number means silence.
   void setGain(float linearGain) { gain_.set(linearGain); }
   [[nodiscard]] float gain() const { return gain_.get(); }
+
+  /// Atoms for and from an editor; made with the first call. One thread.
+  [[nodiscard]] AtomExchange& atoms();
 
   /// Where the plug-in's time comes from.
   [[nodiscard]] HostTimeBlocks& time() { return time_; }
@@ -96,6 +100,9 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   MidiQueue events_;
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
+
+  std::unique_ptr<AtomExchange> ownAtoms_;
+  std::atomic<AtomExchange*> atoms_{nullptr};  // what the block knows of them
 
   std::unique_ptr<ControlTable> ownControls_ = std::make_unique<ControlTable>();
   ControlTable* controls_ = ownControls_.get();

@@ -10,6 +10,7 @@
 
 #include "foundation/mutex.h"
 #include "system/plugins/lv2/bundle_search.h"
+#include "system/plugins/lv2/describe_editor.h"
 #include "system/plugins/lv2/describe_parameters.h"
 #include "system/plugins/lv2/describe_plugin.h"
 #include "system/plugins/lv2/lilv_pointers.h"
@@ -114,6 +115,16 @@ void Lv2World::requestParameters(const AudioComponentDescription& codes, double 
     handler(plugin == nullptr ? nullptr
                               : std::make_shared<const AUParameterTree>(
                                     describeParameters(self->library_, plugin, *description, sampleRate)));
+  });
+}
+
+void Lv2World::requestEditor(const AudioComponentDescription& codes,
+                             std::function<void(std::optional<EditorPlace>)> handler) {
+  thread_.post([weak = weak_from_this(), codes, handler = std::move(handler)] {
+    const auto self = weak.lock();
+    const auto description = self != nullptr ? self->find(codes) : nullptr;
+    const LilvPlugin* const plugin = description != nullptr ? self->libraryPlugin(description->uri) : nullptr;
+    handler(plugin == nullptr ? std::nullopt : describeEditor(self->library_, plugin, *description));
   });
 }
 

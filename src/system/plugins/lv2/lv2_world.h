@@ -21,6 +21,7 @@
 #include "foundation/serial_thread.h"
 #include "platform/audio_component.h"
 #include "platform/audio_parameters.h"
+#include "system/plugins/editor_place.h"
 #include "system/plugins/lv2/plugin_description.h"
 
 struct LilvWorldImpl;   // the library's names for its world
@@ -57,6 +58,9 @@ class Lv2World final : public AVAudioUnitComponentManager, public std::enable_sh
   /// ends.
   void requestParameters(const AudioComponentDescription& codes, double sampleRate,
                          std::function<void(std::shared_ptr<const AUParameterTree>)> handler);
+
+  /// Looks for the plug-in's own editor, in the same way; the handler gets none where there is none that can be opened.
+  void requestEditor(const AudioComponentDescription& codes, std::function<void(std::optional<EditorPlace>)> handler);
 
   /// The plug-in with exactly these codes, null when it is not installed. Any thread.
   [[nodiscard]] std::shared_ptr<const PluginDescription> find(const AudioComponentDescription& codes) const;

@@ -156,6 +156,7 @@ void PortBuffers::makeAtom(const PortDescription& port, std::uint32_t index) {
   const std::uint32_t bytes = std::clamp(port.minimumBytes, sequenceBytes, maximumAtomBytes);
   atom->wordCount = (bytes + static_cast<std::uint32_t>(sizeof(std::uint64_t)) - 1) / sizeof(std::uint64_t);
   atom->words = static_cast<std::uint64_t*>(takeMemory(atom->bytes()));
+  atom->index = index;
   atom->isInput = port.isInput;
   if (port.takesMidi && (midiInput_ == nullptr || (port.isDesignated && !midiIsDesignated_))) {
     midiInput_ = atom.get();
@@ -182,21 +183,33 @@ void PortBuffers::beginBlock() noexcept {
 
 bool PortBuffers::appendMidi(const MidiRecord& record) noexcept {
   const std::uint32_t size = midiMessageBytes(record.bytes[0]);
-  if (midiInput_ == nullptr || size == 0) {
-    return true;
+  return midiInput_ == nullptr || size == 0 || append(*midiInput_, {size, midiType_}, record.bytes.data());
+}
+
+bool PortBuffers::appendAtom(std::uint32_t index, std::span<const std::uint8_t> atom) noexcept {
+  LV2_Atom head{};
+  const auto found = std::find_if(atoms_.begin(), atoms_.end(),
+                                  [index](const auto& port) { return port->isInput && port->index == index; });
+  if (found == atoms_.end() || atom.size() < sizeof head) {
+    return false;
   }
-  LV2_Atom_Sequence& sequence = *midiInput_->sequence();
+  std::memcpy(&head, atom.data(), sizeof head);
+  return head.size == atom.size() - sizeof head && append(**found, head, atom.data() + sizeof head);
+}
+
+bool PortBuffers::append(const AtomPort& port, const LV2_Atom& head, const std::uint8_t* body) noexcept {
+  LV2_Atom_Sequence& sequence = *port.sequence();
   const std::uint32_t used = static_cast<std::uint32_t>(sizeof(LV2_Atom)) + lv2_atom_pad_size(sequence.atom.size);
-  const std::uint32_t needed = static_cast<std::uint32_t>(sizeof(LV2_Atom_Event)) + lv2_atom_pad_size(size);
-  if (needed > midiInput_->bytes() - used) {
+  const std::uint32_t needed = static_cast<std::uint32_t>(sizeof(LV2_Atom_Event)) + lv2_atom_pad_size(head.size);
+  if (head.size > port.bytes() || needed > port.bytes() - used) {
     return false;
   }
   auto* place = reinterpret_cast<std::byte*>(&sequence) + used;
   LV2_Atom_Event event{};
   event.time.frames = 0;
-  event.body = {size, midiType_};
+  event.body = head;
   std::memcpy(place, &event, sizeof event);
-  std::memcpy(place + sizeof event, record.bytes.data(), size);
+  std::memcpy(place + sizeof event, body, head.size);
   sequence.atom.size += needed;
   return true;
 }

@@ -51,6 +51,14 @@ class PortBuffers {
   /// no port that takes MIDI the event is done with.
   [[nodiscard]] bool appendMidi(const MidiRecord& record) noexcept;
 
+  /// Adds an atom, head and body, as appendMidi, to the events of an atom input; false also for any other port.
+  [[nodiscard]] bool appendAtom(std::uint32_t index, std::span<const std::uint8_t> atom) noexcept;
+
+  /// Calls `take(index, atom)` for each event, head and body, that the plug-in has left in its atom outputs.
+  template <typename Take>
+  void forEachOutputAtom(Take take) const noexcept;
+  [[nodiscard]] bool hasAtomPorts() const { return !atoms_.empty(); }
+
   /// Whether a port takes the time; and adds it, at the first frame. To be done before all other events.
   [[nodiscard]] bool takesTime() const { return timeInput_ != nullptr; }
   void appendTime(const MusicalTime& time) noexcept;
@@ -83,6 +91,7 @@ class PortBuffers {
   struct AtomPort {
     std::uint64_t* words = nullptr;  // so that atoms are aligned to eight bytes
     std::uint32_t wordCount = 0;
+    std::uint32_t index = 0;
     bool isInput = false;
 
     [[nodiscard]] LV2_Atom_Sequence* sequence() const { return reinterpret_cast<LV2_Atom_Sequence*>(words); }
@@ -101,6 +110,7 @@ class PortBuffers {
     HostControl control;
   };
 
+  [[nodiscard]] static bool append(const AtomPort& port, const LV2_Atom& head, const std::uint8_t* body) noexcept;
   /// Memory for a port, all zero.
   [[nodiscard]] void* takeMemory(std::size_t bytes);
   void makeAudio(const PluginDescription& description);
@@ -131,5 +141,26 @@ class PortBuffers {
   LV2_URID chunkType_;
   LV2_URID midiType_;
 };
+
+template <typename Take>
+void PortBuffers::forEachOutputAtom(Take take) const noexcept {
+  for (const auto& port : atoms_) {
+    const LV2_Atom_Sequence& sequence = *port->sequence();
+    if (port->isInput || sequence.atom.type != sequenceType_ || sequence.atom.size > port->bytes() - sizeof(LV2_Atom)) {
+      continue;
+    }
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(port->words);
+    const std::size_t end = sizeof(LV2_Atom) + sequence.atom.size;
+    std::size_t place = sizeof(LV2_Atom_Sequence);
+    while (place + sizeof(LV2_Atom_Event) <= end) {
+      const auto& event = *reinterpret_cast<const LV2_Atom_Event*>(bytes + place);
+      if (event.body.size > end - place - sizeof event) {
+        break;  // a damaged sequence
+      }
+      take(port->index, std::span(bytes + place + offsetof(LV2_Atom_Event, body), sizeof(LV2_Atom) + event.body.size));
+      place += sizeof event + ((event.body.size + 7U) & ~std::size_t{7});
+    }
+  }
+}
 
 }  // namespace vrel::lv2

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
+#include <lv2/atom/atom.h>
 
 #include <array>
 #include <cstddef>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "system/plugins/lv2/atom_packing.h"
 #include "system/plugins/lv2/atom_urids.h"
 #include "system/plugins/lv2/urid_map.h"
 #include "system/plugins/midi_record.h"
@@ -120,6 +122,47 @@ TEST(AtomUrids, EndlessNestingIsRefused) {
   }
   std::vector<std::uint8_t> value = bytesOf(words);
   EXPECT_FALSE(atoms.translate(tuple, value, [](LV2_URID number) { return number; }));
+}
+
+std::vector<std::uint8_t> vectorAtom(UridMap& urids, const std::vector<std::string>& uris) {
+  LV2_Atom_Vector_Body body{sizeof(LV2_URID), urids.map(LV2_ATOM__URID)};
+  const LV2_Atom head{static_cast<std::uint32_t>(sizeof body + uris.size() * sizeof(LV2_URID)),
+                      urids.map(LV2_ATOM__Vector)};
+  std::vector<std::uint8_t> atom(sizeof head + head.size);
+  std::memcpy(atom.data(), &head, sizeof head);
+  std::memcpy(atom.data() + sizeof head, &body, sizeof body);
+  for (std::size_t index = 0; index < uris.size(); ++index) {
+    const LV2_URID urid = urids.map(uris[index]);
+    std::memcpy(atom.data() + sizeof head + sizeof body + index * sizeof urid, &urid, sizeof urid);
+  }
+  return atom;
+}
+
+TEST(AtomPacking, AnAtomSaysTheSameInAnotherProcess) {
+  UridMap here;
+  UridMap there;
+  for (const auto* const padding : {"urn:a", "urn:b", "urn:c"}) {
+    (void)there.map(padding);
+  }
+  const auto packed = AtomPacking(here).pack(vectorAtom(here, {"urn:one", "urn:two", "urn:one"}));
+  ASSERT_TRUE(packed);
+  EXPECT_EQ(AtomPacking(there).unpack(*packed), vectorAtom(there, {"urn:one", "urn:two", "urn:one"}));
+}
+
+TEST(AtomPacking, WhatIsTruncatedOrTooLongIsRefused) {
+  UridMap urids;
+  const AtomPacking packing(urids);
+  auto atom = vectorAtom(urids, {"urn:one"});
+  const auto packed = *packing.pack(atom);
+  for (std::size_t size = 0; size < packed.size(); ++size) {
+    EXPECT_FALSE(packing.unpack(std::span(packed).first(size))) << size;
+  }
+  for (std::size_t size = 0; size < atom.size(); ++size) {
+    EXPECT_FALSE(packing.pack(std::span(atom).first(size))) << size;
+  }
+  atom.push_back(0);
+  EXPECT_FALSE(packing.pack(atom));
+  EXPECT_FALSE(packing.unpack(std::vector<std::uint8_t>(64, 0xFF)));
 }
 
 }  // namespace

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vrel {
+
+/// What an editor knows of a port of its plug-in.
+struct EditorPort {
+  std::uint32_t index = 0;
+  std::string symbol;
+  bool isControl = false;
+  bool isSetting = false;  // a control that a person sets
+  bool isAtom = false;     // for messages
+
+  bool operator==(const EditorPort&) const = default;
+};
+
+/// A plug-in's own editor, as its data describes it: enough to open it without reading that data again.
+struct EditorPlace {
+  std::string pluginName;
+  std::string pluginUri;
+  std::string uri;
+  std::string bundlePath;   // of the editor, with a separator at its end
+  std::string libraryPath;  // its own, which is not the plug-in's
+  std::vector<EditorPort> ports;
+
+  bool operator==(const EditorPlace&) const = default;
+};
+
+}  // namespace vrel

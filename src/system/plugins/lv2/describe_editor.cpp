@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/lv2/describe_editor.h"
+
+#include <lv2/core/lv2.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <system_error>
+
+#include "system/plugins/lv2/bundle_search.h"
+#include "system/plugins/lv2/editor_features.h"
+#include "system/plugins/lv2/lilv_pointers.h"
+
+namespace vrel::lv2 {
+namespace {
+
+constexpr const char* seeAlso = "http://www.w3.org/2000/01/rdf-schema#seeAlso";
+
+struct EditorsDeleter {
+  void operator()(LilvUIs* editors) const { lilv_uis_free(editors); }
+};
+using Editors = std::unique_ptr<LilvUIs, EditorsDeleter>;
+
+class EditorReader {
+ public:
+  explicit EditorReader(LilvWorld* world) : world_(world) {}
+
+  /// None for an editor of another kind, or one that cannot be opened.
+  [[nodiscard]] std::optional<EditorPlace> read(const LilvUI* editor) const {
+    if (!lilv_ui_is_a(editor, uri(LV2_UI__X11UI).get()) || !hasReadableData(editor)) {
+      return std::nullopt;
+    }
+    lilv_world_load_resource(world_, lilv_ui_get_uri(editor));
+    EditorPlace place;
+    place.uri = lilv_node_as_uri(lilv_ui_get_uri(editor));
+    place.bundlePath = path(lilv_ui_get_bundle_uri(editor));
+    place.libraryPath = path(lilv_ui_get_binary_uri(editor));
+    std::error_code ignored;
+    return std::filesystem::exists(place.libraryPath, ignored) && offersAll(editor) ? std::optional(place)
+                                                                                    : std::nullopt;
+  }
+
+ private:
+  [[nodiscard]] Node uri(const char* address) const { return Node(lilv_new_uri(world_, address)); }
+
+  [[nodiscard]] static std::string path(const LilvNode* node) {
+    const HeapText characters(node != nullptr ? lilv_file_uri_parse(lilv_node_as_uri(node), nullptr) : nullptr);
+    return characters ? characters.get() : "";
+  }
+
+  /// Whether all files with more about the editor may be read.
+  [[nodiscard]] bool hasReadableData(const LilvUI* editor) const {
+    return all(editor, seeAlso, [](const LilvNode* file) { return isReadableData(path(file)); });
+  }
+
+  [[nodiscard]] bool offersAll(const LilvUI* editor) const {
+    return all(editor, LV2_CORE__requiredFeature,
+               [](const LilvNode* feature) { return isEditorFeature(lilv_node_as_string(feature)); });
+  }
+
+  template <typename Accepts>
+  [[nodiscard]] bool all(const LilvUI* editor, const char* predicate, Accepts accepts) const {
+    const Nodes nodes(lilv_world_find_nodes(world_, lilv_ui_get_uri(editor), uri(predicate).get(), nullptr));
+    for (LilvIter* step = lilv_nodes_begin(nodes.get()); !lilv_nodes_is_end(nodes.get(), step);
+         step = lilv_nodes_next(nodes.get(), step)) {
+      if (!accepts(lilv_nodes_get(nodes.get(), step))) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  LilvWorld* world_;
+};
+
+}  // namespace
+
+std::optional<EditorPlace> describeEditor(LilvWorld* world, const LilvPlugin* plugin,
+                                          const PluginDescription& description) {
+  const Editors editors(lilv_plugin_get_uis(plugin));
+  std::optional<EditorPlace> place;
+  for (LilvIter* step = lilv_uis_begin(editors.get()); !place && !lilv_uis_is_end(editors.get(), step);
+       step = lilv_uis_next(editors.get(), step)) {
+    place = EditorReader(world).read(lilv_uis_get(editors.get(), step));
+  }
+  if (place) {
+    place->pluginName = description.name;
+    place->pluginUri = description.uri;
+    for (std::uint32_t index = 0; index < description.ports.size(); ++index) {
+      const PortDescription& port = description.ports[index];
+      place->ports.push_back(
+          {index, port.symbol, port.kind == PortKind::control, port.isSetting(), port.kind == PortKind::atom});
+    }
+  }
+  return place;
+}
+
+}  // namespace vrel::lv2

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <lv2/core/lv2.h>
+#include <lv2/log/log.h>
+#include <lv2/options/options.h>
+#include <lv2/ui/ui.h>
+#include <lv2/urid/urid.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace vrel::lv2 {
+
+/// What an editor may require of its host. Some are properties, or interfaces of its own, which data lists among them.
+inline constexpr std::array<std::string_view, 15> editorFeatures{
+    LV2_URID__map,
+    LV2_URID__unmap,
+    LV2_OPTIONS__options,
+    LV2_LOG__log,
+    LV2_UI__parent,
+    LV2_UI__resize,
+    LV2_UI__portMap,
+    LV2_UI__portSubscribe,
+    LV2_UI__touch,
+    LV2_UI__idleInterface,
+    LV2_UI__fixedSize,
+    LV2_UI__noUserResize,
+    LV2_CORE__isLive,
+    LV2_UI_PREFIX "makeResident",
+    LV2_UI_PREFIX "makeSONameResident",
+};
+
+[[nodiscard]] constexpr bool isEditorFeature(std::string_view uri) {
+  return std::find(editorFeatures.begin(), editorFeatures.end(), uri) != editorFeatures.end();
+}
+
+}  // namespace vrel::lv2
