@@ -26,8 +26,8 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
     : mainQueue_(mainQueue),
       clock_(clock),
       console_(console),
-      hardware_(system::makeAudioBackends(settings.jackServerName)),
-      midi_(system::makeMidiBackends(settings.jackServerName)),
+      hardware_(system::makeAudioBackends(settings.jackServerName, midiInlets_.jack)),
+      midi_(system::makeMidiBackends(settings.jackServerName, midiInlets_)),
       output_(std::make_shared<system::SystemAudioOutput>(hardware_, mainQueue, log())),
       clips_(clock),
       preview_(std::make_shared<audio::PreviewBus>(
@@ -41,6 +41,7 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
           sandbox_->setSampleRate(framesPerSecond);
         }
       })) {
+  output_->setTimedEvents(midiInlets_.timed);
   output_->setInfoLog([&lines = console_](const std::string& line) { lines.printInfo(line); });
 }
 

@@ -11,6 +11,8 @@
 #include "system/audio/preview_bus.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
+#include "system/audio/timed_events.h"
+#include "system/devices/jack_midi_inlet.h"
 #include "system/devices/system_audio_hardware.h"
 #include "system/devices/system_audio_output.h"
 #include "system/devices/system_midi_service.h"
@@ -71,6 +73,8 @@ class SystemPlatform {
   ConsoleOutput& console_;
   system::SerialQueueFactory queues_;
   system::LibplistSerialization propertyLists_;
+  const system::MidiInlets midiInlets_{std::make_shared<system::JackMidiInlet>(),
+                                       std::make_shared<audio::TimedEvents>()};
   system::SystemAudioHardware hardware_;
   system::SystemMidiService midi_;
   std::shared_ptr<system::SystemAudioOutput> output_;

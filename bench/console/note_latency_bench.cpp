@@ -3,7 +3,7 @@
 // 32 strips that play it. With the real window, whose meters all move, without one, and without one while the song is
 // captured 20 times a second, with all guests in order and with six that hang; each case in a process of its own, on
 // one JACK server, with all instruments in processes of their own. And the frames of that window, and its presses until
-// the change is drawn, beside those of a bare window.
+// the change is drawn, beside those of a bare window; and how late notes of another JACK client sound meanwhile.
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -12,12 +12,14 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -27,7 +29,9 @@
 #include "console/note_latency_stage.h"
 #include "console/window_feel.h"
 #include "percentile.h"
+#include "support/devices/child_process.h"
 #include "support/devices/jack_server.h"
+#include "support/devices/note_probe.h"
 #include "support/ui/virtual_display.h"
 
 namespace vrel::app::bench {
@@ -182,6 +186,38 @@ bool measureCaptures(std::size_t notes, std::size_t hung) {
   return isComplete;
 }
 
+/// Notes of another JACK client, while `wait` keeps the window busy. False when one was not heard.
+bool measureOnJack(std::size_t notes, const std::function<void(const std::atomic<bool>&)>& wait) {
+  system::test::NoteProbe probe(::getenv("JACK_DEFAULT_SERVER"), 1);  // NOLINT(concurrency-mt-unsafe)
+  std::vector<double> late;
+  std::exception_ptr failure;
+  std::atomic<bool> isDone{false};
+  std::thread playing([&] {
+    try {
+      if (!system::test::eventually([&probe] { return probe.link(0, "vrel", "vrel"); })) {
+        throw std::runtime_error("the program is not on the JACK server");
+      }
+      while (late.size() < notes) {
+        const auto frames = probe.play(60).front();
+        late.push_back(frames ? *frames : std::numeric_limits<double>::infinity());
+      }
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    isDone = true;
+    isDone.notify_all();
+  });
+  wait(isDone);
+  playing.join();
+  if (failure) {
+    std::rethrow_exception(failure);
+  }
+  std::sort(late.begin(), late.end());
+  printPercentiles("JACK note, frames late", late);
+  std::printf("   %zu notes, first sample of any strip\n", late.size());
+  return std::isfinite(late.back());
+}
+
 bool measureWithWindow(std::size_t notes) {
   const test::VirtualDisplay display(screenWidth, screenHeight);
   CommandLine line;
@@ -240,7 +276,14 @@ bool measureWithWindow(std::size_t notes) {
   std::printf("\n");
   printPercentiles("press, a bare window", bare.presses);
   std::printf("   %.1f frames a second\n", bare.framesPerSecond);
-  return isComplete;
+  constexpr std::size_t notesPerJackNote = 40;
+  return measureOnJack(std::max<std::size_t>(notes / notesPerJackNote, 1),
+                       [](const std::atomic<bool>& isDone) {
+                         while (!isDone) {
+                           pump(20);
+                         }
+                       }) &&
+         isComplete;
 }
 
 /// Each case in a process of its own, on one server.

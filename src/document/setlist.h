@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "document/playback_stop_mode.h"
+#include "foundation/midi_message.h"
 #include "foundation/uuid.h"
 
 // The records of a setlist: plain values with no behaviour, copied freely. Their JSON form is in
@@ -132,15 +133,6 @@ struct SetlistFile {
   std::vector<MidiControlAssignment> globalMidiControlAssignments{};
 
   bool operator==(const SetlistFile&) const = default;
-};
-
-/// A channel message in flight: three bytes, raw, the channel still in the status.
-struct MidiMessage {
-  std::uint8_t status = 0;
-  std::uint8_t data1 = 0;
-  std::uint8_t data2 = 0;
-
-  bool operator==(const MidiMessage&) const = default;
 };
 
 }  // namespace vrel

@@ -74,6 +74,7 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue, platform.console}),
       droppedEvents_(strips_, platform.midi, platform.console),
       router_(*engine_, strips_.channels, midiCallbacks),
+      routes_(strips_, *engine_),
       playbackRuns_(platform.queues, platform.mainQueue, platform.clock) {
   mutator_.setStartHandler([this] { followOutputRate(); });
   router_.setPlaybackTarget(&playbackRuns_);
@@ -97,9 +98,12 @@ void AudioEngine::begin() {
     }
   });
   if (platform_.midi != nullptr) {
-    midiInput_.emplace(
-        *platform_.midi, platform_.mainQueue, platform_.console,
-        [this](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) { routeMIDI(status, data1, data2); });
+    midiInput_.emplace(*platform_.midi, platform_.mainQueue, platform_.console,
+                       [this](MidiMessage message, bool areInstrumentsServed) {
+                         using Instruments = MidiRouter::Instruments;
+                         router_.routeMIDI(message.status, message.data1, message.data2,
+                                           areInstrumentsServed ? Instruments::served : Instruments::waiting);
+                       });
     midiInput_->setupMIDI();
   }
   levelCapture_.startMeterDecayTimer(platform_.mainQueue);
@@ -175,6 +179,7 @@ std::shared_ptr<AudioChannel> AudioEngine::addChannel(const std::string& name) {
   chains_.ensureMeterNode(*channel);
   chains_.ensureReverbNode(*channel);
   strips_.channels.push_back(channel);
+  routes_.follow(*channel);
   applyMixerLevels();
   return channel;
 }
@@ -186,6 +191,7 @@ void AudioEngine::moveChannel(std::size_t from, std::size_t to) {
   auto& channels = strips_.channels;
   if (from < channels.size() && to <= channels.size()) {
     moveItem(channels, from, to);
+    routes_.publish();
   }
 }
 
@@ -201,11 +207,13 @@ void AudioEngine::removeChannel(const AudioChannel& channel) {
   droppedEvents_.report();
   const auto removed = *position;
   strips_.channels.erase(position);
+  routes_.publish();
   takeDown(*removed);
   applyMixerLevels();
 }
 
 void AudioEngine::takeDown(AudioChannel& channel) {
+  routes_.leave(channel);
   visualEngine_.unloadChannel(channel);
   if (!channel.effectNodes.get().empty()) {
     performGraphMutation("detachEffectNodes", [&] { chains_.detachEffectNodes(channel); });
@@ -232,6 +240,7 @@ void AudioEngine::removeAllChannels() {
     takeDown(*channel);
   }
   strips_.channels.clear();
+  routes_.publish();
   auto& master = *strips_.masterChannel;
   master.effectSlots.set({});
   master.failedEffects.set({});

@@ -17,6 +17,7 @@
 #include "engine/graph_mutator.h"
 #include "engine/host_musical_context.h"
 #include "engine/instrument_loader.h"
+#include "engine/instrument_routes.h"
 #include "engine/level_capture.h"
 #include "engine/mix_levels.h"
 #include "engine/playback_loader.h"
@@ -142,6 +143,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   PluginCrashHandler deaths_;
   DroppedEvents droppedEvents_;
   MidiRouter router_;
+  InstrumentRoutes routes_;
   double outputRate_ = 0;  // frames per second, at the last start
   std::optional<AudioDeviceSettings> deviceSettings_;
   std::optional<MidiInput> midiInput_;

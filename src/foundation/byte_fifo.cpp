@@ -14,16 +14,18 @@ using Head = std::array<std::uint8_t, ByteFifo::headBytes>;  // the message's le
 
 ByteFifo::ByteFifo(std::size_t capacityBytes) : bytes_(capacityBytes), mask_(capacityBytes - 1) {}
 
-bool ByteFifo::push(std::span<const std::uint8_t> message) noexcept {
+bool ByteFifo::push(std::span<const std::uint8_t> first, std::span<const std::uint8_t> second) noexcept {
+  const std::size_t length = first.size() + second.size();
   const std::size_t position = written_.load(std::memory_order_relaxed);
   const std::size_t room = bytes_.size() - (position - read_.load(std::memory_order_acquire));
-  if (room < headBytes || message.size() > room - headBytes) {
+  if (room < headBytes || length > room - headBytes) {
     dropped_.fetch_add(1, std::memory_order_relaxed);
     return false;
   }
-  copyIn(position, std::bit_cast<Head>(static_cast<std::uint32_t>(message.size())));
-  copyIn(position + headBytes, message);
-  written_.store(position + headBytes + message.size(), std::memory_order_release);
+  copyIn(position, std::bit_cast<Head>(static_cast<std::uint32_t>(length)));
+  copyIn(position + headBytes, first);
+  copyIn(position + headBytes + first.size(), second);
+  written_.store(position + headBytes + length, std::memory_order_release);
   return true;
 }
 

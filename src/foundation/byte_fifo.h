@@ -19,7 +19,9 @@ class ByteFifo {
   explicit ByteFifo(std::size_t capacityBytes);
 
   /// Stores the message; false, and nothing stored, when there is no room, which is counted. The writing thread.
-  [[nodiscard]] bool push(std::span<const std::uint8_t> message) noexcept;
+  [[nodiscard]] bool push(std::span<const std::uint8_t> message) noexcept { return push(message, {}); }
+  /// The same for a message in two pieces.
+  [[nodiscard]] bool push(std::span<const std::uint8_t> first, std::span<const std::uint8_t> second) noexcept;
 
   /// Moves the oldest message into `message`; false when there is none. Allocates only for a message that is longer
   /// than the vector's capacity. The reading thread.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "midi/midi_input.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "platform/console_output.h"
@@ -69,16 +70,16 @@ MIDIService::ReadBlock MidiInput::readBlock() {
       if (packet.size() < 2) {
         continue;
       }
-      mainQueue.async(
-          [this, life, status = packet[0], data1 = packet[1], data2 = packet.size() > 2 ? packet[2] : std::uint8_t{0}] {
-            if (!life.isAlive()) {
-              return;
-            }
-            if (onMessage) {
-              onMessage();
-            }
-            route_(status, data1, data2);
-          });
+      const MidiMessage message{packet[0], packet[1], packet.size() > 2 ? packet[2] : std::uint8_t{0}};
+      mainQueue.async([this, life, message, areServed = packets.areInstrumentsServed] {
+        if (!life.isAlive()) {
+          return;
+        }
+        if (onMessage) {
+          onMessage();
+        }
+        route_(message, areServed);
+      });
     }
   };
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 
 #include "foundation/life_token.h"
+#include "foundation/midi_message.h"
 #include "platform/midi_service.h"
 
 namespace vrel {
@@ -24,7 +24,7 @@ class MainQueue;
 /// Failure: a client or port that cannot be made is logged; there is then no input.
 class MidiInput {
  public:
-  using Route = std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)>;
+  using Route = std::function<void(MidiMessage message, bool areInstrumentsServed)>;
 
   /// `route` gets every message on the main thread. All else is borrowed.
   MidiInput(MIDIService& service, MainQueue& mainQueue, ConsoleOutput& console, Route route);

@@ -5,6 +5,7 @@
 #include "document/plugin_path.h"
 #include "midi/midi_bytes.h"
 #include "midi/routing_rules.h"
+#include "midi/strip_rules.h"
 #include "platform/audio_engine.h"
 
 namespace vrel {
@@ -17,19 +18,19 @@ constexpr uint8_t noteCount = 128;
 
 // The plug-in that takes this channel's events, if it has one.
 AVAudioUnitMIDIInstrument* playedInstrument(const AudioChannel& channel) {
-  return channel.pluginKind() == PluginPathKind::empty ? nullptr : channel.midiInstrument();
+  return hasPlayedInstrument(channel) ? channel.midiInstrument() : nullptr;
 }
 
 }  // namespace
 
-void MidiRouter::routeMIDI(uint8_t status, uint8_t data1, uint8_t data2) {
+void MidiRouter::routeMIDI(uint8_t status, uint8_t data1, uint8_t data2, Instruments instruments) {
   if (!engine_.isRunning()) {
     return;
   }
   const MidiMessage message{status, data1, data2};
   raiseCallbacks(message);
   for (const auto& channel : channels_) {
-    deliver(*channel, message);
+    deliver(*channel, message, instruments);
   }
 }
 
@@ -48,9 +49,10 @@ void MidiRouter::raiseCallbacks(MidiMessage message) const {
   }
 }
 
-void MidiRouter::deliver(AudioChannel& channel, MidiMessage message) const {
+void MidiRouter::deliver(AudioChannel& channel, MidiMessage message, Instruments instruments) const {
   const auto kind = classify(message);
-  if (channel.pluginKind() == PluginPathKind::visual && splitHolds(channel, message.data1)) {
+  const auto rules = rulesOf(channel);
+  if (rules.isVisual && splitHolds(rules, message.data1)) {
     if (visuals_ != nullptr && kind.isNoteOn) {
       visuals_->noteOn(message.data1, channel);
     } else if (visuals_ != nullptr && kind.isNoteOff) {
@@ -64,8 +66,9 @@ void MidiRouter::deliver(AudioChannel& channel, MidiMessage message) const {
     }
     return;
   }
-  if (auto* instrument = playedInstrument(channel)) {
-    if (const auto event = instrumentEvent(channel, message)) {
+  auto* const instrument = instruments == Instruments::waiting ? playedInstrument(channel) : nullptr;
+  if (instrument != nullptr) {
+    if (const auto event = instrumentEvent(rules, message)) {
       instrument->sendMIDIEvent(event->status, event->data1, event->data2);
     }
   }
@@ -73,7 +76,7 @@ void MidiRouter::deliver(AudioChannel& channel, MidiMessage message) const {
 
 bool MidiRouter::startsPlayback(const AudioChannel& channel, MidiMessage message) const {
   return classify(message).isNoteOn && channel.pluginKind() == PluginPathKind::playback &&
-         splitHolds(channel, message.data1) &&
+         splitHolds(rulesOf(channel), message.data1) &&
          dynamic_cast<AVAudioPlayerNode*>(channel.instrumentNode.get().get()) != nullptr &&
          (channel.playbackBuffer.get() != nullptr || channel.playbackFile.get() != nullptr);
 }
@@ -84,7 +87,7 @@ void MidiRouter::sendPerformanceMIDI(uint8_t status, uint8_t data1, uint8_t data
   }
   for (const auto& channel : channels_) {
     if (auto* instrument = playedInstrument(*channel)) {
-      if (const auto event = performanceEvent(*channel, {status, data1, data2})) {
+      if (const auto event = performanceEvent(rulesOf(*channel), {status, data1, data2})) {
         instrument->sendMIDIEvent(event->status, event->data1, event->data2);
       }
     }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "channel/note_targets.h"
-#include "document/setlist.h"
+#include "foundation/midi_message.h"
 
 namespace vrel {
 
@@ -16,7 +16,8 @@ class AVAudioEngine;
 class AVAudioUnitMIDIInstrument;
 
 /// Carries one message at a time from the input to the channels. This is where a note finds its
-/// instruments: `routing_rules.h` decides, per channel, what it gets.
+/// instruments: `routing_rules.h` decides, per channel, what it gets. Instruments that the audio thread has served
+/// already are left out; see `InstrumentRoutes`.
 ///
 /// Routing keeps no memory: no list of sounding notes, no map from a note-off to its note-on. A
 /// note-off is routed with the settings of the moment at which it arrives. Mute and solo are not
@@ -42,8 +43,12 @@ class MidiRouter {
   void setVisualNoteTarget(VisualNoteTarget* target) { visuals_ = target; }
   void setPlaybackTarget(PlaybackTarget* target) { playbacks_ = target; }
 
+  /// Whether the instruments still have to get a message, or have got it on the audio thread.
+  enum class Instruments { waiting, served };
+
   /// One raw message from a keyboard or another source, channel nibble and all. Every channel sees it.
-  void routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
+  void routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
+                 Instruments instruments = Instruments::waiting);
 
   /// A controller or bend that a learned control injects; no callback is raised.
   void sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
@@ -57,7 +62,7 @@ class MidiRouter {
 
  private:
   void raiseCallbacks(MidiMessage message) const;
-  void deliver(AudioChannel& channel, MidiMessage message) const;
+  void deliver(AudioChannel& channel, MidiMessage message, Instruments instruments) const;
   [[nodiscard]] bool startsPlayback(const AudioChannel& channel, MidiMessage message) const;
 
   const AVAudioEngine& engine_;

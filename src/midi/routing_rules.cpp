@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "channel/audio_channel.h"
 #include "midi/midi_bytes.h"
 
 namespace vrel {
@@ -17,35 +16,35 @@ constexpr int highestNote = 127;
 // The upper half of the pedal's travel. Raw bytes are routed unmasked, hence two bits and not one.
 constexpr uint8_t upperHalfMask = 0xC0;
 
-MidiMessage transposed(const AudioChannel& channel, MidiMessage message) {
-  const int note = int{message.data1} + int{channel.transpose.get()};
+MidiMessage transposed(const InstrumentRules& rules, MidiMessage message) noexcept {
+  const int note = int{message.data1} + int{rules.transpose};
   message.data1 = static_cast<uint8_t>(std::clamp(note, 0, highestNote));
   return message;
 }
 
 // A rotary speaker has two speeds, so the pedal becomes a switch.
-MidiMessage rotorSwitch(MidiMessage sustain) {
+MidiMessage rotorSwitch(MidiMessage sustain) noexcept {
   const bool isFast = (sustain.data2 & upperHalfMask) != 0;
   return {sustain.status, controllerModulation, isFast ? uint8_t{127} : uint8_t{0}};
 }
 
-std::optional<MidiMessage> sustainEvent(const AudioChannel& channel, MidiMessage message) {
-  if (channel.sustainControlsRotor.get()) {
+std::optional<MidiMessage> sustainEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
+  if (rules.sustainControlsRotor) {
     return rotorSwitch(message);
   }
-  return channel.sendSustain.get() ? std::optional(message) : std::nullopt;
+  return rules.sendSustain ? std::optional(message) : std::nullopt;
 }
 
-std::optional<MidiMessage> expressionEvent(const AudioChannel& channel, MidiMessage message) {
-  return channel.sendExpression.get() ? std::optional(message) : std::nullopt;
+std::optional<MidiMessage> expressionEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
+  return rules.sendExpression ? std::optional(message) : std::nullopt;
 }
 
-std::optional<MidiMessage> controllerEvent(const AudioChannel& channel, MidiMessage message) {
+std::optional<MidiMessage> controllerEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
   switch (message.data1) {
     case controllerSustain:
-      return sustainEvent(channel, message);
+      return sustainEvent(rules, message);
     case controllerExpression:
-      return expressionEvent(channel, message);
+      return expressionEvent(rules, message);
     case controllerBankSelect:
     case controllerBankSelectFine:
       // On purpose: a keyboard must not change the sound of a plug-in.
@@ -57,7 +56,7 @@ std::optional<MidiMessage> controllerEvent(const AudioChannel& channel, MidiMess
 
 }  // namespace
 
-MessageClass classify(MidiMessage message) {
+MessageClass classify(MidiMessage message) noexcept {
   MessageClass result;
   switch (highNibble(message.status)) {
     case statusNoteOff:
@@ -79,18 +78,21 @@ MessageClass classify(MidiMessage message) {
   return result;
 }
 
-bool splitHolds(const AudioChannel& channel, uint8_t note) {
-  return channel.minNote.get() <= note && note <= channel.maxNote.get();
+bool splitHolds(const InstrumentRules& rules, uint8_t note) noexcept {
+  return rules.minNote <= note && note <= rules.maxNote;
 }
 
-std::optional<MidiMessage> instrumentEvent(const AudioChannel& channel, MidiMessage message) {
+std::optional<MidiMessage> instrumentEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
+  if (rules.isVisual && splitHolds(rules, message.data1)) {
+    return std::nullopt;
+  }
   switch (highNibble(message.status)) {
     case statusNoteOff:
     case statusNoteOn:
     case statusPolyphonicAftertouch:
-      return splitHolds(channel, message.data1) ? std::optional(transposed(channel, message)) : std::nullopt;
+      return splitHolds(rules, message.data1) ? std::optional(transposed(rules, message)) : std::nullopt;
     case statusController:
-      return controllerEvent(channel, message);
+      return controllerEvent(rules, message);
     case statusPitchBend:
     case statusChannelPressure:
       return message;
@@ -99,12 +101,12 @@ std::optional<MidiMessage> instrumentEvent(const AudioChannel& channel, MidiMess
   }
 }
 
-std::optional<MidiMessage> performanceEvent(const AudioChannel& channel, MidiMessage message) {
+std::optional<MidiMessage> performanceEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
   if (highNibble(message.status) == statusController && message.data1 == controllerSustain) {
-    return sustainEvent(channel, message);
+    return sustainEvent(rules, message);
   }
   if (highNibble(message.status) == statusController && message.data1 == controllerExpression) {
-    return expressionEvent(channel, message);
+    return expressionEvent(rules, message);
   }
   return message;
 }

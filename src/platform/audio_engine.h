@@ -4,9 +4,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "foundation/result.h"
 #include "platform/audio_node.h"
+#include "platform/instrument_route.h"
 
 namespace vrel {
 
@@ -46,6 +48,11 @@ class AVAudioEngine {
   /// What sounds may go on for a moment, so that a change of the graph makes no gap; a node that is detached meanwhile
   /// is not part of it.
   virtual void stop() = 0;
+
+  /// What is played on the machine's MIDI sources goes to these instruments from the next block on, in this order, at
+  /// the frames at which it was played. Replaces what was set before. Where no device brings messages with its blocks
+  /// nothing is played in this way.
+  virtual void setInstrumentRoutes(std::vector<InstrumentRoute> /*routes*/) {}
 
   /// `handler` is called on the main thread when the output device has another sample rate, which the next start
   /// follows. Where devices do not come and go it never is.

@@ -20,7 +20,11 @@ using MIDIEndpointRef = std::uint32_t;
 using MIDIPacket = std::span<const std::uint8_t>;
 
 /// Packets that arrived together, in order. Borrowed for the call.
-using MIDIPacketList = std::span<const MIDIPacket>;
+struct MIDIPacketList : std::span<const MIDIPacket> {
+  using std::span<const MIDIPacket>::span;
+
+  bool areInstrumentsServed = false;  // the instruments have them already; see AVAudioEngine::setInstrumentRoutes
+};
 
 struct MIDINotification {
   std::int32_t messageID = 0;

@@ -43,11 +43,14 @@ class SimulatedMIDIService : public MIDIService {
 
   /// Delivers one packet list.
   void send(const std::vector<std::vector<std::uint8_t>>& packets) const {
-    const std::vector<MIDIPacket> list(packets.begin(), packets.end());
+    const std::vector<MIDIPacket> views(packets.begin(), packets.end());
+    MIDIPacketList list(views);
+    list.areInstrumentsServed = areInstrumentsServed;
     read(list);
   }
 
   std::vector<std::optional<std::string>> sources;  // their names; none: unreadable
+  bool areInstrumentsServed = false;                // said of all packets
   std::uint64_t dropped = 0;
   OSStatus clientStatus = 0;
   OSStatus portStatus = 0;

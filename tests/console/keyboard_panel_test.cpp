@@ -169,7 +169,7 @@ TEST(PerformanceItems, AnActiveLineCanAlwaysBeSeenAndAnotherNever) {
 
 TEST_F(Played, MessagesOfTheSourcesAreCountedAndThePointersNotesAreNot) {
   simulation::SimulatedMIDIService service;
-  MidiInput input(service, mainQueue, console, [](std::uint8_t, std::uint8_t, std::uint8_t) {});
+  MidiInput input(service, mainQueue, console, [](MidiMessage, bool) {});
   input.setupMIDI();
   PlayedNowSource source(state, played);
   source.follow(input);

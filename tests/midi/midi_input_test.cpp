@@ -32,8 +32,9 @@ class Input : public testing::Test {
   simulation::SimulatedMIDIService service;
   Lines routed;
   std::optional<MidiInput> input{
-      std::in_place, service, mainQueue, console, [this](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
-        routed.push_back(std::to_string(status) + " " + std::to_string(data1) + " " + std::to_string(data2));
+      std::in_place, service, mainQueue, console, [this](MidiMessage message, bool areInstrumentsServed) {
+        routed.push_back(std::to_string(message.status) + " " + std::to_string(message.data1) + " " +
+                         std::to_string(message.data2) + (areInstrumentsServed ? " served" : ""));
       }};
 };
 
@@ -71,6 +72,15 @@ TEST_F(Input, AListOfThreePacketsPostsThreeMessagesInOrder) {
   start();
   service.send({{0x90, 60, 1}, {0xB0, 64, 127}, {0x80, 60, 2}});
   EXPECT_EQ(received(), (Lines{"144 60 1", "176 64 127", "128 60 2"}));
+}
+
+TEST_F(Input, WhatTheInstrumentsHaveGotAlreadyIsMarked) {
+  start();
+  service.areInstrumentsServed = true;
+  service.send({{0x90, 60, 1}});
+  service.areInstrumentsServed = false;
+  service.send({{0x80, 60, 2}});
+  EXPECT_EQ(received(), (Lines{"144 60 1 served", "128 60 2"}));
 }
 
 TEST_F(Input, BytesAreRawAndNothingIsInterpreted) {

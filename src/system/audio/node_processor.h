@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 
+#include "foundation/midi_message.h"
 #include "foundation/thread_roles.h"
 
 namespace vrel::audio {
@@ -82,6 +83,10 @@ class NodeProcessor {
 
   /// What the last block was.
   [[nodiscard]] virtual Delivery delivery() const noexcept { return Delivery::whole; }
+
+  /// For an instrument: a message for this block, at a frame of it. Comes before `begin`, in the order of the frames,
+  /// and only while the node is attached to a graph. One that the block cannot take goes into the next one.
+  virtual void takeEvent(std::uint32_t /*frame*/, MidiMessage /*message*/) noexcept VREL_AUDIO_THREAD {}
 
   /// Comes before the first `process` of the block, to all processors that are sources in the plan: who
   /// lets others work on the block sets them going here, and collects in `process`.

@@ -3,10 +3,15 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <span>
 
 #include "foundation/result.h"
+#include "system/audio/device_event.h"
 
 namespace vrel::audio {
+
+class TimedEvents;
 
 /// What a device plays: the engine, seen from below.
 class BlockRenderer {
@@ -16,6 +21,13 @@ class BlockRenderer {
   /// Fills both channels with the next `frameCount` frames, any number from 1. Takes the audio role on
   /// the calling thread; never from two threads at a time.
   virtual void render(float* left, float* right, std::uint32_t frameCount) noexcept = 0;
+
+  /// The same, with what MIDI sources have sent for these frames, by frame. Marks what the instruments have got; the
+  /// rest is for the main thread to route.
+  virtual void renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                                std::span<DeviceEvent> /*events*/) noexcept {
+    render(left, right, frameCount);
+  }
 
   /// Delivers what waits for the end of a block. Called after each block, and outside the audio
   /// role, by a device that is not in real time; a real one never calls it.
@@ -46,6 +58,9 @@ class OutputDevice {
   [[nodiscard]] virtual bool isRealTime() const = 0;
 
   [[nodiscard]] virtual bool isRunning() const = 0;
+
+  /// What MIDI sources with a clock of their own send for the blocks; null where there are none.
+  [[nodiscard]] virtual std::shared_ptr<TimedEvents> timedEvents() const { return nullptr; }
 
   /// Begins to ask `renderer` for blocks. It must outlive the run. An error when the device cannot
   /// be opened, or already runs.

@@ -120,8 +120,9 @@ Outcome PreviewBus::start(BlockRenderer& renderer) {
   return device_->start(*this);
 }
 
-void PreviewBus::render(float* left, float* right, std::uint32_t frameCount) noexcept {
-  engine_->render(left, right, frameCount);
+void PreviewBus::renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                                  std::span<DeviceEvent> events) noexcept {
+  engine_->renderWithEvents(left, right, frameCount, events);
   if (!isInUse_.load(std::memory_order_relaxed)) {
     return;
   }

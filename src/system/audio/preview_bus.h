@@ -59,6 +59,7 @@ class PreviewBus final : public OutputDevice, public AudioPlayerFactory, private
   [[nodiscard]] std::uint32_t blockFrames() const override { return device_->blockFrames(); }
   [[nodiscard]] bool isRealTime() const override { return device_->isRealTime(); }
   [[nodiscard]] bool isRunning() const override { return device_->isRunning(); }
+  [[nodiscard]] std::shared_ptr<TimedEvents> timedEvents() const override { return device_->timedEvents(); }
   [[nodiscard]] Outcome start(BlockRenderer& renderer) override;
   void stop() override { device_->stop(); }
 
@@ -66,7 +67,11 @@ class PreviewBus final : public OutputDevice, public AudioPlayerFactory, private
   struct Voice;
   class Player;
 
-  void render(float* left, float* right, std::uint32_t frameCount) noexcept override;
+  void render(float* left, float* right, std::uint32_t frameCount) noexcept override {
+    PreviewBus::renderWithEvents(left, right, frameCount, {});
+  }
+  void renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                        std::span<DeviceEvent> events) noexcept override;
   void pump() override { engine_->pump(); }
   void addPreview(float* left, float* right, std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
 

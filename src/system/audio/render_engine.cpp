@@ -60,6 +60,9 @@ void RenderEngine::attach(const Node& node) {
     return;
   }
   taps_.add(entry->graphNode->tapPoint());
+  if (isRouted(node.get())) {
+    publishRoutes();
+  }
 }
 
 void RenderEngine::detach(const Node& node) {
@@ -71,6 +74,9 @@ void RenderEngine::detach(const Node& node) {
   const bool linked = entry->destination != nullptr || !entry->sources.empty();
   withdraw(*entry->graphNode->processor());
   graph_.detach(*entry);
+  if (isRouted(node.get())) {
+    publishRoutes();
+  }
   if (linked) {
     linksChanged();
   }
@@ -145,6 +151,7 @@ Outcome RenderEngine::startDevice() {
     return {};
   }
   renderRate_ = device_->sampleRate();
+  core_.setTimedEvents(device_->timedEvents());
   Outcome failure = device_->start(*this);
   deviceStarted_ = !failure;
   return failure;
@@ -163,6 +170,32 @@ void RenderEngine::endNow() {
   isRunning_ = false;
   replacePlan(nullptr);
   leaveRetired();
+}
+
+void RenderEngine::setInstrumentRoutes(std::vector<InstrumentRoute> routes) {
+  collectRetired();
+  routes_ = std::move(routes);
+  publishRoutes();
+}
+
+bool RenderEngine::isRouted(const AVAudioNode* node) const {
+  return std::ranges::any_of(routes_, [node](const InstrumentRoute& route) { return route.instrument.get() == node; });
+}
+
+void RenderEngine::publishRoutes() {
+  std::vector<RouteTable::Route> routes;
+  routes.reserve(routes_.size());
+  for (const InstrumentRoute& route : routes_) {
+    if (const NodeGraph::Entry* const entry = graph_.find(route.instrument.get())) {
+      routes.push_back({entry->graphNode->processor(), route.rules});
+    }
+  }
+  auto table = std::make_unique<const RouteTable>(std::move(routes));
+  const RenderCore::Turn turn = core_.publish(table.get());
+  std::swap(table, table_);
+  if (table) {
+    retiredRoutes_.push_back({.table = std::move(table), .turn = turn});
+  }
 }
 
 void RenderEngine::setConfigurationChangeHandler(std::function<void()> handler) {
@@ -206,18 +239,23 @@ void RenderEngine::collectRetired() {
     return true;
   };
   std::erase_if(retired_, left);
+  std::erase_if(retiredRoutes_, [this](const RetiredRoutes& retired) { return core_.hasLeft(retired.turn); });
 }
 
 void RenderEngine::leaveRetired() {
   for (const Retired& retired : retired_) {
     core_.waitUntilLeft(retired.turn);
   }
+  for (const RetiredRoutes& retired : retiredRoutes_) {
+    core_.waitUntilLeft(retired.turn);
+  }
   collectRetired();
 }
 
-void RenderEngine::render(float* left, float* right, std::uint32_t frameCount) noexcept {
+void RenderEngine::renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                                    std::span<DeviceEvent> events) noexcept {
   const AudioThreadScope audioThread;
-  core_.render(left, right, frameCount, renderRate_);
+  core_.render(left, right, frameCount, renderRate_, events);
 }
 
 void RenderEngine::pump() {

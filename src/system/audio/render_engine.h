@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "foundation/thread_roles.h"
@@ -16,6 +17,7 @@
 #include "system/audio/render_core.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_plan.h"
+#include "system/audio/route_table.h"
 #include "system/audio/tap_dispatcher.h"
 
 namespace vrel::audio {
@@ -40,7 +42,7 @@ class OutputNode;
 /// Invariants:
 /// 1. At most one plan is in force. One that was in force is emptied only when the audio thread has
 ///    left it, and on the main thread.
-/// 2. When `detach` has returned, that node's processor is not called any more.
+/// 2. When `detach` has returned, that node's processor is not called any more, and gets no events.
 /// 3. Without a plan in force, or 0.1 s after a stop, the device gets silence, with soft edges. Offline a stop is
 ///    silent at once.
 ///
@@ -65,6 +67,7 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   [[nodiscard]] bool isRunning() const override { return isRunning_; }
   [[nodiscard]] Outcome start() override;
   void stop() override;
+  void setInstrumentRoutes(std::vector<InstrumentRoute> routes) override;
   void setConfigurationChangeHandler(std::function<void()> handler) override;
 
   [[nodiscard]] const RenderCounters& counters() const { return *counters_; }
@@ -77,14 +80,24 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
     std::unique_ptr<RenderPlan> plan;
     RenderCore::Turn turn;
   };
+  struct RetiredRoutes {
+    std::unique_ptr<const RouteTable> table;
+    RenderCore::Turn turn;
+  };
 
-  void render(float* left, float* right, std::uint32_t frameCount) noexcept override;
+  void render(float* left, float* right, std::uint32_t frameCount) noexcept override {
+    RenderEngine::renderWithEvents(left, right, frameCount, {});
+  }
+  void renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                        std::span<DeviceEvent> events) noexcept override;
   void pump() override;
 
   void attachFixedNodes();
   std::unique_ptr<RenderPlan> compilePlan();
   void replacePlan(std::unique_ptr<RenderPlan> plan);
   void endNow();
+  [[nodiscard]] bool isRouted(const AVAudioNode* node) const;
+  void publishRoutes();
   void withdraw(const NodeProcessor& processor);
   void linksChanged();
   void collectRetired();
@@ -102,6 +115,9 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   std::unique_ptr<RenderPlan> plan_;                // in force; after a stop on a device until the next start
   std::vector<Retired> retired_;                    // maybe still being rendered
   std::vector<std::unique_ptr<RenderPlan>> spare_;  // empty ones, to be filled again
+  std::vector<InstrumentRoute> routes_;             // as they were set; those of attached nodes are in the table
+  std::unique_ptr<const RouteTable> table_;         // in force
+  std::vector<RetiredRoutes> retiredRoutes_;        // maybe still in use
   bool isRunning_ = false;
   bool deviceStarted_ = false;
   double renderRate_;  // what `render` measures lateness by; written while no device runs

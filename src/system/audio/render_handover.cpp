@@ -6,9 +6,10 @@
 
 namespace vrel::audio {
 
-void RenderHandover::Port::render(float* left, float* right, std::uint32_t frameCount) noexcept {
+void RenderHandover::Port::renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                                            std::span<DeviceEvent> events) noexcept {
   isInside_ = true;
-  const bool isSounding = !isRetired_ && handover_.renderFor(*this, left, right, frameCount);
+  const bool isSounding = !isRetired_ && handover_.renderFor(*this, left, right, frameCount, events);
   isInside_ = false;
   if (!isSounding) {
     std::fill_n(left, frameCount, 0.0F);
@@ -32,14 +33,15 @@ void RenderHandover::Port::retire() {
   }
 }
 
-bool RenderHandover::renderFor(const Port& port, float* left, float* right, std::uint32_t frameCount) noexcept {
+bool RenderHandover::renderFor(const Port& port, float* left, float* right, std::uint32_t frameCount,
+                               std::span<DeviceEvent> events) noexcept {
   if (selected_ != &port || isRendering_.exchange(true)) {
     return false;
   }
   // In one order with `withdraw`: either it sees that a block is under way, or this sees that nothing is selected.
   const bool isSelected = selected_ == &port;
   if (isSelected) {
-    renderer_->render(left, right, frameCount);
+    renderer_->renderWithEvents(left, right, frameCount, events);
   }
   isRendering_ = false;
   return isSelected;

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 
 #include "system/audio/output_device.h"
 #include "system/audio/soft_edges.h"
@@ -24,7 +25,11 @@ class RenderHandover {
    public:
     explicit Port(RenderHandover& handover) : handover_(handover) {}
 
-    void render(float* left, float* right, std::uint32_t frameCount) noexcept override;
+    void render(float* left, float* right, std::uint32_t frameCount) noexcept override {
+      Port::renderWithEvents(left, right, frameCount, {});
+    }
+    void renderWithEvents(float* left, float* right, std::uint32_t frameCount,
+                          std::span<DeviceEvent> events) noexcept override;
     void pump() override {}
 
     /// From now on it plays silence, and the handover may end before it. Waits for the block under way.
@@ -62,7 +67,8 @@ class RenderHandover {
   [[nodiscard]] bool isSelected(const Port& port) const { return selected_ == &port; }
 
  private:
-  [[nodiscard]] bool renderFor(const Port& port, float* left, float* right, std::uint32_t frameCount) noexcept;
+  [[nodiscard]] bool renderFor(const Port& port, float* left, float* right, std::uint32_t frameCount,
+                               std::span<DeviceEvent> events) noexcept;
 
   BlockRenderer* renderer_ = nullptr;  // written while no port is selected
   std::atomic<const Port*> selected_{nullptr};

@@ -3,28 +3,48 @@
 
 #include <alsa/asoundlib.h>
 #include <poll.h>
+#include <pthread.h>
+#include <sched.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <optional>
 #include <utility>
 
+#include "system/audio/timed_events.h"
 #include "system/devices/alsa_silence.h"
+#include "system/devices/sequencer_clock.h"
 
 namespace vrel::system {
 namespace {
 
 constexpr int retryMilliseconds = 500;
 
+// Above those who render blocks, since what is read too late for its block comes late; the work is short.
+constexpr int readerPriority = 75;
+
+/// Without the right to it things go on as they are.
+void hurryReader() {
+  sched_param parameters{};
+  parameters.sched_priority = readerPriority;
+  pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters);
+}
+
+std::int64_t nowNanoseconds() {
+  return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
 struct Close {
   void operator()(snd_seq_t* sequencer) const { snd_seq_close(sequencer); }
   void operator()(snd_midi_event_t* decoder) const { snd_midi_event_free(decoder); }
   void operator()(snd_seq_client_info_t* info) const { snd_seq_client_info_free(info); }
   void operator()(snd_seq_port_info_t* info) const { snd_seq_port_info_free(info); }
+  void operator()(snd_seq_queue_status_t* status) const { snd_seq_queue_status_free(status); }
 };
 
 template <typename Handle>
@@ -40,6 +60,12 @@ Owned<snd_seq_port_info_t> makePortInfo() {
   snd_seq_port_info_t* info = nullptr;
   snd_seq_port_info_malloc(&info);
   return Owned<snd_seq_port_info_t>(info);
+}
+
+Owned<snd_seq_queue_status_t> makeQueueStatus() {
+  snd_seq_queue_status_t* status = nullptr;
+  snd_seq_queue_status_malloc(&status);
+  return Owned<snd_seq_queue_status_t>(status);
 }
 
 /// Whether others may read what the port sends, as they may of a keyboard.
@@ -68,14 +94,13 @@ class AlsaMidiBackend::Sequencer {
   /// Null where there is none.
   static std::unique_ptr<Sequencer> open(const std::string& clientName, const std::string& portName) {
     snd_seq_t* handle = nullptr;
-    if (snd_seq_open(&handle, "default", SND_SEQ_OPEN_INPUT, SND_SEQ_NONBLOCK) != 0) {
+    if (snd_seq_open(&handle, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) != 0) {
       return nullptr;
     }
     auto sequencer = std::make_unique<Sequencer>(handle);
     snd_seq_set_client_name(handle, clientName.c_str());
-    sequencer->port_ =
-        snd_seq_create_simple_port(handle, portName.c_str(), SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
-                                   SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    sequencer->startQueue();
+    sequencer->makePort(portName);
     snd_midi_event_t* decoder = nullptr;
     const bool isReady = sequencer->port_ >= 0 && snd_midi_event_new(longestMessage, &decoder) == 0;
     sequencer->decoder_.reset(decoder);
@@ -134,6 +159,25 @@ class AlsaMidiBackend::Sequencer {
     return status >= 0 ? event : nullptr;
   }
 
+  /// When the event was played, nanoseconds of the monotonic clock.
+  [[nodiscard]] std::int64_t timeOf(const snd_seq_event_t& event) const {
+    constexpr std::int64_t second = 1'000'000'000;
+    const bool isStamped = (event.flags & SND_SEQ_TIME_STAMP_MASK) == SND_SEQ_TIME_STAMP_REAL && clock_.isKnown();
+    const auto& time = event.time.time;
+    return isStamped ? clock_.monotonic(time.tv_sec * second + time.tv_nsec) : nowNanoseconds();
+  }
+
+  /// Compares the queue's time with the monotonic clock.
+  void followClock() {
+    constexpr std::int64_t second = 1'000'000'000;
+    const std::int64_t before = nowNanoseconds();
+    if (queue_ >= 0 && snd_seq_get_queue_status(handle_.get(), queue_, status_.get()) == 0) {
+      const std::int64_t after = nowNanoseconds();
+      const auto* const time = snd_seq_queue_status_get_real_time(status_.get());
+      clock_.observe(before, time->tv_sec * second + time->tv_nsec, after);
+    }
+  }
+
   /// The bytes of an event, none for what is not MIDI.
   [[nodiscard]] std::vector<std::uint8_t> bytesOf(const snd_seq_event_t& event) const {
     if (event.type == SND_SEQ_EVENT_SYSEX) {
@@ -149,12 +193,39 @@ class AlsaMidiBackend::Sequencer {
  private:
   static constexpr std::size_t longestMessage = 16;  // a parameter number with its value
 
+  // Its time is stamped on what comes in. Without one messages have the time at which they are read.
+  void startQueue() {
+    queue_ = snd_seq_alloc_queue(handle_.get());
+    if (queue_ >= 0) {
+      snd_seq_control_queue(handle_.get(), queue_, SND_SEQ_EVENT_START, 0, nullptr);
+      snd_seq_drain_output(handle_.get());
+      followClock();
+    }
+  }
+
+  void makePort(const std::string& name) {
+    const auto info = makePortInfo();
+    snd_seq_port_info_set_name(info.get(), name.c_str());
+    snd_seq_port_info_set_capability(info.get(), SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE);
+    snd_seq_port_info_set_type(info.get(), SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    snd_seq_port_info_set_midi_channels(info.get(), 16);
+    if (queue_ >= 0) {
+      snd_seq_port_info_set_timestamping(info.get(), 1);
+      snd_seq_port_info_set_timestamp_real(info.get(), 1);
+      snd_seq_port_info_set_timestamp_queue(info.get(), queue_);
+    }
+    port_ = snd_seq_create_port(handle_.get(), info.get()) == 0 ? snd_seq_port_info_get_port(info.get()) : -1;
+  }
+
   Owned<snd_seq_t> handle_;
+  Owned<snd_seq_queue_status_t> status_ = makeQueueStatus();
+  SequencerClock clock_;
+  int queue_ = -1;
   Owned<snd_midi_event_t> decoder_;
   int port_ = -1;
 };
 
-AlsaMidiBackend::AlsaMidiBackend() = default;
+AlsaMidiBackend::AlsaMidiBackend(std::shared_ptr<audio::TimedEvents> timed) : timed_(std::move(timed)) {}
 
 AlsaMidiBackend::~AlsaMidiBackend() {
   AlsaMidiBackend::end();
@@ -237,14 +308,15 @@ Outcome AlsaMidiBackend::connect(const std::string& key) {
 }
 
 void AlsaMidiBackend::serve() {
+  hurryReader();
   while (!isEnding_) {
     const bool isWhole = wait();
     if (isEnding_) {
       return;
     }
     const auto news = isWhole ? read() : abandon();
-    for (const auto& packet : news.packets) {
-      listener_.packet(packet);
+    for (const auto& [bytes, areInstrumentsServed] : news.packets) {
+      listener_.packet(bytes, areInstrumentsServed);
     }
     if (news.isSetupChanged) {
       listener_.setupChanged();
@@ -282,6 +354,7 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
     return news;
   }
   std::uint64_t overruns = 0;
+  sequencer_->followClock();
   while (const auto* const event = sequencer_->nextEvent(overruns)) {
     switch (event->type) {
       case SND_SEQ_EVENT_PORT_START:
@@ -291,7 +364,8 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
         break;
       default:
         if (auto bytes = sequencer_->bytesOf(*event); !bytes.empty()) {
-          news.packets.push_back(std::move(bytes));
+          const bool areServed = giveToBlocks(bytes, sequencer_->timeOf(*event));
+          news.packets.push_back({std::move(bytes), areServed});
         }
     }
   }
@@ -302,6 +376,11 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
     news.isSetupChanged = true;
   }
   return news;
+}
+
+bool AlsaMidiBackend::giveToBlocks(const std::vector<std::uint8_t>& bytes, std::int64_t time) const {
+  return timed_ != nullptr && bytes.size() >= 2 &&
+         timed_->push(time, {bytes[0], bytes[1], bytes.size() > 2 ? bytes[2] : std::uint8_t{0}});
 }
 
 void AlsaMidiBackend::noteAnnouncement(int type, const Address& address, News& news) {

@@ -23,7 +23,8 @@ namespace vrel::system {
 /// Threads: the reader waits for packets and announcements and calls the listener; the rest on the main thread.
 class AlsaMidiBackend final : public MidiBackend {
  public:
-  AlsaMidiBackend();
+  /// With `timed`, instruments get each message on the audio thread, by the time that the sequencer has stamped on it.
+  explicit AlsaMidiBackend(std::shared_ptr<audio::TimedEvents> timed = nullptr);
   ~AlsaMidiBackend() override;
   AlsaMidiBackend(const AlsaMidiBackend&) = delete;
   AlsaMidiBackend& operator=(const AlsaMidiBackend&) = delete;
@@ -41,8 +42,12 @@ class AlsaMidiBackend final : public MidiBackend {
   class Sequencer;
 
   /// What has come since the last read.
+  struct Packet {
+    std::vector<std::uint8_t> bytes;
+    bool areInstrumentsServed = false;
+  };
   struct News {
-    std::vector<std::vector<std::uint8_t>> packets;
+    std::vector<Packet> packets;
     bool isSetupChanged = false;
   };
 
@@ -59,10 +64,12 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] News read();
   [[nodiscard]] News abandon();
 
+  [[nodiscard]] bool giveToBlocks(const std::vector<std::uint8_t>& bytes, std::int64_t time) const;
   [[nodiscard]] bool open() VREL_REQUIRES(mutex_);
   void noteAnnouncement(int type, const Address& address, News& news) VREL_REQUIRES(mutex_);
   [[nodiscard]] std::string keyOf(const Address& address) const VREL_REQUIRES(mutex_);
 
+  const std::shared_ptr<audio::TimedEvents> timed_;
   std::string clientName_;
   std::string portName_;
   Listener listener_;

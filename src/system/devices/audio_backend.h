@@ -13,6 +13,8 @@
 
 namespace vrel::system {
 
+class JackMidiInlet;
+
 /// A device as a backend lists it. `name` is stable from run to run and, within the backend, unique.
 struct AudioDeviceDescription {
   std::string name;
@@ -78,7 +80,8 @@ class AudioBackend {
 using AudioBackends = std::vector<std::unique_ptr<AudioBackend>>;
 
 /// JACK, ALSA and PulseAudio, in this order. None of them is started. Without a name, JACK's server is the one that
-/// is usual for the user.
-[[nodiscard]] AudioBackends makeAudioBackends(const std::string& jackServerName = {});
+/// is usual for the user. With an inlet, a JACK client that plays takes MIDI in.
+[[nodiscard]] AudioBackends makeAudioBackends(const std::string& jackServerName = {},
+                                              std::shared_ptr<JackMidiInlet> inlet = nullptr);
 
 }  // namespace vrel::system

@@ -2,6 +2,7 @@
 #include <RtAudio.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "system/devices/audio_backend.h"
 #include "system/devices/jack_audio_backend.h"
@@ -18,9 +19,9 @@ std::optional<std::string> defaultOutput(const std::vector<AudioDeviceDescriptio
   return found == devices.end() ? std::nullopt : std::optional(found->name);
 }
 
-AudioBackends makeAudioBackends(const std::string& jackServerName) {
+AudioBackends makeAudioBackends(const std::string& jackServerName, std::shared_ptr<JackMidiInlet> inlet) {
   AudioBackends backends;
-  backends.push_back(std::make_unique<JackAudioBackend>(jackServerName));
+  backends.push_back(std::make_unique<JackAudioBackend>(jackServerName, std::move(inlet)));
   backends.push_back(std::make_unique<RtAudioBackend>(RtAudio::LINUX_ALSA));
   backends.push_back(std::make_unique<RtAudioBackend>(RtAudio::LINUX_PULSE));
   return backends;

@@ -12,11 +12,13 @@
 
 #include "system/devices/bounded_call.h"
 #include "system/devices/jack_client.h"
+#include "system/devices/jack_midi_inlet.h"
 
 namespace vrel::system {
 namespace {
 
 constexpr const char* audioType = JACK_DEFAULT_AUDIO_TYPE;
+constexpr const char* midiPortName = "VRELMIDIInputPort";
 constexpr std::chrono::seconds longestList{2};
 
 std::vector<AudioDeviceDescription> listDevices(jack_client_t* client) {
@@ -37,11 +39,17 @@ std::vector<AudioDeviceDescription> listDevices(jack_client_t* client) {
   return devices;
 }
 
-/// Two ports of a client of its own, linked to the device's first two.
+/// Two ports of a client of its own, linked to the device's first two, and one for MIDI.
 class JackStream final : public OutputStream {
  public:
-  explicit JackStream(std::string deviceName) : deviceName_(std::move(deviceName)) {}
-  ~JackStream() override { stop(); }
+  JackStream(std::string deviceName, std::shared_ptr<JackMidiInlet> inlet)
+      : deviceName_(std::move(deviceName)), inlet_(std::move(inlet)), midi_(inlet_ ? inlet_->makePort() : nullptr) {}
+  ~JackStream() override {
+    stop();
+    if (midi_) {
+      midi_->close();
+    }
+  }
   JackStream(const JackStream&) = delete;
   JackStream& operator=(const JackStream&) = delete;
 
@@ -67,6 +75,8 @@ class JackStream final : public OutputStream {
   static void noticePorts(jack_port_id_t port, int isRegistered, void* stream);
 
   const std::string deviceName_;
+  const std::shared_ptr<JackMidiInlet> inlet_;
+  const std::shared_ptr<JackMidiPort> midi_;  // null where no MIDI is taken in
   double sampleRate_ = 0;
   std::atomic<std::uint32_t> blockFrames_{0};  // of the last block
   std::array<jack_port_t*, 2> ports_{};
@@ -98,7 +108,9 @@ bool JackStream::registerAll(jack_client_t* client) {
   for (std::size_t channel = 0; channel < ports_.size(); ++channel) {
     ports_[channel] = jack_port_register(client, names[channel], audioType, JackPortIsOutput | JackPortIsTerminal, 0);
   }
-  return ports_[0] != nullptr && ports_[1] != nullptr && jack_set_xrun_callback(client, countUnderrun, this) == 0 &&
+  return ports_[0] != nullptr && ports_[1] != nullptr &&
+         (midi_ == nullptr || midi_->registerAt(client, midiPortName)) &&
+         jack_set_xrun_callback(client, countUnderrun, this) == 0 &&
          jack_set_sample_rate_callback(client, noticeSampleRate, this) == 0 &&
          jack_set_port_registration_callback(client, noticePorts, this) == 0;
 }
@@ -126,6 +138,9 @@ Outcome JackStream::start(audio::BlockRenderer& renderer) {
     stop();
     return Error{"JACK refused to connect to " + deviceName_};
   }
+  if (midi_) {
+    midi_->setPlaying(true);
+  }
   return {};
 }
 
@@ -147,6 +162,9 @@ bool JackStream::link(jack_client_t* client) const {
 
 void JackStream::stop() {
   if (std::exchange(isActive_, false)) {
+    if (midi_) {
+      midi_->setPlaying(false);
+    }
     client_->deactivate();
   }
 }
@@ -179,7 +197,13 @@ int JackStream::process(jack_nframes_t frames, void* stream) {
   self.blockFrames_.store(frames, std::memory_order_relaxed);
   auto* const left = static_cast<float*>(jack_port_get_buffer(self.ports_[0], frames));
   auto* const right = static_cast<float*>(jack_port_get_buffer(self.ports_[1], frames));
-  self.renderer_->render(left, right, frames);
+  if (self.midi_ == nullptr) {
+    self.renderer_->render(left, right, frames);
+    return 0;
+  }
+  const AudioThreadScope audioThread;
+  self.renderer_->renderWithEvents(left, right, frames, self.midi_->read(frames));
+  self.midi_->handOn();
   return 0;
 }
 
@@ -219,7 +243,7 @@ std::vector<AudioDeviceDescription> JackAudioBackend::devices() {
 
 Result<std::unique_ptr<OutputStream>> JackAudioBackend::open(const std::string& deviceName,
                                                              std::optional<std::uint32_t> frames) {
-  auto stream = std::make_unique<JackStream>(deviceName);
+  auto stream = std::make_unique<JackStream>(deviceName, inlet_);
   if (Outcome failure = stream->open(serverName_)) {
     return *failure;
   }

@@ -19,7 +19,9 @@ namespace vrel::system {
 /// server's block size, and cannot change it.
 class JackAudioBackend final : public AudioBackend {
  public:
-  explicit JackAudioBackend(std::string serverName) : serverName_(std::move(serverName)) {}
+  /// With an inlet, what is opened has a MIDI port.
+  explicit JackAudioBackend(std::string serverName, std::shared_ptr<JackMidiInlet> inlet = nullptr)
+      : serverName_(std::move(serverName)), inlet_(std::move(inlet)) {}
 
   [[nodiscard]] std::string uidPrefix() const override { return "jack"; }
   [[nodiscard]] std::vector<AudioDeviceDescription> devices() override;
@@ -28,6 +30,7 @@ class JackAudioBackend final : public AudioBackend {
 
  private:
   const std::string serverName_;
+  const std::shared_ptr<JackMidiInlet> inlet_;
   std::shared_ptr<std::vector<AudioDeviceDescription>> listed_;  // shared with a list that a server holds up
 };
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <span>
 #include <string_view>
 
@@ -45,15 +44,31 @@ bool isBridge(jack_client_t* client, const std::string& portName) {
   return isPhysical || owner.starts_with("a2j") || owner == "Midi-Bridge";
 }
 
+/// Whether one port leads into another, whoever they belong to.
+bool isLinked(jack_client_t* client, const std::string& from, const std::string& to) {
+  struct Free {
+    void operator()(const char** names) const { jack_free(static_cast<void*>(names)); }
+  };
+  const auto* const source = jack_port_by_name(client, from.c_str());
+  const std::unique_ptr<const char*[], Free> names(source != nullptr ? jack_port_get_all_connections(client, source)
+                                                                     : nullptr);
+  for (std::size_t index = 0; names && names[index] != nullptr; ++index) {
+    if (names[index] == to) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
-JackMidiBackend::JackMidiBackend(std::string serverName) : serverName_(std::move(serverName)), packets_(fifoBytes) {
-  sem_init(&wake_, 0, 0);
-}
+JackMidiBackend::JackMidiBackend(std::string serverName, std::shared_ptr<JackMidiInlet> inlet)
+    : serverName_(std::move(serverName)),
+      inlet_(inlet ? std::move(inlet) : std::make_shared<JackMidiInlet>()),
+      packets_(fifoBytes) {}
 
 JackMidiBackend::~JackMidiBackend() {
   JackMidiBackend::end();
-  sem_destroy(&wake_);
 }
 
 void JackMidiBackend::begin(const std::string& clientName, const std::string& portName, Listener listener) {
@@ -61,6 +76,7 @@ void JackMidiBackend::begin(const std::string& clientName, const std::string& po
   portName_ = portName;
   listener_ = std::move(listener);
   isEnding_ = false;
+  inlet_->setRead(true);
   {
     // Now, so that whoever asks next finds the sources.
     const MutexLock lock(mutex_);
@@ -71,7 +87,8 @@ void JackMidiBackend::begin(const std::string& clientName, const std::string& po
 
 void JackMidiBackend::end() {
   isEnding_ = true;
-  sem_post(&wake_);
+  inlet_->setRead(false);
+  inlet_->wake();
   if (thread_.joinable()) {
     thread_.join();
   }
@@ -90,8 +107,9 @@ Outcome JackMidiBackend::connect(const std::string& key) {
   const MutexLock lock(mutex_);
   const auto name = key.starts_with(jackKeyPrefix) ? key.substr(jackKeyPrefix.size()) : std::string();
   int status = -1;
+  const auto entry = entry_;
   if (client_ && !name.empty()) {
-    client_->use([&](jack_client_t* client) { status = jack_connect(client, name.c_str(), jack_port_name(port_)); });
+    client_->use([&](jack_client_t* client) { status = jack_connect(client, name.c_str(), entry.c_str()); });
   }
   if (status != 0 && status != EEXIST) {
     return Error{"JACK refused to connect " + key};
@@ -103,28 +121,59 @@ Outcome JackMidiBackend::connect(const std::string& key) {
 void JackMidiBackend::serve() {
   std::vector<std::uint8_t> packet;
   while (true) {
-    sleepUntilWoken();
+    inlet_->sleep(retryNanoseconds);
     if (isEnding_) {
       return;
     }
-    while (packets_.pop(packet)) {
-      listener_.packet(packet);
-    }
+    passOn(packet);
     if (noticeChange()) {
       listener_.setupChanged();
     }
   }
 }
 
-void JackMidiBackend::sleepUntilWoken() {
-  constexpr long second = 1'000'000'000;
-  timespec until{};
-  clock_gettime(CLOCK_MONOTONIC, &until);
-  until.tv_nsec += retryNanoseconds;
-  until.tv_sec += until.tv_nsec / second;
-  until.tv_nsec %= second;
-  while (sem_clockwait(&wake_, CLOCK_MONOTONIC, &until) != 0 && errno == EINTR) {
+void JackMidiBackend::passOn(std::vector<std::uint8_t>& packet) {
+  while (packets_.pop(packet)) {
+    listener_.packet(packet, false);
   }
+  bool areInstrumentsServed = false;
+  for (const auto& port : inlet_->ports()) {
+    const bool isClosed = port->isClosed();
+    while (port->pop(packet, areInstrumentsServed)) {
+      listener_.packet(packet, areInstrumentsServed);
+    }
+    if (isClosed) {
+      inlet_->remove(*port);
+    }
+  }
+}
+
+std::string JackMidiBackend::entry(jack_client_t* client) const {
+  std::string name = jack_port_name(port_);
+  for (const auto& port : inlet_->ports()) {
+    if (port->isPlaying() && jack_port_by_name(client, port->name().c_str()) != nullptr) {
+      name = port->name();
+    }
+  }
+  return name;
+}
+
+// One link is taken away before the next is made: a note that comes twice is heard, and cannot be taken back.
+bool JackMidiBackend::followPlayingClient() {
+  bool isWhole = true;
+  const auto linked = linked_;  // the analysis does not see that the lambda runs here
+  const auto former = entry_;
+  auto next = former;
+  client_->use([&](jack_client_t* client) {
+    next = entry(client);
+    for (auto source = linked.begin(); next != former && source != linked.end(); ++source) {
+      jack_disconnect(client, source->c_str(), former.c_str());
+      const int status = jack_connect(client, source->c_str(), next.c_str());
+      isWhole = isWhole && (status == 0 || status == EEXIST);
+    }
+  });
+  entry_ = next;
+  return isWhole;
 }
 
 bool JackMidiBackend::noticeChange() {
@@ -139,11 +188,14 @@ bool JackMidiBackend::noticeChange() {
     openClient();
     isServerNew = client_ != nullptr;
   }
-  if (!havePortsChanged_.exchange(false) && !wasServerLost && !isServerNew) {
+  const bool havePortsChanged = havePortsChanged_.exchange(false);
+  const bool mayMove = inlet_->takeChanged() || havePortsChanged;
+  const bool isWhole = !client_ || !mayMove || followPlayingClient();
+  if (isWhole && !havePortsChanged && !wasServerLost && !isServerNew) {
     return false;
   }
   auto sources = listSources();
-  const bool differs = sources != known_ || hasLostLink();
+  const bool differs = !isWhole || sources != known_ || hasLostLink();
   known_ = std::move(sources);
   std::erase_if(linked_, [this](const std::string& name) VREL_REQUIRES(mutex_) {
     return std::none_of(known_.begin(), known_.end(),
@@ -164,6 +216,8 @@ void JackMidiBackend::openClient() {
   });
   if (isRegistered && client->activate()) {
     client_ = std::move(client);
+    entry_.clear();
+    static_cast<void>(followPlayingClient());
     known_ = listSources();
   }
 }
@@ -189,12 +243,12 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
 bool JackMidiBackend::hasLostLink() const {
   bool isLost = false;
   const auto linked = linked_;  // the analysis does not see that the lambda runs here
+  const auto entry = entry_;
   if (client_) {
     // A port that went and came again under its name, before anyone looked, is not linked any more.
-    client_->use([&](jack_client_t*) {
-      isLost = std::any_of(linked.begin(), linked.end(), [this](const std::string& name) {
-        return jack_port_connected_to(port_, name.c_str()) == 0;
-      });
+    client_->use([&](jack_client_t* client) {
+      isLost = std::any_of(linked.begin(), linked.end(),
+                           [&](const std::string& name) { return !isLinked(client, name, entry); });
     });
   }
   return isLost;
@@ -212,7 +266,7 @@ int JackMidiBackend::process(jack_nframes_t frames, void* backend) {
     }
   }
   if (count > 0) {
-    sem_post(&self.wake_);
+    self.inlet_->wake();
   }
   return 0;
 }
@@ -220,11 +274,11 @@ int JackMidiBackend::process(jack_nframes_t frames, void* backend) {
 void JackMidiBackend::notePorts(jack_port_id_t /*port*/, int /*isRegistered*/, void* backend) {
   auto& self = *static_cast<JackMidiBackend*>(backend);
   self.havePortsChanged_ = true;
-  sem_post(&self.wake_);
+  self.inlet_->wake();
 }
 
 void JackMidiBackend::wake(void* backend) {
-  sem_post(&static_cast<JackMidiBackend*>(backend)->wake_);
+  static_cast<JackMidiBackend*>(backend)->inlet_->wake();
 }
 
 }  // namespace vrel::system

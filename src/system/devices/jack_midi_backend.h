@@ -2,7 +2,6 @@
 #pragma once
 
 #include <jack/jack.h>
-#include <semaphore.h>
 
 #include <atomic>
 #include <cstdint>
@@ -16,18 +15,22 @@
 #include "foundation/byte_fifo.h"
 #include "foundation/mutex.h"
 #include "system/devices/jack_client.h"
+#include "system/devices/jack_midi_inlet.h"
 #include "system/devices/midi_backend.h"
 
 namespace vrel::system {
 
-/// The MIDI ports of a JACK server. All are linked to one port of one client, where JACK merges them in order of
-/// time; others may be linked to it by hand.
+/// The MIDI ports of a JACK server. All are linked to one port, where JACK merges them in order of time: that of the
+/// client that plays (JackMidiInlet), so that notes sound in the period that brings them, or, while sound is played
+/// elsewhere, one of this client. Others may be linked to either by hand.
 ///
-/// Way of a packet: JACK's thread puts it in a ring and wakes our thread, which calls the listener. The same thread
-/// notices ports that come and go, from JACK's own notices, and tries twice a second for a server.
+/// Path of a packet: JACK's thread puts it in a FIFO and wakes our thread, which calls the listener. The same thread
+/// notices ports that come and go, from JACK's own notices, links the sources again when another client plays, and
+/// tries twice a second for a server.
 class JackMidiBackend final : public MidiBackend {
  public:
-  explicit JackMidiBackend(std::string serverName);
+  /// Without an inlet all sources are linked to this client.
+  explicit JackMidiBackend(std::string serverName, std::shared_ptr<JackMidiInlet> inlet = nullptr);
   ~JackMidiBackend() override;
   JackMidiBackend(const JackMidiBackend&) = delete;
   JackMidiBackend& operator=(const JackMidiBackend&) = delete;
@@ -37,15 +40,17 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] std::vector<MidiSource> sources() override;
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
-  [[nodiscard]] std::uint64_t dropped() const override { return packets_.dropped(); }
+  [[nodiscard]] std::uint64_t dropped() const override { return packets_.dropped() + inlet_->dropped(); }
 
  private:
   void serve();
-  void sleepUntilWoken();
+  void passOn(std::vector<std::uint8_t>& packet);
   [[nodiscard]] bool noticeChange();
   void openClient() VREL_REQUIRES(mutex_);
   [[nodiscard]] std::vector<MidiSource> listSources() const VREL_REQUIRES(mutex_);
   [[nodiscard]] bool hasLostLink() const VREL_REQUIRES(mutex_);
+  [[nodiscard]] std::string entry(jack_client_t* client) const;
+  [[nodiscard]] bool followPlayingClient() VREL_REQUIRES(mutex_);
 
   // Called by JACK, from its threads.
   static int process(jack_nframes_t frames, void* backend);
@@ -53,12 +58,12 @@ class JackMidiBackend final : public MidiBackend {
   static void wake(void* backend);
 
   const std::string serverName_;
+  const std::shared_ptr<JackMidiInlet> inlet_;
   std::string clientName_;
   std::string portName_;
   Listener listener_;
 
   ByteFifo packets_;
-  sem_t wake_{};
   std::atomic<bool> isEnding_{false};
   std::atomic<bool> havePortsChanged_{false};
   std::atomic<jack_port_t*> port_{nullptr};
@@ -66,6 +71,7 @@ class JackMidiBackend final : public MidiBackend {
   Mutex mutex_;  // one question to the server at a time
   std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);
   std::set<std::string> linked_ VREL_GUARDED_BY(mutex_);        // ports we were asked to read
+  std::string entry_ VREL_GUARDED_BY(mutex_);                   // the port that they are linked to
   std::unique_ptr<JackClient> client_ VREL_GUARDED_BY(mutex_);  // null without a server
   std::thread thread_;
 };

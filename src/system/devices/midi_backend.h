@@ -9,7 +9,13 @@
 #include "foundation/result.h"
 #include "platform/midi_service.h"
 
+namespace vrel::audio {
+class TimedEvents;
+}
+
 namespace vrel::system {
+
+class JackMidiInlet;
 
 /// A place that MIDI comes from. `key` is, among all backends, its own for as long as it lives.
 struct MidiSource {
@@ -24,7 +30,7 @@ struct MidiSource {
 class MidiBackend {
  public:
   struct Listener {
-    std::function<void(MIDIPacket)> packet;
+    std::function<void(MIDIPacket, bool areInstrumentsServed)> packet;
     std::function<void()> setupChanged;
   };
 
@@ -52,7 +58,14 @@ class MidiBackend {
 
 using MidiBackends = std::vector<std::unique_ptr<MidiBackend>>;
 
+/// The paths from the backends to the blocks of the device, so that instruments are played at the frame of each
+/// message. Where one is null the main thread routes what would take it.
+struct MidiInlets {
+  std::shared_ptr<JackMidiInlet> jack{};        // shared with the audio backends
+  std::shared_ptr<audio::TimedEvents> timed{};  // shared with the output
+};
+
 /// JACK and ALSA. Neither is started. Without a name, JACK's server is the one that is usual for the user.
-[[nodiscard]] MidiBackends makeMidiBackends(const std::string& jackServerName = {});
+[[nodiscard]] MidiBackends makeMidiBackends(const std::string& jackServerName = {}, MidiInlets inlets = {});
 
 }  // namespace vrel::system

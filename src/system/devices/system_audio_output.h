@@ -59,6 +59,9 @@ class SystemAudioOutput final : public audio::OutputDevice {
   [[nodiscard]] Outcome prepare() override;
   /// Where the lines go that report no failure; without it, where the others go.
   void setInfoLog(LineBlock log) { infoLog_ = std::move(log); }
+  /// What MIDI sources with a clock of their own send; before the first start.
+  void setTimedEvents(std::shared_ptr<audio::TimedEvents> events) { timedEvents_ = std::move(events); }
+  [[nodiscard]] std::shared_ptr<audio::TimedEvents> timedEvents() const override { return timedEvents_; }
   void setRateHandler(std::function<void()> handler) override { rateHandler_ = std::move(handler); }
 
   /// Those of the last device there was; at first 48000 and 128.
@@ -114,6 +117,7 @@ class SystemAudioOutput final : public audio::OutputDevice {
   const LineBlock log_;
   LineBlock infoLog_;
   std::function<void()> rateHandler_;
+  std::shared_ptr<audio::TimedEvents> timedEvents_;
   Observable<OutputState> state_;
   double sampleRate_ = 48000;
   std::uint32_t blockFrames_ = 128;

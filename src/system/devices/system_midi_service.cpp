@@ -45,10 +45,12 @@ OSStatus SystemMidiService::MIDIInputPortCreateWithBlock(MIDIClientRef client, c
 
 MidiBackend::Listener SystemMidiService::listener() {
   return {.packet =
-              [this](MIDIPacket packet) {
+              [this](MIDIPacket packet, bool areInstrumentsServed) {
                 const MutexLock lock(mutex_);
                 if (readBlock_) {
-                  readBlock_(MIDIPacketList(&packet, 1));
+                  MIDIPacketList list(&packet, 1);
+                  list.areInstrumentsServed = areInstrumentsServed;
+                  readBlock_(list);
                 }
               },
           .setupChanged =

@@ -13,7 +13,8 @@
 
 namespace vrel {
 
-/// The events of one instrument on their way from the main thread to the block, wait-free for both.
+/// The events of one instrument on their way to the block, wait-free for both: from the main thread, or from an earlier
+/// part of the block.
 ///
 /// A queue that the instrument does not empty never loses what ends a sound. Controllers find no room first, then
 /// keys pressed; what releases (keys, pedal and wheel, the messages of a panic) has room of its own, and when that is
@@ -25,7 +26,7 @@ class MidiQueue {
   static constexpr std::uint32_t reservedForKeys = 512;
   static constexpr std::uint32_t reservedForReleases = 256;
 
-  /// Takes one message in; false when it is dropped. Main thread.
+  /// Takes one message in; false when it is dropped. The thread that sends.
   bool push(const MidiRecord& record) {
     const auto release = releaseOf(record);
     const bool isKey = (record.bytes[0] & 0xF0U) == 0x90;
@@ -43,7 +44,7 @@ class MidiQueue {
     return false;
   }
 
-  /// What has been pushed so far never comes out any more. Main thread.
+  /// What has been pushed so far never comes out any more. The thread that sends.
   void forget() {
     forgotten_.store(pushed_, std::memory_order_release);
     for (std::size_t word = 0; word < overdue_.size(); ++word) {
@@ -53,6 +54,9 @@ class MidiQueue {
 
   /// Events that were dropped. Any thread.
   [[nodiscard]] std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
+
+  /// How many wait, but for releases that are kept. The block.
+  [[nodiscard]] std::uint32_t size() const noexcept { return ring_.size(); }
 
   /// The oldest message, until `pop`; null when there is none. The block, as `pop`.
   [[nodiscard]] const MidiRecord* front() noexcept {
@@ -145,7 +149,7 @@ class MidiQueue {
   std::atomic<std::uint32_t> forgotten_{0};  // of those that went into the ring
   std::atomic<std::uint64_t> dropped_{0};
 
-  std::uint32_t pushed_ = 0;  // the main thread's
+  std::uint32_t pushed_ = 0;  // of the thread that sends
 
   // The block's.
   std::uint32_t popped_ = 0;

@@ -13,7 +13,8 @@
 
 namespace vrel::audio::test {
 
-/// Requests blocks without a pause, in odd sizes, from a thread of its own: the worst case of a device.
+/// Requests blocks without a pause, in odd sizes, from a thread of its own: the worst case of a device. Each brings a
+/// key that is pressed and released.
 class HammeringDevice final : public OutputDevice {
  public:
   ~HammeringDevice() override { stop(); }
@@ -30,7 +31,8 @@ class HammeringDevice final : public OutputDevice {
       std::vector<float> left(1024);
       std::vector<float> right(1024);
       for (std::size_t turn = 0; !stopping_.load(); ++turn) {
-        renderer.render(left.data(), right.data(), sizes[turn % sizes.size()]);
+        std::array<DeviceEvent, 2> events{{{0, {0x90, 60, 100}}, {0, {0x80, 60, 0}}}};
+        renderer.renderWithEvents(left.data(), right.data(), sizes[turn % sizes.size()], events);
         blocks_.fetch_add(1);
       }
     });

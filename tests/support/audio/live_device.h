@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "system/audio/output_device.h"
@@ -27,10 +28,16 @@ class LiveDevice final : public OutputDevice {
   /// Plays so many blocks, into `left` and `right`.
   void play(std::size_t blocks) {
     for (std::size_t block = 0; block < blocks; ++block) {
-      left.resize(left.size() + frames);
-      right.resize(right.size() + frames);
-      renderer_->render(left.data() + left.size() - frames, right.data() + right.size() - frames, frames);
+      playWith({}, frames);
     }
+  }
+
+  /// Plays one block with these events, and marks those that the instruments have got.
+  void playWith(std::span<DeviceEvent> events, std::uint32_t frameCount = frames) {
+    left.resize(left.size() + frameCount);
+    right.resize(right.size() + frameCount);
+    renderer_->renderWithEvents(left.data() + left.size() - frameCount, right.data() + right.size() - frameCount,
+                                frameCount, events);
   }
 
   std::vector<float> left;  // all that was played

@@ -26,12 +26,13 @@ lv2::HostSettings hostSettings(const SystemAudioOutput& output, const std::share
 }  // namespace
 
 LiveStage::LiveStage(const Settings& settings)
-    : hardware_(makeAudioBackends(settings.jackServerName)),
-      midi_(makeMidiBackends(settings.jackServerName)),
+    : hardware_(makeAudioBackends(settings.jackServerName, midiInlets_.jack)),
+      midi_(makeMidiBackends(settings.jackServerName, midiInlets_)),
       output_(std::make_shared<SystemAudioOutput>(hardware_, loop_,
                                                   [this](const std::string& line) { console_.print(line); })),
       nodes_(output_, std::make_shared<audio::RenderCounters>()),
       lv2Units_(world_, hostSettings(*output_, pluginCounters_)) {
+  output_->setTimedEvents(midiInlets_.timed);
   if (settings.sandbox) {
     makeSandbox(settings);
   }

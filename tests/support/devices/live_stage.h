@@ -10,6 +10,8 @@
 #include "simulation/recording_console.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
+#include "system/audio/timed_events.h"
+#include "system/devices/jack_midi_inlet.h"
 #include "system/devices/system_audio_hardware.h"
 #include "system/devices/system_audio_output.h"
 #include "system/devices/system_midi_service.h"
@@ -60,6 +62,7 @@ class LiveStage {
   OfflineMainLoop loop_{clock_};
   SerialQueueFactory queues_;
   LibplistSerialization propertyLists_;
+  const MidiInlets midiInlets_{std::make_shared<JackMidiInlet>(), std::make_shared<audio::TimedEvents>()};
   SystemAudioHardware hardware_;
   SystemMidiService midi_;
   std::shared_ptr<SystemAudioOutput> output_;

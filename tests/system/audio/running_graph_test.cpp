@@ -16,6 +16,7 @@
 #include "support/audio/graph_stage.h"
 #include "support/audio/hammering_device.h"
 #include "support/audio/measure.h"
+#include "support/audio/recording_instrument.h"
 #include "system/audio/denormal_guard.h"
 #include "system/audio/finite_guard.h"
 #include "system/audio/paced_null_device.h"
@@ -49,6 +50,44 @@ TEST(RunningGraph, StopsAndStartsUnderARenderThatNeverPauses) {
   EXPECT_EQ(stage.engine->retiredPlans(), 0U);
   EXPECT_EQ(stage.counters->nonFiniteBlocks.load(), 0U);
   EXPECT_EQ(stage.counters->overdueWaits.load(), 0U);
+}
+
+TEST(RunningGraph, RoutesAndInstrumentsChangeUnderNotesAndNoBlockSeesTwoTables) {
+  StageOn<HammeringDevice> stage(std::make_shared<HammeringDevice>());
+  std::vector<std::shared_ptr<RecordingInstrument>> instruments(4);
+  for (auto& instrument : instruments) {
+    instrument = std::make_shared<RecordingInstrument>();
+    stage.engine->attach(instrument);
+    stage.link(instrument, stage.engine->mainMixerNode());
+  }
+  ASSERT_FALSE(stage.engine->start());
+  for (std::size_t turn = 0; turn < 400; ++turn) {
+    std::vector<InstrumentRoute> routes;
+    for (std::size_t index = turn % 3; index < instruments.size(); ++index) {
+      routes.push_back({instruments[index], {.transpose = static_cast<std::int8_t>(turn % 24)}});
+    }
+    stage.engine->setInstrumentRoutes(routes);
+    const auto& moved = instruments[turn % instruments.size()];
+    if (turn % 10 == 0) {
+      stage.engine->detach(moved);
+      const auto count = moved->taken().size();
+      stage.device->awaitBlocks(1);
+      EXPECT_EQ(moved->taken().size(), count) << "it gets nothing while it is detached";
+      stage.engine->attach(moved);
+      stage.link(moved, stage.engine->mainMixerNode());
+    }
+    stage.device->awaitBlocks(1);
+  }
+  stage.device->stop();
+  for (const auto& instrument : instruments) {
+    const auto& taken = instrument->taken();
+    ASSERT_GT(taken.size(), 100U);
+    ASSERT_EQ(taken.size() % 2, 0U);
+    for (std::size_t index = 0; index < taken.size(); index += 2) {
+      ASSERT_EQ(taken[index].message.status, 0x90);
+      ASSERT_EQ(taken[index + 1].message, (MidiMessage{0x80, taken[index].message.data1, 0}));
+    }
+  }
 }
 
 TEST(RunningGraph, TakesNewLinksWithoutAStop) {

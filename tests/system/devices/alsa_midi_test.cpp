@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -19,7 +21,9 @@
 #include <vector>
 
 #include "support/devices/child_process.h"
+#include "system/audio/timed_events.h"
 #include "system/devices/alsa_midi_backend.h"
+#include "system/devices/sequencer_clock.h"
 
 namespace vrel::system::test {
 namespace {
@@ -31,6 +35,13 @@ using Address = std::pair<int, int>;
 using Message = std::vector<std::uint8_t>;
 
 constexpr int ownClient = 128;
+
+// The queue's clock began so much later than the machine's.
+constexpr std::int64_t queueBegin = 5'000'000'000;
+
+std::int64_t queueNow() {
+  return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count() - queueBegin;
+}
 constexpr Address announcements{SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE};
 
 class PlayedSequencer {
@@ -59,8 +70,8 @@ class PlayedSequencer {
     announce(SND_SEQ_EVENT_PORT_EXIT, port.address);
     announce(SND_SEQ_EVENT_PORT_START, port.address);
   }
-  /// A note, which arrives when the port is linked.
-  void play(Address address, unsigned char note) {
+  /// A note, which arrives when the port is linked; stamped with the queue's time, if any.
+  void play(Address address, unsigned char note, std::optional<std::int64_t> time = {}) {
     const std::lock_guard lock(mutex);
     if (links.contains(address)) {
       snd_seq_event_t event{};
@@ -69,6 +80,10 @@ class PlayedSequencer {
       event.source.port = static_cast<unsigned char>(address.second);
       event.data.note.note = note;
       event.data.note.velocity = 100;
+      if (time) {
+        event.flags = SND_SEQ_TIME_STAMP_REAL;
+        event.time.time = {static_cast<unsigned>(*time / 1'000'000'000), static_cast<unsigned>(*time % 1'000'000'000)};
+      }
       post(event);
     }
   }
@@ -95,6 +110,8 @@ class PlayedSequencer {
   bool isThere = true;
   bool isOpen = false;
   bool isOverrun = false;
+  bool isStamping = false;
+  snd_seq_real_time_t queueTime{};
   int descriptor = -1;
   std::vector<Port> ports;
   std::set<Address> links;
@@ -129,9 +146,10 @@ class AlsaMidi : public testing::Test {
   }
 
   void begin() {
-    const auto receive = [this](MIDIPacket packet) {
+    const auto receive = [this](MIDIPacket packet, bool areInstrumentsServed) {
       const std::lock_guard lock(mutex);
       messages.emplace_back(packet.begin(), packet.end());
+      served.push_back(areInstrumentsServed);
     };
     backend.begin("Client", "Port", {.packet = receive, .setupChanged = [this] { ++changes; }});
     connectAll();
@@ -168,8 +186,10 @@ class AlsaMidi : public testing::Test {
   PlayedSequencer sequencer;
   std::mutex mutex;
   std::vector<Message> messages;  // guarded by mutex
+  std::vector<bool> served;       // guarded by mutex
   std::atomic<int> changes{0};
-  AlsaMidiBackend backend;
+  std::shared_ptr<audio::TimedEvents> timed = std::make_shared<audio::TimedEvents>();
+  AlsaMidiBackend backend{timed};
 };
 
 const PlayedSequencer::Port keys{{20, 0}, "Keys", "Port 1"};
@@ -268,6 +288,53 @@ TEST_F(AlsaMidi, ASequencerThatComesLaterIsFound) {
   EXPECT_TRUE(eventuallyHears(keys.address, 60));
 }
 
+TEST_F(AlsaMidi, WhatIsPlayedComesToItsBlockByTheTimeThatTheSequencerHasStampedOnIt) {
+  sequencer.addPort(keys);
+  begin();
+  EXPECT_TRUE(sequencer.isStamping);
+  ASSERT_TRUE(eventuallyHears(keys.address, 59)) << "no block takes it";
+  {
+    const AudioThreadScope block;
+    timed->setTaken(true);
+  }
+  const std::int64_t playedAt = queueNow();
+  sequencer.play(keys.address, 60, playedAt);
+  sequencer.play(keys.address, 61, playedAt + 1'000'000);
+  ASSERT_TRUE(eventuallyHears(keys.address, 62));
+  EXPECT_EQ(served, (std::vector<bool>{false, true, true, true}));
+  const AudioThreadScope block;
+  const auto due = timed->take(static_cast<std::uint64_t>(playedAt + queueBegin + 1'666'667), 128, 48000);
+  ASSERT_GE(due.size(), 2U);
+  EXPECT_EQ(due[0].message, (MidiMessage{0x90, 60, 100}));
+  EXPECT_NEAR(due[0].frame, 48, 1) << "a block later, less the 80 frames since";
+  EXPECT_EQ(due[1].message, (MidiMessage{0x90, 61, 100}));
+  EXPECT_EQ(due[1].frame, due[0].frame + 48);
+}
+
+TEST(SequencerClock, QuestionsThatWereHeldUpMoveNothing) {
+  SequencerClock clock;
+  clock.observe(1000, 0, 3000);
+  for (int question = 1; question <= 1000; ++question) {
+    const std::int64_t now = question * 1'000'000;
+    const bool isHeldUp = question % 3 == 0;
+    clock.observe(now + 1000, now, now + (isHeldUp ? 900'000 : 3000));
+  }
+  EXPECT_NEAR(static_cast<double>(clock.monotonic(0)), 2000, 100);
+}
+
+TEST(SequencerClock, ADriftIsFollowedAndAJumpTakenOver) {
+  SequencerClock clock;
+  std::int64_t queue = 0;
+  std::int64_t now = 0;
+  for (int question = 0; question < 10000; ++question, now += 1'000'000, queue += 1'000'100) {
+    clock.observe(now, queue, now + 2000);
+    EXPECT_LT(std::abs(clock.monotonic(queue) - now), 20'000) << "a frame";
+  }
+  now += 1'000'000'000;
+  clock.observe(now, queue, now + 2000);
+  EXPECT_EQ(clock.monotonic(queue), now + 1000);
+}
+
 TEST_F(AlsaMidi, AfterTheEndNothingIsCalled) {
   sequencer.addPort(keys);
   begin();
@@ -315,8 +382,34 @@ int snd_seq_client_id(snd_seq_t* /*handle*/) {
   return ownClient;
 }
 
-int snd_seq_create_simple_port(snd_seq_t* /*handle*/, const char* /*name*/, unsigned /*caps*/, unsigned /*type*/) {
+int snd_seq_create_port(snd_seq_t* /*handle*/, snd_seq_port_info_t* info) {
+  played->isStamping = snd_seq_port_info_get_timestamping(info) != 0 && snd_seq_port_info_get_timestamp_real(info) != 0;
+  snd_seq_port_info_set_port(info, 0);
   return 0;
+}
+
+int snd_seq_alloc_queue(snd_seq_t* /*handle*/) {
+  return 0;
+}
+
+int snd_seq_control_queue(snd_seq_t* /*handle*/, int /*queue*/, int /*type*/, int /*value*/,
+                          snd_seq_event_t* /*event*/) {
+  return 0;
+}
+
+int snd_seq_drain_output(snd_seq_t* /*handle*/) {
+  return 0;
+}
+
+int snd_seq_get_queue_status(snd_seq_t* /*handle*/, int /*queue*/, snd_seq_queue_status_t* /*status*/) {
+  const std::int64_t now = vrel::system::test::queueNow();
+  const std::lock_guard lock(played->mutex);
+  played->queueTime = {static_cast<unsigned>(now / 1'000'000'000), static_cast<unsigned>(now % 1'000'000'000)};
+  return 0;
+}
+
+const snd_seq_real_time_t* snd_seq_queue_status_get_real_time(const snd_seq_queue_status_t* /*status*/) {
+  return &played->queueTime;
 }
 
 int snd_seq_query_next_client(snd_seq_t* /*handle*/, snd_seq_client_info_t* info) {

@@ -122,13 +122,13 @@ TEST_F(MidiServiceOnLists, WhatIsBridgedDoesNotPlayTwice) {
 TEST_F(MidiServiceOnLists, BlocksComeUntilTheirOwnerIsDisposedOf) {
   makePort();
   const auto fromJack = jack->listener;
-  fromJack.packet(std::vector<std::uint8_t>{0x90, 60, 100});
-  fromJack.packet(std::vector<std::uint8_t>{0xF8});
+  fromJack.packet(std::vector<std::uint8_t>{0x90, 60, 100}, false);
+  fromJack.packet(std::vector<std::uint8_t>{0xF8}, false);
   fromJack.setupChanged();
   EXPECT_THAT(packets, ElementsAre(ElementsAre(0x90, 60, 100), ElementsAre(0xF8)));
   EXPECT_THAT(notices, ElementsAre(kMIDIMsgSetupChanged));
   service->MIDIPortDispose(port);
-  fromJack.packet(std::vector<std::uint8_t>{0x80, 60, 0});
+  fromJack.packet(std::vector<std::uint8_t>{0x80, 60, 0}, false);
   EXPECT_EQ(packets.size(), 2U);
   EXPECT_EQ(service->MIDIGetNumberOfSources(), 0U);
   service->MIDIClientDispose(client);

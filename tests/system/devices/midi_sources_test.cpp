@@ -234,8 +234,8 @@ TEST_F(MidiSources, TheProgramsInputConnectsItselfAndShowsTheName) {
   OfflineMainLoop loop(clock);
   simulation::RecordingConsole console;
   std::vector<Message> routed;
-  MidiInput input(service, loop, console, [&](std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
-    routed.push_back({status, data1, data2});
+  MidiInput input(service, loop, console, [&](MidiMessage message, bool) {
+    routed.push_back({message.status, message.data1, message.data2});
   });
   input.setupMIDI();
   EXPECT_EQ(input.currentMidiPortName(), "Disconnected");

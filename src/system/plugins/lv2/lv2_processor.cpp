@@ -151,6 +151,11 @@ std::uint32_t Lv2Processor::outputChannelCount(std::uint32_t /*inputChannelCount
 }
 
 void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
+  render(block);
+  events_.endBlock();
+}
+
+void Lv2Processor::render(const audio::ProcessBlock& block) noexcept {
   if (isRecreating_ || !gate_.tryEnterBlock()) {
     counters_->skippedBlocks.fetch_add(1, std::memory_order_relaxed);
     return;
@@ -158,7 +163,7 @@ void Lv2Processor::process(const audio::ProcessBlock& block) noexcept {
   plugin_->ports().beginBlock();
   plugin_->ports().takeControlChanges();
   passTime(block.frameCount);
-  takeEvents();
+  takeEvents(block.frameCount);
   AtomExchange* const atoms = atoms_.load(std::memory_order_acquire);
   if (atoms != nullptr) {
     atoms->deliver(plugin_->ports());
@@ -186,9 +191,11 @@ void Lv2Processor::passTime(std::uint32_t frameCount) noexcept {
   }
 }
 
-void Lv2Processor::takeEvents() noexcept {
-  while (const MidiRecord* record = events_.front()) {
-    if (!plugin_->ports().appendMidi(*record)) {
+void Lv2Processor::takeEvents(std::uint32_t frameCount) noexcept {
+  while (const MidiRecord* const next = events_.front()) {
+    MidiRecord record = *next;
+    record.frame = static_cast<std::uint16_t>(std::min<std::uint32_t>(record.frame, frameCount - 1));
+    if (!plugin_->ports().appendMidi(record)) {
       return;
     }
     events_.pop();
@@ -221,18 +228,18 @@ bool Lv2Processor::sendEvent(std::uint8_t status, std::uint8_t data1, std::uint8
   if (midiMessageBytes(status) == 0) {
     return false;
   }
-  if (!events_.push({{status, data1, data2}})) {
-    counters_->droppedEvents.fetch_add(1, std::memory_order_relaxed);
-    return false;
+  return events_.send({{status, data1, data2}});
+}
+
+void Lv2Processor::takeEvent(std::uint32_t frame, MidiMessage message) noexcept {
+  if (midiMessageBytes(message.status) != 0) {
+    events_.route({{message.status, message.data1, message.data2}, static_cast<std::uint16_t>(frame)});
   }
-  return true;
 }
 
 void Lv2Processor::reset() {
+  events_.forget();
   const Outcome failure = withPlugin([this](HostedPlugin& plugin) -> Outcome {
-    while (events_.front() != nullptr) {
-      events_.pop();
-    }
     const MutexLock lock(plugin.worker().workMutex());
     plugin.reactivate();
     transportChange_.forget();

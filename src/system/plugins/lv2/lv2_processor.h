@@ -12,20 +12,20 @@
 #include "system/audio/node_processor.h"
 #include "system/audio/smoothed_gain.h"
 #include "system/plugins/control_table.h"
+#include "system/plugins/instrument_events.h"
 #include "system/plugins/lv2/atom_exchange.h"
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/state_snapshot.h"
 #include "system/plugins/lv2/time_position.h"
 #include "system/plugins/lv2/unit_gate.h"
-#include "system/plugins/midi_queue.h"
 #include "system/plugins/musical_time.h"
 
 namespace vrel::lv2 {
 
 /// The audio half of a plug-in unit.
 ///
-/// Threads: `process` belongs to the block; `sendEvent` and all else to the main thread. The plug-in
-/// itself, and taking events out of the ring, belong to whoever holds the gate: a block that finds it
+/// Threads: `takeEvent` and `process` belong to the block; `sendEvent` and all else to the main thread. The plug-in
+/// itself belongs to whoever holds the gate: a block that finds it
 /// taken by the control half stays silent and is counted, and its events wait for the next one.
 ///
 /// Another rate: a new copy of the plug-in is made with the state of the old one, on the world thread, which then puts
@@ -38,6 +38,7 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   /// so.
   void prepare(double sampleRate) override VREL_NOT_AUDIO_THREAD;
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t inputChannelCount) const override;
+  void takeEvent(std::uint32_t frame, MidiMessage message) noexcept override VREL_AUDIO_THREAD;
   void process(const audio::ProcessBlock& block) noexcept override VREL_AUDIO_THREAD;
 
   /// Hands one message to the next block; false when it is not a message or there is no room. Wait-free.
@@ -76,7 +77,8 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
 
  private:
   void passTime(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
-  void takeEvents() noexcept VREL_AUDIO_THREAD;
+  void render(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
+  void takeEvents(std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
   void fillInputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
   void writeOutputs(const audio::ProcessBlock& block) noexcept VREL_AUDIO_THREAD;
 
@@ -97,7 +99,7 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   // Between the main thread and the block.
   std::atomic<bool> isRecreating_{false};  // set on the main thread, cleared on the world's
   UnitGate gate_;
-  MidiQueue events_;
+  InstrumentEvents events_{counters_->droppedEvents};
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 

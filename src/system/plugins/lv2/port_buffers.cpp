@@ -175,6 +175,7 @@ void PortBuffers::beginBlock() noexcept {
     if (atom->isInput) {
       sequence.atom = {sizeof(LV2_Atom_Sequence_Body), sequenceType_};
       sequence.body = {0, 0};
+      atom->lastFrame = 0;
     } else {
       sequence.atom = {atom->bytes() - static_cast<std::uint32_t>(sizeof(LV2_Atom)), chunkType_};
     }
@@ -183,7 +184,8 @@ void PortBuffers::beginBlock() noexcept {
 
 bool PortBuffers::appendMidi(const MidiRecord& record) noexcept {
   const std::uint32_t size = midiMessageBytes(record.bytes[0]);
-  return midiInput_ == nullptr || size == 0 || append(*midiInput_, {size, midiType_}, record.bytes.data());
+  return midiInput_ == nullptr || size == 0 ||
+         append(*midiInput_, record.frame, {size, midiType_}, record.bytes.data());
 }
 
 bool PortBuffers::appendAtom(std::uint32_t index, std::span<const std::uint8_t> atom) noexcept {
@@ -194,19 +196,20 @@ bool PortBuffers::appendAtom(std::uint32_t index, std::span<const std::uint8_t> 
     return false;
   }
   std::memcpy(&head, atom.data(), sizeof head);
-  return head.size == atom.size() - sizeof head && append(**found, head, atom.data() + sizeof head);
+  return head.size == atom.size() - sizeof head && append(**found, 0, head, atom.data() + sizeof head);
 }
 
-bool PortBuffers::append(const AtomPort& port, const LV2_Atom& head, const std::uint8_t* body) noexcept {
+bool PortBuffers::append(AtomPort& port, std::uint32_t frame, const LV2_Atom& head, const std::uint8_t* body) noexcept {
   LV2_Atom_Sequence& sequence = *port.sequence();
   const std::uint32_t used = static_cast<std::uint32_t>(sizeof(LV2_Atom)) + lv2_atom_pad_size(sequence.atom.size);
   const std::uint32_t needed = static_cast<std::uint32_t>(sizeof(LV2_Atom_Event)) + lv2_atom_pad_size(head.size);
   if (head.size > port.bytes() || needed > port.bytes() - used) {
     return false;
   }
+  port.lastFrame = std::max(port.lastFrame, frame);
   auto* place = reinterpret_cast<std::byte*>(&sequence) + used;
   LV2_Atom_Event event{};
-  event.time.frames = 0;
+  event.time.frames = port.lastFrame;
   event.body = head;
   std::memcpy(place, &event, sizeof event);
   std::memcpy(place + sizeof event, body, head.size);

@@ -47,7 +47,7 @@ class PortBuffers {
   /// Empties the event inputs and gives the atom outputs their whole room back.
   void beginBlock() noexcept;
 
-  /// Adds one event at the first frame, behind those already there. False when there is no room. With
+  /// Adds one event behind those already there, at its frame. False when there is no room. With
   /// no port that takes MIDI the event is done with.
   [[nodiscard]] bool appendMidi(const MidiRecord& record) noexcept;
 
@@ -93,6 +93,7 @@ class PortBuffers {
     std::uint32_t wordCount = 0;
     std::uint32_t index = 0;
     bool isInput = false;
+    std::uint32_t lastFrame = 0;  // of the events in this block; none goes back
 
     [[nodiscard]] LV2_Atom_Sequence* sequence() const { return reinterpret_cast<LV2_Atom_Sequence*>(words); }
     [[nodiscard]] std::uint32_t bytes() const { return wordCount * static_cast<std::uint32_t>(sizeof(std::uint64_t)); }
@@ -110,7 +111,8 @@ class PortBuffers {
     HostControl control;
   };
 
-  [[nodiscard]] static bool append(const AtomPort& port, const LV2_Atom& head, const std::uint8_t* body) noexcept;
+  [[nodiscard]] static bool append(AtomPort& port, std::uint32_t frame, const LV2_Atom& head,
+                                   const std::uint8_t* body) noexcept;
   /// Memory for a port, all zero.
   [[nodiscard]] void* takeMemory(std::size_t bytes);
   void makeAudio(const PluginDescription& description);

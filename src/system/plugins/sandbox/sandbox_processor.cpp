@@ -42,11 +42,13 @@ bool SandboxProcessor::sendEvent(std::uint8_t status, std::uint8_t data1, std::u
   if (midiMessageBytes(status) == 0) {
     return false;
   }
-  if (!events_.push({{status, data1, data2}})) {
-    count(settings_.counters->droppedEvents);
-    return false;
+  return events_.send({{status, data1, data2}});
+}
+
+void SandboxProcessor::takeEvent(std::uint32_t frame, MidiMessage message) noexcept {
+  if (midiMessageBytes(message.status) != 0) {
+    events_.route({{message.status, message.data1, message.data2}, static_cast<std::uint16_t>(frame)});
   }
-  return true;
 }
 
 void SandboxProcessor::begin(std::uint32_t frameCount) noexcept {
@@ -60,6 +62,7 @@ void SandboxProcessor::accept(std::uint32_t frameCount, const audio::Stream& inp
     std::copy_n(input.channels[channel], frameCount, dry_[channel].data());
   }
   isAwaited_ = request(frameCount, input);
+  events_.endBlock();
 }
 
 bool SandboxProcessor::isReady(std::optional<std::int64_t> deadline) noexcept {

@@ -10,7 +10,7 @@
 #include "foundation/thread_roles.h"
 #include "system/audio/node_processor.h"
 #include "system/audio/smoothed_gain.h"
-#include "system/plugins/midi_queue.h"
+#include "system/plugins/instrument_events.h"
 #include "system/plugins/musical_time.h"
 #include "system/plugins/plugin_counters.h"
 #include "system/plugins/sandbox/supervisor.h"
@@ -27,7 +27,7 @@ namespace vrel::sandbox {
 /// would be silent for want of an answer an effect is bypassed: its input goes on as it is. The guest's link counts
 /// what the blocks have missed, but not what an effect could not do since its input came late.
 ///
-/// Threads: `begin` and `process` belong to the block, all else to the main thread.
+/// Threads: `takeEvent`, `begin`, `accept` and `process` belong to the block, all else to the main thread.
 class SandboxProcessor final : public audio::NodeProcessor {
  public:
   struct Settings {
@@ -48,6 +48,7 @@ class SandboxProcessor final : public audio::NodeProcessor {
     return outputChannelCount_;
   }
   [[nodiscard]] bool worksElsewhere() const override { return true; }
+  void takeEvent(std::uint32_t frame, MidiMessage message) noexcept override VREL_AUDIO_THREAD;
   void begin(std::uint32_t frameCount) noexcept override VREL_AUDIO_THREAD;
   void accept(std::uint32_t frameCount, const audio::Stream& input) noexcept override VREL_AUDIO_THREAD;
   [[nodiscard]] bool isReady(std::optional<std::int64_t> deadline) noexcept override VREL_AUDIO_THREAD;
@@ -89,8 +90,8 @@ class SandboxProcessor final : public audio::NodeProcessor {
   audio::SmoothedGain gain_;
   HostTimeBlocks time_;
 
-  MidiQueue events_;                              // from the main thread to the block
-  std::atomic<std::uint64_t> droppedByGuest_{0};  // the other way
+  InstrumentEvents events_{settings_.counters->droppedEvents};
+  std::atomic<std::uint64_t> droppedByGuest_{0};
 
   // The block's.
   std::int64_t askedAt_ = 0;  // nanoseconds of the monotonic clock

@@ -3,8 +3,8 @@
 #include "support/zoo/zoo.h"
 
 // Writes every message it gets into its audio, one per frame and in order: the bytes as one number
-// of 24 bits, scaled, on the left, the length on the right. What finds no frame in its block waits for the
-// next. Length 0 means no message. It also fills its atom output to the last byte, and answers with
+// of 24 bits, scaled, on the left, the length on the right, and 100 more for each frame at which it came. What finds no
+// frame in its block waits for the next. Length 0 means no message. It also fills its atom output to the last byte, and answers with
 // length 99 when it is not given the room that it asked for.
 
 typedef struct {
@@ -26,7 +26,7 @@ static void takeEvents(Zoo* zoo, Waiting* waiting) {
       value = (value << 8) | (index < event->body.size ? bytes[index] : 0U);
     }
     waiting->bytes[waiting->count] = (float)value * ZOO_NUMBER_SCALE;
-    waiting->length[waiting->count] = event->time.frames == 0 ? (float)event->body.size : 99.0F;
+    waiting->length[waiting->count] = (float)event->body.size + 100.0F * (float)event->time.frames;
     ++waiting->count;
   }
 }

@@ -157,6 +157,12 @@ class Player {
     instrument().sendMIDIEvent(status, data1, data2);
   }
 
+  /// For the next block.
+  void route(std::uint32_t frame, MidiMessage message) {
+    const AudioThreadScope block;
+    processor_->takeEvent(frame, message);
+  }
+
   /// Everything that a panic sends.
   void panic() {
     for (std::uint8_t channel = 0; channel < 16; ++channel) {

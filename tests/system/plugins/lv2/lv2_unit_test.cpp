@@ -84,6 +84,19 @@ TEST(Unit, EventsArriveRawInOrderAndWithTheirOwnLength) {
   EXPECT_EQ(player.block(64).right, constant(64, 0));
 }
 
+TEST(Unit, WhatIsRoutedWithinTheBlockArrivesAtItsFrame) {
+  const Stage stage;
+  Player player(stage.make("urn:vrel:zoo:echo").unit);
+  player.send(0xB0, 7, 5);
+  player.route(0, {0x90, 60, 100});
+  player.route(17, {0x90, 64, 100});
+  player.route(63, {0x80, 60, 0});
+  player.route(63, {0x12, 1, 1});
+  const Echoed got = echoed(player.block(64));
+  EXPECT_EQ(got.messages, (std::vector<Message>{{0xB0, 7, 5}, {0x90, 60, 100}, {0x90, 64, 100}, {0x80, 60, 0}}));
+  EXPECT_EQ(got.lengths, (std::vector<int>{3, 3, 1703, 6303}));
+}
+
 TEST(Unit, WhatIsNoStatusGoesNowhere) {
   const Stage stage;
   Player player(stage.make("urn:vrel:zoo:echo").unit);

@@ -35,6 +35,18 @@ TEST_F(Sandboxed, AnInstrumentSoundsSampleForSampleAsInThisProcess) {
   EXPECT_EQ(sandboxed.play(4800, 64), inProcess.play(4800, 64));
 }
 
+TEST_F(Sandboxed, WhatIsRoutedWithinABlockArrivesAtItsFrame) {
+  auto [sandboxed, inProcess] = pair("urn:vrel:zoo:echo");
+  for (auto* player : {&sandboxed, &inProcess}) {
+    player->route(3, {0x90, 60, 100});
+    player->send(0xB0, 7, 5);
+    player->route(127, {0x80, 60, 0});
+  }
+  const lv2::Sound sound = sandboxed.block(128);
+  EXPECT_EQ(sound, inProcess.block(128));
+  EXPECT_EQ(sound.right[2], 12703) << "three bytes, at frame 127";
+}
+
 TEST_F(Sandboxed, AnEffectHearsItsInput) {
   auto [sandboxed, inProcess] = pair("urn:vrel:zoo:gain");
   const std::vector<std::vector<float>> input{std::vector<float>(96, 0.5F), std::vector<float>(96, -0.25F)};

@@ -110,10 +110,6 @@ void AudioLoop::run() noexcept {
 
 void AudioLoop::answer(const BlockRequest& request, BlockAnswer& answer) noexcept {
   time_ = request.time;
-  for (std::uint32_t index = 0; index < request.eventCount; ++index) {
-    const auto& [status, data1, data2] = request.events[index].bytes;
-    processor_->sendEvent(status, data1, data2);
-  }
   audio::Stream input;
   audio::Stream output;
   // The input is the host's to write and the plug-in's copy is made from it; it is not written here.
@@ -126,6 +122,10 @@ void AudioLoop::answer(const BlockRequest& request, BlockAnswer& answer) noexcep
     std::fill_n(answer.output[channel].data(), request.frameCount, 0.0F);
   }
   const AudioThreadScope block;
+  for (std::uint32_t index = 0; index < request.eventCount; ++index) {
+    const auto& [bytes, frame] = request.events[index];
+    processor_->takeEvent(frame, {bytes[0], bytes[1], bytes[2]});
+  }
   processor_->process({.frameCount = request.frameCount,
                        .inputs = std::span<const audio::Stream>(&input, input.channelCount > 0 ? 1 : 0),
                        .output = output});

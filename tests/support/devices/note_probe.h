@@ -8,11 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "support/devices/jack_access.h"
 
-namespace vrel::system::bench {
+namespace vrel::system::test {
 
 /// Plays a note to several hosts at once and measures when each of them sounds, in frames of JACK's clock.
 ///
@@ -20,9 +21,9 @@ namespace vrel::system::bench {
 /// keys, then the hosts, then the ears.
 class NoteProbe {
  public:
-  static constexpr std::size_t hostCount = 2;
+  static constexpr std::size_t mostHosts = 2;
 
-  explicit NoteProbe(const std::string& serverName);
+  explicit NoteProbe(const std::string& serverName, std::size_t hosts = mostHosts);
   NoteProbe(const NoteProbe&) = delete;
   NoteProbe& operator=(const NoteProbe&) = delete;
 
@@ -32,7 +33,7 @@ class NoteProbe {
 
   /// Frames from a note to the first sample of each host; none where a host was silent for a second. The note falls
   /// anywhere in a block. Returns when all hosts are silent again.
-  using Latencies = std::array<std::optional<std::uint32_t>, hostCount>;
+  using Latencies = std::array<std::optional<std::uint32_t>, mostHosts>;
   [[nodiscard]] Latencies play(std::uint8_t key);
 
   [[nodiscard]] std::uint32_t blockFrames() const { return jack_get_buffer_size(ears_.get()); }
@@ -50,10 +51,11 @@ class NoteProbe {
   [[nodiscard]] bool isSilent() const;
   void send(std::array<std::uint8_t, 3> message);
 
-  test::Client keys_;
-  test::Client ears_;
+  Client keys_;
+  Client ears_;
   jack_port_t* keysPort_ = nullptr;
-  std::array<Ear, hostCount> ear_;
+  std::array<Ear, mostHosts> all_;
+  std::span<Ear> ear_;  // of the hosts that there are
   std::array<std::uint8_t, 3> message_{};
   std::uint32_t offset_ = 0;            // of the message in its block
   std::atomic<bool> isPending_{false};  // the message may be taken
@@ -61,4 +63,4 @@ class NoteProbe {
   std::uint32_t random_ = 1;
 };
 
-}  // namespace vrel::system::bench
+}  // namespace vrel::system::test

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "note_probe.h"
+#include "support/devices/note_probe.h"
 
 #include <jack/midiport.h>
 
@@ -12,7 +12,7 @@
 
 #include "support/devices/child_process.h"
 
-namespace vrel::system::bench {
+namespace vrel::system::test {
 namespace {
 
 constexpr float silence = 1e-9F;
@@ -37,13 +37,13 @@ bool connect(jack_client_t* client, const std::string& from, const std::string& 
 
 }  // namespace
 
-NoteProbe::NoteProbe(const std::string& serverName)
-    : keys_(test::joinServer("keys", serverName)), ears_(test::joinServer("ears", serverName)) {
+NoteProbe::NoteProbe(const std::string& serverName, std::size_t hosts)
+    : keys_(joinServer("keys", serverName)), ears_(joinServer("ears", serverName)), ear_(std::span(all_).first(hosts)) {
   if (!keys_ || !ears_) {
     throw std::runtime_error("cannot open JACK clients");
   }
   keysPort_ = jack_port_register(keys_.get(), "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
-  for (std::size_t host = 0; host < hostCount; ++host) {
+  for (std::size_t host = 0; host < ear_.size(); ++host) {
     ear_[host].port = jack_port_register(ears_.get(), ("in_" + std::to_string(host)).c_str(), JACK_DEFAULT_AUDIO_TYPE,
                                          JackPortIsInput, 0);
   }
@@ -58,14 +58,14 @@ bool NoteProbe::link(std::size_t host, const std::string& midiClient, const std:
   auto* const client = ears_.get();
   return connect(client, "keys:out", firstPort(client, midiClient, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput)) &&
          connect(client, firstPort(client, audioClient, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput),
-                 jack_port_name(ear_.at(host).port));
+                 jack_port_name(ear_[host].port));
 }
 
 NoteProbe::Latencies NoteProbe::play(std::uint8_t key) {
   constexpr std::uint8_t noteOn = 0x90;
   constexpr std::uint8_t noteOff = 0x80;
   constexpr std::uint8_t velocity = 100;
-  if (!test::eventually([this] { return isSilent(); })) {
+  if (!eventually([this] { return isSilent(); })) {
     throw std::runtime_error("the hosts did not become silent");
   }
   for (auto& ear : ear_) {
@@ -73,11 +73,11 @@ NoteProbe::Latencies NoteProbe::play(std::uint8_t key) {
   }
   send({noteOn, key, velocity});
   const std::uint32_t sentAt = sentAt_;
-  static_cast<void>(test::eventually(
+  static_cast<void>(eventually(
       [this] { return std::all_of(ear_.begin(), ear_.end(), [](const Ear& ear) { return ear.hasHeard.load(); }); },
       std::chrono::seconds(1)));
   Latencies latencies;
-  for (std::size_t host = 0; host < hostCount; ++host) {
+  for (std::size_t host = 0; host < ear_.size(); ++host) {
     if (ear_[host].hasHeard) {
       latencies[host] = ear_[host].heardAt - sentAt;  // the clock may wrap around
     }
@@ -97,7 +97,7 @@ void NoteProbe::send(std::array<std::uint8_t, 3> message) {
   std::this_thread::sleep_for(std::chrono::microseconds(random_ >> 18U));
   message_ = message;
   isPending_ = true;
-  if (!test::eventually([this] { return !isPending_; })) {
+  if (!eventually([this] { return !isPending_; })) {
     throw std::runtime_error("the JACK process callback does not run");
   }
 }
@@ -134,4 +134,4 @@ int NoteProbe::listen(jack_nframes_t frames, void* probe) {
   return 0;
 }
 
-}  // namespace vrel::system::bench
+}  // namespace vrel::system::test

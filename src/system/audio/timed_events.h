@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "foundation/midi_message.h"
+#include "foundation/spsc_ring.h"
+#include "foundation/thread_roles.h"
+#include "system/audio/device_event.h"
+
+namespace vrel::audio {
+
+/// What MIDI sources with a clock of their own have sent, on its way from their reader to the blocks of the device.
+///
+/// Every message sounds later than it was played by as much as a block lasts, so that its block is still to come when
+/// it is read, and two of them are as far apart as they were played.
+///
+/// Threads: `push` on the reader's, `take` and `setTaken` on the audio thread; no two readers at a time.
+class TimedEvents {
+ public:
+  /// Takes in what was played at this time, nanoseconds of the monotonic clock. False when no block takes it, or when
+  /// too much waits: then the main thread has to route it. Wait-free.
+  [[nodiscard]] bool push(std::int64_t time, MidiMessage message) noexcept {
+    return isTaken_.load(std::memory_order_relaxed) && ring_.push({time, message});
+  }
+
+  /// What falls into a block that begins at this time, by frame; valid until the next call. Later messages wait.
+  [[nodiscard]] std::span<DeviceEvent> take(std::uint64_t blockTime, std::uint32_t frameCount,
+                                            double sampleRate) noexcept VREL_AUDIO_THREAD;
+
+  /// Whether instruments get what is taken.
+  void setTaken(bool isTaken) noexcept VREL_AUDIO_THREAD { isTaken_.store(isTaken, std::memory_order_relaxed); }
+
+ private:
+  struct Played {
+    std::int64_t time;
+    MidiMessage message;
+  };
+  static constexpr std::uint32_t capacity = 4096;
+
+  SpscRing<Played, capacity> ring_;
+  std::atomic<bool> isTaken_{false};
+  std::array<DeviceEvent, capacity> due_{};  // the audio thread's
+};
+
+}  // namespace vrel::audio

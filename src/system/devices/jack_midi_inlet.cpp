@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/devices/jack_midi_inlet.h"
+
+#include <jack/midiport.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+
+namespace vrel::system {
+
+bool JackMidiPort::registerAt(jack_client_t* client, const char* name) {
+  port_ = jack_port_register(client, name, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput | JackPortIsTerminal, 0);
+  if (port_ != nullptr) {
+    name_ = jack_port_name(port_);
+  }
+  return port_ != nullptr;
+}
+
+void JackMidiPort::setPlaying(bool isPlaying) {
+  isPlaying_ = isPlaying;
+  inlet_.noteChange(*this, isPlaying);
+}
+
+void JackMidiPort::close() {
+  isClosed_ = true;
+  if (inlet_.isRead()) {
+    inlet_.wake();
+  } else {
+    inlet_.remove(*this);
+  }
+}
+
+std::span<audio::DeviceEvent> JackMidiPort::read(jack_nframes_t frames) noexcept {
+  buffer_ = inlet_.isRead() ? jack_port_get_buffer(port_, frames) : nullptr;
+  if (buffer_ == nullptr) {
+    return {};
+  }
+  std::size_t made = 0;
+  jack_midi_event_t event{};
+  for (std::uint32_t index = 0; jack_midi_event_get(&event, buffer_, index) == 0 && made < events_.size(); ++index) {
+    if (event.size >= 2) {
+      events_[made++] = {event.time,
+                         {event.buffer[0], event.buffer[1], event.size > 2 ? event.buffer[2] : std::uint8_t{0}}};
+    }
+  }
+  return std::span(events_).first(made);
+}
+
+void JackMidiPort::handOn() noexcept {
+  if (buffer_ == nullptr) {
+    return;
+  }
+  std::size_t passed = 0;
+  jack_midi_event_t event{};
+  const std::uint32_t count = jack_midi_get_event_count(buffer_);
+  for (std::uint32_t index = 0; index < count; ++index) {
+    if (jack_midi_event_get(&event, buffer_, index) != 0) {
+      continue;
+    }
+    const bool isRouted = event.size >= 2 && passed < events_.size() && events_[passed].isRouted;
+    passed += event.size >= 2 ? 1 : 0;
+    const std::uint8_t mark = isRouted ? 1 : 0;
+    if (!packets_.push({&mark, 1}, {event.buffer, event.size})) {
+      inlet_.countDropped();
+    }
+  }
+  if (count > 0) {
+    inlet_.wake();
+  }
+}
+
+bool JackMidiPort::pop(std::vector<std::uint8_t>& packet, bool& areInstrumentsServed) {
+  if (!packets_.pop(packet)) {
+    return false;
+  }
+  areInstrumentsServed = packet.front() != 0;
+  packet.erase(packet.begin());
+  return true;
+}
+
+JackMidiInlet::JackMidiInlet() {
+  sem_init(&wake_, 0, 0);
+}
+
+JackMidiInlet::~JackMidiInlet() {
+  sem_destroy(&wake_);
+}
+
+std::shared_ptr<JackMidiPort> JackMidiInlet::makePort() {
+  auto port = std::make_shared<JackMidiPort>(*this);
+  const MutexLock lock(mutex_);
+  ports_.push_back(port);
+  return port;
+}
+
+std::vector<std::shared_ptr<JackMidiPort>> JackMidiInlet::ports() {
+  const MutexLock lock(mutex_);
+  return ports_;
+}
+
+void JackMidiInlet::remove(const JackMidiPort& port) {
+  const MutexLock lock(mutex_);
+  std::erase_if(ports_, [&port](const auto& each) { return each.get() == &port; });
+}
+
+void JackMidiInlet::noteChange(const JackMidiPort& port, bool isPlaying) {
+  if (isPlaying) {
+    const MutexLock lock(mutex_);
+    std::stable_partition(ports_.begin(), ports_.end(), [&port](const auto& each) { return each.get() != &port; });
+  }
+  hasChanged_ = true;
+  wake();
+}
+
+void JackMidiInlet::sleep(long nanoseconds) {
+  constexpr long second = 1'000'000'000;
+  timespec until{};
+  clock_gettime(CLOCK_MONOTONIC, &until);
+  until.tv_nsec += nanoseconds;
+  until.tv_sec += until.tv_nsec / second;
+  until.tv_nsec %= second;
+  while (sem_clockwait(&wake_, CLOCK_MONOTONIC, &until) != 0 && errno == EINTR) {
+  }
+}
+
+}  // namespace vrel::system

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <jack/jack.h>
+#include <semaphore.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "foundation/byte_fifo.h"
+#include "foundation/mutex.h"
+#include "foundation/thread_roles.h"
+#include "system/audio/device_event.h"
+
+namespace vrel::system {
+
+class JackMidiInlet;
+
+/// The MIDI port of a JACK client that plays: its block gets the messages of the period at their frames, and the reader
+/// gets them all afterwards.
+///
+/// Threads: `read` and `handOn` in the client's process callback, `pop` on the reader's thread, the rest on the thread
+/// that controls the client.
+class JackMidiPort {
+ public:
+  explicit JackMidiPort(JackMidiInlet& inlet) : inlet_(inlet) {}
+
+  /// Makes the port on an inactive client; false when JACK refuses.
+  [[nodiscard]] bool registerAt(jack_client_t* client, const char* name);
+
+  /// Whether sources may be linked to it from now on, which the reader does.
+  void setPlaying(bool isPlaying);
+
+  /// Its client brings nothing more.
+  void close();
+
+  /// The messages of this period, for the renderer to mark; valid until `handOn`.
+  [[nodiscard]] std::span<audio::DeviceEvent> read(jack_nframes_t frames) noexcept VREL_AUDIO_THREAD;
+
+  /// Gives the period's messages to the reader, with the marks.
+  void handOn() noexcept VREL_AUDIO_THREAD;
+
+  /// Moves the next message into `packet`; false when there is none.
+  [[nodiscard]] bool pop(std::vector<std::uint8_t>& packet, bool& areInstrumentsServed);
+
+  [[nodiscard]] bool isPlaying() const { return isPlaying_; }
+  [[nodiscard]] bool isClosed() const { return isClosed_; }
+  /// As JACK knows it.
+  [[nodiscard]] const std::string& name() const { return name_; }
+
+ private:
+  // More than a port of JACK's brings in a period; the main thread routes what is beyond.
+  static constexpr std::size_t mostEvents = 4096;
+  static constexpr std::size_t fifoBytes = std::size_t{1} << 20U;
+
+  JackMidiInlet& inlet_;
+  std::string name_;
+  jack_port_t* port_ = nullptr;
+  std::atomic<bool> isPlaying_{false};
+  std::atomic<bool> isClosed_{false};
+  ByteFifo packets_{fifoBytes};
+
+  // The process callback's.
+  void* buffer_ = nullptr;
+  std::array<audio::DeviceEvent, mostEvents> events_{};
+};
+
+/// Where the messages of a JACK server's sources come in: the ports of the clients that play, and what wakes their one
+/// reader, the JackMidiBackend.
+///
+/// Any thread; shared by the audio and the MIDI backend, outlives the ports.
+class JackMidiInlet {
+ public:
+  JackMidiInlet();
+  ~JackMidiInlet();
+  JackMidiInlet(const JackMidiInlet&) = delete;
+  JackMidiInlet& operator=(const JackMidiInlet&) = delete;
+
+  /// The port of a client to be. It stays until it is closed and the reader has read it.
+  [[nodiscard]] std::shared_ptr<JackMidiPort> makePort();
+
+  /// Those that there are, the one that began to play last at the end.
+  [[nodiscard]] std::vector<std::shared_ptr<JackMidiPort>> ports();
+  void remove(const JackMidiPort& port);
+
+  /// Whether another port may be the one to link to since the last call.
+  [[nodiscard]] bool takeChanged() { return hasChanged_.exchange(false); }
+
+  /// While nobody reads, the ports bring nothing.
+  void setRead(bool isRead) { isRead_ = isRead; }
+  [[nodiscard]] bool isRead() const { return isRead_.load(std::memory_order_relaxed); }
+
+  /// Wakes the reader. Also from a process callback.
+  void wake() noexcept { sem_post(&wake_); }
+  /// Returns when it was woken, or after so many nanoseconds.
+  void sleep(long nanoseconds);
+
+  void countDropped() noexcept { dropped_.fetch_add(1, std::memory_order_relaxed); }
+  /// Messages that the ports dropped since the reader did not take them.
+  [[nodiscard]] std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
+
+ private:
+  friend class JackMidiPort;
+  void noteChange(const JackMidiPort& port, bool isPlaying);
+
+  sem_t wake_{};
+  std::atomic<bool> isRead_{false};
+  std::atomic<bool> hasChanged_{false};
+  std::atomic<std::uint64_t> dropped_{0};
+  Mutex mutex_;
+  std::vector<std::shared_ptr<JackMidiPort>> ports_ VREL_GUARDED_BY(mutex_);
+};
+
+}  // namespace vrel::system

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/audio/timed_events.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+namespace vrel::audio::test {
+namespace {
+
+constexpr double sampleRate = 48000;
+constexpr std::uint32_t frames = 128;
+constexpr double nanosecondsPerFrame = 1e9 / sampleRate;
+
+std::int64_t timeOf(double frame) {
+  return static_cast<std::int64_t>(frame * nanosecondsPerFrame);
+}
+
+class PlayedByTheClock : public testing::Test {
+ protected:
+  PlayedByTheClock() {
+    const AudioThreadScope block;
+    timed->setTaken(true);
+  }
+
+  /// What falls into the block of this number, frames counted from the first block.
+  std::vector<std::uint32_t> block(std::uint32_t number) {
+    std::vector<std::uint32_t> due;
+    due.reserve(1000);
+    const AudioThreadScope block;
+    for (const auto& event : timed->take(static_cast<std::uint64_t>(timeOf(number * frames)), frames, sampleRate)) {
+      due.push_back(number * frames + event.frame);
+    }
+    return due;
+  }
+
+  const std::unique_ptr<TimedEvents> timed = std::make_unique<TimedEvents>();
+};
+
+TEST_F(PlayedByTheClock, EachSoundsOneBlockLaterWhateverItsPlaceInTheBlock) {
+  std::vector<std::uint32_t> expected;
+  std::vector<std::uint32_t> heard;
+  for (std::uint32_t number = 1; number <= 200; ++number) {
+    for (const std::uint32_t place : {(number * 37) % 64, 64 + (number * 53) % 64}) {
+      const std::uint32_t frame = (number - 1) * frames + place;
+      ASSERT_TRUE(timed->push(timeOf(frame), {0x90, 60, 1}));
+      expected.push_back(frame + frames);
+    }
+    const auto due = block(number);
+    heard.insert(heard.end(), due.begin(), due.end());
+  }
+  ASSERT_EQ(heard.size(), expected.size());
+  for (std::size_t index = 0; index < heard.size(); ++index) {
+    EXPECT_LE(std::abs(static_cast<int>(heard[index]) - static_cast<int>(expected[index])), 1) << index;
+  }
+}
+
+TEST_F(PlayedByTheClock, WhatIsReadTooLateComesAtOnceAndWhatIsEarlyWaits) {
+  ASSERT_TRUE(timed->push(timeOf(5), {0x90, 60, 1}));
+  ASSERT_TRUE(timed->push(timeOf(5 * frames + 7), {0x90, 61, 1}));
+  EXPECT_EQ(block(4), std::vector<std::uint32_t>{4 * frames});
+  EXPECT_EQ(block(5), std::vector<std::uint32_t>{});
+  EXPECT_EQ(block(6), std::vector<std::uint32_t>{6 * frames + 7});
+}
+
+TEST_F(PlayedByTheClock, AClockThatHasJumpedHoldsNothingUp) {
+  ASSERT_TRUE(timed->push(timeOf(1e9), {0x90, 60, 1}));
+  ASSERT_TRUE(timed->push(timeOf(10), {0x80, 60, 0}));
+  EXPECT_EQ(block(1), (std::vector<std::uint32_t>{frames, frames + 10}));
+}
+
+TEST_F(PlayedByTheClock, WhatNoBlockTakesIsLeftToTheMainThread) {
+  {
+    const AudioThreadScope block;
+    timed->setTaken(false);
+  }
+  EXPECT_FALSE(timed->push(timeOf(1), {0x90, 60, 1}));
+  EXPECT_TRUE(block(1).empty());
+}
+
+TEST_F(PlayedByTheClock, AFullQueueLeavesTheRestToTheMainThreadAndLosesNothing) {
+  int taken = 0;
+  while (timed->push(timeOf(taken), {0x90, 60, 1})) {
+    ++taken;
+  }
+  int heard = 0;
+  for (std::uint32_t number = 1; number < 100; ++number) {
+    heard += static_cast<int>(block(number).size());
+  }
+  EXPECT_EQ(heard, taken);
+}
+
+}  // namespace
+}  // namespace vrel::audio::test

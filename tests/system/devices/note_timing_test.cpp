@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// A note of another program sounds at its frame, whatever the main thread does.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/devices/jack_peer.h"
+#include "support/devices/jack_server.h"
+#include "support/devices/live_stage.h"
+#include "support/devices/note_probe.h"
+
+namespace vrel::system::test {
+namespace {
+
+constexpr const char* timedPiano = "http://drobilla.net/plugins/mda/Piano";
+
+class NoteTiming : public testing::TestWithParam<bool> {
+ protected:
+  void begin() {
+    server.start();
+    stage = std::make_unique<LiveStage>(LiveStage::Settings{
+        .jackServerName = server.name(), .pluginHostProgram = VREL_PLUGIN_HOST_PROGRAM, .sandbox = GetParam()});
+    const auto failure = stage->load(timedPiano);
+    ASSERT_FALSE(failure) << failure->description;
+  }
+
+  [[nodiscard]] bool eventuallyOnMain(const std::function<bool()>& holds) const {
+    return eventually([&] {
+      stage->loop().runPending();
+      return holds();
+    });
+  }
+
+  JackServer server;
+  std::unique_ptr<LiveStage> stage;
+};
+
+TEST_P(NoteTiming, WhileTheMainThreadIsHeldUpForTwoSecondsNotesGoOnAtTheirFrame) {
+  ASSERT_NO_FATAL_FAILURE(begin());
+  NoteProbe probe(server.name(), 1);
+  ASSERT_TRUE(eventuallyOnMain([&] { return probe.link(0, "vrel", "vrel"); }));
+  std::vector<int> seen;
+  stage->engine().midiCallbacks.onMidiNoteActivity = [&](std::uint8_t note, bool isOn) {
+    seen.push_back(isOn ? note : -note);
+  };
+  // This thread is the main thread, and runs nothing of its queue meanwhile.
+  std::vector<std::uint32_t> latencies;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  for (std::uint8_t key = 60; std::chrono::steady_clock::now() < end; ++key) {
+    const auto latency = probe.play(key).front();
+    ASSERT_TRUE(latency) << "the note was not heard";
+    latencies.push_back(*latency);
+  }
+  EXPECT_TRUE(seen.empty());
+  // A plug-in in a process of its own that gets no processor in time plays a note with its next block.
+  std::ranges::sort(latencies);
+  EXPECT_EQ(latencies[latencies.size() / 2], 0U);
+  if (!GetParam()) {
+    EXPECT_EQ(latencies.back(), 0U);
+  }
+  EXPECT_TRUE(eventuallyOnMain([&] { return seen.size() == 2 * latencies.size(); }));
+  std::vector<int> expected;
+  for (int key = 60; expected.size() < seen.size(); ++key) {
+    expected.insert(expected.end(), {key, -key});
+  }
+  EXPECT_EQ(seen, expected) << "the main thread gets all of it afterwards, in order";
+}
+
+TEST_P(NoteTiming, SixteenSourcesLoseNoReleaseAndEachMessageReachesTheMainThreadOnce) {
+  ASSERT_NO_FATAL_FAILURE(begin());
+  std::vector<std::unique_ptr<MidiPeer>> peers;
+  for (int source = 0; source < 16; ++source) {
+    peers.push_back(std::make_unique<MidiPeer>(server.name(), "keys" + std::to_string(source)));
+    peers.back()->addPort("out");
+  }
+  ASSERT_TRUE(
+      eventuallyOnMain([&] { return std::ranges::all_of(peers, [](const auto& peer) { return peer->isLinked(); }); }));
+  constexpr int notes = 200;
+  std::vector<int> held(128);
+  int activities = 0;
+  stage->engine().midiCallbacks.onMidiNoteActivity = [&](std::uint8_t note, bool isOn) {
+    held[note] += isOn ? 1 : -1;
+    ++activities;
+  };
+  std::vector<std::thread> players;
+  for (std::uint8_t source = 0; source < 16; ++source) {
+    players.emplace_back([&peer = *peers[source], source] {
+      std::vector<MidiPeer::Message> messages;
+      for (int note = 0; note < notes; ++note) {
+        const auto key = static_cast<std::uint8_t>(30 + source * 4 + note % 4);
+        messages.push_back({static_cast<std::uint8_t>(0x90 + source), key, 1});
+        messages.push_back({static_cast<std::uint8_t>(0x80 + source), key, 0});
+      }
+      peer.send(messages);
+    });
+  }
+  for (auto& player : players) {
+    player.join();
+  }
+  EXPECT_TRUE(eventuallyOnMain([&] { return activities >= 16 * notes * 2; })) << activities;
+  stage->loop().runPending();
+  EXPECT_EQ(activities, 16 * notes * 2);
+  EXPECT_EQ(held, std::vector<int>(128));
+  EXPECT_EQ(stage->pluginCounters().droppedEvents, 0U);
+  EXPECT_EQ(stage->engine().channels().front()->midiInstrument()->droppedEvents(), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Instruments, NoteTiming, testing::Bool(), [](const auto& parameter) {
+  return parameter.param ? std::string("InProcessesOfTheirOwn") : std::string("InThisProcess");
+});
+
+}  // namespace
+}  // namespace vrel::system::test
