@@ -9,6 +9,9 @@ void silenceLibrary() {
 }
 
 Client joinServer(const std::string& clientName, const std::string& serverName) {
+  if (serverName.empty()) {
+    return Client(jack_client_open(clientName.c_str(), JackNoStartServer, nullptr));
+  }
   const auto options = static_cast<jack_options_t>(JackNoStartServer | JackServerName);
   return Client(jack_client_open(clientName.c_str(), options, nullptr, serverName.c_str()));
 }

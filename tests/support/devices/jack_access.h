@@ -17,7 +17,7 @@ using Client = std::unique_ptr<jack_client_t, CloseClient>;
 /// clients of the process as soon as another one is opened, so a test's own must be closed by then.
 void silenceLibrary();
 
-/// Null when there is no such server.
+/// Null when there is no such server. Without a name it is the usual one.
 [[nodiscard]] Client joinServer(const std::string& clientName, const std::string& serverName);
 
 }  // namespace vrel::system::test
