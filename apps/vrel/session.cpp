@@ -12,9 +12,9 @@
 
 namespace vrel::app {
 
-void Session::ConsoleLog::print(const std::string& line) {
+void Session::ConsoleLog::printFailure(FailureKind kind, const std::string& line) {
   output_.print(line);
-  session_.loop_.async([&session = session_, line] { session.mirror_.addProblem(line); });
+  session_.loop_.async([&session = session_, kind, line] { session.mirror_.addProblem(kind, line); });
 }
 
 Session::UnrunWork::~UnrunWork() {

@@ -68,7 +68,8 @@ class Session {
   class ConsoleLog final : public ConsoleOutput {
    public:
     explicit ConsoleLog(Session& session) : session_(session) {}
-    void print(const std::string& line) override;
+    void print(const std::string& line) override { printFailure(FailureKind::other, line); }
+    void printFailure(FailureKind kind, const std::string& line) override;
     void printInfo(const std::string& line) override { output_.print(line); }
 
    private:

@@ -28,7 +28,7 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
       console_(console),
       hardware_(system::makeAudioBackends(settings.jackServerName, midiInlets_.jack)),
       midi_(system::makeMidiBackends(settings.jackServerName, midiInlets_)),
-      output_(std::make_shared<system::SystemAudioOutput>(hardware_, mainQueue, log())),
+      output_(std::make_shared<system::SystemAudioOutput>(hardware_, mainQueue, log(FailureKind::output))),
       clips_(clock),
       preview_(std::make_shared<audio::PreviewBus>(
           audio::PreviewBus::Collaborators{output_, *files_, queues_, files_, renderCounters_})),
@@ -45,8 +45,8 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
   output_->setInfoLog([&lines = console_](const std::string& line) { lines.printInfo(line); });
 }
 
-std::function<void(const std::string&)> SystemPlatform::log() {
-  return [&console = console_](const std::string& line) { console.print(line); };
+std::function<void(const std::string&)> SystemPlatform::log(FailureKind kind) {
+  return [&console = console_, kind](const std::string& line) { console.printFailure(kind, line); };
 }
 
 std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(const Settings& settings) {

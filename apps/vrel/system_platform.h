@@ -8,6 +8,7 @@
 
 #include "console/editor_media.h"
 #include "engine/engine_platform.h"
+#include "platform/console_output.h"
 #include "system/audio/preview_bus.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
@@ -65,7 +66,7 @@ class SystemPlatform {
 
  private:
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const Settings& settings);
-  [[nodiscard]] std::function<void(const std::string&)> log();
+  [[nodiscard]] std::function<void(const std::string&)> log(FailureKind kind = FailureKind::other);
 
   // In construction order; each member uses those above it.
   MainQueue& mainQueue_;

@@ -9,6 +9,7 @@
 #include "console/song_list.h"
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
+#include "document/find_slot.h"
 #include "engine/audio_engine.h"
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
@@ -339,7 +340,7 @@ void EditHistory::changeStrip(const std::shared_ptr<AudioChannel>& channel, Stri
   if (!haveSameEffects(from.record, to.record)) {
     auto live = engine_.pluginState().captureEffectSlots(*channel);
     for (auto& slot : from.record.effectSlots) {
-      const auto found = std::find_if(live.begin(), live.end(), [&](const auto& each) { return each.id == slot.id; });
+      const auto found = findSlot(live, slot.id);
       slot.stateBase64 = found == live.end() ? slot.stateBase64 : found->stateBase64;
     }
     changeRack(channel, from.record, to.record);

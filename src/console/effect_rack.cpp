@@ -9,6 +9,8 @@
 #include "console/plugin_preferences.h"
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
+#include "document/find_slot.h"
+#include "document/plugin_names.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "performance/console_selection.h"
@@ -95,8 +97,7 @@ Uuid EffectRack::takeSlotToFill(const AudioChannel& channel) {
   const auto replaced = replacedSlotId.get();
   replacedSlotId.set(std::nullopt);
   const auto& slots = channel.effectSlots.get();
-  const bool isThere =
-      std::any_of(slots.begin(), slots.end(), [&](const auto& slot) { return replaced && slot.id == *replaced; });
+  const bool isThere = replaced && findSlot(slots, *replaced) != slots.end();
   return isThere ? *replaced : Uuid::fresh();
 }
 
@@ -107,7 +108,8 @@ void EffectRack::pick(const std::string& key) {
   }
   const auto component = resolvePluginPath(key, state_.scannedAudioEffectPlugins.get());
   if (!component) {
-    console_.print("Failed to load effect plugin: " + key + " is not installed (" + target->name.get() + ")");
+    console_.printFailure(FailureKind::effect,
+                          "Failed to load effect plugin: " + notInstalledText(key, target->name.get()));
     return;
   }
   const auto message = target == engine_.masterChannel() ? TextKey::loadingMasterEffect : TextKey::loadingAudioEffect;
@@ -160,7 +162,7 @@ void EffectRack::remove(const Uuid& slotId) {
     return;
   }
   const auto& slots = target->effectSlots.get();
-  if (std::none_of(slots.begin(), slots.end(), [&](const auto& slot) { return slot.id == slotId; })) {
+  if (findSlot(slots, slotId) == slots.end()) {
     return;
   }
   if (replacedSlotId.get() == slotId) {
@@ -186,7 +188,7 @@ void EffectRack::move(const Uuid& slotId, bool isDown) {
   const auto& slots = target->effectSlots.get();
   const auto offsetOf = [&slots](auto place) { return static_cast<std::size_t>(place - slots.begin()); };
   const auto isOccupied = [](const AudioPluginSlot& slot) { return !slot.pluginPath.empty(); };
-  const auto from = std::find_if(slots.begin(), slots.end(), [&](const auto& slot) { return slot.id == slotId; });
+  const auto from = findSlot(slots, slotId);
   if (from == slots.end()) {
     return;
   }

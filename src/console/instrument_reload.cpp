@@ -7,6 +7,7 @@
 #include "channel/channel_values.h"
 #include "console/loading_modal.h"
 #include "document/app_state.h"
+#include "document/plugin_names.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "platform/console_output.h"
@@ -32,8 +33,8 @@ void InstrumentReload::reload(const std::shared_ptr<AudioChannel>& channel) {
 void InstrumentReload::loadPlugin(const std::shared_ptr<AudioChannel>& channel) {
   const auto component = resolvePluginPath(channel->pluginPath.get(), state_.scannedPlugins.get());
   if (!component) {
-    console_.print("Failed to load plugin: " + channel->pluginPath.get() + " is not installed (" + channel->name.get() +
-                   ")");
+    console_.printFailure(FailureKind::instrument,
+                          "Failed to load plugin: " + notInstalledText(channel->pluginPath.get(), channel->name.get()));
     channel->status.set(ChannelStatus::loadFailed);
     return;
   }

@@ -9,6 +9,7 @@
 #include "console/plugin_preferences.h"
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
+#include "document/plugin_names.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "performance/console_selection.h"
@@ -106,7 +107,8 @@ void InstrumentSelector::pick(const std::string& key) {
       load(target, *component, own);
     }
   } else {
-    console_.print("Failed to load plugin: " + key + " is not installed (" + target->name.get() + ")");
+    console_.printFailure(FailureKind::instrument,
+                          "Failed to load plugin: " + notInstalledText(key, target->name.get()));
     bringOwnBack(target, own);
   }
   state_.markEdited();

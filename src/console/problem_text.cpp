@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <utility>
 
 #include "foundation/fnv1a64.h"
 
@@ -14,17 +13,6 @@ namespace {
 constexpr std::string_view codePrefix = "aucd:";
 constexpr std::array<std::string_view, 3> uriPrefixes{"http://", "https://", "urn:"};
 constexpr std::string_view unknownPlugin = "a plug-in";
-
-constexpr std::array<std::pair<std::string_view, ProblemKind>, 9> kinds{
-    {{"Failed to save setlist: ", ProblemKind::save},
-     {"Saved with the last known state", ProblemKind::save},
-     {"Audio output device lost: ", ProblemKind::output},
-     {"No audio output device", ProblemKind::output},
-     {"Failed to load plugin: ", ProblemKind::instrument},
-     {"Failed to load playback file: ", ProblemKind::instrument},
-     {"Plug-in crashed on strip ", ProblemKind::instrument},
-     {"Failed to load effect plugin", ProblemKind::effect},
-     {"Effect crashed on ", ProblemKind::effect}}};
 
 bool beginsWith(std::string_view text, std::string_view prefix) {
   return text.substr(0, prefix.size()) == prefix;
@@ -81,12 +69,6 @@ std::string problemText(std::string_view line, const KnownPlugins& known) {
     line.remove_prefix(word.size());
   }
   return text;
-}
-
-ProblemKind problemKind(std::string_view line) {
-  const auto* const found =
-      std::find_if(kinds.begin(), kinds.end(), [line](const auto& kind) { return beginsWith(line, kind.first); });
-  return found == kinds.end() ? ProblemKind::other : found->second;
 }
 
 }  // namespace vrel

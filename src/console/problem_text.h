@@ -12,9 +12,4 @@ namespace vrel {
 /// nothing knows is "a plug-in", and of any other URI the last part is left.
 [[nodiscard]] std::string problemText(std::string_view line, const KnownPlugins& known);
 
-/// What mends the matter of a line of the log, so that it need not be shown any longer.
-enum class ProblemKind { other, save, instrument, effect, output };
-
-[[nodiscard]] ProblemKind problemKind(std::string_view line);
-
 }  // namespace vrel

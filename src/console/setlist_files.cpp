@@ -186,7 +186,7 @@ bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   songSwitch_.captureCurrentSong();
   const auto bytes = encoded(state_);
   if (const Outcome failure = bytes ? replaceFile(path, bytes.value()) : bytes.error()) {
-    console_.print("Failed to save setlist: " + failure->description);
+    console_.printFailure(FailureKind::save, "Failed to save setlist: " + failure->description);
     return false;
   }
   damagedSetlist.set(std::nullopt);
@@ -195,8 +195,8 @@ bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   const std::size_t missed = missedStates(engine_);
   state_.isDirty.set(missed > 0);
   if (missed > 0) {
-    console_.print("Saved with the last known state of plug-ins that did not answer (" + std::to_string(missed) +
-                   "): save again");
+    console_.printFailure(FailureKind::save, "Saved with the last known state of plug-ins that did not answer (" +
+                                                 std::to_string(missed) + "): save again");
   }
   return true;
 }

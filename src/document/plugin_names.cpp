@@ -49,4 +49,8 @@ std::string knownPluginName(std::string_view path, const KnownPlugins& known) {
   return path.empty() ? std::string() : nameInRacks(path, known.songs);
 }
 
+std::string notInstalledText(const std::string& plugin, const std::string& strip) {
+  return plugin + " is not installed (" + strip + ")";
+}
+
 }  // namespace vrel

@@ -25,4 +25,7 @@ struct KnownPlugins {
 /// The name of the plug-in that a path means, installed or not; empty where nothing knows it. Never a code.
 [[nodiscard]] std::string knownPluginName(std::string_view path, const KnownPlugins& known);
 
+/// That a strip cannot have a plug-in, since it is not installed.
+[[nodiscard]] std::string notInstalledText(const std::string& plugin, const std::string& strip);
+
 }  // namespace vrel

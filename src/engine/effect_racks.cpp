@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "channel/audio_channel.h"
+#include "document/find_slot.h"
 #include "document/plugin_path.h"
 #include "engine/channel_chains.h"
 #include "engine/graph_mutator.h"
@@ -27,8 +28,7 @@ std::string failureLine(const char* where, const AVAudioUnitComponent& component
 // one that nobody wants any more: the master's rack outlives the songs.
 bool isStillWanted(const AudioChannel& channel, const AudioPluginSlot& slot) {
   const auto& slots = channel.effectSlots.get();
-  return std::any_of(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slot.id; }) &&
-         !channel.effectNodes.get().contains(slot.id);
+  return findSlot(slots, slot.id) != slots.end() && !channel.effectNodes.get().contains(slot.id);
 }
 
 void noteFailure(AudioChannel& channel, const Uuid& slotId) {
@@ -66,7 +66,7 @@ void EffectRacks::instantiateEffectNode(const AVAudioUnitComponent& component,
   const auto outOfProcess = [component, completion, &console = console_](UnitNode node,
                                                                          const std::optional<Error>& error) {
     if (error) {
-      console.print(failureLine("out-of-process", component, *error));
+      console.printFailure(FailureKind::effect, failureLine("out-of-process", component, *error));
     }
     completion(std::move(node));
   };
@@ -78,7 +78,7 @@ void EffectRacks::instantiateEffectNode(const AVAudioUnitComponent& component,
                          return;
                        }
                        if (error) {
-                         console.print(failureLine("in-process", component, *error));
+                         console.printFailure(FailureKind::effect, failureLine("in-process", component, *error));
                        }
                        units.instantiate(component.audioComponentDescription,
                                          AudioComponentInstantiationOptions::outOfProcess, outOfProcess);
@@ -98,7 +98,7 @@ void EffectRacks::replaceEffectSlot(AudioChannel& channel, const Uuid& slotId, c
     channel.effectNodes.set(std::move(nodes));
 
     auto slots = channel.effectSlots.get();
-    auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+    auto slot = findSlot(slots, slotId);
     if (slot == slots.end()) {
       slot = slots.insert(slots.end(), AudioPluginSlot{});
       slot->id = slotId;
@@ -165,7 +165,7 @@ bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AV
     nodes.erase(entry);
     if (state) {
       auto slots = channel.effectSlots.get();
-      const auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+      const auto slot = findSlot(slots, slotId);
       if (slot != slots.end()) {
         slot->stateBase64 = state;
         channel.effectSlots.set(std::move(slots));
@@ -182,7 +182,7 @@ bool EffectRacks::loseEffectNode(AudioChannel& channel, const std::shared_ptr<AV
 bool EffectRacks::reviveEffect(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
                                const PluginComponentResolver& resolver, std::function<void()> completion) {
   const auto& slots = channel->effectSlots.get();
-  const auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+  const auto slot = findSlot(slots, slotId);
   if (slot == slots.end() || slot->pluginPath.empty() || !isStillWanted(*channel, *slot)) {
     return false;
   }

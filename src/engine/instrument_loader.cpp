@@ -74,7 +74,7 @@ void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& chann
                                                UnitNode node, std::optional<Error> error) {
         mainQueue.async([finish, &console, node = std::move(node), error = std::move(error)] {
           if (error) {
-            console.print("Failed to load plugin: " + error->description);
+            console.printFailure(FailureKind::instrument, "Failed to load plugin: " + error->description);
           }
           finish(error ? nullptr : node);
         });

@@ -43,7 +43,7 @@ void storePrepared(AudioChannel& channel, const PreparedPlayback& prepared) {
 void PlaybackLoader::loadPlaybackInstrument(AudioChannel& channel, const ChannelConfig& record) {
   const auto prepared = prepare(record);
   if (!prepared) {
-    console_.print("Failed to load playback file: " + prepared.error().description);
+    console_.printFailure(FailureKind::instrument, "Failed to load playback file: " + prepared.error().description);
     channel.status.set(ChannelStatus::loadFailed);
     return;
   }

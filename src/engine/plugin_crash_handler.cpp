@@ -28,17 +28,17 @@ void PluginCrashHandler::pluginDied(const std::shared_ptr<AVAudioNode>& node, co
 bool PluginCrashHandler::takeFromStrips(const std::shared_ptr<AVAudioNode>& node, const std::string& how) {
   for (const auto& channel : strips_.channels) {
     if (channel->instrumentNode.get() == node) {
-      console_.print("Plug-in crashed on strip " + channel->name.get() + ": " + how);
+      console_.printFailure(FailureKind::instrument, "Plug-in crashed on strip " + channel->name.get() + ": " + how);
       instruments_.loseInstrument(*channel);
       return true;
     }
     if (effects_.loseEffectNode(*channel, node)) {
-      console_.print("Effect crashed on strip " + channel->name.get() + ": " + how);
+      console_.printFailure(FailureKind::effect, "Effect crashed on strip " + channel->name.get() + ": " + how);
       return true;
     }
   }
   if (effects_.loseEffectNode(*strips_.masterChannel, node)) {
-    console_.print("Effect crashed on the master: " + how);
+    console_.printFailure(FailureKind::effect, "Effect crashed on the master: " + how);
     return true;
   }
   return false;

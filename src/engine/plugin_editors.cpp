@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "channel/audio_channel.h"
+#include "document/find_slot.h"
 #include "platform/dispatch.h"
 
 namespace vrel {
@@ -69,7 +70,7 @@ void PluginEditors::openInstrumentEditor(const std::shared_ptr<AudioChannel>& ch
 
 void PluginEditors::openEffectEditor(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId) {
   const auto& slots = channel->effectSlots.get();
-  const auto slot = std::find_if(slots.begin(), slots.end(), [&](const auto& each) { return each.id == slotId; });
+  const auto slot = findSlot(slots, slotId);
   if (slot != slots.end()) {
     open(effectKey(*channel, slotId), channel->name.get() + " - " + slot->pluginName + " Editor", channel,
          [slotId](AudioChannel& owner) {

@@ -41,8 +41,9 @@ void ChannelBuilder::loadInstrument(const std::shared_ptr<AudioChannel>& channel
   const auto component = resolvePluginPath(record.pluginPath, state_.scannedPlugins.get());
   if (!component) {
     const auto name = knownPluginName(record.pluginPath, knownPlugins(state_));
-    console_.print("Failed to load plugin: " + (name.empty() ? record.pluginPath : name) + " is not installed (" +
-                   record.name + ")");
+    console_.printFailure(
+        FailureKind::instrument,
+        "Failed to load plugin: " + notInstalledText(name.empty() ? record.pluginPath : name, record.name));
     channel->pluginName.set(name);  // what it wanted
     channel->status.set(ChannelStatus::loadFailed);
     instrumentEnded(channel, record.effectSlots, progress);

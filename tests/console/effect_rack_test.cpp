@@ -145,6 +145,7 @@ TEST_F(Rack, APluginThatVanishedBetweenListAndPickIsLoggedAndChangesNothing) {
   EXPECT_FALSE(state.showLoadingModal.get());
   EXPECT_FALSE(state.isDirty.get());
   EXPECT_THAT(console.lines, testing::Contains("Failed to load effect plugin: " + chorusKey + " is not installed (A)"));
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::effect}));
 }
 
 TEST_F(Rack, AStormOfPressesOnOneRowAddsOneEffect) {

@@ -96,6 +96,7 @@ TEST_F(Selector, APluginThatVanishedBetweenListAndPickIsAFailedLoad) {
   EXPECT_FALSE(state.showLoadingModal.get());
   EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
   EXPECT_THAT(console.lines, testing::Contains("Failed to load plugin: " + pianoKey + " is not installed (A)"));
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::instrument}));
 }
 
 TEST_F(Selector, AStormOfPressesOnOneRowLoadsOnce) {

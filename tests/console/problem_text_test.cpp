@@ -61,22 +61,5 @@ TEST(ProblemText, ALineWithoutEitherStaysAsItIs) {
   EXPECT_EQ(shown(""), "");
 }
 
-TEST(ProblemText, ItsKindSaysWhatMendsIt) {
-  EXPECT_EQ(problemKind("Failed to save setlist: disk full"), ProblemKind::save);
-  EXPECT_EQ(problemKind("Saved with the last known state of plug-ins that did not answer (1)"), ProblemKind::save);
-  EXPECT_EQ(problemKind("Audio output device lost: A: gone"), ProblemKind::output);
-  EXPECT_EQ(problemKind("No audio output device found"), ProblemKind::output);
-  for (const char* const line : {"Failed to load plugin: no", "Failed to load playback file: gone",
-                                 "Plug-in crashed on strip A: was killed by signal 9"}) {
-    EXPECT_EQ(problemKind(line), ProblemKind::instrument) << line;
-  }
-  for (const char* const line :
-       {"Failed to load effect plugin: no", "Failed to load effect plugin in-process (A - B): no",
-        "Effect crashed on strip A: x", "Effect crashed on the master: x"}) {
-    EXPECT_EQ(problemKind(line), ProblemKind::effect) << line;
-  }
-  EXPECT_EQ(problemKind("Failed to load setlist: no"), ProblemKind::other);
-}
-
 }  // namespace
 }  // namespace vrel

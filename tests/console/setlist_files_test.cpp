@@ -228,6 +228,7 @@ TEST_F(SetlistOnDisk, ASaveThatMissedAStateLeavesTheMark) {
     EXPECT_TRUE(state.isDirty.get());
     EXPECT_THAT(console.lines, ElementsAre(line));
   }
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::save, FailureKind::save}));
   core.isStateMissed = false;
   EXPECT_TRUE(setlistFiles.writeSetlist(gig));
   EXPECT_FALSE(state.isDirty.get());
@@ -308,6 +309,7 @@ TEST_F(SetlistOnDisk, ASaveToAPlaceThatIsNotThereFailsAndKeepsThePath) {
   desktop.savePanelAnswers = {"/gone/gig.vrel"};
   EXPECT_FALSE(setlistFiles.saveSetlistAs(false));
   EXPECT_EQ(console.lines, Lines{"Failed to save setlist: /gone/gig.vrel: No such file or directory"});
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::save}));
   expectNothingChanged();
 }
 

@@ -67,6 +67,7 @@ TEST_F(Racks, AnEffectThatFailsBothWaysIsLoggedTwiceAndGivesNone) {
   EXPECT_FALSE(gotNode);
   EXPECT_EQ(console.lines, (Lines{"Failed to load effect plugin in-process (Maker - Chorus): a",
                                   "Failed to load effect plugin out-of-process (Maker - Chorus): b"}));
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::effect, FailureKind::effect}));
 }
 
 TEST_F(Racks, MovingASlotRewiresTheChainWithNoNodeMadeOrLost) {

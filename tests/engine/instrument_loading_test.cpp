@@ -136,6 +136,7 @@ TEST_F(Loading, AnAnswerWithANodeAndAnErrorCountsAsFailed) {
   units.answer(0, std::make_shared<simulation::ScriptedInstrument>("broken"), Error{"half made"});
   mainQueue.runAll();
   EXPECT_EQ(console.lines, Lines{"Failed to load plugin: half made"});
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::instrument}));
   EXPECT_EQ(channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
 }

@@ -149,6 +149,7 @@ TEST_F(Deaths, EachIsLoggedWithItsStripAndAParkedOneInWordsOfItsOwn) {
              "Plug-in crashed outside of all strips: Piano was killed by signal 9; it was parked for a later song, "
              "which loads it again",
              "Plug-in crashed outside of all strips: Piano was killed by signal 9"}));
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::instrument, FailureKind::effect, FailureKind::effect}));
 }
 
 TEST_F(Deaths, ARevivedStripLoadsItsInstrumentAgainWithoutStateWhenNoneIsKnown) {

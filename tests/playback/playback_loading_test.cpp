@@ -68,6 +68,7 @@ TEST_F(PlaybackLoading, OfAMissingFileLeavesTheChannelWithoutPlayer) {
   EXPECT_EQ(channel->status.get(), ChannelStatus::loadFailed);
   EXPECT_EQ(channel->instrumentNode.get(), nullptr);
   EXPECT_THAT(console.lines, ElementsAre("Failed to load playback file: no such file: /gone.wav"));
+  EXPECT_EQ(console.failureKinds(), (std::vector{FailureKind::instrument}));
   noteOn();
   settle();
   EXPECT_FALSE(channel->playbackIsPlaying.get());

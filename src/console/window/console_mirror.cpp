@@ -235,13 +235,13 @@ void ConsoleMirror::setDropouts(std::uint64_t count) {
 void ConsoleMirror::setAudioOutput(bool isMissing, const std::string& awaited) {
   session_.set(SessionViewModel::isAudioOutputMissingKey, isMissing);
   session_.set(SessionViewModel::awaitedAudioOutputKey, awaited);
-  if (!isMissing && shownProblem_ == ProblemKind::output) {
+  if (!isMissing && shownProblem_ == FailureKind::output) {
     clearProblem();
   }
 }
 
-void ConsoleMirror::addProblem(const std::string& line) {
-  shownProblem_ = problemKind(line);
+void ConsoleMirror::addProblem(FailureKind kind, const std::string& line) {
+  shownProblem_ = kind;
   mayBeMended_ = false;  // what has failed is said after the change that it is about
   session_.set(SessionViewModel::problemKey, problemText(line, knownPlugins(content_.appState())));
   session_.set(SessionViewModel::problemCountKey, ++problemCount_);  // the same line again is another problem
@@ -252,7 +252,7 @@ void ConsoleMirror::mirrorProblems() {
   // What the last song had to say is over when the next one begins; what this switch says comes after.
   connections_.push_back(state.songSwitchLoadToken.changed.connect([this](const auto&) { clearProblem(); }));
   connections_.push_back(state.isDirty.changed.connect([this](bool isDirty) {
-    if (!isDirty && shownProblem_ == ProblemKind::save) {
+    if (!isDirty && shownProblem_ == FailureKind::save) {
       clearProblem();
     }
   }));
@@ -278,8 +278,8 @@ void ConsoleMirror::clearMendedProblem() {
     return std::all_of(channels.begin(), channels.end(), [has](const auto& channel) { return has(*channel); });
   };
   const bool isMended =
-      (shownProblem_ == ProblemKind::instrument && haveAll(hasItsInstrument)) ||
-      (shownProblem_ == ProblemKind::effect && haveAll(hasItsEffects) && hasItsEffects(*engine.masterChannel()));
+      (shownProblem_ == FailureKind::instrument && haveAll(hasItsInstrument)) ||
+      (shownProblem_ == FailureKind::effect && haveAll(hasItsEffects) && hasItsEffects(*engine.masterChannel()));
   if (isMended) {
     clearProblem();
   }

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "console/problem_text.h"
 #include "console/window/clip_mirror.h"
 #include "console/window/editors_mirror.h"
 #include "console/window/help_mirror.h"
@@ -22,6 +21,7 @@
 #include "console/window/view_models.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
+#include "platform/console_output.h"
 #include "platform/desktop.h"
 
 namespace vrel {
@@ -65,8 +65,8 @@ class ConsoleMirror {
   /// What the output lacks, and the device that it waits for, by name; see SessionViewModel.
   void setAudioOutput(bool isMissing, const std::string& awaited);
 
-  /// A line of the log that says what failed.
-  void addProblem(const std::string& line);
+  /// A line of the log that says what failed; it goes when that is mended.
+  void addProblem(FailureKind kind, const std::string& line);
 
  private:
   struct Strip;
@@ -104,7 +104,7 @@ class ConsoleMirror {
   std::vector<MirrorId> songRows_;
   std::vector<MirrorId> stripRows_;
   int problemCount_ = 0;
-  std::optional<ProblemKind> shownProblem_;
+  std::optional<FailureKind> shownProblem_;
   bool mayBeMended_ = false;  // an instrument or effect has changed in this turn, since the problem came
   std::vector<std::shared_ptr<void>> connections_;
 };

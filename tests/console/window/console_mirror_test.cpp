@@ -203,8 +203,8 @@ TEST_F(Copy, AStripWhosePluginIsNotInstalledShowsTheNameOfWhatItWantedWhereThatI
   for (const auto& line : console.lines) {
     EXPECT_EQ(line.find("aucd"), std::string::npos) << line;
   }
-  ASSERT_FALSE(console.lines.empty());
-  mirror->addProblem(console.lines.front());
+  ASSERT_FALSE(console.failures.empty());
+  mirror->addProblem(console.failures.front().first, console.failures.front().second);
   settle();
   EXPECT_EQ(session.problem(), QStringLiteral("Failed to load plugin: Grand Organ is not installed (Keys)"));
 }
@@ -256,7 +256,7 @@ TEST_F(Copy, TheSessionShowsFileModeAndLoading) {
   EXPECT_EQ(session.fileName(), "gig.vrel");
   EXPECT_TRUE(session.isLive());
   EXPECT_EQ(session.loadingProgress(), 0.75);
-  mirror->addProblem("no sound device");
+  mirror->addProblem(FailureKind::other, "no sound device");
   settle();
   EXPECT_EQ(session.problem(), "no sound device");
 }
@@ -267,9 +267,9 @@ TEST_F(Copy, TheSameProblemAgainIsAnotherOne) {
     return session.problemCount();
   };
   EXPECT_EQ(count(), 0);
-  mirror->addProblem("disk full");
+  mirror->addProblem(FailureKind::other, "disk full");
   EXPECT_EQ(count(), 1);
-  mirror->addProblem("disk full");
+  mirror->addProblem(FailureKind::other, "disk full");
   EXPECT_EQ(count(), 2);
 }
 
@@ -283,8 +283,8 @@ class ProblemLine : public Copy {
     answerAll();
   }
 
-  std::string shownAfter(const std::string& line) {
-    mirror->addProblem(line);
+  std::string shownAfter(FailureKind kind, const std::string& line) {
+    mirror->addProblem(kind, line);
     return shown();
   }
   std::string shown() {
@@ -296,26 +296,26 @@ class ProblemLine : public Copy {
 TEST_F(ProblemLine, ThatTheAudioOutputIsLostGoesWhenItIsBack) {
   for (const char* const line : {"Audio output device lost: A: gone", "No audio output device found"}) {
     mirror->setAudioOutput(true, "JACK: system");
-    EXPECT_EQ(shownAfter(line), line);
+    EXPECT_EQ(shownAfter(FailureKind::output, line), line);
     mirror->setAudioOutput(true, "another");
     EXPECT_EQ(shown(), line);
     mirror->setAudioOutput(false, "");
     EXPECT_EQ(shown(), "");
   }
-  EXPECT_EQ(shownAfter("disk full"), "disk full");
+  EXPECT_EQ(shownAfter(FailureKind::other, "disk full"), "disk full");
   mirror->setAudioOutput(false, "");
   EXPECT_EQ(shown(), "disk full");
 }
 
 TEST_F(ProblemLine, GoesAtTheNextSong) {
-  EXPECT_EQ(shownAfter("no sound device"), "no sound device");
+  EXPECT_EQ(shownAfter(FailureKind::other, "no sound device"), "no sound device");
   content.songList().clickSong(1);
   EXPECT_EQ(shown(), "");
 }
 
 TEST_F(ProblemLine, OfAFailedSaveGoesWithTheNextSave) {
   state.isDirty.set(true);
-  EXPECT_EQ(shownAfter("Failed to save setlist: disk full"), "Failed to save setlist: disk full");
+  EXPECT_EQ(shownAfter(FailureKind::save, "Failed to save setlist: disk full"), "Failed to save setlist: disk full");
   strip(0).status.set(ChannelStatus::running);
   EXPECT_EQ(shown(), "Failed to save setlist: disk full");
   state.isDirty.set(false);
@@ -325,7 +325,7 @@ TEST_F(ProblemLine, OfAFailedSaveGoesWithTheNextSave) {
 TEST_F(ProblemLine, OfAnInstrumentGoesWhenItPlaysAgain) {
   strip(0).status.set(ChannelStatus::crashed);
   const std::string line = "Plug-in crashed on strip A: was killed by signal 9";
-  EXPECT_EQ(shownAfter(line), line);
+  EXPECT_EQ(shownAfter(FailureKind::instrument, line), line);
   strip(0).status.set(ChannelStatus::loading);
   EXPECT_EQ(shown(), line);
   strip(0).status.set(ChannelStatus::running);
@@ -336,7 +336,7 @@ TEST_F(ProblemLine, OfAnInstrumentStaysWhileAnotherStripFails) {
   content.channelOperations().addChannelFromButton();
   strip(0).status.set(ChannelStatus::loadFailed);
   strip(1).status.set(ChannelStatus::loadFailed);
-  EXPECT_EQ(shownAfter("Failed to load plugin: no room"), "Failed to load plugin: no room");
+  EXPECT_EQ(shownAfter(FailureKind::instrument, "Failed to load plugin: no room"), "Failed to load plugin: no room");
   strip(0).status.set(ChannelStatus::running);
   EXPECT_EQ(shown(), "Failed to load plugin: no room");
   content.channelOperations().removeChannelFromConsole(strip(1));
@@ -348,11 +348,11 @@ TEST_F(ProblemLine, OfAnEffectGoesWhenItIsLoadedOrRemoved) {
   slot.pluginPath = chorusKey;
   for (AudioChannel* const channel : {&strip(0), engine->masterChannel().get()}) {
     channel->effectSlots.set({slot});
-    EXPECT_NE(shownAfter("Effect crashed on strip A: was killed by signal 9"), "");
+    EXPECT_NE(shownAfter(FailureKind::effect, "Effect crashed on strip A: was killed by signal 9"), "");
     channel->effectNodes.set({{slot.id, std::make_shared<simulation::ScriptedUnit>("Chorus")}});
     EXPECT_EQ(shown(), "");
     channel->effectNodes.set({});
-    EXPECT_NE(shownAfter("Failed to load effect plugin: no"), "");
+    EXPECT_NE(shownAfter(FailureKind::effect, "Failed to load effect plugin: no"), "");
     channel->effectSlots.set({});
     EXPECT_EQ(shown(), "");
   }
@@ -360,7 +360,7 @@ TEST_F(ProblemLine, OfAnEffectGoesWhenItIsLoadedOrRemoved) {
 
 TEST_F(ProblemLine, StaysWhenOnlyTheOldInstrumentIsBackAfterAFailure) {
   const std::string line = "Failed to load plugin: no room";
-  EXPECT_EQ(shownAfter(line), line);
+  EXPECT_EQ(shownAfter(FailureKind::instrument, line), line);
   strip(0).status.set(ChannelStatus::running);
   strip(0).status.set(ChannelStatus::loadFailed);  // what was asked for did not come
   EXPECT_EQ(shown(), line);
