@@ -3,6 +3,8 @@
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QObject>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <algorithm>
@@ -163,6 +165,18 @@ TEST_F(EveryHint, ChangesItsLanguageWhileItIsShown) {
   driver.onLogic([](Session& session) { session.content().setLanguage(Language::spanish); });
   const auto spanish = std::string(hintText(Hint::instrument, Language::spanish));
   EXPECT_TRUE(showsBubble(spanish.c_str()));
+}
+
+TEST_F(EveryHint, GoesWithAControlThatIsTakenAwayUnderThePointer) {
+  QQuickItem* const button = driver.find("stripInstrument0");
+  ASSERT_NE(button, nullptr);
+  QPointer<QObject> bubble;
+  driver.pointAt("stripInstrument0");
+  ASSERT_TRUE(driver.eventually([&] { return (bubble = button->findChild<QObject*>("hintBubble")) != nullptr; }));
+  QQuickItem* const place = button->parentItem();
+  button->setParentItem(nullptr);
+  EXPECT_TRUE(driver.eventually([&] { return bubble == nullptr; }));
+  button->setParentItem(place);
 }
 
 TEST_F(EveryHint, IsThereInThePanels) {

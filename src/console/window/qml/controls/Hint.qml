@@ -36,7 +36,8 @@ Item {
     Loader {
         id: loader
 
-        active: hint.isShown
+        // A control that is taken away keeps the pointer's last word.
+        active: hint.isShown && hint.over.Window.window !== null
         source: "HintBubble.qml"
         onLoaded: {
             const bubble = item as HintBubble;

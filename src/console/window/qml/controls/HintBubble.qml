@@ -7,6 +7,8 @@ import Vrel.Console
 ToolTip {
     id: bubble
 
+    objectName: "hintBubble"
+
     delay: 700
     timeout: 8000
 
