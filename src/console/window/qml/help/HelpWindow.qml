@@ -39,6 +39,7 @@ Window {
         y = Screen.virtualY + (Screen.height - height) / 2;
     }
 
+    // It may be raised before it is known to be open: values of one moment come in any order.
     function come(): void {
         if (!entry.isOpen)
             return;
@@ -69,7 +70,9 @@ Window {
     Connections {
         target: window.entry
         function onIsOpenChanged(): void {
-            if (!window.entry.isOpen)
+            if (window.entry.isOpen)
+                window.come();
+            else
                 window.hide();
         }
     }
