@@ -103,7 +103,7 @@ Outcome checkOutputs(const Options& options) {
 }
 
 Outcome setPaths(Options& options, const std::vector<std::string>& paths) {
-  if (options.help || options.listPlugins) {
+  if (options.help || options.version || options.listPlugins) {
     return {};
   }
   if (paths.empty()) {
@@ -139,6 +139,8 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
     }
     if (argument == "--help") {
       options.help = true;
+    } else if (argument == "--version") {
+      options.version = true;
     } else if (argument == "--list-plugins") {
       options.listPlugins = true;
     } else if (std::find(optionsWithValue.begin(), optionsWithValue.end(), argument) == optionsWithValue.end()) {
@@ -157,6 +159,8 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
 
 std::string usage() {
   return "vrel-render [options] SETLIST.vrel [SHOW.mid]\n"
+         "  --help              print this\n"
+         "  --version           print the version\n"
          "  --list-plugins      list the installed plug-ins: key, type, manufacturer, name\n"
          "  --out FILE.wav      the main output, 32-bit float stereo\n"
          "  --events FILE.jsonl what happened, one JSON object per line\n"

@@ -13,8 +13,9 @@ namespace vrel::render {
 /// The command line. Paths are absent where not given.
 struct Options {
   bool help = false;
+  bool version = false;
   bool listPlugins = false;
-  std::string setlistPath{};  // empty only with one of the two above
+  std::string setlistPath{};  // empty only with one of the three above
   std::optional<std::string> showPath{};
   std::optional<std::string> outPath{};
   std::optional<std::string> eventsPath{};

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "document/component_scan.h"
 #include "document/plugin_path.h"
 #include "document/setlist_coding.h"
+#include "foundation/version.h"
 #include "midi/standard_midi_file.h"
 #include "system/dispatch/standard_output.h"
 #include "system/files/file_calls.h"
@@ -224,6 +226,10 @@ int runProgram(std::span<const std::string> arguments) {
   system::StandardOutput console;
   if (options.value().help) {
     std::fputs(usage().c_str(), stdout);
+    return exitSuccess;
+  }
+  if (options.value().version) {
+    std::printf("vrel-render %s\n", std::string(programVersion()).c_str());
     return exitSuccess;
   }
   if (options.value().listPlugins) {

@@ -14,13 +14,13 @@ LogicThread::~LogicThread() {
   end();
 }
 
-void LogicThread::start(UiThread& window) {
-  thread_ = std::thread([this, &window] { run(window); });
+void LogicThread::start(UiThread& window, ConsoleOutput* runLog) {
+  thread_ = std::thread([this, &window, runLog] { run(window, runLog); });
 }
 
-void LogicThread::run(UiThread& window) {
+void LogicThread::run(UiThread& window, ConsoleOutput* runLog) {
   const MainThreadScope mainThread;
-  session_ = std::make_unique<Session>(loop_, window);
+  session_ = std::make_unique<Session>(loop_, window, runLog);
   session_->start();
   loop_.runUntil([this] { return isEnding_; });
   session_.reset();
@@ -53,9 +53,10 @@ void LogicThread::postCommand(window::ConsoleCommands::Action action) {
   postToSession([action = std::move(action)](Session& session) { session.carryOut(action); });
 }
 
-Application::Application()
+Application::Application(ConsoleOutput* runLog)
     : window([this](auto action) { logic.postCommand(std::move(action)); },
-             [this](auto action) { logic.post(std::move(action)); }) {
+             [this](auto action) { logic.post(std::move(action)); }),
+      runLog_(runLog) {
   window.onScreens = [this](std::vector<NSScreen> screens) {
     logic.postToSession([screens = std::move(screens)](Session& session) { session.setScreens(screens); });
   };
@@ -64,6 +65,15 @@ Application::Application()
   };
   window.onCloseRequest = [this] { logic.postToSession([](Session& session) { session.requestTermination(); }); };
   window.onSystemEnd = [this] { systemEnds(); };
+}
+
+void Application::loadSetlist(const std::filesystem::path& path) {
+  logic.postToSession([path](Session& session) { session.content().setlistFiles().loadSetlist(path); });
+}
+
+bool Application::openSetlist(const std::filesystem::path& path) {
+  logic.postToSession([path](Session& session) { session.content().setlistFiles().openRecentSetlist(path); });
+  return !window.model().session()->isLive();
 }
 
 void Application::systemEnds() {

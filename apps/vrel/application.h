@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -9,6 +10,10 @@
 #include "console/window/console_commands.h"
 #include "system/dispatch/main_loop.h"
 #include "vrel/ui_thread.h"
+
+namespace vrel {
+class ConsoleOutput;
+}  // namespace vrel
 
 namespace vrel::app {
 
@@ -27,8 +32,8 @@ class LogicThread {
   LogicThread(const LogicThread&) = delete;
   LogicThread& operator=(const LogicThread&) = delete;
 
-  /// Makes the program on its thread, and runs it. The window is borrowed and outlives `end`.
-  void start(UiThread& window);
+  /// Makes the program on its thread, and runs it. Both are borrowed and outlive `end`; there may be no log.
+  void start(UiThread& window, ConsoleOutput* runLog);
 
   /// Destroys the session and joins its thread. Nothing is called on the window any more.
   void end();
@@ -40,7 +45,7 @@ class LogicThread {
   void postToSession(std::function<void(Session&)> action);
 
  private:
-  void run(UiThread& window);
+  void run(UiThread& window, ConsoleOutput* runLog);
 
   system::MainLoop loop_;
   std::unique_ptr<Session> session_;  // on its thread
@@ -52,18 +57,28 @@ class LogicThread {
 /// on Qt's thread, whose loop its maker runs.
 class Application {
  public:
-  Application();
+  /// `runLog`, if there is one, gets each line that is printed; it is borrowed.
+  explicit Application(ConsoleOutput* runLog = nullptr);
   ~Application();
   Application(const Application&) = delete;
   Application& operator=(const Application&) = delete;
 
-  void start() { logic.start(window); }
+  void start() { logic.start(window, runLog_); }
+
+  /// Once, right after the start: puts the first song of this setlist on stage.
+  void loadSetlist(const std::filesystem::path& path);
+
+  /// Asks and opens it, as from the recent list. False in Live mode, which opens none.
+  [[nodiscard]] bool openSetlist(const std::filesystem::path& path);
 
   /// The system is about to end, and does not wait forever.
   void systemEnds();
 
   LogicThread logic;
   UiThread window;  // ends after the logic, which uses it
+
+ private:
+  ConsoleOutput* const runLog_;
 };
 
 }  // namespace vrel::app

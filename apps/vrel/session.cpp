@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel/session.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "system/dispatch/main_loop.h"
@@ -13,17 +15,25 @@
 namespace vrel::app {
 
 void Session::ConsoleLog::printFailure(FailureKind kind, const std::string& line) {
-  output_.print(line);
+  printInfo(line);
   session_.loop_.async([&session = session_, kind, line] { session.mirror_.addProblem(kind, line); });
+}
+
+void Session::ConsoleLog::printInfo(const std::string& line) {
+  output_.print(line);
+  if (runLog_ != nullptr) {
+    runLog_->print(line);
+  }
 }
 
 Session::UnrunWork::~UnrunWork() {
   loop.dropWork();
 }
 
-Session::Session(system::MainLoop& loop, UiThread& window)
+Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog)
     : loop_(loop),
       window_(window),
+      console_(*this, runLog),
       platform_({}, loop, clock_, console_),
       state_({defaults_, platform_.components(), loop, console_, files_}, system::userRecentFilesPath()),
       engine_(AudioEngine::make(platform_.platform())),
@@ -58,10 +68,22 @@ Session::Session(system::MainLoop& loop, UiThread& window)
   if (auto* const input = engine_->midiInput()) {
     playedNow_.follow(*input);
   }
+  menus_.hooks.openStateFolder = [this] { openStateFolder(); };
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }
 
 Session::~Session() = default;
+
+void Session::openStateFolder() {
+  const auto folder = system::userStateFolder();
+  if (folder.empty()) {
+    console_.print("no state folder (HOME and XDG_STATE_HOME are not set)");
+    return;
+  }
+  std::error_code ignored;
+  std::filesystem::create_directories(folder, ignored);  // a file manager shows no folder that is not there
+  window_.openFolder(folder);
+}
 
 EditorMedia Session::editorMedia() {
   EditorMedia media = platform_.editorMedia();

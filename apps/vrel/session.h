@@ -41,8 +41,9 @@ class UiThread;
 /// made.
 class Session {
  public:
-  /// Makes the session, which scans the plug-ins, and then the engine. Both are borrowed.
-  Session(system::MainLoop& loop, UiThread& window);
+  /// Makes the session, which scans the plug-ins, and then the engine. All are borrowed; `runLog`, if there is one,
+  /// gets each line that is printed.
+  Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -64,20 +65,22 @@ class Session {
   [[nodiscard]] ContentView& content() { return content_; }
 
  private:
-  /// The log: on standard output, and its last failure in the window.
+  /// The log: on standard output and in the run's log, and its last failure in the window.
   class ConsoleLog final : public ConsoleOutput {
    public:
-    explicit ConsoleLog(Session& session) : session_(session) {}
+    ConsoleLog(Session& session, ConsoleOutput* runLog) : session_(session), runLog_(runLog) {}
     void print(const std::string& line) override { printFailure(FailureKind::other, line); }
     void printFailure(FailureKind kind, const std::string& line) override;
-    void printInfo(const std::string& line) override { output_.print(line); }
+    void printInfo(const std::string& line) override;
 
    private:
     Session& session_;
+    ConsoleOutput* runLog_;
     system::StandardOutput output_;
   };
 
   [[nodiscard]] EditorMedia editorMedia();
+  void openStateFolder();
 
   /// Drops the work that is left on the queue when everything that posts is gone. It may hold plug-ins, which still log
   /// as they end.
@@ -92,7 +95,7 @@ class Session {
   // In construction order; each member uses those above it.
   system::MainLoop& loop_;
   UiThread& window_;
-  ConsoleLog console_{*this};
+  ConsoleLog console_;
   UnrunWork unrunWork_{loop_};
   system::SystemClock clock_;
   system::FileCalls fileCalls_;

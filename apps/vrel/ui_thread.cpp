@@ -2,6 +2,7 @@
 #include "vrel/ui_thread.h"
 
 #include <QCoreApplication>
+#include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -180,6 +181,21 @@ void UiThread::setWindowFrame(const ScreenRect& frame) {
   here([this, frame] {
     if (quickWindow_ != nullptr && !isOnWayland()) {
       quickWindow_->setGeometry(frame.x, frame.y, frame.width, frame.height);
+    }
+  });
+}
+
+void UiThread::comeForward() {
+  if (quickWindow_ != nullptr) {
+    quickWindow_->raise();
+    quickWindow_->requestActivate();
+  }
+}
+
+void UiThread::openFolder(const std::filesystem::path& folder) {
+  here([name = QString::fromStdString(folder.string())] {
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(name))) {
+      qInfo("No program opens folders here; this one is %s", qUtf8Printable(name));
     }
   });
 }

@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QString>
 #include <QTimer>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -60,6 +61,10 @@ class UiThread final : public QObject, public system::WindowServices {
   /// Any thread; `taken` is called on the main thread when it is shown.
   void apply(window::MirrorBatch batch, std::function<void()> taken);
   void setWindowFrame(const ScreenRect& frame);
+  /// In front of the other programs' windows. Qt's thread.
+  void comeForward();
+  /// In the desktop's file manager; without one, nothing opens.
+  void openFolder(const std::filesystem::path& folder);
 
   // Main thread.
   void showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) override;

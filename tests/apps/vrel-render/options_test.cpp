@@ -59,6 +59,7 @@ TEST(RenderOptions, EveryOptionIsAcceptedAtAnyPosition) {
 TEST(RenderOptions, AListOfPluginsNeedsNoSetlist) {
   EXPECT_TRUE(parsed({"--list-plugins"}).listPlugins);
   EXPECT_TRUE(parsed({"--help"}).help);
+  EXPECT_TRUE(parsed({"--version"}).version);
 }
 
 TEST(RenderOptions, TheBlockIsOneOfSix) {

@@ -31,7 +31,7 @@ class WholeProgram : public testing::Test {
     environment.insert(sanitizer, environment.value(sanitizer) + QStringLiteral(":detect_leaks=0"));
     change(environment);
     program.setProcessEnvironment(environment);
-    program.start(QStringLiteral(VREL_PROGRAM), QStringList());
+    program.start(QStringLiteral(VREL_PROGRAM), arguments());
   }
 
   ~WholeProgram() override {
@@ -39,6 +39,7 @@ class WholeProgram : public testing::Test {
     program.waitForFinished();
   }
 
+  [[nodiscard]] virtual QStringList arguments() { return {}; }
   /// What of the environment is another for the program.
   virtual void change(QProcessEnvironment& /*environment*/) {}
 
