@@ -20,7 +20,7 @@ target_include_directories(vrel_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 # Three GCC warnings have false positives in optimised code with std::variant, std::optional, std::string and
 # std::array; Clang's analysis and the sanitizers find the same bugs.
 target_compile_options(vrel_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fno-math-errno
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${VREL_WERROR}>:-Werror> -fno-math-errno
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast>
   $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overread>
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-sign-conversion>)

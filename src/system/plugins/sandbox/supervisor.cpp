@@ -70,7 +70,15 @@ std::string Supervisor::defaultHelperPath() {
   }
   std::error_code failure;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
-  return (program.parent_path() / "vrel-plugin-host").string();
+  return helperPathFor(program.parent_path());
+}
+
+std::string Supervisor::helperPathFor(const std::filesystem::path& folder) {
+  const auto installed = folder.parent_path() / "libexec" / "vrel" / "vrel-plugin-host";
+  const auto beside = folder / "vrel-plugin-host";
+  std::error_code ignored;
+  return (!std::filesystem::exists(beside, ignored) && std::filesystem::exists(installed, ignored) ? installed : beside)
+      .string();
 }
 
 }  // namespace vrel::sandbox

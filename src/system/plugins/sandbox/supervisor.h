@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -102,8 +103,11 @@ class Supervisor : public std::enable_shared_from_this<Supervisor> {
   /// How many guests are ready for another request. Any thread.
   [[nodiscard]] std::size_t parkedCount() const;
 
-  /// The helper beside the running program, or where the variable VREL_PLUGIN_HOST of the environment says.
+  /// Where the variable VREL_PLUGIN_HOST of the environment says, or else beside the running program, or where the
+  /// installation of a program in `bin` has it: `../libexec/vrel`.
   [[nodiscard]] static std::string defaultHelperPath();
+  /// The same for a program in this folder.
+  [[nodiscard]] static std::string helperPathFor(const std::filesystem::path& folder);
 
  private:
   friend class Guest;
