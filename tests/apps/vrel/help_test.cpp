@@ -6,6 +6,8 @@
 #include <QScreen>
 #include <QWindow>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -88,6 +90,38 @@ TEST_F(Help, TheKeysOfLiveModeAreOnAPageAndWorkWhileItIsRead) {
   EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); }));
   driver.key("Escape");
   EXPECT_TRUE(closes("liveKeysWindow"));
+}
+
+/// With a program of the desktop that opens files and folders.
+class HelpFolder : public Help {
+ protected:
+  void SetUp() override {
+    const auto programs = driver.home() / "bin";
+    std::filesystem::create_directory(programs);
+    std::ofstream(programs / "xdg-open") << "#!/bin/sh\necho \"$1\" >'" << opened().string() << "'\n";
+    std::filesystem::permissions(programs / "xdg-open", std::filesystem::perms::owner_all);
+    ::setenv("PATH", (programs.string() + ":" + path_).c_str(), 1);
+    Help::SetUp();
+  }
+  ~HelpFolder() override { ::setenv("PATH", path_.c_str(), 1); }
+
+  [[nodiscard]] std::filesystem::path opened() const { return driver.home() / "opened"; }
+
+ private:
+  const std::string path_ = std::getenv("PATH");
+};
+
+TEST_F(HelpFolder, OfLogsAndCopiesIsMadeAndGivenToTheDesktop) {
+  choose("Help", "Folder of Logs and Copies");
+  const auto folder = driver.home() / ".local" / "state" / "vrel";
+  const auto given = [this] {
+    std::string line;
+    std::ifstream file(opened());
+    std::getline(file, line);
+    return line;
+  };
+  EXPECT_TRUE(driver.eventually([&] { return given() == "file://" + folder.string(); })) << given();
+  EXPECT_TRUE(std::filesystem::is_directory(folder));
 }
 
 }  // namespace
