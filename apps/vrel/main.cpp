@@ -86,9 +86,9 @@ int main(int argc, char** argv) {
     return fail(exitUsage, arguments.error().description + " (see --help)");
   }
   const auto folder = vrel::system::userRuntimeFolder();
-  SingleInstance instance(folder);
-  if (!instance.isFirst()) {
-    return handOver(instance, arguments.value());
+  auto instance = std::make_unique<SingleInstance>(folder);
+  if (!instance->isFirst()) {
+    return handOver(*instance, arguments.value());
   }
 
   const auto log = openLog();
@@ -105,7 +105,7 @@ int main(int argc, char** argv) {
   if (arguments.value().setlist) {
     program.loadSetlist(*arguments.value().setlist);
   }
-  instance.serve([&program](const auto& setlist) {
+  instance->serve([&program](const auto& setlist) {
     if (setlist && !program.openSetlist(*setlist)) {
       return SingleInstance::Answer::isLive;
     }
@@ -114,5 +114,6 @@ int main(int argc, char** argv) {
   });
   const int result = QApplication::exec();
   deadline.start(10s);
+  instance.reset();  // who starts from here on is the first
   return result;
 }
