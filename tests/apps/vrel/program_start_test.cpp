@@ -19,12 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Started with a setlist, in a session with a folder for what runs.
+/// Started with a setlist.
 class ProgramStart : public WholeProgram {
  protected:
   void SetUp() override {
-    fs::create_directory(runtime());
-    fs::permissions(runtime(), fs::perms::owner_all);
     fs::copy_file(VREL_EXAMPLE_SETLIST, driver.home() / "first.vrel");
     fs::copy_file(VREL_EXAMPLE_SETLIST, driver.home() / "second.vrel");
     WholeProgram::SetUp();
@@ -34,11 +32,6 @@ class ProgramStart : public WholeProgram {
     return {QString::fromStdString((driver.home() / "first.vrel").string())};
   }
 
-  void change(QProcessEnvironment& environment) override {
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QString::fromStdString(runtime().string()));
-  }
-
-  [[nodiscard]] fs::path runtime() const { return driver.home() / "runtime"; }
   [[nodiscard]] fs::path state() const { return driver.home() / ".local" / "state" / "vrel"; }
 
   static std::string textOf(const fs::path& path) {

@@ -13,6 +13,7 @@
 #include <QString>
 #include <QStringList>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "apps/vrel/console_driver.h"
@@ -29,6 +30,11 @@ class WholeProgram : public testing::Test {
     auto environment = QProcessEnvironment::systemEnvironment();
     const QString sanitizer = QStringLiteral("ASAN_OPTIONS");
     environment.insert(sanitizer, environment.value(sanitizer) + QStringLiteral(":detect_leaks=0"));
+    // A session of its own, or it would hand over to the program of a test that runs beside.
+    const auto session = driver.home() / "session";
+    std::filesystem::create_directory(session);
+    std::filesystem::permissions(session, std::filesystem::perms::owner_all);
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QString::fromStdString(session.string()));
     change(environment);
     program.setProcessEnvironment(environment);
     program.start(QStringLiteral(VREL_PROGRAM), arguments());
