@@ -69,6 +69,8 @@ double startOnce(system::test::JackServer& server, const std::filesystem::path& 
   server.start();
   system::test::ChildProcess program;
   auto watch = std::make_unique<StreamWatch>(server.name());
+  // A session of its own, or it would hand over to a program that runs already.
+  ::setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): nobody else reads it
   const auto start = Clock::now();
   program.start({VREL_PROGRAM}, folder / "vrel.log");
   const auto isOver = [&] { return watch->isLinked() || !program.isRunning(); };
