@@ -14,8 +14,13 @@ constexpr double triggerSeconds = 0.1;  // longer than any block
 
 }  // namespace
 
-ControlsEditor::ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, AppState& state, MainQueue& mainQueue)
-    : unit_(unit), state_(state), mainQueue_(mainQueue) {
+ControlsEditor::ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, std::shared_ptr<PresetChooser::Loaded> loaded,
+                               AppState& state, MainQueue& mainQueue)
+    : presets(std::make_shared<PresetChooser>(unit, std::move(loaded), state, mainQueue, [this] { refresh(); })),
+      unit_(unit),
+      state_(state),
+      mainQueue_(mainQueue) {
+  connections_.push_back(values.changed.connect([this](const auto&) { presets->compare(settings()); }));
   connections_.push_back(searchText.changed.connect([this](const auto&) { showRows(); }));
   connections_.push_back(tree.changed.connect([this](const auto&) {
     refresh();
@@ -24,6 +29,7 @@ ControlsEditor::ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, AppStat
 }
 
 void ControlsEditor::load() {
+  presets->load();
   if (const auto unit = unit_.lock()) {
     unit->auAudioUnit().requestParameterTree(
         [weak = weak_from_this(), &mainQueue = mainQueue_](std::shared_ptr<const AUParameterTree> read) {
@@ -52,6 +58,17 @@ void ControlsEditor::refresh() {
     now.push_back(std::isfinite(value) ? value : 0);
   }
   values.set(std::move(now));
+}
+
+std::vector<float> ControlsEditor::settings() const {
+  std::vector<float> settings;
+  for (std::size_t index = 0; index < values.get().size(); ++index) {
+    const AUParameter& parameter = tree.get()->allParameters[index];
+    if (!parameter.isOutput && !parameter.isTrigger) {
+      settings.push_back(values.get()[index]);
+    }
+  }
+  return settings;
 }
 
 const AUParameter* ControlsEditor::settable(std::size_t index) const {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "console/parameter_laws.h"
+#include "console/preset_chooser.h"
 #include "foundation/life_token.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
@@ -21,8 +22,9 @@ class MainQueue;
 /// changes by the plug-in, by MIDI and by a restored state appear. It works in every mode. Main thread.
 class ControlsEditor final : public NSViewController, public std::enable_shared_from_this<ControlsEditor> {
  public:
-  /// The plug-in may go at any time; all else is borrowed.
-  ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, AppState& state, MainQueue& mainQueue);
+  /// The plug-in may go at any time; the state and the queue are borrowed.
+  ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, std::shared_ptr<PresetChooser::Loaded> loaded,
+                 AppState& state, MainQueue& mainQueue);
 
   /// Asks for the parameters; called once it is held by a shared pointer.
   void load();
@@ -31,6 +33,7 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   Observable<std::string> searchText;
   Observable<std::vector<ControlRow>> rows;
   Observable<std::vector<float>> values;  // of allParameters
+  const std::shared_ptr<PresetChooser> presets;
 
   /// Reads the values again. To be called as often as the window is drawn.
   void refresh();
@@ -49,6 +52,7 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
 
  private:
   [[nodiscard]] const AUParameter* settable(std::size_t index) const;
+  [[nodiscard]] std::vector<float> settings() const;
   void showRows();
 
   const std::weak_ptr<AVAudioUnit> unit_;

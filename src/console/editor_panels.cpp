@@ -44,7 +44,10 @@ std::shared_ptr<EditorPanel> EditorPanels::find(const std::string& id) const {
 }
 
 std::shared_ptr<NSViewController> EditorPanels::makeGenericView(const std::shared_ptr<AVAudioUnit>& unit) {
-  auto view = std::make_shared<ControlsEditor>(unit, state_, mainQueue_);
+  std::erase_if(loadedPresets_, [](const auto& each) { return each.first.expired(); });
+  auto& loaded = loadedPresets_[unit];
+  loaded = loaded != nullptr ? loaded : std::make_shared<PresetChooser::Loaded>();
+  auto view = std::make_shared<ControlsEditor>(unit, loaded, state_, mainQueue_);
   view->load();
   return view;
 }

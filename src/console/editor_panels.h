@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -86,6 +87,7 @@ class EditorPanels final : public PluginEditorFactory {
   MainQueue& mainQueue_;
   Desktop& desktop_;
   std::vector<std::weak_ptr<EditorPanel>> made_;
+  std::map<std::weak_ptr<AVAudioUnit>, std::shared_ptr<PresetChooser::Loaded>, std::owner_less<>> loadedPresets_;
   std::unique_ptr<RepeatingTimer> refreshTimer_;
   int frontings_ = 0;
 };

@@ -6,13 +6,16 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "console/preset_chooser.h"
 #include "document/setlist_coding.h"
 #include "shell/shell_stage.h"
+#include "support/scripted_presets.h"
 
 namespace vrel {
 namespace {
@@ -84,6 +87,10 @@ class LiveModePolicyTable : public ShellStage {
       case LiveModeAction::changeRack:
       case LiveModeAction::undo:
         return changesPlugins(action);
+      case LiveModeAction::choosePreset:
+      case LiveModeAction::savePreset:
+      case LiveModeAction::deletePreset:
+        return changesPresets(action);
       case LiveModeAction::chooseMasterColor:
       case LiveModeAction::mix:
       case LiveModeAction::changeTempo:
@@ -214,6 +221,28 @@ class LiveModePolicyTable : public ShellStage {
         selector.open(channel);
         selector.pickPlayback();
         return content.trackEditor().channel() != nullptr;
+    }
+  }
+
+  bool changesPresets(LiveModeAction action) {
+    const auto instrument = std::make_shared<InstrumentWithPresets>("Keys");
+    auto& core = instrument->presetCore;
+    core.presets = {{"mine", "Mine", "", true}};
+    const auto loaded = std::make_shared<PresetChooser::Loaded>();
+    loaded->preset = core.presets.front();
+    const auto presets = std::make_shared<PresetChooser>(instrument, loaded, state, mainQueue, [] {});
+    presets->load();
+    mainQueue.runAll();
+    switch (action) {
+      case LiveModeAction::choosePreset:
+        presets->choose("mine");
+        return !core.used.empty();
+      case LiveModeAction::savePreset:
+        presets->save("New", false);
+        return !core.saved.empty();
+      default:
+        presets->removeLoaded();
+        return !core.deleted.empty();
     }
   }
 

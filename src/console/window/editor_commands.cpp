@@ -74,4 +74,26 @@ void EditorCommands::trigger(const QString& editorId, int control) {
   withEditor(editorId, [control](ControlsEditor& editor) { editor.trigger(static_cast<std::size_t>(control)); });
 }
 
+void EditorCommands::setPresetSearch(const QString& editorId, const QString& text) {
+  withEditor(editorId, [text = text.toStdString()](ControlsEditor& editor) { editor.presets->searchText.set(text); });
+}
+
+void EditorCommands::choosePreset(const QString& editorId, const QString& key) {
+  withEditor(editorId, [key = key.toStdString()](ControlsEditor& editor) { editor.presets->choose(key); });
+}
+
+void EditorCommands::stepPreset(const QString& editorId, int rowCount) {
+  withEditor(editorId, [rowCount](ControlsEditor& editor) { editor.presets->step(rowCount); });
+}
+
+void EditorCommands::savePreset(const QString& editorId, const QString& name, bool mayReplace) {
+  withEditor(editorId, [name = name.toStdString(), mayReplace](ControlsEditor& editor) {
+    editor.presets->save(name, mayReplace);
+  });
+}
+
+void EditorCommands::deletePreset(const QString& editorId) {
+  withEditor(editorId, [](ControlsEditor& editor) { editor.presets->removeLoaded(); });
+}
+
 }  // namespace vrel::window

@@ -38,6 +38,13 @@ class EditorCommands : public QObject {
   Q_INVOKABLE void enter(const QString& editorId, int control, const QString& text);
   Q_INVOKABLE void trigger(const QString& editorId, int control);
 
+  Q_INVOKABLE void setPresetSearch(const QString& editorId, const QString& text);
+  Q_INVOKABLE void choosePreset(const QString& editorId, const QString& key);
+  Q_INVOKABLE void stepPreset(const QString& editorId, int rowCount);
+  /// See PresetChooser.
+  Q_INVOKABLE void savePreset(const QString& editorId, const QString& name, bool mayReplace);
+  Q_INVOKABLE void deletePreset(const QString& editorId);
+
  private:
   void withEditor(const QString& editorId, std::function<void(ControlsEditor&)> action) const;
 

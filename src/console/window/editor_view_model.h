@@ -6,6 +6,7 @@
 #include <QString>
 
 #include "console/window/control_rows.h"
+#include "console/window/plugin_rows.h"
 #include "console/window/view_model.h"
 
 namespace vrel::window {
@@ -30,6 +31,17 @@ class EditorViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QList<vrel::window::ControlEntry>, entries)
   VREL_SHOWN(QList<double>, values)  // by ControlRows' role `control`
   VREL_SHOWN(bool, isLoaded)         // the controls are known
+  // Of its presets.
+  VREL_SHOWN(bool, hasPresets)
+  VREL_SHOWN(QString, presetSearch)
+  VREL_SHOWN(QList<vrel::window::PluginRow>, presets)  // by identifier
+  VREL_SHOWN(QString, presetKey)                       // the one that is loaded, or on its way; empty for none
+  VREL_SHOWN(QString, presetName)
+  VREL_SHOWN(bool, isOwnPreset)
+  VREL_SHOWN(bool, isPresetChanged)  // a control has been moved since
+  VREL_SHOWN(QList<QString>, ownPresetNames)
+  VREL_SHOWN(QString, presetProblem)
+  VREL_SHOWN(bool, maySavePreset)
 };
 
 }  // namespace vrel::window

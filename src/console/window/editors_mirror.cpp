@@ -9,6 +9,8 @@
 #include "console/content_view.h"
 #include "console/editor_panels.h"
 #include "console/window/editor_view_model.h"
+#include "document/app_state.h"
+#include "performance/live_mode_policy.h"
 
 namespace vrel::window {
 namespace {
@@ -30,6 +32,43 @@ QList<ControlEntry> entriesOf(const ControlsEditor& controls) {
 QList<double> valuesOf(const ControlsEditor& controls) {
   const auto& values = controls.values.get();
   return {values.begin(), values.end()};
+}
+
+QList<PluginRow> presetsOf(const PresetChooser& chooser) {
+  QList<PluginRow> rows;
+  for (const PresetRow& row : chooser.rows.get()) {
+    PluginRow shown;
+    shown.section = QString::fromStdString(row.section);
+    shown.key = QString::fromStdString(row.identifier);
+    shown.name = QString::fromStdString(row.name);
+    rows.append(shown);
+  }
+  return rows;
+}
+
+QList<QString> ownPresetsOf(const PresetChooser& chooser) {
+  QList<QString> names;
+  for (const auto& name : chooser.ownNames()) {
+    names.append(QString::fromStdString(name));
+  }
+  return names;
+}
+
+void showPresets(MirrorPublisher<EditorViewModel>& view, PresetChooser& presets, AppState& state) {
+  view.follow(View::hasPresetsKey, presets.isOffered);
+  view.follow(View::presetSearchKey, presets.searchText);
+  view.derive(
+      View::presetsKey, [&presets] { return presetsOf(presets); }, presets.rows);
+  view.derive(
+      View::ownPresetNamesKey, [&presets] { return ownPresetsOf(presets); }, presets.rows);
+  view.follow(View::presetKeyKey, presets.shown);
+  view.follow(View::presetNameKey, presets.shownName);
+  view.follow(View::isOwnPresetKey, presets.isOwn);
+  view.follow(View::isPresetChangedKey, presets.isChanged);
+  view.follow(View::presetProblemKey, presets.problem);
+  view.derive(
+      View::maySavePresetKey, [&state] { return LiveModePolicy::isAllowed(LiveModeAction::savePreset, state); },
+      state.isLiveModeEnabled);
 }
 
 }  // namespace
@@ -66,6 +105,7 @@ std::unique_ptr<EditorsMirror::Shown> EditorsMirror::makeShown(EditorPanel& pane
       View::entriesKey, [&controls] { return entriesOf(controls); }, controls.rows);
   view.derive(
       View::isLoadedKey, [&controls] { return controls.tree.get() != nullptr; }, controls.tree);
+  showPresets(view, *controls.presets, content_.appState());
   return shown;
 }
 

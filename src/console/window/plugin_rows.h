@@ -86,6 +86,12 @@ class PluginRows : public QAbstractListModel {
   }
   Q_INVOKABLE [[nodiscard]] vrel::window::PluginRow rowAt(int row) const { return rows_.value(row); }
 
+  /// The row with this key; -1 without one.
+  Q_INVOKABLE [[nodiscard]] int findKey(const QString& key) const {
+    const auto found = std::find_if(rows_.begin(), rows_.end(), [&](const PluginRow& row) { return row.key == key; });
+    return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
+  }
+
   /// Where this plug-in is now, under the same heading if possible; the first row when it is gone, -1 when all are.
   Q_INVOKABLE [[nodiscard]] int find(const vrel::window::PluginRow& wanted) const {
     int best = std::min(0, count() - 1);

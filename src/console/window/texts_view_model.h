@@ -126,6 +126,18 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(openEffect)
   VREL_TEXT(controlSearch)
   VREL_TEXT(noControls)
+  VREL_TEXT(noPreset)
+  VREL_TEXT(previousPreset)
+  VREL_TEXT(nextPreset)
+  VREL_TEXT(choosePreset)
+  VREL_TEXT(presetSearch)
+  VREL_TEXT(noPresets)
+  VREL_TEXT(presetChanged)
+  VREL_TEXT(savePreset)
+  VREL_TEXT(presetName)
+  VREL_TEXT(replacePreset)
+  VREL_TEXT(deletePreset)
+  VREL_TEXT(reallyDelete)
 
   /// In the order in which a picker offers them.
   [[nodiscard]] static QList<QString> languageCodes();

@@ -151,6 +151,9 @@ TEST_F(EditorWindow, ASearchLeavesWhatItFindsAndHeadingsNameTheGroups) {
 
 TEST_F(EditorWindow, AChoiceIsMadeByItsWord) {
   openPanel();
+  driver.click("controlSearch");
+  driver.type("shape");
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isShown("control0"); }));
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control4Choice"); }));
   EXPECT_EQ(driver.value("control4Choice", "displayText").toString(), QStringLiteral("Saw"));
   driver.click("control4Choice");

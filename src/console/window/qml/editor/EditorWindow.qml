@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The window of a plug-in: all its controls, in a list that can be searched. The desktop keeps it above the console.
+// The window of a plug-in: its presets, and all its controls in a list that can be searched. The desktop keeps it above the console.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -77,11 +77,30 @@ Window {
         anchors.margins: Theme.gap
         spacing: Theme.gap
 
+        PresetBar {
+            id: presetBar
+
+            Layout.fillWidth: true
+            visible: window.entry.hasPresets
+            desk: window.desk
+            entry: window.entry
+        }
+
+        PresetList {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: presetBar.visible && presetBar.isListOpen
+            desk: window.desk
+            entry: window.entry
+            onClosed: presetBar.isListOpen = false
+        }
+
         EntryField {
             id: search
 
             objectName: "controlSearch"
             Layout.fillWidth: true
+            visible: !presetBar.isListOpen
             placeholderText: window.desk.texts.controlSearch
             spokenName: placeholderText
             hint: readOnly ? window.desk.hints.notInLiveMode : window.desk.hints.search
@@ -93,7 +112,7 @@ Window {
         ControlList {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            visible: count > 0
+            visible: count > 0 && !presetBar.isListOpen
             desk: window.desk
             entry: window.entry
         }
@@ -101,7 +120,7 @@ Window {
         NothingFound {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            visible: window.entry.isLoaded && window.entry.entries.length === 0
+            visible: window.entry.isLoaded && window.entry.entries.length === 0 && !presetBar.isListOpen
             desk: window.desk
             title: window.desk.texts.noControls
         }
