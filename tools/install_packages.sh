@@ -10,7 +10,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config git python3
   nlohmann-json3-dev liblilv-dev lv2-dev libplist-dev libsndfile1-dev libvorbis-dev
-  librtaudio-dev libjack-jackd2-dev libasound2-dev
+  librtaudio-dev libjack-jackd2-dev libasound2-dev libx11-dev
   qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-wayland libgl-dev
   qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts

@@ -88,6 +88,18 @@ void GuestLink::forgetState() {
   state_.reset();
 }
 
+void GuestLink::setAtomListener(AtomListener listener) {
+  const MutexLock lock(atomMutex_);
+  atomListener_ = std::move(listener);
+}
+
+void GuestLink::passAtom(const Bytes& atom) {
+  const MutexLock lock(atomMutex_);
+  if (atomListener_) {
+    atomListener_(atom);
+  }
+}
+
 void GuestLink::request(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Answered handler) {
   {
     const MutexLock lock(mutex_);

@@ -73,6 +73,11 @@ class GuestLink {
   /// first.
   using Answered = std::function<void(Result<Bytes>)>;
   void request(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Answered handler);
+  /// Who gets what the plug-in sends to its editor, on the supervisor's thread; null for nobody. After the call the
+  /// earlier one is not called any more.
+  using AtomListener = std::function<void(const Bytes& atom)>;
+  void setAtomListener(AtomListener listener);
+  void passAtom(const Bytes& atom);
 
   /// Gives an answer to whoever waits for it. False for one that nobody can have asked for.
   [[nodiscard]] bool deliver(Message message);
@@ -99,6 +104,9 @@ class GuestLink {
   std::optional<Bytes> answer_ VREL_GUARDED_BY(mutex_);
   std::optional<std::uint32_t> stateRequest_ VREL_GUARDED_BY(mutex_);  // whose answer goes into `state_`
   std::optional<Bytes> state_ VREL_GUARDED_BY(mutex_);
+
+  Mutex atomMutex_;
+  AtomListener atomListener_ VREL_GUARDED_BY(atomMutex_);
 };
 
 }  // namespace vrel::sandbox

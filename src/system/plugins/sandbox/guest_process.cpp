@@ -55,13 +55,14 @@ class Environment {
 };
 
 /// This process's environment with the folder as the place for temporary files.
-std::vector<std::string> environmentWith(const std::string& folder) {
+std::vector<std::string> environmentFor(ProcessRole role, const std::string& folder) {
   Environment environment;
   if (!folder.empty()) {
     environment.set("TMPDIR", folder);
   }
-  // Guests open no windows, and Qt ends a plug-in that makes a Qt application when the display does not answer.
-  environment.set("QT_QPA_PLATFORM", "offscreen");
+  // Sound halves open no windows, and Qt ends one that makes a Qt application when the display does not answer. An
+  // editor's window is X11's.
+  environment.set("QT_QPA_PLATFORM", role == ProcessRole::editor ? "xcb" : "offscreen");
   return environment.take();
 }
 
@@ -99,9 +100,12 @@ class SpawnSettings {
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-  int spawn(pid_t& id, const std::string& program, const std::string& folder) {
+  int spawn(pid_t& id, const std::string& program, ProcessRole role, const std::string& folder) {
     std::vector<std::string> arguments = {program, std::to_string(getpid())};
-    std::vector<std::string> environment = environmentWith(folder);
+    if (role == ProcessRole::editor) {
+      arguments.emplace_back(editorRoleName);
+    }
+    std::vector<std::string> environment = environmentFor(role, folder);
     return posix_spawn(&id, program.c_str(), &actions_, &attributes_, pointers(arguments).data(),
                        pointers(environment).data());
   }
@@ -160,7 +164,7 @@ GuestProcess::~GuestProcess() {
   }
 }
 
-Result<GuestProcess> GuestProcess::start(const std::string& program, const FileDescriptor& memory,
+Result<GuestProcess> GuestProcess::start(const std::string& program, ProcessRole role, const FileDescriptor* memory,
                                          FileDescriptor& socket) {
   std::array<int, 2> ends{};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
@@ -172,13 +176,14 @@ Result<GuestProcess> GuestProcess::start(const std::string& program, const FileD
   if (guestEnd.get() == guestSocketNumber) {
     guestEnd = FileDescriptor(fcntl(guestEnd.get(), F_DUPFD_CLOEXEC, guestSocketNumber + 1));
   }
-  if (fcntl(hostEnd.get(), F_SETFL, O_NONBLOCK) != 0 || !sendDescriptor(hostEnd.get(), memory.get())) {
+  if (fcntl(hostEnd.get(), F_SETFL, O_NONBLOCK) != 0 ||
+      (memory != nullptr && !sendDescriptor(hostEnd.get(), memory->get()))) {
     return systemError("cannot create a socket", errno);
   }
   std::optional<ScratchFolder> folder = makeFolder();
   const std::string place = folder ? folder->path().string() : std::string();
   pid_t id = -1;
-  if (const int failure = SpawnSettings(guestEnd.get()).spawn(id, program, place); failure != 0) {
+  if (const int failure = SpawnSettings(guestEnd.get()).spawn(id, program, role, place); failure != 0) {
     return systemError(("cannot start " + program).c_str(), failure);
   }
   FileDescriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));

@@ -18,6 +18,12 @@ namespace vrel::sandbox {
 /// The descriptor on which a guest finds its socket.
 inline constexpr int guestSocketNumber = 3;
 
+/// What a process of the helper program is: the sound half of a plug-in, or its editor.
+enum class ProcessRole { plugin, editor };
+
+/// The word on the helper's command line, behind the program's number.
+inline constexpr const char* editorRoleName = "editor";
+
 /// What ends a keeper and all that it keeps; see guest_keeper.h.
 inline constexpr int keeperEndSignal = SIGUSR1;
 
@@ -41,7 +47,7 @@ inline constexpr std::size_t guestLogBytes = std::size_t{64} << 10U;
 ///
 /// It ends when the thread that started it ends, so that thread must live as long as the program. It shares no
 /// descriptor with the program but its standard error and its end of the socket, is in a process group of its own (a
-/// terminal's interrupt is not for it), and has a folder of its own for temporary files. Plug-ins that ask Qt for a
+/// terminal's interrupt is not for it), and has a folder of its own for temporary files. Sound halves that ask Qt for a
 /// display get one that nobody sees. Not thread-safe.
 class GuestProcess {
  public:
@@ -50,9 +56,9 @@ class GuestProcess {
     bool isCrash = false;  // by a signal
   };
 
-  /// Starts `program` and gives it `memory`. `socket` gets the host's end, which does not block.
-  [[nodiscard]] static Result<GuestProcess> start(const std::string& program, const FileDescriptor& memory,
-                                                  FileDescriptor& socket);
+  /// Starts `program` and gives it `memory`; an editor gets none. `socket` gets the host's end, which does not block.
+  [[nodiscard]] static Result<GuestProcess> start(const std::string& program, ProcessRole role,
+                                                  const FileDescriptor* memory, FileDescriptor& socket);
 
   /// Kills what still runs and waits for its end.
   ~GuestProcess();

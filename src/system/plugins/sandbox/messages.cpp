@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::uint32_t largestState = 256U << 20U;
 constexpr std::uint32_t largestText = 64U << 10U;
+constexpr std::uint32_t largestRequest = 1U << 20U;
 
 }  // namespace
 
@@ -19,7 +20,25 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::log:
     case MessageKind::usePreset:
     case MessageKind::presetUsed:
+    case MessageKind::portValues:
+    case MessageKind::portsWritten:
+    case MessageKind::editorKey:
       return largestText;
+    case MessageKind::openEditor:
+    case MessageKind::editorAtom:
+    case MessageKind::portAtom:
+    case MessageKind::pluginAtom:
+    case MessageKind::atomWritten:
+      return largestRequest;
+    case MessageKind::fitEditor:
+    case MessageKind::editorShown:
+    case MessageKind::editorSized:
+      return static_cast<std::uint32_t>(2 * sizeof(std::uint32_t));
+    case MessageKind::moveEditor:
+      return static_cast<std::uint32_t>(sizeof(std::uint32_t));
+    case MessageKind::takeStageKeys:
+    case MessageKind::watchAtoms:
+      return 1;
     case MessageKind::restoreState:
     case MessageKind::state:
       return largestState;
@@ -31,6 +50,7 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::reset:
     case MessageKind::quit:
     case MessageKind::done:
+    case MessageKind::editorClosed:
       return 0;
   }
   return std::nullopt;

@@ -10,13 +10,34 @@
 //   restoreState   host   a dictionary                             done
 //   usePreset      host   where its data is: its URI and its file  presetUsed
 //   reset          host   none                                     done
+//   watchAtoms     host   1 byte: whether what the plug-in puts out is to be sent
+//   editorAtom     host   a port's number, 4 bytes, and a packed atom for it (AtomPacking)
 //   quit           host   none                                     the guest ends
 //   ready          guest  channels that leave the plug-in, and the number of its process, 4 bytes each
 //   failed         guest  words; the guest then ends
 //   done           guest  none
 //   state          guest  a dictionary; nothing for one that is too large
 //   presetUsed     guest  nothing, or in words why it was not
+//   pluginAtom     guest  as editorAtom, from a port; while it is watched
 //   log            guest  one line, at any time
+//
+// Between the host and the process of an editor, with bodies from editor_messages.h:
+//
+//   message         from    body
+//   openEditor      host    EditorRequest; first, and once
+//   fitEditor       host    EditorSize: the window's content from now on
+//   moveEditor      host    EditorMove, 4 bytes
+//   portValues      host    PortValues: what has changed
+//   portAtom        host    as pluginAtom
+//   takeStageKeys   host    1 byte: whether the keys of panic never reach the editor
+//   quit            host    none
+//   editorShown     editor  EditorSize: it is on the screen
+//   editorSized     editor  EditorSize: it has resized itself
+//   portsWritten    editor  PortValues: moved in the editor
+//   atomWritten     editor  as editorAtom
+//   editorKey       editor  KeyEvent: a key that the editor has not used, or that is taken
+//   editorClosed    editor  none: by its own button; the process then ends
+//   failed, log     editor  as of a guest
 //
 // A guest that is ready may be asked to instantiate once more: it removes its plug-in first.
 // An answer carries the number of its request. A request that the plug-in refuses is done all the
@@ -43,12 +64,27 @@ enum class MessageKind : std::uint32_t {
   reset,
   quit,
   usePreset,
+  openEditor,
+  fitEditor,
+  moveEditor,
+  portValues,
+  takeStageKeys,
+  watchAtoms,
+  editorAtom,
+  portAtom,
   ready = 101,
   failed,
   done,
   state,
   log,
   presetUsed,
+  editorShown,
+  editorSized,
+  portsWritten,
+  editorKey,
+  editorClosed,
+  pluginAtom,
+  atomWritten,
 };
 
 struct MessageHead {

@@ -160,6 +160,14 @@ void SandboxedInstance::deleteUserPreset(const std::string& identifier, Handler 
   }
 }
 
+void SandboxedInstance::requestViewController(ViewControllerHandler completionHandler) {
+  if (requestView_) {
+    requestView_(editorGate_, processor_->sampleRate(), std::move(completionHandler));
+  } else {
+    completionHandler(nullptr);
+  }
+}
+
 void SandboxedInstance::reset() {
   processor_->forgetEvents();
   const Result<Bytes> answer =

@@ -14,6 +14,7 @@
 #include "system/audio/graph_node.h"
 #include "system/plugins/observable_instrument.h"
 #include "system/plugins/preset_library.h"
+#include "system/plugins/sandbox/editor_service.h"
 #include "system/plugins/sandbox/sandbox_processor.h"
 #include "system/plugins/sandboxed_node.h"
 
@@ -31,13 +32,25 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   /// Where a plug-in's parameters are read; empty where none are known. See Lv2World.
   using RequestParameters = std::function<void(double sampleRate, ParameterTreeHandler handler)>;
 
+  /// Gives a view of the plug-in; empty where there is none.
+  using RequestView =
+      std::function<void(const std::shared_ptr<GuestGate>& guest, double sampleRate, ViewControllerHandler handler)>;
+
   SandboxedInstance(std::shared_ptr<SandboxProcessor> processor, std::string name, Log log,
                     RequestParameters requestParameters, std::shared_ptr<PresetLibrary> presets)
       : processor_(std::move(processor)),
         name_(std::move(name)),
         log_(std::move(log)),
         requestParameters_(std::move(requestParameters)),
-        presets_(std::move(presets)) {}
+        presets_(std::move(presets)) {
+    editorGate_->open(processor_->guest());
+  }
+  ~SandboxedInstance() override { editorGate_->close(); }
+  SandboxedInstance(const SandboxedInstance&) = delete;
+  SandboxedInstance& operator=(const SandboxedInstance&) = delete;
+
+  /// Before the first request for a view.
+  void setRequestView(RequestView requestView) { requestView_ = std::move(requestView); }
 
   void requestFullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
@@ -53,6 +66,7 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   void usePreset(const std::string& identifier, Handler handler) override;
   void saveUserPreset(const std::string& name, SaveHandler handler) override;
   void deleteUserPreset(const std::string& identifier, Handler handler) override;
+  void requestViewController(ViewControllerHandler completionHandler) override;
   void reset();
 
   /// Whether the guest lives and neither owes an answer nor is behind with its blocks.
@@ -69,6 +83,8 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   const Log log_;
   const RequestParameters requestParameters_;
   const std::shared_ptr<PresetLibrary> presets_;  // null where none are known
+  RequestView requestView_;
+  const std::shared_ptr<GuestGate> editorGate_ = std::make_shared<GuestGate>();
   std::optional<PropertyListDictionary> lastState_;
 
   // A capture under way; none between captures.

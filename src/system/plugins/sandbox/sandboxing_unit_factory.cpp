@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/dispatch.h"
+#include "system/plugins/sandbox/editor_service.h"
 #include "system/plugins/sandbox/sandboxed_unit.h"
 
 namespace vrel::sandbox {
@@ -20,6 +21,20 @@ std::shared_ptr<AVAudioUnit> makeNode(Supervisor::Ready ready, const AudioCompon
   }
   return std::make_shared<SandboxedUnit>(std::move(processor), place.name, settings.log, place.requestParameters,
                                          place.presets);
+}
+
+/// What answers a request for the plug-in's view.
+SandboxedInstance::RequestView viewRequest(const std::shared_ptr<EditorService>& editors, const PluginPlace& place) {
+  if (editors == nullptr || !place.requestEditor) {
+    return {};
+  }
+  return [editors, request = place.requestEditor](const std::shared_ptr<GuestGate>& guest, double sampleRate,
+                                                  AUAudioUnit::ViewControllerHandler handler) {
+    request([editors, guest, sampleRate, handler = std::move(handler)](std::optional<EditorPlace> found) {
+      const bool canOpen = found && editors->hasDisplay();
+      handler(canOpen ? EditorService::makeView(editors, *std::move(found), guest, sampleRate) : nullptr);
+    });
+  };
 }
 
 /// A request that has failed, while its handler runs.
@@ -84,7 +99,7 @@ void SandboxingUnitFactory::launch(const AudioComponentDescription& description,
                     .worksWithinBlock = settings_.worksWithinBlock,
                     .isRealTime = settings_.isRealTime};
   const auto made = std::make_shared<Made>();
-  launch.done = [made, description, place = *place, settings = std::move(settings),
+  launch.done = [made, description, place = *place, settings = std::move(settings), editors = editors_,
                  handler = std::move(completionHandler)](Result<Supervisor::Ready> result) {
     if (!result) {
       const FailedRequest failed{description, result.error()};
@@ -95,6 +110,7 @@ void SandboxingUnitFactory::launch(const AudioComponentDescription& description,
     }
     made->processId = result.value().guest->processId();
     auto node = makeNode(std::move(result).value(), description, place, settings);
+    dynamic_cast<SandboxedInstance&>(node->auAudioUnit()).setRequestView(viewRequest(editors, place));
     made->node = node;
     handler(std::move(node), std::nullopt);
   };

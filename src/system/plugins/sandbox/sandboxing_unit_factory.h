@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/audio_unit.h"
+#include "system/plugins/editor_place.h"
 #include "system/plugins/plugin_counters.h"
 #include "system/plugins/preset_library.h"
 #include "system/plugins/sandbox/supervisor.h"
@@ -19,6 +20,8 @@ class MainQueue;
 }  // namespace vrel
 
 namespace vrel::sandbox {
+
+class EditorService;
 
 /// Where a plug-in is found on this machine.
 struct PluginPlace {
@@ -30,6 +33,9 @@ struct PluginPlace {
   std::function<void(double sampleRate, AUAudioUnit::ParameterTreeHandler handler)> requestParameters{};
 
   std::shared_ptr<PresetLibrary> presets{};  // its presets; may be null
+
+  /// Looks for its own editor, and answers on any thread; may be empty. See Lv2World.
+  std::function<void(std::function<void(std::optional<EditorPlace>)> handler)> requestEditor{};
 };
 
 struct SandboxSettings {
@@ -80,6 +86,9 @@ class SandboxingUnitFactory final : public AudioUnitFactory {
   /// Set before the first request, on the main thread; called until the factory goes.
   void setDeathHandler(DeathHandler handler);
 
+  /// Opens the plug-ins' own editors from now on; without it they have none. Set before the first request.
+  void setEditors(std::shared_ptr<EditorService> editors) { editors_ = std::move(editors); }
+
   void instantiate(const AudioComponentDescription& description, AudioComponentInstantiationOptions options,
                    UnitHandler completionHandler) override;
   void instantiateMIDIInstrument(const AudioComponentDescription& description,
@@ -93,6 +102,7 @@ class SandboxingUnitFactory final : public AudioUnitFactory {
   MainQueue& mainQueue_;
   const SandboxSettings settings_;
   std::atomic<double> sampleRate_;
+  std::shared_ptr<EditorService> editors_;
   const std::shared_ptr<DeathHandler> deathHandler_ = std::make_shared<DeathHandler>();  // used on the main thread
 };
 

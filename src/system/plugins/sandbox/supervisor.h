@@ -34,6 +34,9 @@ class Guest {
   [[nodiscard]] bool requestState();
   void request(MessageKind kind, Bytes body, MessageKind answer, GuestLink::Answered handler);
 
+  /// Sends what has no answer. Any thread.
+  void send(MessageKind kind, Bytes body) { sender()({kind, 0, std::move(body)}); }
+
   [[nodiscard]] GuestLink& link() { return *link_; }
 
  private:

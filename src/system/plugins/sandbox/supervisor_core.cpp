@@ -178,7 +178,7 @@ void Supervisor::Core::start(const std::weak_ptr<Supervisor>& supervisor, const 
     return;
   }
   FileDescriptor socket;
-  Result<GuestProcess> process = GuestProcess::start(settings_.helperPath, descriptor, socket);
+  Result<GuestProcess> process = GuestProcess::start(settings_.helperPath, ProcessRole::plugin, &descriptor, socket);
   if (!process) {
     launch.done(process.error());
     return;
@@ -261,8 +261,8 @@ void Supervisor::Core::receive(std::uint64_t key, Record& record, bool isLast) {
 }
 
 bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message) {
-  if (message.kind == MessageKind::log) {
-    passOn(record, message.body);
+  if (message.kind == MessageKind::log || message.kind == MessageKind::pluginAtom) {
+    message.kind == MessageKind::log ? passOn(record, message.body) : record.link->passAtom(message.body);
     return true;
   }
   if (record.stage == Stage::closing) {

@@ -41,6 +41,8 @@ class Stage {
       setenv("LV2_PATH", VREL_ZOO_PATH, 1);
     } else if (bundles == Bundles::known) {
       setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
+    } else if (const char* const places = std::getenv("VREL_BUNDLES"); places != nullptr) {
+      setenv("LV2_PATH", places, 1);
     } else {
       unsetenv("LV2_PATH");
     }

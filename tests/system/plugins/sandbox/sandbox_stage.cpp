@@ -23,6 +23,9 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
     const std::lock_guard lock(lines->mutex);
     lines->all.push_back(line);
   };
+  editors_ = std::make_shared<EditorService>(EditorService::Settings{
+      EditorSupervisor::start({.helperPath = helper, .log = settings_.log, .closingGrace = 200ms}).value(), mainLoop_,
+      settings_.log});
   supervisor_ = Supervisor::start({.helperPath = std::move(helper),
                                    .log = settings_.log,
                                    .closingGrace = 200ms,
@@ -35,13 +38,19 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
     if (plugin == nullptr) {
       return std::nullopt;
     }
-    return PluginPlace{plugin->name, plugin->bundlePath, plugin->uri,
+    return PluginPlace{plugin->name,
+                       plugin->bundlePath,
+                       plugin->uri,
                        [world, codes](double sampleRate, AUAudioUnit::ParameterTreeHandler handler) {
                          world->requestParameters(codes, sampleRate, std::move(handler));
                        },
-                       std::make_shared<lv2::Lv2PresetLibrary>(world, codes)};
+                       std::make_shared<lv2::Lv2PresetLibrary>(world, codes),
+                       [world, codes](std::function<void(std::optional<EditorPlace>)> handler) {
+                         world->requestEditor(codes, std::move(handler));
+                       }};
   };
   factory_ = std::make_unique<SandboxingUnitFactory>(supervisor_, finder, mainLoop_, settings_);
+  factory_->setEditors(editors_);
   factory_->setDeathHandler([this](const SandboxingUnitFactory::Death& death) {
     deaths_.push_back(death.processId);
     settings_.log(death.how);
@@ -50,18 +59,27 @@ SandboxStage::SandboxStage(GuestLink::Timeout timeout, std::string helper, bool 
 
 SandboxStage::~SandboxStage() {
   factory_.reset();
+  editors_.reset();
   supervisor_.reset();
   EXPECT_TRUE(childrenOf(getpid()).empty()) << "a process is left behind";
 }
 
-std::future<SandboxStage::Made> SandboxStage::makeLater(const std::string& uri,
+std::future<SandboxStage::Made> SandboxStage::makeLater(const AudioComponentDescription& codes,
                                                         AudioComponentInstantiationOptions options) {
   auto made = std::make_shared<std::promise<Made>>();
-  factory_->instantiate(inProcess_.component(uri).audioComponentDescription, options,
-                        [made](std::shared_ptr<AVAudioUnit> unit, std::optional<Error> error) {
-                          made->set_value({std::move(unit), std::move(error)});
-                        });
+  factory_->instantiate(codes, options, [made](std::shared_ptr<AVAudioUnit> unit, std::optional<Error> error) {
+    made->set_value({std::move(unit), std::move(error)});
+  });
   return made->get_future();
+}
+
+std::future<SandboxStage::Made> SandboxStage::makeLater(const std::string& uri,
+                                                        AudioComponentInstantiationOptions options) {
+  return makeLater(inProcess_.component(uri).audioComponentDescription, options);
+}
+
+SandboxStage::Made SandboxStage::make(const AVAudioUnitComponent& component) {
+  return makeLater(component.audioComponentDescription, AudioComponentInstantiationOptions::outOfProcess).get();
 }
 
 SandboxStage::Made SandboxStage::make(const std::string& uri, AudioComponentInstantiationOptions options) {

@@ -18,6 +18,7 @@
 
 #include "system/dispatch/offline_main_loop.h"
 #include "system/plugins/lv2/lv2_stage.h"
+#include "system/plugins/sandbox/editor_service.h"
 #include "system/plugins/sandbox/sandboxed_unit.h"
 #include "system/plugins/sandbox/sandboxing_unit_factory.h"
 
@@ -38,6 +39,7 @@ class SandboxStage : public testing::Test {
   /// A unit, once it is there; `makeLater` does not wait.
   [[nodiscard]] Made make(const std::string& uri, AudioComponentInstantiationOptions options =
                                                       AudioComponentInstantiationOptions::outOfProcess);
+  [[nodiscard]] Made make(const AVAudioUnitComponent& component);
   [[nodiscard]] std::future<Made> makeLater(
       const std::string& uri,
       AudioComponentInstantiationOptions options = AudioComponentInstantiationOptions::outOfProcess);
@@ -70,10 +72,14 @@ class SandboxStage : public testing::Test {
   [[nodiscard]] std::size_t guestCount() const { return supervisor_->processCount(); }
   [[nodiscard]] std::size_t parkedCount() const { return supervisor_->parkedCount(); }
 
+  [[nodiscard]] std::future<Made> makeLater(const AudioComponentDescription& codes,
+                                            AudioComponentInstantiationOptions options);
+
   lv2::Stage inProcess_;
   system::OfflineClock clock_;
   system::OfflineMainLoop mainLoop_{clock_};
   std::unique_ptr<SandboxingUnitFactory> factory_;
+  std::shared_ptr<EditorService> editors_;
 
  private:
   struct Lines {

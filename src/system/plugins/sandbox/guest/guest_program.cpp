@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/guest/guest_program.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -10,8 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <utility>
 
+#include "system/plugins/lv2/atom_packing.h"
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/lv2_world.h"
 #include "system/plugins/sandbox/property_list_bytes.h"
@@ -21,6 +24,9 @@ namespace vrel::sandbox {
 namespace {
 
 constexpr std::size_t longestLine = 4096;
+
+// How often an editor is sent what its plug-in puts out.
+constexpr int atomMilliseconds = 15;
 
 /// There is nobody left to serve, and a plug-in in the midst of something must not hold this up.
 [[noreturn]] void leave() {
@@ -96,6 +102,11 @@ Message GuestProgram::nextMessage() {
     if (auto message = parser_.next()) {
       return *std::move(message);
     }
+    pollfd ready{socket_.get(), POLLIN, 0};
+    if (isWatched_ && poll(&ready, 1, atomMilliseconds) == 0) {
+      sendPluginAtoms();
+      continue;
+    }
     std::array<std::uint8_t, 65536> buffer{};
     const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
     if (count > 0) {
@@ -111,6 +122,7 @@ Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   const AudioComponentDescription codes{request.componentType, request.componentSubType, request.componentManufacturer};
   loop_.reset();
   instance_.reset();
+  isWatched_ = false;
   // The host counts blocks and losses from the beginning, too. A control that waited for a block was the earlier one's.
   SharedBlock& shared = memory_->block();
   post(shared.request, 0);
@@ -175,10 +187,44 @@ void GuestProgram::handle(const Message& message) {
       send({MessageKind::presetUsed, message.request, Bytes(words.begin(), words.end())});
       return;
     }
+    case MessageKind::watchAtoms:
+      watchAtoms(ByteReader(message.body).number<std::uint8_t>() != 0);
+      return;
+    case MessageKind::editorAtom:
+      takeEditorAtom(message);
+      return;
     default:
       leave();
   }
   send({MessageKind::done, message.request});
+}
+
+void GuestProgram::watchAtoms(bool isWatched) {
+  isWatched_ = isWatched;
+  instance_->processor()->atoms().watch(isWatched);
+}
+
+void GuestProgram::takeEditorAtom(const Message& message) {
+  ByteReader reader(message.body);
+  const auto port = reader.number<std::uint32_t>();
+  const auto packed = std::span(message.body).last(reader.remaining());
+  if (const auto atom = lv2::AtomPacking(world_->urids()).unpack(packed)) {
+    (void)instance_->processor()->atoms().send(port, *atom);
+  }
+  sendPluginAtoms();
+}
+
+void GuestProgram::sendPluginAtoms() {
+  const lv2::AtomPacking packing(world_->urids());
+  instance_->processor()->atoms().takeAll([&](std::uint32_t port, std::span<const std::uint8_t> atom) {
+    if (const auto packed = packing.pack(atom)) {
+      ByteWriter writer;
+      writer.number(port);
+      Bytes body = writer.take();
+      body.insert(body.end(), packed->begin(), packed->end());
+      send({MessageKind::pluginAtom, 0, std::move(body)});
+    }
+  });
 }
 
 void GuestProgram::send(const Message& message) {

@@ -33,6 +33,10 @@ class GuestProgram {
   [[nodiscard]] Message nextMessage();
   [[nodiscard]] Outcome instantiate(const InstantiateRequest& request);
   void handle(const Message& message);
+  /// For the editor; both answer nothing.
+  void watchAtoms(bool isWatched);
+  void takeEditorAtom(const Message& message);
+  void sendPluginAtoms();
   void send(const Message& message);
   void log(const std::string& line);
 
@@ -44,6 +48,7 @@ class GuestProgram {
   std::shared_ptr<lv2::Lv2World> world_;
   std::unique_ptr<lv2::Lv2Instance> instance_;
   std::unique_ptr<AudioLoop> loop_;  // ends first
+  bool isWatched_ = false;
 };
 
 }  // namespace vrel::sandbox

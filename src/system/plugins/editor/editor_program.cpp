@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/plugins/editor/editor_program.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <span>
+#include <utility>
+
+namespace vrel::editor {
+namespace {
+
+using sandbox::Bytes;
+using sandbox::Message;
+using sandbox::MessageKind;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto idleInterval = std::chrono::milliseconds(33);
+constexpr std::size_t longestEditorLine = 4096;
+constexpr std::size_t mostValuesInMessage = 4096;
+
+Bytes bytesOf(const std::string& text) {
+  return {text.begin(), text.begin() + static_cast<std::ptrdiff_t>(std::min(text.size(), longestEditorLine))};
+}
+
+}  // namespace
+
+int EditorProgram::serve() {
+  std::optional<Message> first;
+  while (!(first = parser_.next())) {
+    readMessages();
+  }
+  const auto request =
+      first->kind == MessageKind::openEditor ? sandbox::editorRequestFromBytes(first->body) : std::nullopt;
+  if (!request) {
+    return EXIT_FAILURE;
+  }
+  if (const Outcome failure = open(*request)) {
+    send({MessageKind::failed, 0, bytesOf(failure->description)});
+    return EXIT_FAILURE;
+  }
+  run();
+  editor_.reset();
+  window_.reset();
+  return EXIT_SUCCESS;
+}
+
+Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
+  editor_ = std::make_unique<HostedEditor>(
+      request, HostedEditor::Handlers{.written = [this](const sandbox::PortValue& value) { written_.push_back(value); },
+                                      .atomWritten =
+                                          [this](std::uint32_t port, const std::vector<std::uint8_t>& packed) {
+                                            sandbox::ByteWriter writer;
+                                            writer.number(port);
+                                            Bytes body = writer.take();
+                                            body.insert(body.end(), packed.begin(), packed.end());
+                                            if (body.size() <= sandbox::largestBody(MessageKind::atomWritten)) {
+                                              sendWritten();  // in the order of the editor
+                                              send({MessageKind::atomWritten, 0, std::move(body)});
+                                            }
+                                          },
+                                      .resized = [this](const sandbox::EditorSize& size) { window_->resizeView(size); },
+                                      .log =
+                                          [this](const std::string& line) {
+                                            send({MessageKind::log, 0, bytesOf(line)});
+                                          }});
+  if (Outcome failure = editor_->load()) {
+    return failure;
+  }
+  auto window = EditorWindow::open({request.title, request.content, request.mainWindow});
+  if (!window) {
+    return window.error();
+  }
+  window_ = std::move(window).value();
+  window_->takeStageKeys(request.takesStageKeys);
+  window_->show();
+  if (Outcome failure = editor_->open(window_->id())) {
+    return failure;
+  }
+  window_->adopt(editor_->window());
+  sentSize_ = window_->viewSize().value_or(sandbox::EditorSize{});
+  send({MessageKind::editorShown, 0, toBytes(*sentSize_)});
+  return std::nullopt;
+}
+
+void EditorProgram::run() {
+  auto idleAt = Clock::now();
+  while (!isOver_) {
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(idleAt - Clock::now()).count();
+    waitForWork(static_cast<int>(std::max<std::int64_t>(0, wait)));
+    while (const auto message = parser_.next()) {
+      handle(*message);
+    }
+    window_->handleEvents();
+    if (!isOver_ && window_->isClosed()) {
+      send({MessageKind::editorClosed});
+      isOver_ = true;
+    }
+    if (!isOver_ && Clock::now() >= idleAt) {
+      if (window_->isMapped() && !editor_->idle()) {
+        send({MessageKind::editorClosed});
+        isOver_ = true;
+      }
+      // Not in a row when it takes longer than that.
+      idleAt = Clock::now() + idleInterval;
+      passOn();
+    }
+  }
+}
+
+void EditorProgram::waitForWork(int milliseconds) {
+  std::array<pollfd, 2> ready{{{socket_.get(), POLLIN, 0}, {window_->descriptor(), POLLIN, 0}}};
+  if (poll(ready.data(), ready.size(), milliseconds) > 0 && ready[0].revents != 0) {
+    readMessages();
+  }
+}
+
+void EditorProgram::readMessages() {
+  std::array<std::uint8_t, 65536> buffer{};
+  const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
+  if (count > 0) {
+    parser_.add(std::span(buffer).first(static_cast<std::size_t>(count)));
+  }
+  if (count == 0 || (count < 0 && errno != EINTR) || parser_.isDamaged()) {
+    std::_Exit(EXIT_FAILURE);  // nobody is left to open anything for
+  }
+}
+
+void EditorProgram::handle(const Message& message) {
+  sandbox::ByteReader reader(message.body);
+  switch (message.kind) {
+    case MessageKind::fitEditor:
+      if (const auto size = sandbox::editorSizeFromBytes(message.body)) {
+        window_->setContentSize(*size);
+      }
+      break;
+    case MessageKind::moveEditor:
+      window_->move(static_cast<sandbox::EditorMove>(reader.number<std::uint32_t>()));
+      break;
+    case MessageKind::portValues:
+      if (const auto values = sandbox::portValuesFromBytes(message.body)) {
+        editor_->show(*values);
+      }
+      break;
+    case MessageKind::portAtom: {
+      const auto port = reader.number<std::uint32_t>();
+      editor_->showAtom(port, std::span(message.body).last(reader.remaining()));
+      break;
+    }
+    case MessageKind::takeStageKeys:
+      window_->takeStageKeys(reader.number<std::uint8_t>() != 0);
+      break;
+    default:
+      isOver_ = true;
+      break;
+  }
+}
+
+void EditorProgram::sendWritten() {
+  for (std::size_t first = 0; first < written_.size(); first += mostValuesInMessage) {
+    const std::size_t count = std::min(mostValuesInMessage, written_.size() - first);
+    send({MessageKind::portsWritten, 0, toBytes(std::span<const sandbox::PortValue>(written_).subspan(first, count))});
+  }
+  written_.clear();
+}
+
+/// What the editor has done since the last time.
+void EditorProgram::passOn() {
+  sendWritten();
+  if (const auto size = window_->viewSize(); size && sentSize_ != size) {
+    sentSize_ = size;
+    send({MessageKind::editorSized, 0, toBytes(*size)});
+  }
+  for (const KeyEvent& key : window_->takeKeys()) {
+    send({MessageKind::editorKey, 0, sandbox::toBytes(key)});
+  }
+}
+
+void EditorProgram::send(const Message& message) {
+  const Bytes bytes = toBytes(message);
+  const MutexLock lock(sending_);
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count > 0) {
+      sent += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      std::_Exit(EXIT_FAILURE);
+    }
+  }
+}
+
+}  // namespace vrel::editor
