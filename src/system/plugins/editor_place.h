@@ -18,8 +18,11 @@ struct EditorPort {
   bool operator==(const EditorPort&) const = default;
 };
 
+enum class EditorKind : std::uint8_t { x11, gtk2 };
+
 /// A plug-in's own editor, as its data describes it: enough to open it without reading that data again.
 struct EditorPlace {
+  EditorKind kind = EditorKind::x11;
   std::string pluginName;
   std::string pluginUri;
   std::string uri;

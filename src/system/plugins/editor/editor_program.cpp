@@ -46,6 +46,9 @@ int EditorProgram::serve() {
   }
   run();
   editor_.reset();
+  if (gtk_ != nullptr) {
+    gtk_->removeWindow();
+  }
   window_.reset();
   return EXIT_SUCCESS;
 }
@@ -69,6 +72,14 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
                                           [this](const std::string& line) {
                                             send({MessageKind::log, 0, bytesOf(line)});
                                           }});
+  EditorWindow::prepare();
+  if (request.place.kind == EditorKind::gtk2) {
+    auto toolkit = GtkToolkit::load();
+    if (!toolkit) {
+      return toolkit.error();
+    }
+    gtk_ = std::move(toolkit).value();
+  }
   if (Outcome failure = editor_->load()) {
     return failure;
   }
@@ -82,10 +93,19 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
   if (Outcome failure = editor_->open(window_->id())) {
     return failure;
   }
-  window_->adopt(editor_->window());
+  embed();
   sentSize_ = window_->viewSize().value_or(sandbox::EditorSize{});
   send({MessageKind::editorShown, 0, toBytes(*sentSize_)});
   return std::nullopt;
+}
+
+void EditorProgram::embed() {
+  if (gtk_ == nullptr) {
+    window_->adopt(reinterpret_cast<std::uintptr_t>(editor_->widget()));
+  } else if (editor_->widget() != nullptr) {
+    window_->adopt(gtk_->embed(editor_->widget(), window_->id()));
+    window_->resizeView(gtk_->wantedSize());
+  }
 }
 
 void EditorProgram::run() {
@@ -97,6 +117,9 @@ void EditorProgram::run() {
       handle(*message);
     }
     window_->handleEvents();
+    if (gtk_ != nullptr) {
+      gtk_->handleEvents();
+    }
     if (!isOver_ && window_->isClosed()) {
       send({MessageKind::editorClosed});
       isOver_ = true;

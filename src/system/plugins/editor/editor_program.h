@@ -8,6 +8,7 @@
 
 #include "foundation/mutex.h"
 #include "system/plugins/editor/editor_window.h"
+#include "system/plugins/editor/gtk_toolkit.h"
 #include "system/plugins/editor/hosted_editor.h"
 #include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/messages.h"
@@ -28,6 +29,7 @@ class EditorProgram {
 
  private:
   [[nodiscard]] Outcome open(const sandbox::EditorRequest& request);
+  void embed();
   void run();
   void waitForWork(int milliseconds);
   void readMessages();
@@ -40,6 +42,7 @@ class EditorProgram {
   Mutex sending_;
   sandbox::MessageParser parser_;
   std::unique_ptr<EditorWindow> window_;
+  std::unique_ptr<GtkToolkit> gtk_;       // where the editor is made of it
   std::unique_ptr<HostedEditor> editor_;  // ends first
   std::vector<sandbox::PortValue> written_;
   std::optional<sandbox::EditorSize> sentSize_;

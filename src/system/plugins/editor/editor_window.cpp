@@ -36,10 +36,14 @@ EditorSize sizeOf(int width, int height) {
 
 }  // namespace
 
-Result<std::unique_ptr<EditorWindow>> EditorWindow::open(const Settings& settings) {
+void EditorWindow::prepare() {
   XInitThreads();
   XSetErrorHandler(ignoreError);
   XSetIOErrorHandler(leaveWithoutDisplay);
+}
+
+Result<std::unique_ptr<EditorWindow>> EditorWindow::open(const Settings& settings) {
+  prepare();
   Display* const display = XOpenDisplay(nullptr);
   if (display == nullptr) {
     return Error{"found no X display"};

@@ -34,6 +34,9 @@ class EditorWindow {
     std::uint64_t mainWindow = 0;  // see EditorRequest
   };
 
+  /// Before any other use of X11. Its errors end nothing from then on, until a library changes that.
+  static void prepare();
+
   /// Not on the screen yet.
   [[nodiscard]] static Result<std::unique_ptr<EditorWindow>> open(const Settings& settings);
   ~EditorWindow();

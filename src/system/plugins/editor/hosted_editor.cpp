@@ -75,7 +75,9 @@ Outcome HostedEditor::open(unsigned long parent) {
   offer(LV2_URID__unmap, urids_.unmapFeature());
   offer(LV2_OPTIONS__options, options_.data());
   offer(LV2_LOG__log, log_.feature());
-  offer(LV2_UI__parent, reinterpret_cast<void*>(static_cast<std::uintptr_t>(parent)));
+  if (request_.place.kind == EditorKind::x11) {
+    offer(LV2_UI__parent, reinterpret_cast<void*>(static_cast<std::uintptr_t>(parent)));
+  }
   offer(LV2_UI__resize, &resizeFeature_);
   offer(LV2_UI__portMap, &portMap_);
   offer(LV2_UI__portSubscribe, &subscribe_);

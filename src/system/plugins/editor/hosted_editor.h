@@ -41,11 +41,12 @@ class HostedEditor {
   /// Loads the library, and finds the editor in it.
   [[nodiscard]] Outcome load();
 
-  /// Makes the editor within X11's window `parent`, and gives it the values it begins with. Takes as long as it takes.
+  /// Makes the editor, of X11 within the window `parent`, and gives it the values it begins with. Takes as long as it
+  /// takes.
   [[nodiscard]] Outcome open(unsigned long parent);
 
-  /// X11's number of its window; 0 where it gives none.
-  [[nodiscard]] unsigned long window() const { return reinterpret_cast<std::uintptr_t>(widget_); }
+  /// X11's number of its window, or its widget; null where it gives none.
+  [[nodiscard]] LV2UI_Widget widget() const { return widget_; }
 
   void show(const std::vector<sandbox::PortValue>& values);
 

@@ -27,12 +27,14 @@ class EditorReader {
   explicit EditorReader(LilvWorld* world) : world_(world) {}
 
   /// None for an editor of another kind, or one that cannot be opened.
-  [[nodiscard]] std::optional<EditorPlace> read(const LilvUI* editor) const {
-    if (!lilv_ui_is_a(editor, uri(LV2_UI__X11UI).get()) || !hasReadableData(editor)) {
+  [[nodiscard]] std::optional<EditorPlace> read(const LilvUI* editor, EditorKind kind) const {
+    const char* const kindUri = kind == EditorKind::gtk2 ? LV2_UI__GtkUI : LV2_UI__X11UI;
+    if (!lilv_ui_is_a(editor, uri(kindUri).get()) || !hasReadableData(editor)) {
       return std::nullopt;
     }
     lilv_world_load_resource(world_, lilv_ui_get_uri(editor));
     EditorPlace place;
+    place.kind = kind;
     place.uri = lilv_node_as_uri(lilv_ui_get_uri(editor));
     place.bundlePath = path(lilv_ui_get_bundle_uri(editor));
     place.libraryPath = path(lilv_ui_get_binary_uri(editor));
@@ -80,9 +82,11 @@ std::optional<EditorPlace> describeEditor(LilvWorld* world, const LilvPlugin* pl
                                           const PluginDescription& description) {
   const Editors editors(lilv_plugin_get_uis(plugin));
   std::optional<EditorPlace> place;
-  for (LilvIter* step = lilv_uis_begin(editors.get()); !place && !lilv_uis_is_end(editors.get(), step);
-       step = lilv_uis_next(editors.get(), step)) {
-    place = EditorReader(world).read(lilv_uis_get(editors.get(), step));
+  for (const EditorKind kind : {EditorKind::x11, EditorKind::gtk2}) {
+    for (LilvIter* step = lilv_uis_begin(editors.get()); !place && !lilv_uis_is_end(editors.get(), step);
+         step = lilv_uis_next(editors.get(), step)) {
+      place = EditorReader(world).read(lilv_uis_get(editors.get(), step), kind);
+    }
   }
   if (place) {
     place->pluginName = description.name;

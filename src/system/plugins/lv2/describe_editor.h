@@ -10,8 +10,8 @@
 
 namespace vrel::lv2 {
 
-/// The plug-in's own editor for X11: the first whose library is there and which requires nothing that an editor is not
-/// given. None without one. World thread.
+/// The plug-in's own editor: the first for X11, or else for Gtk 2, whose library is there and which requires nothing
+/// that an editor is not given. None without one. World thread.
 [[nodiscard]] std::optional<EditorPlace> describeEditor(LilvWorld* world, const LilvPlugin* plugin,
                                                         const PluginDescription& description);
 

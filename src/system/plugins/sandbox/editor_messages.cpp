@@ -35,6 +35,7 @@ std::vector<PortValue> readValues(ByteReader& reader) {
 }
 
 void write(ByteWriter& writer, const EditorPlace& place) {
+  writeFlag(writer, place.kind == EditorKind::gtk2);
   for (const std::string* text :
        {&place.pluginName, &place.pluginUri, &place.uri, &place.bundlePath, &place.libraryPath}) {
     writer.text(*text);
@@ -51,6 +52,7 @@ void write(ByteWriter& writer, const EditorPlace& place) {
 
 EditorPlace readPlace(ByteReader& reader) {
   EditorPlace place;
+  place.kind = readFlag(reader) ? EditorKind::gtk2 : EditorKind::x11;
   for (std::string* text : {&place.pluginName, &place.pluginUri, &place.uri, &place.bundlePath, &place.libraryPath}) {
     *text = reader.text();
   }

@@ -11,15 +11,19 @@ namespace vrel::sandbox {
 namespace {
 
 TEST(EditorMessages, ComeOutAsTheyWentIn) {
-  const EditorRequest request{
-      .place =
-          {"Organ", "urn:organ", "urn:organ-ui", "/b/", "/b/ui.so", {{0, "in", false, false}, {7, "gain", true, true}}},
-      .title = "Keys - Organ Editor",
-      .content = {760, 520},
-      .mainWindow = 0x1200003,
-      .sampleRate = 48000,
-      .takesStageKeys = true,
-      .values = {{7, 0.5F}}};
+  const EditorRequest request{.place = {EditorKind::gtk2,
+                                        "Organ",
+                                        "urn:organ",
+                                        "urn:organ-ui",
+                                        "/b/",
+                                        "/b/ui.so",
+                                        {{0, "in", false, false}, {7, "gain", true, true}}},
+                              .title = "Keys - Organ Editor",
+                              .content = {760, 520},
+                              .mainWindow = 0x1200003,
+                              .sampleRate = 48000,
+                              .takesStageKeys = true,
+                              .values = {{7, 0.5F}}};
   EXPECT_EQ(editorRequestFromBytes(toBytes(request)), request);
   EXPECT_EQ(editorSizeFromBytes(toBytes(EditorSize{3, 4})), (EditorSize{3, 4}));
   const std::vector<PortValue> values{{1, 2}, {3, 4}};

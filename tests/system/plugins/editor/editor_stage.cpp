@@ -137,6 +137,15 @@ void Desktop::press(Window window, int x, int y) {
   XSync(display_, False);
 }
 
+void Desktop::click(Window window, int x, int y) {
+  int rootX = 0;
+  int rootY = 0;
+  Window child = 0;
+  XTranslateCoordinates(display_, window, XDefaultRootWindow(display_), x, y, &rootX, &rootY, &child);
+  const std::string command = "xdotool mousemove " + std::to_string(rootX) + " " + std::to_string(rootY) + " click 1";
+  EXPECT_EQ(std::system(command.c_str()), 0);
+}
+
 void Desktop::pressKey(Window window, unsigned long symbol) {
   for (const int type : {KeyPress, KeyRelease}) {
     XEvent event{};

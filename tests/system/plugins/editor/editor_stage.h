@@ -47,6 +47,8 @@ class Desktop {
   void raise(Window window);
   void askToClose(Window window);
   void press(Window window, int x, int y);
+  /// As press, by the pointer itself.
+  void click(Window window, int x, int y);
   void pressKey(Window window, unsigned long symbol);
 
  private:

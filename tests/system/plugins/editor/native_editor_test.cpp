@@ -2,6 +2,7 @@
 // The editor of a plug-in in a window of its own: what it shows and turns, and how the window behaves.
 
 #include <X11/keysym.h>
+#include <dlfcn.h>
 
 #include <chrono>
 #include <memory>
@@ -45,6 +46,28 @@ TEST_F(NativeEditor, IsFoundBehindThoseThatCannotBeOpenedAndLiesWithinATitledWin
 
 TEST_F(NativeEditor, APlugInWithoutOneHasNone) {
   EXPECT_EQ(request(*make("urn:vrel:zoo:panel").unit), nullptr);
+}
+
+TEST_F(NativeEditor, OneOfGtk2IsShownWhereThatIsInstalled) {
+  void* const gtk = ::dlopen("libgtk-x11-2.0.so.0", RTLD_LAZY | RTLD_LOCAL);
+  const bool isInstalled = gtk != nullptr;
+  unit_ = make("urn:vrel:zoo:oldwindow").unit;
+  const auto editor = show(*unit_);
+  if (!isInstalled) {
+    EXPECT_TRUE(comes([&] { return editor->failures == 1; }));
+    EXPECT_TRUE(hasLogged("needs Gtk 2, which is not installed"));
+    return;
+  }
+  ::dlclose(gtk);
+  ASSERT_TRUE(comes([&] { return editor->arrivals == 1; })) << testing::PrintToString(lines());
+  const auto window = desktop.find("Editor");
+  EXPECT_TRUE(comes([&] { return desktop.sizeOf(desktop.childOf(window)) == EditorSize{320, 240}; }));
+  EXPECT_TRUE(comes([&] { return desktop.colors(window) > 4; })) << "it is drawn";
+  desktop.click(desktop.childOf(window), 100, 100);
+  EXPECT_TRUE(comes([&] { return value(level) == 0.25F; }));
+  editor->panel->close();
+  EXPECT_TRUE(allAreGone());
+  EXPECT_FALSE(hasLogged("editor of plug-in")) << testing::PrintToString(lines());
 }
 
 TEST_F(NativeEditor, WithoutADisplayThereIsNone) {
