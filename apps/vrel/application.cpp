@@ -63,6 +63,12 @@ Application::Application(ConsoleOutput* runLog)
   window.onWindowResolved = [this](bool isFullScreen, const std::optional<NSScreen>& screen) {
     logic.postToSession([=](Session& session) { session.windowResolved(isFullScreen, screen); });
   };
+  window.onFront = [this](const char* notification) {
+    logic.postToSession([notification](Session& session) { session.windowCameToFront(notification); });
+  };
+  window.onWindowNumber = [this](std::uint64_t number) {
+    logic.postToSession([number](Session& session) { session.setWindowNumber(number); });
+  };
   window.onCloseRequest = [this] { logic.postToSession([](Session& session) { session.requestTermination(); }); };
   window.onSystemEnd = [this] { systemEnds(); };
 }

@@ -69,6 +69,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
     playedNow_.follow(*input);
   }
   menus_.hooks.openStateFolder = [this] { openStateFolder(); };
+  connectEditors();
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }
 
@@ -90,6 +91,31 @@ EditorMedia Session::editorMedia() {
   media.cacheFiles = &cacheFiles_;
   media.cacheFolder = system::userPeaksFolder();
   return media;
+}
+
+void Session::connectEditors() {
+  auto* const editors = platform_.editors();
+  if (editors == nullptr) {
+    return;
+  }
+  const auto keyPressed = [this](const KeyEvent& key) {
+    // Behind a question only panic is a command, as in the window.
+    const auto command = LiveMode::commandFor(key);
+    const bool isPanic = command && command->kind == LiveMode::Command::Kind::panic;
+    if (isPanic || !desktop_.shownAlert.get()) {
+      (void)content_.liveMode().handleLiveKeyDown(key);
+    }
+  };
+  editors->setHandlers({.edited = [this] { state_.markEdited(); }, .keyPressed = keyPressed});
+  editors->takeStageKeys(state_.isLiveModeEnabled.get());
+  liveModeFollowed_ =
+      state_.isLiveModeEnabled.changed.connect([editors](bool isEnabled) { editors->takeStageKeys(isEnabled); });
+}
+
+void Session::setWindowNumber(std::uint64_t window) {
+  if (auto* const editors = platform_.editors()) {
+    editors->setMainWindow(window);
+  }
 }
 
 void Session::start() {

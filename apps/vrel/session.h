@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -54,6 +55,9 @@ class Session {
   void carryOut(const window::ConsoleCommands::Action& action);
   void setScreens(std::vector<NSScreen> screens);
   void windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen);
+  void windowCameToFront(const char* notification) { notifications_.post(notification); }
+  /// X11's number of the window; 0 for none.
+  void setWindowNumber(std::uint64_t window);
   /// A person asks whether the program may end.
   void requestTermination();
   /// The system ends the session, and does not wait forever.
@@ -81,6 +85,7 @@ class Session {
 
   [[nodiscard]] EditorMedia editorMedia();
   void openStateFolder();
+  void connectEditors();
 
   /// Drops the work that is left on the queue when everything that posts is gone. It may hold plug-ins, which still log
   /// as they end.
@@ -119,6 +124,7 @@ class Session {
   VrelApp app_;
   std::shared_ptr<void> menusShown_;
   std::shared_ptr<void> audioOutputShown_;
+  std::shared_ptr<void> liveModeFollowed_;
   std::unique_ptr<RepeatingTimer> dropoutTimer_;
 };
 

@@ -50,11 +50,10 @@ std::function<void(const std::string&)> SystemPlatform::log(FailureKind kind) {
 }
 
 std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(const Settings& settings) {
-  auto supervisor = sandbox::Supervisor::start({.helperPath = settings.pluginHostProgram.empty()
-                                                                  ? sandbox::Supervisor::defaultHelperPath()
-                                                                  : settings.pluginHostProgram,
-                                                .log = log(),
-                                                .mostParked = sandbox::mostParkedGuests});
+  const std::string helperPath =
+      settings.pluginHostProgram.empty() ? sandbox::Supervisor::defaultHelperPath() : settings.pluginHostProgram;
+  auto supervisor =
+      sandbox::Supervisor::start({.helperPath = helperPath, .log = log(), .mostParked = sandbox::mostParkedGuests});
   if (!supervisor) {
     console_.print("plug-ins run in this process, without a sandbox: " + supervisor.error().description);
     return nullptr;
@@ -64,19 +63,40 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
     if (plugin == nullptr) {
       return std::nullopt;
     }
-    return sandbox::PluginPlace{plugin->name, plugin->bundlePath, plugin->uri,
+    return sandbox::PluginPlace{plugin->name,
+                                plugin->bundlePath,
+                                plugin->uri,
                                 [world, codes](double sampleRate, AUAudioUnit::ParameterTreeHandler handler) {
                                   world->requestParameters(codes, sampleRate, std::move(handler));
                                 },
-                                std::make_shared<lv2::Lv2PresetLibrary>(world, codes)};
+                                std::make_shared<lv2::Lv2PresetLibrary>(world, codes),
+                                [world, codes](std::function<void(std::optional<EditorPlace>)> handler) {
+                                  world->requestEditor(codes, std::move(handler));
+                                }};
   };
   sandbox::SandboxSettings sandboxSettings;
   sandboxSettings.sampleRate = output_->sampleRate();
   sandboxSettings.nominalBlockFrames = output_->blockFrames();
   sandboxSettings.log = log();
   sandboxSettings.counters = pluginCounters_;
-  return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), find, mainQueue_,
-                                                          std::move(sandboxSettings));
+  auto factory = std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), find, mainQueue_,
+                                                                  std::move(sandboxSettings));
+  editors_ = makeEditors(helperPath);
+  factory->setEditors(editors_);
+  return factory;
+}
+
+std::shared_ptr<sandbox::EditorService> SystemPlatform::makeEditors(const std::string& helperPath) {
+  auto supervisor = sandbox::EditorSupervisor::start({.helperPath = helperPath, .log = log()});
+  if (!supervisor) {
+    console_.print("plug-ins have generic editors only: " + supervisor.error().description);
+    return nullptr;
+  }
+  if (!sandbox::EditorService::hasDisplay()) {
+    console_.printInfo("plug-ins have generic editors only: their own need an X display (DISPLAY is not set)");
+  }
+  return std::make_shared<sandbox::EditorService>(
+      sandbox::EditorService::Settings{std::move(supervisor).value(), mainQueue_, log()});
 }
 
 EnginePlatform SystemPlatform::platform() {

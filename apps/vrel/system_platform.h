@@ -22,6 +22,7 @@
 #include "system/media/clip_factory.h"
 #include "system/plugins/lv2/lv2_unit_factory.h"
 #include "system/plugins/lv2/lv2_world.h"
+#include "system/plugins/sandbox/editor_service.h"
 #include "system/plugins/sandbox/sandboxing_unit_factory.h"
 #include "system/property_list/libplist_serialization.h"
 
@@ -58,6 +59,9 @@ class SystemPlatform {
   /// Called on the main thread when the process of a plug-in has ended by itself.
   void setDeathHandler(sandbox::SandboxingUnitFactory::DeathHandler handler);
 
+  /// The plug-ins' own editors; null where processes cannot be started.
+  [[nodiscard]] sandbox::EditorService* editors() { return editors_.get(); }
+
   /// Blocks that were late or silent: xruns of the device, late plug-ins, files that were not read in time.
   [[nodiscard]] std::uint64_t dropouts() const;
 
@@ -66,6 +70,7 @@ class SystemPlatform {
 
  private:
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const Settings& settings);
+  [[nodiscard]] std::shared_ptr<sandbox::EditorService> makeEditors(const std::string& helperPath);
   [[nodiscard]] std::function<void(const std::string&)> log(FailureKind kind = FailureKind::other);
 
   // In construction order; each member uses those above it.
@@ -87,6 +92,7 @@ class SystemPlatform {
   audio::RenderNodeFactory nodes_;
   std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
   lv2::Lv2UnitFactory lv2Units_;
+  std::shared_ptr<sandbox::EditorService> editors_;          // null where processes cannot be started
   std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null where processes cannot be started
   std::shared_ptr<void> rateFollowed_;
 };

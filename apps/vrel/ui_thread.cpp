@@ -23,6 +23,7 @@
 #include "console/content_view.h"
 #include "performance/live_mode.h"
 #include "platform/key_event.h"
+#include "platform/notification_center.h"
 #include "shell/vrel_app.h"
 #include "vrel/keys.h"
 
@@ -129,8 +130,24 @@ bool UiThread::load() {
   connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &UiThread::reportScreens);
   connect(quickWindow_, &QWindow::visibilityChanged, this, &UiThread::reportWindow);
   connect(quickWindow_, &QWindow::screenChanged, this, &UiThread::reportWindow);
+  connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+    if (state == Qt::ApplicationActive) {
+      reportFront(applicationDidBecomeActiveNotification);
+    }
+  });
+  connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow* window) {
+    if (window != nullptr) {
+      reportFront(windowDidBecomeKeyNotification);
+    }
+    if (window == quickWindow_) {
+      reportFront(windowDidBecomeMainNotification);
+    }
+  });
   reportScreens();
   reportWindow();
+  if (onWindowNumber) {
+    onWindowNumber(QGuiApplication::platformName() == QLatin1String("xcb") ? quickWindow_->winId() : 0);
+  }
   frames_.start();
   return true;
 }
@@ -160,6 +177,12 @@ void UiThread::reportWindow() {
   if (onWindowResolved) {
     onWindowResolved(quickWindow_->visibility() == QWindow::FullScreen,
                      screen != nullptr ? std::optional(screenOf(*screen)) : std::nullopt);
+  }
+}
+
+void UiThread::reportFront(const char* notification) {
+  if (onFront) {
+    onFront(notification);
   }
 }
 

@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QString>
 #include <QTimer>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -48,6 +49,10 @@ class UiThread final : public QObject, public system::WindowServices {
   std::function<void(std::vector<NSScreen>)> onScreens;
   /// The window is there, or has another state or screen than before.
   std::function<void(bool isFullScreen, const std::optional<NSScreen>& screen)> onWindowResolved;
+  /// A window of the program has come to the front, with the name that the platform has for that.
+  std::function<void(const char* notification)> onFront;
+  /// X11's number of the window; 0 where it has none.
+  std::function<void(std::uint64_t window)> onWindowNumber;
   /// The window manager wants the window closed.
   std::function<void()> onCloseRequest;
   /// The system ends the session.
@@ -85,6 +90,7 @@ class UiThread final : public QObject, public system::WindowServices {
   [[nodiscard]] static std::vector<NSScreen> screens();
   void reportScreens();
   void reportWindow();
+  void reportFront(const char* notification);
   /// The object as the console's window or the window of a plug-in; null for all else.
   [[nodiscard]] const QQuickWindow* consoleWindow(const QObject* object) const;
   [[nodiscard]] bool handleKey(QKeyEvent& event, const QQuickWindow& window);

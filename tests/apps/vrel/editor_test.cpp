@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 #include <QWindow>
+#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -90,6 +91,17 @@ class EditorWindow : public ConsoleFixture {
   [[nodiscard]] bool becomes(AUParameterAddress address, float value) {
     return becomes(address, [value](float now) { return now == value; });
   }
+
+  /// The plug-in's own editor, a window of another process; it has the keyboard.
+  void openOwnEditor() {
+    driver.click("openEffect0");
+    ASSERT_TRUE(
+        driver.eventually([] { return holds("xdotool getwindowfocus getwindowname | grep -q 'Zoo Window Editor$'"); }));
+  }
+  [[nodiscard]] static bool isOwnEditorShown() {
+    return holds("xdotool search --onlyvisible --name 'Zoo Window Editor$' >/dev/null");
+  }
+  [[nodiscard]] static bool holds(const std::string& command) { return std::system(command.c_str()) == 0; }
 
   bool isOnMaster_ = false;  // which plays blocks also while no strip does
 };
@@ -204,6 +216,38 @@ TEST_F(EditorWindow, InLiveModeItOpensAndTheStageKeysReachTheConsole) {
   ASSERT_TRUE(driver.eventually([] { return editor() != nullptr && editor()->isActive(); }));
   driver.key("1");
   EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); }));
+}
+
+TEST_F(EditorWindow, APlugInsOwnEditorIsTurnedByPointerAndIsSavedWithTheSong) {
+  addEffect("Zoo Window");
+  openOwnEditor();
+  driver.onLogic([](Session& session) { session.state().isDirty.set(false); });
+  driver.movePointer(driver.program().window.quickWindow()->geometry().center());
+  EXPECT_TRUE(driver.eventually([this] {
+    (void)holds("xdotool click 1");  // until the view is there
+    return std::abs(effectValue(2) - 1.5F) < 0.1F;
+  })) << effectValue(2);
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().isDirty(); }));
+  EXPECT_EQ(storedLevel(), effectValue(2)) << "captured with the song";
+  driver.onLogic([](Session& session) {
+    auto& channel = *session.engine().channels()[0];
+    session.engine().effects().removeEffectSlot(channel, channel.effectSlots.get()[0].id);
+  });
+  EXPECT_TRUE(driver.eventually([] { return !isOwnEditorShown(); }));
+}
+
+TEST_F(EditorWindow, InLiveModeTheStageKeysAndPanicReachTheConsoleFromAPlugInsOwnEditor) {
+  addEffect("Zoo Window");
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  openOwnEditor();
+  driver.onLogic([](Session& session) { session.state().noteActivity(60, true); });
+  driver.key("1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); }));
+  driver.key("p");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<bool>([](Session& session) { return session.state().pressedNotes.get().empty(); });
+  }));
 }
 
 TEST_F(EditorWindow, AnInstrumentsMenuOpensIts) {

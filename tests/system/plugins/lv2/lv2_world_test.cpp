@@ -61,7 +61,7 @@ TEST(Components, ABrokenBundleHidesNothingButItself) {
   // sine, mono, echo, gain, monoeffect, generator, worker, state, defaultstate, refuses, needy,
   // notanumber, nolibrary, wide, midieffect, strangeport, nameless, clock, landmine, shy, gate, six rebels, four side
   // chains, panel, many
-  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 40U);
+  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 39U);
 }
 
 TEST(Components, NamesComeFromThePluginOrElseFromItsUri) {
