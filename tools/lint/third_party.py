@@ -14,8 +14,9 @@ class Library:
 
 LIBRARIES = (
     Library("Qt", re.compile(r"Q[A-Z]\w*(/.*)?|Qt\w*/.*|q[a-z0-9]+\.h"),
-            ("src/console", "src/shell", "src/system/desktop", "apps/vrel", "tests/apps/vrel",
-             "tests/console/window", "tests/support/desktop", "tests/support/ui", "bench/console")),
+            ("src/console", "src/shell", "src/system/desktop", "src/system/projection", "apps/vrel", "tests/apps/vrel",
+             "tests/console/window", "tests/support/desktop", "tests/support/ui", "tests/system/desktop", "tests/system/projection",
+             "bench/console")),
     Library("LV2", re.compile(r"(lilv|lv2|suil)(/.*|\.h)"),
             ("src/system/plugins/lv2", "src/system/plugins/editor", "tests/system/plugins/lv2", "tests/support/zoo", "bench/performance/ballast", "bench/sandbox/herald")),
     Library("RtAudio and JACK", re.compile(r"(rtaudio/)?RtAudio\.h|jack/.*"),

@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/projection/projector.h"
+
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QSurface>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "platform/video_player.h"
+#include "system/projection/refresh_clock.h"
+
+namespace vrel::system {
+namespace {
+
+constexpr double retrySeconds = 1;  // until a lost context is made again
+
+bool isOpaqueLayer(const ProjectionScene& scene, const Uuid& key) {
+  return std::any_of(scene.layers.begin(), scene.layers.end(),
+                     [&](const ProjectionLayer& each) { return each.key == key && each.opacity > 0; });
+}
+
+/// Whether a layer is to appear that the scene before did not show.
+bool hasNewLayer(const ProjectionScene& before, const ProjectionScene& now) {
+  return std::any_of(now.layers.begin(), now.layers.end(),
+                     [&](const ProjectionLayer& each) { return each.opacity > 0 && !isOpaqueLayer(before, each.key); });
+}
+
+StageFrame stageFrameOf(const ProjectionScene& scene, const LayerFades& fades, double due, double seen) {
+  StageFrame frame;
+  frame.isBlack = scene.isBlack;
+  frame.testPicture = scene.testPicture;
+  frame.placeholder = scene.placeholder;
+  // Pictures are taken in any case: it is their takers who keep players decoding.
+  frame.background = scene.background != nullptr ? scene.background->copyPictureForTime(due) : nullptr;
+  for (const auto& layer : scene.layers) {
+    frame.layers.push_back({layer.player != nullptr ? layer.player->copyPictureForTime(due) : nullptr, layer.blending,
+                            fades.opacity(layer.key, seen)});
+  }
+  return frame;
+}
+
+bool isSoftware(QOpenGLContext& context) {
+  const auto* const name = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
+  return name != nullptr && (std::strstr(name, "llvmpipe") != nullptr || std::strstr(name, "softpipe") != nullptr);
+}
+
+}  // namespace
+
+// All that belongs to the thread.
+struct Projector::Drawing {
+  std::unique_ptr<QOpenGLContext> context;
+  std::unique_ptr<StagePainter> painter;
+  bool isSoftware = false;
+  bool hadContext = false;
+  bool hasFailed = false;  // there never was a context
+  std::optional<StageFrame> last;
+  std::uint64_t lastTarget = 0;
+  QSize lastSize;
+  QSurface* lastSurface = nullptr;
+  std::optional<double> lastInstant;
+
+  ~Drawing() { release(); }
+  Drawing() = default;
+  Drawing(const Drawing&) = delete;
+  Drawing& operator=(const Drawing&) = delete;
+
+  void release() {
+    const bool isCurrent = context != nullptr && lastSurface != nullptr && context->makeCurrent(lastSurface);
+    if (painter != nullptr && !isCurrent) {
+      painter->forgetContext();
+    }
+    painter.reset();
+    if (isCurrent) {
+      context->doneCurrent();
+    }
+    context.reset();
+    last.reset();
+  }
+};
+
+Projector::Projector(Clock clock, std::function<void(const std::string&)> failed)
+    : clock_(std::move(clock)), failed_(std::move(failed)), thread_([this] { run(); }) {}
+
+Projector::~Projector() {
+  end(nullptr);
+  join();
+}
+
+void Projector::join() {
+  if (thread_.joinable()) {
+    thread_.join();
+  }
+}
+
+void Projector::setScene(const ProjectionScene& scene) {
+  std::shared_ptr<const ProjectionScene> before;  // freed after the lock
+  {
+    const MutexLock lock(mutex_);
+    if (hasScene_ && *scene_ == scene) {
+      return;
+    }
+    const double now = clock_();
+    if (!noteTime_ && hasNewLayer(*scene_, scene)) {
+      noteTime_ = now;
+    }
+    fades_.follow(scene.layers, now, !hasScene_);
+    before = std::exchange(scene_, std::make_shared<const ProjectionScene>(scene));
+    hasScene_ = true;
+    ++number_;
+  }
+  changed_.notify_one();
+}
+
+void Projector::show(const Target& target) {
+  {
+    const MutexLock lock(mutex_);
+    target_ = target;
+    ++number_;
+  }
+  changed_.notify_one();
+}
+
+void Projector::hide() {
+  {
+    const MutexLock lock(mutex_);
+    target_.reset();
+    ++number_;
+  }
+  changed_.notify_one();
+}
+
+void Projector::end(std::function<void()> ended) {
+  {
+    const MutexLock lock(mutex_);
+    isEnding_ = true;
+    if (ended) {
+      ended_ = std::move(ended);
+    }
+  }
+  changed_.notify_one();
+}
+
+Projector::Figures Projector::figures() const {
+  const MutexLock lock(mutex_);
+  return figures_;
+}
+
+void Projector::run() {
+  {
+    Drawing drawing;
+    std::unique_ptr<RefreshClock> refreshes;
+    double rate = 0;
+    for (;;) {
+      Work work;
+      {
+        MutexLock lock(mutex_);
+        changed_.wait(lock.native(), [this]() VREL_REQUIRES(mutex_) { return isEnding_ || target_.has_value(); });
+        if (isEnding_) {
+          break;
+        }
+        work = {scene_, fades_, *target_, number_, noteTime_};
+      }
+      if (refreshes == nullptr || rate != work.target.refreshesPerSecond) {
+        rate = work.target.refreshesPerSecond;
+        refreshes = std::make_unique<RefreshClock>(rate);
+      }
+      drawRefresh(drawing, *refreshes, work);
+    }
+  }
+  std::function<void()> ended;
+  {
+    const MutexLock lock(mutex_);
+    ended = std::move(ended_);
+    scene_ = std::make_shared<ProjectionScene>();
+  }
+  if (ended) {
+    ended();
+  }
+}
+
+void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Work& work) {
+  const double early = refreshes.untilNext(clock_());
+  if (early > 0) {
+    // Not woken by a change: it is drawn with the next refresh.
+    MutexLock lock(mutex_);
+    changed_.wait_for(lock.native(), std::chrono::duration<double>(early),
+                      [this]() VREL_REQUIRES(mutex_) { return isEnding_; });
+    return;
+  }
+  const double instant = refreshes.next(clock_());
+  StageFrame frame = stageFrameOf(*work.scene, work.fades, instant, instant + refreshes.period());
+  const bool isAsBefore = drawing.last == frame && drawing.lastSize == work.target.size &&
+                          drawing.lastSurface == work.target.surface && drawing.lastTarget == work.number;
+  const bool isStill = work.scene->background == nullptr && work.scene->layers.empty() && !work.fades.isMoving(instant);
+  if (isAsBefore && (isStill || drawing.isSoftware)) {
+    drawing.lastInstant.reset();
+    refreshes.rest();
+    waitForChange(work.number, isStill ? std::nullopt : std::optional(refreshes.period()));
+    return;
+  }
+  if (drawing.hasFailed || !prepare(drawing, work)) {
+    waitForChange(work.number, drawing.hasFailed ? std::nullopt : std::optional(retrySeconds));
+    return;
+  }
+  drawing.painter->paint(frame, work.target.size, work.target.scale);
+  drawing.context->swapBuffers(work.target.surface);
+  const double shown = clock_();
+  const double gap = drawing.lastInstant ? std::round((instant - *drawing.lastInstant) / refreshes.period()) : 1;
+  const bool isComplete = std::all_of(frame.layers.begin(), frame.layers.end(),
+                                      [](const StageFrame::Layer& each) { return each.picture != nullptr; });
+  drawing.last = std::move(frame);
+  drawing.lastSize = work.target.size;
+  drawing.lastTarget = work.number;
+  drawing.lastInstant = instant;
+  const MutexLock lock(mutex_);
+  ++figures_.drawn;
+  figures_.missed += static_cast<std::uint64_t>(std::max(0.0, gap - 1));
+  if (isComplete && work.noteTime && noteTime_ == work.noteTime) {
+    figures_.firstPicture = shown - *work.noteTime;
+    noteTime_.reset();
+  }
+}
+
+void Projector::waitForChange(std::uint64_t number, std::optional<double> atMost) {
+  MutexLock lock(mutex_);
+  const auto isOther = [this, number]() VREL_REQUIRES(mutex_) { return isEnding_ || number_ != number; };
+  if (atMost) {
+    changed_.wait_for(lock.native(), std::chrono::duration<double>(*atMost), isOther);
+  } else {
+    changed_.wait(lock.native(), isOther);
+  }
+}
+
+bool Projector::prepare(Drawing& drawing, const Work& work) {
+  if (drawing.context != nullptr && drawing.context->isValid() && drawing.context->makeCurrent(work.target.surface)) {
+    drawing.lastSurface = work.target.surface;
+    return true;
+  }
+  const bool wasThere = drawing.hadContext;
+  drawing.release();
+  drawing.lastSurface = work.target.surface;
+  drawing.context = std::make_unique<QOpenGLContext>();
+  drawing.context->setFormat(work.target.surface->format());
+  std::string failure = "there is no OpenGL for it";
+  if (drawing.context->create()) {
+    if (!drawing.context->makeCurrent(work.target.surface)) {
+      return false;  // the window may be on its way out, or the context lost again
+    }
+    auto painter = StagePainter::make(*drawing.context);
+    if (painter.ok()) {
+      drawing.painter = std::move(painter).value();
+      drawing.isSoftware = isSoftware(*drawing.context);
+      drawing.hadContext = true;
+      const MutexLock lock(mutex_);
+      ++figures_.contexts;
+      return true;
+    }
+    failure = painter.error().description;
+  }
+  drawing.context.reset();
+  if (!wasThere) {
+    drawing.hasFailed = true;
+    failed_("nothing is projected: " + failure);
+  }
+  return false;
+}
+
+}  // namespace vrel::system

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QSize>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "foundation/mutex.h"
+#include "platform/projection.h"
+#include "system/projection/layer_fades.h"
+#include "system/projection/stage_painter.h"
+
+class QSurface;
+
+namespace vrel::system {
+
+class RefreshClock;
+
+/// Draws a scene on a surface, on a thread of its own at the surface's rate: neither the main thread nor the window's
+/// waits for a picture, and none passes through them.
+///
+/// For each refresh it takes from every player the picture that is due. What changes nothing is not drawn: a still
+/// scene costs nothing, and with OpenGL in software a picture is drawn once.
+///
+/// Threads: `setScene` from any; `show` and `hide` from the one that owns the surface. None of them waits for a
+/// picture. Only `join` and the destructor wait, for the picture under way; the surface may be destroyed after either.
+///
+/// Failure: without OpenGL `failed` is called once, on the projector's thread, and nothing is drawn. A context that is
+/// lost is made again.
+class Projector {
+ public:
+  /// Media time, in seconds; any thread.
+  using Clock = std::function<double()>;
+
+  struct Target {
+    QSurface* surface = nullptr;
+    QSize size;        // pixels
+    double scale = 1;  // pixels of a point
+    double refreshesPerSecond = 60;
+  };
+
+  /// What it has done so far. Times in seconds.
+  struct Figures {
+    std::uint64_t drawn = 0;   // refreshes that were drawn
+    std::uint64_t missed = 0;  // refreshes between two of them that should have been
+    std::uint64_t contexts = 0;
+    /// From the scene that first had a layer to the swap that showed it: the last such time.
+    std::optional<double> firstPicture;
+  };
+
+  Projector(Clock clock, std::function<void(const std::string&)> failed);
+  ~Projector();
+  Projector(const Projector&) = delete;
+  Projector& operator=(const Projector&) = delete;
+
+  void setScene(const ProjectionScene& scene);
+  void show(const Target& target);
+  void hide();
+
+  /// Nothing is drawn any more; does not wait. Once it is done, `ended` is called on the projector's thread.
+  void end(std::function<void()> ended);
+  /// Waits for the end, which must have been asked for. The thread that owns the surface.
+  void join();
+
+  [[nodiscard]] Figures figures() const;
+
+ private:
+  struct Drawing;
+  /// What a refresh is drawn from.
+  struct Work {
+    std::shared_ptr<const ProjectionScene> scene;
+    LayerFades fades;
+    Target target;
+    std::uint64_t number = 0;  // of the last change of any of it
+    std::optional<double> noteTime;
+  };
+
+  void run();
+  void drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Work& work);
+  [[nodiscard]] bool prepare(Drawing& drawing, const Work& work);
+  void waitForChange(std::uint64_t number, std::optional<double> atMost);
+
+  const Clock clock_;
+  const std::function<void(const std::string&)> failed_;
+  mutable Mutex mutex_;  // never held while anything is drawn
+  std::condition_variable changed_;
+  std::shared_ptr<const ProjectionScene> scene_ VREL_GUARDED_BY(mutex_) = std::make_shared<ProjectionScene>();
+  bool hasScene_ VREL_GUARDED_BY(mutex_) = false;
+  LayerFades fades_ VREL_GUARDED_BY(mutex_);
+  std::optional<Target> target_ VREL_GUARDED_BY(mutex_);
+  std::uint64_t number_ VREL_GUARDED_BY(mutex_) = 0;
+  std::optional<double> noteTime_ VREL_GUARDED_BY(mutex_);  // of a new layer that was not drawn yet
+  bool isEnding_ VREL_GUARDED_BY(mutex_) = false;
+  std::function<void()> ended_ VREL_GUARDED_BY(mutex_);
+  Figures figures_ VREL_GUARDED_BY(mutex_);
+  std::thread thread_;  // last: it uses all above
+};
+
+}  // namespace vrel::system

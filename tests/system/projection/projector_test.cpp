@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/projection/projector.h"
+
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QScreen>
+#include <QWindow>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "simulation/simulated_video.h"
+#include "system/projection/off_screen_stage.h"
+#include "system/projection/step_queue.h"
+#include "system/projection/system_projection.h"
+
+namespace vrel::system {
+namespace {
+
+using test::MadePicture;
+using test::StepQueue;
+
+double mediaTime() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+std::shared_ptr<const VideoPicture> plain(MadePicture::Colour colour) {
+  return std::make_shared<MadePicture>(16, 9, [colour](auto, auto) { return colour; });
+}
+
+/// Shows one colour, and counts who asks.
+class ColourPlayer final : public simulation::SimulatedQueuePlayer {
+ public:
+  explicit ColourPlayer(MadePicture::Colour colour) : picture_(plain(colour)) {}
+  std::shared_ptr<const VideoPicture> copyPictureForTime(double /*mediaSeconds*/) override {
+    ++taken;
+    return picture_;
+  }
+  std::atomic<int> taken{0};
+
+ private:
+  const std::shared_ptr<const VideoPicture> picture_;
+};
+
+class Projection : public testing::Test {
+ protected:
+  ~Projection() override {
+    window.reset();
+    settle();
+  }
+
+  bool until(const std::function<bool()>& holds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!holds()) {
+      if (std::chrono::steady_clock::now() > end) {
+        return false;
+      }
+      queue.run();
+      QGuiApplication::processEvents(QEventLoop::AllEvents, 5);
+      std::this_thread::yield();
+    }
+    return true;
+  }
+  void settle() {
+    for (int turn = 0; turn < 20; ++turn) {
+      queue.run();
+      QGuiApplication::processEvents();
+    }
+  }
+
+  void open(const ScreenRect& frame) {
+    window = factory.makeWindow();
+    window->setTitle("Stage");
+    window->setStyleMask(15);
+    window->setFrame(frame, true);
+    window->orderFront();
+  }
+
+  static QColor seenAt(int x, int y) {
+    return QGuiApplication::primaryScreen()->grabWindow(0, x, y, 1, 1).toImage().pixelColor(0, 0);
+  }
+  bool shows(int x, int y, const QColor& colour) {
+    return until([&] { return seenAt(x, y) == colour; });
+  }
+
+  StepQueue queue;
+  StageWindows windows;
+  std::vector<std::string> lines;
+  SystemProjection factory{windows, queue, [this](const std::string& line) { lines.push_back(line); }};
+  std::shared_ptr<ProjectionWindow> window;
+};
+
+ProjectionLayer layerOf(std::shared_ptr<AVQueuePlayer> player, LayerBlending blending = LayerBlending::normal) {
+  return {Uuid::fresh(), std::move(player), blending, 1};
+}
+
+TEST_F(Projection, ShowsAClipWhereItsWindowIs) {
+  const auto red = std::make_shared<ColourPlayer>(MadePicture::Colour{200, 0, 0, 255});
+  open({100, 100, 320, 180});
+  ProjectionScene scene;
+  scene.layers = {layerOf(red)};
+  window->setContent(scene);
+  EXPECT_TRUE(shows(260, 190, QColor(200, 0, 0)));
+  EXPECT_NE(seenAt(50, 50), QColor(200, 0, 0));
+  EXPECT_TRUE(window->isVisible());
+  ASSERT_TRUE(until([&] { return window->screen().has_value(); }));
+  EXPECT_EQ(window->screen()->frame.width, 1280);
+  scene.isBlack = true;
+  window->setContent(scene);
+  EXPECT_TRUE(shows(260, 190, QColor(0, 0, 0)));
+  EXPECT_TRUE(lines.empty()) << lines.front();
+}
+
+TEST_F(Projection, IsInFullScreenAndBackWhereItWas) {
+  open({100, 100, 320, 180});
+  ProjectionScene scene;
+  scene.background = std::make_shared<ColourPlayer>(MadePicture::Colour{0, 0, 200, 255});
+  window->setContent(scene);
+  window->toggleFullScreen();
+  EXPECT_NE(window->styleMask() & NSWindowStyleMaskFullScreen, 0U) << "at once";
+  EXPECT_TRUE(shows(1270, 710, QColor(0, 0, 200)));
+  settle();
+  EXPECT_NE(window->styleMask() & NSWindowStyleMaskFullScreen, 0U);
+  window->toggleFullScreen();
+  EXPECT_TRUE(until([&] { return seenAt(1270, 710) != QColor(0, 0, 200); }));
+  EXPECT_TRUE(shows(260, 190, QColor(0, 0, 200)));
+}
+
+TEST_F(Projection, HiddenItTakesNoPictures) {
+  const auto player = std::make_shared<ColourPlayer>(MadePicture::Colour{0, 200, 0, 255});
+  open({100, 100, 320, 180});
+  ProjectionScene scene;
+  scene.background = player;
+  window->setContent(scene);
+  EXPECT_TRUE(shows(260, 190, QColor(0, 200, 0)));
+  window->orderOut();
+  EXPECT_FALSE(window->isVisible());
+  ASSERT_TRUE(until([&] { return seenAt(260, 190) != QColor(0, 200, 0); }));
+  settle();
+  const int taken = player->taken;
+  settle();
+  EXPECT_LE(player->taken, taken + 1);
+  window->orderFront();
+  EXPECT_TRUE(shows(260, 190, QColor(0, 200, 0))) << "and shown again it is as it was";
+}
+
+TEST_F(Projection, APersonClosesItByHidingIt) {
+  bool isClosed = false;
+  open({100, 100, 320, 180});
+  window->onPersonClosed([&] { isClosed = true; });
+  ASSERT_TRUE(until([&] { return window->screen().has_value(); }));
+  for (QWindow* const each : QGuiApplication::topLevelWindows()) {
+    each->close();
+  }
+  EXPECT_TRUE(until([&] { return isClosed; }));
+  EXPECT_FALSE(window->isVisible());
+  window->orderFront();
+  ProjectionScene scene;
+  scene.background = std::make_shared<ColourPlayer>(MadePicture::Colour{1, 2, 3, 255});
+  window->setContent(scene);
+  EXPECT_TRUE(shows(260, 190, QColor(1, 2, 3)));
+}
+
+TEST_F(Projection, OpenedAndClosedOftenWhileItPlaysItLeavesNothing) {
+  const auto player = std::make_shared<ColourPlayer>(MadePicture::Colour{9, 200, 0, 255});
+  for (int turn = 0; turn < 10; ++turn) {
+    const int before = player->taken;
+    open({100, 100, 320, 180});
+    ProjectionScene scene;
+    scene.layers = {layerOf(player), layerOf(player, LayerBlending::screen)};
+    window->setContent(scene);
+    ASSERT_TRUE(until([&] { return player->taken > before + 2; }));
+    window->close();
+    window.reset();
+  }
+  EXPECT_TRUE(until([] { return QGuiApplication::topLevelWindows().isEmpty(); }));
+  EXPECT_TRUE(until([&] { return player.use_count() == 1; })) << "no projector holds it";
+}
+
+/// A window on which a projector draws, without the facade.
+class Projectors : public Projection {
+ protected:
+  Projectors() {
+    StageWindowState state;
+    state.number = 1;
+    state.isVisible = true;
+    state.frame = {0, 0, 320, 180};
+    state.frameNumber = 1;
+    stage.apply(state);
+  }
+  std::vector<std::string> failures;
+  std::shared_ptr<Projector> projector =
+      std::make_shared<Projector>(mediaTime, [this](const std::string& line) { failures.push_back(line); });
+  StageWindow stage{projector, [](const StageWindowReport&) {}};
+};
+
+TEST_F(Projectors, DrawAStillSceneOnce) {
+  ProjectionScene scene;
+  scene.placeholder = "VREL Stage";
+  projector->setScene(scene);
+  ASSERT_TRUE(until([&] { return projector->figures().drawn > 0; }));
+  settle();
+  const auto drawn = projector->figures().drawn;
+  projector->setScene(scene);
+  settle();
+  EXPECT_EQ(projector->figures().drawn, drawn);
+  scene.placeholder = "other words";
+  projector->setScene(scene);
+  EXPECT_TRUE(until([&] { return projector->figures().drawn > drawn; }));
+  EXPECT_EQ(projector->figures().contexts, 1U);
+}
+
+TEST_F(Projectors, ShowTheFirstPictureAtTheNextRefresh) {
+  ProjectionScene scene;
+  projector->setScene(scene);
+  ASSERT_TRUE(until([&] { return projector->figures().drawn > 0; }));
+  EXPECT_FALSE(projector->figures().firstPicture);
+  scene.layers = {layerOf(std::make_shared<ColourPlayer>(MadePicture::Colour{9, 9, 9, 255}))};
+  projector->setScene(scene);
+  EXPECT_TRUE(until([&] { return projector->figures().firstPicture.has_value(); }));
+  EXPECT_TRUE(failures.empty());
+}
+
+}  // namespace
+}  // namespace vrel::system
