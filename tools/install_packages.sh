@@ -24,7 +24,7 @@ packages=(
 testing_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev lld ccache qt6-declarative-dev-tools
-  ffmpeg xvfb libxcb1-dev weston fonts-dejavu-core
+  ffmpeg xvfb x11-xserver-utils dbus-daemon libxcb1-dev weston fonts-dejavu-core
   # checkers of the Debian package
   appstream desktop-file-utils groff-base lintian
   # sound servers, which may not get along with the one that is there

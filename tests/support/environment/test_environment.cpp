@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // Makes the environment of a test program, and of what it starts, the same on every machine: a home of its own, no
-// display, no session's bus, no sound server, and only the plug-ins that the tests know. In the program rather than in
+// display, no message bus, no sound server, and only the plug-ins that the tests know. In the program rather than in
 // what starts it, so that a test run by hand behaves the same.
 
 #include <cstdlib>
@@ -21,6 +21,7 @@ const bool isOurs = [] {
   setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
   setenv("JACK_DEFAULT_SERVER", "vrel-tests-none", 1);
   setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", "disabled:", 1);
   unsetenv("DISPLAY");
   unsetenv("WAYLAND_DISPLAY");
   return true;
