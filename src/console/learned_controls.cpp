@@ -45,6 +45,8 @@ std::string controlName(MidiControlKind kind, Language language) {
       return "Sustain";
     case MidiControlKind::performanceExpression:
       return "Expression";
+    case MidiControlKind::projectionBlackout:
+      return words(TextKey::projectionBlackout);
   }
   return {};
 }

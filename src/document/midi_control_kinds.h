@@ -14,7 +14,7 @@ enum class MidiControlScope { song, setlist };
 /// What is common to all assignments of one kind.
 struct MidiControlTraits {
   MidiControlKind kind;
-  std::string_view text;  // as stored
+  std::string_view text;  // as stored in the lists of a file; empty for what is not
   MidiControlScope scope;
   bool needsStrip;  // the target has a `channelIndex`
   bool isTrigger;   // acts when pressed; the others follow a value
@@ -39,6 +39,7 @@ inline constexpr auto midiControlKinds = [] {
       {Kind::performanceModulation, "performance_modulation", setlist, false, false},
       {Kind::performanceSustain, "performance_sustain", setlist, false, false},
       {Kind::performanceExpression, "performance_expression", setlist, false, false},
+      {Kind::projectionBlackout, "", setlist, false, true},
   });
 }();
 

@@ -57,6 +57,7 @@ enum class MidiControlKind {
   performanceModulation,
   performanceSustain,
   performanceExpression,
+  projectionBlackout,  // stored in a field of its own, which other readers pass over
 };
 
 struct MidiControlTarget {

@@ -190,6 +190,12 @@ class RecordReader {
     optional(value, place, "version", setlist.version);
     optional(value, place, "songs", setlist.songs);
     optional(value, place, "global_midi_control_assignments", setlist.globalMidiControlAssignments);
+    const auto blackout = value.find("projection_blackout_control");
+    if (!failure_ && blackout != value.end() && !blackout->is_null()) {
+      auto& assignment = setlist.globalMidiControlAssignments.emplace_back();
+      assignment.target.kind = MidiControlKind::projectionBlackout;
+      read(*blackout, place.member("projection_blackout_control"), assignment.binding);
+    }
   }
 
   void members(json& value, const DocumentPlace& place, SongConfig& song) {

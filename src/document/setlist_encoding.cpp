@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -147,6 +149,22 @@ ordered_json encode(const SongConfig& song) {
       .build();
 }
 
+bool isBlackout(const MidiControlAssignment& assignment) {
+  return assignment.target.kind == MidiControlKind::projectionBlackout;
+}
+
+ordered_json encode(const SetlistFile& setlist) {
+  auto assignments = setlist.globalMidiControlAssignments;
+  const auto own = std::stable_partition(assignments.begin(), assignments.end(), std::not_fn(isBlackout));
+  ObjectBuilder object(4);
+  object.add("version", setlistVersion).add("songs", encode(setlist.songs));
+  if (own != assignments.end()) {
+    object.add("projection_blackout_control", encode(own->binding));
+  }
+  assignments.erase(own, assignments.end());
+  return object.add("global_midi_control_assignments", encode(assignments)).build();
+}
+
 bool isWritable(const ordered_json& text) {
   try {
     (void)text.dump();
@@ -182,12 +200,7 @@ std::optional<Error> findFault(const ordered_json& value, const DocumentPlace& p
 }  // namespace
 
 Result<std::string> encodeSetlist(const SetlistFile& setlist) {
-  const ordered_json document =
-      ObjectBuilder(3)
-          .add("version", setlistVersion)
-          .add("songs", encode(setlist.songs))
-          .add("global_midi_control_assignments", encode(setlist.globalMidiControlAssignments))
-          .build();
+  const ordered_json document = encode(setlist);
   if (auto fault = findFault(document, DocumentPlace(), false)) {
     return *std::move(fault);
   }

@@ -29,7 +29,7 @@ std::optional<VisualTriggerMode> visualTriggerMode(std::string_view text) {
 
 std::optional<MidiControlKind> midiControlKind(std::string_view text) {
   for (const auto& row : midiControlKinds) {
-    if (row.text == text) {
+    if (!row.text.empty() && row.text == text) {
       return row.kind;
     }
   }

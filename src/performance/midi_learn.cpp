@@ -206,6 +206,8 @@ void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPress
       return sendController(controllerSustain, state_.sustainPedalValue, value);
     case MidiControlKind::performanceExpression:
       return sendController(controllerExpression, state_.expressionValue, value);
+    case MidiControlKind::projectionBlackout:
+      return projectionBlackoutPressed.emit();
   }
 }
 

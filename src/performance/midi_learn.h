@@ -51,6 +51,9 @@ class MidiLearn {
   /// Emitted for each control of the console that the hardware moves, before it acts.
   Signal<const MidiControlTarget&, bool, float> controlWillAct;
 
+  /// The hardware asks for the projection to be black, or to be shown again.
+  Signal<> projectionBlackoutPressed;
+
   /// The assigned controllers that are in the upper half now; each fires again only after it left it.
   [[nodiscard]] const BindingSet& activeMidiTriggerBindings() const { return activeMidiTriggerBindings_; }
 

@@ -47,7 +47,9 @@ VrelMenuController::VrelMenuController(const Collaborators& collaborators, MenuB
       liveMode_(collaborators.liveMode),
       midiLearn_(collaborators.midiLearn),
       projection_(collaborators.projection),
-      mainMenu_(std::move(mainMenu)) {}
+      mainMenu_(std::move(mainMenu)),
+      blackoutFollowed_(
+          midiLearn_.projectionBlackoutPressed.connect([this] { projection_.setBlack(!projection_.isBlack.get()); })) {}
 
 std::optional<VrelMenuController::Session> VrelMenuController::session() const {
   auto engine = audioEngine_.lock();
@@ -236,7 +238,12 @@ void VrelMenuController::closeVisualProjection() {
 }
 
 void VrelMenuController::toggleProjectionBlackout() {
-  projection_.setBlack(!projection_.isBlack.get());
+  const auto current = session();
+  if (current && current->state.isMidiLearnMode.get()) {
+    midiLearn_.selectMidiLearnTarget({MidiControlKind::projectionBlackout, std::nullopt});
+  } else {
+    projection_.setBlack(!projection_.isBlack.get());
+  }
 }
 
 void VrelMenuController::toggleProjectionTestPicture() {

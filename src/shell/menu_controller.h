@@ -95,6 +95,7 @@ class VrelMenuController {
   /// Nothing while the projection is closed.
   void toggleVisualProjectionFullscreen();
   void closeVisualProjection();
+  /// In learn mode, what the hardware is tied to.
   void toggleProjectionBlackout();
   void toggleProjectionTestPicture();
   /// In frames; nothing for a size that the menu does not have.
@@ -127,6 +128,7 @@ class VrelMenuController {
   MidiLearn& midiLearn_;
   VrelVisualProjectionWindowController& projection_;
   MenuBar mainMenu_;
+  std::shared_ptr<void> blackoutFollowed_;
   AppState* appState_ = nullptr;
   std::weak_ptr<AudioEngine> audioEngine_;
   std::vector<std::shared_ptr<void>> connections_;

@@ -29,17 +29,18 @@ TEST(MidiControlKinds, EachKindHasOneRowAndATextOfItsOwn) {
   for (std::size_t index = 0; index < midiControlKinds.size(); ++index) {
     const auto& row = midiControlKinds[index];
     EXPECT_EQ(row.kind, static_cast<Kind>(index));
-    EXPECT_FALSE(row.text.empty());
+    EXPECT_EQ(row.text.empty(), row.kind == Kind::projectionBlackout) << "which is stored elsewhere";
     texts.insert(row.text);
   }
-  EXPECT_EQ(midiControlKinds.size(), static_cast<std::size_t>(Kind::performanceExpression) + 1);
+  EXPECT_EQ(midiControlKinds.size(), static_cast<std::size_t>(Kind::projectionBlackout) + 1);
   EXPECT_EQ(texts.size(), midiControlKinds.size());
 }
 
-TEST(MidiControlKinds, VolumeGainAndThePerformanceControlsBelongToTheSetlist) {
-  EXPECT_EQ(kindsThat([](const auto& row) { return row.scope == MidiControlScope::setlist; }),
-            (std::vector{Kind::channelVolume, Kind::channelGain, Kind::performancePitchBend,
-                         Kind::performanceModulation, Kind::performanceSustain, Kind::performanceExpression}));
+TEST(MidiControlKinds, VolumeGainThePerformanceControlsAndTheBlackoutBelongToTheSetlist) {
+  EXPECT_EQ(
+      kindsThat([](const auto& row) { return row.scope == MidiControlScope::setlist; }),
+      (std::vector{Kind::channelVolume, Kind::channelGain, Kind::performancePitchBend, Kind::performanceModulation,
+                   Kind::performanceSustain, Kind::performanceExpression, Kind::projectionBlackout}));
 }
 
 TEST(MidiControlKinds, TheControlsOfAStripNeedOne) {
@@ -50,11 +51,12 @@ TEST(MidiControlKinds, TheControlsOfAStripNeedOne) {
 
 TEST(MidiControlKinds, ButtonsAreTriggers) {
   EXPECT_EQ(kindsThat([](const auto& row) { return row.isTrigger; }),
-            (std::vector{Kind::panic, Kind::tapTempo, Kind::channelMute, Kind::channelSolo, Kind::masterMute}));
+            (std::vector{Kind::panic, Kind::tapTempo, Kind::channelMute, Kind::channelSolo, Kind::masterMute,
+                         Kind::projectionBlackout}));
 }
 
 TEST(MidiControlKinds, AnUnknownKindBelongsToTheSongAndNeedsNoStrip) {
-  for (const auto kind : {static_cast<Kind>(13), static_cast<Kind>(-1)}) {
+  for (const auto kind : {static_cast<Kind>(14), static_cast<Kind>(-1)}) {
     EXPECT_EQ(traitsOf(kind).scope, MidiControlScope::song);
     EXPECT_EQ(traitsOf(kind).text, "");
     EXPECT_FALSE(traitsOf(kind).needsStrip);

@@ -294,7 +294,15 @@ TEST_F(Dispatch, PerformanceControllersAreSentAndShown) {
 }
 
 TEST_F(Dispatch, AKindThatDoesNotExistDoesNothing) {
-  EXPECT_FALSE(marksEdited(onConsole(static_cast<Kind>(13)), true, 1));
+  EXPECT_FALSE(marksEdited(onConsole(static_cast<Kind>(14)), true, 1));
+}
+
+TEST_F(Dispatch, TheBlackoutIsPassedOnWhenPressedAndIsNoEdit) {
+  int pressed = 0;
+  const auto listening = learn.projectionBlackoutPressed.connect([&] { ++pressed; });
+  EXPECT_FALSE(marksEdited(onConsole(Kind::projectionBlackout), true, 1));
+  EXPECT_FALSE(marksEdited(onConsole(Kind::projectionBlackout), false, 0));
+  EXPECT_EQ(pressed, 1);
 }
 
 TEST_F(Dispatch, AControllerMarksTheSetlistAsEditedWhileAPluginIsInTheSession) {

@@ -146,7 +146,8 @@ TEST_F(Learning, EachKindGoesToItsList) {
       {onConsole(Kind::performanceModulation), true},
       {onConsole(Kind::performanceSustain), true},
       {onConsole(Kind::performanceExpression), true},
-      {onConsole(static_cast<Kind>(13)), false},
+      {onConsole(Kind::projectionBlackout), true},
+      {onConsole(static_cast<Kind>(14)), false},
       {onConsole(static_cast<Kind>(-1)), false},
   };
   for (const auto& [target, belongsToAll] : isGlobal) {

@@ -236,6 +236,28 @@ TEST_F(MenuCommands, BlackoutAndTestPictureGoOnAndOffAndEndWithTheProjection) {
   EXPECT_FALSE(itemFor(MenuAction::toggleProjectionTestPicture).isChecked);
 }
 
+TEST_F(MenuCommands, TheBlackoutIsLearntByItsEntryAndThenPressedOnTheHardware) {
+  setSongs({SongConfig{}});
+  state.selectedSongIndex.set(0);
+  menus.perform(MenuAction::openVisualProjection, "1");
+  menus.perform(MenuAction::toggleLearn);
+  menus.perform(MenuAction::toggleProjectionBlackout);
+  EXPECT_FALSE(projection.isBlack.get());
+  content.midiLearn().handleMidiControlMessage(0xB0, 64, 127);
+  EXPECT_FALSE(state.isMidiLearnMode.get());
+  EXPECT_FALSE(projection.isBlack.get());
+  for (const bool isBlack : {true, false}) {
+    content.midiLearn().handleMidiControlMessage(0xB0, 64, 0);
+    content.midiLearn().handleMidiControlMessage(0xB0, 64, 127);
+    EXPECT_EQ(projection.isBlack.get(), isBlack);
+  }
+  menus.perform(MenuAction::closeVisualProjection);
+  content.midiLearn().handleMidiControlMessage(0xB0, 64, 0);
+  content.midiLearn().handleMidiControlMessage(0xB0, 64, 127);
+  EXPECT_FALSE(projection.isBlack.get());
+  EXPECT_EQ(content.learnedControls().all().back().control, "Blackout");
+}
+
 TEST_F(MenuCommands, WhatTheProgramHasIsReachedThroughItsHooks) {
   Lines reached;
   menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
