@@ -9,6 +9,7 @@
 #include <QQuickWindow>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
@@ -237,6 +238,14 @@ TEST_F(Accessibility, EveryControlHasANameARoleAndItsValueOrStateInBothModesAndI
   driver.click("stripNumber0");
   expectWhole("swatch0");
   driver.key("Escape");
+  for (const auto& [source, shown, cancel] :
+       {std::tuple("playbackSource", "trackApply", "trackCancel"), {"visualSource", "clipApply", "clipCancel"}}) {
+    driver.click("stripInstrument0");
+    expectWhole(source);
+    driver.click(source);
+    expectWhole(shown);
+    driver.click(cancel);
+  }
   lookAround();
   driver.click("liveButton");
   expectWhole("setup0");

@@ -1,16 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QWindow>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/spoken_window.h"
+#include "apps/vrel/window_looks.h"
+#include "system/plugins/lv2/preset_answers.h"
+#include "text/text.h"
 
 namespace vrel::app::test {
 namespace {
@@ -149,6 +158,20 @@ TEST_F(EditorWindow, ArrowsStepAndShiftStepsFinely) {
   EXPECT_TRUE(becomes(2, [](float value) { return value > 1.03F && value < 1.04F; })) << effectValue(2);
 }
 
+TEST_F(EditorWindow, AnExpensiveControlChangesAtTheEndOfItsDrag) {
+  openPanel();
+  driver.click("controlSearch");
+  driver.type("size");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control8Slider") && !driver.isShown("control0"); }));
+  const float before = effectValue(10);
+  driver.press("control8Slider", {0.9, 0.5});
+  driver.moveTo("control8Slider", {0.2, 0.5});
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("control8Slider", "shownPosition").toDouble() < 0.5; }));
+  EXPECT_EQ(effectValue(10), before);
+  driver.release();
+  EXPECT_TRUE(becomes(10, [before](float value) { return value < before; }));
+}
+
 TEST_F(EditorWindow, ASearchLeavesWhatItFindsAndHeadingsNameTheGroups) {
   openPanel();
   EXPECT_TRUE(driver.isShown("controlHeading"));
@@ -185,6 +208,93 @@ TEST_F(EditorWindow, WhatThePlugInShowsMoves) {
   });
   EXPECT_TRUE(driver.eventually([this] { return driver.value("control10Slider", "shownPosition").toDouble() == 1; }));
   EXPECT_TRUE(driver.eventually([this] { return driver.value("control1Slider", "shownPosition").toDouble() == 1; }));
+}
+
+TEST_F(EditorWindow, PresetsAreChosenByPointerAndArrowKeysAndShowTheirValues) {
+  openPanel();
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("presetName"); }));
+  driver.onLogic([](Session& session) { session.state().isDirty.set(false); });
+  driver.click("presetName");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("preset4"); }));
+  driver.click("preset4");
+  EXPECT_TRUE(becomes(2, 0.5F));
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().isDirty(); }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("preset4", "isCurrent").toBool(); }));
+  EXPECT_EQ(storedLevel(), 0.5F) << "captured with the song";
+  driver.click("presetSearch");
+  driver.type("bass");
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isShown("preset2"); })) << "by the name of the bank";
+  driver.key("Down");
+  EXPECT_TRUE(becomes(2, 2.0F)) << "from within the search";
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("control0Slider"); }));
+  driver.click("previousPreset");
+  EXPECT_TRUE(becomes(2, 0.5F));
+  EXPECT_TRUE(driver.eventually(
+      [this] { return driver.value("presetName", "spokenName").toString() == QLatin1String("deep"); }));
+  driver.doubleClick("control0Slider");
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.value("presetName", "text").toString().contains(QStringLiteral("\u25cf"));
+  })) << "changed since";
+}
+
+TEST_F(EditorWindow, APresetThatCannotBeLoadedSaysSo) {
+  openPanel();
+  driver.click("presetName");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("preset0"); }));
+  driver.click("preset0");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("presetProblem"); }));
+  EXPECT_EQ(driver.value("presetName", "spokenName").toString(), driver.texts().noPreset());
+}
+
+/// With a home of its own to save presets in.
+class PresetWindow : public EditorWindow {
+ protected:
+  lv2::OwnHome home_;
+};
+
+TEST_F(PresetWindow, APresetIsSavedReplacedAndDeleted) {
+  openPanel();
+  driver.click("savePreset");
+  driver.type("Mine");
+  driver.key("Return");
+  const auto isShownAs = [this](const QString& name) {
+    return driver.eventually([&] { return driver.value("presetName", "spokenName").toString() == name; });
+  };
+  ASSERT_TRUE(isShownAs(QStringLiteral("Mine")));
+  driver.doubleClick("control0Slider");
+  driver.drag("control0Slider", "control0Slider", {0.9, 0.5}, {0.5, 0.5});
+  EXPECT_TRUE(isShownAs(QStringLiteral("Mine, ") + driver.texts().presetChanged()));
+  driver.click("savePreset");
+  driver.key("Return");
+  EXPECT_EQ(driver.value("confirmPreset", "text").toString(), driver.texts().replacePreset()) << "it asks";
+  driver.click("confirmPreset");
+  EXPECT_TRUE(isShownAs(QStringLiteral("Mine")));
+  driver.click("deletePreset");
+  EXPECT_FALSE(std::filesystem::is_empty(home_.bundles()));
+  driver.click("deletePreset");
+  EXPECT_TRUE(isShownAs(driver.texts().noPreset()));
+  EXPECT_TRUE(std::filesystem::is_empty(home_.bundles()));
+}
+
+TEST_F(EditorWindow, NoWordIsCutOffInAnyLanguageAndEveryControlHasANameARoleAndItsValue) {
+  openPanel();
+  QAccessible::setActive(true);
+  driver.click("savePreset");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("presetNameField"); }));
+  const auto words = [] { return WindowLooks(*qobject_cast<QQuickWindow*>(editor())->contentItem()).cutOffWords(); };
+  for (const Language language : allLanguages) {
+    driver.onLogic([language](Session& session) { session.content().setLanguage(language); });
+    ASSERT_TRUE(driver.eventually([&] { return driver.texts().language() == static_cast<int>(language); }));
+    EXPECT_TRUE(driver.eventually([&] { return words().empty(); }))
+        << code(language) << testing::PrintToString(words());
+  }
+  EXPECT_TRUE(driver.eventually([this] { return SpokenWindow::has(driver.find("presetNameField")); }));
+  EXPECT_EQ(SpokenWindow::faults(), std::vector<std::string>());
+  driver.click("presetName");
+  EXPECT_TRUE(driver.eventually([this] { return SpokenWindow::has(driver.find("preset0")); }));
+  EXPECT_EQ(SpokenWindow::faults(), std::vector<std::string>());
+  QAccessible::setActive(false);
 }
 
 TEST_F(EditorWindow, ASecondPressAndTheRemovalOfTheEffectCloseIt) {
