@@ -3,12 +3,15 @@
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QGuiApplication>
 #include <QObject>
 #include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QWindow>
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <set>
 #include <string>
 #include <utility>
@@ -35,8 +38,11 @@ class EveryHint : public ConsoleFixture {
 
   [[nodiscard]] Found walk() {
     Found found;
-    if (auto* const top = QAccessible::queryAccessibleInterface(driver.program().window.quickWindow())) {
-      visit(*top, found);
+    for (QWindow* const window : QGuiApplication::topLevelWindows()) {
+      auto* const top = window->isVisible() ? QAccessible::queryAccessibleInterface(window) : nullptr;
+      if (top != nullptr) {
+        visit(*top, found);
+      }
     }
     return found;
   }
@@ -199,6 +205,49 @@ TEST_F(EveryHint, IsThereInThePanels) {
   driver.key("Escape");
   driver.click("stripNumber0");
   expectHints("colorPanelClose");
+}
+
+TEST_F(EveryHint, IsThereInTheEditorsOfTracksAndClips) {
+  driver.onLogic([](Session& session) {
+    session.content().instrumentSelector().open(*session.engine().channels()[0]);
+    session.content().instrumentSelector().pickPlayback();
+  });
+  expectHints("trackPanel");
+  driver.click("trackCancel");
+  driver.onLogic([](Session& session) {
+    session.content().instrumentSelector().open(*session.engine().channels()[0]);
+    session.content().instrumentSelector().pickVisual();
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("addClip"); }));
+  driver.click("addClip");
+  expectHints("clipDelete0");
+  driver.click("clipCancel");
+}
+
+/// With the window of an effect that has a control of each kind, and presets.
+class EveryHintOfAPlugIn : public EveryHint {
+ protected:
+  EveryHintOfAPlugIn() { ::setenv("LV2_PATH", VREL_ZOO_PATH, 1); }
+  ~EveryHintOfAPlugIn() override {
+    driver.close();
+    ::setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
+  }
+};
+
+TEST_F(EveryHintOfAPlugIn, IsThereInItsWindow) {
+  driver.click("rack0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("effectSearch"); }));
+  driver.click("effectSearch");
+  driver.type("Zoo Panel");
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("effect0", "name").toString() == "Zoo Panel"; }));
+  driver.key("Return");
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("openEffect0", "enabled").toBool(); }));
+  driver.click("openEffect0");
+  expectHints("presetName");
+  driver.click("savePreset");
+  expectHints("presetNameField");
+  driver.click("presetName");
+  expectHints("preset0");
 }
 
 TEST_F(EveryHint, IsThereOnTheLinesOfTheMenus) {

@@ -19,6 +19,7 @@ Item {
 
     Accessible.role: Accessible.ListItem
     Accessible.name: spokenName
+    Accessible.description: desk.texts.visualPreview
     Accessible.selectable: true
     Accessible.selected: entry.isShown
     Accessible.onPressAction: item.acts.select(item.entry.mappingId)

@@ -68,7 +68,7 @@ RowLayout {
         echo: row.echo
         spokenName: row.name
         valueText: row.valueText
-        hint: isMeter ? "" : row.desk.hints.pluginControl
+        hint: isMeter ? row.name : row.desk.hints.pluginControl
         onMoved: value => row.set(value)
         onReset: row.desk.plugins.reset(row.editorId, row.control)
     }
