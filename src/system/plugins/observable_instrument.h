@@ -6,8 +6,9 @@
 
 namespace vrel {
 
-/// An instrument that reports the events it is given. For a log of a performance; an instrument node
-/// that offers it also derives from this class, and whoever wants the log looks for it.
+/// An instrument that reports the events it is given by the main thread; what is routed on the audio thread is not
+/// among them. For a log of a performance; an instrument node that offers it also derives from this class, and whoever
+/// wants the log looks for it.
 class ObservableInstrument {
  public:
   using EventObserver = std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)>;

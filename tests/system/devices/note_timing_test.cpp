@@ -53,21 +53,23 @@ TEST_P(NoteTiming, WhileTheMainThreadIsHeldUpForTwoSecondsNotesGoOnAtTheirFrame)
     seen.push_back(isOn ? note : -note);
   };
   // This thread is the main thread, and runs nothing of its queue meanwhile.
-  std::vector<std::uint32_t> latencies;
+  std::size_t played = 0;
+  std::size_t atTheirFrame = 0;
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
   for (std::uint8_t key = 60; std::chrono::steady_clock::now() < end; ++key) {
+    const std::uint64_t missedBlocks = stage->pluginCounters().lateBlocks;
     const auto latency = probe.play(key).front();
     ASSERT_TRUE(latency) << "the note was not heard";
-    latencies.push_back(*latency);
+    ++played;
+    // A plug-in in a process of its own that gets no processor in time plays a note with its next block.
+    if (stage->pluginCounters().lateBlocks == missedBlocks) {
+      EXPECT_EQ(*latency, 0U);
+      ++atTheirFrame;
+    }
   }
   EXPECT_TRUE(seen.empty());
-  // A plug-in in a process of its own that gets no processor in time plays a note with its next block.
-  std::ranges::sort(latencies);
-  EXPECT_EQ(latencies[latencies.size() / 2], 0U);
-  if (!GetParam()) {
-    EXPECT_EQ(latencies.back(), 0U);
-  }
-  EXPECT_TRUE(eventuallyOnMain([&] { return seen.size() == 2 * latencies.size(); }));
+  EXPECT_GT(atTheirFrame, 0U);
+  EXPECT_TRUE(eventuallyOnMain([&] { return seen.size() == 2 * played; }));
   std::vector<int> expected;
   for (int key = 60; expected.size() < seen.size(); ++key) {
     expected.insert(expected.end(), {key, -key});
