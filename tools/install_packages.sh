@@ -5,6 +5,7 @@
 #
 #   install_packages.sh            what building and running need; fails where it cannot have that
 #   install_packages.sh --testing  that, and what only the tests need; does without what it cannot have, and says so
+#   install_packages.sh --all      those, and the checkers of the Debian package
 set -euo pipefail
 
 packages=(
@@ -25,15 +26,17 @@ testing_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev lld ccache qt6-declarative-dev-tools
   ffmpeg xvfb x11-xserver-utils dbus-daemon libxcb1-dev weston fonts-dejavu-core
-  # checkers of the Debian package
-  appstream desktop-file-utils groff-base lintian
   # sound servers, which may not get along with the one that is there
   jackd2 pulseaudio jalv
 )
+package_checkers=(appstream desktop-file-utils groff-base lintian)
 
 wants_testing=no
-if [[ "${1:-}" == --testing ]]; then
+if [[ "${1:-}" == --testing || "${1:-}" == --all ]]; then
   wants_testing=yes
+fi
+if [[ "${1:-}" == --all ]]; then
+  testing_packages+=("${package_checkers[@]}")
 fi
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
