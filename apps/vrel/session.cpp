@@ -52,7 +52,10 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
                       window_.apply(std::move(batch), [this] { mirrorSource_.delivered(); });
                     }),
       mirror_(mirrorSource_, content_, desktop_.shownAlert),
-      projection_({state_, engine_->visualEngine(), desktop_, platform_.platform().videos, nullptr}),
+      projectionWindows_(window.stageWindows(), loop, [this](const std::string& line) { console_.print(line); }),
+      projection_({state_, engine_->visualEngine(), desktop_, platform_.platform().videos, &projectionWindows_}),
+      sleepInhibitor_(system::SleepInhibitor::usualBuses(),
+                      [this](const std::string& line) { console_.printInfo(line); }),
       menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn(), projection_}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
                [this](const std::string& action, const std::string& object) { menus_.perform(action, object); },
@@ -123,6 +126,7 @@ void Session::start() {
   dropoutTimer_ = loop_.repeatingTimer(1, [this] {
     mirror_.setDropouts(platform_.dropouts());
     engine_->reportDroppedEvents();
+    sleepInhibitor_.setActive(projection_.isOpen() || state_.isLiveModeEnabled.get());
   });
 }
 

@@ -21,11 +21,13 @@
 #include "platform/notification_center.h"
 #include "shell/menu_controller.h"
 #include "shell/vrel_app.h"
+#include "system/desktop/sleep_inhibitor.h"
 #include "system/desktop/window_desktop.h"
 #include "system/dispatch/standard_output.h"
 #include "system/dispatch/system_clock.h"
 #include "system/files/file_calls.h"
 #include "system/files/posix_file_manager.h"
+#include "system/projection/system_projection.h"
 #include "system/user_defaults/ini_user_defaults.h"
 #include "visuals/visual_projection_window_controller.h"
 #include "vrel/system_platform.h"
@@ -118,7 +120,9 @@ class Session {
   PlayedNowSource playedNow_;
   window::MirrorSource mirrorSource_;
   window::ConsoleMirror mirror_;
+  system::SystemProjection projectionWindows_;
   VrelVisualProjectionWindowController projection_;
+  system::SleepInhibitor sleepInhibitor_;
   VrelMenuController menus_;
   window::ConsoleActions actions_;
   VrelApp app_;

@@ -25,21 +25,13 @@
 #include "platform/key_event.h"
 #include "platform/notification_center.h"
 #include "shell/vrel_app.h"
+#include "system/projection/screen_description.h"
 #include "vrel/keys.h"
 
 namespace vrel::app {
 namespace {
 
 constexpr int framesPerSecond = 60;
-
-ScreenRect rectOf(const QRect& area) {
-  return {area.x(), area.y(), area.width(), area.height()};
-}
-
-NSScreen screenOf(const QScreen& screen) {
-  return {screen.name().toStdString(), rectOf(screen.availableGeometry()), rectOf(screen.geometry()),
-          screen.model().toStdString(), screen.serialNumber().toStdString()};
-}
 
 /// Whether the compositor alone places windows, and knows the space that panels leave.
 bool isOnWayland() {
@@ -96,6 +88,7 @@ UiThread::~UiThread() {
 
 void UiThread::leaveScreen() {
   frames_.stop();
+  stageWindows_.hideAll();
   for (const auto& panel : std::exchange(panels_, {})) {
     delete panel.data();
   }
@@ -156,11 +149,11 @@ std::vector<NSScreen> UiThread::screens() {
   std::vector<NSScreen> screens;
   const QScreen* const main = QGuiApplication::primaryScreen();
   if (main != nullptr) {
-    screens.push_back(screenOf(*main));
+    screens.push_back(system::describeScreen(*main));
   }
   for (const QScreen* screen : QGuiApplication::screens()) {
     if (screen != main) {
-      screens.push_back(screenOf(*screen));
+      screens.push_back(system::describeScreen(*screen));
     }
   }
   return screens;
@@ -176,7 +169,7 @@ void UiThread::reportWindow() {
   const QScreen* const screen = quickWindow_->screen();
   if (onWindowResolved) {
     onWindowResolved(quickWindow_->visibility() == QWindow::FullScreen,
-                     screen != nullptr ? std::optional(screenOf(*screen)) : std::nullopt);
+                     screen != nullptr ? std::optional(system::describeScreen(*screen)) : std::nullopt);
   }
 }
 

@@ -17,6 +17,7 @@
 #include "console/window/console_model.h"
 #include "platform/desktop.h"
 #include "system/desktop/window_desktop.h"
+#include "system/projection/system_projection.h"
 #include "vrel/keys.h"
 #include "vrel/widgets.h"
 
@@ -42,6 +43,8 @@ class UiThread final : public QObject, public system::WindowServices {
   ~UiThread() override;
 
   [[nodiscard]] window::ConsoleModel& model() { return model_; }
+  /// The projection's, which draw on threads of their own.
+  [[nodiscard]] system::StageWindows& stageWindows() { return stageWindows_; }
   /// Null before it is made.
   [[nodiscard]] QQuickWindow* quickWindow() const { return quickWindow_; }
 
@@ -104,6 +107,7 @@ class UiThread final : public QObject, public system::WindowServices {
   QTimer frames_;
   QString panelFolder_ = QDir::homePath();     // where the last file was chosen
   std::vector<QPointer<QFileDialog>> panels_;  // null when they have been answered; they delete themselves then
+  system::StageWindows stageWindows_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
   QQuickWindow* quickWindow_ = nullptr;  // owned by the engine
 };

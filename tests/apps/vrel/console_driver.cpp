@@ -87,7 +87,7 @@ class Desktop {
   }
 
  private:
-  VirtualDisplay display_{1440, 900};
+  VirtualDisplay display_{1440, 900, ConsoleDriver::secondMonitorWidth};
   int argumentCount_ = 1;
   char name_[9] = "ui_tests";
   char* arguments_[2] = {name_, nullptr};

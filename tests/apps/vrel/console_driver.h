@@ -34,6 +34,9 @@ struct Place {
 /// as a load or an animation, is waited for by `eventually`.
 class ConsoleDriver {
  public:
+  /// Of a second monitor to the right of the console's; 0 is none. To be set before the first test of the process.
+  static inline int secondMonitorWidth = 0;
+
   /// The X server starts with the first test of the process.
   ConsoleDriver();
   ~ConsoleDriver();

@@ -10,11 +10,13 @@
 
 namespace vrel::app::test {
 
-VirtualDisplay::VirtualDisplay(int width, int height) : folder_(makeTemporaryFolder()) {
+VirtualDisplay::VirtualDisplay(int width, int height, int secondWidth) : folder_(makeTemporaryFolder()) {
   const std::string number = folder_ / "display";
-  const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
+  const std::string screen = std::to_string(width + secondWidth) + "x" + std::to_string(height) + "x24";
   // The server chooses a free display and writes its number to the descriptor.
-  server_.start({"sh", "-c", "exec Xvfb -displayfd 3 -screen 0 " + screen + " -nolisten tcp 3>" + number},
+  server_.start({"sh", "-c",
+                 "exec Xvfb -displayfd 3 -screen 0 " + screen + " -nolisten tcp" +
+                     (secondWidth > 0 ? " -noreset" : "") + " 3>" + number},
                 folder_ / "xvfb.log");
   std::string display;
   if (!system::test::eventually([&] {
@@ -27,6 +29,18 @@ VirtualDisplay::VirtualDisplay(int width, int height) : folder_(makeTemporaryFol
   ::setenv("QT_QPA_PLATFORM", "xcb", 1);
   ::setenv("QT_QUICK_BACKEND", "software", 1);
   ::unsetenv("WAYLAND_DISPLAY");
+  if (secondWidth > 0) {
+    const auto monitor = [height](const std::string& name, int left, int across, const std::string& output) {
+      const std::string area =
+          std::to_string(across) + "/300x" + std::to_string(height) + "/200+" + std::to_string(left);
+      return "xrandr --setmonitor " + name + " " + area + "+0 " + output;
+    };
+    const std::string both =
+        monitor("left", 0, width, "screen") + " && " + monitor("right", width, secondWidth, "none");
+    if (std::system(both.c_str()) != 0) {
+      throw std::runtime_error("the monitors cannot be set");
+    }
+  }
 }
 
 VirtualDisplay::~VirtualDisplay() {

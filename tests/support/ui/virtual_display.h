@@ -12,8 +12,8 @@ namespace vrel::app::test {
 class VirtualDisplay {
  public:
   /// Waits until it accepts clients, and makes it the display of this process, with Qt rendering in software. Throws
-  /// when it does not start.
-  VirtualDisplay(int width, int height);
+  /// when it does not start. With `secondWidth` it has two monitors, the second to the right of the first.
+  VirtualDisplay(int width, int height, int secondWidth = 0);
   ~VirtualDisplay();
   VirtualDisplay(const VirtualDisplay&) = delete;
   VirtualDisplay& operator=(const VirtualDisplay&) = delete;
