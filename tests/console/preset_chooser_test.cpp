@@ -7,6 +7,7 @@
 
 #include "console/editor_panels.h"
 #include "engine/plugin_editors.h"
+#include "platform/notification_center.h"
 #include "simulation/scripted_desktop.h"
 #include "support/scripted_presets.h"
 #include "support/simulated_session.h"
@@ -72,7 +73,8 @@ class PresetsInTheEditor : public SimulatedSession {
   std::shared_ptr<InstrumentWithPresets> instrument_ = std::make_shared<InstrumentWithPresets>("Keys");
   std::shared_ptr<AudioChannel> channel_;
   EditorPanels panels_{{state, mainQueue, desktop_}};
-  PluginEditors editors_{panels_, mainQueue};
+  NSNotificationCenter notifications_;
+  PluginEditors editors_{panels_, mainQueue, notifications_};
 };
 
 TEST_F(PresetsInTheEditor, AreListedUnderTheirBanksAndFoundByNameAndBank) {
