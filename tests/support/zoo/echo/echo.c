@@ -4,8 +4,8 @@
 
 // Writes every message it gets into its audio, one per frame and in order: the bytes as one number
 // of 24 bits, scaled, on the left, the length on the right, and 100 more for each frame at which it came. What finds no
-// frame in its block waits for the next. Length 0 means no message. It also fills its atom output to the last byte, and answers with
-// length 99 when it is not given the room that it asked for.
+// frame in its block waits for the next. Length 0 means no message. It also fills its atom output to the last byte, and
+// answers with length 99 when it is not given the room that it asked for.
 
 typedef struct {
   uint32_t count;

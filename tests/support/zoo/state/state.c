@@ -9,7 +9,8 @@
 // Keeps two things beside its control: the number of the last key below 100, and a file of its own
 // that holds the number of the last key from 100. Left gives the first, right what the file says, both
 // in 1/128. After a restore the file is read in the next run, as sample players do it. A restored
-// value of 13 is refused, 14 never comes to an end, and 15 ends the process. At a value of 98 its state is larger than 256 MiB.
+// value of 13 is refused, 14 never comes to an end, and 15 ends the process. At a value of 98 its state is larger than
+// 256 MiB.
 
 typedef struct {
   _Atomic int32_t value;  // a host may save while it runs
