@@ -81,6 +81,9 @@ void takePanicKeys(_XDisplay* display, unsigned long window, bool areTaken) {
                                                Mod2Mask | LockMask | ShiftMask};
   for (const KeySym symbol : {XK_p, XK_space}) {
     const int code = XKeysymToKeycode(display, symbol);
+    if (code == AnyKey) {
+      continue;  // the layout has none
+    }
     for (const unsigned int state : states) {
       if (areTaken) {
         XGrabKey(display, code, state, window, False, GrabModeAsync, GrabModeAsync);

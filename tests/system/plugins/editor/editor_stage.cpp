@@ -16,10 +16,15 @@
 #include "system/plugins/sandbox/processes.h"
 
 namespace vrel::editor {
+namespace {
+
+int errorCount = 0;
+
+}  // namespace
 
 Desktop::Desktop() : display_(XOpenDisplay(nullptr)) {
   // A window may go while it is looked at.
-  XSetErrorHandler([](Display* /*display*/, XErrorEvent* /*error*/) { return 0; });
+  XSetErrorHandler([](Display* /*display*/, XErrorEvent* /*error*/) { return errorCount++; });
 }
 
 Desktop::~Desktop() {
@@ -157,6 +162,30 @@ void Desktop::pressKey(Window window, unsigned long symbol) {
     XSendEvent(display_, window, True, type == KeyPress ? KeyPressMask : KeyReleaseMask, &event);
   }
   XSync(display_, False);
+}
+
+bool Desktop::isFree(Window window, unsigned long symbol) const {
+  XSync(display_, False);
+  errorCount = 0;
+  const int code = XKeysymToKeycode(display_, symbol);
+  XGrabKey(display_, code, 0, window, False, GrabModeAsync, GrabModeAsync);
+  XSync(display_, False);
+  const bool isTaken = errorCount > 0;
+  XUngrabKey(display_, code, 0, window);
+  XSync(display_, False);
+  return !isTaken;
+}
+
+void Desktop::removeKey(unsigned long symbol) {
+  while (const int code = XKeysymToKeycode(display_, symbol)) {
+    KeySym none = NoSymbol;
+    XChangeKeyboardMapping(display_, code, 1, &none, 1);
+    XSync(display_, False);
+    XEvent event{};
+    while (XCheckTypedEvent(display_, MappingNotify, &event) != 0) {
+      XRefreshKeyboardMapping(&event.xmapping);
+    }
+  }
 }
 
 EditorStage::EditorStage(lv2::Bundles bundles)

@@ -50,6 +50,10 @@ class Desktop {
   /// As press, by the pointer itself.
   void click(Window window, int x, int y);
   void pressKey(Window window, unsigned long symbol);
+  /// Whether no other client has taken the key within the window.
+  [[nodiscard]] bool isFree(Window window, unsigned long symbol) const;
+  /// As on a layout without this key.
+  void removeKey(unsigned long symbol);
 
  private:
   _XDisplay* const display_;

@@ -176,6 +176,16 @@ TEST_F(NativeEditor, KeysThatItDoesNotUseAreTheConsoles) {
   editor->panel->close();
 }
 
+TEST_F(NativeEditor, OnALayoutWithoutAKeyOfPanicOnlyTheOtherIsTaken) {
+  desktop.removeKey(XK_p);
+  editors_->takeStageKeys(true);
+  const auto editor = open(*unit_);
+  const auto window = desktop.find("Editor");
+  EXPECT_TRUE(comes([&] { return !desktop.isFree(window, XK_space); }));
+  EXPECT_TRUE(desktop.isFree(window, XK_q));
+  editor->panel->close();
+}
+
 TEST_F(NativeEditor, ThePlugInThatGoesTakesItsControlsAlong) {
   const auto editor = open(*unit_);
   const auto view = desktop.childOf(desktop.find("Editor"));
