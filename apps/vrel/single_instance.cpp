@@ -27,9 +27,10 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto retryPause = 20ms;
 
-/// A socket that keeps the borders of messages: a path comes whole or not at all.
+/// A socket that keeps the borders of messages: a path comes whole or not at all. Nothing blocks on it: the queue of a
+/// first whose loop does not turn may be full.
 int makeSocket() {
-  return ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+  return ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
 }
 
 std::optional<sockaddr_un> addressOf(const std::filesystem::path& path) {
@@ -43,7 +44,7 @@ std::optional<sockaddr_un> addressOf(const std::filesystem::path& path) {
   return endpoint;
 }
 
-/// The first may hold the lock and not listen yet.
+/// The first may hold the lock and not listen yet, or have too many waiting.
 int connected(const sockaddr_un& endpoint, Clock::time_point end) {
   while (Clock::now() < end) {
     const int socket = makeSocket();
@@ -60,6 +61,12 @@ bool arrivesBefore(int socket, Clock::time_point end) {
   pollfd wait{socket, POLLIN, 0};
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
   return ::poll(&wait, 1, static_cast<int>(std::max(left, 0ms).count())) == 1;
+}
+
+/// A sender that has had no response has said so and ended.
+bool hasGone(int peer) {
+  pollfd state{peer, POLLRDHUP, 0};
+  return ::poll(&state, 1, 0) == 1;
 }
 
 }  // namespace
@@ -112,7 +119,7 @@ void SingleInstance::answerNext() {
   if (arrivesBefore(socket, Clock::now() + 100ms)) {
     const auto size = ::recv(socket, message.data(), message.size(), MSG_DONTWAIT);
     // One byte says what is wanted, so that no message is empty.
-    if (size >= 1) {
+    if (size >= 1 && !hasGone(socket)) {
       const std::string path(message.data() + 1, static_cast<std::size_t>(size) - 1);
       const Answer answer = handler_(path.empty() ? std::nullopt : std::optional<std::filesystem::path>(path));
       const char code = answer == Answer::isLive ? 'L' : 'O';

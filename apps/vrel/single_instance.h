@@ -33,7 +33,7 @@ class SingleInstance {
 
   [[nodiscard]] bool isFirst() const { return isFirst_; }
 
-  /// For the first: serves the others from here on, in turns of Qt's loop.
+  /// For the first: serves the others from here on, in turns of Qt's loop. One that has given up is not served late.
   void serve(Handler handler);
 
   /// For the others.

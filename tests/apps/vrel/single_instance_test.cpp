@@ -101,5 +101,23 @@ TEST_F(SingleInstanceTest, AFirstThatDoesNotListenIsWaitedForAndThenReported) {
   EXPECT_EQ(SingleInstance(folder()).handOver("/home/me/gig.vrel", std::chrono::milliseconds(50)), Answer::noResponse);
 }
 
+TEST_F(SingleInstanceTest, AFirstWhoseLoopDoesNotTurnKeepsNobodyBeyondTheTimeout) {
+  SingleInstance first(folder());
+  serve(first, Answer::opens);
+  for (int more = 0; more < 12; ++more) {  // than wait to be accepted
+    EXPECT_EQ(SingleInstance(folder()).handOver("/home/me/gig.vrel", std::chrono::milliseconds(10)),
+              Answer::noResponse);
+  }
+}
+
+TEST_F(SingleInstanceTest, ASetlistWhoseSenderHasGivenUpIsNotOpened) {
+  SingleInstance first(folder());
+  serve(first, Answer::opens);
+  ASSERT_EQ(SingleInstance(folder()).handOver("/home/me/early.vrel", std::chrono::milliseconds(10)),
+            Answer::noResponse);
+  EXPECT_EQ(handedOver("/home/me/gig.vrel"), Answer::opens);
+  EXPECT_EQ(received, (std::vector<Setlist>{"/home/me/gig.vrel"}));
+}
+
 }  // namespace
 }  // namespace vrel::app
