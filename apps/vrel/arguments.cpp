@@ -2,6 +2,7 @@
 #include "vrel/arguments.h"
 
 #include <algorithm>
+#include <system_error>
 
 #include "foundation/version.h"
 
@@ -35,7 +36,11 @@ Result<Arguments> parseArguments(std::span<const std::string> arguments) {
     } else if (argument.empty()) {
       return Error{"the path of a file is empty"};
     } else {
-      parsed.setlist = std::filesystem::absolute(argument).lexically_normal();
+      std::error_code failure;
+      parsed.setlist = std::filesystem::absolute(argument, failure).lexically_normal();
+      if (failure) {
+        return Error{"cannot find '" + argument + "' without a working folder: " + failure.message()};
+      }
     }
   }
   return parsed;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -28,6 +29,17 @@ TEST(Arguments, AFileOfTheWorkingFolderGetsItsWholePath) {
   EXPECT_EQ(parseArguments(Words{"gigs/../friday.vrel"}).value().setlist,
             std::filesystem::current_path() / "friday.vrel");
   EXPECT_EQ(parseArguments(Words{"/home/me/friday.vrel"}).value().setlist, "/home/me/friday.vrel");
+}
+
+TEST(Arguments, WithoutAWorkingFolderOnlyARelativePathIsAnError) {
+  const auto former = std::filesystem::current_path();
+  std::string folder = testing::TempDir() + "vrel_deleted_XXXXXX";
+  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
+  std::filesystem::current_path(folder);
+  std::filesystem::remove(folder);
+  EXPECT_TRUE(refusal({"friday.vrel"}).starts_with("cannot find 'friday.vrel'"));
+  EXPECT_EQ(refusal({"/home/me/friday.vrel"}), "");
+  std::filesystem::current_path(former);
 }
 
 TEST(Arguments, BehindTwoDashesAFilesNameMayBeginWithOne) {
