@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,7 +16,11 @@ namespace vrel::simulation {
 class ScriptedView : public NSViewController {
  public:
   explicit ScriptedView(NSSize size = {}, NSSize preferredSize = {}) : measured(size), preferred(preferredSize) {}
-  [[nodiscard]] NSSize measuredSize() override { return measured; }
+  /// As of a real view, its frame is part of it.
+  [[nodiscard]] NSSize measuredSize() override {
+    const NSSize frame = sizes.empty() ? NSSize{} : sizes.back();
+    return {std::max(measured.width, frame.width), std::max(measured.height, frame.height)};
+  }
   [[nodiscard]] NSSize preferredContentSize() override { return preferred; }
   void setViewSize(const NSSize& size) override { sizes.push_back(size); }
 
