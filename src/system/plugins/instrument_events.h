@@ -37,6 +37,10 @@ class InstrumentEvents {
   /// Takes one message for this block in, behind all others.
   void route(const MidiRecord& record) noexcept VREL_AUDIO_THREAD {
     takeSent();
+    if (record.frame < lastRouted_) {
+      waiting_ = events_.size();  // of a block that has not called the instrument
+    }
+    lastRouted_ = record.frame;
     (void)count(events_.push(record));
   }
 
@@ -63,6 +67,7 @@ class InstrumentEvents {
   void endBlock() noexcept VREL_AUDIO_THREAD {
     waiting_ = events_.size();
     lastFrame_ = 0;
+    lastRouted_ = 0;
   }
 
  private:
@@ -107,6 +112,7 @@ class InstrumentEvents {
   std::uint32_t seenResets_ = 0;
   std::uint32_t waiting_ = 0;  // those in front that an earlier block has left
   std::uint16_t lastFrame_ = 0;
+  std::uint16_t lastRouted_ = 0;
   MidiRecord shown_{};
 };
 

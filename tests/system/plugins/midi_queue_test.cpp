@@ -179,6 +179,15 @@ TEST_F(EventsOfAnInstrument, WhatABlockLeavesComesAtTheFirstFrameOfTheNextBefore
   EXPECT_EQ(block(), (std::vector<Taken>{{5, {0x90, 69, 100}}}));
 }
 
+TEST_F(EventsOfAnInstrument, WhatNoBlockTookComesAtTheFirstFrame) {
+  route({0x90, 60, 100}, 100);
+  route({0x90, 64, 100}, 20);  // by now in another block, and the first has not called the instrument
+  route({0x90, 67, 100}, 90);
+  EXPECT_EQ(block(), (std::vector<Taken>{{0, {0x90, 60, 100}}, {20, {0x90, 64, 100}}, {90, {0x90, 67, 100}}}));
+  route({0x90, 69, 100}, 5);
+  EXPECT_EQ(block(), (std::vector<Taken>{{5, {0x90, 69, 100}}}));
+}
+
 TEST_F(EventsOfAnInstrument, APanicComesBehindANoteThatWaits) {
   route({0x90, 60, 100}, 17);
   (void)block(0);
