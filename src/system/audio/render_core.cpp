@@ -80,10 +80,9 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
   std::fill_n(left, frameCount, 0.0F);
   std::fill_n(right, frameCount, 0.0F);
   const std::uint64_t blockTime = watchTime_ ? pacer_.begin(nanosecondsOf(begin), frameCount, sampleRate) : 0;
-  std::span<DeviceEvent> timed;
-  if (watchTime_ && timed_ != nullptr) {
-    timed = timed_->take(blockTime, frameCount, sampleRate);
-  }
+  const std::span<DeviceEvent> due =
+      watchTime_ && timed_ != nullptr ? timed_->take(blockTime, frameCount, sampleRate) : std::span<DeviceEvent>();
+  std::span<DeviceEvent> timed = due;
   for (std::uint32_t done = 0; done < frameCount;) {
     std::optional<BlockTime::Scope> time;
     if (watchTime_) {
@@ -98,6 +97,9 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
                                               .events = takeUntil(events, done + count, frameCount),
                                               .timed = takeUntil(timed, done + count, frameCount)});
     done += count;
+  }
+  if (!due.empty()) {
+    timed_->keep(due);
   }
   if (watchTime_) {
     const std::chrono::duration<double> taken = Clock::now() - begin;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace vrel::audio {
 namespace {
@@ -10,11 +11,15 @@ namespace {
 // What is to come even later than in this time, seconds, was not played then: a clock has jumped.
 constexpr double longestWait = 0.2;
 
+bool isPress(MidiMessage message) {
+  return (message.status & 0xF0U) == 0x90 && message.data2 > 0;
+}
+
 }  // namespace
 
 std::span<DeviceEvent> TimedEvents::take(std::uint64_t blockTime, std::uint32_t frameCount,
                                          double sampleRate) noexcept {
-  std::size_t count = 0;
+  std::size_t count = std::exchange(kept_, 0);
   double lastFrame = 0;
   const Played* played = nullptr;
   while (count < due_.size() && (played = ring_.front()) != nullptr) {
@@ -30,6 +35,14 @@ std::span<DeviceEvent> TimedEvents::take(std::uint64_t blockTime, std::uint32_t 
     ring_.pop();
   }
   return std::span(due_).first(count);
+}
+
+void TimedEvents::keep(std::span<const DeviceEvent> taken) noexcept {
+  for (const DeviceEvent& event : taken) {
+    if (!event.isRouted && !isPress(event.message)) {
+      due_[kept_++] = {0, event.message};  // never behind the one that is read
+    }
+  }
 }
 
 }  // namespace vrel::audio

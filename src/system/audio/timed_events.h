@@ -32,6 +32,10 @@ class TimedEvents {
   [[nodiscard]] std::span<DeviceEvent> take(std::uint64_t blockTime, std::uint32_t frameCount,
                                             double sampleRate) noexcept VREL_AUDIO_THREAD;
 
+  /// Keeps what was taken and not routed for the front of the next `take`. Presses are dropped: by then the main thread
+  /// may have sent their releases.
+  void keep(std::span<const DeviceEvent> taken) noexcept VREL_AUDIO_THREAD;
+
   /// Whether instruments get what is taken.
   void setTaken(bool isTaken) noexcept VREL_AUDIO_THREAD { isTaken_.store(isTaken, std::memory_order_relaxed); }
 
@@ -44,7 +48,10 @@ class TimedEvents {
 
   SpscRing<Played, capacity> ring_;
   std::atomic<bool> isTaken_{false};
-  std::array<DeviceEvent, capacity> due_{};  // the audio thread's
+
+  // The audio thread's.
+  std::array<DeviceEvent, capacity> due_{};
+  std::size_t kept_ = 0;  // of those, in front, for the first frame
 };
 
 }  // namespace vrel::audio

@@ -3,10 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 #include <vector>
+
+#include "support/audio/recording_instrument.h"
+#include "system/audio/render_core.h"
+#include "system/audio/route_table.h"
 
 namespace vrel::audio::test {
 namespace {
@@ -79,6 +85,44 @@ TEST_F(PlayedByTheClock, WhatNoBlockTakesIsLeftToTheMainThread) {
   }
   EXPECT_FALSE(timed->push(timeOf(1), {0x90, 60, 1}));
   EXPECT_TRUE(block(1).empty());
+}
+
+TEST_F(PlayedByTheClock, WhatIsTakenInABlockWithoutAPlanComesWithTheNextPlan) {
+  RenderCounters counters;
+  RenderCore core(counters, true);
+  const std::shared_ptr<TimedEvents> played = std::make_shared<TimedEvents>();
+  core.setTimedEvents(played);
+  const auto instrument = std::make_shared<RecordingProcessor>();
+  const RouteTable routes({{instrument, {}}});
+  core.publish(&routes);
+  std::array<float, frames> left{};
+  std::array<float, frames> right{};
+  const auto render = [&] {
+    const AudioThreadScope block;
+    core.render(left.data(), right.data(), frames, sampleRate, {});
+  };
+  render();
+  {
+    const AudioThreadScope block;
+    played->setTaken(true);  // as the last block with a plan has
+  }
+  ASSERT_TRUE(played->push(0, {0x80, 60, 0}));
+  ASSERT_TRUE(played->push(0, {0x90, 62, 100}));
+  ASSERT_TRUE(played->push(0, {0xE0, 0, 64}));
+  render();
+  render();
+  EXPECT_FALSE(played->push(0, {0x90, 64, 100})) << "nothing else is taken while there is no plan";
+  RenderPlan plan;
+  core.publish(&plan);
+  render();
+  render();
+  const AudioThreadScope block;
+  instrument->process({.frameCount = frames, .inputs = {}, .output = {}});
+  std::vector<MidiMessage> heard;
+  for (const auto& event : instrument->taken()) {
+    heard.push_back(event.message);
+  }
+  EXPECT_EQ(heard, (std::vector<MidiMessage>{{0x80, 60, 0}, {0xE0, 0, 64}})) << "each once, and no press";
 }
 
 TEST_F(PlayedByTheClock, AFullQueueLeavesTheRestToTheMainThreadAndLosesNothing) {
