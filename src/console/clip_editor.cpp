@@ -103,10 +103,11 @@ void ClipEditor::apply() {
   }
   const Mappings wanted = mappings.get();
   close();
-  if (auto* const instrument = dynamic_cast<AVAudioUnitMIDIInstrument*>(target->instrumentNode.get().get())) {
+  const auto old = target->instrumentNode.get();
+  engine_.instruments().loadVisualInstrument(*target, wanted, nullptr);
+  if (auto* const instrument = dynamic_cast<AVAudioUnitMIDIInstrument*>(old.get())) {
     MidiRouter::silence(*instrument);  // it may play again, elsewhere
   }
-  engine_.instruments().loadVisualInstrument(*target, wanted, nullptr);
   state_.markEdited();
 }
 

@@ -21,7 +21,7 @@
 namespace vrel {
 namespace {
 
-/// Ends the notes of an instrument that leaves its strip: it may play again, elsewhere.
+/// Ends the notes of an instrument that has left its strip, so that it gets no more: it may play again, elsewhere.
 void silenceInstrument(const std::shared_ptr<AVAudioNode>& node) {
   if (auto* instrument = dynamic_cast<AVAudioUnitMIDIInstrument*>(node.get())) {
     MidiRouter::silence(*instrument);
@@ -257,13 +257,15 @@ void InstrumentSelector::install(const std::shared_ptr<AudioChannel>& channel, c
 
 /// A source without a plug-in, or one whose plug-in is not installed.
 void InstrumentSelector::installInternal(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& source) {
-  silenceInstrument(channel->instrumentNode.get());
+  const auto old = channel->instrumentNode.get();
   const auto kind = pluginPathKind(source.pluginPath);
   if (kind == PluginPathKind::visual) {
     engine_.instruments().loadVisualInstrument(*channel, source.visualClipMappings, nullptr);
+    silenceInstrument(old);
     return;
   }
   turnToPlayback(*channel);
+  silenceInstrument(old);
   channel->pluginPath.set(source.pluginPath);
   if (kind == PluginPathKind::playback && !source.playbackFilePath.empty()) {
     applyPlaybackValues(*channel, source);
@@ -312,8 +314,9 @@ void InstrumentSelector::removeInstrument(AudioChannel& channel) {
     return;
   }
   dropChoiceFor(channel);
-  silenceInstrument(channel.instrumentNode.get());
+  const auto old = channel.instrumentNode.get();
   engine_.instruments().unloadInstrument(channel);
+  silenceInstrument(old);
   engine_.applyMixerLevels();
   state_.markEdited();
 }

@@ -236,11 +236,12 @@ void AudioEngine::removeAllChannels() {
     return;
   }
   droppedEvents_.report();
-  for (const auto& channel : strips_.channels) {
+  // First, so that none of them gets a note that its next owner would sound.
+  const auto removed = std::exchange(strips_.channels, {});
+  routes_.publish();
+  for (const auto& channel : removed) {
     takeDown(*channel);
   }
-  strips_.channels.clear();
-  routes_.publish();
   auto& master = *strips_.masterChannel;
   master.effectSlots.set({});
   master.failedEffects.set({});

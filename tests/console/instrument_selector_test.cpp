@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -267,6 +268,20 @@ TEST_F(Selector, AHeldNoteEndsWithTheInstrumentThatPlayedIt) {
   engine->routeMIDI(0x90, 60, 100);
   selector().removeInstrument(strip(0));
   EXPECT_TRUE(endsNotes(second));
+}
+
+TEST_F(Selector, ARemovedInstrumentIsSilentWhenItIsUsedAgain) {
+  pickAndLoad(0, pianoKey);
+  const auto node = strip(0).instrumentNode.get();
+  auto& instrument = dynamic_cast<simulation::ScriptedInstrument&>(*node);
+  // Until here a block may bring a note; what ends it has to come later.
+  const auto connection =
+      strip(0).instrumentNode.changed.connect([&](const auto&) { instrument.sendMIDIEvent(0x90, 60, 100); });
+  selector().removeInstrument(strip(0));
+  const auto& events = instrument.events;
+  const auto pressed = std::ranges::find(events, simulation::RecordedEvent{0x90, 60, 100});
+  ASSERT_NE(pressed, events.end());
+  EXPECT_NE(std::find(pressed, events.end(), simulation::RecordedEvent{0x80, 60, 0}), events.end());
 }
 
 TEST_F(Selector, TheFavouritesAndThenTheLastUsedComeFirst) {

@@ -159,6 +159,20 @@ TEST_F(RoutingLanes, AnInstrumentThatHasLeftItsStripGetsNothing) {
   EXPECT_EQ(machine.taken("next"), (Messages{{0x90, 60, 100}}));
 }
 
+TEST_F(RoutingLanes, ANoteWhileAllStripsLeaveIsNotHeardFromThePool) {
+  const auto first = machine.addStrip("first");
+  machine.addStrip("second");
+  int notes = 0;
+  const auto connection = first->instrumentNode.changed.connect([&](const auto&) {
+    machine.play({{1, {0x90, 60, 100}}});
+    ++notes;
+  });
+  machine.engine->removeAllChannels();
+  EXPECT_EQ(notes, 1);
+  EXPECT_TRUE(machine.taken("first").empty());
+  EXPECT_TRUE(machine.taken("second").empty());
+}
+
 TEST_F(RoutingLanes, PanicKeysOfTheScreenAndLearnedControlsComeBehindWhatWasRoutedBefore) {
   machine.addStrip("piano");
   machine.play({{100, {0x90, 60, 100}}});

@@ -72,11 +72,11 @@ void RenderEngine::detach(const Node& node) {
   }
   taps_.remove(entry->graphNode->tapPoint());
   const bool linked = entry->destination != nullptr || !entry->sources.empty();
+  if (isRouted(node.get())) {
+    publishRoutes(node.get());  // first: what it got after its last block, its next owner would sound
+  }
   withdraw(*entry->graphNode->processor());
   graph_.detach(*entry);
-  if (isRouted(node.get())) {
-    publishRoutes();
-  }
   if (linked) {
     linksChanged();
   }
@@ -182,11 +182,12 @@ bool RenderEngine::isRouted(const AVAudioNode* node) const {
   return std::ranges::any_of(routes_, [node](const InstrumentRoute& route) { return route.instrument.get() == node; });
 }
 
-void RenderEngine::publishRoutes() {
+void RenderEngine::publishRoutes(const AVAudioNode* leaving) {
   std::vector<RouteTable::Route> routes;
   routes.reserve(routes_.size());
   for (const InstrumentRoute& route : routes_) {
-    if (const NodeGraph::Entry* const entry = graph_.find(route.instrument.get())) {
+    const NodeGraph::Entry* const entry = graph_.find(route.instrument.get());
+    if (entry != nullptr && route.instrument.get() != leaving) {
       routes.push_back({entry->graphNode->processor(), route.rules});
     }
   }

@@ -97,7 +97,7 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   void replacePlan(std::unique_ptr<RenderPlan> plan);
   void endNow();
   [[nodiscard]] bool isRouted(const AVAudioNode* node) const;
-  void publishRoutes();
+  void publishRoutes(const AVAudioNode* leaving = nullptr);
   void withdraw(const NodeProcessor& processor);
   void linksChanged();
   void collectRetired();
