@@ -59,6 +59,7 @@ struct NSScreen {
   ScreenRect frame{};  // all of it
   std::string model{};
   std::string serialNumber{};
+  double scale = 1;  // of its own pixels to those of the desktop
 };
 
 /// Whether two descriptions are of one screen, which may have moved or changed its size between them.

@@ -2,6 +2,7 @@
 #include "visuals/visual_projection_window_controller.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -144,8 +145,9 @@ std::string VrelVisualProjectionWindowController::testPicture() const {
   if (!screen_) {
     return std::string(text(TextKey::visualProjectionWindow, state_.language.get()));
   }
+  const auto pixels = [this](int length) { return std::to_string(std::lround(length * screen_->scale)); };
   return (screen_->model.empty() ? screen_->name : screen_->model + " (" + screen_->name + ")") + "\n" +
-         std::to_string(screen_->frame.width) + " × " + std::to_string(screen_->frame.height);
+         pixels(screen_->frame.width) + " × " + pixels(screen_->frame.height);
 }
 
 void VrelVisualProjectionWindowController::toggleFullScreen() {

@@ -201,6 +201,15 @@ TEST_F(ProjectionScreens, TheTestPictureFollowsTheSizeOfTheScreen) {
   EXPECT_EQ(window().scene().testPicture, "Beamer (HDMI-1)\n1600 × 900");
 }
 
+TEST_F(ProjectionScreens, TheTestPictureCountsThePixelsOfAScaledScreen) {
+  NSScreen scaled = projector;
+  scaled.scale = 1.5;
+  desktop.screenList = {laptop, scaled};
+  openOn(scaled);
+  controller.setTestPictureShown(true);
+  EXPECT_EQ(window().scene().testPicture, "Beamer (HDMI-1)\n1920 × 1080");
+}
+
 TEST_F(ProjectionScreens, ItLeavesWithItsScreenAndNeverFallsOnTheConsoles) {
   openOn(projector);
   window().calls.clear();
