@@ -118,7 +118,13 @@ bool UiThread::load() {
   // Ahead of every control of the window, whichever has the focus.
   qApp->installEventFilter(this);
   QCoreApplication::installTranslator(&panelTranslator_);
-  connect(qGuiApp, &QGuiApplication::screenAdded, this, &UiThread::reportScreens);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](const QScreen* screen) {
+    followScreen(*screen);
+    reportScreens();
+  });
+  for (const QScreen* const screen : QGuiApplication::screens()) {
+    followScreen(*screen);
+  }
   connect(qGuiApp, &QGuiApplication::screenRemoved, this, &UiThread::reportScreens);
   connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &UiThread::reportScreens);
   connect(quickWindow_, &QWindow::visibilityChanged, this, &UiThread::reportWindow);
@@ -157,6 +163,11 @@ std::vector<NSScreen> UiThread::screens() {
     }
   }
   return screens;
+}
+
+void UiThread::followScreen(const QScreen& screen) {
+  connect(&screen, &QScreen::geometryChanged, this, &UiThread::reportScreens);
+  connect(&screen, &QScreen::availableGeometryChanged, this, &UiThread::reportScreens);
 }
 
 void UiThread::reportScreens() {

@@ -25,6 +25,7 @@ class QKeyEvent;
 class QPointF;
 class QQuickWindow;
 class QQmlApplicationEngine;
+class QScreen;
 
 namespace vrel::app {
 
@@ -91,6 +92,7 @@ class UiThread final : public QObject, public system::WindowServices {
   void askForFile(const FilePanel::Request& request, PanelAnswer answer);
   void raisePanel();
   [[nodiscard]] static std::vector<NSScreen> screens();
+  void followScreen(const QScreen& screen);
   void reportScreens();
   void reportWindow();
   void reportFront(const char* notification);

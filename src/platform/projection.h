@@ -76,7 +76,7 @@ inline constexpr std::uint32_t NSWindowCollectionBehaviorFullScreenPrimary = 1U 
 /// it decides when it comes back. When a person closes it, it hides, and can be shown again.
 ///
 /// Main thread; no call waits. What a call has asked for is what the next call reads, whether or not it has been done
-/// yet. Where nothing can be drawn, all of it does nothing but log one line.
+/// yet. Where nothing can be drawn, it logs one line each time it is shown, and counts as closed by a person.
 class ProjectionWindow {
  public:
   /// The last reference closes it.

@@ -236,7 +236,7 @@ void Projector::waitForChange(std::uint64_t number, std::optional<double> atMost
 }
 
 bool Projector::prepare(Drawing& drawing, const Work& work) {
-  if (drawing.context != nullptr && drawing.context->isValid() && drawing.context->makeCurrent(work.target.surface)) {
+  if (drawing.painter != nullptr && drawing.context->isValid() && drawing.context->makeCurrent(work.target.surface)) {
     drawing.lastSurface = work.target.surface;
     return true;
   }
@@ -248,6 +248,7 @@ bool Projector::prepare(Drawing& drawing, const Work& work) {
   std::string failure = "there is no OpenGL for it";
   if (drawing.context->create()) {
     if (!drawing.context->makeCurrent(work.target.surface)) {
+      drawing.context.reset();
       return false;  // the window may be on its way out, or the context lost again
     }
     auto painter = StagePainter::make(*drawing.context);

@@ -212,8 +212,8 @@ void StagePainter::paint(const StageFrame& frame, QSize size, double scale) {
   gl_.glVertexAttribPointer(cornerAttribute, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
 
   const auto own = [&](OwnPicture& kept, const std::string& words, const auto& make) {
-    if (kept.picture == nullptr || kept.words != words || kept.size != size) {
-      kept = {words, size, make(words, size, scale)};
+    if (kept.picture == nullptr || kept.words != words || kept.size != size || kept.scale != scale) {
+      kept = {words, size, scale, make(words, size, scale)};
     }
     return kept.picture;
   };

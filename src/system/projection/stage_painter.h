@@ -76,6 +76,7 @@ class StagePainter {
   struct OwnPicture {
     std::string words;
     QSize size;
+    double scale = 1;
     std::shared_ptr<const VideoPicture> picture;
   };
 

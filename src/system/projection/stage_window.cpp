@@ -56,8 +56,8 @@ Qt::WindowFlags flagsOf(std::uint32_t styleMask) {
 }  // namespace
 
 NSScreen describeScreen(const QScreen& screen) {
-  return {screen.name().toStdString(), frameOf(screen.availableGeometry()), frameOf(screen.geometry()),
-          screen.model().toStdString(), screen.serialNumber().toStdString()};
+  return {screen.name().toStdString(),  frameOf(screen.availableGeometry()), frameOf(screen.geometry()),
+          screen.model().toStdString(), screen.serialNumber().toStdString(), screen.devicePixelRatio()};
 }
 
 StageWindow::StageWindow(std::shared_ptr<Projector> projector, Reporter reporter)
@@ -68,6 +68,7 @@ StageWindow::StageWindow(std::shared_ptr<Projector> projector, Reporter reporter
   format.setAlphaBufferSize(0);
   format.setDepthBufferSize(0);
   format.setStencilBufferSize(0);
+  format.setOption(QSurfaceFormat::ResetNotification);  // or a lost context is not noticed
   setFormat(format);
   setCursor(Qt::BlankCursor);
   connect(this, &QWindow::windowStateChanged, this, [this](Qt::WindowState state) {
@@ -76,7 +77,9 @@ StageWindow::StageWindow(std::shared_ptr<Projector> projector, Reporter reporter
       report();
     }
   });
+  followRate();
   connect(this, &QWindow::screenChanged, this, [this] {
+    followRate();
     updateTarget();
     if (!isApplying_ && isVisible()) {
       report();
@@ -111,13 +114,14 @@ void StageWindow::apply(const StageWindowState& state) {
   if (state.frameNumber != before.frameNumber) {
     move(state.frame);
   }
-  if (!state.isVisible) {
+  const bool isShown = state.isVisible && state.frontNumber != closedFront_;
+  if (!isShown) {
     isInFullScreen_ = state.isFullScreen;
     hide();
   } else if (!isVisible() || state.isFullScreen != isInFullScreen_) {
     appear(state.isFullScreen);
   }
-  if (state.isVisible && state.frontNumber != before.frontNumber) {
+  if (isShown && state.frontNumber != before.frontNumber) {
     raise();
   }
   isApplying_ = false;
@@ -162,6 +166,22 @@ void StageWindow::appear(bool inFullScreen) {
   }
 }
 
+// Also what a person makes of it by the mouse; not what the system does when its screen goes.
+void StageWindow::keepPlace() {
+  const bool isPlaced = isVisible() && !isApplying_ && !isInFullScreen_ && windowStates() == Qt::WindowNoState;
+  // A window manager may enlarge it before it says that this is full screen.
+  if (isPlaced && QGuiApplication::screens().contains(screen()) && geometry() != screen()->geometry()) {
+    normalFrame_ = frameOf(frameGeometry());
+  }
+}
+
+void StageWindow::followRate() {
+  disconnect(rateFollowed_);
+  if (screen() != nullptr) {
+    rateFollowed_ = connect(screen(), &QScreen::refreshRateChanged, this, &StageWindow::updateTarget);
+  }
+}
+
 void StageWindow::updateTarget() {
   if (!isExposed() || screen() == nullptr) {
     projector_->hide();
@@ -175,13 +195,19 @@ void StageWindow::exposeEvent(QExposeEvent* /*event*/) {
   updateTarget();
 }
 
+void StageWindow::moveEvent(QMoveEvent* /*event*/) {
+  keepPlace();
+}
+
 void StageWindow::resizeEvent(QResizeEvent* /*event*/) {
+  keepPlace();
   updateTarget();
 }
 
 bool StageWindow::event(QEvent* event) {
   if (event->type() == QEvent::Close) {
     event->ignore();
+    closedFront_ = state_.frontNumber;
     hide();
     report(true);
     return true;
@@ -193,7 +219,7 @@ void StageWindow::report(bool isClosedByPerson) {
   if (isVisible() && screen() != nullptr) {
     lastScreen_ = describeScreen(*screen());
   }
-  reporter_({state_.number, isInFullScreen_, isVisible(), isClosedByPerson, lastScreen_});
+  reporter_({state_.number, state_.frontNumber, isInFullScreen_, isVisible(), isClosedByPerson, lastScreen_});
 }
 
 }  // namespace vrel::system

@@ -28,7 +28,8 @@ struct StageWindowState {
 
 /// What the window is, as the main thread hears of it.
 struct StageWindowReport {
-  std::uint64_t number = 0;  // of the last state that was applied
+  std::uint64_t number = 0;       // of the last state that was applied
+  std::uint64_t frontNumber = 0;  // as of that state
   bool isFullScreen = false;
   bool isVisible = false;
   bool isClosedByPerson = false;
@@ -50,20 +51,25 @@ class StageWindow final : public QWindow {
  protected:
   bool event(QEvent* event) override;
   void exposeEvent(QExposeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
 
  private:
   void move(const ScreenRect& frame);
   void appear(bool inFullScreen);
+  void keepPlace();
+  void followRate();
   void updateTarget();
   void report(bool isClosedByPerson = false);
 
   std::shared_ptr<Projector> projector_;
   const Reporter reporter_;
   StageWindowState state_;
-  ScreenRect normalFrame_;
+  ScreenRect normalFrame_;       // while it is not in full screen, or before
   bool isInFullScreen_ = false;  // also while it is hidden
   bool isApplying_ = false;
+  std::optional<std::uint64_t> closedFront_;  // the last that a person has closed: not shown until the next
+  QMetaObject::Connection rateFollowed_;
   std::optional<NSScreen> lastScreen_;
 };
 

@@ -12,7 +12,8 @@ namespace vrel::system {
 namespace {
 
 /// The window as the main thread has it. What is asked for goes to Qt's thread as a whole state, and what a person or
-/// the system makes of it comes back; an answer to an earlier state than the last says nothing.
+/// the system makes of it comes back; an answer to an earlier state than the last says nothing, but that a person has
+/// closed it counts until it is brought to the front again.
 class Window final : public ProjectionWindow, public std::enable_shared_from_this<Window> {
  public:
   Window(StageWindows& windows, MainQueue& mainQueue, SystemProjection::Log log)
@@ -60,7 +61,7 @@ class Window final : public ProjectionWindow, public std::enable_shared_from_thi
     apply();
   }
   void orderFront() override {
-    state_.isVisible = !hasFailed_;
+    state_.isVisible = true;
     ++state_.frontNumber;
     apply();
   }
@@ -72,8 +73,7 @@ class Window final : public ProjectionWindow, public std::enable_shared_from_thi
   void close() override {
     if (projector_ != nullptr) {
       state_.isVisible = false;
-      windows_.post(
-          [projector = std::exchange(projector_, nullptr)](StageWindows& windows) { windows.close(projector); });
+      dropProjector();
     }
   }
   void setContent(const ProjectionScene& scene) override {
@@ -119,21 +119,37 @@ class Window final : public ProjectionWindow, public std::enable_shared_from_thi
     if (report.screen) {
       screen_ = report.screen;
     }
-    if (report.number != state_.number) {
-      return;
+    if (report.number == state_.number) {
+      state_.isFullScreen = report.isFullScreen;
+      state_.isVisible = report.isVisible;
     }
-    state_.isFullScreen = report.isFullScreen;
-    state_.isVisible = report.isVisible;
-    if (report.isClosedByPerson && personClosed_) {
-      const auto action = personClosed_;
+    if (report.isClosedByPerson && report.frontNumber == state_.frontNumber) {
+      sayClosed();
+    }
+  }
+
+  void sayClosed() {
+    state_.isVisible = false;
+    if (const auto action = personClosed_) {
       action();
     }
   }
 
+  // The next time it is shown, all is tried from the beginning.
   void fail(const std::string& failure) {
-    hasFailed_ = true;
+    if (projector_ == nullptr) {
+      return;
+    }
     log_(failure);
-    orderOut();
+    dropProjector();
+    start();
+    ++state_.number;
+    sayClosed();
+  }
+
+  void dropProjector() {
+    windows_.post(
+        [projector = std::exchange(projector_, nullptr)](StageWindows& windows) { windows.close(projector); });
   }
 
   StageWindows& windows_;
@@ -144,7 +160,6 @@ class Window final : public ProjectionWindow, public std::enable_shared_from_thi
   std::optional<NSScreen> screen_;
   std::function<void()> personClosed_;
   bool isApplyPosted_ = false;
-  bool hasFailed_ = false;
 };
 
 }  // namespace

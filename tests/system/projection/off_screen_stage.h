@@ -80,7 +80,7 @@ class OffScreenStage {
   OffScreenStage& operator=(const OffScreenStage&) = delete;
 
   /// What is seen, from the top left.
-  [[nodiscard]] QImage paint(const StageFrame& frame, QSize size) {
+  [[nodiscard]] QImage paint(const StageFrame& frame, QSize size, double scale = 1) {
     auto& gl = *context_.functions();
     unsigned buffer = 0;
     unsigned pixels = 0;
@@ -91,7 +91,7 @@ class OffScreenStage {
     gl.glBindFramebuffer(GL_FRAMEBUFFER, buffer);
     gl.glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, pixels);
     EXPECT_EQ(gl.glCheckFramebufferStatus(GL_FRAMEBUFFER), static_cast<unsigned>(GL_FRAMEBUFFER_COMPLETE));
-    painter_->paint(frame, size, 1);
+    painter_->paint(frame, size, scale);
     QImage image(size, QImage::Format_RGBA8888);
     gl.glPixelStorei(GL_PACK_ALIGNMENT, 4);
     gl.glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());

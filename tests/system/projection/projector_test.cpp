@@ -78,6 +78,13 @@ class Projection : public testing::Test {
     }
   }
 
+  /// Lets as many refreshes pass as would draw if anything did.
+  void letRefreshesPass() {
+    constexpr double several = 0.1;  // seconds; six of them
+    const double end = mediaTime() + several;
+    EXPECT_TRUE(until([&] { return mediaTime() >= end; }));
+  }
+
   void open(const ScreenRect& frame) {
     window = factory.makeWindow();
     window->setTitle("Stage");
@@ -148,7 +155,7 @@ TEST_F(Projection, HiddenItTakesNoPictures) {
   ASSERT_TRUE(until([&] { return seenAt(260, 190) != QColor(0, 200, 0); }));
   settle();
   const int taken = player->taken;
-  settle();
+  letRefreshesPass();
   EXPECT_LE(player->taken, taken + 1);
   window->orderFront();
   EXPECT_TRUE(shows(260, 190, QColor(0, 200, 0))) << "and shown again it is as it was";
@@ -171,6 +178,32 @@ TEST_F(Projection, APersonClosesItByHidingIt) {
   EXPECT_TRUE(shows(260, 190, QColor(1, 2, 3)));
 }
 
+TEST_F(Projection, APersonsCloseCountsAlsoWhileMoreIsAskedFor) {
+  int closed = 0;
+  open({100, 100, 320, 180});
+  window->onPersonClosed([&] { ++closed; });
+  ASSERT_TRUE(until([&] { return window->screen().has_value(); }));
+  auto* const shown = QGuiApplication::topLevelWindows().constFirst();
+  window->setTitle("on its way to the window");
+  queue.run();
+  shown->close();
+  QGuiApplication::processEvents();
+  EXPECT_FALSE(shown->isVisible()) << "what was on its way does not show it again";
+  window->setTitle("not yet on its way");
+  ASSERT_TRUE(until([&] { return closed == 1; }));
+  settle();
+  EXPECT_FALSE(window->isVisible());
+  EXPECT_FALSE(shown->isVisible());
+  window->orderFront();
+  ASSERT_TRUE(until([&] { return shown->isVisible(); }));
+  settle();
+  shown->close();
+  window->orderFront();
+  EXPECT_TRUE(until([&] { return shown->isVisible(); })) << "who shows it after that means to";
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(closed, 1);
+}
+
 TEST_F(Projection, OpenedAndClosedOftenWhileItPlaysItLeavesNothing) {
   const auto player = std::make_shared<ColourPlayer>(MadePicture::Colour{9, 200, 0, 255});
   for (int turn = 0; turn < 10; ++turn) {
@@ -191,28 +224,75 @@ TEST_F(Projection, OpenedAndClosedOftenWhileItPlaysItLeavesNothing) {
 class Projectors : public Projection {
  protected:
   Projectors() {
-    StageWindowState state;
-    state.number = 1;
-    state.isVisible = true;
-    state.frame = {0, 0, 320, 180};
-    state.frameNumber = 1;
-    stage.apply(state);
+    first.number = 1;
+    first.isVisible = true;
+    first.frame = {0, 0, 320, 180};
+    first.frameNumber = 1;
+    stage.apply(first);
   }
+  StageWindowState first;
   std::vector<std::string> failures;
   std::shared_ptr<Projector> projector =
       std::make_shared<Projector>(mediaTime, [this](const std::string& line) { failures.push_back(line); });
   StageWindow stage{projector, [](const StageWindowReport&) {}};
 };
 
+TEST_F(Projectors, KeepTheirWindowWhereAPersonPutsIt) {
+  ProjectionScene scene;
+  scene.background = std::make_shared<ColourPlayer>(MadePicture::Colour{0, 90, 200, 255});
+  projector->setScene(scene);
+  ASSERT_TRUE(shows(160, 90, QColor(0, 90, 200)));
+  stage.setGeometry(800, 400, 320, 180);
+  ASSERT_TRUE(shows(960, 490, QColor(0, 90, 200)));
+  settle();
+  StageWindowState state = first;
+  state.number = 2;
+  state.isFullScreen = true;
+  stage.apply(state);
+  ASSERT_TRUE(shows(1270, 10, QColor(0, 90, 200)));
+  settle();
+  state.number = 3;
+  state.isFullScreen = false;
+  stage.apply(state);
+  EXPECT_TRUE(until([&] { return stage.geometry() == QRect(800, 400, 320, 180); }));
+  EXPECT_TRUE(shows(960, 490, QColor(0, 90, 200)));
+}
+
+TEST_F(Projection, AContextThatCannotBeUsedAtFirstIsMadeAgain) {
+  QWindow absent;
+  absent.setSurfaceType(QSurface::OpenGLSurface);
+  QWindow present;
+  present.setSurfaceType(QSurface::OpenGLSurface);
+  present.create();
+  std::vector<std::string> failures;
+  Projector projector(mediaTime, [&](const std::string& line) { failures.push_back(line); });
+  const auto player = std::make_shared<ColourPlayer>(MadePicture::Colour{9, 9, 9, 255});
+  ProjectionScene scene;
+  scene.background = player;
+  projector.setScene(scene);
+  projector.show({&absent, {320, 180}, 1, 60});
+  ASSERT_TRUE(until([&] { return player->taken > 0; }));
+  // The picture is taken before the attempt, so that a second one means that the first attempt is over.
+  projector.show({&absent, {320, 181}, 1, 60});
+  ASSERT_TRUE(until([&] { return player->taken > 1; }));
+  EXPECT_EQ(projector.figures().contexts, 0U);
+  projector.show({&present, {320, 180}, 1, 60});
+  EXPECT_TRUE(until([&] { return projector.figures().drawn > 0; }));
+  EXPECT_EQ(projector.figures().contexts, 1U);
+  projector.end(nullptr);
+  projector.join();
+  EXPECT_TRUE(failures.empty());
+}
+
 TEST_F(Projectors, DrawAStillSceneOnce) {
   ProjectionScene scene;
   scene.placeholder = "VREL Stage";
   projector->setScene(scene);
   ASSERT_TRUE(until([&] { return projector->figures().drawn > 0; }));
-  settle();
+  letRefreshesPass();
   const auto drawn = projector->figures().drawn;
   projector->setScene(scene);
-  settle();
+  letRefreshesPass();
   EXPECT_EQ(projector->figures().drawn, drawn);
   scene.placeholder = "other words";
   projector->setScene(scene);

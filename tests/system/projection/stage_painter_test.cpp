@@ -262,6 +262,15 @@ TEST(StagePainting, WritesFaintWordsInTheMiddleOfNothing) {
   EXPECT_GT(lit, 500);
 }
 
+TEST(StagePainting, MakesItsWordsAgainForAnotherScale) {
+  OffScreenStage stage;
+  StageFrame frame;
+  frame.placeholder = "VREL Stage";
+  const QImage plain = stage.paint(frame, {640, 360}, 1);
+  EXPECT_TRUE(stage.paint(frame, {640, 360}, 1) == plain);
+  EXPECT_FALSE(stage.paint(frame, {640, 360}, 2) == plain);
+}
+
 TEST(StagePainting, BlackCoversTheTestPictureAndThatAllElse) {
   OffScreenStage stage;
   StageFrame frame;

@@ -14,7 +14,7 @@ namespace vrel::system {
 namespace {
 
 // The platform without a screen has no OpenGL.
-TEST(ProjectionWithoutOpenGL, SaysSoInOneLineAndShowsNothing) {
+TEST(ProjectionWithoutOpenGL, SaysSoWhenItIsShownAndCountsAsClosed) {
   test::StepQueue queue;
   StageWindows windows;
   std::vector<std::string> lines;
@@ -29,6 +29,8 @@ TEST(ProjectionWithoutOpenGL, SaysSoInOneLineAndShowsNothing) {
     }
     return holds();
   };
+  int closed = 0;
+  window->onPersonClosed([&] { ++closed; });
   ProjectionScene scene;
   scene.placeholder = "VREL Stage";
   window->setContent(scene);
@@ -37,7 +39,7 @@ TEST(ProjectionWithoutOpenGL, SaysSoInOneLineAndShowsNothing) {
   EXPECT_TRUE(window->isVisible());
   EXPECT_TRUE(runUntil([&] { return !lines.empty(); }));
   EXPECT_FALSE(window->isVisible());
-  window->orderFront();
+  EXPECT_EQ(closed, 1);
   window->toggleFullScreen();
   scene.isBlack = true;
   window->setContent(scene);
@@ -48,6 +50,13 @@ TEST(ProjectionWithoutOpenGL, SaysSoInOneLineAndShowsNothing) {
   EXPECT_FALSE(window->isVisible());
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_EQ(lines[0], "nothing is projected: there is no OpenGL for it");
+  EXPECT_EQ(closed, 1);
+  window->orderFront();
+  EXPECT_TRUE(window->isVisible()) << "it is tried again";
+  EXPECT_TRUE(runUntil([&] { return lines.size() == 2; }));
+  EXPECT_EQ(lines[1], lines[0]);
+  EXPECT_FALSE(window->isVisible());
+  EXPECT_EQ(closed, 2);
 }
 
 }  // namespace
