@@ -187,20 +187,22 @@ void PresetChooser::save(const std::string& name, bool mayReplace) {
   }
   withPresets([&](PluginPresets& presets) {
     readControls_();
-    presets.saveUserPreset(wanted, [weak = weak_from_this(), settings = settings_,
-                                    &mainQueue = mainQueue_](Result<AUAudioUnitPreset> saved) {
-      mainQueue.async([weak, settings, saved = std::move(saved)] {
-        const auto self = weak.lock();
-        if (self != nullptr && !saved) {
-          self->report(TextKey::presetNotSaved, saved.error());
-        } else if (self != nullptr) {
-          self->problem.set({});
-          *self->loaded_ = {saved.value(), settings};
-          self->showLoaded();
-          self->load();
-        }
-      });
-    });
+    presets.saveUserPreset(
+        wanted, mayReplace,
+        [weak = weak_from_this(), settings = settings_, &mainQueue = mainQueue_](Result<AUAudioUnitPreset> saved) {
+          mainQueue.async([weak, settings, saved = std::move(saved)] {
+            const auto self = weak.lock();
+            if (self != nullptr && !saved) {
+              self->report(TextKey::presetNotSaved, saved.error());
+              self->load();  // another editor may have saved one of this name
+            } else if (self != nullptr) {
+              self->problem.set({});
+              *self->loaded_ = {saved.value(), settings};
+              self->showLoaded();
+              self->load();
+            }
+          });
+        });
   });
 }
 

@@ -35,8 +35,9 @@ class PluginPresets {
   /// Puts a preset into the plug-in. One that cannot be read, or that the plug-in refuses, leaves it as it is.
   virtual void usePreset(const std::string& identifier, Handler handler) = 0;
 
-  /// Saves what the plug-in is now, where other programs find it; replaces the user's preset of that name.
-  virtual void saveUserPreset(const std::string& name, SaveHandler handler) = 0;
+  /// Saves what the plug-in is now, where other programs find it. Fails where the user has a preset of that name that
+  /// it may not replace.
+  virtual void saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) = 0;
 
   /// Fails for a preset that is not the user's.
   virtual void deleteUserPreset(const std::string& identifier, Handler handler) = 0;

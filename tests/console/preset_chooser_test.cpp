@@ -197,6 +197,18 @@ TEST_F(PresetsInTheEditor, AnOwnOneIsReplacedOnlyWhenThatIsMeantAndANamelessOneI
   EXPECT_EQ(core().saved, (Names{"Mine", "Alto"})) << "one of the plug-in's own is not in the way";
 }
 
+TEST_F(PresetsInTheEditor, OneThatAnotherEditorHasSavedSinceIsListedBeforeItIsReplaced) {
+  core().presets.insert(core().presets.begin(), {"new", "New", "", true});
+  presets().save("New", false);
+  ASSERT_EQ(core().mayReplaceSaved, (std::vector<bool>{false}));
+  core().saveHandlers.front()(Error{"there is one of this name"});
+  mainQueue.runAll();
+  EXPECT_EQ(presets().problem.get(), "Preset not saved: there is one of this name");
+  EXPECT_EQ(shownRows().front(), "My presets/New");
+  presets().save("New", true);
+  EXPECT_EQ(core().mayReplaceSaved, (std::vector<bool>{false, true}));
+}
+
 TEST_F(PresetsInTheEditor, AFailedSaveSaysSo) {
   presets().save("New", false);
   core().saveHandlers.front()(Error{"the disk is full"});

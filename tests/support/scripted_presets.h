@@ -22,8 +22,9 @@ class InstrumentWithPresets : public simulation::ScriptedInstrument {
       used.push_back(identifier);
       useHandlers.push_back(std::move(handler));
     }
-    void saveUserPreset(const std::string& name, SaveHandler handler) override {
+    void saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) override {
       saved.push_back(name);
+      mayReplaceSaved.push_back(mayReplace);
       saveHandlers.push_back(std::move(handler));
     }
     void deleteUserPreset(const std::string& identifier, Handler handler) override {
@@ -34,6 +35,7 @@ class InstrumentWithPresets : public simulation::ScriptedInstrument {
     std::vector<AUAudioUnitPreset> presets;
     std::vector<std::string> used;  // in the order of the requests
     std::vector<std::string> saved;
+    std::vector<bool> mayReplaceSaved;
     std::vector<std::string> deleted;
     std::vector<Handler> useHandlers;
     std::vector<SaveHandler> saveHandlers;

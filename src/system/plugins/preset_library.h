@@ -33,7 +33,8 @@ class PresetLibrary {
   virtual void locate(const std::string& identifier, PlaceHandler handler) = 0;
 
   /// Writes a state of the plug-in, as `fullStateForDocument` gives it, as a preset of the user.
-  virtual void save(PropertyListDictionary state, const std::string& name, PluginPresets::SaveHandler handler) = 0;
+  virtual void save(PropertyListDictionary state, const std::string& name, bool mayReplace,
+                    PluginPresets::SaveHandler handler) = 0;
 
   virtual void remove(const std::string& identifier, PluginPresets::Handler handler) = 0;
 };

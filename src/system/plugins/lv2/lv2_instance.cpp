@@ -42,8 +42,8 @@ Outcome Lv2Instance::usePresetNow(const PresetPlace& place) {
   return outcome;
 }
 
-void Lv2Instance::saveUserPreset(const std::string& name, SaveHandler handler) {
-  presets_.save(fullStateForDocument().value_or(PropertyListDictionary{}), name, std::move(handler));
+void Lv2Instance::saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) {
+  presets_.save(fullStateForDocument().value_or(PropertyListDictionary{}), name, mayReplace, std::move(handler));
 }
 
 }  // namespace vrel::lv2

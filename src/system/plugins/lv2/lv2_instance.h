@@ -47,7 +47,7 @@ class Lv2Instance final : public AUAudioUnit, public PluginPresets {
 
   void requestPresets(ListHandler handler) override { presets_.list(std::move(handler)); }
   void usePreset(const std::string& identifier, Handler handler) override;
-  void saveUserPreset(const std::string& name, SaveHandler handler) override;
+  void saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) override;
   void deleteUserPreset(const std::string& identifier, Handler handler) override {
     presets_.remove(identifier, std::move(handler));
   }

@@ -36,15 +36,16 @@ void Lv2PresetLibrary::locate(const std::string& identifier, PlaceHandler handle
   });
 }
 
-void Lv2PresetLibrary::save(PropertyListDictionary state, const std::string& name, PluginPresets::SaveHandler handler) {
-  post([state = std::move(state), name, handler = std::move(handler)](Lv2World& world,
-                                                                      const PluginDescription* description) {
+void Lv2PresetLibrary::save(PropertyListDictionary state, const std::string& name, bool mayReplace,
+                            PluginPresets::SaveHandler handler) {
+  post([state = std::move(state), name, mayReplace, handler = std::move(handler)](
+           Lv2World& world, const PluginDescription* description) {
     if (description == nullptr) {
       handler(notInstalled);
       return;
     }
     const auto snapshot = fromPropertyList(state, *description);
-    handler(snapshot ? savePreset(world, *description, snapshot.value(), name)
+    handler(snapshot ? savePreset(world, *description, snapshot.value(), name, mayReplace)
                      : Result<AUAudioUnitPreset>(snapshot.error()));
   });
 }

@@ -18,7 +18,8 @@ class Lv2PresetLibrary final : public PresetLibrary {
 
   void list(PluginPresets::ListHandler handler) override;
   void locate(const std::string& identifier, PlaceHandler handler) override;
-  void save(PropertyListDictionary state, const std::string& name, PluginPresets::SaveHandler handler) override;
+  void save(PropertyListDictionary state, const std::string& name, bool mayReplace,
+            PluginPresets::SaveHandler handler) override;
   void remove(const std::string& identifier, PluginPresets::Handler handler) override;
 
  private:

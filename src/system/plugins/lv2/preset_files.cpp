@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/lv2/preset_files.h"
 
+#include <fcntl.h>
 #include <lilv/lilv.h>
 #include <lv2/atom/atom.h>
 #include <lv2/presets/presets.h>
 #include <lv2/state/state.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -30,8 +34,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* manifestFileName = "manifest.ttl";
 constexpr const char* presetFileName = "preset.ttl";
 constexpr const char* filesFolderName = "files";
+constexpr std::string_view madeFolderPrefix = ".vrel-";
 constexpr std::string_view ownFilePrefix = "state:";
 constexpr std::string_view bundleFilePrefix = "bundle:";
 constexpr std::size_t longestFolderPart = 60;
@@ -47,13 +53,20 @@ std::string safeForAFolder(const std::string& name) {
   return safe;
 }
 
+/// A preset of a name that its file cannot hold is not found again.
+std::string nameInAFile(std::string name) {
+  std::replace_if(
+      name.begin(), name.end(), [](char character) { return static_cast<unsigned char>(character) < ' '; }, ' ');
+  return name;
+}
+
 std::string quoted(const std::string& text) {
   std::string quoted = "\"";
   for (const char character : text) {
     if (character == '"' || character == '\\') {
       quoted += '\\';
     }
-    quoted += static_cast<unsigned char>(character) < 0x20 ? ' ' : character;
+    quoted += character;
   }
   return quoted + "\"";
 }
@@ -184,7 +197,7 @@ Outcome writeBundle(Lv2World& world, const PluginDescription& description, const
   if (written == nullptr || valueCount(written.get()) != valueCount(state.get()) || !endsInAStop(file)) {
     return Error{"cannot write all of " + file.string()};
   }
-  return writeFile(folder / "manifest.ttl", manifest(description, name));
+  return writeFile(folder / manifestFileName, manifest(description, name));
 }
 
 std::optional<AUAudioUnitPreset> ownPreset(const std::vector<AUAudioUnitPreset>& presets, const std::string& name) {
@@ -217,13 +230,26 @@ Result<fs::path> folderOf(Lv2World& world, const AUAudioUnitPreset& preset) {
   return folder;
 }
 
-/// A bundle of the user's on its way out: it is out of the sight of other programs, and can be put back.
+/// Whether nothing is in the folder that savePreset does not write. A person may have put more there.
+bool isOfOnePreset(const fs::path& folder) {
+  std::error_code failure;
+  const fs::directory_iterator entries(folder, failure);
+  return !failure && std::all_of(fs::begin(entries), fs::end(entries), [](const fs::directory_entry& each) {
+    const fs::path name = each.path().filename();
+    return name == manifestFileName || name == presetFileName || name == filesFolderName;
+  });
+}
+
+/// A bundle of the user's on its way out: it has another name until it is deleted, and can be put back.
 class LeavingBundle {
  public:
   [[nodiscard]] static Result<LeavingBundle> of(Lv2World& world, const AUAudioUnitPreset& preset) {
     const auto folder = folderOf(world, preset);
     if (!folder) {
       return folder.error();
+    }
+    if (!isOfOnePreset(folder.value())) {
+      return Error{"there are other files in " + folder.value().string()};
     }
     const fs::path hidden = freeFolder(folder.value().parent_path(), ".vrel-deleted-" + std::to_string(::getpid()), "");
     std::error_code failure;
@@ -256,6 +282,44 @@ class LeavingBundle {
   fs::path hidden_;
 };
 
+/// Removes what processes that have ended were making.
+void sweepMade(const fs::path& place) {
+  std::error_code ignored;
+  std::vector<fs::path> left;
+  for (const auto& each : fs::directory_iterator(place, ignored)) {
+    const std::string name = each.path().filename().string();
+    const char* const begin = name.data() + std::min(name.size(), madeFolderPrefix.size());
+    const char* const end = name.data() + name.size();
+    pid_t process = 0;
+    const auto number = std::from_chars(begin, end, process);
+    if (name.starts_with(madeFolderPrefix) && number.ec == std::errc() && process > 0 &&
+        (number.ptr == end || *number.ptr == '-') && ::kill(process, 0) != 0 && errno == ESRCH) {
+      left.push_back(each.path());
+    }
+  }
+  for (const fs::path& each : left) {
+    fs::remove_all(each, ignored);
+  }
+}
+
+/// A file or a folder as it is now is there after a loss of power.
+bool isOnTheDisk(const fs::path& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool isSynced = file >= 0 && ::fsync(file) == 0;
+  if (file >= 0) {
+    ::close(file);
+  }
+  return isSynced;
+}
+
+bool isAllOnTheDisk(const fs::path& folder) {
+  std::error_code failure;
+  const fs::recursive_directory_iterator entries(folder, failure);
+  return !failure && std::all_of(fs::begin(entries), fs::end(entries), [](const fs::directory_entry& each) {
+    return isOnTheDisk(each.path());
+  }) && isOnTheDisk(folder);
+}
+
 /// Removes what is half made.
 Error withdrawn(const fs::path& made, Error reason) {
   std::error_code ignored;
@@ -266,16 +330,22 @@ Error withdrawn(const fs::path& made, Error reason) {
 }  // namespace
 
 Result<AUAudioUnitPreset> savePreset(Lv2World& world, const PluginDescription& description,
-                                     const StateSnapshot& snapshot, const std::string& name) {
+                                     const StateSnapshot& snapshot, const std::string& wantedName, bool mayReplace) {
   const fs::path place = userBundleFolder();
   if (place.empty()) {
     return Error{"there is no home folder"};
   }
+  const std::string name = nameInAFile(wantedName);
   if (name.empty() || name.size() > longestPresetName) {
     return Error{"its name is empty or too long"};
   }
+  const auto present = ownPreset(listPresets(world, description), name);
+  if (present && !mayReplace) {
+    return Error{"there is one of this name"};
+  }
   const std::string folderName = safeForAFolder(description.name) + "_" + safeForAFolder(name);
-  const fs::path made = freeFolder(place, ".vrel-" + std::to_string(::getpid()), "");
+  sweepMade(place);
+  const fs::path made = freeFolder(place, std::string(madeFolderPrefix) + std::to_string(::getpid()), "");
   std::error_code failure;
   fs::create_directories(made, failure);
   if (failure) {
@@ -284,9 +354,12 @@ Result<AUAudioUnitPreset> savePreset(Lv2World& world, const PluginDescription& d
   if (const Outcome problem = writeBundle(world, description, snapshot, name, made)) {
     return withdrawn(made, *problem);
   }
+  if (!isAllOnTheDisk(made)) {
+    return withdrawn(made, Error{"cannot write all of " + made.string()});
+  }
   std::optional<LeavingBundle> earlier;
-  if (const auto preset = ownPreset(listPresets(world, description), name)) {
-    auto leaving = LeavingBundle::of(world, *preset);
+  if (present) {
+    auto leaving = LeavingBundle::of(world, *present);
     if (!leaving) {
       return withdrawn(made, leaving.error());
     }
@@ -300,6 +373,7 @@ Result<AUAudioUnitPreset> savePreset(Lv2World& world, const PluginDescription& d
     }
     return withdrawn(made, Error{"cannot make " + folder.string() + ": " + failure.message()});
   }
+  (void)isOnTheDisk(place);  // before the earlier one is deleted
   if (earlier) {
     earlier->finish(world);
   }

@@ -17,11 +17,13 @@ class Lv2World;
 /// Longer names are refused, bytes.
 inline constexpr std::size_t longestPresetName = 200;
 
-/// Replaces the user's preset of this name. On failure nothing has changed.
+/// Replaces the user's preset of this name, or fails where it may not. A control character in the name becomes a space.
+/// On failure nothing has changed.
 [[nodiscard]] Result<AUAudioUnitPreset> savePreset(Lv2World& world, const PluginDescription& description,
-                                                   const StateSnapshot& snapshot, const std::string& name);
+                                                   const StateSnapshot& snapshot, const std::string& name,
+                                                   bool mayReplace);
 
-/// Fails for a preset that is not the user's.
+/// Fails for a preset that is not the user's, and where other files are in its folder.
 [[nodiscard]] Outcome deletePreset(Lv2World& world, const PluginDescription& description,
                                    const std::string& identifier);
 

@@ -135,21 +135,21 @@ void SandboxedInstance::usePreset(const std::string& identifier, Handler handler
   });
 }
 
-void SandboxedInstance::saveUserPreset(const std::string& name, SaveHandler handler) {
+void SandboxedInstance::saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) {
   if (presets_ == nullptr) {
     handler(noPresets);
     return;
   }
-  processor_->guest().request(MessageKind::captureState, {}, MessageKind::state,
-                              [presets = presets_, name, handler = std::move(handler)](const Result<Bytes>& answer) {
-                                auto state = answer && !answer.value().empty() ? dictionaryFromBytes(answer.value())
-                                                                               : std::nullopt;
-                                if (state) {
-                                  presets->save(*std::move(state), name, handler);
-                                } else {
-                                  handler(answer ? Error{"the plug-in did not return its state"} : answer.error());
-                                }
-                              });
+  processor_->guest().request(
+      MessageKind::captureState, {}, MessageKind::state,
+      [presets = presets_, name, mayReplace, handler = std::move(handler)](const Result<Bytes>& answer) {
+        auto state = answer && !answer.value().empty() ? dictionaryFromBytes(answer.value()) : std::nullopt;
+        if (state) {
+          presets->save(*std::move(state), name, mayReplace, handler);
+        } else {
+          handler(answer ? Error{"the plug-in did not return its state"} : answer.error());
+        }
+      });
 }
 
 void SandboxedInstance::deleteUserPreset(const std::string& identifier, Handler handler) {

@@ -64,7 +64,7 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   void setParameterValue(AUParameterAddress address, float value) override;
   void requestPresets(ListHandler handler) override;
   void usePreset(const std::string& identifier, Handler handler) override;
-  void saveUserPreset(const std::string& name, SaveHandler handler) override;
+  void saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) override;
   void deleteUserPreset(const std::string& identifier, Handler handler) override;
   void requestViewController(ViewControllerHandler completionHandler) override;
   void reset();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The presets of a plug-in: which there are, what they do to it, and those that a user saves.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -165,6 +167,46 @@ TEST_F(Presets, NamesOfAllKindsAreKeptAndLeadNowhereElse) {
   }
 }
 
+TEST_F(Presets, OneThatMayNotBeReplacedStaysAsItWas) {
+  const auto unit = stage_.make(panel).unit;
+  PresetsOf presets(*unit);
+  unit->auAudioUnit().setParameterValue(2, 0.5F);
+  ASSERT_TRUE(presets.save("Mine", false));
+  unit->auAudioUnit().setParameterValue(2, 2);
+  const auto again = presets.save("Mine", false);
+  ASSERT_FALSE(again);
+  EXPECT_EQ(again.error().description, "there is one of this name");
+  ASSERT_EQ(presets.use("Mine"), std::nullopt);
+  EXPECT_EQ(unit->auAudioUnit().parameterValue(2), 0.5F);
+  EXPECT_TRUE(presets.save("deep", false)) << "the plug-in's own of a name is not in the way";
+}
+
+TEST_F(Presets, AControlCharacterInANameIsSavedAsASpace) {
+  const auto unit = stage_.make(panel).unit;
+  PresetsOf presets(*unit);
+  const auto saved = presets.save("one\ttwo");
+  ASSERT_TRUE(saved) << saved.error().description;
+  EXPECT_EQ(saved.value().name, "one two");
+  EXPECT_TRUE(presets.save("one\ntwo"));
+  EXPECT_EQ(userBundleCount(), 1U);
+}
+
+TEST_F(Presets, ABundleWithOtherFilesIsNeitherDeletedNorReplaced) {
+  const auto unit = stage_.make(panel).unit;
+  PresetsOf presets(*unit);
+  const auto saved = presets.save("Mine");
+  ASSERT_TRUE(saved);
+  const fs::path notes = fs::directory_iterator(userFolder())->path() / "notes.txt";
+  std::ofstream(notes) << "which verse";
+  EXPECT_TRUE(presets.remove(saved.value().identifier));
+  EXPECT_FALSE(presets.save("Mine"));
+  EXPECT_TRUE(fs::exists(notes));
+  EXPECT_EQ(userBundleCount(), 1U);
+  EXPECT_EQ(presets.use("Mine"), std::nullopt);
+  fs::remove(notes);
+  EXPECT_EQ(presets.remove(saved.value().identifier), std::nullopt);
+}
+
 TEST_F(Presets, OnlyTheUsersOwnAreDeleted) {
   const auto unit = stage_.make(panel).unit;
   PresetsOf presets(*unit);
@@ -207,6 +249,27 @@ TEST_F(Presets, AFullDiskLeavesNothingHalfAndTheEarlierOneAsItWas) {
   EXPECT_EQ(userBundleCount(), 1U);
   ASSERT_EQ(presets.use("Mine"), std::nullopt);
   EXPECT_EQ(unit->auAudioUnit().parameterValue(2), 0.5F);
+}
+
+TEST_F(Presets, WhatAnEndedProcessWasMakingIsRemovedByTheNextSave) {
+  const pid_t ended = ::fork();
+  if (ended == 0) {
+    ::_exit(0);
+  }
+  ASSERT_EQ(::waitpid(ended, nullptr, 0), ended);
+  const fs::path left = userFolder() / (".vrel-" + std::to_string(ended));
+  const fs::path another = userFolder() / (".vrel-" + std::to_string(ended) + "-2");
+  const fs::path living = userFolder() / (".vrel-" + std::to_string(::getppid()));
+  const fs::path earlier = userFolder() / (".vrel-deleted-" + std::to_string(ended));
+  for (const auto& folder : {left, another, living, earlier}) {
+    fs::create_directories(folder / "files");
+  }
+  const auto unit = stage_.make(panel).unit;
+  ASSERT_TRUE(PresetsOf(*unit).save("Mine"));
+  EXPECT_FALSE(fs::exists(left));
+  EXPECT_FALSE(fs::exists(another));
+  EXPECT_TRUE(fs::exists(living));
+  EXPECT_TRUE(fs::exists(earlier)) << "it may be the only one of its name";
 }
 
 TEST_F(Presets, AFolderThatCannotBeWrittenIsAnError) {

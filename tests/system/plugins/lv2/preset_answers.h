@@ -64,8 +64,8 @@ class PresetsOf {
     const auto identifier = named(name).identifier;
     return answer<Outcome>([&](auto done) { presets_.usePreset(identifier, done); });
   }
-  [[nodiscard]] Result<AUAudioUnitPreset> save(const std::string& name) {
-    return answer<Result<AUAudioUnitPreset>>([&](auto done) { presets_.saveUserPreset(name, done); });
+  [[nodiscard]] Result<AUAudioUnitPreset> save(const std::string& name, bool mayReplace = true) {
+    return answer<Result<AUAudioUnitPreset>>([&](auto done) { presets_.saveUserPreset(name, mayReplace, done); });
   }
   [[nodiscard]] Outcome remove(const std::string& identifier) {
     return answer<Outcome>([&](auto done) { presets_.deleteUserPreset(identifier, done); });
