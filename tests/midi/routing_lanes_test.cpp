@@ -139,6 +139,17 @@ TEST_F(RoutingLanes, AStoppedEngineRoutesNothing) {
   EXPECT_EQ(machine.taken("piano"), (Messages{{0x90, 61, 100}}));
 }
 
+TEST_F(RoutingLanes, AfterAFailedRestartNoInstrumentGetsANote) {
+  machine.addStrip("piano");
+  machine.device->failure = Error{"the sound card is gone"};
+  machine.engine->engine().stop();
+  ASSERT_TRUE(machine.engine->engine().start());
+  std::vector<DeviceEvent> events{{0, {0x90, 60, 100}}};
+  machine.device->playWith(events);
+  EXPECT_FALSE(events.front().isRouted);
+  EXPECT_TRUE(machine.taken("piano").empty());
+}
+
 TEST_F(RoutingLanes, ANoteDuringAGraphChangeKeepsItsFrame) {
   const auto piano = machine.addStrip("piano");
   std::vector<DeviceEvent> events{{33, {0x90, 60, 100}}};

@@ -121,10 +121,12 @@ Outcome RenderEngine::start() {
     return {};
   }
   if (Outcome failure = device_->prepare()) {
+    endNow();  // a plan that played on would give notes to instruments that get nothing else any more
     return failure;
   }
   const double sampleRate = device_->sampleRate();
   if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate)) {
+    endNow();
     return Error{"unsupported sample rate of the audio device: " + std::to_string(sampleRate)};
   }
   if (sampleRate != graph_.sampleRate()) {

@@ -19,6 +19,7 @@ class LiveDevice final : public OutputDevice {
   [[nodiscard]] std::uint32_t blockFrames() const override { return frames; }
   [[nodiscard]] bool isRealTime() const override { return true; }
   [[nodiscard]] bool isRunning() const override { return renderer_ != nullptr; }
+  [[nodiscard]] Outcome prepare() override { return failure; }
   [[nodiscard]] Outcome start(BlockRenderer& renderer) override {
     renderer_ = &renderer;
     return {};
@@ -40,6 +41,7 @@ class LiveDevice final : public OutputDevice {
                                 frameCount, events);
   }
 
+  Outcome failure;          // of `prepare`
   std::vector<float> left;  // all that was played
   std::vector<float> right;
 
