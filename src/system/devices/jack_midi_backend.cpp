@@ -166,11 +166,14 @@ bool JackMidiBackend::followPlayingClient() {
   auto next = former;
   client_->use([&](jack_client_t* client) {
     next = entry(client);
+    const bool isOwn = next == jack_port_name(port_);
+    isEntry_ = isEntry_ || isOwn;
     for (auto source = linked.begin(); next != former && source != linked.end(); ++source) {
       jack_disconnect(client, source->c_str(), former.c_str());
       const int status = jack_connect(client, source->c_str(), next.c_str());
       isWhole = isWhole && (status == 0 || status == EEXIST);
     }
+    isEntry_ = isOwn;
   });
   entry_ = next;
   return isWhole;
@@ -257,6 +260,9 @@ bool JackMidiBackend::hasLostLink() const {
 int JackMidiBackend::process(jack_nframes_t frames, void* backend) {
   const AudioThreadScope audioThread;
   auto& self = *static_cast<JackMidiBackend*>(backend);
+  if (!self.isEntry_) {
+    return 0;  // what is linked here by hand is linked to the entry too
+  }
   void* const buffer = jack_port_get_buffer(self.port_, frames);
   const auto count = jack_midi_get_event_count(buffer);
   jack_midi_event_t event{};

@@ -22,7 +22,7 @@ namespace vrel::system {
 
 /// The MIDI ports of a JACK server. All are linked to one port, where JACK merges them in order of time: that of the
 /// client that plays (JackMidiInlet), so that notes sound in the period that brings them, or, while sound is played
-/// elsewhere, one of this client. Others may be linked to either by hand.
+/// elsewhere, one of this client, which brings nothing otherwise: what is linked to both by hand is heard once.
 ///
 /// Path of a packet: JACK's thread puts it in a FIFO and wakes our thread, which calls the listener. The same thread
 /// notices ports that come and go, from JACK's own notices, links the sources again when another client plays, and
@@ -67,6 +67,7 @@ class JackMidiBackend final : public MidiBackend {
   std::atomic<bool> isEnding_{false};
   std::atomic<bool> havePortsChanged_{false};
   std::atomic<jack_port_t*> port_{nullptr};
+  std::atomic<bool> isEntry_{false};  // sources are linked to that port, or about to be
 
   Mutex mutex_;  // one question to the server at a time
   std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);

@@ -116,6 +116,27 @@ TEST_P(NoteTiming, SixteenSourcesLoseNoReleaseAndEachMessageReachesTheMainThread
   EXPECT_EQ(stage->engine().channels().front()->midiInstrument()->droppedEvents(), 0U);
 }
 
+TEST_P(NoteTiming, ASourceThatIsLinkedToBothPortsIsHeardOnce) {
+  ASSERT_NO_FATAL_FAILURE(begin());
+  MidiPeer peer(server.name(), "keys");
+  peer.addPort("out");
+  const auto other = joinServer("patchbay", server.name());
+  const auto* const source = jack_port_by_name(other.get(), "keys:out");
+  ASSERT_TRUE(eventuallyOnMain([&] { return jack_port_connected_to(source, "vrel:VRELMIDIInputPort") != 0; }));
+  ASSERT_EQ(jack_connect(other.get(), "keys:out", "VRELMIDIClient:VRELMIDIInputPort"), 0);
+  peer.passBlocks();
+  std::vector<int> seen;
+  stage->engine().midiCallbacks.onMidiNoteActivity = [&](std::uint8_t note, bool isOn) {
+    seen.push_back(isOn ? note : -note);
+  };
+  peer.send({{0x90, 60, 100}, {0x80, 60, 0}});
+  peer.passBlocks();
+  peer.send({{0x90, 72, 100}, {0x80, 72, 0}});
+  peer.passBlocks();
+  ASSERT_TRUE(eventuallyOnMain([&] { return std::ranges::count(seen, -72) > 0; }));
+  EXPECT_EQ(seen, (std::vector<int>{60, -60, 72, -72}));
+}
+
 INSTANTIATE_TEST_SUITE_P(Instruments, NoteTiming, testing::Bool(), [](const auto& parameter) {
   return parameter.param ? std::string("InProcessesOfTheirOwn") : std::string("InThisProcess");
 });
