@@ -116,8 +116,10 @@ TEST_F(PlayedByTheClock, WhatIsTakenInABlockWithoutAPlanComesWithTheNextPlan) {
   core.publish(&plan);
   render();
   render();
-  const AudioThreadScope block;
-  instrument->process({.frameCount = frames, .inputs = {}, .output = {}});
+  {
+    const AudioThreadScope block;
+    instrument->process({.frameCount = frames, .inputs = {}, .output = {}});
+  }
   std::vector<MidiMessage> heard;
   for (const auto& event : instrument->taken()) {
     heard.push_back(event.message);
