@@ -3,19 +3,14 @@
 // end of the first frame with its controls, from each key of a search to the frame with what it found, and the frames
 // of a scroll from end to end. The reference in the same run is a press on a mute button to the frame with its lamp.
 
-#include <QApplication>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickWindow>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
-#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "console/measured_program.h"
 #include "console/measured_window.h"
-#include "support/ui/virtual_display.h"
 
 namespace vrel::app::bench {
 namespace {
@@ -139,33 +134,11 @@ void measureAll(std::size_t runs) {
   report("each step of a scroll", scrolled);
 }
 
-int run(const std::vector<std::string>& arguments) {
-  const std::size_t runs = arguments.size() == 2 && arguments[0] == "--runs" ? std::stoul(arguments[1]) : 20;
-  ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
-  ::setenv("JACK_NO_START_SERVER", "1", 1);
-  ::setenv("LV2_PATH", VREL_ZOO_PATH, 1);
-  const auto home = test::makeTemporaryFolder();
-  test::moveHome(home);
-  const test::VirtualDisplay display(1366, 768);
-  int count = 1;
-  char name[] = "editor_bench";
-  char* names[] = {name, nullptr};
-  const QApplication application(count, names);
-  QApplication::setQuitOnLastWindowClosed(false);
-  QQuickStyle::setStyle(QStringLiteral("Basic"));
-  measureAll(runs);
-  std::filesystem::remove_all(home);
-  return EXIT_SUCCESS;
-}
-
 }  // namespace
 }  // namespace vrel::app::bench
 
 int main(int argumentCount, char** arguments) {
-  try {
-    return vrel::app::bench::run({arguments + 1, arguments + argumentCount});
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-    return EXIT_FAILURE;
-  }
+  using namespace vrel::app::bench;
+  return runMeasurement(argumentCount, arguments, "--runs", 20,
+                        [](int runs) { measureAll(static_cast<std::size_t>(runs)); });
 }

@@ -5,26 +5,21 @@
 //
 //   projection_bench [--seconds N]
 
-#include <QApplication>
-#include <QQuickStyle>
 #include <QQuickWindow>
 #include <QTimer>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "console/measured_program.h"
 #include "console/measured_window.h"
 #include "foundation/uuid.h"
 #include "simulation/simulated_video.h"
-#include "support/ui/virtual_display.h"
 #include "system/projection/projector.h"
 #include "system/projection/stage_images.h"
 #include "system/projection/stage_window.h"
@@ -138,34 +133,10 @@ void measure(int seconds) {
   }
 }
 
-int run(const std::vector<std::string>& arguments) {
-  const int seconds = arguments.size() == 2 && arguments[0] == "--seconds" ? std::stoi(arguments[1]) : 5;
-  ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
-  ::setenv("JACK_NO_START_SERVER", "1", 1);
-  ::setenv("LV2_PATH", VREL_ZOO_PATH, 1);
-  ::setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
-  const auto home = test::makeTemporaryFolder();
-  test::moveHome(home);
-  const test::VirtualDisplay display(1366, 768);
-  int count = 1;
-  char name[] = "projection_bench";
-  char* names[] = {name, nullptr};
-  const QApplication application(count, names);
-  QApplication::setQuitOnLastWindowClosed(false);
-  QQuickStyle::setStyle(QStringLiteral("Basic"));
-  measure(seconds);
-  std::filesystem::remove_all(home);
-  return EXIT_SUCCESS;
-}
-
 }  // namespace
 }  // namespace vrel::app::bench
 
 int main(int argumentCount, char** arguments) {
-  try {
-    return vrel::app::bench::run({arguments + 1, arguments + argumentCount});
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-    return EXIT_FAILURE;
-  }
+  using namespace vrel::app::bench;
+  return runMeasurement(argumentCount, arguments, "--seconds", 5, measure);
 }
