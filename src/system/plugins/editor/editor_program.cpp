@@ -205,15 +205,9 @@ void EditorProgram::passOn() {
 }
 
 void EditorProgram::send(const Message& message) {
-  const Bytes bytes = toBytes(message);
   const MutexLock lock(sending_);
-  for (std::size_t sent = 0; sent < bytes.size();) {
-    const ssize_t count = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (count > 0) {
-      sent += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
-      std::_Exit(EXIT_FAILURE);
-    }
+  if (!sendMessage(socket_.get(), message)) {
+    std::_Exit(EXIT_FAILURE);
   }
 }
 

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/messages.h"
 
+#include <sys/socket.h>
+#include <sys/types.h>
+
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 
@@ -108,6 +112,19 @@ Bytes toBytes(const Message& message) {
     std::memcpy(bytes.data() + sizeof head, message.body.data(), message.body.size());
   }
   return bytes;
+}
+
+bool sendMessage(int socket, const Message& message) {
+  const Bytes bytes = toBytes(message);
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = ::send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count > 0) {
+      sent += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
 }
 
 void MessageParser::add(std::span<const std::uint8_t> bytes) {

@@ -132,6 +132,8 @@ struct InstantiateRequest {
 
 /// Head and body in one piece, ready to be sent.
 [[nodiscard]] Bytes toBytes(const Message& message);
+/// Waits until all of it is on its way. False when nobody reads at the other end any more.
+[[nodiscard]] bool sendMessage(int socket, const Message& message);
 
 /// Cuts a stream into messages.
 class MessageParser {
