@@ -100,6 +100,7 @@ StageWindow::~StageWindow() {
 
 void StageWindow::apply(const StageWindowState& state) {
   const StageWindowState before = std::exchange(state_, state);
+  keepPlace();  // a move of which no event has come yet
   isApplying_ = true;
   if (state.title != before.title) {
     setTitle(QString::fromStdString(state.title));

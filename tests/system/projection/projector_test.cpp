@@ -243,14 +243,11 @@ TEST_F(Projectors, KeepTheirWindowWhereAPersonPutsIt) {
   projector->setScene(scene);
   ASSERT_TRUE(shows(160, 90, QColor(0, 90, 200)));
   stage.setGeometry(800, 400, 320, 180);
-  // The server moves its picture before the toolkit hears of it.
-  ASSERT_TRUE(until([&] { return stage.geometry() == QRect(800, 400, 320, 180); }));
   ASSERT_TRUE(shows(960, 490, QColor(0, 90, 200)));
   StageWindowState state = first;
   state.number = 2;
   state.isFullScreen = true;
   stage.apply(state);
-  ASSERT_TRUE(until([&] { return stage.geometry() == stage.screen()->geometry(); }));
   ASSERT_TRUE(shows(1270, 10, QColor(0, 90, 200)));
   state.number = 3;
   state.isFullScreen = false;
