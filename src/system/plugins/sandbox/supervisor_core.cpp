@@ -25,14 +25,14 @@ constexpr std::uint64_t wakeTag = 0;
 constexpr int readsPerTurn = 16;
 constexpr int readsAtTheEnd = 8192;
 
+// A guest that does not read misses what its editor says from then on; nothing else is dropped.
+constexpr std::size_t mostWaitingForAtoms = std::size_t{1} << 20U;  // bytes
+
 // How often the guests that serve are looked at.
 constexpr auto watchInterval = std::chrono::milliseconds(250);
 
 // How long a guest may take to answer before it is logged.
 constexpr auto answerGrace = std::chrono::seconds(2);
-
-// A plug-in that loses memory each time it is made is not to fill the machine.
-constexpr int mostRemakes = 100;
 
 // How long a keeper has to end with all that it keeps.
 constexpr auto killGrace = std::chrono::seconds(3);
@@ -203,8 +203,11 @@ void Supervisor::Core::send(std::uint64_t key, const Message& message) {
   if (found == guests_.end()) {
     return;
   }
-  const Bytes bytes = toBytes(message);
   Bytes& outgoing = found->second.outgoing;
+  if (message.kind == MessageKind::editorAtom && outgoing.size() > mostWaitingForAtoms) {
+    return;
+  }
+  const Bytes bytes = toBytes(message);
   outgoing.insert(outgoing.end(), bytes.begin(), bytes.end());
   flush(key, found->second);
 }
@@ -330,74 +333,6 @@ void Supervisor::Core::answerLaunch(Record& record, Result<Ready> result) {
 void Supervisor::Core::release(std::uint64_t key) {
   if (const auto found = guests_.find(key); found != guests_.end()) {
     mayRemake(found->second) ? remake(key, found->second) : close(key, found->second);
-  }
-}
-
-bool Supervisor::Core::mayRemake(const Record& record) const {
-  const bool isHealthy = !record.link->isDead() && !record.link->isBehind() && !record.link->owesAnswer() &&
-                         record.killAt == Clock::time_point::max();
-  return settings_.mostParked > 0 && !isEnding_ && record.stage == Stage::serving && isHealthy &&
-         record.remakes < mostRemakes;
-}
-
-void Supervisor::Core::remake(std::uint64_t key, Record& record) {
-  const auto now = Clock::now();
-  record.stage = Stage::remaking;
-  record.launch.died = nullptr;
-  record.launch.request.sampleRate = sampleRate_;
-  record.releasedAt = now;
-  record.killAt = now + settings_.remakingGrace;  // a block that never ends holds it up
-  ++record.remakes;
-  record.link->forgetState();
-  record.link->blockAnswered();
-  send(key, {MessageKind::instantiate, 0, toBytes(record.launch.request)});
-}
-
-void Supervisor::Core::park(std::uint64_t key, Record& record) {
-  if (record.isKilled) {
-    return;
-  }
-  if (record.launch.request.sampleRate != sampleRate_) {
-    close(key, record);
-    return;
-  }
-  record.stage = Stage::parked;
-  record.killAt = Clock::time_point::max();
-  // Only now: a song that goes is released before the next one asks for what is parked.
-  shrinkParked(settings_.mostParked);
-}
-
-bool Supervisor::Core::takeParked(const Launch& launch) {
-  const auto found = std::find_if(guests_.begin(), guests_.end(), [&](const auto& entry) {
-    return entry.second.stage == Stage::parked && entry.second.launch.request == launch.request;
-  });
-  if (found == guests_.end()) {
-    return false;
-  }
-  Record& record = found->second;
-  record.launch = launch;
-  record.stage = Stage::serving;
-  countParked();
-  becomeReady(found->first, record);
-  return true;
-}
-
-void Supervisor::Core::countParked() {
-  parkedCount_ = static_cast<std::size_t>(std::count_if(
-      guests_.begin(), guests_.end(), [](const auto& entry) { return entry.second.stage == Stage::parked; }));
-}
-
-void Supervisor::Core::shrinkParked(std::size_t most) {
-  std::vector<std::pair<Clock::time_point, std::uint64_t>> parked;
-  for (const auto& [key, record] : guests_) {
-    if (record.stage == Stage::parked) {
-      parked.emplace_back(record.releasedAt, key);
-    }
-  }
-  std::sort(parked.begin(), parked.end());
-  for (std::size_t index = 0; index + most < parked.size(); ++index) {
-    const std::uint64_t key = parked[index].second;
-    close(key, guests_.at(key));
   }
 }
 

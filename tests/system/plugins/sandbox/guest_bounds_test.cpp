@@ -191,5 +191,26 @@ TEST_F(GuestBounds, ADisplayThatDoesNotAnswerCountsAsNone) {
   }
 }
 
+TEST_F(GuestBounds, WhatAnEditorSaysToAGuestThatDoesNotReadIsDropped) {
+  if constexpr (!isGuestMemoryBounded) {
+    GTEST_SKIP() << "a sanitizer keeps memory that is free";
+  }
+  constexpr std::size_t messageBytes = std::size_t{1} << 18U;
+  constexpr std::size_t messages = 512;
+  const auto unit = make("urn:vrel:zoo:window").unit;
+  ASSERT_NE(unit, nullptr);
+  const pid_t process = processOf(unit);
+  stop(process);
+  const std::size_t before = residentBytes();
+  auto& guest = dynamic_cast<SandboxedInstance&>(unit->auAudioUnit()).processor()->guest();
+  for (std::size_t count = 0; count < messages; ++count) {
+    guest.send(MessageKind::editorAtom, Bytes(messageBytes, 0xFF));
+  }
+  EXPECT_TRUE(happens([&] { return residentBytes() < before + messages * messageBytes / 4; }));
+  unit->auAudioUnit().setParameterValue(2, 0.5F);
+  kill(process, SIGCONT);
+  EXPECT_TRUE(stateOf(unit)) << "what is asked is answered all the same";
+}
+
 }  // namespace
 }  // namespace vrel::sandbox
