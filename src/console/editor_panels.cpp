@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/desktop.h"
 #include "platform/dispatch.h"
 
 namespace vrel {
@@ -64,7 +63,11 @@ std::optional<NSSize> EditorPanels::visibleFrame() {
   if (screens.empty()) {
     return std::nullopt;
   }
-  const auto& frame = screens.front().visibleFrame;
+  // As it is now: it may have got another size since.
+  const auto found = std::find_if(screens.begin(), screens.end(), [this](const NSScreen& screen) {
+    return mainScreen_ && isSameScreen(screen, *mainScreen_);
+  });
+  const auto& frame = (found != screens.end() ? *found : screens.front()).visibleFrame;
   return NSSize{static_cast<double>(frame.width), static_cast<double>(frame.height)};
 }
 

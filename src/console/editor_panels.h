@@ -5,17 +5,18 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "console/controls_editor.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
+#include "platform/desktop.h"
 #include "platform/plugin_editor.h"
 
 namespace vrel {
 
 class AppState;
-class Desktop;
 class EditorPanels;
 class MainQueue;
 class RepeatingTimer;
@@ -70,6 +71,9 @@ class EditorPanels final : public PluginEditorFactory {
   /// The panel with this id; null when it has been closed.
   [[nodiscard]] std::shared_ptr<EditorPanel> find(const std::string& id) const;
 
+  /// The screen that the main window is on; panels have room on that one.
+  void mainWindowIsOn(std::optional<NSScreen> screen) { mainScreen_ = std::move(screen); }
+
   /// The main window has come to the front, perhaps above its panels.
   void mainWindowCameToFront() { ++frontings_; }
 
@@ -86,6 +90,7 @@ class EditorPanels final : public PluginEditorFactory {
   AppState& state_;
   MainQueue& mainQueue_;
   Desktop& desktop_;
+  std::optional<NSScreen> mainScreen_;
   std::vector<std::weak_ptr<EditorPanel>> made_;
   std::map<std::weak_ptr<AVAudioUnit>, std::shared_ptr<PresetChooser::Loaded>, std::owner_less<>> loadedPresets_;
   std::unique_ptr<RepeatingTimer> refreshTimer_;

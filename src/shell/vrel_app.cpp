@@ -2,6 +2,7 @@
 #include "shell/vrel_app.h"
 
 #include "console/content_view.h"
+#include "console/editor_panels.h"
 #include "document/app_state.h"
 #include "engine/audio_engine.h"
 #include "platform/dispatch.h"
@@ -45,6 +46,7 @@ WindowSize defaultWindowSize(const std::vector<NSScreen>& screens) {
 
 void VrelApp::windowResolved(NSWindow& window) {
   appDelegate_.appState = &appState_;
+  content_.editorPanels().mainWindowIsOn(window.screen());
   rebuildMenus();
   applyInitialFrame(window);
 }

@@ -167,5 +167,15 @@ TEST_F(GenericEditor, TheWindowHasRoomOnTheMainScreen) {
   EXPECT_EQ(panels_.shown.get().front()->contentSize.get(), (NSSize{620, 420}));
 }
 
+TEST_F(GenericEditor, TheWindowHasRoomOnTheScreenThatTheMainWindowIsOn) {
+  desktop_.screenList = {{"laptop", {0, 0, 1280, 800}}, {"stage", {1280, 0, 700, 500}}};
+  panels_.mainWindowIsOn(NSScreen{"stage", {1280, 0, 640, 480}});
+  EXPECT_EQ(panels_.visibleFrame(), (NSSize{700, 500})) << "as it is now";
+  panels_.mainWindowIsOn(NSScreen{"unplugged", {0, 0, 10, 10}});
+  EXPECT_EQ(panels_.visibleFrame(), (NSSize{1280, 800}));
+  panels_.mainWindowIsOn(std::nullopt);
+  EXPECT_EQ(panels_.visibleFrame(), (NSSize{1280, 800}));
+}
+
 }  // namespace
 }  // namespace vrel

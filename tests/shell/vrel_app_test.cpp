@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "console/editor_panels.h"
 #include "shell/menu_commands.h"
 #include "shell/shell_stage.h"
 
@@ -60,6 +61,17 @@ TEST_F(VrelAppTest, TheDefaultSizeIsWhatMayBeUsedOfTheMainScreen) {
   EXPECT_EQ(defaultWindowSize(desktop.screenList), (WindowSize{1920, 1050}));
   desktop.screenList.clear();
   EXPECT_EQ(defaultWindowSize(desktop.screenList), (WindowSize{1440, 900}));
+}
+
+TEST_F(VrelAppTest, EditorsHaveRoomOnTheScreenOfTheWindow) {
+  window.standsOn = projector;
+  app.windowResolved(window);
+  EXPECT_EQ(content.editorPanels().visibleFrame(), (NSSize{static_cast<double>(projector.visibleFrame.width),
+                                                           static_cast<double>(projector.visibleFrame.height)}));
+  window.standsOn = laptop;
+  app.windowResolved(window);
+  EXPECT_EQ(content.editorPanels().visibleFrame(),
+            (NSSize{static_cast<double>(laptop.visibleFrame.width), static_cast<double>(laptop.visibleFrame.height)}));
 }
 
 TEST_F(VrelAppTest, TheWindowFillsItsScreenOnce) {
