@@ -179,8 +179,12 @@ TEST_F(EveryHint, GoesWithAControlThatIsTakenAwayUnderThePointer) {
   QPointer<QObject> bubble;
   driver.pointAt("stripInstrument0");
   ASSERT_TRUE(driver.eventually([&] { return (bubble = button->findChild<QObject*>("hintBubble")) != nullptr; }));
+  auto* const delay = bubble->findChild<QObject*>("hintDelay");
+  ASSERT_NE(delay, nullptr);
   QQuickItem* const place = button->parentItem();
   button->setParentItem(nullptr);
+  ASSERT_TRUE(QMetaObject::invokeMethod(delay, "triggered"));
+  EXPECT_FALSE(bubble->property("visible").toBool()) << "there is no window for it any more";
   EXPECT_TRUE(driver.eventually([&] { return bubble == nullptr; }));
   button->setParentItem(place);
 }

@@ -49,7 +49,6 @@ Item {
             } else if (hint.isBelow) {
                 bubble.y = hint.over.height + 4;
             }
-            bubble.visible = true;
         }
     }
 }

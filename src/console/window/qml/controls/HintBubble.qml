@@ -9,8 +9,18 @@ ToolTip {
 
     objectName: "hintBubble"
 
-    delay: 700
     timeout: 8000
+
+    // Not by the delay of a tool tip, which opens it also where its control has just been taken away.
+    Timer {
+        objectName: "hintDelay"
+        interval: 700
+        running: true
+        onTriggered: {
+            if (bubble.parent?.Window.window)
+                bubble.open();
+        }
+    }
 
     background: Rectangle {
         color: Theme.raised
