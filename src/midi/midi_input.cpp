@@ -71,15 +71,17 @@ MIDIService::ReadBlock MidiInput::readBlock() {
         continue;
       }
       const MidiMessage message{packet[0], packet[1], packet.size() > 2 ? packet[2] : std::uint8_t{0}};
-      mainQueue.async([this, life, message, areServed = packets.areInstrumentsServed] {
-        if (!life.isAlive()) {
-          return;
-        }
-        if (onMessage) {
-          onMessage();
-        }
-        route_(message, areServed);
-      });
+      mainQueue.async(
+          [this, life, message, areServed = packets.areInstrumentsServed, owed = packets.untilRouted]() mutable {
+            const auto untilRouted = std::move(owed);
+            if (!life.isAlive()) {
+              return;
+            }
+            if (onMessage) {
+              onMessage();
+            }
+            route_(message, areServed);
+          });
     }
   };
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,6 +25,7 @@ struct MIDIPacketList : std::span<const MIDIPacket> {
   using std::span<const MIDIPacket>::span;
 
   bool areInstrumentsServed = false;  // the instruments have them already; see AVAudioEngine::setInstrumentRoutes
+  std::shared_ptr<const void> untilRouted{};  // to be kept until they are routed; the service waits for its release
 };
 
 struct MIDINotification {

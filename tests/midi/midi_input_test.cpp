@@ -174,6 +174,32 @@ TEST_F(Input, WhatIsQueuedWhenTheInputEndsIsDropped) {
   EXPECT_EQ(console.lines, linesBefore);
 }
 
+TEST_F(Input, APacketIsWaitedForUntilItIsRoutedOrDropped) {
+  start();
+  std::weak_ptr<const void> waiting;
+  const auto send = [&](const std::vector<std::uint8_t>& bytes) {
+    const auto ticket = std::make_shared<int>();
+    waiting = ticket;
+    const MIDIPacket packet(bytes);
+    MIDIPacketList list(&packet, 1);
+    list.untilRouted = ticket;
+    service.read(list);
+  };
+  send({0x90, 60, 1});
+  EXPECT_FALSE(waiting.expired());
+  mainQueue.runAll();
+  EXPECT_TRUE(waiting.expired()) << "routed";
+  send({0xF8});
+  EXPECT_TRUE(waiting.expired()) << "nothing to route";
+  send({0x90, 61, 1});
+  input.reset();
+  mainQueue.runAll();
+  EXPECT_TRUE(waiting.expired()) << "the input has ended";
+  send({0x90, 62, 1});
+  EXPECT_TRUE(waiting.expired()) << "there is no input";
+  EXPECT_EQ(routed, Lines{"144 60 1"});
+}
+
 TEST_F(Input, ThePortIsDisposedOfBeforeTheClient) {
   start();
   service.record.clear();

@@ -11,18 +11,22 @@
 #include <memory>
 #include <random>
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
+#include "foundation/thread_roles.h"
 #include "simulation/recording_console.h"
 #include "simulation/simulated_property_lists.h"
 #include "simulation/simulated_units.h"
 #include "simulation/virtual_time.h"
+#include "support/audio/graph_stage.h"
 #include "support/audio/live_device.h"
 #include "support/audio/recording_instrument.h"
+#include "system/audio/packet_lane.h"
 #include "system/audio/render_core.h"
 #include "system/audio/render_node_factory.h"
 
@@ -55,12 +59,45 @@ struct Machine {
 
   /// One block with these messages, and then what the main thread does with each.
   void play(const std::vector<DeviceEvent>& events) {
-    auto played = events;
-    device->playWith(played);
-    for (const auto& [frame, message, isRouted] : played) {
-      engine->midiRouter().routeMIDI(message.status, message.data1, message.data2,
-                                     isRouted ? MidiRouter::Instruments::served : MidiRouter::Instruments::waiting);
+    playBlock(events);
+    routeOnMain();
+  }
+
+  /// One block with these messages; the main thread is busy.
+  void playBlock(const std::vector<DeviceEvent>& events) {
+    const auto bytesOf = [](MidiMessage message) {
+      return std::array<std::uint8_t, 3>{message.status, message.data1, message.data2};
+    };
+    std::span<DeviceEvent> taken;
+    {
+      const AudioThreadScope block;
+      lane.beginBlock();
+      for (const DeviceEvent& event : events) {
+        lane.add(event.frame, bytesOf(event.message));
+      }
+      taken = lane.events();
     }
+    device->playWith(taken);
+    const AudioThreadScope block;
+    for (const DeviceEvent& event : events) {
+      dropped += lane.handOn(bytesOf(event.message)) ? 0 : 1;
+    }
+  }
+
+  /// What the main thread does with all that was played so far.
+  void routeOnMain() {
+    audio::PlayedPacket packet;
+    while (lane.pop(packet)) {
+      engine->midiRouter().routeMIDI(
+          packet.bytes[0], packet.bytes[1], packet.bytes[2],
+          packet.areInstrumentsServed ? MidiRouter::Instruments::served : MidiRouter::Instruments::waiting);
+    }
+  }
+
+  /// Until the device plays silence.
+  void stop() {
+    engine->engine().stop();
+    device->play(audio::RenderCore::longestEnding / LiveDevice::frames + 1);
   }
 
   [[nodiscard]] Messages taken(const std::string& name) {
@@ -80,6 +117,9 @@ struct Machine {
   simulation::SimulatedPropertyLists propertyLists;
   simulation::RecordingConsole console;
   std::map<std::string, std::shared_ptr<RecordingInstrument>> instruments;
+  std::shared_ptr<audio::OwedMessages> owed = std::make_shared<audio::OwedMessages>();
+  audio::PacketLane lane{std::size_t{1} << 14U, owed};
+  int dropped = 0;  // since nobody took them
   std::shared_ptr<AudioEngine> engine =
       AudioEngine::make({nodes, units, mainQueue, queues, clock, propertyLists, console});
 };
@@ -131,8 +171,7 @@ TEST_F(RoutingLanes, TheMainThreadStillSeesEachMessageButSendsNoneTwice) {
 
 TEST_F(RoutingLanes, AStoppedEngineRoutesNothing) {
   machine.addStrip("piano");
-  machine.engine->engine().stop();
-  machine.device->play(audio::RenderCore::longestEnding / LiveDevice::frames + 1);
+  machine.stop();
   machine.play({{0, {0x90, 60, 100}}});
   ASSERT_FALSE(machine.engine->engine().start());
   machine.play({{0, {0x90, 61, 100}}});
@@ -157,6 +196,48 @@ TEST_F(RoutingLanes, ANoteDuringAGraphChangeKeepsItsFrame) {
   EXPECT_TRUE(events.front().isRouted);
   using Taken = std::vector<audio::test::TakenEvent>;
   EXPECT_EQ(machine.instruments["piano"]->taken(), (Taken{{33, {0x90, 60, 100}}}));
+}
+
+TEST_F(RoutingLanes, ANoteThatTheMainThreadStillOwesIsNotOvertakenByItsEnd) {
+  machine.addStrip("piano");
+  machine.stop();
+  machine.playBlock({{0, {0x90, 60, 100}}});
+  ASSERT_FALSE(machine.engine->engine().start());
+  machine.playBlock({{5, {0x80, 60, 0}}});
+  EXPECT_TRUE(machine.taken("piano").empty());
+  machine.routeOnMain();
+  machine.playBlock({{7, {0x90, 62, 100}}});
+  EXPECT_EQ(machine.taken("piano"), (Messages{{0x90, 60, 100}, {0x80, 60, 0}, {0x90, 62, 100}}));
+  EXPECT_EQ(machine.instruments["piano"]->taken().back().frame % LiveDevice::frames, 7U) << "at its frame again";
+}
+
+TEST_F(RoutingLanes, AFloodThatFindsNoRoomDoesNotKeepNotesFromTheirFrameForLong) {
+  machine.addStrip("piano");
+  machine.stop();
+  const std::vector<DeviceEvent> flood(100, {0, {0x90, 60, 100}});
+  while (machine.dropped == 0) {
+    machine.playBlock(flood);
+  }
+  ASSERT_TRUE(machine.owed->any());
+  machine.routeOnMain();
+  EXPECT_FALSE(machine.owed->any()) << "what was dropped is owed by nobody";
+  ASSERT_FALSE(machine.engine->engine().start());
+  machine.playBlock({{7, {0x90, 62, 100}}});
+  EXPECT_EQ(machine.taken("piano"), (Messages{{0x90, 62, 100}}));
+}
+
+TEST_F(RoutingLanes, APortThatEndsOwesNothing) {
+  {
+    audio::PacketLane ending(1024, machine.owed);
+    const AudioThreadScope block;
+    const std::array<std::uint8_t, 3> note{0x90, 60, 100};
+    const std::array<std::uint8_t, 1> clock{0xF8};
+    ASSERT_TRUE(ending.handOn(clock));
+    EXPECT_FALSE(machine.owed->any()) << "a clock is routed to nobody";
+    ASSERT_TRUE(ending.handOn(note));
+    EXPECT_TRUE(machine.owed->any());
+  }
+  EXPECT_FALSE(machine.owed->any());
 }
 
 TEST_F(RoutingLanes, AnInstrumentThatHasLeftItsStripGetsNothing) {
@@ -221,6 +302,28 @@ TEST_F(RoutingLanes, SixteenSourcesWithFiftyThousandMessagesASecondLoseNothing) 
   machine.play({});
   EXPECT_EQ(machine.instruments["piano"]->taken().size(), count + 192);
   EXPECT_EQ(machine.engine->channels().front()->midiInstrument()->droppedEvents(), 0U);
+}
+
+TEST(RoutingOfABlock, WhatItsFirstFramesLeaveToTheMainThreadIsNotOvertakenByItsLaterOnes) {
+  audio::test::StageOn<LiveDevice> stage(std::make_shared<LiveDevice>());
+  const auto instrument = std::make_shared<RecordingInstrument>();
+  stage.engine->attach(instrument);
+  bool hasRoutes = false;
+  const auto source = audio::test::makeSource(1, [&](std::uint64_t, std::uint32_t) {
+    if (!std::exchange(hasRoutes, true)) {
+      const ForeignCodeScope mainThreadMeanwhile;
+      stage.engine->setInstrumentRoutes({{.instrument = instrument, .rules = {}}});
+    }
+    return 0.0F;
+  });
+  stage.engine->attach(source);
+  stage.link(source, stage.engine->mainMixerNode());
+  ASSERT_FALSE(stage.engine->start());
+  std::vector<DeviceEvent> events{{0, {0x90, 60, 100}}, {2000, {0x80, 60, 0}}};
+  stage.device->playWith(events, 2048);
+  ASSERT_TRUE(hasRoutes);
+  EXPECT_FALSE(events.front().isRouted);
+  EXPECT_FALSE(events.back().isRouted);
 }
 
 /// The same performance and the same edits on two machines: what is played goes through the main thread of one and

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 #include "foundation/midi_message.h"
 
@@ -12,6 +14,13 @@ struct DeviceEvent {
   std::uint32_t frame = 0;  // of the block
   MidiMessage message;
   bool isRouted = false;  // the instruments have it
+};
+
+/// A packet of a MIDI source, for the main thread.
+struct PlayedPacket {
+  std::vector<std::uint8_t> bytes;
+  bool areInstrumentsServed = false;
+  std::shared_ptr<const void> untilRouted{};  // to be kept until then; null when nothing waits for it
 };
 
 }  // namespace vrel::audio

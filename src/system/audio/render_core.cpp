@@ -91,11 +91,15 @@ void RenderCore::render(float* left, float* right, std::uint32_t frameCount, dou
     const std::uint32_t count = std::min(frameCount - done, maximumBlockFrames);
     const auto deadline =
         watchTime_ ? std::optional(deadlineOf(begin, done + count, sampleRate)) : std::optional<std::int64_t>();
-    renderSlice({left + done, right + done}, {.firstFrame = done,
-                                              .frameCount = count,
-                                              .deadline = deadline,
-                                              .events = takeUntil(events, done + count, frameCount),
-                                              .timed = takeUntil(timed, done + count, frameCount)});
+    const Slice slice{.firstFrame = done,
+                      .frameCount = count,
+                      .deadline = deadline,
+                      .events = takeUntil(events, done + count, frameCount),
+                      .timed = takeUntil(timed, done + count, frameCount)};
+    renderSlice({left + done, right + done}, slice);
+    if (!slice.events.empty() && !slice.events.back().isRouted) {
+      events = {};  // what comes later in the block must not overtake what is left to the main thread
+    }
     done += count;
   }
   if (!due.empty()) {

@@ -8,8 +8,8 @@
 namespace vrel::audio {
 namespace {
 
-// What is to come even later than in this time, seconds, was not played then: a clock has jumped.
-constexpr double longestWait = 0.2;
+// What would come later than this was not played then: a clock has jumped.
+constexpr double longestWaitSeconds = 0.2;
 
 bool isPress(MidiMessage message) {
   return (message.status & 0xF0U) == 0x90 && message.data2 > 0;
@@ -17,16 +17,36 @@ bool isPress(MidiMessage message) {
 
 }  // namespace
 
+bool TimedEvents::push(std::int64_t time, MidiMessage message) noexcept {
+  const bool mayWait = isTaken_.load(std::memory_order_relaxed) && !owed_->any();
+  if (mayWait && ring_.push({time, pushed_ + 1, message})) {
+    ++pushed_;
+    return true;
+  }
+  overruns_.fetch_add(mayWait ? 1 : 0, std::memory_order_relaxed);
+  lastEnded_.store(pushed_);
+  return false;
+}
+
+std::shared_ptr<const void> TimedEvents::owe() {
+  owed_->add();
+  return OwedMessages::untilRouted(owed_);
+}
+
 std::span<DeviceEvent> TimedEvents::take(std::uint64_t blockTime, std::uint32_t frameCount,
                                          double sampleRate) noexcept {
   std::size_t count = std::exchange(kept_, 0);
   double lastFrame = 0;
   const Played* played = nullptr;
   while (count < due_.size() && (played = ring_.front()) != nullptr) {
+    if (isPress(played->message) && played->number <= lastEnded_.load()) {
+      ring_.pop();
+      continue;
+    }
     const double sinceBlock =
         static_cast<double>(played->time - static_cast<std::int64_t>(blockTime)) * sampleRate / 1e9;
     double frame = std::max(std::round(sinceBlock + frameCount), lastFrame);
-    if (frame >= frameCount && frame < frameCount + longestWait * sampleRate) {
+    if (frame >= frameCount && frame < frameCount + longestWaitSeconds * sampleRate) {
       break;
     }
     frame = frame < frameCount ? frame : lastFrame;

@@ -5,12 +5,14 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 #include "foundation/midi_message.h"
 #include "foundation/spsc_ring.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/device_event.h"
+#include "system/audio/owed_messages.h"
 
 namespace vrel::audio {
 
@@ -19,14 +21,23 @@ namespace vrel::audio {
 /// Every message sounds later than it was played by as much as a block lasts, so that its block is still to come when
 /// it is read, and two of them are as far apart as they were played.
 ///
-/// Threads: `push` on the reader's, `take` and `setTaken` on the audio thread; no two readers at a time.
+/// A message that the main thread has to route ends the presses that still wait here, which it overtakes: its own press
+/// may be among them.
+///
+/// Threads: `push` and `owe` on the reader's, `take`, `keep` and `setTaken` on the audio thread; no two readers at a
+/// time.
 class TimedEvents {
  public:
-  /// Takes in what was played at this time, nanoseconds of the monotonic clock. False when no block takes it, or when
-  /// too much waits: then the main thread has to route it. Wait-free.
-  [[nodiscard]] bool push(std::int64_t time, MidiMessage message) noexcept {
-    return isTaken_.load(std::memory_order_relaxed) && ring_.push({time, message});
-  }
+  /// Takes in what was played at this time, nanoseconds of the monotonic clock. False when no block takes it, when too
+  /// much waits, or while the main thread has not routed an earlier one yet: then it has to route this one too, see
+  /// `owe`. Wait-free.
+  [[nodiscard]] bool push(std::int64_t time, MidiMessage message) noexcept;
+
+  /// To be kept until the main thread has routed the message that was not taken.
+  [[nodiscard]] std::shared_ptr<const void> owe();
+
+  /// How often too much waited, each time until the main thread had routed all that followed. Any thread.
+  [[nodiscard]] std::uint64_t overruns() const { return overruns_.load(std::memory_order_relaxed); }
 
   /// What falls into a block that begins at this time, by frame; valid until the next call. Later messages wait.
   [[nodiscard]] std::span<DeviceEvent> take(std::uint64_t blockTime, std::uint32_t frameCount,
@@ -42,12 +53,17 @@ class TimedEvents {
  private:
   struct Played {
     std::int64_t time;
+    std::uint64_t number;  // the first is 1
     MidiMessage message;
   };
   static constexpr std::uint32_t capacity = 4096;
 
   SpscRing<Played, capacity> ring_;
   std::atomic<bool> isTaken_{false};
+  const std::shared_ptr<OwedMessages> owed_ = std::make_shared<OwedMessages>();
+  std::atomic<std::uint64_t> overruns_{0};
+  std::atomic<std::uint64_t> lastEnded_{0};  // presses up to this number do not sound any more
+  std::uint64_t pushed_ = 0;                 // the reader's
 
   // The audio thread's.
   std::array<DeviceEvent, capacity> due_{};

@@ -315,8 +315,8 @@ void AlsaMidiBackend::serve() {
       return;
     }
     const auto news = isWhole ? read() : abandon();
-    for (const auto& [bytes, areInstrumentsServed] : news.packets) {
-      listener_.packet(bytes, areInstrumentsServed);
+    for (const auto& packet : news.packets) {
+      listener_.packet(packet);
     }
     if (news.isSetupChanged) {
       listener_.setupChanged();
@@ -364,8 +364,7 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
         break;
       default:
         if (auto bytes = sequencer_->bytesOf(*event); !bytes.empty()) {
-          const bool areServed = giveToBlocks(bytes, sequencer_->timeOf(*event));
-          news.packets.push_back({std::move(bytes), areServed});
+          news.packets.push_back(giveToBlocks(std::move(bytes), sequencer_->timeOf(*event)));
         }
     }
   }
@@ -378,9 +377,19 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
   return news;
 }
 
-bool AlsaMidiBackend::giveToBlocks(const std::vector<std::uint8_t>& bytes, std::int64_t time) const {
-  return timed_ != nullptr && bytes.size() >= 2 &&
-         timed_->push(time, {bytes[0], bytes[1], bytes.size() > 2 ? bytes[2] : std::uint8_t{0}});
+audio::PlayedPacket AlsaMidiBackend::giveToBlocks(std::vector<std::uint8_t> bytes, std::int64_t time) const {
+  audio::PlayedPacket packet{.bytes = std::move(bytes)};
+  if (timed_ != nullptr && packet.bytes.size() >= 2) {
+    const auto& played = packet.bytes;
+    packet.areInstrumentsServed =
+        timed_->push(time, {played[0], played[1], played.size() > 2 ? played[2] : std::uint8_t{0}});
+    packet.untilRouted = packet.areInstrumentsServed ? nullptr : timed_->owe();
+  }
+  return packet;
+}
+
+std::uint64_t AlsaMidiBackend::dropped() const {
+  return overruns_ + (timed_ != nullptr ? timed_->overruns() : 0);
 }
 
 void AlsaMidiBackend::noteAnnouncement(int type, const Address& address, News& news) {

@@ -35,19 +35,15 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] bool canBeBridged() const override { return true; }
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
-  /// One for each time that the sequencer had no room; it does not say how many events each of them cost.
-  [[nodiscard]] std::uint64_t dropped() const override { return overruns_; }
+  /// One for each time that the sequencer or the blocks' queue had no room, however many events each of them cost.
+  [[nodiscard]] std::uint64_t dropped() const override;
 
  private:
   class Sequencer;
 
   /// What has come since the last read.
-  struct Packet {
-    std::vector<std::uint8_t> bytes;
-    bool areInstrumentsServed = false;
-  };
   struct News {
-    std::vector<Packet> packets;
+    std::vector<audio::PlayedPacket> packets;
     bool isSetupChanged = false;
   };
 
@@ -64,7 +60,7 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] News read();
   [[nodiscard]] News abandon();
 
-  [[nodiscard]] bool giveToBlocks(const std::vector<std::uint8_t>& bytes, std::int64_t time) const;
+  [[nodiscard]] audio::PlayedPacket giveToBlocks(std::vector<std::uint8_t> bytes, std::int64_t time) const;
   [[nodiscard]] bool open() VREL_REQUIRES(mutex_);
   void noteAnnouncement(int type, const Address& address, News& news) VREL_REQUIRES(mutex_);
   [[nodiscard]] std::string keyOf(const Address& address) const VREL_REQUIRES(mutex_);

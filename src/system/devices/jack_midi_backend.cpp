@@ -65,7 +65,7 @@ bool isLinked(jack_client_t* client, const std::string& from, const std::string&
 JackMidiBackend::JackMidiBackend(std::string serverName, std::shared_ptr<JackMidiInlet> inlet)
     : serverName_(std::move(serverName)),
       inlet_(inlet ? std::move(inlet) : std::make_shared<JackMidiInlet>()),
-      packets_(fifoBytes) {}
+      packets_(fifoBytes, inlet_->owed()) {}
 
 JackMidiBackend::~JackMidiBackend() {
   JackMidiBackend::end();
@@ -119,7 +119,7 @@ Outcome JackMidiBackend::connect(const std::string& key) {
 }
 
 void JackMidiBackend::serve() {
-  std::vector<std::uint8_t> packet;
+  audio::PlayedPacket packet;
   while (true) {
     inlet_->sleep(retryNanoseconds);
     if (isEnding_) {
@@ -132,15 +132,14 @@ void JackMidiBackend::serve() {
   }
 }
 
-void JackMidiBackend::passOn(std::vector<std::uint8_t>& packet) {
+void JackMidiBackend::passOn(audio::PlayedPacket& packet) {
   while (packets_.pop(packet)) {
-    listener_.packet(packet, false);
+    listener_.packet(packet);
   }
-  bool areInstrumentsServed = false;
   for (const auto& port : inlet_->ports()) {
     const bool isClosed = port->isClosed();
-    while (port->pop(packet, areInstrumentsServed)) {
-      listener_.packet(packet, areInstrumentsServed);
+    while (port->pop(packet)) {
+      listener_.packet(packet);
     }
     if (isClosed) {
       inlet_->remove(*port);
@@ -267,8 +266,8 @@ int JackMidiBackend::process(jack_nframes_t frames, void* backend) {
   const auto count = jack_midi_get_event_count(buffer);
   jack_midi_event_t event{};
   for (std::uint32_t index = 0; index < count; ++index) {
-    if (jack_midi_event_get(&event, buffer, index) == 0) {
-      static_cast<void>(self.packets_.push({event.buffer, event.size}));
+    if (jack_midi_event_get(&event, buffer, index) == 0 && !self.packets_.handOn({event.buffer, event.size})) {
+      self.inlet_->countDropped();
     }
   }
   if (count > 0) {

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/byte_fifo.h"
 #include "foundation/mutex.h"
+#include "system/audio/packet_lane.h"
 #include "system/devices/jack_client.h"
 #include "system/devices/jack_midi_inlet.h"
 #include "system/devices/midi_backend.h"
@@ -40,11 +40,11 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] std::vector<MidiSource> sources() override;
   [[nodiscard]] Outcome connect(const std::string& key) override;
 
-  [[nodiscard]] std::uint64_t dropped() const override { return packets_.dropped() + inlet_->dropped(); }
+  [[nodiscard]] std::uint64_t dropped() const override { return inlet_->dropped(); }
 
  private:
   void serve();
-  void passOn(std::vector<std::uint8_t>& packet);
+  void passOn(audio::PlayedPacket& packet);
   [[nodiscard]] bool noticeChange();
   void openClient() VREL_REQUIRES(mutex_);
   [[nodiscard]] std::vector<MidiSource> listSources() const VREL_REQUIRES(mutex_);
@@ -63,7 +63,7 @@ class JackMidiBackend final : public MidiBackend {
   std::string portName_;
   Listener listener_;
 
-  ByteFifo packets_;
+  audio::PacketLane packets_;
   std::atomic<bool> isEnding_{false};
   std::atomic<bool> havePortsChanged_{false};
   std::atomic<jack_port_t*> port_{nullptr};

@@ -9,6 +9,8 @@
 
 namespace vrel::system {
 
+JackMidiPort::JackMidiPort(JackMidiInlet& inlet) : inlet_(inlet), lane_(fifoBytes, inlet.owed()) {}
+
 bool JackMidiPort::registerAt(jack_client_t* client, const char* name) {
   port_ = jack_port_register(client, name, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput | JackPortIsTerminal, 0);
   if (port_ != nullptr) {
@@ -36,47 +38,28 @@ std::span<audio::DeviceEvent> JackMidiPort::read(jack_nframes_t frames) noexcept
   if (buffer_ == nullptr) {
     return {};
   }
-  std::size_t made = 0;
+  lane_.beginBlock();
   jack_midi_event_t event{};
-  for (std::uint32_t index = 0; jack_midi_event_get(&event, buffer_, index) == 0 && made < events_.size(); ++index) {
-    if (event.size >= 2) {
-      events_[made++] = {event.time,
-                         {event.buffer[0], event.buffer[1], event.size > 2 ? event.buffer[2] : std::uint8_t{0}}};
-    }
+  for (std::uint32_t index = 0; jack_midi_event_get(&event, buffer_, index) == 0; ++index) {
+    lane_.add(event.time, {event.buffer, event.size});
   }
-  return std::span(events_).first(made);
+  return lane_.events();
 }
 
 void JackMidiPort::handOn() noexcept {
   if (buffer_ == nullptr) {
     return;
   }
-  std::size_t passed = 0;
   jack_midi_event_t event{};
-  const std::uint32_t count = jack_midi_get_event_count(buffer_);
-  for (std::uint32_t index = 0; index < count; ++index) {
-    if (jack_midi_event_get(&event, buffer_, index) != 0) {
-      continue;
-    }
-    const bool isRouted = event.size >= 2 && passed < events_.size() && events_[passed].isRouted;
-    passed += event.size >= 2 ? 1 : 0;
-    const std::uint8_t mark = isRouted ? 1 : 0;
-    if (!packets_.push({&mark, 1}, {event.buffer, event.size})) {
+  std::uint32_t index = 0;
+  for (; jack_midi_event_get(&event, buffer_, index) == 0; ++index) {
+    if (!lane_.handOn({event.buffer, event.size})) {
       inlet_.countDropped();
     }
   }
-  if (count > 0) {
+  if (index > 0) {
     inlet_.wake();
   }
-}
-
-bool JackMidiPort::pop(std::vector<std::uint8_t>& packet, bool& areInstrumentsServed) {
-  if (!packets_.pop(packet)) {
-    return false;
-  }
-  areInstrumentsServed = packet.front() != 0;
-  packet.erase(packet.begin());
-  return true;
 }
 
 JackMidiInlet::JackMidiInlet() {

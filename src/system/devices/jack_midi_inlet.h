@@ -4,7 +4,6 @@
 #include <jack/jack.h>
 #include <semaphore.h>
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -12,10 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "foundation/byte_fifo.h"
 #include "foundation/mutex.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/device_event.h"
+#include "system/audio/owed_messages.h"
+#include "system/audio/packet_lane.h"
 
 namespace vrel::system {
 
@@ -28,7 +28,7 @@ class JackMidiInlet;
 /// that controls the client.
 class JackMidiPort {
  public:
-  explicit JackMidiPort(JackMidiInlet& inlet) : inlet_(inlet) {}
+  explicit JackMidiPort(JackMidiInlet& inlet);
 
   /// Makes the port on an inactive client; false when JACK refuses.
   [[nodiscard]] bool registerAt(jack_client_t* client, const char* name);
@@ -39,14 +39,14 @@ class JackMidiPort {
   /// Its client brings nothing more.
   void close();
 
-  /// The messages of this period, for the renderer to mark; valid until `handOn`.
+  /// What of this period's messages the renderer may route, and is to mark; valid until `handOn`.
   [[nodiscard]] std::span<audio::DeviceEvent> read(jack_nframes_t frames) noexcept VREL_AUDIO_THREAD;
 
   /// Gives the period's messages to the reader, with the marks.
   void handOn() noexcept VREL_AUDIO_THREAD;
 
   /// Moves the next message into `packet`; false when there is none.
-  [[nodiscard]] bool pop(std::vector<std::uint8_t>& packet, bool& areInstrumentsServed);
+  [[nodiscard]] bool pop(audio::PlayedPacket& packet) { return lane_.pop(packet); }
 
   [[nodiscard]] bool isPlaying() const { return isPlaying_; }
   [[nodiscard]] bool isClosed() const { return isClosed_; }
@@ -54,8 +54,6 @@ class JackMidiPort {
   [[nodiscard]] const std::string& name() const { return name_; }
 
  private:
-  // More than a port of JACK's brings in a period; the main thread routes what is beyond.
-  static constexpr std::size_t mostEvents = 4096;
   static constexpr std::size_t fifoBytes = std::size_t{1} << 20U;
 
   JackMidiInlet& inlet_;
@@ -63,11 +61,8 @@ class JackMidiPort {
   jack_port_t* port_ = nullptr;
   std::atomic<bool> isPlaying_{false};
   std::atomic<bool> isClosed_{false};
-  ByteFifo packets_{fifoBytes};
-
-  // The process callback's.
-  void* buffer_ = nullptr;
-  std::array<audio::DeviceEvent, mostEvents> events_{};
+  audio::PacketLane lane_;
+  void* buffer_ = nullptr;  // the process callback's
 };
 
 /// Where the messages of a JACK server's sources come in: the ports of the clients that play, and what wakes their one
@@ -100,6 +95,9 @@ class JackMidiInlet {
   /// Returns when it was woken, or after so many nanoseconds.
   void sleep(long nanoseconds);
 
+  /// What the main thread has to route of all that the server's sources send.
+  [[nodiscard]] const std::shared_ptr<audio::OwedMessages>& owed() const { return owed_; }
+
   void countDropped() noexcept { dropped_.fetch_add(1, std::memory_order_relaxed); }
   /// Messages that the ports dropped since the reader did not take them.
   [[nodiscard]] std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
@@ -109,6 +107,7 @@ class JackMidiInlet {
   void noteChange(const JackMidiPort& port, bool isPlaying);
 
   sem_t wake_{};
+  const std::shared_ptr<audio::OwedMessages> owed_ = std::make_shared<audio::OwedMessages>();
   std::atomic<bool> isRead_{false};
   std::atomic<bool> hasChanged_{false};
   std::atomic<std::uint64_t> dropped_{0};

@@ -8,6 +8,7 @@
 
 #include "foundation/result.h"
 #include "platform/midi_service.h"
+#include "system/audio/device_event.h"
 
 namespace vrel::audio {
 class TimedEvents;
@@ -30,7 +31,7 @@ struct MidiSource {
 class MidiBackend {
  public:
   struct Listener {
-    std::function<void(MIDIPacket, bool areInstrumentsServed)> packet;
+    std::function<void(const audio::PlayedPacket&)> packet;
     std::function<void()> setupChanged;
   };
 

@@ -45,11 +45,13 @@ OSStatus SystemMidiService::MIDIInputPortCreateWithBlock(MIDIClientRef client, c
 
 MidiBackend::Listener SystemMidiService::listener() {
   return {.packet =
-              [this](MIDIPacket packet, bool areInstrumentsServed) {
+              [this](const audio::PlayedPacket& played) {
                 const MutexLock lock(mutex_);
                 if (readBlock_) {
+                  const MIDIPacket packet(played.bytes);
                   MIDIPacketList list(&packet, 1);
-                  list.areInstrumentsServed = areInstrumentsServed;
+                  list.areInstrumentsServed = played.areInstrumentsServed;
+                  list.untilRouted = played.untilRouted;
                   readBlock_(list);
                 }
               },

@@ -127,16 +127,55 @@ TEST_F(PlayedByTheClock, WhatIsTakenInABlockWithoutAPlanComesWithTheNextPlan) {
   EXPECT_EQ(heard, (std::vector<MidiMessage>{{0x80, 60, 0}, {0xE0, 0, 64}})) << "each once, and no press";
 }
 
-TEST_F(PlayedByTheClock, AFullQueueLeavesTheRestToTheMainThreadAndLosesNothing) {
-  int taken = 0;
-  while (timed->push(timeOf(taken), {0x90, 60, 1})) {
-    ++taken;
+TEST_F(PlayedByTheClock, WhileTheMainThreadOwesAMessageItGetsTheLaterOnesToo) {
+  {
+    const AudioThreadScope block;
+    timed->setTaken(false);
   }
+  ASSERT_FALSE(timed->push(timeOf(1), {0x90, 60, 1}));
+  auto owed = timed->owe();
+  {
+    const AudioThreadScope block;
+    timed->setTaken(true);
+  }
+  EXPECT_FALSE(timed->push(timeOf(2), {0x80, 60, 0}));
+  auto alsoOwed = timed->owe();
+  owed.reset();
+  EXPECT_FALSE(timed->push(timeOf(3), {0x90, 62, 1}));
+  alsoOwed.reset();
+  EXPECT_TRUE(timed->push(timeOf(4), {0x90, 64, 1}));
+  EXPECT_EQ(block(1), std::vector<std::uint32_t>{frames + 4});
+  EXPECT_EQ(timed->overruns(), 0U);
+}
+
+TEST_F(PlayedByTheClock, APressThatTheMainThreadOvertakesDoesNotSound) {
+  ASSERT_TRUE(timed->push(timeOf(1), {0x90, 60, 1}));
+  ASSERT_TRUE(timed->push(timeOf(2), {0x80, 62, 0}));
+  {
+    const AudioThreadScope block;
+    timed->setTaken(false);
+  }
+  ASSERT_FALSE(timed->push(timeOf(3), {0x80, 60, 0}));
+  EXPECT_EQ(block(1), std::vector<std::uint32_t>{frames + 2});
+}
+
+TEST_F(PlayedByTheClock, AFullQueueLeavesTheRestToTheMainThreadAndLosesNoRelease) {
+  std::int64_t time = 0;
+  int releases = 0;
+  while (timed->push(timeOf(static_cast<double>(++time)),
+                     {time % 2 == 0 ? std::uint8_t{0x80} : std::uint8_t{0x90}, 60, 1})) {
+    releases += time % 2 == 0 ? 1 : 0;
+  }
+  auto owed = timed->owe();
+  EXPECT_FALSE(timed->push(timeOf(static_cast<double>(++time)), {0x80, 60, 0}));
   int heard = 0;
   for (std::uint32_t number = 1; number < 100; ++number) {
     heard += static_cast<int>(block(number).size());
   }
-  EXPECT_EQ(heard, taken);
+  EXPECT_EQ(heard, releases) << "a press could sound behind the release that the main thread sends";
+  EXPECT_EQ(timed->overruns(), 1U);
+  owed.reset();
+  EXPECT_TRUE(timed->push(timeOf(static_cast<double>(++time)), {0x90, 60, 1}));
 }
 
 }  // namespace

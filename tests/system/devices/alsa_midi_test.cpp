@@ -146,10 +146,10 @@ class AlsaMidi : public testing::Test {
   }
 
   void begin() {
-    const auto receive = [this](MIDIPacket packet, bool areInstrumentsServed) {
+    const auto receive = [this](const audio::PlayedPacket& packet) {
       const std::lock_guard lock(mutex);
-      messages.emplace_back(packet.begin(), packet.end());
-      served.push_back(areInstrumentsServed);
+      messages.push_back(packet.bytes);
+      served.push_back(packet.areInstrumentsServed);
     };
     backend.begin("Client", "Port", {.packet = receive, .setupChanged = [this] { ++changes; }});
     connectAll();

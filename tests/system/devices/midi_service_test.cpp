@@ -122,13 +122,13 @@ TEST_F(MidiServiceOnLists, WhatIsBridgedDoesNotPlayTwice) {
 TEST_F(MidiServiceOnLists, BlocksComeUntilTheirOwnerIsDisposedOf) {
   makePort();
   const auto fromJack = jack->listener;
-  fromJack.packet(std::vector<std::uint8_t>{0x90, 60, 100}, false);
-  fromJack.packet(std::vector<std::uint8_t>{0xF8}, false);
+  fromJack.packet({.bytes = {0x90, 60, 100}});
+  fromJack.packet({.bytes = {0xF8}});
   fromJack.setupChanged();
   EXPECT_THAT(packets, ElementsAre(ElementsAre(0x90, 60, 100), ElementsAre(0xF8)));
   EXPECT_THAT(notices, ElementsAre(kMIDIMsgSetupChanged));
   service->MIDIPortDispose(port);
-  fromJack.packet(std::vector<std::uint8_t>{0x80, 60, 0}, false);
+  fromJack.packet({.bytes = {0x80, 60, 0}});
   EXPECT_EQ(packets.size(), 2U);
   EXPECT_EQ(service->MIDIGetNumberOfSources(), 0U);
   service->MIDIClientDispose(client);
@@ -138,6 +138,15 @@ TEST_F(MidiServiceOnLists, BlocksComeUntilTheirOwnerIsDisposedOf) {
   service->MIDIClientDispose(client);
   makePort();
   EXPECT_EQ(service->MIDIGetNumberOfSources(), 3U) << "and again";
+}
+
+TEST_F(MidiServiceOnLists, APacketThatNobodyReadsIsNotWaitedFor) {
+  makePort();
+  const auto fromJack = jack->listener;
+  service->MIDIPortDispose(port);
+  auto waiting = std::make_shared<int>();
+  fromJack.packet({.bytes = {0x90, 60, 100}, .untilRouted = waiting});
+  EXPECT_EQ(waiting.use_count(), 1);
 }
 
 TEST_F(MidiServiceOnLists, ThereIsOneClientWithOnePort) {
