@@ -27,7 +27,7 @@ LIBRARIES = (
             ("src/system/media", "bench/media")),
     Library("libplist", re.compile(r"plist/.*"), ("src/system/property_list",)),
     Library("nlohmann/json", re.compile(r"nlohmann/.*"),
-            ("src/document", "apps", "tests", "bench", "fuzz")),
+            ("src/check", "src/document", "apps", "tests", "bench", "fuzz")),
     Library("X11", re.compile(r"X11/.*"), ("src/system/plugins/editor", "tests/support/zoo", "tests/system/plugins/editor")),
     Library("XCB", re.compile(r"xcb/.*"), ("tests/apps/vrel",)),
     Library("GoogleTest", re.compile(r"(gtest|gmock)/.*"), ("tests",)),
@@ -39,7 +39,7 @@ OPERATING_SYSTEM = re.compile(
     r"(sys|linux|arpa|net|netinet|asm|bits)/.*"
     r"|(unistd|fcntl|pthread|dlfcn|poll|sched|semaphore|spawn|execinfo|dirent|termios|glob|ftw|malloc|strings"
     r"|pwd|getopt|libgen|mqueue|aio|ucontext|sysexits|syslog|link|elf|endian|byteswap)\.h")
-WITHOUT_OPERATING_SYSTEM = ("src/foundation", "src/platform", "src/document", "src/channel", "src/engine", "src/midi",
+WITHOUT_OPERATING_SYSTEM = ("src/foundation", "src/platform", "src/document", "src/check", "src/channel", "src/engine", "src/midi",
                             "src/performance", "src/playback", "src/visuals", "src/console", "src/shell",
                             "src/simulation")
 
