@@ -263,6 +263,7 @@ void AudioEngine::sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, s
 
 void AudioEngine::panic() {
   if (engine_->isRunning()) {
+    engine_->endWaitingNotes();
     stopBehindBegin(strips_, playbackRuns_.playbackQueue());  // first: a loop schedules its next pass behind it
   }
   router_.panic();

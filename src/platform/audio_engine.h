@@ -54,6 +54,9 @@ class AVAudioEngine {
   /// nothing is played in this way.
   virtual void setInstrumentRoutes(std::vector<InstrumentRoute> /*routes*/) {}
 
+  /// For a panic, before its events are sent: what was played and waits for its block does not sound after them.
+  virtual void endWaitingNotes() {}
+
   /// `handler` is called on the main thread when the output device has another sample rate, which the next start
   /// follows. Where devices do not come and go it never is.
   virtual void setConfigurationChangeHandler(std::function<void()> /*handler*/) {}

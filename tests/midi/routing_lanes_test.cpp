@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <random>
@@ -278,6 +279,25 @@ TEST_F(RoutingLanes, PanicKeysOfTheScreenAndLearnedControlsComeBehindWhatWasRout
   EXPECT_EQ(taken[194], (MidiMessage{0x80, 127, 0}));
   EXPECT_EQ(taken.back(), (MidiMessage{0x90, 62, 100}));
   EXPECT_EQ(machine.instruments["piano"]->taken()[1].frame, 128U) << "at the beginning of the next block";
+}
+
+TEST_F(RoutingLanes, APanicEndsTheNotesThatWaitForTheirBlock) {
+  machine.addStrip("piano");
+  machine.device->play(1);
+  const auto play = [&](MidiMessage message) {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return machine.device->timed->push(std::chrono::nanoseconds(now).count(), message);
+  };
+  ASSERT_TRUE(play({0x90, 60, 100}));
+  ASSERT_TRUE(play({0xB0, 64, 127}));
+  ASSERT_TRUE(play({0xB0, 7, 90}));
+  machine.engine->panic();
+  ASSERT_TRUE(play({0x90, 62, 100}));
+  machine.device->play(100);
+  const auto taken = machine.taken("piano");
+  ASSERT_EQ(taken.size(), 192 + 2);
+  EXPECT_EQ(taken[191], (MidiMessage{0x80, 127, 0}));
+  EXPECT_EQ(Messages(taken.end() - 2, taken.end()), (Messages{{0xB0, 7, 90}, {0x90, 62, 100}}));
 }
 
 TEST_F(RoutingLanes, SixteenSourcesWithFiftyThousandMessagesASecondLoseNothing) {

@@ -180,6 +180,13 @@ void RenderEngine::setInstrumentRoutes(std::vector<InstrumentRoute> routes) {
   publishRoutes();
 }
 
+void RenderEngine::endWaitingNotes() {
+  if (const auto timed = device_->timedEvents()) {
+    timed->endWaiting();
+    core_.waitUntilLeft(core_.turn());  // what a block has taken, it routes before anything that is sent from now on
+  }
+}
+
 bool RenderEngine::isRouted(const AVAudioNode* node) const {
   return std::ranges::any_of(routes_, [node](const InstrumentRoute& route) { return route.instrument.get() == node; });
 }

@@ -68,6 +68,7 @@ class RenderEngine final : public AVAudioEngine, private BlockRenderer {
   [[nodiscard]] Outcome start() override;
   void stop() override;
   void setInstrumentRoutes(std::vector<InstrumentRoute> routes) override;
+  void endWaitingNotes() override;
   void setConfigurationChangeHandler(std::function<void()> handler) override;
 
   [[nodiscard]] const RenderCounters& counters() const { return *counters_; }

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include "midi/midi_bytes.h"
+
 namespace vrel::audio {
 namespace {
 
@@ -12,19 +14,35 @@ namespace {
 constexpr double longestWaitSeconds = 0.2;
 
 bool isPress(MidiMessage message) {
-  return (message.status & 0xF0U) == 0x90 && message.data2 > 0;
+  return highNibble(message.status) == statusNoteOn && message.data2 > 0;
+}
+
+/// Whether the events of a panic undo what the message does.
+bool isReset(MidiMessage message) {
+  switch (highNibble(message.status)) {
+    case statusPolyphonicAftertouch:
+    case statusChannelPressure:
+    case statusPitchBend:
+      return true;
+    case statusController:
+      return message.data1 == controllerModulation || message.data1 == controllerExpression ||
+             (message.data1 >= controllerSustain && message.data1 <= controllerSoftPedal);
+    default:
+      return isPress(message);
+  }
 }
 
 }  // namespace
 
 bool TimedEvents::push(std::int64_t time, MidiMessage message) noexcept {
+  const std::uint64_t pushed = pushed_.load(std::memory_order_relaxed);  // only this thread writes it
   const bool mayWait = isTaken_.load(std::memory_order_relaxed) && !owed_->any();
-  if (mayWait && ring_.push({time, pushed_ + 1, message})) {
-    ++pushed_;
+  if (mayWait && ring_.push({time, pushed + 1, message})) {
+    pushed_.store(pushed + 1);
     return true;
   }
   overruns_.fetch_add(mayWait ? 1 : 0, std::memory_order_relaxed);
-  lastEnded_.store(pushed_);
+  lastOvertaken_.store(pushed);
   return false;
 }
 
@@ -35,11 +53,13 @@ std::shared_ptr<const void> TimedEvents::owe() {
 
 std::span<DeviceEvent> TimedEvents::take(std::uint64_t blockTime, std::uint32_t frameCount,
                                          double sampleRate) noexcept {
+  forgetKept();
   std::size_t count = std::exchange(kept_, 0);
   double lastFrame = 0;
   const Played* played = nullptr;
   while (count < due_.size() && (played = ring_.front()) != nullptr) {
-    if (isPress(played->message) && played->number <= lastEnded_.load()) {
+    if ((isPress(played->message) && played->number <= lastOvertaken_.load()) ||
+        (isReset(played->message) && played->number <= lastReset_.load())) {
       ring_.pop();
       continue;
     }
@@ -55,6 +75,16 @@ std::span<DeviceEvent> TimedEvents::take(std::uint64_t blockTime, std::uint32_t 
     ring_.pop();
   }
   return std::span(due_).first(count);
+}
+
+// What was kept came before any panic that has not been seen yet.
+void TimedEvents::forgetKept() noexcept {
+  const std::uint64_t reset = lastReset_.load();
+  if (std::exchange(seenReset_, reset) != reset) {
+    const auto kept = std::span(due_).first(kept_);
+    const auto rest = std::ranges::remove_if(kept, [](const DeviceEvent& event) { return isReset(event.message); });
+    kept_ -= rest.size();
+  }
 }
 
 void TimedEvents::keep(std::span<const DeviceEvent> taken) noexcept {

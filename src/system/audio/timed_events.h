@@ -22,10 +22,10 @@ namespace vrel::audio {
 /// it is read, and two of them are as far apart as they were played.
 ///
 /// A message that the main thread has to route ends the presses that still wait here, which it overtakes: its own press
-/// may be among them.
+/// may be among them. A panic ends all that it would reset.
 ///
-/// Threads: `push` and `owe` on the reader's, `take`, `keep` and `setTaken` on the audio thread; no two readers at a
-/// time.
+/// Threads: `push` and `owe` on the reader's, `endWaiting` on the main thread, `take`, `keep` and `setTaken` on the
+/// audio thread; no two readers at a time.
 class TimedEvents {
  public:
   /// Takes in what was played at this time, nanoseconds of the monotonic clock. False when no block takes it, when too
@@ -35,6 +35,9 @@ class TimedEvents {
 
   /// To be kept until the main thread has routed the message that was not taken.
   [[nodiscard]] std::shared_ptr<const void> owe();
+
+  /// A panic: what was taken in so far and sounds, or changes a sound until it is reset, does not come any more.
+  void endWaiting() noexcept { lastReset_.store(pushed_.load()); }
 
   /// How often too much waited, each time until the main thread had routed all that followed. Any thread.
   [[nodiscard]] std::uint64_t overruns() const { return overruns_.load(std::memory_order_relaxed); }
@@ -51,6 +54,8 @@ class TimedEvents {
   void setTaken(bool isTaken) noexcept VREL_AUDIO_THREAD { isTaken_.store(isTaken, std::memory_order_relaxed); }
 
  private:
+  void forgetKept() noexcept VREL_AUDIO_THREAD;
+
   struct Played {
     std::int64_t time;
     std::uint64_t number;  // the first is 1
@@ -62,12 +67,14 @@ class TimedEvents {
   std::atomic<bool> isTaken_{false};
   const std::shared_ptr<OwedMessages> owed_ = std::make_shared<OwedMessages>();
   std::atomic<std::uint64_t> overruns_{0};
-  std::atomic<std::uint64_t> lastEnded_{0};  // presses up to this number do not sound any more
-  std::uint64_t pushed_ = 0;                 // the reader's
+  std::atomic<std::uint64_t> pushed_{0};
+  std::atomic<std::uint64_t> lastOvertaken_{0};  // by a message that the main thread has to route
+  std::atomic<std::uint64_t> lastReset_{0};      // by a panic
 
   // The audio thread's.
   std::array<DeviceEvent, capacity> due_{};
   std::size_t kept_ = 0;  // of those, in front, for the first frame
+  std::uint64_t seenReset_ = 0;
 };
 
 }  // namespace vrel::audio

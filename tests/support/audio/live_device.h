@@ -3,10 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
 #include "system/audio/output_device.h"
+#include "system/audio/timed_events.h"
 
 namespace vrel::audio::test {
 
@@ -20,6 +22,7 @@ class LiveDevice final : public OutputDevice {
   [[nodiscard]] bool isRealTime() const override { return true; }
   [[nodiscard]] bool isRunning() const override { return renderer_ != nullptr; }
   [[nodiscard]] Outcome prepare() override { return failure; }
+  [[nodiscard]] std::shared_ptr<TimedEvents> timedEvents() const override { return timed; }
   [[nodiscard]] Outcome start(BlockRenderer& renderer) override {
     renderer_ = &renderer;
     return {};
@@ -41,7 +44,8 @@ class LiveDevice final : public OutputDevice {
                                 frameCount, events);
   }
 
-  Outcome failure;          // of `prepare`
+  Outcome failure;  // of `prepare`
+  std::shared_ptr<TimedEvents> timed = std::make_shared<TimedEvents>();
   std::vector<float> left;  // all that was played
   std::vector<float> right;
 

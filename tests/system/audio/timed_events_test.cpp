@@ -159,6 +159,40 @@ TEST_F(PlayedByTheClock, APressThatTheMainThreadOvertakesDoesNotSound) {
   EXPECT_EQ(block(1), std::vector<std::uint32_t>{frames + 2});
 }
 
+TEST_F(PlayedByTheClock, APanicEndsWhatItWouldResetOfAllThatWaits) {
+  const std::vector<MidiMessage> ended{{0x91, 60, 1}, {0xA1, 60, 9}, {0xB1, 1, 9}, {0xB1, 11, 9},
+                                       {0xB1, 64, 9}, {0xB1, 67, 9}, {0xD1, 9, 0}, {0xE1, 0, 0}};
+  const std::vector<MidiMessage> kept{{0x81, 60, 0}, {0x91, 60, 0}, {0xB1, 7, 9}, {0xC1, 5, 0}};
+  const auto play = [&](const std::vector<MidiMessage>& messages) {
+    for (const auto& message : messages) {
+      ASSERT_TRUE(timed->push(timeOf(1), message));
+    }
+  };
+  play(ended);
+  play(kept);
+  {
+    const AudioThreadScope block;
+    timed->keep(timed->take(static_cast<std::uint64_t>(timeOf(frames)), frames, sampleRate));  // of no plan
+  }
+  play(ended);
+  play(kept);
+  timed->endWaiting();
+  play(ended);
+  std::vector<MidiMessage> heard;
+  heard.reserve(100);
+  {
+    const AudioThreadScope block;
+    for (const auto& event : timed->take(static_cast<std::uint64_t>(timeOf(2 * frames)), frames, sampleRate)) {
+      heard.push_back(event.message);
+    }
+  }
+  std::vector<MidiMessage> expected;
+  for (const auto& part : {kept, kept, ended}) {
+    expected.insert(expected.end(), part.begin(), part.end());
+  }
+  EXPECT_EQ(heard, expected);
+}
+
 TEST_F(PlayedByTheClock, AFullQueueLeavesTheRestToTheMainThreadAndLosesNoRelease) {
   std::int64_t time = 0;
   int releases = 0;
