@@ -164,6 +164,9 @@ void JackStream::stop() {
   if (std::exchange(isActive_, false)) {
     if (midi_) {
       midi_->setPlaying(false);
+      if (!client_->isServerGone()) {
+        midi_->waitUntilLeft();
+      }
     }
     client_->deactivate();
   }

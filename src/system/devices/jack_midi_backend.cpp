@@ -17,6 +17,8 @@ namespace {
 constexpr const char* midiType = JACK_DEFAULT_MIDI_TYPE;
 constexpr std::size_t fifoBytes = std::size_t{1} << 18U;
 constexpr long retryNanoseconds = 500'000'000;
+constexpr long changingNanoseconds = 2'000'000;
+constexpr jack_nframes_t periodsToChange = 3;
 constexpr std::string_view jackKeyPrefix = "jack:";
 
 /// What the port is called by those who know it: bridges of hardware give it a second name.
@@ -95,7 +97,7 @@ void JackMidiBackend::end() {
   const MutexLock lock(mutex_);
   client_.reset();
   known_.clear();
-  linked_.clear();
+  links_ = {};
 }
 
 std::vector<MidiSource> JackMidiBackend::sources() {
@@ -107,21 +109,21 @@ Outcome JackMidiBackend::connect(const std::string& key) {
   const MutexLock lock(mutex_);
   const auto name = key.starts_with(jackKeyPrefix) ? key.substr(jackKeyPrefix.size()) : std::string();
   int status = -1;
-  const auto entry = entry_;
+  const auto entry = links_.entry;
   if (client_ && !name.empty()) {
     client_->use([&](jack_client_t* client) { status = jack_connect(client, name.c_str(), entry.c_str()); });
   }
   if (status != 0 && status != EEXIST) {
     return Error{"JACK refused to connect " + key};
   }
-  linked_.insert(name);
+  links_.sources.insert(name);
   return {};
 }
 
 void JackMidiBackend::serve() {
   audio::PlayedPacket packet;
   while (true) {
-    inlet_->sleep(retryNanoseconds);
+    inlet_->sleep(isChanging_ ? changingNanoseconds : retryNanoseconds);
     if (isEnding_) {
       return;
     }
@@ -132,49 +134,94 @@ void JackMidiBackend::serve() {
   }
 }
 
+// The ports in the order in which the sources were linked to them: what the former ones have brought is older.
 void JackMidiBackend::passOn(audio::PlayedPacket& packet) {
-  while (packets_.pop(packet)) {
-    listener_.packet(packet);
-  }
+  const std::uint16_t entry = inlet_->entry().next;
+  std::shared_ptr<JackMidiPort> last;
   for (const auto& port : inlet_->ports()) {
-    const bool isClosed = port->isClosed();
-    while (port->pop(packet)) {
+    if (port->number() == entry) {
+      last = port;
+    } else {
+      passOn(*port, packet);
+    }
+  }
+  const auto passOnOwn = [&] {
+    while (packets_.pop(packet)) {
       listener_.packet(packet);
     }
-    if (isClosed) {
-      inlet_->remove(*port);
-    }
+  };
+  if (entry != JackMidiInlet::ownPort) {
+    passOnOwn();
+  }
+  if (isChanging_) {
+    return;  // the former port may still bring something
+  }
+  if (last) {
+    passOn(*last, packet);
+  } else if (entry == JackMidiInlet::ownPort) {
+    passOnOwn();
   }
 }
 
-std::string JackMidiBackend::entry(jack_client_t* client) const {
-  std::string name = jack_port_name(port_);
-  for (const auto& port : inlet_->ports()) {
-    if (port->isPlaying() && jack_port_by_name(client, port->name().c_str()) != nullptr) {
-      name = port->name();
-    }
+void JackMidiBackend::passOn(JackMidiPort& port, audio::PlayedPacket& packet) {
+  const bool isClosed = port.isClosed();
+  while (port.pop(packet)) {
+    listener_.packet(packet);
   }
-  return name;
+  if (isClosed) {
+    inlet_->remove(port);
+  }
 }
 
-// One link is taken away before the next is made: a note that comes twice is heard, and cannot be taken back.
 bool JackMidiBackend::followPlayingClient() {
   bool isWhole = true;
-  const auto linked = linked_;  // the analysis does not see that the lambda runs here
-  const auto former = entry_;
-  auto next = former;
-  client_->use([&](jack_client_t* client) {
-    next = entry(client);
-    const bool isOwn = next == jack_port_name(port_);
-    isEntry_ = isEntry_ || isOwn;
-    for (auto source = linked.begin(); next != former && source != linked.end(); ++source) {
-      jack_disconnect(client, source->c_str(), former.c_str());
-      const int status = jack_connect(client, source->c_str(), next.c_str());
-      isWhole = isWhole && (status == 0 || status == EEXIST);
+  Links& links = links_;
+  client_->use([&](jack_client_t* client) { isWhole = moveLinks(client, links); });
+  isChanging_ = !links.former.empty();
+  return isWhole;
+}
+
+bool JackMidiBackend::moveLinks(jack_client_t* client, Links& links) {
+  const jack_nframes_t period = jack_get_buffer_size(client);
+  const jack_nframes_t now = jack_frame_time(client);
+  if (!links.former.empty()) {
+    if (static_cast<std::int32_t>(now - links.changesAt - period) < 0) {
+      return true;
     }
-    isEntry_ = isOwn;
-  });
-  entry_ = next;
+    for (const auto& source : links.sources) {
+      jack_disconnect(client, source.c_str(), links.former.c_str());
+    }
+    links.former.clear();
+    const auto number = inlet_->entry().next;
+    inlet_->setEntry({number, number, 0});
+  }
+  std::string next = jack_port_name(port_);
+  std::uint16_t number = JackMidiInlet::ownPort;
+  for (const auto& port : inlet_->ports()) {
+    if (port->isPlaying() && jack_port_by_name(client, port->name().c_str()) != nullptr) {
+      next = port->name();
+      number = port->number();
+    }
+  }
+  if (next == links.entry) {
+    return true;
+  }
+  bool isWhole = true;
+  bool isFormerLinked = false;
+  for (const auto& source : links.sources) {
+    isFormerLinked = isFormerLinked || isLinked(client, source, links.entry);
+    const int status = jack_connect(client, source.c_str(), next.c_str());
+    isWhole = isWhole && (status == 0 || status == EEXIST);
+  }
+  if (isFormerLinked) {
+    // No period that begins then is without the new links.
+    links.changesAt = jack_frame_time(client) + periodsToChange * period;
+    links.former = links.entry;
+    inlet_->setEntry({inlet_->entry().next, number, links.changesAt});
+  } else {
+    inlet_->setEntry({number, number, 0});
+  }
+  links.entry = next;
   return isWhole;
 }
 
@@ -183,7 +230,8 @@ bool JackMidiBackend::noticeChange() {
   const bool wasServerLost = client_ && client_->isServerGone();
   if (wasServerLost) {
     client_.reset();
-    linked_.clear();
+    links_ = {};
+    isChanging_ = false;
   }
   bool isServerNew = false;
   if (!client_) {
@@ -191,7 +239,7 @@ bool JackMidiBackend::noticeChange() {
     isServerNew = client_ != nullptr;
   }
   const bool havePortsChanged = havePortsChanged_.exchange(false);
-  const bool mayMove = inlet_->takeChanged() || havePortsChanged;
+  const bool mayMove = inlet_->takeChanged() || havePortsChanged || isChanging_;
   const bool isWhole = !client_ || !mayMove || followPlayingClient();
   if (isWhole && !havePortsChanged && !wasServerLost && !isServerNew) {
     return false;
@@ -199,7 +247,7 @@ bool JackMidiBackend::noticeChange() {
   auto sources = listSources();
   const bool differs = !isWhole || sources != known_ || hasLostLink();
   known_ = std::move(sources);
-  std::erase_if(linked_, [this](const std::string& name) VREL_REQUIRES(mutex_) {
+  std::erase_if(links_.sources, [this](const std::string& name) VREL_REQUIRES(mutex_) {
     return std::none_of(known_.begin(), known_.end(),
                         [&](const auto& source) { return source.key == std::string(jackKeyPrefix) + name; });
   });
@@ -213,12 +261,12 @@ void JackMidiBackend::openClient() {
   }
   bool isRegistered = false;
   client->use([&](jack_client_t* library) {
+    library_ = library;
     port_ = jack_port_register(library, portName_.c_str(), midiType, JackPortIsInput | JackPortIsTerminal, 0);
     isRegistered = port_ != nullptr && jack_set_port_registration_callback(library, notePorts, this) == 0;
   });
   if (isRegistered && client->activate()) {
     client_ = std::move(client);
-    entry_.clear();
     static_cast<void>(followPlayingClient());
     known_ = listSources();
   }
@@ -244,13 +292,12 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
 
 bool JackMidiBackend::hasLostLink() const {
   bool isLost = false;
-  const auto linked = linked_;  // the analysis does not see that the lambda runs here
-  const auto entry = entry_;
+  const Links& links = links_;
   if (client_) {
     // A port that went and came again under its name, before anyone looked, is not linked any more.
     client_->use([&](jack_client_t* client) {
-      isLost = std::any_of(linked.begin(), linked.end(),
-                           [&](const std::string& name) { return !isLinked(client, name, entry); });
+      isLost = std::any_of(links.sources.begin(), links.sources.end(),
+                           [&](const std::string& name) { return !isLinked(client, name, links.entry); });
     });
   }
   return isLost;
@@ -259,7 +306,7 @@ bool JackMidiBackend::hasLostLink() const {
 int JackMidiBackend::process(jack_nframes_t frames, void* backend) {
   const AudioThreadScope audioThread;
   auto& self = *static_cast<JackMidiBackend*>(backend);
-  if (!self.isEntry_) {
+  if (!self.inlet_->takesIn(JackMidiInlet::ownPort, jack_last_frame_time(self.library_))) {
     return 0;  // what is linked here by hand is linked to the entry too
   }
   void* const buffer = jack_port_get_buffer(self.port_, frames);

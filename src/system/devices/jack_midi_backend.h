@@ -24,6 +24,9 @@ namespace vrel::system {
 /// client that plays (JackMidiInlet), so that notes sound in the period that brings them, or, while sound is played
 /// elsewhere, one of this client, which brings nothing otherwise: what is linked to both by hand is heard once.
 ///
+/// When another client plays, the sources are linked to its port too; both ports change over at the beginning of one
+/// period, and the former one is left when that is past. So nothing is lost, heard twice or heard in another order.
+///
 /// Path of a packet: JACK's thread puts it in a FIFO and wakes our thread, which calls the listener. The same thread
 /// notices ports that come and go, from JACK's own notices, links the sources again when another client plays, and
 /// tries twice a second for a server.
@@ -49,7 +52,17 @@ class JackMidiBackend final : public MidiBackend {
   void openClient() VREL_REQUIRES(mutex_);
   [[nodiscard]] std::vector<MidiSource> listSources() const VREL_REQUIRES(mutex_);
   [[nodiscard]] bool hasLostLink() const VREL_REQUIRES(mutex_);
-  [[nodiscard]] std::string entry(jack_client_t* client) const;
+  void passOn(JackMidiPort& port, audio::PlayedPacket& packet);
+
+  /// The links from the sources.
+  struct Links {
+    std::set<std::string> sources;  // ports we were asked to read
+    std::string entry;              // the port that they are linked to
+    std::string former;             // and the one that is left when the change is past; empty while there is none
+    jack_nframes_t changesAt = 0;
+  };
+  /// False when one of the sources cannot be linked.
+  [[nodiscard]] bool moveLinks(jack_client_t* client, Links& links);
   [[nodiscard]] bool followPlayingClient() VREL_REQUIRES(mutex_);
 
   // Called by JACK, from its threads.
@@ -67,12 +80,12 @@ class JackMidiBackend final : public MidiBackend {
   std::atomic<bool> isEnding_{false};
   std::atomic<bool> havePortsChanged_{false};
   std::atomic<jack_port_t*> port_{nullptr};
-  std::atomic<bool> isEntry_{false};  // sources are linked to that port, or about to be
+  std::atomic<jack_client_t*> library_{nullptr};  // for the process callback
+  bool isChanging_ = false;                       // the reader's: another port becomes the entry
 
   Mutex mutex_;  // one question to the server at a time
   std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);
-  std::set<std::string> linked_ VREL_GUARDED_BY(mutex_);        // ports we were asked to read
-  std::string entry_ VREL_GUARDED_BY(mutex_);                   // the port that they are linked to
+  Links links_ VREL_GUARDED_BY(mutex_);
   std::unique_ptr<JackClient> client_ VREL_GUARDED_BY(mutex_);  // null without a server
   std::thread thread_;
 };

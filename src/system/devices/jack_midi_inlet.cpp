@@ -5,13 +5,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
+#include <thread>
 
 namespace vrel::system {
 
-JackMidiPort::JackMidiPort(JackMidiInlet& inlet) : inlet_(inlet), lane_(fifoBytes, inlet.owed()) {}
+JackMidiPort::JackMidiPort(JackMidiInlet& inlet, std::uint16_t number)
+    : inlet_(inlet), number_(number), lane_(fifoBytes, inlet.owed()) {}
 
 bool JackMidiPort::registerAt(jack_client_t* client, const char* name) {
+  client_ = client;
   port_ = jack_port_register(client, name, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput | JackPortIsTerminal, 0);
   if (port_ != nullptr) {
     name_ = jack_port_name(port_);
@@ -24,6 +28,13 @@ void JackMidiPort::setPlaying(bool isPlaying) {
   inlet_.noteChange(*this, isPlaying);
 }
 
+void JackMidiPort::waitUntilLeft() const {
+  constexpr int mostWaits = 200;
+  for (int waits = 0; inlet_.isRead() && inlet_.isEntered(number_) && waits < mostWaits; ++waits) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
 void JackMidiPort::close() {
   isClosed_ = true;
   if (inlet_.isRead()) {
@@ -34,7 +45,8 @@ void JackMidiPort::close() {
 }
 
 std::span<audio::DeviceEvent> JackMidiPort::read(jack_nframes_t frames) noexcept {
-  buffer_ = inlet_.isRead() ? jack_port_get_buffer(port_, frames) : nullptr;
+  const bool isTakenIn = inlet_.isRead() && inlet_.takesIn(number_, jack_last_frame_time(client_));
+  buffer_ = isTakenIn ? jack_port_get_buffer(port_, frames) : nullptr;
   if (buffer_ == nullptr) {
     return {};
   }
@@ -71,10 +83,17 @@ JackMidiInlet::~JackMidiInlet() {
 }
 
 std::shared_ptr<JackMidiPort> JackMidiInlet::makePort() {
-  auto port = std::make_shared<JackMidiPort>(*this);
   const MutexLock lock(mutex_);
+  lastNumber_ = std::max<std::uint16_t>(lastNumber_ + 1, ownPort + 1);  // from the beginning again after the last one
+  auto port = std::make_shared<JackMidiPort>(*this, lastNumber_);
   ports_.push_back(port);
   return port;
+}
+
+bool JackMidiInlet::takesIn(std::uint16_t port, jack_nframes_t periodBegin) const noexcept {
+  const JackMidiEntry entry = entry_;
+  const bool isBefore = static_cast<std::int32_t>(periodBegin - entry.fromFrame) < 0;
+  return port == (isBefore ? entry.former : entry.next);
 }
 
 std::vector<std::shared_ptr<JackMidiPort>> JackMidiInlet::ports() {

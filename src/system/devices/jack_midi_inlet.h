@@ -28,13 +28,16 @@ class JackMidiInlet;
 /// that controls the client.
 class JackMidiPort {
  public:
-  explicit JackMidiPort(JackMidiInlet& inlet);
+  JackMidiPort(JackMidiInlet& inlet, std::uint16_t number);
 
   /// Makes the port on an inactive client; false when JACK refuses.
   [[nodiscard]] bool registerAt(jack_client_t* client, const char* name);
 
   /// Whether sources may be linked to it from now on, which the reader does.
   void setPlaying(bool isPlaying);
+
+  /// Returns when they are linked elsewhere, or after 200 ms; so nothing is lost that is played while its client ends.
+  void waitUntilLeft() const;
 
   /// Its client brings nothing more.
   void close();
@@ -48,6 +51,7 @@ class JackMidiPort {
   /// Moves the next message into `packet`; false when there is none.
   [[nodiscard]] bool pop(audio::PlayedPacket& packet) { return lane_.pop(packet); }
 
+  [[nodiscard]] std::uint16_t number() const { return number_; }
   [[nodiscard]] bool isPlaying() const { return isPlaying_; }
   [[nodiscard]] bool isClosed() const { return isClosed_; }
   /// As JACK knows it.
@@ -57,13 +61,24 @@ class JackMidiPort {
   static constexpr std::size_t fifoBytes = std::size_t{1} << 20U;
 
   JackMidiInlet& inlet_;
+  const std::uint16_t number_;
   std::string name_;
+  jack_client_t* client_ = nullptr;
   jack_port_t* port_ = nullptr;
   std::atomic<bool> isPlaying_{false};
   std::atomic<bool> isClosed_{false};
   audio::PacketLane lane_;
   void* buffer_ = nullptr;  // the process callback's
 };
+
+/// The port that takes in what is played. While there are two, the sources are linked to both: what comes in periods
+/// that begin before a frame of the server's time belongs to the former, the rest to the next one.
+struct JackMidiEntry {
+  std::uint16_t former = 0;
+  std::uint16_t next = 0;
+  jack_nframes_t fromFrame = 0;
+};
+static_assert(std::atomic<JackMidiEntry>::is_always_lock_free, "the audio thread takes no lock");
 
 /// Where the messages of a JACK server's sources come in: the ports of the clients that play, and what wakes their one
 /// reader, the JackMidiBackend.
@@ -78,6 +93,15 @@ class JackMidiInlet {
 
   /// The port of a client to be. It stays until it is closed and the reader has read it.
   [[nodiscard]] std::shared_ptr<JackMidiPort> makePort();
+
+  /// The reader's own port; all others have numbers above.
+  static constexpr std::uint16_t ownPort = 0;
+
+  void setEntry(JackMidiEntry entry) { entry_ = entry; }
+  [[nodiscard]] JackMidiEntry entry() const { return entry_; }
+  [[nodiscard]] bool isEntered(std::uint16_t port) const { return entry().former == port || entry().next == port; }
+  /// Whether a port takes in what comes in a period that begins at this time. Also from a process callback.
+  [[nodiscard]] bool takesIn(std::uint16_t port, jack_nframes_t periodBegin) const noexcept;
 
   /// Those that there are, the one that began to play last at the end.
   [[nodiscard]] std::vector<std::shared_ptr<JackMidiPort>> ports();
@@ -110,9 +134,11 @@ class JackMidiInlet {
   const std::shared_ptr<audio::OwedMessages> owed_ = std::make_shared<audio::OwedMessages>();
   std::atomic<bool> isRead_{false};
   std::atomic<bool> hasChanged_{false};
+  std::atomic<JackMidiEntry> entry_{JackMidiEntry()};
   std::atomic<std::uint64_t> dropped_{0};
   Mutex mutex_;
   std::vector<std::shared_ptr<JackMidiPort>> ports_ VREL_GUARDED_BY(mutex_);
+  std::uint16_t lastNumber_ VREL_GUARDED_BY(mutex_) = ownPort;
 };
 
 }  // namespace vrel::system

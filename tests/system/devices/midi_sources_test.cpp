@@ -2,15 +2,22 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "midi/midi_input.h"
 #include "simulation/recording_console.h"
 #include "support/devices/jack_peer.h"
 #include "support/devices/jack_server.h"
+#include "system/devices/jack_audio_backend.h"
+#include "system/devices/jack_midi_backend.h"
 #include "system/devices/process_count.h"
 #include "system/devices/system_midi_service.h"
 #include "system/dispatch/offline_main_loop.h"
@@ -254,6 +261,67 @@ TEST_F(MidiSources, TheProgramsInputConnectsItselfAndShowsTheName) {
     EXPECT_EQ(routed, (std::vector<Message>{{0x90, 60, 100}, {0xC0, 5, 0}}));
   }
   EXPECT_TRUE(eventuallyOnMain([&] { return input.currentMidiPortName() == "Disconnected"; }));
+}
+
+/// Plays silence, and leaves what comes with its blocks to the main thread.
+class IdleRenderer final : public audio::BlockRenderer {
+ public:
+  void render(float* left, float* right, std::uint32_t frameCount) noexcept override {
+    std::fill_n(left, frameCount, 0.0F);
+    std::fill_n(right, frameCount, 0.0F);
+  }
+  void pump() override {}
+};
+
+TEST(PlayingClients, ComeAndGoWithoutLosingRepeatingOrReorderingWhatIsPlayed) {
+  JackServer server;
+  server.start();
+  const auto inlet = std::make_shared<JackMidiInlet>();
+  JackMidiBackend midi(server.name(), inlet);
+  JackAudioBackend sound(server.name(), inlet);
+  IdleRenderer renderer;
+  MidiPeer peer(server.name(), "keys");
+  peer.addPort("out");
+  std::mutex mutex;
+  std::vector<Message> heard;  // guarded by mutex
+  const auto hear = [&](const audio::PlayedPacket& packet) {
+    const std::lock_guard lock(mutex);
+    heard.push_back(packet.bytes);
+  };
+  const auto count = [&] {
+    const std::lock_guard lock(mutex);
+    return heard.size();
+  };
+  midi.begin("VRELMIDIClient", "VRELMIDIInputPort", {.packet = hear, .setupChanged = [] {}});
+  ASSERT_FALSE(midi.connect("jack:keys:out"));
+  std::vector<Message> messages;
+  for (int number = 0; number < 4000; ++number) {
+    messages.push_back({0xE0, static_cast<std::uint8_t>(number % 128), static_cast<std::uint8_t>(number / 128)});
+  }
+  std::thread player([&] { peer.send(messages); });
+  const auto playOn = [&] {
+    const std::size_t before = count();
+    return eventually([&] { return count() > before + 200; });
+  };
+  const auto start = [&] {
+    auto opened = sound.open("system", std::nullopt);
+    const bool isPlaying = opened && !opened.value()->start(renderer);
+    EXPECT_TRUE(isPlaying);
+    EXPECT_TRUE(playOn());
+    return isPlaying ? std::move(opened.value()) : nullptr;
+  };
+  for (int round = 0; round < 2; ++round) {
+    auto first = start();
+    auto second = start();
+    first.reset();
+    EXPECT_TRUE(playOn());
+    second.reset();
+    EXPECT_TRUE(playOn());
+  }
+  EXPECT_TRUE(eventually([&] { return count() >= messages.size(); }));
+  player.join();
+  midi.end();
+  EXPECT_EQ(heard, messages);
 }
 
 }  // namespace
