@@ -69,7 +69,6 @@ bool MidiPeer::isLinked() const {
 }
 
 int MidiPeer::process(jack_nframes_t frames, void* peer) {
-  constexpr std::size_t mostInBlock = 7;
   auto& self = *static_cast<MidiPeer*>(peer);
   ++self.blocks_;
   auto* const port = self.port_.load();
@@ -82,9 +81,9 @@ int MidiPeer::process(jack_nframes_t frames, void* peer) {
   if (messages == nullptr) {
     return 0;
   }
-  for (std::size_t count = 0; count < mostInBlock && self.sent_ < messages->size(); ++count, ++self.sent_) {
+  for (std::size_t count = 0; count < self.mostInPeriod && self.sent_ < messages->size(); ++count, ++self.sent_) {
     const auto& message = (*messages)[self.sent_];
-    jack_midi_event_write(buffer, static_cast<jack_nframes_t>(count * frames / mostInBlock), message.data(),
+    jack_midi_event_write(buffer, static_cast<jack_nframes_t>(count * frames / self.mostInPeriod), message.data(),
                           message.size());
   }
   if (self.sent_ == messages->size()) {

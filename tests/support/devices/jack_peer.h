@@ -45,6 +45,8 @@ class MidiPeer {
   /// Sends through the last added port, several messages per period, and returns when JACK has taken all.
   void send(const std::vector<Message>& messages);
 
+  std::size_t mostInPeriod = 7;  // messages; for when none are being sent
+
   /// Whether something is connected to the last added port.
   [[nodiscard]] bool isLinked() const;
 

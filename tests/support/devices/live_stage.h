@@ -49,6 +49,7 @@ class LiveStage {
 
   [[nodiscard]] AudioEngine& engine() { return *engine_; }
   [[nodiscard]] OfflineMainLoop& loop() { return loop_; }
+  [[nodiscard]] const MIDIService& midi() const { return midi_; }
   [[nodiscard]] const SystemAudioOutput& output() const { return *output_; }
   [[nodiscard]] const PluginCounters& pluginCounters() const { return *pluginCounters_; }
 
