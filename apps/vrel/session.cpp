@@ -53,7 +53,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
                     }),
       mirror_(mirrorSource_, content_, desktop_.shownAlert),
       projectionWindows_(window.stageWindows(), loop, [this](const std::string& line) { console_.print(line); }),
-      projection_({state_, engine_->visualEngine(), desktop_, platform_.platform().videos, &projectionWindows_}),
+      projection_({state_, engine_->visualEngine(), desktop_, loop, platform_.platform().videos, &projectionWindows_}),
       sleepInhibitor_(system::SleepInhibitor::usualBuses(),
                       [this](const std::string& line) { console_.printInfo(line); }),
       menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn(), projection_}),

@@ -61,7 +61,7 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
       chains_(strips_, *engine_, platform.nodes, mutator_, levelCapture_),
       pluginState_(platform.propertyLists, platform.console),
       musicalContext_(std::make_shared<HostMusicalContext>(platform.clock)),
-      visualEngine_(platform.videos, platform.mainQueue, platform.queues),
+      visualEngine_(platform.videos, platform.mainQueue),
       instruments_({*engine_, mutator_, chains_, levels_, levelCapture_, *pool_, pluginState_, *musicalContext_,
                     visualEngine_, platform.mainQueue, platform.console}),
       playbackCache_(platform.files != nullptr && platform.decodesAhead

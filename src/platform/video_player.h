@@ -136,7 +136,9 @@ struct ClipSummary {
 class VideoFactory {
  public:
   virtual ~VideoFactory() = default;
-  [[nodiscard]] virtual bool fileExistsAtPath(const std::string& path) = 0;
+  /// Whether there is such a file. Never waits: the completion is called once, on any thread, unless the program ends;
+  /// a folder that does not answer holds up only what is asked of it.
+  virtual void findFile(const std::string& path, std::function<void(bool isThere)> completion) = 0;
   /// Looks into a file. The completion is called once, on any thread, unless the program ends.
   virtual void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) = 0;
   [[nodiscard]] virtual std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) = 0;

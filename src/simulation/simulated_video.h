@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -72,10 +73,12 @@ class SimulatedQueuePlayer : public AVQueuePlayer {
   std::shared_ptr<SimulatedItem> item;
 };
 
-/// Files that a test adds by path. Assets load when the test says so.
+/// Files that a test adds by path. Searches are answered and assets load when the test says so.
 class SimulatedVideos : public VideoFactory {
  public:
-  bool fileExistsAtPath(const std::string& path) override { return paths.count(path) > 0; }
+  void findFile(const std::string& path, std::function<void(bool isThere)> completion) override {
+    searches.push_back({path, std::move(completion)});
+  }
   void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) override {
     summarised.push_back(path);
     const bool isPlayable = paths.count(path) > 0;
@@ -101,6 +104,19 @@ class SimulatedVideos : public VideoFactory {
     return std::make_shared<AVPlayerLooper>();
   }
 
+  /// Answers the oldest search that can be; false when there is none.
+  bool answerSearch() {
+    const auto next = std::find_if(searches.begin(), searches.end(),
+                                   [this](const Search& each) { return silentPaths.count(each.path) == 0; });
+    if (next == searches.end()) {
+      return false;
+    }
+    const Search search = std::move(*next);
+    searches.erase(next);
+    search.completion(paths.count(search.path) > 0);
+    return true;
+  }
+
   /// Completes all pending loads of assets.
   void finishLoads() {
     for (const auto& completion : std::exchange(pendingLoads, {})) {
@@ -108,7 +124,14 @@ class SimulatedVideos : public VideoFactory {
     }
   }
 
+  struct Search {
+    std::string path;
+    std::function<void(bool isThere)> completion;
+  };
+
   std::set<std::string> paths;
+  std::set<std::string> silentPaths;  // in a folder that does not answer
+  std::vector<Search> searches;
   std::vector<std::string> summarised;
   std::vector<AVURLAsset::Completion> pendingLoads;
   std::shared_ptr<SimulatedAsset> lastAsset;

@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "visuals/visual_background_video_view.h"
 
+#include <utility>
+
+#include "platform/dispatch.h"
 #include "platform/video_player.h"
 
 namespace vrel {
+
+VrelVisualBackgroundVideoView::VrelVisualBackgroundVideoView(VideoFactory* factory, MainQueue& mainQueue,
+                                                             std::function<void()> began)
+    : factory_(factory), mainQueue_(mainQueue), began_(std::move(began)) {}
 
 void VrelVisualBackgroundVideoView::appear(const std::string& filePath) {
   if (filePath == filePath_) {
@@ -11,10 +18,21 @@ void VrelVisualBackgroundVideoView::appear(const std::string& filePath) {
   }
   disappear();
   filePath_ = filePath;
-  if (factory_ == nullptr || !factory_->fileExistsAtPath(filePath)) {
+  if (factory_ == nullptr) {
     return;
   }
-  const auto item = factory_->makePlayerItem(factory_->makeAsset(filePath));
+  factory_->findFile(filePath, [this, life = life_.watch(), &mainQueue = mainQueue_, search = ++search_](bool isThere) {
+    mainQueue.async([this, life, search, isThere] {
+      if (life.isAlive() && search == search_ && isThere) {
+        play();
+        began_();
+      }
+    });
+  });
+}
+
+void VrelVisualBackgroundVideoView::play() {
+  const auto item = factory_->makePlayerItem(factory_->makeAsset(filePath_));
   player_ = factory_->makeQueuePlayer();
   player_->setActionAtItemEnd(AVPlayerActionAtItemEnd::none);
   player_->setMuted(true);
@@ -24,6 +42,7 @@ void VrelVisualBackgroundVideoView::appear(const std::string& filePath) {
 }
 
 void VrelVisualBackgroundVideoView::disappear() {
+  ++search_;  // what is still looked for is not wanted any more
   if (player_ != nullptr) {
     player_->pause();
   }

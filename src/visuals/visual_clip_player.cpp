@@ -16,7 +16,7 @@ constexpr double forwardBuffer = 0.1;  // seconds; small, so that many clips can
 
 std::shared_ptr<VrelVisualClipPlayer> VrelVisualClipPlayer::make(const VisualClipMapping& mapping,
                                                                  VideoFactory& factory, MainQueue& mainQueue) {
-  if (mapping.filePath.empty() || !factory.fileExistsAtPath(mapping.filePath)) {
+  if (mapping.filePath.empty()) {
     return nullptr;
   }
   const auto item = factory.makePlayerItem(factory.makeAsset(mapping.filePath));

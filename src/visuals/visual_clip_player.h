@@ -23,8 +23,8 @@ class VideoFactory;
 /// Threads: made on any, used on the main one. Only the `id` distinguishes players.
 class VrelVisualClipPlayer : public std::enable_shared_from_this<VrelVisualClipPlayer> {
  public:
-  /// Null when the mapping has no path or there is no such file. A file that cannot be played is not a failure.
-  /// Factory and queue are borrowed; they outlive the player.
+  /// Null when the mapping has no path. A file that is missing or cannot be played is not a failure: nothing is looked
+  /// for here. Factory and queue are borrowed; they outlive the player.
   [[nodiscard]] static std::shared_ptr<VrelVisualClipPlayer> make(const VisualClipMapping& mapping,
                                                                   VideoFactory& factory, MainQueue& mainQueue);
 

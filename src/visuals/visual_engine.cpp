@@ -6,6 +6,7 @@
 
 #include "channel/audio_channel.h"
 #include "document/plugin_path.h"
+#include "platform/video_player.h"
 
 namespace vrel {
 namespace {
@@ -33,16 +34,25 @@ bool holds(const VrelVisualEngine::Players& players, const Uuid& id) {
 
 }  // namespace
 
-// A load takes its time; this is what it was asked for.
+// A load takes its time; this is what it was asked for, and what has come of it.
 struct VrelVisualEngine::Load {
   std::uint64_t number;
   Uuid channelId;
   std::weak_ptr<AudioChannel> channel;
-  std::vector<VisualClipMapping> mappings;
+  Players players;  // of the mappings, in their order; null where there is none to install
+  std::size_t awaited;
+  Completion completion;
+  bool hasEnded = false;
+
+  void complete() {
+    if (const auto action = std::exchange(completion, nullptr)) {
+      action();
+    }
+  }
 };
 
-VrelVisualEngine::VrelVisualEngine(VideoFactory* factory, MainQueue& mainQueue, DispatchQueueFactory& queues)
-    : factory_(factory), mainQueue_(mainQueue), builderQueue_(queues.makeSerialQueue("vrel.visual.builder")) {}
+VrelVisualEngine::VrelVisualEngine(VideoFactory* factory, MainQueue& mainQueue)
+    : factory_(factory), mainQueue_(mainQueue) {}
 
 std::string VrelVisualEngine::playerKey(const Uuid& channelId, std::uint8_t note) {
   return keyPrefix(channelId) + std::to_string(note);
@@ -56,55 +66,88 @@ void VrelVisualEngine::loadChannel(AudioChannel& channel, Completion completion)
     }
     return;
   }
+  const auto& mappings = channel.visualClipMappings.get();
   ++pendingLoads_;
-  awaitedLoads_[channel.id] = ++lastLoad_;
-  auto load = std::make_shared<const Load>(
-      Load{lastLoad_, channel.id, channel.weak_from_this(), channel.visualClipMappings.get()});
-  builderQueue_->async([this, life = life_.watch(), factory = factory_, &mainQueue = mainQueue_, load = std::move(load),
-                        completion = std::move(completion)]() mutable {
-    // The engine is only used on the main queue, where it is destroyed.
-    auto players = build(*load, factory, mainQueue);
-    mainQueue.async(
-        [this, life, load = std::move(load), players = std::move(players), completion = std::move(completion)] {
+  awaitedLoads_[channel.id] = ++lastNumber_;
+  const auto load =
+      std::make_shared<Load>(Load{lastNumber_, channel.id, channel.weak_from_this(), Players(mappings.size()),
+                                  factory_ != nullptr ? mappings.size() : 0, std::move(completion)});
+  for (std::size_t index = 0; index < load->awaited; ++index) {
+    // Those that are no longer needed are not made; the next song may wait.
+    makeWhenFound(
+        mappings[index], [watched = load->channel] { return !watched.expired(); },
+        [this, life = life_.watch(), load, index](std::shared_ptr<VrelVisualClipPlayer> player) {
           if (life.isAlive()) {
-            --pendingLoads_;
-            install(*load, players);
-          }
-          if (completion) {
-            completion();
+            take(load, index, std::move(player));
+          } else {
+            load->complete();
           }
         });
+  }
+  auto end = [this, life = life_.watch(), load] {
+    if (life.isAlive()) {
+      endLoad(*load);
+    } else {
+      load->complete();
+    }
+  };
+  if (load->awaited > 0) {
+    mainQueue_.asyncAfter(longestSearch, std::move(end));
+  } else {
+    mainQueue_.async(std::move(end));
+  }
+}
+
+// `isNeeded` and the player's making on the thread of the search, `made` on the main queue.
+void VrelVisualEngine::makeWhenFound(const VisualClipMapping& mapping, std::function<bool()> isNeeded, Made made) {
+  factory_->findFile(mapping.filePath, [factory = factory_, &mainQueue = mainQueue_, mapping,
+                                        isNeeded = std::move(isNeeded), made = std::move(made)](bool isThere) {
+    auto player = isThere && isNeeded() ? VrelVisualClipPlayer::make(mapping, *factory, mainQueue) : nullptr;
+    mainQueue.async([made, player = std::move(player)] { made(player); });
   });
 }
 
-VrelVisualEngine::Players VrelVisualEngine::build(const Load& load, VideoFactory* factory, MainQueue& mainQueue) {
-  Players players;
-  for (const auto& mapping : load.mappings) {
-    if (factory == nullptr || load.channel.expired()) {
-      break;  // they are no longer needed, and the next song may wait
-    }
-    if (auto player = VrelVisualClipPlayer::make(mapping, *factory, mainQueue)) {
-      players.push_back(std::move(player));
-    }
+void VrelVisualEngine::take(const std::shared_ptr<Load>& load, std::size_t index,
+                            std::shared_ptr<VrelVisualClipPlayer> player) {
+  load->players[index] = std::move(player);
+  --load->awaited;
+  if (load->hasEnded) {
+    install(*load);
+  } else if (load->awaited == 0) {
+    endLoad(*load);
   }
-  return players;
 }
 
-void VrelVisualEngine::install(const Load& load, const Players& players) {
+void VrelVisualEngine::endLoad(Load& load) {
+  if (load.hasEnded) {
+    return;
+  }
+  --pendingLoads_;
+  install(load);
+  load.hasEnded = true;
+  load.complete();
+}
+
+void VrelVisualEngine::install(Load& load) {
+  const auto players = std::exchange(load.players, Players(load.players.size()));
   const auto awaited = awaitedLoads_.find(load.channelId);
   if (awaited == awaitedLoads_.end() || awaited->second != load.number) {
     return;  // the channel was unloaded or loaded again meanwhile
   }
-  awaitedLoads_.erase(awaited);
+  if (load.awaited == 0) {
+    awaitedLoads_.erase(awaited);
+  }
   const auto channel = load.channel.lock();
-  if (players.empty() || channel == nullptr || channel->id != load.channelId ||
-      channel->pluginKind() != PluginPathKind::visual) {
+  if (channel == nullptr || channel->id != load.channelId || channel->pluginKind() != PluginPathKind::visual) {
     return;
   }
   for (const auto& player : players) {
+    if (player == nullptr) {
+      continue;
+    }
     const auto key = playerKey(load.channelId, player->note);
     const auto earlier = find(key);
-    if (earlier != nullptr && isActive(*earlier)) {
+    if (earlier != nullptr && (load.hasEnded || isActive(*earlier))) {
       continue;  // a note came first and built it; without its key nothing could ever take it out of the picture
     }
     keep(key, player);
@@ -129,21 +172,21 @@ void VrelVisualEngine::noteOn(std::uint8_t note, AudioChannel& channel) {
   const auto* mapping = findMapping(channel, note);
   const auto key = playerKey(channel.id, note);
   auto player = find(key);
-  if (player == nullptr && mapping != nullptr && factory_ != nullptr) {
-    player = VrelVisualClipPlayer::make(*mapping, *factory_, mainQueue_);
-    if (player != nullptr) {
-      keep(key, player);
-    }
-  }
   if (player == nullptr) {
+    if (mapping != nullptr && factory_ != nullptr) {
+      await(key, *mapping);
+    }
     return;
   }
-  if (isActive(*player)) {
-    if (isToggled(mapping)) {
-      fadeOutAndDeactivate(player);
-      return;
-    }
+  if (isActive(*player) && isToggled(mapping)) {
+    fadeOutAndDeactivate(player);
   } else {
+    show(player);
+  }
+}
+
+void VrelVisualEngine::show(const std::shared_ptr<VrelVisualClipPlayer>& player) {
+  if (!isActive(*player)) {
     auto players = activePlayers.get();
     players.push_back(player);
     activePlayers.set(std::move(players));
@@ -151,11 +194,49 @@ void VrelVisualEngine::noteOn(std::uint8_t note, AudioChannel& channel) {
   player->start();
 }
 
+// Shown as soon as it is found, unless its note has ended it by then.
+void VrelVisualEngine::await(const std::string& key, const VisualClipMapping& mapping) {
+  const auto [awaited, isNew] = awaitedClips_.try_emplace(key, AwaitedClip{lastNumber_ + 1, true});
+  if (!isNew) {
+    awaited->second.isWanted = !isToggled(&mapping) || !awaited->second.isWanted;
+    return;
+  }
+  makeWhenFound(
+      mapping, [] { return true; },
+      [this, life = life_.watch(), key, search = ++lastNumber_](std::shared_ptr<VrelVisualClipPlayer> player) {
+        if (life.isAlive()) {
+          takeAwaited(key, search, std::move(player));
+        }
+      });
+}
+
+void VrelVisualEngine::takeAwaited(const std::string& key, std::uint64_t search,
+                                   std::shared_ptr<VrelVisualClipPlayer> player) {
+  const auto awaited = awaitedClips_.find(key);
+  if (awaited == awaitedClips_.end() || awaited->second.search != search) {
+    return;
+  }
+  const bool isWanted = awaited->second.isWanted;
+  awaitedClips_.erase(awaited);
+  if (const auto loaded = find(key)) {
+    player = loaded;
+  } else if (player != nullptr) {
+    keep(key, player);
+  }
+  if (player != nullptr && isWanted) {
+    show(player);
+  }
+}
+
 void VrelVisualEngine::noteOff(std::uint8_t note, AudioChannel& channel) {
   if (isToggled(findMapping(channel, note))) {
     return;
   }
-  if (const auto player = find(playerKey(channel.id, note))) {
+  const auto key = playerKey(channel.id, note);
+  if (const auto awaited = awaitedClips_.find(key); awaited != awaitedClips_.end()) {
+    awaited->second.isWanted = false;
+  }
+  if (const auto player = find(key)) {
     fadeOutAndDeactivate(player);
   }
 }
@@ -190,6 +271,7 @@ void VrelVisualEngine::unloadChannel(const AudioChannel& channel) {
     player->fadeOut();
   }
   std::erase_if(playersByChannelAndNote_, [&](const auto& each) { return each.first.starts_with(prefix); });
+  std::erase_if(awaitedClips_, [&](const auto& each) { return each.first.starts_with(prefix); });
   deactivate(unloaded);
 }
 

@@ -23,15 +23,18 @@ class VideoFactory;
 /// Shows clips on notes: owns the clip players of all visual channels on stage; `activePlayers` is what is shown. It
 /// knows no windows.
 ///
-/// Threads: main thread. Players are built on the queue "vrel.visual.builder", which never holds up a note: a
-/// note that comes before them builds its own.
+/// Threads: main thread, which touches no file. Players are made where their files are looked for, when these are
+/// found; a note that comes before its player has one made for itself, and shows it as soon as it is there.
 class VrelVisualEngine : public VisualNoteTarget {
  public:
   using Players = std::vector<std::shared_ptr<VrelVisualClipPlayer>>;
   using Completion = std::function<void()>;
 
+  /// A load waits no longer for its files: what is found later is added then.
+  static constexpr double longestSearch = 1;  // seconds
+
   /// All are borrowed and outlive the engine. Without a factory there are no clips.
-  VrelVisualEngine(VideoFactory* factory, MainQueue& mainQueue, DispatchQueueFactory& queues);
+  VrelVisualEngine(VideoFactory* factory, MainQueue& mainQueue);
   VrelVisualEngine(const VrelVisualEngine&) = delete;
   VrelVisualEngine& operator=(const VrelVisualEngine&) = delete;
 
@@ -46,8 +49,8 @@ class VrelVisualEngine : public VisualNoteTarget {
   [[nodiscard]] static std::string playerKey(const Uuid& channelId, std::uint8_t note);
 
   /// Forgets the channel's players and rebuilds them in the background. The completion comes on the main queue once
-  /// they are ready or have failed; at once for a channel that shows no clips. Players that a later load or unload of
-  /// the channel has overtaken are dropped.
+  /// they are ready or have failed, or after `longestSearch`; at once for a channel that shows no clips. Players that a
+  /// later load or unload of the channel has overtaken are dropped.
   void loadChannel(AudioChannel& channel, Completion completion);
 
   /// Forgets all players of the channel. What shows of them vanishes at once.
@@ -61,8 +64,18 @@ class VrelVisualEngine : public VisualNoteTarget {
 
  private:
   struct Load;
-  static Players build(const Load& load, VideoFactory* factory, MainQueue& mainQueue);
-  void install(const Load& load, const Players& players);
+  struct AwaitedClip {
+    std::uint64_t search;
+    bool isWanted;  // the note is held, or has toggled its clip on
+  };
+  using Made = std::function<void(std::shared_ptr<VrelVisualClipPlayer> player)>;
+  void makeWhenFound(const VisualClipMapping& mapping, std::function<bool()> isNeeded, Made made);
+  void take(const std::shared_ptr<Load>& load, std::size_t index, std::shared_ptr<VrelVisualClipPlayer> player);
+  void endLoad(Load& load);
+  void install(Load& load);
+  void await(const std::string& key, const VisualClipMapping& mapping);
+  void takeAwaited(const std::string& key, std::uint64_t search, std::shared_ptr<VrelVisualClipPlayer> player);
+  void show(const std::shared_ptr<VrelVisualClipPlayer>& player);
   void keep(const std::string& key, const std::shared_ptr<VrelVisualClipPlayer>& player);
   [[nodiscard]] std::shared_ptr<VrelVisualClipPlayer> find(const std::string& key) const;
   [[nodiscard]] bool isActive(const VrelVisualClipPlayer& player) const;
@@ -72,12 +85,11 @@ class VrelVisualEngine : public VisualNoteTarget {
   VideoFactory* const factory_;
   MainQueue& mainQueue_;
   std::map<std::string, std::shared_ptr<VrelVisualClipPlayer>> playersByChannelAndNote_;
-  std::map<Uuid, std::uint64_t> awaitedLoads_;  // by channel: the load whose players may come in
-  std::uint64_t lastLoad_ = 0;
+  std::map<Uuid, std::uint64_t> awaitedLoads_;       // by channel: the load whose players may come in
+  std::map<std::string, AwaitedClip> awaitedClips_;  // by key: those that notes have asked for
+  std::uint64_t lastNumber_ = 0;                     // of loads and searches
   std::size_t pendingLoads_ = 0;
   LifeToken life_;
-  // Last: releasing a queue waits for the work in progress.
-  std::unique_ptr<DispatchQueue> builderQueue_;
 };
 
 }  // namespace vrel

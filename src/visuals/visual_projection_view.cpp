@@ -7,10 +7,10 @@
 
 namespace vrel {
 
-VrelVisualProjectionView::VrelVisualProjectionView(VrelVisualEngine& visualEngine, VideoFactory* videos,
-                                                   Content content, Show show)
+VrelVisualProjectionView::VrelVisualProjectionView(VrelVisualEngine& visualEngine, MainQueue& mainQueue,
+                                                   VideoFactory* videos, Content content, Show show)
     : visualEngine_(visualEngine),
-      background_(videos),
+      background_(videos, mainQueue, [this] { show_(scene()); }),
       show_(std::move(show)),
       playersFollowed_(visualEngine.activePlayers.changed.connect([this](const auto&) {
         followPlayers();

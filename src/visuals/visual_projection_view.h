@@ -14,6 +14,7 @@
 
 namespace vrel {
 
+class MainQueue;
 class VideoFactory;
 
 /// All that the projection shows: background video, clips, or words where there is neither. It is there from its
@@ -28,9 +29,10 @@ class VrelVisualProjectionView {
   };
   using Show = std::function<void(const ProjectionScene& scene)>;
 
-  /// Engine and factory are borrowed; without a factory there is no background video. `show` gets every scene, the
-  /// first from here.
-  VrelVisualProjectionView(VrelVisualEngine& visualEngine, VideoFactory* videos, Content content, Show show);
+  /// Engine, queue and factory are borrowed; without a factory there is no background video. `show` gets every scene,
+  /// the first from here.
+  VrelVisualProjectionView(VrelVisualEngine& visualEngine, MainQueue& mainQueue, VideoFactory* videos, Content content,
+                           Show show);
 
   void update(Content content);
 

@@ -36,6 +36,7 @@ VrelVisualProjectionWindowController::VrelVisualProjectionWindowController(const
     : state_(collaborators.state),
       visualEngine_(collaborators.visualEngine),
       desktop_(collaborators.desktop),
+      mainQueue_(collaborators.mainQueue),
       videos_(collaborators.videos),
       windows_(collaborators.windows),
       languageFollowed_(state_.language.changed.connect([this](Language) { retitle(); })) {}
@@ -75,7 +76,8 @@ void VrelVisualProjectionWindowController::open(const std::optional<NSScreen>& s
   }
   if (view_ == nullptr) {
     view_ = std::make_unique<VrelVisualProjectionView>(
-        visualEngine_, videos_, content(), [this](const ProjectionScene& scene) { window_->setContent(scene); });
+        visualEngine_, mainQueue_, videos_, content(),
+        [this](const ProjectionScene& scene) { window_->setContent(scene); });
   } else {
     updateContent();
   }

@@ -12,6 +12,7 @@
 namespace vrel {
 
 class AppState;
+class MainQueue;
 class ProjectionWindow;
 class ProjectionWindowFactory;
 class VideoFactory;
@@ -30,6 +31,7 @@ class VrelVisualProjectionWindowController {
     AppState& state;
     VrelVisualEngine& visualEngine;
     Desktop& desktop;
+    MainQueue& mainQueue;
     VideoFactory* videos;              // null: no background video
     ProjectionWindowFactory* windows;  // null: no window
   };
@@ -81,6 +83,7 @@ class VrelVisualProjectionWindowController {
   AppState& state_;
   VrelVisualEngine& visualEngine_;
   Desktop& desktop_;
+  MainQueue& mainQueue_;
   VideoFactory* const videos_;
   ProjectionWindowFactory* const windows_;
   std::shared_ptr<ProjectionWindow> window_;

@@ -56,7 +56,7 @@ class Clips : public testing::Test, protected MachineWithVideos, protected Sessi
   void run() {
     do {
       settle();
-    } while (queues.queue("vrel.visual.builder").runOne() || mainQueue.pendingCount() > 0);
+    } while (videos.answerSearch() || mainQueue.pendingCount() > 0);
   }
 
   [[nodiscard]] ClipEditor& editor() { return content.clipEditor(); }

@@ -86,6 +86,9 @@ class MissingMedia : public testing::Test, protected SimulatedMachine {
 
   void settleAll() {
     settle();
+    while (videos.answerSearch()) {
+    }
+    settle();
     videos.finishLoads();
     settle();
   }

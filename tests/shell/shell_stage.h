@@ -60,7 +60,8 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
   ContentView content{{state, *engine, mainQueue, clock, console, desktop, files, notifications, "/home/me/copies"}};
   simulation::SimulatedVideos videos;
   simulation::SimulatedProjection windows;
-  VrelVisualProjectionWindowController projection{{state, engine->visualEngine(), desktop, &videos, &windows}};
+  VrelVisualProjectionWindowController projection{
+      {state, engine->visualEngine(), desktop, mainQueue, &videos, &windows}};
   VrelMenuController menus{menuCollaborators()};
   int rebuildCount = 0;
 

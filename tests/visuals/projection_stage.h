@@ -26,10 +26,11 @@ class ProjectionStage : public VisualStage, protected SessionOn {
   /// The window that there is, or was last.
   [[nodiscard]] simulation::SimulatedProjectionWindow& window() { return *windows.windows.back(); }
 
-  /// As the menu does it.
+  /// As the menu does it; the background is found.
   void openOn(const NSScreen& screen) {
     controller.open(screen, true);
     window().isOn = screen;
+    settle();
   }
 
   void setScreens(std::vector<NSScreen> screens) {
@@ -61,7 +62,7 @@ class ProjectionStage : public VisualStage, protected SessionOn {
   const NSScreen projector{"HDMI-1", {1920, 0, 1280, 700}, {1920, 0, 1280, 720}, "Beamer", "77"};
   simulation::ScriptedDesktop desktop;
   simulation::SimulatedProjection windows;
-  VrelVisualProjectionWindowController controller{{state, visuals(), desktop, &videos, &windows}};
+  VrelVisualProjectionWindowController controller{{state, visuals(), desktop, mainQueue, &videos, &windows}};
 };
 
 }  // namespace vrel

@@ -62,6 +62,7 @@ TEST_F(ProjectionView, WithABackgroundAndNoClipThePlaceholderDoesNotShow) {
   state.visualBackgroundVideoPath.set("/sea.mov");
   controller.updateContent();
   EXPECT_EQ(window().scene().placeholder, "");
+  settle();
   EXPECT_NE(window().scene().background, nullptr);
   state.visualBackgroundVideoPath.set("");
   controller.updateContent();
@@ -153,6 +154,7 @@ TEST_F(BackgroundVideo, OfAnotherFileReplacesTheOneBeforeAndTouchesNoClip) {
   const auto layers = window().scene().layers;
   state.visualBackgroundVideoPath.set("/sky.mov");
   controller.updateContent();
+  settle();
   EXPECT_FALSE(recorded(sea).isPlaying);
   EXPECT_NE(window().scene().background, sea);
   EXPECT_TRUE(recorded(window().scene().background).isPlaying);
@@ -194,6 +196,44 @@ TEST_F(BackgroundVideo, EndsWithTheWindowAndStartsAgainWithIt) {
   EXPECT_TRUE(recorded(second).isPlaying);
   controller.close();
   EXPECT_FALSE(recorded(second).isPlaying);
+}
+
+TEST_F(BackgroundVideo, InAFolderThatDoesNotAnswerHoldsUpNothingAndComesLate) {
+  videos.silentPaths = {"/sea.mov"};
+  addClips({clip(60, "/a.mov")});
+  state.visualBackgroundVideoPath.set("/sea.mov");
+  openOn(projector);
+  EXPECT_EQ(window().scene().background, nullptr);
+  EXPECT_EQ(window().scene().placeholder, "");
+  noteOn(60);
+  EXPECT_THAT(window().scene().layers, SizeIs(1));
+  videos.silentPaths.clear();
+  settle();
+  ASSERT_NE(window().scene().background, nullptr);
+  EXPECT_TRUE(recorded(window().scene().background).isPlaying);
+}
+
+TEST_F(BackgroundVideo, ThatIsReplacedWhileItIsLookedForNeverPlays) {
+  videos.silentPaths = {"/sea.mov"};
+  state.visualBackgroundVideoPath.set("/sea.mov");
+  openOn(projector);
+  state.visualBackgroundVideoPath.set("/sky.mov");
+  controller.updateContent();
+  settle();
+  const auto sky = window().scene().background;
+  ASSERT_NE(sky, nullptr);
+  videos.silentPaths.clear();
+  settle();
+  EXPECT_EQ(window().scene().background, sky);
+  EXPECT_EQ(videos.playersMade, 1);
+  controller.close();
+  videos.silentPaths = {"/sea.mov"};
+  state.visualBackgroundVideoPath.set("/sea.mov");
+  openOn(projector);
+  controller.close();
+  videos.silentPaths.clear();
+  settle();
+  EXPECT_EQ(videos.playersMade, 1) << "nor after the window has gone";
 }
 
 }  // namespace

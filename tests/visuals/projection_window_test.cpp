@@ -139,7 +139,7 @@ TEST_F(ProjectionWindowController, ASwitchOfTheLanguageRetitlesTheWindow) {
 }
 
 TEST_F(ProjectionWindowController, WhereNoWindowCanBeMadeNothingHappens) {
-  VrelVisualProjectionWindowController none{{state, visuals(), desktop, &videos, nullptr}};
+  VrelVisualProjectionWindowController none{{state, visuals(), desktop, mainQueue, &videos, nullptr}};
   none.open(projector, true);
   none.toggleFullScreen();
   none.updateContent();

@@ -191,6 +191,7 @@ TEST_F(VisualNotes, APlayerMissingAtTheNoteIsBuiltAndStartedAtOnce) {
   const auto channel = addClips({});
   channel->visualClipMappings.set({clip(60, "/a.mov")});
   noteOn(60);
+  settle();
   const auto player = playerOf(*channel, 60);
   ASSERT_NE(player, nullptr);
   EXPECT_TRUE(queuePlayerOf(*player).isPlaying) << "the start does not wait for the warm-up";
@@ -203,8 +204,45 @@ TEST_F(VisualNotes, AClipDeletedAfterItWasPreparedGoesOnAndAnotherIsNotBuilt) {
   videos.paths.clear();
   noteOn(60);
   noteOn(62);
+  settle();
   EXPECT_THAT(shownNotes(), ElementsAre(60));
   EXPECT_EQ(playerOf(*channel, 62), nullptr);
+  videos.paths = {"/a.mov"};
+  noteOn(62);
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60, 62)) << "each note looks again";
+}
+
+TEST_F(VisualNotes, AClipInAFolderThatDoesNotAnswerHoldsUpNothingAndComesLate) {
+  addClips({clip(60, "/a.mov")});
+  engine->channels()[0]->visualClipMappings.set({clip(60, "/a.mov"), clip(62, "/b.mov"), clip(64, "/c.mov")});
+  videos.silentPaths = {"/b.mov", "/c.mov"};
+  noteOn(62);
+  noteOn(64);
+  noteOn(60);
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60));
+  noteOff(64);
+  noteOn(62);
+  videos.silentPaths.clear();
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60, 62)) << "its key is still held; the other one is not";
+  const int made = videos.playersMade;
+  noteOn(64);
+  EXPECT_THAT(shownNotes(), ElementsAre(60, 62, 64));
+  EXPECT_EQ(videos.playersMade, made) << "it was kept for the next note";
+}
+
+TEST_F(VisualNotes, AToggledClipThatIsStillLookedForIsTakenBackByTheSecondPress) {
+  const auto channel = addClips({});
+  channel->visualClipMappings.set({clip(60, "/a.mov", toggle), clip(62, "/b.mov", toggle)});
+  noteOn(60);
+  noteOff(60);
+  noteOn(62);
+  noteOff(62);
+  noteOn(62);
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60));
 }
 
 TEST_F(VisualNotes, APreparedClipStartsWithoutMakingAnything) {

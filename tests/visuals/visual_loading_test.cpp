@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/session_on.h"
@@ -12,6 +13,7 @@
 namespace vrel {
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -57,7 +59,7 @@ TEST_F(VisualLoading, OfAChannelThatShowsNoClipsStillForgetsWhatItHad) {
 
 TEST_F(VisualLoading, OvertakenByAnotherModeInstallsNothing) {
   const auto channel = addUnbuilt({clip(60, "/a.mov")});
-  builderQueue().runAll();
+  answerSearches();
   engine->instruments().unloadInstrument(*channel);
   settle();
   EXPECT_EQ(videos.playersMade, 1);
@@ -66,7 +68,7 @@ TEST_F(VisualLoading, OvertakenByAnotherModeInstallsNothing) {
 
 TEST_F(VisualLoading, OvertakenByAnUnloadInstallsNothing) {
   const auto channel = addUnbuilt({clip(60, "/a.mov")});
-  builderQueue().runAll();
+  answerSearches();
   visuals().unloadChannel(*channel);
   settle();
   EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
@@ -75,7 +77,7 @@ TEST_F(VisualLoading, OvertakenByAnUnloadInstallsNothing) {
 
 TEST_F(VisualLoading, OvertakenByALaterLoadOfTheChannelInstallsOnlyTheLater) {
   const auto channel = addUnbuilt({clip(60, "/a.mov"), clip(61, "/b.mov")});
-  builderQueue().runAll();
+  answerSearches();
   engine->instruments().loadVisualInstrument(*channel, {clip(60, "/c.mov")}, nullptr);
   mainQueue.runAll();
   EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
@@ -86,7 +88,7 @@ TEST_F(VisualLoading, OvertakenByALaterLoadOfTheChannelInstallsOnlyTheLater) {
 
 TEST_F(VisualLoading, OvertakenByAnInstrumentLoadedOverItInstallsNothing) {
   const auto channel = addUnbuilt({clip(60, "/a.mov")});
-  builderQueue().runAll();
+  answerSearches();
   channel->pluginPath.set("aumu:test:vrel");
   settle();
   EXPECT_THAT(visuals().playersByChannelAndNote(), IsEmpty());
@@ -96,7 +98,7 @@ TEST_F(VisualLoading, OvertakenByTheEndOfTheEngineCompletes) {
   const auto channel = addClips({clip(60, "/a.mov")});
   bool completed = false;
   visuals().loadChannel(*channel, [&] { completed = true; });
-  builderQueue().runAll();
+  answerSearches();
   engine.reset();
   mainQueue.runAll();
   EXPECT_TRUE(completed);
@@ -115,7 +117,7 @@ TEST_F(VisualLoading, AnotherSongAppliedMeanwhileGetsNoneOfTheOldPlayers) {
   songs[1].channels[0].visualClipMappings = {clip(60, "/b.mov")};
   session.setSongs(songs);
   session.songSwitch.applySong(0);
-  builderQueue().runAll();
+  answerSearches();
   session.songSwitch.applySong(1);
   settle();
   ASSERT_THAT(visuals().playersByChannelAndNote(), SizeIs(1));
@@ -134,13 +136,63 @@ TEST_F(VisualLoading, ALoadWhoseChannelHasGoneStopsBuilding) {
 TEST_F(VisualLoading, AClipThatANoteBuiltMeanwhileStaysInCommand) {
   const auto channel = addUnbuilt({clip(60, "/a.mov")});
   noteOn(60);
+  std::swap(videos.searches.at(0), videos.searches.at(1));
+  ASSERT_TRUE(videos.answerSearch());
+  mainQueue.runAll();
   const auto shown = visuals().activePlayers.get();
   ASSERT_THAT(shown, SizeIs(1));
   settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60));
   EXPECT_EQ(playerOf(*channel, 60), shown[0]);
   noteOff(60);
   mainQueue.advance(1);
   EXPECT_THAT(shownNotes(), IsEmpty());
+}
+
+TEST_F(VisualLoading, ANoteThatComesFirstShowsThePlayerOfTheLoad) {
+  const auto channel = addUnbuilt({clip(60, "/a.mov")});
+  noteOn(60);
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60));
+  EXPECT_EQ(visuals().activePlayers.get()[0], playerOf(*channel, 60));
+}
+
+TEST_F(VisualLoading, AFolderThatDoesNotAnswerHoldsItUpForASecondAtMost) {
+  videos.silentPaths = {"/a.mov"};
+  const auto channel = engine->addChannel("Clips");
+  channel->pluginPath.set("internal:visual");
+  channel->visualClipMappings.set({clip(60, "/a.mov"), clip(61, "/b.mov")});
+  int completions = 0;
+  visuals().loadChannel(*channel, [&] { ++completions; });
+  settle();
+  EXPECT_EQ(completions, 0);
+  noteOn(61);
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(61)) << "a note waits for its own file only";
+  mainQueue.advance(1);
+  EXPECT_EQ(completions, 1);
+  EXPECT_EQ(visuals().pendingLoads(), 0U);
+  EXPECT_EQ(playerOf(*channel, 60), nullptr);
+  videos.silentPaths.clear();
+  settle();
+  EXPECT_NE(playerOf(*channel, 60), nullptr) << "it is there once its folder answers";
+  EXPECT_EQ(visuals().activePlayers.get().at(0), playerOf(*channel, 61));
+  mainQueue.advance(1);
+  EXPECT_EQ(completions, 1);
+}
+
+TEST_F(VisualLoading, AnAnswerThatComesTooLateInstallsNothingInAnotherSong) {
+  videos.silentPaths = {"/a.mov"};
+  auto channel = addClips({clip(60, "/a.mov")});
+  mainQueue.advance(1);
+  noteOn(60);
+  engine->removeChannel(*channel);
+  const auto other = addClips({clip(60, "/b.mov")});
+  videos.silentPaths.clear();
+  settle();
+  EXPECT_THAT(shownNotes(), IsEmpty());
+  ASSERT_THAT(visuals().playersByChannelAndNote(), SizeIs(1));
+  EXPECT_EQ(playerOf(*other, 60)->filePath, "/b.mov");
 }
 
 TEST_F(VisualLoading, AgainGivesAllPlayersAnotherIdentityAndStopsWhatShows) {
@@ -226,7 +278,6 @@ TEST_F(VisualLoading, InAProgramWithoutClipsDoesNothing) {
   mainQueue.runAll();
   const auto channel = other->addChannel("Clips");
   other->instruments().loadVisualInstrument(*channel, {clip(60, "/a.mov")}, nullptr);
-  otherQueues.queue("vrel.visual.builder").runAll();
   mainQueue.runAll();
   other->routeMIDI(0x90, 60, 100);
   EXPECT_THAT(other->visualEngine().activePlayers.get(), IsEmpty());

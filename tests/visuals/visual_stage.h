@@ -48,10 +48,14 @@ class VisualStage : public testing::Test {
     return channel;
   }
 
-  [[nodiscard]] simulation::CrankedQueue& builderQueue() { return queues.queue("vrel.visual.builder"); }
+  /// Finds the files, and makes the players of those that are there; none is installed yet.
+  void answerSearches() {
+    while (videos.answerSearch()) {
+    }
+  }
 
   void settle() {
-    while (mainQueue.runOne() || builderQueue().runOne()) {
+    while (mainQueue.runOne() || videos.answerSearch()) {
     }
   }
 

@@ -17,6 +17,7 @@
 #include "channel/audio_channel.h"
 #include "document/plugin_path.h"
 #include "simulation/virtual_time.h"
+#include "system/dispatch/main_loop.h"
 #include "system/media/clip_decoder.h"
 #include "system/media/clip_factory.h"
 #include "visuals/visual_engine.h"
@@ -68,8 +69,7 @@ struct Show {
     channel->pluginPath.set(std::string(pathVisual));
     channel->visualClipMappings.set(mappings);
     engine.loadChannel(*channel, nullptr);
-    queues.queue("vrel.visual.builder").runAll();
-    mainQueue.runAll();
+    mainLoop.runUntil([this] { return engine.pendingLoads() == 0; });
     for (const auto& [key, player] : engine.playersByChannelAndNote()) {
       while (player->player->copyPicture() == nullptr) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -78,10 +78,9 @@ struct Show {
   }
 
   simulation::VirtualClock clock;
-  simulation::CrankedMainQueue mainQueue{clock};
-  simulation::CrankedQueueFactory queues;
+  MainLoop mainLoop;
   ClipFactory factory{clock};
-  VrelVisualEngine engine{&factory, mainQueue, queues};
+  VrelVisualEngine engine{&factory, mainLoop};
   std::shared_ptr<AudioChannel> channel;
 };
 

@@ -6,8 +6,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -185,9 +183,8 @@ class Looper final : public AVPlayerLooper {
 ClipFactory::ClipFactory(const HostClock& clock) : clock_(clock), pool_(std::make_shared<ClipDecoderPool>()) {}
 ClipFactory::~ClipFactory() = default;
 
-bool ClipFactory::fileExistsAtPath(const std::string& path) {
-  std::error_code failure;
-  return std::filesystem::exists(path, failure);
+void ClipFactory::findFile(const std::string& path, std::function<void(bool isThere)> completion) {
+  finder_.find(path, std::move(completion));
 }
 
 void ClipFactory::summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) {

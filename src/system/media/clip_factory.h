@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/video_player.h"
+#include "system/media/file_finder.h"
 
 namespace vrel {
 class HostClock;
@@ -26,7 +27,7 @@ class ClipFactory final : public VideoFactory {
   ClipFactory(const ClipFactory&) = delete;
   ClipFactory& operator=(const ClipFactory&) = delete;
 
-  [[nodiscard]] bool fileExistsAtPath(const std::string& path) override;
+  void findFile(const std::string& path, std::function<void(bool isThere)> completion) override;
   void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) override;
   [[nodiscard]] std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) override;
   [[nodiscard]] std::shared_ptr<AVPlayerItem> makePlayerItem(const std::shared_ptr<AVURLAsset>& asset) override;
@@ -38,6 +39,7 @@ class ClipFactory final : public VideoFactory {
  private:
   const HostClock& clock_;
   const std::shared_ptr<ClipDecoderPool> pool_;
+  FileFinder finder_;  // last: its completions make players
 };
 
 }  // namespace vrel::system

@@ -113,8 +113,16 @@ TEST_F(ClipPlayers, WithoutAnItemShowNothing) {
 }
 
 TEST_F(ClipPlayers, FilesAreFoundByPath) {
-  EXPECT_TRUE(factory.fileExistsAtPath(clipFile("text.mov")));
-  EXPECT_FALSE(factory.fileExistsAtPath(clipFile("gone.mp4")));
+  std::atomic<int> found{0};
+  std::atomic<int> answered{0};
+  for (const auto* name : {"text.mov", "gone.mp4"}) {
+    factory.findFile(clipFile(name), [&](bool isThere) {
+      found += isThere ? 1 : 0;
+      ++answered;
+    });
+  }
+  ASSERT_TRUE(waitUntil([&] { return answered == 2; }));
+  EXPECT_EQ(found, 1);
 }
 
 TEST_F(ClipPlayers, ASummaryHasASmallFirstPictureAndTheLength) {
