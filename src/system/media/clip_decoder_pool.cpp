@@ -2,28 +2,34 @@
 #include "system/media/clip_decoder_pool.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 namespace vrel::system {
 namespace {
 
-constexpr std::size_t threadCount = 2;  // one goes on while the other opens a slow file
+constexpr std::size_t mostAtWork = 2;  // one goes on while the other opens a slow file
+
+std::string folderOf(const std::string& path) {
+  return std::filesystem::path(path).parent_path();
+}
 
 }  // namespace
 
-ClipDecoderPool::ClipDecoderPool() {
-  for (std::size_t index = 0; index < threadCount; ++index) {
-    threads_.emplace_back([this] { serve(); });
-  }
+ClipDecoderPool::ClipDecoderPool(Duration longestStep) : longestStep_(longestStep) {
+  const MutexLock lock(mutex_);
+  threads_.emplace_back([this] { serve(); });
 }
 
 ClipDecoderPool::~ClipDecoderPool() {
+  std::vector<std::thread> threads;
   {
     const MutexLock lock(mutex_);
     isOver_ = true;
+    threads.swap(threads_);
   }
   woken_.notify_all();
-  for (auto& thread : threads_) {
+  for (auto& thread : threads) {
     thread.join();
   }
 }
@@ -31,6 +37,7 @@ ClipDecoderPool::~ClipDecoderPool() {
 std::shared_ptr<ClipStream> ClipDecoderPool::open(const std::string& path) {
   auto slot = std::make_shared<Slot>();
   slot->stream = std::make_shared<ClipStream>(path, isOver_);
+  slot->folder = folderOf(path);
   auto stream = slot->stream;
   {
     const MutexLock lock(mutex_);
@@ -59,16 +66,16 @@ void ClipDecoderPool::wake() {
   woken_.notify_one();
 }
 
-void ClipDecoderPool::post(std::function<void(const std::atomic<bool>& isOver)> task) {
+void ClipDecoderPool::post(const std::string& path, std::function<void(const std::atomic<bool>& isOver)> task) {
   {
     const MutexLock lock(mutex_);
-    tasks_.push_back(std::move(task));
+    tasks_.push_back({folderOf(path), std::move(task)});
   }
   woken_.notify_one();
 }
 
 // The playing clip whose turn it is; without one, a retired clip, or the one that has waited longest.
-std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::choose() {
+std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::chooseSlot() {
   std::shared_ptr<Slot> best;
   bool isUrgent = false;
   const std::size_t count = slots_.size();
@@ -79,6 +86,9 @@ std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::choose() {
       continue;
     }
     const auto request = slot->isRetired ? ClipStream::Request::suspending : slot->stream->request();
+    if (request == ClipStream::Request::preparing && isSilent(slot->folder)) {
+      continue;
+    }
     isUrgent = request == ClipStream::Request::decoding;
     if (isUrgent) {
       turn_ = turn + 1;
@@ -96,33 +106,63 @@ std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::choose() {
   return best;
 }
 
+bool ClipDecoderPool::hangs(const Step& step) const {
+  return std::chrono::steady_clock::now() - step.begin > longestStep_;
+}
+
+bool ClipDecoderPool::isSilent(const std::string& folder) const {
+  return std::any_of(steps_.begin(), steps_.end(),
+                     [&](const Step& step) { return step.folder == folder && hangs(step); });
+}
+
+bool ClipDecoderPool::hasRoom() const {
+  const auto atWork = std::count_if(steps_.begin(), steps_.end(), [this](const Step& step) { return !hangs(step); });
+  return static_cast<std::size_t>(atWork) < mostAtWork;
+}
+
+ClipDecoderPool::Work ClipDecoderPool::chooseWork() {
+  if (auto slot = chooseSlot()) {
+    if (slot->isRetired) {
+      const std::string folder = slot->folder;
+      return {folder, nullptr, [slot = std::move(slot)] {}};  // freed with this
+    }
+    return {slot->folder, slot, [stream = slot->stream] { stream->step(); }};
+  }
+  const auto next = std::find_if(tasks_.begin(), tasks_.end(),
+                                 [this](const Task& task) VREL_REQUIRES(mutex_) { return !isSilent(task.folder); });
+  if (next == tasks_.end()) {
+    return {};
+  }
+  auto task = std::move(*next);
+  tasks_.erase(next);
+  return {task.folder, nullptr, [this, run = std::move(task.run)] { run(isOver_); }};
+}
+
+// One thread more than there is work for, or nobody would see that the others hang.
 void ClipDecoderPool::serve() {
   MutexLock lock(mutex_);
   while (!isOver_) {
-    if (auto slot = choose()) {
-      const bool isRetired = slot->isRetired;
-      lock.unlock();
-      if (isRetired) {
-        slot.reset();
+    Work work = hasRoom() ? chooseWork() : Work();
+    if (work.run == nullptr) {
+      if (steps_.empty()) {
+        woken_.wait(lock.native());
       } else {
-        slot->stream->step();
-      }
-      lock.lock();
-      if (slot != nullptr) {
-        slot->isBusy = false;
+        woken_.wait_for(lock.native(), longestStep_);
       }
       continue;
     }
-    if (!tasks_.empty()) {
-      auto task = std::move(tasks_.front());
-      tasks_.pop_front();
-      lock.unlock();
-      task(isOver_);
-      task = nullptr;
-      lock.lock();
-      continue;
+    const auto step = steps_.insert(steps_.end(), {work.folder, std::chrono::steady_clock::now()});
+    if (threads_.size() == steps_.size() && threads_.size() < mostThreads) {
+      threads_.emplace_back([this] { serve(); });
     }
-    woken_.wait(lock.native());
+    lock.unlock();
+    work.run();
+    work.run = nullptr;
+    lock.lock();
+    steps_.erase(step);
+    if (work.slot != nullptr) {
+      work.slot->isBusy = false;
+    }
   }
 }
 

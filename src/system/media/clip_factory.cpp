@@ -81,7 +81,7 @@ class Asset final : public AVURLAsset {
       completion();
       return;
     }
-    pool->post([filePath = path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
+    pool->post(path, [filePath = path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
       static_cast<void>(ClipDecoder::open(filePath, &isOver));
       completion();
     });
@@ -188,7 +188,7 @@ void ClipFactory::findFile(const std::string& path, std::function<void(bool isTh
 }
 
 void ClipFactory::summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) {
-  pool_->post([path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
+  pool_->post(path, [path, completion = std::move(completion)](const std::atomic<bool>& isOver) {
     completion(summaryOf(path, isOver));
   });
 }
