@@ -17,6 +17,7 @@ namespace vrel::system {
 namespace {
 
 constexpr double retrySeconds = 1;  // until a lost context is made again
+constexpr int mostAttempts = 5;
 
 bool isOpaqueLayer(const ProjectionScene& scene, const Uuid& key) {
   return std::any_of(scene.layers.begin(), scene.layers.end(),
@@ -52,24 +53,25 @@ bool isSoftware(QOpenGLContext& context) {
 
 // All that belongs to the thread.
 struct Projector::Drawing {
+  const Driver& driver;
   std::unique_ptr<QOpenGLContext> context;
   std::unique_ptr<StagePainter> painter;
   bool isSoftware = false;
-  bool hadContext = false;
-  bool hasFailed = false;  // there never was a context
+  bool hasFailed = false;  // for good
+  int attempts = 0;        // without a picture since
   std::optional<StageFrame> last;
   std::uint64_t lastTarget = 0;
   QSize lastSize;
   QSurface* lastSurface = nullptr;
   std::optional<double> lastInstant;
 
+  explicit Drawing(const Driver& used) : driver(used) {}
   ~Drawing() { release(); }
-  Drawing() = default;
   Drawing(const Drawing&) = delete;
   Drawing& operator=(const Drawing&) = delete;
 
   void release() {
-    const bool isCurrent = context != nullptr && lastSurface != nullptr && context->makeCurrent(lastSurface);
+    const bool isCurrent = context != nullptr && lastSurface != nullptr && driver.makeCurrent(*context, lastSurface);
     if (painter != nullptr && !isCurrent) {
       painter->forgetContext();
     }
@@ -82,8 +84,13 @@ struct Projector::Drawing {
   }
 };
 
-Projector::Projector(Clock clock, std::function<void(const std::string&)> failed)
-    : clock_(std::move(clock)), failed_(std::move(failed)), thread_([this] { run(); }) {}
+Projector::Driver Projector::Driver::real() {
+  return {[](QOpenGLContext& context) { return context.create(); },
+          [](QOpenGLContext& context, QSurface* surface) { return context.isValid() && context.makeCurrent(surface); }};
+}
+
+Projector::Projector(Clock clock, std::function<void(const std::string&)> failed, Driver driver)
+    : clock_(std::move(clock)), failed_(std::move(failed)), driver_(std::move(driver)), thread_([this] { run(); }) {}
 
 Projector::~Projector() {
   end(nullptr);
@@ -104,7 +111,9 @@ void Projector::setScene(const ProjectionScene& scene) {
       return;
     }
     const double now = clock_();
-    if (!noteTime_ && hasNewLayer(*scene_, scene)) {
+    if (scene.layers.empty()) {
+      noteTime_.reset();
+    } else if (!noteTime_ && hasNewLayer(*scene_, scene)) {
       noteTime_ = now;
     }
     fades_.follow(scene.layers, now, !hasScene_);
@@ -151,7 +160,7 @@ Projector::Figures Projector::figures() const {
 
 void Projector::run() {
   {
-    Drawing drawing;
+    Drawing drawing(driver_);
     std::unique_ptr<RefreshClock> refreshes;
     double rate = 0;
     for (;;) {
@@ -208,6 +217,7 @@ void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Wor
   }
   drawing.painter->paint(frame, work.target.size, work.target.scale);
   drawing.context->swapBuffers(work.target.surface);
+  drawing.attempts = 0;
   const double shown = clock_();
   const double gap = drawing.lastInstant ? std::round((instant - *drawing.lastInstant) / refreshes.period()) : 1;
   const bool isComplete = std::all_of(frame.layers.begin(), frame.layers.end(),
@@ -236,38 +246,54 @@ void Projector::waitForChange(std::uint64_t number, std::optional<double> atMost
 }
 
 bool Projector::prepare(Drawing& drawing, const Work& work) {
-  if (drawing.painter != nullptr && drawing.context->isValid() && drawing.context->makeCurrent(work.target.surface)) {
+  if (drawing.painter != nullptr && driver_.makeCurrent(*drawing.context, work.target.surface)) {
     drawing.lastSurface = work.target.surface;
     return true;
   }
-  const bool wasThere = drawing.hadContext;
   drawing.release();
   drawing.lastSurface = work.target.surface;
-  drawing.context = std::make_unique<QOpenGLContext>();
-  drawing.context->setFormat(work.target.surface->format());
-  std::string failure = "there is no OpenGL for it";
-  if (drawing.context->create()) {
-    if (!drawing.context->makeCurrent(work.target.surface)) {
-      drawing.context.reset();
-      return false;  // the window may be on its way out, or the context lost again
-    }
-    auto painter = StagePainter::make(*drawing.context);
-    if (painter.ok()) {
-      drawing.painter = std::move(painter).value();
-      drawing.isSoftware = isSoftware(*drawing.context);
-      drawing.hadContext = true;
-      const MutexLock lock(mutex_);
-      ++figures_.contexts;
-      return true;
-    }
-    failure = painter.error().description;
+  if (makeContext(drawing, work)) {
+    return true;
   }
   drawing.context.reset();
-  if (!wasThere) {
-    drawing.hasFailed = true;
-    failed_("nothing is projected: " + failure);
-  }
   return false;
+}
+
+bool Projector::makeContext(Drawing& drawing, const Work& work) {
+  const bool isFirst = figures().contexts == 0;
+  const bool isLastAttempt = ++drawing.attempts >= mostAttempts;
+  drawing.context = std::make_unique<QOpenGLContext>();
+  drawing.context->setFormat(work.target.surface->format());
+  if (!driver_.create(*drawing.context)) {
+    if (isFirst || isLastAttempt) {
+      fail(drawing, "there is no OpenGL for it");
+    }
+    return false;
+  }
+  if (!driver_.makeCurrent(*drawing.context, work.target.surface)) {
+    // The window may be on its way out, or the context lost again.
+    if (isLastAttempt) {
+      fail(drawing, "OpenGL cannot draw in its window");
+    }
+    return false;
+  }
+  auto painter = StagePainter::make(*drawing.context);
+  if (!painter.ok()) {
+    if (isFirst || isLastAttempt) {
+      fail(drawing, painter.error().description);
+    }
+    return false;
+  }
+  drawing.painter = std::move(painter).value();
+  drawing.isSoftware = isSoftware(*drawing.context);
+  const MutexLock lock(mutex_);
+  ++figures_.contexts;
+  return true;
+}
+
+void Projector::fail(Drawing& drawing, const std::string& why) {
+  drawing.hasFailed = true;
+  failed_("nothing is projected: " + why);
 }
 
 }  // namespace vrel::system

@@ -15,6 +15,7 @@
 #include "system/projection/layer_fades.h"
 #include "system/projection/stage_painter.h"
 
+class QOpenGLContext;
 class QSurface;
 
 namespace vrel::system {
@@ -30,8 +31,8 @@ class RefreshClock;
 /// Threads: `setScene` from any; `show` and `hide` from the one that owns the surface. None of them waits for a
 /// picture. Only `join` and the destructor wait, for the picture under way; the surface may be destroyed after either.
 ///
-/// Failure: without OpenGL `failed` is called once, on the projector's thread, and nothing is drawn. A context that is
-/// lost is made again.
+/// Failure: without OpenGL, or when the surface cannot be used for several seconds, `failed` is called once, on the
+/// projector's thread, and nothing more is drawn. A context that is lost is made again.
 class Projector {
  public:
   /// Media time, in seconds; any thread.
@@ -53,7 +54,14 @@ class Projector {
     std::optional<double> firstPicture;
   };
 
-  Projector(Clock clock, std::function<void(const std::string&)> failed);
+  /// What the driver is asked for; both say whether it was done.
+  struct Driver {
+    std::function<bool(QOpenGLContext& context)> create;
+    std::function<bool(QOpenGLContext& context, QSurface* surface)> makeCurrent;
+    [[nodiscard]] static Driver real();
+  };
+
+  Projector(Clock clock, std::function<void(const std::string&)> failed, Driver driver = Driver::real());
   ~Projector();
   Projector(const Projector&) = delete;
   Projector& operator=(const Projector&) = delete;
@@ -83,10 +91,13 @@ class Projector {
   void run();
   void drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Work& work);
   [[nodiscard]] bool prepare(Drawing& drawing, const Work& work);
+  [[nodiscard]] bool makeContext(Drawing& drawing, const Work& work);
+  void fail(Drawing& drawing, const std::string& why);
   void waitForChange(std::uint64_t number, std::optional<double> atMost);
 
   const Clock clock_;
   const std::function<void(const std::string&)> failed_;
+  const Driver driver_;
   mutable Mutex mutex_;  // never held while anything is drawn
   std::condition_variable changed_;
   std::shared_ptr<const ProjectionScene> scene_ VREL_GUARDED_BY(mutex_) = std::make_shared<ProjectionScene>();

@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QGuiApplication>
 #include <QImage>
+#include <QOpenGLContext>
 #include <QPixmap>
 #include <QScreen>
 #include <QWindow>
@@ -280,6 +281,104 @@ TEST_F(Projection, AContextThatCannotBeUsedAtFirstIsMadeAgain) {
   projector.end(nullptr);
   projector.join();
   EXPECT_TRUE(failures.empty());
+}
+
+/// A window and a projector whose driver does what the test says.
+class FaultyDriver : public Projection {
+ protected:
+  FaultyDriver() {
+    surface.setSurfaceType(QSurface::OpenGLSurface);
+    surface.create();
+    ProjectionScene scene;
+    scene.layers = {layerOf(player)};
+    projector.setScene(scene);
+  }
+  ~FaultyDriver() override {
+    projector.end(nullptr);
+    projector.join();
+  }
+
+  /// Each is another change, so that the projector tries again at once.
+  void show(int width) { projector.show({&surface, {width, 180}, 1, 60}); }
+  bool tried(int times) {
+    return until([&] { return attempts >= times; });
+  }
+
+  std::atomic<bool> creates{true};
+  std::atomic<bool> isUsable{true};
+  std::atomic<int> attempts{0};
+  std::atomic<int> failures{0};
+  std::string failure;  // written before `failures`
+  QWindow surface;
+  std::shared_ptr<ColourPlayer> player = std::make_shared<ColourPlayer>(MadePicture::Colour{9, 9, 9, 255});
+  Projector projector{
+      mediaTime,
+      [this](const std::string& line) {
+        failure = line;
+        ++failures;
+      },
+      {[this](QOpenGLContext& context) {
+         ++attempts;
+         return creates && context.create();
+       },
+       [this](QOpenGLContext& context, QSurface* target) { return isUsable && context.makeCurrent(target); }}};
+};
+
+TEST_F(FaultyDriver, ThatMakesNoContextIsReportedOnce) {
+  creates = false;
+  show(320);
+  ASSERT_TRUE(until([&] { return failures == 1; }));
+  EXPECT_EQ(failure, "nothing is projected: there is no OpenGL for it");
+  const int taken = player->taken;
+  show(321);
+  ASSERT_TRUE(until([&] { return player->taken > taken; })) << "it goes on, without drawing";
+  show(322);
+  ASSERT_TRUE(until([&] { return player->taken > taken + 1; }));
+  EXPECT_EQ(attempts, 1);
+  EXPECT_EQ(failures, 1);
+}
+
+TEST_F(FaultyDriver, ThatDrawsNothingFromTheFirstOnIsReportedOnceAfterSeveralAttempts) {
+  isUsable = false;
+  for (int attempt = 1; attempt <= 5; ++attempt) {
+    show(320 + attempt);
+    ASSERT_TRUE(tried(attempt));
+  }
+  ASSERT_TRUE(until([&] { return failures == 1; }));
+  EXPECT_EQ(attempts, 5);
+  EXPECT_EQ(failure, "nothing is projected: OpenGL cannot draw in its window");
+  EXPECT_EQ(projector.figures().drawn, 0U);
+}
+
+TEST_F(FaultyDriver, ThatLosesItsContextGetsAnotherAndShowsThePictureAgain) {
+  show(320);
+  ASSERT_TRUE(until([&] { return projector.figures().drawn > 0; }));
+  for (int loss = 1; loss <= 10; ++loss) {
+    const int before = attempts;
+    isUsable = false;
+    show(320 + loss);
+    ASSERT_TRUE(tried(before + 1));
+    isUsable = true;
+    const auto drawn = projector.figures().drawn;
+    show(420 + loss);
+    ASSERT_TRUE(until([&] { return projector.figures().drawn > drawn; })) << loss;
+  }
+  EXPECT_GE(projector.figures().contexts, 11U);
+  EXPECT_EQ(failures, 0);
+}
+
+TEST_F(FaultyDriver, ThatLosesItsContextForGoodIsReportedOnce) {
+  show(320);
+  ASSERT_TRUE(until([&] { return projector.figures().drawn > 0; }));
+  creates = false;
+  isUsable = false;
+  for (int attempt = 1; attempt <= 5; ++attempt) {
+    show(320 + attempt);
+    ASSERT_TRUE(tried(1 + attempt));
+  }
+  ASSERT_TRUE(until([&] { return failures == 1; }));
+  EXPECT_EQ(attempts, 6);
+  EXPECT_EQ(failure, "nothing is projected: there is no OpenGL for it");
 }
 
 TEST_F(Projectors, DrawAStillSceneOnce) {
