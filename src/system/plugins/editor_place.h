@@ -23,6 +23,7 @@ enum class EditorKind : std::uint8_t { x11, gtk2 };
 /// A plug-in's own editor, as its data describes it: enough to open it without reading that data again.
 struct EditorPlace {
   EditorKind kind = EditorKind::x11;
+  bool needsInstance = false;  // requires the plug-in's own memory, so that it runs in its process
   std::string pluginName;
   std::string pluginUri;
   std::string uri;

@@ -31,47 +31,70 @@ Bytes bytesOf(const std::string& text) {
 }  // namespace
 
 int EditorProgram::serve() {
+  const bool isOpen = openAsAsked();
+  if (isOpen) {
+    run();
+  }
+  if (isOpen && access_) {
+    send({MessageKind::editorClosed});  // where it was not closed by the console
+  }
+  finish();
+  return isOpen ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+bool EditorProgram::openAsAsked() {
   std::optional<Message> first;
-  while (!(first = parser_.next())) {
+  while (!isOver_ && !(first = parser_.next())) {
     readMessages();
   }
   const auto request =
-      first->kind == MessageKind::openEditor ? sandbox::editorRequestFromBytes(first->body) : std::nullopt;
+      first && first->kind == MessageKind::openEditor ? sandbox::editorRequestFromBytes(first->body) : std::nullopt;
   if (!request) {
-    return EXIT_FAILURE;
+    return false;
   }
   if (const Outcome failure = open(*request)) {
     send({MessageKind::failed, 0, bytesOf(failure->description)});
-    return EXIT_FAILURE;
+    return false;
   }
-  run();
+  return true;
+}
+
+/// The editor ends before its window does.
+void EditorProgram::finish() {
   editor_.reset();
   if (gtk_ != nullptr) {
     gtk_->removeWindow();
   }
+  guard_.reset();
   window_.reset();
-  return EXIT_SUCCESS;
+}
+
+void EditorProgram::askToEnd() {
+  // Then nothing can be read, as when the console has gone; but it still hears that the editor has closed.
+  (void)shutdown(socket_.get(), SHUT_RD);
 }
 
 Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
   editor_ = std::make_unique<HostedEditor>(
-      request, HostedEditor::Handlers{.written = [this](const sandbox::PortValue& value) { written_.push_back(value); },
-                                      .atomWritten =
-                                          [this](std::uint32_t port, const std::vector<std::uint8_t>& packed) {
-                                            sandbox::ByteWriter writer;
-                                            writer.number(port);
-                                            Bytes body = writer.take();
-                                            body.insert(body.end(), packed.begin(), packed.end());
-                                            if (body.size() <= sandbox::largestBody(MessageKind::atomWritten)) {
-                                              sendWritten();  // in the order of the editor
-                                              send({MessageKind::atomWritten, 0, std::move(body)});
-                                            }
-                                          },
-                                      .resized = [this](const sandbox::EditorSize& size) { window_->resizeView(size); },
-                                      .log =
-                                          [this](const std::string& line) {
-                                            send({MessageKind::log, 0, bytesOf(line)});
-                                          }});
+      request,
+      HostedEditor::Handlers{.written = [this](const sandbox::PortValue& value) { written_.push_back(value); },
+                             .atomWritten =
+                                 [this](std::uint32_t port, const std::vector<std::uint8_t>& packed) {
+                                   sandbox::ByteWriter writer;
+                                   writer.number(port);
+                                   Bytes body = writer.take();
+                                   body.insert(body.end(), packed.begin(), packed.end());
+                                   if (body.size() <= sandbox::largestBody(MessageKind::atomWritten)) {
+                                     sendWritten();  // in the order of the editor
+                                     send({MessageKind::atomWritten, 0, std::move(body)});
+                                   }
+                                 },
+                             .resized = [this](const sandbox::EditorSize& size) { window_->resizeView(size); },
+                             .log =
+                                 [this](const std::string& line) {
+                                   send({MessageKind::log, 0, bytesOf(line)});
+                                 }},
+      access_ ? &*access_ : nullptr);
   EditorWindow::prepare();
   if (request.place.kind == EditorKind::gtk2) {
     auto toolkit = GtkToolkit::load();
@@ -88,8 +111,11 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
     return window.error();
   }
   window_ = std::move(window).value();
-  window_->takeStageKeys(request.takesStageKeys);
   window_->show();
+  guard_ = std::make_unique<WindowGuard>(window_->id(), socket_.get(), [this](const KeyEvent& key) {
+    send({MessageKind::editorKey, 0, sandbox::toBytes(key)});
+  });
+  guard_->takePanicKeys(request.takesStageKeys);
   if (Outcome failure = editor_->open(window_->id())) {
     return failure;
   }
@@ -150,7 +176,7 @@ void EditorProgram::readMessages() {
     parser_.add(std::span(buffer).first(static_cast<std::size_t>(count)));
   }
   if (count == 0 || (count < 0 && errno != EINTR) || parser_.isDamaged()) {
-    std::_Exit(EXIT_FAILURE);  // nobody is left to open anything for
+    consoleIsGone();
   }
 }
 
@@ -176,7 +202,7 @@ void EditorProgram::handle(const Message& message) {
       break;
     }
     case MessageKind::takeStageKeys:
-      window_->takeStageKeys(reader.number<std::uint8_t>() != 0);
+      guard_->takePanicKeys(reader.number<std::uint8_t>() != 0);
       break;
     default:
       isOver_ = true;
@@ -207,8 +233,16 @@ void EditorProgram::passOn() {
 void EditorProgram::send(const Message& message) {
   const MutexLock lock(sending_);
   if (!sendMessage(socket_.get(), message)) {
+    consoleIsGone();
+  }
+}
+
+/// Nobody is left to open anything for.
+void EditorProgram::consoleIsGone() {
+  if (!access_) {
     std::_Exit(EXIT_FAILURE);
   }
+  isOver_ = true;
 }
 
 }  // namespace vrel::editor

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,24 +11,32 @@
 #include "system/plugins/editor/editor_window.h"
 #include "system/plugins/editor/gtk_toolkit.h"
 #include "system/plugins/editor/hosted_editor.h"
+#include "system/plugins/editor/window_guard.h"
 #include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/messages.h"
 
 namespace vrel::editor {
 
-/// The whole of an editor's process: one editor in one window, opened once. One thread of ours; the editor may have
-/// others, whose lines of the log are sent from there.
+/// All that an editor does, in a process of its own or on a thread of its plug-in's process: one editor in one window,
+/// opened once. One thread of ours, beside the window's guard; the editor may have others, whose lines of the log are
+/// sent from there.
 ///
-/// Failure: an editor that cannot be opened is reported to the program, and the process ends; so it does when the
-/// program is gone.
+/// Failure: an editor that cannot be opened is reported to the console, and its process ends; so it does when the
+/// console is gone. In the plug-in's process only the editor ends.
 class EditorProgram {
  public:
-  explicit EditorProgram(sandbox::FileDescriptor socket) : socket_(std::move(socket)) {}
+  /// `access` is given in the plug-in's process.
+  explicit EditorProgram(sandbox::FileDescriptor socket, std::optional<PluginAccess> access = std::nullopt)
+      : socket_(std::move(socket)), access_(access) {}
 
   /// Until the editor is closed, here or there. Returns the exit code.
   [[nodiscard]] int serve();
 
+  /// Ends it soon, unless the editor hangs. Any thread.
+  void askToEnd();
+
  private:
+  [[nodiscard]] bool openAsAsked();
   [[nodiscard]] Outcome open(const sandbox::EditorRequest& request);
   void embed();
   void run();
@@ -37,8 +46,11 @@ class EditorProgram {
   void passOn();
   void sendWritten();
   void send(const sandbox::Message& message);
+  void consoleIsGone();
+  void finish();
 
   const sandbox::FileDescriptor socket_;
+  const std::optional<PluginAccess> access_;
   Mutex sending_;
   sandbox::MessageParser parser_;
   std::unique_ptr<EditorWindow> window_;
@@ -46,7 +58,8 @@ class EditorProgram {
   std::unique_ptr<HostedEditor> editor_;  // ends first
   std::vector<sandbox::PortValue> written_;
   std::optional<sandbox::EditorSize> sentSize_;
-  bool isOver_ = false;
+  std::unique_ptr<WindowGuard> guard_;
+  std::atomic<bool> isOver_{false};
 };
 
 }  // namespace vrel::editor

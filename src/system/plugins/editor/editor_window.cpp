@@ -42,6 +42,15 @@ void EditorWindow::prepare() {
   XSetIOErrorHandler(leaveWithoutDisplay);
 }
 
+bool EditorWindow::hasDisplay() {
+  prepare();
+  Display* const display = XOpenDisplay(nullptr);
+  if (display != nullptr) {
+    XCloseDisplay(display);
+  }
+  return display != nullptr;
+}
+
 Result<std::unique_ptr<EditorWindow>> EditorWindow::open(const Settings& settings) {
   prepare();
   Display* const display = XOpenDisplay(nullptr);
@@ -111,7 +120,7 @@ void EditorWindow::limitSize() {
 
 void EditorWindow::show() {
   XMapRaised(display_, id_);
-  XFlush(display_);
+  XSync(display_, False);  // from here on it is there for other connections, too
 }
 
 void EditorWindow::adopt(Id view) {
@@ -187,10 +196,6 @@ void EditorWindow::center() {
     XMoveWindow(display_, id_, x + (around.width - pixels(content_.width)) / 2,
                 std::max(0, y + (around.height - pixels(content_.height)) / 2));
   }
-}
-
-void EditorWindow::takeStageKeys(bool areTaken) {
-  takePanicKeys(display_, id_, areTaken);
 }
 
 void EditorWindow::handleEvents() {

@@ -37,6 +37,9 @@ class EditorWindow {
   /// Before any other use of X11. Its errors end nothing from then on, until a library changes that.
   static void prepare();
 
+  /// Whether a display answers.
+  [[nodiscard]] static bool hasDisplay();
+
   /// Not on the screen yet.
   [[nodiscard]] static Result<std::unique_ptr<EditorWindow>> open(const Settings& settings);
   ~EditorWindow();
@@ -54,7 +57,6 @@ class EditorWindow {
   void resizeView(const EditorSize& size);
   void setContentSize(const EditorSize& size);
   void move(EditorMove move);
-  void takeStageKeys(bool areTaken);
 
   void handleEvents();
 

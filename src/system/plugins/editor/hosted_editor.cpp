@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <lv2/atom/atom.h>
+#include <lv2/instance-access/instance-access.h>
 #include <lv2/log/log.h>
 #include <lv2/parameters/parameters.h>
 #include <lv2/urid/urid.h>
@@ -23,11 +24,14 @@ lv2::HostSettings logSettings(const std::function<void(const std::string&)>& log
 
 }  // namespace
 
-HostedEditor::HostedEditor(sandbox::EditorRequest request, Handlers handlers)
+HostedEditor::HostedEditor(sandbox::EditorRequest request, Handlers handlers, const PluginAccess* access)
     : request_(std::move(request)),
       handlers_(std::move(handlers)),
+      urids_(access != nullptr ? access->urids : ownUrids_),
       eventTransfer_(urids_.map(LV2_ATOM__eventTransfer)),
       log_(request_.place.pluginName, logSettings(handlers_.log)),
+      instance_(access != nullptr ? access->instance : nullptr),
+      dataAccess_{access != nullptr ? access->extensionData : nullptr},
       sampleRate_(static_cast<float>(request_.sampleRate)) {
   makeOptions();
 }
@@ -83,6 +87,10 @@ Outcome HostedEditor::open(unsigned long parent) {
   offer(LV2_UI__portSubscribe, &subscribe_);
   offer(LV2_UI__touch, &touch_);
   offer(LV2_UI__idleInterface);
+  if (instance_ != nullptr) {
+    offer(LV2_INSTANCE_ACCESS_URI, instance_);
+    offer(LV2_DATA_ACCESS_URI, &dataAccess_);
+  }
   std::vector<const LV2_Feature*> list;
   for (const LV2_Feature& feature : features_) {
     list.push_back(&feature);

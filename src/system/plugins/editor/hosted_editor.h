@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <lv2/data-access/data-access.h>
 #include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
 
@@ -20,6 +21,13 @@
 
 namespace vrel::editor {
 
+/// What an editor in the process of its plug-in has of it. Borrowed.
+struct PluginAccess {
+  void* instance = nullptr;
+  const void* (*extensionData)(const char* uri) = nullptr;
+  lv2::UridMap& urids;
+};
+
 /// The code of one editor, with all that it was given. One thread.
 ///
 /// Order of calls: `load`, `open`, then the others. At its end the editor cleans up; its window must still be there.
@@ -33,7 +41,8 @@ class HostedEditor {
     std::function<void(const std::string& line)> log;
   };
 
-  HostedEditor(sandbox::EditorRequest request, Handlers handlers);
+  /// `access` is null in a process of its own.
+  HostedEditor(sandbox::EditorRequest request, Handlers handlers, const PluginAccess* access);
   ~HostedEditor();
   HostedEditor(const HostedEditor&) = delete;
   HostedEditor& operator=(const HostedEditor&) = delete;
@@ -68,7 +77,8 @@ class HostedEditor {
 
   const sandbox::EditorRequest request_;
   const Handlers handlers_;
-  lv2::UridMap urids_;
+  lv2::UridMap ownUrids_;
+  lv2::UridMap& urids_;  // the plug-in's, or those
   const lv2::AtomPacking packing_{urids_};
   const LV2_URID eventTransfer_;
   lv2::PluginLog log_;
@@ -76,6 +86,8 @@ class HostedEditor {
   LV2UI_Port_Map portMap_{this, portIndex};
   LV2UI_Port_Subscribe subscribe_{this, acceptSubscription, acceptSubscription};
   LV2UI_Touch touch_{this, touch};
+  void* const instance_;  // null where it has no access
+  LV2_Extension_Data_Feature dataAccess_{};
   float sampleRate_;
   float updatesPerSecond_ = 30;
   float scale_ = 1;

@@ -3,9 +3,11 @@
 
 #include <lv2/core/lv2.h>
 
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "system/plugins/lv2/bundle_search.h"
@@ -17,6 +19,13 @@ namespace {
 
 constexpr const char* seeAlso = "http://www.w3.org/2000/01/rdf-schema#seeAlso";
 
+// Those in a process of their own come first.
+struct Choice {
+  EditorKind kind;
+  bool mayNeedInstance;
+};
+constexpr std::array<Choice, 3> choices{{{EditorKind::x11, false}, {EditorKind::gtk2, false}, {EditorKind::x11, true}}};
+
 struct EditorsDeleter {
   void operator()(LilvUIs* editors) const { lilv_uis_free(editors); }
 };
@@ -26,8 +35,9 @@ class EditorReader {
  public:
   explicit EditorReader(LilvWorld* world) : world_(world) {}
 
-  /// None for an editor of another kind, or one that cannot be opened.
-  [[nodiscard]] std::optional<EditorPlace> read(const LilvUI* editor, EditorKind kind) const {
+  /// None for an editor of another kind, or one that cannot be opened, or that requires the plug-in's memory and may
+  /// not.
+  [[nodiscard]] std::optional<EditorPlace> read(const LilvUI* editor, EditorKind kind, bool mayNeedInstance) const {
     const char* const kindUri = kind == EditorKind::gtk2 ? LV2_UI__GtkUI : LV2_UI__X11UI;
     if (!lilv_ui_is_a(editor, uri(kindUri).get()) || !hasReadableData(editor)) {
       return std::nullopt;
@@ -39,8 +49,12 @@ class EditorReader {
     place.bundlePath = path(lilv_ui_get_bundle_uri(editor));
     place.libraryPath = path(lilv_ui_get_binary_uri(editor));
     std::error_code ignored;
-    return std::filesystem::exists(place.libraryPath, ignored) && offersAll(editor) ? std::optional(place)
-                                                                                    : std::nullopt;
+    place.needsInstance = !all(editor, LV2_CORE__requiredFeature, [](const LilvNode* feature) {
+      return !isAccessToInstance(lilv_node_as_string(feature));
+    });
+    const bool canBeOpened = std::filesystem::exists(place.libraryPath, ignored) && offersAll(editor) &&
+                             (mayNeedInstance || !place.needsInstance);
+    return canBeOpened ? std::optional(place) : std::nullopt;
   }
 
  private:
@@ -57,8 +71,10 @@ class EditorReader {
   }
 
   [[nodiscard]] bool offersAll(const LilvUI* editor) const {
-    return all(editor, LV2_CORE__requiredFeature,
-               [](const LilvNode* feature) { return isEditorFeature(lilv_node_as_string(feature)); });
+    return all(editor, LV2_CORE__requiredFeature, [](const LilvNode* feature) {
+      const std::string_view uri = lilv_node_as_string(feature);
+      return isEditorFeature(uri) || isAccessToInstance(uri);
+    });
   }
 
   template <typename Accepts>
@@ -82,10 +98,10 @@ std::optional<EditorPlace> describeEditor(LilvWorld* world, const LilvPlugin* pl
                                           const PluginDescription& description) {
   const Editors editors(lilv_plugin_get_uis(plugin));
   std::optional<EditorPlace> place;
-  for (const EditorKind kind : {EditorKind::x11, EditorKind::gtk2}) {
+  for (const auto& [kind, mayNeedInstance] : choices) {
     for (LilvIter* step = lilv_uis_begin(editors.get()); !place && !lilv_uis_is_end(editors.get(), step);
          step = lilv_uis_next(editors.get(), step)) {
-      place = EditorReader(world).read(lilv_uis_get(editors.get(), step), kind);
+      place = EditorReader(world).read(lilv_uis_get(editors.get(), step), kind, mayNeedInstance);
     }
   }
   if (place) {

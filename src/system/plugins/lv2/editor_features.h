@@ -2,6 +2,8 @@
 #pragma once
 
 #include <lv2/core/lv2.h>
+#include <lv2/data-access/data-access.h>
+#include <lv2/instance-access/instance-access.h>
 #include <lv2/log/log.h>
 #include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
@@ -34,6 +36,11 @@ inline constexpr std::array<std::string_view, 15> editorFeatures{
 
 [[nodiscard]] constexpr bool isEditorFeature(std::string_view uri) {
   return std::find(editorFeatures.begin(), editorFeatures.end(), uri) != editorFeatures.end();
+}
+
+/// Whether it is the plug-in's own memory, which only an editor in the plug-in's process can be given.
+[[nodiscard]] constexpr bool isAccessToInstance(std::string_view uri) {
+  return uri == LV2_INSTANCE_ACCESS_URI || uri == LV2_DATA_ACCESS_URI;
 }
 
 }  // namespace vrel::lv2

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/serial_thread.h"
 #include "system/plugins/plugin_counters.h"
 
 namespace vrel::lv2 {
@@ -25,6 +26,7 @@ struct HostSettings {
   std::uint32_t nominalBlockFrames = 128;
   WorkerMode workerMode = WorkerMode::thread;
   bool guardsBuffers = false;  // a plug-in that writes outside its port buffers crashes: for a process of its own
+  SerialThread* pluginThread = nullptr;  // where the plug-in is made and ends; null for the world's. Borrowed
   LogSink log;
   std::shared_ptr<PluginCounters> counters = std::make_shared<PluginCounters>();
 };

@@ -20,15 +20,22 @@
 namespace vrel::lv2 {
 
 void HostedPluginRelease::operator()(HostedPlugin* plugin) const {
-  world->thread().post([plugin] { delete plugin; });
+  (pluginThread != nullptr ? *pluginThread : world->thread()).post([plugin] { delete plugin; });
 }
 
 Result<HostedPluginPointer> HostedPlugin::make(const std::shared_ptr<Lv2World>& world,
                                                std::shared_ptr<const PluginDescription> description,
                                                const HostSettings& settings, double sampleRate) {
   HostedPluginPointer plugin(new HostedPlugin(*world, std::move(description), settings, sampleRate),
-                             HostedPluginRelease{world});
-  if (const Outcome failure = plugin->open(*world)) {
+                             HostedPluginRelease{world, settings.pluginThread});
+  Outcome failure;
+  const auto open = [&] { failure = plugin->open(*world); };
+  if (settings.pluginThread != nullptr) {
+    settings.pluginThread->runAndWait(open);  // the world's thread waits, so the library has one user
+  } else {
+    open();
+  }
+  if (failure) {
     return Error{"plug-in " + plugin->description().name + " " + failure->description};
   }
   return plugin;
@@ -147,6 +154,10 @@ void HostedPlugin::runAndAnswer(std::uint32_t frameCount, bool performNow) noexc
 
 LV2_Handle HostedPlugin::handle() const {
   return lilv_instance_get_handle(instance_);
+}
+
+const void* (*HostedPlugin::extensionData() const)(const char* uri) {
+  return lilv_instance_get_descriptor(instance_)->extension_data;
 }
 
 void HostedPlugin::settle() noexcept {

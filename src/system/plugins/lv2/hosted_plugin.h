@@ -22,9 +22,10 @@ namespace vrel::lv2 {
 
 class HostedPlugin;
 
-/// Sends a plug-in that is released back to the world thread, which destroys it. Any thread.
+/// Sends a plug-in that is released back to the thread that has made it, which destroys it. Any thread.
 struct HostedPluginRelease {
   std::shared_ptr<Lv2World> world;
+  SerialThread* pluginThread = nullptr;  // see HostSettings
   void operator()(HostedPlugin* plugin) const;
 };
 using HostedPluginPointer = std::unique_ptr<HostedPlugin, HostedPluginRelease>;
@@ -73,6 +74,8 @@ class HostedPlugin {
   /// The plug-in's own state, null when it keeps none beside its controls.
   [[nodiscard]] const LV2_State_Interface* stateInterface() const { return stateInterface_; }
   [[nodiscard]] LV2_Handle handle() const;
+  /// The plug-in's function of this name; null where it has none.
+  [[nodiscard]] const void* (*extensionData() const)(const char* uri);
   [[nodiscard]] const LV2_Feature* const* features() const { return features_.list(); }
 
  private:

@@ -72,6 +72,9 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   [[nodiscard]] const PluginDescription& description() const { return *description_; }
   [[nodiscard]] const std::shared_ptr<Lv2World>& world() const { return world_; }
 
+  /// Whether a copy for another rate is on its way.
+  [[nodiscard]] bool isRecreating() const { return isRecreating_; }
+
   /// See Lv2World; at the graph's rate.
   void requestParameters(std::function<void(std::shared_ptr<const AUParameterTree>)> handler) VREL_NOT_AUDIO_THREAD;
 

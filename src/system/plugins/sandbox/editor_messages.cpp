@@ -36,6 +36,7 @@ std::vector<PortValue> readValues(ByteReader& reader) {
 
 void write(ByteWriter& writer, const EditorPlace& place) {
   writeFlag(writer, place.kind == EditorKind::gtk2);
+  writeFlag(writer, place.needsInstance);
   for (const std::string* text :
        {&place.pluginName, &place.pluginUri, &place.uri, &place.bundlePath, &place.libraryPath}) {
     writer.text(*text);
@@ -53,6 +54,7 @@ void write(ByteWriter& writer, const EditorPlace& place) {
 EditorPlace readPlace(ByteReader& reader) {
   EditorPlace place;
   place.kind = readFlag(reader) ? EditorKind::gtk2 : EditorKind::x11;
+  place.needsInstance = readFlag(reader);
   for (std::string* text : {&place.pluginName, &place.pluginUri, &place.uri, &place.bundlePath, &place.libraryPath}) {
     *text = reader.text();
   }

@@ -62,8 +62,8 @@ class EditorService {
   /// Whether there is an X display to open editors on.
   [[nodiscard]] static bool hasDisplay();
 
-  /// How many processes of editors there are. Any thread.
-  [[nodiscard]] std::size_t processCount() const { return settings_.supervisor->processCount(); }
+  /// How many editors there are, those that are closing included. Any thread.
+  [[nodiscard]] std::size_t editorCount() const { return settings_.supervisor->editorCount(); }
 
  private:
   friend class EditorView;

@@ -79,6 +79,26 @@ EditorSupervisor::Key EditorSupervisor::open(std::string name, Message first, st
   return key;
 }
 
+EditorSupervisor::Key EditorSupervisor::attach(std::string name, FileDescriptor socket, Message first,
+                                               std::shared_ptr<EditorClient> client) {
+  const Key key = ++lastKey_;
+  // Commands are copied.
+  auto shared = std::make_shared<FileDescriptor>(std::move(socket));
+  post([this, key, shared, name = std::move(name), first = std::move(first), client = std::move(client)] {
+    if (!isEnding_) {
+      const bool isConnected = static_cast<bool>(*shared);
+      add(key,
+          Editor{.name = name,
+                 .client = client,
+                 .process = std::nullopt,
+                 .socket = std::move(*shared),
+                 .killAt = isConnected ? Clock::time_point::max() : Clock::now()},
+          first);
+    }
+  });
+  return key;
+}
+
 void EditorSupervisor::send(Key editor, Message message, std::size_t mostWaiting) {
   post([this, editor, message = std::move(message), mostWaiting] {
     const auto found = editors_.find(editor);
@@ -170,17 +190,23 @@ void EditorSupervisor::startProcess(Key key, std::string name, const Message& fi
     client->ended("did not start: " + process.error().description);
     return;
   }
-  Editor& editor = editors_
-                       .emplace(key, Editor{.name = std::move(name),
-                                            .client = std::move(client),
-                                            .process = std::move(process).value(),
-                                            .socket = std::move(socket)})
-                       .first->second;
-  processCount_ = editors_.size();
-  watch(editor.socket.get(), 2 * key);
-  watch(editor.process.endDescriptor(), 2 * key + 1);
-  editor.outgoing = toBytes(first);
-  flush(editor);
+  add(key,
+      Editor{.name = std::move(name),
+             .client = std::move(client),
+             .process = std::move(process).value(),
+             .socket = std::move(socket)},
+      first);
+}
+
+void EditorSupervisor::add(Key key, Editor editor, const Message& first) {
+  Editor& added = editors_.emplace(key, std::move(editor)).first->second;
+  editorCount_ = editors_.size();
+  watch(added.socket.get(), 2 * key);
+  if (added.process) {
+    watch(added.process->endDescriptor(), 2 * key + 1);
+  }
+  added.outgoing = toBytes(first);
+  flush(added);
 }
 
 void EditorSupervisor::flush(Editor& editor) {
@@ -217,7 +243,8 @@ void EditorSupervisor::receive(Editor& editor, bool isLast) {
         log(editor.name, "sent an invalid message and is killed");
       }
       editor.socket.close();
-      editor.killAt = Clock::now() + settings_.closingGrace;
+      // What is not a process of its own has ended with that.
+      editor.killAt = Clock::now() + (editor.process ? settings_.closingGrace : std::chrono::milliseconds(0));
     }
   }
 }
@@ -251,7 +278,7 @@ void EditorSupervisor::end(Key key) {
   const auto found = editors_.find(key);
   Editor& editor = found->second;
   receive(editor, true);  // what it said last
-  const auto how = editor.process.reap();
+  const auto how = editor.process->reap();
   if (!how) {
     return;
   }
@@ -261,24 +288,40 @@ void EditorSupervisor::end(Key key) {
     log(editor.name, how->words + " as it closed");
   }
   editors_.erase(found);
-  processCount_ = editors_.size();  // last, when nothing is held any more
+  editorCount_ = editors_.size();  // last, when nothing is held any more
 }
 
 void EditorSupervisor::killOverdue() {
   const auto now = Clock::now();
-  for (auto& [key, editor] : editors_) {
+  for (auto next = editors_.begin(); next != editors_.end();) {
+    const auto each = next++;
+    Editor& editor = each->second;
     if (editor.killAt > now) {
       continue;
     }
-    if (editor.isKilled) {
-      editor.process.killKeeper();
+    if (!editor.process) {
+      dropAttached(each->first);
+    } else if (editor.isKilled) {
+      editor.process->killKeeper();
       editor.killAt = Clock::time_point::max();
     } else {
-      editor.process.kill();
+      editor.process->kill();
       editor.isKilled = true;
       editor.killAt = now + editorKillGrace;
     }
   }
+}
+
+void EditorSupervisor::dropAttached(Key key) {
+  const auto found = editors_.find(key);
+  const Editor& editor = found->second;
+  if (editor.client != nullptr) {
+    editor.client->ended("ended with its plug-in, in whose process it ran");
+  } else if (editor.socket) {
+    log(editor.name, "hangs; what is left of it ends with its plug-in, in whose process it runs");
+  }
+  editors_.erase(found);
+  editorCount_ = editors_.size();
 }
 
 void EditorSupervisor::sendNews() {

@@ -33,11 +33,12 @@ class EditorClient {
   /// What the editor does not know yet; asked 30 times a second, but not while it has not read the last.
   [[nodiscard]] virtual std::optional<Message> news() = 0;
 
-  /// Its process has ended, "was killed by signal 9"; called last. Not when it was closed here.
+  /// It has ended, "was killed by signal 9"; called last. Not when it was closed here.
   virtual void ended(const std::string& how) = 0;
 };
 
-/// Starts the processes of plug-ins' editors, carries their messages, and ensures that nothing of them remains. One
+/// Starts the processes of plug-ins' editors, carries their messages, and ensures that nothing of them remains; of
+/// editors that run in the process of their plug-in it only carries the messages. One
 /// thread does all this and never waits for an editor: one that hangs, floods its socket or does not read it affects no
 /// other.
 ///
@@ -60,14 +61,18 @@ class EditorSupervisor {
   /// Starts a process, which gets the message first. `name` is of the plug-in, for the log. Returns at once.
   Key open(std::string name, Message first, std::shared_ptr<EditorClient> client);
 
+  /// The same for an editor in the process of its plug-in, which has the other end of this socket. When it does not end
+  /// after it was closed, nothing is heard of it any more.
+  Key attach(std::string name, FileDescriptor socket, Message first, std::shared_ptr<EditorClient> client);
+
   /// Sends a message, but not when more than `mostWaiting` bytes of earlier ones have not been read.
   void send(Key editor, Message message, std::size_t mostWaiting = std::numeric_limits<std::size_t>::max());
 
   /// Ends the editor. Its client hears nothing more from the end of this command on.
   void close(Key editor);
 
-  /// How many processes there are at this moment, those that are closing included.
-  [[nodiscard]] std::size_t processCount() const { return processCount_; }
+  /// How many editors there are at this moment, those that are closing included.
+  [[nodiscard]] std::size_t editorCount() const { return editorCount_; }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -76,7 +81,7 @@ class EditorSupervisor {
   struct Editor {
     std::string name;
     std::shared_ptr<EditorClient> client;  // null once it is closed
-    GuestProcess process;
+    std::optional<GuestProcess> process;   // its own; none in that of its plug-in
     FileDescriptor socket;
     MessageParser parser{};
     Bytes outgoing{};
@@ -93,6 +98,7 @@ class EditorSupervisor {
   [[nodiscard]] int waitMilliseconds() const;
   void handleEvent(std::uint64_t tag);
   void startProcess(Key key, std::string name, const Message& first, std::shared_ptr<EditorClient> client);
+  void add(Key key, Editor editor, const Message& first);
   void watch(int descriptor, std::uint64_t tag);
   static void flush(Editor& editor);
   void receive(Editor& editor, bool isLast);
@@ -100,11 +106,12 @@ class EditorSupervisor {
   void beginClosing(Editor& editor);
   void end(Key key);
   void killOverdue();
+  void dropAttached(Key key);
   void sendNews();
   void log(const std::string& name, const std::string& text) const;
 
   const Settings settings_;
-  std::atomic<std::size_t> processCount_{0};
+  std::atomic<std::size_t> editorCount_{0};
   std::atomic<Key> lastKey_{0};
   FileDescriptor events_;          // an epoll instance
   FileDescriptor wakeDescriptor_;  // raised for commands

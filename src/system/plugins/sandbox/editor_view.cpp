@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/plugins/sandbox/editor_view.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <utility>
 
@@ -67,12 +70,25 @@ void EditorView::makeKeyAndOrderFront() {
   });
   auto session =
       std::make_shared<EditorSession>(weak_from_this(), service_->settings_.mainQueue, guest_, place_, request.values);
-  editor_ = service_->settings_.supervisor->open(place_.pluginName, {MessageKind::openEditor, 0, toBytes(request)},
-                                                 std::move(session));
+  Message first{MessageKind::openEditor, 0, toBytes(request)};
+  editor_ = place_.needsInstance
+                ? attach(std::move(first), std::move(session))
+                : service_->settings_.supervisor->open(place_.pluginName, std::move(first), std::move(session));
   isVisible_ = true;
   watchAtoms();
   std::erase_if(service_->shown_, [](const auto& each) { return each.expired(); });
   service_->shown_.push_back(weak_from_this());
+}
+
+EditorSupervisor::Key EditorView::attach(Message first, std::shared_ptr<EditorSession> session) {
+  // Without the other end it has ended before it begins, which is reported like any other end.
+  std::array<int, 2> ends{-1, -1};
+  (void)socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data());
+  FileDescriptor own(ends[0]);
+  FileDescriptor others(ends[1]);
+  guest_->pass([&](Guest& guest) { guest.attachEditor(std::move(others)); });
+  return service_->settings_.supervisor->attach(place_.pluginName, std::move(own), std::move(first),
+                                                std::move(session));
 }
 
 void EditorView::setContentSize(const NSSize& size) {

@@ -42,6 +42,7 @@ class EditorView final : public NSViewController, public NSPanel, public std::en
  private:
   friend class EditorSession;
 
+  [[nodiscard]] EditorSupervisor::Key attach(Message first, std::shared_ptr<EditorSession> session);
   void move(EditorMove move);
   void watchAtoms();
   void end();

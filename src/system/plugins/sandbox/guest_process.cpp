@@ -13,10 +13,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include "system/plugins/sandbox/descriptor_passing.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): declared by no header of POSIX
 
@@ -117,20 +118,8 @@ class SpawnSettings {
 
 /// One byte, and the descriptor beside it. The socket is new, so there is room.
 bool sendDescriptor(int socket, int descriptor) {
-  char byte = 0;
-  iovec content{&byte, 1};
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-  msghdr message{};
-  message.msg_iov = &content;
-  message.msg_iovlen = 1;
-  message.msg_control = control.data();
-  message.msg_controllen = control.size();
-  cmsghdr* const head = CMSG_FIRSTHDR(&message);
-  head->cmsg_level = SOL_SOCKET;
-  head->cmsg_type = SCM_RIGHTS;
-  head->cmsg_len = CMSG_LEN(sizeof(int));
-  std::memcpy(CMSG_DATA(head), &descriptor, sizeof descriptor);
-  return sendmsg(socket, &message, MSG_NOSIGNAL) == 1;
+  const std::uint8_t byte = 0;
+  return sendBytes(socket, {&byte, 1}, 0, descriptor) == 1;
 }
 
 std::string wordsFor(const siginfo_t& info) {

@@ -54,6 +54,7 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::reset:
     case MessageKind::quit:
     case MessageKind::done:
+    case MessageKind::attachEditor:
     case MessageKind::editorClosed:
       return 0;
   }

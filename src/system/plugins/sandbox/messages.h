@@ -12,6 +12,7 @@
 //   reset          host   none                                     done
 //   watchAtoms     host   1 byte: whether what the plug-in puts out is to be sent
 //   editorAtom     host   a port's number, 4 bytes, and a packed atom for it (AtomPacking)
+//   attachEditor   host   none, but a descriptor beside it: the socket of an editor, which opens in the guest
 //   quit           host   none                                     the guest ends
 //   ready          guest  channels that leave the plug-in, and the number of its process, 4 bytes each
 //   failed         guest  words; the guest then ends
@@ -21,7 +22,7 @@
 //   pluginAtom     guest  as editorAtom, from a port; while it is watched
 //   log            guest  one line, at any time
 //
-// Between the host and the process of an editor, with bodies from editor_messages.h:
+// Between the host and an editor, in a process of its own or in the guest, with bodies from editor_messages.h:
 //
 //   message         from    body
 //   openEditor      host    EditorRequest; first, and once
@@ -72,6 +73,7 @@ enum class MessageKind : std::uint32_t {
   watchAtoms,
   editorAtom,
   portAtom,
+  attachEditor,
   ready = 101,
   failed,
   done,

@@ -29,6 +29,13 @@ void Guest::request(MessageKind kind, Bytes body, MessageKind answer, GuestLink:
   link_->request(sender(), kind, std::move(body), answer, std::move(handler));
 }
 
+void Guest::attachEditor(FileDescriptor socket) {
+  supervisor_->core_->post(
+      [key = key_, shared = std::make_shared<FileDescriptor>(std::move(socket))](Supervisor::Core& core) {
+        core.send(key, {MessageKind::attachEditor}, std::move(*shared));
+      });
+}
+
 GuestLink::Send Guest::sender() {
   return [this](Message message) {
     supervisor_->core_->post([key = key_, message = std::make_shared<const Message>(std::move(message))](

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "foundation/result.h"
+#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest_link.h"
 #include "system/plugins/sandbox/messages.h"
 
@@ -36,6 +37,8 @@ class Guest {
 
   /// Sends what has no answer. Any thread.
   void send(MessageKind kind, Bytes body) { sender()({kind, 0, std::move(body)}); }
+  /// The same for an editor's end of a socket, which the guest gets.
+  void attachEditor(FileDescriptor socket);
 
   [[nodiscard]] GuestLink& link() { return *link_; }
 

@@ -15,6 +15,8 @@
 #include <system_error>
 #include <utility>
 
+#include "system/plugins/sandbox/descriptor_passing.h"
+
 namespace vrel::sandbox {
 namespace {
 
@@ -198,7 +200,7 @@ void Supervisor::Core::start(const std::weak_ptr<Supervisor>& supervisor, const 
   send(key, {MessageKind::instantiate, 0, toBytes(launch.request)});
 }
 
-void Supervisor::Core::send(std::uint64_t key, const Message& message) {
+void Supervisor::Core::send(std::uint64_t key, const Message& message, FileDescriptor descriptor) {
   const auto found = guests_.find(key);
   if (found == guests_.end()) {
     return;
@@ -207,6 +209,9 @@ void Supervisor::Core::send(std::uint64_t key, const Message& message) {
   if (message.kind == MessageKind::editorAtom && outgoing.size() > mostWaitingForAtoms) {
     return;
   }
+  if (descriptor) {
+    found->second.attached.push_back({outgoing.size(), std::move(descriptor)});
+  }
   const Bytes bytes = toBytes(message);
   outgoing.insert(outgoing.end(), bytes.begin(), bytes.end());
   flush(key, found->second);
@@ -214,10 +219,18 @@ void Supervisor::Core::send(std::uint64_t key, const Message& message) {
 
 void Supervisor::Core::flush(std::uint64_t key, Record& record) {
   while (record.sent < record.outgoing.size()) {
-    const ssize_t count = ::send(record.socket.get(), record.outgoing.data() + record.sent,
-                                 record.outgoing.size() - record.sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const auto& attached = record.attached;
+    const bool isAttached = !attached.empty() && attached.front().at == record.sent;
+    const std::size_t next = isAttached ? 1 : 0;
+    const std::size_t end = attached.size() > next ? attached[next].at : record.outgoing.size();
+    const ssize_t count =
+        sendBytes(record.socket.get(), std::span(record.outgoing).subspan(record.sent, end - record.sent), MSG_DONTWAIT,
+                  isAttached ? attached.front().descriptor.get() : -1);
     if (count < 0) {
       break;
+    }
+    if (isAttached) {
+      record.attached.pop_front();
     }
     record.sent += static_cast<std::size_t>(count);
   }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -42,12 +43,19 @@ class Supervisor::Core {
 
   // What is posted.
   void start(const std::weak_ptr<Supervisor>& supervisor, const Launch& launch);
-  void send(std::uint64_t key, const Message& message);
+  /// With the message goes the descriptor, if there is one.
+  void send(std::uint64_t key, const Message& message, FileDescriptor descriptor = FileDescriptor());
   void release(std::uint64_t key);
 
  private:
   using Clock = std::chrono::steady_clock;
   enum class Stage { instantiating, serving, remaking, parked, closing };
+
+  /// A descriptor that goes with this byte of what is sent.
+  struct Attached {
+    std::size_t at = 0;
+    FileDescriptor descriptor;
+  };
 
   struct Record {
     std::weak_ptr<Supervisor> supervisor;
@@ -64,7 +72,8 @@ class Supervisor::Core {
     int remakes = 0;
     MessageParser parser{};
     Bytes outgoing{};
-    std::size_t sent = 0;    // bytes of `outgoing`
+    std::size_t sent = 0;  // bytes of `outgoing`
+    std::deque<Attached> attached{};
     std::size_t logged = 0;  // bytes of the plug-in's log
     bool isMuted = false;
     bool isReported = false;  // that it does not answer

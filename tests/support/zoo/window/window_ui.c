@@ -3,7 +3,8 @@
 // The editor of the zoo's window, of 300 by 200: a press at x sets "level" to x / 100. Its window is as wide as "width"
 // says, and blinks black while "heard" is 0. It uses no key. The variable ZOO_EDITOR of the environment makes it
 // misbehave, one word each; with "message" it sends one, and sets "level" to 0.125 when the same comes back. It ends
-// the process when its host does not keep to the order of calls.
+// the process when its host does not keep to the order of calls. Built with ZOO_INSIDE it is the editor of the zoo's
+// inside, which requires the plug-in's memory.
 
 #include <X11/Xlib.h>
 #include <lv2/atom/atom.h>
@@ -15,6 +16,13 @@
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
+
+#ifdef ZOO_INSIDE
+#include <lv2/data-access/data-access.h>
+#include <lv2/instance-access/instance-access.h>
+
+#include "support/zoo/inside/inside.h"
+#endif
 
 enum { level = 2, widthPort = 3, heard = 4, messages = 5, answers = 6 };
 
@@ -60,6 +68,20 @@ static const void* feature(const LV2_Feature* const* features, const char* uri) 
   return NULL;
 }
 
+#ifdef ZOO_INSIDE
+static bool hasAccess(const LV2_Feature* const* features) {
+  const LV2_Handle instance = (LV2_Handle)feature(features, LV2_INSTANCE_ACCESS_URI);
+  const LV2_Extension_Data_Feature* const data = feature(features, LV2_DATA_ACCESS_URI);
+  const InsideInterface* const interface = data != NULL ? data->data_access(INSIDE_INTERFACE) : NULL;
+  return instance != NULL && interface != NULL && interface->isOwnThread(instance);
+}
+#else
+static bool hasAccess(const LV2_Feature* const* features) {
+  (void)features;
+  return true;
+}
+#endif
+
 /// Says "word" to the plug-in, with numbers that are not those of another process.
 static void sendMessage(Editor* editor, const LV2_URID_Map* urids) {
   for (int number = 0; number < 100; ++number) {
@@ -98,6 +120,9 @@ static LV2UI_Handle instantiate(const LV2UI_Descriptor* descriptor, const char* 
   const LV2UI_Port_Map* const map = feature(features, LV2_UI__portMap);
   if (map == NULL || map->port_index(map->handle, "level") != level ||
       map->port_index(map->handle, "none") != LV2UI_INVALID_PORT_INDEX) {
+    return NULL;
+  }
+  if (!hasAccess(features)) {
     return NULL;
   }
   Editor* const editor = calloc(1, sizeof(Editor));
@@ -205,6 +230,10 @@ static const void* extensionData(const char* uri) {
 
 LV2_SYMBOL_EXPORT const LV2UI_Descriptor* lv2ui_descriptor(uint32_t index) {
   static const LV2UI_Descriptor other = {"urn:vrel:zoo:window-gtk", NULL, NULL, NULL, NULL};
+#ifdef ZOO_INSIDE
+  static const LV2UI_Descriptor own = {"urn:vrel:zoo:inside-own", instantiate, cleanup, portEvent, extensionData};
+#else
   static const LV2UI_Descriptor own = {"urn:vrel:zoo:window-own", instantiate, cleanup, portEvent, extensionData};
+#endif
   return index == 0 ? &other : index == 1 ? &own : NULL;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Editors that crash, hang, refuse and resize without end: nothing but their own window is affected.
 
+#include <X11/keysym.h>
 #include <signal.h>
 
 #include <chrono>
@@ -98,6 +99,18 @@ TEST_F(EditorFaults, ThoseThatHangAreEndedWhenTheyAreClosed) {
     EXPECT_TRUE(allAreGone()) << how;
   }
   EXPECT_FALSE(hasLogged("as it closed")) << "what is killed here is not a crash";
+}
+
+TEST_F(EditorFaults, PanicReachesTheConsoleWhileTheEditorThatHasTheKeyboardHangs) {
+  misbehave("slow-idle");
+  editors_->takeStageKeys(true);
+  const auto editor = open(*unit_);
+  const auto window = desktop.find("Editor");
+  ASSERT_TRUE(comes([&] { return !desktop.isFree(window, XK_space); }));
+  desktop.type(desktop.childOf(window), "space");
+  ASSERT_TRUE(comes([&] { return keys.size() == 1; }));
+  EXPECT_EQ(keys[0].charactersIgnoringModifiers, " ");
+  editor->panel->close();
 }
 
 TEST_F(EditorFaults, OneThatIsStoppedIsEndedWhenItIsClosed) {

@@ -12,6 +12,7 @@ namespace {
 
 TEST(EditorMessages, ComeOutAsTheyWentIn) {
   const EditorRequest request{.place = {EditorKind::gtk2,
+                                        true,
                                         "Organ",
                                         "urn:organ",
                                         "urn:organ-ui",

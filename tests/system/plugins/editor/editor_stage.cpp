@@ -164,6 +164,12 @@ void Desktop::pressKey(Window window, unsigned long symbol) {
   XSync(display_, False);
 }
 
+void Desktop::type(Window window, const std::string& key) {
+  XSetInputFocus(display_, window, RevertToPointerRoot, CurrentTime);
+  XSync(display_, False);
+  EXPECT_EQ(std::system(("xdotool key " + key).c_str()), 0);
+}
+
 bool Desktop::isFree(Window window, unsigned long symbol) const {
   XSync(display_, False);
   errorCount = 0;
@@ -197,7 +203,7 @@ EditorStage::EditorStage(lv2::Bundles bundles)
 }
 
 EditorStage::~EditorStage() {
-  EXPECT_TRUE(comes([this] { return editors_->processCount() == 0; })) << "an editor's process is left behind";
+  EXPECT_TRUE(comes([this] { return editors_->editorCount() == 0; })) << "an editor is left behind";
   EXPECT_EQ(desktop.find("Editor"), 0U) << "a window is left behind";
   misbehave("");
 }

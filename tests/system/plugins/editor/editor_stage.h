@@ -21,6 +21,10 @@ using sandbox::EditorSize;
 using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""s;
 
+/// The controls of the zoo's plug-ins with an editor of their own.
+inline constexpr AUParameterAddress level = 2;
+inline constexpr AUParameterAddress width = 3;
+
 /// A client of the X server, in the place of a person and a window manager.
 class Desktop {
  public:
@@ -50,6 +54,8 @@ class Desktop {
   /// As press, by the pointer itself.
   void click(Window window, int x, int y);
   void pressKey(Window window, unsigned long symbol);
+  /// By the keyboard itself, in the window that gets it.
+  void type(Window window, const std::string& key);
   /// Whether no other client has taken the key within the window.
   [[nodiscard]] bool isFree(Window window, unsigned long symbol) const;
   /// As on a layout without this key.
@@ -87,7 +93,7 @@ class EditorStage : public sandbox::SandboxStage {
   /// Whether it becomes true while the main queue runs.
   [[nodiscard]] bool comes(const std::function<bool()>& condition);
   [[nodiscard]] bool allAreGone() {
-    return comes([this] { return editors_->processCount() == 0 && desktop.windows().empty(); });
+    return comes([this] { return editors_->editorCount() == 0 && desktop.windows().empty(); });
   }
 
   /// The process of the only editor: not its keeper, not the plug-in's guest.

@@ -62,7 +62,7 @@ class InstalledEditors : public EditorStage {
       outcome = isDrawn ? "opened, drawn" : "opened, not drawn";
     }
     timed([&] { editor->panel->close(); });
-    (void)comesWithin(5s, [&] { return editors_->processCount() == 0; });
+    (void)comesWithin(5s, [&] { return editors_->editorCount() == 0; });
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%6.2f s  ", time.count());
     return seconds + outcome;

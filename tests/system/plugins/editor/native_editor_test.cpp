@@ -15,9 +15,6 @@
 namespace vrel::editor {
 namespace {
 
-constexpr AUParameterAddress level = 2;
-constexpr AUParameterAddress width = 3;
-
 class NativeEditor : public EditorStage {
  protected:
   [[nodiscard]] float value(AUParameterAddress port) { return unit_->auAudioUnit().parameterValue(port); }

@@ -2,21 +2,21 @@
 #include "system/plugins/sandbox/guest/guest_program.h"
 
 #include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <span>
 #include <utility>
 
+#include "system/plugins/editor/editor_window.h"
 #include "system/plugins/lv2/atom_packing.h"
 #include "system/plugins/lv2/hosted_plugin.h"
 #include "system/plugins/lv2/lv2_world.h"
+#include "system/plugins/sandbox/descriptor_passing.h"
 #include "system/plugins/sandbox/property_list_bytes.h"
 #include "system/plugins/sandbox/word_wait.h"
 
@@ -36,24 +36,11 @@ constexpr int atomMilliseconds = 15;
 }  // namespace
 
 bool GuestProgram::receiveMemory() {
-  char byte = 0;
-  iovec content{&byte, 1};
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-  msghdr message{};
-  message.msg_iov = &content;
-  message.msg_iovlen = 1;
-  message.msg_control = control.data();
-  message.msg_controllen = control.size();
-  if (recvmsg(socket_.get(), &message, MSG_CMSG_CLOEXEC) != 1) {
+  std::uint8_t byte = 0;
+  FileDescriptor descriptor;
+  if (receiveBytes(socket_.get(), {&byte, 1}, descriptor) != 1 || !descriptor) {
     return false;
   }
-  const cmsghdr* const head = CMSG_FIRSTHDR(&message);
-  if (head == nullptr || head->cmsg_type != SCM_RIGHTS || head->cmsg_len != CMSG_LEN(sizeof(int))) {
-    return false;
-  }
-  int number = -1;
-  std::memcpy(&number, CMSG_DATA(head), sizeof number);
-  const FileDescriptor descriptor(number);
   Result<SharedMemory> memory = SharedMemory::map(descriptor);
   if (!memory) {
     return false;
@@ -77,8 +64,14 @@ int GuestProgram::serve() {
       return EXIT_FAILURE;
     }
   }
+  if (editor_ != nullptr && !editor_->end()) {
+    return EXIT_SUCCESS;  // what it uses stays until the process has gone
+  }
   loop_.reset();
   instance_.reset();
+  if (editor_ != nullptr) {
+    editor_->thread().runAndWait([] {});  // the plug-in ends there
+  }
   world_.reset();
   return EXIT_SUCCESS;
 }
@@ -102,13 +95,16 @@ Message GuestProgram::nextMessage() {
     if (auto message = parser_.next()) {
       return *std::move(message);
     }
+    const bool isWaited = editor_ != nullptr && instance_ != nullptr && editor_->openWaiting(*instance_->processor());
     pollfd ready{socket_.get(), POLLIN, 0};
-    if (isWatched_ && poll(&ready, 1, atomMilliseconds) == 0) {
-      sendPluginAtoms();
+    if ((isWatched_ || isWaited) && poll(&ready, 1, atomMilliseconds) == 0) {
+      if (isWatched_) {
+        sendPluginAtoms();
+      }
       continue;
     }
     std::array<std::uint8_t, 65536> buffer{};
-    const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
+    const ssize_t count = receiveBytes(socket_.get(), buffer, arrived_);
     if (count > 0) {
       parser_.add(std::span(buffer).first(static_cast<std::size_t>(count)));
     }
@@ -120,9 +116,13 @@ Message GuestProgram::nextMessage() {
 
 Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   const AudioComponentDescription codes{request.componentType, request.componentSubType, request.componentManufacturer};
+  if (editor_ != nullptr && !editor_->end()) {
+    return Error{"its editor hangs"};
+  }
   loop_.reset();
   instance_.reset();
   isWatched_ = false;
+  sampleRate_ = request.sampleRate;
   // The host counts blocks and losses from the beginning, too. A control that waited for a block was the earlier one's.
   SharedBlock& shared = memory_->block();
   post(shared.request, 0);
@@ -136,11 +136,13 @@ Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   if (description == nullptr) {
     return Error{request.bundlePath + " has no plug-in " + request.pluginUri};
   }
+  prepareForEditor(codes);
   lv2::HostSettings settings;
   settings.sampleRate = request.sampleRate;
   settings.nominalBlockFrames = request.nominalBlockFrames;
   settings.workerMode = request.worksWithinBlock ? lv2::WorkerMode::withinBlock : lv2::WorkerMode::thread;
   settings.guardsBuffers = true;
+  settings.pluginThread = editor_ != nullptr ? &editor_->thread() : nullptr;
   settings.log = [this](const std::string& line) { log(line); };
   settings.counters = counters_;
   std::optional<Result<lv2::HostedPluginPointer>> plugin;
@@ -160,11 +162,38 @@ Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   return std::nullopt;
 }
 
+void GuestProgram::prepareForEditor(const AudioComponentDescription& codes) {
+  if (editor_ != nullptr) {
+    return;
+  }
+  std::optional<EditorPlace> place;
+  world_->requestEditor(codes, [&](std::optional<EditorPlace> found) { place = std::move(found); });
+  world_->thread().runAndWait([] {});
+  if (place && place->needsInstance && editor::EditorWindow::hasDisplay()) {
+    // What sound half and editor share of Qt is made with the sound half.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no plug-in runs yet
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    editor_ = std::make_unique<GuestEditor>();
+  }
+}
+
+Outcome GuestProgram::prepare(double sampleRate) {
+  // An editor that has the memory of a plug-in cannot get that of another.
+  if (editor_ != nullptr && sampleRate != sampleRate_ && !editor_->end()) {
+    return Error{"stays at its old sample rate: its editor hangs"};
+  }
+  sampleRate_ = sampleRate;
+  instance_->processor()->prepare(sampleRate);
+  return std::nullopt;
+}
+
 void GuestProgram::handle(const Message& message) {
   loop_->catchUp();
   switch (message.kind) {
     case MessageKind::prepare:
-      instance_->processor()->prepare(ByteReader(message.body).number<double>());
+      if (const Outcome failure = prepare(ByteReader(message.body).number<double>())) {
+        log(instance_->processor()->description().name + " " + failure->description);
+      }
       break;
     case MessageKind::restoreState:
       if (const auto state = dictionaryFromBytes(message.body)) {
@@ -192,6 +221,12 @@ void GuestProgram::handle(const Message& message) {
       return;
     case MessageKind::editorAtom:
       takeEditorAtom(message);
+      return;
+    case MessageKind::attachEditor:
+      if (editor_ != nullptr) {
+        editor_->request(std::move(arrived_));
+      }
+      arrived_.close();
       return;
     default:
       leave();
