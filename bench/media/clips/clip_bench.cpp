@@ -12,12 +12,13 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "channel/audio_channel.h"
 #include "document/plugin_path.h"
+#include "foundation/mutex.h"
 #include "simulation/virtual_time.h"
-#include "system/dispatch/main_loop.h"
 #include "system/media/clip_decoder.h"
 #include "system/media/clip_factory.h"
 #include "visuals/visual_engine.h"
@@ -57,6 +58,30 @@ const Files& files() {
   return made;
 }
 
+/// A main queue on virtual time, to which other threads post.
+class PostedQueue final : public simulation::CrankedMainQueue {
+ public:
+  using CrankedMainQueue::CrankedMainQueue;
+  void async(Work work) override {
+    const MutexLock lock(mutex_);
+    posted_.push_back(std::move(work));
+  }
+  void runPosted() {
+    std::vector<Work> posted;
+    {
+      const MutexLock lock(mutex_);
+      posted.swap(posted_);
+    }
+    for (const auto& work : posted) {
+      work();
+    }
+  }
+
+ private:
+  Mutex mutex_;
+  std::vector<Work> posted_ VREL_GUARDED_BY(mutex_);
+};
+
 /// 50 visual notes on one channel, all prepared, on a stopped clock.
 struct Show {
   explicit Show(const std::string& path)
@@ -69,7 +94,10 @@ struct Show {
     channel->pluginPath.set(std::string(pathVisual));
     channel->visualClipMappings.set(mappings);
     engine.loadChannel(*channel, nullptr);
-    mainLoop.runUntil([this] { return engine.pendingLoads() == 0; });
+    while (engine.pendingLoads() > 0) {
+      mainQueue.runPosted();
+      std::this_thread::yield();
+    }
     for (const auto& [key, player] : engine.playersByChannelAndNote()) {
       while (player->player->copyPicture() == nullptr) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -78,9 +106,9 @@ struct Show {
   }
 
   simulation::VirtualClock clock;
-  MainLoop mainLoop;
+  PostedQueue mainQueue{clock};
   ClipFactory factory{clock};
-  VrelVisualEngine engine{&factory, mainLoop};
+  VrelVisualEngine engine{&factory, mainQueue};
   std::shared_ptr<AudioChannel> channel;
 };
 
