@@ -82,8 +82,9 @@ void TimedEvents::forgetKept() noexcept {
   const std::uint64_t reset = lastReset_.load();
   if (std::exchange(seenReset_, reset) != reset) {
     const auto kept = std::span(due_).first(kept_);
-    const auto rest = std::ranges::remove_if(kept, [](const DeviceEvent& event) { return isReset(event.message); });
-    kept_ -= rest.size();
+    const auto end =
+        std::remove_if(kept.begin(), kept.end(), [](const DeviceEvent& event) { return isReset(event.message); });
+    kept_ = static_cast<std::size_t>(end - kept.begin());
   }
 }
 
