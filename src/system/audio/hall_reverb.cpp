@@ -31,6 +31,10 @@ std::uint32_t primeFrames(double seconds, double sampleRate) {
   return frames;
 }
 
+bool isSilent(const float* samples, std::size_t count) {
+  return std::all_of(samples, samples + count, [](float sample) { return sample == 0.0F; });
+}
+
 /// The pole of y += (1 - pole) (x - y) with this amplitude at this angle.
 float poleFor(double amplitude, double angle) {
   const double power = amplitude * amplitude;
@@ -99,11 +103,13 @@ void HallReverb::layOut(double sampleRate) {
   }
   const auto reach = static_cast<std::uint32_t>(std::ceil(driftFrames_)) + 4;
   std::size_t total = 0;
+  longestFrames_ = 0;
   for (DelayMemory* const memory : all) {
     // No delay may reach into the slice that is being written, at whatever rate.
     memory->delay = std::max(memory->delay, sliceFrames + reach);
     memory->size = (memory->delay + reach + 2 * sliceFrames) / sliceFrames * sliceFrames;
     total += memory->size + repeatedFrames;
+    longestFrames_ = std::max(longestFrames_, memory->size);
   }
   memory_.assign(total, 0.0F);
   float* next = memory_.data();
@@ -116,6 +122,8 @@ void HallReverb::layOut(double sampleRate) {
 void HallReverb::resetStates() noexcept {
   cleared_ = memory_.size();
   offset_ = 0;
+  isEmpty_ = true;
+  quietFrames_ = 0;
   for (InputPath& path : paths_) {
     path.highPassInput = 0;
     path.highPassOutput = 0;
@@ -150,8 +158,16 @@ void HallReverb::clearRest() noexcept {
   resetStates();
 }
 
-void HallReverb::process(const float* left, const float* right, float* wetLeft, float* wetRight,
+bool HallReverb::process(const float* left, const float* right, float* wetLeft, float* wetRight,
                          std::uint32_t frameCount) noexcept {
+  const bool isQuiet = mayRest_ && isSilent(left, frameCount) && isSilent(right, frameCount);
+  if (isQuiet && isEmpty_) {
+    std::fill_n(wetLeft, frameCount, 0.0F);
+    std::fill_n(wetRight == nullptr ? wetLeft : wetRight, frameCount, 0.0F);
+    rest(frameCount);
+    return false;
+  }
+  isEmpty_ = false;
   cleared_ = 0;
   for (std::uint32_t done = 0; done < frameCount;) {
     if (offset_ == 0) {
@@ -165,6 +181,43 @@ void HallReverb::process(const float* left, const float* right, float* wetLeft, 
       endSlice();
     }
   }
+  if (isQuiet) {
+    noteQuiet(wetLeft, wetRight, frameCount);
+  } else {
+    quietFrames_ = 0;
+  }
+  return true;
+}
+
+void HallReverb::rest(std::uint32_t frameCount) noexcept {
+  for (std::uint32_t done = 0; done < frameCount;) {
+    if (offset_ == 0) {
+      beginSlice();
+    }
+    const std::uint32_t count = std::min(frameCount - done, sliceFrames - offset_);
+    done += count;
+    offset_ += count;
+    if (offset_ == sliceFrames) {
+      endSlice();
+    }
+  }
+}
+
+// The memory is looked through only when its end is to be expected, since that costs as much as some blocks at rest.
+void HallReverb::noteQuiet(const float* wetLeft, const float* wetRight, std::uint32_t frameCount) noexcept {
+  const bool isQuiet = isSilent(wetLeft, frameCount) && (wetRight == nullptr || isSilent(wetRight, frameCount));
+  quietFrames_ = isQuiet ? quietFrames_ + frameCount : 0;
+  if (quietFrames_ >= longestFrames_) {
+    quietFrames_ = 0;
+    isEmpty_ = holdsNothing();
+  }
+}
+
+bool HallReverb::holdsNothing() const noexcept {
+  const auto isAtRest = [](const InputPath& path) { return path.highPassInput == 0.0F && path.highPassOutput == 0.0F; };
+  const auto isEmpty = [](const Line& line) { return line.lowPass == 0.0F; };
+  return std::ranges::all_of(paths_, isAtRest) && std::ranges::all_of(lines_, isEmpty) &&
+         isSilent(memory_.data(), memory_.size());
 }
 
 void HallReverb::beginSlice() noexcept {

@@ -21,13 +21,21 @@ namespace vrel::audio {
 ///
 /// Works in slices of 64 frames on a grid that is fixed in time, so the result does not depend on
 /// the size of the blocks. All memory is one segment, sized by `prepare`.
+///
+/// While nothing comes in and nothing is left in its memory, it rests: only the drift goes on, so what comes then
+/// sounds as if it had never rested.
 class HallReverb {
  public:
+  HallReverb() = default;
+  /// One that does not rest, for comparison.
+  explicit HallReverb(bool mayRest) : mayRest_(mayRest) {}
+
   /// Sizes everything for the rate and clears it. Frames per second.
   void prepare(double sampleRate) VREL_NOT_AUDIO_THREAD;
 
-  /// Writes the wet signal. For a single channel `right` equals `left`, and `wetRight` is null.
-  void process(const float* left, const float* right, float* wetLeft, float* wetRight,
+  /// Writes the wet signal. For a single channel `right` equals `left`, and `wetRight` is null. False when it rests:
+  /// the wet signal is silence.
+  bool process(const float* left, const float* right, float* wetLeft, float* wetRight,
                std::uint32_t frameCount) noexcept VREL_AUDIO_THREAD;
 
   /// Forgets all sound, in portions, so that no block pays for all of it. True when all is clear.
@@ -78,6 +86,9 @@ class HallReverb {
 
   void layOut(double sampleRate);
   void resetStates() noexcept;
+  void rest(std::uint32_t frameCount) noexcept;
+  void noteQuiet(const float* wetLeft, const float* wetRight, std::uint32_t frameCount) noexcept;
+  [[nodiscard]] bool holdsNothing() const noexcept;
   void beginSlice() noexcept;
   void endSlice() noexcept;
   void processPart(const float* left, const float* right, float* wetLeft, float* wetRight,
@@ -95,6 +106,10 @@ class HallReverb {
   std::vector<float> memory_;
   std::size_t cleared_ = 0;   // floats of memory_ that are known to be zero, from the beginning
   std::uint32_t offset_ = 0;  // frames of the present slice that are done
+  bool mayRest_ = true;
+  bool isEmpty_ = true;              // memory and states are zero
+  std::uint32_t quietFrames_ = 0;    // in which nothing came in or out
+  std::uint32_t longestFrames_ = 0;  // of all delays
   std::array<InputPath, 2> paths_;
   std::array<Line, lineCount> lines_;
   alignas(64) std::array<Slice, lineCount> slices_{};

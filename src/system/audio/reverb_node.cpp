@@ -79,8 +79,11 @@ void ReverbProcessor::enterSoftly(Stream& input, std::uint32_t frameCount) noexc
 void ReverbProcessor::addHall(const Stream& input, const ProcessBlock& block) noexcept {
   const bool stereo = block.output.channelCount > 1;
   const Stream wet{.channels = {wet_[0].data(), wet_[1].data()}, .channelCount = block.output.channelCount};
-  hall_.process(input.channels[0], input.channels[input.channelCount - 1], wet.channels[0],
-                stereo ? wet.channels[1] : nullptr, block.frameCount);
+  if (!hall_.process(input.channels[0], input.channels[input.channelCount - 1], wet.channels[0],
+                     stereo ? wet.channels[1] : nullptr, block.frameCount)) {
+    mix_.apply(wet, block.frameCount);
+    return;
+  }
   if (silenceIfTooLarge(wet, block.frameCount)) {
     // A NaN would circulate forever, and what is too large for a long time.
     hall_.clearRest();

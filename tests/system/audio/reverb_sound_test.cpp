@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <numbers>
+#include <random>
 #include <span>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "support/audio/measure.h"
 #include "support/audio/test_nodes.h"
 #include "system/audio/denormal_guard.h"
+#include "system/audio/hall_reverb.h"
 #include "system/audio/reverb_node.h"
 
 namespace vrel::audio::test {
@@ -261,6 +263,76 @@ TEST(Reverb, AnOffsetDoesNotPileUp) {
   const auto later = hall.wet(constant(1), 2);
   EXPECT_LT(std::abs(mean(later[0])), 0.001);
   EXPECT_LT(peak(later[0]), 0.01);
+}
+
+/// Sound and silence of random lengths, given to a hall that rests and to one that does not, in blocks of random sizes.
+TEST(RestingHall, SoundsToTheSampleLikeOneThatNeverRests) {
+  constexpr double rate = 4000;
+  HallReverb resting;
+  HallReverb computed(false);
+  resting.prepare(rate);
+  computed.prepare(rate);
+  const DenormalGuard denormals;
+  std::mt19937 random(7);
+  const auto any = [&](int least, int most) { return std::uniform_int_distribution<int>(least, most)(random); };
+  using Block = std::array<std::array<float, maximumBlockFrames>, 2>;
+  Block input{};
+  Block heard{};
+  Block expected{};
+  std::size_t frames = 0;
+  std::size_t restedFrames = 0;
+  int rests = 0;
+  bool isAtRest = false;
+  const auto play = [&](bool isSilent, double seconds) {
+    for (const std::size_t end = frames + static_cast<std::size_t>(seconds * rate); frames < end;) {
+      const auto count = static_cast<std::uint32_t>(any(1, maximumBlockFrames));
+      for (auto& channel : input) {
+        std::ranges::generate(channel, [&] { return isSilent ? 0.0F : static_cast<float>(any(-100, 100)) / 100.0F; });
+      }
+      const bool isMono = any(0, 9) == 0;
+      const float* const right = isMono ? input[0].data() : input[1].data();
+      bool sounds = false;
+      bool isComputed = false;
+      {
+        const AudioThreadScope audioThread;
+        sounds = resting.process(input[0].data(), right, heard[0].data(), isMono ? nullptr : heard[1].data(), count);
+        isComputed =
+            computed.process(input[0].data(), right, expected[0].data(), isMono ? nullptr : expected[1].data(), count);
+      }
+      ASSERT_TRUE(isComputed);
+      for (std::size_t channel = 0; channel < (isMono ? 1U : 2U); ++channel) {
+        ASSERT_TRUE(std::equal(heard[channel].begin(), heard[channel].begin() + count, expected[channel].begin()))
+            << "frame " << frames;
+      }
+      rests += !sounds && !isAtRest ? 1 : 0;
+      isAtRest = !sounds;
+      restedFrames += sounds ? 0 : count;
+      frames += count;
+    }
+  };
+  play(true, 2);
+  EXPECT_EQ(restedFrames, frames) << "nothing has sounded yet";
+  for (int round = 0; round < 3; ++round) {
+    play(false, 0.1 * any(1, 10));
+    play(true, 0.1 * any(1, 20));  // while it decays
+    play(false, 0.1);
+    play(true, 60);
+  }
+  EXPECT_EQ(rests, 4) << "each tail dies once";
+  EXPECT_GT(restedFrames, frames / 4);
+  play(false, 0.5);
+  {
+    const AudioThreadScope audioThread;
+    while (!resting.clearPortion()) {
+      static_cast<void>(computed.clearPortion());
+    }
+    resting.clearRest();
+    computed.clearRest();
+  }
+  const std::size_t before = restedFrames;
+  play(true, 1);
+  EXPECT_GT(restedFrames, before) << "it was cleared";
+  play(false, 1);
 }
 
 }  // namespace
