@@ -140,7 +140,7 @@ bool OfflineStage::hasSettled() {
   // The pool comes first: the query runs the pool's queue, so that every pending request posts its answer to the
   // main queue, which ends the wait.
   return pluginsBeingMade().empty() && !state_.songSwitchInProgress.get() &&
-         engine_->visualEngine().pendingLoads() == 0;
+         performer_.content().learnedPluginControls().areControlsKnown() && engine_->visualEngine().pendingLoads() == 0;
 }
 
 std::set<std::string> OfflineStage::pluginsBeingMade() {

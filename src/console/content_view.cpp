@@ -32,6 +32,7 @@ ContentView::ContentView(const Collaborators& collaborators)
       editHistory_({appState_, audioEngine_, builder_, selection_, collaborators.clock, songSwitch_, songList_,
                     instrumentSelector_}),
       learnedControls_(appState_),
+      learnedPluginControls_(appState_, audioEngine_, midiLearn_, collaborators.mainQueue),
       stripControls_(appState_, audioEngine_),
       instrumentReload_(appState_, audioEngine_, collaborators.console),
       keyboardPanel_(appState_, audioEngine_),

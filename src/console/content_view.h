@@ -17,6 +17,7 @@
 #include "console/instrument_selector.h"
 #include "console/keyboard_panel.h"
 #include "console/learned_controls.h"
+#include "console/learned_plugin_controls.h"
 #include "console/reorder.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
@@ -84,6 +85,7 @@ class ContentView {
   [[nodiscard]] EditHistory& editHistory() { return editHistory_; }
   [[nodiscard]] DroppedFiles& droppedFiles() { return droppedFiles_; }
   [[nodiscard]] LearnedControls& learnedControls() { return learnedControls_; }
+  [[nodiscard]] LearnedPluginControls& learnedPluginControls() { return learnedPluginControls_; }
   [[nodiscard]] VrelHelpWindowController& help() { return help_; }
   [[nodiscard]] VrelHelpWindowController& liveKeysHelp() { return liveKeysHelp_; }
   [[nodiscard]] StripControls& stripControls() { return stripControls_; }
@@ -128,6 +130,7 @@ class ContentView {
   EffectRack effectRack_;
   EditHistory editHistory_;
   LearnedControls learnedControls_;
+  LearnedPluginControls learnedPluginControls_;
   VrelHelpWindowController help_{HelpSubject::manual};
   VrelHelpWindowController liveKeysHelp_{HelpSubject::liveKeys};
   StripControls stripControls_;

@@ -14,6 +14,17 @@ constexpr double triggerSeconds = 0.1;  // longer than any block
 
 }  // namespace
 
+void pressTrigger(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& parameter, MainQueue& mainQueue) {
+  const bool restsAtTop = parameter.defaultValue == parameter.maxValue;
+  unit->auAudioUnit().setParameterValue(parameter.address, restsAtTop ? parameter.minValue : parameter.maxValue);
+  mainQueue.asyncAfter(triggerSeconds,
+                       [weakUnit = std::weak_ptr(unit), address = parameter.address, rest = parameter.defaultValue] {
+                         if (const auto pressed = weakUnit.lock()) {
+                           pressed->auAudioUnit().setParameterValue(address, rest);
+                         }
+                       });
+}
+
 ControlsEditor::ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, std::shared_ptr<PresetChooser::Loaded> loaded,
                                AppState& state, MainQueue& mainQueue)
     : presets(std::make_shared<PresetChooser>(unit, std::move(loaded), state, mainQueue, [this] { refresh(); })),
@@ -109,17 +120,9 @@ void ControlsEditor::enter(std::size_t index, const std::string& text) {
 void ControlsEditor::trigger(std::size_t index) {
   const AUParameter* const parameter = settable(index);
   const auto unit = unit_.lock();
-  if (parameter == nullptr || unit == nullptr) {
-    return;
+  if (parameter != nullptr && unit != nullptr) {
+    pressTrigger(unit, *parameter, mainQueue_);
   }
-  const auto address = parameter->address;
-  const bool restsAtTop = parameter->defaultValue == parameter->maxValue;
-  unit->auAudioUnit().setParameterValue(address, restsAtTop ? parameter->minValue : parameter->maxValue);
-  mainQueue_.asyncAfter(triggerSeconds, [weakUnit = unit_, address, rest = parameter->defaultValue] {
-    if (const auto pressed = weakUnit.lock()) {
-      pressed->auAudioUnit().setParameterValue(address, rest);
-    }
-  });
 }
 
 }  // namespace vrel

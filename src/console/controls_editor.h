@@ -18,6 +18,9 @@ namespace vrel {
 class AppState;
 class MainQueue;
 
+/// Presses a control that goes back by itself.
+void pressTrigger(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& parameter, MainQueue& mainQueue);
+
 /// The generic view: all controls of a plug-in, in the console's own look. What it shows is read by `refresh`, so that
 /// changes by the plug-in, by MIDI and by a restored state appear. It works in every mode. Main thread.
 class ControlsEditor final : public NSViewController, public std::enable_shared_from_this<ControlsEditor> {
@@ -34,6 +37,9 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   Observable<std::vector<ControlRow>> rows;
   Observable<std::vector<float>> values;  // of allParameters
   const std::shared_ptr<PresetChooser> presets;
+
+  /// The plug-in that it shows; null once that has gone.
+  [[nodiscard]] std::shared_ptr<AVAudioUnit> unit() const { return unit_.lock(); }
 
   /// Reads the values again. To be called as often as the window is drawn.
   void refresh();

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "document/app_state.h"
+#include "document/plugin_names.h"
 #include "performance/live_mode_policy.h"
 #include "text/control_names.h"
 #include "text/text.h"
@@ -23,12 +24,33 @@ std::string idOf(const std::string& owner, const MidiControlAssignment& assignme
   return id;
 }
 
+std::string idOf(const std::string& owner, const PluginControlAssignment& assignment) {
+  const auto& [target, binding, name] = assignment;
+  std::string id = owner + ":" + target.pluginPath + ":" + target.control;
+  for (const std::int64_t part :
+       {target.channelIndex.value_or(-1), target.slotIndex.value_or(-1), std::int64_t{binding.statusType},
+        std::int64_t{binding.midiChannel}, std::int64_t{binding.number}}) {
+    id += ":" + std::to_string(part);
+  }
+  return id;
+}
+
+/// Such as "Cutoff (Old Organ) 2".
+std::string controlName(const PluginControlAssignment& assignment, const KnownPlugins& plugins) {
+  const auto& target = assignment.target;
+  const auto& name = assignment.controlName.empty() ? target.control : assignment.controlName;
+  const auto plugin = knownPluginName(target.pluginPath, plugins);
+  return name + (plugin.empty() ? "" : " (" + plugin + ")") +
+         (target.channelIndex ? " " + std::to_string(*target.channelIndex + 1) : " MASTER");
+}
+
 const std::string setlistOwner = "setlist";
 
 }  // namespace
 
 std::vector<LearnedControl> LearnedControls::all() const {
   const auto language = state_.language.get();
+  const KnownPlugins plugins = knownPlugins(state_);
   std::vector<LearnedControl> all;
   const auto add = [&](const auto& assignments, const std::string& owner, const std::string& place) {
     for (const auto& assignment : assignments) {
@@ -39,6 +61,10 @@ std::vector<LearnedControl> LearnedControls::all() const {
   add(state_.globalMidiControlAssignments.get(), setlistOwner, std::string(text(TextKey::setlist, language)));
   for (const auto& song : state_.songs.get()) {
     add(song.midiControlAssignments, song.id.text(), song.name);
+    for (const auto& assignment : song.pluginControlAssignments) {
+      all.push_back({idOf(song.id.text(), assignment), controlName(assignment, plugins),
+                     controlSourceName(assignment.binding), song.name});
+    }
   }
   return all;
 }
@@ -58,6 +84,7 @@ void LearnedControls::remove(const std::string& id) {
     state_.songs.modify([&](std::vector<SongConfig>& songs) {
       for (auto& song : songs) {
         isRemoved = removeFrom(song.midiControlAssignments, song.id.text()) || isRemoved;
+        isRemoved = removeFrom(song.pluginControlAssignments, song.id.text()) || isRemoved;
       }
     });
   }

@@ -83,6 +83,24 @@ struct MidiControlAssignment {
   bool operator==(const MidiControlAssignment&) const = default;
 };
 
+/// A control of a plug-in that was learnt: of which plug-in, and where it is.
+struct PluginControlTarget {
+  std::optional<std::int64_t> channelIndex{};  // as of MidiControlTarget; absent for the master
+  std::optional<std::int64_t> slotIndex{};     // position in the rack; absent for the strip's instrument
+  std::string pluginPath{};                    // another plug-in in that place is not moved
+  std::string control{};                       // its symbol
+
+  bool operator==(const PluginControlTarget&) const = default;
+};
+
+struct PluginControlAssignment {
+  PluginControlTarget target{};
+  MidiControlBinding binding{};
+  std::string controlName{};  // as a person reads it, also where the plug-in is not installed
+
+  bool operator==(const PluginControlAssignment&) const = default;
+};
+
 /// One strip of a song, as it is stored. Its live counterpart is AudioChannel.
 struct ChannelConfig {
   Uuid id = Uuid::fresh();
@@ -123,6 +141,7 @@ struct SongConfig {
   std::vector<float> masterChannelColor = {0.5F, 0.5F, 0.5F};  // red, green, blue, 0 to 1
   std::vector<AudioPluginSlot> masterEffectSlots{};
   std::vector<MidiControlAssignment> midiControlAssignments{};
+  std::vector<PluginControlAssignment> pluginControlAssignments{};  // not written while there are none
 
   bool operator==(const SongConfig&) const = default;
 };

@@ -208,6 +208,7 @@ class RecordReader {
     color(value, place, "master_channel_color", song.masterChannelColor);
     optional(value, place, "master_effect_slots", song.masterEffectSlots);
     optional(value, place, "midi_control_assignments", song.midiControlAssignments);
+    optional(value, place, "plugin_control_assignments", song.pluginControlAssignments);
   }
 
   void members(json& value, const DocumentPlace& place, ChannelConfig& channel) {
@@ -256,6 +257,19 @@ class RecordReader {
   void members(json& value, const DocumentPlace& place, MidiControlTarget& target) {
     required(value, place, "kind", target.kind);
     optional(value, place, "channelIndex", target.channelIndex);
+  }
+
+  void members(json& value, const DocumentPlace& place, PluginControlAssignment& assignment) {
+    required(value, place, "target", assignment.target);
+    required(value, place, "binding", assignment.binding);
+    optional(value, place, "controlName", assignment.controlName);
+  }
+
+  void members(json& value, const DocumentPlace& place, PluginControlTarget& target) {
+    optional(value, place, "channelIndex", target.channelIndex);
+    optional(value, place, "slotIndex", target.slotIndex);
+    required(value, place, "pluginPath", target.pluginPath);
+    required(value, place, "control", target.control);
   }
 
   void members(json& value, const DocumentPlace& place, MidiControlBinding& binding) {

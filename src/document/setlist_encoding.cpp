@@ -34,8 +34,9 @@ class ObjectBuilder {
     return *this;
   }
 
-  ObjectBuilder& addIfPresent(const char* key, const std::optional<std::string>& text) {
-    return text ? add(key, *text) : *this;
+  template <typename Value>
+  ObjectBuilder& addIfPresent(const char* key, const std::optional<Value>& value) {
+    return value ? add(key, *value) : *this;
   }
 
   ordered_json build() { return ordered_json(std::move(object_)); }
@@ -57,6 +58,7 @@ ordered_json encode(float number) {
 ordered_json encode(const AudioPluginSlot& slot);
 ordered_json encode(const VisualClipMapping& mapping);
 ordered_json encode(const MidiControlAssignment& assignment);
+ordered_json encode(const PluginControlAssignment& assignment);
 ordered_json encode(const ChannelConfig& channel);
 ordered_json encode(const SongConfig& song);
 
@@ -108,6 +110,23 @@ ordered_json encode(const MidiControlAssignment& assignment) {
   return ObjectBuilder(2).add("target", encode(assignment.target)).add("binding", encode(assignment.binding)).build();
 }
 
+ordered_json encode(const PluginControlTarget& target) {
+  return ObjectBuilder(4)
+      .addIfPresent("channelIndex", target.channelIndex)
+      .addIfPresent("slotIndex", target.slotIndex)
+      .add("pluginPath", target.pluginPath)
+      .add("control", target.control)
+      .build();
+}
+
+ordered_json encode(const PluginControlAssignment& assignment) {
+  return ObjectBuilder(3)
+      .add("target", encode(assignment.target))
+      .add("binding", encode(assignment.binding))
+      .add("controlName", assignment.controlName)
+      .build();
+}
+
 ordered_json encode(const ChannelConfig& channel) {
   return ObjectBuilder(22)
       .add("name", channel.name)
@@ -136,8 +155,8 @@ ordered_json encode(const ChannelConfig& channel) {
 }
 
 ordered_json encode(const SongConfig& song) {
-  return ObjectBuilder(9)
-      .add("name", song.name)
+  ObjectBuilder object(10);
+  object.add("name", song.name)
       .add("tempo_bpm", song.tempoBpm)
       .add("song_notes", song.songNotes)
       .add("keyboard_start_note", song.keyboardStartNote)
@@ -145,8 +164,11 @@ ordered_json encode(const SongConfig& song) {
       .add("channels", encode(song.channels))
       .add("master_channel_color", encode(song.masterChannelColor))
       .add("master_effect_slots", encode(song.masterEffectSlots))
-      .add("midi_control_assignments", encode(song.midiControlAssignments))
-      .build();
+      .add("midi_control_assignments", encode(song.midiControlAssignments));
+  if (!song.pluginControlAssignments.empty()) {
+    object.add("plugin_control_assignments", encode(song.pluginControlAssignments));
+  }
+  return object.build();
 }
 
 bool isBlackout(const MidiControlAssignment& assignment) {

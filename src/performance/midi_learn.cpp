@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 
 #include "document/app_state.h"
 #include "document/midi_control_kinds.h"
@@ -50,7 +51,8 @@ bool holdsPlugin(const AudioChannel& channel) {
   return (kind != PluginPathKind::empty && kind != PluginPathKind::playback) || hasEffect(channel);
 }
 
-void assign(std::vector<MidiControlAssignment>& assignments, const MidiControlAssignment& assignment) {
+template <typename Assignment>
+void assign(std::vector<Assignment>& assignments, const Assignment& assignment) {
   std::erase_if(assignments, [&](const auto& earlier) { return earlier.target == assignment.target; });
   assignments.push_back(assignment);
 }
@@ -74,18 +76,28 @@ void MidiLearn::toggleMidiLearnMode() {
   state_.isMidiLearnMode.set(!state_.isMidiLearnMode.get());
   if (!state_.isMidiLearnMode.get()) {
     pendingMidiLearnTarget.set(std::nullopt);
+    pendingPluginControl.set(std::nullopt);
   }
 }
 
 void MidiLearn::selectMidiLearnTarget(const MidiControlTarget& target) {
   if (state_.isMidiLearnMode.get()) {
+    pendingPluginControl.set(std::nullopt);
     pendingMidiLearnTarget.set(target);
+  }
+}
+
+void MidiLearn::selectPluginControl(const PluginControlTarget& target, const std::string& controlName) {
+  if (state_.isMidiLearnMode.get()) {
+    pendingMidiLearnTarget.set(std::nullopt);
+    pendingPluginControl.set(PluginControlAssignment{target, {}, controlName});
   }
 }
 
 void MidiLearn::cancelMidiLearn() {
   state_.isMidiLearnMode.set(false);
   pendingMidiLearnTarget.set(std::nullopt);
+  pendingPluginControl.set(std::nullopt);
   activeMidiTriggerBindings_.clear();
 }
 
@@ -100,18 +112,32 @@ void MidiLearn::handleMidiControlMessage(uint8_t status, uint8_t data1, uint8_t 
     saveMidiAssignment(*target, binding);
     return;
   }
+  if (auto control = pendingPluginControl.get()) {
+    control->binding = binding;
+    savePluginControl(*control);
+    return;
+  }
   if (statusType == statusController && holdsAnyPlugin()) {
     state_.markEdited();  // plug-ins may change what they save
   }
   auto assignments = effectiveMidiAssignments();
   std::erase_if(assignments, [&binding](const auto& assignment) { return !(assignment.binding == binding); });
-  if (assignments.empty()) {
+  const SongConfig* const song = songOnStage();
+  std::vector<PluginControlAssignment> controls;
+  if (song != nullptr) {
+    std::copy_if(song->pluginControlAssignments.begin(), song->pluginControlAssignments.end(),
+                 std::back_inserter(controls), [&binding](const auto& each) { return each.binding == binding; });
+  }
+  if (assignments.empty() && controls.empty()) {
     return;
   }
   const float value = valueOf(statusType, data1, data2);
   const bool isPressed = isNewPress(binding, data2);
   for (const auto& assignment : assignments) {
     performMidiControl(assignment.target, isPressed, value);
+  }
+  for (const auto& control : controls) {
+    pluginControlMoved.emit(control, isPressed, value);
   }
 }
 
@@ -138,7 +164,21 @@ void MidiLearn::saveMidiAssignment(const MidiControlTarget& target, const MidiCo
   } else {
     return;
   }
+  endAssignment();
+}
+
+void MidiLearn::savePluginControl(const PluginControlAssignment& assignment) {
+  if (songOnStage() != nullptr) {
+    state_.songs.modify([&, index = *state_.selectedSongIndex.get()](auto& songs) {
+      assign(songs[index].pluginControlAssignments, assignment);
+    });
+    endAssignment();
+  }
+}
+
+void MidiLearn::endAssignment() {
   pendingMidiLearnTarget.set(std::nullopt);
+  pendingPluginControl.set(std::nullopt);
   state_.isMidiLearnMode.set(false);
   state_.markEdited();
 }
@@ -156,13 +196,16 @@ std::vector<MidiControlAssignment> MidiLearn::effectiveMidiAssignments() const {
 void MidiLearn::clearAllMidiLearn() {
   const auto& songs = state_.songs.get();
   if (state_.globalMidiControlAssignments.get().empty() &&
-      std::all_of(songs.begin(), songs.end(), [](const auto& song) { return song.midiControlAssignments.empty(); })) {
+      std::all_of(songs.begin(), songs.end(), [](const auto& song) {
+        return song.midiControlAssignments.empty() && song.pluginControlAssignments.empty();
+      })) {
     return;
   }
   state_.globalMidiControlAssignments.set({});
   state_.songs.modify([](auto& list) {
     for (auto& song : list) {
       song.midiControlAssignments.clear();
+      song.pluginControlAssignments.clear();
     }
   });
   cancelMidiLearn();

@@ -26,8 +26,8 @@ enum class Language;
 /// Ties controls of MIDI devices to controls of the console, and moves the latter with the former.
 ///
 /// One visit to learn mode makes one assignment: off -> armed (the Learn button) -> waiting (a click on a control of
-/// the console) -> off (the first message of the hardware). What is learned reaches the instruments all the same. A
-/// device's control may stay on several targets, and one that no longer fits the song is kept and ignored.
+/// the console or of a plug-in) -> off (the first message of the hardware). What is learned reaches the instruments all
+/// the same. A device's control may stay on several targets, and one that no longer fits the song is kept and ignored.
 ///
 /// Edits: an assignment that is made, assignments that are cleared, what a control of the hardware moves on a strip,
 /// and a controller that reaches a plug-in, which may save it. The displays are none.
@@ -48,6 +48,12 @@ class MidiLearn {
   /// What the next message of the hardware is tied to.
   Observable<std::optional<MidiControlTarget>> pendingMidiLearnTarget;
 
+  /// The control of a plug-in that waits instead, without a binding yet.
+  Observable<std::optional<PluginControlAssignment>> pendingPluginControl;
+
+  /// Emitted for each learned control of a plug-in that the hardware moves. The listener moves it.
+  Signal<const PluginControlAssignment&, bool, float> pluginControlMoved;
+
   /// Emitted for each control of the console that the hardware moves, before it acts.
   Signal<const MidiControlTarget&, bool, float> controlWillAct;
 
@@ -64,6 +70,7 @@ class MidiLearn {
 
   /// A click on a control of the console. Nothing outside learn mode.
   void selectMidiLearnTarget(const MidiControlTarget& target);
+  void selectPluginControl(const PluginControlTarget& target, const std::string& controlName);
 
   /// Leaves learn mode and forgets what is pending and held; what is assigned stays.
   void cancelMidiLearn();
@@ -74,9 +81,13 @@ class MidiLearn {
   /// Puts the assignment in place of the target's earlier one and leaves learn mode. A target that belongs to a song
   /// keeps waiting while none is on stage.
   void saveMidiAssignment(const MidiControlTarget& target, const MidiControlBinding& binding);
+  void savePluginControl(const PluginControlAssignment& assignment);
 
   /// The assignments in force, those of the setlist before those of its song; none while no song is on stage.
   [[nodiscard]] std::vector<MidiControlAssignment> effectiveMidiAssignments() const;
+
+  /// The song whose assignments are in force; null for none.
+  [[nodiscard]] const SongConfig* songOnStage() const;
 
   /// Forgets the assignments of the setlist and of every song. Changes nothing at all when there are none.
   void clearAllMidiLearn();
@@ -86,7 +97,7 @@ class MidiLearn {
   void performMidiControl(const MidiControlTarget& target, bool isPressed, float value);
 
  private:
-  [[nodiscard]] const SongConfig* songOnStage() const;
+  void endAssignment();
   [[nodiscard]] bool holdsAnyPlugin() const;
   [[nodiscard]] AudioChannel* channelAt(const MidiControlTarget& target) const;
   [[nodiscard]] bool isNewPress(const MidiControlBinding& binding, std::uint8_t data2);

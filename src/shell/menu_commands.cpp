@@ -121,8 +121,9 @@ Hint menuActionHint(MenuAction action, const AppState& state) {
 bool hasMidiAssignments(const AppState& state) {
   const auto& songs = state.songs.get();
   return !state.globalMidiControlAssignments.get().empty() ||
-         std::any_of(songs.begin(), songs.end(),
-                     [](const SongConfig& song) { return !song.midiControlAssignments.empty(); });
+         std::any_of(songs.begin(), songs.end(), [](const SongConfig& song) {
+           return !song.midiControlAssignments.empty() || !song.pluginControlAssignments.empty();
+         });
 }
 
 }  // namespace vrel

@@ -53,6 +53,7 @@ enum class Hint {
   instrumentWindow,
   pluginControl,
   typedControl,
+  learnPluginControl,
   changeInstrument,
   removeInstrument,
   editTrack,

@@ -45,6 +45,21 @@ TEST_F(LearnedPage, ListsEachControlWithItsSourceAndWhereItHolds) {
                             "MUTE 1 | Pitch Bend, MIDI 16 | Two"}));
 }
 
+TEST_F(LearnedPage, ListsAndRemovesTheControlsOfPlugIns) {
+  changeSong(1, [](SongConfig& song) {
+    const PluginControlTarget cutoff{.channelIndex = 0, .pluginPath = pianoKey, .control = "cutoff"};
+    const PluginControlTarget room{.slotIndex = 1, .pluginPath = "aucd:9:9:9", .control = "room"};
+    song.pluginControlAssignments = {{cutoff, {0xB0, 0, 74}, "Cutoff"}, {room, {0xB0, 0, 75}, ""}};
+  });
+  ASSERT_EQ(lines().size(), 5U);
+  EXPECT_EQ(lines()[3], "Cutoff (Piano) 1 | CC 74, MIDI 1 | Two");
+  EXPECT_EQ(lines()[4], "room MASTER | CC 75, MIDI 1 | Two") << "of a plug-in that is not installed";
+  page().remove(page().all()[3].id);
+  ASSERT_EQ(song(1).pluginControlAssignments.size(), 1U);
+  EXPECT_EQ(song(1).pluginControlAssignments[0].target.control, "room");
+  EXPECT_TRUE(state.isDirty.get());
+}
+
 TEST_F(LearnedPage, IsInTheLanguageOfTheSession) {
   state.language.set(Language::german);
   EXPECT_EQ(lines()[0], "Lautstärke 2 | CC 20, MIDI 3 | SETLISTE");

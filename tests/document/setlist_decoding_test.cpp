@@ -69,6 +69,19 @@ TEST(SetlistDecoding, AWholeNumberMayBeWrittenAsALargeFloat) {
   EXPECT_EQ(song.midiControlAssignments[1].target.channelIndex, -100000000000000000);
 }
 
+TEST(SetlistDecoding, ALearnedControlOfAPlugInNeedsItsPlugInAndItsControl) {
+  const auto decodes = [](const std::string& target) {
+    return decodeSetlist(R"({"songs": [{"plugin_control_assignments": [{"target": )" + target +
+                         R"(, "binding": {"statusType": 176, "midiChannel": 0, "number": 7}}]}]})")
+        .ok();
+  };
+  EXPECT_TRUE(decodes(R"({"pluginPath": "aucd:1:2:3", "control": "level", "channelIndex": -1})"));
+  EXPECT_FALSE(decodes(R"({"pluginPath": "aucd:1:2:3"})"));
+  EXPECT_FALSE(decodes(R"({"control": "level"})"));
+  EXPECT_FALSE(decodes(R"({"pluginPath": "aucd:1:2:3", "control": 7})"));
+  EXPECT_FALSE(decodes("[]"));
+}
+
 TEST(SetlistDecoding, AnEmptySongGetsItsDefaults) {
   const SongConfig song = decodedSong("{}");
   EXPECT_EQ(song.name, "Untitled Song");

@@ -67,6 +67,25 @@ TEST(SetlistEncoding, ANegativeChannelIndexIsWritten) {
   EXPECT_EQ(document["songs"][0]["midi_control_assignments"][0]["target"]["channelIndex"], -1);
 }
 
+TEST(SetlistEncoding, LearnedControlsOfPlugInsHaveAFieldOfTheirOwnWhereThereAreAny) {
+  SetlistFile setlist = sampleSetlist();
+  const json before = json::parse(encoded(setlist));
+  setlist.songs[0].pluginControlAssignments = {
+      {{.channelIndex = 1, .slotIndex = 2, .pluginPath = "aucd:1:2:3", .control = "cutoff"}, {0xB0, 3, 74}, "Cutoff"},
+      {{.pluginPath = "aucd:4:5:6", .control = "level"}, {0x90, 0, 60}}};
+  json document = json::parse(encoded(setlist));
+  const auto again = decodeSetlist(document.dump());
+  ASSERT_TRUE(again.ok());
+  EXPECT_EQ(again.value().songs[0].pluginControlAssignments, setlist.songs[0].pluginControlAssignments);
+  EXPECT_EQ(
+      document["songs"][0]["plugin_control_assignments"][0],
+      json::parse(R"({"target": {"channelIndex": 1, "slotIndex": 2, "pluginPath": "aucd:1:2:3", "control": "cutoff"},
+                            "binding": {"statusType": 176, "midiChannel": 3, "number": 74}, "controlName": "Cutoff"})"));
+  EXPECT_FALSE(document["songs"][0]["plugin_control_assignments"][1]["target"].contains("slotIndex"));
+  document["songs"][0].erase("plugin_control_assignments");
+  EXPECT_EQ(document, before) << "all else is as without them";
+}
+
 TEST(SetlistEncoding, EveryKeyIsWrittenThoughItEqualsTheDefault) {
   const json document = json::parse(encoded(
       {.songs = {{.channels = {{.effectSlots = {{}}, .visualClipMappings = {{}}}}, .midiControlAssignments = {{}}}}}));

@@ -51,6 +51,62 @@ TEST_F(Learning, TheButtonEndsAWait) {
   EXPECT_TRUE(assignmentsOf(0).empty());
 }
 
+const PluginControlTarget cutoff{.channelIndex = 1, .slotIndex = 0, .pluginPath = "aucd:1:2:3", .control = "cutoff"};
+
+TEST_F(Learning, AControlOfAPlugInIsLearnedForItsSongInAListOfItsOwn) {
+  learn.selectPluginControl(cutoff, "Cutoff");
+  EXPECT_EQ(learn.pendingPluginControl.get(), std::nullopt) << "outside learn mode";
+  waitFor(onConsole(Kind::panic));
+  learn.selectPluginControl(cutoff, "Cutoff");
+  EXPECT_EQ(learn.pendingMidiLearnTarget.get(), std::nullopt);
+  play(knobTurn);
+  EXPECT_EQ(song(0).pluginControlAssignments,
+            (std::vector<PluginControlAssignment>{{cutoff, {0xB0, 0, 20}, "Cutoff"}}));
+  EXPECT_TRUE(assignmentsOf(0).empty());
+  EXPECT_FALSE(state.isMidiLearnMode.get());
+  EXPECT_TRUE(state.isDirty.get());
+  learn.toggleMidiLearnMode();
+  learn.selectPluginControl(cutoff, "Cutoff");
+  play({0xE3, 0, 64});
+  EXPECT_EQ(song(0).pluginControlAssignments, (std::vector<PluginControlAssignment>{{cutoff, {0xE0, 3, 0}, "Cutoff"}}))
+      << "in place of the earlier one";
+}
+
+TEST_F(Learning, ALearnedControlOfAPlugInMovesInItsSongOnlyBesideThoseOfTheConsole) {
+  std::vector<std::pair<std::string, float>> moved;
+  const auto connection =
+      learn.pluginControlMoved.connect([&](const PluginControlAssignment& control, bool, float value) {
+        moved.emplace_back(control.controlName, value);
+      });
+  changeSong(0, [](SongConfig& song) {
+    song.pluginControlAssignments = {{cutoff, {0xB0, 0, 20}, "Cutoff"}};
+    song.midiControlAssignments = {{{MidiControlKind::masterVolume, std::nullopt}, {0xB0, 0, 20}}};
+  });
+  play({0xB0, 20, 127});
+  EXPECT_EQ(moved, (std::vector<std::pair<std::string, float>>{{"Cutoff", 1.0F}}));
+  EXPECT_EQ(engine->masterChannel()->volume.get(), 1.0F);
+  play({0xB1, 20, 0});
+  songSwitch.applySong(1);
+  settle();
+  play({0xB0, 20, 0});
+  EXPECT_EQ(moved.size(), 1U);
+}
+
+TEST_F(Learning, ClearingForgetsTheControlsOfPlugInsToo) {
+  changeSong(1, [](SongConfig& song) { song.pluginControlAssignments = {{cutoff, {0xB0, 0, 20}, "Cutoff"}}; });
+  learn.clearAllMidiLearn();
+  EXPECT_TRUE(song(1).pluginControlAssignments.empty());
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(Learning, TheButtonEndsTheWaitOfAControlOfAPlugIn) {
+  learn.toggleMidiLearnMode();
+  learn.selectPluginControl(cutoff, "Cutoff");
+  learn.toggleMidiLearnMode();
+  play(knobTurn);
+  EXPECT_TRUE(song(0).pluginControlAssignments.empty());
+}
+
 TEST_F(Learning, TheFirstMessageIsBoundAndEndsLearnMode) {
   waitFor(onConsole(Kind::panic));
   play({0xB5, 20, 70});

@@ -153,12 +153,15 @@ void ConsoleMirror::mirrorPerformance() {
   using Kind = learn_kind::Kind;
   AppState& state = content_.appState();
   auto& pending = content_.midiLearn().pendingMidiLearnTarget;
+  auto& control = content_.midiLearn().pendingPluginControl;
   session_.follow(View::isLiveKey, state.isLiveModeEnabled);
   session_.follow(View::isLearningKey, state.isMidiLearnMode);
   session_.derive(
       View::learnLabelKey,
-      [&state, &pending] { return midiLearnButtonLabel(state.language.get(), pending.get().has_value()); },
-      state.language, pending);
+      [&state, &pending, &control] {
+        return midiLearnButtonLabel(state.language.get(), pending.get().has_value() || control.get().has_value());
+      },
+      state.language, pending, control);
   session_.derive(
       View::pendingLearnKindKey,
       [&pending] { return pending.get() ? static_cast<Kind>(pending.get()->kind) : Kind::None; }, pending);

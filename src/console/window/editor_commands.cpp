@@ -74,6 +74,17 @@ void EditorCommands::trigger(const QString& editorId, int control) {
   withEditor(editorId, [control](ControlsEditor& editor) { editor.trigger(static_cast<std::size_t>(control)); });
 }
 
+void EditorCommands::learn(const QString& editorId, int control) {
+  commands_.post([id = editorId.toStdString(), index = static_cast<std::size_t>(control)](ConsoleActions& actions) {
+    const auto panel = actions.content.editorPanels().find(id);
+    const auto unit = panel != nullptr ? panel->controls->unit() : nullptr;
+    const auto tree = panel != nullptr ? panel->controls->tree.get() : nullptr;
+    if (unit != nullptr && tree != nullptr && index < tree->allParameters.size()) {
+      actions.content.learnedPluginControls().select(unit, tree->allParameters[index]);
+    }
+  });
+}
+
 void EditorCommands::setPresetSearch(const QString& editorId, const QString& text) {
   withEditor(editorId, [text = text.toStdString()](ControlsEditor& editor) { editor.presets->searchText.set(text); });
 }

@@ -105,8 +105,19 @@ std::unique_ptr<EditorsMirror::Shown> EditorsMirror::makeShown(EditorPanel& pane
       View::entriesKey, [&controls] { return entriesOf(controls); }, controls.rows);
   view.derive(
       View::isLoadedKey, [&controls] { return controls.tree.get() != nullptr; }, controls.tree);
+  view.derive(
+      View::pendingControlKey, [this, &controls] { return pendingControl(controls); },
+      content_.midiLearn().pendingPluginControl, controls.tree);
   showPresets(view, *controls.presets, content_.appState());
   return shown;
+}
+
+int EditorsMirror::pendingControl(const ControlsEditor& controls) const {
+  const auto unit = controls.unit();
+  const auto& tree = controls.tree.get();
+  const auto control =
+      unit != nullptr && tree != nullptr ? content_.learnedPluginControls().waitingControl(unit, *tree) : std::nullopt;
+  return control ? static_cast<int>(*control) : -1;
 }
 
 void EditorsMirror::refresh() {

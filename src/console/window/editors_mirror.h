@@ -11,6 +11,7 @@
 
 namespace vrel {
 class ContentView;
+class ControlsEditor;
 class EditorPanel;
 }  // namespace vrel
 
@@ -33,6 +34,7 @@ class EditorsMirror {
 
   void refresh();
   [[nodiscard]] std::unique_ptr<Shown> makeShown(EditorPanel& panel);
+  [[nodiscard]] int pendingControl(const ControlsEditor& controls) const;
 
   MirrorSource& source_;
   ContentView& content_;

@@ -73,6 +73,7 @@ class HintsViewModel : public QObject {
   VREL_HINT(instrumentWindow)
   VREL_HINT(pluginControl)
   VREL_HINT(typedControl)
+  VREL_HINT(learnPluginControl)
   VREL_HINT(changeInstrument)
   VREL_HINT(removeInstrument)
   VREL_HINT(editTrack)

@@ -7,6 +7,7 @@
 #include <QQuickWindow>
 #include <QWindow>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -197,6 +198,34 @@ TEST_F(EditorWindow, AChoiceIsMadeByItsWord) {
   EXPECT_TRUE(becomes(6, 2.0F));
   EXPECT_TRUE(
       driver.eventually([this] { return driver.value("control4Choice", "displayText").toString() == "Square"; }));
+}
+
+TEST_F(EditorWindow, AControlIsLearnedByAPressAndMovedByItsHardware) {
+  openPanel();
+  driver.click("learnButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control0Learn"); }));
+  EXPECT_FALSE(driver.isShown("control10Learn")) << "a meter";
+  driver.click("control0Learn");
+  ASSERT_TRUE(driver.eventually([this] { return driver.value("control0Learn", "isPending").toBool(); }));
+  const auto turn = [this](std::uint8_t to) {
+    driver.onLogic([to](Session& session) { session.engine().routeMIDI(0xB0, 20, to); });
+  };
+  turn(1);
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isShown("control0Learn"); }));
+  EXPECT_TRUE(driver.eventually([&] {
+    turn(127);
+    return effectValue(2) == 4.0F;
+  }));
+}
+
+TEST_F(EditorWindow, AControlIsLearnedByKeys) {
+  openPanel();
+  driver.onLogic([](Session& session) { session.content().midiLearn().toggleMidiLearnMode(); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control1Learn"); }));
+  driver.find("control1Learn")->forceActiveFocus(Qt::TabFocusReason);
+  driver.key("space");
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("control1Learn", "isPending").toBool(); }));
+  EXPECT_EQ(effectValue(3), 1000.0F) << "is not moved meanwhile";
 }
 
 TEST_F(EditorWindow, WhatThePlugInShowsMoves) {

@@ -20,12 +20,14 @@ class Editors : public ConsoleStage {
   Editors() {
     AUParameter level;
     level.address = 7;
+    level.identifier = "level";
     level.displayName = "Level";
     level.groupName = "Output";
     level.maxValue = 4;
     level.unitName = "dB";
     AUParameter shape = level;
     shape.address = 8;
+    shape.identifier = "shape";
     shape.displayName = "Shape";
     shape.isEnumeration = true;
     shape.valueNames = {{0, "Sine"}, {4, "Saw"}};
@@ -101,6 +103,25 @@ TEST_F(Editors, ItsControlsAreMovedByCommands) {
   settle();
   EXPECT_EQ(shown().entries().size(), 1);
   EXPECT_EQ(shown().searchText(), QStringLiteral("sha"));
+}
+
+TEST_F(Editors, AControlWaitsForItsHardwareInItsOwnWindowOnly) {
+  toggle();
+  const QString id = shown().editorId();
+  EXPECT_EQ(shown().pendingControl(), -1);
+  model.plugins()->learn(id, 1);
+  settle();
+  EXPECT_EQ(shown().pendingControl(), -1) << "outside learn mode";
+  model.commands()->toggleLearn();
+  model.plugins()->learn(id, 1);
+  model.plugins()->learn(id, 99);
+  settle();
+  EXPECT_EQ(shown().pendingControl(), 1);
+  EXPECT_EQ(model.session()->learnLabel(), QStringLiteral("Move MIDI"));
+  engine->routeMIDI(0xB0, 20, 64);
+  settle();
+  EXPECT_EQ(shown().pendingControl(), -1);
+  EXPECT_EQ(song(0).pluginControlAssignments.size(), 1U);
 }
 
 TEST_F(Editors, AWindowThatIsClosedTakesNoCommand) {

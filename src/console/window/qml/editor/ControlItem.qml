@@ -6,7 +6,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
 
-RowLayout {
+Item {
     id: row
 
     required property ConsoleModel desk
@@ -17,6 +17,10 @@ RowLayout {
     required property string name
     required property int look
     required property real echo // of the plug-in
+    property bool isPending // waits for its hardware
+
+    // A meter is not for hardware to move.
+    readonly property bool isLearning: desk.session.isLearning && look !== ControlRows.Meter
 
     // The laws go with their list, before its items.
     readonly property bool isOn: (laws?.position(index, echo) ?? 0) > 0.5
@@ -39,92 +43,107 @@ RowLayout {
 
     objectName: "control" + control
     height: Theme.touch
-    spacing: Theme.gap
 
-    Text {
-        Layout.preferredWidth: row.width * 0.32
-        Layout.fillHeight: true
-        text: row.name
-        color: Theme.ink
-        font.pixelSize: Theme.bodyText
-        fontSizeMode: Text.Fit
-        minimumPixelSize: Theme.tinyText
-        wrapMode: Text.Wrap
-        elide: Text.ElideRight
-        verticalAlignment: Text.AlignVCenter
-        Accessible.ignored: true
-    }
+    RowLayout {
+        anchors.fill: parent
+        spacing: Theme.gap
+        enabled: !row.isLearning // neither pointer nor keys move it meanwhile
 
-    ControlSlider {
-        id: slider
+        Text {
+            Layout.preferredWidth: row.width * 0.32
+            Layout.fillHeight: true
+            text: row.name
+            color: Theme.ink
+            font.pixelSize: Theme.bodyText
+            fontSizeMode: Text.Fit
+            minimumPixelSize: Theme.tinyText
+            wrapMode: Text.Wrap
+            elide: Text.ElideRight
+            verticalAlignment: Text.AlignVCenter
+            Accessible.ignored: true
+        }
 
-        objectName: row.objectName + "Slider"
-        Layout.fillWidth: true
-        Layout.fillHeight: true
-        visible: row.look === ControlRows.Slider || row.look === ControlRows.Meter
-        isMeter: row.look === ControlRows.Meter
-        laws: row.laws
-        index: row.index
-        echo: row.echo
-        spokenName: row.name
-        valueText: row.valueText
-        hint: isMeter ? row.name : row.desk.hints.pluginControl
-        onMoved: value => row.set(value)
-        onReset: row.desk.plugins.reset(row.editorId, row.control)
-    }
+        ControlSlider {
+            id: slider
 
-    PushButton {
-        objectName: row.objectName + "Toggle"
-        Layout.preferredWidth: 90
-        Layout.fillHeight: true
-        visible: row.look === ControlRows.Toggle
-        text: row.isOn ? "\u25cf" : "\u25cb"
-        spokenName: row.name
-        hint: row.name
-        fill: row.isOn ? Theme.teal : Theme.raised
-        Accessible.checkable: true
-        Accessible.checked: row.isOn
-        onClicked: row.set(row.laws.valueAt(row.index, row.isOn ? 0 : 1))
-    }
+            objectName: row.objectName + "Slider"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: row.look === ControlRows.Slider || row.look === ControlRows.Meter
+            isMeter: row.look === ControlRows.Meter
+            laws: row.laws
+            index: row.index
+            echo: row.echo
+            spokenName: row.name
+            valueText: row.valueText
+            hint: isMeter ? row.name : row.desk.hints.pluginControl
+            onMoved: value => row.set(value)
+            onReset: row.desk.plugins.reset(row.editorId, row.control)
+        }
 
-    PushButton {
-        objectName: row.objectName + "Trigger"
-        Layout.preferredWidth: 90
-        Layout.fillHeight: true
-        visible: row.look === ControlRows.Trigger
-        text: "\u25b6"
-        spokenName: row.name
-        hint: row.name
-        onClicked: row.desk.plugins.trigger(row.editorId, row.control)
-    }
+        PushButton {
+            objectName: row.objectName + "Toggle"
+            Layout.preferredWidth: 90
+            Layout.fillHeight: true
+            visible: row.look === ControlRows.Toggle
+            text: row.isOn ? "\u25cf" : "\u25cb"
+            spokenName: row.name
+            hint: row.name
+            fill: row.isOn ? Theme.teal : Theme.raised
+            Accessible.checkable: true
+            Accessible.checked: row.isOn
+            onClicked: row.set(row.laws.valueAt(row.index, row.isOn ? 0 : 1))
+        }
 
-    Loader {
-        id: choice
+        PushButton {
+            objectName: row.objectName + "Trigger"
+            Layout.preferredWidth: 90
+            Layout.fillHeight: true
+            visible: row.look === ControlRows.Trigger
+            text: "\u25b6"
+            spokenName: row.name
+            hint: row.name
+            onClicked: row.desk.plugins.trigger(row.editorId, row.control)
+        }
 
-        Layout.fillWidth: true
-        Layout.fillHeight: true
-        visible: row.look === ControlRows.Choice
-        onLoaded: {
-            const picker = item as ControlChoice;
-            picker.echo = Qt.binding(() => row.laws?.choice(row.index, row.echo) ?? 0);
-            picker.chosen.connect(at => row.set(row.laws.choiceValue(row.index, at)));
+        Loader {
+            id: choice
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: row.look === ControlRows.Choice
+            onLoaded: {
+                const picker = item as ControlChoice;
+                picker.echo = Qt.binding(() => row.laws?.choice(row.index, row.echo) ?? 0);
+                picker.chosen.connect(at => row.set(row.laws.choiceValue(row.index, at)));
+            }
+        }
+
+        Item {
+            Layout.fillWidth: true
+            visible: row.look === ControlRows.Toggle || row.look === ControlRows.Trigger
+        }
+
+        ControlValue {
+            objectName: row.objectName + "Value"
+            Layout.preferredWidth: row.width * 0.2
+            Layout.fillHeight: true
+            visible: slider.visible
+            isReadOnly: slider.isMeter || !row.desk.session.mayTypeText
+            spokenName: row.name
+            valueText: row.valueText
+            hint: row.desk.hints.typedControl
+            onEntered: text => row.desk.plugins.enter(row.editorId, row.control, text)
         }
     }
 
-    Item {
-        Layout.fillWidth: true
-        visible: row.look === ControlRows.Toggle || row.look === ControlRows.Trigger
-    }
-
-    ControlValue {
-        objectName: row.objectName + "Value"
-        Layout.preferredWidth: row.width * 0.2
-        Layout.fillHeight: true
-        visible: slider.visible
-        isReadOnly: slider.isMeter || !row.desk.session.mayTypeText
+    ControlLearning {
+        objectName: row.objectName + "Learn"
+        anchors.fill: parent
+        visible: row.isLearning
+        isPending: row.isPending
         spokenName: row.name
-        valueText: row.valueText
-        hint: row.desk.hints.typedControl
-        onEntered: text => row.desk.plugins.enter(row.editorId, row.control, text)
+        hint: row.desk.hints.learnPluginControl
+        onClicked: row.desk.plugins.learn(row.editorId, row.control)
     }
 }

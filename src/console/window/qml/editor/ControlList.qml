@@ -36,6 +36,7 @@ ListView {
         editorId: list.entry.editorId
         laws: list.given
         echo: list.entry.values[control] ?? 0
+        isPending: list.entry.pendingControl === control
     }
 
     ScrollBar.vertical: ScrollBar {
