@@ -27,7 +27,8 @@ class PluginRow {
   bool operator==(const PluginRow&) const = default;
 };
 
-/// The rows of a view-model as a model for a list, which makes items for what is in sight alone. The window's thread.
+/// The rows of a view-model as a model for a list, which makes items for what is in sight alone. The first row under a
+/// heading shows it. The window's thread.
 class PluginRows : public QAbstractListModel {
   Q_OBJECT
   QML_ELEMENT
@@ -35,25 +36,40 @@ class PluginRows : public QAbstractListModel {
   Q_PROPERTY(int count READ count NOTIFY rowsChanged FINAL)
 
  public:
-  enum Role { sectionRole = Qt::UserRole, keyRole, nameRole, manufacturerRole, favouriteRole };
+  enum Role { headingRole = Qt::UserRole, keyRole, nameRole, manufacturerRole, favouriteRole };
 
   using QAbstractListModel::QAbstractListModel;
 
   [[nodiscard]] const QList<PluginRow>& rows() const { return rows_; }
+  /// Rows keep their items in the list, which get new values: to make the items again would take longer than a frame.
   void setRows(const QList<PluginRow>& rows) {
-    if (rows_ != rows) {
-      Q_EMIT rowsAboutToChange();
-      beginResetModel();
-      rows_ = rows;
-      endResetModel();
-      Q_EMIT rowsChanged();
+    if (rows_ == rows) {
+      return;
     }
+    Q_EMIT rowsAboutToChange();
+    const int before = count();
+    const int now = static_cast<int>(rows.size());
+    if (now < before) {
+      beginRemoveRows({}, now, before - 1);
+      rows_ = rows;
+      endRemoveRows();
+    } else if (now > before) {
+      beginInsertRows({}, before, now - 1);
+      rows_ = rows;
+      endInsertRows();
+    } else {
+      rows_ = rows;
+    }
+    if (const int common = std::min(before, now); common > 0) {
+      Q_EMIT dataChanged(index(0), index(common - 1));
+    }
+    Q_EMIT rowsChanged();
   }
 
   [[nodiscard]] int count() const { return static_cast<int>(rows_.size()); }
   [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : count(); }
   [[nodiscard]] QHash<int, QByteArray> roleNames() const override {
-    return {{sectionRole, "section"},
+    return {{headingRole, "heading"},
             {keyRole, "key"},
             {nameRole, "name"},
             {manufacturerRole, "manufacturer"},
@@ -65,8 +81,8 @@ class PluginRows : public QAbstractListModel {
     }
     const PluginRow& row = rows_[index.row()];
     switch (role) {
-      case sectionRole:
-        return row.section;
+      case headingRole:
+        return index.row() > 0 && rows_[index.row() - 1].section == row.section ? QString() : row.section;
       case keyRole:
         return row.key;
       case nameRole:

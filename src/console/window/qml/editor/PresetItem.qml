@@ -7,13 +7,10 @@ import Vrel.Console
 ItemDelegate { // a button would be one to assistive technology, whatever its role says
     id: row
 
-    required property int index
-    required property string key
     required property string name
     property string hint
     property bool isCurrent
 
-    objectName: "preset" + index
     padding: 0
     implicitHeight: Theme.touch
     focusPolicy: Qt.NoFocus

@@ -17,7 +17,7 @@ ColumnLayout {
     signal closed
 
     function takeKey(event: KeyEvent): void {
-        const page = Math.max(1, Math.floor(rows.height / Theme.touch) - 1);
+        const page = Math.max(1, Math.floor(presets.height / Theme.touch) - 1);
         const steps = {
             [Qt.Key_Up]: -1,
             [Qt.Key_Down]: 1,
@@ -58,11 +58,11 @@ ColumnLayout {
     }
 
     ListView {
-        id: rows
+        id: presets
 
-        readonly property PluginHeadings headings: PluginHeadings {}
         readonly property PluginRows given: PluginRows {
             rows: list.entry.presets
+            onRowsChanged: presets.follow()
         }
         readonly property string shownKey: list.entry.presetKey
 
@@ -83,32 +83,45 @@ ColumnLayout {
         model: given
         Keys.onPressed: event => list.takeKey(event)
         onShownKeyChanged: follow()
-        onCountChanged: follow()
 
         Accessible.role: Accessible.List
         Accessible.name: list.desk.texts.choosePreset
 
-        section.property: "section"
-        section.delegate: headings.heading
+        delegate: Column {
+            id: item
 
-        delegate: PresetItem {
-            width: rows.width - 14
-            isCurrent: ListView.isCurrentItem
-            hint: list.desk.texts.choosePreset
-            onClicked: list.desk.plugins.choosePreset(list.entry.editorId, key)
+            required property int index
+            required property string heading
+            required property string key
+            required property string name
+
+            width: presets.width - 14
+
+            PluginHeading {
+                width: item.width
+                text: item.heading
+            }
+            PresetItem {
+                width: item.width
+                objectName: "preset" + item.index
+                name: item.name
+                isCurrent: item.ListView.isCurrentItem
+                hint: list.desk.texts.choosePreset
+                onClicked: list.desk.plugins.choosePreset(list.entry.editorId, item.key)
+            }
         }
 
         ScrollBar.vertical: ScrollBar {
-            policy: rows.contentHeight > rows.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
+            policy: presets.contentHeight > presets.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
             width: 12
-            Accessible.name: rows.Accessible.name
+            Accessible.name: presets.Accessible.name
         }
     }
 
     NothingFound {
         Layout.fillWidth: true
         Layout.fillHeight: true
-        visible: rows.count === 0
+        visible: presets.count === 0
         desk: list.desk
         title: list.desk.texts.noPresets
     }

@@ -85,34 +85,49 @@ ListView {
         }
     }
 
-    readonly property PluginHeadings headings: PluginHeadings {}
-
     model: given
 
-    section.property: "section"
-    section.delegate: headings.heading
+    delegate: Column {
+        id: item
 
-    delegate: PluginRowItem {
+        required property int index
+        required property string heading
+        required property string key
+        required property string name
+        required property string manufacturer
+        required property bool isFavourite
+
         width: list.width - 14
-        objectName: list.rowName + index
-        hint: list.rowHint
-        isLoaded: key === list.loadedKey
-        isCurrent: ListView.isCurrentItem
-        isOffered: list.isOffered
-        canTry: list.canTry
-        isTried: key === list.triedKey
-        texts: list.desk.texts
-        onFavoured: {
-            list.currentIndex = index;
-            list.desk.commands.toggleFavourite(key);
+
+        PluginHeading {
+            width: item.width
+            text: item.heading
         }
-        onTried: {
-            list.currentIndex = index;
-            list.tryCurrent();
-        }
-        onClicked: {
-            list.currentIndex = index;
-            list.pickCurrent();
+        PluginRowItem {
+            width: item.width
+            objectName: list.rowName + item.index
+            name: item.name
+            manufacturer: item.manufacturer
+            isFavourite: item.isFavourite
+            hint: list.rowHint
+            isLoaded: item.key === list.loadedKey
+            isCurrent: item.ListView.isCurrentItem
+            isOffered: list.isOffered
+            canTry: list.canTry
+            isTried: item.key === list.triedKey
+            texts: list.desk.texts
+            onFavoured: {
+                list.currentIndex = item.index;
+                list.desk.commands.toggleFavourite(item.key);
+            }
+            onTried: {
+                list.currentIndex = item.index;
+                list.tryCurrent();
+            }
+            onClicked: {
+                list.currentIndex = item.index;
+                list.pickCurrent();
+            }
         }
     }
 

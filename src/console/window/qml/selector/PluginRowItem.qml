@@ -7,8 +7,6 @@ import Vrel.Console
 ItemDelegate { // a button would be one to assistive technology, whatever its role says
     id: row
 
-    required property int index
-    required property string key
     required property string name
     required property string manufacturer
     property string hint
