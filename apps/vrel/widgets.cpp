@@ -79,6 +79,9 @@ QStringList filtersFor(FileType type) {
   if (type == FileType::movie) {
     return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv"), QStringLiteral("*")};
   }
+  if (type == FileType::clip) {
+    return {QStringLiteral("*.mp4 *.mov *.m4v *.webm *.mkv *.png *.jpg *.jpeg *.webp"), QStringLiteral("*")};
+  }
   if (type == FileType::audio) {
     return {QStringLiteral("*.wav *.flac *.ogg *.oga *.opus *.mp3 *.aif *.aiff *.m4a *.aac *.caf *.w64"),
             QStringLiteral("*")};

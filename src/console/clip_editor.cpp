@@ -150,13 +150,17 @@ void ClipEditor::chooseFile(const Uuid& mapping) {
   if (!channelId.get()) {
     return;
   }
-  if (const auto chosen = desktop_.runModal(NSOpenPanel{.allowedType = FileType::movie})) {
+  if (const auto chosen = desktop_.runModal(NSOpenPanel{.allowedType = FileType::clip})) {
     change(mapping, [&chosen](VisualClipMapping& row) { row.filePath = chosen->string(); });
   }
 }
 
 void ClipEditor::setTriggerMode(const Uuid& mapping, VisualTriggerMode mode) {
   change(mapping, [mode](VisualClipMapping& row) { row.triggerMode = mode; });
+}
+
+void ClipEditor::setHoldsLastPicture(const Uuid& mapping, bool holds) {
+  change(mapping, [holds](VisualClipMapping& row) { row.holdsLastPicture = holds; });
 }
 
 void ClipEditor::toggleNotePicker(const Uuid& mapping) {
@@ -190,7 +194,7 @@ void ClipEditor::dropFiles(const std::vector<std::filesystem::path>& files) {
   auto all = mappings.get();
   std::optional<Uuid> last;
   for (const auto& file : files) {
-    const auto note = droppedFileKind(file) == DroppedFileKind::video ? freeNote(all) : std::nullopt;
+    const auto note = droppedFileKind(file) == DroppedFileKind::clip ? freeNote(all) : std::nullopt;
     if (note) {
       all.push_back({.note = *note, .filePath = file.string()});
       last = all.back().id;
@@ -227,10 +231,12 @@ const VisualClipMapping* ClipEditor::previewed() const {
 void ClipEditor::followPreview() {
   const auto* const shown = previewed();
   const std::string path = shown != nullptr ? shown->filePath : std::string();
-  if (path == previewPath_) {
+  const bool isHeld = shown != nullptr && shown->holdsLastPicture;
+  if (path == previewPath_ && isHeld == isPreviewHeld_) {
     return;
   }
   previewPath_ = path;
+  isPreviewHeld_ = isHeld;
   preview_ = nullptr;
   previewPicture.set(nullptr);
   if (videos_ != nullptr && shown != nullptr) {

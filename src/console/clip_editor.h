@@ -81,6 +81,8 @@ class ClipEditor {
   /// Asks for a file.
   void chooseFile(const Uuid& mapping);
   void setTriggerMode(const Uuid& mapping, VisualTriggerMode mode);
+  /// Whether the clip plays once and stays on its last picture, or loops.
+  void setHoldsLastPicture(const Uuid& mapping, bool holds);
 
   /// Opens the keyboard of a row, or closes it.
   void toggleNotePicker(const Uuid& mapping);
@@ -88,7 +90,7 @@ class ClipEditor {
   /// The row takes the next note that is played; another press ends that.
   void toggleLearn(const Uuid& mapping);
 
-  /// A row for each video among them, on the next free notes from middle C upwards, as far as there are any.
+  /// A row for each video or picture among them, on the next free notes from middle C upwards, as far as there are any.
   void dropFiles(const std::vector<std::filesystem::path>& files);
 
   /// Asks once for what a list shows of this file.
@@ -114,6 +116,7 @@ class ClipEditor {
   std::set<std::uint8_t> notes_;      // held at the last change
   std::set<std::string> askedFiles_;  // since it was opened
   std::string previewPath_;
+  bool isPreviewHeld_ = false;
   std::shared_ptr<VrelVisualClipPlayer> preview_;
   std::unique_ptr<RepeatingTimer> pictureTimer_;
   std::vector<std::shared_ptr<void>> connections_;

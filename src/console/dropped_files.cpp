@@ -21,8 +21,8 @@ namespace {
 
 constexpr std::array<std::string_view, 12> audioExtensions{".wav", ".flac", ".ogg", ".oga", ".opus", ".mp3",
                                                            ".aif", ".aiff", ".m4a", ".aac", ".caf",  ".w64"};
-constexpr std::array<std::string_view, 9> videoExtensions{".mp4", ".mov", ".m4v",  ".mkv", ".webm",
-                                                          ".avi", ".mpg", ".mpeg", ".ogv"};
+constexpr std::array<std::string_view, 13> clipExtensions{".mp4",  ".mov", ".m4v", ".mkv", ".webm", ".avi", ".mpg",
+                                                          ".mpeg", ".ogv", ".png", ".jpg", ".jpeg", ".webp"};
 constexpr std::uint8_t firstClipNote = 60;
 constexpr std::uint8_t highestClipNote = 127;
 
@@ -40,7 +40,7 @@ std::optional<ChannelConfig> sourceOf(const std::filesystem::path& file, const s
     source.playbackFilePath = file.string();
     return source;
   }
-  if (kind != DroppedFileKind::video) {
+  if (kind != DroppedFileKind::clip) {
     return std::nullopt;
   }
   std::uint8_t note = firstClipNote;
@@ -67,7 +67,7 @@ DroppedFileKind droppedFileKind(const std::filesystem::path& file) {
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   return extension == ".vrel"                  ? DroppedFileKind::setlist
          : isAmong(audioExtensions, extension) ? DroppedFileKind::audio
-         : isAmong(videoExtensions, extension) ? DroppedFileKind::video
+         : isAmong(clipExtensions, extension)  ? DroppedFileKind::clip
                                                : DroppedFileKind::other;
 }
 

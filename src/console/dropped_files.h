@@ -14,7 +14,7 @@ class ChannelOperations;
 class InstrumentSelector;
 class SetlistFiles;
 
-enum class DroppedFileKind { setlist, audio, video, other };
+enum class DroppedFileKind { setlist, audio, clip, other };
 
 /// By the extension alone, in any case.
 [[nodiscard]] DroppedFileKind droppedFileKind(const std::filesystem::path& file);
@@ -40,7 +40,7 @@ class DroppedFiles {
   /// Where no strip is.
   void dropOnWindow(const std::filesystem::path& file);
 
-  /// The strip plays the audio file, or shows the video on middle C; it keeps the clips that it has.
+  /// The strip plays the audio file, or shows the video or picture on middle C; it keeps the clips that it has.
   void dropOnStrip(const std::shared_ptr<AudioChannel>& channel, const std::filesystem::path& file);
 
   /// The same on a new strip behind the last one, named after the file.

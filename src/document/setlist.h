@@ -27,6 +27,7 @@ struct VisualClipMapping {
   std::uint8_t note = 60;
   std::string filePath{};
   VisualTriggerMode triggerMode = VisualTriggerMode::hold;
+  bool holdsLastPicture = false;  // plays once and stays on its last picture; otherwise it loops
 
   bool operator==(const VisualClipMapping&) const = default;
 };

@@ -247,6 +247,7 @@ class RecordReader {
     optional(value, place, "note", mapping.note);
     optional(value, place, "file_path", mapping.filePath);
     optional(value, place, "trigger_mode", mapping.triggerMode);
+    optional(value, place, "hold_last_picture", mapping.holdsLastPicture);
   }
 
   void members(json& value, const DocumentPlace& place, MidiControlAssignment& assignment) {

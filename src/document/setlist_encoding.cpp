@@ -82,11 +82,14 @@ ordered_json encode(const AudioPluginSlot& slot) {
 }
 
 ordered_json encode(const VisualClipMapping& mapping) {
-  return ObjectBuilder(3)
-      .add("note", mapping.note)
+  ObjectBuilder object(4);
+  object.add("note", mapping.note)
       .add("file_path", mapping.filePath)
-      .add("trigger_mode", storedText(mapping.triggerMode))
-      .build();
+      .add("trigger_mode", storedText(mapping.triggerMode));
+  if (mapping.holdsLastPicture) {
+    object.add("hold_last_picture", true);  // other readers pass over it
+  }
+  return object.build();
 }
 
 ordered_json encode(const MidiControlTarget& target) {

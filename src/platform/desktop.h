@@ -25,6 +25,7 @@ struct NSAlert {
 enum class FileType {
   setlist,  // extension "vrel", or any file where the system has no such type
   movie,
+  clip,  // a movie, or a picture that does not move
   audio,
 };
 

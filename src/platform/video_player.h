@@ -99,6 +99,10 @@ class AVQueuePlayer {
   virtual void setMuted(bool muted) = 0;
   virtual void setAutomaticallyWaitsToMinimizeStalling(bool waits) = 0;
 
+  /// `insertItem:afterItem:` of an empty queue: the item is played once. Its last picture stays with
+  /// `AVPlayerActionAtItemEnd::pause`.
+  virtual void insertItem(const std::shared_ptr<AVPlayerItem>& item) = 0;
+
   /// Exact when both tolerances are 0. Time 0 is the first picture, which a prepared clip has ready.
   virtual void seekToTime(double seconds, double toleranceBefore, double toleranceAfter) = 0;
   virtual void play() = 0;
@@ -123,7 +127,9 @@ class AVPlayerLooper {
 /// What a list shows of a clip.
 struct ClipSummary {
   bool isPlayable = false;
-  double seconds = 0;  // as its file says; 0 where that is unknown
+  bool isStill = false;     // a picture that does not move
+  bool isTooLarge = false;  // such a picture, with too many pixels or bytes to be shown
+  double seconds = 0;       // as its file says; 0 where that is unknown
   // Its first picture, small: RGBA, row by row from the top left. Empty for what cannot be played.
   std::size_t width = 0;
   std::size_t height = 0;

@@ -47,10 +47,16 @@ class SimulatedItem : public AVPlayerItem {
 class SimulatedQueuePlayer : public AVQueuePlayer {
  public:
   void setActionAtItemEnd(AVPlayerActionAtItemEnd action) override {
-    calls.emplace_back(action == AVPlayerActionAtItemEnd::none ? "at end none" : "at end other");
+    calls.emplace_back(action == AVPlayerActionAtItemEnd::none    ? "at end none"
+                       : action == AVPlayerActionAtItemEnd::pause ? "at end pause"
+                                                                  : "at end advance");
   }
   void setMuted(bool muted) override { calls.emplace_back(muted ? "muted" : "not muted"); }
   void setAutomaticallyWaitsToMinimizeStalling(bool waits) override { calls.emplace_back(waits ? "waits" : "no wait"); }
+  void insertItem(const std::shared_ptr<AVPlayerItem>& inserted) override {
+    calls.emplace_back("insert");
+    item = std::dynamic_pointer_cast<SimulatedItem>(inserted);
+  }
   void seekToTime(double seconds, double toleranceBefore, double toleranceAfter) override {
     std::ostringstream words;
     words << "seek " << seconds << " " << toleranceBefore << " " << toleranceAfter;
@@ -82,8 +88,14 @@ class SimulatedVideos : public VideoFactory {
   void summarise(const std::string& path, std::function<void(const ClipSummary&)> completion) override {
     summarised.push_back(path);
     const bool isPlayable = paths.count(path) > 0;
-    completion({isPlayable, isPlayable ? 2.5 : 0, isPlayable ? 1U : 0U, isPlayable ? 1U : 0U,
-                std::vector<std::uint8_t>(isPlayable ? 4 : 0, 255)});
+    ClipSummary summary;
+    summary.isPlayable = isPlayable;
+    summary.isStill = stills.count(path) > 0;
+    summary.seconds = isPlayable && !summary.isStill ? 2.5 : 0;
+    summary.width = isPlayable ? 1 : 0;
+    summary.height = summary.width;
+    summary.pixels.assign(isPlayable ? 4 : 0, 255);
+    completion(summary);
   }
   std::shared_ptr<AVURLAsset> makeAsset(const std::string& path) override {
     lastAsset = std::make_shared<SimulatedAsset>(path, pendingLoads);
@@ -132,6 +144,7 @@ class SimulatedVideos : public VideoFactory {
   std::set<std::string> paths;
   std::set<std::string> silentPaths;  // in a folder that does not answer
   std::vector<Search> searches;
+  std::set<std::string> stills;  // those of the paths that are pictures
   std::vector<std::string> summarised;
   std::vector<AVURLAsset::Completion> pendingLoads;
   std::shared_ptr<SimulatedAsset> lastAsset;

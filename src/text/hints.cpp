@@ -3,15 +3,12 @@
 
 #include <array>
 
+#include "text/hint_row.h"
+
 namespace vrel {
 namespace {
 
-struct HintRow {
-  Hint hint;
-  std::array<std::string_view, allLanguages.size()> texts;  // in the order of the languages
-};
-
-constexpr std::array<HintRow, hintCount> hints{{
+constexpr std::array<HintRow, controlHintCount> controlHints{{
     {Hint::playKeys,
      {"Drag over the keys, or use the arrows and Return, to play",
       "Arrastra sobre las teclas, o usa las flechas e Intro, para tocar",
@@ -202,11 +199,11 @@ constexpr std::array<HintRow, hintCount> hints{{
      {"Set up clips and their notes", "Ajustar clips y sus notas", "Régler les clips et leurs notes",
       "Imposta i clip e le loro note", "Clips und ihre Noten einstellen"}},
     {Hint::addClip,
-     {"Add a clip on C4; dropped videos take rising notes",
-      "Añadir un clip en C4; los vídeos soltados toman notas crecientes",
-      "Ajouter un clip sur C4 ; les vidéos déposées montent les notes",
-      "Aggiungi un clip su C4; i video rilasciati salgono di nota",
-      "Clip auf C4 hinzufügen; abgelegte Videos nehmen steigende Noten"}},
+     {"Add a clip on C4; dropped videos and pictures take rising notes",
+      "Añadir un clip en C4; los vídeos e imágenes soltados toman notas crecientes",
+      "Ajouter un clip sur C4 ; les vidéos et images déposées montent les notes",
+      "Aggiungi un clip su C4; i video e le immagini rilasciati salgono di nota",
+      "Clip auf C4 hinzufügen; abgelegte Videos und Bilder nehmen steigende Noten"}},
     {Hint::clipNote,
      {"Choose the note; up and down move it", "Elegir la nota; arriba y abajo la mueven",
       "Choisir la note ; haut et bas la déplacent", "Scegli la nota; su e giù la spostano",
@@ -219,9 +216,22 @@ constexpr std::array<HintRow, hintCount> hints{{
       "Tant que la note est tenue, ou d'une note à l'autre", "Finché la nota è tenuta, o da nota a nota",
       "Solange die Note gehalten wird, oder von Note zu Note"}},
     {Hint::clipDelete, {"Delete the clip", "Eliminar el clip", "Supprimer le clip", "Elimina il clip", "Clip löschen"}},
+    {Hint::clipOnce,
+     {"Play once and hold the last picture", "Reproducir una vez y mantener la última imagen",
+      "Jouer une fois et garder la dernière image", "Riproduci una volta e tieni l'ultima immagine",
+      "Einmal abspielen und das letzte Bild halten"}},
+    {Hint::clipStill, {"Still picture", "Imagen fija", "Image fixe", "Immagine fissa", "Standbild"}},
+    {Hint::clipStillStays,
+     {"A still picture stays until its note ends it", "Una imagen fija se queda hasta que su nota la termina",
+      "Une image fixe reste jusqu'à ce que sa note la termine", "Un'immagine fissa resta finché la sua nota la termina",
+      "Ein Standbild bleibt, bis seine Note es beendet"}},
     {Hint::clipUnplayable,
      {"This file cannot be played", "Este archivo no se puede reproducir", "Ce fichier ne peut pas être lu",
       "Questo file non si può riprodurre", "Diese Datei kann nicht gespielt werden"}},
+    {Hint::clipTooLarge,
+     {"Too large: at most 64 megapixels and 128 MB", "Demasiado grande: máximo 64 megapíxeles y 128 MB",
+      "Trop grande : 64 mégapixels et 128 Mo au plus", "Troppo grande: al massimo 64 megapixel e 128 MB",
+      "Zu groß: höchstens 64 Megapixel und 128 MB"}},
     {Hint::clipDark,
      {"There is no picture", "No hay imagen", "Il n'y a pas d'image", "Nessuna immagine", "Kein Bild vorhanden"}},
     {Hint::rack,
@@ -363,135 +373,15 @@ constexpr std::array<HintRow, hintCount> hints{{
      {"Tab moves to this answer, Return gives it", "Tab lleva a esta respuesta, Intro la da",
       "Tab mène à cette réponse, Entrée la donne", "Tab porta a questa risposta, Invio la dà",
       "Tab führt zu dieser Antwort, Eingabe gibt sie"}},
-    {Hint::undo,
-     {"Take back the last edit", "Deshacer el último cambio", "Annuler la dernière modification",
-      "Annulla l'ultima modifica", "Letzte Änderung zurücknehmen"}},
-    {Hint::nothingToUndo,
-     {"Nothing has been edited", "No se ha cambiado nada", "Rien n'a été modifié", "Nulla è stato modificato",
-      "Nichts wurde geändert"}},
-    {Hint::redo,
-     {"Make the edit again that was taken back", "Repetir el cambio deshecho", "Refaire la modification annulée",
-      "Ripeti la modifica annullata", "Zurückgenommene Änderung wiederholen"}},
-    {Hint::nothingToRedo,
-     {"Nothing has been taken back", "No se ha deshecho nada", "Rien n'a été annulé", "Nulla è stato annullato",
-      "Nichts wurde zurückgenommen"}},
-    {Hint::quit,
-     {"End the program", "Terminar el programa", "Terminer le programme", "Termina il programma", "Programm beenden"}},
-    {Hint::newSetlist,
-     {"Begin an empty setlist", "Empezar un setlist vacío", "Commencer une liste vide", "Comincia una scaletta vuota",
-      "Leere Setliste beginnen"}},
-    {Hint::openSetlist,
-     {"Choose a setlist to open", "Elegir un setlist para abrir", "Choisir une liste à ouvrir",
-      "Scegli una scaletta da aprire", "Setliste zum Öffnen wählen"}},
-    {Hint::openRecentSetlist,
-     {"Open this setlist", "Abrir este setlist", "Ouvrir cette liste", "Apri questa scaletta",
-      "Diese Setliste öffnen"}},
-    {Hint::clearRecentSetlists,
-     {"Forget the setlists that were opened; the files stay", "Olvidar los setlists abiertos; los archivos quedan",
-      "Oublier les listes ouvertes ; les fichiers restent", "Dimentica le scalette aperte; i file restano",
-      "Geöffnete Setlisten vergessen; die Dateien bleiben"}},
-    {Hint::saveSetlist,
-     {"Save the setlist to its file", "Guardar el setlist en su archivo", "Enregistrer la liste dans son fichier",
-      "Salva la scaletta nel suo file", "Setliste in ihrer Datei speichern"}},
-    {Hint::saveSetlistAs,
-     {"Save the setlist to another file", "Guardar el setlist en otro archivo",
-      "Enregistrer la liste dans un autre fichier", "Salva la scaletta in un altro file",
-      "Setliste in einer anderen Datei speichern"}},
-    {Hint::editMode,
-     {"Everything can be changed", "Todo se puede cambiar", "Tout peut être modifié", "Tutto si può cambiare",
-      "Alles lässt sich ändern"}},
-    {Hint::stageMode,
-     {"For the stage: large controls, nothing lost by mistake",
-      "Para el escenario: controles grandes, nada se pierde por error",
-      "Pour la scène : grandes commandes, rien ne se perd par erreur",
-      "Per il palco: controlli grandi, nulla si perde per errore",
-      "Für die Bühne: große Regler, nichts geht aus Versehen verloren"}},
-    {Hint::clearLearned,
-     {"Untie all controls from the hardware", "Desasociar todos los controles del hardware",
-      "Dissocier toutes les commandes du matériel", "Separa tutti i controlli dall'hardware",
-      "Alle Regler von der Hardware lösen"}},
-    {Hint::nothingIsLearned,
-     {"No control is tied to the hardware", "Ningún control está asociado al hardware",
-      "Aucune commande n'est associée au matériel", "Nessun controllo è associato all'hardware",
-      "Kein Regler ist mit der Hardware verbunden"}},
-    {Hint::learnedControls,
-     {"Show which controls are tied to which hardware", "Mostrar qué controles están asociados a qué hardware",
-      "Montrer quelles commandes sont associées à quel matériel",
-      "Mostra quali controlli sono associati a quale hardware",
-      "Zeigen, welche Regler mit welcher Hardware verbunden sind"}},
-    {Hint::blendMode,
-     {"How clips are laid over each other", "Cómo se superponen los clips", "Comment les clips se superposent",
-      "Come si sovrappongono i clip", "Wie Clips übereinander gelegt werden"}},
-    {Hint::chooseBackground,
-     {"Choose the video behind all clips", "Elegir el vídeo detrás de los clips", "Choisir la vidéo derrière les clips",
-      "Scegli il video dietro ai clip", "Video hinter allen Clips wählen"}},
-    {Hint::clearBackground,
-     {"Show no video behind the clips", "No mostrar vídeo detrás de los clips",
-      "Ne montrer aucune vidéo derrière les clips", "Nessun video dietro ai clip",
-      "Kein Video hinter den Clips zeigen"}},
-    {Hint::openProjection,
-     {"Show the clips on this display", "Mostrar los clips en esta pantalla", "Montrer les clips sur cet écran",
-      "Mostra i clip su questo schermo", "Clips auf diesem Bildschirm zeigen"}},
-    {Hint::toggleFullscreen,
-     {"Let the projection fill its display, or not", "Proyección a pantalla completa, o no",
-      "Projection en plein écran, ou non", "Proiezione a schermo intero, o no",
-      "Projektion bildschirmfüllend, oder nicht"}},
-    {Hint::closeProjection,
-     {"Close the window of the projection", "Cerrar la ventana de proyección", "Fermer la fenêtre de projection",
-      "Chiudi la finestra di proiezione", "Fenster der Projektion schließen"}},
-    {Hint::blackout,
-     {"Make the projection black, and show it again", "Poner la proyección en negro, y volver a mostrarla",
-      "Mettre la projection au noir, puis la montrer à nouveau", "Oscura la proiezione, poi la mostra di nuovo",
-      "Projektion schwarz machen und wieder zeigen"}},
-    {Hint::testPicture,
-     {"Show the name and the size of the display there", "Mostrar allí el nombre y el tamaño de la pantalla",
-      "Y montrer le nom et la taille de l'écran", "Mostra lì il nome e le dimensioni dello schermo",
-      "Dort Name und Größe des Bildschirms zeigen"}},
-    {Hint::bufferSize,
-     {"Smaller answers sooner, larger drops out less", "Menor responde antes, mayor se corta menos",
-      "Plus petit répond plus vite, plus grand décroche moins", "Minore risponde prima, maggiore perde meno",
-      "Kleiner spricht schneller an, größer setzt seltener aus"}},
-    {Hint::systemOutput,
-     {"Play on the device that the system chooses", "Tocar por el dispositivo que elige el sistema",
-      "Jouer sur le périphérique choisi par le système", "Suona sul dispositivo scelto dal sistema",
-      "Auf dem Gerät spielen, das das System wählt"}},
-    {Hint::output,
-     {"Play on this device", "Tocar por este dispositivo", "Jouer sur ce périphérique", "Suona su questo dispositivo",
-      "Auf diesem Gerät spielen"}},
-    {Hint::help,
-     {"How the console is used", "Cómo se usa la consola", "Comment utiliser la console", "Come si usa la console",
-      "Wie die Konsole bedient wird"}},
-    {Hint::liveKeys,
-     {"What the computer's keys do on stage", "Qué hacen las teclas del ordenador en el escenario",
-      "Ce que font les touches de l'ordinateur sur scène", "Che cosa fanno i tasti del computer sul palco",
-      "Was die Tasten des Rechners auf der Bühne tun"}},
-    {Hint::stateFolder,
-     {"Show what the program has logged, and the kept versions of setlists",
-      "Ver lo que el programa ha registrado y las versiones guardadas de los setlists",
-      "Voir ce que le programme a noté et les versions gardées des setlists",
-      "Mostra che cosa ha registrato il programma e le versioni conservate delle scalette",
-      "Zeigen, was das Programm protokolliert hat, und die aufbewahrten Fassungen der Setlisten"}},
 }};
-
-constexpr bool isWhole() {
-  for (std::size_t index = 0; index < hints.size(); ++index) {
-    if (hints[index].hint != static_cast<Hint>(index)) {
-      return false;
-    }
-    for (const auto& text : hints[index].texts) {
-      if (text.empty()) {
-        return false;
-      }
-    }
-  }
-  return true;
-}
-static_assert(isWhole(), "every hint has five texts, in the order of the enumeration");
+static_assert(areWholeFrom(0, controlHints), "every hint has five texts, in the order of the enumeration");
 
 }  // namespace
 
 std::string_view hintText(Hint hint, Language language) {
-  return hints.at(static_cast<std::size_t>(hint)).texts.at(static_cast<std::size_t>(language));
+  const auto index = static_cast<std::size_t>(hint);
+  const HintRow& row = index < controlHintCount ? controlHints.at(index) : menuHint(index - controlHintCount);
+  return row.texts.at(static_cast<std::size_t>(language));
 }
 
 }  // namespace vrel

@@ -21,10 +21,15 @@ std::shared_ptr<VrelVisualClipPlayer> VrelVisualClipPlayer::make(const VisualCli
   }
   const auto item = factory.makePlayerItem(factory.makeAsset(mapping.filePath));
   auto player = factory.makeQueuePlayer();
-  player->setActionAtItemEnd(AVPlayerActionAtItemEnd::none);
+  player->setActionAtItemEnd(mapping.holdsLastPicture ? AVPlayerActionAtItemEnd::pause : AVPlayerActionAtItemEnd::none);
   player->setMuted(true);
   player->setAutomaticallyWaitsToMinimizeStalling(false);
-  auto looper = factory.makePlayerLooper(player, item);
+  std::shared_ptr<AVPlayerLooper> looper;
+  if (mapping.holdsLastPicture) {
+    player->insertItem(item);
+  } else {
+    looper = factory.makePlayerLooper(player, item);
+  }
   return std::shared_ptr<VrelVisualClipPlayer>(
       new VrelVisualClipPlayer(mapping, factory, mainQueue, std::move(player), std::move(looper)));
 }

@@ -17,8 +17,8 @@ class AVQueuePlayer;
 class MainQueue;
 class VideoFactory;
 
-/// One clip file of one note of one channel, looping and silent. It knows no view: views follow `opacity`, animate
-/// it themselves, and draw what `player` has to show.
+/// One clip file of one note of one channel, silent; it loops, or plays once and stays on its last picture. It knows no
+/// view: views follow `opacity`, animate it themselves, and draw what `player` has to show.
 ///
 /// Threads: made on any, used on the main one. Only the `id` distinguishes players.
 class VrelVisualClipPlayer : public std::enable_shared_from_this<VrelVisualClipPlayer> {
@@ -35,7 +35,7 @@ class VrelVisualClipPlayer : public std::enable_shared_from_this<VrelVisualClipP
   const std::uint8_t note;
   const std::string filePath;
   const std::shared_ptr<AVQueuePlayer> player;
-  const std::shared_ptr<AVPlayerLooper> looper;  // held, or the clip would not loop
+  const std::shared_ptr<AVPlayerLooper> looper;  // held, or the clip would not loop; null for one that plays once
 
   Observable<double> opacity{0.0};  // 0 or 1
   Observable<bool> isVisible{false};

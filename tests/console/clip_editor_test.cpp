@@ -200,7 +200,7 @@ TEST_F(Clips, TheFileOfARowIsAskedForAndACancelledPanelChangesNothing) {
   editor().chooseFile(row(0).id);
   EXPECT_EQ(row(0).filePath, "/sea.mp4");
   ASSERT_EQ(desktop.openPanels.size(), 1U);
-  EXPECT_EQ(desktop.openPanels[0].allowedType, FileType::movie);
+  EXPECT_EQ(desktop.openPanels[0].allowedType, FileType::clip);
   desktop.openPanelAnswers = {"/sky.mov"};
   editor().chooseFile(row(0).id);
   EXPECT_EQ(row(0).filePath, "/sky.mov");
@@ -213,6 +213,31 @@ TEST_F(Clips, ARowThatGoesWhileItsFileIsAskedForTakesNone) {
   editor().chooseFile(row(0).id);
   run();
   EXPECT_EQ(editor().channel(), nullptr);
+}
+
+TEST_F(Clips, ARowThatHoldsItsLastPictureIsPreviewedAndAppliedSo) {
+  editor().open(strip(0));
+  const int before = videos.playersMade;
+  editor().setHoldsLastPicture(row(0).id, true);
+  EXPECT_TRUE(row(0).holdsLastPicture);
+  EXPECT_EQ(videos.playersMade, before + 1) << "the preview plays it so";
+  EXPECT_FALSE(strip(0).visualClipMappings.get()[0].holdsLastPicture) << "before it is applied";
+  editor().apply();
+  run();
+  EXPECT_TRUE(strip(0).visualClipMappings.get()[0].holdsLastPicture);
+  EXPECT_EQ(engine->visualEngine().playersByChannelAndNote().begin()->second->looper, nullptr);
+  editor().open(strip(0));
+  editor().setHoldsLastPicture(row(0).id, false);
+  editor().apply();
+  run();
+  EXPECT_NE(engine->visualEngine().playersByChannelAndNote().begin()->second->looper, nullptr);
+}
+
+TEST_F(Clips, DroppedPicturesGetRowsAsVideosDo) {
+  editor().open(strip(0));
+  editor().dropFiles({"/logo.PNG", "/notes.txt", "/wood.jpeg", "/sky.webp"});
+  EXPECT_EQ(editor().mappings.get().size(), 4U);
+  EXPECT_EQ(row(1).filePath, "/logo.PNG");
 }
 
 TEST_F(Clips, LearnTakesTheNextNoteAndNoOther) {

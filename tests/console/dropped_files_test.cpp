@@ -32,7 +32,9 @@ class Drops : public window::ConsoleStage {
 TEST_F(Drops, KindsAreKnownByTheirExtensionInAnyCase) {
   EXPECT_EQ(droppedFileKind("/a/gig.vrel"), DroppedFileKind::setlist);
   EXPECT_EQ(droppedFileKind("/a/Click.WAV"), DroppedFileKind::audio);
-  EXPECT_EQ(droppedFileKind("/a/sea.Mp4"), DroppedFileKind::video);
+  for (const auto* clip : {"/a/sea.Mp4", "/a/logo.png", "/a/wood.JPG", "/a/wood.jpeg", "/a/sky.WebP"}) {
+    EXPECT_EQ(droppedFileKind(clip), DroppedFileKind::clip) << clip;
+  }
   for (const auto* other : {"/a/notes.txt", "/a/wav", "/a/.vrel", ""}) {
     EXPECT_EQ(droppedFileKind(other), DroppedFileKind::other) << other;
   }

@@ -171,7 +171,8 @@ TEST(SetlistDecoding, NullCountsAsMissingForEveryKeyWithADefault) {
         "send_sustain": null, "send_expression": null, "sustain_controls_rotor": null, "playback_file_path": null,
         "playback_loop": null, "playback_start_time": null, "playback_end_time": null, "playback_stop_mode": null,
         "effect_slots": [{"plugin_path": null, "plugin_name": null, "manufacturer_name": null, "state_base64": null}],
-        "visual_clip_mappings": [{"note": null, "file_path": null, "trigger_mode": null}]},
+        "visual_clip_mappings": [{"note": null, "file_path": null, "trigger_mode": null,
+                                   "hold_last_picture": null}]},
        {"effect_slots": null, "visual_clip_mappings": null}]},
     {"channels": null, "midi_control_assignments": null}]})";
   SetlistFile wanted;

@@ -125,6 +125,24 @@ TEST(SetlistEncoding, EveryKeyIsWrittenThoughItEqualsTheDefault) {
   EXPECT_EQ(keysOf(assignment["binding"]), (std::set<std::string>{"statusType", "midiChannel", "number"}));
 }
 
+TEST(SetlistEncoding, AClipSaysThatItHoldsItsLastPictureOnlyWhenItDoes) {
+  SetlistFile setlist;
+  setlist.songs.resize(1);
+  setlist.songs[0].channels.resize(1);
+  auto& clips = setlist.songs[0].channels[0].visualClipMappings;
+  clips.resize(2);
+  clips[1].holdsLastPicture = true;
+  const auto text = encodeSetlist(setlist).value();
+  const json written = json::parse(text)["songs"][0]["channels"][0]["visual_clip_mappings"];
+  EXPECT_EQ(keysOf(written[0]), (std::set<std::string>{"note", "file_path", "trigger_mode"}));
+  EXPECT_EQ(written[1]["hold_last_picture"], true);
+  const auto read = decodeSetlist(text);
+  ASSERT_TRUE(read.ok());
+  const auto& back = read.value().songs[0].channels[0].visualClipMappings;
+  EXPECT_FALSE(back[0].holdsLastPicture);
+  EXPECT_TRUE(back[1].holdsLastPicture);
+}
+
 TEST(SetlistEncoding, AnAbsentStateIsLeftOutAndNeverNullOrEmpty) {
   const auto read = decodeSetlist(R"({"songs": [{"channels": [{"effect_slots": [{"state_base64": null}]}],
                                       "master_effect_slots": [{"plugin_name": "x"}]}]})");

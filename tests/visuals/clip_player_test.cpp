@@ -36,6 +36,18 @@ TEST_F(ClipPlayer, IsConfiguredInOrderThenLooped) {
   EXPECT_NE(player->id, make("/a.mov")->id);
 }
 
+TEST_F(ClipPlayer, ThatHoldsItsLastPicturePlaysOnceAndPausesAtTheEnd) {
+  auto mapping = clip(60, "/a.mov");
+  mapping.holdsLastPicture = true;
+  const auto player = VrelVisualClipPlayer::make(mapping, videos, mainQueue);
+  EXPECT_THAT(queuePlayerOf(*player).calls, ElementsAre("at end pause", "muted", "no wait", "insert"));
+  EXPECT_EQ(player->looper, nullptr);
+  player->prepare(nullptr);
+  videos.finishLoads();
+  mainQueue.runAll();
+  EXPECT_EQ(queuePlayerOf(*player).item->forwardBuffer, 0.1);
+}
+
 TEST_F(ClipPlayer, WarmUpReadsASecondAssetAndThenBuffersATenthOfASecond) {
   const auto player = make("/a.mov");
   const auto templateAsset = videos.lastAsset;

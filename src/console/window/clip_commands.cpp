@@ -63,6 +63,10 @@ void ClipCommands::setToggles(const QString& mappingId, bool toggles) {
   });
 }
 
+void ClipCommands::setHoldsLastPicture(const QString& mappingId, bool holds) {
+  withRow(mappingId, [holds](ClipEditor& editor, const Uuid& row) { editor.setHoldsLastPicture(row, holds); });
+}
+
 void ClipCommands::toggleNotePicker(const QString& mappingId) {
   withRow(mappingId, [](ClipEditor& editor, const Uuid& row) { editor.toggleNotePicker(row); });
 }

@@ -35,6 +35,7 @@ class ClipCommands : public QObject {
   Q_INVOKABLE void select(const QString& mappingId);
   Q_INVOKABLE void chooseFile(const QString& mappingId);
   Q_INVOKABLE void setToggles(const QString& mappingId, bool toggles);
+  Q_INVOKABLE void setHoldsLastPicture(const QString& mappingId, bool holds);
   Q_INVOKABLE void toggleNotePicker(const QString& mappingId);
   Q_INVOKABLE void setNote(const QString& mappingId, int note);
   Q_INVOKABLE void toggleLearn(const QString& mappingId);

@@ -36,6 +36,7 @@ ClipRow rowOf(const VisualClipMapping& mapping) {
   row.fileName = QString::fromStdString(std::filesystem::path(mapping.filePath).filename().string());
   row.filePath = QString::fromStdString(mapping.filePath);
   row.toggles = mapping.triggerMode == VisualTriggerMode::toggle;
+  row.holdsLastPicture = mapping.holdsLastPicture;
   return row;
 }
 
@@ -91,6 +92,8 @@ void ClipMirror::showRows() {
     const auto summary = editor.summaries.get().find(mapping.filePath);
     if (summary != editor.summaries.get().end()) {
       row.isUnplayable = !summary->second.isPlayable;
+      row.isStill = summary->second.isStill;
+      row.isTooLarge = summary->second.isTooLarge;
       row.lengthText =
           summary->second.seconds > 0 ? QString::fromStdString(trackTimeText(summary->second.seconds)) : QString();
       row.poster.image = posterOf(summary->second);

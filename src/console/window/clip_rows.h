@@ -22,9 +22,12 @@ class ClipRow {
   Q_PROPERTY(QString fileName MEMBER fileName FINAL)
   Q_PROPERTY(QString filePath MEMBER filePath FINAL)
   Q_PROPERTY(bool toggles MEMBER toggles FINAL)
+  Q_PROPERTY(bool holdsLastPicture MEMBER holdsLastPicture FINAL)
   Q_PROPERTY(bool isShown MEMBER isShown FINAL)
   Q_PROPERTY(bool isLearning MEMBER isLearning FINAL)
   Q_PROPERTY(bool isUnplayable MEMBER isUnplayable FINAL)
+  Q_PROPERTY(bool isStill MEMBER isStill FINAL)
+  Q_PROPERTY(bool isTooLarge MEMBER isTooLarge FINAL)
   Q_PROPERTY(QString lengthText MEMBER lengthText FINAL)
   Q_PROPERTY(vrel::window::ClipFrame poster MEMBER poster FINAL)
 
@@ -35,9 +38,12 @@ class ClipRow {
   QString fileName;  // empty for none
   QString filePath;
   bool toggles = false;
+  bool holdsLastPicture = false;
   bool isShown = false;       // in the preview
   bool isLearning = false;    // takes the next note that is played
   bool isUnplayable = false;  // its file was looked into
+  bool isStill = false;       // a picture that does not move
+  bool isTooLarge = false;    // such a one, beyond what is shown
   QString lengthText;         // empty where it is unknown
   ClipFrame poster;
 

@@ -15,6 +15,7 @@ extern "C" {
 #include <utility>
 
 #include "system/media/ffmpeg_handles.h"
+#include "system/media/still_file.h"
 
 namespace vrel::system {
 namespace {
@@ -58,6 +59,7 @@ int isInterrupted(void* isOver) {
 }  // namespace
 
 struct ClipDecoder::Parts {
+  std::optional<StillFile> still;  // then none of the movie's parts
   FFmpegContainer container;
   FFmpegCodec codec;  // null while suspended
   FFmpegPacket packet{av_packet_alloc()};
@@ -142,6 +144,10 @@ Result<std::unique_ptr<ClipDecoder>> ClipDecoder::open(const std::string& path, 
   }
   auto parts = std::make_unique<Parts>();
   parts->isOver = isOver;
+  parts->still = StillFile::open(path);
+  if (parts->still) {
+    return std::unique_ptr<ClipDecoder>(new ClipDecoder(std::move(parts)));
+  }
   if (!parts->openStream(path)) {
     return Error{path + " has no video in a known format"};
   }
@@ -175,7 +181,15 @@ void ClipDecoder::suspend() {
 }
 
 bool ClipDecoder::isAwake() const {
-  return parts_->codec != nullptr;
+  return parts_->codec != nullptr || parts_->still;
+}
+
+bool ClipDecoder::isStill() const {
+  return parts_->still.has_value();
+}
+
+bool ClipDecoder::isTooLarge() const {
+  return parts_->still && parts_->still->isTooLarge();
 }
 
 bool ClipDecoder::rewind() {
@@ -183,6 +197,9 @@ bool ClipDecoder::rewind() {
   parts_->isDrained = false;
   parts_->lastSeconds = 0;
   parts_->lastEnd = 0;
+  if (parts_->still) {
+    return true;
+  }
   if (parts_->codec != nullptr) {
     avcodec_flush_buffers(parts_->codec.get());
   }
@@ -193,7 +210,7 @@ bool ClipDecoder::rewind() {
 }
 
 double ClipDecoder::statedSeconds() const {
-  const std::int64_t duration = parts_->container->duration;
+  const std::int64_t duration = parts_->still ? 0 : parts_->container->duration;
   return duration > 0 ? static_cast<double>(duration) / AV_TIME_BASE : 0;
 }
 
@@ -202,6 +219,11 @@ double ClipDecoder::passSeconds() const {
 }
 
 ClipPicturePointer ClipDecoder::next() {
+  if (parts_->still) {
+    auto picture = std::exchange(parts_->isDrained, true) ? nullptr : parts_->still->decode();
+    parts_->lastEnd = picture != nullptr ? picture->endSeconds() : parts_->lastEnd;
+    return picture;
+  }
   while (parts_->codec != nullptr) {
     if (auto picture = take()) {
       return picture;

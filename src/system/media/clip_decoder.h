@@ -10,10 +10,10 @@
 
 namespace vrel::system {
 
-/// The pictures of a movie file, one after the other, each with its time from the first.
+/// The pictures of a movie file, one after the other, each with its time from the first; or the one of a still.
 ///
 /// Times and length come from the pictures themselves, not from the header. Audio is not read. Damage only ends a pass
-/// early. The file stays open, so it may be renamed or removed meanwhile. One thread at a time.
+/// early. The file stays open or is in memory, so it may be renamed or removed meanwhile. One thread at a time.
 class ClipDecoder {
  public:
   /// Opens a regular file; anything else fails at once. `isOver`, which may be null and must outlive the decoder,
@@ -32,6 +32,10 @@ class ClipDecoder {
 
   /// The length that the file's header states, which nothing is timed by: seconds; 0 where it states none.
   [[nodiscard]] double statedSeconds() const;
+
+  /// A still picture, which is opened also when it is too large: then it has no picture.
+  [[nodiscard]] bool isStill() const;
+  [[nodiscard]] bool isTooLarge() const;
 
   /// The next picture will be the first one. False when the file cannot be read from its start again.
   bool rewind();

@@ -56,6 +56,8 @@ void shrink(const VideoPicture& picture, const std::vector<std::uint8_t>& pixels
 ClipSummary summaryOf(const std::string& path, const std::atomic<bool>& isOver) {
   ClipSummary summary;
   const auto opened = ClipDecoder::open(path, &isOver);
+  summary.isStill = opened && opened.value()->isStill();
+  summary.isTooLarge = opened && opened.value()->isTooLarge();
   const auto picture = opened ? opened.value()->next() : nullptr;
   if (picture == nullptr || picture->width() == 0 || picture->height() == 0) {
     return summary;
@@ -121,6 +123,10 @@ class Player final : public AVQueuePlayer {
   void setMuted(bool /*muted*/) override {}
   void setAutomaticallyWaitsToMinimizeStalling(bool /*waits*/) override {}
 
+  void insertItem(const std::shared_ptr<AVPlayerItem>& item) override {
+    take(dynamic_cast<Item&>(*item).asset);
+    item_->stream->setLooping(false);
+  }
   // Clips are played from the first picture only.
   void seekToTime(double /*seconds*/, double /*toleranceBefore*/, double /*toleranceAfter*/) override {
     if (item_ != nullptr) {

@@ -97,25 +97,31 @@ ClipFrameConverter::~ClipFrameConverter() {
   sws_freeContext(scaler_);
 }
 
-AVFrame* ClipFrameConverter::convert(AVFrame* frame) {
+AVFrame* ClipFrameConverter::convert(AVFrame* frame, int longestSide) {
   const auto format = static_cast<AVPixelFormat>(frame->format);
   const AVPixelFormat kept = keptFormat(format);
   const bool isUpsideDown =
       std::any_of(std::begin(frame->linesize), std::end(frame->linesize), [](int bytes) { return bytes < 0; });
-  if (kept == format && !isUpsideDown) {
+  const int longest = std::max(frame->width, frame->height);
+  const bool isTooLong = longest > longestSide;
+  if (kept == format && !isUpsideDown && !isTooLong) {
     return frame;
   }
+  const auto shortened = [&](int side) {
+    return isTooLong ? std::max(1, static_cast<int>(std::int64_t{side} * longestSide / longest)) : side;
+  };
   AVFrame* converted = av_frame_alloc();
   if (converted != nullptr) {
     converted->format = kept;
-    converted->width = frame->width;
-    converted->height = frame->height;
+    converted->width = shortened(frame->width);
+    converted->height = shortened(frame->height);
   }
   bool isDone = converted != nullptr && kept != AV_PIX_FMT_NONE && av_frame_get_buffer(converted, 0) >= 0 &&
                 av_frame_copy_props(converted, frame) >= 0;
   if (isDone) {
-    scaler_ = sws_getCachedContext(scaler_, frame->width, frame->height, format, frame->width, frame->height, kept,
-                                   SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
+    scaler_ =
+        sws_getCachedContext(scaler_, frame->width, frame->height, format, converted->width, converted->height, kept,
+                             (isTooLong ? SWS_AREA : SWS_BILINEAR) | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
     isDone = scaler_ != nullptr;
   }
   if (isDone) {
@@ -123,7 +129,7 @@ AVFrame* ClipFrameConverter::convert(AVFrame* frame) {
     const int range = isFullRange(*frame) ? 1 : 0;
     sws_setColorspaceDetails(scaler_, colors, range, colors, kept == AV_PIX_FMT_RGBA ? 1 : range, 0, 1 << 16, 1 << 16);
     isDone = sws_scale(scaler_, frame->data, frame->linesize, 0, frame->height, converted->data, converted->linesize) ==
-             frame->height;
+             converted->height;
   }
   av_frame_free(&frame);
   if (!isDone) {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <span>
 
@@ -67,8 +68,8 @@ class ClipFrameConverter {
   ClipFrameConverter& operator=(const ClipFrameConverter&) = delete;
 
   /// The frame itself where it is fine, or another in its place, with what it belongs to released; null when it cannot
-  /// be converted.
-  [[nodiscard]] AVFrame* convert(AVFrame* frame);
+  /// be converted. One with a longer side than `longestSide` is made smaller.
+  [[nodiscard]] AVFrame* convert(AVFrame* frame, int longestSide = std::numeric_limits<int>::max());
 
  private:
   SwsContext* scaler_ = nullptr;  // of the last conversion

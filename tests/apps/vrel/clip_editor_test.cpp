@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QColor>
+#include <QImage>
+#include <QString>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -48,6 +51,8 @@ TEST_F(ClipWindow, TwoClipsAreSetUpOnNotesAndApplied) {
   EXPECT_TRUE(
       driver.eventually([this] { return driver.value("clipFile1", "text").toString() == QStringLiteral("sea.mp4"); }));
   EXPECT_TRUE(driver.eventually([this] { return clips().rows()[1].isUnplayable; })) << "and its row says so";
+  driver.click("clipOnce1");
+  EXPECT_TRUE(driver.eventually([this] { return clips().rows()[1].holdsLastPicture; }));
   driver.click("clipTrigger1");
   EXPECT_TRUE(driver.eventually([this] { return clips().rows()[1].toggles; }));
   driver.click("clipNote1");
@@ -65,6 +70,23 @@ TEST_F(ClipWindow, TwoClipsAreSetUpOnNotesAndApplied) {
   EXPECT_EQ(driver.fromLogic<std::size_t>(
                 [](Session& session) { return session.engine().channels()[0]->visualClipMappings.get().size(); }),
             2U);
+}
+
+TEST_F(ClipWindow, AStillIsAClipThatNeedsNoEnd) {
+  const auto logo = driver.home() / "logo.png";
+  QImage picture(64, 36, QImage::Format_RGB32);
+  picture.fill(QColor(0, 160, 200));
+  ASSERT_TRUE(picture.save(QString::fromStdString(logo.string())));
+  driver.click("addClip");
+  ASSERT_TRUE(hasRows(1));
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("clipChoose0"); }));
+  driver.click("clipChoose0");
+  driver.answerPanel(logo);
+  ASSERT_TRUE(driver.eventually([this] { return clips().rows()[0].isStill; }));
+  EXPECT_FALSE(clips().rows()[0].isUnplayable);
+  EXPECT_FALSE(clips().rows()[0].poster.image.isNull());
+  EXPECT_TRUE(driver.eventually([this] { return !driver.value("clipOnce0", "enabled").toBool(); }));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.value("clipPreview", "isDark").toBool(); }));
 }
 
 TEST_F(ClipWindow, CancelAndEscapeLeaveTheStripEmpty) {

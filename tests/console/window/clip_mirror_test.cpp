@@ -71,12 +71,15 @@ TEST_F(ClipPanel, CommandsChangeOneRow) {
   const QString first = row(0).mappingId;
   commands.setNote(first, 300);
   commands.setToggles(first, true);
+  commands.setHoldsLastPicture(first, true);
   commands.toggleLearn(first);
   commands.toggleNotePicker(first);
   commands.select(first);
   settle();
   EXPECT_EQ(row(0).note, 127);
   EXPECT_TRUE(row(0).toggles);
+  EXPECT_TRUE(row(0).holdsLastPicture);
+  EXPECT_FALSE(row(1).holdsLastPicture);
   EXPECT_TRUE(row(0).isLearning);
   EXPECT_TRUE(row(0).isShown);
   EXPECT_EQ(clips.pickedId(), first);

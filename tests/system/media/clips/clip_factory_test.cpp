@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "simulation/virtual_time.h"
@@ -57,6 +59,40 @@ TEST_F(ClipPlayers, PrepareThemselvesAndLoop) {
   for (int index = 0; index < 60; ++index) {
     moveTo((index + 0.5) * 0.04);
     EXPECT_TRUE(waitUntil([&] { return countOf(clip.player->copyPicture()) == index % 25; })) << index;
+  }
+}
+
+TEST_F(ClipPlayers, OneThatIsInsertedStaysOnItsLastPictureUntilItIsStartedAgain) {
+  for (const auto& [name, last] : {std::pair("count-h264.mp4", 24), std::pair("short.mp4", 4)}) {
+    moveTo(0);
+    const auto player = factory.makeQueuePlayer();
+    player->setActionAtItemEnd(AVPlayerActionAtItemEnd::pause);
+    player->insertItem(factory.makePlayerItem(factory.makeAsset(clipFile(name))));
+    ASSERT_TRUE(waitUntil([&] { return player->copyPicture() != nullptr; })) << name;
+    player->seekToTime(0, 0, 0);
+    player->play();
+    EXPECT_EQ(countOf(player->copyPicture()), 0) << name;
+    for (int index = 0; index < 40; ++index) {
+      moveTo((index + 0.5) * 0.04);
+      EXPECT_TRUE(waitUntil([&] { return countOf(player->copyPicture()) == std::min(index, last); })) << name << index;
+    }
+    moveTo(1000);
+    EXPECT_EQ(countOf(player->copyPicture()), last) << name;
+    player->seekToTime(0, 0, 0);
+    player->play();
+    EXPECT_EQ(countOf(player->copyPicture()), 0) << name;
+  }
+}
+
+TEST_F(ClipPlayers, AStillStaysForAsLongAsItPlays) {
+  const auto clip = make("upright.png");
+  ASSERT_TRUE(waitUntil([&] { return clip.player->copyPicture() != nullptr; }));
+  clip.player->seekToTime(0, 0, 0);
+  clip.player->play();
+  const auto picture = clip.player->copyPicture();
+  for (const double seconds : {0.01, 0.05, 3.0, 10000.0}) {
+    moveTo(seconds);
+    EXPECT_EQ(clip.player->copyPicture(), picture) << seconds;
   }
 }
 
@@ -139,6 +175,26 @@ TEST_F(ClipPlayers, ASummaryHasASmallFirstPictureAndTheLength) {
   EXPECT_LE(summary.width, 96U);
   EXPECT_LE(summary.height, 54U);
   EXPECT_EQ(summary.pixels.size(), summary.width * summary.height * 4);
+}
+
+TEST_F(ClipPlayers, ASummaryOfAStillSaysSoAndWhenItIsTooLarge) {
+  const auto summaryOf = [this](const std::string& name) {
+    std::atomic<bool> isThere{false};
+    ClipSummary summary;
+    factory.summarise(clipFile(name), [&](const ClipSummary& found) {
+      summary = found;
+      isThere = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return isThere.load(); }));
+    return summary;
+  };
+  const auto photo = summaryOf("photo.jpg");
+  EXPECT_TRUE(photo.isStill && photo.isPlayable && !photo.isTooLarge);
+  EXPECT_EQ(photo.seconds, 0);
+  EXPECT_EQ(photo.height, 54U);
+  const auto large = summaryOf("too-large.png");
+  EXPECT_TRUE(large.isStill && large.isTooLarge && !large.isPlayable);
+  EXPECT_FALSE(summaryOf("short.mp4").isStill);
 }
 
 TEST_F(ClipPlayers, ASummaryOfWhatIsNotAClipSaysSo) {

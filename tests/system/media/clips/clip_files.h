@@ -19,10 +19,25 @@ inline std::string clipFile(const std::string& name) {
   return std::string(VREL_CLIP_FOLDER) + "/" + name;
 }
 
-/// Missing, empty or damaged beyond use, or without moving pictures, or with some that nothing here decodes.
+/// Missing, empty or damaged beyond use, or without pictures to show, or with some that nothing here decodes.
 inline std::vector<std::string> filesWithoutPictures() {
-  return {"gone.mp4",       "empty.mp4",         "text.mov", "without-index.mp4", "only-header.mkv", "only-sound.mp4",
-          "only-cover.mp4", "unknown-codec.mkv", "."};
+  return {"gone.mp4",
+          "empty.mp4",
+          "text.mov",
+          "without-index.mp4",
+          "only-header.mkv",
+          "only-sound.mp4",
+          "only-cover.mp4",
+          "text.png",
+          "only-header.png",
+          "only-header.jpg",
+          "only-header.webp",
+          "no-end.jpg",
+          "too-large.png",
+          "too-large.jpg",
+          "too-large.webp",
+          "unknown-codec.mkv",
+          "."};
 }
 
 using Pixel = std::array<std::uint8_t, 4>;  // red, green, blue, alpha

@@ -10,6 +10,7 @@ import pathlib
 import struct
 import subprocess
 import sys
+import zlib
 
 COUNT = "nullsrc=size=64x48:rate=25:duration={seconds},format=yuv420p,geq=lum='20+8*N':cb=128:cr=128"
 LARGE = ("nullsrc=size=320x240:rate=25:duration=1,format=yuv420p,"
@@ -71,6 +72,59 @@ def make_good(folder):
            str(folder / "alpha-prores.mov"))
     ffmpeg(*pictures(HALF_CLEAR), "-c:v", "libvpx-vp9", "-pix_fmt", "yuva420p", "-auto-alt-ref", "0",
            str(folder / "alpha-vp9.webm"))
+
+
+def exif(orientation, order):
+    """Exif data that say nothing else; `order` of the bytes is "<" or ">"."""
+    head = b"II*\0" if order == "<" else b"MM\0*"
+    return head + struct.pack(order + "IHHHIHHI", 8, 1, 0x0112, 3, 1, orientation, 0, 0)
+
+
+def png_chunk(name, data):
+    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+
+def riff_chunk(name, data):
+    return name + struct.pack("<I", len(data)) + data + b"\0" * (len(data) % 2)
+
+
+def make_stills(folder):
+    def read(name):
+        return (folder / name).read_bytes()
+
+    def write(name, data):
+        (folder / name).write_bytes(data)
+
+    one = ["-frames:v", "1", "-update", "1"]
+    for name, codec in (("upright.png", ["-pix_fmt", "rgb24"]), ("upright-grey.png", ["-pix_fmt", "gray"]),
+                        ("upright-deep.png", ["-pix_fmt", "rgb48be"]), ("upright.jpg", ["-q:v", "1"]),
+                        ("upright.webp", ["-c:v", "libwebp", "-quality", "100"]),
+                        ("upright-lossless.webp", ["-c:v", "libwebp", "-lossless", "1"])):
+        ffmpeg(*pictures(QUARTERS), *one, *codec, str(folder / name))
+    ffmpeg(*pictures(HALF_CLEAR), *one, "-pix_fmt", "rgba", str(folder / "alpha.png"))
+    ffmpeg(*pictures(HALF_CLEAR), *one, "-c:v", "libwebp", "-pix_fmt", "yuva420p", str(folder / "alpha.webp"))
+    ffmpeg(*pictures(QUARTERS + ",scale=5000:3000:flags=neighbor,setsar=1"), *one, "-q:v", "2", str(folder / "photo.jpg"))
+    jpeg, png, webp = read("upright.jpg"), read("upright.png"), read("upright.webp")
+    for orientation in range(1, 9):
+        data = b"Exif\0\0" + exif(orientation, ">")
+        write(f"exif-{orientation}.jpg", jpeg[:2] + b"\xff\xe1" + struct.pack(">H", len(data) + 2) + data + jpeg[2:])
+    write("exif-6.png", png[:33] + png_chunk(b"eXIf", exif(6, "<")) + png[33:])
+    chunks = webp[12:] + riff_chunk(b"EXIF", exif(6, "<"))
+    extended = riff_chunk(b"VP8X", b"\x08\0\0\0" + struct.pack("<I", 63)[:3] + struct.pack("<I", 47)[:3])
+    write("exif-6.webp", b"RIFF" + struct.pack("<I", 4 + len(extended + chunks)) + b"WEBP" + extended + chunks)
+    # What their headers say is too large, whatever follows.
+    write("too-large.png", png[:8] + png_chunk(b"IHDR", struct.pack(">II", 8193, 8192) + png[24:29]) + png[33:])
+    frame = jpeg.index(b"\xff\xc0")
+    write("too-large.jpg", jpeg[:frame + 5] + b"\xff\xff\xff\xff" + jpeg[frame + 9:])
+    huge = riff_chunk(b"VP8X", b"\0\0\0\0" + b"\xff\x3f\x00" * 2)
+    write("too-large.webp", b"RIFF" + struct.pack("<I", 4 + len(huge)) + b"WEBP" + huge)
+    write("only-header.png", png[:40])
+    write("only-header.jpg", jpeg[:20])
+    write("only-header.webp", webp[:20])
+    write("text.png", b"This is not a picture.\n" * 100)
+    photo = read("photo.jpg")
+    write("truncated.jpg", photo[:len(photo) * 8 // 10])
+    write("no-end.jpg", b"\xff\xd8\xff\xe1\xff\xff" + exif(6, ">"))
 
 
 def make_colours(folder):
@@ -154,6 +208,7 @@ def main():
     folder = pathlib.Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     make_good(folder)
+    make_stills(folder)
     make_colours(folder)
     make_bad(folder)
 

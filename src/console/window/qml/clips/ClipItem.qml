@@ -87,7 +87,13 @@ Item {
             Text {
                 objectName: "clipState" + item.index
                 width: parent.width
-                text: item.entry.isUnplayable ? item.desk.hints.clipUnplayable : item.entry.lengthText
+                text: {
+                    if (item.entry.isTooLarge)
+                        return item.desk.hints.clipTooLarge;
+                    if (item.entry.isUnplayable)
+                        return item.desk.hints.clipUnplayable;
+                    return item.entry.isStill ? item.desk.hints.clipStill : item.entry.lengthText;
+                }
                 color: item.entry.isUnplayable ? Theme.warning : Theme.readingInk
                 font.pixelSize: Theme.tinyText
                 elide: Text.ElideRight
@@ -101,6 +107,18 @@ Item {
             spokenName: item.desk.texts.visualChooseVideo + " " + item.spokenName
             hint: item.desk.texts.visualChooseVideo
             onClicked: item.acts.chooseFile(item.entry.mappingId)
+        }
+        PushButton {
+            objectName: "clipOnce" + item.index
+            Layout.preferredWidth: 36
+            isOffered: !item.entry.isStill
+            text: item.entry.holdsLastPicture ? "1\u00d7" : "\u221e"
+            spokenName: item.desk.hints.clipOnce + " " + item.spokenName
+            hint: item.entry.isStill ? item.desk.hints.clipStillStays : item.desk.hints.clipOnce
+            fill: item.entry.holdsLastPicture && isOffered ? Theme.accent : Theme.raised
+            Accessible.checkable: true
+            Accessible.checked: item.entry.holdsLastPicture
+            onClicked: item.acts.setHoldsLastPicture(item.entry.mappingId, !item.entry.holdsLastPicture)
         }
         PushButton {
             objectName: "clipTrigger" + item.index
