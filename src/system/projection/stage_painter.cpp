@@ -8,7 +8,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -109,6 +108,23 @@ bool coversAll(const StageFrame::Layer& layer) {
          (layer.picture == nullptr || !layer.picture->hasAlpha());
 }
 
+/// Every n-th sample of every n-th row, without gaps.
+void copyTight(const PicturePlane& plane, std::size_t sampleBytes, std::size_t every,
+               std::vector<std::uint8_t>& tight) {
+  tight.clear();
+  for (std::size_t row = 0; row < plane.height; row += every) {
+    const std::uint8_t* const samples = plane.rows + row * plane.rowBytes;
+    if (every == 1) {
+      tight.insert(tight.end(), samples, samples + plane.width * sampleBytes);
+      continue;
+    }
+    for (std::size_t column = 0; column < plane.width; column += every) {
+      const std::uint8_t* const sample = samples + column * sampleBytes;
+      tight.insert(tight.end(), sample, sample + sampleBytes);
+    }
+  }
+}
+
 unsigned compiled(QOpenGLFunctions& gl, unsigned kind, const QByteArray& source, std::string& failure) {
   const unsigned shader = gl.glCreateShader(kind);
   const char* text = source.constData();
@@ -137,6 +153,9 @@ Result<std::unique_ptr<StagePainter>> StagePainter::make(QOpenGLContext& context
 
 StagePainter::StagePainter(QOpenGLContext& context) : gl_(*context.functions()) {
   hasRowLength_ = !context.isOpenGLES() || context.format().majorVersion() >= 3;
+  int most = 0;
+  gl_.glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
+  mostTexels_ = static_cast<std::size_t>(std::max(most, 64));  // what each version has at least
 }
 
 StagePainter::~StagePainter() {
@@ -325,16 +344,14 @@ void StagePainter::upload(const PicturePlanes& planes, Textures& textures) {
     const bool isRgba = planes.layout == PicturePlanes::Layout::rgba;
     const unsigned format = isRgba ? GL_RGBA : isPair ? GL_LUMINANCE_ALPHA : GL_LUMINANCE;
     const std::size_t sampleBytes = isRgba ? 4 : isPair ? 2 : 1;
-    const QSize size(static_cast<int>(plane.width), static_cast<int>(plane.height));
+    const std::size_t every = (std::max(plane.width, plane.height) + mostTexels_ - 1) / mostTexels_;
+    const QSize size(static_cast<int>((plane.width + every - 1) / every),
+                     static_cast<int>((plane.height + every - 1) / every));
     const void* rows = plane.rows;
-    if (hasRowLength_ && plane.rowBytes % sampleBytes == 0) {
+    if (every == 1 && hasRowLength_ && plane.rowBytes % sampleBytes == 0) {
       gl_.glPixelStorei(GL_UNPACK_ROW_LENGTH, static_cast<int>(plane.rowBytes / sampleBytes));
-    } else if (plane.rowBytes != plane.width * sampleBytes) {
-      tight.resize(plane.width * sampleBytes * plane.height);
-      for (std::size_t row = 0; row < plane.height; ++row) {
-        std::memcpy(&tight[row * plane.width * sampleBytes], plane.rows + row * plane.rowBytes,
-                    plane.width * sampleBytes);
-      }
+    } else if (every > 1 || plane.rowBytes != plane.width * sampleBytes) {
+      copyTight(plane, sampleBytes, every, tight);
       rows = tight.data();
     }
     gl_.glBindTexture(GL_TEXTURE_2D, textures.ids[index]);

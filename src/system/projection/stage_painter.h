@@ -40,8 +40,9 @@ struct StageFrame {
 /// or one off the screen. Colours are converted and pictures scaled and turned in the shader; layers are blended by the
 /// fixed functions, with colours multiplied by their alpha and opacity, so no layer needs a buffer of its own.
 ///
-/// A picture is uploaded when it is first drawn. Letterbox bars are black and belong to their layer; where a picture
-/// itself is transparent, what lies below is seen.
+/// A picture is uploaded when it is first drawn; of one that is larger than the driver takes, every other sample or
+/// less. Letterbox bars are black and belong to their layer; where a picture itself is transparent, what lies below is
+/// seen.
 ///
 /// Made, used and destroyed with the same context current, which outlives it; of a lost one nothing is released.
 class StagePainter {
@@ -91,6 +92,7 @@ class StagePainter {
 
   QOpenGLFunctions& gl_;
   bool hasRowLength_ = false;
+  std::size_t mostTexels_ = 0;  // in a row or a column
   bool isContextLost_ = false;
   std::array<Program, 4> programs_{};  // by what a fragment is made of
   unsigned corners_ = 0;

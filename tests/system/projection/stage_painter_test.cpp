@@ -229,6 +229,29 @@ TEST(StagePainting, KeepsTheAlphaOfClips) {
   }
 }
 
+TEST(StagePainting, ShowsPicturesOfAnySize) {
+  OffScreenStage stage;
+  const auto halves = [](std::size_t width, std::size_t height) {
+    return std::make_shared<MadePicture>(width, height, [=](std::size_t x, std::size_t y) {
+      return 2 * x + 1 > width || 2 * y + 1 > height ? Colour{200, 0, 0, 255} : Colour{0, 200, 0, 255};
+    });
+  };
+  constexpr std::size_t moreThanAnyDriverTakes = 70'000;
+  StageFrame frame;
+  frame.layers = {{halves(moreThanAnyDriverTakes, 1), LayerBlending::normal, 1}};
+  const QImage wide = stage.paint(frame, {700, 3});
+  EXPECT_TRUE(isNear(colourAt(wide, 100, 1), {0, 200, 0}, 1));
+  EXPECT_TRUE(isNear(colourAt(wide, 600, 1), {200, 0, 0}, 1));
+  frame.layers = {{halves(1, moreThanAnyDriverTakes), LayerBlending::normal, 1}};
+  const QImage high = stage.paint(frame, {3, 700});
+  EXPECT_TRUE(isNear(colourAt(high, 1, 100), {0, 200, 0}, 1));
+  EXPECT_TRUE(isNear(colourAt(high, 1, 600), {200, 0, 0}, 1));
+  frame.layers = {{flat({0, 0, 200, 255}, 1, 1), LayerBlending::normal, 1}};
+  EXPECT_TRUE(isNear(colourAt(stage.paint(frame, {16, 9}), 8, 4), {0, 0, 200}, 1));
+  frame.layers = {{flat({0, 0, 200, 255}, 3, 5), LayerBlending::normal, 1}};
+  EXPECT_TRUE(isNear(colourAt(stage.paint(frame, {1, 1}), 0, 0), {0, 0, 200}, 1)) << "on a stage of one pixel";
+}
+
 TEST(StagePainting, PictureAfterPictureShowsTheLatest) {
   OffScreenStage stage;
   auto decoder = ClipDecoder::open(clipFile("count-h264.mp4"), nullptr);
