@@ -175,9 +175,10 @@ void JackMidiBackend::passOn(JackMidiPort& port, audio::PlayedPacket& packet) {
 
 bool JackMidiBackend::followPlayingClient() {
   bool isWhole = true;
-  Links& links = links_;
+  auto links = links_;  // the analysis does not see that the lambda runs here
   client_->use([&](jack_client_t* client) { isWhole = moveLinks(client, links); });
   isChanging_ = !links.former.empty();
+  links_ = std::move(links);
   return isWhole;
 }
 
@@ -292,7 +293,7 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
 
 bool JackMidiBackend::hasLostLink() const {
   bool isLost = false;
-  const Links& links = links_;
+  const auto links = links_;  // the analysis does not see that the lambda runs here
   if (client_) {
     // A port that went and came again under its name, before anyone looked, is not linked any more.
     client_->use([&](jack_client_t* client) {
