@@ -45,12 +45,13 @@ float poleFor(double amplitude, double angle) {
 
 }  // namespace
 
-void HallReverb::DelayMemory::put(std::uint32_t offset, const float* source, std::uint32_t count) noexcept {
+bool HallReverb::DelayMemory::put(std::uint32_t offset, const float* source, std::uint32_t count) noexcept {
   const std::uint32_t position = write + offset;
   std::copy_n(source, count, samples + position);
   if (write < repeatedFrames) {
     std::copy_n(source, count, samples + size + position);
   }
+  return isSilent(source, count);
 }
 
 const float* HallReverb::DelayMemory::at(std::uint32_t offset, std::uint32_t framesAgo) const noexcept {
@@ -168,6 +169,7 @@ bool HallReverb::process(const float* left, const float* right, float* wetLeft, 
     return false;
   }
   isEmpty_ = false;
+  isStoring_ = false;
   cleared_ = 0;
   for (std::uint32_t done = 0; done < frameCount;) {
     if (offset_ == 0) {
@@ -181,11 +183,9 @@ bool HallReverb::process(const float* left, const float* right, float* wetLeft, 
       endSlice();
     }
   }
-  if (isQuiet) {
-    noteQuiet(wetLeft, wetRight, frameCount);
-  } else {
-    quietFrames_ = 0;
-  }
+  // Where all memories have been written over with silence, none is left.
+  quietFrames_ = isQuiet && !isStoring_ ? quietFrames_ + frameCount : 0;
+  isEmpty_ = quietFrames_ >= longestFrames_ && isWithoutState();
   return true;
 }
 
@@ -203,21 +203,10 @@ void HallReverb::rest(std::uint32_t frameCount) noexcept {
   }
 }
 
-// The memory is looked through only when its end is to be expected, since that costs as much as some blocks at rest.
-void HallReverb::noteQuiet(const float* wetLeft, const float* wetRight, std::uint32_t frameCount) noexcept {
-  const bool isQuiet = isSilent(wetLeft, frameCount) && (wetRight == nullptr || isSilent(wetRight, frameCount));
-  quietFrames_ = isQuiet ? quietFrames_ + frameCount : 0;
-  if (quietFrames_ >= longestFrames_) {
-    quietFrames_ = 0;
-    isEmpty_ = holdsNothing();
-  }
-}
-
-bool HallReverb::holdsNothing() const noexcept {
+bool HallReverb::isWithoutState() const noexcept {
   const auto isAtRest = [](const InputPath& path) { return path.highPassInput == 0.0F && path.highPassOutput == 0.0F; };
   const auto isEmpty = [](const Line& line) { return line.lowPass == 0.0F; };
-  return std::ranges::all_of(paths_, isAtRest) && std::ranges::all_of(lines_, isEmpty) &&
-         isSilent(memory_.data(), memory_.size());
+  return std::ranges::all_of(paths_, isAtRest) && std::ranges::all_of(lines_, isEmpty);
 }
 
 void HallReverb::beginSlice() noexcept {
@@ -269,7 +258,7 @@ void HallReverb::processPart(const float* left, const float* right, float* wetLe
     for (std::uint32_t frame = 0; frame < count; ++frame) {
       slice[frame] += gain * input[frame];
     }
-    lines_[index].memory.put(offset_, slice.data(), count);
+    isStoring_ = !lines_[index].memory.put(offset_, slice.data(), count) || isStoring_;
   }
 }
 
@@ -284,7 +273,7 @@ void HallReverb::diffuse(InputPath& path, const float* input, Slice& diffused, s
   path.highPassInput = previousInput;
   path.highPassOutput = output;
 
-  path.preDelay.put(offset_, diffused.data(), count);
+  isStoring_ = !path.preDelay.put(offset_, diffused.data(), count) || isStoring_;
   std::copy_n(path.preDelay.at(offset_, path.preDelay.delay), count, diffused.data());
   Slice stored;
   for (DelayMemory& allpass : path.allpasses) {
@@ -295,7 +284,7 @@ void HallReverb::diffuse(InputPath& path, const float* input, Slice& diffused, s
       stored[frame] = in + hall::allpassGain * out;
       diffused[frame] = out;
     }
-    allpass.put(offset_, stored.data(), count);
+    isStoring_ = !allpass.put(offset_, stored.data(), count) || isStoring_;
   }
 }
 

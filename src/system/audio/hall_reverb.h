@@ -56,7 +56,8 @@ class HallReverb {
     std::uint32_t write = 0;  // where the present slice begins
     std::uint32_t delay = 0;  // frames; for a line its middle
 
-    void put(std::uint32_t offset, const float* source, std::uint32_t count) noexcept;
+    /// True when it was silence.
+    bool put(std::uint32_t offset, const float* source, std::uint32_t count) noexcept;
     [[nodiscard]] const float* at(std::uint32_t offset, std::uint32_t framesAgo) const noexcept;
     void advance() noexcept;
   };
@@ -87,8 +88,7 @@ class HallReverb {
   void layOut(double sampleRate);
   void resetStates() noexcept;
   void rest(std::uint32_t frameCount) noexcept;
-  void noteQuiet(const float* wetLeft, const float* wetRight, std::uint32_t frameCount) noexcept;
-  [[nodiscard]] bool holdsNothing() const noexcept;
+  [[nodiscard]] bool isWithoutState() const noexcept;
   void beginSlice() noexcept;
   void endSlice() noexcept;
   void processPart(const float* left, const float* right, float* wetLeft, float* wetRight,
@@ -108,8 +108,9 @@ class HallReverb {
   std::uint32_t offset_ = 0;  // frames of the present slice that are done
   bool mayRest_ = true;
   bool isEmpty_ = true;              // memory and states are zero
-  std::uint32_t quietFrames_ = 0;    // in which nothing came in or out
-  std::uint32_t longestFrames_ = 0;  // of all delays
+  bool isStoring_ = false;           // what it stores is not silence; in the block under way
+  std::uint32_t quietFrames_ = 0;    // since it began to take in and store silence only
+  std::uint32_t longestFrames_ = 0;  // of all delay memories
   std::array<InputPath, 2> paths_;
   std::array<Line, lineCount> lines_;
   alignas(64) std::array<Slice, lineCount> slices_{};
