@@ -25,7 +25,7 @@ lv2::HostSettings hostSettings(const OfflineStage::Settings& settings, ConsoleOu
   return host;
 }
 
-sandbox::SandboxSettings sandboxSettings(const lv2::HostSettings& host) {
+sandbox::SandboxSettings sandboxSettings(const lv2::HostSettings& host, std::chrono::seconds blockTimeout) {
   sandbox::SandboxSettings settings;
   settings.sampleRate = host.sampleRate;
   settings.nominalBlockFrames = host.nominalBlockFrames;
@@ -33,6 +33,7 @@ sandbox::SandboxSettings sandboxSettings(const lv2::HostSettings& host) {
   settings.isRealTime = false;
   settings.timeout = std::nullopt;
   settings.captureTimeout = std::nullopt;
+  settings.longestBlock = blockTimeout;
   settings.log = host.log;
   settings.counters = host.counters;
   return settings;
@@ -55,7 +56,8 @@ void addCount(std::vector<std::string>& problems, std::uint64_t count, const std
 
 OfflineStage::OfflineStage(Settings settings, std::shared_ptr<lv2::Lv2World> world, ConsoleOutput& console,
                            EventLog* log)
-    : console_(console),
+    : answerTimeout_(settings.answerTimeout),
+      console_(console),
       device_(std::make_shared<audio::OfflineDevice>(settings.rate, settings.block)),
       nodes_(device_, renderCounters_, files_),
       lv2Units_(world, hostSettings(settings, console, pluginCounters_)),
@@ -89,7 +91,7 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> OfflineStage::makeSandbox(const 
     return nullptr;
   }
   return std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), finderIn(world), mainLoop_,
-                                                          sandboxSettings(host));
+                                                          sandboxSettings(host, settings.blockTimeout));
 }
 
 Outcome OfflineStage::start(SetlistFile setlist) {
@@ -120,8 +122,7 @@ void OfflineStage::finishStep() {
 }
 
 void OfflineStage::waitForPlugins() {
-  constexpr std::chrono::seconds timeout{static_cast<int>(SongSwitch::songSwitchTimeoutSeconds)};
-  if (!mainLoop_.waitUntil([this] { return hasSettled(); }, timeout)) {
+  if (!mainLoop_.waitUntil([this] { return hasSettled(); }, answerTimeout_)) {
     continueWithoutAnswers();
   }
   mainLoop_.runPending();
@@ -183,7 +184,9 @@ audio::OfflineDevice::Block OfflineStage::renderBlockUntil(double seconds) {
   waitForPlayers();
   // What happens within a block happens at its first frame, and so does its beat.
   clock_.set(std::exchange(renderedUntil_, seconds));
+  const auto begin = std::chrono::steady_clock::now();
   const auto block = device_->renderBlock();
+  lastBlockTime_ = std::chrono::steady_clock::now() - begin;
   clock_.set(seconds);
   return block;
 }

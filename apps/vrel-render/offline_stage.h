@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -12,6 +13,7 @@
 #include "document/setlist.h"
 #include "engine/audio_engine.h"
 #include "foundation/result.h"
+#include "performance/song_switch.h"
 #include "system/audio/offline_device.h"
 #include "system/audio/render_counters.h"
 #include "system/audio/render_node_factory.h"
@@ -48,6 +50,10 @@ class OfflineStage {
     int rate = 48000;           // frames per second
     std::uint32_t block = 128;  // frames
     bool sandbox = true;        // plug-ins in processes of their own
+
+    // How long a song waits for the answers of its plug-ins, and a block for that of one.
+    std::chrono::seconds answerTimeout{static_cast<int>(SongSwitch::songSwitchTimeoutSeconds)};
+    std::chrono::seconds blockTimeout{30};
   };
 
   /// All are borrowed; the log may be null.
@@ -59,8 +65,8 @@ class OfflineStage {
   [[nodiscard]] Outcome start(SetlistFile setlist);
 
   /// Switches to a song and waits, with the clock stopped, until all its plug-ins and the prewarmed ones have
-  /// answered. The wait ends after the timeout of a song switch, in real time; the show then continues without
-  /// the missing plug-in. An index out of range has no effect.
+  /// answered. The wait ends after `answerTimeout`, in real time; the show then continues without the missing
+  /// plug-in. An index out of range has no effect.
   void applySong(std::size_t index);
 
   /// Performs a step at its time, after all that is due before it.
@@ -75,6 +81,12 @@ class OfflineStage {
 
   [[nodiscard]] const std::vector<SongConfig>& songs() const { return state_.songs.get(); }
   [[nodiscard]] const std::vector<std::size_t>& songsApplied() const { return recorder_.songsApplied(); }
+
+  /// How long the last block took, without what is read from the disk beside it.
+  [[nodiscard]] std::chrono::nanoseconds lastBlockTime() const { return lastBlockTime_; }
+
+  [[nodiscard]] const AudioEngine& engine() const { return *engine_; }
+  [[nodiscard]] const AppState& state() const { return state_; }
 
   /// The problems so far: what failed to load in the songs that were on stage, and the error counters.
   [[nodiscard]] std::vector<std::string> problems() const;
@@ -91,6 +103,9 @@ class OfflineStage {
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(
       const Settings& settings, const std::shared_ptr<lv2::Lv2World>& world);
   void pluginDied(const sandbox::SandboxingUnitFactory::Death& death);
+
+  const std::chrono::seconds answerTimeout_;
+  std::chrono::nanoseconds lastBlockTime_{0};
 
   // In construction order: each uses those above it.
   ConsoleOutput& console_;

@@ -122,6 +122,22 @@ Outcome setPaths(Options& options, const std::vector<std::string>& paths) {
   return checkOutputs(options);
 }
 
+/// A check plays no show and writes no file.
+Outcome checkUseOfCheck(const Options& options, const std::set<std::string>& given) {
+  if (!options.check) {
+    return options.json ? Outcome(Error{"--json is only for --check"}) : std::nullopt;
+  }
+  if (options.showPath) {
+    return Error{"--check takes a setlist alone, not '" + *options.showPath + "'"};
+  }
+  for (const auto* const name : {"--out", "--events", "--save", "--song", "--tail"}) {
+    if (given.contains(name)) {
+      return Error{std::string(name) + " is not for --check"};
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 Result<Options> parseOptions(std::span<const std::string> arguments) {
@@ -143,6 +159,10 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
       options.version = true;
     } else if (argument == "--list-plugins") {
       options.listPlugins = true;
+    } else if (argument == "--check") {
+      options.check = true;
+    } else if (argument == "--json") {
+      options.json = true;
     } else if (std::find(optionsWithValue.begin(), optionsWithValue.end(), argument) == optionsWithValue.end()) {
       return Error{"unknown option '" + argument + "'"};
     } else if (index + 1 == arguments.size() || arguments[index + 1].starts_with("--")) {
@@ -154,6 +174,9 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
   if (auto failure = setPaths(options, paths)) {
     return *failure;
   }
+  if (auto failure = checkUseOfCheck(options, given)) {
+    return *failure;
+  }
   return options;
 }
 
@@ -162,6 +185,8 @@ std::string usage() {
          "  --help              print this\n"
          "  --version           print the version\n"
          "  --list-plugins      list the installed plug-ins: key, type, manufacturer, name\n"
+         "  --check             looks for what would fail on stage: plays each song shortly, reads all files\n"
+         "  --json              the report of --check as JSON\n"
          "  --out FILE.wav      the main output, 32-bit float stereo\n"
          "  --events FILE.jsonl what happened, one JSON object per line\n"
          "  --save FILE.vrel    saves the setlist there at the end\n"

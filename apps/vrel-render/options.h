@@ -15,6 +15,8 @@ struct Options {
   bool help = false;
   bool version = false;
   bool listPlugins = false;
+  bool check = false;         // of the setlist, instead of a show
+  bool json = false;          // as the report's form
   std::string setlistPath{};  // empty only with one of the three above
   std::optional<std::string> showPath{};
   std::optional<std::string> outPath{};

@@ -8,21 +8,18 @@
 #include <cstdio>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "document/component_scan.h"
 #include "document/plugin_path.h"
-#include "document/setlist_coding.h"
 #include "foundation/version.h"
-#include "midi/standard_midi_file.h"
 #include "system/dispatch/standard_output.h"
-#include "system/files/file_calls.h"
-#include "system/files/posix_file_manager.h"
 #include "system/media/wav_writer.h"
 #include "system/plugins/lv2/lv2_world.h"
+#include "vrel-render/check_run.h"
 #include "vrel-render/event_log.h"
+#include "vrel-render/input_files.h"
 #include "vrel-render/offline_stage.h"
 #include "vrel-render/options.h"
 #include "vrel-render/renderer.h"
@@ -35,7 +32,6 @@ namespace {
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
 constexpr int exitUsage = 2;
-constexpr double longestShow = 24 * 60 * 60;  // seconds
 
 int fail(int exitCode, const Error& error) {
   const std::string hint = exitCode == exitUsage ? " (see --help)" : "";
@@ -61,56 +57,6 @@ int listPlugins(ConsoleOutput& console) {
     }
   }
   return exitSuccess;
-}
-
-/// The decoding error of a setlist, with its place. The reader's own error is about the legacy form, a bare array, and
-/// misleads unless the file has that form.
-std::string setlistError(std::string_view bytes, const Error& readerError) {
-  constexpr std::string_view blanksAndMark = " \t\r\n\xEF\xBB\xBF";
-  const std::size_t root = bytes.find_first_not_of(blanksAndMark);
-  if (root != std::string_view::npos && bytes[root] == '[') {
-    return readerError.description;
-  }
-  const auto setlist = decodeSetlist(bytes);
-  return setlist ? readerError.description : setlist.error().description;
-}
-
-Result<std::string> readFile(const std::string& path) {
-  system::FileCalls calls;
-  auto bytes = system::PosixFileManager(calls).contents(path, mostSetlistBytes);
-  if (!bytes) {
-    return Error{"cannot read " + bytes.error().description};
-  }
-  return bytes;
-}
-
-Result<SetlistFile> readSetlistFile(const std::string& path) {
-  const auto bytes = readFile(path);
-  if (!bytes) {
-    return bytes.error();
-  }
-  auto setlist = readSetlist(bytes.value());
-  if (!setlist) {
-    return Error{path + " is not a setlist: " + setlistError(bytes.value(), setlist.error())};
-  }
-  return setlist;
-}
-
-Result<std::vector<ShowStep>> readShowFile(const std::string& path) {
-  const auto bytes = readFile(path);
-  if (!bytes) {
-    return bytes.error();
-  }
-  const auto& text = bytes.value();
-  const auto file = readStandardMidiFile(std::vector<std::uint8_t>(text.begin(), text.end()));
-  if (!file) {
-    return Error{path + " is not a MIDI file: " + file.error().description};
-  }
-  auto steps = showSteps(file.value());
-  if (!steps.empty() && steps.back().seconds > longestShow) {
-    return Error{path + " is longer than a day"};
-  }
-  return steps;
 }
 
 /// One run, from input files to output files.
@@ -234,6 +180,9 @@ int runProgram(std::span<const std::string> arguments) {
   }
   if (options.value().listPlugins) {
     return listPlugins(console);
+  }
+  if (options.value().check) {
+    return checkSetlistFile(options.value()) ? exitFailure : exitSuccess;
   }
   return Run(options.value(), console).perform();
 }

@@ -117,9 +117,23 @@ TEST(RenderOptions, TheSetlistMayBeSavedOverItself) {
   EXPECT_EQ(parsed({"a.vrel", "--save", "./a.vrel"}).savePath, "./a.vrel");
 }
 
+TEST(RenderOptions, ACheckTakesASetlistAlone) {
+  const Options options =
+      parsed({"--check", "a.vrel", "--json", "--block", "64", "--rate", "44100", "--sandbox", "off"});
+  EXPECT_TRUE(options.check && options.json);
+  EXPECT_EQ(options.setlistPath, "a.vrel");
+  EXPECT_NE(refusal({"--check"}).find("setlist"), std::string::npos);
+  EXPECT_NE(refusal({"--check", "a.vrel", "b.mid"}).find("b.mid"), std::string::npos);
+  EXPECT_NE(refusal({"--json", "a.vrel"}).find("--check"), std::string::npos);
+  for (const auto& [option, value] : std::vector<std::pair<std::string, std::string>>{
+           {"--out", "x"}, {"--events", "x"}, {"--save", "x"}, {"--song", "0"}, {"--tail", "1"}}) {
+    EXPECT_NE(refusal({"--check", "a.vrel", option, value}).find(option), std::string::npos) << option;
+  }
+}
+
 TEST(RenderOptions, TheUsageNamesEveryOption) {
-  for (const char* option :
-       {"--list-plugins", "--out", "--events", "--save", "--song", "--rate", "--block", "--tail"}) {
+  for (const char* option : {"--check", "--json", "--list-plugins", "--out", "--events", "--save", "--song", "--rate",
+                             "--block", "--tail"}) {
     EXPECT_NE(usage().find(option), std::string::npos) << option;
   }
 }

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vrel-render/check_run.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "check/finding.h"
+#include "check/media_references.h"
+#include "check/report_coding.h"
+#include "check/setlist_check.h"
+#include "document/component_scan.h"
+#include "system/dispatch/standard_output.h"
+#include "system/media/decoding_check.h"
+#include "system/plugins/lv2/lv2_world.h"
+#include "vrel-render/check_text.h"
+#include "vrel-render/input_files.h"
+#include "vrel-render/options.h"
+#include "vrel-render/song_check.h"
+#include "vrel-render/song_process.h"
+
+namespace vrel::render {
+namespace {
+
+constexpr std::chrono::seconds longestSong{30};  // more than all timeouts of one together
+
+SongPage playSong(const SetlistFile& setlist, std::size_t index, const Options& options) {
+  const SongCheckSettings settings{options.rate, options.block, options.sandbox};
+  const auto bytes = runInCopy([&] { return encodePage(playForCheck(setlist, index, settings)); }, longestSong);
+  auto page = bytes ? decodePage(bytes.value()) : bytes.error();
+  if (!page) {
+    return {.song = index,
+            .name = setlist.songs[index].name,
+            .findings = {{.kind = FindingKind::notPlayed, .reason = page.error().description}}};
+  }
+  return std::move(page).value();
+}
+
+std::vector<SongPage> playSongs(const SetlistFile& setlist, const Options& options) {
+  std::vector<SongPage> pages;
+  for (std::size_t index = 0; index < setlist.songs.size(); ++index) {
+    pages.push_back(playSong(setlist, index, options));
+    if (options.json) {
+      std::fprintf(stderr, "vrel-render: %zu of %zu songs played\n", index + 1, setlist.songs.size());
+    }
+  }
+  return pages;
+}
+
+using Decode = std::optional<system::DecodingFailure> (*)(const std::string& path);
+
+MediaState stateOf(const std::string& path, Decode decode) {
+  std::error_code ignored;
+  if (!std::filesystem::exists(path, ignored)) {
+    return {MediaState::Kind::missing, {}};
+  }
+  const auto failure = decode(path);
+  if (!failure) {
+    return {};
+  }
+  const bool isIncomplete = failure->kind == system::DecodingFailure::Kind::incomplete;
+  return {isIncomplete ? MediaState::Kind::incomplete : MediaState::Kind::unreadable, failure->reason};
+}
+
+/// Reads all files, as many at a time as the machine has cores.
+struct MediaReading {
+  explicit MediaReading(const MediaReferences& references) {
+    std::vector<std::pair<MediaStates::iterator, Decode>> files;
+    for (const auto& path : references.audioFiles) {
+      files.emplace_back(audioFiles.emplace(path, MediaState{}).first, &system::checkAudioDecoding);
+    }
+    for (const auto& path : references.clips) {
+      files.emplace_back(clips.emplace(path, MediaState{}).first, &system::checkClipDecoding);
+    }
+    std::atomic<std::size_t> next{0};
+    const auto read = [&] {
+      for (std::size_t index = next++; index < files.size(); index = next++) {
+        files[index].first->second = stateOf(files[index].first->first, files[index].second);
+      }
+    };
+    std::vector<std::thread> readers(
+        std::min<std::size_t>(files.size(), std::max(1U, std::thread::hardware_concurrency())));
+    std::generate(readers.begin(), readers.end(), [&] { return std::thread(read); });
+    for (auto& reader : readers) {
+      reader.join();
+    }
+  }
+
+  MediaStates audioFiles;
+  MediaStates clips;
+};
+
+CheckReport reportOf(const SetlistFile& setlist, const Options& options) {
+  // The songs first: they are played by copies of this process, which must not have threads by then.
+  std::vector<SongPage> played = playSongs(setlist, options);
+  const MediaReading media(mediaReferencesOf(setlist));
+  const auto world = lv2::Lv2World::open();
+  const auto instruments = scanInstrumentComponents(*world);
+  const auto effects = scanAudioEffectComponents(*world);
+  CheckReport report = checkSetlist(setlist, {instruments, effects, media.audioFiles, media.clips});
+  for (std::size_t index = 0; index < played.size(); ++index) {
+    SongPage& page = report.pages[index];
+    page.played = played[index].played;
+    const bool isKnownToBeSilent = std::any_of(page.findings.begin(), page.findings.end(), [](const Finding& finding) {
+      return finding.kind == FindingKind::noSound;
+    });
+    for (auto& finding : played[index].findings) {
+      if (finding.kind != FindingKind::silentWhenPlayed || !isKnownToBeSilent) {
+        page.findings.push_back(std::move(finding));
+      }
+    }
+  }
+  return report;
+}
+
+}  // namespace
+
+bool checkSetlistFile(const Options& options) {
+  CheckReport report;
+  const auto setlist = readSetlistFile(options.setlistPath);
+  if (setlist) {
+    report = reportOf(setlist.value(), options);
+  } else {
+    report.findings = {{.kind = FindingKind::unreadableSetlist, .subject = setlist.error().description}};
+  }
+  report.setlist = options.setlistPath;
+  report.rate = options.rate;
+  report.block = options.block;
+  sortWorstFirst(report);
+  system::StandardOutput console;
+  if (options.json) {
+    console.print(encodeReport(report));
+  } else {
+    for (const auto& line : checkLines(report)) {
+      console.print(line);
+    }
+  }
+  return countsOf(report).all() > 0;
+}
+
+}  // namespace vrel::render
