@@ -103,11 +103,12 @@ struct FindingStrip {
 
 struct Finding {
   FindingKind kind = FindingKind::noSongs;
-  std::optional<FindingStrip> strip{};       // none for what is about the song, its master or the setlist
-  std::string subject{};                     // what is concerned: a plug-in, a path, keys, a control of the hardware
-  double value = 0;                          // seconds, decibels or a share, by the kind
-  std::string reason{};                      // of a library or the system, in its words; may be empty
-  std::vector<MidiControlTarget> targets{};  // of a shared control
+  std::optional<FindingStrip> strip{};        // none for what is about the song, its master or the setlist
+  std::string subject{};                      // what is concerned: a plug-in, a path, keys, a control of the hardware
+  double value = 0;                           // seconds, decibels or a share, by the kind
+  std::string reason{};                       // of a library or the system, in its words; may be empty
+  std::vector<MidiControlTarget> targets{};   // of a shared control
+  std::vector<std::string> pluginControls{};  // of plug-ins that share it, such as "Cutoff 2" for the second strip
 
   bool operator==(const Finding&) const = default;
 };

@@ -241,9 +241,13 @@ std::string findingText(const Finding& finding, Language language) {
   for (const auto& target : finding.targets) {
     targets += (targets.empty() ? "" : ", ") + controlTargetName(target, language);
   }
-  replace(text, "%3", targets);
+  for (const auto& control : finding.pluginControls) {
+    targets += (targets.empty() ? "" : ", ") + control;
+  }
   replace(text, "%2", valueText(finding));
-  replace(text, "%1", finding.subject);  // last: a name may hold the other marks
+  // Those that hold names come last, the later one first: a name may hold any mark.
+  replace(text, "%3", targets);
+  replace(text, "%1", finding.subject);
   return finding.reason.empty() ? text : text + " (" + finding.reason + ")";
 }
 

@@ -58,6 +58,9 @@ ordered_json encodeFinding(const Finding& finding) {
   for (const auto& target : finding.targets) {
     object["targets"].push_back(encodeTarget(target));
   }
+  if (!finding.pluginControls.empty()) {
+    object["plugin_controls"] = finding.pluginControls;
+  }
   object["text"] = findingText(finding, Language::english);
   object["advice"] = findingAdvice(finding.kind, Language::english);
   return object;
@@ -147,6 +150,11 @@ std::optional<Finding> decodeFinding(const json& object) {
   for (const auto& target : arrayIn(object, "targets")) {
     if (const auto decoded = decodeTarget(target)) {
       finding.targets.push_back(*decoded);
+    }
+  }
+  for (const auto& control : arrayIn(object, "plugin_controls")) {
+    if (control.is_string()) {
+      finding.pluginControls.push_back(control.get<std::string>());
     }
   }
   return finding;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "check/checked_songs.h"
@@ -43,6 +44,21 @@ TEST(ControlFindings, AStripThatTheSongLacksSharesNothing) {
   auto song = songWith({stripWith("")});
   song.midiControlAssignments = {{master, knob}, {{MidiControlKind::channelMute, -1}, knob}};
   EXPECT_TRUE(checkControls({{secondVolume, knob}}, song).empty());
+}
+
+TEST(ControlFindings, AControlOfAPluginSharesItWithOneOfTheConsole) {
+  auto song = songWith({stripWith(installedPiano)});
+  song.midiControlAssignments = {{master, knob}};
+  song.pluginControlAssignments = {{.target = {.channelIndex = 0, .pluginPath = installedPiano, .control = "cut"},
+                                    .binding = knob,
+                                    .controlName = "Cutoff"},
+                                   {.target = {.channelIndex = 7, .pluginPath = installedPiano, .control = "cut"},
+                                    .binding = knob,
+                                    .controlName = "Off"}};
+  const auto findings = checkControls({}, song);
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(findings[0].targets, Targets{master});
+  EXPECT_EQ(findings[0].pluginControls, std::vector<std::string>{"Cutoff 1"}) << "but not of a strip that is not there";
 }
 
 }  // namespace

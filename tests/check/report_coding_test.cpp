@@ -24,7 +24,8 @@ CheckReport sample() {
   CheckReport report{.setlist = "/gig.vrel", .rate = 44100, .block = 64};
   report.findings = {{.kind = FindingKind::sharedControl,
                       .subject = "CC 20, MIDI 1",
-                      .targets = {{MidiControlKind::channelVolume, 1}, {MidiControlKind::projectionBlackout, {}}}}};
+                      .targets = {{MidiControlKind::channelVolume, 1}, {MidiControlKind::projectionBlackout, {}}},
+                      .pluginControls = {"Cutoff 2"}}};
   report.pages = {{.song = 3,
                    .name = "Intro",
                    .findings = {{.kind = FindingKind::fileIncomplete,

@@ -10,8 +10,9 @@ namespace vrel::system::test {
 namespace {
 
 TEST(ClipDecodingCheck, WholeClipsAreDecodedToTheirEnd) {
-  for (const auto* name : {"count-h264.mkv", "count-h264.mp4", "count-hevc.mp4", "count-mjpeg.mov", "count-prores.mov",
-                           "count-vp9.webm", "alpha-vp9.webm", "one-picture.mp4", "short.mp4"}) {
+  for (const auto* name :
+       {"count-h264.mkv", "count-h264.mp4", "count-hevc.mp4", "count-mjpeg.mov", "count-prores.mov", "count-vp9.webm",
+        "alpha-vp9.webm", "one-picture.mp4", "short.mp4", "upright.png", "upright.jpg", "upright.webp"}) {
     const auto failure = checkClipDecoding(clipFile(name));
     EXPECT_FALSE(failure) << name << ": " << (failure ? failure->reason : "");
   }
