@@ -18,7 +18,13 @@ struct EditorPort {
   bool operator==(const EditorPort&) const = default;
 };
 
-enum class EditorKind : std::uint8_t { x11, gtk2 };
+/// The first two are put into a window of ours; the others open windows of their own: by what the plug-in interface's
+/// users call an external one, or by its own interface for being shown.
+enum class EditorKind : std::uint8_t { x11, gtk2, external, shown };
+
+[[nodiscard]] constexpr bool isEmbedded(EditorKind kind) {
+  return kind == EditorKind::x11 || kind == EditorKind::gtk2;
+}
 
 /// A plug-in's own editor, as its data describes it: enough to open it without reading that data again.
 struct EditorPlace {

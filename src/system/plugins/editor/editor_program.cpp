@@ -89,7 +89,12 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
                                      send({MessageKind::atomWritten, 0, std::move(body)});
                                    }
                                  },
-                             .resized = [this](const sandbox::EditorSize& size) { window_->resizeView(size); },
+                             .resized =
+                                 [this](const sandbox::EditorSize& size) {
+                                   if (window_ != nullptr) {
+                                     window_->resizeView(size);
+                                   }
+                                 },
                              .log =
                                  [this](const std::string& line) {
                                    send({MessageKind::log, 0, bytesOf(line)});
@@ -106,6 +111,27 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
   if (Outcome failure = editor_->load()) {
     return failure;
   }
+  if (!isEmbedded(request.place.kind)) {
+    if (!EditorWindow::hasDisplay()) {
+      return Error{"found no X display"};
+    }
+    outside_ = std::make_unique<OutsideWindows>(request.mainWindow);
+  } else if (Outcome failure = openWindow(request)) {
+    return failure;
+  }
+  if (Outcome failure = editor_->open(window_ != nullptr ? window_->id() : 0)) {
+    return failure;
+  }
+  embed();
+  sentSize_ = sandbox::EditorSize{};
+  if (window_ != nullptr) {
+    sentSize_ = window_->viewSize().value_or(*sentSize_);
+  }
+  send({MessageKind::editorShown, 0, toBytes(*sentSize_)});
+  return std::nullopt;
+}
+
+Outcome EditorProgram::openWindow(const sandbox::EditorRequest& request) {
   auto window = EditorWindow::open({request.title, request.content, request.mainWindow});
   if (!window) {
     return window.error();
@@ -116,16 +142,13 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
     send({MessageKind::editorKey, 0, sandbox::toBytes(key)});
   });
   guard_->takePanicKeys(request.takesStageKeys);
-  if (Outcome failure = editor_->open(window_->id())) {
-    return failure;
-  }
-  embed();
-  sentSize_ = window_->viewSize().value_or(sandbox::EditorSize{});
-  send({MessageKind::editorShown, 0, toBytes(*sentSize_)});
   return std::nullopt;
 }
 
 void EditorProgram::embed() {
+  if (window_ == nullptr) {
+    return;
+  }
   if (gtk_ == nullptr) {
     window_->adopt(reinterpret_cast<std::uintptr_t>(editor_->widget()));
   } else if (editor_->widget() != nullptr) {
@@ -142,16 +165,19 @@ void EditorProgram::run() {
     while (const auto message = parser_.next()) {
       handle(*message);
     }
-    window_->handleEvents();
+    if (window_ != nullptr) {
+      window_->handleEvents();
+    }
     if (gtk_ != nullptr) {
       gtk_->handleEvents();
     }
-    if (!isOver_ && window_->isClosed()) {
+    if (!isOver_ && window_ != nullptr && window_->isClosed()) {
       send({MessageKind::editorClosed});
       isOver_ = true;
     }
     if (!isOver_ && Clock::now() >= idleAt) {
-      if (window_->isMapped() && !editor_->idle()) {
+      const bool isIdle = window_ == nullptr || window_->isMapped();
+      if (isIdle && !editor_->idle()) {
         send({MessageKind::editorClosed});
         isOver_ = true;
       }
@@ -163,7 +189,8 @@ void EditorProgram::run() {
 }
 
 void EditorProgram::waitForWork(int milliseconds) {
-  std::array<pollfd, 2> ready{{{socket_.get(), POLLIN, 0}, {window_->descriptor(), POLLIN, 0}}};
+  const int events = window_ != nullptr ? window_->descriptor() : -1;
+  std::array<pollfd, 2> ready{{{socket_.get(), POLLIN, 0}, {events, POLLIN, 0}}};
   if (poll(ready.data(), ready.size(), milliseconds) > 0 && ready[0].revents != 0) {
     readMessages();
   }
@@ -184,12 +211,12 @@ void EditorProgram::handle(const Message& message) {
   sandbox::ByteReader reader(message.body);
   switch (message.kind) {
     case MessageKind::fitEditor:
-      if (const auto size = sandbox::editorSizeFromBytes(message.body)) {
+      if (const auto size = sandbox::editorSizeFromBytes(message.body); size && window_ != nullptr) {
         window_->setContentSize(*size);
       }
       break;
     case MessageKind::moveEditor:
-      window_->move(static_cast<sandbox::EditorMove>(reader.number<std::uint32_t>()));
+      moveWindows(static_cast<sandbox::EditorMove>(reader.number<std::uint32_t>()));
       break;
     case MessageKind::portValues:
       if (const auto values = sandbox::portValuesFromBytes(message.body)) {
@@ -202,11 +229,21 @@ void EditorProgram::handle(const Message& message) {
       break;
     }
     case MessageKind::takeStageKeys:
-      guard_->takePanicKeys(reader.number<std::uint8_t>() != 0);
+      if (guard_ != nullptr) {
+        guard_->takePanicKeys(reader.number<std::uint8_t>() != 0);
+      }
       break;
     default:
       isOver_ = true;
       break;
+  }
+}
+
+void EditorProgram::moveWindows(sandbox::EditorMove move) {
+  if (window_ != nullptr) {
+    window_->move(move);
+  } else if (move != sandbox::EditorMove::center) {
+    outside_->keepAbove(move == sandbox::EditorMove::raise);
   }
 }
 
@@ -221,6 +258,9 @@ void EditorProgram::sendWritten() {
 /// What the editor has done since the last time.
 void EditorProgram::passOn() {
   sendWritten();
+  if (window_ == nullptr) {
+    return;
+  }
   if (const auto size = window_->viewSize(); size && sentSize_ != size) {
     sentSize_ = size;
     send({MessageKind::editorSized, 0, toBytes(*size)});

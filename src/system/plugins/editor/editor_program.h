@@ -11,6 +11,7 @@
 #include "system/plugins/editor/editor_window.h"
 #include "system/plugins/editor/gtk_toolkit.h"
 #include "system/plugins/editor/hosted_editor.h"
+#include "system/plugins/editor/outside_windows.h"
 #include "system/plugins/editor/window_guard.h"
 #include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/messages.h"
@@ -38,11 +39,13 @@ class EditorProgram {
  private:
   [[nodiscard]] bool openAsAsked();
   [[nodiscard]] Outcome open(const sandbox::EditorRequest& request);
+  [[nodiscard]] Outcome openWindow(const sandbox::EditorRequest& request);
   void embed();
   void run();
   void waitForWork(int milliseconds);
   void readMessages();
   void handle(const sandbox::Message& message);
+  void moveWindows(sandbox::EditorMove move);
   void passOn();
   void sendWritten();
   void send(const sandbox::Message& message);
@@ -53,9 +56,10 @@ class EditorProgram {
   const std::optional<PluginAccess> access_;
   Mutex sending_;
   sandbox::MessageParser parser_;
-  std::unique_ptr<EditorWindow> window_;
-  std::unique_ptr<GtkToolkit> gtk_;       // where the editor is made of it
-  std::unique_ptr<HostedEditor> editor_;  // ends first
+  std::unique_ptr<EditorWindow> window_;     // around an editor that is put into one
+  std::unique_ptr<OutsideWindows> outside_;  // or those that the editor opens
+  std::unique_ptr<GtkToolkit> gtk_;          // where the editor is made of it
+  std::unique_ptr<HostedEditor> editor_;     // ends first
   std::vector<sandbox::PortValue> written_;
   std::optional<sandbox::EditorSize> sentSize_;
   std::unique_ptr<WindowGuard> guard_;

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "system/plugins/editor/window_list.h"
+
 namespace vrel::editor {
 namespace {
 
@@ -125,7 +127,7 @@ void EditorWindow::show() {
 
 void EditorWindow::adopt(Id view) {
   if (view == 0) {
-    const auto children = childrenOf(id_);
+    const auto children = childrenOf(display_, id_);
     view = children.empty() ? 0 : children.back();
   }
   XWindowAttributes attributes{};
@@ -176,7 +178,7 @@ void EditorWindow::move(EditorMove move) {
       XRaiseWindow(display_, id_);
       break;
     case EditorMove::keepAbove:
-      if (isBelowMainWindow()) {
+      if (isBelow(display_, id_, mainWindow_)) {
         XRaiseWindow(display_, id_);
       }
       break;
@@ -239,52 +241,7 @@ void EditorWindow::handleEvents() {
 }
 
 bool EditorWindow::hasWindowManager() const {
-  return !windowsOf("_NET_SUPPORTING_WM_CHECK").empty();
-}
-
-bool EditorWindow::isBelowMainWindow() const {
-  if (mainWindow_ == 0) {
-    return false;
-  }
-  auto stacking = windowsOf("_NET_CLIENT_LIST_STACKING");  // from the bottom
-  if (stacking.empty()) {
-    stacking = childrenOf(root_);
-  }
-  const auto own = std::find(stacking.begin(), stacking.end(), id_);
-  return own != stacking.end() && std::find(own, stacking.end(), mainWindow_) != stacking.end();
-}
-
-std::vector<EditorWindow::Id> EditorWindow::windowsOf(const char* property) const {
-  constexpr long mostWindows = 4096;
-  Atom type = 0;
-  int format = 0;
-  unsigned long count = 0;
-  unsigned long rest = 0;
-  unsigned char* data = nullptr;
-  std::vector<Id> windows;
-  if (XGetWindowProperty(display_, root_, XInternAtom(display_, property, False), 0, mostWindows, False, XA_WINDOW,
-                         &type, &format, &count, &rest, &data) == 0 &&
-      data != nullptr) {
-    if (type == XA_WINDOW && format == 32) {
-      const auto* const first = reinterpret_cast<const Id*>(data);
-      windows.assign(first, first + count);
-    }
-    XFree(data);
-  }
-  return windows;
-}
-
-std::vector<EditorWindow::Id> EditorWindow::childrenOf(Id window) const {
-  Id root = 0;
-  Id parent = 0;
-  Id* children = nullptr;
-  unsigned int count = 0;
-  std::vector<Id> windows;
-  if (XQueryTree(display_, window, &root, &parent, &children, &count) != 0 && children != nullptr) {
-    windows.assign(children, children + count);
-    XFree(children);
-  }
-  return windows;
+  return !windowsOf(display_, root_, "_NET_SUPPORTING_WM_CHECK").empty();
 }
 
 }  // namespace vrel::editor

@@ -74,10 +74,7 @@ class EditorWindow {
   void limitSize();
   void placeView();
   void center();
-  [[nodiscard]] bool isBelowMainWindow() const;
   [[nodiscard]] bool hasWindowManager() const;
-  [[nodiscard]] std::vector<Id> windowsOf(const char* property) const;
-  [[nodiscard]] std::vector<Id> childrenOf(Id window) const;
 
   _XDisplay* const display_;
   const Id root_;

@@ -13,6 +13,8 @@
 #include <exception>
 #include <utility>
 
+#include "system/plugins/lv2/editor_features.h"
+
 namespace vrel::editor {
 namespace {
 
@@ -37,6 +39,7 @@ HostedEditor::HostedEditor(sandbox::EditorRequest request, Handlers handlers, co
 }
 
 HostedEditor::~HostedEditor() {
+  hideWindows();
   if (handle_ != nullptr && descriptor_->cleanup != nullptr) {
     descriptor_->cleanup(handle_);
   }
@@ -82,6 +85,11 @@ Outcome HostedEditor::open(unsigned long parent) {
   if (request_.place.kind == EditorKind::x11) {
     offer(LV2_UI__parent, reinterpret_cast<void*>(static_cast<std::uintptr_t>(parent)));
   }
+  if (request_.place.kind == EditorKind::external) {
+    externalHost_.title = request_.title.c_str();
+    offer(lv2::externalEditorHost, &externalHost_);
+    offer(lv2::externalEditorOld, &externalHost_);
+  }
   offer(LV2_UI__resize, &resizeFeature_);
   offer(LV2_UI__portMap, &portMap_);
   offer(LV2_UI__portSubscribe, &subscribe_);
@@ -111,7 +119,44 @@ Outcome HostedEditor::open(unsigned long parent) {
     idle_ = static_cast<const LV2UI_Idle_Interface*>(descriptor_->extension_data(LV2_UI__idleInterface));
   }
   show(request_.values);
+  return showWindows();
+}
+
+Outcome HostedEditor::showWindows() {
+  if (isEmbedded(request_.place.kind)) {
+    return std::nullopt;
+  }
+  const Error nothing{"has nothing to show"};
+  if (request_.place.kind == EditorKind::external) {
+    if (widget_ == nullptr) {
+      return nothing;
+    }
+    external()->show(external());
+  } else {
+    const auto* const data =
+        descriptor_->extension_data != nullptr ? descriptor_->extension_data(LV2_UI__showInterface) : nullptr;
+    show_ = static_cast<const LV2UI_Show_Interface*>(data);
+    if (show_ == nullptr || show_->show(handle_) != 0) {
+      return nothing;
+    }
+  }
+  isShown_ = true;
   return std::nullopt;
+}
+
+void HostedEditor::hideWindows() {
+  if (!isShown_ || isClosed_) {
+    return;
+  }
+  if (show_ != nullptr) {
+    (void)show_->hide(handle_);
+  } else {
+    external()->hide(external());
+  }
+}
+
+void HostedEditor::closedByPerson(LV2UI_Controller self) {
+  static_cast<HostedEditor*>(self)->isClosed_ = true;
 }
 
 void HostedEditor::show(const std::vector<sandbox::PortValue>& values) {
@@ -131,7 +176,14 @@ void HostedEditor::showAtom(std::uint32_t port, std::span<const std::uint8_t> pa
 }
 
 bool HostedEditor::idle() {
-  return idle_ == nullptr || idle_->idle == nullptr || idle_->idle(handle_) == 0;
+  if (request_.place.kind == EditorKind::external) {
+    if (!isClosed_) {
+      external()->run(external());
+    }
+    return !isClosed_;
+  }
+  isClosed_ = idle_ != nullptr && idle_->idle != nullptr && idle_->idle(handle_) != 0;
+  return !isClosed_;
 }
 
 void HostedEditor::write(LV2UI_Controller self, std::uint32_t port, std::uint32_t size, std::uint32_t protocol,

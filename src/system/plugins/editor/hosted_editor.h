@@ -50,8 +50,8 @@ class HostedEditor {
   /// Loads the library, and finds the editor in it.
   [[nodiscard]] Outcome load();
 
-  /// Makes the editor, of X11 within the window `parent`, and gives it the values it begins with. Takes as long as it
-  /// takes.
+  /// Makes the editor, of X11 within the window `parent`, and gives it the values it begins with; shows one that has
+  /// windows of its own. Takes as long as it takes.
   [[nodiscard]] Outcome open(unsigned long parent);
 
   /// X11's number of its window, or its widget; null where it gives none.
@@ -65,6 +65,21 @@ class HostedEditor {
   [[nodiscard]] bool idle();
 
  private:
+  /// What an external editor gives in the place of a widget, and what it gets of its host; of its interface.
+  struct ExternalWidget {
+    void (*run)(ExternalWidget* widget);
+    void (*show)(ExternalWidget* widget);
+    void (*hide)(ExternalWidget* widget);
+  };
+  struct ExternalHost {
+    void (*closed)(LV2UI_Controller self);
+    const char* title;
+  };
+
+  [[nodiscard]] Outcome showWindows();
+  void hideWindows();
+  [[nodiscard]] ExternalWidget* external() const { return static_cast<ExternalWidget*>(widget_); }
+  static void closedByPerson(LV2UI_Controller self);
   static void write(LV2UI_Controller self, std::uint32_t port, std::uint32_t size, std::uint32_t protocol,
                     const void* value);
   static int resize(LV2UI_Feature_Handle self, int width, int height);
@@ -86,6 +101,7 @@ class HostedEditor {
   LV2UI_Port_Map portMap_{this, portIndex};
   LV2UI_Port_Subscribe subscribe_{this, acceptSubscription, acceptSubscription};
   LV2UI_Touch touch_{this, touch};
+  ExternalHost externalHost_{closedByPerson, nullptr};
   void* const instance_;  // null where it has no access
   LV2_Extension_Data_Feature dataAccess_{};
   float sampleRate_;
@@ -98,6 +114,9 @@ class HostedEditor {
   const LV2UI_Idle_Interface* idle_ = nullptr;
   LV2UI_Handle handle_ = nullptr;
   LV2UI_Widget widget_ = nullptr;
+  const LV2UI_Show_Interface* show_ = nullptr;
+  bool isShown_ = false;  // in windows of its own
+  bool isClosed_ = false;
 };
 
 }  // namespace vrel::editor

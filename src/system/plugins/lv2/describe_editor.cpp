@@ -24,7 +24,13 @@ struct Choice {
   EditorKind kind;
   bool mayNeedInstance;
 };
-constexpr std::array<Choice, 3> choices{{{EditorKind::x11, false}, {EditorKind::gtk2, false}, {EditorKind::x11, true}}};
+constexpr std::array<Choice, 7> choices{{{EditorKind::x11, false},
+                                         {EditorKind::gtk2, false},
+                                         {EditorKind::x11, true},
+                                         {EditorKind::external, false},
+                                         {EditorKind::shown, false},
+                                         {EditorKind::external, true},
+                                         {EditorKind::shown, true}}};
 
 struct EditorsDeleter {
   void operator()(LilvUIs* editors) const { lilv_uis_free(editors); }
@@ -38,11 +44,13 @@ class EditorReader {
   /// None for an editor of another kind, or one that cannot be opened, or that requires the plug-in's memory and may
   /// not.
   [[nodiscard]] std::optional<EditorPlace> read(const LilvUI* editor, EditorKind kind, bool mayNeedInstance) const {
-    const char* const kindUri = kind == EditorKind::gtk2 ? LV2_UI__GtkUI : LV2_UI__X11UI;
-    if (!lilv_ui_is_a(editor, uri(kindUri).get()) || !hasReadableData(editor)) {
+    if (!hasReadableData(editor)) {
       return std::nullopt;
     }
     lilv_world_load_resource(world_, lilv_ui_get_uri(editor));
+    if (!isOf(editor, kind)) {
+      return std::nullopt;
+    }
     EditorPlace place;
     place.kind = kind;
     place.uri = lilv_node_as_uri(lilv_ui_get_uri(editor));
@@ -68,6 +76,23 @@ class EditorReader {
   /// Whether all files with more about the editor may be read.
   [[nodiscard]] bool hasReadableData(const LilvUI* editor) const {
     return all(editor, seeAlso, [](const LilvNode* file) { return isReadableData(path(file)); });
+  }
+
+  [[nodiscard]] bool isOf(const LilvUI* editor, EditorKind kind) const {
+    const auto isA = [&](const char* name) { return lilv_ui_is_a(editor, uri(name).get()); };
+    switch (kind) {
+      case EditorKind::x11:
+        return isA(LV2_UI__X11UI);
+      case EditorKind::gtk2:
+        return isA(LV2_UI__GtkUI);
+      case EditorKind::external:
+        return isA(externalEditorClass) || isA(externalEditorOld);
+      case EditorKind::shown:
+        return !all(editor, LV2_CORE__extensionData, [](const LilvNode* name) {
+          return std::string_view(lilv_node_as_string(name)) != LV2_UI__showInterface;
+        });
+    }
+    return false;
   }
 
   [[nodiscard]] bool offersAll(const LilvUI* editor) const {

@@ -11,7 +11,8 @@
 namespace vrel::lv2 {
 
 /// The plug-in's own editor: the first for X11, or else for Gtk 2, whose library is there and which requires nothing
-/// that an editor is not given; or else one for X11 that requires the plug-in's memory. None without one. World thread.
+/// that an editor is not given; or else one for X11 that requires the plug-in's memory, or one with windows of its own.
+/// None without one. World thread.
 [[nodiscard]] std::optional<EditorPlace> describeEditor(LilvWorld* world, const LilvPlugin* plugin,
                                                         const PluginDescription& description);
 

@@ -15,8 +15,13 @@
 
 namespace vrel::lv2 {
 
+/// Editors with windows of their own: their class, and what they get of their host. The old name is of both.
+inline constexpr const char* externalEditorClass = "http://kxstudio.sf.net/ns/lv2ext/external-ui#Widget";
+inline constexpr const char* externalEditorHost = "http://kxstudio.sf.net/ns/lv2ext/external-ui#Host";
+inline constexpr const char* externalEditorOld = LV2_UI_PREFIX "external";
+
 /// What an editor may require of its host. Some are properties, or interfaces of its own, which data lists among them.
-inline constexpr std::array<std::string_view, 15> editorFeatures{
+inline constexpr std::array<std::string_view, 18> editorFeatures{
     LV2_URID__map,
     LV2_URID__unmap,
     LV2_OPTIONS__options,
@@ -27,6 +32,9 @@ inline constexpr std::array<std::string_view, 15> editorFeatures{
     LV2_UI__portSubscribe,
     LV2_UI__touch,
     LV2_UI__idleInterface,
+    LV2_UI__showInterface,
+    externalEditorHost,
+    externalEditorOld,
     LV2_UI__fixedSize,
     LV2_UI__noUserResize,
     LV2_CORE__isLive,

@@ -35,7 +35,7 @@ std::vector<PortValue> readValues(ByteReader& reader) {
 }
 
 void write(ByteWriter& writer, const EditorPlace& place) {
-  writeFlag(writer, place.kind == EditorKind::gtk2);
+  writer.number(static_cast<std::uint8_t>(place.kind));
   writeFlag(writer, place.needsInstance);
   for (const std::string* text :
        {&place.pluginName, &place.pluginUri, &place.uri, &place.bundlePath, &place.libraryPath}) {
@@ -53,7 +53,7 @@ void write(ByteWriter& writer, const EditorPlace& place) {
 
 EditorPlace readPlace(ByteReader& reader) {
   EditorPlace place;
-  place.kind = readFlag(reader) ? EditorKind::gtk2 : EditorKind::x11;
+  place.kind = static_cast<EditorKind>(reader.number<std::uint8_t>());
   place.needsInstance = readFlag(reader);
   for (std::string* text : {&place.pluginName, &place.pluginUri, &place.uri, &place.bundlePath, &place.libraryPath}) {
     *text = reader.text();

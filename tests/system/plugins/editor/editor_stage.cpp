@@ -49,7 +49,15 @@ std::vector<Desktop::Window> Desktop::windows() const {
 }
 
 Desktop::Window Desktop::find(const std::string& title) const {
-  for (const Window window : windows()) {
+  return find(windows(), title);
+}
+
+Desktop::Window Desktop::findClient(const std::string& title) const {
+  return find(clients(), title);
+}
+
+Desktop::Window Desktop::find(const std::vector<Window>& windows, const std::string& title) const {
+  for (const Window window : windows) {
     char* name = nullptr;
     if (XFetchName(display_, window, &name) != 0 && name != nullptr) {
       const bool isFound = title == name;
@@ -60,6 +68,63 @@ Desktop::Window Desktop::find(const std::string& title) const {
     }
   }
   return 0;
+}
+
+bool Desktop::hasWindowManager() const {
+  return !windowsOfRoot("_NET_SUPPORTING_WM_CHECK").empty();
+}
+
+std::vector<Desktop::Window> Desktop::clients() const {
+  return windowsOfRoot("_NET_CLIENT_LIST_STACKING");
+}
+
+std::vector<Desktop::Window> Desktop::windowsOfRoot(const char* property) const {
+  Atom type = 0;
+  int format = 0;
+  unsigned long count = 0;
+  unsigned long rest = 0;
+  unsigned char* data = nullptr;
+  std::vector<Window> windows;
+  if (XGetWindowProperty(display_, XDefaultRootWindow(display_), XInternAtom(display_, property, False), 0, 1000, False,
+                         XA_WINDOW, &type, &format, &count, &rest, &data) == 0 &&
+      data != nullptr) {
+    const auto* const first = reinterpret_cast<const Window*>(data);
+    windows.assign(first, first + count);
+    XFree(data);
+  }
+  return windows;
+}
+
+Desktop::Window Desktop::frameOf(Window window) const {
+  Window root = 0;
+  Window parent = window;
+  while (window != 0 && parent != root) {
+    window = parent;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    if (XQueryTree(display_, window, &root, &parent, &children, &count) == 0) {
+      return 0;
+    }
+    XFree(children);
+  }
+  return window;
+}
+
+bool Desktop::isAbove(Window one, Window other) const {
+  const auto order = windows();
+  const auto lower = std::find(order.begin(), order.end(), frameOf(other));
+  return one != other && lower != order.end() && std::find(lower, order.end(), frameOf(one)) != order.end();
+}
+
+void Desktop::askManager(Window window, const char* message, long data) {
+  XEvent event{};
+  event.xclient.type = ClientMessage;
+  event.xclient.window = window;
+  event.xclient.message_type = XInternAtom(display_, message, False);
+  event.xclient.format = 32;
+  event.xclient.data.l[0] = data;
+  XSendEvent(display_, XDefaultRootWindow(display_), False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+  XSync(display_, False);
 }
 
 Desktop::Window Desktop::childOf(Window window) const {

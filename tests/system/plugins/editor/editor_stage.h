@@ -46,6 +46,15 @@ class Desktop {
   [[nodiscard]] std::size_t colors(Window window) const;
   [[nodiscard]] Window transientFor(Window window) const;
 
+  /// Under a window manager: its windows, the one with this title, and what a taskbar asks of it.
+  [[nodiscard]] bool hasWindowManager() const;
+  [[nodiscard]] std::vector<Window> clients() const;
+  /// Of two windows in frames.
+  [[nodiscard]] bool isAbove(Window one, Window other) const;
+  [[nodiscard]] Window findClient(const std::string& title) const;
+  void closeClient(Window window) { askManager(window, "_NET_CLOSE_WINDOW", 0); }
+  void activate(Window window) { askManager(window, "_NET_ACTIVE_WINDOW", 2); }
+
   /// A window of the whole screen, as the console's.
   [[nodiscard]] Window cover();
   void raise(Window window);
@@ -62,6 +71,11 @@ class Desktop {
   void removeKey(unsigned long symbol);
 
  private:
+  [[nodiscard]] Window find(const std::vector<Window>& windows, const std::string& title) const;
+  [[nodiscard]] std::vector<Window> windowsOfRoot(const char* property) const;
+  [[nodiscard]] Window frameOf(Window window) const;
+  void askManager(Window window, const char* message, long data);
+
   _XDisplay* const display_;
 };
 
