@@ -267,11 +267,19 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
       if (const auto former = from.indexOfSong(wanted.id); former && from.songs[*former]->name != wanted.name) {
         found->name = wanted.name;
       }
+      if (const auto former = from.indexOfSong(wanted.id);
+          former && !haveLearnedTheSame(*from.songs[*former], wanted)) {
+        found->midiControlAssignments = wanted.midiControlAssignments;
+        found->pluginControlAssignments = wanted.pluginControlAssignments;
+      }
     }
     const auto rank = [&](const SongConfig& song) { return to.indexOfSong(song.id).value_or(to.songs.size()); };
     std::stable_sort(songs.begin(), songs.end(), [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
   });
   state_.selectedSongIndex.set(onStage ? songList_.indexOf(*onStage) : std::nullopt);
+  if (from.learnedForAll != to.learnedForAll) {
+    state_.globalMidiControlAssignments.set(to.learnedForAll);
+  }
 }
 
 /// The song of the step, when it is not on stage and is needed there. False when it cannot be.

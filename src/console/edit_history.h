@@ -27,7 +27,7 @@ class SongList;
 class SongSwitch;
 struct ConsoleSelection;
 
-/// Undo and redo of what a person edits: strips, racks, songs and their order.
+/// Undo and redo of what a person edits: strips, racks, songs and their order, and learned controls.
 ///
 /// A step is the difference between the state before an edit and after it, so that what happens beside the edits is not
 /// taken back. Edits of one value within a second are one step. A step of a song

@@ -164,12 +164,18 @@ EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, 
   shot.onStage.tempoBpm = state.tempoBpm.get();
   shot.onStage.keyboardStartNote = state.keyboardStartNote.get();
   shot.onStage.keyboardKeyCount = state.keyboardKeyCount.get();
+  shot.learnedForAll = state.globalMidiControlAssignments.get();
   for (const auto& song : songs) {
     const auto index = former.indexOfSong(song.id);
     const bool isSame = index && (!areSongsNew || *former.songs[*index] == song);
     shot.songs.push_back(isSame ? former.songs[*index] : std::make_shared<const SongConfig>(song));
   }
   return shot;
+}
+
+bool haveLearnedTheSame(const SongConfig& a, const SongConfig& b) {
+  return a.midiControlAssignments == b.midiControlAssignments &&
+         a.pluginControlAssignments == b.pluginControlAssignments;
 }
 
 bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b) {
@@ -191,6 +197,11 @@ std::optional<EditDifference> differenceOf(const EditShot& before, const EditSho
     if (before.songs[index]->name != after.songs[index]->name) {
       return EditDifference{TextKey::renameSong, Uuid::fresh().text()};
     }
+  }
+  if (before.learnedForAll != after.learnedForAll ||
+      !std::equal(before.songs.begin(), before.songs.end(), after.songs.begin(), after.songs.end(),
+                  [](const auto& one, const auto& other) { return haveLearnedTheSame(*one, *other); })) {
+    return EditDifference{TextKey::learnedControls, Uuid::fresh().text()};
   }
   if (before.songOnStage != after.songOnStage) {
     return std::nullopt;

@@ -40,6 +40,7 @@ struct EditShot {
   StripShot master;
   SongConfig onStage;  // of the song on stage, beside its strips: notes, tempo, keyboard
   std::vector<std::shared_ptr<const SongConfig>> songs;  // shared by shots in which they are the same
+  std::vector<MidiControlAssignment> learnedForAll;      // the controls that hold in every song
 
   [[nodiscard]] std::optional<std::size_t> indexOfStrip(const Uuid& strip) const;
   [[nodiscard]] std::optional<std::size_t> indexOfSong(const Uuid& song) const;
@@ -62,6 +63,9 @@ struct EditDifference {
 
 /// Whether the songs or strips are not the same ones in the same order.
 [[nodiscard]] bool differInOrder(const EditShot& before, const EditShot& after);
+
+/// Whether both songs have learned the same controls.
+[[nodiscard]] bool haveLearnedTheSame(const SongConfig& a, const SongConfig& b);
 
 [[nodiscard]] bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b);
 

@@ -313,6 +313,42 @@ TEST_F(History, ASongThatIsDeletedOnStageComesBackThereAsItSounded) {
   EXPECT_EQ(coreOf(strip(0)).documentState, std::optional(sound(9)));
 }
 
+TEST_F(History, LearnedControlsAreTakenBackAndLearnedAgain) {
+  auto& learn = content.midiLearn();
+  const PluginControlTarget cutoff{.channelIndex = 0, .slotIndex = {}, .pluginPath = pianoKey, .control = "cutoff"};
+  learn.savePluginControl({cutoff, {0xB0, 0, 74}, "Cutoff"});
+  learn.saveMidiAssignment({MidiControlKind::channelVolume, 0}, {0xB0, 0, 7});
+  learn.saveMidiAssignment({MidiControlKind::panic, {}}, {0x90, 0, 60});
+  const auto ofSong = song(0);
+  const auto ofAll = state.globalMidiControlAssignments.get();
+  content.stripControls().setName(strip(1), "Bass");
+  learn.clearAllMidiLearn();
+  undo();
+  EXPECT_EQ(song(0).midiControlAssignments, ofSong.midiControlAssignments);
+  EXPECT_EQ(song(0).pluginControlAssignments, ofSong.pluginControlAssignments);
+  EXPECT_EQ(state.globalMidiControlAssignments.get(), ofAll);
+  EXPECT_EQ(strips(), (Names{"A", "Bass"}));
+  redo();
+  EXPECT_TRUE(song(0).pluginControlAssignments.empty());
+  EXPECT_TRUE(state.globalMidiControlAssignments.get().empty());
+  for (int step = 0; step < 5; ++step) {
+    undo();
+  }
+  EXPECT_TRUE(song(0).pluginControlAssignments.empty()) << "before the first was learned";
+  EXPECT_EQ(strips(), (Names{"A", "B"}));
+  EXPECT_EQ(history().undoCount(), 0U);
+}
+
+TEST_F(History, ASongThatIsDeletedComesBackWithItsLearnedControls) {
+  const PluginControlTarget cutoff{.channelIndex = 0, .slotIndex = {}, .pluginPath = pianoKey, .control = "cutoff"};
+  content.midiLearn().savePluginControl({cutoff, {0xB0, 0, 74}, "Cutoff"});
+  content.songList().deleteSong(state.songs.get()[0].id);
+  answerAll();
+  undo();
+  ASSERT_EQ(song(0).pluginControlAssignments.size(), 1U);
+  EXPECT_EQ(song(0).pluginControlAssignments[0].target, cutoff);
+}
+
 TEST_F(History, AStepOfAnotherSongBringsThatSongOnStage) {
   content.stripControls().setName(strip(0), "Lead");
   content.songSwitch().applySong(1);
