@@ -106,9 +106,18 @@ void SetlistFiles::openSetlist() {
 }
 
 void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
-  const auto chosen = std::move(path);  // the list changes when the guard saves
-  if (LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_) && confirmSetlistChange()) {
-    loadSetlist(chosen);
+  if (!LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_)) {
+    return;
+  }
+  const bool isAsked = askedToOpen_.has_value();
+  askedToOpen_ = std::move(path);
+  if (isAsked) {
+    return;
+  }
+  const bool mayOpen = confirmSetlistChange();
+  const auto newest = *std::exchange(askedToOpen_, std::nullopt);
+  if (mayOpen) {
+    loadSetlist(newest);
   }
 }
 

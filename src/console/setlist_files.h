@@ -57,7 +57,9 @@ class SetlistFiles {
   /// Has a file chosen, asks, and loads it. Nothing in Live mode.
   void openSetlist();
 
-  /// Asks, and loads a file of the recent list, of which the path may be a part. Nothing in Live mode.
+  /// Asks, and loads a file of the recent list, of which the path may be a part. Another that comes while the question
+  /// is open, from a second start or a drop, takes its place: one question, and the newest is loaded. Nothing in Live
+  /// mode.
   void openRecentSetlist(std::filesystem::path path);
 
   /// The setlist that could not be opened, while a copy of it can; none after the next one that is opened or saved.
@@ -100,6 +102,7 @@ class SetlistFiles {
   Desktop& desktop_;
   ConsoleOutput& console_;
   SetlistCopies& copies_;
+  std::optional<std::filesystem::path> askedToOpen_;  // while its question is open
 };
 
 }  // namespace vrel

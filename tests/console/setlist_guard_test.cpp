@@ -53,6 +53,27 @@ TEST_F(SetlistGuard, AsksBeforeTheEndWithoutEditsToo) {
   EXPECT_EQ(asked().informativeText, "Puedes guardar el setlist o salir sin guardar.");
 }
 
+TEST_F(SetlistGuard, OfFilesThatComeWhileItAsksOnlyTheNewestIsOpened) {
+  openGig();
+  const std::filesystem::path newest = "/home/me/newest.vrel";
+  files.place(other, setlistText({"Three"}));
+  files.place(newest, setlistText({"Four"}));
+  desktop.alertAnswers = {doNotSaveButton};
+  desktop.whileAsking = [this, newest] {
+    setlistFiles.openRecentSetlist(gig);
+    setlistFiles.openRecentSetlist(newest);
+  };
+  setlistFiles.openRecentSetlist(other);
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Four"});
+  desktop.alerts.clear();
+  desktop.whileAsking = nullptr;
+  desktop.alertAnswers = {cancelButton};
+  setlistFiles.openRecentSetlist(other);
+  EXPECT_EQ(desktop.alerts.size(), 1U) << "the next one asks again";
+  EXPECT_EQ(songNames(), Names{"Four"});
+}
+
 TEST_F(SetlistGuard, TheAnswersOfAChange) {
   openGig();
   desktop.alertAnswers = {doNotSaveButton, cancelButton};
