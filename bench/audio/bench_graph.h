@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -29,6 +30,9 @@ class ChordProcessor final : public NodeProcessor {
   [[nodiscard]] std::uint32_t outputChannelCount(std::uint32_t) const override { return 2; }
 
   void process(const ProcessBlock& block) noexcept VREL_AUDIO_THREAD override {
+    if (!isPlaying.load(std::memory_order_relaxed)) {
+      return;
+    }
     for (Voice& voice : voices_) {
       for (std::uint32_t frame = 0; frame < block.frameCount; ++frame) {
         for (std::size_t channel = 0; channel < 2; ++channel) {
@@ -40,6 +44,8 @@ class ChordProcessor final : public NodeProcessor {
       }
     }
   }
+
+  std::atomic<bool> isPlaying{true};
 
  private:
   struct Voice {
@@ -54,6 +60,7 @@ class ChordProcessor final : public NodeProcessor {
 
 class ChordNode final : public GraphNodeOf<AVAudioNode> {
  public:
+  void setPlaying(bool isPlaying) { processor_->isPlaying = isPlaying; }
   [[nodiscard]] std::shared_ptr<NodeProcessor> processor() const override { return processor_; }
 
  private:
@@ -89,7 +96,7 @@ class ToneNode final : public GraphNodeOf<AVAudioNode> {
 /// One strip: the instrument, `effectCount` effects, the reverb and the meter mixer with its tap.
 struct Strip {
   Strip(RenderEngine& engine, std::size_t effectCount) {
-    chain.push_back(std::make_shared<ChordNode>());
+    chain.push_back(chord);
     for (std::size_t effect = 0; effect < effectCount; ++effect) {
       chain.push_back(std::make_shared<ToneNode>());
     }
@@ -119,6 +126,7 @@ struct Strip {
     }
   }
 
+  std::shared_ptr<ChordNode> chord = std::make_shared<ChordNode>();
   std::vector<AVAudioEngine::Node> chain;
 };
 

@@ -99,6 +99,49 @@ void graphOverBareDsp(benchmark::State& state) {
 }
 BENCHMARK(graphOverBareDsp)->Name("Graph/16StripsOverBareDsp")->Iterations(4000)->Unit(benchmark::kMicrosecond);
 
+// Strips whose tails have died beside strips that play.
+void silentStripsOverPlayingOnes(benchmark::State& state) {
+  const auto silentDevice = std::make_shared<ManualDevice>();
+  const auto playingDevice = std::make_shared<ManualDevice>();
+  BenchGraph silent(silentDevice, 0);
+  BenchGraph playing(playingDevice, 0);
+  if (silent.engine.start() || playing.engine.start()) {
+    state.SkipWithError("an engine does not start");
+    return;
+  }
+  const auto play = [](ManualDevice& device, double seconds) {
+    for (int block = 0; block < static_cast<int>(seconds * sampleRate / blockFrames); ++block) {
+      device.render();
+      device.pump();
+    }
+  };
+  constexpr double tailSeconds = 60;
+  play(*silentDevice, 1);
+  for (const Strip& strip : silent.strips) {
+    strip.chord->setPlaying(false);
+  }
+  play(*silentDevice, tailSeconds);
+  std::vector<double> silentTimes;
+  std::vector<double> playingTimes;
+  for (auto _ : state) {
+    const Clock::time_point silentBegin = Clock::now();
+    silentDevice->render();
+    silentTimes.push_back(microsecondsSince(silentBegin));
+    const Clock::time_point playingBegin = Clock::now();
+    playingDevice->render();
+    playingTimes.push_back(microsecondsSince(playingBegin));
+    silentDevice->pump();
+    playingDevice->pump();
+  }
+  state.counters["silent_us"] = median(silentTimes);
+  state.counters["playing_us"] = median(playingTimes);
+  state.counters["ratio"] = median(silentTimes) / median(playingTimes);
+}
+BENCHMARK(silentStripsOverPlayingOnes)
+    ->Name("Graph/16SilentStripsOver16ThatPlay")
+    ->Iterations(4000)
+    ->Unit(benchmark::kMicrosecond);
+
 void rewireOneOf16Strips(benchmark::State& state) {
   const auto device = std::make_shared<PacedNullDevice>(sampleRate, blockFrames);
   BenchGraph graph(device, 2);
