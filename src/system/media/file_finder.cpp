@@ -50,31 +50,32 @@ FileFinder::FileFinder(Exists exists)
 
 FileFinder::~FileFinder() {
   std::map<std::string, Folder> dropped;  // freed after the lock
-  MutexLock lock(shared_->mutex);
-  shared_->isOver = true;
-  dropped.swap(shared_->folders);
-  shared_->changed.notify_all();
-  shared_->changed.wait(lock.native(),
-                        [&shared = *shared_]() VREL_REQUIRES(shared.mutex) { return shared.completing == 0; });
+  Shared& shared = *shared_;
+  MutexLock lock(shared.mutex);
+  shared.isOver = true;
+  dropped.swap(shared.folders);
+  shared.changed.notify_all();
+  shared.changed.wait(lock.native(), [&shared]() VREL_REQUIRES(shared.mutex) { return shared.completing == 0; });
 }
 
 void FileFinder::find(const std::string& path, Completion completion) {
+  Shared& shared = *shared_;
   bool needsThread = false;
   {
-    const MutexLock lock(shared_->mutex);
-    auto& folders = shared_->folders;
+    const MutexLock lock(shared.mutex);
+    auto& folders = shared.folders;
     folders[std::filesystem::path(path).parent_path()].questions.push_back({path, std::move(completion)});
     const auto waiting =
         std::count_if(folders.begin(), folders.end(), [](const auto& each) { return !each.second.isServed; });
-    needsThread = waiting > shared_->idle && shared_->threads < mostThreads;
+    needsThread = waiting > shared.idle && shared.threads < mostThreads;
     if (needsThread) {
-      ++shared_->threads;
+      ++shared.threads;
     }
   }
   if (needsThread) {
-    std::thread([shared = shared_] { serve(*shared); }).detach();
+    std::thread([kept = shared_] { serve(*kept); }).detach();
   } else {
-    shared_->changed.notify_one();
+    shared.changed.notify_one();
   }
 }
 
