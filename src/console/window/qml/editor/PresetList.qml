@@ -98,7 +98,7 @@ ColumnLayout {
             width: presets.width - 14
 
             PluginHeading {
-                width: item.width
+                width: presets.width
                 text: item.heading
             }
             PresetItem {

@@ -100,7 +100,7 @@ ListView {
         width: list.width - 14
 
         PluginHeading {
-            width: item.width
+            width: list.width
             text: item.heading
         }
         PluginRowItem {
