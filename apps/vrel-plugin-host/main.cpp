@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// The process of one plug-in: its sound half, or its editor. Started by the host program, never by hand.
+// The process of one plug-in: its sound half, or its editor; or one that reads the data of many. Started by the host
+// program, never by hand.
 
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
 #include "system/plugins/editor/editor_program.h"
+#include "system/plugins/lv2/bundle_scan.h"
 #include "system/plugins/sandbox/guest/guest_keeper.h"
 #include "system/plugins/sandbox/guest/guest_program.h"
 #include "system/plugins/sandbox/guest_process.h"
@@ -15,6 +17,9 @@ int main(int argc, char** argv) {
   using vrel::sandbox::FileDescriptor;
   using vrel::sandbox::GuestProgram;
   const bool isEditor = argc == 3 && std::string_view(argv[2]) == vrel::sandbox::editorRoleName;
+  if (argc == 2 && std::string_view(argv[1]) == vrel::lv2::scanRoleName) {
+    return vrel::lv2::serveScan();
+  }
   if (argc != 2 && !isEditor) {
     std::fputs("vrel-plugin-host runs one plug-in for vrel and is started by it\n", stderr);
     return 2;

@@ -34,7 +34,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
     : loop_(loop),
       window_(window),
       console_(*this, runLog),
-      platform_({}, loop, clock_, console_),
+      platform_({.pluginsFile = system::userPluginsFile()}, loop, clock_, console_),
       state_({defaults_, platform_.components(), loop, console_, files_}, system::userRecentFilesPath()),
       engine_(AudioEngine::make(platform_.platform())),
       desktop_(loop, window),

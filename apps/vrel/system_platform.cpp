@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vrel/system_platform.h"
 
+#include <memory>
 #include <optional>
 #include <utility>
 
 #include "platform/console_output.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
 #include "system/plugins/lv2/lv2_preset_library.h"
 
 namespace vrel::app {
@@ -20,6 +23,19 @@ lv2::HostSettings hostSettings(const system::SystemAudioOutput& output, std::fun
   return settings;
 }
 
+std::string helperPath(const SystemPlatform::Settings& settings) {
+  return settings.pluginHostProgram.empty() ? sandbox::Supervisor::defaultHelperPath() : settings.pluginHostProgram;
+}
+
+std::shared_ptr<FileManager> ownFiles() {
+  struct Files {
+    system::FileCalls calls;
+    system::PosixFileManager manager{calls};
+  };
+  const auto files = std::make_shared<Files>();
+  return {files, &files->manager};
+}
+
 }  // namespace
 
 SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, HostClock& clock, ConsoleOutput& console)
@@ -33,6 +49,11 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
       preview_(std::make_shared<audio::PreviewBus>(
           audio::PreviewBus::Collaborators{output_, *files_, queues_, files_, renderCounters_})),
       nodes_(preview_, renderCounters_, files_),
+      world_(lv2::Lv2World::open({.isAwaited = false,
+                                  .files = ownFiles(),
+                                  .cacheFile = settings.pluginsFile,
+                                  .helperProgram = helperPath(settings),
+                                  .log = infoLog()})),
       lv2Units_(world_, hostSettings(*output_, log(), pluginCounters_)),
       sandbox_(makeSandbox(settings)),
       rateFollowed_(output_->sampleRateChanged.connect([this](double framesPerSecond) {
@@ -42,7 +63,11 @@ SystemPlatform::SystemPlatform(const Settings& settings, MainQueue& mainQueue, H
         }
       })) {
   output_->setTimedEvents(midiInlets_.timed);
-  output_->setInfoLog([&lines = console_](const std::string& line) { lines.printInfo(line); });
+  output_->setInfoLog(infoLog());
+}
+
+std::function<void(const std::string&)> SystemPlatform::infoLog() {
+  return [&console = console_](const std::string& line) { console.printInfo(line); };
 }
 
 std::function<void(const std::string&)> SystemPlatform::log(FailureKind kind) {
@@ -50,10 +75,9 @@ std::function<void(const std::string&)> SystemPlatform::log(FailureKind kind) {
 }
 
 std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(const Settings& settings) {
-  const std::string helperPath =
-      settings.pluginHostProgram.empty() ? sandbox::Supervisor::defaultHelperPath() : settings.pluginHostProgram;
+  const std::string program = helperPath(settings);
   auto supervisor =
-      sandbox::Supervisor::start({.helperPath = helperPath, .log = log(), .mostParked = sandbox::mostParkedGuests});
+      sandbox::Supervisor::start({.helperPath = program, .log = log(), .mostParked = sandbox::mostParkedGuests});
   if (!supervisor) {
     console_.print("plug-ins run in this process, without a sandbox: " + supervisor.error().description);
     return nullptr;
@@ -81,7 +105,7 @@ std::unique_ptr<sandbox::SandboxingUnitFactory> SystemPlatform::makeSandbox(cons
   sandboxSettings.counters = pluginCounters_;
   auto factory = std::make_unique<sandbox::SandboxingUnitFactory>(std::move(supervisor).value(), find, mainQueue_,
                                                                   std::move(sandboxSettings));
-  editors_ = makeEditors(helperPath);
+  editors_ = makeEditors(program);
   factory->setEditors(editors_);
   return factory;
 }

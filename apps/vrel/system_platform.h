@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -41,8 +42,9 @@ namespace vrel::app {
 class SystemPlatform {
  public:
   struct Settings {
-    std::string jackServerName;     // empty: the one that the environment names
-    std::string pluginHostProgram;  // empty: the one beside this program
+    std::string jackServerName{};         // empty: the one that the environment names
+    std::string pluginHostProgram{};      // empty: the one beside this program
+    std::filesystem::path pluginsFile{};  // what the last scan has found; empty: each one reads all
   };
 
   /// All is borrowed and outlives this.
@@ -72,6 +74,7 @@ class SystemPlatform {
   [[nodiscard]] std::unique_ptr<sandbox::SandboxingUnitFactory> makeSandbox(const Settings& settings);
   [[nodiscard]] std::shared_ptr<sandbox::EditorService> makeEditors(const std::string& helperPath);
   [[nodiscard]] std::function<void(const std::string&)> log(FailureKind kind = FailureKind::other);
+  [[nodiscard]] std::function<void(const std::string&)> infoLog();
 
   // In construction order; each member uses those above it.
   MainQueue& mainQueue_;
@@ -90,7 +93,7 @@ class SystemPlatform {
   system::ClipFactory clips_;
   std::shared_ptr<audio::PreviewBus> preview_;
   audio::RenderNodeFactory nodes_;
-  std::shared_ptr<lv2::Lv2World> world_ = lv2::Lv2World::open();
+  std::shared_ptr<lv2::Lv2World> world_;
   lv2::Lv2UnitFactory lv2Units_;
   std::shared_ptr<sandbox::EditorService> editors_;          // null where processes cannot be started
   std::unique_ptr<sandbox::SandboxingUnitFactory> sandbox_;  // null where processes cannot be started

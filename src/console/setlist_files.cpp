@@ -17,6 +17,7 @@
 #include "platform/desktop.h"
 #include "platform/file_manager.h"
 #include "platform/state_answer.h"
+#include "text/text.h"
 
 namespace vrel {
 namespace {
@@ -78,6 +79,22 @@ Result<std::string> encoded(const AppState& state) {
 
 }  // namespace
 
+SetlistFiles::SetlistFiles(const Collaborators& collaborators)
+    : state_(collaborators.state),
+      engine_(collaborators.engine),
+      songSwitch_(collaborators.songSwitch),
+      files_(collaborators.files),
+      desktop_(collaborators.desktop),
+      console_(collaborators.console),
+      copies_(collaborators.copies) {
+  pluginsFollowed_ = state_.isLookingForPlugins.changed.connect([this](bool isLooking) {
+    if (!isLooking && awaitingPlugins_) {
+      state_.finishLoadingSession();
+      loadSetlist(*std::exchange(awaitingPlugins_, std::nullopt));
+    }
+  });
+}
+
 void SetlistFiles::newSetlist(bool confirm) {
   if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_) || (confirm && !confirmSetlistChange())) {
     return;
@@ -132,7 +149,17 @@ void SetlistFiles::openNewestCopy() {
   }
 }
 
+void SetlistFiles::loadWhenPluginsAreFound(const std::filesystem::path& path) {
+  if (!std::exchange(awaitingPlugins_, path)) {
+    state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
+  }
+}
+
 void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
+  if (state_.isLookingForPlugins.get()) {
+    loadWhenPluginsAreFound(path);
+    return;
+  }
   const auto bytes = files_.contents(path, mostSetlistBytes);
   auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
   if (!setlist) {

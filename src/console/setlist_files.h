@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -41,14 +42,7 @@ class SetlistFiles {
   };
 
   /// All are borrowed.
-  explicit SetlistFiles(const Collaborators& collaborators)
-      : state_(collaborators.state),
-        engine_(collaborators.engine),
-        songSwitch_(collaborators.songSwitch),
-        files_(collaborators.files),
-        desktop_(collaborators.desktop),
-        console_(collaborators.console),
-        copies_(collaborators.copies) {}
+  explicit SetlistFiles(const Collaborators& collaborators);
 
   /// A fresh setlist of one song on stage; with `confirm` it is asked for first. The assignments that hold across all
   /// songs go on into it. Nothing in Live mode.
@@ -69,7 +63,8 @@ class SetlistFiles {
   void openNewestCopy();
 
   /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there. A copy
-  /// takes the place of the setlist that it was made of, and counts as edited.
+  /// takes the place of the setlist that it was made of, and counts as edited. While plug-ins are being looked for it
+  /// waits for them, behind the loading modal; the last one asked for is the one that is read then.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Saves where the setlist was loaded from or saved to last, also in Live mode; has a file chosen when there is none.
@@ -94,6 +89,7 @@ class SetlistFiles {
   /// Of the open setlist; none before it has a file.
   [[nodiscard]] std::optional<std::filesystem::path> currentDirectory() const;
   void offerCopyOf(const std::filesystem::path& path);
+  void loadWhenPluginsAreFound(const std::filesystem::path& path);
 
   AppState& state_;
   AudioEngine& engine_;
@@ -102,7 +98,9 @@ class SetlistFiles {
   Desktop& desktop_;
   ConsoleOutput& console_;
   SetlistCopies& copies_;
-  std::optional<std::filesystem::path> askedToOpen_;  // while its question is open
+  std::optional<std::filesystem::path> askedToOpen_;      // while its question is open
+  std::optional<std::filesystem::path> awaitingPlugins_;  // the setlist to be read then
+  std::shared_ptr<void> pluginsFollowed_;
 };
 
 }  // namespace vrel

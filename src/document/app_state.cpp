@@ -85,7 +85,23 @@ AppState::AppState(const Collaborators& collaborators, std::filesystem::path rec
   readDefaults();
   writeDefaultsThrough();
   loadRecentFiles();
-  scanPlugins();
+  findPlugins();
+}
+
+void AppState::findPlugins() {
+  if (components_.isComplete()) {
+    scanPlugins();
+    return;
+  }
+  isLookingForPlugins.set(true);
+  components_.whenComplete([this, life = life_.watch(), &queue = mainQueue_] {
+    queue.async([this, life] {
+      if (life.isAlive()) {
+        scanPlugins();
+        isLookingForPlugins.set(false);
+      }
+    });
+  });
 }
 
 void AppState::readDefaults() {

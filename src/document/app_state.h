@@ -57,7 +57,8 @@ class AppState {
   static constexpr std::array<std::uint32_t, 6> allowedFrameSizes{32, 64, 128, 256, 512, 1024};
   static constexpr std::uint32_t defaultFrameSize = 128;
 
-  /// Reads the user's settings and the recent list, then scans the plug-ins. All collaborators are borrowed.
+  /// Reads the user's settings and the recent list, then scans the plug-ins: at once where they are known, and else
+  /// when they are. All collaborators are borrowed.
   AppState(const Collaborators& collaborators, std::filesystem::path recentPath);
 
   Observable<Language> language{Language::english};
@@ -81,6 +82,7 @@ class AppState {
   Observable<std::string> songNotes;
   Observable<std::uint32_t> tempoBpm{120};
 
+  Observable<bool> isLookingForPlugins{false};  // what is not in the lists yet may be installed
   Observable<std::vector<AVAudioUnitComponent>> scannedPlugins;
   Observable<std::vector<AVAudioUnitComponent>> scannedAudioEffectPlugins;
   Observable<std::optional<Uuid>> pluginSelectorChannelId;
@@ -164,6 +166,7 @@ class AppState {
   void clearRecentFiles();
 
  private:
+  void findPlugins();
   void readDefaults();
   void writeDefaultsThrough();
   void loadingSessionTimedOut(const Uuid& token);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,12 @@ struct AVAudioUnitComponent {
 class AVAudioUnitComponentManager {
  public:
   virtual ~AVAudioUnitComponentManager() = default;
+
+  /// Whether all of them are known; until then there are no components.
+  [[nodiscard]] virtual bool isComplete() const { return true; }
+
+  /// Calls `handler`, on any thread, when they are; while they are not.
+  virtual void whenComplete(std::function<void()> handler) { handler(); }
 
   /// All components that match, in the platform's order. May be empty.
   [[nodiscard]] virtual std::vector<AVAudioUnitComponent> componentsMatchingDescription(

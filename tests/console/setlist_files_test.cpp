@@ -39,6 +39,41 @@ TEST_F(SetlistOnDisk, AllPluginsOfASetlistAreRequestedBeforeItsFirstSongIsLoaded
   EXPECT_TRUE(wasAskedFor);
 }
 
+TEST_F(SetlistOnDisk, ThatIsOpenedWhilePluginsAreLookedForWaitsForThemBehindTheModal) {
+  SetlistFile setlist;
+  setlist.songs.resize(1);
+  setlist.songs[0].channels = {record("Piano", pianoKey)};
+  files.place(gig, encodeSetlist(setlist).value());
+  const auto installed = state.scannedPlugins.get();
+  state.scannedPlugins.set({});
+  state.isLookingForPlugins.set(true);
+  setlistFiles.loadSetlist(gig);
+  settle();
+  EXPECT_TRUE(state.showLoadingModal.get());
+  EXPECT_EQ(state.loadingMessage.get(), "Loading Audio Units");
+  EXPECT_THAT(state.songs.get(), IsEmpty());
+  EXPECT_THAT(console.lines, IsEmpty()) << "nothing is missing yet";
+  state.scannedPlugins.set(installed);
+  state.isLookingForPlugins.set(false);
+  settle();
+  EXPECT_FALSE(state.showLoadingModal.get());
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
+  EXPECT_EQ(state.currentFilePath.get(), gig);
+  EXPECT_THAT(console.lines, IsEmpty());
+}
+
+TEST_F(SetlistOnDisk, OfTwoThatWaitForPluginsTheLastIsOpened) {
+  files.place(gig, setlistText({"One"}));
+  files.place(other, setlistText({"Two"}));
+  state.isLookingForPlugins.set(true);
+  setlistFiles.loadSetlist(gig);
+  setlistFiles.loadSetlist(other);
+  state.isLookingForPlugins.set(false);
+  settle();
+  EXPECT_EQ(songNames(), Names{"Two"});
+  EXPECT_EQ(state.recentFiles.get(), Paths{other});
+}
+
 TEST_F(SetlistOnDisk, WhatIsOnStageIsNotCapturedIntoTheSetlistThatComes) {
   openGig();
   state.songNotes.set("of the old one");

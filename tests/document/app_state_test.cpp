@@ -47,6 +47,29 @@ TEST_F(Session, BeginsWithNothingOpenAndNothingUnsaved) {
   EXPECT_EQ(defaults.writeCount, 0) << "reading the settings writes none";
 }
 
+TEST_F(Session, BeginsBeforeItsPluginsAreFoundAndGetsThemThen) {
+  components.list = {{"Piano", "Maker", {componentTypeMusicDevice, 1, 1}},
+                     {"Echo", "Maker", {componentTypeEffect, 2, 2}}};
+  components.isLooking = true;
+  const auto& session = make();
+  EXPECT_TRUE(session.isLookingForPlugins.get());
+  EXPECT_TRUE(session.scannedPlugins.get().empty());
+  components.complete();
+  EXPECT_TRUE(session.isLookingForPlugins.get()) << "the lists are filled on the main queue";
+  settle();
+  EXPECT_FALSE(session.isLookingForPlugins.get());
+  EXPECT_EQ(session.scannedPlugins.get().size(), 1U);
+  EXPECT_EQ(session.scannedAudioEffectPlugins.get().size(), 1U);
+}
+
+TEST_F(Session, ThatHasEndedGetsNoPlugins) {
+  components.isLooking = true;
+  make();
+  state.reset();
+  components.complete();
+  settle();
+}
+
 TEST_F(Session, BeginsWithNothingPressedAndDisconnected) {
   const auto& session = make();
   EXPECT_TRUE(session.pressedNotes.get().empty());

@@ -120,6 +120,7 @@ void ConsoleMirror::mirrorSession() {
       View::hasMidiPortKey, [&state] { return isMidiPort(state.activeMidiPortName.get()); }, state.activeMidiPortName);
   session_.follow(View::isLoadingKey, state.showLoadingModal);
   session_.follow(View::loadingMessageKey, state.loadingMessage);
+  session_.follow(View::isLookingForPluginsKey, state.isLookingForPlugins);
   session_.follow(View::remainingLoadsKey, state.remainingLoadsCount);
   session_.follow(View::totalLoadsKey, state.totalLoadsCount);
   session_.derive(

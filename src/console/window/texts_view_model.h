@@ -74,6 +74,7 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(instruments)
   VREL_TEXT(pluginSearchPlaceholder)
   VREL_TEXT(noResults)
+  VREL_TEXT(loadingAudioUnits)
   VREL_TEXT(tryDifferentSearch)
   VREL_TEXT(changeInstrument)
   VREL_TEXT(removeInstrument)

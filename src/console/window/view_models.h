@@ -48,6 +48,7 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(int, remainingLoads)
   VREL_SHOWN(int, totalLoads)
   VREL_SHOWN(double, loadingProgress)  // 0 to 1; below 0 without one
+  VREL_SHOWN(bool, isLookingForPlugins)
 
   VREL_SHOWN(QString, problem)   // the last line of the log
   VREL_SHOWN(int, problemCount)  // how many there have been

@@ -21,6 +21,11 @@ fs::path inStateFolder(const fs::path& name) {
   return name.empty() ? folder / "vrel" : folder / "vrel" / name;
 }
 
+fs::path inCacheFolder(const fs::path& name) {
+  const auto folder = userFolder("XDG_CACHE_HOME", ".cache");
+  return folder.empty() ? fs::path() : folder / "vrel" / name;
+}
+
 }  // namespace
 
 fs::path userFolder(const char* variable, const fs::path& belowHome) {
@@ -53,8 +58,11 @@ fs::path userRuntimeFolder() {
 }
 
 fs::path userPeaksFolder() {
-  const auto folder = userFolder("XDG_CACHE_HOME", ".cache");
-  return folder.empty() ? fs::path() : folder / "vrel" / "peaks";
+  return inCacheFolder("peaks");
+}
+
+fs::path userPluginsFile() {
+  return inCacheFolder("plugins");
 }
 
 }  // namespace vrel::system

@@ -31,4 +31,7 @@ namespace vrel::system {
 /// "vrel/peaks" in the user's cache folder.
 [[nodiscard]] std::filesystem::path userPeaksFolder();
 
+/// "vrel/plugins" in the user's cache folder: what the last scan has found.
+[[nodiscard]] std::filesystem::path userPluginsFile();
+
 }  // namespace vrel::system

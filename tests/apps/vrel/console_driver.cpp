@@ -153,9 +153,11 @@ void ConsoleDriver::open() {
   program_ = std::make_unique<Application>();
   program_->window.onQuit = [this] { hasQuit_ = true; };
   program_->start();
-  // The menus come last, and move what lies below them.
-  if (!eventually(
-          [this] { return program_->window.quickWindow() != nullptr && isShown("panicButton") && isShown("menu0"); })) {
+  // The menus come last but for the plug-ins, and move what lies below them.
+  if (!eventually([this] {
+        return program_->window.quickWindow() != nullptr && isShown("panicButton") && isShown("menu0") &&
+               !session().isLookingForPlugins();
+      })) {
     throw std::runtime_error("the window does not open");
   }
   program_->window.quickWindow()->requestActivate();

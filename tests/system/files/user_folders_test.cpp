@@ -45,6 +45,7 @@ TEST_F(UserFolders, AreWhereTheEnvironmentSays) {
   EXPECT_EQ(userRecentFilesPath(), "/var/mine/vrel/recent_setlists.json");
   set("XDG_CACHE_HOME", "/var/cache/mine");
   EXPECT_EQ(userPeaksFolder(), "/var/cache/mine/vrel/peaks");
+  EXPECT_EQ(userPluginsFile(), "/var/cache/mine/vrel/plugins");
   set("XDG_CACHE_HOME", std::nullopt);
   EXPECT_EQ(userPeaksFolder(), "/home/me/music/.cache/vrel/peaks");
 }

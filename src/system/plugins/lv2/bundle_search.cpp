@@ -38,6 +38,8 @@ std::vector<fs::path> places() {
   return result;
 }
 
+}  // namespace
+
 std::vector<fs::path> entriesOf(const fs::path& folder) {
   std::vector<fs::path> entries;
   std::error_code failure;
@@ -47,18 +49,6 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
   std::sort(entries.begin(), entries.end());
   return entries;
 }
-
-bool isReadableBundle(const fs::path& folder) {
-  std::error_code ignored;
-  if (!fs::exists(folder / "manifest.ttl", ignored)) {
-    return false;
-  }
-  const auto entries = entriesOf(folder);
-  return std::all_of(entries.begin(), entries.end(),
-                     [](const fs::path& file) { return file.extension() != ".ttl" || isReadableData(file); });
-}
-
-}  // namespace
 
 bool isReadableData(const fs::path& file) {
   std::error_code failure;
@@ -85,11 +75,18 @@ bool isReadableData(const fs::path& file) {
   return stream.eof();
 }
 
+bool isReadableBundle(const fs::path& folder) {
+  const auto entries = entriesOf(folder);
+  return std::all_of(entries.begin(), entries.end(),
+                     [](const fs::path& file) { return file.extension() != dataExtension || isReadableData(file); });
+}
+
 std::vector<fs::path> findBundles() {
   std::vector<fs::path> bundles;
+  std::error_code ignored;
   for (const fs::path& place : places()) {
     for (const fs::path& folder : entriesOf(place)) {
-      if (isReadableBundle(folder)) {
+      if (fs::exists(folder / "manifest.ttl", ignored)) {
         bundles.push_back(folder);
       }
     }

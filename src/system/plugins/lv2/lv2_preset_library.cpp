@@ -31,7 +31,10 @@ void Lv2PresetLibrary::list(PluginPresets::ListHandler handler) {
 }
 
 void Lv2PresetLibrary::locate(const std::string& identifier, PlaceHandler handler) {
-  post([identifier, handler = std::move(handler)](Lv2World& world, const PluginDescription* /*description*/) {
+  post([identifier, handler = std::move(handler)](Lv2World& world, const PluginDescription* description) {
+    if (description != nullptr) {
+      (void)world.libraryPlugin(description->uri);  // reads the bundles with its presets
+    }
     handler(locatePreset(world, identifier));
   });
 }

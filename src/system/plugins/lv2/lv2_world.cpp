@@ -4,16 +4,21 @@
 #include <lilv/lilv.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <utility>
 
 #include "foundation/mutex.h"
+#include "system/plugins/lv2/bundle_reader.h"
+#include "system/plugins/lv2/bundle_scan.h"
 #include "system/plugins/lv2/bundle_search.h"
 #include "system/plugins/lv2/describe_editor.h"
 #include "system/plugins/lv2/describe_parameters.h"
 #include "system/plugins/lv2/describe_plugin.h"
 #include "system/plugins/lv2/lilv_pointers.h"
+#include "system/plugins/lv2/scan_cache.h"
 #include "system/plugins/lv2/urid_map.h"
 #include "system/plugins/scratch_folder.h"
 
@@ -30,52 +35,33 @@ bool matches(const AudioComponentDescription& wanted, const AudioComponentDescri
          matches(wanted.componentManufacturer, codes.componentManufacturer);
 }
 
-/// A world that reads data and runs nothing: there are bundles that would have a library of theirs asked what is in
-/// them, and a scan must not run a plug-in's code.
-LilvWorld* newWorld() {
-  LilvWorld* const world = lilv_world_new();
-  const Node no(lilv_new_bool(world, false));
-  lilv_world_set_option(world, LILV_OPTION_DYN_MANIFEST, no.get());
-  return world;
-}
-
-void loadBundle(LilvWorld* world, const std::filesystem::path& folder) {
-  const Node bundle(lilv_new_file_uri(world, nullptr, (folder / "").c_str()));
-  lilv_world_load_bundle(world, bundle.get());
-}
-
-/// The files are opened at the first question about the plug-in, wherever they are.
-bool hasReadableData(const LilvPlugin* plugin) {
-  const LilvNodes* const files = lilv_plugin_get_data_uris(plugin);
-  for (LilvIter* step = lilv_nodes_begin(files); !lilv_nodes_is_end(files, step); step = lilv_nodes_next(files, step)) {
-    const HeapText path(lilv_node_get_path(lilv_nodes_get(files, step), nullptr));
-    if (path == nullptr || !isReadableData(path.get())) {
-      return false;
-    }
-  }
-  return true;
+/// Of two bundles that define a plug-in the newer counts, and else the one that comes first.
+bool isNewer(const ScannedPlugin& plugin, const ScannedPlugin& than) {
+  return std::pair(plugin.minorVersion, plugin.microVersion) > std::pair(than.minorVersion, than.microVersion);
 }
 
 }  // namespace
 
-std::shared_ptr<Lv2World> Lv2World::open() {
-  return std::shared_ptr<Lv2World>(new Lv2World(std::nullopt));
+std::shared_ptr<Lv2World> Lv2World::open(const ScanSettings& settings) {
+  const std::shared_ptr<Lv2World> world(new Lv2World(settings.isAwaited));
+  world->begin([self = world.get(), settings] { self->scan(settings); });
+  return world;
 }
 
 std::shared_ptr<Lv2World> Lv2World::openOne(const PluginAddress& address) {
-  return std::shared_ptr<Lv2World>(new Lv2World(address));
+  const std::shared_ptr<Lv2World> world(new Lv2World(true));
+  world->begin([self = world.get(), address] { self->readOne(address); });
+  return world;
 }
 
-Lv2World::Lv2World(const std::optional<PluginAddress>& only) : urids_(std::make_unique<UridMap>()) {
+Lv2World::Lv2World(bool isAwaited)
+    : isAwaited_(isAwaited), library_(newLibraryWorld()), urids_(std::make_unique<UridMap>()) {}
+
+void Lv2World::begin(std::function<void()> find) {
   auto done = std::make_shared<std::promise<void>>();
   scanned_ = done->get_future().share();
-  thread_.post([this, done, only] {
-    if (only) {
-      readOne(*only);
-    } else {
-      scan();
-      ScratchFolder::sweep();
-    }
+  thread_.post([done, find = std::move(find)] {
+    find();
     done->set_value();
   });
 }
@@ -86,8 +72,19 @@ Lv2World::~Lv2World() {
   thread_.post([library = library_, urids = std::shared_ptr<UridMap>(std::move(urids_))] { lilv_world_free(library); });
 }
 
+bool Lv2World::isComplete() const {
+  return isAwaited_ || scanned_.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+}
+
+void Lv2World::whenComplete(std::function<void()> handler) {
+  thread_.post(std::move(handler));  // behind the scan
+}
+
 std::vector<AVAudioUnitComponent> Lv2World::componentsMatchingDescription(
     const AudioComponentDescription& description) {
+  if (!isComplete()) {
+    return {};
+  }
   scanned_.wait();
   std::vector<AVAudioUnitComponent> components;
   for (const auto& plugin : plugins_) {
@@ -128,38 +125,106 @@ void Lv2World::requestEditor(const AudioComponentDescription& codes,
   });
 }
 
-const LilvPlugin* Lv2World::libraryPlugin(const std::string& uri) const {
-  LilvNode* node = lilv_new_uri(library_, uri.c_str());
-  const LilvPlugin* plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(library_), node);
-  lilv_node_free(node);
-  return plugin;
+std::size_t Lv2World::bundlesRead() const {
+  scanned_.wait();
+  return bundlesRead_;
 }
 
-void Lv2World::scan() {
-  // While it reads bundles the library writes to memory that all worlds of the process share.
-  static Mutex scanning;
-  const MutexLock lock(scanning);
-  library_ = newWorld();
-  for (const auto& folder : findBundles()) {
-    loadBundle(library_, folder);
+const LilvPlugin* Lv2World::libraryPlugin(const std::string& uri) {
+  if (!askedFor_.contains(uri)) {
+    const LilvPlugin* const plugin = readAllAbout(uri);
+    if (plugin != nullptr) {
+      askedFor_.insert(uri);
+    }
+    return plugin;
   }
-  const LilvPlugins* all = lilv_world_get_all_plugins(library_);
-  for (LilvIter* step = lilv_plugins_begin(all); !lilv_plugins_is_end(all, step); step = lilv_plugins_next(all, step)) {
-    const LilvPlugin* const plugin = lilv_plugins_get(all, step);
-    if (!hasReadableData(plugin)) {
+  const Node node(lilv_new_uri(library_, uri.c_str()));
+  return node == nullptr ? nullptr : lilv_plugins_get_by_uri(lilv_world_get_all_plugins(library_), node.get());
+}
+
+const LilvPlugin* Lv2World::readAllAbout(const std::string& uri) {
+  const MutexLock lock(libraryMutex());
+  for (Bundle& bundle : bundles_) {
+    const BundleRecord& record = bundle.record;
+    if (bundle.isRead || !(record.isForAll() || bundle.plugins.contains(uri))) {
       continue;
     }
-    PluginDescription description = describePlugin(library_, plugin);
-    if (description.codes.componentType != 0) {
-      plugins_.push_back(std::make_shared<const PluginDescription>(std::move(description)));
+    bundle.isRead = true;
+    // It may have changed since the scan.
+    if (isUpToDate(record, dataFilesOf(record.folder)) ? record.isReadable : isReadableBundle(record.folder)) {
+      loadBundle(library_, record.folder);
     }
+  }
+  return readablePlugin(library_, uri);
+}
+
+void Lv2World::scan(const ScanSettings& settings) {
+  const auto cache = std::make_shared<ScanCache>(settings.files, settings.cacheFile, settings.log);
+  std::map<std::string, BundleRecord> known;
+  for (auto& record : cache->load()) {
+    known.emplace(record.folder, std::move(record));
+  }
+  std::vector<BundleRecord> records;
+  std::vector<std::filesystem::path> changed;
+  std::vector<std::size_t> places;  // of those, among the records
+  for (const auto& folder : findBundles()) {
+    const auto found = known.find(folder.string());
+    if (found != known.end() && isUpToDate(found->second, dataFilesOf(folder))) {
+      records.push_back(std::move(found->second));
+      known.erase(found);
+    } else {
+      places.push_back(records.size());
+      changed.push_back(folder);
+      records.emplace_back();
+    }
+  }
+  auto read = readBundles(changed, {settings.helperProgram, settings.log});
+  bundlesRead_ = read.size();
+  for (std::size_t index = 0; index < read.size(); ++index) {
+    records[places[index]] = std::move(read[index]);
+  }
+  if (bundlesRead_ > 0 || !known.empty()) {
+    // Behind the scan, which nobody waits for any more then.
+    thread_.post([cache, records] { cache->store(records); });
+  }
+  take(std::move(records));
+  thread_.post([] { ScratchFolder::sweep(); });
+}
+
+void Lv2World::take(std::vector<BundleRecord> records) {
+  std::map<std::string, const ScannedPlugin*> newest;
+  for (const BundleRecord& record : records) {
+    for (const ScannedPlugin& plugin : record.plugins) {
+      const ScannedPlugin*& place = newest[plugin.description.uri];
+      if (place == nullptr || isNewer(plugin, *place)) {
+        place = &plugin;
+      }
+    }
+  }
+  for (const auto& [uri, plugin] : newest) {
+    plugins_.push_back(std::make_shared<const PluginDescription>(plugin->description));
+  }
+  for (BundleRecord& record : records) {
+    Bundle& bundle = bundles_.emplace_back();
+    bundle.plugins.insert(record.presetsFor.begin(), record.presetsFor.end());
+    for (const ScannedPlugin& plugin : record.plugins) {
+      if (newest.at(plugin.description.uri) == &plugin) {
+        bundle.plugins.insert(plugin.description.uri);
+      }
+    }
+    record.plugins.clear();
+    bundle.record = std::move(record);
   }
 }
 
 void Lv2World::readOne(const PluginAddress& address) {
-  library_ = newWorld();
-  loadBundle(library_, address.bundlePath);
-  if (const LilvPlugin* plugin = libraryPlugin(address.uri)) {
+  {
+    const MutexLock lock(libraryMutex());
+    loadBundle(library_, address.bundlePath);
+  }
+  askedFor_.insert(address.uri);
+  if (const LilvPlugin* const plugin = libraryPlugin(address.uri)) {
+    const MutexLock lock(libraryMutex());
     // The bundles that define classes are not read, so its class is not known here, and with it its type.
     PluginDescription description = describePlugin(library_, plugin);
     description.codes = address.codes;

@@ -51,6 +51,8 @@ struct PortDescription {
   AudioUse use = AudioUse::main;   // of an audio port
   AudioChannelRank channelRank = AudioChannelRank::unnamed;
 
+  bool operator==(const PortDescription&) const = default;
+
   /// A control input that belongs to the plug-in's state.
   [[nodiscard]] bool isSetting() const {
     return kind == PortKind::control && isInput && hostControl == HostControl::none;
@@ -69,6 +71,8 @@ struct PluginDescription {
   bool wantsDefaultState = false;  // its data holds a state to begin with
   std::vector<std::string> requiredFeatures;
   std::vector<PortDescription> ports;  // by index
+
+  bool operator==(const PluginDescription&) const = default;
 
   [[nodiscard]] std::uint32_t countPorts(PortKind kind, bool isInput) const {
     std::uint32_t count = 0;

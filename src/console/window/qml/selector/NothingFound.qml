@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// In place of a list with nothing in it.
+// In place of a list with nothing in it. What is not found yet is not missing.
 import QtQuick
 import Vrel.Console
 
@@ -8,6 +8,7 @@ Item {
 
     required property ConsoleModel desk
     required property string title
+    readonly property bool isLooking: desk.session.isLookingForPlugins
 
     Column {
         anchors.centerIn: parent
@@ -17,7 +18,7 @@ Item {
         Text {
             objectName: "nothingFound"
             width: parent.width
-            text: place.title
+            text: place.isLooking ? place.desk.texts.loadingAudioUnits : place.title
             color: Theme.ink
             font.pixelSize: Theme.strongText
             font.bold: true
@@ -28,6 +29,7 @@ Item {
         }
         Text {
             width: parent.width
+            visible: !place.isLooking
             text: place.desk.texts.tryDifferentSearch
             color: Theme.quietInk
             font.pixelSize: Theme.bodyText
