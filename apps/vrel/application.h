@@ -63,7 +63,11 @@ class Application {
   Application(const Application&) = delete;
   Application& operator=(const Application&) = delete;
 
-  void start() { logic.start(window, runLog_); }
+  /// The logic starts on its thread while the window is being made.
+  void start() {
+    logic.start(window, runLog_);
+    window.open();
+  }
 
   /// Once, right after the start: puts the first song of this setlist on stage.
   void loadSetlist(const std::filesystem::path& path);

@@ -2,13 +2,16 @@
 #include "vrel/ui_thread.h"
 
 #include <QCoreApplication>
+#include <QDebug>
 #include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPointF>
 #include <QPointerEvent>
-#include <QQmlApplicationEngine>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQmlError>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
@@ -16,6 +19,7 @@
 #include <QUrl>
 #include <QVariant>
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <optional>
 #include <utility>
@@ -32,6 +36,9 @@ namespace vrel::app {
 namespace {
 
 constexpr int framesPerSecond = 60;
+
+// For what the logic has to show at first. With what comes before and after it the window is there within 300 ms.
+constexpr auto longestWait = std::chrono::milliseconds(50);
 
 /// Whether the compositor alone places windows, and knows the space that panels leave.
 bool isOnWayland() {
@@ -99,22 +106,41 @@ void UiThread::leaveScreen() {
   }
 }
 
-bool UiThread::load() {
+void UiThread::open() {
   window::registerQmlTypes();
-  engine_ = std::make_unique<QQmlApplicationEngine>();
+  engine_ = std::make_unique<QQmlEngine>();
   engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
+  description_ =
+      std::make_unique<QQmlComponent>(engine_.get(), QUrl(QStringLiteral("qrc:/qt/qml/Vrel/Console/qml/Main.qml")));
+  QTimer::singleShot(longestWait, this, &UiThread::load);
+}
+
+void UiThread::load() {
+  if (quickWindow_ != nullptr || description_ == nullptr) {
+    return;
+  }
+  if (makeWindow()) {
+    followWindow();
+    return;
+  }
+  description_.reset();
+  QCoreApplication::exit(EXIT_FAILURE);
+}
+
+bool UiThread::makeWindow() {
   const WindowSize size = defaultWindowSize(screens());
-  engine_->setInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)},
-                                 {QStringLiteral("openingSize"), QSize(size.width, size.height)},
-                                 {QStringLiteral("opensMaximized"), isOnWayland()}});
-  engine_->load(QUrl(QStringLiteral("qrc:/qt/qml/Vrel/Console/qml/Main.qml")));
-  if (engine_->rootObjects().isEmpty()) {
-    return false;
+  root_.reset(
+      description_->createWithInitialProperties({{QStringLiteral("desk"), QVariant::fromValue(&model_)},
+                                                 {QStringLiteral("openingSize"), QSize(size.width, size.height)},
+                                                 {QStringLiteral("opensMaximized"), isOnWayland()}}));
+  for (const auto& error : description_->errors()) {
+    qWarning().noquote() << error.toString();
   }
-  quickWindow_ = qobject_cast<QQuickWindow*>(engine_->rootObjects().constFirst());
-  if (quickWindow_ == nullptr) {
-    return false;
-  }
+  quickWindow_ = qobject_cast<QQuickWindow*>(root_.get());
+  return quickWindow_ != nullptr;
+}
+
+void UiThread::followWindow() {
   // Ahead of every control of the window, whichever has the focus.
   qApp->installEventFilter(this);
   QCoreApplication::installTranslator(&panelTranslator_);
@@ -148,7 +174,6 @@ bool UiThread::load() {
     onWindowNumber(QGuiApplication::platformName() == QLatin1String("xcb") ? quickWindow_->winId() : 0);
   }
   frames_.start();
-  return true;
 }
 
 std::vector<NSScreen> UiThread::screens() {
@@ -198,9 +223,7 @@ void UiThread::apply(window::MirrorBatch batch, std::function<void()> taken) {
   here([this, batch = std::move(batch), taken = std::move(taken)] {
     model_.apply(batch);
     postToLogic_(taken);
-    if (engine_ == nullptr && !load()) {
-      QCoreApplication::exit(EXIT_FAILURE);
-    }
+    load();
   });
 }
 

@@ -24,13 +24,15 @@
 class QKeyEvent;
 class QPointF;
 class QQuickWindow;
-class QQmlApplicationEngine;
+class QQmlComponent;
+class QQmlEngine;
 class QScreen;
 
 namespace vrel::app {
 
 /// The window, on the thread that Qt knows as its own: shows what the logic sends, and takes what a person does to it.
-/// It opens with the first that is sent; a window that cannot be made ends Qt's loop with a failure.
+/// It opens with the first that is sent, and empty when that takes long: what the logic waits for at its start, a sound
+/// server say, does not hold up the window. One that cannot be made ends Qt's loop with a failure.
 ///
 /// The logic calls the `WindowServices` on the main thread; each call is posted here. Nothing here waits for the logic.
 class UiThread final : public QObject, public system::WindowServices {
@@ -64,6 +66,9 @@ class UiThread final : public QObject, public system::WindowServices {
   /// The program may end; ends Qt's loop by default.
   std::function<void()> onQuit;
 
+  /// Reads what the window is made of, and from then on opens it.
+  void open();
+
   /// Hides the window and its file panels for good.
   void leaveScreen();
 
@@ -87,8 +92,10 @@ class UiThread final : public QObject, public system::WindowServices {
 
  private:
   void here(std::function<void()> action);
-  /// Makes the window. False when it cannot be made; Qt has logged why.
-  [[nodiscard]] bool load();
+  /// Makes the window, unless it is there or cannot be made; that ends Qt's loop.
+  void load();
+  [[nodiscard]] bool makeWindow();
+  void followWindow();
   void askForFile(const FilePanel::Request& request, PanelAnswer answer);
   void raisePanel();
   [[nodiscard]] static std::vector<NSScreen> screens();
@@ -110,8 +117,10 @@ class UiThread final : public QObject, public system::WindowServices {
   QString panelFolder_ = QDir::homePath();     // where the last file was chosen
   std::vector<QPointer<QFileDialog>> panels_;  // null when they have been answered; they delete themselves then
   system::StageWindows stageWindows_;
-  std::unique_ptr<QQmlApplicationEngine> engine_;
-  QQuickWindow* quickWindow_ = nullptr;  // owned by the engine
+  std::unique_ptr<QQmlEngine> engine_;
+  std::unique_ptr<QQmlComponent> description_;  // of the window
+  std::unique_ptr<QObject> root_;
+  QQuickWindow* quickWindow_ = nullptr;  // the root
 };
 
 }  // namespace vrel::app

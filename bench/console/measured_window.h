@@ -24,7 +24,10 @@ class MeasuredWindow {
  public:
   MeasuredWindow() {
     program_.start();
-    waitUntil([this] { return program_.window.quickWindow() != nullptr && model().strips()->count() == 1; });
+    waitUntil([this] {
+      return program_.window.quickWindow() != nullptr && model().strips()->count() == 1 &&
+             !model().session()->isLookingForPlugins();
+    });
     QObject::connect(
         program_.window.quickWindow(), &QQuickWindow::afterFrameEnd, &frames_, [this] { frameEnded(); },
         Qt::DirectConnection);

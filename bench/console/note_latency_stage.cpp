@@ -47,6 +47,8 @@ const QQuickItem* findIn(const QQuickItem& item, const QString& name) {
 
 NoteLatencyStage::NoteLatencyStage(std::size_t strips, WaitUntil waitUntil) : waitUntil_(std::move(waitUntil)) {
   program_.start();
+  waitUntil_(
+      [this] { return onLogic<bool>([](Session& session) { return !session.state().isLookingForPlugins.get(); }); });
   putOnStage(strips);
 }
 

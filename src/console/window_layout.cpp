@@ -27,7 +27,8 @@ constexpr int mostBars = 12;
 
 double windowScale(double width, double height, int zoomPercent) {
   const double fitting = std::min(width / wholeWidth, height / wholeHeight);
-  return std::max(smallestScale, std::max(smallestScale, fitting) * zoomPercent / normalZoom);
+  const int zoom = zoomPercent > 0 ? zoomPercent : normalZoom;
+  return std::max(smallestScale, std::max(smallestScale, fitting) * zoom / normalZoom);
 }
 
 int steppedZoom(int zoomPercent, int by) {

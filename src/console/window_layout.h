@@ -11,7 +11,7 @@ inline constexpr double masterWidth = 120;  // at most; it is narrower in Live m
 inline constexpr int wholeStrips = 7;       // in sight before the setlist takes more room
 
 /// How many pixels a point is in a window of this size, in pixels, at the user's zoom: the larger the window, the
-/// larger the console. Never below 0.9, since the smallest text is 13 points.
+/// larger the console. Never below 0.9, since the smallest text is 13 points. A zoom of 0 is one that is not known yet.
 [[nodiscard]] double windowScale(double width, double height, int zoomPercent);
 
 /// The next zoom: by = 1 is larger, -1 smaller, 0 the normal 100 percent again.

@@ -14,6 +14,7 @@ TEST(WindowScale, FollowsTheShorterOfWidthAndHeight) {
   EXPECT_DOUBLE_EQ(windowScale(3840, 2160, 100), 3840.0 / 1366);
   EXPECT_DOUBLE_EQ(windowScale(1280, 800, 100), 1280.0 / 1366);
   EXPECT_DOUBLE_EQ(windowScale(3840, 768, 100), 1);
+  EXPECT_DOUBLE_EQ(windowScale(3840, 2160, 0), 3840.0 / 1366) << "before the zoom is known";
 }
 
 TEST(WindowScale, IsNeverBelowNineTenths) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QProcess>
+#include <QQuickWindow>
 #include <QStringList>
 #include <csignal>
 #include <filesystem>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "apps/vrel/whole_program.h"
+#include "vrel/ui_thread.h"
 
 namespace vrel::app::test {
 namespace {
@@ -89,6 +91,14 @@ TEST_F(ProgramStart, ARunThatCrashesLeavesItsLogAndATrace) {
   EXPECT_EQ(program.exitStatus(), QProcess::CrashExit);
   ASSERT_EQ(logs(".crash").size(), 1U);
   EXPECT_EQ(textOf(logs(".crash")[0]).substr(0, 7), "SIGABRT");
+}
+
+TEST(StartOfTheWindow, IsHeldUpByNothingThatTheLogicWaitsFor) {
+  ConsoleDriver driver;  // the screen
+  UiThread window([](auto) {}, [](auto) {});
+  window.open();
+  EXPECT_TRUE(driver.eventually([&] { return window.quickWindow() != nullptr && window.quickWindow()->isExposed(); }));
+  EXPECT_EQ(ConsoleDriver::takeQmlWarnings(), std::vector<std::string>());
 }
 
 }  // namespace
