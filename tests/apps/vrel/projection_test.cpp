@@ -5,12 +5,18 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
+#include <QQuickWindow>
+#include <QRect>
 #include <QScreen>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "support/ui/virtual_display.h"
 
 namespace vrel::app::test {
 namespace {
@@ -32,6 +38,7 @@ class StageWindow : public ConsoleFixture {
     ConsoleFixture::SetUp();
     ASSERT_TRUE(hasTwoMonitors);
     ASSERT_EQ(QGuiApplication::screens().size(), 2);
+    areas = {QGuiApplication::screens()[0]->geometry(), QGuiApplication::screens()[1]->geometry()};
   }
 
   void choose(const std::string& action, const std::string& object = "") {
@@ -54,28 +61,49 @@ class StageWindow : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([this] { return driver.strip(0).isVisual(); }));
   }
 
-  void play(std::uint8_t status) {
-    driver.onLogic([status](Session& session) { session.engine().routeMIDI(status, 60, 100); });
-  }
-
-  /// A quarter of a monitor, by its level of grey.
-  static int level(int monitor, bool isLowerRight) {
-    QScreen* const screen = QGuiApplication::screens()[monitor];
-    const QRect area = screen->geometry();
-    const int part = isLowerRight ? 5 : 3;
-    const QImage pixel = screen->grabWindow(0, area.width() * part / 8, area.height() * part / 8, 1, 1).toImage();
-    return pixel.isNull() ? -1 : pixel.pixelColor(0, 0).green();
-  }
-  bool showsFilm(bool isUpright) {
-    return driver.eventually([isUpright] {
-      const int upper = level(1, false);
-      const int lower = level(1, true);
-      return std::abs(upper - (isUpright ? 28 : 203)) <= 5 && std::abs(lower - (isUpright ? 203 : 28)) <= 5;
+  /// A strip that shows an upright film while middle C is held, and a turned one from one D to the next.
+  void showOnTwoNotes() {
+    driver.onLogic([](Session& session) {
+      const std::vector<VisualClipMapping> clips{
+          {.note = 60, .filePath = clipFile("upright.mp4")},
+          {.note = 62, .filePath = clipFile("turned-180.mp4"), .triggerMode = VisualTriggerMode::toggle}};
+      session.engine().instruments().loadVisualInstrument(*session.engine().channels()[0], clips, nullptr);
     });
   }
-  bool isDark() {
-    return driver.eventually([] { return level(1, false) == 0 && level(1, true) == 0; });
+
+  void play(std::uint8_t status, std::uint8_t note = 60) {
+    driver.onLogic([status, note](Session& session) { session.engine().routeMIDI(status, note, 100); });
   }
+
+  std::size_t shownClips() {
+    return driver.fromLogic<std::size_t>(
+        [](Session& session) { return session.engine().visualEngine().activePlayers.get().size(); });
+  }
+
+  /// A quarter of a monitor, plugged in or not, by its level of grey.
+  int level(int monitor, bool isLowerRight) const {
+    const QRect& area = areas[static_cast<std::size_t>(monitor)];
+    const int part = isLowerRight ? 5 : 3;
+    const QImage pixel = QGuiApplication::primaryScreen()
+                             ->grabWindow(0, area.x() + area.width() * part / 8, area.height() * part / 8, 1, 1)
+                             .toImage();
+    return pixel.isNull() ? -1 : pixel.pixelColor(0, 0).green();
+  }
+  bool shows(int upper, int lower, int monitor = 1) {
+    return driver.eventually([this, upper, lower, monitor] {
+      return std::abs(level(monitor, false) - upper) <= 5 && std::abs(level(monitor, true) - lower) <= 5;
+    });
+  }
+  bool showsFilm(bool isUpright, int monitor = 1) {
+    return isUpright ? shows(dark, bright, monitor) : shows(bright, dark, monitor);
+  }
+  bool isDark() {
+    return driver.eventually([this] { return level(1, false) == 0 && level(1, true) == 0; });
+  }
+
+  static constexpr int dark = 28;
+  static constexpr int bright = 203;
+  std::array<QRect, 2> areas;  // of the monitors
 };
 
 TEST_F(StageWindow, ABackgroundAndAClipByANoteAreOnTheOtherMonitor) {
@@ -90,6 +118,47 @@ TEST_F(StageWindow, ABackgroundAndAClipByANoteAreOnTheOtherMonitor) {
   EXPECT_TRUE(driver.isShown("stripInstrument0")) << "the console is where it was";
   choose("closeVisualProjection");
   EXPECT_TRUE(isDark());
+}
+
+TEST_F(StageWindow, ClipsBlendInEachModeMoveBetweenTheMonitorsAndComeBackWithTheirs) {
+  showOnTwoNotes();
+  choose("openVisualProjection:", "1");
+  play(0x90, 62);
+  play(0x80, 62);
+  EXPECT_TRUE(showsFilm(false)) << level(1, false) << " " << level(1, true);
+  play(0x90, 62);
+  play(0x90, 60);
+  EXPECT_TRUE(showsFilm(true));
+  EXPECT_TRUE(driver.eventually([this] { return shownClips() == 1; }));
+  play(0x90, 62);
+  struct Mode {
+    const char* name;
+    int upper;
+    int lower;
+  };
+  for (const auto& mode : {Mode{"multiply", 22, 22}, Mode{"screen", 209, 209}, Mode{"plusLighter", 231, 231},
+                           Mode{"normal", bright, dark}}) {
+    choose("selectVisualBlendMode:", mode.name);
+    EXPECT_TRUE(shows(mode.upper, mode.lower)) << mode.name << " " << level(1, false) << " " << level(1, true);
+  }
+  choose("openVisualProjection:", "0");
+  EXPECT_TRUE(showsFilm(false, 0));
+  EXPECT_TRUE(isDark());
+  choose("openVisualProjection:", "1");
+  EXPECT_TRUE(showsFilm(false));
+  const QRect console = driver.program().window.quickWindow()->geometry();
+  const int beside = level(0, false);
+  VirtualDisplay::removeMonitor("right");
+  ASSERT_TRUE(driver.eventually([] { return QGuiApplication::screens().size() == 1; }));
+  EXPECT_TRUE(isDark());
+  play(0x80, 60);
+  EXPECT_EQ(level(0, false), beside) << "it leaves the console alone";
+  EXPECT_EQ(driver.program().window.quickWindow()->geometry(), console);
+  VirtualDisplay::addMonitor("right", areas[1].x(), areas[1].width(), areas[1].height());
+  EXPECT_TRUE(showsFilm(false)) << level(1, false) << " " << level(1, true);
+  play(0x90, 62);
+  play(0x90, 60);
+  EXPECT_TRUE(showsFilm(true)) << "and the notes reach it";
 }
 
 TEST_F(StageWindow, OpenedAndClosedAgainAndAtTheEndOfTheProgramItLeavesNothing) {

@@ -9,6 +9,15 @@
 #include <system_error>
 
 namespace vrel::app::test {
+namespace {
+
+void runOrThrow(const std::string& command) {
+  if (std::system(command.c_str()) != 0) {
+    throw std::runtime_error(command + " failed");
+  }
+}
+
+}  // namespace
 
 VirtualDisplay::VirtualDisplay(int width, int height, int secondWidth) : folder_(makeTemporaryFolder()) {
   const std::string number = folder_ / "display";
@@ -30,17 +39,18 @@ VirtualDisplay::VirtualDisplay(int width, int height, int secondWidth) : folder_
   ::setenv("QT_QUICK_BACKEND", "software", 1);
   ::unsetenv("WAYLAND_DISPLAY");
   if (secondWidth > 0) {
-    const auto monitor = [height](const std::string& name, int left, int across, const std::string& output) {
-      const std::string area =
-          std::to_string(across) + "/300x" + std::to_string(height) + "/200+" + std::to_string(left);
-      return "xrandr --setmonitor " + name + " " + area + "+0 " + output;
-    };
-    const std::string both =
-        monitor("left", 0, width, "screen") + " && " + monitor("right", width, secondWidth, "none");
-    if (std::system(both.c_str()) != 0) {
-      throw std::runtime_error("the monitors cannot be set");
-    }
+    addMonitor("left", 0, width, height, "screen");
+    addMonitor("right", width, secondWidth, height);
   }
+}
+
+void VirtualDisplay::addMonitor(const std::string& name, int left, int width, int height, const std::string& output) {
+  runOrThrow("xrandr --setmonitor " + name + " " + std::to_string(width) + "/300x" + std::to_string(height) + "/200+" +
+             std::to_string(left) + "+0 " + output);
+}
+
+void VirtualDisplay::removeMonitor(const std::string& name) {
+  runOrThrow("xrandr --delmonitor " + name);
 }
 
 VirtualDisplay::~VirtualDisplay() {

@@ -18,6 +18,11 @@ class VirtualDisplay {
   VirtualDisplay(const VirtualDisplay&) = delete;
   VirtualDisplay& operator=(const VirtualDisplay&) = delete;
 
+  /// Plugs a monitor of the display of this process in, or unplugs it. `output` as of xrandr. Throws when it is
+  /// refused.
+  static void addMonitor(const std::string& name, int left, int width, int height, const std::string& output = "none");
+  static void removeMonitor(const std::string& name);
+
  private:
   std::filesystem::path folder_;
   system::test::ChildProcess server_;
