@@ -19,6 +19,7 @@ constexpr std::size_t fifoBytes = std::size_t{1} << 18U;
 constexpr long retryNanoseconds = 500'000'000;
 constexpr long changingNanoseconds = 2'000'000;
 constexpr jack_nframes_t periodsToChange = 3;
+constexpr std::chrono::milliseconds longestChange{500};  // where the server's time jumps
 constexpr std::string_view jackKeyPrefix = "jack:";
 
 /// What the port is called by those who know it: bridges of hardware give it a second name.
@@ -186,7 +187,8 @@ bool JackMidiBackend::moveLinks(jack_client_t* client, Links& links) {
   const jack_nframes_t period = jack_get_buffer_size(client);
   const jack_nframes_t now = jack_frame_time(client);
   if (!links.former.empty()) {
-    if (static_cast<std::int32_t>(now - links.changesAt - period) < 0) {
+    const bool isPast = static_cast<std::int32_t>(now - links.changesAt - period) >= 0;
+    if (!isPast && Clock::now() < links.changesBy) {
       return true;
     }
     for (const auto& source : links.sources) {
@@ -204,19 +206,21 @@ bool JackMidiBackend::moveLinks(jack_client_t* client, Links& links) {
       number = port->number();
     }
   }
-  if (next == links.entry) {
+  const bool isOfSameName = next == links.entry;  // a client that ended too fast may have left its name to the next one
+  if (isOfSameName && number == inlet_->entry().next) {
     return true;
   }
   bool isWhole = true;
   bool isFormerLinked = false;
   for (const auto& source : links.sources) {
-    isFormerLinked = isFormerLinked || isLinked(client, source, links.entry);
+    isFormerLinked = isFormerLinked || (!isOfSameName && isLinked(client, source, links.entry));
     const int status = jack_connect(client, source.c_str(), next.c_str());
     isWhole = isWhole && (status == 0 || status == EEXIST);
   }
   if (isFormerLinked) {
     // No period that begins then is without the new links.
     links.changesAt = jack_frame_time(client) + periodsToChange * period;
+    links.changesBy = Clock::now() + longestChange;
     links.former = links.entry;
     inlet_->setEntry({inlet_->entry().next, number, links.changesAt});
   } else {

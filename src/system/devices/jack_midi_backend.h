@@ -4,6 +4,7 @@
 #include <jack/jack.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <set>
@@ -54,12 +55,15 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] bool hasLostLink() const VREL_REQUIRES(mutex_);
   void passOn(JackMidiPort& port, audio::PlayedPacket& packet);
 
+  using Clock = std::chrono::steady_clock;
+
   /// The links from the sources.
   struct Links {
     std::set<std::string> sources;  // ports we were asked to read
     std::string entry;              // the port that they are linked to
     std::string former;             // and the one that is left when the change is past; empty while there is none
     jack_nframes_t changesAt = 0;
+    Clock::time_point changesBy{};
   };
   /// False when one of the sources cannot be linked.
   [[nodiscard]] bool moveLinks(jack_client_t* client, Links& links);

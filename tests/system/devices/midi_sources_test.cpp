@@ -324,5 +324,50 @@ TEST(PlayingClients, ComeAndGoWithoutLosingRepeatingOrReorderingWhatIsPlayed) {
   EXPECT_EQ(heard, messages);
 }
 
+TEST(PlayingClients, OneThatTakesTheNameOfAnEarlierOneBeforeTheReaderLooksIsHeard) {
+  JackServer server;
+  server.start();
+  const auto inlet = std::make_shared<JackMidiInlet>();
+  JackMidiBackend midi(server.name(), inlet);
+  JackAudioBackend sound(server.name(), inlet);
+  IdleRenderer renderer;
+  MidiPeer peer(server.name(), "keys");
+  peer.addPort("out");
+  std::mutex mutex;
+  std::size_t heard = 0;  // guarded by mutex
+  const auto hear = [&](const audio::PlayedPacket&) {
+    const std::lock_guard lock(mutex);
+    ++heard;
+  };
+  midi.begin("VRELMIDIClient", "VRELMIDIInputPort", {.packet = hear, .setupChanged = [] {}});
+  ASSERT_FALSE(midi.connect("jack:keys:out"));
+  const auto isHeard = [&] {
+    const auto before = [&] {
+      const std::lock_guard lock(mutex);
+      return heard;
+    };
+    const std::size_t count = before();
+    peer.send({{0x90, 60, 1}});
+    peer.passBlocks();
+    return before() > count;
+  };
+  auto first = sound.open("system", std::nullopt);
+  ASSERT_TRUE(first && !first.value()->start(renderer));
+  ASSERT_TRUE(eventually(isHeard));
+  std::unique_ptr<OutputStream> second;
+  {
+    const std::lock_guard readerIsHeldUp(mutex);
+    peer.send({{0x90, 61, 1}});
+    first.value().reset();
+    auto opened = sound.open("system", std::nullopt);
+    ASSERT_TRUE(opened && !opened.value()->start(renderer));
+    second = std::move(opened.value());
+  }
+  EXPECT_TRUE(eventually(isHeard));
+  second.reset();
+  EXPECT_TRUE(eventually(isHeard));
+  midi.end();
+}
+
 }  // namespace
 }  // namespace vrel::system::test
