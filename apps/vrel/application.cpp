@@ -77,6 +77,10 @@ void Application::loadSetlist(const std::filesystem::path& path) {
   logic.postToSession([path](Session& session) { session.content().setlistFiles().loadSetlist(path); });
 }
 
+void Application::offerUnsavedEdits() {
+  logic.postToSession([](Session& session) { session.offerUnsavedEdits(); });
+}
+
 bool Application::openSetlist(const std::filesystem::path& path) {
   logic.postToSession([path](Session& session) { session.content().setlistFiles().openRecentSetlist(path); });
   return !window.model().session()->isLive();

@@ -71,6 +71,8 @@ class Application {
 
   /// Once, right after the start: puts the first song of this setlist on stage.
   void loadSetlist(const std::filesystem::path& path);
+  /// Once, behind that: asks about what an earlier run that crashed left unsaved.
+  void offerUnsavedEdits();
 
   /// Asks and opens it, as from the recent list. False in Live mode, which opens none.
   [[nodiscard]] bool openSetlist(const std::filesystem::path& path);

@@ -105,6 +105,7 @@ int main(int argc, char** argv) {
   if (arguments.value().setlist) {
     program.loadSetlist(*arguments.value().setlist);
   }
+  program.offerUnsavedEdits();
   instance->serve([&program](const auto& setlist) {
     if (setlist && !program.openSetlist(*setlist)) {
       return SingleInstance::Answer::isLive;

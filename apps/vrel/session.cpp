@@ -10,6 +10,7 @@
 #include "system/dispatch/main_loop.h"
 #include "system/files/user_folders.h"
 #include "vrel/menu_mirror.h"
+#include "vrel/run_name.h"
 #include "vrel/ui_thread.h"
 
 namespace vrel::app {
@@ -40,6 +41,9 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       desktop_(loop, window),
       content_({state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder(),
                 editorMedia()}),
+      unsavedEdits_({state_, content_.songSwitch(), content_.setlistFiles(), loop, platform_.platform().queues,
+                     unsavedFiles_, desktop_, console_},
+                    system::userUnsavedFolder(), {ownRunName(), isRunning}),
       meterReadings_(
           *engine_, loop,
           [this](const AudioChannel& channel) {

@@ -12,6 +12,7 @@
 #include "console/content_view.h"
 #include "console/meter_readings.h"
 #include "console/played_now.h"
+#include "console/unsaved_edits.h"
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
 #include "console/window_settings.h"
@@ -66,6 +67,9 @@ class Session {
   void systemEnds();
   void cancelQuestions() { desktop_.cancelQuestions(); }
 
+  /// Asks about what an earlier run left unsaved.
+  void offerUnsavedEdits() { unsavedEdits_.offer(); }
+
   [[nodiscard]] AppState& state() { return state_; }
   [[nodiscard]] AudioEngine& engine() { return *engine_; }
   [[nodiscard]] ContentView& content() { return content_; }
@@ -107,7 +111,8 @@ class Session {
   system::SystemClock clock_;
   system::FileCalls fileCalls_;
   system::PosixFileManager files_{fileCalls_};
-  system::PosixFileManager cacheFiles_{fileCalls_};  // a thread's of the editors
+  system::PosixFileManager cacheFiles_{fileCalls_};    // a thread's of the editors
+  system::PosixFileManager unsavedFiles_{fileCalls_};  // a thread's of the unsaved edits
   system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
   SystemPlatform platform_;
   AppState state_;
@@ -115,6 +120,7 @@ class Session {
   system::WindowDesktop desktop_;
   NSNotificationCenter notifications_;
   ContentView content_;
+  UnsavedEdits unsavedEdits_;
   WindowSettings settings_{defaults_};
   MeterReadings meterReadings_;
   PlayedNowSource playedNow_;

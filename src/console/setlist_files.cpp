@@ -108,6 +108,7 @@ void SetlistFiles::newSetlist(bool confirm) {
   state_.selectedSongIndex.set(std::nullopt);
   songSwitch_.applySong(0);
   state_.isDirty.set(false);
+  settled.emit();
 }
 
 void SetlistFiles::openSetlist() {
@@ -172,18 +173,30 @@ void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
   if (const auto damaged = damagedSetlist.get(); damaged && path.parent_path() == copies_.directoryOf(*damaged)) {
     original = damaged;
   }
-  damagedSetlist.set(std::nullopt);
-  state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
-  state_.songs.set(std::move(setlist.value().songs));
-  state_.globalMidiControlAssignments.set(std::move(setlist.value().globalMidiControlAssignments));
-  engine_.pluginPool().prewarmPlugins(state_.songs.get());
-  state_.currentFilePath.set(original.value_or(path));
-  state_.addRecentFile(original.value_or(path));
-  state_.isDirty.set(false);
-  songSwitch_.applySong(0);
+  showSetlist(std::move(setlist).value(), original.value_or(path));
+  settled.emit();
   if (original) {
     state_.markEdited();
   }
+}
+
+void SetlistFiles::openUnsaved(SetlistFile setlist, const std::optional<std::filesystem::path>& original) {
+  showSetlist(std::move(setlist), original);
+  state_.markEdited();
+}
+
+void SetlistFiles::showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path) {
+  damagedSetlist.set(std::nullopt);
+  state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
+  state_.songs.set(std::move(setlist.songs));
+  state_.globalMidiControlAssignments.set(std::move(setlist.globalMidiControlAssignments));
+  engine_.pluginPool().prewarmPlugins(state_.songs.get());
+  state_.currentFilePath.set(path);
+  if (path) {
+    state_.addRecentFile(*path);
+  }
+  state_.isDirty.set(false);
+  songSwitch_.applySong(0);
 }
 
 void SetlistFiles::offerCopyOf(const std::filesystem::path& path) {
@@ -230,7 +243,9 @@ bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   state_.addRecentFile(path);
   const std::size_t missed = missedStates(engine_);
   state_.isDirty.set(missed > 0);
-  if (missed > 0) {
+  if (missed == 0) {
+    settled.emit();
+  } else {
     console_.printFailure(FailureKind::save, "Saved with the last known state of plug-ins that did not answer (" +
                                                  std::to_string(missed) + "): save again");
   }
@@ -247,7 +262,11 @@ bool SetlistFiles::confirmSetlistChange() {
 }
 
 void SetlistFiles::confirmTermination() {
-  desktop_.replyToApplicationShouldTerminate(mayGiveUp(terminationAlert(state_.isDirty.get())));
+  const bool mayEnd = mayGiveUp(terminationAlert(state_.isDirty.get()));
+  if (mayEnd) {
+    settled.emit();
+  }
+  desktop_.replyToApplicationShouldTerminate(mayEnd);
 }
 
 bool SetlistFiles::mayGiveUp(const NSAlert& alert) {

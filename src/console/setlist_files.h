@@ -19,6 +19,7 @@ class FileManager;
 class SetlistCopies;
 class SongSwitch;
 struct NSAlert;
+struct SetlistFile;
 
 /// How a setlist gets from disk to stage and back, and what is asked before one is lost.
 ///
@@ -67,6 +68,12 @@ class SetlistFiles {
   /// waits for them, behind the loading modal; the last one asked for is the one that is read then.
   void loadSetlist(const std::filesystem::path& path);
 
+  /// Puts a setlist on stage that was never saved as it is, to be saved to this place; none when it has no file yet.
+  void openUnsaved(SetlistFile setlist, const std::optional<std::filesystem::path>& original);
+
+  /// Nothing is unsaved: the setlist was saved, another one has taken its place, or it was given up at the end.
+  Signal<> settled;
+
   /// Saves where the setlist was loaded from or saved to last, also in Live mode; has a file chosen when there is none.
   /// Whether it is saved.
   bool saveSetlist();
@@ -88,6 +95,7 @@ class SetlistFiles {
   [[nodiscard]] Outcome replaceFile(const std::filesystem::path& path, const std::string& bytes);
   /// Of the open setlist; none before it has a file.
   [[nodiscard]] std::optional<std::filesystem::path> currentDirectory() const;
+  void showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path);
   void offerCopyOf(const std::filesystem::path& path);
   void loadWhenPluginsAreFound(const std::filesystem::path& path);
 

@@ -50,31 +50,51 @@ SongSwitch::SongSwitch(const Collaborators& collaborators)
       [&state = state_](const std::string& key) { return resolvePluginPath(key, state.scannedPlugins.get()); });
 }
 
-void SongSwitch::captureCurrentSong() {
+bool SongSwitch::isSongOnStage() const {
   const auto selected = state_.selectedSongIndex.get();
-  if (!selected || *selected >= state_.songs.get().size()) {
+  return selected && *selected < state_.songs.get().size();
+}
+
+void SongSwitch::requestStates() {
+  if (!isSongOnStage()) {
     return;
   }
   engine_.pluginState().requestStates(*engine_.masterChannel());
   for (const auto& channel : engine_.channels()) {
     engine_.pluginState().requestStates(*channel);
   }
-  state_.songs.modify([this, &selected](std::vector<SongConfig>& songs) {
-    auto& song = songs[*selected];
-    song.songNotes = state_.songNotes.get();
-    song.tempoBpm = state_.tempoBpm.get();
-    song.keyboardStartNote = state_.keyboardStartNote.get();
-    song.keyboardKeyCount = state_.keyboardKeyCount.get();
-    song.masterChannelColor = engine_.masterChannel()->color.get();
-    song.masterEffectSlots = engine_.pluginState().captureEffectSlots(*engine_.masterChannel());
-    song.channels.clear();
-    for (const auto& channel : engine_.channels()) {
-      auto& record = song.channels.emplace_back(makeChannelConfig(*channel, engine_.pluginState()));
-      if (amendRecord) {
-        amendRecord(*channel, record);
-      }
+}
+
+void SongSwitch::capture(SongConfig& song) {
+  song.songNotes = state_.songNotes.get();
+  song.tempoBpm = state_.tempoBpm.get();
+  song.keyboardStartNote = state_.keyboardStartNote.get();
+  song.keyboardKeyCount = state_.keyboardKeyCount.get();
+  song.masterChannelColor = engine_.masterChannel()->color.get();
+  song.masterEffectSlots = engine_.pluginState().captureEffectSlots(*engine_.masterChannel());
+  song.channels.clear();
+  for (const auto& channel : engine_.channels()) {
+    auto& record = song.channels.emplace_back(makeChannelConfig(*channel, engine_.pluginState()));
+    if (amendRecord) {
+      amendRecord(*channel, record);
     }
-  });
+  }
+}
+
+void SongSwitch::captureCurrentSong() {
+  if (!isSongOnStage()) {
+    return;
+  }
+  requestStates();
+  state_.songs.modify([this](std::vector<SongConfig>& songs) { capture(songs[*state_.selectedSongIndex.get()]); });
+}
+
+std::vector<SongConfig> SongSwitch::songsAsPlayed() {
+  auto songs = state_.songs.get();
+  if (isSongOnStage()) {
+    capture(songs[*state_.selectedSongIndex.get()]);
+  }
+  return songs;
 }
 
 void SongSwitch::applySong(std::ptrdiff_t index) {

@@ -65,6 +65,11 @@ class SongSwitch {
   /// Stores what is on stage in the selected song; nothing when there is none. Does not touch the dirty mark.
   void captureCurrentSong();
 
+  /// The songs with the one on stage as it is now, while the session's own stay as they were. Does not wait for
+  /// plug-ins whose states were asked for early enough.
+  [[nodiscard]] std::vector<SongConfig> songsAsPlayed();
+  void requestStates();
+
   /// Ends the switch of this token without its pending loads; nothing when another one has replaced it. Called by a
   /// timer after `songSwitchTimeoutSeconds`, and directly where no clock runs meanwhile.
   void songSwitchTimedOut(const Uuid& token);
@@ -75,6 +80,8 @@ class SongSwitch {
   void finishSongSwitchIfReady(const Uuid& token);
   [[nodiscard]] bool isUnderWay(const Uuid& token) const;
 
+  [[nodiscard]] bool isSongOnStage() const;
+  void capture(SongConfig& song);
   void takeOver(const SongConfig& song);
   void sendToInstruments(std::uint8_t status);
   void buildChannel(const ChannelConfig& record, const Uuid& token);

@@ -52,6 +52,10 @@ fs::path userCopiesFolder() {
   return inStateFolder("copies");
 }
 
+fs::path userUnsavedFolder() {
+  return inStateFolder("unsaved");
+}
+
 fs::path userRuntimeFolder() {
   const auto folder = environmentPath("XDG_RUNTIME_DIR");
   return folder.is_absolute() ? folder / "vrel" : fs::path();

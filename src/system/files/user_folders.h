@@ -16,7 +16,7 @@ namespace vrel::system {
 /// or copy of a setlist.
 [[nodiscard]] std::filesystem::path userRecentFilesPath();
 
-/// "vrel" in the user's state folder: recent files, logs and copies.
+/// "vrel" in the user's state folder: recent files, logs, copies and unsaved edits.
 [[nodiscard]] std::filesystem::path userStateFolder();
 
 /// "vrel/logs" in the user's state folder.
@@ -24,6 +24,9 @@ namespace vrel::system {
 
 /// "vrel/copies" in the user's state folder.
 [[nodiscard]] std::filesystem::path userCopiesFolder();
+
+/// "vrel/unsaved" in the user's state folder.
+[[nodiscard]] std::filesystem::path userUnsavedFolder();
 
 /// "vrel" in the folder of the user's session, XDG_RUNTIME_DIR; empty where there is none.
 [[nodiscard]] std::filesystem::path userRuntimeFolder();

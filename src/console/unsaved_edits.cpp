@@ -1,0 +1,243 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/unsaved_edits.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+#include "console/setlist_files.h"
+#include "document/app_state.h"
+#include "document/setlist_coding.h"
+#include "performance/song_switch.h"
+#include "platform/console_output.h"
+#include "platform/desktop.h"
+#include "platform/dispatch.h"
+#include "platform/file_manager.h"
+
+namespace vrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view keptExtension = ".vrel";
+constexpr std::string_view pathExtension = ".path";
+constexpr std::uintmax_t longestKeptPath = 65536;
+constexpr std::size_t mostSongsNamed = 8;
+
+using UnsavedTexts = std::array<std::string_view, 5>;  // in the order of the languages
+
+constexpr UnsavedTexts questionTexts{"Open the unsaved edits of %1?", "¿Abrir los cambios sin guardar de %1?",
+                                     "Ouvrir les modifications non enregistrées de %1 ?",
+                                     "Aprire le modifiche non salvate di %1?",
+                                     "Nicht gespeicherte Änderungen von %1 öffnen?"};
+constexpr UnsavedTexts detailTexts{"The program ended before they were saved. Songs: %1",
+                                   "El programa terminó antes de guardarlos. Canciones: %1",
+                                   "Le programme s'est arrêté avant leur enregistrement. Morceaux : %1",
+                                   "Il programma è terminato prima del salvataggio. Brani: %1",
+                                   "Das Programm endete, bevor sie gespeichert waren. Songs: %1"};
+constexpr UnsavedTexts untitledTexts{"an untitled setlist", "un setlist sin título", "une liste sans titre",
+                                     "una scaletta senza titolo", "einer Setliste ohne Namen"};
+constexpr UnsavedTexts openTexts{"Open", "Abrir", "Ouvrir", "Apri", "Öffnen"};
+constexpr UnsavedTexts discardTexts{"Discard", "Descartar", "Abandonner", "Scarta", "Verwerfen"};
+constexpr UnsavedTexts laterTexts{"Later", "Más tarde", "Plus tard", "Più tardi", "Später"};
+
+std::string filled(const UnsavedTexts& texts, Language language, const std::string& with = {}) {
+  std::string text(texts.at(static_cast<std::size_t>(language)));
+  if (const auto mark = text.find("%1"); mark != std::string::npos) {
+    text.replace(mark, 2, with);
+  }
+  return text;
+}
+
+std::string songNamesOf(const SetlistFile& setlist) {
+  std::string names;
+  const auto& songs = setlist.songs;
+  for (std::size_t index = 0; index < std::min(songs.size(), mostSongsNamed); ++index) {
+    names += (index == 0 ? "" : ", ") + songs[index].name;
+  }
+  return songs.size() > mostSongsNamed ? names + ", ... (" + std::to_string(songs.size()) + ")" : names;
+}
+
+}  // namespace
+
+/// What a run left behind.
+struct UnsavedEdits::Kept {
+  SetlistFile setlist;
+  std::optional<fs::path> original;  // where it belongs; none for one that was never saved
+};
+
+UnsavedEdits::UnsavedEdits(const Collaborators& collaborators, fs::path directory, Runs runs)
+    : state_(collaborators.state),
+      songSwitch_(collaborators.songSwitch),
+      setlistFiles_(collaborators.setlistFiles),
+      mainQueue_(collaborators.mainQueue),
+      files_(collaborators.files),
+      desktop_(collaborators.desktop),
+      console_(collaborators.console),
+      directory_(std::move(directory)),
+      runs_(std::move(runs)),
+      connections_(
+          {state_.edited.connect([this] { noteEdit(); }), setlistFiles_.settled.connect([this] { settle(); })}),
+      queue_(collaborators.queues.makeSerialQueue("vrel.unsaved.edits")) {}
+
+UnsavedEdits::~UnsavedEdits() {
+  if (hasEdits_) {
+    keep();  // the system has ended the program, and asked no one
+  }
+  queue_->sync([] {});
+}
+
+fs::path UnsavedEdits::fileOf(const std::string& run) const {
+  return directory_ / (run + std::string(keptExtension));
+}
+
+fs::path UnsavedEdits::pathFileOf(const std::string& run) const {
+  return directory_ / (run + std::string(pathExtension));
+}
+
+void UnsavedEdits::noteEdit() {
+  hasEdits_ = true;
+  if (isScheduled_) {
+    return;
+  }
+  isScheduled_ = true;
+  mainQueue_.asyncAfter(collectSeconds, [this, life = life_.watch()] {
+    if (life.isAlive()) {
+      askForStates();
+    }
+  });
+}
+
+void UnsavedEdits::askForStates() {
+  if (!hasEdits_) {
+    isScheduled_ = false;
+    return;
+  }
+  songSwitch_.requestStates();
+  mainQueue_.asyncAfter(answerSeconds, [this, life = life_.watch()] {
+    if (life.isAlive()) {
+      keep();
+    }
+  });
+}
+
+void UnsavedEdits::keep() {
+  isScheduled_ = false;
+  if (!hasEdits_) {
+    return;
+  }
+  if (directory_.empty()) {
+    written("no state folder (HOME and XDG_STATE_HOME are not set)");
+    return;
+  }
+  const auto original = state_.currentFilePath.get();
+  auto setlist = std::make_shared<const SetlistFile>(
+      SetlistFile{setlistVersion, songSwitch_.songsAsPlayed(), state_.globalMidiControlAssignments.get()});
+  queue_->async([this, setlist = std::move(setlist), file = fileOf(runs_.own), pathFile = pathFileOf(runs_.own),
+                 original = original ? original->string() : std::string(), life = life_.watch()] {
+    const auto bytes = encodeSetlist(*setlist);
+    Outcome failure = bytes ? files_.createDirectory(directory_) : bytes.error();
+    if (!failure && !original.empty()) {
+      failure = files_.writeAtomically(pathFile, original);
+    }
+    if (!failure) {
+      failure = files_.writeAtomically(file, bytes.value());
+    }
+    mainQueue_.async([this, life, reason = failure ? std::optional(failure->description) : std::nullopt] {
+      if (life.isAlive()) {
+        written(reason);
+      }
+    });
+  });
+}
+
+void UnsavedEdits::written(const std::optional<std::string>& failure) {
+  if (failure) {
+    if (!std::exchange(isFailureLogged_, true)) {
+      console_.print("Failed to keep the unsaved edits: " + *failure);
+    }
+    return;
+  }
+  isFailureLogged_ = false;
+  for (const auto& run : std::exchange(adopted_, {})) {
+    static_cast<void>(files_.remove(fileOf(run)));
+    static_cast<void>(files_.remove(pathFileOf(run)));
+  }
+}
+
+// On the other thread behind what is being written, so that no older state comes back.
+void UnsavedEdits::settle() {
+  hasEdits_ = false;
+  std::vector<std::string> runs = std::exchange(adopted_, {});
+  runs.push_back(runs_.own);
+  if (directory_.empty()) {
+    return;
+  }
+  for (const auto& run : runs) {
+    queue_->async([this, file = fileOf(run), pathFile = pathFileOf(run)] {
+      for (const auto& each : {file, pathFile}) {
+        if (files_.fileExists(each)) {
+          static_cast<void>(files_.remove(each));
+        }
+      }
+    });
+  }
+}
+
+std::vector<std::string> UnsavedEdits::endedRuns() const {
+  std::vector<std::string> runs;
+  for (const auto& name : directory_.empty() ? std::vector<std::string>() : files_.fileNames(directory_)) {
+    if (name.ends_with(keptExtension)) {
+      auto run = name.substr(0, name.size() - keptExtension.size());
+      if (run != runs_.own && !runs_.isRunning(run)) {
+        runs.push_back(std::move(run));
+      }
+    }
+  }
+  return runs;
+}
+
+std::optional<UnsavedEdits::Kept> UnsavedEdits::read(const std::string& run) const {
+  const auto bytes = files_.contents(fileOf(run), mostSetlistBytes);
+  auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
+  if (!setlist) {
+    console_.print("Failed to read unsaved edits: " + setlist.error().description);
+    return std::nullopt;
+  }
+  const auto path = files_.contents(pathFileOf(run), longestKeptPath);
+  const bool hasPath = path && !path.value().empty();
+  return Kept{std::move(setlist).value(), hasPath ? std::optional<fs::path>(path.value()) : std::nullopt};
+}
+
+UnsavedEdits::Answer UnsavedEdits::ask(const Kept& kept) const {
+  const auto language = state_.language.get();
+  const auto name = kept.original ? kept.original->filename().string() : filled(untitledTexts, language);
+  const auto answer = desktop_.runModal(
+      NSAlert{.alertStyle = NSAlert::Style::warning,
+              .messageText = filled(questionTexts, language, name),
+              .informativeText = filled(detailTexts, language, songNamesOf(kept.setlist)),
+              .buttons = {filled(openTexts, language), filled(discardTexts, language), filled(laterTexts, language)}});
+  return answer == std::size_t{0} ? Answer::open : answer == std::size_t{1} ? Answer::discard : Answer::later;
+}
+
+void UnsavedEdits::offer() {
+  for (const auto& run : endedRuns()) {
+    auto kept = read(run);
+    if (!kept) {
+      continue;
+    }
+    const Answer answer = ask(*kept);
+    if (answer == Answer::discard) {
+      static_cast<void>(files_.remove(fileOf(run)));
+      static_cast<void>(files_.remove(pathFileOf(run)));
+    } else if (answer == Answer::open) {
+      setlistFiles_.openUnsaved(std::move(kept->setlist), kept->original);
+      adopted_.push_back(run);
+      return;
+    }
+  }
+}
+
+}  // namespace vrel

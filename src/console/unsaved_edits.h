@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/setlist.h"
+#include "foundation/life_token.h"
+
+namespace vrel {
+
+class AppState;
+class ConsoleOutput;
+class Desktop;
+class DispatchQueue;
+class DispatchQueueFactory;
+class FileManager;
+class MainQueue;
+class SetlistFiles;
+class SongSwitch;
+
+/// Keeps what was edited since the last save in the state folder, so that a crash, a power cut or a kill costs seconds
+/// of work, and offers it at the next start. No file of the user is touched.
+///
+/// Each run of the program has a file of its own there, "RUN.vrel", a setlist that can be opened as it is, and beside
+/// it "RUN.path" with the path of the setlist that it belongs to. Both go when the setlist is saved or given up.
+///
+/// Within 6 seconds of an edit the songs are captured on the main thread, which waits for no plug-in: their states are
+/// asked for a second before. Encoding and writing are done on a thread of its own. A failure is one line, until
+/// a later attempt succeeds. Main thread.
+class UnsavedEdits {
+ public:
+  struct Collaborators {
+    AppState& state;
+    SongSwitch& songSwitch;
+    SetlistFiles& setlistFiles;
+    MainQueue& mainQueue;
+    DispatchQueueFactory& queues;
+    FileManager& files;  // used on the other thread, too
+    Desktop& desktop;
+    ConsoleOutput& console;
+  };
+
+  /// The name of a run, and whether the one with a name is still there: what it keeps is its own.
+  struct Runs {
+    std::string own;
+    std::function<bool(const std::string& run)> isRunning;
+  };
+
+  static constexpr double collectSeconds = 5;  // from an edit until the states are asked for
+  static constexpr double answerSeconds = 1;   // from then to the capture
+
+  /// All are borrowed. An empty directory means that there is no place for it.
+  UnsavedEdits(const Collaborators& collaborators, std::filesystem::path directory, Runs runs);
+  /// Keeps what is not settled, and waits for that to be written.
+  ~UnsavedEdits();
+  UnsavedEdits(const UnsavedEdits&) = delete;
+  UnsavedEdits& operator=(const UnsavedEdits&) = delete;
+
+  /// Asks about each setlist that a run which has ended left behind, until one is opened. Opened, it is edited and to
+  /// be saved to its place; discarded, it is removed; without an answer it is offered again at the next start.
+  void offer();
+
+ private:
+  struct Kept;
+  enum class Answer { open, discard, later };
+
+  void noteEdit();
+  void askForStates();
+  void keep();
+  void settle();
+  void written(const std::optional<std::string>& failure);
+  [[nodiscard]] std::filesystem::path fileOf(const std::string& run) const;
+  [[nodiscard]] std::filesystem::path pathFileOf(const std::string& run) const;
+  [[nodiscard]] std::vector<std::string> endedRuns() const;
+  [[nodiscard]] std::optional<Kept> read(const std::string& run) const;
+  [[nodiscard]] Answer ask(const Kept& kept) const;
+
+  AppState& state_;
+  SongSwitch& songSwitch_;
+  SetlistFiles& setlistFiles_;
+  MainQueue& mainQueue_;
+  FileManager& files_;
+  Desktop& desktop_;
+  ConsoleOutput& console_;
+  const std::filesystem::path directory_;
+  const Runs runs_;
+  std::vector<std::string> adopted_;  // runs whose setlist is open here, until this run has kept it, too
+  bool isScheduled_ = false;
+  bool hasEdits_ = false;
+  bool isFailureLogged_ = false;
+  std::vector<std::shared_ptr<void>> connections_;
+  LifeToken life_;
+  std::unique_ptr<DispatchQueue> queue_;
+};
+
+}  // namespace vrel
