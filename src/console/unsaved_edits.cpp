@@ -223,6 +223,20 @@ UnsavedEdits::Answer UnsavedEdits::ask(const Kept& kept) const {
 }
 
 void UnsavedEdits::offer() {
+  if (state_.isLookingForPlugins.get()) {
+    // Behind the setlist that waits for them, too, which would take the place of what is opened here.
+    pluginsFollowed_ = state_.isLookingForPlugins.changed.connect([this](bool isLooking) {
+      if (!isLooking) {
+        mainQueue_.async([this, life = life_.watch()] {
+          if (life.isAlive()) {
+            offer();
+          }
+        });
+      }
+    });
+    return;
+  }
+  pluginsFollowed_ = nullptr;
   for (const auto& run : endedRuns()) {
     auto kept = read(run);
     if (!kept) {

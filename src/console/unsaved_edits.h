@@ -61,8 +61,9 @@ class UnsavedEdits {
   UnsavedEdits(const UnsavedEdits&) = delete;
   UnsavedEdits& operator=(const UnsavedEdits&) = delete;
 
-  /// Asks about each setlist that a run which has ended left behind, until one is opened. Opened, it is edited and to
-  /// be saved to its place; discarded, it is removed; without an answer it is offered again at the next start.
+  /// When the plug-ins are found, asks about each setlist that a run which has ended left behind, until one is opened.
+  /// Opened, it is edited and to be saved to its place; discarded, it is removed; without an answer it is offered again
+  /// at the next start.
   void offer();
 
  private:
@@ -94,6 +95,7 @@ class UnsavedEdits {
   bool hasEdits_ = false;
   bool isFailureLogged_ = false;
   std::vector<std::shared_ptr<void>> connections_;
+  std::shared_ptr<void> pluginsFollowed_;
   LifeToken life_;
   std::unique_ptr<DispatchQueue> queue_;
 };

@@ -257,6 +257,20 @@ TEST_F(EditsThatAreNotSaved, OfARunThatIsStillThereAreItsOwn) {
   EXPECT_TRUE(files.files.contains(kept));
 }
 
+TEST_F(EditsThatAreNotSaved, AreOfferedWhenThePluginsAreFound) {
+  files.place(folder / "a.vrel", setlistText({"A"}));
+  state.isLookingForPlugins.set(true);
+  auto next = startAgain();
+  next->offer();
+  settle();
+  EXPECT_THAT(desktop.alerts, IsEmpty());
+  desktop.alertAnswers = {openButton};
+  state.isLookingForPlugins.set(false);
+  EXPECT_THAT(desktop.alerts, IsEmpty()) << "behind a setlist that waited for them";
+  settle();
+  EXPECT_EQ(songNames(), Names({"A"}));
+}
+
 TEST_F(EditsThatAreNotSaved, OfSeveralRunsAreOfferedOneAfterTheOther) {
   files.place(folder / "a.vrel", setlistText({"A"}));
   files.place(folder / "b.vrel", setlistText({"B"}));
