@@ -18,6 +18,7 @@ class NoDesktop final : public Desktop {
   std::optional<std::filesystem::path> runModal(const NSOpenPanel& /*panel*/) override { return std::nullopt; }
   std::optional<std::filesystem::path> runModal(const NSSavePanel& /*panel*/) override { return std::nullopt; }
   std::vector<NSScreen> screens() override { return {}; }
+  void activateApplication() override {}
   void makeNothingFirstResponder() override {}
   void replyToApplicationShouldTerminate(bool /*shouldTerminate*/) override {}
 };

@@ -318,6 +318,14 @@ void UiThread::quit() {
 bool UiThread::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
     case QEvent::ShortcutOverride:
+void UiThread::activate() {
+  here([this] {
+    if (quickWindow_ != nullptr && QGuiApplication::applicationState() != Qt::ApplicationActive) {
+      quickWindow_->requestActivate();
+    }
+  });
+}
+
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
       if (const auto* const window = consoleWindow(watched)) {

@@ -89,6 +89,7 @@ class UiThread final : public QObject, public system::WindowServices {
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
+  void activate() override;
 
  private:
   void here(std::function<void()> action);

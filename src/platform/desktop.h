@@ -87,6 +87,9 @@ class Desktop {
   /// The connected screens, the main one first; may be empty.
   [[nodiscard]] virtual std::vector<NSScreen> screens() = 0;
 
+  /// Makes the program the active one, whose window has the keyboard. No effect where it is already.
+  virtual void activateApplication() = 0;
+
   /// Removes the keyboard focus from the control of the front window that has it. No effect without such a window.
   virtual void makeNothingFirstResponder() = 0;
 

@@ -27,6 +27,7 @@ class ScriptedDesktop : public Desktop {
   std::vector<NSSavePanel> savePanels;
   std::vector<bool> terminationReplies;
   int focusClearings = 0;
+  int activations = 0;
 
   std::optional<std::size_t> runModal(const NSAlert& alert) override {
     alerts.push_back(alert);
@@ -49,6 +50,8 @@ class ScriptedDesktop : public Desktop {
   }
 
   std::vector<NSScreen> screens() override { return screenList; }
+
+  void activateApplication() override { ++activations; }
 
   void makeNothingFirstResponder() override { ++focusClearings; }
 

@@ -115,6 +115,7 @@ void VrelVisualProjectionWindowController::moveTo(const NSScreen& screen) {
 }
 
 bool VrelVisualProjectionWindowController::isFullScreen() const {
+  desktop_.activateApplication();
   return (window_->styleMask() & NSWindowStyleMaskFullScreen) != 0;
 }
 

@@ -25,6 +25,7 @@ TEST_F(ProjectionWindowController, OpensOneBlackWindowInFullScreenOnTheScreen) {
   EXPECT_EQ(window().minSize, (NSSize{640, 360}));
   EXPECT_TRUE(window().isFullScreen());
 }
+  EXPECT_EQ(desktop.activations, 1) << "the program is made the active one";
 
 TEST_F(ProjectionWindowController, OpeningOnAnotherScreenMovesTheWindowAndKeepsTheClipsRunning) {
   const auto channel = addClips({clip(60, "/a.mov")});

@@ -27,6 +27,7 @@ class WindowServices {
   virtual void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) = 0;
   /// Cancels the open panels; each still answers.
   virtual void cancelPanels() = 0;
+  virtual void activate() = 0;
   virtual void clearFocus() = 0;
   virtual void quit() = 0;
 };
@@ -58,6 +59,7 @@ class WindowDesktop final : public Desktop {
   [[nodiscard]] std::optional<std::filesystem::path> runModal(const NSOpenPanel& panel) override;
   [[nodiscard]] std::optional<std::filesystem::path> runModal(const NSSavePanel& panel) override;
   [[nodiscard]] std::vector<NSScreen> screens() override { return screens_; }
+  void activateApplication() override { window_.activate(); }
   void makeNothingFirstResponder() override { window_.clearFocus(); }
   void replyToApplicationShouldTerminate(bool shouldTerminate) override;
 

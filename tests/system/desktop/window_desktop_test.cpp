@@ -19,6 +19,7 @@ class AskedWindow final : public WindowServices {
  public:
   std::vector<PanelAnswer> panels;
   std::vector<std::string> suggestedNames;
+  int activations = 0;
   int focusClearings = 0;
   int quits = 0;
 
@@ -32,6 +33,7 @@ class AskedWindow final : public WindowServices {
       answer(std::nullopt);
     }
   }
+  void activate() override { ++activations; }
   void clearFocus() override { ++focusClearings; }
   void quit() override { ++quits; }
 };
