@@ -69,6 +69,9 @@ Application::Application(ConsoleOutput* runLog)
   window.onWindowNumber = [this](std::uint64_t number) {
     logic.postToSession([number](Session& session) { session.setWindowNumber(number); });
   };
+  window.onStageWatched = [this](bool isWatched) {
+    logic.postToSession([isWatched](Session& session) { session.watchStage(isWatched); });
+  };
   window.onCloseRequest = [this] { logic.postToSession([](Session& session) { session.requestTermination(); }); };
   window.onSystemEnd = [this] { systemEnds(); };
 }

@@ -72,6 +72,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
   showAudioOutput(platform_.output().state().get());
   audioOutputShown_ = platform_.output().state().changed.connect(showAudioOutput);
   mirror_.mirrorSettings(settings_);
+  projectionShown_ = projection_.isProjecting.changed.connect([this](bool isOpen) { mirror_.setProjected(isOpen); });
   if (auto* const input = engine_->midiInput()) {
     playedNow_.follow(*input);
   }
@@ -117,6 +118,15 @@ void Session::connectEditors() {
   editors->takeStageKeys(state_.isLiveModeEnabled.get());
   liveModeFollowed_ =
       state_.isLiveModeEnabled.changed.connect([editors](bool isEnabled) { editors->takeStageKeys(isEnabled); });
+}
+
+void Session::watchStage(bool isWanted) {
+  if (isWanted) {
+    projection_.setWatcher([this](const ProjectionScene& scene) { window_.stagePreview().setScene(scene); });
+  } else {
+    projection_.setWatcher(nullptr);
+    window_.stagePreview().clearScene();
+  }
 }
 
 void Session::setWindowNumber(std::uint64_t window) {

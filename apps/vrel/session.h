@@ -59,6 +59,8 @@ class Session {
   void setScreens(std::vector<NSScreen> screens);
   void windowResolved(bool isFullScreen, const std::optional<NSScreen>& screen);
   void windowCameToFront(const char* notification) { notifications_.post(notification); }
+  /// Whether the preview of the stage gets the scenes.
+  void watchStage(bool isWanted);
   /// X11's number of the window; 0 for none.
   void setWindowNumber(std::uint64_t window);
   /// A person asks whether the program may end.
@@ -135,6 +137,7 @@ class Session {
   std::shared_ptr<void> menusShown_;
   std::shared_ptr<void> audioOutputShown_;
   std::shared_ptr<void> liveModeFollowed_;
+  std::shared_ptr<void> projectionShown_;
   std::unique_ptr<RepeatingTimer> dropoutTimer_;
 };
 

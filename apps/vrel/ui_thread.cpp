@@ -79,6 +79,8 @@ UiThread::UiThread(window::ConsoleCommands::Post postCommand, PostToLogic postTo
     : postToLogic_(std::move(postToLogic)), model_(std::move(postCommand)) {
   // Not `quit`, which a window may refuse: this one refuses to be closed.
   onQuit = [] { QCoreApplication::exit(EXIT_SUCCESS); };
+  stagePreview_.onPicture = [this](const QImage& picture) { model_.stage()->setPicture(picture); };
+  connect(model_.stage(), &window::StageBoard::isWatchedChanged, this, &UiThread::watchStage);
   frames_.setTimerType(Qt::PreciseTimer);
   frames_.setInterval(1000 / framesPerSecond);
   connect(&frames_, &QTimer::timeout, this, [this] {
@@ -93,8 +95,21 @@ UiThread::~UiThread() {
   leaveScreen();
 }
 
+void UiThread::watchStage() {
+  const bool isWatched = model_.stage()->isWatched();
+  if (isWatched) {
+    stagePreview_.show();
+  } else {
+    stagePreview_.hide();
+  }
+  if (onStageWatched) {
+    onStageWatched(isWatched);
+  }
+}
+
 void UiThread::leaveScreen() {
   frames_.stop();
+  stagePreview_.hide();
   stageWindows_.hideAll();
   for (const auto& panel : std::exchange(panels_, {})) {
     delete panel.data();
@@ -303,6 +318,14 @@ void UiThread::cancelPanels() {
   });
 }
 
+void UiThread::activate() {
+  here([this] {
+    if (quickWindow_ != nullptr && QGuiApplication::applicationState() != Qt::ApplicationActive) {
+      quickWindow_->requestActivate();
+    }
+  });
+}
+
 void UiThread::clearFocus() {
   here([this] {
     if (quickWindow_ != nullptr && quickWindow_->activeFocusItem() != nullptr) {
@@ -318,14 +341,6 @@ void UiThread::quit() {
 bool UiThread::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
     case QEvent::ShortcutOverride:
-void UiThread::activate() {
-  here([this] {
-    if (quickWindow_ != nullptr && QGuiApplication::applicationState() != Qt::ApplicationActive) {
-      quickWindow_->requestActivate();
-    }
-  });
-}
-
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
       if (const auto* const window = consoleWindow(watched)) {

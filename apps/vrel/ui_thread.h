@@ -17,6 +17,7 @@
 #include "console/window/console_model.h"
 #include "platform/desktop.h"
 #include "system/desktop/window_desktop.h"
+#include "system/projection/stage_preview.h"
 #include "system/projection/system_projection.h"
 #include "vrel/keys.h"
 #include "vrel/widgets.h"
@@ -48,6 +49,8 @@ class UiThread final : public QObject, public system::WindowServices {
   [[nodiscard]] window::ConsoleModel& model() { return model_; }
   /// The projection's, which draw on threads of their own.
   [[nodiscard]] system::StageWindows& stageWindows() { return stageWindows_; }
+  /// Its pictures go to the model.
+  [[nodiscard]] system::StagePreview& stagePreview() { return stagePreview_; }
   /// Null before it is made.
   [[nodiscard]] QQuickWindow* quickWindow() const { return quickWindow_; }
 
@@ -59,6 +62,8 @@ class UiThread final : public QObject, public system::WindowServices {
   std::function<void(const char* notification)> onFront;
   /// X11's number of the window; 0 where it has none.
   std::function<void(std::uint64_t window)> onWindowNumber;
+  /// The preview of the stage is looked at, or no longer.
+  std::function<void(bool isWatched)> onStageWatched;
   /// The window manager wants the window closed.
   std::function<void()> onCloseRequest;
   /// The system ends the session.
@@ -84,12 +89,12 @@ class UiThread final : public QObject, public system::WindowServices {
   void showOpenPanel(const NSOpenPanel& panel, PanelAnswer answer) override;
   void showSavePanel(const NSSavePanel& panel, PanelAnswer answer) override;
   void cancelPanels() override;
+  void activate() override;
   void clearFocus() override;
   void quit() override;
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
-  void activate() override;
 
  private:
   void here(std::function<void()> action);
@@ -99,6 +104,7 @@ class UiThread final : public QObject, public system::WindowServices {
   void followWindow();
   void askForFile(const FilePanel::Request& request, PanelAnswer answer);
   void raisePanel();
+  void watchStage();
   [[nodiscard]] static std::vector<NSScreen> screens();
   void followScreen(const QScreen& screen);
   void reportScreens();
@@ -118,6 +124,7 @@ class UiThread final : public QObject, public system::WindowServices {
   QString panelFolder_ = QDir::homePath();     // where the last file was chosen
   std::vector<QPointer<QFileDialog>> panels_;  // null when they have been answered; they delete themselves then
   system::StageWindows stageWindows_;
+  system::StagePreview stagePreview_;
   std::unique_ptr<QQmlEngine> engine_;
   std::unique_ptr<QQmlComponent> description_;  // of the window
   std::unique_ptr<QObject> root_;

@@ -15,10 +15,12 @@ class WindowSettings {
 
   Observable<int> zoomPercent{100};
   Observable<bool> isKeyboardFolded{false};  // to the bars of the splits
+  Observable<bool> isStageFolded{true};      // the preview of the stage
 
   /// 1 for larger, -1 for smaller, 0 for the normal size.
   void zoom(int by);
   void toggleKeyboard();
+  void toggleStage();
 
  private:
   NSUserDefaults& defaults_;

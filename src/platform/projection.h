@@ -31,7 +31,7 @@ enum class LayerBlending {
 /// One player on the whole stage: its picture as large as fits, never cropped, on black that is part of the layer.
 ///
 /// A change of `opacity` is faded: linearly over `layerFadeSeconds`, from what is seen now, by the clock of whoever
-/// draws. A layer that the scene before did not have starts from 0, except in the first scene of a window.
+/// draws. A layer that the scene before did not have starts from 0, except in a first scene.
 struct ProjectionLayer {
   Uuid key;  // the same layer in two scenes has the same key, and fades from the one to the other
   std::shared_ptr<AVQueuePlayer> player;
@@ -108,6 +108,8 @@ class ProjectionWindow {
 
   /// What it shows from its next picture on. Costs nothing when the scene is as before.
   virtual void setContent(const ProjectionScene& scene) = 0;
+  /// It shows black; what is set next is a first scene again.
+  virtual void clearContent() = 0;
 
   /// Called on the main thread after a person has closed it, that is, hidden it.
   virtual void onPersonClosed(std::function<void()> action) = 0;

@@ -53,6 +53,10 @@ class SimulatedProjectionWindow : public ProjectionWindow {
     calls.emplace_back("content");
     scenes.push_back(scene);
   }
+  void clearContent() override {
+    calls.emplace_back("clear");
+    scenes.emplace_back();
+  }
   void onPersonClosed(std::function<void()> action) override { personClosed = std::move(action); }
 
   /// A person presses its close button.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "document/app_state.h"
@@ -42,6 +43,10 @@ VrelVisualProjectionWindowController::VrelVisualProjectionWindowController(const
       languageFollowed_(state_.language.changed.connect([this](Language) { retitle(); })) {}
 
 VrelVisualProjectionWindowController::~VrelVisualProjectionWindowController() {
+  if (watcher_) {
+    watcher_({});  // it must not keep the players
+  }
+  watcher_ = nullptr;
   close();
 }
 
@@ -67,6 +72,29 @@ void VrelVisualProjectionWindowController::makeWindow() {
   window_->onPersonClosed([this] { disappear(); });
 }
 
+void VrelVisualProjectionWindowController::makeView() {
+  view_ = std::make_unique<VrelVisualProjectionView>(visualEngine_, mainQueue_, videos_, content(),
+                                                     [this](const ProjectionScene& scene) {
+                                                       if (isOpen()) {
+                                                         window_->setContent(scene);
+                                                       }
+                                                       if (watcher_) {
+                                                         watcher_(scene);
+                                                       }
+                                                     });
+}
+
+void VrelVisualProjectionWindowController::setWatcher(VrelVisualProjectionView::Show watcher) {
+  watcher_ = std::move(watcher);
+  if (watcher_ == nullptr && !isOpen()) {
+    view_.reset();
+  } else if (watcher_ && view_ == nullptr) {
+    makeView();
+  } else {
+    updateContent();
+  }
+}
+
 void VrelVisualProjectionWindowController::open(const std::optional<NSScreen>& screen, bool fullScreen) {
   if (windows_ == nullptr) {
     return;
@@ -74,10 +102,9 @@ void VrelVisualProjectionWindowController::open(const std::optional<NSScreen>& s
   if (window_ == nullptr) {
     makeWindow();
   }
+  isProjecting.set(true);
   if (view_ == nullptr) {
-    view_ = std::make_unique<VrelVisualProjectionView>(
-        visualEngine_, mainQueue_, videos_, content(),
-        [this](const ProjectionScene& scene) { window_->setContent(scene); });
+    makeView();
   } else {
     updateContent();
   }
@@ -88,6 +115,7 @@ void VrelVisualProjectionWindowController::open(const std::optional<NSScreen>& s
   if (screen) {
     moveTo(*screen);
   }
+  desktop_.activateApplication();
   show(fullScreen || isFullScreen());
   if (isTestPictureShown.get()) {
     updateContent();  // it says which screen that is
@@ -115,7 +143,6 @@ void VrelVisualProjectionWindowController::moveTo(const NSScreen& screen) {
 }
 
 bool VrelVisualProjectionWindowController::isFullScreen() const {
-  desktop_.activateApplication();
   return (window_->styleMask() & NSWindowStyleMaskFullScreen) != 0;
 }
 
@@ -167,9 +194,7 @@ void VrelVisualProjectionWindowController::toggleFullScreen() {
 }
 
 void VrelVisualProjectionWindowController::close() {
-  view_.reset();
-  isAway_ = false;
-  uncover();
+  endProjection();
   if (window_ != nullptr) {
     window_->close();
     window_.reset();
@@ -178,10 +203,19 @@ void VrelVisualProjectionWindowController::close() {
 
 // The window that is kept must not keep players of songs that are long gone.
 void VrelVisualProjectionWindowController::disappear() {
-  view_.reset();
+  endProjection();
+  window_->clearContent();
+}
+
+void VrelVisualProjectionWindowController::endProjection() {
+  isProjecting.set(false);
   isAway_ = false;
   uncover();
-  window_->setContent({});
+  if (watcher_) {
+    updateContent();
+  } else {
+    view_.reset();
+  }
 }
 
 void VrelVisualProjectionWindowController::screensChanged() {

@@ -43,7 +43,8 @@ class VrelVisualProjectionWindowController {
   VrelVisualProjectionWindowController& operator=(const VrelVisualProjectionWindowController&) = delete;
 
   /// Open or away.
-  [[nodiscard]] bool isOpen() const { return view_ != nullptr; }
+  [[nodiscard]] bool isOpen() const { return isProjecting.get(); }
+  Observable<bool> isProjecting{false};
 
   /// Opens it, and moves it to the screen; without one it stays where it is. Full screen is entered only, not left.
   void open(const std::optional<NSScreen>& screen, bool fullScreen);
@@ -64,12 +65,18 @@ class VrelVisualProjectionWindowController {
   void setBlack(bool isWanted);
   void setTestPictureShown(bool isWanted);
 
+  /// Gets each scene that the window shows, or would show while it is closed, from now on; null for nobody. The
+  /// background video plays for it as for the window.
+  void setWatcher(VrelVisualProjectionView::Show watcher);
+
   /// Screens have come, gone or changed.
   void screensChanged();
 
  private:
   [[nodiscard]] VrelVisualProjectionView::Content content() const;
   void makeWindow();
+  void makeView();
+  void endProjection();
   void retitle();
   void moveTo(const NSScreen& screen);
   void show(bool inFullScreen);
@@ -87,7 +94,8 @@ class VrelVisualProjectionWindowController {
   VideoFactory* const videos_;
   ProjectionWindowFactory* const windows_;
   std::shared_ptr<ProjectionWindow> window_;
-  std::unique_ptr<VrelVisualProjectionView> view_;  // while it is open
+  VrelVisualProjectionView::Show watcher_;
+  std::unique_ptr<VrelVisualProjectionView> view_;  // while it is open or watched
   std::optional<NSScreen> screen_;                  // where it is open, or was
   bool isAway_ = false;
   bool returnsInFullScreen_ = false;  // while it is away

@@ -51,7 +51,10 @@ TEST(WindowSettings, AreKeptForTheNextRun) {
   WindowSettings first(defaults);
   first.zoom(1);
   first.toggleKeyboard();
+  EXPECT_TRUE(first.isStageFolded.get()) << "at first there is no room for it";
+  first.toggleStage();
   WindowSettings second(defaults);
+  EXPECT_FALSE(second.isStageFolded.get());
   EXPECT_EQ(second.zoomPercent.get(), 110);
   EXPECT_TRUE(second.isKeyboardFolded.get());
   second.zoom(0);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <vector>
 
 #include "visuals/projection_stage.h"
 
@@ -24,8 +25,8 @@ TEST_F(ProjectionWindowController, OpensOneBlackWindowInFullScreenOnTheScreen) {
   EXPECT_EQ(window().title, "Visual Projection");
   EXPECT_EQ(window().minSize, (NSSize{640, 360}));
   EXPECT_TRUE(window().isFullScreen());
-}
   EXPECT_EQ(desktop.activations, 1) << "the program is made the active one";
+}
 
 TEST_F(ProjectionWindowController, OpeningOnAnotherScreenMovesTheWindowAndKeepsTheClipsRunning) {
   const auto channel = addClips({clip(60, "/a.mov")});
@@ -93,6 +94,7 @@ TEST_F(ProjectionWindowController, ClosedByItsButtonItIsHiddenAndUsedAgain) {
   openOn(projector);
   window().pressCloseButton();
   EXPECT_FALSE(controller.isOpen());
+  EXPECT_EQ(window().calls.back(), "clear") << "its next scene is a first one";
   window().calls.clear();
   controller.updateContent();
   EXPECT_THAT(window().calls, IsEmpty());
@@ -131,6 +133,44 @@ TEST_F(ProjectionWindowController, ClipsRunWithoutAWindowAndShowWhenItOpens) {
   openOn(projector);
   EXPECT_THAT(window().scenes, SizeIs(1));
   EXPECT_THAT(opacities(), ElementsAre(1.0));
+}
+
+TEST_F(ProjectionWindowController, AWatcherSeesTheStageWithTheWindowAndWithoutIt) {
+  addClips({clip(60, "/a.mov")});
+  state.visualBackgroundVideoPath.set("/sea.mov");
+  std::vector<ProjectionScene> seen;
+  controller.setWatcher([&](const ProjectionScene& scene) { seen.push_back(scene); });
+  settle();
+  ASSERT_FALSE(seen.empty());
+  EXPECT_FALSE(controller.isOpen()) << "watching opens nothing";
+  EXPECT_THAT(windows.windows, IsEmpty());
+  const auto background = seen.back().background;
+  EXPECT_NE(background, nullptr);
+  noteOn(60);
+  EXPECT_THAT(seen.back().layers, SizeIs(1));
+  openOn(projector);
+  EXPECT_EQ(window().scene(), seen.back());
+  EXPECT_EQ(window().scene().background, background) << "one video for both";
+  controller.setBlack(true);
+  EXPECT_TRUE(seen.back().isBlack) << "it sees what the audience sees";
+  controller.close();
+  EXPECT_FALSE(seen.back().isBlack);
+  EXPECT_TRUE(recorded(background).isPlaying);
+  controller.setWatcher(nullptr);
+  EXPECT_FALSE(recorded(background).isPlaying);
+  const auto scenes = seen.size();
+  noteOff(60);
+  EXPECT_EQ(seen.size(), scenes);
+}
+
+TEST_F(ProjectionWindowController, AWindowGoesOnWhenItsWatcherLeaves) {
+  openOn(projector);
+  int seen = 0;
+  controller.setWatcher([&](const ProjectionScene& /*scene*/) { ++seen; });
+  EXPECT_EQ(seen, 1);
+  controller.setWatcher(nullptr);
+  EXPECT_TRUE(controller.isOpen());
+  EXPECT_EQ(window().scene().placeholder, "VREL Stage");
 }
 
 TEST_F(ProjectionWindowController, ASwitchOfTheLanguageRetitlesTheWindow) {

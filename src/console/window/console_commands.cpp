@@ -299,6 +299,10 @@ void ConsoleCommands::zoom(int by) {
   post_([by](ConsoleActions& actions) { actions.settings.zoom(by); });
 }
 
+void ConsoleCommands::toggleStage() {
+  post_([](ConsoleActions& actions) { actions.settings.toggleStage(); });
+}
+
 void ConsoleCommands::toggleKeyboard() {
   post_([](ConsoleActions& actions) { actions.settings.toggleKeyboard(); });
 }

@@ -140,6 +140,8 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void zoom(int by);
   /// Folds the keyboard panel to its bars, or back.
   Q_INVOKABLE void toggleKeyboard();
+  /// Folds the preview of the stage away, or back.
+  Q_INVOKABLE void toggleStage();
   Q_INVOKABLE void openNewestCopy();
 
   /// Both from the item's MenuEntry.

@@ -230,6 +230,11 @@ void ConsoleMirror::setMenus(const QList<MenuEntry>& menus) {
 void ConsoleMirror::mirrorSettings(WindowSettings& settings) {
   session_.follow(SessionViewModel::zoomPercentKey, settings.zoomPercent);
   session_.follow(SessionViewModel::isKeyboardFoldedKey, settings.isKeyboardFolded);
+  session_.follow(SessionViewModel::isStageFoldedKey, settings.isStageFolded);
+}
+
+void ConsoleMirror::setProjected(bool isProjected) {
+  session_.set(SessionViewModel::isProjectedKey, isProjected);
 }
 
 void ConsoleMirror::setDropouts(std::uint64_t count) {

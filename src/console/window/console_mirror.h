@@ -59,6 +59,9 @@ class ConsoleMirror {
   /// Borrowed, and outlives this.
   void mirrorSettings(WindowSettings& settings);
 
+  /// Whether the projection is open.
+  void setProjected(bool isProjected);
+
   /// How many blocks have been late or silent.
   void setDropouts(std::uint64_t count);
 

@@ -18,6 +18,7 @@
 #include "console/window/mirror_store.h"
 #include "console/window/panel_view_models.h"
 #include "console/window/performance_board.h"
+#include "console/window/stage_board.h"
 #include "console/window/strip_commands.h"
 #include "console/window/texts_view_model.h"
 #include "console/window/track_commands.h"
@@ -51,6 +52,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::MirrorList* strips READ strips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MirrorList* editors READ editors CONSTANT FINAL)
   Q_PROPERTY(vrel::window::MeterBoard* meters READ meters CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::StageBoard* stage READ stage CONSTANT FINAL)
   Q_PROPERTY(vrel::window::PerformanceBoard* performance READ performance CONSTANT FINAL)
   /// A file is asked for, in a window of its own; until it is answered the console is covered.
   Q_PROPERTY(bool isPanelShown READ isPanelShown NOTIFY isPanelShownChanged FINAL)
@@ -94,6 +96,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] MirrorList* strips() { return store_.list(mirror_ids::strips); }
   [[nodiscard]] MirrorList* editors() { return store_.list(mirror_ids::editors); }
   [[nodiscard]] MeterBoard* meters() { return &meters_; }
+  [[nodiscard]] StageBoard* stage() { return &stage_; }
   [[nodiscard]] PerformanceBoard* performance() { return &performance_; }
   [[nodiscard]] bool isPanelShown() const { return isPanelShown_; }
   void setPanelShown(bool isShown) {
@@ -130,6 +133,7 @@ class ConsoleModel : public QObject {
   MirrorStore store_;
   MeterBoard meters_;
   PerformanceBoard performance_;
+  StageBoard stage_;
   bool isPanelShown_ = false;
   ConsoleCommands commands_;
   StripCommands controls_{commands_};

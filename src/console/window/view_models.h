@@ -56,6 +56,8 @@ class SessionViewModel : public vrel::window::MirrorItem {
 
   VREL_SHOWN(int, zoomPercent)
   VREL_SHOWN(bool, isKeyboardFolded)
+  VREL_SHOWN(bool, isStageFolded)
+  VREL_SHOWN(bool, isProjected)  // the projection is open
 
   VREL_SHOWN(bool, isLive)
   // What the mode allows now; see live_mode_policy.h.

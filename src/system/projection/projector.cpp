@@ -12,6 +12,7 @@
 
 #include "platform/video_player.h"
 #include "system/projection/refresh_clock.h"
+#include "system/projection/stage_reader.h"
 
 namespace vrel::system {
 namespace {
@@ -56,6 +57,7 @@ struct Projector::Drawing {
   const Driver& driver;
   std::unique_ptr<QOpenGLContext> context;
   std::unique_ptr<StagePainter> painter;
+  std::unique_ptr<StageReader> reader;  // once a picture was taken
   bool isSoftware = false;
   bool hasFailed = false;  // for good
   int attempts = 0;        // without a picture since
@@ -76,6 +78,10 @@ struct Projector::Drawing {
       painter->forgetContext();
     }
     painter.reset();
+    if (reader != nullptr && !isCurrent) {
+      reader->forgetContext();
+    }
+    reader.reset();
     if (isCurrent) {
       context->doneCurrent();
     }
@@ -122,6 +128,12 @@ void Projector::setScene(const ProjectionScene& scene) {
     ++number_;
   }
   changed_.notify_one();
+}
+
+void Projector::clearScene() {
+  setScene({});
+  const MutexLock lock(mutex_);
+  hasScene_ = false;
 }
 
 void Projector::show(const Target& target) {
@@ -200,12 +212,16 @@ void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Wor
                       [this]() VREL_REQUIRES(mutex_) { return isEnding_; });
     return;
   }
-  const double instant = refreshes.next(clock_());
-  StageFrame frame = stageFrameOf(*work.scene, work.fades, instant, instant + refreshes.period());
+  const double now = clock_();
+  const double instant = refreshes.next(now);
+  const bool isTaken = work.target.taken != nullptr;
+  // What is read back is seen at once, and must not ask players for more than is due: a screen may show them as well.
+  StageFrame frame = isTaken ? stageFrameOf(*work.scene, work.fades, now, now)
+                             : stageFrameOf(*work.scene, work.fades, instant, instant + refreshes.period());
   const bool isAsBefore = drawing.last == frame && drawing.lastSize == work.target.size &&
                           drawing.lastSurface == work.target.surface && drawing.lastTarget == work.number;
   const bool isStill = work.scene->background == nullptr && work.scene->layers.empty() && !work.fades.isMoving(instant);
-  if (isAsBefore && (isStill || drawing.isSoftware)) {
+  if (isAsBefore && (isStill || isTaken || drawing.isSoftware)) {
     drawing.lastInstant.reset();
     refreshes.rest();
     waitForChange(work.number, isStill ? std::nullopt : std::optional(refreshes.period()));
@@ -215,8 +231,18 @@ void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Wor
     waitForChange(work.number, drawing.hasFailed ? std::nullopt : std::optional(retrySeconds));
     return;
   }
+  if (isTaken && drawing.reader == nullptr) {
+    drawing.reader = std::make_unique<StageReader>(*drawing.context);
+  }
+  if (isTaken) {
+    drawing.reader->bind(work.target.size);
+  }
   drawing.painter->paint(frame, work.target.size, work.target.scale);
-  drawing.context->swapBuffers(work.target.surface);
+  if (isTaken) {
+    work.target.taken(drawing.reader->read());
+  } else {
+    drawing.context->swapBuffers(work.target.surface);
+  }
   drawing.attempts = 0;
   const double shown = clock_();
   const double gap = drawing.lastInstant ? std::round((instant - *drawing.lastInstant) / refreshes.period()) : 1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QImage>
 #include <QSize>
 #include <condition_variable>
 #include <cstdint>
@@ -43,6 +44,8 @@ class Projector {
     QSize size;        // pixels
     double scale = 1;  // pixels of a point
     double refreshesPerSecond = 60;
+    /// Takes each picture, on the projector's thread, which then does not go to the surface. Null for a screen.
+    std::function<void(QImage)> taken{};
   };
 
   /// What it has done so far. Times in seconds.
@@ -67,6 +70,8 @@ class Projector {
   Projector& operator=(const Projector&) = delete;
 
   void setScene(const ProjectionScene& scene);
+  /// Black, until a scene is set, which is a first one again.
+  void clearScene();
   void show(const Target& target);
   void hide();
 

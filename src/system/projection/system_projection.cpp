@@ -81,6 +81,11 @@ class Window final : public ProjectionWindow, public std::enable_shared_from_thi
       projector_->setScene(scene);
     }
   }
+  void clearContent() override {
+    if (projector_ != nullptr) {
+      projector_->clearScene();
+    }
+  }
   void onPersonClosed(std::function<void()> action) override { personClosed_ = std::move(action); }
 
  private:

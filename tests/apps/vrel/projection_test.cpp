@@ -161,6 +161,37 @@ TEST_F(StageWindow, ClipsBlendInEachModeMoveBetweenTheMonitorsAndComeBackWithThe
   EXPECT_TRUE(showsFilm(true)) << "and the notes reach it";
 }
 
+TEST_F(StageWindow, ThePreviewInTheConsoleShowsTheStageAlsoWhileNothingIsProjected) {
+  auto& stage = *driver.program().window.model().stage();
+  const auto previewShowsFilm = [&] {
+    return driver.eventually([&] {
+      const QImage& image = stage.frame().image;
+      const auto levelAt = [&](int part) {
+        return image.pixelColor(image.width() * part / 8, image.height() * part / 8).green();
+      };
+      return !image.isNull() && std::abs(levelAt(3) - 203) <= 5 && std::abs(levelAt(5) - 28) <= 5;
+    });
+  };
+  showOnMiddleC(clipFile("turned-180.mp4"));
+  EXPECT_FALSE(driver.isShown("stagePicture")) << "at first it is folded";
+  EXPECT_FALSE(stage.isWatched());
+  driver.click("foldStage");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("stagePicture"); }));
+  play(0x90);
+  EXPECT_TRUE(previewShowsFilm());
+  EXPECT_TRUE(driver.isShown("stageClosed"));
+  choose("openVisualProjection:", "1");
+  EXPECT_TRUE(showsFilm(false));
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("stageClosed"); }));
+  EXPECT_TRUE(previewShowsFilm());
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  EXPECT_TRUE(driver.isShown("stagePicture"));
+  driver.click("foldStage");
+  EXPECT_TRUE(driver.eventually([&] { return !stage.isWatched() && !driver.isShown("stagePicture"); }));
+  EXPECT_TRUE(showsFilm(false)) << "the projection goes on";
+}
+
 TEST_F(StageWindow, OpenedAndClosedAgainAndAtTheEndOfTheProgramItLeavesNothing) {
   driver.onLogic([](Session& session) { session.state().visualBackgroundVideoPath.set(clipFile("upright.mp4")); });
   for (int turn = 0; turn < 3; ++turn) {

@@ -174,7 +174,9 @@ TEST_F(Commands, ReviveLoadsAStripThatHasFailedAndNoOther) {
 TEST_F(Commands, TheZoomAndTheKeyboardAreSettings) {
   commands.zoom(1);
   commands.toggleKeyboard();
+  commands.toggleStage();
   settle();
+  EXPECT_FALSE(settings.isStageFolded.get());
   EXPECT_EQ(settings.zoomPercent.get(), 110);
   EXPECT_TRUE(settings.isKeyboardFolded.get());
   commands.zoom(0);

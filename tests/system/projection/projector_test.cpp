@@ -22,6 +22,7 @@
 
 #include "simulation/simulated_video.h"
 #include "system/projection/off_screen_stage.h"
+#include "system/projection/stage_preview.h"
 #include "system/projection/step_queue.h"
 #include "system/projection/system_projection.h"
 
@@ -395,6 +396,55 @@ TEST_F(Projectors, DrawAStillSceneOnce) {
   projector->setScene(scene);
   EXPECT_TRUE(until([&] { return projector->figures().drawn > drawn; }));
   EXPECT_EQ(projector->figures().contexts, 1U);
+}
+
+TEST_F(Projection, AFirstSceneAfterAClearedOneDoesNotFade) {
+  StagePreview preview;
+  std::vector<QColor> seen;
+  preview.onPicture = [&](const QImage& picture) { seen.push_back(picture.pixelColor(100, 100)); };
+  preview.show();
+  const QColor black(0, 0, 0);
+  const QColor colour(250, 120, 0);
+  for (int opening = 0; opening < 2; ++opening) {
+    ProjectionScene scene;
+    scene.layers = {layerOf(std::make_shared<ColourPlayer>(MadePicture::Colour{250, 120, 0, 255}))};
+    preview.setScene(scene);
+    ASSERT_TRUE(until([&] { return !seen.empty() && seen.back() == colour; })) << opening;
+    preview.clearScene();
+    ASSERT_TRUE(until([&] { return seen.back() == black; })) << opening;
+  }
+  for (const auto& each : seen) {
+    EXPECT_TRUE(each == black || each == colour) << each.red();
+  }
+}
+
+TEST_F(Projection, APreviewIsTheStageSmallAndRestsWhenNothingChanges) {
+  StagePreview preview;
+  std::vector<QImage> pictures;
+  preview.onPicture = [&](const QImage& picture) { pictures.push_back(picture); };
+  const auto player = std::make_shared<ColourPlayer>(MadePicture::Colour{0, 90, 200, 255});
+  ProjectionScene scene;
+  scene.background = std::make_shared<ColourPlayer>(MadePicture::Colour{10, 20, 30, 255});
+  scene.layers = {layerOf(player)};
+  preview.setScene(scene);
+  letRefreshesPass();
+  EXPECT_EQ(player->taken, 0) << "nobody looks";
+  preview.show();
+  ASSERT_TRUE(until([&] { return !pictures.empty(); }));
+  EXPECT_EQ(pictures.back().size(), QSize(StagePreview::width, StagePreview::height));
+  EXPECT_EQ(pictures.back().pixelColor(100, 100), QColor(0, 90, 200)) << "there at once, without a fade";
+  const auto drawn = preview.figures().drawn;
+  const int taken = player->taken;
+  ASSERT_TRUE(until([&] { return player->taken > taken + 2; }));
+  EXPECT_EQ(preview.figures().drawn, drawn) << "nothing has changed";
+  preview.hide();
+  settle();
+  const int atLast = player->taken;
+  letRefreshesPass();
+  EXPECT_LE(player->taken, atLast + 1);
+  preview.clearScene();
+  scene = {};
+  EXPECT_TRUE(until([&] { return player.use_count() == 1; })) << "it holds no player";
 }
 
 TEST_F(Projectors, ShowTheFirstPictureAtTheNextRefresh) {

@@ -22,6 +22,10 @@ ColumnLayout {
         Layout.fillWidth: true
         desk: column.desk
     }
+    StagePanel {
+        Layout.fillWidth: true
+        desk: column.desk
+    }
     NotesPanel {
         Layout.fillWidth: true
         Layout.fillHeight: true

@@ -15,9 +15,28 @@ Panel {
         anchors.margins: 5
         spacing: 4
 
-        Caption {
+        RowLayout {
             Layout.fillWidth: true
-            text: panel.desk.texts.notesTitle
+            spacing: Theme.gap
+
+            Caption {
+                Layout.fillWidth: true
+                text: panel.desk.texts.notesTitle
+            }
+            PushButton {
+                readonly property bool isFolded: panel.desk.session.isStageFolded
+
+                objectName: "foldStage"
+                Layout.preferredHeight: 24
+                padding: 3
+                text: (isFolded ? "\u25b8 " : "\u25be ") + spokenName
+                spokenName: panel.desk.hints.stage
+                hint: panel.desk.hints.foldStage
+                textSize: Theme.tinyText
+                Accessible.checkable: true
+                Accessible.checked: !isFolded
+                onClicked: panel.desk.commands.toggleStage()
+            }
         }
 
         Flickable {
