@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Reads or refuses any bytes. What is read can be written, and reads back the same: the encoding
-// has every field except the ids, so equal texts mean equal contents.
+// has every field except the ids, so equal texts mean equal contents. What is read quickly is what the JSON library
+// reads.
 
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,11 @@ namespace {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string bytes(data, data + size);
   const auto setlist = vrel::readSetlist(bytes);
+  const auto byLibrary = vrel::readSetlistByLibrary(bytes);
+  if (setlist.ok() != byLibrary.ok() ||
+      (setlist && vrel::encodeSetlist(setlist.value()).value() != vrel::encodeSetlist(byLibrary.value()).value())) {
+    fail("the library reads another setlist", bytes);
+  }
   if (!setlist) {
     if (setlist.error().description.empty()) {
       fail("an error without a message", bytes);

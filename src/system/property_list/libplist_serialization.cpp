@@ -9,8 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "foundation/utf8.h"
 #include "system/property_list/binary_form_guard.h"
-#include "system/property_list/utf8.h"
 #include "system/property_list/xml_form_guard.h"
 
 namespace vrel::system {

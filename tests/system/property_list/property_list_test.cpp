@@ -7,9 +7,9 @@
 #include <random>
 #include <string>
 
+#include "foundation/utf8.h"
 #include "system/property_list/binary_form_guard.h"
 #include "system/property_list/libplist_serialization.h"
-#include "system/property_list/utf8.h"
 
 namespace vrel::system {
 namespace {

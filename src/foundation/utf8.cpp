@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "system/property_list/utf8.h"
+#include "foundation/utf8.h"
 
 #include <cstddef>
 #include <cstdint>
 
-namespace vrel::system {
+namespace vrel {
 namespace {
 
 /// Bytes of the sequence that `lead` opens; 0 when no sequence begins so.
@@ -59,4 +59,4 @@ bool isValidUtf8(std::string_view text) {
   return true;
 }
 
-}  // namespace vrel::system
+}  // namespace vrel
