@@ -16,6 +16,7 @@
 namespace vrel {
 
 class AppState;
+class Desktop;
 class MainQueue;
 
 /// Presses a control that goes back by itself.
@@ -25,9 +26,12 @@ void pressTrigger(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& p
 /// changes by the plug-in, by MIDI and by a restored state appear. It works in every mode. Main thread.
 class ControlsEditor final : public NSViewController, public std::enable_shared_from_this<ControlsEditor> {
  public:
-  /// The plug-in may go at any time; the state and the queue are borrowed.
+  /// The plug-in may go at any time; the state, the queue and the desktop are borrowed.
   ControlsEditor(const std::shared_ptr<AVAudioUnit>& unit, std::shared_ptr<PresetChooser::Loaded> loaded,
-                 AppState& state, MainQueue& mainQueue);
+                 AppState& state, MainQueue& mainQueue, Desktop& desktop);
+  ~ControlsEditor() override;
+  ControlsEditor(const ControlsEditor&) = delete;
+  ControlsEditor& operator=(const ControlsEditor&) = delete;
 
   /// Asks for the parameters; called once it is held by a shared pointer.
   void load();
@@ -35,7 +39,8 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   Observable<std::shared_ptr<const AUParameterTree>> tree;  // null until they are there
   Observable<std::string> searchText;
   Observable<std::vector<ControlRow>> rows;
-  Observable<std::vector<float>> values;  // of allParameters
+  Observable<std::vector<float>> values;       // of allParameters
+  Observable<std::vector<std::string>> files;  // of allParameters that are files; the others are empty
   const std::shared_ptr<PresetChooser> presets;
 
   /// The plug-in that it shows; null once that has gone.
@@ -52,6 +57,8 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   void enter(std::size_t index, const std::string& text);
   /// Presses a control that goes back by itself.
   void trigger(std::size_t index);
+  /// Has a file chosen for a control that is one, and gives it to the plug-in: an edit. Nothing in Live mode.
+  void chooseFile(std::size_t index);
 
   [[nodiscard]] NSSize measuredSize() override { return size_; }
   void setViewSize(const NSSize& size) override { size_ = size; }
@@ -60,11 +67,14 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   [[nodiscard]] const AUParameter* settable(std::size_t index) const;
   [[nodiscard]] std::vector<float> settings() const;
   void showRows();
+  void watchMessages();
 
   const std::weak_ptr<AVAudioUnit> unit_;
   AppState& state_;
   MainQueue& mainQueue_;
+  Desktop& desktop_;
   NSSize size_;
+  bool watchesMessages_ = false;
   std::vector<std::shared_ptr<void>> connections_;
 };
 

@@ -46,7 +46,7 @@ std::shared_ptr<NSViewController> EditorPanels::makeGenericView(const std::share
   std::erase_if(loadedPresets_, [](const auto& each) { return each.first.expired(); });
   auto& loaded = loadedPresets_[unit];
   loaded = loaded != nullptr ? loaded : std::make_shared<PresetChooser::Loaded>();
-  auto view = std::make_shared<ControlsEditor>(unit, loaded, state_, mainQueue_);
+  auto view = std::make_shared<ControlsEditor>(unit, loaded, state_, mainQueue_, desktop_);
   view->load();
   return view;
 }

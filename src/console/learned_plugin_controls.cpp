@@ -13,6 +13,7 @@
 #include "midi/midi_bytes.h"
 #include "performance/midi_learn.h"
 #include "platform/dispatch.h"
+#include "platform/message_parameters.h"
 
 namespace vrel {
 namespace {
@@ -101,7 +102,7 @@ std::shared_ptr<AVAudioUnit> LearnedPluginControls::unitAt(const PluginControlTa
 void LearnedPluginControls::select(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& parameter) {
   auto target = placeOf(*unit);
   const SongConfig* const song = midiLearn_.songOnStage();
-  if (!target || song == nullptr || parameter.isOutput || !state_.isMidiLearnMode.get()) {
+  if (!target || song == nullptr || parameter.isOutput || isPath(parameter) || !state_.isMidiLearnMode.get()) {
     return;
   }
   target->control = parameter.identifier;
@@ -180,7 +181,7 @@ void LearnedPluginControls::move(const PluginControlAssignment& assignment, bool
     return;
   }
   const auto parameter = findControl(*controls->tree, assignment.target.control);
-  if (parameter == controls->tree->allParameters.end() || parameter->isOutput) {
+  if (parameter == controls->tree->allParameters.end() || parameter->isOutput || isPath(*parameter)) {
     return;
   }
   const std::uint8_t status = assignment.binding.statusType;

@@ -29,7 +29,7 @@ class LearnedPluginControls {
   /// All are borrowed.
   LearnedPluginControls(AppState& state, AudioEngine& engine, MidiLearn& midiLearn, MainQueue& mainQueue);
 
-  /// Lets this control wait for its hardware. Nothing outside learn mode, and for a meter.
+  /// Lets this control wait for its hardware. Nothing outside learn mode, and for a meter or a file.
   void select(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& parameter);
 
   /// Which of the plug-in's controls waits for its hardware, by its index in allParameters.

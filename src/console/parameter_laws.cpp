@@ -14,6 +14,7 @@
 #include "document/collation.h"
 #include "document/entered_text.h"
 #include "document/note_name.h"
+#include "platform/message_parameters.h"
 
 namespace vrel {
 namespace {
@@ -74,6 +75,9 @@ std::optional<float> enteredNote(const std::wstring& folded) {
 }  // namespace
 
 ControlLook controlLook(const AUParameter& parameter) {
+  if (isPath(parameter)) {
+    return ControlLook::file;
+  }
   if (parameter.isOutput) {
     return ControlLook::meter;
   }

@@ -14,7 +14,7 @@
 
 namespace vrel {
 
-enum class ControlLook { slider, toggle, choice, trigger, meter };
+enum class ControlLook { slider, toggle, choice, trigger, meter, file };
 
 [[nodiscard]] ControlLook controlLook(const AUParameter& parameter);
 

@@ -57,6 +57,7 @@ enum class Hint {
   pluginControl,
   typedControl,
   learnPluginControl,
+  pluginFile,
   changeInstrument,
   removeInstrument,
   editTrack,

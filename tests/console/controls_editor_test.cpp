@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/controls_editor.h"
 
+#include <cmath>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -8,6 +10,7 @@
 
 #include "console/editor_panels.h"
 #include "engine/plugin_editors.h"
+#include "platform/message_parameters.h"
 #include "simulation/scripted_desktop.h"
 #include "support/simulated_session.h"
 
@@ -87,6 +90,100 @@ TEST_F(GenericEditor, AMovedControlIsSetAndMarksTheSetlistChanged) {
   editor.enter(0, "2,5");
   editor.enter(0, "loud");
   EXPECT_EQ(core().parameterSets, (Sets{{7, 4}, {7, 1}, {7, 2.5F}}));
+}
+
+/// A plug-in whose second parameter is a file.
+class FileCore final : public simulation::ScriptedUnitCore, public MessageParameters {
+ public:
+  void watchMessageParameters(bool isWatched) override { watchers += isWatched ? 1 : -1; }
+  [[nodiscard]] std::string parameterPath(AUParameterAddress address) override { return paths[address]; }
+  void setParameterPath(AUParameterAddress address, const std::string& path) override { paths[address] = path; }
+
+  int watchers = 0;
+  std::map<AUParameterAddress, std::string> paths;
+};
+
+class FileUnit final : public simulation::SimulatedNodeOf<AVAudioUnit> {
+ public:
+  using SimulatedNodeOf::SimulatedNodeOf;
+  AUAudioUnit& auAudioUnit() override { return core; }
+  void reset() override {}
+
+  FileCore core;
+};
+
+class FileOfAPlugIn : public SimulatedSession {
+ protected:
+  FileOfAPlugIn() {
+    AUParameter amount;
+    amount.address = firstMessageParameter;
+    amount.defaultValue = 0.5F;
+    AUParameter file;
+    file.address = firstPathParameter;
+    AUParameterTree tree;
+    tree.allParameters = {amount, file};
+    unit_->core.parameters = std::make_shared<const AUParameterTree>(tree);
+    unit_->core.parameterValues[firstMessageParameter] = std::nanf("");
+    unit_->core.paths[firstPathParameter] = "/samples/old.sfz";
+    open();
+  }
+
+  void open() {
+    editor_ =
+        std::make_shared<ControlsEditor>(unit_, std::make_shared<PresetChooser::Loaded>(), state, mainQueue, desktop_);
+    editor_->load();
+    mainQueue.runAll();
+    state.isDirty.set(false);
+  }
+
+  simulation::ScriptedDesktop desktop_;
+  std::shared_ptr<FileUnit> unit_ = std::make_shared<FileUnit>("sampler");
+  std::shared_ptr<ControlsEditor> editor_;
+};
+
+TEST_F(FileOfAPlugIn, IsShownWhileTheWindowIsOpenAndWhatIsNotReportedHasItsDefault) {
+  EXPECT_EQ(unit_->core.watchers, 1);
+  EXPECT_EQ(editor_->files.get(), (std::vector<std::string>{"", "/samples/old.sfz"}));
+  EXPECT_EQ(editor_->values.get(), (std::vector<float>{0.5F, 0}));
+  unit_->core.paths[firstPathParameter] = "/samples/other.sfz";
+  unit_->core.parameterValues[firstMessageParameter] = 0.25F;
+  editor_->refresh();
+  EXPECT_EQ(editor_->files.get()[1], "/samples/other.sfz");
+  EXPECT_EQ(editor_->values.get()[0], 0.25F);
+  editor_ = nullptr;
+  EXPECT_EQ(unit_->core.watchers, 0);
+}
+
+TEST_F(FileOfAPlugIn, IsChosenBesideTheLastOneAndMarksTheSetlistChanged) {
+  desktop_.openPanelAnswers = {"/samples/new.sfz"};
+  editor_->chooseFile(1);
+  EXPECT_EQ(unit_->core.paths[firstPathParameter], "/samples/new.sfz");
+  EXPECT_EQ(desktop_.openPanels.back().directory, "/samples");
+  EXPECT_EQ(editor_->files.get()[1], "/samples/new.sfz");
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(FileOfAPlugIn, StaysWhenThePanelIsCancelledInLiveModeAndForAnotherControl) {
+  editor_->chooseFile(1);
+  desktop_.openPanelAnswers = {"/samples/new.sfz", "/samples/new.sfz"};
+  editor_->chooseFile(0);
+  editor_->chooseFile(99);
+  editor_->set(1, 1);
+  state.isLiveModeEnabled.set(true);
+  editor_->chooseFile(1);
+  EXPECT_EQ(desktop_.openPanels.size(), 1U);
+  EXPECT_EQ(unit_->core.paths[firstPathParameter], "/samples/old.sfz");
+  EXPECT_TRUE(unit_->core.parameterSets.empty());
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(FileOfAPlugIn, MayBeChosenWhileTheWindowCloses) {
+  desktop_.openPanelAnswers = {"/samples/new.sfz"};
+  desktop_.whileAsking = [this] { editor_ = nullptr; };
+  auto& editor = *editor_;
+  editor.chooseFile(1);
+  EXPECT_EQ(unit_->core.paths[firstPathParameter], "/samples/new.sfz");
+  EXPECT_EQ(unit_->core.watchers, 0);
 }
 
 TEST_F(GenericEditor, AMeterAndWhatIsNotThereCannotBeSet) {

@@ -43,6 +43,7 @@ class ControlRows : public QAbstractListModel {
     Choice = static_cast<int>(ControlLook::choice),
     Trigger = static_cast<int>(ControlLook::trigger),
     Meter = static_cast<int>(ControlLook::meter),
+    File = static_cast<int>(ControlLook::file),
   };
   // NOLINTEND(readability-identifier-naming)
   Q_ENUM(Look)

@@ -74,6 +74,10 @@ void EditorCommands::trigger(const QString& editorId, int control) {
   withEditor(editorId, [control](ControlsEditor& editor) { editor.trigger(static_cast<std::size_t>(control)); });
 }
 
+void EditorCommands::chooseFile(const QString& editorId, int control) {
+  withEditor(editorId, [control](ControlsEditor& editor) { editor.chooseFile(static_cast<std::size_t>(control)); });
+}
+
 void EditorCommands::learn(const QString& editorId, int control) {
   commands_.post([id = editorId.toStdString(), index = static_cast<std::size_t>(control)](ConsoleActions& actions) {
     const auto panel = actions.content.editorPanels().find(id);

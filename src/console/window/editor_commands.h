@@ -37,6 +37,7 @@ class EditorCommands : public QObject {
   /// Typed text; one that the control has no value for changes nothing.
   Q_INVOKABLE void enter(const QString& editorId, int control, const QString& text);
   Q_INVOKABLE void trigger(const QString& editorId, int control);
+  Q_INVOKABLE void chooseFile(const QString& editorId, int control);
   /// Lets a control wait for its hardware; nothing outside learn mode.
   Q_INVOKABLE void learn(const QString& editorId, int control);
 

@@ -2,6 +2,7 @@
 #include "console/window/editors_mirror.h"
 
 #include <QList>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <utility>
@@ -32,6 +33,14 @@ QList<ControlEntry> entriesOf(const ControlsEditor& controls) {
 QList<double> valuesOf(const ControlsEditor& controls) {
   const auto& values = controls.values.get();
   return {values.begin(), values.end()};
+}
+
+QList<QString> filesOf(const ControlsEditor& controls) {
+  QList<QString> names;
+  for (const auto& file : controls.files.get()) {
+    names.append(QString::fromStdString(std::filesystem::path(file).filename().string()));
+  }
+  return names;
 }
 
 QList<PluginRow> presetsOf(const PresetChooser& chooser) {
@@ -101,6 +110,12 @@ std::unique_ptr<EditorsMirror::Shown> EditorsMirror::makeShown(EditorPanel& pane
   view.follow(View::searchTextKey, controls.searchText);
   view.derive(
       View::valuesKey, [&controls] { return valuesOf(controls); }, controls.values);
+  view.derive(
+      View::filesKey, [&controls] { return filesOf(controls); }, controls.files);
+  view.derive(
+      View::mayChooseFileKey,
+      [&state = content_.appState()] { return LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state); },
+      content_.appState().isLiveModeEnabled);
   view.derive(
       View::entriesKey, [&controls] { return entriesOf(controls); }, controls.rows);
   view.derive(

@@ -77,6 +77,7 @@ class HintsViewModel : public QObject {
   VREL_HINT(pluginControl)
   VREL_HINT(typedControl)
   VREL_HINT(learnPluginControl)
+  VREL_HINT(pluginFile)
   VREL_HINT(changeInstrument)
   VREL_HINT(removeInstrument)
   VREL_HINT(editTrack)

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -226,6 +227,22 @@ TEST_F(EditorWindow, AControlIsLearnedByKeys) {
   driver.key("space");
   EXPECT_TRUE(driver.eventually([this] { return driver.value("control1Learn", "isPending").toBool(); }));
   EXPECT_EQ(effectValue(3), 1000.0F) << "is not moved meanwhile";
+}
+
+TEST_F(EditorWindow, AFileIsChosenAndWhatThePlugInMakesOfItIsShown) {
+  isOnMaster_ = true;
+  const auto file = driver.home() / "a.wav";
+  std::ofstream(file) << "a sample";
+  addEffect("Zoo Patched");
+  driver.click("openEffect0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control2File"); }));
+  driver.click("control2File");
+  driver.answerPanel(file);
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("control2File", "text").toString() == "a.wav"; }));
+  EXPECT_TRUE(driver.eventually([this] {
+    return driver.value("control1Value", "valueText").toString().toFloat() == 2;
+  })) << "by the plug-in itself";
+  EXPECT_TRUE(driver.session().isDirty());
 }
 
 TEST_F(EditorWindow, WhatThePlugInShowsMoves) {

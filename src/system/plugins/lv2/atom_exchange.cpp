@@ -32,6 +32,11 @@ void AtomExchange::takeAll(const std::function<void(std::uint32_t, std::span<con
   }
 }
 
+void AtomExchange::forget() {
+  while (toPlugin_.pop(delivered_)) {
+  }
+}
+
 void AtomExchange::deliver(PortBuffers& ports) noexcept {
   while (toPlugin_.pop(delivered_)) {
     std::uint32_t port = 0;

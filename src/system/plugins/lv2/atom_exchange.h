@@ -34,6 +34,9 @@ class AtomExchange {
   /// Calls `take(port, atom)` for each atom that has been collected.
   void takeAll(const std::function<void(std::uint32_t port, std::span<const std::uint8_t> atom)>& take);
 
+  /// What waits for a block is not delivered. While no block has the plug-in.
+  void forget();
+
   void deliver(PortBuffers& ports) noexcept VREL_AUDIO_THREAD;
   void collect(const PortBuffers& ports) noexcept VREL_AUDIO_THREAD;
 

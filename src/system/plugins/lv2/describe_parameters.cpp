@@ -16,6 +16,7 @@
 #include <string_view>
 #include <utility>
 
+#include "system/plugins/lv2/describe_properties.h"
 #include "system/plugins/lv2/lilv_pointers.h"
 
 namespace vrel::lv2 {
@@ -51,11 +52,7 @@ std::string words(const LilvNode* node) {
 class ParameterReader {
  public:
   ParameterReader(LilvWorld* world, const LilvPlugin* plugin, double sampleRate)
-      : world_(world), plugin_(plugin), sampleRate_(static_cast<float>(sampleRate)) {
-    for (std::size_t index = 0; index < knownUnits.size(); ++index) {
-      unitNames_.emplace(knownUnits[index].uri, knownUnits[index].name);
-    }
-  }
+      : world_(world), plugin_(plugin), sampleRate_(static_cast<float>(sampleRate)) {}
 
   [[nodiscard]] AUParameter read(std::uint32_t index, const PortDescription& described) {
     const LilvPort* const port = lilv_plugin_get_port_by_index(plugin_, index);
@@ -135,7 +132,7 @@ class ParameterReader {
     parameter.isMIDINote = uri == LV2_UNITS__midiNote;
     const auto [name, isNew] = unitNames_.try_emplace(uri);
     if (isNew && !parameter.isMIDINote) {
-      name->second = words(Node(lilv_world_get(world_, unit.get(), unitSymbol_.get(), nullptr)).get());
+      name->second = vrel::lv2::unitName(world_, unit.get());
     }
     parameter.unitName = name->second;
   }
@@ -170,13 +167,23 @@ class ParameterReader {
   const Node causesArtifacts_ = term(LV2_PORT_PROPS__causesArtifacts);
   const Node displayPriority_ = term(LV2_PORT_PROPS__displayPriority);
   const Node unit_ = term(LV2_UNITS__unit);
-  const Node unitSymbol_ = term(LV2_UNITS__symbol);
   const Node group_ = term(LV2_PORT_GROUPS__group);
   const Node name_ = term(LV2_CORE__name);
   const Node label_ = term(rdfsLabel);
 };
 
 }  // namespace
+
+std::string unitName(LilvWorld* world, const LilvNode* unit) {
+  const std::string uri = words(unit);
+  const auto known =
+      std::find_if(knownUnits.begin(), knownUnits.end(), [&](const KnownUnit& each) { return each.uri == uri; });
+  if (known != knownUnits.end()) {
+    return std::string(known->name);
+  }
+  const Node symbol(lilv_new_uri(world, LV2_UNITS__symbol));
+  return words(Node(lilv_world_get(world, unit, symbol.get(), nullptr)).get());
+}
 
 AUParameterTree describeParameters(LilvWorld* world, const LilvPlugin* plugin, const PluginDescription& description,
                                    double sampleRate) {
@@ -187,6 +194,9 @@ AUParameterTree describeParameters(LilvWorld* world, const LilvPlugin* plugin, c
     if (port.kind == PortKind::control && port.hostControl == HostControl::none) {
       tree.allParameters.push_back(reader.read(index, port));
     }
+  }
+  for (auto& property : describeProperties(world, plugin, description).all) {
+    tree.allParameters.push_back(std::move(property.parameter));
   }
   return tree;
 }

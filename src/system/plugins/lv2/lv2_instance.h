@@ -2,15 +2,22 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/audio_unit.h"
+#include "platform/message_parameters.h"
 #include "platform/plugin_presets.h"
 #include "system/plugins/lv2/lv2_preset_library.h"
 #include "system/plugins/lv2/lv2_processor.h"
+#include "system/plugins/lv2/patch_properties.h"
+#include "system/plugins/message_value.h"
 #include "system/plugins/preset_library.h"
 
 namespace vrel::lv2 {
@@ -18,7 +25,7 @@ namespace vrel::lv2 {
 /// The control half of a plug-in unit: its state and its reset. Main thread.
 ///
 /// There is one state of a plug-in here, the one for a document; none beside it.
-class Lv2Instance final : public AUAudioUnit, public PluginPresets {
+class Lv2Instance final : public AUAudioUnit, public PluginPresets, public MessageParameters {
  public:
   explicit Lv2Instance(std::shared_ptr<Lv2Processor> processor)
       : processor_(std::move(processor)), presets_(processor_->world(), processor_->description().codes) {}
@@ -37,13 +44,33 @@ class Lv2Instance final : public AUAudioUnit, public PluginPresets {
     processor_->requestParameters(std::move(completionHandler));
   }
   [[nodiscard]] float parameterValue(AUParameterAddress address) override {
-    return control_table::valueOf(processor_->controls(), address);
+    return address < firstMessageParameter ? control_table::valueOf(processor_->controls(), address)
+                                           : reported().number(address);
   }
   void setParameterValue(AUParameterAddress address, float value) override {
-    if (std::isfinite(value)) {
+    if (address >= firstMessageParameter) {
+      (void)reported();  // what was said before is older
+      (void)setMessageValue({address, static_cast<double>(value)});
+    } else if (std::isfinite(value)) {
       control_table::want(processor_->controls(), address, value);
     }
   }
+
+  void watchMessageParameters(bool isWatched) override;
+  [[nodiscard]] std::string parameterPath(AUParameterAddress address) override { return reported().path(address); }
+  void setParameterPath(AUParameterAddress address, const std::string& path) override {
+    (void)reported();
+    (void)setMessageValue({address, path});
+  }
+  /// False for one that cannot be set so.
+  [[nodiscard]] bool setMessageValue(const MessageValue& wanted);
+  /// Asks the plug-in again, after a change that it may not report by itself.
+  void askForMessageValues();
+
+  /// Takes what the plug-in has put out since the last call. Gives what it says of its parameters, and all to
+  /// `forward`.
+  using Forward = std::function<void(std::uint32_t port, std::span<const std::uint8_t> atom)>;
+  [[nodiscard]] std::vector<MessageValue> takeAtoms(const Forward& forward);
 
   void requestPresets(ListHandler handler) override { presets_.list(std::move(handler)); }
   void usePreset(const std::string& identifier, Handler handler) override;
@@ -60,7 +87,12 @@ class Lv2Instance final : public AUAudioUnit, public PluginPresets {
   [[nodiscard]] const std::shared_ptr<Lv2Processor>& processor() const { return processor_; }
 
  private:
+  [[nodiscard]] const PatchProperties& properties();
+  [[nodiscard]] const MessageValues& reported();
+
   std::shared_ptr<Lv2Processor> processor_;
+  std::optional<PatchProperties> properties_;  // none before the first question about them
+  MessageValues values_;
   Lv2PresetLibrary presets_;
 };
 

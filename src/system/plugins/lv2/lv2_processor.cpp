@@ -53,6 +53,12 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
   plugin_->ports().showControls();
 }
 
+void Lv2Processor::forgetAtoms() {
+  if (ownAtoms_ != nullptr) {
+    ownAtoms_->forget();
+  }
+}
+
 AtomExchange& Lv2Processor::atoms() {
   if (ownAtoms_ == nullptr) {
     ownAtoms_ = std::make_unique<AtomExchange>();

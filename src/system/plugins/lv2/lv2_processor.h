@@ -51,6 +51,8 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
 
   /// Atoms for and from an editor; made with the first call. One thread.
   [[nodiscard]] AtomExchange& atoms();
+  /// Those that wait for a block are not delivered. While no block has the plug-in.
+  void forgetAtoms();
 
   /// Where the plug-in's time comes from.
   [[nodiscard]] HostTimeBlocks& time() { return time_; }

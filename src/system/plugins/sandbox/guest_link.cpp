@@ -100,6 +100,18 @@ void GuestLink::passAtom(const Bytes& atom) {
   }
 }
 
+void GuestLink::setValuesListener(AtomListener listener) {
+  const MutexLock lock(atomMutex_);
+  valuesListener_ = std::move(listener);
+}
+
+void GuestLink::passValues(const Bytes& values) {
+  const MutexLock lock(atomMutex_);
+  if (valuesListener_) {
+    valuesListener_(values);
+  }
+}
+
 void GuestLink::request(const Send& send, MessageKind kind, Bytes body, MessageKind answer, Answered handler) {
   {
     const MutexLock lock(mutex_);

@@ -79,6 +79,10 @@ class GuestLink {
   void setAtomListener(AtomListener listener);
   void passAtom(const Bytes& atom);
 
+  /// The same for what it reports of its parameters without a port.
+  void setValuesListener(AtomListener listener);
+  void passValues(const Bytes& values);
+
   /// Gives an answer to whoever waits for it. False for one that nobody can have asked for.
   [[nodiscard]] bool deliver(Message message);
 
@@ -107,6 +111,7 @@ class GuestLink {
 
   Mutex atomMutex_;
   AtomListener atomListener_ VREL_GUARDED_BY(atomMutex_);
+  AtomListener valuesListener_ VREL_GUARDED_BY(atomMutex_);
 };
 
 }  // namespace vrel::sandbox

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <utility>
+#include <variant>
 
 namespace vrel::sandbox {
 namespace {
@@ -33,6 +35,8 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::portAtom:
     case MessageKind::pluginAtom:
     case MessageKind::atomWritten:
+    case MessageKind::setValues:
+    case MessageKind::valuesReported:
       return largestRequest;
     case MessageKind::fitEditor:
     case MessageKind::editorShown:
@@ -42,6 +46,7 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
       return static_cast<std::uint32_t>(sizeof(std::uint32_t));
     case MessageKind::takeStageKeys:
     case MessageKind::watchAtoms:
+    case MessageKind::watchValues:
       return 1;
     case MessageKind::restoreState:
     case MessageKind::state:
@@ -103,6 +108,36 @@ std::optional<PresetPlace> presetPlaceFromBytes(std::span<const std::uint8_t> by
   place.uri = reader.text();
   place.file = reader.text();
   return reader.ok() && reader.isAtEnd() ? std::optional(place) : std::nullopt;
+}
+
+Bytes toBytes(const std::vector<MessageValue>& values) {
+  ByteWriter writer;
+  for (const MessageValue& each : values) {
+    const auto* const path = std::get_if<std::string>(&each.value);
+    writer.number(each.address);
+    writer.number<std::uint8_t>(path != nullptr ? 1 : 0);
+    if (path != nullptr) {
+      writer.text(*path);
+    } else {
+      writer.number(std::get<double>(each.value));
+    }
+  }
+  return writer.take();
+}
+
+std::optional<std::vector<MessageValue>> messageValuesFromBytes(std::span<const std::uint8_t> bytes) {
+  ByteReader reader(bytes);
+  std::vector<MessageValue> values;
+  while (reader.ok() && !reader.isAtEnd()) {
+    MessageValue& each = values.emplace_back();
+    each.address = reader.number<AUParameterAddress>();
+    if (reader.number<std::uint8_t>() != 0) {
+      each.value = reader.text();
+    } else {
+      each.value = reader.number<double>();
+    }
+  }
+  return reader.ok() ? std::optional(std::move(values)) : std::nullopt;
 }
 
 Bytes toBytes(const Message& message) {

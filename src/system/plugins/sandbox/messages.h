@@ -13,6 +13,8 @@
 //   watchAtoms     host   1 byte: whether what the plug-in puts out is to be sent
 //   editorAtom     host   a port's number, 4 bytes, and a packed atom for it (AtomPacking)
 //   attachEditor   host   none, but a descriptor beside it: the socket of an editor, which opens in the guest
+//   watchValues    host   1 byte: whether the parameters without a port are to be reported
+//   setValues      host   MessageValues, for such parameters
 //   quit           host   none                                     the guest ends
 //   ready          guest  channels that leave the plug-in, and the number of its process, 4 bytes each
 //   failed         guest  words; the guest then ends
@@ -20,6 +22,7 @@
 //   state          guest  a dictionary; nothing for one that is too large
 //   presetUsed     guest  nothing, or in words why it was not
 //   pluginAtom     guest  as editorAtom, from a port; while it is watched
+//   valuesReported guest  MessageValues; while they are watched
 //   log            guest  one line, at any time
 //
 // Between the host and an editor, in a process of its own or in the guest, with bodies from editor_messages.h:
@@ -51,7 +54,9 @@
 #include <span>
 #include <string>
 #include <type_traits>
+#include <vector>
 
+#include "system/plugins/message_value.h"
 #include "system/plugins/preset_library.h"
 #include "system/plugins/sandbox/byte_coding.h"
 
@@ -74,6 +79,8 @@ enum class MessageKind : std::uint32_t {
   editorAtom,
   portAtom,
   attachEditor,
+  watchValues,
+  setValues,
   ready = 101,
   failed,
   done,
@@ -87,6 +94,7 @@ enum class MessageKind : std::uint32_t {
   editorClosed,
   pluginAtom,
   atomWritten,
+  valuesReported,
 };
 
 struct MessageHead {
@@ -131,6 +139,9 @@ struct InstantiateRequest {
 
 [[nodiscard]] Bytes toBytes(const PresetPlace& place);
 [[nodiscard]] std::optional<PresetPlace> presetPlaceFromBytes(std::span<const std::uint8_t> bytes);
+
+[[nodiscard]] Bytes toBytes(const std::vector<MessageValue>& values);
+[[nodiscard]] std::optional<std::vector<MessageValue>> messageValuesFromBytes(std::span<const std::uint8_t> bytes);
 
 /// Head and body in one piece, ready to be sent.
 [[nodiscard]] Bytes toBytes(const Message& message);

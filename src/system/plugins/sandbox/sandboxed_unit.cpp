@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "system/plugins/sandbox/property_list_bytes.h"
 
@@ -13,6 +14,11 @@ namespace {
 const Error noPresets{"no presets are known"};
 
 }  // namespace
+
+SandboxedInstance::~SandboxedInstance() {
+  editorGate_->close();
+  processor_->guest().link().setValuesListener(nullptr);
+}
 
 void SandboxedInstance::requestFullStateForDocument() {
   Guest& guest = processor_->guest();
@@ -91,13 +97,57 @@ void SandboxedInstance::requestParameterTree(ParameterTreeHandler completionHand
 }
 
 float SandboxedInstance::parameterValue(AUParameterAddress address) {
+  if (address >= firstMessageParameter) {
+    const MutexLock lock(reported_->mutex);
+    return reported_->values.number(address);
+  }
   return control_table::valueOf(processor_->guest().block().controls, address);
 }
 
 void SandboxedInstance::setParameterValue(AUParameterAddress address, float value) {
-  if (std::isfinite(value)) {
+  if (!std::isfinite(value)) {
+    return;
+  }
+  if (address >= firstMessageParameter) {
+    setMessageValue({address, static_cast<double>(value)});
+  } else {
     control_table::want(processor_->guest().block().controls, address, value);
   }
+}
+
+void SandboxedInstance::watchMessageParameters(bool isWatched) {
+  watchers_ += isWatched ? 1 : -1;
+  if (watchers_ != (isWatched ? 1 : 0)) {
+    return;
+  }
+  Guest& guest = processor_->guest();
+  guest.link().setValuesListener([reported = reported_](const Bytes& body) {
+    if (const auto values = messageValuesFromBytes(body)) {
+      const MutexLock lock(reported->mutex);
+      for (const MessageValue& each : *values) {
+        reported->values.note(each);
+      }
+    }
+  });
+  guest.send(MessageKind::watchValues, {static_cast<std::uint8_t>(isWatched ? 1 : 0)});
+}
+
+std::string SandboxedInstance::parameterPath(AUParameterAddress address) {
+  const MutexLock lock(reported_->mutex);
+  return reported_->values.path(address);
+}
+
+void SandboxedInstance::setParameterPath(AUParameterAddress address, const std::string& path) {
+  setMessageValue({address, path});
+}
+
+/// Shown at once; what the plug-in makes of it comes as its report.
+void SandboxedInstance::setMessageValue(const MessageValue& wanted) {
+  {
+    const MutexLock lock(reported_->mutex);
+    reported_->values.note(wanted);
+  }
+  processor_->guest().send(MessageKind::setValues, toBytes(std::vector{wanted}));
 }
 
 void SandboxedInstance::requestPresets(ListHandler handler) {

@@ -8,10 +8,13 @@
 #include <string>
 #include <utility>
 
+#include "foundation/mutex.h"
 #include "platform/audio_unit.h"
+#include "platform/message_parameters.h"
 #include "platform/plugin_presets.h"
 #include "platform/state_answer.h"
 #include "system/audio/graph_node.h"
+#include "system/plugins/message_value.h"
 #include "system/plugins/observable_instrument.h"
 #include "system/plugins/preset_library.h"
 #include "system/plugins/sandbox/editor_service.h"
@@ -25,7 +28,7 @@ namespace vrel::sandbox {
 /// A guest that is dead or has not answered in time costs the plug-in's latest changes, not its state: the last state
 /// that went in or came out is given back, and it is logged. An answer that comes later is the last state from then on.
 /// One that is behind with its blocks is asked, but waited for only where a capture has no time limit.
-class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public PluginPresets {
+class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public PluginPresets, public MessageParameters {
  public:
   using Log = std::function<void(const std::string&)>;
 
@@ -45,7 +48,7 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
         presets_(std::move(presets)) {
     editorGate_->open(processor_->guest());
   }
-  ~SandboxedInstance() override { editorGate_->close(); }
+  ~SandboxedInstance() override;
   SandboxedInstance(const SandboxedInstance&) = delete;
   SandboxedInstance& operator=(const SandboxedInstance&) = delete;
 
@@ -62,6 +65,9 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   void requestParameterTree(ParameterTreeHandler completionHandler) override;
   [[nodiscard]] float parameterValue(AUParameterAddress address) override;
   void setParameterValue(AUParameterAddress address, float value) override;
+  void watchMessageParameters(bool isWatched) override;
+  [[nodiscard]] std::string parameterPath(AUParameterAddress address) override;
+  void setParameterPath(AUParameterAddress address, const std::string& path) override;
   void requestPresets(ListHandler handler) override;
   void usePreset(const std::string& identifier, Handler handler) override;
   void saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) override;
@@ -76,6 +82,7 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
 
  private:
   [[nodiscard]] bool takeState(GuestLink::Deadline deadline);
+  void setMessageValue(const MessageValue& wanted);
   void log(const std::string& what) const;
 
   const std::shared_ptr<SandboxProcessor> processor_;
@@ -86,6 +93,14 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   RequestView requestView_;
   const std::shared_ptr<GuestGate> editorGate_ = std::make_shared<GuestGate>();
   std::optional<PropertyListDictionary> lastState_;
+
+  // Shared with the supervisor's thread.
+  struct Reported {
+    Mutex mutex;
+    MessageValues values VREL_GUARDED_BY(mutex);
+  };
+  const std::shared_ptr<Reported> reported_ = std::make_shared<Reported>();
+  int watchers_ = 0;
 
   // A capture under way; none between captures.
   enum class Capture { none, waits, isBehind };

@@ -277,6 +277,10 @@ void Supervisor::Core::receive(std::uint64_t key, Record& record, bool isLast) {
 }
 
 bool Supervisor::Core::accept(std::uint64_t key, Record& record, Message message) {
+  if (message.kind == MessageKind::valuesReported) {
+    record.link->passValues(message.body);
+    return true;
+  }
   if (message.kind == MessageKind::log || message.kind == MessageKind::pluginAtom) {
     message.kind == MessageKind::log ? passOn(record, message.body) : record.link->passAtom(message.body);
     return true;

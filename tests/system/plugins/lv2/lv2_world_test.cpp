@@ -60,8 +60,8 @@ TEST(Components, ABrokenBundleHidesNothingButItself) {
   EXPECT_EQ(typeOf(stage, "urn:vrel:zoo:brokendata"), "");
   // sine, mono, echo, gain, monoeffect, generator, worker, state, defaultstate, refuses, needy,
   // notanumber, nolibrary, wide, midieffect, strangeport, nameless, clock, landmine, shy, gate, six rebels, four side
-  // chains, panel, many, window, old window, inside, three outside
-  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 44U);
+  // chains, panel, many, window, old window, inside, three outside, patched
+  EXPECT_EQ(stage.world->componentsMatchingDescription({}).size(), 45U);
 }
 
 TEST(Components, NamesComeFromThePluginOrElseFromItsUri) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The controls of plug-ins in guests: moved and read through the shared memory, without a message.
 
+#include <chrono>
 #include <csignal>
 #include <future>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/message_parameters.h"
 #include "system/plugins/sandbox/sandbox_stage.h"
 
 namespace vrel::sandbox {
@@ -66,6 +68,44 @@ TEST_F(GuestControls, ARestoredStateIsShown) {
   controls.setParameterValue(2, 3);
   controls.setFullStateForDocument(state);
   EXPECT_EQ(controls.parameterValue(2), 1.0F);
+}
+
+TEST_F(GuestControls, ParametersWithoutPortAreSetAndReportedByMessages) {
+  const auto unit = make("urn:vrel:zoo:patched").unit;
+  auto& plugin = unit->auAudioUnit();
+  auto& messages = dynamic_cast<MessageParameters&>(plugin);
+  std::promise<std::shared_ptr<const AUParameterTree>> answer;
+  plugin.requestParameterTree([&answer](auto tree) { answer.set_value(std::move(tree)); });
+  const auto tree = answer.get_future().get();
+  const auto addressOf = [&tree](const std::string& name) {
+    AUParameterAddress address = 0;
+    for (const auto& each : tree->allParameters) {
+      address = each.displayName == name ? each.address : address;
+    }
+    return address;
+  };
+  lv2::Player player(unit);
+  const auto eventually = [&](const auto& holds) {
+    const auto end = std::chrono::steady_clock::now() + 20s;
+    while (!holds() && std::chrono::steady_clock::now() < end) {
+      (void)player.block(64, {std::vector<float>(64, 0.125F)});
+    }
+    return holds();
+  };
+  messages.watchMessageParameters(true);
+  EXPECT_TRUE(eventually([&] { return plugin.parameterValue(addressOf("Steps")) == 4; }))
+      << "as asked at the beginning";
+  plugin.setParameterValue(addressOf("Steps"), 7);
+  EXPECT_EQ(plugin.parameterValue(addressOf("Steps")), 7.0F) << "at once";
+  messages.setParameterPath(addressOf("File"), "/samples/a.wav");
+  EXPECT_EQ(messages.parameterPath(addressOf("File")), "/samples/a.wav");
+  EXPECT_TRUE(eventually([&] { return plugin.parameterValue(addressOf("Amount")) == 2; })) << "by the plug-in itself";
+  const auto state = *plugin.fullStateForDocument();
+  messages.setParameterPath(addressOf("File"), "/samples/b.wav");
+  plugin.setFullStateForDocument(state);
+  EXPECT_TRUE(eventually([&] { return messages.parameterPath(addressOf("File")) == "/samples/a.wav"; }))
+      << "a restored state is asked for";
+  messages.watchMessageParameters(false);
 }
 
 TEST_F(GuestControls, OfADeadGuestTheyAreWhatTheyWereAndMovingThemDoesNothing) {

@@ -65,6 +65,17 @@ TEST(SandboxMessages, ARequestComesBackAsItWas) {
   EXPECT_EQ(instantiateRequestFromBytes(toBytes(request)), request);
 }
 
+TEST(SandboxMessages, ValuesOfParametersComeBackAsTheyWereAndCutAnywhereAreNone) {
+  const std::vector<MessageValue> values{{1, 2.5}, {0xC0000001U, std::string("/a.wav")}};
+  const Bytes bytes = toBytes(values);
+  EXPECT_EQ(messageValuesFromBytes(bytes), values);
+  const std::size_t first = 4 + 1 + 8;
+  for (std::size_t size = 0; size < bytes.size(); ++size) {
+    const auto cut = messageValuesFromBytes(std::span(bytes).first(size));
+    EXPECT_EQ(cut.has_value(), size == 0 || size == first) << size;
+  }
+}
+
 TEST(SandboxMessages, AStreamIsCutIntoMessagesWhateverThePiecesItComesIn) {
   Bytes stream;
   for (const Message& message : {Message{MessageKind::log, 0, {'h', 'i'}}, Message{MessageKind::done, 7},

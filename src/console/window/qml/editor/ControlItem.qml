@@ -17,10 +17,12 @@ Item {
     required property string name
     required property int look
     required property real echo // of the plug-in
+    required property string file // its name, of a control that is one
+    required property bool mayChooseFile
     property bool isPending // waits for its hardware
 
-    // A meter is not for hardware to move.
-    readonly property bool isLearning: desk.session.isLearning && look !== ControlRows.Meter
+    // Meters and files are not for hardware to move.
+    readonly property bool isLearning: desk.session.isLearning && look !== ControlRows.Meter && look !== ControlRows.File
 
     // The laws go with their list, before its items.
     readonly property bool isOn: (laws?.position(index, echo) ?? 0) > 0.5
@@ -81,29 +83,21 @@ Item {
             onReset: row.desk.plugins.reset(row.editorId, row.control)
         }
 
-        PushButton {
-            objectName: row.objectName + "Toggle"
+        ControlButton {
+            objectName: row.objectName + (row.look === ControlRows.Toggle ? "Toggle" : row.look === ControlRows.File ? "File" : "Trigger")
             Layout.preferredWidth: 90
+            Layout.fillWidth: row.look === ControlRows.File
             Layout.fillHeight: true
-            visible: row.look === ControlRows.Toggle
-            text: row.isOn ? "\u25cf" : "\u25cb"
+            visible: row.look === ControlRows.Toggle || row.look === ControlRows.Trigger || row.look === ControlRows.File
+            desk: row.desk
+            look: row.look
             spokenName: row.name
-            hint: row.name
-            fill: row.isOn ? Theme.teal : Theme.raised
-            Accessible.checkable: true
-            Accessible.checked: row.isOn
-            onClicked: row.set(row.laws.valueAt(row.index, row.isOn ? 0 : 1))
-        }
-
-        PushButton {
-            objectName: row.objectName + "Trigger"
-            Layout.preferredWidth: 90
-            Layout.fillHeight: true
-            visible: row.look === ControlRows.Trigger
-            text: "\u25b6"
-            spokenName: row.name
-            hint: row.name
-            onClicked: row.desk.plugins.trigger(row.editorId, row.control)
+            isOn: row.isOn
+            file: row.file
+            isOffered: look !== ControlRows.File || row.mayChooseFile
+            onFlipped: row.set(row.laws.valueAt(row.index, row.isOn ? 0 : 1))
+            onTriggered: row.desk.plugins.trigger(row.editorId, row.control)
+            onChosen: row.desk.plugins.chooseFile(row.editorId, row.control)
         }
 
         Loader {

@@ -36,6 +36,8 @@ ListView {
         editorId: list.entry.editorId
         laws: list.given
         echo: list.entry.values[control] ?? 0
+        file: list.entry.files[control] ?? ""
+        mayChooseFile: list.entry.mayChooseFile
         isPending: list.entry.pendingControl === control
     }
 

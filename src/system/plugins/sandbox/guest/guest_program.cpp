@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "system/plugins/editor/editor_window.h"
 #include "system/plugins/lv2/atom_packing.h"
@@ -97,8 +98,9 @@ Message GuestProgram::nextMessage() {
     }
     const bool isWaited = editor_ != nullptr && instance_ != nullptr && editor_->openWaiting(*instance_->processor());
     pollfd ready{socket_.get(), POLLIN, 0};
-    if ((isWatched_ || isWaited) && poll(&ready, 1, atomMilliseconds) == 0) {
-      if (isWatched_) {
+    const bool isWatched = areAtomsWatched_ || areValuesWatched_;
+    if ((isWatched || isWaited) && poll(&ready, 1, atomMilliseconds) == 0) {
+      if (isWatched) {
         sendPluginAtoms();
       }
       continue;
@@ -121,7 +123,8 @@ Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   }
   loop_.reset();
   instance_.reset();
-  isWatched_ = false;
+  areAtomsWatched_ = false;
+  areValuesWatched_ = false;
   sampleRate_ = request.sampleRate;
   // The host counts blocks and losses from the beginning, too. A control that waited for a block was the earlier one's.
   SharedBlock& shared = memory_->block();
@@ -198,6 +201,7 @@ void GuestProgram::handle(const Message& message) {
     case MessageKind::restoreState:
       if (const auto state = dictionaryFromBytes(message.body)) {
         instance_->setFullStateForDocument(*state);
+        reportAgain();
       }
       break;
     case MessageKind::reset:
@@ -212,12 +216,20 @@ void GuestProgram::handle(const Message& message) {
     case MessageKind::usePreset: {
       const auto place = presetPlaceFromBytes(message.body);
       const Outcome failure = place ? instance_->usePresetNow(*place) : Outcome(Error{"it has no name"});
+      reportAgain();
       const std::string words = failure ? failure->description.substr(0, longestLine) : std::string();
       send({MessageKind::presetUsed, message.request, Bytes(words.begin(), words.end())});
       return;
     }
     case MessageKind::watchAtoms:
-      watchAtoms(ByteReader(message.body).number<std::uint8_t>() != 0);
+      areAtomsWatched_ = ByteReader(message.body).number<std::uint8_t>() != 0;
+      watchAtoms();
+      return;
+    case MessageKind::watchValues:
+      watchValues(ByteReader(message.body).number<std::uint8_t>() != 0);
+      return;
+    case MessageKind::setValues:
+      setValues(message.body);
       return;
     case MessageKind::editorAtom:
       takeEditorAtom(message);
@@ -234,9 +246,30 @@ void GuestProgram::handle(const Message& message) {
   send({MessageKind::done, message.request});
 }
 
-void GuestProgram::watchAtoms(bool isWatched) {
-  isWatched_ = isWatched;
-  instance_->processor()->atoms().watch(isWatched);
+void GuestProgram::watchAtoms() {
+  instance_->processor()->atoms().watch(areAtomsWatched_ || areValuesWatched_);
+}
+
+void GuestProgram::watchValues(bool isWatched) {
+  areValuesWatched_ = isWatched;
+  instance_->watchMessageParameters(isWatched);
+  watchAtoms();
+}
+
+/// Reported behind what the plug-in said before, which must not stay as the last word.
+void GuestProgram::setValues(const Bytes& body) {
+  sendPluginAtoms();
+  auto wanted = messageValuesFromBytes(body).value_or(std::vector<MessageValue>());
+  std::erase_if(wanted, [this](const MessageValue& each) { return !instance_->setMessageValue(each); });
+  if (areValuesWatched_ && !wanted.empty()) {
+    send({MessageKind::valuesReported, 0, toBytes(wanted)});
+  }
+}
+
+void GuestProgram::reportAgain() {
+  if (areValuesWatched_) {
+    instance_->askForMessageValues();
+  }
 }
 
 void GuestProgram::takeEditorAtom(const Message& message) {
@@ -251,8 +284,8 @@ void GuestProgram::takeEditorAtom(const Message& message) {
 
 void GuestProgram::sendPluginAtoms() {
   const lv2::AtomPacking packing(world_->urids());
-  instance_->processor()->atoms().takeAll([&](std::uint32_t port, std::span<const std::uint8_t> atom) {
-    if (const auto packed = packing.pack(atom)) {
+  const auto said = instance_->takeAtoms([&](std::uint32_t port, std::span<const std::uint8_t> atom) {
+    if (const auto packed = areAtomsWatched_ ? packing.pack(atom) : std::nullopt) {
       ByteWriter writer;
       writer.number(port);
       Bytes body = writer.take();
@@ -260,6 +293,9 @@ void GuestProgram::sendPluginAtoms() {
       send({MessageKind::pluginAtom, 0, std::move(body)});
     }
   });
+  if (areValuesWatched_ && !said.empty()) {
+    send({MessageKind::valuesReported, 0, toBytes(said)});
+  }
 }
 
 void GuestProgram::send(const Message& message) {

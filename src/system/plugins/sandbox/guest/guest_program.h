@@ -38,7 +38,10 @@ class GuestProgram {
   [[nodiscard]] Outcome prepare(double sampleRate);
   void handle(const Message& message);
   /// For the editor; both answer nothing.
-  void watchAtoms(bool isWatched);
+  void watchAtoms();
+  void watchValues(bool isWatched);
+  void setValues(const Bytes& body);
+  void reportAgain();
   void takeEditorAtom(const Message& message);
   void sendPluginAtoms();
   void send(const Message& message);
@@ -55,7 +58,8 @@ class GuestProgram {
   std::unique_ptr<lv2::Lv2Instance> instance_;
   std::unique_ptr<AudioLoop> loop_;  // ends first
   double sampleRate_ = 0;            // that the host asked for last
-  bool isWatched_ = false;
+  bool areAtomsWatched_ = false;     // by an editor
+  bool areValuesWatched_ = false;    // those of the parameters without a port
 };
 
 }  // namespace vrel::sandbox

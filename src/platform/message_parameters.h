@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+#include "platform/audio_parameters.h"
+
+namespace vrel {
+
+/// Addresses from here on are of parameters without a port, which are set and reported by messages; those from the
+/// second on are of files, and no numbers.
+inline constexpr AUParameterAddress firstMessageParameter = 0x80000000U;
+inline constexpr AUParameterAddress firstPathParameter = 0xC0000000U;
+
+[[nodiscard]] constexpr bool isPath(const AUParameter& parameter) {
+  return parameter.address >= firstPathParameter;
+}
+
+/// Of a plug-in that may have parameters without a port. Those that are numbers are moved as all others; until the
+/// plug-in has reported one, it is not a number. Main thread.
+class MessageParameters {
+ public:
+  virtual ~MessageParameters() = default;
+
+  /// Has them reported from now on, beginning with what they are; each call with true needs one with false.
+  virtual void watchMessageParameters(bool isWatched) = 0;
+
+  /// The file that a parameter is, and another for it, with the next block. Empty for none, and until it is reported.
+  [[nodiscard]] virtual std::string parameterPath(AUParameterAddress address) = 0;
+  virtual void setParameterPath(AUParameterAddress address, const std::string& path) = 0;
+};
+
+}  // namespace vrel
