@@ -101,6 +101,25 @@ TEST_F(Legibility, NorInTheSelectorTheRackAndTheLearnedControls) {
   expectRoomInEveryLanguage();
 }
 
+TEST_F(Legibility, NorInTheEditorsOfTracksAndClips) {
+  driver.onLogic([](Session& session) {
+    session.content().instrumentSelector().open(*session.engine().channels()[0]);
+    session.content().instrumentSelector().pickPlayback();
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("trackPanel"); }));
+  expectRoomInEveryLanguage();
+  driver.click("trackCancel");
+  driver.onLogic([](Session& session) {
+    session.content().instrumentSelector().open(*session.engine().channels()[0]);
+    session.content().instrumentSelector().pickVisual();
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("addClip"); }));
+  driver.click("addClip");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("clipDelete0"); }));
+  expectRoomInEveryLanguage();
+  driver.click("clipCancel");
+}
+
 TEST_F(Legibility, NorInTheMenus) {
   for (const Language language : allLanguages) {
     speak(language);

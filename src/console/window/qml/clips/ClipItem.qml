@@ -122,7 +122,8 @@ Item {
         }
         PushButton {
             objectName: "clipTrigger" + item.index
-            Layout.preferredWidth: 84
+            Layout.preferredWidth: 100
+            Layout.preferredHeight: 48 // two lines
             text: item.entry.toggles ? item.desk.texts.visualToggleMode : item.desk.texts.visualHoldMode
             spokenName: item.desk.texts.visualTriggerMode + " " + text + " " + item.spokenName
             hint: item.desk.hints.clipTrigger
