@@ -21,6 +21,7 @@ Panel {
 
             Caption {
                 Layout.fillWidth: true
+                wrapMode: Text.Wrap
                 text: panel.desk.texts.notesTitle
             }
             PushButton {
