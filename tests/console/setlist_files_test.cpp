@@ -55,7 +55,7 @@ TEST_F(SetlistOnDisk, ThatIsOpenedWhilePluginsAreLookedForWaitsForThemBehindTheM
   EXPECT_THAT(console.lines, IsEmpty()) << "nothing is missing yet";
   state.scannedPlugins.set(installed);
   state.isLookingForPlugins.set(false);
-  settle();
+  answerAll();
   EXPECT_FALSE(state.showLoadingModal.get());
   EXPECT_EQ(strip(0).status.get(), ChannelStatus::running);
   EXPECT_EQ(state.currentFilePath.get(), gig);

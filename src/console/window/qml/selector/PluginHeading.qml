@@ -6,6 +6,7 @@ import Vrel.Console
 Caption {
     objectName: "pluginHeading"
     visible: text !== ""
-    height: 30
+    height: Math.max(30, implicitHeight)
+    wrapMode: Text.Wrap
     verticalAlignment: Text.AlignVCenter
 }

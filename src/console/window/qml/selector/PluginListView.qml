@@ -98,6 +98,9 @@ ListView {
         required property bool isFavourite
 
         width: list.width - 14
+        // One that is kept for later is not in the window, for assistive technology neither.
+        ListView.onPooled: visible = false
+        ListView.onReused: visible = true
 
         PluginHeading {
             width: list.width

@@ -37,12 +37,15 @@ ChoicePanel {
             onClicked: panel.acts.chooseFile()
         }
         Text {
+            readonly property bool isName: panel.track.fileName !== ""
+
             objectName: "trackFileName"
             Layout.fillWidth: true
-            text: panel.track.fileName === "" ? panel.desk.texts.playbackNoFileSelected : panel.track.fileName
-            color: panel.track.fileName === "" ? Theme.quietInk : Theme.ink
+            text: isName ? panel.track.fileName : panel.desk.texts.playbackNoFileSelected
+            color: isName ? Theme.ink : Theme.quietInk
             font.pixelSize: Theme.bodyText
-            elide: Text.ElideMiddle
+            elide: isName ? Text.ElideMiddle : Text.ElideNone
+            wrapMode: isName ? Text.NoWrap : Text.Wrap
             Accessible.role: Accessible.StaticText
             Accessible.name: text
         }
