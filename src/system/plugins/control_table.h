@@ -41,12 +41,17 @@ namespace control_table {
   return std::atomic_ref(table.changed[port / ControlTable::wordBits]);
 }
 
+/// Lets the next block look at what is wanted of this control. Any thread.
+inline void mark(ControlTable& table, std::uint32_t port) {
+  wordOf(table, port).fetch_or(bitOf(port));
+  std::atomic_ref(table.hasChanges).store(1);
+}
+
 /// Lets the next block set this control. One thread.
 inline void want(ControlTable& table, std::uint32_t port, float value) {
   if (port < ControlTable::capacity) {
     std::atomic_ref(table.wanted[port]).store(value);
-    wordOf(table, port).fetch_or(bitOf(port));
-    std::atomic_ref(table.hasChanges).store(1);
+    mark(table, port);
   }
 }
 
@@ -85,7 +90,7 @@ void takeChanges(ControlTable& table, Set set) noexcept {
       wordOf(table, port).fetch_and(~bitOf(port));
       const float next = std::atomic_ref(table.wanted[port]).load();
       if (std::bit_cast<std::uint32_t>(next) != std::bit_cast<std::uint32_t>(value)) {
-        want(table, port, next);  // came in between
+        mark(table, port);  // came in between, and by now there may be a newer one
       }
     }
   }

@@ -43,7 +43,7 @@ ChoicePanel {
             Layout.fillWidth: true
             text: isName ? panel.track.fileName : panel.desk.texts.playbackNoFileSelected
             color: isName ? Theme.ink : Theme.quietInk
-            font.pixelSize: Theme.bodyText
+            font.pixelSize: isName ? Theme.bodyText : Theme.smallText
             elide: isName ? Text.ElideMiddle : Text.ElideNone
             wrapMode: isName ? Text.NoWrap : Text.Wrap
             Accessible.role: Accessible.StaticText
