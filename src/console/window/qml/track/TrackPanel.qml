@@ -36,18 +36,8 @@ ChoicePanel {
             hint: panel.desk.hints.trackFile
             onClicked: panel.acts.chooseFile()
         }
-        Text {
-            readonly property bool isName: panel.track.fileName !== ""
-
-            objectName: "trackFileName"
+        Item {
             Layout.fillWidth: true
-            text: isName ? panel.track.fileName : panel.desk.texts.playbackNoFileSelected
-            color: isName ? Theme.ink : Theme.quietInk
-            font.pixelSize: isName ? Theme.bodyText : Theme.smallText
-            elide: isName ? Text.ElideMiddle : Text.ElideNone
-            wrapMode: isName ? Text.NoWrap : Text.Wrap
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
         Text {
             objectName: "trackError"
@@ -67,6 +57,20 @@ ChoicePanel {
             Accessible.role: Accessible.StaticText
             Accessible.name: text
         }
+    }
+
+    Text {
+        readonly property bool isName: panel.track.fileName !== ""
+
+        objectName: "trackFileName"
+        Layout.fillWidth: true
+        text: isName ? panel.track.fileName : panel.desk.texts.playbackNoFileSelected
+        color: isName ? Theme.ink : Theme.quietInk
+        font.pixelSize: Theme.bodyText
+        elide: isName ? Text.ElideMiddle : Text.ElideNone
+        wrapMode: isName ? Text.NoWrap : Text.Wrap
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
     }
 
     TrackWaveform {
