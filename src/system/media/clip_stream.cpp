@@ -175,7 +175,7 @@ void ClipStream::keep(ClipPicturePointer picture) {
     isEnough = kept_.size() >= keptPictures || keptBytes_ >= keptBytes;
   }
   if (isEnough) {
-    endPreparation(false);
+    endPreparation(decoder_->isStill());
   }
 }
 
@@ -236,7 +236,11 @@ void ClipStream::endPass() {
   {
     const MutexLock lock(mutex_);
     hasEnded_ = hasEnded_ || (decodedStart_ == start_ && !loops_);
-    if (decodedStart_ != start_ || hasEnded_) {
+    if (decodedStart_ != start_) {
+      return;
+    }
+    if (hasEnded_) {
+      skipped_ = 0;
       return;
     }
     isWorthReading = isAwake_ && skipped_ == 0;

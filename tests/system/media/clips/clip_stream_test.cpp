@@ -131,6 +131,19 @@ TEST_F(ClipStreams, OnePictureStaysForAsLongAsItPlays) {
   EXPECT_THAT(watch(stream, 0, 10), Each(0));
 }
 
+TEST_F(ClipStreams, ALargeStillIsDecodedOnce) {
+  ClipStream stream(clipFile("large.png"), isOver);
+  settle(stream);
+  ASSERT_GT(stream.keptByteCount(), ClipStream::keptBytes);
+  start(stream, 0);
+  const auto first = stream.picture(0);
+  ASSERT_NE(first, nullptr);
+  for (int count = 0; count < 10; ++count) {
+    EXPECT_EQ(stream.picture(count * 0.5), first);
+    EXPECT_EQ(stream.request(), ClipStream::Request::nothing) << count;
+  }
+}
+
 TEST_F(ClipStreams, ShowsUnevenPicturesUntilTheNextIsDue) {
   ClipStream stream(clipFile("uneven.mkv"), isOver);
   settle(stream);
@@ -230,6 +243,15 @@ TEST_P(ChangedWhileItPlays, OfAFileCutToNothingWhatIsKeptGoesOn) {
   EXPECT_EQ(last, repeatedFrom(last.front(), static_cast<int>(ClipStream::keptPictures), 24)) << "and it moves";
   start(stream, 10);
   EXPECT_EQ(watch(stream, 10, 8), repeated(8, 8));
+}
+
+TEST_P(ChangedWhileItPlays, CutToNothingAndWithoutALooperItStaysOnTheLastKeptPicture) {
+  overwriteWith("");
+  stream.setLooping(false);
+  start(stream, 10);
+  EXPECT_EQ(watch(stream, 10, 8), repeated(8, 8));
+  EXPECT_THAT(watch(stream, 11, 5), Each(7));
+  EXPECT_EQ(stream.request(), ClipStream::Request::nothing);
 }
 
 TEST_P(ChangedWhileItPlays, OverwrittenItIsNeverBlack) {

@@ -122,6 +122,9 @@ def make_stills(folder):
     write("only-header.jpg", jpeg[:20])
     write("only-header.webp", webp[:20])
     write("text.png", b"This is not a picture.\n" * 100)
+    clear = zlib.compress(bytes((1 + 3840 * 4) * 2160), 1)
+    write("large.png", png[:8] + png_chunk(b"IHDR", struct.pack(">IIBBBBB", 3840, 2160, 8, 6, 0, 0, 0)) +
+          png_chunk(b"IDAT", clear) + png_chunk(b"IEND", b""))
     photo = read("photo.jpg")
     write("truncated.jpg", photo[:len(photo) * 8 // 10])
     write("no-end.jpg", b"\xff\xd8\xff\xe1\xff\xff" + exif(6, ">"))
