@@ -22,7 +22,8 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::size_t signatureBytes = 12;
-constexpr double stillSeconds = 0.04;  // of one pass, which nobody sees
+constexpr std::size_t mostChunks = 65536;  // that are looked at
+constexpr double stillSeconds = 0.04;      // of one pass, which nobody sees
 
 bool hasText(Bytes bytes, std::size_t at, std::string_view text) {
   return at <= bytes.size() && bytes.size() - at >= text.size() &&
@@ -88,9 +89,11 @@ ClipOrientation orientationIn(Bytes exif) {
     return {};
   }
   const std::size_t directory = numberAt(exif, 4, 4, isLittleEndian);
-  const std::size_t entries = numberAt(exif, directory, 2, isLittleEndian);
+  const std::size_t first = directory + 2;
+  const std::size_t room = first < exif.size() ? (exif.size() - first) / entryBytes : 0;
+  const std::size_t entries = std::min<std::size_t>(numberAt(exif, directory, 2, isLittleEndian), room);
   for (std::size_t entry = 0; entry < entries; ++entry) {
-    const std::size_t at = directory + 2 + entry * entryBytes;
+    const std::size_t at = first + entry * entryBytes;
     if (numberAt(exif, at, 2, isLittleEndian) == orientationTag) {
       return orientationNumbered(numberAt(exif, at + 8, 2, isLittleEndian));
     }
@@ -103,9 +106,12 @@ void readPng(Bytes bytes, StillHeader& header) {
   constexpr std::size_t chunkFrame = 12;  // length, name and checksum
   header.width = big(bytes, firstChunk + 8, 4);
   header.height = big(bytes, firstChunk + 12, 4);
-  for (std::size_t at = firstChunk; at + chunkFrame <= bytes.size();) {
+  bool hasExif = false;
+  std::size_t at = firstChunk;
+  for (std::size_t chunk = 0; chunk < mostChunks && at + chunkFrame <= bytes.size(); ++chunk) {
     const std::size_t length = big(bytes, at, 4);
-    if (hasText(bytes, at + 4, "eXIf")) {
+    if (!hasExif && hasText(bytes, at + 4, "eXIf")) {
+      hasExif = true;
       header.orientation = orientationIn(part(bytes, at + 8, length));
     }
     at += chunkFrame + length;
@@ -114,7 +120,9 @@ void readPng(Bytes bytes, StillHeader& header) {
 
 void readJpeg(Bytes bytes, StillHeader& header) {
   constexpr std::uint8_t lead = 0xFF;
-  for (std::size_t at = 2; at + 4 <= bytes.size() && bytes[at] == lead;) {
+  bool hasExif = false;
+  std::size_t at = 2;
+  for (std::size_t chunk = 0; chunk < mostChunks && at + 4 <= bytes.size() && bytes[at] == lead; ++chunk) {
     const std::uint8_t marker = bytes[at + 1];
     if (marker == lead) {
       ++at;  // a fill byte
@@ -127,7 +135,8 @@ void readJpeg(Bytes bytes, StillHeader& header) {
       header.width = big(bytes, at + 7, 2);
       return;
     }
-    if (marker == 0xE1 && hasText(bytes, at + 4, "Exif")) {
+    if (!hasExif && marker == 0xE1 && hasText(bytes, at + 4, "Exif")) {
+      hasExif = true;
       header.orientation = orientationIn(part(bytes, at + 4, length));
     }
     at += 2 + length;
@@ -137,7 +146,9 @@ void readJpeg(Bytes bytes, StillHeader& header) {
 void readWebp(Bytes bytes, StillHeader& header) {
   constexpr std::size_t firstChunk = 12;
   constexpr std::size_t chunkFrame = 8;
-  for (std::size_t at = firstChunk; at + chunkFrame <= bytes.size();) {
+  bool hasExif = false;
+  std::size_t at = firstChunk;
+  for (std::size_t chunk = 0; chunk < mostChunks && at + chunkFrame <= bytes.size(); ++chunk) {
     const std::size_t length = little(bytes, at + 4, 4);
     const std::size_t data = at + chunkFrame;
     if (hasText(bytes, at, "VP8X")) {
@@ -150,7 +161,8 @@ void readWebp(Bytes bytes, StillHeader& header) {
     } else if (hasText(bytes, at, "VP8 ")) {
       header.width = little(bytes, data + 6, 2) & 0x3FFFU;
       header.height = little(bytes, data + 8, 2) & 0x3FFFU;
-    } else if (hasText(bytes, at, "EXIF")) {
+    } else if (!hasExif && hasText(bytes, at, "EXIF")) {
+      hasExif = true;
       header.orientation = orientationIn(part(bytes, data, length));
     }
     at = data + length + length % 2;

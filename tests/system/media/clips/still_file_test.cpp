@@ -120,6 +120,54 @@ TEST(Stills, ThatAreTruncatedShowWhatIsThere) {
   EXPECT_NEAR(lumaOf(pixelOf(*picture, 0, 0)), 40, 4);
 }
 
+/// The start of a PNG, to which a test adds chunks; checksums are not looked at.
+std::vector<std::uint8_t> pngWithoutChunks() {
+  return {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+}
+
+void addChunk(std::vector<std::uint8_t>& png, const std::string& name, const std::vector<std::uint8_t>& data) {
+  const auto length = static_cast<std::uint8_t>(data.size());
+  png.insert(png.end(), {0, 0, 0, length});
+  png.insert(png.end(), name.begin(), name.end());
+  png.insert(png.end(), data.begin(), data.end());
+  png.insert(png.end(), 4, 0);
+}
+
+/// A directory that claims many more entries than its one, which has this tag and number.
+std::vector<std::uint8_t> exifOf(std::uint8_t tag, std::uint8_t number) {
+  return {'M', 'M', 0, 42, 0, 0, 0, 8, 0xFF, 0xFF, 1, tag, 0, 3, 0, 0, 0, 1, 0, number, 0, 0};
+}
+
+TEST(Stills, AreTurnedByTheFirstOfTheirExifDataOnlyHoweverManyThereAre) {
+  auto png = pngWithoutChunks();
+  addChunk(png, "IHDR", std::vector<std::uint8_t>(13));
+  addChunk(png, "eXIf", exifOf(0x12, 6));
+  for (int chunk = 0; chunk < 50'000; ++chunk) {
+    addChunk(png, "eXIf", exifOf(0x13, 3));
+  }
+  addChunk(png, "eXIf", exifOf(0x12, 3));
+  const auto header = StillHeader::read(png);
+  ASSERT_TRUE(header.has_value());
+  EXPECT_EQ(header->orientation, (ClipOrientation{true, false, true}));
+}
+
+TEST(Stills, OfVeryManyChunksAreReadUpToALimit) {
+  auto png = pngWithoutChunks();
+  addChunk(png, "IHDR", std::vector<std::uint8_t>(13));
+  auto few = png;
+  for (int chunk = 0; chunk < 70'000; ++chunk) {
+    addChunk(png, "tEXt", {});
+  }
+  for (auto* each : {&few, &png}) {
+    addChunk(*each, "eXIf", exifOf(0x12, 6));
+  }
+  const auto ofFew = StillHeader::read(few);
+  const auto ofMany = StillHeader::read(png);
+  ASSERT_TRUE(ofFew.has_value() && ofMany.has_value());
+  EXPECT_EQ(ofFew->orientation, (ClipOrientation{true, false, true}));
+  EXPECT_EQ(ofMany->orientation, ClipOrientation{});
+}
+
 TEST(Stills, HeadersThatEndAnywhereAreRead) {
   for (const auto* name : {"exif-6.jpg", "exif-6.png", "exif-6.webp"}) {
     std::ifstream file(clipFile(name), std::ios::binary);
