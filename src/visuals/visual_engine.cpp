@@ -141,6 +141,7 @@ void VrelVisualEngine::install(Load& load) {
   if (channel == nullptr || channel->id != load.channelId || channel->pluginKind() != PluginPathKind::visual) {
     return;
   }
+  std::vector<std::string> wanted;  // by notes that came before their players
   for (const auto& player : players) {
     if (player == nullptr) {
       continue;
@@ -151,6 +152,15 @@ void VrelVisualEngine::install(Load& load) {
       continue;  // a note came first and built it; without its key nothing could ever take it out of the picture
     }
     keep(key, player);
+    const auto asked = awaitedClips_.extract(key);
+    if (!asked.empty() && asked.mapped().isWanted) {
+      wanted.push_back(key);
+    }
+  }
+  for (const auto& key : wanted) {
+    if (const auto player = find(key)) {  // unless whoever saw the one before has unloaded the channel
+      show(player);
+    }
   }
 }
 

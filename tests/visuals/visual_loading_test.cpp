@@ -157,6 +157,31 @@ TEST_F(VisualLoading, ANoteThatComesFirstShowsThePlayerOfTheLoad) {
   EXPECT_EQ(visuals().activePlayers.get()[0], playerOf(*channel, 60));
 }
 
+TEST_F(VisualLoading, AToggleThatComesFirstIsTurnedOffByTheNextNoteAfterTheLoad) {
+  addUnbuilt({clip(60, "/a.mov", VisualTriggerMode::toggle)});
+  noteOn(60);
+  ASSERT_TRUE(videos.answerSearch()) << "the load's; that of the note is still under way";
+  mainQueue.runAll();
+  EXPECT_THAT(shownNotes(), ElementsAre(60)) << "it waits for no second search";
+  noteOn(60);
+  settle();
+  mainQueue.advance(1);
+  EXPECT_THAT(shownNotes(), IsEmpty());
+}
+
+TEST_F(VisualLoading, AToggleTurnedOffBeforeTheLoadStaysOff) {
+  addUnbuilt({clip(60, "/a.mov", VisualTriggerMode::toggle)});
+  noteOn(60);
+  noteOn(60);
+  ASSERT_TRUE(videos.answerSearch());
+  mainQueue.runAll();
+  EXPECT_THAT(shownNotes(), IsEmpty());
+  noteOn(60);
+  EXPECT_THAT(shownNotes(), ElementsAre(60));
+  settle();
+  EXPECT_THAT(shownNotes(), ElementsAre(60));
+}
+
 TEST_F(VisualLoading, AFolderThatDoesNotAnswerHoldsItUpForASecondAtMost) {
   videos.silentPaths = {"/a.mov"};
   const auto channel = engine->addChannel("Clips");
