@@ -59,8 +59,10 @@ struct Projector::Drawing {
   std::unique_ptr<StagePainter> painter;
   std::unique_ptr<StageReader> reader;  // once a picture was taken
   bool isSoftware = false;
-  bool hasFailed = false;  // for good
-  int attempts = 0;        // without a picture since
+  std::uint64_t showing = 0;
+  bool hasFailed = false;    // for all of this showing
+  int attempts = 0;          // without a picture since; those that came soon after another count as one
+  double nextAttemptAt = 0;  // media time from which on another one counts
   std::optional<StageFrame> last;
   std::uint64_t lastTarget = 0;
   QSize lastSize;
@@ -139,6 +141,7 @@ void Projector::clearScene() {
 void Projector::show(const Target& target) {
   {
     const MutexLock lock(mutex_);
+    showing_ += target_ ? 0 : 1;
     target_ = target;
     ++number_;
   }
@@ -183,7 +186,7 @@ void Projector::run() {
         if (isEnding_) {
           break;
         }
-        work = {scene_, fades_, *target_, number_, noteTime_};
+        work = {scene_, fades_, *target_, number_, showing_, noteTime_};
       }
       if (refreshes == nullptr || rate != work.target.refreshesPerSecond) {
         rate = work.target.refreshesPerSecond;
@@ -226,6 +229,11 @@ void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Wor
     refreshes.rest();
     waitForChange(work.number, isStill ? std::nullopt : std::optional(refreshes.period()));
     return;
+  }
+  if (std::exchange(drawing.showing, work.showing) != work.showing) {
+    drawing.hasFailed = false;
+    drawing.attempts = 0;
+    drawing.nextAttemptAt = 0;
   }
   if (drawing.hasFailed || !prepare(drawing, work)) {
     waitForChange(work.number, drawing.hasFailed ? std::nullopt : std::optional(retrySeconds));
@@ -287,7 +295,12 @@ bool Projector::prepare(Drawing& drawing, const Work& work) {
 
 bool Projector::makeContext(Drawing& drawing, const Work& work) {
   const bool isFirst = figures().contexts == 0;
-  const bool isLastAttempt = ++drawing.attempts >= mostAttempts;
+  // Each change is an attempt; many notes in a short loss must not use up all of them.
+  if (const double now = clock_(); now >= drawing.nextAttemptAt) {
+    ++drawing.attempts;
+    drawing.nextAttemptAt = now + retrySeconds;
+  }
+  const bool isLastAttempt = drawing.attempts >= mostAttempts;
   drawing.context = std::make_unique<QOpenGLContext>();
   drawing.context->setFormat(work.target.surface->format());
   if (!driver_.create(*drawing.context)) {

@@ -33,7 +33,8 @@ class RefreshClock;
 /// picture. Only `join` and the destructor wait, for the picture under way; the surface may be destroyed after either.
 ///
 /// Failure: without OpenGL, or when the surface cannot be used for several seconds, `failed` is called once, on the
-/// projector's thread, and nothing more is drawn. A context that is lost is made again.
+/// projector's thread, and nothing more is drawn until it is shown again after `hide`. A context that is lost is made
+/// again.
 class Projector {
  public:
   /// Media time, in seconds; any thread.
@@ -89,7 +90,8 @@ class Projector {
     std::shared_ptr<const ProjectionScene> scene;
     LayerFades fades;
     Target target;
-    std::uint64_t number = 0;  // of the last change of any of it
+    std::uint64_t number = 0;   // of the last change of any of it
+    std::uint64_t showing = 0;  // counts those that followed a `hide`
     std::optional<double> noteTime;
   };
 
@@ -110,6 +112,7 @@ class Projector {
   LayerFades fades_ VREL_GUARDED_BY(mutex_);
   std::optional<Target> target_ VREL_GUARDED_BY(mutex_);
   std::uint64_t number_ VREL_GUARDED_BY(mutex_) = 0;
+  std::uint64_t showing_ VREL_GUARDED_BY(mutex_) = 0;
   std::optional<double> noteTime_ VREL_GUARDED_BY(mutex_);  // of a new layer that was not drawn yet
   bool isEnding_ VREL_GUARDED_BY(mutex_) = false;
   std::function<void()> ended_ VREL_GUARDED_BY(mutex_);
