@@ -104,6 +104,21 @@ EditDifference orderDifference(std::size_t before, std::size_t after, TextKey ad
   return {after > before ? added : after < before ? removed : moved, Uuid::fresh().text()};
 }
 
+std::optional<EditDifference> stageDifference(const EditShot& before, const EditShot& after) {
+  if (stripIds(before) != stripIds(after)) {
+    return orderDifference(before.strips.size(), after.strips.size(), TextKey::addStrip, TextKey::deleteChannel,
+                           TextKey::moveStrip);
+  }
+  for (std::size_t index = 0; index < before.strips.size(); ++index) {
+    const auto found =
+        stripDifference(before.strips[index].record, after.strips[index].record, before.strips[index].strip.text());
+    if (found) {
+      return found;
+    }
+  }
+  return stripDifference(before.master.record, after.master.record, "master");
+}
+
 /// A plug-in that went, and where its state goes.
 struct GonePlugin {
   AUAudioUnit* unit;
@@ -198,26 +213,17 @@ std::optional<EditDifference> differenceOf(const EditShot& before, const EditSho
       return EditDifference{TextKey::renameSong, Uuid::fresh().text()};
     }
   }
-  if (before.learnedForAll != after.learnedForAll ||
-      !std::equal(before.songs.begin(), before.songs.end(), after.songs.begin(), after.songs.end(),
-                  [](const auto& one, const auto& other) { return haveLearnedTheSame(*one, *other); })) {
-    return EditDifference{TextKey::learnedControls, Uuid::fresh().text()};
-  }
-  if (before.songOnStage != after.songOnStage) {
-    return std::nullopt;
-  }
-  if (stripIds(before) != stripIds(after)) {
-    return orderDifference(before.strips.size(), after.strips.size(), TextKey::addStrip, TextKey::deleteChannel,
-                           TextKey::moveStrip);
-  }
-  for (std::size_t index = 0; index < before.strips.size(); ++index) {
-    const auto found =
-        stripDifference(before.strips[index].record, after.strips[index].record, before.strips[index].strip.text());
-    if (found) {
-      return found;
+  if (before.songOnStage == after.songOnStage) {
+    if (const auto found = stageDifference(before, after)) {
+      return found;  // also where learned controls have followed it
     }
   }
-  return stripDifference(before.master.record, after.master.record, "master");
+  const bool isLearnedTheSame =
+      before.learnedForAll == after.learnedForAll &&
+      std::equal(before.songs.begin(), before.songs.end(), after.songs.begin(), after.songs.end(),
+                 [](const auto& one, const auto& other) { return haveLearnedTheSame(*one, *other); });
+  return isLearnedTheSame ? std::nullopt
+                          : std::optional(EditDifference{TextKey::learnedControls, Uuid::fresh().text()});
 }
 
 void changeValues(AudioChannel& channel, const ChannelConfig& from, const ChannelConfig& to) {

@@ -2,6 +2,7 @@
 #include "console/effect_rack.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <utility>
 
@@ -168,7 +169,9 @@ void EffectRack::remove(const Uuid& slotId) {
   if (replacedSlotId.get() == slotId) {
     replacedSlotId.set(std::nullopt);
   }
+  const auto before = slots;
   engine_.effects().removeEffectSlot(*target, slotId);
+  followSlots(*target, before);
   state_.markEdited();
 }
 
@@ -201,8 +204,39 @@ void EffectRack::move(const Uuid& slotId, bool isDown) {
     destination = previous == slots.rend() ? std::nullopt : std::optional(offsetOf(previous.base()) - 1);
   }
   if (destination) {
+    const auto before = slots;
     engine_.effects().moveEffectSlot(*target, {offsetOf(from)}, *destination);
+    followSlots(*target, before);
     state_.markEdited();
+  }
+}
+
+/// Before the edit is announced, so that one step takes both back.
+void EffectRack::followSlots(const AudioChannel& channel, const std::vector<AudioPluginSlot>& before) {
+  const auto selected = state_.selectedSongIndex.get();
+  const auto& songs = state_.songs.get();
+  if (!selected || *selected >= songs.size()) {
+    return;
+  }
+  const auto& strips = engine_.channels();
+  const auto strip =
+      std::find_if(strips.begin(), strips.end(), [&](const auto& each) { return each.get() == &channel; });
+  const auto channelIndex = strip == strips.end() ? std::nullopt : std::optional<std::int64_t>(strip - strips.begin());
+  const auto& after = channel.effectSlots.get();
+  std::vector<PluginControlAssignment> followed;
+  for (auto assignment : songs[*selected].pluginControlAssignments) {
+    auto& index = assignment.target.slotIndex;
+    if (assignment.target.channelIndex == channelIndex && index && static_cast<std::uint64_t>(*index) < before.size()) {
+      const auto slot = findSlot(after, before[static_cast<std::size_t>(*index)].id);
+      if (slot == after.end()) {
+        continue;
+      }
+      index = slot - after.begin();
+    }
+    followed.push_back(std::move(assignment));
+  }
+  if (followed != songs[*selected].pluginControlAssignments) {
+    state_.songs.modify([&](auto& list) { list[*selected].pluginControlAssignments = std::move(followed); });
   }
 }
 

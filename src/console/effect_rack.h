@@ -28,7 +28,8 @@ struct ConsoleSelection;
 ///
 /// One rack is open at a time; it closes when its strip leaves the stage. Each has a search text of its own, as long as
 /// its strip is on stage. In Live mode a rack is shown, and nothing can be changed. Slots without a plug-in are kept
-/// and not shown. Main thread.
+/// and not shown. The song's learned controls follow an effect that moves, and go with one that is removed. Main
+/// thread.
 class EffectRack {
  public:
   struct Collaborators {
@@ -84,6 +85,7 @@ class EffectRack {
   [[nodiscard]] std::shared_ptr<AudioChannel> channelOf(const Uuid& id) const;
   [[nodiscard]] Uuid takeSlotToFill(const AudioChannel& channel);
   void move(const Uuid& slotId, bool isDown);
+  void followSlots(const AudioChannel& channel, const std::vector<AudioPluginSlot>& before);
   void stripsChanged();
 
   AppState& state_;

@@ -30,17 +30,6 @@ std::shared_ptr<AVAudioUnit> effectIn(const AudioChannel& channel, const AudioPl
   return node == nodes.end() ? nullptr : node->second;
 }
 
-/// Null where the rack has none, or several in other places.
-const AudioPluginSlot* slotOf(const PluginControlTarget& target, const std::vector<AudioPluginSlot>& slots) {
-  const auto index = static_cast<std::uint64_t>(*target.slotIndex);
-  if (index < slots.size() && slots[index].pluginPath == target.pluginPath) {
-    return &slots[index];
-  }
-  const auto isIt = [&](const AudioPluginSlot& slot) { return slot.pluginPath == target.pluginPath; };
-  const auto found = std::find_if(slots.begin(), slots.end(), isIt);
-  return found != slots.end() && std::none_of(found + 1, slots.end(), isIt) ? &*found : nullptr;
-}
-
 auto findControl(const AUParameterTree& tree, const std::string& identifier) {
   return std::find_if(tree.allParameters.begin(), tree.allParameters.end(),
                       [&](const auto& each) { return each.identifier == identifier; });
@@ -95,23 +84,18 @@ std::shared_ptr<AVAudioUnit> LearnedPluginControls::unitAt(const PluginControlTa
   if (!target.slotIndex) {
     return channel.pluginPath.get() == target.pluginPath ? instrumentOf(channel) : nullptr;
   }
-  const auto* const slot = slotOf(target, channel.effectSlots.get());
-  return slot == nullptr ? nullptr : effectIn(channel, *slot);
+  const auto& slots = channel.effectSlots.get();
+  const auto slot = static_cast<std::uint64_t>(*target.slotIndex);
+  return slot < slots.size() && slots[slot].pluginPath == target.pluginPath ? effectIn(channel, slots[slot]) : nullptr;
 }
 
 void LearnedPluginControls::select(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& parameter) {
   auto target = placeOf(*unit);
-  const SongConfig* const song = midiLearn_.songOnStage();
-  if (!target || song == nullptr || parameter.isOutput || isPath(parameter) || !state_.isMidiLearnMode.get()) {
+  if (!target || midiLearn_.songOnStage() == nullptr || parameter.isOutput || isPath(parameter) ||
+      !state_.isMidiLearnMode.get()) {
     return;
   }
   target->control = parameter.identifier;
-  // What was learned before the effect moved within its rack is replaced, too.
-  for (const auto& earlier : song->pluginControlAssignments) {
-    if (earlier.target.control == parameter.identifier && unitAt(earlier.target) == unit) {
-      target = earlier.target;
-    }
-  }
   (void)controlsOf(unit);
   midiLearn_.selectPluginControl(*target, parameter.displayName);
 }

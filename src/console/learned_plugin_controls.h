@@ -21,9 +21,8 @@ class MidiLearn;
 /// Learns controls of plug-ins, and moves them when their hardware moves: a knob along the control's own travel, while
 /// a key flips a switch and presses a trigger.
 ///
-/// A learned control is found by the place of its plug-in; an effect that is the only one of its kind in its rack may
-/// also have moved there. Where the plug-in or the control is missing, nothing happens, and it stays learned. What is
-/// moved is an edit of the setlist. Main thread.
+/// A learned control is found by the place of its plug-in, which EffectRack keeps up to date. Where the plug-in or the
+/// control is missing, nothing happens, and it stays learned. What is moved is an edit of the setlist. Main thread.
 class LearnedPluginControls {
  public:
   /// All are borrowed.

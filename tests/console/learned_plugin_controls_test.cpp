@@ -91,6 +91,29 @@ class LearnedPlugInControls : public window::ConsoleStage {
 
   [[nodiscard]] simulation::ScriptedUnitCore& core() { return strip_.instrument->core; }
 
+  /// Another effect like the first, at the end of the rack.
+  std::shared_ptr<simulation::ScriptedUnit> addTwin() {
+    auto twin = addEffect(*strip_.channel, "Hall");
+    twin->core.parameters = effect_->core.parameters;
+    return twin;
+  }
+  /// The rack, open at the strip.
+  [[nodiscard]] EffectRack& rack() {
+    if (content.effectRack().channel() != strip_.channel) {
+      content.effectRack().toggle(*strip_.channel);
+    }
+    return content.effectRack();
+  }
+  [[nodiscard]] Uuid slotId(std::size_t index) { return strip_.channel->effectSlots.get()[index].id; }
+
+  void expectMoved(std::uint8_t controller, simulation::ScriptedUnit& moved, simulation::ScriptedUnit& still) {
+    play({0xB0, controller, 1});
+    still.core.parameterSets.clear();
+    play({0xB0, controller, 127});
+    EXPECT_EQ(moved.core.parameterValues[2], 9.0F);
+    EXPECT_TRUE(still.core.parameterSets.empty());
+  }
+
   Strip strip_;
   std::shared_ptr<simulation::ScriptedUnit> effect_;
 };
@@ -160,30 +183,64 @@ TEST_F(LearnedPlugInControls, ACostlyControlMovesOnceTheHandRests) {
 
 TEST_F(LearnedPlugInControls, AnEffectThatMovesWithinItsRackKeepsItsControls) {
   learn(effect_, 1, {0xB0, 20, 1});
-  auto slots = strip_.channel->effectSlots.get();
-  AudioPluginSlot other;
-  other.pluginPath = chorusKey;
-  slots.insert(slots.begin(), other);
-  strip_.channel->effectSlots.set(slots);
+  addEmptySlot(*strip_.channel, chorusKey);
+  rack().moveDown(slotId(0));
   play({0xB0, 20, 127});
   EXPECT_EQ(effect_->core.parameterValues[2], 9.0F);
   learn(effect_, 1, {0xB0, 21, 1});
-  EXPECT_EQ(song(0).pluginControlAssignments.size(), 1U) << "the earlier one is replaced";
+  ASSERT_EQ(song(0).pluginControlAssignments.size(), 1U) << "the earlier one is replaced";
   EXPECT_EQ(song(0).pluginControlAssignments[0].binding.number, 21);
 }
 
-TEST_F(LearnedPlugInControls, OfTwoEffectsOfOneKindThatMoveNoneIsTakenForTheOther) {
-  const auto twin = addEffect(*strip_.channel, "Hall");
-  twin->core.parameters = effect_->core.parameters;
+TEST_F(LearnedPlugInControls, OfTwoEqualEffectsThatChangePlacesEachKeepsItsOwn) {
+  const auto twin = addTwin();
   learn(effect_, 1, {0xB0, 20, 1});
-  auto slots = strip_.channel->effectSlots.get();
-  AudioPluginSlot other;
-  other.pluginPath = chorusKey;
-  slots.insert(slots.begin(), other);
-  strip_.channel->effectSlots.set(slots);
+  learn(twin, 1, {0xB0, 21, 1});
+  rack().moveUp(slotId(1));
+  expectMoved(20, *effect_, *twin);
+  expectMoved(21, *twin, *effect_);
+  EXPECT_EQ(state.undoTitle.get(), "Undo: EFFECTS") << "one step, of the rack";
+}
+
+TEST_F(LearnedPlugInControls, AnEffectInFrontOfTwoEqualOnesDoesNotMixThemUp) {
+  const auto twin = addTwin();
+  learn(twin, 1, {0xB0, 21, 1});
+  const auto third = addTwin();
+  rack().moveUp(slotId(2));
+  EXPECT_EQ(song(0).pluginControlAssignments[0].target.slotIndex, 2);
+  expectMoved(21, *twin, *third);
+  expectMoved(21, *twin, *effect_);
+}
+
+TEST_F(LearnedPlugInControls, ARemovedEffectTakesItsControlsAndLeavesItsTwinIts) {
+  const auto twin = addTwin();
+  learn(effect_, 1, {0xB0, 20, 1});
+  learn(twin, 1, {0xB0, 21, 1});
+  learn(strip_.instrument, 1, {0xB0, 22, 1});
+  const auto learned = song(0).pluginControlAssignments;
+  const auto steps = content.editHistory().undoCount();
+  rack().remove(slotId(0));
+  ASSERT_EQ(song(0).pluginControlAssignments.size(), 2U);
+  twin->core.parameterSets.clear();
   play({0xB0, 20, 127});
-  EXPECT_TRUE(effect_->core.parameterSets.empty());
   EXPECT_TRUE(twin->core.parameterSets.empty());
+  play({0xB0, 21, 127});
+  EXPECT_EQ(twin->core.parameterValues[2], 9.0F);
+  EXPECT_EQ(content.editHistory().undoCount(), steps + 1);
+  content.editHistory().undo();
+  EXPECT_EQ(song(0).pluginControlAssignments, learned);
+  content.editHistory().redo();
+  EXPECT_EQ(song(0).pluginControlAssignments.size(), 2U);
+}
+
+TEST_F(LearnedPlugInControls, AnEffectThatReplacesOneOfTwoEqualOnesLeavesTheOtherAlone) {
+  const auto twin = addTwin();
+  learn(effect_, 1, {0xB0, 20, 1});
+  strip_.channel->effectSlots.modify([](auto& slots) { slots[0].pluginPath = chorusKey + "0"; });
+  play({0xB0, 20, 127});
+  EXPECT_TRUE(twin->core.parameterSets.empty());
+  EXPECT_TRUE(effect_->core.parameterSets.empty());
+  EXPECT_EQ(song(0).pluginControlAssignments.size(), 1U);
 }
 
 TEST_F(LearnedPlugInControls, ASongThatComesKnowsItsControlsBeforeTheHardwareMoves) {
