@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -19,9 +20,13 @@
 #include "check/report_coding.h"
 #include "check/setlist_check.h"
 #include "document/component_scan.h"
+#include "foundation/result.h"
 #include "system/dispatch/standard_output.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_manager.h"
 #include "system/media/decoding_check.h"
 #include "system/plugins/lv2/lv2_world.h"
+#include "system/plugins/scratch_folder.h"
 #include "vrel-render/check_text.h"
 #include "vrel-render/input_files.h"
 #include "vrel-render/options.h"
@@ -33,8 +38,31 @@ namespace {
 
 constexpr std::chrono::seconds longestSong{30};  // more than all timeouts of one together
 
-SongPage playSong(const SetlistFile& setlist, std::size_t index, const Options& options) {
-  const SongCheckSettings settings{options.rate, options.block, options.sandbox};
+/// Finds the plug-ins once for all songs: the first scan leaves what it has found to the next ones.
+class SharedScan {
+ public:
+  SharedScan() {
+    if (folder_) {
+      settings_.files = {files_, &files_->manager};
+      settings_.cacheFile = folder_.value().path() / "plugins";
+    }
+  }
+  [[nodiscard]] const lv2::ScanSettings& settings() const { return settings_; }
+
+ private:
+  struct Files {
+    system::FileCalls calls;
+    system::PosixFileManager manager{calls};
+  };
+
+  Result<ScratchFolder> folder_ = ScratchFolder::make();
+  std::shared_ptr<Files> files_ = std::make_shared<Files>();
+  lv2::ScanSettings settings_;
+};
+
+SongPage playSong(const SetlistFile& setlist, std::size_t index, const Options& options,
+                  const lv2::ScanSettings& scan) {
+  const SongCheckSettings settings{options.rate, options.block, options.sandbox, scan};
   const auto bytes = runInCopy([&] { return encodePage(playForCheck(setlist, index, settings)); }, longestSong);
   auto page = bytes ? decodePage(bytes.value()) : bytes.error();
   if (!page) {
@@ -45,10 +73,10 @@ SongPage playSong(const SetlistFile& setlist, std::size_t index, const Options& 
   return std::move(page).value();
 }
 
-std::vector<SongPage> playSongs(const SetlistFile& setlist, const Options& options) {
+std::vector<SongPage> playSongs(const SetlistFile& setlist, const Options& options, const lv2::ScanSettings& scan) {
   std::vector<SongPage> pages;
   for (std::size_t index = 0; index < setlist.songs.size(); ++index) {
-    pages.push_back(playSong(setlist, index, options));
+    pages.push_back(playSong(setlist, index, options, scan));
     if (options.json) {
       std::fprintf(stderr, "vrel-render: %zu of %zu songs played\n", index + 1, setlist.songs.size());
     }
@@ -101,9 +129,10 @@ struct MediaReading {
 
 CheckReport reportOf(const SetlistFile& setlist, const Options& options) {
   // The songs first: they are played by copies of this process, which must not have threads by then.
-  std::vector<SongPage> played = playSongs(setlist, options);
+  const SharedScan scan;
+  std::vector<SongPage> played = playSongs(setlist, options, scan.settings());
   const MediaReading media(mediaReferencesOf(setlist));
-  const auto world = lv2::Lv2World::open();
+  const auto world = lv2::Lv2World::open(scan.settings());
   const auto instruments = scanInstrumentComponents(*world);
   const auto effects = scanAudioEffectComponents(*world);
   CheckReport report = checkSetlist(setlist, {instruments, effects, media.audioFiles, media.clips});

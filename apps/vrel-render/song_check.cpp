@@ -16,7 +16,6 @@
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "platform/console_output.h"
-#include "system/plugins/lv2/lv2_world.h"
 #include "vrel-render/offline_stage.h"
 #include "vrel-render/renderer.h"
 #include "vrel-render/song_process.h"
@@ -173,7 +172,7 @@ SongPage playForCheck(const SetlistFile& setlist, std::size_t index, const SongC
   SongPage page{.song = index, .name = song.name};
   NoOutput console;
   OfflineStage stage({settings.rate, settings.block, settings.sandbox, answerTimeout, blockTimeout},
-                     lv2::Lv2World::open(), console, nullptr);
+                     lv2::Lv2World::open(settings.scan), console, nullptr);
   if (const auto failure = stage.start({.songs = {song}, .globalMidiControlAssignments = {}})) {
     page.findings.push_back({.kind = FindingKind::notPlayed, .reason = failure->description});
     return page;

@@ -8,6 +8,7 @@
 #include "check/finding.h"
 #include "document/setlist.h"
 #include "midi/standard_midi_file.h"
+#include "system/plugins/lv2/lv2_world.h"
 
 namespace vrel::render {
 
@@ -15,6 +16,7 @@ struct SongCheckSettings {
   int rate = 48000;  // frames per second
   std::uint32_t block = 128;
   bool sandbox = true;
+  lv2::ScanSettings scan{};
 };
 
 /// A chord that the check plays on a song.

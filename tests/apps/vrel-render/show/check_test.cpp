@@ -79,6 +79,16 @@ TEST_F(SetlistCheckShow, APluginThatHangsIsAFindingAndTheOtherSongsArePlayed) {
   EXPECT_THAT(kindsIn(report.pages[1].findings), testing::Not(testing::Contains(Kind::notPlayed)));
 }
 
+TEST_F(SetlistCheckShow, LooksForThePluginsOnceForAllSongs) {
+  ASSERT_THAT(renderOnZoo({"--list-plugins"}).errors, HasSubstr("brokendata")) << "each scan says so";
+  auto strip = stripOf("Sine", zooInstrument("sine"));
+  strip.volume = 0.5F;
+  const auto [run, report] = check(setlistOf({songOf("One", {strip})}), 0);
+  EXPECT_THAT(run.errors, testing::Not(HasSubstr("broken"))) << "the scan after the songs reads no bundle";
+  ASSERT_EQ(report.pages.size(), 1U);
+  EXPECT_TRUE(report.pages[0].played);
+}
+
 TEST_F(SetlistCheckShow, MissingPluginsAndFilesAreFoundBesideWhatPlays) {
   auto track = stripOf("Click", "internal:playback");
   track.playbackFilePath = at("none.wav");
