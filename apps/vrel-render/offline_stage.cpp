@@ -200,6 +200,10 @@ void OfflineStage::pluginDied(const sandbox::SandboxingUnitFactory::Death& death
   engine_->pluginDied(death.node, death.how);
 }
 
+std::uint64_t OfflineStage::silencedBlocks() const {
+  return pluginCounters_->silencedBlocks + renderCounters_->nonFiniteBlocks + renderCounters_->silencedPlayerBlocks;
+}
+
 std::vector<std::string> OfflineStage::problems() const {
   std::vector<std::string> problems = loadProblems_;
   if (const auto& error = engine_->lastEngineStartError()) {

@@ -88,6 +88,9 @@ class OfflineStage {
   [[nodiscard]] const AudioEngine& engine() const { return *engine_; }
   [[nodiscard]] const AppState& state() const { return state_; }
 
+  /// How many blocks of plug-ins, audio files and the mix were silenced: not finite or too large.
+  [[nodiscard]] std::uint64_t silencedBlocks() const;
+
   /// The problems so far: what failed to load in the songs that were on stage, and the error counters.
   [[nodiscard]] std::vector<std::string> problems() const;
 

@@ -62,10 +62,20 @@ std::vector<ShowStep> stepsOf(const std::vector<CheckChord>& chords) {
   return steps;
 }
 
+std::set<Uuid> failedEffectsOn(const OfflineStage& stage) {
+  std::set<Uuid> failed = stage.engine().masterChannel()->failedEffects.get();
+  for (const auto& channel : stage.engine().channels()) {
+    const auto& ofStrip = channel->failedEffects.get();
+    failed.insert(ofStrip.begin(), ofStrip.end());
+  }
+  return failed;
+}
+
 /// What the strips on stage say of their plug-ins. Those that are not installed are the static check's.
 class StageFindings {
  public:
-  StageFindings(const OfflineStage& stage, const SongConfig& song) : stage_(stage), song_(song) {}
+  StageFindings(const OfflineStage& stage, const SongConfig& song, std::set<Uuid> unloadedEffects)
+      : stage_(stage), song_(song), unloadedEffects_(std::move(unloadedEffects)) {}
 
   std::vector<Finding> all() {
     const auto& channels = stage_.engine().channels();
@@ -106,12 +116,17 @@ class StageFindings {
           !resolvePluginPath(slot.pluginPath, stage_.state().scannedAudioEffectPlugins.get())) {
         continue;
       }
-      add(failed.contains(slot.id) ? FindingKind::pluginDied : FindingKind::pluginSilent, slot.pluginPath);
+      const bool isUnloaded = unloadedEffects_.contains(slot.id);
+      add(!failed.contains(slot.id) ? FindingKind::pluginSilent
+          : isUnloaded              ? FindingKind::pluginFailed
+                                    : FindingKind::pluginDied,
+          slot.pluginPath);
     }
   }
 
   const OfflineStage& stage_;
   const SongConfig& song_;
+  const std::set<Uuid> unloadedEffects_;  // those that failed before the song was played
   std::vector<Finding> findings_;
   std::optional<FindingStrip> strip_;
 };
@@ -181,9 +196,13 @@ SongPage playForCheck(const SetlistFile& setlist, std::size_t index, const SongC
   const auto begin = std::chrono::steady_clock::now();
   stage.applySong(0);
   played.loadSeconds = secondsSince(begin);
+  auto unloadedEffects = failedEffectsOn(stage);
   play(stage, song, settings, played);
   played.memoryBytes = memoryOfDescendants();
-  page.findings = StageFindings(stage, song).all();
+  page.findings = StageFindings(stage, song, std::move(unloadedEffects)).all();
+  if (const auto silenced = stage.silencedBlocks(); silenced > 0) {
+    page.findings.push_back({.kind = FindingKind::invalidSound, .value = static_cast<double>(silenced)});
+  }
   for (auto& finding : findingsOf(played)) {
     page.findings.push_back(std::move(finding));
   }

@@ -36,6 +36,7 @@ enum class FindingKind {
   pluginFailed,
   pluginSilent,
   pluginDied,
+  invalidSound,
   notPlayed,
   silentWhenPlayed,
   clips,
@@ -77,6 +78,7 @@ inline constexpr auto findingKinds = [] {
       {Kind::pluginFailed, "plugin_failed", error},
       {Kind::pluginSilent, "plugin_does_not_answer", error},
       {Kind::pluginDied, "plugin_died", error},
+      {Kind::invalidSound, "invalid_sound", error},
       {Kind::notPlayed, "not_played", error},
       {Kind::silentWhenPlayed, "silent_when_played", warning},
       {Kind::clips, "clips", warning},
@@ -105,7 +107,7 @@ struct Finding {
   FindingKind kind = FindingKind::noSongs;
   std::optional<FindingStrip> strip{};        // none for what is about the song, its master or the setlist
   std::string subject{};                      // what is concerned: a plug-in, a path, keys, a control of the hardware
-  double value = 0;                           // seconds, decibels or a share, by the kind
+  double value = 0;                           // seconds, decibels, a share or blocks, by the kind
   std::string reason{};                       // of a library or the system, in its words; may be empty
   std::vector<MidiControlTarget> targets{};   // of a shared control
   std::vector<std::string> pluginControls{};  // of plug-ins that share it, such as "Cutoff 2" for the second strip

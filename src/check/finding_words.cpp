@@ -41,6 +41,11 @@ constexpr Texts tryAlone{"Load the song on its own and revive the strip; if that
                          "Chargez le morceau seul et relancez la tranche ; en cas d'échec, choisissez un autre module.",
                          "Carica il brano da solo e ripristina il canale; se fallisce, scegli un altro plugin.",
                          "Lade den Song allein und belebe den Kanal; gelingt das nicht, wähle ein anderes Plugin."};
+constexpr Texts replaceFailing{"Load the song and play each of its strips; replace the plug-in that fails.",
+                               "Carga la canción y toca cada canal; sustituye el plugin que falle.",
+                               "Chargez le morceau et jouez chaque tranche ; remplacez le module fautif.",
+                               "Carica il brano e suona ogni canale; sostituisci il plugin che fallisce.",
+                               "Lade den Song und spiele jeden Kanal; ersetze das Plugin, das versagt."};
 constexpr Texts useLess{"Choose a larger buffer, or use fewer plug-ins in this song.",
                         "Elige un búfer mayor o usa menos plugins en esta canción.",
                         "Choisissez un tampon plus grand ou moins de modules dans ce morceau.",
@@ -155,15 +160,18 @@ constexpr std::array<FindingWords, findingKinds.size()> words{{
       "%1 a planté ou s'est bloqué pendant le jeu", "%1 si è bloccato mentre suonava",
       "%1 ist beim Spielen abgestürzt oder hängen geblieben"},
      tryAlone},
+    {FindingKind::invalidSound,
+     {"Blocks silenced because their samples were invalid or far too large: %2",
+      "Bloques silenciados por muestras no válidas o demasiado grandes: %2",
+      "Blocs coupés car leurs échantillons étaient invalides ou bien trop grands : %2",
+      "Blocchi silenziati per campioni non validi o troppo grandi: %2",
+      "Stumm geschaltete Blöcke, weil ihre Werte ungültig oder viel zu groß waren: %2"},
+     replaceFailing},
     {FindingKind::notPlayed,
      {"The song could not be played to its end", "La canción no se pudo tocar hasta el final",
       "Le morceau n'a pas pu être joué jusqu'à la fin", "Il brano non si è potuto suonare fino alla fine",
       "Der Song konnte nicht bis zum Ende gespielt werden"},
-     {"Load the song and play each of its strips; replace the plug-in that fails.",
-      "Carga la canción y toca cada canal; sustituye el plugin que falle.",
-      "Chargez le morceau et jouez chaque tranche ; remplacez le module fautif.",
-      "Carica il brano e suona ogni canale; sostituisci il plugin che fallisce.",
-      "Lade den Song und spiele jeden Kanal; ersetze das Plugin, das versagt."}},
+     replaceFailing},
     {FindingKind::silentWhenPlayed,
      {"Played on all its keys, the song makes no sound", "Tocada en todas sus teclas, la canción no suena",
       "Joué sur toutes ses touches, le morceau ne produit aucun son", "Suonato su tutti i tasti, il brano non suona",
@@ -229,6 +237,9 @@ std::string percent(double share) {
 }
 
 std::string valueText(const Finding& finding) {
+  if (finding.kind == FindingKind::invalidSound) {
+    return std::to_string(std::llround(std::isfinite(finding.value) ? finding.value : 0));
+  }
   const bool isShare = finding.kind == FindingKind::overloaded || finding.kind == FindingKind::heavy;
   return isShare ? percent(finding.value) : decimal(finding.value);
 }

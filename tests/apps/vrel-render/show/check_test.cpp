@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,6 +78,32 @@ TEST_F(SetlistCheckShow, APluginThatHangsIsAFindingAndTheOtherSongsArePlayed) {
   EXPECT_THAT(kinds, testing::Contains(Kind::pluginSilent)) << run.output;
   EXPECT_TRUE(report.pages[1].played);
   EXPECT_THAT(kindsIn(report.pages[1].findings), testing::Not(testing::Contains(Kind::notPlayed)));
+}
+
+TEST_F(SetlistCheckShow, AnEffectThatDoesNotLoadIsNotReportedAsDead) {
+  std::filesystem::create_directory(at("refusing.lv2"));
+  write("refusing.lv2/manifest.ttl", R"(@prefix lv2: <http://lv2plug.in/ns/lv2core#> .
+    @prefix doap: <http://usefulinc.com/ns/doap#> .
+    <urn:vrel:zoo:refusing> a lv2:Plugin ; lv2:binary <none.so> ; doap:name "Refusing" ;
+      lv2:port [ a lv2:InputPort , lv2:AudioPort ; lv2:index 0 ; lv2:symbol "in" ; lv2:name "In" ] ,
+        [ a lv2:OutputPort , lv2:AudioPort ; lv2:index 1 ; lv2:symbol "out" ; lv2:name "Out" ] .)");
+  auto strip = stripOf("Sine", zooInstrument("sine"));
+  strip.effectSlots = {{.pluginPath = zooEffect("refusing"), .pluginName = "Refusing"}};
+  const auto path = write("gig.vrel", setlistOf({songOf("One", {strip})}));
+  const auto run = runRender({"--check", "--json", "--block", "1024", path}, {"LV2_PATH=" VREL_ZOO_PATH ":" + at("")});
+  const auto report = decodeReport(run.output);
+  ASSERT_TRUE(report) << run.output;
+  ASSERT_EQ(report.value().pages.size(), 1U);
+  const auto kinds = kindsIn(report.value().pages[0].findings);
+  EXPECT_THAT(kinds, testing::Contains(Kind::pluginFailed)) << run.output;
+  EXPECT_THAT(kinds, testing::Not(testing::Contains(Kind::pluginDied))) << run.output;
+}
+
+TEST_F(SetlistCheckShow, InvalidSamplesAreAFinding) {
+  const auto [run, report] = check(setlistOf({songOf("One", {stripOf("Broken", zooInstrument("notanumber"))})}), 1);
+  ASSERT_EQ(report.pages.size(), 1U);
+  EXPECT_THAT(kindsIn(report.pages[0].findings), testing::Contains(Kind::invalidSound)) << run.output;
+  EXPECT_THAT(run.output, HasSubstr("invalid_sound"));
 }
 
 TEST_F(SetlistCheckShow, LooksForThePluginsOnceForAllSongs) {
