@@ -264,6 +264,7 @@ bool SetlistFiles::confirmSetlistChange() {
 void SetlistFiles::confirmTermination() {
   const bool mayEnd = mayGiveUp(terminationAlert(state_.isDirty.get()));
   if (mayEnd) {
+    isEndAgreed_ = true;
     settled.emit();
   }
   desktop_.replyToApplicationShouldTerminate(mayEnd);

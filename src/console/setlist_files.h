@@ -74,6 +74,9 @@ class SetlistFiles {
   /// Nothing is unsaved: the setlist was saved, another one has taken its place, or it was given up at the end.
   Signal<> settled;
 
+  /// Whether a person has agreed to the end of the program: nothing is to be kept from then on.
+  [[nodiscard]] bool isEndAgreed() const { return isEndAgreed_; }
+
   /// Saves where the setlist was loaded from or saved to last, also in Live mode; has a file chosen when there is none.
   /// Whether it is saved.
   bool saveSetlist();
@@ -106,6 +109,7 @@ class SetlistFiles {
   Desktop& desktop_;
   ConsoleOutput& console_;
   SetlistCopies& copies_;
+  bool isEndAgreed_ = false;
   std::optional<std::filesystem::path> askedToOpen_;      // while its question is open
   std::optional<std::filesystem::path> awaitingPlugins_;  // the setlist to be read then
   std::shared_ptr<void> pluginsFollowed_;

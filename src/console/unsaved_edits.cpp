@@ -10,6 +10,8 @@
 #include "console/setlist_files.h"
 #include "document/app_state.h"
 #include "document/setlist_coding.h"
+#include "engine/plugin_state.h"
+#include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
 #include "platform/console_output.h"
 #include "platform/desktop.h"
@@ -78,13 +80,17 @@ UnsavedEdits::UnsavedEdits(const Collaborators& collaborators, fs::path director
       console_(collaborators.console),
       directory_(std::move(directory)),
       runs_(std::move(runs)),
-      connections_(
-          {state_.edited.connect([this] { noteEdit(); }), setlistFiles_.settled.connect([this] { settle(); })}),
+      connections_({state_.edited.connect([this] { noteEdit(); }), setlistFiles_.settled.connect([this] { settle(); }),
+                    state_.isLiveModeEnabled.changed.connect([this](bool isEnabled) {
+                      if (!isEnabled && hasEdits_) {
+                        noteEdit();
+                      }
+                    })}),
       queue_(collaborators.queues.makeSerialQueue("vrel.unsaved.edits")) {}
 
 UnsavedEdits::~UnsavedEdits() {
-  if (hasEdits_) {
-    keep();  // the system has ended the program, and asked no one
+  if (hasEdits_ && !setlistFiles_.isEndAgreed()) {
+    keep(StateRead::now);  // the system has ended the program, and asked no one
   }
   queue_->sync([] {});
 }
@@ -99,61 +105,80 @@ fs::path UnsavedEdits::pathFileOf(const std::string& run) const {
 
 void UnsavedEdits::noteEdit() {
   hasEdits_ = true;
-  if (isScheduled_) {
-    return;
+  checksQuiet_ = 0;
+  if (!isScheduled_ && !state_.isLiveModeEnabled.get()) {
+    checks_ = 0;
+    checkLater();
   }
+}
+
+void UnsavedEdits::checkLater() {
   isScheduled_ = true;
-  mainQueue_.asyncAfter(collectSeconds, [this, life = life_.watch()] {
+  mainQueue_.asyncAfter(checkSeconds, [this, life = life_.watch()] {
     if (life.isAlive()) {
-      askForStates();
+      check();
     }
   });
 }
 
-void UnsavedEdits::askForStates() {
-  if (!hasEdits_) {
-    isScheduled_ = false;
-    return;
-  }
-  songSwitch_.requestStates();
-  mainQueue_.asyncAfter(answerSeconds, [this, life = life_.watch()] {
-    if (life.isAlive()) {
-      keep();
-    }
-  });
-}
-
-void UnsavedEdits::keep() {
+void UnsavedEdits::check() {
   isScheduled_ = false;
-  if (!hasEdits_) {
+  if (!hasEdits_ || state_.isLiveModeEnabled.get() || setlistFiles_.isEndAgreed()) {
     return;
   }
+  ++checks_;
+  ++checksQuiet_;
+  const bool isLoading = state_.songSwitchInProgress.get() || state_.showLoadingModal.get();
+  if (isLoading || (checksQuiet_ < quietChecks && checks_ < mostChecks)) {
+    checkLater();
+  } else {
+    keep(StateRead::lastKnown);
+  }
+}
+
+void UnsavedEdits::keep(StateRead read) {
   if (directory_.empty()) {
-    written("no state folder (HOME and XDG_STATE_HOME are not set)");
+    written("no state folder (HOME and XDG_STATE_HOME are not set)", {});
     return;
   }
   const auto original = state_.currentFilePath.get();
   auto setlist = std::make_shared<const SetlistFile>(
-      SetlistFile{setlistVersion, songSwitch_.songsAsPlayed(), state_.globalMidiControlAssignments.get()});
-  queue_->async([this, setlist = std::move(setlist), file = fileOf(runs_.own), pathFile = pathFileOf(runs_.own),
-                 original = original ? original->string() : std::string(), life = life_.watch()] {
-    const auto bytes = encodeSetlist(*setlist);
-    Outcome failure = bytes ? files_.createDirectory(directory_) : bytes.error();
-    if (!failure && !original.empty()) {
-      failure = files_.writeAtomically(pathFile, original);
-    }
-    if (!failure) {
-      failure = files_.writeAtomically(file, bytes.value());
-    }
-    mainQueue_.async([this, life, reason = failure ? std::optional(failure->description) : std::nullopt] {
+      SetlistFile{setlistVersion, songSwitch_.songsAsPlayed(read), state_.globalMidiControlAssignments.get()});
+  queue_->async([this, setlist = std::move(setlist), original = original ? original->string() : std::string(),
+                 adopted = adopted_, life = life_.watch()] {
+    const Outcome failure = write(*setlist, original);
+    mainQueue_.async([this, life, adopted, reason = failure ? std::optional(failure->description) : std::nullopt] {
       if (life.isAlive()) {
-        written(reason);
+        written(reason, adopted);
       }
     });
   });
 }
 
-void UnsavedEdits::written(const std::optional<std::string>& failure) {
+// On the other thread. A path that is not that of the setlist goes before it and comes after it: what a crash between
+// leaves has no place rather than that of another one.
+Outcome UnsavedEdits::write(const SetlistFile& setlist, const std::string& original) const {
+  const auto pathFile = pathFileOf(runs_.own);
+  const auto bytes = encodeSetlist(setlist);
+  Outcome failure = bytes ? files_.createDirectory(directory_) : bytes.error();
+  if (failure) {
+    return failure;
+  }
+  const auto former = files_.contents(pathFile, longestKeptPath);
+  const bool isPathThere = former && former.value() == original;
+  if (!isPathThere && files_.fileExists(pathFile)) {
+    failure = files_.remove(pathFile);
+  }
+  if (!failure) {
+    failure = files_.writeAtomically(fileOf(runs_.own), bytes.value());
+  }
+  if (!failure && !isPathThere && !original.empty()) {
+    failure = files_.writeAtomically(pathFile, original);
+  }
+  return failure;
+}
+
+void UnsavedEdits::written(const std::optional<std::string>& failure, const std::vector<std::string>& adopted) {
   if (failure) {
     if (!std::exchange(isFailureLogged_, true)) {
       console_.print("Failed to keep the unsaved edits: " + *failure);
@@ -161,9 +186,11 @@ void UnsavedEdits::written(const std::optional<std::string>& failure) {
     return;
   }
   isFailureLogged_ = false;
-  for (const auto& run : std::exchange(adopted_, {})) {
-    static_cast<void>(files_.remove(fileOf(run)));
-    static_cast<void>(files_.remove(pathFileOf(run)));
+  for (const auto& run : adopted) {
+    if (std::erase(adopted_, run) > 0) {
+      static_cast<void>(files_.remove(fileOf(run)));
+      static_cast<void>(files_.remove(pathFileOf(run)));
+    }
   }
 }
 
@@ -222,6 +249,12 @@ UnsavedEdits::Answer UnsavedEdits::ask(const Kept& kept) const {
   return answer == std::size_t{0} ? Answer::open : answer == std::size_t{1} ? Answer::discard : Answer::later;
 }
 
+// Questions let the main queue go on: in each, Live mode may have begun, and in the first there may have been edits.
+bool UnsavedEdits::mayOpen() {
+  const auto isAllowed = [this] { return LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_); };
+  return isAllowed() && (!hasEdits_ || setlistFiles_.confirmSetlistChange()) && isAllowed();
+}
+
 void UnsavedEdits::offer() {
   if (state_.isLookingForPlugins.get()) {
     // Behind the setlist that waits for them, too, which would take the place of what is opened here.
@@ -237,6 +270,14 @@ void UnsavedEdits::offer() {
     return;
   }
   pluginsFollowed_ = nullptr;
+  if (state_.isLiveModeEnabled.get() || desktop_.isAlertShown()) {
+    mainQueue_.asyncAfter(offerSeconds, [this, life = life_.watch()] {
+      if (life.isAlive()) {
+        offer();
+      }
+    });
+    return;
+  }
   for (const auto& run : endedRuns()) {
     auto kept = read(run);
     if (!kept) {
@@ -247,8 +288,10 @@ void UnsavedEdits::offer() {
       static_cast<void>(files_.remove(fileOf(run)));
       static_cast<void>(files_.remove(pathFileOf(run)));
     } else if (answer == Answer::open) {
-      setlistFiles_.openUnsaved(std::move(kept->setlist), kept->original);
-      adopted_.push_back(run);
+      if (mayOpen()) {
+        setlistFiles_.openUnsaved(std::move(kept->setlist), kept->original);
+        adopted_.push_back(run);
+      }
       return;
     }
   }

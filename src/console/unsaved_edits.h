@@ -10,6 +10,7 @@
 
 #include "document/setlist.h"
 #include "foundation/life_token.h"
+#include "foundation/result.h"
 
 namespace vrel {
 
@@ -22,6 +23,7 @@ class FileManager;
 class MainQueue;
 class SetlistFiles;
 class SongSwitch;
+enum class StateRead;
 
 /// Keeps what was edited since the last save in the state folder, so that a crash, a power cut or a kill costs seconds
 /// of work, and offers it at the next start. No file of the user is touched.
@@ -29,9 +31,14 @@ class SongSwitch;
 /// Each run of the program has a file of its own there, "RUN.vrel", a setlist that can be opened as it is, and beside
 /// it "RUN.path" with the path of the setlist that it belongs to. Both go when the setlist is saved or given up.
 ///
-/// Within 6 seconds of an edit the songs are captured on the main thread, which waits for no plug-in: their states are
-/// asked for a second before. Encoding and writing are done on a thread of its own. A failure is one line, until
-/// a later attempt succeeds. Main thread.
+/// Nothing is done in Live mode; what was edited in it is kept after it. Else the songs are captured on the main
+/// thread when nothing was edited for 6 to 8 seconds, and after a minute of edits without such a pause, such as those
+/// of a pedal that is played; not while anything loads. No plug-in is asked for its state: an answer that is owed would
+/// be in the way of a save or a song switch. What is kept holds the state that each plug-in took or gave last, when it
+/// was loaded, saved or left by a song switch; only when the system ends the program are they asked.
+///
+/// Encoding and writing are done on a thread of its own. A failure is one line, until a later attempt succeeds. Main
+/// thread.
 class UnsavedEdits {
  public:
   struct Collaborators {
@@ -51,8 +58,10 @@ class UnsavedEdits {
     std::function<bool(const std::string& run)> isRunning;
   };
 
-  static constexpr double collectSeconds = 5;  // from an edit until the states are asked for
-  static constexpr double answerSeconds = 1;   // from then to the capture
+  static constexpr double checkSeconds = 2;
+  static constexpr int quietChecks = 4;      // after the last edit
+  static constexpr int mostChecks = 30;      // after the first one
+  static constexpr double offerSeconds = 1;  // until an offer that must wait is tried again
 
   /// All are borrowed. An empty directory means that there is no place for it.
   UnsavedEdits(const Collaborators& collaborators, std::filesystem::path directory, Runs runs);
@@ -61,9 +70,10 @@ class UnsavedEdits {
   UnsavedEdits(const UnsavedEdits&) = delete;
   UnsavedEdits& operator=(const UnsavedEdits&) = delete;
 
-  /// When the plug-ins are found, asks about each setlist that a run which has ended left behind, until one is opened.
-  /// Opened, it is edited and to be saved to its place; discarded, it is removed; without an answer it is offered again
-  /// at the next start.
+  /// Asks about each setlist that a run which has ended left behind, until one is opened: when the plug-ins are found,
+  /// outside Live mode and behind any other question. Opened, it is edited and to be saved to its place, after the
+  /// usual question where there are edits by then; discarded, it is removed; without an answer, or in Live mode, it is
+  /// offered again at the next start.
   void offer();
 
  private:
@@ -71,10 +81,13 @@ class UnsavedEdits {
   enum class Answer { open, discard, later };
 
   void noteEdit();
-  void askForStates();
-  void keep();
+  void checkLater();
+  void check();
+  void keep(StateRead read);
+  [[nodiscard]] Outcome write(const SetlistFile& setlist, const std::string& original) const;
   void settle();
-  void written(const std::optional<std::string>& failure);
+  void written(const std::optional<std::string>& failure, const std::vector<std::string>& adopted);
+  [[nodiscard]] bool mayOpen();
   [[nodiscard]] std::filesystem::path fileOf(const std::string& run) const;
   [[nodiscard]] std::filesystem::path pathFileOf(const std::string& run) const;
   [[nodiscard]] std::vector<std::string> endedRuns() const;
@@ -92,6 +105,8 @@ class UnsavedEdits {
   const Runs runs_;
   std::vector<std::string> adopted_;  // runs whose setlist is open here, until this run has kept it, too
   bool isScheduled_ = false;
+  int checks_ = 0;       // since the first edit
+  int checksQuiet_ = 0;  // since the last one
   bool hasEdits_ = false;
   bool isFailureLogged_ = false;
   std::vector<std::shared_ptr<void>> connections_;

@@ -7,12 +7,14 @@
 #include "channel/channel_values.h"
 #include "foundation/base64.h"
 #include "platform/console_output.h"
+#include "platform/state_answer.h"
 
 namespace vrel {
 
-std::optional<std::string> PluginState::stateText(AUAudioUnit& unit, const std::string& failurePrefix) {
-  auto state = unit.fullStateForDocument();
-  if (!state) {
+std::optional<std::string> PluginState::stateText(AUAudioUnit& unit, const std::string& failurePrefix, StateRead read) {
+  const auto* const known = read == StateRead::lastKnown ? dynamic_cast<StateAnswer*>(&unit) : nullptr;
+  auto state = known != nullptr ? known->lastKnownState() : unit.fullStateForDocument();
+  if (!state && known == nullptr) {
     state = unit.fullState();
   }
   if (!state) {
@@ -26,11 +28,11 @@ std::optional<std::string> PluginState::stateText(AUAudioUnit& unit, const std::
   return base64Encode(bytes.value());
 }
 
-std::optional<std::string> PluginState::captureAudioUnitState(AUAudioUnit& unit) {
-  return stateText(unit, "Failed to capture audio unit state: ");
+std::optional<std::string> PluginState::captureAudioUnitState(AUAudioUnit& unit, StateRead read) {
+  return stateText(unit, "Failed to capture audio unit state: ", read);
 }
 
-std::optional<std::string> PluginState::capturePluginState(const AudioChannel& channel) {
+std::optional<std::string> PluginState::capturePluginState(const AudioChannel& channel, StateRead read) {
   if (channel.pluginKind() == PluginPathKind::empty) {
     return std::nullopt;
   }
@@ -41,7 +43,7 @@ std::optional<std::string> PluginState::capturePluginState(const AudioChannel& c
   if (unit == nullptr) {
     return std::nullopt;
   }
-  return stateText(unit->auAudioUnit(), "Failed to capture plugin state for " + channel.name.get() + ": ");
+  return stateText(unit->auAudioUnit(), "Failed to capture plugin state for " + channel.name.get() + ": ", read);
 }
 
 void PluginState::requestStates(const AudioChannel& channel) {
@@ -53,7 +55,7 @@ void PluginState::requestStates(const AudioChannel& channel) {
   }
 }
 
-std::vector<AudioPluginSlot> PluginState::captureEffectSlots(const AudioChannel& channel) {
+std::vector<AudioPluginSlot> PluginState::captureEffectSlots(const AudioChannel& channel, StateRead read) {
   std::vector<AudioPluginSlot> captured;
   const auto& nodes = channel.effectNodes.get();
   for (const auto& slot : channel.effectSlots.get()) {
@@ -62,7 +64,10 @@ std::vector<AudioPluginSlot> PluginState::captureEffectSlots(const AudioChannel&
     }
     auto& copy = captured.emplace_back(slot);
     if (const auto entry = nodes.find(slot.id); entry != nodes.end()) {
-      copy.stateBase64 = captureAudioUnitState(entry->second->auAudioUnit());
+      auto state = captureAudioUnitState(entry->second->auAudioUnit(), read);
+      if (state || read == StateRead::now) {
+        copy.stateBase64 = std::move(state);
+      }
     }
   }
   return captured;
@@ -88,15 +93,15 @@ std::optional<PropertyListDictionary> PluginState::decodePluginState(const std::
   return std::move(*dictionary);
 }
 
-ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState) {
+ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState, StateRead read) {
   ChannelConfig record;
   record.name = channel.name.get();
   record.pluginPath = channel.pluginPath.get();
   storeStripValues(channel, record);
   storePlaybackValues(channel, record);
   record.visualClipMappings = channel.visualClipMappings.get();
-  record.pluginStateBase64 = pluginState.capturePluginState(channel);
-  record.effectSlots = pluginState.captureEffectSlots(channel);
+  record.pluginStateBase64 = pluginState.capturePluginState(channel, read);
+  record.effectSlots = pluginState.captureEffectSlots(channel, read);
   return record;
 }
 

@@ -14,6 +14,9 @@ class AudioChannel;
 class AUAudioUnit;
 class ConsoleOutput;
 
+/// Whether a plug-in is asked for its state, or what it took or gave last is used. One in this process is asked always.
+enum class StateRead { now, lastKnown };
+
 /// The sound of a plug-in as text for the document: base64 of a binary property list of the
 /// dictionary that the plug-in gives. Opaque: nothing in it is read or changed here.
 ///
@@ -28,28 +31,31 @@ class PluginState {
   void requestStates(const AudioChannel& channel);
 
   /// The unit's document state, or else its preset state; none when it has neither.
-  [[nodiscard]] std::optional<std::string> captureAudioUnitState(AUAudioUnit& unit);
+  [[nodiscard]] std::optional<std::string> captureAudioUnitState(AUAudioUnit& unit, StateRead read = StateRead::now);
 
   /// The state of the channel's instrument, or what one that has died left; none for a channel that hosts no plug-in.
-  [[nodiscard]] std::optional<std::string> capturePluginState(const AudioChannel& channel);
+  [[nodiscard]] std::optional<std::string> capturePluginState(const AudioChannel& channel,
+                                                              StateRead read = StateRead::now);
 
   /// The slots that hold something, each with the present state of its node; a slot without a node
   /// keeps the state it had, so that a plug-in missing on this machine loses nothing.
-  [[nodiscard]] std::vector<AudioPluginSlot> captureEffectSlots(const AudioChannel& channel);
+  [[nodiscard]] std::vector<AudioPluginSlot> captureEffectSlots(const AudioChannel& channel,
+                                                                StateRead read = StateRead::now);
 
   /// The dictionary that such a text holds; none for no text, empty text or anything else.
   [[nodiscard]] std::optional<PropertyListDictionary> decodePluginState(const std::optional<std::string>& text);
 
  private:
   /// `failurePrefix` begins the logged failure.
-  [[nodiscard]] std::optional<std::string> stateText(AUAudioUnit& unit, const std::string& failurePrefix);
+  [[nodiscard]] std::optional<std::string> stateText(AUAudioUnit& unit, const std::string& failurePrefix,
+                                                     StateRead read);
 
   NSPropertyListSerialization& propertyLists_;
   ConsoleOutput& console_;
 };
 
-/// The document's record of a live channel, with the state of its plug-ins at this moment. The record
-/// has an id of its own.
-[[nodiscard]] ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState);
+/// The document's record of a live channel, with the state of its plug-ins. The record has an id of its own.
+[[nodiscard]] ChannelConfig makeChannelConfig(const AudioChannel& channel, PluginState& pluginState,
+                                              StateRead read = StateRead::now);
 
 }  // namespace vrel

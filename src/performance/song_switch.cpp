@@ -65,19 +65,42 @@ void SongSwitch::requestStates() {
   }
 }
 
-void SongSwitch::capture(SongConfig& song) {
+void SongSwitch::capture(SongConfig& song, StateRead read) {
   song.songNotes = state_.songNotes.get();
   song.tempoBpm = state_.tempoBpm.get();
   song.keyboardStartNote = state_.keyboardStartNote.get();
   song.keyboardKeyCount = state_.keyboardKeyCount.get();
   song.masterChannelColor = engine_.masterChannel()->color.get();
-  song.masterEffectSlots = engine_.pluginState().captureEffectSlots(*engine_.masterChannel());
+  song.masterEffectSlots = engine_.pluginState().captureEffectSlots(*engine_.masterChannel(), read);
   song.channels.clear();
   for (const auto& channel : engine_.channels()) {
-    auto& record = song.channels.emplace_back(makeChannelConfig(*channel, engine_.pluginState()));
+    auto& record = song.channels.emplace_back(makeChannelConfig(*channel, engine_.pluginState(), read));
     if (amendRecord) {
       amendRecord(*channel, record);
     }
+  }
+}
+
+void SongSwitch::rememberSource(const AudioChannel& channel, const ChannelConfig& record) {
+  const auto kind = pluginPathKind(record.pluginPath);
+  if (kind != PluginPathKind::empty && !isInternal(kind)) {
+    auto& source = sources_[channel.id];
+    source.pluginPath = record.pluginPath;
+    source.pluginStateBase64 = record.pluginStateBase64;
+  }
+}
+
+void SongSwitch::captureSource(const AudioChannel& channel, ChannelConfig& record) const {
+  const auto status = channel.status.get();
+  const bool isMissing = channel.instrumentNode.get() == nullptr && status != ChannelStatus::noPlugin;
+  const auto source = sources_.find(channel.id);
+  if (!isMissing || source == sources_.end() ||
+      (!record.pluginPath.empty() && record.pluginPath != source->second.pluginPath)) {
+    return;
+  }
+  record.pluginPath = source->second.pluginPath;
+  if (!record.pluginStateBase64) {
+    record.pluginStateBase64 = source->second.pluginStateBase64;
   }
 }
 
@@ -86,13 +109,21 @@ void SongSwitch::captureCurrentSong() {
     return;
   }
   requestStates();
-  state_.songs.modify([this](std::vector<SongConfig>& songs) { capture(songs[*state_.selectedSongIndex.get()]); });
+  state_.songs.modify(
+      [this](std::vector<SongConfig>& songs) { capture(songs[*state_.selectedSongIndex.get()], StateRead::now); });
 }
 
-std::vector<SongConfig> SongSwitch::songsAsPlayed() {
+std::vector<SongConfig> SongSwitch::songsAsPlayed(StateRead read) {
   auto songs = state_.songs.get();
   if (isSongOnStage()) {
-    capture(songs[*state_.selectedSongIndex.get()]);
+    if (read == StateRead::now) {
+      requestStates();
+    }
+    auto& song = songs[*state_.selectedSongIndex.get()];
+    capture(song, read);
+    for (std::size_t index = 0; index < song.channels.size(); ++index) {
+      captureSource(*engine_.channels()[index], song.channels[index]);
+    }
   }
   return songs;
 }
@@ -115,6 +146,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   engine_.pluginPool().prewarmPlugins(state_.songs.get());
   engine_.decodeAhead(state_.songs.get(), static_cast<std::size_t>(index));
   engine_.removeAllChannels();
+  sources_.clear();
   for (const auto& record : song.channels) {
     buildChannel(record, token);
   }
@@ -157,7 +189,9 @@ void SongSwitch::buildChannel(const ChannelConfig& record, const Uuid& token) {
       completeLoads(loads, token);
     }
   };
-  builder_.load(builder_.addChannel(record), record, progress);
+  const auto channel = builder_.addChannel(record);
+  rememberSource(*channel, record);
+  builder_.load(channel, record, progress);
 }
 
 void SongSwitch::restoreMasterEffects(const std::vector<AudioPluginSlot>& slots, const Uuid& token) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <vector>
 
 #include "document/setlist.h"
@@ -21,6 +22,7 @@ class ConsoleOutput;
 struct ConsoleSelection;
 class HostClock;
 class MainQueue;
+enum class StateRead;
 
 /// Puts songs of the open setlist on stage: the channels of the previous one are removed and the new ones built in one
 /// pass, while their plug-ins load in the background.
@@ -65,10 +67,9 @@ class SongSwitch {
   /// Stores what is on stage in the selected song; nothing when there is none. Does not touch the dirty mark.
   void captureCurrentSong();
 
-  /// The songs with the one on stage as it is now, while the session's own stay as they were. Does not wait for
-  /// plug-ins whose states were asked for early enough.
-  [[nodiscard]] std::vector<SongConfig> songsAsPlayed();
-  void requestStates();
+  /// The songs with the one on stage as it is now, while the session's own stay as they were. A strip whose plug-in
+  /// is missing, has failed or still loads has the source and state that it was built from.
+  [[nodiscard]] std::vector<SongConfig> songsAsPlayed(StateRead read);
 
   /// Ends the switch of this token without its pending loads; nothing when another one has replaced it. Called by a
   /// timer after `songSwitchTimeoutSeconds`, and directly where no clock runs meanwhile.
@@ -81,7 +82,10 @@ class SongSwitch {
   [[nodiscard]] bool isUnderWay(const Uuid& token) const;
 
   [[nodiscard]] bool isSongOnStage() const;
-  void capture(SongConfig& song);
+  void requestStates();
+  void capture(SongConfig& song, StateRead read);
+  void captureSource(const AudioChannel& channel, ChannelConfig& record) const;
+  void rememberSource(const AudioChannel& channel, const ChannelConfig& record);
   void takeOver(const SongConfig& song);
   void sendToInstruments(std::uint8_t status);
   void buildChannel(const ChannelConfig& record, const Uuid& token);
@@ -95,6 +99,7 @@ class SongSwitch {
   ConsoleOutput& console_;
   ConsoleSelection& selection_;
   ChannelBuilder& builder_;
+  std::map<Uuid, ChannelConfig> sources_;  // plug-ins of the strips on stage when they were built, by strip
   LifeToken life_;
 };
 

@@ -35,16 +35,18 @@ class ScriptedUnitCore : public AUAudioUnit, public StateAnswer {
     if (stateRead) {
       stateRead();
     }
+    knownState = documentState;
     return documentState;
   }
   [[nodiscard]] bool missedState() const override { return isStateMissed; }
+  [[nodiscard]] std::optional<PropertyListDictionary> lastKnownState() const override { return knownState; }
   std::optional<PropertyListDictionary> fullState() override {
     ++presetStateReads;
     return presetState;
   }
   void setFullStateForDocument(const PropertyListDictionary& state) override {
     note("state");
-    documentState = state;
+    documentState = knownState = state;
   }
 
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { musicalContextBlock = std::move(block); }
@@ -73,6 +75,7 @@ class ScriptedUnitCore : public AUAudioUnit, public StateAnswer {
   AUHostMusicalContextBlock musicalContextBlock;
   AUHostTransportStateBlock transportStateBlock;
   std::optional<PropertyListDictionary> documentState;
+  std::optional<PropertyListDictionary> knownState;  // of `documentState`, what went in or came out last
   std::optional<PropertyListDictionary> presetState;
   std::shared_ptr<const AUParameterTree> parameters;
   std::map<AUParameterAddress, float> parameterValues;

@@ -3,70 +3,24 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
-#include <set>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
 #include <string>
-#include <vector>
 
-#include "console/setlist_files_stage.h"
+#include "console/unsaved_edits_stage.h"
 
 namespace vrel {
 namespace {
 
-using Names = std::vector<std::string>;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class EditsThatAreNotSaved : public SetlistFilesStage {
- protected:
-  static constexpr double afterKeeping = UnsavedEdits::collectSeconds + UnsavedEdits::answerSeconds + 0.1;
-  static constexpr std::size_t openButton = 0;
-  static constexpr std::size_t discardButton = 1;
-
-  void openGig() {
-    files.place(gig, setlistText({"One", "Two"}));
-    setlistFiles.loadSetlist(gig);
-    settle();
-    console.lines.clear();
-  }
-
-  void rename(const std::string& name) {
-    changeSong(0, [&](SongConfig& song) { song.name = name; });
-    state.markEdited();
-  }
-
-  void write() {
-    queues.queue("vrel.unsaved.edits").runAll();
-    settle();
-  }
-
-  void keep() {
-    mainQueue.advance(afterKeeping);
-    write();
-  }
-
-  /// What the next run of the program is asked with, and does.
-  std::unique_ptr<UnsavedEdits> startAgain(const std::string& run = "next") {
-    unsaved.reset();
-    return std::make_unique<UnsavedEdits>(
-        collaborators(), folder, UnsavedEdits::Runs{run, [this](const auto& name) { return running.contains(name); }});
-  }
-
-  UnsavedEdits::Collaborators collaborators() {
-    return {state, songSwitch, setlistFiles, mainQueue, queues, files, desktop, console};
-  }
-
-  const std::filesystem::path folder = "/home/me/state/unsaved";
-  const std::filesystem::path kept = folder / "first.vrel";
-  std::set<std::string> running;
-  std::unique_ptr<UnsavedEdits> unsaved = std::make_unique<UnsavedEdits>(
-      collaborators(), folder,
-      UnsavedEdits::Runs{"first", [this](const auto& name) { return running.contains(name); }});
-};
+class EditsThatAreNotSaved : public UnsavedEditsStage {};
 
 TEST_F(EditsThatAreNotSaved, AreKeptWithinTenSecondsAndTheFileIsNotTouched) {
-  static_assert(UnsavedEdits::collectSeconds + UnsavedEdits::answerSeconds < 10);
+  static_assert(UnsavedEdits::checkSeconds * UnsavedEdits::quietChecks < 10);
   openGig();
   const auto before = files.files.at(gig);
   rename("New");
@@ -126,7 +80,7 @@ TEST_F(EditsThatAreNotSaved, GoWithASave) {
 TEST_F(EditsThatAreNotSaved, AreNotKeptWhenASaveComesFirst) {
   openGig();
   rename("New");
-  mainQueue.advance(UnsavedEdits::collectSeconds + 0.1);
+  mainQueue.advance(UnsavedEdits::checkSeconds + 0.1);
   ASSERT_TRUE(setlistFiles.saveSetlist());
   keep();
   EXPECT_FALSE(files.files.contains(kept));
@@ -178,133 +132,6 @@ TEST_F(EditsThatAreNotSaved, GoWithAnotherSetlist) {
   EXPECT_FALSE(files.files.contains(kept));
 }
 
-TEST_F(EditsThatAreNotSaved, AreOfferedAfterACrashWithTheNamesOfTheirSongs) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  setlistFiles.newSetlist(false);
-  desktop.alertAnswers = {openButton};
-  next->offer();
-  ASSERT_EQ(desktop.alerts.size(), 1U);
-  EXPECT_EQ(desktop.alerts[0].messageText, "Open the unsaved edits of gig.vrel?");
-  EXPECT_THAT(desktop.alerts[0].informativeText, HasSubstr("New, Two"));
-  EXPECT_THAT(desktop.alerts[0].buttons, ElementsAre("Open", "Discard", "Later"));
-  EXPECT_EQ(songNames(), Names({"New", "Two"}));
-  EXPECT_EQ(state.currentFilePath.get(), gig);
-  EXPECT_TRUE(state.isDirty.get());
-}
-
-TEST_F(EditsThatAreNotSaved, AreKeptOnceMoreBeforeTheFormerOnesGo) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  desktop.alertAnswers = {openButton};
-  next->offer();
-  EXPECT_TRUE(files.files.contains(kept)) << "until this run has them";
-  keep();
-  EXPECT_EQ(namesOnDisk(folder / "next.vrel"), Names({"New", "Two"}));
-  EXPECT_FALSE(files.files.contains(kept));
-  EXPECT_FALSE(files.files.contains(folder / "first.path"));
-}
-
-TEST_F(EditsThatAreNotSaved, GoWithASaveThatComesSoonAfterTheyWereOpened) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  desktop.alertAnswers = {openButton};
-  next->offer();
-  ASSERT_TRUE(setlistFiles.saveSetlist());
-  write();
-  EXPECT_EQ(namesOnDisk(gig), Names({"New", "Two"}));
-  EXPECT_FALSE(files.files.contains(kept));
-}
-
-TEST_F(EditsThatAreNotSaved, GoWhenTheyAreDiscarded) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  desktop.alertAnswers = {discardButton};
-  next->offer();
-  EXPECT_FALSE(files.files.contains(kept));
-  EXPECT_FALSE(files.files.contains(folder / "first.path"));
-  next->offer();
-  EXPECT_EQ(desktop.alerts.size(), 1U) << "asked once";
-}
-
-TEST_F(EditsThatAreNotSaved, AreOfferedAgainWithoutAnAnswer) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  next->offer();
-  next->offer();
-  EXPECT_EQ(desktop.alerts.size(), 2U);
-  EXPECT_EQ(songNames(), Names({"New", "Two"})) << "nothing has changed";
-}
-
-TEST_F(EditsThatAreNotSaved, OfARunThatIsStillThereAreItsOwn) {
-  openGig();
-  rename("New");
-  keep();
-  running = {"first"};
-  auto next = startAgain();
-  next->offer();
-  EXPECT_THAT(desktop.alerts, IsEmpty());
-  EXPECT_TRUE(files.files.contains(kept));
-}
-
-TEST_F(EditsThatAreNotSaved, AreOfferedWhenThePluginsAreFound) {
-  files.place(folder / "a.vrel", setlistText({"A"}));
-  state.isLookingForPlugins.set(true);
-  auto next = startAgain();
-  next->offer();
-  settle();
-  EXPECT_THAT(desktop.alerts, IsEmpty());
-  desktop.alertAnswers = {openButton};
-  state.isLookingForPlugins.set(false);
-  EXPECT_THAT(desktop.alerts, IsEmpty()) << "behind a setlist that waited for them";
-  settle();
-  EXPECT_EQ(songNames(), Names({"A"}));
-}
-
-TEST_F(EditsThatAreNotSaved, OfSeveralRunsAreOfferedOneAfterTheOther) {
-  files.place(folder / "a.vrel", setlistText({"A"}));
-  files.place(folder / "b.vrel", setlistText({"B"}));
-  files.place(folder / "c.vrel", setlistText({"C"}));
-  auto next = startAgain();
-  desktop.alertAnswers = {discardButton, openButton};
-  next->offer();
-  EXPECT_EQ(desktop.alerts.size(), 2U);
-  EXPECT_EQ(songNames(), Names({"B"}));
-  EXPECT_FALSE(files.files.contains(folder / "a.vrel"));
-  EXPECT_TRUE(files.files.contains(folder / "c.vrel")) << "offered at the next start";
-}
-
-TEST_F(EditsThatAreNotSaved, OfASetlistWithoutAFileHaveNoPlace) {
-  setlistFiles.newSetlist(false);
-  rename("New");
-  keep();
-  EXPECT_FALSE(files.files.contains(folder / "first.path"));
-  auto next = startAgain();
-  desktop.alertAnswers = {openButton};
-  next->offer();
-  EXPECT_EQ(desktop.alerts.at(0).messageText, "Open the unsaved edits of an untitled setlist?");
-  EXPECT_EQ(state.currentFilePath.get(), std::nullopt);
-  EXPECT_TRUE(state.isDirty.get());
-}
-
-TEST_F(EditsThatAreNotSaved, ThatAreDamagedAreLoggedAndNotOffered) {
-  files.place(folder / "a.vrel", "{");
-  auto next = startAgain();
-  next->offer();
-  EXPECT_THAT(desktop.alerts, IsEmpty());
-  EXPECT_THAT(console.lines, ElementsAre(HasSubstr("Failed to read unsaved edits")));
-}
-
 TEST_F(EditsThatAreNotSaved, AFolderThatCannotBeWrittenIsOneLine) {
   openGig();
   files.placeDirectory(folder);
@@ -344,14 +171,192 @@ TEST_F(EditsThatAreNotSaved, APowerCutAtAnyStepLeavesTheFormerOnesOrTheNew) {
   }
 }
 
-TEST_F(EditsThatAreNotSaved, AreAskedForInTheLanguageOfTheSession) {
-  files.place(folder / "a.vrel", setlistText({"A"}));
-  files.place(folder / "a.path", gig.string());
-  auto next = startAgain();
-  state.language.set(Language::german);
-  next->offer();
-  EXPECT_EQ(desktop.alerts.at(0).messageText, "Nicht gespeicherte Änderungen von gig.vrel öffnen?");
-  EXPECT_THAT(desktop.alerts.at(0).buttons, ElementsAre("Öffnen", "Verwerfen", "Später"));
+TEST_F(EditsThatAreNotSaved, HoldTheLastKnownStatesAndNoPluginIsAsked) {
+  openPlayedGig();
+  answerAll();
+  for (auto* const unit : {&piano0(), &chorus0()}) {
+    unit->documentState = newTone;
+    unit->stateRequests = unit->documentStateReads = 0;
+  }
+  rename("New");
+  keep();
+  EXPECT_EQ(keptStrip().pluginPath, pianoKey);
+  EXPECT_EQ(stateIn(keptStrip().pluginStateBase64), tone) << "as it was loaded";
+  EXPECT_EQ(stateIn(keptStrip().effectSlots.at(0).stateBase64), tone);
+  for (auto* const unit : {&piano0(), &chorus0()}) {
+    EXPECT_EQ(unit->stateRequests, 0);
+    EXPECT_EQ(unit->documentStateReads, 0);
+  }
+  songSwitch.captureCurrentSong();
+  rename("Newer");
+  keep();
+  EXPECT_EQ(stateIn(keptStrip().pluginStateBase64), newTone) << "as it was captured";
+  EXPECT_EQ(stateIn(keptStrip().effectSlots.at(0).stateBase64), newTone);
+}
+
+TEST_F(EditsThatAreNotSaved, HoldThePresentStatesWhenTheSystemEndsTheProgram) {
+  openPlayedGig();
+  answerAll();
+  piano0().documentState = newTone;
+  rename("New");
+  unsaved.reset();
+  EXPECT_EQ(stateIn(keptStrip().pluginStateBase64), newTone);
+}
+
+TEST_F(EditsThatAreNotSaved, AreKeptWhenLiveModeEndsAndNotInIt) {
+  openPlayedGig();
+  answerAll();
+  rename("New");
+  state.isLiveModeEnabled.set(true);
+  const int reads = piano0().documentStateReads;
+  for (int edit = 0; edit < 20; ++edit) {
+    state.markEdited();
+    keep();
+  }
+  EXPECT_FALSE(files.directories.contains(folder));
+  EXPECT_EQ(piano0().documentStateReads, reads);
+  EXPECT_EQ(piano0().stateRequests, 0);
+  state.isLiveModeEnabled.set(false);
+  keep();
+  EXPECT_EQ(namesOnDisk(kept), Names({"New"}));
+}
+
+TEST_F(EditsThatAreNotSaved, CauseNothingAfterLiveModeWithoutAnEdit) {
+  openPlayedGig();
+  answerAll();
+  state.isLiveModeEnabled.set(true);
+  state.isLiveModeEnabled.set(false);
+  keep();
+  EXPECT_FALSE(files.directories.contains(folder));
+}
+
+TEST_F(EditsThatAreNotSaved, WithoutAPauseAreKeptOnceAMinute) {
+  openPlayedGig();
+  answerAll();
+  write();  // what the load has settled
+  int writes = 0;
+  for (int second = 0; second < 130; ++second) {
+    state.markEdited();  // a pedal that is played
+    mainQueue.advance(1);
+    writes += static_cast<int>(queues.queue("vrel.unsaved.edits").pendingCount());
+    write();
+  }
+  EXPECT_EQ(writes, 2);
+}
+
+TEST_F(EditsThatAreNotSaved, WaitForTheSongThatLoads) {
+  openPlayedGig();
+  rename("New");
+  keep();
+  EXPECT_FALSE(files.files.contains(kept));
+  answerAll();
+  keep();
+  EXPECT_EQ(namesOnDisk(kept), Names({"New"}));
+  EXPECT_EQ(keptStrip().pluginPath, pianoKey);
+}
+
+TEST_F(EditsThatAreNotSaved, WaitForAnInstrumentThatLoads) {
+  openGig();
+  state.beginLoadingSession(1, "Piano");
+  rename("New");
+  keep();
+  EXPECT_FALSE(files.files.contains(kept));
+  state.completeOneLoad();
+  mainQueue.advance(10);
+  write();
+  EXPECT_EQ(namesOnDisk(kept), Names({"New", "Two"}));
+}
+
+TEST_F(EditsThatAreNotSaved, OfAStripThatStillLoadsAtTheEndHaveItsSource) {
+  openPlayedGig();
+  rename("New");
+  unsaved.reset();
+  EXPECT_EQ(keptStrip().pluginPath, pianoKey);
+  EXPECT_EQ(keptStrip().pluginStateBase64, storedState);
+}
+
+TEST_F(EditsThatAreNotSaved, KeepThePluginThatIsNotInstalled) {
+  const std::string missingKey = "aucd:1635085685:99:20";
+  openPlayedGig(missingKey);
+  answerAll();
+  ASSERT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+  strip(0).name.set("Renamed");
+  rename("New");
+  keep();
+  EXPECT_EQ(keptStrip().name, "Renamed");
+  EXPECT_EQ(keptStrip().pluginPath, missingKey);
+  EXPECT_EQ(keptStrip().pluginStateBase64, storedState);
+}
+
+TEST_F(EditsThatAreNotSaved, KeepThePluginThatFailedToLoad) {
+  openPlayedGig();
+  while (!units.requests.empty()) {
+    units.answer(0, nullptr, Error{"no room"});
+    settle();
+  }
+  ASSERT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+  rename("New");
+  keep();
+  EXPECT_EQ(keptStrip().pluginPath, pianoKey);
+  EXPECT_EQ(keptStrip().pluginStateBase64, storedState);
+  EXPECT_EQ(keptStrip().effectSlots.at(0).stateBase64, storedState);
+}
+
+TEST_F(EditsThatAreNotSaved, OfAnInstrumentThatWasRemovedHaveNone) {
+  openPlayedGig();
+  answerAll();
+  engine->instruments().unloadInstrument(strip(0));
+  state.markEdited();
+  keep();
+  EXPECT_EQ(keptStrip().pluginPath, "");
+  EXPECT_EQ(keptStrip().pluginStateBase64, std::nullopt);
+}
+
+TEST_F(EditsThatAreNotSaved, NeverHaveThePlaceOfAnotherSetlistAfterAPowerCut) {
+  const std::filesystem::path other = "/home/me/other.vrel";
+  openGig();
+  rename("New");
+  keep();
+  const auto disk = files;
+  bool wasCut = true;
+  for (std::size_t steps = 0; wasCut; ++steps) {
+    static_cast<simulation::SimulatedFileManager&>(files) = disk;
+    files.stepsTaken = 0;
+    files.stepsBeforePowerCut = steps;
+    state.currentFilePath.set(other);
+    rename("Newer");
+    keep();
+    wasCut = files.isPowerCut();
+    files.bringPowerBack();
+    const auto path = files.files.find(folder / "first.path");
+    const auto names = namesOnDisk(kept);
+    ASSERT_TRUE(names) << steps;
+    if (path != files.files.end()) {
+      EXPECT_EQ(path->second, names->at(0) == "New" ? gig.string() : other.string()) << steps;
+    }
+    EXPECT_TRUE(wasCut || path != files.files.end());
+  }
+}
+
+TEST_F(EditsThatAreNotSaved, LoseTheirPlaceWithASetlistThatHasNone) {
+  openGig();
+  rename("New");
+  keep();
+  ASSERT_TRUE(files.files.contains(folder / "first.path"));
+  state.currentFilePath.set(std::nullopt);
+  rename("Newer");
+  keep();
+  EXPECT_FALSE(files.files.contains(folder / "first.path"));
+}
+
+TEST_F(EditsThatAreNotSaved, AreNotKeptAfterAnAgreedEnd) {
+  openGig();
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.confirmTermination();
+  rename("New");
+  keep();
+  unsaved.reset();
+  EXPECT_FALSE(files.files.contains(kept));
 }
 
 }  // namespace

@@ -58,6 +58,7 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   void requestFullStateForDocument() override;
   [[nodiscard]] std::optional<PropertyListDictionary> fullStateForDocument() override;
   [[nodiscard]] bool missedState() const override { return missedState_; }
+  [[nodiscard]] std::optional<PropertyListDictionary> lastKnownState() const override { return lastState_; }
   [[nodiscard]] std::optional<PropertyListDictionary> fullState() override { return std::nullopt; }
   void setFullStateForDocument(const PropertyListDictionary& state) override;
   void setMusicalContextBlock(AUHostMusicalContextBlock block) override { processor_->time().set(std::move(block)); }
