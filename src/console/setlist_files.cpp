@@ -89,8 +89,18 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
       copies_(collaborators.copies) {
   pluginsFollowed_ = state_.isLookingForPlugins.changed.connect([this](bool isLooking) {
     if (!isLooking && awaitingPlugins_) {
-      state_.finishLoadingSession();
-      loadSetlist(*std::exchange(awaitingPlugins_, std::nullopt));
+      const AwaitingPlugins awaited = *awaitingPlugins_;
+      stopAwaitingPlugins();
+      if (!awaited.isEditedMeanwhile) {
+        loadSetlist(awaited.path);
+      } else if (!askedToOpen_) {  // whose question is about a newer one
+        openRecentSetlist(awaited.path);
+      }
+    }
+  });
+  editsFollowed_ = state_.edited.connect([this] {
+    if (awaitingPlugins_) {
+      awaitingPlugins_->isEditedMeanwhile = true;
     }
   });
 }
@@ -99,6 +109,7 @@ void SetlistFiles::newSetlist(bool confirm) {
   if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_) || (confirm && !confirmSetlistChange())) {
     return;
   }
+  stopAwaitingPlugins();
   engine_.removeAllChannels();
   SongConfig song;
   song.name = newSongName;
@@ -151,8 +162,16 @@ void SetlistFiles::openNewestCopy() {
 }
 
 void SetlistFiles::loadWhenPluginsAreFound(const std::filesystem::path& path) {
-  if (!std::exchange(awaitingPlugins_, path)) {
+  if (!awaitingPlugins_ || awaitingPlugins_->loadingSession != state_.loadingSessionToken.get()) {
     state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
+  }
+  awaitingPlugins_ = {path, state_.loadingSessionToken.get()};
+}
+
+void SetlistFiles::stopAwaitingPlugins() {
+  const auto awaited = std::exchange(awaitingPlugins_, std::nullopt);
+  if (awaited && awaited->loadingSession == state_.loadingSessionToken.get()) {
+    state_.finishLoadingSession();
   }
 }
 
@@ -186,6 +205,7 @@ void SetlistFiles::openUnsaved(SetlistFile setlist, const std::optional<std::fil
 }
 
 void SetlistFiles::showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path) {
+  stopAwaitingPlugins();
   damagedSetlist.set(std::nullopt);
   state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
   state_.songs.set(std::move(setlist.songs));

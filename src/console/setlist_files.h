@@ -8,6 +8,7 @@
 
 #include "foundation/observable.h"
 #include "foundation/result.h"
+#include "foundation/uuid.h"
 
 namespace vrel {
 
@@ -65,7 +66,8 @@ class SetlistFiles {
 
   /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there. A copy
   /// takes the place of the setlist that it was made of, and counts as edited. While plug-ins are being looked for it
-  /// waits for them, behind the loading modal; the last one asked for is the one that is read then.
+  /// waits for them, behind the loading modal; the last one asked for is the one that is read then, after the
+  /// question if there are edits since. It is not read when another setlist has been shown meanwhile.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Puts a setlist on stage that was never saved as it is, to be saved to this place; none when it has no file yet.
@@ -101,6 +103,14 @@ class SetlistFiles {
   void showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path);
   void offerCopyOf(const std::filesystem::path& path);
   void loadWhenPluginsAreFound(const std::filesystem::path& path);
+  void stopAwaitingPlugins();
+
+  /// The setlist to be read when the plug-ins are found.
+  struct AwaitingPlugins {
+    std::filesystem::path path;
+    Uuid loadingSession;  // that was begun for it; it may have timed out
+    bool isEditedMeanwhile = false;
+  };
 
   AppState& state_;
   AudioEngine& engine_;
@@ -110,9 +120,10 @@ class SetlistFiles {
   ConsoleOutput& console_;
   SetlistCopies& copies_;
   bool isEndAgreed_ = false;
-  std::optional<std::filesystem::path> askedToOpen_;      // while its question is open
-  std::optional<std::filesystem::path> awaitingPlugins_;  // the setlist to be read then
+  std::optional<std::filesystem::path> askedToOpen_;  // while its question is open
+  std::optional<AwaitingPlugins> awaitingPlugins_;
   std::shared_ptr<void> pluginsFollowed_;
+  std::shared_ptr<void> editsFollowed_;
 };
 
 }  // namespace vrel

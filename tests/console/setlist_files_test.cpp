@@ -74,6 +74,39 @@ TEST_F(SetlistOnDisk, OfTwoThatWaitForPluginsTheLastIsOpened) {
   EXPECT_EQ(state.recentFiles.get(), Paths{other});
 }
 
+TEST_F(SetlistOnDisk, ThatWaitsForPluginsIsNotOpenedAfterANewOne) {
+  files.place(gig, setlistText({"One"}));
+  state.isLookingForPlugins.set(true);
+  setlistFiles.loadSetlist(gig);
+  setlistFiles.newSetlist(false);
+  settle();
+  EXPECT_FALSE(state.showLoadingModal.get());
+  state.isLookingForPlugins.set(false);
+  settle();
+  EXPECT_EQ(songNames(), Names{"01. Untitled Song"});
+  EXPECT_EQ(state.currentFilePath.get(), std::nullopt);
+}
+
+TEST_F(SetlistOnDisk, ThatWaitsForPluginsIsNotOpenedAfterUnsavedEdits) {
+  files.place(gig, setlistText({"One"}));
+  state.isLookingForPlugins.set(true);
+  setlistFiles.loadSetlist(gig);
+  setlistFiles.openUnsaved(readSetlist(setlistText({"Kept"})).value(), std::nullopt);
+  state.isLookingForPlugins.set(false);
+  settle();
+  EXPECT_EQ(songNames(), Names{"Kept"});
+}
+
+TEST_F(SetlistOnDisk, ThatWaitedForPluginsEndsNoOtherLoadingSession) {
+  state.isLookingForPlugins.set(true);
+  setlistFiles.loadSetlist(gig);
+  mainQueue.advance(31);
+  state.beginLoadingSession(1, "Other");
+  state.isLookingForPlugins.set(false);  // there is no such file
+  EXPECT_TRUE(state.showLoadingModal.get());
+  EXPECT_EQ(state.loadingMessage.get(), "Other");
+}
+
 TEST_F(SetlistOnDisk, WhatIsOnStageIsNotCapturedIntoTheSetlistThatComes) {
   openGig();
   state.songNotes.set("of the old one");

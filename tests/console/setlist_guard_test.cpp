@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -162,6 +163,56 @@ TEST_F(SetlistGuard, TheProgramDoesNotEndOnASaveThatFailsOrIsCancelled) {
   setlistFiles.confirmTermination();
   EXPECT_EQ(desktop.terminationReplies, (std::vector<bool>{false, false}));
   EXPECT_EQ(desktop.savePanels.size(), 1U);
+}
+
+TEST_F(SetlistGuard, AsksBeforeASetlistThatWaitedForPluginsReplacesEditsSince) {
+  openGig();
+  files.place(other, setlistText({"Three"}));
+  for (const bool mayOpen : {false, true}) {
+    state.isLookingForPlugins.set(true);
+    setlistFiles.loadSetlist(other);
+    mainQueue.advance(31);
+    EXPECT_FALSE(state.showLoadingModal.get());
+    state.markEdited();
+    desktop.alerts.clear();
+    desktop.alertAnswers = {mayOpen ? doNotSaveButton : cancelButton};
+    state.isLookingForPlugins.set(false);
+    settle();
+    ASSERT_EQ(desktop.alerts.size(), 1U);
+    EXPECT_EQ(desktop.alerts[0].messageText, "Guardar cambios en el setlist actual?");
+    EXPECT_EQ(songNames(), mayOpen ? Names{"Three"} : (Names{"One", "Two"}));
+    EXPECT_EQ(state.isDirty.get(), !mayOpen);
+  }
+}
+
+TEST_F(SetlistGuard, DoesNotAskAgainForEditsThatWereGivenUpBeforePluginsWereFound) {
+  openGig();
+  files.place(other, setlistText({"Three"}));
+  state.markEdited();
+  state.isLookingForPlugins.set(true);
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.openRecentSetlist(other);
+  state.isLookingForPlugins.set(false);
+  settle();
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Three"});
+}
+
+TEST_F(SetlistGuard, AsksOnceWhenPluginsAreFoundWhileItAsksAboutANewerSetlist) {
+  openGig();
+  files.place(other, setlistText({"Three"}));
+  const std::filesystem::path newest = "/home/me/newest.vrel";
+  files.place(newest, setlistText({"Four"}));
+  state.isLookingForPlugins.set(true);
+  setlistFiles.loadSetlist(other);
+  mainQueue.advance(31);
+  state.markEdited();
+  desktop.whileAsking = [this] { state.isLookingForPlugins.set(false); };
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.openRecentSetlist(newest);
+  settle();
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Four"});
 }
 
 }  // namespace

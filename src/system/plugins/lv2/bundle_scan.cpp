@@ -4,7 +4,9 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,7 +19,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <optional>
+#include <set>
+#include <stop_token>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -62,7 +67,10 @@ bool readSome(int file, std::string& bytes) {
 class ScanHelper {
  public:
   ScanHelper() = default;
-  ~ScanHelper() { (void)end(); }
+  ~ScanHelper() {
+    kill();
+    (void)end();
+  }
   ScanHelper(const ScanHelper&) = delete;
   ScanHelper& operator=(const ScanHelper&) = delete;
 
@@ -149,9 +157,14 @@ class ScanHelper {
     sigset_t signals;
     sigfillset(&signals);
     posix_spawnattr_setsigdefault(&attributes, &signals);
+    // What ends the program, from a terminal or at a logout, must not look like a bundle that ends its helper.
     sigemptyset(&signals);
+    for (const int asked : {SIGTERM, SIGHUP, SIGINT}) {
+      sigaddset(&signals, asked);
+    }
     posix_spawnattr_setsigmask(&attributes, &signals);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     std::string name = program;
     std::string role = scanRoleName;
     const std::array<char*, 3> arguments{name.data(), role.data(), nullptr};
@@ -166,27 +179,48 @@ class ScanHelper {
   std::string bytes_;  // not taken yet
 };
 
+/// A stop that can be waited for together with the helpers.
+class StopEvent {
+ public:
+  explicit StopEvent(const std::stop_token& stop) : stop_(stop) {
+    callback_.emplace(stop, [this] { (void)writeAll(file_, one); });
+  }
+  ~StopEvent() {
+    callback_.reset();  // it uses the file
+    if (file_ >= 0) {
+      ::close(file_);
+    }
+  }
+  StopEvent(const StopEvent&) = delete;
+  StopEvent& operator=(const StopEvent&) = delete;
+
+  [[nodiscard]] bool isAskedFor() const { return stop_.stop_requested(); }
+
+  /// Readable from then on; -1 where the system has none, and a stop waits for a helper's next answer.
+  [[nodiscard]] int file() const { return file_; }
+
+ private:
+  static constexpr std::string_view one{"\1\0\0\0\0\0\0\0", sizeof(std::uint64_t)};
+
+  const std::stop_token stop_;
+  const int file_ = ::eventfd(0, EFD_CLOEXEC);
+  std::optional<std::stop_callback<std::function<void()>>> callback_;
+};
+
 /// Many bundles, and what is known of them by now.
 class SharedScan {
  public:
   SharedScan(const std::vector<std::filesystem::path>& folders, const ScanHelpers& helpers)
-      : folders_(folders), helpers_(helpers), records_(folders.size()) {}
+      : folders_(folders), helpers_(helpers), records_(folders.size()), stop_(helpers.stop) {}
 
-  [[nodiscard]] std::vector<std::size_t> missing() const {
-    std::vector<std::size_t> indices;
-    for (std::size_t index = 0; index < records_.size(); ++index) {
-      if (!records_[index]) {
-        indices.push_back(index);
-      }
-    }
-    return indices;
-  }
-
-  /// Reads what is missing, and leaves out what has ended a helper. False when no helper is of any use.
+  /// Reads what is missing, and leaves out what has ended a helper. False when that is all, or no helper is of any use.
   bool readInHelpers() {
     const auto indices = missing();
+    if (indices.empty() || stop_.isAskedFor()) {
+      return false;
+    }
     const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
-    std::vector<ScanHelper> running(std::min(cores, indices.size()));
+    std::vector<ScanHelper> running(indices.size() < fewestForSeveralHelpers ? 1 : std::min(cores, indices.size()));
     for (std::size_t at = 0; at < indices.size(); ++at) {
       running[at % running.size()].share.push_back(indices[at]);
     }
@@ -196,6 +230,9 @@ class SharedScan {
       }
     }
     collect(running);
+    if (stop_.isAskedFor()) {
+      return false;
+    }
     bool isOfUse = false;
     for (ScanHelper& helper : running) {
       const bool isKilled = helper.end();
@@ -207,15 +244,26 @@ class SharedScan {
     return isOfUse;
   }
 
-  [[nodiscard]] std::vector<BundleRecord> take() {
-    std::vector<BundleRecord> all;
-    for (std::size_t index = 0; index < records_.size(); ++index) {
-      all.push_back(records_[index] ? std::move(*records_[index]) : readHere(folders_[index]));
+  [[nodiscard]] std::vector<std::optional<BundleRecord>> take() {
+    for (const std::size_t index : missing()) {
+      if (!stop_.isAskedFor()) {
+        records_[index] = readHere(folders_[index]);
+      }
     }
-    return all;
+    return std::move(records_);
   }
 
  private:
+  [[nodiscard]] std::vector<std::size_t> missing() const {
+    std::vector<std::size_t> indices;
+    for (std::size_t index = 0; index < records_.size(); ++index) {
+      if (!records_[index] && !leftOut_.contains(index)) {
+        indices.push_back(index);
+      }
+    }
+    return indices;
+  }
+
   void collect(std::vector<ScanHelper>& running) {
     for (;;) {
       std::vector<pollfd> outputs;
@@ -226,19 +274,20 @@ class SharedScan {
           owners.push_back(&helper);
         }
       }
-      const int ready = outputs.empty() ? 0 : ::poll(outputs.data(), outputs.size(), longestSilenceMilliseconds);
-      if (ready == 0) {
-        break;
-      }
-      for (std::size_t at = 0; ready > 0 && at < outputs.size(); ++at) {
+      outputs.push_back({stop_.file(), POLLIN, 0});
+      const int ready = owners.empty() ? 0 : ::poll(outputs.data(), outputs.size(), longestSilenceMilliseconds);
+      for (std::size_t at = 0; ready > 0 && at < owners.size(); ++at) {
         if (outputs[at].revents != 0) {
           take(*owners[at]);
         }
       }
+      if (ready == 0 || stop_.isAskedFor()) {
+        break;
+      }
     }
     for (const ScanHelper& helper : running) {
       if (helper.output() >= 0) {
-        helper.kill();  // it hangs
+        helper.kill();  // it hangs, or is not needed any more
       }
     }
   }
@@ -251,29 +300,31 @@ class SharedScan {
   }
 
   void leaveOut(std::size_t index) {
-    BundleRecord& record = records_[index].emplace();
-    record.folder = folders_[index].string();
-    record.files = dataFilesOf(folders_[index]);
+    leftOut_.insert(index);
     if (helpers_.log) {
-      helpers_.log("A plug-in bundle is left out, since its data cannot be read: " + record.folder);
+      helpers_.log("A plug-in bundle is left out, since its data cannot be read: " + folders_[index].string());
     }
   }
 
   const std::vector<std::filesystem::path>& folders_;
   const ScanHelpers& helpers_;
   std::vector<std::optional<BundleRecord>> records_;
+  std::set<std::size_t> leftOut_;
+  const StopEvent stop_;
 };
 
 }  // namespace
 
-std::vector<BundleRecord> readBundles(const std::vector<std::filesystem::path>& folders, const ScanHelpers& helpers) {
+std::vector<std::optional<BundleRecord>> readBundles(const std::vector<std::filesystem::path>& folders,
+                                                     const ScanHelpers& helpers) {
   SharedScan scan(folders, helpers);
-  while (!helpers.program.empty() && scan.missing().size() >= fewestForHelpers && scan.readInHelpers()) {
+  while (!helpers.program.empty() && scan.readInHelpers()) {
   }
   return scan.take();
 }
 
 int serveScan() {
+  (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a library that hangs does not see that nobody reads any more
   (void)::setpriority(PRIO_PROCESS, 0, helperNiceness);
   std::string names;
   while (readSome(STDIN_FILENO, names)) {

@@ -67,6 +67,7 @@ void Lv2World::begin(std::function<void()> find) {
 }
 
 Lv2World::~Lv2World() {
+  stopScan_.request_stop();
   scanned_.wait();
   // Posted last: released units may still be in the queue, and need both to the end.
   thread_.post([library = library_, urids = std::shared_ptr<UridMap>(std::move(urids_))] { lilv_world_free(library); });
@@ -178,11 +179,15 @@ void Lv2World::scan(const ScanSettings& settings) {
       records.emplace_back();
     }
   }
-  auto read = readBundles(changed, {settings.helperProgram, settings.log});
-  bundlesRead_ = read.size();
+  auto read = readBundles(changed, {settings.helperProgram, settings.log, stopScan_.get_token()});
   for (std::size_t index = 0; index < read.size(); ++index) {
-    records[places[index]] = std::move(read[index]);
+    if (read[index]) {
+      records[places[index]] = std::move(*read[index]);
+      ++bundlesRead_;
+    }
   }
+  // Those without a record are not kept either, so that the next scan tries them again.
+  std::erase_if(records, [](const BundleRecord& record) { return record.folder.empty(); });
   if (bundlesRead_ > 0 || !known.empty()) {
     // Behind the scan, which nobody waits for any more then.
     thread_.post([cache, records] { cache->store(records); });

@@ -8,7 +8,8 @@
 // reads a finished list; while the scan, begun on opening, still runs, it waits or has none, as the settings say.
 // The scan reads the bundles that have changed since the last one, see ScanCache; what the library itself knows of a
 // plug-in is read when the plug-in is first used.
-// Ownership: held by the application and by every unit made from it; closes with the last of them.
+// Ownership: held by the application and by every unit made from it; closes with the last of them, and ends the scan,
+// which keeps what it has read by then.
 // Failure: a bundle that cannot be read, or whose plug-in has no audio output, is left out of the
 // list; the others are not touched by it. The scan reads data only: no code of a plug-in runs before it is
 // instantiated. Behind the scan the scratch folders of programs that were killed are removed.
@@ -20,6 +21,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -123,6 +125,7 @@ class Lv2World final : public AVAudioUnitComponentManager, public std::enable_sh
   std::set<std::string> askedFor_;                                 // URIs that the library knows; world thread
   std::vector<std::shared_ptr<const PluginDescription>> plugins_;  // written by the scan only
   std::size_t bundlesRead_ = 0;                                    // written by the scan only
+  std::stop_source stopScan_;
   std::shared_future<void> scanned_;
   SerialThread thread_{SerialThread::AtEnd::runWork};  // ends first, and runs what is still posted
 };

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -68,6 +70,14 @@ class KeptScan : public testing::Test {
     }
     found.lines = *lines;
     return found;
+  }
+
+  /// A helper that does something before it reads the bundles, with their names in the file $names.
+  void useHelper(const std::string& before) {
+    helper_ = folder_.path() / "helper";
+    writeText(helper_, "#!/bin/bash\nnames=$(mktemp " + folder_.path().string() + "/XXXXXX)\ncat > $names\n" + before +
+                           "\nexec " VREL_PLUGIN_HOST_PROGRAM " \"$@\" < $names\n");
+    fs::permissions(helper_, fs::perms::owner_all);
   }
 
   struct Files {
@@ -211,23 +221,56 @@ TEST_F(KeptScan, APluginOfTheListIsReadWhenItIsUsed) {
   EXPECT_EQ(Player(made.unit).block(16).left, std::vector<float>(16, 0.25F));
 }
 
-/// Enough bundles that helpers are worth it; the first that each helper gets is called "00".
+TEST_F(KeptScan, OfAFewBundlesLosesNoneToAnotherThatEndsTheHelper) {
+  bundles_.writePlugin("third");
+  useHelper("echo >> " + (folder_.path() / "started").string() +
+            "\nif head -z -n 1 $names | grep -q /first.lv2; then kill -SEGV $$; fi");
+  const Found found = scan();
+  EXPECT_THAT(found.names, ElementsAre("second", "third"));
+  EXPECT_THAT(found.lines, ElementsAre(HasSubstr("/first.lv2")));
+  EXPECT_EQ(textOf(folder_.path() / "started"), "\n\n") << "one helper, and one more after it";
+}
+
+TEST_F(KeptScan, LosesNoBundleToASignalThatEndsTheProgram) {
+  useHelper("for signal in TERM HUP INT; do kill -$signal $$; done\ncut -d ' ' -f 5 /proc/$$/stat > " +
+            (folder_.path() / "group").string());
+  const Found found = scan();
+  EXPECT_THAT(found.names, ElementsAre("first", "second"));
+  EXPECT_THAT(found.lines, IsEmpty());
+  const std::string group = textOf(folder_.path() / "group");
+  ASSERT_THAT(group, testing::EndsWith("\n")) << "a helper has read them";
+  EXPECT_NE(group, std::to_string(getpgrp()) + "\n") << "what is sent to the terminal's programs is not sent to it";
+}
+
+TEST_F(KeptScan, StopsWithTheWorldAndKeepsWhatItHasRead) {
+  const fs::path hangs = folder_.path() / "hangs";
+  ASSERT_EQ(mkfifo(hangs.c_str(), 0600), 0);
+  useHelper("head -z -n 1 $names > $names.1\n" VREL_PLUGIN_HOST_PROGRAM " \"$@\" < $names.1\necho > " + hangs.string() +
+            "\nexec sleep 600");
+  std::vector<std::string> lines;
+  auto world = Lv2World::open({.isAwaited = false,
+                               .files = files_,
+                               .cacheFile = file_,
+                               .helperProgram = helper_,
+                               .log = [&lines](const std::string& line) { lines.push_back(line); }});
+  EXPECT_EQ(textOf(hangs), "\n");
+  world.reset();
+  EXPECT_THAT(lines, IsEmpty()) << "it has not waited for the helper";
+  helper_.clear();
+  const Found next = scan();
+  EXPECT_EQ(next.bundlesRead, 1U);
+  EXPECT_THAT(next.names, ElementsAre("first", "second"));
+}
+
+/// Enough bundles that several helpers are worth it; the first that each helper gets is called "00".
 class SharedOutScan : public KeptScan {
  protected:
   SharedOutScan() {
-    for (std::size_t number = 0; number < 2 * fewestForHelpers; ++number) {
+    for (std::size_t number = 0; number < 2 * fewestForSeveralHelpers; ++number) {
       names_.push_back((number < 10 ? "0" : "") + std::to_string(number));
       bundles_.writePlugin(names_.back());
     }
     names_.insert(names_.end(), {"first", "second"});
-  }
-
-  /// A helper that does something before it reads the bundles, with their names in the file $names.
-  void useHelper(const std::string& before) {
-    helper_ = folder_.path() / "helper";
-    writeText(helper_, "#!/bin/sh\nnames=$(mktemp " + folder_.path().string() + "/XXXXXX)\ncat > $names\n" + before +
-                           "\nexec " VREL_PLUGIN_HOST_PROGRAM " \"$@\" < $names\n");
-    fs::permissions(helper_, fs::perms::owner_all);
   }
 
   std::vector<std::string> names_;
@@ -247,14 +290,17 @@ TEST_F(SharedOutScan, FindsAllThatAScanInOneProcessFinds) {
   EXPECT_EQ(textOf(file_), kept);
 }
 
-TEST_F(SharedOutScan, LeavesOutTheBundleThatEndsAHelper) {
+TEST_F(SharedOutScan, LeavesOutTheBundleThatEndsAHelperUntilTheNextStart) {
   useHelper("if head -z -n 1 $names | grep -q /00.lv2; then kill -SEGV $$; fi");
   const Found found = scan();
   names_.erase(names_.begin());
   EXPECT_EQ(found.names, names_);
   EXPECT_THAT(found.lines, ElementsAre(HasSubstr("/00.lv2")));
   helper_.clear();
-  EXPECT_EQ(scan().bundlesRead, 0U) << "not before it changes";
+  const Found next = scan();
+  EXPECT_EQ(next.bundlesRead, 1U) << "it is tried again";
+  EXPECT_THAT(next.names, testing::Contains("00"));
+  EXPECT_EQ(scan().bundlesRead, 0U);
 }
 
 TEST_F(SharedOutScan, GoesOnHereWhenAHelperIsOfNoUse) {
