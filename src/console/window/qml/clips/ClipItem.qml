@@ -80,7 +80,8 @@ Item {
                 text: item.entry.fileName === "" ? item.desk.texts.playbackNoFileSelected : item.entry.fileName
                 color: item.entry.fileName === "" ? Theme.quietInk : Theme.ink
                 font.pixelSize: Theme.smallText
-                elide: Text.ElideMiddle
+                elide: item.entry.fileName === "" ? Text.ElideNone : Text.ElideMiddle
+                wrapMode: item.entry.fileName === "" ? Text.Wrap : Text.NoWrap
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }
