@@ -160,6 +160,10 @@ TEST_F(Arranging, AStripThatIsMovedOutOfSightIsFollowed) {
   ASSERT_TRUE(driver.eventually([this] { return driver.value("gain0", "activeFocus").toBool(); }));
   for (int step = 0; step < 11; ++step) {
     driver.key("alt+Right");
+    ASSERT_TRUE(driver.eventually([this, step] {
+      return driver.strip(step + 1).name() == QLatin1String("Piano Lead") &&
+             driver.value("gain" + std::to_string(step + 1), "activeFocus").toBool();
+    })) << step;
   }
   EXPECT_TRUE(driver.eventually([this] {
     const auto* const strip = driver.find("strip11");
