@@ -2,7 +2,6 @@
 // Editors under a window manager as it is.
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -23,9 +22,6 @@ class UnderAWindowManager : public EditorStage {
   }
 
   void SetUp() override {
-    if (std::system("command -v jwm >/dev/null") != 0) {
-      GTEST_SKIP() << "jwm is not installed";
-    }
     std::ofstream(folder_ / "settings") << "<?xml version=\"1.0\"?><JWM></JWM>";
     manager_.start({"jwm", "-f", folder_ / "settings"}, folder_ / "log");
     ASSERT_TRUE(comes([&] { return desktop.hasWindowManager(); }));

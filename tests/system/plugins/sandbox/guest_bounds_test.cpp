@@ -192,9 +192,6 @@ TEST_F(GuestBounds, ADisplayThatDoesNotAnswerCountsAsNone) {
 }
 
 TEST_F(GuestBounds, WhatAnEditorSaysToAGuestThatDoesNotReadIsDropped) {
-  if constexpr (!isGuestMemoryBounded) {
-    GTEST_SKIP() << "a sanitizer keeps memory that is free";
-  }
   constexpr std::size_t messageBytes = std::size_t{1} << 18U;
   constexpr std::size_t messages = 512;
   const auto unit = make("urn:vrel:zoo:window").unit;
@@ -206,7 +203,9 @@ TEST_F(GuestBounds, WhatAnEditorSaysToAGuestThatDoesNotReadIsDropped) {
   for (std::size_t count = 0; count < messages; ++count) {
     guest.send(MessageKind::editorAtom, Bytes(messageBytes, 0xFF));
   }
-  EXPECT_TRUE(happens([&] { return residentBytes() < before + messages * messageBytes / 4; }));
+  if constexpr (isGuestMemoryBounded) {  // a sanitizer keeps memory that is free
+    EXPECT_TRUE(happens([&] { return residentBytes() < before + messages * messageBytes / 4; }));
+  }
   unit->auAudioUnit().setParameterValue(2, 0.5F);
   kill(process, SIGCONT);
   EXPECT_TRUE(stateOf(unit)) << "what is asked is answered all the same";
