@@ -79,7 +79,7 @@ function(vrel_test name)
     GTest::gtest_main
     $<$<BOOL:${VREL_RT_TRAP}>:vrel_rt_trap> $<$<TARGET_EXISTS:vrel_sanitizer_defaults>:vrel_sanitizer_defaults>)
   if(VREL_TEST_HEADERS)
-    target_compile_options(${name} PRIVATE -fPIC)  # as Qt's targets ask; all must be as the headers are
+    target_compile_options(${name} PRIVATE -fPIC -pthread)  # as Qt and RtAudio ask; all must be as the headers are
     target_precompile_headers(${name} REUSE_FROM vrel_test_headers)
   endif()
   if(VREL_THREAD_TESTS_ONLY AND NOT ARG_THREADS)
