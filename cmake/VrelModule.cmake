@@ -17,6 +17,13 @@ if(VREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_C_COMPILER_LAUNCHER})
 endif()
 
+# Where it is installed, a quicker linker than the compiler's own.
+set(VREL_LINKER "" CACHE STRING "A linker by its short name: gold, lld")
+find_program(VREL_LINKER_PROGRAM ld.${VREL_LINKER})
+if(VREL_LINKER AND VREL_LINKER_PROGRAM)
+  add_link_options(-fuse-ld=${VREL_LINKER})
+endif()
+
 add_library(vrel_options INTERFACE)
 target_include_directories(vrel_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 # Three GCC warnings have false positives in optimised code with std::variant, std::optional, std::string and
