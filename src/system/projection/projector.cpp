@@ -19,6 +19,9 @@ namespace {
 
 constexpr double retrySeconds = 1;  // until a lost context is made again
 constexpr int mostAttempts = 5;
+// Periods.
+constexpr double shortestWait = 0.25;  // of a swap for its screen
+constexpr double missedRefresh = 1.5;  // from one refresh to the swap that was to be shown by the next
 
 bool isOpaqueLayer(const ProjectionScene& scene, const Uuid& key) {
   return std::any_of(scene.layers.begin(), scene.layers.end(),
@@ -45,11 +48,6 @@ StageFrame stageFrameOf(const ProjectionScene& scene, const LayerFades& fades, d
   return frame;
 }
 
-bool isSoftware(QOpenGLContext& context) {
-  const auto* const name = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
-  return name != nullptr && (std::strstr(name, "llvmpipe") != nullptr || std::strstr(name, "softpipe") != nullptr);
-}
-
 }  // namespace
 
 // All that belongs to the thread.
@@ -68,6 +66,10 @@ struct Projector::Drawing {
   QSize lastSize;
   QSurface* lastSurface = nullptr;
   std::optional<double> lastInstant;
+  double rate = 0;
+  RefreshClock refreshes{rate};
+  DrawingLead lead{refreshes.period()};
+  bool hasWaited = false;  // the last swap, for its screen
 
   explicit Drawing(const Driver& used) : driver(used) {}
   ~Drawing() { release(); }
@@ -95,6 +97,15 @@ struct Projector::Drawing {
 Projector::Driver Projector::Driver::real() {
   return {[](QOpenGLContext& context) { return context.create(); },
           [](QOpenGLContext& context, QSurface* surface) { return context.isValid() && context.makeCurrent(surface); }};
+}
+
+void Projector::Driver::swapBuffers(QOpenGLContext& context, QSurface* surface) {
+  context.swapBuffers(surface);
+}
+
+bool Projector::Driver::drawsInSoftware(QOpenGLContext& context) {
+  const auto* const name = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
+  return name != nullptr && (std::strstr(name, "llvmpipe") != nullptr || std::strstr(name, "softpipe") != nullptr);
 }
 
 Projector::Projector(Clock clock, std::function<void(const std::string&)> failed, Driver driver)
@@ -176,23 +187,25 @@ Projector::Figures Projector::figures() const {
 void Projector::run() {
   {
     Drawing drawing(driver_);
-    std::unique_ptr<RefreshClock> refreshes;
-    double rate = 0;
     for (;;) {
-      Work work;
       {
         MutexLock lock(mutex_);
         changed_.wait(lock.native(), [this]() VREL_REQUIRES(mutex_) { return isEnding_ || target_.has_value(); });
+      }
+      auto work = currentWork();
+      if (!work) {
+        const MutexLock lock(mutex_);
         if (isEnding_) {
           break;
         }
-        work = {scene_, fades_, *target_, number_, showing_, noteTime_};
+        continue;
       }
-      if (refreshes == nullptr || rate != work.target.refreshesPerSecond) {
-        rate = work.target.refreshesPerSecond;
-        refreshes = std::make_unique<RefreshClock>(rate);
+      if (drawing.rate != work->target.refreshesPerSecond) {
+        drawing.rate = work->target.refreshesPerSecond;
+        drawing.refreshes = RefreshClock(drawing.rate);
+        drawing.lead = DrawingLead(drawing.refreshes.period());
       }
-      drawRefresh(drawing, *refreshes, work);
+      drawRefresh(drawing, std::move(*work));
     }
   }
   std::function<void()> ended;
@@ -206,17 +219,27 @@ void Projector::run() {
   }
 }
 
-void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Work& work) {
-  const double early = refreshes.untilNext(clock_());
+std::optional<Projector::Work> Projector::currentWork() const {
+  const MutexLock lock(mutex_);
+  if (isEnding_ || !target_) {
+    return std::nullopt;
+  }
+  return Work{scene_, fades_, *target_, number_, showing_, noteTime_};
+}
+
+void Projector::drawRefresh(Drawing& drawing, Work work) {
+  auto& refreshes = drawing.refreshes;
+  const double early = refreshes.untilNext(clock_(), drawing.hasWaited);
   if (early > 0) {
     // Not woken by a change: it is drawn with the next refresh.
     MutexLock lock(mutex_);
     changed_.wait_for(lock.native(), std::chrono::duration<double>(early),
                       [this]() VREL_REQUIRES(mutex_) { return isEnding_; });
+    drawing.hasWaited = false;
     return;
   }
   const double now = clock_();
-  const double instant = refreshes.next(now);
+  const double instant = refreshes.next(now, drawing.hasWaited);
   const bool isTaken = work.target.taken != nullptr;
   // What is read back is seen at once, and must not ask players for more than is due: a screen may show them as well.
   StageFrame frame = isTaken ? stageFrameOf(*work.scene, work.fades, now, now)
@@ -239,17 +262,10 @@ void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Wor
     waitForChange(work.number, drawing.hasFailed ? std::nullopt : std::optional(retrySeconds));
     return;
   }
-  if (isTaken && drawing.reader == nullptr) {
-    drawing.reader = std::make_unique<StageReader>(*drawing.context);
-  }
   if (isTaken) {
-    drawing.reader->bind(work.target.size);
-  }
-  drawing.painter->paint(frame, work.target.size, work.target.scale);
-  if (isTaken) {
-    work.target.taken(drawing.reader->read());
-  } else {
-    drawing.context->swapBuffers(work.target.surface);
+    drawTaken(drawing, work, frame);
+  } else if (!drawOnScreen(drawing, work, frame, instant)) {
+    return;
   }
   drawing.attempts = 0;
   const double shown = clock_();
@@ -269,14 +285,58 @@ void Projector::drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Wor
   }
 }
 
-void Projector::waitForChange(std::uint64_t number, std::optional<double> atMost) {
+void Projector::drawTaken(Drawing& drawing, const Work& work, const StageFrame& frame) {
+  if (drawing.reader == nullptr) {
+    drawing.reader = std::make_unique<StageReader>(*drawing.context);
+  }
+  drawing.reader->bind(work.target.size);
+  drawing.painter->paint(frame, work.target.size, work.target.scale);
+  work.target.taken(drawing.reader->read());
+}
+
+bool Projector::drawOnScreen(Drawing& drawing, Work& work, StageFrame& frame, double instant) {
+  const double period = drawing.refreshes.period();
+  const bool isForeseen = !drawing.isSoftware && drawing.refreshes.isRunning();
+  const double begin = isForeseen ? std::max(clock_(), instant + period - drawing.lead.seconds()) : clock_();
+  if (isForeseen && !load(drawing, work, frame, instant, begin)) {
+    return false;
+  }
+  drawing.painter->paint(frame, work.target.size, work.target.scale);
+  if (isForeseen) {
+    drawing.context->functions()->glFinish();  // so that its time is known
+  }
+  const double ready = clock_();
+  driver_.swap(*drawing.context, work.target.surface);
+  const double shown = clock_();
+  drawing.hasWaited = !drawing.isSoftware && shown - ready >= shortestWait * period;
+  if (isForeseen) {
+    drawing.lead.drew(ready - begin, shown > instant + missedRefresh * period);
+  }
+  return true;
+}
+
+bool Projector::load(Drawing& drawing, Work& work, StageFrame& frame, double instant, double until) {
+  drawing.painter->load(frame, work.target.size, work.target.scale);
+  for (double now = clock_(); now < until && waitForChange(work.number, until - now); now = clock_()) {
+    auto later = currentWork();
+    if (!later || later->target.surface != work.target.surface || later->target.size != work.target.size) {
+      return false;
+    }
+    work = std::move(*later);
+    frame = stageFrameOf(*work.scene, work.fades, instant, instant + drawing.refreshes.period());
+    drawing.painter->load(frame, work.target.size, work.target.scale);
+  }
+  return true;
+}
+
+bool Projector::waitForChange(std::uint64_t number, std::optional<double> atMost) {
   MutexLock lock(mutex_);
   const auto isOther = [this, number]() VREL_REQUIRES(mutex_) { return isEnding_ || number_ != number; };
   if (atMost) {
-    changed_.wait_for(lock.native(), std::chrono::duration<double>(*atMost), isOther);
-  } else {
-    changed_.wait(lock.native(), isOther);
+    return changed_.wait_for(lock.native(), std::chrono::duration<double>(*atMost), isOther);
   }
+  changed_.wait(lock.native(), isOther);
+  return true;
 }
 
 bool Projector::prepare(Drawing& drawing, const Work& work) {
@@ -324,7 +384,7 @@ bool Projector::makeContext(Drawing& drawing, const Work& work) {
     return false;
   }
   drawing.painter = std::move(painter).value();
-  drawing.isSoftware = isSoftware(*drawing.context);
+  drawing.isSoftware = driver_.isSoftware(*drawing.context);
   const MutexLock lock(mutex_);
   ++figures_.contexts;
   return true;

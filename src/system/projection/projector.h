@@ -21,13 +21,13 @@ class QSurface;
 
 namespace vrel::system {
 
-class RefreshClock;
-
 /// Draws a scene on a surface, on a thread of its own at the surface's rate: neither the main thread nor the window's
 /// waits for a picture, and none passes through them.
 ///
-/// For each refresh it takes from every player the picture that is due. What changes nothing is not drawn: a still
-/// scene costs nothing, and with OpenGL in software a picture is drawn once.
+/// For each refresh it takes from every player the picture that is due. A scene that is set is drawn for the very next
+/// refresh: pictures are uploaded at once, and put together as late as their drawing allows. What changes nothing is
+/// not drawn: a still scene costs nothing, and with OpenGL in software, where no swap waits for a screen, a picture is
+/// drawn once.
 ///
 /// Threads: `setScene` from any; `show` and `hide` from the one that owns the surface. None of them waits for a
 /// picture. Only `join` and the destructor wait, for the picture under way; the surface may be destroyed after either.
@@ -58,11 +58,17 @@ class Projector {
     std::optional<double> firstPicture;
   };
 
-  /// What the driver is asked for; both say whether it was done.
+  /// What the driver is asked for.
   struct Driver {
     std::function<bool(QOpenGLContext& context)> create;
     std::function<bool(QOpenGLContext& context, QSurface* surface)> makeCurrent;
+    /// Shows what was drawn; the driver of a graphics card waits for the screen.
+    std::function<void(QOpenGLContext& context, QSurface* surface)> swap = swapBuffers;
+    std::function<bool(QOpenGLContext& context)> isSoftware = drawsInSoftware;
+
     [[nodiscard]] static Driver real();
+    static void swapBuffers(QOpenGLContext& context, QSurface* surface);
+    [[nodiscard]] static bool drawsInSoftware(QOpenGLContext& context);
   };
 
   Projector(Clock clock, std::function<void(const std::string&)> failed, Driver driver = Driver::real());
@@ -96,11 +102,17 @@ class Projector {
   };
 
   void run();
-  void drawRefresh(Drawing& drawing, RefreshClock& refreshes, const Work& work);
+  [[nodiscard]] std::optional<Work> currentWork() const;
+  void drawRefresh(Drawing& drawing, Work work);
+  static void drawTaken(Drawing& drawing, const Work& work, const StageFrame& frame);
+  // These take scenes that are set meanwhile; false: there is nothing to draw on that surface any more.
+  [[nodiscard]] bool drawOnScreen(Drawing& drawing, Work& work, StageFrame& frame, double instant);
+  [[nodiscard]] bool load(Drawing& drawing, Work& work, StageFrame& frame, double instant, double until);
   [[nodiscard]] bool prepare(Drawing& drawing, const Work& work);
   [[nodiscard]] bool makeContext(Drawing& drawing, const Work& work);
   void fail(Drawing& drawing, const std::string& why);
-  void waitForChange(std::uint64_t number, std::optional<double> atMost);
+  /// Whether anything has changed since that number; waits for it, so many seconds at most.
+  bool waitForChange(std::uint64_t number, std::optional<double> atMost);
 
   const Clock clock_;
   const std::function<void(const std::string&)> failed_;

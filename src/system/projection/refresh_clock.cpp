@@ -10,9 +10,13 @@ namespace {
 constexpr double usualRate = 60;
 constexpr double lowestRate = 10;
 constexpr double highestRate = 1000;
-constexpr double correction = 0.1;       // of what a thread was early or late
-constexpr double longestGap = 8;         // periods; after that it begins again
-constexpr double earliestRefresh = 0.5;  // of a period: a swap that returns sooner did not wait for the screen
+constexpr double correction = 0.1;        // of what a thread was early or late
+constexpr double longestGap = 8;          // periods; after that it begins again
+constexpr double earliestRefresh = 0.95;  // of a period: a swap that returns sooner did not wait for the screen
+constexpr double earliestWaited = 0.5;    // one that did: the refreshes were expected too late
+constexpr double margin = 0.06;           // of a period, between a picture and its refresh
+constexpr double forgottenPart = 0.1;     // of a long time, with each shorter one
+constexpr double unseenStep = 0.1;        // of a period
 
 double known(double rate) {
   return rate >= lowestRate && rate <= highestRate ? rate : usualRate;
@@ -22,19 +26,36 @@ double known(double rate) {
 
 RefreshClock::RefreshClock(double refreshesPerSecond) : period_(1 / known(refreshesPerSecond)) {}
 
-double RefreshClock::next(double now) {
-  if (!last_ || now < *last_ || now > *last_ + longestGap * period_) {
+double RefreshClock::next(double now, bool hasWaited) {
+  const bool goesOn = last_ && now <= *last_ + longestGap * period_;
+  // The first was drawn at any moment; what waited for a refresh since then says when these are.
+  if (!goesOn || (!isRunning_ && now > *last_)) {
+    isRunning_ = goesOn;
     last_ = now;
     return now;
   }
   const double periods = std::max(1.0, std::round((now - *last_) / period_));
   const double expected = *last_ + periods * period_;
-  last_ = expected + correction * (now - expected);
+  const double late = now - expected;
+  const bool isMeasured = hasWaited || late >= (earliestRefresh - 1) * period_;
+  last_ = expected + (isMeasured ? correction * late : 0);
   return *last_;
 }
 
-double RefreshClock::untilNext(double now) const {
-  return last_ && now < *last_ + earliestRefresh * period_ ? *last_ + period_ - now : 0;
+double RefreshClock::untilNext(double now, bool hasWaited) const {
+  const double earliest = hasWaited ? earliestWaited : earliestRefresh;
+  return isRunning_ && now < *last_ + earliest * period_ ? *last_ + period_ - now : 0;
+}
+
+double DrawingLead::seconds() const {
+  return std::min(period_, longest_ + unseen_ + margin * period_);
+}
+
+void DrawingLead::drew(double seconds, bool hasMissed) {
+  if (hasMissed && seconds <= longest_ + margin * period_) {
+    unseen_ = std::min(period_, unseen_ + unseenStep * period_);
+  }
+  longest_ = std::max(seconds, longest_ - forgottenPart * (longest_ - seconds));
 }
 
 }  // namespace vrel::system

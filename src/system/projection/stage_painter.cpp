@@ -108,6 +108,10 @@ bool coversAll(const StageFrame::Layer& layer) {
          (layer.picture == nullptr || !layer.picture->hasAlpha());
 }
 
+bool hasSamples(const StageFrame::Layer& layer) {
+  return layer.picture != nullptr && layer.picture->planes().planeCount > 0;
+}
+
 /// Every n-th sample of every n-th row, without gaps.
 void copyTight(const PicturePlane& plane, std::size_t sampleBytes, std::size_t every,
                std::vector<std::uint8_t>& tight) {
@@ -230,6 +234,15 @@ void StagePainter::paint(const StageFrame& frame, QSize size, double scale) {
   gl_.glEnableVertexAttribArray(cornerAttribute);
   gl_.glVertexAttribPointer(cornerAttribute, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
 
+  for (const auto& layer : seenLayers(frame, size, scale)) {
+    drawLayer(layer, size);
+  }
+  gl_.glDisable(GL_BLEND);
+  gl_.glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+  releaseIdle();
+}
+
+std::vector<StageFrame::Layer> StagePainter::seenLayers(const StageFrame& frame, QSize size, double scale) {
   const auto own = [&](OwnPicture& kept, const std::string& words, const auto& make) {
     if (kept.picture == nullptr || kept.words != words || kept.size != size || kept.scale != scale) {
       kept = {words, size, scale, make(words, size, scale)};
@@ -253,14 +266,18 @@ void StagePainter::paint(const StageFrame& frame, QSize size, double scale) {
   }
   // What is covered wholly is neither uploaded nor drawn.
   const auto top = std::find_if(layers.rbegin(), layers.rend(), coversAll);
-  for (auto layer = top == layers.rend() ? layers.begin() : std::prev(top.base()); layer != layers.end(); ++layer) {
-    if (layer->opacity > 0) {
-      drawLayer(*layer, size);
+  layers.erase(layers.begin(), top == layers.rend() ? layers.begin() : std::prev(top.base()));
+  std::erase_if(layers, [](const StageFrame::Layer& each) { return each.opacity <= 0; });
+  return layers;
+}
+
+void StagePainter::load(const StageFrame& frame, QSize size, double scale) {
+  for (const auto& layer : seenLayers(frame, size, scale)) {
+    if (hasSamples(layer)) {
+      (void)loadedTextures(layer.picture);
     }
   }
-  gl_.glDisable(GL_BLEND);
-  gl_.glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-  releaseIdle();
+  gl_.glFlush();
 }
 
 void StagePainter::drawLayer(const StageFrame::Layer& layer, QSize size) {
@@ -278,7 +295,7 @@ void StagePainter::drawLayer(const StageFrame::Layer& layer, QSize size) {
       gl_.glBlendFunc(GL_ONE, GL_ONE);
       break;
   }
-  if (layer.picture == nullptr || layer.picture->planes().planeCount == 0) {
+  if (!hasSamples(layer)) {
     // A place outside the picture, everywhere.
     constexpr std::array<float, 9> outside{0, 0, 0, 0, 0, 0, -1, -1, 1};
     gl_.glUseProgram(programs_[rgbaSource].id);
@@ -288,11 +305,7 @@ void StagePainter::drawLayer(const StageFrame::Layer& layer, QSize size) {
     return;
   }
   const PicturePlanes planes = layer.picture->planes();
-  auto& textures = texturesOf(layer.picture);
-  if (textures.picture.lock() != layer.picture) {
-    upload(planes, textures);
-    textures.picture = layer.picture;
-  }
+  const auto& textures = loadedTextures(layer.picture);
   for (std::size_t plane = 0; plane < textures.ids.size(); ++plane) {
     gl_.glActiveTexture(GL_TEXTURE0 + static_cast<unsigned>(plane));
     gl_.glBindTexture(GL_TEXTURE_2D, plane < planes.planeCount ? textures.ids[plane] : noChroma_);
@@ -304,6 +317,15 @@ void StagePainter::drawLayer(const StageFrame::Layer& layer, QSize size) {
   usePlace(program, *layer.picture, planes, size);
   useColours(program, planes);
   gl_.glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+}
+
+StagePainter::Textures& StagePainter::loadedTextures(const std::shared_ptr<const VideoPicture>& picture) {
+  auto& textures = texturesOf(picture);
+  if (textures.picture.lock() != picture) {
+    upload(picture->planes(), textures);
+    textures.picture = picture;
+  }
+  return textures;
 }
 
 // What holds the picture already, or else what has been idle for longest.

@@ -52,6 +52,9 @@ class StagePainter {
   StagePainter(const StagePainter&) = delete;
   StagePainter& operator=(const StagePainter&) = delete;
 
+  /// Uploads what `paint` would, so that it only draws.
+  void load(const StageFrame& frame, QSize size, double scale);
+
   /// Fills the framebuffer's `size` pixels. `scale`: pixels of a point, for the words.
   void paint(const StageFrame& frame, QSize size, double scale);
 
@@ -83,7 +86,11 @@ class StagePainter {
 
   explicit StagePainter(QOpenGLContext& context);
   [[nodiscard]] bool prepare(std::string& failure);
+  /// What is seen of a frame, from the back.
+  [[nodiscard]] std::vector<StageFrame::Layer> seenLayers(const StageFrame& frame, QSize size, double scale);
   void drawLayer(const StageFrame::Layer& layer, QSize size);
+  /// With the picture in them.
+  [[nodiscard]] Textures& loadedTextures(const std::shared_ptr<const VideoPicture>& picture);
   void upload(const PicturePlanes& planes, Textures& textures);
   [[nodiscard]] Textures& texturesOf(const std::shared_ptr<const VideoPicture>& picture);
   void useColours(const Program& program, const PicturePlanes& planes);

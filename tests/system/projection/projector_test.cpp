@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
+#include <QCursor>
 #include <QGuiApplication>
 #include <QImage>
 #include <QOpenGLContext>
@@ -20,98 +21,17 @@
 #include <utility>
 #include <vector>
 
-#include "simulation/simulated_video.h"
-#include "system/projection/off_screen_stage.h"
+#include "system/projection/projection_fixture.h"
 #include "system/projection/stage_preview.h"
-#include "system/projection/step_queue.h"
-#include "system/projection/system_projection.h"
 
 namespace vrel::system {
 namespace {
 
+using test::ColourPlayer;
+using test::layerOf;
 using test::MadePicture;
-using test::StepQueue;
-
-double mediaTime() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-std::shared_ptr<const VideoPicture> plain(MadePicture::Colour colour) {
-  return std::make_shared<MadePicture>(16, 9, [colour](auto, auto) { return colour; });
-}
-
-/// Shows one colour, and counts who asks.
-class ColourPlayer final : public simulation::SimulatedQueuePlayer {
- public:
-  explicit ColourPlayer(MadePicture::Colour colour) : picture_(plain(colour)) {}
-  std::shared_ptr<const VideoPicture> copyPictureForTime(double /*mediaSeconds*/) override {
-    ++taken;
-    return picture_;
-  }
-  std::atomic<int> taken{0};
-
- private:
-  const std::shared_ptr<const VideoPicture> picture_;
-};
-
-class Projection : public testing::Test {
- protected:
-  ~Projection() override {
-    window.reset();
-    settle();
-  }
-
-  bool until(const std::function<bool()>& holds) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!holds()) {
-      if (std::chrono::steady_clock::now() > end) {
-        return false;
-      }
-      queue.run();
-      QGuiApplication::processEvents(QEventLoop::AllEvents, 5);
-      std::this_thread::yield();
-    }
-    return true;
-  }
-  void settle() {
-    for (int turn = 0; turn < 20; ++turn) {
-      queue.run();
-      QGuiApplication::processEvents();
-    }
-  }
-
-  /// Lets as many refreshes pass as would draw if anything did.
-  void letRefreshesPass() {
-    constexpr double several = 0.1;  // seconds; six of them
-    const double end = mediaTime() + several;
-    EXPECT_TRUE(until([&] { return mediaTime() >= end; }));
-  }
-
-  void open(const ScreenRect& frame) {
-    window = factory.makeWindow();
-    window->setTitle("Stage");
-    window->setStyleMask(15);
-    window->setFrame(frame, true);
-    window->orderFront();
-  }
-
-  static QColor seenAt(int x, int y) {
-    return QGuiApplication::primaryScreen()->grabWindow(0, x, y, 1, 1).toImage().pixelColor(0, 0);
-  }
-  bool shows(int x, int y, const QColor& colour) {
-    return until([&] { return seenAt(x, y) == colour; });
-  }
-
-  StepQueue queue;
-  StageWindows windows;
-  std::vector<std::string> lines;
-  SystemProjection factory{windows, queue, [this](const std::string& line) { lines.push_back(line); }};
-  std::shared_ptr<ProjectionWindow> window;
-};
-
-ProjectionLayer layerOf(std::shared_ptr<AVQueuePlayer> player, LayerBlending blending = LayerBlending::normal) {
-  return {Uuid::fresh(), std::move(player), blending, 1};
-}
+using test::mediaTime;
+using test::Projection;
 
 TEST_F(Projection, ShowsAClipWhereItsWindowIs) {
   const auto red = std::make_shared<ColourPlayer>(MadePicture::Colour{200, 0, 0, 255});
@@ -239,6 +159,10 @@ class Projectors : public Projection {
   StageWindow stage{projector, [](const StageWindowReport&) {}};
 };
 
+TEST_F(Projectors, HideThePointerOverTheirWindow) {
+  EXPECT_EQ(stage.cursor().shape(), Qt::BlankCursor);
+}
+
 TEST_F(Projectors, KeepTheirWindowWhereAPersonPutsIt) {
   ProjectionScene scene;
   scene.background = std::make_shared<ColourPlayer>(MadePicture::Colour{0, 90, 200, 255});
@@ -282,139 +206,6 @@ TEST_F(Projection, AContextThatCannotBeUsedAtFirstIsMadeAgain) {
   projector.end(nullptr);
   projector.join();
   EXPECT_TRUE(failures.empty());
-}
-
-/// A window and a projector whose driver does what the test says.
-class FaultyDriver : public Projection {
- protected:
-  FaultyDriver() {
-    surface.setSurfaceType(QSurface::OpenGLSurface);
-    surface.create();
-    ProjectionScene scene;
-    scene.layers = {layerOf(player)};
-    projector.setScene(scene);
-  }
-  ~FaultyDriver() override {
-    projector.end(nullptr);
-    projector.join();
-  }
-
-  /// Each is another change, so that the projector tries again at once.
-  void show(int width) { projector.show({&surface, {width, 180}, 1, 60}); }
-  /// From then on another attempt counts.
-  void letASecondPass() { passed = passed + 1.0; }
-  bool tried(int times) {
-    return until([&] { return attempts >= times; });
-  }
-
-  std::atomic<double> passed{0};  // seconds, besides those that pass by themselves
-  std::atomic<bool> creates{true};
-  std::atomic<bool> isUsable{true};
-  std::atomic<int> attempts{0};
-  std::atomic<int> failures{0};
-  std::string failure;  // written before `failures`
-  QWindow surface;
-  std::shared_ptr<ColourPlayer> player = std::make_shared<ColourPlayer>(MadePicture::Colour{9, 9, 9, 255});
-  Projector projector{
-      [this] { return mediaTime() + passed; },
-      [this](const std::string& line) {
-        failure = line;
-        ++failures;
-      },
-      {[this](QOpenGLContext& context) {
-         ++attempts;
-         return creates && context.create();
-       },
-       [this](QOpenGLContext& context, QSurface* target) { return isUsable && context.makeCurrent(target); }}};
-};
-
-TEST_F(FaultyDriver, ThatMakesNoContextIsReportedOnce) {
-  creates = false;
-  show(320);
-  ASSERT_TRUE(until([&] { return failures == 1; }));
-  EXPECT_EQ(failure, "nothing is projected: there is no OpenGL for it");
-  const int taken = player->taken;
-  show(321);
-  ASSERT_TRUE(until([&] { return player->taken > taken; })) << "it goes on, without drawing";
-  show(322);
-  ASSERT_TRUE(until([&] { return player->taken > taken + 1; }));
-  EXPECT_EQ(attempts, 1);
-  EXPECT_EQ(failures, 1);
-}
-
-TEST_F(FaultyDriver, ThatDrawsNothingFromTheFirstOnIsReportedOnceAfterSeveralAttempts) {
-  isUsable = false;
-  for (int attempt = 1; attempt <= 5; ++attempt) {
-    EXPECT_EQ(failures, 0);
-    letASecondPass();
-    show(320 + attempt);
-    ASSERT_TRUE(tried(attempt));
-  }
-  ASSERT_TRUE(until([&] { return failures == 1; }));
-  EXPECT_GE(attempts, 5);
-  EXPECT_EQ(failure, "nothing is projected: OpenGL cannot draw in its window");
-  EXPECT_EQ(projector.figures().drawn, 0U);
-}
-
-TEST_F(FaultyDriver, ThatLosesItsContextGetsAnotherAndShowsThePictureAgain) {
-  show(320);
-  ASSERT_TRUE(until([&] { return projector.figures().drawn > 0; }));
-  for (int loss = 1; loss <= 10; ++loss) {
-    const int before = attempts;
-    isUsable = false;
-    show(320 + loss);
-    ASSERT_TRUE(tried(before + 1));
-    isUsable = true;
-    const auto drawn = projector.figures().drawn;
-    show(420 + loss);
-    ASSERT_TRUE(until([&] { return projector.figures().drawn > drawn; })) << loss;
-  }
-  EXPECT_GE(projector.figures().contexts, 11U);
-  EXPECT_EQ(failures, 0);
-}
-
-TEST_F(FaultyDriver, ThatLosesItsContextForGoodIsReportedOnce) {
-  show(320);
-  ASSERT_TRUE(until([&] { return projector.figures().drawn > 0; }));
-  creates = false;
-  isUsable = false;
-  for (int attempt = 1; attempt <= 5; ++attempt) {
-    EXPECT_EQ(failures, 0);
-    letASecondPass();
-    show(320 + attempt);
-    ASSERT_TRUE(tried(1 + attempt));
-  }
-  ASSERT_TRUE(until([&] { return failures == 1; }));
-  EXPECT_GE(attempts, 6);
-  EXPECT_EQ(failure, "nothing is projected: there is no OpenGL for it");
-}
-
-TEST_F(FaultyDriver, ThatLosesItsContextForAMomentOfManyChangesIsNotGivenUp) {
-  show(320);
-  ASSERT_TRUE(until([&] { return projector.figures().drawn > 0; }));
-  creates = false;
-  isUsable = false;
-  for (int change = 1; change <= 8; ++change) {
-    show(320 + change);
-    ASSERT_TRUE(tried(1 + change));
-  }
-  const auto drawn = projector.figures().drawn;
-  creates = true;
-  isUsable = true;
-  show(420);
-  EXPECT_TRUE(until([&] { return projector.figures().drawn > drawn; }));
-  EXPECT_EQ(failures, 0);
-}
-
-TEST_F(FaultyDriver, ThatHasFailedIsTriedAgainWhenTheStageIsShownAgain) {
-  creates = false;
-  show(320);
-  ASSERT_TRUE(until([&] { return failures == 1; }));
-  creates = true;
-  projector.hide();
-  show(320);
-  EXPECT_TRUE(until([&] { return projector.figures().drawn > 0; }));
-  EXPECT_EQ(failures, 1);
 }
 
 TEST_F(Projectors, DrawAStillSceneOnce) {
