@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/media/clip_decoder_pool.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <utility>
@@ -9,9 +11,23 @@ namespace vrel::system {
 namespace {
 
 constexpr std::size_t mostAtWork = 2;  // one goes on while the other opens a slow file
+constexpr std::size_t mostIdle = 3;
+constexpr double leastComputation = 0.1;  // of the time; a busy machine leaves a thread more
 
 std::string folderOf(const std::string& path) {
   return std::filesystem::path(path).parent_path();
+}
+
+clockid_t ownProcessorClock() {
+  clockid_t clock = CLOCK_THREAD_CPUTIME_ID;
+  ::pthread_getcpuclockid(::pthread_self(), &clock);
+  return clock;
+}
+
+ClipDecoderPool::Duration processorTime(clockid_t clock) {
+  timespec time{};
+  ::clock_gettime(clock, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 }  // namespace
@@ -27,6 +43,7 @@ ClipDecoderPool::~ClipDecoderPool() {
     const MutexLock lock(mutex_);
     isOver_ = true;
     threads.swap(threads_);
+    joinEnded();
   }
   woken_.notify_all();
   for (auto& thread : threads) {
@@ -107,7 +124,18 @@ std::shared_ptr<ClipDecoderPool::Slot> ClipDecoderPool::chooseSlot() {
 }
 
 bool ClipDecoderPool::hangs(const Step& step) const {
-  return std::chrono::steady_clock::now() - step.begin > longestStep_;
+  return std::chrono::steady_clock::now() - step.computedAt > longestStep_;
+}
+
+void ClipDecoderPool::watchSteps() {
+  const auto now = std::chrono::steady_clock::now();
+  for (auto& step : steps_) {
+    const Duration computed = processorTime(step.processorClock);
+    if (computed - step.computed >= leastComputation * (now - step.computedAt)) {
+      step.computedAt = now;
+      step.computed = computed;
+    }
+  }
 }
 
 bool ClipDecoderPool::isSilent(const std::string& folder) const {
@@ -138,12 +166,37 @@ ClipDecoderPool::Work ClipDecoderPool::chooseWork() {
   return {task.folder, nullptr, [this, run = std::move(task.run)] { run(isOver_); }};
 }
 
+void ClipDecoderPool::joinEnded() {
+  for (auto& thread : ended_) {
+    thread.join();
+  }
+  ended_.clear();
+}
+
+bool ClipDecoderPool::leave() {
+  if (threads_.size() - steps_.size() <= mostIdle) {
+    return false;
+  }
+  joinEnded();
+  const auto own = std::find_if(threads_.begin(), threads_.end(), [](const std::thread& thread) {
+    return thread.get_id() == std::this_thread::get_id();
+  });
+  ended_.push_back(std::move(*own));
+  threads_.erase(own);
+  return true;
+}
+
 // One thread more than there is work for, or nobody would see that the others hang.
 void ClipDecoderPool::serve() {
+  const clockid_t processorClock = ownProcessorClock();
   MutexLock lock(mutex_);
   while (!isOver_) {
+    watchSteps();
     Work work = hasRoom() ? chooseWork() : Work();
     if (work.run == nullptr) {
+      if (leave()) {
+        return;
+      }
       if (steps_.empty()) {
         woken_.wait(lock.native());
       } else {
@@ -151,7 +204,8 @@ void ClipDecoderPool::serve() {
       }
       continue;
     }
-    const auto step = steps_.insert(steps_.end(), {work.folder, std::chrono::steady_clock::now()});
+    const auto step = steps_.insert(
+        steps_.end(), {work.folder, processorClock, std::chrono::steady_clock::now(), processorTime(processorClock)});
     if (threads_.size() == steps_.size() && threads_.size() < mostThreads) {
       threads_.emplace_back([this] { serve(); });
     }

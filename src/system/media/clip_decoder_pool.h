@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <ctime>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -22,7 +24,8 @@ namespace vrel::system {
 /// tasks. They sleep while there is no work.
 ///
 /// Two work at a time. One that hangs, in a network folder that does not answer, does not count: another takes its
-/// place, and what is only to be prepared from that folder waits meanwhile.
+/// place, and what is only to be prepared from that folder waits meanwhile. One that computes for long does not hang.
+/// Threads that are needed no more end.
 ///
 /// Threads: all operations from any. The destructor interrupts reading and waits for the pictures being decoded.
 class ClipDecoderPool {
@@ -31,7 +34,7 @@ class ClipDecoderPool {
   static constexpr std::size_t mostThreads = 16;
   static constexpr Duration usualLongestStep{0.3};
 
-  /// What takes longer than `longestStep` hangs.
+  /// What has computed next to nothing for `longestStep` hangs.
   explicit ClipDecoderPool(Duration longestStep = usualLongestStep);
   ~ClipDecoderPool();
   ClipDecoderPool(const ClipDecoderPool&) = delete;
@@ -64,13 +67,20 @@ class ClipDecoderPool {
   };
   struct Step {
     std::string folder;
-    std::chrono::steady_clock::time_point begin;
+    clockid_t processorClock;  // of its thread
+    std::chrono::steady_clock::time_point computedAt;
+    Duration computed;  // by then
   };
   void serve();
+  /// Whether the calling thread has ended as one too many.
+  [[nodiscard]] bool leave() VREL_REQUIRES(mutex_);
+  void joinEnded() VREL_REQUIRES(mutex_);
   [[nodiscard]] Work chooseWork() VREL_REQUIRES(mutex_);
   [[nodiscard]] std::shared_ptr<Slot> chooseSlot() VREL_REQUIRES(mutex_);
   [[nodiscard]] bool hasRoom() const VREL_REQUIRES(mutex_);
   [[nodiscard]] bool hangs(const Step& step) const;
+  /// Notes which of the steps have computed since they were last looked at.
+  void watchSteps() VREL_REQUIRES(mutex_);
   [[nodiscard]] bool isSilent(const std::string& folder) const VREL_REQUIRES(mutex_);
 
   const Duration longestStep_;
@@ -82,6 +92,7 @@ class ClipDecoderPool {
   std::deque<Task> tasks_ VREL_GUARDED_BY(mutex_);
   std::list<Step> steps_ VREL_GUARDED_BY(mutex_);  // under way
   std::vector<std::thread> threads_ VREL_GUARDED_BY(mutex_);
+  std::vector<std::thread> ended_ VREL_GUARDED_BY(mutex_);  // as soon as the mutex is free
 };
 
 }  // namespace vrel::system

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <filesystem>
 #include <future>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -76,6 +79,55 @@ TEST_F(DecoderPool, SeveralFoldersMayHangAtATime) {
     std::this_thread::yield();
   }
   playsOn("count-vp9.webm");
+}
+
+TEST(DecoderPools, ThreadsThatTookThePlaceOfOthersEnd) {
+  const auto threads = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
+  };
+  const auto before = threads();
+  ClipDecoderPool pool(std::chrono::milliseconds(1));
+  std::promise<void> answer;
+  const std::shared_future<void> answered = answer.get_future().share();
+  std::atomic<int> hanging{0};
+  constexpr int folders = 10;
+  for (int folder = 0; folder < folders; ++folder) {
+    pool.post("/silent/" + std::to_string(folder) + "/file", [&hanging, answered](const std::atomic<bool>& /*isOver*/) {
+      ++hanging;
+      answered.wait();
+    });
+  }
+  while (hanging < folders) {
+    std::this_thread::yield();
+  }
+  EXPECT_GT(threads(), before + folders);
+  answer.set_value();
+  while (threads() > before + 3) {
+    std::this_thread::yield();
+  }
+}
+
+TEST_F(DecoderPool, AStepThatComputesForLongDoesNotHang) {
+  std::promise<bool> isPassed;
+  pool.post("/busy/file", [&](const std::atomic<bool>& /*isOver*/) {
+    const auto computeUntil = [](std::chrono::steady_clock::duration longest, const std::atomic<bool>& isEnough) {
+      const auto end = std::chrono::steady_clock::now() + longest;
+      while (!isEnough && std::chrono::steady_clock::now() < end) {
+      }
+    };
+    std::atomic<bool> hasRun{false};
+    std::atomic<bool> isEnded{false};
+    computeUntil(std::chrono::milliseconds(20), isEnded);
+    pool.post("/busy/other", [&](const std::atomic<bool>& /*isOver*/) {
+      hasRun = true;
+      isEnded.wait(false);
+    });
+    computeUntil(std::chrono::seconds(20), hasRun);
+    isPassed.set_value(hasRun);
+    isEnded = true;
+    isEnded.notify_all();
+  });
+  EXPECT_TRUE(isPassed.get_future().get()) << "what else lies in its folder goes on";
 }
 
 }  // namespace
