@@ -40,7 +40,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       engine_(AudioEngine::make(platform_.platform())),
       desktop_(loop, window),
       content_({state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder(),
-                editorMedia()}),
+                editorMedia(), &background_}),
       unsavedEdits_({state_, content_.songSwitch(), content_.setlistFiles(), loop, platform_.platform().queues,
                      unsavedFiles_, desktop_, console_},
                     system::userUnsavedFolder(), {ownRunName(), isRunning}),

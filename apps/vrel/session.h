@@ -24,6 +24,7 @@
 #include "shell/vrel_app.h"
 #include "system/desktop/sleep_inhibitor.h"
 #include "system/desktop/window_desktop.h"
+#include "system/dispatch/background_thread.h"
 #include "system/dispatch/standard_output.h"
 #include "system/dispatch/system_clock.h"
 #include "system/files/file_calls.h"
@@ -121,6 +122,7 @@ class Session {
   std::shared_ptr<AudioEngine> engine_;
   system::WindowDesktop desktop_;
   NSNotificationCenter notifications_;
+  system::BackgroundThread background_{loop_};
   ContentView content_;
   UnsavedEdits unsavedEdits_;
   WindowSettings settings_{defaults_};

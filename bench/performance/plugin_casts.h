@@ -16,7 +16,7 @@ class Lv2World;
 
 namespace vrel::bench {
 
-inline constexpr std::size_t stateBytes = std::size_t{16} << 10U;
+inline constexpr std::size_t stateBytes = std::size_t{64} << 10U;
 
 /// The instruments of a song, one for each strip, with `stateBytes` of state each; an effect; and their factory.
 struct Cast {

@@ -38,7 +38,7 @@ ContentView::ContentView(const Collaborators& collaborators)
       keyboardPanel_(appState_, audioEngine_),
       copies_(collaborators.files, collaborators.console, collaborators.copiesDirectory),
       setlistFiles_({appState_, audioEngine_, songSwitch_, collaborators.files, collaborators.desktop,
-                     collaborators.console, copies_}),
+                     collaborators.console, copies_, collaborators.background}),
       droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}),
       editorPanels_({appState_, collaborators.mainQueue, collaborators.desktop}),
       pluginEditors_(editorPanels_, collaborators.mainQueue, notifications_) {

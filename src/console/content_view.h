@@ -38,6 +38,7 @@ namespace vrel {
 
 class AppState;
 class AudioEngine;
+class BackgroundWork;
 class ConsoleOutput;
 class Desktop;
 class FileManager;
@@ -61,6 +62,7 @@ class ContentView {
     NSNotificationCenter& notifications;
     std::filesystem::path copiesDirectory;  // of setlists that a save replaces
     EditorMedia media{};
+    BackgroundWork* background = nullptr;  // for setlists; see SetlistFiles
   };
 
   /// All are borrowed and outlive this.

@@ -25,7 +25,7 @@ class FileManager;
 /// and ".path" with the path of the setlist.
 ///
 /// Only what can be opened is kept: a damaged file pushes no good copy out. What the newest copy holds already is not
-/// kept twice. Main thread.
+/// kept twice. One thread at a time.
 class SetlistCopies {
  public:
   static constexpr std::size_t mostCopies = 20;  // for each setlist; the oldest goes

@@ -13,6 +13,7 @@
 #include "engine/audio_engine.h"
 #include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
+#include "platform/background_work.h"
 #include "platform/console_output.h"
 #include "platform/desktop.h"
 #include "platform/file_manager.h"
@@ -65,16 +66,22 @@ std::size_t missedStates(const AudioEngine& engine) {
   return count;
 }
 
-Result<std::string> encoded(const AppState& state) {
-  SetlistFile setlist;
-  setlist.version = setlistVersion;
-  setlist.songs = state.songs.get();
-  setlist.globalMidiControlAssignments = state.globalMidiControlAssignments.get();
+Result<std::string> encoded(const SetlistFile& setlist) {
   auto bytes = encodeSetlist(setlist);
   if (bytes && bytes.value().size() > mostSetlistBytes) {
     return Error{"the setlist is too large to be opened again"};
   }
   return bytes;
+}
+
+/// Without a copy a crash in an in-place write would leave nothing.
+Outcome replaceFile(SetlistCopies& copies, FileManager& files, const std::filesystem::path& path,
+                    const SetlistFile& setlist) {
+  const auto bytes = encoded(setlist);
+  if (!bytes) {
+    return bytes.error();
+  }
+  return copies.keep(path) ? files.write(path, bytes.value()) : files.writeAtomically(path, bytes.value());
 }
 
 }  // namespace
@@ -86,7 +93,8 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
       files_(collaborators.files),
       desktop_(collaborators.desktop),
       console_(collaborators.console),
-      copies_(collaborators.copies) {
+      copies_(collaborators.copies),
+      background_(collaborators.background) {
   pluginsFollowed_ = state_.isLookingForPlugins.changed.connect([this](bool isLooking) {
     if (!isLooking && awaitingPlugins_) {
       const AwaitingPlugins awaited = *awaitingPlugins_;
@@ -99,6 +107,7 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
     }
   });
   editsFollowed_ = state_.edited.connect([this] {
+    ++editCount_;
     if (awaitingPlugins_) {
       awaitingPlugins_->isEditedMeanwhile = true;
     }
@@ -106,6 +115,7 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
 }
 
 void SetlistFiles::newSetlist(bool confirm) {
+  awaitTurn();
   if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_) || (confirm && !confirmSetlistChange())) {
     return;
   }
@@ -143,7 +153,7 @@ void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   if (isAsked) {
     return;
   }
-  const bool mayOpen = confirmSetlistChange();
+  const bool mayOpen = confirmSetlistChange() && LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_);
   const auto newest = *std::exchange(askedToOpen_, std::nullopt);
   if (mayOpen) {
     loadSetlist(newest);
@@ -155,7 +165,9 @@ void SetlistFiles::openNewestCopy() {
   if (!damaged || !LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_) || !confirmSetlistChange()) {
     return;
   }
-  if (const auto copy = copies_.newestGoodCopyOf(*damaged)) {
+  std::optional<std::filesystem::path> copy;
+  runBeside([&] { copy = copies_.newestGoodCopyOf(*damaged); }, [] {});
+  if (copy && LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_)) {
     damagedSetlist.set(damaged);  // a save that was asked for has reset it
     loadSetlist(*copy);
   }
@@ -175,31 +187,70 @@ void SetlistFiles::stopAwaitingPlugins() {
   }
 }
 
+/// What is to be known of a file before anything changes.
+struct SetlistFiles::Loaded {
+  std::filesystem::path path;
+  Result<SetlistFile> setlist;
+  std::optional<std::filesystem::path> original{};  // of a copy: its setlist
+  bool hasCopies = false;                           // where it cannot be opened: of it
+  bool hasGoodCopy = false;
+};
+
 void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
+  awaitTurn();
   if (state_.isLookingForPlugins.get()) {
     loadWhenPluginsAreFound(path);
     return;
   }
+  const bool mayLoad = LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_);
+  std::optional<Loaded> loaded;
+  runBeside([&, damaged = damagedSetlist.get()] { loaded = read(path, damaged); },
+            [&] {
+              if (mayLoad && !LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_)) {
+                console_.print("Failed to load setlist: Live mode has begun");
+              } else {
+                putOnStage(*std::move(loaded));
+              }
+            });
+}
+
+SetlistFiles::Loaded SetlistFiles::read(const std::filesystem::path& path,
+                                        const std::optional<std::filesystem::path>& damaged) const {
   const auto bytes = files_.contents(path, mostSetlistBytes);
-  auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
-  if (!setlist) {
-    console_.print("Failed to load setlist: " + setlist.error().description);
-    offerCopyOf(path);
-    return;
+  Loaded loaded{.path = path, .setlist = bytes ? readSetlist(bytes.value()) : bytes.error()};
+  if (!loaded.setlist) {
+    loaded.hasCopies = !copies_.copiesOf(path).empty();
+    loaded.hasGoodCopy = loaded.hasCopies && copies_.newestGoodCopyOf(path);
+    return loaded;
   }
   // What was opened from a copy is saved to the place of its setlist, also when no file says any more which one it is.
-  auto original = copies_.setlistOf(path);
-  if (const auto damaged = damagedSetlist.get(); damaged && path.parent_path() == copies_.directoryOf(*damaged)) {
-    original = damaged;
+  loaded.original = copies_.setlistOf(path);
+  if (damaged && path.parent_path() == copies_.directoryOf(*damaged)) {
+    loaded.original = damaged;
   }
-  showSetlist(std::move(setlist).value(), original.value_or(path));
+  return loaded;
+}
+
+void SetlistFiles::putOnStage(Loaded loaded) {
+  if (!loaded.setlist) {
+    console_.print("Failed to load setlist: " + loaded.setlist.error().description);
+    if (loaded.hasCopies) {
+      console_.print("Earlier versions of it are kept in " + copies_.directoryOf(loaded.path).string());
+    }
+    if (loaded.hasGoodCopy) {
+      damagedSetlist.set(loaded.path);
+    }
+    return;
+  }
+  showSetlist(std::move(loaded.setlist).value(), loaded.original.value_or(loaded.path));
   settled.emit();
-  if (original) {
+  if (loaded.original) {
     state_.markEdited();
   }
 }
 
 void SetlistFiles::openUnsaved(SetlistFile setlist, const std::optional<std::filesystem::path>& original) {
+  awaitTurn();
   showSetlist(std::move(setlist), original);
   state_.markEdited();
 }
@@ -219,12 +270,22 @@ void SetlistFiles::showSetlist(SetlistFile setlist, const std::optional<std::fil
   songSwitch_.applySong(0);
 }
 
-void SetlistFiles::offerCopyOf(const std::filesystem::path& path) {
-  if (!copies_.copiesOf(path).empty()) {
-    console_.print("Earlier versions of it are kept in " + copies_.directoryOf(path).string());
+void SetlistFiles::runBeside(const std::function<void()>& work, const std::function<void()>& ended) {
+  if (background_ == nullptr) {
+    work();
+    ended();
+    return;
   }
-  if (copies_.newestGoodCopyOf(path)) {
-    damagedSetlist.set(path);
+  isBusy_ = true;
+  background_->run(work, [&] {
+    isBusy_ = false;
+    ended();
+  });
+}
+
+void SetlistFiles::awaitTurn() {
+  if (isBusy_) {
+    background_->waitUntil([this] { return !isBusy_; });
   }
 }
 
@@ -234,6 +295,7 @@ std::optional<std::filesystem::path> SetlistFiles::currentDirectory() const {
 }
 
 bool SetlistFiles::saveSetlist() {
+  awaitTurn();
   const auto path = state_.currentFilePath.get();
   return path ? writeSetlist(*path) : saveSetlistAs(false);
 }
@@ -252,37 +314,44 @@ bool SetlistFiles::saveSetlistAs(bool force) {
 }
 
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
+  awaitTurn();
   songSwitch_.captureCurrentSong();
-  const auto bytes = encoded(state_);
-  if (const Outcome failure = bytes ? replaceFile(path, bytes.value()) : bytes.error()) {
-    console_.printFailure(FailureKind::save, "Failed to save setlist: " + failure->description);
-    return false;
-  }
+  const SetlistFile setlist{setlistVersion, state_.songs.get(), state_.globalMidiControlAssignments.get()};
+  const std::size_t missed = missedStates(engine_);
+  Outcome failure;
+  runBeside([&] { failure = replaceFile(copies_, files_, path, setlist); },
+            [&, editsCaptured = editCount_] {
+              if (failure) {
+                console_.printFailure(FailureKind::save, "Failed to save setlist: " + failure->description);
+              } else {
+                endSave(path, missed, editsCaptured);
+              }
+            });
+  return !failure;
+}
+
+void SetlistFiles::endSave(const std::filesystem::path& path, std::size_t missedStates, std::uint64_t editsCaptured) {
   damagedSetlist.set(std::nullopt);
   state_.currentFilePath.set(path);
   state_.addRecentFile(path);
-  const std::size_t missed = missedStates(engine_);
-  state_.isDirty.set(missed > 0);
-  if (missed == 0) {
-    settled.emit();
-  } else {
-    console_.printFailure(FailureKind::save, "Saved with the last known state of plug-ins that did not answer (" +
-                                                 std::to_string(missed) + "): save again");
+  const bool isEditedMeanwhile = editCount_ != editsCaptured;
+  if (!isEditedMeanwhile) {
+    state_.isDirty.set(missedStates > 0);
   }
-  return true;
-}
-
-Outcome SetlistFiles::replaceFile(const std::filesystem::path& path, const std::string& bytes) {
-  // Without a copy a crash in an in-place write would leave nothing.
-  return copies_.keep(path) ? files_.write(path, bytes) : files_.writeAtomically(path, bytes);
+  if (missedStates > 0) {
+    console_.printFailure(FailureKind::save, "Saved with the last known state of plug-ins that did not answer (" +
+                                                 std::to_string(missedStates) + "): save again");
+  } else if (!isEditedMeanwhile) {
+    settled.emit();
+  }
 }
 
 bool SetlistFiles::confirmSetlistChange() {
-  return mayGiveUp(setlistChangeAlert(state_.isDirty.get()));
+  return mayGiveUp(setlistChangeAlert);
 }
 
 void SetlistFiles::confirmTermination() {
-  const bool mayEnd = mayGiveUp(terminationAlert(state_.isDirty.get()));
+  const bool mayEnd = mayGiveUp(terminationAlert);
   if (mayEnd) {
     isEndAgreed_ = true;
     settled.emit();
@@ -290,10 +359,11 @@ void SetlistFiles::confirmTermination() {
   desktop_.replyToApplicationShouldTerminate(mayEnd);
 }
 
-bool SetlistFiles::mayGiveUp(const NSAlert& alert) {
+bool SetlistFiles::mayGiveUp(NSAlert (*alertFor)(bool isDirty)) {
   constexpr std::size_t saveButton = 0;
   constexpr std::size_t doNotSaveButton = 1;
-  const auto answer = desktop_.runModal(alert);
+  awaitTurn();  // its outcome decides what there is to ask
+  const auto answer = desktop_.runModal(alertFor(state_.isDirty.get()));
   if (answer == saveButton) {
     const auto path = state_.currentFilePath.get();
     return path ? writeSetlist(*path) : saveSetlistAs(true);

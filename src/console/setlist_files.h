@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +16,7 @@ namespace vrel {
 
 class AppState;
 class AudioEngine;
+class BackgroundWork;
 class ConsoleOutput;
 class Desktop;
 class FileManager;
@@ -30,7 +33,9 @@ struct SetlistFile;
 /// written into its file in place; the last good version of an existing one is kept beforehand, see SetlistCopies, and
 /// where none has it the file is replaced atomically. One of more than `mostSetlistBytes` is neither read nor written.
 ///
-/// Main thread, which is blocked while a setlist is captured, read or written; a question lets the main queue go on.
+/// Main thread, which captures a setlist and puts it on stage. Encoding, reading and writing are background work: each
+/// call waits for its outcome and for that of the one before, while the main queue goes on, as behind a question. So an
+/// edit may come while a save runs: it is not in the file, and keeps the mark.
 class SetlistFiles {
  public:
   struct Collaborators {
@@ -41,6 +46,7 @@ class SetlistFiles {
     Desktop& desktop;
     ConsoleOutput& console;
     SetlistCopies& copies;
+    BackgroundWork* background = nullptr;  // null: all is done on the main thread at once
   };
 
   /// All are borrowed.
@@ -67,11 +73,15 @@ class SetlistFiles {
   /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there. A copy
   /// takes the place of the setlist that it was made of, and counts as edited. While plug-ins are being looked for it
   /// waits for them, behind the loading modal; the last one asked for is the one that is read then, after the
-  /// question if there are edits since. It is not read when another setlist has been shown meanwhile.
+  /// question if there are edits since. It is not read when another setlist has been shown meanwhile. When Live mode
+  /// begins while it is read, the stage stays as it is.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Puts a setlist on stage that was never saved as it is, to be saved to this place; none when it has no file yet.
   void openUnsaved(SetlistFile setlist, const std::optional<std::filesystem::path>& original);
+
+  /// Returns when no setlist is being read or written; the main queue goes on meanwhile.
+  void awaitTurn();
 
   /// Nothing is unsaved: the setlist was saved, another one has taken its place, or it was given up at the end.
   Signal<> settled;
@@ -96,12 +106,17 @@ class SetlistFiles {
   void confirmTermination();
 
  private:
-  [[nodiscard]] bool mayGiveUp(const NSAlert& alert);
-  [[nodiscard]] Outcome replaceFile(const std::filesystem::path& path, const std::string& bytes);
+  struct Loaded;
+
+  [[nodiscard]] bool mayGiveUp(NSAlert (*alertFor)(bool isDirty));
+  void runBeside(const std::function<void()>& work, const std::function<void()>& ended);
+  void endSave(const std::filesystem::path& path, std::size_t missedStates, std::uint64_t editsCaptured);
+  [[nodiscard]] Loaded read(const std::filesystem::path& path,
+                            const std::optional<std::filesystem::path>& damaged) const;
+  void putOnStage(Loaded loaded);
   /// Of the open setlist; none before it has a file.
   [[nodiscard]] std::optional<std::filesystem::path> currentDirectory() const;
   void showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path);
-  void offerCopyOf(const std::filesystem::path& path);
   void loadWhenPluginsAreFound(const std::filesystem::path& path);
   void stopAwaitingPlugins();
 
@@ -124,6 +139,9 @@ class SetlistFiles {
   std::optional<AwaitingPlugins> awaitingPlugins_;
   std::shared_ptr<void> pluginsFollowed_;
   std::shared_ptr<void> editsFollowed_;
+  BackgroundWork* const background_;
+  bool isBusy_ = false;  // between the start of a background work and its end on the main thread
+  std::uint64_t editCount_ = 0;
 };
 
 }  // namespace vrel

@@ -270,6 +270,7 @@ void UnsavedEdits::offer() {
     return;
   }
   pluginsFollowed_ = nullptr;
+  setlistFiles_.awaitTurn();  // the setlist that the program was started with
   if (state_.isLiveModeEnabled.get() || desktop_.isAlertShown()) {
     mainQueue_.asyncAfter(offerSeconds, [this, life = life_.watch()] {
       if (life.isAlive()) {

@@ -10,7 +10,7 @@
 
 namespace vrel {
 
-/// Reads and writes whole files. Main thread. An error carries the system's reason.
+/// Reads and writes whole files. Any thread; not the same file on two at once. An error carries the system's reason.
 class FileManager {
  public:
   virtual ~FileManager() = default;

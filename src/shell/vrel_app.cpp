@@ -71,13 +71,21 @@ void VrelApp::contentDidAppear() {
 }
 
 void VrelApp::systemEnds() {
-  const auto before = appDelegate_.answerCount();
-  mainQueue_.asyncAfter(systemTimeoutSeconds, [this, watch = life_.watch(), before] {
-    if (watch.isAlive() && appDelegate_.answerCount() == before && desktop_.isAlertShown()) {
+  endWithoutAnswerTo(appDelegate_.answerCount());
+  appDelegate_.applicationShouldTerminate();
+}
+
+void VrelApp::endWithoutAnswerTo(std::uint64_t request) {
+  mainQueue_.asyncAfter(systemTimeoutSeconds, [this, watch = life_.watch(), request] {
+    if (!watch.isAlive() || appDelegate_.answerCount() != request) {
+      return;
+    }
+    if (desktop_.isAlertShown()) {
       desktop_.replyToApplicationShouldTerminate(true);
+    } else {  // a save may run, behind which the alert comes
+      endWithoutAnswerTo(request);
     }
   });
-  appDelegate_.applicationShouldTerminate();
 }
 
 void VrelApp::applyAudioSettings() {

@@ -86,6 +86,7 @@ class VrelApp {
   void applyInitialFrame(NSWindow& window);
   void applyAudioSettings();
   void rebuildMenus();
+  void endWithoutAnswerTo(std::uint64_t request);
 
   AppState& appState_;
   const std::shared_ptr<AudioEngine>& audioEngine_;

@@ -11,6 +11,7 @@
 #include "console/setlist_files.h"
 #include "document/setlist_coding.h"
 #include "simulation/scripted_desktop.h"
+#include "simulation/simulated_background_work.h"
 #include "support/simulated_session.h"
 
 namespace vrel {
@@ -54,7 +55,8 @@ class SetlistFilesStage : public SimulatedSession {
   const std::filesystem::path gig = "/home/me/gig.vrel";
   const std::filesystem::path copiesFolder = "/home/me/state/copies";
   SetlistCopies copies{files, console, copiesFolder};
-  SetlistFiles setlistFiles{{state, *engine, songSwitch, files, desktop, console, copies}};
+  simulation::SimulatedBackgroundWork background;
+  SetlistFiles setlistFiles{{state, *engine, songSwitch, files, desktop, console, copies, &background}};
 
  private:
   static std::vector<std::string> namesIn(const std::vector<SongConfig>& songs) {

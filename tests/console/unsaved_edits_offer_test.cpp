@@ -110,6 +110,19 @@ TEST_F(EditsOfAFormerRun, AreOfferedWhenThePluginsAreFound) {
   EXPECT_EQ(songNames(), Names({"A"}));
 }
 
+TEST_F(EditsOfAFormerRun, AreOfferedBehindTheSetlistThatIsBeingRead) {
+  files.place(gig, setlistText({"One", "Two"}));
+  files.place(folder / "a.vrel", setlistText({"A"}));
+  auto next = startAgain();
+  desktop.alertAnswers = {openButton};
+  desktop.whileAsking = [this] { EXPECT_EQ(songNames(), Names({"One", "Two"})); };
+  background.whileWorking = [&] { next->offer(); };
+  setlistFiles.loadSetlist(gig);
+  settle();
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names({"A"}));
+}
+
 TEST_F(EditsOfAFormerRun, OfSeveralRunsAreOfferedOneAfterTheOther) {
   files.place(folder / "a.vrel", setlistText({"A"}));
   files.place(folder / "b.vrel", setlistText({"B"}));

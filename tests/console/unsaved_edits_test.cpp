@@ -86,6 +86,17 @@ TEST_F(EditsThatAreNotSaved, AreNotKeptWhenASaveComesFirst) {
   EXPECT_FALSE(files.files.contains(kept));
 }
 
+TEST_F(EditsThatAreNotSaved, ThatComeDuringASaveAreKeptBehindIt) {
+  openGig();
+  rename("Saved");
+  background.whileWorking = [this] { rename("Newer"); };
+  ASSERT_TRUE(setlistFiles.saveSetlist());
+  keep();
+  EXPECT_EQ(namesOnDisk(gig), Names({"Saved", "Two"}));
+  ASSERT_TRUE(files.files.contains(kept));
+  EXPECT_EQ(namesOnDisk(kept), Names({"Newer", "Two"}));
+}
+
 TEST_F(EditsThatAreNotSaved, StayWhenASaveFails) {
   openGig();
   rename("New");

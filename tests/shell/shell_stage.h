@@ -11,6 +11,7 @@
 #include "shell/menu_commands.h"
 #include "shell/menu_controller.h"
 #include "simulation/scripted_desktop.h"
+#include "simulation/simulated_background_work.h"
 #include "simulation/simulated_hardware.h"
 #include "simulation/simulated_projection.h"
 #include "simulation/simulated_video.h"
@@ -57,7 +58,17 @@ class ShellStage : public testing::Test, protected MachineWithDevices, protected
 
   simulation::ScriptedDesktop desktop;
   NSNotificationCenter notifications;
-  ContentView content{{state, *engine, mainQueue, clock, console, desktop, files, notifications, "/home/me/copies"}};
+  simulation::SimulatedBackgroundWork background;
+  ContentView content{{.appState = state,
+                       .audioEngine = *engine,
+                       .mainQueue = mainQueue,
+                       .clock = clock,
+                       .console = console,
+                       .desktop = desktop,
+                       .files = files,
+                       .notifications = notifications,
+                       .copiesDirectory = "/home/me/copies",
+                       .background = &background}};
   simulation::SimulatedVideos videos;
   simulation::SimulatedProjection windows;
   VrelVisualProjectionWindowController projection{

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -250,6 +251,20 @@ TEST_F(VrelAppTest, ASystemThatEndsLeavesThePersonTimeToNameTheFile) {
   EXPECT_EQ(desktop.savePanels.size(), 1U);
   EXPECT_TRUE(files.fileExists("/home/me/gig.vrel"));
   EXPECT_EQ(desktop.terminationReplies, std::vector{true});
+}
+
+TEST_F(VrelAppTest, ASystemThatEndsDuringALongSaveAsksBehindItAndDoesWithoutAnAnswer) {
+  start();
+  const std::filesystem::path gig = "/home/me/gig.vrel";
+  const auto slow = state.recentFiles.changed.connect([this](const auto& /*files*/) {
+    mainQueue.advance(VrelApp::systemTimeoutSeconds);
+    EXPECT_TRUE(desktop.terminationReplies.empty());
+  });
+  desktop.whileAsking = [this] { mainQueue.advance(VrelApp::systemTimeoutSeconds); };
+  background.whileWorking = [this] { app.systemEnds(); };
+  EXPECT_TRUE(content.setlistFiles().writeSetlist(gig));
+  EXPECT_TRUE(files.fileExists(gig));
+  EXPECT_EQ(desktop.terminationReplies, (std::vector{true, false}));
 }
 
 TEST_F(VrelAppTest, ASystemThatEndsDoesNotWaitForAQuestionThatIsAlreadyOpen) {

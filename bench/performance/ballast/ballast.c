@@ -9,11 +9,11 @@
 #include <stdlib.h>
 #include <string.h>
 
-// Instruments with negligible DSP and large state: each outputs a constant level and keeps 16 KiB of state.
+// Instruments with negligible DSP and large state: each outputs a constant level and keeps 64 KiB of state.
 
 #define BALLAST_URI "urn:vrel:bench:ballast"
 
-enum { stateBytes = 16 << 10, mostPlugins = 64 };
+enum { stateBytes = 64 << 10, mostPlugins = 64 };
 
 typedef struct {
   float* outputs[2];
