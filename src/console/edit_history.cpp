@@ -6,6 +6,7 @@
 
 #include "channel/channel_values.h"
 #include "console/instrument_selector.h"
+#include "console/learned_steps.h"
 #include "console/song_list.h"
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
@@ -264,13 +265,12 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
         }
         found = songs.insert(songs.begin() + static_cast<std::ptrdiff_t>(std::min(index, songs.size())), wanted);
       }
-      if (const auto former = from.indexOfSong(wanted.id); former && from.songs[*former]->name != wanted.name) {
+      const auto former = from.indexOfSong(wanted.id);
+      if (former && from.songs[*former]->name != wanted.name) {
         found->name = wanted.name;
       }
-      if (const auto former = from.indexOfSong(wanted.id);
-          former && !haveLearnedTheSame(*from.songs[*former], wanted)) {
-        found->midiControlAssignments = wanted.midiControlAssignments;
-        found->pluginControlAssignments = wanted.pluginControlAssignments;
+      if (former && (!haveLearnedTheSame(*from.songs[*former], wanted) || from.songOnStage == wanted.id)) {
+        changeLearned(*found, from, to);
       }
     }
     const auto rank = [&](const SongConfig& song) { return to.indexOfSong(song.id).value_or(to.songs.size()); };
@@ -278,7 +278,8 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
   });
   state_.selectedSongIndex.set(onStage ? songList_.indexOf(*onStage) : std::nullopt);
   if (from.learnedForAll != to.learnedForAll) {
-    state_.globalMidiControlAssignments.set(to.learnedForAll);
+    state_.globalMidiControlAssignments.modify(
+        [&](auto& learned) { changeLearned(learned, from.learnedForAll, to.learnedForAll); });
   }
 }
 
