@@ -42,7 +42,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       content_({state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder(),
                 editorMedia(), &background_}),
       unsavedEdits_({state_, content_.songSwitch(), content_.setlistFiles(), loop, platform_.platform().queues,
-                     unsavedFiles_, desktop_, console_},
+                     unsavedFiles_, desktop_, console_, &background_},
                     system::userUnsavedFolder(), {ownRunName(), isRunning}),
       meterReadings_(
           *engine_, loop,

@@ -13,6 +13,7 @@
 #include "engine/plugin_state.h"
 #include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
+#include "platform/background_work.h"
 #include "platform/console_output.h"
 #include "platform/desktop.h"
 #include "platform/dispatch.h"
@@ -78,6 +79,7 @@ UnsavedEdits::UnsavedEdits(const Collaborators& collaborators, fs::path director
       files_(collaborators.files),
       desktop_(collaborators.desktop),
       console_(collaborators.console),
+      background_(collaborators.background),
       directory_(std::move(directory)),
       runs_(std::move(runs)),
       connections_({state_.edited.connect([this] { noteEdit(); }), setlistFiles_.settled.connect([this] { settle(); }),
@@ -238,6 +240,15 @@ std::optional<UnsavedEdits::Kept> UnsavedEdits::read(const std::string& run) con
   return Kept{std::move(setlist).value(), hasPath ? std::optional<fs::path>(path.value()) : std::nullopt};
 }
 
+std::optional<UnsavedEdits::Kept> UnsavedEdits::readBeside(const std::string& run) const {
+  if (background_ == nullptr) {
+    return read(run);
+  }
+  std::optional<Kept> kept;
+  background_->run([&] { kept = read(run); }, [] {});
+  return kept;
+}
+
 UnsavedEdits::Answer UnsavedEdits::ask(const Kept& kept) const {
   const auto language = state_.language.get();
   const auto name = kept.original ? kept.original->filename().string() : filled(untitledTexts, language);
@@ -253,6 +264,18 @@ UnsavedEdits::Answer UnsavedEdits::ask(const Kept& kept) const {
 bool UnsavedEdits::mayOpen() {
   const auto isAllowed = [this] { return LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_); };
   return isAllowed() && (!hasEdits_ || setlistFiles_.confirmSetlistChange()) && isAllowed();
+}
+
+bool UnsavedEdits::mustOfferLater() {
+  const bool isLater = state_.isLiveModeEnabled.get() || desktop_.isAlertShown();
+  if (isLater) {
+    mainQueue_.asyncAfter(offerSeconds, [this, life = life_.watch()] {
+      if (life.isAlive()) {
+        offer();
+      }
+    });
+  }
+  return isLater;
 }
 
 void UnsavedEdits::offer() {
@@ -271,18 +294,16 @@ void UnsavedEdits::offer() {
   }
   pluginsFollowed_ = nullptr;
   setlistFiles_.awaitTurn();  // the setlist that the program was started with
-  if (state_.isLiveModeEnabled.get() || desktop_.isAlertShown()) {
-    mainQueue_.asyncAfter(offerSeconds, [this, life = life_.watch()] {
-      if (life.isAlive()) {
-        offer();
-      }
-    });
+  if (mustOfferLater()) {
     return;
   }
   for (const auto& run : endedRuns()) {
-    auto kept = read(run);
+    auto kept = readBeside(run);
     if (!kept) {
       continue;
+    }
+    if (mustOfferLater()) {
+      return;
     }
     const Answer answer = ask(*kept);
     if (answer == Answer::discard) {

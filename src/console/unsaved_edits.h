@@ -15,6 +15,7 @@
 namespace vrel {
 
 class AppState;
+class BackgroundWork;
 class ConsoleOutput;
 class Desktop;
 class DispatchQueue;
@@ -50,6 +51,7 @@ class UnsavedEdits {
     FileManager& files;  // used on the other thread, too
     Desktop& desktop;
     ConsoleOutput& console;
+    BackgroundWork* background = nullptr;  // null: what is offered is read on the main thread
   };
 
   /// The name of a run, and whether the one with a name is still there: what it keeps is its own.
@@ -92,6 +94,8 @@ class UnsavedEdits {
   [[nodiscard]] std::filesystem::path pathFileOf(const std::string& run) const;
   [[nodiscard]] std::vector<std::string> endedRuns() const;
   [[nodiscard]] std::optional<Kept> read(const std::string& run) const;
+  [[nodiscard]] std::optional<Kept> readBeside(const std::string& run) const;
+  [[nodiscard]] bool mustOfferLater();
   [[nodiscard]] Answer ask(const Kept& kept) const;
 
   AppState& state_;
@@ -101,6 +105,7 @@ class UnsavedEdits {
   FileManager& files_;
   Desktop& desktop_;
   ConsoleOutput& console_;
+  BackgroundWork* const background_;
   const std::filesystem::path directory_;
   const Runs runs_;
   std::vector<std::string> adopted_;  // runs whose setlist is open here, until this run has kept it, too

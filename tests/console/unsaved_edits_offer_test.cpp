@@ -123,6 +123,19 @@ TEST_F(EditsOfAFormerRun, AreOfferedBehindTheSetlistThatIsBeingRead) {
   EXPECT_EQ(songNames(), Names({"A"}));
 }
 
+TEST_F(EditsOfAFormerRun, AreReadBesideTheMainThreadAndNotOfferedInLiveModeThatBeganMeanwhile) {
+  files.place(folder / "a.vrel", setlistText({"A"}));
+  auto next = startAgain();
+  desktop.alertAnswers = {openButton};
+  background.whileWorking = [this] { state.isLiveModeEnabled.set(true); };
+  next->offer();
+  EXPECT_THAT(desktop.alerts, IsEmpty());
+  state.isLiveModeEnabled.set(false);
+  mainQueue.advance(UnsavedEdits::offerSeconds);
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names({"A"}));
+}
+
 TEST_F(EditsOfAFormerRun, OfSeveralRunsAreOfferedOneAfterTheOther) {
   files.place(folder / "a.vrel", setlistText({"A"}));
   files.place(folder / "b.vrel", setlistText({"B"}));

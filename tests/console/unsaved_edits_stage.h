@@ -83,7 +83,7 @@ class UnsavedEditsStage : public SetlistFilesStage {
   }
 
   UnsavedEdits::Collaborators collaborators() {
-    return {state, songSwitch, setlistFiles, mainQueue, queues, files, desktop, console};
+    return {state, songSwitch, setlistFiles, mainQueue, queues, files, desktop, console, &background};
   }
 
   static inline const PropertyListDictionary tone{{"cutoff", PropertyListValue{std::int64_t{7}}}};
