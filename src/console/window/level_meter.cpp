@@ -13,16 +13,9 @@ namespace {
 
 constexpr int framesPerText = 15;
 
-/// Whether a new meter is in turn with the first, or with the second one. The window's thread.
-bool firstTurn() {
-  static bool turn = false;
-  turn = !turn;
-  return turn;
-}
-
 }  // namespace
 
-LevelMeter::LevelMeter(QQuickItem* parent) : QQuickItem(parent), isInTurn_(firstTurn()) {
+LevelMeter::LevelMeter(QQuickItem* parent) : QQuickItem(parent) {
   setFlag(ItemHasContents);
   setFlag(ItemObservesViewport);
 }
@@ -35,6 +28,7 @@ void LevelMeter::setBoard(MeterBoard* board) {
   board_ = board;
   if (board != nullptr) {
     frames_ = connect(board, &MeterBoard::frame, this, &LevelMeter::pull);
+    number_ = board->turns.join();
   }
   findCell();
   Q_EMIT boardChanged();
@@ -63,16 +57,22 @@ MeterColumn LevelMeter::columnOf(const MeterCell::Bar& bar) const {
   return column;
 }
 
-bool LevelMeter::isDrawnInThisFrame() const {
-  return isInTurn_ || wayToDraw_.value_or(MeterNode::wayOf(*window())) == MeterNode::Way::layers;
+bool LevelMeter::isDrawnInThisFrame() {
+  if (clipRect().isEmpty()) {
+    return false;
+  }
+  if (wayToDraw_.value_or(MeterNode::wayOf(*window())) == MeterNode::Way::layers) {
+    return true;
+  }
+  board_->turns.count(width() * height() * pixelsPerPoint_ * pixelsPerPoint_);
+  return board_->turns.isInTurn(number_);
 }
 
 void LevelMeter::pull() {
-  isInTurn_ = !isInTurn_;
   if (cell_ == nullptr || !isVisible() || window() == nullptr) {
     return;
   }
-  if (isDrawnInThisFrame() && !clipRect().isEmpty()) {
+  if (isDrawnInThisFrame()) {
     draw();
   }
   if (framesToText_-- <= 0) {

@@ -4,6 +4,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <QQuickItem>
 #include <QString>
+#include <cstddef>
 #include <memory>
 #include <optional>
 
@@ -14,8 +15,7 @@ namespace vrel::window {
 
 /// A strip's level: two columns of segments, the lit ones bright and the others dim, each with a white bar that holds
 /// the peak. The scale runs from -48 dBFS at the bottom to 0 at the top. Redrawn only where it can be seen, and when a
-/// segment has changed or a bar has moved by a pixel. In software each second frame, half of the meters in one and half
-/// in the other: there a change is dear, and the eye sees no more.
+/// segment has changed or a bar has moved by a pixel; in software in its turn with the other meters.
 class LevelMeter : public QQuickItem {
   Q_OBJECT
   QML_ELEMENT
@@ -51,7 +51,7 @@ class LevelMeter : public QQuickItem {
  private:
   void findCell();
   void pull();
-  [[nodiscard]] bool isDrawnInThisFrame() const;
+  [[nodiscard]] bool isDrawnInThisFrame();
   void draw();
   void repaint();
   void findScale();
@@ -66,7 +66,7 @@ class LevelMeter : public QQuickItem {
   MeterColumns columns_{};
   bool isSizeNew_ = true;
   std::optional<MeterNode::Way> wayToDraw_;
-  bool isInTurn_;
+  std::size_t number_ = 0;  // on the board
   int framesToText_ = 0;
   int decibels_ = silentDecibels;
 };

@@ -8,19 +8,23 @@
 #include <memory>
 
 #include "console/meter_readings.h"
+#include "console/window/meter_turns.h"
 #include "foundation/mutex.h"
 
 namespace vrel::window {
 
 /// Finds the meter of a strip by the strip's id; the master's id is empty. Not part of the mirror, since levels are
-/// pulled: a window that draws slowly has nothing to catch up with. Any thread, but for the signal.
+/// pulled: a window that draws slowly has nothing to catch up with. Any thread, but for the turns and the signal.
 class MeterBoard : public QObject {
   Q_OBJECT
   QML_ELEMENT
   QML_UNCREATABLE("the program makes it")
 
  public:
-  using QObject::QObject;
+  explicit MeterBoard(QObject* parent = nullptr) : QObject(parent) {
+    // The first that hears of a frame.
+    connect(this, &MeterBoard::frame, this, [this] { turns.beginFrame(); });
+  }
 
   /// The strip's meter, made when it is not there yet. Those that are no longer held are forgotten then.
   [[nodiscard]] std::shared_ptr<MeterCell> cell(const QString& channelId) {
@@ -33,6 +37,9 @@ class MeterBoard : public QObject {
     cells_.insert(channelId, made);
     return made;
   }
+
+  /// The window's thread.
+  MeterTurns turns;
 
  Q_SIGNALS:
   /// Sixty times a second, on the window's thread, while the window can be seen.

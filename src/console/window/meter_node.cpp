@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "console/meter_bar.h"
 
@@ -25,7 +26,6 @@ constexpr std::array<QRgb, 3> zoneColors{qRgb(105, 220, 120), qRgb(250, 198, 70)
 constexpr qreal litOpacity = 0.95;
 constexpr qreal unlitOpacity = 0.13;
 constexpr qreal holdOpacity = 0.92;
-constexpr int pixelBytes = sizeof(QRgb);
 // Points.
 constexpr qreal frameWidth = 0.5;
 constexpr qreal groundRadius = 2;
@@ -168,42 +168,69 @@ class PicturedMeter final : public MeterNode {
     frame_->setTexture(window.createTextureFromImage(silent));
     unlit_ = silent.copy(pixels.inside()).convertToFormat(QImage::Format_RGB32);
     lit_ = meterPicture(pixels, litOpacity).copy(pixels.inside()).convertToFormat(QImage::Format_RGB32);
+    composed_ = {};
   }
 
   void show(QQuickWindow& window, const MeterPixels& pixels, const MeterColumns& columns) override {
     place(*frame_, pixels.points({0, 0, pixels.width, pixels.height}));
-    picture_->setTexture(window.createTextureFromImage(compose(pixels, columns), QQuickWindow::TextureIsOpaque));
+    std::swap(composed_[0], composed_[1]);  // the texture that is shown shares the other one's pixels
+    compose(composed_[0], pixels, columns);
+    picture_->setTexture(window.createTextureFromImage(composed_[0].picture, QQuickWindow::TextureIsOpaque));
     place(*picture_, pixels.points(pixels.inside()));
   }
 
  private:
-  [[nodiscard]] QImage compose(const MeterPixels& pixels, const MeterColumns& columns) const {
-    QImage picture(unlit_.size(), QImage::Format_RGB32);
+  struct Composed {
+    QImage picture;
+    MeterColumns columns{};  // that it shows
+  };
+
+  /// Of what it shows, only what is to be another is written.
+  void compose(Composed& composed, const MeterPixels& pixels, const MeterColumns& columns) const {
     const std::array tops{pixels.litTop(columns[0]), pixels.litTop(columns[1])};
-    // Left and right of the gap between the columns.
-    const int middle = std::clamp(
-        (pixels.columnX[0] + pixels.columnWidth + pixels.columnX[1]) / 2 - pixels.inside().left(), 0, picture.width());
-    const std::array parts{std::array{0, middle}, std::array{middle, picture.width()}};
-    uchar* const rows = picture.bits();
-    const uchar* const lit = lit_.constBits();
-    const uchar* const unlit = unlit_.constBits();
-    const qsizetype stride = picture.bytesPerLine();
-    const int height = picture.height();
-    for (std::size_t column = 0; column < parts.size(); ++column) {
-      const auto [from, to] = parts[column];
-      for (int y = 0; y < height; ++y) {
-        const qsizetype start = y * stride + from * pixelBytes;
-        std::memcpy(rows + start, (y < tops[column] ? unlit : lit) + start,
-                    static_cast<std::size_t>(to - from) * sizeof(QRgb));
+    QImage& picture = composed.picture;
+    if (picture.isNull()) {
+      picture = QImage(unlit_.size(), QImage::Format_RGB32);
+      copyRows(picture, pixels, tops, 0, picture.height());
+    } else {
+      for (std::size_t column = 0; column < columns.size(); ++column) {
+        const int before = pixels.litTop(composed.columns[column]);
+        copyRows(picture, pixels, tops, std::min(before, tops[column]), std::max(before, tops[column]));
+        if (composed.columns[column].hold >= 0) {
+          const QRect bar = barOf(pixels, column, composed.columns[column].hold);
+          copyRows(picture, pixels, tops, bar.top(), bar.bottom() + 1);
+        }
       }
     }
     for (std::size_t column = 0; column < columns.size(); ++column) {
       if (columns[column].hold >= 0) {
-        const QRect bar = pixels.hold(column, columns[column].hold).translated(-pixels.inside().topLeft());
-        blendHold(picture, bar.intersected(picture.rect()));
+        blendHold(picture, barOf(pixels, column, columns[column].hold));
       }
     }
-    return picture;
+    composed.columns = columns;
+  }
+
+  [[nodiscard]] QRect barOf(const MeterPixels& pixels, std::size_t column, int hold) const {
+    return pixels.hold(column, hold).translated(-pixels.inside().topLeft()).intersected(unlit_.rect());
+  }
+
+  void copyRows(QImage& picture, const MeterPixels& pixels, const std::array<int, 2>& tops, int from, int to) const {
+    // Left and right of the gap between the columns.
+    const int middle = std::clamp(
+        (pixels.columnX[0] + pixels.columnWidth + pixels.columnX[1]) / 2 - pixels.inside().left(), 0, picture.width());
+    const auto leftBytes = static_cast<std::size_t>(middle) * sizeof(QRgb);
+    const std::size_t bytes = static_cast<std::size_t>(picture.width()) * sizeof(QRgb);
+    for (int y = from; y < to; ++y) {
+      uchar* const row = picture.scanLine(y);
+      const uchar* const left = (y < tops[0] ? unlit_ : lit_).constScanLine(y);
+      const uchar* const right = (y < tops[1] ? unlit_ : lit_).constScanLine(y);
+      if (left == right) {
+        std::memcpy(row, left, bytes);
+      } else {
+        std::memcpy(row, left, leftBytes);
+        std::memcpy(row + leftBytes, right + leftBytes, bytes - leftBytes);
+      }
+    }
   }
 
   static void blendHold(QImage& picture, const QRect& bar) {
@@ -220,6 +247,7 @@ class PicturedMeter final : public MeterNode {
   QSGImageNode* picture_;
   QImage unlit_;
   QImage lit_;
+  std::array<Composed, 2> composed_;
 };
 
 }  // namespace

@@ -6,8 +6,10 @@
 #include <QColor>
 #include <QImage>
 #include <QQuickWindow>
+#include <cstddef>
 #include <memory>
 #include <tuple>
+#include <vector>
 
 namespace vrel::window {
 namespace {
@@ -46,10 +48,9 @@ class Meter : public testing::TestWithParam<MeterNode::Way> {
     meter.paintings = 0;
   }
 
-  /// Two frames, in one of which it is in turn; how often the meter was drawn after them.
+  /// A frame; how often the meter was drawn after it.
   int draw() {
     const int before = meter.paintings;
-    Q_EMIT board.frame();
     Q_EMIT board.frame();
     image = window.grabWindow();
     return meter.paintings - before;
@@ -166,26 +167,81 @@ TEST_P(Meter, IsRedrawnOnlyWhenASegmentOrTheMarkerHasMoved) {
   EXPECT_EQ(draw(), 1);
 }
 
-TEST_P(Meter, InSoftwareHalfOfTheMetersAreDrawnInEachFrame) {
-  CountingMeter other(window.contentItem());
-  other.setWayToDraw(GetParam());
-  other.setX(20);
-  other.setSize({2 * columnWidth + 3.5, meterHeight});
-  other.setBoard(&board);
-  other.setChannelId(QStringLiteral("piano"));
-  draw();
-  meter.paintings = 0;
-  other.paintings = 0;
+TEST_P(Meter, InSoftwareManyMetersTakeTurnsAndAFewAreDrawnInEachFrame) {
   constexpr int frames = 8;
-  const bool isInSoftware = GetParam() == MeterNode::Way::pictures;
   for (int frame = 0; frame < frames; ++frame) {
-    const int before = meter.paintings + other.paintings;
     show(frame * 0.1, 1);
     Q_EMIT board.frame();
     image = window.grabWindow();
-    EXPECT_EQ(meter.paintings + other.paintings - before, isInSoftware ? 1 : 2) << frame;
   }
-  EXPECT_EQ(meter.paintings, isInSoftware ? frames / 2 : frames);
+  EXPECT_EQ(meter.paintings, frames);
+  std::vector<std::unique_ptr<CountingMeter>> many;
+  constexpr int others = 59;
+  for (int number = 0; number < others; ++number) {
+    auto& other = *many.emplace_back(std::make_unique<CountingMeter>(window.contentItem()));
+    other.setWayToDraw(GetParam());
+    other.setSize({2 * columnWidth + 3.5, meterHeight});
+    other.setBoard(&board);
+    other.setChannelId(QStringLiteral("piano"));
+  }
+  draw();
+  const auto paintings = [&] {
+    int sum = meter.paintings;
+    for (const auto& other : many) {
+      sum += other->paintings;
+    }
+    return sum;
+  };
+  constexpr int turns = 3;
+  const bool isInSoftware = GetParam() == MeterNode::Way::pictures;
+  for (int frame = 0; frame < 2 * turns; ++frame) {
+    const int before = paintings();
+    show(frame * 0.1, 0.5);
+    Q_EMIT board.frame();
+    image = window.grabWindow();
+    EXPECT_EQ(paintings() - before, isInSoftware ? (others + 1) / turns : others + 1) << frame;
+  }
+}
+
+TEST_P(Meter, ShowsTheSameWhateverItShowedBefore) {
+  const auto shown = [this](double leftLevel, double rightLevel, double leftHold, double rightHold) {
+    show(leftLevel, rightLevel, leftHold, rightHold);
+    draw();
+    return image;
+  };
+  const QImage first = shown(0.3, 0.8, 0.4, 0.81);
+  shown(0.9, 0.1, 0.95, 0);
+  shown(0.2, 0.2, 0.3, 0.21);
+  shown(1, 0, 1, 0);
+  EXPECT_EQ(shown(0.3, 0.8, 0.4, 0.81), first);
+  EXPECT_NE(shown(0.35, 0.8, 0.4, 0.81), first);
+  EXPECT_EQ(shown(0.3, 0.8, 0.4, 0.81), first);
+}
+
+TEST(MetersInTurn, AreAsFewAFrameAsTheTimeAllows) {
+  MeterTurns turns;
+  EXPECT_EQ(turns.join(), 0U);
+  EXPECT_EQ(turns.join(), 1U);
+  const auto drawnInAFrame = [&turns](std::size_t meters, double pixels) {
+    for (int frame = 0; frame < 2; ++frame) {
+      turns.beginFrame();
+      for (std::size_t meter = 0; meter < meters; ++meter) {
+        turns.count(pixels);
+      }
+    }
+    turns.beginFrame();
+    std::size_t drawn = 0;
+    for (std::size_t meter = 0; meter < meters; ++meter) {
+      drawn += turns.isInTurn(meter) ? 1 : 0;
+    }
+    return drawn;
+  };
+  EXPECT_EQ(drawnInAFrame(12, 7600), 12U);
+  EXPECT_LT(drawnInAFrame(64, 7600), 64U);
+  EXPECT_LE(drawnInAFrame(64, 7600) * (MeterTurns::meterMicroseconds + 7600 * MeterTurns::pixelMicroseconds),
+            MeterTurns::frameMicroseconds * 1.1);
+  EXPECT_GE(drawnInAFrame(1000, 7600), 1000 / MeterTurns::mostTurns) << "never slower than that";
+  EXPECT_EQ(drawnInAFrame(2, 7600), 2U) << "again, once the others are gone";
 }
 
 TEST_P(Meter, FallsBackToSilence) {
