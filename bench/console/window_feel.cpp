@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/window_feel.h"
 
+#include <time.h>
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -61,23 +63,31 @@ void pump(int milliseconds) {
   loop.exec();
 }
 
-std::vector<double> measurePresses(QQuickWindow& window, std::size_t presses, const std::function<Press()>& next) {
-  std::vector<double> latencies;
-  latencies.reserve(presses);
+double threadMilliseconds() {
+  timespec time{};
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+Presses measurePresses(QQuickWindow& window, std::size_t presses, const std::function<Press()>& next) {
+  Presses measured;
   Press current;
   QElapsedTimer time;
   double shownAt = -1;
+  double computed = 0;
   const auto connection = QObject::connect(&window, &QQuickWindow::afterFrameEnd, &window, [&] {
     if (shownAt < 0 && current.isShown && current.isShown()) {
       shownAt = static_cast<double>(time.nsecsElapsed()) / 1e6;
+      computed += threadMilliseconds();
     }
   });
   std::mt19937 random(1);
   std::uniform_int_distribution<int> pause(20, 60);  // milliseconds
-  while (latencies.size() < presses) {
+  while (measured.times.size() < presses) {
     pump(pause(random));
     current = next();
     shownAt = -1;
+    computed = -threadMilliseconds();
     time.start();
     press(window, current.place);
     while (shownAt < 0) {
@@ -86,11 +96,13 @@ std::vector<double> measurePresses(QQuickWindow& window, std::size_t presses, co
       }
       pump(1);
     }
-    latencies.push_back(shownAt);
+    measured.times.push_back(shownAt);
+    measured.processor.push_back(computed);
   }
   QObject::disconnect(connection);
-  std::sort(latencies.begin(), latencies.end());
-  return latencies;
+  std::sort(measured.times.begin(), measured.times.end());
+  std::sort(measured.processor.begin(), measured.processor.end());
+  return measured;
 }
 
 BareWindow measureBareWindow(std::size_t presses) {
