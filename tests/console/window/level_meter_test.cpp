@@ -238,7 +238,8 @@ TEST(MetersInTurn, AreAsFewAFrameAsTheTimeAllows) {
   };
   EXPECT_EQ(drawnInAFrame(12, 7600), 12U);
   EXPECT_LT(drawnInAFrame(64, 7600), 64U);
-  EXPECT_LE(drawnInAFrame(64, 7600) * (MeterTurns::meterMicroseconds + 7600 * MeterTurns::pixelMicroseconds),
+  EXPECT_LE(static_cast<double>(drawnInAFrame(64, 7600)) *
+                (MeterTurns::meterMicroseconds + 7600 * MeterTurns::pixelMicroseconds),
             MeterTurns::frameMicroseconds * 1.1);
   EXPECT_GE(drawnInAFrame(1000, 7600), 1000 / MeterTurns::mostTurns) << "never slower than that";
   EXPECT_EQ(drawnInAFrame(2, 7600), 2U) << "again, once the others are gone";
