@@ -2,16 +2,11 @@
 #include "vrel-render/check_run.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -24,11 +19,11 @@
 #include "system/dispatch/standard_output.h"
 #include "system/files/file_calls.h"
 #include "system/files/posix_file_manager.h"
-#include "system/media/decoding_check.h"
 #include "system/plugins/lv2/lv2_world.h"
 #include "system/plugins/scratch_folder.h"
 #include "vrel-render/check_text.h"
 #include "vrel-render/input_files.h"
+#include "vrel-render/media_reading.h"
 #include "vrel-render/options.h"
 #include "vrel-render/song_check.h"
 #include "vrel-render/song_process.h"
@@ -84,54 +79,17 @@ std::vector<SongPage> playSongs(const SetlistFile& setlist, const Options& optio
   return pages;
 }
 
-using Decode = std::optional<system::DecodingFailure> (*)(const std::string& path);
-
-MediaState stateOf(const std::string& path, Decode decode) {
-  std::error_code ignored;
-  if (!std::filesystem::exists(path, ignored)) {
-    return {MediaState::Kind::missing, {}};
-  }
-  const auto failure = decode(path);
-  if (!failure) {
-    return {};
-  }
-  const bool isIncomplete = failure->kind == system::DecodingFailure::Kind::incomplete;
-  return {isIncomplete ? MediaState::Kind::incomplete : MediaState::Kind::unreadable, failure->reason};
-}
-
-/// Reads all files, as many at a time as the machine has cores.
-struct MediaReading {
-  explicit MediaReading(const MediaReferences& references) {
-    std::vector<std::pair<MediaStates::iterator, Decode>> files;
-    for (const auto& path : references.audioFiles) {
-      files.emplace_back(audioFiles.emplace(path, MediaState{}).first, &system::checkAudioDecoding);
-    }
-    for (const auto& path : references.clips) {
-      files.emplace_back(clips.emplace(path, MediaState{}).first, &system::checkClipDecoding);
-    }
-    std::atomic<std::size_t> next{0};
-    const auto read = [&] {
-      for (std::size_t index = next++; index < files.size(); index = next++) {
-        files[index].first->second = stateOf(files[index].first->first, files[index].second);
-      }
-    };
-    std::vector<std::thread> readers(
-        std::min<std::size_t>(files.size(), std::max(1U, std::thread::hardware_concurrency())));
-    std::generate(readers.begin(), readers.end(), [&] { return std::thread(read); });
-    for (auto& reader : readers) {
-      reader.join();
-    }
-  }
-
-  MediaStates audioFiles;
-  MediaStates clips;
-};
-
 CheckReport reportOf(const SetlistFile& setlist, const Options& options) {
-  // The songs first: they are played by copies of this process, which must not have threads by then.
+  // First what is done by copies of this process, which must not have threads by then.
   const SharedScan scan;
   std::vector<SongPage> played = playSongs(setlist, options, scan.settings());
-  const MediaReading media(mediaReferencesOf(setlist));
+  const auto references = mediaReferencesOf(setlist);
+  const CheckedMedia media =
+      checkMedia(references, {}, [&, count = references.audioFiles.size() + references.clips.size()](std::size_t done) {
+        if (options.json) {
+          std::fprintf(stderr, "vrel-render: %zu of %zu files read\n", done, count);
+        }
+      });
   const auto world = lv2::Lv2World::open(scan.settings());
   const auto instruments = scanInstrumentComponents(*world);
   const auto effects = scanAudioEffectComponents(*world);

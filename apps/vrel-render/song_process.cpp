@@ -30,6 +30,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::uint64_t bytesPerKilobyte = 1024;
+constexpr std::chrono::milliseconds longestPause{5000};  // between two reports of progress
 
 void writeAll(int descriptor, const std::string& bytes) {
   std::size_t written = 0;
@@ -54,29 +55,99 @@ void writeAll(int descriptor, const std::string& bytes) {
   ::_exit(EXIT_SUCCESS);
 }
 
-/// Reads to the end; false when that has not come by the deadline.
-bool readAll(int descriptor, Clock::time_point deadline, std::string& bytes) {
-  std::array<char, 65'536> chunk{};
-  for (;;) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    pollfd readable{descriptor, POLLIN, 0};
-    const int ready = ::poll(&readable, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
-    if (ready == 0) {
-      return false;
-    }
-    const ssize_t count = ready < 0 ? -1 : ::read(descriptor, chunk.data(), chunk.size());
-    if (count == 0 || (count < 0 && errno != EINTR)) {
-      return true;
-    }
-    bytes.append(chunk.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  }
-}
-
 int waitFor(int process) {
   int status = 0;
   while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
   }
   return status;
+}
+
+/// A copy of this process that does one piece of work.
+class Copy {
+ public:
+  Copy(std::size_t index, std::chrono::milliseconds timeLimit)
+      : index_(index), timeLimit_(timeLimit), deadline_(Clock::now() + timeLimit) {}
+
+  Outcome start(const std::function<std::string()>& work) {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+      return Error{std::string("no pipe: ") + std::strerror(errno)};
+    }
+    std::fflush(nullptr);
+    const int parent = ::getpid();
+    process_ = ::fork();
+    if (process_ == 0) {
+      ::close(ends[0]);
+      serve(ends[1], parent, work);
+    }
+    const std::string reason = std::strerror(errno);
+    ::close(ends[1]);
+    if (process_ < 0) {
+      ::close(ends[0]);
+      return Error{"no process: " + reason};
+    }
+    output_ = ends[0];
+    return {};
+  }
+
+  [[nodiscard]] std::size_t index() const { return index_; }
+  [[nodiscard]] int output() const { return output_; }
+  [[nodiscard]] std::chrono::milliseconds timeLeft() const {
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()),
+                    std::chrono::milliseconds(0));
+  }
+  [[nodiscard]] bool isOver() const { return isAtEnd_ || timeLeft().count() == 0; }
+
+  /// Takes what there is to be read.
+  void read() {
+    std::array<char, 65'536> chunk{};
+    const ssize_t count = ::read(output_, chunk.data(), chunk.size());
+    isAtEnd_ = count == 0 || (count < 0 && errno != EINTR);
+    bytes_.append(chunk.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  }
+
+  Result<std::string> end() {
+    ::close(output_);
+    if (!isAtEnd_) {
+      ::kill(process_, SIGKILL);
+    }
+    const int status = waitFor(process_);
+    if (!isAtEnd_) {
+      return Error{"not done after " + std::to_string(timeLimit_.count() / 1000) + " s"};
+    }
+    if (WIFSIGNALED(status)) {
+      return Error{"killed by signal " + std::to_string(WTERMSIG(status))};
+    }
+    return WEXITSTATUS(status) == EXIT_SUCCESS ? Result<std::string>(std::move(bytes_))
+                                               : Error{"ended with exit code " + std::to_string(WEXITSTATUS(status))};
+  }
+
+ private:
+  std::size_t index_;
+  std::chrono::milliseconds timeLimit_;
+  Clock::time_point deadline_;
+  int process_ = -1;
+  int output_ = -1;
+  bool isAtEnd_ = false;
+  std::string bytes_;
+};
+
+/// Waits until one of them has something, is at its end or at its deadline, but not longer than a few seconds.
+void readSome(std::vector<Copy>& copies) {
+  std::chrono::milliseconds timeout = longestPause;
+  std::vector<pollfd> outputs;
+  for (const Copy& copy : copies) {
+    timeout = std::min(timeout, copy.timeLeft());
+    outputs.push_back({copy.output(), POLLIN, 0});
+  }
+  if (::poll(outputs.data(), outputs.size(), static_cast<int>(timeout.count())) <= 0) {
+    return;
+  }
+  for (std::size_t at = 0; at < copies.size(); ++at) {
+    if (outputs[at].revents != 0) {
+      copies[at].read();
+    }
+  }
 }
 
 std::optional<int> numberIn(const std::string& text) {
@@ -111,39 +182,32 @@ std::uint64_t memoryOf(int process) {
 
 }  // namespace
 
+std::vector<Result<std::string>> runInCopies(const std::vector<CopiedWork>& works, std::size_t mostAtOnce,
+                                             const std::function<void(std::size_t done)>& progress) {
+  std::vector<Result<std::string>> results(works.size(), Error{"not begun"});
+  std::vector<Copy> running;
+  std::size_t next = 0;
+  while (next < works.size() || !running.empty()) {
+    for (; next < works.size() && running.size() < std::max<std::size_t>(mostAtOnce, 1); ++next) {
+      Copy copy(next, works[next].timeLimit);
+      if (auto failure = copy.start(works[next].run)) {
+        results[next] = *failure;
+      } else {
+        running.push_back(std::move(copy));
+      }
+    }
+    readSome(running);
+    const auto ended =
+        std::stable_partition(running.begin(), running.end(), [](const Copy& copy) { return !copy.isOver(); });
+    std::for_each(ended, running.end(), [&results](Copy& copy) { results[copy.index()] = copy.end(); });
+    running.erase(ended, running.end());
+    progress(next - running.size());
+  }
+  return results;
+}
+
 Result<std::string> runInCopy(const std::function<std::string()>& work, std::chrono::milliseconds timeLimit) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    return Error{std::string("no pipe: ") + std::strerror(errno)};
-  }
-  std::fflush(nullptr);
-  const int parent = ::getpid();
-  const int process = ::fork();
-  if (process == 0) {
-    ::close(ends[0]);
-    serve(ends[1], parent, work);
-  }
-  const std::string reason = std::strerror(errno);
-  ::close(ends[1]);
-  if (process < 0) {
-    ::close(ends[0]);
-    return Error{"no process: " + reason};
-  }
-  std::string bytes;
-  const bool isInTime = readAll(ends[0], Clock::now() + timeLimit, bytes);
-  ::close(ends[0]);
-  if (!isInTime) {
-    ::kill(process, SIGKILL);
-  }
-  const int status = waitFor(process);
-  if (!isInTime) {
-    return Error{"not done after " + std::to_string(timeLimit.count() / 1000) + " s"};
-  }
-  if (WIFSIGNALED(status)) {
-    return Error{"killed by signal " + std::to_string(WTERMSIG(status))};
-  }
-  return WEXITSTATUS(status) == EXIT_SUCCESS ? Result<std::string>(std::move(bytes))
-                                             : Error{"ended with exit code " + std::to_string(WEXITSTATUS(status))};
+  return runInCopies({CopiedWork{work, timeLimit}}, 1, [](std::size_t) {}).front();
 }
 
 std::uint64_t memoryOfDescendants() {

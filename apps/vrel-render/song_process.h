@@ -2,9 +2,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "foundation/result.h"
 
@@ -15,6 +17,17 @@ namespace vrel::render {
 /// die with it. Only while this process has no other thread.
 [[nodiscard]] Result<std::string> runInCopy(const std::function<std::string()>& work,
                                             std::chrono::milliseconds timeLimit);
+
+/// Some work for a copy of this process.
+struct CopiedWork {
+  std::function<std::string()> run;
+  std::chrono::milliseconds timeLimit;
+};
+
+/// The same for each of several, as many at a time as `mostAtOnce`; the results in the order of the works. `progress`
+/// gets the number of those that are done, after each and at least every few seconds.
+[[nodiscard]] std::vector<Result<std::string>> runInCopies(const std::vector<CopiedWork>& works, std::size_t mostAtOnce,
+                                                           const std::function<void(std::size_t done)>& progress);
 
 /// The memory that the processes below this one take, each shared page counted in part: bytes. 0 where the system does
 /// not say.

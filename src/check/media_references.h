@@ -11,7 +11,7 @@ namespace vrel {
 
 /// What is known of a file that a setlist names.
 struct MediaState {
-  enum class Kind { whole, missing, unreadable, incomplete };
+  enum class Kind { whole, missing, unreadable, incomplete, crashes };  // the last one: its decoder
 
   Kind kind = Kind::whole;
   std::string reason{};  // of a library or the system; empty for a whole one

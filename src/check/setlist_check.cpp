@@ -33,7 +33,8 @@ bool hasAudibleStrip(const SongConfig& song) {
 FindingKind kindOf(MediaState::Kind state) {
   return state == MediaState::Kind::missing      ? FindingKind::fileMissing
          : state == MediaState::Kind::unreadable ? FindingKind::fileUnreadable
-                                                 : FindingKind::fileIncomplete;
+         : state == MediaState::Kind::incomplete ? FindingKind::fileIncomplete
+                                                 : FindingKind::fileCrashes;
 }
 
 /// Goes through the strips of one song after the other.
