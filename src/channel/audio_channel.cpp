@@ -31,7 +31,7 @@ void AudioChannel::endPlaybackRun() {
   playbackMeterStartedAt.set(std::nullopt);
 }
 
-std::optional<std::string> AudioChannel::lostStateBase64() const {
+std::optional<SharedText> AudioChannel::lostStateBase64() const {
   const bool isOfThisPath = lostState && lostState->pluginPath == pluginPath.get();
   return isOfThisPath ? std::optional(lostState->stateBase64) : std::nullopt;
 }

@@ -129,7 +129,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   void endPlaybackRun();
 
   /// The state that an instrument which has died left to this path.
-  [[nodiscard]] std::optional<std::string> lostStateBase64() const;
+  [[nodiscard]] std::optional<SharedText> lostStateBase64() const;
 
   /// The form of `pluginPath`.
   [[nodiscard]] PluginPathKind pluginKind() const { return pluginPathKind(pluginPath.get()); }

@@ -122,7 +122,7 @@ std::optional<EditDifference> stageDifference(const EditShot& before, const Edit
 /// A plug-in that went, and where its state goes.
 struct GonePlugin {
   AUAudioUnit* unit;
-  std::optional<std::string>* stateBase64;
+  std::optional<SharedText>* stateBase64;
 };
 
 void addGone(StripShot& before, const StripShot* after, std::vector<GonePlugin>& gone) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "document/playback_stop_mode.h"
+#include "document/shared_text.h"
 #include "foundation/midi_message.h"
 #include "foundation/uuid.h"
 
@@ -38,7 +39,7 @@ struct AudioPluginSlot {
   std::string pluginPath{};  // forms in plugin_path.h
   std::string pluginName{};
   std::string manufacturerName{};
-  std::optional<std::string> stateBase64{};
+  std::optional<SharedText> stateBase64{};
 
   bool operator==(const AudioPluginSlot&) const = default;
 };
@@ -112,7 +113,7 @@ struct ChannelConfig {
   bool mute = false;
   bool solo = false;
   std::string pluginPath{};  // forms in plugin_path.h
-  std::optional<std::string> pluginStateBase64{};
+  std::optional<SharedText> pluginStateBase64{};
   std::vector<float> color = {1.0F, 0.33F, 0.0F};  // red, green, blue, 0 to 1
   std::uint8_t minNote = 0;
   std::uint8_t maxNote = 127;

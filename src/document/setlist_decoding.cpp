@@ -181,6 +181,12 @@ class RecordReader {
     }
   }
 
+  void read(Value& value, const DocumentPlace& place, SharedText& field) {
+    std::string text;
+    read(value, place, text);
+    field = std::move(text);
+  }
+
   template <typename Present>
   void read(Value& value, const DocumentPlace& place, std::optional<Present>& field) {
     read(value, place, field.emplace());

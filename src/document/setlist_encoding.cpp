@@ -251,6 +251,12 @@ class RecordWriter {
     write(value, place.member(key));
   }
 
+  void memberIfPresent(const DocumentPlace& place, std::string_view key, const std::optional<SharedText>& text) {
+    if (text && text->isThere()) {
+      member(place, key, text->text());
+    }
+  }
+
   template <typename Value>
   void memberIfPresent(const DocumentPlace& place, std::string_view key, const std::optional<Value>& value) {
     if (value) {

@@ -43,7 +43,7 @@ void clearPeaks(AudioChannel& channel) {
 
 void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& channel,
                                       const AVAudioUnitComponent& component,
-                                      const std::optional<std::string>& stateBase64, Completion completion) {
+                                      const std::optional<SharedText>& stateBase64, Completion completion) {
   channel->status.set(ChannelStatus::loading);
   const auto key = pluginKey(component);
   auto finish = [this, life = life_.watch(), weakChannel = std::weak_ptr(channel), component, stateBase64,
@@ -82,7 +82,7 @@ void InstrumentLoader::loadInstrument(const std::shared_ptr<AudioChannel>& chann
 }
 
 void InstrumentLoader::finishLoad(AudioChannel& channel, const AVAudioUnitComponent& component, const UnitNode& node,
-                                  const std::optional<std::string>& stateBase64, const Completion& completion) {
+                                  const std::optional<SharedText>& stateBase64, const Completion& completion) {
   if (node != nullptr) {
     installInstrumentNode(channel, node, pluginKey(component), component.name, stateBase64);
   } else {
@@ -114,7 +114,7 @@ void InstrumentLoader::giveUpInstrumentNode(AudioChannel& channel) {
 
 void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node,
                                              const std::string& key, const std::string& name,
-                                             const std::optional<std::string>& stateBase64) {
+                                             const std::optional<SharedText>& stateBase64) {
   giveUpInstrumentNode(channel);
   if (auto* unit = dynamic_cast<AVAudioUnit*>(node.get())) {
     prepareUnit(*unit, stateBase64);
@@ -134,7 +134,7 @@ void InstrumentLoader::installInstrumentNode(AudioChannel& channel, const std::s
   levels_.applyMixerLevels();
 }
 
-void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64) {
+void InstrumentLoader::prepareUnit(AVAudioUnit& unit, const std::optional<SharedText>& stateBase64) {
   const auto configure = [&] {
     musicalContext_.configureHostCallbacks(unit.auAudioUnit(), unit.audioUnit(), console_);
   };

@@ -69,11 +69,11 @@ class InstrumentLoader {
   /// once, on the main queue, unless the engine has gone by then; false also when the channel is no longer on stage, or
   /// was asked to play something else meanwhile: then the plug-in goes to the pool.
   void loadInstrument(const std::shared_ptr<AudioChannel>& channel, const AVAudioUnitComponent& component,
-                      const std::optional<std::string>& stateBase64, Completion completion);
+                      const std::optional<SharedText>& stateBase64, Completion completion);
 
   /// Puts `node` in the place of the channel's instrument, state first, and wires it.
   void installInstrumentNode(AudioChannel& channel, const std::shared_ptr<AVAudioNode>& node, const std::string& key,
-                             const std::string& name, const std::optional<std::string>& stateBase64);
+                             const std::string& name, const std::optional<SharedText>& stateBase64);
 
   /// Empties the strip; effects, reverb and meter stay, unlinked, for the next instrument.
   void unloadInstrument(AudioChannel& channel);
@@ -103,8 +103,8 @@ class InstrumentLoader {
  private:
   using UnitNode = std::shared_ptr<AVAudioUnit>;
   void finishLoad(AudioChannel& channel, const AVAudioUnitComponent& component, const UnitNode& node,
-                  const std::optional<std::string>& stateBase64, const Completion& completion);
-  void prepareUnit(AVAudioUnit& unit, const std::optional<std::string>& stateBase64);
+                  const std::optional<SharedText>& stateBase64, const Completion& completion);
+  void prepareUnit(AVAudioUnit& unit, const std::optional<SharedText>& stateBase64);
 
   AVAudioEngine& engine_;
   GraphMutator& mutator_;

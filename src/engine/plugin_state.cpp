@@ -73,11 +73,11 @@ std::vector<AudioPluginSlot> PluginState::captureEffectSlots(const AudioChannel&
   return captured;
 }
 
-std::optional<PropertyListDictionary> PluginState::decodePluginState(const std::optional<std::string>& text) {
-  if (!text || text->empty()) {
+std::optional<PropertyListDictionary> PluginState::decodePluginState(const std::optional<SharedText>& text) {
+  if (!text || text->text().empty()) {
     return std::nullopt;
   }
-  const auto bytes = base64Decode(*text);
+  const auto bytes = base64Decode(text->text());
   if (!bytes) {
     return std::nullopt;
   }

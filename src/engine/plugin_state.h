@@ -43,7 +43,7 @@ class PluginState {
                                                                 StateRead read = StateRead::now);
 
   /// The dictionary that such a text holds; none for no text, empty text or anything else.
-  [[nodiscard]] std::optional<PropertyListDictionary> decodePluginState(const std::optional<std::string>& text);
+  [[nodiscard]] std::optional<PropertyListDictionary> decodePluginState(const std::optional<SharedText>& text);
 
  private:
   /// `failurePrefix` begins the logged failure.

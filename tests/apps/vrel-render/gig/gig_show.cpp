@@ -188,7 +188,7 @@ GigShow gigShow(const SetlistFile& opened, std::size_t switches) {
   return {score.file.bytes(), score.setlist, score.tapped, score.switches, score.events};
 }
 
-const std::optional<std::string>& playedState(const SetlistFile& setlist) {
+const std::optional<SharedText>& playedState(const SetlistFile& setlist) {
   return setlist.songs.at(keeperSong).channels.at(2).pluginStateBase64;
 }
 

@@ -21,7 +21,7 @@ inline constexpr std::size_t gigSongs = 40;
 [[nodiscard]] std::uint8_t keeperNoteOf(std::size_t song);
 
 /// The state of the one keeper that is played in the show.
-[[nodiscard]] const std::optional<std::string>& playedState(const SetlistFile& setlist);
+[[nodiscard]] const std::optional<SharedText>& playedState(const SetlistFile& setlist);
 
 /// Counts of events other than notes and faders.
 struct GigEvents {
