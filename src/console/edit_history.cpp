@@ -56,7 +56,13 @@ EditHistory::EditHistory(const Collaborators& collaborators)
       instruments_(collaborators.instruments) {
   connections_.push_back(state_.edited.connect([this] { noteEdit(); }));
   connections_.push_back(songSwitch_.stripsChanged.connect([this] { noteSwitch(); }));
-  connections_.push_back(state_.songs.changed.connect([this](const auto&) { areSongsNew_ = true; }));
+  connections_.push_back(state_.songs.changed.connect([this](const auto& songs) {
+    if (songSwitch_.isCapturing()) {
+      changedSongs_.songs.insert(songs[*state_.selectedSongIndex.get()].id);
+    } else {
+      changedSongs_.isAny = true;
+    }
+  }));
   connections_.push_back(state_.language.changed.connect([this](const Language&) { showNames(); }));
   rebase();
 }
@@ -143,8 +149,7 @@ void EditHistory::noteSwitch() {
 
 /// What is tried out on a strip is not there yet.
 EditShot EditHistory::shoot() {
-  auto shot = takeShot(state_, engine_, current_, areSongsNew_);
-  areSongsNew_ = false;
+  auto shot = takeShot(state_, engine_, current_, std::exchange(changedSongs_, {.isAny = false, .songs = {}}));
   for (std::size_t index = 0; index < shot.strips.size(); ++index) {
     instruments_.amendRecord(*engine_.channels()[index], shot.strips[index].record);
     shot.strips[index].isLoading = loading_.contains(shot.strips[index].strip);

@@ -97,7 +97,7 @@ class EditHistory {
   std::set<Uuid> loading_;     // strips whose instrument comes without a further edit
   std::size_t doneCount_ = 0;  // how many can be undone
   bool isTravelling_ = false;
-  bool areSongsNew_ = true;  // since the last shot: they are large, and a fader moves often
+  ChangedSongs changedSongs_;  // since the last shot: they are large, and a fader moves often
   std::vector<std::shared_ptr<void>> pluginConnections_;
   std::vector<std::shared_ptr<void>> connections_;
   LifeToken life_;

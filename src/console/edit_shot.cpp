@@ -164,7 +164,11 @@ std::optional<std::size_t> EditShot::indexOfSong(const Uuid& song) const {
   return found == songs.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - songs.begin()));
 }
 
-EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, bool areSongsNew) {
+std::optional<std::size_t> EditShot::indexOfSong(const Uuid& song, std::size_t likely) const {
+  return likely < songs.size() && songs[likely]->id == song ? std::optional(likely) : indexOfSong(song);
+}
+
+EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, const ChangedSongs& changed) {
   const auto& songs = state.songs.get();
   const auto selected = state.selectedSongIndex.get();
   EditShot shot;
@@ -180,9 +184,11 @@ EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, 
   shot.onStage.keyboardStartNote = state.keyboardStartNote.get();
   shot.onStage.keyboardKeyCount = state.keyboardKeyCount.get();
   shot.learnedForAll = state.globalMidiControlAssignments.get();
+  shot.songs.reserve(songs.size());
   for (const auto& song : songs) {
-    const auto index = former.indexOfSong(song.id);
-    const bool isSame = index && (!areSongsNew || *former.songs[*index] == song);
+    const auto index = former.indexOfSong(song.id, shot.songs.size());
+    const bool mayDiffer = changed.isAny || changed.songs.contains(song.id);
+    const bool isSame = index && (!mayDiffer || *former.songs[*index] == song);
     shot.songs.push_back(isSame ? former.songs[*index] : std::make_shared<const SongConfig>(song));
   }
   return shot;

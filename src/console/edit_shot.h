@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,8 @@ struct EditShot {
 
   [[nodiscard]] std::optional<std::size_t> indexOfStrip(const Uuid& strip) const;
   [[nodiscard]] std::optional<std::size_t> indexOfSong(const Uuid& song) const;
+  /// The same, quick where the song is at `likely`.
+  [[nodiscard]] std::optional<std::size_t> indexOfSong(const Uuid& song, std::size_t likely) const;
 };
 
 /// Where two shots differ first: a name for the edit, and what it was made on.
@@ -54,9 +57,16 @@ struct EditDifference {
   bool operator==(const EditDifference&) const = default;
 };
 
-/// The present state. Records of songs that are as in `former` are shared with it; without `areSongsNew` all of them
-/// are.
-[[nodiscard]] EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, bool areSongsNew);
+/// Which records of songs may have changed between two shots.
+struct ChangedSongs {
+  bool isAny = true;
+  std::set<Uuid> songs;
+};
+
+/// The present state. Records of songs that are as in `former` are shared with it; those that cannot have changed are
+/// not compared.
+[[nodiscard]] EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former,
+                                const ChangedSongs& changed);
 
 /// None for two that look alike to a person; what else happens on stage than edits is not looked at.
 [[nodiscard]] std::optional<EditDifference> differenceOf(const EditShot& before, const EditShot& after);

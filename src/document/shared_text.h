@@ -35,6 +35,11 @@ class SharedText {
     const auto& text = source_->text();
     return text ? *text : none;
   }
+  /// Its source, if it is a T; null otherwise.
+  template <typename T>
+  [[nodiscard]] const T* sourceAs() const {
+    return dynamic_cast<const T*>(source_.get());
+  }
   [[nodiscard]] bool isThere() const { return source_->text().has_value(); }
   [[nodiscard]] std::size_t size() const { return text().size(); }
 

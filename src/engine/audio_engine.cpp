@@ -153,17 +153,15 @@ void AudioEngine::followOutputRate() {
   outputRate_ = rate;
 }
 
-void AudioEngine::decodeAhead(const std::vector<SongConfig>& songs, std::size_t current) {
+void AudioEngine::decodeAhead(const std::vector<const ChannelConfig*>& tracks) {
   if (playbackCache_ == nullptr) {
     return;
   }
   std::vector<PlaybackCache::Range> ranges;
-  for (std::size_t step = 1; step <= songs.size(); ++step) {
-    for (const auto& record : songs[(current + step) % songs.size()].channels) {
-      const PlaybackCache::Range range{record.playbackFilePath, record.playbackStartTime, record.playbackEndTime};
-      if (record.pluginPath == pathPlayback && std::find(ranges.begin(), ranges.end(), range) == ranges.end()) {
-        ranges.push_back(range);
-      }
+  for (const auto* const track : tracks) {
+    const PlaybackCache::Range range{track->playbackFilePath, track->playbackStartTime, track->playbackEndTime};
+    if (std::find(ranges.begin(), ranges.end(), range) == ranges.end()) {
+      ranges.push_back(range);
     }
   }
   playbackCache_->decodeAhead(std::move(ranges));

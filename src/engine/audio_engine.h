@@ -94,9 +94,9 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
 
   void performGraphMutation(const std::string& label, const std::function<void()>& body);
 
-  /// Decodes what the playback channels of these songs play, the songs behind `current` first. Nothing on a platform
-  /// that does not decode ahead.
-  void decodeAhead(const std::vector<SongConfig>& songs, std::size_t current);
+  /// Decodes what these playback channels play, the first ones first, and drops the rest. Nothing on a platform that
+  /// does not decode ahead.
+  void decodeAhead(const std::vector<const ChannelConfig*>& tracks);
 
   /// A new strip at the end, with reverb and meter, in the next of seven colours.
   std::shared_ptr<AudioChannel> addChannel(const std::string& name);

@@ -52,9 +52,6 @@ void PluginPool::forgetNode(const std::shared_ptr<AVAudioNode>& node, std::funct
 }
 
 void PluginPool::prewarmPlugins(const std::vector<SongConfig>& songs) {
-  if (!resolver_) {
-    return;
-  }
   std::set<std::string> keys;
   for (const auto& song : songs) {
     for (const auto& channel : song.channels) {
@@ -62,6 +59,13 @@ void PluginPool::prewarmPlugins(const std::vector<SongConfig>& songs) {
         keys.insert(channel.pluginPath);
       }
     }
+  }
+  prewarmPlugins(std::vector<std::string>(keys.begin(), keys.end()));
+}
+
+void PluginPool::prewarmPlugins(const std::vector<std::string>& keys) {
+  if (!resolver_) {
+    return;
   }
   for (const auto& key : keys) {
     prewarmPlugin(key, resolver_);

@@ -63,6 +63,9 @@ class PluginPool {
   /// Sees to a warm node for every instrument of these songs. Nothing without a resolver.
   void prewarmPlugins(const std::vector<SongConfig>& songs);
 
+  /// The same for these keys.
+  void prewarmPlugins(const std::vector<std::string>& keys);
+
   /// The same for one key; with no `resolver` the stored one is used.
   void prewarmPlugin(const std::string& key, PluginComponentResolver resolver);
 

@@ -20,7 +20,11 @@ enum class StateRead { now, lastKnown };
 /// The sound of a plug-in as text for the document: base64 of a binary property list of the
 /// dictionary that the plug-in gives. Opaque: nothing in it is read or changed here.
 ///
-/// A failure costs the one state only: it is logged and the field stays absent. Main thread.
+/// A failure costs the one state only: it is logged and the field stays absent.
+///
+/// The text of a large state is made when somebody reads it, so that a capture does not cost the time: as a rule a
+/// save, beside the main thread. Until then it is the dictionary itself, and goes back into a plug-in as that. Main
+/// thread.
 class PluginState {
  public:
   PluginState(NSPropertyListSerialization& propertyLists, ConsoleOutput& console)
@@ -31,11 +35,11 @@ class PluginState {
   void requestStates(const AudioChannel& channel);
 
   /// The unit's document state, or else its preset state; none when it has neither.
-  [[nodiscard]] std::optional<std::string> captureAudioUnitState(AUAudioUnit& unit, StateRead read = StateRead::now);
+  [[nodiscard]] std::optional<SharedText> captureAudioUnitState(AUAudioUnit& unit, StateRead read = StateRead::now);
 
   /// The state of the channel's instrument, or what one that has died left; none for a channel that hosts no plug-in.
-  [[nodiscard]] std::optional<std::string> capturePluginState(const AudioChannel& channel,
-                                                              StateRead read = StateRead::now);
+  [[nodiscard]] std::optional<SharedText> capturePluginState(const AudioChannel& channel,
+                                                             StateRead read = StateRead::now);
 
   /// The slots that hold something, each with the present state of its node; a slot without a node
   /// keeps the state it had, so that a plug-in missing on this machine loses nothing.
@@ -47,8 +51,8 @@ class PluginState {
 
  private:
   /// `failurePrefix` begins the logged failure.
-  [[nodiscard]] std::optional<std::string> stateText(AUAudioUnit& unit, const std::string& failurePrefix,
-                                                     StateRead read);
+  [[nodiscard]] std::optional<SharedText> stateText(AUAudioUnit& unit, const std::string& failurePrefix,
+                                                    StateRead read);
 
   NSPropertyListSerialization& propertyLists_;
   ConsoleOutput& console_;

@@ -109,8 +109,10 @@ void SongSwitch::captureCurrentSong() {
     return;
   }
   requestStates();
-  state_.songs.modify(
-      [this](std::vector<SongConfig>& songs) { capture(songs[*state_.selectedSongIndex.get()], StateRead::now); });
+  const auto selected = *state_.selectedSongIndex.get();
+  contents_.changeSong(selected, [this, selected] {
+    state_.songs.modify([this, selected](std::vector<SongConfig>& songs) { capture(songs[selected], StateRead::now); });
+  });
 }
 
 std::vector<SongConfig> SongSwitch::songsAsPlayed(StateRead read) {
@@ -143,8 +145,8 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   state_.selectedSongIndex.set(static_cast<std::size_t>(index));
   takeOver(song);
   stripsWillGo.emit();
-  engine_.pluginPool().prewarmPlugins(state_.songs.get());
-  engine_.decodeAhead(state_.songs.get(), static_cast<std::size_t>(index));
+  engine_.pluginPool().prewarmPlugins(contents_.instruments());
+  engine_.decodeAhead(contents_.tracksBehind(static_cast<std::size_t>(index)));
   engine_.removeAllChannels();
   sources_.clear();
   for (const auto& record : song.channels) {

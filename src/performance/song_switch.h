@@ -11,6 +11,7 @@
 #include "foundation/life_token.h"
 #include "foundation/observable.h"
 #include "foundation/uuid.h"
+#include "performance/setlist_contents.h"
 
 namespace vrel {
 
@@ -71,6 +72,9 @@ class SongSwitch {
   /// is missing, has failed or still loads has the source and state that it was built from.
   [[nodiscard]] std::vector<SongConfig> songsAsPlayed(StateRead read);
 
+  /// Whether the change of the songs that is notified now is a capture, which changes only the selected one.
+  [[nodiscard]] bool isCapturing() const { return contents_.isChangingOne(); }
+
   /// Ends the switch of this token without its pending loads; nothing when another one has replaced it. Called by a
   /// timer after `songSwitchTimeoutSeconds`, and directly where no clock runs meanwhile.
   void songSwitchTimedOut(const Uuid& token);
@@ -100,6 +104,7 @@ class SongSwitch {
   ConsoleSelection& selection_;
   ChannelBuilder& builder_;
   std::map<Uuid, ChannelConfig> sources_;  // plug-ins of the strips on stage when they were built, by strip
+  SetlistContents contents_{state_};
   LifeToken life_;
 };
 

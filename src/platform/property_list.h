@@ -25,7 +25,7 @@ struct PropertyListValue {
   bool operator==(const PropertyListValue&) const = default;
 };
 
-/// Reads and writes property lists. Main thread.
+/// Reads and writes property lists. Any thread.
 class NSPropertyListSerialization {
  public:
   virtual ~NSPropertyListSerialization() = default;

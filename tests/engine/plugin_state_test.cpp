@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/plugin_state.h"
 
+#include "document/setlist_coding.h"
 #include "foundation/base64.h"
 #include "support/simulated_stage.h"
 
@@ -77,7 +78,39 @@ TEST_F(State, APropertyListThatIsAnArrayIsNotAccepted) {
 TEST_F(State, WhatWasCapturedDecodesToTheSame) {
   simulation::ScriptedUnitCore unit;
   unit.documentState = document;
-  EXPECT_EQ(engine->pluginState().decodePluginState(engine->pluginState().captureAudioUnitState(unit)), document);
+  const auto captured = engine->pluginState().captureAudioUnitState(unit);
+  EXPECT_EQ(engine->pluginState().decodePluginState(captured), document);
+  EXPECT_EQ(engine->pluginState().decodePluginState(captured->text()), document);
+}
+
+TEST_F(State, TheTextOfALargeStateIsMadeWhenItIsReadAndOnlyOnce) {
+  const auto strip = addStrip("Piano");
+  const PropertyListDictionary large{{"samples", {PropertyListData(100'000, 7)}}};
+  strip.instrument->core.documentState = large;
+  const auto captured = engine->pluginState().capturePluginState(*strip.channel);
+  ASSERT_TRUE(captured);
+  strip.instrument->core.documentState = document;
+  propertyLists.failure = Error{"too late"};
+  EXPECT_EQ(engine->pluginState().decodePluginState(captured), large) << "it goes back without a text";
+  EXPECT_TRUE(console.lines.empty()) << "nobody has read it yet";
+  propertyLists.failure.reset();
+  EXPECT_EQ(captured->text(), textOf({large}));
+  propertyLists.failure = Error{"not asked again"};
+  EXPECT_EQ(SharedText(*captured).text(), textOf({large}));
+  EXPECT_TRUE(console.lines.empty());
+}
+
+TEST_F(State, ALargeStateThatMakesNoTextIsLoggedAndLeftOutOfTheFile) {
+  const auto strip = addStrip("Piano");
+  strip.instrument->core.documentState = {{"samples", {PropertyListData(100'000, 7)}}};
+  propertyLists.failure = Error{"too large"};
+  SetlistFile setlist;
+  setlist.songs.resize(1);
+  setlist.songs[0].channels = {makeChannelConfig(*strip.channel, engine->pluginState())};
+  const auto text = encodeSetlist(setlist);
+  ASSERT_TRUE(text);
+  EXPECT_FALSE(decodeSetlist(text.value()).value().songs[0].channels[0].pluginStateBase64.has_value());
+  EXPECT_EQ(console.lines, Lines{"Failed to capture plugin state for Piano: too large"});
 }
 
 TEST_F(State, ASlotWithAMissingPluginKeepsItsOldState) {
