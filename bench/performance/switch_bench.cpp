@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <thread>
@@ -31,18 +32,21 @@ bool areStatesThere(SwitchStage& stage) {
   });
 }
 
-/// Captures and restores all states on stage: the minimum of any switch.
+/// Captures and restores all states on stage, by their texts: what a switch cost while it made and read those.
 double microsecondsOfStates(SwitchStage& stage) {
   auto& states = stage.engine->pluginState();
+  const auto decode = [&states](const std::optional<SharedText>& text) {
+    return states.decodePluginState(text ? std::optional(SharedText(text->text())) : std::nullopt);
+  };
   const auto begin = Clock::now();
   for (const auto& channel : stage.engine->channels()) {
     auto& unit = dynamic_cast<AVAudioUnit&>(*channel->instrumentNode.get()).auAudioUnit();
     const auto captured = states.capturePluginState(*channel);
-    if (const auto state = states.decodePluginState(captured)) {
+    if (const auto state = decode(captured)) {
       unit.setFullStateForDocument(*state);
     }
     for (const auto& slot : states.captureEffectSlots(*channel)) {
-      if (const auto state = states.decodePluginState(slot.stateBase64)) {
+      if (const auto state = decode(slot.stateBase64)) {
         dynamic_cast<AVAudioUnit&>(*channel->effectNodes.get().at(slot.id))
             .auAudioUnit()
             .setFullStateForDocument(*state);
@@ -129,6 +133,29 @@ void passAsStripsGrow(benchmark::State& state) {
   state.counters["of_32_over_8"] = median(perStrip[32]) / median(perStrip[8]);
 }
 BENCHMARK(passAsStripsGrow)->Iterations(50)->Unit(benchmark::kMillisecond);
+
+/// Setlists of two, 40 and 1,000 songs of 16 strips, switched alternately.
+void passAsSetlistGrows(benchmark::State& state) {
+  constexpr std::array<std::size_t, 3> sizes{2, 40, 1000};
+  std::vector<std::unique_ptr<SwitchStage>> stages;
+  for (const auto size : sizes) {
+    stages.push_back(std::make_unique<SwitchStage>(std::make_shared<audio::bench::ManualDevice>(), bareCast(16), size));
+  }
+  std::map<std::size_t, std::vector<double>> passes;
+  for (auto _ : state) {
+    for (std::size_t index = 0; index < sizes.size(); ++index) {
+      const auto begin = Clock::now();
+      stages[index]->apply();
+      passes[sizes[index]].push_back(microsecondsSince(begin));
+      stages[index]->settle();
+    }
+  }
+  for (const auto size : sizes) {
+    state.counters["us_of_" + std::to_string(size)] = median(passes[size]);
+  }
+  state.counters["of_1000_over_40"] = median(passes[1000]) / median(passes[40]);
+}
+BENCHMARK(passAsSetlistGrows)->Iterations(100)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vrel::bench

@@ -13,10 +13,13 @@
 #include <utility>
 #include <vector>
 
+#include "console/content_view.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
 #include "performance/plugin_casts.h"
+#include "platform/notification_center.h"
 #include "simulation/recording_console.h"
+#include "simulation/scripted_desktop.h"
 #include "support/session_on.h"
 #include "system/audio/render_node_factory.h"
 #include "system/dispatch/main_loop.h"
@@ -44,10 +47,11 @@ class SoundWatch {
   std::atomic<bool> isSounding_{false};
 };
 
-/// The program without its window, with a song on stage. No two strips of a song play the same instrument.
+/// The program without its window, with a song on stage of a setlist of as many. No two strips of a song play the same
+/// instrument.
 class SwitchStage {
  public:
-  SwitchStage(std::shared_ptr<audio::OutputDevice> device, const CastMaker& makeCast)
+  SwitchStage(std::shared_ptr<audio::OutputDevice> device, const CastMaker& makeCast, std::size_t songs = 2)
       : cast_(makeCast(loop_)), nodes_(std::move(device), counters_) {
     loop_.runPending();
     session_.state.scannedPlugins.set(cast_.instruments);
@@ -61,7 +65,12 @@ class SwitchStage {
         record.effectSlots.emplace_back().pluginPath = pluginKey(cast_.effect);
       }
     }
-    session_.setSongs({song, song});
+    std::vector<SongConfig> setlist;
+    for (std::size_t index = 0; index < songs; ++index) {
+      setlist.push_back(song);
+      setlist.back().id = Uuid::fresh();
+    }
+    session_.setSongs(std::move(setlist));
     // Each song twice: then the pool is warm and every strip has its state.
     for (int turn = 0; turn < 4; ++turn) {
       apply();
@@ -71,7 +80,7 @@ class SwitchStage {
 
   /// The pass itself, to the other song.
   void apply() {
-    session_.songSwitch.applySong(next_);
+    content_.songSwitch().applySong(next_);
     next_ = 1 - next_;
   }
   [[nodiscard]] bool isSwitching() { return session_.state.songSwitchInProgress.get(); }
@@ -110,6 +119,10 @@ class SwitchStage {
 
  private:
   SessionOn session_{*engine, loop_, clock_, console_};
+  simulation::ScriptedDesktop desktop_;
+  NSNotificationCenter notifications_;
+  ContentView content_{
+      {session_.state, *engine, loop_, clock_, console_, desktop_, session_.files, notifications_, "/copies"}};
   std::ptrdiff_t next_ = 0;
 };
 
