@@ -20,7 +20,9 @@
 #include "document/plugin_path.h"
 #include "document/setlist_coding.h"
 #include "engine/audio_engine.h"
+#include "engine/plugin_state.h"
 #include "performance/plugin_casts.h"
+#include "performance/song_switch.h"
 #include "simulation/recording_console.h"
 #include "simulation/scripted_desktop.h"
 #include "support/session_on.h"
@@ -72,6 +74,7 @@ class SetlistStage {
  public:
   explicit SetlistStage(std::size_t songs) {
     loop.runPending();
+    session.files.placeDirectory(session.state.recentFilesPath.parent_path());
     session.state.scannedPlugins.set(cast_.instruments);
     SongConfig song;
     for (const auto& instrument : cast_.instruments) {
@@ -136,6 +139,23 @@ class SetlistStage {
       {session.state, *engine_, session.songSwitch, files_, desktop_, console_, copies_, &background_}};
 };
 
+/// What the unsaved edits are kept from, and what a copy of all states in it would cost.
+std::pair<double, double> millisecondsOfCopies(SetlistStage& stage) {
+  const auto& songs = stage.session.state.songs.get();
+  auto begin = Clock::now();
+  const auto shared = stage.session.songSwitch.songsAsPlayed(StateRead::lastKnown);
+  const double sharing = millisecondsSince(begin);
+  begin = Clock::now();
+  std::vector<std::string> states;
+  for (const auto& song : songs) {
+    for (const auto& channel : song.channels) {
+      states.push_back(channel.pluginStateBase64.value_or(SharedText()).text());
+    }
+  }
+  benchmark::DoNotOptimize(states.data());
+  return {sharing, millisecondsSince(begin)};
+}
+
 struct Held {
   std::vector<double> turns;   // the longest of each, milliseconds
   std::vector<double> wholes;  // milliseconds
@@ -152,6 +172,8 @@ void saveAndOpen(benchmark::State& state) {
   TurnWatch watch(stage.loop);
   Held saves[2];
   Held opens[2];
+  std::vector<double> sharing;
+  std::vector<double> copying;
   const auto measure = [&](Held& held, const auto& work) {
     stage.loop.runPending();
     watch.begin();
@@ -169,6 +191,9 @@ void saveAndOpen(benchmark::State& state) {
       measure(saves[isBeside ? 1 : 0], [&] { (void)setlists.writeSetlist(stage.file); });
       measure(opens[isBeside ? 1 : 0], [&] { setlists.loadSetlist(stage.file); });
     }
+    const auto [shared, copied] = millisecondsOfCopies(stage);
+    sharing.push_back(shared);
+    copying.push_back(copied);
   }
   if (!stage.problems().empty()) {
     state.SkipWithError(stage.problems().front().c_str());
@@ -178,6 +203,8 @@ void saveAndOpen(benchmark::State& state) {
   saves[1].report(state, "save");
   opens[0].report(state, "open_alone");
   opens[1].report(state, "open");
+  state.counters["unsaved_edits_ms"] = median(sharing);
+  state.counters["copy_of_states_ms"] = median(copying);
 }
 BENCHMARK(saveAndOpen)->Arg(40)->Iterations(7)->Unit(benchmark::kMillisecond);
 
