@@ -56,12 +56,15 @@ class SongsWithClips : public testing::Test {
 
   bool until(const std::function<bool()>& holds) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!holds() && std::chrono::steady_clock::now() < end) {
+    while (!holds()) {  // once: what holds now may not hold a moment later
+      if (std::chrono::steady_clock::now() > end) {
+        return false;
+      }
       mainLoop.runPending();
       QGuiApplication::processEvents(QEventLoop::AllEvents, 5);
       std::this_thread::yield();
     }
-    return holds();
+    return true;
   }
 
   void play(bool waitsForPictures) {
