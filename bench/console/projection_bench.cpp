@@ -225,14 +225,13 @@ double consoleRate(MeasuredWindow& console, int seconds) {
   return rate;
 }
 
-/// Four clips and a background of 1080 lines.
+/// Four clips and a background of so many lines.
 class FiveClips {
  public:
-  explicit FiveClips(MeasuredWindow& console) {
+  FiveClips(MeasuredWindow& console, int lines) {
     const std::string make =
-        "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc2=size=1920x1080:rate=30:duration=2 "
-        "-c:v libx264 -preset superfast -pix_fmt yuv420p " +
-        file_;
+        "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc2=size=" + std::to_string(lines * 16 / 9) + "x" +
+        std::to_string(lines) + ":rate=30:duration=2 -c:v libx264 -preset superfast -pix_fmt yuv420p " + file_;
     if (std::system(make.c_str()) != 0) {
       throw std::runtime_error("ffmpeg cannot make the clip");
     }
@@ -270,7 +269,7 @@ class FiveClips {
       late += count.late;
       taken += count.all;
     }
-    std::printf("%-52s %5d of %5d pictures late, %.2f processors\n", what, late, taken, busy);
+    std::printf("%-36s %5d of %5d pictures late, %.2f processors\n", what, late, taken, busy);
   }
 
   std::vector<std::shared_ptr<WatchedClip>> clips;
@@ -294,30 +293,24 @@ void takeOnly(const std::vector<std::shared_ptr<WatchedClip>>& clips, int second
   }
 }
 
-void playFive(MeasuredWindow& console, int seconds) {
-  FiveClips five(console);
-  five.play("four clips and a background, decoded only", [&] { takeOnly(five.clips, seconds); });
-  const auto drawn = [&](const char* where, const ScreenRect& frame) {
+void playFive(MeasuredWindow& console, int seconds, int lines) {
+  FiveClips five(console, lines);
+  std::printf("four clips and a background of %d lines\n", lines);
+  five.play("   decoded only", [&] { takeOnly(five.clips, seconds); });
+  const auto project = [&](const char* size, const ScreenRect& frame) {
     Stage stage(frame);
     stage.projector->setScene(five.scene);
     std::uint64_t pictures = 0;
-    five.play((std::string("and projected, ") + where).c_str(), [&] {
+    five.play((std::string("   and projected, ") + size).c_str(), [&] {
       const auto before = stage.projector->figures().drawn;
       console.pump(seconds * 1000);
       pictures = stage.projector->figures().drawn - before;
     });
-    std::printf("%-52s %.1f a second\n", "   pictures drawn", static_cast<double>(pictures) / seconds);
+    std::printf("      %.1f pictures a second drawn\n", static_cast<double>(pictures) / seconds);
   };
-  drawn("64 by 36 pixels", smallFrame);
-  drawn("640 by 360 pixels", stageFrame);
-  drawn("1366 by 768 pixels", {0, 0, 1366, 768});
-  system::StagePreview preview;
-  preview.setScene(five.scene);
-  five.play("in the preview only", [&] {
-    preview.show();
-    console.pump(seconds * 1000);
-    preview.hide();
-  });
+  project("64 by 36 pixels", smallFrame);
+  project("640 by 360 pixels", stageFrame);
+  project("1366 by 768 pixels", {0, 0, 1366, 768});
 }
 
 /// What the preview takes of a processor when each of its pictures is another, and leaves of the console's frames.
@@ -376,7 +369,10 @@ void measure(int seconds) {
   report("plays, screen waits", firstPictures(console, true, waitingDriver(), smallFrame));
   report("the same, 640 by 360", firstPictures(console, true, waitingDriver(), stageFrame));
   report("plays, in software", firstPictures(console, true, Projector::Driver::real(), stageFrame));
-  playFive(console, seconds);
+  constexpr int linesOfFilms = 1080;
+  constexpr int fewLines = 180;
+  playFive(console, seconds, linesOfFilms);
+  playFive(console, seconds, fewLines);
   playOnTwoScreens(console, seconds);
   measurePreview(console, seconds);
   std::vector<double> parts;
