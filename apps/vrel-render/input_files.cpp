@@ -3,8 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <string_view>
 
+#include "document/collected_setlist.h"
 #include "document/setlist_coding.h"
 #include "midi/standard_midi_file.h"
 #include "system/files/file_calls.h"
@@ -47,6 +49,10 @@ Result<SetlistFile> readSetlistFile(const std::string& path) {
   if (!setlist) {
     return Error{path + " is not a setlist: " + setlistError(bytes.value(), setlist.error())};
   }
+  system::FileCalls calls;
+  system::PosixFileManager files(calls);
+  takeFilesBeside(setlist.value(), files.canonicalPath(path).parent_path(),
+                  [&files](const std::filesystem::path& file) { return files.fileExists(file); });
   return setlist;
 }
 

@@ -10,7 +10,8 @@
 
 namespace vrel::render {
 
-/// Reads a setlist. An error is one line, about the file or with the place of the damage.
+/// Reads a setlist, and finds the files of a collected one beside it. An error is one line, about the file or with the
+/// place of the damage.
 [[nodiscard]] Result<SetlistFile> readSetlistFile(const std::string& path);
 
 /// Reads a show, at most a day long.

@@ -66,13 +66,16 @@ Outcome setValue(Options& options, std::string_view name, const std::string& val
   } else if (value.empty()) {
     return mustBe("the path of a file");
   } else {
-    (name == "--out" ? options.outPath : name == "--events" ? options.eventsPath : options.savePath) = value;
+    (name == "--out"       ? options.outPath
+     : name == "--events"  ? options.eventsPath
+     : name == "--collect" ? options.collectPath
+                           : options.savePath) = value;
   }
   return {};
 }
 
-constexpr std::array<std::string_view, 8> optionsWithValue = {"--out",  "--events", "--save", "--song",
-                                                              "--rate", "--block",  "--tail", "--sandbox"};
+constexpr std::array<std::string_view, 9> optionsWithValue = {"--out",   "--events", "--save",    "--song",   "--rate",
+                                                              "--block", "--tail",   "--sandbox", "--collect"};
 
 std::filesystem::path placeOf(const std::string& path) {
   std::error_code ignored;
@@ -122,17 +125,21 @@ Outcome setPaths(Options& options, const std::vector<std::string>& paths) {
   return checkOutputs(options);
 }
 
-/// A check plays no show and writes no file.
-Outcome checkUseOfCheck(const Options& options, const std::set<std::string>& given) {
-  if (!options.check) {
-    return options.json ? Outcome(Error{"--json is only for --check"}) : std::nullopt;
+/// A check and a collection play no show, and write no file of one.
+Outcome checkUseOfASetlistAlone(const Options& options, const std::set<std::string>& given) {
+  if (options.json && !options.check) {
+    return Error{"--json is only for --check"};
   }
+  if (!options.check && !options.collectPath) {
+    return {};
+  }
+  const std::string mode = options.check ? "--check" : "--collect";
   if (options.showPath) {
-    return Error{"--check takes a setlist alone, not '" + *options.showPath + "'"};
+    return Error{mode + " takes a setlist alone, not '" + *options.showPath + "'"};
   }
-  for (const auto* const name : {"--out", "--events", "--save", "--song", "--tail"}) {
-    if (given.contains(name)) {
-      return Error{std::string(name) + " is not for --check"};
+  for (const auto* const name : {"--out", "--events", "--save", "--song", "--tail", "--collect"}) {
+    if (given.contains(name) && name != mode) {
+      return Error{std::string(name) + " is not for " + mode};
     }
   }
   return {};
@@ -174,7 +181,7 @@ Result<Options> parseOptions(std::span<const std::string> arguments) {
   if (auto failure = setPaths(options, paths)) {
     return *failure;
   }
-  if (auto failure = checkUseOfCheck(options, given)) {
+  if (auto failure = checkUseOfASetlistAlone(options, given)) {
     return *failure;
   }
   return options;
@@ -187,6 +194,7 @@ std::string usage() {
          "  --list-plugins      list the installed plug-ins: key, type, manufacturer, name\n"
          "  --check             looks for what would fail on stage: plays each song shortly, reads all files\n"
          "  --json              the report of --check as JSON\n"
+         "  --collect FOLDER    copies the setlist and all its files into a new folder, which can be moved\n"
          "  --out FILE.wav      the main output, 32-bit float stereo\n"
          "  --events FILE.jsonl what happened, one JSON object per line\n"
          "  --save FILE.vrel    saves the setlist there at the end\n"

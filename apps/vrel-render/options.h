@@ -22,6 +22,7 @@ struct Options {
   std::optional<std::string> outPath{};
   std::optional<std::string> eventsPath{};
   std::optional<std::string> savePath{};
+  std::optional<std::string> collectPath{};  // a new folder, instead of a show
   std::uint32_t song = 0;
   int rate = 48000;           // frames per second, 8000 to 192000
   std::uint32_t block = 128;  // frames

@@ -11,10 +11,13 @@
 #include <utility>
 #include <vector>
 
+#include "document/collected_setlist.h"
 #include "document/component_scan.h"
 #include "document/plugin_path.h"
 #include "foundation/version.h"
 #include "system/dispatch/standard_output.h"
+#include "system/files/file_calls.h"
+#include "system/files/posix_file_copier.h"
 #include "system/media/wav_writer.h"
 #include "system/plugins/lv2/lv2_world.h"
 #include "vrel-render/check_run.h"
@@ -57,6 +60,25 @@ int listPlugins(ConsoleOutput& console) {
     }
   }
   return exitSuccess;
+}
+
+int collect(const Options& options, ConsoleOutput& console) {
+  auto setlist = readSetlistFile(options.setlistPath);
+  if (!setlist) {
+    return fail(exitFailure, setlist.error());
+  }
+  system::FileCalls calls;
+  system::PosixFileCopier copier(calls);
+  const auto collection = collectSetlist(std::move(setlist).value(), std::nullopt, *options.collectPath, copier,
+                                         [](double) { return true; });
+  if (collection.end == Collection::End::failed) {
+    return fail(exitFailure, {collection.reason});
+  }
+  for (const auto& line : collection.missing) {
+    console.print("Not collected: " + line);
+  }
+  console.print("Files collected in " + *options.collectPath + ": " + std::to_string(collection.files));
+  return collection.missing.empty() ? exitSuccess : exitFailure;
 }
 
 /// One run, from input files to output files.
@@ -183,6 +205,9 @@ int runProgram(std::span<const std::string> arguments) {
   }
   if (options.value().check) {
     return checkSetlistFile(options.value()) ? exitFailure : exitSuccess;
+  }
+  if (options.value().collectPath) {
+    return collect(options.value(), console);
   }
   return Run(options.value(), console).perform();
 }

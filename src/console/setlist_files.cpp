@@ -9,6 +9,7 @@
 #include "console/setlist_copies.h"
 #include "console/song_list.h"
 #include "document/app_state.h"
+#include "document/collected_setlist.h"
 #include "document/setlist_coding.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode_policy.h"
@@ -125,6 +126,7 @@ void SetlistFiles::newSetlist(bool confirm) {
   song.name = newSongName;
   song.channels = {newSongChannel(keyboardNoteRange(state_))};
   state_.songs.set({std::move(song)});
+  collectedFolder_.clear();
   state_.currentFilePath.set(std::nullopt);
   state_.selectedSongIndex.set(std::nullopt);
   songSwitch_.applySong(0);
@@ -228,6 +230,8 @@ SetlistFiles::Loaded SetlistFiles::read(const std::filesystem::path& path,
   if (damaged && path.parent_path() == copies_.directoryOf(*damaged)) {
     loaded.original = damaged;
   }
+  takeFilesBeside(loaded.setlist.value(), folderOf(loaded.original.value_or(path)),
+                  [this](const std::filesystem::path& file) { return files_.fileExists(file); });
   return loaded;
 }
 
@@ -261,6 +265,7 @@ void SetlistFiles::showSetlist(SetlistFile setlist, const std::optional<std::fil
   state_.selectedSongIndex.set(std::nullopt);  // the old song must not be captured into the new ones
   state_.songs.set(std::move(setlist.songs));
   state_.globalMidiControlAssignments.set(std::move(setlist.globalMidiControlAssignments));
+  collectedFolder_ = std::move(setlist.collectedFolder);
   engine_.pluginPool().prewarmPlugins(state_.songs.get());
   state_.currentFilePath.set(path);
   if (path) {
@@ -287,6 +292,10 @@ void SetlistFiles::awaitTurn() {
   if (isBusy_) {
     background_->waitUntil([this] { return !isBusy_; });
   }
+}
+
+std::filesystem::path SetlistFiles::folderOf(const std::filesystem::path& setlist) const {
+  return files_.canonicalPath(setlist).parent_path();
 }
 
 std::optional<std::filesystem::path> SetlistFiles::currentDirectory() const {
@@ -316,17 +325,23 @@ bool SetlistFiles::saveSetlistAs(bool force) {
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   awaitTurn();
   songSwitch_.captureCurrentSong();
-  const SetlistFile setlist{setlistVersion, state_.songs.get(), state_.globalMidiControlAssignments.get()};
+  SetlistFile setlist{setlistVersion, state_.songs.get(), state_.globalMidiControlAssignments.get(), collectedFolder_};
   const std::size_t missed = missedStates(engine_);
   Outcome failure;
-  runBeside([&] { failure = replaceFile(copies_, files_, path, setlist); },
-            [&, editsCaptured = editCount_] {
-              if (failure) {
-                console_.printFailure(FailureKind::save, "Failed to save setlist: " + failure->description);
-              } else {
-                endSave(path, missed, editsCaptured);
-              }
-            });
+  const auto write = [&] {
+    if (!setlist.collectedFolder.empty() && folderOf(path) != setlist.collectedFolder) {
+      setlist.collectedFolder.clear();  // its files stay where they are
+    }
+    failure = replaceFile(copies_, files_, path, setlist);
+  };
+  runBeside(write, [&, editsCaptured = editCount_] {
+    if (failure) {
+      console_.printFailure(FailureKind::save, "Failed to save setlist: " + failure->description);
+    } else {
+      collectedFolder_ = setlist.collectedFolder;
+      endSave(path, missed, editsCaptured);
+    }
+  });
   return !failure;
 }
 

@@ -83,6 +83,9 @@ class SetlistFiles {
   /// Returns when no setlist is being read or written; the main queue goes on meanwhile.
   void awaitTurn();
 
+  /// Of the open setlist, while it is saved there; empty for one that was not collected. See collected_setlist.h.
+  [[nodiscard]] const std::string& collectedFolder() const { return collectedFolder_; }
+
   /// Nothing is unsaved: the setlist was saved, another one has taken its place, or it was given up at the end.
   Signal<> settled;
 
@@ -114,6 +117,8 @@ class SetlistFiles {
   [[nodiscard]] Loaded read(const std::filesystem::path& path,
                             const std::optional<std::filesystem::path>& damaged) const;
   void putOnStage(Loaded loaded);
+  /// Where the file really lies.
+  [[nodiscard]] std::filesystem::path folderOf(const std::filesystem::path& setlist) const;
   /// Of the open setlist; none before it has a file.
   [[nodiscard]] std::optional<std::filesystem::path> currentDirectory() const;
   void showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path);
@@ -135,6 +140,7 @@ class SetlistFiles {
   ConsoleOutput& console_;
   SetlistCopies& copies_;
   bool isEndAgreed_ = false;
+  std::string collectedFolder_;
   std::optional<std::filesystem::path> askedToOpen_;  // while its question is open
   std::optional<AwaitingPlugins> awaitingPlugins_;
   std::shared_ptr<void> pluginsFollowed_;

@@ -153,6 +153,7 @@ struct SetlistFile {
   std::uint32_t version = 1;  // as it was read; what is written is always setlistVersion
   std::vector<SongConfig> songs{};
   std::vector<MidiControlAssignment> globalMidiControlAssignments{};
+  std::string collectedFolder{};  // see collected_setlist.h; not written while it is empty
 
   bool operator==(const SetlistFile&) const = default;
 };

@@ -262,6 +262,7 @@ class RecordReader {
   void members(Value& value, const DocumentPlace& place, SetlistFile& setlist) {
     optional(value, place, "version", setlist.version);
     optional(value, place, "songs", setlist.songs);
+    optional(value, place, "collected_folder", setlist.collectedFolder);
     optional(value, place, "global_midi_control_assignments", setlist.globalMidiControlAssignments);
     auto* const blackout = Tree::find(value, "projection_blackout_control");
     if (!failure_ && blackout != nullptr && !Tree::isNull(*blackout)) {

@@ -57,6 +57,9 @@ class RecordWriter {
     open('{');
     member(place, "version", setlistVersion);
     member(place, "songs", setlist.songs);
+    if (!setlist.collectedFolder.empty()) {
+      member(place, "collected_folder", setlist.collectedFolder);
+    }
     if (own != assignments.end()) {
       member(place, "projection_blackout_control", own->binding);
     }

@@ -19,6 +19,30 @@ using testing::StartsWith;
 
 // Opening
 
+TEST_F(SetlistOnDisk, ACollectedOnePlaysTheFilesBesideItAndStaysMovableUntilItIsSavedElsewhere) {
+  const auto trackOf = [](const SetlistFile& setlist) { return setlist.songs.at(0).channels.at(0).playbackFilePath; };
+  const auto written = [this](const std::filesystem::path& path) { return readSetlist(files.files.at(path)).value(); };
+  SetlistFile collected;
+  collected.collectedFolder = "/home/me/other/Gig";
+  collected.songs.emplace_back().channels = {
+      {.pluginPath = "internal:playback", .playbackFilePath = "/home/me/other/Gig/files/take.wav"}};
+  const std::filesystem::path inFolder = "/home/me/Saturday/Gig.vrel";
+  const std::filesystem::path elsewhere = "/home/me/elsewhere.vrel";
+  files.place(inFolder, encodeSetlist(collected).value());
+  files.place("/home/me/Saturday/files/take.wav", "sound");
+  setlistFiles.loadSetlist(inFolder);
+  settle();
+  EXPECT_EQ(state.songs.get().at(0).channels.at(0).playbackFilePath, "/home/me/Saturday/files/take.wav");
+  ASSERT_TRUE(setlistFiles.saveSetlist());
+  EXPECT_EQ(written(inFolder).collectedFolder, "/home/me/Saturday");
+  desktop.savePanelAnswers = {elsewhere, inFolder};
+  ASSERT_TRUE(setlistFiles.saveSetlistAs(false));
+  EXPECT_EQ(written(elsewhere).collectedFolder, "");
+  EXPECT_EQ(trackOf(written(elsewhere)), "/home/me/Saturday/files/take.wav");
+  ASSERT_TRUE(setlistFiles.saveSetlistAs(false));
+  EXPECT_EQ(written(inFolder).collectedFolder, "") << "it was another setlist in between";
+}
+
 TEST_F(SetlistOnDisk, AFileOpensWithItsFirstSongOnStage) {
   openGig();
   expectNothingChanged();

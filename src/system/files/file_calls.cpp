@@ -56,4 +56,8 @@ int FileCalls::mkdir(const char* path, mode_t mode) {
   return ::mkdir(path, mode);
 }
 
+int FileCalls::rmdir(const char* path) {
+  return ::rmdir(path);
+}
+
 }  // namespace vrel::system

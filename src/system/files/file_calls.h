@@ -26,6 +26,7 @@ class FileCalls {
   virtual int rename(const char* from, const char* to);
   virtual int unlink(const char* path);
   virtual int mkdir(const char* path, mode_t mode);
+  virtual int rmdir(const char* path);
 };
 
 }  // namespace vrel::system

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -57,15 +58,29 @@ int OpenFile::takeModeOf(const std::filesystem::path& other) {
   return ::stat(other.c_str(), &status) == 0 ? codeOf(calls_.fchmod(file_, status.st_mode & permissions)) : 0;
 }
 
+int OpenFile::findSize(std::uintmax_t& bytes) {
+  struct stat status {};
+  const int code = codeOf(calls_.fstat(file_, &status));
+  bytes = static_cast<std::uintmax_t>(status.st_size);
+  return code;
+}
+
+int OpenFile::readPiece(std::string& piece) {
+  constexpr std::size_t pieceSize = std::size_t{1} << 20U;
+  piece.resize(pieceSize);
+  const auto count = uninterrupted([&] { return calls_.read(file_, piece.data(), piece.size()); });
+  const int code = codeOf(static_cast<int>(std::min<ssize_t>(count, 0)));
+  piece.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+  return code;
+}
+
 int OpenFile::readAll(std::uintmax_t mostBytes, std::string& bytes) {
-  constexpr std::size_t chunkSize = std::size_t{1} << 20U;
-  std::string chunk(chunkSize, '\0');
+  std::string piece;
   for (;;) {
-    const auto count = uninterrupted([&] { return calls_.read(file_, chunk.data(), chunk.size()); });
-    if (count <= 0) {
-      return count < 0 ? errno : 0;
+    if (const int code = readPiece(piece); code != 0 || piece.empty()) {
+      return code;
     }
-    bytes.append(chunk, 0, static_cast<std::size_t>(count));
+    bytes += piece;
     if (bytes.size() > mostBytes) {
       return EFBIG;
     }

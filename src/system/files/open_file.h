@@ -30,6 +30,10 @@ class OpenFile {
   /// Takes the mode of another file, if that exists.
   [[nodiscard]] int takeModeOf(const std::filesystem::path& other);
 
+  [[nodiscard]] int findSize(std::uintmax_t& bytes);
+
+  /// The next piece, at most 1 MiB; empty at the end.
+  [[nodiscard]] int readPiece(std::string& piece);
   /// Reads to the end; EFBIG for more than `mostBytes`.
   [[nodiscard]] int readAll(std::uintmax_t mostBytes, std::string& bytes);
   /// Reserves disk space for the file without changing it; success where the file system cannot.

@@ -12,6 +12,7 @@
 
 #include "foundation/uuid.h"
 #include "system/files/file_calls.h"
+#include "system/files/file_steps.h"
 #include "system/files/open_file.h"
 
 namespace vrel::system {
@@ -20,45 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr auto anySize = std::numeric_limits<std::uintmax_t>::max();
-
-Outcome outcome(const fs::path& path, int code) {
-  if (code == 0) {
-    return {};
-  }
-  const auto reason = code == notARegularFile ? "Not a regular file" : std::generic_category().message(code);
-  return Error{path.string() + ": " + reason};
-}
-
-/// Why a path must not be opened at all: 0 for a regular file and for a missing one.
-int refusal(const fs::path& path) {
-  if (path.native().find('\0') != std::string::npos) {
-    return ENOENT;  // the system would end the path there
-  }
-  std::error_code ignored;
-  const auto type = fs::status(path, ignored).type();
-  if (type == fs::file_type::directory) {
-    return EISDIR;
-  }
-  const bool isSpecial = type == fs::file_type::fifo || type == fs::file_type::socket ||
-                         type == fs::file_type::character || type == fs::file_type::block;
-  return isSpecial ? notARegularFile : 0;
-}
-
-/// Runs the steps up to the first that fails, and returns its code.
-template <typename... Steps>
-int untilFailure(Steps... steps) {
-  int code = 0;
-  static_cast<void>((((code = steps()) == 0) && ...));
-  return code;
-}
-
-/// Flushes the entries of a directory to the disk.
-int syncDirectory(FileCalls& calls, const fs::path& directory) {
-  OpenFile file(calls);
-  const int code = untilFailure([&] { return file.open(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY); },
-                                [&] { return file.sync(); }, [&] { return file.close(); });
-  return code == EINVAL ? 0 : code;  // some file systems do not sync directories
-}
 
 /// An unused name in the same directory.
 fs::path temporaryNameFor(const fs::path& path) {

@@ -131,9 +131,18 @@ TEST(RenderOptions, ACheckTakesASetlistAlone) {
   }
 }
 
+TEST(RenderOptions, ACollectionTakesASetlistAlone) {
+  const Options options = parsed({"a.vrel", "--collect", "stick/gig"});
+  EXPECT_EQ(options.collectPath, "stick/gig");
+  EXPECT_NE(refusal({"--collect", "gig", "a.vrel", "b.mid"}).find("b.mid"), std::string::npos);
+  EXPECT_NE(refusal({"--collect", "gig", "a.vrel", "--out", "x"}).find("--out"), std::string::npos);
+  EXPECT_NE(refusal({"--collect", "gig", "a.vrel", "--check"}).find("--collect"), std::string::npos);
+  EXPECT_NE(refusal({"a.vrel", "--collect", ""}).find("--collect"), std::string::npos);
+}
+
 TEST(RenderOptions, TheUsageNamesEveryOption) {
-  for (const char* option : {"--check", "--json", "--list-plugins", "--out", "--events", "--save", "--song", "--rate",
-                             "--block", "--tail"}) {
+  for (const char* option : {"--check", "--json", "--collect", "--list-plugins", "--out", "--events", "--save",
+                             "--song", "--rate", "--block", "--tail"}) {
     EXPECT_NE(usage().find(option), std::string::npos) << option;
   }
 }

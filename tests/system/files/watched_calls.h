@@ -49,6 +49,7 @@ class WatchedCalls : public FileCalls {
   int rename(const char* from, const char* to) override { return refused("rename") ? -1 : FileCalls::rename(from, to); }
   int unlink(const char* path) override { return refused("unlink") ? -1 : FileCalls::unlink(path); }
   int mkdir(const char* path, mode_t mode) override { return refused("mkdir") ? -1 : FileCalls::mkdir(path, mode); }
+  int rmdir(const char* path) override { return refused("rmdir") ? -1 : FileCalls::rmdir(path); }
 
  private:
   bool refused(const std::string& call) {

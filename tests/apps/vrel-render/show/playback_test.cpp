@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
@@ -73,6 +74,40 @@ class PlaybackShow : public ShowTest {
 
   std::string output;
 };
+
+TEST_F(PlaybackShow, ACollectedSetlistSoundsTheSameInAnotherPlaceWithoutItsOriginals) {
+  std::filesystem::create_directory(at("other"));
+  const auto setlist = setlistOf({songOf("One", {track(write("take.wav", trackOf(48000, 9000)), 60, true),
+                                                 track(write("other/take.wav", trackOf(44100, 3000)), 62, true)})});
+  MidiFileMaker show;
+  show.message(500, {0x90, 60, 100}).message(700, {0x90, 62, 100}).message(1500, {0x80, 60, 0});
+  const auto before = play(setlist, show);
+  const auto collected = renderOnZoo({"--collect", at("Gig"), at("show.vrel")});
+  EXPECT_EQ(collected.exitCode, 0) << collected.output << collected.errors;
+  for (const auto* const original : {"take.wav", "other/take.wav", "show.vrel"}) {
+    std::filesystem::remove(at(original));
+  }
+  std::filesystem::rename(at("Gig"), at("other/Saturday"));
+  const auto run =
+      renderOnZoo({"--tail", "0.5", "--out", at("after.wav"), at("other/Saturday/Gig.vrel"), at("show.mid")});
+  EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
+  EXPECT_THAT(run.output, HasSubstr("Problems: none"));
+  const auto after = soundIn(read("after.wav"));
+  EXPECT_GT(after.peak(), 0.1F);
+  EXPECT_EQ(after.left, before.left);
+  EXPECT_EQ(after.right, before.right);
+}
+
+TEST_F(PlaybackShow, ACollectionListsWhatIsMissingAndReplacesNothing) {
+  write("show.vrel", setlistOf({songOf("One", {track(at("gone.wav"), 60, false)})}));
+  const auto collected = renderOnZoo({"--collect", at("Gig"), at("show.vrel")});
+  EXPECT_EQ(collected.exitCode, 1);
+  EXPECT_THAT(collected.output, HasSubstr("Not collected: " + at("gone.wav") + ": No such file or directory"));
+  EXPECT_TRUE(exists("Gig/Gig.vrel"));
+  const auto again = renderOnZoo({"--collect", at("Gig"), at("show.vrel")});
+  EXPECT_EQ(again.exitCode, 1);
+  EXPECT_THAT(again.ownErrors(), HasSubstr("File exists"));
+}
 
 TEST_F(PlaybackShow, ATrackLoopsWithoutAGapAndStopsAtItsExit) {
   auto strip = track(write("track.wav", trackOf(48000, 24000)), 60, true, StopMode::rangeEnd);
