@@ -113,6 +113,7 @@ void OfflineStage::applySong(std::size_t index) {
 }
 
 void OfflineStage::finishStep() {
+  mainLoop_.runPending();  // a learned control changes the song behind its message
   if (songsWaitedFor_ < songsApplied().size()) {
     songsWaitedFor_ = songsApplied().size();
     waitForPlugins();

@@ -188,7 +188,7 @@ SongPage playForCheck(const SetlistFile& setlist, std::size_t index, const SongC
   NoOutput console;
   OfflineStage stage({settings.rate, settings.block, settings.sandbox, answerTimeout, blockTimeout},
                      lv2::Lv2World::open(settings.scan), console, nullptr);
-  if (const auto failure = stage.start({.songs = {song}, .globalMidiControlAssignments = {}})) {
+  if (const auto failure = stage.start({.songs = {song}, .globalMidiControlAssignments = {}, .songControl = {}})) {
     page.findings.push_back({.kind = FindingKind::notPlayed, .reason = failure->description});
     return page;
   }

@@ -11,7 +11,7 @@
 
 #include "check/finding_words.h"
 #include "document/json_tree.h"
-#include "document/stored_texts.h"
+#include "document/midi_control_kinds.h"
 
 namespace vrel {
 namespace {
@@ -20,7 +20,12 @@ using nlohmann::json;
 using nlohmann::ordered_json;
 
 constexpr int reportVersion = 1;
-constexpr std::string_view blackoutName = "projection_blackout";  // which no list of a setlist names
+
+/// As the lists of a setlist name it, or the field of its own: "projection_blackout" of "projection_blackout_control".
+constexpr std::string_view nameOf(const MidiControlTraits& kind) {
+  constexpr std::string_view ending = "_control";
+  return kind.ownField.empty() ? kind.text : kind.ownField.substr(0, kind.ownField.size() - ending.size());
+}
 
 std::string_view severityName(FindingSeverity severity) {
   return severity == FindingSeverity::error ? "error" : "warning";
@@ -31,9 +36,8 @@ double finite(double value) {
 }
 
 ordered_json encodeTarget(const MidiControlTarget& target) {
-  const bool isBlackout = target.kind == MidiControlKind::projectionBlackout;
   ordered_json object = ordered_json::object();
-  object["kind"] = isBlackout ? blackoutName : storedText(target.kind);
+  object["kind"] = nameOf(traitsOf(target.kind));
   if (target.channelIndex) {
     object["strip"] = *target.channelIndex;
   }
@@ -118,11 +122,12 @@ std::optional<MidiControlTarget> decodeTarget(const json& object) {
     return std::nullopt;
   }
   const auto name = valueIn(object, "kind", std::string());
-  const auto kind = name == blackoutName ? MidiControlKind::projectionBlackout : midiControlKind(name);
-  if (!kind) {
+  const auto* const kind = std::find_if(midiControlKinds.begin(), midiControlKinds.end(),
+                                        [&](const auto& row) { return nameOf(row) == name; });
+  if (kind == midiControlKinds.end()) {
     return std::nullopt;
   }
-  MidiControlTarget target{*kind, {}};
+  MidiControlTarget target{kind->kind, {}};
   if (const auto strip = object.find("strip"); strip != object.end() && strip->is_number_integer()) {
     target.channelIndex = strip->get<std::int64_t>();
   }

@@ -20,6 +20,8 @@ ContentView::ContentView(const Collaborators& collaborators)
                    selection_, builder_}),
       tempo_(appState_, audioEngine_, collaborators.clock),
       midiLearn_(appState_, audioEngine_, tempo_),
+      songRequests_({appState_, audioEngine_, songSwitch_, midiLearn_, collaborators.mainQueue, collaborators.clock,
+                     collaborators.console}),
       liveMode_({appState_, audioEngine_, songSwitch_, collaborators.desktop}),
       songList_(appState_, audioEngine_, songSwitch_, selection_),
       channelOperations_(appState_, audioEngine_, builder_, selection_),
@@ -33,6 +35,7 @@ ContentView::ContentView(const Collaborators& collaborators)
                     instrumentSelector_}),
       learnedControls_(appState_),
       learnedPluginControls_(appState_, audioEngine_, midiLearn_, collaborators.mainQueue),
+      songControlPage_(appState_, midiLearn_),
       stripControls_(appState_, audioEngine_),
       instrumentReload_(appState_, audioEngine_, collaborators.console),
       keyboardPanel_(appState_, audioEngine_),
@@ -71,6 +74,7 @@ void ContentView::contentDidAppear() {
   showPerformance(appState_, audioEngine_);
   showMidiPortName(appState_, audioEngine_);
   midiLearn_.listenToEngine();
+  songRequests_.listenToEngine();
   if (appState_.songs.get().empty()) {
     setlistFiles_.newSetlist(false);
   }
@@ -108,7 +112,14 @@ void ContentView::observeMenus() {
   observe("vrel.duplicateChannel", run([this] { withSelectedChannel(&ChannelOperations::duplicateChannel); }));
   observe("vrel.undo", run([this] { editHistory_.undo(); }));
   observe("vrel.redo", run([this] { editHistory_.redo(); }));
-  observe("vrel.showLearnedControls", run([this] { learnedControls_.isShown.set(true); }));
+  observe("vrel.showLearnedControls", run([this] {
+            songControlPage_.isShown.set(false);  // which lies in the same place
+            learnedControls_.isShown.set(true);
+          }));
+  observe("vrel.showSongControl", run([this] {
+            learnedControls_.isShown.set(false);
+            songControlPage_.isShown.set(true);
+          }));
   observe(windowDidBecomeMainNotification, run([this] { editorPanels_.mainWindowCameToFront(); }));
   observe("vrel.requestTermination", run([this] { setlistFiles_.confirmTermination(); }));
 }

@@ -21,6 +21,7 @@
 #include "console/reorder.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
+#include "console/song_control_page.h"
 #include "console/song_list.h"
 #include "console/strip_controls.h"
 #include "console/track_editor.h"
@@ -30,6 +31,7 @@
 #include "performance/console_selection.h"
 #include "performance/live_mode.h"
 #include "performance/midi_learn.h"
+#include "performance/song_requests.h"
 #include "performance/song_switch.h"
 #include "performance/tempo.h"
 #include "platform/notification_center.h"
@@ -88,6 +90,7 @@ class ContentView {
   [[nodiscard]] DroppedFiles& droppedFiles() { return droppedFiles_; }
   [[nodiscard]] LearnedControls& learnedControls() { return learnedControls_; }
   [[nodiscard]] LearnedPluginControls& learnedPluginControls() { return learnedPluginControls_; }
+  [[nodiscard]] SongControlPage& songControlPage() { return songControlPage_; }
   [[nodiscard]] VrelHelpWindowController& help() { return help_; }
   [[nodiscard]] VrelHelpWindowController& liveKeysHelp() { return liveKeysHelp_; }
   [[nodiscard]] StripControls& stripControls() { return stripControls_; }
@@ -95,6 +98,7 @@ class ContentView {
   [[nodiscard]] KeyboardPanel& keyboardPanel() { return keyboardPanel_; }
   [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
   [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
+  [[nodiscard]] SongRequests& songRequests() { return songRequests_; }
   [[nodiscard]] LiveMode& liveMode() { return liveMode_; }
   [[nodiscard]] Tempo& tempo() { return tempo_; }
 
@@ -123,6 +127,7 @@ class ContentView {
   SongSwitch songSwitch_;
   Tempo tempo_;
   MidiLearn midiLearn_;
+  SongRequests songRequests_;
   LiveMode liveMode_;
   SongList songList_;
   ChannelOperations channelOperations_;
@@ -133,6 +138,7 @@ class ContentView {
   EditHistory editHistory_;
   LearnedControls learnedControls_;
   LearnedPluginControls learnedPluginControls_;
+  SongControlPage songControlPage_;
   VrelHelpWindowController help_{HelpSubject::manual};
   VrelHelpWindowController liveKeysHelp_{HelpSubject::liveKeys};
   StripControls stripControls_;

@@ -277,6 +277,9 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
       if (former && (!haveLearnedTheSame(*from.songs[*former], wanted) || from.songOnStage == wanted.id)) {
         changeLearned(*found, from, to);
       }
+      if (former && from.songs[*former]->program != wanted.program) {
+        found->program = wanted.program;
+      }
     }
     const auto rank = [&](const SongConfig& song) { return to.indexOfSong(song.id).value_or(to.songs.size()); };
     std::stable_sort(songs.begin(), songs.end(), [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
@@ -285,6 +288,9 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
   if (from.learnedForAll != to.learnedForAll) {
     state_.globalMidiControlAssignments.modify(
         [&](auto& learned) { changeLearned(learned, from.learnedForAll, to.learnedForAll); });
+  }
+  if (from.songControl != to.songControl) {
+    state_.songControl.set(to.songControl);
   }
 }
 

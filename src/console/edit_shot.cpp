@@ -184,6 +184,7 @@ EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, 
   shot.onStage.keyboardStartNote = state.keyboardStartNote.get();
   shot.onStage.keyboardKeyCount = state.keyboardKeyCount.get();
   shot.learnedForAll = state.globalMidiControlAssignments.get();
+  shot.songControl = state.songControl.get();
   shot.songs.reserve(songs.size());
   for (const auto& song : songs) {
     const auto index = former.indexOfSong(song.id, shot.songs.size());
@@ -196,7 +197,7 @@ EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, 
 
 bool haveLearnedTheSame(const SongConfig& a, const SongConfig& b) {
   return a.midiControlAssignments == b.midiControlAssignments &&
-         a.pluginControlAssignments == b.pluginControlAssignments;
+         a.pluginControlAssignments == b.pluginControlAssignments && a.program == b.program;
 }
 
 bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b) {
@@ -225,7 +226,7 @@ std::optional<EditDifference> differenceOf(const EditShot& before, const EditSho
     }
   }
   const bool isLearnedTheSame =
-      before.learnedForAll == after.learnedForAll &&
+      before.learnedForAll == after.learnedForAll && before.songControl == after.songControl &&
       std::equal(before.songs.begin(), before.songs.end(), after.songs.begin(), after.songs.end(),
                  [](const auto& one, const auto& other) { return haveLearnedTheSame(*one, *other); });
   return isLearnedTheSame ? std::nullopt

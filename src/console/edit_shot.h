@@ -42,6 +42,7 @@ struct EditShot {
   SongConfig onStage;  // of the song on stage, beside its strips: notes, tempo, keyboard
   std::vector<std::shared_ptr<const SongConfig>> songs;  // shared by shots in which they are the same
   std::vector<MidiControlAssignment> learnedForAll;      // the controls that hold in every song
+  SongControl songControl;
 
   [[nodiscard]] std::optional<std::size_t> indexOfStrip(const Uuid& strip) const;
   [[nodiscard]] std::optional<std::size_t> indexOfSong(const Uuid& song) const;
@@ -74,7 +75,7 @@ struct ChangedSongs {
 /// Whether the songs or strips are not the same ones in the same order.
 [[nodiscard]] bool differInOrder(const EditShot& before, const EditShot& after);
 
-/// Whether both songs have learned the same controls.
+/// Whether both songs have learned the same controls, and the same program change.
 [[nodiscard]] bool haveLearnedTheSame(const SongConfig& a, const SongConfig& b);
 
 [[nodiscard]] bool haveSameEffects(const ChannelConfig& a, const ChannelConfig& b);

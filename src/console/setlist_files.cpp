@@ -266,6 +266,7 @@ void SetlistFiles::showSetlist(SetlistFile setlist, const std::optional<std::fil
   state_.songs.set(std::move(setlist.songs));
   state_.globalMidiControlAssignments.set(std::move(setlist.globalMidiControlAssignments));
   collectedFolder_ = std::move(setlist.collectedFolder);
+  state_.songControl.set(setlist.songControl);
   engine_.pluginPool().prewarmPlugins(state_.songs.get());
   state_.currentFilePath.set(path);
   if (path) {
@@ -325,7 +326,8 @@ bool SetlistFiles::saveSetlistAs(bool force) {
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   awaitTurn();
   songSwitch_.captureCurrentSong();
-  SetlistFile setlist{setlistVersion, state_.songs.get(), state_.globalMidiControlAssignments.get(), collectedFolder_};
+  SetlistFile setlist{setlistVersion, state_.songs.get(), state_.globalMidiControlAssignments.get(), collectedFolder_,
+                      state_.songControl.get()};
   const std::size_t missed = missedStates(engine_);
   Outcome failure;
   const auto write = [&] {

@@ -144,9 +144,9 @@ void UnsavedEdits::keep(StateRead read) {
     return;
   }
   const auto original = state_.currentFilePath.get();
-  auto setlist = std::make_shared<const SetlistFile>(SetlistFile{setlistVersion, songSwitch_.songsAsPlayed(read),
-                                                                 state_.globalMidiControlAssignments.get(),
-                                                                 setlistFiles_.collectedFolder()});
+  auto setlist = std::make_shared<const SetlistFile>(
+      SetlistFile{setlistVersion, songSwitch_.songsAsPlayed(read), state_.globalMidiControlAssignments.get(),
+                  setlistFiles_.collectedFolder(), state_.songControl.get()});
   queue_->async([this, setlist = std::move(setlist), original = original ? original->string() : std::string(),
                  adopted = adopted_, life = life_.watch()] {
     const Outcome failure = write(*setlist, original);

@@ -100,6 +100,7 @@ class AppState {
   Observable<bool> isLiveModeEnabled{false};
   Observable<bool> isMidiLearnMode{false};
   Observable<std::vector<MidiControlAssignment>> globalMidiControlAssignments;
+  Observable<SongControl> songControl;
 
   // The user's settings: written through to the defaults on every assignment.
   Observable<VisualBlendMode> visualBlendMode{VisualBlendMode::plusLighter};

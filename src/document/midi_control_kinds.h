@@ -14,17 +14,18 @@ enum class MidiControlScope { song, setlist };
 /// What is common to all assignments of one kind.
 struct MidiControlTraits {
   MidiControlKind kind;
-  std::string_view text;  // as stored in the lists of a file; empty for what is not
+  std::string_view text;  // as stored in the lists of a file; empty for what has a field of its own
   MidiControlScope scope;
-  bool needsStrip;  // the target has a `channelIndex`
-  bool isTrigger;   // acts when pressed; the others follow a value
+  bool needsStrip;              // the target has a `channelIndex`
+  bool isTrigger;               // acts when pressed; the others follow a value
+  std::string_view ownField{};  // of the setlist, for its binding; other readers pass over it
 };
 
 inline constexpr auto midiControlKinds = [] {
   using Kind = MidiControlKind;
   constexpr auto song = MidiControlScope::song;
   constexpr auto setlist = MidiControlScope::setlist;
-  // kind, stored text, scope, needs a strip, is a trigger
+  // kind, stored text, scope, needs a strip, is a trigger, own field
   return std::to_array<MidiControlTraits>({
       {Kind::panic, "panic", song, false, true},
       {Kind::tapTempo, "tap_tempo", song, false, true},
@@ -39,7 +40,9 @@ inline constexpr auto midiControlKinds = [] {
       {Kind::performanceModulation, "performance_modulation", setlist, false, false},
       {Kind::performanceSustain, "performance_sustain", setlist, false, false},
       {Kind::performanceExpression, "performance_expression", setlist, false, false},
-      {Kind::projectionBlackout, "", setlist, false, true},
+      {Kind::projectionBlackout, "", setlist, false, true, "projection_blackout_control"},
+      {Kind::nextSong, "", setlist, false, true, "next_song_control"},
+      {Kind::previousSong, "", setlist, false, true, "previous_song_control"},
   });
 }();
 

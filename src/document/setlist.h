@@ -59,7 +59,10 @@ enum class MidiControlKind {
   performanceModulation,
   performanceSustain,
   performanceExpression,
-  projectionBlackout,  // stored in a field of its own, which other readers pass over
+  // Stored in fields of their own, which other readers pass over.
+  projectionBlackout,
+  nextSong,
+  previousSong,
 };
 
 struct MidiControlTarget {
@@ -132,6 +135,23 @@ struct ChannelConfig {
   bool operator==(const ChannelConfig&) const = default;
 };
 
+/// The program change that puts a song on stage.
+struct SongProgram {
+  std::optional<std::uint16_t> bank{};  // 0 to 16383, controller 0 times 128 and controller 32; absent for any
+  std::uint8_t program = 0;             // 0 to 127
+
+  bool operator==(const SongProgram&) const = default;
+};
+
+/// How MIDI changes songs. Not written while it is as it is made here.
+struct SongControl {
+  bool byProgramChange = false;
+  std::optional<std::uint8_t> midiChannel{};  // of program changes, 0 to 15; absent for all
+  std::uint32_t stepGuardMilliseconds = 300;  // one change of song in so long
+
+  bool operator==(const SongControl&) const = default;
+};
+
 struct SongConfig {
   Uuid id = Uuid::fresh();
   std::string name = "Untitled Song";
@@ -144,6 +164,7 @@ struct SongConfig {
   std::vector<AudioPluginSlot> masterEffectSlots{};
   std::vector<MidiControlAssignment> midiControlAssignments{};
   std::vector<PluginControlAssignment> pluginControlAssignments{};  // not written while there are none
+  std::optional<SongProgram> program{};
 
   bool operator==(const SongConfig&) const = default;
 };
@@ -154,6 +175,7 @@ struct SetlistFile {
   std::vector<SongConfig> songs{};
   std::vector<MidiControlAssignment> globalMidiControlAssignments{};
   std::string collectedFolder{};  // see collected_setlist.h; not written while it is empty
+  SongControl songControl{};
 
   bool operator==(const SetlistFile&) const = default;
 };

@@ -15,6 +15,7 @@
 #include "document/document_place.h"
 #include "document/json_nodes.h"
 #include "document/json_tree.h"
+#include "document/midi_control_kinds.h"
 #include "document/number_fit.h"
 #include "document/setlist_coding.h"
 #include "document/stored_texts.h"
@@ -264,12 +265,27 @@ class RecordReader {
     optional(value, place, "songs", setlist.songs);
     optional(value, place, "collected_folder", setlist.collectedFolder);
     optional(value, place, "global_midi_control_assignments", setlist.globalMidiControlAssignments);
-    auto* const blackout = Tree::find(value, "projection_blackout_control");
-    if (!failure_ && blackout != nullptr && !Tree::isNull(*blackout)) {
-      auto& assignment = setlist.globalMidiControlAssignments.emplace_back();
-      assignment.target.kind = MidiControlKind::projectionBlackout;
-      read(*blackout, place.member("projection_blackout_control"), assignment.binding);
+    for (const auto& kind : midiControlKinds) {
+      std::optional<MidiControlBinding> binding;
+      if (!kind.ownField.empty()) {
+        optional(value, place, kind.ownField, binding);
+      }
+      if (binding) {
+        setlist.globalMidiControlAssignments.push_back({{kind.kind, {}}, *binding});
+      }
     }
+    optional(value, place, "song_control", setlist.songControl);
+  }
+
+  void members(Value& value, const DocumentPlace& place, SongControl& control) {
+    optional(value, place, "by_program_change", control.byProgramChange);
+    optional(value, place, "midi_channel", control.midiChannel);
+    optional(value, place, "step_guard_milliseconds", control.stepGuardMilliseconds);
+  }
+
+  void members(Value& value, const DocumentPlace& place, SongProgram& program) {
+    optional(value, place, "bank", program.bank);
+    required(value, place, "program", program.program);
   }
 
   void members(Value& value, const DocumentPlace& place, SongConfig& song) {
@@ -283,6 +299,7 @@ class RecordReader {
     optional(value, place, "master_effect_slots", song.masterEffectSlots);
     optional(value, place, "midi_control_assignments", song.midiControlAssignments);
     optional(value, place, "plugin_control_assignments", song.pluginControlAssignments);
+    optional(value, place, "program_change", song.program);
   }
 
   void members(Value& value, const DocumentPlace& place, ChannelConfig& channel) {

@@ -17,6 +17,7 @@
 
 #include "document/document_place.h"
 #include "document/json_text.h"
+#include "document/midi_control_kinds.h"
 #include "document/setlist_coding.h"
 #include "document/stored_texts.h"
 #include "foundation/utf8.h"
@@ -53,15 +54,18 @@ class RecordWriter {
 
   void write(const SetlistFile& setlist, const DocumentPlace& place) {
     auto assignments = setlist.globalMidiControlAssignments;
-    const auto own = std::stable_partition(assignments.begin(), assignments.end(), std::not_fn(isBlackout));
+    const auto own = std::stable_partition(assignments.begin(), assignments.end(), std::not_fn(hasOwnField));
     open('{');
     member(place, "version", setlistVersion);
     member(place, "songs", setlist.songs);
     if (!setlist.collectedFolder.empty()) {
       member(place, "collected_folder", setlist.collectedFolder);
     }
-    if (own != assignments.end()) {
-      member(place, "projection_blackout_control", own->binding);
+    for (auto each = own; each != assignments.end(); ++each) {
+      member(place, traitsOf(each->target.kind).ownField, each->binding);
+    }
+    if (setlist.songControl != SongControl{}) {
+      member(place, "song_control", setlist.songControl);
     }
     assignments.erase(own, assignments.end());
     member(place, "global_midi_control_assignments", assignments);
@@ -69,8 +73,23 @@ class RecordWriter {
   }
 
  private:
-  static bool isBlackout(const MidiControlAssignment& assignment) {
-    return assignment.target.kind == MidiControlKind::projectionBlackout;
+  static bool hasOwnField(const MidiControlAssignment& assignment) {
+    return !traitsOf(assignment.target.kind).ownField.empty();
+  }
+
+  void write(const SongControl& control, const DocumentPlace& place) {
+    open('{');
+    member(place, "by_program_change", control.byProgramChange);
+    memberIfPresent(place, "midi_channel", control.midiChannel);
+    member(place, "step_guard_milliseconds", control.stepGuardMilliseconds);
+    close('}');
+  }
+
+  void write(const SongProgram& program, const DocumentPlace& place) {
+    open('{');
+    memberIfPresent(place, "bank", program.bank);
+    member(place, "program", program.program);
+    close('}');
   }
 
   void write(const SongConfig& song, const DocumentPlace& place) {
@@ -87,6 +106,7 @@ class RecordWriter {
     if (!song.pluginControlAssignments.empty()) {
       member(place, "plugin_control_assignments", song.pluginControlAssignments);
     }
+    memberIfPresent(place, "program_change", song.program);
     close('}');
   }
 

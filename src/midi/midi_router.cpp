@@ -47,6 +47,11 @@ void MidiRouter::raiseCallbacks(MidiMessage message) const {
   if (isControl && callbacks_.onMidiPerformanceControlMessage) {
     callbacks_.onMidiPerformanceControlMessage(message.status, message.data1, message.data2);
   }
+  const bool isBank =
+      kind.isController && (message.data1 == controllerBankSelect || message.data1 == controllerBankSelectFine);
+  if ((isBank || highNibble(message.status) == statusProgramChange) && callbacks_.onMidiProgramMessage) {
+    callbacks_.onMidiProgramMessage(message);
+  }
 }
 
 void MidiRouter::deliver(AudioChannel& channel, MidiMessage message, Instruments instruments) const {

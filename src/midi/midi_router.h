@@ -34,6 +34,7 @@ class MidiRouter {
     std::function<void(std::uint8_t note, bool isOn)> onMidiNoteActivity;
     std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)> onMidiControlMessage;
     std::function<void(std::uint8_t status, std::uint8_t data1, std::uint8_t data2)> onMidiPerformanceControlMessage;
+    std::function<void(MidiMessage message)> onMidiProgramMessage;  // a program change or a part of its bank
   };
 
   /// All are borrowed. A target may be null: its channels then get nothing.

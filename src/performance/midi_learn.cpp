@@ -98,7 +98,15 @@ void MidiLearn::cancelMidiLearn() {
   state_.isMidiLearnMode.set(false);
   pendingMidiLearnTarget.set(std::nullopt);
   pendingPluginControl.set(std::nullopt);
-  activeMidiTriggerBindings_.clear();
+  std::erase_if(activeMidiTriggerBindings_, [this](const auto& held) { return !stepsSongs(held); });
+}
+
+bool MidiLearn::stepsSongs(const MidiControlBinding& binding) const {
+  const auto& learned = state_.globalMidiControlAssignments.get();
+  return std::any_of(learned.begin(), learned.end(), [&binding](const auto& each) {
+    const auto kind = each.target.kind;
+    return each.binding == binding && (kind == MidiControlKind::nextSong || kind == MidiControlKind::previousSong);
+  });
 }
 
 void MidiLearn::handleMidiControlMessage(uint8_t status, uint8_t data1, uint8_t data2) {
@@ -251,6 +259,9 @@ void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPress
       return sendController(controllerExpression, state_.expressionValue, value);
     case MidiControlKind::projectionBlackout:
       return projectionBlackoutPressed.emit();
+    case MidiControlKind::nextSong:
+    case MidiControlKind::previousSong:
+      return songStepPressed.emit(target.kind == MidiControlKind::nextSong);
   }
 }
 

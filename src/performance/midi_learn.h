@@ -60,6 +60,9 @@ class MidiLearn {
   /// The hardware asks for the projection to be black, or to be shown again.
   Signal<> projectionBlackoutPressed;
 
+  /// The hardware asks for the next song, or with false for the previous one.
+  Signal<bool> songStepPressed;
+
   /// The assigned controllers that are in the upper half now; each fires again only after it left it.
   [[nodiscard]] const BindingSet& activeMidiTriggerBindings() const { return activeMidiTriggerBindings_; }
 
@@ -72,7 +75,8 @@ class MidiLearn {
   void selectMidiLearnTarget(const MidiControlTarget& target);
   void selectPluginControl(const PluginControlTarget& target, const std::string& controlName);
 
-  /// Leaves learn mode and forgets what is pending and held; what is assigned stays.
+  /// Leaves learn mode and forgets what is pending and held; what is assigned stays. A control that steps songs counts
+  /// as held until it is released: one that is still down in the next song must not step again.
   void cancelMidiLearn();
 
   /// One message as it came, the MIDI channel in `status`: captured when a target waits, carried out otherwise.
@@ -99,6 +103,7 @@ class MidiLearn {
  private:
   void endAssignment();
   [[nodiscard]] bool holdsAnyPlugin() const;
+  [[nodiscard]] bool stepsSongs(const MidiControlBinding& binding) const;
   [[nodiscard]] AudioChannel* channelAt(const MidiControlTarget& target) const;
   [[nodiscard]] bool isNewPress(const MidiControlBinding& binding, std::uint8_t data2);
   [[nodiscard]] bool acts(const MidiControlTarget& target, bool isPressed) const;

@@ -43,6 +43,10 @@ std::string controlName(MidiControlKind kind, Language language) {
       return "Expression";
     case MidiControlKind::projectionBlackout:
       return words(TextKey::projectionBlackout);
+    case MidiControlKind::nextSong:
+      return words(TextKey::nextSong);
+    case MidiControlKind::previousSong:
+      return words(TextKey::previousSong);
   }
   return {};
 }

@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "text/text.h"
 
+#include "text/text_row.h"
+
 namespace vrel {
 namespace {
 
-struct Row {
-  TextKey key;
-  std::string_view name;
-  std::array<std::string_view, allLanguages.size()> texts;  // in the order of the languages
-};
-
 // Some later rows are spelled in plain ASCII; they are meant so.
-constexpr std::array<Row, textKeyCount> table{{
+constexpr std::array<TextRow, firstPageText> table{{
     {TextKey::appTitle, "appTitle", {"VREL", "VREL", "VREL", "VREL", "VREL"}},
     {TextKey::slogan,
      "slogan",
@@ -467,18 +463,11 @@ constexpr std::array<Row, textKeyCount> table{{
       "Cartella di registri e copie", "Ordner der Protokolle und Kopien"}},
 }};
 
-constexpr bool isInOrder() {
-  for (std::size_t index = 0; index < table.size(); ++index) {
-    if (static_cast<std::size_t>(table[index].key) != index) {
-      return false;
-    }
-  }
-  return true;
-}
-static_assert(isInOrder(), "a row is at the index of its key");
+static_assert(areRowsFrom(0, table), "a row is at the index of its key");
 
-const Row& row(TextKey key) {
-  return table[static_cast<std::size_t>(key)];
+const TextRow& row(TextKey key) {
+  const auto index = static_cast<std::size_t>(key);
+  return index < firstPageText ? table[index] : pageText(index - firstPageText);
 }
 
 }  // namespace

@@ -182,9 +182,19 @@ enum class TextKey {
   projectionTestPicture,
   liveKeys,
   stateFolder,
+  songsByMidi,
+  nextSong,
+  previousSong,
+  songsByProgramChange,
+  midiChannel,
+  allMidiChannels,
+  stepGuard,
+  songProgram,
+  receivedProgram,
+  numberSongs,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::stateFolder) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::numberSongs) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

@@ -25,22 +25,22 @@ std::vector<Kind> kindsThat(Predicate holds) {
 }
 
 TEST(MidiControlKinds, EachKindHasOneRowAndATextOfItsOwn) {
-  std::set<std::string_view> texts;
+  std::set<std::string> texts;
   for (std::size_t index = 0; index < midiControlKinds.size(); ++index) {
     const auto& row = midiControlKinds[index];
     EXPECT_EQ(row.kind, static_cast<Kind>(index));
-    EXPECT_EQ(row.text.empty(), row.kind == Kind::projectionBlackout) << "which is stored elsewhere";
-    texts.insert(row.text);
+    EXPECT_NE(row.text.empty(), row.ownField.empty()) << "stored in one place or in the other";
+    texts.insert(std::string(row.text) + std::string(row.ownField));
   }
-  EXPECT_EQ(midiControlKinds.size(), static_cast<std::size_t>(Kind::projectionBlackout) + 1);
+  EXPECT_EQ(midiControlKinds.size(), static_cast<std::size_t>(Kind::previousSong) + 1);
   EXPECT_EQ(texts.size(), midiControlKinds.size());
 }
 
-TEST(MidiControlKinds, VolumeGainThePerformanceControlsAndTheBlackoutBelongToTheSetlist) {
-  EXPECT_EQ(
-      kindsThat([](const auto& row) { return row.scope == MidiControlScope::setlist; }),
-      (std::vector{Kind::channelVolume, Kind::channelGain, Kind::performancePitchBend, Kind::performanceModulation,
-                   Kind::performanceSustain, Kind::performanceExpression, Kind::projectionBlackout}));
+TEST(MidiControlKinds, VolumeGainThePerformanceControlsAndOwnKindsBelongToTheSetlist) {
+  EXPECT_EQ(kindsThat([](const auto& row) { return row.scope == MidiControlScope::setlist; }),
+            (std::vector{Kind::channelVolume, Kind::channelGain, Kind::performancePitchBend,
+                         Kind::performanceModulation, Kind::performanceSustain, Kind::performanceExpression,
+                         Kind::projectionBlackout, Kind::nextSong, Kind::previousSong}));
 }
 
 TEST(MidiControlKinds, TheControlsOfAStripNeedOne) {
@@ -52,11 +52,11 @@ TEST(MidiControlKinds, TheControlsOfAStripNeedOne) {
 TEST(MidiControlKinds, ButtonsAreTriggers) {
   EXPECT_EQ(kindsThat([](const auto& row) { return row.isTrigger; }),
             (std::vector{Kind::panic, Kind::tapTempo, Kind::channelMute, Kind::channelSolo, Kind::masterMute,
-                         Kind::projectionBlackout}));
+                         Kind::projectionBlackout, Kind::nextSong, Kind::previousSong}));
 }
 
 TEST(MidiControlKinds, AnUnknownKindBelongsToTheSongAndNeedsNoStrip) {
-  for (const auto kind : {static_cast<Kind>(14), static_cast<Kind>(-1)}) {
+  for (const auto kind : {static_cast<Kind>(midiControlKinds.size()), static_cast<Kind>(-1)}) {
     EXPECT_EQ(traitsOf(kind).scope, MidiControlScope::song);
     EXPECT_EQ(traitsOf(kind).text, "");
     EXPECT_FALSE(traitsOf(kind).needsStrip);

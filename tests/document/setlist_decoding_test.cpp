@@ -47,6 +47,20 @@ TEST(SetlistDecoding, TheControlOfTheBlackoutMustBeABinding) {
   EXPECT_FALSE(decodeSetlist(R"({"projection_blackout_control": {"number": 1}})").ok());
 }
 
+TEST(SetlistDecoding, HowMidiChangesSongsMustBeWhatItIsWrittenAs) {
+  const SetlistFile setlist = decoded(R"({"song_control": {"by_program_change": true}, "songs": [
+                                          {"program_change": {"program": 127}}, {"program_change": null}]})");
+  EXPECT_EQ(setlist.songControl, (SongControl{.byProgramChange = true}));
+  EXPECT_EQ(setlist.songs[0].program, (SongProgram{std::nullopt, 127}));
+  EXPECT_EQ(setlist.songs[1].program, std::nullopt);
+  for (const char* const text :
+       {R"({"song_control": 1})", R"({"song_control": {"midi_channel": 256}})",
+        R"({"song_control": {"step_guard_milliseconds": -1}})", R"({"songs": [{"program_change": {"bank": 1}}]})",
+        R"({"songs": [{"program_change": {"program": 256}}]})", R"({"next_song_control": {"number": 1}})"}) {
+    EXPECT_FALSE(decodeSetlist(text).ok()) << text;
+  }
+}
+
 TEST(SetlistDecoding, AnEmptyObjectIsAnEmptySetlist) {
   const SetlistFile setlist = decoded("{}");
   EXPECT_EQ(setlist.version, 1U);

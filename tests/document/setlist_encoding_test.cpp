@@ -60,6 +60,26 @@ TEST(SetlistEncoding, TheControlOfTheBlackoutHasAFieldOfItsOwnAndComesBack) {
   EXPECT_EQ(again.value().globalMidiControlAssignments, (std::vector{panic, blackout}));
 }
 
+TEST(SetlistEncoding, HowMidiChangesSongsHasFieldsOfItsOwnAndComesBack) {
+  const SetlistFile plain = sampleSetlist();
+  EXPECT_EQ(encoded(plain).find("song_control"), std::string::npos);
+  EXPECT_EQ(encoded(plain).find("program_change"), std::string::npos);
+  SetlistFile setlist = plain;
+  setlist.songControl = {.byProgramChange = true, .midiChannel = 9, .stepGuardMilliseconds = 450};
+  setlist.songs[0].program = {{.bank = 300, .program = 7}};
+  setlist.globalMidiControlAssignments = {{{MidiControlKind::nextSong, {}}, {0xB0, 0, 66}},
+                                          {{MidiControlKind::previousSong, {}}, {0x90, 1, 21}}};
+  const json document = json::parse(encoded(setlist));
+  EXPECT_EQ(document["song_control"], json::parse(R"({"by_program_change": true, "midi_channel": 9,
+                                                      "step_guard_milliseconds": 450})"));
+  EXPECT_EQ(document["songs"][0]["program_change"], json::parse(R"({"bank": 300, "program": 7})"));
+  EXPECT_EQ(document["next_song_control"], json::parse(R"({"statusType": 176, "midiChannel": 0, "number": 66})"));
+  EXPECT_TRUE(document["global_midi_control_assignments"].empty());
+  const auto again = decodeSetlist(encoded(setlist));
+  ASSERT_TRUE(again.ok());
+  EXPECT_EQ(withoutIds(again.value()), withoutIds(setlist));
+}
+
 TEST(SetlistEncoding, ANegativeChannelIndexIsWritten) {
   SongConfig song;
   song.midiControlAssignments.emplace_back().target = {.kind = MidiControlKind::channelMute, .channelIndex = -1};

@@ -203,7 +203,9 @@ TEST_F(Learning, EachKindGoesToItsList) {
       {onConsole(Kind::performanceSustain), true},
       {onConsole(Kind::performanceExpression), true},
       {onConsole(Kind::projectionBlackout), true},
-      {onConsole(static_cast<Kind>(14)), false},
+      {onConsole(Kind::nextSong), true},
+      {onConsole(Kind::previousSong), true},
+      {onConsole(static_cast<Kind>(16)), false},
       {onConsole(static_cast<Kind>(-1)), false},
   };
   for (const auto& [target, belongsToAll] : isGlobal) {

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "text/text_row.h"
+
+namespace vrel {
+namespace {
+
+constexpr std::array<TextRow, textKeyCount - firstPageText> pageTexts{{
+    {TextKey::songsByMidi,
+     "songsByMidi",
+     {"Songs by MIDI", "Canciones por MIDI", "Morceaux par MIDI", "Brani via MIDI", "Songs über MIDI"}},
+    {TextKey::nextSong,
+     "nextSong",
+     {"Next song", "Canción siguiente", "Morceau suivant", "Brano successivo", "Nächster Song"}},
+    {TextKey::previousSong,
+     "previousSong",
+     {"Previous song", "Canción anterior", "Morceau précédent", "Brano precedente", "Voriger Song"}},
+    {TextKey::songsByProgramChange,
+     "songsByProgramChange",
+     {"Program change selects songs", "Program change elige canciones", "Program change choisit les morceaux",
+      "Program change sceglie i brani", "Program Change wählt Songs"}},
+    {TextKey::midiChannel, "midiChannel", {"MIDI channel", "Canal MIDI", "Canal MIDI", "Canale MIDI", "MIDI-Kanal"}},
+    {TextKey::allMidiChannels, "allMidiChannels", {"All", "Todos", "Tous", "Tutti", "Alle"}},
+    {TextKey::stepGuard,
+     "stepGuard",
+     {"One change in", "Un cambio en", "Un changement par", "Un cambio in", "Ein Wechsel in"}},
+    {TextKey::songProgram, "songProgram", {"Program", "Programa", "Programme", "Programma", "Programm"}},
+    {TextKey::receivedProgram, "receivedProgram", {"Received", "Recibido", "Reçu", "Ricevuto", "Empfangen"}},
+    {TextKey::numberSongs,
+     "numberSongs",
+     {"Number in order", "Numerar en orden", "Numéroter dans l'ordre", "Numera in ordine",
+      "Der Reihe nach nummerieren"}},
+}};
+static_assert(areRowsFrom(firstPageText, pageTexts), "a row is at the index of its key");
+
+}  // namespace
+
+const TextRow& pageText(std::size_t index) {
+  return pageTexts.at(index);
+}
+
+}  // namespace vrel
