@@ -189,7 +189,8 @@ MenuItem Builder::mode() const {
                shifted(TextKey::modeLive, MenuAction::modeLive, "L", isLive),
                shifted(TextKey::midiLearn, MenuAction::toggleLearn, "M", state_.isMidiLearnMode.get()),
                command(words(TextKey::clearMidiLearn), MenuAction::clearMidiLearn),
-               command(words(TextKey::learnedControls), MenuAction::showLearnedControls)});
+               command(words(TextKey::learnedControls), MenuAction::showLearnedControls),
+               command(words(TextKey::songsByMidi), MenuAction::showSongControl)});
 }
 
 MenuItem Builder::screens() const {

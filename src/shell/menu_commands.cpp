@@ -41,6 +41,7 @@ struct MenuCommandTable {
       {Action::clearMidiLearn, "clearMidiLearn", Live::clearMidiLearn, Says::clearLearned, Post{"vrel.clearMidiLearn"}},
       {Action::showLearnedControls, "showLearnedControls", Live::midiLearn, Says::learnedControls,
        Post{"vrel.showLearnedControls"}},
+      {Action::showSongControl, "showSongControl", Live::midiLearn, Says::songsByMidi, Post{"vrel.showSongControl"}},
       {Action::selectVisualBlendMode, "selectVisualBlendMode:", Live::changeProjection, Says::blendMode,
        &Menus::selectVisualBlendMode},
       {Action::chooseVisualBackgroundVideo, "chooseVisualBackgroundVideo", Live::changeProjection,

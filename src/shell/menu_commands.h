@@ -36,6 +36,7 @@ enum class MenuAction {
   toggleLearn,
   clearMidiLearn,
   showLearnedControls,
+  showSongControl,
   selectVisualBlendMode,
   chooseVisualBackgroundVideo,
   clearVisualBackgroundVideo,

@@ -140,6 +140,7 @@ enum class Hint {
   clearLearned,
   nothingIsLearned,
   learnedControls,
+  songsByMidi,
   blendMode,
   chooseBackground,
   clearBackground,

@@ -129,6 +129,7 @@ TEST_F(MenuBarTest, HoldsEveryCommandWithItsKeysObjectsAndMarks) {
                                       "  Learn | toggleLearn | Shift+Command+M",
                                       "  Clear All MIDI Learn | clearMidiLearn (off)",
                                       "  Learned Controls | showLearnedControls",
+                                      "  Songs by MIDI | showSongControl",
                                       "Visual",
                                       "  Open on",
                                       "    Display 1 | openVisualProjection: | 0",

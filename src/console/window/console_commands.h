@@ -127,6 +127,13 @@ class ConsoleCommands : public QObject {
   /// An index below 0 means no strip.
   Q_INVOKABLE void selectLearnTarget(vrel::window::learn_kind::Kind kind, int channelIndex);
   Q_INVOKABLE void closeLearnedControls();
+  Q_INVOKABLE void closeSongControl();
+  Q_INVOKABLE void learnSongStep(vrel::window::learn_kind::Kind kind);
+  Q_INVOKABLE void toggleSongsByProgramChange();
+  Q_INVOKABLE void moveSongMidiChannel(int by);
+  Q_INVOKABLE void moveStepGuard(int by);
+  Q_INVOKABLE void enterSongProgram(const QString& songId, const QString& text);
+  Q_INVOKABLE void numberSongs();
   Q_INVOKABLE void closeHelp();
   Q_INVOKABLE void closeLiveKeys();
   /// Files from outside: on the window, on a strip, behind the last strip. What a place does not take does nothing.

@@ -44,6 +44,7 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::ClipViewModel* clips READ clips CONSTANT FINAL)
   Q_PROPERTY(vrel::window::TrackViewModel* track READ track CONSTANT FINAL)
   Q_PROPERTY(vrel::window::LearnedControlsViewModel* learned READ learned CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::SongControlViewModel* songControl READ songControl CONSTANT FINAL)
   Q_PROPERTY(vrel::window::HelpViewModel* help READ help CONSTANT FINAL)
   Q_PROPERTY(vrel::window::HelpViewModel* liveKeys READ liveKeys CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
@@ -73,6 +74,7 @@ class ConsoleModel : public QObject {
     store_.adopt(mirror_ids::clips, clips_);
     store_.adopt(mirror_ids::track, track_);
     store_.adopt(mirror_ids::learned, learned_);
+    store_.adopt(mirror_ids::songControl, songControl_);
     store_.adopt(mirror_ids::help, help_);
     store_.adopt(mirror_ids::liveKeys, liveKeys_);
     store_.adopt(mirror_ids::alert, alert_);
@@ -88,6 +90,7 @@ class ConsoleModel : public QObject {
   [[nodiscard]] ClipViewModel* clips() { return &clips_; }
   [[nodiscard]] TrackViewModel* track() { return &track_; }
   [[nodiscard]] LearnedControlsViewModel* learned() { return &learned_; }
+  [[nodiscard]] SongControlViewModel* songControl() { return &songControl_; }
   [[nodiscard]] HelpViewModel* help() { return &help_; }
   [[nodiscard]] HelpViewModel* liveKeys() { return &liveKeys_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
@@ -126,6 +129,7 @@ class ConsoleModel : public QObject {
   ClipViewModel clips_;
   TrackViewModel track_;
   LearnedControlsViewModel learned_;
+  SongControlViewModel songControl_;
   HelpViewModel help_;
   HelpViewModel liveKeys_;
   AlertViewModel alert_;

@@ -28,6 +28,8 @@ enum class Kind {
   PerformanceModulation = static_cast<int>(MidiControlKind::performanceModulation),
   PerformanceSustain = static_cast<int>(MidiControlKind::performanceSustain),
   PerformanceExpression = static_cast<int>(MidiControlKind::performanceExpression),
+  NextSong = static_cast<int>(MidiControlKind::nextSong),
+  PreviousSong = static_cast<int>(MidiControlKind::previousSong),
 };
 // NOLINTEND(readability-identifier-naming)
 Q_ENUM_NS(Kind)

@@ -127,6 +127,36 @@ void ConsoleCommands::removeLearnedControl(const QString& controlId) {
   withContent([id = controlId.toStdString()](ContentView& content) { content.learnedControls().remove(id); });
 }
 
+void ConsoleCommands::closeSongControl() {
+  withContent([](ContentView& content) { content.songControlPage().isShown.set(false); });
+}
+
+void ConsoleCommands::learnSongStep(learn_kind::Kind kind) {
+  withContent([kind](ContentView& content) { content.songControlPage().learn(static_cast<MidiControlKind>(kind)); });
+}
+
+void ConsoleCommands::toggleSongsByProgramChange() {
+  withContent([](ContentView& content) { content.songControlPage().toggleByProgramChange(); });
+}
+
+void ConsoleCommands::moveSongMidiChannel(int by) {
+  withContent([by](ContentView& content) { content.songControlPage().moveMidiChannel(by); });
+}
+
+void ConsoleCommands::moveStepGuard(int by) {
+  withContent([by](ContentView& content) { content.songControlPage().moveStepGuard(by); });
+}
+
+void ConsoleCommands::enterSongProgram(const QString& songId, const QString& text) {
+  withContent([id = songId.toStdString(), text = text.toStdString()](ContentView& content) {
+    content.songControlPage().enterProgram(id, text);
+  });
+}
+
+void ConsoleCommands::numberSongs() {
+  withContent([](ContentView& content) { content.songControlPage().numberSongs(); });
+}
+
 void ConsoleCommands::dropOnWindow(const QUrl& file) {
   withContent([path = pathOf(file)](ContentView& content) { content.droppedFiles().dropOnWindow(path); });
 }

@@ -9,6 +9,7 @@
 #include "console/window/learned_entry.h"
 #include "console/window/plugin_rows.h"
 #include "console/window/rack_slot.h"
+#include "console/window/song_program_entry.h"
 #include "console/window/view_model.h"
 
 // What QML reads of the panels that belong to a strip or to the setlist; see view_models.h. Where the values come from
@@ -68,6 +69,27 @@ class LearnedControlsViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, isOpen)
   VREL_SHOWN(QList<vrel::window::LearnedEntry>, controls)
   VREL_SHOWN(bool, mayRemove)
+};
+
+/// The page on which the hardware gets to change songs.
+class SongControlViewModel : public vrel::window::MirrorItem {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("the logic makes it")
+  using Self = SongControlViewModel;
+
+ public:
+  using MirrorItem::MirrorItem;
+
+  VREL_SHOWN(bool, isOpen)
+  VREL_SHOWN(bool, mayEdit)
+  VREL_SHOWN(bool, isByProgramChange)
+  VREL_SHOWN(int, midiChannel)  // 1 to 16; 0 for all
+  VREL_SHOWN(int, guardMilliseconds)
+  VREL_SHOWN(QString, nextSource)  // what of the hardware steps; empty for nothing
+  VREL_SHOWN(QString, previousSource)
+  VREL_SHOWN(QString, lastProgram)  // what came last; empty for nothing
+  VREL_SHOWN(QList<vrel::window::SongProgramEntry>, songs)
 };
 
 }  // namespace vrel::window

@@ -52,10 +52,12 @@ PanelsMirror::PanelsMirror(MirrorSource& source, ContentView& content)
     : content_(content),
       selector_(source, mirror_ids::selector),
       rack_(source, mirror_ids::rack),
-      learned_(source, mirror_ids::learned) {
+      learned_(source, mirror_ids::learned),
+      songControl_(source, mirror_ids::songControl) {
   mirrorSelector(source);
   mirrorRack(source);
   mirrorLearned(source);
+  mirrorSongControl(source);
 }
 
 void PanelsMirror::mirrorSelector(MirrorSource& source) {
@@ -108,6 +110,7 @@ void PanelsMirror::refresh() {
   refreshSelector();
   refreshRack();
   refreshLearned();
+  refreshSongControl();
 }
 
 std::string PanelsMirror::shownName(const AudioChannel& channel) const {
@@ -180,6 +183,44 @@ void PanelsMirror::refreshLearned() {
     rows.append(row);
   }
   learned_.set(LearnedControlsViewModel::controlsKey, rows);
+}
+
+void PanelsMirror::mirrorSongControl(MirrorSource& source) {
+  using View = SongControlViewModel;
+  AppState& state = content_.appState();
+  auto& isShown = content_.songControlPage().isShown;
+  watch(
+      connections_, [&source](const auto&) { source.schedule(); }, state.globalMidiControlAssignments, state.songs,
+      state.songControl, content_.songRequests().lastProgram, isShown);
+  songControl_.follow(View::isOpenKey, isShown);
+  songControl_.derive(
+      View::mayEditKey, [&state] { return LiveModePolicy::isAllowed(LiveModeAction::clearMidiLearn, state); },
+      state.isLiveModeEnabled);
+}
+
+void PanelsMirror::refreshSongControl() {
+  using View = SongControlViewModel;
+  const SongControlPage& page = content_.songControlPage();
+  if (!page.isShown.get()) {
+    return;
+  }
+  const SongControl& control = content_.appState().songControl.get();
+  songControl_.set(View::isByProgramChangeKey, control.byProgramChange);
+  songControl_.set(View::midiChannelKey, control.midiChannel ? *control.midiChannel + 1 : 0);
+  songControl_.set(View::guardMillisecondsKey, static_cast<int>(control.stepGuardMilliseconds));
+  songControl_.set(View::nextSourceKey, page.sourceOf(MidiControlKind::nextSong));
+  songControl_.set(View::previousSourceKey, page.sourceOf(MidiControlKind::previousSong));
+  const auto& last = content_.songRequests().lastProgram.get();
+  songControl_.set(View::lastProgramKey, last ? programText(*last) : std::string());
+  QList<SongProgramEntry> rows;
+  for (const auto& song : page.rows()) {
+    SongProgramEntry row;
+    row.songId = QString::fromStdString(song.songId);
+    row.name = QString::fromStdString(song.name);
+    row.program = QString::fromStdString(song.program);
+    rows.append(row);
+  }
+  songControl_.set(View::songsKey, rows);
 }
 
 }  // namespace vrel::window

@@ -20,6 +20,7 @@ namespace mirror_ids {
 inline constexpr FixedMirrorId<SelectorViewModel> selector{20};
 inline constexpr FixedMirrorId<RackViewModel> rack{21};
 inline constexpr FixedMirrorId<LearnedControlsViewModel> learned{22};
+inline constexpr FixedMirrorId<SongControlViewModel> songControl{23};
 }  // namespace mirror_ids
 
 /// Says where each property of the panels that choose plug-ins comes from. Main thread. All is borrowed.
@@ -39,11 +40,14 @@ class PanelsMirror {
   void refreshRack();
   void mirrorLearned(MirrorSource& source);
   void refreshLearned();
+  void mirrorSongControl(MirrorSource& source);
+  void refreshSongControl();
 
   ContentView& content_;
   MirrorPublisher<SelectorViewModel> selector_;
   MirrorPublisher<RackViewModel> rack_;
   MirrorPublisher<LearnedControlsViewModel> learned_;
+  MirrorPublisher<SongControlViewModel> songControl_;
   bool areInstrumentsNew_ = true;
   bool areEffectsNew_ = true;
   std::vector<std::shared_ptr<void>> rackConnections_;

@@ -139,6 +139,16 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(replacePreset)
   VREL_TEXT(deletePreset)
   VREL_TEXT(reallyDelete)
+  VREL_TEXT(songsByMidi)
+  VREL_TEXT(nextSong)
+  VREL_TEXT(previousSong)
+  VREL_TEXT(songsByProgramChange)
+  VREL_TEXT(midiChannel)
+  VREL_TEXT(allMidiChannels)
+  VREL_TEXT(stepGuard)
+  VREL_TEXT(songProgram)
+  VREL_TEXT(receivedProgram)
+  VREL_TEXT(numberSongs)
 
   /// In the order in which a picker offers them.
   [[nodiscard]] static QList<QString> languageCodes();

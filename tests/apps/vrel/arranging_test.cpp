@@ -247,6 +247,40 @@ TEST_F(Arranging, TheLearnedControlsAreListedAndOneIsRemovedByAPress) {
   EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("learnedPanel"); }));
 }
 
+TEST_F(Arranging, SongsAreChangedByALearnedPedalAndByATypedProgramChange) {
+  driver.onLogic([](Session& session) {
+    session.state().newSongName.set("Second");
+    session.content().songList().addSong();
+  });
+  const auto onStage = [this] {
+    return driver.fromLogic<std::size_t>(
+        [](Session& session) { return session.state().selectedSongIndex.get().value_or(99); });
+  };
+  driver.click("menu3");
+  choose("Songs by MIDI");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("learnNextSongButton"); }));
+  driver.click("learnNextSongButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isWaitingFor(window::learn_kind::Kind::NextSong, -1); }));
+  driver.onLogic([](Session& session) { session.content().midiLearn().handleMidiControlMessage(0xB0, 66, 0); });
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("learnNextSong", "source") == "CC 66, MIDI 1"; }));
+  driver.onLogic([](Session& session) { session.content().midiLearn().handleMidiControlMessage(0xB0, 66, 127); });
+  EXPECT_TRUE(driver.eventually([&] { return onStage() == 1; }));
+  driver.click("songsByProgramChange");
+  driver.click("songProgramField0");
+  driver.type("12");
+  driver.key("Return");
+  ASSERT_TRUE(driver.eventually([this] {
+    return driver.fromLogic<bool>([](Session& session) {
+      return session.state().songControl.get().byProgramChange && session.state().songs.get()[0].program;
+    });
+  }));
+  driver.onLogic([](Session& session) { session.content().songRequests().handleProgramMessage({0xC3, 11, 0}); });
+  EXPECT_TRUE(driver.eventually([&] { return onStage() == 0; }));
+  EXPECT_EQ(driver.value("receivedProgram", "text").toString().toStdString(), "Received: 0:12");
+  driver.key("Escape");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("songControlPanel"); }));
+}
+
 TEST_F(Arranging, FilesThatAreDroppedOnAStripAndBehindTheLastOneArePlayedThere) {
   drop("stripNumber0", "/nowhere/sea.mp4");
   EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).instrumentText() == QLatin1String("Vrel Visual"); }));

@@ -207,6 +207,9 @@ TEST_F(EveryHint, IsThereInThePanels) {
   driver.onLogic([](Session& session) { session.content().learnedControls().isShown.set(true); });
   expectHints("forgetLearned0");
   driver.key("Escape");
+  driver.onLogic([](Session& session) { session.content().songControlPage().isShown.set(true); });
+  expectHints("learnNextSongButton");
+  driver.key("Escape");
   driver.click("stripNumber0");
   expectHints("colorPanelClose");
 }

@@ -74,7 +74,7 @@ TEST_F(Legibility, NorInWhatTheModalAndTheLearnButtonSay) {
   driver.onLogic([](Session& session) { session.state().finishLoadingSession(); });
 }
 
-TEST_F(Legibility, NorInTheSelectorTheRackAndTheLearnedControls) {
+TEST_F(Legibility, NorInTheSelectorTheRackTheLearnedControlsAndSongsByMidi) {
   driver.onLogic([](Session& session) {
     auto& state = session.state();
     const AVAudioUnitComponent piano{"Piano", "Maker", {componentTypeMusicDevice, 10, 20}};
@@ -98,6 +98,13 @@ TEST_F(Legibility, NorInTheSelectorTheRackAndTheLearnedControls) {
     session.content().learnedControls().isShown.set(true);
   });
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("learned0"); }));
+  expectRoomInEveryLanguage();
+  driver.onLogic([](Session& session) {
+    session.content().learnedControls().isShown.set(false);
+    session.content().songRequests().handleProgramMessage({0xC0, 4, 0});
+    session.content().songControlPage().isShown.set(true);
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("receivedProgram"); }));
   expectRoomInEveryLanguage();
 }
 

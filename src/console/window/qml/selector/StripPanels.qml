@@ -20,6 +20,8 @@ Item {
             clips.closed();
         else if (learned.isOpen)
             learned.closed();
+        else if (songControl.isOpen)
+            songControl.closed();
         else if (rack.isOpen)
             rack.closed();
         else
@@ -38,6 +40,15 @@ Item {
 
     LearnedPanel {
         id: learned
+
+        x: 3
+        width: place.column
+        height: place.height - Theme.gap
+        desk: place.desk
+    }
+
+    SongControlPanel {
+        id: songControl
 
         x: 3
         width: place.column
