@@ -17,8 +17,8 @@ ByteFifo::ByteFifo(std::size_t capacityBytes) : bytes_(capacityBytes), mask_(cap
 bool ByteFifo::push(std::span<const std::uint8_t> first, std::span<const std::uint8_t> second) noexcept {
   const std::size_t length = first.size() + second.size();
   const std::size_t position = written_.load(std::memory_order_relaxed);
-  const std::size_t room = bytes_.size() - (position - read_.load(std::memory_order_acquire));
-  if (room < headBytes || length > room - headBytes) {
+  const std::size_t free = room();
+  if (free < headBytes || length > free - headBytes) {
     dropped_.fetch_add(1, std::memory_order_relaxed);
     return false;
   }

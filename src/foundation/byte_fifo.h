@@ -23,6 +23,11 @@ class ByteFifo {
   /// The same for a message in two pieces.
   [[nodiscard]] bool push(std::span<const std::uint8_t> first, std::span<const std::uint8_t> second) noexcept;
 
+  /// Bytes that are free at least. The writing thread.
+  [[nodiscard]] std::size_t room() const noexcept {
+    return bytes_.size() - (written_.load(std::memory_order_relaxed) - read_.load(std::memory_order_acquire));
+  }
+
   /// Moves the oldest message into `message`; false when there is none. Allocates only for a message that is longer
   /// than the vector's capacity. The reading thread.
   [[nodiscard]] bool pop(std::vector<std::uint8_t>& message);

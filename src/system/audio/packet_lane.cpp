@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "system/audio/packet_lane.h"
 
+#include <algorithm>
+
 namespace vrel::audio {
 namespace {
 
@@ -12,7 +14,7 @@ bool isMessage(std::span<const std::uint8_t> packet) {
 }  // namespace
 
 PacketLane::PacketLane(std::size_t fifoBytes, std::shared_ptr<OwedMessages> owed)
-    : owed_(std::move(owed)), packets_(fifoBytes) {}
+    : owed_(std::move(owed)), packets_(fifoBytes), reserved_(std::min(bytesForReleases, fifoBytes / 2)) {}
 
 PacketLane::~PacketLane() {
   PlayedPacket rest;
@@ -32,6 +34,19 @@ void PacketLane::add(std::uint32_t frame, std::span<const std::uint8_t> packet) 
   }
 }
 
+bool PacketLane::findsRoom(std::span<const std::uint8_t> packet) noexcept {
+  if (packets_.room() >= reserved_ + ByteFifo::headBytes + 1 + packet.size()) {
+    inReserve_.reset();
+    return true;
+  }
+  const auto release = packet.size() == 3 ? MidiReleases::numberOf({packet[0], packet[1], packet[2]}) : std::nullopt;
+  if (!release || inReserve_.test(*release)) {
+    return false;
+  }
+  inReserve_.set(*release);
+  return true;
+}
+
 bool PacketLane::handOn(std::span<const std::uint8_t> packet) noexcept {
   bool isRouted = false;
   if (isMessage(packet) && passed_ < made_) {
@@ -42,7 +57,7 @@ bool PacketLane::handOn(std::span<const std::uint8_t> packet) noexcept {
     owed_->add();
   }
   const std::uint8_t mark = isRouted ? 1 : 0;
-  const bool isTaken = packets_.push({&mark, 1}, packet);
+  const bool isTaken = findsRoom(packet) && packets_.push({&mark, 1}, packet);
   if (isOwed && !isTaken) {
     owed_->settle();
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include "foundation/byte_fifo.h"
+#include "foundation/midi_releases.h"
 #include "foundation/thread_roles.h"
 #include "system/audio/device_event.h"
 #include "system/audio/owed_messages.h"
@@ -19,6 +21,10 @@ namespace vrel::audio {
 /// a mark on each packet that says whether they have it.
 ///
 /// A block gets nothing while the main thread owes the instruments an earlier message of the same sources.
+///
+/// While the reader takes nothing, the last of the room is for what ends a sound (keys, pedal and wheel released, the
+/// messages of a panic): there each of them is taken once, which is enough, since no key is pressed there. So a lane
+/// of at least twice `bytesForReleases` loses none of them.
 ///
 /// Threads: `pop` on the reader's; the rest in the port's process callback.
 class PacketLane {
@@ -37,6 +43,8 @@ class PacketLane {
   /// What the block may route, to be marked; until `beginBlock`.
   [[nodiscard]] std::span<DeviceEvent> events() noexcept VREL_AUDIO_THREAD { return std::span(events_).first(made_); }
 
+  static constexpr std::size_t bytesForReleases = MidiReleases::count * (ByteFifo::headBytes + 1 + 3);
+
   /// Hands on the packets of the block, all of them in the same order; or any packet where no block has begun. False
   /// when it is dropped, since the reader has not taken enough.
   [[nodiscard]] bool handOn(std::span<const std::uint8_t> packet) noexcept VREL_AUDIO_THREAD;
@@ -48,13 +56,17 @@ class PacketLane {
   // More than a port of JACK's brings in a period; the main thread routes what is beyond.
   static constexpr std::size_t mostEvents = 4096;
 
+  [[nodiscard]] bool findsRoom(std::span<const std::uint8_t> packet) noexcept;
+
   const std::shared_ptr<OwedMessages> owed_;
   ByteFifo packets_;
+  const std::size_t reserved_;  // bytes
 
   // The process callback's.
   bool isRouting_ = false;
   std::size_t made_ = 0;
   std::size_t passed_ = 0;  // of those made
+  std::bitset<MidiReleases::count> inReserve_{};
   std::array<DeviceEvent, mostEvents> events_{};
 };
 

@@ -18,8 +18,6 @@ constexpr const char* midiType = JACK_DEFAULT_MIDI_TYPE;
 constexpr std::size_t fifoBytes = std::size_t{1} << 18U;
 constexpr long retryNanoseconds = 500'000'000;
 constexpr long changingNanoseconds = 2'000'000;
-constexpr jack_nframes_t periodsToChange = 3;
-constexpr std::chrono::milliseconds longestChange{500};  // where the server's time jumps
 constexpr std::string_view jackKeyPrefix = "jack:";
 
 /// What the port is called by those who know it: bridges of hardware give it a second name.
@@ -220,7 +218,7 @@ bool JackMidiBackend::moveLinks(jack_client_t* client, Links& links) {
   if (isFormerLinked) {
     // No period that begins then is without the new links.
     links.changesAt = jack_frame_time(client) + periodsToChange * period;
-    links.changesBy = Clock::now() + longestChange;
+    links.changesBy = Clock::now() + longestChange(period, jack_get_sample_rate(client));  // where its time jumps
     links.former = links.entry;
     inlet_->setEntry({inlet_->entry().next, number, links.changesAt});
   } else {

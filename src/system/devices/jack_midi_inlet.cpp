@@ -11,6 +11,14 @@
 
 namespace vrel::system {
 
+std::chrono::milliseconds longestChange(jack_nframes_t period, jack_nframes_t framesPerSecond) {
+  constexpr std::chrono::milliseconds toLink{200};
+  constexpr jack_nframes_t periods = periodsToChange + 2;  // until the last of the former's has passed
+  constexpr std::uint64_t millisecondsPerSecond = 1000;
+  const auto milliseconds = framesPerSecond == 0 ? 0 : millisecondsPerSecond * period * periods / framesPerSecond;
+  return toLink + std::chrono::milliseconds(milliseconds);
+}
+
 JackMidiPort::JackMidiPort(JackMidiInlet& inlet, std::uint16_t number)
     : inlet_(inlet), number_(number), lane_(fifoBytes, inlet.owed()) {}
 
@@ -19,6 +27,7 @@ bool JackMidiPort::registerAt(jack_client_t* client, const char* name) {
   port_ = jack_port_register(client, name, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput | JackPortIsTerminal, 0);
   if (port_ != nullptr) {
     name_ = jack_port_name(port_);
+    rate_ = jack_get_sample_rate(client);
   }
   return port_ != nullptr;
 }
@@ -29,8 +38,9 @@ void JackMidiPort::setPlaying(bool isPlaying) {
 }
 
 void JackMidiPort::waitUntilLeft() const {
-  constexpr int mostWaits = 200;
-  for (int waits = 0; inlet_.isRead() && inlet_.isEntered(number_) && waits < mostWaits; ++waits) {
+  constexpr std::chrono::milliseconds toBegin{200};
+  const auto end = std::chrono::steady_clock::now() + toBegin + longestChange(period_, rate_);
+  while (inlet_.isRead() && inlet_.isEntered(number_) && std::chrono::steady_clock::now() < end) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }
@@ -45,6 +55,7 @@ void JackMidiPort::close() {
 }
 
 std::span<audio::DeviceEvent> JackMidiPort::read(jack_nframes_t frames) noexcept {
+  period_.store(frames, std::memory_order_relaxed);
   const bool isTakenIn = inlet_.isRead() && inlet_.takesIn(number_, jack_last_frame_time(client_));
   buffer_ = isTakenIn ? jack_port_get_buffer(port_, frames) : nullptr;
   if (buffer_ == nullptr) {

@@ -5,6 +5,7 @@
 #include <semaphore.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -36,7 +37,8 @@ class JackMidiPort {
   /// Whether sources may be linked to it from now on, which the reader does.
   void setPlaying(bool isPlaying);
 
-  /// Returns when they are linked elsewhere, or after 200 ms; so nothing is lost that is played while its client ends.
+  /// Returns when they are linked elsewhere, at the latest after `longestChange` and as long as the reader may take to
+  /// begin it; so nothing is lost that is played while its client ends.
   void waitUntilLeft() const;
 
   /// Its client brings nothing more.
@@ -65,6 +67,8 @@ class JackMidiPort {
   std::string name_;
   jack_client_t* client_ = nullptr;
   jack_port_t* port_ = nullptr;
+  jack_nframes_t rate_ = 0;                // frames per second
+  std::atomic<jack_nframes_t> period_{0};  // frames; of the last block
   std::atomic<bool> isPlaying_{false};
   std::atomic<bool> isClosed_{false};
   audio::PacketLane lane_;
@@ -79,6 +83,12 @@ struct JackMidiEntry {
   jack_nframes_t fromFrame = 0;
 };
 static_assert(std::atomic<JackMidiEntry>::is_always_lock_free, "the audio thread takes no lock");
+
+/// How many periods after the links are made the next port takes over: no period that begins then is without them.
+inline constexpr jack_nframes_t periodsToChange = 3;
+
+/// How long two ports are both linked at most, for periods of so many frames.
+[[nodiscard]] std::chrono::milliseconds longestChange(jack_nframes_t period, jack_nframes_t framesPerSecond);
 
 /// Where the messages of a JACK server's sources come in: the ports of the clients that play, and what wakes their one
 /// reader, the JackMidiBackend.

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "foundation/midi_releases.h"
 #include "system/plugins/midi_record.h"
 
 namespace vrel {
@@ -82,36 +83,16 @@ class MidiQueue {
   }
 
  private:
-  // Releases by number: the controllers of all MIDI channels, one after the other, then the keys of each.
-  static constexpr std::array<std::uint8_t, 5> controllers = {64, 1, 121, 120, 123};
-  static constexpr std::uint32_t midiChannels = 16;
-  static constexpr std::uint32_t keys = 128;
-  static constexpr std::uint32_t firstKey = controllers.size() * midiChannels;
-  static constexpr std::uint32_t releaseCount = firstKey + midiChannels * keys;
   static constexpr std::uint32_t wordBits = 64;
-  static constexpr std::uint32_t inRing = releaseCount;
+  static constexpr std::uint32_t inRing = MidiReleases::count;
 
   [[nodiscard]] static std::optional<std::uint32_t> releaseOf(const MidiRecord& record) {
-    const auto [status, data1, data2] = record.bytes;
-    const std::uint32_t kind = status & 0xF0U;
-    const std::uint32_t midiChannel = status & 0x0FU;
-    if (kind == 0x80 || (kind == 0x90 && data2 == 0)) {
-      return firstKey + midiChannel * keys + data1 % keys;
-    }
-    const auto* const found = std::find(controllers.begin(), controllers.end(), data1);
-    const bool isRest = data2 == 0 || data1 >= 120;
-    if (kind != 0xB0 || found == controllers.end() || !isRest) {
-      return std::nullopt;
-    }
-    return static_cast<std::uint32_t>(found - controllers.begin()) * midiChannels + midiChannel;
+    return MidiReleases::numberOf({record.bytes[0], record.bytes[1], record.bytes[2]});
   }
 
   [[nodiscard]] static MidiRecord recordOf(std::uint32_t release) noexcept {
-    if (release >= firstKey) {
-      const std::uint32_t key = release - firstKey;
-      return {{static_cast<std::uint8_t>(0x80 + key / keys), static_cast<std::uint8_t>(key % keys), 0}};
-    }
-    return {{static_cast<std::uint8_t>(0xB0 + release % midiChannels), controllers[release / midiChannels], 0}};
+    const MidiMessage message = MidiReleases::messageOf(release);
+    return {{message.status, message.data1, message.data2}};
   }
 
   void keep(std::uint32_t release) {
@@ -144,7 +125,7 @@ class MidiQueue {
   }
 
   MidiRing ring_;
-  std::array<std::atomic<std::uint64_t>, (releaseCount + wordBits - 1) / wordBits> overdue_{};
+  std::array<std::atomic<std::uint64_t>, (MidiReleases::count + wordBits - 1) / wordBits> overdue_{};
   std::atomic<std::uint32_t> overdueCount_{0};
   std::atomic<std::uint32_t> forgotten_{0};  // of those that went into the ring
   std::atomic<std::uint64_t> dropped_{0};
