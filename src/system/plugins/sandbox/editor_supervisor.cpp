@@ -102,12 +102,10 @@ EditorSupervisor::Key EditorSupervisor::attach(std::string name, FileDescriptor 
 void EditorSupervisor::send(Key editor, Message message, std::size_t mostWaiting) {
   post([this, editor, message = std::move(message), mostWaiting] {
     const auto found = editors_.find(editor);
-    if (found == editors_.end() || found->second.outgoing.size() > mostWaiting) {
+    if (found == editors_.end() || found->second.outgoing.waitingBytes() > mostWaiting) {
       return;
     }
-    const Bytes bytes = toBytes(message);
-    found->second.outgoing.insert(found->second.outgoing.end(), bytes.begin(), bytes.end());
-    flush(found->second);
+    say(found->second, message);
   });
 }
 
@@ -205,21 +203,12 @@ void EditorSupervisor::add(Key key, Editor editor, const Message& first) {
   if (added.process) {
     watch(added.process->endDescriptor(), 2 * key + 1);
   }
-  added.outgoing = toBytes(first);
-  flush(added);
+  say(added, first);
 }
 
-void EditorSupervisor::flush(Editor& editor) {
-  std::size_t sent = 0;
-  while (sent < editor.outgoing.size()) {
-    const ssize_t count = ::send(editor.socket.get(), editor.outgoing.data() + sent, editor.outgoing.size() - sent,
-                                 MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (count < 0) {
-      break;
-    }
-    sent += static_cast<std::size_t>(count);
-  }
-  editor.outgoing.erase(editor.outgoing.begin(), editor.outgoing.begin() + static_cast<std::ptrdiff_t>(sent));
+void EditorSupervisor::say(Editor& editor, const Message& message) {
+  editor.outgoing.add(toBytes(message));
+  editor.outgoing.flush(editor.socket.get());
 }
 
 void EditorSupervisor::receive(Editor& editor, bool isLast) {
@@ -269,9 +258,7 @@ void EditorSupervisor::beginClosing(Editor& editor) {
   }
   editor.client.reset();
   editor.killAt = std::min(editor.killAt, Clock::now() + settings_.closingGrace);
-  const Bytes quit = toBytes(Message{MessageKind::quit});
-  editor.outgoing.insert(editor.outgoing.end(), quit.begin(), quit.end());
-  flush(editor);
+  say(editor, {MessageKind::quit});
 }
 
 void EditorSupervisor::end(Key key) {
@@ -331,13 +318,12 @@ void EditorSupervisor::sendNews() {
   }
   newsAt_ = now + newsInterval;
   for (auto& [key, editor] : editors_) {
-    flush(editor);
-    if (editor.client == nullptr || !editor.outgoing.empty()) {
+    editor.outgoing.flush(editor.socket.get());
+    if (editor.client == nullptr || !editor.outgoing.isEmpty()) {
       continue;
     }
     if (const auto news = editor.client->news()) {
-      editor.outgoing = toBytes(*news);
-      flush(editor);
+      say(editor, *news);
     }
   }
 }

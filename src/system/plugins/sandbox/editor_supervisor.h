@@ -19,6 +19,7 @@
 #include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest_process.h"
 #include "system/plugins/sandbox/messages.h"
+#include "system/plugins/sandbox/send_queue.h"
 
 namespace vrel::sandbox {
 
@@ -84,7 +85,7 @@ class EditorSupervisor {
     std::optional<GuestProcess> process;   // its own; none in that of its plug-in
     FileDescriptor socket;
     MessageParser parser{};
-    Bytes outgoing{};
+    SendQueue outgoing{};
     Clock::time_point killAt = Clock::time_point::max();
     bool isKilled = false;
     std::size_t logged = 0;  // bytes
@@ -100,7 +101,7 @@ class EditorSupervisor {
   void startProcess(Key key, std::string name, const Message& first, std::shared_ptr<EditorClient> client);
   void add(Key key, Editor editor, const Message& first);
   void watch(int descriptor, std::uint64_t tag);
-  static void flush(Editor& editor);
+  static void say(Editor& editor, const Message& message);
   void receive(Editor& editor, bool isLast);
   [[nodiscard]] bool accept(Editor& editor, const Message& message);
   void beginClosing(Editor& editor);

@@ -15,8 +15,6 @@
 #include <system_error>
 #include <utility>
 
-#include "system/plugins/sandbox/descriptor_passing.h"
-
 namespace vrel::sandbox {
 namespace {
 
@@ -205,40 +203,17 @@ void Supervisor::Core::send(std::uint64_t key, const Message& message, FileDescr
   if (found == guests_.end()) {
     return;
   }
-  Bytes& outgoing = found->second.outgoing;
-  if (message.kind == MessageKind::editorAtom && outgoing.size() > mostWaitingForAtoms) {
+  SendQueue& outgoing = found->second.outgoing;
+  if (message.kind == MessageKind::editorAtom && outgoing.waitingBytes() > mostWaitingForAtoms) {
     return;
   }
-  if (descriptor) {
-    found->second.attached.push_back({outgoing.size(), std::move(descriptor)});
-  }
-  const Bytes bytes = toBytes(message);
-  outgoing.insert(outgoing.end(), bytes.begin(), bytes.end());
+  outgoing.add(toBytes(message), std::move(descriptor));
   flush(key, found->second);
 }
 
 void Supervisor::Core::flush(std::uint64_t key, Record& record) {
-  while (record.sent < record.outgoing.size()) {
-    const auto& attached = record.attached;
-    const bool isAttached = !attached.empty() && attached.front().at == record.sent;
-    const std::size_t next = isAttached ? 1 : 0;
-    const std::size_t end = attached.size() > next ? attached[next].at : record.outgoing.size();
-    const ssize_t count =
-        sendBytes(record.socket.get(), std::span(record.outgoing).subspan(record.sent, end - record.sent), MSG_DONTWAIT,
-                  isAttached ? attached.front().descriptor.get() : -1);
-    if (count < 0) {
-      break;
-    }
-    if (isAttached) {
-      record.attached.pop_front();
-    }
-    record.sent += static_cast<std::size_t>(count);
-  }
-  if (record.sent == record.outgoing.size()) {
-    record.outgoing = {};
-    record.sent = 0;
-  }
-  const bool waits = !record.outgoing.empty();
+  record.outgoing.flush(record.socket.get());
+  const bool waits = !record.outgoing.isEmpty();
   if (waits != record.waitsForRoom) {
     record.waitsForRoom = waits;
     epoll_event event{};

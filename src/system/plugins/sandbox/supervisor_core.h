@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -17,6 +16,7 @@
 #include "foundation/result.h"
 #include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest_process.h"
+#include "system/plugins/sandbox/send_queue.h"
 #include "system/plugins/sandbox/supervisor.h"
 
 namespace vrel::sandbox {
@@ -51,12 +51,6 @@ class Supervisor::Core {
   using Clock = std::chrono::steady_clock;
   enum class Stage { instantiating, serving, remaking, parked, closing };
 
-  /// A descriptor that goes with this byte of what is sent.
-  struct Attached {
-    std::size_t at = 0;
-    FileDescriptor descriptor;
-  };
-
   struct Record {
     std::weak_ptr<Supervisor> supervisor;
     Launch launch;
@@ -71,9 +65,7 @@ class Supervisor::Core {
     Clock::time_point releasedAt{};  // when it was remade for the last time
     int remakes = 0;
     MessageParser parser{};
-    Bytes outgoing{};
-    std::size_t sent = 0;  // bytes of `outgoing`
-    std::deque<Attached> attached{};
+    SendQueue outgoing{};
     std::size_t logged = 0;  // bytes of the plug-in's log
     bool isMuted = false;
     bool isReported = false;  // that it does not answer
