@@ -3,12 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <utility>
 
+#include "console/parameter_files.h"
 #include "document/app_state.h"
-#include "performance/live_mode_policy.h"
-#include "platform/desktop.h"
 #include "platform/dispatch.h"
 #include "platform/message_parameters.h"
 
@@ -97,25 +95,25 @@ void ControlsEditor::refresh() {
   }
   auto* const messages = watchesMessages_ ? messagesOf(*unit) : nullptr;
   std::vector<float> now;
-  std::vector<std::string> filesNow;
+  std::vector<std::string> textsNow;
   now.reserve(tree.get()->allParameters.size());
   for (const AUParameter& parameter : tree.get()->allParameters) {
-    const bool isFile = isPath(parameter);
-    const float value = isFile ? 0 : unit->auAudioUnit().parameterValue(parameter.address);
+    const bool isOfText = !isNumber(parameter);
+    const float value = isOfText ? 0 : unit->auAudioUnit().parameterValue(parameter.address);
     now.push_back(std::isfinite(value) ? value : parameter.defaultValue);
     if (messages != nullptr) {
-      filesNow.push_back(isFile ? messages->parameterPath(parameter.address) : std::string());
+      textsNow.push_back(isOfText ? messages->parameterText(parameter.address) : std::string());
     }
   }
   values.set(std::move(now));
-  files.set(std::move(filesNow));
+  texts.set(std::move(textsNow));
 }
 
 std::vector<float> ControlsEditor::settings() const {
   std::vector<float> settings;
   for (std::size_t index = 0; index < values.get().size(); ++index) {
     const AUParameter& parameter = tree.get()->allParameters[index];
-    if (!parameter.isOutput && !parameter.isTrigger && !isPath(parameter)) {
+    if (!parameter.isOutput && !parameter.isTrigger && isNumber(parameter)) {
       settings.push_back(values.get()[index]);
     }
   }
@@ -127,7 +125,7 @@ const AUParameter* ControlsEditor::settable(std::size_t index) const {
     return nullptr;
   }
   const AUParameter& parameter = tree.get()->allParameters[index];
-  return parameter.isOutput || isPath(parameter) ? nullptr : &parameter;
+  return parameter.isOutput || !isNumber(parameter) ? nullptr : &parameter;
 }
 
 void ControlsEditor::set(std::size_t index, float value) {
@@ -151,9 +149,23 @@ void ControlsEditor::reset(std::size_t index) {
 }
 
 void ControlsEditor::enter(std::size_t index, const std::string& text) {
+  if (tree.get() != nullptr && index < tree.get()->allParameters.size() && isText(tree.get()->allParameters[index])) {
+    setText(tree.get()->allParameters[index], text);
+    return;
+  }
   const AUParameter* const parameter = settable(index);
   if (const auto value = parameter != nullptr ? enteredControl(*parameter, text) : std::nullopt) {
     set(index, *value);
+  }
+}
+
+void ControlsEditor::setText(const AUParameter& parameter, const std::string& text) {
+  const auto unit = unit_.lock();
+  auto* const messages = unit != nullptr ? messagesOf(*unit) : nullptr;
+  if (messages != nullptr && !parameter.isOutput && messages->parameterText(parameter.address) != text) {
+    messages->setParameterText(parameter.address, text);
+    refresh();
+    state_.markEdited();
   }
 }
 
@@ -166,27 +178,12 @@ void ControlsEditor::trigger(std::size_t index) {
 }
 
 void ControlsEditor::chooseFile(std::size_t index) {
-  const auto isFile = [&] {
-    return tree.get() != nullptr && index < tree.get()->allParameters.size() &&
-           isPath(tree.get()->allParameters[index]) &&
-           LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_);
-  };
-  if (!isFile()) {
+  if (tree.get() == nullptr || index >= tree.get()->allParameters.size() || !isPath(tree.get()->allParameters[index])) {
     return;
   }
   const auto self = shared_from_this();  // the window may close while the panel is open
-  const std::filesystem::path present = index < files.get().size() ? files.get()[index] : "";
-  NSOpenPanel panel{.allowedType = FileType::audio};
-  if (present.has_parent_path()) {
-    panel.directory = present.parent_path();
-  }
-  const auto chosen = desktop_.runModal(panel);
-  const auto unit = unit_.lock();
-  auto* const messages = unit != nullptr ? messagesOf(*unit) : nullptr;
-  if (chosen && messages != nullptr && isFile()) {
-    messages->setParameterPath(tree.get()->allParameters[index].address, chosen->string());
+  if (chooseParameterFile(unit_, tree.get()->allParameters[index].address, state_, desktop_)) {
     refresh();
-    state_.markEdited();
   }
 }
 

@@ -40,7 +40,7 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   Observable<std::string> searchText;
   Observable<std::vector<ControlRow>> rows;
   Observable<std::vector<float>> values;       // of allParameters
-  Observable<std::vector<std::string>> files;  // of allParameters that are files; the others are empty
+  Observable<std::vector<std::string>> texts;  // of allParameters that are files or text; the others are empty
   const std::shared_ptr<PresetChooser> presets;
 
   /// The plug-in that it shows; null once that has gone.
@@ -53,7 +53,7 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
   /// setlist, unless the control has the value already. Nothing for a meter.
   void set(std::size_t index, float value);
   void reset(std::size_t index);
-  /// What was typed; nothing for what the control has no value for.
+  /// What was typed: the text of a control that is one; nothing for what another has no value for.
   void enter(std::size_t index, const std::string& text);
   /// Presses a control that goes back by itself.
   void trigger(std::size_t index);
@@ -65,6 +65,7 @@ class ControlsEditor final : public NSViewController, public std::enable_shared_
 
  private:
   [[nodiscard]] const AUParameter* settable(std::size_t index) const;
+  void setText(const AUParameter& parameter, const std::string& text);
   [[nodiscard]] std::vector<float> settings() const;
   void showRows();
   void watchMessages();

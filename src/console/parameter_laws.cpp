@@ -38,7 +38,7 @@ float withinBounds(const AUParameter& parameter, double value) {
 
 /// The name of exactly this value; null where it has none.
 const std::string* nameOf(const AUParameter& parameter, float value) {
-  const float tolerance = span(parameter) * 1e-5F;
+  const float tolerance = parameter.isUnbounded ? 0 : span(parameter) * 1e-5F;
   const auto found = std::find_if(parameter.valueNames.begin(), parameter.valueNames.end(),
                                   [&](const auto& each) { return std::abs(each.first - value) <= tolerance; });
   return found == parameter.valueNames.end() ? nullptr : &found->second;
@@ -50,6 +50,9 @@ int decimalsFor(const AUParameter& parameter, float value) {
   }
   const double size = std::abs(value);
   const int bySize = size >= 100 ? 0 : size >= 10 ? 1 : size >= 1 ? 2 : 3;
+  if (parameter.isUnbounded) {
+    return bySize;
+  }
   const int bySpan =
       static_cast<int>(std::clamp(std::ceil(3 - std::log10(static_cast<double>(span(parameter)))), 0.0, 6.0));
   // A small travel needs more digits, a long one that is not stretched at its beginning fewer.
@@ -78,8 +81,11 @@ ControlLook controlLook(const AUParameter& parameter) {
   if (isPath(parameter)) {
     return ControlLook::file;
   }
+  if (isText(parameter)) {
+    return parameter.isOutput ? ControlLook::reading : ControlLook::text;
+  }
   if (parameter.isOutput) {
-    return ControlLook::meter;
+    return parameter.isUnbounded ? ControlLook::reading : ControlLook::meter;
   }
   if (parameter.isTrigger) {
     return ControlLook::trigger;
@@ -87,7 +93,14 @@ ControlLook controlLook(const AUParameter& parameter) {
   if (parameter.isToggle) {
     return ControlLook::toggle;
   }
-  return parameter.isEnumeration ? ControlLook::choice : ControlLook::slider;
+  if (parameter.isEnumeration) {
+    return ControlLook::choice;
+  }
+  return parameter.isUnbounded ? ControlLook::number : ControlLook::slider;
+}
+
+bool isLearnable(const AUParameter& parameter) {
+  return isNumber(parameter) && !parameter.isOutput && !parameter.isUnbounded;
 }
 
 float settledControl(const AUParameter& parameter, double value) {
@@ -101,6 +114,9 @@ float settledControl(const AUParameter& parameter, double value) {
 }
 
 double controlPosition(const AUParameter& parameter, float value) {
+  if (parameter.isUnbounded) {
+    return 0;
+  }
   const double within = withinBounds(parameter, std::isfinite(value) ? value : parameter.minValue);
   return isByOctaves(parameter) ? std::log(within / parameter.minValue) /
                                       std::log(static_cast<double>(parameter.maxValue) / parameter.minValue)
@@ -117,6 +133,9 @@ float controlValue(const AUParameter& parameter, double position) {
 }
 
 float steppedControl(const AUParameter& parameter, float value, int steps, bool isFine) {
+  if (parameter.isUnbounded) {
+    return value;
+  }
   if (parameter.isEnumeration) {
     const auto last = static_cast<int>(parameter.valueNames.size()) - 1;
     const int wanted = static_cast<int>(nearestChoice(parameter, value)) + steps;

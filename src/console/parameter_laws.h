@@ -14,11 +14,16 @@
 
 namespace vrel {
 
-enum class ControlLook { slider, toggle, choice, trigger, meter, file };
+/// A number or a text is typed; a reading is one of those that the plug-in sets.
+enum class ControlLook { slider, toggle, choice, trigger, meter, file, text, number, reading };
 
 [[nodiscard]] ControlLook controlLook(const AUParameter& parameter);
 
-/// Where a value is on the control's travel: by octaves where the control is logarithmic and its bounds are positive.
+/// Whether hardware can move it.
+[[nodiscard]] bool isLearnable(const AUParameter& parameter);
+
+/// Where a value is on the control's travel, 0 without one: by octaves where the control is logarithmic and its bounds
+/// are positive.
 [[nodiscard]] double controlPosition(const AUParameter& parameter, float value);
 
 /// The value at a position, limited to the travel; a whole number or one of the named values where the control has no
@@ -29,7 +34,7 @@ enum class ControlLook { slider, toggle, choice, trigger, meter, file };
 [[nodiscard]] float settledControl(const AUParameter& parameter, double value);
 
 /// The value after so many steps: a whole number, a named value, or a hundredth of the travel each; a thousandth when
-/// fine.
+/// fine. As it is without a travel.
 [[nodiscard]] float steppedControl(const AUParameter& parameter, float value, int steps, bool isFine);
 
 /// Where a control is dragged to from a position, by points to the right of a track so many points wide; a tenth of the

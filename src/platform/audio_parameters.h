@@ -19,7 +19,7 @@ struct AUParameter {
   std::string displayName;
   std::string groupName;  // empty for none
   std::string unitName;   // behind the number, such as "dB"; empty for none
-  float minValue = 0;     // always below maxValue
+  float minValue = 0;     // always below maxValue; the limits of the type where isUnbounded
   float maxValue = 1;
   float defaultValue = 0;   // within them
   int displayPriority = 0;  // the higher, the further up
@@ -32,6 +32,7 @@ struct AUParameter {
   bool isTrigger = false;  // an event: goes back by itself
   bool isMIDINote = false;
   bool isHidden = false;            // not for people
+  bool isUnbounded = false;         // has no travel between two ends
   bool changesAtEndOfDrag = false;  // changing it is costly, or can be heard as a click
 
   std::vector<std::pair<float, std::string>> valueNames;  // by value

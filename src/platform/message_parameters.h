@@ -8,12 +8,19 @@
 namespace vrel {
 
 /// Addresses from here on are of parameters without a port, which are set and reported by messages; those from the
-/// second on are of files, and no numbers.
+/// second on are of files and those from the third on of text, and no numbers.
 inline constexpr AUParameterAddress firstMessageParameter = 0x80000000U;
 inline constexpr AUParameterAddress firstPathParameter = 0xC0000000U;
+inline constexpr AUParameterAddress firstTextParameter = 0xE0000000U;
 
 [[nodiscard]] constexpr bool isPath(const AUParameter& parameter) {
-  return parameter.address >= firstPathParameter;
+  return parameter.address >= firstPathParameter && parameter.address < firstTextParameter;
+}
+[[nodiscard]] constexpr bool isText(const AUParameter& parameter) {
+  return parameter.address >= firstTextParameter;
+}
+[[nodiscard]] constexpr bool isNumber(const AUParameter& parameter) {
+  return parameter.address < firstPathParameter;
 }
 
 /// Of a plug-in that may have parameters without a port. Those that are numbers are moved as all others; until the
@@ -25,9 +32,10 @@ class MessageParameters {
   /// Has them reported from now on, beginning with what they are; each call with true needs one with false.
   virtual void watchMessageParameters(bool isWatched) = 0;
 
-  /// The file that a parameter is, and another for it, with the next block. Empty for none, and until it is reported.
-  [[nodiscard]] virtual std::string parameterPath(AUParameterAddress address) = 0;
-  virtual void setParameterPath(AUParameterAddress address, const std::string& path) = 0;
+  /// The file or the text that a parameter is, and another for it, with the next block. Empty for none, and until it is
+  /// reported.
+  [[nodiscard]] virtual std::string parameterText(AUParameterAddress address) = 0;
+  virtual void setParameterText(AUParameterAddress address, const std::string& text) = 0;
 };
 
 }  // namespace vrel

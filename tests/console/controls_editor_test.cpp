@@ -96,11 +96,11 @@ TEST_F(GenericEditor, AMovedControlIsSetAndMarksTheSetlistChanged) {
 class FileCore final : public simulation::ScriptedUnitCore, public MessageParameters {
  public:
   void watchMessageParameters(bool isWatched) override { watchers += isWatched ? 1 : -1; }
-  [[nodiscard]] std::string parameterPath(AUParameterAddress address) override { return paths[address]; }
-  void setParameterPath(AUParameterAddress address, const std::string& path) override { paths[address] = path; }
+  [[nodiscard]] std::string parameterText(AUParameterAddress address) override { return texts[address]; }
+  void setParameterText(AUParameterAddress address, const std::string& text) override { texts[address] = text; }
 
   int watchers = 0;
-  std::map<AUParameterAddress, std::string> paths;
+  std::map<AUParameterAddress, std::string> texts;
 };
 
 class FileUnit final : public simulation::SimulatedNodeOf<AVAudioUnit> {
@@ -120,11 +120,16 @@ class FileOfAPlugIn : public SimulatedSession {
     amount.defaultValue = 0.5F;
     AUParameter file;
     file.address = firstPathParameter;
+    AUParameter words;
+    words.address = firstTextParameter;
+    AUParameter said = words;
+    said.address += 1;
+    said.isOutput = true;
     AUParameterTree tree;
-    tree.allParameters = {amount, file};
+    tree.allParameters = {amount, file, words, said};
     unit_->core.parameters = std::make_shared<const AUParameterTree>(tree);
     unit_->core.parameterValues[firstMessageParameter] = std::nanf("");
-    unit_->core.paths[firstPathParameter] = "/samples/old.sfz";
+    unit_->core.texts[firstPathParameter] = "/samples/old.sfz";
     open();
   }
 
@@ -143,12 +148,12 @@ class FileOfAPlugIn : public SimulatedSession {
 
 TEST_F(FileOfAPlugIn, IsShownWhileTheWindowIsOpenAndWhatIsNotReportedHasItsDefault) {
   EXPECT_EQ(unit_->core.watchers, 1);
-  EXPECT_EQ(editor_->files.get(), (std::vector<std::string>{"", "/samples/old.sfz"}));
-  EXPECT_EQ(editor_->values.get(), (std::vector<float>{0.5F, 0}));
-  unit_->core.paths[firstPathParameter] = "/samples/other.sfz";
+  EXPECT_EQ(editor_->texts.get(), (std::vector<std::string>{"", "/samples/old.sfz", "", ""}));
+  EXPECT_EQ(editor_->values.get(), (std::vector<float>{0.5F, 0, 0, 0}));
+  unit_->core.texts[firstPathParameter] = "/samples/other.sfz";
   unit_->core.parameterValues[firstMessageParameter] = 0.25F;
   editor_->refresh();
-  EXPECT_EQ(editor_->files.get()[1], "/samples/other.sfz");
+  EXPECT_EQ(editor_->texts.get()[1], "/samples/other.sfz");
   EXPECT_EQ(editor_->values.get()[0], 0.25F);
   editor_ = nullptr;
   EXPECT_EQ(unit_->core.watchers, 0);
@@ -157,9 +162,9 @@ TEST_F(FileOfAPlugIn, IsShownWhileTheWindowIsOpenAndWhatIsNotReportedHasItsDefau
 TEST_F(FileOfAPlugIn, IsChosenBesideTheLastOneAndMarksTheSetlistChanged) {
   desktop_.openPanelAnswers = {"/samples/new.sfz"};
   editor_->chooseFile(1);
-  EXPECT_EQ(unit_->core.paths[firstPathParameter], "/samples/new.sfz");
+  EXPECT_EQ(unit_->core.texts[firstPathParameter], "/samples/new.sfz");
   EXPECT_EQ(desktop_.openPanels.back().directory, "/samples");
-  EXPECT_EQ(editor_->files.get()[1], "/samples/new.sfz");
+  EXPECT_EQ(editor_->texts.get()[1], "/samples/new.sfz");
   EXPECT_TRUE(state.isDirty.get());
 }
 
@@ -172,9 +177,31 @@ TEST_F(FileOfAPlugIn, StaysWhenThePanelIsCancelledInLiveModeAndForAnotherControl
   state.isLiveModeEnabled.set(true);
   editor_->chooseFile(1);
   EXPECT_EQ(desktop_.openPanels.size(), 1U);
-  EXPECT_EQ(unit_->core.paths[firstPathParameter], "/samples/old.sfz");
+  EXPECT_EQ(unit_->core.texts[firstPathParameter], "/samples/old.sfz");
   EXPECT_TRUE(unit_->core.parameterSets.empty());
   EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(FileOfAPlugIn, ATextIsTypedAndMarksTheSetlistChangedAndOneThatThePlugInSetsIsOnlyShown) {
+  editor_->enter(2, "Grand Piano");
+  EXPECT_EQ(unit_->core.texts[firstTextParameter], "Grand Piano");
+  EXPECT_EQ(editor_->texts.get()[2], "Grand Piano");
+  EXPECT_TRUE(state.isDirty.get());
+  state.isDirty.set(false);
+  editor_->enter(2, "Grand Piano");
+  EXPECT_FALSE(state.isDirty.get()) << "it is that already";
+  unit_->core.texts[firstTextParameter + 1] = "ready";
+  editor_->refresh();
+  EXPECT_EQ(editor_->texts.get()[3], "ready");
+  editor_->enter(3, "mine");
+  editor_->enter(1, "/typed");
+  editor_->enter(99, "mine");
+  editor_->set(2, 1);
+  editor_->reset(2);
+  EXPECT_EQ(unit_->core.texts[firstTextParameter + 1], "ready");
+  EXPECT_EQ(unit_->core.texts[firstPathParameter], "/samples/old.sfz");
+  EXPECT_FALSE(state.isDirty.get());
+  EXPECT_TRUE(unit_->core.parameterSets.empty());
 }
 
 TEST_F(FileOfAPlugIn, MayBeChosenWhileTheWindowCloses) {
@@ -182,7 +209,7 @@ TEST_F(FileOfAPlugIn, MayBeChosenWhileTheWindowCloses) {
   desktop_.whileAsking = [this] { editor_ = nullptr; };
   auto& editor = *editor_;
   editor.chooseFile(1);
-  EXPECT_EQ(unit_->core.paths[firstPathParameter], "/samples/new.sfz");
+  EXPECT_EQ(unit_->core.texts[firstPathParameter], "/samples/new.sfz");
   EXPECT_EQ(unit_->core.watchers, 0);
 }
 

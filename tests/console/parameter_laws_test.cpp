@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/message_parameters.h"
+
 namespace vrel {
 namespace {
 
@@ -166,6 +168,33 @@ TEST(ParameterLaws, ASearchFindsNamesAndGroupsInAnyCase) {
   EXPECT_EQ(shown(tree, "FILT"), (std::vector<std::string>{"Cutoff", "Resonance"}));
   EXPECT_EQ(shown(tree, "vol"), (std::vector<std::string>{"Volume"}));
   EXPECT_TRUE(shown(tree, "zzz").empty());
+}
+
+TEST(ParameterLaws, WithoutBoundsANumberIsTypedAndNothingLimitsIt) {
+  AUParameter seed = control(-std::numeric_limits<float>::max(), std::numeric_limits<float>::max());
+  seed.isUnbounded = true;
+  seed.valueNames = {{0, "Off"}};
+  EXPECT_EQ(controlLook(seed), ControlLook::number);
+  EXPECT_FALSE(isLearnable(seed));
+  EXPECT_EQ(settledControl(seed, 123456), 123456.0F);
+  EXPECT_EQ(enteredControl(seed, "-2000,5"), -2000.5F);
+  EXPECT_EQ(controlText(seed, -2000.5F), "-2000");
+  EXPECT_EQ(controlText(seed, 0.25F), "0.250");
+  EXPECT_EQ(controlText(seed, 0), "Off");
+  EXPECT_EQ(controlPosition(seed, 7), 0.0);
+  EXPECT_EQ(steppedControl(seed, 7, 1, false), 7.0F);
+  seed.isOutput = true;
+  EXPECT_EQ(controlLook(seed), ControlLook::reading) << "a meter has two ends";
+}
+
+TEST(ParameterLaws, TextIsTypedOrOnlyReadAndHardwareCannotMoveIt) {
+  AUParameter words;
+  words.address = firstTextParameter;
+  EXPECT_EQ(controlLook(words), ControlLook::text);
+  EXPECT_FALSE(isLearnable(words));
+  words.isOutput = true;
+  EXPECT_EQ(controlLook(words), ControlLook::reading);
+  EXPECT_TRUE(isLearnable(control(0, 1)));
 }
 
 }  // namespace

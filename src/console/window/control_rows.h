@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "console/parameter_laws.h"
+#include "platform/message_parameters.h"
 
 namespace vrel::window {
 
@@ -44,6 +45,9 @@ class ControlRows : public QAbstractListModel {
     Trigger = static_cast<int>(ControlLook::trigger),
     Meter = static_cast<int>(ControlLook::meter),
     File = static_cast<int>(ControlLook::file),
+    Words = static_cast<int>(ControlLook::text),
+    Number = static_cast<int>(ControlLook::number),
+    Reading = static_cast<int>(ControlLook::reading),
   };
   // NOLINTEND(readability-identifier-naming)
   Q_ENUM(Look)
@@ -105,6 +109,14 @@ class ControlRows : public QAbstractListModel {
     return parameter == nullptr
                ? value
                : static_cast<double>(steppedControl(*parameter, static_cast<float>(value), steps, isFine));
+  }
+  Q_INVOKABLE [[nodiscard]] bool isLearnable(int row) const {
+    const AUParameter* const parameter = at(row);
+    return parameter != nullptr && vrel::isLearnable(*parameter);
+  }
+  Q_INVOKABLE [[nodiscard]] bool isText(int row) const {
+    const AUParameter* const parameter = at(row);
+    return parameter != nullptr && vrel::isText(*parameter);
   }
   Q_INVOKABLE [[nodiscard]] bool changesAtEndOfDrag(int row) const {
     const AUParameter* const parameter = at(row);

@@ -30,7 +30,7 @@ class EditorViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(QString, searchText)
   VREL_SHOWN(QList<vrel::window::ControlEntry>, entries)
   VREL_SHOWN(QList<double>, values)  // by ControlRows' role `control`
-  VREL_SHOWN(QList<QString>, files)  // names of those that are files, in the same order
+  VREL_SHOWN(QList<QString>, texts)  // of those that are text or, by its name, a file; in the same order
   VREL_SHOWN(bool, mayChooseFile)
   VREL_SHOWN(bool, isLoaded)       // the controls are known
   VREL_SHOWN(int, pendingControl)  // that waits for its hardware, by ControlRows' role `control`; -1 for none

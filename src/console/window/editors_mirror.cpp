@@ -2,6 +2,7 @@
 #include "console/window/editors_mirror.h"
 
 #include <QList>
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -12,6 +13,7 @@
 #include "console/window/editor_view_model.h"
 #include "document/app_state.h"
 #include "performance/live_mode_policy.h"
+#include "platform/message_parameters.h"
 
 namespace vrel::window {
 namespace {
@@ -35,12 +37,15 @@ QList<double> valuesOf(const ControlsEditor& controls) {
   return {values.begin(), values.end()};
 }
 
-QList<QString> filesOf(const ControlsEditor& controls) {
-  QList<QString> names;
-  for (const auto& file : controls.files.get()) {
-    names.append(QString::fromStdString(std::filesystem::path(file).filename().string()));
+/// Of a file its name.
+QList<QString> textsOf(const ControlsEditor& controls) {
+  QList<QString> shown;
+  for (std::size_t index = 0; index < controls.texts.get().size(); ++index) {
+    const std::string& text = controls.texts.get()[index];
+    const bool isFile = isPath(controls.tree.get()->allParameters[index]);
+    shown.append(QString::fromStdString(isFile ? std::filesystem::path(text).filename().string() : text));
   }
-  return names;
+  return shown;
 }
 
 QList<PluginRow> presetsOf(const PresetChooser& chooser) {
@@ -111,7 +116,7 @@ std::unique_ptr<EditorsMirror::Shown> EditorsMirror::makeShown(EditorPanel& pane
   view.derive(
       View::valuesKey, [&controls] { return valuesOf(controls); }, controls.values);
   view.derive(
-      View::filesKey, [&controls] { return filesOf(controls); }, controls.files);
+      View::textsKey, [&controls] { return textsOf(controls); }, controls.texts);
   view.derive(
       View::mayChooseFileKey,
       [&state = content_.appState()] { return LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state); },

@@ -11,7 +11,7 @@
 
 namespace vrel {
 
-/// What a parameter without a port is: a number, or the path of a file.
+/// What a parameter without a port is: a number, or text, such as the path of a file.
 struct MessageValue {
   AUParameterAddress address = 0;
   std::variant<double, std::string> value;
@@ -30,10 +30,10 @@ class MessageValues {
     const auto* const number = found == values_.end() ? nullptr : std::get_if<double>(&found->second);
     return number != nullptr ? static_cast<float>(*number) : std::numeric_limits<float>::quiet_NaN();
   }
-  [[nodiscard]] std::string path(AUParameterAddress address) const {
+  [[nodiscard]] std::string text(AUParameterAddress address) const {
     const auto found = values_.find(address);
-    const auto* const path = found == values_.end() ? nullptr : std::get_if<std::string>(&found->second);
-    return path != nullptr ? *path : std::string();
+    const auto* const text = found == values_.end() ? nullptr : std::get_if<std::string>(&found->second);
+    return text != nullptr ? *text : std::string();
   }
 
  private:

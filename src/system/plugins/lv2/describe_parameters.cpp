@@ -11,7 +11,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,6 +25,8 @@ namespace vrel::lv2 {
 namespace {
 
 constexpr const char* rdfsLabel = "http://www.w3.org/2000/01/rdf-schema#label";
+
+constexpr float largestWholeNumber = 2147483520;  // of 32 bits
 
 struct KnownUnit {
   const char* uri;
@@ -111,16 +115,8 @@ class ParameterReader {
       minimum = parameter.valueNames.front().first;
       maximum = parameter.valueNames.back().first;
     }
-    minimum = std::isfinite(minimum) ? minimum : 0;
-    maximum = std::isfinite(maximum) ? maximum : minimum + 1;
-    if (parameter.isToggle || !(minimum < maximum)) {
-      minimum = 0;
-      maximum = 1;
-    }
-    parameter.minValue = minimum;
-    parameter.maxValue = maximum;
-    const float given = std::isfinite(described.defaultValue) ? described.defaultValue : minimum;
-    parameter.defaultValue = std::clamp(given, minimum, maximum);
+    const auto ifGiven = [](float number) { return std::isfinite(number) ? std::optional(number) : std::nullopt; };
+    setBounds(parameter, ifGiven(minimum), ifGiven(maximum), ifGiven(described.defaultValue));
   }
 
   void readUnit(const LilvPort* port, AUParameter& parameter) {
@@ -173,6 +169,23 @@ class ParameterReader {
 };
 
 }  // namespace
+
+void setBounds(AUParameter& parameter, std::optional<float> minimum, std::optional<float> maximum,
+               std::optional<float> defaultValue) {
+  parameter.minValue = 0;
+  parameter.maxValue = 1;
+  parameter.isUnbounded = !(minimum && maximum) && !parameter.isToggle && !parameter.isTrigger;
+  if (parameter.isUnbounded) {
+    const float largest = parameter.isInteger ? largestWholeNumber : std::numeric_limits<float>::max();
+    parameter.minValue = minimum.value_or(-largest);
+    parameter.maxValue = maximum.value_or(largest);
+  } else if (!parameter.isToggle && minimum && maximum && *minimum < *maximum) {
+    parameter.minValue = *minimum;
+    parameter.maxValue = *maximum;
+  }
+  const float given = defaultValue.value_or(parameter.isUnbounded ? 0.0F : parameter.minValue);
+  parameter.defaultValue = std::clamp(given, parameter.minValue, parameter.maxValue);
+}
 
 std::string unitName(LilvWorld* world, const LilvNode* unit) {
   const std::string uri = words(unit);

@@ -3,6 +3,7 @@
 
 #include <lilv/lilv.h>
 
+#include <optional>
 #include <string>
 
 #include "platform/audio_parameters.h"
@@ -14,9 +15,13 @@ namespace vrel::lv2 {
 /// behind them its parameters without a port (describe_properties.h). An address is a port's number. World thread.
 ///
 /// Damaged data is mended: bounds that contradict themselves become 0 to 1, a default outside of them is brought in,
-/// and a control without a name has its symbol.
+/// and a control without a name has its symbol. One that lacks a bound is unbounded.
 [[nodiscard]] AUParameterTree describeParameters(LilvWorld* world, const LilvPlugin* plugin,
                                                  const PluginDescription& description, double sampleRate);
+
+/// Sets the bounds and the default as the data gives them; its kind must be known.
+void setBounds(AUParameter& parameter, std::optional<float> minimum, std::optional<float> maximum,
+               std::optional<float> defaultValue);
 
 /// What is written behind a number in this unit; empty for a unit without a symbol. World thread.
 [[nodiscard]] std::string unitName(LilvWorld* world, const LilvNode* unit);

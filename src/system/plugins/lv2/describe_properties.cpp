@@ -33,8 +33,12 @@ bool isWholeNumber(std::string_view range) {
   return range == LV2_ATOM__Int || range == LV2_ATOM__Long;
 }
 
-bool isNumber(std::string_view range) {
+bool isOfNumbers(std::string_view range) {
   return isWholeNumber(range) || range == LV2_ATOM__Float || range == LV2_ATOM__Double;
+}
+
+bool isOfText(std::string_view range) {
+  return range == LV2_ATOM__String || range == LV2_ATOM__URI || range == LV2_ATOM__URID;
 }
 
 class PropertyReader {
@@ -109,13 +113,16 @@ class PropertyReader {
     const bool isFile = property.range == LV2_ATOM__Path;
     parameter.isToggle = property.range == LV2_ATOM__Bool;
     parameter.isInteger = isWholeNumber(property.range);
-    if (!(isFile ? !isOutput : parameter.isToggle || isNumber(property.range))) {
+    const bool isWords = isOfText(property.range);
+    if (!(isFile ? !isOutput : isWords || parameter.isToggle || isOfNumbers(property.range))) {
       return std::nullopt;
     }
     parameter.isOutput = isOutput;
     parameter.identifier = property.uri;
-    constexpr AUParameterAddress hashBits = firstPathParameter - firstMessageParameter - 1;
-    parameter.address = (isFile ? firstPathParameter : firstMessageParameter) +
+    constexpr AUParameterAddress hashBits = firstTextParameter - firstPathParameter - 1;
+    parameter.address = (isWords  ? firstTextParameter
+                         : isFile ? firstPathParameter
+                                  : firstMessageParameter) +
                         (static_cast<AUParameterAddress>(fnv1a64(property.uri)) & hashBits);
     parameter.displayName = words(node, labelUri);
     if (parameter.displayName.empty()) {
@@ -137,14 +144,8 @@ class PropertyReader {
   }
 
   void readBounds(const LilvNode* node, AUParameter& parameter) const {
-    parameter.minValue = number(node, LV2_CORE__minimum).value_or(0.0F);
-    parameter.maxValue = number(node, LV2_CORE__maximum).value_or(parameter.minValue + 1);
-    if (parameter.isToggle || !(parameter.minValue < parameter.maxValue)) {
-      parameter.minValue = 0;
-      parameter.maxValue = 1;
-    }
-    parameter.defaultValue = std::clamp(number(node, LV2_CORE__default).value_or(parameter.minValue),
-                                        parameter.minValue, parameter.maxValue);
+    setBounds(parameter, number(node, LV2_CORE__minimum), number(node, LV2_CORE__maximum),
+              number(node, LV2_CORE__default));
   }
 
   LilvWorld* world_;

@@ -57,10 +57,10 @@ class Lv2Instance final : public AUAudioUnit, public PluginPresets, public Messa
   }
 
   void watchMessageParameters(bool isWatched) override;
-  [[nodiscard]] std::string parameterPath(AUParameterAddress address) override { return reported().path(address); }
-  void setParameterPath(AUParameterAddress address, const std::string& path) override {
+  [[nodiscard]] std::string parameterText(AUParameterAddress address) override { return reported().text(address); }
+  void setParameterText(AUParameterAddress address, const std::string& text) override {
     (void)reported();
-    (void)setMessageValue({address, path});
+    (void)setMessageValue({address, text});
   }
   /// False for one that cannot be set so.
   [[nodiscard]] bool setMessageValue(const MessageValue& wanted);

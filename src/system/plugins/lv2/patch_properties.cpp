@@ -16,7 +16,7 @@ namespace {
 
 using AtomBytes = std::span<const std::uint8_t>;
 
-constexpr std::size_t longestPath = 4096;
+constexpr std::size_t longestText = 4096;
 
 template <typename Value>
 std::optional<Value> valueIn(AtomBytes bytes) {
@@ -56,6 +56,7 @@ PatchProperties::Types::Types(UridMap& urids)
       longInteger(urids.map(LV2_ATOM__Long)),
       real(urids.map(LV2_ATOM__Float)),
       longReal(urids.map(LV2_ATOM__Double)),
+      uri(urids.map(LV2_ATOM__URI)),
       urid(urids.map(LV2_ATOM__URID)),
       set(urids.map(LV2_PATCH__Set)),
       put(urids.map(LV2_PATCH__Put)),
@@ -82,6 +83,33 @@ std::vector<std::uint8_t> PatchProperties::question() const {
   return room;
 }
 
+void PatchProperties::forgeText(LV2_Atom_Forge& forge, LV2_URID range, const std::string& text) const {
+  const auto size = static_cast<std::uint32_t>(text.size());
+  if (range == types_.path) {
+    lv2_atom_forge_path(&forge, text.c_str(), size);
+  } else if (range == types_.uri) {
+    lv2_atom_forge_uri(&forge, text.c_str(), size);
+  } else if (range == types_.urid) {
+    lv2_atom_forge_urid(&forge, text.empty() ? 0 : urids_.map(text));
+  } else {
+    lv2_atom_forge_string(&forge, text.c_str(), size);
+  }
+}
+
+void PatchProperties::forgeNumber(LV2_Atom_Forge& forge, LV2_URID range, double value) const {
+  if (range == types_.boolean) {
+    lv2_atom_forge_bool(&forge, value > 0.5);
+  } else if (range == types_.integer) {
+    lv2_atom_forge_int(&forge, static_cast<std::int32_t>(std::lround(value)));
+  } else if (range == types_.longInteger) {
+    lv2_atom_forge_long(&forge, std::lround(value));
+  } else if (range == types_.longReal) {
+    lv2_atom_forge_double(&forge, value);
+  } else {
+    lv2_atom_forge_float(&forge, static_cast<float>(value));
+  }
+}
+
 std::optional<std::vector<std::uint8_t>> PatchProperties::setting(const MessageValue& wanted) const {
   const auto found = std::find_if(byUrid_.begin(), byUrid_.end(), [&](const auto& each) {
     return each.second.property->parameter.address == wanted.address;
@@ -91,13 +119,13 @@ std::optional<std::vector<std::uint8_t>> PatchProperties::setting(const MessageV
   }
   const auto& [urid, known] = *found;
   const AUParameter& parameter = known.property->parameter;
-  const auto* const path = std::get_if<std::string>(&wanted.value);
+  const auto* const text = std::get_if<std::string>(&wanted.value);
   const auto* const number = std::get_if<double>(&wanted.value);
-  if (parameter.isOutput || isPath(parameter) != (path != nullptr) ||
-      (path != nullptr ? path->size() >= longestPath : !std::isfinite(*number))) {
+  if (parameter.isOutput || isNumber(parameter) != (number != nullptr) ||
+      (text != nullptr ? text->size() >= longestText : !std::isfinite(*number))) {
     return std::nullopt;
   }
-  std::vector<std::uint8_t> room(longestPath + 256);
+  std::vector<std::uint8_t> room(longestText + 256);
   LV2_Atom_Forge forge;
   lv2_atom_forge_init(&forge, urids_.mapFeature());
   lv2_atom_forge_set_buffer(&forge, room.data(), room.size());
@@ -106,22 +134,11 @@ std::optional<std::vector<std::uint8_t>> PatchProperties::setting(const MessageV
   lv2_atom_forge_key(&forge, types_.property);
   lv2_atom_forge_urid(&forge, urid);
   lv2_atom_forge_key(&forge, types_.value);
-  if (path != nullptr) {
-    lv2_atom_forge_path(&forge, path->c_str(), static_cast<std::uint32_t>(path->size()));
+  if (text != nullptr) {
+    forgeText(forge, known.range, *text);
   } else {
-    const double value =
-        std::clamp(*number, static_cast<double>(parameter.minValue), static_cast<double>(parameter.maxValue));
-    if (known.range == types_.boolean) {
-      lv2_atom_forge_bool(&forge, value > 0.5);
-    } else if (known.range == types_.integer) {
-      lv2_atom_forge_int(&forge, static_cast<std::int32_t>(std::lround(value)));
-    } else if (known.range == types_.longInteger) {
-      lv2_atom_forge_long(&forge, std::lround(value));
-    } else if (known.range == types_.longReal) {
-      lv2_atom_forge_double(&forge, value);
-    } else {
-      lv2_atom_forge_float(&forge, static_cast<float>(value));
-    }
+    forgeNumber(forge, known.range,
+                std::clamp(*number, static_cast<double>(parameter.minValue), static_cast<double>(parameter.maxValue)));
   }
   lv2_atom_forge_pop(&forge, &object);
   room.resize(forge.offset);
@@ -134,10 +151,14 @@ void PatchProperties::note(LV2_URID key, LV2_URID type, AtomBytes value, std::ve
     return;
   }
   const AUParameter& parameter = known->second.property->parameter;
-  if (isPath(parameter)) {
-    if (type == types_.path || type == types_.text) {
+  if (!isNumber(parameter)) {
+    if (type == types_.path || type == types_.text || type == types_.uri) {
       const auto end = std::find(value.begin(), value.end(), std::uint8_t{0});
-      found.push_back({parameter.address, std::string(value.begin(), end).substr(0, longestPath)});
+      found.push_back({parameter.address, std::string(value.begin(), end).substr(0, longestText)});
+    } else if (type == types_.urid) {
+      const auto number = valueIn<LV2_URID>(value);
+      const char* const text = number ? urids_.unmap(*number) : nullptr;
+      found.push_back({parameter.address, std::string(text != nullptr ? text : "").substr(0, longestText)});
     }
     return;
   }

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <lv2/atom/atom.h>
+#include <lv2/atom/forge.h>
 
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "system/plugins/lv2/property_description.h"
@@ -44,11 +46,13 @@ class PatchProperties {
   };
   struct Types {
     explicit Types(UridMap& urids);
-    LV2_URID object, blank, resource, path, text, boolean, integer, longInteger, real, longReal, urid;
+    LV2_URID object, blank, resource, path, text, boolean, integer, longInteger, real, longReal, uri, urid;
     LV2_URID set, put, get, property, value, body;
   };
 
   void note(LV2_URID key, LV2_URID type, std::span<const std::uint8_t> value, std::vector<MessageValue>& found) const;
+  void forgeText(LV2_Atom_Forge& forge, LV2_URID range, const std::string& text) const;
+  void forgeNumber(LV2_Atom_Forge& forge, LV2_URID range, double value) const;
   [[nodiscard]] bool isObject(LV2_URID type) const;
 
   UridMap& urids_;

@@ -132,13 +132,13 @@ void SandboxedInstance::watchMessageParameters(bool isWatched) {
   guest.send(MessageKind::watchValues, {static_cast<std::uint8_t>(isWatched ? 1 : 0)});
 }
 
-std::string SandboxedInstance::parameterPath(AUParameterAddress address) {
+std::string SandboxedInstance::parameterText(AUParameterAddress address) {
   const MutexLock lock(reported_->mutex);
-  return reported_->values.path(address);
+  return reported_->values.text(address);
 }
 
-void SandboxedInstance::setParameterPath(AUParameterAddress address, const std::string& path) {
-  setMessageValue({address, path});
+void SandboxedInstance::setParameterText(AUParameterAddress address, const std::string& text) {
+  setMessageValue({address, text});
 }
 
 /// Shown at once; what the plug-in makes of it comes as its report.

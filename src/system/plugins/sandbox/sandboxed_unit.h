@@ -67,8 +67,8 @@ class SandboxedInstance final : public AUAudioUnit, public StateAnswer, public P
   [[nodiscard]] float parameterValue(AUParameterAddress address) override;
   void setParameterValue(AUParameterAddress address, float value) override;
   void watchMessageParameters(bool isWatched) override;
-  [[nodiscard]] std::string parameterPath(AUParameterAddress address) override;
-  void setParameterPath(AUParameterAddress address, const std::string& path) override;
+  [[nodiscard]] std::string parameterText(AUParameterAddress address) override;
+  void setParameterText(AUParameterAddress address, const std::string& text) override;
   void requestPresets(ListHandler handler) override;
   void usePreset(const std::string& identifier, Handler handler) override;
   void saveUserPreset(const std::string& name, bool mayReplace, SaveHandler handler) override;

@@ -17,8 +17,12 @@ typedef struct {
   int32_t steps;
   int32_t on;
   double said;
+  char words[64];
+  LV2_URID kind;
+  float seed;
   LV2_Atom_Forge forge;
-  LV2_URID set, put, get, property, value, body, path, fileKey, amountKey, stepsKey, onKey, saidKey;
+  LV2_URID set, put, get, property, value, body, path, fileKey, amountKey, stepsKey, onKey, saidKey, wordsKey, kindKey,
+      seedKey;
 } Patched;
 
 static LV2_URID urid(const Zoo* zoo, const char* uri) {
@@ -45,6 +49,9 @@ static Zoo* make(double rate, const LV2_Feature* const* features) {
   self->stepsKey = urid(zoo, ZOO_URI "#steps");
   self->onKey = urid(zoo, ZOO_URI "#on");
   self->saidKey = urid(zoo, ZOO_URI "#said");
+  self->wordsKey = urid(zoo, ZOO_URI "#words");
+  self->kindKey = urid(zoo, ZOO_URI "#kind");
+  self->seedKey = urid(zoo, ZOO_URI "#seed");
   return zoo;
 }
 
@@ -77,6 +84,12 @@ static void reportAll(Patched* self) {
   lv2_atom_forge_bool(forge, self->on != 0);
   lv2_atom_forge_key(forge, self->saidKey);
   lv2_atom_forge_double(forge, self->said);
+  lv2_atom_forge_key(forge, self->wordsKey);
+  lv2_atom_forge_string(forge, self->words, (uint32_t)strlen(self->words));
+  lv2_atom_forge_key(forge, self->kindKey);
+  lv2_atom_forge_urid(forge, self->kind);
+  lv2_atom_forge_key(forge, self->seedKey);
+  lv2_atom_forge_float(forge, self->seed);
   lv2_atom_forge_pop(forge, &body);
   lv2_atom_forge_pop(forge, &object);
 }
@@ -103,6 +116,12 @@ static void take(Patched* self, const LV2_Atom_Object* object) {
     self->steps = *(const int32_t*)(value + 1);
   } else if (property->body == self->onKey && value->type == self->forge.Bool) {
     self->on = *(const int32_t*)(value + 1);
+  } else if (property->body == self->wordsKey && value->type == self->forge.String) {
+    snprintf(self->words, sizeof self->words, "%s", (const char*)(value + 1));
+  } else if (property->body == self->kindKey && value->type == self->forge.URID) {
+    self->kind = *(const LV2_URID*)(value + 1);
+  } else if (property->body == self->seedKey && value->type == self->forge.Float) {
+    self->seed = *(const float*)(value + 1);
   }
 }
 
@@ -137,6 +156,8 @@ static LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, 
     store(state, self->fileKey, abstract, strlen(abstract) + 1, self->path, LV2_STATE_IS_POD);
     freePath->free_path(freePath->handle, abstract);
   }
+  store(state, self->wordsKey, self->words, strlen(self->words) + 1, self->forge.String,
+        LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
   return store(state, self->amountKey, &self->amount, sizeof self->amount, self->forge.Float,
                LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
 }
@@ -152,6 +173,8 @@ static LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function r
   uint32_t valueFlags = 0;
   const float* amount = retrieve(state, self->amountKey, &size, &type, &valueFlags);
   self->amount = amount != NULL ? *amount : 1;
+  const char* words = retrieve(state, self->wordsKey, &size, &type, &valueFlags);
+  snprintf(self->words, sizeof self->words, "%s", words != NULL ? words : "");
   const char* abstract = retrieve(state, self->fileKey, &size, &type, &valueFlags);
   self->file[0] = '\0';
   if (abstract != NULL) {

@@ -37,7 +37,7 @@ class ParametersWithoutPort : public testing::Test {
   }
   [[nodiscard]] float value(const std::string& name) { return plugin().parameterValue(parameter(name).address); }
   void set(const std::string& name, float value) { plugin().setParameterValue(parameter(name).address, value); }
-  [[nodiscard]] std::string file() { return messages().parameterPath(parameter("file").address); }
+  [[nodiscard]] std::string file() { return messages().parameterText(parameter("file").address); }
 
   /// What comes of ones.
   [[nodiscard]] float heard() { return player_.block(16, {std::vector<float>(16, 0.125F)}).left.back() * 8; }
@@ -53,8 +53,12 @@ TEST_F(ParametersWithoutPort, AreDescribedBehindThePortsByName) {
   for (const auto& each : tree_->allParameters) {
     names.push_back(each.displayName);
   }
-  EXPECT_EQ(names, (std::vector<std::string>{"Level", "Amount", "File", "On", "Said", "Steps"}))
-      << "and no words, which nothing shows";
+  EXPECT_EQ(names,
+            (std::vector<std::string>{"Level", "Amount", "File", "Kind", "On", "Said", "Seed", "Steps", "Words"}));
+  EXPECT_TRUE(isText(parameter("words")) && isText(parameter("kind")));
+  EXPECT_FALSE(isPath(parameter("words")) || isNumber(parameter("words")));
+  EXPECT_TRUE(parameter("seed").isUnbounded);
+  EXPECT_FALSE(parameter("amount").isUnbounded);
   EXPECT_EQ(parameter("amount").maxValue, 4.0F);
   EXPECT_EQ(parameter("amount").defaultValue, 1.0F);
   EXPECT_FALSE(parameter("amount").isOutput) << "although it can be read, too";
@@ -100,7 +104,7 @@ TEST_F(ParametersWithoutPort, AreSetInTheirOwnTypesWithinTheirBounds) {
 TEST_F(ParametersWithoutPort, WhatThePlugInSetsByItselfIsReported) {
   messages().watchMessageParameters(true);
   (void)heard();
-  messages().setParameterPath(parameter("file").address, "/samples/a.wav");
+  messages().setParameterText(parameter("file").address, "/samples/a.wav");
   EXPECT_EQ(heard(), 2.0F);
   EXPECT_EQ(value("amount"), 2.0F);
   EXPECT_EQ(file(), "/samples/a.wav");
@@ -108,16 +112,48 @@ TEST_F(ParametersWithoutPort, WhatThePlugInSetsByItselfIsReported) {
 
 TEST_F(ParametersWithoutPort, AFileTakesOnlyPathsAndANumberOnlyNumbers) {
   set("file", 1);
-  messages().setParameterPath(parameter("amount").address, "/samples/a.wav");
-  messages().setParameterPath(firstPathParameter, "/samples/a.wav");
-  messages().setParameterPath(parameter("file").address, std::string(100000, 'a'));
+  messages().setParameterText(parameter("amount").address, "/samples/a.wav");
+  messages().setParameterText(firstPathParameter, "/samples/a.wav");
+  messages().setParameterText(parameter("file").address, std::string(100000, 'a'));
   messages().watchMessageParameters(true);
   EXPECT_EQ(heard(), 1.0F);
   EXPECT_EQ(value("said"), 1.0F) << "nothing but the question came";
 }
 
+TEST_F(ParametersWithoutPort, TextAndTheNamesOfThingsAreSetAndReported) {
+  const auto text = [this](const std::string& name) { return messages().parameterText(parameter(name).address); };
+  messages().setParameterText(parameter("words").address, "Grand Piano");
+  messages().setParameterText(parameter("kind").address, "urn:kinds:organ");
+  set("words", 1);
+  (void)heard();
+  messages().setParameterText(parameter("words").address, "Grand Piano, again");
+  (void)heard();
+  messages().watchMessageParameters(true);
+  (void)heard();
+  EXPECT_EQ(text("words"), "Grand Piano, again");
+  EXPECT_EQ(text("kind"), "urn:kinds:organ");
+  const auto state = *plugin().fullStateForDocument();
+  messages().setParameterText(parameter("words").address, "");
+  (void)heard();
+  plugin().setFullStateForDocument(state);
+  messages().watchMessageParameters(true);  // asks
+  (void)heard();
+  EXPECT_EQ(text("words"), "Grand Piano, again") << "as the plug-in's state has it";
+  EXPECT_EQ(text("kind"), "urn:kinds:organ");
+}
+
+TEST_F(ParametersWithoutPort, ANumberWithoutBoundsIsNotLimited) {
+  set("seed", -123456.5F);
+  messages().watchMessageParameters(true);
+  (void)heard();
+  EXPECT_EQ(value("seed"), -123456.5F);
+  set("seed", 3e30F);
+  (void)heard();
+  EXPECT_EQ(value("seed"), 3e30F);
+}
+
 TEST_F(ParametersWithoutPort, ThePlugInsStateKeepsTheFile) {
-  messages().setParameterPath(parameter("file").address, "/samples/a.wav");
+  messages().setParameterText(parameter("file").address, "/samples/a.wav");
   (void)heard();
   const auto state = *plugin().fullStateForDocument();
   const auto other = stage_.make("urn:vrel:zoo:patched").unit;
@@ -125,7 +161,7 @@ TEST_F(ParametersWithoutPort, ThePlugInsStateKeepsTheFile) {
   auto& messages = dynamic_cast<MessageParameters&>(other->auAudioUnit());
   messages.watchMessageParameters(true);
   (void)Player(other).block(16);
-  EXPECT_EQ(messages.parameterPath(parameter("file").address), "/samples/a.wav");
+  EXPECT_EQ(messages.parameterText(parameter("file").address), "/samples/a.wav");
 }
 
 }  // namespace

@@ -97,13 +97,13 @@ TEST_F(GuestControls, ParametersWithoutPortAreSetAndReportedByMessages) {
       << "as asked at the beginning";
   plugin.setParameterValue(addressOf("Steps"), 7);
   EXPECT_EQ(plugin.parameterValue(addressOf("Steps")), 7.0F) << "at once";
-  messages.setParameterPath(addressOf("File"), "/samples/a.wav");
-  EXPECT_EQ(messages.parameterPath(addressOf("File")), "/samples/a.wav");
+  messages.setParameterText(addressOf("File"), "/samples/a.wav");
+  EXPECT_EQ(messages.parameterText(addressOf("File")), "/samples/a.wav");
   EXPECT_TRUE(eventually([&] { return plugin.parameterValue(addressOf("Amount")) == 2; })) << "by the plug-in itself";
   const auto state = *plugin.fullStateForDocument();
-  messages.setParameterPath(addressOf("File"), "/samples/b.wav");
+  messages.setParameterText(addressOf("File"), "/samples/b.wav");
   plugin.setFullStateForDocument(state);
-  EXPECT_TRUE(eventually([&] { return messages.parameterPath(addressOf("File")) == "/samples/a.wav"; }))
+  EXPECT_TRUE(eventually([&] { return messages.parameterText(addressOf("File")) == "/samples/a.wav"; }))
       << "a restored state is asked for";
   messages.watchMessageParameters(false);
 }

@@ -17,16 +17,16 @@ Item {
     required property string name
     required property int look
     required property real echo // of the plug-in
-    required property string file // its name, of a control that is one
+    required property string words // of a control that is text, or the name of its file
     required property bool mayChooseFile
     property bool isPending // waits for its hardware
 
-    // Meters and files are not for hardware to move.
-    readonly property bool isLearning: desk.session.isLearning && look !== ControlRows.Meter && look !== ControlRows.File
+    readonly property bool isLearning: desk.session.isLearning && (laws?.isLearnable(index) ?? false)
+    readonly property bool isTyped: look === ControlRows.Words || look === ControlRows.Number || look === ControlRows.Reading
 
     // The laws go with their list, before its items.
     readonly property bool isOn: (laws?.position(index, echo) ?? 0) > 0.5
-    readonly property string valueText: laws?.text(index, slider.isHeld ? slider.heldValue : echo) ?? ""
+    readonly property string valueText: (laws?.isText(index) ?? false) ? words : laws?.text(index, slider.isHeld ? slider.heldValue : echo) ?? ""
 
     function set(value: real): void {
         desk.plugins.set(editorId, control, value);
@@ -93,7 +93,7 @@ Item {
             look: row.look
             spokenName: row.name
             isOn: row.isOn
-            file: row.file
+            file: row.words
             isOffered: look !== ControlRows.File || row.mayChooseFile
             onFlipped: row.set(row.laws.valueAt(row.index, row.isOn ? 0 : 1))
             onTriggered: row.desk.plugins.trigger(row.editorId, row.control)
@@ -121,9 +121,10 @@ Item {
         ControlValue {
             objectName: row.objectName + "Value"
             Layout.preferredWidth: row.width * 0.2
+            Layout.fillWidth: row.isTyped
             Layout.fillHeight: true
-            visible: slider.visible
-            isReadOnly: slider.isMeter || !row.desk.session.mayTypeText
+            visible: slider.visible || row.isTyped
+            isReadOnly: slider.isMeter || row.look === ControlRows.Reading || !row.desk.session.mayTypeText
             spokenName: row.name
             valueText: row.valueText
             hint: row.desk.hints.typedControl

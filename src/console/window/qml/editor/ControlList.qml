@@ -36,7 +36,7 @@ ListView {
         editorId: list.entry.editorId
         laws: list.given
         echo: list.entry.values[control] ?? 0
-        file: list.entry.files[control] ?? ""
+        words: list.entry.texts[control] ?? ""
         mayChooseFile: list.entry.mayChooseFile
         isPending: list.entry.pendingControl === control
     }
