@@ -2,6 +2,7 @@
 #include "console/learned_plugin_controls.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -44,7 +45,9 @@ LearnedPluginControls::LearnedPluginControls(AppState& state, AudioEngine& engin
       midiLearn_.pluginControlMoved.connect([this](const PluginControlAssignment& assignment, bool isPressed,
                                                    float value) { move(assignment, isPressed, value); }));
   connections_.push_back(state_.songSwitchInProgress.changed.connect([this](bool isInProgress) {
-    if (!isInProgress) {
+    if (isInProgress) {
+      dropMoves();
+    } else {
       askForControls();
     }
   }));
@@ -91,13 +94,32 @@ std::shared_ptr<AVAudioUnit> LearnedPluginControls::unitAt(const PluginControlTa
 
 void LearnedPluginControls::select(const std::shared_ptr<AVAudioUnit>& unit, const AUParameter& parameter) {
   auto target = placeOf(*unit);
-  if (!target || midiLearn_.songOnStage() == nullptr || parameter.isOutput || isPath(parameter) ||
-      !state_.isMidiLearnMode.get()) {
+  if (!target || midiLearn_.songOnStage() == nullptr || !isLearnable(parameter) || !state_.isMidiLearnMode.get()) {
     return;
   }
   target->control = parameter.identifier;
   (void)controlsOf(unit);
   midiLearn_.selectPluginControl(*target, parameter.displayName);
+}
+
+void LearnedPluginControls::touch(const std::shared_ptr<AVAudioUnit>& unit, AUParameterAddress address) {
+  if (!state_.isMidiLearnMode.get()) {
+    return;
+  }
+  const auto controls = controlsOf(unit);
+  if (!controls->hasAnswered) {
+    controls->waiting[{}] = [this, weak = std::weak_ptr(unit), address] {
+      if (const auto touched = weak.lock()) {
+        touch(touched, address);
+      }
+    };
+  } else if (controls->tree != nullptr) {
+    const auto& all = controls->tree->allParameters;
+    const auto found = std::find_if(all.begin(), all.end(), [&](const auto& each) { return each.address == address; });
+    if (found != all.end()) {
+      select(unit, *found);
+    }
+  }
 }
 
 std::optional<std::size_t> LearnedPluginControls::waitingControl(const std::shared_ptr<AVAudioUnit>& unit,
@@ -119,13 +141,47 @@ bool LearnedPluginControls::areControlsKnown() const {
 
 /// Those of the song on stage, before the hardware moves: what it moves first is not to wait.
 void LearnedPluginControls::askForControls() {
+  std::vector<std::shared_ptr<AVAudioUnit>> learned;
   if (const SongConfig* const song = midiLearn_.songOnStage()) {
     for (const auto& assignment : song->pluginControlAssignments) {
       if (const auto unit = unitAt(assignment.target)) {
         (void)controlsOf(unit);
+        learned.push_back(unit);
       }
     }
   }
+  watchOnly(learned);
+}
+
+/// Plug-ins that are kept for another song report nothing meanwhile.
+void LearnedPluginControls::watchOnly(const std::vector<std::shared_ptr<AVAudioUnit>>& learned) {
+  for (const auto& [weak, controls] : known_) {
+    const auto unit = weak.lock();
+    if (unit != nullptr && controls->isWatched && std::find(learned.begin(), learned.end(), unit) == learned.end()) {
+      dynamic_cast<MessageParameters&>(unit->auAudioUnit()).watchMessageParameters(false);
+      controls->isWatched = false;
+    }
+  }
+}
+
+void LearnedPluginControls::dropMoves() {
+  for (const auto& [weak, controls] : known_) {
+    controls->waiting.clear();
+    for (auto& [address, count] : controls->delayedMoves) {
+      ++count;
+    }
+  }
+}
+
+/// Of a parameter without a port what the plug-in has reported, from the first question on.
+float LearnedPluginControls::valueNow(AVAudioUnit& unit, Controls& controls, const AUParameter& parameter) {
+  auto* const messages = dynamic_cast<MessageParameters*>(&unit.auAudioUnit());
+  if (parameter.address >= firstMessageParameter && messages != nullptr && !controls.isWatched) {
+    controls.isWatched = true;
+    messages->watchMessageParameters(true);
+  }
+  const float value = unit.auAudioUnit().parameterValue(parameter.address);
+  return std::isfinite(value) ? value : parameter.defaultValue;
 }
 
 std::shared_ptr<LearnedPluginControls::Controls> LearnedPluginControls::controlsOf(
@@ -165,7 +221,7 @@ void LearnedPluginControls::move(const PluginControlAssignment& assignment, bool
     return;
   }
   const auto parameter = findControl(*controls->tree, assignment.target.control);
-  if (parameter == controls->tree->allParameters.end() || parameter->isOutput || isPath(*parameter)) {
+  if (parameter == controls->tree->allParameters.end() || !isLearnable(*parameter)) {
     return;
   }
   const std::uint8_t status = assignment.binding.statusType;
@@ -180,13 +236,13 @@ void LearnedPluginControls::move(const PluginControlAssignment& assignment, bool
     }
   }
   AUAudioUnit& plugin = unit->auAudioUnit();
-  const float now = plugin.parameterValue(parameter->address);
+  const float now = valueNow(*unit, *controls, *parameter);
   const bool isOn = controlPosition(*parameter, now) > 0.5;
   const float wanted = parameter->isToggle && isKey ? (isOn ? parameter->minValue : parameter->maxValue)
                                                     : controlValue(*parameter, static_cast<double>(value));
   if (parameter->changesAtEndOfDrag) {
     moveLater(controls, unit, parameter->address, wanted);
-  } else if (wanted != now) {
+  } else if (wanted != now || parameter->address >= firstMessageParameter) {  // what was reported may be old
     plugin.setParameterValue(parameter->address, wanted);
     state_.markEdited();
   }
@@ -201,7 +257,7 @@ void LearnedPluginControls::moveLater(const std::shared_ptr<Controls>& controls,
     const auto still = weakControls.lock();
     const auto plugin = weakUnit.lock();
     if (still != nullptr && plugin != nullptr && still->delayedMoves[address] == count &&
-        plugin->auAudioUnit().parameterValue(address) != value) {
+        (address >= firstMessageParameter || plugin->auAudioUnit().parameterValue(address) != value)) {
       plugin->auAudioUnit().setParameterValue(address, value);
       state_.markEdited();
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "console/window/console_stage.h"
+#include "platform/message_parameters.h"
 
 namespace vrel {
 namespace {
@@ -316,6 +317,112 @@ TEST_F(LearnedPlugInControls, AControlAStripOrASlotThatIsGoneDoesNothingAndAMete
   content.midiLearn().toggleMidiLearnMode();
   content.learnedPluginControls().select(strip_.instrument, tree().allParameters[5]);
   EXPECT_EQ(content.midiLearn().pendingPluginControl.get(), std::nullopt);
+}
+
+TEST_F(LearnedPlugInControls, ASongSwitchDropsWhatHasNotReachedItsPlugIn) {
+  learn(strip_.instrument, 6, {0xB0, 20, 1});
+  warmUp();
+  mainQueue.advance(1);
+  core().parameterSets.clear();
+  addSong("Two", {});
+  play({0xB0, 20, 127});
+  content.songSwitch().applySong(1);
+  answerAll();
+  mainQueue.advance(1);
+  EXPECT_TRUE(core().parameterSets.empty()) << "the plug-in may be the next song's";
+}
+
+TEST_F(LearnedPlugInControls, WhatComesBeforeTheControlsAreKnownDoesNotMoveTheNextSong) {
+  for (const char* const name : {"Two", "Three"}) {
+    addSong(name, {record("Keys", organKey)});
+  }
+  content.songSwitch().applySong(1);
+  answerAll();
+  const auto unit = std::dynamic_pointer_cast<simulation::ScriptedInstrument>(strip(0).instrumentNode.get());
+  changeSong(1, [](SongConfig& song) {
+    song.pluginControlAssignments = {
+        {{.channelIndex = 0, .pluginPath = organKey, .control = "voices"}, {0xB0, 0, 20}, ""}};
+  });
+  unit->core.parameters = std::make_shared<const AUParameterTree>(tree());
+  engine->routeMIDI(0xB0, 20, 127);
+  while (content.learnedPluginControls().areControlsKnown()) {
+    ASSERT_TRUE(mainQueue.runOne());
+  }
+  content.songSwitch().applySong(2);
+  answerAll();
+  EXPECT_TRUE(unit->core.parameterSets.empty());
+  const auto next = std::dynamic_pointer_cast<simulation::ScriptedInstrument>(strip(0).instrumentNode.get());
+  EXPECT_TRUE(next->core.parameterSets.empty());
+}
+
+TEST_F(LearnedPlugInControls, OneThatIsTurnedInItsOwnEditorIsTheTargetWhileOneIsSought) {
+  auto& learned = content.learnedPluginControls();
+  learned.touch(strip_.instrument, 2);
+  mainQueue.runAll();
+  EXPECT_EQ(content.midiLearn().pendingPluginControl.get(), std::nullopt) << "nothing is learned";
+  content.midiLearn().toggleMidiLearnMode();
+  learned.touch(strip_.instrument, 2);
+  mainQueue.runAll();
+  ASSERT_TRUE(content.midiLearn().pendingPluginControl.get());
+  EXPECT_EQ(content.midiLearn().pendingPluginControl.get()->target.control, "voices");
+  learned.touch(effect_, 1);
+  mainQueue.runAll();
+  learned.touch(effect_, 6);
+  learned.touch(effect_, 99);
+  mainQueue.runAll();
+  EXPECT_EQ(content.midiLearn().pendingPluginControl.get()->target.control, "cutoff") << "neither meters nor others";
+  EXPECT_EQ(content.midiLearn().pendingPluginControl.get()->target.slotIndex, 0);
+  play({0xB0, 20, 1});
+  EXPECT_EQ(song(0).pluginControlAssignments.size(), 1U);
+}
+
+TEST_F(LearnedPlugInControls, OneWithoutBoundsHasNoTravelForHardware) {
+  AUParameter seed = tree().allParameters[0];
+  seed.isUnbounded = true;
+  content.midiLearn().toggleMidiLearnMode();
+  content.learnedPluginControls().select(strip_.instrument, seed);
+  EXPECT_EQ(content.midiLearn().pendingPluginControl.get(), std::nullopt);
+}
+
+/// An effect whose switch and knob have no ports.
+class MessagesCore final : public simulation::ScriptedUnitCore, public MessageParameters {
+ public:
+  void watchMessageParameters(bool isWatched) override { watchers += isWatched ? 1 : -1; }
+  [[nodiscard]] std::string parameterText(AUParameterAddress /*address*/) override { return {}; }
+  void setParameterText(AUParameterAddress /*address*/, const std::string& /*text*/) override {}
+
+  int watchers = 0;
+};
+
+class MessagesUnit final : public simulation::SimulatedNodeOf<AVAudioUnit> {
+ public:
+  using SimulatedNodeOf::SimulatedNodeOf;
+  AUAudioUnit& auAudioUnit() override { return core; }
+  void reset() override {}
+
+  MessagesCore core;
+};
+
+TEST_F(LearnedPlugInControls, OneWithoutAPortIsSetWhateverWasReportedAndReportsWhileItsSongIsOnStage) {
+  const auto unit = std::make_shared<MessagesUnit>("sampler");
+  AUParameterTree controls = tree();
+  for (AUParameter& each : controls.allParameters) {
+    each.address += firstMessageParameter;
+  }
+  unit->core.parameters = std::make_shared<const AUParameterTree>(controls);
+  effect_->core.parameters = nullptr;
+  strip_.channel->effectNodes.modify([&](auto& all) { all.begin()->second = unit; });
+  learn(unit, 1, {0xB0, 20, 1});
+  unit->core.parameterValues[firstMessageParameter + 2] = 9;  // as it was in an earlier song
+  play({0xB0, 20, 127});
+  EXPECT_EQ(unit->core.parameterSets,
+            (std::vector<std::pair<AUParameterAddress, float>>{{firstMessageParameter + 2, 9.0F}}));
+  play({0xB0, 20, 126});
+  EXPECT_EQ(unit->core.watchers, 1);
+  addSong("Two", {});
+  content.songSwitch().applySong(1);
+  answerAll();
+  EXPECT_EQ(unit->core.watchers, 0);
 }
 
 }  // namespace
