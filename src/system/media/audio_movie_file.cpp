@@ -270,12 +270,13 @@ std::uint32_t AudioMovieFile::Decoder::copy(std::int64_t frame, std::uint32_t mo
   return count;
 }
 
-Result<std::shared_ptr<AVAudioFile>> AudioMovieFile::open(const std::string& path) {
+Result<std::shared_ptr<AVAudioFile>> AudioMovieFile::open(const std::string& path,
+                                                          std::optional<std::int64_t> knownLength) {
   auto decoder = std::make_unique<Decoder>();
   if (auto failure = decoder->open(path)) {
     return *failure;
   }
-  const std::int64_t length = decoder->countFrames();
+  const std::int64_t length = knownLength ? *knownLength : decoder->countFrames();
   if (auto failure = unplayable(path, decoder->rate(), decoder->channels(), length)) {
     return *failure;
   }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <vector>
@@ -37,6 +39,24 @@ TEST(VorbisFile, GivesTheSameSamplesFromAnywhere) {
             << "from " << frame;
       }
     }
+  }
+}
+
+TEST(VorbisFile, ForScanningHasTheSameLengthAndSamplesButForTheirLastBits) {
+  const auto exact = opened("long.ogg");
+  auto scanned = AudioFiles().openForScanning(mediaFile("long.ogg"));
+  ASSERT_TRUE(exact != nullptr && scanned);
+  ASSERT_EQ(scanned.value()->length(), exact->length());
+  const auto length = static_cast<std::uint32_t>(exact->length());
+  const auto one = readAt(*exact, 0, length);
+  const auto other = readAt(*scanned.value(), 0, length);
+  for (std::size_t channel = 0; channel < 2; ++channel) {
+    ASSERT_EQ(other[channel].size(), one[channel].size());
+    float largest = 0;
+    for (std::size_t frame = 0; frame < length; ++frame) {
+      largest = std::max(largest, std::abs(one[channel][frame] - other[channel][frame]));
+    }
+    EXPECT_LT(largest, 1e-4F);
   }
 }
 
