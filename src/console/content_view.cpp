@@ -44,11 +44,16 @@ ContentView::ContentView(const Collaborators& collaborators)
                      collaborators.console, copies_, collaborators.background}),
       droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}),
       editorPanels_({appState_, collaborators.mainQueue, collaborators.desktop}),
+      parameterFiles_(appState_, collaborators.mainQueue, collaborators.desktop),
       pluginEditors_(editorPanels_, collaborators.mainQueue, notifications_) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
   songSwitch_.amendRecord = channelOperations_.amendRecord =
       [this](const AudioChannel& channel, ChannelConfig& record) { instrumentSelector_.amendRecord(channel, record); };
+  connections_.push_back(pluginEditors_.controlTurned.connect(
+      [this](const auto& unit, AUParameterAddress address) { learnedPluginControls_.touch(unit, address); }));
+  connections_.push_back(pluginEditors_.fileRequested.connect(
+      [this](const auto& unit, const std::string& identifier) { parameterFiles_.request(unit, identifier); }));
   // One of both is open at a time: they lie in the same place.
   connections_.push_back(trackEditor_.channelId.changed.connect([this](const auto& id) {
     if (id) {

@@ -18,6 +18,7 @@
 #include "console/keyboard_panel.h"
 #include "console/learned_controls.h"
 #include "console/learned_plugin_controls.h"
+#include "console/parameter_files.h"
 #include "console/reorder.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
@@ -148,6 +149,7 @@ class ContentView {
   SetlistFiles setlistFiles_;
   DroppedFiles droppedFiles_;
   EditorPanels editorPanels_;
+  ParameterFiles parameterFiles_;
   PluginEditors pluginEditors_;
   std::vector<NSNotificationCenter::Listeners::Connection> observers_;
   std::vector<std::shared_ptr<void>> connections_;

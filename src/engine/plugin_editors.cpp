@@ -63,43 +63,57 @@ std::shared_ptr<AVAudioUnit> PluginEditors::Target::current() const {
   return owner != nullptr && opened != nullptr && find(*owner) == opened ? opened : nullptr;
 }
 
-void PluginEditors::openInstrumentEditor(const std::shared_ptr<AudioChannel>& channel) {
-  open(instrumentKey(*channel), channel->name.get() + " - " + channel->pluginName.get() + " Editor", channel,
-       [](AudioChannel& owner) { return std::dynamic_pointer_cast<AVAudioUnit>(owner.instrumentNode.get()); });
+void PluginEditors::openInstrumentEditor(const std::shared_ptr<AudioChannel>& channel, PluginView wanted) {
+  open(
+      instrumentKey(*channel), channel->name.get() + " - " + channel->pluginName.get() + " Editor", channel,
+      [](AudioChannel& owner) { return std::dynamic_pointer_cast<AVAudioUnit>(owner.instrumentNode.get()); }, wanted);
 }
 
-void PluginEditors::openEffectEditor(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId) {
+void PluginEditors::openEffectEditor(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                                     PluginView wanted) {
   const auto& slots = channel->effectSlots.get();
   const auto slot = findSlot(slots, slotId);
   if (slot != slots.end()) {
-    open(effectKey(*channel, slotId), channel->name.get() + " - " + slot->pluginName + " Editor", channel,
-         [slotId](AudioChannel& owner) {
-           const auto& nodes = owner.effectNodes.get();
-           const auto node = nodes.find(slotId);
-           return node == nodes.end() ? nullptr : node->second;
-         });
+    open(
+        effectKey(*channel, slotId), channel->name.get() + " - " + slot->pluginName + " Editor", channel,
+        [slotId](AudioChannel& owner) {
+          const auto& nodes = owner.effectNodes.get();
+          const auto node = nodes.find(slotId);
+          return node == nodes.end() ? nullptr : node->second;
+        },
+        wanted);
   }
 }
 
-void PluginEditors::open(std::string key, std::string title, const std::shared_ptr<AudioChannel>& channel, Find find) {
+void PluginEditors::open(std::string key, std::string title, const std::shared_ptr<AudioChannel>& channel, Find find,
+                         PluginView wanted) {
   const auto unit = find(*channel);
-  if (unit == nullptr || opening_.contains(key) || closeEditorIfVisible(key)) {
+  if (unit == nullptr || opening_.contains(key)) {
+    return;
+  }
+  const auto present = editors_.find(key);
+  const bool isReplaced = wanted == PluginView::generic && present != editors_.end() && !present->second.isGeneric;
+  if (closeEditorIfVisible(key) && !isReplaced) {
     return;
   }
   opening_.insert(key);
   // Later, so that the press on the button has ended first.
-  mainQueue_.async(
-      [this, life = life_.watch(), target = Target{std::move(key), std::move(title), channel, unit, std::move(find)}] {
-        if (life.isAlive()) {
-          requestView(target);
-        }
-      });
+  mainQueue_.async([this, life = life_.watch(),
+                    target = Target{std::move(key), std::move(title), channel, unit, std::move(find), wanted}] {
+    if (life.isAlive()) {
+      requestView(target);
+    }
+  });
 }
 
 void PluginEditors::requestView(const Target& target) {
   const auto unit = target.current();
   if (unit == nullptr) {
     opening_.erase(target.key);
+    return;
+  }
+  if (target.wanted == PluginView::generic) {
+    showContent(target, nullptr);
     return;
   }
   const auto isResolved = std::make_shared<bool>(false);  // touched on the main thread alone
@@ -121,17 +135,18 @@ void PluginEditors::showContent(const Target& target, std::shared_ptr<NSViewCont
     return;  // it has gone while its view was on the way
   }
   std::string title = target.title;
-  if (view == nullptr) {
+  const bool isGeneric = view == nullptr;
+  if (isGeneric) {
     view = factory_.makeGenericView(unit);
     view->setViewSize(genericView);
     title += " (Generic)";
   }
   view->setViewSize(editorViewSize(view->measuredSize(), view->preferredContentSize()));
-  present(target, title, view);
+  present(target, title, view, isGeneric);
 }
 
 void PluginEditors::present(const Target& target, const std::string& title,
-                            const std::shared_ptr<NSViewController>& view) {
+                            const std::shared_ptr<NSViewController>& view, bool isGeneric) {
   dropInvisible();
   const auto channel = target.channel.lock();
   const auto check = [this, key = target.key](const auto&) { closeUnlessCurrent(key); };
@@ -139,7 +154,11 @@ void PluginEditors::present(const Target& target, const std::string& title,
   if (panel == nullptr) {
     panel = factory_.makePanel(view);
   }
-  const Editor editor{target, view, panel, channel->instrumentNode.changed.connect(check),
+  const Editor editor{target,
+                      view,
+                      panel,
+                      isGeneric,
+                      channel->instrumentNode.changed.connect(check),
                       channel->effectNodes.changed.connect(check)};
   editors_.insert_or_assign(target.key, editor);
   editor.panel->setTitle(title);
@@ -176,19 +195,35 @@ void PluginEditors::follow(const Editor& editor) {
       }
     };
   };
-  editor.view->setEvents({.arrived = onEditor([this](Editor& current) {
-                            fitAndRaise(current);
-                            scheduleRefits(current);
-                          }),
-                          .resized = onEditor([this](Editor& current) { fit(current); }),
-                          .failed = onEditor([this](Editor& current) {
-                            const Target target = current.target;
-                            const bool wasWanted = current.panel->isVisible();
-                            closeEditor(target.key);
-                            if (wasWanted) {
-                              showContent(target, nullptr);
-                            }
-                          })});
+  const auto onUnit = [onEditor](auto action) {
+    return [onEditor, action](const auto& value) {
+      onEditor([action, value](Editor& current) {
+        if (const auto unit = current.target.current()) {
+          action(unit, value);
+        }
+      })();
+    };
+  };
+  editor.view->setEvents(
+      {.arrived = onEditor([this](Editor& current) {
+         fitAndRaise(current);
+         scheduleRefits(current);
+       }),
+       .resized = onEditor([this](Editor& current) { fit(current); }),
+       .failed = onEditor([this](Editor& current) {
+         const Target target = current.target;
+         const bool wasWanted = current.panel->isVisible();
+         closeEditor(target.key);
+         if (wasWanted) {
+           showContent(target, nullptr);
+         }
+       }),
+       .controlTurned = onUnit([this](const std::shared_ptr<AVAudioUnit>& unit, AUParameterAddress address) {
+         controlTurned.emit(unit, address);
+       }),
+       .fileRequested = onUnit([this](const std::shared_ptr<AVAudioUnit>& unit, const std::string& identifier) {
+         fileRequested.emit(unit, identifier);
+       })});
 }
 
 void PluginEditors::scheduleRefits(const Editor& editor) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foundation/life_token.h"
+#include "foundation/observable.h"
 #include "foundation/uuid.h"
 #include "platform/notification_center.h"
 #include "platform/plugin_editor.h"
@@ -28,6 +29,9 @@ class RepeatingTimer;
 /// beside a margin of 80. Without a screen one of 1440 by 900 is assumed.
 [[nodiscard]] NSSize editorContentSize(const NSSize& measured, const std::optional<NSSize>& visibleFrame);
 
+/// Which window of a plug-in: its own where it has one, or the generic one, which has its presets.
+enum class PluginView { best, generic };
+
 /// The windows of plug-ins: one for each key, above the main window, fitted three times after it opens, since many
 /// plug-ins size their views late.
 ///
@@ -44,14 +48,21 @@ class PluginEditors {
   [[nodiscard]] static std::string instrumentKey(const AudioChannel& channel);
   [[nodiscard]] static std::string effectKey(const AudioChannel& channel, const Uuid& slotId);
 
-  /// Opens the editor of the channel's instrument, or closes it. Nothing for a channel that hosts no plug-in, and while
-  /// the editor is on its way.
-  void openInstrumentEditor(const std::shared_ptr<AudioChannel>& channel);
+  /// Opens the editor of the channel's instrument, or closes it; the generic view takes the place of another. Nothing
+  /// for a channel that hosts no plug-in, and while the editor is on its way.
+  void openInstrumentEditor(const std::shared_ptr<AudioChannel>& channel, PluginView wanted = PluginView::best);
 
   /// The same for the effect of a slot; nothing for a slot that is not there or has no plug-in.
-  void openEffectEditor(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId);
+  void openEffectEditor(const std::shared_ptr<AudioChannel>& channel, const Uuid& slotId,
+                        PluginView wanted = PluginView::best);
 
   void closeEditor(const std::string& key);
+
+  /// Emitted for a control that a person has turned in the plug-in's own editor, by its address.
+  Signal<const std::shared_ptr<AVAudioUnit>&, AUParameterAddress> controlTurned;
+
+  /// Emitted when that editor wants a file for the parameter of this identifier.
+  Signal<const std::shared_ptr<AVAudioUnit>&, const std::string&> fileRequested;
 
   /// False, and the key is forgotten, when there is none or a person has closed it.
   bool closeEditorIfVisible(const std::string& key);
@@ -66,6 +77,7 @@ class PluginEditors {
     std::weak_ptr<AudioChannel> channel;
     std::weak_ptr<AVAudioUnit> unit;
     Find find;
+    PluginView wanted = PluginView::best;
 
     /// The plug-in, where it still has the place.
     [[nodiscard]] std::shared_ptr<AVAudioUnit> current() const;
@@ -75,14 +87,17 @@ class PluginEditors {
     Target target;
     std::shared_ptr<NSViewController> view;
     std::shared_ptr<NSPanel> panel;
+    bool isGeneric = false;
     std::shared_ptr<void> instrumentConnection;
     std::shared_ptr<void> effectsConnection;
   };
 
-  void open(std::string key, std::string title, const std::shared_ptr<AudioChannel>& channel, Find find);
+  void open(std::string key, std::string title, const std::shared_ptr<AudioChannel>& channel, Find find,
+            PluginView wanted);
   void requestView(const Target& target);
   void showContent(const Target& target, std::shared_ptr<NSViewController> view);
-  void present(const Target& target, const std::string& title, const std::shared_ptr<NSViewController>& view);
+  void present(const Target& target, const std::string& title, const std::shared_ptr<NSViewController>& view,
+               bool isGeneric);
   void follow(const Editor& editor);
   /// Null when the panel is not the one of this key any more.
   [[nodiscard]] Editor* find(const std::string& key, const std::shared_ptr<NSPanel>& panel);

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/audio_parameters.h"
+
 namespace vrel {
 
 class AVAudioUnit;
@@ -21,9 +23,11 @@ struct NSSize {
 
 /// What happens to a view after it was given. Called on the main thread.
 struct NSViewEvents {
-  std::function<void()> arrived;  // it is on the screen; before that it has no size of its own
-  std::function<void()> resized;  // by itself
-  std::function<void()> failed;   // there will be none; at most once, and never after `arrived`
+  std::function<void()> arrived;                          // it is on the screen; before that it has no size of its own
+  std::function<void()> resized;                          // by itself
+  std::function<void()> failed;                           // there will be none; at most once, and never after `arrived`
+  std::function<void(AUParameterAddress)> controlTurned;  // in it, by a person
+  std::function<void(const std::string& identifier)> fileRequested;  // for the parameter of this identifier
 };
 
 /// The view of a plug-in. Main thread.

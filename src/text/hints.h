@@ -54,6 +54,7 @@ enum class Hint {
   brightness,
   instrument,
   instrumentWindow,
+  openControls,
   pluginControl,
   typedControl,
   learnPluginControl,

@@ -147,6 +147,48 @@ TEST_F(Editors, APlugInWithoutAViewShowsTheGenericOneAtOnce) {
   EXPECT_EQ(factory.panels.size(), 1U) << "the fallback comes too late";
 }
 
+TEST_F(Editors, TheGenericViewTakesThePlaceOfThePlugInsOwnAndASecondPressClosesIt) {
+  const auto strip = addStrip("Keys");
+  const auto own = open(strip);
+  const auto press = [&] {
+    editors.openInstrumentEditor(strip.channel, PluginView::generic);
+    mainQueue.runAll();
+  };
+  press();
+  EXPECT_FALSE(own->isShown);
+  ASSERT_EQ(factory.panels.size(), 2U);
+  EXPECT_EQ(factory.panels[1]->title, "Keys - Keys Editor (Generic)");
+  EXPECT_TRUE(strip.instrument->core.viewRequests.empty()) << "its own is not asked for";
+  press();
+  EXPECT_FALSE(factory.panels[1]->isShown);
+  EXPECT_EQ(factory.panels.size(), 2U);
+  press();
+  EXPECT_TRUE(factory.panels[2]->isShown);
+  ask(strip);
+  EXPECT_FALSE(factory.panels[2]->isShown) << "one editor for each plug-in";
+}
+
+TEST_F(Editors, WhatIsTurnedAndAskedForInAViewNamesItsPlugIn) {
+  const auto strip = addStrip("Keys");
+  std::vector<std::string> heard;
+  const auto turned = editors.controlTurned.connect([&](const auto& unit, AUParameterAddress address) {
+    heard.push_back((unit == strip.instrument ? "own " : "other ") + std::to_string(address));
+  });
+  const auto asked = editors.fileRequested.connect([&](const auto& unit, const std::string& identifier) {
+    heard.push_back((unit == strip.instrument ? "own " : "other ") + identifier);
+  });
+  ask(strip);
+  const auto view = std::make_shared<ScriptedRemoteView>();
+  answer(strip.instrument->core, view);
+  const auto events = view->events;
+  events.controlTurned(7);
+  events.fileRequested("urn:file");
+  EXPECT_EQ(heard, (std::vector<std::string>{"own 7", "own urn:file"}));
+  editors.closeEditor(PluginEditors::instrumentKey(*strip.channel));
+  events.controlTurned(8);
+  EXPECT_EQ(heard.size(), 2U) << "the window is closed";
+}
+
 TEST_F(Editors, AViewIsAtLeastAsLargeAsTheDefaultAndAsItPrefers) {
   EXPECT_EQ(editorViewSize({100, 100}, {}), (NSSize{760, 520}));
   EXPECT_EQ(editorViewSize({900, 100}, {800, 700}), (NSSize{900, 700}));

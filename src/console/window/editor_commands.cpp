@@ -9,26 +9,43 @@
 #include "console/editor_panels.h"
 #include "console/window/console_commands.h"
 #include "engine/audio_engine.h"
+#include "engine/plugin_editors.h"
 
 namespace vrel::window {
 
 void EditorCommands::toggleInstrument(const QString& channelId) {
-  commands_.post([id = channelId.toStdString()](ConsoleActions& actions) {
+  openInstrument(channelId, PluginView::best);
+}
+
+void EditorCommands::toggleInstrumentControls(const QString& channelId) {
+  openInstrument(channelId, PluginView::generic);
+}
+
+void EditorCommands::openInstrument(const QString& channelId, PluginView view) const {
+  commands_.post([id = channelId.toStdString(), view](ConsoleActions& actions) {
     if (const auto channel = actions.strip(id)) {
-      actions.content.pluginEditors().openInstrumentEditor(channel);
+      actions.content.pluginEditors().openInstrumentEditor(channel, view);
     }
   });
 }
 
 void EditorCommands::toggleEffect(const QString& slotId) {
-  commands_.post([id = slotId.toStdString()](ConsoleActions& actions) {
+  openEffect(slotId, PluginView::best);
+}
+
+void EditorCommands::toggleEffectControls(const QString& slotId) {
+  openEffect(slotId, PluginView::generic);
+}
+
+void EditorCommands::openEffect(const QString& slotId, PluginView view) const {
+  commands_.post([id = slotId.toStdString(), view](ConsoleActions& actions) {
     const auto channel = actions.content.effectRack().channel();
     if (channel == nullptr) {
       return;
     }
     for (const auto& slot : EffectRack::occupiedSlots(*channel)) {
       if (slot.id.text() == id) {
-        actions.content.pluginEditors().openEffectEditor(channel, slot.id);
+        actions.content.pluginEditors().openEffectEditor(channel, slot.id, view);
       }
     }
   });

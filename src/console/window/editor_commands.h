@@ -9,6 +9,7 @@
 namespace vrel {
 class ContentView;
 class ControlsEditor;
+enum class PluginView;
 }  // namespace vrel
 
 namespace vrel::window {
@@ -29,6 +30,9 @@ class EditorCommands : public QObject {
   /// Opens the window of a strip's instrument or of an effect in the open rack; another press closes it.
   Q_INVOKABLE void toggleInstrument(const QString& channelId);
   Q_INVOKABLE void toggleEffect(const QString& slotId);
+  /// The same for the generic window, also of one that has a window of its own.
+  Q_INVOKABLE void toggleInstrumentControls(const QString& channelId);
+  Q_INVOKABLE void toggleEffectControls(const QString& slotId);
   Q_INVOKABLE void close(const QString& editorId);
 
   Q_INVOKABLE void setSearch(const QString& editorId, const QString& text);
@@ -49,6 +53,8 @@ class EditorCommands : public QObject {
   Q_INVOKABLE void deletePreset(const QString& editorId);
 
  private:
+  void openInstrument(const QString& channelId, PluginView view) const;
+  void openEffect(const QString& slotId, PluginView view) const;
   void withEditor(const QString& editorId, std::function<void(ControlsEditor&)> action) const;
 
   const ConsoleCommands& commands_;

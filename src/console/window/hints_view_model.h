@@ -74,6 +74,7 @@ class HintsViewModel : public QObject {
   VREL_HINT(brightness)
   VREL_HINT(instrument)
   VREL_HINT(instrumentWindow)
+  VREL_HINT(openControls)
   VREL_HINT(pluginControl)
   VREL_HINT(typedControl)
   VREL_HINT(learnPluginControl)

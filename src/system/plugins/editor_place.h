@@ -36,6 +36,7 @@ struct EditorPlace {
   std::string bundlePath;   // of the editor, with a separator at its end
   std::string libraryPath;  // its own, which is not the plug-in's
   std::vector<EditorPort> ports;
+  std::vector<std::string> files;  // URIs of the parameters that are files and are set by messages
 
   bool operator==(const EditorPlace&) const = default;
 };

@@ -2,22 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <QAccessible>
-#include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QWindow>
-#include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <string>
-#include <variant>
 #include <vector>
 
-#include "apps/vrel/console_fixture.h"
+#include "apps/vrel/editor_fixture.h"
 #include "apps/vrel/spoken_window.h"
 #include "apps/vrel/window_looks.h"
 #include "system/plugins/lv2/preset_answers.h"
@@ -25,97 +19,6 @@
 
 namespace vrel::app::test {
 namespace {
-
-/// The window of an effect of the zoo that has a control of each kind.
-class EditorWindow : public ConsoleFixture {
- protected:
-  EditorWindow() { ::setenv("LV2_PATH", VREL_ZOO_PATH, 1); }
-  ~EditorWindow() override {
-    driver.close();
-    ::setenv("LV2_PATH", VREL_KNOWN_BUNDLES, 1);
-  }
-
-  void addEffect(const std::string& name) {
-    driver.click(isOnMaster_ ? "masterRack" : "rack0");
-    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("effectSearch"); }));
-    driver.click("effectSearch");
-    driver.type(name);
-    ASSERT_TRUE(driver.eventually([&] { return driver.value("effect0", "name").toString().toStdString() == name; }));
-    driver.key("Return");
-    ASSERT_TRUE(driver.eventually([this] { return driver.value("openEffect0", "enabled").toBool(); }));
-  }
-
-  void openPanel() {
-    addEffect("Zoo Panel");
-    driver.click("openEffect0");
-    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("control0Slider"); }));
-    // It is centred and raised three times.
-    const QWindow* const window = editor();
-    ASSERT_NE(window, nullptr);
-    ASSERT_TRUE(driver.eventually([window] { return window->isActive(); }));
-    ASSERT_TRUE(driver.eventually([this] { return centerings() == 4; }));
-  }
-
-  [[nodiscard]] static QWindow* editor() {
-    for (QWindow* const window : QGuiApplication::topLevelWindows()) {
-      if (window->objectName() == QLatin1String("pluginEditor") && window->isVisible()) {
-        return window;
-      }
-    }
-    return nullptr;
-  }
-
-  [[nodiscard]] static int centerings() {
-    const QWindow* const window = editor();
-    return window == nullptr ? 0 : window->property("centerings").toInt();
-  }
-
-  [[nodiscard]] bool closes() {
-    return driver.eventually([] { return editor() == nullptr; });
-  }
-
-  [[nodiscard]] AudioChannel& owner(Session& session) const {
-    return isOnMaster_ ? *session.engine().masterChannel() : *session.engine().channels()[0];
-  }
-
-  float effectValue(AUParameterAddress address) {
-    return driver.fromLogic<float>([this, address](Session& session) {
-      const auto& nodes = owner(session).effectNodes.get();
-      return nodes.empty() ? -1.0F : nodes.begin()->second->auAudioUnit().parameterValue(address);
-    });
-  }
-
-  /// What a save would write of the effect's first control.
-  float storedLevel() {
-    return driver.fromLogic<float>([](Session& session) {
-      auto& states = session.engine().pluginState();
-      const auto slots = states.captureEffectSlots(*session.engine().channels()[0]);
-      const auto state = states.decodePluginState(slots.at(0).stateBase64).value();
-      const auto& ports = std::get<PropertyListDictionary>(state.at("ports").content);
-      return static_cast<float>(std::get<double>(ports.at("level").content));
-    });
-  }
-
-  [[nodiscard]] bool becomes(AUParameterAddress address, const std::function<bool(float)>& is) {
-    return driver.eventually([&] { return is(effectValue(address)); });
-  }
-  [[nodiscard]] bool becomes(AUParameterAddress address, float value) {
-    return becomes(address, [value](float now) { return now == value; });
-  }
-
-  /// The plug-in's own editor, a window of another process; it has the keyboard.
-  void openOwnEditor() {
-    driver.click("openEffect0");
-    ASSERT_TRUE(
-        driver.eventually([] { return holds("xdotool getwindowfocus getwindowname | grep -q 'Zoo Window Editor$'"); }));
-  }
-  [[nodiscard]] static bool isOwnEditorShown() {
-    return holds("xdotool search --onlyvisible --name 'Zoo Window Editor$' >/dev/null");
-  }
-  [[nodiscard]] static bool holds(const std::string& command) { return std::system(command.c_str()) == 0; }
-
-  bool isOnMaster_ = false;  // which plays blocks also while no strip does
-};
 
 TEST_F(EditorWindow, AKnobIsTurnedByPointerAndIsSavedWithTheSong) {
   openPanel();
@@ -245,6 +148,28 @@ TEST_F(EditorWindow, AFileIsChosenAndWhatThePlugInMakesOfItIsShown) {
   EXPECT_TRUE(driver.session().isDirty());
 }
 
+TEST_F(EditorWindow, TextAndANumberWithoutBoundsAreTyped) {
+  isOnMaster_ = true;
+  addEffect("Zoo Patched");
+  driver.click("openEffect0");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("controlSearch"); }));
+  const auto enter = [this](const std::string& name, const std::string& field, const std::string& text) {
+    driver.click("controlSearch");
+    driver.key("ctrl+a");
+    driver.type(name);
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(field) && !driver.isShown("control0"); }));
+    driver.click(field);
+    driver.type(text);
+    driver.key("Return");
+    EXPECT_TRUE(driver.eventually([&] { return driver.value(field, "valueText").toString().toStdString() == text; }));
+  };
+  driver.onLogic([](Session& session) { session.state().isDirty.set(false); });
+  enter("Words", "control8Value", "Grand Piano");
+  EXPECT_TRUE(driver.session().isDirty());
+  enter("Seed", "control6Value", "2000");
+  EXPECT_FALSE(driver.isShown("control6Slider")) << "it has no travel";
+}
+
 TEST_F(EditorWindow, WhatThePlugInShowsMoves) {
   isOnMaster_ = true;
   openPanel();
@@ -372,38 +297,6 @@ TEST_F(EditorWindow, InLiveModeItOpensAndTheStageKeysReachTheConsole) {
   ASSERT_TRUE(driver.eventually([] { return editor() != nullptr && editor()->isActive(); }));
   driver.key("1");
   EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); }));
-}
-
-TEST_F(EditorWindow, APlugInsOwnEditorIsTurnedByPointerAndIsSavedWithTheSong) {
-  addEffect("Zoo Window");
-  openOwnEditor();
-  driver.onLogic([](Session& session) { session.state().isDirty.set(false); });
-  driver.movePointer(driver.program().window.quickWindow()->geometry().center());
-  EXPECT_TRUE(driver.eventually([this] {
-    (void)holds("xdotool click 1");  // until the view is there
-    return std::abs(effectValue(2) - 1.5F) < 0.1F;
-  })) << effectValue(2);
-  EXPECT_TRUE(driver.eventually([this] { return driver.session().isDirty(); }));
-  EXPECT_EQ(storedLevel(), effectValue(2)) << "captured with the song";
-  driver.onLogic([](Session& session) {
-    auto& channel = *session.engine().channels()[0];
-    session.engine().effects().removeEffectSlot(channel, channel.effectSlots.get()[0].id);
-  });
-  EXPECT_TRUE(driver.eventually([] { return !isOwnEditorShown(); }));
-}
-
-TEST_F(EditorWindow, InLiveModeTheStageKeysAndPanicReachTheConsoleFromAPlugInsOwnEditor) {
-  addEffect("Zoo Window");
-  driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
-  openOwnEditor();
-  driver.onLogic([](Session& session) { session.state().noteActivity(60, true); });
-  driver.key("1");
-  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); }));
-  driver.key("p");
-  EXPECT_TRUE(driver.eventually([this] {
-    return driver.fromLogic<bool>([](Session& session) { return session.state().pressedNotes.get().empty(); });
-  }));
 }
 
 TEST_F(EditorWindow, AnInstrumentsMenuOpensIts) {

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <span>
+#include <string_view>
 #include <utility>
 
 namespace vrel::editor {
@@ -31,6 +32,9 @@ Bytes bytesOf(const std::string& text) {
 }  // namespace
 
 int EditorProgram::serve() {
+  if (access_) {
+    EditorWindow::outliveDisplay(&displayLost_);
+  }
   const bool isOpen = openAsAsked();
   if (isOpen) {
     run();
@@ -67,6 +71,16 @@ void EditorProgram::finish() {
   }
   guard_.reset();
   window_.reset();
+  if (access_) {
+    EditorWindow::outliveDisplay(nullptr);
+  }
+}
+
+/// The last that is heard of it: its thread stops.
+void EditorProgram::loseDisplay() {
+  constexpr std::string_view why = "lost its X display";
+  send({MessageKind::failed, 0, Bytes(why.begin(), why.end())});
+  (void)shutdown(socket_.get(), SHUT_RDWR);
 }
 
 void EditorProgram::askToEnd() {
@@ -95,6 +109,10 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
                                      window_->resizeView(size);
                                    }
                                  },
+                             .fileRequested =
+                                 [this](const std::string& uri) {
+                                   send({MessageKind::fileRequested, 0, bytesOf(uri)});
+                                 },
                              .log =
                                  [this](const std::string& line) {
                                    send({MessageKind::log, 0, bytesOf(line)});
@@ -121,6 +139,9 @@ Outcome EditorProgram::open(const sandbox::EditorRequest& request) {
   }
   if (Outcome failure = editor_->open(window_ != nullptr ? window_->id() : 0)) {
     return failure;
+  }
+  if (access_) {
+    EditorWindow::outliveExit();
   }
   embed();
   sentSize_ = sandbox::EditorSize{};

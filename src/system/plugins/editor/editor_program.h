@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -50,10 +51,12 @@ class EditorProgram {
   void sendWritten();
   void send(const sandbox::Message& message);
   void consoleIsGone();
+  void loseDisplay();
   void finish();
 
   const sandbox::FileDescriptor socket_;
   const std::optional<PluginAccess> access_;
+  const std::function<void()> displayLost_ = [this] { loseDisplay(); };
   Mutex sending_;
   sandbox::MessageParser parser_;
   std::unique_ptr<EditorWindow> window_;     // around an editor that is put into one

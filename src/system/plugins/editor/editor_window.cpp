@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
+#include <functional>
 #include <utility>
 
 #include "system/plugins/editor/window_list.h"
@@ -24,8 +26,30 @@ int ignoreError(Display* /*display*/, XErrorEvent* /*error*/) {
   return 0;
 }
 
+std::atomic<bool> isInPlugInsProcess{false};
+thread_local const std::function<void()>* displayLost = nullptr;  // a pointer, since an exit ends objects before
+
+/// The library knows no way back from a display that is lost, and a toolkit none from its exit.
+[[noreturn]] void stopThread() {
+  if (const auto* const handler = std::exchange(displayLost, nullptr)) {
+    (*handler)();
+  }
+  for (;;) {
+    pause();
+  }
+}
+
 [[noreturn]] int leaveWithoutDisplay(Display* /*display*/) {
-  std::_Exit(EXIT_FAILURE);
+  if (!isInPlugInsProcess) {
+    std::_Exit(EXIT_FAILURE);
+  }
+  stopThread();
+}
+
+void stopEditorsThread() {
+  if (displayLost != nullptr) {
+    stopThread();
+  }
 }
 
 int pixels(std::uint32_t size) {
@@ -42,6 +66,15 @@ void EditorWindow::prepare() {
   XInitThreads();
   XSetErrorHandler(ignoreError);
   XSetIOErrorHandler(leaveWithoutDisplay);
+}
+
+void EditorWindow::outliveDisplay(const std::function<void()>* lost) {
+  isInPlugInsProcess = true;
+  displayLost = lost;
+}
+
+void EditorWindow::outliveExit() {
+  (void)std::atexit(stopEditorsThread);
 }
 
 bool EditorWindow::hasDisplay() {

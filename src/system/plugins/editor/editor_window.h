@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,7 +24,8 @@ using sandbox::EditorSize;
 /// The window around a plug-in's editor: a window of the desktop that belongs to the console's. The editor puts a
 /// window of its own into it, at any time and on a connection of its own.
 ///
-/// Errors of X11, an editor's too, are counted and nothing else; a display that is gone ends the process. One thread.
+/// Errors of X11, an editor's too, are ignored; a display that is gone ends the process, or, in that of the plug-in,
+/// only the thread. One thread.
 class EditorWindow {
  public:
   using Id = unsigned long;
@@ -36,6 +38,13 @@ class EditorWindow {
 
   /// Before any other use of X11. Its errors end nothing from then on, until a library changes that.
   static void prepare();
+
+  /// In the process of the plug-in, whose sound is to go on without the display: from now on a thread that loses it
+  /// stops there, and so does this one when a library ends the process on it for that. This one calls `lost` before,
+  /// which is borrowed until the next call; null for a thread without an editor.
+  static void outliveDisplay(const std::function<void()>* lost);
+  /// To be called when the libraries of the editor are loaded: before what they do at an exit.
+  static void outliveExit();
 
   /// Whether a display answers.
   [[nodiscard]] static bool hasDisplay();

@@ -94,6 +94,7 @@ Outcome HostedEditor::open(unsigned long parent) {
   offer(LV2_UI__portMap, &portMap_);
   offer(LV2_UI__portSubscribe, &subscribe_);
   offer(LV2_UI__touch, &touch_);
+  offer(LV2_UI__requestValue, &requestValue_);
   offer(LV2_UI__idleInterface);
   if (instance_ != nullptr) {
     offer(LV2_INSTANCE_ACCESS_URI, instance_);
@@ -225,6 +226,22 @@ std::uint32_t HostedEditor::portIndex(LV2UI_Feature_Handle self, const char* sym
 std::uint32_t HostedEditor::acceptSubscription(LV2UI_Feature_Handle self, std::uint32_t port,
                                                std::uint32_t /*protocol*/, const LV2_Feature* const* /*features*/) {
   return port < static_cast<HostedEditor*>(self)->request_.place.ports.size() ? 0 : 1;
+}
+
+/// The answer comes, if one does, from the plug-in, which gets what is chosen.
+LV2UI_Request_Value_Status HostedEditor::requestValue(LV2UI_Feature_Handle self, LV2_URID key, LV2_URID type,
+                                                      const LV2_Feature* const* /*features*/) {
+  auto& editor = *static_cast<HostedEditor*>(self);
+  const char* const uri = editor.urids_.unmap(key);
+  const auto& files = editor.request_.place.files;
+  if (uri == nullptr || std::find(files.begin(), files.end(), uri) == files.end()) {
+    return LV2UI_REQUEST_VALUE_ERR_UNKNOWN;
+  }
+  if (type != 0 && type != editor.urids_.map(LV2_ATOM__Path)) {
+    return LV2UI_REQUEST_VALUE_ERR_UNSUPPORTED;
+  }
+  editor.handlers_.fileRequested(uri);
+  return LV2UI_REQUEST_VALUE_SUCCESS;
 }
 
 /// Nothing here distinguishes a held knob.

@@ -38,6 +38,7 @@ class HostedEditor {
     std::function<void(const sandbox::PortValue&)> written;
     std::function<void(std::uint32_t port, const std::vector<std::uint8_t>& packed)> atomWritten;  // see AtomPacking
     std::function<void(const sandbox::EditorSize&)> resized;
+    std::function<void(const std::string& uri)> fileRequested;  // for one of its parameters that are files
     std::function<void(const std::string& line)> log;
   };
 
@@ -87,6 +88,8 @@ class HostedEditor {
   static std::uint32_t acceptSubscription(LV2UI_Feature_Handle self, std::uint32_t port, std::uint32_t protocol,
                                           const LV2_Feature* const* features);
   static void touch(LV2UI_Feature_Handle self, std::uint32_t port, bool isHeld);
+  static LV2UI_Request_Value_Status requestValue(LV2UI_Feature_Handle self, LV2_URID key, LV2_URID type,
+                                                 const LV2_Feature* const* features);
   void offer(const char* uri, void* data = nullptr) { features_.push_back({uri, data}); }
   void makeOptions();
 
@@ -101,6 +104,7 @@ class HostedEditor {
   LV2UI_Port_Map portMap_{this, portIndex};
   LV2UI_Port_Subscribe subscribe_{this, acceptSubscription, acceptSubscription};
   LV2UI_Touch touch_{this, touch};
+  LV2UI_Request_Value requestValue_{this, requestValue};
   ExternalHost externalHost_{closedByPerson, nullptr};
   void* const instance_;  // null where it has no access
   LV2_Extension_Data_Feature dataAccess_{};

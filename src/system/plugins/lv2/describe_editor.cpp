@@ -10,7 +10,9 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/message_parameters.h"
 #include "system/plugins/lv2/bundle_search.h"
+#include "system/plugins/lv2/describe_properties.h"
 #include "system/plugins/lv2/editor_features.h"
 #include "system/plugins/lv2/lilv_pointers.h"
 
@@ -136,6 +138,11 @@ std::optional<EditorPlace> describeEditor(LilvWorld* world, const LilvPlugin* pl
       const PortDescription& port = description.ports[index];
       place->ports.push_back(
           {index, port.symbol, port.kind == PortKind::control, port.isSetting(), port.kind == PortKind::atom});
+    }
+    for (const PropertyDescription& each : describeProperties(world, plugin, description).all) {
+      if (isPath(each.parameter)) {
+        place->files.push_back(each.uri);
+      }
     }
   }
   return place;

@@ -21,7 +21,7 @@ inline constexpr const char* externalEditorHost = "http://kxstudio.sf.net/ns/lv2
 inline constexpr const char* externalEditorOld = LV2_UI_PREFIX "external";
 
 /// What an editor may require of its host. Some are properties, or interfaces of its own, which data lists among them.
-inline constexpr std::array<std::string_view, 18> editorFeatures{
+inline constexpr std::array<std::string_view, 19> editorFeatures{
     LV2_URID__map,
     LV2_URID__unmap,
     LV2_OPTIONS__options,
@@ -31,6 +31,7 @@ inline constexpr std::array<std::string_view, 18> editorFeatures{
     LV2_UI__portMap,
     LV2_UI__portSubscribe,
     LV2_UI__touch,
+    LV2_UI__requestValue,
     LV2_UI__idleInterface,
     LV2_UI__showInterface,
     externalEditorHost,

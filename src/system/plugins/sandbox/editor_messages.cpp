@@ -49,6 +49,10 @@ void write(ByteWriter& writer, const EditorPlace& place) {
     writeFlag(writer, port.isSetting);
     writeFlag(writer, port.isAtom);
   }
+  writer.number(static_cast<std::uint32_t>(place.files.size()));
+  for (const std::string& uri : place.files) {
+    writer.text(uri);
+  }
 }
 
 EditorPlace readPlace(ByteReader& reader) {
@@ -66,6 +70,9 @@ EditorPlace readPlace(ByteReader& reader) {
     port.isSetting = readFlag(reader);
     port.isAtom = readFlag(reader);
     place.ports.push_back(std::move(port));
+  }
+  for (auto count = reader.number<std::uint32_t>(); count > 0 && reader.ok(); --count) {
+    place.files.push_back(reader.text());
   }
   return place;
 }

@@ -63,8 +63,12 @@ bool EditorSession::accept(const Message& message) {
       return takeAtom(message.body);
     case MessageKind::editorKey:
       return takeKey(message.body);
+    case MessageKind::fileRequested:
+      return takeFileRequest(message.body);
     case MessageKind::editorClosed:
-      onView([](EditorView& view) { view.closedByPerson(); });
+      if (!std::exchange(isClosed_, true)) {
+        onView([](EditorView& view) { view.closedByPerson(); });
+      }
       return true;
     case MessageKind::failed:
       failure_.assign(message.body.begin(), message.body.end());
@@ -79,7 +83,7 @@ bool EditorSession::takeWritten(const Bytes& body) {
   if (!written) {
     return false;
   }
-  bool isEdit = false;
+  std::optional<std::uint32_t> turned;
   guest_->pass([&](Guest& guest) {
     ControlTable& table = guest.block().controls;
     for (const PortValue& each : *written) {
@@ -87,24 +91,45 @@ bool EditorSession::takeWritten(const Bytes& body) {
       if (found == ports_.end() || !found->second.isSetting || !std::isfinite(each.value)) {
         continue;
       }
-      isEdit = isEdit || !isSame(control_table::valueOf(table, each.port), each.value);
+      if (!isSame(control_table::valueOf(table, each.port), each.value)) {
+        turned = each.port;
+      }
       found->second.value = each.value;  // not to be sent back to a knob that is being turned
       control_table::want(table, each.port, each.value);
     }
   });
-  if (isEdit) {
-    reportEdit();
+  if (turned) {
+    reportEdit(turned);
   }
   return true;
 }
 
-void EditorSession::reportEdit() const {
+void EditorSession::reportEdit(std::optional<std::uint32_t> port) const {
+  if (port) {
+    const MutexLock lock(pending_->mutex);
+    pending_->port = port;
+  }
   if (!pending_->isEditPosted.exchange(true)) {
     onView([pending = pending_](EditorView& view) {
       pending->isEditPosted = false;
-      view.edited();
+      std::optional<std::uint32_t> turned;
+      {
+        const MutexLock lock(pending->mutex);
+        turned = std::exchange(pending->port, std::nullopt);
+      }
+      view.edited(turned);
     });
   }
+}
+
+bool EditorSession::takeFileRequest(const Bytes& body) {
+  if (!pending_->isRequestPosted.exchange(true)) {
+    onView([pending = pending_, identifier = std::string(body.begin(), body.end())](EditorView& view) {
+      pending->isRequestPosted = false;
+      view.fileRequested(identifier);
+    });
+  }
+  return true;
 }
 
 bool EditorSession::takeAtom(const Bytes& body) {
@@ -133,6 +158,9 @@ bool EditorSession::takeSize(const Message& message) {
   }
   const bool isShown = message.kind == MessageKind::editorShown;
   if (isShown) {
+    if (shownAt_ != std::chrono::steady_clock::time_point::max()) {
+      return false;
+    }
     shownAt_ = std::chrono::steady_clock::now();
   }
   bool isPosted = false;

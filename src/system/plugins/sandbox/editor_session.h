@@ -42,7 +42,8 @@ class EditorSession final : public EditorClient {
   [[nodiscard]] bool takeSize(const Message& message);
   [[nodiscard]] bool takeKey(const Bytes& body);
   [[nodiscard]] bool takeAtom(const Bytes& body);
-  void reportEdit() const;
+  [[nodiscard]] bool takeFileRequest(const Bytes& body);
+  void reportEdit(std::optional<std::uint32_t> port = std::nullopt) const;
 
   /// Runs on the main queue, while the view is there.
   void onView(std::function<void(EditorView&)> action) const;
@@ -53,13 +54,16 @@ class EditorSession final : public EditorClient {
   std::map<std::uint32_t, Known> ports_;
   std::string failure_;
   int keysSinceNews_ = 0;
+  bool isClosed_ = false;
   std::chrono::steady_clock::time_point shownAt_ = std::chrono::steady_clock::time_point::max();
 
   // Shared with what is on its way to the view.
   struct Pending {
     std::atomic<bool> isEditPosted{false};
+    std::atomic<bool> isRequestPosted{false};
     Mutex mutex;
-    std::optional<EditorSize> size VREL_GUARDED_BY(mutex);  // newer than what the view has
+    std::optional<std::uint32_t> port VREL_GUARDED_BY(mutex);  // that was turned last, as far as the view knows
+    std::optional<EditorSize> size VREL_GUARDED_BY(mutex);     // newer than what the view has
   };
   const std::shared_ptr<Pending> pending_ = std::make_shared<Pending>();
 };

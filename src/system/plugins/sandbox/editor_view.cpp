@@ -179,9 +179,18 @@ void EditorView::processEnded(const std::string& how) {
   }
 }
 
-void EditorView::edited() const {
+void EditorView::edited(std::optional<std::uint32_t> port) const {
   if (service_->handlers_.edited) {
     service_->handlers_.edited();
+  }
+  if (port && isVisible_ && events_.controlTurned) {
+    events_.controlTurned(*port);
+  }
+}
+
+void EditorView::fileRequested(const std::string& identifier) const {
+  if (const auto handler = events_.fileRequested; handler && isVisible_) {
+    handler(identifier);
   }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,7 +50,8 @@ class EditorView final : public NSViewController, public NSPanel, public std::en
   void takeSize(const std::optional<EditorSize>& size, bool isShown);
   void closedByPerson();
   void processEnded(const std::string& how);
-  void edited() const;
+  void edited(std::optional<std::uint32_t> port) const;
+  void fileRequested(const std::string& identifier) const;
   void keyPressed(const KeyEvent& key) const;
 
   const std::shared_ptr<EditorService> service_;

@@ -29,6 +29,7 @@ std::optional<std::uint32_t> largestBody(MessageKind kind) {
     case MessageKind::portValues:
     case MessageKind::portsWritten:
     case MessageKind::editorKey:
+    case MessageKind::fileRequested:
       return largestText;
     case MessageKind::openEditor:
     case MessageKind::editorAtom:

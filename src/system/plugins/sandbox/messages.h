@@ -40,6 +40,7 @@
 //   portsWritten    editor  PortValues: moved in the editor
 //   atomWritten     editor  as editorAtom
 //   editorKey       editor  KeyEvent: a key that the editor has not used, or that is taken
+//   fileRequested   editor  the URI of a parameter that is a file: a person is to choose one
 //   editorClosed    editor  none: by its own button; the process then ends
 //   failed, log     editor  as of a guest
 //
@@ -95,6 +96,7 @@ enum class MessageKind : std::uint32_t {
   pluginAtom,
   atomWritten,
   valuesReported,
+  fileRequested,
 };
 
 struct MessageHead {

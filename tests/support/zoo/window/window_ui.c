@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// The editor of the zoo's window, of 300 by 200: a press at x sets "level" to x / 100. Its window is as wide as "width"
+// The editor of the zoo's window, of 300 by 200: a press at x sets "level" to x / 100; one in the lowest quarter asks
+// for a file instead, and sets "level" to 0.25 where its host has answered rightly. Its window is as wide as "width"
 // says, and blinks black while "heard" is 0. It uses no key. The variable ZOO_EDITOR of the environment makes it
 // misbehave, one word each; with "message" it sends one, and sets "level" to 0.125 when the same comes back. It ends
 // the process when its host does not keep to the order of calls. Built with ZOO_INSIDE it is the editor of the zoo's
@@ -48,6 +49,8 @@ typedef struct {
   int width;
   Message message;
   LV2_URID eventTransfer;
+  const LV2_URID_Map* urids;
+  const LV2UI_Request_Value* request;
 } Editor;
 
 static bool is(const char* fault) {
@@ -129,6 +132,8 @@ static LV2UI_Handle instantiate(const LV2UI_Descriptor* descriptor, const char* 
   editor->display = XOpenDisplay(NULL);
   editor->parent = (Window)(uintptr_t)feature(features, LV2_UI__parent);
   editor->resize = feature(features, LV2_UI__resize);
+  editor->urids = feature(features, LV2_URID__map);
+  editor->request = feature(features, LV2_UI__requestValue);
   editor->write = write;
   editor->controller = controller;
   editor->width = 300;
@@ -145,6 +150,21 @@ static LV2UI_Handle instantiate(const LV2UI_Descriptor* descriptor, const char* 
   }
   *widget = (LV2UI_Widget)(uintptr_t)editor->window;
   return editor;
+}
+
+/// Whether its host takes a request for the file, and none for what is not there or of another type.
+static bool requestFile(const Editor* editor) {
+  const LV2UI_Request_Value* const host = editor->request;
+  const LV2_URID_Map* const urids = editor->urids;
+  if (host == NULL) {
+    return false;
+  }
+  const LV2_URID none = urids->map(urids->handle, "urn:vrel:zoo:window#none");
+  const LV2_URID file = urids->map(urids->handle, "urn:vrel:zoo:window#file");
+  const LV2_URID number = urids->map(urids->handle, LV2_ATOM__Float);
+  return host->request(host->handle, none, 0, NULL) == LV2UI_REQUEST_VALUE_ERR_UNKNOWN &&
+         host->request(host->handle, file, number, NULL) == LV2UI_REQUEST_VALUE_ERR_UNSUPPORTED &&
+         host->request(host->handle, file, 0, NULL) == LV2UI_REQUEST_VALUE_SUCCESS;
 }
 
 static void cleanup(LV2UI_Handle handle) {
@@ -216,7 +236,7 @@ static int idle(LV2UI_Handle handle) {
     XEvent event;
     XNextEvent(editor->display, &event);
     if (event.type == ButtonPress) {
-      const float value = (float)event.xbutton.x / 100.0F;
+      const float value = event.xbutton.y < 150 ? (float)event.xbutton.x / 100.0F : requestFile(editor) ? 0.25F : 3.0F;
       editor->write(editor->controller, level, sizeof value, 0, &value);
     }
   }

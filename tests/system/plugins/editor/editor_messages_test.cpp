@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
+#include "simulation/virtual_time.h"
+#include "system/plugins/sandbox/editor_session.h"
+#include "system/plugins/sandbox/editor_view.h"
 #include "system/plugins/sandbox/messages.h"
 
 namespace vrel::sandbox {
@@ -18,7 +22,8 @@ TEST(EditorMessages, ComeOutAsTheyWentIn) {
                                         "urn:organ-ui",
                                         "/b/",
                                         "/b/ui.so",
-                                        {{0, "in", false, false}, {7, "gain", true, true}}},
+                                        {{0, "in", false, false}, {7, "gain", true, true}},
+                                        {"urn:organ#tuning", "urn:organ#stops"}},
                               .title = "Keys - Organ Editor",
                               .content = {760, 520},
                               .mainWindow = 0x1200003,
@@ -67,6 +72,31 @@ TEST(EditorMessages, TheLargestPlugInFitsIntoARequest) {
   }
   EXPECT_LE(toBytes(request).size(), largestBody(MessageKind::openEditor));
   EXPECT_LE(toBytes(request.values).size(), largestBody(MessageKind::portValues));
+}
+
+TEST(EditorMessages, ThatAnEditorIsShownIsSaidOnceAndThatItHasClosedIsHeardOnce) {
+  simulation::VirtualClock clock;
+  simulation::CrankedMainQueue mainQueue(clock);
+  EditorSession session({}, mainQueue, std::make_shared<GuestGate>(), {}, {});
+  const Message shown{MessageKind::editorShown, 0, toBytes(EditorSize{3, 4})};
+  const Message sized{MessageKind::editorSized, 0, toBytes(EditorSize{5, 6})};
+  EXPECT_TRUE(session.accept(shown));
+  EXPECT_FALSE(session.accept(shown)) << "its process is killed";
+  for (int time = 0; time < 100; ++time) {
+    EXPECT_TRUE(session.accept(sized));
+    EXPECT_TRUE(session.accept({MessageKind::editorClosed}));
+  }
+  EXPECT_EQ(mainQueue.pendingCount(), 2U) << "its view, with its latest size, and its end";
+}
+
+TEST(EditorMessages, RequestsForFilesDoNotFillTheQueue) {
+  simulation::VirtualClock clock;
+  simulation::CrankedMainQueue mainQueue(clock);
+  EditorSession session({}, mainQueue, std::make_shared<GuestGate>(), {}, {});
+  for (int time = 0; time < 100; ++time) {
+    EXPECT_TRUE(session.accept({MessageKind::fileRequested, 0, {'u'}}));
+  }
+  EXPECT_EQ(mainQueue.pendingCount(), 1U);
 }
 
 }  // namespace

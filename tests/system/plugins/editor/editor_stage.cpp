@@ -302,7 +302,15 @@ std::shared_ptr<OpenEditor> EditorStage::show(std::shared_ptr<NSViewController> 
       }
     };
   };
-  editor->view->setEvents({count(&OpenEditor::arrivals), count(&OpenEditor::resizes), count(&OpenEditor::failures)});
+  const auto note = [weak = std::weak_ptr(editor)](auto list) {
+    return [weak, list](const auto& value) {
+      if (const auto noted = weak.lock()) {
+        ((*noted).*list).push_back(value);
+      }
+    };
+  };
+  editor->view->setEvents({count(&OpenEditor::arrivals), count(&OpenEditor::resizes), count(&OpenEditor::failures),
+                           note(&OpenEditor::turned), note(&OpenEditor::requestedFiles)});
   editor->panel->setTitle(title);
   editor->panel->setContentSize({760, 520});
   editor->panel->makeKeyAndOrderFront();

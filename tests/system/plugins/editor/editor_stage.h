@@ -86,6 +86,8 @@ struct OpenEditor {
   int arrivals = 0;
   int resizes = 0;
   int failures = 0;
+  std::vector<AUParameterAddress> turned;
+  std::vector<std::string> requestedFiles;
 };
 
 class EditorStage : public sandbox::SandboxStage {

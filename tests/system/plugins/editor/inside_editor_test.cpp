@@ -111,6 +111,23 @@ TEST_F(InsideEditor, WithoutAnAnsweringDisplayIsReplacedAndItsPlugInPlays) {
   expectSound();
 }
 
+TEST_F(InsideEditor, ThatLosesItsDisplayIsGoneAndItsPlugInPlays) {
+  const std::string display = ::getenv("DISPLAY");
+  auto lost = std::make_unique<app::test::VirtualDisplay>(640, 480);
+  remake("");
+  auto editor = open(*unit_);
+  ::setenv("DISPLAY", display.c_str(), 1);
+  lost.reset();
+  EXPECT_TRUE(comes([&] { return !editor->panel->isVisible(); }));
+  EXPECT_TRUE(hasLogged("the editor of plug-in Zoo Inside lost its X display")) << testing::PrintToString(lines());
+  EXPECT_TRUE(deaths().empty());
+  expectSound();
+  EXPECT_TRUE(stateOf(unit_));
+  EXPECT_TRUE(comes([&] { return editors_->editorCount() == 0; }));
+  unit_.reset();
+  EXPECT_TRUE(comes([&] { return guestCount() == 1; })) << "the first one of the test";
+}
+
 TEST_F(InsideEditor, ThatCrashesIsACrashOfItsPlugInAndSaysSo) {
   remake("crash-idle");
   const pid_t process = processOf(unit_);

@@ -98,6 +98,26 @@ TEST_F(NativeEditor, AValueThatTheControlHasAlreadyIsNoEdit) {
   editor->panel->close();
 }
 
+TEST_F(NativeEditor, WhichControlIsTurnedInItIsReportedAndNotWhatIsTurnedElsewhere) {
+  const auto editor = open(*unit_);
+  unit_->auAudioUnit().setParameterValue(width, 400);
+  EXPECT_TRUE(comes([&] { return editor->resizes > 0; }));
+  EXPECT_TRUE(editor->turned.empty());
+  desktop.press(desktop.childOf(desktop.find("Editor")), 50, 10);
+  EXPECT_TRUE(comes([&] { return editor->turned == std::vector{level}; }));
+  editor->panel->close();
+}
+
+TEST_F(NativeEditor, ItAsksForAFileOfAParameterThatIsOneAndForNothingElse) {
+  const auto editor = open(*unit_);
+  desktop.press(desktop.childOf(desktop.find("Editor")), 50, 180);
+  EXPECT_TRUE(comes([&] { return value(level) != 1.0F; }));
+  EXPECT_EQ(value(level), 0.25F) << "the others are refused";
+  EXPECT_TRUE(comes([&] { return !editor->requestedFiles.empty(); }));
+  EXPECT_EQ(editor->requestedFiles, std::vector<std::string>{"urn:vrel:zoo:window#file"});
+  editor->panel->close();
+}
+
 TEST_F(NativeEditor, WhatIsTurnedElsewhereIsShownInIt) {
   unit_->auAudioUnit().setParameterValue(width, 400);
   const auto editor = open(*unit_);

@@ -55,6 +55,30 @@ Rectangle {
             isOffered: !row.modelData.isMissing
             hint: row.desk.texts.openEffect
             onClicked: row.desk.plugins.toggleEffect(row.modelData.slotId)
+            Keys.onMenuPressed: if (isOffered) menu.popup()
+
+            TapHandler {
+                acceptedButtons: Qt.RightButton
+                enabled: !row.modelData.isMissing
+                onTapped: menu.popup()
+            }
+
+            PopupMenu {
+                id: menu
+
+                PopupEntry {
+                    objectName: "openEffectWindow"
+                    text: row.desk.texts.openEffect
+                    hint: text
+                    onTriggered: row.desk.plugins.toggleEffect(row.modelData.slotId)
+                }
+                PopupEntry {
+                    objectName: "openEffectControls"
+                    text: row.desk.hints.openControls
+                    hint: text
+                    onTriggered: row.desk.plugins.toggleEffectControls(row.modelData.slotId)
+                }
+            }
         }
         PushButton {
             objectName: "replaceEffect" + row.index

@@ -58,6 +58,13 @@ PushButton {
             }
         }
         PopupEntry {
+            objectName: "openControls"
+            text: button.desk.hints.openControls
+            hint: button.desk.hints.instrumentWindow
+            enabled: button.entry.instrument === StripViewModel.Present && !button.entry.isPlayback && !button.entry.isVisual
+            onTriggered: button.desk.plugins.toggleInstrumentControls(button.entry.channelId)
+        }
+        PopupEntry {
             objectName: "changeInstrument"
             text: button.desk.texts.changeInstrument
             hint: button.desk.hints.changeInstrument
