@@ -3,16 +3,20 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <utility>
 
 #include "playback/waveform_reader.h"
 #include "simulation/simulated_file_manager.h"
 #include "simulation/virtual_time.h"
 #include "system/media/audio_files.h"
 
-// The peaks of ten minutes of stereo noise, beside what the ffmpeg program takes to decode the same file on one thread.
+// The peaks of ten minutes of stereo noise, beside what the ffmpeg program takes to decode the same file on one thread;
+// and how soon a file of three hours is there, at first and when its peaks are kept.
 
 namespace vrel {
 namespace {
@@ -33,6 +37,23 @@ class PeakTracks {
       run("ffmpeg -loglevel quiet -f lavfi -i "
           "anoisesrc=color=pink:amplitude=0.3:sample_rate=48000:duration=600:seed=1 -ac 2 " +
           path);
+    }
+    return path;
+  }
+
+  /// Three hours of silence, 48000 frames a second, stereo, 16 bits; takes no room on the disk.
+  [[nodiscard]] std::string threeHours() const {
+    const std::string path = (folder_ / "three-hours.wav").string();
+    if (!std::filesystem::exists(path)) {
+      run("ffmpeg -loglevel quiet -f lavfi -i anullsrc=r=48000:cl=stereo -t 0.001 -bitexact " + path);
+      constexpr std::uint32_t dataBytes = 3 * 3600 * 48000U * 4;
+      std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+      for (const auto& [place, value] : {std::pair(4, dataBytes + 36), std::pair(40, dataBytes)}) {
+        file.seekp(place);
+        file.write(reinterpret_cast<const char*>(&value), sizeof value);
+      }
+      file.close();
+      std::filesystem::resize_file(path, std::uintmax_t{dataBytes} + 44);
     }
     return path;
   }
@@ -85,6 +106,33 @@ void peaksOfTenMinutes(benchmark::State& state) {
   state.SetLabel(peakFormats.at(static_cast<std::size_t>(state.range(0))));
 }
 BENCHMARK(peaksOfTenMinutes)->ArgsProduct({{0, 1, 2, 3}, {0, 1}})->Unit(benchmark::kMillisecond);
+
+void threeHoursOpen(benchmark::State& state) {
+  const std::string path = peakTracks().threeHours();
+  system::AudioFiles files;
+  for (auto _ : state) {
+    const auto file = files.openForScanning(path);
+    if (!file || file.value()->length() != std::int64_t{3} * 3600 * 48000) {
+      std::abort();
+    }
+  }
+}
+BENCHMARK(threeHoursOpen)->Unit(benchmark::kMillisecond);
+
+void threeHoursAreKept(benchmark::State& state) {
+  const std::string path = peakTracks().threeHours();
+  simulation::VirtualClock clock;
+  simulation::CrankedMainQueue mainQueue{clock};
+  simulation::CrankedQueueFactory queues;
+  simulation::SimulatedFileManager disk;
+  system::AudioFiles files;
+  WaveformReader reader({&files, queues, mainQueue, &disk, "/cache"});
+  readPeaks(reader, path, queues, mainQueue);
+  for (auto _ : state) {
+    readPeaks(reader, path, queues, mainQueue);
+  }
+}
+BENCHMARK(threeHoursAreKept)->Unit(benchmark::kMillisecond);
 
 void ffmpegDecodesTenMinutes(benchmark::State& state) {
   const std::string path = peakTracks().path(static_cast<std::size_t>(state.range(0)));
