@@ -65,7 +65,7 @@ void SongSwitch::requestStates() {
   }
 }
 
-void SongSwitch::capture(SongConfig& song, StateRead read) {
+void SongSwitch::capture(SongConfig& song, StateRead read, SourceOfLoading ofLoading) {
   song.songNotes = state_.songNotes.get();
   song.tempoBpm = state_.tempoBpm.get();
   song.keyboardStartNote = state_.keyboardStartNote.get();
@@ -78,29 +78,48 @@ void SongSwitch::capture(SongConfig& song, StateRead read) {
     if (amendRecord) {
       amendRecord(*channel, record);
     }
+    if (ofLoading == SourceOfLoading::kept || channel->status.get() != ChannelStatus::loading) {
+      captureSource(*channel, record);
+    }
   }
 }
 
-void SongSwitch::rememberSource(const AudioChannel& channel, const ChannelConfig& record) {
+void SongSwitch::rememberSource(AudioChannel& channel, const ChannelConfig& record) {
   const auto kind = pluginPathKind(record.pluginPath);
-  if (kind != PluginPathKind::empty && !isInternal(kind)) {
-    auto& source = sources_[channel.id];
-    source.pluginPath = record.pluginPath;
-    source.pluginStateBase64 = record.pluginStateBase64;
+  if (kind == PluginPathKind::empty || isInternal(kind)) {
+    return;
   }
+  // Once the strip has played something, or was emptied, it says itself what it has.
+  auto followed = channel.status.changed.connect([this, id = channel.id](ChannelStatus status) {
+    const auto source = sources_.find(id);
+    if (source != sources_.end() && (status == ChannelStatus::running || status == ChannelStatus::noPlugin)) {
+      source->second.isReplaced = true;
+    }
+  });
+  sources_[channel.id] = {record.pluginPath, record.pluginStateBase64, std::move(followed), false};
+}
+
+std::optional<ChannelConfig> SongSwitch::missingSource(const AudioChannel& channel) const {
+  const auto found = sources_.find(channel.id);
+  if (found == sources_.end() || found->second.isReplaced || channel.instrumentNode.get() != nullptr) {
+    return std::nullopt;
+  }
+  ChannelConfig source;
+  source.pluginPath = found->second.pluginPath;
+  source.pluginStateBase64 = found->second.pluginStateBase64;
+  return source;
 }
 
 void SongSwitch::captureSource(const AudioChannel& channel, ChannelConfig& record) const {
-  const auto status = channel.status.get();
-  const bool isMissing = channel.instrumentNode.get() == nullptr && status != ChannelStatus::noPlugin;
-  const auto source = sources_.find(channel.id);
-  if (!isMissing || source == sources_.end() ||
-      (!record.pluginPath.empty() && record.pluginPath != source->second.pluginPath)) {
+  const auto source = missingSource(channel);
+  if (!source) {
     return;
   }
-  record.pluginPath = source->second.pluginPath;
-  if (!record.pluginStateBase64) {
-    record.pluginStateBase64 = source->second.pluginStateBase64;
+  if (record.pluginPath.empty()) {
+    record.pluginPath = source->pluginPath;
+  }
+  if (record.pluginPath == source->pluginPath && !record.pluginStateBase64) {
+    record.pluginStateBase64 = source->pluginStateBase64;
   }
 }
 
@@ -111,7 +130,9 @@ void SongSwitch::captureCurrentSong() {
   requestStates();
   const auto selected = *state_.selectedSongIndex.get();
   contents_.changeSong(selected, [this, selected] {
-    state_.songs.modify([this, selected](std::vector<SongConfig>& songs) { capture(songs[selected], StateRead::now); });
+    state_.songs.modify([this, selected](std::vector<SongConfig>& songs) {
+      capture(songs[selected], StateRead::now, SourceOfLoading::dropped);
+    });
   });
 }
 
@@ -121,11 +142,7 @@ std::vector<SongConfig> SongSwitch::songsAsPlayed(StateRead read) {
     if (read == StateRead::now) {
       requestStates();
     }
-    auto& song = songs[*state_.selectedSongIndex.get()];
-    capture(song, read);
-    for (std::size_t index = 0; index < song.channels.size(); ++index) {
-      captureSource(*engine_.channels()[index], song.channels[index]);
-    }
+    capture(songs[*state_.selectedSongIndex.get()], read, SourceOfLoading::kept);
   }
   return songs;
 }

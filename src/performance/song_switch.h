@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "document/setlist.h"
@@ -65,11 +68,16 @@ class SongSwitch {
   /// Puts a song on stage, also one that is there already. Does nothing with an index out of range.
   void applySong(std::ptrdiff_t index);
 
-  /// Stores what is on stage in the selected song; nothing when there is none. Does not touch the dirty mark.
+  /// Stores what is on stage in the selected song; nothing when there is none. Does not touch the dirty mark. A strip
+  /// whose plug-in is missing or has failed keeps the source and state that it was built from; one that still loads is
+  /// stored as it is.
   void captureCurrentSong();
 
-  /// The songs with the one on stage as it is now, while the session's own stay as they were. A strip whose plug-in
-  /// is missing, has failed or still loads has the source and state that it was built from.
+  /// The plug-in, with its state, that a strip on stage was built for and lacks; none once it has played something.
+  [[nodiscard]] std::optional<ChannelConfig> missingSource(const AudioChannel& channel) const;
+
+  /// The songs with the one on stage as it is now, while the session's own stay as they were. A strip that still loads
+  /// has its source, too.
   [[nodiscard]] std::vector<SongConfig> songsAsPlayed(StateRead read);
 
   /// Whether the change of the songs that is notified now is a capture, which changes only the selected one.
@@ -80,6 +88,14 @@ class SongSwitch {
   void songSwitchTimedOut(const Uuid& token);
 
  private:
+  /// The plug-in of a strip on stage when it was built.
+  struct Source {
+    std::string pluginPath;
+    std::optional<std::string> pluginStateBase64;
+    std::shared_ptr<void> statusFollowed;
+    bool isReplaced = false;  // by what the strip has played since, or by nothing
+  };
+
   void beginSongSwitch(const Uuid& token, int pendingLoads);
   void completeSongSwitchLoad(const Uuid& token);
   void finishSongSwitchIfReady(const Uuid& token);
@@ -87,9 +103,11 @@ class SongSwitch {
 
   [[nodiscard]] bool isSongOnStage() const;
   void requestStates();
-  void capture(SongConfig& song, StateRead read);
+  /// Of a strip whose plug-in has not arrived yet.
+  enum class SourceOfLoading { kept, dropped };
+  void capture(SongConfig& song, StateRead read, SourceOfLoading ofLoading);
   void captureSource(const AudioChannel& channel, ChannelConfig& record) const;
-  void rememberSource(const AudioChannel& channel, const ChannelConfig& record);
+  void rememberSource(AudioChannel& channel, const ChannelConfig& record);
   void takeOver(const SongConfig& song);
   void sendToInstruments(std::uint8_t status);
   void buildChannel(const ChannelConfig& record, const Uuid& token);
@@ -103,7 +121,7 @@ class SongSwitch {
   ConsoleOutput& console_;
   ConsoleSelection& selection_;
   ChannelBuilder& builder_;
-  std::map<Uuid, ChannelConfig> sources_;  // plug-ins of the strips on stage when they were built, by strip
+  std::map<Uuid, Source> sources_;  // by strip
   SetlistContents contents_{state_};
   LifeToken life_;
 };

@@ -414,6 +414,36 @@ TEST_F(Switch, ClipsLoseNothingInACapture) {
   EXPECT_EQ(captured[0], clips);
 }
 
+TEST_F(Switch, APluginThatIsMissingTodayIsKeptInTheDocumentAndGoesWithItsStrip) {
+  auto gone = record("Gone", "aucd:1635085685:77:78");
+  gone.pluginStateBase64 = "QUJD";
+  addSong("One", {gone});
+  addSong("Two", {record("Piano", pianoKey)});
+  for (const int index : {0, 1, 0}) {
+    songSwitch.applySong(index);
+    answerAll();
+  }
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+  EXPECT_EQ(strip(0).pluginPath.get(), "");
+  songSwitch.captureCurrentSong();
+  auto captured = song(0).channels;
+  captured[0].id = gone.id;
+  EXPECT_EQ(captured[0], gone);
+  EXPECT_EQ(song(1).channels[0].pluginPath, pianoKey);
+}
+
+TEST_F(Switch, AStripWhoseInstrumentWasRemovedIsCapturedEmptyAlsoWhileAnotherLoads) {
+  addSong("One", {record("Piano", pianoKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  engine->instruments().unloadInstrument(strip(0));
+  songSwitch.captureCurrentSong();
+  EXPECT_EQ(song(0).channels[0].pluginPath, "");
+  engine->instruments().loadInstrument(engine->channels()[0], organ, std::nullopt, nullptr);
+  songSwitch.captureCurrentSong();
+  EXPECT_EQ(song(0).channels[0].pluginPath, "");
+}
+
 TEST_F(Switch, AFileThatIsMissingTodayIsKeptInTheDocument) {
   auto file = record("Track", "internal:playback");
   file.playbackFilePath = "/music/track.wav";
