@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,6 +31,13 @@ class RunFiles final : public FileManager {
   Outcome createDirectory(const std::filesystem::path& path) override { return files_.createDirectory(path); }
   std::vector<std::string> fileNames(const std::filesystem::path& directory) override {
     return files_.fileNames(directory);
+  }
+  std::vector<std::filesystem::path> filesNamed(const std::filesystem::path& directory,
+                                                const std::set<std::string>& names, std::size_t mostEntries) override {
+    return files_.filesNamed(directory, names, mostEntries);
+  }
+  std::optional<std::int64_t> modificationTime(const std::filesystem::path& path) override {
+    return files_.modificationTime(path);
   }
   Outcome remove(const std::filesystem::path& path) override { return files_.remove(path); }
   Outcome writeAtomically(const std::filesystem::path& path, const std::string& bytes) override {

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -33,6 +36,15 @@ class FileManager {
 
   /// Names of the regular files in a directory, sorted by bytes; none when it cannot be read.
   [[nodiscard]] virtual std::vector<std::string> fileNames(const std::filesystem::path& directory) = 0;
+
+  /// The files in a directory and the directories below it that have one of these names, the nearest first. Hidden
+  /// directories and links to directories are left out, and what comes after `mostEntries` entries.
+  [[nodiscard]] virtual std::vector<std::filesystem::path> filesNamed(const std::filesystem::path& directory,
+                                                                      const std::set<std::string>& names,
+                                                                      std::size_t mostEntries) = 0;
+
+  /// When the bytes of a file were last written, seconds since 1970; none when that cannot be read.
+  [[nodiscard]] virtual std::optional<std::int64_t> modificationTime(const std::filesystem::path& path) = 0;
 
   [[nodiscard]] virtual Outcome remove(const std::filesystem::path& path) = 0;
 

@@ -2,6 +2,7 @@
 #include "simulation/simulated_file_manager.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace vrel::simulation {
 namespace {
@@ -154,6 +155,27 @@ std::vector<std::string> SimulatedFileManager::fileNames(const fs::path& directo
     }
   }
   return names;
+}
+
+std::vector<std::filesystem::path> SimulatedFileManager::filesNamed(const std::filesystem::path& directory,
+                                                                    const std::set<std::string>& names,
+                                                                    std::size_t mostEntries) {
+  std::vector<std::filesystem::path> found;
+  for (const auto& [path, bytes] : files) {
+    const bool isBelow = path.string().starts_with(directory.string() + "/");
+    if (isBelow && names.contains(path.filename().string()) && found.size() < mostEntries) {
+      found.push_back(path);
+    }
+  }
+  std::stable_sort(found.begin(), found.end(), [](const auto& one, const auto& other) {
+    return std::distance(one.begin(), one.end()) < std::distance(other.begin(), other.end());
+  });
+  return found;
+}
+
+std::optional<std::int64_t> SimulatedFileManager::modificationTime(const std::filesystem::path& path) {
+  const auto found = times.find(path);
+  return found != times.end() && files.contains(path) ? std::optional(found->second) : std::nullopt;
 }
 
 Outcome SimulatedFileManager::remove(const fs::path& path) {

@@ -23,6 +23,7 @@ class SimulatedFileManager : public FileManager {
   std::map<std::filesystem::path, std::string> files;
   std::set<std::filesystem::path> directories{"/"};
   std::map<std::filesystem::path, std::filesystem::path> links;  // followed by canonicalPath
+  std::map<std::filesystem::path, std::int64_t> times;           // of files that have one
   std::set<std::filesystem::path> unreadable;                    // files
   std::set<std::filesystem::path> readOnly;                      // files, and directories whose entries cannot change
   std::optional<std::size_t> freeBytes;                          // for writes from now on; none: unlimited
@@ -43,6 +44,9 @@ class SimulatedFileManager : public FileManager {
   std::filesystem::path canonicalPath(const std::filesystem::path& path) override;
   Outcome createDirectory(const std::filesystem::path& path) override;
   std::vector<std::string> fileNames(const std::filesystem::path& directory) override;
+  std::vector<std::filesystem::path> filesNamed(const std::filesystem::path& directory,
+                                                const std::set<std::string>& names, std::size_t mostEntries) override;
+  std::optional<std::int64_t> modificationTime(const std::filesystem::path& path) override;
   Outcome remove(const std::filesystem::path& path) override;
   Outcome writeAtomically(const std::filesystem::path& path, const std::string& bytes) override;
 

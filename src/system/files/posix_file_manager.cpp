@@ -2,10 +2,12 @@
 #include "system/files/posix_file_manager.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <deque>
 #include <limits>
 #include <new>
 #include <system_error>
@@ -139,6 +141,33 @@ std::vector<std::string> PosixFileManager::fileNames(const fs::path& directory) 
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::vector<fs::path> PosixFileManager::filesNamed(const fs::path& directory, const std::set<std::string>& names,
+                                                   std::size_t mostEntries) {
+  std::vector<fs::path> files;
+  std::deque<fs::path> folders{directory};
+  for (std::size_t entries = 0; !folders.empty() && entries < mostEntries; folders.pop_front()) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folders.front(), error);
+         !error && entry != fs::directory_iterator() && ++entries <= mostEntries; entry.increment(error)) {
+      const auto name = entry->path().filename().string();
+      std::error_code ignored;
+      if (entry->symlink_status(ignored).type() == fs::file_type::directory) {
+        if (!name.starts_with('.')) {
+          folders.push_back(entry->path());
+        }
+      } else if (names.contains(name) && entry->is_regular_file(ignored)) {
+        files.push_back(entry->path());
+      }
+    }
+  }
+  return files;
+}
+
+std::optional<std::int64_t> PosixFileManager::modificationTime(const fs::path& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? std::optional<std::int64_t>(status.st_mtim.tv_sec) : std::nullopt;
 }
 
 Outcome PosixFileManager::remove(const fs::path& path) {

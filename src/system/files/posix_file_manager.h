@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,6 +35,10 @@ class PosixFileManager final : public FileManager {
   [[nodiscard]] std::filesystem::path canonicalPath(const std::filesystem::path& path) override;
   [[nodiscard]] Outcome createDirectory(const std::filesystem::path& path) override;
   [[nodiscard]] std::vector<std::string> fileNames(const std::filesystem::path& directory) override;
+  [[nodiscard]] std::vector<std::filesystem::path> filesNamed(const std::filesystem::path& directory,
+                                                              const std::set<std::string>& names,
+                                                              std::size_t mostEntries) override;
+  [[nodiscard]] std::optional<std::int64_t> modificationTime(const std::filesystem::path& path) override;
   [[nodiscard]] Outcome remove(const std::filesystem::path& path) override;
   [[nodiscard]] Outcome writeAtomically(const std::filesystem::path& path, const std::string& bytes) override;
 

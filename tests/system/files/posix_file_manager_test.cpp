@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -201,6 +202,28 @@ TEST_F(Files, OnlyPlainFilesAreListedByTheirBytes) {
   fs::create_directory(root / "folder");
   ASSERT_EQ(::mkfifo((root / "pipe").c_str(), S_IRUSR), 0);
   EXPECT_THAT(files.fileNames(root), ElementsAre(".hidden", "B", "a.vrel", "b", "\xFF"));
+}
+
+TEST_F(Files, FilesOfANameAreFoundInAllFoldersTheNearestFirst) {
+  const fs::path deep = root / "a" / "b" / "click.wav";
+  const fs::path near = root / "z" / "click.wav";
+  for (const auto& file : {deep, near, root / ".hidden" / "click.wav", root / "other.wav"}) {
+    fs::create_directories(file.parent_path());
+    writeFile(file, "");
+  }
+  fs::create_directory_symlink(root, root / "loop");
+  fs::create_directory(root / "sea.mp4");
+  EXPECT_THAT(files.filesNamed(root, {"click.wav", "sea.mp4"}, 1000), ElementsAre(near, deep));
+  EXPECT_THAT(files.filesNamed(root, {"click.wav"}, 3), IsEmpty()) << "the folder itself has more entries";
+  EXPECT_THAT(files.filesNamed(root / "no", {"click.wav"}, 1000), IsEmpty());
+}
+
+TEST_F(Files, TheTimeOfAFileIsThatOfItsLastWrite) {
+  writeFile(path, "");
+  struct stat status {};
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(files.modificationTime(path), status.st_mtim.tv_sec);
+  EXPECT_EQ(files.modificationTime(root / "no"), std::nullopt);
 }
 
 TEST_F(Files, AFileIsRemovedAndAFolderIsNot) {
