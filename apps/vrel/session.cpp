@@ -9,6 +9,7 @@
 
 #include "system/dispatch/main_loop.h"
 #include "system/files/user_folders.h"
+#include "vrel/check_program.h"
 #include "vrel/menu_mirror.h"
 #include "vrel/run_name.h"
 #include "vrel/ui_thread.h"
@@ -40,7 +41,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       engine_(AudioEngine::make(platform_.platform())),
       desktop_(loop, window),
       content_({state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder(),
-                editorMedia(), &background_}),
+                editorMedia(), &background_, setlistTools()}),
       unsavedEdits_({state_, content_.songSwitch(), content_.setlistFiles(), loop, platform_.platform().queues,
                      unsavedFiles_, desktop_, console_, &background_},
                     system::userUnsavedFolder(), {ownRunName(), isRunning}),
@@ -99,6 +100,10 @@ EditorMedia Session::editorMedia() {
   media.cacheFiles = &cacheFiles_;
   media.cacheFolder = system::userPeaksFolder();
   return media;
+}
+
+ContentView::SetlistTools Session::setlistTools() {
+  return {&platform_.platform().queues, &copiesFiles_, &movedFiles_, &processes_, checkProgramPath()};
 }
 
 void Session::connectEditors() {

@@ -29,6 +29,7 @@
 #include "system/dispatch/system_clock.h"
 #include "system/files/file_calls.h"
 #include "system/files/posix_file_manager.h"
+#include "system/processes/child_processes.h"
 #include "system/projection/system_projection.h"
 #include "system/user_defaults/ini_user_defaults.h"
 #include "visuals/visual_projection_window_controller.h"
@@ -93,6 +94,7 @@ class Session {
   };
 
   [[nodiscard]] EditorMedia editorMedia();
+  [[nodiscard]] ContentView::SetlistTools setlistTools();
   void openStateFolder();
   void connectEditors();
 
@@ -116,6 +118,9 @@ class Session {
   system::PosixFileManager files_{fileCalls_};
   system::PosixFileManager cacheFiles_{fileCalls_};    // a thread's of the editors
   system::PosixFileManager unsavedFiles_{fileCalls_};  // a thread's of the unsaved edits
+  system::PosixFileManager copiesFiles_{fileCalls_};   // a thread's of the kept copies
+  system::PosixFileManager movedFiles_{fileCalls_};    // a thread's that looks for files
+  system::ChildProcesses processes_{loop_};
   system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
   SystemPlatform platform_;
   AppState state_;

@@ -42,6 +42,12 @@ ContentView::ContentView(const Collaborators& collaborators)
       copies_(collaborators.files, collaborators.console, collaborators.copiesDirectory),
       setlistFiles_({appState_, audioEngine_, songSwitch_, collaborators.files, collaborators.desktop,
                      collaborators.console, copies_, collaborators.background}),
+      setlistChecker_({appState_, songSwitch_, collaborators.mainQueue, collaborators.tools.processes,
+                       collaborators.tools.checkProgram}),
+      keptCopies_({appState_, copies_, setlistFiles_, collaborators.mainQueue, collaborators.tools.queues,
+                   collaborators.tools.copiesFiles}),
+      movedFiles_({appState_, audioEngine_, songSwitch_, setlistFiles_, instrumentSelector_, collaborators.mainQueue,
+                   collaborators.desktop, collaborators.tools.queues, collaborators.tools.movedFiles}),
       droppedFiles_({appState_, setlistFiles_, instrumentSelector_, channelOperations_}),
       editorPanels_({appState_, collaborators.mainQueue, collaborators.desktop}),
       parameterFiles_(appState_, collaborators.mainQueue, collaborators.desktop),
@@ -70,6 +76,20 @@ ContentView::ContentView(const Collaborators& collaborators)
       trackEditor_.stopPreview();
     }
   }));
+  // The same for these two.
+  connections_.push_back(setlistChecker_.isShown.changed.connect([this](bool isShown) {
+    if (isShown) {
+      keptCopies_.close();
+    }
+  }));
+  connections_.push_back(keptCopies_.isShown.changed.connect([this](bool isShown) {
+    if (isShown) {
+      setlistChecker_.close();
+    }
+  }));
+  instrumentSelector_.missingSource = [this](const AudioChannel& channel) {
+    return songSwitch_.missingSource(channel);
+  };
   instrumentSelector_.editTrack = [this](const AudioChannel& channel) { trackEditor_.open(channel); };
   instrumentSelector_.editClips = [this](const AudioChannel& channel) { clipEditor_.open(channel); };
   observeMenus();
@@ -110,6 +130,8 @@ void ContentView::observeMenus() {
   observe("vrel.clearRecentSetlists", run([this] { appState_.clearRecentFiles(); }));
   observe("vrel.saveSetlist", run([this] { setlistFiles_.saveSetlist(); }));
   observe("vrel.saveSetlistAs", run([this] { setlistFiles_.saveSetlistAs(false); }));
+  observe("vrel.checkSetlist", run([this] { setlistChecker_.open(); }));
+  observe("vrel.showKeptCopies", run([this] { keptCopies_.open(); }));
   observe("vrel.clearMidiLearn", run([this] { midiLearn_.clearAllMidiLearn(); }));
   observe("vrel.cutChannel", run([this] { withSelectedChannel(&ChannelOperations::cutChannel); }));
   observe("vrel.copyChannel", run([this] { withSelectedChannel(&ChannelOperations::copyChannel); }));

@@ -15,11 +15,14 @@
 #include "console/help_window.h"
 #include "console/instrument_reload.h"
 #include "console/instrument_selector.h"
+#include "console/kept_copies.h"
 #include "console/keyboard_panel.h"
 #include "console/learned_controls.h"
 #include "console/learned_plugin_controls.h"
+#include "console/moved_files.h"
 #include "console/parameter_files.h"
 #include "console/reorder.h"
+#include "console/setlist_checker.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
 #include "console/song_control_page.h"
@@ -44,6 +47,7 @@ class AudioEngine;
 class BackgroundWork;
 class ConsoleOutput;
 class Desktop;
+class DispatchQueueFactory;
 class FileManager;
 class HostClock;
 class MainQueue;
@@ -54,6 +58,16 @@ class MainQueue;
 /// reached by their own names, e.g. `content.songList().addSong()`. One for the life of the program. Main thread.
 class ContentView {
  public:
+  /// What the pages of the setlist work with beside the main thread. All is borrowed; null where the program does
+  /// without.
+  struct SetlistTools {
+    DispatchQueueFactory* queues = nullptr;
+    FileManager* copiesFiles = nullptr;  // for the thread of the kept copies alone
+    FileManager* movedFiles = nullptr;   // for the thread that looks for files alone
+    ChildProcessFactory* processes = nullptr;
+    std::string checkProgram{};  // the path of vrel-render
+  };
+
   struct Collaborators {
     AppState& appState;
     AudioEngine& audioEngine;
@@ -66,6 +80,7 @@ class ContentView {
     std::filesystem::path copiesDirectory;  // of setlists that a save replaces
     EditorMedia media{};
     BackgroundWork* background = nullptr;  // for setlists; see SetlistFiles
+    SetlistTools tools{};
   };
 
   /// All are borrowed and outlive this.
@@ -98,6 +113,8 @@ class ContentView {
   [[nodiscard]] InstrumentReload& instrumentReload() { return instrumentReload_; }
   [[nodiscard]] KeyboardPanel& keyboardPanel() { return keyboardPanel_; }
   [[nodiscard]] SetlistFiles& setlistFiles() { return setlistFiles_; }
+  [[nodiscard]] SetlistChecker& setlistChecker() { return setlistChecker_; }
+  [[nodiscard]] KeptCopies& keptCopies() { return keptCopies_; }
   [[nodiscard]] MidiLearn& midiLearn() { return midiLearn_; }
   [[nodiscard]] SongRequests& songRequests() { return songRequests_; }
   [[nodiscard]] LiveMode& liveMode() { return liveMode_; }
@@ -147,6 +164,9 @@ class ContentView {
   KeyboardPanel keyboardPanel_;
   SetlistCopies copies_;
   SetlistFiles setlistFiles_;
+  SetlistChecker setlistChecker_;
+  KeptCopies keptCopies_;
+  MovedFiles movedFiles_;
   DroppedFiles droppedFiles_;
   EditorPanels editorPanels_;
   ParameterFiles parameterFiles_;

@@ -9,6 +9,7 @@
 #include "console/plugin_preferences.h"
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
+#include "document/nearest_plugins.h"
 #include "document/plugin_names.h"
 #include "document/plugin_path.h"
 #include "engine/audio_engine.h"
@@ -91,6 +92,36 @@ std::vector<AVAudioUnitComponent> InstrumentSelector::preferred() const {
   return preferredPlugins(state_, plugins_, state_.pluginSelectorFilter.get());
 }
 
+std::vector<AVAudioUnitComponent> InstrumentSelector::nearest() const {
+  const auto target = channel();
+  if (target == nullptr || !state_.pluginSelectorFilter.get().empty()) {
+    return {};
+  }
+  const auto path = sourceOf(*target).pluginPath;
+  const auto kind = pluginPathKind(path);
+  const bool isPlugin = kind == PluginPathKind::component || kind == PluginPathKind::name;
+  if (!isPlugin || resolvePluginPath(path, state_.scannedPlugins.get())) {
+    return {};
+  }
+  return nearestPlugins({path, knownPluginName(path, knownPlugins(state_)), target->name.get()},
+                        state_.scannedPlugins.get());
+}
+
+/// What the strip plays, or was to play.
+ChannelConfig InstrumentSelector::sourceOf(const AudioChannel& channel) const {
+  if (trial_ && trial_->channel.lock().get() == &channel) {
+    return trial_->own;
+  }
+  auto missing = missingSource ? missingSource(channel) : std::nullopt;
+  if (missing && channel.pluginPath.get().empty()) {
+    return *missing;
+  }
+  ChannelConfig source;
+  source.pluginPath = channel.pluginPath.get();
+  source.pluginStateBase64 = engine_.pluginState().capturePluginState(channel);
+  return source;
+}
+
 void InstrumentSelector::pick(const std::string& key) {
   const auto target = channel();
   if (target == nullptr || !LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_)) {
@@ -149,9 +180,7 @@ void InstrumentSelector::tryOut(const std::string& key) {
     return;
   }
   if (!trial_) {
-    auto& own = trial_.emplace(Trial{.channel = target, .own = {}, .next = {}}).own;
-    own.pluginPath = target->pluginPath.get();
-    own.pluginStateBase64 = engine_.pluginState().capturePluginState(*target);
+    auto& own = trial_.emplace(Trial{.channel = target, .own = sourceOf(*target), .next = {}}).own;
     storePlaybackValues(*target, own);
     own.visualClipMappings = target->visualClipMappings.get();
   }
@@ -274,6 +303,9 @@ void InstrumentSelector::installInternal(const std::shared_ptr<AudioChannel>& ch
     channel->pluginName.set("");
   } else if (kind != PluginPathKind::playback) {
     channel->pluginName.set("");
+    if (source.pluginStateBase64) {
+      channel->lostState = {source.pluginPath, *source.pluginStateBase64};  // so that a save keeps it
+    }
     channel->status.set(ChannelStatus::loadFailed);
   }
 }

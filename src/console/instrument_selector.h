@@ -62,6 +62,9 @@ class InstrumentSelector {
   /// The favourites and the last used, as far as the search text leaves them; see plugin_preferences.h.
   [[nodiscard]] std::vector<AVAudioUnitComponent> preferred() const;
 
+  /// For a strip whose plug-in is not installed those that may take its place, while nothing is searched for.
+  [[nodiscard]] std::vector<AVAudioUnitComponent> nearest() const;
+
   /// Loads the instrument of this key on the strip, without a modal. One loads at a time; of those that are asked for
   /// meanwhile the last is next.
   void tryOut(const std::string& key);
@@ -79,6 +82,9 @@ class InstrumentSelector {
   /// Both close as `cancel` does, and open the editor of tracks or of clips for the strip.
   void pickPlayback();
   void pickVisual();
+
+  /// The plug-in that a strip was built for and lacks. Set once; may be empty.
+  std::function<std::optional<ChannelConfig>(const AudioChannel&)> missingSource;
 
   /// Open these editors. Set once.
   std::function<void(const AudioChannel&)> editTrack;
@@ -102,6 +108,7 @@ class InstrumentSelector {
   };
 
   void close();
+  [[nodiscard]] ChannelConfig sourceOf(const AudioChannel& channel) const;
   void loadTried(const std::string& key);
   void triedLoadEnded(const Uuid& trialId);
   void endTrial();

@@ -154,6 +154,11 @@ std::optional<fs::path> SetlistCopies::setlistOf(const fs::path& copy) const {
   return isOfThisDirectory ? std::optional<fs::path>(path.value()) : std::nullopt;
 }
 
+void SetlistCopies::hold(const fs::path& copy, const fs::path& setlist) {
+  held_ = copy;
+  notePath(files_, directoryOf(setlist), setlist);
+}
+
 bool SetlistCopies::holds(const fs::path& copy, const std::string& bytes) const {
   const auto kept = files_.contents(copy, bytes.size());
   return kept && kept.value() == bytes;
@@ -172,7 +177,9 @@ Outcome SetlistCopies::add(const fs::path& setlist, std::uint64_t number, const 
 void SetlistCopies::tidy(const fs::path& directory) {
   const auto numbers = numbersIn(directory);
   for (std::size_t index = mostCopies; index < numbers.size(); ++index) {
-    static_cast<void>(files_.remove(directory / nameOf(numbers[index])));
+    if (const auto copy = directory / nameOf(numbers[index]); copy != held_) {
+      static_cast<void>(files_.remove(copy));
+    }
   }
   for (const auto& name : files_.fileNames(directory)) {
     // Beyond the newest there may be one that is being written right now, by another run of the program.

@@ -48,6 +48,10 @@ class SetlistCopies {
   /// The setlist that a copy was made of; none for any other file.
   [[nodiscard]] std::optional<std::filesystem::path> setlistOf(const std::filesystem::path& copy) const;
 
+  /// Prepares for this copy of a setlist to be opened: it stays until another one is, though saves make newer ones, and
+  /// is saved to the place of its setlist.
+  void hold(const std::filesystem::path& copy, const std::filesystem::path& setlist);
+
   [[nodiscard]] std::filesystem::path directoryOf(const std::filesystem::path& setlist) const;
 
  private:
@@ -62,6 +66,7 @@ class SetlistCopies {
   FileManager& files_;
   ConsoleOutput& console_;
   const std::filesystem::path directory_;
+  std::filesystem::path held_;
 };
 
 }  // namespace vrel

@@ -49,6 +49,7 @@ enum class LiveModeAction {
   listOutputDevices,
   showHelp,
   openStateFolder,
+  checkSetlist,
   quit,
 };
 
@@ -104,6 +105,7 @@ class LiveModePolicy {
       {LiveModeAction::listOutputDevices, false, "drivers take their time, and notes would wait"},
       {LiveModeAction::showHelp, true, "changes nothing"},
       {LiveModeAction::openStateFolder, false, "its window would cover the console"},
+      {LiveModeAction::checkSetlist, false, "takes the processor that the show needs"},
       {LiveModeAction::quit, true, "asks before it ends anything"},
   }};
 

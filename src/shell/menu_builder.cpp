@@ -165,7 +165,9 @@ MenuItem Builder::file() const {
               {withKey(command(words(TextKey::newSetlist), MenuAction::newSetlist), "n"),
                withKey(command(words(TextKey::openSetlist), MenuAction::openSetlist), "o"), recentFiles(),
                withKey(command(words(TextKey::saveSetlist), MenuAction::saveSetlist), "s"),
-               withKey(command(words(TextKey::saveSetlistAs), MenuAction::saveSetlistAs), "S", ModifierFlags::shift)});
+               withKey(command(words(TextKey::saveSetlistAs), MenuAction::saveSetlistAs), "S", ModifierFlags::shift),
+               command(words(TextKey::checkSetlist), MenuAction::checkSetlist),
+               command(words(TextKey::keptCopies), MenuAction::showKeptCopies)});
 }
 
 MenuItem Builder::edit() const {

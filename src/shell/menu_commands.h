@@ -25,6 +25,8 @@ enum class MenuAction {
   clearRecentSetlists,
   saveSetlist,
   saveSetlistAs,
+  checkSetlist,
+  showKeptCopies,
   copyChannel,
   cutChannel,
   pasteChannel,

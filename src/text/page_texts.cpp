@@ -29,6 +29,21 @@ constexpr std::array<TextRow, textKeyCount - firstPageText> pageTexts{{
      "numberSongs",
      {"Number in order", "Numerar en orden", "Numéroter dans l'ordre", "Numera in ordine",
       "Der Reihe nach nummerieren"}},
+    {TextKey::checkSetlist,
+     "checkSetlist",
+     {"Check Setlist", "Comprobar setlist", "Vérifier la liste", "Controlla scaletta", "Setliste prüfen"}},
+    {TextKey::checkAgain,
+     "checkAgain",
+     {"Check Again", "Comprobar otra vez", "Vérifier à nouveau", "Controlla di nuovo", "Erneut prüfen"}},
+    {TextKey::stopCheck, "stopCheck", {"Stop", "Detener", "Arrêter", "Ferma", "Anhalten"}},
+    {TextKey::keptCopies,
+     "keptCopies",
+     {"Kept Versions", "Versiones guardadas", "Versions conservées", "Versioni conservate", "Aufbewahrte Fassungen"}},
+    {TextKey::restoreCopy, "restoreCopy", {"Restore", "Restaurar", "Restaurer", "Ripristina", "Wiederherstellen"}},
+    {TextKey::nearestPlugins,
+     "nearestPlugins",
+     {"IN PLACE OF THE MISSING ONE", "EN LUGAR DEL QUE FALTA", "À LA PLACE DE L'ABSENT", "AL POSTO DI QUELLO ASSENTE",
+      "ANSTELLE DES FEHLENDEN"}},
 }};
 static_assert(areRowsFrom(firstPageText, pageTexts), "a row is at the index of its key");
 

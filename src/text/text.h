@@ -192,9 +192,15 @@ enum class TextKey {
   songProgram,
   receivedProgram,
   numberSongs,
+  checkSetlist,
+  checkAgain,
+  stopCheck,
+  keptCopies,
+  restoreCopy,
+  nearestPlugins,
 };
 
-inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::numberSongs) + 1;
+inline constexpr std::size_t textKeyCount = static_cast<std::size_t>(TextKey::nearestPlugins) + 1;
 
 /// In the order in which a picker offers them.
 inline constexpr std::array allLanguages{Language::english, Language::spanish, Language::french, Language::italian,

@@ -64,17 +64,19 @@ TEST_F(SetlistCheck, FilesOfTracksAreReportedByTheirState) {
   audioFiles = {{"/a", {MediaState::Kind::missing, "No such file"}},
                 {"/b", {MediaState::Kind::unreadable, "no audio"}},
                 {"/c", {MediaState::Kind::incomplete, "1 s of 2 s"}},
-                {"/d", {}}};
+                {"/d", {}},
+                {"/e", {MediaState::Kind::crashes, "killed by signal 11"}}};
   SongConfig song = songWith({stripWith(installedPiano)});
-  for (const auto* const path : {"/a", "/b", "/c", "/d", ""}) {
+  for (const auto* const path : {"/a", "/b", "/c", "/d", "/e", ""}) {
     song.channels.push_back(stripWith("internal:playback"));
     song.channels.back().playbackFilePath = path;
   }
   const auto findings = checkSong(song);
-  ASSERT_EQ(kindsOf(findings),
-            Kinds({Kind::fileMissing, Kind::fileUnreadable, Kind::fileIncomplete, Kind::noFileChosen}));
+  ASSERT_EQ(kindsOf(findings), Kinds({Kind::fileMissing, Kind::fileUnreadable, Kind::fileIncomplete, Kind::fileCrashes,
+                                      Kind::noFileChosen}));
   EXPECT_EQ(findings[0].subject, "/a");
   EXPECT_EQ(findings[2].reason, "1 s of 2 s");
+  EXPECT_EQ(findings[3].reason, "killed by signal 11");
 }
 
 TEST_F(SetlistCheck, ClipsAreReportedByTheirState) {

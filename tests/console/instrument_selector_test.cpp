@@ -322,5 +322,30 @@ TEST_F(Selector, FavouritesAndLastUsedAreKeptInTheUserDefaults) {
   EXPECT_EQ(next.recentPlugins.get(), std::vector<std::string>{organKey});
 }
 
+TEST_F(Selector, AStripWhosePluginIsNotInstalledIsOfferedTheNearestOnes) {
+  changeSong(1, [](SongConfig& song) {
+    song.channels[0].pluginPath = "au:Elsewhere:Grand Piano";
+    song.channels[1].pluginPath = "aucd:1635085685:77:78";
+    song.channels[1].name = "Solo";
+  });
+  content.songSwitch().applySong(1);
+  answerAll();
+  selector().open(strip(0));
+  EXPECT_EQ(selector().nearest(), std::vector{piano});
+  selector().setSearchText("org");
+  EXPECT_TRUE(selector().nearest().empty()) << "something else is looked for";
+  selector().setSearchText("");
+  selector().tryOut(organKey);
+  answerAll();
+  EXPECT_EQ(selector().nearest(), std::vector{piano}) << "still, while another one is tried out";
+  selector().open(strip(1));
+  EXPECT_TRUE(selector().nearest().empty()) << "nothing is known of it";
+  selector().open(strip(0));
+  selector().pick(pianoKey);
+  answerAll();
+  selector().open(strip(0));
+  EXPECT_TRUE(selector().nearest().empty()) << "it has an instrument now";
+}
+
 }  // namespace
 }  // namespace vrel

@@ -45,6 +45,31 @@ TEST_F(Trial, CancellingATrialBringsTheOldInstrumentBackWithItsState) {
   EXPECT_EQ(selector().triedKey.get(), "");
 }
 
+TEST_F(Trial, OnAStripWhosePluginIsNotInstalledThatOneIsSavedMeanwhileAndComesBack) {
+  const std::string goneKey = "aucd:1635085685:77:20";
+  changeSong(1, [&](SongConfig& song) {
+    song.channels[0].pluginPath = goneKey;
+    song.channels[0].pluginStateBase64 = "QUJD";
+  });
+  content.songSwitch().applySong(1);
+  answerAll();
+  const auto expectKept = [&] {
+    content.songSwitch().captureCurrentSong();
+    EXPECT_EQ(song(1).channels[0].pluginPath, goneKey);
+    EXPECT_EQ(song(1).channels[0].pluginStateBase64, "QUJD");
+  };
+  selector().open(strip(0));
+  selector().tryOut(pianoKey);
+  expectKept();
+  answerAll();
+  ASSERT_EQ(strip(0).status.get(), ChannelStatus::running);
+  expectKept();
+  selector().cancel();
+  answerAll();
+  EXPECT_EQ(strip(0).status.get(), ChannelStatus::loadFailed);
+  expectKept();
+}
+
 TEST_F(Trial, CancellingATrialOnAnEmptyStripEmptiesItAgain) {
   selector().open(strip(0));
   selector().tryOut(pianoKey);

@@ -67,6 +67,7 @@ class LiveModePolicyTable : public ShellStage {
       case LiveModeAction::clearRecentSetlists:
       case LiveModeAction::saveSetlist:
       case LiveModeAction::saveSetlistAs:
+      case LiveModeAction::checkSetlist:
         return changesFiles(action);
       case LiveModeAction::selectSong:
       case LiveModeAction::addSong:
@@ -135,6 +136,10 @@ class LiveModePolicyTable : public ShellStage {
         return changes(file, MenuAction::openRecentSetlist, otherFile.string());
       case LiveModeAction::clearRecentSetlists:
         return changes(recent, MenuAction::clearRecentSetlists);
+      case LiveModeAction::checkSetlist: {
+        const std::function<bool()> isShown = [this] { return content.setlistChecker().isShown.get(); };
+        return changes(isShown, MenuAction::checkSetlist);
+      }
       case LiveModeAction::saveSetlist:
         state.isDirty.set(true);
         return changes(isDirty, MenuAction::saveSetlist);

@@ -116,6 +116,8 @@ TEST_F(MenuBarTest, HoldsEveryCommandWithItsKeysObjectsAndMarks) {
                                       "    Clear Recent Files | clearRecentSetlists",
                                       "  Save | saveSetlist | Command+s",
                                       "  Save As... | saveSetlistAs | Shift+Command+S",
+                                      "  Check Setlist | checkSetlist",
+                                      "  Kept Versions | showKeptCopies",
                                       "Edit",
                                       "  Copy Channel | copyChannel | Command+c",
                                       "  Cut Channel | cutChannel | Command+x",
@@ -280,10 +282,10 @@ TEST_F(MenuBarTest, InLiveModeAllThatArrangesTheSetlistOrLeavesTheConsoleIsDisab
   state.isLiveModeEnabled.set(true);
   disabled.clear();
   collect(rebuilt(), false, disabled);
-  EXPECT_EQ(disabled,
-            (std::set<std::string>{"noop", "newSetlist", "openSetlist", "openRecentSetlist:", "clearRecentSetlists",
-                                   "saveSetlistAs", "copyChannel", "cutChannel", "pasteChannel", "duplicateChannel",
-                                   "undo", "redo", "clearMidiLearn", "openStateFolder"}));
+  EXPECT_EQ(disabled, (std::set<std::string>{
+                          "noop", "newSetlist", "openSetlist", "openRecentSetlist:", "clearRecentSetlists",
+                          "saveSetlistAs", "copyChannel", "cutChannel", "pasteChannel", "duplicateChannel", "undo",
+                          "redo", "clearMidiLearn", "openStateFolder", "checkSetlist", "showKeptCopies"}));
 }
 
 void collectHints(const std::vector<MenuItem>& items, bool isEnabled, std::set<std::string>& hints) {

@@ -134,6 +134,12 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void moveStepGuard(int by);
   Q_INVOKABLE void enterSongProgram(const QString& songId, const QString& text);
   Q_INVOKABLE void numberSongs();
+  Q_INVOKABLE void startCheck();
+  Q_INVOKABLE void stopCheck();
+  Q_INVOKABLE void closeCheck();
+  /// A kept version of the setlist, by its path.
+  Q_INVOKABLE void restoreCopy(const QString& path);
+  Q_INVOKABLE void closeCopies();
   Q_INVOKABLE void closeHelp();
   Q_INVOKABLE void closeLiveKeys();
   /// Files from outside: on the window, on a strip, behind the last strip. What a place does not take does nothing.

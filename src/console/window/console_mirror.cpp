@@ -61,7 +61,8 @@ ConsoleMirror::ConsoleMirror(MirrorSource& source, ContentView& content, Observa
       editors_(source, content),
       track_(source, content),
       clips_(source, content),
-      help_(source, content) {
+      help_(source, content),
+      setlistPages_(source, content) {
   mirrorSession();
   mirrorPerformance();
   mirrorPolicy();

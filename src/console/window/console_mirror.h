@@ -16,6 +16,7 @@
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "console/window/panels_mirror.h"
+#include "console/window/setlist_pages_mirror.h"
 #include "console/window/texts_view_model.h"
 #include "console/window/track_mirror.h"
 #include "console/window/view_models.h"
@@ -102,6 +103,7 @@ class ConsoleMirror {
   TrackMirror track_;
   ClipMirror clips_;
   HelpMirror help_;
+  SetlistPagesMirror setlistPages_;
   std::map<Uuid, std::unique_ptr<MirrorPublisher<SongViewModel>>> songs_;
   std::map<Uuid, std::unique_ptr<Strip>> strips_;
   std::vector<MirrorId> songRows_;

@@ -18,6 +18,7 @@
 #include "console/window/mirror_store.h"
 #include "console/window/panel_view_models.h"
 #include "console/window/performance_board.h"
+#include "console/window/setlist_page_view_models.h"
 #include "console/window/stage_board.h"
 #include "console/window/strip_commands.h"
 #include "console/window/texts_view_model.h"
@@ -45,6 +46,8 @@ class ConsoleModel : public QObject {
   Q_PROPERTY(vrel::window::TrackViewModel* track READ track CONSTANT FINAL)
   Q_PROPERTY(vrel::window::LearnedControlsViewModel* learned READ learned CONSTANT FINAL)
   Q_PROPERTY(vrel::window::SongControlViewModel* songControl READ songControl CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::CheckViewModel* check READ check CONSTANT FINAL)
+  Q_PROPERTY(vrel::window::CopiesViewModel* copies READ copies CONSTANT FINAL)
   Q_PROPERTY(vrel::window::HelpViewModel* help READ help CONSTANT FINAL)
   Q_PROPERTY(vrel::window::HelpViewModel* liveKeys READ liveKeys CONSTANT FINAL)
   Q_PROPERTY(vrel::window::AlertViewModel* alert READ alert CONSTANT FINAL)
@@ -75,6 +78,8 @@ class ConsoleModel : public QObject {
     store_.adopt(mirror_ids::track, track_);
     store_.adopt(mirror_ids::learned, learned_);
     store_.adopt(mirror_ids::songControl, songControl_);
+    store_.adopt(mirror_ids::check, check_);
+    store_.adopt(mirror_ids::copies, copies_);
     store_.adopt(mirror_ids::help, help_);
     store_.adopt(mirror_ids::liveKeys, liveKeys_);
     store_.adopt(mirror_ids::alert, alert_);
@@ -91,6 +96,8 @@ class ConsoleModel : public QObject {
   [[nodiscard]] TrackViewModel* track() { return &track_; }
   [[nodiscard]] LearnedControlsViewModel* learned() { return &learned_; }
   [[nodiscard]] SongControlViewModel* songControl() { return &songControl_; }
+  [[nodiscard]] CheckViewModel* check() { return &check_; }
+  [[nodiscard]] CopiesViewModel* copies() { return &copies_; }
   [[nodiscard]] HelpViewModel* help() { return &help_; }
   [[nodiscard]] HelpViewModel* liveKeys() { return &liveKeys_; }
   [[nodiscard]] AlertViewModel* alert() { return &alert_; }
@@ -130,6 +137,8 @@ class ConsoleModel : public QObject {
   TrackViewModel track_;
   LearnedControlsViewModel learned_;
   SongControlViewModel songControl_;
+  CheckViewModel check_;
+  CopiesViewModel copies_;
   HelpViewModel help_;
   HelpViewModel liveKeys_;
   AlertViewModel alert_;

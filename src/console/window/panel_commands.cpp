@@ -111,6 +111,26 @@ void ConsoleCommands::moveEffectDown(const QString& slotId) {
   withEffect(slotId, &EffectRack::moveDown);
 }
 
+void ConsoleCommands::startCheck() {
+  withContent([](ContentView& content) { content.setlistChecker().start(); });
+}
+
+void ConsoleCommands::stopCheck() {
+  withContent([](ContentView& content) { content.setlistChecker().stop(); });
+}
+
+void ConsoleCommands::closeCheck() {
+  withContent([](ContentView& content) { content.setlistChecker().close(); });
+}
+
+void ConsoleCommands::restoreCopy(const QString& path) {
+  withContent([path = path.toStdString()](ContentView& content) { content.keptCopies().restore(path); });
+}
+
+void ConsoleCommands::closeCopies() {
+  withContent([](ContentView& content) { content.keptCopies().close(); });
+}
+
 void ConsoleCommands::closeHelp() {
   withContent([](ContentView& content) { content.help().close(); });
 }

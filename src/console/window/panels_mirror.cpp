@@ -31,13 +31,19 @@ void append(QList<PluginRow>& rows, const AppState& state, const QString& sectio
                QString::fromStdString(plugin.manufacturerName), isFavouritePlugin(state, key)});
 }
 
-QList<PluginRow> rowsOf(const AppState& state, const std::vector<AVAudioUnitComponent>& preferred,
-                        const std::vector<PluginGroup>& groups) {
-  const auto title = text(TextKey::favouritesTitle, state.language.get());
-  QList<PluginRow> rows;
-  for (const auto& plugin : preferred) {
+void append(QList<PluginRow>& rows, const AppState& state, TextKey heading,
+            const std::vector<AVAudioUnitComponent>& plugins) {
+  const auto title = text(heading, state.language.get());
+  for (const auto& plugin : plugins) {
     append(rows, state, QString::fromUtf8(title.data(), static_cast<qsizetype>(title.size())), plugin);
   }
+}
+
+QList<PluginRow> rowsOf(const AppState& state, const std::vector<AVAudioUnitComponent>& nearest,
+                        const std::vector<AVAudioUnitComponent>& preferred, const std::vector<PluginGroup>& groups) {
+  QList<PluginRow> rows;
+  append(rows, state, TextKey::nearestPlugins, nearest);
+  append(rows, state, TextKey::favouritesTitle, preferred);
   for (const auto& group : groups) {
     for (const auto& plugin : group.plugins) {
       append(rows, state, QString::fromStdString(group.manufacturerName), plugin);
@@ -130,7 +136,8 @@ void PanelsMirror::refreshSelector() {
   selector_.set(View::loadedKeyKey, channel->pluginPath.get());
   if (areInstrumentsNew_) {
     areInstrumentsNew_ = false;
-    selector_.set(View::rowsKey, rowsOf(content_.appState(), selector.preferred(), selector.groups()));
+    selector_.set(View::rowsKey,
+                  rowsOf(content_.appState(), selector.nearest(), selector.preferred(), selector.groups()));
   }
 }
 
@@ -152,7 +159,7 @@ void PanelsMirror::refreshRack() {
   rack_.set(View::effectsKey, effects);
   if (areEffectsNew_) {
     areEffectsNew_ = false;
-    rack_.set(View::rowsKey, rowsOf(content_.appState(), rack.preferred(), rack.groups()));
+    rack_.set(View::rowsKey, rowsOf(content_.appState(), {}, rack.preferred(), rack.groups()));
   }
 }
 

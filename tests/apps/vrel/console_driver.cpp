@@ -142,6 +142,7 @@ ConsoleDriver::ConsoleDriver() : folder_(std::make_unique<QTemporaryDir>()) {
   home_ = folder_->path().toStdString();
   moveHome(home_);
   ::setenv("VREL_PLUGIN_HOST", VREL_PLUGIN_HOST_PROGRAM, 1);
+  ::setenv("VREL_RENDER", VREL_RENDER_PROGRAM, 1);
 }
 
 ConsoleDriver::~ConsoleDriver() {

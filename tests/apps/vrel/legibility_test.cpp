@@ -3,6 +3,8 @@
 
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -106,6 +108,30 @@ TEST_F(Legibility, NorInTheSelectorTheRackTheLearnedControlsAndSongsByMidi) {
   });
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("receivedProgram"); }));
   expectRoomInEveryLanguage();
+}
+
+TEST_F(Legibility, NorOnThePagesOfTheSetlist) {
+  driver.onLogic([](Session& session) {
+    CheckReport report;
+    report.pages = {{.name = "The Long Way Home, Acoustic",
+                     .findings = {{.kind = FindingKind::sharedControl,
+                                   .subject = "CC 64, MIDI 16",
+                                   .targets = {{MidiControlKind::panic, std::nullopt}}},
+                                  {.kind = FindingKind::fileCrashes, .strip = FindingStrip{0, "Piano Lead"}}},
+                     .played = PlayedSong{}}};
+    session.content().setlistChecker().report.set(std::make_shared<const CheckReport>(report));
+    session.content().setlistChecker().isShown.set(true);
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("checked2"); }));
+  expectRoomInEveryLanguage();
+  driver.onLogic([](Session& session) {
+    session.content().keptCopies().open();
+    session.content().keptCopies().rows.set({{.path = "/a/000001.vrel", .seconds = 1'700'000'000, .isGood = true},
+                                             {.path = "/a/000002.vrel", .seconds = std::nullopt}});
+  });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("copy1"); }));
+  expectRoomInEveryLanguage();
+  driver.onLogic([](Session& session) { session.content().keptCopies().close(); });
 }
 
 TEST_F(Legibility, NorInTheEditorsOfTracksAndClips) {

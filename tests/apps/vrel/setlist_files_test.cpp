@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "system/files/user_folders.h"
 #include "system/plugins/sandboxed_node.h"
 
 namespace vrel::app::test {
@@ -68,6 +69,27 @@ TEST_F(SetlistFile, APanelThatIsCancelledOnTheWayOutKeepsTheProgram) {
   EXPECT_FALSE(driver.hasQuit());
   EXPECT_FALSE(alertIsShown());
   EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(SetlistFile, UnsavedEditsOfARunThatWasKilledAreOfferedByTheirSongsAndOpened) {
+  const auto folder = system::userUnsavedFolder();
+  const std::string killedRun = "999999999-1";
+  std::filesystem::create_directories(folder);
+  std::filesystem::copy_file(VREL_EXAMPLE_SETLIST, folder / (killedRun + ".vrel"));
+  std::ofstream(folder / (killedRun + ".path")) << file.string();
+  driver.program().offerUnsavedEdits();
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  driver.onLogic([](Session& session) { EXPECT_EQ(session.state().songs.get().size(), 1U); });
+  driver.click("alertButton0");
+  EXPECT_TRUE(driver.eventually([this] { return songNames().size() == 3; }));
+  driver.onLogic([this](Session& session) {
+    EXPECT_EQ(session.state().currentFilePath.get(), file);
+    EXPECT_TRUE(session.state().isDirty.get());
+  });
+  EXPECT_FALSE(std::filesystem::exists(file)) << "nothing but a save writes there";
+  driver.close();
+  std::filesystem::remove_all(folder);
+  driver.open();
 }
 
 TEST_F(SetlistFile, ANameWithoutAnExtensionGetsOne) {
@@ -166,6 +188,32 @@ TEST_F(SetlistFile, TheNewestCopyOfADamagedOneIsOpenedByAButtonAndSavedToItsPlac
   driver.onLogic([](Session& session) { session.content().setlistFiles().saveSetlist(); });
   EXPECT_TRUE(driver.eventually([this] { return !driver.session().isDirty(); }));
   EXPECT_NE(textOf(file).find("01. Untitled Song"), std::string::npos);
+}
+
+TEST_F(SetlistFile, AKeptVersionIsRestoredFromItsPage) {
+  for (const unsigned tempo : {90U, 91U, 92U}) {
+    driver.onLogic([&](Session& session) {
+      session.content().tempo().setTempo(tempo);
+      session.content().setlistFiles().writeSetlist(file);
+    });
+  }
+  driver.onLogic([](Session& session) { session.content().keptCopies().open(); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("copiesPanel") && driver.isShown("restore1"); }));
+  driver.click("restore1");
+  ASSERT_TRUE(driver.eventually([this] { return alertIsShown(); }));
+  driver.click("alertButton1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.session().tempoBpm() == 90 && driver.session().isDirty(); }));
+  EXPECT_FALSE(driver.isShown("copiesPanel"));
+  EXPECT_EQ(driver.session().fileName(), QStringLiteral("gig.vrel"));
+}
+
+TEST_F(SetlistFile, IsCheckedByARunBesideTheConsoleAndThePageSaysWhatWasFound) {
+  driver.onLogic([](Session& session) { session.content().setlistChecker().open(); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("checked1"); }));
+  EXPECT_EQ(driver.value("checkStatus", "text").toString(), QStringLiteral("Errors: 0, warnings: 1"));
+  EXPECT_TRUE(driver.session().fileName().isEmpty());
+  driver.click("checkPanelClose");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("checkPanel"); }));
 }
 
 TEST_F(SetlistFile, OnceItsInstrumentsAreLoadedNothingCoversTheStrips) {

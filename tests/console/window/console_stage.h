@@ -7,6 +7,7 @@
 #include "console/content_view.h"
 #include "platform/notification_center.h"
 #include "simulation/scripted_desktop.h"
+#include "simulation/simulated_processes.h"
 #include "support/simulated_session.h"
 
 namespace vrel::window {
@@ -21,7 +22,19 @@ class ConsoleStage : public SimulatedSession {
 
   simulation::ScriptedDesktop desktop;
   NSNotificationCenter notifications;
-  ContentView content{{state, *engine, mainQueue, clock, console, desktop, files, notifications, "/home/me/copies"}};
+  simulation::SimulatedProcesses processes;
+  ContentView content{{state,
+                       *engine,
+                       mainQueue,
+                       clock,
+                       console,
+                       desktop,
+                       files,
+                       notifications,
+                       "/home/me/copies",
+                       {},
+                       nullptr,
+                       {&queues, &files, &files, &processes, "vrel-render"}}};
 };
 
 }  // namespace vrel::window

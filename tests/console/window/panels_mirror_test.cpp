@@ -5,11 +5,13 @@
 
 #include <QList>
 #include <QString>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "check/report_coding.h"
 #include "console/window/console_model.h"
 #include "console/window/console_stage.h"
 #include "console/window_settings.h"
@@ -211,6 +213,97 @@ TEST_F(Panels, CommandsForAStripOrEffectThatIsGoneDoNothing) {
   EXPECT_FALSE(selector.isOpen());
   EXPECT_FALSE(rack.isOpen());
   EXPECT_TRUE(units.requests.empty());
+}
+
+TEST_F(Panels, TheCheckShowsItsProgressAndThenItsRowsInTheLanguageOfTheSession) {
+  CheckViewModel& check = *model.check();
+  notifications.post("vrel.checkSetlist");
+  settle();
+  EXPECT_TRUE(check.isOpen());
+  EXPECT_TRUE(check.isRunning());
+  EXPECT_EQ(check.progress(), 0);
+  processes.print("vrel-render: 1 of 1 songs played");
+  settle();
+  EXPECT_EQ(check.progress(), 1);
+  CheckReport found;
+  found.pages = {{.name = "One", .findings = {{.kind = FindingKind::noSound}}}};
+  processes.end({.exitCode = 1, .output = encodeReport(found)});
+  settle();
+  EXPECT_FALSE(check.isRunning());
+  ASSERT_EQ(check.rows().size(), 2);
+  EXPECT_TRUE(check.rows()[0].isSong);
+  EXPECT_EQ(check.rows()[0].title, QStringLiteral("1  One"));
+  EXPECT_EQ(check.rows()[1].title, QStringLiteral("No strip of the song can sound"));
+  state.language.set(Language::french);
+  settle();
+  EXPECT_EQ(check.rows()[1].title, QStringLiteral("Aucune tranche du morceau ne peut sonner"));
+  EXPECT_EQ(check.status(), QStringLiteral("Erreurs : 0, avertissements : 1"));
+  commands.startCheck();
+  settle();
+  EXPECT_TRUE(check.isRunning());
+  commands.stopCheck();
+  settle();
+  EXPECT_FALSE(check.isRunning());
+  EXPECT_TRUE(check.mayStart());
+  state.isLiveModeEnabled.set(true);
+  settle();
+  EXPECT_FALSE(check.mayStart());
+  commands.closeCheck();
+  settle();
+  EXPECT_FALSE(check.isOpen());
+}
+
+TEST_F(Panels, TheKeptVersionsShowTheirDatesAndSongsAndOneIsRestored) {
+  CopiesViewModel& copies = *model.copies();
+  const std::filesystem::path gig = "/home/me/gig.vrel";
+  for (const auto* const notes : {"first", "second"}) {
+    content.setSongNotes(notes);
+    ASSERT_TRUE(content.setlistFiles().writeSetlist(gig));
+  }
+  notifications.post("vrel.showKeptCopies");
+  settle();
+  EXPECT_TRUE(copies.isReading());
+  queues.queue("vrel.kept.copies").runAll();
+  settle();
+  EXPECT_TRUE(copies.isOpen());
+  EXPECT_FALSE(copies.isReading());
+  ASSERT_EQ(copies.rows().size(), 1);
+  EXPECT_EQ(copies.rows()[0].date, QStringLiteral("000001.vrel")) << "without a time";
+  EXPECT_EQ(copies.rows()[0].detail, QStringLiteral("Songs: 1. One"));
+  EXPECT_TRUE(copies.rows()[0].isGood);
+  files.times[copies.rows()[0].path.toStdString()] = 1'700'000'000;
+  notifications.post("vrel.showKeptCopies");
+  queues.queue("vrel.kept.copies").runAll();
+  settle();
+  ASSERT_EQ(copies.rows().size(), 1);
+  EXPECT_TRUE(copies.rows()[0].date.contains(QStringLiteral("2023"))) << copies.rows()[0].date.toStdString();
+  desktop.alertAnswers = {1};
+  commands.restoreCopy(copies.rows()[0].path);
+  answerAll();
+  EXPECT_FALSE(copies.isOpen());
+  EXPECT_EQ(state.songNotes.get(), "first");
+}
+
+TEST_F(Panels, ThePagesOfTheSetlistTakeTurns) {
+  notifications.post("vrel.checkSetlist");
+  notifications.post("vrel.showKeptCopies");
+  settle();
+  EXPECT_FALSE(model.check()->isOpen());
+  EXPECT_FALSE(processes.children.back()->isRunning);
+  EXPECT_TRUE(model.copies()->isOpen());
+  commands.closeCopies();
+  settle();
+  EXPECT_FALSE(model.copies()->isOpen());
+}
+
+TEST_F(Panels, AStripWhosePluginIsNotInstalledIsOfferedTheNearestOnesFirst) {
+  changeSong(0, [](SongConfig& song) { song.channels[0].pluginPath = "au:Elsewhere:Grand Piano"; });
+  state.selectedSongIndex.set(std::nullopt);
+  content.songSwitch().applySong(0);
+  answerAll();
+  commands.openInstrumentSelector(stripId(0));
+  settle();
+  EXPECT_EQ(described(selector.rows()), (Words{"IN PLACE OF THE MISSING ONE: Piano", "Maker: Organ", "Maker: Piano"}));
 }
 
 }  // namespace

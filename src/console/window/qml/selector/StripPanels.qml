@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The panels that belong to one strip or to the master, over the column of the setlist or over the strips.
+// The panels that belong to one strip, to the master or to the setlist, over the column of the setlist or over the strips.
 import QtQuick
 import Vrel.Console
 
@@ -18,6 +18,10 @@ Item {
             track.closed();
         else if (clips.isOpen)
             clips.closed();
+        else if (check.isOpen)
+            check.closed();
+        else if (copies.isOpen)
+            copies.closed();
         else if (learned.isOpen)
             learned.closed();
         else if (songControl.isOpen)
@@ -74,6 +78,24 @@ Item {
         y: place.height - height - Theme.gap
         width: place.width - x - 3
         height: Math.min(440, place.height - Theme.gap)
+        desk: place.desk
+    }
+
+    CheckPanel {
+        id: check
+
+        x: place.column + 7
+        width: place.width - x - 3
+        height: place.height - Theme.gap
+        desk: place.desk
+    }
+
+    CopiesPanel {
+        id: copies
+
+        x: place.column + 7
+        width: place.width - x - 3
+        height: place.height - Theme.gap
         desk: place.desk
     }
 

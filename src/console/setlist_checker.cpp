@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/setlist_checker.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include "check/finding_words.h"
+#include "check/report_coding.h"
+#include "document/setlist_coding.h"
+#include "engine/plugin_state.h"
+#include "performance/live_mode_policy.h"
+#include "performance/song_switch.h"
+#include "platform/dispatch.h"
+
+namespace vrel {
+namespace {
+
+using CheckTexts = std::array<std::string_view, 5>;  // in the order of the languages
+
+constexpr CheckTexts playingTexts{"Playing the songs: %1 of %2", "Tocando las canciones: %1 de %2",
+                                  "Lecture des morceaux : %1 sur %2", "Esecuzione dei brani: %1 di %2",
+                                  "Songs werden gespielt: %1 von %2"};
+constexpr CheckTexts stoppedTexts{"The check was stopped", "La comprobación se detuvo", "La vérification a été arrêtée",
+                                  "Il controllo è stato fermato", "Die Prüfung wurde angehalten"};
+constexpr CheckTexts liveTexts{"The check was stopped by Live mode", "El modo Live detuvo la comprobación",
+                               "Le mode Live a arrêté la vérification", "Il modo Live ha fermato il controllo",
+                               "Der Live-Modus hat die Prüfung angehalten"};
+constexpr CheckTexts failedTexts{"The check did not come to its end: %1", "La comprobación no llegó a su fin: %1",
+                                 "La vérification n'est pas arrivée à son terme : %1",
+                                 "Il controllo non è arrivato alla fine: %1",
+                                 "Die Prüfung kam nicht zu ihrem Ende: %1"};
+constexpr CheckTexts cleanTexts{"Nothing was found", "No se encontró nada", "Rien n'a été trouvé",
+                                "Non è stato trovato nulla", "Es wurde nichts gefunden"};
+constexpr CheckTexts countTexts{"Errors: %1, warnings: %2", "Errores: %1, avisos: %2",
+                                "Erreurs : %1, avertissements : %2", "Errori: %1, avvisi: %2",
+                                "Fehler: %1, Warnungen: %2"};
+constexpr CheckTexts outdatedTexts{"the setlist has been edited since", "el setlist se ha editado después",
+                                   "la liste a été modifiée depuis", "la scaletta è stata modificata dopo",
+                                   "die Setliste wurde seitdem bearbeitet"};
+
+std::string checkText(const CheckTexts& texts, Language language, const std::string& first = {},
+                      const std::string& second = {}) {
+  std::string text(texts.at(static_cast<std::size_t>(language)));
+  // The later one first: what is put in may hold any mark.
+  for (const auto& [mark, with] : {std::pair("%2", &second), std::pair("%1", &first)}) {
+    if (const auto at = text.find(mark); at != std::string::npos) {
+      text.replace(at, 2, *with);
+    }
+  }
+  return text;
+}
+
+std::string countText(const FindingCounts& counts, Language language) {
+  return counts.all() == 0
+             ? checkText(cleanTexts, language)
+             : checkText(countTexts, language, std::to_string(counts.errors), std::to_string(counts.warnings));
+}
+
+void addFindings(std::vector<CheckRow>& rows, const std::vector<Finding>& findings, Language language) {
+  for (const auto& finding : findings) {
+    const std::string strip =
+        finding.strip ? std::to_string(finding.strip->index + 1) + "  " + finding.strip->name + ": " : "";
+    rows.push_back({.isSong = false,
+                    .isError = severityOf(finding.kind) == FindingSeverity::error,
+                    .title = strip + findingText(finding, language),
+                    .detail = findingAdvice(finding.kind, language)});
+  }
+}
+
+/// Whether it has all songs, or says why it has none.
+bool isWholeReport(const CheckReport& report, std::size_t songCount) {
+  if (report.pages.empty() && !report.findings.empty()) {
+    return true;
+  }
+  std::vector<bool> seen(songCount, false);
+  for (const auto& page : report.pages) {
+    if (page.song >= songCount || seen[page.song]) {
+      return false;
+    }
+    seen[page.song] = true;
+  }
+  return report.pages.size() == songCount;
+}
+
+}  // namespace
+
+SetlistChecker::SetlistChecker(Collaborators collaborators) : collaborators_(std::move(collaborators)) {
+  AppState& state = collaborators_.state;
+  connections_ = {state.isLiveModeEnabled.changed.connect([this](bool isLive) {
+                    if (isLive && isRunning()) {
+                      end(Stage::stoppedByLiveMode);
+                    }
+                  }),
+                  state.edited.connect([this] { isOutdated.set(true); }),
+                  state.songs.changed.connect([this](const auto&) {
+                    if (!isOutdated.get() && songIds() != checkedSongs_) {
+                      isOutdated.set(true);
+                    }
+                  })};
+}
+
+std::vector<Uuid> SetlistChecker::songIds() const {
+  std::vector<Uuid> ids;
+  for (const auto& song : collaborators_.state.songs.get()) {
+    ids.push_back(song.id);
+  }
+  return ids;
+}
+
+void SetlistChecker::open() {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::checkSetlist, collaborators_.state)) {
+    return;
+  }
+  isShown.set(true);
+  if (report.get() == nullptr || isOutdated.get()) {
+    start();
+  }
+}
+
+void SetlistChecker::close() {
+  stop();
+  isShown.set(false);
+}
+
+void SetlistChecker::start() {
+  if (isRunning() || !LiveModePolicy::isAllowed(LiveModeAction::checkSetlist, collaborators_.state)) {
+    return;
+  }
+  if (collaborators_.processes == nullptr) {
+    end(Stage::failed, "no processes");
+    return;
+  }
+  AppState& state = collaborators_.state;
+  // No plug-in is asked for its state: the answer would be in the way of a song switch.
+  const auto setlist = std::make_shared<const SetlistFile>(
+      SetlistFile{setlistVersion, collaborators_.songSwitch.songsAsPlayed(StateRead::lastKnown),
+                  state.globalMidiControlAssignments.get()});
+  checkedSongs_ = songIds();
+  isOutdated.set(false);
+  lastLine_.clear();
+  run_ = Uuid::fresh();
+  status.set({.stage = Stage::running, .songCount = setlist->songs.size()});
+  process_ = collaborators_.processes->start(
+      {.program = collaborators_.program,
+       .arguments = {"--check", "--json", "--block", std::to_string(state.audioIOBufferFrameSize.get()),
+                     childInputPath},
+       .input = [setlist] { return encodeSetlist(*setlist); }},
+      {.line = [this](const std::string& line) { takeLine(line); },
+       .ended = [this](const ChildEnd& childEnd) { takeEnd(childEnd); }});
+  awaitLine();
+}
+
+void SetlistChecker::stop() {
+  if (isRunning()) {
+    end(Stage::stopped);
+  }
+}
+
+void SetlistChecker::end(Stage stage, std::string reason) {
+  process_.reset();
+  status.set({.stage = stage, .reason = std::move(reason)});
+}
+
+void SetlistChecker::takeLine(const std::string& line) {
+  ++lineCount_;
+  int done = 0;
+  int count = 0;
+  int length = 0;
+  if (std::sscanf(line.c_str(), "vrel-render: %9d of %9d songs played%n", &done, &count, &length) == 2 && length > 0 &&
+      done >= 0) {
+    Status now = status.get();
+    now.songsPlayed = std::min(static_cast<std::size_t>(done), now.songCount);
+    status.set(now);
+  } else if (!line.empty() && line.find("files read") == std::string::npos) {
+    lastLine_ = line;
+  }
+}
+
+void SetlistChecker::takeEnd(const ChildEnd& childEnd) {
+  constexpr int foundSomething = 1;
+  if (childEnd.failure) {
+    end(Stage::failed, *childEnd.failure);
+    return;
+  }
+  if (childEnd.exitCode != 0 && childEnd.exitCode != foundSomething) {
+    end(Stage::failed, lastLine_.empty() ? "exit code " + std::to_string(childEnd.exitCode) : lastLine_);
+    return;
+  }
+  auto decoded = decodeReport(childEnd.output);
+  if (!decoded || !isWholeReport(decoded.value(), status.get().songCount)) {
+    end(Stage::failed, decoded ? "its report is incomplete" : decoded.error().description);
+    return;
+  }
+  sortWorstFirst(decoded.value());
+  report.set(std::make_shared<const CheckReport>(std::move(decoded).value()));
+  end(Stage::done);
+}
+
+void SetlistChecker::awaitLine() {
+  collaborators_.mainQueue.asyncAfter(silenceSeconds, [this, life = life_.watch(), run = run_, lines = lineCount_] {
+    if (!life.isAlive() || run != run_ || !isRunning()) {
+      return;
+    }
+    if (lines == lineCount_) {
+      end(Stage::failed, "vrel-render does not answer");
+    } else {
+      awaitLine();
+    }
+  });
+}
+
+std::string SetlistChecker::statusText() const {
+  const auto language = collaborators_.state.language.get();
+  const Status& now = status.get();
+  switch (now.stage) {
+    case Stage::none:
+      return {};
+    case Stage::running:
+      return checkText(playingTexts, language, std::to_string(now.songsPlayed), std::to_string(now.songCount));
+    case Stage::stopped:
+      return checkText(stoppedTexts, language);
+    case Stage::stoppedByLiveMode:
+      return checkText(liveTexts, language);
+    case Stage::failed:
+      return checkText(failedTexts, language, now.reason);
+    case Stage::done:
+      break;
+  }
+  const std::string found = countText(countsOf(*report.get()), language);
+  return isOutdated.get() ? found + " (" + checkText(outdatedTexts, language) + ")" : found;
+}
+
+std::vector<CheckRow> checkRows(const CheckReport& report, Language language) {
+  std::vector<CheckRow> rows;
+  addFindings(rows, report.findings, language);
+  for (const auto& page : report.pages) {
+    const FindingCounts counts = countsOf(page.findings);
+    rows.push_back({.isSong = true,
+                    .isError = counts.errors > 0,
+                    .title = std::to_string(page.song + 1) + "  " + page.name,
+                    .detail = countText(counts, language) +
+                              (page.played ? "; " + playedText(*page.played, language) : std::string())});
+    addFindings(rows, page.findings, language);
+  }
+  return rows;
+}
+
+}  // namespace vrel

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What would fail on stage: each song below its name, worst first, with what to do about each finding.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vrel.Console
+
+ChoicePanel {
+    id: panel
+
+    readonly property CheckViewModel check: desk.check
+
+    objectName: "checkPanel"
+    isOpen: check.isOpen
+    title: desk.texts.setlist
+    owner: desk.texts.checkSetlist
+    color: Theme.teal
+    onClosed: desk.commands.closeCheck()
+    onOpened: list.forceActiveFocus(Qt.PopupFocusReason)
+
+    RowLayout {
+        Layout.fillWidth: true
+        Layout.fillHeight: false
+        spacing: Theme.gap
+
+        Text {
+            objectName: "checkStatus"
+            Layout.fillWidth: true
+            text: panel.check.status
+            color: Theme.ink
+            font.pixelSize: Theme.bodyText
+            wrapMode: Text.Wrap
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        PushButton {
+            objectName: "runCheck"
+            Layout.preferredWidth: 180
+            text: panel.check.isRunning ? panel.desk.texts.stopCheck : panel.desk.texts.checkAgain
+            hint: !panel.check.mayStart ? panel.desk.hints.notInLiveMode : panel.check.isRunning ? panel.desk.hints.stopCheck : panel.desk.hints.checkAgain
+            isOffered: panel.check.mayStart
+            onClicked: {
+                if (panel.check.isRunning)
+                    panel.desk.commands.stopCheck();
+                else
+                    panel.desk.commands.startCheck();
+            }
+        }
+    }
+
+    Rectangle {
+        objectName: "checkProgress"
+        Layout.fillWidth: true
+        Layout.fillHeight: false
+        visible: panel.check.isRunning
+        implicitHeight: 6
+        radius: 3
+        color: Theme.barTrack
+
+        Rectangle {
+            width: parent.width * panel.check.progress
+            height: parent.height
+            radius: 3
+            color: Theme.teal
+        }
+    }
+
+    ListView {
+        id: list
+
+        objectName: "checkList"
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        clip: true
+        spacing: 4
+        boundsBehavior: Flickable.StopAtBounds
+        activeFocusOnTab: true
+        highlightMoveDuration: 0
+        model: panel.check.rows
+
+        Accessible.role: Accessible.List
+        Accessible.name: panel.owner
+
+        ScrollBar.vertical: ScrollBar {
+            policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
+            width: 12
+            Accessible.name: panel.owner
+        }
+
+        delegate: CheckRow {
+            width: list.width - 14
+            isCurrent: list.activeFocus && ListView.isCurrentItem
+        }
+    }
+}
