@@ -45,6 +45,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       unsavedEdits_({state_, content_.songSwitch(), content_.setlistFiles(), loop, platform_.platform().queues,
                      unsavedFiles_, desktop_, console_, &background_},
                     system::userUnsavedFolder(), {ownRunName(), isRunning}),
+      collector_({state_, content_.songSwitch(), loop, platform_.platform().queues, copier_, desktop_, console_}),
       meterReadings_(
           *engine_, loop,
           [this](const AudioChannel& channel) {
@@ -64,7 +65,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       menus_({notifications_, loop, desktop_, content_.liveMode(), content_.midiLearn(), projection_}),
       actions_{content_, [this](std::optional<std::size_t> button) { desktop_.answerAlert(button); },
                [this](const std::string& action, const std::string& object) { menus_.perform(action, object); },
-               settings_},
+               settings_, [this] { collector_.stop(); }},
       app_({state_, engine_, content_, menus_, notifications_, desktop_, loop}),
       menusShown_(menus_.menusRebuilt.connect([this] { mirror_.setMenus(menusForQml(menus_.mainMenu())); })) {
   const auto showAudioOutput = [this](const system::OutputState& output) {
@@ -73,11 +74,13 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
   showAudioOutput(platform_.output().state().get());
   audioOutputShown_ = platform_.output().state().changed.connect(showAudioOutput);
   mirror_.mirrorSettings(settings_);
+  mirror_.mirrorCollecting(collector_.progress);
   projectionShown_ = projection_.isProjecting.changed.connect([this](bool isOpen) { mirror_.setProjected(isOpen); });
   if (auto* const input = engine_->midiInput()) {
     playedNow_.follow(*input);
   }
   menus_.hooks.openStateFolder = [this] { openStateFolder(); };
+  menus_.hooks.collectSetlist = [this] { collector_.collect(); };
   connectEditors();
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }

@@ -12,6 +12,7 @@
 #include "console/content_view.h"
 #include "console/meter_readings.h"
 #include "console/played_now.h"
+#include "console/setlist_collector.h"
 #include "console/unsaved_edits.h"
 #include "console/window/console_commands.h"
 #include "console/window/console_mirror.h"
@@ -28,6 +29,7 @@
 #include "system/dispatch/standard_output.h"
 #include "system/dispatch/system_clock.h"
 #include "system/files/file_calls.h"
+#include "system/files/posix_file_copier.h"
 #include "system/files/posix_file_manager.h"
 #include "system/processes/child_processes.h"
 #include "system/projection/system_projection.h"
@@ -121,6 +123,7 @@ class Session {
   system::PosixFileManager copiesFiles_{fileCalls_};   // a thread's of the kept copies
   system::PosixFileManager movedFiles_{fileCalls_};    // a thread's that looks for files
   system::ChildProcesses processes_{loop_};
+  system::PosixFileCopier copier_{fileCalls_};  // a thread's of the collector
   system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
   SystemPlatform platform_;
   AppState state_;
@@ -130,6 +133,7 @@ class Session {
   system::BackgroundThread background_{loop_};
   ContentView content_;
   UnsavedEdits unsavedEdits_;
+  SetlistCollector collector_;
   WindowSettings settings_{defaults_};
   MeterReadings meterReadings_;
   PlayedNowSource playedNow_;

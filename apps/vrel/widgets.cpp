@@ -86,6 +86,9 @@ QStringList filtersFor(FileType type) {
     return {QStringLiteral("*.wav *.flac *.ogg *.oga *.opus *.mp3 *.aif *.aiff *.m4a *.aac *.caf *.w64"),
             QStringLiteral("*")};
   }
+  if (type == FileType::folder) {
+    return {QStringLiteral("*")};
+  }
   return {QStringLiteral("Vrel (*.vrel)"), QStringLiteral("* (*)")};
 }
 
@@ -146,7 +149,9 @@ FilePanel::FilePanel(const Request& request, int language, const QString& folder
   setViewMode(QFileDialog::List);
   if (request.mode == AcceptSave) {
     setFileMode(QFileDialog::AnyFile);
-    setDefaultSuffix(QStringLiteral("vrel"));
+    if (request.type != FileType::folder) {
+      setDefaultSuffix(QStringLiteral("vrel"));
+    }
     selectFile(QString::fromStdString(request.suggestedName));
   } else {
     setFileMode(QFileDialog::ExistingFile);
@@ -217,7 +222,8 @@ bool FilePanel::mayReplace(const QString& name) {
 void FilePanel::accept() {
   // The name as it is in the panel, before any question about it.
   auto* const name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-  if (acceptMode() == AcceptSave && name != nullptr && !name->text().isEmpty()) {
+  const bool hasSuffix = !defaultSuffix().isEmpty();  // a folder has none, and what has its name stays
+  if (acceptMode() == AcceptSave && hasSuffix && name != nullptr && !name->text().isEmpty()) {
     const QString suffix = QLatin1Char('.') + defaultSuffix();
     const bool isFolder = QFileInfo(directory().absoluteFilePath(name->text())).isDir();
     if (!isFolder && !name->text().endsWith(suffix, Qt::CaseInsensitive)) {

@@ -33,6 +33,7 @@ ContentView::ContentView(const Collaborators& collaborators)
       effectRack_({appState_, audioEngine_, collaborators.mainQueue, collaborators.console, selection_}),
       editHistory_({appState_, audioEngine_, builder_, selection_, collaborators.clock, songSwitch_, songList_,
                     instrumentSelector_}),
+      largeNotes_(appState_, midiLearn_),
       learnedControls_(appState_),
       learnedPluginControls_(appState_, audioEngine_, midiLearn_, collaborators.mainQueue),
       songControlPage_(appState_, midiLearn_),
@@ -147,6 +148,7 @@ void ContentView::observeMenus() {
             learnedControls_.isShown.set(false);
             songControlPage_.isShown.set(true);
           }));
+  observe("vrel.toggleLargeNotes", run([this] { largeNotes_.toggle(); }));
   observe(windowDidBecomeMainNotification, run([this] { editorPanels_.mainWindowCameToFront(); }));
   observe("vrel.requestTermination", run([this] { setlistFiles_.confirmTermination(); }));
 }

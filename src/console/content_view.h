@@ -17,6 +17,7 @@
 #include "console/instrument_selector.h"
 #include "console/kept_copies.h"
 #include "console/keyboard_panel.h"
+#include "console/large_notes.h"
 #include "console/learned_controls.h"
 #include "console/learned_plugin_controls.h"
 #include "console/moved_files.h"
@@ -105,6 +106,7 @@ class ContentView {
   [[nodiscard]] EditHistory& editHistory() { return editHistory_; }
   [[nodiscard]] DroppedFiles& droppedFiles() { return droppedFiles_; }
   [[nodiscard]] LearnedControls& learnedControls() { return learnedControls_; }
+  [[nodiscard]] LargeNotes& largeNotes() { return largeNotes_; }
   [[nodiscard]] LearnedPluginControls& learnedPluginControls() { return learnedPluginControls_; }
   [[nodiscard]] SongControlPage& songControlPage() { return songControlPage_; }
   [[nodiscard]] VrelHelpWindowController& help() { return help_; }
@@ -154,6 +156,7 @@ class ContentView {
   ClipEditor clipEditor_;
   EffectRack effectRack_;
   EditHistory editHistory_;
+  LargeNotes largeNotes_;
   LearnedControls learnedControls_;
   LearnedPluginControls learnedPluginControls_;
   SongControlPage songControlPage_;

@@ -43,6 +43,7 @@ inline constexpr auto midiControlKinds = [] {
       {Kind::projectionBlackout, "", setlist, false, true, "projection_blackout_control"},
       {Kind::nextSong, "", setlist, false, true, "next_song_control"},
       {Kind::previousSong, "", setlist, false, true, "previous_song_control"},
+      {Kind::notesPosition, "", setlist, false, false, "notes_position_control"},
   });
 }();
 
@@ -53,7 +54,7 @@ inline constexpr auto midiControlKinds = [] {
       return row;
     }
   }
-  return {kind, {}, MidiControlScope::song, false, false};
+  return {kind, {}, MidiControlScope::song, false, false, {}};
 }
 
 }  // namespace vrel

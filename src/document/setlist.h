@@ -63,6 +63,7 @@ enum class MidiControlKind {
   projectionBlackout,
   nextSong,
   previousSong,
+  notesPosition,  // how far down the large notes are
 };
 
 struct MidiControlTarget {

@@ -6,7 +6,6 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>

@@ -262,6 +262,8 @@ void MidiLearn::performMidiControl(const MidiControlTarget& target, bool isPress
     case MidiControlKind::nextSong:
     case MidiControlKind::previousSong:
       return songStepPressed.emit(target.kind == MidiControlKind::nextSong);
+    case MidiControlKind::notesPosition:
+      return notesMoved.emit(value);
   }
 }
 

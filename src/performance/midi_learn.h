@@ -63,6 +63,9 @@ class MidiLearn {
   /// The hardware asks for the next song, or with false for the previous one.
   Signal<bool> songStepPressed;
 
+  /// How far down the large notes are to be, 0 to 1.
+  Signal<float> notesMoved;
+
   /// The assigned controllers that are in the upper half now; each fires again only after it left it.
   [[nodiscard]] const BindingSet& activeMidiTriggerBindings() const { return activeMidiTriggerBindings_; }
 

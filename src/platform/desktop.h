@@ -27,6 +27,7 @@ enum class FileType {
   movie,
   clip,  // a movie, or a picture that does not move
   audio,
+  folder,  // a new one
 };
 
 /// Asks for one existing file; no directories, no hidden files.

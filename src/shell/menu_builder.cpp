@@ -42,6 +42,7 @@ class Builder {
 
  private:
   [[nodiscard]] std::string words(TextKey key) const { return std::string(text(key, language_)); }
+  [[nodiscard]] std::string hinted(Hint hint) const { return std::string(hintText(hint, language_)); }
 
   [[nodiscard]] std::string titleOr(const std::string& title, TextKey key) const {
     return title.empty() ? words(key) : title;
@@ -167,7 +168,8 @@ MenuItem Builder::file() const {
                withKey(command(words(TextKey::saveSetlist), MenuAction::saveSetlist), "s"),
                withKey(command(words(TextKey::saveSetlistAs), MenuAction::saveSetlistAs), "S", ModifierFlags::shift),
                command(words(TextKey::checkSetlist), MenuAction::checkSetlist),
-               command(words(TextKey::keptCopies), MenuAction::showKeptCopies)});
+               command(words(TextKey::keptCopies), MenuAction::showKeptCopies),
+               command(hinted(Hint::collectTitle), MenuAction::collectSetlist)});
 }
 
 MenuItem Builder::edit() const {
@@ -186,13 +188,15 @@ MenuItem Builder::mode() const {
   const auto shifted = [this](TextKey key, MenuAction action, const char* letter, bool isChecked) {
     return checked(withKey(command(words(key), action), letter, ModifierFlags::shift), isChecked);
   };
-  return menu(words(TextKey::modeMenu),
-              {shifted(TextKey::modeEdit, MenuAction::modeEdit, "E", !isLive),
-               shifted(TextKey::modeLive, MenuAction::modeLive, "L", isLive),
-               shifted(TextKey::midiLearn, MenuAction::toggleLearn, "M", state_.isMidiLearnMode.get()),
-               command(words(TextKey::clearMidiLearn), MenuAction::clearMidiLearn),
-               command(words(TextKey::learnedControls), MenuAction::showLearnedControls),
-               command(words(TextKey::songsByMidi), MenuAction::showSongControl)});
+  return menu(
+      words(TextKey::modeMenu),
+      {shifted(TextKey::modeEdit, MenuAction::modeEdit, "E", !isLive),
+       shifted(TextKey::modeLive, MenuAction::modeLive, "L", isLive),
+       shifted(TextKey::midiLearn, MenuAction::toggleLearn, "M", state_.isMidiLearnMode.get()),
+       command(words(TextKey::clearMidiLearn), MenuAction::clearMidiLearn),
+       command(words(TextKey::learnedControls), MenuAction::showLearnedControls),
+       command(words(TextKey::songsByMidi), MenuAction::showSongControl),
+       withKey(command(hinted(Hint::largeNotesTitle), MenuAction::toggleLargeNotes), "N", ModifierFlags::shift)});
 }
 
 MenuItem Builder::screens() const {

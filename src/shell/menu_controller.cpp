@@ -294,4 +294,8 @@ void VrelMenuController::openStateFolder() {
   call(hooks.openStateFolder);
 }
 
+void VrelMenuController::collectSetlist() {
+  call(hooks.collectSetlist);
+}
+
 }  // namespace vrel

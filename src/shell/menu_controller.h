@@ -51,6 +51,7 @@ class VrelMenuController {
     std::function<void()> showHelp;
     std::function<void()> showLiveKeys;
     std::function<void()> openStateFolder;
+    std::function<void()> collectSetlist;
   };
 
   /// All are borrowed. `mainMenu` is the bar that the system has given the program, if it has.
@@ -105,6 +106,7 @@ class VrelMenuController {
   void showHelp();
   void showLiveKeys();
   void openStateFolder();
+  void collectSetlist();
 
   /// The session and the engine, while both are there.
   struct Session {

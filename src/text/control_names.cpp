@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "document/note_name.h"
+#include "text/hints.h"
 #include "text/text.h"
 
 namespace vrel {
@@ -47,6 +48,8 @@ std::string controlName(MidiControlKind kind, Language language) {
       return words(TextKey::nextSong);
     case MidiControlKind::previousSong:
       return words(TextKey::previousSong);
+    case MidiControlKind::notesPosition:
+      return std::string(hintText(Hint::largeNotesTitle, language));
   }
   return {};
 }

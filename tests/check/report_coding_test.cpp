@@ -12,7 +12,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr auto sampleTargets = R"([{"kind":"channel_volume","strip":1},{"kind":"projection_blackout"}])";
+constexpr auto sampleTargets =
+    R"([{"kind":"channel_volume","strip":1},{"kind":"projection_blackout"},{"kind":"notes_position"}])";
 constexpr auto samplePlayed =
     R"({"load_seconds":0.5,"median_share":0.25,"worst_share":0.75,"peak":0.875,"memory_bytes":5000000000})";
 constexpr auto sampleFinding = R"json({"kind":"file_incomplete","severity":"error","strip":0,"strip_name":"Click",
@@ -24,7 +25,9 @@ CheckReport sample() {
   CheckReport report{.setlist = "/gig.vrel", .rate = 44100, .block = 64};
   report.findings = {{.kind = FindingKind::sharedControl,
                       .subject = "CC 20, MIDI 1",
-                      .targets = {{MidiControlKind::channelVolume, 1}, {MidiControlKind::projectionBlackout, {}}},
+                      .targets = {{MidiControlKind::channelVolume, 1},
+                                  {MidiControlKind::projectionBlackout, {}},
+                                  {MidiControlKind::notesPosition, {}}},
                       .pluginControls = {"Cutoff 2"}}};
   report.pages = {{.song = 3,
                    .name = "Intro",

@@ -56,6 +56,20 @@ TEST_F(ContentViewTest, ShowsWhatIsPlayedAndLearnsFromIt) {
   EXPECT_FALSE(state.isMidiLearnMode.get());
 }
 
+TEST_F(ContentViewTest, TheLargeNotesFollowTheirControlAndBeginEachSongAtTheTop) {
+  appear();
+  auto& notes = content.largeNotes();
+  EXPECT_FALSE(notes.isShown.get()) << "at first";
+  notifications.post("vrel.toggleLargeNotes");
+  EXPECT_TRUE(notes.isShown.get());
+  content.midiLearn().performMidiControl({MidiControlKind::notesPosition, {}}, false, 0.75F);
+  EXPECT_EQ(notes.position.get(), 0.75F);
+  content.songSwitch().applySong(0);
+  EXPECT_EQ(notes.position.get(), 0.0F);
+  notifications.post("vrel.toggleLargeNotes");
+  EXPECT_FALSE(notes.isShown.get());
+}
+
 TEST_F(ContentViewTest, ASongSwitchCancelsWhatIsBeingLearned) {
   appear();
   content.midiLearn().toggleMidiLearnMode();

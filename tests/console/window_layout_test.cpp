@@ -64,6 +64,24 @@ TEST(WindowSettings, AreKeptForTheNextRun) {
   EXPECT_FALSE(third.isKeyboardFolded.get());
 }
 
+TEST(WindowSettings, KeepTheSizeOfTheLargeNotesAndTheirDisplay) {
+  simulation::SimulatedUserDefaults defaults;
+  WindowSettings first(defaults);
+  EXPECT_EQ(first.notesTextSize.get(), 40);
+  EXPECT_EQ(first.notesDisplay.get(), "") << "the console";
+  first.stepNotesText(1);
+  first.showNotesOn("HDMI-1");
+  WindowSettings second(defaults);
+  EXPECT_EQ(second.notesTextSize.get(), 46);
+  EXPECT_EQ(second.notesDisplay.get(), "HDMI-1");
+  for (const auto& [by, end] : {std::pair{-1, 22}, {1, 112}}) {
+    for (int step = 0; step < 30; ++step) {
+      second.stepNotesText(by);
+    }
+    EXPECT_EQ(second.notesTextSize.get(), end);
+  }
+}
+
 TEST(WindowSettings, ReadAZoomThatIsNoneAsTheNormalSize) {
   simulation::SimulatedUserDefaults defaults;
   for (const long long written : {0LL, -100LL, 105LL, 100000LL, 9223372036854775807LL}) {

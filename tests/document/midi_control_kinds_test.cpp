@@ -32,7 +32,7 @@ TEST(MidiControlKinds, EachKindHasOneRowAndATextOfItsOwn) {
     EXPECT_NE(row.text.empty(), row.ownField.empty()) << "stored in one place or in the other";
     texts.insert(std::string(row.text) + std::string(row.ownField));
   }
-  EXPECT_EQ(midiControlKinds.size(), static_cast<std::size_t>(Kind::previousSong) + 1);
+  EXPECT_EQ(midiControlKinds.size(), static_cast<std::size_t>(Kind::notesPosition) + 1);
   EXPECT_EQ(texts.size(), midiControlKinds.size());
 }
 
@@ -40,7 +40,7 @@ TEST(MidiControlKinds, VolumeGainThePerformanceControlsAndOwnKindsBelongToTheSet
   EXPECT_EQ(kindsThat([](const auto& row) { return row.scope == MidiControlScope::setlist; }),
             (std::vector{Kind::channelVolume, Kind::channelGain, Kind::performancePitchBend,
                          Kind::performanceModulation, Kind::performanceSustain, Kind::performanceExpression,
-                         Kind::projectionBlackout, Kind::nextSong, Kind::previousSong}));
+                         Kind::projectionBlackout, Kind::nextSong, Kind::previousSong, Kind::notesPosition}));
 }
 
 TEST(MidiControlKinds, TheControlsOfAStripNeedOne) {

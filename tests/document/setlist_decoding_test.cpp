@@ -34,15 +34,15 @@ ChannelConfig decodedChannel(const std::string& channel) {
   return song.channels.empty() ? ChannelConfig{} : song.channels[0];
 }
 
-TEST(SetlistDecoding, NoTextOfAKindNamesTheBlackout) {
-  for (const char* const kind : {"", "projection_blackout"}) {
+TEST(SetlistDecoding, AKindWithAFieldOfItsOwnIsInNoList) {
+  for (const char* const kind : {"", "projection_blackout", "notes_position"}) {
     EXPECT_FALSE(decodeSetlist(R"({"global_midi_control_assignments": [{"target": {"kind": ")" + std::string(kind) +
                                R"("}, "binding": {"statusType": 176, "midiChannel": 0, "number": 1}}]})")
                      .ok());
   }
 }
 
-TEST(SetlistDecoding, TheControlOfTheBlackoutMustBeABinding) {
+TEST(SetlistDecoding, AFieldOfItsOwnMustBeABinding) {
   EXPECT_TRUE(decodeSetlist(R"({"projection_blackout_control": null})").ok());
   EXPECT_FALSE(decodeSetlist(R"({"projection_blackout_control": {"number": 1}})").ok());
 }

@@ -45,19 +45,21 @@ TEST(SetlistEncoding, EveryFieldComesBack) {
   EXPECT_EQ(withoutIds(again.value()), withoutIds(sampleSetlist()));
 }
 
-TEST(SetlistEncoding, TheControlOfTheBlackoutHasAFieldOfItsOwnAndComesBack) {
+TEST(SetlistEncoding, TheControlsOfTheBlackoutAndTheNotesHaveFieldsOfTheirOwnAndComeBack) {
   const MidiControlAssignment panic{{MidiControlKind::panic, {}}, {0x90, 0, 36}};
   const MidiControlAssignment blackout{{MidiControlKind::projectionBlackout, {}}, {0xB0, 2, 64}};
-  const std::string text = encoded({.globalMidiControlAssignments = {blackout, panic}});
+  const MidiControlAssignment notes{{MidiControlKind::notesPosition, {}}, {0xB0, 0, 4}};
+  const std::string text = encoded({.globalMidiControlAssignments = {blackout, panic, notes}});
   const json document = json::parse(text);
   EXPECT_EQ(keysOf(document), (std::set<std::string>{"version", "songs", "global_midi_control_assignments",
-                                                     "projection_blackout_control"}));
+                                                     "projection_blackout_control", "notes_position_control"}));
   EXPECT_EQ(document["global_midi_control_assignments"].size(), 1U);
   EXPECT_EQ(document["projection_blackout_control"],
             json::parse(R"({"statusType": 176, "midiChannel": 2, "number": 64})"));
+  EXPECT_EQ(document["notes_position_control"], json::parse(R"({"statusType": 176, "midiChannel": 0, "number": 4})"));
   const auto again = decodeSetlist(text);
   ASSERT_TRUE(again.ok());
-  EXPECT_EQ(again.value().globalMidiControlAssignments, (std::vector{panic, blackout}));
+  EXPECT_EQ(again.value().globalMidiControlAssignments, (std::vector{panic, blackout, notes}));
 }
 
 TEST(SetlistEncoding, HowMidiChangesSongsHasFieldsOfItsOwnAndComesBack) {

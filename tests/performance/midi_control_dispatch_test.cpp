@@ -294,7 +294,7 @@ TEST_F(Dispatch, PerformanceControllersAreSentAndShown) {
 }
 
 TEST_F(Dispatch, AKindThatDoesNotExistDoesNothing) {
-  EXPECT_FALSE(marksEdited(onConsole(static_cast<Kind>(14)), true, 1));
+  EXPECT_FALSE(marksEdited(onConsole(static_cast<Kind>(99)), true, 1));
 }
 
 TEST_F(Dispatch, TheBlackoutIsPassedOnWhenPressedAndIsNoEdit) {
@@ -303,6 +303,14 @@ TEST_F(Dispatch, TheBlackoutIsPassedOnWhenPressedAndIsNoEdit) {
   EXPECT_FALSE(marksEdited(onConsole(Kind::projectionBlackout), true, 1));
   EXPECT_FALSE(marksEdited(onConsole(Kind::projectionBlackout), false, 0));
   EXPECT_EQ(pressed, 1);
+}
+
+TEST_F(Dispatch, ThePositionOfTheNotesIsPassedOnAndIsNoEdit) {
+  std::vector<float> positions;
+  const auto listening = learn.notesMoved.connect([&](float position) { positions.push_back(position); });
+  EXPECT_FALSE(marksEdited(onConsole(Kind::notesPosition), false, 0.25F));
+  EXPECT_FALSE(marksEdited(onConsole(Kind::notesPosition), true, 1));
+  EXPECT_EQ(positions, (std::vector{0.25F, 1.0F}));
 }
 
 TEST_F(Dispatch, AControllerMarksTheSetlistAsEditedWhileAPluginIsInTheSession) {

@@ -205,7 +205,8 @@ TEST_F(Learning, EachKindGoesToItsList) {
       {onConsole(Kind::projectionBlackout), true},
       {onConsole(Kind::nextSong), true},
       {onConsole(Kind::previousSong), true},
-      {onConsole(static_cast<Kind>(16)), false},
+      {onConsole(Kind::notesPosition), true},
+      {onConsole(static_cast<Kind>(99)), false},
       {onConsole(static_cast<Kind>(-1)), false},
   };
   for (const auto& [target, belongsToAll] : isGlobal) {

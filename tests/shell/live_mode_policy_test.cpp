@@ -103,6 +103,8 @@ class LiveModePolicyTable : public ShellStage {
       case LiveModeAction::changeProjection:
       case LiveModeAction::changeAudioSettings:
       case LiveModeAction::listOutputDevices:
+      case LiveModeAction::collectSetlist:
+      case LiveModeAction::showNotes:
       case LiveModeAction::showHelp:
       case LiveModeAction::openStateFolder:
       case LiveModeAction::quit:
@@ -277,7 +279,8 @@ class LiveModePolicyTable : public ShellStage {
 
   bool reachesTheProgram(LiveModeAction action) {
     bool isReached = false;
-    menus.hooks.showHelp = menus.hooks.openStateFolder = menus.hooks.terminate = [&] { isReached = true; };
+    menus.hooks.showHelp = menus.hooks.openStateFolder = menus.hooks.collectSetlist =
+        menus.hooks.terminate = [&] { isReached = true; };
     switch (action) {
       case LiveModeAction::changeMode: {
         const std::function<bool()> mode = [this] { return state.isLiveModeEnabled.get(); };
@@ -296,6 +299,12 @@ class LiveModePolicyTable : public ShellStage {
         mainQueue.runAll();
         return menus.mainMenu() != before;
       }
+      case LiveModeAction::collectSetlist:
+        menus.perform(MenuAction::collectSetlist);
+        break;
+      case LiveModeAction::showNotes:
+        menus.perform(MenuAction::toggleLargeNotes);
+        return content.largeNotes().isShown.get();
       case LiveModeAction::showHelp:
         menus.perform(MenuAction::showHelp);
         break;

@@ -265,12 +265,13 @@ TEST_F(MenuCommands, WhatTheProgramHasIsReachedThroughItsHooks) {
   menus.hooks.showHelp = [&] { reached.emplace_back("help"); };
   menus.hooks.showLiveKeys = [&] { reached.emplace_back("keys"); };
   menus.hooks.openStateFolder = [&] { reached.emplace_back("folder"); };
+  menus.hooks.collectSetlist = [&] { reached.emplace_back("collect"); };
   menus.hooks.terminate = [&] { reached.emplace_back("quit"); };
-  for (const MenuAction action :
-       {MenuAction::showHelp, MenuAction::showLiveKeys, MenuAction::openStateFolder, MenuAction::terminate}) {
+  for (const MenuAction action : {MenuAction::showHelp, MenuAction::showLiveKeys, MenuAction::openStateFolder,
+                                  MenuAction::collectSetlist, MenuAction::terminate}) {
     menus.perform(action);
   }
-  EXPECT_EQ(reached, (Lines{"help", "keys", "folder", "quit"}));
+  EXPECT_EQ(reached, (Lines{"help", "keys", "folder", "collect", "quit"}));
 }
 
 TEST_F(MenuCommands, ABufferSizeIsKeptAndAppliedAtOnce) {

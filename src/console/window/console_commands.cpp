@@ -303,12 +303,32 @@ void ConsoleCommands::toggleStage() {
   post_([](ConsoleActions& actions) { actions.settings.toggleStage(); });
 }
 
+void ConsoleCommands::toggleLargeNotes() {
+  withContent([](ContentView& content) { content.largeNotes().toggle(); });
+}
+
+void ConsoleCommands::stepNotesText(int by) {
+  post_([by](ConsoleActions& actions) { actions.settings.stepNotesText(by); });
+}
+
+void ConsoleCommands::showNotesOn(const QString& display) {
+  post_([name = display.toStdString()](ConsoleActions& actions) { actions.settings.showNotesOn(name); });
+}
+
 void ConsoleCommands::toggleKeyboard() {
   post_([](ConsoleActions& actions) { actions.settings.toggleKeyboard(); });
 }
 
 void ConsoleCommands::openNewestCopy() {
   withContent([](ContentView& content) { content.setlistFiles().openNewestCopy(); });
+}
+
+void ConsoleCommands::stopCollecting() {
+  post_([](ConsoleActions& actions) {
+    if (actions.stopCollecting) {
+      actions.stopCollecting();
+    }
+  });
 }
 
 void ConsoleCommands::activateMenuItem(const QString& action, const QString& object) {

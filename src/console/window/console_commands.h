@@ -31,6 +31,7 @@ struct ConsoleActions {
   /// An item of the menus by its action and object, which also works when the menus have been rebuilt meanwhile.
   std::function<void(const std::string& action, const std::string& object)> activateMenuItem;
   WindowSettings& settings;
+  std::function<void()> stopCollecting{};
 
   /// The strip that a view-model of this id shows; null when it is gone.
   [[nodiscard]] std::shared_ptr<AudioChannel> strip(const std::string& channelId) const;
@@ -155,7 +156,13 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void toggleKeyboard();
   /// Folds the preview of the stage away, or back.
   Q_INVOKABLE void toggleStage();
+  Q_INVOKABLE void toggleLargeNotes();
+  /// 1 for larger, -1 for smaller.
+  Q_INVOKABLE void stepNotesText(int by);
+  /// By the name of the screen; an empty one for the console.
+  Q_INVOKABLE void showNotesOn(const QString& display);
   Q_INVOKABLE void openNewestCopy();
+  Q_INVOKABLE void stopCollecting();
 
   /// Both from the item's MenuEntry.
   Q_INVOKABLE void activateMenuItem(const QString& action, const QString& object);

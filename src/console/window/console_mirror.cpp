@@ -114,6 +114,8 @@ void ConsoleMirror::mirrorSession() {
       state.songSwitchElapsedMs);
   session_.follow(View::tempoBpmKey, state.tempoBpm);
   session_.follow(View::songNotesKey, state.songNotes);
+  session_.follow(View::hasLargeNotesKey, content_.largeNotes().isShown);
+  session_.follow(View::notesPositionKey, content_.largeNotes().position);
   session_.follow(View::keyboardStartNoteKey, state.keyboardStartNote);
   session_.follow(View::keyboardKeyCountKey, state.keyboardKeyCount);
   session_.follow(View::midiPortNameKey, state.activeMidiPortName);
@@ -232,6 +234,14 @@ void ConsoleMirror::mirrorSettings(WindowSettings& settings) {
   session_.follow(SessionViewModel::zoomPercentKey, settings.zoomPercent);
   session_.follow(SessionViewModel::isKeyboardFoldedKey, settings.isKeyboardFolded);
   session_.follow(SessionViewModel::isStageFoldedKey, settings.isStageFolded);
+  session_.follow(SessionViewModel::notesTextSizeKey, settings.notesTextSize);
+  session_.follow(SessionViewModel::notesDisplayKey, settings.notesDisplay);
+}
+
+void ConsoleMirror::mirrorCollecting(Observable<std::optional<double>>& progress) {
+  session_.derive(
+      SessionViewModel::collectedKey, [&progress] { return progress.get() ? std::max(*progress.get(), 0.001) : 0.0; },
+      progress);
 }
 
 void ConsoleMirror::setProjected(bool isProjected) {

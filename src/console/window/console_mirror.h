@@ -60,6 +60,9 @@ class ConsoleMirror {
   /// Borrowed, and outlives this.
   void mirrorSettings(WindowSettings& settings);
 
+  /// What is collected; see SessionViewModel. Borrowed, and outlives this.
+  void mirrorCollecting(Observable<std::optional<double>>& progress);
+
   /// Whether the projection is open.
   void setProjected(bool isProjected);
 

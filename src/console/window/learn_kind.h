@@ -30,6 +30,7 @@ enum class Kind {
   PerformanceExpression = static_cast<int>(MidiControlKind::performanceExpression),
   NextSong = static_cast<int>(MidiControlKind::nextSong),
   PreviousSong = static_cast<int>(MidiControlKind::previousSong),
+  NotesPosition = static_cast<int>(MidiControlKind::notesPosition),
 };
 // NOLINTEND(readability-identifier-naming)
 Q_ENUM_NS(Kind)

@@ -59,6 +59,12 @@ class SessionViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, isStageFolded)
   VREL_SHOWN(bool, isProjected)  // the projection is open
 
+  VREL_SHOWN(double, collected)      // of the setlist, up to 1; 0 while none is collected
+  VREL_SHOWN(bool, hasLargeNotes)    // they are shown
+  VREL_SHOWN(double, notesPosition)  // as a learned control moved them: 0 at the top, 1 at the end
+  VREL_SHOWN(int, notesTextSize)     // points
+  VREL_SHOWN(QString, notesDisplay)  // the name of the screen for them; empty for the console
+
   VREL_SHOWN(bool, isLive)
   // What the mode allows now; see live_mode_policy.h.
   VREL_SHOWN(bool, mayRenameSong)

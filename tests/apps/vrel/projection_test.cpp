@@ -192,6 +192,30 @@ TEST_F(StageWindow, ThePreviewInTheConsoleShowsTheStageAlsoWhileNothingIsProject
   EXPECT_TRUE(showsFilm(false)) << "the projection goes on";
 }
 
+TEST_F(StageWindow, TheLargeNotesFillTheOtherMonitorAndComeBackToTheConsoleWithoutIt) {
+  driver.onLogic([](Session& session) { session.content().setSongNotes("Verse in G"); });
+  driver.key("ctrl+shift+n");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesPage"); }));
+  driver.click("notesOnDisplay1");
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isShown("largeNotesPage"); }));
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesWindowClose"); }));
+  const QQuickWindow* const notes = driver.find("largeNotesWindowClose")->window();
+  EXPECT_TRUE(driver.eventually([&] { return notes->geometry() == areas[1]; })) << notes->x() << " " << notes->width();
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  driver.click("largeNotes");
+  driver.key("1");
+  EXPECT_TRUE(driver.eventually([this] { return driver.strip(0).mute(); })) << "the stage keys work there";
+  VirtualDisplay::removeMonitor("right");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesPage"); }));
+  VirtualDisplay::addMonitor("right", areas[1].x(), areas[1].width(), areas[1].height());
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesWindowClose"); }));
+  driver.click("notesInConsole");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesPage"); }));
+  driver.click("largeNotesPageClose");
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("largeNotesPage"); }));
+}
+
 TEST_F(StageWindow, OpenedAndClosedAgainAndAtTheEndOfTheProgramItLeavesNothing) {
   driver.onLogic([](Session& session) { session.state().visualBackgroundVideoPath.set(clipFile("upright.mp4")); });
   for (int turn = 0; turn < 3; ++turn) {

@@ -184,6 +184,16 @@ TEST_F(Commands, TheZoomAndTheKeyboardAreSettings) {
   EXPECT_EQ(settings.zoomPercent.get(), 100);
 }
 
+TEST_F(Commands, TheLargeNotesAreShownSizedAndMovedToADisplay) {
+  commands.toggleLargeNotes();
+  commands.stepNotesText(-1);
+  commands.showNotesOn("HDMI-1");
+  settle();
+  EXPECT_TRUE(content.largeNotes().isShown.get());
+  EXPECT_EQ(settings.notesTextSize.get(), 34);
+  EXPECT_EQ(settings.notesDisplay.get(), "HDMI-1");
+}
+
 TEST_F(Commands, AStripThatGoesBeforeItsCommandRunsIsSkipped) {
   const QString id = stripId(0);
   commands.deleteChannel(id);

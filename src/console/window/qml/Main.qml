@@ -86,7 +86,7 @@ Window {
         anchors.fill: parent
         focus: !window.isAsked
         enabled: !window.isCovered
-        Keys.onEscapePressed: event => event.accepted = panels.dismiss()
+        Keys.onEscapePressed: event => event.accepted = notes.dismiss() || panels.dismiss()
 
         ColumnLayout {
             anchors.fill: parent
@@ -156,6 +156,24 @@ Window {
 
         anchors.fill: parent
         anchors.topMargin: body.y + 4
+        desk: window.desk
+        enabled: !window.isCovered
+    }
+
+    LargeNotes {
+        id: notes
+
+        anchors.fill: panels
+        desk: window.desk
+        owner: window
+        drawScale: window.drawScale
+        enabled: !window.isCovered
+    }
+
+    CollectingBar {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 16
         desk: window.desk
         enabled: !window.isCovered
     }

@@ -15,6 +15,7 @@ FocusScope {
     property color color
     property Item cameFrom: null
     default property alias content: body.data
+    property alias tools: toolRow.data // beside the button that closes it
 
     signal opened
     signal closed
@@ -85,6 +86,12 @@ FocusScope {
                     minimumPixelSize: 12
                     elide: Text.ElideRight
                 }
+            }
+            RowLayout {
+                id: toolRow
+
+                spacing: Theme.gap
+                visible: children.length > 0
             }
             PushButton {
                 objectName: panel.objectName + "Close"

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/setlist_collector.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "document/app_state.h"
+#include "document/collected_setlist.h"
+#include "document/setlist_coding.h"
+#include "engine/plugin_state.h"
+#include "performance/live_mode_policy.h"
+#include "performance/song_switch.h"
+#include "platform/console_output.h"
+#include "platform/desktop.h"
+#include "platform/dispatch.h"
+
+namespace vrel {
+namespace {
+
+using CollectorTexts = std::array<std::string_view, 5>;  // in the order of the languages
+
+constexpr CollectorTexts doneTexts{"The setlist and its files are in %1", "El setlist y sus archivos están en %1",
+                                   "La liste et ses fichiers sont dans %1", "La scaletta e i suoi file sono in %1",
+                                   "Die Setliste und ihre Dateien sind in %1"};
+constexpr CollectorTexts missingTexts{
+    "These files could not be read, and are not among them:\n%1", "Estos archivos no se pudieron leer y faltan:\n%1",
+    "Ces fichiers n'ont pas pu être lus et manquent :\n%1", "Questi file non si sono potuti leggere e mancano:\n%1",
+    "Diese Dateien waren nicht lesbar und fehlen:\n%1"};
+constexpr CollectorTexts failedTexts{"The setlist was not collected", "El setlist no se ha reunido",
+                                     "La liste n'a pas été rassemblée", "La scaletta non è stata raccolta",
+                                     "Die Setliste wurde nicht gesammelt"};
+constexpr CollectorTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo ha quedado nada allí.",
+                                          "%1\nRien n'y est resté.", "%1\nNon vi è rimasto nulla.",
+                                          "%1\nDort ist nichts zurückgeblieben."};
+
+std::string filledText(const CollectorTexts& texts, Language language, const std::string& with = {}) {
+  std::string text(texts.at(static_cast<std::size_t>(language)));
+  if (const auto mark = text.find("%1"); mark != std::string::npos) {
+    text.replace(mark, 2, with);
+  }
+  return text;
+}
+
+/// As many as an alert has room for.
+std::string listOf(const std::vector<std::string>& lines) {
+  constexpr std::size_t mostLines = 8;
+  std::string list;
+  for (std::size_t index = 0; index < std::min(lines.size(), mostLines); ++index) {
+    list += (index == 0 ? "" : "\n") + lines[index];
+  }
+  return lines.size() > mostLines ? list + "\n... (" + std::to_string(lines.size()) + ")" : list;
+}
+
+}  // namespace
+
+SetlistCollector::SetlistCollector(const Collaborators& collaborators)
+    : state_(collaborators.state),
+      songSwitch_(collaborators.songSwitch),
+      mainQueue_(collaborators.mainQueue),
+      copier_(collaborators.copier),
+      desktop_(collaborators.desktop),
+      console_(collaborators.console),
+      queue_(collaborators.queues.makeSerialQueue("vrel.collected.setlist")) {}
+
+SetlistCollector::~SetlistCollector() {
+  stop();
+  queue_->sync([] {});
+}
+
+void SetlistCollector::collect() {
+  const auto mayCollect = [this] {
+    return !progress.get() && LiveModePolicy::isAllowed(LiveModeAction::collectSetlist, state_);
+  };
+  if (isChoosing_ || !mayCollect()) {
+    return;
+  }
+  const auto& current = state_.currentFilePath.get();
+  isChoosing_ = true;
+  const auto folder = desktop_.runModal(
+      NSSavePanel{.allowedType = FileType::folder,
+                  .suggestedName = current ? current->stem().string() : "Setlist",
+                  .directory = current ? std::optional(current->parent_path().parent_path()) : std::nullopt});
+  isChoosing_ = false;
+  if (folder && mayCollect()) {
+    begin(*folder);
+  }
+}
+
+void SetlistCollector::begin(const std::filesystem::path& folder) {
+  progress.set(0);
+  isStopped_ = std::make_shared<std::atomic<bool>>(false);
+  SetlistFile setlist;
+  setlist.songs = songSwitch_.songsAsPlayed(StateRead::now);
+  setlist.globalMidiControlAssignments = state_.globalMidiControlAssignments.get();
+  auto background = state_.visualBackgroundVideoPath.get();
+  queue_->async([this, folder, setlist = std::make_shared<SetlistFile>(std::move(setlist)),
+                 background = std::move(background), isStopped = isStopped_, life = life_.watch()] {
+    int shown = 0;
+    const auto show = [&](double proportion) {
+      constexpr int steps = 200;
+      if (const int step = static_cast<int>(proportion * steps); step != std::exchange(shown, step)) {
+        mainQueue_.async([this, life, proportion] {
+          if (life.isAlive() && progress.get()) {
+            progress.set(proportion);
+          }
+        });
+      }
+      return !isStopped->load();
+    };
+    auto collection = collectSetlist(std::move(*setlist), background, folder, copier_, show);
+    mainQueue_.async([this, life, folder, collection = std::move(collection)] {
+      if (life.isAlive()) {
+        report(folder, collection);
+      }
+    });
+  });
+}
+
+void SetlistCollector::report(const std::filesystem::path& folder, const Collection& collection) {
+  progress.set(std::nullopt);
+  const auto language = state_.language.get();
+  NSAlert alert;
+  alert.alertStyle = NSAlert::Style::informational;
+  alert.buttons = {"OK"};
+  if (collection.end == Collection::End::whole) {
+    alert.messageText = filledText(doneTexts, language, folder.string());
+    for (const auto& line : collection.missing) {
+      console_.print("Not collected: " + line);
+    }
+    if (!collection.missing.empty()) {
+      alert.alertStyle = NSAlert::Style::warning;
+      alert.informativeText = filledText(missingTexts, language, listOf(collection.missing));
+    }
+  } else if (collection.end == Collection::End::failed) {
+    console_.print("Failed to collect the setlist: " + collection.reason);
+    alert.alertStyle = NSAlert::Style::warning;
+    alert.messageText = filledText(failedTexts, language);
+    alert.informativeText = filledText(nothingLeftTexts, language, collection.reason);
+  } else {
+    return;
+  }
+  if (!state_.isLiveModeEnabled.get()) {
+    static_cast<void>(desktop_.runModal(alert));
+  }
+}
+
+}  // namespace vrel

@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Takes the pictures of the guide from the real window, into the folder that VREL_GUIDE_PICTURES names.
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QRect>
+#include <QRectF>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "apps/vrel/console_fixture.h"
+
+namespace vrel::app::test {
+namespace {
+
+/// The demo on a usual screen, with a track and clips in its last song.
+class GuidePictures : public ConsoleFixture {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(std::getenv("VREL_GUIDE_PICTURES"), nullptr) << "names no folder";
+    ConsoleFixture::SetUp();
+    window().resize(1366, 768);
+    driver.onLogic([](Session& session) { session.content().setlistFiles().loadSetlist(VREL_EXAMPLE_SETLIST); });
+    settle();
+  }
+
+  [[nodiscard]] QQuickWindow& window() { return *driver.program().window.quickWindow(); }
+
+  /// Waits until nothing loads and nothing moves.
+  void settle() {
+    int looks = 0;
+    driver.eventually([&] {
+      looks = driver.session().isSwitching() || driver.session().isLoading() ? 0 : looks + 1;
+      return looks > 80;
+    });
+  }
+
+  static void save(const QImage& image, const std::string& name) {
+    const std::string file = std::string(std::getenv("VREL_GUIDE_PICTURES")) + "/" + name + ".png";
+    EXPECT_TRUE(image.convertToFormat(QImage::Format_Indexed8, Qt::ThresholdDither).save(QString::fromStdString(file)));
+  }
+
+  void take(const std::string& name) {
+    settle();
+    save(window().grabWindow(), name);
+  }
+
+  /// The window that an item is in, when that is not the console.
+  void takeWindowOf(const std::string& item, const std::string& name) {
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(item); })) << item;
+    settle();
+    save(driver.find(item)->window()->grabWindow(), name);
+  }
+
+  /// What lies around an item of the console.
+  void takePart(const std::string& item, const std::string& name) {
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(item); })) << item;
+    settle();
+    constexpr double margin = 6;
+    const QQuickItem& part = *driver.find(item);
+    const QRectF place = part.mapRectToScene(part.boundingRect()).adjusted(-margin, -margin, margin, margin);
+    save(window().grabWindow().copy(place.toAlignedRect().intersected(QRect(QPoint(), window().size()))), name);
+  }
+
+  void song(int index) {
+    driver.onLogic([index](Session& session) { session.content().songSwitch().applySong(index); });
+    settle();
+  }
+
+  /// Four bars of a fading chord, in mono, 16 bits.
+  std::filesystem::path writeTrack() {
+    const auto path = driver.home() / "Intro Strings.wav";
+    constexpr std::uint32_t rate = 22050;
+    constexpr std::uint32_t frames = rate * 8;
+    std::ofstream out(path, std::ios::binary);
+    const auto put = [&out](std::uint32_t value, int bytes) {
+      for (int byte = 0; byte < bytes; ++byte) {
+        out.put(static_cast<char>(value >> (8 * byte)));
+      }
+    };
+    out << "RIFF";
+    put(36 + 2 * frames, 4);
+    out << "WAVEfmt ";
+    put(16, 4);
+    put(1, 2);
+    put(1, 2);
+    put(rate, 4);
+    put(2 * rate, 4);
+    put(2, 2);
+    put(16, 2);
+    out << "data";
+    put(2 * frames, 4);
+    for (std::uint32_t frame = 0; frame < frames; ++frame) {
+      const double seconds = static_cast<double>(frame) / rate;
+      const double fade = std::exp(-1.6 * std::fmod(seconds, 2.0)) * (0.4 + 0.075 * seconds);
+      const double wave = std::sin(seconds * 2764.6) + std::sin(seconds * 3481.2) + 0.5 * std::sin(seconds * 4146.9);
+      put(static_cast<std::uint32_t>(std::lround(10000 * fade * wave)) & 0xFFFFU, 2);
+    }
+    return path;
+  }
+
+  static std::string clip(const std::string& name) { return std::string(VREL_CLIP_FOLDER) + "/" + name; }
+
+  /// Two more strips in the song on stage.
+  void addTrackAndClips(const std::filesystem::path& track) {
+    driver.onLogic([track](Session& session) {
+      session.content().channelOperations().addChannelFromButton();
+      session.content().channelOperations().addChannelFromButton();
+      const auto& channels = session.engine().channels();
+      channels[2]->name.set("Intro");
+      channels[3]->name.set("Film");
+      session.engine().instruments().loadVisualInstrument(
+          *channels[3],
+          {{.note = 60, .filePath = clip("upright.mp4")},
+           {.note = 62, .filePath = clip("turned-180.mp4"), .triggerMode = VisualTriggerMode::toggle}},
+          nullptr);
+      session.content().selection().selectedChannelId.set(channels[2]->id);
+    });
+    settle();
+  }
+};
+
+TEST_F(GuidePictures, OfTheConsole) {
+  take("console");
+  takePart("keyboardArea", "splits");
+  driver.click("learnButton");
+  take("learn");
+  driver.click("learnButton");
+  driver.click("rack1");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rackPanel"); }));
+  take("effects");
+  driver.click("openEffect0");
+  takeWindowOf("controlSearch", "plugin");
+}
+
+TEST_F(GuidePictures, OfTheStage) {
+  driver.click("liveButton");
+  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  take("live");
+  driver.onLogic([](Session& session) {
+    session.content().setSongNotes(
+        "Intro: bass alone, 4 bars\n\nVerse   C   Am   F   G\n  Electric piano soft, no pedal\n\n"
+        "Chorus  F   G   C   C\n  Layer up, pedal down\n\nBridge: strings an octave up\n\nEnd on the second chorus");
+  });
+  driver.key("ctrl+shift+n");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesPage"); }));
+  take("large-notes");
+}
+
+TEST_F(GuidePictures, OfTracksAndClips) {
+  song(2);
+  addTrackAndClips({});
+  const auto track = writeTrack();
+  driver.click("stripInstrument2");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("playbackSource"); }));
+  take("instruments");
+  driver.click("playbackSource");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("trackFile"); }));
+  driver.click("trackFile");
+  driver.answerPanel(track);
+  ASSERT_TRUE(driver.eventually([this] {
+    const auto& shown = *driver.program().window.model().track();
+    return shown.duration() > 0 && !shown.isReading();
+  }));
+  take("track");
+  driver.click("trackApply");
+  driver.onLogic([](Session& session) { session.content().clipEditor().open(*session.engine().channels()[3]); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("clipDelete1"); }));
+  take("clips");
+  driver.click("clipCancel");
+  driver.click("foldStage");
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("stagePicture"); }));
+  driver.onLogic([](Session& session) { session.engine().routeMIDI(0x90, 60, 100); });
+  driver.click("menu4");
+  take("projection");
+  driver.key("Escape");
+}
+
+TEST_F(GuidePictures, OfTheMenus) {
+  driver.click("menu1");
+  take("collect");
+  driver.key("Escape");
+}
+
+}  // namespace
+}  // namespace vrel::app::test

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/setlist_collector.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/setlist_files_stage.h"
+#include "document/setlist_coding.h"
+#include "platform/file_copier.h"
+
+namespace vrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Copies into memory; files named "gone" are not there.
+class MemoryCopier : public FileCopier {
+ public:
+  std::map<fs::path, std::string> made;
+  bool isFull = false;
+  std::function<void()> whileCopying = [] {};
+
+  fs::path canonicalPath(const fs::path& path) override { return path; }
+  Outcome makeDirectory(const fs::path& path) override {
+    made[path] = "folder";
+    return {};
+  }
+  Copy copy(const fs::path& from, const fs::path& to, const Progress& progress) override {
+    whileCopying();
+    if (!progress(0.5)) {
+      return {End::stopped};
+    }
+    if (from.stem() == "gone") {
+      return {End::sourceFailed, from.string() + ": No such file or directory"};
+    }
+    if (isFull) {
+      return {End::targetFailed, to.string() + ": No space left on device"};
+    }
+    made[to] = "copy";
+    return {};
+  }
+  Outcome write(const fs::path& path, const std::string& bytes) override {
+    made[path] = bytes;
+    return {};
+  }
+  void remove(const fs::path& path) override { made.erase(path); }
+};
+
+/// A setlist with two tracks on stage, edited since it was opened.
+class Collecting : public SetlistFilesStage {
+ protected:
+  Collecting() {
+    SetlistFile setlist;
+    auto& song = setlist.songs.emplace_back();
+    song.name = "One";
+    for (const auto* const file : {"/sounds/take.wav", "/sounds/gone.wav"}) {
+      song.channels.push_back({.pluginPath = "internal:playback", .playbackFilePath = file});
+    }
+    files.place(gig, encodeSetlist(setlist).value());
+    setlistFiles.loadSetlist(gig);
+    settle();
+    strip(0).name.set("Renamed");
+    state.markEdited();
+    console.lines.clear();
+  }
+
+  void choose() {
+    desktop.savePanelAnswers = {folder};
+    collector->collect();
+  }
+  void finish() {
+    queues.queue("vrel.collected.setlist").runAll();
+    settle();
+  }
+
+  const fs::path folder = "/stick/Saturday";
+  MemoryCopier copier;
+  std::unique_ptr<SetlistCollector> collector = std::make_unique<SetlistCollector>(
+      SetlistCollector::Collaborators{state, songSwitch, mainQueue, queues, copier, desktop, console});
+};
+
+TEST_F(Collecting, TakesWhatIsOnStageAndSaysWhatWasMissing) {
+  choose();
+  EXPECT_EQ(desktop.savePanels.at(0).allowedType, FileType::folder);
+  EXPECT_EQ(desktop.savePanels[0].suggestedName, gig.stem());
+  EXPECT_EQ(collector->progress.get(), 0.0);
+  EXPECT_TRUE(copier.made.empty()) << "nothing is copied on the main thread";
+  finish();
+  EXPECT_EQ(collector->progress.get(), std::nullopt);
+  const auto collected = decodeSetlist(copier.made.at(folder / "Saturday.vrel"));
+  ASSERT_TRUE(collected.ok());
+  EXPECT_EQ(collected.value().songs.at(0).channels.at(0).name, "Renamed");
+  EXPECT_TRUE(copier.made.contains(folder / "files/take.wav"));
+  ASSERT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_NE(desktop.alerts[0].messageText.find("/stick/Saturday"), std::string::npos);
+  EXPECT_NE(desktop.alerts[0].informativeText.find("/sounds/gone.wav"), std::string::npos);
+  EXPECT_EQ(state.currentFilePath.get(), gig) << "it stays open where it is";
+  EXPECT_TRUE(state.isDirty.get()) << "and is not saved by this";
+}
+
+TEST_F(Collecting, ShowsHowFarItIs) {
+  std::vector<std::optional<double>> shown;
+  const auto watching = collector->progress.changed.connect([&](const auto& value) { shown.push_back(value); });
+  choose();
+  finish();
+  EXPECT_EQ(shown, (std::vector<std::optional<double>>{0, 0.25, 0.75, std::nullopt}));
+}
+
+TEST_F(Collecting, StoppedByAPressItLeavesNothingAndAsksNothing) {
+  copier.whileCopying = [this] { collector->stop(); };
+  choose();
+  finish();
+  EXPECT_TRUE(copier.made.empty());
+  EXPECT_TRUE(desktop.alerts.empty());
+  EXPECT_EQ(collector->progress.get(), std::nullopt);
+  copier.whileCopying = [] {};
+  choose();
+  finish();
+  EXPECT_FALSE(copier.made.empty()) << "the next attempt is not stopped";
+}
+
+TEST_F(Collecting, AFullDiskIsSaidAndLeavesNothing) {
+  copier.isFull = true;
+  choose();
+  finish();
+  EXPECT_TRUE(copier.made.empty());
+  ASSERT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_NE(desktop.alerts[0].informativeText.find("No space left on device"), std::string::npos);
+  EXPECT_EQ(console.lines.back(),
+            "Failed to collect the setlist: /stick/Saturday/files/take.wav: No space left on device");
+}
+
+TEST_F(Collecting, IsNotBegunInLiveModeNorTwiceAndEndsInLiveModeWithoutAQuestion) {
+  state.isLiveModeEnabled.set(true);
+  choose();
+  EXPECT_TRUE(desktop.savePanels.empty());
+  state.isLiveModeEnabled.set(false);
+  desktop.whileAsking = [this] { state.isLiveModeEnabled.set(true); };
+  choose();
+  EXPECT_EQ(collector->progress.get(), std::nullopt) << "Live mode has begun while the folder was chosen";
+  desktop.whileAsking = nullptr;
+  state.isLiveModeEnabled.set(false);
+  choose();
+  choose();
+  EXPECT_EQ(desktop.savePanels.size(), 2U);
+  state.isLiveModeEnabled.set(true);
+  finish();
+  EXPECT_TRUE(desktop.alerts.empty());
+  EXPECT_EQ(console.lines.back(), "Not collected: /sounds/gone.wav: No such file or directory");
+}
+
+TEST_F(Collecting, TheEndOfTheProgramStopsIt) {
+  choose();
+  collector.reset();
+  EXPECT_TRUE(copier.made.empty());
+  settle();
+}
+
+}  // namespace
+}  // namespace vrel
