@@ -30,7 +30,7 @@ constexpr CollectorTexts missingTexts{
     "These files could not be read, and are not among them:\n%1", "Estos archivos no se pudieron leer y faltan:\n%1",
     "Ces fichiers n'ont pas pu être lus et manquent :\n%1", "Questi file non si sono potuti leggere e mancano:\n%1",
     "Diese Dateien waren nicht lesbar und fehlen:\n%1"};
-constexpr CollectorTexts failedTexts{"The setlist was not collected", "El setlist no se ha reunido",
+constexpr CollectorTexts notCollectedTexts{"The setlist was not collected", "El setlist no se ha reunido",
                                      "La liste n'a pas été rassemblée", "La scaletta non è stata raccolta",
                                      "Die Setliste wurde nicht gesammelt"};
 constexpr CollectorTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo ha quedado nada allí.",
@@ -138,7 +138,7 @@ void SetlistCollector::report(const std::filesystem::path& folder, const Collect
   } else if (collection.end == Collection::End::failed) {
     console_.print("Failed to collect the setlist: " + collection.reason);
     alert.alertStyle = NSAlert::Style::warning;
-    alert.messageText = filledText(failedTexts, language);
+    alert.messageText = filledText(notCollectedTexts, language);
     alert.informativeText = filledText(nothingLeftTexts, language, collection.reason);
   } else {
     return;
