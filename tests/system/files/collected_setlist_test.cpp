@@ -165,11 +165,11 @@ TEST_F(CollectedSetlist, AFullDiskAtAnyStepLeavesNothingAndIsSaid) {
 TEST_F(CollectedSetlist, StoppedAtAnyPlaceItLeavesNothing) {
   const auto setlist = setlistOf({track(root / "sounds/take.wav"), clips({root / "clips/sea.mp4"})});
   std::vector<double> proportions;
-  for (std::size_t calls = 1; calls < 4; ++calls) {
+  for (std::size_t last = 1; last < 4; ++last) {
     proportions.clear();
     const auto collected = collectSetlist(setlist, {}, target, copier, [&](double proportion) {
       proportions.push_back(proportion);
-      return proportions.size() < calls;
+      return proportions.size() < last;
     });
     EXPECT_EQ(collected.end, End::stopped);
     EXPECT_FALSE(fs::exists(target));
