@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QRect>
 #include <QScreen>
