@@ -52,6 +52,11 @@ SongRequests::SongRequests(const Collaborators& collaborators)
   }));
   // Whoever changes the song has asked later than what still waits.
   connections_.push_back(state_.songSwitchLoadToken.changed.connect([this](const Uuid&) { wanted_.reset(); }));
+  connections_.push_back(state_.songControl.changed.connect([this](const SongControl& control) {
+    if (!control.byProgramChange) {
+      wanted_.reset();
+    }
+  }));
 }
 
 void SongRequests::listenToEngine() {

@@ -79,6 +79,14 @@ TEST_F(SongRequest, ProgramChangesDoNothingUntilTheyAreSwitchedOn) {
   EXPECT_EQ(requests.lastProgram.get(), (SongProgram{0, 2})) << "but are shown to who sets it up";
 }
 
+TEST_F(SongRequest, AProgramChangeThatWaitsIsDroppedWhenTheyAreSwitchedOff) {
+  program(1);
+  program(2);
+  setControl({});
+  pass(1);
+  EXPECT_EQ(onStage(), 1U);
+}
+
 TEST_F(SongRequest, EveryChannelCountsUntilOneIsChosen) {
   program(1, 15);
   EXPECT_EQ(onStage(), 1U);
