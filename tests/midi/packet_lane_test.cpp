@@ -53,5 +53,26 @@ TEST(PacketLane, AReaderThatStallsLosesNoReleaseAndNoPanic) {
   EXPECT_TRUE(handOn(0x90, 0, 60, 100)) << "there is room again";
 }
 
+TEST(PacketLane, AReleaseThatABlockHasRoutedDoesNotReplaceOneForTheReader) {
+  audio::PacketLane lane(std::size_t{1} << 17U, std::make_shared<audio::OwedMessages>());
+  const auto playBlock = [&lane](const std::array<std::uint8_t, 3>& message, bool isRouted) {
+    const AudioThreadScope block;
+    lane.beginBlock();
+    lane.add(0, message);
+    for (auto& event : lane.events()) {
+      event.isRouted = isRouted;
+    }
+    return lane.handOn(message);
+  };
+  constexpr std::array<std::uint8_t, 3> pressed{0x90, 60, 100};
+  constexpr std::array<std::uint8_t, 3> released{0x80, 60, 0};
+  while (playBlock(pressed, true)) {
+  }
+  EXPECT_TRUE(playBlock(released, true));
+  EXPECT_FALSE(playBlock(pressed, true)) << "which sounds, although the reader never sees it";
+  EXPECT_TRUE(playBlock(released, false));
+  EXPECT_FALSE(playBlock(released, false)) << "once is enough";
+}
+
 }  // namespace
 }  // namespace vrel

@@ -34,16 +34,17 @@ void PacketLane::add(std::uint32_t frame, std::span<const std::uint8_t> packet) 
   }
 }
 
-bool PacketLane::findsRoom(std::span<const std::uint8_t> packet) noexcept {
+bool PacketLane::findsRoom(std::span<const std::uint8_t> packet, bool isRouted) noexcept {
   if (packets_.room() >= reserved_ + ByteFifo::headBytes + 1 + packet.size()) {
-    inReserve_.reset();
+    inReserve_ = {};
     return true;
   }
   const auto release = packet.size() == 3 ? MidiReleases::numberOf({packet[0], packet[1], packet[2]}) : std::nullopt;
-  if (!release || inReserve_.test(*release)) {
+  auto& taken = inReserve_[isRouted ? 1 : 0];
+  if (!release || taken.test(*release)) {
     return false;
   }
-  inReserve_.set(*release);
+  taken.set(*release);
   return true;
 }
 
@@ -57,7 +58,7 @@ bool PacketLane::handOn(std::span<const std::uint8_t> packet) noexcept {
     owed_->add();
   }
   const std::uint8_t mark = isRouted ? 1 : 0;
-  const bool isTaken = findsRoom(packet) && packets_.push({&mark, 1}, packet);
+  const bool isTaken = findsRoom(packet, isRouted) && packets_.push({&mark, 1}, packet);
   if (isOwed && !isTaken) {
     owed_->settle();
   }

@@ -23,8 +23,9 @@ namespace vrel::audio {
 /// A block gets nothing while the main thread owes the instruments an earlier message of the same sources.
 ///
 /// While the reader takes nothing, the last of the room is for what ends a sound (keys, pedal and wheel released, the
-/// messages of a panic): there each of them is taken once, which is enough, since no key is pressed there. So a lane
-/// of at least twice `bytesForReleases` loses none of them.
+/// messages of a panic). There each of them is taken once that the block has routed, and once that it has not, which is
+/// enough: until the reader has taken that one, no block presses a key. So a lane of at least twice `bytesForReleases`
+/// loses none that an instrument waits for.
 ///
 /// Threads: `pop` on the reader's; the rest in the port's process callback.
 class PacketLane {
@@ -43,7 +44,7 @@ class PacketLane {
   /// What the block may route, to be marked; until `beginBlock`.
   [[nodiscard]] std::span<DeviceEvent> events() noexcept VREL_AUDIO_THREAD { return std::span(events_).first(made_); }
 
-  static constexpr std::size_t bytesForReleases = MidiReleases::count * (ByteFifo::headBytes + 1 + 3);
+  static constexpr std::size_t bytesForReleases = 2 * MidiReleases::count * (ByteFifo::headBytes + 1 + 3);
 
   /// Hands on the packets of the block, all of them in the same order; or any packet where no block has begun. False
   /// when it is dropped, since the reader has not taken enough.
@@ -56,7 +57,7 @@ class PacketLane {
   // More than a port of JACK's brings in a period; the main thread routes what is beyond.
   static constexpr std::size_t mostEvents = 4096;
 
-  [[nodiscard]] bool findsRoom(std::span<const std::uint8_t> packet) noexcept;
+  [[nodiscard]] bool findsRoom(std::span<const std::uint8_t> packet, bool isRouted) noexcept;
 
   const std::shared_ptr<OwedMessages> owed_;
   ByteFifo packets_;
@@ -65,8 +66,8 @@ class PacketLane {
   // The process callback's.
   bool isRouting_ = false;
   std::size_t made_ = 0;
-  std::size_t passed_ = 0;  // of those made
-  std::bitset<MidiReleases::count> inReserve_{};
+  std::size_t passed_ = 0;                                       // of those made
+  std::array<std::bitset<MidiReleases::count>, 2> inReserve_{};  // those not routed, those routed
   std::array<DeviceEvent, mostEvents> events_{};
 };
 
