@@ -14,6 +14,8 @@
 namespace vrel {
 namespace {
 
+constexpr double secondsBetweenPanels = 1.0;
+
 bool mayChoose(const AppState& state) {
   return LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state);
 }
@@ -46,25 +48,42 @@ bool chooseParameterFile(const std::weak_ptr<AVAudioUnit>& unit, AUParameterAddr
 }
 
 void ParameterFiles::request(const std::shared_ptr<AVAudioUnit>& unit, const std::string& identifier) {
-  if (isChoosing_ || !mayChoose(state_)) {
+  if (isBusy_ || !mayChoose(state_)) {
     return;
   }
-  unit->auAudioUnit().requestParameterTree([this, weak = std::weak_ptr(unit), identifier,
+  isBusy_ = true;
+  unit->auAudioUnit().requestParameterTree([this, life = life_.watch(), weak = std::weak_ptr(unit), identifier,
                                             &mainQueue = mainQueue_](std::shared_ptr<const AUParameterTree> tree) {
-    mainQueue.async([this, weak, identifier, tree = std::move(tree)] {
-      if (tree != nullptr && !isChoosing_) {
-        const auto& all = tree->allParameters;
-        const auto found = std::find_if(all.begin(), all.end(), [&](const AUParameter& each) {
-          return each.identifier == identifier && isPath(each) && !each.isOutput;
-        });
-        if (found != all.end()) {
-          isChoosing_ = true;
-          (void)chooseParameterFile(weak, found->address, state_, desktop_);
-          isChoosing_ = false;
+    mainQueue.async([this, life, weak, identifier, tree = std::move(tree)] {
+      if (life.isAlive()) {
+        isBusy_ = false;
+        if (tree != nullptr) {
+          choose(weak, *tree, identifier);
         }
       }
     });
   });
+}
+
+void ParameterFiles::choose(const std::weak_ptr<AVAudioUnit>& unit, const AUParameterTree& tree,
+                            const std::string& identifier) {
+  const auto& all = tree.allParameters;
+  const auto found = std::find_if(all.begin(), all.end(), [&](const AUParameter& each) {
+    return each.identifier == identifier && isPath(each) && !each.isOutput;
+  });
+  if (found == all.end()) {
+    return;
+  }
+  isBusy_ = true;
+  const auto life = life_.watch();
+  (void)chooseParameterFile(unit, found->address, state_, desktop_);
+  if (life.isAlive()) {  // the console may have gone while the panel was open
+    mainQueue_.asyncAfter(secondsBetweenPanels, [this, life] {
+      if (life.isAlive()) {
+        isBusy_ = false;
+      }
+    });
+  }
 }
 
 }  // namespace vrel

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/life_token.h"
 #include "platform/audio_unit.h"
 
 namespace vrel {
@@ -17,8 +18,8 @@ class MainQueue;
 bool chooseParameterFile(const std::weak_ptr<AVAudioUnit>& unit, AUParameterAddress address, AppState& state,
                          Desktop& desktop);
 
-/// The files that plug-ins' own editors ask the console for. One panel at a time; what is asked for meanwhile is not
-/// answered. Main thread.
+/// The files that plug-ins' own editors ask the console for. One panel at a time, and none for a second after it, so
+/// that an editor which asks without end can be closed; what is asked for meanwhile is not answered. Main thread.
 class ParameterFiles {
  public:
   /// All are borrowed.
@@ -29,10 +30,13 @@ class ParameterFiles {
   void request(const std::shared_ptr<AVAudioUnit>& unit, const std::string& identifier);
 
  private:
+  void choose(const std::weak_ptr<AVAudioUnit>& unit, const AUParameterTree& tree, const std::string& identifier);
+
   AppState& state_;
   MainQueue& mainQueue_;
   Desktop& desktop_;
-  bool isChoosing_ = false;
+  bool isBusy_ = false;  // with a request
+  LifeToken life_;
 };
 
 }  // namespace vrel

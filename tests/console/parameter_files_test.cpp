@@ -103,5 +103,24 @@ TEST_F(FilesThatEditorsAskFor, OnePanelIsOpenAtATimeAndAPlugInMayGoMeanwhile) {
   EXPECT_FALSE(state.isDirty.get());
 }
 
+TEST_F(FilesThatEditorsAskFor, OpenNoPanelWithinASecondOfTheLast) {
+  request("urn:file");
+  mainQueue.advance(0.9);
+  request("urn:file");
+  EXPECT_EQ(desktop_.openPanels.size(), 1U) << "an editor that asks without end leaves the console usable";
+  mainQueue.advance(0.2);
+  request("urn:file");
+  EXPECT_EQ(desktop_.openPanels.size(), 2U);
+}
+
+TEST_F(FilesThatEditorsAskFor, AreForgottenWithTheConsole) {
+  {
+    ParameterFiles shortLived(state, mainQueue, desktop_);
+    shortLived.request(unit_, "urn:file");
+  }
+  mainQueue.runAll();
+  EXPECT_TRUE(desktop_.openPanels.empty());
+}
+
 }  // namespace
 }  // namespace vrel
