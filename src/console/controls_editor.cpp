@@ -162,7 +162,8 @@ void ControlsEditor::enter(std::size_t index, const std::string& text) {
 void ControlsEditor::setText(const AUParameter& parameter, const std::string& text) {
   const auto unit = unit_.lock();
   auto* const messages = unit != nullptr ? messagesOf(*unit) : nullptr;
-  if (messages != nullptr && !parameter.isOutput && messages->parameterText(parameter.address) != text) {
+  if (messages != nullptr && !parameter.isOutput && text.size() <= longestParameterText &&
+      messages->parameterText(parameter.address) != text) {
     messages->setParameterText(parameter.address, text);
     refresh();
     state_.markEdited();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "platform/audio_parameters.h"
@@ -12,6 +13,9 @@ namespace vrel {
 inline constexpr AUParameterAddress firstMessageParameter = 0x80000000U;
 inline constexpr AUParameterAddress firstPathParameter = 0xC0000000U;
 inline constexpr AUParameterAddress firstTextParameter = 0xE0000000U;
+
+/// Bytes of a file's path or a text; plug-ins are given no longer one.
+inline constexpr std::size_t longestParameterText = 4095;
 
 [[nodiscard]] constexpr bool isPath(const AUParameter& parameter) {
   return parameter.address >= firstPathParameter && parameter.address < firstTextParameter;

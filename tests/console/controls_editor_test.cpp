@@ -204,6 +204,14 @@ TEST_F(FileOfAPlugIn, ATextIsTypedAndMarksTheSetlistChangedAndOneThatThePlugInSe
   EXPECT_TRUE(unit_->core.parameterSets.empty());
 }
 
+TEST_F(FileOfAPlugIn, ATextThatIsTooLongForThePlugInIsNotTaken) {
+  editor_->enter(2, std::string(longestParameterText + 1, 'a'));
+  EXPECT_EQ(editor_->texts.get()[2], "");
+  EXPECT_FALSE(state.isDirty.get());
+  editor_->enter(2, std::string(longestParameterText, 'a'));
+  EXPECT_EQ(unit_->core.texts[firstTextParameter].size(), longestParameterText);
+}
+
 TEST_F(FileOfAPlugIn, MayBeChosenWhileTheWindowCloses) {
   desktop_.openPanelAnswers = {"/samples/new.sfz"};
   desktop_.whileAsking = [this] { editor_ = nullptr; };

@@ -11,12 +11,12 @@
 #include <string>
 #include <utility>
 
+#include "platform/message_parameters.h"
+
 namespace vrel::lv2 {
 namespace {
 
 using AtomBytes = std::span<const std::uint8_t>;
-
-constexpr std::size_t longestText = 4096;
 
 template <typename Value>
 std::optional<Value> valueIn(AtomBytes bytes) {
@@ -122,10 +122,10 @@ std::optional<std::vector<std::uint8_t>> PatchProperties::setting(const MessageV
   const auto* const text = std::get_if<std::string>(&wanted.value);
   const auto* const number = std::get_if<double>(&wanted.value);
   if (parameter.isOutput || isNumber(parameter) != (number != nullptr) ||
-      (text != nullptr ? text->size() >= longestText : !std::isfinite(*number))) {
+      (text != nullptr ? text->size() > longestParameterText : !std::isfinite(*number))) {
     return std::nullopt;
   }
-  std::vector<std::uint8_t> room(longestText + 256);
+  std::vector<std::uint8_t> room(longestParameterText + 256);
   LV2_Atom_Forge forge;
   lv2_atom_forge_init(&forge, urids_.mapFeature());
   lv2_atom_forge_set_buffer(&forge, room.data(), room.size());
@@ -154,11 +154,11 @@ void PatchProperties::note(LV2_URID key, LV2_URID type, AtomBytes value, std::ve
   if (!isNumber(parameter)) {
     if (type == types_.path || type == types_.text || type == types_.uri) {
       const auto end = std::find(value.begin(), value.end(), std::uint8_t{0});
-      found.push_back({parameter.address, std::string(value.begin(), end).substr(0, longestText)});
+      found.push_back({parameter.address, std::string(value.begin(), end).substr(0, longestParameterText)});
     } else if (type == types_.urid) {
       const auto number = valueIn<LV2_URID>(value);
       const char* const text = number ? urids_.unmap(*number) : nullptr;
-      found.push_back({parameter.address, std::string(text != nullptr ? text : "").substr(0, longestText)});
+      found.push_back({parameter.address, std::string(text != nullptr ? text : "").substr(0, longestParameterText)});
     }
     return;
   }
