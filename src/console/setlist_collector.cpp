@@ -96,6 +96,7 @@ void SetlistCollector::begin(const std::filesystem::path& folder) {
   SetlistFile setlist;
   setlist.songs = songSwitch_.songsAsPlayed(StateRead::now);
   setlist.globalMidiControlAssignments = state_.globalMidiControlAssignments.get();
+  setlist.songControl = state_.songControl.get();
   auto background = state_.visualBackgroundVideoPath.get();
   queue_->async([this, folder, setlist = std::make_shared<SetlistFile>(std::move(setlist)),
                  background = std::move(background), isStopped = isStopped_, life = life_.watch()] {

@@ -105,6 +105,17 @@ TEST_F(Collecting, TakesWhatIsOnStageAndSaysWhatWasMissing) {
   EXPECT_TRUE(state.isDirty.get()) << "and is not saved by this";
 }
 
+TEST_F(Collecting, TakesWhatHoldsForAllSongs) {
+  state.globalMidiControlAssignments.set({{{MidiControlKind::panic, {}}, {0xB0, 15, 120}}});
+  state.songControl.set({.byProgramChange = true, .midiChannel = 9, .stepGuardMilliseconds = 450});
+  choose();
+  finish();
+  const auto collected = decodeSetlist(copier.made.at(folder / "Saturday.vrel"));
+  ASSERT_TRUE(collected.ok());
+  EXPECT_EQ(collected.value().globalMidiControlAssignments, state.globalMidiControlAssignments.get());
+  EXPECT_EQ(collected.value().songControl, state.songControl.get());
+}
+
 TEST_F(Collecting, ShowsHowFarItIs) {
   std::vector<std::optional<double>> shown;
   const auto watching = collector->progress.changed.connect([&](const auto& value) { shown.push_back(value); });
