@@ -117,7 +117,9 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
 
 void SetlistFiles::newSetlist(bool confirm) {
   awaitTurn();
-  if (!LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_) || (confirm && !confirmSetlistChange())) {
+  const auto isAllowed = [this] { return LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_); };
+  // The mode may have changed while the question was open.
+  if (!isAllowed() || (confirm && !confirmSetlistChange()) || !isAllowed()) {
     return;
   }
   stopAwaitingPlugins();
@@ -135,13 +137,14 @@ void SetlistFiles::newSetlist(bool confirm) {
 }
 
 void SetlistFiles::openSetlist() {
-  if (!LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_)) {
+  const auto isAllowed = [this] { return LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_); };
+  if (!isAllowed()) {
     return;
   }
   // Chosen first, asked after.
   const auto path = desktop_.runModal(NSOpenPanel{.allowedType = FileType::setlist, .directory = currentDirectory()});
-  // The mode may have changed while the panel was open.
-  if (path && LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_) && confirmSetlistChange()) {
+  // The mode may have changed while the panel was open, or the question.
+  if (path && isAllowed() && confirmSetlistChange() && isAllowed()) {
     loadSetlist(*path);
   }
 }

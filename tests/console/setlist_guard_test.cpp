@@ -115,6 +115,20 @@ TEST_F(SetlistGuard, AFileThatIsChosenWhenLiveModeHasComeIsNotOpened) {
   EXPECT_THAT(desktop.alerts, IsEmpty());
 }
 
+TEST_F(SetlistGuard, AnsweredWhenLiveModeHasComeItKeepsTheStage) {
+  openGig();
+  files.place(other, setlistText({"Three"}));
+  desktop.openPanelAnswers = {other};
+  desktop.alertAnswers = {doNotSaveButton, doNotSaveButton};
+  desktop.whileAsking = [this] { state.isLiveModeEnabled.set(!desktop.alerts.empty()); };
+  setlistFiles.openSetlist();
+  expectNothingChanged();
+  state.isLiveModeEnabled.set(false);
+  setlistFiles.newSetlist(true);
+  expectNothingChanged();
+  EXPECT_EQ(desktop.alerts.size(), 2U);
+}
+
 TEST_F(SetlistGuard, ANameThatIsChosenWhenLiveModeHasComeIsNotWritten) {
   openGig();
   desktop.savePanelAnswers = {other};
