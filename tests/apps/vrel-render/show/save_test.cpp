@@ -62,6 +62,16 @@ nlohmann::json withoutStates(const std::string& text) {
   return document;
 }
 
+TEST_F(SavedShow, ASaveKeepsHowSongsAreChangedByTheHardware) {
+  auto setlist = setlistOf({songOf("One", {stripOf("Empty", "")})});
+  setlist.songControl = {.byProgramChange = true, .midiChannel = 9, .stepGuardMilliseconds = 450};
+  write("first.vrel", setlist);
+  playAndSave("first.vrel", "saved.vrel", MidiFileMaker());
+  const auto saved = readSetlist(read("saved.vrel"));
+  ASSERT_TRUE(saved.ok());
+  EXPECT_EQ(saved.value().songControl, setlist.songControl);
+}
+
 TEST_F(SavedShow, ASaveKeepsEverythingButTheStatesOfThePlugins) {
   write("first.vrel", sampleSetlist());
   playAndSave("first.vrel", "saved.vrel", MidiFileMaker());
