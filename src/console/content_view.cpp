@@ -55,8 +55,15 @@ ContentView::ContentView(const Collaborators& collaborators)
       pluginEditors_(editorPanels_, collaborators.mainQueue, notifications_) {
   songSwitch_.cancelMidiLearn = [this] { midiLearn_.cancelMidiLearn(); };
   liveMode_.clearFocus = [this] { songList_.focusedSongEditorId.set(std::nullopt); };
-  songSwitch_.amendRecord = channelOperations_.amendRecord =
-      [this](const AudioChannel& channel, ChannelConfig& record) { instrumentSelector_.amendRecord(channel, record); };
+  songSwitch_.amendRecord = [this](const AudioChannel& channel, ChannelConfig& record) {
+    instrumentSelector_.amendRecord(channel, record);
+  };
+  channelOperations_.amendRecord = [this](const AudioChannel& channel, ChannelConfig& record) {
+    instrumentSelector_.amendRecord(channel, record);
+    if (channel.status.get() != ChannelStatus::loading) {
+      songSwitch_.keepMissingSource(channel, record);
+    }
+  };
   connections_.push_back(pluginEditors_.controlTurned.connect(
       [this](const auto& unit, AUParameterAddress address) { learnedPluginControls_.touch(unit, address); }));
   connections_.push_back(pluginEditors_.fileRequested.connect(

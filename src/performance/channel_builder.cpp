@@ -19,6 +19,7 @@ std::shared_ptr<AudioChannel> ChannelBuilder::addChannel(const ChannelConfig& re
 
 void ChannelBuilder::load(const std::shared_ptr<AudioChannel>& channel, const ChannelConfig& record,
                           const Progress& progress) {
+  willLoad.emit(*channel, record);
   const auto kind = pluginPathKind(record.pluginPath);
   if (kind == PluginPathKind::visual) {
     engine_.instruments().loadVisualInstrument(*channel, record.visualClipMappings, nullptr);

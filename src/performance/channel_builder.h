@@ -8,6 +8,7 @@
 
 #include "document/setlist.h"
 #include "foundation/life_token.h"
+#include "foundation/observable.h"
 
 namespace vrel {
 
@@ -32,6 +33,9 @@ class ChannelBuilder {
   /// All are borrowed.
   ChannelBuilder(AppState& state, AudioEngine& engine, ConsoleOutput& console)
       : state_(state), engine_(engine), console_(console) {}
+
+  /// Emitted before a strip loads what its record says.
+  Signal<AudioChannel&, const ChannelConfig&> willLoad;
 
   /// A new strip at the end, with the values of the record and nothing loaded.
   std::shared_ptr<AudioChannel> addChannel(const ChannelConfig& record);

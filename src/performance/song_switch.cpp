@@ -45,7 +45,10 @@ SongSwitch::SongSwitch(const Collaborators& collaborators)
       clock_(collaborators.clock),
       console_(collaborators.console),
       selection_(collaborators.selection),
-      builder_(collaborators.builder) {
+      builder_(collaborators.builder),
+      loadsFollowed_(builder_.willLoad.connect([this](auto& channel, const auto& record) {
+        rememberSource(channel, record);  // also of a strip that is pasted
+      })) {
   engine_.pluginPool().setResolver(
       [&state = state_](const std::string& key) { return resolvePluginPath(key, state.scannedPlugins.get()); });
 }
@@ -79,7 +82,7 @@ void SongSwitch::capture(SongConfig& song, StateRead read, SourceOfLoading ofLoa
       amendRecord(*channel, record);
     }
     if (ofLoading == SourceOfLoading::kept || channel->status.get() != ChannelStatus::loading) {
-      captureSource(*channel, record);
+      keepMissingSource(*channel, record);
     }
   }
 }
@@ -110,7 +113,7 @@ std::optional<ChannelConfig> SongSwitch::missingSource(const AudioChannel& chann
   return source;
 }
 
-void SongSwitch::captureSource(const AudioChannel& channel, ChannelConfig& record) const {
+void SongSwitch::keepMissingSource(const AudioChannel& channel, ChannelConfig& record) const {
   const auto source = missingSource(channel);
   if (!source) {
     return;
@@ -208,9 +211,7 @@ void SongSwitch::buildChannel(const ChannelConfig& record, const Uuid& token) {
       completeLoads(loads, token);
     }
   };
-  const auto channel = builder_.addChannel(record);
-  rememberSource(*channel, record);
-  builder_.load(channel, record, progress);
+  builder_.load(builder_.addChannel(record), record, progress);
 }
 
 void SongSwitch::restoreMasterEffects(const std::vector<AudioPluginSlot>& slots, const Uuid& token) {

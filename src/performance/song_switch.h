@@ -76,6 +76,9 @@ class SongSwitch {
   /// The plug-in, with its state, that a strip on stage was built for and lacks; none once it has played something.
   [[nodiscard]] std::optional<ChannelConfig> missingSource(const AudioChannel& channel) const;
 
+  /// Adds that to the record of a strip which says nothing else.
+  void keepMissingSource(const AudioChannel& channel, ChannelConfig& record) const;
+
   /// The songs with the one on stage as it is now, while the session's own stay as they were. A strip that still loads
   /// has its source, too.
   [[nodiscard]] std::vector<SongConfig> songsAsPlayed(StateRead read);
@@ -106,7 +109,6 @@ class SongSwitch {
   /// Of a strip whose plug-in has not arrived yet.
   enum class SourceOfLoading { kept, dropped };
   void capture(SongConfig& song, StateRead read, SourceOfLoading ofLoading);
-  void captureSource(const AudioChannel& channel, ChannelConfig& record) const;
   void rememberSource(AudioChannel& channel, const ChannelConfig& record);
   void takeOver(const SongConfig& song);
   void sendToInstruments(std::uint8_t status);
@@ -122,6 +124,7 @@ class SongSwitch {
   ConsoleSelection& selection_;
   ChannelBuilder& builder_;
   std::map<Uuid, Source> sources_;  // by strip
+  std::shared_ptr<void> loadsFollowed_;
   SetlistContents contents_{state_};
   LifeToken life_;
 };

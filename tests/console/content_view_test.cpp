@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -116,6 +117,25 @@ TEST_F(ContentViewTest, TheCommandsOfTheMenusReachTheirOperations) {
   desktop.alertAnswers = {1};
   notifications.post("vrel.requestTermination");
   EXPECT_EQ(desktop.terminationReplies, std::vector{true});
+}
+
+TEST_F(ContentViewTest, AStripWhosePluginIsMissingKeepsItWhenItIsDuplicatedCutAndPasted) {
+  auto gone = record("Gone", "aucd:1635085685:77:78");
+  gone.pluginStateBase64 = "QUJD";
+  addSong("One", {gone});
+  addSong("Two", {});
+  appear();
+  content.songSwitch().applySong(0);
+  content.channelOperations().duplicateChannel(strip(0));
+  content.channelOperations().cutChannel(strip(0));
+  content.songSwitch().applySong(1);
+  content.channelOperations().pasteChannel(std::nullopt);
+  content.songSwitch().captureCurrentSong();
+  for (const std::size_t index : {0U, 1U}) {
+    ASSERT_EQ(song(index).channels.size(), 1U);
+    EXPECT_EQ(song(index).channels[0].pluginPath, gone.pluginPath);
+    EXPECT_EQ(song(index).channels[0].pluginStateBase64, gone.pluginStateBase64);
+  }
 }
 
 TEST_F(ContentViewTest, ACommandForTheSelectedStripDoesNothingWithoutOne) {
