@@ -354,7 +354,8 @@ void SetlistFiles::endSave(const std::filesystem::path& path, std::size_t missed
   damagedSetlist.set(std::nullopt);
   state_.currentFilePath.set(path);
   state_.addRecentFile(path);
-  const bool isEditedMeanwhile = editCount_ != editsCaptured;
+  editsSaved_ = editsCaptured;
+  const bool isEditedMeanwhile = editCount_ != editsSaved_;
   if (!isEditedMeanwhile) {
     state_.isDirty.set(missedStates > 0);
   }
@@ -382,11 +383,17 @@ void SetlistFiles::confirmTermination() {
 bool SetlistFiles::mayGiveUp(NSAlert (*alertFor)(bool isDirty)) {
   constexpr std::size_t saveButton = 0;
   constexpr std::size_t doNotSaveButton = 1;
+  constexpr int mostSavesAgain = 2;
   awaitTurn();  // its outcome decides what there is to ask
   const auto answer = desktop_.runModal(alertFor(state_.isDirty.get()));
   if (answer == saveButton) {
     const auto path = state_.currentFilePath.get();
-    return path ? writeSetlist(*path) : saveSetlistAs(true);
+    bool isSaved = path ? writeSetlist(*path) : saveSetlistAs(true);
+    // What was edited while it was written would be given up. Something that is played may edit without end.
+    for (int again = 0; isSaved && editsSaved_ != editCount_ && again < mostSavesAgain; ++again) {
+      isSaved = writeSetlist(*state_.currentFilePath.get());
+    }
+    return isSaved;
   }
   return answer == doNotSaveButton;
 }

@@ -102,7 +102,8 @@ class SetlistFiles {
   /// Takes what is on stage into the setlist and writes it. Whether it is saved.
   bool writeSetlist(const std::filesystem::path& path);
 
-  /// Asks what becomes of the setlist before another takes its place. Whether it may be given up.
+  /// Asks what becomes of the setlist before another takes its place; edits that come during the save it asks for are
+  /// saved, too. Whether it may be given up.
   [[nodiscard]] bool confirmSetlistChange();
 
   /// Asks what becomes of the setlist before the program ends, and answers the desktop.
@@ -148,6 +149,7 @@ class SetlistFiles {
   BackgroundWork* const background_;
   bool isBusy_ = false;  // between the start of a background work and its end on the main thread
   std::uint64_t editCount_ = 0;
+  std::uint64_t editsSaved_ = 0;  // of them, when the last save captured the setlist
 };
 
 }  // namespace vrel

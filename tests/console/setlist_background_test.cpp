@@ -121,6 +121,29 @@ TEST_F(SetlistBeside, TheEndOfTheProgramAsksAboutTheSetlistThatIsReadMeanwhile) 
   EXPECT_EQ(desktop.terminationReplies, std::vector<bool>{true});
 }
 
+TEST_F(SetlistBeside, TheGuardSavesWhatIsEditedWhileItSaves) {
+  openGig();
+  edit("older");
+  desktop.alertAnswers = {saveButton};
+  background.whileWorking = [this] { edit("newer"); };
+  EXPECT_TRUE(setlistFiles.confirmSetlistChange());
+  EXPECT_EQ(notesOnDisk(gig), "newer");
+  EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(SetlistBeside, AnEndThatIsSavedLosesNothingThatIsEditedWhileItSaves) {
+  openGig();
+  edit("older");
+  desktop.alertAnswers = {saveButton};
+  background.whileWorking = [this] {
+    edit("newer");
+    background.whileWorking = [this] { state.markEdited(); };
+  };
+  setlistFiles.confirmTermination();
+  EXPECT_EQ(notesOnDisk(gig), "newer");
+  EXPECT_EQ(desktop.terminationReplies, std::vector<bool>{true});
+}
+
 TEST_F(SetlistBeside, TheGuardWarnsOfASaveThatHasFailedMeanwhile) {
   openGig();
   files.readOnly.insert(gig);
