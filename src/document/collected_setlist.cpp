@@ -199,7 +199,8 @@ class Collector {
 
 Collection collectSetlist(SetlistFile setlist, const std::optional<std::string>& background, const fs::path& folder,
                           FileCopier& copier, const FileCopier::Progress& progress) {
-  const auto whole = copier.canonicalPath(folder);
+  const auto canonical = copier.canonicalPath(folder);
+  const auto whole = canonical.has_filename() ? canonical : canonical.parent_path();  // of "stick/Saturday/"
   if (!isValidUtf8(whole.string())) {
     return {.end = Collection::End::failed, .reason = whole.string() + ": a setlist holds no path that is not UTF-8"};
   }

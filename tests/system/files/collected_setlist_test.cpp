@@ -93,6 +93,13 @@ TEST_F(CollectedSetlist, HoldsAbsolutePathsThatAreTrueWhereItWasMade) {
   EXPECT_EQ(setlist.value().collectedFolder, target);
 }
 
+TEST_F(CollectedSetlist, IsTheSameWhenItsFolderIsNamedWithASlashBehindIt) {
+  const auto setlist = setlistOf({track(root / "sounds/take.wav")});
+  ASSERT_EQ(collectSetlist(setlist, {}, target / "", copier, [](double) { return true; }).end, End::whole);
+  fs::rename(target, root / "Moved");
+  EXPECT_EQ(fileOf(openedIn(root / "Moved"), 0), root / "Moved/files/take.wav");
+}
+
 TEST_F(CollectedSetlist, CopiesAFileOnceThatIsPlayedTwiceAlsoByALink) {
   fs::create_symlink(root / "sounds/take.wav", root / "sounds/link.wav");
   const auto collected = collect(setlistOf(
