@@ -115,11 +115,12 @@ void EditHistory::awaitLoads() {
   }
 }
 
-void EditHistory::sourceCame(const Uuid& strip, const std::string& path) {
+void EditHistory::sourceCame(const AudioChannel& channel) {
   const auto complete = [&](EditShot& shot) {
-    const auto index = shot.indexOfStrip(strip);
+    const auto index = shot.indexOfStrip(channel.id);
     if (index && shot.strips[*index].isLoading) {
-      shot.strips[*index].record.pluginPath = path;
+      shot.strips[*index].record.pluginPath = channel.pluginPath.get();
+      songSwitch_.keepMissingSource(channel, shot.strips[*index].record);
       shot.strips[*index].isLoading = false;
     }
   };
@@ -151,8 +152,12 @@ void EditHistory::noteSwitch() {
 EditShot EditHistory::shoot() {
   auto shot = takeShot(state_, engine_, current_, std::exchange(changedSongs_, {.isAny = false, .songs = {}}));
   for (std::size_t index = 0; index < shot.strips.size(); ++index) {
-    instruments_.amendRecord(*engine_.channels()[index], shot.strips[index].record);
-    shot.strips[index].isLoading = loading_.contains(shot.strips[index].strip);
+    const AudioChannel& channel = *engine_.channels()[index];
+    instruments_.amendRecord(channel, shot.strips[index].record);
+    shot.strips[index].isLoading = loading_.contains(channel.id);
+    if (!shot.strips[index].isLoading) {
+      songSwitch_.keepMissingSource(channel, shot.strips[index].record);
+    }
   }
   return shot;
 }
@@ -206,7 +211,7 @@ void EditHistory::refreshPlugins() {
   };
   for (const auto& channel : engine_.channels()) {
     if (channel->status.get() != ChannelStatus::loading && loading_.erase(channel->id) > 0) {
-      sourceCame(channel->id, channel->pluginPath.get());
+      sourceCame(*channel);
     }
     if (const auto index = current_.indexOfStrip(channel->id)) {
       refresh(current_.strips[*index], *channel);
@@ -325,6 +330,7 @@ void EditHistory::changeStrips(EditShot& from, const EditShot& to) {
       record.pluginStateBase64 = engine_.pluginState().capturePluginState(*before[index]);
       record.effectSlots = engine_.pluginState().captureEffectSlots(*before[index]);
       instruments_.amendRecord(*before[index], record);
+      songSwitch_.keepMissingSource(*before[index], record);
       engine_.removeChannel(*before[index]);
     }
   }
@@ -355,6 +361,7 @@ void EditHistory::changeStrip(const std::shared_ptr<AudioChannel>& channel, Stri
   if (!playSameSource(from.record, to.record)) {
     from.record.pluginStateBase64 = engine_.pluginState().capturePluginState(*channel);
     instruments_.amendRecord(*channel, from.record);
+    songSwitch_.keepMissingSource(*channel, from.record);
     instruments_.put(channel, to.record);
   }
   if (!haveSameEffects(from.record, to.record)) {

@@ -75,7 +75,7 @@ class EditHistory {
   void followPlugins();
   void refreshPlugins();
   void awaitLoads();
-  void sourceCame(const Uuid& strip, const std::string& path);
+  void sourceCame(const AudioChannel& channel);
   void travel(EditShot& from, const EditShot& to);
   void changeSongs(EditShot& from, const EditShot& to);
   [[nodiscard]] bool bringOnStage(const EditShot& from, const EditShot& to);

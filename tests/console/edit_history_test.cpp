@@ -428,6 +428,32 @@ TEST_F(History, AStormOfPressesChangesNothingThatCannotBeTakenBack) {
   EXPECT_FALSE(strip(0).mute.get());
 }
 
+TEST_F(History, AStripWhosePluginIsMissingComesBackWithItAndItsState) {
+  auto gone = record("Gone", "aucd:1635085685:77:78");
+  gone.pluginStateBase64 = "QUJD";
+  addSong("Three", {gone});
+  content.songSwitch().applySong(2);
+  answerAll();
+  const auto expectKept = [&] {
+    content.songSwitch().captureCurrentSong();
+    ASSERT_EQ(song(2).channels.size(), 1U);
+    EXPECT_EQ(song(2).channels[0].pluginPath, gone.pluginPath);
+    EXPECT_EQ(song(2).channels[0].pluginStateBase64, gone.pluginStateBase64);
+  };
+  content.channelOperations().removeChannelFromConsole(strip(0));
+  undo();
+  expectKept();
+  redo();
+  EXPECT_EQ(strips(), Names{});
+  undo();
+  expectKept();
+  content.songList().deleteSong(song(2).id);
+  answerAll();
+  EXPECT_EQ(songNames(), (Names{"One", "Two"}));
+  undo();
+  expectKept();
+}
+
 TEST_F(History, ItsNamesFollowTheLanguage) {
   content.stripControls().toggleMute(strip(0));
   content.setLanguage(Language::german);
