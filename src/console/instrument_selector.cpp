@@ -97,7 +97,7 @@ std::vector<AVAudioUnitComponent> InstrumentSelector::nearest() const {
   if (target == nullptr || !state_.pluginSelectorFilter.get().empty()) {
     return {};
   }
-  const auto path = sourceOf(*target).pluginPath;
+  const auto path = pathOf(*target);
   const auto kind = pluginPathKind(path);
   const bool isPlugin = kind == PluginPathKind::component || kind == PluginPathKind::name;
   if (!isPlugin || resolvePluginPath(path, state_.scannedPlugins.get())) {
@@ -107,7 +107,16 @@ std::vector<AVAudioUnitComponent> InstrumentSelector::nearest() const {
                         state_.scannedPlugins.get());
 }
 
-/// What the strip plays, or was to play.
+/// What the strip plays, or was to play. Asks no plug-in for its state: that may take long.
+std::string InstrumentSelector::pathOf(const AudioChannel& channel) const {
+  if (trial_ && trial_->channel.lock().get() == &channel) {
+    return trial_->own.pluginPath;
+  }
+  const auto missing = missingSource && channel.pluginPath.get().empty() ? missingSource(channel) : std::nullopt;
+  return missing ? missing->pluginPath : channel.pluginPath.get();
+}
+
+/// The same with its state.
 ChannelConfig InstrumentSelector::sourceOf(const AudioChannel& channel) const {
   if (trial_ && trial_->channel.lock().get() == &channel) {
     return trial_->own;

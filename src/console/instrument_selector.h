@@ -108,6 +108,7 @@ class InstrumentSelector {
   };
 
   void close();
+  [[nodiscard]] std::string pathOf(const AudioChannel& channel) const;
   [[nodiscard]] ChannelConfig sourceOf(const AudioChannel& channel) const;
   void loadTried(const std::string& key);
   void triedLoadEnded(const Uuid& trialId);

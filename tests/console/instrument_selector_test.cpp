@@ -347,5 +347,13 @@ TEST_F(Selector, AStripWhosePluginIsNotInstalledIsOfferedTheNearestOnes) {
   EXPECT_TRUE(selector().nearest().empty()) << "it has an instrument now";
 }
 
+TEST_F(Selector, TheListAsksNoPluginForItsState) {
+  pickAndLoad(0, pianoKey);
+  const auto reads = coreOf(strip(0)).documentStateReads;
+  selector().open(strip(0));
+  EXPECT_TRUE(selector().nearest().empty());
+  EXPECT_EQ(coreOf(strip(0)).documentStateReads, reads);
+}
+
 }  // namespace
 }  // namespace vrel
