@@ -95,6 +95,12 @@ SetlistChecker::SetlistChecker(Collaborators collaborators) : collaborators_(std
                     }
                   }),
                   state.edited.connect([this] { isOutdated.set(true); }),
+                  // Another setlist comes, maybe another version of this one with the same songs.
+                  state.selectedSongIndex.changed.connect([this](const auto& index) {
+                    if (!index) {
+                      isOutdated.set(true);
+                    }
+                  }),
                   state.songs.changed.connect([this](const auto&) {
                     if (!isOutdated.get() && songIds() != checkedSongs_) {
                       isOutdated.set(true);
@@ -139,6 +145,7 @@ void SetlistChecker::start() {
       SetlistFile{setlistVersion, collaborators_.songSwitch.songsAsPlayed(StateRead::lastKnown),
                   state.globalMidiControlAssignments.get()});
   checkedSongs_ = songIds();
+  wasOutdated_ = isOutdated.get();
   isOutdated.set(false);
   lastLine_.clear();
   run_ = Uuid::fresh();
@@ -161,6 +168,9 @@ void SetlistChecker::stop() {
 
 void SetlistChecker::end(Stage stage, std::string reason) {
   process_.reset();
+  if (stage != Stage::done && wasOutdated_) {
+    isOutdated.set(true);  // as is the last report, which stays
+  }
   status.set({.stage = stage, .reason = std::move(reason)});
 }
 

@@ -76,6 +76,7 @@ class SetlistChecker {
 
   const Collaborators collaborators_;
   std::vector<Uuid> checkedSongs_;  // when the last check began
+  bool wasOutdated_ = false;        // the report, when the last check began
   std::string lastLine_;            // of an error, not of the progress
   std::size_t lineCount_ = 0;
   Uuid run_;  // which of all

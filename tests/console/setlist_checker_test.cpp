@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -209,6 +210,31 @@ TEST_F(CheckOfASetlist, SaysWhenTheSetlistHasBeenEditedSinceAndChecksAgainThen) 
   EXPECT_EQ(processes.children.size(), 2U) << "there is a report of it";
   state.songs.set({});
   EXPECT_TRUE(checker.isOutdated.get()) << "another setlist";
+}
+
+TEST_F(CheckOfASetlist, ThatIsStoppedLeavesTheLastReportAsOldAsItWas) {
+  checker.open();
+  processes.end({.exitCode = 1, .output = encodeReport(foundReport())});
+  checker.start();
+  checker.stop();
+  EXPECT_FALSE(checker.isOutdated.get());
+  state.markEdited();
+  checker.start();
+  checker.close();
+  EXPECT_TRUE(checker.isOutdated.get());
+  checker.open();
+  EXPECT_EQ(processes.children.size(), 4U) << "it checks what was edited";
+  EXPECT_EQ(stage(), Stage::running);
+}
+
+TEST_F(CheckOfASetlist, AnotherVersionOfTheSameSongsMakesTheReportAnOldOne) {
+  checker.open();
+  processes.end({.exitCode = 1, .output = encodeReport(foundReport())});
+  const auto songs = state.songs.get();
+  state.selectedSongIndex.set(std::nullopt);
+  state.songs.set(songs);
+  songSwitch.applySong(0);
+  EXPECT_TRUE(checker.isOutdated.get());
 }
 
 TEST_F(CheckOfASetlist, WithoutProcessesFailsInOneLine) {
