@@ -97,5 +97,14 @@ TEST_F(LargeNotesPage, InLiveModeTheStageKeysWorkAndTheNotesFollowTheSong) {
   EXPECT_TRUE(driver.session().isLive());
 }
 
+TEST_F(LargeNotesPage, CloseForAPageOfTheMenusWhichWouldOpenBelowThem) {
+  open();
+  driver.onLogic([](Session& session) { session.content().songControlPage().isShown.set(true); });
+  EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("largeNotesPage"); }));
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("songControlPanel"); }));
+  driver.key("ctrl+shift+n");
+  EXPECT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesPage"); })) << "over that page";
+}
+
 }  // namespace
 }  // namespace vrel::app::test

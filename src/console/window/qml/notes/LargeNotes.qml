@@ -18,6 +18,14 @@ Item {
     readonly property string consoleDisplay: Screen.name
     readonly property ScreenInfo display: displayNamed(desk.session.notesDisplay, consoleDisplay)
 
+    // What the menus open below them.
+    readonly property bool isAnotherOpen: desk.check.isOpen || desk.copies.isOpen || desk.learned.isOpen || desk.songControl.isOpen
+
+    onIsAnotherOpenChanged: {
+        if (isAnotherOpen)
+            dismiss();
+    }
+
     // Null for the console's own, and for one that is not there.
     function displayNamed(name: string, own: string): ScreenInfo {
         const screens = Application.screens;
