@@ -32,6 +32,7 @@ ChoicePanel {
             color: Theme.ink
             font.pixelSize: Theme.bodyText
             wrapMode: Text.Wrap
+            textFormat: Text.PlainText // a reason may have any characters
             Accessible.role: Accessible.StaticText
             Accessible.name: text
         }
