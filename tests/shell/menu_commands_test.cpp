@@ -72,7 +72,7 @@ TEST_F(MenuCommands, ANotificationHasTheNameOfItsAction) {
       EXPECT_EQ(posted->name, "vrel." + std::string(plain));
     }
   }
-  EXPECT_EQ(count, 14U);
+  EXPECT_EQ(count, 18U);
 }
 
 TEST_F(MenuCommands, ARecentFileIsPassedOnWithItsPath) {

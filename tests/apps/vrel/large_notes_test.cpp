@@ -92,6 +92,7 @@ TEST_F(LargeNotesPage, InLiveModeTheStageKeysWorkAndTheNotesFollowTheSong) {
   EXPECT_TRUE(driver.eventually(
       [this] { return driver.value("largeNotesWords", "text").toString() == QStringLiteral("Second verse in G"); }));
   EXPECT_TRUE(isAt(0));
+  ASSERT_TRUE(driver.eventually([this] { return !driver.session().isLoading() && !driver.isShown("loadingModal"); }));
   driver.key("Escape");
   EXPECT_TRUE(driver.eventually([this] { return !driver.isShown("largeNotesPage"); }));
   EXPECT_TRUE(driver.session().isLive());

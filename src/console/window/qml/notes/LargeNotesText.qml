@@ -78,7 +78,10 @@ Flickable {
     }
 
     TapHandler {
-        onTapped: learning.claims()
+        onTapped: {
+            page.forceActiveFocus(Qt.MouseFocusReason);
+            learning.claims();
+        }
     }
 
     LearnTarget {

@@ -41,7 +41,7 @@ ChoicePanel {
         objectName: "stepGuard"
         title: panel.desk.texts.stepGuard
         valueText: panel.control.guardMilliseconds + " ms"
-        hint: panel.blocked
+        hint: panel.blocked || panel.desk.hints.stepGuard
         mayEdit: panel.control.mayEdit
         onMoved: by => panel.desk.commands.moveStepGuard(by)
     }
@@ -49,7 +49,7 @@ ChoicePanel {
         objectName: "songMidiChannel"
         title: panel.desk.texts.midiChannel
         valueText: panel.control.midiChannel > 0 ? panel.control.midiChannel : panel.desk.texts.allMidiChannels
-        hint: panel.blocked
+        hint: panel.blocked || panel.desk.hints.songMidiChannel
         mayEdit: panel.control.mayEdit
         onMoved: by => panel.desk.commands.moveSongMidiChannel(by)
     }
@@ -57,7 +57,7 @@ ChoicePanel {
         objectName: "songsByProgramChange"
         Layout.fillWidth: true
         text: panel.desk.texts.songsByProgramChange
-        hint: panel.blocked
+        hint: panel.blocked || panel.desk.hints.songsByProgramChange
         isOffered: panel.control.mayEdit
         fill: panel.control.isByProgramChange ? Theme.learnable : Theme.raised
         textSize: Theme.smallText
@@ -108,7 +108,7 @@ ChoicePanel {
         objectName: "numberSongs"
         Layout.fillWidth: true
         text: panel.desk.texts.numberSongs
-        hint: panel.blocked
+        hint: panel.blocked || panel.desk.hints.numberSongs
         isOffered: panel.control.mayEdit
         textSize: Theme.smallText
         onClicked: panel.desk.commands.numberSongs()
