@@ -7,7 +7,6 @@
 #include <system_error>
 #include <utility>
 
-#include "system/dispatch/main_loop.h"
 #include "system/files/user_folders.h"
 #include "vrel/check_program.h"
 #include "vrel/menu_mirror.h"

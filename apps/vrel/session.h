@@ -26,6 +26,7 @@
 #include "system/desktop/sleep_inhibitor.h"
 #include "system/desktop/window_desktop.h"
 #include "system/dispatch/background_thread.h"
+#include "system/dispatch/main_loop.h"
 #include "system/dispatch/standard_output.h"
 #include "system/dispatch/system_clock.h"
 #include "system/files/file_calls.h"
@@ -36,10 +37,6 @@
 #include "system/user_defaults/ini_user_defaults.h"
 #include "visuals/visual_projection_window_controller.h"
 #include "vrel/system_platform.h"
-
-namespace vrel::system {
-class MainLoop;
-}  // namespace vrel::system
 
 namespace vrel::app {
 
