@@ -79,6 +79,7 @@ FocusScope {
                 Text {
                     width: parent.width
                     text: panel.owner
+                    textFormat: Text.PlainText
                     color: Theme.ink
                     font.pixelSize: Theme.strongText
                     font.bold: true
