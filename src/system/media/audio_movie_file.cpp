@@ -281,7 +281,11 @@ Result<std::shared_ptr<AVAudioFile>> AudioMovieFile::open(const std::string& pat
     return *failure;
   }
   const AVAudioFormat format{static_cast<double>(decoder->rate()), static_cast<std::uint32_t>(decoder->channels())};
-  return std::shared_ptr<AVAudioFile>(new AudioMovieFile(path, std::move(decoder), format, length));
+  // A decoder that was only opened still holds the beginning, which for Vorbis a seek does not give back exactly.
+  const bool isAtBegin = knownLength.has_value() && decoder->heldStart() == 0;
+  std::shared_ptr<AudioMovieFile> file(new AudioMovieFile(path, std::move(decoder), format, length));
+  file->isPlaced_ = isAtBegin;
+  return std::shared_ptr<AVAudioFile>(std::move(file));
 }
 
 AudioMovieFile::AudioMovieFile(std::string path, std::unique_ptr<Decoder> decoder, AVAudioFormat format,
@@ -291,8 +295,9 @@ AudioMovieFile::AudioMovieFile(std::string path, std::unique_ptr<Decoder> decode
 AudioMovieFile::~AudioMovieFile() = default;
 
 void AudioMovieFile::setFramePosition(std::int64_t frame) {
-  position_ = std::clamp<std::int64_t>(frame, 0, length_);
-  isPlaced_ = false;
+  const std::int64_t position = std::clamp<std::int64_t>(frame, 0, length_);
+  isPlaced_ = isPlaced_ && position == position_;
+  position_ = position;
 }
 
 Outcome AudioMovieFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {
