@@ -31,8 +31,8 @@ constexpr CollectorTexts missingTexts{
     "Ces fichiers n'ont pas pu être lus et manquent :\n%1", "Questi file non si sono potuti leggere e mancano:\n%1",
     "Diese Dateien waren nicht lesbar und fehlen:\n%1"};
 constexpr CollectorTexts notCollectedTexts{"The setlist was not collected", "El setlist no se ha reunido",
-                                     "La liste n'a pas été rassemblée", "La scaletta non è stata raccolta",
-                                     "Die Setliste wurde nicht gesammelt"};
+                                           "La liste n'a pas été rassemblée", "La scaletta non è stata raccolta",
+                                           "Die Setliste wurde nicht gesammelt"};
 constexpr CollectorTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo ha quedado nada allí.",
                                           "%1\nRien n'y est resté.", "%1\nNon vi è rimasto nulla.",
                                           "%1\nDort ist nichts zurückgeblieben."};
