@@ -16,7 +16,7 @@ constexpr std::array<TextRow, textKeyCount - firstPageText> pageTexts{{
      {"Previous song", "Canción anterior", "Morceau précédent", "Brano precedente", "Voriger Song"}},
     {TextKey::songsByProgramChange,
      "songsByProgramChange",
-     {"Program change selects songs", "Program change elige canciones", "Program change choisit les morceaux",
+     {"Program change selects songs", "Program change elige canciones", "Morceaux par program change",
       "Program change sceglie i brani", "Program Change wählt Songs"}},
     {TextKey::midiChannel, "midiChannel", {"MIDI channel", "Canal MIDI", "Canal MIDI", "Canale MIDI", "MIDI-Kanal"}},
     {TextKey::allMidiChannels, "allMidiChannels", {"All", "Todos", "Tous", "Tutti", "Alle"}},

@@ -44,6 +44,12 @@ Item {
         return true;
     }
 
+    // What covered the page has taken the keys from it: a load, a question.
+    onEnabledChanged: {
+        if (enabled && page.isOpen)
+            page.takeFocus();
+    }
+
     LargeNotesPage {
         id: page
 

@@ -9,6 +9,10 @@ ChoicePanel {
 
     required property string consoleDisplay
 
+    function takeFocus(): void {
+        notes.forceActiveFocus(Qt.PopupFocusReason);
+    }
+
     objectName: "largeNotesPage"
     title: desk.texts.notesTitle
     owner: desk.session.stageSong
@@ -18,7 +22,7 @@ ChoicePanel {
         consoleDisplay: page.consoleDisplay
     }
     onClosed: desk.commands.toggleLargeNotes()
-    onOpened: notes.forceActiveFocus(Qt.PopupFocusReason)
+    onOpened: takeFocus()
 
     LargeNotesText {
         id: notes
