@@ -111,7 +111,7 @@ void threeHoursOpen(benchmark::State& state) {
   const std::string path = peakTracks().threeHours();
   system::AudioFiles files;
   for (auto _ : state) {
-    const auto file = files.openForScanning(path);
+    const auto file = files.openForReading(path);
     if (!file || file.value()->length() != std::int64_t{3} * 3600 * 48000) {
       std::abort();
     }

@@ -42,12 +42,6 @@ class AudioFileFactory {
   /// `AVAudioFile(forReading:)`.
   [[nodiscard]] virtual Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) = 0;
 
-  /// The same file for one pass from its beginning to its end, where that can be quicker. Its samples may differ in
-  /// their last bits, and where the file is damaged the pass may fail.
-  [[nodiscard]] virtual Result<std::shared_ptr<AVAudioFile>> openForScanning(const std::string& path) {
-    return openForReading(path);
-  }
-
   /// Changes whenever the content of the file does; none where that is unknown. Does not wait for the content.
   [[nodiscard]] virtual std::optional<std::string> contentIdentity(const std::string& /*path*/) { return std::nullopt; }
 

@@ -92,47 +92,39 @@ void WaveformReader::scan(const std::shared_ptr<Job>& job) {
     report(job, {std::nullopt, *std::move(kept), true});
     return;
   }
-  if (files_ == nullptr) {
-    report(job, {Error{"this program reads no audio files"}, {}, true});
-    return;
-  }
-  auto opened = files_->openForScanning(job->path);
-  auto peaks = opened ? scan(job, *opened.value()) : std::nullopt;
-  if (!peaks && !job->isDropped) {
-    opened = files_->openForReading(job->path);
-    peaks = opened ? scan(job, *opened.value()) : std::nullopt;
-  }
+  auto opened = files_ != nullptr ? files_->openForReading(job->path)
+                                  : Result<std::shared_ptr<AVAudioFile>>(Error{"this program reads no audio files"});
   if (!opened) {
     report(job, {opened.error(), {}, true});
-  } else if (!peaks) {
-    const AVAudioFile& file = *opened.value();
-    report(job, {std::nullopt, PeakScan(file.length(), file.processingFormat().sampleRate).peaks(), true});
-  } else {
-    report(job, {std::nullopt, *peaks, true});
-    if (job->scannedIdentity && files_->contentIdentity(job->path) == job->scannedIdentity) {
-      keep(*peaks, *job->scannedIdentity);
-    }
+    return;
   }
-}
-
-std::optional<WaveformPeaks> WaveformReader::scan(const std::shared_ptr<Job>& job, AVAudioFile& file) {
+  AVAudioFile& file = *opened.value();
   PeakScan scan(file.length(), file.processingFormat().sampleRate);
-  report(job, {std::nullopt, scan.peaks(), false});
+  const WaveformPeaks unread = scan.peaks();
+  report(job, {std::nullopt, unread, false});
   const auto buffer = files_->makePCMBuffer(file.processingFormat(), scanFrames);
   for (std::uint32_t chunk = 1; buffer != nullptr && !job->isDropped; ++chunk) {
     if (file.readIntoBuffer(*buffer, scanFrames)) {
-      return std::nullopt;
+      report(job, {std::nullopt, unread, true});
+      return;
     }
     if (buffer->frameLength == 0) {
-      scan.end();
-      return scan.peaks();
+      break;
     }
     scan.add(*buffer);
     if (chunk % chunksPerReport == 0) {
       report(job, {std::nullopt, scan.peaks(), false});
     }
   }
-  return std::nullopt;
+  if (job->isDropped || buffer == nullptr) {
+    report(job, {std::nullopt, unread, true});
+    return;
+  }
+  scan.end();
+  report(job, {std::nullopt, scan.peaks(), true});
+  if (job->scannedIdentity && files_->contentIdentity(job->path) == job->scannedIdentity) {
+    keep(scan.peaks(), *job->scannedIdentity);
+  }
 }
 
 std::filesystem::path WaveformReader::keptPath(const std::string& identity) const {

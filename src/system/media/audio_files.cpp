@@ -26,15 +26,6 @@ Result<std::shared_ptr<AVAudioFile>> AudioFiles::openForReading(const std::strin
   return AudioMovieFile::open(path);
 }
 
-Result<std::shared_ptr<AVAudioFile>> AudioFiles::openForScanning(const std::string& path) {
-  const auto exact = unreadable(path) ? Result<std::shared_ptr<AVAudioFile>>(Error{}) : AudioVorbisFile::open(path);
-  if (!exact) {
-    return openForReading(path);
-  }
-  auto quick = AudioMovieFile::open(path, exact.value()->length());
-  return quick && quick.value()->processingFormat() == exact.value()->processingFormat() ? quick : exact;
-}
-
 std::optional<std::string> AudioFiles::contentIdentity(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) {

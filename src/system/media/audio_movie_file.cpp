@@ -270,22 +270,17 @@ std::uint32_t AudioMovieFile::Decoder::copy(std::int64_t frame, std::uint32_t mo
   return count;
 }
 
-Result<std::shared_ptr<AVAudioFile>> AudioMovieFile::open(const std::string& path,
-                                                          std::optional<std::int64_t> knownLength) {
+Result<std::shared_ptr<AVAudioFile>> AudioMovieFile::open(const std::string& path) {
   auto decoder = std::make_unique<Decoder>();
   if (auto failure = decoder->open(path)) {
     return *failure;
   }
-  const std::int64_t length = knownLength ? *knownLength : decoder->countFrames();
+  const std::int64_t length = decoder->countFrames();
   if (auto failure = unplayable(path, decoder->rate(), decoder->channels(), length)) {
     return *failure;
   }
   const AVAudioFormat format{static_cast<double>(decoder->rate()), static_cast<std::uint32_t>(decoder->channels())};
-  // A decoder that was only opened still holds the beginning, which for Vorbis a seek does not give back exactly.
-  const bool isAtBegin = knownLength.has_value() && decoder->heldStart() == 0;
-  std::shared_ptr<AudioMovieFile> file(new AudioMovieFile(path, std::move(decoder), format, length));
-  file->isPlaced_ = isAtBegin;
-  return std::shared_ptr<AVAudioFile>(std::move(file));
+  return std::shared_ptr<AVAudioFile>(new AudioMovieFile(path, std::move(decoder), format, length));
 }
 
 AudioMovieFile::AudioMovieFile(std::string path, std::unique_ptr<Decoder> decoder, AVAudioFormat format,
@@ -295,9 +290,8 @@ AudioMovieFile::AudioMovieFile(std::string path, std::unique_ptr<Decoder> decode
 AudioMovieFile::~AudioMovieFile() = default;
 
 void AudioMovieFile::setFramePosition(std::int64_t frame) {
-  const std::int64_t position = std::clamp<std::int64_t>(frame, 0, length_);
-  isPlaced_ = isPlaced_ && position == position_;
-  position_ = position;
+  position_ = std::clamp<std::int64_t>(frame, 0, length_);
+  isPlaced_ = false;
 }
 
 Outcome AudioMovieFile::readIntoBuffer(AVAudioPCMBuffer& buffer, std::uint32_t frameCount) {

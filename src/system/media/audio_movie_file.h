@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "platform/audio_file.h"
@@ -17,9 +16,8 @@ namespace vrel::system {
 /// beginning, and after a seek to half a tick of the container (half a millisecond at most).
 class AudioMovieFile final : public AVAudioFile {
  public:
-  /// Reads all packets of the stream once, undecoded, to count the frames, unless their number is known.
-  [[nodiscard]] static Result<std::shared_ptr<AVAudioFile>> open(
-      const std::string& path, std::optional<std::int64_t> knownLength = std::nullopt);
+  /// Reads all packets of the stream once, undecoded, to count the frames.
+  [[nodiscard]] static Result<std::shared_ptr<AVAudioFile>> open(const std::string& path);
   ~AudioMovieFile() override;
   AudioMovieFile(const AudioMovieFile&) = delete;
   AudioMovieFile& operator=(const AudioMovieFile&) = delete;
