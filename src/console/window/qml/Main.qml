@@ -20,6 +20,11 @@ Window {
     // Pixels for each point. All lengths but the window's own are in points.
     readonly property real drawScale: Laws.windowScale(width, height, desk.session.zoomPercent)
 
+    // Closes the page or the panel in front; whether one was open.
+    function dismissPanel(): bool {
+        return notes.dismiss() || panels.dismiss();
+    }
+
     // Menus and other popups lie in the content, too, and are scaled with it.
     function fit(): void {
         contentItem.transformOrigin = Item.TopLeft;
@@ -86,7 +91,7 @@ Window {
         anchors.fill: parent
         focus: !window.isAsked
         enabled: !window.isCovered
-        Keys.onEscapePressed: event => event.accepted = notes.dismiss() || panels.dismiss()
+        Keys.onEscapePressed: event => event.accepted = window.dismissPanel()
 
         ColumnLayout {
             anchors.fill: parent
@@ -213,5 +218,6 @@ Window {
         y: header.y + 6
         height: header.height - 6
         desk: window.desk
+        Keys.onEscapePressed: event => event.accepted = !window.isCovered && window.dismissPanel()
     }
 }
