@@ -26,6 +26,7 @@ class GuidePictures : public ConsoleFixture {
  protected:
   void SetUp() override {
     ASSERT_NE(std::getenv("VREL_GUIDE_PICTURES"), nullptr) << "names no folder";
+    std::filesystem::create_directories(std::string(std::getenv("HOME")) + "/.local/state/vrel");
     ConsoleFixture::SetUp();
     window().resize(1366, 768);
     driver.onLogic([](Session& session) { session.content().setlistFiles().loadSetlist(VREL_EXAMPLE_SETLIST); });
