@@ -9,6 +9,7 @@
 
 #include "check/finding_words.h"
 #include "check/report_coding.h"
+#include "console/current_setlist.h"
 #include "document/setlist_coding.h"
 #include "engine/plugin_state.h"
 #include "performance/live_mode_policy.h"
@@ -142,8 +143,7 @@ void SetlistChecker::start() {
   AppState& state = collaborators_.state;
   // No plug-in is asked for its state: the answer would be in the way of a song switch.
   const auto setlist = std::make_shared<const SetlistFile>(
-      SetlistFile{setlistVersion, collaborators_.songSwitch.songsAsPlayed(StateRead::lastKnown),
-                  state.globalMidiControlAssignments.get()});
+      currentSetlist(state, collaborators_.songSwitch.songsAsPlayed(StateRead::lastKnown)));
   checkedSongs_ = songIds();
   wasOutdated_ = isOutdated.get();
   isOutdated.set(false);

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "console/current_setlist.h"
 #include "document/app_state.h"
 #include "document/collected_setlist.h"
 #include "document/setlist_coding.h"
@@ -93,10 +94,7 @@ void SetlistCollector::collect() {
 void SetlistCollector::begin(const std::filesystem::path& folder) {
   progress.set(0);
   isStopped_ = std::make_shared<std::atomic<bool>>(false);
-  SetlistFile setlist;
-  setlist.songs = songSwitch_.songsAsPlayed(StateRead::now);
-  setlist.globalMidiControlAssignments = state_.globalMidiControlAssignments.get();
-  setlist.songControl = state_.songControl.get();
+  SetlistFile setlist = currentSetlist(state_, songSwitch_.songsAsPlayed(StateRead::now));
   auto background = state_.visualBackgroundVideoPath.get();
   queue_->async([this, folder, setlist = std::make_shared<SetlistFile>(std::move(setlist)),
                  background = std::move(background), isStopped = isStopped_, life = life_.watch()] {

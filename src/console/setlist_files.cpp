@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "console/current_setlist.h"
 #include "console/setlist_copies.h"
 #include "console/song_list.h"
 #include "document/app_state.h"
@@ -329,8 +330,7 @@ bool SetlistFiles::saveSetlistAs(bool force) {
 bool SetlistFiles::writeSetlist(const std::filesystem::path& path) {
   awaitTurn();
   songSwitch_.captureCurrentSong();
-  SetlistFile setlist{setlistVersion, state_.songs.get(), state_.globalMidiControlAssignments.get(), collectedFolder_,
-                      state_.songControl.get()};
+  SetlistFile setlist = currentSetlist(state_, state_.songs.get(), collectedFolder_);
   const std::size_t missed = missedStates(engine_);
   Outcome failure;
   const auto write = [&] {

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "console/current_setlist.h"
 #include "console/setlist_files.h"
 #include "document/app_state.h"
 #include "document/setlist_coding.h"
@@ -145,8 +146,7 @@ void UnsavedEdits::keep(StateRead read) {
   }
   const auto original = state_.currentFilePath.get();
   auto setlist = std::make_shared<const SetlistFile>(
-      SetlistFile{setlistVersion, songSwitch_.songsAsPlayed(read), state_.globalMidiControlAssignments.get(),
-                  setlistFiles_.collectedFolder(), state_.songControl.get()});
+      currentSetlist(state_, songSwitch_.songsAsPlayed(read), setlistFiles_.collectedFolder()));
   queue_->async([this, setlist = std::move(setlist), original = original ? original->string() : std::string(),
                  adopted = adopted_, life = life_.watch()] {
     const Outcome failure = write(*setlist, original);
