@@ -8,6 +8,7 @@
 
 #include "document/app_state.h"
 #include "document/setlist.h"
+#include "document/setlist_coding.h"
 
 namespace vrel {
 
