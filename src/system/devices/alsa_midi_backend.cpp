@@ -24,6 +24,7 @@ namespace vrel::system {
 namespace {
 
 constexpr int retryMilliseconds = 500;
+constexpr std::size_t mostEventsWaiting = 2000;  // in the sequencer; more than that it refuses
 
 // Above those who render blocks, since what is read too late for its block comes late; the work is short.
 constexpr int readerPriority = 75;
@@ -99,6 +100,7 @@ class AlsaMidiBackend::Sequencer {
     }
     auto sequencer = std::make_unique<Sequencer>(handle);
     snd_seq_set_client_name(handle, clientName.c_str());
+    snd_seq_set_client_pool_input(handle, mostEventsWaiting);
     sequencer->startQueue();
     sequencer->makePort(portName);
     snd_midi_event_t* decoder = nullptr;
@@ -341,9 +343,11 @@ bool AlsaMidiBackend::wait() {
 
 AlsaMidiBackend::News AlsaMidiBackend::abandon() {
   const MutexLock lock(mutex_);
+  News news{.packets = {}, .isSetupChanged = true};
   sequencer_.reset();
   linked_.clear();
-  return {.packets = {}, .isSetupChanged = true};
+  release(news);
+  return news;
 }
 
 AlsaMidiBackend::News AlsaMidiBackend::read() {
@@ -354,8 +358,15 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
     return news;
   }
   std::uint64_t overruns = 0;
+  std::uint64_t overrunsBefore = 0;
+  const auto releaseBehindLoss = [&]() VREL_REQUIRES(mutex_) {
+    if (std::exchange(overrunsBefore, overruns) != overruns) {
+      release(news);
+    }
+  };
   sequencer_->followClock();
   while (const auto* const event = sequencer_->nextEvent(overruns)) {
+    releaseBehindLoss();
     switch (event->type) {
       case SND_SEQ_EVENT_PORT_START:
       case SND_SEQ_EVENT_PORT_EXIT:
@@ -364,10 +375,14 @@ AlsaMidiBackend::News AlsaMidiBackend::read() {
         break;
       default:
         if (auto bytes = sequencer_->bytesOf(*event); !bytes.empty()) {
+          if (bytes.size() == 3) {
+            held_.follow({bytes[0], bytes[1], bytes[2]});
+          }
           news.packets.push_back(giveToBlocks(std::move(bytes), sequencer_->timeOf(*event)));
         }
     }
   }
+  releaseBehindLoss();
   if (overruns > 0) {
     overruns_ += overruns;
     // An announcement may be among what was lost: all are linked again.
@@ -386,6 +401,12 @@ audio::PlayedPacket AlsaMidiBackend::giveToBlocks(std::vector<std::uint8_t> byte
     packet.untilRouted = packet.areInstrumentsServed ? nullptr : timed_->owe();
   }
   return packet;
+}
+
+void AlsaMidiBackend::release(News& news) {
+  for (const MidiMessage message : held_.takeReleases()) {
+    news.packets.push_back(giveToBlocks({message.status, message.data1, message.data2}, nowNanoseconds()));
+  }
 }
 
 std::uint64_t AlsaMidiBackend::dropped() const {

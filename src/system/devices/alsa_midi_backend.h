@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foundation/mutex.h"
+#include "system/devices/held_keys.h"
 #include "system/devices/midi_backend.h"
 
 namespace vrel::system {
@@ -18,7 +19,8 @@ namespace vrel::system {
 ///
 /// A source is its sequencer address and the number of its appearance there, so one that leaves and comes back is a new
 /// one, whatever its name. The sequencer announces who comes and goes. On a kernel without the sequencer there are no
-/// sources; it is looked for twice a second.
+/// sources; it is looked for twice a second. Where the sequencer has lost messages, whatever keys and pedals are held
+/// by then are released: it does not say what was among them.
 ///
 /// Threads: the reader waits for packets and announcements and calls the listener; the rest on the main thread.
 class AlsaMidiBackend final : public MidiBackend {
@@ -63,6 +65,7 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] audio::PlayedPacket giveToBlocks(std::vector<std::uint8_t> bytes, std::int64_t time) const;
   [[nodiscard]] bool open() VREL_REQUIRES(mutex_);
   void noteAnnouncement(int type, const Address& address, News& news) VREL_REQUIRES(mutex_);
+  void release(News& news) VREL_REQUIRES(mutex_);
   [[nodiscard]] std::string keyOf(const Address& address) const VREL_REQUIRES(mutex_);
 
   const std::shared_ptr<audio::TimedEvents> timed_;
@@ -77,6 +80,7 @@ class AlsaMidiBackend final : public MidiBackend {
   std::unique_ptr<Sequencer> sequencer_ VREL_GUARDED_BY(mutex_);     // null without one
   std::map<Address, unsigned> appearances_ VREL_GUARDED_BY(mutex_);  // of ports at an address
   std::map<Address, std::string> linked_ VREL_GUARDED_BY(mutex_);    // keys of the sources that are read
+  HeldKeys held_ VREL_GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

@@ -1,28 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// ALSA's sequencer as a test plays it: the library's calls that would reach the kernel are defined here.
-
-#include <alsa/asoundlib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <deque>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/devices/child_process.h"
 #include "system/audio/timed_events.h"
 #include "system/devices/alsa_midi_backend.h"
+#include "system/devices/played_sequencer.h"
 #include "system/devices/sequencer_clock.h"
 
 namespace vrel::system::test {
@@ -31,106 +24,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using Address = std::pair<int, int>;
 using Message = std::vector<std::uint8_t>;
-
-constexpr int ownClient = 128;
-
-// The queue's clock began so much later than the machine's.
-constexpr std::int64_t queueBegin = 5'000'000'000;
-
-std::int64_t queueNow() {
-  return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count() - queueBegin;
-}
-constexpr Address announcements{SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE};
-
-class PlayedSequencer {
- public:
-  struct Port {
-    Address address;
-    std::string clientName;
-    std::string name;
-  };
-
-  void addPort(const Port& port) {
-    const std::lock_guard lock(mutex);
-    ports.push_back(port);
-    announce(SND_SEQ_EVENT_PORT_START, port.address);
-  }
-  void removePort(Address address) {
-    const std::lock_guard lock(mutex);
-    std::erase_if(ports, [&](const Port& port) { return port.address == address; });
-    links.erase(address);
-    announce(SND_SEQ_EVENT_PORT_EXIT, address);
-  }
-  /// The port goes and comes back before anyone looks.
-  void replug(const Port& port) {
-    const std::lock_guard lock(mutex);
-    links.erase(port.address);
-    announce(SND_SEQ_EVENT_PORT_EXIT, port.address);
-    announce(SND_SEQ_EVENT_PORT_START, port.address);
-  }
-  /// A note, which arrives when the port is linked; stamped with the queue's time, if any.
-  void play(Address address, unsigned char note, std::optional<std::int64_t> time = {}) {
-    const std::lock_guard lock(mutex);
-    if (links.contains(address)) {
-      snd_seq_event_t event{};
-      event.type = SND_SEQ_EVENT_NOTEON;
-      event.source.client = static_cast<unsigned char>(address.first);
-      event.source.port = static_cast<unsigned char>(address.second);
-      event.data.note.note = note;
-      event.data.note.velocity = 100;
-      if (time) {
-        event.flags = SND_SEQ_TIME_STAMP_REAL;
-        event.time.time = {static_cast<unsigned>(*time / 1'000'000'000), static_cast<unsigned>(*time % 1'000'000'000)};
-      }
-      post(event);
-    }
-  }
-  void loseEvents() {
-    const std::lock_guard lock(mutex);
-    events.clear();
-    links.clear();
-    isOverrun = true;
-    ::eventfd_write(descriptor, 1);
-  }
-  [[nodiscard]] bool isLinked(Address address) {
-    const std::lock_guard lock(mutex);
-    return links.contains(address);
-  }
-
-  void post(const snd_seq_event_t& event) {
-    if (isOpen) {
-      events.push_back(event);
-      ::eventfd_write(descriptor, 1);
-    }
-  }
-
-  std::mutex mutex;  // guards what follows
-  bool isThere = true;
-  bool isOpen = false;
-  bool isOverrun = false;
-  bool isStamping = false;
-  snd_seq_real_time_t queueTime{};
-  int descriptor = -1;
-  std::vector<Port> ports;
-  std::set<Address> links;
-  std::deque<snd_seq_event_t> events;
-  snd_seq_event_t current{};
-
- private:
-  void announce(snd_seq_event_type_t type, Address address) {
-    if (links.contains(announcements)) {
-      snd_seq_event_t event{};
-      event.type = type;
-      event.data.addr.client = static_cast<unsigned char>(address.first);
-      event.data.addr.port = static_cast<unsigned char>(address.second);
-      post(event);
-    }
-  }
-};
-
-PlayedSequencer* played = nullptr;
 
 /// A backend on a sequencer of the test's; every change connects all sources, as the program does.
 class AlsaMidi : public testing::Test {
@@ -275,6 +169,36 @@ TEST_F(AlsaMidi, AnOverrunIsCounted) {
   }
 }
 
+TEST_F(AlsaMidi, WhatIsHeldWhenEventsAreLostIsReleasedSinceItsReleaseMayBeAmongThem) {
+  sequencer.addPort(keys);
+  begin();
+  sequencer.control(keys.address, 64, 127);
+  sequencer.control(keys.address, 11, 70);
+  sequencer.play(keys.address, 60);
+  sequencer.play(keys.address, 62);
+  sequencer.release(keys.address, 62);
+  ASSERT_TRUE(eventuallyHears(keys.address, 64));
+  const auto releasesOf = [this](const auto& lose) {
+    const std::size_t before = messages.size();
+    const int seen = changes;
+    lose();
+    EXPECT_TRUE(eventuallyChanged(seen));
+    const std::lock_guard lock(mutex);
+    return std::vector<Message>(messages.begin() + static_cast<std::ptrdiff_t>(before), messages.end());
+  };
+  const auto lose = [this] { sequencer.loseEvents(); };
+  EXPECT_THAT(releasesOf(lose),
+              ElementsAre(Message{0xB0, 64, 0}, Message{0x80, 60, 0}, Message{0x80, 64, 0}, Message{0xB0, 123, 0}));
+  EXPECT_THAT(releasesOf(lose), IsEmpty()) << "nothing is held any more";
+  ASSERT_TRUE(eventuallyHears(keys.address, 65));
+  EXPECT_THAT(releasesOf(lose), ElementsAre(Message{0x80, 65, 0}, Message{0xB0, 123, 0}));
+}
+
+TEST_F(AlsaMidi, ASequencerKeepsAsManyMessagesAsItCan) {
+  begin();
+  EXPECT_EQ(sequencer.eventsKept, 2000U);
+}
+
 TEST_F(AlsaMidi, ASequencerThatComesLaterIsFound) {
   sequencer.isThere = false;
   begin();
@@ -349,132 +273,3 @@ TEST_F(AlsaMidi, AfterTheEndNothingIsCalled) {
 
 }  // namespace
 }  // namespace vrel::system::test
-
-using vrel::system::test::ownClient;
-using vrel::system::test::played;
-using vrel::system::test::PlayedSequencer;
-
-// The library's calls that reach the kernel.
-extern "C" {
-
-int snd_seq_open(snd_seq_t** handle, const char* /*name*/, int /*streams*/, int /*mode*/) {
-  const std::lock_guard lock(played->mutex);
-  if (!played->isThere) {
-    return -ENOENT;
-  }
-  played->isOpen = true;
-  *handle = reinterpret_cast<snd_seq_t*>(played);
-  return 0;
-}
-
-int snd_seq_close(snd_seq_t* /*handle*/) {
-  const std::lock_guard lock(played->mutex);
-  played->isOpen = false;
-  played->links.clear();
-  return 0;
-}
-
-int snd_seq_set_client_name(snd_seq_t* /*handle*/, const char* /*name*/) {
-  return 0;
-}
-
-int snd_seq_client_id(snd_seq_t* /*handle*/) {
-  return ownClient;
-}
-
-int snd_seq_create_port(snd_seq_t* /*handle*/, snd_seq_port_info_t* info) {
-  played->isStamping = snd_seq_port_info_get_timestamping(info) != 0 && snd_seq_port_info_get_timestamp_real(info) != 0;
-  snd_seq_port_info_set_port(info, 0);
-  return 0;
-}
-
-int snd_seq_alloc_queue(snd_seq_t* /*handle*/) {
-  return 0;
-}
-
-int snd_seq_control_queue(snd_seq_t* /*handle*/, int /*queue*/, int /*type*/, int /*value*/,
-                          snd_seq_event_t* /*event*/) {
-  return 0;
-}
-
-int snd_seq_drain_output(snd_seq_t* /*handle*/) {
-  return 0;
-}
-
-int snd_seq_get_queue_status(snd_seq_t* /*handle*/, int /*queue*/, snd_seq_queue_status_t* /*status*/) {
-  const std::int64_t now = vrel::system::test::queueNow();
-  const std::lock_guard lock(played->mutex);
-  played->queueTime = {static_cast<unsigned>(now / 1'000'000'000), static_cast<unsigned>(now % 1'000'000'000)};
-  return 0;
-}
-
-const snd_seq_real_time_t* snd_seq_queue_status_get_real_time(const snd_seq_queue_status_t* /*status*/) {
-  return &played->queueTime;
-}
-
-int snd_seq_query_next_client(snd_seq_t* /*handle*/, snd_seq_client_info_t* info) {
-  const std::lock_guard lock(played->mutex);
-  const int last = snd_seq_client_info_get_client(info);
-  const PlayedSequencer::Port* next = nullptr;
-  for (const auto& port : played->ports) {
-    if (port.address.first > last && (next == nullptr || port.address.first < next->address.first)) {
-      next = &port;
-    }
-  }
-  if (next == nullptr) {
-    return -ENOENT;
-  }
-  snd_seq_client_info_set_client(info, next->address.first);
-  snd_seq_client_info_set_name(info, next->clientName.c_str());
-  return 0;
-}
-
-int snd_seq_query_next_port(snd_seq_t* /*handle*/, snd_seq_port_info_t* info) {
-  const std::lock_guard lock(played->mutex);
-  const int client = snd_seq_port_info_get_client(info);
-  constexpr int beforeTheFirst = 255;  // a port is one byte
-  const int port = snd_seq_port_info_get_port(info);
-  const int last = port == beforeTheFirst ? -1 : port;
-  for (const auto& each : played->ports) {
-    if (each.address.first == client && each.address.second > last) {
-      snd_seq_port_info_set_port(info, each.address.second);
-      snd_seq_port_info_set_name(info, each.name.c_str());
-      snd_seq_port_info_set_capability(info, SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ);
-      snd_seq_port_info_set_type(info, SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_HARDWARE);
-      return 0;
-    }
-  }
-  return -ENOENT;
-}
-
-int snd_seq_connect_from(snd_seq_t* /*handle*/, int /*port*/, int client, int port) {
-  const std::lock_guard lock(played->mutex);
-  return played->links.insert({client, port}).second ? 0 : -EBUSY;
-}
-
-int snd_seq_poll_descriptors_count(snd_seq_t* /*handle*/, short /*events*/) {
-  return 1;
-}
-
-int snd_seq_poll_descriptors(snd_seq_t* /*handle*/, pollfd* descriptors, unsigned /*space*/, short events) {
-  descriptors[0] = {.fd = played->descriptor, .events = events, .revents = 0};
-  return 1;
-}
-
-int snd_seq_event_input(snd_seq_t* /*handle*/, snd_seq_event_t** event) {
-  const std::lock_guard lock(played->mutex);
-  eventfd_t count = 0;
-  ::eventfd_read(played->descriptor, &count);
-  if (std::exchange(played->isOverrun, false)) {
-    return -ENOSPC;
-  }
-  if (played->events.empty()) {
-    return -EAGAIN;
-  }
-  played->current = played->events.front();
-  played->events.pop_front();
-  *event = &played->current;
-  return 1;
-}
-
-}  // extern "C"
