@@ -24,13 +24,17 @@
 #include <utility>
 #include <vector>
 
+#include "system/processes/process_end.h"
+
 namespace vrel::render {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 constexpr std::uint64_t bytesPerKilobyte = 1024;
-constexpr std::chrono::milliseconds longestPause{5000};  // between two reports of progress
+constexpr std::chrono::milliseconds longestPause{5000};   // between two reports of progress
+constexpr std::chrono::milliseconds longestExit{10'000};  // of a process that has done its work
+constexpr std::chrono::milliseconds longestEnd{500};      // of one that was killed
 
 void writeAll(int descriptor, const std::string& bytes) {
   std::size_t written = 0;
@@ -53,13 +57,6 @@ void writeAll(int descriptor, const std::string& bytes) {
   ::dup2(nowhere, STDERR_FILENO);
   writeAll(descriptor, work());
   ::_exit(EXIT_SUCCESS);
-}
-
-int waitFor(int process) {
-  int status = 0;
-  while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
-  }
-  return status;
 }
 
 /// A copy of this process that does one piece of work.
@@ -106,20 +103,25 @@ class Copy {
     bytes_.append(chunk.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   }
 
-  Result<std::string> end() {
+  /// What cannot be ended yet is added to `unended`.
+  Result<std::string> end(std::vector<int>& unended) {
     ::close(output_);
-    if (!isAtEnd_) {
+    auto status = isAtEnd_ ? system::takeEnd(process_, longestExit) : std::nullopt;
+    if (!status) {
       ::kill(process_, SIGKILL);
+      status = system::takeEnd(process_, longestEnd);
     }
-    const int status = waitFor(process_);
-    if (!isAtEnd_) {
+    if (!status) {
+      unended.push_back(process_);
+    }
+    if (!isAtEnd_ || !status) {
       return Error{"not done after " + std::to_string(timeLimit_.count() / 1000) + " s"};
     }
-    if (WIFSIGNALED(status)) {
-      return Error{"killed by signal " + std::to_string(WTERMSIG(status))};
+    if (WIFSIGNALED(*status)) {
+      return Error{"killed by signal " + std::to_string(WTERMSIG(*status))};
     }
-    return WEXITSTATUS(status) == EXIT_SUCCESS ? Result<std::string>(std::move(bytes_))
-                                               : Error{"ended with exit code " + std::to_string(WEXITSTATUS(status))};
+    return WEXITSTATUS(*status) == EXIT_SUCCESS ? Result<std::string>(std::move(bytes_))
+                                                : Error{"ended with exit code " + std::to_string(WEXITSTATUS(*status))};
   }
 
  private:
@@ -186,6 +188,7 @@ std::vector<Result<std::string>> runInCopies(const std::vector<CopiedWork>& work
                                              const std::function<void(std::size_t done)>& progress) {
   std::vector<Result<std::string>> results(works.size(), Error{"not begun"});
   std::vector<Copy> running;
+  std::vector<int> unended;
   std::size_t next = 0;
   while (next < works.size() || !running.empty()) {
     for (; next < works.size() && running.size() < std::max<std::size_t>(mostAtOnce, 1); ++next) {
@@ -199,8 +202,9 @@ std::vector<Result<std::string>> runInCopies(const std::vector<CopiedWork>& work
     readSome(running);
     const auto ended =
         std::stable_partition(running.begin(), running.end(), [](const Copy& copy) { return !copy.isOver(); });
-    std::for_each(ended, running.end(), [&results](Copy& copy) { results[copy.index()] = copy.end(); });
+    std::for_each(ended, running.end(), [&](Copy& copy) { results[copy.index()] = copy.end(unended); });
     running.erase(ended, running.end());
+    std::erase_if(unended, [](int process) { return system::takeEnd(process, std::chrono::milliseconds(0)); });
     progress(next - running.size());
   }
   return results;

@@ -14,7 +14,7 @@ namespace vrel::render {
 
 /// Runs `work` in a copy of this process, which ends with it, and returns what it returned there. Its output streams go
 /// nowhere. An error when the copy crashes, or is killed since it is not done within the time limit; its own children
-/// die with it. Only while this process has no other thread.
+/// die with it. One that the system cannot end is waited for no longer. Only while this process has no other thread.
 [[nodiscard]] Result<std::string> runInCopy(const std::function<std::string()>& work,
                                             std::chrono::milliseconds timeLimit);
 

@@ -13,8 +13,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -22,6 +24,7 @@
 
 #include "foundation/mutex.h"
 #include "platform/dispatch.h"
+#include "system/processes/process_end.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): declared by no header of POSIX
 
@@ -29,6 +32,7 @@ namespace vrel::system {
 namespace {
 
 constexpr int inputNumber = 3;  // of childInputPath
+constexpr std::chrono::seconds longestEnd{1};
 
 class Descriptor {
  public:
@@ -263,24 +267,30 @@ class Run {
       takeOutput();
       takeLines();
     }
-    const int status = reap();
-    if (!end_.failure && WIFSIGNALED(status)) {
-      end_.failure = "killed by signal " + std::to_string(WTERMSIG(status));
+    const auto status = reap();
+    if (!end_.failure && !status) {
+      end_.failure = "cannot be ended";
+    } else if (!end_.failure && WIFSIGNALED(*status)) {
+      end_.failure = "killed by signal " + std::to_string(WTERMSIG(*status));
     }
     if (end_.failure) {
       end_.output.clear();
     } else {
-      end_.exitCode = WEXITSTATUS(status);
+      end_.exitCode = WEXITSTATUS(*status);
     }
   }
 
-  /// Ends it, and what it has left running.
-  int reap() {
-    ::kill(-process_, SIGKILL);
-    int status = 0;
-    while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+  /// Ends it, and what it has left running. None where the system cannot do that yet.
+  std::optional<int> reap() {
+    const pid_t process = std::exchange(process_, -1);
+    ::kill(-process, SIGKILL);
+    const auto status = takeEnd(process, longestEnd);
+    if (!status) {
+      std::thread([process] {
+        while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+        }
+      }).detach();
     }
-    process_ = -1;
     return status;
   }
 

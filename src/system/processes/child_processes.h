@@ -13,7 +13,7 @@ class MainQueue;
 namespace vrel::system {
 
 /// Programs of this computer, each in a process group of its own and watched by a thread of its own. The end of one
-/// kills its group and waits for it.
+/// kills its group and waits for it, a second at most: what the system cannot end then is left to end by itself.
 class ChildProcesses final : public ChildProcessFactory {
  public:
   static constexpr std::size_t mostOutputBytes = std::size_t{64} << 20U;

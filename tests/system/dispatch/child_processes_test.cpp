@@ -4,8 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -16,6 +19,7 @@
 #include <vector>
 
 #include "system/dispatch/main_loop.h"
+#include "system/processes/process_end.h"
 
 namespace vrel::system {
 namespace {
@@ -102,6 +106,20 @@ TEST_F(RealChildProcesses, OneThatIsNotWantedAnyMoreIsKilledAndSaysNothing) {
   loop.runPending();
   EXPECT_FALSE(end);
   EXPECT_EQ(lines.size(), 1U);
+}
+
+TEST(EndOfAProcess, IsWaitedForNoLongerThanTheLimitAndCanBeAskedForAgain) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    for (;;) {
+      ::pause();
+    }
+  }
+  EXPECT_EQ(takeEnd(child, std::chrono::milliseconds(1)), std::nullopt);
+  ::kill(child, SIGKILL);
+  const auto status = takeEnd(child, std::chrono::minutes(1));
+  ASSERT_TRUE(status);
+  EXPECT_TRUE(WIFSIGNALED(*status));
 }
 
 }  // namespace

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "system/processes/process_end.h"
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace vrel::system {
+
+std::optional<int> takeEnd(pid_t process, std::chrono::milliseconds limit) {
+  const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
+  if (descriptor >= 0) {
+    pollfd end{descriptor, POLLIN, 0};
+    while (::poll(&end, 1, static_cast<int>(limit.count())) < 0 && errno == EINTR) {
+    }
+    ::close(descriptor);
+  }
+  int status = 0;
+  // Never without WNOHANG: a debugger may hold back what has ended.
+  const pid_t ended = ::waitpid(process, &status, WNOHANG);
+  return ended != 0 ? std::optional(status) : std::nullopt;
+}
+
+}  // namespace vrel::system
