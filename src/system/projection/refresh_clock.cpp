@@ -17,6 +17,8 @@ constexpr double earliestWaited = 0.5;    // one that did: the refreshes were ex
 constexpr double margin = 0.06;           // of a period, between a picture and its refresh
 constexpr double forgottenPart = 0.1;     // of a long time, with each shorter one
 constexpr double unseenStep = 0.1;        // of a period
+constexpr int firstTrial = 3600;          // refreshes
+constexpr int lastTrial = 64 * firstTrial;
 
 double known(double rate) {
   return rate >= lowestRate && rate <= highestRate ? rate : usualRate;
@@ -47,13 +49,23 @@ double RefreshClock::untilNext(double now, bool hasWaited) const {
   return isRunning_ && now < *last_ + earliest * period_ ? *last_ + period_ - now : 0;
 }
 
+DrawingLead::DrawingLead(double period) : period_(period), longest_(period), untilTrial_(firstTrial) {}
+
 double DrawingLead::seconds() const {
   return std::min(period_, longest_ + unseen_ + margin * period_);
 }
 
 void DrawingLead::drew(double seconds, bool hasMissed) {
+  ++refreshes_;
   if (hasMissed && seconds <= longest_ + margin * period_) {
     unseen_ = std::min(period_, unseen_ + unseenStep * period_);
+    untilTrial_ = isTrial_ ? std::min(2 * untilTrial_, lastTrial) : untilTrial_;
+    isTrial_ = false;
+    refreshes_ = 0;
+  } else if (refreshes_ >= untilTrial_) {
+    isTrial_ = unseen_ > 0;
+    unseen_ = std::max(0.0, unseen_ - unseenStep * period_);
+    refreshes_ = 0;
   }
   longest_ = std::max(seconds, longest_ - forgottenPart * (longest_ - seconds));
 }

@@ -37,10 +37,11 @@ class RefreshClock {
 };
 
 /// How long before a refresh the picture for it must be begun, as late as possible, so that it shows what has happened
-/// until then. A value; times in seconds.
+/// until then. What was added for a missed refresh is tried without after a minute or so, and after a longer time where
+/// that misses again. A value; times in seconds.
 class DrawingLead {
  public:
-  explicit DrawingLead(double period) : period_(period), longest_(period) {}
+  explicit DrawingLead(double period);
 
   /// At most a period, which is as early as possible.
   [[nodiscard]] double seconds() const;
@@ -52,6 +53,9 @@ class DrawingLead {
   double period_;
   double longest_;     // lately; at first as long as can be
   double unseen_ = 0;  // what else must pass before the refresh, a compositor's work, say
+  int refreshes_ = 0;  // since that has changed
+  int untilTrial_;     // refreshes
+  bool isTrial_ = false;
 };
 
 }  // namespace vrel::system

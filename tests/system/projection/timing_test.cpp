@@ -160,5 +160,31 @@ TEST(DrawingLeads, GrowWhereRefreshesPassThoughThePictureWasReady) {
   EXPECT_NEAR(lead.seconds(), grown, 1e-6) << "not for a picture that was late itself";
 }
 
+TEST(DrawingLeads, FallAgainInTimeAndLaterWhereTheShorterOneMissesAgain) {
+  DrawingLead lead(0.02);
+  for (int refresh = 0; refresh < 200; ++refresh) {
+    lead.drew(0.001, false);
+  }
+  const double before = lead.seconds();
+  const auto refreshesUntilItFalls = [&lead] {
+    const double grown = lead.seconds();
+    int refreshes = 0;
+    while (refreshes < 1'000'000 && lead.seconds() > grown - 0.001) {
+      lead.drew(0.001, false);
+      ++refreshes;
+    }
+    return refreshes;
+  };
+  lead.drew(0.001, true);
+  lead.drew(0.001, true);
+  const int first = refreshesUntilItFalls();
+  EXPECT_GT(first, 1000);
+  EXPECT_LT(first, 10'000);
+  EXPECT_EQ(refreshesUntilItFalls(), first) << "by one step at a time";
+  EXPECT_NEAR(lead.seconds(), before, 1e-6) << "hours later nothing is left of a bad moment";
+  lead.drew(0.001, true);
+  EXPECT_EQ(refreshesUntilItFalls(), 2 * first) << "it was needed";
+}
+
 }  // namespace
 }  // namespace vrel::system
