@@ -21,10 +21,10 @@ class SharedText {
     [[nodiscard]] virtual const std::optional<std::string>& text() const = 0;
   };
 
-  SharedText() : SharedText(std::string()) {}
+  SharedText() : source_(nothing()) {}
   explicit SharedText(std::shared_ptr<const Source> source) : source_(std::move(source)) {}
   // NOLINTBEGIN(google-explicit-constructor): a text and its shared form are one
-  SharedText(std::string text) : source_(std::make_shared<Known>(std::move(text))) {}
+  SharedText(std::string text) : source_(text.empty() ? nothing() : std::make_shared<Known>(std::move(text))) {}
   SharedText(const char* text) : SharedText(std::string(text)) {}
   operator const std::string&() const { return text(); }
   // NOLINTEND(google-explicit-constructor)
@@ -58,6 +58,11 @@ class SharedText {
    private:
     const std::optional<std::string> text_;
   };
+
+  static const std::shared_ptr<const Source>& nothing() {
+    static const std::shared_ptr<const Source> shared = std::make_shared<Known>(std::string());
+    return shared;
+  }
 
   std::shared_ptr<const Source> source_;
 };

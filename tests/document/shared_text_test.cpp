@@ -43,6 +43,14 @@ TEST(SharedTexts, ThoseOfSeveralSourcesCompareByWhatTheySay) {
   EXPECT_EQ(SharedText("state"), std::string("state"));
 }
 
+TEST(SharedTexts, AllThatAreEmptyAreOne) {
+  const auto* const source = SharedText().sourceAs<SharedText::Source>();
+  EXPECT_EQ(SharedText("").sourceAs<SharedText::Source>(), source);
+  EXPECT_EQ(SharedText(std::string()).sourceAs<SharedText::Source>(), source);
+  EXPECT_TRUE(SharedText().isThere());
+  EXPECT_EQ(SharedText(), "");
+}
+
 TEST(SharedTexts, OneThatTurnsOutNotToBeThereReadsAsEmptyAndIsNotAnEmptyText) {
   const SharedText none(std::make_shared<const LateText>(std::nullopt));
   EXPECT_FALSE(none.isThere());
