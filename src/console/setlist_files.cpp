@@ -101,19 +101,14 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
     if (!isLooking && awaitingPlugins_) {
       const AwaitingPlugins awaited = *awaitingPlugins_;
       stopAwaitingPlugins();
-      if (!awaited.isEditedMeanwhile) {
+      if (awaited.editCount == editCount_) {
         loadSetlist(awaited.path);
       } else if (!askedToOpen_) {  // whose question is about a newer one
         openRecentSetlist(awaited.path);
       }
     }
   });
-  editsFollowed_ = state_.edited.connect([this] {
-    ++editCount_;
-    if (awaitingPlugins_) {
-      awaitingPlugins_->isEditedMeanwhile = true;
-    }
-  });
+  editsFollowed_ = state_.edited.connect([this] { ++editCount_; });
 }
 
 void SetlistFiles::newSetlist(bool confirm) {
@@ -154,16 +149,19 @@ void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   if (!LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_)) {
     return;
   }
-  const bool isAsked = askedToOpen_.has_value();
+  if (askedToOpen_) {
+    askedToOpen_ = std::move(path);
+  } else if (const auto newest = askToOpen(std::move(path))) {
+    loadSetlist(*newest);
+  }
+}
+
+/// The one that may be opened: this one, or the newest that has come while the question was open.
+std::optional<std::filesystem::path> SetlistFiles::askToOpen(std::filesystem::path path) {
   askedToOpen_ = std::move(path);
-  if (isAsked) {
-    return;
-  }
   const bool mayOpen = confirmSetlistChange() && LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_);
-  const auto newest = *std::exchange(askedToOpen_, std::nullopt);
-  if (mayOpen) {
-    loadSetlist(newest);
-  }
+  auto newest = std::exchange(askedToOpen_, std::nullopt);
+  return mayOpen ? newest : std::nullopt;
 }
 
 void SetlistFiles::openNewestCopy() {
@@ -171,19 +169,20 @@ void SetlistFiles::openNewestCopy() {
   if (!damaged || !LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_) || !confirmSetlistChange()) {
     return;
   }
+  const auto editCount = editCount_;
   std::optional<std::filesystem::path> copy;
   runBeside([&] { copy = copies_.newestGoodCopyOf(*damaged); }, [] {});
   if (copy && LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_)) {
     damagedSetlist.set(damaged);  // a save that was asked for has reset it
-    loadSetlist(*copy);
+    load(*copy, editCount);
   }
 }
 
-void SetlistFiles::loadWhenPluginsAreFound(const std::filesystem::path& path) {
+void SetlistFiles::loadWhenPluginsAreFound(const std::filesystem::path& path, std::uint64_t editCount) {
   if (!awaitingPlugins_ || awaitingPlugins_->loadingSession != state_.loadingSessionToken.get()) {
     state_.beginLoadingSession(1, std::string(text(TextKey::loadingAudioUnits, state_.language.get())));
   }
-  awaitingPlugins_ = {path, state_.loadingSessionToken.get()};
+  awaitingPlugins_ = {path, state_.loadingSessionToken.get(), editCount};
 }
 
 void SetlistFiles::stopAwaitingPlugins() {
@@ -203,9 +202,14 @@ struct SetlistFiles::Loaded {
 };
 
 void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
+  load(path, editCount_);
+}
+
+/// What was edited since `editCount` has not been asked about.
+void SetlistFiles::load(const std::filesystem::path& path, std::uint64_t editCount) {
   awaitTurn();
   if (state_.isLookingForPlugins.get()) {
-    loadWhenPluginsAreFound(path);
+    loadWhenPluginsAreFound(path, editCount);
     return;
   }
   const bool mayLoad = LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_);
@@ -214,10 +218,24 @@ void SetlistFiles::loadSetlist(const std::filesystem::path& path) {
             [&] {
               if (mayLoad && !LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_)) {
                 console_.print("Failed to load setlist: Live mode has begun");
+              } else if (loaded->setlist && editCount_ != editCount) {
+                askAboutEditsSince(*std::move(loaded));
               } else {
                 putOnStage(*std::move(loaded));
               }
             });
+}
+
+void SetlistFiles::askAboutEditsSince(Loaded loaded) {
+  if (askedToOpen_) {
+    return;  // the question about a newer one is about them, too
+  }
+  const auto newest = askToOpen(loaded.path);
+  if (newest == loaded.path) {
+    putOnStage(std::move(loaded));
+  } else if (newest) {
+    loadSetlist(*newest);
+  }
 }
 
 SetlistFiles::Loaded SetlistFiles::read(const std::filesystem::path& path,
@@ -372,12 +390,12 @@ bool SetlistFiles::confirmSetlistChange() {
 }
 
 void SetlistFiles::confirmTermination() {
-  const bool mayEnd = mayGiveUp(terminationAlert);
-  if (mayEnd) {
+  const bool isAgreed = (!mayEnd || mayEnd()) && mayGiveUp(terminationAlert);
+  if (isAgreed) {
     isEndAgreed_ = true;
     settled.emit();
   }
-  desktop_.replyToApplicationShouldTerminate(mayEnd);
+  desktop_.replyToApplicationShouldTerminate(isAgreed);
 }
 
 bool SetlistFiles::mayGiveUp(NSAlert (*alertFor)(bool isDirty)) {

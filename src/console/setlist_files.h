@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "foundation/observable.h"
 #include "foundation/result.h"
@@ -72,9 +73,9 @@ class SetlistFiles {
 
   /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there. A copy
   /// takes the place of the setlist that it was made of, and counts as edited. While plug-ins are being looked for it
-  /// waits for them, behind the loading modal; the last one asked for is the one that is read then, after the
-  /// question if there are edits since. It is not read when another setlist has been shown meanwhile. When Live mode
-  /// begins while it is read, the stage stays as it is.
+  /// waits for them, behind the loading modal; the last one asked for is the one that is read then. It is not read
+  /// when another setlist has been shown meanwhile. Edits that come before it is on stage are asked about. When Live
+  /// mode begins while it is read, the stage stays as it is.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Puts a setlist on stage that was never saved as it is, to be saved to this place; none when it has no file yet.
@@ -85,6 +86,8 @@ class SetlistFiles {
 
   /// Of the open setlist, while it is saved there; empty for one that was not collected. See collected_setlist.h.
   [[nodiscard]] const std::string& collectedFolder() const { return collectedFolder_; }
+  /// For who has put a setlist on stage without this.
+  void setCollectedFolder(std::string folder) { collectedFolder_ = std::move(folder); }
 
   /// Nothing is unsaved: the setlist was saved, another one has taken its place, or it was given up at the end.
   Signal<> settled;
@@ -109,6 +112,9 @@ class SetlistFiles {
   /// Asks what becomes of the setlist before the program ends, and answers the desktop.
   void confirmTermination();
 
+  /// Asks about what else is under way, before the setlist. Whether the program may end. Set once; may be empty.
+  std::function<bool()> mayEnd;
+
  private:
   struct Loaded;
 
@@ -117,20 +123,23 @@ class SetlistFiles {
   void endSave(const std::filesystem::path& path, std::size_t missedStates, std::uint64_t editsCaptured);
   [[nodiscard]] Loaded read(const std::filesystem::path& path,
                             const std::optional<std::filesystem::path>& damaged) const;
+  [[nodiscard]] std::optional<std::filesystem::path> askToOpen(std::filesystem::path path);
+  void load(const std::filesystem::path& path, std::uint64_t editCount);
+  void askAboutEditsSince(Loaded loaded);
   void putOnStage(Loaded loaded);
   /// Where the file really lies.
   [[nodiscard]] std::filesystem::path folderOf(const std::filesystem::path& setlist) const;
   /// Of the open setlist; none before it has a file.
   [[nodiscard]] std::optional<std::filesystem::path> currentDirectory() const;
   void showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path);
-  void loadWhenPluginsAreFound(const std::filesystem::path& path);
+  void loadWhenPluginsAreFound(const std::filesystem::path& path, std::uint64_t editCount);
   void stopAwaitingPlugins();
 
   /// The setlist to be read when the plug-ins are found.
   struct AwaitingPlugins {
     std::filesystem::path path;
-    Uuid loadingSession;  // that was begun for it; it may have timed out
-    bool isEditedMeanwhile = false;
+    Uuid loadingSession;          // that was begun for it; it may have timed out
+    std::uint64_t editCount = 0;  // when it was asked for
   };
 
   AppState& state_;

@@ -159,13 +159,99 @@ TEST_F(SetlistBeside, TheStageStaysAsItIsWhileASetlistIsRead) {
   background.whileWorking = [this] {
     expectNothingChanged();
     songSwitch.applySong(1);
-    edit("to be gone");
+    state.songNotes.set("to be gone");
   };
   setlistFiles.loadSetlist(other);
   EXPECT_EQ(songNames(), Names{"Three"});
   EXPECT_EQ(stripNames(), Names{"Strip of Three"});
   EXPECT_EQ(song(0).songNotes, "");
   EXPECT_FALSE(state.isDirty.get());
+}
+
+TEST_F(SetlistBeside, EditsThatComeWhileASetlistIsReadAreAskedAboutBeforeItIsOnStage) {
+  files.place(other, setlistText({"Three"}));
+  for (const std::size_t button : {cancelButton, doNotSaveButton, saveButton}) {
+    openGig();
+    desktop.alerts.clear();
+    desktop.alertAnswers = {doNotSaveButton, button};
+    const auto notes = "edited before button " + std::to_string(button);
+    background.whileWorking = [&] { edit(notes); };
+    setlistFiles.openRecentSetlist(other);
+    ASSERT_EQ(desktop.alerts.size(), 2U) << "what was edited after the first answer may be worth a save";
+    EXPECT_EQ(desktop.alerts[1].messageText, "Guardar cambios en el setlist actual?");
+    EXPECT_EQ(songNames(), button == cancelButton ? (Names{"One", "Two"}) : Names{"Three"});
+    EXPECT_EQ(state.isDirty.get(), button == cancelButton);
+    EXPECT_EQ(notesOnDisk(gig), button == saveButton ? notes : "");
+    if (button == cancelButton) {
+      EXPECT_EQ(state.songNotes.get(), notes);
+    }
+  }
+}
+
+TEST_F(SetlistBeside, EditsThatComeWhileAnotherIsReadAreOnlyAskedAboutWhereItCanBeOpened) {
+  openGig();
+  files.place(other, "damaged");
+  background.whileWorking = [this] { edit("kept"); };
+  setlistFiles.loadSetlist(other);
+  EXPECT_THAT(desktop.alerts, IsEmpty());
+  EXPECT_EQ(state.songNotes.get(), "kept");
+  EXPECT_TRUE(state.isDirty.get());
+}
+
+TEST_F(SetlistBeside, LiveModeThatBeginsBehindThatQuestionKeepsTheStage) {
+  openGig();
+  files.place(other, setlistText({"Three"}));
+  desktop.alertAnswers = {doNotSaveButton};
+  desktop.whileAsking = [this] { state.isLiveModeEnabled.set(true); };
+  background.whileWorking = [this] { edit("kept"); };
+  setlistFiles.loadSetlist(other);
+  expectNothingChanged();
+  EXPECT_EQ(state.songNotes.get(), "kept");
+}
+
+TEST_F(SetlistBeside, ANewerSetlistThatIsAskedForBehindThatQuestionIsTheOneThatIsOpened) {
+  openGig();
+  const std::filesystem::path newest = "/home/me/newest.vrel";
+  files.place(other, setlistText({"Three"}));
+  files.place(newest, setlistText({"Four"}));
+  desktop.alertAnswers = {doNotSaveButton};
+  desktop.whileAsking = [this, newest] { setlistFiles.openRecentSetlist(newest); };
+  background.whileWorking = [this] { edit("given up"); };
+  setlistFiles.loadSetlist(other);
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Four"});
+}
+
+TEST_F(SetlistBeside, ASetlistThatIsAskedForWhileAnotherIsReadAsksOnceAboutTheEditsSince) {
+  openGig();
+  const std::filesystem::path newest = "/home/me/newest.vrel";
+  files.place(other, setlistText({"Three"}));
+  files.place(newest, setlistText({"Four"}));
+  desktop.alertAnswers = {doNotSaveButton};
+  background.whileWorking = [this, newest] {
+    edit("given up");
+    setlistFiles.openRecentSetlist(newest);
+  };
+  setlistFiles.loadSetlist(other);
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Four"});
+}
+
+TEST_F(SetlistBeside, EditsThatComeWhileAGoodCopyIsLookedForAreAskedAboutBeforeItIsOnStage) {
+  openGig();
+  edit("on disk");
+  EXPECT_TRUE(setlistFiles.saveSetlist());
+  files.place(other, setlistText({"Three"}));
+  setlistFiles.loadSetlist(other);
+  files.files[gig] = "damaged";
+  setlistFiles.loadSetlist(gig);
+  ASSERT_EQ(setlistFiles.damagedSetlist.get(), gig);
+  desktop.alertAnswers = {doNotSaveButton, cancelButton};
+  background.whileWorking = [this] { edit("of the other"); };
+  setlistFiles.openNewestCopy();
+  EXPECT_EQ(desktop.alerts.size(), 2U);
+  EXPECT_EQ(songNames(), Names{"Three"});
+  EXPECT_EQ(state.songNotes.get(), "of the other");
 }
 
 TEST_F(SetlistBeside, ALoadDuringALoadComesBehindIt) {
@@ -183,6 +269,7 @@ TEST_F(SetlistBeside, ASaveDuringALoadSavesWhatIsLoadedWhereItLies) {
   openGig();
   files.place(other, setlistText({"Three"}));
   const auto before = files.files[gig];
+  desktop.alertAnswers = {doNotSaveButton};
   background.whileWorking = [this] {
     edit("of the gig");
     EXPECT_TRUE(setlistFiles.saveSetlist());
