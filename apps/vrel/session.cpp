@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include "system/files/posix_file_copier.h"
+#include "system/files/posix_file_manager.h"
 #include "system/files/user_folders.h"
 #include "vrel/check_program.h"
 #include "vrel/menu_mirror.h"
@@ -36,15 +38,16 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
       window_(window),
       console_(*this, runLog),
       platform_({.pluginsFile = system::userPluginsFile()}, loop, clock_, console_),
-      state_({defaults_, platform_.components(), loop, console_, files_}, system::userRecentFilesPath()),
+      state_({defaults_, platform_.components(), loop, console_, files_, &platform_.platform().queues},
+             system::userRecentFilesPath()),
       engine_(AudioEngine::make(platform_.platform())),
       desktop_(loop, window),
       content_({state_, *engine_, loop, clock_, console_, desktop_, files_, notifications_, system::userCopiesFolder(),
                 editorMedia(), &background_, setlistTools()}),
+      collector_({state_, content_.songSwitch(), loop, copyingQueues_, system::makeFileCopier(), desktop_, console_}),
       unsavedEdits_({state_, content_.songSwitch(), content_.setlistFiles(), loop, platform_.platform().queues,
                      unsavedFiles_, desktop_, console_, &background_},
                     system::userUnsavedFolder(), {ownRunName(), isRunning}),
-      collector_({state_, content_.songSwitch(), loop, platform_.platform().queues, copier_, desktop_, console_}),
       meterReadings_(
           *engine_, loop,
           [this](const AudioChannel& channel) {
@@ -80,6 +83,7 @@ Session::Session(system::MainLoop& loop, UiThread& window, ConsoleOutput* runLog
   }
   menus_.hooks.openStateFolder = [this] { openStateFolder(); };
   menus_.hooks.collectSetlist = [this] { collector_.collect(); };
+  content_.setlistFiles().mayEnd = [this] { return collector_.mayEnd(); };
   connectEditors();
   platform_.setDeathHandler([this](const auto& death) { engine_->pluginDied(death.node, death.how); });
 }
@@ -105,7 +109,7 @@ EditorMedia Session::editorMedia() {
 }
 
 ContentView::SetlistTools Session::setlistTools() {
-  return {&platform_.platform().queues, &copiesFiles_, &movedFiles_, &processes_, checkProgramPath()};
+  return {&readingQueues_, system::makeFileManager(), system::makeFileManager(), &processes_, checkProgramPath()};
 }
 
 void Session::connectEditors() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -27,10 +28,10 @@
 #include "system/desktop/window_desktop.h"
 #include "system/dispatch/background_thread.h"
 #include "system/dispatch/main_loop.h"
+#include "system/dispatch/serial_queue.h"
 #include "system/dispatch/standard_output.h"
 #include "system/dispatch/system_clock.h"
 #include "system/files/file_calls.h"
-#include "system/files/posix_file_copier.h"
 #include "system/files/posix_file_manager.h"
 #include "system/processes/child_processes.h"
 #include "system/projection/system_projection.h"
@@ -117,10 +118,10 @@ class Session {
   system::PosixFileManager files_{fileCalls_};
   system::PosixFileManager cacheFiles_{fileCalls_};    // a thread's of the editors
   system::PosixFileManager unsavedFiles_{fileCalls_};  // a thread's of the unsaved edits
-  system::PosixFileManager copiesFiles_{fileCalls_};   // a thread's of the kept copies
-  system::PosixFileManager movedFiles_{fileCalls_};    // a thread's that looks for files
+  // Both together end before the ShutdownWatchdog ends the program.
+  system::BoundedQueueFactory readingQueues_{std::chrono::milliseconds(500)};
+  system::BoundedQueueFactory copyingQueues_{std::chrono::seconds(5)};
   system::ChildProcesses processes_{loop_};
-  system::PosixFileCopier copier_{fileCalls_};  // a thread's of the collector
   system::IniUserDefaults defaults_{system::IniUserDefaults::userPath(), console_};
   SystemPlatform platform_;
   AppState state_;
@@ -129,8 +130,8 @@ class Session {
   NSNotificationCenter notifications_;
   system::BackgroundThread background_{loop_};
   ContentView content_;
-  UnsavedEdits unsavedEdits_;
   SetlistCollector collector_;
+  UnsavedEdits unsavedEdits_;  // ends before what may wait for a file
   WindowSettings settings_{defaults_};
   MeterReadings meterReadings_;
   PlayedNowSource playedNow_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -59,14 +60,13 @@ class MainQueue;
 /// reached by their own names, e.g. `content.songList().addSong()`. One for the life of the program. Main thread.
 class ContentView {
  public:
-  /// What the pages of the setlist work with beside the main thread. All is borrowed; null where the program does
-  /// without.
+  /// What the pages of the setlist work with beside the main thread. Null where the program does without.
   struct SetlistTools {
-    DispatchQueueFactory* queues = nullptr;
-    FileManager* copiesFiles = nullptr;  // for the thread of the kept copies alone
-    FileManager* movedFiles = nullptr;   // for the thread that looks for files alone
-    ChildProcessFactory* processes = nullptr;
-    std::string checkProgram{};  // the path of vrel-render
+    DispatchQueueFactory* queues = nullptr;      // borrowed; whose queues may leave work on files behind
+    std::shared_ptr<FileManager> copiesFiles{};  // for the thread of the kept copies alone
+    std::shared_ptr<FileManager> movedFiles{};   // for the thread that looks for files alone
+    ChildProcessFactory* processes = nullptr;    // borrowed
+    std::string checkProgram{};                  // the path of vrel-render
   };
 
   struct Collaborators {

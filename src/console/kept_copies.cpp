@@ -6,12 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "console/file_queue.h"
 #include "console/setlist_copies.h"
 #include "console/setlist_files.h"
 #include "document/app_state.h"
 #include "document/setlist_coding.h"
 #include "performance/live_mode_policy.h"
-#include "platform/dispatch.h"
 #include "platform/file_manager.h"
 
 namespace vrel {
@@ -60,9 +60,10 @@ KeptCopies::KeptCopies(const Collaborators& collaborators)
     : state_(collaborators.state),
       copies_(collaborators.copies),
       setlistFiles_(collaborators.setlistFiles),
-      mainQueue_(collaborators.mainQueue),
       files_(collaborators.files),
-      queue_(collaborators.queues != nullptr ? collaborators.queues->makeSerialQueue("vrel.kept.copies") : nullptr) {}
+      queue_(collaborators.queues != nullptr && files_ != nullptr
+                 ? std::make_unique<FileQueue>(collaborators.mainQueue, *collaborators.queues, "vrel.kept.copies")
+                 : nullptr) {}
 
 KeptCopies::~KeptCopies() = default;
 
@@ -78,18 +79,26 @@ void KeptCopies::open() {
   setlist_ = setlist();
   rows.set({});
   ++reading_;
-  const auto paths = setlist_ && queue_ != nullptr && files_ != nullptr ? copies_.copiesOf(*setlist_)
-                                                                        : std::vector<std::filesystem::path>();
-  isReading.set(!paths.empty());
+  isReading.set(setlist_ && queue_ != nullptr);
   isShown.set(true);
-  for (const auto& path : paths) {
-    queue_->async([this, path, reading = reading_, isLast = path == paths.back(), life = life_.watch()] {
-      mainQueue_.async([this, copy = readCopy(*files_, path), reading, isLast, life] {
-        if (life.isAlive()) {
-          take(copy, reading, isLast);
-        }
-      });
+  if (isReading.get()) {
+    queue_->async([this, files = files_, directory = copies_.directory(), setlist = *setlist_,
+                   reading = reading_](const FileQueue::Answer& answer) {
+      answer([this, paths = findCopies(*files, directory, setlist), reading] { read(paths, reading); });
     });
+  }
+}
+
+void KeptCopies::read(const std::vector<std::filesystem::path>& paths, std::uint64_t reading) {
+  if (reading != reading_) {
+    return;
+  }
+  isReading.set(!paths.empty());
+  for (const auto& path : paths) {
+    queue_->async(
+        [this, files = files_, path, reading, isLast = path == paths.back()](const FileQueue::Answer& answer) {
+          answer([this, copy = readCopy(*files, path), reading, isLast] { take(copy, reading, isLast); });
+        });
   }
 }
 

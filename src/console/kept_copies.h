@@ -9,15 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "foundation/life_token.h"
 #include "foundation/observable.h"
 
 namespace vrel {
 
 class AppState;
-class DispatchQueue;
 class DispatchQueueFactory;
 class FileManager;
+class FileQueue;
 class MainQueue;
 class SetlistCopies;
 class SetlistFiles;
@@ -42,8 +41,8 @@ class KeptCopies {
     SetlistCopies& copies;
     SetlistFiles& setlistFiles;
     MainQueue& mainQueue;
-    DispatchQueueFactory* queues;  // null where nothing can be read beside the main thread
-    FileManager* files;            // for that thread alone
+    DispatchQueueFactory* queues;        // null where nothing can be read beside the main thread
+    std::shared_ptr<FileManager> files;  // for that thread alone, which may be left behind
   };
 
   /// All are borrowed.
@@ -71,17 +70,16 @@ class KeptCopies {
 
  private:
   [[nodiscard]] std::optional<std::filesystem::path> setlist() const;
+  void read(const std::vector<std::filesystem::path>& paths, std::uint64_t reading);
   void take(const KeptCopy& copy, std::uint64_t reading, bool isLast);
 
   AppState& state_;
   SetlistCopies& copies_;
   SetlistFiles& setlistFiles_;
-  MainQueue& mainQueue_;
-  FileManager* const files_;
+  const std::shared_ptr<FileManager> files_;
   std::optional<std::filesystem::path> setlist_;  // whose copies are shown
   std::uint64_t reading_ = 0;                     // which of all
-  LifeToken life_;
-  std::unique_ptr<DispatchQueue> queue_;
+  const std::unique_ptr<FileQueue> queue_;
 };
 
 }  // namespace vrel

@@ -7,10 +7,11 @@
 #include <string_view>
 #include <utility>
 
+#include "console/file_queue.h"
 #include "console/instrument_selector.h"
 #include "console/setlist_files.h"
 #include "document/app_state.h"
-#include "document/plugin_path.h"
+#include "document/played_files.h"
 #include "engine/audio_engine.h"
 #include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
@@ -39,21 +40,6 @@ constexpr MovedTexts movedDetailTexts{
     "Sie liegen nicht dort, wo die Setliste sie sucht, aber Dateien ihres Namens liegen hier:\n"};
 constexpr MovedTexts useTexts{"Use", "Usar", "Utiliser", "Usa", "Verwenden"};
 constexpr MovedTexts leaveTexts{"Not now", "Ahora no", "Pas maintenant", "Non ora", "Nicht jetzt"};
-
-/// Calls `visit` with each path of an audio file or a clip that the strip plays.
-template <typename Channel, typename Visit>
-void visitFiles(Channel& channel, const Visit& visit) {
-  const auto kind = pluginPathKind(channel.pluginPath);
-  if (kind == PluginPathKind::playback && !channel.playbackFilePath.empty()) {
-    visit(channel.playbackFilePath);
-  } else if (kind == PluginPathKind::visual) {
-    for (auto& clip : channel.visualClipMappings) {
-      if (!clip.filePath.empty()) {
-        visit(clip.filePath);
-      }
-    }
-  }
-}
 
 std::size_t commonParts(const fs::path& one, const fs::path& other) {
   const std::vector<fs::path> partsOfOne(one.begin(), one.end());
@@ -114,7 +100,9 @@ MovedFiles::MovedFiles(const Collaborators& collaborators)
       files_(collaborators.files),
       connections_({collaborators.setlistFiles.settled.connect([this] { search(); }),
                     state_.currentFilePath.changed.connect([this](const auto&) { search(); })}),
-      queue_(collaborators.queues != nullptr ? collaborators.queues->makeSerialQueue("vrel.moved.files") : nullptr) {}
+      queue_(collaborators.queues != nullptr && files_ != nullptr
+                 ? std::make_unique<FileQueue>(mainQueue_, *collaborators.queues, "vrel.moved.files")
+                 : nullptr) {}
 
 MovedFiles::~MovedFiles() = default;
 
@@ -125,7 +113,7 @@ std::optional<Uuid> MovedFiles::firstSong() const {
 
 void MovedFiles::search() {
   const auto& setlist = state_.currentFilePath.get();
-  if (!setlist || queue_ == nullptr || files_ == nullptr) {
+  if (!setlist || queue_ == nullptr) {
     return;
   }
   if (firstSong() != searched_) {
@@ -135,20 +123,16 @@ void MovedFiles::search() {
   std::set<std::string> paths;
   for (const auto& song : state_.songs.get()) {
     for (const auto& channel : song.channels) {
-      visitFiles(channel, [&paths](const std::string& path) { paths.insert(path); });
+      visitPlayedFiles(channel, [&paths](const std::string& path) { paths.insert(path); });
     }
   }
-  queue_->async(
-      [this, paths = std::move(paths), folder = setlist->parent_path(), number = ++search_, life = life_.watch()] {
-        const auto found = findMissing(*files_, paths, folder);
-        if (!found.empty()) {
-          mainQueue_.async([this, found, number, life] {
-            if (life.isAlive()) {
-              offer(found, number);
-            }
-          });
-        }
-      });
+  queue_->async([this, files = files_, paths = std::move(paths), folder = setlist->parent_path(),
+                 number = ++search_](const FileQueue::Answer& answer) {
+    const auto found = findMissing(*files, paths, folder);
+    if (!found.empty()) {
+      answer([this, found, number] { offer(found, number); });
+    }
+  });
 }
 
 void MovedFiles::offer(const Places& found, std::uint64_t number) {
@@ -195,7 +179,7 @@ void MovedFiles::take(const Places& found) {
   };
   const auto isMissing = [&found](ChannelConfig& channel) {
     bool is = false;
-    visitFiles(channel, [&](const std::string& path) { is = is || found.contains(path); });
+    visitPlayedFiles(channel, [&](const std::string& path) { is = is || found.contains(path); });
     return is;
   };
   songSwitch_.captureCurrentSong();
@@ -206,7 +190,7 @@ void MovedFiles::take(const Places& found) {
       for (std::size_t index = 0; index < songs[song].channels.size(); ++index) {
         ChannelConfig& channel = songs[song].channels[index];
         if (isMissing(channel)) {
-          visitFiles(channel, replace);
+          visitPlayedFiles(channel, replace);
           if (song == selected) {
             onStage.emplace_back(index, channel);
           }

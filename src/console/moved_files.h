@@ -19,9 +19,9 @@ namespace vrel {
 class AppState;
 class AudioEngine;
 class Desktop;
-class DispatchQueue;
 class DispatchQueueFactory;
 class FileManager;
+class FileQueue;
 class InstrumentSelector;
 class MainQueue;
 class SetlistFiles;
@@ -45,8 +45,8 @@ class MovedFiles {
     InstrumentSelector& instruments;
     MainQueue& mainQueue;
     Desktop& desktop;
-    DispatchQueueFactory* queues;  // null where nothing can be searched beside the main thread
-    FileManager* files;            // for that thread alone
+    DispatchQueueFactory* queues;        // null where nothing can be searched beside the main thread
+    std::shared_ptr<FileManager> files;  // for that thread alone, which may be left behind
   };
 
   static constexpr std::size_t mostEntries = 20'000;  // of the folders that are searched
@@ -72,13 +72,13 @@ class MovedFiles {
   InstrumentSelector& instruments_;
   MainQueue& mainQueue_;
   Desktop& desktop_;
-  FileManager* const files_;
+  const std::shared_ptr<FileManager> files_;
   std::uint64_t search_ = 0;       // which of all
   std::optional<Uuid> searched_;   // the first song of the setlist that it was about
   std::set<std::string> offered_;  // of this setlist
   std::vector<std::shared_ptr<void>> connections_;
   LifeToken life_;
-  std::unique_ptr<DispatchQueue> queue_;
+  const std::unique_ptr<FileQueue> queue_;
 };
 
 }  // namespace vrel

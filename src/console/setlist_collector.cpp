@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "console/current_setlist.h"
+#include "console/file_queue.h"
 #include "document/app_state.h"
 #include "document/collected_setlist.h"
 #include "document/setlist_coding.h"
@@ -17,7 +18,6 @@
 #include "performance/song_switch.h"
 #include "platform/console_output.h"
 #include "platform/desktop.h"
-#include "platform/dispatch.h"
 
 namespace vrel {
 namespace {
@@ -37,6 +37,18 @@ constexpr CollectorTexts notCollectedTexts{"The setlist was not collected", "El 
 constexpr CollectorTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo ha quedado nada allí.",
                                           "%1\nRien n'y est resté.", "%1\nNon vi è rimasto nulla.",
                                           "%1\nDort ist nichts zurückgeblieben."};
+
+constexpr CollectorTexts endTexts{"The setlist is still being collected", "El setlist aún se está reuniendo",
+                                  "La liste est encore en cours de collecte",
+                                  "La raccolta della scaletta è ancora in corso", "Die Setliste wird noch gesammelt"};
+constexpr CollectorTexts endDetailTexts{"What was copied so far is removed if you quit now.",
+                                        "Si sales ahora, se borra lo que ya se ha copiado.",
+                                        "Si vous quittez maintenant, ce qui a été copié est supprimé.",
+                                        "Se esci ora, ciò che è stato copiato viene rimosso.",
+                                        "Wird jetzt beendet, so wird entfernt, was bisher kopiert wurde."};
+constexpr CollectorTexts quitTexts{"Quit", "Salir", "Quitter", "Esci", "Beenden"};
+constexpr CollectorTexts goOnTexts{"Go on collecting", "Seguir reuniendo", "Continuer la collecte",
+                                   "Continua la raccolta", "Weiter sammeln"};
 
 std::string filledText(const CollectorTexts& texts, Language language, const std::string& with = {}) {
   std::string text(texts.at(static_cast<std::size_t>(language)));
@@ -61,15 +73,26 @@ std::string listOf(const std::vector<std::string>& lines) {
 SetlistCollector::SetlistCollector(const Collaborators& collaborators)
     : state_(collaborators.state),
       songSwitch_(collaborators.songSwitch),
-      mainQueue_(collaborators.mainQueue),
       copier_(collaborators.copier),
       desktop_(collaborators.desktop),
       console_(collaborators.console),
-      queue_(collaborators.queues.makeSerialQueue("vrel.collected.setlist")) {}
+      queue_(std::make_unique<FileQueue>(collaborators.mainQueue, collaborators.queues, "vrel.collected.setlist")) {}
 
 SetlistCollector::~SetlistCollector() {
   stop();
-  queue_->sync([] {});
+}
+
+bool SetlistCollector::mayEnd() {
+  if (!progress.get()) {
+    return true;
+  }
+  const auto language = state_.language.get();
+  const auto answer =
+      desktop_.runModal(NSAlert{.alertStyle = NSAlert::Style::warning,
+                                .messageText = filledText(endTexts, language),
+                                .informativeText = filledText(endDetailTexts, language),
+                                .buttons = {filledText(quitTexts, language), filledText(goOnTexts, language)}});
+  return answer == std::size_t{0};
 }
 
 void SetlistCollector::collect() {
@@ -97,25 +120,22 @@ void SetlistCollector::begin(const std::filesystem::path& folder) {
   SetlistFile setlist = currentSetlist(state_, songSwitch_.songsAsPlayed(StateRead::now));
   auto background = state_.visualBackgroundVideoPath.get();
   queue_->async([this, folder, setlist = std::make_shared<SetlistFile>(std::move(setlist)),
-                 background = std::move(background), isStopped = isStopped_, life = life_.watch()] {
+                 background = std::move(background), isStopped = isStopped_,
+                 copier = copier_](const FileQueue::Answer& answer) {
     int shown = 0;
     const auto show = [&](double proportion) {
       constexpr int steps = 200;
       if (const int step = static_cast<int>(proportion * steps); step != std::exchange(shown, step)) {
-        mainQueue_.async([this, life, proportion] {
-          if (life.isAlive() && progress.get()) {
+        answer([this, proportion] {
+          if (progress.get()) {
             progress.set(proportion);
           }
         });
       }
       return !isStopped->load();
     };
-    auto collection = collectSetlist(std::move(*setlist), background, folder, copier_, show);
-    mainQueue_.async([this, life, folder, collection = std::move(collection)] {
-      if (life.isAlive()) {
-        report(folder, collection);
-      }
-    });
+    auto collection = collectSetlist(std::move(*setlist), background, folder, *copier, show);
+    answer([this, folder, collection = std::move(collection)] { report(folder, collection); });
   });
 }
 

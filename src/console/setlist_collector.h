@@ -7,7 +7,6 @@
 #include <optional>
 #include <string>
 
-#include "foundation/life_token.h"
 #include "foundation/observable.h"
 
 namespace vrel {
@@ -15,9 +14,9 @@ namespace vrel {
 class AppState;
 class ConsoleOutput;
 class Desktop;
-class DispatchQueue;
 class DispatchQueueFactory;
 class FileCopier;
+class FileQueue;
 class MainQueue;
 class SongSwitch;
 struct Collection;
@@ -34,14 +33,14 @@ class SetlistCollector {
     SongSwitch& songSwitch;
     MainQueue& mainQueue;
     DispatchQueueFactory& queues;
-    FileCopier& copier;  // used on the other thread alone
+    std::shared_ptr<FileCopier> copier;  // for the other thread alone, which may be left behind
     Desktop& desktop;
     ConsoleOutput& console;
   };
 
   /// All are borrowed.
   explicit SetlistCollector(const Collaborators& collaborators);
-  /// Stops what is under way, and waits until nothing of it is left.
+  /// Stops what is under way, and waits until nothing of it is left, as long as its queue does.
   ~SetlistCollector();
   SetlistCollector(const SetlistCollector&) = delete;
   SetlistCollector& operator=(const SetlistCollector&) = delete;
@@ -55,20 +54,21 @@ class SetlistCollector {
   /// What was copied is removed.
   void stop() { *isStopped_ = true; }
 
+  /// Whether the program may end: asks while a setlist is being collected.
+  [[nodiscard]] bool mayEnd();
+
  private:
   void begin(const std::filesystem::path& folder);
   void report(const std::filesystem::path& folder, const Collection& collection);
 
   AppState& state_;
   SongSwitch& songSwitch_;
-  MainQueue& mainQueue_;
-  FileCopier& copier_;
+  const std::shared_ptr<FileCopier> copier_;
   Desktop& desktop_;
   ConsoleOutput& console_;
   bool isChoosing_ = false;
   std::shared_ptr<std::atomic<bool>> isStopped_ = std::make_shared<std::atomic<bool>>(false);
-  LifeToken life_;
-  std::unique_ptr<DispatchQueue> queue_;
+  const std::unique_ptr<FileQueue> queue_;
 };
 
 }  // namespace vrel

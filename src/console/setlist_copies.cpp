@@ -72,16 +72,10 @@ std::string hexText(std::uint64_t number) {
   return text;
 }
 
-}  // namespace
-
-fs::path SetlistCopies::directoryOf(const fs::path& setlist) const {
-  const auto whole = files_.canonicalPath(setlist);
-  return directory_ / (shortened(whole.filename().string()) + "-" + hexText(fnv1a64(whole.string())));
-}
-
-SetlistCopies::Numbers SetlistCopies::numbersIn(const fs::path& directory) const {
-  Numbers numbers;
-  for (const auto& name : files_.fileNames(directory)) {
+/// The newest first.
+std::vector<std::uint64_t> numbersIn(FileManager& files, const fs::path& directory) {
+  std::vector<std::uint64_t> numbers;
+  for (const auto& name : files.fileNames(directory)) {
     if (const auto numbered = numberedName(name); numbered && numbered->second == copyExtension) {
       numbers.push_back(numbered->first);
     }
@@ -90,11 +84,18 @@ SetlistCopies::Numbers SetlistCopies::numbersIn(const fs::path& directory) const
   return numbers;
 }
 
-std::vector<fs::path> SetlistCopies::copiesOf(const fs::path& setlist) const {
+}  // namespace
+
+fs::path directoryOfCopies(FileManager& files, const fs::path& ofAll, const fs::path& setlist) {
+  const auto whole = files.canonicalPath(setlist);
+  return ofAll / (shortened(whole.filename().string()) + "-" + hexText(fnv1a64(whole.string())));
+}
+
+std::vector<fs::path> findCopies(FileManager& files, const fs::path& ofAll, const fs::path& setlist) {
   std::vector<fs::path> copies;
-  if (!directory_.empty()) {
-    const auto directory = directoryOf(setlist);
-    for (const auto number : numbersIn(directory)) {
+  if (!ofAll.empty()) {
+    const auto directory = directoryOfCopies(files, ofAll, setlist);
+    for (const auto number : numbersIn(files, directory)) {
       copies.push_back(directory / nameOf(number));
     }
   }
@@ -115,7 +116,7 @@ bool SetlistCopies::keep(const fs::path& setlist) {
     return false;
   }
   const auto directory = directoryOf(setlist);
-  const auto numbers = numbersIn(directory);
+  const auto numbers = numbersIn(files_, directory);
   const auto newest = numbers.empty() ? 0 : numbers.front();
   const bool isKept = !numbers.empty() && holds(directory / nameOf(newest), bytes.value());
   const bool isGood = isKept || readSetlist(bytes.value());
@@ -175,7 +176,7 @@ Outcome SetlistCopies::add(const fs::path& setlist, std::uint64_t number, const 
 
 /// Drops what is too old, and what a copy that was never finished has left. A failure costs space only.
 void SetlistCopies::tidy(const fs::path& directory) {
-  const auto numbers = numbersIn(directory);
+  const auto numbers = numbersIn(files_, directory);
   for (std::size_t index = mostCopies; index < numbers.size(); ++index) {
     if (const auto copy = directory / nameOf(numbers[index]); copy != held_) {
       static_cast<void>(files_.remove(copy));

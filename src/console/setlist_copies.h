@@ -16,6 +16,14 @@ namespace vrel {
 class ConsoleOutput;
 class FileManager;
 
+/// The directory of a setlist's copies among those of all setlists. Any thread.
+[[nodiscard]] std::filesystem::path directoryOfCopies(FileManager& files, const std::filesystem::path& ofAll,
+                                                      const std::filesystem::path& setlist);
+
+/// The copies that are there, newest first; none where `ofAll` is empty. Any thread.
+[[nodiscard]] std::vector<std::filesystem::path> findCopies(FileManager& files, const std::filesystem::path& ofAll,
+                                                            const std::filesystem::path& setlist);
+
 /// The last good versions of setlists that were saved over.
 ///
 /// A save writes into the file itself, so a power cut in its middle leaves half a file. What was there before lies here
@@ -40,7 +48,9 @@ class SetlistCopies {
   [[nodiscard]] bool keep(const std::filesystem::path& setlist);
 
   /// The copies of a setlist, newest first.
-  [[nodiscard]] std::vector<std::filesystem::path> copiesOf(const std::filesystem::path& setlist) const;
+  [[nodiscard]] std::vector<std::filesystem::path> copiesOf(const std::filesystem::path& setlist) const {
+    return findCopies(files_, directory_, setlist);
+  }
 
   /// The newest of them that can be opened; none without one.
   [[nodiscard]] std::optional<std::filesystem::path> newestGoodCopyOf(const std::filesystem::path& setlist) const;
@@ -52,12 +62,13 @@ class SetlistCopies {
   /// is saved to the place of its setlist.
   void hold(const std::filesystem::path& copy, const std::filesystem::path& setlist);
 
-  [[nodiscard]] std::filesystem::path directoryOf(const std::filesystem::path& setlist) const;
+  [[nodiscard]] std::filesystem::path directoryOf(const std::filesystem::path& setlist) const {
+    return directoryOfCopies(files_, directory_, setlist);
+  }
+  /// Of the copies of all setlists.
+  [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
 
  private:
-  using Numbers = std::vector<std::uint64_t>;
-
-  [[nodiscard]] Numbers numbersIn(const std::filesystem::path& directory) const;
   [[nodiscard]] bool holds(const std::filesystem::path& copy, const std::string& bytes) const;
   [[nodiscard]] Outcome add(const std::filesystem::path& setlist, std::uint64_t number, const std::string& bytes);
   void tidy(const std::filesystem::path& directory);

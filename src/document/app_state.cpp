@@ -81,11 +81,19 @@ AppState::AppState(const Collaborators& collaborators, std::filesystem::path rec
       components_(collaborators.components),
       mainQueue_(collaborators.mainQueue),
       console_(collaborators.console),
-      files_(collaborators.files) {
+      files_(collaborators.files),
+      recentListQueue_(collaborators.queues != nullptr ? collaborators.queues->makeSerialQueue("vrel.recent.list")
+                                                       : nullptr) {
   readDefaults();
   writeDefaultsThrough();
   loadRecentFiles();
   findPlugins();
+}
+
+AppState::~AppState() {
+  if (recentListQueue_ != nullptr) {
+    recentListQueue_->sync([] {});
+  }
 }
 
 void AppState::findPlugins() {
@@ -233,9 +241,15 @@ void AppState::loadRecentFiles() {
 }
 
 void AppState::saveRecentFiles() {
-  const auto bytes = encodeRecentFiles(recentFiles.get());
-  if (const Outcome failure = bytes ? files_.write(recentFilesPath, bytes.value()) : bytes.error()) {
-    console_.print("Failed to save recent files: " + failure->description);
+  const auto write = [this, bytes = encodeRecentFiles(recentFiles.get())] {
+    if (const Outcome failure = bytes ? files_.write(recentFilesPath, bytes.value()) : bytes.error()) {
+      console_.print("Failed to save recent files: " + failure->description);
+    }
+  };
+  if (recentListQueue_ != nullptr) {
+    recentListQueue_->async(write);
+  } else {
+    write();
   }
 }
 

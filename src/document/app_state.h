@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -19,6 +20,8 @@
 namespace vrel {
 
 class ConsoleOutput;
+class DispatchQueue;
+class DispatchQueueFactory;
 class FileManager;
 class MainQueue;
 class NSUserDefaults;
@@ -50,6 +53,7 @@ class AppState {
     MainQueue& mainQueue;
     ConsoleOutput& console;
     FileManager& files;
+    DispatchQueueFactory* queues = nullptr;  // null: the recent list is written on the main thread
   };
 
   static constexpr std::size_t mostRecentFiles = 5;
@@ -60,6 +64,10 @@ class AppState {
   /// Reads the user's settings and the recent list, then scans the plug-ins: at once where they are known, and else
   /// when they are. All collaborators are borrowed.
   AppState(const Collaborators& collaborators, std::filesystem::path recentPath);
+  /// Waits until the recent list is written.
+  ~AppState();
+  AppState(const AppState&) = delete;
+  AppState& operator=(const AppState&) = delete;
 
   Observable<Language> language{Language::english};
   Observable<std::vector<SongConfig>> songs;
@@ -159,7 +167,7 @@ class AppState {
   /// Takes the list from its file, without the entries whose file is gone. The file is not written. A missing file is
   /// not logged; one that cannot be read is logged, and the list is then empty.
   void loadRecentFiles();
-  /// Writes the list to its file; a failure is logged, and the list stays. Makes no directory.
+  /// Writes the list to its file, beside the main thread; a failure is logged, and the list stays. Makes no directory.
   void saveRecentFiles();
   /// Puts a file at the head of the list, and writes it.
   void addRecentFile(const std::filesystem::path& path);
@@ -178,6 +186,7 @@ class AppState {
   ConsoleOutput& console_;
   FileManager& files_;
   LifeToken life_;
+  const std::unique_ptr<DispatchQueue> recentListQueue_;  // null: see Collaborators
 };
 
 }  // namespace vrel

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "document/plugin_path.h"
+#include "document/played_files.h"
 #include "document/setlist_coding.h"
 #include "foundation/utf8.h"
 
@@ -18,24 +18,11 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view filesFolder = "files";
 
-/// Calls `visit` with the path of each file that the strips play.
 template <typename Visit>
-void visitPlayedFiles(SetlistFile& setlist, Visit visit) {
-  const auto visitPath = [&visit](std::string& path) {
-    if (!path.empty()) {
-      visit(path);
-    }
-  };
+void visitFilesOf(SetlistFile& setlist, const Visit& visit) {
   for (auto& song : setlist.songs) {
     for (auto& channel : song.channels) {
-      const auto kind = pluginPathKind(channel.pluginPath);
-      if (kind == PluginPathKind::playback) {
-        visitPath(channel.playbackFilePath);
-      } else if (kind == PluginPathKind::visual) {
-        for (auto& clip : channel.visualClipMappings) {
-          visitPath(clip.filePath);
-        }
-      }
+      visitPlayedFiles(channel, visit);
     }
   }
 }
@@ -104,14 +91,14 @@ class Collector {
 
   Collection run(SetlistFile& setlist, const std::optional<std::string>& background) {
     std::vector<std::string> played;
-    visitPlayedFiles(setlist, [&played](const std::string& path) { played.push_back(path); });
+    visitFilesOf(setlist, [&played](const std::string& path) { played.push_back(path); });
     if (background && !background->empty()) {
       played.push_back(*background);
     }
     if (!make(folder_) || !copyAll(played)) {
       return std::move(outcome_);
     }
-    visitPlayedFiles(setlist, [this](std::string& path) {
+    visitFilesOf(setlist, [this](std::string& path) {
       if (const auto copied = copies_.find(copier_.canonicalPath(path)); copied != copies_.end()) {
         path = copied->second;
       }
@@ -213,7 +200,7 @@ void takeFilesBeside(SetlistFile& setlist, const fs::path& folder,
     return;
   }
   const std::string before = setlist.collectedFolder + "/";
-  visitPlayedFiles(setlist, [&](std::string& path) {
+  visitFilesOf(setlist, [&](std::string& path) {
     if (path.starts_with(before)) {
       const auto beside = folder / path.substr(before.size());
       if (exists(beside)) {

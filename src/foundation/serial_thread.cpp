@@ -14,13 +14,22 @@ namespace vrel {
 struct SerialThread::Queue {
   Mutex mutex;
   std::condition_variable arrived;
-  std::condition_variable ended;  // the work of some `runAndWait`
+  std::condition_variable ended;  // the work of some `runAndWait`, or all of it
   std::deque<Work> work VREL_GUARDED_BY(mutex);
   bool isEnding VREL_GUARDED_BY(mutex) = false;
+  bool isOver VREL_GUARDED_BY(mutex) = false;
 };
 
-SerialThread::SerialThread(AtEnd atEnd)
-    : atEnd_(atEnd), queue_(std::make_shared<Queue>()), thread_([queue = queue_] { serve(*queue); }) {}
+SerialThread::SerialThread(AtEnd atEnd) : SerialThread(atEnd, std::nullopt) {}
+
+SerialThread::SerialThread(std::chrono::milliseconds longestEnd)
+    : SerialThread(AtEnd::dropWork, std::optional(longestEnd)) {}
+
+SerialThread::SerialThread(AtEnd atEnd, std::optional<std::chrono::milliseconds> longestEnd)
+    : atEnd_(atEnd),
+      longestEnd_(longestEnd),
+      queue_(std::make_shared<Queue>()),
+      thread_([queue = queue_] { serve(*queue); }) {}
 
 SerialThread::~SerialThread() {
   std::deque<Work> dropped;
@@ -33,11 +42,18 @@ SerialThread::~SerialThread() {
   }
   queue_->arrived.notify_one();
   dropped.clear();  // outside of the lock: its destructors may post here
-  if (isCurrent()) {
+  if (isCurrent() || mustLeave()) {
     thread_.detach();
   } else {
     thread_.join();
   }
+}
+
+bool SerialThread::mustLeave() const {
+  MutexLock lock(queue_->mutex);
+  return longestEnd_ &&
+         !queue_->ended.wait_for(lock.native(), *longestEnd_,
+                                 [queue = queue_.get()]() VREL_REQUIRES(queue->mutex) { return queue->isOver; });
 }
 
 void SerialThread::post(Work work) {
@@ -78,6 +94,8 @@ void SerialThread::serve(Queue& queue) {
     queue.arrived.wait(lock.native(),
                        [&queue]() VREL_REQUIRES(queue.mutex) { return queue.isEnding || !queue.work.empty(); });
     if (queue.work.empty()) {
+      queue.isOver = true;
+      queue.ended.notify_all();
       return;
     }
     Work next = std::move(queue.work.front());

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace vrel {
@@ -12,7 +14,8 @@ namespace vrel {
 ///
 /// Threads: `post` and `runAndWait` from any, but never from inside an audio block. Work must not throw.
 /// Ownership: the end, on any other thread, waits for the work under way, and for what is posted if AtEnd says so. On
-/// the thread itself, which cannot wait for its own end, it does not wait.
+/// the thread itself, which cannot wait for its own end, it does not wait. Work that may never end is left behind after
+/// `longestEnd`, with all that it owns.
 class SerialThread {
  public:
   using Work = std::function<void()>;
@@ -21,6 +24,8 @@ class SerialThread {
   enum class AtEnd : std::uint8_t { dropWork, runWork };
 
   explicit SerialThread(AtEnd atEnd);
+  /// Work that has not begun at the end is dropped.
+  explicit SerialThread(std::chrono::milliseconds longestEnd);
   ~SerialThread();
   SerialThread(const SerialThread&) = delete;
   SerialThread& operator=(const SerialThread&) = delete;
@@ -35,9 +40,12 @@ class SerialThread {
 
  private:
   struct Queue;
+  SerialThread(AtEnd atEnd, std::optional<std::chrono::milliseconds> longestEnd);
   static void serve(Queue& queue);
+  [[nodiscard]] bool mustLeave() const;
 
   const AtEnd atEnd_;
+  const std::optional<std::chrono::milliseconds> longestEnd_;  // none: as long as it takes
   std::shared_ptr<Queue> queue_;
   std::thread thread_;  // last: it uses the queue
 };

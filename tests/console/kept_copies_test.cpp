@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,10 +28,17 @@ class KeptVersions : public SetlistFilesStage {
     EXPECT_TRUE(setlistFiles.writeSetlist(gig));
   }
 
+  void readAll() {
+    auto& queue = queues.queue("vrel.kept.copies");
+    while (queue.pendingCount() > 0) {
+      queue.runAll();
+      settle();
+    }
+  }
+
   void openPage() {
     page.open();
-    queues.queue("vrel.kept.copies").runAll();
-    settle();
+    readAll();
   }
 
   [[nodiscard]] std::vector<std::string> names() const {
@@ -43,7 +51,7 @@ class KeptVersions : public SetlistFilesStage {
 
   [[nodiscard]] std::filesystem::path pathOf(std::size_t row) const { return page.rows.get().at(row).path; }
 
-  KeptCopies page{{state, copies, setlistFiles, mainQueue, &queues, &files}};
+  KeptCopies page{{state, copies, setlistFiles, mainQueue, &queues, {std::shared_ptr<void>(), &files}}};
 };
 
 TEST_F(KeptVersions, AreListedNewestFirstWithTheirTimesAndSongs) {
@@ -67,13 +75,30 @@ TEST_F(KeptVersions, AreReadBesideTheMainThreadAndNotAnyMoreOnceThePageIsClosed)
   EXPECT_TRUE(page.isReading.get());
   EXPECT_THAT(page.rows.get(), IsEmpty());
   page.close();
-  queues.queue("vrel.kept.copies").runAll();
-  settle();
+  readAll();
   EXPECT_THAT(page.rows.get(), IsEmpty());
   EXPECT_FALSE(page.isReading.get());
   openPage();
   EXPECT_THAT(page.rows.get(), SizeIs(1));
   EXPECT_FALSE(page.isReading.get());
+}
+
+TEST_F(KeptVersions, AreLookedForBesideTheMainThread) {
+  save({"One"});
+  save({"Two"});
+  page.open();
+  save({"Three"});
+  readAll();
+  EXPECT_EQ(names(), (std::vector<std::string>{"Two", "One"})) << "those that there are when the other thread looks";
+}
+
+TEST_F(KeptVersions, WhereNothingIsKeptThePageSaysSoOnceThatIsKnown) {
+  save({"One"});
+  page.open();
+  EXPECT_EQ(page.statusText(), gig.string());
+  readAll();
+  EXPECT_FALSE(page.isReading.get());
+  EXPECT_THAT(page.statusText(), HasSubstr("Nothing is kept"));
 }
 
 TEST_F(KeptVersions, OneThatIsDamagedIsShownAsSuchAndNotOpened) {

@@ -3,16 +3,20 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "console/setlist_files_stage.h"
 #include "document/setlist_coding.h"
+#include "platform/dispatch.h"
 #include "platform/file_copier.h"
 
 namespace vrel {
@@ -81,9 +85,10 @@ class Collecting : public SetlistFilesStage {
   }
 
   const fs::path folder = "/stick/Saturday";
-  MemoryCopier copier;
+  const std::shared_ptr<MemoryCopier> memory = std::make_shared<MemoryCopier>();
+  MemoryCopier& copier = *memory;
   std::unique_ptr<SetlistCollector> collector = std::make_unique<SetlistCollector>(
-      SetlistCollector::Collaborators{state, songSwitch, mainQueue, queues, copier, desktop, console});
+      SetlistCollector::Collaborators{state, songSwitch, mainQueue, queues, memory, desktop, console});
 };
 
 TEST_F(Collecting, TakesWhatIsOnStageAndSaysWhatWasMissing) {
@@ -172,6 +177,57 @@ TEST_F(Collecting, TheEndOfTheProgramStopsIt) {
   collector.reset();
   EXPECT_TRUE(copier.made.empty());
   settle();
+}
+
+TEST_F(Collecting, TheEndOfTheProgramIsAskedAboutWhileItIsUnderWay) {
+  setlistFiles.mayEnd = [this] { return collector->mayEnd(); };
+  const auto askForEnd = [this](std::deque<std::size_t> answers) {
+    desktop.alerts.clear();
+    desktop.alertAnswers = std::move(answers);
+    setlistFiles.confirmTermination();
+    return desktop.terminationReplies.back();
+  };
+  choose();
+  EXPECT_FALSE(askForEnd({1, doNotSaveButton})) << "it goes on";
+  ASSERT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(desktop.alerts[0].messageText, "The setlist is still being collected");
+  EXPECT_FALSE(setlistFiles.isEndAgreed());
+  EXPECT_TRUE(askForEnd({0, doNotSaveButton}));
+  finish();
+  EXPECT_TRUE(askForEnd({doNotSaveButton})) << "nothing is under way any more";
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+}
+
+/// A queue that leaves its work behind when it ends, as one does whose file never answers.
+class LeavingQueueFactory : public DispatchQueueFactory {
+ public:
+  std::deque<DispatchQueue::Work> left;
+
+  std::unique_ptr<DispatchQueue> makeSerialQueue(const std::string& /*label*/) override {
+    class Queue : public DispatchQueue {
+     public:
+      explicit Queue(std::deque<Work>& work) : work_(work) {}
+      void async(Work work) override { work_.push_back(std::move(work)); }
+      void sync(const Work& work) override { work(); }
+
+     private:
+      std::deque<Work>& work_;
+    };
+    return std::make_unique<Queue>(left);
+  }
+};
+
+TEST_F(Collecting, WorkThatWasLeftBehindAtTheEndRemovesItsCopiesAndSaysNothing) {
+  LeavingQueueFactory leaving;
+  collector = std::make_unique<SetlistCollector>(
+      SetlistCollector::Collaborators{state, songSwitch, mainQueue, leaving, memory, desktop, console});
+  choose();
+  copier.whileCopying = [this] { collector.reset(); };
+  ASSERT_EQ(leaving.left.size(), 1U);
+  leaving.left.front()();
+  settle();
+  EXPECT_TRUE(copier.made.empty());
+  EXPECT_TRUE(desktop.alerts.empty());
 }
 
 }  // namespace

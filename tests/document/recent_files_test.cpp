@@ -97,6 +97,19 @@ TEST_F(RecentFiles, DeletedOnesVanishAtTheNextStartAndFromTheDiskAtTheNextWrite)
   EXPECT_EQ(stored(), (Paths{"/a.vrel", "/c.vrel"}));
 }
 
+TEST_F(RecentFiles, TheListIsWrittenBesideTheMainThreadInTheOrderOfItsChangesAndBeforeTheEnd) {
+  simulation::CrankedQueueFactory queues;
+  state.emplace(AppState::Collaborators{defaults, components, mainQueue, console, files, &queues}, recentPath);
+  state->addRecentFile("/a.vrel");
+  state->addRecentFile("/b.vrel");
+  EXPECT_EQ(state->recentFiles.get(), (Paths{"/b.vrel", "/a.vrel"})) << "at once, whoever looks";
+  EXPECT_FALSE(files.files.contains(recentPath));
+  queues.queue("vrel.recent.list").runOne();
+  EXPECT_EQ(stored(), (Paths{"/a.vrel"}));
+  state.reset();
+  EXPECT_EQ(stored(), (Paths{"/b.vrel", "/a.vrel"}));
+}
+
 TEST_F(RecentFiles, ClearingEmptiesTheListHereAndOnTheDisk) {
   start().addRecentFile("/a.vrel");
   state->clearRecentFiles();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <future>
 #include <memory>
 #include <numeric>
@@ -44,6 +45,43 @@ TEST(SerialThread, WorkThatHasNotBegunIsDroppedAtTheEndIfSoChosen) {
   thread->post([&ranLate, opener = std::move(opener)] { ranLate = true; });
   thread.reset();
   EXPECT_FALSE(ranLate);
+}
+
+TEST(SerialThread, WorkThatDoesNotEndIsLeftBehindWithWhatItOwnsAndWhatComesAfterItIsDropped) {
+  const auto hung = std::make_shared<std::promise<void>>();
+  std::promise<void> begun;
+  std::promise<void> ended;
+  bool ranLate = false;
+  auto thread = std::make_unique<SerialThread>(std::chrono::milliseconds(1));
+  thread->post([hung, &begun, &ended] {
+    begun.set_value();
+    hung->get_future().wait();
+    ended.set_value();
+  });
+  begun.get_future().wait();
+  thread->post([&ranLate] { ranLate = true; });
+  thread.reset();
+  hung->set_value();
+  ended.get_future().wait();
+  EXPECT_FALSE(ranLate);
+}
+
+TEST(SerialThread, WorkThatEndsInTimeIsWaitedForByABoundedEnd) {
+  std::promise<void> begun;
+  std::promise<void> mayEnd;
+  bool hasEnded = false;
+  auto thread = std::make_unique<SerialThread>(std::chrono::hours(1));
+  thread->post([&] {
+    begun.set_value();
+    mayEnd.get_future().wait();
+    hasEnded = true;
+  });
+  begun.get_future().wait();
+  // The work under way ends when the dropped one goes.
+  std::shared_ptr<void> opener(static_cast<void*>(&mayEnd), [&mayEnd](void*) { mayEnd.set_value(); });
+  thread->post([opener = std::move(opener)] {});
+  thread.reset();
+  EXPECT_TRUE(hasEnded);
 }
 
 TEST(SerialThread, MayEndOnItself) {

@@ -17,4 +17,8 @@ std::unique_ptr<DispatchQueue> SerialQueueFactory::makeSerialQueue(const std::st
   return std::make_unique<SerialQueue>();
 }
 
+std::unique_ptr<DispatchQueue> BoundedQueueFactory::makeSerialQueue(const std::string& /*label*/) {
+  return std::make_unique<SerialQueue>(longestEnd_);
+}
+
 }  // namespace vrel::system

@@ -109,4 +109,13 @@ void PosixFileCopier::remove(const fs::path& path) {
   }
 }
 
+std::shared_ptr<FileCopier> makeFileCopier() {
+  struct Owner {
+    FileCalls calls;
+    PosixFileCopier files{calls};
+  };
+  const auto owner = std::make_shared<Owner>();
+  return {owner, &owner->files};
+}
+
 }  // namespace vrel::system

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "foundation/result.h"
@@ -26,5 +27,8 @@ class PosixFileCopier final : public FileCopier {
  private:
   FileCalls& calls_;
 };
+
+/// One with calls of its own, for work that may outlive whoever began it.
+[[nodiscard]] std::shared_ptr<FileCopier> makeFileCopier();
 
 }  // namespace vrel::system

@@ -174,4 +174,13 @@ Outcome PosixFileManager::remove(const fs::path& path) {
   return outcome(path, calls_.unlink(path.c_str()) < 0 ? errno : 0);
 }
 
+std::shared_ptr<FileManager> makeFileManager() {
+  struct Owner {
+    FileCalls calls;
+    PosixFileManager files{calls};
+  };
+  const auto owner = std::make_shared<Owner>();
+  return {owner, &owner->files};
+}
+
 }  // namespace vrel::system

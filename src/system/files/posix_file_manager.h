@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -48,5 +49,8 @@ class PosixFileManager final : public FileManager {
 
   FileCalls& calls_;
 };
+
+/// One with calls of its own, for work that may outlive whoever began it.
+[[nodiscard]] std::shared_ptr<FileManager> makeFileManager();
 
 }  // namespace vrel::system

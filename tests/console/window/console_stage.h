@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <memory>
+
 #include <optional>
 #include <utility>
 
@@ -23,6 +25,7 @@ class ConsoleStage : public SimulatedSession {
   simulation::ScriptedDesktop desktop;
   NSNotificationCenter notifications;
   simulation::SimulatedProcesses processes;
+  const std::shared_ptr<FileManager> sharedFiles{std::shared_ptr<void>(), &files};
   ContentView content{{state,
                        *engine,
                        mainQueue,
@@ -34,7 +37,7 @@ class ConsoleStage : public SimulatedSession {
                        "/home/me/copies",
                        {},
                        nullptr,
-                       {&queues, &files, &files, &processes, "vrel-render"}}};
+                       {&queues, sharedFiles, sharedFiles, &processes, "vrel-render"}}};
 };
 
 }  // namespace vrel::window
