@@ -2,6 +2,7 @@
 #include "console/edit_history.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "channel/channel_values.h"
@@ -11,6 +12,7 @@
 #include "console/strips_on_stage.h"
 #include "document/app_state.h"
 #include "document/find_slot.h"
+#include "document/played_files.h"
 #include "engine/audio_engine.h"
 #include "performance/channel_builder.h"
 #include "performance/console_selection.h"
@@ -36,6 +38,38 @@ void requestStatesThatGo(const AudioChannel& channel, const ChannelConfig& from,
     for (const auto& [slot, effect] : channel.effectNodes.get()) {
       effect->auAudioUnit().requestFullStateForDocument();
     }
+  }
+}
+
+using SongPlaces = std::map<Uuid, std::size_t>;
+
+SongPlaces placesOf(const EditShot& shot) {
+  SongPlaces places;
+  for (std::size_t place = 0; place < shot.songs.size(); ++place) {
+    places.emplace(shot.songs[place]->id, place);
+  }
+  return places;
+}
+
+/// What a step has changed in a song beside its learned controls.
+void changeSongValues(SongConfig& present, const SongConfig& from, const SongConfig& to) {
+  if (from.name != to.name) {
+    present.name = to.name;
+  }
+  if (from.program != to.program) {
+    present.program = to.program;
+  }
+}
+
+void replaceFiles(SongConfig& song, const FileDifference& difference) {
+  std::size_t index = 0;
+  for (auto& channel : song.channels) {
+    visitPlayedFiles(channel, [&](std::string& path) {
+      if (index < difference.before.size() && path == difference.before[index]) {
+        path = difference.after[index];
+      }
+      ++index;
+    });
   }
 }
 
@@ -241,6 +275,7 @@ void EditHistory::travel(EditShot& from, const EditShot& to) {
   changeSongs(from, to);
   const bool isThere = bringOnStage(from, to);
   if (isThere && from.songOnStage == to.songOnStage) {
+    changeFiles(from, to);  // behind the switch, which captures the song that leaves
     changeStrips(from, to);
   }
   state_.markEdited();
@@ -253,8 +288,9 @@ void EditHistory::travel(EditShot& from, const EditShot& to) {
 }
 
 void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
+  const SongPlaces wanted = placesOf(to);
   for (auto& song : from.songs) {
-    if (!to.indexOfSong(song->id)) {
+    if (!wanted.contains(song->id)) {
       songSwitch_.captureCurrentSong();
       const auto& songs = state_.songs.get();
       const auto live = std::find_if(songs.begin(), songs.end(), [&](const auto& each) { return each.id == song->id; });
@@ -265,28 +301,28 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
     }
   }
   const auto onStage = songList_.songOnStage();
+  const SongPlaces former = placesOf(from);
   state_.songs.modify([&](std::vector<SongConfig>& songs) {
-    for (std::size_t index = 0; index < to.songs.size(); ++index) {
-      const auto& wanted = *to.songs[index];
-      auto found = std::find_if(songs.begin(), songs.end(), [&](const auto& each) { return each.id == wanted.id; });
-      if (found == songs.end()) {
-        if (from.indexOfSong(wanted.id)) {
-          continue;
+    std::set<Uuid> present;
+    for (SongConfig& song : songs) {
+      present.insert(song.id);
+      if (wanted.contains(song.id) && former.contains(song.id)) {
+        changeSongValues(song, *from.songs[former.at(song.id)], *to.songs[wanted.at(song.id)]);
+        if (!haveLearnedTheSame(*from.songs[former.at(song.id)], *to.songs[wanted.at(song.id)]) ||
+            from.songOnStage == song.id) {
+          changeLearned(song, from, to);
         }
-        found = songs.insert(songs.begin() + static_cast<std::ptrdiff_t>(std::min(index, songs.size())), wanted);
-      }
-      const auto former = from.indexOfSong(wanted.id);
-      if (former && from.songs[*former]->name != wanted.name) {
-        found->name = wanted.name;
-      }
-      if (former && (!haveLearnedTheSame(*from.songs[*former], wanted) || from.songOnStage == wanted.id)) {
-        changeLearned(*found, from, to);
-      }
-      if (former && from.songs[*former]->program != wanted.program) {
-        found->program = wanted.program;
       }
     }
-    const auto rank = [&](const SongConfig& song) { return to.indexOfSong(song.id).value_or(to.songs.size()); };
+    for (const auto& song : to.songs) {
+      if (!present.contains(song->id) && !former.contains(song->id)) {
+        songs.push_back(*song);
+      }
+    }
+    const auto rank = [&](const SongConfig& song) {
+      const auto place = wanted.find(song.id);
+      return place == wanted.end() ? wanted.size() : place->second;
+    };
     std::stable_sort(songs.begin(), songs.end(), [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
   });
   state_.selectedSongIndex.set(onStage ? songList_.indexOf(*onStage) : std::nullopt);
@@ -297,6 +333,23 @@ void EditHistory::changeSongs(EditShot& from, const EditShot& to) {
   if (from.songControl != to.songControl) {
     state_.songControl.set(to.songControl);
   }
+}
+
+void EditHistory::changeFiles(const EditShot& from, const EditShot& to) {
+  std::map<Uuid, FileDifference> differences;
+  for (auto& difference : differencesInFiles(from, to)) {
+    differences.emplace(difference.song, std::move(difference));
+  }
+  if (differences.empty()) {
+    return;
+  }
+  state_.songs.modify([&](std::vector<SongConfig>& songs) {
+    for (SongConfig& song : songs) {
+      if (const auto found = differences.find(song.id); found != differences.end()) {
+        replaceFiles(song, found->second);
+      }
+    }
+  });
 }
 
 /// The song of the step, when it is not on stage and is needed there. False when it cannot be.

@@ -78,6 +78,7 @@ class EditHistory {
   void sourceCame(const AudioChannel& channel);
   void travel(EditShot& from, const EditShot& to);
   void changeSongs(EditShot& from, const EditShot& to);
+  void changeFiles(const EditShot& from, const EditShot& to);
   [[nodiscard]] bool bringOnStage(const EditShot& from, const EditShot& to);
   void changeStrips(EditShot& from, const EditShot& to);
   void changeStrip(const std::shared_ptr<AudioChannel>& channel, StripShot& from, const StripShot& to);

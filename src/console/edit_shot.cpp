@@ -9,6 +9,7 @@
 #include "channel/audio_channel.h"
 #include "channel/channel_values.h"
 #include "document/app_state.h"
+#include "document/played_files.h"
 #include "engine/audio_engine.h"
 
 namespace vrel {
@@ -119,6 +120,14 @@ std::optional<EditDifference> stageDifference(const EditShot& before, const Edit
   return stripDifference(before.master.record, after.master.record, "master");
 }
 
+std::vector<std::string> filesOf(const SongConfig& song) {
+  std::vector<std::string> files;
+  for (const auto& channel : song.channels) {
+    visitPlayedFiles(channel, [&files](const std::string& path) { files.push_back(path); });
+  }
+  return files;
+}
+
 /// A plug-in that went, and where its state goes.
 struct GonePlugin {
   AUAudioUnit* unit;
@@ -186,8 +195,10 @@ EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former, 
   shot.learnedForAll = state.globalMidiControlAssignments.get();
   shot.songControl = state.songControl.get();
   shot.songs.reserve(songs.size());
+  std::size_t likely = 0;
   for (const auto& song : songs) {
-    const auto index = former.indexOfSong(song.id, shot.songs.size());
+    const auto index = former.indexOfSong(song.id, likely);
+    likely = index ? *index + 1 : likely;
     const bool mayDiffer = changed.isAny || changed.songs.contains(song.id);
     const bool isSame = index && (!mayDiffer || *former.songs[*index] == song);
     shot.songs.push_back(isSame ? former.songs[*index] : std::make_shared<const SongConfig>(song));
@@ -210,6 +221,23 @@ bool differInOrder(const EditShot& before, const EditShot& after) {
   return songIds(before) != songIds(after) || stripIds(before) != stripIds(after);
 }
 
+std::vector<FileDifference> differencesInFiles(const EditShot& before, const EditShot& after) {
+  std::vector<FileDifference> differences;
+  const auto count = before.songs.size() == after.songs.size() ? before.songs.size() : 0;
+  for (std::size_t index = 0; index < count; ++index) {
+    const SongConfig& song = *before.songs[index];
+    const bool isOnStage = before.songOnStage == song.id || after.songOnStage == song.id;
+    if (before.songs[index] == after.songs[index] || song.id != after.songs[index]->id || isOnStage) {
+      continue;  // the record of the song on stage may be out of date
+    }
+    FileDifference difference{song.id, filesOf(song), filesOf(*after.songs[index])};
+    if (difference.before != difference.after && difference.before.size() == difference.after.size()) {
+      differences.push_back(std::move(difference));
+    }
+  }
+  return differences;
+}
+
 std::optional<EditDifference> differenceOf(const EditShot& before, const EditShot& after) {
   if (songIds(before) != songIds(after)) {
     return orderDifference(before.songs.size(), after.songs.size(), TextKey::addSong, TextKey::deleteSong,
@@ -219,6 +247,9 @@ std::optional<EditDifference> differenceOf(const EditShot& before, const EditSho
     if (before.songs[index]->name != after.songs[index]->name) {
       return EditDifference{TextKey::renameSong, Uuid::fresh().text()};
     }
+  }
+  if (!differencesInFiles(before, after).empty()) {
+    return EditDifference{TextKey::visualFile, Uuid::fresh().text()};
   }
   if (before.songOnStage == after.songOnStage) {
     if (const auto found = stageDifference(before, after)) {

@@ -69,6 +69,16 @@ struct ChangedSongs {
 [[nodiscard]] EditShot takeShot(AppState& state, AudioEngine& engine, const EditShot& former,
                                 const ChangedSongs& changed);
 
+/// The files that a song plays, before and after an edit, in the order of its strips.
+struct FileDifference {
+  Uuid song;
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+};
+
+/// Of the songs that are on stage in neither shot; nothing where the songs are not the same ones in the same order.
+[[nodiscard]] std::vector<FileDifference> differencesInFiles(const EditShot& before, const EditShot& after);
+
 /// None for two that look alike to a person; what else happens on stage than edits is not looked at.
 [[nodiscard]] std::optional<EditDifference> differenceOf(const EditShot& before, const EditShot& after);
 

@@ -4,11 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "console/instrument_selector.h"
 #include "console/setlist_files_stage.h"
+#include "console/window/console_stage.h"
 #include "engine/audio_engine.h"
 
 namespace vrel {
@@ -64,7 +66,15 @@ class FilesThatMoved : public SetlistFilesStage {
   }
 
   InstrumentSelector instruments{{state, *engine, mainQueue, console, selection}};
-  MovedFiles moved{{state, *engine, songSwitch, setlistFiles, instruments, mainQueue, desktop, &queues, &files}};
+  MovedFiles moved{{state,
+                    *engine,
+                    songSwitch,
+                    setlistFiles,
+                    instruments,
+                    mainQueue,
+                    desktop,
+                    &queues,
+                    {std::shared_ptr<void>(), &files}}};
 };
 
 TEST_F(FilesThatMoved, AreOfferedInOneQuestionThatTakesAllOfThem) {
@@ -129,6 +139,54 @@ TEST_F(FilesThatMoved, AreNoQuestionWhereAllAreInTheirPlaces) {
   }
   open();
   EXPECT_THAT(desktop.alerts, IsEmpty());
+}
+
+class StepOfMovedFiles : public window::ConsoleStage {};
+
+TEST_F(StepOfMovedFiles, HoldsAllSongsAndIsTakenBackWhateverIsOnStage) {
+  auto& history = content.editHistory();
+  const auto track = [](const std::string& path) {
+    auto strip = record("Track", "internal:playback");
+    strip.playbackFilePath = path;
+    return strip;
+  };
+  auto clips = record("Clips", "internal:visual");
+  clips.visualClipMappings = {{.filePath = "/old/sea.mp4"}, {.filePath = "/old/gone.mp4"}};
+  SetlistFile setlist;
+  setlist.songs.resize(2);
+  setlist.songs[0].channels = {track("/old/click.wav")};
+  setlist.songs[1].channels = {track("/old/click.wav"), clips};
+  files.place("/home/me/gig.vrel", encodeSetlist(setlist).value());
+  files.place("/home/me/audio/click.wav", "");
+  files.place("/home/me/clips/sea.mp4", "");
+  content.setlistFiles().loadSetlist("/home/me/gig.vrel");
+  answerAll();
+  ASSERT_EQ(history.undoCount(), 0U);
+  desktop.alertAnswers = {0};
+  queues.queue("vrel.moved.files").runAll();
+  answerAll();
+  ASSERT_EQ(history.undoCount(), 1U);
+  EXPECT_EQ(state.undoTitle.get(), "Undo: File");
+  const auto expectFiles = [this](const std::string& click, const std::string& sea) {
+    EXPECT_EQ(state.selectedSongIndex.get(), 0U) << "where it was when they were taken";
+    EXPECT_EQ(strip(0).playbackFilePath.get(), click);
+    EXPECT_EQ(song(1).channels[0].playbackFilePath, click);
+    EXPECT_EQ(song(1).channels[1].visualClipMappings[0].filePath, sea);
+    EXPECT_EQ(song(1).channels[1].visualClipMappings[1].filePath, "/old/gone.mp4");
+  };
+  expectFiles("/home/me/audio/click.wav", "/home/me/clips/sea.mp4");
+  history.undo();
+  answerAll();
+  expectFiles("/old/click.wav", "/old/sea.mp4");
+  history.redo();
+  answerAll();
+  expectFiles("/home/me/audio/click.wav", "/home/me/clips/sea.mp4");
+  content.songSwitch().applySong(1);
+  answerAll();
+  history.undo();
+  answerAll();
+  expectFiles("/old/click.wav", "/old/sea.mp4");
+  EXPECT_EQ(history.undoCount(), 0U);
 }
 
 }  // namespace
