@@ -101,6 +101,7 @@ Outcome OfflineStage::start(SetlistFile setlist) {
   state_.songs.set(std::move(setlist.songs));
   state_.globalMidiControlAssignments.set(std::move(setlist.globalMidiControlAssignments));
   state_.songControl.set(setlist.songControl);
+  performer_.content().setlistFiles().setCollectedFolder(std::move(setlist.collectedFolder));
   mainLoop_.runPending();
   if (engine_->engine().isRunning()) {
     return {};

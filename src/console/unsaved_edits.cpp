@@ -10,6 +10,7 @@
 #include "console/current_setlist.h"
 #include "console/setlist_files.h"
 #include "document/app_state.h"
+#include "document/collected_setlist.h"
 #include "document/setlist_coding.h"
 #include "engine/plugin_state.h"
 #include "performance/live_mode_policy.h"
@@ -62,6 +63,22 @@ std::string songNamesOf(const SetlistFile& setlist) {
     names += (index == 0 ? "" : ", ") + songs[index].name;
   }
   return songs.size() > mostSongsNamed ? names + ", ... (" + std::to_string(songs.size()) + ")" : names;
+}
+
+/// Where the setlist lies: a collected one that has been moved still names its former folder.
+fs::path placeNow(FileManager& files, const fs::path& before, const std::string& collectedFolder,
+                  const std::vector<fs::path>& knownSetlists) {
+  if (collectedFolder.empty() || files.fileExists(before)) {
+    return before;
+  }
+  for (const auto& known : knownSetlists) {
+    const auto bytes = known.filename() == before.filename() ? files.contents(known, mostSetlistBytes) : Error{};
+    const auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
+    if (setlist && setlist.value().collectedFolder == collectedFolder) {
+      return known;
+    }
+  }
+  return before;
 }
 
 }  // namespace
@@ -229,7 +246,8 @@ std::vector<std::string> UnsavedEdits::endedRuns() const {
   return runs;
 }
 
-std::optional<UnsavedEdits::Kept> UnsavedEdits::read(const std::string& run) const {
+std::optional<UnsavedEdits::Kept> UnsavedEdits::read(const std::string& run,
+                                                     const std::vector<fs::path>& knownSetlists) const {
   const auto bytes = files_.contents(fileOf(run), mostSetlistBytes);
   auto setlist = bytes ? readSetlist(bytes.value()) : bytes.error();
   if (!setlist) {
@@ -237,16 +255,22 @@ std::optional<UnsavedEdits::Kept> UnsavedEdits::read(const std::string& run) con
     return std::nullopt;
   }
   const auto path = files_.contents(pathFileOf(run), longestKeptPath);
-  const bool hasPath = path && !path.value().empty();
-  return Kept{std::move(setlist).value(), hasPath ? std::optional<fs::path>(path.value()) : std::nullopt};
+  if (!path || path.value().empty()) {
+    return Kept{std::move(setlist).value(), std::nullopt};
+  }
+  auto place = placeNow(files_, path.value(), setlist.value().collectedFolder, knownSetlists);
+  takeFilesBeside(setlist.value(), files_.canonicalPath(place).parent_path(),
+                  [this](const fs::path& file) { return files_.fileExists(file); });
+  return Kept{std::move(setlist).value(), std::move(place)};
 }
 
 std::optional<UnsavedEdits::Kept> UnsavedEdits::readBeside(const std::string& run) const {
+  const auto knownSetlists = state_.recentFiles.get();
   if (background_ == nullptr) {
-    return read(run);
+    return read(run, knownSetlists);
   }
   std::optional<Kept> kept;
-  background_->run([&] { kept = read(run); }, [] {});
+  background_->run([&] { kept = read(run, knownSetlists); }, [] {});
   return kept;
 }
 

@@ -93,7 +93,8 @@ class UnsavedEdits {
   [[nodiscard]] std::filesystem::path fileOf(const std::string& run) const;
   [[nodiscard]] std::filesystem::path pathFileOf(const std::string& run) const;
   [[nodiscard]] std::vector<std::string> endedRuns() const;
-  [[nodiscard]] std::optional<Kept> read(const std::string& run) const;
+  [[nodiscard]] std::optional<Kept> read(const std::string& run,
+                                         const std::vector<std::filesystem::path>& knownSetlists) const;
   [[nodiscard]] std::optional<Kept> readBeside(const std::string& run) const;
   [[nodiscard]] bool mustOfferLater();
   [[nodiscard]] Answer ask(const Kept& kept) const;

@@ -61,6 +61,44 @@ TEST_F(EditsOfAFormerRun, GoWithASaveThatComesSoonAfterTheyWereOpened) {
   EXPECT_FALSE(files.files.contains(kept));
 }
 
+TEST_F(EditsOfAFormerRun, OfACollectedSetlistBelongToItsNewPlaceWhereItIsKnown) {
+  const std::filesystem::path before = "/stick/Gig/Gig.vrel";
+  const std::filesystem::path now = "/home/me/Gig/Gig.vrel";
+  const std::string trackBefore = "/stick/Gig/files/take.wav";
+  const std::string trackNow = "/home/me/Gig/files/take.wav";
+  SetlistFile collected;
+  collected.collectedFolder = "/stick/Gig";
+  collected.songs.emplace_back().channels = {{.pluginPath = "internal:playback", .playbackFilePath = trackBefore}};
+  files.place(before, encodeSetlist(collected).value());
+  files.place(trackBefore, "");
+  setlistFiles.loadSetlist(before);
+  settle();
+  rename("Edited");
+  keep();
+  auto next = startAgain();
+  const auto bytes = files.files.at(before);
+  files.files.erase(before);
+  files.files.erase(trackBefore);
+  files.place(trackNow, "");
+  setlistFiles.newSetlist(false);
+  desktop.alertAnswers = {openButton};
+  next->offer();
+  settle();
+  EXPECT_EQ(state.currentFilePath.get(), before) << "nobody knows where it is";
+  EXPECT_EQ(strip(0).playbackFilePath.get(), trackBefore);
+
+  next = startAgain("third");
+  files.place(now, bytes);
+  setlistFiles.loadSetlist(now);
+  desktop.alertAnswers = {openButton};
+  next->offer();
+  settle();
+  EXPECT_EQ(songNames(), Names{"Edited"});
+  EXPECT_EQ(state.currentFilePath.get(), now);
+  EXPECT_EQ(strip(0).playbackFilePath.get(), trackNow);
+  EXPECT_EQ(setlistFiles.collectedFolder(), "/home/me/Gig");
+}
+
 TEST_F(EditsOfAFormerRun, GoWhenTheyAreDiscarded) {
   openGig();
   rename("New");

@@ -15,6 +15,7 @@
 #include "apps/vrel-render/show/render_run.h"
 #include "apps/vrel-render/show/show_files.h"
 #include "apps/vrel-render/show/sound_file.h"
+#include "document/setlist_coding.h"
 
 namespace vrel {
 namespace {
@@ -96,6 +97,15 @@ TEST_F(PlaybackShow, ACollectedSetlistSoundsTheSameInAnotherPlaceWithoutItsOrigi
   EXPECT_GT(after.peak(), 0.1F);
   EXPECT_EQ(after.left, before.left);
   EXPECT_EQ(after.right, before.right);
+}
+
+TEST_F(PlaybackShow, ACollectedSetlistCanStillBeMovedWhenItIsSavedInItsFolder) {
+  write("show.vrel", setlistOf({songOf("One", {track(write("take.wav", trackOf(48000, 100)), 60, false)})}));
+  ASSERT_EQ(renderOnZoo({"--collect", at("Gig"), at("show.vrel")}).exitCode, 0);
+  ASSERT_EQ(renderOnZoo({"--save", at("Gig/Gig.vrel"), at("Gig/Gig.vrel")}).exitCode, 0);
+  const auto saved = readSetlist(read("Gig/Gig.vrel"));
+  ASSERT_TRUE(saved);
+  EXPECT_EQ(saved.value().collectedFolder, std::filesystem::canonical(at("Gig")));
 }
 
 TEST_F(PlaybackShow, ACollectionListsWhatIsMissingAndReplacesNothing) {
