@@ -33,6 +33,13 @@ int refusal(const std::filesystem::path& path) {
   return isSpecial ? notARegularFile : 0;
 }
 
+std::filesystem::path canonicalForm(const std::filesystem::path& path) {
+  std::error_code error;
+  const auto whole = std::filesystem::absolute(path, error);
+  auto canonical = error ? path : std::filesystem::weakly_canonical(whole, error);
+  return error ? whole.lexically_normal() : canonical;
+}
+
 int syncDirectory(FileCalls& calls, const std::filesystem::path& directory) {
   OpenFile file(calls);
   const int code = untilFailure([&] { return file.open(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY); },

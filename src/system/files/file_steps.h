@@ -17,6 +17,9 @@ class FileCalls;
 /// Why a path must not be opened at all: 0 for a regular file and for a missing one.
 [[nodiscard]] int refusal(const std::filesystem::path& path);
 
+/// The absolute path without links; a part that does not exist is kept as given.
+[[nodiscard]] std::filesystem::path canonicalForm(const std::filesystem::path& path);
+
 /// Flushes the entries of a directory to the disk.
 [[nodiscard]] int syncDirectory(FileCalls& calls, const std::filesystem::path& directory);
 

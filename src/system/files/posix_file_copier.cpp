@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <limits>
-#include <system_error>
 
 #include "system/files/file_calls.h"
 #include "system/files/file_steps.h"
@@ -37,10 +36,7 @@ int fillNewFile(FileCalls& calls, const fs::path& path, Fill fill) {
 }  // namespace
 
 fs::path PosixFileCopier::canonicalPath(const fs::path& path) {
-  std::error_code error;
-  const auto whole = fs::absolute(path, error);
-  auto canonical = error ? path : fs::weakly_canonical(whole, error);
-  return error ? whole.lexically_normal() : canonical;
+  return canonicalForm(path);
 }
 
 Outcome PosixFileCopier::makeDirectory(const fs::path& path) {

@@ -104,10 +104,7 @@ bool PosixFileManager::fileExists(const fs::path& path) {
 }
 
 fs::path PosixFileManager::canonicalPath(const fs::path& path) {
-  std::error_code error;
-  const auto whole = fs::absolute(path, error);
-  auto canonical = error ? path : fs::weakly_canonical(whole, error);
-  return error ? whole.lexically_normal() : canonical;
+  return canonicalForm(path);
 }
 
 Outcome PosixFileManager::createDirectory(const fs::path& path) {
