@@ -4,14 +4,14 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <string_view>
 
 #include "text/control_names.h"
+#include "text/language_texts.h"
 
 namespace vrel {
 namespace {
 
-using Texts = std::array<std::string_view, 5>;  // in the order of the languages
+using Texts = LanguageTexts;
 
 struct FindingWords {
   FindingKind kind;
@@ -223,16 +223,6 @@ constexpr bool areWordsInOrder() {
 }
 static_assert(areWordsInOrder(), "the words of a kind are at the index of its case");
 
-std::string_view in(const Texts& texts, Language language) {
-  return texts.at(static_cast<std::size_t>(language));
-}
-
-void replace(std::string& text, std::string_view mark, const std::string& with) {
-  if (const auto at = text.find(mark); at != std::string::npos) {
-    text.replace(at, mark.size(), with);
-  }
-}
-
 std::string decimal(double value) {
   std::array<char, 64> digits{};
   std::snprintf(digits.data(), digits.size(), "%.1f", std::isfinite(value) ? value : 0);
@@ -254,7 +244,7 @@ std::string valueText(const Finding& finding) {
 }  // namespace
 
 std::string findingText(const Finding& finding, Language language) {
-  std::string text(in(words.at(static_cast<std::size_t>(finding.kind)).texts, language));
+  std::string text(textIn(words.at(static_cast<std::size_t>(finding.kind)).texts, language));
   std::string targets;
   for (const auto& target : finding.targets) {
     targets += (targets.empty() ? "" : ", ") + controlTargetName(target, language);
@@ -262,15 +252,15 @@ std::string findingText(const Finding& finding, Language language) {
   for (const auto& control : finding.pluginControls) {
     targets += (targets.empty() ? "" : ", ") + control;
   }
-  replace(text, "%2", valueText(finding));
+  fillIn(text, "%2", valueText(finding));
   // Those that hold names come last, the later one first: a name may hold any mark.
-  replace(text, "%3", targets);
-  replace(text, "%1", finding.subject);
+  fillIn(text, "%3", targets);
+  fillIn(text, "%1", finding.subject);
   return finding.reason.empty() ? text : text + " (" + finding.reason + ")";
 }
 
 std::string findingAdvice(FindingKind kind, Language language) {
-  return std::string(in(words.at(static_cast<std::size_t>(kind)).advice, language));
+  return std::string(textIn(words.at(static_cast<std::size_t>(kind)).advice, language));
 }
 
 std::string playedText(const PlayedSong& played, Language language) {
@@ -279,12 +269,12 @@ std::string playedText(const PlayedSong& played, Language language) {
                                "chargé en %1 s ; bloc %2 %, pire %3 % ; crête %4 ; modules %5 Mo",
                                "caricato in %1 s; blocco %2 %, peggiore %3 %; picco %4; plugin %5 MB",
                                "geladen in %1 s; Block %2 %, längster %3 %; Spitze %4; Plugins %5 MB"};
-  std::string text(in(texts, language));
-  replace(text, "%1", decimal(played.loadSeconds));
-  replace(text, "%2", percent(played.medianShare));
-  replace(text, "%3", percent(played.worstShare));
-  replace(text, "%4", played.peak > 0 ? decimal(20 * std::log10(played.peak)) + " dB" : "-");
-  replace(text, "%5", std::to_string((played.memoryBytes + 500'000) / 1'000'000));
+  std::string text(textIn(texts, language));
+  fillIn(text, "%1", decimal(played.loadSeconds));
+  fillIn(text, "%2", percent(played.medianShare));
+  fillIn(text, "%3", percent(played.worstShare));
+  fillIn(text, "%4", played.peak > 0 ? decimal(20 * std::log10(played.peak)) + " dB" : "-");
+  fillIn(text, "%5", std::to_string((played.memoryBytes + 500'000) / 1'000'000));
   return text;
 }
 

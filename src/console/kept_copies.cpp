@@ -2,8 +2,6 @@
 #include "console/kept_copies.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 #include "console/file_queue.h"
@@ -13,29 +11,24 @@
 #include "document/setlist_coding.h"
 #include "performance/live_mode_policy.h"
 #include "platform/file_manager.h"
+#include "text/language_texts.h"
 
 namespace vrel {
 namespace {
 
 constexpr std::size_t mostNamesShown = 60;
 
-using CopyTexts = std::array<std::string_view, 5>;  // in the order of the languages
-
-constexpr CopyTexts nothingKeptTexts{
+constexpr LanguageTexts nothingKeptTexts{
     "Nothing is kept of this setlist yet: each save keeps the version that it replaces",
     "Aún no hay copias de este setlist: cada guardado conserva la versión que sustituye",
     "Aucune copie de cette liste : chaque enregistrement conserve la version qu'il remplace",
     "Nessuna copia di questa scaletta: ogni salvataggio conserva la versione che sostituisce",
     "Von dieser Setliste ist noch nichts aufbewahrt: jedes Sichern bewahrt die Fassung auf, die es ersetzt"};
-constexpr CopyTexts damagedTexts{
+constexpr LanguageTexts damagedTexts{
     "This version is damaged and cannot be opened", "Esta versión está dañada y no se abre",
     "Cette version est endommagée et ne s'ouvre pas", "Questa versione è danneggiata e non si apre",
     "Diese Fassung ist beschädigt und lässt sich nicht öffnen"};
-constexpr CopyTexts songsTexts{"Songs", "Canciones", "Morceaux", "Brani", "Songs"};
-
-std::string_view copyText(const CopyTexts& texts, const AppState& state) {
-  return texts.at(static_cast<std::size_t>(state.language.get()));
-}
+constexpr LanguageTexts songsTexts{"Songs", "Canciones", "Morceaux", "Brani", "Songs"};
 
 /// On the other thread.
 KeptCopy readCopy(FileManager& files, const std::filesystem::path& path) {
@@ -134,13 +127,13 @@ void KeptCopies::restore(const std::filesystem::path& copy) {
 
 std::string KeptCopies::statusText() const {
   const bool isNothingKept = rows.get().empty() && !isReading.get();
-  return isNothingKept ? std::string(copyText(nothingKeptTexts, state_)) : setlist_.value_or("").string();
+  return isNothingKept ? filledText(nothingKeptTexts, state_.language.get()) : setlist_.value_or("").string();
 }
 
 std::string KeptCopies::describe(const KeptCopy& copy) const {
-  return copy.isGood
-             ? std::string(copyText(songsTexts, state_)) + ": " + std::to_string(copy.songCount) + ". " + copy.songNames
-             : std::string(copyText(damagedTexts, state_));
+  return copy.isGood ? filledText(songsTexts, state_.language.get()) + ": " + std::to_string(copy.songCount) + ". " +
+                           copy.songNames
+                     : filledText(damagedTexts, state_.language.get());
 }
 
 }  // namespace vrel

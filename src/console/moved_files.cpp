@@ -2,9 +2,7 @@
 #include "console/moved_files.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
-#include <string_view>
 #include <utility>
 
 #include "console/file_queue.h"
@@ -18,6 +16,7 @@
 #include "platform/desktop.h"
 #include "platform/dispatch.h"
 #include "platform/file_manager.h"
+#include "text/language_texts.h"
 
 namespace vrel {
 namespace {
@@ -26,20 +25,18 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t mostFilesNamed = 6;
 
-using MovedTexts = std::array<std::string_view, 5>;  // in the order of the languages
-
-constexpr MovedTexts movedQuestionTexts{
+constexpr LanguageTexts movedQuestionTexts{
     "Use the files that were found beside the setlist?", "¿Usar los archivos encontrados junto al setlist?",
     "Utiliser les fichiers trouvés à côté de la liste ?", "Usare i file trovati accanto alla scaletta?",
     "Die neben der Setliste gefundenen Dateien verwenden?"};
-constexpr MovedTexts movedDetailTexts{
+constexpr LanguageTexts movedDetailTexts{
     "They are not where the setlist says, but files of their names are here:\n",
     "No están donde dice el setlist, pero aquí hay archivos con sus nombres:\n",
     "Ils ne sont pas là où la liste l'indique, mais des fichiers de mêmes noms sont ici :\n",
     "Non sono dove dice la scaletta, ma qui ci sono file con i loro nomi:\n",
     "Sie liegen nicht dort, wo die Setliste sie sucht, aber Dateien ihres Namens liegen hier:\n"};
-constexpr MovedTexts useTexts{"Use", "Usar", "Utiliser", "Usa", "Verwenden"};
-constexpr MovedTexts leaveTexts{"Not now", "Ahora no", "Pas maintenant", "Non ora", "Nicht jetzt"};
+constexpr LanguageTexts useTexts{"Use", "Usar", "Utiliser", "Usa", "Verwenden"};
+constexpr LanguageTexts leaveTexts{"Not now", "Ahora no", "Pas maintenant", "Non ora", "Nicht jetzt"};
 
 std::size_t commonParts(const fs::path& one, const fs::path& other) {
   const std::vector<fs::path> partsOfOne(one.begin(), one.end());
@@ -70,10 +67,6 @@ std::map<std::string, std::string> findMissing(FileManager& files, const std::se
     }
   }
   return found;
-}
-
-std::string_view movedText(const MovedTexts& texts, const AppState& state) {
-  return texts.at(static_cast<std::size_t>(state.language.get()));
 }
 
 }  // namespace
@@ -158,11 +151,12 @@ void MovedFiles::offer(const Places& found, std::uint64_t number) {
     }
   }
   list += count > mostFilesNamed ? "... (" + std::to_string(count) + ")" : "";
-  const auto answer = desktop_.runModal(
-      NSAlert{.alertStyle = NSAlert::Style::informational,
-              .messageText = std::string(movedText(movedQuestionTexts, state_)),
-              .informativeText = std::string(movedText(movedDetailTexts, state_)) + list,
-              .buttons = {std::string(movedText(useTexts, state_)), std::string(movedText(leaveTexts, state_))}});
+  const auto language = state_.language.get();
+  const auto answer =
+      desktop_.runModal(NSAlert{.alertStyle = NSAlert::Style::informational,
+                                .messageText = filledText(movedQuestionTexts, language),
+                                .informativeText = filledText(movedDetailTexts, language) + list,
+                                .buttons = {filledText(useTexts, language), filledText(leaveTexts, language)}});
   // Another setlist may have come, or Live mode, while the question was open.
   if (answer == std::size_t{0} && number == search_ &&
       LiveModePolicy::isAllowed(LiveModeAction::changeInstrument, state_)) {

@@ -2,9 +2,7 @@
 #include "console/setlist_checker.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include "check/finding_words.h"
@@ -15,49 +13,37 @@
 #include "performance/live_mode_policy.h"
 #include "performance/song_switch.h"
 #include "platform/dispatch.h"
+#include "text/language_texts.h"
 
 namespace vrel {
 namespace {
 
-using CheckTexts = std::array<std::string_view, 5>;  // in the order of the languages
-
-constexpr CheckTexts playingTexts{"Playing the songs: %1 of %2", "Tocando las canciones: %1 de %2",
-                                  "Lecture des morceaux : %1 sur %2", "Esecuzione dei brani: %1 di %2",
-                                  "Songs werden gespielt: %1 von %2"};
-constexpr CheckTexts stoppedTexts{"The check was stopped", "La comprobación se detuvo", "La vérification a été arrêtée",
-                                  "Il controllo è stato fermato", "Die Prüfung wurde angehalten"};
-constexpr CheckTexts liveTexts{"The check was stopped by Live mode", "El modo Live detuvo la comprobación",
-                               "Le mode Live a arrêté la vérification", "Il modo Live ha fermato il controllo",
-                               "Der Live-Modus hat die Prüfung angehalten"};
-constexpr CheckTexts failedTexts{"The check did not come to its end: %1", "La comprobación no llegó a su fin: %1",
-                                 "La vérification n'est pas arrivée à son terme : %1",
-                                 "Il controllo non è arrivato alla fine: %1",
-                                 "Die Prüfung kam nicht zu ihrem Ende: %1"};
-constexpr CheckTexts cleanTexts{"Nothing was found", "No se encontró nada", "Rien n'a été trouvé",
-                                "Non è stato trovato nulla", "Es wurde nichts gefunden"};
-constexpr CheckTexts countTexts{"Errors: %1, warnings: %2", "Errores: %1, avisos: %2",
-                                "Erreurs : %1, avertissements : %2", "Errori: %1, avvisi: %2",
-                                "Fehler: %1, Warnungen: %2"};
-constexpr CheckTexts outdatedTexts{"the setlist has been edited since", "el setlist se ha editado después",
-                                   "la liste a été modifiée depuis", "la scaletta è stata modificata dopo",
-                                   "die Setliste wurde seitdem bearbeitet"};
-
-std::string checkText(const CheckTexts& texts, Language language, const std::string& first = {},
-                      const std::string& second = {}) {
-  std::string text(texts.at(static_cast<std::size_t>(language)));
-  // The later one first: what is put in may hold any mark.
-  for (const auto& [mark, with] : {std::pair("%2", &second), std::pair("%1", &first)}) {
-    if (const auto at = text.find(mark); at != std::string::npos) {
-      text.replace(at, 2, *with);
-    }
-  }
-  return text;
-}
+constexpr LanguageTexts playingTexts{"Playing the songs: %1 of %2", "Tocando las canciones: %1 de %2",
+                                     "Lecture des morceaux : %1 sur %2", "Esecuzione dei brani: %1 di %2",
+                                     "Songs werden gespielt: %1 von %2"};
+constexpr LanguageTexts stoppedTexts{"The check was stopped", "La comprobación se detuvo",
+                                     "La vérification a été arrêtée", "Il controllo è stato fermato",
+                                     "Die Prüfung wurde angehalten"};
+constexpr LanguageTexts liveTexts{"The check was stopped by Live mode", "El modo Live detuvo la comprobación",
+                                  "Le mode Live a arrêté la vérification", "Il modo Live ha fermato il controllo",
+                                  "Der Live-Modus hat die Prüfung angehalten"};
+constexpr LanguageTexts failedTexts{"The check did not come to its end: %1", "La comprobación no llegó a su fin: %1",
+                                    "La vérification n'est pas arrivée à son terme : %1",
+                                    "Il controllo non è arrivato alla fine: %1",
+                                    "Die Prüfung kam nicht zu ihrem Ende: %1"};
+constexpr LanguageTexts cleanTexts{"Nothing was found", "No se encontró nada", "Rien n'a été trouvé",
+                                   "Non è stato trovato nulla", "Es wurde nichts gefunden"};
+constexpr LanguageTexts countTexts{"Errors: %1, warnings: %2", "Errores: %1, avisos: %2",
+                                   "Erreurs : %1, avertissements : %2", "Errori: %1, avvisi: %2",
+                                   "Fehler: %1, Warnungen: %2"};
+constexpr LanguageTexts outdatedTexts{"the setlist has been edited since", "el setlist se ha editado después",
+                                      "la liste a été modifiée depuis", "la scaletta è stata modificata dopo",
+                                      "die Setliste wurde seitdem bearbeitet"};
 
 std::string countText(const FindingCounts& counts, Language language) {
   return counts.all() == 0
-             ? checkText(cleanTexts, language)
-             : checkText(countTexts, language, std::to_string(counts.errors), std::to_string(counts.warnings));
+             ? filledText(cleanTexts, language)
+             : filledText(countTexts, language, std::to_string(counts.errors), std::to_string(counts.warnings));
 }
 
 void addFindings(std::vector<CheckRow>& rows, const std::vector<Finding>& findings, Language language) {
@@ -229,18 +215,18 @@ std::string SetlistChecker::statusText() const {
     case Stage::none:
       return {};
     case Stage::running:
-      return checkText(playingTexts, language, std::to_string(now.songsPlayed), std::to_string(now.songCount));
+      return filledText(playingTexts, language, std::to_string(now.songsPlayed), std::to_string(now.songCount));
     case Stage::stopped:
-      return checkText(stoppedTexts, language);
+      return filledText(stoppedTexts, language);
     case Stage::stoppedByLiveMode:
-      return checkText(liveTexts, language);
+      return filledText(liveTexts, language);
     case Stage::failed:
-      return checkText(failedTexts, language, now.reason);
+      return filledText(failedTexts, language, now.reason);
     case Stage::done:
       break;
   }
   const std::string found = countText(countsOf(*report.get()), language);
-  return isOutdated.get() ? found + " (" + checkText(outdatedTexts, language) + ")" : found;
+  return isOutdated.get() ? found + " (" + filledText(outdatedTexts, language) + ")" : found;
 }
 
 std::vector<CheckRow> checkRows(const CheckReport& report, Language language) {

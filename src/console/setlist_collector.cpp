@@ -2,9 +2,7 @@
 #include "console/setlist_collector.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -18,45 +16,36 @@
 #include "performance/song_switch.h"
 #include "platform/console_output.h"
 #include "platform/desktop.h"
+#include "text/language_texts.h"
 
 namespace vrel {
 namespace {
 
-using CollectorTexts = std::array<std::string_view, 5>;  // in the order of the languages
-
-constexpr CollectorTexts doneTexts{"The setlist and its files are in %1", "El setlist y sus archivos están en %1",
-                                   "La liste et ses fichiers sont dans %1", "La scaletta e i suoi file sono in %1",
-                                   "Die Setliste und ihre Dateien sind in %1"};
-constexpr CollectorTexts missingTexts{
+constexpr LanguageTexts doneTexts{"The setlist and its files are in %1", "El setlist y sus archivos están en %1",
+                                  "La liste et ses fichiers sont dans %1", "La scaletta e i suoi file sono in %1",
+                                  "Die Setliste und ihre Dateien sind in %1"};
+constexpr LanguageTexts missingTexts{
     "These files could not be read, and are not among them:\n%1", "Estos archivos no se pudieron leer y faltan:\n%1",
     "Ces fichiers n'ont pas pu être lus et manquent :\n%1", "Questi file non si sono potuti leggere e mancano:\n%1",
     "Diese Dateien waren nicht lesbar und fehlen:\n%1"};
-constexpr CollectorTexts notCollectedTexts{"The setlist was not collected", "El setlist no se ha reunido",
-                                           "La liste n'a pas été rassemblée", "La scaletta non è stata raccolta",
-                                           "Die Setliste wurde nicht gesammelt"};
-constexpr CollectorTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo ha quedado nada allí.",
-                                          "%1\nRien n'y est resté.", "%1\nNon vi è rimasto nulla.",
-                                          "%1\nDort ist nichts zurückgeblieben."};
+constexpr LanguageTexts notCollectedTexts{"The setlist was not collected", "El setlist no se ha reunido",
+                                          "La liste n'a pas été rassemblée", "La scaletta non è stata raccolta",
+                                          "Die Setliste wurde nicht gesammelt"};
+constexpr LanguageTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo ha quedado nada allí.",
+                                         "%1\nRien n'y est resté.", "%1\nNon vi è rimasto nulla.",
+                                         "%1\nDort ist nichts zurückgeblieben."};
 
-constexpr CollectorTexts endTexts{"The setlist is still being collected", "El setlist aún se está reuniendo",
-                                  "La liste est encore en cours de collecte",
-                                  "La raccolta della scaletta è ancora in corso", "Die Setliste wird noch gesammelt"};
-constexpr CollectorTexts endDetailTexts{"What was copied so far is removed if you quit now.",
-                                        "Si sales ahora, se borra lo que ya se ha copiado.",
-                                        "Si vous quittez maintenant, ce qui a été copié est supprimé.",
-                                        "Se esci ora, ciò che è stato copiato viene rimosso.",
-                                        "Wird jetzt beendet, so wird entfernt, was bisher kopiert wurde."};
-constexpr CollectorTexts quitTexts{"Quit", "Salir", "Quitter", "Esci", "Beenden"};
-constexpr CollectorTexts goOnTexts{"Go on collecting", "Seguir reuniendo", "Continuer la collecte",
-                                   "Continua la raccolta", "Weiter sammeln"};
-
-std::string filledText(const CollectorTexts& texts, Language language, const std::string& with = {}) {
-  std::string text(texts.at(static_cast<std::size_t>(language)));
-  if (const auto mark = text.find("%1"); mark != std::string::npos) {
-    text.replace(mark, 2, with);
-  }
-  return text;
-}
+constexpr LanguageTexts endTexts{"The setlist is still being collected", "El setlist aún se está reuniendo",
+                                 "La liste est encore en cours de collecte",
+                                 "La raccolta della scaletta è ancora in corso", "Die Setliste wird noch gesammelt"};
+constexpr LanguageTexts endDetailTexts{"What was copied so far is removed if you quit now.",
+                                       "Si sales ahora, se borra lo que ya se ha copiado.",
+                                       "Si vous quittez maintenant, ce qui a été copié est supprimé.",
+                                       "Se esci ora, ciò che è stato copiato viene rimosso.",
+                                       "Wird jetzt beendet, so wird entfernt, was bisher kopiert wurde."};
+constexpr LanguageTexts quitTexts{"Quit", "Salir", "Quitter", "Esci", "Beenden"};
+constexpr LanguageTexts goOnTexts{"Go on collecting", "Seguir reuniendo", "Continuer la collecte",
+                                  "Continua la raccolta", "Weiter sammeln"};
 
 /// As many as an alert has room for.
 std::string listOf(const std::vector<std::string>& lines) {

@@ -2,7 +2,6 @@
 #include "console/unsaved_edits.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <string_view>
 #include <utility>
@@ -20,6 +19,7 @@
 #include "platform/desktop.h"
 #include "platform/dispatch.h"
 #include "platform/file_manager.h"
+#include "text/language_texts.h"
 
 namespace vrel {
 namespace {
@@ -31,30 +31,20 @@ constexpr std::string_view pathExtension = ".path";
 constexpr std::uintmax_t longestKeptPath = 65536;
 constexpr std::size_t mostSongsNamed = 8;
 
-using UnsavedTexts = std::array<std::string_view, 5>;  // in the order of the languages
-
-constexpr UnsavedTexts questionTexts{"Open the unsaved edits of %1?", "¿Abrir los cambios sin guardar de %1?",
-                                     "Ouvrir les modifications non enregistrées de %1 ?",
-                                     "Aprire le modifiche non salvate di %1?",
-                                     "Nicht gespeicherte Änderungen von %1 öffnen?"};
-constexpr UnsavedTexts detailTexts{"The program ended before they were saved. Songs: %1",
-                                   "El programa terminó antes de guardarlos. Canciones: %1",
-                                   "Le programme s'est arrêté avant leur enregistrement. Morceaux : %1",
-                                   "Il programma è terminato prima del salvataggio. Brani: %1",
-                                   "Das Programm endete, bevor sie gespeichert waren. Songs: %1"};
-constexpr UnsavedTexts untitledTexts{"an untitled setlist", "un setlist sin título", "une liste sans titre",
-                                     "una scaletta senza titolo", "einer Setliste ohne Namen"};
-constexpr UnsavedTexts openTexts{"Open", "Abrir", "Ouvrir", "Apri", "Öffnen"};
-constexpr UnsavedTexts discardTexts{"Discard", "Descartar", "Abandonner", "Scarta", "Verwerfen"};
-constexpr UnsavedTexts laterTexts{"Later", "Más tarde", "Plus tard", "Più tardi", "Später"};
-
-std::string filled(const UnsavedTexts& texts, Language language, const std::string& with = {}) {
-  std::string text(texts.at(static_cast<std::size_t>(language)));
-  if (const auto mark = text.find("%1"); mark != std::string::npos) {
-    text.replace(mark, 2, with);
-  }
-  return text;
-}
+constexpr LanguageTexts questionTexts{"Open the unsaved edits of %1?", "¿Abrir los cambios sin guardar de %1?",
+                                      "Ouvrir les modifications non enregistrées de %1 ?",
+                                      "Aprire le modifiche non salvate di %1?",
+                                      "Nicht gespeicherte Änderungen von %1 öffnen?"};
+constexpr LanguageTexts detailTexts{"The program ended before they were saved. Songs: %1",
+                                    "El programa terminó antes de guardarlos. Canciones: %1",
+                                    "Le programme s'est arrêté avant leur enregistrement. Morceaux : %1",
+                                    "Il programma è terminato prima del salvataggio. Brani: %1",
+                                    "Das Programm endete, bevor sie gespeichert waren. Songs: %1"};
+constexpr LanguageTexts untitledTexts{"an untitled setlist", "un setlist sin título", "une liste sans titre",
+                                      "una scaletta senza titolo", "einer Setliste ohne Namen"};
+constexpr LanguageTexts openTexts{"Open", "Abrir", "Ouvrir", "Apri", "Öffnen"};
+constexpr LanguageTexts discardTexts{"Discard", "Descartar", "Abandonner", "Scarta", "Verwerfen"};
+constexpr LanguageTexts laterTexts{"Later", "Más tarde", "Plus tard", "Più tardi", "Später"};
 
 std::string songNamesOf(const SetlistFile& setlist) {
   std::string names;
@@ -276,12 +266,13 @@ std::optional<UnsavedEdits::Kept> UnsavedEdits::readBeside(const std::string& ru
 
 UnsavedEdits::Answer UnsavedEdits::ask(const Kept& kept) const {
   const auto language = state_.language.get();
-  const auto name = kept.original ? kept.original->filename().string() : filled(untitledTexts, language);
-  const auto answer = desktop_.runModal(
-      NSAlert{.alertStyle = NSAlert::Style::warning,
-              .messageText = filled(questionTexts, language, name),
-              .informativeText = filled(detailTexts, language, songNamesOf(kept.setlist)),
-              .buttons = {filled(openTexts, language), filled(discardTexts, language), filled(laterTexts, language)}});
+  const auto name = kept.original ? kept.original->filename().string() : filledText(untitledTexts, language);
+  const auto answer =
+      desktop_.runModal(NSAlert{.alertStyle = NSAlert::Style::warning,
+                                .messageText = filledText(questionTexts, language, name),
+                                .informativeText = filledText(detailTexts, language, songNamesOf(kept.setlist)),
+                                .buttons = {filledText(openTexts, language), filledText(discardTexts, language),
+                                            filledText(laterTexts, language)}});
   return answer == std::size_t{0} ? Answer::open : answer == std::size_t{1} ? Answer::discard : Answer::later;
 }
 
