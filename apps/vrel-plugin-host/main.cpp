@@ -14,7 +14,7 @@
 #include "system/plugins/sandbox/guest_process.h"
 
 int main(int argc, char** argv) {
-  using vrel::sandbox::FileDescriptor;
+  using vrel::FileDescriptor;
   using vrel::sandbox::GuestProgram;
   const bool isEditor = argc == 3 && std::string_view(argv[2]) == vrel::sandbox::editorRoleName;
   if (argc == 2 && std::string_view(argv[1]) == vrel::lv2::scanRoleName) {

@@ -24,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include "system/processes/file_descriptor.h"
 #include "system/processes/process_end.h"
 
 namespace vrel::render {
@@ -36,17 +37,6 @@ constexpr std::chrono::milliseconds longestPause{5000};   // between two reports
 constexpr std::chrono::milliseconds longestExit{10'000};  // of a process that has done its work
 constexpr std::chrono::milliseconds longestEnd{500};      // of one that was killed
 
-void writeAll(int descriptor, const std::string& bytes) {
-  std::size_t written = 0;
-  while (written < bytes.size()) {
-    const ssize_t count = ::write(descriptor, bytes.data() + written, bytes.size() - written);
-    if (count < 0 && errno != EINTR) {
-      return;  // the reader has gone
-    }
-    written += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-  }
-}
-
 [[noreturn]] void serve(int descriptor, int parent, const std::function<std::string()>& work) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) {
@@ -55,7 +45,7 @@ void writeAll(int descriptor, const std::string& bytes) {
   const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
   ::dup2(nowhere, STDOUT_FILENO);
   ::dup2(nowhere, STDERR_FILENO);
-  writeAll(descriptor, work());
+  (void)writeAll(descriptor, work());
   ::_exit(EXIT_SUCCESS);
 }
 

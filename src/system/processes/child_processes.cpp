@@ -24,6 +24,7 @@
 
 #include "foundation/mutex.h"
 #include "platform/dispatch.h"
+#include "system/processes/file_descriptor.h"
 #include "system/processes/process_end.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): declared by no header of POSIX
@@ -33,40 +34,6 @@ namespace {
 
 constexpr int inputNumber = 3;  // of childInputPath
 constexpr std::chrono::seconds longestEnd{1};
-
-class Descriptor {
- public:
-  explicit Descriptor(int number = -1) : number_(number) {}
-  ~Descriptor() { close(); }
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    close();
-    number_ = std::exchange(other.number_, -1);
-    return *this;
-  }
-
-  [[nodiscard]] int get() const { return number_; }
-  explicit operator bool() const { return number_ >= 0; }
-  void close() {
-    if (number_ >= 0) {
-      ::close(std::exchange(number_, -1));
-    }
-  }
-
- private:
-  int number_;
-};
-
-bool writeAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(file, bytes.data(), bytes.size());
-    if (count < 0 && errno != EINTR) {
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  }
-  return true;
-}
 
 std::string reasonOf(int code) {
   return std::generic_category().message(code);
@@ -141,7 +108,7 @@ class Run {
 
  private:
   Outcome start() {
-    const Descriptor input(::memfd_create("vrel-child", MFD_CLOEXEC));
+    const FileDescriptor input(::memfd_create("vrel-child", MFD_CLOEXEC));
     if (!input) {
       return Error{"no memory for its input: " + reasonOf(errno)};
     }
@@ -159,17 +126,17 @@ class Run {
     if (::pipe2(outputEnds.data(), O_CLOEXEC) != 0) {
       return Error{"no pipe: " + reasonOf(errno)};
     }
-    output_ = Descriptor(outputEnds[0]);
-    const Descriptor output(outputEnds[1]);
+    output_ = FileDescriptor(outputEnds[0]);
+    const FileDescriptor output(outputEnds[1]);
     if (::pipe2(errorEnds.data(), O_CLOEXEC) != 0) {
       return Error{"no pipe: " + reasonOf(errno)};
     }
-    errors_ = Descriptor(errorEnds[0]);
-    const Descriptor errors(errorEnds[1]);
+    errors_ = FileDescriptor(errorEnds[0]);
+    const FileDescriptor errors(errorEnds[1]);
     if (const int failure = spawn(input.get(), output.get(), errors.get()); failure != 0) {
       return Error{"cannot start " + command_.program + ": " + reasonOf(failure)};
     }
-    processEnd_ = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)));
+    processEnd_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)));
     for (const int file : {output_.get(), errors_.get()}) {
       ::fcntl(file, F_SETFL, O_NONBLOCK);
     }
@@ -232,7 +199,7 @@ class Run {
   }
 
   /// What is there to be read now; none at the end, which closes it.
-  static std::string readSome(Descriptor& file) {
+  static std::string readSome(FileDescriptor& file) {
     std::array<char, 65536> buffer{};
     const ssize_t count = file ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
     if (count == 0) {
@@ -298,9 +265,9 @@ class Run {
   Reports& reports_;
   const int stop_;
   pid_t process_ = -1;
-  Descriptor processEnd_;
-  Descriptor output_;
-  Descriptor errors_;
+  FileDescriptor processEnd_;
+  FileDescriptor output_;
+  FileDescriptor errors_;
   std::string line_;  // the beginning of the next one
   ChildEnd end_;
 };
@@ -324,7 +291,7 @@ class WatchedProcess final : public ChildProcess {
 
  private:
   const std::shared_ptr<Reports> reports_;
-  const Descriptor stop_;
+  const FileDescriptor stop_;
   std::thread thread_;  // last: it uses the others
 };
 

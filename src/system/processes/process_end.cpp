@@ -8,15 +8,16 @@
 
 #include <cerrno>
 
+#include "system/processes/file_descriptor.h"
+
 namespace vrel::system {
 
 std::optional<int> takeEnd(pid_t process, std::chrono::milliseconds limit) {
-  const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
-  if (descriptor >= 0) {
-    pollfd end{descriptor, POLLIN, 0};
+  const FileDescriptor descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+  if (descriptor) {
+    pollfd end{descriptor.get(), POLLIN, 0};
     while (::poll(&end, 1, static_cast<int>(limit.count())) < 0 && errno == EINTR) {
     }
-    ::close(descriptor);
   }
   int status = 0;
   // Never without WNOHANG: a debugger may hold back what has ended.

@@ -14,8 +14,8 @@
 #include "system/plugins/editor/hosted_editor.h"
 #include "system/plugins/editor/outside_windows.h"
 #include "system/plugins/editor/window_guard.h"
-#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/messages.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::editor {
 
@@ -28,7 +28,7 @@ namespace vrel::editor {
 class EditorProgram {
  public:
   /// `access` is given in the plug-in's process.
-  explicit EditorProgram(sandbox::FileDescriptor socket, std::optional<PluginAccess> access = std::nullopt)
+  explicit EditorProgram(FileDescriptor socket, std::optional<PluginAccess> access = std::nullopt)
       : socket_(std::move(socket)), access_(access) {}
 
   /// Until the editor is closed, here or there. Returns the exit code.
@@ -54,7 +54,7 @@ class EditorProgram {
   void loseDisplay();
   void finish();
 
-  const sandbox::FileDescriptor socket_;
+  const FileDescriptor socket_;
   const std::optional<PluginAccess> access_;
   const std::function<void()> displayLost_ = [this] { loseDisplay(); };
   Mutex sending_;

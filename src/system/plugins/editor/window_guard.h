@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "platform/key_event.h"
-#include "system/plugins/sandbox/file_descriptor.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::editor {
 
@@ -33,7 +33,7 @@ class WindowGuard {
   const unsigned long window_;
   const int socket_;
   const KeyPressed keyPressed_;
-  const sandbox::FileDescriptor wakeDescriptor_;
+  const FileDescriptor wakeDescriptor_;
   std::atomic<bool> areKeysTaken_{false};
   std::atomic<bool> isEnding_{false};
   std::thread thread_;

@@ -30,6 +30,7 @@
 #include "foundation/mutex.h"
 #include "system/plugins/lv2/bundle_reader.h"
 #include "system/plugins/lv2/scan_cache.h"
+#include "system/processes/file_descriptor.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): declared by no header of POSIX
 
@@ -42,17 +43,6 @@ constexpr int helperNiceness = 10;
 BundleRecord readHere(const std::filesystem::path& folder) {
   const MutexLock lock(libraryMutex());
   return readBundle(folder, dataFilesOf(folder));
-}
-
-bool writeAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(file, bytes.data(), bytes.size());
-    if (count < 0 && errno != EINTR) {
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  }
-  return true;
 }
 
 /// What is there to be read now is added. False at the end.

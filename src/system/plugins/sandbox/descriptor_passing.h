@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "system/plugins/sandbox/file_descriptor.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

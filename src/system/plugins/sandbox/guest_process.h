@@ -10,8 +10,8 @@
 #include <string>
 
 #include "foundation/result.h"
-#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/scratch_folder.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

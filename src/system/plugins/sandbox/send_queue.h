@@ -7,7 +7,7 @@
 #include <span>
 
 #include "system/plugins/sandbox/byte_coding.h"
-#include "system/plugins/sandbox/file_descriptor.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

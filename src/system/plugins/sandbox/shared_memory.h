@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "foundation/result.h"
-#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/shared_layout.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

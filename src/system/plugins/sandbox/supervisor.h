@@ -9,9 +9,9 @@
 #include <string>
 
 #include "foundation/result.h"
-#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest_link.h"
 #include "system/plugins/sandbox/messages.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

@@ -14,10 +14,10 @@
 
 #include "foundation/mutex.h"
 #include "foundation/result.h"
-#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest_process.h"
 #include "system/plugins/sandbox/send_queue.h"
 #include "system/plugins/sandbox/supervisor.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

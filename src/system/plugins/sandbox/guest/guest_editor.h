@@ -8,7 +8,7 @@
 #include "foundation/serial_thread.h"
 #include "system/plugins/editor/editor_program.h"
 #include "system/plugins/lv2/lv2_processor.h"
-#include "system/plugins/sandbox/file_descriptor.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

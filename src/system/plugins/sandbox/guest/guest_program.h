@@ -7,11 +7,11 @@
 #include "foundation/mutex.h"
 #include "system/plugins/lv2/lv2_instance.h"
 #include "system/plugins/plugin_counters.h"
-#include "system/plugins/sandbox/file_descriptor.h"
 #include "system/plugins/sandbox/guest/audio_loop.h"
 #include "system/plugins/sandbox/guest/guest_editor.h"
 #include "system/plugins/sandbox/messages.h"
 #include "system/plugins/sandbox/shared_memory.h"
+#include "system/processes/file_descriptor.h"
 
 namespace vrel::sandbox {
 

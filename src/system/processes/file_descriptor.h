@@ -3,9 +3,10 @@
 
 #include <unistd.h>
 
+#include <string_view>
 #include <utility>
 
-namespace vrel::sandbox {
+namespace vrel {
 
 /// Owns a descriptor of the system; -1 is none.
 class FileDescriptor {
@@ -35,4 +36,7 @@ class FileDescriptor {
   int number_ = -1;
 };
 
-}  // namespace vrel::sandbox
+/// False when it cannot take all of it.
+[[nodiscard]] bool writeAll(int descriptor, std::string_view bytes);
+
+}  // namespace vrel
