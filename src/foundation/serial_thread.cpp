@@ -50,10 +50,10 @@ SerialThread::~SerialThread() {
 }
 
 bool SerialThread::mustLeave() const {
-  MutexLock lock(queue_->mutex);
-  return longestEnd_ &&
-         !queue_->ended.wait_for(lock.native(), *longestEnd_,
-                                 [queue = queue_.get()]() VREL_REQUIRES(queue->mutex) { return queue->isOver; });
+  Queue& queue = *queue_;
+  MutexLock lock(queue.mutex);
+  return longestEnd_ && !queue.ended.wait_for(lock.native(), *longestEnd_,
+                                              [&queue]() VREL_REQUIRES(queue.mutex) { return queue.isOver; });
 }
 
 void SerialThread::post(Work work) {
