@@ -29,7 +29,7 @@ LIBRARIES = (
     Library("nlohmann/json", re.compile(r"nlohmann/.*"),
             ("src/check", "src/document", "apps", "tests", "bench", "fuzz")),
     Library("X11", re.compile(r"X11/.*"), ("src/system/plugins/editor", "tests/support/zoo", "tests/system/plugins/editor")),
-    Library("XCB", re.compile(r"xcb/.*"), ("tests/apps/vrel",)),
+    Library("XCB", re.compile(r"xcb/.*"), ("tests/apps/vrel", "bench/console")),
     Library("GoogleTest", re.compile(r"(gtest|gmock)/.*"), ("tests",)),
     Library("Google Benchmark", re.compile(r"benchmark/.*"), ("bench",)),
 )
