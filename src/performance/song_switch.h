@@ -94,7 +94,7 @@ class SongSwitch {
   /// The plug-in of a strip on stage when it was built.
   struct Source {
     std::string pluginPath;
-    std::optional<std::string> pluginStateBase64;
+    std::optional<SharedText> pluginStateBase64;
     std::shared_ptr<void> statusFollowed;
     bool isReplaced = false;  // by what the strip has played since, or by nothing
   };

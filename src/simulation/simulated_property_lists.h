@@ -14,6 +14,7 @@ namespace vrel::simulation {
 class SimulatedPropertyLists : public NSPropertyListSerialization {
  public:
   Result<PropertyListData> dataFromPropertyList(const PropertyListDictionary& dictionary) override {
+    ++encodings;
     if (failure) {
       return *failure;
     }
@@ -42,6 +43,7 @@ class SimulatedPropertyLists : public NSPropertyListSerialization {
 
   /// When set, every encoding fails with this.
   std::optional<Error> failure;
+  int encodings = 0;
 
  private:
   std::map<PropertyListData, PropertyListValue> values_;

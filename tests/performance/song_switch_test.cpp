@@ -460,6 +460,26 @@ TEST_F(Switch, AFileThatIsMissingTodayIsKeptInTheDocument) {
   EXPECT_EQ(captured[0], file);
 }
 
+TEST_F(Switch, EncodesNoLargeState) {
+  addSong("One", {record("Piano", pianoKey)});
+  addSong("Two", {record("Organ", organKey)});
+  songSwitch.applySong(0);
+  answerAll();
+  const PropertyListDictionary large{{"data", {PropertyListData(65536, std::uint8_t{0x5A})}}};
+  const auto stateOf = [this](std::size_t index) -> auto& {
+    return dynamic_cast<simulation::ScriptedInstrument&>(*strip(index).instrumentNode.get()).core.documentState;
+  };
+  stateOf(0) = large;
+  for (const std::ptrdiff_t next : {1, 0, 1, 0}) {
+    songSwitch.applySong(next);
+    answerAll();
+  }
+  EXPECT_EQ(propertyLists.encodings, 0);
+  EXPECT_EQ(stateOf(0), large);
+  EXPECT_FALSE(song(0).channels[0].pluginStateBase64->text().empty());
+  EXPECT_EQ(propertyLists.encodings, 1);
+}
+
 TEST_F(Switch, TheOldStripsStillExistWhenTheirRemovalIsAnnounced) {
   addSong("One", {record("Piano", pianoKey)});
   addSong("Two", {record("Organ", organKey, {chorusKey})});
