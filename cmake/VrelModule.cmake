@@ -54,6 +54,15 @@ function(vrel_module name)
   endif()
 endfunction()
 
+# vrel_window_options(TARGET...)
+# VREL_WINDOW_OPTIONS are for modules of which nothing runs in an audio block.
+set(VREL_WINDOW_OPTIONS "" CACHE STRING "Compiler options of the modules above the engine")
+function(vrel_window_options)
+  foreach(name ${ARGN})
+    target_compile_options(${name} PRIVATE ${VREL_WINDOW_OPTIONS})
+  endforeach()
+endfunction()
+
 # vrel_test(name LABEL label SOURCES ... DEPENDS ... [RESOURCE_LOCK resource] [THREADS] [SHARDS n] [COST seconds])
 # One GoogleTest executable. Where cases compute, they run one after the other in one process, or in so many shards, each
 # a CTest; where they wait for processes and devices, every case is a CTest of its own. Each case of the former is a CTest
