@@ -159,13 +159,13 @@ Start startOnce(system::test::JackServer& server, const Screen& screen, const fs
   };
   const bool isWhole = system::test::eventually(isOver) && program.isRunning();
   std::this_thread::sleep_for(settleTime);
-  const double before = processorMilliseconds();
-  program.end(SIGKILL);
   Start measured;
-  measured.processor = processorMilliseconds() - before;
   measured.picture = Milliseconds(shownAt - start).count();
   measured.sound = watch != nullptr ? Milliseconds(watch->linkedAt() - start).count() : 0;
-  watch.reset();
+  watch.reset();  // before the program: the server may block for long once a client was killed
+  const double before = processorMilliseconds();
+  program.end(SIGKILL);
+  measured.processor = processorMilliseconds() - before;
   server.kill();
   if (!isWhole) {
     throw std::runtime_error("the program shows nothing, or did not connect its output");
