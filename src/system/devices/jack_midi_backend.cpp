@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <future>
 #include <span>
 #include <string_view>
 
@@ -18,6 +19,7 @@ constexpr const char* midiType = JACK_DEFAULT_MIDI_TYPE;
 constexpr std::size_t fifoBytes = std::size_t{1} << 18U;
 constexpr long retryNanoseconds = 500'000'000;
 constexpr long changingNanoseconds = 2'000'000;
+constexpr std::chrono::milliseconds longestAnswer{500};
 constexpr std::string_view jackKeyPrefix = "jack:";
 
 /// What the port is called by those who know it: bridges of hardware give it a second name.
@@ -78,12 +80,9 @@ void JackMidiBackend::begin(const std::string& clientName, const std::string& po
   listener_ = std::move(listener);
   isEnding_ = false;
   inlet_->setRead(true);
-  {
-    // Now, so that whoever asks next finds the sources.
-    const MutexLock lock(mutex_);
-    openClient();
-  }
   thread_ = std::thread([this] { serve(); });
+  // Awaited, so that whoever asks next finds the sources.
+  static_cast<void>(ask([this] { openClient(); }));
 }
 
 void JackMidiBackend::end() {
@@ -93,30 +92,68 @@ void JackMidiBackend::end() {
   if (thread_.joinable()) {
     thread_.join();
   }
-  const MutexLock lock(mutex_);
   client_.reset();
   known_.clear();
   links_ = {};
+  const MutexLock lock(mutex_);
+  questions_.clear();
+}
+
+bool JackMidiBackend::ask(std::function<void()> question) {
+  if (!thread_.joinable()) {
+    return false;
+  }
+  const auto answered = std::make_shared<std::promise<void>>();
+  const auto isAnswered = answered->get_future();
+  {
+    const MutexLock lock(mutex_);
+    questions_.push_back([question = std::move(question), answered] {
+      question();
+      answered->set_value();
+    });
+  }
+  inlet_->wake();
+  const auto limit = isHeldUp_ ? std::chrono::milliseconds(0) : longestAnswer;
+  if (isAnswered.wait_for(limit) == std::future_status::ready) {
+    return true;
+  }
+  isHeldUp_ = true;
+  return false;
+}
+
+bool JackMidiBackend::answer() {
+  std::vector<std::function<void()>> questions;
+  {
+    const MutexLock lock(mutex_);
+    questions.swap(questions_);
+  }
+  for (const auto& question : questions) {
+    question();
+  }
+  return isHeldUp_.exchange(false);
 }
 
 std::vector<MidiSource> JackMidiBackend::sources() {
-  const MutexLock lock(mutex_);
-  return listSources();
+  const auto found = std::make_shared<std::vector<MidiSource>>();
+  const bool isKnown = ask([this, found] { *found = listSources(); });
+  return isKnown ? *found : std::vector<MidiSource>();
 }
 
 Outcome JackMidiBackend::connect(const std::string& key) {
-  const MutexLock lock(mutex_);
   const auto name = key.starts_with(jackKeyPrefix) ? key.substr(jackKeyPrefix.size()) : std::string();
-  int status = -1;
-  const auto entry = links_.entry;
-  if (client_ && !name.empty()) {
-    client_->use([&](jack_client_t* client) { status = jack_connect(client, name.c_str(), entry.c_str()); });
+  const auto status = std::make_shared<std::atomic<int>>(-1);
+  const bool isKnown = ask([this, name, status] {
+    if (client_ && !name.empty()) {
+      client_->use([&](jack_client_t* client) { *status = jack_connect(client, name.c_str(), links_.entry.c_str()); });
+    }
+    if (*status == 0 || *status == EEXIST) {
+      links_.sources.insert(name);
+    }
+  });
+  if (!isKnown) {
+    return Error{"JACK does not answer"};
   }
-  if (status != 0 && status != EEXIST) {
-    return Error{"JACK refused to connect " + key};
-  }
-  links_.sources.insert(name);
-  return {};
+  return *status == 0 || *status == EEXIST ? Outcome() : Error{"JACK refused to connect " + key};
 }
 
 void JackMidiBackend::serve() {
@@ -126,8 +163,9 @@ void JackMidiBackend::serve() {
     if (isEnding_) {
       return;
     }
+    const bool wasHeldUp = answer();
     passOn(packet);
-    if (noticeChange()) {
+    if (noticeChange() || wasHeldUp) {
       listener_.setupChanged();
     }
   }
@@ -174,14 +212,13 @@ void JackMidiBackend::passOn(JackMidiPort& port, audio::PlayedPacket& packet) {
 
 bool JackMidiBackend::followPlayingClient() {
   bool isWhole = true;
-  auto links = links_;  // the analysis does not see that the lambda runs here
-  client_->use([&](jack_client_t* client) { isWhole = moveLinks(client, links); });
-  isChanging_ = !links.former.empty();
-  links_ = std::move(links);
+  client_->use([&](jack_client_t* client) { isWhole = moveLinks(client); });
+  isChanging_ = !links_.former.empty();
   return isWhole;
 }
 
-bool JackMidiBackend::moveLinks(jack_client_t* client, Links& links) {
+bool JackMidiBackend::moveLinks(jack_client_t* client) {
+  Links& links = links_;
   const jack_nframes_t period = jack_get_buffer_size(client);
   const jack_nframes_t now = jack_frame_time(client);
   if (!links.former.empty()) {
@@ -229,7 +266,6 @@ bool JackMidiBackend::moveLinks(jack_client_t* client, Links& links) {
 }
 
 bool JackMidiBackend::noticeChange() {
-  const MutexLock lock(mutex_);
   const bool wasServerLost = client_ && client_->isServerGone();
   if (wasServerLost) {
     client_.reset();
@@ -250,7 +286,7 @@ bool JackMidiBackend::noticeChange() {
   auto sources = listSources();
   const bool differs = !isWhole || sources != known_ || hasLostLink();
   known_ = std::move(sources);
-  std::erase_if(links_.sources, [this](const std::string& name) VREL_REQUIRES(mutex_) {
+  std::erase_if(links_.sources, [this](const std::string& name) {
     return std::none_of(known_.begin(), known_.end(),
                         [&](const auto& source) { return source.key == std::string(jackKeyPrefix) + name; });
   });
@@ -295,12 +331,11 @@ std::vector<MidiSource> JackMidiBackend::listSources() const {
 
 bool JackMidiBackend::hasLostLink() const {
   bool isLost = false;
-  const auto links = links_;  // the analysis does not see that the lambda runs here
   if (client_) {
     // A port that went and came again under its name, before anyone looked, is not linked any more.
     client_->use([&](jack_client_t* client) {
-      isLost = std::any_of(links.sources.begin(), links.sources.end(),
-                           [&](const std::string& name) { return !isLinked(client, name, links.entry); });
+      isLost = std::any_of(links_.sources.begin(), links_.sources.end(),
+                           [&](const std::string& name) { return !isLinked(client, name, links_.entry); });
     });
   }
   return isLost;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -30,7 +31,8 @@ namespace vrel::system {
 ///
 /// Path of a packet: JACK's thread puts it in a FIFO and wakes our thread, which calls the listener. The same thread
 /// notices ports that come and go, from JACK's own notices, links the sources again when another client plays, and
-/// tries twice a second for a server.
+/// tries twice a second for a server. It alone asks the server, which may hang: who waits for an answer waits for half
+/// a second at most, is told that there is none, and is notified when there is.
 class JackMidiBackend final : public MidiBackend {
  public:
   /// Without an inlet all sources are linked to this client.
@@ -47,12 +49,18 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] std::uint64_t dropped() const override { return inlet_->dropped(); }
 
  private:
+  /// Has `question` run by the reader; false where that does not get to it in time, but later.
+  [[nodiscard]] bool ask(std::function<void()> question);
+
+  // The reader's.
   void serve();
+  /// Whether somebody has not waited for an answer.
+  [[nodiscard]] bool answer();
   void passOn(audio::PlayedPacket& packet);
   [[nodiscard]] bool noticeChange();
-  void openClient() VREL_REQUIRES(mutex_);
-  [[nodiscard]] std::vector<MidiSource> listSources() const VREL_REQUIRES(mutex_);
-  [[nodiscard]] bool hasLostLink() const VREL_REQUIRES(mutex_);
+  void openClient();
+  [[nodiscard]] std::vector<MidiSource> listSources() const;
+  [[nodiscard]] bool hasLostLink() const;
   void passOn(JackMidiPort& port, audio::PlayedPacket& packet);
 
   using Clock = std::chrono::steady_clock;
@@ -66,8 +74,8 @@ class JackMidiBackend final : public MidiBackend {
     Clock::time_point changesBy{};
   };
   /// False when one of the sources cannot be linked.
-  [[nodiscard]] bool moveLinks(jack_client_t* client, Links& links);
-  [[nodiscard]] bool followPlayingClient() VREL_REQUIRES(mutex_);
+  [[nodiscard]] bool moveLinks(jack_client_t* client);
+  [[nodiscard]] bool followPlayingClient();
 
   // Called by JACK, from its threads.
   static int process(jack_nframes_t frames, void* backend);
@@ -85,12 +93,16 @@ class JackMidiBackend final : public MidiBackend {
   std::atomic<bool> havePortsChanged_{false};
   std::atomic<jack_port_t*> port_{nullptr};
   std::atomic<jack_client_t*> library_{nullptr};  // for the process callback
-  bool isChanging_ = false;                       // the reader's: another port becomes the entry
 
-  Mutex mutex_;  // one question to the server at a time
-  std::vector<MidiSource> known_ VREL_GUARDED_BY(mutex_);
-  Links links_ VREL_GUARDED_BY(mutex_);
-  std::unique_ptr<JackClient> client_ VREL_GUARDED_BY(mutex_);  // null without a server
+  // The reader's; nobody else's while there is one.
+  bool isChanging_ = false;  // another port becomes the entry
+  std::vector<MidiSource> known_;
+  Links links_;
+  std::unique_ptr<JackClient> client_;  // null without a server
+
+  std::atomic<bool> isHeldUp_{false};  // a question was not answered in time
+  Mutex mutex_;
+  std::vector<std::function<void()>> questions_ VREL_GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The end of the program when the sound server does not answer any more.
+// The program when the sound server does not answer.
 
 #include <gtest/gtest.h>
 
@@ -47,6 +47,25 @@ TEST_F(HungServer, ThatDiesWhileTheQuestionIsOpenIsNotWaitedFor) {
   ASSERT_TRUE(ends());
   EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
   EXPECT_EQ(program.exitCode(), 0);
+}
+
+class ServerHungFromTheStart : public HungServer {
+ protected:
+  void SetUp() override {
+    server.start();
+    server.hang();
+    ::setenv("JACK_DEFAULT_SERVER", server.name().c_str(), 1);
+    WholeProgram::SetUp();
+  }
+};
+
+TEST_F(ServerHungFromTheStart, LeavesTheConsoleUsable) {
+  ASSERT_TRUE(opens());
+  EXPECT_TRUE(asksOnQuit());
+  server.kill();
+  press("Tab");
+  press("space");
+  EXPECT_TRUE(ends());
 }
 
 }  // namespace
