@@ -78,6 +78,7 @@ void EditorProgram::finish() {
 
 /// The last that is heard of it: its thread stops.
 void EditorProgram::loseDisplay() {
+  hasLostDisplay_ = true;
   constexpr std::string_view why = "lost its X display";
   send({MessageKind::failed, 0, Bytes(why.begin(), why.end())});
   (void)shutdown(socket_.get(), SHUT_RDWR);

@@ -37,6 +37,9 @@ class EditorProgram {
   /// Ends it soon, unless the editor hangs. Any thread.
   void askToEnd();
 
+  /// Whether the display was lost in the plug-in's process, which has stopped the editor's thread for good. Any thread.
+  [[nodiscard]] bool hasLostDisplay() const { return hasLostDisplay_; }
+
  private:
   [[nodiscard]] bool openAsAsked();
   [[nodiscard]] Outcome open(const sandbox::EditorRequest& request);
@@ -67,6 +70,7 @@ class EditorProgram {
   std::optional<sandbox::EditorSize> sentSize_;
   std::unique_ptr<WindowGuard> guard_;
   std::atomic<bool> isOver_{false};
+  std::atomic<bool> hasLostDisplay_{false};
 };
 
 }  // namespace vrel::editor

@@ -46,6 +46,7 @@ Lv2Processor::Lv2Processor(std::shared_ptr<Lv2World> world, HostSettings setting
     : world_(std::move(world)),
       settings_(std::move(settings)),
       counters_(settings_.counters),
+      pluginThread_(settings_.pluginThread),
       description_(plugin->sharedDescription()),
       outputChannelCount_(static_cast<std::uint32_t>(plugin->ports().audioOutputs().size())),
       plugin_(std::move(plugin)) {
@@ -99,6 +100,7 @@ void Lv2Processor::prepare(double sampleRate) {
 }
 
 void Lv2Processor::recreate() {
+  HostSettings settings = settings_;
   for (;;) {
     double sampleRate = 0;
     StateSnapshot state;
@@ -112,8 +114,9 @@ void Lv2Processor::recreate() {
       }
       state = captureState(*plugin_);
       stateChanges = stateChanges_;
+      settings.pluginThread = pluginThread_;
     }
-    Result<HostedPluginPointer> next = HostedPlugin::make(world_, description_, settings_, sampleRate);
+    Result<HostedPluginPointer> next = HostedPlugin::make(world_, description_, settings, sampleRate);
     if (!next) {
       const MutexLock lock(control_);
       plugin_->log().write("stays at its old sample rate: " + next.error().description);
@@ -150,6 +153,11 @@ bool Lv2Processor::adopt(HostedPluginPointer& next, double sampleRate, const Sta
   }
   isRecreating_ = false;
   return true;
+}
+
+void Lv2Processor::setPluginThread(SerialThread& thread) {
+  const MutexLock lock(control_);
+  pluginThread_ = &thread;
 }
 
 std::uint32_t Lv2Processor::outputChannelCount(std::uint32_t /*inputChannelCount*/) const {

@@ -74,6 +74,9 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   [[nodiscard]] const PluginDescription& description() const { return *description_; }
   [[nodiscard]] const std::shared_ptr<Lv2World>& world() const { return world_; }
 
+  /// Where the copies for other rates are made and end from now on; see HostSettings.
+  void setPluginThread(SerialThread& thread) VREL_NOT_AUDIO_THREAD;
+
   /// Whether a copy for another rate is on its way.
   [[nodiscard]] bool isRecreating() const { return isRecreating_; }
 
@@ -100,6 +103,7 @@ class Lv2Processor final : public audio::NodeProcessor, public std::enable_share
   Mutex control_;
   double graphRate_ VREL_GUARDED_BY(control_) = 0;
   std::uint64_t stateChanges_ VREL_GUARDED_BY(control_) = 0;
+  SerialThread* pluginThread_ VREL_GUARDED_BY(control_);
 
   // Between the main thread and the block.
   std::atomic<bool> isRecreating_{false};  // set on the main thread, cleared on the world's

@@ -148,6 +148,14 @@ EditorSize Desktop::sizeOf(Window window) const {
   return {static_cast<std::uint32_t>(attributes.width), static_cast<std::uint32_t>(attributes.height)};
 }
 
+std::pair<int, int> Desktop::onScreen(Window window, int x, int y) const {
+  int rootX = 0;
+  int rootY = 0;
+  Window child = 0;
+  XTranslateCoordinates(display_, window, XDefaultRootWindow(display_), x, y, &rootX, &rootY, &child);
+  return {rootX, rootY};
+}
+
 std::size_t Desktop::colors(Window window) const {
   constexpr std::size_t mostColors = 16;
   const EditorSize size = sizeOf(window);
@@ -194,6 +202,11 @@ void Desktop::askToClose(Window window) {
   XSync(display_, False);
 }
 
+void Desktop::killOwner(Window window) {
+  XKillClient(display_, window);
+  XSync(display_, False);
+}
+
 void Desktop::press(Window window, int x, int y) {
   XEvent event{};
   event.xbutton.type = ButtonPress;
@@ -208,10 +221,7 @@ void Desktop::press(Window window, int x, int y) {
 }
 
 void Desktop::click(Window window, int x, int y) {
-  int rootX = 0;
-  int rootY = 0;
-  Window child = 0;
-  XTranslateCoordinates(display_, window, XDefaultRootWindow(display_), x, y, &rootX, &rootY, &child);
+  const auto [rootX, rootY] = onScreen(window, x, y);
   const std::string command = "xdotool mousemove " + std::to_string(rootX) + " " + std::to_string(rootY) + " click 1";
   EXPECT_EQ(std::system(command.c_str()), 0);
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/ui/virtual_display.h"
@@ -42,6 +43,8 @@ class Desktop {
   /// The first window within another; 0 for none.
   [[nodiscard]] Window childOf(Window window) const;
   [[nodiscard]] EditorSize sizeOf(Window window) const;
+  /// Where on the screen a place in the window is.
+  [[nodiscard]] std::pair<int, int> onScreen(Window window, int x, int y) const;
   /// How many colours it shows, as far as they are counted.
   [[nodiscard]] std::size_t colors(Window window) const;
   [[nodiscard]] Window transientFor(Window window) const;
@@ -59,6 +62,8 @@ class Desktop {
   [[nodiscard]] Window cover();
   void raise(Window window);
   void askToClose(Window window);
+  /// Takes the connection from whoever has made it.
+  void killOwner(Window window);
   void press(Window window, int x, int y);
   /// As press, by the pointer itself.
   void click(Window window, int x, int y);

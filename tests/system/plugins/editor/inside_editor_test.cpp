@@ -128,6 +128,23 @@ TEST_F(InsideEditor, ThatLosesItsDisplayIsGoneAndItsPlugInPlays) {
   EXPECT_TRUE(comes([&] { return guestCount() == 1; })) << "the first one of the test";
 }
 
+TEST_F(InsideEditor, ThatHasLostItsDisplayDoesNotKeepItsPlugInAtItsOldRate) {
+  auto editor = open(*unit_);
+  desktop.killOwner(desktop.find("Editor"));
+  EXPECT_TRUE(comes([&] { return !editor->panel->isVisible(); }));
+  unit_->auAudioUnit().setParameterValue(level, 0.5F);
+  prepare(44100);
+  editor = open(*unit_);  // which checks that its plug-in was made on its own thread
+  EXPECT_FALSE(hasLogged("stays at its old sample rate")) << testing::PrintToString(lines());
+  EXPECT_EQ(value(level), 0.5F);
+  expectSound();
+  editor->panel->close();
+  EXPECT_TRUE(allAreGone());
+  EXPECT_TRUE(deaths().empty());
+  unit_.reset();
+  EXPECT_TRUE(comes([&] { return guestCount() == 0; }));
+}
+
 TEST_F(InsideEditor, ThatCrashesIsACrashOfItsPlugInAndSaysSo) {
   remake("crash-idle");
   const pid_t process = processOf(unit_);

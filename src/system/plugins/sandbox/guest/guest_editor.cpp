@@ -53,12 +53,26 @@ bool GuestEditor::openWaiting(lv2::Lv2Processor& processor) {
   auto ended = std::make_shared<std::promise<void>>();
   ended_ = ended->get_future();
   program_ = program;
-  thread_.post([program = std::move(program), ended]() mutable {
+  thread_->post([program = std::move(program), ended]() mutable {
     (void)program->serve();
     program.reset();  // with its end of the socket
     ended->set_value();
   });
   return false;
+}
+
+bool GuestEditor::hasStopped() const {
+  const auto program = program_.lock();
+  return program != nullptr && program->hasLostDisplay();
+}
+
+void GuestEditor::leaveThread() {
+  waiting_.reset();
+  program_.reset();
+  ended_ = {};
+  (void)thread_.release();  // its end would wait for the thread's
+  thread_ = std::make_unique<SerialThread>(SerialThread::AtEnd::dropWork);
+  hasLeftThread_ = true;
 }
 
 bool GuestEditor::end() {

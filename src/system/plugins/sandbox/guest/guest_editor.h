@@ -4,6 +4,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <optional>
 
 #include "foundation/serial_thread.h"
 #include "system/plugins/editor/editor_program.h"
@@ -16,7 +17,7 @@ namespace vrel::sandbox {
 /// has made the plug-in, since both may use one toolkit, which has one thread.
 ///
 /// An editor that hangs keeps that thread, and nothing else: no other editor opens, and the plug-in stays at its sample
-/// rate. Main thread.
+/// rate. A thread that has stopped, since the display was lost, can be left. Main thread.
 class GuestEditor {
  public:
   GuestEditor() = default;
@@ -24,7 +25,8 @@ class GuestEditor {
   GuestEditor(const GuestEditor&) = delete;
   GuestEditor& operator=(const GuestEditor&) = delete;
 
-  [[nodiscard]] SerialThread& thread() { return thread_; }
+  /// Where the plug-in is made and ends.
+  [[nodiscard]] SerialThread& thread() { return *thread_; }
 
   /// Opens one when nothing is in its way any more; the socket is its end. One that still waits goes.
   void request(FileDescriptor socket);
@@ -36,6 +38,12 @@ class GuestEditor {
   /// Ends what is open or waits. False when it hangs, and then the plug-in must stay.
   [[nodiscard]] bool end();
 
+  /// Whether its thread has stopped for good.
+  [[nodiscard]] bool hasStopped() const;
+  /// Takes another thread for what is made from now on. The earlier one keeps what it has, until the process ends.
+  void leaveThread();
+  [[nodiscard]] bool hasLeftThread() const { return hasLeftThread_; }
+
  private:
   [[nodiscard]] bool isBusy() const;
 
@@ -44,7 +52,8 @@ class GuestEditor {
     std::chrono::steady_clock::time_point until;
   };
 
-  SerialThread thread_{SerialThread::AtEnd::dropWork};
+  std::unique_ptr<SerialThread> thread_ = std::make_unique<SerialThread>(SerialThread::AtEnd::dropWork);
+  bool hasLeftThread_ = false;
   std::optional<Waiting> waiting_;
   std::weak_ptr<editor::EditorProgram> program_;
   std::future<void> ended_;  // of the program

@@ -65,7 +65,7 @@ int GuestProgram::serve() {
       return EXIT_FAILURE;
     }
   }
-  if (editor_ != nullptr && !editor_->end()) {
+  if (editor_ != nullptr && (editor_->hasLeftThread() || !editor_->end())) {
     return EXIT_SUCCESS;  // what it uses stays until the process has gone
   }
   loop_.reset();
@@ -118,7 +118,7 @@ Message GuestProgram::nextMessage() {
 
 Outcome GuestProgram::instantiate(const InstantiateRequest& request) {
   const AudioComponentDescription codes{request.componentType, request.componentSubType, request.componentManufacturer};
-  if (editor_ != nullptr && !editor_->end()) {
+  if (editor_ != nullptr && (editor_->hasLeftThread() || !editor_->end())) {
     return Error{"its editor hangs"};
   }
   loop_.reset();
@@ -182,8 +182,13 @@ void GuestProgram::prepareForEditor(const AudioComponentDescription& codes) {
 
 Outcome GuestProgram::prepare(double sampleRate) {
   // An editor that has the memory of a plug-in cannot get that of another.
-  if (editor_ != nullptr && sampleRate != sampleRate_ && !editor_->end()) {
-    return Error{"stays at its old sample rate: its editor hangs"};
+  if (editor_ != nullptr && sampleRate != sampleRate_) {
+    if (editor_->hasStopped()) {
+      editor_->leaveThread();
+      instance_->processor()->setPluginThread(editor_->thread());
+    } else if (!editor_->end()) {
+      return Error{"stays at its old sample rate: its editor hangs"};
+    }
   }
   sampleRate_ = sampleRate;
   instance_->processor()->prepare(sampleRate);
