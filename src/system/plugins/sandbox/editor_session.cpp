@@ -83,8 +83,9 @@ bool EditorSession::takeWritten(const Bytes& body) {
   if (!written) {
     return false;
   }
+  bool isEdit = false;
   std::optional<std::uint32_t> turned;
-  guest_->pass([&](Guest& guest) {
+  guest_->pass([&, now = std::chrono::steady_clock::now()](Guest& guest) {
     ControlTable& table = guest.block().controls;
     for (const PortValue& each : *written) {
       const auto found = ports_.find(each.port);
@@ -92,13 +93,14 @@ bool EditorSession::takeWritten(const Bytes& body) {
         continue;
       }
       if (!isSame(control_table::valueOf(table, each.port), each.value)) {
-        turned = each.port;
+        isEdit = true;
+        turned = found->second.movement.begins(now) ? std::optional(each.port) : turned;
       }
       found->second.value = each.value;  // not to be sent back to a knob that is being turned
       control_table::want(table, each.port, each.value);
     }
   });
-  if (turned) {
+  if (isEdit) {
     reportEdit(turned);
   }
   return true;

@@ -15,6 +15,7 @@
 #include "system/plugins/sandbox/editor_messages.h"
 #include "system/plugins/sandbox/editor_service.h"
 #include "system/plugins/sandbox/editor_supervisor.h"
+#include "system/plugins/sandbox/movement.h"
 
 namespace vrel::sandbox {
 
@@ -36,6 +37,7 @@ class EditorSession final : public EditorClient {
   struct Known {
     bool isSetting = false;
     float value = 0;  // that the editor has
+    Movement movement;
   };
 
   [[nodiscard]] bool takeWritten(const Bytes& body);
@@ -43,6 +45,7 @@ class EditorSession final : public EditorClient {
   [[nodiscard]] bool takeKey(const Bytes& body);
   [[nodiscard]] bool takeAtom(const Bytes& body);
   [[nodiscard]] bool takeFileRequest(const Bytes& body);
+  /// `port` is of a control that begins to move.
   void reportEdit(std::optional<std::uint32_t> port = std::nullopt) const;
 
   /// Runs on the main queue, while the view is there.
