@@ -98,20 +98,15 @@ SetlistFiles::SetlistFiles(const Collaborators& collaborators)
       copies_(collaborators.copies),
       background_(collaborators.background) {
   pluginsFollowed_ = state_.isLookingForPlugins.changed.connect([this](bool isLooking) {
-    if (!isLooking && awaitingPlugins_) {
-      const AwaitingPlugins awaited = *awaitingPlugins_;
-      stopAwaitingPlugins();
-      if (awaited.editCount == editCount_) {
-        loadSetlist(awaited.path);
-      } else if (!askedToOpen_) {  // whose question is about a newer one
-        openRecentSetlist(awaited.path);
-      }
+    if (!isLooking) {
+      loadAwaited();
     }
   });
   editsFollowed_ = state_.edited.connect([this] { ++editCount_; });
 }
 
 void SetlistFiles::newSetlist(bool confirm) {
+  const auto question = holdAwaited();
   awaitTurn();
   const auto isAllowed = [this] { return LiveModePolicy::isAllowed(LiveModeAction::newSetlist, state_); };
   // The mode may have changed while the question was open.
@@ -133,6 +128,7 @@ void SetlistFiles::newSetlist(bool confirm) {
 }
 
 void SetlistFiles::openSetlist() {
+  const auto question = holdAwaited();
   const auto isAllowed = [this] { return LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_); };
   if (!isAllowed()) {
     return;
@@ -149,6 +145,7 @@ void SetlistFiles::openRecentSetlist(std::filesystem::path path) {
   if (!LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_)) {
     return;
   }
+  const auto question = holdAwaited();
   if (askedToOpen_) {
     askedToOpen_ = std::move(path);
   } else if (const auto newest = askToOpen(std::move(path))) {
@@ -165,6 +162,7 @@ std::optional<std::filesystem::path> SetlistFiles::askToOpen(std::filesystem::pa
 }
 
 void SetlistFiles::openNewestCopy() {
+  const auto question = holdAwaited();
   const auto damaged = damagedSetlist.get();
   if (!damaged || !LiveModePolicy::isAllowed(LiveModeAction::openRecentSetlist, state_) || !confirmSetlistChange()) {
     return;
@@ -192,6 +190,27 @@ void SetlistFiles::stopAwaitingPlugins() {
   }
 }
 
+std::shared_ptr<void> SetlistFiles::holdAwaited() {
+  ++openQuestions_;
+  return {nullptr, [this](void* /*none*/) {
+            --openQuestions_;
+            loadAwaited();
+          }};
+}
+
+void SetlistFiles::loadAwaited() {
+  if (!awaitingPlugins_ || state_.isLookingForPlugins.get() || openQuestions_ > 0 || isEndAgreed_) {
+    return;
+  }
+  const AwaitingPlugins awaited = *awaitingPlugins_;
+  stopAwaitingPlugins();
+  if (awaited.editCount == editCount_) {
+    loadSetlist(awaited.path);
+  } else {
+    openRecentSetlist(awaited.path);
+  }
+}
+
 /// What is to be known of a file before anything changes.
 struct SetlistFiles::Loaded {
   std::filesystem::path path;
@@ -212,6 +231,7 @@ void SetlistFiles::load(const std::filesystem::path& path, std::uint64_t editCou
     loadWhenPluginsAreFound(path, editCount);
     return;
   }
+  stopAwaitingPlugins();
   const bool mayLoad = LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_);
   std::optional<Loaded> loaded;
   runBeside([&, damaged = damagedSetlist.get()] { loaded = read(path, damaged); },
@@ -390,6 +410,7 @@ bool SetlistFiles::confirmSetlistChange() {
 }
 
 void SetlistFiles::confirmTermination() {
+  const auto question = holdAwaited();
   const bool isAgreed = (!mayEnd || mayEnd()) && mayGiveUp(terminationAlert);
   if (isAgreed) {
     isEndAgreed_ = true;

@@ -73,9 +73,9 @@ class SetlistFiles {
 
   /// Reads a file and puts its first song on stage. A setlist without songs leaves the strips that are there. A copy
   /// takes the place of the setlist that it was made of, and counts as edited. While plug-ins are being looked for it
-  /// waits for them, behind the loading modal; the last one asked for is the one that is read then. It is not read
-  /// when another setlist has been shown meanwhile. Edits that come before it is on stage are asked about. When Live
-  /// mode begins while it is read, the stage stays as it is.
+  /// waits for them and for an open question, behind the loading modal; the last one asked for is the one that is read
+  /// then. It is not read when another setlist has been shown meanwhile. Edits that come before it is on stage are
+  /// asked about. When Live mode begins while it is read, the stage stays as it is.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Puts a setlist on stage that was never saved as it is, to be saved to this place; none when it has no file yet.
@@ -134,6 +134,10 @@ class SetlistFiles {
   void showSetlist(SetlistFile setlist, const std::optional<std::filesystem::path>& path);
   void loadWhenPluginsAreFound(const std::filesystem::path& path, std::uint64_t editCount);
   void stopAwaitingPlugins();
+  /// What waits for the plug-ins does not take the stage while one of these is held: a question about what is there is
+  /// open, or what follows from its answer goes on.
+  [[nodiscard]] std::shared_ptr<void> holdAwaited();
+  void loadAwaited();
 
   /// The setlist to be read when the plug-ins are found.
   struct AwaitingPlugins {
@@ -153,6 +157,7 @@ class SetlistFiles {
   std::string collectedFolder_;
   std::optional<std::filesystem::path> askedToOpen_;  // while its question is open
   std::optional<AwaitingPlugins> awaitingPlugins_;
+  int openQuestions_ = 0;
   std::shared_ptr<void> pluginsFollowed_;
   std::shared_ptr<void> editsFollowed_;
   BackgroundWork* const background_;

@@ -212,6 +212,61 @@ TEST_F(SetlistGuard, DoesNotAskAgainForEditsThatWereGivenUpBeforePluginsWereFoun
   EXPECT_EQ(songNames(), Names{"Three"});
 }
 
+/// With a setlist that waits for the plug-ins, which are found while the guard asks.
+class AwaitedSetlist : public SetlistGuard {
+ protected:
+  AwaitedSetlist() {
+    openGig();
+    files.place(other, setlistText({"Three"}));
+    state.isLookingForPlugins.set(true);
+    setlistFiles.loadSetlist(other);
+    desktop.whileAsking = [this] {
+      state.isLookingForPlugins.set(false);
+      EXPECT_EQ(songNames(), (Names{"One", "Two"})) << "which the question is about";
+      EXPECT_TRUE(isFirst_ || state.isDirty.get()) << "asked again without edits";
+      isFirst_ = false;
+    };
+  }
+
+ private:
+  bool isFirst_ = true;
+};
+
+TEST_F(AwaitedSetlist, ComesAfterAQuestionThatIsCancelled) {
+  desktop.alertAnswers = {cancelButton};
+  setlistFiles.newSetlist(true);
+  settle();
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Three"});
+}
+
+TEST_F(AwaitedSetlist, DoesNotComeAfterANewOneThatIsWantedInstead) {
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.newSetlist(true);
+  settle();
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"01. Untitled Song"});
+  EXPECT_FALSE(state.showLoadingModal.get());
+}
+
+TEST_F(AwaitedSetlist, IsAskedAboutByItsOwnAfterwardsWhereThereAreEdits) {
+  state.markEdited();
+  desktop.alertAnswers = {cancelButton, doNotSaveButton};
+  setlistFiles.confirmTermination();
+  settle();
+  EXPECT_EQ(desktop.terminationReplies, std::vector{false});
+  EXPECT_EQ(desktop.alerts.size(), 2U);
+  EXPECT_EQ(songNames(), Names{"Three"});
+}
+
+TEST_F(AwaitedSetlist, DoesNotComeAtTheEndOfTheProgram) {
+  desktop.alertAnswers = {doNotSaveButton};
+  setlistFiles.confirmTermination();
+  settle();
+  EXPECT_EQ(desktop.terminationReplies, std::vector{true});
+  EXPECT_EQ(songNames(), (Names{"One", "Two"}));
+}
+
 TEST_F(SetlistGuard, AsksOnceWhenPluginsAreFoundWhileItAsksAboutANewerSetlist) {
   openGig();
   files.place(other, setlistText({"Three"}));
