@@ -57,7 +57,10 @@ class InstalledEditors : public EditorStage {
       outcome = lines().size() > linesBefore ? lines().back() : "failed";
     } else if (editor->arrivals > 0) {
       ++opened;
-      const bool isDrawn = comesWithin(5s, [&] { return desktop.colors(desktop.find("Editor")) > 4; });
+      const bool isDrawn = comesWithin(5s, [&] {
+        const auto windows = desktop.windows();  // an editor may open its own, with titles of their own
+        return std::any_of(windows.begin(), windows.end(), [&](auto each) { return desktop.colors(each) > 4; });
+      });
       drawn += isDrawn ? 1 : 0;
       outcome = isDrawn ? "opened, drawn" : "opened, not drawn";
     }
