@@ -26,6 +26,8 @@ testing_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format clang-tidy libclang-rt-dev lld ccache qt6-declarative-dev-tools
   ffmpeg xvfb x11-xserver-utils dbus-daemon libxcb1-dev weston jwm fonts-dejavu-core
+  # plug-ins that sets are made of
+  zam-plugins zynaddsubfx-lv2
   # sound servers, which may not get along with the one that is there
   jackd2 pulseaudio jalv
 )
