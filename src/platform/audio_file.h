@@ -42,6 +42,10 @@ class AudioFileFactory {
   /// `AVAudioFile(forReading:)`.
   [[nodiscard]] virtual Result<std::shared_ptr<AVAudioFile>> openForReading(const std::string& path) = 0;
 
+  /// The same file for one pass from its beginning to its end, where there is a quicker way than to play it; null
+  /// elsewhere. Its samples may differ in their last bits, and the pass may fail where the file can be read.
+  [[nodiscard]] virtual std::shared_ptr<AVAudioFile> openForScanning(const std::string& /*path*/) { return nullptr; }
+
   /// Changes whenever the content of the file does; none where that is unknown. Does not wait for the content.
   [[nodiscard]] virtual std::optional<std::string> contentIdentity(const std::string& /*path*/) { return std::nullopt; }
 

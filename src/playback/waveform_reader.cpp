@@ -92,39 +92,49 @@ void WaveformReader::scan(const std::shared_ptr<Job>& job) {
     report(job, {std::nullopt, *std::move(kept), true});
     return;
   }
-  auto opened = files_ != nullptr ? files_->openForReading(job->path)
-                                  : Result<std::shared_ptr<AVAudioFile>>(Error{"this program reads no audio files"});
-  if (!opened) {
-    report(job, {opened.error(), {}, true});
+  const auto quick = files_ != nullptr ? files_->openForScanning(job->path) : nullptr;
+  auto peaks = quick != nullptr ? scan(job, *quick) : std::nullopt;
+  if (!peaks && !job->isDropped) {
+    const auto opened = files_ != nullptr
+                            ? files_->openForReading(job->path)
+                            : Result<std::shared_ptr<AVAudioFile>>(Error{"this program reads no audio files"});
+    if (!opened) {
+      report(job, {opened.error(), {}, true});
+      return;
+    }
+    AVAudioFile& file = *opened.value();
+    peaks = scan(job, file);
+    if (!peaks) {
+      report(job, {std::nullopt, PeakScan(file.length(), file.processingFormat().sampleRate).peaks(), true});
+    }
+  }
+  if (!peaks) {
     return;
   }
-  AVAudioFile& file = *opened.value();
+  report(job, {std::nullopt, *peaks, true});
+  if (job->scannedIdentity && files_->contentIdentity(job->path) == job->scannedIdentity) {
+    keep(*peaks, *job->scannedIdentity);
+  }
+}
+
+std::optional<WaveformPeaks> WaveformReader::scan(const std::shared_ptr<Job>& job, AVAudioFile& file) {
   PeakScan scan(file.length(), file.processingFormat().sampleRate);
-  const WaveformPeaks unread = scan.peaks();
-  report(job, {std::nullopt, unread, false});
+  report(job, {std::nullopt, scan.peaks(), false});
   const auto buffer = files_->makePCMBuffer(file.processingFormat(), scanFrames);
   for (std::uint32_t chunk = 1; buffer != nullptr && !job->isDropped; ++chunk) {
     if (file.readIntoBuffer(*buffer, scanFrames)) {
-      report(job, {std::nullopt, unread, true});
-      return;
+      return std::nullopt;
     }
     if (buffer->frameLength == 0) {
-      break;
+      scan.end();
+      return scan.peaks();
     }
     scan.add(*buffer);
     if (chunk % chunksPerReport == 0) {
       report(job, {std::nullopt, scan.peaks(), false});
     }
   }
-  if (job->isDropped || buffer == nullptr) {
-    report(job, {std::nullopt, unread, true});
-    return;
-  }
-  scan.end();
-  report(job, {std::nullopt, scan.peaks(), true});
-  if (job->scannedIdentity && files_->contentIdentity(job->path) == job->scannedIdentity) {
-    keep(scan.peaks(), *job->scannedIdentity);
-  }
+  return std::nullopt;
 }
 
 std::filesystem::path WaveformReader::keptPath(const std::string& identity) const {

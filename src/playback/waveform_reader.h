@@ -17,6 +17,7 @@
 namespace vrel {
 
 class AudioFileFactory;
+class AVAudioFile;
 class FileManager;
 
 /// Reads what a waveform shows of one sound file, on threads of its own, and reports it on the main queue as it grows.
@@ -77,6 +78,8 @@ class WaveformReader {
 
   void report(const std::shared_ptr<Job>& job, Progress progress);
   void scan(const std::shared_ptr<Job>& job);
+  /// None where it cannot be read to its end, or is dropped.
+  [[nodiscard]] std::optional<WaveformPeaks> scan(const std::shared_ptr<Job>& job, AVAudioFile& file);
   [[nodiscard]] std::optional<WaveformPeaks> keptPeaks(const std::string& identity);
   void keep(const WaveformPeaks& peaks, const std::string& identity);
   void makeRoom();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,32 @@ TEST_F(Waveform, GrowsWhileTheFileIsRead) {
   EXPECT_EQ(heard[0].peaks.frames, 5'000'000);
   EXPECT_TRUE(heard[0].peaks.bars.empty()) << "the length is known first";
   EXPECT_LT(heard[1].peaks.bars.size(), heard[2].peaks.bars.size());
+  EXPECT_TRUE(heard.back().isComplete);
+  EXPECT_EQ(heard.back().peaks.bars, std::vector<float>(180, 0.5F));
+}
+
+/// With a quicker way to read a file once.
+class QuickFiles final : public simulation::SimulatedAudioFiles {
+ public:
+  std::shared_ptr<AVAudioFile> openForScanning(const std::string& path) override {
+    return std::make_shared<simulation::SimulatedAudioFile>(path, quick);
+  }
+
+  simulation::SimulatedSound quick;
+};
+
+TEST_F(Waveform, IsReadTheQuickerWayAndAsItIsPlayedWhereThatFails) {
+  QuickFiles both;
+  both.sounds = files.sounds;
+  both.quick = both.sounds["/a.wav"];
+  collaborators.files = &both;
+  WaveformReader reader(collaborators);
+  read(reader);
+  EXPECT_EQ(both.openCount, 0);
+  EXPECT_EQ(heard.back().peaks.bars, std::vector<float>(180, 0.5F));
+  both.quick.readFailure = Error{"not where they were counted"};
+  read(reader);
+  EXPECT_EQ(both.openCount, 1);
   EXPECT_TRUE(heard.back().isComplete);
   EXPECT_EQ(heard.back().peaks.bars, std::vector<float>(180, 0.5F));
 }

@@ -10,6 +10,7 @@
 #include "system/media/audio_rate_converter.h"
 #include "system/media/audio_sound_file.h"
 #include "system/media/audio_vorbis_file.h"
+#include "system/media/audio_vorbis_scan.h"
 
 namespace vrel::system {
 
@@ -24,6 +25,15 @@ Result<std::shared_ptr<AVAudioFile>> AudioFiles::openForReading(const std::strin
     return sound;
   }
   return AudioMovieFile::open(path);
+}
+
+std::shared_ptr<AVAudioFile> AudioFiles::openForScanning(const std::string& path) {
+  if (unreadable(path)) {
+    return nullptr;
+  }
+  const auto exact = AudioVorbisFile::open(path);
+  const auto quick = exact ? AudioVorbisScan::open(path, exact.value()) : exact;
+  return quick ? quick.value() : nullptr;
 }
 
 std::optional<std::string> AudioFiles::contentIdentity(const std::string& path) {

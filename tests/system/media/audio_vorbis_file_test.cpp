@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <vector>
@@ -67,6 +69,37 @@ TEST(VorbisFile, IsReadAcrossADamageAndEndsEarly) {
   EXPECT_TRUE(std::equal(left, left + 40000, whole[0].begin()));
   EXPECT_GT(buffer.frameLength, 48000U);
   EXPECT_EQ(readAt(*file, 0, 1)[0], std::vector{whole[0][0]}) << "and can be read again";
+}
+
+TEST(VorbisFile, ForScanningHasTheSameFramesButForTheirLastBits) {
+  for (const auto* const name : {"long.ogg", "tones.ogg"}) {
+    const auto exact = opened(name);
+    const auto scanned = AudioFiles().openForScanning(mediaFile(name));
+    ASSERT_TRUE(exact != nullptr && scanned != nullptr);
+    ASSERT_EQ(scanned->length(), exact->length());
+    constexpr std::uint32_t chunk = 10000;
+    for (std::int64_t frame = 0; frame < exact->length(); frame += chunk) {
+      const auto one = readAt(*exact, frame, chunk);
+      const auto other = readAt(*scanned, frame, chunk);
+      for (std::size_t channel = 0; channel < one.size(); ++channel) {
+        ASSERT_TRUE(std::equal(one[channel].begin(), one[channel].end(), other[channel].begin(), other[channel].end(),
+                               [](float left, float right) { return std::abs(left - right) < 1e-4F; }))
+            << name << " from " << frame;
+      }
+    }
+  }
+}
+
+TEST(VorbisFile, ForScanningFailsWhereItIsDamagedAndOutOfOrder) {
+  const auto damaged = AudioFiles().openForScanning(mediaFile("damaged.ogg"));
+  ASSERT_NE(damaged, nullptr);
+  AVAudioPCMBuffer buffer(damaged->processingFormat(), 144000);
+  EXPECT_TRUE(damaged->readIntoBuffer(buffer, 144000));
+  const auto sound = AudioFiles().openForScanning(mediaFile("tones.ogg"));
+  ASSERT_NE(sound, nullptr);
+  sound->setFramePosition(1000);
+  EXPECT_TRUE(sound->readIntoBuffer(buffer, 100));
+  EXPECT_EQ(AudioFiles().openForScanning(mediaFile("tones.opus")), nullptr) << "there is no quicker way";
 }
 
 TEST(VorbisFile, IsNoOtherOggFile) {
