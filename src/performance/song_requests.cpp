@@ -104,11 +104,11 @@ void SongRequests::selectProgram(std::uint8_t midiChannel, std::uint8_t program)
 void SongRequests::logMissing(std::uint8_t midiChannel, const SongProgram& program) {
   const double now = clock_.CACurrentMediaTime();
   if (!lastMissing_ || now - *lastMissing_ >= secondsBetweenMissing) {
+    lastMissing_ = now;
     console_.printInfo("No song has program " + std::to_string(program.program + 1) + " of bank " +
                        std::to_string(program.bank.value_or(0)) + ", which came on MIDI channel " +
                        std::to_string(midiChannel + 1));
   }
-  lastMissing_ = now;
 }
 
 void SongRequests::step(bool isForward) {

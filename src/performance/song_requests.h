@@ -34,7 +34,7 @@ class SongSwitch;
 /// A change comes behind the message that asks for it, which the song on stage still gets, and no sooner than the
 /// guard's time after the one before. A step within that time, or while a song loads, is dropped, like an arrow key of
 /// Live mode; behind the last song and before the first it leads nowhere. A program change waits instead, and the last
-/// one wins. One for the song that is on stage, or for none, does nothing.
+/// one wins: one for the song on stage leaves that there. One for no song does nothing.
 ///
 /// Works in Live mode and behind questions, as all learned controls do. Main thread.
 class SongRequests {
@@ -81,7 +81,7 @@ class SongRequests {
   std::optional<Uuid> wanted_;             // the song that waits to be put on stage
   bool isScheduled_ = false;
   std::optional<double> lastChange_;   // seconds
-  std::optional<double> lastMissing_;  // seconds
+  std::optional<double> lastMissing_;  // seconds, when one was logged
   std::vector<std::shared_ptr<void>> connections_;
   LifeToken life_;
 };

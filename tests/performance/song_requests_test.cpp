@@ -132,6 +132,23 @@ TEST_F(SongRequest, ANumberWithoutASongIsLoggedOnceASecondAndDoesNothing) {
   EXPECT_EQ(console.lines.size(), 2U);
 }
 
+TEST_F(SongRequest, OfALastingFloodOneNumberWithoutASongIsLoggedEachSecond) {
+  console.lines.clear();
+  for (int count = 0; count < 50; ++count) {
+    program(100);
+    pass(0.1);
+  }
+  EXPECT_EQ(console.lines.size(), 5U);
+}
+
+TEST_F(SongRequest, ANumberWithoutASongLeavesTheOneThatWaits) {
+  program(1);
+  program(2);
+  program(100);
+  pass(1);
+  EXPECT_EQ(onStage(), 2U);
+}
+
 TEST_F(SongRequest, TheSongOnStageIsNotLoadedAgain) {
   Switches switches;
   countSwitches(switches);
@@ -176,6 +193,17 @@ TEST_F(SongRequest, AProgramChangeDuringASwitchComesBehindIt) {
   pass(1);
   EXPECT_EQ(onStage(), 2U);
   EXPECT_EQ(song(1).channels[0].pluginPath, pianoKey);
+}
+
+TEST_F(SongRequest, AProgramChangeThatWaitsIsCarriedOutBehindASwitchThatTimesOut) {
+  changeSong(1, [](SongConfig& song) { song.channels = {record("Piano", pianoKey)}; });
+  program(1);
+  program(2);
+  pass(SongSwitch::songSwitchTimeoutSeconds - 1);
+  EXPECT_EQ(onStage(), 1U);
+  pass(1.1);
+  EXPECT_EQ(onStage(), 2U);
+  EXPECT_FALSE(state.songSwitchInProgress.get());
 }
 
 TEST_F(SongRequest, ASongThatIsClickedMeanwhileWins) {
