@@ -63,6 +63,7 @@ class AudioChannel : public std::enable_shared_from_this<AudioChannel> {
   Observable<std::string> pluginPath;
   Observable<std::string> pluginName;
   Observable<ChannelStatus> status{ChannelStatus::noPlugin};
+  Observable<bool> isRinging{false};                          // sounds on, off the stage, once the next song is there
   Observable<std::vector<float>> color{{1.0F, 0.33F, 0.0F}};  // red, green, blue, 0 to 1
 
   // Read by the router at each message.

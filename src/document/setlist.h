@@ -14,9 +14,9 @@
 // The records of a setlist: plain values with no behaviour, copied freely. Their JSON form is in
 // setlist_coding.h. A record made here has the values that a decoder gives to missing keys.
 //
-// Numbers are not limited here: every user of a field limits it where it is used. An `id` names a
-// record while the program runs; it is fresh in every decoded record, is never written, and takes
-// part in equality. A copy keeps the id of its original.
+// Numbers are not limited here, unless a record says so: every user of a field limits it where it is used. An `id`
+// names a record while the program runs; it is fresh in every decoded record, is never written, and takes part in
+// equality. A copy keeps the id of its original.
 
 namespace vrel {
 
@@ -144,11 +144,16 @@ struct SongProgram {
   bool operator==(const SongProgram&) const = default;
 };
 
-/// How MIDI changes songs. Not written while it is as it is made here.
+/// How songs change: what MIDI does, and what goes on of the song that goes. Not written while it is as it is made
+/// here. The two times are limited when they are read.
 struct SongControl {
+  static constexpr std::uint32_t mostStepGuardMilliseconds = 2000;
+  static constexpr std::uint32_t mostLetRingSeconds = 30;
+
   bool byProgramChange = false;
   std::optional<std::uint8_t> midiChannel{};  // of program changes, 0 to 15; absent for all
   std::uint32_t stepGuardMilliseconds = 300;  // one change of song in so long
+  std::uint32_t letRingSeconds = 0;           // for how long the strips of the song that goes may sound on
 
   bool operator==(const SongControl&) const = default;
 };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <cmath>
 #include <concepts>
 #include <cstddef>
@@ -281,6 +282,9 @@ class RecordReader {
     optional(value, place, "by_program_change", control.byProgramChange);
     optional(value, place, "midi_channel", control.midiChannel);
     optional(value, place, "step_guard_milliseconds", control.stepGuardMilliseconds);
+    control.stepGuardMilliseconds = std::min(control.stepGuardMilliseconds, SongControl::mostStepGuardMilliseconds);
+    optional(value, place, "let_ring_seconds", control.letRingSeconds);
+    control.letRingSeconds = std::min(control.letRingSeconds, SongControl::mostLetRingSeconds);
   }
 
   void members(Value& value, const DocumentPlace& place, SongProgram& program) {

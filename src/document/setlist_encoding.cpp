@@ -81,6 +81,9 @@ class RecordWriter {
     member(place, "by_program_change", control.byProgramChange);
     memberIfPresent(place, "midi_channel", control.midiChannel);
     member(place, "step_guard_milliseconds", control.stepGuardMilliseconds);
+    if (control.letRingSeconds > 0) {
+      member(place, "let_ring_seconds", control.letRingSeconds);
+    }
     close('}');
   }
 

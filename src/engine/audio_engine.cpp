@@ -71,9 +71,11 @@ AudioEngine::AudioEngine(const EnginePlatform& platform)
                        platform.console, playbackCache_.get()}),
       effects_({*engine_, platform.units, mutator_, chains_, levels_, pluginState_, *musicalContext_,
                 platform.mainQueue, platform.console}),
-      deaths_({strips_, instruments_, effects_, *pool_, platform.mainQueue, platform.console}),
+      ringing_({strips_, platform.mainQueue, platform.clock,
+                [this](const RingingStrips::Channels& rung) { takeDownRung(rung); }}),
+      deaths_({strips_, instruments_, effects_, ringing_, *pool_, platform.mainQueue, platform.console}),
       droppedEvents_(strips_, platform.midi, platform.console),
-      router_(*engine_, strips_.channels, midiCallbacks),
+      router_(*engine_, strips_.channels, strips_.ringing, midiCallbacks),
       routes_(strips_, *engine_),
       playbackRuns_(platform.queues, platform.mainQueue, platform.clock) {
   mutator_.setStartHandler([this] { followOutputRate(); });
@@ -115,8 +117,10 @@ AudioEngine::~AudioEngine() {
   musicalContext_->engineHasGone();
   engine_->stop();
   // No tap may hold a strip while it goes.
-  for (const auto& channel : strips_.channels) {
-    levelCapture_.removeMeterTap(*channel);
+  for (const auto* const strips : {&strips_.channels, &strips_.ringing}) {
+    for (const auto& channel : *strips) {
+      levelCapture_.removeMeterTap(*channel);
+    }
   }
   engine_->mainMixerNode()->removeTap(0);
   midiInput_.reset();
@@ -229,13 +233,33 @@ void AudioEngine::takeDown(AudioChannel& channel) {
   channel.instrumentNode.set(nullptr);
 }
 
-void AudioEngine::removeAllChannels() {
+void AudioEngine::takeDownRung(const RingingStrips::Channels& rung) {
+  routes_.publish();
+  performGraphMutation("takeDownRung", [&] {
+    for (const auto& channel : rung) {
+      takeDown(*channel);
+    }
+  });
+}
+
+void AudioEngine::removeAllChannels(double secondsToRing) {
   if (!VREL_EXPECTS(isMainThread())) {
     return;
   }
   droppedEvents_.report();
+  ringing_.end();
   // First, so that none of them gets a note that its next owner would sound.
-  const auto removed = std::exchange(strips_.channels, {});
+  auto removed = std::exchange(strips_.channels, {});
+  if (secondsToRing > 0) {
+    const auto ring = std::stable_partition(removed.begin(), removed.end(),
+                                            [](const auto& each) { return !RingingStrips::canRing(*each); });
+    strips_.ringing.assign(ring, removed.end());
+    removed.erase(ring, removed.end());
+    for (const auto& channel : strips_.ringing) {
+      channel->isRinging.set(true);
+    }
+    ringing_.begin(secondsToRing);
+  }
   routes_.publish();
   for (const auto& channel : removed) {
     takeDown(*channel);
@@ -264,6 +288,12 @@ void AudioEngine::panic() {
     engine_->endWaitingNotes();
     stopBehindBegin(strips_, playbackRuns_.playbackQueue());  // first: a loop schedules its next pass behind it
   }
+  for (const auto& channel : strips_.ringing) {
+    if (auto* const instrument = channel->midiInstrument()) {
+      MidiRouter::silence(*instrument);  // which goes to the pool as it is
+    }
+  }
+  ringing_.end();
   router_.panic();
 }
 

@@ -24,6 +24,7 @@
 #include "engine/plugin_crash_handler.h"
 #include "engine/plugin_pool.h"
 #include "engine/plugin_state.h"
+#include "engine/ringing_strips.h"
 #include "engine/strips.h"
 #include "midi/midi_input.h"
 #include "midi/midi_router.h"
@@ -52,6 +53,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
 
   [[nodiscard]] const std::vector<std::shared_ptr<AudioChannel>>& channels() const { return strips_.channels; }
   [[nodiscard]] const std::shared_ptr<AudioChannel>& masterChannel() const { return strips_.masterChannel; }
+  [[nodiscard]] const std::vector<std::shared_ptr<AudioChannel>>& ringingChannels() const { return strips_.ringing; }
   [[nodiscard]] AVAudioEngine& engine() { return *engine_; }
   [[nodiscard]] const Outcome& lastEngineStartError() const { return mutator_.lastEngineStartError(); }
 
@@ -108,8 +110,9 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   /// Takes the strip with the same id out, with all its nodes; its plug-in goes back to the pool.
   void removeChannel(const AudioChannel& channel);
 
-  /// Takes out all strips and the master's effects. Leaves the levels to the caller.
-  void removeAllChannels();
+  /// Takes out all strips and the master's effects, and those that still ring. Leaves the levels to the caller. Those
+  /// that can ring go on beside what comes for at most so long; see RingingStrips.
+  void removeAllChannels(double secondsToRing = 0);
 
   void routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
   void sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
@@ -124,6 +127,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   void followOutputRate();
   void followOutputDevice();
   void takeDown(AudioChannel& channel);
+  void takeDownRung(const RingingStrips::Channels& rung);
 
   EnginePlatform platform_;
   std::unique_ptr<AVAudioEngine> engine_;
@@ -140,6 +144,7 @@ class AudioEngine : public ChannelMixer, public std::enable_shared_from_this<Aud
   std::unique_ptr<PlaybackCache> playbackCache_;
   PlaybackLoader playbackLoader_;
   EffectRacks effects_;
+  RingingStrips ringing_;
   PluginCrashHandler deaths_;
   DroppedEvents droppedEvents_;
   MidiRouter router_;

@@ -31,10 +31,12 @@ void InstrumentRoutes::leave(const AudioChannel& channel) {
 
 void InstrumentRoutes::publish() {
   std::vector<InstrumentRoute> routes;
-  routes.reserve(strips_.channels.size());
-  for (const auto& channel : strips_.channels) {
-    if (hasPlayedInstrument(*channel)) {
-      routes.push_back({channel->instrumentNode.get(), rulesOf(*channel)});
+  routes.reserve(strips_.channels.size() + strips_.ringing.size());
+  for (const auto* const channels : {&strips_.channels, &strips_.ringing}) {
+    for (const auto& channel : *channels) {
+      if (hasPlayedInstrument(*channel)) {
+        routes.push_back({channel->instrumentNode.get(), rulesOf(*channel)});
+      }
     }
   }
   if (routes != published_) {

@@ -5,6 +5,7 @@
 #include "engine/effect_racks.h"
 #include "engine/instrument_loader.h"
 #include "engine/plugin_pool.h"
+#include "engine/ringing_strips.h"
 #include "engine/strips.h"
 #include "platform/console_output.h"
 #include "platform/dispatch.h"
@@ -40,6 +41,23 @@ bool PluginCrashHandler::takeFromStrips(const std::shared_ptr<AVAudioNode>& node
   if (effects_.loseEffectNode(*strips_.masterChannel, node)) {
     console_.printFailure(FailureKind::effect, "Effect crashed on the master: " + how);
     return true;
+  }
+  return takeFromRinging(node, how);
+}
+
+// Not a failure to be shown: the song on stage has lost nothing.
+bool PluginCrashHandler::takeFromRinging(const std::shared_ptr<AVAudioNode>& node, const std::string& how) {
+  for (const auto& channel : strips_.ringing) {
+    if (channel->instrumentNode.get() == node) {
+      console_.print("Plug-in crashed on strip " + channel->name.get() + ", which rang on: " + how);
+      instruments_.simulatePluginCrash(*channel);
+      ringing_.end(channel);
+      return true;
+    }
+    if (effects_.loseEffectNode(*channel, node)) {
+      console_.print("Effect crashed on strip " + channel->name.get() + ", which rings on: " + how);
+      return true;
+    }
   }
   return false;
 }

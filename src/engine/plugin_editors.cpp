@@ -60,7 +60,8 @@ std::string PluginEditors::effectKey(const AudioChannel& channel, const Uuid& sl
 std::shared_ptr<AVAudioUnit> PluginEditors::Target::current() const {
   const auto owner = channel.lock();
   const auto opened = unit.lock();
-  return owner != nullptr && opened != nullptr && find(*owner) == opened ? opened : nullptr;
+  const bool isThere = owner != nullptr && opened != nullptr && !owner->isRinging.get() && find(*owner) == opened;
+  return isThere ? opened : nullptr;
 }
 
 void PluginEditors::openInstrumentEditor(const std::shared_ptr<AudioChannel>& channel, PluginView wanted) {
@@ -159,7 +160,8 @@ void PluginEditors::present(const Target& target, const std::string& title,
                       panel,
                       isGeneric,
                       channel->instrumentNode.changed.connect(check),
-                      channel->effectNodes.changed.connect(check)};
+                      channel->effectNodes.changed.connect(check),
+                      channel->isRinging.changed.connect(check)};
   editors_.insert_or_assign(target.key, editor);
   editor.panel->setTitle(title);
   follow(editor);

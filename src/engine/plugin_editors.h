@@ -90,6 +90,7 @@ class PluginEditors {
     bool isGeneric = false;
     std::shared_ptr<void> instrumentConnection;
     std::shared_ptr<void> effectsConnection;
+    std::shared_ptr<void> ringingConnection;
   };
 
   void open(std::string key, std::string title, const std::shared_ptr<AudioChannel>& channel, Find find,

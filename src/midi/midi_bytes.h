@@ -21,7 +21,9 @@ inline constexpr std::uint8_t controllerModulation = 1;
 inline constexpr std::uint8_t controllerExpression = 11;
 inline constexpr std::uint8_t controllerBankSelectFine = 32;
 inline constexpr std::uint8_t controllerSustain = 64;
+inline constexpr std::uint8_t controllerSostenuto = 66;
 inline constexpr std::uint8_t controllerSoftPedal = 67;
+inline constexpr std::uint8_t controllerAllSoundOff = 120;
 inline constexpr std::uint8_t controllerResetAll = 121;
 inline constexpr std::uint8_t controllerAllNotesOff = 123;
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "midi/midi_router.h"
 
+#include <optional>
+
 #include "channel/audio_channel.h"
 #include "document/plugin_path.h"
 #include "midi/midi_bytes.h"
@@ -16,6 +18,12 @@ using std::uint8_t;
 constexpr uint8_t midiChannelCount = 16;
 constexpr uint8_t noteCount = 128;
 
+void send(AVAudioUnitMIDIInstrument& instrument, const std::optional<MidiMessage>& event) {
+  if (event) {
+    instrument.sendMIDIEvent(event->status, event->data1, event->data2);
+  }
+}
+
 // The plug-in that takes this channel's events, if it has one.
 AVAudioUnitMIDIInstrument* playedInstrument(const AudioChannel& channel) {
   return hasPlayedInstrument(channel) ? channel.midiInstrument() : nullptr;
@@ -29,8 +37,10 @@ void MidiRouter::routeMIDI(uint8_t status, uint8_t data1, uint8_t data2, Instrum
   }
   const MidiMessage message{status, data1, data2};
   raiseCallbacks(message);
-  for (const auto& channel : channels_) {
-    deliver(*channel, message, instruments);
+  for (const auto* const channels : {&channels_, &ringing_}) {
+    for (const auto& channel : *channels) {
+      deliver(*channel, message, instruments);
+    }
   }
 }
 
@@ -73,9 +83,7 @@ void MidiRouter::deliver(AudioChannel& channel, MidiMessage message, Instruments
   }
   auto* const instrument = instruments == Instruments::waiting ? playedInstrument(channel) : nullptr;
   if (instrument != nullptr) {
-    if (const auto event = instrumentEvent(rules, message)) {
-      instrument->sendMIDIEvent(event->status, event->data1, event->data2);
-    }
+    send(*instrument, instrumentEvent(rules, message));
   }
 }
 
@@ -90,10 +98,11 @@ void MidiRouter::sendPerformanceMIDI(uint8_t status, uint8_t data1, uint8_t data
   if (!engine_.isRunning()) {
     return;
   }
-  for (const auto& channel : channels_) {
-    if (auto* instrument = playedInstrument(*channel)) {
-      if (const auto event = performanceEvent(rulesOf(*channel), {status, data1, data2})) {
-        instrument->sendMIDIEvent(event->status, event->data1, event->data2);
+  const MidiMessage message{status, data1, data2};
+  for (const auto* const channels : {&channels_, &ringing_}) {
+    for (const auto& channel : *channels) {
+      if (auto* instrument = playedInstrument(*channel)) {
+        send(*instrument, performanceEvent(rulesOf(*channel), message));
       }
     }
   }

@@ -37,9 +37,10 @@ class MidiRouter {
     std::function<void(MidiMessage message)> onMidiProgramMessage;  // a program change or a part of its bank
   };
 
-  /// All are borrowed. A target may be null: its channels then get nothing.
-  MidiRouter(const AVAudioEngine& engine, const Channels& channels, const Callbacks& callbacks)
-      : engine_(engine), channels_(channels), callbacks_(callbacks) {}
+  /// All are borrowed; of the ringing channels only instruments play. A target may be null: its channels then get
+  /// nothing.
+  MidiRouter(const AVAudioEngine& engine, const Channels& channels, const Channels& ringing, const Callbacks& callbacks)
+      : engine_(engine), channels_(channels), ringing_(ringing), callbacks_(callbacks) {}
 
   void setVisualNoteTarget(VisualNoteTarget* target) { visuals_ = target; }
   void setPlaybackTarget(PlaybackTarget* target) { playbacks_ = target; }
@@ -47,7 +48,8 @@ class MidiRouter {
   /// Whether the instruments still have to get a message, or have got it on the audio thread.
   enum class Instruments { waiting, served };
 
-  /// One raw message from a keyboard or another source, channel nibble and all. Every channel sees it.
+  /// One raw message from a keyboard or another source, channel nibble and all. Every channel sees it, those that ring
+  /// what ends their notes.
   void routeMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
                  Instruments instruments = Instruments::waiting);
 
@@ -68,6 +70,7 @@ class MidiRouter {
 
   const AVAudioEngine& engine_;
   const Channels& channels_;
+  const Channels& ringing_;
   const Callbacks& callbacks_;
   VisualNoteTarget* visuals_ = nullptr;
   PlaybackTarget* playbacks_ = nullptr;

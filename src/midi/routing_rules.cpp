@@ -54,6 +54,31 @@ std::optional<MidiMessage> controllerEvent(const InstrumentRules& rules, MidiMes
   }
 }
 
+/// Releases of keys and of the pedals that hold notes, and the two controllers that end all of them. A pedal that
+/// switches a rotor holds none.
+bool endsNotes(const InstrumentRules& rules, MidiMessage message) noexcept {
+  const auto kind = classify(message);
+  if (!kind.isController) {
+    return kind.isNoteOff;
+  }
+  const bool isUp = (message.data2 & upperHalfMask) == 0;
+  switch (message.data1) {
+    case controllerSustain:
+      return isUp && !rules.sustainControlsRotor;
+    case controllerSostenuto:
+      return isUp;
+    case controllerAllSoundOff:
+    case controllerAllNotesOff:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool reaches(const InstrumentRules& rules, MidiMessage message) noexcept {
+  return !rules.isRinging || endsNotes(rules, message);
+}
+
 }  // namespace
 
 MessageClass classify(MidiMessage message) noexcept {
@@ -83,7 +108,7 @@ bool splitHolds(const InstrumentRules& rules, uint8_t note) noexcept {
 }
 
 std::optional<MidiMessage> instrumentEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
-  if (rules.isVisual && splitHolds(rules, message.data1)) {
+  if (!reaches(rules, message) || (rules.isVisual && splitHolds(rules, message.data1))) {
     return std::nullopt;
   }
   switch (highNibble(message.status)) {
@@ -102,6 +127,9 @@ std::optional<MidiMessage> instrumentEvent(const InstrumentRules& rules, MidiMes
 }
 
 std::optional<MidiMessage> performanceEvent(const InstrumentRules& rules, MidiMessage message) noexcept {
+  if (!reaches(rules, message)) {
+    return std::nullopt;
+  }
   if (highNibble(message.status) == statusController && message.data1 == controllerSustain) {
     return sustainEvent(rules, message);
   }

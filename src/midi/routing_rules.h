@@ -27,7 +27,8 @@ struct MessageClass {
 /// for it.
 ///
 /// The split is tested on the note as played; the transposed note is limited to 0 to 127. Notes and
-/// polyphonic aftertouch have a split, all else has none.
+/// polyphonic aftertouch have a split, all else has none. A strip that rings gets releases only: of keys, of sustain
+/// and sostenuto, and of all notes.
 [[nodiscard]] std::optional<MidiMessage> instrumentEvent(const InstrumentRules& rules, MidiMessage message) noexcept;
 
 /// The same for a controller or bend that a learned hardware control injects: no split and no

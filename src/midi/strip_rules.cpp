@@ -12,7 +12,8 @@ InstrumentRules rulesOf(const AudioChannel& channel) {
           .sendSustain = channel.sendSustain.get(),
           .sendExpression = channel.sendExpression.get(),
           .sustainControlsRotor = channel.sustainControlsRotor.get(),
-          .isVisual = channel.pluginKind() == PluginPathKind::visual};
+          .isVisual = channel.pluginKind() == PluginPathKind::visual,
+          .isRinging = channel.isRinging.get()};
 }
 
 bool hasPlayedInstrument(const AudioChannel& channel) {

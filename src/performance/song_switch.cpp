@@ -58,6 +58,12 @@ bool SongSwitch::isSongOnStage() const {
   return selected && *selected < state_.songs.get().size();
 }
 
+/// A song that is built again, is deleted or goes with its setlist does not ring.
+double SongSwitch::secondsToRing(std::size_t next) const {
+  const bool isAnother = isSongOnStage() && *state_.selectedSongIndex.get() != next;
+  return isAnother ? state_.songControl.get().letRingSeconds : 0U;
+}
+
 void SongSwitch::requestStates() {
   if (!isSongOnStage()) {
     return;
@@ -159,6 +165,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
     cancelMidiLearn();
   }
   const auto song = state_.songs.get()[static_cast<std::size_t>(index)];
+  const double ring = secondsToRing(static_cast<std::size_t>(index));
   // Counted before the first load starts: one that ends at once must not end the switch.
   const auto token = Uuid::fresh();
   beginSongSwitch(token, loadsOf(song));
@@ -167,7 +174,7 @@ void SongSwitch::applySong(std::ptrdiff_t index) {
   stripsWillGo.emit();
   engine_.pluginPool().prewarmPlugins(contents_.instruments());
   engine_.decodeAhead(contents_.tracksBehind(static_cast<std::size_t>(index)));
-  engine_.removeAllChannels();
+  engine_.removeAllChannels(ring);
   sources_.clear();
   for (const auto& record : song.channels) {
     buildChannel(record, token);

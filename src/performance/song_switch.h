@@ -34,7 +34,9 @@ enum class StateRead;
 /// The values of the song on stage live in the engine's channels and in the session; `AppState::songs` is brought up
 /// to date by `captureCurrentSong`, with which every switch and every save begins. A plug-in that is not installed or
 /// fails never stops a switch: its strip stays, silent, with its status. One that never answers ends the switch
-/// after `songSwitchTimeoutSeconds`. A switch is not an edit: it clears the mark. Main thread.
+/// after `songSwitchTimeoutSeconds`. A switch is not an edit: it clears the mark. With `SongControl::letRingSeconds`
+/// the strips of the song that goes sound on beside another one (`AudioEngine::removeAllChannels`); they are stored
+/// before. Main thread.
 class SongSwitch {
  public:
   static constexpr double songSwitchTimeoutSeconds = 30.0;
@@ -105,6 +107,7 @@ class SongSwitch {
   [[nodiscard]] bool isUnderWay(const Uuid& token) const;
 
   [[nodiscard]] bool isSongOnStage() const;
+  [[nodiscard]] double secondsToRing(std::size_t next) const;
   void requestStates();
   /// Of a strip whose plug-in has not arrived yet.
   enum class SourceOfLoading { kept, dropped };

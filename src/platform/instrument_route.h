@@ -16,7 +16,8 @@ struct InstrumentRules {
   bool sendSustain = true;
   bool sendExpression = true;
   bool sustainControlsRotor = false;
-  bool isVisual = false;  // what is within the split goes to clips
+  bool isVisual = false;   // what is within the split goes to clips
+  bool isRinging = false;  // of a song that went: only what ends notes
 
   bool operator==(const InstrumentRules&) const = default;
 };

@@ -61,6 +61,19 @@ TEST(SetlistDecoding, HowMidiChangesSongsMustBeWhatItIsWrittenAs) {
   }
 }
 
+TEST(SetlistDecoding, TheTimesOfASongChangeAreLimited) {
+  const SetlistFile setlist = decoded(R"({"song_control": {"step_guard_milliseconds": 4294967295,
+                                                           "let_ring_seconds": 4294967295}})");
+  EXPECT_EQ(setlist.songControl.stepGuardMilliseconds, 2000U);
+  EXPECT_EQ(setlist.songControl.letRingSeconds, 30U);
+  EXPECT_EQ(decoded(R"({"song_control": {"let_ring_seconds": 8}})").songControl, (SongControl{.letRingSeconds = 8}));
+  for (const char* const text :
+       {R"({"song_control": {"let_ring_seconds": -1}})", R"({"song_control": {"let_ring_seconds": 0.5}})",
+        R"({"song_control": {"let_ring_seconds": "8"}})", R"({"song_control": {"let_ring_seconds": 4294967296}})"}) {
+    EXPECT_FALSE(decodeSetlist(text).ok()) << text;
+  }
+}
+
 TEST(SetlistDecoding, AnEmptyObjectIsAnEmptySetlist) {
   const SetlistFile setlist = decoded("{}");
   EXPECT_EQ(setlist.version, 1U);

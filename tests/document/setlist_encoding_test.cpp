@@ -82,6 +82,14 @@ TEST(SetlistEncoding, HowMidiChangesSongsHasFieldsOfItsOwnAndComesBack) {
   EXPECT_EQ(withoutIds(again.value()), withoutIds(setlist));
 }
 
+TEST(SetlistEncoding, HowLongASongRingsIsWrittenWhereItDoes) {
+  SetlistFile setlist = sampleSetlist();
+  setlist.songControl.letRingSeconds = 8;
+  const json document = json::parse(encoded(setlist));
+  EXPECT_EQ(document["song_control"]["let_ring_seconds"], 8);
+  EXPECT_EQ(decodeSetlist(encoded(setlist)).value().songControl, setlist.songControl);
+}
+
 TEST(SetlistEncoding, ANegativeChannelIndexIsWritten) {
   SongConfig song;
   song.midiControlAssignments.emplace_back().target = {.kind = MidiControlKind::channelMute, .channelIndex = -1};

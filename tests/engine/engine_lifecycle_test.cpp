@@ -247,5 +247,15 @@ TEST_F(EngineLifecycle, EndOfLifeStopsThePlatformEngineAndTakesEveryTapOff) {
   mainQueue.advance(1.0);
 }
 
+TEST_F(EngineLifecycle, EndOfLifeWhileStripsRingTakesTheirTapsOffToo) {
+  const auto strip = addStrip("Piano");
+  const auto meter = strip.channel->meterNode.get();
+  engine->removeAllChannels(5);
+  ASSERT_EQ(engine->ringingChannels().size(), 1U);
+  engine.reset();
+  EXPECT_EQ(dynamic_cast<simulation::SimulatedMixer&>(*meter).tap, nullptr);
+  mainQueue.advance(10.0);
+}
+
 }  // namespace
 }  // namespace vrel

@@ -371,6 +371,16 @@ TEST_F(Editors, AStripThatIsReloadedUnloadedOrRemovedClosesItsEditor) {
   EXPECT_FALSE(factory.panels[2]->isShown);
 }
 
+TEST_F(Editors, AStripThatRingsClosesItsEditorAndOpensNone) {
+  const auto strip = addStrip("Keys");
+  open(strip);
+  engine->removeAllChannels(5);
+  ASSERT_EQ(engine->ringingChannels().size(), 1U);
+  EXPECT_FALSE(factory.panels[0]->isShown) << "what is turned there would be stored nowhere";
+  ask(strip);
+  EXPECT_TRUE(strip.instrument->core.viewRequests.empty());
+}
+
 TEST_F(Editors, AnInstrumentOrEffectThatDiesClosesItsEditor) {
   const auto strip = addStrip("Keys");
   const auto panel = open(strip);

@@ -231,6 +231,29 @@ TEST_F(SmallShow, ASongMarkerPutsThatSongOnStage) {
   EXPECT_NE(run.output.find("Played 3 songs: \"One\", \"Three\", \"One\"\n"), std::string::npos) << run.output;
 }
 
+TEST_F(SmallShow, ASongRingsOnUntilItsKeysAreReleasedOrItsTimeIsOver) {
+  auto setlist = setlistOf({songOf("One", {stripOf("Sine", sine)}), songOf("Two", {})});
+  MidiFileMaker show;
+  show.message(0, {0x90, 60, 100}).marker(500, "song 1").message(700, {0x90, 72, 100}).message(1000, {0x80, 60, 0});
+  play(setlist, show, {"--tail", "1"});
+  EXPECT_LT(sound().rmsDecibels(26000, 47000), -80) << "it ends with its song until that is set";
+  setlist.songControl.letRingSeconds = 5;
+  play(setlist, show, {"--tail", "1"});
+  const auto released = sound();
+  EXPECT_GT(released.rmsDecibels(26000, 47000), -20);
+  EXPECT_NEAR(released.crossingsPerSecond(38400, 47000), 523.25, 10) << "a key of the next song is not for it";
+  EXPECT_LT(released.rmsDecibels(54000, 96000), -80);
+  const auto bytes = read("out.wav");
+  play(setlist, show, {"--tail", "1"});
+  EXPECT_EQ(read("out.wav"), bytes);
+  setlist.songControl.letRingSeconds = 1;
+  MidiFileMaker held;
+  held.message(0, {0x90, 60, 100}).marker(500, "song 1");
+  play(setlist, held, {"--tail", "2"});
+  EXPECT_GT(sound().rmsDecibels(26000, 47000), -20);
+  EXPECT_LT(sound().rmsDecibels(73000, 110000), -80);
+}
+
 TEST_F(SmallShow, ALearnedControlActsAndIsLogged) {
   auto song = songOf("One", {stripOf("Sine", sine), stripOf("Other", sine)});
   song.midiControlAssignments = {{{MidiControlKind::channelMute, 0}, {0xB0, 2, 20}},
