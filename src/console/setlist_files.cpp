@@ -119,6 +119,7 @@ void SetlistFiles::newSetlist(bool confirm) {
   song.name = newSongName;
   song.channels = {newSongChannel(keyboardNoteRange(state_))};
   state_.songs.set({std::move(song)});
+  state_.songControl.set({});  // learned controls stay
   collectedFolder_.clear();
   state_.currentFilePath.set(std::nullopt);
   state_.selectedSongIndex.set(std::nullopt);

@@ -18,6 +18,10 @@ constexpr int lastMidiChannel = 15;
 constexpr std::int64_t lastBank = 16383;
 constexpr std::int64_t programCount = 128;
 
+std::uint32_t moved(std::uint32_t value, int by, std::uint32_t most) {
+  return static_cast<std::uint32_t>(std::clamp(static_cast<int>(value) + by, 0, static_cast<int>(most)));
+}
+
 }  // namespace
 
 std::string programText(const SongProgram& program) {
@@ -85,9 +89,14 @@ void SongControlPage::moveMidiChannel(int by) {
 
 void SongControlPage::moveStepGuard(int by) {
   edit([by](SongControl& control) {
-    const auto guard = static_cast<int>(std::min(control.stepGuardMilliseconds, std::uint32_t{mostGuardMilliseconds}));
     control.stepGuardMilliseconds =
-        static_cast<std::uint32_t>(std::clamp(guard + by * guardStepMilliseconds, 0, mostGuardMilliseconds));
+        moved(control.stepGuardMilliseconds, by * guardStepMilliseconds, SongControl::mostStepGuardMilliseconds);
+  });
+}
+
+void SongControlPage::moveLetRing(int by) {
+  edit([by](SongControl& control) {
+    control.letRingSeconds = moved(control.letRingSeconds, by, SongControl::mostLetRingSeconds);
   });
 }
 

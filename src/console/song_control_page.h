@@ -30,11 +30,11 @@ struct SongProgramRow {
   bool operator==(const SongProgramRow&) const = default;
 };
 
-/// The page on which a person says how the hardware changes songs: by program change, and by learned steps. What is
-/// changed there is an edit. In Live mode controls can be learned, and nothing else can be changed. Main thread.
+/// The page on which a person says how songs change: by program change, by learned steps, and whether the song that
+/// goes rings. What is changed there is an edit. In Live mode controls can be learned, and nothing else can be changed.
+/// Main thread.
 class SongControlPage {
  public:
-  static constexpr int mostGuardMilliseconds = 2000;
   static constexpr int guardStepMilliseconds = 50;
 
   /// Both are borrowed.
@@ -55,6 +55,8 @@ class SongControlPage {
   void moveMidiChannel(int by);
   /// By so many steps of `guardStepMilliseconds`.
   void moveStepGuard(int by);
+  /// By so many seconds, from none.
+  void moveLetRing(int by);
 
   /// Takes over what was typed; nothing typed means that no program change selects the song.
   void enterProgram(const std::string& songId, const std::string& text);

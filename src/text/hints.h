@@ -58,6 +58,7 @@ enum class Hint {
   pluginControl,
   typedControl,
   stepGuard,
+  letRing,
   songMidiChannel,
   songsByProgramChange,
   numberSongs,

@@ -189,6 +189,8 @@ enum class TextKey {
   midiChannel,
   allMidiChannels,
   stepGuard,
+  letRing,
+  letRingOff,
   songProgram,
   receivedProgram,
   numberSongs,

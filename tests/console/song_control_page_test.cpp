@@ -93,6 +93,26 @@ TEST_F(SongsByMidi, ValuesStopAtTheirEnds) {
   EXPECT_EQ(state.songControl.get().stepGuardMilliseconds, 0U);
   page().moveStepGuard(100);
   EXPECT_EQ(state.songControl.get().stepGuardMilliseconds, 2000U);
+  page().moveLetRing(-1);
+  EXPECT_EQ(state.songControl.get().letRingSeconds, 0U);
+  page().moveLetRing(8);
+  EXPECT_EQ(state.songControl.get().letRingSeconds, 8U);
+  page().moveLetRing(100);
+  EXPECT_EQ(state.songControl.get().letRingSeconds, 30U);
+}
+
+TEST_F(SongsByMidi, ANewSetlistBeginsInSilenceWithTheDefaultsAndKeepsTheLearnedSteps) {
+  page().toggleByProgramChange();
+  page().moveStepGuard(4);
+  page().moveLetRing(8);
+  page().learn(MidiControlKind::nextSong);
+  engine->routeMIDI(0xB0, 66, 127);
+  addStrip("Piano");
+  content.setlistFiles().newSetlist(false);
+  EXPECT_EQ(state.songControl.get(), SongControl{});
+  EXPECT_EQ(page().sourceOf(MidiControlKind::nextSong), "CC 66, MIDI 1");
+  EXPECT_TRUE(engine->ringingChannels().empty());
+  EXPECT_FALSE(state.isDirty.get());
 }
 
 TEST_F(SongsByMidi, AStepIsLearnedListedAndRemovedLikeOtherControls) {
@@ -122,6 +142,7 @@ TEST_F(SongsByMidi, InLiveModeOnlyLearningIsLeft) {
   enter(0, "9");
   page().toggleByProgramChange();
   page().moveStepGuard(1);
+  page().moveLetRing(1);
   page().numberSongs();
   EXPECT_EQ(state.songControl.get(), SongControl{});
   EXPECT_EQ(song(0).program, std::nullopt);

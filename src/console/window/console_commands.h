@@ -133,6 +133,7 @@ class ConsoleCommands : public QObject {
   Q_INVOKABLE void toggleSongsByProgramChange();
   Q_INVOKABLE void moveSongMidiChannel(int by);
   Q_INVOKABLE void moveStepGuard(int by);
+  Q_INVOKABLE void moveLetRing(int by);
   Q_INVOKABLE void enterSongProgram(const QString& songId, const QString& text);
   Q_INVOKABLE void numberSongs();
   Q_INVOKABLE void startCheck();

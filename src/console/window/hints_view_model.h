@@ -78,6 +78,7 @@ class HintsViewModel : public QObject {
   VREL_HINT(pluginControl)
   VREL_HINT(typedControl)
   VREL_HINT(stepGuard)
+  VREL_HINT(letRing)
   VREL_HINT(songMidiChannel)
   VREL_HINT(songsByProgramChange)
   VREL_HINT(numberSongs)

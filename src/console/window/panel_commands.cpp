@@ -167,6 +167,10 @@ void ConsoleCommands::moveStepGuard(int by) {
   withContent([by](ContentView& content) { content.songControlPage().moveStepGuard(by); });
 }
 
+void ConsoleCommands::moveLetRing(int by) {
+  withContent([by](ContentView& content) { content.songControlPage().moveLetRing(by); });
+}
+
 void ConsoleCommands::enterSongProgram(const QString& songId, const QString& text) {
   withContent([id = songId.toStdString(), text = text.toStdString()](ContentView& content) {
     content.songControlPage().enterProgram(id, text);

@@ -86,6 +86,7 @@ class SongControlViewModel : public vrel::window::MirrorItem {
   VREL_SHOWN(bool, isByProgramChange)
   VREL_SHOWN(int, midiChannel)  // 1 to 16; 0 for all
   VREL_SHOWN(int, guardMilliseconds)
+  VREL_SHOWN(int, letRingSeconds)  // 0 for not at all
   VREL_SHOWN(QString, nextSource)  // what of the hardware steps; empty for nothing
   VREL_SHOWN(QString, previousSource)
   VREL_SHOWN(QString, lastProgram)  // what came last; empty for nothing

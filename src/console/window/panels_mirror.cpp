@@ -215,6 +215,7 @@ void PanelsMirror::refreshSongControl() {
   songControl_.set(View::isByProgramChangeKey, control.byProgramChange);
   songControl_.set(View::midiChannelKey, control.midiChannel ? *control.midiChannel + 1 : 0);
   songControl_.set(View::guardMillisecondsKey, static_cast<int>(control.stepGuardMilliseconds));
+  songControl_.set(View::letRingSecondsKey, static_cast<int>(control.letRingSeconds));
   songControl_.set(View::nextSourceKey, page.sourceOf(MidiControlKind::nextSong));
   songControl_.set(View::previousSourceKey, page.sourceOf(MidiControlKind::previousSong));
   const auto& last = content_.songRequests().lastProgram.get();

@@ -151,6 +151,8 @@ class TextsViewModel : public vrel::window::MirrorItem {
   VREL_TEXT(midiChannel)
   VREL_TEXT(allMidiChannels)
   VREL_TEXT(stepGuard)
+  VREL_TEXT(letRing)
+  VREL_TEXT(letRingOff)
   VREL_TEXT(songProgram)
   VREL_TEXT(receivedProgram)
   VREL_TEXT(numberSongs)

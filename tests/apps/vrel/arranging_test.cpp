@@ -265,6 +265,9 @@ TEST_F(Arranging, SongsAreChangedByALearnedPedalAndByATypedProgramChange) {
   EXPECT_TRUE(driver.eventually([this] { return driver.value("learnNextSong", "source") == "CC 66, MIDI 1"; }));
   driver.onLogic([](Session& session) { session.content().midiLearn().handleMidiControlMessage(0xB0, 66, 127); });
   EXPECT_TRUE(driver.eventually([&] { return onStage() == 1; }));
+  EXPECT_EQ(driver.value("letRingValue", "text").toString().toStdString(), "Off");
+  driver.click("letRingUp");
+  EXPECT_TRUE(driver.eventually([this] { return driver.value("letRingValue", "text") == "1 s"; }));
   driver.click("songsByProgramChange");
   driver.click("songProgramField0");
   driver.type("12");

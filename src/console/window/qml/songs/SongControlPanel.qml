@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How the hardware changes songs: learned steps with their guard, and the program change of each song.
+// How songs change: learned steps with their guard, whether the song that goes rings, the program change of each song.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -44,6 +44,14 @@ ChoicePanel {
         hint: panel.blocked || panel.desk.hints.stepGuard
         mayEdit: panel.control.mayEdit
         onMoved: by => panel.desk.commands.moveStepGuard(by)
+    }
+    SongSetting {
+        objectName: "letRing"
+        title: panel.desk.texts.letRing
+        valueText: panel.control.letRingSeconds > 0 ? panel.control.letRingSeconds + " s" : panel.desk.texts.letRingOff
+        hint: panel.blocked || panel.desk.hints.letRing
+        mayEdit: panel.control.mayEdit
+        onMoved: by => panel.desk.commands.moveLetRing(by)
     }
     SongSetting {
         objectName: "songMidiChannel"
