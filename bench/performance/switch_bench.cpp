@@ -157,5 +157,38 @@ void passAsSetlistGrows(benchmark::State& state) {
 }
 BENCHMARK(passAsSetlistGrows)->Iterations(100)->Unit(benchmark::kMillisecond);
 
+/// A block of 16 strips that ring behind their song, beside a block of the same strips on stage.
+void ringingStripsOverPlayingOnes(benchmark::State& state) {
+  constexpr std::size_t strips = 16;
+  constexpr double secondsToRing = 30;
+  const auto ringingDevice = std::make_shared<audio::bench::ManualDevice>();
+  const auto playingDevice = std::make_shared<audio::bench::ManualDevice>();
+  SwitchStage ringing(ringingDevice, bareCast(strips));
+  SwitchStage playing(playingDevice, bareCast(strips));
+  ringing.engine->removeAllChannels(secondsToRing);
+  std::vector<double> ringingTimes;
+  std::vector<double> playingTimes;
+  for (auto _ : state) {
+    // Alternating, so that other load affects both alike.
+    const auto ringingBegin = Clock::now();
+    ringingDevice->render();
+    ringingTimes.push_back(microsecondsSince(ringingBegin));
+    const auto playingBegin = Clock::now();
+    playingDevice->render();
+    playingTimes.push_back(microsecondsSince(playingBegin));
+    ringingDevice->pump();
+    playingDevice->pump();
+  }
+  if (ringing.engine->ringingChannels().size() != strips || !ringing.engine->channels().empty() ||
+      ringingDevice->sample() == 0 || playing.engine->channels().size() != strips) {
+    state.SkipWithError("not the strips that are compared");
+    return;
+  }
+  state.counters["ringing_us"] = median(ringingTimes);
+  state.counters["playing_us"] = median(playingTimes);
+  state.counters["ratio"] = median(ringingTimes) / median(playingTimes);
+}
+BENCHMARK(ringingStripsOverPlayingOnes)->Iterations(4000)->Unit(benchmark::kMicrosecond);
+
 }  // namespace
 }  // namespace vrel::bench
