@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The one window of the program. It shows the view-models and posts what the performer does; it decides nothing.
+// The one window of the program: what lies over what, and who has the keys. It decides nothing.
 import QtQuick
-import QtQuick.Layouts
 import QtQuick.Window
 import Vrel.Console
 
-Window {
+ScaledWindow {
     id: window
 
     required property ConsoleModel desk
@@ -17,29 +16,20 @@ Window {
     readonly property bool isLive: desk.session.isLive
     readonly property bool isAsked: desk.alert.isShown
     readonly property bool isCovered: isAsked || desk.session.isLoading || desk.isPanelShown
-    // Pixels for each point. All lengths but the window's own are in points.
-    readonly property real drawScale: Laws.windowScale(width, height, desk.session.zoomPercent)
 
     // Closes the page or the panel in front; whether one was open.
     function dismissPanel(): bool {
         return notes.dismiss() || panels.dismiss();
     }
 
-    // Menus and other popups lie in the content, too, and are scaled with it.
-    function fit(): void {
-        contentItem.transformOrigin = Item.TopLeft;
-        contentItem.scale = drawScale;
-        contentItem.width = width / drawScale;
-        contentItem.height = height / drawScale;
-    }
-
     // No caret may stay in a text field: from here on the keyboard is a remote control.
     function dropCaret(): void {
         if (isLive && !isAsked)
-            content.forceActiveFocus(Qt.OtherFocusReason);
+            body.forceActiveFocus(Qt.OtherFocusReason);
     }
 
     objectName: "consoleWindow"
+    drawScale: Laws.windowScale(width, height, desk.session.zoomPercent)
     width: openingSize.width
     height: openingSize.height
     visible: true
@@ -48,21 +38,6 @@ Window {
     title: desk.texts.appTitle
     color: Theme.background
     onIsLiveChanged: dropCaret()
-    onDrawScaleChanged: fit()
-    onWidthChanged: fit()
-    onHeightChanged: fit()
-    Component.onCompleted: fit()
-
-    // The window sizes its content itself, in pixels, after its own size has changed.
-    Connections {
-        target: window.contentItem
-        function onWidthChanged(): void {
-            window.fit();
-        }
-        function onHeightChanged(): void {
-            window.fit();
-        }
-    }
 
     Binding {
         target: Theme
@@ -85,66 +60,14 @@ Window {
         onFileDropped: file => window.desk.commands.dropOnWindow(file)
     }
 
-    FocusScope {
-        id: content
+    ConsoleBody {
+        id: body
 
         anchors.fill: parent
+        desk: window.desk
         focus: !window.isAsked
         enabled: !window.isCovered
         Keys.onEscapePressed: event => event.accepted = window.dismissPanel()
-
-        ColumnLayout {
-            anchors.fill: parent
-            anchors.margins: 3
-            spacing: 4
-
-            // A problem is shown where nothing has to move for it.
-            RowLayout {
-                Layout.fillWidth: true
-                spacing: 4
-
-                ConsoleMenuBar {
-                    Layout.fillWidth: !problem.visible
-                    desk: window.desk
-                }
-                ProblemLine {
-                    id: problem
-
-                    Layout.fillWidth: true
-                    desk: window.desk
-                }
-            }
-            HeaderBar {
-                id: header
-
-                Layout.fillWidth: true
-                desk: window.desk
-            }
-            LiveBanner {
-                Layout.fillWidth: true
-                desk: window.desk
-            }
-            Item {
-                id: body
-
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-
-                SongColumn {
-                    id: songs
-
-                    width: Laws.setlistWidth(content.width)
-                    height: body.height
-                    desk: window.desk
-                }
-                WorkArea {
-                    x: songs.width + 4
-                    width: body.width - x
-                    height: body.height
-                    desk: window.desk
-                }
-            }
-        }
     }
 
     Rectangle {
@@ -160,7 +83,7 @@ Window {
         id: panels
 
         anchors.fill: parent
-        anchors.topMargin: body.y + 4
+        anchors.topMargin: body.stageTop + 1
         desk: window.desk
         enabled: !window.isCovered
     }
@@ -172,14 +95,6 @@ Window {
         desk: window.desk
         owner: window
         drawScale: window.drawScale
-        enabled: !window.isCovered
-    }
-
-    CollectingBar {
-        anchors.horizontalCenter: parent.horizontalCenter
-        anchors.bottom: parent.bottom
-        anchors.bottomMargin: 16
-        desk: window.desk
         enabled: !window.isCovered
     }
 
@@ -214,9 +129,9 @@ Window {
 
     // Above everything: a hanging note must be silenced at once, whatever is open. See also UiThread, for menus.
     PanicButton {
-        x: content.width - width - 8
-        y: header.y + 6
-        height: header.height - 6
+        x: body.width - width - 8
+        y: body.headerTop + 3
+        height: body.headerHeight - 6
         desk: window.desk
         Keys.onEscapePressed: event => event.accepted = !window.isCovered && window.dismissPanel()
     }

@@ -44,25 +44,12 @@ ModalShade {
                 Accessible.name: text
             }
 
-            Rectangle {
+            ProgressLine {
                 objectName: "loadingBar"
                 Layout.fillWidth: true
-                implicitHeight: 16
-                radius: 8
-                color: Theme.well
-                border.width: 1
-                border.color: Theme.line
                 visible: modal.progress >= 0
-
-                Accessible.role: Accessible.ProgressBar
-                Accessible.name: modal.desk.session.loadingMessage
-
-                Rectangle {
-                    width: Math.min(1, Math.max(0, modal.progress)) * parent.width
-                    height: parent.height
-                    radius: 8
-                    color: Theme.teal
-                }
+                spokenName: modal.desk.session.loadingMessage
+                value: modal.progress
             }
 
             Spinner {

@@ -7,24 +7,15 @@ import QtQuick.Layouts
 import QtQuick.Window
 import Vrel.Console
 
-Window {
+ScaledWindow {
     id: window
 
     required property ConsoleModel desk
     required property Window owner
-    required property real drawScale
     required property EditorViewModel entry
 
     readonly property int centerings: entry.centerings
     readonly property int raises: entry.raises
-
-    // See Main.qml.
-    function fit(): void {
-        contentItem.transformOrigin = Item.TopLeft;
-        contentItem.scale = drawScale;
-        contentItem.width = width / drawScale;
-        contentItem.height = height / drawScale;
-    }
 
     function center(): void {
         x = owner.x + (owner.width - width) / 2;
@@ -40,9 +31,6 @@ Window {
     minimumWidth: 520
     minimumHeight: 420
     color: Theme.background
-    onDrawScaleChanged: fit()
-    onWidthChanged: fit()
-    onHeightChanged: fit()
     onCenteringsChanged: center()
     onRaisesChanged: raise()
     onClosing: close => {
@@ -50,7 +38,6 @@ Window {
         desk.plugins.close(entry.editorId);
     }
     Component.onCompleted: {
-        fit();
         center();
         show();
         requestActivate();
@@ -60,16 +47,6 @@ Window {
 
     MirrorRef {
         entry: window.entry
-    }
-
-    Connections {
-        target: window.contentItem
-        function onWidthChanged(): void {
-            window.fit();
-        }
-        function onHeightChanged(): void {
-            window.fit();
-        }
     }
 
     ColumnLayout {

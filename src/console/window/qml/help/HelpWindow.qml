@@ -7,7 +7,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Window
 import Vrel.Console
 
-Window {
+ScaledWindow {
     id: window
 
     required property Window owner
@@ -15,19 +15,9 @@ Window {
     required property HelpViewModel entry
 
     readonly property int raises: entry.raises
-    // Its words are small, and are not drawn smaller.
-    readonly property real drawScale: Math.max(1, ownerScale)
     property bool isPlaced: false
 
     signal closed
-
-    // See Main.qml.
-    function fit(): void {
-        contentItem.transformOrigin = Item.TopLeft;
-        contentItem.scale = drawScale;
-        contentItem.width = width / drawScale;
-        contentItem.height = height / drawScale;
-    }
 
     function place(): void {
         if (isPlaced)
@@ -50,6 +40,8 @@ Window {
         page.forceActiveFocus(Qt.PopupFocusReason);
     }
 
+    // Its words are small, and are not drawn smaller.
+    drawScale: Math.max(1, ownerScale)
     title: entry.title
     transientParent: owner
     flags: Qt.Window | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint | Qt.WindowMinimizeButtonHint
@@ -57,15 +49,11 @@ Window {
     minimumHeight: 240
     visible: false
     color: Theme.background
-    onDrawScaleChanged: fit()
-    onWidthChanged: fit()
-    onHeightChanged: fit()
     onRaisesChanged: come()
     onClosing: close => {
         close.accepted = false; // it stays, hidden
         closed();
     }
-    Component.onCompleted: fit()
 
     Connections {
         target: window.entry
@@ -74,16 +62,6 @@ Window {
                 window.come();
             else
                 window.hide();
-        }
-    }
-
-    Connections {
-        target: window.contentItem
-        function onWidthChanged(): void {
-            window.fit();
-        }
-        function onHeightChanged(): void {
-            window.fit();
         }
     }
 

@@ -5,23 +5,14 @@ import QtQuick.Layouts
 import QtQuick.Window
 import Vrel.Console
 
-Window {
+ScaledWindow {
     id: window
 
     required property ConsoleModel desk
     required property Window owner
-    required property real drawScale
     required property bool isOpen
     required property ScreenInfo display
     required property string consoleDisplay
-
-    // See Main.qml.
-    function fit(): void {
-        contentItem.transformOrigin = Item.TopLeft;
-        contentItem.scale = drawScale;
-        contentItem.width = width / drawScale;
-        contentItem.height = height / drawScale;
-    }
 
     function fill(): void {
         setGeometry(display.virtualX, display.virtualY, display.width, display.height);
@@ -32,11 +23,15 @@ Window {
             hide();
             return;
         }
+        const isTyped = owner.active;
         screen = display;
         fill();
         showFullScreen();
         fill(); // where no window manager does it
         notes.forceActiveFocus(Qt.PopupFocusReason);
+        // Which to show has taken the keys from: they come here by a press alone.
+        if (isTyped)
+            owner.requestActivate();
     }
 
     objectName: "largeNotesWindow"
@@ -44,25 +39,11 @@ Window {
     transientParent: owner
     visible: false
     color: Theme.background
-    onDrawScaleChanged: fit()
-    onWidthChanged: fit()
-    onHeightChanged: fit()
     onIsOpenChanged: follow()
     onDisplayChanged: follow()
     onClosing: close => {
         close.accepted = false; // it stays, hidden
         desk.commands.toggleLargeNotes();
-    }
-    Component.onCompleted: fit()
-
-    Connections {
-        target: window.contentItem
-        function onWidthChanged(): void {
-            window.fit();
-        }
-        function onHeightChanged(): void {
-            window.fit();
-        }
     }
 
     ColumnLayout {

@@ -51,21 +51,13 @@ ChoicePanel {
         }
     }
 
-    Rectangle {
+    ProgressLine {
         objectName: "checkProgress"
         Layout.fillWidth: true
-        Layout.fillHeight: false
         visible: panel.check.isRunning
-        implicitHeight: 6
-        radius: 3
-        color: Theme.barTrack
-
-        Rectangle {
-            width: parent.width * panel.check.progress
-            height: parent.height
-            radius: 3
-            color: Theme.teal
-        }
+        implicitHeight: 8
+        spokenName: panel.owner
+        value: panel.check.progress
     }
 
     ListView {
