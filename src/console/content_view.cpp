@@ -95,6 +95,12 @@ ContentView::ContentView(const Collaborators& collaborators)
       setlistChecker_.close();
     }
   }));
+  // What a person needs of these in Live mode, and LiveModePolicy allows, is opened then.
+  connections_.push_back(appState_.isLiveModeEnabled.changed.connect([this](bool isLive) {
+    if (isLive) {
+      closePages();
+    }
+  }));
   instrumentSelector_.missingSource = [this](const AudioChannel& channel) {
     return songSwitch_.missingSource(channel);
   };
@@ -112,6 +118,14 @@ void ContentView::contentDidAppear() {
     setlistFiles_.newSetlist(false);
   }
   selectAChannel();
+}
+
+void ContentView::closePages() {
+  effectRack_.close();
+  learnedControls_.isShown.set(false);
+  songControlPage_.isShown.set(false);
+  setlistChecker_.close();
+  keptCopies_.close();
 }
 
 void ContentView::selectAChannel() {

@@ -138,6 +138,8 @@ class ContentView {
   void observeMenus();
   void withSelectedChannel(void (ChannelOperations::*operation)(const AudioChannel&));
   void selectAChannel();
+  /// Those over songs or strips, but for the large notes, which are for the stage.
+  void closePages();
 
   AppState& appState_;
   AudioEngine& audioEngine_;

@@ -71,6 +71,28 @@ TEST_F(ContentViewTest, TheLargeNotesFollowTheirControlAndBeginEachSongAtTheTop)
   EXPECT_FALSE(notes.isShown.get());
 }
 
+TEST_F(ContentViewTest, PagesOverSongsOrStripsCloseAsLiveModeBegins) {
+  appear();
+  const auto beginLiveMode = [this] {
+    content.liveMode().setLiveMode(false);
+    content.liveMode().setLiveMode(true);
+  };
+  for (auto* const isShown : {&content.setlistChecker().isShown, &content.keptCopies().isShown,
+                              &content.learnedControls().isShown, &content.songControlPage().isShown}) {
+    isShown->set(true);
+    beginLiveMode();
+    EXPECT_FALSE(isShown->get());
+  }
+  const auto& rack = content.effectRack().openChannelId;
+  content.effectRack().toggle(*engine->masterChannel());
+  content.largeNotes().toggle();
+  beginLiveMode();
+  EXPECT_EQ(rack.get(), std::nullopt);
+  EXPECT_TRUE(content.largeNotes().isShown.get()) << "they are for the stage";
+  content.effectRack().toggle(*engine->masterChannel());
+  EXPECT_EQ(rack.get(), engine->masterChannel()->id) << "opened in Live mode";
+}
+
 TEST_F(ContentViewTest, ASongSwitchCancelsWhatIsBeingLearned) {
   appear();
   content.midiLearn().toggleMidiLearnMode();

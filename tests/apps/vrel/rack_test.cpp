@@ -26,6 +26,15 @@ class RackPanel : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rackPanel"); }));
   }
 
+  /// Live mode has closed the one that was open.
+  void openInLiveMode() {
+    driver.click("liveButton");
+    ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive() && !driver.isShown("rackPanel"); }));
+    driver.click("setup0");
+    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rack0"); }));
+    open("rack0");
+  }
+
   void add(const std::string& effect) {
     driver.click("effectSearch");
     driver.key("ctrl+a");
@@ -77,7 +86,7 @@ TEST_F(RackPanel, AnEffectThatHasDiedIsShownAndLoadedAgainByAPressAlsoInLiveMode
   open("rack0");
   add("Zoo Gain");
   ASSERT_TRUE(has({"Zoo Gain"}));
-  driver.click("liveButton");
+  openInLiveMode();
   driver.onLogic([](Session& session) {
     auto& channel = *session.engine().channels()[0];
     session.engine().effects().loseEffectNode(channel, channel.effectNodes.get().begin()->second);
@@ -134,8 +143,7 @@ TEST_F(RackPanel, InLiveModeItListsAndNothingCanBePressed) {
   open("rack0");
   add("Zoo Gain");
   ASSERT_TRUE(has({"Zoo Gain"}));
-  driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  openInLiveMode();
   EXPECT_TRUE(driver.value("openEffect0", "enabled").toBool()) << "its window changes nothing of the rack";
   for (const auto* control : {"replaceEffect0", "effectUp0", "effectDown0", "removeEffect0", "effect0"}) {
     EXPECT_TRUE(driver.isShown(control)) << control;
