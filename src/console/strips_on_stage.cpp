@@ -19,6 +19,11 @@ std::shared_ptr<AudioChannel> stripWithId(const AudioEngine& engine, const std::
   return index ? engine.channels()[*index] : nullptr;
 }
 
+std::string numberedName(const AudioEngine& engine, const AudioChannel& channel) {
+  const auto index = indexOfStrip(engine, channel.id);
+  return index ? std::to_string(*index + 1) + "  " + channel.name.get() : channel.name.get();
+}
+
 void selectFirstStrip(ConsoleSelection& selection, const AudioEngine& engine) {
   const auto& strips = engine.channels();
   selection.selectedChannelId.set(strips.empty() ? std::nullopt : std::optional(strips.front()->id));

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "foundation/uuid.h"
 
@@ -19,6 +20,9 @@ struct ConsoleSelection;
 
 /// Null for one that is not on stage.
 [[nodiscard]] std::shared_ptr<AudioChannel> stripWithId(const AudioEngine& engine, const std::optional<Uuid>& id);
+
+/// Of a strip, its number and its name; of the master, its name.
+[[nodiscard]] std::string numberedName(const AudioEngine& engine, const AudioChannel& channel);
 
 /// None without strips.
 void selectFirstStrip(ConsoleSelection& selection, const AudioEngine& engine);

@@ -74,8 +74,7 @@ void ClipMirror::refresh() {
     return;  // what was shown last stays until the panel has gone
   }
   areRowsNew_ = false;
-  const auto index = indexOfStrip(content_.audioEngine(), channel->id);
-  view_.set(View::stripNameKey, (index ? std::to_string(*index + 1) + "  " : std::string()) + channel->name.get());
+  view_.set(View::stripNameKey, numberedName(content_.audioEngine(), *channel));
   view_.set(View::colorKey, colorOf(channel->color.get()));
   showRows();
 }

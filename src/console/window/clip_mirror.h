@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "console/window/clip_view_model.h"
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 
@@ -13,10 +14,6 @@ class ContentView;
 }  // namespace vrel
 
 namespace vrel::window {
-
-namespace mirror_ids {
-inline constexpr FixedMirrorId<ClipViewModel> clips{24};
-}  // namespace mirror_ids
 
 /// Says where each property of the editor of clips comes from. Main thread. All is borrowed.
 class ClipMirror {

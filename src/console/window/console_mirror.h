@@ -13,6 +13,7 @@
 #include "console/window/editors_mirror.h"
 #include "console/window/help_mirror.h"
 #include "console/window/menu_entry.h"
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "console/window/panels_mirror.h"
@@ -33,17 +34,6 @@ class WindowSettings;
 }  // namespace vrel
 
 namespace vrel::window {
-
-/// The objects and lists that the window knows from the beginning.
-namespace mirror_ids {
-inline constexpr FixedMirrorId<SessionViewModel> session{1};
-inline constexpr FixedMirrorId<MasterViewModel> master{2};
-inline constexpr FixedMirrorId<TextsViewModel> texts{3};
-inline constexpr FixedMirrorId<AlertViewModel> alert{4};
-inline constexpr FixedMirrorId<MenuBarViewModel> menuBar{5};
-inline constexpr MirrorId songs = 6;
-inline constexpr MirrorId strips = 7;
-}  // namespace mirror_ids
 
 /// Says where each property of the view-models comes from, and decides nothing.
 ///

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "foundation/uuid.h"
@@ -16,10 +17,6 @@ class EditorPanel;
 }  // namespace vrel
 
 namespace vrel::window {
-
-namespace mirror_ids {
-inline constexpr MirrorId editors = 23;
-}  // namespace mirror_ids
 
 /// Says where each property of the plug-ins' windows comes from. Main thread. All is borrowed.
 class EditorsMirror {

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <memory>
-#include <vector>
-
 #include "console/window/help_view_model.h"
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 
@@ -14,11 +12,6 @@ class VrelHelpWindowController;
 }  // namespace vrel
 
 namespace vrel::window {
-
-namespace mirror_ids {
-inline constexpr FixedMirrorId<HelpViewModel> help{30};
-inline constexpr FixedMirrorId<HelpViewModel> liveKeys{31};
-}  // namespace mirror_ids
 
 /// Says where each property of the help windows comes from. Main thread. All is borrowed.
 class HelpMirror {

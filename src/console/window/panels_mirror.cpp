@@ -119,11 +119,6 @@ void PanelsMirror::refresh() {
   refreshSongControl();
 }
 
-std::string PanelsMirror::shownName(const AudioChannel& channel) const {
-  const auto index = indexOfStrip(content_.audioEngine(), channel.id);
-  return index ? std::to_string(*index + 1) + "  " + channel.name.get() : channel.name.get();
-}
-
 void PanelsMirror::refreshSelector() {
   using View = SelectorViewModel;
   InstrumentSelector& selector = content_.instrumentSelector();
@@ -131,7 +126,7 @@ void PanelsMirror::refreshSelector() {
   if (channel == nullptr) {
     return;  // what was shown last stays until the panel has gone
   }
-  selector_.set(View::stripNameKey, shownName(*channel));
+  selector_.set(View::stripNameKey, numberedName(content_.audioEngine(), *channel));
   selector_.set(View::colorKey, colorOf(channel->color.get()));
   selector_.set(View::loadedKeyKey, channel->pluginPath.get());
   if (areInstrumentsNew_) {
@@ -148,7 +143,7 @@ void PanelsMirror::refreshRack() {
   if (channel == nullptr) {
     return;  // what was shown last stays until the panel has gone
   }
-  rack_.set(View::ownerNameKey, shownName(*channel));
+  rack_.set(View::ownerNameKey, numberedName(content_.audioEngine(), *channel));
   rack_.set(View::colorKey, colorOf(channel->color.get()));
   QList<RackSlot> effects;
   for (const auto& slot : EffectRack::occupiedSlots(*channel)) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "console/window/panel_view_models.h"
@@ -15,13 +16,6 @@ class ContentView;
 }  // namespace vrel
 
 namespace vrel::window {
-
-namespace mirror_ids {
-inline constexpr FixedMirrorId<SelectorViewModel> selector{20};
-inline constexpr FixedMirrorId<RackViewModel> rack{21};
-inline constexpr FixedMirrorId<LearnedControlsViewModel> learned{22};
-inline constexpr FixedMirrorId<SongControlViewModel> songControl{23};
-}  // namespace mirror_ids
 
 /// Says where each property of the panels that choose plug-ins comes from. Main thread. All is borrowed.
 class PanelsMirror {
@@ -35,7 +29,6 @@ class PanelsMirror {
   void mirrorSelector(MirrorSource& source);
   void mirrorRack(MirrorSource& source);
   void followOpenRack(MirrorSource& source);
-  [[nodiscard]] std::string shownName(const AudioChannel& channel) const;
   void refreshSelector();
   void refreshRack();
   void mirrorLearned(MirrorSource& source);

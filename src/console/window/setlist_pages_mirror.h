@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "console/window/setlist_page_view_models.h"
@@ -10,11 +11,6 @@ class ContentView;
 }  // namespace vrel
 
 namespace vrel::window {
-
-namespace mirror_ids {
-inline constexpr FixedMirrorId<CheckViewModel> check{40};
-inline constexpr FixedMirrorId<CopiesViewModel> copies{41};
-}  // namespace mirror_ids
 
 /// Says where each property of the pages about the setlist comes from. Main thread. All is borrowed.
 class SetlistPagesMirror {

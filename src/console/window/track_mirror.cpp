@@ -15,11 +15,6 @@
 namespace vrel::window {
 namespace {
 
-std::string nameWithNumber(const AudioEngine& engine, const AudioChannel& channel) {
-  const auto index = indexOfStrip(engine, channel.id);
-  return index ? std::to_string(*index + 1) + "  " + channel.name.get() : channel.name.get();
-}
-
 QList<double> shownColumns(const std::vector<WaveformColumn>& columns) {
   QList<double> shown;
   shown.reserve(static_cast<qsizetype>(2 * columns.size()));
@@ -47,7 +42,7 @@ void TrackMirror::mirrorStrip(ContentView& content) {
   const auto showStrip = [this, &content, &editor] {
     if (const auto channel = editor.channel()) {
       view_.set(View::colorKey, colorOf(channel->color.get()));
-      view_.set(View::stripNameKey, nameWithNumber(content.audioEngine(), *channel));
+      view_.set(View::stripNameKey, numberedName(content.audioEngine(), *channel));
     }
   };
   connections_.push_back(editor.channelId.changed.connect([showStrip](const auto&) { showStrip(); }));

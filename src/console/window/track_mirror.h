@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "console/window/mirror_ids.h"
 #include "console/window/mirror_publisher.h"
 #include "console/window/mirror_source.h"
 #include "console/window/track_view_model.h"
@@ -13,10 +14,6 @@ class ContentView;
 }  // namespace vrel
 
 namespace vrel::window {
-
-namespace mirror_ids {
-inline constexpr FixedMirrorId<TrackViewModel> track{25};
-}  // namespace mirror_ids
 
 /// Says where each property of the editor of tracks comes from. Main thread. All is borrowed.
 class TrackMirror {
