@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -15,12 +17,19 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class EditsOfAFormerRun : public UnsavedEditsStage {};
+class EditsOfAFormerRun : public UnsavedEditsStage {
+ protected:
+  /// The next run offers what was kept, and gets this answer.
+  std::unique_ptr<UnsavedEdits> answerNextRun(std::size_t button) {
+    auto next = startAgain();
+    desktop.alertAnswers = {button};
+    next->offer();
+    return next;
+  }
+};
 
 TEST_F(EditsOfAFormerRun, AreOfferedAfterACrashWithTheNamesOfTheirSongs) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   auto next = startAgain();
   setlistFiles.newSetlist(false);
   desktop.alertAnswers = {openButton};
@@ -35,12 +44,8 @@ TEST_F(EditsOfAFormerRun, AreOfferedAfterACrashWithTheNamesOfTheirSongs) {
 }
 
 TEST_F(EditsOfAFormerRun, AreKeptOnceMoreBeforeTheFormerOnesGo) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  desktop.alertAnswers = {openButton};
-  next->offer();
+  keepEdits();
+  const auto next = answerNextRun(openButton);
   EXPECT_TRUE(files.files.contains(kept)) << "until this run has them";
   keep();
   EXPECT_EQ(namesOnDisk(folder / "next.vrel"), Names({"New", "Two"}));
@@ -49,12 +54,8 @@ TEST_F(EditsOfAFormerRun, AreKeptOnceMoreBeforeTheFormerOnesGo) {
 }
 
 TEST_F(EditsOfAFormerRun, GoWithASaveThatComesSoonAfterTheyWereOpened) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  desktop.alertAnswers = {openButton};
-  next->offer();
+  keepEdits();
+  const auto next = answerNextRun(openButton);
   ASSERT_TRUE(setlistFiles.saveSetlist());
   write();
   EXPECT_EQ(namesOnDisk(gig), Names({"New", "Two"}));
@@ -100,12 +101,8 @@ TEST_F(EditsOfAFormerRun, OfACollectedSetlistBelongToItsNewPlaceWhereItIsKnown) 
 }
 
 TEST_F(EditsOfAFormerRun, GoWhenTheyAreDiscarded) {
-  openGig();
-  rename("New");
-  keep();
-  auto next = startAgain();
-  desktop.alertAnswers = {discardButton};
-  next->offer();
+  keepEdits();
+  const auto next = answerNextRun(discardButton);
   EXPECT_FALSE(files.files.contains(kept));
   EXPECT_FALSE(files.files.contains(folder / "first.path"));
   next->offer();
@@ -113,9 +110,7 @@ TEST_F(EditsOfAFormerRun, GoWhenTheyAreDiscarded) {
 }
 
 TEST_F(EditsOfAFormerRun, AreOfferedAgainWithoutAnAnswer) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   auto next = startAgain();
   next->offer();
   next->offer();
@@ -124,9 +119,7 @@ TEST_F(EditsOfAFormerRun, AreOfferedAgainWithoutAnAnswer) {
 }
 
 TEST_F(EditsOfAFormerRun, OfARunThatIsStillThereAreItsOwn) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   running = {"first"};
   auto next = startAgain();
   next->offer();
@@ -192,9 +185,7 @@ TEST_F(EditsOfAFormerRun, OfASetlistWithoutAFileHaveNoPlace) {
   rename("New");
   keep();
   EXPECT_FALSE(files.files.contains(folder / "first.path"));
-  auto next = startAgain();
-  desktop.alertAnswers = {openButton};
-  next->offer();
+  const auto next = answerNextRun(openButton);
   EXPECT_EQ(desktop.alerts.at(0).messageText, "Open the unsaved edits of an untitled setlist?");
   EXPECT_EQ(state.currentFilePath.get(), std::nullopt);
   EXPECT_TRUE(state.isDirty.get());

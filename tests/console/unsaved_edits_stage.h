@@ -75,6 +75,13 @@ class UnsavedEditsStage : public SetlistFilesStage {
     write();
   }
 
+  /// The gig's first song is renamed "New".
+  void keepEdits() {
+    openGig();
+    rename("New");
+    keep();
+  }
+
   /// What the next run of the program is asked with, and does.
   std::unique_ptr<UnsavedEdits> startAgain(const std::string& run = "next") {
     unsaved.reset();

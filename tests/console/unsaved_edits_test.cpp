@@ -44,9 +44,7 @@ TEST_F(EditsThatAreNotSaved, AreEncodedAndWrittenBesideTheMainThread) {
 }
 
 TEST_F(EditsThatAreNotSaved, OfASecondMomentReplaceTheFirst) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   rename("Newer");
   keep();
   EXPECT_EQ(namesOnDisk(kept), Names({"Newer", "Two"}));
@@ -68,9 +66,7 @@ TEST_F(EditsThatAreNotSaved, CauseNothingWithoutAnEdit) {
 }
 
 TEST_F(EditsThatAreNotSaved, GoWithASave) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   ASSERT_TRUE(setlistFiles.saveSetlist());
   write();
   EXPECT_FALSE(files.files.contains(kept));
@@ -98,9 +94,7 @@ TEST_F(EditsThatAreNotSaved, ThatComeDuringASaveAreKeptBehindIt) {
 }
 
 TEST_F(EditsThatAreNotSaved, StayWhenASaveFails) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   files.readOnly = {gig, gig.parent_path()};
   ASSERT_FALSE(setlistFiles.saveSetlist());
   write();
@@ -108,9 +102,7 @@ TEST_F(EditsThatAreNotSaved, StayWhenASaveFails) {
 }
 
 TEST_F(EditsThatAreNotSaved, GoWhenTheyAreGivenUpAtTheEnd) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   desktop.alertAnswers = {doNotSaveButton};
   setlistFiles.confirmTermination();
   unsaved.reset();
@@ -125,9 +117,7 @@ TEST_F(EditsThatAreNotSaved, OfTheLastSecondsAreKeptWhenTheSystemEndsTheProgram)
 }
 
 TEST_F(EditsThatAreNotSaved, StayWhenTheEndIsCancelled) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   desktop.alertAnswers = {cancelButton};
   setlistFiles.confirmTermination();
   write();
@@ -135,9 +125,7 @@ TEST_F(EditsThatAreNotSaved, StayWhenTheEndIsCancelled) {
 }
 
 TEST_F(EditsThatAreNotSaved, GoWithAnotherSetlist) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   setlistFiles.newSetlist(false);
   write();
   EXPECT_FALSE(files.files.contains(kept));
@@ -159,9 +147,7 @@ TEST_F(EditsThatAreNotSaved, AFolderThatCannotBeWrittenIsOneLine) {
 }
 
 TEST_F(EditsThatAreNotSaved, APowerCutAtAnyStepLeavesTheFormerOnesOrTheNew) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   const auto disk = files;
   for (std::size_t steps = 0;; ++steps) {
     static_cast<simulation::SimulatedFileManager&>(files) = disk;
@@ -325,9 +311,7 @@ TEST_F(EditsThatAreNotSaved, OfAnInstrumentThatWasRemovedHaveNone) {
 
 TEST_F(EditsThatAreNotSaved, NeverHaveThePlaceOfAnotherSetlistAfterAPowerCut) {
   const std::filesystem::path other = "/home/me/other.vrel";
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   const auto disk = files;
   bool wasCut = true;
   for (std::size_t steps = 0; wasCut; ++steps) {
@@ -350,9 +334,7 @@ TEST_F(EditsThatAreNotSaved, NeverHaveThePlaceOfAnotherSetlistAfterAPowerCut) {
 }
 
 TEST_F(EditsThatAreNotSaved, LoseTheirPlaceWithASetlistThatHasNone) {
-  openGig();
-  rename("New");
-  keep();
+  keepEdits();
   ASSERT_TRUE(files.files.contains(folder / "first.path"));
   state.currentFilePath.set(std::nullopt);
   rename("Newer");
