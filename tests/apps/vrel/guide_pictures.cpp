@@ -12,11 +12,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/written_sound.h"
 
 namespace vrel::app::test {
 namespace {
@@ -76,35 +76,16 @@ class GuidePictures : public ConsoleFixture {
     settle();
   }
 
-  /// Four bars of a fading chord, in mono, 16 bits.
+  /// Four bars of a fading chord.
   std::filesystem::path writeTrack() {
-    const auto path = driver.home() / "Intro Strings.wav";
+    auto path = driver.home() / "Intro Strings.wav";
     constexpr std::uint32_t rate = 22050;
-    constexpr std::uint32_t frames = rate * 8;
-    std::ofstream out(path, std::ios::binary);
-    const auto put = [&out](std::uint32_t value, int bytes) {
-      for (int byte = 0; byte < bytes; ++byte) {
-        out.put(static_cast<char>(value >> (8 * byte)));
-      }
-    };
-    out << "RIFF";
-    put(36 + 2 * frames, 4);
-    out << "WAVEfmt ";
-    put(16, 4);
-    put(1, 2);
-    put(1, 2);
-    put(rate, 4);
-    put(2 * rate, 4);
-    put(2, 2);
-    put(16, 2);
-    out << "data";
-    put(2 * frames, 4);
-    for (std::uint32_t frame = 0; frame < frames; ++frame) {
+    writeSound(path, rate, rate * 8, [](std::uint32_t frame) {
       const double seconds = static_cast<double>(frame) / rate;
       const double fade = std::exp(-1.6 * std::fmod(seconds, 2.0)) * (0.4 + 0.075 * seconds);
       const double wave = std::sin(seconds * 2764.6) + std::sin(seconds * 3481.2) + 0.5 * std::sin(seconds * 4146.9);
-      put(static_cast<std::uint32_t>(std::lround(10000 * fade * wave)) & 0xFFFFU, 2);
-    }
+      return 10000 * fade * wave;
+    });
     return path;
   }
 

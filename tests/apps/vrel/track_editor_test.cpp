@@ -9,44 +9,19 @@
 #include <string>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/written_sound.h"
 #include "document/setlist_coding.h"
 
 namespace vrel::app::test {
 namespace {
 
-/// The console with one empty strip, and a sound file of ten seconds.
+/// The console with one empty strip, and a sound file of ten seconds of a slow wave.
 class TrackWindow : public ConsoleFixture {
  protected:
   void SetUp() override {
     ConsoleFixture::SetUp();
     file_ = driver.home() / "ten.wav";
-    writeSound(file_);
-  }
-
-  /// Ten seconds of a slow wave, mono, 16 bits, 8000 frames per second.
-  static void writeSound(const std::filesystem::path& path) {
-    constexpr std::uint32_t frames = 80000;
-    std::ofstream out(path, std::ios::binary);
-    const auto put = [&out](std::uint32_t value, int bytes) {
-      for (int byte = 0; byte < bytes; ++byte) {
-        out.put(static_cast<char>(value >> (8 * byte)));
-      }
-    };
-    out << "RIFF";
-    put(36 + 2 * frames, 4);
-    out << "WAVEfmt ";
-    put(16, 4);
-    put(1, 2);
-    put(1, 2);
-    put(8000, 4);
-    put(16000, 4);
-    put(2, 2);
-    put(16, 2);
-    out << "data";
-    put(2 * frames, 4);
-    for (std::uint32_t frame = 0; frame < frames; ++frame) {
-      put(static_cast<std::uint32_t>(std::lround(16000 * std::sin(frame * 0.05))) & 0xFFFFU, 2);
-    }
+    writeSound(file_, 8000, 80000, [](std::uint32_t frame) { return 16000 * std::sin(frame * 0.05); });
   }
 
   bool isOpen(bool expected) {
