@@ -77,6 +77,7 @@ class Session {
   [[nodiscard]] AppState& state() { return state_; }
   [[nodiscard]] AudioEngine& engine() { return *engine_; }
   [[nodiscard]] ContentView& content() { return content_; }
+  [[nodiscard]] SetlistCollector& collector() { return collector_; }
 
  private:
   /// The log: on standard output and in the run's log, and its last failure in the window.

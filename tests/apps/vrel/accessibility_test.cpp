@@ -9,10 +9,11 @@
 #include <QQuickWindow>
 #include <set>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/opened_pages.h"
 #include "apps/vrel/spoken_window.h"
 
 namespace vrel::app::test {
@@ -229,23 +230,25 @@ TEST_F(Accessibility, EveryControlHasANameARoleAndItsValueOrStateInBothModesAndI
     ASSERT_TRUE(driver.eventually([this] { return !driver.session().isLearning(); }));
   };
   driver.onLogic([](Session& session) {
-    session.state().globalMidiControlAssignments.set({{{MidiControlKind::channelVolume, 0}, {0xB0, 0, 20}}});
+    fillPages(session);
+    session.collector().progress.set(0.4);
   });
   expectWhole("strip0");
-  driver.onLogic([](Session& session) { session.content().learnedControls().isShown.set(true); });
-  expectWhole("learned0");
-  driver.key("Escape");
+  expectWhole("stopCollecting");
   driver.click("stripNumber0");
   expectWhole("swatch0");
   driver.key("Escape");
-  for (const auto& [source, shown, cancel] :
-       {std::tuple("playbackSource", "trackApply", "trackCancel"), {"visualSource", "clipApply", "clipCancel"}}) {
-    driver.click("stripInstrument0");
-    expectWhole(source);
-    driver.click(source);
-    expectWhole(shown);
-    driver.click(cancel);
+  for (const auto& page : openedPages()) {
+    driver.onLogic(page.open);
+    expectWhole(page.first);
+    expectWhole(page.name);
+    driver.onLogic(page.close);
+    ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(page.name); })) << page.name;
   }
+  driver.onLogic([](Session& session) { session.state().beginLoadingSession(12, "Loading"); });
+  expectWhole("loadingBar");
+  driver.onLogic([](Session& session) { session.state().finishLoadingSession(); });
+  ASSERT_TRUE(driver.eventually([this] { return !driver.isShown("loadingModal"); }));
   lookAround();
   driver.click("liveButton");
   expectWhole("setup0");

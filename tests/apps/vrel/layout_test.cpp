@@ -9,14 +9,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
+#include <cstddef>
 #include <cstdlib>
-#include <functional>
+#include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/opened_pages.h"
 #include "apps/vrel/window_looks.h"
 #include "text/text.h"
 
@@ -25,27 +25,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+// Those with the least room first: the others show the same, larger.
 constexpr std::array sizes{QSize(1280, 800), QSize(1366, 768), QSize(1920, 1080), QSize(3840, 2160)};
-
-/// A panel over the setlist's column.
-struct OpenedPanel {
-  std::string name;
-  std::string first;  // something in it
-  bool opensInLiveMode;
-  std::function<void(Session&)> open;
-  std::function<void(Session&)> close;
-};
-
-const std::vector<OpenedPanel> openedPanels{
-    {"instrumentPanel", "plugin0", false,
-     [](Session& session) { session.content().instrumentSelector().open(*session.engine().channels()[0]); },
-     [](Session& session) { session.content().instrumentSelector().cancel(); }},
-    {"rackPanel", "rackEffect1", true,
-     [](Session& session) { session.content().effectRack().toggle(*session.engine().masterChannel()); },
-     [](Session& session) { session.content().effectRack().close(); }},
-    {"learnedPanel", "learned1", true, [](Session& session) { session.content().learnedControls().isShown.set(true); },
-     [](Session& session) { session.content().learnedControls().isShown.set(false); }},
-};
 
 /// What has room in the window. With VREL_SCREENSHOTS in the environment, each look is kept as a picture in that
 /// folder.
@@ -97,26 +78,6 @@ class Layout : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([this] { return driver.isShown("songRow8") && !driver.session().isLoading(); }));
   }
 
-  void offerPlugins() {
-    driver.onLogic([](Session& session) {
-      auto& state = session.state();
-      constexpr std::uint32_t count = 30;
-      std::vector<AVAudioUnitComponent> plugins;
-      for (std::uint32_t code = 0; code < count; ++code) {
-        plugins.push_back({code % 3 == 0 ? "Concert Grand with Sympathetic Resonance" : "Organ " + std::to_string(code),
-                           "Maker " + std::to_string(code % 4),
-                           {code % 5 == 0 ? componentTypeEffect : componentTypeMusicDevice, code, 20}});
-      }
-      state.scannedPlugins.set(plugins);
-      state.favouritePlugins.set({"aucd:1635085685:1:20"});
-      state.globalMidiControlAssignments.set({{{MidiControlKind::performanceExpression, std::nullopt}, {0xB0, 15, 127}},
-                                              {{MidiControlKind::panic, std::nullopt}, {0x90, 15, 127}}});
-      session.engine().masterChannel()->effectSlots.set(
-          {AudioPluginSlot{.pluginPath = "aucd:1635083896:30:20", .pluginName = "Parametric Equaliser"},
-           AudioPluginSlot{.pluginPath = "aucd:1635083896:31:20", .pluginName = "Plate"}});
-    });
-  }
-
   /// Looks once the window has come to rest.
   void look(const std::string& name) {
     int looks = 0;
@@ -128,6 +89,11 @@ class Layout : public ConsoleFixture {
     if (const char* const folder = std::getenv("VREL_SCREENSHOTS")) {
       EXPECT_TRUE(window().grabWindow().save(QString::fromStdString(std::string(folder) + "/" + name + ".png")));
     }
+  }
+
+  /// The first so many, and all of them for pictures.
+  [[nodiscard]] static std::span<const QSize> screens(std::size_t count) {
+    return std::span(sizes).first(std::getenv("VREL_SCREENSHOTS") == nullptr ? count : sizes.size());
   }
 
   [[nodiscard]] bool hasMenu() {
@@ -231,49 +197,73 @@ TEST_F(Layout, InLiveModeSevenStripsTheMasterSixSongsAndSixLinesOfNotesAreInSigh
 
 TEST_F(Layout, OnTheSmallestScreenEveryLanguageHasRoom) {
   addSongs();
-  resize(1280, 800);
   for (const int strips : {1, 11, 32}) {
     setStrips(strips);
     for (const bool isLive : {false, true}) {
       setLive(isLive);
-      for (const Language language : allLanguages) {
-        speak(language);
-        const std::string name =
-            (isLive ? "live-" : "edit-") + std::to_string(strips) + "-" + std::string(code(language));
-        SCOPED_TRACE(name);
-        look(name);
-        expectRoomForAll(*window().contentItem());
+      for (const QSize size : screens(1)) {
+        resize(size.width(), size.height());
+        for (const Language language : allLanguages) {
+          speak(language);
+          const std::string name = (isLive ? "live-" : "edit-") + std::to_string(strips) + "-" +
+                                   std::to_string(size.width()) + "-" + std::string(code(language));
+          SCOPED_TRACE(name);
+          look(name);
+          expectRoomForAll(*window().contentItem());
+        }
       }
     }
     setLive(false);
   }
 }
 
-TEST_F(Layout, PanelsHaveRoomOnEveryScreen) {
+TEST_F(Layout, PagesAndPanelsHaveRoomInTheLongestLanguage) {
   addSongs();
   setStrips(11);
-  offerPlugins();
+  speak(Language::french);
+  driver.onLogic(fillPages);
   for (const bool isLive : {false, true}) {
     setLive(isLive);
-    for (const QSize size : sizes) {
+    for (const QSize size : screens(2)) {
       resize(size.width(), size.height());
-      for (const auto& panel : openedPanels) {
-        if (isLive && !panel.opensInLiveMode) {
+      for (const auto& page : openedPages()) {
+        if (isLive && !page.opensInLiveMode) {
           continue;
         }
-        const std::string name =
-            std::string(isLive ? "live-" : "edit-") + panel.name + "-" + std::to_string(size.width());
+        const std::string name = (isLive ? "live-" : "edit-") + page.name + "-" + std::to_string(size.width());
         SCOPED_TRACE(name);
-        driver.onLogic(panel.open);
-        ASSERT_TRUE(driver.eventually([&] { return driver.isShown(panel.first); }));
+        driver.onLogic(page.open);
+        ASSERT_TRUE(driver.eventually([&] { return driver.isShown(page.first); }));
         look(name);
-        expectRoomForAll(*driver.find(panel.name));
-        EXPECT_FALSE(place("liveBanner").intersects(place(panel.name)));
+        expectRoomForAll(*driver.find(page.name));
+        EXPECT_FALSE(place("liveBanner").intersects(place(page.name)));
         EXPECT_EQ(place("stageSong").isEmpty(), !isLive);
-        driver.onLogic(panel.close);
-        ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(panel.name); }));
+        driver.onLogic(page.close);
+        ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(page.name); }));
       }
     }
+  }
+}
+
+TEST_F(Layout, WhatIsCollectedCoversAndMovesNothing) {
+  setStrips(11);
+  speak(Language::french);
+  resize(1280, 800);
+  const double top = place("masterStrip").top();
+  driver.onLogic([](Session& session) { session.collector().progress.set(0.4); });
+  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("collectingBar"); }));
+  for (const bool hasProblem : {false, true}) {
+    const std::string name = hasProblem ? "collecting-problem" : "collecting";
+    SCOPED_TRACE(name);
+    if (hasProblem) {
+      driver.onLogic([](Session& session) { session.content().setlistFiles().loadSetlist("/nowhere/at-all.vrel"); });
+      ASSERT_TRUE(driver.eventually([this] { return driver.isShown("problems"); }));
+    }
+    look(name);
+    EXPECT_EQ(place("masterStrip").top(), top);
+    EXPECT_FALSE(place("stopCollecting").isEmpty());
+    EXPECT_EQ(WindowLooks(*window().contentItem()).overlaps(), Words());
+    EXPECT_EQ(WindowLooks(*driver.find("collectingBar")).cutOffWords(), Words());
   }
 }
 
@@ -299,13 +289,18 @@ TEST_F(Layout, MenusQuestionsTheModalAndTheFoldedKeyboardHaveRoomInEveryLanguage
       driver.key("Escape");
       ASSERT_TRUE(driver.eventually([this] { return !hasMenu(); })) << menu;
     }
-    for (const auto& [item, line] : {std::pair("stripNumber0", "stripMenuLeft"), {"songName1", "songMenuUp"}}) {
-      driver.rightClick(item);
-      ASSERT_TRUE(driver.eventually([&, wanted = line] { return driver.isShown(wanted); })) << line;
+    const auto expectRoomAbove = [&](const std::string& line) {
+      ASSERT_TRUE(driver.eventually([&] { return driver.isShown(line); })) << line;
       expectRoom(line, all);
       driver.key("Escape");
       ASSERT_TRUE(driver.eventually([this] { return !hasMenu(); })) << line;
-    }
+    };
+    driver.rightClick("stripNumber0");
+    expectRoomAbove("stripMenuLeft");
+    driver.rightClick("songName1");
+    expectRoomAbove("songMenuUp");
+    driver.click("stripNumber0");
+    expectRoomAbove("swatch0");
     driver.click("foldKeyboard");
     ASSERT_TRUE(driver.eventually([this] { return driver.session().isKeyboardFolded(); }));
     expectRoom("folded", all);

@@ -3,12 +3,12 @@
 
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/vrel/console_fixture.h"
+#include "apps/vrel/opened_pages.h"
 #include "apps/vrel/window_looks.h"
 #include "text/text.h"
 
@@ -76,81 +76,16 @@ TEST_F(Legibility, NorInWhatTheModalAndTheLearnButtonSay) {
   driver.onLogic([](Session& session) { session.state().finishLoadingSession(); });
 }
 
-TEST_F(Legibility, NorInTheSelectorTheRackTheLearnedControlsAndSongsByMidi) {
-  driver.onLogic([](Session& session) {
-    auto& state = session.state();
-    const AVAudioUnitComponent piano{"Piano", "Maker", {componentTypeMusicDevice, 10, 20}};
-    state.scannedPlugins.set({piano});
-    state.favouritePlugins.set({"aucd:1635085685:10:20"});
-    state.globalMidiControlAssignments.set({{{MidiControlKind::performanceExpression, std::nullopt}, {0xB0, 15, 127}}});
-    session.engine().masterChannel()->effectSlots.set(
-        {AudioPluginSlot{.pluginPath = "aucd:1635083896:30:20", .pluginName = "Parametric Equaliser"}});
-    session.content().instrumentSelector().open(*session.engine().channels()[0]);
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("plugin0"); }));
-  expectRoomInEveryLanguage();
-  driver.onLogic([](Session& session) {
-    session.content().instrumentSelector().cancel();
-    session.content().effectRack().toggle(*session.engine().masterChannel());
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rackEffect0"); }));
-  expectRoomInEveryLanguage();
-  driver.onLogic([](Session& session) {
-    session.content().effectRack().close();
-    session.content().learnedControls().isShown.set(true);
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("learned0"); }));
-  expectRoomInEveryLanguage();
-  driver.onLogic([](Session& session) {
-    session.content().learnedControls().isShown.set(false);
-    session.content().songRequests().handleProgramMessage({0xC0, 4, 0});
-    session.content().songControlPage().isShown.set(true);
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("receivedProgram"); }));
-  expectRoomInEveryLanguage();
-}
-
-TEST_F(Legibility, NorOnThePagesOfTheSetlist) {
-  driver.onLogic([](Session& session) {
-    CheckReport report;
-    report.pages = {{.name = "The Long Way Home, Acoustic",
-                     .findings = {{.kind = FindingKind::sharedControl,
-                                   .subject = "CC 64, MIDI 16",
-                                   .targets = {{MidiControlKind::panic, std::nullopt}}},
-                                  {.kind = FindingKind::fileCrashes, .strip = FindingStrip{0, "Piano Lead"}}},
-                     .played = PlayedSong{}}};
-    session.content().setlistChecker().report.set(std::make_shared<const CheckReport>(report));
-    session.content().setlistChecker().isShown.set(true);
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("checked2"); }));
-  expectRoomInEveryLanguage();
-  driver.onLogic([](Session& session) {
-    session.content().keptCopies().open();
-    session.content().keptCopies().rows.set({{.path = "/a/000001.vrel", .seconds = 1'700'000'000, .isGood = true},
-                                             {.path = "/a/000002.vrel", .seconds = std::nullopt}});
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("copy1"); }));
-  expectRoomInEveryLanguage();
-  driver.onLogic([](Session& session) { session.content().keptCopies().close(); });
-}
-
-TEST_F(Legibility, NorInTheEditorsOfTracksAndClips) {
-  driver.onLogic([](Session& session) {
-    session.content().instrumentSelector().open(*session.engine().channels()[0]);
-    session.content().instrumentSelector().pickPlayback();
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("trackPanel"); }));
-  expectRoomInEveryLanguage();
-  driver.click("trackCancel");
-  driver.onLogic([](Session& session) {
-    session.content().instrumentSelector().open(*session.engine().channels()[0]);
-    session.content().instrumentSelector().pickVisual();
-  });
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("addClip"); }));
-  driver.click("addClip");
-  ASSERT_TRUE(driver.eventually([this] { return driver.isShown("clipDelete0"); }));
-  expectRoomInEveryLanguage();
-  driver.click("clipCancel");
+TEST_F(Legibility, NorOnAnyPageOrPanel) {
+  driver.onLogic(fillPages);
+  for (const auto& page : openedPages()) {
+    SCOPED_TRACE(page.name);
+    driver.onLogic(page.open);
+    ASSERT_TRUE(driver.eventually([&] { return driver.isShown(page.first); }));
+    expectRoomInEveryLanguage();
+    driver.onLogic(page.close);
+    ASSERT_TRUE(driver.eventually([&] { return !driver.isShown(page.name); }));
+  }
 }
 
 TEST_F(Legibility, NorInTheMenus) {

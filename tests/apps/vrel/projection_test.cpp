@@ -202,6 +202,9 @@ TEST_F(StageWindow, TheLargeNotesFillTheOtherMonitorAndComeBackToTheConsoleWitho
   ASSERT_TRUE(driver.eventually([this] { return driver.isShown("largeNotesWindowClose"); }));
   const QQuickWindow* const notes = driver.find("largeNotesWindowClose")->window();
   EXPECT_TRUE(driver.eventually([&] { return notes->geometry() == areas[1]; })) << notes->x() << " " << notes->width();
+  EXPECT_TRUE(driver.eventually([this] {
+    return QGuiApplication::focusWindow() == driver.program().window.quickWindow();
+  })) << "the keys stay with the console";
   driver.click("liveButton");
   ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
   driver.click("largeNotes");

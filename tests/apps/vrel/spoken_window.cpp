@@ -42,6 +42,11 @@ bool isValueRole(QAccessible::Role role) {
   return role == QAccessible::Slider || role == QAccessible::Dial || role == QAccessible::SpinBox;
 }
 
+/// It is read, not used; its value is in its description.
+bool isProgress(QAccessibleInterface& item) {
+  return item.role() == QAccessible::ProgressBar;
+}
+
 std::string faultOf(QAccessibleInterface& item) {
   const auto role = item.role();
   if (item.text(QAccessible::Name).trimmed().isEmpty()) {
@@ -53,6 +58,9 @@ std::string faultOf(QAccessibleInterface& item) {
   auto* const value = item.valueInterface();
   if (isValueRole(role) && (value == nullptr || !value->currentValue().isValid() || !value->minimumValue().isValid() ||
                             !value->maximumValue().isValid())) {
+    return "no value";
+  }
+  if (isProgress(item) && item.text(QAccessible::Description).isEmpty()) {
     return "no value";
   }
   if (role == QAccessible::CheckBox && !item.state().checkable) {
@@ -91,7 +99,7 @@ std::string SpokenWindow::words() {
 std::vector<std::string> SpokenWindow::faults() {
   std::vector<std::string> found;
   visitAll([&](QAccessibleInterface& item) {
-    const auto fault = isUsable(item) ? faultOf(item) : std::string();
+    const auto fault = isUsable(item) || isProgress(item) ? faultOf(item) : std::string();
     if (!fault.empty()) {
       const auto* const object = item.object();
       found.push_back(

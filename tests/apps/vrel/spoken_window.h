@@ -31,7 +31,8 @@ class SpokenWindow {
   /// Calls this with all that can be seen.
   static void visitAll(const std::function<void(QAccessibleInterface& item)>& action);
 
-  /// What a person could not use: focusable or with an action, and without a name, a role, a value or a state.
+  /// What a person could not use: focusable, with an action or a progress, and without a name, a role, a value or a
+  /// state.
   [[nodiscard]] static std::vector<std::string> faults();
 };
 
