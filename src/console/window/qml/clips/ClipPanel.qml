@@ -3,7 +3,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vrel.Console
 
@@ -52,27 +51,22 @@ ChoicePanel {
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }
-            ListView {
+            PageList {
                 id: list
 
                 objectName: "clipList"
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 visible: count > 0
-                clip: true
-                spacing: 4
-                boundsBehavior: Flickable.StopAtBounds
+                spokenName: panel.title + " " + panel.owner
+                activeFocusOnTab: false // the buttons of its rows have the focus
                 model: ClipRows {
                     rows: panel.clips.rows
                 }
-                ScrollBar.vertical: ScrollBar {}
                 onCountChanged: if (count > 0 && panel.clips.rows[count - 1].isShown) positionViewAtEnd()
 
-                Accessible.role: Accessible.List
-                Accessible.name: panel.title + " " + panel.owner
-
                 delegate: ClipItem {
-                    width: list.width - 12
+                    width: list.rowWidth
                     desk: panel.desk
                     acts: panel.acts
                 }

@@ -3,7 +3,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vrel.Console
 
@@ -20,31 +19,18 @@ ChoicePanel {
     onClosed: desk.commands.closeLearnedControls()
     onOpened: list.forceActiveFocus(Qt.PopupFocusReason)
 
-    ListView {
+    PageList {
         id: list
 
         objectName: "learnedList"
         Layout.fillWidth: true
         Layout.fillHeight: true
-        clip: true
-        spacing: 4
-        boundsBehavior: Flickable.StopAtBounds
-        activeFocusOnTab: true
-        highlightMoveDuration: 0
+        spokenName: panel.owner
         model: panel.learned.controls
         Keys.onDeletePressed: if (currentItem) (currentItem as LearnedRow).removed()
 
-        Accessible.role: Accessible.List
-        Accessible.name: panel.owner
-
-        ScrollBar.vertical: ScrollBar {
-            policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
-            width: 12
-            Accessible.name: panel.owner
-        }
-
         delegate: LearnedRow {
-            width: list.width - 14
+            width: list.rowWidth
             desk: panel.desk
             isOffered: panel.learned.mayRemove
             isCurrent: list.activeFocus && ListView.isCurrentItem

@@ -3,7 +3,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vrel.Console
 
@@ -60,30 +59,17 @@ ChoicePanel {
         value: panel.check.progress
     }
 
-    ListView {
+    PageList {
         id: list
 
         objectName: "checkList"
         Layout.fillWidth: true
         Layout.fillHeight: true
-        clip: true
-        spacing: 4
-        boundsBehavior: Flickable.StopAtBounds
-        activeFocusOnTab: true
-        highlightMoveDuration: 0
+        spokenName: panel.owner
         model: panel.check.rows
 
-        Accessible.role: Accessible.List
-        Accessible.name: panel.owner
-
-        ScrollBar.vertical: ScrollBar {
-            policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
-            width: 12
-            Accessible.name: panel.owner
-        }
-
         delegate: CheckRow {
-            width: list.width - 14
+            width: list.rowWidth
             isCurrent: list.activeFocus && ListView.isCurrentItem
         }
     }

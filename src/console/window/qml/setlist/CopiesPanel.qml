@@ -3,7 +3,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vrel.Console
 
@@ -43,30 +42,17 @@ ChoicePanel {
         }
     }
 
-    ListView {
+    PageList {
         id: list
 
         objectName: "copiesList"
         Layout.fillWidth: true
         Layout.fillHeight: true
-        clip: true
-        spacing: 4
-        boundsBehavior: Flickable.StopAtBounds
-        activeFocusOnTab: true
-        highlightMoveDuration: 0
+        spokenName: panel.owner
         model: panel.copies.rows
 
-        Accessible.role: Accessible.List
-        Accessible.name: panel.owner
-
-        ScrollBar.vertical: ScrollBar {
-            policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
-            width: 12
-            Accessible.name: panel.owner
-        }
-
         delegate: CopyRow {
-            width: list.width - 14
+            width: list.rowWidth
             desk: panel.desk
             isOffered: panel.copies.mayRestore && modelData.isGood
             isCurrent: list.activeFocus && ListView.isCurrentItem

@@ -3,7 +3,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vrel.Console
 
@@ -75,28 +74,18 @@ ChoicePanel {
         Accessible.onToggleAction: clicked()
         onClicked: panel.desk.commands.toggleSongsByProgramChange()
     }
-    ListView {
+    PageList {
         id: list
 
         objectName: "songPrograms"
         Layout.fillWidth: true
         Layout.fillHeight: true
-        clip: true
-        spacing: 4
-        boundsBehavior: Flickable.StopAtBounds
+        spokenName: panel.owner
+        activeFocusOnTab: false // its fields have the focus
         model: panel.control.songs
 
-        Accessible.role: Accessible.List
-        Accessible.name: panel.owner
-
-        ScrollBar.vertical: ScrollBar {
-            policy: list.contentHeight > list.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
-            width: 12
-            Accessible.name: panel.owner
-        }
-
         delegate: SongProgramRow {
-            width: list.width - 14
+            width: list.rowWidth
             desk: panel.desk
             mayEdit: panel.control.mayEdit
         }
