@@ -28,21 +28,25 @@ const std::vector<OpenedPage>& openedPages() {
       {"copiesPanel", "copy1", false,
        [](Session& session) {
          session.content().keptCopies().open();
-         session.content().keptCopies().rows.set({{.path = "/a/000001.vrel",
-                                                   .seconds = 1'700'000'000,
-                                                   .isGood = true,
-                                                   .songCount = 2,
-                                                   .songNames = "The Long Way Home, Acoustic, Blue Room"},
-                                                  {.path = "/a/000002.vrel", .seconds = std::nullopt}});
+         const KeptCopy good{.path = "/a/000001.vrel",
+                             .seconds = 1'700'000'000,
+                             .isGood = true,
+                             .songCount = 2,
+                             .songNames = "The Long Way Home, Acoustic, Blue Room"};
+         std::vector<KeptCopy> copies(20, good);
+         copies[1] = {.path = "/a/000002.vrel"};
+         session.content().keptCopies().rows.set(copies);
        },
        [](Session& session) { session.content().keptCopies().close(); }},
       {"trackPanel", "trackApply", false,
        [](Session& session) { session.content().trackEditor().open(*session.engine().channels()[0]); },
        [](Session& session) { session.content().trackEditor().cancel(); }},
-      {"clipPanel", "clipDelete0", false,
+      {"clipPanel", "clipList", false,
        [](Session& session) {
          session.content().clipEditor().open(*session.engine().channels()[0]);
-         session.content().clipEditor().add();
+         for (int clip = 0; clip < 8; ++clip) {
+           session.content().clipEditor().add();
+         }
        },
        [](Session& session) { session.content().clipEditor().cancel(); }},
       {"largeNotesPage", "largeNotes", true, [](Session& session) { session.content().largeNotes().isShown.set(true); },
@@ -69,12 +73,15 @@ void fillPages(Session& session) {
        AudioPluginSlot{.pluginPath = "aucd:1635083896:31:20", .pluginName = "Plate"}});
   session.content().songRequests().handleProgramMessage({0xC0, 4, 0});
   CheckReport report;
-  report.pages = {{.name = "The Long Way Home, Acoustic",
-                   .findings = {{.kind = FindingKind::sharedControl,
-                                 .subject = "CC 64, MIDI 16",
-                                 .targets = {{MidiControlKind::panic, std::nullopt}}},
-                                {.kind = FindingKind::fileCrashes, .strip = FindingStrip{0, "Piano Lead"}}},
-                   .played = PlayedSong{}}};
+  report.pages.resize(6);
+  for (auto& page : report.pages) {
+    page = {.name = "The Long Way Home, Acoustic",
+            .findings = {{.kind = FindingKind::sharedControl,
+                          .subject = "CC 64, MIDI 16",
+                          .targets = {{MidiControlKind::panic, std::nullopt}}},
+                         {.kind = FindingKind::fileCrashes, .strip = FindingStrip{0, "Piano Lead"}}},
+            .played = PlayedSong{}};
+  }
   session.content().setlistChecker().report.set(std::make_shared<const CheckReport>(report));
 }
 

@@ -45,6 +45,11 @@ bool isTarget(const QQuickItem& item) {
          (item.activeFocusOnTab() && !item.inherits("QQuickScrollBar") && !item.inherits("QQuickListView"));
 }
 
+/// One that is drawn.
+bool isScrollBar(const QQuickItem& item) {
+  return item.inherits("QQuickScrollBar") && item.property("size").toDouble() < 1;
+}
+
 /// The words alone, without the rest of their item.
 QRectF painted(const QQuickItem& text) {
   const double width = text.property("contentWidth").toDouble();
@@ -127,7 +132,7 @@ std::vector<std::string> WindowLooks::smallTargets(double points) const {
 std::vector<std::string> WindowLooks::overlaps() const {
   std::vector<Seen> all;
   visit(root_, [&](const QQuickItem& item) {
-    const bool isControl = isTarget(item);
+    const bool isControl = isTarget(item) || isScrollBar(item);
     if ((isControl || isText(item)) && !isOverAll(item) && !placeInWindow(item).isEmpty()) {
       const QRectF place = isControl ? QRectF(0, 0, item.width(), item.height()) : painted(item);
       all.push_back({&item, item.mapRectToScene(place), isControl});

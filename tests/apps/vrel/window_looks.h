@@ -21,7 +21,7 @@ class WindowLooks {
   [[nodiscard]] std::vector<std::string> tinyWords() const;
   /// Controls for pointer and finger that are smaller than this, in points.
   [[nodiscard]] std::vector<std::string> smallTargets(double points) const;
-  /// Pairs of controls, and of controls or words with words that do not belong to them.
+  /// Pairs of controls, scroll bars among them, and of controls or words with words that do not belong to them.
   [[nodiscard]] std::vector<std::string> overlaps() const;
 
  private:
