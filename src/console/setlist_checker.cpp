@@ -36,6 +36,8 @@ constexpr LanguageTexts cleanTexts{"Nothing was found", "No se encontró nada", 
 constexpr LanguageTexts countTexts{"Errors: %1, warnings: %2", "Errores: %1, avisos: %2",
                                    "Erreurs : %1, avertissements : %2", "Errori: %1, avvisi: %2",
                                    "Fehler: %1, Warnungen: %2"};
+constexpr LanguageTexts errorTexts{"Error", "Error", "Erreur", "Errore", "Fehler"};
+constexpr LanguageTexts warningTexts{"Warning", "Aviso", "Avertissement", "Avviso", "Warnung"};
 constexpr LanguageTexts outdatedTexts{"the setlist has been edited since", "el setlist se ha editado después",
                                       "la liste a été modifiée depuis", "la scaletta è stata modificata dopo",
                                       "die Setliste wurde seitdem bearbeitet"};
@@ -50,8 +52,10 @@ void addFindings(std::vector<CheckRow>& rows, const std::vector<Finding>& findin
   for (const auto& finding : findings) {
     const std::string strip =
         finding.strip ? std::to_string(finding.strip->index + 1) + "  " + finding.strip->name + ": " : "";
+    const bool isError = severityOf(finding.kind) == FindingSeverity::error;
     rows.push_back({.isSong = false,
-                    .isError = severityOf(finding.kind) == FindingSeverity::error,
+                    .isError = isError,
+                    .severity = filledText(isError ? errorTexts : warningTexts, language),
                     .title = strip + findingText(finding, language),
                     .detail = findingAdvice(finding.kind, language)});
   }

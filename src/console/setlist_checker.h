@@ -89,6 +89,7 @@ class SetlistChecker {
 struct CheckRow {
   bool isSong = false;
   bool isError = false;
+  std::string severity{};  // of a finding, in a word
   std::string title{};
   std::string detail{};  // what to do; of a song, what was measured
 

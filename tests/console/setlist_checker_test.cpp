@@ -97,9 +97,11 @@ TEST_F(CheckOfASetlist, HasARowForEachSongWorstFirstAndBelowItWhatWasFound) {
   EXPECT_EQ(checker.statusText(), "Errors: 1, warnings: 1");
   const auto rows = checkRows(*checker.report.get(), Language::english);
   ASSERT_EQ(rows.size(), 4U);
-  EXPECT_EQ(rows[0], (CheckRow{true, true, "2  Two", "Errors: 1, warnings: 1"}));
-  EXPECT_EQ(rows[1], (CheckRow{false, true, "1  Organ: B3 is not installed", "Install it, or choose another one."}));
+  EXPECT_EQ(rows[0], (CheckRow{true, true, "", "2  Two", "Errors: 1, warnings: 1"}));
+  EXPECT_EQ(rows[1],
+            (CheckRow{false, true, "Error", "1  Organ: B3 is not installed", "Install it, or choose another one."}));
   EXPECT_FALSE(rows[2].isError);
+  EXPECT_EQ(rows[2].severity, "Warning");
   EXPECT_EQ(rows[3].title, "1  One");
   EXPECT_THAT(rows[3].detail, StartsWith("Nothing was found; loaded in 1.0 s"));
   EXPECT_EQ(checkRows(*checker.report.get(), Language::german)[1].title, "1  Organ: B3 ist nicht installiert");

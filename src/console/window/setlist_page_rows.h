@@ -13,12 +13,14 @@ class CheckEntry {
   QML_VALUE_TYPE(checkEntry)
   Q_PROPERTY(bool isSong MEMBER isSong FINAL)
   Q_PROPERTY(bool isError MEMBER isError FINAL)
+  Q_PROPERTY(QString severity MEMBER severity FINAL)
   Q_PROPERTY(QString title MEMBER title FINAL)
   Q_PROPERTY(QString detail MEMBER detail FINAL)
 
  public:
   bool isSong = false;
   bool isError = false;
+  QString severity;  // of a finding, in a word
   QString title;
   QString detail;
 

@@ -20,6 +20,7 @@ QList<CheckEntry> checkEntries(const SetlistChecker& checker, Language language)
       CheckEntry entry;
       entry.isSong = row.isSong;
       entry.isError = row.isError;
+      entry.severity = QString::fromStdString(row.severity);
       entry.title = QString::fromStdString(row.title);
       entry.detail = QString::fromStdString(row.detail);
       entries.append(entry);

@@ -18,23 +18,32 @@ Rectangle {
     border.color: Theme.teal
 
     Accessible.role: Accessible.ListItem
-    Accessible.name: modelData.title + ". " + modelData.detail
+    Accessible.name: (modelData.severity !== "" ? modelData.severity + ". " : "") + modelData.title + ". " + modelData.detail
 
-    // How severe a finding is.
+    // How severe a finding is, also without its colour.
     Rectangle {
         visible: !row.modelData.isSong
-        x: 14
-        y: 8
-        width: 6
-        height: parent.height - 16
-        radius: 3
+        x: 12
+        y: 7
+        width: 20
+        height: 20
+        radius: row.modelData.isError ? 3 : 10
         color: row.modelData.isError ? Theme.panic : Theme.warning
+
+        Text {
+            anchors.centerIn: parent
+            text: row.modelData.isError ? "\u2715" : "!"
+            color: row.modelData.isError ? Theme.ink : Theme.darkInk
+            font.pixelSize: Theme.smallText
+            font.bold: true
+            Accessible.ignored: true
+        }
     }
 
     Column {
         id: words
 
-        x: row.modelData.isSong ? 12 : 30
+        x: row.modelData.isSong ? 12 : 44
         y: 6
         width: parent.width - x - 12
         spacing: 2
