@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QImage>
+#include <QList>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRect>
@@ -12,6 +13,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -44,9 +47,32 @@ class GuidePictures : public ConsoleFixture {
     });
   }
 
+  /// As many as a small file holds; the fields keep their shades.
+  static QList<QRgb> mostUsedColors(const QImage& image) {
+    std::map<QRgb, int> counts;
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) {
+        ++counts[image.pixel(x, y)];
+      }
+    }
+    std::multimap<int, QRgb, std::greater<>> ranked;
+    for (const auto& [color, count] : counts) {
+      ranked.emplace(count, color);
+    }
+    QList<QRgb> colors;
+    constexpr int most = 256;
+    for (const auto& [count, color] : ranked) {
+      if (colors.size() < most) {
+        colors.append(color);
+      }
+    }
+    return colors;
+  }
+
   static void save(const QImage& image, const std::string& name) {
     const std::string file = std::string(std::getenv("VREL_GUIDE_PICTURES")) + "/" + name + ".png";
-    EXPECT_TRUE(image.convertToFormat(QImage::Format_Indexed8, Qt::ThresholdDither).save(QString::fromStdString(file)));
+    EXPECT_TRUE(
+        image.convertToFormat(QImage::Format_Indexed8, mostUsedColors(image)).save(QString::fromStdString(file)));
   }
 
   void take(const std::string& name) {
