@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <QAccessible>
+#include <QAccessibleValueInterface>
+#include <QQuickItem>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>

@@ -45,6 +45,12 @@ ScaledWindow {
         value: window.isLive
     }
 
+    Binding {
+        target: Theme
+        property: "hasGaps"
+        value: body.GraphicsInfo.api === GraphicsInfo.Software && window.drawScale % 1 !== 0
+    }
+
     MenuKeys {
         desk: window.desk
         isAllowed: !window.isCovered

@@ -71,9 +71,8 @@ TextField {
         }
     }
 
-    background: Rectangle {
+    background: Field {
         color: Theme.well
-        radius: Theme.radius
         border.width: field.activeFocus ? 2 : 1
         border.color: field.activeFocus ? Theme.teal : Theme.line
     }

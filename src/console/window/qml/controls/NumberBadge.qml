@@ -70,7 +70,7 @@ Item {
     Keys.onReturnPressed: edit()
     Keys.onEnterPressed: edit()
 
-    Rectangle {
+    Field {
         anchors.fill: parent
         color: Theme.badge
         radius: 3

@@ -28,9 +28,8 @@ AbstractButton {
     Accessible.description: hint
     Accessible.onPressAction: button.clicked()
 
-    background: Rectangle {
+    background: Field {
         color: button.down ? Qt.lighter(button.fill, 1.35) : button.fill
-        radius: Theme.radius
         border.width: button.visualFocus ? 3 : button.edgeWidth
         border.color: button.visualFocus ? Theme.teal : button.edge
     }

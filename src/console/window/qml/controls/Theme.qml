@@ -48,6 +48,8 @@ QtObject {
 
     // Set by the window: what is played needs room for a finger on stage.
     property bool isLive: false
+    // Set by the window, too; see Field.
+    property bool hasGaps: false
     readonly property int touch: isLive ? 44 : 36
     readonly property int row: isLive ? 44 : 24
     readonly property int handle: 36

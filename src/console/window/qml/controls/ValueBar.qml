@@ -45,7 +45,7 @@ Item {
     Repeater {
         model: bar.values.length
 
-        Rectangle {
+        Field {
             required property int index
 
             y: (bar.height - height) / 2

@@ -79,7 +79,7 @@ Item {
         radius: 2
     }
 
-    Rectangle {
+    Field {
         x: 0
         y: Math.min(fader.height - height, Math.max(0, (1 - fader.shownValue) * fader.height - height / 2))
         width: fader.width

@@ -7,7 +7,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
 
-Rectangle {
+Field {
     id: banner
 
     required property ConsoleModel desk
@@ -23,7 +23,6 @@ Rectangle {
     objectName: "liveBanner"
     visible: desk.session.isLive
     implicitHeight: 62
-    radius: Theme.radius
     color: Theme.live
 
     ColumnLayout {

@@ -15,6 +15,7 @@ PushButton {
 
     objectName: "panicButton"
     implicitWidth: 152
+    padding: 10 // the longest word keeps off the edge
     text: desk.texts.panic
     hint: desk.hints.panic
     textSize: 30

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
 
-Rectangle {
+Field {
     id: row
 
     required property ConsoleModel desk
@@ -17,7 +17,6 @@ Rectangle {
 
     objectName: "learned" + index
     implicitHeight: Math.max(54, words.implicitHeight + 12)
-    radius: Theme.radius
     color: Theme.raised
     border.width: isCurrent ? 2 : 0
     border.color: Theme.teal

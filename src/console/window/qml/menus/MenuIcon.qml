@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A small drawing before the words of a menu entry or on a button; nothing for a symbol that is not among the pictures.
+// A small drawing before the words of a menu entry or on a button, or a letter such as an arrow; nothing for any other symbol.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -27,6 +27,13 @@ Item {
     width: 18
     height: 18
 
+    Text {
+        anchors.centerIn: parent
+        text: icon.symbol.length === 1 ? icon.symbol : ""
+        color: icon.color
+        font.pixelSize: 17
+        Accessible.ignored: true
+    }
     Repeater {
         model: icon.sheets.length
 

@@ -7,6 +7,6 @@ MenuSeparator {
     padding: 4
     contentItem: Rectangle {
         implicitHeight: 1
-        color: Theme.line
+        color: Theme.faded(Theme.quietInk, 0.4)
     }
 }

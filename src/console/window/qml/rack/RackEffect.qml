@@ -5,7 +5,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vrel.Console
 
-Rectangle {
+Field {
     id: row
 
     required property ConsoleModel desk
@@ -23,7 +23,6 @@ Rectangle {
 
     objectName: "rackEffect" + index
     implicitHeight: modelData.hasFailed ? Theme.touch + 44 : Theme.touch
-    radius: Theme.radius
     color: modelData.hasFailed ? Theme.failed : Theme.raised
     border.width: isReplaced || modelData.hasFailed ? 2 : 0
     border.color: isReplaced ? Theme.teal : Theme.panic

@@ -33,8 +33,7 @@ ItemDelegate { // a button would be one to assistive technology, whatever its ro
     Accessible.selected: isCurrent
     Accessible.onPressAction: row.clicked()
 
-    background: Rectangle {
-        radius: Theme.radius
+    background: Field {
         color: row.down ? Qt.lighter(Theme.raised, 1.35) : row.isCurrent || row.hovered ? Theme.raised : Theme.well
         border.width: row.isCurrent ? 2 : 0
         border.color: Theme.teal

@@ -18,8 +18,7 @@ AbstractButton {
     Accessible.description: subtitle
     Accessible.onPressAction: button.clicked()
 
-    background: Rectangle {
-        radius: Theme.radius
+    background: Field {
         color: button.down ? Qt.lighter(Theme.raised, 1.35) : Theme.raised
         border.width: button.visualFocus ? 3 : 1
         border.color: button.visualFocus ? Theme.teal : Theme.line

@@ -3,7 +3,7 @@
 import QtQuick
 import Vrel.Console
 
-Rectangle {
+Field {
     id: row
 
     required property int index
@@ -12,7 +12,6 @@ Rectangle {
 
     objectName: "checked" + index
     implicitHeight: words.implicitHeight + 12
-    radius: Theme.radius
     color: modelData.isSong ? Theme.raised : Theme.well
     border.width: isCurrent ? 2 : 0
     border.color: Theme.teal

@@ -3,7 +3,7 @@
 import QtQuick
 import Vrel.Console
 
-Rectangle {
+Field {
     id: row
 
     property string name
@@ -11,7 +11,6 @@ Rectangle {
     objectName: "liftedSong"
     z: 3
     height: Theme.song
-    radius: Theme.radius
     color: Theme.raised
     border.width: 3
     border.color: Theme.teal

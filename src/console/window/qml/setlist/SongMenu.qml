@@ -20,6 +20,7 @@ PopupMenu {
 
     PopupEntry {
         objectName: "songMenuRename"
+        symbol: "\u270e"
         text: menu.desk.texts.renameSong
         hint: enabled ? menu.desk.hints.renameSong : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayRenameSong
@@ -27,6 +28,7 @@ PopupMenu {
     }
     PopupEntry {
         objectName: "songMenuUp"
+        symbol: "\u2191"
         text: menu.desk.texts.moveSongUp
         keys: "Alt+\u2191"
         hint: enabled ? menu.desk.hints.moveSongUp : menu.desk.hints.alreadyFirst
@@ -35,6 +37,7 @@ PopupMenu {
     }
     PopupEntry {
         objectName: "songMenuDown"
+        symbol: "\u2193"
         text: menu.desk.texts.moveSongDown
         keys: "Alt+\u2193"
         hint: enabled ? menu.desk.hints.moveSongDown : menu.desk.hints.alreadyLast
@@ -43,6 +46,7 @@ PopupMenu {
     }
     PopupEntry {
         objectName: "songMenuDelete"
+        symbol: "trash"
         text: menu.desk.texts.deleteSong
         hint: menu.desk.hints.deleteSong
         onTriggered: menu.desk.commands.deleteSong(menu.songId)

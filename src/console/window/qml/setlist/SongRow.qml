@@ -3,7 +3,7 @@
 import QtQuick
 import Vrel.Console
 
-Rectangle {
+Field {
     id: row
 
     required property ConsoleModel desk
@@ -36,7 +36,6 @@ Rectangle {
     height: Theme.song
     opacity: isDragged ? 0.25 : 1 // its place; the row itself is in the hand
     color: isSelected ? Theme.accent : isHovered ? Theme.raised : "transparent"
-    radius: Theme.radius
     border.width: hasCursor ? 3 : 0
     border.color: Theme.teal
 

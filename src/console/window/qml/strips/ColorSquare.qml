@@ -20,7 +20,7 @@ AbstractButton {
     Accessible.onPressAction: square.acted()
     onClicked: acted()
 
-    background: Rectangle {
+    background: Field {
         radius: 4
         color: square.color
         border.width: square.visualFocus ? 3 : 0

@@ -14,7 +14,7 @@ PushButton {
 
     signal acted
 
-    padding: 2
+    padding: Theme.isLive ? 5 : 2
     implicitHeight: Theme.row
     textSize: Theme.isLive ? Theme.bodyText : Theme.tinyText
     fill: isOn ? lamp : Theme.raised

@@ -65,6 +65,7 @@ PopupMenu {
     }
     PopupEntry {
         objectName: "stripMenuLeft"
+        symbol: "\u2190"
         text: menu.desk.texts.moveChannelLeft
         keys: "Alt+\u2190"
         hint: enabled ? menu.desk.hints.moveChannelLeft : menu.row === 0 ? menu.desk.hints.alreadyFirst : menu.desk.hints.notInLiveMode
@@ -73,6 +74,7 @@ PopupMenu {
     }
     PopupEntry {
         objectName: "stripMenuRight"
+        symbol: "\u2192"
         text: menu.desk.texts.moveChannelRight
         keys: "Alt+\u2192"
         hint: enabled ? menu.desk.hints.moveChannelRight : menu.row === menu.desk.strips.count - 1 ? menu.desk.hints.alreadyLast : menu.desk.hints.notInLiveMode
@@ -81,6 +83,7 @@ PopupMenu {
     }
     PopupEntry {
         objectName: "stripMenuDelete"
+        symbol: "trash"
         text: menu.desk.texts.deleteChannel
         hint: enabled ? menu.desk.hints.deleteChannel : menu.desk.hints.notInLiveMode
         enabled: menu.desk.session.mayDeleteChannel
