@@ -310,6 +310,7 @@ TEST_F(RackWithADeadEffect, ItIsLoadedAgainOnceHoweverOftenTheButtonIsPressed) {
 
 TEST_F(RackWithADeadEffect, ItIsLoadedAgainInLiveModeToo) {
   content.liveMode().setLiveMode(true);
+  rack().toggle(strip(0));  // which was closed
   rack().revive(slot().id);
   answerAll();
   EXPECT_FALSE(isDead());

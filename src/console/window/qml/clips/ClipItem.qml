@@ -98,6 +98,7 @@ Item {
                 color: item.entry.isUnplayable ? Theme.warning : Theme.readingInk
                 font.pixelSize: Theme.tinyText
                 elide: Text.ElideRight
+                Accessible.ignored: text === ""
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }

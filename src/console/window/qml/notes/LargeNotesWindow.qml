@@ -14,6 +14,9 @@ ScaledWindow {
     required property ScreenInfo display
     required property string consoleDisplay
 
+    // To be shown takes the keys from the console. They come here by a press alone.
+    property bool givesKeysBack: false
+
     function fill(): void {
         setGeometry(display.virtualX, display.virtualY, display.width, display.height);
     }
@@ -23,15 +26,13 @@ ScaledWindow {
             hide();
             return;
         }
-        const isTyped = owner.active;
+        givesKeysBack = owner.active;
         screen = display;
         fill();
         showFullScreen();
         fill(); // where no window manager does it
         notes.forceActiveFocus(Qt.PopupFocusReason);
-        // Which to show has taken the keys from: they come here by a press alone.
-        if (isTyped)
-            owner.requestActivate();
+        shown.restart();
     }
 
     objectName: "largeNotesWindow"
@@ -41,9 +42,22 @@ ScaledWindow {
     color: Theme.background
     onIsOpenChanged: follow()
     onDisplayChanged: follow()
+    onActiveChanged: {
+        if (active && givesKeysBack)
+            owner.requestActivate();
+        givesKeysBack = givesKeysBack && !active;
+    }
     onClosing: close => {
         close.accepted = false; // it stays, hidden
         desk.commands.toggleLargeNotes();
+    }
+
+    // Where a window manager has left them with the console.
+    Timer {
+        id: shown
+
+        interval: 1000
+        onTriggered: window.givesKeysBack = false
     }
 
     ColumnLayout {

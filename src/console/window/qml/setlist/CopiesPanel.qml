@@ -32,6 +32,7 @@ ChoicePanel {
             font.pixelSize: Theme.bodyText
             wrapMode: Text.Wrap
             textFormat: Text.PlainText
+            Accessible.ignored: text === ""
             Accessible.role: Accessible.StaticText
             Accessible.name: text
         }
