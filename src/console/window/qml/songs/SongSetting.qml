@@ -27,7 +27,7 @@ RowLayout {
     }
     NudgeControl {
         objectName: setting.objectName
-        Layout.preferredWidth: 132
+        Layout.minimumWidth: 132
         spokenName: setting.title
         valueText: setting.valueText
         hint: setting.hint
