@@ -32,7 +32,7 @@ namespace vrel::system {
 /// Path of a packet: JACK's thread puts it in a FIFO and wakes our thread, which calls the listener. The same thread
 /// notices ports that come and go, from JACK's own notices, links the sources again when another client plays, and
 /// tries twice a second for a server. It alone asks the server, which may hang: who waits for an answer waits for half
-/// a second at most, is told that there is none, and is notified when there is.
+/// a second at most, gets none, and is notified when there is one.
 class JackMidiBackend final : public MidiBackend {
  public:
   /// Without an inlet all sources are linked to this client.
