@@ -8,7 +8,7 @@ namespace vrel {
 namespace {
 
 constexpr double rowHeight = 8;
-constexpr double barHeight = 4;
+constexpr double splitBarHeight = 4;
 constexpr double firstBar = 6;  // from the top
 constexpr double narrowestBar = 4;
 constexpr double lowestBand = 16;
@@ -91,7 +91,7 @@ double middle(std::size_t row) {
 KeyRect bar(const PianoLayout& layout, const SplitBar& bar, std::size_t row) {
   const double left = layout.keyX(bar.minNote);
   const double width = std::max(narrowestBar, layout.keyX(bar.maxNote) - left);
-  return {left, firstBar + rowHeight * static_cast<double>(row), width, barHeight};
+  return {left, firstBar + rowHeight * static_cast<double>(row), width, splitBarHeight};
 }
 
 KeyRect frame(const PianoLayout& layout, const SplitBar& split, std::size_t row) {

@@ -12,7 +12,7 @@ namespace vrel::audio {
 namespace {
 
 // Half a display frame at 120 per second: the meters are never older than that.
-constexpr std::chrono::milliseconds lookEvery{4};
+constexpr std::chrono::milliseconds readEvery{4};
 
 }  // namespace
 
@@ -41,7 +41,7 @@ Outcome TapDispatcher::startThread() {
     thread_ = std::thread([this] {
       while (!stopping_.load()) {
         deliver();
-        std::this_thread::sleep_for(lookEvery);
+        std::this_thread::sleep_for(readEvery);
       }
     });
   } catch (const std::system_error& failure) {
