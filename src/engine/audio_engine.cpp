@@ -288,13 +288,8 @@ void AudioEngine::panic() {
     engine_->endWaitingNotes();
     stopBehindBegin(strips_, playbackRuns_.playbackQueue());  // first: a loop schedules its next pass behind it
   }
-  for (const auto& channel : strips_.ringing) {
-    if (auto* const instrument = channel->midiInstrument()) {
-      MidiRouter::silence(*instrument);  // which goes to the pool as it is
-    }
-  }
-  ringing_.end();
   router_.panic();
+  ringing_.end();  // last: instruments go to the pool as they are, and the stage does not wait for a graph change
 }
 
 void AudioEngine::applyMixerLevels() {

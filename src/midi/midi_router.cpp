@@ -24,6 +24,19 @@ void send(AVAudioUnitMIDIInstrument& instrument, const std::optional<MidiMessage
   }
 }
 
+void silence(AVAudioUnitMIDIInstrument& instrument) {
+  for (uint8_t midiChannel = 0; midiChannel < midiChannelCount; ++midiChannel) {
+    const auto status = static_cast<uint8_t>(statusController + midiChannel);
+    instrument.sendMIDIEvent(status, controllerSustain, 0);
+    instrument.sendMIDIEvent(status, controllerModulation, 0);
+    instrument.sendMIDIEvent(status, controllerResetAll, 0);
+    instrument.sendMIDIEvent(status, controllerAllNotesOff, 0);
+  }
+  for (uint8_t note = 0; note < noteCount; ++note) {
+    instrument.sendMIDIEvent(statusNoteOff, note, 0);
+  }
+}
+
 // The plug-in that takes this channel's events, if it has one.
 AVAudioUnitMIDIInstrument* playedInstrument(const AudioChannel& channel) {
   return hasPlayedInstrument(channel) ? channel.midiInstrument() : nullptr;
@@ -108,29 +121,18 @@ void MidiRouter::sendPerformanceMIDI(uint8_t status, uint8_t data1, uint8_t data
   }
 }
 
-void MidiRouter::silence(AVAudioUnitMIDIInstrument& instrument) {
-  for (uint8_t midiChannel = 0; midiChannel < midiChannelCount; ++midiChannel) {
-    const auto status = static_cast<uint8_t>(statusController + midiChannel);
-    instrument.sendMIDIEvent(status, controllerSustain, 0);
-    instrument.sendMIDIEvent(status, controllerModulation, 0);
-    instrument.sendMIDIEvent(status, controllerResetAll, 0);
-    instrument.sendMIDIEvent(status, controllerAllNotesOff, 0);
-  }
-  for (uint8_t note = 0; note < noteCount; ++note) {
-    instrument.sendMIDIEvent(statusNoteOff, note, 0);
-  }
-}
-
 void MidiRouter::panic() {
   if (!engine_.isRunning()) {
     return;
   }
-  for (const auto& channel : channels_) {
-    if (auto* player = dynamic_cast<AVAudioPlayerNode*>(channel->instrumentNode.get().get())) {
-      player->stop();
-    }
-    if (auto* instrument = channel->midiInstrument()) {
-      silence(*instrument);
+  for (const auto* const channels : {&channels_, &ringing_}) {
+    for (const auto& channel : *channels) {
+      if (auto* player = dynamic_cast<AVAudioPlayerNode*>(channel->instrumentNode.get().get())) {
+        player->stop();
+      }
+      if (auto* instrument = channel->midiInstrument()) {
+        silence(*instrument);
+      }
     }
   }
 }

@@ -13,7 +13,6 @@ namespace vrel {
 
 class AudioChannel;
 class AVAudioEngine;
-class AVAudioUnitMIDIInstrument;
 
 /// Carries one message at a time from the input to the channels. This is where a note finds its
 /// instruments: `routing_rules.h` decides, per channel, what it gets. Instruments that the audio thread has served
@@ -56,12 +55,9 @@ class MidiRouter {
   /// A controller or bend that a learned control injects; no callback is raised.
   void sendPerformanceMIDI(std::uint8_t status, std::uint8_t data1, std::uint8_t data2);
 
-  /// Stops every player and sends 192 events to every instrument: on each of the 16 MIDI channels
-  /// sustain off, modulation zero, reset all controllers, all notes off; then 128 note-offs on the first.
+  /// Stops every player and sends 192 events to every instrument, those that ring included: on each of the 16 MIDI
+  /// channels sustain off, modulation zero, reset all controllers, all notes off; then 128 note-offs on the first.
   void panic();
-
-  /// Sends an instrument those 192 events.
-  static void silence(AVAudioUnitMIDIInstrument& instrument);
 
  private:
   void raiseCallbacks(MidiMessage message) const;

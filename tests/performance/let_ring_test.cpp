@@ -314,6 +314,25 @@ TEST_F(LetRing, APanicEndsItAtOnceAndParksNoSoundingInstrument) {
   EXPECT_TRUE(isParked(pianoKey, pianoNode));
 }
 
+TEST_F(LetRing, APanicSilencesTheStageBeforeTheGraphChangesForWhatRings) {
+  goTo(1);
+  const auto onStage = instrumentOf(engine->channels()[0]);
+  onStage->events.clear();
+  graph().startFailure = Error{"gone"};
+  performPanic(state, *engine);
+  EXPECT_THAT(ringing(), IsEmpty());
+  EXPECT_FALSE(graph().isRunning());
+  EXPECT_EQ(onStage->events.size(), 192U);
+}
+
+TEST_F(LetRing, OnAnEngineThatIsStoppedAPanicEndsItAndSendsNothing) {
+  goTo(1);
+  graph().stop();
+  performPanic(state, *engine);
+  EXPECT_THAT(ringing(), IsEmpty());
+  EXPECT_THAT(pianoNode->events, IsEmpty());
+}
+
 TEST_F(LetRing, WhatRingsIsStoredAsItWasAtTheSwitchAndInNoOtherSong) {
   pianoNode->core.documentState = PropertyListDictionary{{"tone", {0.5}}};
   apply(1);
