@@ -81,8 +81,7 @@ void JackMidiBackend::begin(const std::string& clientName, const std::string& po
   isEnding_ = false;
   inlet_->setRead(true);
   thread_ = std::thread([this] { serve(); });
-  // Awaited, so that whoever asks next finds the sources.
-  static_cast<void>(ask([this] { openClient(); }));
+  static_cast<void>(ask([] {}));  // behind the open, so that whoever asks next finds the sources
 }
 
 void JackMidiBackend::end() {
@@ -141,7 +140,7 @@ std::vector<MidiSource> JackMidiBackend::sources() {
 
 Outcome JackMidiBackend::connect(const std::string& key) {
   const auto name = key.starts_with(jackKeyPrefix) ? key.substr(jackKeyPrefix.size()) : std::string();
-  const auto status = std::make_shared<std::atomic<int>>(-1);
+  const auto status = std::make_shared<int>(-1);
   const bool isKnown = ask([this, name, status] {
     if (client_ && !name.empty()) {
       client_->use([&](jack_client_t* client) { *status = jack_connect(client, name.c_str(), links_.entry.c_str()); });
@@ -157,6 +156,7 @@ Outcome JackMidiBackend::connect(const std::string& key) {
 }
 
 void JackMidiBackend::serve() {
+  openClient();
   audio::PlayedPacket packet;
   while (true) {
     inlet_->sleep(isChanging_ ? changingNanoseconds : retryNanoseconds);

@@ -31,8 +31,8 @@ namespace vrel::system {
 ///
 /// Path of a packet: JACK's thread puts it in a FIFO and wakes our thread, which calls the listener. The same thread
 /// notices ports that come and go, from JACK's own notices, links the sources again when another client plays, and
-/// tries twice a second for a server. It alone asks the server, which may hang: who waits for an answer waits for half
-/// a second at most, gets none, and is notified when there is one.
+/// tries twice a second for a server. It alone asks the server, which may hang: the main thread waits for its answer
+/// for half a second at most, goes on without one, and is notified when it comes.
 class JackMidiBackend final : public MidiBackend {
  public:
   /// Without an inlet all sources are linked to this client.
@@ -49,7 +49,7 @@ class JackMidiBackend final : public MidiBackend {
   [[nodiscard]] std::uint64_t dropped() const override { return inlet_->dropped(); }
 
  private:
-  /// Has `question` run by the reader; false where that does not get to it in time, but later.
+  /// Has `question` run by the reader; false where that does not get to it in time, but later or never.
   [[nodiscard]] bool ask(std::function<void()> question);
 
   // The reader's.

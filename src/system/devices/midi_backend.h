@@ -44,7 +44,7 @@ class MidiBackend {
   /// Once it has returned, the listener is not called any more.
   virtual void end() = 0;
 
-  /// Those of this moment.
+  /// Those of this moment; none where the system does not answer, until `setupChanged`.
   [[nodiscard]] virtual std::vector<MidiSource> sources() = 0;
 
   /// Whether another backend may show the same sources as "bridged".
