@@ -251,8 +251,11 @@ void SetlistFiles::askAboutEditsSince(Loaded loaded) {
   if (askedToOpen_) {
     return;  // the question about a newer one is about them, too
   }
+  const auto editsSaved = editsSaved_;
   const auto newest = askToOpen(loaded.path);
-  if (newest == loaded.path) {
+  // A save that was asked for may have replaced what was read, but no copy.
+  const bool isAsRead = editsSaved_ == editsSaved || loaded.original.has_value();
+  if (newest == loaded.path && isAsRead) {
     putOnStage(std::move(loaded));
   } else if (newest) {
     loadSetlist(*newest);

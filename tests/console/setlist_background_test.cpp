@@ -188,6 +188,17 @@ TEST_F(SetlistBeside, EditsThatComeWhileASetlistIsReadAreAskedAboutBeforeItIsOnS
   }
 }
 
+TEST_F(SetlistBeside, EditsThatAreSavedIntoTheFileThatWasReadAreOnStageAfterwards) {
+  openGig();
+  desktop.alertAnswers = {saveButton};
+  background.whileWorking = [this] { edit("saved"); };
+  setlistFiles.loadSetlist(gig);
+  EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(notesOnDisk(gig), "saved");
+  EXPECT_EQ(state.songNotes.get(), "saved");
+  EXPECT_FALSE(state.isDirty.get());
+}
+
 TEST_F(SetlistBeside, EditsThatComeWhileAnotherIsReadAreOnlyAskedAboutWhereItCanBeOpened) {
   openGig();
   files.place(other, "damaged");
