@@ -27,6 +27,7 @@ namespace {
 
 const std::string untitledFileName = "Untitled.vrel";
 const std::string newSongName = "01. Untitled Song";
+const std::string liveModeHasBegun = "Failed to load setlist: Live mode has begun";
 
 NSAlert saveAlert(bool isDirty, const std::string& message, const std::string& informativeText) {
   return {.alertStyle = isDirty ? NSAlert::Style::warning : NSAlert::Style::informational,
@@ -205,7 +206,9 @@ void SetlistFiles::loadAwaited() {
   }
   const AwaitingPlugins awaited = *awaitingPlugins_;
   stopAwaitingPlugins();
-  if (awaited.editCount == editCount_) {
+  if (!LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_)) {
+    console_.print(liveModeHasBegun);
+  } else if (awaited.editCount == editCount_) {
     loadSetlist(awaited.path);
   } else {
     openRecentSetlist(awaited.path);
@@ -238,7 +241,7 @@ void SetlistFiles::load(const std::filesystem::path& path, std::uint64_t editCou
   runBeside([&, damaged = damagedSetlist.get()] { loaded = read(path, damaged); },
             [&] {
               if (mayLoad && !LiveModePolicy::isAllowed(LiveModeAction::openSetlist, state_)) {
-                console_.print("Failed to load setlist: Live mode has begun");
+                console_.print(liveModeHasBegun);
               } else if (loaded->setlist && editCount_ != editCount) {
                 askAboutEditsSince(*std::move(loaded));
               } else {
@@ -357,6 +360,7 @@ bool SetlistFiles::saveSetlist() {
 }
 
 bool SetlistFiles::saveSetlistAs(bool force) {
+  const auto question = holdAwaited();
   if (!LiveModePolicy::isAllowed(LiveModeAction::saveSetlistAs, state_) && !force) {
     return false;
   }

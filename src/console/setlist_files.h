@@ -75,7 +75,7 @@ class SetlistFiles {
   /// takes the place of the setlist that it was made of, and counts as edited. While plug-ins are being looked for it
   /// waits for them and for an open question, behind the loading modal; the last one asked for is the one that is read
   /// then. It is not read when another setlist has been shown meanwhile. Edits that come before it is on stage are
-  /// asked about. When Live mode begins while it is read, the stage stays as it is.
+  /// asked about. When Live mode begins before that, the stage stays as it is.
   void loadSetlist(const std::filesystem::path& path);
 
   /// Puts a setlist on stage that was never saved as it is, to be saved to this place; none when it has no file yet.
@@ -86,7 +86,7 @@ class SetlistFiles {
 
   /// Of the open setlist, while it is saved there; empty for one that was not collected. See collected_setlist.h.
   [[nodiscard]] const std::string& collectedFolder() const { return collectedFolder_; }
-  /// For who has put a setlist on stage without this.
+  /// For a caller that has put a setlist on stage without this.
   void setCollectedFolder(std::string folder) { collectedFolder_ = std::move(folder); }
 
   /// Nothing is unsaved: the setlist was saved, another one has taken its place, or it was given up at the end.

@@ -212,6 +212,26 @@ TEST_F(SetlistGuard, DoesNotAskAgainForEditsThatWereGivenUpBeforePluginsWereFoun
   EXPECT_EQ(songNames(), Names{"Three"});
 }
 
+TEST_F(SetlistGuard, KeepsTheStageInLiveModeWhenTheAwaitedPluginsAreFound) {
+  for (const bool isEdited : {false, true}) {
+    openGig();
+    files.place(other, setlistText({"Three"}));
+    state.isLookingForPlugins.set(true);
+    setlistFiles.loadSetlist(other);
+    if (isEdited) {
+      state.markEdited();
+    }
+    state.isLiveModeEnabled.set(true);
+    state.isLookingForPlugins.set(false);
+    settle();
+    EXPECT_THAT(desktop.alerts, IsEmpty());
+    expectNothingChanged();
+    EXPECT_FALSE(state.showLoadingModal.get());
+    EXPECT_EQ(console.lines, std::vector<std::string>{"Failed to load setlist: Live mode has begun"});
+    state.isLiveModeEnabled.set(false);
+  }
+}
+
 /// With a setlist that waits for the plug-ins, which are found while the guard asks.
 class AwaitedSetlist : public SetlistGuard {
  protected:
@@ -237,6 +257,15 @@ TEST_F(AwaitedSetlist, ComesAfterAQuestionThatIsCancelled) {
   setlistFiles.newSetlist(true);
   settle();
   EXPECT_EQ(desktop.alerts.size(), 1U);
+  EXPECT_EQ(songNames(), Names{"Three"});
+}
+
+TEST_F(AwaitedSetlist, ComesAfterThePanelOfASaveWhichIsOfWhatWasThere) {
+  const std::filesystem::path copy = "/home/me/copy.vrel";
+  desktop.savePanelAnswers = {copy};
+  EXPECT_TRUE(setlistFiles.saveSetlistAs(false));
+  settle();
+  EXPECT_EQ(namesOnDisk(copy), (Names{"One", "Two"}));
   EXPECT_EQ(songNames(), Names{"Three"});
 }
 
