@@ -45,7 +45,7 @@ class KeptCopies {
     std::shared_ptr<FileManager> files;  // for that thread alone, which may be left behind
   };
 
-  /// All are borrowed.
+  /// All but the files are borrowed.
   explicit KeptCopies(const Collaborators& collaborators);
   ~KeptCopies();
   KeptCopies(const KeptCopies&) = delete;

@@ -52,7 +52,7 @@ class MovedFiles {
   static constexpr std::size_t mostEntries = 20'000;  // of the folders that are searched
   static constexpr double offerSeconds = 1;           // until an offer that must wait is tried again
 
-  /// All are borrowed. Searches whenever a setlist has been opened.
+  /// All but the files are borrowed. Searches whenever a setlist has been opened.
   explicit MovedFiles(const Collaborators& collaborators);
   ~MovedFiles();
   MovedFiles(const MovedFiles&) = delete;

@@ -36,7 +36,7 @@ constexpr LanguageTexts nothingLeftTexts{"%1\nNothing was left there.", "%1\nNo 
                                          "%1\nDort ist nichts zurückgeblieben."};
 
 constexpr LanguageTexts endTexts{"The setlist is still being collected", "El setlist aún se está reuniendo",
-                                 "La liste est encore en cours de collecte",
+                                 "La liste est encore en cours de rassemblement",
                                  "La raccolta della scaletta è ancora in corso", "Die Setliste wird noch gesammelt"};
 constexpr LanguageTexts endDetailTexts{"What was copied so far is removed if you quit now.",
                                        "Si sales ahora, se borra lo que ya se ha copiado.",
@@ -44,7 +44,7 @@ constexpr LanguageTexts endDetailTexts{"What was copied so far is removed if you
                                        "Se esci ora, ciò che è stato copiato viene rimosso.",
                                        "Wird jetzt beendet, so wird entfernt, was bisher kopiert wurde."};
 constexpr LanguageTexts quitTexts{"Quit", "Salir", "Quitter", "Esci", "Beenden"};
-constexpr LanguageTexts goOnTexts{"Go on collecting", "Seguir reuniendo", "Continuer la collecte",
+constexpr LanguageTexts goOnTexts{"Go on collecting", "Seguir reuniendo", "Continuer le rassemblement",
                                   "Continua la raccolta", "Weiter sammeln"};
 
 /// As many as an alert has room for.

@@ -38,7 +38,7 @@ class SetlistCollector {
     ConsoleOutput& console;
   };
 
-  /// All are borrowed.
+  /// All but the copier are borrowed.
   explicit SetlistCollector(const Collaborators& collaborators);
   /// Stops what is under way, and waits until nothing of it is left, as long as its queue does.
   ~SetlistCollector();
