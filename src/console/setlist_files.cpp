@@ -220,7 +220,8 @@ struct SetlistFiles::Loaded {
   std::filesystem::path path;
   Result<SetlistFile> setlist;
   std::optional<std::filesystem::path> original{};  // of a copy: its setlist
-  bool hasCopies = false;                           // where it cannot be opened: of it
+  // Where it cannot be opened:
+  std::optional<std::filesystem::path> copiesFolder{};  // none where it has no copies
   bool hasGoodCopy = false;
 };
 
@@ -270,8 +271,10 @@ SetlistFiles::Loaded SetlistFiles::read(const std::filesystem::path& path,
   const auto bytes = files_.contents(path, mostSetlistBytes);
   Loaded loaded{.path = path, .setlist = bytes ? readSetlist(bytes.value()) : bytes.error()};
   if (!loaded.setlist) {
-    loaded.hasCopies = !copies_.copiesOf(path).empty();
-    loaded.hasGoodCopy = loaded.hasCopies && copies_.newestGoodCopyOf(path);
+    if (!copies_.copiesOf(path).empty()) {
+      loaded.copiesFolder = copies_.directoryOf(path);
+      loaded.hasGoodCopy = copies_.newestGoodCopyOf(path).has_value();
+    }
     return loaded;
   }
   // What was opened from a copy is saved to the place of its setlist, also when no file says any more which one it is.
@@ -287,8 +290,8 @@ SetlistFiles::Loaded SetlistFiles::read(const std::filesystem::path& path,
 void SetlistFiles::putOnStage(Loaded loaded) {
   if (!loaded.setlist) {
     console_.print("Failed to load setlist: " + loaded.setlist.error().description);
-    if (loaded.hasCopies) {
-      console_.print("Earlier versions of it are kept in " + copies_.directoryOf(loaded.path).string());
+    if (loaded.copiesFolder) {
+      console_.print("Earlier versions of it are kept in " + loaded.copiesFolder->string());
     }
     if (loaded.hasGoodCopy) {
       damagedSetlist.set(loaded.path);
