@@ -35,6 +35,18 @@ class EditorWindow : public ConsoleFixture {
     ASSERT_TRUE(driver.eventually([this] { return driver.value("openEffect0", "enabled").toBool(); }));
   }
 
+  /// With the rack open, which Live mode closes.
+  void goLive() {
+    driver.click("liveButton");
+    ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive() && !driver.isShown("rackPanel"); }));
+    if (!isOnMaster_) {
+      driver.click("setup0");
+      ASSERT_TRUE(driver.eventually([this] { return driver.isShown("rack0"); }));
+    }
+    driver.click(isOnMaster_ ? "masterRack" : "rack0");
+    ASSERT_TRUE(driver.eventually([this] { return driver.isShown("openEffect0"); }));
+  }
+
   void openPanel() {
     addEffect("Zoo Panel");
     driver.click("openEffect0");

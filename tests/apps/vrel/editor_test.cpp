@@ -291,8 +291,7 @@ TEST_F(EditorWindow, ItsOwnButtonClosesItAndTheNextPressOpensIt) {
 
 TEST_F(EditorWindow, InLiveModeItOpensAndTheStageKeysReachTheConsole) {
   addEffect("Zoo Panel");
-  driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  goLive();
   driver.click("openEffect0");
   ASSERT_TRUE(driver.eventually([] { return editor() != nullptr && editor()->isActive(); }));
   driver.key("1");

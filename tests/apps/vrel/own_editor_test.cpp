@@ -95,8 +95,7 @@ TEST_F(OwnEditorWindow, AFileThatThePlugInsOwnEditorAsksForIsChosenInTheConsoleA
 
 TEST_F(OwnEditorWindow, InLiveModeTheStageKeysAndPanicReachTheConsoleFromAPlugInsOwnEditor) {
   addEffect("Zoo Window");
-  driver.click("liveButton");
-  ASSERT_TRUE(driver.eventually([this] { return driver.session().isLive(); }));
+  goLive();
   openOwnEditor();
   driver.onLogic([](Session& session) { session.state().noteActivity(60, true); });
   driver.key("1");
