@@ -24,19 +24,6 @@ void send(AVAudioUnitMIDIInstrument& instrument, const std::optional<MidiMessage
   }
 }
 
-void silence(AVAudioUnitMIDIInstrument& instrument) {
-  for (uint8_t midiChannel = 0; midiChannel < midiChannelCount; ++midiChannel) {
-    const auto status = static_cast<uint8_t>(statusController + midiChannel);
-    instrument.sendMIDIEvent(status, controllerSustain, 0);
-    instrument.sendMIDIEvent(status, controllerModulation, 0);
-    instrument.sendMIDIEvent(status, controllerResetAll, 0);
-    instrument.sendMIDIEvent(status, controllerAllNotesOff, 0);
-  }
-  for (uint8_t note = 0; note < noteCount; ++note) {
-    instrument.sendMIDIEvent(statusNoteOff, note, 0);
-  }
-}
-
 // The plug-in that takes this channel's events, if it has one.
 AVAudioUnitMIDIInstrument* playedInstrument(const AudioChannel& channel) {
   return hasPlayedInstrument(channel) ? channel.midiInstrument() : nullptr;
@@ -118,6 +105,19 @@ void MidiRouter::sendPerformanceMIDI(uint8_t status, uint8_t data1, uint8_t data
         send(*instrument, performanceEvent(rulesOf(*channel), message));
       }
     }
+  }
+}
+
+void MidiRouter::silence(AVAudioUnitMIDIInstrument& instrument) {
+  for (uint8_t midiChannel = 0; midiChannel < midiChannelCount; ++midiChannel) {
+    const auto status = static_cast<uint8_t>(statusController + midiChannel);
+    instrument.sendMIDIEvent(status, controllerSustain, 0);
+    instrument.sendMIDIEvent(status, controllerModulation, 0);
+    instrument.sendMIDIEvent(status, controllerResetAll, 0);
+    instrument.sendMIDIEvent(status, controllerAllNotesOff, 0);
+  }
+  for (uint8_t note = 0; note < noteCount; ++note) {
+    instrument.sendMIDIEvent(statusNoteOff, note, 0);
   }
 }
 

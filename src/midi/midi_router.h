@@ -13,6 +13,7 @@ namespace vrel {
 
 class AudioChannel;
 class AVAudioEngine;
+class AVAudioUnitMIDIInstrument;
 
 /// Carries one message at a time from the input to the channels. This is where a note finds its
 /// instruments: `routing_rules.h` decides, per channel, what it gets. Instruments that the audio thread has served
@@ -58,6 +59,9 @@ class MidiRouter {
   /// Stops every player and sends 192 events to every instrument, those that ring included: on each of the 16 MIDI
   /// channels sustain off, modulation zero, reset all controllers, all notes off; then 128 note-offs on the first.
   void panic();
+
+  /// Sends an instrument those 192 events.
+  static void silence(AVAudioUnitMIDIInstrument& instrument);
 
  private:
   void raiseCallbacks(MidiMessage message) const;
