@@ -5,8 +5,7 @@
 
 namespace vrel {
 
-NotePicker::NotePicker(int startNote, int keyCount, double width, double height)
-    : startNote_(startNote), height_(height) {
+NotePicker::NotePicker(int startNote, int keyCount, double width, double height) : height_(height) {
   for (int note = startNote; note < startNote + keyCount; ++note) {
     (isBlackKey(note) ? blacks_ : whites_).push_back(note);
   }

@@ -27,7 +27,6 @@ class NotePicker {
   [[nodiscard]] std::optional<int> noteAt(double x, double y) const;
 
  private:
-  int startNote_ = 0;
   double whiteWidth_ = 0;
   double height_ = 0;
   std::vector<int> whites_;

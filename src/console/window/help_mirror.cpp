@@ -37,14 +37,14 @@ HelpMirror::HelpMirror(MirrorSource& source, ContentView& content)
 }
 
 void HelpMirror::mirror(MirrorPublisher<HelpViewModel>& view, VrelHelpWindowController& window) {
-  using View = HelpViewModel;
+  using Help = HelpViewModel;
   const auto shownView = [&window] { return window.view.get().value_or(VrelHelpView{}); };
-  view.set(View::contentWidthKey, VrelHelpWindowController::width);
-  view.set(View::contentHeightKey, VrelHelpWindowController::height);
+  view.set(Help::contentWidthKey, VrelHelpWindowController::width);
+  view.set(Help::contentHeightKey, VrelHelpWindowController::height);
   view.derive(
-      View::titleKey, [shownView] { return shown(shownView().title()); }, window.view);
+      Help::titleKey, [shownView] { return shown(shownView().title()); }, window.view);
   view.derive(
-      View::accentColorKey,
+      Help::accentColorKey,
       [shownView] {
         const Color color = shownView().accentColor;
         return QColor::fromRgbF(static_cast<float>(color[0]), static_cast<float>(color[1]),
@@ -52,9 +52,9 @@ void HelpMirror::mirror(MirrorPublisher<HelpViewModel>& view, VrelHelpWindowCont
       },
       window.view);
   view.derive(
-      View::sectionsKey, [shownView] { return entriesOf(shownView()); }, window.view);
-  view.follow(View::isOpenKey, window.isOpen);
-  view.follow(View::raisesKey, window.raises);
+      Help::sectionsKey, [shownView] { return entriesOf(shownView()); }, window.view);
+  view.follow(Help::isOpenKey, window.isOpen);
+  view.follow(Help::raisesKey, window.raises);
 }
 
 }  // namespace vrel::window

@@ -87,7 +87,8 @@ TEST_F(InsideEditor, OpeningsAndClosingsLeaveNothingBehind) {
     editor->panel->close();
   }
   EXPECT_TRUE(allAreGone());
-  EXPECT_EQ(sandbox::descriptorCount(), here);
+  EXPECT_TRUE(comes([&] { return sandbox::descriptorCount() == here; }))
+      << sandbox::descriptorCount() << ", not " << here;
   EXPECT_TRUE(comes([&] { return descriptorsOf(processOf(unit_)) == there; }));
   expectSound();
 }
