@@ -143,6 +143,10 @@ class AlsaMidiBackend::Sequencer {
     return status == 0 || status == -EBUSY;  // linked already
   }
 
+  void disconnect(const Address& source) const {
+    snd_seq_disconnect_from(handle_.get(), port_, source.client, source.port);
+  }
+
   [[nodiscard]] std::vector<pollfd> descriptors() const {
     const int count = snd_seq_poll_descriptors_count(handle_.get(), POLLIN);
     std::vector<pollfd> descriptors(static_cast<std::size_t>(count));
@@ -307,6 +311,15 @@ Outcome AlsaMidiBackend::connect(const std::string& key) {
   }
   linked_.insert_or_assign(*address, key);
   return {};
+}
+
+void AlsaMidiBackend::disconnect() {
+  const MutexLock lock(mutex_);
+  for (const auto& [address, key] : linked_) {
+    sequencer_->disconnect(address);  // there is one: without it nothing is linked
+  }
+  linked_.clear();
+  held_ = {};  // what is held is released by the way that is read from now on
 }
 
 void AlsaMidiBackend::serve() {

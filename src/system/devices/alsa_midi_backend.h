@@ -36,6 +36,7 @@ class AlsaMidiBackend final : public MidiBackend {
   [[nodiscard]] std::vector<MidiSource> sources() override;
   [[nodiscard]] bool canBeBridged() const override { return true; }
   [[nodiscard]] Outcome connect(const std::string& key) override;
+  void disconnect() override;
 
   /// One for each time that the sequencer or the blocks' queue had no room, however many events each of them cost.
   [[nodiscard]] std::uint64_t dropped() const override;

@@ -55,6 +55,9 @@ class MidiBackend {
 
   /// Reads this source, too. Nothing when it is read already.
   [[nodiscard]] virtual Outcome connect(const std::string& key) = 0;
+
+  /// Reads no source any more, until `connect`.
+  virtual void disconnect() {}
 };
 
 using MidiBackends = std::vector<std::unique_ptr<MidiBackend>>;

@@ -68,7 +68,11 @@ void SystemMidiService::look() {
   std::vector<Endpoint> found;
   bool isAlsaBridged = false;
   for (const auto& backend : backends_) {
-    if (port_ == 0 || (isAlsaBridged && backend->canBeBridged())) {
+    if (port_ == 0) {
+      continue;
+    }
+    if (isAlsaBridged && backend->canBeBridged()) {
+      backend->disconnect();  // what was read while there was no bridge would be heard twice
       continue;
     }
     for (auto& source : backend->sources()) {

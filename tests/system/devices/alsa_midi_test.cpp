@@ -112,6 +112,16 @@ TEST_F(AlsaMidi, ASourceThatGoesAndComesBackBetweenTwoLooksIsANewOneAndIsHeard) 
   EXPECT_TRUE(eventuallyHears(keys.address, 61));
 }
 
+TEST_F(AlsaMidi, WhatIsDisconnectedIsHeardAgainOnceItIsConnected) {
+  sequencer.addPort(keys);
+  begin();
+  ASSERT_TRUE(eventuallyHears(keys.address, 60));
+  backend.disconnect();
+  EXPECT_FALSE(sequencer.isLinked(keys.address));
+  connectAll();
+  EXPECT_TRUE(eventuallyHears(keys.address, 62));
+}
+
 TEST_F(AlsaMidi, ASourceWithoutANameDoesNotShiftTheOthers) {
   sequencer.addPort({{20, 0}, "", ""});
   sequencer.addPort(pedals);

@@ -28,6 +28,7 @@ class ListedMidi final : public MidiBackend {
     connected.push_back(key);
     return key == "refuses" ? Outcome(Error{"no"}) : Outcome();
   }
+  void disconnect() override { connected.clear(); }
 
   std::uint64_t lost = 0;
   std::vector<MidiSource> list;
@@ -117,6 +118,18 @@ TEST_F(MidiServiceOnLists, WhatIsBridgedDoesNotPlayTwice) {
   jack->list.push_back({.key = "j2", .name = "Pad through JACK", .isBridged = true});
   ASSERT_EQ(service->MIDIGetNumberOfSources(), 2U);
   EXPECT_EQ(service->MIDIObjectGetName(service->MIDIGetSource(1)), "Pad through JACK");
+}
+
+TEST_F(MidiServiceOnLists, WhatABridgeShowsLaterIsNoLongerReadDirectly) {
+  makePort();
+  ASSERT_EQ(service->MIDIGetNumberOfSources(), 3U);
+  ASSERT_EQ(service->MIDIPortConnectSource(port, service->MIDIGetSource(0)), 0);
+  ASSERT_EQ(service->MIDIPortConnectSource(port, service->MIDIGetSource(1)), 0);
+  ASSERT_THAT(alsa->connected, ElementsAre("a1"));
+  jack->list.push_back({.key = "j2", .name = "Pad through JACK", .isBridged = true});
+  ASSERT_EQ(service->MIDIGetNumberOfSources(), 2U);
+  EXPECT_THAT(alsa->connected, ElementsAre());
+  EXPECT_THAT(jack->connected, ElementsAre("j1"));
 }
 
 TEST_F(MidiServiceOnLists, BlocksComeUntilTheirOwnerIsDisposedOf) {

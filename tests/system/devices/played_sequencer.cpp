@@ -113,6 +113,11 @@ int snd_seq_connect_from(snd_seq_t* /*handle*/, int /*port*/, int client, int po
   return played->links.insert({client, port}).second ? 0 : -EBUSY;
 }
 
+int snd_seq_disconnect_from(snd_seq_t* /*handle*/, int /*port*/, int client, int port) {
+  const std::lock_guard lock(played->mutex);
+  return played->links.erase({client, port}) == 1 ? 0 : -ENOENT;
+}
+
 int snd_seq_poll_descriptors_count(snd_seq_t* /*handle*/, short /*events*/) {
   return 1;
 }
